@@ -1,0 +1,29 @@
+# What every target is compiled with: the language, warnings, the compiler cache and the sanitizers of a preset.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# With paths taken relative to the source tree, several checkouts share one cache.
+find_program(KZ_CCACHE ccache)
+if(KZ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${KZ_CCACHE}")
+endif()
+
+add_library(kz_options INTERFACE)
+target_compile_options(kz_options INTERFACE -Wall -Wextra -Wpedantic)
+
+set(KZ_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefined or thread")
+if(KZ_SANITIZE)
+    # Instrumented code confuses g++'s flow analysis, which then reports values as uninitialised that are not.
+    add_compile_options(-fsanitize=${KZ_SANITIZE} -fno-omit-frame-pointer -Wno-maybe-uninitialized)
+    add_link_options(-fsanitize=${KZ_SANITIZE})
+endif()
+if(KZ_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize-recover=undefined)
+endif()

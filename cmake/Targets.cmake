@@ -1,0 +1,60 @@
+# The ways to add a target: libraries, tests, and the plug-in that the object libraries end up in.
+
+# kz_add_library(NAME OBJECT|STATIC SOURCE... [LINK LIBRARY...])
+# Sources include each other from the top of the tree ("wrap/marshal.h"), generated ones from the top of the build tree.
+function(kz_add_library name kind)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "LINK")
+    add_library(${name} ${kind} ${arg_UNPARSED_ARGUMENTS})
+    target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
+    target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE kz_options)
+endfunction()
+
+# kz_add_program(NAME SOURCE... [LINK LIBRARY...]): an executable in bin/.
+function(kz_add_program name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+    add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
+    target_link_libraries(${name} PRIVATE ${arg_LINK} kz_options)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+endfunction()
+
+# kz_add_test(NAME SOURCE... [LINK LIBRARY...] [TIMEOUT SECONDS] [LABELS LABEL...])
+# A GoogleTest program whose every TEST is a test of its own, in a process of its own. The plug-in and the kit are there
+# when it runs; KZ_BUILD_DIR and KZ_SOURCE_DIR tell it where.
+function(kz_add_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "LINK;LABELS")
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 300)
+    endif()
+    add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
+    target_compile_definitions(${name} PRIVATE
+        KZ_BUILD_DIR="${PROJECT_BINARY_DIR}" KZ_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock GTest::gtest_main kz_options)
+    add_dependencies(${name} kz_run_time)
+    set(properties TIMEOUT ${arg_TIMEOUT})
+    if(arg_LABELS)
+        list(APPEND properties LABELS "${arg_LABELS}")
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${name}." PROPERTIES ${properties})
+endfunction()
+
+# kz_add_plugin(): links the object libraries of all folders that are there into the one plug-in.
+function(kz_add_plugin)
+    set(parts kz_module kz_wrap kz_kzmod kz_serve kz_script)
+    set(present "")
+    foreach(part IN LISTS parts)
+        if(TARGET ${part})
+            list(APPEND present ${part})
+        endif()
+    endforeach()
+    if(NOT TARGET kz_module)
+        return()
+    endif()
+    add_library(kzPython2 MODULE)
+    target_link_libraries(kzPython2 PRIVATE ${present} kz_options)
+    target_link_options(kzPython2 PRIVATE -Wl,--no-undefined -Wl,--exclude-libs,ALL)
+    set_target_properties(kzPython2 PROPERTIES
+        PREFIX "" LINKER_LANGUAGE CXX LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/plugins")
+    add_dependencies(kz_run_time kzPython2)
+endfunction()

@@ -1,0 +1,35 @@
+# Shared by the scripts behind ./dev: where things are, and building a preset.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+readonly root
+readonly presets='release debug asan tsan pydebug'
+
+die() { printf './dev: %s\n' "$*" >&2; exit 2; }
+
+is_preset() { [[ " $presets " == *" $1 "* ]]; }
+
+# How many compilers may run at once: all cores, unless KZ_JOBS says otherwise.
+jobs_wanted() { echo "${KZ_JOBS:-$(nproc)}"; }
+
+# Configures a preset when there is no build tree yet; ninja notices later changes by itself.
+configure() {
+    [ -f "$root/build/$1/build.ninja" ] || (cd "$root" && cmake --preset "$1")
+}
+
+# Builds TARGETs (default: everything) of a preset.
+build_preset() {
+    local preset=$1
+    shift
+    configure "$preset"
+    cmake --build "$root/build/$preset" --parallel "$(jobs_wanted)" ${1:+--target "$@"}
+}
+
+# Builds with the output kept in a log, for verbs whose standard output belongs to what they run.
+build_quietly() {
+    local log=$root/build/$1.log
+    mkdir -p "$root/build"
+    build_preset "$@" >"$log" 2>&1 && return
+    tail -n 40 "$log" >&2
+    printf './dev: the build failed; all of its output is in build/%s.log\n' "$1" >&2
+    exit 2
+}

@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# Makes this machine able to build and check the project. Asks nothing, may be run again, is quiet when all is there.
+# With --if-needed it returns at once when an earlier run still holds.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+. "$root/tools/setup/apt.sh"
+. "$root/tools/setup/previous_release.sh"
+. "$root/tools/setup/pyside2.sh"
+
+readonly stamp=$root/build/setup.stamp
+readonly pyside2=$root/build/pyside2
+
+readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
+    libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libbenchmark-dev libpng-dev zlib1g-dev)
+readonly python_packages=(python2.7 libpython2.7-dev)
+
+# What a finished set-up depends on: these scripts and the interpreter that was asked for.
+fingerprint() {
+    { cat "$root/tools/setup.sh" "$root"/tools/setup/*.sh; echo "python2=${KZ_PYTHON2:-}"; } | sha256sum | cut -d' ' -f1
+}
+
+still_holds() {
+    [ "$(cat "$stamp" 2>/dev/null)" = "$(fingerprint)" ] || return 1
+    command -v g++ cmake ninja ccache >/dev/null && [ -f /usr/include/CLI/CLI.hpp ] || return 1
+    [ -n "${KZ_PYTHON2:-}" ] || [ -f /usr/include/python2.7/Python.h ]
+}
+
+# A given interpreter is usable if it is a 2.7 whose shared library and headers are where it says.
+check_given_python() {
+    "$KZ_PYTHON2" "$root/cmake/python2_probe.py" >/dev/null || die "KZ_PYTHON2=$KZ_PYTHON2 cannot be embedded"
+}
+
+# Without a previous release there is no Python 2.7: everything else is worthless, so this one is fatal.
+install_python2() {
+    [ -z "$(missing_packages "${python_packages[@]}")" ] && return
+    apt_update
+    has_candidate libpython2.7-dev || add_previous_release
+    install_packages "${python_packages[@]}" || die "Python 2.7 could not be installed; set KZ_PYTHON2=/path/to/python2.7"
+}
+
+install_optional_parts() {
+    if [ -z "${KZ_PYTHON2:-}" ]; then
+        install_optional "the preset 'pydebug' cannot be built" python2.7-dbg libpython2.7-dbg
+        install_optional "checks that use Python's own test-suite are skipped" libpython2.7-testsuite
+    fi
+    install_optional "'./dev lint' cannot check formatting" clang-format
+    install_optional "'./dev lint' cannot analyse sources" clang-tidy
+    install_optional "'./dev lint' cannot check scripts" shellcheck
+    install_optional "coverage cannot be reported" gcovr
+    install_optional "kz.getQWidget is built without a widget bridge" libshiboken2-dev qtbase5-dev
+    pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
+        say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
+}
+
+main() {
+    if [ "${1:-}" = --if-needed ] && still_holds; then return; fi
+    command -v apt-get >/dev/null || die "this system has no apt; install by hand: ${build_packages[*]} ${python_packages[*]}"
+    mkdir -p "$root/build"
+    install_packages "${build_packages[@]}" || die "the build tools could not be installed"
+    if [ -n "${KZ_PYTHON2:-}" ]; then check_given_python; else install_python2; fi
+    install_optional_parts
+    fingerprint >"$stamp"
+}
+
+main "$@"
