@@ -30,7 +30,7 @@ function(kz_add_test name)
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
     target_compile_definitions(${name} PRIVATE
         KZ_BUILD_DIR="${PROJECT_BINARY_DIR}" KZ_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
-    target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock GTest::gtest_main kz_options)
+    target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gtest_main kz_options)
     add_dependencies(${name} kz_run_time)
     set(properties TIMEOUT ${arg_TIMEOUT})
     if(arg_LABELS)
