@@ -1,0 +1,158 @@
+// The factory of objects that expose several interfaces. Every server class is one polymorph with one record for each
+// interface; an instance of it carries one slot for each record, and a slot is what the host holds as an interface.
+#pragma once
+
+#include "kz/base/object.h"
+
+#include <atomic>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+class CKzInstance;
+class CKzGenericPolymorph;
+
+// What every slot carries behind its operation table: its instance, the object that the operations work on, and how
+// many references the host holds through this slot.
+struct CKzSlotState {
+    CKzInstance* instance = nullptr;
+    void* object = nullptr;
+    std::atomic<std::uint32_t> references{0};
+};
+
+// The three generic entry routines, the same for every slot.
+KzResult kzSlotQuery(CKzSlotState& slot, const KzGuid* iid, void** object) noexcept;
+std::uint32_t kzSlotAddRef(CKzSlotState& slot) noexcept;
+std::uint32_t kzSlotRelease(CKzSlotState& slot) noexcept;
+
+// One interface of one instance. Generated slot classes add the interface's own operations and no data.
+template <class Interface> class CKzSlot : public Interface {
+public:
+    using Slot = CKzSlot;
+
+    CKzSlot(CKzInstance* instance, void* object) {
+        m_state.instance = instance;
+        m_state.object = object;
+    }
+    KzResult QueryInterface(const KzGuid* iid, void** object) final { return kzSlotQuery(m_state, iid, object); }
+    std::uint32_t AddRef() final { return kzSlotAddRef(m_state); }
+    std::uint32_t Release() final { return kzSlotRelease(m_state); }
+    CKzSlotState& state() noexcept { return m_state; }
+
+protected:
+    void* object() const noexcept { return m_state.object; }
+
+private:
+    CKzSlotState m_state;
+};
+
+inline constexpr std::size_t kzSlotSize = sizeof(CKzSlot<IKzUnknown>*) + sizeof(CKzSlotState);
+
+// Describes one interface of a server class: its identity, its place in the list, and how its slot is made.
+class CKzInterfaceRecord {
+public:
+    // Constructs a slot in kzSlotSize bytes of memory.
+    using MakeSlot = IKzUnknown* (*)(void* memory, CKzInstance* instance, void* object);
+    using StateOf = CKzSlotState& (*)(IKzUnknown* slot);
+
+    CKzInterfaceRecord(const KzGuid& iid, MakeSlot make, StateOf state) : m_iid(&iid), m_make(make), m_state(state) {}
+
+    const KzGuid& iid() const { return *m_iid; }
+    std::uint32_t index() const { return m_index; }
+
+private:
+    friend class CKzGenericPolymorph;
+    friend class CKzInstance;
+
+    const KzGuid* m_iid;
+    MakeSlot m_make;
+    StateOf m_state;
+    std::uint32_t m_index = 0;
+    std::unique_ptr<CKzInterfaceRecord> m_next;
+};
+
+// A record for the interface that `SlotClass` implements. `iid` must outlive the record.
+template <class SlotClass> std::unique_ptr<CKzInterfaceRecord> kzMakeRecord(const KzGuid& iid) {
+    static_assert(sizeof(SlotClass) == kzSlotSize, "a slot class adds no data");
+    return std::make_unique<CKzInterfaceRecord>(
+        iid,
+        [](void* memory, CKzInstance* instance, void* object) -> IKzUnknown* {
+            return new (memory) SlotClass(instance, object);
+        },
+        [](IKzUnknown* slot) -> CKzSlotState& { return static_cast<SlotClass*>(slot)->state(); });
+}
+
+// The factory. Records are appended once, while the server class is set up; spawning may happen on any thread.
+class CKzGenericPolymorph {
+public:
+    CKzGenericPolymorph() = default;
+    CKzGenericPolymorph(const CKzGenericPolymorph&) = delete;
+    CKzGenericPolymorph& operator=(const CKzGenericPolymorph&) = delete;
+
+    // Whether an instance answers a query for the interface.
+    virtual bool testInterface(const KzGuid& iid) const;
+    virtual ~CKzGenericPolymorph();
+    // A separate object that answers an interface which the records do not have; null when there is none.
+    virtual IKzUnknown* spawnSubObject(IKzUnknown* /*outer*/, const KzGuid& /*iid*/) { return nullptr; }
+    // The object that the slots of a new instance work on. May throw a KzResult.
+    virtual void* createObject() = 0;
+    // The last reference to the instance is gone: gives the object back.
+    virtual void freeObject(void* /*object*/) noexcept {}
+    // What a slot is given as its object.
+    virtual void* adapterData(void* object) { return object; }
+    // The object is to take over from another one of the same class.
+    virtual void inherit(void* /*object*/, void* /*other*/) {}
+    // A new instance has handed out its first interface.
+    virtual void spawned(void* /*object*/, IKzUnknown* /*slot*/) {}
+
+    void append(std::unique_ptr<CKzInterfaceRecord> record);
+    // Sets the name if there is none yet. The text is not copied.
+    void nameOnce(const char* name) noexcept;
+    const char* name() const noexcept { return m_name; }
+
+    // A new instance's interface `iid` with one reference; with no iid, or the base one, its first interface.
+    // Null when there is no such record or the object could not be made; createObject's code is thrown.
+    IKzUnknown* spawn(const KzGuid* iid = nullptr);
+
+    const KzGuid* firstInterface() const noexcept { return m_first ? &m_first->iid() : nullptr; }
+    std::uint32_t recordCount() const noexcept { return m_recordCount; }
+    bool hasInstances() const noexcept { return m_instances != nullptr; }
+
+protected:
+    const CKzInterfaceRecord* findRecord(const KzGuid* iid) const noexcept;
+
+private:
+    friend class CKzInstance;
+
+    std::unique_ptr<CKzInterfaceRecord> m_first;
+    CKzInterfaceRecord* m_last = nullptr;
+    std::uint32_t m_recordCount = 0;
+    const char* m_name = nullptr;
+    CKzInstance* m_instances = nullptr;
+};
+
+// A polymorph whose object is a default-constructed Class.
+template <class Class> class CKzPolymorph : public CKzGenericPolymorph {
+public:
+    void* createObject() override { return new Class(); }
+    void freeObject(void* object) noexcept override { delete static_cast<Class*>(object); }
+};
+
+// A polymorph around one object that somebody else owns and that outlives every instance.
+class CKzStaticPolymorph : public CKzGenericPolymorph {
+public:
+    explicit CKzStaticPolymorph(void* object) : m_object(object) {}
+    void* createObject() override { return m_object; }
+
+private:
+    void* m_object;
+};
+
+// The object data behind an interface pointer if it is a slot made by `owner`; null otherwise. For code that must find
+// its own object again behind an interface it handed out.
+void* kzObjectOf(IKzUnknown* interfacePointer, const CKzGenericPolymorph* owner) noexcept;
+
+// How many instances are alive in this binary, and what they are ("polymorph name xN"): for leak reports.
+std::uint32_t kzLiveInstanceCount() noexcept;
+std::string kzLiveInstanceNames();
