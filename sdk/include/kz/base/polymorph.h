@@ -4,7 +4,6 @@
 
 #include "kz/base/object.h"
 
-#include <atomic>
 #include <memory>
 #include <new>
 #include <string>
@@ -18,7 +17,7 @@ class CKzGenericPolymorph;
 struct CKzSlotState {
     CKzInstance* instance = nullptr;
     void* object = nullptr;
-    std::atomic<std::uint32_t> references{0};
+    std::uint32_t references = 0;  // changed atomically
 };
 
 // The three generic entry routines, the same for every slot.

@@ -1,0 +1,180 @@
+// Instances and their slots.
+#include "instance.h"
+
+#include "kz/base/boundary.h"
+#include "kz/base/global_cache.h"
+#include "kz/thread.h"
+
+#include <atomic>
+
+namespace {
+
+std::mutex theLocalLock;  // stands in until the host's thread service can be had
+
+// The living by the name of their polymorph, for leak reports.
+std::mutex theCensusLock;
+std::map<std::string, std::uint32_t> theCensus;
+
+const char* nameOf(const CKzGenericPolymorph& polymorph) noexcept {
+    return polymorph.name() != nullptr ? polymorph.name() : "unnamed";
+}
+
+void countBirth(const CKzGenericPolymorph& polymorph) {
+    const std::lock_guard lock(theCensusLock);
+    ++theCensus[nameOf(polymorph)];
+}
+
+void countDeath(const CKzGenericPolymorph& polymorph) noexcept {
+    const std::lock_guard lock(theCensusLock);
+    if (const auto entry = theCensus.find(nameOf(polymorph)); entry != theCensus.end() && --entry->second == 0)
+        theCensus.erase(entry);
+}
+
+IKzThreadService* threadService() noexcept {
+    CKzGlobalCache* cache = CKzGlobalCache::current();
+    return cache != nullptr ? cache->threads() : nullptr;
+}
+
+}  // namespace
+
+CKzInstanceListLock::CKzInstanceListLock() noexcept : m_threads(threadService()) {
+    theLocalLock.lock();
+    if (m_threads != nullptr) m_threads->Enter();
+}
+
+CKzInstanceListLock::~CKzInstanceListLock() {
+    if (m_threads != nullptr) m_threads->Leave();
+    theLocalLock.unlock();
+}
+
+CKzInstance::CKzInstance(CKzGenericPolymorph& polymorph, void* object)
+    : m_polymorph(polymorph), m_object(object),
+      m_slots(std::make_unique<std::byte[]>(polymorph.recordCount() * kzSlotSize)) {
+    makeSlots();
+    countBirth(m_polymorph);
+    link();
+}
+
+CKzInstance::~CKzInstance() {
+    dropSubObjects();
+    unlink();
+    countDeath(m_polymorph);
+}
+
+void CKzInstance::makeSlots() {
+    void* data = m_polymorph.adapterData(m_object);
+    for (auto* record = m_polymorph.m_first.get(); record != nullptr; record = record->m_next.get())
+        record->m_make(&m_slots[record->m_index * kzSlotSize], this, data);
+}
+
+IKzUnknown* CKzInstance::slot(std::uint32_t index) {
+    if (index >= m_polymorph.recordCount()) throw kzOutOfBounds;
+    return reinterpret_cast<IKzUnknown*>(&m_slots[index * kzSlotSize]);
+}
+
+void CKzInstance::link() noexcept {
+    const CKzInstanceListLock lock;
+    m_next = m_polymorph.m_instances;
+    if (m_next != nullptr) m_next->m_previous = this;
+    m_polymorph.m_instances = this;
+}
+
+void CKzInstance::unlink() noexcept {
+    const CKzInstanceListLock lock;
+    if (m_next != nullptr) m_next->m_previous = m_previous;
+    if (m_previous != nullptr) m_previous->m_next = m_next;
+    else m_polymorph.m_instances = m_next;
+}
+
+void CKzInstance::dropSubObjects() noexcept {
+    for (auto& [iid, object] : m_subObjects) object->Release();
+    m_subObjects.clear();
+}
+
+KzResult CKzInstance::query(const KzGuid* iid, void** object) {
+    if (iid != nullptr && *iid == kzInstanceIdentity) {
+        *object = this;
+        return kzOk;
+    }
+    const CKzInterfaceRecord* record = m_polymorph.findRecord(iid);
+    if (record == nullptr) return querySubObject(*iid, object);
+    IKzUnknown* found = slot(record->index());
+    found->AddRef();
+    *object = found;
+    return kzOk;
+}
+
+KzResult CKzInstance::querySubObject(const KzGuid& iid, void** object) {
+    {
+        const std::lock_guard lock(m_subObjectLock);
+        if (const auto known = m_subObjects.find(iid); known != m_subObjects.end())
+            return known->second->QueryInterface(&iid, object);
+    }
+    // Made outside the lock: making it may run a script, which may query this very object.
+    CKzLoc_Unknown made;
+    made.take(m_polymorph.spawnSubObject(slot(0), iid));
+    if (!made) return kzNoInterface;
+    const std::lock_guard lock(m_subObjectLock);
+    const auto [place, isNew] = m_subObjects.try_emplace(iid, made.raw());
+    if (isNew) made.raw()->AddRef();
+    return place->second->QueryInterface(&iid, object);
+}
+
+std::uint32_t CKzInstance::addRef(CKzSlotState& slot) noexcept {
+    std::atomic_ref(slot.references).fetch_add(1, std::memory_order_relaxed);
+    return std::atomic_ref(m_references).fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+void CKzInstance::firstReference(CKzSlotState& slot) noexcept {
+    if (IKzThreadService* threads = threadService()) {
+        threads->AtomicIncrement(&slot.references);
+        threads->AtomicIncrement(&m_references);
+    } else {
+        ++slot.references;
+        ++m_references;
+    }
+}
+
+std::uint32_t CKzInstance::release(CKzSlotState& slot) noexcept {
+    std::atomic_ref(slot.references).fetch_sub(1, std::memory_order_relaxed);
+    const std::uint32_t left = std::atomic_ref(m_references).fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0) {
+        CKzGenericPolymorph& polymorph = m_polymorph;
+        void* object = m_object;
+        delete this;
+        polymorph.freeObject(object);
+    }
+    return left;
+}
+
+KzResult kzSlotQuery(CKzSlotState& slot, const KzGuid* iid, void** object) noexcept {
+    if (object == nullptr) return kzFailedCode;
+    *object = nullptr;
+    return kzBoundary([&] { return slot.instance->query(iid, object); });
+}
+
+std::uint32_t kzSlotAddRef(CKzSlotState& slot) noexcept { return slot.instance->addRef(slot); }
+
+std::uint32_t kzSlotRelease(CKzSlotState& slot) noexcept { return slot.instance->release(slot); }
+
+void* kzObjectOf(IKzUnknown* interfacePointer, const CKzGenericPolymorph* owner) noexcept {
+    void* found = nullptr;
+    if (interfacePointer == nullptr || kzFailed(interfacePointer->QueryInterface(&kzInstanceIdentity, &found)))
+        return nullptr;
+    const auto* instance = static_cast<const CKzInstance*>(found);
+    return &instance->polymorph() == owner ? instance->object() : nullptr;
+}
+
+std::uint32_t kzLiveInstanceCount() noexcept {
+    const std::lock_guard lock(theCensusLock);
+    std::uint32_t count = 0;
+    for (const auto& [name, living] : theCensus) count += living;
+    return count;
+}
+
+std::string kzLiveInstanceNames() {
+    const std::lock_guard lock(theCensusLock);
+    std::string names;
+    for (const auto& [name, living] : theCensus) names += name + " x" + std::to_string(living) + " ";
+    return names;
+}
