@@ -18,41 +18,49 @@ function(kz_add_program name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 endfunction()
 
-# kz_add_test(NAME SOURCE... [LINK LIBRARY...] [TIMEOUT SECONDS] [LABELS LABEL...])
+# kz_add_test(NAME SOURCE... [LINK LIBRARY...] [TIMEOUT SECONDS] [LABEL LABEL])
 # A GoogleTest program whose every TEST is a test of its own, in a process of its own. The plug-in and the kit are there
-# when it runs; KZ_BUILD_DIR and KZ_SOURCE_DIR tell it where.
+# when it runs; "kz_paths.h" tells it where.
 function(kz_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "LINK;LABELS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT;LABEL" "LINK")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 300)
     endif()
+    if(NOT arg_LABEL)
+        get_filename_component(arg_LABEL "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
+    endif()
     add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
-    target_compile_definitions(${name} PRIVATE
-        KZ_BUILD_DIR="${PROJECT_BINARY_DIR}" KZ_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
     target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gtest_main kz_options)
     add_dependencies(${name} kz_run_time)
-    set(properties TIMEOUT ${arg_TIMEOUT})
-    if(arg_LABELS)
-        list(APPEND properties LABELS "${arg_LABELS}")
-    endif()
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${name}." PROPERTIES ${properties})
+    gtest_discover_tests(${name}
+        DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${name}."
+        PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_LABEL})
 endfunction()
+
+# A header of its own rather than definitions on every command line: only what includes it differs between checkouts,
+# so that the compiler cache serves the rest of the tests to all of them.
+file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/kz_paths.h" CONTENT [=[
+// Where this build tree and its sources are, for tests.
+#pragma once
+
+#define KZ_BUILD_DIR "@PROJECT_BINARY_DIR@"
+#define KZ_SOURCE_DIR "@PROJECT_SOURCE_DIR@"
+]=] @ONLY)
 
 # kz_add_plugin(): links the object libraries of all folders that are there into the one plug-in.
 function(kz_add_plugin)
-    set(parts kz_module kz_wrap kz_kzmod kz_serve kz_script)
-    set(present "")
-    foreach(part IN LISTS parts)
+    set(parts "")
+    foreach(part IN ITEMS kz_module kz_wrap kz_kzmod kz_serve kz_script kz_plugin)
         if(TARGET ${part})
-            list(APPEND present ${part})
+            list(APPEND parts ${part})
         endif()
     endforeach()
-    if(NOT TARGET kz_module)
+    if(NOT parts)
         return()
     endif()
     add_library(kzPython2 MODULE)
-    target_link_libraries(kzPython2 PRIVATE ${present} kz_options)
+    target_link_libraries(kzPython2 PRIVATE ${parts} kz_options)
     target_link_options(kzPython2 PRIVATE -Wl,--no-undefined -Wl,--exclude-libs,ALL)
     set_target_properties(kzPython2 PROPERTIES
         PREFIX "" LINKER_LANGUAGE CXX LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/plugins")
