@@ -9,15 +9,21 @@
 // FAILED. Call it only inside a catch block.
 KzResult kzCodeOfException() noexcept;
 
-// Runs an operation of an interface. A result operation returns the thrown code; an operation that returns a plain
-// value returns zero; a void operation just returns.
-template <class Operation> auto kzBoundary(Operation&& operation) noexcept {
-    using Value = std::invoke_result_t<Operation>;
+// Runs a result operation of an interface: a thrown code is its result.
+template <class Operation> KzResult kzBoundary(Operation&& operation) noexcept {
     try {
         return operation();
     } catch (...) {
-        [[maybe_unused]] const KzResult code = kzCodeOfException();
-        if constexpr (std::is_same_v<Value, KzResult>) return code;
-        else return Value();
+        return kzCodeOfException();
+    }
+}
+
+// Runs an operation that returns a plain value or nothing: where it throws, the value is zero. It is told apart by
+// name because a plain 32-bit value and a result code are one type.
+template <class Operation> auto kzValueBoundary(Operation&& operation) noexcept {
+    try {
+        return operation();
+    } catch (...) {
+        return std::invoke_result_t<Operation>();
     }
 }

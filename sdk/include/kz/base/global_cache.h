@@ -46,3 +46,8 @@ private:
     std::vector<Initialiser> m_initialisers;
     IKzThreadService* m_threads = nullptr;
 };
+
+// Makes a wrapper hold the host's service of the wrapper's interface; it stays empty when the host has none.
+inline void kzTakeService(CKzLocalizedObject& wrapper) {
+    if (const CKzGlobalCache* cache = CKzGlobalCache::current()) wrapper.take(cache->service(wrapper.guid()));
+}

@@ -1,0 +1,286 @@
+// Part "sdk": one C++ header for each description file, and kz/all.h.
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <set>
+
+#include <fmt/format.h>
+
+#include "emit.h"
+
+namespace kzgen {
+
+namespace {
+
+using Text = std::back_insert_iterator<std::string>;
+
+/// The codes that the hand-written base needs before any header is made: its names, and ours.
+struct BaseCode {
+    std::string_view base;
+    std::string_view name;
+};
+constexpr std::array baseCodes = {
+    BaseCode{"kzOk", "OK"},
+    BaseCode{"kzFailedCode", "FAILED"},
+    BaseCode{"kzNotImplemented", "NOTIMPL"},
+    BaseCode{"kzOutOfMemory", "OUTOFMEMORY"},
+    BaseCode{"kzNoInterface", "NOINTERFACE"},
+    BaseCode{"kzOutOfBounds", "OUTOFBOUNDS"},
+    BaseCode{"kzNotFound", "NOTFOUND"},
+};
+
+// Types and arguments
+
+std::string returnType(const Type& type) {
+    return type.kind == Kind::Pointer && !type.name.empty() ? type.name + "*" : std::string(info(type.kind).value);
+}
+
+std::string parameterType(const Parameter& parameter) {
+    if (parameter.type.kind == Kind::Pointer && !parameter.type.name.empty()) {
+        return parameter.type.name + (parameter.output ? "** " : "* ");
+    }
+    const KindInfo& kind = info(parameter.type.kind);
+    return std::string(parameter.output ? kind.output : kind.input);
+}
+
+/// How names of parameters are written: as they are, as comments, or alone as the arguments of a call.
+enum class Names { Declared, Commented, Passed };
+
+std::string parameterText(const std::string& type, const std::string& name, Names names) {
+    switch (names) {
+    case Names::Declared: return type + name;
+    case Names::Commented: return fmt::format("{}/*{}*/", type, name);
+    default: return name;
+    }
+}
+
+std::string parameterList(const Method& method, Names names) {
+    std::vector<std::string> all;
+    for (const Parameter& parameter : method.parameters) {
+        all.push_back(parameterText(parameterType(parameter), parameter.name, names));
+        if (parameter.type.kind == Kind::Text) {
+            all.push_back(parameterText("uint32_t ", parameter.name + "Length", names));
+        }
+    }
+    return fmt::format("{}", fmt::join(all, ", "));
+}
+
+// Constants
+
+std::string guidInitialiser(const Guid& guid) {
+    std::string digits;
+    std::copy_if(guid.text.begin(), guid.text.end(), std::back_inserter(digits), [](char c) { return c != '-'; });
+    std::vector<std::string> bytes;
+    for (size_t at = 16; at < 32; at += 2) {
+        bytes.push_back("0x" + digits.substr(at, 2));
+    }
+    return fmt::format("{{0x{}, 0x{}, 0x{}, {{{}}}}}", digits.substr(0, 8), digits.substr(8, 4), digits.substr(12, 4),
+                       fmt::join(bytes, ", "));
+}
+
+std::string_view integerType(const Constant& constant, int64_t value) {
+    const char family = constant.name[0];
+    if (family == 'e') {
+        return "KzResult";
+    }
+    const bool bits = (family == 'f' || family == 'm') && value >= 0 && value <= int64_t{UINT32_MAX};
+    if (!bits && value >= INT32_MIN && value <= INT32_MAX) {
+        return "int32_t";
+    }
+    return value >= 0 && value <= int64_t{UINT32_MAX} ? "uint32_t" : "int64_t";
+}
+
+std::string constantText(const Constant& constant) {
+    struct Visitor {
+        const Constant& constant;
+        std::string operator()(const IntegerValue& integer) const {
+            const bool code = integer.written.starts_with('\'');
+            std::string digits = code ? fmt::format("0x{:X}", integer.value) : integer.written;
+            digits.erase(std::remove(digits.begin(), digits.end(), 'L'), digits.end());
+            return fmt::format("{} KZ{} = {};", integerType(constant, integer.value), constant.name, digits);
+        }
+        std::string operator()(const RealValue& real) const {
+            return fmt::format("double KZ{} = {};", constant.name, real.written);
+        }
+        std::string operator()(const TextValue& text) const {
+            return fmt::format("char KZ{}[] = {};", constant.name, cppLiteral(text.text));
+        }
+        std::string operator()(const Guid& guid) const {
+            return fmt::format("KzGuid KZ{}{};", constant.name, guidInitialiser(guid));
+        }
+    };
+    return std::visit(Visitor{constant}, constant.value);
+}
+
+void emitConstants(const Header& header, Text out) {
+    for (const Constant& constant : header.constants) {
+        fmt::format_to(out, "{}", commentLines("", "//", constant.summary));
+        if (constant.name == "u_UNKNOWN") { // the base has it already
+            fmt::format_to(out, "static_assert(KZu_UNKNOWN == KzGuid{});\n",
+                           guidInitialiser(std::get<Guid>(constant.value)));
+        } else {
+            fmt::format_to(out, "inline constexpr {}\n", constantText(constant));
+        }
+    }
+}
+
+void emitCodes(const Header& header, Text out) {
+    for (const Code& code : header.codes) {
+        fmt::format_to(out, "{}inline constexpr KzResult KZ{} = 0x{:08X};\n", commentLines("", "//", code.summary),
+                       code.symbol(), code.value);
+    }
+    for (const auto& [base, name] : baseCodes) {
+        const bool here = std::any_of(header.codes.begin(), header.codes.end(), [&n = name](const Code& code) {
+            return !code.headerOwn && code.name == n;
+        });
+        if (here) {
+            fmt::format_to(out, "static_assert(KZe_{} == {});\n", name, base);
+        }
+    }
+}
+
+// Interfaces
+
+void emitInterface(const Interface& each, Text out) {
+    fmt::format_to(out, "{}class IKz{} : public IKzUnknown {{\npublic:\n", commentLines("", "//", each.summary),
+                   each.stem());
+    for (const Method& method : each.methods) {
+        fmt::format_to(out, "{}    virtual {} {}({}) = 0;\n", commentLines("    ", "//", method.summary),
+                       returnType(method.returns), method.name, parameterList(method, Names::Declared));
+    }
+    fmt::format_to(out, "\nprotected:\n    ~IKz{}() = default;\n}};\n\n", each.stem());
+}
+
+std::string_view defaultBody(const Method& method) {
+    if (method.returns.kind == Kind::Void) {
+        return "{}";
+    }
+    const bool notImplemented = method.returns.kind == Kind::Result && method.inert != Inert::Zero;
+    return notImplemented ? "{ return kzNotImplemented; }" : "{ return {}; }";
+}
+
+void emitImplementationBase(const Interface& each, Text out) {
+    fmt::format_to(out, "class CKzImpl_{0} {{\npublic:\n    virtual ~CKzImpl_{0}() = default;\n", each.stem());
+    for (const Method& method : each.methods) {
+        fmt::format_to(out, "    virtual {} {}_{}({}) {}\n", returnType(method.returns), each.prefix(), method.name,
+                       parameterList(method, Names::Commented), defaultBody(method));
+    }
+    fmt::format_to(out, "}};\n\n");
+}
+
+void emitSlot(const Interface& each, Text out) {
+    fmt::format_to(out,
+                   "template <class T> class CKzIfc_{0} : public CKzSlot<IKz{0}> {{\npublic:\n"
+                   "    using CKzSlot<IKz{0}>::CKzSlot;\n",
+                   each.stem());
+    for (const Method& method : each.methods) {
+        // A plain uint and a result code are one C++ type: only the description tells which of the two zero is.
+        const std::string_view boundary = method.returns.kind == Kind::Result ? "kzBoundary" : "kzValueBoundary";
+        fmt::format_to(out, "    {} {}({}) final {{ return {}([&] {{ return this->self().{}_{}({}); }}); }}\n",
+                       returnType(method.returns), method.name, parameterList(method, Names::Declared), boundary,
+                       each.prefix(), method.name, parameterList(method, Names::Passed));
+    }
+    fmt::format_to(out, "\nprivate:\n    T& self() const {{ return *static_cast<T*>(this->object()); }}\n}};\n\n");
+}
+
+void emitWrapper(const Interface& each, Text out) {
+    fmt::format_to(out,
+                   "class CKzLoc_{0} : public CKzLocalize<IKz{0}> {{\npublic:\n"
+                   "    const KzGuid& guid() const override {{ return KZu_{1}; }}\n}};\n\n",
+                   each.stem(), each.symbol);
+}
+
+/// Calls to an empty user object answer as if an object without the interface had been asked.
+std::string userBody(const Method& method) {
+    const std::string call = fmt::format("this->ptr()->{}({})", method.name, parameterList(method, Names::Passed));
+    switch (method.returns.kind) {
+    case Kind::Void: return fmt::format("if (this->ptr()) {};", call);
+    case Kind::Result: return fmt::format("return this->ptr() ? {} : kzNoInterface;", call);
+    default: return fmt::format("if (this->ptr()) return {}; else return {{}};", call);
+    }
+}
+
+void emitUser(const Interface& each, Text out) {
+    fmt::format_to(out, "class CKzUser_{0} : public CKzLoc_{0} {{\npublic:\n", each.stem());
+    if (each.service) {
+        fmt::format_to(out, "    CKzUser_{}() {{ kzTakeService(*this); }}\n", each.stem());
+    } else {
+        fmt::format_to(out,
+                       "    CKzUser_{0}() = default;\n"
+                       "    explicit CKzUser_{0}(IKzUnknown* object) {{ set(object); }}\n",
+                       each.stem());
+    }
+    for (const Method& method : each.methods) {
+        fmt::format_to(out, "    {} {}({}) const {{ {} }}\n", returnType(method.returns), method.name,
+                       parameterList(method, Names::Declared), userBody(method));
+    }
+    fmt::format_to(out, "}};\n\n");
+}
+
+void emitInterfaceClasses(const Interface& each, Text out) {
+    fmt::format_to(out, "// {0}\n\ninline constexpr KzGuid KZu_{1}{2};\n", each.name, each.symbol,
+                   guidInitialiser(each.guid));
+    if (each.server) {
+        fmt::format_to(out, "inline constexpr char KZa_{}[] = {};\n", each.symbol, cppLiteral(*each.server));
+    }
+    fmt::format_to(out, "\n");
+    emitInterface(each, out);
+    emitImplementationBase(each, out);
+    emitSlot(each, out);
+    emitWrapper(each, out);
+    emitUser(each, out);
+}
+
+// Files
+
+/// The SDK's structs that the header's pointers name. What does not begin with Kz is not ours to declare.
+std::set<std::string> structNames(const Header& header) {
+    std::set<std::string> names;
+    const auto note = [&](const Type& type) {
+        const size_t start = type.name.starts_with("const ") ? 6 : 0;
+        if (type.kind == Kind::Pointer && type.name.compare(start, 2, "Kz") == 0) {
+            names.insert(type.name.substr(start));
+        }
+    };
+    for (const Interface& each : header.interfaces) {
+        for (const Method& method : each.methods) {
+            note(method.returns);
+            std::for_each(method.parameters.begin(), method.parameters.end(), [&](const auto& p) { note(p.type); });
+        }
+    }
+    return names;
+}
+
+std::string headerText(const Header& header) {
+    std::string text = openingLines("//", header.summary, header);
+    const Text out = std::back_inserter(text);
+    fmt::format_to(out, "#pragma once\n\n#include \"kz/base/codes.h\"\n");
+    if (!header.interfaces.empty()) {
+        fmt::format_to(out, "#include \"kz/base/boundary.h\"\n#include \"kz/base/global_cache.h\"\n"
+                            "#include \"kz/base/polymorph.h\"\n");
+    } else {
+        fmt::format_to(out, "#include \"kz/base/unknown.h\"\n");
+    }
+    const std::set<std::string> structs = structNames(header);
+    fmt::format_to(out, "\n{}", structs.empty() ? "" : fmt::format("struct {};\n\n", fmt::join(structs, ";\nstruct ")));
+    for (const Interface& each : header.interfaces) {
+        emitInterfaceClasses(each, out);
+    }
+    emitConstants(header, out);
+    emitCodes(header, out);
+    return text;
+}
+
+} // namespace
+
+void emitSdk(const Model& model, Output& output) {
+    std::string all = openingLines("//", "Every header of the SDK, in the order in which they are registered.", model);
+    all += "#pragma once\n\n";
+    for (const Header& header : model.headers) {
+        output.write("kz/" + header.name + ".h", headerText(header));
+        all += fmt::format("#include \"kz/{}.h\"\n", header.name);
+    }
+    output.write("kz/all.h", all);
+}
+
+} // namespace kzgen

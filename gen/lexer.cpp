@@ -1,0 +1,251 @@
+// Splits a description file into words and comments.
+#include "lexer.h"
+
+#include <cctype>
+
+#include <fmt/format.h>
+
+namespace kzgen {
+
+namespace {
+
+constexpr uint32_t maxColumns = 120;
+
+bool isNameStart(char c) {
+    return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_';
+}
+
+bool isNamePart(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+}
+
+bool isDigit(char c) {
+    return std::isdigit(static_cast<unsigned char>(c)) != 0;
+}
+
+std::string trimmed(std::string_view text) {
+    const size_t first = text.find_first_not_of(" \t\r");
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
+}
+
+class Lexer {
+public:
+    Lexer(const SourceFile& file, Diagnostics& diagnostics) : m_file(file), m_text(file.text), m_errors(diagnostics) {}
+
+    LexedFile run() {
+        while (m_pos < m_text.size()) {
+            step();
+        }
+        checkLineLength();
+        emit(TokenKind::End, here(), "");
+        return std::move(m_out);
+    }
+
+private:
+    [[nodiscard]] char peek(size_t ahead = 0) const {
+        return m_pos + ahead < m_text.size() ? m_text[m_pos + ahead] : '\0';
+    }
+    [[nodiscard]] Place here() const {
+        return {&m_file, m_line, static_cast<uint32_t>(m_pos - m_lineStart) + 1};
+    }
+    void emit(TokenKind kind, const Place& at, std::string text) {
+        m_lineHasCode = true;
+        m_out.tokens.push_back({kind, std::move(text), at});
+    }
+
+    void step() {
+        const char c = peek();
+        if (c == '\n') {
+            newLine();
+        } else if (c == ' ' || c == '\r') {
+            ++m_pos;
+        } else if (c == '/' && peek(1) == '/') {
+            comment();
+        } else if (isNameStart(c)) {
+            word(TokenKind::Name, &isNamePart);
+        } else if (isDigit(c) || (c == '-' && isDigit(peek(1)))) {
+            number();
+        } else if (c == '"') {
+            text();
+        } else if (c == '\'') {
+            charCode();
+        } else {
+            mark();
+        }
+    }
+
+    void newLine() {
+        checkLineLength();
+        ++m_pos;
+        ++m_line;
+        m_lineStart = m_pos;
+        m_lineHasCode = false;
+    }
+
+    void checkLineLength() {
+        const size_t columns = m_pos - m_lineStart;
+        if (columns > maxColumns) {
+            m_errors.error({&m_file, m_line, maxColumns + 1}, fmt::format("a line of {} columns", columns),
+                           fmt::format("at most {}", maxColumns));
+        }
+    }
+
+    void comment() {
+        const Place at = here();
+        const size_t end = std::min(m_text.find('\n', m_pos), m_text.size());
+        m_out.comments.add(m_line, at.column, !m_lineHasCode, trimmed(m_text.substr(m_pos + 2, end - m_pos - 2)));
+        m_pos = end;
+    }
+
+    void word(TokenKind kind, bool (*belongs)(char)) {
+        const Place at = here();
+        const size_t start = m_pos++;
+        while (belongs(peek())) {
+            ++m_pos;
+        }
+        emit(kind, at, std::string(m_text.substr(start, m_pos - start)));
+    }
+
+    /// Takes everything that could be meant as one number; what it is worth is judged where its type is known.
+    void number() {
+        word(TokenKind::Number, [](char c) { return isNamePart(c) || c == '.'; });
+        const std::string& soFar = m_out.tokens.back().text;
+        const bool exponent = (soFar.back() == 'e' || soFar.back() == 'E') && soFar.find('x') == std::string::npos;
+        if (exponent && (peek() == '-' || peek() == '+')) {
+            Token mantissa = std::move(m_out.tokens.back());
+            m_out.tokens.pop_back();
+            word(TokenKind::Number, &isDigit);
+            m_out.tokens.back().text.insert(0, mantissa.text);
+            m_out.tokens.back().at = mantissa.at;
+        }
+    }
+
+    void text() {
+        const Place at = here();
+        std::string value;
+        ++m_pos;
+        while (peek() != '"') {
+            if (m_pos >= m_text.size() || peek() == '\n') {
+                m_errors.error(at, "a text without its closing quote", "'\"' on the same line");
+                emit(TokenKind::Text, at, std::move(value));
+                return;
+            }
+            value += peek() == '\\' ? escape() : m_text[m_pos++];
+        }
+        ++m_pos;
+        emit(TokenKind::Text, at, std::move(value));
+    }
+
+    char escape() {
+        const Place at = here();
+        const char c = peek(1);
+        m_pos += c == '\n' || c == '\0' ? 1 : 2;
+        switch (c) {
+        case '"':
+        case '\\': return c;
+        case 'n': return '\n';
+        case 't': return '\t';
+        default: m_errors.error(at, fmt::format("the escape '\\{}'", c), R"(one of \" \\ \n \t)"); return c;
+        }
+    }
+
+    void charCode() {
+        const Place at = here();
+        const size_t end = m_text.find_first_of("'\n", m_pos + 1);
+        const bool closed = end != std::string_view::npos && m_text[end] == '\'';
+        const size_t stop = std::min(end, m_text.size());
+        std::string value(m_text.substr(m_pos + 1, stop - m_pos - 1));
+        if (!closed || value.size() != 4) {
+            m_errors.error(at, fmt::format("'{}'", value), "a code of four characters such as 'EXEC'");
+            value = "0000";
+        }
+        m_pos = closed ? stop + 1 : stop;
+        emit(TokenKind::CharCode, at, std::move(value));
+    }
+
+    void mark() {
+        const char c = peek();
+        if (std::string_view("[](){}<>,;=").find(c) == std::string_view::npos) {
+            const bool printable = std::isprint(static_cast<unsigned char>(c)) != 0;
+            m_errors.error(here(), printable ? fmt::format("'{}'", c) : fmt::format("byte 0x{:02X}", uint8_t(c)),
+                           c == '\t' ? "blanks for indentation" : "a name, a number, a text or punctuation");
+            ++m_pos;
+            return;
+        }
+        const Place at = here();
+        ++m_pos;
+        emit(TokenKind::Mark, at, std::string(1, c));
+    }
+
+    const SourceFile& m_file;
+    std::string_view m_text;
+    Diagnostics& m_errors;
+    LexedFile m_out;
+    size_t m_pos = 0;
+    size_t m_lineStart = 0;
+    uint32_t m_line = 1;
+    bool m_lineHasCode = false;
+};
+
+void append(std::string& text, std::string_view line) {
+    if (!text.empty() && !line.empty()) {
+        text += ' ';
+    }
+    text += line;
+}
+
+} // namespace
+
+std::string describe(const Token& token) {
+    switch (token.kind) {
+    case TokenKind::End: return "the end of the file";
+    case TokenKind::Text: return fmt::format("the text \"{}\"", token.text);
+    case TokenKind::Number: return fmt::format("the number {}", token.text);
+    default: return inQuotes(token.text);
+    }
+}
+
+void Comments::add(uint32_t line, uint32_t column, bool ownLine, std::string text) {
+    m_byLine[line] = {column, ownLine, std::move(text)};
+}
+
+const Comments::Comment* Comments::at(uint32_t line) const {
+    const auto found = m_byLine.find(line);
+    return found == m_byLine.end() ? nullptr : &found->second;
+}
+
+bool Comments::continuesTrailing(uint32_t line) const {
+    const Comment* comment = at(line);
+    if (comment == nullptr || !comment->ownLine) {
+        return false;
+    }
+    const Comment* above = at(line - 1);
+    return above != nullptr && above->column == comment->column && (!above->ownLine || continuesTrailing(line - 1));
+}
+
+std::string Comments::summary(uint32_t firstLine, uint32_t lastLine) const {
+    uint32_t line = firstLine;
+    while (line > 1 && at(line - 1) != nullptr && at(line - 1)->ownLine && !continuesTrailing(line - 1)) {
+        --line;
+    }
+    std::string text;
+    for (; line < firstLine; ++line) {
+        append(text, at(line)->text);
+    }
+    if (const Comment* behind = at(lastLine); behind != nullptr && !behind->ownLine) {
+        append(text, behind->text);
+        for (uint32_t next = lastLine + 1; continuesTrailing(next); ++next) {
+            append(text, at(next)->text);
+        }
+    }
+    return text;
+}
+
+LexedFile lex(const SourceFile& file, Diagnostics& diagnostics) {
+    return Lexer(file, diagnostics).run();
+}
+
+} // namespace kzgen

@@ -1,0 +1,12 @@
+// Reads one description file into a header of the model.
+#pragma once
+
+#include "model.h"
+#include "source.h"
+
+namespace kzgen {
+
+/// Reads as much as can be understood: after an error it goes on behind the next ';' or '}'.
+Header parse(const SourceFile& file, Diagnostics& diagnostics);
+
+} // namespace kzgen

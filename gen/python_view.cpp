@@ -1,0 +1,108 @@
+// How signatures and values read in Python.
+#include "python_view.h"
+
+#include <fmt/format.h>
+
+namespace kzgen {
+
+namespace {
+
+std::string joined(const std::vector<std::string>& parts) {
+    return fmt::format("{}", fmt::join(parts, ","));
+}
+
+/// Outputs read like arguments, but a returned object says only what it is.
+std::string outputDoc(const Model& model, const Parameter& output) {
+    const std::string type = returnDocType(model, output.type);
+    return output.type.kind == Kind::Object ? type : type + " " + output.name;
+}
+
+std::string returnsDoc(const Model& model, const Method& method) {
+    std::vector<std::string> parts;
+    if (method.returnsPlainValue()) {
+        parts.push_back(returnDocType(model, method.returns));
+    }
+    for (const Parameter* output : method.outputs()) {
+        parts.push_back(outputDoc(model, *output));
+    }
+    if (parts.empty()) {
+        return {};
+    }
+    return (parts.size() == 1 ? parts.front() : "(" + joined(parts) + ")") + " = ";
+}
+
+} // namespace
+
+std::string argumentDocType(const Type& type) {
+    return std::string(info(type.kind).docType);
+}
+
+std::string returnDocType(const Model& model, const Type& type) {
+    if (type.kind == Kind::Object && !type.name.empty()) {
+        return model.wrapperName(type) + " object";
+    }
+    return argumentDocType(type);
+}
+
+std::string docString(const Model& model, const Method& method) {
+    std::vector<std::string> arguments;
+    for (const Parameter* input : method.inputs()) {
+        arguments.push_back(argumentDocType(input->type) + " " + input->name);
+    }
+    return fmt::format("{}{}({})", returnsDoc(model, method), method.name, joined(arguments));
+}
+
+std::string parseFormat(const Method& method) {
+    std::string format;
+    for (const Parameter* input : method.inputs()) {
+        format += info(input->type.kind).parse;
+    }
+    return format;
+}
+
+std::string buildFormat(const Method& method) {
+    std::string format = "(";
+    for (const Parameter* input : method.inputs()) {
+        format += info(input->type.kind).build;
+    }
+    return format + ")";
+}
+
+std::string pythonMethodName(const Interface& interface, const Method& method) {
+    const bool forwarded = interface.adapter && !interface.adapter->empty() && method.inert == Inert::No;
+    return forwarded ? *interface.adapter + "_" + method.name : std::string();
+}
+
+std::string pythonLiteral(const std::string& text) {
+    std::string literal = "'";
+    for (const char c : text) {
+        switch (c) {
+        case '\\':
+        case '\'': literal += std::string("\\") + c; break;
+        case '\n': literal += "\\n"; break;
+        case '\t': literal += "\\t"; break;
+        default: literal += c;
+        }
+    }
+    return literal + "'";
+}
+
+std::string pythonLiteral(const Value& value) {
+    struct Visitor {
+        std::string operator()(const IntegerValue& integer) const {
+            const bool code = integer.written.starts_with('\''); // Python has no such literal
+            const std::string digits = code ? fmt::format("0x{:X}", integer.value) : integer.written;
+            return digits + (integer.isLong && !digits.ends_with('L') ? "L" : "");
+        }
+        std::string operator()(const RealValue& real) const { return real.written; }
+        std::string operator()(const TextValue& text) const { return pythonLiteral(text.text); }
+        std::string operator()(const Guid& guid) const { return pythonLiteral(guid.text); }
+    };
+    return std::visit(Visitor{}, value);
+}
+
+std::string pythonLiteral(const Code& code) {
+    return fmt::format("0x{:X}{}", code.value, code.headerOwn ? "" : "L");
+}
+
+} // namespace kzgen
