@@ -1,0 +1,105 @@
+// Python exceptions as texts and log entries.
+#include "module/error_report.h"
+
+#include "module/checks.h"
+#include "module/output.h"
+
+#include <frameobject.h>
+
+#include <algorithm>
+#include <vector>
+
+KzException KzException::fetch() {
+    PyObject* type = nullptr;
+    PyObject* value = nullptr;
+    PyObject* traceback = nullptr;
+    PyErr_Fetch(&type, &value, &traceback);
+    PyErr_NormalizeException(&type, &value, &traceback);
+    return {CPyRefNull(type), CPyRefNull(value), CPyRefNull(traceback)};
+}
+
+std::string kzStringOf(PyObject* object) {
+    CPyRefNull text(PyObject_Str(object));
+    if (text.get() == nullptr) {
+        PyErr_Clear();
+        // A unicode text outside ASCII has no str() form, but its meaning must not be lost on the way to the log.
+        CPyRefNull wide(PyObject_Unicode(object));
+        if (wide.get() != nullptr) text.adopt(PyUnicode_AsUTF8String(wide));
+        PyErr_Clear();
+    }
+    kzNonNull(text.get());
+    return {PyString_AS_STRING(text.get()), static_cast<std::size_t>(PyString_GET_SIZE(text.get()))};
+}
+
+std::string kzExceptionName(PyObject* type, PyObject* value) {
+    if (type != nullptr && PyType_Check(type)) {
+        CPyRefNull name(PyObject_GetAttrString(type, "__name__"));
+        if (name.get() != nullptr && PyString_Check(name.get())) return PyString_AS_STRING(name.get());
+        PyErr_Clear();
+        return {};
+    }
+    return value != nullptr ? Py_TYPE(value)->tp_name : std::string();
+}
+
+namespace {
+
+struct Frame {
+    std::string file;
+    int line;
+};
+
+// Innermost first; the traceback itself runs from the outermost frame inward.
+std::vector<Frame> framesOf(PyObject* traceback) {
+    std::vector<Frame> frames;
+    for (auto* entry = reinterpret_cast<PyTracebackObject*>(traceback); entry != nullptr; entry = entry->tb_next) {
+        PyObject* file = entry->tb_frame->f_code->co_filename;
+        frames.push_back({PyString_Check(file) ? PyString_AS_STRING(file) : "?", entry->tb_lineno});
+    }
+    std::reverse(frames.begin(), frames.end());
+    return frames;
+}
+
+std::string headingOf(const KzException& exception) {
+    PyObject* type = exception.type;
+    PyObject* value = exception.value;
+    if (type == nullptr) {
+        std::string heading = "Unexpected or NULL exception";
+        if (value != nullptr) heading += std::string(" (") + Py_TYPE(value)->tp_name + ")";
+        return heading;
+    }
+    if (PyErr_GivenExceptionMatches(type, PyExc_SystemExit)) return "sys.exit() exception";
+    std::string heading = "Unhandled exception";
+    if (const std::string name = kzExceptionName(type, value); !name.empty()) heading += " \"" + name + "\"";
+    if (value != nullptr && value != Py_None)
+        if (const std::string text = kzStringOf(value); !text.empty()) heading += "; " + text;
+    return heading;
+}
+
+bool isExit(const KzException& exception) {
+    return exception.type != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SystemExit);
+}
+
+}  // namespace
+
+std::string kzTracebackText(PyObject* traceback, const char* separator) {
+    std::string text;
+    for (const Frame& frame : framesOf(traceback)) {
+        if (!text.empty()) text += separator;
+        text += frame.file;
+        if (!text.empty()) text += ": line " + std::to_string(frame.line);
+    }
+    return text;
+}
+
+void kzReportException(const KzException& exception) {
+    // The exit code of a script says the rest; leaving is no failure of the module.
+    kzWrite(headingOf(exception).c_str(), isExit(exception) ? 1U : kzFailedCode);
+    for (const Frame& frame : framesOf(exception.traceback))
+        kzWrite((" .. " + frame.file + ": " + std::to_string(frame.line)).c_str(), 1);
+}
+
+void kzPrintException(const char* heading) {
+    const KzException exception = KzException::fetch();
+    if (heading != nullptr) kzWrite(heading, 2);
+    kzReportException(exception);
+}

@@ -1,0 +1,70 @@
+// The started interpreter's record, and start-up itself.
+#pragma once
+
+#include "module/py_ref.h"
+
+#include "kz/dialog.h"
+#include "kz/file.h"
+#include "kz/platform.h"
+
+#include <string>
+#include <vector>
+
+// The host monitor behind one kz.Monitor object, and the service it came from.
+struct CMonitorRecord {
+    CKzLoc_Monitor monitor;  // empty when none was allocated, or once it has been handed back
+    CKzUser_StdDialogService dialogs;
+
+    void release() noexcept;
+};
+
+class MainInterpreter {
+public:
+    MainInterpreter() = default;
+    // Ends Python if it was started. The thread that destroys the record must not hold the interpreter lock.
+    ~MainInterpreter();
+    MainInterpreter(const MainInterpreter&) = delete;
+    MainInterpreter& operator=(const MainInterpreter&) = delete;
+
+    // Starts Python. `progress` names the step under way. Throws the code of the step that failed.
+    void start(std::string& progress);
+
+    PyThreadState* mainThread() const noexcept { return m_mainThread; }
+
+    // The dictionaries of __main__, in which console lines run and from which every script takes a copy.
+    CPyRef globals;
+    CPyRef locals;
+    // The running script's argument string, and the tuple parsed from it.
+    CPyRef argument;
+    CPyRef arguments;
+    // Settings that every script run saves, sets and restores.
+    bool anglesInDegrees = false;
+    std::uint32_t executionFlags = 0xFFFFFFFFU;
+    int runFlag = 0;
+
+    std::vector<CMonitorRecord*> monitors;  // those of live kz.Monitor objects
+    void releaseMonitors() noexcept;
+
+private:
+    void setHome();
+    void setProgramName();
+    void initialise();
+    void buildModule();
+    void importFirstModules();
+    void extendPath();
+    void importSite();
+    void importWidgets();
+    void takeMainDictionaries();
+
+    bool resolve(const char* alias, std::string& path);
+    void prependIfResolved(const char* alias);
+
+    CKzUser_FileService m_files;
+    PyThreadState* m_mainThread = nullptr;
+    // The interpreter keeps the pointers it was given, so these live until it has ended.
+    std::string m_home;
+    std::string m_programName;
+};
+
+// Turns an aliased path into a local one. Any failure empties the path and is returned.
+KzResult kzLocalPath(IKzFileService& files, const char* alias, std::string& path);

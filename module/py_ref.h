@@ -1,0 +1,67 @@
+// Owning references to Python objects. All of them need the interpreter lock for everything they do.
+#pragma once
+
+#include "module/python.h"
+
+#include "kz/base/codes.h"
+
+#include <utility>
+
+// Holds one reference or null.
+class CPyRef_Any {
+public:
+    CPyRef_Any(const CPyRef_Any&) = delete;
+    CPyRef_Any& operator=(const CPyRef_Any&) = delete;
+    virtual ~CPyRef_Any() { Py_XDECREF(m_object); }
+
+    PyObject* get() const noexcept { return m_object; }
+    operator PyObject*() const noexcept { return m_object; }
+    // The reference passes to the caller. A CPyRef must not be used afterwards.
+    PyObject* release() noexcept { return std::exchange(m_object, nullptr); }
+
+protected:
+    explicit CPyRef_Any(PyObject* object) noexcept : m_object(object) {}
+    // The new object must already be owned; the old one is dropped last, because dropping may run code.
+    void replace(PyObject* owned) noexcept {
+        PyObject* old = std::exchange(m_object, owned);
+        Py_XDECREF(old);
+    }
+
+    PyObject* m_object;
+};
+
+// Never null: empty, it holds None. A null pointer throws FAILED.
+class CPyRef : public CPyRef_Any {
+public:
+    enum Ownership : bool { borrowed = false, owned = true };
+
+    CPyRef() noexcept : CPyRef_Any(Py_None) { Py_INCREF(m_object); }
+    explicit CPyRef(PyObject* object, Ownership ownership = borrowed) : CPyRef_Any(checked(object)) {
+        if (ownership == borrowed) Py_INCREF(m_object);
+    }
+    CPyRef(const CPyRef& other) noexcept : CPyRef_Any(other.m_object) { Py_INCREF(m_object); }
+    CPyRef& operator=(const CPyRef& other) { return *this = other.m_object; }
+    CPyRef& operator=(PyObject* object) {
+        Py_INCREF(checked(object));
+        replace(object);
+        return *this;
+    }
+
+private:
+    static PyObject* checked(PyObject* object) {
+        if (object == nullptr) throw kzFailedCode;
+        return object;
+    }
+};
+
+// May be null. Adopts the reference that a Python call returned.
+class CPyRefNull : public CPyRef_Any {
+public:
+    explicit CPyRefNull(PyObject* adopted = nullptr) noexcept : CPyRef_Any(adopted) {}
+    CPyRefNull(CPyRefNull&& other) noexcept : CPyRef_Any(other.release()) {}
+    CPyRefNull& operator=(CPyRefNull&& other) noexcept {
+        replace(other.release());
+        return *this;
+    }
+    void adopt(PyObject* object) noexcept { replace(object); }
+};

@@ -1,0 +1,25 @@
+// The bottom of the output stack.
+#include "module/root_output.h"
+
+#include "kz/base/global_cache.h"
+
+#include <string>
+
+CRootOutput::CRootOutput() {
+    if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_service.take(cache->service(KZu_LOGSERVICE));
+}
+
+void CRootOutput::write(const char* text, KzResult code) {
+    if (!m_service) return;
+    CKzLoc_Unknown found;
+    if (!m_subsystem && kzSucceeded(m_service->SubSystemLookup("python", found.out()))) m_subsystem.set(found.raw());
+    CKzLoc_Unknown entry;
+    if (kzFailed(m_service->CreateEntry(code, text, entry.out())) || !m_subsystem) return;
+    m_subsystem->AddEntry(entry.raw());
+}
+
+void CRootOutput::trace(const char* name, const char* message, KzResult code) {
+    // 0x03 opens the host log's inline style markup.
+    const std::string line = std::string("\x03(f:FONT_ITALIC) kz.trace: ") + message + " - " + name + "\x03(f:FONT_DEFAULT)";
+    write(line.c_str(), code);
+}

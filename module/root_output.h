@@ -1,0 +1,16 @@
+// The bottom of the output stack: writes into the host's event log.
+#pragma once
+
+#include "module/output.h"
+
+// Entries of the log subsystem "python".
+class CRootOutput : public COutput {
+public:
+    CRootOutput();
+    void trace(const char* name, const char* message, KzResult code) override;
+    void write(const char* text, KzResult code) override;
+
+private:
+    CKzUser_LogService m_service;
+    CKzLoc_Log m_subsystem;  // looked up when something is first written
+};

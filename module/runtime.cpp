@@ -1,0 +1,141 @@
+// The process-wide interpreter and the gate in front of it.
+#include "module/runtime.h"
+
+#include "module/checks.h"
+#include "module/error_report.h"
+#include "module/output.h"
+#include "module/parts.h"
+
+#include "kz/result.h"
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+std::atomic<PythonRuntime*> theRuntime{nullptr};
+std::atomic<bool> theReady{false};     // started, servers imported: entries need not look further
+std::atomic<bool> theGateClosed{false};
+std::atomic<std::uint32_t> theInside{0};
+std::recursive_mutex theStartLock;
+KzModuleParts theParts;
+
+// Destroys what a failed start has built, whatever it failed with.
+class StartAttempt {
+public:
+    explicit StartAttempt(std::unique_ptr<MainInterpreter>& record) : m_record(&record) {}
+    ~StartAttempt() {
+        if (m_record != nullptr) m_record->reset();
+    }
+    StartAttempt(const StartAttempt&) = delete;
+    StartAttempt& operator=(const StartAttempt&) = delete;
+    void succeeded() noexcept { m_record = nullptr; }
+
+private:
+    std::unique_ptr<MainInterpreter>* m_record;
+};
+
+// How long unload waits for threads that are still running Python.
+constexpr std::chrono::seconds patience{10};
+
+}  // namespace
+
+void kzSetParts(const KzModuleParts& parts) noexcept { theParts = parts; }
+const KzModuleParts& kzParts() noexcept { return theParts; }
+
+PythonRuntime* PythonRuntime::current() noexcept { return theRuntime; }
+
+bool PythonRuntime::enter() noexcept {
+    ++theInside;
+    if (!theGateClosed) return true;
+    --theInside;
+    return false;
+}
+
+void PythonRuntime::leave() noexcept { --theInside; }
+
+MainInterpreter* PythonRuntime::interpreter() {
+    if (m_state != notStarted) return m_state == started ? m_interpreter.get() : nullptr;
+    m_state = started;
+    m_kzuObject = nullptr;
+    m_failure = KZe_STARTUP;  // until the last step is done
+    m_interpreter = std::make_unique<MainInterpreter>();
+    StartAttempt attempt(m_interpreter);
+    try {
+        m_interpreter->start(m_progress);
+    } catch (KzResult code) {
+        if (kzFailed(code)) m_failure = code;
+        throw m_failure;
+    }
+    attempt.succeeded();
+    m_failure = 0;
+    m_progress.clear();
+    m_mainThread = m_interpreter->mainThread();
+    return m_interpreter.get();
+}
+
+void PythonRuntime::ensureStarted() {
+    if (theReady) return;
+    // The host's first entries are not to race, but if they do, the later ones wait here.
+    const std::lock_guard lock(theStartLock);
+    if (theGateClosed) throw KZe_NOTAVAILABLE;
+    if (theRuntime == nullptr) {
+        theRuntime = new PythonRuntime();
+        theRuntime.load()->interpreter();
+        theRuntime.load()->importServers();
+        theReady = true;
+    }
+    if (const KzResult code = theRuntime.load()->failure()) throw code;
+}
+
+PyObject* PythonRuntime::kzuObject() {
+    if (m_kzuObject != nullptr) return m_kzuObject;
+    if (m_state == started) {
+        const CPyRefNull imported(PyImport_ImportModule("kzu.object"));
+        if (imported.get() == nullptr) {
+            kzWrite("kzu.object failed to import", KZe_INFO);
+            kzPrintException();
+        }
+    }
+    m_kzuObject = PyImport_AddModule("kzu.object");
+    return m_kzuObject;
+}
+
+void PythonRuntime::importServers() {
+    PyEval_AcquireThread(m_mainThread);
+    {
+        const CPyRefNull result(
+            PyRun_String("import kzserv\n", Py_file_input, m_interpreter->globals, m_interpreter->locals));
+        if (result.get() == nullptr) kzPrintException("importing servers (kzserv) failed");
+    }
+    PyEval_ReleaseThread(m_mainThread);
+}
+
+void PythonRuntime::closeGate() noexcept {
+    theGateClosed = true;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (theInside != 0 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+void PythonRuntime::stop() {
+    closeGate();  // before the lock: whoever is inside may be waiting for it
+    const std::lock_guard lock(theStartLock);
+    theReady = false;
+    PythonRuntime* runtime = theRuntime;
+    if (runtime == nullptr) return;
+    const bool stragglers = theInside != 0;
+    if (runtime->m_interpreter && !stragglers) {
+        PyEval_AcquireThread(runtime->m_mainThread);
+        theParts.releaseServers();
+        PyEval_ReleaseThread(runtime->m_mainThread);
+    }
+    runtime->m_state = shutDown;
+    // With a thread still inside, finalisation would pull the interpreter away under it: Python is left as it is.
+    if (stragglers) static_cast<void>(runtime->m_interpreter.release());
+    else runtime->m_interpreter.reset();
+    runtime->m_progress.clear();
+    theParts.forgetPython();
+    kzReleaseOutput();
+    delete theRuntime.exchange(nullptr);
+}

@@ -1,0 +1,54 @@
+// The process-wide interpreter: started on first use, stopped once, and closed to everybody afterwards.
+#pragma once
+
+#include "module/main_interpreter.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+
+class PythonRuntime {
+public:
+    enum State : std::uint32_t { notStarted = 0, started = 1, shutDown = 2 };
+
+    // The runtime of the process; null before the first entry and after unload.
+    static PythonRuntime* current() noexcept;
+
+    // The started interpreter's record, starting it if nobody has; null after a failed start and after shut-down.
+    // Throws the failure code of the start that this call made.
+    MainInterpreter* interpreter();
+
+    State state() const noexcept { return m_state; }
+    // Names the start-up step under way, and after a failed start the one that failed. Empty otherwise.
+    const std::string& progress() const noexcept { return m_progress; }
+    // What a failed start answered; 0 while nothing failed.
+    KzResult failure() const noexcept { return m_failure; }
+    PyThreadState* mainThread() const noexcept { return m_mainThread; }
+
+    // The SDK's support module; an empty module of that name when it cannot be imported. Borrowed.
+    PyObject* kzuObject();
+    // Runs "import kzserv\n" under the main thread state.
+    void importServers();
+
+    // Creates the runtime and starts Python unless that has happened. Throws the start's failure code, now and on every
+    // later call; NOTAVAILABLE after shut-down.
+    static void ensureStarted();
+    // Stops Python for good: turns new entries away, waits for those inside, and finalises.
+    static void stop();
+
+    // Every entry that takes the interpreter lock is counted from before it asks for the lock until it has given it back.
+    // False when Python is gone.
+    static bool enter() noexcept;
+    static void leave() noexcept;
+
+private:
+    static void closeGate() noexcept;
+
+    std::atomic<State> m_state{notStarted};
+    std::unique_ptr<MainInterpreter> m_interpreter;
+    PyThreadState* m_mainThread = nullptr;
+    PyObject* m_kzuObject = nullptr;
+    std::string m_progress;
+    KzResult m_failure = 0;
+};
