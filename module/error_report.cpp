@@ -18,6 +18,13 @@ KzException KzException::fetch() {
     return {CPyRefNull(type), CPyRefNull(value), CPyRefNull(traceback)};
 }
 
+KzException KzException::fetchOrHandled() {
+    if (PyErr_Occurred() != nullptr) return fetch();
+    PyThreadState* thread = PyThreadState_GET();
+    const auto take = [](PyObject*& place) { return CPyRefNull(std::exchange(place, nullptr)); };
+    return {take(thread->exc_type), take(thread->exc_value), take(thread->exc_traceback)};
+}
+
 std::string kzStringOf(PyObject* object) {
     CPyRefNull text(PyObject_Str(object));
     if (text.get() == nullptr) {

@@ -13,6 +13,8 @@ struct KzException {
 
     // Takes the pending exception, which is then no longer pending.
     static KzException fetch();
+    // As fetch; when none is pending, takes the one that the calling Python code is handling in an except clause.
+    static KzException fetchOrHandled();
 };
 
 // The string form of an object; throws FAILED when it has none, and the Python error is cleared.
@@ -27,5 +29,5 @@ std::string kzTracebackText(PyObject* traceback, const char* separator);
 // Writes the heading and one " .. FILE: LINE" entry for each frame, innermost first.
 void kzReportException(const KzException& exception);
 
-// Writes and clears the pending exception, under an optional heading.
+// Writes and clears the pending exception, under an optional heading. Throws FAILED when its texts cannot be made.
 void kzPrintException(const char* heading = nullptr);

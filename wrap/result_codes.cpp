@@ -181,7 +181,7 @@ PyObject* kzNotimplFunction(PyObject* /*self*/, PyObject* /*args*/) { return kzR
 
 PyObject* kzExcResultFunction(PyObject* /*self*/, PyObject* /*args*/) {
     return kzPythonEntry([] {
-        const KzException exception = KzException::fetch();
+        const KzException exception = KzException::fetchOrHandled();
         return PyLong_FromUnsignedLong(kzResultOfException(exception.type, exception.value));
     });
 }
@@ -190,7 +190,9 @@ PyObject* kzOutExFunction(PyObject* /*self*/, PyObject* args) {
     const char* heading = nullptr;
     if (PyArg_ParseTuple(args, "|s", &heading) == 0) return nullptr;
     return kzPythonEntry([&] {
-        kzPrintException(heading);
+        const KzException exception = KzException::fetchOrHandled();
+        if (heading != nullptr) kzWrite(heading, 2);
+        kzReportException(exception);
         Py_RETURN_NONE;
     });
 }
