@@ -3,8 +3,6 @@
 
 #include "kz/base/global_cache.h"
 
-#include <string>
-
 CRootOutput::CRootOutput() {
     if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_service.take(cache->service(KZu_LOGSERVICE));
 }
@@ -19,7 +17,10 @@ void CRootOutput::write(const char* text, KzResult code) {
 }
 
 void CRootOutput::trace(const char* name, const char* message, KzResult code) {
+    write(kzTraceMarkup(name, message).c_str(), code);
+}
+
+std::string kzTraceMarkup(const char* name, const char* message) {
     // 0x03 opens the host log's inline style markup.
-    const std::string line = std::string("\x03(f:FONT_ITALIC) kz.trace: ") + message + " - " + name + "\x03(f:FONT_DEFAULT)";
-    write(line.c_str(), code);
+    return std::string("\x03(f:FONT_ITALIC) kz.trace: ") + message + " - " + name + "\x03(f:FONT_DEFAULT)";
 }

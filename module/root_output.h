@@ -3,6 +3,11 @@
 
 #include "module/output.h"
 
+#include <string>
+
+// A trace line in the host log's inline style markup.
+std::string kzTraceMarkup(const char* name, const char* message);
+
 // Entries of the log subsystem "python".
 class CRootOutput : public COutput {
 public:

@@ -1,0 +1,194 @@
+// The console: lines are gathered until they form a statement, which runs in the main dictionaries.
+#include "script/line_interpreter.h"
+
+#include "module/checks.h"
+#include "module/output.h"
+#include "module/py_lock.h"
+#include "module/runtime.h"
+#include "script/static_tags.h"
+#include "wrap/result_codes.h"
+
+#include "kz/base/global_cache.h"
+#include "kz/command.h"
+#include "kz/result.h"
+#include "kz/script.h"
+#include "kz/value.h"
+
+#include <optional>
+
+namespace Python_LineInterp {
+
+namespace {
+
+constexpr KzTagRecord tags[] = {{"server.username", "Python", nullptr}};
+
+// Shows on the console what a line writes.
+class CExecOutput : public COutput {
+public:
+    explicit CExecOutput(IKzUnknown* execution) { m_execution.set(execution); }
+    void trace(const char* name, const char* message, KzResult code) override {
+        inform(std::string(kzFailed(code) ? "trace error: " : "trace: ") + name + " - " + message);
+    }
+    void write(const char* text, KzResult code) override { inform(kzFailed(code) ? std::string("ERROR: ") + text : text); }
+    IKzLineExecution* console() const { return m_execution.ptr(); }
+
+private:
+    void inform(const std::string& text) {
+        if (m_execution) m_execution->Info(text.c_str());
+    }
+
+    CKzLoc_LineExecution m_execution;
+};
+
+class CLineInterpreter : public CKzImpl_LineInterpreter, public CStaticTags<tags> {
+public:
+    CLineInterpreter();
+    KzResult lin_Prompt(std::int32_t continued, const char** prompt) override;
+    KzResult lin_Execute(const char* line, IKzUnknown* execution) override;
+    KzResult lin_Reset() override;
+
+private:
+    bool isToWait(bool wasPending, bool isEmptyLine);
+    KzResult run(IKzUnknown* execution);
+    void passResults(PyObject* result, IKzLineExecution* console);
+
+    std::string m_pending;
+    CKzUser_CommandService m_commands;
+};
+
+// One failed compile of the pending text; nullopt when it compiled.
+struct CompileError {
+    bool isSyntax;
+    std::string text;
+};
+
+std::optional<CompileError> compileError(const std::string& text) {
+    const CPyRefNull code(Py_CompileString(text.c_str(), "<stdin>", Py_file_input));
+    if (code.get() != nullptr) return std::nullopt;
+    const KzException exception = KzException::fetch();
+    const bool isSyntax =
+        exception.type.get() != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SyntaxError) != 0;
+    return CompileError{isSyntax, exception.value.get() != nullptr ? kzStringOf(exception.value) : std::string()};
+}
+
+void reportStartFailure(KzResult code) {
+    const PythonRuntime* runtime = PythonRuntime::current();
+    const std::string step = runtime != nullptr ? runtime->progress() : std::string();
+    kzWrite(step.empty() ? "error thrown on startup" : ("init failed: " + step).c_str(), code);
+}
+
+// Python is started when the console is made, so that a failure is told before the first line.
+CLineInterpreter::CLineInterpreter() {
+    if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_commands.take(cache->service(KZu_COMMANDSERVICE));
+    try {
+        const CPyLock lock;
+        return;
+    } catch (KzResult code) {
+        reportStartFailure(code);
+    } catch (const std::exception& error) {
+        kzWrite(error.what(), KZe_STARTUP);
+    }
+    kzWrite("Python subsystem failed to start", KZe_STARTUP);
+}
+
+KzResult CLineInterpreter::lin_Prompt(std::int32_t continued, const char** prompt) {
+    *prompt = m_pending.empty() != (continued != 0) ? ">>> " : "... ";
+    return KZe_OK;
+}
+
+KzResult CLineInterpreter::lin_Reset() {
+    m_pending.clear();
+    return KZe_OK;
+}
+
+KzResult CLineInterpreter::lin_Execute(const char* line, IKzUnknown* execution) {
+    const std::string_view text = line != nullptr ? line : "";
+    if (m_pending.empty() && text.empty()) return KZe_SCRIPT_LINEISCOMMENT;
+    CPyLock lock;
+    kzSetQuiet(false);
+    const bool wasPending = !m_pending.empty();
+    if (wasPending) m_pending += '\n';
+    m_pending += text;
+    return isToWait(wasPending, text.empty()) ? KZe_OK : run(execution);
+}
+
+// A block that is complete goes on until an empty line ends it.
+bool CLineInterpreter::isToWait(bool wasPending, bool isEmptyLine) {
+    switch (checkCompleteness(m_pending)) {
+    case Completeness::incomplete: return true;
+    case Completeness::complete: return wasPending && !isEmptyLine;
+    case Completeness::error: return false;
+    }
+    return false;
+}
+
+KzResult CLineInterpreter::run(IKzUnknown* execution) {
+    CExecOutput output(execution);
+    const COutputScope scope(output);
+    const std::string statement = std::move(m_pending);
+    m_pending.clear();
+    MainInterpreter& interpreter = *kzNonNull(PythonRuntime::current()->interpreter(), KZe_NOTAVAILABLE);
+    CPyRefNull code(Py_CompileString(statement.c_str(), "<stdin>", Py_eval_input));
+    if (code.get() == nullptr) {
+        PyErr_Clear();
+        code.adopt(Py_CompileString(statement.c_str(), "<stdin>", Py_file_input));
+    }
+    const CPyRefNull result(code.get() == nullptr ? nullptr
+                                                  : PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()),
+                                                                    interpreter.globals, interpreter.locals));
+    if (result.get() == nullptr) return kzResultOfPending();
+    if (result.get() != Py_None) passResults(result, output.console());
+    return KZe_OK;
+}
+
+std::vector<std::string> textsOf(PyObject* result) {
+    if (PyString_Check(result) || PyUnicode_Check(result) || PySequence_Check(result) == 0) return {kzStringOf(result)};
+    const CPyRefNull items(PySequence_List(result));  // a copy: making texts runs code that may change the sequence
+    kzNonNull(items.get());
+    std::vector<std::string> texts;
+    for (Py_ssize_t index = 0; index < PyList_GET_SIZE(items.get()); ++index) {
+        const CPyRef item(PyList_GET_ITEM(items.get(), index));
+        texts.push_back(kzStringOf(item));
+    }
+    return texts;
+}
+
+void CLineInterpreter::passResults(PyObject* result, IKzLineExecution* console) {
+    std::vector<std::string> texts;
+    try {
+        texts = textsOf(result);
+    } catch (KzResult) {
+        if (PyErr_Occurred() != nullptr) kzPrintException();
+        throw;
+    }
+    if (!m_commands) throw KZe_FAILED;
+    CKzLoc_Unknown made;
+    CKzLoc_ValueArray values;
+    kzTrue(kzSucceeded(m_commands->CreateQueryObject("string", made.out())) && values.set(made.raw()));
+    for (const std::string& text : texts) kzTrue(kzSucceeded(values->AddString(text.c_str())));
+    if (console != nullptr) console->Results(values.raw());
+}
+
+}  // namespace
+
+Completeness checkCompleteness(std::string& text) {
+    std::optional<CompileError> error = compileError(text);
+    if (!error) return Completeness::complete;
+    if (!error->isSyntax) return Completeness::error;
+    text += '\n';
+    const std::optional<CompileError> second = compileError(text);
+    if (!second || !second->isSyntax) return Completeness::incomplete;
+    text += "\n\n";
+    const std::optional<CompileError> third = compileError(text);
+    if (!third) return Completeness::incomplete;
+    return second->text == third->text ? Completeness::error : Completeness::incomplete;
+}
+
+void registerServer(CKzThisModule& module) {
+    static CKzPolymorph<CLineInterpreter> polymorph;
+    polymorph.append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>(KZu_LINEINTERPRETER));
+    polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>(KZu_TAGDESCRIPTION));
+    module.addServer("python", &polymorph);
+}
+
+}  // namespace Python_LineInterp

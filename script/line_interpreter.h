@@ -1,0 +1,14 @@
+// The line interpreter server "python": the host's console.
+#pragma once
+
+#include "module/this_module.h"
+
+namespace Python_LineInterp {
+
+void registerServer(CKzThisModule& module);
+
+// Whether a text is a whole statement. Newlines that the test appends stay in the text.
+enum class Completeness { complete, incomplete, error };
+Completeness checkCompleteness(std::string& text);
+
+}  // namespace Python_LineInterp

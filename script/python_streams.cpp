@@ -1,0 +1,188 @@
+// Python's own output, line by line to the current sink.
+#include "script/python_streams.h"
+
+#include "module/checks.h"
+#include "module/output.h"
+#include "module/py_ref.h"
+#include "wrap/result_codes.h"
+
+#include <structmember.h>
+
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+struct Stream {
+    PyObject_HEAD
+    std::string* held;  // text after the last line feed
+    KzResult level;
+    int descriptor;
+    int softspace;  // the print statement keeps its state here
+};
+
+Stream* self(PyObject* object) { return reinterpret_cast<Stream*>(object); }
+
+Stream* theStreams[2] = {nullptr, nullptr};  // borrowed from sys; the types are never subclassed
+
+void writeLine(const Stream& stream, std::string line) {
+    // A zero byte would end the text for the log: show it instead of losing what follows.
+    for (std::size_t at = line.find('\0'); at != std::string::npos; at = line.find('\0', at + 4))
+        line.replace(at, 1, "\\x00");
+    kzWrite(line.c_str(), stream.level);
+}
+
+void flushHeld(Stream& stream) {
+    if (stream.held == nullptr || stream.held->empty()) return;
+    const std::string line = std::move(*stream.held);
+    stream.held->clear();
+    writeLine(stream, line);
+}
+
+void flushOthers(const Stream& stream) {
+    for (Stream* other : theStreams)
+        if (other != nullptr && other != &stream) flushHeld(*other);
+}
+
+void append(Stream& stream, const char* text, std::size_t size) {
+    flushOthers(stream);
+    // The text is taken out first: while a line is written, the flush hook must not see the next one.
+    std::string lines = std::move(*stream.held);
+    stream.held->clear();
+    lines.append(text, size);
+    std::size_t start = 0;
+    for (std::size_t feed = lines.find('\n'); feed != std::string::npos; feed = lines.find('\n', start)) {
+        writeLine(stream, lines.substr(start, feed - start));
+        start = feed + 1;
+    }
+    *stream.held = lines.substr(start);
+}
+
+PyObject* streamWrite(PyObject* object, PyObject* text) {
+    return kzPythonEntry([=]() -> PyObject* {
+        CPyRefNull encoded;
+        if (PyUnicode_Check(text)) {
+            encoded.adopt(PyUnicode_AsUTF8String(text));
+            kzNonNull(encoded.get());
+            text = encoded;
+        }
+        const char* bytes = nullptr;
+        Py_ssize_t size = 0;
+        if (PyObject_AsCharBuffer(text, &bytes, &size) != 0) return nullptr;
+        append(*self(object), bytes, static_cast<std::size_t>(size));
+        Py_RETURN_NONE;
+    });
+}
+
+PyObject* streamWriteLines(PyObject* object, PyObject* lines) {
+    return kzPythonEntry([=]() -> PyObject* {
+        const CPyRefNull iterator(PyObject_GetIter(lines));
+        kzNonNull(iterator.get());
+        for (CPyRefNull line(PyIter_Next(iterator)); line.get() != nullptr; line.adopt(PyIter_Next(iterator))) {
+            const CPyRefNull written(streamWrite(object, line));
+            kzNonNull(written.get());
+        }
+        if (PyErr_Occurred() != nullptr) return nullptr;
+        Py_RETURN_NONE;
+    });
+}
+
+PyObject* streamFlush(PyObject* object, PyObject* /*args*/) {
+    return kzPythonEntry([=] {
+        flushHeld(*self(object));
+        Py_RETURN_NONE;
+    });
+}
+
+// Never a terminal: what is written becomes entries of a log.
+PyObject* streamIsATty(PyObject* /*object*/, PyObject* /*args*/) { Py_RETURN_FALSE; }
+
+// The process's own stream, for code that hands it to a child process.
+PyObject* streamFileno(PyObject* object, PyObject* /*args*/) { return PyInt_FromLong(self(object)->descriptor); }
+
+PyObject* streamTrue(PyObject* /*object*/, PyObject* /*args*/) { Py_RETURN_TRUE; }
+PyObject* streamFalse(PyObject* /*object*/, PyObject* /*args*/) { Py_RETURN_FALSE; }
+
+// Closing the process's output is nobody's business; what is held back is passed on.
+PyObject* streamClose(PyObject* object, PyObject* args) { return streamFlush(object, args); }
+
+PyMethodDef streamMethods[] = {
+    {"write", streamWrite, METH_O, "Pass text to the current output; whole lines at once, the rest when its line ends."},
+    {"writelines", streamWriteLines, METH_O, "Write each string of a sequence."},
+    {"flush", streamFlush, METH_NOARGS, "Pass on what is held back of an unfinished line."},
+    {"isatty", streamIsATty, METH_NOARGS, "False."},
+    {"fileno", streamFileno, METH_NOARGS, "The descriptor of the process's own stream."},
+    {"close", streamClose, METH_NOARGS, "As flush: the stream stays open."},
+    {"readable", streamFalse, METH_NOARGS, "False."},
+    {"writable", streamTrue, METH_NOARGS, "True."},
+    {"seekable", streamFalse, METH_NOARGS, "False."},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+PyObject* constantText(PyObject* /*object*/, void* text) {
+    return PyString_FromString(static_cast<const char*>(text));
+}
+
+PyObject* streamName(PyObject* object, void* /*unused*/) {
+    return PyString_FromString(self(object)->descriptor == STDERR_FILENO ? "<stderr>" : "<stdout>");
+}
+
+PyObject* streamClosed(PyObject* /*object*/, void* /*unused*/) { Py_RETURN_FALSE; }
+PyObject* streamNone(PyObject* /*object*/, void* /*unused*/) { Py_RETURN_NONE; }
+
+PyGetSetDef streamAttributes[] = {
+    {kzText("encoding"), constantText, nullptr, kzText("How unicode text is written."), kzText("UTF-8")},
+    {kzText("errors"), constantText, nullptr, kzText("Encoding errors are raised."), kzText("strict")},
+    {kzText("mode"), constantText, nullptr, nullptr, kzText("w")},
+    {kzText("name"), streamName, nullptr, nullptr, nullptr},
+    {kzText("closed"), streamClosed, nullptr, nullptr, nullptr},
+    {kzText("newlines"), streamNone, nullptr, nullptr, nullptr},
+    {nullptr, nullptr, nullptr, nullptr, nullptr},
+};
+
+PyMemberDef streamMembers[] = {
+    {kzText("softspace"), T_INT, offsetof(Stream, softspace), 0, nullptr},
+    {nullptr, 0, 0, 0, nullptr},
+};
+
+void streamFree(PyObject* object) {
+    for (Stream*& known : theStreams)
+        if (known == self(object)) known = nullptr;
+    flushHeld(*self(object));
+    delete std::exchange(self(object)->held, nullptr);
+    Py_TYPE(object)->tp_free(object);
+}
+
+PyTypeObject streamType = {
+    PyVarObject_HEAD_INIT(nullptr, 0) "kz.OutputStream", sizeof(Stream), 0, streamFree, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    Py_TPFLAGS_DEFAULT, "Passes what Python prints to the host's log.", nullptr, nullptr, nullptr, 0, nullptr, nullptr,
+    streamMethods, streamMembers, streamAttributes, nullptr, nullptr, nullptr, nullptr, 0, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0};
+
+void flushStreams() noexcept {
+    for (Stream* stream : theStreams) {
+        if (stream == nullptr) continue;
+        kzBoundary([stream] { flushHeld(*stream); });
+    }
+}
+
+void install(const char* name, const char* original, int descriptor, KzResult level) {
+    const CPyRefNull object(kzNonNull(PyType_GenericAlloc(&streamType, 0)));
+    Stream* stream = self(object);
+    stream->held = new std::string();
+    stream->level = level;
+    stream->descriptor = descriptor;
+    kzNonNegative(PySys_SetObject(kzText(name), object));
+    kzNonNegative(PySys_SetObject(kzText(original), object));
+    theStreams[descriptor == STDERR_FILENO ? 1 : 0] = stream;
+}
+
+}  // namespace
+
+void kzInstallStreams() {
+    kzNonNegative(PyType_Ready(&streamType));
+    install("stdout", "__stdout__", STDOUT_FILENO, 1);
+    install("stderr", "__stderr__", STDERR_FILENO, 2);
+    kzSetFlushHook(flushStreams);
+}

@@ -1,0 +1,85 @@
+// The text script interpreter server.
+#include "script/script_interpreter.h"
+
+#include "module/py_lock.h"
+#include "script/interpreter_script.h"
+#include "script/static_tags.h"
+
+#include "kz/result.h"
+#include "kz/script.h"
+
+#include <cstring>
+
+namespace Python_Script {
+
+namespace {
+
+constexpr KzTagRecord tags[] = {
+    {"server.username", "Python Scripts", nullptr},
+    {"loader.dosPattern", "*.py", nullptr},
+    {"saver.dosType", "PY", nullptr},
+};
+
+class CInterpreter : public CKzImpl_TextScriptInterpreter, public CStaticTags<tags> {
+public:
+    KzResult tsi_ValidateHeader(const char* header) override;
+    KzResult tsi_Run(IKzUnknown* script, std::uint32_t flags, const char* args, IKzUnknown* message) override;
+};
+
+KzResult CInterpreter::tsi_ValidateHeader(const char* header) {
+    return header != nullptr && std::strstr(header, "python") != nullptr ? KZe_OK : KZe_SCRIPT_UNKNOWN;
+}
+
+// What the script is called: its path, or the name that a user knows it by.
+std::string identify(IKzScript& script) {
+    const char* name = nullptr;
+    if ((kzFailed(script.Hash(&name)) || name == nullptr) && kzFailed(script.UserName(&name))) name = nullptr;
+    return name != nullptr ? name : "";
+}
+
+// The text without its trailing idle lines; the script's own text where memory for a copy is short.
+class CTrimmedText {
+public:
+    explicit CTrimmedText(const char* text) : m_text(text) {
+        try {
+            m_copy = text;
+        } catch (const std::bad_alloc&) {
+            return;
+        }
+        trimTrailingLines(m_copy);
+        m_text = m_copy.c_str();
+    }
+    const char* get() const noexcept { return m_text; }
+
+private:
+    std::string m_copy;
+    const char* m_text;
+};
+
+KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const char* args, IKzUnknown* message) {
+    CKzLoc_Script held;
+    CKzLoc_Message heldMessage;
+    heldMessage.set(message);
+    if (!held.set(script)) return KZe_INVALIDARG;
+    const std::string name = identify(*held.ptr());
+    const char* source = nullptr;
+    if (const KzResult code = held->Buffer(&source); kzFailed(code)) return code;
+    const CTrimmedText text(source != nullptr ? source : "");
+
+    CPyLock lock;
+    kzSetQuiet(false);
+    CInterpreterScript run(name, flags);
+    run.prepare(heldMessage.ptr(), args);
+    return run.execute(text.get());
+}
+
+}  // namespace
+
+void registerServer(CKzThisModule& module) {
+    static CKzPolymorph<CInterpreter> polymorph;
+    polymorph.append(kzMakeRecord<CKzIfc_TextScriptInterpreter<CInterpreter>>(KZu_TEXTSCRIPTINTERPRETER));
+    polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CInterpreter>>(KZu_TAGDESCRIPTION));
+    module.addServer("python", &polymorph);
+}
+
+}  // namespace Python_Script
