@@ -105,7 +105,7 @@ nlohmann::json adapterJson(const AdapterCensus& adapter) {
               {"nothing", count(adapter, Inert::Nothing)}}}};
 }
 
-} // namespace
+}  // namespace
 
 size_t AdapterCensus::inertTotal() const {
     return std::accumulate(inert.begin(), inert.end(), size_t{0},
@@ -186,4 +186,4 @@ std::string asJson(const Census& census) {
     return json.dump(2) + "\n";
 }
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -13,20 +13,91 @@ namespace kzgen {
 namespace {
 
 constexpr std::array cppWords = {
-    "alignas", "alignof", "and", "asm", "auto", "bool", "break", "case", "catch", "char", "class", "concept", "const",
-    "constexpr", "continue", "decltype", "default", "delete", "do", "double", "else", "enum", "explicit", "export",
-    "extern", "false", "float", "for", "friend", "goto", "if", "inline", "int", "long", "mutable", "namespace", "new",
-    "noexcept", "not", "nullptr", "operator", "or", "private", "protected", "public", "register", "requires", "return",
-    "short", "signed", "sizeof", "static", "struct", "switch", "template", "this", "throw", "true", "try", "typedef",
-    "typeid", "typename", "union", "unsigned", "using", "virtual", "void", "volatile", "while", "xor",
+    "alignas",
+    "alignof",
+    "and",
+    "asm",
+    "auto",
+    "bool",
+    "break",
+    "case",
+    "catch",
+    "char",
+    "class",
+    "concept",
+    "const",
+    "constexpr",
+    "continue",
+    "decltype",
+    "default",
+    "delete",
+    "do",
+    "double",
+    "else",
+    "enum",
+    "explicit",
+    "export",
+    "extern",
+    "false",
+    "float",
+    "for",
+    "friend",
+    "goto",
+    "if",
+    "inline",
+    "int",
+    "long",
+    "mutable",
+    "namespace",
+    "new",
+    "noexcept",
+    "not",
+    "nullptr",
+    "operator",
+    "or",
+    "private",
+    "protected",
+    "public",
+    "register",
+    "requires",
+    "return",
+    "short",
+    "signed",
+    "sizeof",
+    "static",
+    "struct",
+    "switch",
+    "template",
+    "this",
+    "throw",
+    "true",
+    "try",
+    "typedef",
+    "typeid",
+    "typename",
+    "union",
+    "unsigned",
+    "using",
+    "virtual",
+    "void",
+    "volatile",
+    "while",
+    "xor",
     // macros of the C library
-    "assert", "errno", "stdin", "stdout", "stderr", "NULL", "EOF",
+    "assert",
+    "errno",
+    "stdin",
+    "stdout",
+    "stderr",
+    "NULL",
+    "EOF",
 };
 
 // A Python method of such a name could not be called, or would hide what every wrapper offers.
-constexpr std::array pythonWords = {"as", "def", "del", "elif", "except", "exec", "finally", "from", "global", "import",
-                                    "in", "is", "lambda", "pass", "print", "raise", "with", "yield", "None", "set",
-                                    "test", "QueryInterface", "AddRef", "Release"};
+constexpr std::array pythonWords = {"as",      "def",  "del",    "elif",           "except", "exec",
+                                    "finally", "from", "global", "import",         "in",     "is",
+                                    "lambda",  "pass", "print",  "raise",          "with",   "yield",
+                                    "None",    "set",  "test",   "QueryInterface", "AddRef", "Release"};
 
 template <class Words> bool contains(const Words& words, std::string_view name) {
     return std::find(words.begin(), words.end(), name) != words.end();
@@ -43,7 +114,7 @@ bool isIdentifier(std::string_view text) {
            std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
 }
 
-/// Names that may be given once, with the place of their first use.
+// Names that may be given once, with the place of their first use.
 class Unique {
 public:
     explicit Unique(Diagnostics& errors) : m_errors(errors) {}
@@ -119,7 +190,7 @@ private:
 
     void guid(const Guid& given) {
         if (given.text.empty()) {
-            return; // reported where it is missing
+            return;  // reported where it is missing
         }
         if (!given.wellFormed()) {
             m_errors.error(given.at, inQuotes(given.text), "8-4-4-4-12 hexadecimal digits");
@@ -187,9 +258,11 @@ private:
     void inert(const Method& method) {
         const Kind returns = method.returns.kind;
         if (method.inert == Inert::NotImplemented && returns != Kind::Result) {
-            m_errors.error(method.at, "inert(NOTIMPL) on " + inQuotes(method.name), "it where the method returns 'result'");
+            m_errors.error(method.at, "inert(NOTIMPL) on " + inQuotes(method.name),
+                           "it where the method returns 'result'");
         } else if (method.inert == Inert::Zero && returns == Kind::Void) {
-            m_errors.error(method.at, "inert(0) on " + inQuotes(method.name), "'inert' where the method returns 'void'");
+            m_errors.error(method.at, "inert(0) on " + inQuotes(method.name),
+                           "'inert' where the method returns 'void'");
         } else if (method.inert == Inert::Nothing && returns != Kind::Void) {
             m_errors.error(method.at, "inert without a value on " + inQuotes(method.name),
                            "inert(NOTIMPL) or inert(0) where the method returns something");
@@ -203,13 +276,15 @@ private:
 
     void method(const Method& method) {
         if (contains(cppWords, method.name) || contains(pythonWords, method.name)) {
-            m_errors.error(method.at, "method " + inQuotes(method.name), "a name that neither language keeps for itself");
+            m_errors.error(method.at, "method " + inQuotes(method.name),
+                           "a name that neither language keeps for itself");
         }
         interfaceName(method.returns);
         Unique names(m_errors);
         bool outputSeen = false;
         for (const Parameter& parameter : method.parameters) {
-            names.add(parameter.name, "parameter " + inQuotes(parameter.name) + " again", "a name of its own", parameter.at);
+            names.add(parameter.name, "parameter " + inQuotes(parameter.name) + " again", "a name of its own",
+                      parameter.at);
             if (contains(cppWords, parameter.name)) {
                 m_errors.error(parameter.at, "parameter " + inQuotes(parameter.name), "a name that C++ leaves free");
             }
@@ -262,8 +337,9 @@ private:
         const std::string family = familyOf(each.name);
         if (family.empty() || family == "e") {
             m_errors.error(each.at, "constant " + inQuotes(each.name),
-                           family == "e" ? "'error' for a header's own result code"
-                                         : "a name of a family: u_ a_ s_ i_ f_ m_ v_ e_, or s i f m v a d and a capital");
+                           family == "e"
+                               ? "'error' for a header's own result code"
+                               : "a name of a family: u_ a_ s_ i_ f_ m_ v_ e_, or s i f m v a d and a capital");
             return;
         }
         const bool wantsGuid = family == "u_";
@@ -296,8 +372,8 @@ private:
         m_results.add(each.name, "result code " + inQuotes(each.name) + " again", "a name of its own", each.at);
     }
 
-    /// An implementation offers all its interfaces' methods side by side. Sharing a prefix is a wish to share methods;
-    /// a given prefix that meets another interface's default one is an accident.
+    // An implementation offers all its interfaces' methods side by side. Sharing a prefix is a wish to share methods;
+    // a given prefix that meets another interface's default one is an accident.
     void prefixes() {
         std::map<std::string, const Interface*> given;
         for (const Header& header : m_model.headers) {
@@ -338,10 +414,10 @@ private:
     Unique m_results;
 };
 
-} // namespace
+}  // namespace
 
 void check(const Model& model, Completeness completeness, Diagnostics& diagnostics) {
     Checker(model, completeness, diagnostics).run();
 }
 
-} // namespace kzgen
+}  // namespace kzgen

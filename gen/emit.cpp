@@ -31,7 +31,7 @@ std::string opening(std::string_view mark, std::string_view contents, std::strin
                        contents, from, hash);
 }
 
-} // namespace
+}  // namespace
 
 void Output::write(const std::string& name, std::string_view text) {
     const fs::path path = m_folder / name;
@@ -87,4 +87,4 @@ std::string cppLiteral(std::string_view text) {
     return literal + "\"";
 }
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -10,19 +10,19 @@
 
 namespace kzgen {
 
-/// Where an emitter puts its files.
+// Where an emitter puts its files.
 class Output {
 public:
     explicit Output(std::filesystem::path folder) : m_folder(std::move(folder)) {}
 
-    /// A file of the given text. One that has it already keeps its date, so nothing is built again for it.
+    // A file of the given text. One that has it already keeps its date, so nothing is built again for it.
     void write(const std::string& name, std::string_view text);
 
 private:
     std::filesystem::path m_folder;
 };
 
-/// One of the things that are made from the model.
+// One of the things that are made from the model.
 struct Part {
     std::string_view name;
     std::string_view purpose;
@@ -31,17 +31,17 @@ struct Part {
 
 const std::vector<Part>& parts();
 
-/// The opening comment lines of a generated file. `mark` begins a comment in the file's language.
+// The opening comment lines of a generated file. `mark` begins a comment in the file's language.
 std::string openingLines(std::string_view mark, std::string_view contents, const Header& header);
 std::string openingLines(std::string_view mark, std::string_view contents, const Model& model);
 
-/// The text as comment lines of at most 120 columns.
+// The text as comment lines of at most 120 columns.
 std::string commentLines(std::string_view indent, std::string_view mark, std::string_view text);
 
-/// The text as a C string literal with its quotes.
+// The text as a C string literal with its quotes.
 std::string cppLiteral(std::string_view text);
 
 void emitSdk(const Model& model, Output& output);
 void emitDocs(const Model& model, Output& output);
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -14,7 +14,7 @@ namespace {
 
 using Text = std::back_insert_iterator<std::string>;
 
-/// The codes that the hand-written base needs before any header is made: its names, and ours.
+// The codes that the hand-written base needs before any header is made: its names, and ours.
 struct BaseCode {
     std::string_view base;
     std::string_view name;
@@ -43,7 +43,7 @@ std::string parameterType(const Parameter& parameter) {
     return std::string(parameter.output ? kind.output : kind.input);
 }
 
-/// How names of parameters are written: as they are, as comments, or alone as the arguments of a call.
+// How names of parameters are written: as they are, as comments, or alone as the arguments of a call.
 enum class Names { Declared, Commented, Passed };
 
 std::string parameterText(const std::string& type, const std::string& name, Names names) {
@@ -115,7 +115,7 @@ std::string constantText(const Constant& constant) {
 void emitConstants(const Header& header, Text out) {
     for (const Constant& constant : header.constants) {
         fmt::format_to(out, "{}", commentLines("", "//", constant.summary));
-        if (constant.name == "u_UNKNOWN") { // the base has it already
+        if (constant.name == "u_UNKNOWN") {  // the base has it already
             fmt::format_to(out, "static_assert(KZu_UNKNOWN == KzGuid{});\n",
                            guidInitialiser(std::get<Guid>(constant.value)));
         } else {
@@ -130,9 +130,8 @@ void emitCodes(const Header& header, Text out) {
                        code.symbol(), code.value);
     }
     for (const auto& [base, name] : baseCodes) {
-        const bool here = std::any_of(header.codes.begin(), header.codes.end(), [&n = name](const Code& code) {
-            return !code.headerOwn && code.name == n;
-        });
+        const bool here = std::any_of(header.codes.begin(), header.codes.end(),
+                                      [&n = name](const Code& code) { return !code.headerOwn && code.name == n; });
         if (here) {
             fmt::format_to(out, "static_assert(KZe_{} == {});\n", name, base);
         }
@@ -190,7 +189,7 @@ void emitWrapper(const Interface& each, Text out) {
                    each.stem(), each.symbol);
 }
 
-/// Calls to an empty user object answer as if an object without the interface had been asked.
+// Calls to an empty user object answer as if an object without the interface had been asked.
 std::string userBody(const Method& method) {
     const std::string call = fmt::format("this->ptr()->{}({})", method.name, parameterList(method, Names::Passed));
     switch (method.returns.kind) {
@@ -233,7 +232,7 @@ void emitInterfaceClasses(const Interface& each, Text out) {
 
 // Files
 
-/// The SDK's structs that the header's pointers name. What does not begin with Kz is not ours to declare.
+// The SDK's structs that the header's pointers name. What does not begin with Kz is not ours to declare.
 std::set<std::string> structNames(const Header& header) {
     std::set<std::string> names;
     const auto note = [&](const Type& type) {
@@ -271,7 +270,7 @@ std::string headerText(const Header& header) {
     return text;
 }
 
-} // namespace
+}  // namespace
 
 void emitSdk(const Model& model, Output& output) {
     std::string all = openingLines("//", "Every header of the SDK, in the order in which they are registered.", model);
@@ -283,4 +282,4 @@ void emitSdk(const Model& model, Output& output) {
     output.write("kz/all.h", all);
 }
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -63,27 +63,17 @@ const KindInfo* find(std::string_view name, bool arrays) {
     return found == kinds.end() ? nullptr : found;
 }
 
-} // namespace
+}  // namespace
 
-const KindInfo& info(Kind kind) {
-    return kinds[static_cast<size_t>(kind)];
-}
+const KindInfo& info(Kind kind) { return kinds[static_cast<size_t>(kind)]; }
 
-bool isArray(Kind kind) {
-    return kind >= Kind::FloatArray && kind <= Kind::DataArray;
-}
+bool isArray(Kind kind) { return kind >= Kind::FloatArray && kind <= Kind::DataArray; }
 
-bool isInteger(Kind kind) {
-    return kind == Kind::Int || kind == Kind::Uint || kind == Kind::Size;
-}
+bool isInteger(Kind kind) { return kind == Kind::Int || kind == Kind::Uint || kind == Kind::Size; }
 
-const KindInfo* findKind(std::string_view name) {
-    return find(name, false);
-}
+const KindInfo* findKind(std::string_view name) { return find(name, false); }
 
-const KindInfo* findArrayKind(std::string_view element) {
-    return find(element, true);
-}
+const KindInfo* findArrayKind(std::string_view element) { return find(element, true); }
 
 std::vector<std::string_view> kindNames(bool arrays) {
     std::vector<std::string_view> names;
@@ -95,4 +85,4 @@ std::vector<std::string_view> kindNames(bool arrays) {
     return names;
 }
 
-} // namespace kzgen
+}  // namespace kzgen

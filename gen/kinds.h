@@ -7,16 +7,50 @@
 namespace kzgen {
 
 enum class Kind {
-    Result, Void, Bool, Int, Uint, Size, Float, Double, String, Text, Guid, Object,
-    Vector2, Vector3, Vector4, FVector2, FVector3, FVector4, Matrix3, Matrix4, FMatrix3, FMatrix4,
-    Bounds, Quaternion, Id, Pointer,
-    FloatArray, DoubleArray, IntArray, UintArray, ByteArray, IdArray, DataArray,
-    Hints, Blocks,
+    Result,
+    Void,
+    Bool,
+    Int,
+    Uint,
+    Size,
+    Float,
+    Double,
+    String,
+    Text,
+    Guid,
+    Object,
+    Vector2,
+    Vector3,
+    Vector4,
+    FVector2,
+    FVector3,
+    FVector4,
+    Matrix3,
+    Matrix4,
+    FMatrix3,
+    FMatrix4,
+    Bounds,
+    Quaternion,
+    Id,
+    Pointer,
+    FloatArray,
+    DoubleArray,
+    IntArray,
+    UintArray,
+    ByteArray,
+    IdArray,
+    DataArray,
+    Hints,
+    Blocks,
 };
 
-/// Where a kind may stand, and where an adapter can carry it to Python.
+// Where a kind may stand, and where an adapter can carry it to Python.
 enum KindUse : unsigned {
-    useInput = 1, useOutput = 2, useReturn = 4, forwardInput = 8, forwardOutput = 16,
+    useInput = 1,
+    useOutput = 2,
+    useReturn = 4,
+    forwardInput = 8,
+    forwardOutput = 16,
 };
 
 struct KindInfo {
@@ -37,11 +71,11 @@ const KindInfo& info(Kind kind);
 [[nodiscard]] bool isArray(Kind kind);
 [[nodiscard]] bool isInteger(Kind kind);
 
-/// The row of a kind by its name; arrays are asked for by their element's name. Null for an unknown name.
+// The row of a kind by its name; arrays are asked for by their element's name. Null for an unknown name.
 const KindInfo* findKind(std::string_view name);
 const KindInfo* findArrayKind(std::string_view element);
 
-/// All names that pass findKind (or findArrayKind), for suggestions.
+// All names that pass findKind (or findArrayKind), for suggestions.
 std::vector<std::string_view> kindNames(bool arrays);
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -11,17 +11,11 @@ namespace {
 
 constexpr uint32_t maxColumns = 120;
 
-bool isNameStart(char c) {
-    return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_';
-}
+bool isNameStart(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_'; }
 
-bool isNamePart(char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
-}
+bool isNamePart(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_'; }
 
-bool isDigit(char c) {
-    return std::isdigit(static_cast<unsigned char>(c)) != 0;
-}
+bool isDigit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
 
 std::string trimmed(std::string_view text) {
     const size_t first = text.find_first_not_of(" \t\r");
@@ -48,9 +42,7 @@ private:
     [[nodiscard]] char peek(size_t ahead = 0) const {
         return m_pos + ahead < m_text.size() ? m_text[m_pos + ahead] : '\0';
     }
-    [[nodiscard]] Place here() const {
-        return {&m_file, m_line, static_cast<uint32_t>(m_pos - m_lineStart) + 1};
-    }
+    [[nodiscard]] Place here() const { return {&m_file, m_line, static_cast<uint32_t>(m_pos - m_lineStart) + 1}; }
     void emit(TokenKind kind, const Place& at, std::string text) {
         m_lineHasCode = true;
         m_out.tokens.push_back({kind, std::move(text), at});
@@ -109,7 +101,7 @@ private:
         emit(kind, at, std::string(m_text.substr(start, m_pos - start)));
     }
 
-    /// Takes everything that could be meant as one number; what it is worth is judged where its type is known.
+    // Takes everything that could be meant as one number; what it is worth is judged where its type is known.
     void number() {
         word(TokenKind::Number, [](char c) { return isNamePart(c) || c == '.'; });
         const std::string& soFar = m_out.tokens.back().text;
@@ -197,7 +189,7 @@ void append(std::string& text, std::string_view line) {
     text += line;
 }
 
-} // namespace
+}  // namespace
 
 std::string describe(const Token& token) {
     switch (token.kind) {
@@ -244,8 +236,6 @@ std::string Comments::summary(uint32_t firstLine, uint32_t lastLine) const {
     return text;
 }
 
-LexedFile lex(const SourceFile& file, Diagnostics& diagnostics) {
-    return Lexer(file, diagnostics).run();
-}
+LexedFile lex(const SourceFile& file, Diagnostics& diagnostics) { return Lexer(file, diagnostics).run(); }
 
-} // namespace kzgen
+}  // namespace kzgen

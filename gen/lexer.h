@@ -13,14 +13,14 @@ enum class TokenKind { Name, Number, Text, CharCode, Mark, End };
 
 struct Token {
     TokenKind kind = TokenKind::End;
-    std::string text; // of a Text its value without quotes and escapes
+    std::string text;  // of a Text its value without quotes and escapes
     Place at;
 };
 
-/// How an error message calls the token.
+// How an error message calls the token.
 std::string describe(const Token& token);
 
-/// The comments of a file by line. A declaration's summary is the block directly above it and the comment behind it.
+// The comments of a file by line. A declaration's summary is the block directly above it and the comment behind it.
 class Comments {
 public:
     void add(uint32_t line, uint32_t column, bool ownLine, std::string text);
@@ -32,7 +32,7 @@ private:
         bool ownLine = false;
         std::string text;
     };
-    /// True when the comment on this line goes on the one behind the declaration above it.
+    // True when the comment on this line goes on the one behind the declaration above it.
     [[nodiscard]] bool continuesTrailing(uint32_t line) const;
     [[nodiscard]] const Comment* at(uint32_t line) const;
 
@@ -40,10 +40,10 @@ private:
 };
 
 struct LexedFile {
-    std::vector<Token> tokens; // the last is always End
+    std::vector<Token> tokens;  // the last is always End
     Comments comments;
 };
 
 LexedFile lex(const SourceFile& file, Diagnostics& diagnostics);
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -67,7 +67,8 @@ void readHeader(const fs::path& folder, const Listed& listed, Completeness compl
     }
     Header header = parse(*file, diagnostics);
     if (!header.name.empty() && header.name != listed.name) {
-        diagnostics.error(header.at, "header " + inQuotes(header.name), inQuotes(listed.name) + ", as the file is called");
+        diagnostics.error(header.at, "header " + inQuotes(header.name),
+                          inQuotes(listed.name) + ", as the file is called");
     }
     model.headers.push_back(std::move(header));
 }
@@ -95,7 +96,7 @@ std::string hashOf(const Model& model) {
     return toHex(sha1(all));
 }
 
-} // namespace
+}  // namespace
 
 Model load(const fs::path& folder, Completeness completeness, Diagnostics& diagnostics) {
     Model model;
@@ -116,4 +117,4 @@ Model load(const fs::path& folder, Completeness completeness, Diagnostics& diagn
     return model;
 }
 
-} // namespace kzgen
+}  // namespace kzgen

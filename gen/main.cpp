@@ -21,9 +21,7 @@ constexpr int exitUsage = 2;
 
 using Words = std::vector<std::string_view>;
 
-void print(std::FILE* stream, std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stream);
-}
+void print(std::FILE* stream, std::string_view text) { std::fwrite(text.data(), 1, text.size(), stream); }
 
 int usage() {
     std::string text = "usage: kzgen check [--partial] IDLDIR      report every error in the description\n"
@@ -40,15 +38,13 @@ int usage() {
     return exitUsage;
 }
 
-bool takeFlag(Words& words, std::string_view flag) {
-    return std::erase(words, flag) != 0;
-}
+bool takeFlag(Words& words, std::string_view flag) { return std::erase(words, flag) != 0; }
 
 Completeness takeCompleteness(Words& words) {
     return takeFlag(words, "--partial") ? Completeness::Partial : Completeness::Whole;
 }
 
-/// Loads a description and prints its errors; whether there were none.
+// Loads a description and prints its errors; whether there were none.
 bool loaded(std::string_view folder, Completeness completeness, Model& model) {
     Diagnostics diagnostics;
     model = load(folder, completeness, diagnostics);
@@ -141,9 +137,9 @@ int run(Words words) {
     return verb == "emit" ? runEmit(std::move(words)) : usage();
 }
 
-} // namespace
+}  // namespace
 
-} // namespace kzgen
+}  // namespace kzgen
 
 int main(int argc, char** argv) {
     try {

@@ -24,15 +24,11 @@ std::vector<const Parameter*> select(const std::vector<Parameter>& all, bool out
     return some;
 }
 
-} // namespace
+}  // namespace
 
-std::vector<const Parameter*> Method::inputs() const {
-    return select(parameters, false);
-}
+std::vector<const Parameter*> Method::inputs() const { return select(parameters, false); }
 
-std::vector<const Parameter*> Method::outputs() const {
-    return select(parameters, true);
-}
+std::vector<const Parameter*> Method::outputs() const { return select(parameters, true); }
 
 bool Guid::wellFormed() const {
     constexpr std::string_view shape = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
@@ -42,13 +38,9 @@ bool Guid::wellFormed() const {
            });
 }
 
-std::string Interface::stem() const {
-    return service ? name + "Service" : name;
-}
+std::string Interface::stem() const { return service ? name + "Service" : name; }
 
-std::string Interface::prefix() const {
-    return adapter && !adapter->empty() ? *adapter : toLower(stem());
-}
+std::string Interface::prefix() const { return adapter && !adapter->empty() ? *adapter : toLower(stem()); }
 
 const Interface* Model::find(std::string_view interfaceName) const {
     for (const Header& header : headers) {
@@ -82,4 +74,4 @@ std::string familyOf(std::string_view constantName) {
                                                                                         : std::string();
 }
 
-} // namespace kzgen
+}  // namespace kzgen

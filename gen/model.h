@@ -16,8 +16,8 @@ namespace kzgen {
 
 struct Type {
     Kind kind = Kind::Void;
-    std::string name;   // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
-    std::string length; // of an array: a number or the name of an earlier input, or nothing
+    std::string name;    // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
+    std::string length;  // of an array: a number or the name of an earlier input, or nothing
     Place at;
 };
 
@@ -28,27 +28,25 @@ struct Parameter {
     Place at;
 };
 
-/// What an adapter's method does instead of calling Python.
+// What an adapter's method does instead of calling Python.
 enum class Inert { No, NotImplemented, Zero, Nothing };
 
 struct Method {
     Type returns;
     std::string name;
-    std::vector<Parameter> parameters; // all inputs, then all outputs
+    std::vector<Parameter> parameters;  // all inputs, then all outputs
     Inert inert = Inert::No;
     bool required = false;
     std::string summary;
     Place at;
 
-    [[nodiscard]] bool returnsPlainValue() const {
-        return returns.kind != Kind::Result && returns.kind != Kind::Void;
-    }
+    [[nodiscard]] bool returnsPlainValue() const { return returns.kind != Kind::Result && returns.kind != Kind::Void; }
     [[nodiscard]] std::vector<const Parameter*> inputs() const;
     [[nodiscard]] std::vector<const Parameter*> outputs() const;
 };
 
 struct Guid {
-    std::string text; // as written, letter case and all
+    std::string text;  // as written, letter case and all
     Place at;
     [[nodiscard]] bool wellFormed() const;
 };
@@ -57,24 +55,24 @@ struct Interface {
     std::string name;
     bool service = false;
     Guid guid;
-    std::optional<std::string> server;  // the server type name
-    std::string symbol;                 // "MESH" of u_MESH and a_MESH
-    std::optional<std::string> adapter; // the prefix of the methods in Python; empty when nothing is forwarded
-    bool wrapped = true;                // has a type in kz.object or kz.service
+    std::optional<std::string> server;   // the server type name
+    std::string symbol;                  // "MESH" of u_MESH and a_MESH
+    std::optional<std::string> adapter;  // the prefix of the methods in Python; empty when nothing is forwarded
+    bool wrapped = true;                 // has a type in kz.object or kz.service
     std::vector<Method> methods;
     std::string summary;
     Place at;
 
-    /// "Mesh", or "ValueService": the stem of the C++ names IKz..., CKzImpl_... and so on.
+    // "Mesh", or "ValueService": the stem of the C++ names IKz..., CKzImpl_... and so on.
     [[nodiscard]] std::string stem() const;
-    /// The prefix of an implementation's methods, without its underscore.
+    // The prefix of an implementation's methods, without its underscore.
     [[nodiscard]] std::string prefix() const;
 };
 
 struct IntegerValue {
     int64_t value = 0;
-    bool isLong = false; // a Python long
-    std::string written; // as the description writes it
+    bool isLong = false;  // a Python long
+    std::string written;  // as the description writes it
 };
 
 struct RealValue {
@@ -89,16 +87,16 @@ struct TextValue {
 using Value = std::variant<IntegerValue, RealValue, TextValue, Guid>;
 
 struct Constant {
-    std::string name; // without the prefix KZ
+    std::string name;  // without the prefix KZ
     Value value;
     std::string summary;
     Place at;
 };
 
 struct Code {
-    std::string name; // without its prefix
+    std::string name;  // without its prefix
     uint32_t value = 0;
-    bool headerOwn = false; // an `error`: eNAME, not e_NAME
+    bool headerOwn = false;  // an `error`: eNAME, not e_NAME
     std::string summary;
     Place at;
 
@@ -109,7 +107,7 @@ struct Header {
     std::string name;
     std::string summary;
     std::string path;
-    std::string hash; // of the file that it was read from
+    std::string hash;  // of the file that it was read from
     std::vector<Interface> interfaces;
     std::vector<Constant> constants;
     std::vector<Code> codes;
@@ -117,19 +115,19 @@ struct Header {
 };
 
 struct Model {
-    std::deque<SourceFile> sources; // places point into these
-    std::vector<Header> headers;    // in the order of headers.txt
-    std::string hash;               // of all files together
+    std::deque<SourceFile> sources;  // places point into these
+    std::vector<Header> headers;     // in the order of headers.txt
+    std::string hash;                // of all files together
 
     [[nodiscard]] const Interface* find(std::string_view interfaceName) const;
-    /// The name of the object type that Python gets for a returned object, or "Unknown", or nothing for plain `object`.
+    // The name of the object type that Python gets for a returned object, or "Unknown", or nothing for plain `object`.
     [[nodiscard]] std::string wrapperName(const Type& type) const;
 };
 
-/// The interface that every object has. It is not described: its three operations are part of every interface.
+// The interface that every object has. It is not described: its three operations are part of every interface.
 inline constexpr std::string_view unknownName = "Unknown";
 
-/// Two letters at most: "u_", "s", ...; empty when the name belongs to no family.
+// Two letters at most: "u_", "s", ...; empty when the name belongs to no family.
 std::string familyOf(std::string_view constantName);
 
-} // namespace kzgen
+}  // namespace kzgen

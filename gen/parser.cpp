@@ -2,8 +2,8 @@
 #include "parser.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cctype>
+#include <charconv>
 #include <cstdlib>
 
 #include <fmt/format.h>
@@ -15,7 +15,7 @@ namespace kzgen {
 
 namespace {
 
-/// Thrown after an error is on record, to where the reading can go on.
+// Thrown after an error is on record, to where the reading can go on.
 struct SyntaxError {};
 
 struct Attribute {
@@ -33,12 +33,13 @@ struct AttributeRule {
 };
 
 constexpr std::array interfaceAttributes = {
-    AttributeRule{"uuid", Argument::Text}, AttributeRule{"server", Argument::Text},
+    AttributeRule{"uuid", Argument::Text},   AttributeRule{"server", Argument::Text},
     AttributeRule{"symbol", Argument::Text}, AttributeRule{"adapter", Argument::Text},
     AttributeRule{"nowrap", Argument::None},
 };
 constexpr std::array methodAttributes = {
-    AttributeRule{"inert", Argument::Optional}, AttributeRule{"required", Argument::None},
+    AttributeRule{"inert", Argument::Optional},
+    AttributeRule{"required", Argument::None},
 };
 
 std::string toUpper(std::string_view text) {
@@ -96,7 +97,7 @@ private:
     }
     Token expectName(std::string_view what) { return expectKind(TokenKind::Name, what); }
 
-    /// A forgotten ';' at the end of a line is reported, and reading goes on where the next line begins.
+    // A forgotten ';' at the end of a line is reported, and reading goes on where the next line begins.
     void expectEnd() {
         if (accept(";")) {
             return;
@@ -116,7 +117,7 @@ private:
         } catch (const SyntaxError&) {
             (this->*skip)();
             if (m_next == start) {
-                take(); // an error on the very first word must not be met for ever
+                take();  // an error on the very first word must not be met for ever
             }
         }
     }
@@ -197,7 +198,7 @@ private:
         return all;
     }
 
-    /// Holds the attributes against what may stand here; what does not fit is reported and left out.
+    // Holds the attributes against what may stand here; what does not fit is reported and left out.
     template <size_t N> Attributes checked(const Attributes& given, const std::array<AttributeRule, N>& rules) {
         Attributes good;
         for (const Attribute& attribute : given) {
@@ -337,7 +338,7 @@ private:
         return made;
     }
 
-    /// A kind with what belongs to it. An unknown kind is reported and stands in as one that causes no further errors.
+    // A kind with what belongs to it. An unknown kind is reported and stands in as one that causes no further errors.
     Type type(KindUse use) {
         Type made;
         const Token name = expectName(use == useReturn ? "a return kind" : "a kind");
@@ -380,12 +381,14 @@ private:
 
     void unfit(const Token& name, bool array, const KindInfo* row, KindUse use) {
         const std::string shown = inQuotes(array ? name.text + "[]" : name.text);
-        const std::string place = use == useReturn ? "to be returned" : use == useInput ? "as an input" : "as an output";
+        const std::string place = use == useReturn  ? "to be returned"
+                                  : use == useInput ? "as an input"
+                                                    : "as an output";
         if (row != nullptr) {
             m_errors.error(name.at, shown, "a kind that can stand " + place);
         } else {
-            m_errors.error(name.at, shown, (array ? "the element of an array" : "a kind") +
-                                               didYouMean(name.text, kindNames(array)));
+            m_errors.error(name.at, shown,
+                           (array ? "the element of an array" : "a kind") + didYouMean(name.text, kindNames(array)));
         }
     }
 
@@ -464,7 +467,8 @@ private:
         const bool hex = digits.starts_with("0x") || digits.starts_with("0X");
         digits.remove_prefix(hex ? 2 : 0);
         uint64_t magnitude = 0;
-        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude, hex ? 16 : 10);
+        const auto [end, error] =
+            std::from_chars(digits.data(), digits.data() + digits.size(), magnitude, hex ? 16 : 10);
         if (error != std::errc() || end != digits.data() + digits.size() || magnitude > uint64_t{INT64_MAX}) {
             m_errors.error(token.at, describe(token), "a decimal or hexadecimal integer of at most 63 bits");
             return made;
@@ -489,10 +493,8 @@ private:
     Header m_header;
 };
 
-} // namespace
+}  // namespace
 
-Header parse(const SourceFile& file, Diagnostics& diagnostics) {
-    return Parser(file, diagnostics).run();
-}
+Header parse(const SourceFile& file, Diagnostics& diagnostics) { return Parser(file, diagnostics).run(); }
 
-} // namespace kzgen
+}  // namespace kzgen

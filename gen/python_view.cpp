@@ -7,11 +7,9 @@ namespace kzgen {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& parts) {
-    return fmt::format("{}", fmt::join(parts, ","));
-}
+std::string joined(const std::vector<std::string>& parts) { return fmt::format("{}", fmt::join(parts, ",")); }
 
-/// Outputs read like arguments, but a returned object says only what it is.
+// Outputs read like arguments, but a returned object says only what it is.
 std::string outputDoc(const Model& model, const Parameter& output) {
     const std::string type = returnDocType(model, output.type);
     return output.type.kind == Kind::Object ? type : type + " " + output.name;
@@ -31,11 +29,9 @@ std::string returnsDoc(const Model& model, const Method& method) {
     return (parts.size() == 1 ? parts.front() : "(" + joined(parts) + ")") + " = ";
 }
 
-} // namespace
+}  // namespace
 
-std::string argumentDocType(const Type& type) {
-    return std::string(info(type.kind).docType);
-}
+std::string argumentDocType(const Type& type) { return std::string(info(type.kind).docType); }
 
 std::string returnDocType(const Model& model, const Type& type) {
     if (type.kind == Kind::Object && !type.name.empty()) {
@@ -90,7 +86,7 @@ std::string pythonLiteral(const std::string& text) {
 std::string pythonLiteral(const Value& value) {
     struct Visitor {
         std::string operator()(const IntegerValue& integer) const {
-            const bool code = integer.written.starts_with('\''); // Python has no such literal
+            const bool code = integer.written.starts_with('\'');  // Python has no such literal
             const std::string digits = code ? fmt::format("0x{:X}", integer.value) : integer.written;
             return digits + (integer.isLong && !digits.ends_with('L') ? "L" : "");
         }
@@ -101,8 +97,6 @@ std::string pythonLiteral(const Value& value) {
     return std::visit(Visitor{}, value);
 }
 
-std::string pythonLiteral(const Code& code) {
-    return fmt::format("0x{:X}{}", code.value, code.headerOwn ? "" : "L");
-}
+std::string pythonLiteral(const Code& code) { return fmt::format("0x{:X}{}", code.value, code.headerOwn ? "" : "L"); }
 
-} // namespace kzgen
+}  // namespace kzgen

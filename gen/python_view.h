@@ -7,26 +7,26 @@
 
 namespace kzgen {
 
-/// What Python's documentation calls the kind of an argument.
+// What Python's documentation calls the kind of an argument.
 std::string argumentDocType(const Type& type);
-/// What it calls the kind of a returned value: of an object the name of its wrapper followed by " object".
+// What it calls the kind of a returned value: of an object the name of its wrapper followed by " object".
 std::string returnDocType(const Model& model, const Type& type);
 
-/// "(integer,vector sv) = Position(vector pos)"
+// "(integer,vector sv) = Position(vector pos)"
 std::string docString(const Model& model, const Method& method);
 
-/// The format by which a wrapper reads its arguments: "OOI".
+// The format by which a wrapper reads its arguments: "OOI".
 std::string parseFormat(const Method& method);
 
-/// The format by which an adapter builds the arguments of the Python method: "(Iz)", always a tuple.
+// The format by which an adapter builds the arguments of the Python method: "(Iz)", always a tuple.
 std::string buildFormat(const Method& method);
 
-/// "cmd_Execute"; empty for a method that is not forwarded.
+// "cmd_Execute"; empty for a method that is not forwarded.
 std::string pythonMethodName(const Interface& interface, const Method& method);
 
-/// The value as a Python literal: 'text', 42, 0x8480000CL, 0.052.
+// The value as a Python literal: 'text', 42, 0x8480000CL, 0.052.
 std::string pythonLiteral(const Value& value);
 std::string pythonLiteral(const std::string& text);
 std::string pythonLiteral(const Code& code);
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -11,7 +11,7 @@ namespace {
 
 using State = std::array<uint32_t, 5>;
 
-/// The message with its end mark and its length in bits, in whole blocks of 64 bytes.
+// The message with its end mark and its length in bits, in whole blocks of 64 bytes.
 std::string padded(std::string_view data) {
     std::string message(data);
     message += '\x80';
@@ -61,7 +61,7 @@ void addBlock(State& state, std::string_view block) {
 constexpr std::array<uint8_t, 16> nameSpace = {0x89, 0xBF, 0x75, 0x8B, 0xDE, 0xF6, 0x44, 0x0D,
                                                0x8A, 0x32, 0x96, 0x8D, 0x88, 0x00, 0x50, 0x77};
 
-} // namespace
+}  // namespace
 
 Sha1 sha1(std::string_view data) {
     State state = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
@@ -88,8 +88,8 @@ std::string mintGuid(std::string_view name) {
     std::string data(nameSpace.begin(), nameSpace.end());
     data += name;
     Sha1 digest = sha1(data);
-    digest[6] = static_cast<uint8_t>((digest[6] & 0x0F) | 0x50); // version 5
-    digest[8] = static_cast<uint8_t>((digest[8] & 0x3F) | 0x80); // the common variant
+    digest[6] = static_cast<uint8_t>((digest[6] & 0x0F) | 0x50);  // version 5
+    digest[8] = static_cast<uint8_t>((digest[8] & 0x3F) | 0x80);  // the common variant
     std::string text;
     for (size_t i = 0; i < 16; ++i) {
         text += fmt::format("{}{:02X}", i == 4 || i == 6 || i == 8 || i == 10 ? "-" : "", digest[i]);
@@ -97,4 +97,4 @@ std::string mintGuid(std::string_view name) {
     return text;
 }
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -11,11 +11,9 @@ namespace kzgen {
 
 namespace {
 
-char lower(char c) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-}
+char lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
 
-/// The number of single-letter changes that turn one word into the other; letter case costs nothing.
+// The number of single-letter changes that turn one word into the other; letter case costs nothing.
 size_t editDistance(std::string_view a, std::string_view b) {
     std::vector<size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});
@@ -36,7 +34,7 @@ auto sortKey(const Place& place) {
                            place.column);
 }
 
-} // namespace
+}  // namespace
 
 std::string toString(const Place& place) {
     return fmt::format("{}:{}:{}", place.file != nullptr ? place.file->path : "?", place.line, place.column);
@@ -57,12 +55,10 @@ std::string Diagnostics::text() const {
     return all;
 }
 
-std::string inQuotes(std::string_view name) {
-    return fmt::format("'{}'", name);
-}
+std::string inQuotes(std::string_view name) { return fmt::format("'{}'", name); }
 
 std::string didYouMean(std::string_view word, const std::vector<std::string_view>& candidates) {
-    size_t best = word.size() / 3 + 2; // farther away than this is a different word, not a slip
+    size_t best = word.size() / 3 + 2;  // farther away than this is a different word, not a slip
     std::string_view nearest;
     for (const std::string_view candidate : candidates) {
         const size_t distance = editDistance(word, candidate);
@@ -74,4 +70,4 @@ std::string didYouMean(std::string_view word, const std::vector<std::string_view
     return nearest.empty() ? std::string() : fmt::format(" (did you mean {}?)", inQuotes(nearest));
 }
 
-} // namespace kzgen
+}  // namespace kzgen

@@ -19,16 +19,16 @@ struct Place {
     uint32_t column = 0;
 };
 
-/// "mesh.idl:12:3", the form that editors jump to.
+// "mesh.idl:12:3", the form that editors jump to.
 std::string toString(const Place& place);
 
-/// Collects every error of one run, so that a writer sees all of them at once.
+// Collects every error of one run, so that a writer sees all of them at once.
 class Diagnostics {
 public:
     void error(const Place& place, std::string_view found, std::string_view expected);
     [[nodiscard]] bool empty() const { return m_entries.empty(); }
     [[nodiscard]] size_t count() const { return m_entries.size(); }
-    /// All errors in the order of files and lines, one a line: "FILE:LINE:COLUMN: error: found X, expected Y".
+    // All errors in the order of files and lines, one a line: "FILE:LINE:COLUMN: error: found X, expected Y".
     [[nodiscard]] std::string text() const;
 
 private:
@@ -39,10 +39,10 @@ private:
     std::vector<Entry> m_entries;
 };
 
-/// 'name' in the quotes that the diagnostics use.
+// 'name' in the quotes that the diagnostics use.
 std::string inQuotes(std::string_view name);
 
-/// " (did you mean 'x'?)" for the candidate that looks most like the given word, or nothing when none does.
+// " (did you mean 'x'?)" for the candidate that looks most like the given word, or nothing when none does.
 std::string didYouMean(std::string_view word, const std::vector<std::string_view>& candidates);
 
-} // namespace kzgen
+}  // namespace kzgen
