@@ -64,7 +64,7 @@ CKzThisModule& CKzThisModule::instance() {
 
 IKzUnknown* CKzThisModule::create(std::span<const Registration> registrations) noexcept {
     if (m_state == shutDown) return nullptr;
-    return kzBoundary([&]() -> IKzUnknown* {
+    return kzValueBoundary([&]() -> IKzUnknown* {
         if (m_firstCall) {
             m_servers.clear();  // what an earlier, failed attempt left
             for (const Registration registration : registrations) registration(*this);
@@ -103,7 +103,7 @@ KzResult CKzThisModule::need_SetContext(IKzUnknown* application) {
 
 void CKzThisModule::freeObject(void* /*object*/) noexcept {
     if (hasInstances() || m_state != initialised) return;
-    kzBoundary([] { PythonRuntime::stop(); });
+    kzValueBoundary([] { PythonRuntime::stop(); });
     m_state = shutDown;
     destroyCache();
 }
