@@ -60,15 +60,11 @@ void append(Stream& stream, const char* text, std::size_t size) {
 
 PyObject* streamWrite(PyObject* object, PyObject* text) {
     return kzPythonEntry([=]() -> PyObject* {
-        CPyRefNull encoded;
-        if (PyUnicode_Check(text)) {
-            encoded.adopt(PyUnicode_AsUTF8String(text));
-            kzNonNull(encoded.get());
-            text = encoded;
-        }
+        const CPyRefNull encoded(PyUnicode_Check(text) ? PyUnicode_AsUTF8String(text) : nullptr);
+        if (PyUnicode_Check(text)) kzNonNull(encoded.get());
         const char* bytes = nullptr;
         Py_ssize_t size = 0;
-        if (PyObject_AsCharBuffer(text, &bytes, &size) != 0) return nullptr;
+        if (PyObject_AsCharBuffer(encoded.get() != nullptr ? encoded.get() : text, &bytes, &size) != 0) return nullptr;
         append(*self(object), bytes, static_cast<std::size_t>(size));
         Py_RETURN_NONE;
     });
@@ -163,7 +159,7 @@ PyTypeObject streamType = {
 void flushStreams() noexcept {
     for (Stream* stream : theStreams) {
         if (stream == nullptr) continue;
-        kzBoundary([stream] { flushHeld(*stream); });
+        kzValueBoundary([stream] { flushHeld(*stream); });
     }
 }
 
