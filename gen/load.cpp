@@ -47,6 +47,8 @@ std::vector<Listed> readList(const SourceFile& file, Diagnostics& diagnostics) {
         }
         if (words >> rest) {
             diagnostics.error(at, inQuotes(rest) + " behind " + inQuotes(name), "one header a line");
+        } else if (name == "all" || name == "index") {
+            diagnostics.error(at, "header " + inQuotes(name), "a name that no file about all headers has");
         } else if (!seen.insert(name).second) {
             diagnostics.error(at, "header " + inQuotes(name) + " again", "each header once");
         } else {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <numeric>
+#include <tuple>
 
 #include <fmt/format.h>
 
@@ -29,28 +30,23 @@ size_t editDistance(std::string_view a, std::string_view b) {
     return row.back();
 }
 
-auto sortKey(const Place& place) {
-    return std::make_tuple(place.file != nullptr ? std::string_view(place.file->path) : std::string_view(), place.line,
-                           place.column);
-}
-
 }  // namespace
 
-std::string toString(const Place& place) {
-    return fmt::format("{}:{}:{}", place.file != nullptr ? place.file->path : "?", place.line, place.column);
-}
+std::string toString(const Place& place) { return fmt::format("{}:{}:{}", place.file->path, place.line, place.column); }
 
 void Diagnostics::error(const Place& place, std::string_view found, std::string_view expected) {
-    m_entries.push_back({place, fmt::format("found {}, expected {}", found, expected)});
+    m_entries.push_back(
+        {place.file->path, place.line, place.column, fmt::format("found {}, expected {}", found, expected)});
 }
 
 std::string Diagnostics::text() const {
     std::vector<Entry> sorted = m_entries;
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const Entry& a, const Entry& b) { return sortKey(a.place) < sortKey(b.place); });
+    std::stable_sort(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) {
+        return std::tie(a.path, a.line, a.column) < std::tie(b.path, b.line, b.column);
+    });
     std::string all;
     for (const Entry& entry : sorted) {
-        all += fmt::format("{}: error: {}\n", toString(entry.place), entry.message);
+        all += fmt::format("{}:{}:{}: error: {}\n", entry.path, entry.line, entry.column, entry.message);
     }
     return all;
 }

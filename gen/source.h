@@ -32,8 +32,10 @@ public:
     [[nodiscard]] std::string text() const;
 
 private:
-    struct Entry {
-        Place place;
+    struct Entry {  // owes nothing to the files, which may be gone when it is printed
+        std::string path;
+        uint32_t line;
+        uint32_t column;
         std::string message;
     };
     std::vector<Entry> m_entries;

@@ -1,0 +1,76 @@
+// Output of the generator for a tiny description, and how files are written.
+#include <gtest/gtest.h>
+
+#include <iterator>
+
+#include "gen/emit.h"
+#include "kz_paths.h"
+#include "tests/gen/folder.h"
+
+namespace kzgen {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path tiny = fs::path(KZ_SOURCE_DIR) / "tests/gen/tiny";
+
+std::string contents(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+Model loadTiny() {
+    Diagnostics diagnostics;
+    Model model = load(tiny, Completeness::Whole, diagnostics);
+    EXPECT_EQ(diagnostics.text(), "");
+    return model;
+}
+
+}  // namespace
+
+TEST(Emit, HeaderOfATinyDescription) {
+    const Folder folder;
+    Output output(folder.path());
+    emitSdk(loadTiny(), output);
+    EXPECT_EQ(contents(folder.path() / "kz/tiny.h"), contents(tiny / "tiny.h.expected"));
+}
+
+TEST(Emit, AnUnchangedFileKeepsItsDate) {
+    const Folder folder({{"same", "text"}, {"other", "text"}});
+    const auto longAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
+    fs::last_write_time(folder.path() / "same", longAgo);
+    fs::last_write_time(folder.path() / "other", longAgo);
+    Output output(folder.path());
+    output.write("same", "text");
+    output.write("other", "texts");
+    EXPECT_EQ(fs::last_write_time(folder.path() / "same"), longAgo);
+    EXPECT_NE(fs::last_write_time(folder.path() / "other"), longAgo);
+    EXPECT_EQ(contents(folder.path() / "other"), "texts");
+}
+
+TEST(Emit, WhatCannotBeWrittenIsSaid) {
+    const Folder folder(Files{{"file", ""}});
+    Output output(folder.path() / "file");
+    EXPECT_THROW(output.write("below", "text"), std::exception);
+}
+
+TEST(Emit, TheReferenceLeadsFromTheIndexToEveryName) {
+    const Folder folder;
+    Output output(folder.path());
+    emitDocs(loadTiny(), output);
+    const std::string entries = contents(folder.path() / "entries.js");
+    const std::string page = contents(folder.path() / "tiny.html");
+    size_t links = 0;
+    for (size_t at = entries.find("tiny.html#"); at != std::string::npos; at = entries.find("tiny.html#", at + 1)) {
+        const size_t start = at + std::string("tiny.html#").size();
+        const std::string anchor = entries.substr(start, entries.find('"', start) - start);
+        EXPECT_NE(page.find("id=\"" + anchor + "\""), std::string::npos) << anchor;
+        ++links;
+    }
+    EXPECT_EQ(links, 21U);
+    EXPECT_NE(page.find("string text = Name(integer index,pointer record)"), std::string::npos);
+    EXPECT_NE(page.find("a &lt; b &amp; c"), std::string::npos);
+}
+
+}  // namespace kzgen

@@ -1,0 +1,69 @@
+// The generated classes at work: a call through a slot, what a failure becomes, and what an empty user object answers.
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "kz/all.h"
+
+namespace {
+
+struct Values : CKzImpl_ValueArray {
+    uint32_t va_Count() override {
+        if (fails) throw KzResult{KZe_NOTREADY};
+        return 3;
+    }
+    KzResult va_GetInt(uint32_t index, int32_t* value) override {
+        if (index == 1) throw KzResult{KZe_OUTOFBOUNDS};
+        if (index == 2) throw std::runtime_error("anything");
+        *value = 42;
+        return KZe_OK;
+    }
+    bool fails = false;
+};
+
+// A polymorph around one object, with the interface under test.
+class Served : public CKzStaticPolymorph {
+public:
+    explicit Served(Values& values) : CKzStaticPolymorph(&values) {
+        append(kzMakeRecord<CKzIfc_ValueArray<Values>>(KZu_VALUEARRAY));
+    }
+};
+
+}  // namespace
+
+TEST(Generated, CallsReachTheObjectAndNothingIsThrownBack) {
+    Values values;
+    Served served(values);
+    CKzUser_ValueArray user;
+    ASSERT_TRUE(user.take(served.spawn()));
+    int32_t value = 0;
+    EXPECT_EQ(user.Count(), 3U);
+    EXPECT_EQ(user.GetInt(0, &value), KZe_OK);
+    EXPECT_EQ(value, 42);
+    EXPECT_EQ(user.GetInt(1, &value), KZe_OUTOFBOUNDS);
+    EXPECT_EQ(user.GetInt(2, &value), KZe_FAILED);
+    EXPECT_EQ(user.AddInt(1), KZe_NOTIMPL) << "the default of an operation that the class leaves out";
+    values.fails = true;
+    EXPECT_EQ(user.Count(), 0U) << "a plain value is zero, not the thrown code";
+    user.clear();
+    EXPECT_FALSE(served.hasInstances());
+}
+
+TEST(Generated, AnEmptyUserObjectHasNoInterface) {
+    const CKzUser_ValueArray user;
+    int32_t value = 7;
+    EXPECT_EQ(user.GetInt(0, &value), KZe_NOINTERFACE);
+    EXPECT_EQ(user.Count(), 0U);
+    EXPECT_EQ(value, 7);
+    const CKzUser_MessageService service;
+    EXPECT_FALSE(service.test()) << "there is no host to ask";
+}
+
+TEST(Generated, IdentitiesAndConstantsAreThoseOfTheDescription) {
+    EXPECT_EQ(KZu_TEXTSCRIPTINTERPRETER,
+              (KzGuid{0xD612FFCE, 0x4B94, 0x4823, {0xA0, 0xA7, 0xCC, 0x7C, 0xA2, 0xDD, 0xC3, 0xD6}}));
+    EXPECT_STREQ(KZa_TEXTSCRIPTINTERPRETER, "textscriptinterpreter");
+    EXPECT_EQ(CKzUser_ValueArray().guid(), KZu_VALUEARRAY);
+    EXPECT_EQ(KZe_NOTFOUND, 0x80000017U);
+}

@@ -1,0 +1,127 @@
+// How signatures and values read in Python, and what the census counts of them.
+#include <gtest/gtest.h>
+
+#include "gen/census.h"
+#include "gen/python_view.h"
+#include "tests/gen/describe.h"
+
+namespace kzgen {
+
+namespace {
+
+struct Seen {
+    std::string declaration;
+    std::string doc;
+    std::string parse;
+};
+
+std::string join(const std::vector<Seen>& table) {
+    std::string methods;
+    for (const Seen& row : table) {
+        methods += "  " + row.declaration + "\n";
+    }
+    return methods;
+}
+
+}  // namespace
+
+TEST(PythonView, SignaturesAsDocumentationAndFormat) {
+    const std::vector<Seen> table = {
+        {"result VertexFeatureCount(int feature, out uint count);",
+         "integer count = VertexFeatureCount(integer feature)", "i"},
+        {"int Mouse(out int x, out int y);", "(integer,integer x,integer y) = Mouse()", ""},
+        {"result GetBBox(out bounds bbox);", "bounds bbox = GetBBox()", ""},
+        {"uint Position(vector3 pos, out fvector3 sv);", "(integer,vector sv) = Position(vector pos)", "O"},
+        {"result GetXfrm(size endpoint, out vector3 pos, out matrix3 rot, out vector2 scl);",
+         "(vector pos,matrix rot,vector scl) = GetXfrm(integer endpoint)", "n"},
+        {"bool Open(string name, float f, double d, out object<I> store);",
+         "(boolean,I object) = Open(string name,float f,float d)", "zfd"},
+        {"void Sample(float time, uint type, data[] value);", "Sample(float time,integer type,data[] value)", "fIO"},
+        {"result Merge(object<I> other, matrix4 xfrm, uint flags);", "Merge(object other,matrix xfrm,integer flags)",
+         "OOI"},
+        {"object<I> Plain();", "I object = Plain()", ""},
+        {"object<Hidden> NoType();", "Unknown object = NoType()", ""},
+        {"result Objects(out object<Unknown> a, out object b);", "(Unknown object,object) = Objects()", ""},
+        {"id Rest(guid g, id i, pointer<KzX> p, uint[] u, int[4] n, hints h, blocks b, quaternion q);",
+         "id = Rest(string g,id i,pointer p,unsigned[] u,int[] n,hints h,blocks b,quaternion q)", "OnnOOOOO"},
+        {"result Outs(out text t, out float[] f, out uint[] u, out hints h, out pointer p);",
+         "(string t,float[] f,unsigned[] u,hints h,pointer p) = Outs()", ""},
+    };
+    const Described described(interfaceOf(join(table)) + "// H.\n[uuid(\"00000000-0000-0000-0000-000000000001\"), "
+                                                         "nowrap] interface Hidden { };");
+    ASSERT_EQ(described.errors(), "");
+    const std::vector<Method>& methods = described.model.headers[0].interfaces[0].methods;
+    ASSERT_EQ(methods.size(), table.size());
+    for (size_t i = 0; i < table.size(); ++i) {
+        EXPECT_EQ(docString(described.model, methods[i]), table[i].doc);
+        EXPECT_EQ(parseFormat(methods[i]), table[i].parse) << table[i].doc;
+    }
+}
+
+TEST(PythonView, AdaptersHandOverATupleUnderThePrefixedName) {
+    const Described described(interfaceOf("  result None_();\n"
+                                          "  result All(int a, uint b, size c, double d, float e, string f, object g,\n"
+                                          "             vector3 h, fvector3 i, id j, pointer k, byte[] l);\n"
+                                          "  [inert(NOTIMPL)] result Never(matrix4 m);\n",
+                                          ", adapter(\"pre\")"));
+    ASSERT_EQ(described.errors(), "");
+    const Interface& interface = described.model.headers[0].interfaces[0];
+    EXPECT_EQ(buildFormat(interface.methods[0]), "()");
+    EXPECT_EQ(buildFormat(interface.methods[1]), "(iIndfzOOOnnO)");
+    EXPECT_EQ(pythonMethodName(interface, interface.methods[1]), "pre_All");
+    EXPECT_EQ(pythonMethodName(interface, interface.methods[2]), "");
+}
+
+TEST(PythonView, ConstantsAsLiterals) {
+    const Described described("const sA = \"it's \\\"so\\\"\\n\";\nconst iB = -5;\nconst fC = 0x80000000;\n"
+                              "const i_D = 'EXEN';\nconst e_E = 0x8480000CL;\nconst dF = 1.5e-3;\n"
+                              "const u_G = uuid(\"FB552E5F-746E-4d74-885C-40A931B82B84\");\nconst iH = 7L;");
+    ASSERT_EQ(described.errors(), "");
+    std::string literals;
+    for (const Constant& constant : described.model.headers[0].constants) {
+        literals += constant.name + " " + pythonLiteral(constant.value) + "\n";
+    }
+    EXPECT_EQ(literals, "sA 'it\\'s \"so\"\\n'\niB -5\nfC 0x80000000\ni_D 0x4558454E\ne_E 0x8480000CL\ndF 1.5e-3\n"
+                        "u_G 'FB552E5F-746E-4d74-885C-40A931B82B84'\niH 7L\n");
+}
+
+TEST(Summary, IsTheBlockAboveAndTheCommentBehind) {
+    const Described described(interfaceOf("  // Above,\n  // in two lines.\n  void A();   // Behind,\n"
+                                          "              // going on.\n  void B();\n\n  // Of nobody.\n\n  void C();\n"
+                                          "  void D(int a,\n         int b);   // After the last line.\n"));
+    std::string summaries;
+    for (const Method& method : described.model.headers[0].interfaces[0].methods) {
+        summaries += method.name + ": " + method.summary + "\n";
+    }
+    EXPECT_EQ(summaries, "A: Above, in two lines. Behind, going on.\nB: \nC: \nD: After the last line.\n");
+    EXPECT_EQ(described.model.headers[0].summary, "A header.");
+}
+
+TEST(Census, CountsWhatIsThere) {
+    const Described described(
+        interfaceOf("  result A(int a, guid g, out float f);\n  uint B(int a);\n"
+                    "  [inert(NOTIMPL)] result C();\n  [inert(0)] bool D();\n  [inert] void E();\n",
+                    ", server(\"i\"), adapter(\"pre\")") +
+        "// S.\n[uuid(\"00000000-0000-0000-0000-000000000001\")] service S { void A(int a); };\n"
+        "// H.\n[uuid(\"00000000-0000-0000-0000-000000000002\"), nowrap] interface H { void A(); };\n"
+        "code X = 1;\nerror Y = 2;\nconst sZ = \"z\";\nconst s_Z = \"z\";\n");
+    // "I" forwards a GUID, which is the one error here; the counts do not depend on it.
+    const Census census = takeCensus(described.model);
+    EXPECT_EQ(census.types, (std::vector<std::string>{"I", "Unknown", "storage"}));
+    EXPECT_EQ(census.services, std::vector<std::string>{"S"});
+    EXPECT_EQ(census.interfaces, 2U);
+    EXPECT_EQ(census.methods, 6U);
+    EXPECT_EQ(census.plainValueMethods, 2U);
+    EXPECT_EQ(census.voidMethods, 2U);
+    EXPECT_EQ(census.hostMethods, 1U);
+    EXPECT_EQ(census.parameters, (std::map<std::string, size_t>{{"integer i", 3}, {"string (a GUID) O", 1}}));
+    EXPECT_EQ(census.returns, (std::map<std::string, size_t>{{"boolean", 1}, {"float", 1}, {"integer", 1}}));
+    EXPECT_EQ(census.constants,
+              (std::map<std::string, size_t>{{"a_", 1}, {"e", 1}, {"e_", 1}, {"s", 1}, {"s_", 1}, {"u_", 3}}));
+    ASSERT_EQ(census.adapters.size(), 1U);
+    EXPECT_EQ(census.adapters[0].forwarded, 2U);
+    EXPECT_EQ(census.adapters[0].inert,
+              (std::map<Inert, size_t>{{Inert::NotImplemented, 1}, {Inert::Zero, 1}, {Inert::Nothing, 1}}));
+}
+
+}  // namespace kzgen
