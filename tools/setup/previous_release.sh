@@ -55,8 +55,13 @@ derive_one_line() {
         }' "$1"
 }
 
-# Where a mirror keeps releases that are no longer served: beside the live tree, under one more folder.
-to_archive_layout() { sed -E 's#(/)(debian(-security)?)/?( |$)#\1debian-archive/\2\4#'; }
+# Where a mirror keeps releases that are no longer served: beside the live tree, under one more folder. What lies there
+# is not renewed any more, so its date must not count.
+to_archive_layout() {
+    sed -E -e 's#/(debian(-security)?)/?( |$)#/debian-archive/\1\3#g' \
+        -e 's#^Types:#Check-Valid-Until: no\n&#' \
+        -e 's#^deb \[#&check-valid-until=no #; t' -e 's#^deb #&[check-valid-until=no] #'
+}
 
 # Does apt accept this source file on its own, without touching the lists of the others?
 source_answers() {
@@ -74,6 +79,7 @@ add_source() {
     to_archive_layout <<<"$text" | root_write "$path"
     source_answers "$path" && { say "the mirror keeps the previous release in its archive"; return; }
     as_root rm -f "$path"
+    say "no answer for: $(grep -E '^(URIs:|deb )' <<<"$text")"
     return 1
 }
 
