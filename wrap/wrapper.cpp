@@ -1,0 +1,187 @@
+// Wrapper types: their construction, registration and registry.
+#include "wrap/wrapper.h"
+
+#include "module/checks.h"
+#include "module/runtime.h"
+#include "wrap/result_codes.h"
+
+#include "kz/base/global_cache.h"
+#include "kz/result.h"
+
+#include <string_view>
+#include <unordered_map>
+
+namespace {
+
+std::unordered_map<std::string_view, KzWrapperType*> theTypes;
+
+PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
+
+// Letting go of a host object may run any code, Python's included, and that must not see a pending exception.
+class CPendingException {
+public:
+    CPendingException() {
+        if (PyErr_Occurred() != nullptr) PyErr_Fetch(&m_type, &m_value, &m_traceback);
+    }
+    ~CPendingException() {
+        if (m_type != nullptr) PyErr_Restore(m_type, m_value, m_traceback);
+    }
+    CPendingException(const CPendingException&) = delete;
+    CPendingException& operator=(const CPendingException&) = delete;
+
+private:
+    PyObject* m_type = nullptr;
+    PyObject* m_value = nullptr;
+    PyObject* m_traceback = nullptr;
+};
+
+void objectDealloc(PyObject* self) {
+    {
+        const CPendingException keep;
+        delete std::exchange(kzWrapper(self)->localized, nullptr);
+    }
+    Py_TYPE(self)->tp_free(self);
+}
+
+void serviceDealloc(PyObject* self) {
+    if (IKzUnknown* service = std::exchange(kzWrapper(self)->service, nullptr)) {
+        const CPendingException keep;
+        service->Release();
+    }
+    Py_TYPE(self)->tp_free(self);
+}
+
+// The generated row of a type or of the type that a Python class derives from.
+const KzWrapperType& rowOf(PyTypeObject* type) {
+    while (type->tp_base != nullptr && (type->tp_flags & Py_TPFLAGS_HEAPTYPE) != 0) type = type->tp_base;
+    return *reinterpret_cast<const KzWrapperType*>(type);
+}
+
+PyObject* objectNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
+    return kzPythonEntry([type]() -> PyObject* {
+        CPyRefNull self(kzNonNull(type->tp_alloc(type, 0)));
+        kzWrapper(self)->localized = rowOf(type).make();
+        return self.release();
+    });
+}
+
+int objectInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
+    PyObject* source = nullptr;
+    if (PyArg_ParseTuple(args, "|O", &source) == 0) {
+        kzParseFailed();
+        return -1;
+    }
+    if (source == nullptr) return 0;
+    IKzUnknown* found = nullptr;
+    const KzResult code = kzObjectToInterface(source, false, &found);
+    if (kzSucceeded(code) && kzWrapper(self)->localized->take(found)) return 0;
+    kzRaise(kzFailed(code) ? code : KZe_NOINTERFACE);
+    return -1;
+}
+
+PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/) {
+    return kzPythonEntry([=]() -> PyObject* {
+        if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
+        CKzGlobalCache* cache = CKzGlobalCache::current();
+        CKzLoc_Unknown service;
+        service.take(cache != nullptr ? cache->service(*rowOf(type).iid) : nullptr);
+        kzTrue(static_cast<bool>(service), KZe_NOTFOUND);
+        CPyRefNull self(kzNonNull(type->tp_alloc(type, 0)));
+        IKzUnknown* held = service.raw();
+        held->AddRef();
+        kzWrapper(self)->service = held;
+        return self.release();
+    });
+}
+
+void readyType(PyObject* submodule, KzWrapperType& row) {
+    PyTypeObject& type = row.type;
+    if ((type.tp_flags & Py_TPFLAGS_READY) == 0) {
+        // The name is kept for the life of the process, as the type is.
+        const std::string name = std::string(PyModule_GetName(submodule)) + "." + row.name;
+        type.tp_name = strdup(name.c_str());
+        type.tp_basicsize = sizeof(KzWrapper);
+        type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
+        type.tp_methods = row.methods;
+        type.tp_doc = row.doc;
+        kzNonNull(type.tp_name);
+    }
+    kzRegisterForeignType(submodule, row.name, type);
+}
+
+}  // namespace
+
+KzWrapperType kzUnknownType = {
+    {}, "Unknown", &KZu_UNKNOWN, kzMakeLocalized<CKzLoc_Unknown>, unknownMethods, "Any host object, by its base interface."};
+
+void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& type) {
+    kzNonNegative(PyType_Ready(&type));
+    Py_INCREF(&type);
+    kzNonNegative(PyModule_AddObject(submodule, name, reinterpret_cast<PyObject*>(&type)));
+}
+
+void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row) {
+    row.type.tp_dealloc = objectDealloc;
+    row.type.tp_new = objectNew;
+    row.type.tp_init = objectInit;
+    readyType(submodule, row);
+    theTypes[row.name] = &row;
+}
+
+void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row) {
+    row.type.tp_dealloc = serviceDealloc;
+    row.type.tp_new = serviceNew;
+    readyType(submodule, row);
+}
+
+const KzWrapperType* kzFindType(const char* name) noexcept {
+    const auto found = theTypes.find(name);
+    return found == theTypes.end() ? nullptr : found->second;
+}
+
+void kzForgetTypes() noexcept { theTypes.clear(); }
+
+bool kzIsWrapper(PyObject* object) noexcept {
+    // Only registered object types have this deallocator themselves; a Python subclass has the interpreter's.
+    return Py_TYPE(object)->tp_dealloc == objectDealloc;
+}
+
+CKzLocalizedObject& kzCheckWrapper(PyObject* object) {
+    if (object != nullptr && kzIsWrapper(object)) return *kzWrapper(object)->localized;
+    PyErr_SetString(PyExc_RuntimeError, "Object of invalid type");
+    throw KZe_NOTFOUND;
+}
+
+void kzTakeInto(PyObject* wrapper, IKzUnknown* object) {
+    kzTrue(kzCheckWrapper(wrapper).take(object), KZe_NOINTERFACE);
+}
+
+PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept {
+    auto* pyType = const_cast<PyTypeObject*>(&type.type);
+    PyObject* made = objectNew(pyType, nullptr, nullptr);
+    if (made == nullptr) {
+        if (taken != nullptr) taken->Release();
+        return nullptr;
+    }
+    if (kzWrapper(made)->localized->take(taken)) return made;
+    Py_DECREF(made);
+    return kzRaise(KZe_NOINTERFACE);
+}
+
+PyObject* kzNewWrapperByName(const char* name, IKzUnknown* taken) {
+    const KzWrapperType* type = kzFindType(name);
+    if (type != nullptr) return kzNonNull(kzNewWrapper(*type, taken), KZe_NOINTERFACE);
+    if (taken != nullptr) taken->Release();
+    throw KZe_FAILED;
+}
+
+PyObject* kzNewUnknown(IKzUnknown* object) noexcept {
+    if (object == nullptr) return kzRaise(KZe_FAILED);
+    object->AddRef();
+    return kzNewWrapper(kzUnknownType, object);
+}
+
+PyObject* kzNewUnknownOrNone(IKzUnknown* taken) noexcept {
+    if (taken != nullptr) return kzNewWrapper(kzUnknownType, taken);
+    Py_RETURN_NONE;
+}

@@ -1,0 +1,90 @@
+// Wrapper objects: one Python type for each host interface and service, and how any Python object becomes a host
+// object. Everything here needs the interpreter lock.
+#pragma once
+
+#include "module/py_ref.h"
+
+#include "kz/base/object.h"
+
+// What a generated type is made of. The rows live as long as the process; the interpreter fills in `type`.
+struct KzWrapperType {
+    PyTypeObject type;
+    const char* name;
+    const KzGuid* iid;
+    CKzLocalizedObject* (*make)();  // an empty localized wrapper; null for a service type
+    PyMethodDef* methods;
+    const char* doc;
+};
+
+// The one layout of all wrapper objects: an object type owns a localized wrapper, a service type a reference to its
+// service.
+struct KzWrapper {
+    PyObject_HEAD
+    union {
+        CKzLocalizedObject* localized;
+        IKzUnknown* service;
+    };
+};
+
+inline KzWrapper* kzWrapper(PyObject* object) noexcept { return reinterpret_cast<KzWrapper*>(object); }
+
+template <class Localized> CKzLocalizedObject* kzMakeLocalized() { return new Localized(); }
+
+// Readies a type and adds it to its submodule under its bare name; an object type also becomes known to the registry.
+// Throws FAILED.
+void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row);
+void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row);
+// Adds any other type to the submodule of object types: kz.Storage stands there as "storage".
+void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& type);
+
+// The registered object type of that name; null when there is none.
+const KzWrapperType* kzFindType(const char* name) noexcept;
+extern KzWrapperType kzUnknownType;
+
+// Whether the object's very type is a registered object type; an instance of a Python subclass is not.
+bool kzIsWrapper(PyObject* object) noexcept;
+// The localized wrapper of a wrapper; otherwise sets RuntimeError "Object of invalid type" and throws NOTFOUND.
+CKzLocalizedObject& kzCheckWrapper(PyObject* object);
+// As kzCheckWrapper, and makes it take a reference; throws NOINTERFACE when it then holds nothing.
+void kzTakeInto(PyObject* wrapper, IKzUnknown* object);
+
+// A new wrapper that consumes the reference. Null with an exception set when the object lacks the interface.
+PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept;
+// A new wrapper of the type with that name; throws FAILED for an unknown name, NOINTERFACE for a failed take.
+PyObject* kzNewWrapperByName(const char* name, IKzUnknown* taken);
+// A new wrapper of the Unknown type with a reference of its own. Null with an exception set on failure.
+PyObject* kzNewUnknown(IKzUnknown* object) noexcept;
+// As kzNewUnknown, but consumes the reference, and gives None for a null object.
+PyObject* kzNewUnknownOrNone(IKzUnknown* taken) noexcept;
+
+// Object of a Python object: a pointer without a reference, or null. Throws NOINTERFACE for an empty wrapper.
+IKzUnknown* kzPeek(PyObject* object);
+// Object to interface: any Python object as a host object, with a new reference. An object that is no wrapper is served
+// by a server instance of its class. A failure leaves `found` null; it may leave a Python exception set.
+KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** found) noexcept;
+
+// What the part that serves Python objects to the host gives to this one.
+struct KzServing {
+    IKzUnknown* (*serve)(PyObject* object) = nullptr;   // a host object that the Python object implements; may throw
+    PyObject* (*extract)(IKzUnknown* object) = nullptr;  // borrowed; null when the object is not one of ours
+};
+void kzSetServing(const KzServing& serving) noexcept;
+
+// kz.extract.
+PyObject* kzExtractFunction(PyObject* self, PyObject* args);
+
+// The five methods that every object type begins with; a generated method table starts with these rows.
+PyObject* kzWrapperSet(PyObject* self, PyObject* args);
+PyObject* kzWrapperTest(PyObject* self, PyObject* args);
+PyObject* kzWrapperEq(PyObject* self, PyObject* args);
+PyObject* kzWrapperHash(PyObject* self, PyObject* args);
+PyObject* kzWrapperPeek(PyObject* self, PyObject* args);
+
+#define KZ_GENERIC_METHODS                                                                                             \
+    {"set", kzWrapperSet, METH_VARARGS, "bool = set(object source)"},                                                  \
+        {"test", kzWrapperTest, METH_VARARGS, "bool = test()"},                                                        \
+        {"__eq__", kzWrapperEq, METH_VARARGS, nullptr}, {"__hash__", kzWrapperHash, METH_VARARGS, nullptr},            \
+        {"__peekobj__", kzWrapperPeek, METH_VARARGS, "obj id = __peekobj__()"}
+
+// Drops what is remembered of types, for the end of the interpreter.
+void kzForgetTypes() noexcept;
