@@ -81,8 +81,15 @@ TEST(PythonView, ConstantsAsLiterals) {
     for (const Constant& constant : described.model.headers[0].constants) {
         literals += constant.name + " " + pythonLiteral(constant.value) + "\n";
     }
-    EXPECT_EQ(literals, "sA 'it\\'s \"so\"\\n'\niB -5\nfC 0x80000000\ni_D 0x4558454E\ne_E 0x8480000CL\ndF 1.5e-3\n"
-                        "u_G 'FB552E5F-746E-4d74-885C-40A931B82B84'\niH 7L\n");
+    EXPECT_EQ(literals, R"(sA 'it\'s "so"\n'
+iB -5
+fC 0x80000000
+i_D 0x4558454E
+e_E 0x8480000CL
+dF 1.5e-3
+u_G 'FB552E5F-746E-4d74-885C-40A931B82B84'
+iH 7L
+)");
 }
 
 TEST(Summary, IsTheBlockAboveAndTheCommentBehind) {
