@@ -14,6 +14,7 @@ namespace fs = std::filesystem;
 const std::vector<Part>& parts() {
     static const std::vector<Part> all = {
         {"sdk", "C++ interface headers", &emitSdk},
+        {"wrap", "wrapper types, constants and result codes of the kz module", &emitWrap},
         {"docs", "HTML reference of the SDK as Python sees it", &emitDocs},
     };
     return all;

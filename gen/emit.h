@@ -42,6 +42,7 @@ std::string commentLines(std::string_view indent, std::string_view mark, std::st
 std::string cppLiteral(std::string_view text);
 
 void emitSdk(const Model& model, Output& output);
+void emitWrap(const Model& model, Output& output);
 void emitDocs(const Model& model, Output& output);
 
 }  // namespace kzgen

@@ -10,12 +10,13 @@
 #include <cstdlib>
 #include <map>
 
+KzResult kzLastResultCode = 0;
+bool kzQuietFlag = false;
+
 namespace {
 
 std::map<std::string, KzResult> theCodes;
 std::map<KzResult, std::string> theNames;
-KzResult theLastResult = 0;
-bool theQuietFlag = false;
 
 constexpr std::string_view badResult = "bad result: ";
 
@@ -91,11 +92,6 @@ bool kzIsSilent(KzResult code) noexcept {
     return code == KZe_NOTIMPL || code == KZe_DISABLED || code == KZe_CMD_DISABLED;
 }
 
-KzResult kzLastResult() noexcept { return theLastResult; }
-void kzSetLastResult(KzResult code) noexcept { theLastResult = code; }
-bool kzQuiet() noexcept { return theQuietFlag; }
-void kzSetQuiet(bool quiet) noexcept { theQuietFlag = quiet; }
-
 PyObject* kzRaise(KzResult code) noexcept {
     if (kzSucceeded(code) || PyErr_Occurred() != nullptr) return nullptr;
     for (const Translation& row : translations) {
@@ -123,7 +119,7 @@ KzResult kzResultOfPending() noexcept {
     return kzBoundary([] {
         const KzException exception = KzException::fetch();
         const KzResult code = kzResultOfException(exception.type, exception.value);
-        if (theQuietFlag) theQuietFlag = false;
+        if (kzQuietFlag) kzQuietFlag = false;
         else if (kzFailed(code) && !kzIsSilent(code)) kzReportException(exception);
         return code;
     });
@@ -171,7 +167,7 @@ PyObject* kzThrowFunction(PyObject* /*self*/, PyObject* args) {
     unsigned int code = 0;
     int quiet = -1;
     if (PyArg_ParseTuple(args, "I|i", &code, &quiet) == 0) return nullptr;
-    if (quiet >= 1) theQuietFlag = true;
+    if (quiet >= 1) kzQuietFlag = true;
     // A success code raises nothing, and the interpreter then complains about the missing exception: scripts that throw
     // a code without looking at it rely on being told.
     return kzRaise(code);
@@ -197,4 +193,4 @@ PyObject* kzOutExFunction(PyObject* /*self*/, PyObject* args) {
     });
 }
 
-PyObject* kzLastResultFunction(PyObject* /*self*/, PyObject* /*args*/) { return PyLong_FromUnsignedLong(theLastResult); }
+PyObject* kzLastResultFunction(PyObject* /*self*/, PyObject* /*args*/) { return PyLong_FromUnsignedLong(kzLastResultCode); }

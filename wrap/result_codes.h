@@ -21,12 +21,12 @@ void kzForgetResultNames() noexcept;
 bool kzIsSilent(KzResult code) noexcept;
 
 // The code of the most recent host call that a wrapper method made.
-KzResult kzLastResult() noexcept;
-void kzSetLastResult(KzResult code) noexcept;
+extern KzResult kzLastResultCode;
+inline void kzSetLastResult(KzResult code) noexcept { kzLastResultCode = code; }
 
 // Set: the next conversion of a pending exception to a code is not reported.
-bool kzQuiet() noexcept;
-void kzSetQuiet(bool quiet) noexcept;
+extern bool kzQuietFlag;
+inline void kzSetQuiet(bool quiet) noexcept { kzQuietFlag = quiet; }
 
 // Makes a failure code the pending Python exception, unless one is pending already. Always null, so that a
 // Python-callable function can return it.

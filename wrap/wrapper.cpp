@@ -99,6 +99,7 @@ void readyType(PyObject* submodule, KzWrapperType& row) {
     if ((type.tp_flags & Py_TPFLAGS_READY) == 0) {
         // The name is kept for the life of the process, as the type is.
         const std::string name = std::string(PyModule_GetName(submodule)) + "." + row.name;
+        Py_REFCNT(&type) = 1;  // the generated rows are plain zeros
         type.tp_name = strdup(name.c_str());
         type.tp_basicsize = sizeof(KzWrapper);
         type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;

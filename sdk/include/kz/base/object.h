@@ -32,6 +32,9 @@ public:
 
     explicit operator bool() const { return m_held != nullptr; }
 
+    // Where the pointer is held: for callers that must see a change made while they are at work.
+    IKzUnknown* const* place() const noexcept { return &m_held; }
+
 protected:
     void drop() noexcept;
     IKzUnknown* m_held = nullptr;

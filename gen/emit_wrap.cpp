@@ -1,0 +1,283 @@
+// Part "wrap": for each header its wrapper types with one thunk a method, its constants and its result codes.
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <map>
+
+#include <fmt/format.h>
+
+#include "emit.h"
+#include "python_view.h"
+
+namespace kzgen {
+
+namespace {
+
+using Text = std::back_insert_iterator<std::string>;
+
+// How the hand-written marshalling calls a kind as an input and as an output.
+struct Marshalled {
+    Kind kind;
+    std::string_view input;
+    std::string_view output;
+};
+
+constexpr std::array marshalled = {
+    Marshalled{Kind::Bool, "", "OutValue<bool>"},
+    Marshalled{Kind::Int, "InInt", "OutValue<std::int32_t>"},
+    Marshalled{Kind::Uint, "InUint", "OutValue<std::uint32_t>"},
+    Marshalled{Kind::Size, "InSize", "OutValue<std::intptr_t>"},
+    Marshalled{Kind::Float, "InFloat", "OutValue<float>"},
+    Marshalled{Kind::Double, "InDouble", "OutValue<double>"},
+    Marshalled{Kind::String, "InString", "OutValue<const char*>"},
+    Marshalled{Kind::Text, "", "OutText"},
+    Marshalled{Kind::Guid, "InGuid", ""},
+    Marshalled{Kind::Object, "InObject", "OutObject"},
+    Marshalled{Kind::Vector2, "InVector<KzVector2>", "OutVector<KzVector2>"},
+    Marshalled{Kind::Vector3, "InVector<KzVector3>", "OutVector<KzVector3>"},
+    Marshalled{Kind::Vector4, "InVector<KzVector4>", "OutVector<KzVector4>"},
+    Marshalled{Kind::FVector2, "InVector<KzFVector2>", "OutVector<KzFVector2>"},
+    Marshalled{Kind::FVector3, "InVector<KzFVector3>", "OutVector<KzFVector3>"},
+    Marshalled{Kind::FVector4, "InVector<KzFVector4>", "OutVector<KzFVector4>"},
+    Marshalled{Kind::Matrix3, "InMatrix<KzMatrix3>", "OutMatrix<KzMatrix3>"},
+    Marshalled{Kind::Matrix4, "InMatrix<KzMatrix4>", "OutMatrix<KzMatrix4>"},
+    Marshalled{Kind::FMatrix3, "InMatrix<KzFMatrix3>", "OutMatrix<KzFMatrix3>"},
+    Marshalled{Kind::FMatrix4, "InMatrix<KzFMatrix4>", "OutMatrix<KzFMatrix4>"},
+    Marshalled{Kind::Bounds, "InBounds", "OutBounds"},
+    Marshalled{Kind::Quaternion, "InVector<KzQuaternion>", "OutVector<KzQuaternion>"},
+    Marshalled{Kind::Id, "InId", "OutId"},
+    Marshalled{Kind::Pointer, "InPointer", "OutPointer"},
+    Marshalled{Kind::FloatArray, "InArray", "OutArray"},
+    Marshalled{Kind::DoubleArray, "InArray", "OutArray"},
+    Marshalled{Kind::IntArray, "InArray", "OutArray"},
+    Marshalled{Kind::UintArray, "InArray", "OutArray"},
+    Marshalled{Kind::ByteArray, "InArray", "OutArray"},
+    Marshalled{Kind::IdArray, "InArray", "OutArray"},
+    Marshalled{Kind::DataArray, "InArray", "OutArray"},
+    Marshalled{Kind::Hints, "InHints", "OutHints"},
+    Marshalled{Kind::Blocks, "InBlocks", ""},
+};
+
+// The wrapper that Python gets for an object: none for an object of unknown kind or of a kind without a type.
+std::string typedWrapper(const Model& model, const Type& type) {
+    const std::string name = type.kind == Kind::Object ? model.wrapperName(type) : "";
+    return name.empty() || name == unknownName ? "" : name;
+}
+
+std::string_view marshalledName(const Parameter& parameter) {
+    const auto row = std::find_if(marshalled.begin(), marshalled.end(),
+                                  [&](const Marshalled& each) { return each.kind == parameter.type.kind; });
+    return parameter.output ? row->output : row->input;
+}
+
+// The wrapper types of the objects that a method returns, in order, as the elements of an array.
+std::string typeElements(const Model& model, const Method& method) {
+    std::vector<std::string> elements;
+    const auto add = [&](const Type& type) {
+        const std::string name = typedWrapper(model, type);
+        if (type.kind == Kind::Object) {
+            elements.push_back(name.empty() ? "nullptr" : "&kzType_" + name);
+        }
+    };
+    add(method.returns);
+    for (const Parameter* output : method.outputs()) {
+        add(output->type);
+    }
+    return fmt::format("{}", fmt::join(elements, ", "));
+}
+
+// What a marshaller is made for: whether there is a result code, what else is returned, and the kinds of the parameters.
+std::string signatureOf(const Method& method) {
+    std::string signature = fmt::format("{}", method.returns.kind == Kind::Result);
+    for (const Parameter& parameter : method.parameters) {
+        signature += fmt::format(", {}", marshalledName(parameter));
+    }
+    return signature;
+}
+
+// How often each signature is used by all methods together.
+class SignatureUses {
+public:
+    explicit SignatureUses(const Model& model) {
+        for (const Header& header : model.headers) {
+            for (const Interface& each : header.interfaces) {
+                count(each);
+            }
+        }
+    }
+    // Below this many uses a marshaller of its own is not worth its code.
+    static constexpr int commonFrom = 3;
+    [[nodiscard]] bool isCommon(const Method& method) const { return m_uses.at(key(method)) >= commonFrom; }
+
+private:
+    static std::string key(const Method& method) {
+        return fmt::format("{} {}", info(method.returns.kind).value, signatureOf(method));
+    }
+    void count(const Interface& each) {
+        for (const Method& method : each.methods) {
+            m_uses[key(method)] += each.wrapped ? 1 : 0;
+        }
+    }
+
+    std::map<std::string, int> m_uses;
+};
+
+void emitThunk(const Model& model, const SignatureUses& uses, const Interface& each, const Method& method, Text out) {
+    const std::string name = each.stem() + "_" + method.name;
+    const std::string types = typeElements(model, method);
+    if (!types.empty()) {
+        fmt::format_to(out, "constexpr const KzWrapperType* {}_types[] = {{{}}};\n", name, types);
+    }
+    fmt::format_to(out,
+                   "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<KzHolder::{1}, {2}>::{3}(self, args, "
+                   "&IKz{4}::{5}{6}); }}\n",
+                   name, each.service ? "service" : "object", signatureOf(method),
+                   uses.isCommon(method) ? "common" : "rare", each.stem(), method.name,
+                   types.empty() ? "" : ", " + name + "_types");
+}
+
+void emitType(const Model& model, const SignatureUses& uses, const Interface& each, Text out) {
+    fmt::format_to(out, "// {}\n\nnamespace {{\n\n", each.stem());
+    for (const Method& method : each.methods) {
+        emitThunk(model, uses, each, method, out);
+    }
+    fmt::format_to(out, "\nPyMethodDef {}_methods[] = {{\n", each.stem());
+    if (!each.service) {
+        fmt::format_to(out, "    KZ_GENERIC_METHODS,\n");
+    }
+    for (const Method& method : each.methods) {
+        fmt::format_to(out, "    {{\"{0}\", {1}_{0}, METH_VARARGS, {2}}},\n", method.name, each.stem(),
+                       cppLiteral(docString(model, method)));
+    }
+    fmt::format_to(out, "    {{nullptr, nullptr, 0, nullptr}},\n}};\n\n}}  // namespace\n\n");
+    const std::string make =
+        each.service ? std::string("nullptr") : fmt::format("kzMakeLocalized<CKzLoc_{}>", each.stem());
+    fmt::format_to(out, "KzWrapperType kzType_{} = {{{{}}, \"{}\", &KZu_{}, {}, {}_methods, {}}};\n\n", each.stem(),
+                   each.name, each.symbol, make, each.stem(), cppLiteral(each.summary));
+}
+
+struct SymbolRow {
+    const std::string& name;
+    std::string operator()(const IntegerValue& integer) const {
+        return fmt::format("{{\"{}\", KzSymbolRow::{}, {}}}", name, integer.isLong ? "longInteger" : "integer",
+                           integer.value);
+    }
+    std::string operator()(const RealValue& real) const { return fmt::format("{{\"{}\", {}}}", name, real.written); }
+    std::string operator()(const TextValue& text) const {
+        return fmt::format("{{\"{}\", {}}}", name, cppLiteral(text.text));
+    }
+    std::string operator()(const Guid& guid) const { return fmt::format("{{\"{}\", \"{}\"}}", name, guid.text); }
+};
+
+std::vector<std::string> symbolRows(const Header& header) {
+    std::vector<std::string> rows;
+    for (const Interface& each : header.interfaces) {
+        rows.push_back(SymbolRow{"u_" + each.symbol}(each.guid));
+        if (each.server) {
+            rows.push_back(SymbolRow{"a_" + each.symbol}(TextValue{*each.server}));
+        }
+    }
+    for (const Constant& constant : header.constants) {
+        rows.push_back(std::visit(SymbolRow{constant.name}, constant.value));
+    }
+    for (const Code& code : header.codes) {
+        // A code of the command system is a long always; one of a header's own where it does not fit an int of 32 bits.
+        const bool isLong = !code.headerOwn || code.value > uint32_t{INT32_MAX};
+        rows.push_back(SymbolRow{code.symbol()}(IntegerValue{code.value, isLong, {}}));
+    }
+    return rows;
+}
+
+std::vector<std::string> resultRows(const Header& header) {
+    std::vector<std::string> rows;
+    for (const Code& code : header.codes) {
+        rows.push_back(fmt::format("{{\"{}\", 0x{:08X}}}", code.name, code.value));
+    }
+    return rows;
+}
+
+std::vector<std::string> typeRows(const Header& header, bool services) {
+    std::vector<std::string> rows;
+    for (const Interface& each : header.interfaces) {
+        if (each.wrapped && each.service == services) {
+            rows.push_back("&kzType_" + each.stem());
+        }
+    }
+    return rows;
+}
+
+// An array of rows, and what names it: an empty one has no array.
+std::string emitRows(std::string_view type, const std::string& name, const std::vector<std::string>& rows, Text out) {
+    if (rows.empty()) {
+        return "{}";
+    }
+    fmt::format_to(out, "{} {}[] = {{\n    {},\n}};\n\n", type, name, fmt::join(rows, ",\n    "));
+    return name;
+}
+
+std::string headerText(const Model& model, const SignatureUses& uses, const Header& header) {
+    std::string text = openingLines("//", header.summary, header);
+    const Text out = std::back_inserter(text);
+    fmt::format_to(out,
+                   "#include \"wrap/generated/types.h\"\n#include \"wrap/marshal.h\"\n\n#include \"kz/{}.h\"\n\n"
+                   "using namespace kz_marshal;\n\n",
+                   header.name);
+    for (const Interface& each : header.interfaces) {
+        if (each.wrapped) {
+            emitType(model, uses, each, out);
+        }
+    }
+    fmt::format_to(out, "namespace {{\n\n");
+    const std::string& name = header.name;
+    const std::string objects =
+        emitRows("constexpr KzWrapperType*", name + "_objects", typeRows(header, false), out);
+    const std::string services =
+        emitRows("constexpr KzWrapperType*", name + "_services", typeRows(header, true), out);
+    const std::string symbols = emitRows("constexpr KzSymbolRow", name + "_symbols", symbolRows(header), out);
+    const std::string results = emitRows("constexpr KzResultRow", name + "_results", resultRows(header), out);
+    fmt::format_to(out, "}}  // namespace\n\nconst KzHeaderRows kzHeader_{0} = {{\"{0}\", {1}, {2}, {3}, {4}}};\n", name,
+                   objects, services, symbols, results);
+    return text;
+}
+
+std::string typesText(const Model& model) {
+    std::string text = openingLines("//", "Every wrapper type and every header's rows.", model);
+    const Text out = std::back_inserter(text);
+    fmt::format_to(out, "#pragma once\n\n#include \"wrap/registration.h\"\n\n");
+    for (const Header& header : model.headers) {
+        for (const Interface& each : header.interfaces) {
+            if (each.wrapped) {
+                fmt::format_to(out, "extern KzWrapperType kzType_{};\n", each.stem());
+            }
+        }
+    }
+    fmt::format_to(out, "\n");
+    for (const Header& header : model.headers) {
+        fmt::format_to(out, "extern const KzHeaderRows kzHeader_{};\n", header.name);
+    }
+    return text;
+}
+
+std::string listText(const Model& model) {
+    std::string text = openingLines("//", "The headers in the order of registration.", model);
+    const Text out = std::back_inserter(text);
+    fmt::format_to(out, "#include \"wrap/generated/types.h\"\n\nnamespace {{\n\nconstexpr const KzHeaderRows* all[] = {{\n");
+    for (const Header& header : model.headers) {
+        fmt::format_to(out, "    &kzHeader_{},\n", header.name);
+    }
+    fmt::format_to(out, "}};\n\n}}  // namespace\n\nconst std::span<const KzHeaderRows* const> kzHeaders(all);\n");
+    return text;
+}
+
+}  // namespace
+
+void emitWrap(const Model& model, Output& output) {
+    const SignatureUses uses(model);
+    for (const Header& header : model.headers) {
+        output.write(header.name + ".cpp", headerText(model, uses, header));
+    }
+    output.write("types.h", typesText(model));
+    output.write("headers.cpp", listText(model));
+}
+
+}  // namespace kzgen

@@ -1,0 +1,233 @@
+// The compiled core of argument marshalling.
+#include "wrap/marshal_core.h"
+
+#include "module/checks.h"
+#include "module/py_ref.h"
+#include "wrap/result_codes.h"
+#include "wrap/storage_buffer.h"
+
+#include "kz/base/global_cache.h"
+#include "kz/guid.h"
+
+#include <cstdarg>
+
+namespace {
+
+bool toNumber(PyObject* object, double& number) noexcept {
+    number = PyFloat_AsDouble(object);
+    return number != -1.0 || PyErr_Occurred() == nullptr;
+}
+
+// The item at an index, with a reference: an earlier conversion may have shortened a list.
+PyObject* itemOf(PyObject* sequence, Py_ssize_t index) noexcept {
+    if (PyTuple_CheckExact(sequence)) {
+        PyObject* item = PyTuple_GET_ITEM(sequence, index);
+        Py_INCREF(item);
+        return item;
+    }
+    return PySequence_GetItem(sequence, index);
+}
+
+bool hasLength(PyObject* sequence, Py_ssize_t count) noexcept {
+    if (PyTuple_CheckExact(sequence)) return PyTuple_GET_SIZE(sequence) == count;
+    return PySequence_Size(sequence) == count;
+}
+
+template <class Number> KzResult readNumbers(PyObject* sequence, Number* numbers, Py_ssize_t count) noexcept {
+    if (!hasLength(sequence, count)) return KZe_FAILED;
+    for (Py_ssize_t index = 0; index < count; ++index) {
+        const CPyRefNull item(itemOf(sequence, index));
+        double number = 0;
+        if (item.get() == nullptr || !toNumber(item, number)) return KZe_FAILED;
+        numbers[index] = static_cast<Number>(number);
+    }
+    return KZe_OK;
+}
+
+template <class Number>
+KzResult readRows(PyObject* sequence, Number* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept {
+    if (!hasLength(sequence, rows)) return KZe_FAILED;
+    for (Py_ssize_t row = 0; row < rows; ++row) {
+        const CPyRefNull item(itemOf(sequence, row));
+        if (item.get() == nullptr) return KZe_FAILED;
+        if (const KzResult code = readNumbers(item, numbers + row * columns, columns); kzFailed(code)) return code;
+    }
+    return KZe_OK;
+}
+
+// A tuple of `count` items that `make` creates; null when one cannot be made.
+template <class Make> PyObject* makeTuple(Py_ssize_t count, Make&& make) noexcept {
+    PyObject* tuple = PyTuple_New(count);
+    for (Py_ssize_t index = 0; tuple != nullptr && index < count; ++index) {
+        PyObject* item = make(index);
+        if (item != nullptr) PyTuple_SET_ITEM(tuple, index, item);
+        else Py_CLEAR(tuple);
+    }
+    return tuple;
+}
+
+template <class Number> PyObject* makeNumbers(const Number* numbers, Py_ssize_t count) noexcept {
+    return makeTuple(count, [=](Py_ssize_t index) { return PyFloat_FromDouble(numbers[index]); });
+}
+
+template <class Number> PyObject* makeRows(const Number* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept {
+    return makeTuple(rows, [=](Py_ssize_t row) { return makeNumbers(numbers + row * columns, columns); });
+}
+
+IKzGUIDService* guidService() noexcept {
+    CKzGlobalCache* cache = CKzGlobalCache::current();
+    return cache != nullptr ? static_cast<IKzGUIDService*>(cache->service(KZu_GUIDSERVICE)) : nullptr;
+}
+
+void releaseAll(std::vector<PyObject*>& objects) noexcept {
+    for (PyObject* object : objects) Py_DECREF(object);
+    objects.clear();
+}
+
+}  // namespace
+
+KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept {
+    return readNumbers(sequence, numbers, count);
+}
+
+KzResult kzReadNumbers(PyObject* sequence, float* numbers, Py_ssize_t count) noexcept {
+    return readNumbers(sequence, numbers, count);
+}
+
+KzResult kzReadRows(PyObject* sequence, double* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept {
+    return readRows(sequence, numbers, rows, columns);
+}
+
+KzResult kzReadRows(PyObject* sequence, float* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept {
+    return readRows(sequence, numbers, rows, columns);
+}
+
+KzResult kzReadBounds(PyObject* sequence, KzBounds& bounds) noexcept {
+    if (PySequence_Check(sequence) == 0) return KZe_INVALIDARG;
+    return readRows(sequence, bounds.min.v, 2, 3);
+}
+
+PyObject* kzMakeNumbers(const double* numbers, Py_ssize_t count) noexcept { return makeNumbers(numbers, count); }
+PyObject* kzMakeNumbers(const float* numbers, Py_ssize_t count) noexcept { return makeNumbers(numbers, count); }
+
+PyObject* kzMakeRows(const double* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept {
+    return makeRows(numbers, rows, columns);
+}
+
+PyObject* kzMakeRows(const float* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept {
+    return makeRows(numbers, rows, columns);
+}
+
+PyObject* kzMakeBounds(const KzBounds& bounds) noexcept { return makeRows(bounds.min.v, 2, 3); }
+
+PyObject* kzMakeString(const char* text) noexcept {
+    if (text != nullptr) return PyString_FromString(text);
+    Py_RETURN_NONE;
+}
+
+PyObject* kzMakeHints(const KzTextValueHint* hints) noexcept {
+    CPyRefNull list(PyList_New(0));
+    for (; list.get() != nullptr && hints != nullptr && hints->text != nullptr; ++hints) {
+        const CPyRefNull row(Py_BuildValue("is", static_cast<int>(hints->value), hints->text));
+        if (row.get() == nullptr || PyList_Append(list, row) != 0) list.adopt(nullptr);
+    }
+    return list.release();
+}
+
+PyObject* kzMakeArrayView(void* memory) noexcept { return kzNewStorageView(memory, 0, 0); }
+
+KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept {
+    if (!PyString_Check(text)) return KZe_FAILED;
+    CKzUser_GUIDService service;
+    service.take(guidService());
+    return service && kzSucceeded(service->FromText(PyString_AS_STRING(text), &guid)) ? KZe_OK : KZe_FAILED;
+}
+
+CStoragePin::~CStoragePin() {
+    if (m_storage != nullptr) kzUnpinStorage(m_storage);
+}
+
+KzResult CStoragePin::pin(PyObject* object) noexcept {
+    if (object == Py_None) return KZe_OK;
+    if (!kzIsStorage(object)) return KZe_INVALIDARG;
+    m_storage = object;
+    m_memory = kzPinStorage(object);
+    return KZe_OK;
+}
+
+CHintTable::~CHintTable() { releaseAll(m_texts); }
+
+KzResult CHintTable::add(PyObject* key, PyObject* text) {
+    const long value = PyInt_AsLong(key);
+    if (value == -1 && PyErr_Occurred() != nullptr) return KZe_FAILED;
+    const CPyRefNull string(PyObject_Str(text));
+    if (string.get() == nullptr) return KZe_FAILED;
+    m_texts.push_back(string.get());
+    Py_INCREF(string.get());
+    m_rows.push_back({static_cast<std::int32_t>(value), PyString_AS_STRING(string.get())});
+    return KZe_OK;
+}
+
+KzResult CHintTable::read(PyObject* dictionary) noexcept {
+    if (!PyDict_Check(dictionary)) return KZe_INVALIDARG;
+    return kzBoundary([&] {
+        const CPyRefNull items(PyDict_Items(dictionary));  // a copy: making texts may change the dictionary
+        kzNonNull(items.get());
+        for (Py_ssize_t index = 0; index < PyList_GET_SIZE(items.get()); ++index) {
+            PyObject* item = PyList_GET_ITEM(items.get(), index);
+            if (const KzResult code = add(PyTuple_GET_ITEM(item, 0), PyTuple_GET_ITEM(item, 1)); kzFailed(code)) return code;
+        }
+        m_rows.push_back({0, nullptr});
+        return KZe_OK;
+    });
+}
+
+CBlockTable::~CBlockTable() { releaseAll(m_bytes); }
+
+KzResult CBlockTable::add(PyObject* pair) {
+    if (!PyTuple_Check(pair) || PyTuple_GET_SIZE(pair) != 2) return KZe_INVALIDARG;
+    PyObject* bytes = PyTuple_GET_ITEM(pair, 1);
+    if (!PyString_Check(bytes)) return KZe_INVALIDARG;
+    const unsigned long id = PyInt_AsUnsignedLongMask(PyTuple_GET_ITEM(pair, 0));
+    if (PyErr_Occurred() != nullptr) return KZe_FAILED;
+    m_bytes.push_back(bytes);
+    Py_INCREF(bytes);
+    m_blocks.push_back(
+        {static_cast<std::uint32_t>(id), static_cast<std::uint32_t>(PyString_GET_SIZE(bytes)), PyString_AS_STRING(bytes)});
+    return KZe_OK;
+}
+
+KzResult CBlockTable::read(PyObject* sequence) noexcept {
+    if (sequence == Py_None) return KZe_OK;
+    if (PySequence_Check(sequence) == 0) return KZe_INVALIDARG;
+    return kzBoundary([&] {
+        const CPyRefNull pairs(PySequence_List(sequence));
+        kzNonNull(pairs.get());
+        for (Py_ssize_t index = 0; index < PyList_GET_SIZE(pairs.get()); ++index)
+            if (const KzResult code = add(PyList_GET_ITEM(pairs.get(), index)); kzFailed(code)) return code;
+        m_list = {static_cast<std::uint32_t>(m_blocks.size()), m_blocks.data()};
+        return KZe_OK;
+    });
+}
+
+bool CTextBuffer::grow() noexcept {
+    if (m_size >= largest) return false;
+    m_size *= 4;
+    m_heap.reset(new (std::nothrow) char[m_size]);
+    if (!m_heap) return false;
+    m_heap[0] = '\0';
+    return true;
+}
+
+PyObject* CTextBuffer::make() noexcept {
+    return PyString_FromStringAndSize(data(), static_cast<Py_ssize_t>(strnlen(data(), m_size)));
+}
+
+bool kzParse(PyObject* args, const char* format, ...) noexcept {
+    va_list targets;
+    va_start(targets, format);
+    const bool parsed = PyArg_VaParse(args, format, targets) != 0;
+    va_end(targets);
+    if (!parsed) kzParseFailed();
+    return parsed;
+}

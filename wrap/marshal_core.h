@@ -1,0 +1,105 @@
+// The compiled core of argument marshalling: what the templates of every signature call. All of it needs the
+// interpreter lock; nothing here throws.
+#pragma once
+
+#include "module/python.h"
+
+#include "kz/base/unknown.h"
+#include "kz/result.h"
+
+#include <memory>
+#include <vector>
+
+// A sequence of exactly `count` numbers. FAILED for another length; a Python exception stays set where one was raised.
+KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept;
+KzResult kzReadNumbers(PyObject* sequence, float* numbers, Py_ssize_t count) noexcept;
+// A sequence of exactly `count` sequences of exactly `count` numbers.
+KzResult kzReadRows(PyObject* sequence, double* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
+KzResult kzReadRows(PyObject* sequence, float* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
+// A sequence of two sequences of three numbers; INVALIDARG when it is no sequence.
+KzResult kzReadBounds(PyObject* sequence, KzBounds& bounds) noexcept;
+
+// Tuples of floats; of tuples of floats. Null with an exception set when memory is short.
+PyObject* kzMakeNumbers(const double* numbers, Py_ssize_t count) noexcept;
+PyObject* kzMakeNumbers(const float* numbers, Py_ssize_t count) noexcept;
+PyObject* kzMakeRows(const double* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
+PyObject* kzMakeRows(const float* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
+PyObject* kzMakeBounds(const KzBounds& bounds) noexcept;
+PyObject* kzMakeString(const char* text) noexcept;             // None for a null text
+PyObject* kzMakeHints(const KzTextValueHint* hints) noexcept;  // a list of (integer, text)
+PyObject* kzMakeArrayView(void* memory) noexcept;              // a buffer without type over the host's memory
+
+// A GUID from its text, by the host's lookup. FAILED for anything else.
+KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept;
+
+// The memory of a storage argument, or null for None; INVALIDARG for anything else. While it is pinned the memory stays
+// where it is, whatever Python does to the storage.
+class CStoragePin {
+public:
+    CStoragePin() = default;
+    ~CStoragePin();
+    CStoragePin(const CStoragePin&) = delete;
+    CStoragePin& operator=(const CStoragePin&) = delete;
+    KzResult pin(PyObject* object) noexcept;
+    void* memory() const noexcept { return m_memory; }
+
+private:
+    PyObject* m_storage = nullptr;
+    void* m_memory = nullptr;
+};
+
+// A dictionary from integers to texts as the host's table of hints.
+class CHintTable {
+public:
+    CHintTable() = default;
+    ~CHintTable();
+    CHintTable(const CHintTable&) = delete;
+    CHintTable& operator=(const CHintTable&) = delete;
+    KzResult read(PyObject* dictionary) noexcept;
+    const KzTextValueHint* rows() const noexcept { return m_rows.data(); }
+
+private:
+    KzResult add(PyObject* key, PyObject* text);
+
+    std::vector<KzTextValueHint> m_rows;
+    std::vector<PyObject*> m_texts;  // keeps the rows' texts alive
+};
+
+// A sequence of (number, bytes) pairs as a block list; None is an empty list.
+class CBlockTable {
+public:
+    CBlockTable() = default;
+    ~CBlockTable();
+    CBlockTable(const CBlockTable&) = delete;
+    CBlockTable& operator=(const CBlockTable&) = delete;
+    KzResult read(PyObject* sequence) noexcept;
+    const KzBlockList* list() const noexcept { return &m_list; }
+
+private:
+    KzResult add(PyObject* pair);
+
+    std::vector<KzBlock> m_blocks;
+    std::vector<PyObject*> m_bytes;  // keeps the blocks' memory alive
+    KzBlockList m_list{0, nullptr};
+};
+
+// Memory for a text that the host writes. It starts on the stack and grows while the host answers SHORTBUFFER.
+class CTextBuffer {
+public:
+    CTextBuffer() noexcept { m_local[0] = '\0'; }
+    char* data() noexcept { return m_heap ? m_heap.get() : m_local; }
+    std::uint32_t size() const noexcept { return m_size; }
+    bool grow() noexcept;  // false when it has grown enough
+    PyObject* make() noexcept;
+
+private:
+    static constexpr std::uint32_t localSize = 512;
+    static constexpr std::uint32_t largest = 1U << 26;
+
+    char m_local[localSize];
+    std::unique_ptr<char[]> m_heap;
+    std::uint32_t m_size = localSize;
+};
+
+// Reads the arguments with the interpreter's parser. Sets the module's own error where the parser sets none.
+bool kzParse(PyObject* args, const char* format, ...) noexcept;
