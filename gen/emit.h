@@ -44,5 +44,6 @@ std::string cppLiteral(std::string_view text);
 void emitSdk(const Model& model, Output& output);
 void emitWrap(const Model& model, Output& output);
 void emitDocs(const Model& model, Output& output);
+void emitKzifc(const Model& model, Output& output);
 
 }  // namespace kzgen

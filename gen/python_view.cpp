@@ -40,12 +40,14 @@ std::string returnDocType(const Model& model, const Type& type) {
     return argumentDocType(type);
 }
 
-std::string docString(const Model& model, const Method& method) {
+std::string docString(const Model& model, const Method& method) { return docString(model, method, method.name); }
+
+std::string docString(const Model& model, const Method& method, const std::string& name) {
     std::vector<std::string> arguments;
     for (const Parameter* input : method.inputs()) {
         arguments.push_back(argumentDocType(input->type) + " " + input->name);
     }
-    return fmt::format("{}{}({})", returnsDoc(model, method), method.name, joined(arguments));
+    return fmt::format("{}{}({})", returnsDoc(model, method), name, joined(arguments));
 }
 
 std::string parseFormat(const Method& method) {

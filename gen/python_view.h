@@ -14,6 +14,8 @@ std::string returnDocType(const Model& model, const Type& type);
 
 // "(integer,vector sv) = Position(vector pos)"
 std::string docString(const Model& model, const Method& method);
+// The same under another name, as a Python class implements it.
+std::string docString(const Model& model, const Method& method, const std::string& name);
 
 // The format by which a wrapper reads its arguments: "OOI".
 std::string parseFormat(const Method& method);
