@@ -42,7 +42,8 @@ void emitClass(const Model& model, const Interface& each, Text out) {
 }  // namespace
 
 void emitKzifc(const Model& model, Output& output) {
-    std::string text = "# -*- coding: utf-8 -*-\n" + openingLines("#", "Base classes for Python servers: each stands for one interface.", model);
+    std::string text = "# -*- coding: utf-8 -*-\n" +
+                       openingLines("#", "Base classes for Python servers: each stands for one interface.", model);
     const Text out = std::back_inserter(text);
     fmt::format_to(out, "import kz\n");
     for (const Header& header : model.headers) {
