@@ -85,7 +85,9 @@ PyObject* kzWrapperSet(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     return kzPythonEntry([=] {
         CKzLoc_Unknown source;
-        return PyBool_FromLong(kzWrapper(self)->localized->set(convertArgument(args, source).raw()) ? 1 : 0);
+        convertArgument(args, source);
+        CHostCall::keepHeld(*kzWrapper(self)->localized);
+        return PyBool_FromLong(kzWrapper(self)->localized->set(source.raw()) ? 1 : 0);
     });
 }
 

@@ -10,10 +10,12 @@
 
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace {
 
 std::unordered_map<std::string_view, KzWrapperType*> theTypes;
+std::vector<IKzUnknown*> theDeferred;
 
 PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
 
@@ -72,11 +74,13 @@ int objectInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
         return -1;
     }
     if (source == nullptr) return 0;
-    IKzUnknown* found = nullptr;
-    const KzResult code = kzObjectToInterface(source, false, &found);
-    if (kzSucceeded(code) && kzWrapper(self)->localized->take(found)) return 0;
-    kzRaise(kzFailed(code) ? code : KZe_NOINTERFACE);
-    return -1;
+    const CPyRefNull done(kzPythonEntry([=]() -> PyObject* {
+        IKzUnknown* found = nullptr;
+        kzSucceed(kzObjectToInterface(source, false, &found));
+        kzTakeInto(*kzWrapper(self)->localized, found);
+        Py_RETURN_NONE;
+    }));
+    return done.get() != nullptr ? 0 : -1;
 }
 
 PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/) {
@@ -111,6 +115,23 @@ void readyType(PyObject* submodule, KzWrapperType& row) {
 }
 
 }  // namespace
+
+int CHostCall::s_depth = 0;
+bool CHostCall::s_hasDeferred = false;
+
+void CHostCall::keepHeld(CKzLocalizedObject& wrapper) {
+    if (s_depth == 0 || !wrapper) return;
+    theDeferred.push_back(wrapper.raw());
+    wrapper.raw()->AddRef();
+    s_hasDeferred = true;
+}
+
+void CHostCall::releaseDeferred() noexcept {
+    s_hasDeferred = false;
+    const std::vector<IKzUnknown*> deferred = std::move(theDeferred);
+    theDeferred.clear();
+    for (IKzUnknown* object : deferred) object->Release();
+}
 
 KzWrapperType kzUnknownType = {
     {}, "Unknown", &KZu_UNKNOWN, kzMakeLocalized<CKzLoc_Unknown>, unknownMethods, "Any host object, by its base interface."};
@@ -153,8 +174,9 @@ CKzLocalizedObject& kzCheckWrapper(PyObject* object) {
     throw KZe_NOTFOUND;
 }
 
-void kzTakeInto(PyObject* wrapper, IKzUnknown* object) {
-    kzTrue(kzCheckWrapper(wrapper).take(object), KZe_NOINTERFACE);
+void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object) {
+    CHostCall::keepHeld(wrapper);
+    kzTrue(wrapper.take(object), KZe_NOINTERFACE);
 }
 
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept {

@@ -45,8 +45,8 @@ extern KzWrapperType kzUnknownType;
 bool kzIsWrapper(PyObject* object) noexcept;
 // The localized wrapper of a wrapper; otherwise sets RuntimeError "Object of invalid type" and throws NOTFOUND.
 CKzLocalizedObject& kzCheckWrapper(PyObject* object);
-// As kzCheckWrapper, and makes it take a reference; throws NOINTERFACE when it then holds nothing.
-void kzTakeInto(PyObject* wrapper, IKzUnknown* object);
+// Makes a wrapper consume a reference; throws NOINTERFACE when it then holds nothing.
+void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object);
 
 // A new wrapper that consumes the reference. Null with an exception set when the object lacks the interface.
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept;
@@ -62,6 +62,27 @@ IKzUnknown* kzPeek(PyObject* object);
 // Object to interface: any Python object as a host object, with a new reference. An object that is no wrapper is served
 // by a server instance of its class. A failure leaves `found` null; it may leave a Python exception set.
 KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** found) noexcept;
+
+// Host calls under way. While there are any, an interface that a wrapper lets go of is released only after the last of
+// them: the call may be one on that very object, and the caller's reference is what keeps it alive.
+class CHostCall {
+public:
+    CHostCall() noexcept { ++s_depth; }
+    ~CHostCall() {
+        if (--s_depth == 0 && s_hasDeferred) releaseDeferred();
+    }
+    CHostCall(const CHostCall&) = delete;
+    CHostCall& operator=(const CHostCall&) = delete;
+
+    // To be called before a wrapper is given something else to hold.
+    static void keepHeld(CKzLocalizedObject& wrapper);
+
+private:
+    static void releaseDeferred() noexcept;
+
+    static int s_depth;
+    static bool s_hasDeferred;
+};
 
 // What the part that serves Python objects to the host gives to this one.
 struct KzServing {

@@ -1,0 +1,1 @@
+"""What the host's own Python code shares."""

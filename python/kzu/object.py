@@ -1,0 +1,1 @@
+"""Conveniences over the wrapper types of kz.object."""
