@@ -5,7 +5,11 @@
 
 #include "kz/result.h"
 
+#include <utility>
+
 thread_local PyThreadState* CPyLock::t_own = nullptr;
+int CPyLock::s_nested = 0;
+void (*CPyLock::s_leaveHook)() noexcept = nullptr;
 
 namespace {
 
@@ -36,25 +40,28 @@ bool CPyLock::isHeld() noexcept {
 
 void CPyLock::acquire() {
     // Before the gate: a thread inside Python may always come back in, even while the gate is closing.
-    if (isHeld()) return;
+    if (isHeld()) {
+        ++s_nested;
+        return;
+    }
     CGatePass pass;
     PythonRuntime::ensureStarted();
     PyThreadState* main = PythonRuntime::current()->mainThread();
-    m_thread = t_own != nullptr ? t_own : PyGILState_GetThisThreadState();
-    if (m_thread == nullptr) {
-        m_thread = PyThreadState_New(main->interp);  // kept for the life of the process
-        if (m_thread == nullptr) throw KZe_OUTOFMEMORY;
-        t_own = m_thread;
-    } else if (m_thread == main) {
-        t_own = m_thread;
+    PyThreadState* thread = t_own != nullptr ? t_own : PyGILState_GetThisThreadState();
+    if (thread == nullptr) {
+        thread = PyThreadState_New(main->interp);  // kept for the life of the process
+        if (thread == nullptr) throw KZe_OUTOFMEMORY;
+        t_own = thread;
+    } else if (thread == main) {
+        t_own = thread;
     }
-    PyEval_AcquireThread(m_thread);
+    PyEval_AcquireThread(thread);
     pass.keep();
-    m_acquired = true;
+    m_thread = thread;
 }
 
 void CPyLock::giveBack() noexcept {
-    m_acquired = false;
-    PyEval_ReleaseThread(m_thread);
+    if (s_leaveHook != nullptr) s_leaveHook();
+    PyEval_ReleaseThread(std::exchange(m_thread, nullptr));
     PythonRuntime::leave();
 }

@@ -10,8 +10,8 @@ class CPyLock {
 public:
     CPyLock() {
         // A thread that holds the lock is inside some outer guard: nothing to do, and this is the common case.
-        if (t_own != nullptr && t_own == _PyThreadState_Current) return;
-        acquire();
+        if (t_own != nullptr && t_own == _PyThreadState_Current) ++s_nested;
+        else acquire();
     }
     ~CPyLock() { release(); }
     CPyLock(const CPyLock&) = delete;
@@ -19,12 +19,19 @@ public:
 
     // Gives the lock back if this guard took it. The destructor does the same for whoever leaves by an exception.
     void release() noexcept {
-        if (m_acquired) giveBack();
+        if (m_thread != nullptr) giveBack();
+        else if (!m_released) --s_nested;
+        m_released = true;
     }
-    bool acquired() const noexcept { return m_acquired; }
+    bool acquired() const noexcept { return m_thread != nullptr; }
 
     // Whether the calling thread holds the interpreter lock.
     static bool isHeld() noexcept;
+    // Whether Python is running inside a call that Python made to the host, on any thread. Where it is not, no such call
+    // is under way: they are made with the lock held. Needs the lock.
+    static bool isInsideHostCall() noexcept { return s_nested > 0; }
+    // Called, with the lock held, before an outermost guard gives it back.
+    static void setLeaveHook(void (*hook)() noexcept) noexcept { s_leaveHook = hook; }
 
 private:
     void acquire();
@@ -33,6 +40,9 @@ private:
     // This thread's state, where it is one that lives as long as the process: made here, or the main thread's.
     static thread_local PyThreadState* t_own;
 
-    PyThreadState* m_thread = nullptr;
-    bool m_acquired = false;
+    static int s_nested;  // guards of all threads that found the lock held; changed under the lock
+    static void (*s_leaveHook)() noexcept;
+
+    PyThreadState* m_thread = nullptr;  // set while this guard is the one that took the lock
+    bool m_released = false;
 };

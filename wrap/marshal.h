@@ -52,7 +52,6 @@ template <class... Parameters> struct Frame {
 
     // Calls the method with what every parameter passes.
     template <class Method> auto call(IKzUnknown* object, Method method) {
-        const CHostCall underWay;
         return [&]<std::size_t... index>(std::index_sequence<index...>) {
             return std::apply([&](auto... values) { return (object->*method)(values...); },
                               std::tuple_cat(std::get<index>(parameters).pass()...));
@@ -145,7 +144,6 @@ template <bool isResult, class Method, class... Parameters> struct Row {
                          [[maybe_unused]] PyObject** first, [[maybe_unused]] Types& types) {
         const Method method = *static_cast<const Method*>(any);
         const auto perform = [&]<std::size_t... index>(std::index_sequence<index...>) {
-            const CHostCall underWay;
             return std::apply([&](auto... values) { return (object->*method)(values...); },
                               std::tuple_cat(at<Parameters>(places[index]).pass()...));
         };

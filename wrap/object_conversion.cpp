@@ -86,7 +86,7 @@ PyObject* kzWrapperSet(PyObject* self, PyObject* args) {
     return kzPythonEntry([=] {
         CKzLoc_Unknown source;
         convertArgument(args, source);
-        CHostCall::keepHeld(*kzWrapper(self)->localized);
+        kzKeepHeld(*kzWrapper(self)->localized);
         return PyBool_FromLong(kzWrapper(self)->localized->set(source.raw()) ? 1 : 0);
     });
 }

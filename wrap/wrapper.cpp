@@ -2,6 +2,7 @@
 #include "wrap/wrapper.h"
 
 #include "module/checks.h"
+#include "module/py_lock.h"
 #include "module/runtime.h"
 #include "wrap/result_codes.h"
 
@@ -15,7 +16,7 @@
 namespace {
 
 std::unordered_map<std::string_view, KzWrapperType*> theTypes;
-std::vector<IKzUnknown*> theDeferred;
+std::vector<IKzUnknown*> theKept;  // let go of while a host call was under way
 
 PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
 
@@ -51,6 +52,11 @@ void serviceDealloc(PyObject* self) {
         service->Release();
     }
     Py_TYPE(self)->tp_free(self);
+}
+
+void releaseKept() noexcept {
+    const std::vector<IKzUnknown*> kept = std::exchange(theKept, {});
+    for (IKzUnknown* object : kept) object->Release();
 }
 
 // The generated row of a type or of the type that a Python class derives from.
@@ -116,21 +122,11 @@ void readyType(PyObject* submodule, KzWrapperType& row) {
 
 }  // namespace
 
-int CHostCall::s_depth = 0;
-bool CHostCall::s_hasDeferred = false;
-
-void CHostCall::keepHeld(CKzLocalizedObject& wrapper) {
-    if (s_depth == 0 || !wrapper) return;
-    theDeferred.push_back(wrapper.raw());
+void kzKeepHeld(CKzLocalizedObject& wrapper) {
+    if (!CPyLock::isInsideHostCall() || !wrapper) return;
+    CPyLock::setLeaveHook(releaseKept);
+    theKept.push_back(wrapper.raw());
     wrapper.raw()->AddRef();
-    s_hasDeferred = true;
-}
-
-void CHostCall::releaseDeferred() noexcept {
-    s_hasDeferred = false;
-    const std::vector<IKzUnknown*> deferred = std::move(theDeferred);
-    theDeferred.clear();
-    for (IKzUnknown* object : deferred) object->Release();
 }
 
 KzWrapperType kzUnknownType = {
@@ -175,7 +171,7 @@ CKzLocalizedObject& kzCheckWrapper(PyObject* object) {
 }
 
 void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object) {
-    CHostCall::keepHeld(wrapper);
+    kzKeepHeld(wrapper);
     kzTrue(wrapper.take(object), KZe_NOINTERFACE);
 }
 

@@ -63,26 +63,9 @@ IKzUnknown* kzPeek(PyObject* object);
 // by a server instance of its class. A failure leaves `found` null; it may leave a Python exception set.
 KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** found) noexcept;
 
-// Host calls under way. While there are any, an interface that a wrapper lets go of is released only after the last of
-// them: the call may be one on that very object, and the caller's reference is what keeps it alive.
-class CHostCall {
-public:
-    CHostCall() noexcept { ++s_depth; }
-    ~CHostCall() {
-        if (--s_depth == 0 && s_hasDeferred) releaseDeferred();
-    }
-    CHostCall(const CHostCall&) = delete;
-    CHostCall& operator=(const CHostCall&) = delete;
-
-    // To be called before a wrapper is given something else to hold.
-    static void keepHeld(CKzLocalizedObject& wrapper);
-
-private:
-    static void releaseDeferred() noexcept;
-
-    static int s_depth;
-    static bool s_hasDeferred;
-};
+// To be called before a wrapper is given something else to hold. Where Python runs inside a host call, that call may be
+// one on the very object that is let go of, so it is kept until no host call is under way.
+void kzKeepHeld(CKzLocalizedObject& wrapper);
 
 // What the part that serves Python objects to the host gives to this one.
 struct KzServing {
