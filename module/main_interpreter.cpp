@@ -58,14 +58,20 @@ KzResult kzLocalPath(IKzFileService& files, const char* alias, std::string& path
 }
 
 void CMonitorRecord::release() noexcept {
-    if (!monitor) return;
-    if (dialogs) dialogs->MonitorReleaseObj(monitor.raw());
+    // The host may run Python code, which may let go of this record: only what is held here is used after the call.
+    const CKzLoc_Unknown held(monitor.raw());
+    const CKzLoc_Unknown service(dialogs.raw());
     monitor.clear();
+    if (held && service) static_cast<IKzStdDialogService*>(service.raw())->MonitorReleaseObj(held.raw());
 }
 
 void MainInterpreter::releaseMonitors() noexcept {
-    for (CMonitorRecord* record : monitors) record->release();
-    monitors.clear();
+    // Not a walk over the list: a monitor that goes takes its record off the list, at any time.
+    while (!monitors.empty()) {
+        CMonitorRecord* record = monitors.front();
+        monitors.erase(monitors.begin());
+        record->release();
+    }
 }
 
 bool MainInterpreter::resolve(const char* alias, std::string& path) {

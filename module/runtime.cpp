@@ -74,6 +74,10 @@ MainInterpreter* PythonRuntime::interpreter() {
     return m_interpreter.get();
 }
 
+MainInterpreter& PythonRuntime::running() {
+    return *kzNonNull(kzNonNull(current(), KZe_NOTAVAILABLE)->interpreter(), KZe_NOTAVAILABLE);
+}
+
 void PythonRuntime::ensureStarted() {
     if (theReady) return;
     // The host's first entries are not to race, but if they do, the later ones wait here.

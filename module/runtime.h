@@ -18,6 +18,8 @@ public:
     // The started interpreter's record, starting it if nobody has; null after a failed start and after shut-down.
     // Throws the failure code of the start that this call made.
     MainInterpreter* interpreter();
+    // The record that Python code runs in; throws NOTAVAILABLE when there is none.
+    static MainInterpreter& running();
 
     State state() const noexcept { return m_state; }
     // Names the start-up step under way, and after a failed start the one that failed. Empty otherwise.

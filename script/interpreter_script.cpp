@@ -24,10 +24,6 @@ CPyRef tupleOf(const std::vector<std::string>& texts) {
     return tuple;
 }
 
-MainInterpreter& runningInterpreter() {
-    return *kzNonNull(PythonRuntime::current()->interpreter(), KZe_NOTAVAILABLE);
-}
-
 // Whether a line holds no code: white space up to its end or up to a comment.
 bool isIdle(const char* at) {
     while (*at != '\0' && *at != '\n' && *at != '#') {
@@ -73,7 +69,7 @@ void CScriptOutput::trace(const char* name, const char* message, KzResult code) 
 }
 
 CInterpreterScript::CInterpreterScript(const std::string& name, std::uint32_t executionFlags)
-    : m_interpreter(runningInterpreter()), m_name(name), m_status(KZe_STARTUP),
+    : m_interpreter(PythonRuntime::running()), m_name(name), m_status(KZe_STARTUP),
       m_savedArgument(m_interpreter.argument), m_savedArguments(m_interpreter.arguments),
       m_savedFlags(m_interpreter.executionFlags), m_savedAngles(m_interpreter.anglesInDegrees),
       m_savedRunFlag(m_interpreter.runFlag), m_output(name) {

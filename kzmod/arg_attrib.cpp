@@ -1,0 +1,54 @@
+// The keyword arguments of one kz.command call, and their factory.
+#include "kzmod/arg_attrib.h"
+
+#include "module/checks.h"
+
+#include "kz/base/global_cache.h"
+#include "kz/result.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr const char* spawnerName = "pyArgAttrib";
+
+// Found under its name by every call but the first.
+CKzGenericPolymorph* factory() {
+    CKzGlobalCache* cache = kzNonNull(CKzGlobalCache::current());
+    if (CKzGenericPolymorph* known = cache->findSpawner(spawnerName)) return known;
+    static CKzPolymorph<CArgAttrib> polymorph;
+    if (polymorph.recordCount() == 0) {
+        polymorph.nameOnce(spawnerName);
+        polymorph.append(kzMakeRecord<CKzIfc_Attributes<CArgAttrib>>(KZu_ATTRIBUTES));
+    }
+    cache->addSpawner(spawnerName, &polymorph);
+    return &polymorph;
+}
+
+// Required as it is: only an index greater than the count is out of bounds. A host that reads one past the end to see
+// whether it has read everything relies on that; it gets an empty text.
+const std::string& textAt(const std::vector<std::string>& texts, std::uint32_t index) {
+    static const std::string nothing;
+    if (index > texts.size()) throw KZe_OUTOFBOUNDS;
+    return index < texts.size() ? texts[index] : nothing;
+}
+
+}  // namespace
+
+KzResult CArgAttrib::attr_Name(std::uint32_t index, const char** name) {
+    *name = textAt(names, index).c_str();
+    return KZe_OK;
+}
+
+KzResult CArgAttrib::attr_GetString(std::uint32_t index, char* buffer, std::uint32_t length) {
+    const std::string& text = textAt(values, index);
+    if (buffer == nullptr || length <= text.size()) return KZe_SHORTBUFFER;
+    std::memcpy(buffer, text.c_str(), text.size() + 1);
+    return KZe_OK;
+}
+
+CArgAttrib& kzSpawnArguments(CKzLoc_Attributes& attributes) {
+    CKzGenericPolymorph* polymorph = factory();
+    kzTrue(attributes.take(polymorph->spawn(&KZu_ATTRIBUTES)));
+    return *static_cast<CArgAttrib*>(kzNonNull(kzObjectOf(attributes.raw(), polymorph)));
+}

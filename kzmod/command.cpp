@@ -1,0 +1,117 @@
+// Executing a command, and kz.command.
+#include "kzmod/command.h"
+
+#include "kzmod/arg_attrib.h"
+#include "kzmod/functions.h"
+#include "module/checks.h"
+#include "module/output.h"
+#include "module/py_lock.h"
+#include "module/runtime.h"
+#include "wrap/dict_texts.h"
+
+#include "kz/base/global_cache.h"
+#include "kz/message.h"
+#include "kz/result.h"
+
+namespace {
+
+// The alert flags that hosts expect where arguments come from a script's attributes object.
+constexpr std::uint32_t scriptAlertFlags = 9;
+
+std::string labelOf(const CKzUser_Command& command) {
+    const char* name = nullptr;
+    if (kzFailed(command.Name(&name)) || name == nullptr) return "kz.command(unknown)";
+    return std::string("kz.command(") + name + ")";
+}
+
+std::string failureText(IKzUnknown* message, KzResult code) {
+    char text[200] = "";
+    CKzUser_MessageService messages;
+    kzTakeService(messages);
+    messages.MessageText(message, text, sizeof text);
+    text[sizeof text - 1] = '\0';
+    char line[sizeof text + 40];
+    std::snprintf(line, sizeof line, "command failed: %s (%08x)", text, code);
+    return line;
+}
+
+// The steps of one kz.command call.
+class CCommandCall {
+public:
+    explicit CCommandCall(CCall& call) : m_call(call) { kzTakeService(m_service); }
+
+    PyObject* run(PyObject* args, PyObject* keywords) {
+        if (!takeName(args) || !spawn() || !parse(keywords)) return m_call.fail(m_error);
+        if (!kzExecuteCommand(m_call, m_command, m_flags)) return nullptr;
+        Py_RETURN_NONE;
+    }
+
+private:
+    bool refuse(const char* phrase) {
+        m_error += phrase;
+        return false;
+    }
+
+    bool takeName(PyObject* args) {
+        const Py_ssize_t count = PyTuple_Check(args) ? PyTuple_GET_SIZE(args) : 0;
+        if (count < 1) return refuse("missing required command name");
+        if (count > 1) return refuse("extra positional arguments");
+        const std::string text = kzStrictStringOf(PyTuple_GET_ITEM(args, 0));
+        const char* rest = nullptr;
+        const std::uint32_t flags = PythonRuntime::running().executionFlags;
+        if (kzFailed(m_service.ProcessStringFlags(flags, text.c_str(), &m_flags, &rest)) || rest == nullptr)
+            return refuse("error processing command prefix flags");
+        m_name = rest;  // a copy: the host's own text lives only until its next call
+        m_label = "kz.command(" + m_name + ")";
+        m_call.setLabel(m_label.c_str());
+        m_error = "command:" + m_name + " ";
+        return true;
+    }
+
+    bool spawn() {
+        std::uint32_t tag = 0;
+        if (kzFailed(m_service.Lookup(m_name.c_str(), &tag)) || tag == 0) return refuse("not found");
+        const KzResult code =
+            kzObtain(m_command, [&](IKzUnknown** found) { return m_service.Spawn(tag, nullptr, found); });
+        return kzSucceeded(code) || refuse("could not spawn command");
+    }
+
+    bool parse(PyObject* keywords) {
+        CArgAttrib& arguments = kzSpawnArguments(m_attributes);
+        kzTextsOfDict(keywords, arguments.names, arguments.values);
+        const KzResult code = m_service.ParseAttribObject(m_command.raw(), scriptAlertFlags, m_attributes.raw());
+        return kzSucceeded(code) || refuse("could not parse argument list.");
+    }
+
+    CCall& m_call;
+    CKzUser_CommandService m_service;
+    CKzUser_Command m_command;
+    CKzLoc_Attributes m_attributes;
+    std::string m_name;
+    std::string m_label;
+    std::string m_error;
+    std::uint32_t m_flags = 0;
+};
+
+}  // namespace
+
+bool kzExecuteCommand(CCall& call, const CKzUser_Command& command, std::uint32_t flags) {
+    {
+        const CPyLock lock;  // the command may be one that Python implements
+        command.Execute(flags);  // how it went is told by its message, not by this code
+    }
+    const std::string label = kzTracing() ? labelOf(command) : std::string();
+    CKzUser_Message message;
+    if (kzFailed(kzObtain(message, [&](IKzUnknown** found) { return command.Message(found); }))) {
+        // No exception here: the interpreter's own complaint about that is what callers of a broken command know.
+        call.traceAs(label.c_str(), "internal error: could not get get message object");
+        return false;
+    }
+    const KzResult code = message.Code();
+    if (kzFailed(code)) call.failAs(label.c_str(), failureText(message.raw(), code));
+    return kzSucceeded(code);
+}
+
+PyObject* kzCommandFunction(PyObject* /*self*/, PyObject* args, PyObject* keywords) {
+    return kzCall("kz.command", [&](CCall& call) { return CCommandCall(call).run(args, keywords); });
+}

@@ -1,0 +1,92 @@
+// kz.eval, kz.eval1 and kz.evalN: a command string, executed or queried.
+#include "kzmod/command.h"
+#include "kzmod/functions.h"
+#include "kzmod/value_conversion.h"
+#include "module/runtime.h"
+
+#include "kz/base/global_cache.h"
+#include "kz/result.h"
+
+namespace {
+
+constexpr const char* cannotParse = "command argument parsing failed";
+
+// The steps of one call, after its arguments have been parsed.
+class CEvaluation {
+public:
+    CEvaluation(CCall& call, KzShape shape) : m_call(call), m_shape(shape) { kzTakeService(m_service); }
+
+    PyObject* run(const char* text, std::uint32_t flags) {
+        const char* rest = nullptr;
+        if (kzFailed(m_service.ProcessStringFlags(flags, text, &m_flags, &rest)) || rest == nullptr)
+            return m_call.fail("error processing command prefix flags");
+        m_text = rest;  // a copy: the host's own text lives only until its next call
+        // A host may say no with FALSE, which is no failure.
+        const KzResult isScript = m_service.IsImplicitScript(m_text.c_str());
+        if (kzSucceeded(isScript) && isScript != KZe_FALSE) return runScript();
+        if (kzFailed(kzObtain(m_command, [&](IKzUnknown** found) { return m_service.Spawn(0, m_text.c_str(), found); })))
+            return m_call.fail("command could not be found");
+        return query();
+    }
+
+private:
+    PyObject* execute() {
+        if (!kzExecuteCommand(m_call, m_command, m_flags)) return nullptr;
+        Py_RETURN_NONE;
+    }
+
+    PyObject* runScript() {
+        const KzResult code = kzObtain(
+            m_command, [&](IKzUnknown** found) { return m_service.SpawnImplicitScript(m_text.c_str(), found); });
+        return kzSucceeded(code) ? execute() : m_call.fail("error spawning script");
+    }
+
+    PyObject* query() {
+        CKzUser_ValueArray values;
+        std::uint32_t index = 0;
+        const KzResult code = kzObtain(values, [&](IKzUnknown** found) {
+            return m_service.QueryArgString(m_command.raw(), m_flags, m_text.c_str(), 1, found, &index);
+        });
+        if (code == KZe_CMD_NO_QUERY_MARKED) return parseAndExecute();
+        if (kzFailed(code)) return m_call.fail(cannotParse);
+        // The hints belong to the attributes object, which therefore has to live until the values are converted.
+        const CKzUser_Attributes attributes(m_command.raw());
+        const KzTextValueHint* hints = nullptr;
+        if (kzFailed(attributes.Hints(index, &hints))) hints = nullptr;
+        return kzConvertValues(m_call, values, hints, m_shape);
+    }
+
+    PyObject* parseAndExecute() {
+        const std::size_t blank = m_text.find(' ');
+        if (blank != std::string::npos &&
+            kzFailed(m_service.ParseArgString(m_command.raw(), m_flags, m_text.c_str() + blank)))
+            return m_call.fail(cannotParse);
+        return execute();
+    }
+
+    CCall& m_call;
+    KzShape m_shape;
+    CKzUser_CommandService m_service;
+    CKzUser_Command m_command;
+    std::string m_text;
+    std::uint32_t m_flags = 0;
+};
+
+PyObject* evaluate(PyObject* args, KzShape shape) noexcept {
+    return kzCall("execute/query", [&](CCall& call) -> PyObject* {
+        const char* text = nullptr;
+        unsigned int flags = PythonRuntime::running().executionFlags;
+        if (PyArg_ParseTuple(args, "s|I", &text, &flags) == 0) {
+            call.trace("failed: expected string argument");
+            return kzParseFailed();
+        }
+        call.setLabel(text);
+        return CEvaluation(call, shape).run(text, flags);
+    });
+}
+
+}  // namespace
+
+PyObject* kzEvalFunction(PyObject* /*self*/, PyObject* args) { return evaluate(args, KzShape::natural); }
+PyObject* kzEval1Function(PyObject* /*self*/, PyObject* args) { return evaluate(args, KzShape::single); }
+PyObject* kzEvalNFunction(PyObject* /*self*/, PyObject* args) { return evaluate(args, KzShape::tuple); }

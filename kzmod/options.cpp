@@ -1,0 +1,73 @@
+// kz.setOption, kz.option, kz.trace, kz.arg and kz.args: what the running script is set to and was given.
+#include "kzmod/call.h"
+#include "kzmod/functions.h"
+#include "module/output.h"
+#include "module/runtime.h"
+
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view anglesOption = "queryAnglesAs";
+constexpr std::string_view degrees = "degrees";
+constexpr std::string_view radians = "radians";
+
+PyObject* unknownOption(CCall& call, const char* name) {
+    return call.fail(kzFormat("unknown option \"%s\"", name));
+}
+
+// None stands for nothing set. No script runs then, and the interpreter's own complaint about a result without an
+// exception is what tells the caller so.
+PyObject* scriptObject(PyObject* held) {
+    if (held == Py_None) return nullptr;
+    Py_INCREF(held);
+    return held;
+}
+
+}  // namespace
+
+PyObject* kzSetOptionFunction(PyObject* /*self*/, PyObject* args) {
+    return kzCall("kz.setOption", [args](CCall& call) -> PyObject* {
+        const char* name = nullptr;
+        const char* value = nullptr;
+        if (PyArg_ParseTuple(args, "ss", &name, &value) == 0) return kzParseFailed();
+        if (name != anglesOption) return unknownOption(call, name);
+        if (value != degrees && value != radians)
+            return call.fail(kzFormat("unknown value for \"queryAnglesAs\": \"%s\"", value));
+        PythonRuntime::running().anglesInDegrees = value == degrees;
+        Py_RETURN_NONE;
+    });
+}
+
+PyObject* kzOptionFunction(PyObject* /*self*/, PyObject* args) {
+    return kzCall("kz.option", [args](CCall& call) -> PyObject* {
+        const char* name = nullptr;
+        if (PyArg_ParseTuple(args, "s", &name) == 0) return kzParseFailed();
+        if (name != anglesOption) return unknownOption(call, name);
+        return PyString_FromString((PythonRuntime::running().anglesInDegrees ? degrees : radians).data());
+    });
+}
+
+PyObject* kzTraceFunction(PyObject* /*self*/, PyObject* args) {
+    return kzCall("kz.trace", [args](CCall& call) -> PyObject* {
+        PyObject* wanted = nullptr;
+        // Without an argument it returns the flag, with the parser's error left set: required, because scripts read the
+        // flag that way inside a try block.
+        if (PyArg_ParseTuple(args, "O", &wanted) == 0) return PyBool_FromLong(kzTracing() ? 1 : 0);
+        if (!PyBool_Check(wanted)) return call.fail("kz.trace requires a boolean argument");
+        const bool on = wanted == Py_True;
+        // Before and after, because only one of the two lines is written: tracing is off for the other.
+        call.trace(on ? "Enabled" : "Disabled");
+        kzSetTracing(on);
+        call.trace(on ? "Enabled" : "Disabled");
+        return PyBool_FromLong(kzTracing() ? 1 : 0);
+    });
+}
+
+PyObject* kzArgFunction(PyObject* /*self*/, PyObject* /*args*/) {
+    return kzCall("kz.arg", [](CCall&) { return scriptObject(PythonRuntime::running().argument); });
+}
+
+PyObject* kzArgsFunction(PyObject* /*self*/, PyObject* /*args*/) {
+    return kzCall("kz.args", [](CCall&) { return scriptObject(PythonRuntime::running().arguments); });
+}

@@ -1,0 +1,259 @@
+// kz.Storage: the Python type of storage buffers.
+#include "kzmod/storage_type.h"
+
+#include "kzmod/call.h"
+#include "module/checks.h"
+#include "wrap/storage_buffer.h"
+#include "wrap/storage_elements.h"
+
+#include "kz/result.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+constexpr const char* noType = "Storage data type not set";
+constexpr const char* noSize = "Size must be larger than zero";
+constexpr const char* noMemory = "Allocation failied";  // spelled so: tools match the text
+constexpr const char* outOfBounds = "Out of bounds";
+
+// Every method begins as those of the wrapper types do.
+template <class Body> PyObject* storageCall(PyObject* self, Body&& body) noexcept {
+    kzSetQuiet(false);
+    return kzCall("kz.Storage", [&](CCall& call) -> PyObject* { return body(call, kzStorageBuffer(self)); });
+}
+
+bool resize(CCall& call, CStorageBuffer& buffer, std::size_t elements) {
+    if (buffer.type() == nullptr) return call.fail(noType) != nullptr;
+    if (elements == 0) return call.fail(noSize) != nullptr;
+    return buffer.resize(elements) || call.fail(noMemory, PyExc_MemoryError) != nullptr;
+}
+
+bool resizeFromPython(CCall& call, CStorageBuffer& buffer, int elements) {
+    return resize(call, buffer, elements > 0 ? static_cast<std::size_t>(elements) : 0);
+}
+
+bool setType(CCall& call, CStorageBuffer& buffer, const char* text) {
+    const StorageType* type = kzFindStorageType(*text);  // only the first letter counts
+    if (type == nullptr) {
+        call.fail(kzFormat("Unknown storage type '%s'", std::string(text, *text != '\0' ? 1 : 0)));
+        return false;
+    }
+    return buffer.setType(*type) || call.fail(noMemory, PyExc_MemoryError) != nullptr;
+}
+
+PyObject* storageNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
+    return kzPythonEntry([type]() -> PyObject* {
+        auto buffer = std::make_unique<CStorageBuffer>();
+        PyObject* self = kzNonNull(type->tp_alloc(type, 0));
+        reinterpret_cast<KzStorage*>(self)->buffer = buffer.release();
+        return self;
+    });
+}
+
+void storageDealloc(PyObject* self) {
+    delete &kzStorageBuffer(self);
+    Py_TYPE(self)->tp_free(self);
+}
+
+int storageInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
+    kzSetQuiet(false);
+    return kzInitCall("kz.Storage", [=](CCall& call) {
+        const char* type = nullptr;
+        int size = 0;
+        if (PyArg_ParseTuple(args, "|si", &type, &size) == 0) return kzParseFailed() != nullptr;
+        CStorageBuffer& buffer = kzStorageBuffer(self);
+        if (type != nullptr && !setType(call, buffer, type)) return false;
+        return size == 0 || resizeFromPython(call, buffer, size);
+    });
+}
+
+PyObject* storageSetType(PyObject* self, PyObject* args) {
+    return storageCall(self, [args](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        const char* type = nullptr;
+        if (PyArg_ParseTuple(args, "s", &type) == 0) return kzParseFailed();
+        if (!setType(call, buffer, type)) return nullptr;
+        Py_RETURN_NONE;
+    });
+}
+
+PyObject* storageSetSize(PyObject* self, PyObject* args) {
+    return storageCall(self, [args](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        int size = 0;
+        if (PyArg_ParseTuple(args, "i", &size) == 0) return kzParseFailed();
+        if (!resizeFromPython(call, buffer, size)) return nullptr;
+        Py_RETURN_NONE;
+    });
+}
+
+// The sequence to read the items from: a storage gives a copy of its elements, because what is read must not change
+// while it is written to itself.
+CPyRef itemsOf(PyObject* sequence) {
+    if (!PyObject_TypeCheck(sequence, &kzStorageType)) return CPyRef(sequence);
+    const CStorageBuffer& source = kzStorageBuffer(sequence);
+    if (source.type() == nullptr) return CPyRef(PyTuple_New(0), CPyRef::owned);
+    return CPyRef(source.type()->readRange(source, 0, source.size()), CPyRef::owned);
+}
+
+// Writes the items from element `start` on, resizing to exactly what that takes. A failure leaves the size as it was, and
+// the elements that were written before it.
+bool assign(CCall& call, CStorageBuffer& buffer, PyObject* sequence, std::size_t start) {
+    const CPyRef items = itemsOf(sequence);
+    const auto count = static_cast<std::size_t>(kzNonNegative(PySequence_Size(items)));
+    const std::size_t size = buffer.size();
+    const std::size_t offset = buffer.offset();
+    // The length may have been told by Python code, which may have changed the buffer.
+    if (start > size) throw KZe_OUTOFBOUNDS;
+    if (!resize(call, buffer, start + count)) return false;
+    const StorageType* type = buffer.type();
+    const KzResult code = type->fill(buffer, items, start, count);
+    if (kzFailed(code)) {
+        // Unless Python code has meanwhile made something else of the buffer.
+        if (buffer.type() == type && buffer.size() == start + count) buffer.restore(size, offset);
+        throw code;
+    }
+    return true;
+}
+
+// Whether the buffer may be assigned to and the object is something to assign.
+bool canAssign(CCall& call, const CStorageBuffer& buffer, PyObject* sequence) {
+    if (!buffer.writable()) return call.fail("Storage buffer is not writable") != nullptr;
+    return PySequence_Check(sequence) || call.fail("Expected a sequence") != nullptr;
+}
+
+PyObject* storageSet(PyObject* self, PyObject* args) {
+    return storageCall(self, [args](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        PyObject* sequence = nullptr;
+        if (PyArg_ParseTuple(args, "O", &sequence) == 0) return kzParseFailed();
+        if (!canAssign(call, buffer, sequence) || !assign(call, buffer, sequence, buffer.offset())) return nullptr;
+        Py_RETURN_NONE;
+    });
+}
+
+PyObject* storageAppend(PyObject* self, PyObject* sequence) {
+    return storageCall(self, [=](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        if (!canAssign(call, buffer, sequence) || !assign(call, buffer, sequence, buffer.size())) return nullptr;
+        Py_INCREF(self);
+        return self;
+    });
+}
+
+PyObject* storageGet(PyObject* self, PyObject* args) {
+    return storageCall(self, [args](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        if (buffer.type() == nullptr) return call.fail("Unknown storage type");
+        int count = 0;
+        if (PyArg_ParseTuple(args, "|i", &count) == 0) return kzParseFailed();
+        const std::size_t rest = buffer.size() - buffer.offset();
+        const bool all = PyTuple_GET_SIZE(args) == 0;
+        const std::size_t wanted = all ? rest : static_cast<std::size_t>(std::max(count, 0));
+        return buffer.type()->readRange(buffer, buffer.offset(), std::min(wanted, rest));
+    });
+}
+
+PyObject* storageString(PyObject* self, PyObject* args) {
+    return storageCall(self, [args](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
+        if (!kzIsByteType(buffer.type())) return call.fail("Not a byte buffer");
+        const auto* text = static_cast<const char*>(buffer.memory());
+        if (text == nullptr || buffer.size() == 0) return PyString_FromString("");
+        const std::size_t length = strnlen(text, buffer.readableBytes());
+        if (length == buffer.readableBytes()) return call.fail("String buffer is unterminated");
+        return PyString_FromStringAndSize(text, static_cast<Py_ssize_t>(length));
+    });
+}
+
+PyObject* storageSize(PyObject* self, PyObject* args) {
+    return storageCall(self, [args](CCall&, CStorageBuffer& buffer) -> PyObject* {
+        if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
+        return PyInt_FromSize_t(buffer.size());
+    });
+}
+
+PyObject* storageOffset(PyObject* self, PyObject* args) {
+    return storageCall(self, [args](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        int offset = -1;
+        if (PyArg_ParseTuple(args, "|i", &offset) == 0) return kzParseFailed();
+        // Required: the size is answered, not the offset. Scripts find out with it how far the offset can go.
+        if (offset < 0) return PyInt_FromSize_t(buffer.size());
+        if (!buffer.setOffset(static_cast<std::size_t>(offset))) return call.fail("Can't offset past end of buffer");
+        Py_RETURN_NONE;
+    });
+}
+
+Py_ssize_t storageLength(PyObject* self) { return static_cast<Py_ssize_t>(kzStorageBuffer(self).size()); }
+
+// The element that an index names. False when there is none, and IndexError is noted then.
+bool findElement(CCall& call, const CStorageBuffer& buffer, Py_ssize_t index, std::size_t& element) {
+    element = buffer.offset() + static_cast<std::size_t>(index);
+    if (index >= 0 && element < buffer.size() && buffer.at(element) != nullptr) return true;
+    call.fail(outOfBounds, PyExc_IndexError);
+    return false;
+}
+
+PyObject* storageItem(PyObject* self, Py_ssize_t index) {
+    return storageCall(self, [index](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        std::size_t element = 0;
+        return findElement(call, buffer, index, element) ? buffer.type()->readElement(buffer, element) : nullptr;
+    });
+}
+
+// Unlike whole assignment this asks nothing of the buffer: memory that the host has lent is edited in place.
+int storageSetItem(PyObject* self, Py_ssize_t index, PyObject* value) {
+    kzSetQuiet(false);
+    return kzInitCall("kz.Storage", [=](CCall& call) {
+        CStorageBuffer& buffer = kzStorageBuffer(self);
+        std::size_t element = 0;
+        if (value == nullptr) return call.fail("Storage elements cannot be deleted", PyExc_TypeError) != nullptr;
+        if (!findElement(call, buffer, index, element)) return false;
+        kzSucceed(buffer.type()->writeElement(buffer, value, element));
+        return true;
+    });
+}
+
+PyMethodDef methods[] = {
+    {"setType", storageSetType, METH_VARARGS,
+     "Set the element type for buffer: float, double, int, byte, unsigned, pointer"},
+    {"setSize", storageSetSize, METH_VARARGS, "Set the number of elements in the buffer"},
+    {"set", storageSet, METH_VARARGS, "Assign a tuple to fill the buffer"},
+    {"get", storageGet, METH_VARARGS,
+     "Read out the contents of the buffer as a tuple, either the full length or the specified length"},
+    {"string", storageString, METH_VARARGS, "Read out the contents of the buffer as a string"},
+    {"size", storageSize, METH_VARARGS, "Return the size of the buffer"},
+    {"offset", storageOffset, METH_VARARGS, "Set or read the offset in the buffer"},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+PySequenceMethods* describeSequence() {
+    static PySequenceMethods sequence{};
+    sequence.sq_length = storageLength;
+    sequence.sq_item = storageItem;
+    sequence.sq_ass_item = storageSetItem;
+    sequence.sq_inplace_concat = storageAppend;
+    return &sequence;
+}
+
+PyTypeObject describe() {
+    PyTypeObject type{};
+    Py_REFCNT(&type) = 1;
+    type.tp_name = "kz.Storage";
+    type.tp_basicsize = sizeof(KzStorage);
+    type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
+    type.tp_doc = "Storage objects";
+    type.tp_as_sequence = describeSequence();
+    type.tp_methods = methods;
+    type.tp_new = storageNew;
+    type.tp_init = storageInit;
+    type.tp_dealloc = storageDealloc;
+    return type;
+}
+
+}  // namespace
+
+PyTypeObject kzStorageType = describe();
+
+void kzReadyStorageType() {
+    kzNonNegative(PyType_Ready(&kzStorageType));
+    kzSetStorageType(kzStorageType);
+}

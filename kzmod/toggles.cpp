@@ -1,0 +1,63 @@
+// kz.queryToggle and kz.test: the state of commands that are on or off.
+#include "kzmod/call.h"
+#include "kzmod/functions.h"
+
+#include "kz/base/global_cache.h"
+#include "kz/command.h"
+
+namespace {
+
+class CToggle {
+public:
+    CToggle() { kzTakeService(m_service); }
+
+    bool spawn(const char* text) {
+        std::uint32_t flags = 0;
+        std::int32_t index = -1;
+        return kzSucceeded(kzObtain(
+            m_command, [&](IKzUnknown** found) { return m_service.SpawnFromString(text, &flags, &index, found); }));
+    }
+
+    bool ask() {
+        CKzLoc_Unknown value;
+        return m_command && kzSucceeded(m_service.GetToggleArgState(m_command.raw(), &m_state, value.out()));
+    }
+
+    bool isOn() const noexcept { return m_state != 0; }
+
+private:
+    CKzUser_CommandService m_service;
+    CKzUser_Command m_command;
+    std::int32_t m_state = 0;
+};
+
+}  // namespace
+
+PyObject* kzQueryToggleFunction(PyObject* /*self*/, PyObject* args) {
+    return kzCall("kz.queryToggle", [args](CCall& call) -> PyObject* {
+        const char* text = nullptr;
+        if (PyArg_ParseTuple(args, "s", &text) == 0) {
+            call.trace("Query failed: expected string argument");
+            return kzParseFailed();
+        }
+        // A command that cannot be asked is off: menus ask about commands that may not be there.
+        CToggle toggle;
+        if (!toggle.spawn(text) || !toggle.ask()) {
+            call.trace("failed: error querying the command");
+            Py_RETURN_FALSE;
+        }
+        call.trace(toggle.isOn() ? "toggled state is true (1)" : "toggled state is false (0)");
+        return PyBool_FromLong(toggle.isOn() ? 1 : 0);
+    });
+}
+
+PyObject* kzTestFunction(PyObject* /*self*/, PyObject* args) {
+    return kzCall("kz.test", [args](CCall& call) -> PyObject* {
+        const char* text = nullptr;
+        if (PyArg_ParseTuple(args, "s", &text) == 0) return kzParseFailed();
+        CToggle toggle;
+        if (!toggle.spawn(text)) return call.fail("error in command string");
+        if (!toggle.ask()) return call.fail("could not query toggle argument");
+        return PyBool_FromLong(toggle.isOn() ? 1 : 0);
+    });
+}
