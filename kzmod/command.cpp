@@ -3,6 +3,7 @@
 
 #include "kzmod/arg_attrib.h"
 #include "kzmod/functions.h"
+#include "kzmod/text_buffer.h"
 #include "module/checks.h"
 #include "module/output.h"
 #include "module/py_lock.h"
@@ -24,15 +25,23 @@ std::string labelOf(const CKzUser_Command& command) {
     return std::string("kz.command(") + name + ")";
 }
 
-std::string failureText(IKzUnknown* message, KzResult code) {
+// The first 199 bytes of the message's text.
+std::string messageText(IKzUnknown* message) {
     char text[200] = "";
     CKzUser_MessageService messages;
     kzTakeService(messages);
-    messages.MessageText(message, text, sizeof text);
-    text[sizeof text - 1] = '\0';
-    char line[sizeof text + 40];
-    std::snprintf(line, sizeof line, "command failed: %s (%08x)", text, code);
-    return line;
+    if (messages.MessageText(message, text, sizeof text) == KZe_SHORTBUFFER) {
+        CTextBuffer longer;
+        longer.read([&](char* buffer, std::uint32_t length) { return messages.MessageText(message, buffer, length); });
+        return longer.text().substr(0, sizeof text - 1);
+    }
+    return {text, strnlen(text, sizeof text - 1)};
+}
+
+std::string failureText(IKzUnknown* message, KzResult code) {
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "%08x", code);
+    return "command failed: " + messageText(message) + " (" + digits + ")";
 }
 
 // The steps of one kz.command call.

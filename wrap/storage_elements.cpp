@@ -16,7 +16,8 @@ PyObject* toPython(double value) { return PyFloat_FromDouble(value); }
 PyObject* toPython(std::int32_t value) { return PyInt_FromLong(value); }
 PyObject* toPython(std::uint8_t value) { return PyInt_FromLong(value); }
 PyObject* toPython(std::uint32_t value) { return PyLong_FromUnsignedLong(value); }
-PyObject* toPython(void* value) { return PyLong_FromVoidPtr(value); }
+// Always a long, however small the address.
+PyObject* toPython(void* value) { return PyLong_FromUnsignedLongLong(reinterpret_cast<std::uintptr_t>(value)); }
 
 // Each may run Python code and leaves an exception set when the object is no such number.
 void fromPython(PyObject* object, double& value) { value = PyFloat_AsDouble(object); }

@@ -1,0 +1,221 @@
+// kz.eval and its family, kz.command, toggles, options and tracing.
+#include "python_fixture.h"
+
+#include "kzmod/arg_attrib.h"
+#include "module/runtime.h"
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+auto fails(const char* operation, KzResult code = KZe_FAILED) {
+    return [=](FakeScript& script) { script.fails[operation] = code; };
+}
+auto handsOutNothing(const char* operation) {
+    return [=](FakeScript& script) { script.empty[operation] = true; };
+}
+void answersSeven(FakeScript& script) { script.numbers = {7}; }
+void breaks(FakeScript& script) { script.messageCode = KZe_NOTFOUND; }
+
+const std::string noException = "SystemError: error return without exception set";
+const std::string unparsed = "RuntimeError: command argument parsing failed";
+
+}  // namespace
+
+class Evaluation : public PythonTest {};
+
+TEST_F(Evaluation, EndsAsTheHostSays) {
+    check({
+        {"kz.eval('do it')", nullptr, "None"},
+        {"kz.evalN('do it')", nullptr, "None"},
+        {"kz.eval('ask ?')", answersSeven, "7"},
+        {"kz.eval1('ask ?')", answersSeven, "7"},
+        {"kz.evalN('ask ?')", answersSeven, "(7,)"},
+        {"kz.eval('@script')", nullptr, "None"},
+        {"kz.eval('do it')", handsOutNothing("IsImplicitScript"), "None"},
+        {"kz.eval('do it')", fails("Execute"), "None"},  // the message tells, not the code
+        {"kz.eval('do it')", breaks, "RuntimeError: command failed: it broke (80000017)"},
+        {"kz.eval('@script')", breaks, "RuntimeError: command failed: it broke (80000017)"},
+        {"kz.eval('do it')", fails("Message"), noException},
+        {"kz.eval('do it')", handsOutNothing("Message"), noException},
+        {"kz.eval('do it')", fails("ProcessStringFlags"), "RuntimeError: error processing command prefix flags"},
+        {"kz.eval('@script')", fails("SpawnImplicitScript"), "RuntimeError: error spawning script"},
+        {"kz.eval('@script')", handsOutNothing("SpawnImplicitScript"), "RuntimeError: error spawning script"},
+        {"kz.eval('do it')", fails("Spawn"), "RuntimeError: command could not be found"},
+        {"kz.eval('do it')", handsOutNothing("Spawn"), "RuntimeError: command could not be found"},
+        {"kz.eval('do it')", fails("ParseArgString"), unparsed},
+        {"kz.eval('do')", fails("ParseArgString"), "None"},  // nothing to parse
+        {"kz.eval('ask ?')", fails("QueryArgString"), unparsed},
+        {"kz.eval('ask ?')", handsOutNothing("QueryArgString"), unparsed},
+        {"kz.eval('ask ?')", fails("Hints"), "None"},
+        {"kz.eval()", nullptr, "TypeError: function takes at least 1 argument (0 given)"},
+        {"kz.eval(3)", nullptr, "TypeError: argument 1 must be string, not int"},
+    });
+}
+
+TEST_F(Evaluation, GivesTheHostTextAndFlags) {
+    outcome("kz.eval('!do  it now', 8)");
+    EXPECT_EQ(host.calls, (Strings{"ProcessStringFlags(8,!do  it now)", "Spawn(0,do  it now)", "ParseArgString(34,  it now)",
+                                   "Execute(34)", "Message"}));
+    host.calls.clear();
+    PythonRuntime::running().executionFlags = 5;
+    outcome("kz.eval('ask ?')");
+    EXPECT_TRUE(host.called("ProcessStringFlags(5,ask ?)"));
+    EXPECT_TRUE(host.called("QueryArgString(34,ask ?,1)"));
+    EXPECT_TRUE(host.called("Hints(5)"));
+}
+
+TEST_F(Evaluation, MessageTextIsCutAfter199Bytes) {
+    host.script.messageCode = KZe_FAILED;
+    host.script.messageText = std::string(1000, 'x');
+    EXPECT_EQ(outcome("kz.eval('do')"), "RuntimeError: command failed: " + std::string(199, 'x') + " (80000000)");
+    host.script.fails["MessageText"] = KZe_FAILED;
+    EXPECT_EQ(outcome("kz.eval('do')"), "RuntimeError: command failed:  (80000000)");
+}
+
+TEST_F(Evaluation, ACommandMayEvaluateCommands) {
+    host.script.onExecute = [this] {
+        host.script.onExecute = nullptr;
+        host.script.numbers = {1, 2};
+        const CPyLock lock;
+        EXPECT_EQ(outcome("kz.eval('inner ?')"), "(1, 2)");
+    };
+    EXPECT_EQ(outcome("kz.eval('outer')"), "None");
+}
+
+class Command : public PythonTest {};
+
+TEST_F(Command, EndsAsTheHostSays) {
+    check({
+        {"kz.command('go')", nullptr, "None"},
+        {"kz.command()", nullptr, "RuntimeError: missing required command name"},
+        {"kz.command('a', 'b')", nullptr, "RuntimeError: extra positional arguments"},
+        {"kz.command('go')", fails("ProcessStringFlags"), "RuntimeError: error processing command prefix flags"},
+        {"kz.command('!go')", fails("Lookup"), "RuntimeError: command:go not found"},
+        {"kz.command('go')", handsOutNothing("Lookup"), "RuntimeError: command:go not found"},
+        {"kz.command('go')", fails("Spawn"), "RuntimeError: command:go could not spawn command"},
+        {"kz.command('go')", handsOutNothing("Spawn"), "RuntimeError: command:go could not spawn command"},
+        {"kz.command('go', a=1)", fails("ParseAttribObject"),
+         "RuntimeError: command:go could not parse argument list."},
+        {"kz.command('go')", breaks, "RuntimeError: command failed: it broke (80000017)"},
+        {"kz.command('go')", fails("Message"), noException},
+        {"class Bad(object):\n  def __str__(self): raise KeyError('k')\nkz.command('go', a=Bad())", nullptr,
+         "KeyError: 'k'"},
+        {"class Bad(object):\n  def __str__(self): return 3\nkz.command(Bad())", nullptr,
+         "TypeError: __str__ returned non-string (type int)"},
+        // The dictionary of a ** call is the caller's own.
+        {"d = {'a': 1}\nclass Sly(object):\n  def __str__(self):\n    d.clear(); return 'sly'\n"
+         "d['b'] = Sly()\nr = kz.command('go', **d)", nullptr, "None"},
+    });
+}
+
+TEST_F(Command, KeywordsReachTheHostAsText) {
+    EXPECT_EQ(outcome("kz.command('?go', flag=True)"), "None");
+    EXPECT_TRUE(host.called("Spawn(77,null)"));
+    EXPECT_TRUE(host.called("ParseAttribObject(9,flag=True)"));
+    EXPECT_TRUE(host.called("Execute(34)"));
+    outcome("kz.command('go', size=1.5)");
+    EXPECT_TRUE(host.called("ParseAttribObject(9,size=1.5)"));
+    outcome("kz.command('go')");
+    EXPECT_TRUE(host.called("ParseAttribObject(9)"));
+}
+
+TEST_F(Command, ArgumentsEndOnePastTheLast) {
+    CKzLoc_Attributes held;
+    CArgAttrib& arguments = kzSpawnArguments(held);
+    arguments.names = {"size"};
+    arguments.values = {"long"};
+    const CKzUser_Attributes attributes(held.raw());
+    const char* name = nullptr;
+    char text[5];
+    std::int32_t number = 0;
+    EXPECT_EQ(attributes.Count(), 1U);
+    EXPECT_EQ(attributes.Name(1, &name), KZe_OK);
+    EXPECT_STREQ(name, "");
+    EXPECT_EQ(attributes.Name(2, &name), KZe_OUTOFBOUNDS);
+    EXPECT_EQ(attributes.GetString(2, text, sizeof text), KZe_OUTOFBOUNDS);
+    EXPECT_EQ(attributes.GetString(0, text, 4), KZe_SHORTBUFFER);
+    EXPECT_EQ(attributes.GetString(0, text, 5), KZe_OK);
+    EXPECT_STREQ(text, "long");
+    EXPECT_EQ(attributes.GetInt(0, &number), KZe_NOTIMPL);
+    EXPECT_NE(CKzGlobalCache::current()->findSpawner("pyArgAttrib"), nullptr);
+}
+
+class Toggle : public PythonTest {};
+
+TEST_F(Toggle, IsReadOrRefused) {
+    const auto isOn = [](FakeScript& script) { script.toggleState = 2; };
+    check({
+        {"kz.queryToggle('t ?')", isOn, "True"},
+        {"kz.queryToggle('t ?')", nullptr, "False"},
+        {"kz.queryToggle('t ?')", fails("SpawnFromString"), "False"},
+        {"kz.queryToggle('t ?')", fails("GetToggleArgState"), "False"},
+        {"kz.queryToggle(1)", nullptr, "TypeError: argument 1 must be string, not int"},
+        {"kz.test('t ?')", isOn, "True"},
+        {"kz.test('t ?')", nullptr, "False"},
+        {"kz.test('t ?')", fails("SpawnFromString"), "RuntimeError: error in command string"},
+        {"kz.test('t ?')", handsOutNothing("SpawnFromString"), "RuntimeError: error in command string"},
+        {"kz.test('t ?')", fails("GetToggleArgState"), "RuntimeError: could not query toggle argument"},
+    });
+}
+
+class Options : public PythonTest {};
+
+TEST_F(Options, AreExact) {
+    check({
+        {"kz.option('queryAnglesAs')", nullptr, "'radians'"},
+        {"[kz.setOption('queryAnglesAs', 'degrees'), kz.option('queryAnglesAs')]", nullptr, "[None, 'degrees']"},
+        {"[kz.setOption('queryAnglesAs', 'radians'), kz.option('queryAnglesAs')]", nullptr, "[None, 'radians']"},
+        {"kz.setOption('queryAnglesAs', 'Degrees')", nullptr,
+         "RuntimeError: unknown value for \"queryAnglesAs\": \"Degrees\""},
+        {"kz.setOption('queryAnglesAs', 'degree')", nullptr,
+         "RuntimeError: unknown value for \"queryAnglesAs\": \"degree\""},
+        {"kz.setOption('angles', 'degrees')", nullptr, "RuntimeError: unknown option \"angles\""},
+        {"kz.option('%s')", nullptr, "RuntimeError: unknown option \"%s\""},
+    });
+}
+
+TEST_F(Options, ScriptArgumentsAreThoseHeld) {
+    check({{"kz.arg()", nullptr, noException}, {"kz.args()", nullptr, noException}});
+    MainInterpreter& interpreter = PythonRuntime::running();
+    interpreter.argument = CPyRef(PyString_FromString("a b"), CPyRef::owned);
+    interpreter.arguments = CPyRef(PyTuple_New(0), CPyRef::owned);
+    check({{"kz.arg()", nullptr, "'a b'"}, {"kz.args()", nullptr, "()"}});
+    interpreter.argument = Py_None;
+    interpreter.arguments = Py_None;
+}
+
+class Trace : public PythonTest {
+protected:
+    Strings linesOf(const char* source) {
+        kzSetTracing(true);
+        outcome(source);
+        kzSetTracing(false);
+        return std::exchange(traced.lines, {});
+    }
+};
+
+TEST_F(Trace, IsSwitchedByBooleansOnly) {
+    EXPECT_EQ(outcome("[kz.trace(True), kz.trace(False)]"), "[True, False]");
+    EXPECT_EQ(traced.lines, (Strings{"kz.trace: Enabled", "kz.trace: Disabled"}));
+    check({{"kz.trace(1)", nullptr, "RuntimeError: kz.trace requires a boolean argument"},
+           {"kz.trace()", nullptr, "result with TypeError: function takes exactly 1 argument (0 given)"}});
+}
+
+TEST_F(Trace, TellsEveryStep) {
+    EXPECT_EQ(linesOf("kz.eval(3)"), (Strings{"execute/query: failed: expected string argument"}));
+    EXPECT_EQ(linesOf("kz.queryToggle(3)"), (Strings{"kz.queryToggle: Query failed: expected string argument"}));
+    EXPECT_EQ(linesOf("kz.queryToggle('t ?')"), (Strings{"kz.queryToggle: toggled state is false (0)"}));
+    EXPECT_EQ(linesOf("kz.setOption('x', 'y')"), (Strings{"kz.setOption: unknown option \"x\""}));
+    host.script.messageCode = KZe_FAILED;
+    EXPECT_EQ(linesOf("kz.eval('do')"), (Strings{"kz.command(test.command): command failed: it broke (80000000)"}));
+    host.script.fails["Name"] = KZe_FAILED;
+    host.script.fails["Message"] = KZe_FAILED;
+    EXPECT_EQ(linesOf("kz.eval('do')"), (Strings{"kz.command(unknown): internal error: could not get get message object"}));
+    host.script.fails["Spawn"] = KZe_FAILED;
+    EXPECT_EQ(linesOf("kz.eval('!do')"), (Strings{"!do: command could not be found"}));
+    EXPECT_EQ(linesOf("kz.command('!go')"), (Strings{"kz.command(go): command:go could not spawn command"}));
+    EXPECT_EQ(linesOf("kz.command()"), (Strings{"kz.command: missing required command name"}));
+    host.script.fails["SpawnFromString"] = KZe_FAILED;
+    EXPECT_EQ(linesOf("kz.queryToggle('t ?')"), (Strings{"kz.queryToggle: failed: error querying the command"}));
+}

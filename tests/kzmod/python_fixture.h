@@ -1,0 +1,45 @@
+// Python with the kz module's own functions and types, on the scripted host.
+#pragma once
+
+#include "fake_host.h"
+
+#include "module/output.h"
+#include "module/py_lock.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+// Keeps what is traced, one "label: message" for each line.
+class TraceLines : public COutput {
+public:
+    void trace(const char* name, const char* message, KzResult code) override;
+    void write(const char* text, KzResult code) override { lines.push_back(text + std::to_string(code)); }
+    std::vector<std::string> lines;
+};
+
+struct Case {
+    const char* source;  // an expression, or statements that leave their result in `r`
+    std::function<void(FakeScript&)> setUp;
+    std::string expected;  // the result's repr, or "ExceptionType: text"
+};
+
+// Holds the interpreter lock throughout. A test body checks nothing of leaks itself: every evaluation does.
+class PythonTest : public testing::Test {
+protected:
+    PythonTest();
+    ~PythonTest() override;
+
+    // The outcome of the source, as in Case. Fails the test when it leaves anything behind: an exception, a host object,
+    // a reference.
+    std::string outcome(const char* source);
+    // Runs each case on a fresh script, three times over, and compares.
+    void check(const std::vector<Case>& cases);
+
+    FakeHost& host = FakeHost::instance();
+    TraceLines traced;
+
+private:
+    std::optional<CPyLock> m_lock;
+    std::optional<COutputScope> m_scope;
+};

@@ -1,0 +1,146 @@
+// kz.Service and kz.Monitor.
+#include "python_fixture.h"
+
+#include "module/runtime.h"
+
+namespace {
+
+auto fails(const char* operation) {
+    return [=](FakeScript& script) { script.fails[operation] = KZe_FAILED; };
+}
+auto handsOutNothing(const char* operation) {
+    return [=](FakeScript& script) { script.empty[operation] = true; };
+}
+void answersTwo(FakeScript& script) { script.numbers = {4, 5}; }
+
+const std::string noInterface = "RuntimeError: service 'scripted' has no script interface.";
+const std::string queryFailed = "RuntimeError: query failed on service 'scripted' for attribute 'colour'.";
+const std::string badSteps = "RuntimeError: Monitor steps must be greater than 0";
+
+}  // namespace
+
+class Service : public PythonTest {};
+
+TEST_F(Service, ConstructionFindsTheQueryInterface) {
+    check({
+        {"kz.Service('scripted').name()", nullptr, "'scripted'"},
+        {"kz.Service('nobody')", nullptr, "NameError: service 'nobody' not found."},
+        {"kz.Service('scripted')", fails("ServiceByName"), "NameError: service 'scripted' not found."},
+        {"kz.Service('scripted')", handsOutNothing("ServiceByName"), "NameError: service 'scripted' not found."},
+        {"kz.Service('plain')", nullptr, "RuntimeError: service 'plain' has no script interface."},
+        {"kz.Service('scripted')", fails("ScriptQuery"), noInterface},
+        {"kz.Service('scripted')", handsOutNothing("ScriptQuery"), noInterface},
+        {"kz.Service()", nullptr, "TypeError: function takes exactly 1 argument (0 given)"},
+        {"kz.Service.__new__(kz.Service).name()", nullptr, "None"},
+        {"kz.Service.__new__(kz.Service).select()", nullptr, "RuntimeError: no active service interface."},
+        {"kz.Service.__new__(kz.Service).queryN('x')", nullptr, "RuntimeError: no active service interface."},
+        // Constructed anew in vain, it has the new name and no interface.
+        {"s = kz.Service('scripted')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", nullptr,
+         "'nobody'"},
+        {"s = kz.Service('scripted')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('colour')", nullptr,
+         "RuntimeError: no active service interface."},
+    });
+}
+
+TEST_F(Service, SelectsAndQueries) {
+    check({
+        {"kz.Service('scripted').select('a', 'b')", nullptr, "None"},
+        {"kz.Service('scripted').select('a')", fails("Select"), "RuntimeError: select failed on service 'scripted' for 'a'."},
+        {"kz.Service('scripted').select(1)", nullptr, "TypeError: argument 1 must be string, not int"},
+        {"kz.Service('scripted').query('colour')", answersTwo, "(4, 5)"},
+        {"kz.Service('scripted').query1('colour')", answersTwo, "4"},
+        {"kz.Service('scripted').queryN('colour')", answersTwo, "(4, 5)"},
+        {"kz.Service('scripted').query('colour')", nullptr, "None"},
+        {"kz.Service('scripted').query()", nullptr, "RuntimeError: query failed on service 'scripted' for attribute ''."},
+        {"kz.Service('scripted').query('colour')", fails("Lookup"), queryFailed},
+        {"kz.Service('scripted').query('colour')", fails("QueryTypeName"), queryFailed},
+        {"kz.Service('scripted').query('colour')", fails("CreateQueryObject"), queryFailed},
+        {"kz.Service('scripted').query('colour')", handsOutNothing("CreateQueryObject"), queryFailed},
+        {"kz.Service('scripted').query('colour')", fails("Query"), queryFailed},
+        {"kz.Service('scripted').query('colour')", fails("Type"), "RuntimeError: internal: could not get value type"},
+    });
+    host.calls.clear();
+    host.script = FakeScript();
+    outcome("[kz.Service('scripted').select(), kz.Service('scripted').query('colour')]");
+    EXPECT_TRUE(host.called("Select(,null)"));
+    EXPECT_TRUE(host.called("QueryTypeName(3)"));
+    EXPECT_TRUE(host.called("CreateQueryObject(integer)"));
+    EXPECT_TRUE(host.called("Query(3)"));
+}
+
+class Monitor : public PythonTest {
+protected:
+    int calls(const std::string& name) {
+        return static_cast<int>(std::count(host.calls.begin(), host.calls.end(), name));
+    }
+};
+
+TEST_F(Monitor, CountsSteps) {
+    check({
+        {"kz.Monitor() and None", nullptr, "None"},
+        {"kz.Monitor(0) and None", fails("Initialize"), "None"},
+        {"kz.Monitor(3) and None", nullptr, "None"},
+        {"kz.Monitor(-1)", nullptr, badSteps},
+        {"kz.Monitor(3)", fails("Initialize"), "RuntimeError: Error initializing monitor"},
+        {"kz.Monitor().init(2)", nullptr, "None"},
+        {"kz.Monitor().init()", nullptr, badSteps},
+        {"kz.Monitor().init('x')", nullptr, badSteps},
+        {"kz.Monitor().init(2)", fails("Initialize"), "RuntimeError: Error initializing monitor"},
+        {"kz.Monitor().step()", nullptr, "None"},
+        {"kz.Monitor().step(5)", fails("Increment"), "RuntimeError: Error incrementing monitor"},
+        {"kz.Monitor(3).step(5)", fails("MonitorAllocate"), "None"},
+        {"kz.Monitor(3).init(5)", handsOutNothing("MonitorAllocate"), "None"},
+        {"kz.Monitor.__new__(kz.Monitor).step()", nullptr, "None"},
+        {"m = kz.Monitor(1)\nm.__init__(2)\nr = m.step()", nullptr, "None"},
+        // An argument that is no number: the step is made, the error stays.
+        {"kz.Monitor().step('x')", nullptr, "result with TypeError: an integer is required"},
+        {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"},
+    });
+    EXPECT_TRUE(PythonRuntime::running().monitors.empty());
+    host.script = FakeScript();
+    host.calls.clear();
+    outcome("m = kz.Monitor(7)\nm.step()\nm.step(5)\nr = None");
+    EXPECT_EQ(host.calls, (std::vector<std::string>{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)",
+                                                    "Increment(5)", "MonitorReleaseObj"}));
+}
+
+TEST_F(Monitor, AParseErrorStaysSetOnAMonitorThatWasMade) {
+    EXPECT_EQ(outcome("kz.Monitor('x')").substr(0, 21), "result with TypeError");
+    EXPECT_EQ(calls("MonitorAllocate(Progress)"), 1);
+    EXPECT_EQ(calls("MonitorReleaseObj"), 1);
+}
+
+TEST_F(Monitor, ReleasingAllLeavesThemEmpty) {
+    const CPyRef names(PyDict_New(), CPyRef::owned);
+    PyDict_SetItemString(names, "__builtins__", PyEval_GetBuiltins());
+    PyDict_SetItemString(names, "kz", PyImport_AddModule("kz"));
+    const auto run = [&](const char* source) {
+        const CPyRefNull result(PyRun_String(source, Py_file_input, names, names));
+        EXPECT_NE(result.get(), nullptr) << source;
+        PyErr_Clear();
+    };
+    MainInterpreter& interpreter = PythonRuntime::running();
+    run("ms = [kz.Monitor(2) for i in range(3)]");
+    EXPECT_EQ(interpreter.monitors.size(), 3U);
+    // The host runs code that ends one monitor while another is being given back.
+    host.script.onMonitor = [&] {
+        host.script.onMonitor = nullptr;
+        run("del ms[1]");
+    };
+    interpreter.releaseMonitors();
+    EXPECT_TRUE(interpreter.monitors.empty());
+    EXPECT_EQ(calls("MonitorReleaseObj"), 3);
+    host.calls.clear();
+    run("for m in ms: m.init(3); m.step()");
+    run("del m, ms[:]");
+    EXPECT_TRUE(host.calls.empty()) << "they hold no monitor any more";
+}
+
+TEST_F(Monitor, TheHostMayTakeAMonitorAwayInTheMiddleOfAStep) {
+    host.script.onMonitor = [this] {
+        host.script.onMonitor = nullptr;
+        PythonRuntime::running().releaseMonitors();
+    };
+    EXPECT_EQ(outcome("kz.Monitor().step()"), "None");
+    EXPECT_EQ(calls("MonitorReleaseObj"), 1);
+}

@@ -1,0 +1,211 @@
+// kz.Storage: element types, sizes, offsets, texts, views on memory of others, and hostile use.
+#include "python_fixture.h"
+
+#include "kzmod/storage_type.h"
+#include "module/py_ref.h"
+#include "wrap/result_codes.h"
+#include "wrap/storage_buffer.h"
+
+class Storage : public PythonTest {
+protected:
+    // The outcome of an expression with `s` as the object.
+    std::string with(PyObject* s, const std::string& expression) {
+        PyDict_SetItemString(PyModule_GetDict(PyImport_AddModule("kz")), "s", s);
+        return outcome(("(lambda s: " + expression + ")(kz.s)").c_str());
+    }
+};
+
+TEST_F(Storage, ElementsKeepWhatTheirTypeCanHold) {
+    const auto set = [](const char* type, const char* value) {
+        return std::string("s = kz.Storage('") + type + "')\ns.set(" + value + ")\nr = s.get()";
+    };
+    struct Row {
+        const char* type;
+        const char* value;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {"f", "(0.1, -2)", "(0.10000000149011612, -2.0)"},
+        {"float", "[1]", "(1.0,)"},
+        {"d", "(0.1, 3)", "(0.1, 3.0)"},
+        {"i", "(-1, 2147483647, 2**32 + 5, 1.9)", "(-1, 2147483647, 5, 1)"},
+        {"b", "(255, 256, -1)", "(255, 0, 255)"},
+        {"u", "(0, 2**32 - 1, -1, 2**64 + 3)", "(0L, 4294967295L, 4294967295L, 3L)"},
+        {"p", "(0, 2**63)", "(0L, 9223372036854775808L)"},
+        {"d", "(1, 'x')", "TypeError: a float is required"},
+        {"i", "(2**70,)", "OverflowError: Python int too large to convert to C long"},
+        {"p", "(1.5,)", "TypeError: an integer is required"},
+    };
+    for (const Row& row : rows) check({{set(row.type, row.value).c_str(), nullptr, row.expected}});
+}
+
+TEST_F(Storage, ErrorsAreExact) {
+    check({
+        {"kz.Storage('x')", nullptr, "RuntimeError: Unknown storage type 'x'"},
+        {"kz.Storage('')", nullptr, "RuntimeError: Unknown storage type ''"},
+        {"kz.Storage('f', -1)", nullptr, "RuntimeError: Size must be larger than zero"},
+        {"kz.Storage(None)", nullptr, "TypeError: argument 1 must be string, not None"},
+        {"kz.Storage().setSize(1)", nullptr, "RuntimeError: Storage data type not set"},
+        {"kz.Storage().setSize(-1)", nullptr, "RuntimeError: Storage data type not set"},
+        {"kz.Storage('f').setSize(0)", nullptr, "RuntimeError: Size must be larger than zero"},
+        {"kz.Storage('f').set(3)", nullptr, "RuntimeError: Expected a sequence"},
+        {"kz.Storage('f').set(())", nullptr, "RuntimeError: Size must be larger than zero"},
+        {"kz.Storage().set((1,))", nullptr, "RuntimeError: Storage data type not set"},
+        {"kz.Storage().get()", nullptr, "RuntimeError: Unknown storage type"},
+        {"kz.Storage('f').string()", nullptr, "RuntimeError: Not a byte buffer"},
+        {"kz.Storage('b').string()", nullptr, "''"},
+        {"kz.Storage('f', 4).offset(5)", nullptr, "RuntimeError: Can't offset past end of buffer"},
+        {"kz.Storage('f', 4)[4]", nullptr, "IndexError: Out of bounds"},
+        {"kz.Storage('f', 4)[-5]", nullptr, "IndexError: Out of bounds"},
+        {"kz.Storage('f', 4).__setitem__(4, 1)", nullptr, "IndexError: Out of bounds"},
+        {"kz.Storage()[0]", nullptr, "IndexError: Out of bounds"},
+        {"kz.Storage('f', 4).__delitem__(0)", nullptr, "TypeError: Storage elements cannot be deleted"},
+        {"s = kz.Storage('f')\ns += 3", nullptr, "RuntimeError: Expected a sequence"},
+    });
+}
+
+TEST_F(Storage, SizeOffsetAndContents) {
+    check({
+        {"s = kz.Storage('float', 4)\nr = [len(s), s.size(), s.offset(4), s.offset(), s.offset(1), s.offset(), "
+         "len(s.get())]", nullptr, "[4, 4, None, 4, None, 4, 3]"},
+        {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\nr = [s[0], s.get(1), s.get(9), s.get(-3)]", nullptr,
+         "[2, (2,), (2, 3), ()]"},
+        {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\ns[1] = 9\ns.set((7, 8, 9))\ns.offset(0)\nr = s.get()",
+         nullptr, "(1, 7, 8, 9)"},
+        {"s = kz.Storage('i')\ns += (1, 2)\nt = s\ns += [3]\nr = [s.get(), s is t, list(s)]", nullptr,
+         "[(1, 2, 3), True, [1, 2, 3]]"},
+        {"s = kz.Storage('i', 4)\ns.offset(3)\ns.setSize(2)\nr = s.get()", nullptr, "()"},
+        {"s = kz.Storage('b')\ns.set((97, 98, 99, 0, 100))\ns.offset(2)\nr = s.string()", nullptr, "'abc'"},
+        {"s = kz.Storage('b')\ns.set((97, 98))\ns.string()", nullptr, "RuntimeError: String buffer is unterminated"},
+        {"s = kz.Storage('b', 3)\ns.setType('d')\ns.set((1, 2, 3))\nr = s.get()", nullptr, "(1.0, 2.0, 3.0)"},
+        {"class Sub(kz.Storage): pass\ns = Sub('i', 2)\nr = s.get()", nullptr, "(0, 0)"},
+    });
+}
+
+TEST_F(Storage, AFailedAssignmentKeepsTheSizeAndWhatItWrote) {
+    const std::string begin = "s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ntry:\n  ";
+    const std::string end = "\nexcept Exception as e: r = [type(e).__name__, str(e), s.get()]";
+    const auto row = [&](const char* statement, const char* expected) {
+        check({{(begin + statement + end).c_str(), nullptr, expected}});
+    };
+    row("s.set((9, 'x', 7))", "['TypeError', 'an integer is required', (9, 2, 3)]");
+    row("s.set((9, 'x', 7, 6, 5))", "['TypeError', 'an integer is required', (9, 2, 3)]");
+    row("s.set((9, 'x'))", "['TypeError', 'an integer is required', (9, 2, 3)]");
+    row("s += (4, 'x')", "['TypeError', 'an integer is required', (1, 2, 3)]");
+    row("s.setType('x')", "['RuntimeError', \"Unknown storage type 'x'\", (1, 2, 3)]");
+}
+
+TEST_F(Storage, SequencesMayLieAndChange) {
+    const std::string classes = "class Say(object):\n"
+                                "  def __init__(self, act): self.act = act\n"
+                                "  def __int__(self): self.act(); return 5\n"
+                                "class Liar(object):\n"
+                                "  def __init__(self, *lengths): self.lengths = list(lengths)\n"
+                                "  def __len__(self): return self.lengths.pop(0)\n"
+                                "  def __getitem__(self, i): return i\n"
+                                "s = kz.Storage('i', 2)\n";
+    const auto row = [&](const char* statements, const char* expected) {
+        check({{(classes + statements).c_str(), nullptr, expected}});
+    };
+    row("x = [1, 2, 3]\nx[0] = Say(lambda: x.__delslice__(1, 3))\ns.set(x)", "IndexError: list index out of range");
+    row("x = [1, 2, 3]\nx[0] = Say(lambda: x.append(4))\ns.set(x)\nr = s.get()", "(5, 2, 3)");
+    row("s.set([1, Say(lambda: s.setSize(50000)), 3])\nr = s.get(3)", "(1, 5, 3)");
+    row("s.set([1, Say(lambda: s.setSize(1)), 3])", "IndexError: out of bounds");
+    row("s.set([1, Say(lambda: s.setType('d')), 3])", "IndexError: out of bounds");
+    row("s[1] = Say(lambda: s.setSize(1))", "IndexError: out of bounds");
+    row("s.set([Say(lambda: s.set([1] * 9)), 2])\nr = [s[0], s[1], len(s)]", "[5, 2, 9]");
+    row("s.set(Liar(3, 2))", "RuntimeError: bad result: <unknown code>");
+    row("s.set(Liar(2, 2))\nr = s.get()", "(0, 1)");
+    row("s.set((3, 4))\ns.set(s)\ns += s\nr = s.get()", "(3, 4, 3, 4)");
+    row("d = kz.Storage('d')\nd.set((1.5, 2))\ns.set(d)\nr = s.get()", "(1, 2)");
+    row("s.set(s.get() * 100000)\nr = len(s)", "200000");
+}
+
+TEST_F(Storage, AllocationFailuresChangeNothing) {
+    const char* source = "s = kz.Storage('i', 2)\ns.set((1, 2))\nr = []\n"
+                         "def tries(f, *a):\n"
+                         "  kz.fail(True)\n"
+                         "  try: f(*a)\n"
+                         "  except MemoryError as e: r.append(str(e))\n"
+                         "  kz.fail(False)\n"
+                         "tries(s.setSize, 100)\n"
+                         "tries(s.set, [1] * 100)\n"
+                         "tries(s.__iadd__, [1] * 100)\n"
+                         "tries(s.setType, 'd')\n"
+                         "tries(kz.Storage, 'd', 7)\n"
+                         "r.append(s.get())";
+    static PyMethodDef fail = {"fail",
+                               [](PyObject*, PyObject* on) -> PyObject* {
+                                   CStorageBuffer::Allocate none = [](std::size_t) -> void* { return nullptr; };
+                                   CStorageBuffer::setAllocate(on == Py_True ? none : nullptr);
+                                   Py_RETURN_NONE;
+                               },
+                               METH_O, nullptr};
+    PyModule_AddObject(PyImport_AddModule("kz"), "fail", PyCFunction_New(&fail, nullptr));
+    const std::string failed = "'Allocation failied', ";
+    check({{source, nullptr, "[" + failed + failed + failed + failed + failed + "(1, 2)]"}});
+}
+
+TEST_F(Storage, ViewsReadAndWriteMemoryOfOthers) {
+    float memory[4] = {1, 2, 3, 99};
+    {
+        const CPyRef view(kzNewStorageView(memory, 3, 'f'), CPyRef::owned);
+        EXPECT_TRUE(kzIsStorage(view));
+        EXPECT_EQ(with(view, "s.get()"), "(1.0, 2.0, 3.0)");
+        EXPECT_EQ(with(view, "s.set((7, 8))"), "None");
+        EXPECT_FLOAT_EQ(memory[1], 8.0F);
+        // What lies beyond the three is not reached, whatever size or type is claimed.
+        EXPECT_EQ(with(view, "[s.setSize(4), len(s)]"), "[None, 4]");
+        EXPECT_EQ(with(view, "s[3]"), "IndexError: Out of bounds");
+        EXPECT_EQ(with(view, "s.set((1, 1, 1, 1))"), "IndexError: out of bounds");
+        EXPECT_EQ(with(view, "[s.setType('d'), s[1]]"), "IndexError: Out of bounds");
+        EXPECT_EQ(with(view, "[s.setType('b'), s.setSize(13), s.set((1,) * 12)] and s.string()"),
+                  "RuntimeError: String buffer is unterminated");
+        EXPECT_FLOAT_EQ(memory[3], 99.0F);
+        kzEndStorageView(view);
+        EXPECT_EQ(with(view, "s.get()"), "()");
+        EXPECT_EQ(with(view, "[s.setSize(2), s.get()]"), "[None, (0, 0)]");
+        with(Py_None, "s");
+    }
+    const CPyRef lent(kzNewStorageView(memory, 0, 0), CPyRef::owned);
+    EXPECT_EQ(with(lent, "s.get()"), "RuntimeError: Unknown storage type");
+    EXPECT_EQ(with(lent, "s.set((1,))"), "RuntimeError: Storage buffer is not writable");
+    EXPECT_EQ(with(lent, "s.__iadd__((1,))"), "RuntimeError: Storage buffer is not writable");
+    EXPECT_EQ(with(lent, "[s.setType('f'), s.setSize(4), s[3], s.__setitem__(3, 5)]"), "[None, None, 99.0, None]");
+    EXPECT_FLOAT_EQ(memory[3], 5.0F);
+    const CPyRef none(kzNewStorageView(nullptr, 3, 'f'), CPyRef::owned);
+    EXPECT_EQ(with(none, "[s.get(), s.set((1,)), s.get()]"), "[(), None, (1.0,)]");
+    with(Py_None, "s");
+}
+
+TEST_F(Storage, PinnedMemoryStaysWhateverPythonDoes) {
+    PyObject* storage = PyObject_CallFunction(reinterpret_cast<PyObject*>(&kzStorageType), kzText("si"), "i", 2);
+    with(storage, "s.set((11, 12))");
+    auto* memory = static_cast<std::int32_t*>(kzPinStorage(storage));
+    EXPECT_EQ(kzPinStorage(storage), memory);
+    EXPECT_EQ(with(storage, "[s.setSize(100000), s[0]]"), "[None, 11]");
+    kzUnpinStorage(storage);
+    with(Py_None, "s");
+    Py_DECREF(storage);  // the pin keeps it
+    EXPECT_EQ(memory[1], 12);
+    memory[0] = 1;
+    kzUnpinStorage(storage);
+}
+
+TEST_F(Storage, TheHostIsGivenThatVeryTypeOnly) {
+    EXPECT_EQ(outcome("kz.Storage.__name__"), "'Storage'");
+    const CPyRef subclass(
+        PyRun_String("type('Sub', (kz.Storage,), {})()", Py_eval_input,
+                     PyModule_GetDict(PyImport_AddModule("__main__")), PyModule_GetDict(PyImport_AddModule("__main__"))),
+        CPyRef::owned);
+    EXPECT_FALSE(kzIsStorage(subclass));
+    EXPECT_FALSE(kzIsStorage(Py_None));
+}
+
+TEST_F(Storage, MethodsClearTheQuietFlag) {
+    for (const char* source : {"kz.Storage()", "kz.Storage('f', 1).get()", "kz.Storage('f', 1)[0]"}) {
+        kzSetQuiet(true);
+        outcome(source);
+        EXPECT_FALSE(kzQuietFlag) << source;
+    }
+}
