@@ -7,6 +7,10 @@
 #include "module/checks.h"
 #include "module/error_report.h"
 #include "module/parts.h"
+#include "wrap/registration.h"
+
+// No wrapper types are needed here.
+constexpr std::span<const KzHeaderRows* const> kzHeaders;
 
 namespace {
 
@@ -44,6 +48,7 @@ void setParts() {
 // References that exist, where the interpreter counts them.
 long references() {
 #ifdef Py_REF_DEBUG
+    PyGC_Collect();  // classes are cycles
     return static_cast<long>(_Py_GetRefTotal());
 #else
     return 0;
