@@ -23,7 +23,9 @@ public:
     // Notes the exception to be raised. Always null, so that the call can return it.
     PyObject* raise(std::string text, PyObject* type = PyExc_RuntimeError);
     // As raise, with a trace line of the same text.
-    PyObject* fail(std::string text, PyObject* type = PyExc_RuntimeError) { return failAs(m_label, std::move(text), type); }
+    PyObject* fail(std::string text, PyObject* type = PyExc_RuntimeError) {
+        return failAs(m_label, std::move(text), type);
+    }
     PyObject* failAs(const char* label, std::string text, PyObject* type = PyExc_RuntimeError);
 
     // The result, unless an exception was noted: that is raised then. Consumes the result.

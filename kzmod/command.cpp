@@ -106,7 +106,7 @@ private:
 
 bool kzExecuteCommand(CCall& call, const CKzUser_Command& command, std::uint32_t flags) {
     {
-        const CPyLock lock;  // the command may be one that Python implements
+        const CPyLock lock;      // the command may be one that Python implements
         command.Execute(flags);  // how it went is told by its message, not by this code
     }
     const std::string label = kzTracing() ? labelOf(command) : std::string();

@@ -24,7 +24,8 @@ public:
         // A host may say no with FALSE, which is no failure.
         const KzResult isScript = m_service.IsImplicitScript(m_text.c_str());
         if (kzSucceeded(isScript) && isScript != KZe_FALSE) return runScript();
-        if (kzFailed(kzObtain(m_command, [&](IKzUnknown** found) { return m_service.Spawn(0, m_text.c_str(), found); })))
+        if (kzFailed(
+                kzObtain(m_command, [&](IKzUnknown** found) { return m_service.Spawn(0, m_text.c_str(), found); })))
             return m_call.fail("command could not be found");
         return query();
     }

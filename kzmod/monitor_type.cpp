@@ -16,8 +16,7 @@ constexpr const char* badSteps = "Monitor steps must be greater than 0";
 constexpr const char* cannotInitialise = "Error initializing monitor";
 
 struct MonitorObject {
-    PyObject_HEAD
-    CMonitorRecord* record;  // owned; null until the object has been constructed
+    PyObject_HEAD CMonitorRecord* record;  // owned; null until the object has been constructed
 };
 
 CMonitorRecord*& recordOf(PyObject* self) { return reinterpret_cast<MonitorObject*>(self)->record; }
@@ -44,7 +43,8 @@ void replaceRecord(PyObject* self, CMonitorRecord* owned) noexcept {
     MainInterpreter* interpreter = PythonRuntime::current() ? PythonRuntime::current()->interpreter() : nullptr;
     if (interpreter != nullptr) {
         std::vector<CMonitorRecord*>& live = interpreter->monitors;
-        if (const auto found = std::find(live.begin(), live.end(), record.get()); found != live.end()) live.erase(found);
+        if (const auto found = std::find(live.begin(), live.end(), record.get()); found != live.end())
+            live.erase(found);
     }
     if (!record->monitor) return;
     try {

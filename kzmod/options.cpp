@@ -12,9 +12,7 @@ constexpr std::string_view anglesOption = "queryAnglesAs";
 constexpr std::string_view degrees = "degrees";
 constexpr std::string_view radians = "radians";
 
-PyObject* unknownOption(CCall& call, const char* name) {
-    return call.fail(kzFormat("unknown option \"%s\"", name));
-}
+PyObject* unknownOption(CCall& call, const char* name) { return call.fail(kzFormat("unknown option \"%s\"", name)); }
 
 // None stands for nothing set. No script runs then, and the interpreter's own complaint about a result without an
 // exception is what tells the caller so.

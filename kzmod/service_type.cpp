@@ -20,8 +20,7 @@ struct CServiceState {
 using ServicePointer = std::shared_ptr<CServiceState>;
 
 struct ServiceObject {
-    PyObject_HEAD
-    ServicePointer state;  // null until the object has been constructed
+    PyObject_HEAD ServicePointer state;  // null until the object has been constructed
 };
 
 // Methods work on a share of the state: the host may run Python code that constructs the object anew.
@@ -50,7 +49,8 @@ bool findQuery(CCall& call, CServiceState& state) {
         return false;
     }
     const CKzUser_ServiceExtension extension(service.raw());
-    if (kzSucceeded(kzObtain(state.query, [&](IKzUnknown** found) { return extension.ScriptQuery(found); }))) return true;
+    if (kzSucceeded(kzObtain(state.query, [&](IKzUnknown** found) { return extension.ScriptQuery(found); })))
+        return true;
     state.query.clear();
     call.fail(kzFormat("service '%s' has no script interface.", state.name));
     return false;

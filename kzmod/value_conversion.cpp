@@ -117,7 +117,8 @@ PyObject* kzConvertValues(CCall& call, const CKzUser_ValueArray& values, const K
     std::uint32_t type = 0;
     const char* typeName = nullptr;
     if (kzFailed(values.Type(&type))) return call.failAs(arrayLabel, "internal: could not get value type");
-    if (kzFailed(values.TypeName(&typeName))) return call.failAs(arrayLabel, "internal: could not get value type name.");
+    if (kzFailed(values.TypeName(&typeName)))
+        return call.failAs(arrayLabel, "internal: could not get value type name.");
     const bool isAngle = typeName != nullptr && std::strcmp(typeName, KZsTYPE_ANGLE) == 0;
     const std::uint32_t count = values.Count();
     if (shape == KzShape::natural) shape = count < 2 ? KzShape::single : KzShape::tuple;

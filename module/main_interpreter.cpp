@@ -140,8 +140,7 @@ void MainInterpreter::initialise() {
 void MainInterpreter::buildModule() {
     const KzModuleParts& parts = kzParts();
     for (const auto& [name, type] : parts.types) kzNonNegative(PyType_Ready(type));
-    PyObject* kz = kzNonNull(
-        Py_InitModule4("kz", parts.functions, "Module for vorn extensions.", nullptr, apiVersion));
+    PyObject* kz = kzNonNull(Py_InitModule4("kz", parts.functions, "Module for vorn extensions.", nullptr, apiVersion));
     for (const auto& [name, type] : parts.types) {
         Py_INCREF(type);
         kzNonNegative(PyModule_AddObject(kz, name, reinterpret_cast<PyObject*>(type)));

@@ -14,7 +14,7 @@
 namespace {
 
 std::atomic<PythonRuntime*> theRuntime{nullptr};
-std::atomic<bool> theReady{false};     // started, servers imported: entries need not look further
+std::atomic<bool> theReady{false};  // started, servers imported: entries need not look further
 std::atomic<bool> theGateClosed{false};
 std::atomic<std::uint32_t> theInside{0};
 std::recursive_mutex theStartLock;

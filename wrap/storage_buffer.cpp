@@ -120,7 +120,8 @@ PyObject* kzNewStorageView(void* memory, std::size_t elements, char letter) noex
     if (made.get() == nullptr) return nullptr;
     const StorageType* type = kzFindStorageType(letter);
     CStorageBuffer& buffer = kzStorageBuffer(made);
-    buffer.refer(memory, type != nullptr ? elements * type->elementSize() : SIZE_MAX, type, type != nullptr ? elements : 0);
+    buffer.refer(memory, type != nullptr ? elements * type->elementSize() : SIZE_MAX, type,
+                 type != nullptr ? elements : 0);
     buffer.setWritable(memory == nullptr || type != nullptr);
     return made.release();
 }

@@ -71,8 +71,7 @@ private:
 
 // The Python object's layout.
 struct KzStorage {
-    PyObject_HEAD
-    CStorageBuffer* buffer;
+    PyObject_HEAD CStorageBuffer* buffer;
 };
 
 // Tells this side which type is kz.Storage, before any of the following is used.

@@ -55,8 +55,8 @@ TEST_F(Evaluation, EndsAsTheHostSays) {
 
 TEST_F(Evaluation, GivesTheHostTextAndFlags) {
     outcome("kz.eval('!do  it now', 8)");
-    EXPECT_EQ(host.calls, (Strings{"ProcessStringFlags(8,!do  it now)", "Spawn(0,do  it now)", "ParseArgString(34,  it now)",
-                                   "Execute(34)", "Message"}));
+    EXPECT_EQ(host.calls, (Strings{"ProcessStringFlags(8,!do  it now)", "Spawn(0,do  it now)",
+                                   "ParseArgString(34,  it now)", "Execute(34)", "Message"}));
     host.calls.clear();
     PythonRuntime::running().executionFlags = 5;
     outcome("kz.eval('ask ?')");
@@ -105,7 +105,8 @@ TEST_F(Command, EndsAsTheHostSays) {
          "TypeError: __str__ returned non-string (type int)"},
         // The dictionary of a ** call is the caller's own.
         {"d = {'a': 1}\nclass Sly(object):\n  def __str__(self):\n    d.clear(); return 'sly'\n"
-         "d['b'] = Sly()\nr = kz.command('go', **d)", nullptr, "None"},
+         "d['b'] = Sly()\nr = kz.command('go', **d)",
+         nullptr, "None"},
     });
 }
 
@@ -211,7 +212,8 @@ TEST_F(Trace, TellsEveryStep) {
     EXPECT_EQ(linesOf("kz.eval('do')"), (Strings{"kz.command(test.command): command failed: it broke (80000000)"}));
     host.script.fails["Name"] = KZe_FAILED;
     host.script.fails["Message"] = KZe_FAILED;
-    EXPECT_EQ(linesOf("kz.eval('do')"), (Strings{"kz.command(unknown): internal error: could not get get message object"}));
+    EXPECT_EQ(linesOf("kz.eval('do')"),
+              (Strings{"kz.command(unknown): internal error: could not get get message object"}));
     host.script.fails["Spawn"] = KZe_FAILED;
     EXPECT_EQ(linesOf("kz.eval('!do')"), (Strings{"!do: command could not be found"}));
     EXPECT_EQ(linesOf("kz.command('!go')"), (Strings{"kz.command(go): command:go could not spawn command"}));

@@ -67,7 +67,9 @@ struct Values : CKzImpl_ValueArray {
     std::uint32_t va_Count() override {
         return static_cast<std::uint32_t>(std::max(script().numbers.size(), script().texts.size()));
     }
-    KzResult element(std::uint32_t index) { return index == script().badElement ? KZe_NOTREADY : host().enter("Element"); }
+    KzResult element(std::uint32_t index) {
+        return index == script().badElement ? KZe_NOTREADY : host().enter("Element");
+    }
     KzResult va_GetInt(std::uint32_t index, std::int32_t* value) override {
         *value = static_cast<std::int32_t>(script().numbers.at(index));
         return element(index);
@@ -136,7 +138,8 @@ struct Services : CKzImpl_ApplicationService,
     KzResult commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** out) override {
         return host().give("Spawn", std::to_string(tag) + "," + str(name), commands, out);
     }
-    KzResult commandservice_SpawnFromString(const char* args, std::uint32_t*, std::int32_t*, IKzUnknown** out) override {
+    KzResult commandservice_SpawnFromString(const char* args, std::uint32_t*, std::int32_t*,
+                                            IKzUnknown** out) override {
         return host().give("SpawnFromString", args, commands, out);
     }
     KzResult commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** value) override {
@@ -238,7 +241,9 @@ FakeHost::FakeHost() {
     m_cache.setApplication(object.raw());
 }
 
-bool FakeHost::called(const std::string& call) const { return std::find(calls.begin(), calls.end(), call) != calls.end(); }
+bool FakeHost::called(const std::string& call) const {
+    return std::find(calls.begin(), calls.end(), call) != calls.end();
+}
 
 KzResult FakeHost::enter(const char* operation, const std::string& arguments) {
     calls.push_back(arguments.empty() ? operation : std::string(operation) + "(" + arguments + ")");

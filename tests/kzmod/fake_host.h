@@ -27,8 +27,8 @@ struct FakeScript {
     bool hasHints = false;
     const char* queryName = "colour";  // the attribute that the script service knows
 
-    std::function<void()> onExecute;   // what the command does
-    std::function<void()> onMonitor;   // what any call to a monitor does first
+    std::function<void()> onExecute;  // what the command does
+    std::function<void()> onMonitor;  // what any call to a monitor does first
 };
 
 class FakeHost {
@@ -43,7 +43,8 @@ public:
     // Notes the call; the code that the operation is to answer.
     KzResult enter(const char* operation, const std::string& arguments = {});
     // As enter, and hands out a new object of the polymorph on success.
-    KzResult give(const char* operation, const std::string& arguments, CKzGenericPolymorph& polymorph, IKzUnknown** out);
+    KzResult give(const char* operation, const std::string& arguments, CKzGenericPolymorph& polymorph,
+                  IKzUnknown** out);
 
 private:
     FakeHost();

@@ -45,13 +45,15 @@ TEST_F(Service, ConstructionFindsTheQueryInterface) {
 TEST_F(Service, SelectsAndQueries) {
     check({
         {"kz.Service('scripted').select('a', 'b')", nullptr, "None"},
-        {"kz.Service('scripted').select('a')", fails("Select"), "RuntimeError: select failed on service 'scripted' for 'a'."},
+        {"kz.Service('scripted').select('a')", fails("Select"),
+         "RuntimeError: select failed on service 'scripted' for 'a'."},
         {"kz.Service('scripted').select(1)", nullptr, "TypeError: argument 1 must be string, not int"},
         {"kz.Service('scripted').query('colour')", answersTwo, "(4, 5)"},
         {"kz.Service('scripted').query1('colour')", answersTwo, "4"},
         {"kz.Service('scripted').queryN('colour')", answersTwo, "(4, 5)"},
         {"kz.Service('scripted').query('colour')", nullptr, "None"},
-        {"kz.Service('scripted').query()", nullptr, "RuntimeError: query failed on service 'scripted' for attribute ''."},
+        {"kz.Service('scripted').query()", nullptr,
+         "RuntimeError: query failed on service 'scripted' for attribute ''."},
         {"kz.Service('scripted').query('colour')", fails("Lookup"), queryFailed},
         {"kz.Service('scripted').query('colour')", fails("QueryTypeName"), queryFailed},
         {"kz.Service('scripted').query('colour')", fails("CreateQueryObject"), queryFailed},

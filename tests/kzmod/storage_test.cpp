@@ -67,7 +67,8 @@ TEST_F(Storage, ErrorsAreExact) {
 TEST_F(Storage, SizeOffsetAndContents) {
     check({
         {"s = kz.Storage('float', 4)\nr = [len(s), s.size(), s.offset(4), s.offset(), s.offset(1), s.offset(), "
-         "len(s.get())]", nullptr, "[4, 4, None, 4, None, 4, 3]"},
+         "len(s.get())]",
+         nullptr, "[4, 4, None, 4, None, 4, 3]"},
         {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\nr = [s[0], s.get(1), s.get(9), s.get(-3)]", nullptr,
          "[2, (2,), (2, 3), ()]"},
         {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\ns[1] = 9\ns.set((7, 8, 9))\ns.offset(0)\nr = s.get()",
@@ -194,10 +195,10 @@ TEST_F(Storage, PinnedMemoryStaysWhateverPythonDoes) {
 
 TEST_F(Storage, TheHostIsGivenThatVeryTypeOnly) {
     EXPECT_EQ(outcome("kz.Storage.__name__"), "'Storage'");
-    const CPyRef subclass(
-        PyRun_String("type('Sub', (kz.Storage,), {})()", Py_eval_input,
-                     PyModule_GetDict(PyImport_AddModule("__main__")), PyModule_GetDict(PyImport_AddModule("__main__"))),
-        CPyRef::owned);
+    const CPyRef subclass(PyRun_String("type('Sub', (kz.Storage,), {})()", Py_eval_input,
+                                       PyModule_GetDict(PyImport_AddModule("__main__")),
+                                       PyModule_GetDict(PyImport_AddModule("__main__"))),
+                          CPyRef::owned);
     EXPECT_FALSE(kzIsStorage(subclass));
     EXPECT_FALSE(kzIsStorage(Py_None));
 }
