@@ -2,6 +2,7 @@
 #include "bench/fake_host.h"
 
 #include "module/py_lock.h"
+#include "module/py_ref.h"
 #include "module/this_module.h"
 #include "plugin/parts.h"
 
@@ -49,4 +50,7 @@ void kzStartBenchHost() {
     kzComposeParts();
     CKzThisModule::instance().setApplication(&application);
     const CPyLock lock;
+    // There is no log to read: what goes wrong is to be seen at once.
+    const CPyRefNull file(PyFile_FromFile(stderr, kzText("<stderr>"), kzText("w"), nullptr));
+    PySys_SetObject(kzText("stderr"), file);
 }

@@ -106,7 +106,7 @@ public:
         }
     }
     // Below this many uses a marshaller of its own is not worth its code.
-    static constexpr int commonFrom = 3;
+    static constexpr int commonFrom = 7;
     [[nodiscard]] bool isCommon(const Method& method) const { return m_uses.at(key(method)) >= commonFrom; }
 
 private:

@@ -6,6 +6,8 @@
 #include "wrap/marshal_rows.h"
 #include "wrap/result_codes.h"
 
+#include <bit>
+
 namespace kz_marshal {
 
 // How a method's own return value reaches Python.
@@ -140,9 +142,9 @@ template <bool isResult, class Method, class... Parameters> struct Row {
     static constexpr std::size_t inputs = Frame<Parameters...>::inputs;
     static_assert(count <= mostParameters && (0 + ... + operations<Parameters>.size) <= frameSize);
 
-    static KzResult call(IKzUnknown* object, const void* any, [[maybe_unused]] void* const* places,
+    static KzResult call(IKzUnknown* object, AnyMethod any, [[maybe_unused]] void* const* places,
                          [[maybe_unused]] PyObject** first, [[maybe_unused]] Types& types) {
-        const Method method = *static_cast<const Method*>(any);
+        const auto method = std::bit_cast<Method>(any);
         const auto perform = [&]<std::size_t... index>(std::index_sequence<index...>) {
             return std::apply([&](auto... values) { return (object->*method)(values...); },
                               std::tuple_cat(at<Parameters>(places[index]).pass()...));
@@ -193,8 +195,7 @@ template <KzHolder holder, bool isResult, class... Parameters> struct KzCall {
     static PyObject* rare(PyObject* self, PyObject* args, Returned (Interface::*method)(Arguments...),
                           kz_marshal::Types types = nullptr) noexcept {
         using Method = Returned (IKzUnknown::*)(Arguments...);
-        const auto plain = static_cast<Method>(method);
         return kz_marshal::marshalRows(kzPlaceOf<holder>(self), args, kz_marshal::Row<isResult, Method, Parameters...>::row,
-                                       &plain, types);
+                                       std::bit_cast<kz_marshal::AnyMethod>(static_cast<Method>(method)), types);
     }
 };

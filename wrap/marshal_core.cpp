@@ -29,13 +29,29 @@ PyObject* itemOf(PyObject* sequence, Py_ssize_t index) noexcept {
 }
 
 bool hasLength(PyObject* sequence, Py_ssize_t count) noexcept {
-    if (PyTuple_CheckExact(sequence)) return PyTuple_GET_SIZE(sequence) == count;
+    if (PyTuple_CheckExact(sequence) || PyList_CheckExact(sequence)) return Py_SIZE(sequence) == count;
     return PySequence_Size(sequence) == count;
+}
+
+// Where the items of a plain tuple or list stand; null for any other sequence.
+PyObject** itemsOf(PyObject* sequence) noexcept {
+    if (PyTuple_CheckExact(sequence)) return reinterpret_cast<PyTupleObject*>(sequence)->ob_item;
+    if (PyList_CheckExact(sequence)) return reinterpret_cast<PyListObject*>(sequence)->ob_item;
+    return nullptr;
+}
+
+// Takes the plain floats that a plain tuple or list begins with: no code runs while they are read, so nothing can move.
+template <class Number> Py_ssize_t takeFloats(PyObject* sequence, Number* numbers, Py_ssize_t count) noexcept {
+    PyObject** items = itemsOf(sequence);
+    Py_ssize_t index = 0;
+    for (; items != nullptr && index < count && PyFloat_CheckExact(items[index]); ++index)
+        numbers[index] = static_cast<Number>(PyFloat_AS_DOUBLE(items[index]));
+    return index;
 }
 
 template <class Number> KzResult readNumbers(PyObject* sequence, Number* numbers, Py_ssize_t count) noexcept {
     if (!hasLength(sequence, count)) return KZe_FAILED;
-    for (Py_ssize_t index = 0; index < count; ++index) {
+    for (Py_ssize_t index = takeFloats(sequence, numbers, count); index < count; ++index) {
         const CPyRefNull item(itemOf(sequence, index));
         double number = 0;
         if (item.get() == nullptr || !toNumber(item, number)) return KZe_FAILED;
@@ -132,6 +148,10 @@ PyObject* kzMakeHints(const KzTextValueHint* hints) noexcept {
         if (row.get() == nullptr || PyList_Append(list, row) != 0) list.adopt(nullptr);
     }
     return list.release();
+}
+
+void kzGiveBack(IKzUnknown* object) noexcept {
+    if (object != nullptr) object->Release();
 }
 
 PyObject* kzMakeArrayView(void* memory) noexcept { return kzNewStorageView(memory, 0, 0); }

@@ -29,6 +29,9 @@ PyObject* kzMakeString(const char* text) noexcept;             // None for a nul
 PyObject* kzMakeHints(const KzTextValueHint* hints) noexcept;  // a list of (integer, text)
 PyObject* kzMakeArrayView(void* memory) noexcept;              // a buffer without type over the host's memory
 
+// Releases an object, if there is one.
+void kzGiveBack(IKzUnknown* object) noexcept;
+
 // A GUID from its text, by the host's lookup. FAILED for anything else.
 KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept;
 

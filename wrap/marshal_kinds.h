@@ -30,6 +30,7 @@ using Types = const KzWrapperType* const*;
 
 struct InputBase {
     static constexpr bool isInput = true;
+    static constexpr bool converts = false;
     KzResult convert() noexcept { return KZe_OK; }
 };
 
@@ -115,6 +116,7 @@ struct InString : InputBase {
 
 // Everything that goes through the parser as an object.
 struct ObjectInput : InputBase {
+    static constexpr bool converts = true;
     static constexpr char letter = 'O';
     PyObject* parsed = nullptr;
     bool fast(PyObject* object) noexcept {
@@ -128,9 +130,7 @@ struct InObject : ObjectInput {
     InObject() = default;
     InObject(const InObject&) = delete;
     InObject& operator=(const InObject&) = delete;
-    ~InObject() {
-        if (object != nullptr) object->Release();
-    }
+    ~InObject() { kzGiveBack(object); }
     KzResult convert() noexcept { return kzObjectToInterface(parsed, true, &object); }
     auto pass() noexcept { return std::tuple<IKzUnknown*>(object); }
 };
@@ -230,9 +230,7 @@ struct OutObject : OutputBase {
     OutObject() = default;
     OutObject(const OutObject&) = delete;
     OutObject& operator=(const OutObject&) = delete;
-    ~OutObject() {
-        if (object != nullptr) object->Release();
-    }
+    ~OutObject() { kzGiveBack(object); }
     auto pass() noexcept { return std::tuple<IKzUnknown**>(&object); }
     // One wrapper type stands in the list for each object output, null for one of any kind.
     PyObject* make(Types& types) noexcept {

@@ -14,12 +14,14 @@ public:
         for (; m_built < row.count; ++m_built) {
             const KindOperations& kind = *row.kinds[m_built];
             m_places[m_built] = next;
-            kind.construct(next);
+            if (kind.construct != nullptr) kind.construct(next);
+            else new (next) TwoWords{};
             next += kind.size;
         }
     }
     ~RowFrame() {
-        while (m_built-- > 0) m_row.kinds[m_built]->destroy(m_places[m_built]);
+        while (m_built-- > 0)
+            if (const auto destroy = m_row.kinds[m_built]->destroy) destroy(m_places[m_built]);
     }
     RowFrame(const RowFrame&) = delete;
     RowFrame& operator=(const RowFrame&) = delete;
@@ -42,8 +44,11 @@ public:
     }
 
     KzResult convert() noexcept {
-        for (unsigned index = 0; index < m_row.inputs; ++index)
-            if (const KzResult code = m_row.kinds[index]->convert(m_places[index]); kzFailed(code)) return code;
+        for (unsigned index = 0; index < m_row.inputs; ++index) {
+            const auto convert = m_row.kinds[index]->convert;
+            if (convert == nullptr) continue;
+            if (const KzResult code = convert(m_places[index]); kzFailed(code)) return code;
+        }
         return KZe_OK;
     }
 
@@ -88,7 +93,7 @@ private:
 
 }  // namespace
 
-PyObject* marshalRows(IKzUnknown* const* place, PyObject* args, const SignatureRow& row, const void* method,
+PyObject* marshalRows(IKzUnknown* const* place, PyObject* args, const SignatureRow& row, AnyMethod method,
                       Types types) noexcept {
     kzSetQuiet(false);
     if (*place == nullptr) return kzRaise(KZe_NOINTERFACE);
