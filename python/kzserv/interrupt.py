@@ -1,15 +1,23 @@
 """Ctrl-C in a host that runs in a terminal.
 
-The module leaves every signal as the host had it. A host that wants a running script to stop with KeyboardInterrupt
-says so by the environment variable KZHOST_INTERRUPT, and then Python's own handler takes the signal.
+The module leaves every signal as the host had it. A host that wants a running script to stop with KeyboardInterrupt says
+so by its property "script.interrupt", and then Python's own handler takes the signal.
 """
 
-import os
 import signal
+
+import kz
+
+
+def wanted():
+    try:
+        return kz.service.Application().Property("script.interrupt") == "signal"
+    except (LookupError, RuntimeError, NotImplementedError):
+        return False  # a host without such properties
 
 
 def install():
-    if os.environ.get("KZHOST_INTERRUPT") != "signal":
+    if not wanted():
         return
     try:
         signal.signal(signal.SIGINT, signal.default_int_handler)
