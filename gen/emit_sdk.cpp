@@ -7,8 +7,20 @@
 #include <fmt/format.h>
 
 #include "emit.h"
+#include "emit_tables.h"
 
 namespace kzgen {
+
+std::string guidInitialiser(const Guid& guid) {
+    std::string digits;
+    std::copy_if(guid.text.begin(), guid.text.end(), std::back_inserter(digits), [](char c) { return c != '-'; });
+    std::vector<std::string> bytes;
+    for (size_t at = 16; at < 32; at += 2) {
+        bytes.push_back("0x" + digits.substr(at, 2));
+    }
+    return fmt::format("{{0x{}, 0x{}, 0x{}, {{{}}}}}", digits.substr(0, 8), digits.substr(8, 4), digits.substr(12, 4),
+                       fmt::join(bytes, ", "));
+}
 
 namespace {
 
@@ -66,17 +78,6 @@ std::string parameterList(const Method& method, Names names) {
 }
 
 // Constants
-
-std::string guidInitialiser(const Guid& guid) {
-    std::string digits;
-    std::copy_if(guid.text.begin(), guid.text.end(), std::back_inserter(digits), [](char c) { return c != '-'; });
-    std::vector<std::string> bytes;
-    for (size_t at = 16; at < 32; at += 2) {
-        bytes.push_back("0x" + digits.substr(at, 2));
-    }
-    return fmt::format("{{0x{}, 0x{}, 0x{}, {{{}}}}}", digits.substr(0, 8), digits.substr(8, 4), digits.substr(12, 4),
-                       fmt::join(bytes, ", "));
-}
 
 std::string_view integerType(const Constant& constant, int64_t value) {
     const char family = constant.name[0];
@@ -280,6 +281,7 @@ void emitSdk(const Model& model, Output& output) {
         all += fmt::format("#include \"kz/{}.h\"\n", header.name);
     }
     output.write("kz/all.h", all);
+    emitTables(model, output);
 }
 
 }  // namespace kzgen

@@ -1,0 +1,44 @@
+// kz/tables.h: every identity and every result code of the SDK with its name, for hosts that look them up.
+#include "emit_tables.h"
+
+#include <fmt/format.h>
+
+#include <iterator>
+
+namespace kzgen {
+
+namespace {
+
+std::string identityRow(const Interface& each) {
+    const std::string server = each.server ? cppLiteral(*each.server) : "nullptr";
+    return fmt::format("    {{{}, \"{}\", \"{}\", {}, {}}},\n", guidInitialiser(each.guid), each.name, each.symbol, server,
+                       each.service);
+}
+
+}  // namespace
+
+void emitTables(const Model& model, Output& output) {
+    std::string text = openingLines("//", "Identities and result codes by name.", model);
+    text += "#pragma once\n\n#include \"kz/base/unknown.h\"\n\n"
+            "// `server` is the class's name among servers; null for what is never one.\n"
+            "struct KzIdentityRow {\n    KzGuid iid;\n    const char* name;\n    const char* symbol;\n"
+            "    const char* server;\n    bool isService;\n};\n\n"
+            "inline constexpr KzIdentityRow kzIdentityRows[] = {\n"
+            "    {KZu_UNKNOWN, \"Unknown\", \"UNKNOWN\", nullptr, false},\n";
+    for (const Header& header : model.headers) {
+        for (const Interface& each : header.interfaces) {
+            text += identityRow(each);
+        }
+    }
+    text += "};\n\n// Where codes share a value, the last name is the code's own.\n"
+            "struct KzCodeRow {\n    KzResult code;\n    const char* name;\n};\n\n"
+            "inline constexpr KzCodeRow kzCodeRows[] = {\n";
+    for (const Header& header : model.headers) {
+        for (const Code& code : header.codes) {
+            fmt::format_to(std::back_inserter(text), "    {{0x{:08X}, \"{}\"}},\n", code.value, code.name);
+        }
+    }
+    output.write("kz/tables.h", text + "};\n");
+}
+
+}  // namespace kzgen
