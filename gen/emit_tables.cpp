@@ -11,8 +11,8 @@ namespace {
 
 std::string identityRow(const Interface& each) {
     const std::string server = each.server ? cppLiteral(*each.server) : "nullptr";
-    return fmt::format("    {{{}, \"{}\", \"{}\", {}, {}}},\n", guidInitialiser(each.guid), each.name, each.symbol, server,
-                       each.service);
+    return fmt::format("    {{{}, \"{}\", \"{}\", {}, {}}},\n", guidInitialiser(each.guid), each.name, each.symbol,
+                       server, each.service);
 }
 
 }  // namespace

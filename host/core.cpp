@@ -1,0 +1,104 @@
+// The services of a host, and what they share.
+#include "host/core.h"
+
+#include "kz/command.h"
+#include "kz/dialog.h"
+#include "kz/file.h"
+#include "kz/guid.h"
+#include "kz/host.h"
+#include "kz/listener.h"
+#include "kz/log.h"
+#include "kz/message.h"
+#include "kz/platform.h"
+#include "kz/script.h"
+#include "kz/thread.h"
+#include "kz/value.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+struct ServiceRow {
+    const char* name;
+    const KzGuid& iid;
+    MakeHostService make;
+};
+
+constexpr ServiceRow services[] = {
+    {"command", KZu_COMMANDSERVICE, kzMakeCommandService},
+    {"dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService},
+    {"file", KZu_FILESERVICE, kzMakeFileService},
+    {"guid", KZu_GUIDSERVICE, kzMakeGuidService},
+    {"host", KZu_HOSTSERVICE, kzMakeHostService},
+    {"listener", KZu_LISTENERSERVICE, kzMakeListenerService},
+    {"log", KZu_LOGSERVICE, kzMakeLogService},
+    {"message", KZu_MESSAGESERVICE, kzMakeMessageService},
+    {"platform", KZu_PLATFORMSERVICE, kzMakePlatformService},
+    {"script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService},
+    {"thread", KZu_THREADSERVICE, kzMakeThreadService},
+    {"value", KZu_VALUESERVICE, kzMakeValueService},
+};
+
+}  // namespace
+
+void CPropertyTable::set(const std::string& name, std::string value) {
+    const std::lock_guard lock(m_lock);
+    m_values[name] = std::move(value);
+}
+
+std::optional<std::string> CPropertyTable::get(const std::string& name) const {
+    const std::lock_guard lock(m_lock);
+    const auto found = m_values.find(name);
+    return found != m_values.end() ? std::optional(found->second) : std::nullopt;
+}
+
+CHostCore::CHostCore() {
+    log->addSink([this](const LogLine& line) { tellListeners(line); });
+}
+
+CHostCore::~CHostCore() = default;
+
+IKzUnknown* CHostCore::makeService(const KzGuid& iid) {
+    if (std::find(m_removed.begin(), m_removed.end(), iid) != m_removed.end()) return nullptr;
+    for (const ServiceRow& row : services)
+        if (row.iid == iid) return row.make(shared_from_this());
+    return nullptr;
+}
+
+const KzGuid* CHostCore::serviceByName(std::string_view name) const noexcept {
+    for (const ServiceRow& row : services)
+        if (name == row.name) return &row.iid;
+    return nullptr;
+}
+
+std::vector<std::string> CHostCore::serviceNames() const {
+    std::vector<std::string> names;
+    for (const ServiceRow& row : services) names.emplace_back(row.name);
+    return names;
+}
+
+void CHostCore::removeService(const KzGuid& iid) { m_removed.push_back(iid); }
+
+// What a listener writes to the log itself is not told again: that would never end.
+void CHostCore::tellListeners(const LogLine& line) {
+    thread_local bool isTelling = false;
+    if (isTelling || listeners.count("loglistener") == 0) return;
+    isTelling = true;
+    const auto entry = log->find(line.entry);
+    const auto parent = line.parent != 0 ? log->find(line.parent) : CHostRef<CLogEntry>();
+    const auto subsystem = line.subsystem.empty() ? CHostRef<CLogSubsystem>() : log->subsystem(line.subsystem);
+    listeners.log([&](IKzLogListener& listener) {
+        if (parent) listener.ChildEntryAdded(parent.raw(), entry.raw());
+        else if (subsystem) listener.EntryAdded(subsystem.raw(), entry.raw());
+    });
+    isTelling = false;
+}
+
+void CHostCore::close() {
+    listeners.session([](IKzSessionListener& listener) { listener.ShuttingDown(); });
+    listeners.clear();
+    scripts.clear();
+    modules.clear();
+    log->clear();
+}

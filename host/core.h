@@ -1,0 +1,102 @@
+// What all services of one host share. Everything that a module holds keeps it alive, so that nothing dangles when a
+// module holds on to an object for longer than the host lives.
+#pragma once
+
+#include "host/calls.h"
+#include "host/file_table.h"
+#include "host/listeners.h"
+#include "host/log_store.h"
+#include "host/message.h"
+#include "host/modules.h"
+#include "host/monitors.h"
+#include "host/scripts.h"
+#include "host/text.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+// Named texts that host, program and modules leave for each other.
+class CPropertyTable {
+public:
+    void set(const std::string& name, std::string value);
+    std::optional<std::string> get(const std::string& name) const;
+
+private:
+    mutable std::mutex m_lock;
+    std::map<std::string, std::string> m_values;
+};
+
+class CHostCore : public std::enable_shared_from_this<CHostCore> {
+public:
+    CHostCore();
+    ~CHostCore();
+
+    CCallWatch calls;
+    CTextPool texts;
+    std::shared_ptr<CLogStore> log = std::make_shared<CLogStore>();
+    CFileTable files;
+    CPropertyTable properties;
+    CMessageTables messages;
+    CListenerTable listeners;
+    CModuleTable modules;
+    CMonitorBoard monitors;
+    CScriptState scripts;
+    std::vector<std::string> importPaths;
+    std::mutex importPathLock;
+    std::thread::id mainThread = std::this_thread::get_id();
+
+    // A new service object for that identifier; null when the host has no such service.
+    IKzUnknown* makeService(const KzGuid& iid);
+    // The service with that name ("value"); null when there is none.
+    const KzGuid* serviceByName(std::string_view name) const noexcept;
+    std::vector<std::string> serviceNames() const;
+    // From now on the host behaves as if it lacked the service.
+    void removeService(const KzGuid& iid);
+
+    // The application object, as long as there is one; held by whoever made it.
+    IKzUnknown* application() const noexcept { return m_application; }
+    void setApplication(IKzUnknown* application) noexcept { m_application = application; }
+
+    // The host ends: gives up all that belongs to modules.
+    void close();
+
+private:
+    void tellListeners(const LogLine& line);
+
+    std::vector<KzGuid> m_removed;
+    IKzUnknown* m_application = nullptr;
+};
+
+// The base of every service: its core, and the announcement of each operation.
+class CHostService {
+public:
+    explicit CHostService(std::shared_ptr<CHostCore> core) : m_core(std::move(core)) {}
+
+protected:
+    CHostCore& core() const noexcept { return *m_core; }
+    const std::shared_ptr<CHostCore>& sharedCore() const noexcept { return m_core; }
+    void enter(const char* operation) const { m_core->calls.enter(operation); }
+    // A text for a caller who keeps the pointer.
+    const char* keep(std::string_view text) const { return m_core->texts.keep(text); }
+
+private:
+    std::shared_ptr<CHostCore> m_core;
+};
+
+// How each service is made; each function stands in the file of its service.
+using MakeHostService = IKzUnknown* (*)(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeCommandService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeDialogService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeFileService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeGuidService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeHostService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeListenerService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeLogService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeMessageService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakePlatformService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeScriptService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeThreadService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeValueService(const std::shared_ptr<CHostCore>& core);

@@ -1,0 +1,83 @@
+// The GUID service: what each identifier of the SDK is called.
+#include "host/core.h"
+
+#include "kz/guid.h"
+#include "kz/result.h"
+#include "kz/tables.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+const KzIdentityRow* findRow(const KzGuid* iid) {
+    if (iid == nullptr) return nullptr;
+    const auto found = std::find_if(std::begin(kzIdentityRows), std::end(kzIdentityRows),
+                                    [iid](const KzIdentityRow& row) { return row.iid == *iid; });
+    return found != std::end(kzIdentityRows) ? found : nullptr;
+}
+
+class CGuidService final : public CKzImpl_GUIDService, CHostService {
+public:
+    static CHostPolymorph<CGuidService>& polymorph() {
+        static auto& made =
+            kzHostClass<CGuidService, CKzIfc_GUIDService<CGuidService>>("GUID service", KZu_GUIDSERVICE);
+        return made;
+    }
+    using CHostService::CHostService;
+
+    KzResult guidservice_ClassName(const KzGuid* iid, const char** name) override {
+        enter("GUID.ClassName");
+        const KzIdentityRow* row = findRow(iid);
+        if (row == nullptr || row->server == nullptr) return KZe_NOTFOUND;
+        *name = row->server;
+        return KZe_OK;
+    }
+    KzResult guidservice_LookupName(const char* name, const KzGuid** iid) override {
+        enter("GUID.LookupName");
+        for (const KzIdentityRow& row : kzIdentityRows) {
+            if (row.server == nullptr || kzTextOf(name) != row.server) continue;
+            *iid = &row.iid;
+            return KZe_OK;
+        }
+        return KZe_NOTFOUND;
+    }
+    KzResult guidservice_FromText(const char* text, KzGuid* iid) override {
+        enter("GUID.FromText");
+        const auto parsed = kzGuidOfText(kzTextOf(text));
+        if (!parsed || iid == nullptr) return KZe_INVALIDARG;
+        *iid = *parsed;
+        return KZe_OK;
+    }
+    KzResult guidservice_ToText(const KzGuid* iid, char* buffer, std::uint32_t length) override {
+        enter("GUID.ToText");
+        return iid != nullptr ? kzFillText(kzGuidText(*iid), buffer, length) : KZe_INVALIDARG;
+    }
+    void* guidservice_Global(const KzGuid* iid) override {
+        enter("GUID.Global");
+        const KzIdentityRow* row = findRow(iid);
+        // The interface says pointer, the rows are constant: nobody has any business changing an identity.
+        return row != nullptr ? const_cast<KzGuid*>(&row->iid) : nullptr;
+    }
+    bool guidservice_IsKnown(const KzGuid* iid) override {
+        enter("GUID.IsKnown");
+        return findRow(iid) != nullptr;
+    }
+    KzResult guidservice_KnownCount(std::uint32_t* count) override {
+        enter("GUID.KnownCount");
+        *count = static_cast<std::uint32_t>(std::size(kzIdentityRows));
+        return KZe_OK;
+    }
+    KzResult guidservice_KnownByIndex(std::uint32_t index, const KzGuid** iid) override {
+        enter("GUID.KnownByIndex");
+        if (index >= std::size(kzIdentityRows)) return KZe_OUTOFBOUNDS;
+        *iid = &kzIdentityRows[index].iid;
+        return KZe_OK;
+    }
+};
+
+}  // namespace
+
+IKzUnknown* kzMakeGuidService(const std::shared_ptr<CHostCore>& core) {
+    return CGuidService::polymorph().wrap(std::make_unique<CGuidService>(core));
+}

@@ -1,0 +1,190 @@
+// The host service: modules, servers, and factories for them.
+#include "host/core.h"
+
+#include "kz/host.h"
+#include "kz/listener.h"
+#include "kz/result.h"
+
+#include <algorithm>
+
+namespace {
+
+class CServerFactory final : public CKzImpl_Factory, CHostService {
+public:
+    static CHostPolymorph<CServerFactory>& polymorph() {
+        static auto& made = kzHostClass<CServerFactory, CKzIfc_Factory<CServerFactory>>("factory", KZu_FACTORY);
+        return made;
+    }
+    CServerFactory(std::shared_ptr<CHostCore> core, KzServer server)
+        : CHostService(std::move(core)), m_server(std::move(server)) {}
+
+    KzResult fac_Name(const char** name) override {
+        *name = m_server.name.c_str();
+        return KZe_OK;
+    }
+    KzResult fac_UserName(const char** name) override {
+        if (const KzResult code = fac_InfoTag("server.username", name); kzSucceeded(code)) return code;
+        return fac_Name(name);
+    }
+    KzResult fac_ClassName(const char** name) override {
+        *name = m_server.className.c_str();
+        return KZe_OK;
+    }
+    KzResult fac_ModuleName(const char** name) override {
+        *name = m_server.moduleName.c_str();
+        return KZe_OK;
+    }
+    KzResult fac_ClassGUID(KzGuid* iid) override {
+        if (iid == nullptr) return KZe_INVALIDARG;
+        *iid = m_server.iid;
+        return KZe_OK;
+    }
+    KzResult fac_Spawn(IKzUnknown** object) override {
+        CKzLoc_Unknown made;
+        return CModuleTable::spawn(m_server, made).get(object);
+    }
+    KzResult fac_InfoTag(const char* type, const char** value) override;
+    std::uint32_t fac_TagCount() override { return static_cast<std::uint32_t>(CModuleTable::tagsOf(m_server).size()); }
+
+private:
+    KzServer m_server;
+};
+
+KzResult CServerFactory::fac_InfoTag(const char* type, const char** value) {
+    for (const auto& [name, text] : CModuleTable::tagsOf(m_server)) {
+        if (name != kzTextOf(type)) continue;
+        *value = keep(text);
+        return KZe_OK;
+    }
+    return KZe_NOTFOUND;
+}
+
+class CHostServiceObject final : public CKzImpl_HostService, CHostService {
+public:
+    static CHostPolymorph<CHostServiceObject>& polymorph() {
+        static auto& made =
+            kzHostClass<CHostServiceObject, CKzIfc_HostService<CHostServiceObject>>("host service", KZu_HOSTSERVICE);
+        return made;
+    }
+    using CHostService::CHostService;
+
+    KzResult hostservice_ServerCount(const char* type, std::uint32_t* count) override {
+        enter("Host.ServerCount");
+        *count = static_cast<std::uint32_t>(core().modules.servers(kzTextOf(type)).size());
+        return KZe_OK;
+    }
+    KzResult hostservice_ServerByIndex(const char* type, std::uint32_t index, IKzUnknown** server) override {
+        enter("Host.ServerByIndex");
+        const auto all = core().modules.servers(kzTextOf(type));
+        return index < all.size() ? giveFactory(all[index], server) : KZe_OUTOFBOUNDS;
+    }
+    KzResult hostservice_LookupServer(const char* type, const char* name, std::int32_t /*load*/,
+                                      IKzUnknown** server) override {
+        enter("Host.LookupServer");
+        return giveFactory(require(type, name), server);
+    }
+    KzResult hostservice_SpawnServer(const char* type, const char* name, IKzUnknown** object) override {
+        enter("Host.SpawnServer");
+        CKzLoc_Unknown made;
+        return CModuleTable::spawn(require(type, name), made).get(object);
+    }
+    KzResult hostservice_ModuleCount(std::uint32_t* count) override {
+        enter("Host.ModuleCount");
+        *count = static_cast<std::uint32_t>(core().modules.modules().size());
+        return KZe_OK;
+    }
+    KzResult hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) override;
+    KzResult hostservice_ModuleAdd(const char* path) override;
+    KzResult hostservice_ModuleRemove(const char* /*path*/) override {
+        enter("Host.ModuleRemove");
+        return KZe_NOTSUPPORTED;  // the caller may be the very module that would go
+    }
+    KzResult hostservice_ModuleUpdate(const char* name) override;
+    KzResult hostservice_DefaultServer(const char* type, IKzUnknown** server) override {
+        enter("Host.DefaultServer");
+        const auto all = core().modules.servers(kzTextOf(type));
+        return all.empty() || kzTextOf(type).empty() ? KZe_NOTFOUND : giveFactory(all.front(), server);
+    }
+    KzResult hostservice_ServerTag(const char* type, const char* name, const char* tag, const char** value) override;
+    KzResult hostservice_ClassCount(std::uint32_t* count) override {
+        enter("Host.ClassCount");
+        *count = static_cast<std::uint32_t>(classes().size());
+        return KZe_OK;
+    }
+    KzResult hostservice_ClassByIndex(std::uint32_t index, const char** type) override {
+        enter("Host.ClassByIndex");
+        const auto all = classes();
+        if (index >= all.size()) return KZe_OUTOFBOUNDS;
+        *type = keep(all[index]);
+        return KZe_OK;
+    }
+    bool hostservice_IsServer(const char* type, const char* name) override {
+        enter("Host.IsServer");
+        return core().modules.find(kzTextOf(type), kzTextOf(name)).has_value();
+    }
+
+private:
+    KzResult giveFactory(const KzServer& server, IKzUnknown** out) const {
+        return CHostRef<CServerFactory>::make(sharedCore(), server).give(out);
+    }
+    KzServer require(const char* type, const char* name) const {
+        const auto found = core().modules.find(kzTextOf(type), kzTextOf(name));
+        if (!found) throw KZe_NOTFOUND;
+        return *found;
+    }
+    std::vector<std::string> classes() const;
+};
+
+std::vector<std::string> CHostServiceObject::classes() const {
+    std::vector<std::string> names;
+    for (const KzServer& server : core().modules.servers())
+        if (std::find(names.begin(), names.end(), server.className) == names.end()) names.push_back(server.className);
+    return names;
+}
+
+KzResult CHostServiceObject::hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) {
+    enter("Host.ModuleByIndex");
+    const auto all = core().modules.modules();
+    if (index >= all.size()) return KZe_OUTOFBOUNDS;
+    KzServer row;
+    row.name = all[index].first;
+    row.className = KZa_MODULE;
+    row.moduleName = all[index].first;
+    row.iid = KZu_MODULE;
+    return giveFactory(row, module);
+}
+
+KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
+    enter("Host.ModuleAdd");
+    const auto file = core().files.resolve(kzTextOf(path));
+    if (!file) return KZe_NOTFOUND;
+    std::string why;
+    const CKzLoc_Unknown application(core().application());
+    if (core().modules.load(*file, application.raw(), why)) return KZe_OK;
+    core().log->write("host", KZe_FAILED, why);
+    return KZe_FAILED;
+}
+
+KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
+    enter("Host.ModuleUpdate");
+    const KzResult code = core().modules.update(kzTextOf(name));
+    if (kzSucceeded(code)) core().listeners.moduleUpdated(name);
+    return code;
+}
+
+KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char* name, const char* tag,
+                                                   const char** value) {
+    enter("Host.ServerTag");
+    for (const auto& [key, text] : CModuleTable::tagsOf(require(type, name))) {
+        if (key != kzTextOf(tag)) continue;
+        *value = keep(text);
+        return KZe_OK;
+    }
+    return KZe_NOTFOUND;
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeHostService(const std::shared_ptr<CHostCore>& core) {
+    return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(core));
+}

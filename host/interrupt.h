@@ -1,0 +1,20 @@
+// Ctrl-C while scripts run.
+#pragma once
+
+#include <csignal>
+
+// While it lives, SIGINT is noted and handed on to whoever handled it before, as the script's interpreter does. Where
+// nobody did, the signal ends the process as usual; a second one within a second always does.
+class CInterruptScope {
+public:
+    CInterruptScope();
+    ~CInterruptScope();
+    CInterruptScope(const CInterruptScope&) = delete;
+    CInterruptScope& operator=(const CInterruptScope&) = delete;
+
+    // Whether one came since this was asked last.
+    static bool takeInterrupt() noexcept;
+
+private:
+    struct sigaction m_former {};
+};

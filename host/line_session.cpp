@@ -1,0 +1,121 @@
+// A conversation with a line interpreter.
+#include "host/line_session.h"
+
+#include "host/interrupt.h"
+
+#include "kz/result.h"
+#include "kz/value.h"
+
+#include <cstdio>
+
+namespace {
+
+// Takes what a line gives. Errors go where errors go; the rest is what the user asked for.
+class CLineExecution final : public CKzImpl_LineExecution {
+public:
+    static CHostPolymorph<CLineExecution>& polymorph() {
+        static auto& made =
+            kzHostClass<CLineExecution, CKzIfc_LineExecution<CLineExecution>>("line", KZu_LINEEXECUTION);
+        return made;
+    }
+    explicit CLineExecution(bool shows) : m_shows(shows) {}
+
+    KzResult lin_Results(IKzUnknown* values) override;
+    KzResult lin_Info(const char* text) override;
+    KzResult lin_Message(IKzUnknown* /*message*/) override { return KZe_OK; }
+    KzResult lin_Flags(std::uint32_t* flags) override {
+        *flags = 0;
+        return KZe_OK;
+    }
+    KzResult lin_Progress(double /*fraction*/) override { return KZe_OK; }
+
+    const std::vector<std::string>& results() const { return m_results; }
+    bool interrupted() const { return m_interrupted; }
+
+private:
+    bool m_shows;
+    bool m_afterError = false;
+    bool m_interrupted = false;
+    std::vector<std::string> m_results;
+};
+
+std::string textAt(const IKzValueArray& values, std::uint32_t index) {
+    std::string text(1024, '\0');
+    auto& array = const_cast<IKzValueArray&>(values);
+    KzResult code = KZe_SHORTBUFFER;
+    for (; code == KZe_SHORTBUFFER && text.size() < (std::size_t{1} << 26U); text.resize(text.size() * 4))
+        code = array.GetString(index, text.data(), static_cast<std::uint32_t>(text.size()));
+    return kzFailed(code) ? std::string() : text.c_str();
+}
+
+KzResult CLineExecution::lin_Results(IKzUnknown* values) {
+    const CKzUser_ValueArray held(values);
+    if (!held) return KZe_INVALIDARG;
+    for (std::uint32_t index = 0; index < held->Count(); ++index) m_results.push_back(textAt(*held.ptr(), index));
+    if (!m_shows) return KZe_OK;
+    for (const std::string& text : m_results) std::printf("%s\n", text.c_str());
+    std::fflush(stdout);
+    return KZe_OK;
+}
+
+KzResult CLineExecution::lin_Info(const char* text) {
+    const std::string plain = kzWithoutMarkup(kzTextOf(text));
+    const bool isError =
+        plain.starts_with("ERROR: ") || plain.starts_with("trace") || (m_afterError && plain.starts_with(" .. "));
+    m_afterError = isError;
+    if (plain.find("\"KeyboardInterrupt\"") != std::string::npos && isError) m_interrupted = true;
+    if (!m_shows) return KZe_OK;
+    std::fprintf(isError ? stderr : stdout, "%s\n", plain.c_str());
+    std::fflush(isError ? stderr : stdout);
+    return KZe_OK;
+}
+
+}  // namespace
+
+int CLineSession::open() {
+    CHostCore& core = m_program.host().core();
+    core.properties.set("script.interrupt", "signal");
+    const auto servers = core.modules.servers(KZa_LINEINTERPRETER);
+    if (servers.empty()) {
+        CProgram::say("the module offers no line interpreter");
+        return exitNoModule;
+    }
+    if (!m_program.wakeInterpreter(servers.front().name)) {
+        CProgram::say("the interpreter \"" + servers.front().name + "\" failed to start");
+        return exitNoInterpreter;
+    }
+    CKzLoc_Unknown made;
+    m_interpreter.set(CModuleTable::spawn(servers.front(), made).raw());
+    return m_interpreter ? exitOk : exitNoInterpreter;
+}
+
+std::string CLineSession::prompt() {
+    const char* text = nullptr;
+    return kzSucceeded(m_interpreter.Prompt(0, &text)) && text != nullptr ? text : "> ";
+}
+
+int CLineSession::execute(const std::string& line) {
+    const auto execution = CHostRef<CLineExecution>::make(true);
+    CInterruptScope::takeInterrupt();
+    const KzResult code = m_interpreter.Execute(line.c_str(), execution.raw());
+    const std::string next = prompt();
+    m_continued = next.starts_with("..");
+    if (kzSucceeded(code)) return exitOk;
+    m_failed = true;
+    return execution->interrupted() ? exitInterrupted : exitFailed;
+}
+
+void CLineSession::finish() {
+    if (m_continued) execute("");
+}
+
+void CLineSession::reset() {
+    m_interpreter.Reset();
+    m_continued = false;
+}
+
+std::optional<std::vector<std::string>> CLineSession::ask(const std::string& line) {
+    const auto execution = CHostRef<CLineExecution>::make(false);
+    if (kzFailed(m_interpreter.Execute(line.c_str(), execution.raw()))) return {};
+    return execution->results();
+}

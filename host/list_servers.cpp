@@ -1,0 +1,26 @@
+// kzhost servers: what the host knows, as a table.
+#include "host/program.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+
+int kzListServers(CProgram& program) {
+    if (const int status = program.start(); status != exitOk) return status;
+    CHostCore& core = program.host().core();
+    for (const KzServer& server : core.modules.servers(KZa_LINEINTERPRETER)) program.wakeInterpreter(server.name);
+    const auto servers = core.modules.servers();
+    std::size_t classWidth = 5;
+    std::size_t nameWidth = 4;
+    for (const KzServer& server : servers) {
+        classWidth = std::max(classWidth, server.className.size());
+        nameWidth = std::max(nameWidth, server.name.size());
+    }
+    fmt::print("{:<{}}  {:<{}}  {}\n", "class", classWidth, "name", nameWidth, "module");
+    for (const KzServer& server : servers) {
+        const std::string shown = server.className.empty() ? kzGuidText(server.iid) : server.className;
+        fmt::print("{:<{}}  {:<{}}  {}\n", shown, classWidth, server.name, nameWidth, server.moduleName);
+    }
+    return exitOk;
+}

@@ -1,0 +1,57 @@
+// The message service.
+#include "host/core.h"
+
+#include "kz/result.h"
+
+namespace {
+
+class CMessageService final : public CKzImpl_MessageService, CHostService {
+public:
+    static CHostPolymorph<CMessageService>& polymorph() {
+        static auto& made =
+            kzHostClass<CMessageService, CKzIfc_MessageService<CMessageService>>("message service", KZu_MESSAGESERVICE);
+        return made;
+    }
+    using CHostService::CHostService;
+
+    KzResult messageservice_Allocate(IKzUnknown** message) override {
+        enter("Message.Allocate");
+        return CHostRef<CMessage>::make().give(message);
+    }
+    KzResult messageservice_MessageText(IKzUnknown* message, char* buffer, std::uint32_t length) override {
+        enter("Message.MessageText");
+        const CKzUser_Message held(message);
+        return held ? kzFillText(core().messages.textOf(*held.ptr()), buffer, length) : KZe_INVALIDARG;
+    }
+    KzResult messageservice_TableText(const char* table, const char* key, char* buffer, std::uint32_t length) override {
+        enter("Message.TableText");
+        const auto text = core().messages.find(kzTextOf(table), kzTextOf(key));
+        return text ? kzFillText(*text, buffer, length) : KZe_NOTFOUND;
+    }
+    KzResult messageservice_TableHas(const char* table, const char* key) override {
+        enter("Message.TableHas");
+        return core().messages.find(kzTextOf(table), kzTextOf(key)) ? KZe_OK : KZe_NOTFOUND;
+    }
+    KzResult messageservice_CodeText(std::uint32_t code, char* buffer, std::uint32_t length) override {
+        enter("Message.CodeText");
+        return kzFillText(CMessageTables::codeText(code), buffer, length);
+    }
+    KzResult messageservice_ReportToLog(const char* subsystem, IKzUnknown* message) override {
+        enter("Message.ReportToLog");
+        const CKzUser_Message held(message);
+        if (!held || kzTextOf(subsystem).empty()) return KZe_INVALIDARG;
+        core().log->write(subsystem, held->Code(), core().messages.textOf(*held.ptr()));
+        return KZe_OK;
+    }
+    KzResult messageservice_Language(const char** code) override {
+        enter("Message.Language");
+        *code = "en_US";
+        return KZe_OK;
+    }
+};
+
+}  // namespace
+
+IKzUnknown* kzMakeMessageService(const std::shared_ptr<CHostCore>& core) {
+    return CMessageService::polymorph().wrap(std::make_unique<CMessageService>(core));
+}

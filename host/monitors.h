@@ -1,0 +1,39 @@
+// Progress monitors: what they report, and to whom.
+#pragma once
+
+#include "kz/base/types.h"
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+
+// How far a monitored task is. A monitor that was never initialised has no steps.
+struct MonitorState {
+    std::string title;
+    std::uint64_t steps = 0;
+    std::uint64_t done = 0;
+    bool ended = false;
+};
+
+class CMonitorBoard {
+public:
+    using Viewer = std::function<void(const MonitorState&)>;
+    void setViewer(Viewer viewer) {
+        const std::lock_guard lock(m_lock);
+        m_viewer = std::move(viewer);
+    }
+    void show(const MonitorState& state) {
+        const std::lock_guard lock(m_lock);
+        if (m_viewer) m_viewer(state);
+    }
+    // Every monitor asks its task to stop.
+    void abort(bool on) noexcept { m_aborts = on; }
+    bool aborts() const noexcept { return m_aborts; }
+    std::atomic<std::uint32_t> alive = 0;
+
+private:
+    std::mutex m_lock;
+    Viewer m_viewer;
+    std::atomic<bool> m_aborts = false;
+};

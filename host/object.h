@@ -1,0 +1,94 @@
+// How the host makes objects: C++ objects behind instances of the support layer, and references that know both sides.
+#pragma once
+
+#include "kz/base/polymorph.h"
+
+#include <memory>
+#include <utility>
+
+// A polymorph whose instances wrap objects that the host makes itself, with whatever arguments they need.
+template <class Class> class CHostPolymorph final : public CKzGenericPolymorph {
+public:
+    IKzUnknown* wrap(std::unique_ptr<Class> object) {
+        next() = object.release();
+        return spawn();
+    }
+    void* createObject() override { return std::exchange(next(), nullptr); }
+    void freeObject(void* object) noexcept override { delete static_cast<Class*>(object); }
+    IKzUnknown* spawnSubObject(IKzUnknown* outer, const KzGuid& iid) override {
+        if constexpr (requires(Class & made) { made.subObject(iid); }) {
+            auto* object = static_cast<Class*>(kzObjectOf(outer, this));
+            return object != nullptr ? object->subObject(iid) : nullptr;
+        } else {
+            return nullptr;
+        }
+    }
+
+private:
+    // Spawning asks for the object on the thread that spawns.
+    static Class*& next() noexcept {
+        thread_local Class* theNext = nullptr;
+        return theNext;
+    }
+};
+
+// Makes the polymorph of a host class, once. It is never destroyed: a module may hold instances while the process ends.
+template <class Class, class... Slots, class... Iids>
+CHostPolymorph<Class>& kzHostClass(const char* name, const Iids&... iids) {
+    static_assert(sizeof...(Slots) == sizeof...(Iids), "one identifier for each interface");
+    auto* made = new CHostPolymorph<Class>();
+    made->nameOnce(name);
+    (made->append(kzMakeRecord<Slots>(iids)), ...);
+    return *made;
+}
+
+// One reference to an object of the host, with its C++ side at hand. `Class::polymorph()` tells what it is.
+template <class Class> class CHostRef {
+public:
+    CHostRef() = default;
+    CHostRef(const CHostRef& other) : m_object(other.m_object) { m_held.set(other.m_held.raw()); }
+    CHostRef(CHostRef&& other) noexcept : CHostRef() { swap(other); }
+    CHostRef& operator=(CHostRef other) noexcept {
+        swap(other);
+        return *this;
+    }
+
+    template <class... Arguments> static CHostRef make(Arguments&&... arguments) {
+        auto object = std::make_unique<Class>(std::forward<Arguments>(arguments)...);
+        CHostRef made;
+        made.m_object = object.get();
+        *made.m_held.out() = Class::polymorph().wrap(std::move(object));
+        return made;
+    }
+    // What is behind an interface pointer if the host made it; empty otherwise.
+    static CHostRef of(IKzUnknown* object) {
+        CHostRef found;
+        found.m_object = static_cast<Class*>(kzObjectOf(object, &Class::polymorph()));
+        if (found.m_object != nullptr) found.m_held.set(object);
+        return found;
+    }
+
+    explicit operator bool() const noexcept { return m_object != nullptr; }
+    Class* operator->() const noexcept { return m_object; }
+    Class& operator*() const noexcept { return *m_object; }
+    Class* object() const noexcept { return m_object; }
+    IKzUnknown* raw() const noexcept { return m_held.raw(); }
+
+    // Hands a new reference to an out argument.
+    KzResult give(IKzUnknown** out) const { return m_held.get(out); }
+
+private:
+    void swap(CHostRef& other) noexcept {
+        std::swap(m_object, other.m_object);
+        m_held.swap(other.m_held);
+    }
+
+    class Held : public CKzLoc_Unknown {
+    public:
+        Held() = default;
+        void swap(Held& other) noexcept { std::swap(m_held, other.m_held); }
+    };
+
+    Class* m_object = nullptr;
+    Held m_held;
+};

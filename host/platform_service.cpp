@@ -1,0 +1,127 @@
+// The platform service: the machine, the program, and where scripts are imported from.
+#include "host/core.h"
+#include "host/version.h"
+
+#include "kz/platform.h"
+#include "kz/result.h"
+
+#include <sys/utsname.h>
+#include <unistd.h>
+
+namespace {
+
+std::string environment(std::string_view name) {
+    const char* value = std::getenv(std::string(name).c_str());
+    return value != nullptr ? value : std::string();
+}
+
+class CPlatformService final : public CKzImpl_PlatformService, CHostService {
+public:
+    static CHostPolymorph<CPlatformService>& polymorph() {
+        static auto& made = kzHostClass<CPlatformService, CKzIfc_PlatformService<CPlatformService>>(
+            "platform service", KZu_PLATFORMSERVICE);
+        return made;
+    }
+    using CHostService::CHostService;
+
+    std::uint32_t platformservice_AppVersion() override { return kzHostVersion; }
+    std::uint32_t platformservice_AppBuild() override { return kzHostBuild; }
+    KzResult platformservice_AppName(const char** name) override {
+        enter("Platform.AppName");
+        *name = kzHostName;
+        return KZe_OK;
+    }
+    KzResult platformservice_OSName(const char** name) override {
+        return system("Platform.OSName", &utsname::sysname, name);
+    }
+    KzResult platformservice_OSVersion(const char** version) override {
+        return system("Platform.OSVersion", &utsname::release, version);
+    }
+    KzResult platformservice_ImportPathCount(std::uint32_t* count) override {
+        enter("Platform.ImportPathCount");
+        const std::lock_guard lock(core().importPathLock);
+        *count = static_cast<std::uint32_t>(core().importPaths.size());
+        return KZe_OK;
+    }
+    KzResult platformservice_ImportPathByIndex(std::uint32_t index, const char** path) override {
+        enter("Platform.ImportPathByIndex");
+        const std::lock_guard lock(core().importPathLock);
+        if (index >= core().importPaths.size()) return KZe_OUTOFBOUNDS;
+        *path = keep(core().importPaths[index]);
+        return KZe_OK;
+    }
+    KzResult platformservice_ImportPathAdd(const char* path) override {
+        enter("Platform.ImportPathAdd");
+        if (kzTextOf(path).empty()) return KZe_INVALIDARG;
+        const std::lock_guard lock(core().importPathLock);
+        core().importPaths.emplace_back(path);
+        return KZe_OK;
+    }
+    KzResult platformservice_PathNameByIndex(std::uint32_t index, const char** name, const char** path) override {
+        enter("Platform.PathNameByIndex");
+        const auto aliases = core().files.aliases();
+        if (index >= aliases.size()) return KZe_OUTOFBOUNDS;
+        *name = keep(aliases[index].first);
+        *path = keep(aliases[index].second);
+        return KZe_OK;
+    }
+    std::uint32_t platformservice_ProcessorCount() override {
+        enter("Platform.ProcessorCount");
+        return std::max(1U, std::thread::hardware_concurrency());
+    }
+    KzResult platformservice_MemorySize(double* bytes) override {
+        enter("Platform.MemorySize");
+        *bytes = static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+        return KZe_OK;
+    }
+    KzResult platformservice_UserName(const char** name) override {
+        enter("Platform.UserName");
+        return giveIfAny(environment("USER"), name);
+    }
+    KzResult platformservice_HostName(const char** name) override {
+        return system("Platform.HostName", &utsname::nodename, name);
+    }
+    KzResult platformservice_Environment(const char* name, const char** value) override {
+        enter("Platform.Environment");
+        return giveIfAny(environment(kzTextOf(name)), value);
+    }
+    bool platformservice_IsHeadless() override { return true; }
+    KzResult platformservice_OpenURL(const char* /*url*/) override { return headless("Platform.OpenURL"); }
+    KzResult platformservice_ShowPath(const char* /*path*/) override { return headless("Platform.ShowPath"); }
+    KzResult platformservice_ConfigPath(const char** path) override {
+        enter("Platform.ConfigPath");
+        return giveIfAny(kzConfigFolder(), path);
+    }
+
+private:
+    KzResult giveIfAny(const std::string& text, const char** out) const {
+        if (text.empty()) return KZe_NOTFOUND;
+        *out = keep(text);
+        return KZe_OK;
+    }
+    template <std::size_t size>
+    KzResult system(const char* operation, char (utsname::*field)[size], const char** out) const {
+        enter(operation);
+        utsname names{};
+        if (uname(&names) != 0) return KZe_FAILED;
+        return giveIfAny(names.*field, out);
+    }
+    // Nothing can be shown: there is no desktop behind this host.
+    KzResult headless(const char* operation) const {
+        enter(operation);
+        return KZe_NOTAVAILABLE;
+    }
+};
+
+}  // namespace
+
+std::string kzConfigFolder() {
+    const std::string config = environment("XDG_CONFIG_HOME");
+    if (!config.empty()) return config + "/kzhost";
+    const std::string home = environment("HOME");
+    return home.empty() ? std::string() : home + "/.config/kzhost";
+}
+
+IKzUnknown* kzMakePlatformService(const std::shared_ptr<CHostCore>& core) {
+    return CPlatformService::polymorph().wrap(std::make_unique<CPlatformService>(core));
+}

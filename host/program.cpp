@@ -1,0 +1,73 @@
+// The program kzhost: setting up its host.
+#include "host/program.h"
+
+#include "host/version.h"
+
+#include "kz/result.h"
+
+#include <cstdio>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+CProgram::CProgram(ProgramOptions options) : m_options(std::move(options)) {}
+
+void CProgram::say(const std::string& text) {
+    std::string line = "kzhost: " + text;
+    for (char& c : line)
+        if (c == '\n') c = ' ';
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+// Beside the program lie the folders of an installation: its modules, and the kit with what they need.
+void CProgram::setPaths() {
+    const fs::path home = fs::path(CFileTable::programPath()).parent_path().parent_path();
+    CFileTable& files = m_host.core().files;
+    files.setAlias("program", home.string());
+    files.setAlias("kit_Python2_7", (home / "kit" / "Python2_7").string());
+    if (const std::string config = kzConfigFolder(); !config.empty()) files.setAlias("scripts", config + "/scripts");
+    for (const auto& [name, path] : m_options.aliases) files.setAlias(name, path);
+    for (const std::string& path : m_options.importPaths)
+        m_host.core().importPaths.push_back(fs::absolute(path).lexically_normal().string());
+    if (m_options.plugin.empty()) m_options.plugin = (home / "plugins" / "kzPython2.so").string();
+}
+
+int CProgram::start() {
+    CHostCore& core = m_host.core();
+    std::string why;
+    if (!m_options.logFile.empty()) {
+        if (!m_logFile.open(m_options.logFile, why)) {
+            say(why);
+            return exitUsage;
+        }
+        core.log->addSink([this](const LogLine& line) { m_logFile(line); });
+    }
+    const auto console = std::make_shared<CConsoleOutput>(core, m_options.quiet, m_options.trace);
+    core.log->addSink([console](const LogLine& line) { (*console)(line); });
+    core.log->addSink([this](const LogLine& line) {
+        m_startFailed |= line.level == KZe_STARTUP && line.text.ends_with("subsystem failed to start");
+    });
+    if (m_options.trace) {
+        core.properties.set("script.trace", "on");
+        core.calls.trace([](std::string_view operation) { say("trace: " + std::string(operation)); });
+    }
+    constexpr std::uint32_t keptEntries = 100000;
+    core.log->setLimit(keptEntries);
+    setPaths();
+    if (m_host.load(m_options.plugin, why)) return exitOk;
+    say("the module cannot be loaded: " + why);
+    return exitNoModule;
+}
+
+bool CProgram::wakeInterpreter(const std::string& name) {
+    const auto server = m_host.core().modules.find(KZa_LINEINTERPRETER, name);
+    if (!server) return true;
+    try {
+        CKzLoc_Unknown interpreter;
+        CModuleTable::spawn(*server, interpreter);
+    } catch (KzResult code) {
+        say("the interpreter \"" + name + "\" cannot be made: " + kzCodeName(code));
+        return false;
+    }
+    return !m_startFailed;
+}

@@ -1,0 +1,175 @@
+// The script services: what scripts may ask about the running host.
+#include "host/queries.h"
+
+#include "host/values.h"
+
+#include "kz/result.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+namespace {
+
+struct Selection {
+    std::string attribute;
+    std::string element;
+};
+
+struct AttributeRow {
+    const char* name;
+    const char* type;
+    // Appends the answers; throws QUERY_NEED_SELECTION when it needs an element and none is selected.
+    void (*answer)(CHostCore& core, const Selection& selection, const std::function<void(std::string)>& add);
+};
+
+struct ServiceRow {
+    const char* name;
+    std::span<const AttributeRow> attributes;
+};
+
+const std::string& needElement(const Selection& selection) {
+    if (selection.element.empty()) throw KZe_QUERY_NEED_SELECTION;
+    return selection.element;
+}
+
+constexpr AttributeRow hostAttributes[] = {
+    {"modules", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) {
+         for (const auto& [name, path] : core.modules.modules()) add(name);
+     }},
+    {"servers", KZsTYPE_STRING,  // of the selected class, or all
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         for (const KzServer& server : core.modules.servers(selection.element)) add(server.name);
+     }},
+    {"classes", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) {
+         std::vector<std::string> seen;
+         for (const KzServer& server : core.modules.servers())
+             if (std::find(seen.begin(), seen.end(), server.className) == seen.end())
+                 add(seen.emplace_back(server.className));
+     }},
+    {"services", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) {
+         for (const std::string& name : core.serviceNames()) add(name);
+     }},
+};
+
+constexpr AttributeRow logAttributes[] = {
+    {"subsystems", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) {
+         for (const auto& subsystem : core.log->subsystems()) add(subsystem->name());
+     }},
+    {"count", KZsTYPE_INTEGER,  // of lines, children included
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         add(std::to_string(core.log->lines(needElement(selection)).size()));
+     }},
+    {"lines", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         for (const LogLine& line : core.log->lines(needElement(selection))) add(kzWithoutMarkup(line.text));
+     }},
+};
+
+constexpr AttributeRow fileAttributes[] = {
+    {"aliases", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) {
+         for (const auto& [name, path] : core.files.aliases()) add(name);
+     }},
+    {"path", KZsTYPE_STRING,  // of the selected aliased path
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         if (const auto path = core.files.expand(needElement(selection))) add(*path);
+     }},
+};
+
+constexpr AttributeRow valueAttributes[] = {
+    {"types", KZsTYPE_STRING,
+     [](CHostCore&, const Selection&, const auto& add) {
+         for (const KzValueType& type : kzValueTypes()) add(type.name);
+     }},
+    {"units", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) { add(core.properties.get("units").value_or("si")); }},
+};
+
+constexpr ServiceRow services[] = {
+    {"file", fileAttributes},
+    {"host", hostAttributes},
+    {"log", logAttributes},
+    {"value", valueAttributes},
+};
+
+class CScriptQuery final : public CKzImpl_ScriptQuery, CHostService {
+public:
+    static CHostPolymorph<CScriptQuery>& polymorph() {
+        static auto& made =
+            kzHostClass<CScriptQuery, CKzIfc_ScriptQuery<CScriptQuery>>("script query", KZu_SCRIPTQUERY);
+        return made;
+    }
+    CScriptQuery(std::shared_ptr<CHostCore> core, const ServiceRow& service)
+        : CHostService(std::move(core)), m_service(service) {}
+
+    KzResult sq_Lookup(const char* name, std::uint32_t* index) override;
+    KzResult sq_TypeName(std::uint32_t index, const char** type) override {
+        enter("ScriptQuery.TypeName");
+        *type = row(index).type;
+        return KZe_OK;
+    }
+    KzResult sq_Select(const char* attribute, const char* which) override;
+    KzResult sq_Query(std::uint32_t index, IKzUnknown* values) override;
+
+private:
+    const AttributeRow& row(std::uint32_t index) const {
+        if (index >= m_service.attributes.size()) throw KZe_OUTOFBOUNDS;
+        return m_service.attributes[index];
+    }
+
+    const ServiceRow& m_service;
+    Selection m_selection;
+};
+
+// No name asks for the attribute that is selected.
+KzResult CScriptQuery::sq_Lookup(const char* name, std::uint32_t* index) {
+    enter("ScriptQuery.Lookup");
+    const std::string_view wanted = kzTextOf(name).empty() ? std::string_view(m_selection.attribute) : kzTextOf(name);
+    if (wanted.empty()) return KZe_QUERY_NEED_SELECTION;
+    for (std::uint32_t at = 0; at < m_service.attributes.size(); ++at) {
+        if (wanted != m_service.attributes[at].name) continue;
+        *index = at;
+        return KZe_OK;
+    }
+    return KZe_QUERY_UNKNOWN_ATTRIBUTE;
+}
+
+KzResult CScriptQuery::sq_Select(const char* attribute, const char* which) {
+    enter("ScriptQuery.Select");
+    std::uint32_t index = 0;
+    if (!kzTextOf(attribute).empty())
+        if (const KzResult code = sq_Lookup(attribute, &index); kzFailed(code)) return code;
+    m_selection = {std::string(kzTextOf(attribute)), std::string(kzTextOf(which))};
+    return KZe_OK;
+}
+
+KzResult CScriptQuery::sq_Query(std::uint32_t index, IKzUnknown* values) {
+    enter("ScriptQuery.Query");
+    const CKzUser_ValueArray target(values);
+    if (!target) return KZe_INVALIDARG;
+    row(index).answer(core(), m_selection, [&](const std::string& text) {
+        if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) throw code;
+    });
+    return KZe_OK;
+}
+
+constexpr auto names = [] {
+    std::array<const char*, std::size(services)> all{};
+    for (std::size_t index = 0; index < all.size(); ++index) all[index] = services[index].name;
+    return all;
+}();
+
+}  // namespace
+
+std::span<const char* const> kzQueryServices() { return names; }
+
+KzResult kzMakeQuery(const std::shared_ptr<CHostCore>& core, std::string_view service, IKzUnknown** query) {
+    for (const ServiceRow& row : services)
+        if (service == row.name) return CHostRef<CScriptQuery>::make(core, row).give(query);
+    return KZe_QUERY_UNKNOWN_SERVICE;
+}

@@ -1,0 +1,71 @@
+// kzhost run: one script from start to exit status.
+#include "host/interrupt.h"
+#include "host/program.h"
+
+#include "kz/result.h"
+
+#include <fmt/format.h>
+
+namespace {
+
+bool wasInterrupted(const ScriptEnd& end) {
+    const bool signalled = CInterruptScope::takeInterrupt();
+    return kzFailed(end.code) && ((signalled && end.code == KZe_ABORT) ||
+                                  end.message.find("exception \"KeyboardInterrupt\"") != std::string::npos);
+}
+
+int statusOf(const std::string& path, const ScriptEnd& end) {
+    if (wasInterrupted(end)) {
+        CProgram::say(path + ": interrupted");
+        return exitInterrupted;
+    }
+    if (kzFailed(end.code)) {
+        const std::string message = end.isTold ? end.message : CMessageTables::codeText(end.code);
+        CProgram::say(fmt::format("{}: {:08x} {}: {}", path, end.code, kzCodeName(end.code), message));
+        return exitFailed;
+    }
+    if (end.code <= exitMostOfScript) return static_cast<int>(end.code);
+    CProgram::say(fmt::format("{}: ended with {} ({:08x}), which is no exit status; it becomes {}", path, end.code,
+                              end.code, static_cast<int>(exitMostOfScript)));
+    return exitMostOfScript;
+}
+
+// The name of the server that takes the script.
+std::string interpreterName(CHostCore& core, const CScript& script) {
+    CKzLoc_Unknown interpreter;
+    core.scripts.interpreterFor(core.modules, script, interpreter);
+    for (const KzServer& server : core.modules.servers(KZa_TEXTSCRIPTINTERPRETER))
+        if (interpreter) return server.name;
+    return {};
+}
+
+}  // namespace
+
+int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments) {
+    std::string problem;
+    const auto joined = kzJoinArguments(arguments, problem);
+    if (!joined) {
+        CProgram::say(problem);
+        return exitUsage;
+    }
+    const auto script = kzReadScript(path, problem);
+    if (!script) {
+        CProgram::say(path + ": " + problem);
+        return exitUsage;
+    }
+    if (const int status = program.start(); status != exitOk) return status;
+    CHostCore& core = program.host().core();
+    const std::string interpreter = interpreterName(core, *script);
+    if (interpreter.empty()) {
+        CProgram::say(path + ": no interpreter takes this script; its name should end in .py, or its first line should "
+                             "be a comment that names the interpreter, as #python");
+        return exitUsage;
+    }
+    core.properties.set("script.interrupt", "signal");
+    if (!program.wakeInterpreter(interpreter)) {
+        CProgram::say(path + ": the interpreter \"" + interpreter + "\" failed to start");
+        return exitNoInterpreter;
+    }
+    const CInterruptScope interrupts;
+    return statusOf(path, program.host().run(script, 0, *joined));
+}

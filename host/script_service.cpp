@@ -1,0 +1,110 @@
+// The script service: finding and running scripts, and the services that scripts may query.
+#include "host/core.h"
+#include "host/queries.h"
+
+#include "kz/result.h"
+
+namespace {
+
+class CScriptService final : public CKzImpl_ScriptSysService, CHostService {
+public:
+    static CHostPolymorph<CScriptService>& polymorph() {
+        static auto& made = kzHostClass<CScriptService, CKzIfc_ScriptSysService<CScriptService>>("script service",
+                                                                                                 KZu_SCRIPTSYSSERVICE);
+        return made;
+    }
+    using CHostService::CHostService;
+
+    // The host keeps no collections of scripts: they are files.
+    KzResult scriptsysservice_ManagerCount(std::uint32_t* count) override {
+        enter("ScriptSys.ManagerCount");
+        *count = 0;
+        return KZe_OK;
+    }
+    KzResult scriptsysservice_ManagerByIndex(std::uint32_t /*index*/, IKzUnknown** /*manager*/) override {
+        enter("ScriptSys.ManagerByIndex");
+        return KZe_OUTOFBOUNDS;
+    }
+    KzResult scriptsysservice_Lookup(const char* name, IKzUnknown** script) override {
+        enter("ScriptSys.Lookup");
+        return read(name).give(script);
+    }
+    KzResult scriptsysservice_Run(const char* name, std::uint32_t flags, const char* args,
+                                  IKzUnknown* message) override {
+        enter("ScriptSys.Run");
+        return core().scripts.run(core(), read(name), flags, args, message);
+    }
+    KzResult scriptsysservice_RunText(const char* text, std::uint32_t flags, const char* args,
+                                      IKzUnknown* message) override {
+        enter("ScriptSys.RunText");
+        const auto script = CHostRef<CScript>::make("<text>", std::string(kzTextOf(text)));
+        return core().scripts.run(core(), script, flags, args, message);
+    }
+    KzResult scriptsysservice_InterpreterCount(std::uint32_t* count) override {
+        enter("ScriptSys.InterpreterCount");
+        *count = static_cast<std::uint32_t>(core().modules.servers(KZa_TEXTSCRIPTINTERPRETER).size());
+        return KZe_OK;
+    }
+    KzResult scriptsysservice_InterpreterByIndex(std::uint32_t index, IKzUnknown** interpreter) override;
+    KzResult scriptsysservice_LineInterpreterByName(const char* name, IKzUnknown** interpreter) override;
+    KzResult scriptsysservice_ServiceCount(std::uint32_t* count) override {
+        enter("ScriptSys.ServiceCount");
+        *count = static_cast<std::uint32_t>(kzQueryServices().size());
+        return KZe_OK;
+    }
+    KzResult scriptsysservice_ServiceByIndex(std::uint32_t index, const char** name) override {
+        enter("ScriptSys.ServiceByIndex");
+        if (index >= kzQueryServices().size()) return KZe_OUTOFBOUNDS;
+        *name = kzQueryServices()[index];
+        return KZe_OK;
+    }
+    KzResult scriptsysservice_ServiceQuery(const char* name, IKzUnknown** query) override {
+        enter("ScriptSys.ServiceQuery");
+        return kzMakeQuery(sharedCore(), kzTextOf(name), query);
+    }
+    std::uint32_t scriptsysservice_Depth() override {
+        enter("ScriptSys.Depth");
+        return static_cast<std::uint32_t>(core().scripts.depth());
+    }
+
+private:
+    CHostRef<CScript> read(const char* name) const;
+};
+
+// A script by its path, with an alias or without, or by its name in the user's script folder.
+CHostRef<CScript> CScriptService::read(const char* name) const {
+    const std::string_view wanted = kzTextOf(name);
+    if (wanted.empty()) throw KZe_INVALIDARG;
+    auto path = core().files.resolve(wanted);
+    if (!path) path = core().files.resolve("scripts:" + std::string(wanted));
+    if (!path) throw KZe_NOTFOUND;
+    std::string problem;
+    auto script = kzReadScript(*path, problem);
+    if (!script) {
+        core().log->write("scripts", KZe_SCRIPT_ERROR, *path + ": " + problem);
+        throw KZe_SCRIPT_ERROR;
+    }
+    return script;
+}
+
+KzResult CScriptService::scriptsysservice_InterpreterByIndex(std::uint32_t index, IKzUnknown** interpreter) {
+    enter("ScriptSys.InterpreterByIndex");
+    const auto all = core().modules.servers(KZa_TEXTSCRIPTINTERPRETER);
+    if (index >= all.size()) return KZe_OUTOFBOUNDS;
+    CKzLoc_Unknown made;
+    return CModuleTable::spawn(all[index], made).get(interpreter);
+}
+
+KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name, IKzUnknown** interpreter) {
+    enter("ScriptSys.LineInterpreterByName");
+    const auto server = core().modules.find(KZa_LINEINTERPRETER, kzTextOf(name));
+    if (!server) return KZe_NOTFOUND;
+    CKzLoc_Unknown made;
+    return CModuleTable::spawn(*server, made).get(interpreter);
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeScriptService(const std::shared_ptr<CHostCore>& core) {
+    return CScriptService::polymorph().wrap(std::make_unique<CScriptService>(core));
+}

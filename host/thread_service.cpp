@@ -1,0 +1,344 @@
+// The thread service: the global lock, atomic counters, mutexes, groups of jobs and values for each thread.
+#include "host/core.h"
+
+#include "kz/result.h"
+#include "kz/thread.h"
+
+#include <algorithm>
+#include <cmath>
+#include <condition_variable>
+
+namespace {
+
+std::uint32_t processors() { return std::max(1U, std::thread::hardware_concurrency()); }
+
+class CThreadMutex final : public CKzImpl_ThreadMutex {
+public:
+    static CHostPolymorph<CThreadMutex>& polymorph() {
+        static auto& made = kzHostClass<CThreadMutex, CKzIfc_ThreadMutex<CThreadMutex>>("mutex", KZu_THREADMUTEX);
+        return made;
+    }
+    void threadmutex_Enter() override {
+        m_mutex.lock();
+        ++m_depth;
+        m_holder = std::this_thread::get_id();
+    }
+    void threadmutex_Leave() override { leave(); }
+    bool threadmutex_TryEnter() override {
+        if (!m_mutex.try_lock()) return false;
+        ++m_depth;
+        m_holder = std::this_thread::get_id();
+        return true;
+    }
+
+private:
+    // Whoever does not hold it cannot leave it: unlocking then would be undefined.
+    void leave() {
+        if (m_holder.load() != std::this_thread::get_id()) return;
+        if (--m_depth == 0) m_holder = std::thread::id();
+        m_mutex.unlock();
+    }
+
+    std::recursive_mutex m_mutex;
+    std::atomic<std::thread::id> m_holder;
+    unsigned m_depth = 0;
+};
+
+// Outlives its group for as long as threads work on it: a job may let go of the very group it runs in.
+struct GroupWork {
+    void run();
+    void drop() {
+        std::deque<CKzUser_ThreadJob> dropped;
+        const std::lock_guard lock(m_lock);
+        dropped.swap(waiting);
+    }
+
+    std::mutex m_lock;
+    std::deque<CKzUser_ThreadJob> waiting;
+    std::atomic<std::uint32_t> running = 0;
+};
+
+void GroupWork::run() {
+    for (;;) {
+        CKzUser_ThreadJob job;
+        {
+            const std::lock_guard lock(m_lock);
+            if (waiting.empty()) break;
+            job.copy(waiting.front());
+            waiting.pop_front();
+        }
+        job->Execute();
+    }
+    --running;
+}
+
+class CThreadGroup final : public CKzImpl_ThreadGroup {
+public:
+    static CHostPolymorph<CThreadGroup>& polymorph() {
+        static auto& made =
+            kzHostClass<CThreadGroup, CKzIfc_ThreadGroup<CThreadGroup>>("thread group", KZu_THREADGROUP);
+        return made;
+    }
+    ~CThreadGroup() override {
+        m_work->drop();
+        join();
+    }
+
+    KzResult threadgroup_AddJob(IKzUnknown* job) override;
+    KzResult threadgroup_Execute() override;
+    KzResult threadgroup_Wait() override {
+        join();
+        return KZe_OK;
+    }
+    // A job cannot be stopped from outside: those that have not started are dropped, the others are waited for.
+    KzResult threadgroup_Kill() override {
+        m_work->drop();
+        join();
+        return KZe_OK;
+    }
+    bool threadgroup_Running() override { return m_work->running.load() != 0; }
+    std::uint32_t threadgroup_JobCount() override { return m_jobCount; }
+    std::uint32_t threadgroup_RunningCount() override { return m_work->running; }
+
+private:
+    void join();
+
+    std::shared_ptr<GroupWork> m_work = std::make_shared<GroupWork>();
+    std::mutex m_lock;
+    std::vector<std::thread> m_threads;
+    std::atomic<std::uint32_t> m_jobCount = 0;
+};
+
+KzResult CThreadGroup::threadgroup_AddJob(IKzUnknown* job) {
+    const CKzUser_ThreadJob held(job);
+    if (!held) return KZe_INVALIDARG;
+    const std::lock_guard lock(m_work->m_lock);
+    m_work->waiting.emplace_back(held.raw());
+    ++m_jobCount;
+    return KZe_OK;
+}
+
+KzResult CThreadGroup::threadgroup_Execute() {
+    std::size_t wanted = 0;
+    {
+        const std::lock_guard lock(m_work->m_lock);
+        wanted = std::min<std::size_t>(m_work->waiting.size(), processors());
+    }
+    const std::lock_guard lock(m_lock);
+    for (std::size_t index = 0; index < wanted; ++index) {
+        ++m_work->running;
+        try {
+            m_threads.emplace_back([work = m_work] { work->run(); });
+        } catch (const std::system_error&) {
+            --m_work->running;
+            return m_threads.empty() ? KZe_NOTAVAILABLE : KZe_OK;  // the threads that did start take all jobs
+        }
+    }
+    return KZe_OK;
+}
+
+void CThreadGroup::join() {
+    std::vector<std::thread> threads;
+    {
+        const std::lock_guard lock(m_lock);
+        threads.swap(m_threads);
+    }
+    for (std::thread& thread : threads) {
+        if (thread.get_id() == std::this_thread::get_id()) thread.detach();
+        else thread.join();
+    }
+}
+
+class CThreadSlot final : public CKzImpl_ThreadSlot {
+public:
+    static CHostPolymorph<CThreadSlot>& polymorph() {
+        static auto& made = kzHostClass<CThreadSlot, CKzIfc_ThreadSlot<CThreadSlot>>("thread slot", KZu_THREADSLOT);
+        return made;
+    }
+    CThreadSlot(std::uint32_t size, IKzUnknown* client) : m_size(size), m_client(client) {}
+    ~CThreadSlot() override {
+        for (const auto& [thread, value] : m_values) free(value);
+    }
+
+    KzResult threadslot_Set(void* value) override {
+        exchange(value);
+        return KZe_OK;
+    }
+    KzResult threadslot_Get(void** value) override;
+    KzResult threadslot_Clear() override {
+        exchange(nullptr);
+        return KZe_OK;
+    }
+
+private:
+    void exchange(void* value);
+    void* allocate();
+    void free(void* value) noexcept;
+
+    std::uint32_t m_size;
+    CKzUser_ThreadSlotClient m_client;
+    std::mutex m_lock;
+    std::map<std::thread::id, void*> m_values;
+    std::map<void*, std::unique_ptr<std::byte[]>> m_blocks;  // values of the host's own making
+};
+
+KzResult CThreadSlot::threadslot_Get(void** value) {
+    {
+        const std::lock_guard lock(m_lock);
+        const auto found = m_values.find(std::this_thread::get_id());
+        if (found != m_values.end()) {
+            *value = found->second;
+            return KZe_OK;
+        }
+    }
+    *value = allocate();  // without the lock: the client may well ask for its own slot
+    exchange(*value);
+    return KZe_OK;
+}
+
+void CThreadSlot::exchange(void* value) {
+    void* former = nullptr;
+    {
+        const std::lock_guard lock(m_lock);
+        const auto found = m_values.find(std::this_thread::get_id());
+        if (found != m_values.end()) former = found->second;
+        if (value != nullptr) m_values[std::this_thread::get_id()] = value;
+        else m_values.erase(std::this_thread::get_id());
+    }
+    if (former != value) free(former);
+}
+
+void* CThreadSlot::allocate() {
+    void* value = nullptr;
+    if (m_client) {
+        const KzResult code = m_client->Alloc(&value);
+        if (kzFailed(code)) throw code;
+        return value;
+    }
+    if (m_size == 0) return nullptr;
+    auto block = std::make_unique<std::byte[]>(m_size);
+    value = block.get();
+    const std::lock_guard lock(m_lock);
+    m_blocks[value] = std::move(block);
+    return value;
+}
+
+void CThreadSlot::free(void* value) noexcept {
+    if (value == nullptr) return;
+    {
+        const std::lock_guard lock(m_lock);
+        if (m_blocks.erase(value) != 0) return;
+    }
+    if (m_client) m_client->Free(value);
+}
+
+class CThreadService final : public CKzImpl_ThreadService, CHostService {
+public:
+    static CHostPolymorph<CThreadService>& polymorph() {
+        static auto& made =
+            kzHostClass<CThreadService, CKzIfc_ThreadService<CThreadService>>("thread service", KZu_THREADSERVICE);
+        return made;
+    }
+    using CHostService::CHostService;
+
+    KzResult threadservice_CreateMutex(IKzUnknown** mutex) override {
+        enter("Thread.CreateMutex");
+        return CHostRef<CThreadMutex>::make().give(mutex);
+    }
+    KzResult threadservice_CreateGroup(IKzUnknown** group) override {
+        enter("Thread.CreateGroup");
+        return CHostRef<CThreadGroup>::make().give(group);
+    }
+    KzResult threadservice_CreateSlot(std::uint32_t size, IKzUnknown* client, IKzUnknown** slot) override {
+        enter("Thread.CreateSlot");
+        return CHostRef<CThreadSlot>::make(size, client).give(slot);
+    }
+    void threadservice_Enter() override { m_global.threadmutex_Enter(); }
+    void threadservice_Leave() override { m_global.threadmutex_Leave(); }
+    std::uint32_t threadservice_AtomicIncrement(std::uint32_t* counter) override {
+        return counter != nullptr ? std::atomic_ref(*counter).fetch_add(1) + 1 : 0;
+    }
+    std::uint32_t threadservice_AtomicDecrement(std::uint32_t* counter) override {
+        return counter != nullptr ? std::atomic_ref(*counter).fetch_sub(1) - 1 : 0;
+    }
+    std::uint32_t threadservice_ProcessorCount() override { return processors(); }
+    bool threadservice_IsMain() override { return std::this_thread::get_id() == core().mainThread; }
+    KzResult threadservice_InitThread() override {
+        enter("Thread.InitThread");
+        return KZe_OK;
+    }
+    KzResult threadservice_CleanupThread() override {
+        enter("Thread.CleanupThread");
+        return KZe_OK;
+    }
+    KzResult threadservice_ProcessRange(IKzUnknown* shared, std::int32_t first, std::int32_t last,
+                                        IKzUnknown* worker) override;
+    KzResult threadservice_ProcessShared(IKzUnknown* work) override;
+    KzResult threadservice_Sleep(double seconds) override {
+        enter("Thread.Sleep");
+        constexpr double longest = 1e7;  // what the clock can count without overflow
+        if (!(seconds >= 0) || seconds > longest) return KZe_INVALIDARG;
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+        return KZe_OK;
+    }
+
+private:
+    CThreadMutex m_global;
+};
+
+// Runs a piece of work on several threads and gives back the first failure. The calling thread only waits, so that it
+// may hold locks that the others need not know.
+template <class Work> KzResult onThreads(std::size_t count, Work&& work) {
+    std::atomic<KzResult> verdict = KZe_OK;
+    std::vector<std::jthread> threads;
+    for (std::size_t index = 0; index < count; ++index)
+        threads.emplace_back([&, index] {
+            KzResult expected = KZe_OK;
+            if (const KzResult code = work(index); kzFailed(code)) verdict.compare_exchange_strong(expected, code);
+        });
+    threads.clear();  // joins
+    return verdict;
+}
+
+// Both ends belong to the range.
+KzResult CThreadService::threadservice_ProcessRange(IKzUnknown* shared, std::int32_t first, std::int32_t last,
+                                                    IKzUnknown* worker) {
+    enter("Thread.ProcessRange");
+    const CKzUser_ThreadRangeWorker held(worker);
+    if (!held) return KZe_INVALIDARG;
+    if (last < first) return KZe_OK;
+    const std::int64_t total = std::int64_t{last} - first + 1;
+    const std::int64_t parts = std::min<std::int64_t>(total, processors());
+    return onThreads(static_cast<std::size_t>(parts), [&](std::size_t index) {
+        const auto part = static_cast<std::int64_t>(index);
+        return held->Execute(static_cast<std::int32_t>(first + total * part / parts),
+                             static_cast<std::int32_t>(first + total * (part + 1) / parts - 1), shared);
+    });
+}
+
+KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
+    enter("Thread.ProcessShared");
+    const CKzUser_SharedWork whole(work);
+    if (!whole) return KZe_INVALIDARG;
+    std::deque<CKzUser_SharedWork> shares;
+    for (std::uint32_t index = 1; index < processors(); ++index) {
+        CKzLoc_Unknown made;
+        if (kzFailed(whole->Spawn(made.out()))) break;  // work that cannot be shared is done by one
+        if (!shares.emplace_back(made.raw())) return KZe_NOINTERFACE;
+        if (kzFailed(shares.back()->Share(work, 1))) {
+            shares.pop_back();
+            break;
+        }
+    }
+    const KzResult verdict = onThreads(shares.size() + 1, [&](std::size_t index) {
+        return index == 0 ? whole->Evaluate() : shares[index - 1]->Evaluate();
+    });
+    for (const auto& share : shares) whole->Share(share.raw(), 0);
+    return verdict;
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeThreadService(const std::shared_ptr<CHostCore>& core) {
+    return CThreadService::polymorph().wrap(std::make_unique<CThreadService>(core));
+}

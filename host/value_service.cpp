@@ -1,0 +1,159 @@
+// The value service: creating values, text hints, conversions and units.
+#include "host/core.h"
+#include "host/queries.h"
+#include "host/values.h"
+
+#include "kz/result.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace {
+
+constexpr const char* unitSystems[] = {"si", "metric", "english"};
+
+bool sameWord(std::string_view left, std::string_view right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
+}
+
+class CValueService final : public CKzImpl_ValueService, CHostService {
+public:
+    static CHostPolymorph<CValueService>& polymorph() {
+        static auto& made =
+            kzHostClass<CValueService, CKzIfc_ValueService<CValueService>>("value service", KZu_VALUESERVICE);
+        return made;
+    }
+    using CHostService::CHostService;
+
+    KzResult valueservice_CreateValue(const char* type, IKzUnknown** value) override {
+        enter("Value.CreateValue");
+        if (kzFindType(kzTextOf(type)) == nullptr) return KZe_NOTFOUND;
+        return CHostRef<CValue>::make(type).give(value);
+    }
+    KzResult valueservice_CreateValueArray(const char* type, IKzUnknown** values) override {
+        enter("Value.CreateValueArray");
+        if (kzFindType(kzTextOf(type)) == nullptr) return KZe_NOTFOUND;
+        return CHostRef<CValueArray>::make(type).give(values);
+    }
+    KzResult valueservice_TypeCount(std::uint32_t* count) override {
+        enter("Value.TypeCount");
+        *count = static_cast<std::uint32_t>(kzValueTypes().size());
+        return KZe_OK;
+    }
+    KzResult valueservice_TypeByIndex(std::uint32_t index, const char** type) override {
+        enter("Value.TypeByIndex");
+        if (index >= kzValueTypes().size()) return KZe_OUTOFBOUNDS;
+        *type = kzValueTypes()[index].name;
+        return KZe_OK;
+    }
+    std::uint32_t valueservice_ValueType(const char* type) override {
+        enter("Value.ValueType");
+        const KzValueType* known = kzFindType(kzTextOf(type));
+        return known != nullptr ? known->storage : static_cast<std::uint32_t>(KZiVALUE_TYPE_UNKNOWN);
+    }
+    KzResult valueservice_TextHintEncode(std::int32_t value, const KzTextValueHint* hints, char* buffer,
+                                         std::uint32_t length) override;
+    KzResult valueservice_TextHintDecode(const char* text, const KzTextValueHint* hints, std::int32_t* value) override;
+    KzResult valueservice_Convert(IKzUnknown* from, IKzUnknown* to) override {
+        enter("Value.Convert");
+        const CKzUser_Value target(to);
+        return target ? target->Copy(from) : KZe_INVALIDARG;
+    }
+    KzResult valueservice_Duplicate(IKzUnknown* source, IKzUnknown** value) override;
+    KzResult valueservice_EncodeText(IKzUnknown* value, std::int32_t nice, char* buffer, std::uint32_t length) override;
+    KzResult valueservice_DecodeText(const char* text, std::int32_t nice, IKzUnknown* value) override;
+    KzResult valueservice_UnitCount(std::uint32_t* count) override {
+        enter("Value.UnitCount");
+        *count = static_cast<std::uint32_t>(std::size(unitSystems));
+        return KZe_OK;
+    }
+    KzResult valueservice_UnitByIndex(std::uint32_t index, const char** unit) override {
+        enter("Value.UnitByIndex");
+        if (index >= std::size(unitSystems)) return KZe_OUTOFBOUNDS;
+        *unit = unitSystems[index];
+        return KZe_OK;
+    }
+    KzResult valueservice_SetUnitSystem(const char* system) override;
+    KzResult valueservice_UnitSystem(const char** system) override {
+        enter("Value.UnitSystem");
+        *system = keep(core().properties.get("units").value_or(unitSystems[0]));
+        return KZe_OK;
+    }
+    KzResult valueservice_ScriptQuery(IKzUnknown** query) override;
+};
+
+KzResult CValueService::valueservice_TextHintEncode(std::int32_t value, const KzTextValueHint* hints, char* buffer,
+                                                    std::uint32_t length) {
+    enter("Value.TextHintEncode");
+    for (; hints != nullptr && hints->text != nullptr; ++hints)
+        if (hints->value == value) return kzFillText(hints->text, buffer, length);
+    if (buffer != nullptr && length > 0) buffer[0] = '\0';
+    return KZe_OK_NO_CHOICES;
+}
+
+// The exact text first; then the same word in another letter case; then the number itself if it is one of the table's.
+KzResult CValueService::valueservice_TextHintDecode(const char* text, const KzTextValueHint* hints,
+                                                    std::int32_t* value) {
+    enter("Value.TextHintDecode");
+    const std::string_view wanted = kzTextOf(text);
+    const auto number = kzParseInteger(wanted);
+    const KzTextValueHint* inexact = nullptr;
+    for (; hints != nullptr && hints->text != nullptr; ++hints) {
+        if (wanted == hints->text) {
+            *value = hints->value;
+            return KZe_OK;
+        }
+        if (inexact == nullptr && (sameWord(wanted, hints->text) || number == hints->value)) inexact = hints;
+    }
+    if (inexact == nullptr) return KZe_NOTFOUND;
+    *value = inexact->value;
+    return KZe_OK_INEXACT_MATCH;
+}
+
+KzResult CValueService::valueservice_Duplicate(IKzUnknown* source, IKzUnknown** value) {
+    enter("Value.Duplicate");
+    const CKzUser_Value held(source);
+    const char* type = nullptr;
+    if (!held) return KZe_INVALIDARG;
+    if (const KzResult code = held->TypeName(&type); kzFailed(code)) return code;
+    const auto made = CHostRef<CValue>::make(kzTextOf(type));
+    if (const KzResult code = made->val_Copy(source); kzFailed(code)) return code;
+    return made.give(value);
+}
+
+KzResult CValueService::valueservice_EncodeText(IKzUnknown* value, std::int32_t nice, char* buffer,
+                                                std::uint32_t length) {
+    enter("Value.EncodeText");
+    if (const auto own = CHostRef<CValue>::of(value))
+        return kzFillText(kzFormatCell(own->type(), own->cell(), nice != 0), buffer, length);
+    const CKzUser_Value held(value);
+    return held ? held->GetString(buffer, length) : KZe_INVALIDARG;
+}
+
+KzResult CValueService::valueservice_DecodeText(const char* text, std::int32_t /*nice*/, IKzUnknown* value) {
+    enter("Value.DecodeText");
+    const CKzUser_Value held(value);
+    return held ? held->SetString(text) : KZe_INVALIDARG;
+}
+
+KzResult CValueService::valueservice_SetUnitSystem(const char* system) {
+    enter("Value.SetUnitSystem");
+    for (const std::string_view known : unitSystems) {
+        if (kzTextOf(system) != known) continue;
+        core().properties.set("units", std::string(known));
+        return KZe_OK;
+    }
+    return KZe_INVALIDARG;
+}
+
+KzResult CValueService::valueservice_ScriptQuery(IKzUnknown** query) {
+    enter("Value.ScriptQuery");
+    return kzMakeQuery(sharedCore(), "value", query);
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeValueService(const std::shared_ptr<CHostCore>& core) {
+    return CValueService::polymorph().wrap(std::make_unique<CValueService>(core));
+}

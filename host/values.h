@@ -1,0 +1,76 @@
+// Values and arrays of values, as objects.
+#pragma once
+
+#include "host/object.h"
+#include "host/value_types.h"
+
+#include "kz/value.h"
+
+#include <deque>
+
+class CValue final : public CKzImpl_Value {
+public:
+    static CHostPolymorph<CValue>& polymorph();
+
+    // Throws INVALIDARG for an unknown type.
+    explicit CValue(std::string_view type);
+    CValue(const KzValueType& type, KzCell cell) : m_type(&type), m_cell(std::move(cell)) {}
+
+    std::uint32_t val_Type() override { return m_type->storage; }
+    KzResult val_TypeName(const char** type) override;
+    KzResult val_Copy(IKzUnknown* other) override;
+    KzResult val_Compare(IKzUnknown* other, std::int32_t* order) override;
+    KzResult val_GetInt(std::int32_t* value) override;
+    KzResult val_SetInt(std::int32_t value) override;
+    KzResult val_GetFlt(double* value) override;
+    KzResult val_SetFlt(double value) override;
+    KzResult val_GetString(char* buffer, std::uint32_t length) override;
+    KzResult val_SetString(const char* value) override;
+    KzResult val_GetIntrinsic(void** memory) override;
+
+    const KzValueType& type() const { return *m_type; }
+    const KzCell& cell() const { return m_cell; }
+    void setCell(KzCell cell) { m_cell = std::move(cell); }
+
+private:
+    const KzValueType* m_type;
+    KzCell m_cell;
+};
+
+class CValueArray final : public CKzImpl_ValueArray {
+public:
+    static CHostPolymorph<CValueArray>& polymorph();
+
+    explicit CValueArray(std::string_view type);
+
+    KzResult va_Type(std::uint32_t* type) override;
+    KzResult va_TypeName(const char** type) override;
+    std::uint32_t va_Count() override { return static_cast<std::uint32_t>(m_values.size()); }
+    KzResult va_GetInt(std::uint32_t index, std::int32_t* value) override { return at(index).val_GetInt(value); }
+    KzResult va_GetFloat(std::uint32_t index, double* value) override { return at(index).val_GetFlt(value); }
+    KzResult va_GetString(std::uint32_t index, char* buffer, std::uint32_t length) override {
+        return at(index).val_GetString(buffer, length);
+    }
+    KzResult va_GetValue(std::uint32_t index, IKzUnknown** value) override;
+    KzResult va_AddInt(std::int32_t value) override;
+    KzResult va_AddFloat(double value) override;
+    KzResult va_AddString(const char* value) override;
+    KzResult va_AddValue(IKzUnknown* value) override;
+    KzResult va_AddEmptyValue(IKzUnknown** value) override;
+    KzResult va_SetInt(std::uint32_t index, std::int32_t value) override { return at(index).val_SetInt(value); }
+    KzResult va_SetFloat(std::uint32_t index, double value) override { return at(index).val_SetFlt(value); }
+    KzResult va_SetString(std::uint32_t index, const char* value) override { return at(index).val_SetString(value); }
+    KzResult va_Remove(std::uint32_t index) override;
+    KzResult va_Reset() override;
+    KzResult va_Lookup(const char* value, std::uint32_t* index) override;
+    KzResult va_Sort(std::int32_t descending) override;
+
+    void add(KzCell cell) { m_values.push_back(CHostRef<CValue>::make(*m_type, std::move(cell))); }
+    const KzValueType& type() const { return *m_type; }
+
+private:
+    CValue& at(std::uint32_t index) const;  // throws OUTOFBOUNDS
+
+    const KzValueType* m_type;
+    std::deque<CHostRef<CValue>> m_values;
+};

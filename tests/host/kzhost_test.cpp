@@ -1,0 +1,158 @@
+// The program kzhost as its users see it: what goes where, and with which status it ends.
+#include "host_fixture.h"
+#include "kz_paths.h"
+
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* program = KZ_BUILD_DIR "/bin/kzhost";
+
+std::string contentOf(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+struct Ended {
+    int status = -1;
+    std::string out;
+    std::string error;
+};
+
+class KzHostTest : public testing::Test {
+protected:
+    KzHostTest() { setenv("XDG_CONFIG_HOME", m_folder.path("config").c_str(), 1); }
+
+    // Starts the program with its output in files and a text as its input.
+    pid_t start(const std::vector<std::string>& words, const std::string& input = {}) {
+        m_folder.write("in", input);
+        const pid_t child = fork();
+        if (child != 0) return child;
+        freopen(m_folder.path("in").c_str(), "r", stdin);
+        freopen(m_folder.path("out").c_str(), "w", stdout);
+        freopen(m_folder.path("err").c_str(), "w", stderr);
+        std::vector<char*> arguments = {const_cast<char*>(program)};
+        for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
+        arguments.push_back(nullptr);
+        execv(program, arguments.data());
+        _exit(127);
+    }
+    Ended finish(pid_t child) {
+        int status = 0;
+        waitpid(child, &status, 0);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status), contentOf(m_folder.path("out")),
+                contentOf(m_folder.path("err"))};
+    }
+    Ended run(const std::vector<std::string>& words, const std::string& input = {}) {
+        return finish(start(words, input));
+    }
+    Ended runText(const std::string& text, const std::vector<std::string>& arguments = {}) {
+        std::vector<std::string> words = {"run", m_folder.write("script.py", text)};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        return run(words);
+    }
+
+    TemporaryFolder m_folder;
+};
+
+TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"x = 1\n", 0, ""},
+        {"", 0, ""},
+        {"import sys\nsys.exit()\n", 0, ""},
+        {"import sys\nsys.exit(7)\n", 7, ""},
+        {"import sys\nsys.exit(125)\n", 125, ""},
+        {"import sys\nsys.exit(126)\n", 125, "it becomes 125"},
+        {"import sys\nsys.exit('0x80000017')\n", 1, "80000017 NOTFOUND: "},
+        {"1/0\n", 1, "80000000 FAILED: The script stopped on an error: "},
+        {"raise KeyboardInterrupt\n", 130, "interrupted"},
+    };
+    for (const auto& [text, status, error] : cases) {
+        const Ended ended = runText(text);
+        EXPECT_EQ(ended.status, status) << text << ended.error;
+        EXPECT_NE(ended.error.find(error), std::string::npos) << text << ended.error;
+        EXPECT_EQ(ended.out, "") << text;
+    }
+}
+
+TEST_F(KzHostTest, OutputAndErrorsGoTheirWays) {
+    const Ended ended = runText("import kz, sys\r\n"
+                                "print 'one'\r\n"
+                                "kz.out('two', 2)\r\n"
+                                "sys.stderr.write('remark\\n')\r\n"
+                                "kz.out(' .. no trace')\r\n"
+                                "def f():\r\n"
+                                "    raise ValueError('wrong')\r\n"
+                                "f()\r\n");
+    EXPECT_EQ(ended.out, "one\ntwo 2\n .. no trace\n");
+    for (const char* part :
+         {"remark\n", "Unhandled exception \"ValueError\"; wrong\n", "script.py: 7\n", "script.py: 8\n"})
+        EXPECT_NE(ended.error.find(part), std::string::npos) << part << ended.error;
+}
+
+TEST_F(KzHostTest, BadInputIsNamed) {
+    const std::string zero = m_folder.write("zero.py", std::string("a\0", 2));
+    const std::string none = m_folder.write("none.txt", "text");
+    const std::string good = m_folder.write("good.py", "");
+    const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
+        {{}, 2, "a command is missing"},
+        {{"fly"}, 2, "there is no command \"fly\"; there are: run"},
+        {{"run"}, 2, "SCRIPT"},
+        {{"run", m_folder.path("missing.py")}, 2, "missing.py: there is no such file"},
+        {{"run", zero}, 2, "zero.py: this is not a text: line 1 holds a zero byte"},
+        {{"run", none}, 2, "none.txt: no interpreter takes this script"},
+        {{"run", good, "a \"b"}, 2, "argument 1 (a \"b)"},
+        {{"--plugin", "/no/such.so", "run", good}, 3, "/no/such.so"},
+        {{"--alias", "x", "run", good}, 2, "NAME=PATH"},
+        {{"--import-path", "/no/such/folder", "run", good}, 2, "/no/such/folder"},
+        {{"--log", "/no/such/folder/log", "run", good}, 2, "/no/such/folder/log"},
+    };
+    for (const auto& [words, status, error] : cases) {
+        const Ended ended = run(words);
+        EXPECT_EQ(ended.status, status) << error << ended.error;
+        EXPECT_NE(ended.error.find(error), std::string::npos) << error << ended.error;
+    }
+    EXPECT_EQ(run({"--help"}).status, 0);
+}
+
+TEST_F(KzHostTest, TheLogFileHoldsEveryLineAsJson) {
+    const std::string script = m_folder.write("script.py", "print 'caf\\xe9 \"q\"'\n1/0\n");
+    EXPECT_EQ(run({"--log", m_folder.path("log"), "run", script}).status, 1);
+    std::vector<nlohmann::json> rows;
+    std::ifstream stream(m_folder.path("log"));
+    for (std::string line; std::getline(stream, line);) rows.push_back(nlohmann::json::parse(line));
+    std::erase_if(rows, [](const auto& row) { return row["subsystem"] != "scripts"; });
+    ASSERT_EQ(rows.size(), 4U);
+    EXPECT_EQ(rows[0]["text"], script);
+    EXPECT_EQ(rows[0]["depth"], 0);
+    EXPECT_EQ(rows[1]["depth"], 1);
+    EXPECT_EQ(rows[2]["level"], 0x80000000U);
+    EXPECT_LT(rows[2]["entry"].get<int>(), rows[3]["entry"].get<int>());
+}
+
+TEST_F(KzHostTest, LinesAreEvaluatedWithTheirResults) {
+    const Ended ended = run({"eval", "1+1", "x = [3, 'a']", "x", "for i in range(2):", "    print i"});
+    EXPECT_EQ(ended.out, "2\n3\na\n0\n1\n");
+    EXPECT_EQ(ended.status, 0) << ended.error;
+    const Ended failing = run({"eval", "1/0", "2"});
+    EXPECT_EQ(failing.out, "2\n");
+    EXPECT_EQ(failing.status, 1);
+    EXPECT_NE(failing.error.find("ZeroDivisionError"), std::string::npos);
+}
+
+TEST_F(KzHostTest, ThePlainSignalStillEndsIt) {
+    const std::string script = m_folder.write("script.py", "import time\nprint 'ready'\ntime.sleep(60)\n");
+    const pid_t child = start({"run", script});
+    for (int wait = 0; wait < 400 && contentOf(m_folder.path("out")).empty(); ++wait) usleep(50000);
+    kill(child, SIGINT);
+    usleep(100000);
+    kill(child, SIGINT);  // the hard way, should the script not have heard the first
+    const int status = finish(child).status;
+    EXPECT_TRUE(status == 130 || status == 256 + SIGINT) << status;
+}
+
+}  // namespace

@@ -1,0 +1,151 @@
+// The thread service with real threads.
+#include "host_fixture.h"
+
+#include "kz/result.h"
+#include "kz/thread.h"
+
+#include <atomic>
+#include <mutex>
+#include <set>
+#include <thread>
+
+namespace {
+
+class ThreadTest : public HostTest {
+protected:
+    ThreadTest() { m_threads.set(host().application()); }
+    void TearDown() override {
+        m_threads.clear();
+        HostTest::TearDown();
+    }
+    CKzUser_ThreadService m_threads;
+};
+
+TEST_F(ThreadTest, TheGlobalLockIsRecursiveAndExcludesOthers) {
+    int shared = 0;
+    std::vector<std::jthread> threads;
+    for (int index = 0; index < 4; ++index)
+        threads.emplace_back([&] {
+            for (int count = 0; count < 2000; ++count) {
+                m_threads->Enter();
+                m_threads->Enter();
+                ++shared;
+                m_threads->Leave();
+                m_threads->Leave();
+            }
+        });
+    threads.clear();
+    EXPECT_EQ(shared, 8000);
+    m_threads->Leave();  // by one who does not hold it
+    m_threads->Enter();
+    m_threads->Leave();
+}
+
+TEST_F(ThreadTest, MutexesAndCounters) {
+    CKzLoc_Unknown made;
+    ASSERT_EQ(m_threads->CreateMutex(made.out()), KZe_OK);
+    const CKzUser_ThreadMutex mutex(made.raw());
+    EXPECT_TRUE(mutex->TryEnter());
+    EXPECT_TRUE(mutex->TryEnter());
+    bool other = true;
+    std::jthread([&] { other = mutex->TryEnter(); }).join();
+    EXPECT_FALSE(other);
+    mutex->Leave();
+    mutex->Leave();
+    std::uint32_t counter = 0;
+    EXPECT_EQ(m_threads->AtomicIncrement(&counter), 1U);
+    EXPECT_EQ(m_threads->AtomicDecrement(&counter), 0U);
+    EXPECT_EQ(m_threads->AtomicIncrement(nullptr), 0U);
+    EXPECT_TRUE(m_threads->IsMain());
+}
+
+struct Job : CKzImpl_ThreadJob {
+    void job_Execute() override { ++runs; }
+    std::atomic<int> runs = 0;
+};
+
+struct RangeWorker : CKzImpl_ThreadRangeWorker {
+    KzResult rngw_Execute(std::int32_t first, std::int32_t last, IKzUnknown* /*shared*/) override {
+        const std::lock_guard lock(guard);
+        for (std::int32_t at = first; at <= last; ++at) EXPECT_TRUE(seen.insert(at).second) << at;
+        return first == failAt ? KZe_ABORT : KZe_OK;
+    }
+    std::mutex guard;
+    std::set<std::int32_t> seen;
+    std::int32_t failAt = INT32_MAX;
+};
+
+TEST_F(ThreadTest, GroupsRunEachJobOnce) {
+    Job job;
+    CKzStaticPolymorph polymorph(&job);
+    polymorph.append(kzMakeRecord<CKzIfc_ThreadJob<Job>>(KZu_THREADJOB));
+    CKzLoc_Unknown object;
+    *object.out() = polymorph.spawn();
+    CKzLoc_Unknown made;
+    ASSERT_EQ(m_threads->CreateGroup(made.out()), KZe_OK);
+    const CKzUser_ThreadGroup group(made.raw());
+    for (int count = 0; count < 50; ++count) EXPECT_EQ(group->AddJob(object.raw()), KZe_OK);
+    EXPECT_EQ(group->AddJob(nullptr), KZe_INVALIDARG);
+    EXPECT_EQ(group->AddJob(m_threads.raw()), KZe_INVALIDARG);
+    EXPECT_EQ(group->Execute(), KZe_OK);
+    EXPECT_EQ(group->Wait(), KZe_OK);
+    EXPECT_EQ(job.runs, 50);
+    EXPECT_FALSE(group->Running());
+}
+
+TEST_F(ThreadTest, RangesAreCoveredOnceAndFailuresComeBack) {
+    RangeWorker worker;
+    CKzStaticPolymorph polymorph(&worker);
+    polymorph.append(kzMakeRecord<CKzIfc_ThreadRangeWorker<RangeWorker>>(KZu_THREADRANGEWORKER));
+    CKzLoc_Unknown object;
+    *object.out() = polymorph.spawn();
+    EXPECT_EQ(m_threads->ProcessRange(nullptr, -3, 97, object.raw()), KZe_OK);
+    EXPECT_EQ(worker.seen.size(), 101U);
+    EXPECT_EQ(m_threads->ProcessRange(nullptr, 5, 4, object.raw()), KZe_OK) << "an empty range";
+    EXPECT_EQ(worker.seen.size(), 101U);
+    worker.seen.clear();
+    worker.failAt = 0;
+    EXPECT_EQ(m_threads->ProcessRange(nullptr, 0, 9, object.raw()), KZe_ABORT);
+    EXPECT_EQ(m_threads->ProcessRange(nullptr, 0, 9, nullptr), KZe_INVALIDARG);
+    EXPECT_EQ(m_threads->Sleep(-1), KZe_INVALIDARG);
+}
+
+struct SlotClient : CKzImpl_ThreadSlotClient {
+    KzResult tsc_Alloc(void** value) override {
+        *value = new int(++allocated);
+        return KZe_OK;
+    }
+    void tsc_Free(void* value) override {
+        delete static_cast<int*>(value);
+        ++freed;
+    }
+    std::atomic<int> allocated = 0;
+    std::atomic<int> freed = 0;
+};
+
+TEST_F(ThreadTest, SlotsKeepAValueForEachThread) {
+    SlotClient client;
+    CKzStaticPolymorph polymorph(&client);
+    polymorph.append(kzMakeRecord<CKzIfc_ThreadSlotClient<SlotClient>>(KZu_THREADSLOTCLIENT));
+    {
+        CKzLoc_Unknown object;
+        *object.out() = polymorph.spawn();
+        CKzLoc_Unknown made;
+        ASSERT_EQ(m_threads->CreateSlot(0, object.raw(), made.out()), KZe_OK);
+        const CKzUser_ThreadSlot slot(made.raw());
+        void* mine = nullptr;
+        void* again = nullptr;
+        void* theirs = nullptr;
+        EXPECT_EQ(slot->Get(&mine), KZe_OK);
+        EXPECT_EQ(slot->Get(&again), KZe_OK);
+        std::jthread([&] { slot->Get(&theirs); }).join();
+        EXPECT_EQ(mine, again);
+        EXPECT_NE(mine, theirs);
+        EXPECT_EQ(slot->Clear(), KZe_OK);
+        EXPECT_EQ(client.freed, 1);
+    }
+    EXPECT_EQ(client.allocated, 2);
+    EXPECT_EQ(client.freed, 2);
+}
+
+}  // namespace
