@@ -21,11 +21,11 @@ int statusOf(const std::string& path, const ScriptEnd& end) {
     }
     if (kzFailed(end.code)) {
         const std::string message = end.isTold ? end.message : CMessageTables::codeText(end.code);
-        CProgram::say(fmt::format("{}: {:08x} {}: {}", path, end.code, kzCodeName(end.code), message));
+        CProgram::say(fmt::format("{}: 0x{:08x} {}: {}", path, end.code, kzCodeName(end.code), message));
         return exitFailed;
     }
     if (end.code <= exitMostOfScript) return static_cast<int>(end.code);
-    CProgram::say(fmt::format("{}: ended with {} ({:08x}), which is no exit status; it becomes {}", path, end.code,
+    CProgram::say(fmt::format("{}: ended with {} (0x{:08x}), which is no exit status; it becomes {}", path, end.code,
                               end.code, static_cast<int>(exitMostOfScript)));
     return exitMostOfScript;
 }
