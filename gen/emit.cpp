@@ -15,6 +15,7 @@ const std::vector<Part>& parts() {
     static const std::vector<Part> all = {
         {"sdk", "C++ interface headers", &emitSdk},
         {"wrap", "wrapper types, constants and result codes of the kz module", &emitWrap},
+        {"serve", "adapters that forward the host's calls to Python", &emitServe},
         {"kzifc", "Python base classes of servers", &emitKzifc},
         {"docs", "HTML reference of the SDK as Python sees it", &emitDocs},
     };

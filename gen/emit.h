@@ -43,6 +43,7 @@ std::string cppLiteral(std::string_view text);
 
 void emitSdk(const Model& model, Output& output);
 void emitWrap(const Model& model, Output& output);
+void emitServe(const Model& model, Output& output);
 void emitDocs(const Model& model, Output& output);
 void emitKzifc(const Model& model, Output& output);
 

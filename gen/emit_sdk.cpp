@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "cpp_view.h"
 #include "emit.h"
 #include "emit_tables.h"
 
@@ -40,42 +41,6 @@ constexpr std::array baseCodes = {
     BaseCode{"kzOutOfBounds", "OUTOFBOUNDS"},
     BaseCode{"kzNotFound", "NOTFOUND"},
 };
-
-// Types and arguments
-
-std::string returnType(const Type& type) {
-    return type.kind == Kind::Pointer && !type.name.empty() ? type.name + "*" : std::string(info(type.kind).value);
-}
-
-std::string parameterType(const Parameter& parameter) {
-    if (parameter.type.kind == Kind::Pointer && !parameter.type.name.empty()) {
-        return parameter.type.name + (parameter.output ? "** " : "* ");
-    }
-    const KindInfo& kind = info(parameter.type.kind);
-    return std::string(parameter.output ? kind.output : kind.input);
-}
-
-// How names of parameters are written: as they are, as comments, or alone as the arguments of a call.
-enum class Names { Declared, Commented, Passed };
-
-std::string parameterText(const std::string& type, const std::string& name, Names names) {
-    switch (names) {
-    case Names::Declared: return type + name;
-    case Names::Commented: return fmt::format("{}/*{}*/", type, name);
-    default: return name;
-    }
-}
-
-std::string parameterList(const Method& method, Names names) {
-    std::vector<std::string> all;
-    for (const Parameter& parameter : method.parameters) {
-        all.push_back(parameterText(parameterType(parameter), parameter.name, names));
-        if (parameter.type.kind == Kind::Text) {
-            all.push_back(parameterText("uint32_t ", parameter.name + "Length", names));
-        }
-    }
-    return fmt::format("{}", fmt::join(all, ", "));
-}
 
 // Constants
 
