@@ -92,7 +92,7 @@ void CKzInstance::dropSubObjects() noexcept {
 }
 
 KzResult CKzInstance::query(const KzGuid* iid, void** object) {
-    if (iid != nullptr && *iid == kzInstanceIdentity) {
+    if (iid == &kzInstanceIdentity) {
         *object = this;
         return kzOk;
     }
@@ -157,12 +157,26 @@ std::uint32_t kzSlotAddRef(CKzSlotState& slot) noexcept { return slot.instance->
 
 std::uint32_t kzSlotRelease(CKzSlotState& slot) noexcept { return slot.instance->release(slot); }
 
-void* kzObjectOf(IKzUnknown* interfacePointer, const CKzGenericPolymorph* owner) noexcept {
+namespace {
+
+// The instance behind an interface pointer, without a reference; null for what is no slot of this binary.
+CKzInstance* instanceOf(IKzUnknown* interfacePointer) noexcept {
     void* found = nullptr;
     if (interfacePointer == nullptr || kzFailed(interfacePointer->QueryInterface(&kzInstanceIdentity, &found)))
         return nullptr;
-    const auto* instance = static_cast<const CKzInstance*>(found);
-    return &instance->polymorph() == owner ? instance->object() : nullptr;
+    return static_cast<CKzInstance*>(found);
+}
+
+}  // namespace
+
+void* kzObjectOf(IKzUnknown* interfacePointer, const CKzGenericPolymorph* owner) noexcept {
+    const CKzInstance* instance = instanceOf(interfacePointer);
+    return instance != nullptr && &instance->polymorph() == owner ? instance->object() : nullptr;
+}
+
+CKzGenericPolymorph* kzPolymorphOf(IKzUnknown* interfacePointer) noexcept {
+    const CKzInstance* instance = instanceOf(interfacePointer);
+    return instance != nullptr ? &instance->polymorph() : nullptr;
 }
 
 std::uint32_t kzLiveInstanceCount() noexcept {

@@ -58,6 +58,7 @@ private:
     class IKzThreadService* m_threads;
 };
 
-// Answered by every slot with its instance and no reference: how this binary finds its own objects again.
+// Answered by every slot with its instance and no reference: how this binary finds its own objects again. It is known by
+// its address, which no other binary has, though its objects may come from the same support layer.
 inline constexpr KzGuid kzInstanceIdentity{
     0x9F1B6E02, 0x53C4, 0x5A77, {0x8E, 0x11, 0x40, 0xD6, 0x2B, 0x7C, 0x93, 0x5E}};

@@ -151,6 +151,8 @@ private:
 // The object data behind an interface pointer if it is a slot made by `owner`; null otherwise. For code that must find
 // its own object again behind an interface it handed out.
 void* kzObjectOf(IKzUnknown* interfacePointer, const CKzGenericPolymorph* owner) noexcept;
+// The polymorph that made the slot; null for any interface pointer that is no slot of this binary.
+CKzGenericPolymorph* kzPolymorphOf(IKzUnknown* interfacePointer) noexcept;
 
 // How many instances are alive in this binary, and what they are ("polymorph name xN"): for leak reports.
 std::uint32_t kzLiveInstanceCount() noexcept;
