@@ -4,6 +4,7 @@
 #include "module/this_module.h"
 #include "script/line_interpreter.h"
 #include "script/script_interpreter.h"
+#include "serve/module_server.h"
 
 namespace {
 
@@ -11,6 +12,8 @@ namespace {
 constexpr CKzThisModule::Registration registrations[] = {
     Python_Script::registerServer,
     Python_LineInterp::registerServer,
+    Python_Module::registerDictionary,
+    Python_Module::registerServer,
 };
 
 }  // namespace

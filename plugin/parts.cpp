@@ -8,6 +8,7 @@
 #include "module/parts.h"
 #include "script/out_function.h"
 #include "script/python_streams.h"
+#include "serve/bless.h"
 #include "wrap/registration.h"
 #include "wrap/result_codes.h"
 
@@ -32,6 +33,8 @@ PyMethodDef functions[] = {
     {"setOption", kzSetOptionFunction, METH_VARARGS, "Set options that affect how the kz methods act"},
     {"option", kzOptionFunction, METH_VARARGS, "Get the current state of an option"},
     {"trace", kzTraceFunction, METH_VARARGS, "Toggle extra Event Log output for each kz function call."},
+    {"bless", kzBlessFunction, METH_VARARGS, kzBlessDoc},
+    {"testifc", kzTestifcFunction, METH_VARARGS, kzTestifcDoc},
     {"throw", kzThrowFunction, METH_VARARGS, "Raise a result code exception.\n\n       kz.throw(code, [quiet])"},
     {"notimpl", kzNotimplFunction, METH_VARARGS, "Raise 'not implemented' exception."},
     {"excResult", kzExcResultFunction, METH_VARARGS, "Get the exception as an KzResult code."},
@@ -51,6 +54,7 @@ void addSubmodules(PyObject* kz) {
 }
 
 void forgetPython() {
+    kzForgetServers();
     kzForgetTypes();
     kzForgetResultNames();
 }
@@ -64,7 +68,8 @@ void kzComposeParts() {
     parts.addSubmodules = addSubmodules;
     parts.installStreams = kzInstallStreams;
     parts.importWidgets = [] {};
-    parts.releaseServers = [] {};
+    parts.releaseServers = kzReleaseServers;
     parts.forgetPython = forgetPython;
     kzSetParts(parts);
+    kzSetServing(kzPythonServing());
 }

@@ -1,0 +1,15 @@
+// Looking adapters up.
+#include "serve/adapters.h"
+
+#include <algorithm>
+
+const KzAdapterRow* kzFindAdapter(std::string_view interfaceName) noexcept {
+    const auto nameOf = [](const KzAdapterRow* row) { return std::string_view(row->name); };
+    const auto found = std::ranges::lower_bound(kzAdapters, interfaceName, {}, nameOf);
+    return found != kzAdapters.end() && nameOf(*found) == interfaceName ? *found : nullptr;
+}
+
+void kzForgetMethodNames() noexcept {
+    for (const KzAdapterRow* adapter : kzAdapters)
+        for (KzForwardedMethod& method : adapter->methods) method.interned = nullptr;
+}

@@ -1,0 +1,29 @@
+// The arguments of one call into Python.
+#pragma once
+
+#include "module/python.h"
+#include "serve/relay.h"
+
+// Owns the instance and the arguments that are made for it, for as long as the call takes.
+class CArguments {
+public:
+    explicit CArguments(PyObject* self) noexcept : m_items{self} { Py_INCREF(self); }
+    ~CArguments();
+    CArguments(const CArguments&) = delete;
+    CArguments& operator=(const CArguments&) = delete;
+
+    // Makes an argument for each letter up to the colon and leaves both pointers behind what was read. False with an
+    // exception set when one of them could not be made.
+    bool build(const char*& letter, const KzWord*& word) noexcept;
+
+    // The instance, then the arguments.
+    PyObject** items() noexcept { return m_items; }
+    int count() const noexcept { return m_count; }
+
+private:
+    PyObject* make(const char*& letter, const KzWord*& word) noexcept;
+    PyObject* makeView(char element, const KzWord*& word) noexcept;
+
+    PyObject* m_items[1 + kzMostInputs];
+    int m_count = 1;
+};

@@ -1,0 +1,103 @@
+// Examining Python classes.
+#include "serve/class_interfaces.h"
+
+#include "module/checks.h"
+#include "serve/adapters.h"
+
+#include "kz/result.h"
+
+#include <map>
+
+namespace {
+
+struct InterfaceBase {
+    CPyRef pythonClass;  // kept, so that its address stays its own
+    const KzAdapterRow* adapter;
+};
+
+using ClassAndMeta = std::pair<PyObject*, PyObject*>;
+
+// Never destroyed: the host may hold instances of these classes while the process ends.
+struct Tables {
+    std::map<PyObject*, InterfaceBase> bases;
+    std::map<ClassAndMeta, std::unique_ptr<CKzPythonPolymorph>> polymorphs;
+};
+
+Tables& tables() {
+    static auto* theTables = new Tables();
+    return *theTables;
+}
+
+// Classes and meta objects nest as deep as scripts make them, and the stack does not.
+class CRecursion {
+public:
+    explicit CRecursion(const char* where) { kzNonNegative(Py_EnterRecursiveCall(kzText(where)) != 0 ? -1 : 0); }
+    ~CRecursion() { Py_LeaveRecursiveCall(); }
+    CRecursion(const CRecursion&) = delete;
+    CRecursion& operator=(const CRecursion&) = delete;
+};
+
+// Depth first, in the order of the bases. A marked base ends its branch.
+void collectInterfaces(PyObject* pythonClass, CKzPythonPolymorph& polymorph) {
+    const CRecursion recursion(" while looking for interfaces");
+    PyObject* bases = reinterpret_cast<PyTypeObject*>(pythonClass)->tp_bases;
+    for (Py_ssize_t index = 0; bases != nullptr && index < PyTuple_GET_SIZE(bases); ++index) {
+        PyObject* base = PyTuple_GET_ITEM(bases, index);
+        if (base == pythonClass || !PyType_Check(base)) continue;
+        if (const auto marked = tables().bases.find(base); marked != tables().bases.end())
+            polymorph.append(marked->second.adapter->make());
+        else collectInterfaces(base, polymorph);
+    }
+}
+
+// One (class, meta) of a list of sub-servers.
+CKzPythonPolymorph& subServerOf(PyObject* item) {
+    kzTrue(PySequence_Check(item) != 0 && PySequence_Size(item) == 2);
+    const CPyRef pythonClass(PySequence_GetItem(item, 0), CPyRef::owned);
+    const CPyRef meta(PySequence_GetItem(item, 1), CPyRef::owned);
+    return kzPolymorphFor(pythonClass, meta);
+}
+
+void collectSubServers(PyObject* meta, CKzPythonPolymorph& polymorph) {
+    const CRecursion recursion(" while looking for sub-servers");
+    const CPyRefNull servers(PyObject_GetAttrString(meta, "_sub_ifcs"));
+    if (servers.get() == nullptr) {
+        kzTrue(PyErr_ExceptionMatches(PyExc_AttributeError) != 0);
+        PyErr_Clear();
+        return;
+    }
+    if (PySequence_Check(servers) == 0) return;
+    const Py_ssize_t count = kzNonNegative(PySequence_Size(servers));
+    for (Py_ssize_t index = 0; index < count; ++index) {
+        const CPyRef item(PySequence_GetItem(servers, index), CPyRef::owned);
+        polymorph.addSubServer(&subServerOf(item));
+    }
+}
+
+}  // namespace
+
+void kzMarkInterfaceBase(PyObject* pythonClass, const char* interfaceName) {
+    const KzAdapterRow* adapter = kzNonNull(kzFindAdapter(interfaceName), KZe_INVALIDARG);
+    tables().bases.insert_or_assign(pythonClass, InterfaceBase{CPyRef(pythonClass), adapter});
+}
+
+CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta) {
+    kzTrue(PyType_Check(pythonClass));
+    const ClassAndMeta key(pythonClass, meta);
+    if (const auto known = tables().polymorphs.find(key); known != tables().polymorphs.end()) return *known->second;
+    auto made = std::make_unique<CKzPythonPolymorph>(pythonClass);
+    collectInterfaces(pythonClass, *made);
+    kzTrue(made->recordCount() != 0, KZe_INVALIDARG);
+    CKzPythonPolymorph& polymorph = *(tables().polymorphs[key] = std::move(made));
+    if (meta != Py_None) {
+        polymorph.setMeta(meta);
+        collectSubServers(meta, polymorph);
+    }
+    return polymorph;
+}
+
+void kzReleaseClasses() {
+    // Classes that go may run code, which must not find a table half emptied.
+    const auto bases = std::exchange(tables().bases, {});
+    for (const auto& [key, polymorph] : tables().polymorphs) polymorph->releasePython();
+}

@@ -1,0 +1,74 @@
+// One call of the host, forwarded to Python: the path that every operation of every adapter takes.
+#include "serve/arguments.h"
+#include "serve/method_call.h"
+#include "serve/outputs.h"
+
+#include "module/py_lock.h"
+#include "wrap/result_codes.h"
+
+#include "kz/result.h"
+
+namespace {
+
+bool isRaised() noexcept { return PyThreadState_GET()->curexc_type != nullptr; }
+
+// The host may call while an exception is on its way through the Python code that called it: a destructor that lets go
+// of a host object. The method must not see it, and it must go on afterwards.
+class CPendingKeeper {
+public:
+    CPendingKeeper() noexcept {
+        if (isRaised()) PyErr_Fetch(&m_type, &m_value, &m_traceback);
+    }
+    ~CPendingKeeper() {
+        if (m_type != nullptr) PyErr_Restore(m_type, m_value, m_traceback);
+    }
+    CPendingKeeper(const CPendingKeeper&) = delete;
+    CPendingKeeper& operator=(const CPendingKeeper&) = delete;
+
+private:
+    PyObject* m_type = nullptr;
+    PyObject* m_value = nullptr;
+    PyObject* m_traceback = nullptr;
+};
+
+PyObject* nameOf(KzForwardedMethod& method) noexcept {
+    if (method.interned == nullptr) method.interned = PyString_InternFromString(method.name);
+    return method.interned;
+}
+
+KzResult codeOfRaised(bool returnsCode) noexcept {
+    if (!returnsCode) {
+        PyErr_Clear();
+        return KZe_FAILED;
+    }
+    // An exception may carry the name of any code, but no method that raised has succeeded.
+    const KzResult code = kzResultOfPending();
+    return kzFailed(code) ? code : KZe_FAILED;
+}
+
+KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* word) noexcept {
+    const CPendingKeeper pending;
+    CArguments arguments(self);
+    const bool returnsCode = method.signature[0] == 'r';
+    const char* letter = method.signature + 1;
+    PyObject* name = nameOf(method);
+    PyObject* returned = nullptr;
+    if (name != nullptr && arguments.build(letter, word))
+        returned = kzCallByName(arguments.items(), arguments.count(), name);
+    // Short of memory, the interpreter may return something and raise all the same.
+    if (returned == nullptr || isRaised()) return codeOfRaised(returnsCode);
+    // The reference to what was returned is not given back, whatever it is: the host is handed the buffers of returned
+    // strings as they are, and relies on them for as long as Python lives.
+    return kzStoreOutputs(returned, letter, word);
+}
+
+}  // namespace
+
+KzResult kzForward(void* instance, KzForwardedMethod& method, const KzWord* words) noexcept {
+    if (instance == nullptr) return KZe_FAILED;
+    return kzBoundary([=, &method] {
+        const CPyLock lock;
+        kzSetQuiet(false);  // with the lock held: the flag belongs to whoever holds it
+        return forwardLocked(static_cast<PyObject*>(instance), method, words);
+    });
+}

@@ -1,0 +1,53 @@
+// The interface Inheritor of Python objects. It is no interface of their classes: it is answered by an object beside them.
+#include "serve/inheritor.h"
+
+#include "module/py_lock.h"
+
+#include "kz/module.h"
+#include "kz/result.h"
+
+namespace {
+
+class CInheritor final : public CKzImpl_Inheritor {
+public:
+    CInheritor(CKzPythonPolymorph& polymorph, PyObject* instance) : m_polymorph(polymorph), m_instance(instance) {}
+
+    KzResult inheritor_Inherit(IKzUnknown* other) override {
+        void* data = kzPythonObjectOf(other);
+        if (data == nullptr) return KZe_INVALIDARG;
+        m_polymorph.inherit(m_instance.get(), data);
+        return KZe_OK;
+    }
+
+private:
+    CKzPythonPolymorph& m_polymorph;
+    CPyRef m_instance;
+};
+
+thread_local CInheritor* t_next = nullptr;
+
+class CInheritorPolymorph final : public CKzGenericPolymorph {
+public:
+    CInheritorPolymorph() {
+        nameOnce("inheritor");
+        append(kzMakeRecord<CKzIfc_Inheritor<CInheritor>>(KZu_INHERITOR));
+    }
+    void* createObject() override { return std::exchange(t_next, nullptr); }
+    void freeObject(void* object) noexcept override {
+        // Without Python there is nothing left to drop the reference for.
+        kzValueBoundary([object] {
+            const CPyLock lock;
+            delete static_cast<CInheritor*>(object);
+        });
+    }
+};
+
+}  // namespace
+
+IKzUnknown* kzMakeInheritor(CKzPythonPolymorph& polymorph, void* data) {
+    static auto* inheritors = new CInheritorPolymorph();  // the host may hold one while the process ends
+    if (data == nullptr) return nullptr;
+    const CPyLock lock;
+    t_next = new CInheritor(polymorph, static_cast<PyObject*>(data));
+    return inheritors->spawn();
+}

@@ -1,0 +1,151 @@
+// Conversion of returned values. Every value is converted before the first is stored.
+#include "serve/outputs.h"
+
+#include "wrap/marshal_core.h"
+#include "wrap/result_codes.h"
+#include "wrap/wrapper.h"
+
+#include "kz/result.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// A converted value and where it goes.
+struct Output {
+    char letter;
+    char digit;  // how many numbers a vector has
+    void* place;
+    std::uint32_t length;  // of a text buffer
+    union {
+        long integer;
+        void* pointer;
+        const char* text;
+        IKzUnknown* object;
+        double numbers[4];
+    };
+
+    KzResult convert(PyObject* value) noexcept;
+    void store() const noexcept;
+    void drop() const noexcept;
+
+private:
+    KzResult convertText(PyObject* value) noexcept;
+    KzResult convertObject(PyObject* value) noexcept;
+    bool isVector() const noexcept { return letter == 'V' || letter == 'v'; }
+    template <class Value> void put(Value value) const noexcept {
+        if (place != nullptr) *static_cast<Value*>(place) = value;
+    }
+};
+
+// The interpreter could not convert: its exception says why, and the log hears that something was lost.
+KzResult lost(KzResult code) noexcept {
+    PyErr_Clear();
+    kzLostException(code);
+    return code;
+}
+
+KzResult unlessRaised() noexcept { return PyErr_Occurred() != nullptr ? lost(KZe_FAILED) : KZe_OK; }
+
+KzResult Output::convert(PyObject* value) noexcept {
+    switch (letter) {
+    case 'f':
+    case 'd': numbers[0] = PyFloat_AsDouble(value); return numbers[0] == -1.0 ? unlessRaised() : KZe_OK;
+    case 'p': pointer = PyLong_AsVoidPtr(value); return pointer == nullptr ? unlessRaised() : KZe_OK;
+    case 'z':
+    case 'T': return convertText(value);
+    case 'O': return convertObject(value);
+    case 'V':
+    case 'v':
+        if (const KzResult code = kzReadNumbers(value, numbers, digit - '0'); kzFailed(code)) return lost(code);
+        return KZe_OK;
+    default: integer = PyLong_AsLong(value); return integer == -1 ? unlessRaised() : KZe_OK;
+    }
+}
+
+KzResult Output::convertText(PyObject* value) noexcept {
+    text = nullptr;
+    if (letter == 'z' && value == Py_None) return KZe_OK;
+    text = PyString_AsString(value);
+    if (text == nullptr) return lost(KZe_FAILED);
+    const bool fits = letter == 'z' || (place != nullptr && std::strlen(text) < length);
+    return fits ? KZe_OK : KZe_SHORTBUFFER;
+}
+
+KzResult Output::convertObject(PyObject* value) noexcept {
+    if (kzSucceeded(kzObjectToInterface(value, false, &object)) && object != nullptr) return KZe_OK;
+    PyErr_Clear();
+    return KZe_NOTFOUND;
+}
+
+void Output::store() const noexcept {
+    switch (letter) {
+    case 'i': put(static_cast<std::int32_t>(integer)); break;
+    case 'I': put(static_cast<std::uint32_t>(integer)); break;
+    case 'n': put(static_cast<std::intptr_t>(integer)); break;
+    case 'b': put(integer != 0); break;
+    case 'f': put(static_cast<float>(numbers[0])); break;
+    case 'd': put(numbers[0]); break;
+    case 'z': put(text); break;
+    case 'T': std::memcpy(place, text, std::strlen(text) + 1); break;
+    case 'p': put(pointer); break;
+    case 'O':
+        if (place == nullptr) drop();
+        put(object);
+        break;
+    default:
+        for (int index = 0; place != nullptr && index < digit - '0'; ++index) {
+            if (letter == 'V') static_cast<double*>(place)[index] = numbers[index];
+            else static_cast<float*>(place)[index] = static_cast<float>(numbers[index]);
+        }
+    }
+}
+
+void Output::drop() const noexcept {
+    if (letter == 'O') object->Release();
+}
+
+// The outputs of one call, as far as they have been converted.
+class COutputs {
+public:
+    COutputs(const char* letters, const KzWord* places) noexcept {
+        for (; *letters != '\0'; ++letters) {
+            Output& output = m_outputs[m_count++];
+            output.letter = *letters;
+            output.place = const_cast<void*>((places++)->pointer);
+            if (*letters == 'T') output.length = static_cast<std::uint32_t>((places++)->integer);
+            if (*letters == 'V' || *letters == 'v') output.digit = *++letters;
+        }
+    }
+    int count() const noexcept { return m_count; }
+
+    KzResult convert(PyObject* returned) noexcept {
+        if (m_count == 1) return m_outputs[0].convert(returned);
+        if (!PyTuple_Check(returned) || PyTuple_GET_SIZE(returned) != m_count) return KZe_FAILED;
+        for (int index = 0; index < m_count; ++index) {
+            const KzResult code = m_outputs[index].convert(PyTuple_GET_ITEM(returned, index));
+            if (kzSucceeded(code)) continue;
+            std::for_each(m_outputs, m_outputs + index, [](const Output& output) { output.drop(); });
+            return code;
+        }
+        return KZe_OK;
+    }
+    void store() const noexcept {
+        std::for_each(m_outputs, m_outputs + m_count, [](const Output& output) { output.store(); });
+    }
+
+private:
+    Output m_outputs[kzMostOutputs];
+    int m_count = 0;
+};
+
+}  // namespace
+
+KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places) noexcept {
+    if (*letters == '\0') return KZe_OK;
+    COutputs outputs(letters, places);
+    const KzResult code = outputs.convert(returned);
+    if (kzSucceeded(code)) outputs.store();
+    return code;
+}

@@ -1,0 +1,8 @@
+// What a Python method returned, stored where the host wants it.
+#pragma once
+
+#include "serve/relay.h"
+
+// Converts the returned value for the outputs that the letters name and stores them; nothing is stored unless all of
+// them convert. A failed conversion leaves no exception. No letters: the value does not matter.
+KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places) noexcept;

@@ -1,0 +1,135 @@
+// Instances of Python classes as host objects.
+#include "serve/python_polymorph.h"
+
+#include "module/checks.h"
+#include "module/py_lock.h"
+#include "serve/inheritor.h"
+#include "wrap/result_codes.h"
+
+#include "kz/module.h"
+#include "kz/result.h"
+
+#include <algorithm>
+
+namespace {
+
+// What the next spawn on this thread wraps, with its reference. Each thread has its own, so that two spawns of one class
+// at once do not take each other's instance.
+thread_local PyObject* t_nextInstance = nullptr;
+
+// Sub-objects may have sub-objects of their own; classes that name each other would make them without end.
+constexpr int deepestSubObject = 16;
+thread_local int t_subObjectDepth = 0;
+
+class CDepth {
+public:
+    CDepth() noexcept { ++t_subObjectDepth; }
+    ~CDepth() { --t_subObjectDepth; }
+    CDepth(const CDepth&) = delete;
+    CDepth& operator=(const CDepth&) = delete;
+    bool isTooDeep() const noexcept { return t_subObjectDepth > deepestSubObject; }
+};
+
+PyObject* callWith(PyObject* callable, PyObject* argument) {
+    return PyObject_CallFunctionObjArgs(callable, argument, nullptr);
+}
+
+}  // namespace
+
+CKzPythonPolymorph::CKzPythonPolymorph(PyObject* pythonClass)
+    : m_class(pythonClass), m_className(reinterpret_cast<PyTypeObject*>(pythonClass)->tp_name) {
+    nameOnce(m_className.c_str());
+}
+
+bool CKzPythonPolymorph::testInterface(const KzGuid& iid) const {
+    Path visited;
+    return answers(iid, visited);
+}
+
+// Sub-servers may name each other in a circle, so nobody is asked twice.
+bool CKzPythonPolymorph::answers(const KzGuid& iid, Path& visited) const {
+    if (std::ranges::find(visited, this) != visited.end()) return false;
+    visited.push_back(this);
+    return std::ranges::any_of(m_subServers, [&](const auto* server) { return server->answers(iid, visited); }) ||
+           CKzGenericPolymorph::testInterface(iid);
+}
+
+CKzPythonPolymorph* CKzPythonPolymorph::subServerFor(const KzGuid& iid) const {
+    for (CKzPythonPolymorph* server : m_subServers) {
+        Path visited{this};
+        if (server->answers(iid, visited)) return server;
+    }
+    return nullptr;
+}
+
+PyObject* CKzPythonPolymorph::makeInstance() const {
+    return m_meta.get() == Py_None ? PyObject_CallObject(m_class, nullptr) : callWith(m_class, m_meta);
+}
+
+IKzUnknown* CKzPythonPolymorph::spawnFor(PyObject* instance) {
+    Py_INCREF(instance);
+    t_nextInstance = instance;
+    try {
+        IKzUnknown* spawned = spawn();
+        Py_CLEAR(t_nextInstance);
+        return spawned;
+    } catch (...) {
+        Py_CLEAR(t_nextInstance);
+        throw;
+    }
+}
+
+void* CKzPythonPolymorph::createObject() { return std::exchange(t_nextInstance, nullptr); }
+
+void CKzPythonPolymorph::freeObject(void* object) noexcept {
+    // Once Python is gone its objects are, too: the guard then throws, and the reference is nobody's.
+    kzValueBoundary([object] {
+        const CPyLock lock;
+        const CPyRefNull last(static_cast<PyObject*>(object));
+    });
+}
+
+IKzUnknown* CKzPythonPolymorph::spawnSubObject(IKzUnknown* outer, const KzGuid& iid) {
+    if (iid == KZu_INHERITOR) return kzMakeInheritor(*this, kzObjectOf(outer, this));
+    CKzPythonPolymorph* server = subServerFor(iid);
+    const CDepth depth;
+    if (server == nullptr || depth.isTooDeep()) return nullptr;
+    const CPyLock lock;
+    return makeSubObject(*server);
+}
+
+IKzUnknown* CKzPythonPolymorph::makeSubObject(CKzPythonPolymorph& server) {
+    kzSetQuiet(false);
+    PyObject* instance = server.makeInstance();
+    if (instance == nullptr) {
+        kzResultOfPending();
+        return nullptr;
+    }
+    // The reference that making the instance gave is kept on purpose: a sub-object's instance outlives its host object,
+    // because what it has handed out belongs to the outer object and may be used for as long as that lives.
+    return server.spawnFor(instance);
+}
+
+void CKzPythonPolymorph::inherit(void* object, void* other) {
+    const CPyLock lock;
+    kzSetQuiet(false);
+    const CPyRefNull method(PyObject_GetAttrString(static_cast<PyObject*>(object), "inherit"));
+    if (method.get() == nullptr) {
+        PyErr_Clear();
+        return;
+    }
+    const CPyRefNull result(callWith(method, static_cast<PyObject*>(other)));
+    if (result.get() != nullptr) return;
+    const KzResult code = kzResultOfPending();
+    throw kzFailed(code) ? code : KZe_FAILED;
+}
+
+void CKzPythonPolymorph::releasePython() {
+    m_class = Py_None;
+    m_meta = Py_None;
+}
+
+PyObject* kzPythonObjectOf(IKzUnknown* object) noexcept {
+    auto* polymorph = dynamic_cast<CKzPythonPolymorph*>(kzPolymorphOf(object));
+    return polymorph != nullptr ? static_cast<PyObject*>(kzObjectOf(object, polymorph)) : nullptr;
+}

@@ -1,0 +1,48 @@
+// The way from an operation of a host interface to a Python method. The generator writes one row and one line for each
+// operation; the line puts the operation's arguments into words, and one function does everything that follows.
+#pragma once
+
+#include "kz/base/unknown.h"
+
+#include <concepts>
+
+// As the interpreter's headers declare it: the many generated files need nothing else of them.
+using PyObject = struct _object;
+
+// One forwarded operation. The signature says how the words are to be read:
+//   first   r  the operation returns a result code     v  nothing, or a plain value, which is its first output
+//   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, V three doubles, v three floats,
+//           A and a storage letter (* for untyped)  a buffer of the host and, in a second word, its length in elements,
+//           which is -1 when only the method knows
+//   :       the outputs: i I n b f d z O p, T  a text buffer and, in a second word, its size, V and v with a digit
+struct KzForwardedMethod {
+    const char* name;
+    const char* signature;
+    PyObject* interned = nullptr;  // the name as a Python string, made on the first call
+};
+
+// One argument on its way to Python, or the place of one output.
+union KzWord {
+    std::int64_t integer;
+    double real;
+    const void* pointer;
+
+    template <std::integral Integer> KzWord(Integer value) noexcept : integer(static_cast<std::int64_t>(value)) {}
+    KzWord(double value) noexcept : real(value) {}
+    KzWord(const void* value) noexcept : pointer(value) {}
+};
+
+// The most inputs, and the most outputs, of any operation; the generator refuses more.
+inline constexpr int kzMostInputs = 16;
+inline constexpr int kzMostOutputs = 12;
+
+// Calls the instance's method and stores what it returns; the words are those of the inputs and then the places of the
+// outputs. Without an instance the answer is FAILED and Python is left alone. Of an operation that returns no result
+// code the exceptions are dropped, and the caller ignores the answer.
+KzResult kzForward(void* instance, KzForwardedMethod& method, const KzWord* words) noexcept;
+
+template <class... Arguments>
+KzResult kzRelay(void* instance, KzForwardedMethod& method, Arguments... arguments) noexcept {
+    const KzWord words[] = {KzWord(arguments)..., KzWord(0)};
+    return kzForward(instance, method, words);
+}

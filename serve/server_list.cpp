@@ -1,0 +1,129 @@
+// The list of blessed servers.
+#include "serve/server_list.h"
+
+#include "module/checks.h"
+#include "module/output.h"
+#include "module/py_lock.h"
+#include "wrap/result_codes.h"
+
+#include "kz/guid.h"
+#include "kz/result.h"
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string_view>
+#include <tuple>
+
+namespace {
+
+// By name and then by type; both point into the list's entries, or to what is looked for.
+struct NameAndType {
+    std::string_view name;
+    KzGuid type;
+    bool operator<(const NameAndType& other) const noexcept {
+        if (const int order = name.compare(other.name); order != 0) return order < 0;
+        const auto fields = [](const KzGuid& guid) { return std::tie(guid.data1, guid.data2, guid.data3); };
+        if (fields(type) != fields(other.type)) return fields(type) < fields(other.type);
+        return std::memcmp(type.data4, other.type.data4, sizeof type.data4) < 0;
+    }
+};
+
+// The GUID service, fetched once.
+class CGuids {
+public:
+    static CGuids& instance() {
+        static auto* theGuids = new CGuids();
+        return *theGuids;
+    }
+    CKzUser_GUIDService& service() {
+        const std::lock_guard lock(m_lock);
+        if (!m_service) kzTakeService(m_service);
+        return m_service;
+    }
+    void release() noexcept {
+        const std::lock_guard lock(m_lock);
+        m_service.clear();
+    }
+
+private:
+    std::mutex m_lock;
+    CKzUser_GUIDService m_service;
+};
+
+PyObject* newInstance(const CKzPythonPolymorph& polymorph) {
+    PyObject* made = polymorph.makeInstance();
+    if (made != nullptr) return made;
+    kzResultOfPending();
+    throw KZe_FAILED;
+}
+
+}  // namespace
+
+struct CServerList::State {
+    mutable std::mutex lock;
+    std::deque<CServerData> servers;
+    std::map<NameAndType, std::uint32_t> index;
+};
+
+CServerList::CServerList() : m_state(*new State()) {}
+
+CServerList& CServerList::instance() {
+    static CServerList theList;
+    return theList;
+}
+
+void CServerList::add(const char* name, const KzGuid* type, CKzPythonPolymorph& polymorph, PyObject* tags) {
+    kzTrue(!find(name, type));
+    const std::lock_guard lock(m_state.lock);
+    const CServerData& added = m_state.servers.emplace_back(name, type, &polymorph, CPyRef(tags));
+    m_state.index[{added.name, *type}] = static_cast<std::uint32_t>(m_state.servers.size() - 1);
+}
+
+std::uint32_t CServerList::count() const {
+    const std::lock_guard lock(m_state.lock);
+    return static_cast<std::uint32_t>(m_state.servers.size());
+}
+
+const CServerData& CServerList::at(std::uint32_t index) const {
+    const std::lock_guard lock(m_state.lock);
+    return m_state.servers.at(index);
+}
+
+std::optional<std::uint32_t> CServerList::find(const char* name, const KzGuid* type) const {
+    const std::lock_guard lock(m_state.lock);
+    const auto found = m_state.index.find({name, *type});
+    if (found == m_state.index.end()) return std::nullopt;
+    return found->second;
+}
+
+IKzUnknown* CServerList::spawn(std::uint32_t index) const {
+    const CServerData& server = at(index);
+    const CPyLock lock;
+    kzSetQuiet(false);
+    KzResult code = KZe_FAILED;
+    try {
+        const CPyRefNull instance(newInstance(*server.polymorph));
+        return kzNonNull(server.polymorph->spawnFor(instance));
+    } catch (...) {
+        code = kzCodeOfException();
+    }
+    kzWrite(("Spawning Python server failed: " + server.name).c_str(), code);
+    throw code;
+}
+
+void CServerList::releaseTags() {
+    for (CServerData& server : m_state.servers) server.tags = Py_None;
+}
+
+const KzGuid* kzServerType(const KzGuid& iid) {
+    return static_cast<const KzGuid*>(CGuids::instance().service().Global(&iid));
+}
+
+KzGuid kzGuidOfText(const char* text) {
+    KzGuid iid{};
+    kzTrue(kzSucceeded(CGuids::instance().service().FromText(text, &iid)));
+    return iid;
+}
+
+void kzReleaseServerServices() noexcept { CGuids::instance().release(); }
