@@ -24,11 +24,34 @@ PyObject* makeSymbol(const KzSymbolRow& row) {
     return nullptr;
 }
 
-// A later value under the same name takes the place of the earlier one.
+// A later value under the same name takes the place of the earlier one. The names are not interned, which would take as
+// long again as everything else about them, for thousands of names of which a script uses a few.
 void add(PyObject* module, const char* name, PyObject* value) {
     const CPyRef owned(value, CPyRef::owned);
-    kzNonNegative(PyDict_SetItemString(PyModule_GetDict(module), name, owned));
+    const CPyRef key(PyString_FromString(name), CPyRef::owned);
+    kzNonNegative(PyDict_SetItem(PyModule_GetDict(module), key, owned));
 }
+
+// Keeps the cycle collector away while thousands of objects are made that all stay.
+class CCollectorPause {
+public:
+    CCollectorPause() : m_collector(PyImport_ImportModule("gc")), m_was(call("isenabled")) { call("disable"); }
+    ~CCollectorPause() {
+        if (m_was.get() == Py_True) call("enable");
+        PyErr_Clear();
+    }
+    CCollectorPause(const CCollectorPause&) = delete;
+    CCollectorPause& operator=(const CCollectorPause&) = delete;
+
+private:
+    CPyRefNull call(const char* function) {
+        if (m_collector.get() == nullptr) return CPyRefNull();
+        return CPyRefNull(PyObject_CallMethod(m_collector, kzText(function), nullptr));
+    }
+
+    CPyRefNull m_collector;
+    CPyRefNull m_was;
+};
 
 struct Submodules {
     PyObject* service;
@@ -50,6 +73,7 @@ void addHeader(const KzHeaderRows& header, const Submodules& modules) {
 }  // namespace
 
 void kzAddSubmodules(PyObject* kz, PyTypeObject& storage) {
+    const CCollectorPause pause;
     Submodules modules{};
     modules.service = addSubmodule(kz, "service");
     modules.object = addSubmodule(kz, "object");
