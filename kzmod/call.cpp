@@ -2,7 +2,6 @@
 #include "kzmod/call.h"
 
 #include "module/output.h"
-#include "module/pending_exception.h"
 
 void CCall::traceAs(const char* label, const char* message) noexcept {
     if (!kzTracing()) return;
@@ -19,6 +18,11 @@ PyObject* CCall::raise(std::string text, PyObject* type) {
 PyObject* CCall::failAs(const char* label, std::string text, PyObject* type) {
     traceAs(label, text.c_str());
     return raise(std::move(text), type);
+}
+
+PyObject* CCall::keepPending() noexcept {
+    if (!m_pending) m_pending.emplace();
+    return nullptr;
 }
 
 PyObject* CCall::finish(PyObject* result) noexcept {

@@ -1,10 +1,12 @@
 // What every function of the kz module that calls the host has in common: its trace lines, and how its errors are raised.
 #pragma once
 
+#include "module/pending_exception.h"
 #include "wrap/result_codes.h"
 
 #include "kz/base/object.h"
 
+#include <optional>
 #include <string>
 
 // One call of a kz function. An error is only noted while the call works and becomes the pending exception at its very
@@ -28,6 +30,10 @@ public:
     }
     PyObject* failAs(const char* label, std::string text, PyObject* type = PyExc_RuntimeError);
 
+    // Puts the pending exception aside until the call has let go of everything, for a failed Python call that leaves one.
+    // Always null.
+    PyObject* keepPending() noexcept;
+
     // The result, unless an exception was noted: that is raised then. Consumes the result.
     PyObject* finish(PyObject* result) noexcept;
 
@@ -35,6 +41,7 @@ private:
     const char* m_label;
     PyObject* m_exception = nullptr;  // borrowed: one of the interpreter's own classes
     std::string m_text;
+    std::optional<CPendingException> m_pending;
 };
 
 // Runs the body of a kz function: it is given its CCall. Thrown codes are raised as result codes.

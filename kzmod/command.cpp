@@ -87,7 +87,12 @@ private:
 
     bool parse(PyObject* keywords) {
         CArgAttrib& arguments = kzSpawnArguments(m_attributes);
-        kzTextsOfDict(keywords, arguments.names, arguments.values);
+        try {
+            kzTextsOfDict(keywords, arguments.names, arguments.values);
+        } catch (KzResult) {
+            m_call.keepPending();
+            throw;
+        }
         const KzResult code = m_service.ParseAttribObject(m_command.raw(), scriptAlertFlags, m_attributes.raw());
         return kzSucceeded(code) || refuse("could not parse argument list.");
     }

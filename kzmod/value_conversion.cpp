@@ -46,7 +46,7 @@ public:
             m_call.traceAs("kz.eval", "internal error: could not get value");
             return m_call.raise(m_string.text());
         }
-        return made.release();
+        return made.get() != nullptr ? made.release() : m_call.keepPending();
     }
 
 private:
@@ -102,11 +102,11 @@ private:
     KzResult m_code = KZe_OK;
 };
 
-PyObject* readTuple(CElementReader& reader, CPyRefNull& tuple, std::uint32_t count) {
+PyObject* readTuple(CCall& call, CElementReader& reader, CPyRefNull& tuple, std::uint32_t count) {
     for (std::uint32_t index = 0; index < count; ++index) {
         CPyRefNull element(reader.read(index));
         if (element.get() == nullptr) return nullptr;
-        if (PyTuple_SetItem(tuple, index, element.release()) != 0) return nullptr;
+        if (PyTuple_SetItem(tuple, index, element.release()) != 0) return call.keepPending();
     }
     return tuple.release();
 }
@@ -126,9 +126,9 @@ PyObject* kzConvertValues(CCall& call, const CKzUser_ValueArray& values, const K
     CPyRefNull tuple(shape == KzShape::tuple ? PyTuple_New(count) : nullptr);
     if (shape == KzShape::tuple && tuple.get() == nullptr) {
         call.traceAs(arrayLabel, "internal:  Could not allocate Python tuple");
-        return nullptr;
+        return call.keepPending();
     }
     const double factor = isAngle && PythonRuntime::running().anglesInDegrees ? degreesPerRadian : 1.0;
     CElementReader reader(call, values, type, factor, hints);
-    return shape == KzShape::single ? reader.read(0) : readTuple(reader, tuple, count);
+    return shape == KzShape::single ? reader.read(0) : readTuple(call, reader, tuple, count);
 }

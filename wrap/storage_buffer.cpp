@@ -16,8 +16,6 @@ namespace {
 CStorageBuffer::Allocate theAllocate = std::malloc;
 PyTypeObject* theStorageType = nullptr;
 
-void keepNothing(void* /*memory*/) noexcept {}
-
 }  // namespace
 
 void CStorageBuffer::setAllocate(Allocate allocate) noexcept {
@@ -26,7 +24,7 @@ void CStorageBuffer::setAllocate(Allocate allocate) noexcept {
 
 void CStorageBuffer::refer(void* memory, std::size_t extent, const StorageType* type, std::size_t elements) noexcept {
     m_owned = memory == nullptr;
-    m_memory = m_owned ? nullptr : std::shared_ptr<void>(memory, keepNothing);
+    m_memory = std::shared_ptr<void>(std::shared_ptr<void>(), memory);  // points there and owns nothing
     m_capacity = m_owned ? 0 : extent;
     m_type = type;
     m_size = m_owned ? 0 : elements;

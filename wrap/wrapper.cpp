@@ -2,6 +2,7 @@
 #include "wrap/wrapper.h"
 
 #include "module/checks.h"
+#include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
 #include "wrap/result_codes.h"
@@ -19,24 +20,6 @@ std::unordered_map<std::string_view, KzWrapperType*> theTypes;
 std::vector<IKzUnknown*> theKept;  // let go of while a host call was under way
 
 PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
-
-// Letting go of a host object may run any code, Python's included, and that must not see a pending exception.
-class CPendingException {
-public:
-    CPendingException() {
-        if (PyErr_Occurred() != nullptr) PyErr_Fetch(&m_type, &m_value, &m_traceback);
-    }
-    ~CPendingException() {
-        if (m_type != nullptr) PyErr_Restore(m_type, m_value, m_traceback);
-    }
-    CPendingException(const CPendingException&) = delete;
-    CPendingException& operator=(const CPendingException&) = delete;
-
-private:
-    PyObject* m_type = nullptr;
-    PyObject* m_value = nullptr;
-    PyObject* m_traceback = nullptr;
-};
 
 void objectDealloc(PyObject* self) {
     {
