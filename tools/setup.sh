@@ -48,7 +48,6 @@ install_optional_parts() {
     install_optional "'./dev lint' cannot analyse sources" clang-tidy
     install_optional "'./dev lint' cannot check scripts" shellcheck
     install_optional "coverage cannot be reported" gcovr
-    install_optional "kz.getQWidget is built without a widget bridge" libshiboken2-dev qtbase5-dev
     pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
         say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
 }

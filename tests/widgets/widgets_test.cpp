@@ -1,0 +1,201 @@
+// kz.getQWidget: with the real PySide2 on widgets that Qt itself made, and without any PySide2.
+#include "module/error_report.h"
+#include "module/output.h"
+#include "wrap/widget_bridge.h"
+
+#include "kz_paths.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+class TraceLines : public COutput {
+public:
+    void trace(const char* name, const char* message, KzResult code) override {
+        lines.push_back(std::string(name) + ": " + message + " at " + std::to_string(code));
+    }
+    void write(const char* text, KzResult /*code*/) override { lines.emplace_back(text); }
+    std::vector<std::string> lines;
+};
+
+PyMethodDef functions[] = {{"getQWidget", kzGetQWidgetFunction, METH_VARARGS, nullptr}, {nullptr, nullptr, 0, nullptr}};
+
+// The pending exception as "Type: text", which is then no longer pending; empty when there is none.
+std::string takeException() {
+    if (PyErr_Occurred() == nullptr) return {};
+    const KzException exception = KzException::fetch();
+    return kzExceptionName(exception.type, exception.value) + ": " + kzStringOf(exception.value);
+}
+
+// Objects that Qt made and Python knows nothing of, by the library's own constructors. The longest of them is shorter
+// than the room that it is given.
+constexpr const char* makeNative = R"(
+import ctypes
+from PySide2 import QtWidgets
+qt = ctypes.CDLL(QtWidgets.__file__)
+application = QtWidgets.QApplication([])
+rooms = []
+
+def make(constructor):
+    rooms.append(ctypes.create_string_buffer(512))
+    getattr(qt, constructor)(rooms[-1], None)
+    return ctypes.addressof(rooms[-1])
+
+def unmake(destructor, address):
+    getattr(qt, destructor)(ctypes.c_void_p(address))
+)";
+
+class Widgets : public testing::Test {
+protected:
+    Widgets() {
+        setenv("QT_QPA_PLATFORM", "offscreen", 1);
+        setenv("XDG_RUNTIME_DIR", testing::TempDir().c_str(), 1);
+        Py_NoSiteFlag = 1;
+        Py_InitializeEx(0);
+        Py_InitModule("kz", functions);
+        kzSetTracing(true);
+        m_scope = std::make_unique<COutputScope>(traced);
+        names = PyModule_GetDict(PyImport_AddModule("__main__"));
+        run("import kz, sys");
+    }
+    ~Widgets() override {
+        m_scope.reset();
+        Py_Finalize();
+    }
+
+    // The exception that the statements end with; empty when they end well.
+    std::string run(const char* source) {
+        const CPyRefNull done(PyRun_String(source, Py_file_input, names, names));
+        return takeException();
+    }
+    // The value of an expression, or its exception.
+    std::string value(const char* source) {
+        const CPyRefNull result(PyRun_String(source, Py_eval_input, names, names));
+        const std::string exception = takeException();
+        return exception.empty() ? kzStringOf(result) : exception;
+    }
+
+    TraceLines traced;
+    PyObject* names;
+
+private:
+    std::unique_ptr<COutputScope> m_scope;
+};
+
+// PySide2 as set-up unpacks it. Where it is missing, set-up has said so.
+class WidgetsOfPySide2 : public Widgets {
+protected:
+    void SetUp() override {
+#ifdef Py_REF_DEBUG
+        GTEST_SKIP() << "the interpreter's debug build cannot load PySide2";
+#endif
+        const std::string folder = KZ_SOURCE_DIR "/build/pyside2";
+        if (!std::filesystem::exists(folder + "/PySide2/QtWidgets.so")) GTEST_SKIP() << "there is no PySide2";
+        ASSERT_EQ(run(("sys.path.insert(0, '" + folder + "')").c_str()), "");
+    }
+    void makeNativeOnes() { ASSERT_EQ(run(makeNative), ""); }
+};
+
+}  // namespace
+
+TEST_F(Widgets, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
+    struct {
+        const char* prepare;
+        bool tracing;
+    } const cases[] = {
+        {"", true},
+        {"", false},
+        {"sys.modules['shiboken2'] = type(sys)('shiboken2')", true},  // a module without a library
+        {"sys.modules['shiboken2'].__file__ = '/nowhere/shiboken2.so'", true},
+        {"import _ctypes; sys.modules['shiboken2'] = _ctypes", true},  // a library, but another one
+    };
+    for (const auto& one : cases) {
+        ASSERT_EQ(run(one.prepare), "");
+        kzSetTracing(one.tracing);
+        traced.lines.clear();
+        kzImportWidgets();
+        EXPECT_EQ(takeException(), "RuntimeError: could not import PySide2.QtCore") << one.prepare;
+        EXPECT_EQ(value("kz.getQWidget(16), kz.getQWidget(0)"), "(None, None)") << one.prepare;
+        const std::string line = "pyside2_import: could not import PySide2.QtCore at 1";
+        EXPECT_EQ(traced.lines, std::vector<std::string>(one.tracing ? 2 : 0, line)) << one.prepare;
+    }
+}
+
+TEST_F(WidgetsOfPySide2, ImportThatFailsHalfWay) {
+    ASSERT_EQ(run("sys.modules['PySide2.QtWidgets'] = None"), "");
+    kzImportWidgets();
+    EXPECT_EQ(takeException(), "RuntimeError: could not import PySide2.QtWidgets");
+    EXPECT_EQ(traced.lines, std::vector<std::string>{"pyside2_import: could not import PySide2.QtWidgets at 1"});
+    EXPECT_EQ(value("kz.getQWidget(16)"), "None");
+    // The next call tries again.
+    ASSERT_EQ(run("del sys.modules['PySide2.QtWidgets']"), "");
+    makeNativeOnes();
+    ASSERT_EQ(run("address = make('_ZN11QPushButtonC1EP7QWidget')"), "");
+    EXPECT_EQ(value("type(kz.getQWidget(address)).__name__"), "QPushButton");
+    EXPECT_EQ(run("unmake('_ZN11QPushButtonD1Ev', address)"), "");
+}
+
+TEST_F(WidgetsOfPySide2, NativeWidgetBecomesAnObjectOfItsClass) {
+    kzImportWidgets();
+    ASSERT_EQ(takeException(), "");
+    ASSERT_EQ(traced.lines, std::vector<std::string>());
+    makeNativeOnes();
+    EXPECT_EQ(run(R"(
+address = make('_ZN11QPushButtonC1EP7QWidget')
+button = kz.getQWidget(address)
+assert type(button) is QtWidgets.QPushButton, type(button)
+assert kz.getQWidget(long(address), 'ignored') is button
+
+clicks = []
+button.setCheckable(True)
+button.clicked.connect(lambda checked: clicks.append(checked))
+button.click()
+application.processEvents()
+assert clicks == [True], clicks
+assert qt._ZNK15QAbstractButton9isCheckedEv(ctypes.c_void_p(address)) & 1  # Qt itself has seen it
+
+# Python owns nothing of it: the widget lives on without its object.
+references = sys.getrefcount(button)
+kz.getQWidget(address)
+assert sys.getrefcount(button) == references
+del button
+assert qt._ZNK15QAbstractButton9isCheckedEv(ctypes.c_void_p(address)) & 1
+assert kz.getQWidget(address).isChecked()
+unmake('_ZN11QPushButtonD1Ev', address)
+)"),
+              "");
+}
+
+TEST_F(WidgetsOfPySide2, ArgumentsThatAreNoWidget) {
+    makeNativeOnes();
+    ASSERT_EQ(run("address = make('_ZN6QTimerC1EP7QObject')\n"
+                  "blank = ctypes.create_string_buffer(64)\n"),
+              "");
+    const std::string needs = "TypeError: getQWidget() needs the address of a widget as an integer, not ";
+    struct {
+        const char* call;
+        std::string expected;
+    } const cases[] = {
+        {"kz.getQWidget()", needs + "nothing"},
+        {"kz.getQWidget('1')", needs + "str"},
+        {"kz.getQWidget(1.0)", needs + "float"},
+        {"kz.getQWidget(None)", needs + "NoneType"},
+        {"kz.getQWidget(0L)", "None"},
+        {"kz.getQWidget(1 << 64)", "OverflowError: long int too large to convert"},
+        {"kz.getQWidget(-8)", "ValueError: getQWidget() found no widget at 0xfffffffffffffff8"},
+        {"kz.getQWidget(4096)", "ValueError: getQWidget() found no widget at 0x1000"},
+        {"kz.getQWidget(12345)", "ValueError: getQWidget() found no widget at 0x3039"},
+        {"kz.getQWidget(id(sys))", value("'ValueError: getQWidget() found no widget at 0x%x' % id(sys)")},
+        {"kz.getQWidget(ctypes.addressof(blank))",
+         value("'ValueError: getQWidget() found no widget at 0x%x' % ctypes.addressof(blank)")},
+        // An object of Qt's, but no widget.
+        {"kz.getQWidget(address)", value("'ValueError: getQWidget() found no widget at 0x%x' % address")},
+    };
+    for (const auto& one : cases) EXPECT_EQ(value(one.call), one.expected) << one.call;
+    EXPECT_EQ(run("unmake('_ZN6QTimerD1Ev', address)"), "");
+}
