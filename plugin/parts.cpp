@@ -11,6 +11,7 @@
 #include "serve/bless.h"
 #include "wrap/registration.h"
 #include "wrap/result_codes.h"
+#include "wrap/widget_bridge.h"
 
 namespace {
 
@@ -42,6 +43,7 @@ PyMethodDef functions[] = {
     {"lastResult", kzLastResultFunction, METH_VARARGS,
      "Get the result code from the last service or object method called."},
     {"extract", kzExtractFunction, METH_VARARGS, "Extract the Python object referenced from a COM object wrapper."},
+    {"getQWidget", kzGetQWidgetFunction, METH_VARARGS, "Converts a PyLong object to a PySide QWidget"},
     {nullptr, nullptr, 0, nullptr},
 };
 
@@ -67,7 +69,7 @@ void kzComposeParts() {
     parts.types = types;
     parts.addSubmodules = addSubmodules;
     parts.installStreams = kzInstallStreams;
-    parts.importWidgets = [] {};
+    parts.importWidgets = kzImportWidgets;
     parts.releaseServers = kzReleaseServers;
     parts.forgetPython = forgetPython;
     kzSetParts(parts);
