@@ -48,6 +48,7 @@ install_optional_parts() {
     install_optional "'./dev lint' cannot analyse sources" clang-tidy
     install_optional "'./dev lint' cannot check scripts" shellcheck
     install_optional "coverage cannot be reported" gcovr
+    install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
     pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
         say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
 }

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -96,6 +98,8 @@ protected:
 #endif
         const std::string folder = KZ_SOURCE_DIR "/build/pyside2";
         if (!std::filesystem::exists(folder + "/PySide2/QtWidgets.so")) GTEST_SKIP() << "there is no PySide2";
+        for (const char* needed : {"libGL.so.1", "libgthread-2.0.so.0", "libfontconfig.so.1", "libXext.so.6"})
+            if (dlopen(needed, RTLD_LAZY) == nullptr) GTEST_SKIP() << "PySide2 needs " << needed;
         ASSERT_EQ(run(("sys.path.insert(0, '" + folder + "')").c_str()), "");
     }
     void makeNativeOnes() { ASSERT_EQ(run(makeNative), ""); }
