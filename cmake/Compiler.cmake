@@ -20,10 +20,16 @@ target_compile_options(kz_options INTERFACE -Wall -Wextra -Wpedantic)
 
 set(KZ_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefined or thread")
 if(KZ_SANITIZE)
+    add_compile_options(-fsanitize=${KZ_SANITIZE} -fno-omit-frame-pointer)
     # Instrumented code confuses g++'s flow analysis, which then reports values as uninitialised that are not.
-    add_compile_options(-fsanitize=${KZ_SANITIZE} -fno-omit-frame-pointer -Wno-maybe-uninitialized)
+    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     add_link_options(-fsanitize=${KZ_SANITIZE})
 endif()
 if(KZ_SANITIZE MATCHES "undefined")
     add_compile_options(-fno-sanitize-recover=undefined)
+endif()
+
+option(KZ_LIBFUZZER "Instrument for libFuzzer, which needs Clang" OFF)
+if(KZ_LIBFUZZER)
+    add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

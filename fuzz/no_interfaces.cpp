@@ -1,0 +1,4 @@
+// The tables of wrapped interfaces, empty: what is fuzzed here needs none, and is built without them.
+#include "wrap/registration.h"
+
+const std::span<const KzHeaderRows* const> kzHeaders;
