@@ -85,9 +85,23 @@ private:
         }
     }
 
+    // Comments and texts go into sources of several languages: in all of them one byte of ASCII is one character.
+    void checkCharacters(size_t start, size_t end) {
+        for (size_t at = start; at < end; ++at) {
+            const auto c = static_cast<unsigned char>(m_text[at]);
+            if ((c >= ' ' && c <= '~') || c == '\t' || c == '\r') {
+                continue;
+            }
+            m_errors.error({&m_file, m_line, static_cast<uint32_t>(at - m_lineStart) + 1},
+                           fmt::format("byte 0x{:02X}", c), "characters of ASCII");
+            return;
+        }
+    }
+
     void comment() {
         const Place at = here();
         const size_t end = std::min(m_text.find('\n', m_pos), m_text.size());
+        checkCharacters(m_pos, end);
         m_out.comments.add(m_line, at.column, !m_lineHasCode, trimmed(m_text.substr(m_pos + 2, end - m_pos - 2)));
         m_pos = end;
     }
@@ -117,6 +131,7 @@ private:
 
     void text() {
         const Place at = here();
+        const size_t start = m_pos;
         std::string value;
         ++m_pos;
         while (peek() != '"') {
@@ -127,6 +142,7 @@ private:
             }
             value += peek() == '\\' ? escape() : m_text[m_pos++];
         }
+        checkCharacters(start, m_pos);
         ++m_pos;
         emit(TokenKind::Text, at, std::move(value));
     }
@@ -149,6 +165,7 @@ private:
         const size_t end = m_text.find_first_of("'\n", m_pos + 1);
         const bool closed = end != std::string_view::npos && m_text[end] == '\'';
         const size_t stop = std::min(end, m_text.size());
+        checkCharacters(m_pos, stop);
         std::string value(m_text.substr(m_pos + 1, stop - m_pos - 1));
         if (!closed || value.size() != 4) {
             m_errors.error(at, fmt::format("'{}'", value), "a code of four characters such as 'EXEC'");

@@ -30,13 +30,26 @@ size_t editDistance(std::string_view a, std::string_view b) {
     return row.back();
 }
 
+// Keeps an error on its line, and a terminal in its mode, whatever the description holds.
+std::string printable(std::string_view text) {
+    std::string shown;
+    for (const char c : text) {
+        if (c >= ' ' && c <= '~') {
+            shown += c;
+        } else {
+            shown += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
+        }
+    }
+    return shown;
+}
+
 }  // namespace
 
 std::string toString(const Place& place) { return fmt::format("{}:{}:{}", place.file->path, place.line, place.column); }
 
 void Diagnostics::error(const Place& place, std::string_view found, std::string_view expected) {
     m_entries.push_back(
-        {place.file->path, place.line, place.column, fmt::format("found {}, expected {}", found, expected)});
+        {place.file->path, place.line, place.column, printable(fmt::format("found {}, expected {}", found, expected))});
 }
 
 std::string Diagnostics::text() const {

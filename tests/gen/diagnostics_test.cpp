@@ -56,6 +56,11 @@ TEST(Diagnostics, Words) {
         {"const i_A = 'EXE';", "3:13 'EXE' | a code of four characters such as 'EXEC'"},
         {"const i_A = 1; # no", "3:16 '#' | a name, a number, a text or punctuation\n"
                                 "3:18 'no' | 'interface', 'service', 'const', 'code' or 'error'"},
+        {"// caf\xC3\xA9\n;",
+         "3:7 byte 0xC3 | characters of ASCII\n4:1 ';' | 'interface', 'service', 'const', 'code' or 'error'"},
+        {"const s_A = \"\xFF\" ;\nconst i_B = '\x01xxx';",
+         "3:14 byte 0xFF | characters of ASCII\n4:14 byte 0x01 | characters of ASCII"},
+        {R"("a\n";)", R"(3:1 the text "a\x0A" | 'interface', 'service', 'const', 'code' or 'error')"},
         {"\tconst i_A = 1;", "3:1 byte 0x09 | blanks for indentation"},
         {"// " + std::string(120, 'x') + "\nconst i_A = 1;", "3:121 a line of 123 columns | at most 120"},
     });
