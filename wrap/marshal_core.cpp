@@ -6,10 +6,10 @@
 #include "wrap/result_codes.h"
 #include "wrap/storage_buffer.h"
 
-#include "kz/base/global_cache.h"
 #include "kz/guid.h"
 
 #include <cstdarg>
+#include <cstring>
 
 namespace {
 
@@ -90,11 +90,6 @@ template <class Number> PyObject* makeRows(const Number* numbers, Py_ssize_t row
     return makeTuple(rows, [=](Py_ssize_t row) { return makeNumbers(numbers + row * columns, columns); });
 }
 
-IKzGUIDService* guidService() noexcept {
-    CKzGlobalCache* cache = CKzGlobalCache::current();
-    return cache != nullptr ? static_cast<IKzGUIDService*>(cache->service(KZu_GUIDSERVICE)) : nullptr;
-}
-
 void releaseAll(std::vector<PyObject*>& objects) noexcept {
     for (PyObject* object : objects) Py_DECREF(object);
     objects.clear();
@@ -158,9 +153,10 @@ PyObject* kzMakeArrayView(void* memory) noexcept { return kzNewStorageView(memor
 
 KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept {
     if (!PyString_Check(text)) return KZe_FAILED;
-    CKzUser_GUIDService service;
-    service.take(guidService());
-    return service && kzSucceeded(service->FromText(PyString_AS_STRING(text), &guid)) ? KZe_OK : KZe_FAILED;
+    const char* characters = PyString_AS_STRING(text);
+    if (std::strlen(characters) != static_cast<std::size_t>(PyString_GET_SIZE(text))) return KZe_FAILED;
+    const CKzUser_GUIDService service;
+    return service && kzSucceeded(service->FromText(characters, &guid)) ? KZe_OK : KZe_FAILED;
 }
 
 CStoragePin::~CStoragePin() {
@@ -195,7 +191,8 @@ KzResult CHintTable::read(PyObject* dictionary) noexcept {
         kzNonNull(items.get());
         for (Py_ssize_t index = 0; index < PyList_GET_SIZE(items.get()); ++index) {
             PyObject* item = PyList_GET_ITEM(items.get(), index);
-            if (const KzResult code = add(PyTuple_GET_ITEM(item, 0), PyTuple_GET_ITEM(item, 1)); kzFailed(code)) return code;
+            if (const KzResult code = add(PyTuple_GET_ITEM(item, 0), PyTuple_GET_ITEM(item, 1)); kzFailed(code))
+                return code;
         }
         m_rows.push_back({0, nullptr});
         return KZe_OK;
@@ -212,8 +209,8 @@ KzResult CBlockTable::add(PyObject* pair) {
     if (PyErr_Occurred() != nullptr) return KZe_FAILED;
     m_bytes.push_back(bytes);
     Py_INCREF(bytes);
-    m_blocks.push_back(
-        {static_cast<std::uint32_t>(id), static_cast<std::uint32_t>(PyString_GET_SIZE(bytes)), PyString_AS_STRING(bytes)});
+    m_blocks.push_back({static_cast<std::uint32_t>(id), static_cast<std::uint32_t>(PyString_GET_SIZE(bytes)),
+                        PyString_AS_STRING(bytes)});
     return KZe_OK;
 }
 

@@ -194,7 +194,10 @@ template <> inline PyObject* makeValue(bool value) noexcept { return PyBool_From
 template <> inline PyObject* makeValue(float value) noexcept { return PyFloat_FromDouble(value); }
 template <> inline PyObject* makeValue(double value) noexcept { return PyFloat_FromDouble(value); }
 template <> inline PyObject* makeValue(const char* value) noexcept { return kzMakeString(value); }
-inline PyObject* makePointer(const void* value) noexcept { return PyLong_FromVoidPtr(const_cast<void*>(value)); }
+// Always a long: the interpreter's own function makes an int of most pointers.
+inline PyObject* makePointer(const void* value) noexcept {
+    return PyLong_FromUnsignedLong(reinterpret_cast<std::uintptr_t>(value));
+}
 
 template <class Value> struct OutValue : OutputBase {
     Value value{};
@@ -249,9 +252,7 @@ template <class Vector> struct OutVector : OutputBase {
 template <class Matrix> struct OutMatrix : OutputBase {
     Matrix matrix{};
     auto pass() noexcept { return std::tuple<Matrix*>(&matrix); }
-    PyObject* make(Types&) noexcept {
-        return kzMakeRows(&matrix.m[0][0], std::size(matrix.m), std::size(matrix.m[0]));
-    }
+    PyObject* make(Types&) noexcept { return kzMakeRows(&matrix.m[0][0], std::size(matrix.m), std::size(matrix.m[0])); }
 };
 
 struct OutBounds : OutputBase {
