@@ -17,6 +17,7 @@ const std::vector<Part>& parts() {
         {"wrap", "wrapper types, constants and result codes of the kz module", &emitWrap},
         {"serve", "adapters that forward the host's calls to Python", &emitServe},
         {"kzifc", "Python base classes of servers", &emitKzifc},
+        {"recorder", "recording implementations of all wrapped interfaces, for tests", &emitRecorder},
         {"docs", "HTML reference of the SDK as Python sees it", &emitDocs},
     };
     return all;

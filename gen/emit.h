@@ -46,5 +46,6 @@ void emitWrap(const Model& model, Output& output);
 void emitServe(const Model& model, Output& output);
 void emitDocs(const Model& model, Output& output);
 void emitKzifc(const Model& model, Output& output);
+void emitRecorder(const Model& model, Output& output);
 
 }  // namespace kzgen

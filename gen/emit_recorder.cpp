@@ -1,0 +1,147 @@
+// Part "recorder", for tests: an implementation of every wrapped interface that records its calls, and a table in Python
+// of what there is to call.
+#include <iterator>
+#include <map>
+
+#include <fmt/format.h>
+
+#include "cpp_view.h"
+#include "emit.h"
+#include "python_view.h"
+
+namespace kzgen {
+
+namespace {
+
+using Text = std::back_insert_iterator<std::string>;
+
+template <class Visit> void eachWrapped(const Model& model, Visit&& visit) {
+    for (const Header& header : model.headers) {
+        for (const Interface& each : header.interfaces) {
+            if (each.wrapped) {
+                visit(each);
+            }
+        }
+    }
+}
+
+bool isAddress(Kind kind) { return kind == Kind::Pointer || kind == Kind::Id || isArray(kind); }
+
+// How the recorder is told of one parameter.
+std::string step(const Parameter& parameter) {
+    if (parameter.type.kind == Kind::Text) {
+        return fmt::format(".text({0}, {0}Length)", parameter.name);
+    }
+    const bool address = isAddress(parameter.type.kind);
+    const char* name = parameter.output ? (address ? "outAddress" : "out") : (address ? "address" : "in");
+    return fmt::format(".{}({})", name, parameter.name);
+}
+
+std::string lastStep(const Type& returns) {
+    switch (returns.kind) {
+    case Kind::Result: return ".code()";
+    case Kind::Void: return ".nothing()";
+    default: return fmt::format(".{}<{}>()", isAddress(returns.kind) ? "returnAddress" : "value", returnType(returns));
+    }
+}
+
+void emitClass(const Interface& each, Text out) {
+    fmt::format_to(out, "struct CRecorder_{0} final : CKzSlot<IKz{0}> {{\n    using CKzSlot<IKz{0}>::CKzSlot;\n",
+                   each.stem());
+    for (const Method& method : each.methods) {
+        std::string steps;
+        for (const Parameter& parameter : method.parameters) {
+            steps += step(parameter);
+        }
+        fmt::format_to(out, "    {0} {1}({2}) override {{ return CRecord(this, \"{3}.{1}\"){4}{5}; }}\n",
+                       returnType(method.returns), method.name, parameterList(method, Names::Declared), each.stem(),
+                       steps, lastStep(method.returns));
+    }
+    fmt::format_to(out, "}};\n\n");
+}
+
+std::string recordersText(const Model& model) {
+    std::string text = openingLines("//", "Recording implementations of all wrapped interfaces.", model);
+    const Text out = std::back_inserter(text);
+    fmt::format_to(out, "#include \"tests/wrap/recorder.h\"\n\n#include \"kz/all.h\"\n\nnamespace {{\n\n");
+    eachWrapped(model, [&](const Interface& each) { emitClass(each, out); });
+    fmt::format_to(out, "constexpr KzRecorderRow rows[] = {{\n");
+    eachWrapped(model, [&](const Interface& each) {
+        fmt::format_to(out, "    {{\"{0}\", &KZu_{1}, kzMakeRecord<CRecorder_{0}>}},\n", each.stem(), each.symbol);
+    });
+    fmt::format_to(out, "}};\n\n}}  // namespace\n\nconst std::span<const KzRecorderRow> kzRecorders(rows);\n");
+    return text;
+}
+
+// The kind as the description writes it; of an object that Python gets, the name of its wrapper.
+std::string kindText(const Model& model, const Type& type) {
+    const std::string name(info(type.kind).name);
+    if (type.kind == Kind::Object && !type.name.empty()) {
+        return name + ":" + model.wrapperName(type);
+    }
+    return isArray(type.kind) ? name + "[]" : name;
+}
+
+std::string pairs(const Model& model, const std::vector<const Parameter*>& parameters) {
+    std::string text;
+    for (const Parameter* parameter : parameters) {
+        text += fmt::format("('{}', '{}'), ", kindText(model, parameter->type), parameter->name);
+    }
+    return "[" + text + "]";
+}
+
+void emitConstants(const Model& model, Text out) {
+    std::map<std::string, std::string> symbols;
+    std::map<std::string, std::string> results;
+    for (const Header& header : model.headers) {
+        for (const Interface& each : header.interfaces) {
+            symbols["u_" + each.symbol] = pythonLiteral(each.guid.text);
+            if (each.server) {
+                symbols["a_" + each.symbol] = pythonLiteral(*each.server);
+            }
+        }
+        for (const Constant& constant : header.constants) {
+            symbols[constant.name] = pythonLiteral(constant.value);
+        }
+        for (const Code& code : header.codes) {
+            symbols[code.symbol()] = pythonLiteral(code);
+            results[code.name] = fmt::format("0x{:X}L", code.value);
+        }
+    }
+    for (const auto& [title, values] : {std::pair("SYMBOLS", &symbols), std::pair("RESULTS", &results)}) {
+        fmt::format_to(out, "\n{} = {{\n", title);
+        for (const auto& [name, value] : *values) {
+            fmt::format_to(out, "    '{}': {},\n", name, value);
+        }
+        fmt::format_to(out, "}}\n");
+    }
+}
+
+std::string manifestText(const Model& model) {
+    std::string text = openingLines("#",
+                                    "Every wrapped type: C++ stem, Python name, whether it is a service, and its "
+                                    "methods with what they return, take and give; every constant and code.",
+                                    model);
+    const Text out = std::back_inserter(text);
+    fmt::format_to(out, "TYPES = [\n");
+    eachWrapped(model, [&](const Interface& each) {
+        fmt::format_to(out, "    ('{}', '{}', {}, [\n", each.stem(), each.name, each.service ? "True" : "False");
+        for (const Method& method : each.methods) {
+            fmt::format_to(out, "        ('{}', '{}', {}, {}),\n", method.name, kindText(model, method.returns),
+                           pairs(model, method.inputs()), pairs(model, method.outputs()));
+        }
+        fmt::format_to(out, "    ]),\n");
+    });
+    fmt::format_to(out, "]\n");
+    emitConstants(model, out);
+    return text;
+}
+
+}  // namespace
+
+void emitRecorder(const Model& model, Output& output) {
+    output.write("recorders.cpp", recordersText(model));
+    output.write("manifest.py", manifestText(model));
+}
+
+}  // namespace kzgen

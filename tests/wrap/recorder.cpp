@@ -1,0 +1,323 @@
+// Recording objects and the Python module that drives them.
+#include "tests/wrap/recorder.h"
+
+#include "module/error_report.h"
+#include "module/py_lock.h"
+#include "module/py_ref.h"
+
+#include "kz/result.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+// A hint table for the host to hand out; its texts stay as long as it does.
+struct Hints {
+    std::vector<KzTextValueHint> rows;
+    std::vector<std::string> texts;
+};
+
+struct Recorder {
+    PyObject* calls = nullptr;    // a list
+    PyObject* answers = nullptr;  // a tuple
+    PyObject* during = nullptr;
+    KzResult code = KZe_OK;
+    IKzUnknown* service = nullptr;
+    KzGuid serviceId{};
+    Hints hints;
+    std::map<std::string, std::unique_ptr<CKzStaticPolymorph>> polymorphs;
+};
+
+Recorder& recorder() {
+    static auto* const theRecorder = new Recorder();  // outlives Python
+    return *theRecorder;
+}
+
+void replace(PyObject*& place, PyObject* borrowed) {
+    Py_XINCREF(borrowed);
+    const CPyRefNull old(std::exchange(place, borrowed));
+}
+
+IKzUnknown* make(const KzRecorderRow& row) {
+    std::unique_ptr<CKzStaticPolymorph>& polymorph = recorder().polymorphs[row.stem];
+    if (!polymorph) {
+        polymorph = std::make_unique<CKzStaticPolymorph>(&recorder());
+        polymorph->nameOnce(row.stem);
+        polymorph->append(row.makeRecord(*row.iid));
+    }
+    return polymorph->spawn(row.iid);
+}
+
+void callDuring() {
+    CPyRefNull callable(std::exchange(recorder().during, nullptr));
+    if (callable.get() == nullptr) return;
+    const CPyLock lock;  // as every entry of a host into Python
+    const CPyRefNull result(PyObject_CallObject(callable, nullptr));
+    if (result.get() == nullptr) {
+        ADD_FAILURE() << "a call from inside a host call raised " << kzTakeException();
+    }
+}
+
+}  // namespace
+
+std::string kzTakeException() {
+    const KzException exception = KzException::fetch();
+    return kzExceptionName(exception.type, exception.value) + ": " + kzStringOf(exception.value) + "\n" +
+           kzTracebackText(exception.traceback, "\n");
+}
+
+CRecord::CRecord(IKzUnknown* object, const char* method) : m_method(method), m_inputs(PyList_New(0)) {
+    const CPyRefNull call(Py_BuildValue("(sNO)", method, PyLong_FromVoidPtr(object), m_inputs));
+    PyList_Append(recorder().calls, call);
+    callDuring();
+}
+
+CRecord::~CRecord() { Py_DECREF(m_inputs); }
+
+CRecord& CRecord::note(PyObject* owned) {
+    const CPyRefNull item(owned);
+    if (item.get() == nullptr || PyList_Append(m_inputs, item) != 0) ADD_FAILURE() << m_method << " cannot be recorded";
+    return *this;
+}
+
+CRecord& CRecord::in(std::int32_t value) { return note(PyLong_FromLong(value)); }
+CRecord& CRecord::in(std::uint32_t value) { return note(PyLong_FromUnsignedLong(value)); }
+CRecord& CRecord::in(std::intptr_t value) { return note(PyLong_FromLong(value)); }
+CRecord& CRecord::in(float value) { return note(PyFloat_FromDouble(value)); }
+CRecord& CRecord::in(double value) { return note(PyFloat_FromDouble(value)); }
+CRecord& CRecord::in(const char* text) { return note(Py_BuildValue("z", text)); }
+CRecord& CRecord::in(const KzGuid* guid) {
+    return note(PyString_FromStringAndSize(reinterpret_cast<const char*>(guid), sizeof *guid));
+}
+CRecord& CRecord::in(IKzUnknown* object) { return address(object); }
+CRecord& CRecord::address(const void* value) {
+    return note(PyLong_FromUnsignedLong(reinterpret_cast<std::uintptr_t>(value)));
+}
+
+CRecord& CRecord::in(const KzTextValueHint* hints) {
+    PyObject* rows = PyList_New(0);
+    for (; hints->text != nullptr; ++hints) {
+        const CPyRefNull row(Py_BuildValue("(is)", hints->value, hints->text));
+        PyList_Append(rows, row);
+    }
+    return note(rows);
+}
+
+CRecord& CRecord::in(const KzBlockList* blocks) {
+    PyObject* rows = PyList_New(0);
+    for (std::uint32_t index = 0; index < blocks->count; ++index) {
+        const KzBlock& block = blocks->blocks[index];
+        const CPyRefNull row(Py_BuildValue("(Is#)", block.id, block.data, static_cast<Py_ssize_t>(block.size)));
+        PyList_Append(rows, row);
+    }
+    return note(rows);
+}
+
+CRecord& CRecord::inNumbers(const float* numbers, std::size_t count) {
+    const std::vector<double> wide(numbers, numbers + count);
+    return inNumbers(wide.data(), count);
+}
+
+CRecord& CRecord::inNumbers(const double* numbers, std::size_t count) {
+    PyObject* list = PyList_New(static_cast<Py_ssize_t>(count));
+    for (std::size_t index = 0; index < count; ++index)
+        PyList_SET_ITEM(list, static_cast<Py_ssize_t>(index), PyFloat_FromDouble(numbers[index]));
+    return note(list);
+}
+
+PyObject* CRecord::next() {
+    if (m_answer < PyTuple_GET_SIZE(recorder().answers)) return PyTuple_GET_ITEM(recorder().answers, m_answer++);
+    ADD_FAILURE() << m_method << " has no answer laid out for output " << m_answer;
+    return Py_None;
+}
+
+CRecord& CRecord::out(bool* place) { return *place = PyObject_IsTrue(next()) == 1, *this; }
+CRecord& CRecord::out(std::int32_t* place) { return *place = static_cast<std::int32_t>(PyLong_AsLong(next())), *this; }
+CRecord& CRecord::out(std::uint32_t* place) {
+    return *place = static_cast<std::uint32_t>(PyLong_AsLong(next())), *this;
+}
+CRecord& CRecord::out(std::intptr_t* place) { return *place = PyLong_AsLong(next()), *this; }
+CRecord& CRecord::out(float* place) { return *place = static_cast<float>(PyFloat_AsDouble(next())), *this; }
+CRecord& CRecord::out(double* place) { return *place = PyFloat_AsDouble(next()), *this; }
+
+CRecord& CRecord::out(const char** place) {
+    PyObject* text = next();
+    *place = text == Py_None ? nullptr : PyString_AsString(text);
+    return *this;
+}
+
+CRecord& CRecord::out(IKzUnknown** place) { return outAddress(place); }
+
+CRecord& CRecord::outAddress(void* place) {
+    std::uint64_t value = PyInt_AsUnsignedLongLongMask(next());
+    if (PyErr_Occurred() != nullptr) value = 0;
+    std::memcpy(place, &value, sizeof value);
+    return *this;
+}
+
+CRecord& CRecord::out(const KzTextValueHint** place) {
+    PyObject* rows = next();
+    *place = nullptr;
+    if (rows == Py_None) return *this;
+    Hints& hints = recorder().hints;
+    hints = {};
+    for (Py_ssize_t index = 0; index < PyList_Size(rows); ++index)
+        hints.texts.emplace_back(PyString_AsString(PyTuple_GetItem(PyList_GetItem(rows, index), 1)));
+    for (Py_ssize_t index = 0; index < PyList_Size(rows); ++index) {
+        const long value = PyInt_AsLong(PyTuple_GetItem(PyList_GetItem(rows, index), 0));
+        hints.rows.push_back({static_cast<std::int32_t>(value), hints.texts[static_cast<std::size_t>(index)].c_str()});
+    }
+    hints.rows.push_back({0, nullptr});
+    *place = hints.rows.data();
+    return *this;
+}
+
+// As a host does it: what fits is written, and too short a buffer is told where there is a code to tell it by.
+CRecord& CRecord::text(char* buffer, std::uint32_t length) {
+    PyObject* text = next();
+    const std::string value(PyString_AsString(text), static_cast<std::size_t>(PyString_Size(text)));
+    m_short = m_short || value.size() >= length;
+    std::strncpy(buffer, value.c_str(), length - 1);
+    buffer[length - 1] = '\0';
+    return *this;
+}
+
+CRecord& CRecord::outNumbers(float* numbers, std::size_t count) {
+    PyObject* values = next();
+    for (std::size_t index = 0; index < count; ++index)
+        numbers[index] = static_cast<float>(PyFloat_AsDouble(PyList_GetItem(values, static_cast<Py_ssize_t>(index))));
+    return *this;
+}
+
+CRecord& CRecord::outNumbers(double* numbers, std::size_t count) {
+    PyObject* values = next();
+    for (std::size_t index = 0; index < count; ++index)
+        numbers[index] = PyFloat_AsDouble(PyList_GetItem(values, static_cast<Py_ssize_t>(index)));
+    return *this;
+}
+
+KzResult CRecord::code() {
+    nothing();
+    return m_short ? KZe_SHORTBUFFER : recorder().code;
+}
+
+void CRecord::nothing() {
+    if (PyErr_Occurred() == nullptr) return;
+    ADD_FAILURE() << m_method << " cannot give the answers laid out: " << kzTakeException();
+}
+
+IKzUnknown* kzRecordingService(const KzGuid& iid) {
+    return iid == recorder().serviceId ? std::exchange(recorder().service, nullptr) : nullptr;
+}
+
+namespace {
+
+const KzRecorderRow* findRow(PyObject* args) {
+    const char* stem = nullptr;
+    if (PyArg_ParseTuple(args, "s", &stem) == 0) return nullptr;
+    for (const KzRecorderRow& row : kzRecorders)
+        if (std::strcmp(row.stem, stem) == 0) return &row;
+    PyErr_Format(PyExc_KeyError, "no interface %s", stem);
+    return nullptr;
+}
+
+PyObject* makeFunction(PyObject* /*self*/, PyObject* args) {
+    const KzRecorderRow* row = findRow(args);
+    return row != nullptr ? PyLong_FromVoidPtr(make(*row)) : nullptr;
+}
+
+PyObject* releaseFunction(PyObject* /*self*/, PyObject* args) {
+    Py_ssize_t address = 0;
+    if (PyArg_ParseTuple(args, "n", &address) == 0) return nullptr;
+    reinterpret_cast<IKzUnknown*>(address)->Release();
+    Py_RETURN_NONE;
+}
+
+PyObject* answerFunction(PyObject* /*self*/, PyObject* args) {
+    unsigned int code = 0;
+    PyObject* values = nullptr;
+    if (PyArg_ParseTuple(args, "IO!", &code, &PyTuple_Type, &values) == 0) return nullptr;
+    recorder().code = code;
+    replace(recorder().answers, values);
+    Py_RETURN_NONE;
+}
+
+PyObject* callsFunction(PyObject* /*self*/, PyObject* /*args*/) {
+    return std::exchange(recorder().calls, PyList_New(0));
+}
+
+PyObject* duringFunction(PyObject* /*self*/, PyObject* args) {
+    PyObject* callable = nullptr;
+    if (PyArg_ParseTuple(args, "O", &callable) == 0) return nullptr;
+    replace(recorder().during, callable == Py_None ? nullptr : callable);
+    Py_RETURN_NONE;
+}
+
+PyObject* serveFunction(PyObject* /*self*/, PyObject* args) {
+    const KzRecorderRow* row = findRow(args);
+    if (row == nullptr) return nullptr;
+    // Made beforehand: making an object asks the host for services, too.
+    recorder().service = make(*row);
+    recorder().serviceId = *row->iid;
+    return PyLong_FromVoidPtr(recorder().service);
+}
+
+PyObject* aliveFunction(PyObject* /*self*/, PyObject* /*args*/) {
+    return Py_BuildValue("(Is)", kzLiveInstanceCount(), kzLiveInstanceNames().c_str());
+}
+
+// One letter after the other by hand: a call cannot be put together at run time.
+PyObject* parseFunction(PyObject* /*self*/, PyObject* arguments) {
+    const char* format = nullptr;
+    PyObject* args = nullptr;
+    if (PyArg_ParseTuple(arguments, "sO!", &format, &PyTuple_Type, &args) == 0) return nullptr;
+    union {
+        int i;
+        unsigned int u;
+        Py_ssize_t n;
+        float f;
+        double d;
+        const char* z;
+        PyObject* o;
+    } target{};
+    const bool parsed = (*format != '\0' ? PyArg_ParseTuple(args, format, &target) : PyArg_ParseTuple(args, "")) != 0;
+    if (!parsed) return nullptr;
+    switch (*format) {
+    case 'i': return PyLong_FromLong(target.i);
+    case 'I': return PyLong_FromUnsignedLong(target.u);
+    case 'n': return PyLong_FromSsize_t(target.n);
+    case 'f': return PyFloat_FromDouble(target.f);
+    case 'd': return PyFloat_FromDouble(target.d);
+    case 'z': return Py_BuildValue("z", target.z);
+    case 'O': Py_INCREF(target.o); return target.o;
+    default: Py_RETURN_NONE;
+    }
+}
+
+PyObject* failFunction(PyObject* /*self*/, PyObject* args) {
+    const char* text = nullptr;
+    if (PyArg_ParseTuple(args, "s", &text) == 0) return nullptr;
+    ADD_FAILURE() << text;
+    Py_RETURN_NONE;
+}
+
+PyMethodDef functions[] = {
+    {"make", makeFunction, METH_VARARGS, nullptr},     {"release", releaseFunction, METH_VARARGS, nullptr},
+    {"answer", answerFunction, METH_VARARGS, nullptr}, {"calls", callsFunction, METH_VARARGS, nullptr},
+    {"during", duringFunction, METH_VARARGS, nullptr}, {"serve", serveFunction, METH_VARARGS, nullptr},
+    {"alive", aliveFunction, METH_VARARGS, nullptr},   {"parse", parseFunction, METH_VARARGS, nullptr},
+    {"fail", failFunction, METH_VARARGS, nullptr},     {nullptr, nullptr, 0, nullptr},
+};
+
+}  // namespace
+
+void kzAddRecorderModule() {
+    Py_InitModule("recorder", functions);
+    recorder().calls = PyList_New(0);
+    recorder().answers = PyTuple_New(0);
+}

@@ -1,0 +1,113 @@
+// What generated recording objects are made of. Each call of one notes what it was given, as Python objects, and answers
+// with what a test has laid out for it. The conversions are the recorder's own: nothing of the marshalling is used.
+#pragma once
+
+#include "module/python.h"
+
+#include "kz/base/polymorph.h"
+
+#include <span>
+#include <string>
+#include <type_traits>
+
+struct KzRecorderRow {
+    const char* stem;
+    const KzGuid* iid;
+    std::unique_ptr<CKzInterfaceRecord> (*makeRecord)(const KzGuid& iid);
+};
+
+// One for each wrapped interface and service; the generator writes them.
+extern const std::span<const KzRecorderRow> kzRecorders;
+
+// One call under way. The generated method names its inputs, then its outputs, then what it returns.
+class CRecord {
+public:
+    CRecord(IKzUnknown* object, const char* method);
+    ~CRecord();
+    CRecord(const CRecord&) = delete;
+    CRecord& operator=(const CRecord&) = delete;
+
+    CRecord& in(std::int32_t value);
+    CRecord& in(std::uint32_t value);
+    CRecord& in(std::intptr_t value);
+    CRecord& in(float value);
+    CRecord& in(double value);
+    CRecord& in(const char* text);
+    CRecord& in(const KzGuid* guid);
+    CRecord& in(IKzUnknown* object);
+    CRecord& in(const KzTextValueHint* hints);
+    CRecord& in(const KzBlockList* blocks);
+    CRecord& address(const void* value);
+    template <class Numbers> CRecord& in(const Numbers* numbers) {
+        using Number = NumberOf<Numbers>;
+        return inNumbers(reinterpret_cast<const Number*>(numbers), sizeof *numbers / sizeof(Number));
+    }
+
+    CRecord& out(bool* place);
+    CRecord& out(std::int32_t* place);
+    CRecord& out(std::uint32_t* place);
+    CRecord& out(std::intptr_t* place);
+    CRecord& out(float* place);
+    CRecord& out(double* place);
+    CRecord& out(const char** place);
+    CRecord& out(IKzUnknown** place);
+    CRecord& out(const KzTextValueHint** place);
+    CRecord& text(char* buffer, std::uint32_t length);
+    CRecord& outAddress(void* place);
+    template <class Numbers> CRecord& out(Numbers* numbers) {
+        using Number = NumberOf<Numbers>;
+        return outNumbers(reinterpret_cast<Number*>(numbers), sizeof *numbers / sizeof(Number));
+    }
+
+    KzResult code();
+    void nothing();
+    template <class Value> Value value() {
+        Value returned{};
+        out(&returned);
+        nothing();
+        return returned;
+    }
+    template <class Pointer> Pointer returnAddress() {
+        Pointer returned{};
+        outAddress(&returned);
+        nothing();
+        return returned;
+    }
+
+private:
+    template <class T>
+    static constexpr bool isSingle =
+        std::is_same_v<T, KzFVector2> || std::is_same_v<T, KzFVector3> || std::is_same_v<T, KzFVector4> ||
+        std::is_same_v<T, KzFMatrix3> || std::is_same_v<T, KzFMatrix4>;
+    template <class T> using NumberOf = std::conditional_t<isSingle<T>, float, double>;
+
+    CRecord& note(PyObject* owned);
+    CRecord& inNumbers(const float* numbers, std::size_t count);
+    CRecord& inNumbers(const double* numbers, std::size_t count);
+    CRecord& outNumbers(float* numbers, std::size_t count);
+    CRecord& outNumbers(double* numbers, std::size_t count);
+    PyObject* next();
+
+    const char* m_method;
+    PyObject* m_inputs;
+    Py_ssize_t m_answer = 0;
+    bool m_short = false;
+};
+
+// The Python module "recorder", by which scripts make recording objects, lay out answers and read what was noted:
+//   make(stem)            the address of a new object, with a reference that the caller owns
+//   release(address)      gives a reference back
+//   answer(code, values)  what the next calls answer: outputs in order, then a returned value
+//   calls()               what was noted since the last time: [(method, object's address, [input, ...]), ...]
+//   during(callable)      called inside the next host call, as a host calls back into Python; None for nothing
+//   serve(stem)           the address of a recording service that the host hands out once
+//   alive()               how many host objects are alive
+//   parse(format, args)   what the interpreter's parser makes of the arguments
+//   fail(text)            a failure of the test
+void kzAddRecorderModule();
+
+// The recording service for the identity, if a script has laid one out that nobody took yet; null otherwise.
+IKzUnknown* kzRecordingService(const KzGuid& iid);
+
+// Clears the pending exception and says what it was.
+std::string kzTakeException();

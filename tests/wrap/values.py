@@ -1,0 +1,299 @@
+"""Values of every kind of parameter: what Python passes and the host is to see, what the host answers and Python is to
+get, and what no method takes. All of it follows from the kinds alone."""
+import ctypes
+import itertools
+import struct
+import types
+
+import kz
+import recorder
+
+
+class Host(object):
+    """A recording host object, as an object that gives its interface to whoever asks."""
+
+    def __init__(self, stem):
+        self.address = recorder.make(stem)
+
+    def __peekobj__(self):
+        return self.address
+
+    def __del__(self):
+        recorder.release(self.address)
+
+
+class Sequence(object):
+    """A sequence that is neither a tuple nor a list."""
+
+    def __init__(self, items):
+        self.items = items
+
+    def __len__(self):
+        return len(self.items)
+
+    def __getitem__(self, index):
+        return self.items[index]
+
+
+def storage(letter, values):
+    made = kz.object.storage(letter, len(values))
+    made.set(values)
+    return made
+
+
+def address(buffer):
+    return ctypes.addressof(buffer)
+
+
+def narrow(value):
+    return struct.unpack('f', struct.pack('f', value))[0]
+
+
+def same(value, expected):
+    """Equal in type and value, not-a-number and signs of zero included."""
+    if isinstance(expected, Made):
+        return expected.matches(value)
+    if isinstance(expected, (tuple, list)):
+        return type(value) is type(expected) and len(value) == len(expected) and all(map(same, value, expected))
+    return type(value) is type(expected) and repr(value) == repr(expected)
+
+
+# What Python passes, and what the host is to be given.
+
+def shaped(numbers, columns, turn):
+    """The numbers as rows of so many columns, in one of the forms that a sequence can have."""
+    form = (tuple, list, Sequence)[turn % 3]
+    rows = [form(numbers[at:at + columns]) for at in range(0, len(numbers), columns)]
+    return rows[0] if len(rows) == 1 else form(rows)
+
+
+def numbers(rows, columns, single):
+    for turn in itertools.count():
+        given = [(turn + 1) * (at - 2) * (1 if turn % 4 == 3 else 0.37) for at in range(rows * columns)]
+        if turn % 4 == 3:
+            given = [int(number) for number in given]
+        seen = [narrow(number) if single else float(number) for number in given]
+        yield shaped(given, columns, turn), seen
+
+
+def texts():
+    return [('', ''), ('text', 'text'), (None, None), ('x' * 300, 'x' * 300), (u'unicode', 'unicode')]
+
+
+def guids():
+    raw = struct.pack('<IHH8B', 0x0123ABCD, 0x4567, 0x89EF, *range(0xA0, 0xA8))
+    return [(text, raw) for text in ('0123ABCD-4567-89EF-A0A1-A2A3A4A5A6A7', '0123abcd-4567-89ef-a0a1-a2a3a4a5a6a7')]
+
+
+def objects():
+    held = kz.object.Item(Host('Item')), kz.object.Unknown(Host('Value')), Host('Scene')
+    return [(each, each.__peekobj__()) for each in held] + [(None, 0), (0, 0)]
+
+
+def arrays(letter):
+    # The start of the memory shows in an interface that reads it: a storage does not tell its address.
+    return [(None, Memory(letter, None))] + [(storage(letter, each), Memory(letter, each)) for each in ([1, 2], [7, 8, 9])]
+
+
+class Memory(object):
+    """An address at which these elements are found."""
+
+    def __init__(self, letter, elements):
+        self.type = dict(f=ctypes.c_float, d=ctypes.c_double, i=ctypes.c_int, u=ctypes.c_uint, b=ctypes.c_ubyte,
+                         p=ctypes.c_void_p)[letter]
+        self.elements = elements
+
+    def __eq__(self, seen):
+        if self.elements is None:
+            return seen == 0
+        return list((self.type * len(self.elements)).from_address(seen)) == self.elements
+
+    def __ne__(self, seen):
+        return not self == seen
+
+
+SINGLES = [(0, 0.0), (1.5, 1.5), (-0.1, narrow(-0.1)), (3, 3.0), (7L, 7.0), (1e38, narrow(1e38)), (True, 1.0)]
+DOUBLES = [(0, 0.0), (1.5, 1.5), (-0.1, -0.1), (3, 3.0), (7L, 7.0), (1e308, 1e308), (float('inf'), float('inf'))]
+SIZES = [(0, 0), (5, 5), (-7L, -7), (2 ** 63 - 1, 2 ** 63 - 1), (-2 ** 63, -2 ** 63), (True, 1)]
+ADDRESSES = [(each, each % 2 ** 64) for each, _ in SIZES]
+
+INPUTS = {
+    'int': [(0, 0), (5, 5), (-7, -7), (2 ** 31 - 1, 2 ** 31 - 1), (-2 ** 31, -2 ** 31), (12L, 12), (True, 1)],
+    'uint': [(0, 0), (5, 5), (2 ** 32 - 1, 2 ** 32 - 1), (-1, 2 ** 32 - 1), (2 ** 40 + 9, 9), (-2L, 2 ** 32 - 2)],
+    'size': SIZES, 'id': ADDRESSES, 'pointer': ADDRESSES,
+    'float': SINGLES, 'double': DOUBLES, 'string': texts(), 'guid': guids(), 'object': objects(),
+    'vector2': numbers(1, 2, False), 'vector3': numbers(1, 3, False), 'vector4': numbers(1, 4, False),
+    'fvector2': numbers(1, 2, True), 'fvector3': numbers(1, 3, True), 'fvector4': numbers(1, 4, True),
+    'matrix3': numbers(3, 3, False), 'matrix4': numbers(4, 4, False),
+    'fmatrix3': numbers(3, 3, True), 'fmatrix4': numbers(4, 4, True),
+    'bounds': numbers(2, 3, False), 'quaternion': numbers(1, 4, False),
+    'float[]': arrays('f'), 'double[]': arrays('d'), 'int[]': arrays('i'), 'uint[]': arrays('u'),
+    'byte[]': arrays('b'), 'id[]': arrays('p'), 'data[]': arrays('b'),
+    'hints': [(each, [(value, str(text)) for value, text in each.items()])
+              for each in ({}, {3: 'three'}, {-1: 'less', 2 ** 31 - 1: u'most'})],
+    'blocks': [(None, []), ([], []), ([(7, 'bytes'), (2 ** 32 - 1, 'a\0b')], [(7, 'bytes'), (2 ** 32 - 1, 'a\0b')])],
+}
+
+
+def release():
+    """Lets go of every host object that is kept here."""
+    INPUTS['object'] = OUTPUTS.clear()
+
+
+# What the host answers, and what Python is to get.
+
+class Made(object):
+    """A returned object that no literal stands for."""
+
+
+class Wrapper(Made):
+    def __init__(self, name, where):
+        self.type, self.address = getattr(kz.object, name or 'Unknown'), where
+
+    def matches(self, value):
+        return type(value) is self.type and value.test() and value.__peekobj__() == self.address
+
+
+class View(Made):
+    """A storage on the host's memory, which has no type until a script sets one."""
+    bytes = ctypes.create_string_buffer('bytes', 5)
+
+    def __init__(self, null):
+        self.null = null
+
+    def matches(self, value):
+        if type(value) is not kz.object.storage or value.size() != 0:
+            return False
+        if self.null:
+            return True
+        value.setType('b')
+        value.setSize(5)
+        return value.get() == tuple(map(ord, 'bytes'))
+
+
+def nested(flat, columns):
+    rows = tuple(tuple(flat[at:at + columns]) for at in range(0, len(flat), columns))
+    return rows[0] if len(rows) == 1 else rows
+
+
+def answers(rows, columns, single):
+    for turn in itertools.count():
+        given = [(turn + 1) * (at - 2) * 0.37 for at in range(rows * columns)]
+        yield given, nested([narrow(number) if single else number for number in given], columns)
+
+
+def wrappers(name):
+    # The interface that a wrapper of no special type holds may be any.
+    stem = 'Item' if name in (None, 'Unknown') else name
+    while True:
+        where = recorder.make(stem)
+        yield where, Wrapper(name, where)
+        if name is None:
+            yield 0, None
+
+
+LONGS = [0L, 1L, -1L, 2 ** 31 - 1L, -2 ** 31 + 0L]
+UNSIGNED = [0L, 1L, 2 ** 32 - 1L, 2 ** 31 + 0L]
+WHERE = [0L, 4096L, 2 ** 48 + 1L, 2 ** 64 - 1L]
+FLOATS = [0.0, 1.5, -0.25, float('nan'), float('inf')]
+STRINGS = ['', 'text', None, 'y' * 700]
+LENGTHS = [0, 5, 511, 512, 3000]
+
+OUTPUTS = {
+    'bool': [(True, True), (False, False)],
+    'int': [(each, each) for each in LONGS], 'uint': [(each, each) for each in UNSIGNED],
+    'size': [(each, each) for each in LONGS + [2 ** 63 - 1L]],
+    'id': [(each, each) for each in WHERE], 'pointer': [(each, each) for each in WHERE],
+    'float': [(each, each) for each in FLOATS] + [(0.1, narrow(0.1))],
+    'double': [(each, each) for each in FLOATS] + [(0.1, 0.1)],
+    'string': [(each, each) for each in STRINGS], 'text': [('t' * each, 't' * each) for each in LENGTHS],
+    'vector2': answers(1, 2, False), 'vector3': answers(1, 3, False), 'vector4': answers(1, 4, False),
+    'fvector2': answers(1, 2, True), 'fvector3': answers(1, 3, True), 'fvector4': answers(1, 4, True),
+    'matrix3': answers(3, 3, False), 'matrix4': answers(4, 4, False),
+    'fmatrix3': answers(3, 3, True), 'fmatrix4': answers(4, 4, True),
+    'bounds': answers(2, 3, False), 'quaternion': answers(1, 4, False),
+    'float[]': [(address(View.bytes), View(False)), (0, View(True))],
+    'hints': [(each, each) for each in ([], [(3, 'three')], [(-1, 'less'), (1, 'more')])] + [(None, [])],
+}
+OUTPUTS['uint[]'] = OUTPUTS['data[]'] = OUTPUTS['float[]']
+
+
+def endless(table):
+    for kind, values in table.items():
+        table[kind] = values if isinstance(values, types.GeneratorType) else itertools.cycle(values)
+
+
+endless(INPUTS)
+endless(OUTPUTS)
+
+
+def argument(kind):
+    """Another pair each time, so that two parameters of one kind cannot be mistaken for each other."""
+    return next(INPUTS[kind.partition(':')[0]])
+
+
+def answer(kind):
+    name, _, wrapper = kind.partition(':')
+    if name == 'object' and kind not in OUTPUTS:
+        OUTPUTS[kind] = wrappers(wrapper or None)
+    return next(OUTPUTS[kind])
+
+
+# What no method takes, and what it raises.
+
+class Raising(object):
+    """A host object, or a sequence, that fails in its own way."""
+
+    def __peekobj__(self):
+        raise ValueError('own')
+
+    def __len__(self):
+        raise ValueError('own')
+
+
+class Nothing(object):
+    def __peekobj__(self):
+        return 0
+
+
+FAILED = RuntimeError, 'bad result: FAILED'
+INVALID = TypeError, 'invalid argument'
+NO_INTERFACE = TypeError, 'no interface'
+OWN = ValueError, 'own'
+
+
+def badly_shaped(rows, columns, no_sequence):
+    one = [0.5] * columns
+    wrong = [(one[1:], FAILED), (one + [1], FAILED), ([], FAILED), (Raising(), OWN), (one[1:] + ['x'], (TypeError, None))]
+    if rows > 1:
+        good = [one] * (rows - 1)
+        wrong = [(good + [row], error) for row, error in wrong] + [(good, FAILED), (good + [one, one], FAILED)]
+        wrong.append((good + [3], (TypeError, None)))
+    return wrong + [(each, no_sequence) for each in (5, None, object())]
+
+
+NO_INTEGER = [(each, (TypeError, None)) for each in ('1', None, 1.5, [], 1j)]
+TOO_LARGE = [(each, (OverflowError, None)) for each in (2 ** 63, -2 ** 63 - 1)]
+NO_NUMBER = [(each, (TypeError, None)) for each in ('1', None, [], 1j)]
+NO_STORAGE = [(each, INVALID) for each in ('x', [], 0, kz.object.storage)]
+
+WRONG = {
+    'int': NO_INTEGER + TOO_LARGE + [(2 ** 31, (OverflowError, None)), (-2 ** 31 - 1, (OverflowError, None))],
+    'uint': NO_INTEGER, 'size': NO_INTEGER + TOO_LARGE, 'id': NO_INTEGER + TOO_LARGE, 'pointer': NO_INTEGER + TOO_LARGE,
+    'float': NO_NUMBER, 'double': NO_NUMBER,
+    'string': [(each, (TypeError, None)) for each in (5, [], 'a\0b')] + [(u'\xe4', (UnicodeEncodeError, None))],
+    'guid': [(each, FAILED) for each in (5, None, u'', 'nonsense', '0123ABCD-4567-89EF-A0A1-A2A3A4A5A6A7\0')],
+    'object': [(kz.object.Item(), NO_INTERFACE), (Nothing(), NO_INTERFACE), (Raising(), OWN)],
+    'bounds': badly_shaped(2, 3, INVALID),
+    'hints': [(each, INVALID) for each in ([], None, 'x')] + [({'a': 'b'}, (TypeError, None)),
+                                                               ({1: u'\xe4'}, (UnicodeEncodeError, None))],
+    'blocks': [(each, INVALID) for each in (5, [5], [(1,)], [(1, u'x')])] + [([('a', 'x')], (TypeError, None))],
+}
+WRONG.update((kind, NO_STORAGE) for kind in INPUTS if kind.endswith('[]'))
+WRONG.update((prefix + 'vector%d' % size, badly_shaped(1, size, (TypeError, None))) for prefix in ('', 'f') for size in (2, 3, 4))
+WRONG.update((prefix + 'matrix%d' % size, badly_shaped(size, size, (TypeError, None))) for prefix in ('', 'f') for size in (3, 4))
+WRONG['quaternion'] = WRONG['vector4']
+
+
+def wrong(kind):
+    return WRONG[kind.partition(':')[0]]
