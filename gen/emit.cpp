@@ -16,6 +16,7 @@ const std::vector<Part>& parts() {
         {"sdk", "C++ interface headers", &emitSdk},
         {"wrap", "wrapper types, constants and result codes of the kz module", &emitWrap},
         {"serve", "adapters that forward the host's calls to Python", &emitServe},
+        {"loopback", "rows by which a test calls every operation of the adapters", &emitLoopback},
         {"kzifc", "Python base classes of servers", &emitKzifc},
         {"recorder", "recording implementations of all wrapped interfaces, for tests", &emitRecorder},
         {"docs", "HTML reference of the SDK as Python sees it", &emitDocs},

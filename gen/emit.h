@@ -44,6 +44,7 @@ std::string cppLiteral(std::string_view text);
 void emitSdk(const Model& model, Output& output);
 void emitWrap(const Model& model, Output& output);
 void emitServe(const Model& model, Output& output);
+void emitLoopback(const Model& model, Output& output);
 void emitDocs(const Model& model, Output& output);
 void emitKzifc(const Model& model, Output& output);
 void emitRecorder(const Model& model, Output& output);

@@ -1,4 +1,5 @@
 // Part "serve": for each header the adapters by which Python implements its interfaces, and the list of all adapters.
+// Part "loopback": every operation of every adapter as a row by which a test can call it.
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -182,7 +183,59 @@ std::string listText(const Model& model) {
     return text;
 }
 
+// How many elements each array input has: a number, -1 when unknown, or the input whose value it is.
+std::string lengthsOf(const Method& method) {
+    const auto inputs = method.inputs();
+    std::string lengths;
+    for (const Parameter* input : inputs) {
+        if (!isArray(input->type.kind)) {
+            continue;
+        }
+        const auto named = std::find_if(inputs.begin(), inputs.end(),
+                                        [&](const Parameter* other) { return other->name == input->type.length; });
+        const std::string& length = input->type.length;
+        lengths += named != inputs.end() ? fmt::format("@{} ", named - inputs.begin())
+                                         : (length.empty() ? "-1" : length) + " ";
+    }
+    return lengths;
+}
+
+std::string_view inertSignature(Inert inert) {
+    switch (inert) {
+    case Inert::NotImplemented: return "NOTIMPL";
+    case Inert::Zero: return "0";
+    default: return "";
+    }
+}
+
+void emitLoopback(const Interface& each, Text out) {
+    for (const Method& method : each.methods) {
+        const std::string name = pythonMethodName(each, method);
+        fmt::format_to(out, "    loopbackRow(\"{0}\", \"{1}\", \"{2}\", \"{3}\", &IKz{0}::{4}),\n", each.name, name,
+                       name.empty() ? inertSignature(method.inert) : signatureOf(each, method), lengthsOf(method),
+                       method.name);
+    }
+}
+
 }  // namespace
+
+void emitLoopback(const Model& model, Output& output) {
+    std::string text =
+        openingLines("//", "Every operation of every adapter, to be called through its interface.", model);
+    const Text out = std::back_inserter(text);
+    fmt::format_to(out, "#include \"tests/serve/loopback.h\"\n\n#include \"kz/all.h\"\n\n"
+                        "const std::vector<LoopbackRow>& loopbackRows() {{\n"
+                        "    static const std::vector<LoopbackRow> rows = {{\n");
+    for (const Header& header : model.headers) {
+        for (const Interface& each : header.interfaces) {
+            if (each.adapter) {
+                emitLoopback(each, out);
+            }
+        }
+    }
+    fmt::format_to(out, "    }};\n    return rows;\n}}\n");
+    output.write("loopback.cpp", text);
+}
 
 void emitServe(const Model& model, Output& output) {
     for (const Header& header : model.headers) {

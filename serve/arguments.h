@@ -7,7 +7,11 @@
 // Owns the instance and the arguments that are made for it, for as long as the call takes.
 class CArguments {
 public:
-    explicit CArguments(PyObject* self) noexcept : m_items{self} { Py_INCREF(self); }
+    // The rest of the items is left as it is: clearing it would cost as much as the call's own preparation.
+    explicit CArguments(PyObject* self) noexcept {
+        Py_INCREF(self);
+        m_items[0] = self;
+    }
     ~CArguments();
     CArguments(const CArguments&) = delete;
     CArguments& operator=(const CArguments&) = delete;

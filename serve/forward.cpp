@@ -41,6 +41,12 @@ KzResult codeOfRaised(bool returnsCode) noexcept {
         PyErr_Clear();
         return KZe_FAILED;
     }
+    // By far the most frequent one, and silent: it need not be made into an object first.
+    if (PyThreadState_GET()->curexc_type == PyExc_NotImplementedError) {
+        PyErr_Clear();
+        kzSetQuiet(false);
+        return KZe_NOTIMPL;
+    }
     // An exception may carry the name of any code, but no method that raised has succeeded.
     const KzResult code = kzResultOfPending();
     return kzFailed(code) ? code : KZe_FAILED;

@@ -2,6 +2,7 @@
 #include "serving_fixture.h"
 
 #include "serve/adapters.h"
+#include "wrap/wrapper.h"
 
 #include "kz/file.h"
 #include "kz/guid.h"
@@ -200,6 +201,12 @@ std::string ServingTest::value(const std::string& expression) {
     const CPyLock lock;
     const CPyRefNull found(PyRun_String(expression.c_str(), Py_eval_input, names(), names()));
     return found.get() != nullptr ? kzStringOf(found) : takeException();
+}
+
+void ServingTest::name(const char* name, IKzUnknown* object) {
+    const CPyLock lock;
+    const CPyRefNull wrapper(kzNewUnknown(object));
+    PyDict_SetItemString(names(), name, wrapper);
 }
 
 IKzUnknown* ServingTest::spawn(const char* name, const KzGuid& iid) {

@@ -37,6 +37,8 @@ protected:
     static std::string run(const std::string& source);
     // The value of an expression, as str().
     static std::string value(const std::string& expression);
+    // Gives a host object a name in Python, in a wrapper of its own.
+    static void name(const char* name, IKzUnknown* object);
     // A new instance of a blessed command; null when it could not be spawned.
     static IKzUnknown* spawn(const char* name, const KzGuid& iid = KZu_COMMAND);
     // Blesses a class derived from Command whose body is given, and spawns it under a name of its own. `Blessed` is the

@@ -1,0 +1,340 @@
+// Every operation of every adapter, called through its interface and answered by Python: what arrives, what comes back,
+// and every way in which it can fail.
+#include "loopback.h"
+#include "serving_fixture.h"
+
+#include "serve/adapters.h"
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+
+namespace {
+
+// What every method of every served class does is decided by `answer`; what it was given is told in `seen`.
+constexpr const char* pythonSide = R"(
+class Answering(object): pass
+def describe(arg):
+    if isinstance(arg, kz.Storage):
+        if not arg.size() and typed: arg.setSize(2)
+        if arg.size(): arg[0] = 1
+        return 'storage %d' % arg.size()
+    if isinstance(arg, kz.object.Unknown): return 'object %d' % arg.__eq__(there)
+    return repr(arg)
+def method(name):
+    def forwarded(self, *args):
+        global seen
+        seen = name + ' ' + ' '.join(map(describe, args))
+        return answer()
+    return forwarded
+def serve(interface, names):
+    made = type(interface, (Others[interface],), dict((name, method(name)) for name in names))
+    return made()
+def fail(exception):
+    def raising(): raise exception
+    return raising
+typed, there, seen = True, None, ''
+)";
+
+// A host object. The wrappers that methods return are kept for good, so it must not count as alive.
+class There final : public IKzUnknown {
+public:
+    KzResult QueryInterface(const KzGuid* iid, void** object) override {
+        *object = iid != nullptr && *iid == KZu_UNKNOWN ? this : nullptr;
+        return *object != nullptr ? KZe_OK : KZe_NOINTERFACE;
+    }
+    std::uint32_t AddRef() override { return 1; }
+    std::uint32_t Release() override { return 1; }
+} there;
+
+constexpr std::uint64_t untouched = 0xABABABABABABABABU;
+
+// The arguments of one call, by the row's signature, and what is expected on either side.
+class Call {
+public:
+    Call(const LoopbackRow& row, IKzUnknown* object) : m_row(row), m_object(object) {
+        const char* letter = row.signature + 1;
+        for (; *letter != ':'; ++letter) addInput(letter);
+        fillLengths();
+        while (*++letter != '\0') addOutput(letter);
+        m_returned = row.signature[0] == 'v' && row.returnsSomething;
+    }
+
+    LoopbackWord run(IKzUnknown* server) {
+        std::ranges::fill(m_memory, untouched);
+        std::ranges::fill(m_buffers, 0);
+        std::vector<LoopbackWord> words = m_inputs;
+        for (std::size_t index = m_returned ? 1 : 0; index < m_outputs.size(); ++index) {
+            words.push_back({.pointer = &m_memory[index * 4]});
+            if (m_outputs[index] == "T") words.push_back({.integer = 32});
+        }
+        words.resize(words.size() + 1);
+        m_answer = m_row.call(server, words.data());
+        return m_answer;
+    }
+
+    std::string expectedSeen() const { return m_row.name + m_seen; }
+    bool returnsCode() const { return m_row.signature[0] == 'r'; }
+    std::size_t outputs() const { return m_outputs.size(); }
+    bool typed() const { return std::strstr(m_row.signature, "A*") == nullptr; }
+
+    // A Python expression for what the method returns.
+    std::string good() const {
+        std::string values;
+        for (const std::string& output : m_outputs) values += expressionFor(output) + ", ";
+        if (m_outputs.empty()) return "None";
+        return m_outputs.size() == 1 ? values.substr(0, values.size() - 2) : "(" + values + ")";
+    }
+
+    // What the last output answers to an object that it cannot convert.
+    KzResult codeOfWrongType() const { return m_outputs.back() == "O" ? KZe_NOTFOUND : KZe_FAILED; }
+    bool takesNone() const { return m_outputs.size() == 1 && m_outputs[0] == "z"; }
+
+    void expectStored() {
+        for (std::size_t index = 0; index < m_outputs.size(); ++index)
+            EXPECT_TRUE(holds(m_outputs[index], place(index))) << m_row.name << " output " << index;
+    }
+    void expectUntouched() {
+        for (std::size_t index = m_returned ? 1 : 0; index < m_outputs.size(); ++index)
+            EXPECT_EQ(m_memory[index * 4], untouched) << m_row.name << " output " << index;
+        EXPECT_EQ(m_returned ? m_answer.integer : 0, 0) << m_row.name;
+    }
+    // Buffers that were passed as storage have been written to.
+    void expectBuffersWritten() {
+        for (std::size_t index = 0; typed() && index < m_arrays; ++index) {
+            const auto* start = &m_buffers[index * 8];
+            EXPECT_TRUE(std::any_of(start, start + 8, [](std::uint64_t word) { return word != 0; })) << m_row.name;
+        }
+    }
+
+private:
+    void addInput(const char*& letter) {
+        LoopbackWord word;
+        const auto number = static_cast<std::int64_t>(m_inputs.size()) + 2;
+        switch (*letter) {
+        case 'f':
+        case 'd':
+            word.real = 1.5;
+            m_seen += " 1.5";
+            break;
+        case 'z':
+            word.pointer = const_cast<char*>("text");
+            m_seen += " 'text'";
+            break;
+        case 'O':
+            word.pointer = m_object;
+            m_seen += " object 1";
+            break;
+        case 'V':
+            word.pointer = m_doubles;
+            m_seen += " (1.5, 2.5, -3.5)";
+            break;
+        case 'v':
+            word.pointer = m_floats;
+            m_seen += " (1.5, 2.5, -3.5)";
+            break;
+        case 'A':
+            ++letter;
+            word.pointer = &m_buffers[m_arrays++ * 8];
+            m_seen += " storage ?";
+            break;
+        default: word.integer = number; m_seen += " " + std::to_string(number);
+        }
+        m_inputs.push_back(word);
+    }
+
+    // Puts the sizes of storage in their places.
+    void fillLengths() {
+        std::istringstream lengths(m_row.lengths);
+        for (std::string length; lengths >> length;) {
+            std::int64_t elements =
+                length[0] == '@' ? m_inputs[std::stoul(length.substr(1))].integer : std::stol(length);
+            if (elements < 0) elements = typed() ? 2 : 0;
+            m_seen.replace(m_seen.find('?'), 1, std::to_string(elements));
+        }
+    }
+
+    void addOutput(const char*& letter) {
+        std::string output(1, *letter);
+        if (*letter == 'V' || *letter == 'v') output += *++letter;
+        m_outputs.push_back(output);
+    }
+
+    void* place(std::size_t index) {
+        return m_returned && index == 0 ? static_cast<void*>(&m_answer) : &m_memory[index * 4];
+    }
+
+    static std::string expressionFor(const std::string& output) {
+        switch (output[0]) {
+        case 'i': return "-9";
+        case 'I': return "0xFFFFFFF0";
+        case 'n': return "1 << 40";
+        case 'b': return "True";
+        case 'f':
+        case 'd': return "0.25";
+        case 'z':
+        case 'T': return "'out'";
+        case 'O': return "there";
+        case 'p': return "0x5678";
+        default: return std::string("[1.5, 2.5, -3.5, 4.5][:") + output[1] + "]";
+        }
+    }
+
+    bool holds(const std::string& output, const void* stored) {
+        const auto is = [stored](auto value) { return std::memcmp(stored, &value, sizeof value) == 0; };
+        const bool inPlace = stored != &m_answer;
+        switch (output[0]) {
+        case 'i': return is(std::int32_t(-9));
+        case 'I': return is(0xFFFFFFF0U);
+        case 'n': return is(std::int64_t(1) << 40);
+        case 'b': return is(true);
+        case 'f': return inPlace ? is(0.25F) : is(0.25);
+        case 'd': return is(0.25);
+        case 'z': return std::strcmp(*static_cast<const char* const*>(stored), "out") == 0;
+        case 'T': return std::strcmp(static_cast<const char*>(stored), "out") == 0;
+        case 'p': return is(std::int64_t(0x5678));
+        case 'O': {
+            CKzLoc_Unknown held;
+            *held.out() = *static_cast<IKzUnknown* const*>(stored);
+            return held.raw() == m_object;
+        }
+        default: break;
+        }
+        const double expected[] = {1.5, 2.5, -3.5, 4.5};
+        for (int index = 0; index < output[1] - '0'; ++index) {
+            const double number =
+                output[0] == 'V' ? static_cast<const double*>(stored)[index] : static_cast<const float*>(stored)[index];
+            if (number != expected[index]) return false;
+        }
+        return true;
+    }
+
+    const LoopbackRow& m_row;
+    IKzUnknown* m_object;
+    std::vector<LoopbackWord> m_inputs;
+    std::vector<std::string> m_outputs;  // letters, of a vector with its digit
+    std::string m_seen;
+    std::size_t m_arrays = 0;
+    bool m_returned = false;
+    LoopbackWord m_answer;
+    std::uint64_t m_memory[12 * 4];
+    std::uint64_t m_buffers[4 * 8];
+    double m_doubles[3] = {1.5, 2.5, -3.5};
+    float m_floats[3] = {1.5F, 2.5F, -3.5F};
+};
+
+struct Failure {
+    const char* answer;
+    KzResult code;
+};
+
+// However a method fails, a result operation answers with the code, and the others with zero.
+constexpr Failure raised[] = {
+    {"fail(NotImplementedError)", KZe_NOTIMPL},
+    {"fail(MemoryError)", KZe_OUTOFMEMORY},
+    {"fail(IndexError)", KZe_OUTOFBOUNDS},
+    {"fail(KeyError)", KZe_NOTFOUND},
+    {"fail(TypeError('no interface'))", KZe_NOINTERFACE},
+    {"fail(TypeError('invalid argument'))", KZe_INVALIDARG},
+    {"fail(RuntimeError('bad result: NOTREADY'))", KZe_NOTREADY},
+    {"fail(RuntimeError('bad result: OK'))", KZe_FAILED},
+    {"fail(SystemExit)", KZe_FAILED},
+    {"fail(KeyboardInterrupt)", KZe_FAILED},
+    {"fail(ZeroDivisionError)", KZe_FAILED},
+};
+
+class LoopbackTest : public ServingTest {
+protected:
+    LoopbackTest() {
+        EXPECT_EQ(run(pythonSide), "");
+        name("there", &there);
+    }
+    ~LoopbackTest() override { run("there = it = answer = None; sys.exc_clear()"); }
+
+    // Makes `it` in Python: all methods of the interface, or none.
+    static void serve(const std::string& interfaceName, bool withMethods, CKzLoc_Unknown& server) {
+        std::string names;
+        for (const LoopbackRow& row : loopbackRows())
+            if (withMethods && row.interfaceName == interfaceName) names += std::string("'") + row.name + "', ";
+        run("it = kz.object.Unknown(serve('" + interfaceName + "', [" + names + "]))");
+        server.set(reinterpret_cast<IKzUnknown*>(std::stoull(value("it.__peekobj__()"))));
+    }
+
+    static void answer(const std::string& function) { EXPECT_EQ(run("answer = " + function), "") << function; }
+
+    static KzResult code(const LoopbackWord& word) { return static_cast<KzResult>(word.integer); }
+
+    // What a method that answers like this makes of a result operation; all others store and return zero.
+    static void expectFailure(Call& call, IKzUnknown* server, KzResult expected) {
+        const LoopbackWord word = call.run(server);
+        EXPECT_EQ(call.returnsCode() ? code(word) : expected, expected) << call.expectedSeen();
+        call.expectUntouched();
+    }
+
+    // Returned values that do not convert: of the wrong type, too few, too many.
+    static void checkConversions(Call& call, IKzUnknown* server) {
+        const auto expect = [&](const std::string& returned, KzResult code) {
+            answer("lambda: " + returned);
+            expectFailure(call, server, code);
+        };
+        if (call.outputs() == 0) return;
+        expect("Answering()", call.outputs() == 1 ? call.codeOfWrongType() : KZe_FAILED);
+        if (call.outputs() == 1) return call.takesNone() ? void() : expect("None", call.codeOfWrongType());
+        const std::string good = call.good();
+        for (const std::string& returned :
+             {std::string("None"), std::string("()"), "list(" + good + ")", good + " + (0,)", good + "[1:]"})
+            expect(returned, KZe_FAILED);
+        expect(good + "[:-1] + (Answering(),)", call.codeOfWrongType());
+    }
+};
+
+TEST_F(LoopbackTest, EveryOperation) {
+    std::size_t forwarded = 0;
+    std::size_t inert = 0;
+    std::string current;
+    CKzLoc_Unknown server;
+    CKzLoc_Unknown bare;
+    for (const LoopbackRow& row : loopbackRows()) {
+        if (current != row.interfaceName) {
+            current = row.interfaceName;
+            serve(current, false, bare);
+            serve(current, true, server);
+        }
+        run("seen = ''");
+        if (row.name[0] == '\0') {
+            const LoopbackWord none[20] = {};
+            const auto word = row.call(server.raw(), none);
+            EXPECT_EQ(code(word), row.signature[0] == 'N' ? KZe_NOTIMPL : 0U) << current;
+            EXPECT_EQ(value("seen"), "");
+            ++inert;
+            continue;
+        }
+        ++forwarded;
+        Call call(row, &there);
+        run(call.typed() ? "typed = True" : "typed = False");
+        answer("lambda: " + call.good());
+        const LoopbackWord word = call.run(server.raw());
+        EXPECT_EQ(call.returnsCode() ? code(word) : KZe_OK, KZe_OK) << row.name;
+        EXPECT_EQ(value("seen.strip()"), call.expectedSeen());
+        call.expectStored();
+        call.expectBuffersWritten();
+
+        expectFailure(call, bare.raw(), KZe_FAILED);
+        for (const auto& [function, expected] : raised) {
+            answer(function);
+            expectFailure(call, server.raw(), expected);
+        }
+        checkConversions(call, server.raw());
+    }
+    std::printf("loopback: %zu operations forwarded, %zu inert, of %zu adapters\n", forwarded, inert,
+                kzAdapters.size());
+    std::size_t methods = 0;
+    for (const KzAdapterRow* adapter : kzAdapters) methods += adapter->methods.size();
+    EXPECT_EQ(forwarded, methods);
+    if (kzAdapters.size() == 205) {
+        EXPECT_EQ(forwarded, 1328U);
+        EXPECT_EQ(inert, 67U);
+    }
+}
+
+}  // namespace
