@@ -1,5 +1,6 @@
 // Part "kzifc": the Python base classes that say which interfaces a class implements.
 #include <iterator>
+#include <set>
 
 #include <fmt/format.h>
 
@@ -24,19 +25,36 @@ std::string inDocString(std::string_view text) {
     return safe;
 }
 
-// The methods are told and not defined: what a class leaves out must stay missing, so that the host hears of it.
-void emitClass(const Model& model, const Interface& each, Text out) {
-    fmt::format_to(out, "\n\nclass {}(object):\n    \"\"\"{}\n", each.name, inDocString(each.summary));
-    bool first = true;
-    for (const Method& method : each.methods) {
-        if (method.inert == Inert::No) {
-            fmt::format_to(out, "{}    {}{}\n", first ? "\n" : "",
-                           docString(model, method, pythonMethodName(each, method)),
-                           method.required ? "  (required)" : "");
-            first = false;
-        }
+// A parameter's name, changed where the language has taken it.
+std::string argumentName(const std::string& name) {
+    static const std::set<std::string> taken = {
+        "and", "as", "assert", "def", "del", "elif", "except", "exec",  "finally", "from",  "global", "import",
+        "in",  "is", "lambda", "not", "or",  "pass", "print",  "raise", "with",    "yield", "self",   "None"};
+    return taken.count(name) != 0 ? name + "_" : name;
+}
+
+std::string signatureText(const Method& method) {
+    std::string text = "self";
+    for (const Parameter* input : method.inputs()) {
+        text += ", " + argumentName(input->name);
     }
-    fmt::format_to(out, "    \"\"\"\n\n\nkz.bless({0}, ':{0}')\n", each.name);
+    return text;
+}
+
+// The host asks a server for much that it may not have. What a class leaves out answers that it is not implemented, so
+// that it need only write what it offers, and the log stays empty.
+void emitClass(const Model& model, const Interface& each, Text out) {
+    fmt::format_to(out, "\n\nclass {}(object):\n    \"\"\"{}\"\"\"\n", each.name, inDocString(each.summary));
+    for (const Method& method : each.methods) {
+        const std::string name = pythonMethodName(each, method);
+        if (name.empty()) {
+            continue;
+        }
+        fmt::format_to(
+            out, "\n    def {}({}):\n        \"\"\"{}{}\"\"\"\n        raise NotImplementedError('not implemented')\n",
+            name, signatureText(method), docString(model, method, name), method.required ? "  (required)" : "");
+    }
+    fmt::format_to(out, "\n\nkz.bless({0}, ':{0}')\n", each.name);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "serving_fixture.h"
 
 #include "kz/action.h"
+#include "kz_paths.h"
 
 #include <thread>
 
@@ -121,6 +122,23 @@ TEST_F(InstanceTest, AnyInstanceCanBePassedAndFoundAgain) {
     EXPECT_EQ(value("passed.cleared"), "5");
     EXPECT_EQ(value("kz.object.Unknown(object())"), "RuntimeError: Object cannot be converted to interface");
     run("wrapper = passed = None");
+}
+
+TEST_F(InstanceTest, GeneratedBaseClassesAnswerForWhatIsLeftOut) {
+    run("sys.path.insert(0, '" KZ_BUILD_DIR "/python')\n"
+        "import kzifc\n"
+        "class Derived(kzifc.Command, kzifc.Attributes):\n"
+        "    def cmd_ArgFlags(self, index): return index + 1\n"
+        "kz.bless(Derived, 'derived')\n");
+    CKzLoc_Unknown made;
+    made.take(spawn("derived"));
+    const CKzUser_Command derived(made.raw());
+    std::uint32_t flags = 0;
+    EXPECT_EQ(derived.ArgFlags(6, &flags), KZe_OK);
+    EXPECT_EQ(flags, 7U);
+    EXPECT_EQ(derived.Flags(&flags), KZe_NOTIMPL);
+    EXPECT_EQ(CKzUser_Attributes(made.raw()).Count(), 0U);
+    EXPECT_TRUE(log().empty());
 }
 
 TEST_F(InstanceTest, ReleasedOnAnyThread) {
