@@ -3,6 +3,7 @@
 #include "serve/method_call.h"
 #include "serve/outputs.h"
 
+#include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "wrap/result_codes.h"
 
@@ -11,25 +12,6 @@
 namespace {
 
 bool isRaised() noexcept { return PyThreadState_GET()->curexc_type != nullptr; }
-
-// The host may call while an exception is on its way through the Python code that called it: a destructor that lets go
-// of a host object. The method must not see it, and it must go on afterwards.
-class CPendingKeeper {
-public:
-    CPendingKeeper() noexcept {
-        if (isRaised()) PyErr_Fetch(&m_type, &m_value, &m_traceback);
-    }
-    ~CPendingKeeper() {
-        if (m_type != nullptr) PyErr_Restore(m_type, m_value, m_traceback);
-    }
-    CPendingKeeper(const CPendingKeeper&) = delete;
-    CPendingKeeper& operator=(const CPendingKeeper&) = delete;
-
-private:
-    PyObject* m_type = nullptr;
-    PyObject* m_value = nullptr;
-    PyObject* m_traceback = nullptr;
-};
 
 PyObject* nameOf(KzForwardedMethod& method) noexcept {
     if (method.interned == nullptr) method.interned = PyString_InternFromString(method.name);
@@ -53,7 +35,9 @@ KzResult codeOfRaised(bool returnsCode) noexcept {
 }
 
 KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* word) noexcept {
-    const CPendingKeeper pending;
+    // The host may call while an exception is on its way through the Python code that called it: a destructor that lets
+    // go of a host object. The method must not see it, and it must go on afterwards.
+    const CPendingException pending;
     CArguments arguments(self);
     const bool returnsCode = method.signature[0] == 'r';
     const char* letter = method.signature + 1;
