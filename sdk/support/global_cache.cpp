@@ -39,13 +39,21 @@ void CKzGlobalCache::runInitialisers() {
 }
 
 IKzThreadService* CKzGlobalCache::threads() noexcept {
-    if (m_threads == nullptr) m_threads = static_cast<IKzThreadService*>(service(KZu_THREADSERVICE));
-    return m_threads;
+    if (IKzThreadService* known = m_threads) return known;
+    // A host in the same binary makes its service with this very layer, which asks for the service on the way.
+    thread_local bool isLooking = false;
+    if (std::exchange(isLooking, true)) return nullptr;
+    auto* found = static_cast<IKzThreadService*>(service(KZu_THREADSERVICE));
+    isLooking = false;
+    IKzThreadService* first = nullptr;
+    if (m_threads.compare_exchange_strong(first, found)) return found;
+    if (found != nullptr) found->Release();  // another thread was first
+    return first;
 }
 
 void CKzGlobalCache::destroyCache() noexcept {
     m_spawners.clear();
     m_initialisers.clear();
-    if (IKzThreadService* threads = std::exchange(m_threads, nullptr)) threads->Release();
+    if (IKzThreadService* threads = m_threads.exchange(nullptr)) threads->Release();
     m_application.clear();
 }

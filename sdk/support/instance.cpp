@@ -37,14 +37,15 @@ IKzThreadService* threadService() noexcept {
 
 }  // namespace
 
+// The host's lock comes first: the host may hold it when it calls.
 CKzInstanceListLock::CKzInstanceListLock() noexcept : m_threads(threadService()) {
-    theLocalLock.lock();
     if (m_threads != nullptr) m_threads->Enter();
+    theLocalLock.lock();
 }
 
 CKzInstanceListLock::~CKzInstanceListLock() {
-    if (m_threads != nullptr) m_threads->Leave();
     theLocalLock.unlock();
+    if (m_threads != nullptr) m_threads->Leave();
 }
 
 CKzInstance::CKzInstance(CKzGenericPolymorph& polymorph, void* object)
@@ -139,6 +140,9 @@ std::uint32_t CKzInstance::release(CKzSlotState& slot) noexcept {
     std::atomic_ref(slot.references).fetch_sub(1, std::memory_order_relaxed);
     const std::uint32_t left = std::atomic_ref(m_references).fetch_sub(1, std::memory_order_acq_rel) - 1;
     if (left == 0) {
+        // What goes with the instance may ask it for interfaces once more: that must not end it a second time.
+        constexpr std::uint32_t ending = 1U << 30;
+        std::atomic_ref(m_references).store(ending, std::memory_order_relaxed);
         CKzGenericPolymorph& polymorph = m_polymorph;
         void* object = m_object;
         delete this;

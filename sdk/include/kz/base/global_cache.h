@@ -4,6 +4,7 @@
 
 #include "kz/base/object.h"
 
+#include <atomic>
 #include <map>
 #include <string>
 #include <vector>
@@ -44,7 +45,7 @@ private:
     CKzLoc_Unknown m_application;
     std::map<std::string, CKzGenericPolymorph*> m_spawners;
     std::vector<Initialiser> m_initialisers;
-    IKzThreadService* m_threads = nullptr;
+    std::atomic<IKzThreadService*> m_threads = nullptr;
 };
 
 // Makes a wrapper hold the host's service of the wrapper's interface; it stays empty when the host has none.
