@@ -3,6 +3,7 @@
 
 #include "module/root_output.h"
 
+#include <algorithm>
 #include <deque>
 #include <memory>
 
@@ -41,15 +42,19 @@ template <class Action> void quietly(Action&& action) noexcept {
 
 }  // namespace
 
-COutputScope::COutputScope(COutput& sink) {
+COutputScope::COutputScope(COutput& sink) : m_sink(sink) {
     flushHeldText();
     sink.attach(&top());
     theStack.push_back(&sink);
 }
 
+// Not simply the top: where scripts run on several threads, another's sink may have come to stand on this one.
 COutputScope::~COutputScope() {
     flushHeldText();
-    if (!theStack.empty()) theStack.pop_back();
+    const auto place = std::find(theStack.rbegin(), theStack.rend(), &m_sink);
+    if (place == theStack.rend()) return;
+    const auto above = theStack.erase(std::prev(place.base()));
+    if (above != theStack.end()) (*above)->attach(*std::prev(above));
 }
 
 void kzWrite(const char* text, KzResult code) noexcept {
@@ -61,6 +66,13 @@ void kzTrace(const char* name, const char* message, KzResult code) noexcept {
     if (!theTraceFlag) return;
     flushHeldText();
     quietly([&] { top().trace(name, message, code); });
+}
+
+std::string kzVisible(std::string text) {
+    constexpr std::string_view shown = "\\x00";
+    for (std::size_t at = text.find('\0'); at != std::string::npos; at = text.find('\0', at + shown.size()))
+        text.replace(at, 1, shown);
+    return text;
 }
 
 bool kzTracing() noexcept { return theTraceFlag; }

@@ -5,6 +5,7 @@
 #include "kz/base/object.h"
 #include "kz/log.h"
 
+#include <string>
 #include <string_view>
 
 class COutput : public CKzObject {
@@ -15,23 +16,29 @@ public:
     virtual void write(const char* text, KzResult code) = 0;
     // The sink's own log entry; null when it has none.
     virtual IKzLogEntry* entry() { return nullptr; }
-    // Told the sink below when pushed; null for the bottom one.
+    // Told the sink below when pushed, and again when that one is withdrawn before it; null for the bottom one.
     virtual void attach(COutput* /*below*/) {}
 };
 
-// Pushes a sink for as long as the scope lives. Scopes nest strictly.
+// Pushes a sink for as long as the scope lives. The scopes of one thread nest strictly.
 class COutputScope {
 public:
     explicit COutputScope(COutput& sink);
     ~COutputScope();
     COutputScope(const COutputScope&) = delete;
     COutputScope& operator=(const COutputScope&) = delete;
+
+private:
+    COutput& m_sink;
 };
 
 // Text to the top sink. A failure to write is nobody's failure: it never throws.
 void kzWrite(const char* text, KzResult code) noexcept;
 // A trace line to the top sink, only while tracing is on.
 void kzTrace(const char* name, const char* message, KzResult code) noexcept;
+
+// The text with its zero bytes written as \x00: one would end it for the host, and what follows would be lost.
+std::string kzVisible(std::string text);
 
 bool kzTracing() noexcept;
 void kzSetTracing(bool on) noexcept;

@@ -8,10 +8,11 @@ PyObject* kzOutFunction(PyObject* /*self*/, PyObject* args) {
     return kzPythonEntry([args] {
         std::string text;
         for (Py_ssize_t index = 0; index < PyTuple_GET_SIZE(args); ++index) {
-            if (index > 0) text += ' ';
-            text += kzStringOf(PyTuple_GET_ITEM(args, index));
+            const std::string part = kzStringOf(PyTuple_GET_ITEM(args, index));
+            if (!text.empty() && !part.empty()) text += ' ';
+            text += part;
         }
-        kzWrite(text.c_str(), 1);
+        kzWrite(kzVisible(std::move(text)).c_str(), 1);
         Py_RETURN_NONE;
     });
 }

@@ -25,17 +25,13 @@ Stream* self(PyObject* object) { return reinterpret_cast<Stream*>(object); }
 
 Stream* theStreams[2] = {nullptr, nullptr};  // borrowed from sys; the types are never subclassed
 
-void writeLine(const Stream& stream, std::string line) {
-    // A zero byte would end the text for the log: show it instead of losing what follows.
-    for (std::size_t at = line.find('\0'); at != std::string::npos; at = line.find('\0', at + 4))
-        line.replace(at, 1, "\\x00");
-    kzWrite(line.c_str(), stream.level);
-}
+void writeLine(const Stream& stream, std::string line) { kzWrite(kzVisible(std::move(line)).c_str(), stream.level); }
 
 void flushHeld(Stream& stream) {
     if (stream.held == nullptr || stream.held->empty()) return;
     const std::string line = std::move(*stream.held);
     stream.held->clear();
+    stream.softspace = 0;  // the text has become a line of its own, and the next one starts without a blank
     writeLine(stream, line);
 }
 
@@ -55,7 +51,7 @@ void append(Stream& stream, const char* text, std::size_t size) {
         writeLine(stream, lines.substr(start, feed - start));
         start = feed + 1;
     }
-    *stream.held = lines.substr(start);
+    stream.held->append(lines, start);  // behind what the host's listeners may have printed meanwhile
 }
 
 PyObject* streamWrite(PyObject* object, PyObject* text) {
