@@ -5,7 +5,6 @@
 #include "module/error_report.h"
 #include "module/output.h"
 #include "module/parts.h"
-#include "module/process_state.h"
 #include "module/runtime.h"
 
 #include "kz/base/global_cache.h"
@@ -40,6 +39,22 @@ void runSource(const char* source) {
     PyObject* names = PyModule_GetDict(main);
     const CPyRefNull result(PyRun_String(source, Py_file_input, names, names));
     kzNonNull(result.get());
+}
+
+PyObject* runExitFunction(PyObject* function, PyObject* /*args*/) {
+    const CPyRefNull result(PyObject_CallObject(function, nullptr));
+    if (result.get() == nullptr) kzTellException();
+    Py_RETURN_NONE;
+}
+
+PyMethodDef exitFunction = {"exitfunc", runExitFunction, METH_NOARGS, nullptr};
+
+// Finalisation calls sys.exitfunc, and would end the host's process if that raised SystemExit.
+void guardExitFunction() {
+    PyObject* function = PySys_GetObject(kzText("exitfunc"));
+    if (function == nullptr) return;
+    const CPyRefNull guarded(PyCFunction_New(&exitFunction, function));
+    if (guarded.get() == nullptr || PySys_SetObject(kzText("exitfunc"), guarded) != 0) PyErr_Clear();
 }
 
 }  // namespace
@@ -85,6 +100,7 @@ void MainInterpreter::prependIfResolved(const char* alias) {
 
 void MainInterpreter::start(std::string& progress) {
     const CProcessStateKeeper keeper;
+    m_hostSignals = keeper.actions();
     m_files.take(hostService(KZu_FILESERVICE));
     kzTrue(static_cast<bool>(m_files));
     Py_NoSiteFlag = 1;
@@ -129,8 +145,9 @@ void MainInterpreter::initialise() {
     PyEval_InitThreads();
     Py_InitializeEx(0);  // without the interpreter's own signal handlers
     m_mainThread = PyThreadState_Get();
-    // Threads and signals note which thread is the main one when they are first imported: let it be this one.
-    for (const char* name : {"signal", "threading"}) {
+    // Threads and signals note which thread is the main one when they are first imported: let it be this one. What
+    // runs at exit is set up now, so that it can be guarded in the end whoever registers something.
+    for (const char* name : {"signal", "threading", "atexit"}) {
         const CPyRefNull early(PyImport_ImportModule(name));
         if (early.get() == nullptr) PyErr_Clear();
     }
@@ -173,7 +190,7 @@ void MainInterpreter::importSite() {
     resolve(userScripts, folder);
     if (site.get() == nullptr) {
         kzWrite("'site' module failed to import", KZe_STARTUP);
-        kzPrintException();
+        kzTellException();
         return;
     }
     const CPyRef path(PyString_FromString(folder.c_str()), CPyRef::owned);
@@ -196,7 +213,7 @@ MainInterpreter::~MainInterpreter() {
         // The references hold None, and no interpreter lock exists yet.
         return;
     }
-    const CProcessStateKeeper keeper;
+    const CProcessStateKeeper keeper(m_hostSignals);
     if (_PyThreadState_Current != m_mainThread) PyEval_AcquireThread(m_mainThread);
     globals = Py_None;
     locals = Py_None;
@@ -205,6 +222,7 @@ MainInterpreter::~MainInterpreter() {
     releaseMonitors();
     // Whatever is pending from a failed start must not reach the code that finalisation runs.
     PyErr_Clear();
+    guardExitFunction();
     Py_Finalize();
     // The lock is not released: it went with the interpreter.
 }

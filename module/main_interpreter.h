@@ -1,6 +1,7 @@
 // The started interpreter's record, and start-up itself.
 #pragma once
 
+#include "module/process_state.h"
 #include "module/py_ref.h"
 
 #include "kz/dialog.h"
@@ -61,6 +62,7 @@ private:
 
     CKzUser_FileService m_files;
     PyThreadState* m_mainThread = nullptr;
+    KzSignalActions m_hostSignals;  // as they were before Python started
     // The interpreter keeps the pointers it was given, so these live until it has ended.
     std::string m_home;
     std::string m_programName;

@@ -6,10 +6,28 @@
 #include <clocale>
 #include <dlfcn.h>
 
+namespace {
+
+bool belongsToInterpreter(const struct sigaction& action) noexcept {
+    if (action.sa_handler == SIG_ERR || action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN) return false;
+    Dl_info handler{};
+    Dl_info interpreter{};
+    return dladdr(reinterpret_cast<const void*>(action.sa_handler), &handler) != 0 &&
+           dladdr(reinterpret_cast<const void*>(&Py_Initialize), &interpreter) != 0 &&
+           handler.dli_fbase == interpreter.dli_fbase;
+}
+
+}  // namespace
+
 CProcessStateKeeper::CProcessStateKeeper() : m_actions(NSIG) {
     for (int signal = 1; signal < NSIG; ++signal)
         if (sigaction(signal, nullptr, &m_actions[signal]) != 0) m_actions[signal].sa_handler = SIG_ERR;
     if (const char* locale = setlocale(LC_ALL, nullptr)) m_locale = locale;
+}
+
+CProcessStateKeeper::CProcessStateKeeper(const KzSignalActions& earlier) : CProcessStateKeeper() {
+    for (std::size_t signal = 1; signal < earlier.size(); ++signal)
+        if (belongsToInterpreter(m_actions[signal])) m_actions[signal] = earlier[signal];
 }
 
 CProcessStateKeeper::~CProcessStateKeeper() {

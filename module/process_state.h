@@ -5,17 +5,24 @@
 #include <string>
 #include <vector>
 
+// What a process does about each signal, by signal number.
+using KzSignalActions = std::vector<struct sigaction>;
+
 // Restores every signal's disposition and the locale when it goes out of scope. The interpreter takes and ignores
 // signals when it starts, when its signal module is first imported, and when it ends.
 class CProcessStateKeeper {
 public:
     CProcessStateKeeper();
+    // For the interpreter's end: a signal that its own handler has by now goes back to what it was earlier.
+    explicit CProcessStateKeeper(const KzSignalActions& earlier);
     ~CProcessStateKeeper();
     CProcessStateKeeper(const CProcessStateKeeper&) = delete;
     CProcessStateKeeper& operator=(const CProcessStateKeeper&) = delete;
 
+    const KzSignalActions& actions() const noexcept { return m_actions; }
+
 private:
-    std::vector<struct sigaction> m_actions;  // by signal number
+    KzSignalActions m_actions;
     std::string m_locale;
 };
 

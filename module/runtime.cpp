@@ -5,6 +5,7 @@
 #include "module/error_report.h"
 #include "module/output.h"
 #include "module/parts.h"
+#include "module/py_lock.h"
 
 #include "kz/result.h"
 
@@ -98,7 +99,7 @@ PyObject* PythonRuntime::kzuObject() {
         const CPyRefNull imported(PyImport_ImportModule("kzu.object"));
         if (imported.get() == nullptr) {
             kzWrite("kzu.object failed to import", KZe_INFO);
-            kzPrintException();
+            kzTellException();
         }
     }
     m_kzuObject = PyImport_AddModule("kzu.object");
@@ -110,13 +111,14 @@ void PythonRuntime::importServers() {
     {
         const CPyRefNull result(
             PyRun_String("import kzserv\n", Py_file_input, m_interpreter->globals, m_interpreter->locals));
-        if (result.get() == nullptr) kzPrintException("importing servers (kzserv) failed");
+        if (result.get() == nullptr) kzTellException("importing servers (kzserv) failed");
     }
     PyEval_ReleaseThread(m_mainThread);
 }
 
 void PythonRuntime::closeGate() noexcept {
     theGateClosed = true;
+    if (CPyLock::isHeld()) return;  // called from Python itself, which will not get further while this waits
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (theInside != 0 && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -128,17 +130,20 @@ void PythonRuntime::stop() {
     theReady = false;
     PythonRuntime* runtime = theRuntime;
     if (runtime == nullptr) return;
-    const bool stragglers = theInside != 0;
-    if (runtime->m_interpreter && !stragglers) {
+    runtime->m_progress.clear();
+    if (theInside != 0) {
+        // Somebody is still inside: everything is left as it is, for ever, instead of being pulled away under them.
+        runtime->m_state = shutDown;
+        static_cast<void>(runtime->m_interpreter.release());
+        return;
+    }
+    if (runtime->m_interpreter) {
         PyEval_AcquireThread(runtime->m_mainThread);
         theParts.releaseServers();
         PyEval_ReleaseThread(runtime->m_mainThread);
     }
     runtime->m_state = shutDown;
-    // With a thread still inside, finalisation would pull the interpreter away under it: Python is left as it is.
-    if (stragglers) static_cast<void>(runtime->m_interpreter.release());
-    else runtime->m_interpreter.reset();
-    runtime->m_progress.clear();
+    runtime->m_interpreter.reset();
     theParts.forgetPython();
     kzReleaseOutput();
     delete theRuntime.exchange(nullptr);
