@@ -4,6 +4,8 @@
 #include "module/checks.h"
 #include "module/output.h"
 
+#include "kz/base/boundary.h"
+
 #include <frameobject.h>
 
 #include <algorithm>
@@ -19,23 +21,32 @@ KzException KzException::fetch() {
 }
 
 KzException KzException::fetchOrHandled() {
-    if (PyErr_Occurred() != nullptr) return fetch();
     PyThreadState* thread = PyThreadState_GET();
+    const bool isHandling = thread->exc_type != nullptr && thread->exc_type != Py_None;
+    if (PyErr_Occurred() != nullptr || !isHandling) return fetch();
     const auto take = [](PyObject*& place) { return CPyRefNull(std::exchange(place, nullptr)); };
     return {take(thread->exc_type), take(thread->exc_value), take(thread->exc_traceback)};
 }
 
 std::string kzStringOf(PyObject* object) {
     CPyRefNull text(PyObject_Str(object));
-    if (text.get() == nullptr) {
+    if (text.get() == nullptr && PyErr_ExceptionMatches(PyExc_UnicodeEncodeError) != 0) {
         PyErr_Clear();
         // A unicode text outside ASCII has no str() form, but its meaning must not be lost on the way to the log.
-        CPyRefNull wide(PyObject_Unicode(object));
+        const CPyRefNull wide(PyObject_Unicode(object));
         if (wide.get() != nullptr) text.adopt(PyUnicode_AsUTF8String(wide));
-        PyErr_Clear();
     }
     kzNonNull(text.get());
     return {PyString_AS_STRING(text.get()), static_cast<std::size_t>(PyString_GET_SIZE(text.get()))};
+}
+
+std::optional<std::string> kzReadableText(PyObject* object) {
+    try {
+        return kzStringOf(object);
+    } catch (KzResult) {
+        PyErr_Clear();
+        return std::nullopt;
+    }
 }
 
 std::string kzExceptionName(PyObject* type, PyObject* value) {
@@ -66,7 +77,8 @@ std::vector<Frame> framesOf(PyObject* traceback) {
     return frames;
 }
 
-std::string headingOf(const KzException& exception) {
+// `isReadable` becomes false when the value has no text.
+std::string headingOf(const KzException& exception, bool& isReadable) {
     PyObject* type = exception.type;
     PyObject* value = exception.value;
     if (type == nullptr) {
@@ -77,9 +89,10 @@ std::string headingOf(const KzException& exception) {
     if (PyErr_GivenExceptionMatches(type, PyExc_SystemExit)) return "sys.exit() exception";
     std::string heading = "Unhandled exception";
     if (const std::string name = kzExceptionName(type, value); !name.empty()) heading += " \"" + name + "\"";
-    if (value != nullptr && value != Py_None)
-        if (const std::string text = kzStringOf(value); !text.empty()) heading += "; " + text;
-    return heading;
+    if (value == nullptr || value == Py_None) return heading;
+    const std::optional<std::string> text = kzReadableText(value);
+    isReadable = text.has_value();
+    return text && !text->empty() ? heading + "; " + *text : heading;
 }
 
 bool isExit(const KzException& exception) {
@@ -99,10 +112,17 @@ std::string kzTracebackText(PyObject* traceback, const char* separator) {
 }
 
 void kzReportException(const KzException& exception) {
+    bool isReadable = true;
+    const std::string heading = kzVisible(headingOf(exception, isReadable));
     // The exit code of a script says the rest; leaving is no failure of the module.
-    kzWrite(headingOf(exception).c_str(), isExit(exception) ? 1U : kzFailedCode);
+    kzWrite(heading.c_str(), isExit(exception) ? 1U : kzFailedCode);
     for (const Frame& frame : framesOf(exception.traceback))
         kzWrite((" .. " + frame.file + ": " + std::to_string(frame.line)).c_str(), 1);
+    kzTrue(isReadable);
+}
+
+void kzTellException(const char* heading) noexcept {
+    kzValueBoundary([heading] { kzPrintException(heading); });
 }
 
 void kzPrintException(const char* heading) {

@@ -3,6 +3,7 @@
 
 #include "module/py_ref.h"
 
+#include <optional>
 #include <string>
 
 // A fetched and normalised exception. Type, value and traceback may each be null.
@@ -17,8 +18,10 @@ struct KzException {
     static KzException fetchOrHandled();
 };
 
-// The string form of an object; throws FAILED when it has none, and the Python error is cleared.
+// The string form of an object. Throws FAILED when it has none, and leaves the Python error that says why.
 std::string kzStringOf(PyObject* object);
+// The same where nobody is to hear why: nothing when there is none, and no Python error either.
+std::optional<std::string> kzReadableText(PyObject* object);
 
 // The name of an exception's class as headings show it; empty when it has none.
 std::string kzExceptionName(PyObject* type, PyObject* value);
@@ -26,8 +29,11 @@ std::string kzExceptionName(PyObject* type, PyObject* value);
 // "FILE: line LINE" for each frame, innermost first, joined by the separator.
 std::string kzTracebackText(PyObject* traceback, const char* separator);
 
-// Writes the heading and one " .. FILE: LINE" entry for each frame, innermost first.
+// Writes the heading and one " .. FILE: LINE" entry for each frame, innermost first. When the exception's value has no
+// text, the heading goes without it, and FAILED is thrown in the end.
 void kzReportException(const KzException& exception);
 
-// Writes and clears the pending exception, under an optional heading. Throws FAILED when its texts cannot be made.
+// Writes and clears the pending exception, under an optional heading. Throws as kzReportException.
 void kzPrintException(const char* heading = nullptr);
+// The same where nothing depends on the exception's text.
+void kzTellException(const char* heading = nullptr) noexcept;

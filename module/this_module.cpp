@@ -92,6 +92,7 @@ KzResult CKzThisModule::mod_Generate(const char* name, const KzGuid* iid, IKzUnk
 
 KzResult CKzThisModule::tag_Describe(std::uint32_t index, KzTagRecord* record) {
     if (index >= m_servers.count()) return KZe_OUTOFBOUNDS;
+    if (record == nullptr) return KZe_INVALIDARG;
     *record = {"server", m_servers.name(index), m_servers.classId(index)};
     return KZe_OK;
 }

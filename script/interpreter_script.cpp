@@ -141,8 +141,9 @@ KzResult CInterpreterScript::reportFailure(const KzException& exception) {
         if (const std::string name = kzExceptionName(exception.type, exception.value); !name.empty())
             text += " \"" + name + "\"";
     if (const std::string trace = kzTracebackText(exception.traceback, " / "); !trace.empty()) text += " @ " + trace;
-    if (exception.value.get() != nullptr && exception.value.get() != Py_None) text += "; " + kzStringOf(exception.value);
-    tell("script_err", text.c_str());
+    if (exception.value.get() != nullptr && exception.value.get() != Py_None)
+        if (const std::optional<std::string> value = kzReadableText(exception.value)) text += "; " + *value;
+    tell("script_err", kzVisible(std::move(text)).c_str());
     kzReportException(exception);
     return KZe_FAILED;
 }

@@ -68,7 +68,7 @@ std::optional<CompileError> compileError(const std::string& text) {
     const KzException exception = KzException::fetch();
     const bool isSyntax =
         exception.type.get() != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SyntaxError) != 0;
-    return CompileError{isSyntax, exception.value.get() != nullptr ? kzStringOf(exception.value) : std::string()};
+    return CompileError{isSyntax, exception.value.get() != nullptr ? kzReadableText(exception.value).value_or("") : std::string()};
 }
 
 void reportStartFailure(KzResult code) {
@@ -158,14 +158,14 @@ void CLineInterpreter::passResults(PyObject* result, IKzLineExecution* console) 
     try {
         texts = textsOf(result);
     } catch (KzResult) {
-        if (PyErr_Occurred() != nullptr) kzPrintException();
+        if (PyErr_Occurred() != nullptr) kzTellException();
         throw;
     }
     if (!m_commands) throw KZe_FAILED;
     CKzLoc_Unknown made;
     CKzLoc_ValueArray values;
     kzTrue(kzSucceeded(m_commands->CreateQueryObject("string", made.out())) && values.set(made.raw()));
-    for (const std::string& text : texts) kzTrue(kzSucceeded(values->AddString(text.c_str())));
+    for (const std::string& text : texts) kzTrue(kzSucceeded(values->AddString(kzVisible(text).c_str())));
     if (console != nullptr) console->Results(values.raw());
 }
 
@@ -186,8 +186,10 @@ Completeness checkCompleteness(std::string& text) {
 
 void registerServer(CKzThisModule& module) {
     static CKzPolymorph<CLineInterpreter> polymorph;
-    polymorph.append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>(KZu_LINEINTERPRETER));
-    polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>(KZu_TAGDESCRIPTION));
+    if (polymorph.recordCount() == 0) {  // a failed initialisation may have come this far
+        polymorph.append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>(KZu_LINEINTERPRETER));
+        polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>(KZu_TAGDESCRIPTION));
+    }
     module.addServer("python", &polymorph);
 }
 

@@ -11,6 +11,7 @@ public:
     std::uint32_t tag_Count() override { return std::size(table); }
     KzResult tag_Describe(std::uint32_t index, KzTagRecord* record) override {
         if (index >= std::size(table)) return KZe_OUTOFBOUNDS;
+        if (record == nullptr) return KZe_INVALIDARG;
         *record = table[index];
         return KZe_OK;
     }

@@ -47,6 +47,13 @@ std::string valueText(PyObject* value) {
     return {PyString_AS_STRING(text.get()), static_cast<std::size_t>(PyString_GET_SIZE(text.get()))};
 }
 
+// For the host's ears: throws FAILED when there is no text, and leaves no Python error.
+std::string textOrThrow(PyObject* value) {
+    std::optional<std::string> text = kzReadableText(value);
+    kzTrue(text.has_value());
+    return *std::move(text);
+}
+
 KzResult codeOfTypeError(const std::string& text) {
     if (text == "no interface") return KZe_NOINTERFACE;
     if (text == "invalid argument") return KZe_INVALIDARG;
@@ -132,7 +139,7 @@ KzResult kzReportToMessage(const KzException& exception, IKzMessage* message) {
     PyObject* type = exception.type;
     if ((type == nullptr || !PyType_Check(type)) && value != nullptr) type = reinterpret_cast<PyObject*>(Py_TYPE(value));
     std::string text = kzExceptionName(type, value);
-    if (value != nullptr && value != Py_None) text += "; " + kzStringOf(value);
+    if (value != nullptr && value != Py_None) text += "; " + textOrThrow(value);
     const std::string lines = "        .." + kzTracebackText(exception.traceback, "\n        ..");
     message->SetCode(code);
     message->SetMessage("pythonintr", "exception", 0);
@@ -144,7 +151,7 @@ KzResult kzReportToMessage(const KzException& exception, IKzMessage* message) {
 KzCodeText kzResultOfText(PyObject* object) {
     KzCodeText parsed;
     if (object == nullptr || object == Py_None) return parsed;
-    const std::string text = kzStringOf(object);
+    const std::string text = textOrThrow(object);
     if (text.empty()) return parsed;
     const std::size_t colon = text.find(':');
     const std::string codeText = text.substr(0, colon);
