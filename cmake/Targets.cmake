@@ -60,6 +60,7 @@ function(kz_add_plugin)
         return()
     endif()
     add_library(kzPython2 MODULE)
+    set_property(GLOBAL PROPERTY KZ_PLUGIN_PARTS ${parts})  # for tests that look inside
     target_link_libraries(kzPython2 PRIVATE ${parts} kz_options)
     target_link_options(kzPython2 PRIVATE -Wl,--no-undefined -Wl,--exclude-libs,ALL)
     set_target_properties(kzPython2 PROPERTIES

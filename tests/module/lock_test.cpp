@@ -1,0 +1,78 @@
+// The interpreter-lock guard, from within.
+#include "module/py_lock.h"
+#include "module/runtime.h"
+#include "tests/support/plugin_host.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+extern "C" IKzUnknown* _IKzModule_Create();
+
+TEST(lock, nests_and_is_released_by_who_took_it) {
+    CPluginHost host;
+    host.adopt(_IKzModule_Create());
+    EXPECT_FALSE(CPyLock::isHeld());
+    EXPECT_EQ(PythonRuntime::current(), nullptr);
+    {
+        CPyLock outer;  // starts Python
+        EXPECT_TRUE(outer.acquired());
+        {
+            CPyLock inner;
+            EXPECT_FALSE(inner.acquired());
+            inner.release();
+            inner.release();
+            EXPECT_TRUE(CPyLock::isHeld());
+        }
+        EXPECT_TRUE(CPyLock::isHeld());
+        EXPECT_FALSE(CPyLock::isInsideHostCall());
+    }
+    EXPECT_FALSE(CPyLock::isHeld());
+    try {
+        const CPyLock left;
+        throw kzFailedCode;
+    } catch (KzResult) {
+    }
+    EXPECT_FALSE(CPyLock::isHeld());
+    EXPECT_EQ(PyGILState_GetThisThreadState(), PythonRuntime::current()->mainThread());
+}
+
+TEST(lock, gives_each_thread_one_state) {
+    CPluginHost host;
+    host.adopt(_IKzModule_Create());
+    PyThreadState* main = nullptr;
+    {
+        const CPyLock lock;
+        main = PyThreadState_GET();
+    }
+    std::thread([&] {
+        PyThreadState* own = nullptr;
+        for (int round = 0; round < 3; ++round) {
+            const CPyLock lock;
+            if (own == nullptr) own = PyThreadState_GET();
+            EXPECT_EQ(PyThreadState_GET(), own);
+            EXPECT_NE(own, main);
+        }
+        EXPECT_FALSE(CPyLock::isHeld());
+        // Another's way into Python is found, not doubled.
+        const PyGILState_STATE other = PyGILState_Ensure();
+        EXPECT_FALSE(CPyLock().acquired());
+        PyGILState_Release(other);
+    }).join();
+    const CPyLock lock;
+    EXPECT_EQ(PyThreadState_GET(), main);
+}
+
+TEST(lock, turns_everybody_away_after_unload) {
+    {
+        CPluginHost host;
+        host.adopt(_IKzModule_Create());
+        const CPyLock lock;
+    }
+    EXPECT_EQ(PythonRuntime::current(), nullptr);
+    EXPECT_EQ(Py_IsInitialized(), 0);
+    std::thread([] { EXPECT_THROW(const CPyLock lock, KzResult); }).join();
+    EXPECT_THROW(const CPyLock lock, KzResult);
+    EXPECT_EQ(_IKzModule_Create(), nullptr);
+    EXPECT_EQ(kzLiveInstanceCount(), 0U) << kzLiveInstanceNames();
+}

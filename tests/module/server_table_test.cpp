@@ -1,0 +1,120 @@
+// The module object: its table of servers, how it is listed, asked and created.
+#include "module/this_module.h"
+#include "tests/support/plugin_host.h"
+
+#include "kz/module.h"
+#include "kz/result.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+extern "C" IKzUnknown* _IKzModule_Create();
+
+namespace {
+
+int theAllocations = 0;
+int theLimit = 0;
+
+void* limited(void* memory, std::size_t size) {
+    return ++theAllocations > theLimit ? nullptr : std::realloc(memory, size);
+}
+
+// From now on that many allocations of the table succeed.
+void allow(int count) {
+    theAllocations = 0;
+    theLimit = count;
+    CServerTable::setReallocate(limited);
+}
+
+class CNothing : public CKzImpl_NeedContext {};
+
+}  // namespace
+
+TEST(server_table, grows_by_twenty_and_keeps_its_order) {
+    CKzPolymorph<CNothing> polymorph;
+    CServerTable table;
+    std::vector<std::string> names;
+    for (int index = 0; index < 41; ++index) names.push_back("server" + std::to_string(index));
+    for (std::uint32_t index = 0; index < 41; ++index) {
+        table.add(names[index].c_str(), &polymorph);
+        EXPECT_EQ(table.capacity(), (index / 20 + 1) * 20);
+    }
+    EXPECT_EQ(table.count(), 41U);
+    for (std::uint32_t index = 0; index < 41; ++index) EXPECT_EQ(table.name(index), names[index]);
+    EXPECT_STREQ(polymorph.name(), "server0");  // the first name stays
+    EXPECT_EQ(table.classId(0), nullptr);       // no interface yet
+}
+
+TEST(server_table, is_empty_after_any_allocation_failed) {
+    CKzPolymorph<CNothing> polymorph;
+    for (int failing = 0; failing < 6; ++failing) {
+        allow(failing);
+        CServerTable table;
+        EXPECT_THROW(for (int index = 0; index < 21; ++index) table.add("server", &polymorph), KzResult) << failing;
+        EXPECT_EQ(table.count(), 0U);
+        allow(100);
+        for (int index = 0; index < 45; ++index) table.add("again", &polymorph);
+        EXPECT_EQ(table.count(), 45U);
+    }
+    CServerTable::setReallocate(nullptr);
+}
+
+TEST(server_table, lists_and_generates) {
+    CPluginHost host;
+    host.adopt(_IKzModule_Create());
+    CKzLoc_Unknown again;
+    *again.out() = _IKzModule_Create();
+    const CKzUser_TagDescription tags(again.raw());
+    const CKzUser_Module module(again.raw());
+    const KzGuid* classes[] = {&KZu_TEXTSCRIPTINTERPRETER, &KZu_LINEINTERPRETER, &KZu_MODULE};
+    ASSERT_LE(tags.Count(), 3U);
+    for (std::uint32_t index = 0; index < tags.Count(); ++index) {
+        KzTagRecord record{};
+        EXPECT_EQ(tags.Describe(index, &record), KZe_OK);
+        EXPECT_STREQ(record.type, "server");
+        EXPECT_STREQ(record.tag, "python");
+        EXPECT_EQ(*record.info, *classes[index]);
+        CKzLoc_Unknown object;
+        EXPECT_EQ(module.Generate("python", classes[index], object.out()), KZe_OK);
+        EXPECT_TRUE(CKzUser_TagDescription(object.raw()));
+    }
+    KzTagRecord record{};
+    EXPECT_EQ(tags.Describe(tags.Count(), &record), KZe_OUTOFBOUNDS);
+    EXPECT_EQ(tags.Describe(0xFFFFFFFFU, &record), KZe_OUTOFBOUNDS);
+    EXPECT_EQ(tags.Describe(0, nullptr), KZe_INVALIDARG);
+    const struct {
+        const char* name;
+        const KzGuid* iid;
+        KzResult code;
+    } table[] = {
+        {"python", &KZu_TAGDESCRIPTION, KZe_NOTFOUND},     {"Python", &KZu_LINEINTERPRETER, KZe_NOTFOUND},
+        {"", &KZu_LINEINTERPRETER, KZe_NOTFOUND},          {"dict-as-tags", &KZu_TAGDESCRIPTION, KZe_NOTFOUND},
+        {"python", &KZu_UNKNOWN, KZe_NOTFOUND},            {nullptr, &KZu_LINEINTERPRETER, KZe_INVALIDARG},
+        {"python", nullptr, KZe_INVALIDARG},
+    };
+    for (const auto& row : table) {
+        CKzLoc_Unknown object;
+        EXPECT_EQ(module.Generate(row.name, row.iid, object.out()), row.code) << (row.name != nullptr ? row.name : "-");
+        EXPECT_FALSE(object);
+    }
+    EXPECT_EQ(module.Generate("python", &KZu_LINEINTERPRETER, nullptr), KZe_INVALIDARG);
+}
+
+TEST(server_table, may_be_filled_after_a_failed_attempt) {
+    allow(1);
+    EXPECT_EQ(_IKzModule_Create(), nullptr);
+    EXPECT_EQ(CKzThisModule::instance().lifeState(), CKzThisModule::unloaded);
+    allow(3);
+    CPluginHost host;
+    host.adopt(_IKzModule_Create());
+    CKzThisModule& module = CKzThisModule::instance();
+    EXPECT_EQ(module.lifeState(), CKzThisModule::initialised);
+    const std::uint32_t count = module.tag_Count();
+    _IKzModule_Create()->Release();
+    EXPECT_EQ(module.tag_Count(), count);
+    CKzLoc_Unknown console;
+    host.spawn(KZa_LINEINTERPRETER, console);
+    host.host.unload();
+    EXPECT_EQ(module.lifeState(), CKzThisModule::shutDown);
+}

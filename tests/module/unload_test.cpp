@@ -1,0 +1,86 @@
+// Unload: whatever Python code has left behind, the process goes on.
+#include "tests/support/child.h"
+#include "tests/support/plugin_host.h"
+
+#include "kz/result.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+TEST(unload, survives_what_scripts_leave_behind) {
+    const std::pair<const char*, const char*> table[] = {
+        {"an exit handler that leaves", "import atexit, sys\natexit.register(sys.exit, 3)"},
+        {"an exit function that leaves", "import sys\ndef f(): raise SystemExit(3)\nsys.exitfunc = f"},
+        {"an exit handler that fails", "import atexit\natexit.register(int, 'x')"},
+        {"a daemon thread",
+         "import threading, time\ndef f():\n  while True: time.sleep(0.001)\n"
+         "t = threading.Thread(target=f)\nt.daemon = True\nt.start()"},
+        {"a busy daemon thread",
+         "import threading\ndef f():\n  while True: pass\nt = threading.Thread(target=f)\nt.daemon = True\nt.start()"},
+        {"a raw thread", "import thread, time\nthread.start_new_thread(time.sleep, (60,))"},
+        {"an object that prints when it goes",
+         "import __main__\nclass D(object):\n  def __del__(self):\n    import sys\n    sys.stdout.write('gone')\n"
+         "__main__.d = D()"},
+        {"wrappers", "import kz, __main__\n__main__.kept = [kz.service.Log(), kz.object.Unknown(), kz.Service('hostservice')]"},
+        {"a host that calls back late",
+         "import kz, sys\nclass D(object):\n  def __init__(self, log): self.log = log\n"
+         "  def __del__(self): self.log.CreateEntry(1, 'late')\nsys.kept = D(kz.service.Log())"},
+        {"no modules", "import sys\nsys.modules.clear()"},
+        {"no streams", "import sys\ndel sys.stdout, sys.stderr, sys.__stdout__, sys.__stderr__"},
+    };
+    for (const auto& [name, script] : table)
+        kzInChild(name, [script = script] {
+            CPluginHost host;
+            host.load();
+            CTestSession session(host);
+            host.run(script);
+            host.host.unload();
+            EXPECT_EQ(session.execute("1"), KZe_NOTAVAILABLE);
+            host.clearLog();
+        });
+}
+
+TEST(unload, passes_on_what_is_printed_last) {
+    CPluginHost host;
+    host.load();
+    host.run("import atexit, threading, time\ndef f(): print 'exit'\natexit.register(f)\n"
+             "def late():\n  time.sleep(0.1)\n  print 'thread'\nthreading.Thread(target=late).start()\nprint 'half',");
+    host.host.unload();
+    EXPECT_EQ(host.log("scripts"), "test.py\n  half\n");
+    EXPECT_EQ(host.log("python"), "thread\nexit\n");
+}
+
+TEST(unload, is_for_good) {
+    CPluginHost host;
+    host.load().host.unload();  // nothing ran, nothing is started
+    std::string why;
+    EXPECT_FALSE(CKzHost().load(host.host.core().files.expand("module:kzPython2.so").value_or(""), why));
+}
+
+TEST(unload, lets_servers_outlive_python) {
+    CPluginHost host;
+    host.load();
+    CKzLoc_Unknown scripts;
+    host.spawn(KZa_TEXTSCRIPTINTERPRETER, scripts);
+    CTestSession session(host);
+    EXPECT_EQ(session.run("if 1:\n"), "");
+    host.host.unload();
+    const CKzUser_TextScriptInterpreter interpreter(scripts.raw());
+    EXPECT_EQ(interpreter->ValidateHeader("python"), KZe_OK);
+    EXPECT_EQ(interpreter->Run(CHostRef<CScript>::make("late.py", "1").raw(), 0, "", nullptr), KZe_NOTAVAILABLE);
+    EXPECT_EQ(session.prompt(), "... ");
+    EXPECT_EQ(session.execute("  1"), KZe_NOTAVAILABLE);
+}
+
+TEST(unload, from_within_a_script_is_survived) {
+    CPluginHost host;
+    host.load();
+    const auto begin = std::chrono::steady_clock::now();
+    CTestSession session(host);
+    session.console->whenTold = [&] { host.host.unload(); };
+    EXPECT_EQ(session.run("print 'before'; print 'after'\n"), "before\nafter\n");
+    session.console->whenTold = nullptr;
+    EXPECT_EQ(session.execute("1"), KZe_NOTAVAILABLE);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+}

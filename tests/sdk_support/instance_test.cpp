@@ -1,0 +1,168 @@
+// Objects with several interfaces: spawning, queries, reference counts and what hangs on them.
+#include "kz/base/global_cache.h"
+#include "kz/base/polymorph.h"
+
+#include "kz/module.h"
+#include "kz/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace {
+
+int theLiving = 0;
+
+// Two interfaces of its own, and a third by a sub-object.
+class CThing : public CKzImpl_TagDescription, public CKzImpl_NeedContext {
+public:
+    CThing() { ++theLiving; }
+    ~CThing() override { --theLiving; }
+    std::uint32_t tag_Count() override { return 7; }
+    KzResult tag_Describe(std::uint32_t index, KzTagRecord* /*record*/) override {
+        if (index == 0) throw kzNotFound;
+        if (index == 1) throw std::bad_alloc();
+        throw 5;
+    }
+};
+
+// Asks the object it belongs to for an interface when it goes.
+class CPart : public CKzImpl_Module {
+public:
+    ~CPart() override {
+        const CKzUser_TagDescription owner(m_outer);
+        EXPECT_EQ(owner.Count(), 7U);
+    }
+    IKzUnknown* m_outer = nullptr;
+};
+
+class CParts final : public CKzPolymorph<CPart> {
+public:
+    CParts() { append(kzMakeRecord<CKzIfc_Module<CPart>>(KZu_MODULE)); }
+    void spawned(void* object, IKzUnknown* /*slot*/) override { static_cast<CPart*>(object)->m_outer = outer; }
+    IKzUnknown* outer = nullptr;
+};
+
+class CThings : public CKzPolymorph<CThing> {
+public:
+    CThings() {
+        append(kzMakeRecord<CKzIfc_TagDescription<CThing>>(KZu_TAGDESCRIPTION));
+        append(kzMakeRecord<CKzIfc_NeedContext<CThing>>(KZu_NEEDCONTEXT));
+        nameOnce("thing");
+    }
+    IKzUnknown* spawnSubObject(IKzUnknown* outer, const KzGuid& iid) override {
+        ++asked;
+        parts.outer = outer;
+        return iid == KZu_MODULE ? parts.spawn() : nullptr;
+    }
+    CParts parts;
+    int asked = 0;
+};
+
+KzResult query(IKzUnknown* object, const KzGuid* iid, void** found) { return object->QueryInterface(iid, found); }
+
+}  // namespace
+
+TEST(instance, answers_for_each_interface_and_counts_once) {
+    CThings things;
+    EXPECT_EQ(things.spawn(&KZu_THREADSERVICE), nullptr);
+    EXPECT_EQ(theLiving, 0);
+    const KzGuid* asked[] = {nullptr, &KZu_UNKNOWN, &KZu_TAGDESCRIPTION, &KZu_NEEDCONTEXT};
+    for (const KzGuid* iid : asked) {
+        IKzUnknown* first = things.spawn(iid);
+        ASSERT_NE(first, nullptr);
+        EXPECT_EQ(theLiving, 1);
+        EXPECT_EQ(kzLiveInstanceCount(), 1U);
+        EXPECT_EQ(kzLiveInstanceNames(), "thing x1 ");
+        void* second = nullptr;
+        EXPECT_EQ(query(first, &KZu_NEEDCONTEXT, &second), kzOk);
+        void* unknown = nullptr;
+        EXPECT_EQ(query(static_cast<IKzUnknown*>(second), &KZu_UNKNOWN, &unknown), kzOk);
+        void* tags = nullptr;
+        EXPECT_EQ(query(first, &KZu_TAGDESCRIPTION, &tags), kzOk);
+        EXPECT_EQ(unknown, tags);  // one identity, whichever way it is asked
+        void* none = first;
+        EXPECT_EQ(query(first, &KZu_THREADSERVICE, &none), kzNoInterface);
+        EXPECT_EQ(none, nullptr);
+        EXPECT_EQ(query(first, &KZu_UNKNOWN, nullptr), kzFailedCode);
+        EXPECT_EQ(first->AddRef(), 5U);
+        for (std::uint32_t left = 4; left > 0; --left) EXPECT_EQ(first->Release(), left);
+        EXPECT_TRUE(things.hasInstances());
+        EXPECT_EQ(static_cast<IKzUnknown*>(tags)->Release(), 0U);
+        EXPECT_FALSE(things.hasInstances());
+    }
+    EXPECT_EQ(theLiving, 0);
+    EXPECT_EQ(kzLiveInstanceCount(), 0U);
+}
+
+TEST(instance, turns_exceptions_into_codes) {
+    CThings things;
+    CKzLoc_Unknown held;
+    held.take(things.spawn());
+    const CKzUser_TagDescription tags(held.raw());
+    EXPECT_EQ(tags.Describe(0, nullptr), kzNotFound);
+    EXPECT_EQ(tags.Describe(1, nullptr), kzOutOfMemory);
+    EXPECT_EQ(tags.Describe(2, nullptr), kzFailedCode);
+}
+
+TEST(instance, makes_each_sub_object_once_and_takes_it_along) {
+    CThings things;
+    {
+        CKzLoc_Unknown held;
+        *held.out() = things.spawn();
+        const CKzUser_Module first(held.raw());
+        const CKzUser_Module second(held.raw());
+        EXPECT_EQ(first.raw(), second.raw());
+        EXPECT_EQ(things.asked, 1);
+        EXPECT_EQ(kzLiveInstanceCount(), 2U);
+        EXPECT_FALSE(CKzUser_ThreadMutex(held.raw()));
+    }
+    EXPECT_EQ(kzLiveInstanceCount(), 0U) << kzLiveInstanceNames();
+    EXPECT_EQ(theLiving, 0);
+}
+
+TEST(instance, may_be_shared_between_threads) {
+    CThings things;
+    CKzLoc_Unknown held;
+    *held.out() = things.spawn();
+    std::vector<std::jthread> threads;
+    for (int index = 0; index < 4; ++index)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 2000; ++round) {
+                const CKzUser_NeedContext context(held.raw());
+                CKzLoc_Unknown own;
+                *own.out() = things.spawn(&KZu_NEEDCONTEXT);
+                const CKzUser_TagDescription tags(own.raw());
+                EXPECT_TRUE(context && tags);
+            }
+        });
+    threads.clear();
+    EXPECT_EQ(kzLiveInstanceCount(), 1U);
+    held.clear();
+    EXPECT_EQ(theLiving, 0);
+}
+
+TEST(localized, holds_one_reference_whatever_it_is_given) {
+    CThings things;
+    IKzUnknown* object = things.spawn();
+    {
+        CKzUser_TagDescription tags;
+        EXPECT_EQ(tags.Count(), 0U);
+        EXPECT_EQ(tags.Describe(0, nullptr), kzNoInterface);
+        IKzUnknown* out = nullptr;
+        EXPECT_EQ(tags.get(&out), kzNotFound);
+        EXPECT_TRUE(tags.set(object));
+        EXPECT_TRUE(tags.set(tags.raw()));  // alive only through itself
+        CKzUser_TagDescription copy;
+        copy.copy(tags);
+        EXPECT_EQ(copy.raw(), tags.raw());
+        CKzUser_ThreadMutex wrong;
+        EXPECT_FALSE(wrong.take(things.spawn()));
+        EXPECT_FALSE(copy.take(nullptr));
+        EXPECT_FALSE(copy);
+        EXPECT_EQ(tags.get(&out), kzOk);
+        out->Release();
+    }
+    EXPECT_EQ(object->Release(), 0U);
+    EXPECT_EQ(theLiving, 0);
+}

@@ -1,0 +1,85 @@
+// The reference host with the plug-in in it, and short ways to run scripts and console lines and to read the log.
+#pragma once
+
+#include "host/kz_host.h"
+
+#include "kz/script.h"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+// A folder that is gone when the test is over.
+class CTestFolder {
+public:
+    CTestFolder();
+    ~CTestFolder();
+    CTestFolder(const CTestFolder&) = delete;
+    CTestFolder& operator=(const CTestFolder&) = delete;
+
+    std::string path() const { return m_path.string(); }
+    // Writes a file, and the folders above it; returns its full path.
+    std::string write(const std::string& name, const std::string& text) const;
+
+private:
+    std::filesystem::path m_path;
+};
+
+// A console as the plug-in sees it: remembers what it is told.
+class CTestConsole final : public CKzImpl_LineExecution {
+public:
+    static CHostPolymorph<CTestConsole>& polymorph();
+
+    KzResult lin_Results(IKzUnknown* values) override;
+    KzResult lin_Info(const char* text) override;
+
+    std::vector<std::string> lines;     // what was printed, in order
+    std::vector<std::string> results;   // the values of the last result
+    int resultCount = 0;
+    std::function<void()> whenTold;     // runs with each line, inside the call
+};
+
+class CPluginHost {
+public:
+    // A host with the kit of the build tree and no plug-in yet.
+    CPluginHost();
+
+    // Loads the plug-in of the build tree as a host does.
+    CPluginHost& load();
+    // Takes in the plug-in that is linked to the test.
+    CPluginHost& adopt(IKzUnknown* module);
+
+    CKzHost host;
+
+    // Runs a text as the script "test.py" and says how it ended.
+    ScriptEnd run(const std::string& text, const std::string& args = {});
+    // The same, and what the scripts subsystem of the log gained.
+    std::string output(const std::string& text, const std::string& args = {});
+
+    // The log of a subsystem, one line each: two blanks for each level of depth, the entry's code unless it is 1, and
+    // its text.
+    std::string log(const std::string& subsystem) const;
+    void clearLog() { host.log().clear(); }
+
+    // A new instance of one of the plug-in's servers ("lineinterpreter"); empty when it cannot be had.
+    CKzLoc_Unknown& spawn(const char* className, CKzLoc_Unknown& object);
+};
+
+// A console session: lines go in, and what the console was told comes out as one text.
+class CTestSession {
+public:
+    explicit CTestSession(CPluginHost& host);
+
+    KzResult execute(const std::string& line);
+    // Runs each line; the answer is what was printed and, behind "= ", the results; a failure code ends it.
+    std::string run(const std::string& lines);
+    std::string prompt(bool continued = false) const;
+    void reset() const { m_interpreter->Reset(); }
+    explicit operator bool() const { return static_cast<bool>(m_interpreter); }
+
+    CHostRef<CTestConsole> console = CHostRef<CTestConsole>::make();
+
+private:
+    CKzUser_LineInterpreter m_interpreter;
+};
