@@ -6,9 +6,6 @@ set_property(DIRECTORY "${PROJECT_SOURCE_DIR}" APPEND PROPERTY CMAKE_CONFIGURE_D
 file(STRINGS "${KZ_IDL_DIR}/headers.txt" KZ_HEADERS REGEX "^[^#]")
 list(TRANSFORM KZ_HEADERS STRIP)
 
-# While the description is being written its headers name interfaces that are still to come.
-set(KZ_IDL_FLAGS --partial)
-
 set(kz_idl_files "${KZ_IDL_DIR}/headers.txt")
 foreach(header IN LISTS KZ_HEADERS)
     list(APPEND kz_idl_files "${KZ_IDL_DIR}/${header}.idl")
@@ -19,7 +16,7 @@ endforeach()
 function(kz_generate target part folder)
     list(TRANSFORM ARGN PREPEND "${folder}/" OUTPUT_VARIABLE outputs)
     add_custom_command(OUTPUT ${outputs}
-        COMMAND kzgen emit ${KZ_IDL_FLAGS} "${KZ_IDL_DIR}" "${folder}" --part ${part}
+        COMMAND kzgen emit "${KZ_IDL_DIR}" "${folder}" --part ${part}
         DEPENDS kzgen ${kz_idl_files}
         COMMENT "SDK description: ${part}"
         VERBATIM)
