@@ -99,6 +99,7 @@ TEST(Consistency, ParametersOfOneNameAreOfOneKind) {
         {"time", {Kind::Double}},
         {"flags", {Kind::Uint}},
         {"count", {Kind::Uint}},
+        {"changes", {Kind::Uint}},
         {"index", {Kind::Uint, Kind::Int}},
         {"name", {Kind::String, Kind::Text}},
         {"title", {Kind::String, Kind::Text}},
