@@ -32,12 +32,12 @@ export UBSAN_OPTIONS=print_stacktrace=1
 shopt -s nullglob
 # shellcheck disable=SC2206 # the target may be a pattern
 programs=("$root"/build/"$preset"/fuzz/fuzz_$target)
-[ ${#programs[@]} -gt 0 ] || die "no such fuzzer: $target"
-failed=0
+failed=0 found=0
 for program in "${programs[@]}"; do
-    if [ -f "$program" ] && [ -x "$program" ]; then
-        printf '%s, with the preset %s\n' "${program##*/}" "$preset" >&2
-        run_fuzzer "$program" || failed=1
-    fi
+    [ -f "$program" ] && [ -x "$program" ] || continue
+    found=1
+    printf '%s, with the preset %s\n' "${program##*/}" "$preset" >&2
+    run_fuzzer "$program" || failed=1
 done
+[ "$found" = 1 ] || die "no such fuzzer: $target"
 exit "$failed"
