@@ -47,6 +47,7 @@ install_optional_parts() {
     install_optional "'./dev lint' cannot check formatting" clang-format
     install_optional "'./dev lint' cannot analyse sources" clang-tidy
     install_optional "'./dev lint' cannot check scripts" shellcheck
+    install_optional "'./dev fuzz' is not guided by coverage" clang libclang-rt-dev
     install_optional "coverage cannot be reported" gcovr
     install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
     pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
