@@ -34,7 +34,7 @@ shopt -s nullglob
 programs=("$root"/build/"$preset"/fuzz/fuzz_$target)
 failed=0 found=0
 for program in "${programs[@]}"; do
-    [ -f "$program" ] && [ -x "$program" ] || continue
+    if [ ! -f "$program" ] || [ ! -x "$program" ]; then continue; fi
     found=1
     printf '%s, with the preset %s\n' "${program##*/}" "$preset" >&2
     run_fuzzer "$program" || failed=1
