@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 TEST(script_run, is_asked_by_the_word_python) {
     CPluginHost host;
     CKzLoc_Unknown object;
@@ -173,4 +175,24 @@ TEST(script_run, reports_when_it_cannot_be_read_or_reached) {
         host.host.core().calls.heal();
     }
     EXPECT_EQ(host.output("print 1"), "test.py\n  1\n");
+}
+
+TEST(script_run, keeps_nothing_however_often_it_runs) {
+    CPluginHost host;
+    CTestSession session(host.load());
+    // The interpreter's debug build counts every reference; the others count what the collector knows.
+    session.run("import gc, sys\ncount = getattr(sys, 'gettotalrefcount', lambda: len(gc.get_objects()))\n");
+    const char* scripts[] = {"import kz\nkz.out(kz.args())\nprint 1,", "1/0", "x = (", "import sys\nsys.exit('KZe_NOTFOUND:x')",
+                             "class C:\n  def f(self): pass\nC().f()", "import kz\ntry: 1/0\nexcept: kz.outEx(); kz.excResult()"};
+    const auto count = [&] {
+        for (int round = 0; round < 20; ++round)
+            for (const char* script : scripts) host.run(script, "a 'b'");
+        host.clearLog();
+        session.run("1/0\n(1, 2)\nx = )\n");
+        const std::string text = session.run("gc.collect() * 0 + count()\n");
+        return std::stol(text.substr(2));
+    };
+    count();
+    const long before = count();
+    EXPECT_LE(std::abs(count() - before), 5);
 }
