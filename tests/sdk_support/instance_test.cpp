@@ -7,11 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 namespace {
 
-int theLiving = 0;
+std::atomic<int> theLiving = 0;
 
 // Two interfaces of its own, and a third by a sub-object.
 class CThing : public CKzImpl_TagDescription, public CKzImpl_NeedContext {
