@@ -1,6 +1,7 @@
 // The application object: every service of the host behind one pointer.
 #include "host/application.h"
 
+#include "host/queries.h"
 #include "host/version.h"
 
 #include "kz/application.h"
@@ -64,9 +65,7 @@ private:
 
 KzResult CApplication::applicationservice_ServiceByName(const char* name, IKzUnknown** service) {
     enter("Application.ServiceByName");
-    const KzGuid* iid = core().serviceByName(kzTextOf(name));
-    if (iid == nullptr) return KZe_NOTFOUND;
-    IKzUnknown* made = core().makeService(*iid);
+    IKzUnknown* made = kzMakeNamedService(sharedCore(), kzTextOf(name));
     if (made == nullptr) return KZe_NOTFOUND;
     *service = made;
     return KZe_OK;

@@ -1,11 +1,16 @@
 // The command service.
+#include "host/command_center.h"
 #include "host/core.h"
 #include "host/values.h"
 
-#include "kz/command.h"
 #include "kz/result.h"
 
 namespace {
+
+std::string nameOf(const CKzUser_Command& command) {
+    const char* name = nullptr;
+    return kzSucceeded(command.Name(&name)) && name != nullptr ? name : "unknown";
+}
 
 class CCommandService final : public CKzImpl_CommandService, CHostService {
 public:
@@ -14,14 +19,258 @@ public:
             kzHostClass<CCommandService, CKzIfc_CommandService<CCommandService>>("command service", KZu_COMMANDSERVICE);
         return made;
     }
-    using CHostService::CHostService;
+    explicit CCommandService(const std::shared_ptr<CHostCore>& core) : CHostService(core), m_center(core) {}
 
+    KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override;
+    KzResult commandservice_LookupTag(std::uint32_t tag, const char** name) override {
+        enter("Command.LookupTag");
+        const auto known = core().commands.nameOf(tag);
+        if (!known) return KZe_NOTFOUND;
+        *name = keep(*known);
+        return KZe_OK;
+    }
+    KzResult commandservice_CommandCount(std::uint32_t* count) override {
+        enter("Command.CommandCount");
+        *count = static_cast<std::uint32_t>(m_center.names().size());
+        return KZe_OK;
+    }
+    KzResult commandservice_CommandByIndex(std::uint32_t index, const char** name) override {
+        enter("Command.CommandByIndex");
+        return giveAt(m_center.names(), index, name);
+    }
+    KzResult commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) override;
+    KzResult commandservice_SpawnFromString(const char* args, std::uint32_t* flags, std::int32_t* queryIndex,
+                                            IKzUnknown** command) override;
+    KzResult commandservice_GetToggleArgState(IKzUnknown* command, std::int32_t* state, IKzUnknown** value) override;
+    KzResult commandservice_ProcessStringFlags(std::uint32_t flags, const char* text, std::uint32_t* newFlags,
+                                               const char** rest) override;
+    bool commandservice_IsCommand(const char* name) override {
+        enter("Command.IsCommand");
+        return m_center.isCommand(std::string(kzTextOf(name)));
+    }
+    KzResult commandservice_IsImplicitScript(const char* definition) override {
+        enter("Command.IsImplicitScript");
+        return m_center.isScript(kzTextOf(definition)) ? KZe_OK : KZe_NOTFOUND;
+    }
+    KzResult commandservice_SpawnImplicitScript(const char* definition, IKzUnknown** command) override;
+    KzResult commandservice_ParseArgString(IKzUnknown* command, std::uint32_t alertFlags, const char* args) override;
+    KzResult commandservice_ParseAttribObject(IKzUnknown* command, std::uint32_t alertFlags, IKzUnknown* args) override;
+    KzResult commandservice_QueryArgString(IKzUnknown* command, std::uint32_t alertFlags, const char* args,
+                                           std::int32_t includesName, IKzUnknown** values,
+                                           std::uint32_t* queryIndex) override;
+    KzResult commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) override;
     KzResult commandservice_CreateQueryObject(const char* type, IKzUnknown** values) override {
         enter("Command.CreateQueryObject");
         if (kzFindType(kzTextOf(type)) == nullptr) return KZe_NOTFOUND;
         return CHostRef<CValueArray>::make(type).give(values);
     }
+    KzResult commandservice_Execute(IKzUnknown* command, std::uint32_t flags) override {
+        enter("Command.ExecuteCommand");
+        const CKzUser_Command held(command);
+        return held ? held.Execute(flags) : KZe_INVALIDARG;
+    }
+    KzResult commandservice_ExecuteString(std::uint32_t flags, const char* text, IKzUnknown* message) override;
+    KzResult commandservice_ExecuteArgString(std::uint32_t flags, std::int32_t queryMode, const char* args) override;
+    KzResult commandservice_ToString(IKzUnknown* command, char* buffer, std::uint32_t length) override;
+    KzResult commandservice_AliasCreate(const char* alias, const char* definition, std::uint32_t flags) override;
+    KzResult commandservice_AliasRemove(const char* alias) override {
+        enter("Command.AliasRemove");
+        return core().commands.removeAlias(std::string(kzTextOf(alias))) ? KZe_OK : KZe_CMD_NOT_ALIASED;
+    }
+    KzResult commandservice_AliasLookup(const char* alias, const char** definition) override;
+    std::uint32_t commandservice_ExecDepth() override { return core().commands.depth(); }
+    KzResult commandservice_CurrentExecFlags(std::uint32_t* flags) override {
+        enter("Command.CurrentExecFlags");
+        *flags = core().commands.flags();
+        return KZe_OK;
+    }
+    KzResult commandservice_HistoryCount(std::uint32_t* count) override {
+        enter("Command.HistoryCount");
+        *count = static_cast<std::uint32_t>(core().commands.history().size());
+        return KZe_OK;
+    }
+    KzResult commandservice_HistoryByIndex(std::uint32_t index, const char** text) override {
+        enter("Command.HistoryByIndex");
+        return giveAt(core().commands.history(), index, text);
+    }
+
+private:
+    KzResult giveAt(const std::vector<std::string>& texts, std::uint32_t index, const char** text) const {
+        if (index >= texts.size()) return KZe_OUTOFBOUNDS;
+        *text = keep(texts[index]);
+        return KZe_OK;
+    }
+    // A string that is wrong is told about in the log, once, where it is parsed.
+    template <class Action> KzResult told(const std::string& name, Action&& action) const {
+        try {
+            return action();
+        } catch (const CommandTextError& error) {
+            return m_center.report(name, error);
+        }
+    }
+
+    CCommandCenter m_center;
 };
+
+KzResult CCommandService::commandservice_Lookup(const char* name, std::uint32_t* tag) {
+    enter("Command.Lookup");
+    const std::string wanted(kzTextOf(name));
+    if (!m_center.isCommand(wanted)) return KZe_CMD_UNKNOWN_COMMAND;
+    *tag = core().commands.tagOf(wanted);
+    return KZe_OK;
+}
+
+KzResult CCommandService::commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) {
+    enter("Command.Spawn");
+    const std::string wanted = tag != 0 ? core().commands.nameOf(tag).value_or("") : std::string(kzTextOf(name));
+    return told(wanted, [&] {
+        CKzUser_Command made;
+        return m_center.spawn(wanted, made).get(command);
+    });
+}
+
+KzResult CCommandService::commandservice_SpawnFromString(const char* args, std::uint32_t* flags,
+                                                         std::int32_t* queryIndex, IKzUnknown** command) {
+    enter("Command.SpawnFromString");
+    const MarkedCommand marked = kzStripMarks(0, kzTextOf(args));
+    return told(marked.rest.substr(0, marked.rest.find(' ')), [&] {
+        CKzUser_Command made;
+        const auto query = m_center.parse(marked.rest, made);
+        *flags = marked.flags;
+        *queryIndex = query ? static_cast<std::int32_t>(*query) : KZiCMD_QUERYINDEX_NONE;
+        return made.get(command);
+    });
+}
+
+// On when the argument that switches has the value it was given; without one, when it is true now.
+KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, std::int32_t* state,
+                                                           IKzUnknown** value) {
+    enter("Command.GetToggleArgState");
+    const CKzUser_Command held(command);
+    std::uint32_t index = 0;
+    if (!held) return KZe_INVALIDARG;
+    if (kzFailed(held.ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
+    const CKzUser_Attributes attributes(command);
+    const std::string wanted = kzAttributeText(attributes, index);
+    const std::vector<std::string> now = kzQueryTexts(held, index);
+    const std::string present = now.empty() ? std::string() : now.front();
+    const bool isOn = wanted.empty() ? present != "" && present != "0" && present != "false" : present == wanted;
+    *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
+    const char* type = nullptr;
+    attributes.TypeName(index, &type);
+    const auto made = CHostRef<CValue>::make(kzTextOf(type));
+    made->val_SetString(present.c_str());
+    return made.give(value);
+}
+
+KzResult CCommandService::commandservice_ProcessStringFlags(std::uint32_t flags, const char* text,
+                                                            std::uint32_t* newFlags, const char** rest) {
+    enter("Command.ProcessStringFlags");
+    const MarkedCommand marked = kzStripMarks(flags, kzTextOf(text));
+    if (marked.rest.empty()) return KZe_CMD_BAD_DEFINITION;
+    *newFlags = marked.flags;
+    *rest = keep(marked.rest);
+    return KZe_OK;
+}
+
+KzResult CCommandService::commandservice_SpawnImplicitScript(const char* definition, IKzUnknown** command) {
+    enter("Command.SpawnImplicitScript");
+    return told("@", [&] {
+        CKzUser_Command made;
+        return m_center.spawnScript(kzTextOf(definition), made).get(command);
+    });
+}
+
+KzResult CCommandService::commandservice_ParseArgString(IKzUnknown* command, std::uint32_t /*alertFlags*/,
+                                                        const char* args) {
+    enter("Command.ParseArgString");
+    const CKzUser_Command held(command);
+    return told(nameOf(held), [&] {
+        CCommandArguments(core(), command).assign(kzParseArguments(kzTextOf(args)));
+        return KZe_OK;
+    });
+}
+
+KzResult CCommandService::commandservice_ParseAttribObject(IKzUnknown* command, std::uint32_t /*alertFlags*/,
+                                                           IKzUnknown* args) {
+    enter("Command.ParseAttribObject");
+    const CKzUser_Attributes given(args);
+    if (!given) return KZe_INVALIDARG;
+    return told(nameOf(CKzUser_Command(command)), [&] {
+        CCommandArguments arguments(core(), command);
+        for (std::uint32_t index = 0; index < given.Count(); ++index) {
+            const char* name = nullptr;
+            if (const KzResult code = given.Name(index, &name); kzFailed(code)) return code;
+            arguments.assignByName(std::string(kzTextOf(name)), kzAttributeText(given, index));
+        }
+        return KZe_OK;
+    });
+}
+
+KzResult CCommandService::commandservice_QueryArgString(IKzUnknown* command, std::uint32_t /*alertFlags*/,
+                                                        const char* args, std::int32_t includesName,
+                                                        IKzUnknown** values, std::uint32_t* queryIndex) {
+    enter("Command.QueryArgString");
+    const CKzUser_Command held(command);
+    std::string_view text = kzTextOf(args);
+    return told(nameOf(held), [&] {
+        if (includesName != 0) kzFirstWord(text, &text);
+        const std::vector<ArgumentText> given = kzParseArguments(text);
+        // Without a mark the caller goes on to execute the command and parses the string then.
+        if (std::none_of(given.begin(), given.end(), [](const ArgumentText& each) { return each.isQuery; }))
+            return KZe_CMD_NO_QUERY_MARKED;
+        *queryIndex = CCommandArguments(core(), command).assign(given).value();
+        kzQueryTexts(held, *queryIndex, values);
+        return KZe_OK;
+    });
+}
+
+KzResult CCommandService::commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) {
+    enter("Command.QueryIndex");
+    kzQueryTexts(CKzUser_Command(command), index, values);
+    return KZe_OK;
+}
+
+KzResult CCommandService::commandservice_ExecuteString(std::uint32_t flags, const char* text, IKzUnknown* message) {
+    enter("Command.ExecuteString");
+    const CCommandCenter::Outcome outcome = m_center.perform(kzTextOf(text), flags);
+    if (const CKzUser_Message told(message); told && kzFailed(outcome.code)) {
+        told.SetCode(outcome.code);
+        told.SetMessage("commands", "said", 0);
+        told.SetArgumentString(1, outcome.message.c_str());
+    }
+    return outcome.code;
+}
+
+KzResult CCommandService::commandservice_ExecuteArgString(std::uint32_t flags, std::int32_t /*queryMode*/,
+                                                          const char* args) {
+    enter("Command.ExecuteArgString");
+    return m_center.perform(kzTextOf(args), flags).code;
+}
+
+KzResult CCommandService::commandservice_ToString(IKzUnknown* command, char* buffer, std::uint32_t length) {
+    enter("Command.ToString");
+    const CCommandArguments arguments(core(), command);
+    return kzFillText(arguments.write(nameOf(arguments.command())), buffer, length);
+}
+
+KzResult CCommandService::commandservice_AliasCreate(const char* alias, const char* definition,
+                                                     std::uint32_t /*flags*/) {
+    enter("Command.AliasCreate");
+    const std::string name(kzTextOf(alias));
+    if (name.empty() || name != kzFirstWord(name) || kzTextOf(definition).empty()) return KZe_INVALIDARG;
+    if (m_center.isCommand(name)) return KZe_CMD_ALREADY_EXISTS;
+    core().commands.addAlias(name, definition);
+    return KZe_OK;
+}
+
+KzResult CCommandService::commandservice_AliasLookup(const char* alias, const char** definition) {
+    enter("Command.AliasLookup");
+    const auto known = core().commands.alias(std::string(kzTextOf(alias)));
+    if (!known) return KZe_CMD_NOT_ALIASED;
+    *definition = keep(*known);
+    return KZe_OK;
+}
 
 }  // namespace
 

@@ -39,6 +39,8 @@ bool CConsoleOutput::isForError(const LogLine& line) {
            line.text.starts_with(italicMark);
 }
 
+bool CConsoleOutput::showsDebug() const { return m_debug || m_core.properties.get("log.debug") == "1"; }
+
 void CConsoleOutput::operator()(const LogLine& line) {
     const std::lock_guard lock(m_lock);
     if (isHeading(line)) {
@@ -47,7 +49,7 @@ void CConsoleOutput::operator()(const LogLine& line) {
     }
     const bool isError = isForError(line);
     const bool isNotice = line.subsystem != scripts && kzSucceeded(line.level) && !line.text.starts_with(tracebackMark);
-    if ((isNotice && (m_quiet || line.text.empty())) || (line.level == KZe_LOG_DEBUG && !m_debug)) return;
+    if ((isNotice && (m_quiet || line.text.empty())) || (line.level == KZe_LOG_DEBUG && !showsDebug())) return;
     std::string text = kzWithoutMarkup(line.text);
     if (isError && line.subsystem != scripts && !line.subsystem.empty() && line.depth == 0)
         text = line.subsystem + ": " + text;

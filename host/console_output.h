@@ -18,6 +18,7 @@ public:
 private:
     bool isHeading(const LogLine& line);
     bool isForError(const LogLine& line);
+    bool showsDebug() const;
 
     CHostCore& m_core;
     bool m_quiet;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/calls.h"
+#include "host/command_system.h"
 #include "host/file_table.h"
 #include "host/listeners.h"
 #include "host/log_store.h"
@@ -11,6 +12,7 @@
 #include "host/monitors.h"
 #include "host/scripts.h"
 #include "host/text.h"
+#include "host/user_values.h"
 
 #include <map>
 #include <memory>
@@ -37,7 +39,9 @@ public:
     CCallWatch calls;
     CTextPool texts;
     std::shared_ptr<CLogStore> log = std::make_shared<CLogStore>();
+    CCommandSystem commands;
     CFileTable files;
+    CUserValues userValues;
     CPropertyTable properties;
     CMessageTables messages;
     CListenerTable listeners;

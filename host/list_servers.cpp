@@ -9,7 +9,7 @@
 int kzListServers(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
     CHostCore& core = program.host().core();
-    for (const KzServer& server : core.modules.servers(KZa_LINEINTERPRETER)) program.wakeInterpreter(server.name);
+    program.wakeInterpreters();
     const auto servers = core.modules.servers();
     std::size_t classWidth = 5;
     std::size_t nameWidth = 4;

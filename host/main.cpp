@@ -68,6 +68,10 @@ int runProgram(int count, char** words) {
     run->prefix_command();
     CLI::App* eval = app.add_subcommand("eval", "Run lines as if typed into the console");
     eval->add_option("LINE", rest, "The lines")->required();
+    CLI::App* console = app.add_subcommand("console", "Type lines; a pipe is read line by line");
+    CLI::App* cmd = app.add_subcommand("cmd", "Execute a command string, or print what it queries");
+    cmd->add_option("STRING", script, "The command, as \"user.value size 12 type:integer\"")->required();
+    CLI::App* commands = app.add_subcommand("commands", "List the commands and their arguments");
     CLI::App* servers = app.add_subcommand("servers", "List the servers that the module offers");
 
     try {
@@ -84,6 +88,9 @@ int runProgram(int count, char** words) {
         return kzRunScript(program, script, rest);
     }
     if (eval->parsed()) return kzEvalLines(program, rest);
+    if (console->parsed()) return kzRunConsole(program);
+    if (cmd->parsed()) return kzRunCommand(program, script);
+    if (commands->parsed()) return kzListCommands(program);
     return servers->parsed() ? kzListServers(program) : exitUsage;
 }
 

@@ -22,9 +22,8 @@ constexpr TextRow texts[] = {
     {"pythonintr", "exit_code", "The script ended with code %1"},
     {"pythonintr", "exit_code_msg", "The script ended with code %1: %2"},
     {"pythonintr", "exit_msg", "The script ended: %1"},
-    {"commands", "unknown", "There is no command \"%1\""},
-    {"commands", "argument", "%1: argument \"%2\": %3"},
     {"commands", "failed", "%1: %2"},
+    {"commands", "said", "%1"},
 };
 
 struct MeaningRow {

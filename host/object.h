@@ -15,6 +15,10 @@ public:
     }
     void* createObject() override { return std::exchange(next(), nullptr); }
     void freeObject(void* object) noexcept override { delete static_cast<Class*>(object); }
+    // An object that has to name itself to others learns how; it holds no reference to itself.
+    void spawned(void* object, IKzUnknown* slot) override {
+        if constexpr (requires(Class & made) { made.setSelf(slot); }) static_cast<Class*>(object)->setSelf(slot);
+    }
     IKzUnknown* spawnSubObject(IKzUnknown* outer, const KzGuid& iid) override {
         if constexpr (requires(Class & made) { made.subObject(iid); }) {
             auto* object = static_cast<Class*>(kzObjectOf(outer, this));

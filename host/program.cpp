@@ -1,12 +1,14 @@
 // The program kzhost: setting up its host.
 #include "host/program.h"
 
+#include "host/progress_view.h"
 #include "host/version.h"
 
 #include "kz/result.h"
 
 #include <cstdio>
 #include <filesystem>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -47,6 +49,8 @@ int CProgram::start() {
     core.log->addSink([this](const LogLine& line) {
         m_startFailed |= line.level == KZe_STARTUP && line.text.ends_with("subsystem failed to start");
     });
+    const auto progress = std::make_shared<CProgressView>(stderr, isatty(STDERR_FILENO) != 0);
+    if (!m_options.quiet) core.monitors.setViewer([progress](const MonitorState& state) { (*progress)(state); });
     if (m_options.trace) {
         core.properties.set("script.trace", "on");
         core.calls.trace([](std::string_view operation) { say("trace: " + std::string(operation)); });
@@ -70,4 +74,8 @@ bool CProgram::wakeInterpreter(const std::string& name) {
         return false;
     }
     return !m_startFailed;
+}
+
+void CProgram::wakeInterpreters() {
+    for (const KzServer& server : m_host.core().modules.servers(KZa_LINEINTERPRETER)) wakeInterpreter(server.name);
 }

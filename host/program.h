@@ -39,6 +39,9 @@ public:
     // Has the interpreter with that server name started, so that a failure is told before anything runs in it.
     bool wakeInterpreter(const std::string& name);
 
+    // Has all of them started, for what needs the servers that only they know. A failure is told, and goes on.
+    void wakeInterpreters();
+
     // One line on standard error.
     static void say(const std::string& text);
 
@@ -53,4 +56,7 @@ private:
 
 int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments);
 int kzEvalLines(CProgram& program, const std::vector<std::string>& lines);
+int kzRunConsole(CProgram& program);
+int kzRunCommand(CProgram& program, const std::string& text);
 int kzListServers(CProgram& program);
+int kzListCommands(CProgram& program);

@@ -1,6 +1,7 @@
 // The script services: what scripts may ask about the running host.
 #include "host/queries.h"
 
+#include "host/command_center.h"
 #include "host/values.h"
 
 #include "kz/result.h"
@@ -32,6 +33,41 @@ const std::string& needElement(const Selection& selection) {
     if (selection.element.empty()) throw KZe_QUERY_NEED_SELECTION;
     return selection.element;
 }
+
+constexpr AttributeRow commandAttributes[] = {
+    {"commands", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) {
+         for (const std::string& name : CCommandCenter(core.shared_from_this()).names()) add(name);
+     }},
+    {"exists", KZsTYPE_BOOLEAN,  // whether the selected name is a command
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         add(CCommandCenter(core.shared_from_this()).isCommand(needElement(selection)) ? "true" : "false");
+     }},
+    {"arguments", KZsTYPE_STRING,  // of the selected command
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         CKzUser_Command command;
+         try {
+             CCommandCenter(core.shared_from_this()).spawn(needElement(selection), command);
+         } catch (const CommandTextError& error) {
+             throw error.code;
+         }
+         const CCommandArguments arguments(core, command.raw());
+         for (std::uint32_t index = 0; index < arguments.attributes().Count(); ++index) add(arguments.nameOf(index));
+     }},
+    {"history", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) {
+         for (const std::string& text : core.commands.history()) add(text);
+     }},
+};
+
+constexpr AttributeRow scriptAttributes[] = {
+    {"interpreters", KZsTYPE_STRING,
+     [](CHostCore& core, const Selection&, const auto& add) {
+         for (const KzServer& server : core.modules.servers(KZa_TEXTSCRIPTINTERPRETER)) add(server.name);
+     }},
+    {"depth", KZsTYPE_INTEGER,
+     [](CHostCore& core, const Selection&, const auto& add) { add(std::to_string(core.scripts.depth())); }},
+};
 
 constexpr AttributeRow hostAttributes[] = {
     {"modules", KZsTYPE_STRING,
@@ -91,10 +127,8 @@ constexpr AttributeRow valueAttributes[] = {
 };
 
 constexpr ServiceRow services[] = {
-    {"file", fileAttributes},
-    {"host", hostAttributes},
-    {"log", logAttributes},
-    {"value", valueAttributes},
+    {"command", commandAttributes}, {"file", fileAttributes},     {"host", hostAttributes},
+    {"log", logAttributes},         {"script", scriptAttributes}, {"value", valueAttributes},
 };
 
 class CScriptQuery final : public CKzImpl_ScriptQuery, CHostService {
@@ -158,6 +192,29 @@ KzResult CScriptQuery::sq_Query(std::uint32_t index, IKzUnknown* values) {
     return KZe_OK;
 }
 
+class CNamedService final : public CKzImpl_ServiceExtension, CHostService {
+public:
+    static CHostPolymorph<CNamedService>& polymorph() {
+        static auto& made =
+            kzHostClass<CNamedService, CKzIfc_ServiceExtension<CNamedService>>("named service", KZu_SERVICEEXTENSION);
+        return made;
+    }
+    CNamedService(std::shared_ptr<CHostCore> core, std::string name)
+        : CHostService(std::move(core)), m_name(std::move(name)) {}
+
+    KzResult ser_ScriptQuery(IKzUnknown** query) override {
+        enter("ServiceExtension.ScriptQuery");
+        return kzMakeQuery(sharedCore(), m_name, query);
+    }
+    IKzUnknown* subObject(const KzGuid& iid) {
+        const KzGuid* own = core().serviceByName(m_name);
+        return own != nullptr && *own == iid ? core().makeService(iid) : nullptr;
+    }
+
+private:
+    std::string m_name;
+};
+
 constexpr auto names = [] {
     std::array<const char*, std::size(services)> all{};
     for (std::size_t index = 0; index < all.size(); ++index) all[index] = services[index].name;
@@ -172,4 +229,18 @@ KzResult kzMakeQuery(const std::shared_ptr<CHostCore>& core, std::string_view se
     for (const ServiceRow& row : services)
         if (service == row.name) return CHostRef<CScriptQuery>::make(core, row).give(query);
     return KZe_QUERY_UNKNOWN_SERVICE;
+}
+
+IKzUnknown* kzMakeNamedService(const std::shared_ptr<CHostCore>& core, std::string_view name) {
+    const KzGuid* iid = core->serviceByName(name);
+    CKzLoc_Unknown service;
+    if (iid != nullptr) *service.out() = core->makeService(*iid);
+    if (!service) return nullptr;
+    const bool answers =
+        std::any_of(std::begin(services), std::end(services), [&](const auto& row) { return name == row.name; });
+    if (!answers) {
+        service.raw()->AddRef();
+        return service.raw();
+    }
+    return CNamedService::polymorph().wrap(std::make_unique<CNamedService>(core, std::string(name)));
 }

@@ -71,12 +71,10 @@ private:
     CHostRef<CScript> read(const char* name) const;
 };
 
-// A script by its path, with an alias or without, or by its name in the user's script folder.
 CHostRef<CScript> CScriptService::read(const char* name) const {
     const std::string_view wanted = kzTextOf(name);
     if (wanted.empty()) throw KZe_INVALIDARG;
-    auto path = core().files.resolve(wanted);
-    if (!path) path = core().files.resolve("scripts:" + std::string(wanted));
+    const auto path = kzFindScript(core(), std::string(wanted));
     if (!path) throw KZe_NOTFOUND;
     std::string problem;
     auto script = kzReadScript(*path, problem);

@@ -129,6 +129,13 @@ CHostRef<CScript> kzReadScript(const std::string& path, std::string& problem) {
     return CHostRef<CScript>::make(path, normalised(*raw));
 }
 
+std::optional<std::string> kzFindScript(const CHostCore& core, const std::string& name) {
+    if (name.empty()) return {};
+    auto path = core.files.resolve(name);
+    if (!path) path = core.files.resolve("scripts:" + name);
+    return path;
+}
+
 std::optional<std::string> kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem) {
     std::string joined;
     for (std::size_t index = 0; index < arguments.size(); ++index) {

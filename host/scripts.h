@@ -43,6 +43,9 @@ private:
 // Reads a script file; empty, with a full sentence in `problem`, when it cannot be read or holds no text.
 CHostRef<CScript> kzReadScript(const std::string& path, std::string& problem);
 
+// The file of a script: by its path, with an alias or without, or by its name in the user's script folder.
+std::optional<std::string> kzFindScript(const CHostCore& core, const std::string& name);
+
 // The arguments as one string, which an interpreter takes apart at blanks; double quotes hold blanks together. There is
 // no escape, so some arguments cannot be said: then nothing, with a full sentence in `problem`.
 std::optional<std::string> kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem);

@@ -29,6 +29,9 @@ constexpr KzValueType types[] = {
     {KZsTYPE_DISTANCE, KZiVALUE_TYPE_FLOAT, "a distance in metres, or with a unit, as 20mm or 3ft", distanceUnits, "m"},
     {KZsTYPE_PERCENT, KZiVALUE_TYPE_FLOAT, "a fraction, as 0.5, or percent, as 50%", percentUnits, "%"},
     {KZsTYPE_TIME, KZiVALUE_TYPE_FLOAT, "a time in seconds, or with a unit, as 40ms", timeUnits, "s"},
+    {KZsTYPE_CHOICE, KZiVALUE_TYPE_INTEGER, "the number of a choice", {}, ""},
+    {KZsTYPE_TEXT, KZiVALUE_TYPE_STRING, "a text", {}, ""},
+    {KZsTYPE_FILEPATH, KZiVALUE_TYPE_STRING, "a path", {}, ""},
     {KZsTYPE_COLOR, KZiVALUE_TYPE_OBJECT, "three numbers for red, green and blue, as {1.0 0.5 0.0}", {}, ""},
 };
 

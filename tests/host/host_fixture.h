@@ -36,7 +36,7 @@ private:
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "kzhostXXXXXX").string();
+        std::string name = (std::filesystem::temp_directory_path() / "kzhost").string() + std::string(6, 'X');
         m_path = mkdtemp(name.data());
     }
     ~TemporaryFolder() { std::filesystem::remove_all(m_path); }

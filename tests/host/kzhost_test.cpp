@@ -144,6 +144,29 @@ TEST_F(KzHostTest, LinesAreEvaluatedWithTheirResults) {
     EXPECT_NE(failing.error.find("ZeroDivisionError"), std::string::npos);
 }
 
+TEST_F(KzHostTest, CommandsAreExecutedQueriedAndListed) {
+    const Ended query = run({"cmd", "unit.system ?"});
+    EXPECT_EQ(query.out, "0\n");
+    EXPECT_EQ(query.status, 0);
+    const Ended bad = run({"cmd", "unit.system miles"});
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_NE(bad.error.find("argument \"system\": \"miles\" is not one of si metric english"), std::string::npos)
+        << bad.error;
+    EXPECT_NE(run({"commands"}).out.find("user.value       name? [value?] [type?] [choices?] [delete]"),
+              std::string::npos);
+    const std::string script = m_folder.write("script.py", "print 'ran'\n");
+    EXPECT_EQ(run({"cmd", "@" + script}).out, "ran\n");
+    EXPECT_NE(run({"servers"}).out.find("lineinterpreter"), std::string::npos);
+}
+
+TEST_F(KzHostTest, ThePipedConsoleGoesOnAfterAFailure) {
+    const Ended ended = run({"console"}, "1+1\nfor i in range(2):\n  print i\n\n1/0\r\n'end'\n");
+    EXPECT_EQ(ended.out, "2\n0\n1\nend\n");
+    EXPECT_NE(ended.error.find("ZeroDivisionError"), std::string::npos);
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(run({"console"}, "").status, 0);
+}
+
 TEST_F(KzHostTest, ThePlainSignalStillEndsIt) {
     const std::string script = m_folder.write("script.py", "import time\nprint 'ready'\ntime.sleep(60)\n");
     const pid_t child = start({"run", script});

@@ -1,0 +1,169 @@
+// Giving arguments to any command through its interfaces.
+#include "host/command_arguments.h"
+
+#include "host/values.h"
+
+#include "kz/result.h"
+#include "kz/value.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t longestText = std::size_t{1} << 26U;  // an object that never has enough must not take all memory
+
+std::string textOf(const CKzUser_ValueArray& values, std::uint32_t index) {
+    std::string text(256, '\0');
+    KzResult code = KZe_SHORTBUFFER;
+    while ((code = values.GetString(index, text.data(), static_cast<std::uint32_t>(text.size()))) == KZe_SHORTBUFFER &&
+           text.size() < longestText)
+        text.assign(text.size() * 2, '\0');
+    return kzSucceeded(code) ? text.c_str() : std::string();
+}
+
+std::string ownText(KzResult code, const char* text) {
+    return kzSucceeded(code) && text != nullptr ? text : std::string();
+}
+
+}  // namespace
+
+std::vector<std::string> kzQueryTexts(const CKzUser_Command& command, std::uint32_t index, IKzUnknown** array) {
+    const CKzUser_Attributes attributes(command.raw());
+    const char* type = nullptr;
+    if (const KzResult code = attributes.TypeName(index, &type); kzFailed(code)) throw code;
+    if (kzFindType(kzTextOf(type)) == nullptr) throw KZe_CMD_DATATYPE_UNAVAILABLE;
+    const auto values = CHostRef<CValueArray>::make(type);
+    if (const KzResult code = command.Query(index, values.raw()); kzFailed(code)) throw code;
+    std::vector<std::string> texts;
+    const CKzUser_ValueArray read(values.raw());
+    for (std::uint32_t at = 0; at < values->va_Count(); ++at) texts.push_back(textOf(read, at));
+    if (array != nullptr) values.give(array);
+    return texts;
+}
+
+std::string kzAttributeText(const CKzUser_Attributes& attributes, std::uint32_t index) {
+    std::string text(256, '\0');
+    KzResult code = KZe_SHORTBUFFER;
+    while ((code = attributes.GetString(index, text.data(), static_cast<std::uint32_t>(text.size()))) ==
+               KZe_SHORTBUFFER &&
+           text.size() < longestText)
+        text.assign(text.size() * 2, '\0');
+    return kzSucceeded(code) ? text.c_str() : std::string();
+}
+
+CCommandArguments::CCommandArguments(CHostCore& core, IKzUnknown* command)
+    : m_core(core), m_command(command), m_attributes(command) {
+    if (!m_command) throw KZe_INVALIDARG;
+}
+
+std::string CCommandArguments::nameOf(std::uint32_t index) const {
+    const char* name = nullptr;
+    const KzResult code = m_attributes.Name(index, &name);
+    return ownText(code, name);
+}
+
+std::uint32_t CCommandArguments::find(const std::string& name) const {
+    std::string names;
+    for (std::uint32_t index = 0; index < m_attributes.Count(); ++index) {
+        if (nameOf(index) == name) return index;
+        names += (names.empty() ? "" : ", ") + nameOf(index);
+    }
+    if (names.empty())
+        throw CommandTextError{KZe_CMD_HAS_NO_ARGUMENTS, "argument \"" + name + "\": the command has no arguments"};
+    throw CommandTextError{KZe_CMD_UNKNOWN_ARGUMENT,
+                           fmt::format("there is no argument \"{}\"; there are {}. A value with a colon is written "
+                                       "in braces or quotes",
+                                       name, names)};
+}
+
+// One without a name takes the first place that is free.
+std::uint32_t CCommandArguments::placeOf(const ArgumentText& argument, std::vector<bool>& given) const {
+    if (argument.name.empty()) {
+        const auto free = std::find(given.begin(), given.end(), false);
+        if (free == given.end())
+            throw CommandTextError{given.empty() ? KZe_CMD_HAS_NO_ARGUMENTS : KZe_CMD_TOO_MANY_ARGUMENTS,
+                                   fmt::format("\"{}\" at position {} is one argument too many; the command takes {}",
+                                               argument.value, argument.at, given.size())};
+        *free = true;
+        return static_cast<std::uint32_t>(free - given.begin());
+    }
+    const std::uint32_t index = find(argument.name);
+    if (given[index])
+        throw CommandTextError{
+            KZe_CMD_ARGUMENT_ALREADY_SET,
+            fmt::format("argument \"{}\" at position {} is given twice", argument.name, argument.at)};
+    given[index] = true;
+    return index;
+}
+
+std::optional<std::uint32_t> CCommandArguments::assign(const std::vector<ArgumentText>& arguments) {
+    std::optional<std::uint32_t> query;
+    std::vector<bool> given(m_attributes.Count());
+    for (const ArgumentText& argument : arguments) {
+        const std::uint32_t index = placeOf(argument, given);
+        if (!argument.isQuery) set(index, argument.value);
+        else if (query)
+            throw CommandTextError{KZe_CMD_TOO_MANY_QUERIES_MARKED,
+                                   fmt::format("only one argument can be queried at a time, not \"{}\" and \"{}\"",
+                                               nameOf(*query), nameOf(index))};
+        else query = index;
+    }
+    return query;
+}
+
+void CCommandArguments::assignByName(const std::string& name, const std::string& value) { set(find(name), value); }
+
+// A module's attributes may take numbers only as numbers.
+void CCommandArguments::set(std::uint32_t index, const std::string& value) {
+    const std::string text = toggled(index, value);
+    KzResult code = m_attributes->SetString(index, text.c_str());
+    if (code == KZe_NOTIMPL)
+        if (const auto integer = kzParseInteger(text)) code = m_attributes->SetInt(index, *integer);
+    if (code == KZe_NOTIMPL)
+        if (const auto number = kzParseNumber(text)) code = m_attributes->SetFlt(index, *number);
+    if (kzSucceeded(code)) return;
+    throw CommandTextError{code,
+                           fmt::format("argument \"{}\": \"{}\" is not {}", nameOf(index), text, expected(index))};
+}
+
+std::string CCommandArguments::expected(std::uint32_t index) const {
+    const char* text = nullptr;
+    if (kzSucceeded(m_command->ArgTypeDesc(index, &text)) && !kzTextOf(text).empty()) return text;
+    const char* type = nullptr;
+    const KzResult code = m_attributes->TypeName(index, &type);
+    const KzValueType* known = kzFindType(ownText(code, type));
+    return known != nullptr ? std::string(known->expects) : "what it takes";
+}
+
+// "a|b" goes to the value after the present one, where the argument is a toggle.
+std::string CCommandArguments::toggled(std::uint32_t index, const std::string& value) const {
+    std::uint32_t flags = 0;
+    const bool isToggle = kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & KZfCMDARG_TOGGLE) != 0;
+    if (!isToggle || value.find('|') == std::string::npos) return value;
+    std::vector<std::string> choices;
+    for (std::size_t at = 0; at <= value.size();) {
+        const std::size_t end = std::min(value.find('|', at), value.size());
+        choices.push_back(value.substr(at, end - at));
+        at = end + 1;
+    }
+    const std::vector<std::string> present = kzQueryTexts(m_command, index);
+    for (std::size_t at = 0; at < choices.size() && !present.empty(); ++at) {
+        m_attributes->SetString(index, choices[at].c_str());
+        if (kzAttributeText(m_attributes, index) == present.front()) return choices[(at + 1) % choices.size()];
+    }
+    return choices.front();
+}
+
+bool CCommandArguments::isSet(std::uint32_t index) const {
+    std::uint32_t flags = 0;
+    return kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & KZfCMDARG_VALUE_SET) != 0;
+}
+
+std::string CCommandArguments::write(const std::string& name) const {
+    std::string text = name;
+    for (std::uint32_t index = 0; index < m_attributes.Count(); ++index)
+        if (isSet(index)) text += " " + nameOf(index) + ":" + kzWriteArgument(kzAttributeText(m_attributes, index));
+    return text;
+}

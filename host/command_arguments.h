@@ -1,0 +1,44 @@
+// Giving arguments to any command, the host's or a module's, through its interfaces alone.
+#pragma once
+
+#include "host/command_text.h"
+#include "host/core.h"
+
+#include "kz/command.h"
+
+#include <optional>
+
+class CCommandArguments {
+public:
+    // Throws CommandTextError when the command takes no arguments but some are to be given.
+    CCommandArguments(CHostCore& core, IKzUnknown* command);
+
+    // Gives the arguments of a command string; returns the one that is marked for a query. Throws CommandTextError.
+    std::optional<std::uint32_t> assign(const std::vector<ArgumentText>& arguments);
+    void assignByName(const std::string& name, const std::string& value);
+    // How the command is written with the arguments that it has.
+    std::string write(const std::string& name) const;
+
+    const CKzUser_Command& command() const { return m_command; }
+    const CKzUser_Attributes& attributes() const { return m_attributes; }
+    std::string nameOf(std::uint32_t index) const;
+
+private:
+    std::uint32_t find(const std::string& name) const;
+    std::uint32_t placeOf(const ArgumentText& argument, std::vector<bool>& given) const;
+    void set(std::uint32_t index, const std::string& value);
+    std::string expected(std::uint32_t index) const;
+    std::string toggled(std::uint32_t index, const std::string& value) const;
+    bool isSet(std::uint32_t index) const;
+
+    CHostCore& m_core;
+    CKzUser_Command m_command;
+    CKzUser_Attributes m_attributes;
+};
+
+// The texts of the values that a command answers for one argument.
+std::vector<std::string> kzQueryTexts(const CKzUser_Command& command, std::uint32_t index,
+                                      IKzUnknown** array = nullptr);
+
+// The text of an attribute's value; empty when it has none.
+std::string kzAttributeText(const CKzUser_Attributes& attributes, std::uint32_t index);

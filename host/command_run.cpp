@@ -1,0 +1,57 @@
+// How any command is executed.
+#include "host/command_run.h"
+
+#include "host/command_arguments.h"
+
+#include "kz/result.h"
+
+KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
+                              const std::function<KzResult()>& body) {
+    if (flags == ~0U) flags = KZfCMD_EXEC_DEFAULT;
+    m_message->msg_Reset();
+    CHostCore& core = *m_core;
+    core.listeners.commands([&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
+    const CCommandSystem::Depth depth(core.commands, flags);
+    KzResult code = KZe_OK;
+    std::string text;
+    try {
+        code = body();
+    } catch (const CommandTextError& error) {
+        code = error.code;
+        text = error.text;
+    } catch (...) {
+        code = kzCodeOfException();
+    }
+    if (kzFailed(code)) tell(name, code, text, flags);
+    else if (core.commands.depth() == 1) remember(command, name, flags);
+    const int succeeded = kzSucceeded(code) ? 1 : 0;
+    core.listeners.commands([&](IKzCmdSysListener& each) {
+        each.ExecuteResult(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0, succeeded);
+        each.ExecutePost(command, 0, 0);
+    });
+    return code;
+}
+
+// The history holds what users and scripts ran, not what commands run inside.
+void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::uint32_t flags) {
+    std::uint32_t what = 0;
+    const CCommandArguments arguments(*m_core, command);
+    if ((flags & KZfCMD_EXEC_NOHISTORY) != 0 ||
+        (kzSucceeded(arguments.command().Flags(&what)) && (what & KZfCMD_QUIET) != 0))
+        return;
+    m_core->commands.remember(arguments.write(name));
+}
+
+// A command that has put its own reason into the message keeps it.
+void CCommandRun::tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags) {
+    const char* key = nullptr;
+    m_message->msg_Key(&key);
+    if (kzSucceeded(m_message->msg_Code())) m_message->msg_SetCode(code);
+    if (kzTextOf(key).empty()) {
+        m_message->msg_SetMessage("commands", "failed", 0);
+        m_message->msg_SetArgumentString(1, name.c_str());
+        m_message->msg_SetArgumentString(2, (text.empty() ? CMessageTables::codeText(code) : text).c_str());
+    }
+    const CKzUser_Message held(m_message.raw());
+    if ((flags & KZfCMD_EXEC_NOALERTS) == 0) m_core->log->write("commands", code, m_core->messages.textOf(*held.ptr()));
+}

@@ -1,0 +1,26 @@
+// How any command is executed: who hears of it, where its failure is told, and what is remembered.
+#pragma once
+
+#include "host/command_text.h"
+#include "host/core.h"
+
+#include "kz/command.h"
+
+#include <functional>
+
+class CCommandRun {
+public:
+    explicit CCommandRun(std::shared_ptr<CHostCore> core) : m_core(std::move(core)) {}
+
+    // Calls `body`, which returns a code or throws one or a CommandTextError. The message afterwards says how it went.
+    KzResult execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
+                     const std::function<KzResult()>& body);
+    const CHostRef<CMessage>& message() const { return m_message; }
+
+private:
+    void remember(IKzUnknown* command, const std::string& name, std::uint32_t flags);
+    void tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags);
+
+    std::shared_ptr<CHostCore> m_core;
+    CHostRef<CMessage> m_message = CHostRef<CMessage>::make();
+};

@@ -1,0 +1,127 @@
+// A line editor on the terminal.
+#include "host/console_editor.h"
+
+#include "host/command_center.h"
+
+#include <editline/readline.h>
+
+#include <algorithm>
+#include <csetjmp>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+
+namespace {
+
+constexpr int keptLines = 1000;
+
+// The library's callbacks carry no data of ours; there is one editor at a time.
+CLineSession* theSession = nullptr;
+CKzHost* theHost = nullptr;
+std::vector<std::string> theMatches;
+sigjmp_buf theRead;
+struct sigaction theFormer {};  // not a local: it has to survive the leap
+
+void onInterrupt(int /*signal*/) { siglongjmp(theRead, 1); }
+
+std::string stateFolder() {
+    const char* state = std::getenv("XDG_STATE_HOME");
+    if (state != nullptr && *state != '\0') return std::string(state) + "/kzhost";
+    const char* home = std::getenv("HOME");
+    return home != nullptr ? std::string(home) + "/.local/state/kzhost" : std::string();
+}
+
+char* nextMatch(const char* /*word*/, int state) {
+    static std::size_t at = 0;
+    if (state == 0) at = 0;
+    return at < theMatches.size() ? strdup(theMatches[at++].c_str()) : nullptr;
+}
+
+char** complete(const char* word, int /*start*/, int end) {
+    theMatches = kzCompletions(*theSession, *theHost, std::string(rl_line_buffer, static_cast<std::size_t>(end)));
+    rl_attempted_completion_over = 1;
+    return theMatches.empty() ? nullptr : rl_completion_matches(word, nextMatch);
+}
+
+bool isWordCharacter(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '.'; }
+
+std::string lastWord(const std::string& line) {
+    std::size_t start = line.size();
+    while (start > 0 && isWordCharacter(line[start - 1])) --start;
+    return line.substr(start);
+}
+
+// Only names are looked up: asking must not run what the line would run.
+std::vector<std::string> namesOf(CLineSession& session, const std::string& object) {
+    const std::string ask =
+        object.empty() ? "sorted(set(globals().keys() + dir(__builtins__)))" : "dir(" + object + ")";
+    return session.ask(ask).value_or(std::vector<std::string>());
+}
+
+}  // namespace
+
+std::vector<std::string> kzCompletions(CLineSession& session, CKzHost& host, const std::string& line) {
+    const std::string word = lastWord(line);
+    const std::size_t before = line.size() - word.size();
+    std::vector<std::string> matches;
+    const auto take = [&](const std::vector<std::string>& names, const std::string& prefix, const std::string& stem) {
+        for (const std::string& name : names)
+            if (name.starts_with(stem)) matches.push_back(prefix + name);
+    };
+    if (before > 0 && (line[before - 1] == '"' || line[before - 1] == '\'')) {
+        take(CCommandCenter(host.core().shared_from_this()).names(), "", word);
+        return matches;
+    }
+    if (session.isContinued()) return matches;  // asking would become part of the open statement
+    const std::size_t dot = word.rfind('.');
+    const std::string object = dot == std::string::npos ? "" : word.substr(0, dot);
+    take(namesOf(session, object), dot == std::string::npos ? "" : object + ".",
+         word.substr(dot == std::string::npos ? 0 : dot + 1));
+    return matches;
+}
+
+CConsoleEditor::CConsoleEditor(CLineSession& session, CKzHost& host) {
+    theSession = &session;
+    theHost = &host;
+    rl_readline_name = const_cast<char*>("kzhost");
+    rl_initialize();
+    rl_attempted_completion_function = complete;
+    rl_completer_word_break_characters = const_cast<char*>(" \t\n\"'()[]{}<>=+-*/%,;:&|^~!@#$?`\\");
+    using_history();
+    stifle_history(keptLines);
+    const std::string folder = stateFolder();
+    std::error_code error;
+    if (folder.empty() || (std::filesystem::create_directories(folder, error), error)) return;
+    m_historyFile = folder + "/history";
+    read_history(m_historyFile.c_str());
+}
+
+CConsoleEditor::~CConsoleEditor() {
+    if (!m_historyFile.empty()) write_history(m_historyFile.c_str());
+    theSession = nullptr;
+    theHost = nullptr;
+}
+
+// The library restarts its reading after a signal, so Ctrl-C has to leap out of it. Nothing of ours is on the way.
+CConsoleEditor::Read CConsoleEditor::read(const std::string& prompt, std::string& line) {
+    struct sigaction action {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    if (sigsetjmp(theRead, 1) != 0) {
+        sigaction(SIGINT, &theFormer, nullptr);
+        rl_initialize();
+        std::putchar('\n');
+        return Read::interrupted;
+    }
+    sigaction(SIGINT, &action, &theFormer);
+    char* typed = readline(prompt.c_str());
+    sigaction(SIGINT, &theFormer, nullptr);
+    if (typed == nullptr) {
+        std::putchar('\n');
+        return Read::end;
+    }
+    line = typed;
+    std::free(typed);
+    if (!line.empty()) add_history(line.c_str());
+    return Read::line;
+}

@@ -1,0 +1,59 @@
+// kzhost cmd: one command string, executed or queried; and kzhost commands.
+#include "host/command_center.h"
+#include "host/interrupt.h"
+#include "host/program.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+// As "name [value?]": optional ones in brackets, a question mark on those that can be queried.
+std::string usageOf(CHostCore& core, const CCommandCenter& center, const std::string& name) {
+    if (const auto definition = core.commands.alias(name)) return "alias of " + *definition;
+    std::string usage;
+    try {
+        CKzUser_Command command;
+        const CCommandArguments known(core, center.spawn(name, command).raw());
+        for (std::uint32_t index = 0; index < known.attributes().Count(); ++index) {
+            std::uint32_t flags = 0;
+            known.command().ArgFlags(index, &flags);
+            const std::string argument = known.nameOf(index) + ((flags & KZfCMDARG_QUERY) != 0 ? "?" : "");
+            usage += (flags & KZfCMDARG_OPTIONAL) != 0 ? "[" + argument + "] " : argument + " ";
+        }
+    } catch (KzResult code) {
+        return "cannot be made: " + kzCodeName(code);
+    } catch (const CommandTextError& error) {
+        return error.text;
+    }
+    return usage;
+}
+
+}  // namespace
+
+// What went wrong is told by the log, on standard error.
+int kzRunCommand(CProgram& program, const std::string& text) {
+    if (const int status = program.start(); status != exitOk) return status;
+    program.wakeInterpreters();
+    const CInterruptScope interrupts;
+    const CCommandCenter center(program.host().core().shared_from_this());
+    const CCommandCenter::Outcome outcome = center.perform(text, 0);
+    for (const std::string& answer : outcome.answers) fmt::print("{}\n", answer);
+    if (kzSucceeded(outcome.code)) return exitOk;
+    return CInterruptScope::takeInterrupt() ? exitInterrupted : exitFailed;
+}
+
+int kzListCommands(CProgram& program) {
+    if (const int status = program.start(); status != exitOk) return status;
+    program.wakeInterpreters();
+    CHostCore& core = program.host().core();
+    const CCommandCenter center(core.shared_from_this());
+    const std::vector<std::string> names = center.names();
+    std::size_t width = 7;
+    for (const std::string& name : names) width = std::max(width, name.size());
+    fmt::print("{:<{}}  {}\n", "command", width, "arguments");
+    for (const std::string& name : names) fmt::print("{:<{}}  {}\n", name, width, usageOf(core, center, name));
+    return exitOk;
+}

@@ -1,0 +1,43 @@
+// Commands that modules implement, as the host hands them out.
+#include "host/served_command.h"
+
+#include "kz/result.h"
+
+CHostPolymorph<CServedCommand>& CServedCommand::polymorph() {
+    static auto& made = kzHostClass<CServedCommand, CKzIfc_Command<CServedCommand>>("served command", KZu_COMMAND);
+    return made;
+}
+
+CServedCommand::CServedCommand(std::shared_ptr<CHostCore> core, IKzUnknown* inner, std::string name, std::uint32_t tag)
+    : CHostService(core), m_inner(inner), m_name(std::move(name)), m_tag(tag), m_run(std::move(core)) {
+    if (!m_inner) throw KZe_NOINTERFACE;
+}
+
+IKzUnknown* CServedCommand::subObject(const KzGuid& iid) {
+    void* found = nullptr;
+    return kzSucceeded(m_inner.ptr()->QueryInterface(&iid, &found)) ? static_cast<IKzUnknown*>(found) : nullptr;
+}
+
+KzResult CServedCommand::cmd_Tag(std::uint32_t* tag) {
+    *tag = m_tag;
+    return KZe_OK;
+}
+
+KzResult CServedCommand::cmd_Name(const char** name) {
+    *name = m_name.c_str();
+    return KZe_OK;
+}
+
+// Being disabled is an answer of its own; a module without opinion is enabled.
+KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
+    enter("Command.Execute");
+    return m_run.execute(m_self, m_name, flags, [this, flags] {
+        const KzResult enabled = m_inner.Enable(m_run.message().raw());
+        if (kzFailed(enabled) && enabled != KZe_NOTIMPL) return enabled;
+        const KzResult code = m_inner.Execute(flags);
+        CKzLoc_Unknown told;
+        if (kzSucceeded(m_inner.Message(told.out())) && told)
+            if (const CKzUser_Message message(told.raw()); message && kzFailed(message.Code())) return message.Code();
+        return code;
+    });
+}
