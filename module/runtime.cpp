@@ -103,6 +103,7 @@ PyObject* PythonRuntime::kzuObject() {
         }
     }
     m_kzuObject = PyImport_AddModule("kzu.object");
+    Py_XINCREF(m_kzuObject);  // for the life of the interpreter: a script may take it from sys.modules
     return m_kzuObject;
 }
 

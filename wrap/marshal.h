@@ -20,35 +20,42 @@ template <class... Parameters> struct Frame {
     static constexpr std::size_t outputs = sizeof...(Parameters) - inputs;
     static constexpr bool hasText = [] {
         bool found = false;
-        ((found = found || [] { if constexpr (Parameters::isInput) return false; else return Parameters::isText; }()), ...);
+        ((found = found ||
+                  [] {
+                      if constexpr (Parameters::isInput) return false;
+                      else return Parameters::isText;
+                  }()),
+         ...);
         return found;
     }();
 
     template <class Visit> void eachInput(Visit&& visit) {
-        [&]<std::size_t... index>(std::index_sequence<index...>) {
-            (visit(std::get<index>(parameters), index), ...);
-        }(std::make_index_sequence<inputs>());
+        [&]<std::size_t... index>(std::index_sequence<index...>) { (visit(std::get<index>(parameters), index), ...); }
+        (std::make_index_sequence<inputs>());
     }
 
     bool fast(PyObject* args) noexcept {
         if (PyTuple_GET_SIZE(args) != static_cast<Py_ssize_t>(inputs)) return false;
         return [&]<std::size_t... index>(std::index_sequence<index...>) {
             return (... && std::get<index>(parameters).fast(PyTuple_GET_ITEM(args, index)));
-        }(std::make_index_sequence<inputs>());
+        }
+        (std::make_index_sequence<inputs>());
     }
 
     bool parse(PyObject* args) noexcept {
         return [&]<std::size_t... index>(std::index_sequence<index...>) {
             static constexpr char format[] = {std::tuple_element_t<index, std::tuple<Parameters...>>::letter..., '\0'};
             return kzParse(args, format, &std::get<index>(parameters).parsed...);
-        }(std::make_index_sequence<inputs>());
+        }
+        (std::make_index_sequence<inputs>());
     }
 
     KzResult convert() noexcept {
         KzResult code = KZe_OK;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
             static_cast<void>((... && kzSucceeded(code = std::get<index>(parameters).convert())));
-        }(std::make_index_sequence<inputs>());
+        }
+        (std::make_index_sequence<inputs>());
         return code;
     }
 
@@ -57,14 +64,16 @@ template <class... Parameters> struct Frame {
         return [&]<std::size_t... index>(std::index_sequence<index...>) {
             return std::apply([&](auto... values) { return (object->*method)(values...); },
                               std::tuple_cat(std::get<index>(parameters).pass()...));
-        }(std::make_index_sequence<sizeof...(Parameters)>());
+        }
+        (std::make_index_sequence<sizeof...(Parameters)>());
     }
 
     bool growTexts() noexcept {
         bool grown = true;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
             (growText(std::get<inputs + index>(parameters), grown), ...);
-        }(std::make_index_sequence<outputs>());
+        }
+        (std::make_index_sequence<outputs>());
         return grown;
     }
     static void growText(OutText& text, bool& grown) noexcept { grown = grown && text.buffer.grow(); }
@@ -91,7 +100,8 @@ template <class... Parameters> struct Frame {
         if constexpr (hasFirst) PyTuple_SET_ITEM(tuple, place++, first);
         [&]<std::size_t... index>(std::index_sequence<index...>) {
             static_cast<void>((... && put(tuple, place++, std::get<inputs + index>(parameters).make(types))));
-        }(std::make_index_sequence<outputs>());
+        }
+        (std::make_index_sequence<outputs>());
         return tuple;
     }
     // The first item that cannot be made ends the tuple.
@@ -103,8 +113,7 @@ template <class... Parameters> struct Frame {
 };
 
 template <class Value> PyObject* makeReturned(Value value, Types& types) noexcept {
-    if constexpr (std::is_same_v<Value, IKzUnknown*>)
-        return *types != nullptr ? kzNewWrapper(**types++, value) : kzNewUnknownOrNone(value);
+    if constexpr (std::is_same_v<Value, IKzUnknown*>) return kzNewReturned(*types++, value);
     else if constexpr (std::is_pointer_v<Value> && !std::is_same_v<Value, const char*>) return makePointer(value);
     else return makeValue<Value>(value);
 }
@@ -195,7 +204,8 @@ template <KzHolder holder, bool isResult, class... Parameters> struct KzCall {
     static PyObject* rare(PyObject* self, PyObject* args, Returned (Interface::*method)(Arguments...),
                           kz_marshal::Types types = nullptr) noexcept {
         using Method = Returned (IKzUnknown::*)(Arguments...);
-        return kz_marshal::marshalRows(kzPlaceOf<holder>(self), args, kz_marshal::Row<isResult, Method, Parameters...>::row,
+        return kz_marshal::marshalRows(kzPlaceOf<holder>(self), args,
+                                       kz_marshal::Row<isResult, Method, Parameters...>::row,
                                        std::bit_cast<kz_marshal::AnyMethod>(static_cast<Method>(method)), types);
     }
 };

@@ -236,11 +236,7 @@ struct OutObject : OutputBase {
     ~OutObject() { kzGiveBack(object); }
     auto pass() noexcept { return std::tuple<IKzUnknown**>(&object); }
     // One wrapper type stands in the list for each object output, null for one of any kind.
-    PyObject* make(Types& types) noexcept {
-        const KzWrapperType* type = *types++;
-        IKzUnknown* made = std::exchange(object, nullptr);
-        return type != nullptr ? kzNewWrapper(*type, made) : kzNewUnknownOrNone(made);
-    }
+    PyObject* make(Types& types) noexcept { return kzNewReturned(*types++, std::exchange(object, nullptr)); }
 };
 
 template <class Vector> struct OutVector : OutputBase {

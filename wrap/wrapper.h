@@ -14,13 +14,13 @@ struct KzWrapperType {
     CKzLocalizedObject* (*make)();  // an empty localized wrapper; null for a service type
     PyMethodDef* methods;
     const char* doc;
+    PyObject* nameObject = nullptr;  // the name for lookups, from the type's registration on
 };
 
 // The one layout of all wrapper objects: an object type owns a localized wrapper, a service type a reference to its
 // service.
 struct KzWrapper {
-    PyObject_HEAD
-    union {
+    PyObject_HEAD union {
         CKzLocalizedObject* localized;
         IKzUnknown* service;
     };
@@ -50,12 +50,13 @@ void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object);
 
 // A new wrapper that consumes the reference. Null with an exception set when the object lacks the interface.
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept;
+// What Python gets for an object that a host call returned, whose reference it consumes: an instance of the class of that
+// name in kzu.object if there is one, a wrapper otherwise. Without a type an Unknown wrapper, or None for null.
+PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* taken) noexcept;
 // A new wrapper of the type with that name; throws FAILED for an unknown name, NOINTERFACE for a failed take.
 PyObject* kzNewWrapperByName(const char* name, IKzUnknown* taken);
 // A new wrapper of the Unknown type with a reference of its own. Null with an exception set on failure.
 PyObject* kzNewUnknown(IKzUnknown* object) noexcept;
-// As kzNewUnknown, but consumes the reference, and gives None for a null object.
-PyObject* kzNewUnknownOrNone(IKzUnknown* taken) noexcept;
 
 // Object of a Python object: a pointer without a reference, or null. Throws NOINTERFACE for an empty wrapper.
 IKzUnknown* kzPeek(PyObject* object);
@@ -69,7 +70,7 @@ void kzKeepHeld(CKzLocalizedObject& wrapper);
 
 // What the part that serves Python objects to the host gives to this one.
 struct KzServing {
-    IKzUnknown* (*serve)(PyObject* object) = nullptr;   // a host object that the Python object implements; may throw
+    IKzUnknown* (*serve)(PyObject* object) = nullptr;    // a host object that the Python object implements; may throw
     PyObject* (*extract)(IKzUnknown* object) = nullptr;  // borrowed; null when the object is not one of ours
 };
 void kzSetServing(const KzServing& serving) noexcept;
@@ -86,9 +87,10 @@ PyObject* kzWrapperPeek(PyObject* self, PyObject* args);
 
 #define KZ_GENERIC_METHODS                                                                                             \
     {"set", kzWrapperSet, METH_VARARGS, "bool = set(object source)"},                                                  \
-        {"test", kzWrapperTest, METH_VARARGS, "bool = test()"},                                                        \
-        {"__eq__", kzWrapperEq, METH_VARARGS, nullptr}, {"__hash__", kzWrapperHash, METH_VARARGS, nullptr},            \
-        {"__peekobj__", kzWrapperPeek, METH_VARARGS, "obj id = __peekobj__()"}
+        {"test", kzWrapperTest, METH_VARARGS, "bool = test()"}, {"__eq__", kzWrapperEq, METH_VARARGS, nullptr},        \
+        {"__hash__", kzWrapperHash, METH_VARARGS, nullptr}, {                                                          \
+        "__peekobj__", kzWrapperPeek, METH_VARARGS, "obj id = __peekobj__()"                                           \
+    }
 
 // Drops what is remembered of types, for the end of the interpreter.
 void kzForgetTypes() noexcept;

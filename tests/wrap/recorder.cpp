@@ -74,7 +74,6 @@ std::string kzTakeException() {
 CRecord::CRecord(IKzUnknown* object, const char* method) : m_method(method), m_inputs(PyList_New(0)) {
     const CPyRefNull call(Py_BuildValue("(sNO)", method, PyLong_FromVoidPtr(object), m_inputs));
     PyList_Append(recorder().calls, call);
-    callDuring();
 }
 
 CRecord::~CRecord() { Py_DECREF(m_inputs); }
@@ -207,7 +206,7 @@ KzResult CRecord::code() {
 }
 
 void CRecord::nothing() {
-    if (PyErr_Occurred() == nullptr) return;
+    if (PyErr_Occurred() == nullptr) return callDuring();
     ADD_FAILURE() << m_method << " cannot give the answers laid out: " << kzTakeException();
 }
 
@@ -271,32 +270,40 @@ PyObject* aliveFunction(PyObject* /*self*/, PyObject* /*args*/) {
     return Py_BuildValue("(Is)", kzLiveInstanceCount(), kzLiveInstanceNames().c_str());
 }
 
-// One letter after the other by hand: a call cannot be put together at run time.
+union Target {
+    int i;
+    unsigned int u;
+    Py_ssize_t n;
+    float f;
+    double d;
+    const char* z;
+};
+
+PyObject* targetObject(char letter, const Target& target) {
+    switch (letter) {
+    case 'i': return PyLong_FromLong(target.i);
+    case 'I': return PyLong_FromUnsignedLong(target.u);
+    case 'n': return PyLong_FromSsize_t(target.n);
+    case 'f': return PyFloat_FromDouble(static_cast<double>(target.f));
+    case 'd': return PyFloat_FromDouble(target.d);
+    default: return Py_BuildValue("z", target.z);
+    }
+}
+
 PyObject* parseFunction(PyObject* /*self*/, PyObject* arguments) {
     const char* format = nullptr;
     PyObject* args = nullptr;
     if (PyArg_ParseTuple(arguments, "sO!", &format, &PyTuple_Type, &args) == 0) return nullptr;
-    union {
-        int i;
-        unsigned int u;
-        Py_ssize_t n;
-        float f;
-        double d;
-        const char* z;
-        PyObject* o;
-    } target{};
-    const bool parsed = (*format != '\0' ? PyArg_ParseTuple(args, format, &target) : PyArg_ParseTuple(args, "")) != 0;
-    if (!parsed) return nullptr;
-    switch (*format) {
-    case 'i': return PyLong_FromLong(target.i);
-    case 'I': return PyLong_FromUnsignedLong(target.u);
-    case 'n': return PyLong_FromSsize_t(target.n);
-    case 'f': return PyFloat_FromDouble(target.f);
-    case 'd': return PyFloat_FromDouble(target.d);
-    case 'z': return Py_BuildValue("z", target.z);
-    case 'O': Py_INCREF(target.o); return target.o;
-    default: Py_RETURN_NONE;
+    Target t[8]{};
+    if (std::strlen(format) > std::size(t)) return PyErr_Format(PyExc_ValueError, "more than eight letters");
+    // The format takes as many of them as it has letters.
+    if (PyArg_ParseTuple(args, format, &t[0], &t[1], &t[2], &t[3], &t[4], &t[5], &t[6], &t[7]) == 0) return nullptr;
+    PyObject* list = PyList_New(0);
+    for (const Target* target = t; *format != '\0'; ++format, ++target) {
+        const CPyRefNull value(targetObject(*format, *target));
+        PyList_Append(list, value);
     }
+    return list;
 }
 
 PyObject* failFunction(PyObject* /*self*/, PyObject* args) {

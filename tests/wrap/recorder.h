@@ -99,10 +99,10 @@ private:
 //   release(address)      gives a reference back
 //   answer(code, values)  what the next calls answer: outputs in order, then a returned value
 //   calls()               what was noted since the last time: [(method, object's address, [input, ...]), ...]
-//   during(callable)      called inside the next host call, as a host calls back into Python; None for nothing
+//   during(callable)      called at the end of the next host call, as a host calls back into Python; None for nothing
 //   serve(stem)           the address of a recording service that the host hands out once
 //   alive()               how many host objects are alive
-//   parse(format, args)   what the interpreter's parser makes of the arguments
+//   parse(format, args)   what the interpreter's parser makes of the arguments, as a list
 //   fail(text)            a failure of the test
 void kzAddRecorderModule();
 

@@ -16,9 +16,11 @@ protected:
     RecordingTest();
 
     // Runs a function of a script beside this file. What it finds wrong it reports itself; what it returns is a
-    // dictionary of counts.
+    // dictionary of counts. No host object may be left.
     std::map<std::string, long> run(const char* script, const char* function);
 
 private:
+    static std::map<std::string, long> call(const char* script, const char* function);
+
     std::optional<CPyLock> m_lock;
 };

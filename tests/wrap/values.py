@@ -135,11 +135,6 @@ INPUTS = {
 }
 
 
-def release():
-    """Lets go of every host object that is kept here."""
-    INPUTS['object'] = OUTPUTS.clear()
-
-
 # What the host answers, and what Python is to get.
 
 class Made(object):

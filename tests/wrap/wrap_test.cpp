@@ -3,6 +3,9 @@
 #include "tests/wrap/recording_host.h"
 
 #include "wrap/registration.h"
+#include "wrap/result_codes.h"
+
+#include "kz/result.h"
 
 namespace {
 
@@ -38,5 +41,25 @@ protected:
 
 TEST_F(AllMethods, CarryEveryKindBothWays) { runOnAll("carry", 2); }
 TEST_F(AllMethods, FailAsTheyShould) { runOnAll("fail", 10); }
+
+TEST_F(RecordingTest, PlainArgumentsAreReadAsTheParserReadsThem) {
+    auto counts = run("lanes", "compare");
+    EXPECT_GT(counts["methods"], 1000);
+    EXPECT_GT(counts["comparisons"], 20 * counts["methods"]);
+}
+
+TEST_F(RecordingTest, HarmfulArgumentsDoNoHarm) { EXPECT_GT(run("hostile", "survive")["checks"], 50); }
+
+TEST_F(RecordingTest, TypesHoldTheirObjects) {
+    auto counts = run("wrapper_types", "hold");
+    EXPECT_GT(counts["checks"], 20 * registered().types);
+    EXPECT_EQ(counts["objects"], 343);
+    EXPECT_EQ(counts["services"], 50);
+    EXPECT_EQ(counts["results"], 172);
+    EXPECT_GT(counts["symbols"], 5000);
+    // Of the names that share a code the last one registered stands.
+    EXPECT_STREQ(kzResultName(0), "OK");
+    EXPECT_STREQ(kzResultName(KZe_ABORT), "ABORT");
+}
 
 }  // namespace
