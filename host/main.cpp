@@ -1,5 +1,6 @@
 // kzhost: runs scripts and lines in the reference host.
 #include "host/program.h"
+#include "host/server_verbs.h"
 
 #include <CLI/CLI.hpp>
 
@@ -69,6 +70,7 @@ int runProgram(int count, char** words) {
     CLI::App* eval = app.add_subcommand("eval", "Run lines as if typed into the console");
     eval->add_option("LINE", rest, "The lines")->required();
     CLI::App* servers = app.add_subcommand("servers", "List the servers that the module offers");
+    const CServerVerbs serverVerbs(app);
 
     try {
         app.parse(count, words);
@@ -79,6 +81,7 @@ int runProgram(int count, char** words) {
     if (app.get_subcommands().empty()) return askForCommand(app);
     takeAliases(options, aliases);
     CProgram program(std::move(options));
+    if (serverVerbs.parsed()) return serverVerbs.run(program);
     if (run->parsed()) {
         for (const std::string& word : run->remaining()) rest.push_back(word);
         return kzRunScript(program, script, rest);
