@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -95,9 +96,21 @@ void CHostCore::tellListeners(const LogLine& line) {
     isTelling = false;
 }
 
-void CHostCore::close() {
+void CHostCore::beginSession() {
+    if (std::exchange(m_inSession, true)) return;
+    listeners.session([](IKzSessionListener& listener) { listener.SystemReady(); });
+    listeners.commands([](IKzCmdSysListener& listener) { listener.SystemReady(); });
+}
+
+void CHostCore::endSession() {
+    m_inSession = false;
     listeners.session([](IKzSessionListener& listener) { listener.ShuttingDown(); });
+    listeners.session([](IKzSessionListener& listener) { listener.ShutDown(); });
     listeners.clear();
+}
+
+void CHostCore::close() {
+    endSession();
     scripts.clear();
     modules.clear();
     log->clear();

@@ -64,6 +64,10 @@ public:
     IKzUnknown* application() const noexcept { return m_application; }
     void setApplication(IKzUnknown* application) noexcept { m_application = application; }
 
+    // Tells listeners that everything is there, once.
+    void beginSession();
+    // Tells listeners good-bye and lets go of them, while the modules that made them are still there.
+    void endSession();
     // The host ends: gives up all that belongs to modules.
     void close();
 
@@ -72,6 +76,7 @@ private:
 
     std::vector<KzGuid> m_removed;
     IKzUnknown* m_application = nullptr;
+    bool m_inSession = false;
 };
 
 // The base of every service: its core, and the announcement of each operation.

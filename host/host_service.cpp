@@ -1,5 +1,6 @@
 // The host service: modules, servers, and factories for them.
 #include "host/core.h"
+#include "host/listener_servers.h"
 
 #include "kz/host.h"
 #include "kz/listener.h"
@@ -168,7 +169,9 @@ KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
 KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
     enter("Host.ModuleUpdate");
     const KzResult code = core().modules.update(kzTextOf(name));
-    if (kzSucceeded(code)) core().listeners.moduleUpdated(name);
+    if (kzFailed(code)) return code;
+    kzAttachListenerServers(core());
+    core().listeners.moduleUpdated(name);
     return code;
 }
 

@@ -13,6 +13,7 @@ CKzHost::CKzHost() {
 }
 
 CKzHost::~CKzHost() {
+    m_core->endSession();
     unload();
     m_core->close();
     m_core->setApplication(nullptr);

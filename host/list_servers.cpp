@@ -1,6 +1,8 @@
 // kzhost servers: what the host knows, as a table.
 #include "host/program.h"
 
+#include "kz/module.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -17,10 +19,13 @@ int kzListServers(CProgram& program) {
         classWidth = std::max(classWidth, server.className.size());
         nameWidth = std::max(nameWidth, server.name.size());
     }
-    fmt::print("{:<{}}  {:<{}}  {}\n", "class", classWidth, "name", nameWidth, "module");
+    fmt::print("{:<{}}  {:<{}}  {}\n", "class", classWidth, "name", nameWidth, "module, tags");
     for (const KzServer& server : servers) {
         const std::string shown = server.className.empty() ? kzGuidText(server.iid) : server.className;
-        fmt::print("{:<{}}  {:<{}}  {}\n", shown, classWidth, server.name, nameWidth, server.moduleName);
+        fmt::print("{:<{}}  {:<{}}  {}", shown, classWidth, server.name, nameWidth, server.moduleName);
+        if (server.className != KZa_MODULE)  // whose tags are its servers
+            for (const auto& [type, value] : CModuleTable::tagsOf(server)) fmt::print("  {}={}", type, value);
+        fmt::print("\n");
     }
     return exitOk;
 }

@@ -100,6 +100,11 @@ std::size_t CListenerTable::count(std::string_view className) const {
     return 0;
 }
 
+bool CListenerTable::expects(const std::string& server) {
+    const std::lock_guard lock(m_lock);
+    return m_servers.insert(server).second;
+}
+
 void CListenerTable::moduleUpdated(const char* module) {
     session([module](IKzSessionListener& listener) { listener.ModuleUpdated(module); });
 }

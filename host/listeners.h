@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,9 @@ public:
     KzResult remove(IKzUnknown* object);
     // How many there are of a class ("sessionlistener"), or of all with an empty name.
     std::size_t count(std::string_view className) const;
+
+    // Whether a server is met for the first time; each is made a listener once.
+    bool expects(const std::string& server);
 
     void moduleUpdated(const char* module);
     void session(const std::function<void(IKzSessionListener&)>& tell) { each<CKzLoc_SessionListener>(tell); }
@@ -41,4 +45,5 @@ private:
 
     mutable std::mutex m_lock;
     std::vector<Held> m_listeners;
+    std::set<std::string> m_servers;
 };

@@ -1,5 +1,6 @@
 // kzhost: runs scripts and lines in the reference host.
 #include "host/program.h"
+#include "host/server_verbs.h"
 
 #include <CLI/CLI.hpp>
 
@@ -73,6 +74,7 @@ int runProgram(int count, char** words) {
     cmd->add_option("STRING", script, "The command, as \"user.value size 12 type:integer\"")->required();
     CLI::App* commands = app.add_subcommand("commands", "List the commands and their arguments");
     CLI::App* servers = app.add_subcommand("servers", "List the servers that the module offers");
+    const CServerVerbs serverVerbs(app);
 
     try {
         app.parse(count, words);
@@ -83,6 +85,7 @@ int runProgram(int count, char** words) {
     if (app.get_subcommands().empty()) return askForCommand(app);
     takeAliases(options, aliases);
     CProgram program(std::move(options));
+    if (serverVerbs.parsed()) return serverVerbs.run(program);
     if (run->parsed()) {
         for (const std::string& word : run->remaining()) rest.push_back(word);
         return kzRunScript(program, script, rest);

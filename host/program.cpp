@@ -73,6 +73,7 @@ bool CProgram::wakeInterpreter(const std::string& name) {
         say("the interpreter \"" + name + "\" cannot be made: " + kzCodeName(code));
         return false;
     }
+    if (!m_startFailed) m_host.core().beginSession();
     return !m_startFailed;
 }
 

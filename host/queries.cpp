@@ -2,6 +2,7 @@
 #include "host/queries.h"
 
 #include "host/command_center.h"
+#include "host/server_classes.h"
 #include "host/values.h"
 
 #include "kz/result.h"
@@ -121,6 +122,10 @@ constexpr AttributeRow valueAttributes[] = {
     {"types", KZsTYPE_STRING,
      [](CHostCore&, const Selection&, const auto& add) {
          for (const KzValueType& type : kzValueTypes()) add(type.name);
+     }},
+    {"choices", KZsTYPE_STRING,  // of the selected type, where a module serves it with hints
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         for (const std::string& choice : kzChoicesOf(core, needElement(selection))) add(choice);
      }},
     {"units", KZsTYPE_STRING,
      [](CHostCore& core, const Selection&, const auto& add) { add(core.properties.get("units").value_or("si")); }},

@@ -1,6 +1,7 @@
 // The value service: creating values, text hints, conversions and units.
 #include "host/core.h"
 #include "host/queries.h"
+#include "host/server_classes.h"
 #include "host/values.h"
 
 #include "kz/result.h"
@@ -28,7 +29,7 @@ public:
 
     KzResult valueservice_CreateValue(const char* type, IKzUnknown** value) override {
         enter("Value.CreateValue");
-        if (kzFindType(kzTextOf(type)) == nullptr) return KZe_NOTFOUND;
+        if (kzFindType(kzTextOf(type)) == nullptr) return kzServedValue(core(), kzTextOf(type), value);
         return CHostRef<CValue>::make(type).give(value);
     }
     KzResult valueservice_CreateValueArray(const char* type, IKzUnknown** values) override {
@@ -127,12 +128,15 @@ KzResult CValueService::valueservice_EncodeText(IKzUnknown* value, std::int32_t 
     enter("Value.EncodeText");
     if (const auto own = CHostRef<CValue>::of(value))
         return kzFillText(kzFormatCell(own->type(), own->cell(), nice != 0), buffer, length);
+    if (const KzResult code = kzEncodeServed(value, nice != 0, buffer, length); code != KZe_NOTIMPL) return code;
     const CKzUser_Value held(value);
     return held ? held->GetString(buffer, length) : KZe_INVALIDARG;
 }
 
-KzResult CValueService::valueservice_DecodeText(const char* text, std::int32_t /*nice*/, IKzUnknown* value) {
+KzResult CValueService::valueservice_DecodeText(const char* text, std::int32_t nice, IKzUnknown* value) {
     enter("Value.DecodeText");
+    if (!CHostRef<CValue>::of(value))
+        if (const KzResult code = kzDecodeServed(value, nice != 0, text); code != KZe_NOTIMPL) return code;
     const CKzUser_Value held(value);
     return held ? held->SetString(text) : KZe_INVALIDARG;
 }

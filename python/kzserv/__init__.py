@@ -1,5 +1,14 @@
-"""The host's servers that are written in Python. The module imports this package once, when Python starts."""
+"""The host's servers that are written in Python. The module imports this package once, when Python starts.
 
-from kzserv import interrupt
+Every *.py in a folder named "servers" below one of the host's script folders (the folders of sys.path) is imported
+then; see kzserv.files.
+"""
+
+import sys
+
+from kzserv import files, interrupt
+
+servers = sys.modules['kzserv.servers']
 
 interrupt.install()
+files.import_all()

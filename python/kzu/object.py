@@ -1,1 +1,192 @@
-"""Conveniences over the wrapper types of kz.object."""
+"""Conveniences over the wrapper types of kz.object.
+
+Each class here is the wrapper of the same name with what Python code expects of such an object: a length, indexing,
+iteration, a readable repr. All methods of the wrapper are there as before. Objects that the host returns come as these.
+"""
+
+import kz
+
+
+def _pointer(other):
+    peek = getattr(other, '__peekobj__', None)
+    try:
+        return peek() if peek is not None else None
+    except (TypeError, RuntimeError):
+        return None  # an empty wrapper
+
+
+class _Object(object):
+    """Two wrappers are equal when they hold the same interface; anything else is just another object."""
+
+    def __eq__(self, other):
+        mine = _pointer(self)
+        return self is other or (bool(mine) and mine == _pointer(other))
+
+    def __ne__(self, other):
+        return not self == other
+
+    def __hash__(self):
+        return hash(_pointer(self) or 0)
+
+    def __nonzero__(self):
+        return self.test()
+
+    def __repr__(self):
+        return '<%s%s>' % (type(self).__name__, self._shown() if self.test() else ' (empty)')
+
+    def _shown(self):
+        return ''
+
+
+class _Sequence(_Object):
+    """Elements by number. A negative number counts from the end, and a slice gives a list."""
+
+    def __getitem__(self, index):
+        if isinstance(index, slice):
+            return [self._element(each) for each in range(*index.indices(len(self)))]
+        count = len(self)
+        if index < 0:
+            index += count
+        if not 0 <= index < count:
+            raise IndexError('index %d of %d' % (index, count))
+        return self._element(index)
+
+    def __iter__(self):
+        index = 0
+        while index < len(self):  # asked each time: the loop may change it
+            yield self._element(index)
+            index += 1
+
+    def _shown(self):
+        return ' of %d' % len(self)
+
+
+class ValueArray(_Sequence, kz.object.ValueArray):
+    def __len__(self):
+        return self.Count()
+
+    def _element(self, index):
+        kind = self.Type()
+        if kind == kz.symbol.iVALUE_TYPE_INTEGER:
+            return self.GetInt(index)
+        if kind == kz.symbol.iVALUE_TYPE_FLOAT:
+            return self.GetFloat(index)
+        if kind == kz.symbol.iVALUE_TYPE_STRING:
+            return self.GetString(index)
+        return self.GetValue(index)
+
+    def append(self, value):
+        if isinstance(value, (int, long)):
+            self.AddInt(value)
+        elif isinstance(value, float):
+            self.AddFloat(value)
+        elif isinstance(value, basestring):
+            self.AddString(value)
+        else:
+            self.AddValue(value)
+
+    def _shown(self):
+        return ' %s %r' % (self.TypeName(), list(self))
+
+
+class Value(_Object, kz.object.Value):
+    def get(self):
+        """The value as Python has it; an object's as its text."""
+        kind = self.Type()
+        if kind == kz.symbol.iVALUE_TYPE_INTEGER:
+            return self.GetInt()
+        if kind == kz.symbol.iVALUE_TYPE_FLOAT:
+            return self.GetFlt()
+        return self.GetString()
+
+    def _shown(self):
+        return ' %s %r' % (self.TypeName(), self.get())
+
+
+class Attributes(_Object, kz.object.Attributes):
+    """Attributes by name, read and written as texts; by their numbers through the wrapper's own methods."""
+
+    def __len__(self):
+        return self.Count()
+
+    def __iter__(self):
+        return iter(self.keys())
+
+    def __contains__(self, name):
+        return name in self.keys()
+
+    def keys(self):
+        return [self.Name(index) for index in range(self.Count())]
+
+    def __getitem__(self, name):
+        return self.GetString(self._find(name))
+
+    def __setitem__(self, name, text):
+        self.SetString(self._find(name), str(text))
+
+    def _find(self, name):
+        try:
+            return self.keys().index(name)
+        except ValueError:
+            raise KeyError(name)
+
+    def _shown(self):
+        return ' ' + ', '.join(self.keys())
+
+
+class Log(_Sequence, kz.object.Log):
+    def __len__(self):
+        return self.EntryCount()
+
+    def _element(self, index):
+        return self.EntryByIndex(index)
+
+    def _shown(self):
+        return ' %s of %d' % (self.Name(), len(self))
+
+
+class LogEntry(_Sequence, kz.object.LogEntry):
+    """Its elements are the entries below it."""
+
+    def __len__(self):
+        return self.ChildCount()
+
+    def _element(self, index):
+        return self.ChildByIndex(index)
+
+    def _shown(self):
+        return ' %08x %r' % (self.Type(), self.Desc())
+
+
+class Tree(_Object, kz.object.Tree):
+    """Iterating gives a new position for each child, so that the tree's own stays where it is."""
+
+    def __len__(self):
+        return self.Count()
+
+    def __iter__(self):
+        for index in range(self.Count()):
+            child = Tree(self.Spawn(kz.symbol.iTREE_SPAWN_SAME))
+            child.SetCurrent(index)
+            child.ToChild()
+            yield child
+
+
+class Monitor(_Object, kz.object.Monitor):
+    """With `with`, the monitor goes back to the host at the end, whatever happens."""
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *raised):
+        kz.service.StdDialog().MonitorReleaseObj(self)
+        return False
+
+
+class StringTag(_Object, kz.object.StringTag):
+    def __len__(self):
+        return self.Count()
+
+    def __iter__(self):
+        for index in range(self.Count()):
+            yield self.ByIndex(index)

@@ -1,0 +1,43 @@
+"""Listeners: what happens in the session, which commands run, and what the log gets.
+
+The host makes one object of each listener when it reads the module's servers, and tells it everything from then on.
+What they hear is gathered in HEARD; scripts find it with: from kzserv.servers import watch.
+"""
+
+import kz
+import kzifc
+
+HEARD = []
+
+
+class Session(kzifc.SessionListener):
+    def sesl_SystemReady(self):
+        HEARD.append('ready')
+
+    def sesl_FileOpened(self, path):
+        HEARD.append('opened ' + path)
+
+    def sesl_FileSaved(self, path):
+        HEARD.append('saved ' + path)
+
+    def sesl_ModuleUpdated(self, module):
+        HEARD.append('updated ' + module)
+
+
+class Commands(kzifc.CmdSysListener):
+    def cmdsysevent_ExecuteResult(self, command, kind, sandboxed, post, succeeded):
+        HEARD.append('%s %s' % (kz.object.Command(command).Name(), 'done' if succeeded else 'failed'))
+
+
+class Errors(kzifc.LogListener):
+    """Hears every entry. What a listener itself writes to the log is not told again."""
+
+    def logevent_EntryAdded(self, subsystem, entry):
+        entry = kz.object.LogEntry(entry)
+        if entry.Type() & 0x80000000:
+            HEARD.append('error ' + entry.Desc())
+
+
+kz.bless(Session, 'watch.session')
+kz.bless(Commands, 'watch.commands')
+kz.bless(Errors, 'watch.errors')

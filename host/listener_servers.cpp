@@ -1,0 +1,30 @@
+// Listeners that modules offer as servers: the host makes one of each and lets it listen.
+#include "host/listener_servers.h"
+
+#include "host/core.h"
+
+#include "kz/result.h"
+
+namespace {
+
+constexpr const char* classes[] = {KZa_SESSIONLISTENER, KZa_CMDSYSLISTENER, KZa_LOGLISTENER};
+
+void attach(CHostCore& core, const KzServer& server) {
+    KzResult code = KZe_OK;
+    try {
+        CKzLoc_Unknown listener;
+        code = core.listeners.add(CModuleTable::spawn(server, listener).raw());
+    } catch (KzResult thrown) {
+        code = thrown;
+    }
+    if (kzFailed(code))
+        core.log->write("servers", code, "the listener \"" + server.name + "\" cannot listen: " + kzCodeName(code));
+}
+
+}  // namespace
+
+void kzAttachListenerServers(CHostCore& core) {
+    for (const char* className : classes)
+        for (const KzServer& server : core.modules.servers(className))
+            if (core.listeners.expects(server.className + ":" + server.name)) attach(core, server);
+}

@@ -1,0 +1,135 @@
+// The verbs check, convert and tree.
+#include "host/server_verbs.h"
+
+#include "host/server_classes.h"
+
+#include "kz/dialog.h"
+#include "kz/result.h"
+#include "kz/tree.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <filesystem>
+
+namespace {
+
+// The interpreter looks over the files itself; the host only asks it to.
+constexpr const char* checkScript = "# python\n"
+                                    "import sys\n"
+                                    "import kz\n"
+                                    "from kzserv import check\n"
+                                    "sys.exit(check.main(kz.args()))\n";
+
+bool allReadable(const std::vector<std::string>& files) {
+    for (const std::string& file : files) {
+        if (std::filesystem::is_regular_file(file)) continue;
+        CProgram::say(file + ": there is no such file");
+        return false;
+    }
+    return true;
+}
+
+int check(CProgram& program, const std::vector<std::string>& files) {
+    std::string problem;
+    const auto joined = kzJoinArguments(files, problem);
+    if (!joined) {
+        CProgram::say(problem);
+        return exitUsage;
+    }
+    if (!allReadable(files)) return exitUsage;
+    if (const int status = program.start(); status != exitOk) return status;
+    for (const KzServer& server : program.host().core().modules.servers(KZa_TEXTSCRIPTINTERPRETER))
+        if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
+    const ScriptEnd end = program.host().run(CHostRef<CScript>::make("check.py", checkScript), 0, *joined);
+    if (!kzFailed(end.code)) return end.code == 0 ? exitOk : exitFailed;
+    CProgram::say("the files cannot be checked: " + (end.isTold ? end.message : kzCodeName(end.code)));
+    return exitFailed;
+}
+
+// Starts everything, servers included.
+int startAll(CProgram& program) {
+    if (const int status = program.start(); status != exitOk) return status;
+    for (const KzServer& server : program.host().core().modules.servers(KZa_LINEINTERPRETER))
+        if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
+    return exitOk;
+}
+
+int failed(const std::string& what, KzResult code) {
+    CProgram::say(fmt::format("{}: {} ({})", what, CMessageTables::codeText(code), kzCodeName(code)));
+    return exitFailed;
+}
+
+// A monitor of the host's own. Servers in Python are never given a null object: it has no wrapper.
+class CProgress {
+public:
+    CProgress(CHostCore& core, const char* title) {
+        m_dialogs.take(core.makeService(KZu_STDDIALOGSERVICE));
+        m_dialogs.MonitorAllocate(title, m_monitor.out());
+    }
+    ~CProgress() { m_dialogs.MonitorReleaseObj(m_monitor.raw()); }
+    CProgress(const CProgress&) = delete;
+    CProgress& operator=(const CProgress&) = delete;
+    IKzUnknown* monitor() const { return m_monitor.raw(); }
+
+private:
+    CKzUser_StdDialogService m_dialogs;
+    CKzLoc_Unknown m_monitor;
+};
+
+int convert(CProgram& program, const std::string& from, const std::string& to) {
+    if (const int status = startAll(program); status != exitOk) return status;
+    CHostCore& core = program.host().core();
+    const CProgress progress(core, "Converting");
+    CKzUser_Image image;
+    if (const KzResult code = kzLoadImage(core, from, progress.monitor(), image); kzFailed(code))
+        return failed(code == KZe_NOTFOUND ? from + ": no loader takes this file" : from, code);
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    if (const KzResult code = image.Size(&width, &height); kzFailed(code)) return failed(from, code);
+    if (const KzResult code = kzSaveImage(core, image.raw(), to, {}, progress.monitor()); kzFailed(code))
+        return failed(code == KZe_NOTFOUND ? to + ": no saver writes such files" : to, code);
+    fmt::print("{}: {} x {} pixels\n", to, width, height);
+    return exitOk;
+}
+
+void printRow(const TreeRow& row) {
+    fmt::print("{:{}}", "", row.depth * 2);
+    for (std::size_t column = 0; column < row.cells.size(); ++column)
+        fmt::print("{}{}", column > 0 ? "  " : "", row.cells[column]);
+    fmt::print("\n");
+}
+
+int printTree(CProgram& program, const std::string& name) {
+    if (const int status = startAll(program); status != exitOk) return status;
+    const CModuleTable& modules = program.host().core().modules;
+    auto server = modules.find(KZa_TREE, name);
+    if (!server) server = modules.find(KZa_TREEVIEW, name);
+    if (!server) return failed("there is no tree \"" + name + "\"", KZe_NOTFOUND);
+    try {
+        CKzLoc_Unknown tree;
+        kzWalkTree(CModuleTable::spawn(*server, tree).raw(), printRow);
+    } catch (KzResult code) {
+        return failed("the tree \"" + name + "\"", code);
+    }
+    return exitOk;
+}
+
+}  // namespace
+
+CServerVerbs::CServerVerbs(CLI::App& app)
+    : m_check(app.add_subcommand("check", "Look over server files before they are used; 1 if anything is wrong")),
+      m_convert(app.add_subcommand("convert", "Convert an image with the loaders and savers of the modules")),
+      m_tree(app.add_subcommand("tree", "Print a tree that a module serves")) {
+    m_check->add_option("FILE", m_files, "The files")->required();
+    m_convert->add_option("FROM", m_from, "The image to read")->required();
+    m_convert->add_option("TO", m_to, "The file to write; its extension names the format")->required();
+    m_tree->add_option("NAME", m_name, "The tree's server name")->required();
+}
+
+bool CServerVerbs::parsed() const { return m_check->parsed() || m_convert->parsed() || m_tree->parsed(); }
+
+int CServerVerbs::run(CProgram& program) const {
+    if (m_check->parsed()) return check(program, m_files);
+    return m_convert->parsed() ? convert(program, m_from, m_to) : printTree(program, m_name);
+}

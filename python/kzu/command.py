@@ -1,0 +1,226 @@
+"""Commands in Python, by what they do rather than by the interfaces behind them.
+
+    class Repeat(kzu.command.Command):
+        arguments = [Argument('text', 'string'), Argument('count', 'integer', default=1)]
+
+        def execute(self, text, count):
+            print text * count
+
+    kz.bless(Repeat, 'text.repeat')
+
+The host then has a command "text.repeat", which kz.eval("text.repeat hello count:3") executes as any other.
+"""
+
+import kz
+import kzifc
+from kzu import object as wrappers
+
+
+class Argument(object):
+    """One argument of a command: its name, its value type, and what may be left out.
+
+    default    the value when none is given; an argument with one is optional
+    optional   it may be left out without a default, and is then None
+    toggle     kz.queryToggle asks for this argument
+    query      its value can be asked for: the command's query() answers
+    label      its name for people
+    desc       what it is for
+    """
+
+    def __init__(self, name, kind, default=None, optional=False, toggle=False, query=False, label=None, desc=None):
+        self.name, self.kind, self.default = name, kind, default
+        self.optional = optional or default is not None
+        self.toggle, self.query, self.label, self.desc = toggle, query, label, desc
+
+
+def _refuse(code):
+    kz.throw(code, True)  # the caller tells its user; the log need not
+
+
+class Command(kzifc.Command, kzifc.Attributes):
+    """The base of commands. Overwrite execute, and where they are wanted query, enabled, argument_enabled, prepare."""
+
+    arguments = ()
+    label = None
+    description = None
+    flags = 0
+
+    def execute(self, **values):
+        """Does the work; called with the value of each argument under its name."""
+        raise NotImplementedError
+
+    def query(self, name):
+        """The value, or a list of values, that the argument has now."""
+        raise NotImplementedError
+
+    def enabled(self):
+        """None, or a text that says why the command cannot be used at the moment."""
+
+    def argument_enabled(self, name):
+        """None, or a text that says why the argument cannot be used."""
+
+    def prepare(self):
+        """Returns a dictionary of values with which a dialog begins."""
+        return {}
+
+    # What the command is.
+
+    def cmd_UserName(self):
+        return self.label or _refuse(kz.symbol.e_NOTIMPL)
+
+    def cmd_Desc(self):
+        return self.description or _refuse(kz.symbol.e_NOTIMPL)
+
+    def cmd_Flags(self):
+        toggles = any(each.toggle for each in self.arguments)
+        return self.flags | (kz.symbol.fCMD_TOGGLE if toggles else 0)
+
+    def cmd_Enable(self, message):
+        reason = self.enabled()
+        if reason is None:
+            return
+        message = kz.object.Message(message)
+        message.SetCode(kz.symbol.e_CMD_DISABLED)
+        message.SetMessage('commands', 'failed', 0)
+        message.SetArgumentString(1, self.label or type(self).__name__)
+        message.SetArgumentString(2, str(reason))
+        _refuse(kz.symbol.e_CMD_DISABLED)
+
+    def cmd_ToggleArg(self):
+        for index, each in enumerate(self.arguments):
+            if each.toggle:
+                return index
+        _refuse(kz.symbol.e_NOTFOUND)
+
+    # Running it.
+
+    def cmd_Execute(self, flags):
+        values = {}
+        for index, each in enumerate(self.arguments):
+            if self._is_set(index):
+                values[each.name] = self._python_value(index)
+            elif each.optional:
+                values[each.name] = each.default
+            else:
+                _refuse(kz.symbol.e_CMD_MISSING_ARGS)
+        self.execute(**values)
+
+    def cmd_Query(self, index, values):
+        if not self._argument(index).query:
+            _refuse(kz.symbol.e_CMD_ARGUMENT_NOT_QUERYABLE)
+        found = self.query(self.arguments[index].name)
+        values = wrappers.ValueArray(values)
+        for value in found if isinstance(found, (list, tuple)) else [found]:
+            values.append(value)
+
+    def cmd_DialogInit(self):
+        for name, value in self.prepare().items():
+            index = self.attr_Lookup(name)
+            if not self._is_set(index):
+                self.attr_SetString(index, str(value))
+
+    # Its arguments.
+
+    def cmd_ArgFlags(self, index):
+        each = self._argument(index)
+        flags = kz.symbol.fCMDARG_OPTIONAL if each.optional else 0
+        flags |= kz.symbol.fCMDARG_QUERY if each.query else 0
+        flags |= kz.symbol.fCMDARG_TOGGLE if each.toggle else 0
+        return flags | (kz.symbol.fCMDARG_VALUE_SET if self._is_set(index) else 0)
+
+    def cmd_ArgEnable(self, index):
+        if self.argument_enabled(self._argument(index).name) is not None:
+            _refuse(kz.symbol.e_DISABLED)
+
+    def cmd_ArgUserName(self, index):
+        return self._argument(index).label or self._argument(index).name
+
+    def cmd_ArgDesc(self, index):
+        return self._argument(index).desc or _refuse(kz.symbol.e_NOTIMPL)
+
+    def cmd_ArgType(self, index):
+        return self._argument(index).kind
+
+    def cmd_ArgClear(self, index):
+        self._argument(index)
+        self._values().pop(index, None)
+
+    def cmd_ArgResetAll(self):
+        self._values().clear()
+
+    def cmd_ArgParseString(self, index, text):
+        self.attr_SetString(index, text)
+
+    def attr_Count(self):
+        return len(self.arguments)
+
+    def attr_Name(self, index):
+        return self._argument(index).name
+
+    def attr_Lookup(self, name):
+        for index, each in enumerate(self.arguments):
+            if each.name == name:
+                return index
+        _refuse(kz.symbol.e_NOTFOUND)
+
+    def attr_Type(self, index):
+        return kz.service.Value().ValueType(self._argument(index).kind)
+
+    def attr_TypeName(self, index):
+        return self._argument(index).kind
+
+    def attr_Value(self, index, create):
+        return self._made(index) if create else self._given(index)
+
+    def attr_GetInt(self, index):
+        return self._given(index).GetInt()
+
+    def attr_GetFlt(self, index):
+        return self._given(index).GetFlt()
+
+    def attr_GetString(self, index):
+        return self._given(index).GetString()
+
+    def attr_SetInt(self, index, value):
+        self._set(index, 'SetInt', value)
+
+    def attr_SetFlt(self, index, value):
+        self._set(index, 'SetFlt', value)
+
+    def attr_SetString(self, index, value):
+        self._set(index, 'SetString', value)
+
+    # The values are the host's own, so that it reads and writes them as it does everywhere. They are made when first
+    # needed: a command need not call this class's __init__.
+
+    def _values(self):
+        return self.__dict__.setdefault('_given_values', {})
+
+    def _argument(self, index):
+        return self.arguments[index] if index < len(self.arguments) else _refuse(kz.symbol.e_OUTOFBOUNDS)
+
+    def _is_set(self, index):
+        return index in self._values()
+
+    def _given(self, index):
+        self._argument(index)
+        return self._values()[index] if self._is_set(index) else _refuse(kz.symbol.e_NOTAVAILABLE)
+
+    def _made(self, index):
+        if not self._is_set(index):
+            self._values()[index] = kz.service.Value().CreateValue(self._argument(index).kind)
+        return self._values()[index]
+
+    def _set(self, index, method, value):
+        made = kz.service.Value().CreateValue(self._argument(index).kind)
+        try:
+            getattr(made, method)(value)
+        except Exception:
+            _refuse(kz.symbol.e_INVALIDARG)
+        self._values()[index] = made
+
+    def _python_value(self, index):
+        value = wrappers.Value(self._values()[index])
+        if self.arguments[index].kind == kz.symbol.sTYPE_BOOLEAN:
+            return bool(value.GetInt())
+        return value.get()

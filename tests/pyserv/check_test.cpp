@@ -1,0 +1,106 @@
+// kzhost check: what it finds in server files.
+#include "kzhost_run.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace {
+
+struct Case {
+    const char* text;
+    std::vector<const char*> findings;  // "LINE: text", in this order and nothing else
+};
+
+// Every case begins with these two lines.
+constexpr const char* opening = "import kz, kzifc\n"
+                                "from kzifc import *\n";
+
+const Case cases[] = {
+    {"class A(Command):\n    def cmd_Execute(self, flags): pass\nkz.bless(A, 'a', {'k': 1})\n", {}},
+    {"class A(Command):\n    def cmd_Excute(self, flags): pass\nkz.bless(A, 'a')\n",
+     {"4: server \"a\": no interface has a method cmd_Excute; did you mean cmd_Execute?",
+      "5: server \"a\": the method cmd_Execute, which Command requires, is missing"}},
+    {"class A(Command):\n    def cmd_Execute(self, *rest): pass\n    def cmd_argtype(self, index): pass\n"
+     "    def comd_Flags(self): pass\nkz.bless(A, 'a')\n",
+     {"5: server \"a\": no interface has a method cmd_argtype; did you mean cmd_ArgType?",
+      "6: server \"a\": no interface has a method comd_Flags; did you mean cmd_Flags?"}},
+    {"class A(Command):\n    def cmd_Execute(self): pass\n    @staticmethod\n    def cmd_Flags(): return 0\n"
+     "    @classmethod\n    def cmd_Query(cls, index): pass\n    def cmd_Help(self, more=None): pass\n"
+     "kz.bless(A, 'a')\n",
+     {"4: server \"a\": cmd_Execute is called with 1 argument after self, but takes 0",
+      "7: server \"a\": cmd_Query is called with 2 arguments after self, but takes 1"}},
+    {"class A(Command):\n    def cmd_Execute(self, flags): pass\n    def tree_Count(self): pass\n"
+     "    def my_Helper(self): pass\n    tree_Current = 3\nkz.bless(A, 'a')\n",
+     {"5: server \"a\": tree_Count belongs to Tree, which the class does not implement"}},
+    {"class Base(object):\n    def load_Recognize(self, path, info): pass\nclass A(Base, Loader): pass\n"
+     "kz.bless(A, 'a')\n",
+     {"6: server \"a\": the method load_LoadObject, which Loader requires, is missing"}},
+    {"class A(Saver):\n    def __getattr__(self, name): pass\nkz.bless(A, 'a')\n", {}},
+    {"class A(object): pass\nclass B: pass\nkz.bless(A, 'a')\nkz.bless(B, 'b')\n",
+     {"5: server \"a\": it implements no interface: derive it from a class of kzifc",
+      "6: server \"b\": only a class derived from object can be a server"}},
+    {"class A(Visitor):\n    def __init__(self, x): pass\n    def vis_Evaluate(self): pass\n"
+     "kz.bless(A, 'a')\nkz.bless(A, 'b', None, object())\nkz.bless(A, 'b', [], 1)\n",
+     {"4: server \"a\": __init__ is called with 0 arguments after self: there is no meta object",
+      "8: server \"b\": its tags are no dictionary", "8: server \"b\" is blessed twice for one interface"}},
+    {"class S(Saver): pass\nclass A(StringTag): pass\nclass M: _sub_ifcs = [(S, None), 5]\n"
+     "kz.bless(A, 'a', {u'\\xe9': 1}, M())\n",
+     {"6: server \"a\": each of its _sub_ifcs is a pair of a class and its meta object",
+      "6: server \"a\": a key or value of its tags has no str() form",
+      "6: server \"a\", sub-server S: the method sav_Save, which Saver requires, is missing"}},
+    {"def f():\n    1/0\nf()\n", {"4: it cannot be imported: ZeroDivisionError: integer division or modulo by zero"}},
+    {"import sys\nsys.exit(7)\n", {"4: it cannot be imported: SystemExit: 7"}},
+    {"x = (\n", {"4: it cannot be imported: SyntaxError: unexpected EOF while parsing"}},
+};
+
+class CheckTest : public ServerFilesTest {};
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+TEST_F(CheckTest, WhatIsWrongIsNamedWithItsPlace) {
+    for (const Case& each : cases) {
+        const std::string file = write("checked.py", std::string(opening) + each.text);
+        const Ended ended = run({"check", file});
+        std::string expected;
+        for (const char* finding : each.findings) expected += file + ":" + finding + "\n";
+        EXPECT_EQ(linesOf(ended.out), linesOf(expected)) << each.text << ended.error;
+        EXPECT_EQ(ended.status, each.findings.empty() ? 0 : 1) << each.text;
+        EXPECT_EQ(ended.error, "") << each.text;
+    }
+}
+
+TEST_F(CheckTest, TheExamplesAreClean) {
+    std::vector<std::string> words = {"check"};
+    for (const auto& entry : std::filesystem::directory_iterator(KZ_SOURCE_DIR "/examples/servers"))
+        if (entry.path().extension() == ".py") words.push_back(entry.path().string());
+    ASSERT_GE(words.size(), 6U);
+    const Ended ended = run(words);
+    EXPECT_EQ(ended.out + ended.error, "");
+    EXPECT_EQ(ended.status, 0);
+}
+
+TEST_F(CheckTest, NothingIsBlessedAndNothingIsSaidUnasked) {
+    const std::string bad = "import kz, kzifc\nclass A(kzifc.Saver): pass\nkz.bless(A, 'lacking')\n";
+    const std::string file = write("checked.py", bad);
+    const Ended checked = runText("from kzserv import check\nimport kz\nassert check.main(['" + file +
+                                  "']) == 1\nassert not kz.service.Host().IsServer('saver', 'lacking')\n");
+    EXPECT_EQ(checked.status, 0) << checked.error;
+    serve("lacking.py", bad);
+    const Ended served = runText("import kz\nassert kz.service.Host().IsServer('saver', 'lacking')\n");
+    EXPECT_EQ(served.out + served.error, "");
+    EXPECT_EQ(served.status, 0);
+}
+
+TEST_F(CheckTest, FilesThatAreNotThereAreAUsageError) {
+    const Ended ended = run({"check", path("missing.py")});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_TRUE(ended.says("missing.py: there is no such file")) << ended.error;
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+// Server files: how they are found, and what becomes of those that are broken.
+#include "kzhost_run.h"
+
+namespace {
+
+class FilesTest : public ServerFilesTest {};
+
+TEST_F(FilesTest, OneBadFileNeverStopsTheOthers) {
+    serve("a.py", "import kz, kzifc\nclass A(kzifc.Visitor): pass\nkz.bless(A, 'first')\n");
+    serve("b.py", "def deep():\n    raise ValueError('n\\0o ' + u'\\xe9')\ndeep()\n");
+    serve("c.py", "import sys\nsys.exit(3)\n");
+    serve("d.py", "this is no Python\n");
+    serve("e.py", "import kz\nclass Old: pass\nkz.bless(Old, 'old')\n");
+    serve("f.py", "class E(Exception):\n    def __str__(self): raise E()\nraise E()\n");
+    serve("g.py", std::string("x = 1\0", 6));
+    serve("h.py", "from kzserv.servers import a\na.LAST = 1\nimport kz\nkz.bless(a.A, 'last')\n");
+    serve("notes.txt", "raise SystemExit\n");
+    const Ended ended = runText("import kz\nhost = kz.service.Host()\n"
+                                "print [host.IsServer('visitor', name) for name in ('first', 'last', 'old')]\n");
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "[True, True, False]\n") << ended.error;
+    for (const char* part :
+         {"b.py: ", "ValueError: n", ".. " , "b.py: 2\n", "b.py: 3\n", "c.py: SystemExit: 3", "d.py: SyntaxError",
+          "e.py: ", "f.py: E", "g.py: "})
+        EXPECT_TRUE(ended.says(part)) << part << ended.error;
+    EXPECT_FALSE(ended.says("a.py") || ended.says("h.py")) << ended.error;
+}
+
+TEST_F(FilesTest, FilesOfOneNameInTwoFoldersAreBothImported) {
+    std::filesystem::create_directories(path("other/servers"));
+    std::filesystem::create_directory_symlink(path("servers"), path("other/again"));
+    const std::string text = "import kz, kzifc\nclass A(kzifc.Visitor): pass\nkz.bless(A, 'NAME')\n";
+    serve("same.py", "NAME = 'one'\n" + text);
+    write("other/servers/same.py", "NAME = 'two'\n" + text);
+    const Ended ended = runText("import kzserv.servers\nprint sorted(n for n in dir(kzserv.servers) if n[0] != '_')\n",
+                                {path("other")});
+    EXPECT_EQ(ended.out, "['same', 'same_2']\n") << ended.error;
+    EXPECT_TRUE(ended.says("same.py: RuntimeError") || ended.out == "['same', 'same_2']\n");
+}
+
+// Each server is spawned by a script; `out` is what the script prints, `error` a part of what the log gets.
+struct BadServer {
+    const char* server;
+    const char* script;
+    const char* out;
+    const char* error;
+};
+
+const BadServer badServers[] = {
+    {"class A(kzifc.Visitor):\n    def __init__(self): raise ValueError('no')\n", "tell(spawn)", "RuntimeError\n",
+     "Spawning Python server failed: bad"},
+    {"class A(kzifc.Visitor):\n    def __init__(self, needed): pass\n", "tell(spawn)", "RuntimeError\n",
+     "Spawning Python server failed: bad"},
+    {"class A(kzifc.Visitor):\n    def __new__(cls): return None\n", "tell(lambda: kz.object.Visitor(spawn()).Evaluate())",
+     "RuntimeError\n", ""},
+    {"class A(kzifc.Visitor):\n    def __del__(self): raise ValueError('gone')\n", "spawn()\nprint 'on'", "on\n", ""},
+    {"kept = []\nclass A(kzifc.Visitor):\n    def __del__(self): kept.append(self)\n"
+     "    def vis_Evaluate(self): kz.out('seen')\n",
+     "spawn()\nfrom kzserv.servers import bad\nkz.object.Visitor(bad.kept[0]).Evaluate()\ndel bad.kept[:]\nprint 'on'",
+     "seen\non\n", ""},
+    {"class A(kzifc.StringTag):\n    def stag_Get(self, kind): return ['a\\0b', u'caf\\xe9', u'abc', 7][kind]\n",
+     "tag = kz.object.StringTag(spawn('stringtag'))\nfor kind in range(4): tell(lambda: kz.out(repr(tag.Get(kind))))",
+     "'a'\nRuntimeError\n'abc'\nRuntimeError\n", ""},
+    {"class A(kzifc.StringTag):\n    def stag_Count(self): return 1 << 70\n    def stag_ByIndex(self, index): return 1, 2, 3\n",
+     "tag = kz.object.StringTag(spawn('stringtag'))\nprint tag.Count()\ntell(lambda: tag.ByIndex(0))", "0\nRuntimeError\n",
+     ""},
+    {"class A(kzifc.Visitor):\n    def vis_Evaluate(self): raise SystemExit(3)\n",
+     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "RuntimeError\n", "SystemExit"},
+    {"class A(kzifc.Visitor):\n    def vis_Evaluate(self): return self.vis_Evaluate()\n",
+     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "RuntimeError\n", "maximum recursion depth exceeded"},
+};
+
+TEST_F(FilesTest, BadServersFailWithACodeAndTheHostGoesOn) {
+    for (const BadServer& each : badServers) {
+        serve("bad.py", std::string("import kz, kzifc\n") + each.server + "kz.bless(A, 'bad')\n");
+        const Ended ended = runText(std::string("import kz\n"
+                                                "def spawn(kind='visitor'): return kz.service.Host().SpawnServer(kind, 'bad')\n"
+                                                "def tell(action):\n"
+                                                "    try: action()\n"
+                                                "    except Exception as error: print type(error).__name__\n") +
+                                    each.script + "\n");
+        EXPECT_EQ(ended.status, 0) << each.server << ended.error;
+        EXPECT_EQ(ended.out, each.out) << each.server << ended.error;
+        EXPECT_TRUE(ended.says(each.error)) << each.server << ended.error;
+    }
+}
+
+TEST_F(FilesTest, TagsWithoutATextAreNoTags) {
+    serve("bad.py", "import kz, kzifc\nclass A(kzifc.Visitor): pass\n"
+                    "class K(object):\n    def __str__(self): raise ValueError('no text')\n"
+                    "kz.bless(A, 'good', {1: None, 'b': 2.5})\nkz.bless(A, 'raising', {K(): 1})\n"
+                    "kz.bless(A, 'wide', {u'\\xe9': 1})\nkz.bless(A, u'plain')\n");
+    const Ended ended = run({"servers"});
+    EXPECT_EQ(ended.status, 0);
+    for (const char* part : {"  1=None", "  b=2.5", "raising", "wide", "plain"})
+        EXPECT_NE(ended.out.find(part), std::string::npos) << part << ended.out << ended.error;
+}
+
+}  // namespace
