@@ -23,6 +23,9 @@ CODES = [
     (0x8123ABCD, RuntimeError, 'bad result: <unknown code>'),
 ]
 
+# Those of which nobody else takes references meanwhile.
+WATCHED = (list, tuple, dict, values.Sequence, values.Host, kz.object.storage, kz.object.Item, kz.object.Unknown)
+
 counts = collections.Counter()
 
 
@@ -50,15 +53,15 @@ class Method(object):
         recorder.answer(code, tuple(given for given, _ in pairs))
         expected = [each for _, each in pairs]
         if not self.hasCode:  # no code tells the caller that a text did not fit
-            expected = [each[:511] if kind == 'text' else each for kind, each in zip(self.answered + self.first, expected)]
+            kinds = self.answered + self.first
+            expected = [each[:511] if kind == 'text' else each for kind, each in zip(kinds, expected)]
         expected = expected[len(self.answered):] + expected[:len(self.answered)]
         return None if not expected else expected[0] if len(expected) == 1 else tuple(expected)
 
     def call(self, arguments, wrapper=None):
         """What it returns, or what it raises as (class, text)."""
         counts['calls'] += 1
-        watched = [each for each in arguments if isinstance(each, (values.Sequence, list, tuple, dict, kz.object.storage,
-                                                                   kz.object.Item, kz.object.Unknown, values.Host))]
+        watched = [each for each in arguments if isinstance(each, WATCHED)]
         before = map(sys.getrefcount, watched)
         try:
             return getattr(wrapper or self.wrapper, self.name)(*arguments), None
@@ -120,7 +123,8 @@ class Method(object):
         expected = [documented(kind, given) for kind, given in self.inputs]
         returned = [documented(kind, '').strip() for kind in self.first] + [
             documented(kind, '' if kind.startswith('object') else given).strip() for kind, given in self.outputs]
-        if (name, inputs.split(',') if inputs else [], outputs.split(',') if outputs else []) != (self.name, expected, returned):
+        found = [part.split(',') if part else [] for part in (inputs, outputs)]
+        if [name] + found != [self.name, expected, returned]:
             self.complain('documented as %r', text)
 
 

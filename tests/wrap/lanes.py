@@ -1,5 +1,5 @@
-"""The wrappers read plain arguments themselves and leave the rest to the interpreter's parser. Nobody may be able to tell:
-whatever the arguments, a method takes and refuses what the parser does, with the same values and the same errors."""
+"""The wrappers read plain arguments themselves and leave the rest to the interpreter's parser. Nobody may be able to
+tell: whatever the arguments, a method takes and refuses what the parser does, with the same values and errors."""
 import itertools
 
 import kz
@@ -64,7 +64,8 @@ EDGES = [edge + step for bits in (31, 32, 63, 64) for edge in (2 ** bits, -2 ** 
 ODD = EDGES + [long(edge) for edge in EDGES if isinstance(edge, int)] + [
     0, 1, -1, 5L, True, False, 10 ** 400, -10 ** 400, Lying(5), LyingLong(6), Lying(2 ** 40),
     1.5, -0.0, 1e39, 1e-46, float('nan'), float('inf'), -float('inf'), LyingFloat(1.5), 1j,
-    '', 'text', 'a\0b', '\0', u'', u'ascii', u'\xe4', u'a\0b', Text('text'), Text('a\0b'), bytearray('bytes'), buffer('buffer'),
+    '', 'text', 'a\0b', '\0', u'', u'ascii', u'\xe4', u'a\0b', Text('text'), Text('a\0b'),
+    bytearray('bytes'), buffer('buffer'),
     None, NotImplemented, (), [], {}, object, object(), OldNumber(), OldNumber, Indexed(), iter(()),
     Number(3), Number(3L), Number(2 ** 70), Number(3.5), Number('x'), Number(None), Number(ValueError('own')),
     Number(Lying(5)), Number(LyingFloat(1.5)),

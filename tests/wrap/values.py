@@ -92,7 +92,8 @@ def objects():
 
 def arrays(letter):
     # The start of the memory shows in an interface that reads it: a storage does not tell its address.
-    return [(None, Memory(letter, None))] + [(storage(letter, each), Memory(letter, each)) for each in ([1, 2], [7, 8, 9])]
+    filled = [(storage(letter, each), Memory(letter, each)) for each in ([1, 2], [7, 8, 9])]
+    return [(None, Memory(letter, None))] + filled
 
 
 class Memory(object):
@@ -259,7 +260,8 @@ OWN = ValueError, 'own'
 
 def badly_shaped(rows, columns, no_sequence):
     one = [0.5] * columns
-    wrong = [(one[1:], FAILED), (one + [1], FAILED), ([], FAILED), (Raising(), OWN), (one[1:] + ['x'], (TypeError, None))]
+    wrong = [(one[1:], FAILED), (one + [1], FAILED), ([], FAILED), (Raising(), OWN)]
+    wrong.append((one[1:] + ['x'], (TypeError, None)))
     if rows > 1:
         good = [one] * (rows - 1)
         wrong = [(good + [row], error) for row, error in wrong] + [(good, FAILED), (good + [one, one], FAILED)]
@@ -285,8 +287,9 @@ WRONG = {
     'blocks': [(each, INVALID) for each in (5, [5], [(1,)], [(1, u'x')])] + [([('a', 'x')], (TypeError, None))],
 }
 WRONG.update((kind, NO_STORAGE) for kind in INPUTS if kind.endswith('[]'))
-WRONG.update((prefix + 'vector%d' % size, badly_shaped(1, size, (TypeError, None))) for prefix in ('', 'f') for size in (2, 3, 4))
-WRONG.update((prefix + 'matrix%d' % size, badly_shaped(size, size, (TypeError, None))) for prefix in ('', 'f') for size in (3, 4))
+for prefix in ('', 'f'):
+    WRONG.update((prefix + 'vector%d' % size, badly_shaped(1, size, (TypeError, None))) for size in (2, 3, 4))
+    WRONG.update((prefix + 'matrix%d' % size, badly_shaped(size, size, (TypeError, None))) for size in (3, 4))
 WRONG['quaternion'] = WRONG['vector4']
 
 

@@ -54,7 +54,8 @@ def generic_methods():
         check(stem, [held.__eq__(each) for each in (twin, one, other, None, 0)], [True, True, False, False, False])
         check(stem, wrapper().__eq__(None), True)
         check(stem, (held == twin, held != twin, held == held, len({held, twin})), (False, True, True, 2))
-        for name, arguments in (('set', ()), ('set', (1, 2)), ('test', (1,)), ('__eq__', ()), ('__hash__', (1,)), ('__peekobj__', (1,))):
+        for name, arguments in (('set', ()), ('set', (1, 2)), ('test', (1,)), ('__eq__', ()), ('__hash__', (1,)),
+                                ('__peekobj__', (1,))):
             check((stem, name), outcome(getattr(held, name), *arguments), PARSING)
     docs = [getattr(kz.object.Unknown, name).__doc__ for name in ('set', 'test', '__eq__', '__hash__', '__peekobj__')]
     check('docs', docs, ['bool = set(object source)', 'bool = test()', None, None, 'obj id = __peekobj__()'])
