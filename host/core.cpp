@@ -6,10 +6,13 @@
 #include "kz/file.h"
 #include "kz/guid.h"
 #include "kz/host.h"
+#include "kz/image.h"
 #include "kz/listener.h"
 #include "kz/log.h"
+#include "kz/mesh.h"
 #include "kz/message.h"
 #include "kz/platform.h"
+#include "kz/scene.h"
 #include "kz/script.h"
 #include "kz/thread.h"
 #include "kz/value.h"
@@ -32,10 +35,13 @@ constexpr ServiceRow services[] = {
     {"file", KZu_FILESERVICE, kzMakeFileService},
     {"guid", KZu_GUIDSERVICE, kzMakeGuidService},
     {"host", KZu_HOSTSERVICE, kzMakeHostService},
+    {"image", KZu_IMAGESERVICE, kzMakeImageService},
     {"listener", KZu_LISTENERSERVICE, kzMakeListenerService},
     {"log", KZu_LOGSERVICE, kzMakeLogService},
+    {"mesh", KZu_MESHSERVICE, kzMakeMeshService},
     {"message", KZu_MESSAGESERVICE, kzMakeMessageService},
     {"platform", KZu_PLATFORMSERVICE, kzMakePlatformService},
+    {"scene", KZu_SCENESERVICE, kzMakeSceneService},
     {"script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService},
     {"thread", KZu_THREADSERVICE, kzMakeThreadService},
     {"value", KZu_VALUESERVICE, kzMakeValueService},
@@ -112,6 +118,7 @@ void CHostCore::endSession() {
 void CHostCore::close() {
     endSession();
     scripts.clear();
+    scenes.clear();
     modules.clear();
     log->clear();
 }

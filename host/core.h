@@ -10,6 +10,7 @@
 #include "host/message.h"
 #include "host/modules.h"
 #include "host/monitors.h"
+#include "host/object.h"
 #include "host/scripts.h"
 #include "host/text.h"
 #include "host/user_values.h"
@@ -19,6 +20,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+class CScene;
 
 // Named texts that host, program and modules leave for each other.
 class CPropertyTable {
@@ -48,6 +51,7 @@ public:
     CModuleTable modules;
     CMonitorBoard monitors;
     CScriptState scripts;
+    std::vector<CHostRef<CScene>> scenes;  // the open ones; the current one is the last
     std::vector<std::string> importPaths;
     std::mutex importPathLock;
     std::thread::id mainThread = std::this_thread::get_id();
@@ -102,10 +106,13 @@ IKzUnknown* kzMakeDialogService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeFileService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeGuidService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeHostService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeImageService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeListenerService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeLogService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeMeshService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeMessageService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakePlatformService(const std::shared_ptr<CHostCore>& core);
+IKzUnknown* kzMakeSceneService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeScriptService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeThreadService(const std::shared_ptr<CHostCore>& core);
 IKzUnknown* kzMakeValueService(const std::shared_ptr<CHostCore>& core);

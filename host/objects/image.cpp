@@ -1,0 +1,117 @@
+// An image in memory, as an object.
+#include "host/objects/image.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr std::int32_t longestSide = 1 << 16;
+constexpr std::size_t mostBytes = std::size_t{1} << 31U;
+
+PixelFormat knownFormat(std::uint32_t code) {
+    const auto format = PixelFormat::of(code);
+    if (!format) throw KZe_NOTSUPPORTED;
+    return *format;
+}
+
+}  // namespace
+
+CHostPolymorph<CImage>& CImage::polymorph() {
+    static auto& made =
+        kzHostClass<CImage, CKzIfc_Image<CImage>, CKzIfc_ImageWrite<CImage>>("image", KZu_IMAGE, KZu_IMAGEWRITE);
+    return made;
+}
+
+void CImage::resize(std::int32_t width, std::int32_t height, std::uint32_t format) {
+    const PixelFormat wanted = knownFormat(format);
+    if (width < 1 || height < 1 || width > longestSide || height > longestSide) throw KZe_INVALIDARG;
+    const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * wanted.bytes();
+    if (bytes > mostBytes) throw KZe_OUTOFMEMORY;
+    m_bytes = std::vector<std::byte>(bytes);
+    m_width = width;
+    m_height = height;
+    m_format = wanted;
+}
+
+std::byte* CImage::at(std::int32_t x, std::int32_t y) {
+    if (x < 0 || y < 0 || x >= m_width || y >= m_height) throw KZe_OUTOFBOUNDS;
+    const std::size_t place =
+        static_cast<std::size_t>(y) * static_cast<std::size_t>(m_width) + static_cast<std::size_t>(x);
+    return m_bytes.data() + place * m_format.bytes();
+}
+
+KzResult CImage::img_Size(std::int32_t* width, std::int32_t* height) {
+    *width = m_width;
+    *height = m_height;
+    return KZe_OK;
+}
+
+KzResult CImage::img_GetPixel(std::int32_t x, std::int32_t y, std::uint32_t format, void* pixel) {
+    if (pixel == nullptr) return KZe_INVALIDARG;
+    kzConvertPixels(m_format, at(x, y), knownFormat(format), static_cast<std::byte*>(pixel), 1);
+    return KZe_OK;
+}
+
+KzResult CImage::img_GetLine(std::int32_t y, std::uint32_t format, void* line) {
+    if (line == nullptr) return KZe_INVALIDARG;
+    kzConvertPixels(m_format, at(0, y), knownFormat(format), static_cast<std::byte*>(line),
+                    static_cast<std::size_t>(m_width));
+    return KZe_OK;
+}
+
+KzResult CImage::imgw_SetSize(std::int32_t width, std::int32_t height, std::uint32_t format) {
+    resize(width, height, format);
+    return KZe_OK;
+}
+
+KzResult CImage::imgw_SetPixel(std::int32_t x, std::int32_t y, std::uint32_t format, void* pixel) {
+    if (pixel == nullptr) return KZe_INVALIDARG;
+    kzConvertPixels(knownFormat(format), static_cast<const std::byte*>(pixel), m_format, at(x, y), 1);
+    return KZe_OK;
+}
+
+KzResult CImage::imgw_SetLine(std::int32_t y, std::uint32_t format, void* line) {
+    if (line == nullptr) return KZe_INVALIDARG;
+    kzConvertPixels(knownFormat(format), static_cast<const std::byte*>(line), m_format, at(0, y),
+                    static_cast<std::size_t>(m_width));
+    return KZe_OK;
+}
+
+KzResult CImage::imgw_SetAspect(double aspect) {
+    if (!(aspect > 0) || !std::isfinite(aspect)) return KZe_INVALIDARG;
+    m_aspect = aspect;
+    return KZe_OK;
+}
+
+KzResult CImage::imgw_Fill(const KzFVector3* color, double alpha) {
+    const KzFVector3& rgb = kzGiven(color);
+    const PixelColor fill{rgb.v[0], rgb.v[1], rgb.v[2], static_cast<float>(alpha)};
+    for (std::int32_t y = 0; y < m_height; ++y)
+        for (std::int32_t x = 0; x < m_width; ++x) kzWritePixel(m_format, fill, at(x, y));
+    return KZe_OK;
+}
+
+namespace {
+
+// Lines where the image has them, otherwise pixel by pixel.
+KzResult copyLine(IKzImage& source, CImage& target, std::int32_t y) {
+    const std::uint32_t format = target.format().code;
+    const KzResult code = source.GetLine(y, format, target.at(0, y));
+    if (code != KZe_NOTIMPL) return code;
+    for (std::int32_t x = 0; x < target.width(); ++x)
+        if (const KzResult failed = source.GetPixel(x, y, format, target.at(x, y)); kzFailed(failed)) return failed;
+    return KZe_OK;
+}
+
+}  // namespace
+
+CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format) {
+    const CKzUser_Image held(source);
+    if (!held) throw KZe_INVALIDARG;
+    std::int32_t width = 0, height = 0;
+    if (const KzResult code = held->Size(&width, &height); kzFailed(code)) throw code;
+    auto copy = CHostRef<CImage>::make(width, height, format != 0 ? format : held->Format());
+    for (std::int32_t y = 0; y < height; ++y)
+        if (const KzResult code = copyLine(*held.ptr(), *copy, y); kzFailed(code)) throw code;
+    return copy;
+}

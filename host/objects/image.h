@@ -1,0 +1,49 @@
+// An image in memory, as an object.
+#pragma once
+
+#include "host/objects/pixels.h"
+#include "host/objects/self.h"
+
+#include <string>
+#include <vector>
+
+class CImage final : public CKzImpl_Image, public CKzImpl_ImageWrite {
+public:
+    static CHostPolymorph<CImage>& polymorph();
+
+    // Throws INVALIDARG for a size that is none or too large, NOTSUPPORTED for a format that is not kept.
+    CImage(std::int32_t width, std::int32_t height, std::uint32_t format) { resize(width, height, format); }
+
+    KzResult img_Size(std::int32_t* width, std::int32_t* height) override;
+    std::uint32_t img_Format() override { return m_format.code; }
+    KzResult img_GetPixel(std::int32_t x, std::int32_t y, std::uint32_t format, void* pixel) override;
+    KzResult img_GetLine(std::int32_t y, std::uint32_t format, void* line) override;
+
+    KzResult imgw_SetSize(std::int32_t width, std::int32_t height, std::uint32_t format) override;
+    KzResult imgw_SetPixel(std::int32_t x, std::int32_t y, std::uint32_t format, void* pixel) override;
+    KzResult imgw_SetLine(std::int32_t y, std::uint32_t format, void* line) override;
+    KzResult imgw_SetAspect(double aspect) override;
+    KzResult imgw_Fill(const KzFVector3* color, double alpha) override;
+
+    std::int32_t width() const { return m_width; }
+    std::int32_t height() const { return m_height; }
+    const PixelFormat& format() const { return m_format; }
+    // Where a pixel begins; throws OUTOFBOUNDS.
+    std::byte* at(std::int32_t x, std::int32_t y);
+
+private:
+    void resize(std::int32_t width, std::int32_t height, std::uint32_t format);
+
+    std::int32_t m_width = 0;
+    std::int32_t m_height = 0;
+    PixelFormat m_format;
+    double m_aspect = 1;
+    std::vector<std::byte> m_bytes;
+};
+
+// A copy, in that format, of anybody's image: what it answers is checked, not believed. 0 keeps its own format.
+CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format);
+
+// PNG files: written with eight bits a component, read with what they have of colour and alpha.
+KzResult kzSavePng(CImage& image, const std::string& path);
+CHostRef<CImage> kzLoadPng(const std::string& path);

@@ -1,0 +1,288 @@
+// A mesh as an object: counting, measuring and changing it as a whole.
+#include "host/objects/mesh.h"
+
+#include "host/objects/mesh_cursors.h"
+
+#include <set>
+
+std::vector<KzElementId> kzCorners(std::int32_t count, const KzElementId* points) {
+    if (count <= 0 || points == nullptr) throw KZe_INVALIDARG;
+    return {points, points + count};
+}
+
+CHostPolymorph<CMesh>& CMesh::polymorph() {
+    static auto& made = kzHostClass<CMesh, CKzIfc_Mesh<CMesh>>("mesh", KZu_MESH);
+    return made;
+}
+
+KzResult CMesh::mesh_PointCount(std::uint32_t* count) {
+    *count = data.points.size();
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_PolygonCount(std::uint32_t* count) {
+    *count = data.polygons.size();
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_EdgeCount(std::uint32_t* count) {
+    *count = data.edges().size();
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_MapCount(std::uint32_t* count) {
+    *count = data.maps.size();
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_VertexCount(std::uint32_t* count) {
+    *count = 0;
+    for (const MeshPolygon& polygon : data.polygons) *count += static_cast<std::uint32_t>(polygon.points.size());
+    return KZe_OK;
+}
+
+bool CMesh::mesh_IsCompatible(IKzUnknown* other) {
+    const auto mesh = CHostRef<CMesh>::of(other);
+    if (!mesh || mesh->data.points.size() != data.points.size()) return false;
+    const auto same = [&](const MeshPolygon& left, const MeshPolygon& right) {
+        return left.type == right.type && std::equal(left.points.begin(), left.points.end(), right.points.begin(),
+                                                     right.points.end(), [&](KzElementId a, KzElementId b) {
+                                                         return data.points.indexOf(a) == mesh->data.points.indexOf(b);
+                                                     });
+    };
+    return std::equal(data.polygons.begin(), data.polygons.end(), mesh->data.polygons.begin(),
+                      mesh->data.polygons.end(), same);
+}
+
+KzResult CMesh::mesh_PointByIndex(std::uint32_t index, IKzUnknown** point) {
+    return CPoint::create(self(), data.points.byIndex(index).id).give(point);
+}
+
+KzResult CMesh::mesh_PolygonByIndex(std::uint32_t index, IKzUnknown** polygon) {
+    return CPolygon::create(self(), data.polygons.byIndex(index).id).give(polygon);
+}
+
+KzResult CMesh::mesh_EdgeByIndex(std::uint32_t index, IKzUnknown** edge) {
+    return CEdge::create(self(), data.edges().byIndex(index).id).give(edge);
+}
+
+KzResult CMesh::mesh_MapByIndex(std::uint32_t index, IKzUnknown** map) {
+    return CMeshMap::create(self(), data.maps.byIndex(index).id).give(map);
+}
+
+KzResult CMesh::mesh_Points(IKzUnknown** point) { return CPoint::create(self()).give(point); }
+KzResult CMesh::mesh_Polygons(IKzUnknown** polygon) { return CPolygon::create(self()).give(polygon); }
+KzResult CMesh::mesh_Edges(IKzUnknown** edge) { return CEdge::create(self()).give(edge); }
+KzResult CMesh::mesh_Maps(IKzUnknown** map) { return CMeshMap::create(self()).give(map); }
+
+KzElementId CMesh::mesh_EdgeByEnds(KzElementId start, KzElementId end) {
+    const MeshEdge* edge = data.edgeBetween(start, end);
+    return edge != nullptr ? edge->id : nullptr;
+}
+
+KzResult CMesh::mesh_BoundingBox(std::int32_t mark, KzBounds* box) {
+    bool isEmpty = true;
+    KzBounds found{};
+    for (const MeshPoint& point : data.points) {
+        if (!kzIsMeant(point.marks, mark)) continue;
+        if (std::exchange(isEmpty, false)) found = {point.position, point.position};
+        for (const double coordinate : point.position.v)
+            if (!std::isfinite(coordinate)) return KZeINFINITE_BOUND;
+        kzExtend(found, point.position);
+    }
+    if (isEmpty) return KZe_NOTFOUND;
+    *box = found;
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Center(std::int32_t mark, KzVector3* center) {
+    KzBounds box{};
+    if (const KzResult code = mesh_BoundingBox(mark, &box); kzFailed(code)) return code;
+    *center = (box.min + box.max) * 0.5;
+    return KZe_OK;
+}
+
+double CMesh::mesh_Area() {
+    double area = 0;
+    for (const MeshPolygon& polygon : data.polygons) area += data.areaOf(polygon);
+    return area;
+}
+
+// The volumes between the origin and each triangle, signed by the side that it shows.
+double CMesh::mesh_Volume() {
+    for (const MeshEdge& edge : data.edges())
+        if (edge.polygons.size() != 2) return 0;
+    double sum = 0;
+    for (const MeshPolygon& polygon : data.polygons) {
+        const auto corner = [&](std::size_t i) { return data.points.at(polygon.points[i]).position; };
+        if (!kzPolygonType(polygon.type).isClosed) continue;
+        for (std::size_t i = 1; i + 1 < polygon.points.size(); ++i)
+            sum += kzDot(corner(0), kzCross(corner(i), corner(i + 1)));
+    }
+    return std::abs(sum) / 6;
+}
+
+KzResult CMesh::mesh_AddPoint(const KzVector3* position, KzElementId* point) {
+    *point = data.points.add({.position = kzGiven(position)}).id;
+    data.changed(KZfMESHEDIT_POINTS);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_AddPoints(std::uint32_t count, double* positions, std::uint32_t* first) {
+    if (count > 0 && positions == nullptr) return KZe_INVALIDARG;
+    if (count > INT32_MAX - data.points.size()) return KZe_GEO_SIZE_LIMIT;
+    *first = data.points.size();
+    data.points.reserve(count);
+    for (std::uint32_t i = 0; i < count; ++i, positions += 3)
+        data.points.add({.position = {{positions[0], positions[1], positions[2]}}});
+    data.changed(KZfMESHEDIT_POINTS);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Positions(std::uint32_t first, std::uint32_t count, double* positions) {
+    if (count > 0 && positions == nullptr) return KZe_INVALIDARG;
+    if (first > data.points.size() || count > data.points.size() - first) return KZe_OUTOFBOUNDS;
+    for (std::uint32_t i = 0; i < count; ++i, positions += 3)
+        std::copy_n(data.points.byIndex(first + i).position.v, 3, positions);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_SetPositions(std::uint32_t first, std::uint32_t count, double* positions) {
+    if (count > 0 && positions == nullptr) return KZe_INVALIDARG;
+    if (first > data.points.size() || count > data.points.size() - first) return KZe_OUTOFBOUNDS;
+    for (std::uint32_t i = 0; i < count; ++i, positions += 3)
+        std::copy_n(positions, 3, data.points.byIndex(first + i).position.v);
+    data.changed(KZfMESHEDIT_POSITION);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_AddPolygon(std::int32_t type, std::uint32_t count, KzElementId* points, KzElementId* polygon) {
+    *polygon = data.addPolygon(type, kzCorners(count, points)).id;
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Reserve(std::int32_t points, std::int32_t polygons, std::int32_t vertices) {
+    if (points < 0 || polygons < 0 || vertices < 0) return KZe_INVALIDARG;
+    data.points.reserve(static_cast<std::size_t>(points));
+    data.polygons.reserve(static_cast<std::size_t>(polygons));
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_RemovePoints(std::int32_t mark) {
+    data.removePoints([mark](const MeshPoint& point) { return kzIsMeant(point.marks, mark); });
+    return KZe_OK;
+}
+
+// Points that no polygon used before stay: they are not left over by this.
+KzResult CMesh::mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) {
+    std::set<KzElementId> touched;
+    for (const MeshPolygon& polygon : data.polygons)
+        if (kzIsMeant(polygon.marks, mark)) touched.insert(polygon.points.begin(), polygon.points.end());
+    data.removePolygons([mark](const MeshPolygon& polygon) { return kzIsMeant(polygon.marks, mark); });
+    if (keepPoints == 0)
+        data.removePoints(
+            [&](const MeshPoint& point) { return touched.contains(point.id) && data.cornersAt(point.id).empty(); });
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Clear() {
+    data.clear();
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Copy(IKzUnknown* source) {
+    const auto other = kzOwn<CMesh>(source);
+    if (other.object() == this) return KZe_OK;
+    CMeshData copy = data;  // its serial numbers go on
+    copy.clear();
+    kzMergeMesh(copy, other->data, kzIdentity(), kzMergeEverything);
+    data = std::move(copy);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Duplicate(IKzUnknown** mesh) {
+    const auto made = CMesh::create();
+    if (const KzResult code = made->mesh_Copy(self().raw()); kzFailed(code)) return code;
+    return made.give(mesh);
+}
+
+KzResult CMesh::mesh_Merge(IKzUnknown* other, std::uint32_t flags) {
+    const KzMatrix4 identity = kzIdentity();
+    return mesh_MergeWithTransform(other, &identity, flags);
+}
+
+// A merge that fails half-way must change nothing, and the other mesh may be this very one.
+KzResult CMesh::mesh_MergeWithTransform(IKzUnknown* other, const KzMatrix4* xfrm, std::uint32_t flags) {
+    const auto source = kzOwn<CMesh>(other);
+    CMeshData merged = data;
+    kzMergeMesh(merged, source->data, kzGiven(xfrm), flags);
+    data = std::move(merged);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Transform(const KzMatrix4* xfrm, std::int32_t mark) {
+    const KzMatrix4& matrix = kzGiven(xfrm);
+    for (MeshPoint& point : data.points)
+        if (kzIsMeant(point.marks, mark)) point.position = kzPlace(point.position, matrix);
+    for (MeshMapData& map : data.maps)
+        for (auto& [place, values] : map.values)
+            if (map.type == KZi_MAPTYPE_NORMAL && kzIsMeant(data.points.at(place.first).marks, mark))
+                kzTurnNormal(values, matrix);
+    data.changed(KZfMESHEDIT_POSITION);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Flip(std::int32_t mark) {
+    for (MeshPolygon& polygon : data.polygons)
+        if (kzIsMeant(polygon.marks, mark)) std::reverse(polygon.points.begin() + 1, polygon.points.end());
+    data.changed(KZfMESHEDIT_VERTICES);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_BeginEdit(std::uint32_t /*changes*/) {
+    ++m_openEdits;
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_EndEdit() {
+    if (m_openEdits == 0) return KZe_NOTREADY;
+    --m_openEdits;
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Changed(std::uint32_t changes) {
+    data.changed(changes);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_SetMarks(std::int32_t elements, std::int32_t set, std::int32_t clear) {
+    const auto mark = [&](auto& table) {
+        for (auto& element : table) element.marks = (element.marks & ~clear) | set;
+    };
+    switch (elements) {
+    case KZiMESHELT_POINT: mark(data.points); break;
+    case KZiMESHELT_EDGE: mark(data.edges()); break;
+    case KZiMESHELT_POLYGON: mark(data.polygons); break;
+    default: return KZe_INVALIDARG;
+    }
+    data.changed(KZfMESHEDIT_MARKS);
+    return KZe_OK;
+}
+
+bool CMesh::mesh_AnyMarked(std::int32_t elements, std::int32_t mark) {
+    const auto any = [&](auto& table) {
+        return std::any_of(table.begin(), table.end(),
+                           [&](const auto& element) { return kzIsMeant(element.marks, mark); });
+    };
+    switch (elements) {
+    case KZiMESHELT_POINT: return any(data.points);
+    case KZiMESHELT_EDGE: return any(data.edges());
+    case KZiMESHELT_POLYGON: return any(data.polygons);
+    default: return false;
+    }
+}
+
+KzResult CMesh::mesh_Item(IKzUnknown** item) {
+    *item = nullptr;
+    return KZe_OK;
+}

@@ -1,0 +1,78 @@
+// A mesh as an object, and the services that make meshes.
+#pragma once
+
+#include "host/objects/mesh_data.h"
+#include "host/objects/self.h"
+
+class CMesh final : public CKzImpl_Mesh, public CHostSelf<CMesh> {
+public:
+    static CHostPolymorph<CMesh>& polymorph();
+
+    CMeshData data;
+
+    KzResult mesh_PointCount(std::uint32_t* count) override;
+    KzResult mesh_PolygonCount(std::uint32_t* count) override;
+    KzResult mesh_EdgeCount(std::uint32_t* count) override;
+    KzResult mesh_MapCount(std::uint32_t* count) override;
+    KzResult mesh_VertexCount(std::uint32_t* count) override;
+    bool mesh_IsEditable() override { return true; }
+    bool mesh_IsValid() override { return true; }
+    bool mesh_IsCompatible(IKzUnknown* other) override;
+    KzResult mesh_PointByIndex(std::uint32_t index, IKzUnknown** point) override;
+    KzResult mesh_PolygonByIndex(std::uint32_t index, IKzUnknown** polygon) override;
+    KzResult mesh_EdgeByIndex(std::uint32_t index, IKzUnknown** edge) override;
+    KzResult mesh_MapByIndex(std::uint32_t index, IKzUnknown** map) override;
+    KzResult mesh_Points(IKzUnknown** point) override;
+    KzResult mesh_Polygons(IKzUnknown** polygon) override;
+    KzResult mesh_Edges(IKzUnknown** edge) override;
+    KzResult mesh_Maps(IKzUnknown** map) override;
+    std::int32_t mesh_PointIndex(KzElementId point) override { return data.points.indexOf(point); }
+    std::int32_t mesh_PolygonIndex(KzElementId polygon) override { return data.polygons.indexOf(polygon); }
+    KzElementId mesh_EdgeByEnds(KzElementId start, KzElementId end) override;
+    bool mesh_HasPoint(KzElementId point) override { return data.points.has(point); }
+    bool mesh_HasPolygon(KzElementId polygon) override { return data.polygons.has(polygon); }
+    KzResult mesh_BoundingBox(std::int32_t mark, KzBounds* box) override;
+    KzResult mesh_Center(std::int32_t mark, KzVector3* center) override;
+    double mesh_Area() override;
+    double mesh_Volume() override;
+    KzResult mesh_AddPoint(const KzVector3* position, KzElementId* point) override;
+    KzResult mesh_AddPoints(std::uint32_t count, double* positions, std::uint32_t* first) override;
+    KzResult mesh_Positions(std::uint32_t first, std::uint32_t count, double* positions) override;
+    KzResult mesh_SetPositions(std::uint32_t first, std::uint32_t count, double* positions) override;
+    KzResult mesh_AddPolygon(std::int32_t type, std::uint32_t count, KzElementId* points, KzElementId* polygon) override;
+    KzResult mesh_Reserve(std::int32_t points, std::int32_t polygons, std::int32_t vertices) override;
+    KzResult mesh_RemovePoints(std::int32_t mark) override;
+    KzResult mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) override;
+    KzResult mesh_Clear() override;
+    KzResult mesh_Copy(IKzUnknown* source) override;
+    KzResult mesh_Duplicate(IKzUnknown** mesh) override;
+    KzResult mesh_Merge(IKzUnknown* other, std::uint32_t flags) override;
+    KzResult mesh_MergeWithTransform(IKzUnknown* other, const KzMatrix4* xfrm, std::uint32_t flags) override;
+    KzResult mesh_Transform(const KzMatrix4* xfrm, std::int32_t mark) override;
+    KzResult mesh_Flip(std::int32_t mark) override;
+    KzResult mesh_BeginEdit(std::uint32_t changes) override;
+    KzResult mesh_EndEdit() override;
+    KzResult mesh_Changed(std::uint32_t changes) override;
+    std::uint32_t mesh_Serial(std::uint32_t changes) override { return data.serial(changes); }
+    KzResult mesh_SetMarks(std::int32_t elements, std::int32_t set, std::int32_t clear) override;
+    bool mesh_AnyMarked(std::int32_t elements, std::int32_t mark) override;
+    KzResult mesh_Item(IKzUnknown** item) override;
+
+private:
+    int m_openEdits = 0;
+};
+
+// Brings the elements of one mesh into another, by the flags of a merge.
+void kzMergeMesh(CMeshData& target, const CMeshData& source, const KzMatrix4& matrix, std::uint32_t flags);
+
+// The flags of a merge that leaves nothing out and changes nothing.
+inline constexpr std::uint32_t kzMergeEverything = KZfMESHMERGE_POINT_MAPS | KZfMESHMERGE_POINT_NEWMAPS |
+                                                   KZf_MESHMERGE_POLY_MATERIAL | KZf_MESHMERGE_POLY_PART |
+                                                   KZf_MESHMERGE_POLY_SETS | KZf_MESHMERGE_POLY_MAPS;
+// A stored normal goes with what it stands on.
+void kzTurnNormal(std::vector<float>& values, const KzMatrix4& matrix);
+// The corners in a caller's buffer. Throws what is wrong with the count or the buffer.
+std::vector<KzElementId> kzCorners(std::int32_t count, const KzElementId* points);
+
+// Whether an element with these marks is meant; 0 means all.
+inline bool kzIsMeant(std::int32_t marks, std::int32_t wanted) { return wanted == 0 || (marks & wanted) != 0; }

@@ -1,0 +1,151 @@
+// Maps of a mesh.
+#include "host/objects/mesh_cursors.h"
+
+#include "host/text.h"
+
+namespace {
+
+constexpr std::int32_t mostDimensions = 64;
+
+MeshMapData& mapAt(CMeshData& data, KzElementId map, const MeshMapData::Place& place) {
+    MeshMapData& found = data.maps.at(map);
+    if (!data.points.has(place.first)) throw KZe_NOTFOUND;
+    if (place.second == nullptr) return found;
+    const auto& corners = data.polygons.at(place.second).points;
+    if (std::find(corners.begin(), corners.end(), place.first) == corners.end()) throw KZe_NOTFOUND;
+    return found;
+}
+
+}  // namespace
+
+KzResult kzReadMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, float* values) {
+    const auto* found = mapAt(data, map, place).find(place.first, place.second);
+    if (found == nullptr) return KZe_NOTFOUND;
+    std::copy(found->begin(), found->end(), &kzGiven(values));
+    return KZe_OK;
+}
+
+KzResult kzWriteMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, const float* values) {
+    MeshMapData& found = mapAt(data, map, place);
+    if (place.second != nullptr && (found.flags & KZfMESHMAP_CORNER) == 0) return KZe_NOTSUPPORTED;
+    found.values[place].assign(&kzGiven(values), &kzGiven(values) + found.dimension);
+    data.changed(KZfMESHEDIT_MAPVALUES);
+    return KZe_OK;
+}
+
+KzResult kzClearMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place) {
+    if (mapAt(data, map, place).values.erase(place) == 0) return KZe_NOTFOUND;
+    data.changed(KZfMESHEDIT_MAPVALUES);
+    return KZe_OK;
+}
+
+CHostPolymorph<CMeshMap>& CMeshMap::polymorph() {
+    static auto& made = kzHostClass<CMeshMap, CKzIfc_MeshMap<CMeshMap>>("mesh map", KZu_MESHMAP);
+    return made;
+}
+
+KzResult CMeshMap::meshmap_MoveToName(std::int32_t type, const char* name) {
+    const MeshMapData* map = data().findMap(type, kzTextOf(name));
+    return map != nullptr ? moveTo(map->id) : KZe_NOTFOUND;
+}
+
+KzResult CMeshMap::meshmap_Enumerate(std::int32_t type, IKzUnknown* visitor) {
+    return visit(visitor, [type](const MeshMapData& map) { return type == 0 || map.type == type; });
+}
+
+KzResult CMeshMap::meshmap_Name(const char** name) {
+    *name = here().name.c_str();
+    return KZe_OK;
+}
+
+KzResult CMeshMap::meshmap_SetName(const char* name) {
+    const std::string wanted(kzTextOf(name));
+    if (wanted.empty()) return KZe_INVALIDARG;
+    if (const MeshMapData* taken = data().findMap(here().type, wanted); taken != nullptr && taken != &here())
+        return KZe_ALREADYEXISTS;
+    here().name = wanted;
+    data().changed(KZfMESHEDIT_MAPS);
+    return KZe_OK;
+}
+
+KzResult CMeshMap::meshmap_SetFlags(std::uint32_t flags, std::uint32_t mask) {
+    here().flags = (here().flags & ~mask) | (flags & mask);
+    return KZe_OK;
+}
+
+KzResult CMeshMap::meshmap_Add(std::int32_t type, const char* name, KzElementId* map) {
+    const MeshMapType* known = kzFindMapType(type);
+    if (known == nullptr || known->dimension == 0 || kzTextOf(name).empty()) return KZe_INVALIDARG;
+    *map = data().addMap(type, name, known->dimension, known->flags).id;
+    return moveTo(*map);
+}
+
+KzResult CMeshMap::meshmap_AddCustom(const char* name, std::int32_t dimension, std::uint32_t flags, KzElementId* map) {
+    if (kzTextOf(name).empty() || dimension < 1 || dimension > mostDimensions) return KZe_INVALIDARG;
+    *map = data().addMap(KZi_MAPTYPE_CUSTOM, name, static_cast<std::uint32_t>(dimension), flags).id;
+    return moveTo(*map);
+}
+
+KzResult CMeshMap::meshmap_Remove() {
+    data().maps.removeIf([gone = here().id](const MeshMapData& map) { return map.id == gone; });
+    data().changed(KZfMESHEDIT_MAPS);
+    return KZe_OK;
+}
+
+KzResult CMeshMap::meshmap_Clear() {
+    here().values.clear();
+    data().changed(KZfMESHEDIT_MAPVALUES);
+    return KZe_OK;
+}
+
+std::uint32_t CMeshMap::meshmap_ValueCount() {
+    if (!isAt()) return 0;
+    const auto& values = here().values;
+    return static_cast<std::uint32_t>(
+        std::count_if(values.begin(), values.end(), [](const auto& entry) { return entry.first.second == nullptr; }));
+}
+
+bool CMeshMap::meshmap_HasValue(KzElementId point) { return isAt() && here().find(point, nullptr) != nullptr; }
+
+bool CMeshMap::meshmap_IsContinuous(KzElementId point) {
+    const auto& values = here().values;
+    return std::none_of(values.begin(), values.end(),
+                        [&](const auto& entry) { return entry.first.first == point && entry.first.second != nullptr; });
+}
+
+KzResult CMeshMap::meshmap_Value(KzElementId point, KzElementId polygon, float* values) {
+    return kzReadMapValue(data(), here().id, {point, polygon}, values);
+}
+
+KzResult CMeshMap::meshmap_SetValue(KzElementId point, KzElementId polygon, float* values) {
+    return kzWriteMapValue(data(), here().id, {point, polygon}, values);
+}
+
+KzResult CMeshMap::meshmap_SetAll(float* values, std::int32_t mark) {
+    MeshMapData& map = here();
+    const std::vector<float> value(&kzGiven(values), &kzGiven(values) + map.dimension);
+    for (const MeshPoint& point : data().points)
+        if (kzIsMeant(point.marks, mark)) map.values[{point.id, nullptr}] = value;
+    data().changed(KZfMESHEDIT_MAPVALUES);
+    return KZe_OK;
+}
+
+KzResult CMeshMap::meshmap_Scale(float factor, std::int32_t mark) {
+    for (auto& [place, values] : here().values)
+        if (kzIsMeant(data().points.at(place.first).marks, mark))
+            for (float& value : values) value *= factor;
+    data().changed(KZfMESHEDIT_MAPVALUES);
+    return KZe_OK;
+}
+
+KzResult CMeshMap::meshmap_Range(std::int32_t component, float* minimum, float* maximum) {
+    const MeshMapData& map = here();
+    if (component < 0 || static_cast<std::uint32_t>(component) >= map.dimension) return KZe_OUTOFBOUNDS;
+    if (map.values.empty()) return KZe_NOTFOUND;
+    *minimum = *maximum = map.values.begin()->second[static_cast<std::size_t>(component)];
+    for (const auto& [place, values] : map.values) {
+        *minimum = std::min(*minimum, values[static_cast<std::size_t>(component)]);
+        *maximum = std::max(*maximum, values[static_cast<std::size_t>(component)]);
+    }
+    return KZe_OK;
+}

@@ -1,0 +1,136 @@
+// Scenes: their items by type, name and identifier.
+#include "host/objects/scene.h"
+
+#include "host/text.h"
+
+namespace {
+
+// Every action shares the values of the scene; there are no others.
+std::string actionName(const char* action) {
+    const std::string_view wanted = kzTextOf(action);
+    for (const std::string_view known :
+         {"", KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP, KZs_ACTIONLAYER_STATIC})
+        if (wanted == known) return std::string(wanted);
+    throw KZe_NOTFOUND;
+}
+
+KzResult handOver(IKzUnknown* made, IKzUnknown** out) {
+    *out = made;
+    return made != nullptr ? KZe_OK : KZe_FAILED;
+}
+
+}  // namespace
+
+CHostPolymorph<CScene>& CScene::polymorph() {
+    static auto& made = kzHostClass<CScene, CKzIfc_Scene<CScene>>("scene", KZu_SCENE);
+    return made;
+}
+
+CHostRef<CScene> CScene::open(std::string name) {
+    auto made = CScene::create(std::move(name));
+    made->add(*kzFindItemType(KZiITYPE_ROOT));
+    made->m_isModified = false;
+    return made;
+}
+
+CScene::~CScene() { close(); }
+
+void CScene::close() {
+    for (const auto& item : m_items) item->leave();
+    m_items.clear();
+    m_roots.clear();
+}
+
+CHostRef<CItem> CScene::add(const ItemType& type) {
+    auto made = CItem::create(*this, type, std::string(type.name) + std::to_string(m_nextIdent++));
+    m_items.push_back(made);
+    if (type.number != KZiITYPE_ROOT) m_roots.push_back(made.object());
+    touch();
+    return made;
+}
+
+std::string CScene::uniqueName(const CItem& item) const {
+    const std::string base = item.baseName();
+    unsigned same = 0;
+    for (const auto& other : m_items) {
+        if (other->baseName() == base) ++same;
+        if (other.object() == &item) break;
+    }
+    return same > 1 ? base + " (" + std::to_string(same) + ")" : base;
+}
+
+KzResult CScene::scene_Filename(const char** path) {
+    *path = m_filename.empty() ? nullptr : m_filename.c_str();
+    return KZe_OK;
+}
+
+KzResult CScene::scene_SetFilename(const char* path) {
+    m_filename = kzTextOf(path);
+    return KZe_OK;
+}
+
+KzResult CScene::scene_Name(const char** name) {
+    *name = m_name.c_str();
+    return KZe_OK;
+}
+
+KzResult CScene::scene_Root(IKzUnknown** item) {
+    return m_items.empty() ? KZe_NOTAVAILABLE : m_items.front().give(item);
+}
+
+KzResult CScene::scene_SetModified(std::int32_t modified) {
+    m_isModified = modified != 0;
+    return KZe_OK;
+}
+
+KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
+    const ItemType* known = kzFindItemType(type);
+    if (m_items.empty()) return KZe_NOTAVAILABLE;
+    if (known == nullptr || type == KZiITYPE_ANY || type == KZiITYPE_ROOT) return KZe_INVALIDARG;
+    return add(*known).give(item);
+}
+
+// What is below the item goes with it.
+KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
+    const auto removed = kzOwn<CItem>(item);
+    if (!removed->isIn(*this) || removed->item_Type() == KZiITYPE_ROOT) return KZe_INVALIDARG;
+    std::vector<CItem*> gone{removed.object()};
+    for (std::size_t i = 0; i < gone.size(); ++i)
+        for (CItem* child : gone[i]->children()) gone.push_back(child);
+    std::erase(removed->parent() != nullptr ? removed->parent()->children() : m_roots, removed.object());
+    for (CItem* each : gone) each->leave();
+    std::erase_if(m_items, [this](const auto& held) { return !held->isIn(*this); });
+    touch();
+    return KZe_OK;
+}
+
+std::uint32_t CScene::scene_ItemCount(std::int32_t type) {
+    return static_cast<std::uint32_t>(
+        std::count_if(m_items.begin(), m_items.end(), [type](const auto& item) { return item->item_TestType(type); }));
+}
+
+KzResult CScene::scene_ItemByIndex(std::int32_t type, std::uint32_t index, IKzUnknown** item) {
+    for (const auto& held : m_items)
+        if (held->item_TestType(type) && index-- == 0) return held.give(item);
+    return KZe_OUTOFBOUNDS;
+}
+
+KzResult CScene::scene_ItemLookup(const char* name, IKzUnknown** item) {
+    for (const auto& held : m_items)
+        if (kzTextOf(name) == uniqueName(*held)) return held.give(item);
+    return KZe_NOTFOUND;
+}
+
+KzResult CScene::scene_ItemByIdent(const char* ident, IKzUnknown** item) {
+    for (const auto& held : m_items)
+        if (kzTextOf(ident) == held->ident()) return held.give(item);
+    return KZe_NOTFOUND;
+}
+
+KzResult CScene::scene_Channels(const char* action, double time, IKzUnknown** read) {
+    return handOver(kzMakeChannelRead(self(), actionName(action), time), read);
+}
+
+KzResult CScene::scene_WriteChannels(const char* action, double time, IKzUnknown** write) {
+    return handOver(kzMakeChannelWrite(self(), actionName(action), time), write);
+}
