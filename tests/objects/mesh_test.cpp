@@ -7,6 +7,7 @@
 #include "kz/object.h"
 #include "kz/result.h"
 
+#include <cmath>
 #include <functional>
 #include <vector>
 
@@ -31,9 +32,7 @@ protected:
     template <class User, class Make> static User made(Make make) {
         CKzLoc_Unknown object;
         EXPECT_EQ(make(object.out()), KZe_OK);
-        User user;
-        EXPECT_TRUE(user.set(object.raw()));
-        return user;
+        return User(object.raw());
     }
     CKzUser_Mesh newMesh() {
         const ServiceOf<CKzUser_MeshService> service(host().application());
@@ -44,7 +43,7 @@ protected:
     }
     // A box of 2 x 1 x 1 with outward faces.
     CKzUser_Mesh box(std::vector<KzElementId>* ids = nullptr) {
-        CKzUser_Mesh mesh = newMesh();
+        const CKzUser_Mesh mesh = newMesh();
         std::vector<KzElementId> points;
         for (const double z : {0, 1})
             for (const auto& [x, y] : {std::pair(0, 0), {2, 0}, {2, 1}, {0, 1}}) {
@@ -58,7 +57,7 @@ protected:
             EXPECT_EQ(mesh.AddPolygon(KZi_POLYTYPE_FACE, 4, corners, &polygon), KZe_OK);
         }
         if (ids != nullptr) *ids = points;
-        return mesh;
+        return CKzUser_Mesh(mesh.raw());
     }
     static std::vector<std::uint32_t> counts(const CKzUser_Mesh& mesh) {
         std::vector<std::uint32_t> found(5);
@@ -135,7 +134,7 @@ TEST_F(MeshTest, BuffersOfPositionsKeepTheirBounds) {
     EXPECT_EQ(mesh.SetPositions(2, 1, out.data()), KZe_OUTOFBOUNDS);
     EXPECT_EQ(mesh.Positions(0, 1, nullptr), KZe_INVALIDARG);
     EXPECT_EQ(mesh.AddPoints(1, nullptr, &first), KZe_INVALIDARG);
-    out[0] = HUGE_VAL;
+    out[0] = INFINITY;
     EXPECT_EQ(mesh.SetPositions(0, 1, out.data()), KZe_OK);
     EXPECT_EQ(mesh.BoundingBox(0, &none), KZeINFINITE_BOUND);
 }

@@ -10,6 +10,7 @@
 #include "kz/transform.h"
 #include "kz/value.h"
 
+#include <cmath>
 #include <numbers>
 
 namespace {
@@ -35,12 +36,12 @@ protected:
     CKzUser_Item add(const char* typeName, const char* name, const CKzUser_Item* parent = nullptr) {
         CKzLoc_Unknown made;
         EXPECT_EQ(scene().ItemAdd(type(typeName), made.out()), KZe_OK);
-        CKzUser_Item item(made.raw());
+        const CKzUser_Item item(made.raw());
         EXPECT_EQ(item.SetName(name), KZe_OK);
         if (parent != nullptr) {
             EXPECT_EQ(item.SetParent(parent->raw(), -1), KZe_OK);
         }
-        return item;
+        return CKzUser_Item(made.raw());
     }
     static std::int32_t channel(const CKzUser_Item& item, const char* name) {
         std::int32_t index = -1;
@@ -163,7 +164,7 @@ TEST_F(SceneTest, ChannelsTakeWhatTheirTypeTakes) {
         const KzResult code = read.StringByName(item.raw(), each.channel, &text);
         EXPECT_EQ(kzFailed(code) ? kzCodeName(code) : text, each.after) << each.channel;
     }
-    EXPECT_EQ(write.DoubleByName(item.raw(), "pos.Y", HUGE_VAL), KZe_INVALIDARG);
+    EXPECT_EQ(write.DoubleByName(item.raw(), "pos.Y", INFINITY), KZe_INVALIDARG);
     EXPECT_EQ(write.Double(item.raw(), -1, 0), KZe_OUTOFBOUNDS);
     EXPECT_EQ(write.Double(item.raw(), INT32_MAX, 0), KZe_OUTOFBOUNDS);
     EXPECT_EQ(write.Vector(item.raw(), INT32_MAX, nullptr), KZe_INVALIDARG);
