@@ -24,6 +24,18 @@ struct sigaction theFormer {};  // not a local: it has to survive the leap
 
 void onInterrupt(int /*signal*/) { siglongjmp(theRead, 1); }
 
+// The library lost its place by the leap. Starting it again would lose the history, too.
+void startOver() {
+    std::vector<std::string> lines;
+    for (int index = 0; index < history_length; ++index)
+        if (const HIST_ENTRY* entry = history_get(history_base + index); entry != nullptr)
+            lines.emplace_back(entry->line);
+    rl_initialize();
+    stifle_history(keptLines);
+    clear_history();
+    for (const std::string& line : lines) add_history(line.c_str());
+}
+
 std::string stateFolder() {
     const char* state = std::getenv("XDG_STATE_HOME");
     if (state != nullptr && *state != '\0') return std::string(state) + "/kzhost";
@@ -86,6 +98,7 @@ CConsoleEditor::CConsoleEditor(CLineSession& session, CKzHost& host) {
     rl_readline_name = const_cast<char*>("kzhost");
     rl_initialize();
     rl_attempted_completion_function = complete;
+    rl_completion_append_character = '\0';  // a name is rarely followed by a blank
     rl_completer_word_break_characters = const_cast<char*>(" \t\n\"'()[]{}<>=+-*/%,;:&|^~!@#$?`\\");
     using_history();
     stifle_history(keptLines);
@@ -109,7 +122,7 @@ CConsoleEditor::Read CConsoleEditor::read(const std::string& prompt, std::string
     sigemptyset(&action.sa_mask);
     if (sigsetjmp(theRead, 1) != 0) {
         sigaction(SIGINT, &theFormer, nullptr);
-        rl_initialize();
+        startOver();
         std::putchar('\n');
         return Read::interrupted;
     }

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <csignal>
+#include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -165,6 +166,47 @@ TEST_F(KzHostTest, ThePipedConsoleGoesOnAfterAFailure) {
     EXPECT_NE(ended.error.find("ZeroDivisionError"), std::string::npos);
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(run({"console"}, "").status, 0);
+}
+
+// Types at the program on a terminal, each text once the output so far ends with the prompt or holds a word.
+TEST_F(KzHostTest, TheTerminalConsoleKeepsItsHistoryThroughCtrlC) {
+    setenv("XDG_STATE_HOME", m_folder.path("state").c_str(), 1);
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        execl(program, program, "console", nullptr);
+        _exit(127);
+    }
+    std::string seen;
+    const auto await = [&](const std::string& ending) {
+        char buffer[512];
+        while (!seen.ends_with(ending)) {
+            const ssize_t size = read(terminal, buffer, sizeof buffer);
+            if (size <= 0) return false;
+            seen.append(buffer, static_cast<std::size_t>(size));
+        }
+        return true;
+    };
+    const auto type = [&](const std::string& text) {
+        seen.clear();
+        EXPECT_EQ(write(terminal, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    };
+    ASSERT_TRUE(await(">>> "));
+    for (const char* text : {"20 + 1\n", "half a line\x03", "20 + 2\n"}) {
+        type(text);
+        ASSERT_TRUE(await(">>> ")) << text << seen;
+    }
+    EXPECT_NE(seen.find("22"), std::string::npos) << seen;
+    type("\x04");
+    await("no such text");
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    const std::string history = contentOf(m_folder.path("state/kzhost/history"));
+    for (const char* line : {"20\\040+\\0401", "20\\040+\\0402"})
+        EXPECT_NE(history.find(line), std::string::npos) << history;
+    EXPECT_EQ(history.find("half"), std::string::npos) << "it was thrown away";
+    close(terminal);
 }
 
 TEST_F(KzHostTest, ThePlainSignalStillEndsIt) {
