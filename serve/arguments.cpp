@@ -53,6 +53,9 @@ PyObject* CArguments::makeView(char element, const KzWord*& word) noexcept {
     if (type != nullptr && elements >= 0) return kzNewStorageView(memory, static_cast<std::size_t>(elements), element);
     // Nobody here knows how far the memory reaches: the method says so by setting the size.
     PyObject* view = kzNewStorageView(memory, 0, '\0');
-    if (view != nullptr && memory != nullptr) kzStorageBuffer(view).refer(memory, SIZE_MAX, type, 0);
+    if (view != nullptr && memory != nullptr) {
+        kzStorageBuffer(view).refer(memory, SIZE_MAX, type, 0);
+        kzStorageBuffer(view).setWritable(true);  // the host may want it filled: an image's line, a pixel
+    }
     return view;
 }

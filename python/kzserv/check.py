@@ -220,13 +220,13 @@ class FileCheck(object):
     def tell_failure(self, kind, value, trace):
         line = getattr(value, 'lineno', None) if kind is SyntaxError else None
         for name, number, _, _ in files.frames_below(trace, self.path):
-            if name == self.path and line is None:
-                line = number
+            if name == self.path and kind is not SyntaxError:
+                line = number  # the innermost
         self.tell(line or 1, 'it cannot be imported: ' + files.describe(kind, value))
 
     def check(self, blessing):
-        title = 'server "%s"' % files.printable(blessing.name)
-        pending = [(title, blessing.cls, blessing.meta)]
+        server = 'server "%s"' % files.printable(blessing.name)
+        pending = [(server, blessing.cls, blessing.meta)]
         seen = []
         while pending:
             title, cls, meta = pending.pop(0)
@@ -237,9 +237,9 @@ class FileCheck(object):
             pending += self.sub_servers(blessing, title, meta)
         tags = blessing.tags
         if tags is not None and not isinstance(tags, dict):
-            self.tell(blessing.line, '%s: its tags are no dictionary' % title)
+            self.tell(blessing.line, '%s: its tags are no dictionary' % server)
         elif tags and not all(has_text(key) and has_text(value) for key, value in tags.items()):
-            self.tell(blessing.line, '%s: a key or value of its tags has no str() form' % title)
+            self.tell(blessing.line, '%s: a key or value of its tags has no str() form' % server)
 
     def sub_servers(self, blessing, title, meta):
         found = []

@@ -69,12 +69,12 @@ class ValueArray(_Sequence, kz.object.ValueArray):
     def _element(self, index):
         kind = self.Type()
         if kind == kz.symbol.iVALUE_TYPE_INTEGER:
-            return self.GetInt(index)
+            return int(self.GetInt(index))
         if kind == kz.symbol.iVALUE_TYPE_FLOAT:
             return self.GetFloat(index)
         if kind == kz.symbol.iVALUE_TYPE_STRING:
             return self.GetString(index)
-        return self.GetValue(index)
+        return Value(self.GetValue(index))
 
     def append(self, value):
         if isinstance(value, (int, long)):
@@ -95,7 +95,7 @@ class Value(_Object, kz.object.Value):
         """The value as Python has it; an object's as its text."""
         kind = self.Type()
         if kind == kz.symbol.iVALUE_TYPE_INTEGER:
-            return self.GetInt()
+            return int(self.GetInt())
         if kind == kz.symbol.iVALUE_TYPE_FLOAT:
             return self.GetFlt()
         return self.GetString()
@@ -140,7 +140,7 @@ class Log(_Sequence, kz.object.Log):
         return self.EntryCount()
 
     def _element(self, index):
-        return self.EntryByIndex(index)
+        return LogEntry(self.EntryByIndex(index))
 
     def _shown(self):
         return ' %s of %d' % (self.Name(), len(self))
@@ -153,7 +153,7 @@ class LogEntry(_Sequence, kz.object.LogEntry):
         return self.ChildCount()
 
     def _element(self, index):
-        return self.ChildByIndex(index)
+        return LogEntry(self.ChildByIndex(index))
 
     def _shown(self):
         return ' %08x %r' % (self.Type(), self.Desc())

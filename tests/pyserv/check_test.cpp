@@ -50,7 +50,7 @@ const Case cases[] = {
       "6: server \"a\", sub-server S: the method sav_Save, which Saver requires, is missing"}},
     {"def f():\n    1/0\nf()\n", {"4: it cannot be imported: ZeroDivisionError: integer division or modulo by zero"}},
     {"import sys\nsys.exit(7)\n", {"4: it cannot be imported: SystemExit: 7"}},
-    {"x = (\n", {"4: it cannot be imported: SyntaxError: unexpected EOF while parsing"}},
+    {"x = (\n", {"3: it cannot be imported: SyntaxError: invalid syntax"}},
 };
 
 class CheckTest : public ServerFilesTest {};

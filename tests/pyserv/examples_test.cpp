@@ -49,17 +49,18 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
 }
 
 TEST_F(ExampleServersTest, ValuesOfAServedTypeAreTheHostsOwn) {
-    const Ended ended = runText("import kz\nvalues = kz.service.Value()\nday = values.CreateValue('weekday')\n"
+    const Ended ended = runText("import kz, kzu.object\nvalues = kz.service.Value()\nday = values.CreateValue('weekday')\n"
                                 "values.DecodeText('friday', 0, day)\n"
                                 "print day.TypeName(), day.GetInt(), values.EncodeText(day, 0), values.EncodeText(day, 1)\n"
-                                "values.DecodeText(' Monday ', 1, day)\nprint day\n"
+                                "values.DecodeText(' Monday ', 1, day)\nprint kzu.object.Value(day)\n"
                                 "try: values.DecodeText('someday', 0, day)\n"
                                 "except Exception: print 'refused', kz.lastResult() == kz.symbol.e_INVALIDARG\n"
                                 "hints = kz.object.UIValueHints(day)\nprint hints.PopCount(), hints.PopUserName(6)\n"
-                                "query = kz.Service('value')\nquery.select('choices', 'weekday')\n"
-                                "print query.query('choices')[:2]\n",
+                                "query = kz.service.ScriptSys().ServiceQuery('value')\nquery.Select('choices', 'weekday')\n"
+                                "found = values.CreateValueArray('string')\n"
+                                "query.Query(query.Lookup('choices'), found)\nprint kzu.object.ValueArray(found)[:2]\n",
                                 {examples});
-    EXPECT_EQ(ended.out, "weekday 4 friday Friday\n<Value weekday 0>\nrefused True\n7 Sunday\n('monday', 'tuesday')\n")
+    EXPECT_EQ(ended.out, "weekday 4 friday Friday\n<Value weekday 0>\nrefused True\n7 Sunday\n['monday', 'tuesday']\n")
         << ended.error;
     EXPECT_EQ(ended.error, "");
 }
