@@ -5,7 +5,7 @@ import math
 import kz
 
 scenes = kz.service.Scene()
-scene = scenes.New("Workshop")
+scene = scenes.Create("Workshop")
 
 # Types have numbers, which are looked up by name once.
 locator = scenes.ItemTypeLookup(kz.symbol.sITYPE_LOCATOR)

@@ -5,8 +5,8 @@
 
 #include <set>
 
-std::vector<KzElementId> kzCorners(std::int32_t count, const KzElementId* points) {
-    if (count <= 0 || points == nullptr) throw KZe_INVALIDARG;
+std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points) {
+    if (count == 0 || points == nullptr) throw KZe_INVALIDARG;
     return {points, points + count};
 }
 

@@ -72,7 +72,7 @@ inline constexpr std::uint32_t kzMergeEverything = KZfMESHMERGE_POINT_MAPS | KZf
 // A stored normal goes with what it stands on.
 void kzTurnNormal(std::vector<float>& values, const KzMatrix4& matrix);
 // The corners in a caller's buffer. Throws what is wrong with the count or the buffer.
-std::vector<KzElementId> kzCorners(std::int32_t count, const KzElementId* points);
+std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points);
 
 // Whether an element with these marks is meant; 0 means all.
 inline bool kzIsMeant(std::int32_t marks, std::int32_t wanted) { return wanted == 0 || (marks & wanted) != 0; }

@@ -138,7 +138,7 @@ public:
     KzResult polygon_VertexByIndex(std::uint32_t index, KzElementId* point) override;
     std::int32_t polygon_VertexIndex(KzElementId point) override;
     KzResult polygon_SetVertexPoint(std::int32_t vertex, KzElementId point) override;
-    KzResult polygon_SetVertices(std::int32_t count, KzElementId* points, std::int32_t reverse) override;
+    KzResult polygon_SetVertices(std::uint32_t count, KzElementId* points, std::int32_t reverse) override;
     KzResult polygon_InsertVertex(std::int32_t vertex, KzElementId point) override;
     KzResult polygon_RemoveVertex(std::int32_t vertex) override;
     std::uint32_t polygon_EdgeCount() override;
@@ -160,9 +160,9 @@ public:
     KzResult polygon_MapValue(std::int32_t vertex, KzElementId map, float* values) override;
     KzResult polygon_SetMapValue(std::int32_t vertex, KzElementId map, float* values) override;
     KzResult polygon_ClearMapValue(std::int32_t vertex, KzElementId map) override;
-    KzResult polygon_Add(std::int32_t type, std::int32_t count, KzElementId* points, std::int32_t reverse,
+    KzResult polygon_Add(std::int32_t type, std::uint32_t count, KzElementId* points, std::int32_t reverse,
                          KzElementId* polygon) override;
-    KzResult polygon_AddLike(KzElementId source, std::int32_t count, KzElementId* points,
+    KzResult polygon_AddLike(KzElementId source, std::uint32_t count, KzElementId* points,
                              KzElementId* polygon) override;
     KzResult polygon_Flip() override;
     KzResult polygon_Remove() override;

@@ -49,7 +49,7 @@ KzResult CPolygon::polygon_SetVertexPoint(std::int32_t vertex, KzElementId point
     return setCorners(std::move(corners));
 }
 
-KzResult CPolygon::polygon_SetVertices(std::int32_t count, KzElementId* points, std::int32_t reverse) {
+KzResult CPolygon::polygon_SetVertices(std::uint32_t count, KzElementId* points, std::int32_t reverse) {
     auto corners = kzCorners(count, points);
     if (reverse != 0) std::reverse(corners.begin(), corners.end());
     return setCorners(std::move(corners));
@@ -145,7 +145,7 @@ KzResult CPolygon::polygon_ClearMapValue(std::int32_t vertex, KzElementId map) {
     return kzClearMapValue(data(), map, {corner(vertex), here().id});
 }
 
-KzResult CPolygon::polygon_Add(std::int32_t type, std::int32_t count, KzElementId* points, std::int32_t reverse,
+KzResult CPolygon::polygon_Add(std::int32_t type, std::uint32_t count, KzElementId* points, std::int32_t reverse,
                                KzElementId* polygon) {
     auto corners = kzCorners(count, points);
     if (reverse != 0) std::reverse(corners.begin(), corners.end());
@@ -153,7 +153,7 @@ KzResult CPolygon::polygon_Add(std::int32_t type, std::int32_t count, KzElementI
     return moveTo(*polygon);
 }
 
-KzResult CPolygon::polygon_AddLike(KzElementId source, std::int32_t count, KzElementId* points, KzElementId* polygon) {
+KzResult CPolygon::polygon_AddLike(KzElementId source, std::uint32_t count, KzElementId* points, KzElementId* polygon) {
     const std::int32_t type = data().polygons.at(source).type;
     const KzElementId added = data().addPolygon(type, kzCorners(count, points)).id;
     data().polygons.at(added).tags = data().polygons.at(source).tags;

@@ -13,8 +13,8 @@ public:
     }
     using CHostService::CHostService;
 
-    KzResult sceneservice_New(const char* name, IKzUnknown** scene) override {
-        enter("Scene.New");
+    KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
+        enter("Scene.Create");
         core().scenes.push_back(CScene::open(std::string(kzTextOf(name))));
         return core().scenes.back().give(scene);
     }
