@@ -1,6 +1,8 @@
 // The example servers, driven by the host.
 #include "kzhost_run.h"
 
+#include <tuple>
+
 namespace {
 
 constexpr const char* examples = KZ_SOURCE_DIR "/examples";
@@ -27,6 +29,35 @@ TEST_F(ExampleServersTest, ATreeIsPrinted) {
                          "  pond  water\n")
         << ended.error;
     EXPECT_EQ(run({"tree", "nowhere"}, {examples}).status, 1);
+}
+
+// What a script sees of a command is what it sees of the host's own.
+TEST_F(ExampleServersTest, CommandsAreExecutedQueriedAndDisabled) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"text.repeat hello count:3", "", "hello hello hello"},
+        {"text.repeat loud:true text:{a b}", "", "A B"},
+        {"text.repeat count:?", "1\n", ""},
+        {"text.repeat", nullptr, "a required argument is missing"},
+        {"text.repeat x count:many", nullptr, "argument \"count\": \"many\" is not an integer"},
+        {"text.repeat x y:2", nullptr, "there is no argument \"y\"; there are text, count, loud"},
+        {"text.repeat text:?", nullptr, ""},
+        {"text.never", nullptr, "Never: there is nothing to do"},
+    };
+    for (const auto& [command, out, error] : cases) {
+        const Ended ended = run({"cmd", command}, {examples});
+        EXPECT_EQ(ended.status, out != nullptr ? 0 : 1) << command;
+        EXPECT_EQ(ended.out, out != nullptr ? out : "") << command << ended.error;
+        EXPECT_TRUE(ended.says(error)) << command << ended.error;
+    }
+    const Ended script = runText("import kz\nfrom kzserv.servers import watch\nkz.eval('text.repeat hi count:2')\n"
+                                 "kz.command('text.repeat', text='a', loud=True)\n"
+                                 "print kz.queryToggle('text.repeat loud:?'), repr(kz.eval('text.repeat loud:?'))\n"
+                                 "try: kz.eval('text.never')\nexcept RuntimeError as error: print error\n"
+                                 "print [line for line in watch.HEARD if line.startswith('text.')]\n",
+                                 {examples});
+    EXPECT_EQ(script.out, "hi hi\nA\nTrue 1\ncommand failed: Never: there is nothing to do (84800004)\n"
+                          "['text.repeat done', 'text.repeat done', 'text.never failed']\n")
+        << script.error;
 }
 
 TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
@@ -73,6 +104,17 @@ TEST_F(ExampleServersTest, ListenersHearTheSessionAndTheLog) {
                                 "print watch.HEARD[-1], kz.service.Listener().ListenerCount('')\n",
                                 {examples});
     EXPECT_EQ(ended.out, "ready\nerror wrong\nupdated python 3\n") << ended.error;
+}
+
+TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
+    const Ended ended = runText("import kz\nmesh = kz.service.Mesh().Create()\ncorners = kz.Storage('d', 6)\n"
+                                "corners.set((1, 2, 3, 4, 5, 6))\nmesh.AddPoints(2, corners)\n"
+                                "made = kz.service.Host().SpawnServer('meshoperation', 'lift')\n"
+                                "kz.object.MeshOperation(made).Evaluate(mesh, 0, kz.symbol.iMESHOP_MODE_FREEZE)\n"
+                                "point = mesh.Points()\n"
+                                "for index in range(2):\n    point.MoveToIndex(index)\n    print point.Position()\n",
+                                {examples});
+    EXPECT_EQ(ended.out, "(1.0, 3.0, 3.0)\n(4.0, 6.0, 6.0)\n") << ended.error;
 }
 
 }  // namespace
