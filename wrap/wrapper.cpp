@@ -87,6 +87,13 @@ PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/)
     });
 }
 
+// The class that the SDK's support module has for the type's name; null when there is none. Borrowed.
+PyObject* supportClass(const KzWrapperType& type) noexcept {
+    PyObject* module = PythonRuntime::current()->kzuObject();
+    PyObject* found = module != nullptr ? PyDict_GetItem(PyModule_GetDict(module), type.nameObject) : nullptr;
+    return found != nullptr && (PyType_Check(found) || PyClass_Check(found)) ? found : nullptr;
+}
+
 void readyType(PyObject* submodule, KzWrapperType& row) {
     PyTypeObject& type = row.type;
     if ((type.tp_flags & Py_TPFLAGS_READY) == 0) {
@@ -100,6 +107,7 @@ void readyType(PyObject* submodule, KzWrapperType& row) {
         type.tp_doc = row.doc;
         kzNonNull(type.tp_name);
     }
+    row.nameObject = kzNonNull(PyString_InternFromString(row.name));  // kept as the type is
     kzRegisterForeignType(submodule, row.name, type);
 }
 
@@ -188,7 +196,13 @@ PyObject* kzNewUnknown(IKzUnknown* object) noexcept {
 }
 
 PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* taken) noexcept {
-    if (type != nullptr) return kzNewWrapper(*type, taken);
-    if (taken != nullptr) return kzNewWrapper(kzUnknownType, taken);
-    Py_RETURN_NONE;
+    if (type == nullptr) {
+        if (taken != nullptr) return kzNewWrapper(kzUnknownType, taken);
+        Py_RETURN_NONE;
+    }
+    PyObject* supporting = taken != nullptr ? supportClass(*type) : nullptr;
+    if (supporting == nullptr) return kzNewWrapper(*type, taken);
+    const CPyRef keep(supporting);  // its own code may take it from the module
+    const CPyRefNull unknown(kzNewWrapper(kzUnknownType, taken));
+    return unknown.get() != nullptr ? PyObject_CallFunctionObjArgs(keep, unknown.get(), nullptr) : nullptr;
 }

@@ -14,13 +14,13 @@ struct KzWrapperType {
     CKzLocalizedObject* (*make)();  // an empty localized wrapper; null for a service type
     PyMethodDef* methods;
     const char* doc;
+    PyObject* nameObject = nullptr;  // the name for lookups, from the type's registration on
 };
 
 // The one layout of all wrapper objects: an object type owns a localized wrapper, a service type a reference to its
 // service.
 struct KzWrapper {
-    PyObject_HEAD
-    union {
+    PyObject_HEAD union {
         CKzLocalizedObject* localized;
         IKzUnknown* service;
     };
@@ -50,8 +50,8 @@ void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object);
 
 // A new wrapper that consumes the reference. Null with an exception set when the object lacks the interface.
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept;
-// What Python gets for an object that a host call returned, whose reference it consumes: a wrapper of that type; without a
-// type an Unknown wrapper, or None for null.
+// What Python gets for an object that a host call returned, whose reference it consumes: an instance of the class of that
+// name in kzu.object if there is one, a wrapper otherwise. Without a type an Unknown wrapper, or None for null.
 PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* taken) noexcept;
 // A new wrapper of the type with that name; throws FAILED for an unknown name, NOINTERFACE for a failed take.
 PyObject* kzNewWrapperByName(const char* name, IKzUnknown* taken);

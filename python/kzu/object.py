@@ -1,8 +1,8 @@
 """Conveniences over the wrapper types of kz.object.
 
 Each class here is the wrapper of the same name with what Python code expects of such an object: a length, indexing,
-iteration, a readable repr. All methods of the wrapper are there as before: kzu.object.Mesh(mesh) takes any mesh, and is
-passed to the host wherever the wrapper is.
+iteration, a readable repr. All methods of the wrapper are there as before: objects that the host
+returns come as these, and a script makes one of any wrapper with kzu.object.ValueArray(wrapper).
 """
 
 import kz

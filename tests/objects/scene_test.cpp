@@ -19,7 +19,7 @@ class SceneTest : public HostTest {
 protected:
     SceneTest() {
         CKzLoc_Unknown made;
-        EXPECT_EQ(service()->New("test", made.out()), KZe_OK);
+        EXPECT_EQ(service()->Create("test", made.out()), KZe_OK);
         m_scene.set(made.raw());
     }
     void TearDown() override {

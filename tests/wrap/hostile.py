@@ -183,7 +183,47 @@ def outputs():
     check('a text without end', 2 < len(recorder.calls()) < 20, True)
 
 
+def support_classes():
+    """A class of kzu.object stands for the wrapper type of its name; anything else of that name does not."""
+    module = sys.modules['kzu.object']
+    wrapper, name, (kind,) = find(['uint'], ['object'])
+    call = getattr(wrapper, name)
+
+    class Derived(getattr(kz.object, kind)):
+        pass
+
+    class Other:
+        def __init__(self, unknown):
+            self.given = unknown
+
+    class Failing(object):
+        def __init__(self, unknown):
+            raise KeyError('own')
+
+    alive = recorder.alive()
+    for stand_in in (Derived, Other, Failing, 'no class', None):
+        setattr(module, kind, stand_in)
+        where = recorder.make(kind)
+        recorder.answer(0, (where,))
+        found = outcome(call, 1)
+        if stand_in is Failing:
+            check(stand_in, found, (KeyError, "'own'"))
+        elif stand_in is Other:
+            given = found.given
+            check(stand_in, (found.__class__, type(given), given.__peekobj__()), (Other, kz.object.Unknown, where))
+            del given
+        else:
+            check(stand_in, (type(found), found.__peekobj__()),
+                  (stand_in if stand_in is Derived else getattr(kz.object, kind), where))
+        del found
+        recorder.answer(0, (0,))
+        check('null', outcome(call, 1), values.NO_INTERFACE)
+    delattr(module, kind)
+    check('alive', recorder.alive(), alive)
+    recorder.calls()
+
+
 def survive():
-    for work in (sequences, wrappers_in_conversion, buffers, inside_calls, outputs):
+    for work in (sequences, wrappers_in_conversion, buffers, inside_calls, outputs, support_classes):
         work()
     return {'checks': count[0]}
