@@ -6,7 +6,9 @@
 #include <set>
 
 std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points) {
-    if (count == 0 || points == nullptr) throw KZe_INVALIDARG;
+    // More corners than any polygon has are a mistake, and nobody knows where such a list would end.
+    constexpr std::uint32_t mostCorners = 0xFFFF;
+    if (count == 0 || count > mostCorners || points == nullptr) throw KZe_INVALIDARG;
     return {points, points + count};
 }
 

@@ -147,7 +147,7 @@ class Wrapper(Made):
         self.type, self.address = getattr(kz.object, name or 'Unknown'), where
 
     def matches(self, value):
-        return type(value) is self.type and value.test() and value.__peekobj__() == self.address
+        return isinstance(value, self.type) and value.test() and value.__peekobj__() == self.address
 
 
 class View(Made):
