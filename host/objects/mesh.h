@@ -39,7 +39,8 @@ public:
     KzResult mesh_AddPoints(std::uint32_t count, double* positions, std::uint32_t* first) override;
     KzResult mesh_Positions(std::uint32_t first, std::uint32_t count, double* positions) override;
     KzResult mesh_SetPositions(std::uint32_t first, std::uint32_t count, double* positions) override;
-    KzResult mesh_AddPolygon(std::int32_t type, std::uint32_t count, KzElementId* points, KzElementId* polygon) override;
+    KzResult mesh_AddPolygon(std::int32_t type, std::uint32_t count, KzElementId* points,
+                             KzElementId* polygon) override;
     KzResult mesh_Reserve(std::int32_t points, std::int32_t polygons, std::int32_t vertices) override;
     KzResult mesh_RemovePoints(std::int32_t mark) override;
     KzResult mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) override;

@@ -221,7 +221,7 @@ public:
     KzResult meshmap_Mesh(IKzUnknown** mesh) override { return giveMesh(mesh); }
     std::uint32_t meshmap_Dimension() override { return isAt() ? here().dimension : 0; }
     std::uint32_t meshmap_Flags() override { return isAt() ? here().flags : 0; }
-    KzResult meshmap_SetFlags(std::uint32_t flags, std::uint32_t mask) override;
+    KzResult meshmap_SetFlags(std::uint32_t mask, std::uint32_t flags) override;
     KzResult meshmap_Add(std::int32_t type, const char* name, KzElementId* map) override;
     KzResult meshmap_AddCustom(const char* name, std::int32_t dimension, std::uint32_t flags,
                                KzElementId* map) override;

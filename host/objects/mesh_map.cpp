@@ -68,7 +68,7 @@ KzResult CMeshMap::meshmap_SetName(const char* name) {
     return KZe_OK;
 }
 
-KzResult CMeshMap::meshmap_SetFlags(std::uint32_t flags, std::uint32_t mask) {
+KzResult CMeshMap::meshmap_SetFlags(std::uint32_t mask, std::uint32_t flags) {
     here().flags = (here().flags & ~mask) | (flags & mask);
     return KZe_OK;
 }

@@ -244,6 +244,9 @@ TEST_F(MeshTest, MapsHoldValuesOfPointsAndCorners) {
     EXPECT_EQ(map.Add(KZi_MAPTYPE_TEXTURE, "uv", &id), KZe_ALREADYEXISTS);
     EXPECT_EQ(map.Add(KZi_MAPTYPE_CUSTOM, "c", &id), KZe_INVALIDARG);
     EXPECT_EQ(map.Dimension(), 2U);
+    const std::uint32_t flags = map.Flags();
+    EXPECT_EQ(map.SetFlags(KZfMESHMAP_LOCKED | KZfMESHMAP_HIDDEN, KZfMESHMAP_LOCKED), KZe_OK);
+    EXPECT_EQ(map.Flags(), flags | KZfMESHMAP_LOCKED);
     float point[2] = {0.25F, 0.5F}, corner[2] = {1, 0.75F}, found[2] = {};
     ASSERT_EQ(polygon.MoveToIndex(0), KZe_OK);
     KzElementId at = nullptr;
