@@ -64,6 +64,16 @@ TEST(ExamplesTest, MeshesAreBuiltAndMeasured) {
                           "normal of the last polygon: (-1.0, 0.0, 0.0)\n");
 }
 
+TEST(ExamplesTest, CommandsAreRunAndAsked) {
+    const Ended ended = runExample("commands", "mine");
+    EXPECT_EQ(ended.status, 0);
+    for (const char* line : {"natural, one, tuple: 4.0 4.0 (4.0,)", "by keywords: wide", "radians: 1.5708", "degrees: 90.0",
+                             "toggle: True on", "toggle: False off", "Its parts: ('from', 'commands')",
+                             "our own arguments: ('mine',)", "there is no value type \"nonsense\" (84800016)",
+                             "Progress: 100% (4 of 4)"})
+        EXPECT_NE(ended.text.find(line), std::string::npos) << line << "\nin\n" << ended.text;
+}
+
 TEST(ExamplesTest, ImagesArePaintedAndSaved) {
     const TemporaryFolder folder;
     const std::string image = folder.path("painted.png");
