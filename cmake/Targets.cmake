@@ -18,11 +18,18 @@ function(kz_add_program name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 endfunction()
 
+# The leak checker's suppressions for tests whose servers keep what they return: the general ones and their own.
+set(kz_served_suppressions "${PROJECT_BINARY_DIR}/lsan_served.supp")
+file(READ "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan.supp" kz_general_leaks)
+file(READ "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan_served.supp" kz_served_leaks)
+file(WRITE "${kz_served_suppressions}" "${kz_general_leaks}${kz_served_leaks}")
+
+# With KEEPS_SERVED the leak checker is told of what servers keep on purpose.
 # kz_add_test(NAME SOURCE... [LINK LIBRARY...] [TIMEOUT SECONDS] [LABEL LABEL])
 # A GoogleTest program whose every TEST is a test of its own, in a process of its own. The plug-in and the kit are there
 # when it runs; "kz_paths.h" tells it where.
 function(kz_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT;LABEL" "LINK")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "KEEPS_SERVED" "TIMEOUT;LABEL" "LINK")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 300)
     endif()
@@ -33,9 +40,13 @@ function(kz_add_test name)
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
     target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gtest_main kz_options)
     add_dependencies(${name} kz_run_time)
+    set(environment "")
+    if(arg_KEEPS_SERVED)
+        set(environment ENVIRONMENT "LSAN_OPTIONS=suppressions=${kz_served_suppressions}:print_suppressions=0")
+    endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${name}."
-        PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_LABEL})
+        PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_LABEL} ${environment})
 endfunction()
 
 # A header of its own rather than definitions on every command line: only what includes it differs between checkouts,

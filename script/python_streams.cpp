@@ -15,7 +15,7 @@ namespace {
 
 struct Stream {
     PyObject_HEAD
-    std::string* held;  // text after the last line feed
+    std::string* held;  // text after the last line feed; one of theHeldTexts, or null
     KzResult level;
     int descriptor;
     int softspace;  // the print statement keeps its state here
@@ -23,6 +23,8 @@ struct Stream {
 
 Stream* self(PyObject* object) { return reinterpret_cast<Stream*>(object); }
 
+// The streams outlive the interpreter where something still refers to them, so what they hold is not theirs to free.
+std::string theHeldTexts[2];
 Stream* theStreams[2] = {nullptr, nullptr};  // borrowed from sys; the types are never subclassed
 
 void writeLine(const Stream& stream, std::string line) { kzWrite(kzVisible(std::move(line)).c_str(), stream.level); }
@@ -141,7 +143,7 @@ void streamFree(PyObject* object) {
     for (Stream*& known : theStreams)
         if (known == self(object)) known = nullptr;
     flushHeld(*self(object));
-    delete std::exchange(self(object)->held, nullptr);
+    self(object)->held = nullptr;
     Py_TYPE(object)->tp_free(object);
 }
 
@@ -162,7 +164,8 @@ void flushStreams() noexcept {
 void install(const char* name, const char* original, int descriptor, KzResult level) {
     const CPyRefNull object(kzNonNull(PyType_GenericAlloc(&streamType, 0)));
     Stream* stream = self(object);
-    stream->held = new std::string();
+    stream->held = &theHeldTexts[descriptor == STDERR_FILENO ? 1 : 0];
+    stream->held->clear();
     stream->level = level;
     stream->descriptor = descriptor;
     kzNonNegative(PySys_SetObject(kzText(name), object));
