@@ -1,84 +1,44 @@
-// Interleaved timing of Python expressions.
+// Interleaved timing of Python statements.
 #include "bench/interleaved.h"
 
+#include "bench/measure.h"
 #include "module/py_ref.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
 namespace {
 
-constexpr int rounds = 31;
-constexpr int iterations = 40000;
+PyObject* need(PyObject* object) {
+    if (object != nullptr) return object;
+    PyErr_Print();
+    std::exit(1);
+}
 
-// A function that evaluates the expression `iterations` times. A caught failure is part of what is timed.
-PyObject* makeLoop(const std::string& statement, PyObject* names) {
-    const std::string source = "def loop(steps=None):\n    for step in xrange(" + std::to_string(iterations) + "):\n" +
-                               "        " + statement + "\n";
-    const CPyRefNull done(PyRun_String(source.c_str(), Py_file_input, names, names));
-    if (done.get() == nullptr) {
-        PyErr_Print();
-        std::exit(1);
-    }
+// A chunk of the statement as a Python function, for which the names are local.
+KzWork makeWork(const std::string& statement, const std::string& locals, PyObject* names) {
+    const std::string source = "def loop(" + locals + "):\n    for step in xrange(" + std::to_string(kzChunk) +
+                               "):\n        " + statement + "\n";
+    const CPyRefNull done(need(PyRun_String(source.c_str(), Py_file_input, names, names)));
     PyObject* loop = PyDict_GetItemString(names, "loop");
-    Py_INCREF(loop);
-    return loop;
+    return [held = CPyRef(loop)] {
+        const double start = kzThreadTime();
+        const CPyRefNull ended(need(PyObject_CallObject(held, nullptr)));
+        return (kzThreadTime() - start) / kzChunk;
+    };
 }
-
-double nanosecondsOf(PyObject* loop) {
-    const auto start = std::chrono::steady_clock::now();
-    const CPyRefNull done(PyObject_CallObject(loop, nullptr));
-    const auto stop = std::chrono::steady_clock::now();
-    if (done.get() == nullptr) {
-        PyErr_Print();
-        std::exit(1);
-    }
-    return std::chrono::duration<double, std::nano>(stop - start).count() / iterations;
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-struct Timing {
-    std::vector<double> ours, twin, ratio;
-};
 
 }  // namespace
 
-int kzRunContests(const char* title, const std::vector<KzContest>& contests, PyObject* names) {
-    const CPyRefNull empty(makeLoop("pass", names));
-    std::vector<CPyRefNull> ours, twins;
+bool kzRunContests(const char* title, const std::vector<KzContest>& contests, PyObject* names) {
+    kzPrintHead(title);
+    const KzWork empty = makeWork("pass", "", names);
+    bool good = true;
     for (const KzContest& contest : contests) {
-        ours.emplace_back(makeLoop(contest.ours, names));
-        twins.emplace_back(makeLoop(contest.twin, names));
+        if (!kzSelected(contest.name.c_str())) continue;
+        const std::vector<double> times = kzInterleave({empty, makeWork(contest.statement, contest.ours, names),
+                                                        makeWork(contest.statement, contest.twin, names)});
+        good &= kzPrintRatio(contest.name.c_str(), times[1] - times[0], times[2] - times[0], contest.target);
     }
-    std::vector<Timing> timings(contests.size());
-    for (int round = 0; round < rounds; ++round) {
-        for (std::size_t index = 0; index < contests.size(); ++index) {
-            const double base = nanosecondsOf(empty);
-            const double own = nanosecondsOf(ours[index]) - base;
-            const double other = nanosecondsOf(twins[index]) - base;
-            timings[index].ours.push_back(own);
-            timings[index].twin.push_back(other);
-            timings[index].ratio.push_back(own / other);
-        }
-    }
-    std::printf("%s (median of %d rounds of %d calls, loop subtracted)\n", title, rounds, iterations);
-    std::printf("  %-38s %9s %9s %7s %7s\n", "", "ours ns", "twin ns", "ratio", "target");
-    int exceeded = 0;
-    for (std::size_t index = 0; index < contests.size(); ++index) {
-        const double ratio = median(timings[index].ratio);
-        const double target = contests[index].target;
-        const bool over = target > 0 && ratio > target;
-        exceeded += over ? 1 : 0;
-        std::printf("  %-38s %9.1f %9.1f %7.2f", contests[index].name.c_str(), median(timings[index].ours),
-                    median(timings[index].twin), ratio);
-        if (target > 0) std::printf(" %7.2f%s\n", target, over ? "  over" : "");
-        else std::printf("\n");
-    }
-    return exceeded;
+    return good;
 }

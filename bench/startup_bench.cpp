@@ -73,7 +73,8 @@ int main() {
     const double ratio = medianOf(all, [](const Round& round) { return round.build / round.start; });
     std::printf("Start-up (median of %d processes)\n", rounds);
     std::printf("  %-38s %9.2f ms\n", "the bare interpreter", medianOf(all, [](const Round& r) { return r.start; }));
-    std::printf("  %-38s %9.2f ms\n", "types, methods, constants and codes", medianOf(all, [](const Round& r) { return r.build; }));
+    std::printf("  %-38s %9.2f ms\n", "types, methods, constants and codes",
+                medianOf(all, [](const Round& r) { return r.build; }));
     std::printf("  %-38s %9.2f %12.2f%s\n", "ratio, target", ratio, target, ratio > target ? "  over" : "");
     return ratio > target ? 1 : 0;
 }

@@ -2,9 +2,11 @@
 // and does the same work.
 #include "bench/fake_host.h"
 #include "bench/interleaved.h"
+#include "bench/measure.h"
 
 #include "module/py_lock.h"
 #include "module/py_ref.h"
+#include "module/runtime.h"
 #include "wrap/result_codes.h"
 #include "wrap/wrapper.h"
 
@@ -12,14 +14,13 @@
 #include "kz/message.h"
 #include "kz/package.h"
 #include "kz/result.h"
+#include "kz/surface.h"
 #include "kz/transform.h"
 
 namespace {
 
 // A host object that does next to nothing, so that the call itself is what is timed.
-class CBench : public CKzImpl_Message,
-               public CKzImpl_Matrix,
-               public CKzImpl_ExternalRenderNotifier {
+class CBench : public CKzImpl_Message, public CKzImpl_Matrix, public CKzImpl_ExternalRenderNotifier {
 public:
     std::uint32_t msg_Code() override { return 42; }
     KzResult msg_Reset() override { return KZe_NOTFOUND; }
@@ -29,6 +30,7 @@ public:
         *result = *point;
         return KZe_OK;
     }
+    KzResult matrix_Invert() override { return KZe_OK; }
     KzResult matrix_Set4(const KzMatrix4*) override { return KZe_OK; }
     KzResult ntf_Notify(std::uint32_t, double, const char*) override { return KZe_OK; }
 };
@@ -66,97 +68,154 @@ IKzUnknown* spawnBench() {
     return polymorph.spawn();
 }
 
-// The twins, as somebody would write them by hand for one host object.
-CKzUser_Message theMessage;
-CKzUser_Matrix theMatrix;
-CKzUser_ExternalRenderNotifier theNotifier;
+// The twins: a type as somebody would write it by hand, which holds an interface and does in every method what ours do.
+struct Twin {
+    PyObject_HEAD IKzUnknown* held;
+};
+
+void twinDealloc(PyObject* self) {
+    if (IKzUnknown* held = reinterpret_cast<Twin*>(self)->held) held->Release();
+    Py_TYPE(self)->tp_free(self);
+}
+
+PyTypeObject twinType;
+
+// Consumes the reference.
+PyObject* newTwin(IKzUnknown* taken, const KzGuid& iid) {
+    void* held = nullptr;
+    const KzResult code = taken->QueryInterface(&iid, &held);
+    taken->Release();
+    if (kzFailed(code)) return kzRaise(KZe_NOINTERFACE);
+    auto* made = PyObject_New(Twin, &twinType);
+    if (made != nullptr) made->held = static_cast<IKzUnknown*>(held);
+    return reinterpret_cast<PyObject*>(made);
+}
+
+template <class Interface> Interface* heldBy(PyObject* self) {
+    kzSetQuiet(false);
+    auto* held = static_cast<Interface*>(reinterpret_cast<Twin*>(self)->held);
+    if (held == nullptr) kzRaise(KZe_NOINTERFACE);
+    return held;
+}
 
 PyObject* finish(KzResult code) {
+    kzSetLastResult(code);
     if (kzFailed(code)) return kzRaise(code);
     Py_RETURN_NONE;
 }
 
-PyObject* twinCode(PyObject*, PyObject* args) {
-    if (!PyArg_ParseTuple(args, "")) return nullptr;
-    return PyLong_FromUnsignedLong(theMessage->Code());
+PyObject* twinCode(PyObject* self, PyObject* args) {
+    auto* message = heldBy<IKzMessage>(self);
+    if (message == nullptr || !PyArg_ParseTuple(args, "")) return nullptr;
+    return PyLong_FromUnsignedLong(message->Code());
 }
 
-PyObject* twinReset(PyObject*, PyObject* args) {
-    if (!PyArg_ParseTuple(args, "")) return nullptr;
-    return finish(theMessage->Reset());
+PyObject* twinInvert(PyObject* self, PyObject* args) {
+    auto* matrix = heldBy<IKzMatrix>(self);
+    if (matrix == nullptr || !PyArg_ParseTuple(args, "")) return nullptr;
+    return finish(matrix->Invert());
 }
 
-PyObject* twinSetString(PyObject*, PyObject* args) {
+PyObject* twinReset(PyObject* self, PyObject* args) {
+    auto* message = heldBy<IKzMessage>(self);
+    if (message == nullptr || !PyArg_ParseTuple(args, "")) return nullptr;
+    return finish(message->Reset());
+}
+
+PyObject* twinSetString(PyObject* self, PyObject* args) {
+    auto* message = heldBy<IKzMessage>(self);
     unsigned int index = 0;
     const char* text = nullptr;
-    if (!PyArg_ParseTuple(args, "Iz", &index, &text)) return nullptr;
-    return finish(theMessage->SetArgumentString(index, text));
+    if (message == nullptr || !PyArg_ParseTuple(args, "Iz", &index, &text)) return nullptr;
+    return finish(message->SetArgumentString(index, text));
 }
 
-PyObject* twinSetFloat(PyObject*, PyObject* args) {
+PyObject* twinSetFloat(PyObject* self, PyObject* args) {
+    auto* message = heldBy<IKzMessage>(self);
     unsigned int index = 0;
     double value = 0;
-    if (!PyArg_ParseTuple(args, "Id", &index, &value)) return nullptr;
-    return finish(theMessage->SetArgumentFloat(index, value));
+    if (message == nullptr || !PyArg_ParseTuple(args, "Id", &index, &value)) return nullptr;
+    return finish(message->SetArgumentFloat(index, value));
 }
 
-PyObject* twinNotify(PyObject*, PyObject* args) {
+PyObject* twinNotify(PyObject* self, PyObject* args) {
+    auto* notifier = heldBy<IKzExternalRenderNotifier>(self);
     unsigned int event = 0;
     double value = 0;
     const char* text = nullptr;
-    if (!PyArg_ParseTuple(args, "Idz", &event, &value, &text)) return nullptr;
-    return finish(theNotifier->Notify(event, value, text));
+    if (notifier == nullptr || !PyArg_ParseTuple(args, "Idz", &event, &value, &text)) return nullptr;
+    return finish(notifier->Notify(event, value, text));
 }
 
-PyObject* twinPoint(PyObject*, PyObject* args) {
+PyObject* twinPoint(PyObject* self, PyObject* args) {
+    auto* matrix = heldBy<IKzMatrix>(self);
     KzVector3 in, out;
-    if (!PyArg_ParseTuple(args, "(ddd)", &in.v[0], &in.v[1], &in.v[2])) return nullptr;
-    if (const KzResult code = theMatrix->TransformPoint(&in, &out); kzFailed(code)) return kzRaise(code);
+    if (matrix == nullptr || !PyArg_ParseTuple(args, "(ddd)", &in.v[0], &in.v[1], &in.v[2])) return nullptr;
+    const KzResult code = matrix->TransformPoint(&in, &out);
+    kzSetLastResult(code);
+    if (kzFailed(code)) return kzRaise(code);
     return Py_BuildValue("(ddd)", out.v[0], out.v[1], out.v[2]);
 }
 
-PyObject* twinMatrix(PyObject*, PyObject* args) {
+PyObject* twinMatrix(PyObject* self, PyObject* args) {
+    auto* matrix = heldBy<IKzMatrix>(self);
     KzMatrix4 m;
     auto& r = m.m;
-    if (!PyArg_ParseTuple(args, "((dddd)(dddd)(dddd)(dddd))", &r[0][0], &r[0][1], &r[0][2], &r[0][3], &r[1][0], &r[1][1],
-                          &r[1][2], &r[1][3], &r[2][0], &r[2][1], &r[2][2], &r[2][3], &r[3][0], &r[3][1], &r[3][2],
-                          &r[3][3]))
+    if (matrix == nullptr || !PyArg_ParseTuple(args, "((dddd)(dddd)(dddd)(dddd))", &r[0][0], &r[0][1], &r[0][2],
+                                               &r[0][3], &r[1][0], &r[1][1], &r[1][2], &r[1][3], &r[2][0], &r[2][1],
+                                               &r[2][2], &r[2][3], &r[3][0], &r[3][1], &r[3][2], &r[3][3]))
         return nullptr;
-    return finish(theMatrix->Set4(&m));
+    return finish(matrix->Set4(&m));
 }
 
-PyObject* twinObject(PyObject*, PyObject* args) {
+PyObject* twinSurface(PyObject* self, PyObject* args) {
+    auto* source = heldBy<IKzInstanceable>(self);
     PyObject* read = nullptr;
-    if (!PyArg_ParseTuple(args, "O", &read)) return nullptr;
-    IKzUnknown* in = nullptr;
-    if (const KzResult code = kzObjectToInterface(read, true, &in); kzFailed(code)) return kzRaise(code);
+    if (source == nullptr || !PyArg_ParseTuple(args, "O!", &twinType, &read)) return nullptr;
+    IKzUnknown* in = reinterpret_cast<Twin*>(read)->held;
+    in->AddRef();
     IKzUnknown* out = nullptr;
-    const KzResult code = theLean.Surface(in, &out);
-    if (in != nullptr) in->Release();
+    const KzResult code = source->Surface(in, &out);
+    in->Release();
+    kzSetLastResult(code);
     if (kzFailed(code)) return kzRaise(code);
-    static const KzWrapperType& type = *kzFindType("Surface");
-    return kzNewWrapper(type, out);
+    // A class of that name in the support module would be called instead.
+    static PyObject* support = PyModule_GetDict(PythonRuntime::current()->kzuObject());
+    if (PyDict_GetItemString(support, "Surface") != nullptr) return kzRaise(KZe_FAILED);
+    return newTwin(out, KZu_SURFACE);
 }
 
 PyMethodDef twins[] = {
-    {"code", twinCode, METH_VARARGS, nullptr},     {"reset", twinReset, METH_VARARGS, nullptr},
-    {"text", twinSetString, METH_VARARGS, nullptr}, {"number", twinSetFloat, METH_VARARGS, nullptr},
-    {"notify", twinNotify, METH_VARARGS, nullptr}, {"point", twinPoint, METH_VARARGS, nullptr},
-    {"matrix", twinMatrix, METH_VARARGS, nullptr}, {"object", twinObject, METH_VARARGS, nullptr},
-    {nullptr, nullptr, 0, nullptr},
+    {"code", twinCode, METH_VARARGS, nullptr},       {"invert", twinInvert, METH_VARARGS, nullptr},
+    {"reset", twinReset, METH_VARARGS, nullptr},     {"text", twinSetString, METH_VARARGS, nullptr},
+    {"number", twinSetFloat, METH_VARARGS, nullptr}, {"notify", twinNotify, METH_VARARGS, nullptr},
+    {"point", twinPoint, METH_VARARGS, nullptr},     {"matrix", twinMatrix, METH_VARARGS, nullptr},
+    {"surface", twinSurface, METH_VARARGS, nullptr}, {nullptr, nullptr, 0, nullptr},
 };
 
+bool readyTwinType() {
+    Py_REFCNT(&twinType) = 1;
+    twinType.tp_name = "twin.Twin";
+    twinType.tp_basicsize = sizeof(Twin);
+    twinType.tp_flags = Py_TPFLAGS_DEFAULT;
+    twinType.tp_dealloc = twinDealloc;
+    twinType.tp_methods = twins;
+    return PyType_Ready(&twinType) == 0;
+}
+
 const char* const setting = R"(
-import kz, twin
-from twin import code, reset, text, number, notify, point
-matrix_ = twin.matrix; object_ = twin.object
+import kz
 message = kz.object.Message(it)
 Code = message.Code; Reset = message.Reset; Text = message.SetArgumentString; Number = message.SetArgumentFloat
+code = message_.code; reset = message_.reset; text = message_.text; number = message_.number
 matrix = kz.object.Matrix(it)
-Point = matrix.TransformPoint; Matrix = matrix.Set4
+Invert = matrix.Invert; Point = matrix.TransformPoint; Matrix = matrix.Set4
+invert = matrix_.invert; point = matrix_.point; rows_ = matrix_.matrix
 Notify = kz.object.ExternalRenderNotifier(it).Notify
+notify = notifier_.notify
 lean = kz.object.ChannelRead(other)
 Object = kz.object.Instanceable(other).Surface
+object_ = lean_.surface
 vector = (1.0, 2.0, 3.0)
 rows = ((1.0, 0.0, 0.0, 0.0), (0.0, 1.0, 0.0, 0.0), (0.0, 0.0, 1.0, 0.0), (4.0, 5.0, 6.0, 1.0))
 def fails(call):
@@ -166,36 +225,45 @@ def fails(call):
         pass
 )";
 
-int run() {
+bool run() {
     const CPyLock lock;
     IKzUnknown* bench = spawnBench();
-    theMessage.set(bench);
-    theMatrix.set(bench);
-    theNotifier.set(bench);
-    Py_InitModule("twin", twins);
+    if (!readyTwinType()) return false;
     PyObject* names = PyModule_GetDict(PyImport_AddModule("__main__"));
-    PyDict_SetItemString(names, "it", CPyRefNull(kzNewUnknown(bench)));
-    PyDict_SetItemString(names, "other", CPyRefNull(kzNewUnknown(&theLean)));
+    const auto give = [=](const char* name, PyObject* made) { PyDict_SetItemString(names, name, CPyRefNull(made)); };
+    const auto giveTwin = [=](const char* name, IKzUnknown* held, const KzGuid& iid) {
+        held->AddRef();
+        give(name, newTwin(held, iid));
+    };
+    give("it", kzNewUnknown(bench));
+    give("other", kzNewUnknown(&theLean));
+    giveTwin("message_", bench, KZu_MESSAGE);
+    giveTwin("matrix_", bench, KZu_MATRIX);
+    giveTwin("notifier_", bench, KZu_EXTERNALRENDERNOTIFIER);
+    giveTwin("lean_", &theLean, KZu_INSTANCEABLE);
     const CPyRefNull done(PyRun_String(setting, Py_file_input, names, names));
     if (done.get() == nullptr) {
         PyErr_Print();
-        return 1;
+        return false;
     }
-    return kzRunContests("Wrapper methods against hand-written functions",
-                         {{"no arguments", "Code()", "code()", 0.75},
-                          {"integer and text", "Text(1, 'text')", "text(1, 'text')", 0.50},
-                          {"integer and float", "Number(1, 2.5)", "number(1, 2.5)", 0.50},
-                          {"integer, float and text", "Notify(1, 2.5, 'text')", "notify(1, 2.5, 'text')", 0.50},
-                          {"3-vector in and out", "Point(vector)", "point(vector)", 0.45},
-                          {"4x4 matrix in", "Matrix(rows)", "matrix_(rows)", 0.20},
-                          {"object in and out", "Object(lean)", "object_(lean)", 0.65},
-                          {"a failing call, caught", "fails(Reset)", "fails(reset)", 1.0}},
-                         names);
+    return kzRunContests(
+        "Wrapper methods against hand-written functions",
+        {{"no arguments", "call()", "call=Invert", "call=invert", 0.75},
+         {"no arguments, a number back", "call()", "call=Code", "call=code", 0},
+         {"integer and text", "call(1, 'text')", "call=Text", "call=text", 0.50},
+         {"integer and float", "call(1, 2.5)", "call=Number", "call=number", 0.50},
+         {"integer, float and text", "call(1, 2.5, 'text')", "call=Notify", "call=notify", 0.50},
+         {"3-vector in and out", "call(own)", "call=Point, own=vector", "call=point, own=vector", 0.45},
+         {"4x4 matrix in", "call(own)", "call=Matrix, own=rows", "call=rows_, own=rows", 0.20},
+         {"object in and out", "call(own)", "call=Object, own=lean", "call=object_, own=lean_", 0.65},
+         {"a failing call, caught", "fails(call)", "fails=fails, call=Reset", "fails=fails, call=reset", 1.0}},
+        names);
 }
 
 }  // namespace
 
-int main() {
+int main(int count, char** arguments) {
+    kzSelect(count, arguments);
     kzStartBenchHost();
-    return run() == 0 ? 0 : 1;
+    return run() ? 0 : 1;
 }

@@ -17,7 +17,7 @@ writer.Fill((0.1, 0.1, 0.4), 1.0)
 line = kz.Storage("byte", width * 3)
 for y in range(height // 2):
     line.set([value for x in range(width) for value in (x * 4, y * 8, 255 - x * 4)])
-    writer.SetLine(y, kz.symbol.iIMG_FORMAT_RGB24, line)
+    writer.SetLine(y, kz.symbol.iIMG_FORMAT_RGB24, line.size(), line)
 
 # Pixels can be given in any format; the image converts them to its own.
 white = kz.Storage("float", 4)

@@ -116,26 +116,24 @@ private:
     }
 
     void arrayLength(const Method& method, const Parameter& parameter) {
-        const std::string& length = parameter.type.length;
-        if (length.empty()) {
-            return;
+        for (const std::string& factor : parameter.type.length) {
+            if (parameter.output) {
+                m_errors.error(parameter.type.at, "length " + inQuotes(factor) + " of an output", "'[]'");
+            } else if (!isCount(factor) && !countingInput(method, factor)) {
+                m_errors.error(parameter.type.at, "length " + inQuotes(factor), "a number above 0 or an integer input");
+            }
         }
-        if (parameter.output) {
-            m_errors.error(parameter.type.at, "length " + inQuotes(length) + " of an output", "'[]'");
-            return;
-        }
-        const bool number = std::all_of(length.begin(), length.end(), [](unsigned char c) { return std::isdigit(c); });
-        if (number && length.find_first_not_of('0') != std::string::npos) {
-            return;
-        }
-        const auto* end = &parameter;
-        const bool known = std::any_of(method.parameters.data(), end, [&](const Parameter& earlier) {
-            return earlier.name == length && !earlier.output && isInteger(earlier.type.kind);
+    }
+
+    static bool isCount(const std::string& factor) {
+        return isDigits(factor) && factor.size() < 10 && factor.find_first_not_of('0') != std::string::npos;
+    }
+
+    static bool countingInput(const Method& method, const std::string& name) {
+        const auto inputs = method.inputs();
+        return std::any_of(inputs.begin(), inputs.end(), [&](const Parameter* input) {
+            return input->name == name && isInteger(input->type.kind);
         });
-        if (!known) {
-            m_errors.error(parameter.type.at, "length " + inQuotes(length),
-                           "a number above 0 or an earlier integer input");
-        }
     }
 
     void forwarded(const Method& method) {

@@ -90,6 +90,18 @@ std::string pairs(const Model& model, const std::vector<const Parameter*>& param
     return "[" + text + "]";
 }
 
+// By the place of each array whose length is known: the fixed factor and the places of the inputs to multiply it by.
+std::string lengths(const Method& method) {
+    std::string text;
+    const auto inputs = method.inputs();
+    for (size_t at = 0; at < inputs.size(); ++at) {
+        if (const Length length = method.lengthOf(*inputs[at]); isArray(inputs[at]->type.kind) && length.fixed != 0) {
+            text += fmt::format("{}: ({}, [{}]), ", at, length.fixed, fmt::join(length.inputs, ", "));
+        }
+    }
+    return "{" + text + "}";
+}
+
 void emitConstants(const Model& model, Text out) {
     std::map<std::string, std::string> symbols;
     std::map<std::string, std::string> results;
@@ -127,8 +139,8 @@ std::string manifestText(const Model& model) {
     eachWrapped(model, [&](const Interface& each) {
         fmt::format_to(out, "    ('{}', '{}', {}, [\n", each.stem(), each.name, each.service ? "True" : "False");
         for (const Method& method : each.methods) {
-            fmt::format_to(out, "        ('{}', '{}', {}, {}),\n", method.name, kindText(model, method.returns),
-                           pairs(model, method.inputs()), pairs(model, method.outputs()));
+            fmt::format_to(out, "        ('{}', '{}', {}, {}, {}),\n", method.name, kindText(model, method.returns),
+                           pairs(model, method.inputs()), pairs(model, method.outputs()), lengths(method));
         }
         fmt::format_to(out, "    ]),\n");
     });

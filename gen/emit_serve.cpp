@@ -73,7 +73,8 @@ std::string words(const Method& method) {
     for (const Parameter* input : method.inputs()) {
         words += ", " + input->name;
         if (isArray(input->type.kind)) {
-            words += ", " + (input->type.length.empty() ? "-1" : input->type.length);
+            const auto& factors = input->type.length;
+            words += factors.empty() ? ", -1" : fmt::format(", kzLength({})", fmt::join(factors, ", "));
         }
     }
     if (method.returnsPlainValue()) {
@@ -183,19 +184,21 @@ std::string listText(const Model& model) {
     return text;
 }
 
-// How many elements each array input has: a number, -1 when unknown, or the input whose value it is.
+// What Python is told of each array's length: -1 when unknown, or the fixed factor and, each after an @, the inputs to
+// multiply it by. Raw data has no elements to count.
 std::string lengthsOf(const Method& method) {
-    const auto inputs = method.inputs();
     std::string lengths;
-    for (const Parameter* input : inputs) {
+    for (const Parameter* input : method.inputs()) {
         if (!isArray(input->type.kind)) {
             continue;
         }
-        const auto named = std::find_if(inputs.begin(), inputs.end(),
-                                        [&](const Parameter* other) { return other->name == input->type.length; });
-        const std::string& length = input->type.length;
-        lengths += named != inputs.end() ? fmt::format("@{} ", named - inputs.begin())
-                                         : (length.empty() ? "-1" : length) + " ";
+        const Length length = method.lengthOf(*input);
+        const bool known = length.fixed != 0 && input->type.kind != Kind::DataArray;
+        lengths += known ? fmt::format("{}", length.fixed) : "-1";
+        for (const size_t place : known ? length.inputs : std::vector<size_t>()) {
+            lengths += fmt::format("@{}", place);
+        }
+        lengths += ' ';
     }
     return lengths;
 }

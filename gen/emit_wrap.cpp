@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <map>
 
 #include <fmt/format.h>
 
@@ -47,13 +46,13 @@ constexpr std::array marshalled = {
     Marshalled{Kind::Quaternion, "InVector<KzQuaternion>", "OutVector<KzQuaternion>"},
     Marshalled{Kind::Id, "InId", "OutId"},
     Marshalled{Kind::Pointer, "InPointer", "OutPointer"},
-    Marshalled{Kind::FloatArray, "InArray", "OutArray"},
-    Marshalled{Kind::DoubleArray, "InArray", "OutArray"},
-    Marshalled{Kind::IntArray, "InArray", "OutArray"},
-    Marshalled{Kind::UintArray, "InArray", "OutArray"},
-    Marshalled{Kind::ByteArray, "InArray", "OutArray"},
-    Marshalled{Kind::IdArray, "InArray", "OutArray"},
-    Marshalled{Kind::DataArray, "InArray", "OutArray"},
+    Marshalled{Kind::FloatArray, "InArray<4>", "OutArray"},
+    Marshalled{Kind::DoubleArray, "InArray<8>", "OutArray"},
+    Marshalled{Kind::IntArray, "InArray<4>", "OutArray"},
+    Marshalled{Kind::UintArray, "InArray<4>", "OutArray"},
+    Marshalled{Kind::ByteArray, "InArray<1>", "OutArray"},
+    Marshalled{Kind::IdArray, "InArray<8>", "OutArray"},
+    Marshalled{Kind::DataArray, "InArray<1>", "OutArray"},
     Marshalled{Kind::Hints, "InHints", "OutHints"},
     Marshalled{Kind::Blocks, "InBlocks", ""},
 };
@@ -64,10 +63,24 @@ std::string typedWrapper(const Model& model, const Type& type) {
     return name.empty() || name == unknownName ? "" : name;
 }
 
-std::string_view marshalledName(const Parameter& parameter) {
+// An array is named with the bytes of one element, which stand for all of its bytes and what to multiply them by here.
+std::string arrayName(const Method& method, const Parameter& array, std::string_view element) {
+    const Length length = method.lengthOf(array);
+    const size_t open = element.find('<') + 1;
+    std::string name = fmt::format("{}{}", element.substr(0, open), length.fixed * std::stoull(std::string(element.substr(open))));
+    for (const size_t place : length.inputs) {
+        name += fmt::format(", {}", place);
+    }
+    return name + ">";
+}
+
+std::string marshalledName(const Method& method, const Parameter& parameter) {
     const auto row = std::find_if(marshalled.begin(), marshalled.end(),
                                   [&](const Marshalled& each) { return each.kind == parameter.type.kind; });
-    return parameter.output ? row->output : row->input;
+    if (!parameter.output && isArray(parameter.type.kind)) {
+        return arrayName(method, parameter, row->input);
+    }
+    return std::string(parameter.output ? row->output : row->input);
 }
 
 // The wrapper types of the objects that a method returns, in order, as the elements of an array.
@@ -90,56 +103,28 @@ std::string typeElements(const Model& model, const Method& method) {
 std::string signatureOf(const Method& method) {
     std::string signature = fmt::format("{}", method.returns.kind == Kind::Result);
     for (const Parameter& parameter : method.parameters) {
-        signature += fmt::format(", {}", marshalledName(parameter));
+        signature += fmt::format(", {}", marshalledName(method, parameter));
     }
     return signature;
 }
 
-// How often each signature is used by all methods together.
-class SignatureUses {
-public:
-    explicit SignatureUses(const Model& model) {
-        for (const Header& header : model.headers) {
-            for (const Interface& each : header.interfaces) {
-                count(each);
-            }
-        }
-    }
-    // Below this many uses a marshaller of its own is not worth its code.
-    static constexpr int commonFrom = 7;
-    [[nodiscard]] bool isCommon(const Method& method) const { return m_uses.at(key(method)) >= commonFrom; }
-
-private:
-    static std::string key(const Method& method) {
-        return fmt::format("{} {}", info(method.returns.kind).value, signatureOf(method));
-    }
-    void count(const Interface& each) {
-        for (const Method& method : each.methods) {
-            m_uses[key(method)] += each.wrapped ? 1 : 0;
-        }
-    }
-
-    std::map<std::string, int> m_uses;
-};
-
-void emitThunk(const Model& model, const SignatureUses& uses, const Interface& each, const Method& method, Text out) {
+void emitThunk(const Model& model, const Interface& each, const Method& method, Text out) {
     const std::string name = each.stem() + "_" + method.name;
     const std::string types = typeElements(model, method);
     if (!types.empty()) {
         fmt::format_to(out, "constexpr const KzWrapperType* {}_types[] = {{{}}};\n", name, types);
     }
     fmt::format_to(out,
-                   "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<KzHolder::{1}, {2}>::{3}(self, args, "
-                   "&IKz{4}::{5}{6}); }}\n",
-                   name, each.service ? "service" : "object", signatureOf(method),
-                   uses.isCommon(method) ? "common" : "rare", each.stem(), method.name,
+                   "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<KzHolder::{1}, {2}>::call(self, args, "
+                   "&IKz{3}::{4}{5}); }}\n",
+                   name, each.service ? "service" : "object", signatureOf(method), each.stem(), method.name,
                    types.empty() ? "" : ", " + name + "_types");
 }
 
-void emitType(const Model& model, const SignatureUses& uses, const Interface& each, Text out) {
+void emitType(const Model& model, const Interface& each, Text out) {
     fmt::format_to(out, "// {}\n\nnamespace {{\n\n", each.stem());
     for (const Method& method : each.methods) {
-        emitThunk(model, uses, each, method, out);
+        emitThunk(model, each, method, out);
     }
     fmt::format_to(out, "\nPyMethodDef {}_methods[] = {{\n", each.stem());
     if (!each.service) {
@@ -215,7 +200,7 @@ std::string emitRows(std::string_view type, const std::string& name, const std::
     return name;
 }
 
-std::string headerText(const Model& model, const SignatureUses& uses, const Header& header) {
+std::string headerText(const Model& model, const Header& header) {
     std::string text = openingLines("//", header.summary, header);
     const Text out = std::back_inserter(text);
     fmt::format_to(out,
@@ -224,7 +209,7 @@ std::string headerText(const Model& model, const SignatureUses& uses, const Head
                    header.name);
     for (const Interface& each : header.interfaces) {
         if (each.wrapped) {
-            emitType(model, uses, each, out);
+            emitType(model, each, out);
         }
     }
     fmt::format_to(out, "namespace {{\n\n");
@@ -272,9 +257,8 @@ std::string listText(const Model& model) {
 }  // namespace
 
 void emitWrap(const Model& model, Output& output) {
-    const SignatureUses uses(model);
     for (const Header& header : model.headers) {
-        output.write(header.name + ".cpp", headerText(model, uses, header));
+        output.write(header.name + ".cpp", headerText(model, header));
     }
     output.write("types.h", typesText(model));
     output.write("headers.cpp", listText(model));

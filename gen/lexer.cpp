@@ -177,7 +177,7 @@ private:
 
     void mark() {
         const char c = peek();
-        if (std::string_view("[](){}<>,;=").find(c) == std::string_view::npos) {
+        if (std::string_view("[](){}<>,;=*").find(c) == std::string_view::npos) {
             const bool printable = std::isprint(static_cast<unsigned char>(c)) != 0;
             m_errors.error(here(), printable ? fmt::format("'{}'", c) : fmt::format("byte 0x{:02X}", uint8_t(c)),
                            c == '\t' ? "blanks for indentation" : "a name, a number, a text or punctuation");

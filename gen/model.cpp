@@ -26,9 +26,28 @@ std::vector<const Parameter*> select(const std::vector<Parameter>& all, bool out
 
 }  // namespace
 
+bool isDigits(const std::string& factor) {
+    return std::all_of(factor.begin(), factor.end(), [](unsigned char c) { return std::isdigit(c); });
+}
+
 std::vector<const Parameter*> Method::inputs() const { return select(parameters, false); }
 
 std::vector<const Parameter*> Method::outputs() const { return select(parameters, true); }
+
+Length Method::lengthOf(const Parameter& array) const {
+    Length length;
+    length.fixed = array.type.length.empty() ? 0 : 1;
+    const auto all = inputs();
+    for (const std::string& factor : array.type.length) {
+        if (isDigits(factor)) {
+            length.fixed *= std::stoull(factor);
+        } else {
+            const auto named = std::find_if(all.begin(), all.end(), [&](const Parameter* each) { return each->name == factor; });
+            length.inputs.push_back(static_cast<size_t>(named - all.begin()));
+        }
+    }
+    return length;
+}
 
 bool Guid::wellFormed() const {
     constexpr std::string_view shape = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";

@@ -14,10 +14,13 @@
 
 namespace kzgen {
 
+// Whether a factor of an array's length is a number rather than an input's name.
+[[nodiscard]] bool isDigits(const std::string& factor);
+
 struct Type {
     Kind kind = Kind::Void;
     std::string name;    // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
-    std::string length;  // of an array: a number or the name of an earlier input, or nothing
+    std::vector<std::string> length;  // of an array, its factors: numbers and names of inputs; empty when unknown
     Place at;
 };
 
@@ -31,6 +34,12 @@ struct Parameter {
 // What an adapter's method does instead of calling Python.
 enum class Inert { No, NotImplemented, Zero, Nothing };
 
+// How many elements an array input has: a fixed factor, 0 when nobody says, times the inputs at these places.
+struct Length {
+    uint64_t fixed = 0;
+    std::vector<size_t> inputs;
+};
+
 struct Method {
     Type returns;
     std::string name;
@@ -42,6 +51,7 @@ struct Method {
 
     [[nodiscard]] bool returnsPlainValue() const { return returns.kind != Kind::Result && returns.kind != Kind::Void; }
     [[nodiscard]] std::vector<const Parameter*> inputs() const;
+    [[nodiscard]] Length lengthOf(const Parameter& array) const;
     [[nodiscard]] std::vector<const Parameter*> outputs() const;
 };
 

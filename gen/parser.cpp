@@ -181,7 +181,9 @@ private:
         made.at = name.at;
         const bool array = m_tokens.accept("[");
         if (array && !m_tokens.accept("]")) {
-            made.length = arrayLength();
+            do {
+                made.length.push_back(arrayFactor());
+            } while (m_tokens.accept("*"));
             m_tokens.expect("]");
         }
         const KindInfo* row = array ? findArrayKind(name.text) : findKind(name.text);
@@ -197,7 +199,7 @@ private:
         return made;
     }
 
-    std::string arrayLength() {
+    std::string arrayFactor() {
         if (m_tokens.peek().kind == TokenKind::Number) {
             return m_tokens.take().text;
         }

@@ -59,6 +59,7 @@ MainInterpreter* PythonRuntime::interpreter() {
     if (m_state != notStarted) return m_state == started ? m_interpreter.get() : nullptr;
     m_state = started;
     m_kzuObject = nullptr;
+    m_kzuObjectNames = nullptr;
     m_failure = KZe_STARTUP;  // until the last step is done
     m_interpreter = std::make_unique<MainInterpreter>();
     StartAttempt attempt(m_interpreter);
@@ -105,6 +106,12 @@ PyObject* PythonRuntime::kzuObject() {
     m_kzuObject = PyImport_AddModule("kzu.object");
     Py_XINCREF(m_kzuObject);  // for the life of the interpreter: a script may take it from sys.modules
     return m_kzuObject;
+}
+
+PyObject* PythonRuntime::findKzuObjectNames() {
+    PyObject* module = kzuObject();
+    if (module != nullptr) m_kzuObjectNames = PyModule_GetDict(module);
+    return m_kzuObjectNames;
 }
 
 void PythonRuntime::importServers() {

@@ -30,6 +30,8 @@ public:
 
     // The SDK's support module; an empty module of that name when it cannot be imported. Borrowed.
     PyObject* kzuObject();
+    // Its names; null when there is no such module. Borrowed.
+    PyObject* kzuObjectNames() { return m_kzuObjectNames != nullptr ? m_kzuObjectNames : findKzuObjectNames(); }
     // Runs "import kzserv\n" under the main thread state.
     void importServers();
 
@@ -45,12 +47,14 @@ public:
     static void leave() noexcept;
 
 private:
+    PyObject* findKzuObjectNames();
     static void closeGate() noexcept;
 
     std::atomic<State> m_state{notStarted};
     std::unique_ptr<MainInterpreter> m_interpreter;
     PyThreadState* m_mainThread = nullptr;
     PyObject* m_kzuObject = nullptr;
+    PyObject* m_kzuObjectNames = nullptr;
     std::string m_progress;
     KzResult m_failure = 0;
 };

@@ -51,10 +51,10 @@ PyObject* CArguments::makeView(char element, const KzWord*& word) noexcept {
     const std::int64_t elements = (word++)->integer;
     const StorageType* type = element != '*' ? kzFindStorageType(element) : nullptr;
     if (type != nullptr && elements >= 0) return kzNewStorageView(memory, static_cast<std::size_t>(elements), element);
-    // Nobody here knows how far the memory reaches: the method says so by setting the size.
+    // The method says what is in raw bytes, and where nobody here knows how far the memory reaches it says that, too.
     PyObject* view = kzNewStorageView(memory, 0, '\0');
     if (view != nullptr && memory != nullptr) {
-        kzStorageBuffer(view).refer(memory, SIZE_MAX, type, 0);
+        kzStorageBuffer(view).refer(memory, elements >= 0 ? static_cast<std::size_t>(elements) : SIZE_MAX, type, 0);
         kzStorageBuffer(view).setWritable(true);  // the host may want it filled: an image's line, a pixel
     }
     return view;

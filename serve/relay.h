@@ -12,7 +12,7 @@ using PyObject = struct _object;
 // One forwarded operation. The signature says how the words are to be read:
 //   first   r  the operation returns a result code     v  nothing, or a plain value, which is its first output
 //   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, V three doubles, v three floats,
-//           A and a storage letter (* for untyped)  a buffer of the host and, in a second word, its length in elements,
+//           A and a storage letter (* for raw bytes)  a buffer of the host and, in a second word, its length in elements,
 //           which is -1 when only the method knows
 //   :       the outputs: i I n b f d z O p, T  a text buffer and, in a second word, its size, V and v with a digit
 struct KzForwardedMethod {
@@ -31,6 +31,17 @@ union KzWord {
     KzWord(double value) noexcept : real(value) {}
     KzWord(const void* value) noexcept : pointer(value) {}
 };
+
+// The length of an array, from its factors; 0 where one of them is negative, and the most there is where it is more.
+template <std::integral... Factors> constexpr std::int64_t kzLength(Factors... factors) noexcept {
+    std::int64_t length = 1;
+    const auto multiply = [&length](std::int64_t factor) {
+        if (factor < 0) factor = 0;
+        if (__builtin_mul_overflow(length, factor, &length)) length = INT64_MAX;
+    };
+    (multiply(static_cast<std::int64_t>(factors)), ...);
+    return length;
+}
 
 // The most inputs, and the most outputs, of any operation; the generator refuses more.
 inline constexpr int kzMostInputs = 16;

@@ -8,6 +8,8 @@ build_quietly release
 shopt -s nullglob
 programs=("$root"/build/release/bench/bench_*)
 [ ${#programs[@]} -gt 0 ] || die "the build made no benchmark"
+failed=0
 for program in "${programs[@]}"; do
-    if [ -f "$program" ] && [ -x "$program" ]; then "$program" "$@"; fi
+    if [ -f "$program" ] && [ -x "$program" ]; then "$program" "$@" || failed=1; fi
 done
+[ $failed -eq 0 ] || die "a target was missed, or a benchmark failed"

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "wrap/marshal_kinds.h"
-#include "wrap/marshal_rows.h"
 #include "wrap/result_codes.h"
 
+#include <array>
 #include <bit>
 
 namespace kz_marshal {
@@ -18,21 +18,8 @@ template <class... Parameters> struct Frame {
 
     static constexpr std::size_t inputs = (std::size_t(0) + ... + (Parameters::isInput ? 1 : 0));
     static constexpr std::size_t outputs = sizeof...(Parameters) - inputs;
-    static constexpr bool hasText = [] {
-        bool found = false;
-        ((found = found ||
-                  [] {
-                      if constexpr (Parameters::isInput) return false;
-                      else return Parameters::isText;
-                  }()),
-         ...);
-        return found;
-    }();
-
-    template <class Visit> void eachInput(Visit&& visit) {
-        [&]<std::size_t... index>(std::index_sequence<index...>) { (visit(std::get<index>(parameters), index), ...); }
-        (std::make_index_sequence<inputs>());
-    }
+    static constexpr bool converts = (false || ... || Parameters::converts);
+    static constexpr bool hasText = (false || ... || Parameters::isText);
 
     bool fast(PyObject* args) noexcept {
         if (PyTuple_GET_SIZE(args) != static_cast<Py_ssize_t>(inputs)) return false;
@@ -53,7 +40,8 @@ template <class... Parameters> struct Frame {
     KzResult convert() noexcept {
         KzResult code = KZe_OK;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
-            static_cast<void>((... && kzSucceeded(code = std::get<index>(parameters).convert())));
+            static_cast<void>((... && kzSucceeded(code = std::get<index>(parameters).convert())) &&
+                              (... && kzSucceeded(code = std::get<index>(parameters).measure(parameters))));
         }
         (std::make_index_sequence<inputs>());
         return code;
@@ -118,69 +106,51 @@ template <class Value> PyObject* makeReturned(Value value, Types& types) noexcep
     else return makeValue<Value>(value);
 }
 
-// One for each signature: `Returned` is void, KzResult (with isResult) or the plain value's type.
-template <bool isResult, class... Parameters, class Method>
-[[gnu::noinline]] PyObject* marshal(IKzUnknown* const* place, PyObject* args, Method method, Types types) noexcept {
-    kzSetQuiet(false);
-    if (*place == nullptr) return kzRaise(KZe_NOINTERFACE);
-    Frame<Parameters...> frame;
-    if (!frame.fast(args) && !frame.parse(args)) return nullptr;
-    if (const KzResult code = frame.convert(); kzFailed(code)) return kzRaise(code);
-    // Read again: converting an argument runs code that may have made the wrapper hold something else, or nothing.
-    IKzUnknown* object = *place;
-    if (object == nullptr) return kzRaise(KZe_NOINTERFACE);
-    if constexpr (isResult) {
-        KzResult code = frame.call(object, method);
-        if constexpr (Frame<Parameters...>::hasText)
-            while (code == KZe_SHORTBUFFER && frame.growTexts()) code = frame.call(object, method);
-        kzSetLastResult(code);
-        if (kzFailed(code)) return kzRaise(code);
-        return frame.template makeResult<false>(nullptr, types);
-    } else if constexpr (std::is_void_v<decltype(frame.call(object, method))>) {
-        frame.call(object, method);
-        return frame.template makeResult<false>(nullptr, types);
-    } else {
-        PyObject* first = makeReturned(frame.call(object, method), types);
-        return frame.template makeResult<true>(first, types);
-    }
+// What a thunk passes of its method: every method is virtual, so its place in the interface's table says it all.
+template <class Method> std::intptr_t slotOf(Method method) noexcept {
+    static_assert(sizeof(Method) == 2 * sizeof(std::intptr_t));
+    return std::bit_cast<std::array<std::intptr_t, 2>>(method)[0];
+}
+template <class Method> Method methodAt(std::intptr_t slot) noexcept {
+    if ((slot & 1) == 0) __builtin_unreachable();  // would be a function's address
+    return std::bit_cast<Method>(std::array<std::intptr_t, 2>{slot, 0});
 }
 
-// The same signature as a row, for marshalRows.
-template <bool isResult, class Method, class... Parameters> struct Row {
-    static constexpr std::size_t count = sizeof...(Parameters);
-    static constexpr std::size_t inputs = Frame<Parameters...>::inputs;
-    static_assert(count <= mostParameters && (0 + ... + operations<Parameters>.size) <= frameSize);
-
-    static KzResult call(IKzUnknown* object, AnyMethod any, [[maybe_unused]] void* const* places,
-                         [[maybe_unused]] PyObject** first, [[maybe_unused]] Types& types) {
-        const auto method = std::bit_cast<Method>(any);
-        const auto perform = [&]<std::size_t... index>(std::index_sequence<index...>) {
-            return std::apply([&](auto... values) { return (object->*method)(values...); },
-                              std::tuple_cat(at<Parameters>(places[index]).pass()...));
-        };
-        using Value = decltype(perform(std::make_index_sequence<count>()));
-        if constexpr (isResult) {
-            return perform(std::make_index_sequence<count>());
+// One for each signature. It is kept whole, so that all units of the build share a single copy; `types` is there where
+// objects are returned.
+template <bool isResult, class Method, class... Parameters, class... TypeList>
+[[gnu::noipa]] PyObject* marshal(IKzUnknown* const* place, PyObject* args, std::intptr_t slot,
+                                 TypeList... typeList) noexcept {
+    kzSetQuiet(false);
+    Frame<Parameters...> frame;
+    KzResult code = KZe_NOINTERFACE;
+    if (*place != nullptr) {
+        if (!frame.fast(args) && !frame.parse(args)) return nullptr;
+        code = frame.convert();
+    }
+    if (!kzFailed(code)) [[likely]] {
+        Types types = nullptr;
+        ((types = typeList), ...);
+        // Read again: reading an argument may run code that makes the wrapper hold something else, or nothing.
+        IKzUnknown* object = *place;
+        if (object == nullptr) {
+            code = KZe_NOINTERFACE;
+        } else if constexpr (isResult) {
+            do code = frame.call(object, methodAt<Method>(slot));
+            while (Frame<Parameters...>::hasText && code == KZe_SHORTBUFFER && frame.growTexts());
+            kzSetLastResult(code);
+            if (!kzFailed(code)) [[likely]]
+                return frame.template makeResult<false>(nullptr, types);
+        } else if constexpr (std::is_void_v<decltype(frame.call(object, methodAt<Method>(slot)))>) {
+            frame.call(object, methodAt<Method>(slot));
+            return frame.template makeResult<false>(nullptr, types);
         } else {
-            if constexpr (std::is_void_v<Value>) perform(std::make_index_sequence<count>());
-            else *first = makeReturned(perform(std::make_index_sequence<count>()), types);
-            return KZe_OK;
+            PyObject* first = makeReturned(frame.call(object, methodAt<Method>(slot)), types);
+            return frame.template makeResult<true>(first, types);
         }
     }
-    template <class Returned, class... Arguments>
-    static constexpr bool returnsValue(Returned (IKzUnknown::*)(Arguments...)) {
-        return !isResult && !std::is_void_v<Returned>;
-    }
-    static constexpr const KindOperations* kinds[count + 1] = {&operations<Parameters>..., nullptr};
-    static constexpr std::array<char, inputs + 1> format = [] {
-        std::array<char, inputs + 1> letters{};
-        std::size_t at = 0;
-        ((operations<Parameters>.letter != 0 ? void(letters[at++] = operations<Parameters>.letter) : void()), ...);
-        return letters;
-    }();
-    static constexpr SignatureRow row = {
-        kinds, count, inputs, isResult, returnsValue(Method()), Frame<Parameters...>::hasText, format.data(), call};
-};
+    return kzRaise(code);
+}
 
 }  // namespace kz_marshal
 
@@ -192,20 +162,12 @@ template <KzHolder holder> IKzUnknown* const* kzPlaceOf(PyObject* self) noexcept
     else return &kzWrapper(self)->service;
 }
 
-// A signature that many methods share has a marshaller of its own; a rare one goes by its row. The generator counts.
 template <KzHolder holder, bool isResult, class... Parameters> struct KzCall {
-    template <class Interface, class Returned, class... Arguments>
-    static PyObject* common(PyObject* self, PyObject* args, Returned (Interface::*method)(Arguments...),
-                            kz_marshal::Types types = nullptr) noexcept {
-        return kz_marshal::marshal<isResult, Parameters...>(
-            kzPlaceOf<holder>(self), args, static_cast<Returned (IKzUnknown::*)(Arguments...)>(method), types);
-    }
-    template <class Interface, class Returned, class... Arguments>
-    static PyObject* rare(PyObject* self, PyObject* args, Returned (Interface::*method)(Arguments...),
-                          kz_marshal::Types types = nullptr) noexcept {
+    template <class Interface, class Returned, class... Arguments, class... TypeList>
+    static PyObject* call(PyObject* self, PyObject* args, Returned (Interface::*method)(Arguments...),
+                          TypeList... typeList) noexcept {
         using Method = Returned (IKzUnknown::*)(Arguments...);
-        return kz_marshal::marshalRows(kzPlaceOf<holder>(self), args,
-                                       kz_marshal::Row<isResult, Method, Parameters...>::row,
-                                       std::bit_cast<kz_marshal::AnyMethod>(static_cast<Method>(method)), types);
+        return kz_marshal::marshal<isResult, Method, Parameters...>(
+            kzPlaceOf<holder>(self), args, kz_marshal::slotOf(static_cast<Method>(method)), typeList...);
     }
 };

@@ -8,10 +8,32 @@
 
 #include "kz/guid.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 
 namespace {
+
+// Whether any of the bytes is zero. Most texts are too short for a library call to pay: they are read a word at a time,
+// and the last word once more where it laps over the one before.
+template <class Word> bool hasZeroWord(const char* bytes, std::size_t size) noexcept {
+    constexpr Word ones = static_cast<Word>(0x0101010101010101), highs = static_cast<Word>(ones << 7);
+    const auto zeroAt = [bytes](std::size_t at) {
+        Word word = 0;
+        std::memcpy(&word, bytes + at, sizeof word);
+        return ((word - ones) & ~word & highs) != 0;
+    };
+    for (std::size_t at = 0; at + sizeof(Word) < size; at += sizeof(Word))
+        if (zeroAt(at)) return true;
+    return zeroAt(size - sizeof(Word));
+}
+
+bool hasZero(const char* bytes, std::size_t size) noexcept {
+    if (size > 64) return std::memchr(bytes, '\0', size) != nullptr;
+    if (size >= sizeof(std::uint64_t)) return hasZeroWord<std::uint64_t>(bytes, size);
+    if (size >= sizeof(std::uint32_t)) return hasZeroWord<std::uint32_t>(bytes, size);
+    return std::find(bytes, bytes + size, '\0') != bytes + size;
+}
 
 bool toNumber(PyObject* object, double& number) noexcept {
     number = PyFloat_AsDouble(object);
@@ -97,6 +119,12 @@ void releaseAll(std::vector<PyObject*>& objects) noexcept {
 
 }  // namespace
 
+bool kzTakeText(PyObject* object, const char*& text) noexcept {
+    if (!PyString_CheckExact(object)) return object == Py_None;
+    text = PyString_AS_STRING(object);
+    return !hasZero(text, static_cast<std::size_t>(PyString_GET_SIZE(object)));
+}
+
 KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept {
     return readNumbers(sequence, numbers, count);
 }
@@ -169,6 +197,18 @@ KzResult CStoragePin::pin(PyObject* object) noexcept {
     m_storage = object;
     m_memory = kzPinStorage(object);
     return KZe_OK;
+}
+
+KzResult CStoragePin::holds(std::initializer_list<std::int64_t> factors) const noexcept {
+    if (m_memory == nullptr) return KZe_OK;
+    std::uint64_t needed = 1;
+    for (const std::int64_t factor : factors)
+        if (factor < 0) return KZe_OK;
+        else if (__builtin_mul_overflow(needed, static_cast<std::uint64_t>(factor), &needed)) needed = UINT64_MAX;
+    const std::uint64_t there = kzStorageBuffer(m_storage).readableBytes();
+    if (needed <= there) return KZe_OK;
+    PyErr_Format(PyExc_TypeError, "invalid argument: the storage has %lu bytes, the call needs %lu", there, needed);
+    return KZe_INVALIDARG;
 }
 
 CHintTable::~CHintTable() { releaseAll(m_texts); }

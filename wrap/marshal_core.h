@@ -7,9 +7,12 @@
 #include "kz/base/unknown.h"
 #include "kz/result.h"
 
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
+// The text of a plain str without zero bytes, null for None. False for anything else; sets no exception.
+bool kzTakeText(PyObject* object, const char*& text) noexcept;
 // A sequence of exactly `count` numbers. FAILED for another length; a Python exception stays set where one was raised.
 KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept;
 KzResult kzReadNumbers(PyObject* sequence, float* numbers, Py_ssize_t count) noexcept;
@@ -45,6 +48,9 @@ public:
     CStoragePin& operator=(const CStoragePin&) = delete;
     KzResult pin(PyObject* object) noexcept;
     void* memory() const noexcept { return m_memory; }
+    // INVALIDARG, with an exception set that tells the sizes, unless there are as many bytes as these factors make. None
+    // of them are needed where there is no memory, or where a factor is negative: that is for the method to refuse.
+    KzResult holds(std::initializer_list<std::int64_t> factors) const noexcept;
 
 private:
     PyObject* m_storage = nullptr;

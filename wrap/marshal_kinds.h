@@ -7,7 +7,6 @@
 #include "wrap/wrapper.h"
 
 #include <climits>
-#include <cstring>
 #include <tuple>
 
 namespace kz_marshal {
@@ -30,8 +29,11 @@ using Types = const KzWrapperType* const*;
 
 struct InputBase {
     static constexpr bool isInput = true;
+    static constexpr bool isText = false;
     static constexpr bool converts = false;
     KzResult convert() noexcept { return KZe_OK; }
+    // Once all are converted.
+    template <class Parameters> KzResult measure(const Parameters&) const noexcept { return KZe_OK; }
 };
 
 struct InInt : InputBase {
@@ -105,12 +107,7 @@ struct InFloat : InputBase {
 struct InString : InputBase {
     static constexpr char letter = 'z';
     const char* parsed = nullptr;
-    bool fast(PyObject* object) noexcept {
-        if (object == Py_None) return true;
-        if (!PyString_CheckExact(object)) return false;
-        parsed = PyString_AS_STRING(object);
-        return std::memchr(parsed, '\0', static_cast<std::size_t>(PyString_GET_SIZE(object))) == nullptr;
-    }
+    bool fast(PyObject* object) noexcept { return kzTakeText(object, parsed); }
     auto pass() noexcept { return std::tuple<const char*>(parsed); }
 };
 
@@ -130,7 +127,9 @@ struct InObject : ObjectInput {
     InObject() = default;
     InObject(const InObject&) = delete;
     InObject& operator=(const InObject&) = delete;
-    ~InObject() { kzGiveBack(object); }
+    ~InObject() {
+        if (object != nullptr) kzGiveBack(object);
+    }
     KzResult convert() noexcept { return kzObjectToInterface(parsed, true, &object); }
     auto pass() noexcept { return std::tuple<IKzUnknown*>(object); }
 };
@@ -161,9 +160,14 @@ struct InBounds : ObjectInput {
     auto pass() noexcept { return std::tuple<const KzBounds*>(&bounds); }
 };
 
-struct InArray : ObjectInput {
+// `bytes`, unless they are 0 because nobody says how many, times what the inputs at these places say.
+template <std::size_t bytes, std::size_t... counts> struct InArray : ObjectInput {
     CStoragePin storage;
     KzResult convert() noexcept { return storage.pin(parsed); }
+    template <class Parameters> KzResult measure(const Parameters& all) const noexcept {
+        if constexpr (bytes == 0) return KZe_OK;
+        else return storage.holds({static_cast<std::int64_t>(bytes), static_cast<std::int64_t>(std::get<counts>(all).parsed)...});
+    }
     auto pass() noexcept { return std::tuple<AnyPointer>(AnyPointer{storage.memory()}); }
 };
 
@@ -184,6 +188,7 @@ struct InBlocks : ObjectInput {
 struct OutputBase {
     static constexpr bool isInput = false;
     static constexpr bool isText = false;
+    static constexpr bool converts = false;
 };
 
 template <class Value> PyObject* makeValue(Value value) noexcept;
@@ -224,6 +229,7 @@ struct OutArray : OutPointer {
 struct OutText : OutputBase {
     static constexpr bool isText = true;
     CTextBuffer buffer;
+    OutText() noexcept {}  // not defaulted, which would fill the buffer with zeros first
     auto pass() noexcept { return std::tuple<char*, std::uint32_t>(buffer.data(), buffer.size()); }
     PyObject* make(Types&) noexcept { return buffer.make(); }
 };
@@ -233,7 +239,9 @@ struct OutObject : OutputBase {
     OutObject() = default;
     OutObject(const OutObject&) = delete;
     OutObject& operator=(const OutObject&) = delete;
-    ~OutObject() { kzGiveBack(object); }
+    ~OutObject() {
+        if (object != nullptr) kzGiveBack(object);
+    }
     auto pass() noexcept { return std::tuple<IKzUnknown**>(&object); }
     // One wrapper type stands in the list for each object output, null for one of any kind.
     PyObject* make(Types& types) noexcept { return kzNewReturned(*types++, std::exchange(object, nullptr)); }

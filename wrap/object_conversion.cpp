@@ -51,6 +51,10 @@ IKzUnknown* kzPeek(PyObject* object) {
 }
 
 KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** found) noexcept {
+    if (kzIsWrapper(object)) {  // most arguments are wrappers, and those that hold something need no more than this
+        *found = *kzWrapper(object)->localized->place();
+        if (*found != nullptr) return (*found)->AddRef(), KZe_OK;
+    }
     *found = nullptr;
     if (noneAllowed && (object == Py_None || isZero(object))) return KZe_OK;
     return kzBoundary([=] {
@@ -59,8 +63,7 @@ KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** fo
         else if (theServing.serve != nullptr && object != Py_None && !isZero(object)) known = theServing.serve(object);
         *found = known;
         if (known != nullptr) return KZe_OK;
-        if (PyErr_Occurred() == nullptr)
-            PyErr_SetString(PyExc_RuntimeError, "Object cannot be converted to interface");
+        if (PyErr_Occurred() == nullptr) PyErr_SetString(PyExc_RuntimeError, "Object cannot be converted to interface");
         return KZe_NOTFOUND;
     });
 }
@@ -109,8 +112,7 @@ PyObject* kzWrapperHash(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
     // Objects are aligned: the low four bits of their addresses say nothing.
-    return PyLong_FromUnsignedLongLong(
-        std::rotr(std::bit_cast<std::uint64_t>(kzWrapper(self)->localized->raw()), 4));
+    return PyLong_FromUnsignedLongLong(std::rotr(std::bit_cast<std::uint64_t>(kzWrapper(self)->localized->raw()), 4));
 }
 
 PyObject* kzWrapperPeek(PyObject* self, PyObject* args) {

@@ -21,11 +21,11 @@ void kzForgetResultNames() noexcept;
 bool kzIsSilent(KzResult code) noexcept;
 
 // The code of the most recent host call that a wrapper method made.
-extern KzResult kzLastResultCode;
+[[gnu::visibility("hidden")]] extern KzResult kzLastResultCode;
 inline void kzSetLastResult(KzResult code) noexcept { kzLastResultCode = code; }
 
 // Set: the next conversion of a pending exception to a code is not reported.
-extern bool kzQuietFlag;
+[[gnu::visibility("hidden")]] extern bool kzQuietFlag;
 inline void kzSetQuiet(bool quiet) noexcept { kzQuietFlag = quiet; }
 
 // Makes a failure code the pending Python exception, unless one is pending already. Always null, so that a

@@ -5,6 +5,7 @@
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
+#include "wrap/marshal_core.h"
 #include "wrap/result_codes.h"
 
 #include "kz/base/global_cache.h"
@@ -19,15 +20,30 @@ namespace {
 std::unordered_map<std::string_view, KzWrapperType*> theTypes;
 std::vector<IKzUnknown*> theKept;  // let go of while a host call was under way
 
-PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
+// A wrapper that the module itself makes has its localized wrapper right behind it, in the same piece of memory.
+struct WholeWrapper {
+    KzWrapper wrapper;
+    alignas(CKzLoc_Unknown) std::byte localized[sizeof(CKzLoc_Unknown)];
+};
 
-void objectDealloc(PyObject* self) {
-    {
-        const CPendingException keep;
-        delete std::exchange(kzWrapper(self)->localized, nullptr);
+// Memory of such wrappers that are gone, for the next ones: most live no longer than a call.
+class CSpareWrappers {
+public:
+    void* take() noexcept { return m_count != 0 ? m_spare[--m_count] : PyObject_Malloc(sizeof(WholeWrapper)); }
+    void giveBack(void* memory) noexcept {
+        if (m_count < std::size(m_spare)) m_spare[m_count++] = memory;
+        else PyObject_Free(memory);
     }
-    Py_TYPE(self)->tp_free(self);
-}
+    void drop() noexcept {
+        while (m_count != 0) PyObject_Free(m_spare[--m_count]);
+    }
+
+private:
+    void* m_spare[32];
+    std::size_t m_count = 0;
+} theSpare;
+
+PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
 
 void serviceDealloc(PyObject* self) {
     if (IKzUnknown* service = std::exchange(kzWrapper(self)->service, nullptr)) {
@@ -51,7 +67,8 @@ const KzWrapperType& rowOf(PyTypeObject* type) {
 PyObject* objectNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
     return kzPythonEntry([type]() -> PyObject* {
         CPyRefNull self(kzNonNull(type->tp_alloc(type, 0)));
-        kzWrapper(self)->localized = rowOf(type).make();
+        void* memory = kzNonNull(PyObject_Malloc(sizeof(CKzLoc_Unknown)), KZe_OUTOFMEMORY);
+        kzWrapper(self)->localized = rowOf(type).make(memory);
         return self.release();
     });
 }
@@ -89,9 +106,18 @@ PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/)
 
 // The class that the SDK's support module has for the type's name; null when there is none. Borrowed.
 PyObject* supportClass(const KzWrapperType& type) noexcept {
-    PyObject* module = PythonRuntime::current()->kzuObject();
-    PyObject* found = module != nullptr ? PyDict_GetItem(PyModule_GetDict(module), type.nameObject) : nullptr;
+    PyObject* names = PythonRuntime::current()->kzuObjectNames();
+    PyObject* found = names != nullptr ? PyDict_GetItem(names, type.nameObject) : nullptr;
     return found != nullptr && (PyType_Check(found) || PyClass_Check(found)) ? found : nullptr;
+}
+
+// The object by the type's interface, null when it has none; the given reference is consumed.
+IKzUnknown* interfaceOf(const KzWrapperType& type, IKzUnknown* taken) noexcept {
+    if (taken == nullptr || &type == &kzUnknownType) return taken;
+    void* found = nullptr;
+    if (kzFailed(taken->QueryInterface(type.iid, &found))) found = nullptr;
+    taken->Release();
+    return static_cast<IKzUnknown*>(found);
 }
 
 void readyType(PyObject* submodule, KzWrapperType& row) {
@@ -112,6 +138,18 @@ void readyType(PyObject* submodule, KzWrapperType& row) {
 }
 
 }  // namespace
+
+void kzDeallocObject(PyObject* self) {
+    auto* whole = reinterpret_cast<WholeWrapper*>(self);
+    CKzLocalizedObject* localized = std::exchange(whole->wrapper.localized, nullptr);
+    if (localized != nullptr) {
+        const CPendingException keep;
+        localized->~CKzLocalizedObject();
+    }
+    if (static_cast<void*>(localized) == whole->localized) return theSpare.giveBack(whole);
+    PyObject_Free(localized);
+    Py_TYPE(self)->tp_free(self);
+}
 
 void kzKeepHeld(CKzLocalizedObject& wrapper) {
     if (!CPyLock::isInsideHostCall() || !wrapper) return;
@@ -134,7 +172,7 @@ void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& 
 }
 
 void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row) {
-    row.type.tp_dealloc = objectDealloc;
+    row.type.tp_dealloc = kzDeallocObject;
     row.type.tp_new = objectNew;
     row.type.tp_init = objectInit;
     readyType(submodule, row);
@@ -152,11 +190,9 @@ const KzWrapperType* kzFindType(const char* name) noexcept {
     return found == theTypes.end() ? nullptr : found->second;
 }
 
-void kzForgetTypes() noexcept { theTypes.clear(); }
-
-bool kzIsWrapper(PyObject* object) noexcept {
-    // Only registered object types have this deallocator themselves; a Python subclass has the interpreter's.
-    return Py_TYPE(object)->tp_dealloc == objectDealloc;
+void kzForgetTypes() noexcept {
+    theTypes.clear();
+    theSpare.drop();
 }
 
 CKzLocalizedObject& kzCheckWrapper(PyObject* object) {
@@ -171,14 +207,17 @@ void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object) {
 }
 
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept {
-    auto* pyType = const_cast<PyTypeObject*>(&type.type);
-    PyObject* made = objectNew(pyType, nullptr, nullptr);
+    auto* made = static_cast<WholeWrapper*>(theSpare.take());
     if (made == nullptr) {
-        if (taken != nullptr) taken->Release();
-        return nullptr;
+        kzGiveBack(taken);
+        return PyErr_NoMemory();
     }
-    if (kzWrapper(made)->localized->take(taken)) return made;
-    Py_DECREF(made);
+    auto* object = reinterpret_cast<PyObject*>(made);
+    static_cast<void>(PyObject_INIT(object, const_cast<PyTypeObject*>(&type.type)));
+    made->wrapper.localized = type.make(made->localized);
+    made->wrapper.localized->hold(interfaceOf(type, taken));
+    if (*made->wrapper.localized) return object;
+    Py_DECREF(object);
     return kzRaise(KZe_NOINTERFACE);
 }
 

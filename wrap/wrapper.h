@@ -11,7 +11,7 @@ struct KzWrapperType {
     PyTypeObject type;
     const char* name;
     const KzGuid* iid;
-    CKzLocalizedObject* (*make)();  // an empty localized wrapper; null for a service type
+    CKzLocalizedObject* (*make)(void* memory) noexcept;  // an empty localized wrapper; null for a service type
     PyMethodDef* methods;
     const char* doc;
     PyObject* nameObject = nullptr;  // the name for lookups, from the type's registration on
@@ -28,7 +28,11 @@ struct KzWrapper {
 
 inline KzWrapper* kzWrapper(PyObject* object) noexcept { return reinterpret_cast<KzWrapper*>(object); }
 
-template <class Localized> CKzLocalizedObject* kzMakeLocalized() { return new Localized(); }
+// All localized wrappers are of one size, whatever the interface.
+template <class Localized> CKzLocalizedObject* kzMakeLocalized(void* memory) noexcept {
+    static_assert(sizeof(Localized) == sizeof(CKzLoc_Unknown));
+    return new (memory) Localized();
+}
 
 // Readies a type and adds it to its submodule under its bare name; an object type also becomes known to the registry.
 // Throws FAILED.
@@ -42,7 +46,11 @@ const KzWrapperType* kzFindType(const char* name) noexcept;
 extern KzWrapperType kzUnknownType;
 
 // Whether the object's very type is a registered object type; an instance of a Python subclass is not.
-bool kzIsWrapper(PyObject* object) noexcept;
+[[gnu::visibility("hidden")]] void kzDeallocObject(PyObject* self);
+inline bool kzIsWrapper(PyObject* object) noexcept {
+    // Only registered object types have this deallocator themselves; a Python subclass has the interpreter's.
+    return Py_TYPE(object)->tp_dealloc == kzDeallocObject;
+}
 // The localized wrapper of a wrapper; otherwise sets RuntimeError "Object of invalid type" and throws NOTFOUND.
 CKzLocalizedObject& kzCheckWrapper(PyObject* object);
 // Makes a wrapper consume a reference; throws NOINTERFACE when it then holds nothing.

@@ -27,7 +27,7 @@ class Pixels(kzifc.Image):
     def img_GetPixel(self, x, y, format, pixel):
         self._put(pixel, format, self.lines[y][x:x + 1])
 
-    def img_GetLine(self, y, format, line):
+    def img_GetLine(self, y, format, size, line):
         self._put(line, format, self.lines[y])
 
     def _put(self, memory, format, values):
@@ -63,7 +63,7 @@ class Saver(kzifc.Saver):
         with open(path, 'wb') as stream:
             stream.write('%s %d %d\n' % (MARK, width, height))
             for y in range(height):
-                image.GetLine(y, GREY, line)
+                image.GetLine(y, GREY, width, line)
                 stream.write(' '.join('%d' % value for value in line.get()) + '\n')
 
 

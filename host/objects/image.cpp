@@ -40,6 +40,10 @@ std::byte* CImage::at(std::int32_t x, std::int32_t y) {
     return m_bytes.data() + place * m_format.bytes();
 }
 
+std::uint32_t CImage::lineBytes(std::uint32_t format) const {
+    return static_cast<std::uint32_t>(m_width) * static_cast<std::uint32_t>(knownFormat(format).bytes());
+}
+
 KzResult CImage::img_Size(std::int32_t* width, std::int32_t* height) {
     *width = m_width;
     *height = m_height;
@@ -52,8 +56,8 @@ KzResult CImage::img_GetPixel(std::int32_t x, std::int32_t y, std::uint32_t form
     return KZe_OK;
 }
 
-KzResult CImage::img_GetLine(std::int32_t y, std::uint32_t format, void* line) {
-    if (line == nullptr) return KZe_INVALIDARG;
+KzResult CImage::img_GetLine(std::int32_t y, std::uint32_t format, std::uint32_t size, void* line) {
+    if (line == nullptr || size < lineBytes(format)) return KZe_INVALIDARG;
     kzConvertPixels(m_format, at(0, y), knownFormat(format), static_cast<std::byte*>(line),
                     static_cast<std::size_t>(m_width));
     return KZe_OK;
@@ -70,8 +74,8 @@ KzResult CImage::imgw_SetPixel(std::int32_t x, std::int32_t y, std::uint32_t for
     return KZe_OK;
 }
 
-KzResult CImage::imgw_SetLine(std::int32_t y, std::uint32_t format, void* line) {
-    if (line == nullptr) return KZe_INVALIDARG;
+KzResult CImage::imgw_SetLine(std::int32_t y, std::uint32_t format, std::uint32_t size, void* line) {
+    if (line == nullptr || size < lineBytes(format)) return KZe_INVALIDARG;
     kzConvertPixels(knownFormat(format), static_cast<const std::byte*>(line), m_format, at(0, y),
                     static_cast<std::size_t>(m_width));
     return KZe_OK;
@@ -96,7 +100,7 @@ namespace {
 // Lines where the image has them, otherwise pixel by pixel.
 KzResult copyLine(IKzImage& source, CImage& target, std::int32_t y) {
     const std::uint32_t format = target.format().code;
-    const KzResult code = source.GetLine(y, format, target.at(0, y));
+    const KzResult code = source.GetLine(y, format, target.lineBytes(format), target.at(0, y));
     if (code != KZe_NOTIMPL) return code;
     for (std::int32_t x = 0; x < target.width(); ++x)
         if (const KzResult failed = source.GetPixel(x, y, format, target.at(x, y)); kzFailed(failed)) return failed;

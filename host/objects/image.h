@@ -17,17 +17,19 @@ public:
     KzResult img_Size(std::int32_t* width, std::int32_t* height) override;
     std::uint32_t img_Format() override { return m_format.code; }
     KzResult img_GetPixel(std::int32_t x, std::int32_t y, std::uint32_t format, void* pixel) override;
-    KzResult img_GetLine(std::int32_t y, std::uint32_t format, void* line) override;
+    KzResult img_GetLine(std::int32_t y, std::uint32_t format, std::uint32_t size, void* line) override;
 
     KzResult imgw_SetSize(std::int32_t width, std::int32_t height, std::uint32_t format) override;
     KzResult imgw_SetPixel(std::int32_t x, std::int32_t y, std::uint32_t format, void* pixel) override;
-    KzResult imgw_SetLine(std::int32_t y, std::uint32_t format, void* line) override;
+    KzResult imgw_SetLine(std::int32_t y, std::uint32_t format, std::uint32_t size, void* line) override;
     KzResult imgw_SetAspect(double aspect) override;
     KzResult imgw_Fill(const KzFVector3* color, double alpha) override;
 
     std::int32_t width() const { return m_width; }
     std::int32_t height() const { return m_height; }
     const PixelFormat& format() const { return m_format; }
+    // What a line takes in any format; throws NOTSUPPORTED for an unknown one.
+    std::uint32_t lineBytes(std::uint32_t format) const;
     // Where a pixel begins; throws OUTOFBOUNDS.
     std::byte* at(std::int32_t x, std::int32_t y);
 

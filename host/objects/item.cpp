@@ -5,6 +5,7 @@
 
 #include "kz/scene_graph.h"
 
+#include <algorithm>
 #include <cctype>
 
 CHostPolymorph<CItem>& CItem::polymorph() {
@@ -69,10 +70,8 @@ KzResult CItem::item_TypeName(const char** type) {
     return KZe_OK;
 }
 
-bool CItem::item_TestTypes(std::int32_t* types) {
-    for (; types != nullptr && *types != KZiITYPE_NONE; ++types)
-        if (item_TestType(*types)) return true;
-    return false;
+bool CItem::item_TestTypes(std::uint32_t count, std::int32_t* types) {
+    return types != nullptr && std::any_of(types, types + count, [this](std::int32_t type) { return item_TestType(type); });
 }
 
 KzResult CItem::item_Scene(IKzUnknown** scene) { return this->scene().self().give(scene); }

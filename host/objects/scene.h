@@ -63,7 +63,7 @@ public:
     std::int32_t item_Type() override { return m_type.number; }
     KzResult item_TypeName(const char** type) override;
     bool item_TestType(std::int32_t type) override { return kzIsItemType(m_type.number, type); }
-    bool item_TestTypes(std::int32_t* types) override;
+    bool item_TestTypes(std::uint32_t count, std::int32_t* types) override;
     bool item_IsValid() override { return m_scene != nullptr; }
     KzResult item_Scene(IKzUnknown** scene) override;
     KzResult item_HomeScene(IKzUnknown** scene) override { return item_Scene(scene); }

@@ -126,9 +126,9 @@ TEST(Diagnostics, Methods) {
         {interfaceOf("  void A(object<J> a);\n"), "6:10 object<J> | the name of an interface (did you mean 'I'?)"},
         {interfaceOf("  void A(int<I> a);\n"), "6:10 'int<' | 'object<' or 'pointer<'"},
         {interfaceOf("  void A(float[n] a, int n, float[0] b, float[f] c, float f, out float[3] d);\n"),
-         "6:10 length 'n' | a number above 0 or an earlier integer input\n"
-         "6:29 length '0' | a number above 0 or an earlier integer input\n"
-         "6:41 length 'f' | a number above 0 or an earlier integer input\n"
+         "6:10 length 'n' | a number above 0 or an integer input\n"
+         "6:29 length '0' | a number above 0 or an integer input\n"
+         "6:41 length 'f' | a number above 0 or an integer input\n"
          "6:66 length '3' of an output | '[]'"},
         {interfaceOf("  void delete(int class);\n  void print();\n"),
          "6:8 method 'delete' | a name that neither language keeps for itself\n"

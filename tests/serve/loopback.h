@@ -27,7 +27,7 @@ struct LoopbackRow {
     const char* interfaceName;
     const char* name;       // of the Python method; empty when the operation never reaches Python
     const char* signature;  // the relay's, or for an operation that never reaches Python what it answers
-    const char* lengths;    // of its array inputs: a number, -1 when unknown, or @ and the input that says it
+    const char* lengths;    // of its array inputs: -1 when unknown, or a factor and, each after an @, inputs
     LoopbackMethod method;
     LoopbackCaller caller;
     bool returnsSomething;

@@ -147,8 +147,10 @@ private:
     void fillLengths() {
         std::istringstream lengths(m_row.lengths);
         for (std::string length; lengths >> length;) {
-            std::int64_t elements =
-                length[0] == '@' ? m_inputs[std::stoul(length.substr(1))].integer : std::stol(length);
+            std::istringstream factors(length);
+            std::int64_t elements = 0;
+            factors >> elements;
+            for (std::size_t place = 0; factors.ignore() && factors >> place;) elements *= m_inputs[place].integer;
             if (elements < 0) elements = typed() ? 2 : 0;
             m_seen.replace(m_seen.find('?'), 1, std::to_string(elements));
         }

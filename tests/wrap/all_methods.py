@@ -33,7 +33,7 @@ class Method(object):
     """One method of one wrapper, with what the description says of it."""
 
     def __init__(self, stem, wrapper, where, row):
-        self.name, self.returns, self.inputs, self.outputs = row
+        self.name, self.returns, self.inputs, self.outputs, self.lengths = row
         self.label = stem + '.' + self.name
         self.wrapper, self.where = wrapper, where
         self.hasCode = self.returns == 'result'
@@ -46,6 +46,9 @@ class Method(object):
 
     def arguments(self):
         pairs = [values.argument(kind) for kind, _ in self.inputs]
+        for _, counting in self.lengths.values():
+            for place in counting:
+                pairs[place] = 2, 2  # no more than any storage has
         return [given for given, _ in pairs], [seen for _, seen in pairs]
 
     def lay_out(self, code):
@@ -107,6 +110,10 @@ class Method(object):
         for at, (kind, name) in enumerate(self.inputs):
             for bad, error in values.wrong(kind):
                 self.expect_error('%s %s = %r' % (kind, name, bad), self.call(good[:at] + [bad] + good[at + 1:]), error)
+        for at, (fixed, counting) in self.lengths.items():
+            storage, bytes = values.short_storage(self.inputs[at][0], fixed * 2 ** len(counting))
+            text = 'invalid argument: the storage has %d bytes, the call needs %d' % bytes
+            self.expect_error('a short storage', self.call(good[:at] + [storage] + good[at + 1:]), (TypeError, text))
         for code, kind, text in CODES if self.hasCode else ():
             self.lay_out(code)
             self.expect_error('code %#x' % code, self.call(good), (kind, text), called=True)

@@ -90,9 +90,16 @@ def objects():
     return [(each, each.__peekobj__()) for each in held] + [(None, 0), (0, 0)]
 
 
+def short_storage(kind, needed):
+    """A storage with an element less than are needed, and how many bytes it has and are needed."""
+    letter, width = {'float[]': 'f4', 'double[]': 'd8', 'int[]': 'i4', 'uint[]': 'u4', 'byte[]': 'b1', 'id[]': 'p8',
+                     'data[]': 'b1'}[kind]
+    return storage(letter, [0] * (needed - 1)), ((needed - 1) * int(width), needed * int(width))
+
+
 def arrays(letter):
     # The start of the memory shows in an interface that reads it: a storage does not tell its address.
-    filled = [(storage(letter, each), Memory(letter, each)) for each in ([1, 2], [7, 8, 9])]
+    filled = [(storage(letter, each), Memory(letter, each)) for each in (range(16), range(7, 27))]
     return [(None, Memory(letter, None))] + filled
 
 

@@ -32,6 +32,12 @@ public:
 
     explicit operator bool() const { return m_held != nullptr; }
 
+    // Takes over a reference to the wrapper's very interface, as a query for its GUID hands it out.
+    void hold(IKzUnknown* owned) noexcept {
+        drop();
+        m_held = owned;
+    }
+
     // Where the pointer is held: for callers that must see a change made while they are at work.
     IKzUnknown* const* place() const noexcept { return &m_held; }
 
@@ -47,10 +53,7 @@ public:
     Interface* ptr() const { return static_cast<Interface*>(m_held); }
 
     // Adopts a reference to this very interface, as an out argument hands it over.
-    void adopt(Interface* owned) noexcept {
-        drop();
-        m_held = owned;
-    }
+    void adopt(Interface* owned) noexcept { hold(owned); }
 };
 
 // Holds any object by its base interface: set adds a reference to the pointer as given and asks nothing.
