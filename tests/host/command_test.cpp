@@ -1,6 +1,6 @@
 // Commands: their strings, the host's own ones, a module's, and what is told when something is wrong.
 #include "host/command_center.h"
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "fake_command.h"
 

@@ -1,6 +1,6 @@
 // Monitors and messages of a host without windows.
 #include "host/progress_view.h"
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "kz/dialog.h"
 #include "kz/result.h"

@@ -1,5 +1,5 @@
 // Aliases and paths, through the file service.
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "kz/file.h"
 #include "kz/platform.h"
@@ -24,7 +24,7 @@ protected:
         return textOf([&](char* buffer, std::uint32_t size) { return m_files->ToLocalAlias(path, buffer, size); });
     }
 
-    TemporaryFolder m_folder;
+    CTestFolder m_folder;
     CKzUser_FileService m_files;
 };
 

@@ -1,5 +1,5 @@
 // The event log: places, order, limits and what happens to entries that nobody placed.
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "kz/listener.h"
 #include "kz/result.h"

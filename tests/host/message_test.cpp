@@ -1,5 +1,5 @@
 // Messages, the texts behind them, and identifiers as text.
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "kz/guid.h"
 #include "kz/result.h"

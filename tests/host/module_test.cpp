@@ -1,6 +1,6 @@
 // Modules and their servers, as the host lists and creates them.
 #include "fake_module.h"
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 #include "kz_paths.h"
 
 #include "kz/application.h"

@@ -1,13 +1,13 @@
 // Script files, their arguments, and how the host finds who runs them; with an interpreter of the test's own.
 #include "fake_module.h"
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "kz/result.h"
 
 namespace {
 
 TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
-    const TemporaryFolder folder;
+    const CTestFolder folder;
     const std::pair<std::string, std::string> cases[] = {
         {"a\r\nb\rc\n", "a\nb\nc\n"},
         {"\xEF\xBB\xBF"
@@ -31,7 +31,7 @@ TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
 }
 
 TEST(ScriptFileTest, WhatIsNoScriptIsRefusedByName) {
-    const TemporaryFolder folder;
+    const CTestFolder folder;
     const std::pair<std::string, const char*> cases[] = {
         {folder.write("zero.py", std::string("a\nb\0", 4)), "line 2 holds a zero byte"},
         {folder.path("missing.py"), "no such file"},
@@ -73,7 +73,7 @@ protected:
         std::string problem;
         return host().run(kzReadScript(path, problem), 7, "args");
     }
-    TemporaryFolder m_folder;
+    CTestFolder m_folder;
     FakeModule m_module;
 };
 

@@ -1,5 +1,5 @@
 // The thread service with real threads.
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "kz/result.h"
 #include "kz/thread.h"

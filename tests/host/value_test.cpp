@@ -1,6 +1,6 @@
 // Values of every type: texts in and out, arrays, hints.
 #include "host/values.h"
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "kz/command.h"
 #include "kz/result.h"

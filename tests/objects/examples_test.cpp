@@ -1,6 +1,6 @@
 // The example scripts that work on objects: what they print, and the file that one of them writes.
 #include "kz_paths.h"
-#include "tests/host/host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include <cstdio>
 #include <sys/wait.h>
@@ -67,15 +67,15 @@ TEST(ExamplesTest, MeshesAreBuiltAndMeasured) {
 TEST(ExamplesTest, CommandsAreRunAndAsked) {
     const Ended ended = runExample("commands", "mine");
     EXPECT_EQ(ended.status, 0);
-    for (const char* line : {"natural, one, tuple: 4.0 4.0 (4.0,)", "by keywords: wide", "radians: 1.5708", "degrees: 90.0",
-                             "toggle: True on", "toggle: False off", "Its parts: ('from', 'commands')",
-                             "our own arguments: ('mine',)", "there is no value type \"nonsense\" (84800016)",
-                             "Progress: 100% (4 of 4)"})
+    for (const char* line :
+         {"natural, one, tuple: 4.0 4.0 (4.0,)", "by keywords: wide", "radians: 1.5708", "degrees: 90.0",
+          "toggle: True on", "toggle: False off", "Its parts: ('from', 'commands')", "our own arguments: ('mine',)",
+          "there is no value type \"nonsense\" (84800016)", "Progress: 100% (4 of 4)"})
         EXPECT_NE(ended.text.find(line), std::string::npos) << line << "\nin\n" << ended.text;
 }
 
 TEST(ExamplesTest, ImagesArePaintedAndSaved) {
-    const TemporaryFolder folder;
+    const CTestFolder folder;
     const std::string image = folder.path("painted.png");
     const Ended ended = runExample("image", image);
     EXPECT_EQ(ended.status, 0);

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <regex>
 
 CTestFolder::CTestFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "kztestXXXXXX").string();
@@ -52,6 +52,8 @@ KzResult CTestConsole::lin_Info(const char* text) {
     return kzOk;
 }
 
+CNothingAlive::~CNothingAlive() { EXPECT_EQ(isExpected ? kzLiveInstanceCount() : 0, 0U) << kzLiveInstanceNames(); }
+
 CPluginHost::CPluginHost() { host.core().files.setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7"); }
 
 CPluginHost& CPluginHost::load() {
@@ -74,6 +76,13 @@ std::string CPluginHost::output(const std::string& text, const std::string& args
     clearLog();
     run(text, args);
     return log("scripts");
+}
+
+void CPluginHost::check(const std::string& folder, const std::string& module) {
+    const std::string told = output("import sys\nsys.dont_write_bytecode = True\nsys.path += ['" KZ_SOURCE_DIR
+                                    "/tests/support', '" KZ_SOURCE_DIR "/tests/" +
+                                    folder + "']\nimport checks, " + module + "\nchecks.run(" + module + ")");
+    EXPECT_TRUE(std::regex_match(told, std::regex("test.py\n  [1-9][0-9]* checks\n"))) << told;
 }
 
 std::string CPluginHost::log(const std::string& subsystem) const {

@@ -6,6 +6,7 @@
 #include "kz/script.h"
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
@@ -18,7 +19,7 @@ public:
     CTestFolder(const CTestFolder&) = delete;
     CTestFolder& operator=(const CTestFolder&) = delete;
 
-    std::string path() const { return m_path.string(); }
+    std::string path(const std::string& name = {}) const { return name.empty() ? m_path : m_path / name; }
     // Writes a file, and the folders above it; returns its full path.
     std::string write(const std::string& name, const std::string& text) const;
 
@@ -34,14 +35,22 @@ public:
     KzResult lin_Results(IKzUnknown* values) override;
     KzResult lin_Info(const char* text) override;
 
-    std::vector<std::string> lines;     // what was printed, in order
-    std::vector<std::string> results;   // the values of the last result
+    std::vector<std::string> lines;    // what was printed, in order
+    std::vector<std::string> results;  // the values of the last result
     int resultCount = 0;
-    std::function<void()> whenTold;     // runs with each line, inside the call
+    std::function<void()> whenTold;  // runs with each line, inside the call
+};
+
+// At its end no object of the host may be alive, unless a test has said so.
+struct CNothingAlive {
+    ~CNothingAlive();
+    bool isExpected = true;
 };
 
 class CPluginHost {
 public:
+    CNothingAlive nothingAlive;  // the last to go
+
     // A host with the kit of the build tree and no plug-in yet.
     CPluginHost();
 
@@ -56,6 +65,9 @@ public:
     ScriptEnd run(const std::string& text, const std::string& args = {});
     // The same, and what the scripts subsystem of the log gained.
     std::string output(const std::string& text, const std::string& args = {});
+
+    // Runs the checks of a Python module in a folder of the tests. What they find wrong fails the test.
+    void check(const std::string& folder, const std::string& module);
 
     // The log of a subsystem, one line each: two blanks for each level of depth, the entry's code unless it is 1, and
     // its text.
