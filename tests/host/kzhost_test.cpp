@@ -1,6 +1,6 @@
 // The program kzhost as its users see it: what goes where, and with which status it ends.
-#include "tests/support/host_test.h"
 #include "kz_paths.h"
+#include "tests/support/host_test.h"
 
 #include <nlohmann/json.hpp>
 

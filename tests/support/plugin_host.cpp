@@ -79,10 +79,11 @@ std::string CPluginHost::output(const std::string& text, const std::string& args
 }
 
 void CPluginHost::check(const std::string& folder, const std::string& module) {
-    const std::string told = output("import sys\nsys.dont_write_bytecode = True\nsys.path += ['" KZ_SOURCE_DIR
-                                    "/tests/support', '" KZ_SOURCE_DIR "/tests/" +
-                                    folder + "']\nimport checks, " + module + "\nchecks.run(" + module + ")");
-    EXPECT_TRUE(std::regex_match(told, std::regex("test.py\n  [1-9][0-9]* checks\n"))) << told;
+    run("import sys\nsys.dont_write_bytecode = True\nsys.path += ['" KZ_SOURCE_DIR "/tests/support', '" KZ_SOURCE_DIR
+        "/tests/" +
+        folder + "']\nimport checks, " + module + "\nchecks.run(" + module + ")");
+    const std::string told = log("scripts");
+    EXPECT_TRUE(std::regex_match(told, std::regex("test.py\n  [1-9][0-9]* checks\n"))) << told << log("python");
 }
 
 std::string CPluginHost::log(const std::string& subsystem) const {
