@@ -45,11 +45,11 @@ TEST_F(ForwardTest, IntegersAndFailures) {
     };
     for (const Case& one : cases) {
         const auto made = command(std::string("    ") + one.body);
-        log().clear();
+        told();
         std::uint32_t flags = untouched;
         EXPECT_EQ(made->ArgFlags(5, &flags), one.code) << one.body;
         EXPECT_EQ(flags, one.flags) << one.body;
-        EXPECT_EQ(log().size(), one.entries) << one.body << (log().empty() ? "" : log()[0].first);
+        EXPECT_EQ(told().size(), one.entries) << one.body;
     }
     const auto made = command("    def cmd_ArgFlags(self, index): return 1");
     EXPECT_EQ(made->ArgFlags(5, nullptr), KZe_OK);
@@ -106,10 +106,10 @@ TEST_F(ForwardTest, StringsAreTheObjectsOwn) {
     for (const char* text : {"5", "u'\\xe9'", "['a']"}) {
         run(std::string("text = ") + text);
         const char* name = "untouched";
-        log().clear();
+        told();
         EXPECT_EQ(made->Name(&name), KZe_FAILED) << text;
         EXPECT_STREQ(name, "untouched");
-        EXPECT_EQ(log(), (std::vector<std::pair<std::string, KzResult>>{{"lost C++ exception", KZe_FAILED}})) << text;
+        EXPECT_EQ(told(), (TestLog{{"lost C++ exception", KZe_FAILED}})) << text;
     }
 }
 
@@ -123,7 +123,7 @@ TEST_F(ForwardTest, ObjectsGoInWrappedAndComeBackAsInterfaces) {
     const char* seen = nullptr;
     made->Name(&seen);
     EXPECT_STREQ(seen, "('Unknown', True)");
-    log().clear();
+    told();
     EXPECT_EQ(made->Enable(nullptr), KZe_FAILED);
     CKzLoc_Unknown out;
     EXPECT_EQ(made->IconImage(1, 2, out.out()), KZe_OK);
@@ -154,9 +154,9 @@ TEST_F(ForwardTest, ValuesAreZeroUnlessReturned) {
             const std::string pointer = value("kz.object.Attributes(Counted()).__peekobj__() and 0");
             EXPECT_EQ(pointer, "0");
         }
-        log().clear();
+        told();
         EXPECT_EQ(value("kz.object.Attributes(Counted()).Count()"), std::to_string(one.expected)) << one.body;
-        EXPECT_EQ(log().size(), one.entries) << one.body;
+        EXPECT_EQ(told().size(), one.entries) << one.body;
     }
 }
 

@@ -9,7 +9,6 @@
 namespace {
 
 using InstanceTest = ServingTest;
-using Log = std::vector<std::pair<std::string, KzResult>>;
 
 TEST_F(InstanceTest, EachSpawnMakesAnInstanceOfItsOwn) {
     run("made = []\n"
@@ -42,9 +41,10 @@ TEST_F(InstanceTest, TheMetaObjectGoesToTheConstructor) {
     EXPECT_TRUE(made);
     EXPECT_EQ(value("meta.seen"), "WithMeta");
     EXPECT_EQ(spawn("without.meta"), nullptr);  // the constructor wants an argument
-    ASSERT_EQ(log().size(), 2U);
-    EXPECT_NE(log()[0].first.find("TypeError"), std::string::npos);
-    EXPECT_EQ(log()[1], (Log::value_type{"Spawning Python server failed: without.meta", KZe_FAILED}));
+    const TestLog log = told();
+    ASSERT_EQ(log.size(), 2U);
+    EXPECT_NE(log[0].first.find("TypeError"), std::string::npos);
+    EXPECT_EQ(log[1], (TestLog::value_type{"Spawning Python server failed: without.meta", KZe_FAILED}));
 }
 
 TEST_F(InstanceTest, ARaisingConstructorFailsTheSpawn) {
@@ -53,18 +53,17 @@ TEST_F(InstanceTest, ARaisingConstructorFailsTheSpawn) {
         "kz.bless(Raising, 'raising')\n");
     for (const char* error :
          {"NotImplementedError()", "LookupError('x')", "SystemExit(3)", "KeyboardInterrupt()", "MemoryError()"}) {
-        log().clear();
+        told();
         run(std::string("error = ") + error);
         IKzUnknown* made = nullptr;
-        EXPECT_EQ(moduleServer().Generate("raising", &KZu_COMMAND, &made), KZe_FAILED) << error;
+        EXPECT_EQ(server().Generate("raising", &KZu_COMMAND, &made), KZe_FAILED) << error;
         EXPECT_EQ(made, nullptr);
-        ASSERT_FALSE(log().empty());
-        EXPECT_EQ(log().back().first, "Spawning Python server failed: raising");
+        EXPECT_EQ(told().back().first, "Spawning Python server failed: raising");
     }
     IKzUnknown* made = nullptr;
-    EXPECT_EQ(moduleServer().Generate("raising", &KZu_ACTIONLISTENER, &made), KZe_NOTFOUND);
-    EXPECT_EQ(moduleServer().Generate("rais", &KZu_COMMAND, &made), KZe_NOTFOUND);
-    EXPECT_EQ(moduleServer().Generate(nullptr, &KZu_COMMAND, &made), KZe_INVALIDARG);
+    EXPECT_EQ(server().Generate("raising", &KZu_ACTIONLISTENER, &made), KZe_NOTFOUND);
+    EXPECT_EQ(server().Generate("rais", &KZu_COMMAND, &made), KZe_NOTFOUND);
+    EXPECT_EQ(server().Generate(nullptr, &KZu_COMMAND, &made), KZe_INVALIDARG);
 }
 
 TEST_F(InstanceTest, SubServersAnswerForWhatTheClassLacks) {
@@ -84,8 +83,7 @@ TEST_F(InstanceTest, SubServersAnswerForWhatTheClassLacks) {
     outer.take(spawn("outer"));
     run("subMeta.fail = True");
     EXPECT_FALSE(CKzUser_ActionListener(outer.raw()));
-    ASSERT_FALSE(log().empty());
-    EXPECT_NE(log()[0].first.find("no sub"), std::string::npos);
+    EXPECT_NE(told().at(0).first.find("no sub"), std::string::npos);
     run("subMeta.fail = False; subMeta.made = None; sys.exc_clear()");
     {
         CKzUser_ActionListener sub(outer.raw());
@@ -138,7 +136,7 @@ TEST_F(InstanceTest, GeneratedBaseClassesAnswerForWhatIsLeftOut) {
     EXPECT_EQ(flags, 7U);
     EXPECT_EQ(derived.Flags(&flags), KZe_NOTIMPL);
     EXPECT_EQ(CKzUser_Attributes(made.raw()).Count(), 0U);
-    EXPECT_TRUE(log().empty());
+    EXPECT_EQ(told(), TestLog());
 }
 
 TEST_F(InstanceTest, ReleasedOnAnyThread) {
@@ -148,7 +146,7 @@ TEST_F(InstanceTest, ReleasedOnAnyThread) {
         "kz.bless(Dying, 'dying')\n");
     std::vector<std::thread> threads;
     for (int index = 0; index < 8; ++index) {
-        threads.emplace_back([] {
+        threads.emplace_back([this] {
             for (int round = 0; round < 50; ++round) {
                 CKzLoc_Unknown made;
                 made.take(spawn("dying"));
@@ -165,7 +163,7 @@ TEST_F(InstanceTest, OutlivesPython) {
     CKzUser_Inheritor inheritor(held.raw());
     EXPECT_EQ(held.ArgClear(1), KZe_OK);
     run("it = None");
-    unloadModule();
+    unload();
     EXPECT_EQ(held.ArgClear(1), KZe_NOTAVAILABLE);
     CKzUser_ActionListener none(held.raw());
     EXPECT_FALSE(none);
@@ -173,7 +171,6 @@ TEST_F(InstanceTest, OutlivesPython) {
     std::thread([&] { EXPECT_EQ(held.ArgClear(1), KZe_NOTAVAILABLE); }).join();
     inheritor.clear();
     held.clear();
-    EXPECT_EQ(kzLiveInstanceCount(), 0U) << kzLiveInstanceNames();
 }
 
 }  // namespace

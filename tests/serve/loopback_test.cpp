@@ -252,7 +252,7 @@ protected:
     ~LoopbackTest() override { run("there = it = answer = None; sys.exc_clear()"); }
 
     // Makes `it` in Python: all methods of the interface, or none.
-    static void serve(const std::string& interfaceName, bool withMethods, CKzLoc_Unknown& server) {
+    void serve(const std::string& interfaceName, bool withMethods, CKzLoc_Unknown& server) {
         std::string names;
         for (const LoopbackRow& row : loopbackRows())
             if (withMethods && row.interfaceName == interfaceName) names += std::string("'") + row.name + "', ";
@@ -260,7 +260,7 @@ protected:
         server.set(reinterpret_cast<IKzUnknown*>(std::stoull(value("it.__peekobj__()"))));
     }
 
-    static void answer(const std::string& function) { EXPECT_EQ(run("answer = " + function), "") << function; }
+    void answer(const std::string& function) { EXPECT_EQ(run("answer = " + function), "") << function; }
 
     static KzResult code(const LoopbackWord& word) { return static_cast<KzResult>(word.integer); }
 
@@ -272,7 +272,7 @@ protected:
     }
 
     // Returned values that do not convert: of the wrong type, too few, too many.
-    static void checkConversions(Call& call, IKzUnknown* server) {
+    void checkConversions(Call& call, IKzUnknown* server) {
         const auto expect = [&](const std::string& returned, KzResult code) {
             answer("lambda: " + returned);
             expectFailure(call, server, code);
