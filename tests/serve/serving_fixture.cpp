@@ -4,8 +4,6 @@
 #include "serve/adapters.h"
 #include "wrap/wrapper.h"
 
-#include <regex>
-
 extern "C" IKzUnknown* _IKzModule_Create();
 
 namespace {
@@ -26,11 +24,6 @@ std::string takeException() {
     return kzExceptionName(exception.type, exception.value) + ": " + kzStringOf(exception.value);
 }
 
-// Objects by name, without those of the host's log and services.
-std::string alive() {
-    return std::regex_replace(kzLiveInstanceNames(), std::regex("log [a-z]* x[0-9]* |[A-Za-z]* service x[0-9]* "), "");
-}
-
 }  // namespace
 
 ServingTest::ServingTest() {
@@ -48,7 +41,7 @@ ServingTest::ServingTest() {
     EXPECT_EQ(run(prepare), "");
     told();
     module.clear();
-    m_alive = alive();
+    m_alive = host.alive();
 }
 
 ServingTest::~ServingTest() {
@@ -58,7 +51,7 @@ ServingTest::~ServingTest() {
         EXPECT_EQ(PyErr_Occurred(), nullptr);
         run("it = Blessed = None; gc.collect()");
     }
-    EXPECT_EQ(alive(), m_alive);
+    EXPECT_EQ(host.alive(), m_alive);
     unload();
 }
 

@@ -63,7 +63,8 @@ CPluginHost& CPluginHost::load() {
 }
 
 CPluginHost& CPluginHost::adopt(IKzUnknown* module) {
-    EXPECT_EQ(host.adopt("kzPython2", module), kzOk);
+    application.host = host.application();
+    EXPECT_EQ(host.core().modules.adopt("kzPython2", "kzPython2", module, &application), kzOk);
     if (module != nullptr) module->Release();
     return *this;
 }
@@ -94,6 +95,10 @@ std::string CPluginHost::log(const std::string& subsystem) const {
         text += line.text + "\n";
     }
     return text;
+}
+
+std::string CPluginHost::alive() {
+    return std::regex_replace(kzLiveInstanceNames(), std::regex("log [a-z]* x[0-9]* |[A-Za-z]* service x[0-9]* "), "");
 }
 
 CKzLoc_Unknown& CPluginHost::spawn(const char* className, CKzLoc_Unknown& object) {

@@ -47,6 +47,20 @@ struct CNothingAlive {
     bool isExpected = true;
 };
 
+// The host as an adopted module sees it: services are asked for from the test first.
+class CTestApplication final : public IKzUnknown {
+public:
+    KzResult QueryInterface(const KzGuid* iid, void** object) override {
+        const KzResult code = own ? own(*iid, object) : kzNotFound;
+        return code == kzNotFound ? host->QueryInterface(iid, object) : code;
+    }
+    std::uint32_t AddRef() override { return 1; }
+    std::uint32_t Release() override { return 1; }
+
+    std::function<KzResult(const KzGuid& iid, void** object)> own;  // with NOTFOUND the host is asked
+    IKzUnknown* host = nullptr;
+};
+
 class CPluginHost {
 public:
     CNothingAlive nothingAlive;  // the last to go
@@ -59,6 +73,7 @@ public:
     // Takes in the plug-in that is linked to the test.
     CPluginHost& adopt(IKzUnknown* module);
 
+    CTestApplication application;
     CKzHost host;
 
     // Runs a text as the script "test.py" and says how it ended.
@@ -73,6 +88,9 @@ public:
     // its text.
     std::string log(const std::string& subsystem) const;
     void clearLog() { host.log().clear(); }
+
+    // Objects that are alive, by name, without those of the log and the services, which the host keeps.
+    static std::string alive();
 
     // A new instance of one of the plug-in's servers ("lineinterpreter"); empty when it cannot be had.
     CKzLoc_Unknown& spawn(const char* className, CKzLoc_Unknown& object);

@@ -4,6 +4,7 @@
 #include "module/error_report.h"
 #include "module/py_lock.h"
 #include "module/py_ref.h"
+#include "tests/support/plugin_host.h"
 
 #include "kz/result.h"
 
@@ -267,7 +268,7 @@ PyObject* serveFunction(PyObject* /*self*/, PyObject* args) {
 }
 
 PyObject* aliveFunction(PyObject* /*self*/, PyObject* /*args*/) {
-    return Py_BuildValue("(Is)", kzLiveInstanceCount(), kzLiveInstanceNames().c_str());
+    return PyString_FromString(CPluginHost::alive().c_str());
 }
 
 union Target {

@@ -101,7 +101,7 @@ private:
 //   calls()               what was noted since the last time: [(method, object's address, [input, ...]), ...]
 //   during(callable)      called at the end of the next host call, as a host calls back into Python; None for nothing
 //   serve(stem)           the address of a recording service that the host hands out once
-//   alive()               how many host objects are alive
+//   alive()               which host objects are alive, and how many of each
 //   parse(format, args)   what the interpreter's parser makes of the arguments, as a list
 //   fail(text)            a failure of the test
 void kzAddRecorderModule();
