@@ -25,6 +25,12 @@ def code_of(function, *arguments):
         return next((name for name, value in vars(kz.result).items() if value == code != 0), str(error))
 
 
+def result_of(function, *arguments):
+    """What the call returns, or the name of the code with which it ends."""
+    found = []
+    return code_of(lambda: found.append(function(*arguments))) or found[0]
+
+
 def fails(code, *calls):
     """Each call, a function and its arguments, ends with that code."""
     for call in calls:
@@ -33,6 +39,7 @@ def fails(code, *calls):
 
 
 def run(module):
+    failed = 0
     for name in sorted(vars(module)):
         before = count[0]
         if name.startswith('check_'):
@@ -40,5 +47,6 @@ def run(module):
                 getattr(module, name)()
                 assert count[0] > before, 'nothing was checked'
             except Exception:
+                failed += 1
                 kz.outEx(name)
-    kz.out(count[0], 'checks')
+    kz.out('%d checks, %d failed' % (count[0], failed))

@@ -84,7 +84,7 @@ void CPluginHost::check(const std::string& folder, const std::string& module) {
         "/tests/" +
         folder + "']\nimport checks, " + module + "\nchecks.run(" + module + ")");
     const std::string told = log("scripts");
-    EXPECT_TRUE(std::regex_match(told, std::regex("test.py\n  [1-9][0-9]* checks\n"))) << told << log("python");
+    EXPECT_TRUE(std::regex_search(told, std::regex("\n  [1-9][0-9]* checks, 0 failed\n$"))) << told << log("python");
 }
 
 std::string CPluginHost::log(const std::string& subsystem) const {
