@@ -66,9 +66,18 @@ def check_what_is_outside_or_not_kept_is_refused():
     equal(image.Size(), (3, 2))  # a refused size changes nothing
 
 
+# Two pixels, (1, 2, 3) and (4, 5, 6), written by another program.
+FOREIGN = ('iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAIAAAB7QOjdAAAA'
+           'D0lEQVR4nGNgZGJmYWUDAAA/ABYhutRUAAAAAElFTkSuQmCC')
+
+
 def check_files_hold_the_image():
     folder = tempfile.mkdtemp()
     path = os.path.join(folder, 'a.png')
+    open(path, 'wb').write(FOREIGN.decode('base64'))
+    line = kz.Storage('b', 6)
+    IMAGES.Load(path, None).GetLine(0, iIMG_FORMAT_RGB24, line)
+    equal(line.get(), (1, 2, 3, 4, 5, 6))
     for format in (iIMG_FORMAT_GREY, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGBA32):
         image, write = image_of(5, 4, format)
         for y in range(4):

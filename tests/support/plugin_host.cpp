@@ -10,24 +10,6 @@
 
 #include <regex>
 
-CTestFolder::CTestFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "kztestXXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    m_path = name;
-}
-
-CTestFolder::~CTestFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
-std::string CTestFolder::write(const std::string& name, const std::string& text) const {
-    const std::filesystem::path file = m_path / name;
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << text;
-    return file.string();
-}
-
 CHostPolymorph<CTestConsole>& CTestConsole::polymorph() {
     static auto& made =
         kzHostClass<CTestConsole, CKzIfc_LineExecution<CTestConsole>>("test console", KZu_LINEEXECUTION);

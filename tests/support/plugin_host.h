@@ -2,30 +2,13 @@
 #pragma once
 
 #include "host/kz_host.h"
+#include "tests/support/folder.h"
 
 #include "kz/script.h"
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
-
-// A folder that is gone when the test is over.
-class CTestFolder {
-public:
-    CTestFolder();
-    ~CTestFolder();
-    CTestFolder(const CTestFolder&) = delete;
-    CTestFolder& operator=(const CTestFolder&) = delete;
-
-    std::string path(const std::string& name = {}) const { return name.empty() ? m_path : m_path / name; }
-    // Writes a file, and the folders above it; returns its full path.
-    std::string write(const std::string& name, const std::string& text) const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 // A console as the plug-in sees it: remembers what it is told.
 class CTestConsole final : public CKzImpl_LineExecution {
