@@ -59,11 +59,3 @@ TEST(Generated, AnEmptyUserObjectHasNoInterface) {
     const CKzUser_MessageService service;
     EXPECT_FALSE(service.test()) << "there is no host to ask";
 }
-
-TEST(Generated, IdentitiesAndConstantsAreThoseOfTheDescription) {
-    EXPECT_EQ(KZu_TEXTSCRIPTINTERPRETER,
-              (KzGuid{0xD612FFCE, 0x4B94, 0x4823, {0xA0, 0xA7, 0xCC, 0x7C, 0xA2, 0xDD, 0xC3, 0xD6}}));
-    EXPECT_STREQ(KZa_TEXTSCRIPTINTERPRETER, "textscriptinterpreter");
-    EXPECT_EQ(CKzUser_ValueArray().guid(), KZu_VALUEARRAY);
-    EXPECT_EQ(KZe_NOTFOUND, 0x80000017U);
-}

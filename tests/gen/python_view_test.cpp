@@ -1,7 +1,6 @@
-// How signatures and values read in Python, and what the census counts of them.
+// How signatures and values read in Python.
 #include <gtest/gtest.h>
 
-#include "gen/census.h"
 #include "gen/python_view.h"
 #include "tests/gen/describe.h"
 
@@ -102,33 +101,6 @@ TEST(Summary, IsTheBlockAboveAndTheCommentBehind) {
     }
     EXPECT_EQ(summaries, "A: Above, in two lines. Behind, going on.\nB: \nC: \nD: After the last line.\n");
     EXPECT_EQ(described.model.headers[0].summary, "A header.");
-}
-
-TEST(Census, CountsWhatIsThere) {
-    const Described described(
-        interfaceOf("  result A(int a, guid g, out float f);\n  uint B(int a);\n"
-                    "  [inert(NOTIMPL)] result C();\n  [inert(0)] bool D();\n  [inert] void E();\n",
-                    ", server(\"i\"), adapter(\"pre\")") +
-        "// S.\n[uuid(\"00000000-0000-0000-0000-000000000001\")] service S { void A(int a); };\n"
-        "// H.\n[uuid(\"00000000-0000-0000-0000-000000000002\"), nowrap] interface H { void A(); };\n"
-        "code X = 1;\nerror Y = 2;\nconst sZ = \"z\";\nconst s_Z = \"z\";\n");
-    // "I" forwards a GUID, which is the one error here; the counts do not depend on it.
-    const Census census = takeCensus(described.model);
-    EXPECT_EQ(census.types, (std::vector<std::string>{"I", "Unknown", "storage"}));
-    EXPECT_EQ(census.services, std::vector<std::string>{"S"});
-    EXPECT_EQ(census.interfaces, 2U);
-    EXPECT_EQ(census.methods, 6U);
-    EXPECT_EQ(census.plainValueMethods, 2U);
-    EXPECT_EQ(census.voidMethods, 2U);
-    EXPECT_EQ(census.hostMethods, 1U);
-    EXPECT_EQ(census.parameters, (std::map<std::string, size_t>{{"integer i", 3}, {"string (a GUID) O", 1}}));
-    EXPECT_EQ(census.returns, (std::map<std::string, size_t>{{"boolean", 1}, {"float", 1}, {"integer", 1}}));
-    EXPECT_EQ(census.constants,
-              (std::map<std::string, size_t>{{"a_", 1}, {"e", 1}, {"e_", 1}, {"s", 1}, {"s_", 1}, {"u_", 3}}));
-    ASSERT_EQ(census.adapters.size(), 1U);
-    EXPECT_EQ(census.adapters[0].forwarded, 2U);
-    EXPECT_EQ(census.adapters[0].inert,
-              (std::map<Inert, size_t>{{Inert::NotImplemented, 1}, {Inert::Zero, 1}, {Inert::Nothing, 1}}));
 }
 
 }  // namespace kzgen

@@ -1,6 +1,6 @@
 // The program kzhost as its users see it: what goes where, and with which status it ends.
-#include "host_fixture.h"
 #include "kz_paths.h"
+#include "tests/support/host_test.h"
 
 #include <nlohmann/json.hpp>
 
@@ -57,7 +57,7 @@ protected:
         return run(words);
     }
 
-    TemporaryFolder m_folder;
+    CTestFolder m_folder;
 };
 
 TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {

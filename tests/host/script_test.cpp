@@ -1,13 +1,14 @@
-// Script files, their arguments, and how the host finds who runs them; with an interpreter of the test's own.
-#include "fake_module.h"
-#include "host_fixture.h"
+// Script files, their arguments, and how the host finds who runs them; here Python.
+#include "tests/support/host_test.h"
 
 #include "kz/result.h"
+#include "kz/script.h"
+#include "kz_paths.h"
 
 namespace {
 
 TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
-    const TemporaryFolder folder;
+    const CTestFolder folder;
     const std::pair<std::string, std::string> cases[] = {
         {"a\r\nb\rc\n", "a\nb\nc\n"},
         {"\xEF\xBB\xBF"
@@ -31,7 +32,7 @@ TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
 }
 
 TEST(ScriptFileTest, WhatIsNoScriptIsRefusedByName) {
-    const TemporaryFolder folder;
+    const CTestFolder folder;
     const std::pair<std::string, const char*> cases[] = {
         {folder.write("zero.py", std::string("a\nb\0", 4)), "line 2 holds a zero byte"},
         {folder.path("missing.py"), "no such file"},
@@ -64,54 +65,51 @@ TEST(ScriptFileTest, ArgumentsAreJoinedOrRefused) {
 
 class ScriptTest : public HostTest {
 protected:
-    ScriptTest() { EXPECT_EQ(host().adopt("fake", m_module.object()), KZe_OK); }
-    void TearDown() override {
-        m_module.release();
-        HostTest::TearDown();
+    ScriptTest() {
+        std::string why;
+        EXPECT_TRUE(host().load(KZ_BUILD_DIR "/plugins/kzPython2.so", why)) << why;
     }
     ScriptEnd run(const std::string& path) {
         std::string problem;
         return host().run(kzReadScript(path, problem), 7, "args");
     }
-    TemporaryFolder m_folder;
-    FakeModule m_module;
+    CTestFolder m_folder;
 };
 
 TEST_F(ScriptTest, TheFirstLineOrTheFilesNameFindsTheInterpreter) {
-    const std::tuple<const char*, const char*, KzResult> cases[] = {{"a.fake", "text", 0},
-                                                                    {"a.txt", "# fake\n", 0},
-                                                                    {"b.fake", "# other\n", 0},
-                                                                    {"a.txt", "fake", KZe_SCRIPT_UNKNOWN},
-                                                                    {"a.txt", "", KZe_SCRIPT_UNKNOWN},
-                                                                    {"fake", "x", KZe_SCRIPT_UNKNOWN}};
+    const std::tuple<const char*, const char*, KzResult> cases[] = {
+        {"a.py", "text = 1", 0},           {"a.txt", "# python\n", 0},
+        {"b.py", "# other\n", 0},          {"a.txt", "python", KZe_SCRIPT_UNKNOWN},
+        {"a.txt", "", KZe_SCRIPT_UNKNOWN}, {"py", "x", KZe_SCRIPT_UNKNOWN}};
     for (const auto& [name, content, code] : cases)
         EXPECT_EQ(run(m_folder.write(name, content)).code, code) << name << " " << content;
 }
 
 TEST_F(ScriptTest, ARunIsHandedEverythingAndItsMessageComesBack) {
-    const std::string path = m_folder.write("a.fake", "text\r\n");
-    FakeInterpreter::theResult = KZe_NOTFOUND;
-    FakeInterpreter::theMessage = "gone";
-    const ScriptEnd end = run(path);
-    EXPECT_EQ(FakeInterpreter::theRun, path + "|text\n|7|args");
-    EXPECT_EQ(end.code, KZe_NOTFOUND);
+    const char* script = "import kz\nkz.bless(type('Flags', (__import__('kzifc').Command,), {'cmd_Execute': "
+                         "lambda self, flags: kz.out(flags)}), 'flags')\n"
+                         "kz.out(repr(__file__ if '__file__' in globals() else ''), kz.arg())\r\n"
+                         "kz.eval('flags')\nimport sys\nsys.exit(':gone')\n";
+    const ScriptEnd end = run(m_folder.write("a.py", script));
+    EXPECT_EQ(end.code, KZe_FAILED);
     EXPECT_EQ(end.message, "The script ended: gone");
-    FakeInterpreter::theMessage.clear();
-    EXPECT_FALSE(run(path).isTold);
+    std::string told;
+    for (const LogLine& line : host().log().lines("scripts")) told += line.text + "|";
+    EXPECT_EQ(told, m_folder.path("a.py") + "|'' args|7|");
+    EXPECT_FALSE(run(m_folder.write("a.py", "")).isTold);
     EXPECT_EQ(host().core().scripts.depth(), 0U);
-    FakeInterpreter::theResult = 0;
 }
 
 TEST_F(ScriptTest, TheScriptServiceRunsByPathAliasAndName) {
     host().core().files.setAlias("scripts", m_folder.path());
-    m_folder.write("a.fake", "text");
-    m_folder.write("bad.fake", std::string("\0", 1));
+    m_folder.write("a.py", "");
+    m_folder.write("bad.py", std::string("\0", 1));
     const ServiceOf<CKzUser_ScriptSysService> scripts(host().application());
-    for (const std::string& name : {std::string("a.fake"), std::string("scripts:a.fake"), m_folder.path("a.fake")})
+    for (const std::string& name : {std::string("a.py"), std::string("scripts:a.py"), m_folder.path("a.py")})
         EXPECT_EQ(scripts->Run(name.c_str(), 0, nullptr, nullptr), KZe_OK) << name;
-    EXPECT_EQ(scripts->Run("missing.fake", 0, "", nullptr), KZe_NOTFOUND);
+    EXPECT_EQ(scripts->Run("missing.py", 0, "", nullptr), KZe_NOTFOUND);
     EXPECT_EQ(scripts->Run(nullptr, 0, "", nullptr), KZe_INVALIDARG);
-    EXPECT_EQ(scripts->Run("bad.fake", 0, "", nullptr), KZe_SCRIPT_ERROR);
+    EXPECT_EQ(scripts->Run("bad.py", 0, "", nullptr), KZe_SCRIPT_ERROR);
     ASSERT_EQ(host().log().lines("scripts").size(), 1U);
     EXPECT_NE(host().log().lines("scripts")[0].text.find("line 1 holds a zero byte"), std::string::npos);
 }

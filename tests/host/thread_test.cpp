@@ -1,5 +1,5 @@
 // The thread service with real threads.
-#include "host_fixture.h"
+#include "tests/support/host_test.h"
 
 #include "kz/result.h"
 #include "kz/thread.h"
@@ -19,6 +19,20 @@ protected:
         HostTest::TearDown();
     }
     CKzUser_ThreadService m_threads;
+};
+
+// A host object in front of one of the test's own.
+template <class Interface, class Class> class Served {
+public:
+    Served(Class& object, const KzGuid& iid) : m_polymorph(&object) {
+        m_polymorph.append(kzMakeRecord<Interface>(iid));
+        *m_object.out() = m_polymorph.spawn();
+    }
+    IKzUnknown* raw() const { return m_object.raw(); }
+
+private:
+    CKzStaticPolymorph m_polymorph;
+    CKzLoc_Unknown m_object;
 };
 
 TEST_F(ThreadTest, TheGlobalLockIsRecursiveAndExcludesOthers) {
@@ -77,10 +91,7 @@ struct RangeWorker : CKzImpl_ThreadRangeWorker {
 
 TEST_F(ThreadTest, GroupsRunEachJobOnce) {
     Job job;
-    CKzStaticPolymorph polymorph(&job);
-    polymorph.append(kzMakeRecord<CKzIfc_ThreadJob<Job>>(KZu_THREADJOB));
-    CKzLoc_Unknown object;
-    *object.out() = polymorph.spawn();
+    const Served<CKzIfc_ThreadJob<Job>, Job> object(job, KZu_THREADJOB);
     CKzLoc_Unknown made;
     ASSERT_EQ(m_threads->CreateGroup(made.out()), KZe_OK);
     const CKzUser_ThreadGroup group(made.raw());
@@ -95,10 +106,7 @@ TEST_F(ThreadTest, GroupsRunEachJobOnce) {
 
 TEST_F(ThreadTest, RangesAreCoveredOnceAndFailuresComeBack) {
     RangeWorker worker;
-    CKzStaticPolymorph polymorph(&worker);
-    polymorph.append(kzMakeRecord<CKzIfc_ThreadRangeWorker<RangeWorker>>(KZu_THREADRANGEWORKER));
-    CKzLoc_Unknown object;
-    *object.out() = polymorph.spawn();
+    const Served<CKzIfc_ThreadRangeWorker<RangeWorker>, RangeWorker> object(worker, KZu_THREADRANGEWORKER);
     EXPECT_EQ(m_threads->ProcessRange(nullptr, -3, 97, object.raw()), KZe_OK);
     EXPECT_EQ(worker.seen.size(), 101U);
     EXPECT_EQ(m_threads->ProcessRange(nullptr, 5, 4, object.raw()), KZe_OK) << "an empty range";
@@ -125,22 +133,17 @@ struct SlotClient : CKzImpl_ThreadSlotClient {
 
 TEST_F(ThreadTest, SlotsKeepAValueForEachThread) {
     SlotClient client;
-    CKzStaticPolymorph polymorph(&client);
-    polymorph.append(kzMakeRecord<CKzIfc_ThreadSlotClient<SlotClient>>(KZu_THREADSLOTCLIENT));
     {
-        CKzLoc_Unknown object;
-        *object.out() = polymorph.spawn();
+        const Served<CKzIfc_ThreadSlotClient<SlotClient>, SlotClient> object(client, KZu_THREADSLOTCLIENT);
         CKzLoc_Unknown made;
         ASSERT_EQ(m_threads->CreateSlot(0, object.raw(), made.out()), KZe_OK);
         const CKzUser_ThreadSlot slot(made.raw());
-        void* mine = nullptr;
-        void* again = nullptr;
-        void* theirs = nullptr;
-        EXPECT_EQ(slot->Get(&mine), KZe_OK);
-        EXPECT_EQ(slot->Get(&again), KZe_OK);
-        std::jthread([&] { slot->Get(&theirs); }).join();
-        EXPECT_EQ(mine, again);
-        EXPECT_NE(mine, theirs);
+        void* values[3] = {};
+        EXPECT_EQ(slot->Get(&values[0]), KZe_OK);
+        EXPECT_EQ(slot->Get(&values[1]), KZe_OK);
+        std::jthread([&] { slot->Get(&values[2]); }).join();
+        EXPECT_EQ(values[0], values[1]);
+        EXPECT_NE(values[0], values[2]);
         EXPECT_EQ(slot->Clear(), KZe_OK);
         EXPECT_EQ(client.freed, 1);
     }

@@ -12,7 +12,7 @@ auto fails(const char* operation, KzResult code = KZe_FAILED) {
     return [=](FakeScript& script) { script.fails[operation] = code; };
 }
 auto handsOutNothing(const char* operation) {
-    return [=](FakeScript& script) { script.empty[operation] = true; };
+    return [=](FakeScript& script) { script.fails[operation] = KZe_OK; };
 }
 void answersSeven(FakeScript& script) { script.numbers = {7}; }
 void breaks(FakeScript& script) { script.messageCode = KZe_NOTFOUND; }
@@ -32,10 +32,10 @@ TEST_F(Evaluation, EndsAsTheHostSays) {
         {"kz.eval1('ask ?')", answersSeven, "7"},
         {"kz.evalN('ask ?')", answersSeven, "(7,)"},
         {"kz.eval('@script')", nullptr, "None"},
-        {"kz.eval('do it')", handsOutNothing("IsImplicitScript"), "None"},
+        {"kz.eval('do it')", fails("IsImplicitScript", KZe_NOTFOUND), "None"},
         {"kz.eval('do it')", fails("Execute"), "None"},  // the message tells, not the code
-        {"kz.eval('do it')", breaks, "RuntimeError: command failed: it broke (80000017)"},
-        {"kz.eval('@script')", breaks, "RuntimeError: command failed: it broke (80000017)"},
+        {"kz.eval('do it')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
+        {"kz.eval('@script')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
         {"kz.eval('do it')", fails("Message"), noException},
         {"kz.eval('do it')", handsOutNothing("Message"), noException},
         {"kz.eval('do it')", fails("ProcessStringFlags"), "RuntimeError: error processing command prefix flags"},
@@ -55,7 +55,7 @@ TEST_F(Evaluation, EndsAsTheHostSays) {
 
 TEST_F(Evaluation, GivesTheHostTextAndFlags) {
     outcome("kz.eval('!do  it now', 8)");
-    EXPECT_EQ(host.calls, (Strings{"ProcessStringFlags(8,!do  it now)", "Spawn(0,do  it now)",
+    EXPECT_EQ(host.calls, (Strings{"ProcessStringFlags(8,!do  it now)", "IsImplicitScript", "Spawn(0,do  it now)",
                                    "ParseArgString(34,  it now)", "Execute(34)", "Message"}));
     host.calls.clear();
     PythonRuntime::running().executionFlags = 5;
@@ -68,8 +68,9 @@ TEST_F(Evaluation, GivesTheHostTextAndFlags) {
 TEST_F(Evaluation, MessageTextIsCutAfter199Bytes) {
     host.script.messageCode = KZe_FAILED;
     host.script.messageText = std::string(1000, 'x');
-    EXPECT_EQ(outcome("kz.eval('do')"), "RuntimeError: command failed: " + std::string(199, 'x') + " (80000000)");
-    host.script.fails["MessageText"] = KZe_FAILED;
+    const std::string text = "The script ended: " + std::string(199, 'x');
+    EXPECT_EQ(outcome("kz.eval('do')"), "RuntimeError: command failed: " + text.substr(0, 199) + " (80000000)");
+    host.host.failOperation("Message.MessageText", KZe_FAILED);
     EXPECT_EQ(outcome("kz.eval('do')"), "RuntimeError: command failed:  (80000000)");
 }
 
@@ -97,7 +98,7 @@ TEST_F(Command, EndsAsTheHostSays) {
         {"kz.command('go')", handsOutNothing("Spawn"), "RuntimeError: command:go could not spawn command"},
         {"kz.command('go', a=1)", fails("ParseAttribObject"),
          "RuntimeError: command:go could not parse argument list."},
-        {"kz.command('go')", breaks, "RuntimeError: command failed: it broke (80000017)"},
+        {"kz.command('go')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
         {"kz.command('go')", fails("Message"), noException},
         {"class Bad(object):\n  def __str__(self): raise KeyError('k')\nkz.command('go', a=Bad())", nullptr,
          "KeyError: 'k'"},
@@ -209,15 +210,16 @@ TEST_F(Trace, TellsEveryStep) {
     EXPECT_EQ(linesOf("kz.queryToggle('t ?')"), (Strings{"kz.queryToggle: toggled state is false (0)"}));
     EXPECT_EQ(linesOf("kz.setOption('x', 'y')"), (Strings{"kz.setOption: unknown option \"x\""}));
     host.script.messageCode = KZe_FAILED;
-    EXPECT_EQ(linesOf("kz.eval('do')"), (Strings{"kz.command(test.command): command failed: it broke (80000000)"}));
-    host.script.fails["Name"] = KZe_FAILED;
-    host.script.fails["Message"] = KZe_FAILED;
+    EXPECT_EQ(linesOf("kz.eval('do')"),
+              (Strings{"kz.command(test.command): command failed: The script ended: it broke (80000000)"}));
+    host.host.failOperation("Name", KZe_FAILED);
+    host.host.failOperation("Message", KZe_FAILED);
     EXPECT_EQ(linesOf("kz.eval('do')"),
               (Strings{"kz.command(unknown): internal error: could not get get message object"}));
-    host.script.fails["Spawn"] = KZe_FAILED;
+    host.host.failOperation("Spawn", KZe_FAILED);
     EXPECT_EQ(linesOf("kz.eval('!do')"), (Strings{"!do: command could not be found"}));
     EXPECT_EQ(linesOf("kz.command('!go')"), (Strings{"kz.command(go): command:go could not spawn command"}));
     EXPECT_EQ(linesOf("kz.command()"), (Strings{"kz.command: missing required command name"}));
-    host.script.fails["SpawnFromString"] = KZe_FAILED;
+    host.host.failOperation("SpawnFromString", KZe_FAILED);
     EXPECT_EQ(linesOf("kz.queryToggle('t ?')"), (Strings{"kz.queryToggle: failed: error querying the command"}));
 }

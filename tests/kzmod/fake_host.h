@@ -1,6 +1,7 @@
-// A host that does what a test tells it: one application object with the services that the kz module asks for, and one
-// object of each kind that they hand out. Every operation can be told to fail, or to succeed with nothing.
+// The module on the reference host, where commands, their values and monitors do what a test tells them.
 #pragma once
+
+#include "tests/support/plugin_host.h"
 
 #include "kz/all.h"
 
@@ -11,10 +12,8 @@
 
 // What the host is to do. A test sets up a fresh one for each case.
 struct FakeScript {
-    std::map<std::string, KzResult> fails;  // operation name -> code to answer
-    std::map<std::string, bool> empty;      // operation name -> succeeds but hands out null
+    std::map<std::string, KzResult> fails;  // operation -> code to answer; with OK it succeeds and hands out nothing
 
-    std::uint32_t newFlags = 0x22;
     std::int32_t toggleState = 0;
     KzResult messageCode = 0;
     std::string messageText = "it broke";
@@ -25,28 +24,23 @@ struct FakeScript {
     std::vector<std::string> texts;
     std::uint32_t badElement = 0xFFFFFFFFU;  // the index at which elements cannot be read
     bool hasHints = false;
-    const char* queryName = "colour";  // the attribute that the script service knows
 
     std::function<void()> onExecute;  // what the command does
     std::function<void()> onMonitor;  // what any call to a monitor does first
 };
 
-class FakeHost {
+class FakeHost : public CPluginHost {
 public:
-    static FakeHost& instance();
+    FakeHost();
 
     FakeScript script;
-    std::vector<std::string> calls;  // operations with their telling arguments, in order
+    std::vector<std::string> calls;  // operations of the test's own objects with their telling arguments, in order
     // Whether one of the calls is exactly this.
     bool called(const std::string& call) const;
+    // Begins a case.
+    void set(const FakeScript& next);
+    void set(const std::function<void(FakeScript&)>& change);
 
-    // Notes the call; the code that the operation is to answer.
-    KzResult enter(const char* operation, const std::string& arguments = {});
-    // As enter, and hands out a new object of the polymorph on success.
-    KzResult give(const char* operation, const std::string& arguments, CKzGenericPolymorph& polymorph,
-                  IKzUnknown** out);
-
-private:
-    FakeHost();
-    CKzGlobalCache m_cache;
+    // Notes the call; throws what the operation is to answer instead.
+    void enter(const char* operation, const std::string& arguments = {});
 };

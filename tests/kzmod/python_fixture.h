@@ -1,4 +1,4 @@
-// Python with the kz module's own functions and types, on the scripted host.
+// Python with the module's own functions and types, on the scripted host.
 #pragma once
 
 #include "fake_host.h"
@@ -19,7 +19,7 @@ public:
 };
 
 struct Case {
-    const char* source;  // an expression, or statements that leave their result in `r`
+    std::string source;  // an expression, or statements that leave their result in `r`
     std::function<void(FakeScript&)> setUp;
     std::string expected;  // the result's repr, or "ExceptionType: text"
 };
@@ -32,11 +32,11 @@ protected:
 
     // The outcome of the source, as in Case. Fails the test when it leaves anything behind: an exception, a host object,
     // a reference.
-    std::string outcome(const char* source);
+    static std::string outcome(const std::string& source);
     // Runs each case on a fresh script, three times over, and compares.
     void check(const std::vector<Case>& cases);
 
-    FakeHost& host = FakeHost::instance();
+    FakeHost host;
     TraceLines traced;
 
 private:

@@ -9,12 +9,11 @@ auto fails(const char* operation) {
     return [=](FakeScript& script) { script.fails[operation] = KZe_FAILED; };
 }
 auto handsOutNothing(const char* operation) {
-    return [=](FakeScript& script) { script.empty[operation] = true; };
+    return [=](FakeScript& script) { script.fails[operation] = KZe_OK; };
 }
-void answersTwo(FakeScript& script) { script.numbers = {4, 5}; }
 
-const std::string noInterface = "RuntimeError: service 'scripted' has no script interface.";
-const std::string queryFailed = "RuntimeError: query failed on service 'scripted' for attribute 'colour'.";
+const std::string noInterface = "RuntimeError: service 'command' has no script interface.";
+const std::string queryFailed = "RuntimeError: query failed on service 'command' for attribute 'names'.";
 const std::string badSteps = "RuntimeError: Monitor steps must be greater than 0";
 
 }  // namespace
@@ -23,51 +22,46 @@ class Service : public PythonTest {};
 
 TEST_F(Service, ConstructionFindsTheQueryInterface) {
     check({
-        {"kz.Service('scripted').name()", nullptr, "'scripted'"},
+        {"kz.Service('command').name()", nullptr, "'command'"},
         {"kz.Service('nobody')", nullptr, "NameError: service 'nobody' not found."},
-        {"kz.Service('scripted')", fails("ServiceByName"), "NameError: service 'scripted' not found."},
-        {"kz.Service('scripted')", handsOutNothing("ServiceByName"), "NameError: service 'scripted' not found."},
-        {"kz.Service('plain')", nullptr, "RuntimeError: service 'plain' has no script interface."},
-        {"kz.Service('scripted')", fails("ScriptQuery"), noInterface},
-        {"kz.Service('scripted')", handsOutNothing("ScriptQuery"), noInterface},
+        {"kz.Service('command')", fails("Application.ServiceByName"), "NameError: service 'command' not found."},
+        {"kz.Service('command')", handsOutNothing("Application.ServiceByName"),
+         "NameError: service 'command' not found."},
+        {"kz.Service('thread')", nullptr, "RuntimeError: service 'thread' has no script interface."},
+        {"kz.Service('command')", fails("ServiceExtension.ScriptQuery"), noInterface},
+        {"kz.Service('command')", handsOutNothing("ServiceExtension.ScriptQuery"), noInterface},
         {"kz.Service()", nullptr, "TypeError: function takes exactly 1 argument (0 given)"},
         {"kz.Service.__new__(kz.Service).name()", nullptr, "None"},
         {"kz.Service.__new__(kz.Service).select()", nullptr, "RuntimeError: no active service interface."},
         {"kz.Service.__new__(kz.Service).queryN('x')", nullptr, "RuntimeError: no active service interface."},
         // Constructed anew in vain, it has the new name and no interface.
-        {"s = kz.Service('scripted')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", nullptr,
+        {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", nullptr,
          "'nobody'"},
-        {"s = kz.Service('scripted')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('colour')", nullptr,
+        {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('names')", nullptr,
          "RuntimeError: no active service interface."},
     });
 }
 
 TEST_F(Service, SelectsAndQueries) {
+    for (const char* name : {"one", "two"}) host.host.log().write(name, KZe_INFO, "a");
+    host.host.log().write("two", KZe_INFO, "b");
+    const std::string asked = "s = kz.Service('log')\ns.select('lines', ";
     check({
-        {"kz.Service('scripted').select('a', 'b')", nullptr, "None"},
-        {"kz.Service('scripted').select('a')", fails("Select"),
-         "RuntimeError: select failed on service 'scripted' for 'a'."},
-        {"kz.Service('scripted').select(1)", nullptr, "TypeError: argument 1 must be string, not int"},
-        {"kz.Service('scripted').query('colour')", answersTwo, "(4, 5)"},
-        {"kz.Service('scripted').query1('colour')", answersTwo, "4"},
-        {"kz.Service('scripted').queryN('colour')", answersTwo, "(4, 5)"},
-        {"kz.Service('scripted').query('colour')", nullptr, "None"},
-        {"kz.Service('scripted').query()", nullptr,
-         "RuntimeError: query failed on service 'scripted' for attribute ''."},
-        {"kz.Service('scripted').query('colour')", fails("Lookup"), queryFailed},
-        {"kz.Service('scripted').query('colour')", fails("QueryTypeName"), queryFailed},
-        {"kz.Service('scripted').query('colour')", fails("CreateQueryObject"), queryFailed},
-        {"kz.Service('scripted').query('colour')", handsOutNothing("CreateQueryObject"), queryFailed},
-        {"kz.Service('scripted').query('colour')", fails("Query"), queryFailed},
-        {"kz.Service('scripted').query('colour')", fails("Type"), "RuntimeError: internal: could not get value type"},
+        {"kz.Service('command').select('exists', 'b')", nullptr, "None"},
+        {"kz.Service('command').select('a')", fails("ScriptQuery.Select"),
+         "RuntimeError: select failed on service 'command' for 'a'."},
+        {"kz.Service('command').select(1)", nullptr, "TypeError: argument 1 must be string, not int"},
+        {asked + "'none')\nr = [s.query(), s.query1(), s.queryN()]", nullptr, "[None, None, ()]"},
+        {asked + "'one')\nr = [s.query(), s.query1(), s.queryN()]", nullptr, "['a', 'a', ('a',)]"},
+        {asked + "'two')\nr = [s.query('lines'), s.query1(), s.queryN()]", nullptr, "[('a', 'b'), 'a', ('a', 'b')]"},
+        {"kz.Service('command').query('nonsense')", nullptr,
+         "RuntimeError: query failed on service 'command' for attribute 'nonsense'."},
+        {"kz.Service('command').query('names')", fails("ScriptQuery.Lookup"), queryFailed},
+        {"kz.Service('command').query('names')", fails("ScriptQuery.TypeName"), queryFailed},
+        {"kz.Service('command').query('names')", fails("CreateQueryObject"), queryFailed},
+        {"kz.Service('command').query('names')", handsOutNothing("CreateQueryObject"), queryFailed},
+        {"kz.Service('command').query('names')", fails("ScriptQuery.Query"), queryFailed},
     });
-    host.calls.clear();
-    host.script = FakeScript();
-    outcome("[kz.Service('scripted').select(), kz.Service('scripted').query('colour')]");
-    EXPECT_TRUE(host.called("Select(,null)"));
-    EXPECT_TRUE(host.called("QueryTypeName(3)"));
-    EXPECT_TRUE(host.called("CreateQueryObject(integer)"));
-    EXPECT_TRUE(host.called("Query(3)"));
 }
 
 class Monitor : public PythonTest {
@@ -99,8 +93,7 @@ TEST_F(Monitor, CountsSteps) {
         {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"},
     });
     EXPECT_TRUE(PythonRuntime::running().monitors.empty());
-    host.script = FakeScript();
-    host.calls.clear();
+    host.set(FakeScript());
     outcome("m = kz.Monitor(7)\nm.step()\nm.step(5)\nr = None");
     EXPECT_EQ(host.calls, (std::vector<std::string>{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)",
                                                     "Increment(5)", "MonitorReleaseObj"}));

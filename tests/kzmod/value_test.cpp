@@ -50,7 +50,7 @@ TEST_F(Values, HintsGiveIntegersTheirTexts) {
     check({
         {"kz.eval('q ?')", with(integers({1, 3, 2}), hinted), "('one', 3, 'two')"},
         {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("Hints")), "1"},
-        {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("TextHintEncode")), "None"},
+        {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("Value.TextHintEncode")), "None"},
         {"kz.eval('q ?')", with(array(KZiVALUE_TYPE_FLOAT, "float", {1}), hinted), "1.0"},
     });
 }
@@ -81,7 +81,7 @@ TEST_F(Values, FailuresDiscardEverything) {
 TEST_F(Values, TraceShowsNumbersAsCharacters) {
     using Lines = std::vector<std::string>;
     const auto linesOf = [this](const std::function<void(FakeScript&)>& setUp) {
-        setUp(host.script);
+        host.set(setUp);
         kzSetTracing(true);
         outcome("kz.eval('q ?')");
         kzSetTracing(false);
@@ -92,6 +92,5 @@ TEST_F(Values, TraceShowsNumbersAsCharacters) {
     EXPECT_EQ(linesOf(strings({"text"})), (Lines{"kz.eval : text"}));
     EXPECT_EQ(linesOf(with(strings({"text", "next"}), badAt(1))),
               (Lines{"kz.eval : text", "kz.eval \x01: text", "kz.eval: internal error: could not get value"}));
-    host.script = FakeScript();
     EXPECT_EQ(linesOf(fails("Type")), (Lines{"value_array: internal: could not get value type"}));
 }

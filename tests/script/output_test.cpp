@@ -102,19 +102,3 @@ TEST(output, shows_exceptions_with_their_frames) {
     EXPECT_TRUE(deep.starts_with("test.py\n  [80000000] Unhandled exception \"RuntimeError\"; maximum recursion depth"));
     EXPECT_GT(std::count(deep.begin(), deep.end(), '\n'), 900);
 }
-
-TEST(output, of_two_threads_at_once_reaches_each_its_end) {
-    CPluginHost host;
-    host.load();
-    // Two scripts on two host threads: the one that began first ends first.
-    host.run("import threading, __builtin__\n__builtin__.first, __builtin__.second = threading.Event(), threading.Event()");
-    std::thread other([&] { host.run("first.wait(20)\nprint 'begun'\nsecond.set()\nfirst.clear()\nfirst.wait(20)\nprint 'ended'"); });
-    EXPECT_EQ(host.run("first.set()\nsecond.wait(20)\nprint 'one'").code, KZe_OK);
-    EXPECT_EQ(host.run("print 'two'\nfirst.set()").code, KZe_OK);
-    other.join();
-    EXPECT_EQ(host.run("print 'three'").code, KZe_OK);
-    std::string texts;
-    for (const LogLine& line : host.host.log().lines("scripts"))
-        if (line.text != "test.py") texts += line.text + " ";
-    EXPECT_EQ(texts.size(), std::string("begun one ended two three ").size()) << texts;
-}

@@ -6,7 +6,9 @@
 #include "serve/adapters.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <map>
 #include <sstream>
 
 namespace {
@@ -49,6 +51,33 @@ public:
 
 constexpr std::uint64_t untouched = 0xABABABABABABABABU;
 
+template <class Value> std::string bytesOf(const Value& value) {
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+// What Python returns for an output of each letter, and what the host then finds in its place.
+struct Output {
+    std::string expression;
+    std::string bytes;
+};
+const std::map<char, Output>& outputs() {
+    static const std::map<char, Output> all = {
+        {'i', {"-9", bytesOf(std::int32_t(-9))}},
+        {'I', {"0xFFFFFFF0", bytesOf(0xFFFFFFF0U)}},
+        {'n', {"1 << 40", bytesOf(std::int64_t(1) << 40)}},
+        {'p', {"0x5678", bytesOf(std::int64_t(0x5678))}},
+        {'b', {"True", bytesOf(true)}},
+        {'f', {"0.25", bytesOf(0.25F)}},
+        {'d', {"0.25", bytesOf(0.25)}},
+        {'T', {"'out'", bytesOf("out")}},
+        {'z', {"'out'", {}}},
+        {'O', {"there", {}}},
+        {'V', {"[1.5, 2.5, -3.5, 4.5]", bytesOf(std::array{1.5, 2.5, -3.5, 4.5})}},
+        {'v', {"[1.5, 2.5, -3.5, 4.5]", bytesOf(std::array{1.5F, 2.5F, -3.5F, 4.5F})}},
+    };
+    return all;
+}
+
 // The arguments of one call, by the row's signature, and what is expected on either side.
 class Call {
 public:
@@ -75,7 +104,7 @@ public:
 
     std::string expectedSeen() const { return m_row.name + m_seen; }
     bool returnsCode() const { return m_row.signature[0] == 'r'; }
-    std::size_t outputs() const { return m_outputs.size(); }
+    std::size_t outputCount() const { return m_outputs.size(); }
     bool typed() const { return std::strstr(m_row.signature, "A*") == nullptr; }
 
     // A Python expression for what the method returns.
@@ -109,38 +138,22 @@ public:
 
 private:
     void addInput(const char*& letter) {
-        LoopbackWord word;
+        const std::map<char, std::pair<std::string, LoopbackWord>> known = {
+            {'f', {"1.5", {.real = 1.5}}},
+            {'d', {"1.5", {.real = 1.5}}},
+            {'z', {"'text'", {.pointer = const_cast<char*>("text")}}},
+            {'O', {"object 1", {.pointer = m_object}}},
+            {'V', {"(1.5, 2.5, -3.5)", {.pointer = m_doubles}}},
+            {'v', {"(1.5, 2.5, -3.5)", {.pointer = m_floats}}},
+            {'A', {"storage ?", {.pointer = &m_buffers[m_arrays * 8]}}},
+        };
         const auto number = static_cast<std::int64_t>(m_inputs.size()) + 2;
-        switch (*letter) {
-        case 'f':
-        case 'd':
-            word.real = 1.5;
-            m_seen += " 1.5";
-            break;
-        case 'z':
-            word.pointer = const_cast<char*>("text");
-            m_seen += " 'text'";
-            break;
-        case 'O':
-            word.pointer = m_object;
-            m_seen += " object 1";
-            break;
-        case 'V':
-            word.pointer = m_doubles;
-            m_seen += " (1.5, 2.5, -3.5)";
-            break;
-        case 'v':
-            word.pointer = m_floats;
-            m_seen += " (1.5, 2.5, -3.5)";
-            break;
-        case 'A':
-            ++letter;
-            word.pointer = &m_buffers[m_arrays++ * 8];
-            m_seen += " storage ?";
-            break;
-        default: word.integer = number; m_seen += " " + std::to_string(number);
-        }
-        m_inputs.push_back(word);
+        const auto found = known.find(*letter);
+        m_seen += " " + (found != known.end() ? found->second.first : std::to_string(number));
+        m_inputs.push_back(found != known.end() ? found->second.second : LoopbackWord{.integer = number});
+        if (*letter != 'A') return;
+        ++letter;
+        ++m_arrays;
     }
 
     // Puts the sizes of storage in their places.
@@ -167,48 +180,21 @@ private:
     }
 
     static std::string expressionFor(const std::string& output) {
-        switch (output[0]) {
-        case 'i': return "-9";
-        case 'I': return "0xFFFFFFF0";
-        case 'n': return "1 << 40";
-        case 'b': return "True";
-        case 'f':
-        case 'd': return "0.25";
-        case 'z':
-        case 'T': return "'out'";
-        case 'O': return "there";
-        case 'p': return "0x5678";
-        default: return std::string("[1.5, 2.5, -3.5, 4.5][:") + output[1] + "]";
-        }
+        const std::string expression = outputs().at(output[0]).expression;
+        return output.size() == 1 ? expression : expression + "[:" + output[1] + "]";
     }
 
     bool holds(const std::string& output, const void* stored) {
-        const auto is = [stored](auto value) { return std::memcmp(stored, &value, sizeof value) == 0; };
-        const bool inPlace = stored != &m_answer;
-        switch (output[0]) {
-        case 'i': return is(std::int32_t(-9));
-        case 'I': return is(0xFFFFFFF0U);
-        case 'n': return is(std::int64_t(1) << 40);
-        case 'b': return is(true);
-        case 'f': return inPlace ? is(0.25F) : is(0.25);
-        case 'd': return is(0.25);
-        case 'z': return std::strcmp(*static_cast<const char* const*>(stored), "out") == 0;
-        case 'T': return std::strcmp(static_cast<const char*>(stored), "out") == 0;
-        case 'p': return is(std::int64_t(0x5678));
-        case 'O': {
+        if (output == "z") return std::strcmp(*static_cast<const char* const*>(stored), "out") == 0;
+        if (output == "O") {
             CKzLoc_Unknown held;
             *held.out() = *static_cast<IKzUnknown* const*>(stored);
             return held.raw() == m_object;
         }
-        default: break;
-        }
-        const double expected[] = {1.5, 2.5, -3.5, 4.5};
-        for (int index = 0; index < output[1] - '0'; ++index) {
-            const double number =
-                output[0] == 'V' ? static_cast<const double*>(stored)[index] : static_cast<const float*>(stored)[index];
-            if (number != expected[index]) return false;
-        }
-        return true;
+        // What is returned is a word, in which a single number takes double room.
+        const std::string& bytes = outputs().at(output == "f" && stored == &m_answer ? 'd' : output[0]).bytes;
+        const std::size_t size = output.size() == 1 ? bytes.size() : bytes.size() / 4 * (output[1] - '0');
+        return std::memcmp(stored, bytes.data(), size) == 0;
     }
 
     const LoopbackRow& m_row;
@@ -254,7 +240,7 @@ protected:
     ~LoopbackTest() override { run("there = it = answer = None; sys.exc_clear()"); }
 
     // Makes `it` in Python: all methods of the interface, or none.
-    static void serve(const std::string& interfaceName, bool withMethods, CKzLoc_Unknown& server) {
+    void serve(const std::string& interfaceName, bool withMethods, CKzLoc_Unknown& server) {
         std::string names;
         for (const LoopbackRow& row : loopbackRows())
             if (withMethods && row.interfaceName == interfaceName) names += std::string("'") + row.name + "', ";
@@ -262,7 +248,7 @@ protected:
         server.set(reinterpret_cast<IKzUnknown*>(std::stoull(value("it.__peekobj__()"))));
     }
 
-    static void answer(const std::string& function) { EXPECT_EQ(run("answer = " + function), "") << function; }
+    void answer(const std::string& function) { EXPECT_EQ(run("answer = " + function), "") << function; }
 
     static KzResult code(const LoopbackWord& word) { return static_cast<KzResult>(word.integer); }
 
@@ -274,14 +260,14 @@ protected:
     }
 
     // Returned values that do not convert: of the wrong type, too few, too many.
-    static void checkConversions(Call& call, IKzUnknown* server) {
+    void checkConversions(Call& call, IKzUnknown* server) {
         const auto expect = [&](const std::string& returned, KzResult code) {
             answer("lambda: " + returned);
             expectFailure(call, server, code);
         };
-        if (call.outputs() == 0) return;
-        expect("Answering()", call.outputs() == 1 ? call.codeOfWrongType() : KZe_FAILED);
-        if (call.outputs() == 1) return call.takesNone() ? void() : expect("None", call.codeOfWrongType());
+        if (call.outputCount() == 0) return;
+        expect("Answering()", call.outputCount() == 1 ? call.codeOfWrongType() : KZe_FAILED);
+        if (call.outputCount() == 1) return call.takesNone() ? void() : expect("None", call.codeOfWrongType());
         const std::string good = call.good();
         for (const std::string& returned :
              {std::string("None"), std::string("()"), "list(" + good + ")", good + " + (0,)", good + "[1:]"})

@@ -8,25 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
-CTestFolder::CTestFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "kztestXXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    m_path = name;
-}
-
-CTestFolder::~CTestFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
-std::string CTestFolder::write(const std::string& name, const std::string& text) const {
-    const std::filesystem::path file = m_path / name;
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << text;
-    return file.string();
-}
+#include <regex>
 
 CHostPolymorph<CTestConsole>& CTestConsole::polymorph() {
     static auto& made =
@@ -52,6 +34,8 @@ KzResult CTestConsole::lin_Info(const char* text) {
     return kzOk;
 }
 
+CNothingAlive::~CNothingAlive() { EXPECT_EQ(isExpected ? kzLiveInstanceCount() : 0, 0U) << kzLiveInstanceNames(); }
+
 CPluginHost::CPluginHost() { host.core().files.setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7"); }
 
 CPluginHost& CPluginHost::load() {
@@ -61,7 +45,8 @@ CPluginHost& CPluginHost::load() {
 }
 
 CPluginHost& CPluginHost::adopt(IKzUnknown* module) {
-    EXPECT_EQ(host.adopt("kzPython2", module), kzOk);
+    application.host = host.application();
+    EXPECT_EQ(host.core().modules.adopt("kzPython2", "kzPython2", module, &application), kzOk);
     if (module != nullptr) module->Release();
     return *this;
 }
@@ -76,6 +61,14 @@ std::string CPluginHost::output(const std::string& text, const std::string& args
     return log("scripts");
 }
 
+void CPluginHost::check(const std::string& folder, const std::string& module) {
+    run("import sys\nsys.dont_write_bytecode = True\nsys.path += ['" KZ_SOURCE_DIR "/tests/support', '" KZ_SOURCE_DIR
+        "/tests/" +
+        folder + "']\nimport checks, " + module + "\nchecks.run(" + module + ")");
+    const std::string told = log("scripts");
+    EXPECT_TRUE(std::regex_search(told, std::regex("\n  [1-9][0-9]* checks, 0 failed\n$"))) << told << log("python");
+}
+
 std::string CPluginHost::log(const std::string& subsystem) const {
     std::string text;
     for (const LogLine& line : host.log().lines(subsystem)) {
@@ -84,6 +77,10 @@ std::string CPluginHost::log(const std::string& subsystem) const {
         text += line.text + "\n";
     }
     return text;
+}
+
+std::string CPluginHost::alive() {
+    return std::regex_replace(kzLiveInstanceNames(), std::regex("log [a-z]* x[0-9]* |[A-Za-z]* service x[0-9]* "), "");
 }
 
 CKzLoc_Unknown& CPluginHost::spawn(const char* className, CKzLoc_Unknown& object) {

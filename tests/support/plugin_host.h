@@ -2,29 +2,13 @@
 #pragma once
 
 #include "host/kz_host.h"
+#include "tests/support/folder.h"
 
 #include "kz/script.h"
 
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
-
-// A folder that is gone when the test is over.
-class CTestFolder {
-public:
-    CTestFolder();
-    ~CTestFolder();
-    CTestFolder(const CTestFolder&) = delete;
-    CTestFolder& operator=(const CTestFolder&) = delete;
-
-    std::string path() const { return m_path.string(); }
-    // Writes a file, and the folders above it; returns its full path.
-    std::string write(const std::string& name, const std::string& text) const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 // A console as the plug-in sees it: remembers what it is told.
 class CTestConsole final : public CKzImpl_LineExecution {
@@ -34,14 +18,36 @@ public:
     KzResult lin_Results(IKzUnknown* values) override;
     KzResult lin_Info(const char* text) override;
 
-    std::vector<std::string> lines;     // what was printed, in order
-    std::vector<std::string> results;   // the values of the last result
+    std::vector<std::string> lines;    // what was printed, in order
+    std::vector<std::string> results;  // the values of the last result
     int resultCount = 0;
-    std::function<void()> whenTold;     // runs with each line, inside the call
+    std::function<void()> whenTold;  // runs with each line, inside the call
+};
+
+// At its end no object of the host may be alive, unless a test has said so.
+struct CNothingAlive {
+    ~CNothingAlive();
+    bool isExpected = true;
+};
+
+// The host as an adopted module sees it: services are asked for from the test first.
+class CTestApplication final : public IKzUnknown {
+public:
+    KzResult QueryInterface(const KzGuid* iid, void** object) override {
+        const KzResult code = own ? own(*iid, object) : kzNotFound;
+        return code == kzNotFound ? host->QueryInterface(iid, object) : code;
+    }
+    std::uint32_t AddRef() override { return 1; }
+    std::uint32_t Release() override { return 1; }
+
+    std::function<KzResult(const KzGuid& iid, void** object)> own;  // with NOTFOUND the host is asked
+    IKzUnknown* host = nullptr;
 };
 
 class CPluginHost {
 public:
+    CNothingAlive nothingAlive;  // the last to go
+
     // A host with the kit of the build tree and no plug-in yet.
     CPluginHost();
 
@@ -50,6 +56,7 @@ public:
     // Takes in the plug-in that is linked to the test.
     CPluginHost& adopt(IKzUnknown* module);
 
+    CTestApplication application;
     CKzHost host;
 
     // Runs a text as the script "test.py" and says how it ended.
@@ -57,10 +64,16 @@ public:
     // The same, and what the scripts subsystem of the log gained.
     std::string output(const std::string& text, const std::string& args = {});
 
+    // Runs the checks of a Python module in a folder of the tests. What they find wrong fails the test.
+    void check(const std::string& folder, const std::string& module);
+
     // The log of a subsystem, one line each: two blanks for each level of depth, the entry's code unless it is 1, and
     // its text.
     std::string log(const std::string& subsystem) const;
     void clearLog() { host.log().clear(); }
+
+    // Objects that are alive, by name, without those of the log and the services, which the host keeps.
+    static std::string alive();
 
     // A new instance of one of the plug-in's servers ("lineinterpreter"); empty when it cannot be had.
     CKzLoc_Unknown& spawn(const char* className, CKzLoc_Unknown& object);

@@ -172,7 +172,7 @@ def each_method(work):
             work(method, isService)
         method = None
         if recorder.alive() != before:
-            recorder.fail('%s leaves alive: %s' % (stem, recorder.alive()[1]))
+            recorder.fail('%s leaves alive: %s' % (stem, recorder.alive()))
     gc.enable()
     return dict(counts)
 

@@ -142,7 +142,7 @@ def buffers():
 
 
 def alive_of(stem):
-    match = re.search(r'\b%s x(\d+)' % stem, recorder.alive()[1])
+    match = re.search(r'\b%s x(\d+)' % stem, recorder.alive())
     return int(match.group(1)) if match else 0
 
 

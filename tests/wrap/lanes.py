@@ -1,5 +1,6 @@
 """The wrappers read plain arguments themselves and leave the rest to the interpreter's parser. Nobody may be able to
 tell: whatever the arguments, a method takes and refuses what the parser does, with the same values and errors."""
+import ctypes
 import itertools
 
 import kz
@@ -7,7 +8,9 @@ import manifest
 import recorder
 import values
 
-LETTERS = {'int': 'i', 'uint': 'I', 'size': 'n', 'id': 'n', 'pointer': 'n', 'float': 'f', 'double': 'd', 'string': 'z'}
+LANES = {'int': ('i', ctypes.c_int), 'uint': ('I', ctypes.c_uint), 'size': ('n', ctypes.c_ssize_t),
+         'id': ('n', ctypes.c_size_t), 'pointer': ('n', ctypes.c_size_t), 'float': ('f', ctypes.c_float),
+         'double': ('d', ctypes.c_double), 'string': ('z', ctypes.c_char_p)}
 
 
 class Lying(int):
@@ -81,7 +84,7 @@ def outcome(function, *arguments):
 
 def scalar_methods():
     for stem, name, isService, rows in manifest.TYPES:
-        chosen = [row for row in rows if all(kind in LETTERS for kind, _ in row[2]) and len(row[2]) <= 8]
+        chosen = [row for row in rows if all(kind in LANES for kind, _ in row[2]) and len(row[2]) <= 8]
         if isService or not chosen:
             continue
         wrapper = getattr(kz.object, name)(values.Host(stem))
@@ -91,10 +94,15 @@ def scalar_methods():
 
 
 def seen_by_parser(kinds, arguments):
-    seen = outcome(recorder.parse, ''.join(LETTERS[kind] for kind in kinds), tuple(arguments))
-    if isinstance(seen, list):
-        seen = [each % 2 ** 64 if kind in ('id', 'pointer') else each for kind, each in zip(kinds, seen)]
-    return seen
+    places = [LANES[kind][1]() for kind in kinds]
+    parse = ctypes.pythonapi.PyArg_ParseTuple
+    parse.argtypes = [ctypes.py_object, ctypes.c_char_p]
+    letters = ''.join(LANES[kind][0] for kind in kinds)
+    failed = outcome(parse, tuple(arguments), letters, *map(ctypes.byref, places))
+    if isinstance(failed, tuple):
+        return failed
+    # As the recorder notes them: every integer is a long.
+    return [long(place.value) if isinstance(place.value, int) else place.value for place in places]
 
 
 def seen_by_host(function, arguments):

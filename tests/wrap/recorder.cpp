@@ -4,6 +4,7 @@
 #include "module/error_report.h"
 #include "module/py_lock.h"
 #include "module/py_ref.h"
+#include "tests/support/plugin_host.h"
 
 #include "kz/result.h"
 
@@ -84,11 +85,6 @@ CRecord& CRecord::note(PyObject* owned) {
     return *this;
 }
 
-CRecord& CRecord::in(std::int32_t value) { return note(PyLong_FromLong(value)); }
-CRecord& CRecord::in(std::uint32_t value) { return note(PyLong_FromUnsignedLong(value)); }
-CRecord& CRecord::in(std::intptr_t value) { return note(PyLong_FromLong(value)); }
-CRecord& CRecord::in(float value) { return note(PyFloat_FromDouble(value)); }
-CRecord& CRecord::in(double value) { return note(PyFloat_FromDouble(value)); }
 CRecord& CRecord::in(const char* text) { return note(Py_BuildValue("z", text)); }
 CRecord& CRecord::in(const KzGuid* guid) {
     return note(PyString_FromStringAndSize(reinterpret_cast<const char*>(guid), sizeof *guid));
@@ -117,32 +113,11 @@ CRecord& CRecord::in(const KzBlockList* blocks) {
     return note(rows);
 }
 
-CRecord& CRecord::inNumbers(const float* numbers, std::size_t count) {
-    const std::vector<double> wide(numbers, numbers + count);
-    return inNumbers(wide.data(), count);
-}
-
-CRecord& CRecord::inNumbers(const double* numbers, std::size_t count) {
-    PyObject* list = PyList_New(static_cast<Py_ssize_t>(count));
-    for (std::size_t index = 0; index < count; ++index)
-        PyList_SET_ITEM(list, static_cast<Py_ssize_t>(index), PyFloat_FromDouble(numbers[index]));
-    return note(list);
-}
-
 PyObject* CRecord::next() {
     if (m_answer < PyTuple_GET_SIZE(recorder().answers)) return PyTuple_GET_ITEM(recorder().answers, m_answer++);
     ADD_FAILURE() << m_method << " has no answer laid out for output " << m_answer;
     return Py_None;
 }
-
-CRecord& CRecord::out(bool* place) { return *place = PyObject_IsTrue(next()) == 1, *this; }
-CRecord& CRecord::out(std::int32_t* place) { return *place = static_cast<std::int32_t>(PyLong_AsLong(next())), *this; }
-CRecord& CRecord::out(std::uint32_t* place) {
-    return *place = static_cast<std::uint32_t>(PyLong_AsLong(next())), *this;
-}
-CRecord& CRecord::out(std::intptr_t* place) { return *place = PyLong_AsLong(next()), *this; }
-CRecord& CRecord::out(float* place) { return *place = static_cast<float>(PyFloat_AsDouble(next())), *this; }
-CRecord& CRecord::out(double* place) { return *place = PyFloat_AsDouble(next()), *this; }
 
 CRecord& CRecord::out(const char** place) {
     PyObject* text = next();
@@ -183,20 +158,6 @@ CRecord& CRecord::text(char* buffer, std::uint32_t length) {
     m_short = m_short || value.size() >= length;
     std::strncpy(buffer, value.c_str(), length - 1);
     buffer[length - 1] = '\0';
-    return *this;
-}
-
-CRecord& CRecord::outNumbers(float* numbers, std::size_t count) {
-    PyObject* values = next();
-    for (std::size_t index = 0; index < count; ++index)
-        numbers[index] = static_cast<float>(PyFloat_AsDouble(PyList_GetItem(values, static_cast<Py_ssize_t>(index))));
-    return *this;
-}
-
-CRecord& CRecord::outNumbers(double* numbers, std::size_t count) {
-    PyObject* values = next();
-    for (std::size_t index = 0; index < count; ++index)
-        numbers[index] = PyFloat_AsDouble(PyList_GetItem(values, static_cast<Py_ssize_t>(index)));
     return *this;
 }
 
@@ -267,43 +228,7 @@ PyObject* serveFunction(PyObject* /*self*/, PyObject* args) {
 }
 
 PyObject* aliveFunction(PyObject* /*self*/, PyObject* /*args*/) {
-    return Py_BuildValue("(Is)", kzLiveInstanceCount(), kzLiveInstanceNames().c_str());
-}
-
-union Target {
-    int i;
-    unsigned int u;
-    Py_ssize_t n;
-    float f;
-    double d;
-    const char* z;
-};
-
-PyObject* targetObject(char letter, const Target& target) {
-    switch (letter) {
-    case 'i': return PyLong_FromLong(target.i);
-    case 'I': return PyLong_FromUnsignedLong(target.u);
-    case 'n': return PyLong_FromSsize_t(target.n);
-    case 'f': return PyFloat_FromDouble(static_cast<double>(target.f));
-    case 'd': return PyFloat_FromDouble(target.d);
-    default: return Py_BuildValue("z", target.z);
-    }
-}
-
-PyObject* parseFunction(PyObject* /*self*/, PyObject* arguments) {
-    const char* format = nullptr;
-    PyObject* args = nullptr;
-    if (PyArg_ParseTuple(arguments, "sO!", &format, &PyTuple_Type, &args) == 0) return nullptr;
-    Target t[8]{};
-    if (std::strlen(format) > std::size(t)) return PyErr_Format(PyExc_ValueError, "more than eight letters");
-    // The format takes as many of them as it has letters.
-    if (PyArg_ParseTuple(args, format, &t[0], &t[1], &t[2], &t[3], &t[4], &t[5], &t[6], &t[7]) == 0) return nullptr;
-    PyObject* list = PyList_New(0);
-    for (const Target* target = t; *format != '\0'; ++format, ++target) {
-        const CPyRefNull value(targetObject(*format, *target));
-        PyList_Append(list, value);
-    }
-    return list;
+    return PyString_FromString(CPluginHost::alive().c_str());
 }
 
 PyObject* failFunction(PyObject* /*self*/, PyObject* args) {
@@ -314,11 +239,15 @@ PyObject* failFunction(PyObject* /*self*/, PyObject* args) {
 }
 
 PyMethodDef functions[] = {
-    {"make", makeFunction, METH_VARARGS, nullptr},     {"release", releaseFunction, METH_VARARGS, nullptr},
-    {"answer", answerFunction, METH_VARARGS, nullptr}, {"calls", callsFunction, METH_VARARGS, nullptr},
-    {"during", duringFunction, METH_VARARGS, nullptr}, {"serve", serveFunction, METH_VARARGS, nullptr},
-    {"alive", aliveFunction, METH_VARARGS, nullptr},   {"parse", parseFunction, METH_VARARGS, nullptr},
-    {"fail", failFunction, METH_VARARGS, nullptr},     {nullptr, nullptr, 0, nullptr},
+    {"make", makeFunction, METH_VARARGS, nullptr},
+    {"release", releaseFunction, METH_VARARGS, nullptr},
+    {"answer", answerFunction, METH_VARARGS, nullptr},
+    {"calls", callsFunction, METH_VARARGS, nullptr},
+    {"during", duringFunction, METH_VARARGS, nullptr},
+    {"serve", serveFunction, METH_VARARGS, nullptr},
+    {"alive", aliveFunction, METH_VARARGS, nullptr},
+    {"fail", failFunction, METH_VARARGS, nullptr},
+    {nullptr, nullptr, 0, nullptr},
 };
 
 }  // namespace

@@ -2,10 +2,12 @@
 // with what a test has laid out for it. The conversions are the recorder's own: nothing of the marshalling is used.
 #pragma once
 
+#include "module/py_ref.h"
 #include "module/python.h"
 
 #include "kz/base/polymorph.h"
 
+#include <concepts>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -27,11 +29,8 @@ public:
     CRecord(const CRecord&) = delete;
     CRecord& operator=(const CRecord&) = delete;
 
-    CRecord& in(std::int32_t value);
-    CRecord& in(std::uint32_t value);
-    CRecord& in(std::intptr_t value);
-    CRecord& in(float value);
-    CRecord& in(double value);
+    template <std::integral Value> CRecord& in(Value value) { return note(PyLong_FromLongLong(value)); }
+    template <std::floating_point Value> CRecord& in(Value value) { return note(PyFloat_FromDouble(value)); }
     CRecord& in(const char* text);
     CRecord& in(const KzGuid* guid);
     CRecord& in(IKzUnknown* object);
@@ -43,12 +42,13 @@ public:
         return inNumbers(reinterpret_cast<const Number*>(numbers), sizeof *numbers / sizeof(Number));
     }
 
-    CRecord& out(bool* place);
-    CRecord& out(std::int32_t* place);
-    CRecord& out(std::uint32_t* place);
-    CRecord& out(std::intptr_t* place);
-    CRecord& out(float* place);
-    CRecord& out(double* place);
+    CRecord& out(bool* place) { return *place = PyObject_IsTrue(next()) == 1, *this; }
+    template <std::integral Value> CRecord& out(Value* place) {
+        return *place = static_cast<Value>(PyLong_AsLong(next())), *this;
+    }
+    template <std::floating_point Value> CRecord& out(Value* place) {
+        return *place = static_cast<Value>(PyFloat_AsDouble(next())), *this;
+    }
     CRecord& out(const char** place);
     CRecord& out(IKzUnknown** place);
     CRecord& out(const KzTextValueHint** place);
@@ -82,10 +82,19 @@ private:
     template <class T> using NumberOf = std::conditional_t<isSingle<T>, float, double>;
 
     CRecord& note(PyObject* owned);
-    CRecord& inNumbers(const float* numbers, std::size_t count);
-    CRecord& inNumbers(const double* numbers, std::size_t count);
-    CRecord& outNumbers(float* numbers, std::size_t count);
-    CRecord& outNumbers(double* numbers, std::size_t count);
+    template <class Number> CRecord& inNumbers(const Number* numbers, std::size_t count) {
+        PyObject* list = PyList_New(0);
+        for (std::size_t index = 0; index < count; ++index)
+            PyList_Append(list, CPyRef(PyFloat_FromDouble(numbers[index]), CPyRef::owned));
+        return note(list);
+    }
+    template <class Number> CRecord& outNumbers(Number* numbers, std::size_t count) {
+        PyObject* values = next();
+        for (std::size_t index = 0; index < count; ++index)
+            numbers[index] =
+                static_cast<Number>(PyFloat_AsDouble(PyList_GetItem(values, static_cast<Py_ssize_t>(index))));
+        return *this;
+    }
     PyObject* next();
 
     const char* m_method;
@@ -101,8 +110,7 @@ private:
 //   calls()               what was noted since the last time: [(method, object's address, [input, ...]), ...]
 //   during(callable)      called at the end of the next host call, as a host calls back into Python; None for nothing
 //   serve(stem)           the address of a recording service that the host hands out once
-//   alive()               how many host objects are alive
-//   parse(format, args)   what the interpreter's parser makes of the arguments, as a list
+//   alive()               which host objects are alive, and how many of each
 //   fail(text)            a failure of the test
 void kzAddRecorderModule();
 

@@ -3,6 +3,7 @@
 
 #include "module/py_lock.h"
 #include "module/py_ref.h"
+#include "tests/support/plugin_host.h"
 
 #include <gtest/gtest.h>
 
@@ -22,5 +23,6 @@ protected:
 private:
     static std::map<std::string, long> call(const char* script, const char* function);
 
+    CPluginHost m_host;
     std::optional<CPyLock> m_lock;
 };

@@ -1,0 +1,230 @@
+// The host's services: what scripts see of them is checked by the script beside this file; here stands what only C++ can
+// do or see.
+#include "tests/support/host_test.h"
+#include "host/progress_view.h"
+
+#include "kz/application.h"
+#include "kz/dialog.h"
+#include "kz/file.h"
+#include "kz/host.h"
+#include "kz/log.h"
+#include "kz/module.h"
+#include "kz/result.h"
+#include "kz/value.h"
+#include "kz_paths.h"
+
+#include <thread>
+
+namespace {
+
+TEST(Services, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
+
+TEST_F(HostTest, MonitorsReportTheirStepsAndEnd) {
+    std::string seen;
+    host().core().monitors.setViewer([&](const MonitorState& state) {
+        seen += std::to_string(state.done) + "/" + std::to_string(state.steps) + (state.ended ? "." : " ");
+    });
+    const ServiceOf<CKzUser_StdDialogService> dialogs(host().application());
+    CKzLoc_Unknown made;
+    EXPECT_EQ(dialogs->MonitorAllocate("Progress", made.out()), KZe_OK);
+    const CKzUser_Monitor work(made.raw());
+    EXPECT_EQ(work->Initialize(4), KZe_OK);
+    EXPECT_EQ(work->Increment(1), KZe_OK);
+    EXPECT_EQ(work->Increment(9), KZe_OK) << "more than announced";
+    host().core().monitors.abort(true);
+    EXPECT_EQ(work->Increment(1), KZe_ABORT);
+    EXPECT_EQ(dialogs->MonitorReleaseObj(work.raw()), KZe_OK);
+    EXPECT_EQ(seen, "0/4 1/4 4/4 4/4 4/4.");
+}
+
+TEST(ProgressView, IsDrawnOnlyWhenItChanges) {
+    const std::pair<bool, const char*> cases[] = {
+        {false, "Load: 0% (0 of 1000)\nLoad: 25% (250 of 1000)\nLoad: 50% (500 of 1000)\nLoad: 75% (750 of 1000)\n"
+                "Load: 100% (1000 of 1000)\n"},
+        {true, nullptr}};
+    for (const auto& [isTerminal, expected] : cases) {
+        char* text = nullptr;
+        std::size_t size = 0;
+        std::FILE* file = open_memstream(&text, &size);
+        CProgressView view(file, isTerminal);
+        for (std::uint64_t done = 0; done <= 1000; ++done) view({"Load", 1000, done, false});
+        view({"Load", 1000, 1000, true});
+        std::fclose(file);
+        if (expected != nullptr) {
+            EXPECT_EQ(std::string(text), expected);
+        } else {
+            EXPECT_EQ(std::count(text, text + size, '\r'), 101);
+            EXPECT_EQ(text[size - 1], '\n');
+        }
+        std::free(text);
+    }
+}
+
+TEST_F(HostTest, AShortBufferIsSaidAndNeverOverrun) {
+    const CTestFolder folder;
+    const std::string whole = folder.path();
+    host().core().files.setAlias("kit", whole);
+    const ServiceOf<CKzUser_FileService> files(host().application());
+    for (std::size_t size = 0; size <= whole.size() + 1; ++size) {
+        std::string buffer(whole.size() + 8, '#');
+        const KzResult code = files->ToLocalAlias("kit:", buffer.data(), static_cast<std::uint32_t>(size));
+        EXPECT_EQ(code, size > whole.size() ? KZe_OK : KZe_SHORTBUFFER) << size;
+        EXPECT_EQ(buffer.substr(size), std::string(buffer.size() - size, '#')) << size;
+        if (size > 0) {
+            EXPECT_EQ(std::string(buffer.c_str()), whole.substr(0, size - 1));
+        }
+    }
+    char cut[4] = "";
+    EXPECT_EQ(kzFillText("ab\xC3\xA9", cut, sizeof cut), KZe_SHORTBUFFER);
+    EXPECT_STREQ(cut, "ab") << "a character must not be cut in two";
+}
+
+TEST_F(HostTest, NoHintsAreNoChoices) {
+    char text[16] = "old";
+    EXPECT_EQ(ServiceOf<CKzUser_ValueService>(host().application())->TextHintEncode(5, nullptr, text, sizeof text),
+              KZe_OK_NO_CHOICES);
+    EXPECT_STREQ(text, "");
+}
+
+TEST(TextTest, CodesHaveNamesAndMarkupGoes) {
+    EXPECT_EQ(kzCodeName(0), "OK");
+    EXPECT_EQ(kzCodeName(1), "INFO");
+    EXPECT_EQ(kzCodeName(0x80000017U), "NOTFOUND");
+    EXPECT_EQ(kzCodeName(0x89999999U), "89999999");
+    EXPECT_EQ(kzCodeOfName("NOTFOUND"), 0x80000017U);
+    EXPECT_EQ(kzCodeOfName("nothing"), std::nullopt);
+    EXPECT_EQ(kzWithoutMarkup("\x03(f:FONT_ITALIC) kz\x03(f:FONT_DEFAULT)"), " kz");
+    EXPECT_EQ(kzWithoutMarkup("a\x03"
+                              "b \x03(open"),
+              "a\x03"
+              "b \x03(open");
+}
+
+class LogTest : public HostTest {
+protected:
+    LogTest() { m_service.set(host().application()); }
+    void TearDown() override {
+        m_service.clear();
+        HostTest::TearDown();
+    }
+    CKzUser_LogEntry entry(const char* text) {
+        CKzLoc_Unknown made;
+        EXPECT_EQ(m_service->CreateEntry(KZe_INFO, text, made.out()), KZe_OK);
+        return CKzUser_LogEntry(made.raw());
+    }
+    CKzUser_LogService m_service;
+};
+
+TEST_F(LogTest, AnEntryThatNobodyPlacedIsNotLost) {
+    std::string heard;
+    host().log().addSink([&](const LogLine& line) { heard += "[" + line.subsystem + "]" + line.text; });
+    host().failOperation("Log.SubSystemLookup", KZe_FAILED, 1);
+    CKzLoc_Unknown none;
+    EXPECT_EQ(m_service->SubSystemLookup("python", none.out()), KZe_FAILED);
+    { const auto lost = entry("lost"); }
+    EXPECT_EQ(heard, "[]lost");
+    EXPECT_EQ(m_service->SubSystemLookup("python", none.out()), KZe_OK) << "the failure was for one call";
+}
+
+TEST_F(LogTest, AFullLogDropsTheOldest) {
+    m_service->SetMaxEntries(3);
+    CKzLoc_Unknown found;
+    EXPECT_EQ(m_service->SubSystemLookup("python", found.out()), KZe_OK);
+    const CKzUser_Log log(found.raw());
+    for (const char* text : {"a", "b", "c", "d", "e"}) log->AddEntry(entry(text).raw());
+    std::string kept;
+    for (const LogLine& line : host().log().lines("python")) kept += line.text;
+    EXPECT_EQ(kept, "cde");
+    std::uint32_t dropped = 0;
+    EXPECT_EQ(log->DroppedCount(&dropped), KZe_OK);
+    EXPECT_EQ(dropped, 2U);
+}
+
+TEST_F(LogTest, ThreadsMayWriteAtOnceAndEntriesOutliveTheirHost) {
+    {
+        std::vector<std::jthread> threads;
+        for (int index = 0; index < 4; ++index)
+            threads.emplace_back([this] {
+                for (int count = 0; count < 500; ++count) host().log().write("python", KZe_INFO, "text");
+            });
+    }
+    EXPECT_EQ(host().log().lines("python").size(), 2000U);
+    const auto kept = entry("kept");
+    m_service.clear();
+    restart();
+    const char* text = nullptr;
+    EXPECT_EQ(kept->Desc(&text), KZe_OK);
+    EXPECT_STREQ(text, "kept");
+    EXPECT_EQ(kept->AddEntry(kept.raw()), KZe_NOTAVAILABLE);
+}
+
+TEST_F(HostTest, TheApplicationAnswersEveryServiceAndNothingElse) {
+    {
+        const ServiceOf<CKzUser_ApplicationService> application(host().application());
+        for (const std::string& name : host().core().serviceNames()) {
+            CKzLoc_Unknown byName, byIid;
+            EXPECT_EQ(application->ServiceByName(name.c_str(), byName.out()), KZe_OK) << name;
+            void* found = nullptr;
+            EXPECT_EQ(application->QueryInterface(host().core().serviceByName(name), &found), KZe_OK) << name;
+            *byIid.out() = static_cast<IKzUnknown*>(found);
+        }
+        CKzLoc_Unknown none;
+        EXPECT_EQ(application->ServiceByName("nothing", none.out()), KZe_NOTFOUND);
+        void* found = nullptr;
+        EXPECT_EQ(application->QueryInterface(&KZu_MESSAGE, &found), KZe_NOINTERFACE);
+    }
+    restart();
+    host().core().removeService(KZu_LOGSERVICE);
+    EXPECT_FALSE(ServiceOf<CKzUser_LogService>(host().application()));
+    const char* value = nullptr;
+    EXPECT_EQ(ServiceOf<CKzUser_ApplicationService>(host().application()).Property("a", &value), KZe_NOTFOUND);
+}
+
+// Lists what is no server, and may refuse its host.
+class OddModule final : public CKzImpl_Module, public CKzImpl_TagDescription, public CKzImpl_NeedContext {
+public:
+    explicit OddModule(KzResult code) : m_code(code) {}
+    static CHostPolymorph<OddModule>& polymorph() {
+        static auto& made =
+            kzHostClass<OddModule, CKzIfc_Module<OddModule>, CKzIfc_TagDescription<OddModule>,
+                        CKzIfc_NeedContext<OddModule>>("odd module", KZu_MODULE, KZu_TAGDESCRIPTION, KZu_NEEDCONTEXT);
+        return made;
+    }
+    std::uint32_t tag_Count() override { return 2; }
+    KzResult tag_Describe(std::uint32_t index, KzTagRecord* record) override {
+        *record = index == 0 ? KzTagRecord{"note", "no server", nullptr} : KzTagRecord{"server", "odd", &KZu_COMMAND};
+        return KZe_OK;
+    }
+    KzResult need_SetContext(IKzUnknown* /*application*/) override { return m_code; }
+
+private:
+    KzResult m_code;
+};
+
+TEST_F(HostTest, OfAModuleTheServersAreTakenInAndOfOneThatRefusesNothing) {
+    for (const KzResult code : {KZe_NOTREADY, KZe_OK}) {
+        const auto module = CHostRef<OddModule>::make(code);
+        EXPECT_EQ(host().adopt("odd", module.raw()), code);
+        EXPECT_EQ(host().core().modules.servers().size(), code == KZe_OK ? 1U : 0U);
+    }
+    CKzLoc_Unknown made;
+    EXPECT_EQ(ServiceOf<CKzUser_HostService>(host().application())->SpawnServer("command", "odd", made.out()),
+              KZe_NOTIMPL)
+        << "the module's own code";
+    std::string why;
+    EXPECT_FALSE(host().load("/no/such/module.so", why));
+    EXPECT_NE(why.find("/no/such/module.so"), std::string::npos) << why;
+}
+
+// The module as it is shipped: loaded, read, unloaded, and its library closed.
+TEST_F(HostTest, TheShippedModuleLoadsAndLeavesNothingBehind) {
+    std::string why;
+    host().core().modules.closeLibraries();
+    ASSERT_TRUE(host().load(KZ_BUILD_DIR "/plugins/kzPython2.so", why)) << why;
+    EXPECT_TRUE(host().core().modules.find("textscriptinterpreter", "python"));
+    EXPECT_TRUE(host().core().modules.find("lineinterpreter", "python"));
+    host().unload();
+    EXPECT_TRUE(host().core().modules.servers().empty());
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+"""Images through their interfaces: pixels of every format, lines, and files."""
+import os
+import tempfile
+
+import kz
+import kzifc
+from checks import code_of, equal, fails, near
+from kz.symbol import *
+
+IMAGES = kz.service.Image()
+KEPT = (iIMG_FORMAT_GREY, iIMG_FORMAT_GREY16, iIMG_FORMAT_GREYFP, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGB48,
+        iIMG_FORMAT_RGBFP, iIMG_FORMAT_RGBA32, iIMG_FORMAT_RGBA64, iIMG_FORMAT_RGBAFP)
+
+
+def image_of(width, height, format):
+    image = IMAGES.Create(width, height, format, 0)
+    return image, kz.object.ImageWrite(image)
+
+
+def storage(letter, values):
+    made = kz.Storage(letter, len(values))
+    made.set(values)
+    return made
+
+
+def check_every_format_keeps_what_it_can_hold():
+    grey = 0.2126 + 0.7152 * 0.2
+    for format in KEPT:
+        image, write = image_of(3, 2, format)
+        equal((image.Format(), IMAGES.PixelBytes(format)), (format, (format >> 8) * (format & 0xFF)))
+        write.SetPixel(2, 1, iIMG_FORMAT_RGBAFP, storage('f', (1, 0.2, 0, 0.6)))
+        out = kz.Storage('f', 4)
+        image.GetPixel(2, 1, iIMG_FORMAT_RGBAFP, out)
+        expected = {1: (grey, grey, grey, 1), 3: (1, 0.2, 0, 1), 4: (1, 0.2, 0, 0.6)}[format >> 8]
+        near(out.get(), expected, 0.002 if format & 0xFF == 1 else 1e-5)
+        image.GetPixel(1, 1, iIMG_FORMAT_RGBFP, out)
+        equal(out.get(3), (0, 0, 0))  # the pixel beside it is untouched
+
+
+def check_bytes_survive_every_way_there():
+    line = [255 if at % 4 == 3 else at / 4 for at in range(1024)]
+    for format in KEPT:
+        image, write = image_of(256, 1, format)
+        write.SetLine(0, iIMG_FORMAT_RGBA32, storage('b', line))
+        out = kz.Storage('b', 1024)
+        image.GetLine(0, iIMG_FORMAT_RGBA32, out)
+        equal((format, list(out.get())), (format, line))
+
+
+def check_what_is_outside_or_not_kept_is_refused():
+    image, write = image_of(3, 2, iIMG_FORMAT_RGB24)
+    pixel = kz.Storage('b', 16)
+    for x, y in ((-1, 0), (0, -1), (3, 0), (0, 2), (2 ** 31 - 1, 0), (0, -2 ** 31)):
+        fails('OUTOFBOUNDS', (image.GetPixel, x, y, iIMG_FORMAT_RGB24, pixel),
+              (write.SetPixel, x, y, iIMG_FORMAT_RGB24, pixel))
+    fails('OUTOFBOUNDS', (image.GetLine, 2, iIMG_FORMAT_RGB24, pixel))
+    fails('INVALIDARG', (image.GetPixel, 0, 0, iIMG_FORMAT_RGB24, None), (write.SetAspect, 0),
+          (write.SetLine, 0, iIMG_FORMAT_RGB24, None))
+    for format in (iIMG_FORMAT_RGBHALF, iIMG_FORMAT_BITMAP, iIMG_FORMAT_INDEX, iIMG_FORMAT_NONE, -1):
+        fails('NOTSUPPORTED', (image.GetPixel, 0, 0, format, pixel))
+    for code, width, height, format in (
+            ('INVALIDARG', 0, 1, iIMG_FORMAT_GREY), ('INVALIDARG', 1, -1, iIMG_FORMAT_GREY),
+            ('INVALIDARG', 1 << 20, 1, iIMG_FORMAT_GREY), ('OUTOFMEMORY', 65536, 65536, iIMG_FORMAT_RGBAFP),
+            ('NOTSUPPORTED', 1, 1, iIMG_FORMAT_INDEX)):
+        fails(code, (IMAGES.Create, width, height, format, 0), (write.SetSize, width, height, format))
+    equal(image.Size(), (3, 2))  # a refused size changes nothing
+
+
+# Two pixels, (1, 2, 3) and (4, 5, 6), written by another program.
+FOREIGN = ('iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAIAAAB7QOjdAAAA'
+           'D0lEQVR4nGNgZGJmYWUDAAA/ABYhutRUAAAAAElFTkSuQmCC')
+
+
+def check_files_hold_the_image():
+    folder = tempfile.mkdtemp()
+    path = os.path.join(folder, 'a.png')
+    open(path, 'wb').write(FOREIGN.decode('base64'))
+    line = kz.Storage('b', 6)
+    IMAGES.Load(path, None).GetLine(0, iIMG_FORMAT_RGB24, line)
+    equal(line.get(), (1, 2, 3, 4, 5, 6))
+    for format in (iIMG_FORMAT_GREY, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGBA32):
+        image, write = image_of(5, 4, format)
+        for y in range(4):
+            write.SetLine(y, format, storage('b', [at * 12 + y for at in range(20)]))
+        IMAGES.Save(image, path, None, None)
+        loaded = IMAGES.Load(path, None)
+        equal((IMAGES.Compare(image, loaded, 0), loaded.Format()), ((0, 0), format))
+    open(path, 'w').write('no image')
+    for code, call in (
+            ('NOTFOUND', (IMAGES.Load, path + 'missing.png', None)), ('NOTSUPPORTED', (IMAGES.Load, path, None)),
+            ('NOACCESS', (IMAGES.Save, image, folder + '/no/such/folder.png', None, None)),
+            ('NOTSUPPORTED', (IMAGES.Save, image, folder + '/a.tga', None, None)),
+            ('INVALIDARG', (IMAGES.Save, None, path, 'PNG', None)),
+            ('INVALIDARG', (IMAGES.Save, image, None, 'PNG', None))):
+        equal(code_of(*call), code)
+
+
+class Diagonal(kzifc.Image):
+    """Somebody else's image, which knows single pixels only and lies about its size when asked to."""
+
+    def __init__(self, side):
+        self.side = side
+
+    def img_Size(self):
+        return self.side, self.side
+
+    def img_GetPixel(self, x, y, format, pixel):
+        if format != iIMG_FORMAT_RGBA32:
+            kz.throw(kz.result.NOTSUPPORTED)
+        pixel.setType('b')
+        pixel.setSize(4)
+        pixel.set((255 * (x == y), 0, 0, 255))
+
+
+def check_anybodys_image_can_be_saved_flipped_and_cropped():
+    path = os.path.join(tempfile.mkdtemp(), 'd.png')
+    fails('INVALIDARG', (IMAGES.Save, Diagonal(2 ** 31 - 1), path, 'PNG', None))
+    IMAGES.Save(Diagonal(4), path, 'PNG', None)
+    flipped = IMAGES.Flip(IMAGES.Load(path, None), iIMG_FLIP_HORIZONTAL)
+    line = kz.Storage('b', 8)
+    IMAGES.Crop(flipped, 2, 1, 2, 1).GetLine(0, iIMG_FORMAT_RGBA32, line)
+    equal((line[0], line[4]), (255, 0))  # the diagonal runs the other way now
+    fails('OUTOFBOUNDS', (IMAGES.Crop, flipped, 3, 1, 2, 1), (IMAGES.Crop, flipped, -1, 0, 2 ** 31 - 1, 1))

@@ -1,0 +1,183 @@
+"""Meshes through their interfaces: what is put in is read back, and ids from elsewhere are refused."""
+import math
+
+import kz
+import kzifc
+from checks import equal, fails, near
+from kz.symbol import *
+
+MOVED = (1, 0, 0, 0), (0, 1, 0, 0), (0, 0, 1, 0), (5, 0, 0, 1)
+MIRRORED = (-1, 0, 0, 0), (0, 1, 0, 0), (0, 0, 1, 0), (0, 0, 0, 1)
+QUADS = (3, 2, 1, 0), (4, 5, 6, 7), (0, 1, 5, 4), (1, 2, 6, 5), (2, 3, 7, 6), (3, 0, 4, 7)
+
+
+def storage(letter, *values):
+    made = kz.Storage(letter, len(values))
+    made.set(values)
+    return made
+
+
+def box():
+    """A box of 2 x 1 x 1 with outward faces, and the ids of its points."""
+    mesh = kz.service.Mesh().Create()
+    ids = [mesh.AddPoint((x, y, z)) for z in (0, 1) for x, y in ((0, 0), (2, 0), (2, 1), (0, 1))]
+    for quad in QUADS:
+        mesh.AddPolygon(i_POLYTYPE_FACE, 4, storage('p', *[ids[corner] for corner in quad]))
+    return mesh, ids
+
+
+def counts(mesh):
+    return [mesh.PointCount(), mesh.EdgeCount(), mesh.PolygonCount(), mesh.VertexCount(), mesh.MapCount()]
+
+
+def check_a_box_is_what_its_elements_say():
+    mesh, ids = box()
+    equal([counts(mesh), mesh.Area(), mesh.Volume()], [[8, 12, 6, 24, 0], 10, 2])
+    equal(mesh.BoundingBox(0), ((0, 0, 0), (2, 1, 1)))
+    polygon, edge = mesh.Polygons(), mesh.Edges()
+    normals = []
+    for index in range(6):
+        polygon.MoveToIndex(index)
+        normals.append(polygon.Normal())
+        equal(sum(n * (c - m) for n, c, m in zip(normals[-1], polygon.Center(), (1, 0.5, 0.5))) > 0, True)
+    near(map(sum, zip(*normals)), (0, 0, 0))
+    lengths = []
+    for index in range(12):
+        edge.MoveToIndex(index)
+        lengths.append(edge.Length())
+        near((edge.PolygonCount(), edge.Angle()), (2, math.pi / 2), 1e-6)
+    equal(sum(lengths), 16)
+
+
+def check_buffers_of_positions_keep_their_bounds():
+    mesh = kz.service.Mesh().Create()
+    given, read = storage('d', 0.1, 2, 3, -4, 5, 6), storage('d', *[0] * 6)
+    fails('NOTFOUND', (mesh.BoundingBox, 0))
+    equal(mesh.AddPoints(2, given), 0)
+    mesh.Positions(0, 2, read)
+    equal(read.get(), given.get())
+    read[0] = 7
+    mesh.SetPositions(1, 1, read)
+    equal(mesh.BoundingBox(0), ((0.1, 2, 3), (7, 2, 3)))
+    fails('OUTOFBOUNDS', (mesh.Positions, 1, 2, read), (mesh.Positions, 2 ** 32 - 1, 2, read),
+          (mesh.SetPositions, 2, 1, read))
+    fails('INVALIDARG', (mesh.Positions, 0, 1, None), (mesh.AddPoints, 1, None))
+    read[0] = float('inf')
+    mesh.SetPositions(0, 1, read)
+    fails('INFINITE_BOUND', (mesh.BoundingBox, 0))
+
+
+MERGES = [
+    (MOVED, 0, [16, 24, 12, 48, 0], 4, (0, 0, 0), (7, 1, 1)),
+    (MIRRORED, 0, [16, 24, 12, 48, 0], 4, (-2, 0, 0), (2, 1, 1)),
+    (MIRRORED, fMESHMERGE_POINT_WELD, [12, 20, 12, 48, 0], 0, (-2, 0, 0), (2, 1, 1)),
+    (MOVED, f_MESHMERGE_POLY_CURVES, [16, 12, 6, 24, 0], 2, (0, 0, 0), (7, 1, 1)),
+    (MOVED, f_MESHMERGE_POLY_MARKED, [16, 12, 6, 24, 0], 2, (0, 0, 0), (7, 1, 1)),
+    (MOVED, fMESHMERGE_POINT_MARKED, [8, 12, 6, 24, 0], 2, (0, 0, 0), (2, 1, 1)),
+]
+
+
+def check_merges_take_what_the_flags_say():
+    for matrix, flags, numbers, volume, low, high in MERGES:
+        mesh, ids = box()
+        mesh.MergeWithTransform(mesh, matrix, flags)
+        equal([flags, counts(mesh), mesh.Volume(), mesh.BoundingBox(0)], [flags, numbers, volume, (low, high)])
+    mesh, ids = box()
+    fails('INVALIDARG', (mesh.Merge, None, 0), (mesh.Merge, kz.service.Scene().Create('no mesh'), 0))
+    equal(counts(mesh), [8, 12, 6, 24, 0])
+
+
+def check_ids_that_the_mesh_did_not_give_out_are_refused():
+    (mesh, own), (another, other) = box(), box()
+    point, polygon, edge, weights = mesh.Points(), mesh.Polygons(), mesh.Edges(), mesh.Maps()
+    polygon.MoveToIndex(0)
+    weights.Add(i_MAPTYPE_WEIGHT, 'w')
+    value, corners = storage('f', 1), storage('p', *own)
+    for bad in (0, 12345, other[0], polygon.Id()):
+        fails('NOTFOUND', (point.MoveTo, bad), (edge.MoveTo, bad), (edge.MoveToEnds, own[0], bad),
+              (mesh.AddPolygon, i_POLYTYPE_FACE, 3, storage('p', own[0], own[1], bad)),
+              (polygon.SetVertexPoint, 0, bad), (polygon.MapValue, 0, bad, value), (weights.SetValue, bad, 0, value),
+              (weights.SetValue, own[0], own[1], value), (point.Copy, bad))
+        equal((mesh.HasPoint(bad), mesh.PointIndex(bad), mesh.EdgeByEnds(bad, bad)), (False, -1, 0))
+    fails('INVALIDARG', (mesh.AddPolygon, i_POLYTYPE_FACE, 2 ** 32 - 1, corners), (mesh.AddPolygon, 1, 3, corners),
+          (mesh.AddPolygon, i_POLYTYPE_FACE, 2, corners), (mesh.AddPolygon, i_POLYTYPE_FACE, 3, None))
+    equal(counts(mesh), [8, 12, 6, 24, 1])
+    fails('OUTOFBOUNDS', (mesh.PointByIndex, 8), (mesh.EdgeByIndex, 12), (polygon.VertexByIndex, 4),
+          (polygon.SetVertexPoint, -1, own[0]))
+
+
+def check_removed_elements_leave_their_cursors_nowhere():
+    mesh, ids = box()
+    point, kept = mesh.Points(), mesh.Edges()
+    kept.MoveToEnds(ids[5], ids[6])
+    kept.SetCrease(0.5)
+    fails('INVALIDARG', (kept.SetCrease, 2))
+    edge = kept.Id()
+    point.MoveTo(ids[0])
+    equal((point.PolygonCount(), point.NeighborCount()), (3, 3))
+    point.Remove()
+    equal((counts(mesh), mesh.Volume()), ([7, 9, 3, 12, 0], 0))
+    equal((point.IsAt(), point.Id()), (False, 0))
+    fails('NOTAVAILABLE', (point.Position,), (point.Remove,))
+    equal((mesh.EdgeByEnds(ids[6], ids[5]), kept.Crease()), (edge, 0.5))
+    mesh.RemovePolygons(0, 0)
+    equal(counts(mesh), [0, 0, 0, 0, 0])
+
+
+def check_maps_hold_values_of_points_and_corners():
+    mesh, ids = box()
+    uv, polygon, found = mesh.Maps(), mesh.Polygons(), storage('f', 0, 0)
+    uv.Add(i_MAPTYPE_TEXTURE, 'uv')
+    fails('ALREADYEXISTS', (uv.Add, i_MAPTYPE_TEXTURE, 'uv'))
+    fails('INVALIDARG', (uv.Add, i_MAPTYPE_CUSTOM, 'c'))
+    flags = uv.Flags()
+    uv.SetFlags(fMESHMAP_LOCKED | fMESHMAP_HIDDEN, fMESHMAP_LOCKED)
+    equal((uv.Dimension(), uv.Flags()), (2, flags | fMESHMAP_LOCKED))
+    polygon.MoveToIndex(0)
+    at = polygon.VertexByIndex(2)
+    fails('NOTFOUND', (polygon.MapValue, 2, uv.Id(), found))
+    uv.SetValue(at, 0, storage('f', 0.25, 0.5))
+    polygon.MapValue(2, uv.Id(), found)  # the point's, as the corner has none
+    equal((uv.IsContinuous(at), found[1]), (True, 0.5))
+    polygon.SetMapValue(2, uv.Id(), storage('f', 1, 0.75))
+    uv.Value(at, polygon.Id(), found)
+    equal((uv.IsContinuous(at), found[1], uv.ValueCount()), (False, 0.75, 1))
+    fails('INVALIDARG', (uv.SetValue, at, 0, None))
+    copy = mesh.Duplicate()
+    equal((mesh.IsCompatible(copy), counts(copy)), (True, counts(mesh)))
+    copied = copy.Maps()
+    copied.MoveToName(i_MAPTYPE_TEXTURE, 'uv')
+    equal(copied.Range(0), (0.25, 1))
+    polygon.Remove()
+    equal(uv.IsContinuous(at), True)  # the corner's value went with it
+
+
+class Visitor(kzifc.Visitor):
+    def __init__(self, visit):
+        self.visit, self.visits = visit, 0
+
+    def vis_Evaluate(self):
+        self.visits += 1
+        self.visit(self)
+
+
+
+def check_visitors_may_change_what_they_visit():
+    mesh, ids = box()
+    point = mesh.Points()
+
+    def visits_of(visit):
+        visitor = Visitor(visit)
+        point.Enumerate(0, visitor)
+        return visitor.visits
+
+    def abort_third(visitor):
+        if visitor.visits == 3:
+            kz.throw(kz.result.ABORT, 1)
+
+    equal(visits_of(lambda visitor: point.SetMarks(visitor.visits % 2, 0)), 8)
+    equal(visits_of(abort_third), 3)
+    fails('NOACCESS', (visits_of, lambda visitor: kz.throw(kz.result.NOACCESS, 1)))
+    equal((visits_of(lambda visitor: mesh.RemovePoints(1)), mesh.PointCount()), (5, 4))  # the first one removes half
+    fails('INVALIDARG', (point.Enumerate, 0, None))
+    equal(visits_of(lambda visitor: point.set(None)), 4)  # nobody else holds the cursor

@@ -1,0 +1,404 @@
+"""Python classes as servers of the host: blessing and testing them, what the host reads of them, how calls arrive in
+Python and what comes back, and how instances come and go."""
+import gc
+import sys
+import threading
+import weakref
+
+import kz
+import kzifc
+from checks import code_of, equal, fails, result_of
+
+HOST = kz.service.Host()
+COMMAND, LISTENER = '7155E51E-C5A4-5C6A-BEF1-BAAEF1DB8E25', '3200DF2C-CB32-5F24-9D7F-789EF98A6941'
+number = [0]
+heard = [0]
+
+
+def marked(name):
+    made = type(name, (object,), {})
+    kz.bless(made, ':' + name)
+    return made
+
+
+Command, Attributes, Listener = map(marked, ('Command', 'Attributes', 'ActionListener'))
+
+
+def told():
+    """What the module told the host since the last time."""
+    service = kz.Service('log')
+    service.select('lines', 'scripts')
+    lines = service.queryN('')
+    heard[0], before = len(lines), heard[0]
+    return list(lines[before:])
+
+
+def outcome(statement, names):
+    """Type and text of what the statement raises; nothing when it ends well."""
+    try:
+        exec statement in names
+    except BaseException as error:
+        return '%s: %s' % (type(error).__name__, error)
+
+
+def spawn(name, type='command'):
+    return HOST.SpawnServer(type, name)
+
+
+def bless(served, *more):
+    number[0] += 1
+    kz.bless(served, 'test.%d' % number[0], *more)
+    return 'test.%d' % number[0]
+
+
+def command(body):
+    """A new instance of a class derived from Command with that body."""
+    names = dict(globals())
+    exec 'class Blessed(Command):\n    ' + body in names
+    return kz.object.Command(spawn(bless(names['Blessed'])))
+
+
+INVALID, FAILED = 'TypeError: invalid argument', 'RuntimeError: bad result: FAILED'
+REFUSED = [
+    ("kz.bless(Good, 'refuse.good')", None),
+    ("kz.bless(Good, 'refuse.good')", FAILED),
+    ("kz.bless(Good, 'refuse.second', None)", None),
+    ("kz.bless(Good)", 'TypeError: function takes at least 2 arguments (1 given)'),
+    ("kz.bless(Good, 'x', tags={})", 'TypeError: bless() takes no keyword arguments'),
+    ("kz.bless(Good(), 'refuse.instance')", FAILED),
+    ("kz.bless(None, 'refuse.none')", FAILED),
+    ("kz.bless(Good, ':Nonsense')", INVALID),
+    ("kz.bless(Good, ':')", INVALID),
+    ("kz.bless(Good, ':command')", INVALID),
+    ("kz.bless(Bad, 'refuse.bad')", INVALID),
+    ("kz.bless(Command, 'refuse.base')", INVALID),  # its own mark does not count, only those of its bases
+    ("kz.bless(Good, 'refuse.list', [])", INVALID),
+    ("kz.bless(Good, 'refuse.meta1', None, Meta([Good]))", FAILED),
+    ("kz.bless(Good, 'refuse.meta2', None, Meta([(Good, None, 1)]))", FAILED),
+    ("kz.bless(Good, 'refuse.meta3', None, Meta(['ab']))", FAILED),
+    ("kz.bless(Good, 'refuse.meta4', None, Meta([(Bad, None)]))", INVALID),
+    ("kz.bless(Good, 'refuse.meta5', None, Meta(3))", None),
+    ("kz.testifc(Good, 'nonsense')", FAILED),
+    ("kz.testifc(Good(), COMMAND)", FAILED),
+    ("kz.testifc(Bad, COMMAND)", INVALID),
+    ("kz.bless(Deep, 'hostile.deep')", 'RuntimeError: maximum recursion depth exceeded'),
+    ("kz.bless(Good, 'hostile.endless', {}, Endless())", 'RuntimeError: maximum recursion depth exceeded'),
+    ("kz.bless(Good, 'hostile.shrinking', {}, Meta(Shrinking()))", 'KeyboardInterrupt: '),
+]
+
+
+def check_blessing_refuses_what_it_cannot_serve():
+    class Good(Command):
+        pass
+
+    class Bad(object):
+        pass
+
+    class Meta(object):
+        def __init__(self, servers):
+            self._sub_ifcs = servers
+
+    class Endless(object):
+        _sub_ifcs = property(lambda self: [(Good, Endless())])
+
+    class Shrinking(object):
+        def __len__(self):
+            return 5
+
+        def __getitem__(self, index):
+            raise KeyboardInterrupt
+
+    Deep = Command
+    for depth in range(1200):
+        Deep = type('Deep', (Deep,), {})
+    names = dict(globals(), **locals())
+    before = HOST.ServerCount('command')
+    told()
+    for statement, expected in REFUSED:
+        found = outcome(statement, names)
+        equal((statement, found and found[:len(expected)] if expected else found), (statement, expected))
+    equal((HOST.ServerCount('command') - before, told()), (3, []))
+
+
+def check_the_bases_are_walked_depth_first():
+    class Marked(Attributes):
+        pass
+
+    kz.bless(Marked, ':ActionListener')
+
+    class Plain(object):
+        pass
+
+    class Old:
+        pass
+
+    class Middle(Plain, Command, Old):
+        pass
+
+    class Both(Middle, Marked):
+        pass
+
+    made = spawn(bless(Both))
+    equal([wrapper().set(made) for wrapper in (kz.object.Command, kz.object.ActionListener, kz.object.Attributes)],
+          [True, True, False])  # a marked base ends its branch
+    equal([kz.testifc(Both, each) for each in (COMMAND, LISTENER)], [True, False])
+
+
+def check_only_the_first_thread_blesses():
+    caught = []
+    thread = threading.Thread(target=lambda: caught.append(
+        outcome("kz.bless(Threaded, 'threaded')", {'kz': kz, 'Threaded': type('Threaded', (Command,), {})})))
+    thread.start()
+    thread.join()
+    equal(caught, [FAILED])
+
+
+class Textless(object):
+    def __str__(self):
+        raise MemoryError
+
+
+def check_tags_are_handed_out():
+    class Tagged(Command):
+        pass
+
+    class Growing(object):
+        def __str__(self):
+            for index in range(100):
+                tags[index] = index
+            return 'growing'
+
+    tags = {'a': 1, 'name': None}
+    kz.bless(Tagged, 'tagged', tags)
+    kz.bless(Tagged, 'tagged.none')
+    kz.bless(Tagged, 'tagged.bad', {Textless(): 1})
+    tag = HOST.ServerTag
+    equal([tag('command', 'tagged', each) for each in ('a', 'name')], ['1', 'None'])
+    tags['later'] = Growing()  # the dictionary is kept as it is, not copied
+    equal([tag('command', 'tagged', each) for each in ('a', 'later', 'name')], ['1', 'growing', 'None'])
+    fails('NOTFOUND', (tag, 'command', 'tagged.none', 'a'), (tag, 'command', 'tagged.bad', 'a'),
+          (tag, 'actionlistener', 'tagged', 'a'), (tag, 'command', 'nobody', 'a'))
+
+
+# What cmd_ArgFlags(5) answers, or the code with which it fails, and the lines that it leaves in the log.
+ANSWERS = [
+    ('def cmd_ArgFlags(self, index): return index + 1', 6, 0),
+    ('def cmd_ArgFlags(self, index): return 3.9', 3, 0),
+    ('def cmd_ArgFlags(self, index): return True', 1, 0),
+    ('def cmd_ArgFlags(self, index): return -1', 0xFFFFFFFF, 0),
+    ('def cmd_ArgFlags(self, index): return 0xFFFFFFFFL', 0xFFFFFFFF, 0),
+    ('def cmd_ArgFlags(self, index): return 1 << 70', 'FAILED', 1),
+    ('def cmd_ArgFlags(self, index): return None', 'FAILED', 1),
+    ("def cmd_ArgFlags(self, index): return '5'", 'FAILED', 1),
+    ('def cmd_ArgFlags(self, index): return kz.throw(0x80000017)', 'NOTFOUND', 2),
+    ('def cmd_ArgFlags(self, index): return kz.throw(0x80000017, 1)', 'NOTFOUND', 0),
+    ('def cmd_ArgFlags(self, index): kz.notimpl()', 'NOTIMPL', 0),
+    ('def cmd_ArgFlags(self, index): kz.throw(0x84800004)', 'CMD_DISABLED', 0),
+    ("def cmd_ArgFlags(self, index): raise RuntimeError('bad result: OK')", 'FAILED', 0),
+    ("def cmd_ArgFlags(self, index): raise RuntimeError('bad result: DISABLED')", 'DISABLED', 0),
+    ('def cmd_ArgFlags(self, index): raise SystemExit(0)', 'FAILED', 2),
+    ('def cmd_ArgFlags(self, index): raise KeyboardInterrupt', 'FAILED', 2),
+    ('def cmd_ArgFlags(self, index): raise MemoryError', 'OUTOFMEMORY', 2),
+    ('def cmd_ArgFlags(self, index): raise KeyError', 'NOTFOUND', 2),
+    ("def cmd_ArgFlags(self, index): raise TypeError('no interface')", 'NOINTERFACE', 2),
+    ('pass', 'FAILED', 1),  # no such method: an AttributeError without a frame
+    ('cmd_ArgFlags = 3', 'FAILED', 1),
+    ('def cmd_ArgFlags(self): return 1', 'FAILED', 1),
+    ('def cmd_ArgFlags(self, index):\n        yield 1', 'FAILED', 1),
+    # Methods are found as Python finds them.
+    ('def cmd_ArgFlags(self, index, more=7): return index + more', 12, 0),
+    ('def cmd_ArgFlags(self, *args, **named): return len(args) + len(named)', 1, 0),
+    ('cmd_ArgFlags = staticmethod(lambda index: index * 2)', 10, 0),
+    ('cmd_ArgFlags = classmethod(lambda cls, index: index * 3)', 15, 0),
+    ('cmd_ArgFlags = property(lambda self: lambda index: index * 4)', 20, 0),
+    ('def __init__(self): self.cmd_ArgFlags = lambda index: index * 5\n    def cmd_ArgFlags(self, index): return 0', 25, 0),
+    ('def __getattr__(self, name): return lambda index: index * 6', 30, 0),
+    ('def __getattribute__(self, name): return lambda index: index * 7\n    def cmd_ArgFlags(self, index): return 0', 35, 0),
+    ('__slots__ = ()\n    def cmd_ArgFlags(self, index): return index * 8', 40, 0),
+    ('class Callable(object):\n        def __call__(self, index): return index * 9\n    cmd_ArgFlags = Callable()', 45, 0),
+    ('cmd_ArgFlags = int', 5, 0),
+    ('def cmd_ArgFlags(self, index):\n        del Blessed.cmd_ArgFlags; gc.collect()\n        return index * 10', 50, 0),
+    ('def cmd_ArgFlags(self, index):\n        def inner(): return index * 11\n        return inner()', 55, 0),
+    ('class Other:\n        def cmd_ArgFlags(self, index): return index * 12\n    def __new__(cls): return cls.Other()', 60, 0),
+    ('def make(factor): return lambda self, index: index * factor\n    cmd_ArgFlags = make(13)', 65, 0),
+]
+
+
+def check_calls_are_answered():
+    for body, expected, lines in ANSWERS:
+        made = command(body)
+        told()
+        equal((body, result_of(made.ArgFlags, 5), len(told())), (body, expected, lines))
+
+
+def check_strings_are_the_objects_own():
+    made, given = command('def cmd_Name(self): return given.pop()'), []
+    made_names = kz.extract(made).cmd_Name.__func__.__globals__
+    made_names['given'] = given
+    for text, name in ((None, None), ('', ''), ('plain', 'plain'), (u'wide', 'wide'), ('a\0b', 'a'),
+                       (str(12345) * 2, '1234512345')):
+        given.append(text)
+        equal((text, made.Name()), (text, name))
+    for text in (5, u'\xe9', ['a']):
+        told()
+        given.append(text)
+        equal((text, code_of(made.Name), told()), (text, 'FAILED', ['lost C++ exception']))
+
+
+def check_objects_go_in_wrapped_and_come_back_as_interfaces():
+    class Passing(Command):
+        def cmd_Enable(self, message):
+            self.seen = type(message).__name__, kz.extract(message) is self
+
+        def cmd_Message(self):
+            return back
+
+        def cmd_IconImage(self, width, height):
+            return self
+
+    made = kz.object.Command(spawn(bless(Passing)))
+    made.Enable(made)
+    equal(kz.extract(made).seen, ('Unknown', True))
+    fails('FAILED', (made.Enable, None))
+    equal(code_of(made.IconImage, 1, 2), 'no interface')  # a command comes back, which is no image
+    for back in (None, 0, object(), 5, kz.object.Command(), 'text'):
+        fails('NOTFOUND', (made.Message,))
+
+
+def check_values_are_zero_unless_returned():
+    class Hostile(object):
+        def __int__(self):
+            raise SystemExit
+
+    class Nested(object):
+        def __int__(self):
+            return 4L
+
+    for body, expected, lines in (('return 9', 9, 0), ('raise ValueError', 0, 0), ("return 'x'", 0, 1),
+                                  ('return None', 0, 1), ('kz.throw(1)', 0, 0), ('return Hostile()', 0, 1),
+                                  ('return Nested()', 4, 0)):
+        names = dict(globals(), **locals())
+        exec 'class Counted(Attributes):\n    def attr_Count(self): ' + body in names
+        told()
+        equal((body, kz.object.Attributes(names['Counted']()).Count(), len(told())), (body, expected, lines))
+
+
+def check_an_exception_under_way_is_kept():
+    class Noisy(Command):
+        def cmd_ArgClear(self, index):
+            raise IndexError
+
+    class Caller(object):
+        def __init__(self):
+            self.command = kz.object.Command(Noisy())
+
+        def __del__(self):
+            code_of(self.command.ArgClear, 1)
+
+    def work():
+        caller = Caller()
+        raise KeyError('mine')
+
+    equal(outcome('work()', {'work': work}), "KeyError: 'mine'")
+
+
+def check_each_spawn_makes_an_instance_of_its_own():
+    made = []
+
+    class Two(Command):
+        def __init__(self):
+            made.append(weakref.ref(self))
+
+    name = bless(Two)
+    first, second = spawn(name), spawn(name)
+    equal(made[0]() is made[1](), False)
+    kept = made[1]()
+    first = second = None
+    equal((made[0](), made[1]() is kept), (None, True))
+    kept = None
+    equal(made[1](), None)
+
+
+def check_the_meta_object_goes_to_the_constructor():
+    class WithMeta(Command):
+        def __init__(self, meta):
+            meta.seen = type(self).__name__
+
+    class Meta(object):
+        pass
+
+    meta = Meta()
+    spawn(bless(WithMeta, None, meta))
+    equal(meta.seen, 'WithMeta')
+    told()
+    without = bless(WithMeta, {}, None)
+    fails('FAILED', (spawn, without))  # the constructor wants an argument
+    lines = told()
+    equal((len(lines), 'TypeError' in lines[0], lines[1]), (2, True, 'Spawning Python server failed: ' + without))
+
+
+def check_a_raising_constructor_fails_the_spawn():
+    class Raising(Command):
+        def __init__(self):
+            raise error
+
+    name = bless(Raising)
+    for error in (NotImplementedError(), LookupError('x'), SystemExit(3), KeyboardInterrupt(), MemoryError()):
+        told()
+        fails('FAILED', (spawn, name))
+        equal(told()[-1], 'Spawning Python server failed: ' + name)
+    fails('NOTFOUND', (spawn, name, 'actionlistener'), (spawn, name[:-1]))
+
+
+def check_sub_servers_answer_for_what_the_class_lacks():
+    class Sub(Listener):
+        def __init__(self, meta):
+            meta.made = self
+            if meta.fail:
+                raise ValueError('no sub')
+
+    class Outer(Command):
+        def __init__(self, meta):
+            pass
+
+    class Meta(object):
+        fail = False
+
+    sub, meta = Meta(), Meta()
+    meta._sub_ifcs = ((Outer, meta), [Sub, sub])  # one that names itself does no harm
+    outer = spawn(bless(Outer, None, meta))
+    equal(kz.testifc(Outer, LISTENER, meta), False)
+    sub.fail = True
+    told()
+    equal((kz.object.ActionListener().set(outer), 'no sub' in told()[0]), (False, True))
+    sub.fail, sub.made = False, None
+    sys.exc_clear()
+    once, again = kz.object.ActionListener(outer), kz.object.ActionListener(outer)
+    equal(once.__eq__(again), True)
+    alive, sub.made = weakref.ref(sub.made), None
+    once = again = outer = None
+    equal(alive() is not None, True)  # the reference that a sub-object's making gave is kept
+
+
+def check_any_instance_can_be_passed_and_found_again():
+    class Passed(Command):
+        def cmd_ArgClear(self, index):
+            self.cleared = index
+
+    passed = Passed()
+    wrapper = kz.object.Unknown(passed)
+    kz.object.Command(wrapper).ArgClear(5)
+    equal((kz.extract(wrapper) is passed, passed.cleared), (True, 5))
+    equal(code_of(kz.object.Unknown, object()), 'Object cannot be converted to interface')
+
+
+def check_generated_base_classes_answer_for_what_is_left_out():
+    class Derived(kzifc.Command, kzifc.Attributes):
+        def cmd_ArgFlags(self, index):
+            return index + 1
+
+    told()
+    made = kz.object.Command(spawn(bless(Derived)))
+    equal(made.ArgFlags(6), 7)
+    fails('NOTIMPL', (made.Flags,))
+    equal((kz.object.Attributes(made).Count(), told()), (0, []))

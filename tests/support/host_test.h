@@ -1,0 +1,34 @@
+// A host without modules for one test, which must leave nothing alive.
+#pragma once
+
+#include "tests/support/plugin_host.h"
+
+#include <gtest/gtest.h>
+
+// A service of the given host, not of the module that the program might be.
+template <class User> class ServiceOf : public User {
+public:
+    explicit ServiceOf(IKzUnknown* application) { this->set(application); }
+};
+
+class HostTest : public testing::Test {
+protected:
+    void TearDown() override { m_host.reset(); }
+    CKzHost& host() { return m_host->host; }
+    // What was taken from the host before lives on.
+    void restart() {
+        m_host->nothingAlive.isExpected = false;
+        m_host.reset();
+        m_host = std::make_unique<CPluginHost>();
+    }
+
+private:
+    std::unique_ptr<CPluginHost> m_host = std::make_unique<CPluginHost>();
+};
+
+// What an operation writes into a caller's buffer.
+template <class Operation> std::string textOf(Operation&& operation, std::size_t size = 4096) {
+    std::string text(size, '\0');
+    const KzResult code = operation(text.data(), static_cast<std::uint32_t>(size));
+    return kzFailed(code) ? kzCodeName(code) : text.c_str();
+}
