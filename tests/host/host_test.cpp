@@ -192,7 +192,8 @@ public:
     }
     std::uint32_t tag_Count() override { return 2; }
     KzResult tag_Describe(std::uint32_t index, KzTagRecord* record) override {
-        *record = index == 0 ? KzTagRecord{"note", "no server", nullptr} : KzTagRecord{"server", "odd", &KZu_COMMAND};
+        *record =
+            index == 0 ? KzTagRecord{"note", "no server", &KZu_COMMAND} : KzTagRecord{"server", "odd", &KZu_COMMAND};
         return KZe_OK;
     }
     KzResult need_SetContext(IKzUnknown* /*application*/) override { return m_code; }
