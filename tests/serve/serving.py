@@ -144,6 +144,17 @@ def check_the_bases_are_walked_depth_first():
     equal([kz.testifc(Both, each) for each in (COMMAND, LISTENER)], [True, False])
 
 
+def check_servers_are_listed_in_the_order_of_blessing():
+    service = kz.Service('host')
+    service.select('servers', '')
+    before = len(service.queryN())
+    for name, base in (('listed', Command), ('listed', Listener), ('listed.a', Command)):
+        kz.bless(type('Listed', (base,), {}), name)
+    service.select('servers', '')
+    equal(service.queryN()[before:], ('listed', 'listed', 'listed.a'))
+    equal(map(HOST.IsServer, ('command', 'actionlistener', 'command'), ('listed', 'listed', 'listed.a')), [True] * 3)
+
+
 def check_only_the_first_thread_blesses():
     caught = []
     thread = threading.Thread(target=lambda: caught.append(
