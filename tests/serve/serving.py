@@ -222,15 +222,20 @@ ANSWERS = [
     ('cmd_ArgFlags = staticmethod(lambda index: index * 2)', 10, 0),
     ('cmd_ArgFlags = classmethod(lambda cls, index: index * 3)', 15, 0),
     ('cmd_ArgFlags = property(lambda self: lambda index: index * 4)', 20, 0),
-    ('def __init__(self): self.cmd_ArgFlags = lambda index: index * 5\n    def cmd_ArgFlags(self, index): return 0', 25, 0),
+    ('def __init__(self): self.cmd_ArgFlags = lambda index: index * 5\n'
+     '    def cmd_ArgFlags(self, index): return 0', 25, 0),
     ('def __getattr__(self, name): return lambda index: index * 6', 30, 0),
-    ('def __getattribute__(self, name): return lambda index: index * 7\n    def cmd_ArgFlags(self, index): return 0', 35, 0),
+    ('def __getattribute__(self, name): return lambda index: index * 7\n'
+     '    def cmd_ArgFlags(self, index): return 0', 35, 0),
     ('__slots__ = ()\n    def cmd_ArgFlags(self, index): return index * 8', 40, 0),
-    ('class Callable(object):\n        def __call__(self, index): return index * 9\n    cmd_ArgFlags = Callable()', 45, 0),
+    ('class Callable(object):\n        def __call__(self, index): return index * 9\n'
+     '    cmd_ArgFlags = Callable()', 45, 0),
     ('cmd_ArgFlags = int', 5, 0),
-    ('def cmd_ArgFlags(self, index):\n        del Blessed.cmd_ArgFlags; gc.collect()\n        return index * 10', 50, 0),
+    ('def cmd_ArgFlags(self, index):\n        del Blessed.cmd_ArgFlags; gc.collect()\n'
+     '        return index * 10', 50, 0),
     ('def cmd_ArgFlags(self, index):\n        def inner(): return index * 11\n        return inner()', 55, 0),
-    ('class Other:\n        def cmd_ArgFlags(self, index): return index * 12\n    def __new__(cls): return cls.Other()', 60, 0),
+    ('class Other:\n        def cmd_ArgFlags(self, index): return index * 12\n'
+     '    def __new__(cls): return cls.Other()', 60, 0),
     ('def make(factor): return lambda self, index: index * factor\n    cmd_ArgFlags = make(13)', 65, 0),
 ]
 
