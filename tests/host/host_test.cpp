@@ -100,38 +100,31 @@ TEST(TextTest, CodesHaveNamesAndMarkupGoes) {
               "b \x03(open");
 }
 
-class LogTest : public HostTest {
-protected:
-    LogTest() { m_service.set(host().application()); }
-    void TearDown() override {
-        m_service.clear();
-        HostTest::TearDown();
-    }
-    CKzUser_LogEntry entry(const char* text) {
-        CKzLoc_Unknown made;
-        EXPECT_EQ(m_service->CreateEntry(KZe_INFO, text, made.out()), KZe_OK);
-        return CKzUser_LogEntry(made.raw());
-    }
-    CKzUser_LogService m_service;
-};
+CKzUser_LogEntry entryOf(const CKzUser_LogService& log, const char* text) {
+    CKzLoc_Unknown made;
+    EXPECT_EQ(log->CreateEntry(KZe_INFO, text, made.out()), KZe_OK);
+    return CKzUser_LogEntry(made.raw());
+}
 
-TEST_F(LogTest, AnEntryThatNobodyPlacedIsNotLost) {
+TEST_F(HostTest, AnEntryThatNobodyPlacedIsNotLost) {
+    const ServiceOf<CKzUser_LogService> service(host().application());
     std::string heard;
     host().log().addSink([&](const LogLine& line) { heard += "[" + line.subsystem + "]" + line.text; });
     host().failOperation("Log.SubSystemLookup", KZe_FAILED, 1);
     CKzLoc_Unknown none;
-    EXPECT_EQ(m_service->SubSystemLookup("python", none.out()), KZe_FAILED);
-    { const auto lost = entry("lost"); }
+    EXPECT_EQ(service->SubSystemLookup("python", none.out()), KZe_FAILED);
+    { const auto lost = entryOf(service, "lost"); }
     EXPECT_EQ(heard, "[]lost");
-    EXPECT_EQ(m_service->SubSystemLookup("python", none.out()), KZe_OK) << "the failure was for one call";
+    EXPECT_EQ(service->SubSystemLookup("python", none.out()), KZe_OK) << "the failure was for one call";
 }
 
-TEST_F(LogTest, AFullLogDropsTheOldest) {
-    m_service->SetMaxEntries(3);
+TEST_F(HostTest, AFullLogDropsTheOldest) {
+    const ServiceOf<CKzUser_LogService> service(host().application());
+    service->SetMaxEntries(3);
     CKzLoc_Unknown found;
-    EXPECT_EQ(m_service->SubSystemLookup("python", found.out()), KZe_OK);
+    EXPECT_EQ(service->SubSystemLookup("python", found.out()), KZe_OK);
     const CKzUser_Log log(found.raw());
-    for (const char* text : {"a", "b", "c", "d", "e"}) log->AddEntry(entry(text).raw());
+    for (const char* text : {"a", "b", "c", "d", "e"}) log->AddEntry(entryOf(service, text).raw());
     std::string kept;
     for (const LogLine& line : host().log().lines("python")) kept += line.text;
     EXPECT_EQ(kept, "cde");
@@ -140,7 +133,7 @@ TEST_F(LogTest, AFullLogDropsTheOldest) {
     EXPECT_EQ(dropped, 2U);
 }
 
-TEST_F(LogTest, ThreadsMayWriteAtOnceAndEntriesOutliveTheirHost) {
+TEST_F(HostTest, ThreadsMayWriteAtOnceAndEntriesOutliveTheirHost) {
     {
         std::vector<std::jthread> threads;
         for (int index = 0; index < 4; ++index)
@@ -149,8 +142,7 @@ TEST_F(LogTest, ThreadsMayWriteAtOnceAndEntriesOutliveTheirHost) {
             });
     }
     EXPECT_EQ(host().log().lines("python").size(), 2000U);
-    const auto kept = entry("kept");
-    m_service.clear();
+    const auto kept = entryOf(ServiceOf<CKzUser_LogService>(host().application()), "kept");
     restart();
     const char* text = nullptr;
     EXPECT_EQ(kept->Desc(&text), KZe_OK);
@@ -192,7 +184,8 @@ public:
     }
     std::uint32_t tag_Count() override { return 2; }
     KzResult tag_Describe(std::uint32_t index, KzTagRecord* record) override {
-        *record = index == 0 ? KzTagRecord{"note", "no server", nullptr} : KzTagRecord{"server", "odd", &KZu_COMMAND};
+        *record =
+            index == 0 ? KzTagRecord{"note", "no server", &KZu_COMMAND} : KzTagRecord{"server", "odd", &KZu_COMMAND};
         return KZe_OK;
     }
     KzResult need_SetContext(IKzUnknown* /*application*/) override { return m_code; }

@@ -1,4 +1,4 @@
-"""The host's services through their interfaces: values, identities, files, the log, commands and what scripts may ask."""
+"""The host's services through their interfaces: values, identities, files, the log, commands, what scripts may ask."""
 import ctypes
 import math
 import os
@@ -39,8 +39,8 @@ def check_texts_are_read_and_refused():
 def check_every_type_reads_its_own_text_and_keeps_the_bounds_of_its_arrays():
     for kind in map(values.TypeByIndex, range(values.TypeCount())):
         value, other, array = values.CreateValue(kind), values.CreateValue(kind), values.CreateValueArray(kind)
-        values.DecodeText({iVALUE_TYPE_FLOAT: repr(0.1 + 0.2), iVALUE_TYPE_INTEGER: '1', iVALUE_TYPE_OBJECT: '0.1 0.3 2',
-                           iVALUE_TYPE_STRING: 'two words'}[value.Type()], 0, value)
+        values.DecodeText({iVALUE_TYPE_FLOAT: repr(0.1 + 0.2), iVALUE_TYPE_INTEGER: '1',
+                           iVALUE_TYPE_OBJECT: '0.1 0.3 2', iVALUE_TYPE_STRING: 'two words'}[value.Type()], 0, value)
         values.DecodeText(values.EncodeText(value, 0), 0, other)
         equal((kind, value.Compare(other)), (kind, 0))
         values.DecodeText(values.EncodeText(value, 1), 0, other)  # what people see can be typed

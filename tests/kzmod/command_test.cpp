@@ -8,12 +8,6 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-auto fails(const char* operation, KzResult code = KZe_FAILED) {
-    return [=](FakeScript& script) { script.fails[operation] = code; };
-}
-auto handsOutNothing(const char* operation) {
-    return [=](FakeScript& script) { script.fails[operation] = KZe_OK; };
-}
 void answersSeven(FakeScript& script) { script.numbers = {7}; }
 void breaks(FakeScript& script) { script.messageCode = KZe_NOTFOUND; }
 

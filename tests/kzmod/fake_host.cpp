@@ -16,6 +16,16 @@ FakeScript& script() { return theHost->script; }
 std::string str(const char* text) { return text != nullptr ? text : "null"; }
 std::string str(std::uint32_t number) { return std::to_string(number); }
 
+KzResult note(const char* operation, const std::string& arguments = {}) {
+    theHost->enter(operation, arguments);
+    return KZe_OK;
+}
+// As note, and hands out a new object.
+template <class Class> KzResult give(IKzUnknown** out, const char* operation, const std::string& arguments) {
+    theHost->enter(operation, arguments);
+    return CHostRef<Class>::make().give(out);
+}
+
 constexpr KzTextValueHint hintTable[] = {{1, "one"}, {2, "two"}, {0, nullptr}};
 
 struct Command final : CKzImpl_Command, CKzImpl_Attributes {
@@ -89,8 +99,7 @@ struct Monitor final : CKzImpl_Monitor {
     KzResult mon_Increment(std::uint32_t count) override { return step("Increment", str(count)); }
     static KzResult step(const char* operation, const std::string& arguments) {
         if (script().onMonitor) script().onMonitor();
-        theHost->enter(operation, arguments);
-        return KZe_OK;
+        return note(operation, arguments);
     }
 };
 
@@ -106,13 +115,11 @@ struct Services final : CKzImpl_CommandService, CKzImpl_StdDialogService {
         return KZe_OK;
     }
     KzResult commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** out) override {
-        theHost->enter("Spawn", str(tag) + "," + str(name));
-        return CHostRef<Command>::make().give(out);
+        return give<Command>(out, "Spawn", str(tag) + "," + str(name));
     }
     KzResult commandservice_SpawnFromString(const char* args, std::uint32_t*, std::int32_t*,
                                             IKzUnknown** out) override {
-        theHost->enter("SpawnFromString", args);
-        return CHostRef<Command>::make().give(out);
+        return give<Command>(out, "SpawnFromString", args);
     }
     KzResult commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** value) override {
         theHost->enter("GetToggleArgState");
@@ -134,12 +141,10 @@ struct Services final : CKzImpl_CommandService, CKzImpl_StdDialogService {
         return isScript ? KZe_OK : KZe_FALSE;
     }
     KzResult commandservice_SpawnImplicitScript(const char* text, IKzUnknown** out) override {
-        theHost->enter("SpawnImplicitScript", text);
-        return CHostRef<Command>::make().give(out);
+        return give<Command>(out, "SpawnImplicitScript", text);
     }
     KzResult commandservice_ParseArgString(IKzUnknown*, std::uint32_t flags, const char* args) override {
-        theHost->enter("ParseArgString", str(flags) + "," + args);
-        return KZe_OK;
+        return note("ParseArgString", str(flags) + "," + args);
     }
     KzResult commandservice_ParseAttribObject(IKzUnknown*, std::uint32_t flags, IKzUnknown* object) override {
         const CKzUser_Attributes attributes(object);
@@ -151,23 +156,20 @@ struct Services final : CKzImpl_CommandService, CKzImpl_StdDialogService {
             attributes.GetString(index, text, sizeof text);
             all += std::string(",") + name + "=" + text;
         }
-        theHost->enter("ParseAttribObject", all);
-        return KZe_OK;
+        return note("ParseAttribObject", all);
     }
     KzResult commandservice_QueryArgString(IKzUnknown*, std::uint32_t flags, const char* args, std::int32_t includes,
                                            IKzUnknown** out, std::uint32_t* index) override {
         *index = 5;
         if (std::strchr(args, '?') == nullptr) return KZe_CMD_NO_QUERY_MARKED;
-        theHost->enter("QueryArgString", str(flags) + "," + args + "," + std::to_string(includes));
-        return CHostRef<Values>::make().give(out);
+        return give<Values>(out, "QueryArgString", str(flags) + "," + args + "," + std::to_string(includes));
     }
     KzResult commandservice_CreateQueryObject(const char* type, IKzUnknown** out) override {
         theHost->enter("CreateQueryObject", type);
         return CHostRef<CValueArray>::make(type).give(out);
     }
     KzResult stddialogservice_MonitorAllocate(const char* title, IKzUnknown** out) override {
-        theHost->enter("MonitorAllocate", title);
-        return CHostRef<Monitor>::make().give(out);
+        return give<Monitor>(out, "MonitorAllocate", title);
     }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown*) override { return Monitor::step("MonitorReleaseObj", {}); }
 

@@ -18,6 +18,12 @@ public:
     std::vector<std::string> lines;
 };
 
+// What a case may ask of the host: that the operation fails, or that it succeeds and hands out nothing.
+inline auto fails(const char* operation, KzResult code = KZe_FAILED) {
+    return [=](FakeScript& script) { script.fails[operation] = code; };
+}
+inline auto handsOutNothing(const char* operation) { return fails(operation, KZe_OK); }
+
 struct Case {
     std::string source;  // an expression, or statements that leave their result in `r`
     std::function<void(FakeScript&)> setUp;

@@ -5,13 +5,6 @@
 
 namespace {
 
-auto fails(const char* operation) {
-    return [=](FakeScript& script) { script.fails[operation] = KZe_FAILED; };
-}
-auto handsOutNothing(const char* operation) {
-    return [=](FakeScript& script) { script.fails[operation] = KZe_OK; };
-}
-
 const std::string noInterface = "RuntimeError: service 'command' has no script interface.";
 const std::string queryFailed = "RuntimeError: query failed on service 'command' for attribute 'names'.";
 const std::string badSteps = "RuntimeError: Monitor steps must be greater than 0";

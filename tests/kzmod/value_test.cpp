@@ -24,9 +24,6 @@ template <class SetUp, class More> auto with(SetUp setUp, More more) {
 auto badAt(std::uint32_t index) {
     return [=](FakeScript& script) { script.badElement = index; };
 }
-auto fails(const char* operation) {
-    return [=](FakeScript& script) { script.fails[operation] = KZe_FAILED; };
-}
 void hinted(FakeScript& script) { script.hasHints = true; }
 
 }  // namespace

@@ -27,26 +27,6 @@ TEST_F(ServingTest, WhatTheHostAsksWronglyIsRefused) {
     EXPECT_EQ(run("kz.bless(Odd, 'unheard')"), "LookupError: not found");
 }
 
-TEST_F(ServingTest, ListsServersInTheOrderOfBlessing) {
-    CKzUser_TagDescription list(&server());
-    const std::uint32_t before = list.Count();
-    run("class Listed(Command): pass\n"
-        "class Listener(Others['ActionListener']): pass\n"
-        "kz.bless(Listed, 'listed'); kz.bless(Listener, 'listed'); kz.bless(Listed, 'listed.z')\n");
-    const std::pair<const char*, KzGuid> expected[] = {
-        {"listed", KZu_COMMAND}, {"listed", KZu_ACTIONLISTENER}, {"listed.z", KZu_COMMAND}};
-    ASSERT_EQ(list.Count(), before + 3);
-    for (std::uint32_t index = 0; index < 3; ++index) {
-        KzTagRecord record{};
-        ASSERT_EQ(list.Describe(before + index, &record), KZe_OK);
-        EXPECT_STREQ(record.type, "server");
-        EXPECT_STREQ(record.tag, expected[index].first);
-        EXPECT_EQ(*record.info, expected[index].second);
-    }
-    KzTagRecord none{};
-    EXPECT_EQ(list.Describe(before + 3, &none), KZe_OUTOFBOUNDS);
-}
-
 TEST_F(ServingTest, InheritsFromAnotherObject) {
     const CKzUser_Command heir = command("    def inherit(self, other): self.cmd_ArgClear = other.cmd_ArgClear");
     run("heirName = blessedName");

@@ -144,6 +144,17 @@ def check_the_bases_are_walked_depth_first():
     equal([kz.testifc(Both, each) for each in (COMMAND, LISTENER)], [True, False])
 
 
+def check_servers_are_listed_in_the_order_of_blessing():
+    service = kz.Service('host')
+    service.select('servers', '')
+    before = len(service.queryN())
+    for name, base in (('listed', Command), ('listed', Listener), ('listed.a', Command)):
+        kz.bless(type('Listed', (base,), {}), name)
+    service.select('servers', '')
+    equal(service.queryN()[before:], ('listed', 'listed', 'listed.a'))
+    equal(map(HOST.IsServer, ('command', 'actionlistener', 'command'), ('listed', 'listed', 'listed.a')), [True] * 3)
+
+
 def check_only_the_first_thread_blesses():
     caught = []
     thread = threading.Thread(target=lambda: caught.append(
@@ -211,15 +222,20 @@ ANSWERS = [
     ('cmd_ArgFlags = staticmethod(lambda index: index * 2)', 10, 0),
     ('cmd_ArgFlags = classmethod(lambda cls, index: index * 3)', 15, 0),
     ('cmd_ArgFlags = property(lambda self: lambda index: index * 4)', 20, 0),
-    ('def __init__(self): self.cmd_ArgFlags = lambda index: index * 5\n    def cmd_ArgFlags(self, index): return 0', 25, 0),
+    ('def __init__(self): self.cmd_ArgFlags = lambda index: index * 5\n'
+     '    def cmd_ArgFlags(self, index): return 0', 25, 0),
     ('def __getattr__(self, name): return lambda index: index * 6', 30, 0),
-    ('def __getattribute__(self, name): return lambda index: index * 7\n    def cmd_ArgFlags(self, index): return 0', 35, 0),
+    ('def __getattribute__(self, name): return lambda index: index * 7\n'
+     '    def cmd_ArgFlags(self, index): return 0', 35, 0),
     ('__slots__ = ()\n    def cmd_ArgFlags(self, index): return index * 8', 40, 0),
-    ('class Callable(object):\n        def __call__(self, index): return index * 9\n    cmd_ArgFlags = Callable()', 45, 0),
+    ('class Callable(object):\n        def __call__(self, index): return index * 9\n'
+     '    cmd_ArgFlags = Callable()', 45, 0),
     ('cmd_ArgFlags = int', 5, 0),
-    ('def cmd_ArgFlags(self, index):\n        del Blessed.cmd_ArgFlags; gc.collect()\n        return index * 10', 50, 0),
+    ('def cmd_ArgFlags(self, index):\n        del Blessed.cmd_ArgFlags; gc.collect()\n'
+     '        return index * 10', 50, 0),
     ('def cmd_ArgFlags(self, index):\n        def inner(): return index * 11\n        return inner()', 55, 0),
-    ('class Other:\n        def cmd_ArgFlags(self, index): return index * 12\n    def __new__(cls): return cls.Other()', 60, 0),
+    ('class Other:\n        def cmd_ArgFlags(self, index): return index * 12\n'
+     '    def __new__(cls): return cls.Other()', 60, 0),
     ('def make(factor): return lambda self, index: index * factor\n    cmd_ArgFlags = make(13)', 65, 0),
 ]
 

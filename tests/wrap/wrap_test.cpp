@@ -1,13 +1,85 @@
 // The wrappers of the whole SDK. The scripts beside this file hold the cases; here stands what has to come of them.
+#include "module/py_lock.h"
+#include "tests/support/plugin_host.h"
 #include "tests/wrap/recorder.h"
-#include "tests/wrap/recording_host.h"
 
 #include "wrap/registration.h"
 #include "wrap/result_codes.h"
 
+#include "kz/file.h"
+#include "kz/guid.h"
+#include "kz/platform.h"
 #include "kz/result.h"
+#include "kz_paths.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <map>
+#include <optional>
+
+extern "C" IKzUnknown* _IKzModule_Create();
 
 namespace {
+
+// The reference host with recording services alone, and Python started in it. Holds the interpreter lock throughout.
+class RecordingTest : public testing::Test {
+protected:
+    RecordingTest() {
+        m_host.application.own = [](const KzGuid& iid, void** object) {
+            *object = kzRecordingService(iid);
+            if (*object != nullptr) return kzOk;
+            for (const KzGuid& needed : {KZu_FILESERVICE, KZu_GUIDSERVICE, KZu_PLATFORMSERVICE, KZu_UNKNOWN})
+                if (iid == needed) return kzNotFound;
+            return kzNoInterface;  // as a host that lacks every other service
+        };
+        m_host.nothingAlive.isExpected = false;  // the scripts keep pools of objects
+        m_host.adopt(_IKzModule_Create());
+        m_lock.emplace();
+        kzAddRecorderModule();
+        PyObject* path = PySys_GetObject(kzText("path"));
+        for (const char* folder : {KZ_SOURCE_DIR "/tests/wrap", KZ_BUILD_DIR "/tests/generated"}) {
+            const CPyRefNull text(PyString_FromString(folder));
+            PyList_Append(path, text);
+        }
+    }
+
+    // Runs a function of a script beside this file. What it finds wrong it reports itself; what it returns is a
+    // dictionary of counts. No host object may be left.
+    std::map<std::string, long> run(const char* script, const char* function) {
+        const CPyRefNull kept(PyImport_ImportModule("values"));  // holds objects of its own
+        const std::string alive = CPluginHost::alive();
+        std::map<std::string, long> counts = call(script, function);
+        // What was let go of inside host calls goes with the outermost lock, what holds itself with the collector.
+        m_lock.reset();
+        m_lock.emplace();
+        PyGC_Collect();
+        EXPECT_EQ(CPluginHost::alive(), alive);
+        return counts;
+    }
+
+    static std::map<std::string, long> call(const char* script, const char* function) {
+        std::map<std::string, long> counts;
+        const CPyRefNull module(PyImport_ImportModule(script));
+        const CPyRefNull result(module.get() != nullptr ? PyObject_CallMethod(module, kzText(function), nullptr)
+                                                        : nullptr);
+        if (result.get() == nullptr || !PyDict_Check(result.get())) {
+            ADD_FAILURE() << script << " ended with " << kzTakeException();
+            return counts;
+        }
+        PyObject* key = nullptr;
+        PyObject* value = nullptr;
+        for (Py_ssize_t at = 0; PyDict_Next(result, &at, &key, &value) != 0;) {
+            counts[PyString_AsString(key)] = PyInt_AsLong(value);
+            std::printf("%s: %ld\n", PyString_AsString(key), PyInt_AsLong(value));
+        }
+        return counts;
+    }
+
+private:
+    CPluginHost m_host;
+    std::optional<CPyLock> m_lock;
+};
 
 struct Registered {
     long types = 0;
