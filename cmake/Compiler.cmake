@@ -16,7 +16,8 @@ if(KZ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 add_library(kz_options INTERFACE)
-target_compile_options(kz_options INTERFACE -Wall -Wextra -Wpedantic)
+# Calls into the interpreter go through its address at once, not through a stub.
+target_compile_options(kz_options INTERFACE -Wall -Wextra -Wpedantic -fno-plt)
 
 set(KZ_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefined or thread")
 if(KZ_SANITIZE)

@@ -119,9 +119,10 @@ template <class Method> Method methodAt(std::intptr_t slot) noexcept {
 // One for each signature. It is kept whole, so that all units of the build share a single copy; `types` is there where
 // objects are returned.
 template <bool isResult, class Method, class... Parameters, class... TypeList>
-[[gnu::noipa]] PyObject* marshal(IKzUnknown* const* place, PyObject* args, std::intptr_t slot,
+[[gnu::noipa]] PyObject* marshal(IKzUnknown* const* before, PyObject* args, std::intptr_t slot,
                                  TypeList... typeList) noexcept {
     kzSetQuiet(false);
+    const auto place = before + 1;
     Frame<Parameters...> frame;
     KzResult code = KZe_NOINTERFACE;
     if (*place != nullptr) {
@@ -157,9 +158,10 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
 // What a generated thunk says: where its wrapper keeps the interface, the method, the kinds of its parameters.
 enum class KzHolder { object, service };
 
+// One word before the place, so that a thunk has nothing to add to what it finds in the wrapper.
 template <KzHolder holder> IKzUnknown* const* kzPlaceOf(PyObject* self) noexcept {
-    if constexpr (holder == KzHolder::object) return kzWrapper(self)->localized->place();
-    else return &kzWrapper(self)->service;
+    if constexpr (holder == KzHolder::object) return kzWrapper(self)->localized->place() - 1;
+    else return &kzWrapper(self)->service - 1;
 }
 
 template <KzHolder holder, bool isResult, class... Parameters> struct KzCall {

@@ -125,8 +125,8 @@ TEST(Diagnostics, Methods) {
          "6:21 input 'b' behind an output | all inputs before all outputs"},
         {interfaceOf("  void A(object<J> a);\n"), "6:10 object<J> | the name of an interface (did you mean 'I'?)"},
         {interfaceOf("  void A(int<I> a);\n"), "6:10 'int<' | 'object<' or 'pointer<'"},
-        {interfaceOf("  void A(float[n] a, int n, float[0] b, float[f] c, float f, out float[3] d);\n"),
-         "6:10 length 'n' | a number above 0 or an integer input\n"
+        {interfaceOf("  void A(float[m] a, int n, float[0] b, float[f] c, float f, out float[3] d);\n"),
+         "6:10 length 'm' | a number above 0 or an integer input\n"
          "6:29 length '0' | a number above 0 or an integer input\n"
          "6:41 length 'f' | a number above 0 or an integer input\n"
          "6:66 length '3' of an output | '[]'"},

@@ -41,9 +41,9 @@ def check_bytes_survive_every_way_there():
     line = [255 if at % 4 == 3 else at / 4 for at in range(1024)]
     for format in KEPT:
         image, write = image_of(256, 1, format)
-        write.SetLine(0, iIMG_FORMAT_RGBA32, storage('b', line))
+        write.SetLine(0, iIMG_FORMAT_RGBA32, len(line), storage('b', line))
         out = kz.Storage('b', 1024)
-        image.GetLine(0, iIMG_FORMAT_RGBA32, out)
+        image.GetLine(0, iIMG_FORMAT_RGBA32, 1024, out)
         equal((format, list(out.get())), (format, line))
 
 
@@ -53,9 +53,10 @@ def check_what_is_outside_or_not_kept_is_refused():
     for x, y in ((-1, 0), (0, -1), (3, 0), (0, 2), (2 ** 31 - 1, 0), (0, -2 ** 31)):
         fails('OUTOFBOUNDS', (image.GetPixel, x, y, iIMG_FORMAT_RGB24, pixel),
               (write.SetPixel, x, y, iIMG_FORMAT_RGB24, pixel))
-    fails('OUTOFBOUNDS', (image.GetLine, 2, iIMG_FORMAT_RGB24, pixel))
+    fails('OUTOFBOUNDS', (image.GetLine, 2, iIMG_FORMAT_RGB24, 16, pixel))
     fails('INVALIDARG', (image.GetPixel, 0, 0, iIMG_FORMAT_RGB24, None), (write.SetAspect, 0),
-          (write.SetLine, 0, iIMG_FORMAT_RGB24, None))
+          (write.SetLine, 0, iIMG_FORMAT_RGB24, 9, None), (write.SetLine, 0, iIMG_FORMAT_RGB24, 8, pixel),
+          (image.GetLine, 0, iIMG_FORMAT_RGB24, 8, pixel))
     for format in (iIMG_FORMAT_RGBHALF, iIMG_FORMAT_BITMAP, iIMG_FORMAT_INDEX, iIMG_FORMAT_NONE, -1):
         fails('NOTSUPPORTED', (image.GetPixel, 0, 0, format, pixel))
     for code, width, height, format in (
@@ -76,12 +77,12 @@ def check_files_hold_the_image():
     path = os.path.join(folder, 'a.png')
     open(path, 'wb').write(FOREIGN.decode('base64'))
     line = kz.Storage('b', 6)
-    IMAGES.Load(path, None).GetLine(0, iIMG_FORMAT_RGB24, line)
+    IMAGES.Load(path, None).GetLine(0, iIMG_FORMAT_RGB24, 6, line)
     equal(line.get(), (1, 2, 3, 4, 5, 6))
     for format in (iIMG_FORMAT_GREY, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGBA32):
         image, write = image_of(5, 4, format)
         for y in range(4):
-            write.SetLine(y, format, storage('b', [at * 12 + y for at in range(20)]))
+            write.SetLine(y, format, 20, storage('b', [at * 12 + y for at in range(20)]))
         IMAGES.Save(image, path, None, None)
         loaded = IMAGES.Load(path, None)
         equal((IMAGES.Compare(image, loaded, 0), loaded.Format()), ((0, 0), format))
@@ -118,6 +119,6 @@ def check_anybodys_image_can_be_saved_flipped_and_cropped():
     IMAGES.Save(Diagonal(4), path, 'PNG', None)
     flipped = IMAGES.Flip(IMAGES.Load(path, None), iIMG_FLIP_HORIZONTAL)
     line = kz.Storage('b', 8)
-    IMAGES.Crop(flipped, 2, 1, 2, 1).GetLine(0, iIMG_FORMAT_RGBA32, line)
+    IMAGES.Crop(flipped, 2, 1, 2, 1).GetLine(0, iIMG_FORMAT_RGBA32, 8, line)
     equal((line[0], line[4]), (255, 0))  # the diagonal runs the other way now
     fails('OUTOFBOUNDS', (IMAGES.Crop, flipped, 3, 1, 2, 1), (IMAGES.Crop, flipped, -1, 0, 2 ** 31 - 1, 1))

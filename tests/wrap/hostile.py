@@ -28,9 +28,9 @@ def outcome(function, *arguments):
 def find(inputs, outputs=(), returns='result'):
     """A wrapper and the name of a method with these kinds; the kind of an object output may be left open."""
     for stem, name, isService, rows in manifest.TYPES:
-        for method, returned, given, taken in rows:
+        for method, returned, given, taken, lengths in rows:
             kinds = [kind for kind, _ in given], [kind.partition(':')[0] for kind, _ in taken], returned
-            if not isService and kinds == (list(inputs), list(outputs), returns):
+            if not isService and not lengths and kinds == (list(inputs), list(outputs), returns):
                 wrappers = [kind.partition(':')[2] for kind, _ in taken]
                 return getattr(kz.object, name)(values.Host(stem)), method, wrappers
     raise LookupError('no method of %r' % ((inputs, outputs, returns),))

@@ -88,7 +88,7 @@ def scalar_methods():
         if isService or not chosen:
             continue
         wrapper = getattr(kz.object, name)(values.Host(stem))
-        for method, returns, inputs, outputs in chosen:
+        for method, returns, inputs, outputs, _ in chosen:
             answered = [kind for kind, _ in outputs] + [kind for kind in [returns] if kind not in ('result', 'void')]
             yield stem + '.' + method, getattr(wrapper, method), [kind for kind, _ in inputs], answered
 

@@ -99,7 +99,7 @@ def short_storage(kind, needed):
 
 def arrays(letter):
     # The start of the memory shows in an interface that reads it: a storage does not tell its address.
-    filled = [(storage(letter, each), Memory(letter, each)) for each in (range(16), range(7, 27))]
+    filled = [(storage(letter, each), Memory(letter, each)) for each in (range(1, 17), range(7, 27))]
     return [(None, Memory(letter, None))] + filled
 
 
