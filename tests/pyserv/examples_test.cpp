@@ -64,8 +64,7 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
     const std::string image = write("a.timg", "TIMG  3   2\n1 2 3\n4 5   255\n");
     const Ended ended = run({"convert", image, path("b.timg")}, {examples});
     EXPECT_EQ(ended.out, path("b.timg") + ": 3 x 2 pixels\n") << ended.error;
-    std::ifstream stream(path("b.timg"));
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "TIMG 3 2\n1 2 3\n4 5 255\n");
+    EXPECT_EQ(contents("b.timg"), "TIMG 3 2\n1 2 3\n4 5 255\n");
     const std::pair<std::string, const char*> failures[] = {
         {write("broken.timg", "TIMG 3 2\n1 2\n3 4 5\n"), "has not 3 pixels"},
         {write("other.timg", "nothing"), "no loader takes this file"},
@@ -77,6 +76,40 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
         EXPECT_TRUE(failed.says(why)) << failed.error;
     }
     EXPECT_TRUE(run({"convert", image, path("c.tga")}, {examples}).says("no saver writes such files"));
+    // Scripts take the same path, and what is loaded is an image of the host's own.
+    const Ended script = runText("import kz\nimages = kz.service.Image()\nfolder = " "'" + path("") + "'\n"
+                                 "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
+                                 "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
+                                 "images.Save(image, folder + 'd.png', None, None)\n"
+                                 "images.Save(images.Load(folder + 'd.png', None), folder + 'd.any', 'textimage', None)\n"
+                                 "print open(folder + 'd.any').read().split()[-2:]\n"
+                                 "from kzserv.servers import watch\nprint len([h for h in watch.HEARD if folder in h])\n",
+                                 {examples});
+    EXPECT_EQ(script.out, "['5', '9']\n4\n") << script.error;
+}
+
+TEST_F(ExampleServersTest, ASaverThatFailsLeavesWhatWasThere) {
+    serve("bad.py", "import kz, kzifc, os\n"
+                    "class Half(kzifc.Saver):\n    def sav_Save(self, source, path, monitor):\n"
+                    "        open(path, 'w').write('half')\n        open(path + '.more', 'w').close()\n"
+                    "        if 'whole' not in path: raise ValueError('half-way')\n"
+                    "class Nothing(kzifc.Saver):\n    def sav_Save(self, source, path, monitor): pass\n"
+                    "kz.bless(Half, 'half', {'saver.dosType': 'half'})\n"
+                    "kz.bless(Nothing, 'nothing', {'saver.dosType': 'nothing'})\n");
+    const std::string image = write("a.timg", "TIMG 1 1\n7\n");
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"to/a.half", 1, "half-way"}, {"to/a.nothing", 1, "wrote no file"}, {"to/whole.half", 0, ""}};
+    for (const auto& [name, status, why] : cases) {
+        std::filesystem::create_directory(path("to"));
+        write(name, "before");
+        const Ended ended = run({"convert", image, path(name)}, {examples});
+        EXPECT_EQ(ended.status, status) << name << ended.error;
+        EXPECT_TRUE(ended.says(why)) << name << ended.error;
+        EXPECT_EQ(contents(name), status == 0 ? "half" : "before") << name;
+        const auto files = std::distance(std::filesystem::directory_iterator(path("to")), {});
+        EXPECT_EQ(files, status == 0 ? 2 : 1) << name;
+        std::filesystem::remove_all(path("to"));
+    }
 }
 
 TEST_F(ExampleServersTest, ValuesOfAServedTypeAreTheHostsOwn) {

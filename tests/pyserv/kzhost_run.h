@@ -44,17 +44,18 @@ protected:
         for (const std::string& each : importPaths) command += " --import-path " + quoted(each);
         for (const std::string& word : words) command += " " + quoted(word);
         const int status = std::system((command + " >" + quoted(path("out")) + " 2>" + quoted(path("err"))).c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status), read("out"), read("err")};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status), contents("out"), contents("err")};
     }
     Ended runText(const std::string& text, const std::vector<std::string>& importPaths = {}) const {
         return run({"run", write("script.py", text)}, importPaths);
     }
 
-private:
-    std::string read(const std::string& name) const {
+    std::string contents(const std::string& name) const {
         std::ifstream stream(path(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};
     }
+
+private:
     static std::string quoted(const std::string& word) {
         std::string text = "'";
         for (const char c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
