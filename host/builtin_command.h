@@ -95,7 +95,6 @@ private:
     const ArgumentRow& argument(std::uint32_t index) const;
     std::uint32_t indexOf(std::string_view name) const;
     const KzValueType& typeOf(std::uint32_t index);
-    void requireArguments() const;
     KzCell cellOf(std::uint32_t index) const;
 
     const CommandRow& m_row;

@@ -2,6 +2,7 @@
 // module holds on to an object for longer than the host lives.
 #pragma once
 
+#include "host/argument_dialog.h"
 #include "host/calls.h"
 #include "host/command_system.h"
 #include "host/file_table.h"
@@ -50,6 +51,7 @@ public:
     CListenerTable listeners;
     CModuleTable modules;
     CMonitorBoard monitors;
+    CDialogBoard dialogs;
     CScriptState scripts;
     std::vector<CHostRef<CScene>> scenes;  // the open ones; the current one is the last
     std::vector<std::string> importPaths;

@@ -37,7 +37,7 @@ TEST_F(ExampleServersTest, CommandsAreExecutedQueriedAndDisabled) {
         {"text.repeat hello count:3", "", "hello hello hello"},
         {"text.repeat loud:true text:{a b}", "", "A B"},
         {"text.repeat count:?", "1\n", ""},
-        {"text.repeat", nullptr, "a required argument is missing"},
+        {"text.repeat", nullptr, "argument \"text\" is missing; it is What to print"},
         {"text.repeat x count:many", nullptr, "argument \"count\": \"many\" is not an integer"},
         {"text.repeat x y:2", nullptr, "there is no argument \"y\"; there are text, count, loud"},
         {"text.repeat text:?", nullptr, ""},
