@@ -1,6 +1,7 @@
 // The host's own commands: scripts, user values, the log, aliases, units and listings.
 #include "host/builtin_command.h"
 
+#include "host/command_center.h"
 #include "host/queries.h"
 #include "host/scripts.h"
 
@@ -249,9 +250,8 @@ void addAlias(CBuiltinCommand& command) {
     const std::string definition = command.text(KZsARG_ALIAS_COMMAND);
     if (definition.empty())
         refuse(KZe_CMD_MISSING_ARGS, "argument \"command\" is missing; it is what the alias stands for");
-    if (kzFindBuiltin(alias) != nullptr || !command.core().commands.addAlias(alias, definition))
+    if (!CCommandCenter(command.shared()).addAlias(alias, definition))
         refuse(KZe_CMD_ALREADY_EXISTS, "argument \"alias\": there is a command or alias \"" + alias + "\" already");
-    command.core().listeners.commands([&](IKzCmdSysListener& each) { each.AliasAdded(alias.c_str()); });
 }
 
 Texts queryAlias(CBuiltinCommand& command, std::uint32_t index) {
@@ -264,9 +264,8 @@ constexpr ArgumentRow unaliasArguments[] = {{KZsARG_ALIAS_NAME, KZsTYPE_STRING, 
 
 void removeAlias(CBuiltinCommand& command) {
     const std::string alias = command.text(KZsARG_ALIAS_NAME);
-    if (!command.core().commands.removeAlias(alias))
+    if (!CCommandCenter(command.shared()).removeAlias(alias))
         refuse(KZe_CMD_NOT_ALIASED, "argument \"alias\": there is no alias \"" + alias + "\"");
-    command.core().listeners.commands([&](IKzCmdSysListener& each) { each.AliasRemoved(alias.c_str()); });
 }
 
 constexpr ArgumentRow historyArguments[] = {

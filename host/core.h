@@ -74,6 +74,8 @@ public:
     void beginSession();
     // Tells listeners good-bye and lets go of them, while the modules that made them are still there.
     void endSession();
+    // Tells the log's listeners, but not about what they do while they are told.
+    void tellLog(const std::function<void(IKzLogListener&)>& tell);
     // The host ends: gives up all that belongs to modules.
     void close();
 
