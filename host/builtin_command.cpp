@@ -10,7 +10,17 @@
 
 #include <algorithm>
 
-const CommandRow* kzFindBuiltin(std::string_view name) noexcept {
+const std::vector<CommandRow>& kzBuiltinCommands() {
+    static const std::vector<CommandRow> all = [] {
+        std::vector<CommandRow> rows;
+        for (const auto& some : {kzPlainCommands(), kzServerCommands()})
+            rows.insert(rows.end(), some.begin(), some.end());
+        return rows;
+    }();
+    return all;
+}
+
+const CommandRow* kzFindBuiltin(std::string_view name) {
     for (const CommandRow& row : kzBuiltinCommands())
         if (name == row.name) return &row;
     return nullptr;

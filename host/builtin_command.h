@@ -37,8 +37,10 @@ struct CommandRow {
     int toggle = -1;
 };
 
-std::span<const CommandRow> kzBuiltinCommands() noexcept;
-const CommandRow* kzFindBuiltin(std::string_view name) noexcept;
+std::span<const CommandRow> kzPlainCommands() noexcept;
+std::span<const CommandRow> kzServerCommands() noexcept;  // what concerns modules and their servers
+const std::vector<CommandRow>& kzBuiltinCommands();       // all of them
+const CommandRow* kzFindBuiltin(std::string_view name);
 
 class CBuiltinCommand final : public CKzImpl_Command, public CKzImpl_Attributes, CHostService {
 public:

@@ -1,4 +1,4 @@
-// The host's own commands: scripts, user values, the log, aliases, units and listings.
+// The host's own commands: scripts, user values, the log, aliases and units.
 #include "host/builtin_command.h"
 
 #include "host/command_center.h"
@@ -177,7 +177,7 @@ Texts queryLogDebug(CBuiltinCommand& command, std::uint32_t) {
     return {command.core().properties.get("log.debug").value_or("0")};
 }
 
-// Files, units, modules, aliases of commands
+// Files, units, aliases of commands
 
 constexpr ArgumentRow fileAliasArguments[] = {
     {KZsARG_ALIAS_NAME, KZsTYPE_STRING, queryable, "the alias, without its colon; queried, all of them"},
@@ -215,29 +215,6 @@ Texts queryUnits(CBuiltinCommand& command, std::uint32_t) {
     const std::string system = command.core().properties.get("units").value_or(KZsUNITSYSTEM_SI);
     return {
         std::to_string(std::find(std::begin(unitSystems), std::end(unitSystems), system) - std::begin(unitSystems))};
-}
-
-constexpr ArgumentRow serverListArguments[] = {
-    {"class", KZsTYPE_STRING, optional | queryable, "the class of servers; queried, all classes"},
-    {"name", KZsTYPE_STRING, optional | queryable, "queried, the servers of the class, or all"},
-};
-
-Texts queryServers(CBuiltinCommand& command, std::uint32_t index) {
-    Texts texts;
-    for (const KzServer& server : command.core().modules.servers(index == 0 ? "" : command.text("class"))) {
-        const std::string& text = index == 0 ? server.className : server.name;
-        if (index == 1 || std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
-    }
-    return texts;
-}
-
-constexpr ArgumentRow moduleUpdateArguments[] = {{"module", KZsTYPE_STRING, 0, "the module's name"}};
-
-void updateModule(CBuiltinCommand& command) {
-    const std::string name = command.text("module");
-    if (kzFailed(command.core().modules.update(name)))
-        refuse(KZe_NOTFOUND, "argument \"module\": there is no module \"" + name + "\"");
-    command.core().listeners.moduleUpdated(name.c_str());
 }
 
 constexpr ArgumentRow aliasArguments[] = {
@@ -286,11 +263,7 @@ constexpr CommandRow commands[] = {
     {"log.debug", "Developers' Log", "shows developers' lines or hides them", plain, logDebugArguments, setLogDebug,
      queryLogDebug, nullptr, nullptr, 0},
     {KZsCMD_LOG_LINES, "Log Lines", "reads the log or adds to it", plain, logLinesArguments, addLogLine, queryLog},
-    {KZsCMD_MODULE_UPDATE, "Update Module", "reads a module's servers again", plain, moduleUpdateArguments,
-     updateModule},
     {KZsCMD_SCRIPT_RUN, "Run Script", "runs a script file", plain | KZfCMD_SCRIPT, scriptRunArguments, runScript},
-    {KZsCMD_SERVER_LIST, "Servers", "what the loaded modules offer", plain, serverListArguments, doNothing,
-     queryServers},
     {KZsCMD_UNIT_SYSTEM, "Unit System", "chooses the units in which values are shown", plain, unitArguments, setUnits,
      queryUnits, nullptr, nullptr, 0},
     {KZsCMD_USER_VALUE, "User Value", "defines, sets, asks for and deletes values of any type", plain,
@@ -299,4 +272,4 @@ constexpr CommandRow commands[] = {
 
 }  // namespace
 
-std::span<const CommandRow> kzBuiltinCommands() noexcept { return commands; }
+std::span<const CommandRow> kzPlainCommands() noexcept { return commands; }

@@ -54,13 +54,7 @@ class Finding(object):
 
 def interfaces_of(cls):
     """The interfaces of a class in the order in which the host sees them."""
-    found = []
-    for base in getattr(cls, '__bases__', ()):
-        if base in INTERFACES:
-            found.append(INTERFACES[base])
-        else:
-            found.extend(interfaces_of(base))
-    return found
+    return [INTERFACES[base] for base in files.interface_bases(cls)]
 
 
 def own_attributes(cls):
