@@ -139,15 +139,67 @@ TEST_F(ExampleServersTest, ListenersHearTheSessionAndTheLog) {
     EXPECT_EQ(ended.out, "ready\nerror wrong\nupdated python 3\n") << ended.error;
 }
 
+// The host's mesh, by the host's command; a failing operation changes nothing.
 TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
-    const Ended ended = runText("import kz\nmesh = kz.service.Mesh().Create()\ncorners = kz.Storage('d', 6)\n"
-                                "corners.set((1, 2, 3, 4, 5, 6))\nmesh.AddPoints(2, corners)\n"
-                                "made = kz.service.Host().SpawnServer('meshoperation', 'lift')\n"
-                                "kz.object.MeshOperation(made).Evaluate(mesh, 0, kz.symbol.iMESHOP_MODE_FREEZE)\n"
-                                "point = mesh.Points()\n"
-                                "for index in range(2):\n    point.MoveToIndex(index)\n    print point.Position()\n",
+    const Ended example = run({"run", std::string(examples) + "/operate.py"}, {examples});
+    EXPECT_TRUE(example.out.ends_with("before: ((0.0, 0.0, 0.0), (1.0, 0.0, 1.0))\n"
+                                      "after: ((0.0, 1.0, 0.0), (1.0, 1.0, 1.0))\n"))
+        << example.out << example.error;
+    serve("half.py", "import kz, kzifc\nclass Half(kzifc.MeshOperation):\n"
+                     "    def mop_Evaluate(self, mesh, elements, mode):\n"
+                     "        kz.object.Mesh(mesh).Clear()\n        raise ValueError('half-way')\n"
+                     "kz.bless(Half, 'half')\n");
+    const Ended ended = runText("import kz\nscenes = kz.service.Scene()\n"
+                                "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
+                                "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
+                                "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
+                                "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
+                                "tell('mesh.operate half')\ntell('mesh.operate none')\n"
+                                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n");
+    const char* expected[] = {"there is no scene", "has no mesh item", "mesh.operate: the operation failed",
+                              "there is no mesh operation \"none\"", "there is no mesh item \"b\"", "(1.0, 2.0, 3.0)"};
+    std::size_t at = 0;
+    for (const char* each : expected) {
+        at = ended.out.find(each, at);
+        EXPECT_NE(at, std::string::npos) << each << ended.out << ended.error;
+    }
+}
+
+// What the host asks on standard error, and what its answers come to.
+TEST_F(ExampleServersTest, ADialogAsksForArguments) {
+    struct {
+        const char* command;
+        const char* answers;
+        const char* banner;  // null: it does not run
+        std::vector<const char*> asked;
+    } const cases[] = {
+        {"??text.banner", "a text that is rather long\n\nmaybe\ntrue\n+\n", "+ a text that is rather long +",
+         {"text, What to print (a text) []: a text", "width, How long the line is (an integer, as 12 or -3) [26]",
+          "\"maybe\" is not true or false", "mark, What the frame is made of (a text) [*]"}},
+        {"?text.banner", "ab\n4\n\n", " ab ", {"[20]: 4", "[false]"}},
+        {"?text.banner ab width:4", "", " ab ", {}},
+        {"!text.banner", "ab\n", nullptr, {"argument \"text\" is missing; it is What to print"}},
+        {"?text.banner", "ab\n", nullptr, {"the dialog was cancelled"}},
+        {"??text.banner ab", "\n\n\n", "         ab         ", {"[ab]: "}},
+        {"text.banner ab mark:x", "", nullptr, {"argument \"mark\" cannot be used now"}},
+        {"??file.alias", "here\n/tmp\n", "", {"File Alias: alias", "File Alias: path"}},  // the host's own ask, too
+    };
+    for (const auto& each : cases) {
+        write("in", each.answers);
+        const Ended ended = run({"cmd", each.command}, {examples});
+        EXPECT_EQ(ended.status, each.banner != nullptr ? 0 : 1) << each.command << ended.error;
+        EXPECT_TRUE(ended.says(each.banner != nullptr ? each.banner : "")) << each.command << ended.error;
+        for (const char* part : each.asked) EXPECT_TRUE(ended.says(part)) << part << each.command << ended.error;
+        EXPECT_EQ(ended.says("mark, "), std::string(each.answers).find("true") != std::string::npos) << ended.error;
+    }
+    const Ended asked = runText("import kz\ncommands = kz.Service('command')\n"
+                                "for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):\n"
+                                "    commands.select('enabled', line)\n"
+                                "    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')\n",
                                 {examples});
-    EXPECT_EQ(ended.out, "(1.0, 3.0, 3.0)\n(4.0, 6.0, 6.0)\n") << ended.error;
+    EXPECT_EQ(asked.out, "1 (1, 1, 1, 0) ('', '20', 'false', '*')\n1 (1, 1, 1, 1) ('', '20', 'true', '*')\n"
+                         "0 () ()\n1 (1, 1) ('', '')\n")
+        << asked.error;
 }
 
 }  // namespace
