@@ -139,6 +139,33 @@ TEST_F(ExampleServersTest, ListenersHearTheSessionAndTheLog) {
     EXPECT_EQ(ended.out, "ready\nerror wrong\nupdated python 3\n") << ended.error;
 }
 
+// Every call from the session's begin to its end, in order.
+TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
+    serve("all.py", "import kz, kzifc\n"
+                    "def tell(name, *args): open('" + path("heard") + "', 'a').write(name + '\\n')\n"
+                    "class Session(kzifc.SessionListener): pass\nclass Commands(kzifc.CmdSysListener): pass\n"
+                    "class Log(kzifc.LogListener): pass\n"
+                    "for cls in (Session, Commands, Log):\n"
+                    "    for name in vars(cls.__bases__[0]):\n"
+                    "        if name[0] != '_' and name != 'sesl_ModuleUpdated':\n"
+                    "            setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))\n"
+                    "    kz.bless(cls, 'all')\n");
+    const Ended ended = runText("import kz\nprint 'out'\nkz.eval('command.alias b user.value')\n"
+                                "kz.eval('command.unalias b')\n"
+                                "from kzu.command import Command\nclass New(Command):\n"
+                                "    def execute(self):\n        kz.eval('log.clear scripts')\n        raise ValueError\n"
+                                "kz.bless(New, 'new')\ntry: kz.eval('new')\nexcept RuntimeError: pass\n"
+                                "kz.service.Log().Flush()\n");
+    const std::string command = "cmdsysevent_ExecutePre\n", done = "cmdsysevent_ExecuteResult\ncmdsysevent_ExecutePost\n";
+    EXPECT_EQ(contents("heard"), "sesl_SystemReady\ncmdsysevent_SystemReady\nlogevent_SubsystemAdded\n"
+                                 "logevent_EntryAdded\nlogevent_ChildEntryAdded\n" +
+                                     command + "cmdsysevent_AliasAdded\n" + done + command +
+                                     "cmdsysevent_AliasRemoved\n" + done + "cmdsysevent_CommandAdded\n" + command +
+                                     command + "logevent_Cleared\n" + done + "logevent_SubsystemAdded\nlogevent_EntryAdded\n" + done + "logevent_Flushed\n"
+                                     "sesl_ShuttingDown\nsesl_ShutDown\n")
+        << ended.error;
+}
+
 // The host's mesh, by the host's command; a failing operation changes nothing.
 TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
     const Ended example = run({"run", std::string(examples) + "/operate.py"}, {examples});
