@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t mostArguments = 10000;
+constexpr std::uint32_t mostArguments = 1000;
 constexpr std::size_t longestText = std::size_t{1} << 26U;  // an object that never has enough must not take all memory
 
 std::string textOf(const CKzUser_ValueArray& values, std::uint32_t index) {

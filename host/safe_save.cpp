@@ -25,7 +25,7 @@ CSafeSave::~CSafeSave() {
 KzResult CSafeSave::commit() {
     if (m_folder.empty()) return KZe_OK;
     std::error_code error;
-    if (!fs::is_regular_file(path(), error)) return KZe_FAILED;
+    if (!fs::is_regular_file(fs::symlink_status(path(), error))) return KZe_FAILED;
     if (const auto former = fs::status(m_target, error); fs::exists(former))
         fs::permissions(path(), former.permissions(), error);
     for (const fs::directory_entry& each : fs::directory_iterator(m_folder, error)) {

@@ -29,6 +29,12 @@ TEST_F(ExampleServersTest, ATreeIsPrinted) {
                          "  pond  water\n")
         << ended.error;
     EXPECT_EQ(run({"tree", "nowhere"}, {examples}).status, 1);
+    serve("endless.py", "import kz, kzifc\nclass Deep(kzifc.Tree, kzifc.TreeView):\n    def tree_ToRoot(self): pass\n"
+                        "    def tree_Count(self): return 1\n    def tree_SetCurrent(self, index): pass\n"
+                        "    def tree_ToChild(self): pass\n    def treeview_ColumnCount(self): return 1\n"
+                        "class Wide(Deep):\n    def treeview_ColumnCount(self): return 0xffffffff\n"
+                        "kz.bless(Deep, 'deep')\nkz.bless(Wide, 'wide')\n");
+    for (const char* endless : {"deep", "wide"}) EXPECT_TRUE(run({"tree", endless}).says("OUTOFBOUNDS")) << endless;
 }
 
 // What a script sees of a command is what it sees of the host's own.
