@@ -145,6 +145,27 @@ TEST_F(ExampleServersTest, ListenersHearTheSessionAndTheLog) {
     EXPECT_EQ(ended.out, "ready\nerror wrong\nupdated python 3\n") << ended.error;
 }
 
+// The lines that documents show, as a reader types them one after another.
+TEST_F(ExampleServersTest, WhatDocumentsShowWorks) {
+    std::filesystem::create_directory_symlink(examples, path("examples"));
+    write("in", "\n\ntrue\n+\n");
+    std::vector<std::string> documents = {KZ_SOURCE_DIR "/docs/servers.md"};
+    for (const auto& entry : std::filesystem::directory_iterator(KZ_SOURCE_DIR "/examples/servers"))
+        if (entry.path().extension() == ".py") documents.push_back(entry.path().string());
+    int count = 0;
+    for (const std::string& document : documents) {
+        std::ifstream stream(document);
+        for (std::string line; std::getline(stream, line);) {
+            if (!line.starts_with("    kzhost ")) continue;
+            ++count;
+            const std::string command = "cd '" + path("") + "' && PATH='" KZ_BUILD_DIR "/bin':$PATH " + line.substr(4);
+            EXPECT_EQ(std::system((command + " <in >out 2>err").c_str()), 0) << document << line << contents("err");
+            EXPECT_EQ(contents("err").find("exception"), std::string::npos) << line << contents("err");
+        }
+    }
+    EXPECT_GE(count, 17);
+}
+
 // Every call from the session's begin to its end, in order.
 TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
     serve("all.py", "import kz, kzifc\n"
