@@ -53,8 +53,9 @@ private:
             else appendIf(named, [&](std::uint32_t index) { return m_arguments.nameOf(index) == word; });
         std::vector<std::uint32_t> unnamed = named;
         appendIf(unnamed, [](std::uint32_t) { return true; });
-        if (others) named.insert(named.begin() + static_cast<std::ptrdiff_t>(*others),
-                                 unnamed.begin() + static_cast<std::ptrdiff_t>(named.size()), unnamed.end());
+        if (others)
+            named.insert(named.begin() + static_cast<std::ptrdiff_t>(*others),
+                         unnamed.begin() + static_cast<std::ptrdiff_t>(named.size()), unnamed.end());
         return named;
     }
 
@@ -113,8 +114,8 @@ private:
 }  // namespace
 
 KzResult kzAskArguments(CHostCore& core, CCommandArguments& arguments, std::uint32_t flags) {
-    const bool isWanted =
-        (flags & KZfCMD_EXEC_FORCEDIALOG) != 0 || ((flags & KZfCMD_EXEC_SHOWDIALOG) != 0 && arguments.missing().has_value());
+    const bool isWanted = (flags & KZfCMD_EXEC_FORCEDIALOG) != 0 ||
+                          ((flags & KZfCMD_EXEC_SHOWDIALOG) != 0 && arguments.missing().has_value());
     if (!isWanted || (flags & KZfCMD_EXEC_NODIALOG) != 0) return KZe_OK;
     return CArgumentDialog(core, arguments).run();
 }

@@ -187,7 +187,8 @@ std::optional<std::uint32_t> CCommandArguments::missing() const {
     constexpr std::uint32_t notMissing = KZfCMDARG_OPTIONAL | KZfCMDARG_VALUE_SET;
     for (std::uint32_t index = 0; index < count(); ++index) {
         std::uint32_t flags = 0;
-        if (kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & notMissing) == 0 && isEnabled(index)) return index;
+        if (kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & notMissing) == 0 && isEnabled(index))
+            return index;
     }
     return {};
 }

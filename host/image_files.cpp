@@ -38,7 +38,7 @@ class CImageTarget final : public CKzImpl_ImageLoaderTarget {
 public:
     static CHostPolymorph<CImageTarget>& polymorph() {
         static auto& made = kzHostClass<CImageTarget, CKzIfc_ImageLoaderTarget<CImageTarget>>("image loader target",
-                                                                                             KZu_IMAGELOADERTARGET);
+                                                                                              KZu_IMAGELOADERTARGET);
         return made;
     }
     std::uint32_t imageloadertarget_Wanted() override { return KZfIMGLOAD_IMAGE; }
@@ -142,7 +142,8 @@ KzResult verify(CHostCore& core, const CKzUser_Saver& saver, IKzUnknown* image) 
     const KzResult code = saver.Verify(image, message.raw());
     if (!kzFailed(code) || code == KZe_NOTIMPL) return KZe_OK;
     const CKzUser_Message held(message.raw());
-    if (const std::string why = core.messages.textOf(*held.ptr()); !why.empty()) core.log->write(KZsLOG_IMAGES, code, why);
+    if (const std::string why = core.messages.textOf(*held.ptr()); !why.empty())
+        core.log->write(KZsLOG_IMAGES, code, why);
     return code;
 }
 

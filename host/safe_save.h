@@ -16,7 +16,9 @@ public:
     CSafeSave(const CSafeSave&) = delete;
     CSafeSave& operator=(const CSafeSave&) = delete;
 
-    std::string path() const { return m_folder.empty() ? m_target.string() : (m_folder / m_target.filename()).string(); }
+    std::string path() const {
+        return m_folder.empty() ? m_target.string() : (m_folder / m_target.filename()).string();
+    }
     // Puts the file, and any that were written beside it, in their place. FAILED when there is none, NOACCESS when it
     // cannot be moved.
     KzResult commit();

@@ -50,8 +50,7 @@ constexpr const char* reloadScript = "# python\n"
 void reloadServers(CBuiltinCommand& command) {
     const auto script = CHostRef<CScript>::make("server.reload", reloadScript);
     CHostCore& core = command.core();
-    const KzResult code =
-        core.scripts.run(core, script, core.commands.flags(), "", command.run().message().raw());
+    const KzResult code = core.scripts.run(core, script, core.commands.flags(), "", command.run().message().raw());
     if (kzFailed(code)) throw code;
 }
 
@@ -75,8 +74,9 @@ CHostRef<CItem> meshItem(CBuiltinCommand& command) {
     const KzResult code = name.empty() ? scenes.back()->scene_ItemByIndex(type, 0, item.out())
                                        : scenes.back()->scene_ItemLookup(name.c_str(), item.out());
     if (kzFailed(code) || !kzOwn<CItem>(item.raw())->item_TestType(type))
-        throw CommandTextError{KZe_NOTFOUND, name.empty() ? "the current scene has no mesh item"
-                                                          : "argument \"item\": there is no mesh item \"" + name + "\""};
+        throw CommandTextError{KZe_NOTFOUND, name.empty()
+                                                 ? "the current scene has no mesh item"
+                                                 : "argument \"item\": there is no mesh item \"" + name + "\""};
     return kzOwn<CItem>(item.raw());
 }
 
@@ -108,7 +108,11 @@ constexpr CommandRow commands[] = {
      updateModule},
     {KZsCMD_SERVER_LIST, "Servers", "what the loaded modules offer", KZfCMD_UI, serverListArguments, listNothing,
      queryServers},
-    {"server.reload", "Reload Servers", "takes in server files that are new or have changed", KZfCMD_UI, {},
+    {"server.reload",
+     "Reload Servers",
+     "takes in server files that are new or have changed",
+     KZfCMD_UI,
+     {},
      reloadServers},
 };
 

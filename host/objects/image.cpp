@@ -110,7 +110,8 @@ public:
                 if (code = m_source.GetPixel(x, y, format, m_line.data() + static_cast<std::size_t>(x) * bytes);
                     kzFailed(code))
                     break;
-        if (kzSucceeded(code)) std::copy_n(m_line.data(), bytes * static_cast<std::size_t>(m_target.width()), m_target.at(0, y));
+        if (kzSucceeded(code))
+            std::copy_n(m_line.data(), bytes * static_cast<std::size_t>(m_target.width()), m_target.at(0, y));
         return code;
     }
 
