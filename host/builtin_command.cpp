@@ -10,7 +10,17 @@
 
 #include <algorithm>
 
-const CommandRow* kzFindBuiltin(std::string_view name) noexcept {
+const std::vector<CommandRow>& kzBuiltinCommands() {
+    static const std::vector<CommandRow> all = [] {
+        std::vector<CommandRow> rows;
+        for (const auto& some : {kzPlainCommands(), kzServerCommands()})
+            rows.insert(rows.end(), some.begin(), some.end());
+        return rows;
+    }();
+    return all;
+}
+
+const CommandRow* kzFindBuiltin(std::string_view name) {
     for (const CommandRow& row : kzBuiltinCommands())
         if (name == row.name) return &row;
     return nullptr;
@@ -87,19 +97,9 @@ KzResult CBuiltinCommand::cmd_Flags(std::uint32_t* flags) {
     return KZe_OK;
 }
 
-void CBuiltinCommand::requireArguments() const {
-    for (std::uint32_t index = 0; index < m_row.arguments.size(); ++index) {
-        const ArgumentRow& row = m_row.arguments[index];
-        if (m_values[index] || (row.flags & KZfCMDARG_OPTIONAL) != 0) continue;
-        throw CommandTextError{KZe_CMD_MISSING_ARGS,
-                               fmt::format("argument \"{}\" is missing; it is {}", row.name, row.description)};
-    }
-}
-
 KzResult CBuiltinCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
     return m_run.execute(m_self, m_row.name, flags, [this] {
-        requireArguments();
         m_row.execute(*this);
         return KZe_OK;
     });

@@ -37,8 +37,10 @@ struct CommandRow {
     int toggle = -1;
 };
 
-std::span<const CommandRow> kzBuiltinCommands() noexcept;
-const CommandRow* kzFindBuiltin(std::string_view name) noexcept;
+std::span<const CommandRow> kzPlainCommands() noexcept;
+std::span<const CommandRow> kzServerCommands() noexcept;  // what concerns modules and their servers
+const std::vector<CommandRow>& kzBuiltinCommands();       // all of them
+const CommandRow* kzFindBuiltin(std::string_view name);
 
 class CBuiltinCommand final : public CKzImpl_Command, public CKzImpl_Attributes, CHostService {
 public:
@@ -95,7 +97,6 @@ private:
     const ArgumentRow& argument(std::uint32_t index) const;
     std::uint32_t indexOf(std::string_view name) const;
     const KzValueType& typeOf(std::uint32_t index);
-    void requireArguments() const;
     KzCell cellOf(std::uint32_t index) const;
 
     const CommandRow& m_row;

@@ -1,6 +1,7 @@
-// The host's own commands: scripts, user values, the log, aliases, units and listings.
+// The host's own commands: scripts, user values, the log, aliases and units.
 #include "host/builtin_command.h"
 
+#include "host/command_center.h"
 #include "host/queries.h"
 #include "host/scripts.h"
 
@@ -176,7 +177,7 @@ Texts queryLogDebug(CBuiltinCommand& command, std::uint32_t) {
     return {command.core().properties.get("log.debug").value_or("0")};
 }
 
-// Files, units, modules, aliases of commands
+// Files, units, aliases of commands
 
 constexpr ArgumentRow fileAliasArguments[] = {
     {KZsARG_ALIAS_NAME, KZsTYPE_STRING, queryable, "the alias, without its colon; queried, all of them"},
@@ -216,29 +217,6 @@ Texts queryUnits(CBuiltinCommand& command, std::uint32_t) {
         std::to_string(std::find(std::begin(unitSystems), std::end(unitSystems), system) - std::begin(unitSystems))};
 }
 
-constexpr ArgumentRow serverListArguments[] = {
-    {"class", KZsTYPE_STRING, optional | queryable, "the class of servers; queried, all classes"},
-    {"name", KZsTYPE_STRING, optional | queryable, "queried, the servers of the class, or all"},
-};
-
-Texts queryServers(CBuiltinCommand& command, std::uint32_t index) {
-    Texts texts;
-    for (const KzServer& server : command.core().modules.servers(index == 0 ? "" : command.text("class"))) {
-        const std::string& text = index == 0 ? server.className : server.name;
-        if (index == 1 || std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
-    }
-    return texts;
-}
-
-constexpr ArgumentRow moduleUpdateArguments[] = {{"module", KZsTYPE_STRING, 0, "the module's name"}};
-
-void updateModule(CBuiltinCommand& command) {
-    const std::string name = command.text("module");
-    if (kzFailed(command.core().modules.update(name)))
-        refuse(KZe_NOTFOUND, "argument \"module\": there is no module \"" + name + "\"");
-    command.core().listeners.moduleUpdated(name.c_str());
-}
-
 constexpr ArgumentRow aliasArguments[] = {
     {KZsARG_ALIAS_NAME, KZsTYPE_STRING, queryable, "the alias; queried, all of them"},
     {KZsARG_ALIAS_COMMAND, KZsTYPE_STRING, optional | queryable, "the command string that it stands for"},
@@ -249,9 +227,8 @@ void addAlias(CBuiltinCommand& command) {
     const std::string definition = command.text(KZsARG_ALIAS_COMMAND);
     if (definition.empty())
         refuse(KZe_CMD_MISSING_ARGS, "argument \"command\" is missing; it is what the alias stands for");
-    if (kzFindBuiltin(alias) != nullptr || !command.core().commands.addAlias(alias, definition))
+    if (!CCommandCenter(command.shared()).addAlias(alias, definition))
         refuse(KZe_CMD_ALREADY_EXISTS, "argument \"alias\": there is a command or alias \"" + alias + "\" already");
-    command.core().listeners.commands([&](IKzCmdSysListener& each) { each.AliasAdded(alias.c_str()); });
 }
 
 Texts queryAlias(CBuiltinCommand& command, std::uint32_t index) {
@@ -264,9 +241,8 @@ constexpr ArgumentRow unaliasArguments[] = {{KZsARG_ALIAS_NAME, KZsTYPE_STRING, 
 
 void removeAlias(CBuiltinCommand& command) {
     const std::string alias = command.text(KZsARG_ALIAS_NAME);
-    if (!command.core().commands.removeAlias(alias))
+    if (!CCommandCenter(command.shared()).removeAlias(alias))
         refuse(KZe_CMD_NOT_ALIASED, "argument \"alias\": there is no alias \"" + alias + "\"");
-    command.core().listeners.commands([&](IKzCmdSysListener& each) { each.AliasRemoved(alias.c_str()); });
 }
 
 constexpr ArgumentRow historyArguments[] = {
@@ -287,11 +263,7 @@ constexpr CommandRow commands[] = {
     {"log.debug", "Developers' Log", "shows developers' lines or hides them", plain, logDebugArguments, setLogDebug,
      queryLogDebug, nullptr, nullptr, 0},
     {KZsCMD_LOG_LINES, "Log Lines", "reads the log or adds to it", plain, logLinesArguments, addLogLine, queryLog},
-    {KZsCMD_MODULE_UPDATE, "Update Module", "reads a module's servers again", plain, moduleUpdateArguments,
-     updateModule},
     {KZsCMD_SCRIPT_RUN, "Run Script", "runs a script file", plain | KZfCMD_SCRIPT, scriptRunArguments, runScript},
-    {KZsCMD_SERVER_LIST, "Servers", "what the loaded modules offer", plain, serverListArguments, doNothing,
-     queryServers},
     {KZsCMD_UNIT_SYSTEM, "Unit System", "chooses the units in which values are shown", plain, unitArguments, setUnits,
      queryUnits, nullptr, nullptr, 0},
     {KZsCMD_USER_VALUE, "User Value", "defines, sets, asks for and deletes values of any type", plain,
@@ -300,4 +272,4 @@ constexpr CommandRow commands[] = {
 
 }  // namespace
 
-std::span<const CommandRow> kzBuiltinCommands() noexcept { return commands; }
+std::span<const CommandRow> kzPlainCommands() noexcept { return commands; }

@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr std::uint32_t mostArguments = 1000;
 constexpr std::size_t longestText = std::size_t{1} << 26U;  // an object that never has enough must not take all memory
 
 std::string textOf(const CKzUser_ValueArray& values, std::uint32_t index) {
@@ -66,7 +67,7 @@ std::string CCommandArguments::nameOf(std::uint32_t index) const {
 
 std::uint32_t CCommandArguments::find(const std::string& name) const {
     std::string names;
-    for (std::uint32_t index = 0; index < m_attributes.Count(); ++index) {
+    for (std::uint32_t index = 0; index < count(); ++index) {
         if (nameOf(index) == name) return index;
         names += (names.empty() ? "" : ", ") + nameOf(index);
     }
@@ -100,7 +101,7 @@ std::uint32_t CCommandArguments::placeOf(const ArgumentText& argument, std::vect
 
 std::optional<std::uint32_t> CCommandArguments::assign(const std::vector<ArgumentText>& arguments) {
     std::optional<std::uint32_t> query;
-    std::vector<bool> given(m_attributes.Count());
+    std::vector<bool> given(count());
     for (const ArgumentText& argument : arguments) {
         const std::uint32_t index = placeOf(argument, given);
         if (!argument.isQuery) set(index, argument.value);
@@ -115,10 +116,20 @@ std::optional<std::uint32_t> CCommandArguments::assign(const std::vector<Argumen
 
 void CCommandArguments::assignByName(const std::string& name, const std::string& value) { set(find(name), value); }
 
-// A module's attributes may take numbers only as numbers.
 void CCommandArguments::set(std::uint32_t index, const std::string& value) {
     const std::string text = toggled(index, value);
-    KzResult code = m_attributes->SetString(index, text.c_str());
+    give(index, text, m_attributes->SetString(index, text.c_str()));
+}
+
+// A command may read what users type in a way of its own.
+void CCommandArguments::answer(std::uint32_t index, const std::string& text) {
+    const KzResult code = m_command->ArgParseString(index, text.c_str());
+    if (code == KZe_NOTIMPL) set(index, text);
+    else give(index, text, code);
+}
+
+// The code says how the text was taken as it is. A module's attributes may take numbers only as numbers.
+void CCommandArguments::give(std::uint32_t index, const std::string& text, KzResult code) {
     if (code == KZe_NOTIMPL)
         if (const auto integer = kzParseInteger(text)) code = m_attributes->SetInt(index, *integer);
     if (code == KZe_NOTIMPL)
@@ -156,14 +167,53 @@ std::string CCommandArguments::toggled(std::uint32_t index, const std::string& v
     return choices.front();
 }
 
-bool CCommandArguments::isSet(std::uint32_t index) const {
+std::uint32_t CCommandArguments::count() const {
+    const std::uint32_t count = m_attributes.Count();
+    if (count <= mostArguments) return count;
+    throw CommandTextError{KZe_CMD_BAD_DEFINITION, fmt::format("it says that it takes {} arguments", count)};
+}
+
+std::uint32_t CCommandArguments::flagsOf(std::uint32_t index) const {
     std::uint32_t flags = 0;
-    return kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & KZfCMDARG_VALUE_SET) != 0;
+    return kzSucceeded(m_command->ArgFlags(index, &flags)) ? flags : 0;
+}
+
+KzResult CCommandArguments::enabledCode(std::uint32_t index) const {
+    const KzResult code = m_command->ArgEnable(index);
+    return code == KZe_NOTIMPL ? KZe_OK : code;
+}
+
+std::optional<std::uint32_t> CCommandArguments::missing() const {
+    constexpr std::uint32_t notMissing = KZfCMDARG_OPTIONAL | KZfCMDARG_VALUE_SET;
+    for (std::uint32_t index = 0; index < count(); ++index) {
+        std::uint32_t flags = 0;
+        if (kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & notMissing) == 0 && isEnabled(index))
+            return index;
+    }
+    return {};
+}
+
+void CCommandArguments::requireGiven() const {
+    const auto index = missing();
+    if (!index) return;
+    const char* text = nullptr;
+    const KzResult code = m_command->ArgDesc(*index, &text);
+    const std::string meaning = ownText(code, text);
+    throw CommandTextError{KZe_CMD_MISSING_ARGS, fmt::format("argument \"{}\" is missing{}{}", nameOf(*index),
+                                                             meaning.empty() ? "" : "; it is ", meaning)};
+}
+
+void CCommandArguments::requireEnabled() const {
+    for (std::uint32_t index = 0; index < count(); ++index) {
+        if (!isSet(index)) continue;
+        if (const KzResult code = enabledCode(index); kzFailed(code))
+            throw CommandTextError{code, "argument \"" + nameOf(index) + "\" cannot be used now"};
+    }
 }
 
 std::string CCommandArguments::write(const std::string& name) const {
     std::string text = name;
-    for (std::uint32_t index = 0; index < m_attributes.Count(); ++index)
+    for (std::uint32_t index = 0; index < count(); ++index)
         if (isSet(index)) text += " " + nameOf(index) + ":" + kzWriteArgument(kzAttributeText(m_attributes, index));
     return text;
 }

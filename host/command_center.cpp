@@ -44,6 +44,18 @@ bool CCommandCenter::isCommand(const std::string& name) const {
     return kzFindBuiltin(name) != nullptr || m_core->commands.alias(name) || m_core->modules.find(KZa_COMMAND, name);
 }
 
+bool CCommandCenter::addAlias(const std::string& alias, const std::string& definition) const {
+    if (isCommand(alias) || !m_core->commands.addAlias(alias, definition)) return false;
+    m_core->listeners.commands([&](IKzCmdSysListener& each) { each.AliasAdded(alias.c_str()); });
+    return true;
+}
+
+bool CCommandCenter::removeAlias(const std::string& alias) const {
+    if (!m_core->commands.removeAlias(alias)) return false;
+    m_core->listeners.commands([&](IKzCmdSysListener& each) { each.AliasRemoved(alias.c_str()); });
+    return true;
+}
+
 CKzUser_Command& CCommandCenter::spawn(std::string_view text, CKzUser_Command& command) const {
     std::string definition(text);
     std::string name = kzFirstWord(definition);

@@ -15,6 +15,10 @@ public:
     std::vector<std::string> names() const;
     bool isCommand(const std::string& name) const;
 
+    // Whoever listens is told. False when the name is taken already, or is no alias.
+    bool addAlias(const std::string& alias, const std::string& definition) const;
+    bool removeAlias(const std::string& alias) const;
+
     // A new command of that name, or of that command string's first word. Throws CommandTextError.
     CKzUser_Command& spawn(std::string_view text, CKzUser_Command& command) const;
     // A whole string without its marks: spawns and gives the arguments; what is marked for a query.

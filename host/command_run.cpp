@@ -15,7 +15,8 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
     KzResult code = KZe_OK;
     std::string text;
     try {
-        code = body();
+        code = prepare(command, flags);
+        if (!kzFailed(code)) code = body();
     } catch (const CommandTextError& error) {
         code = error.code;
         text = error.text;
@@ -30,6 +31,19 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
         each.ExecutePost(command, 0, 0);
     });
     return code;
+}
+
+// What comes before the work: whether the command can be used, what its dialog asks, what it gets ready. Being disabled is
+// an answer of its own; a module without opinion is enabled.
+KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
+    const auto refuses = [](KzResult code) { return kzFailed(code) && code != KZe_NOTIMPL; };
+    CCommandArguments arguments(*m_core, command);
+    if (const KzResult code = arguments.command().Enable(m_message.raw()); refuses(code)) return code;
+    arguments.requireEnabled();
+    if (const KzResult code = kzAskArguments(*m_core, arguments, flags); kzFailed(code)) return code;
+    arguments.requireGiven();
+    const KzResult code = arguments.command().PreExecute();
+    return refuses(code) ? code : KZe_OK;
 }
 
 // The history holds what users and scripts ran, not what commands run inside.

@@ -18,6 +18,7 @@ public:
     const CHostRef<CMessage>& message() const { return m_message; }
 
 private:
+    KzResult prepare(IKzUnknown* command, std::uint32_t flags);
     void remember(IKzUnknown* command, const std::string& name, std::uint32_t flags);
     void tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags);
 

@@ -75,7 +75,7 @@ public:
     KzResult commandservice_AliasCreate(const char* alias, const char* definition, std::uint32_t flags) override;
     KzResult commandservice_AliasRemove(const char* alias) override {
         enter("Command.AliasRemove");
-        return core().commands.removeAlias(std::string(kzTextOf(alias))) ? KZe_OK : KZe_CMD_NOT_ALIASED;
+        return m_center.removeAlias(std::string(kzTextOf(alias))) ? KZe_OK : KZe_CMD_NOT_ALIASED;
     }
     KzResult commandservice_AliasLookup(const char* alias, const char** definition) override;
     std::uint32_t commandservice_ExecDepth() override { return core().commands.depth(); }
@@ -259,9 +259,7 @@ KzResult CCommandService::commandservice_AliasCreate(const char* alias, const ch
     enter("Command.AliasCreate");
     const std::string name(kzTextOf(alias));
     if (name.empty() || name != kzFirstWord(name) || kzTextOf(definition).empty()) return KZe_INVALIDARG;
-    if (m_center.isCommand(name)) return KZe_CMD_ALREADY_EXISTS;
-    core().commands.addAlias(name, definition);
-    return KZe_OK;
+    return m_center.addAlias(name, definition) ? KZe_OK : KZe_CMD_ALREADY_EXISTS;
 }
 
 KzResult CCommandService::commandservice_AliasLookup(const char* alias, const char** definition) {

@@ -16,7 +16,7 @@ public:
     std::uint32_t tagOf(const std::string& name);
     std::optional<std::string> nameOf(std::uint32_t tag) const;
 
-    // False when the alias exists already.
+    // False when there is such an alias already.
     bool addAlias(const std::string& alias, const std::string& definition);
     bool removeAlias(const std::string& alias);
     std::optional<std::string> alias(const std::string& name) const;

@@ -62,6 +62,12 @@ std::optional<std::string> CPropertyTable::get(const std::string& name) const {
 
 CHostCore::CHostCore() {
     log->addSink([this](const LogLine& line) { tellListeners(line); });
+    log->setSubsystemSink([this](CLogStore::Event event, const CHostRef<CLogSubsystem>& subsystem) {
+        tellLog([&](IKzLogListener& listener) {
+            if (event == CLogStore::Event::added) listener.SubsystemAdded(subsystem.raw());
+            else listener.Cleared(subsystem.raw());
+        });
+    });
 }
 
 CHostCore::~CHostCore() = default;
@@ -88,18 +94,25 @@ std::vector<std::string> CHostCore::serviceNames() const {
 void CHostCore::removeService(const KzGuid& iid) { m_removed.push_back(iid); }
 
 // What a listener writes to the log itself is not told again: that would never end.
-void CHostCore::tellListeners(const LogLine& line) {
+void CHostCore::tellLog(const std::function<void(IKzLogListener&)>& tell) {
     thread_local bool isTelling = false;
-    if (isTelling || listeners.count("loglistener") == 0) return;
-    isTelling = true;
-    const auto entry = log->find(line.entry);
-    const auto parent = line.parent != 0 ? log->find(line.parent) : CHostRef<CLogEntry>();
-    const auto subsystem = line.subsystem.empty() ? CHostRef<CLogSubsystem>() : log->subsystem(line.subsystem);
-    listeners.log([&](IKzLogListener& listener) {
-        if (parent) listener.ChildEntryAdded(parent.raw(), entry.raw());
-        else if (subsystem) listener.EntryAdded(subsystem.raw(), entry.raw());
+    struct Telling {
+        Telling() { isTelling = true; }
+        ~Telling() { isTelling = false; }
+    };
+    if (isTelling || listeners.count(KZa_LOGLISTENER) == 0) return;
+    const Telling telling;
+    listeners.log(tell);
+}
+
+void CHostCore::tellListeners(const LogLine& line) {
+    tellLog([&](IKzLogListener& listener) {
+        const auto entry = log->find(line.subsystem, line.entry);
+        if (!entry) return;  // cleared meanwhile
+        if (line.parent == 0) listener.EntryAdded(log->subsystem(line.subsystem).raw(), entry.raw());
+        else if (const auto parent = log->find(line.subsystem, line.parent))
+            listener.ChildEntryAdded(parent.raw(), entry.raw());
     });
-    isTelling = false;
 }
 
 void CHostCore::beginSession() {

@@ -2,6 +2,7 @@
 // module holds on to an object for longer than the host lives.
 #pragma once
 
+#include "host/argument_dialog.h"
 #include "host/calls.h"
 #include "host/command_system.h"
 #include "host/file_table.h"
@@ -50,6 +51,7 @@ public:
     CListenerTable listeners;
     CModuleTable modules;
     CMonitorBoard monitors;
+    CDialogBoard dialogs;
     CScriptState scripts;
     std::vector<CHostRef<CScene>> scenes;  // the open ones; the current one is the last
     std::vector<std::string> importPaths;
@@ -72,6 +74,8 @@ public:
     void beginSession();
     // Tells listeners good-bye and lets go of them, while the modules that made them are still there.
     void endSession();
+    // Tells the log's listeners, but not about what they do while they are told.
+    void tellLog(const std::function<void(IKzLogListener&)>& tell);
     // The host ends: gives up all that belongs to modules.
     void close();
 

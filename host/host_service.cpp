@@ -168,11 +168,7 @@ KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
 
 KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
     enter("Host.ModuleUpdate");
-    const KzResult code = core().modules.update(kzTextOf(name));
-    if (kzFailed(code)) return code;
-    kzAttachListenerServers(core());
-    core().listeners.moduleUpdated(name);
-    return code;
+    return kzUpdateModule(core(), std::string(kzTextOf(name)));
 }
 
 KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char* name, const char* tag,

@@ -1,9 +1,11 @@
-// Reading and writing image files with the loaders and savers that modules offer.
+// Reading and writing image files: the host's own format, and the loaders and savers that modules offer.
+#include "host/objects/image.h"
+#include "host/safe_save.h"
 #include "host/server_classes.h"
 
+#include "kz/dialog.h"
 #include "kz/image_codec.h"
 #include "kz/loader.h"
-#include "kz/result.h"
 
 #include <fnmatch.h>
 #include <strings.h>
@@ -36,7 +38,7 @@ class CImageTarget final : public CKzImpl_ImageLoaderTarget {
 public:
     static CHostPolymorph<CImageTarget>& polymorph() {
         static auto& made = kzHostClass<CImageTarget, CKzIfc_ImageLoaderTarget<CImageTarget>>("image loader target",
-                                                                                             KZu_IMAGELOADERTARGET);
+                                                                                              KZu_IMAGELOADERTARGET);
         return made;
     }
     std::uint32_t imageloadertarget_Wanted() override { return KZfIMGLOAD_IMAGE; }
@@ -69,13 +71,56 @@ bool recognises(const CKzUser_Loader& loader, const std::string& path, const CHo
     return loader && kzSucceeded(loader.Recognize(path.c_str(), info.raw())) && info->isImage();
 }
 
-KzResult loadWith(const CKzUser_Loader& loader, const std::string& path, const CHostRef<CLoaderInfo>& info,
-                  IKzUnknown* monitor, CKzUser_Image& image) {
+// A monitor of the host's own, where the caller brings none: servers in Python are never given a null object.
+class CProgress {
+public:
+    CProgress(CHostCore& core, const char* title, IKzUnknown* given) : m_monitor(given) {
+        if (given != nullptr) return;
+        m_dialogs.take(core.makeService(KZu_STDDIALOGSERVICE));
+        if (m_dialogs) m_dialogs.MonitorAllocate(title, m_monitor.out());
+    }
+    ~CProgress() {
+        if (m_dialogs) m_dialogs.MonitorReleaseObj(m_monitor.raw());
+    }
+    CProgress(const CProgress&) = delete;
+    CProgress& operator=(const CProgress&) = delete;
+    IKzUnknown* monitor() const { return m_monitor.raw(); }
+
+private:
+    CKzUser_StdDialogService m_dialogs;
+    CKzLoc_Unknown m_monitor;
+};
+
+// The image becomes the host's: whatever its loader does from now on, it can be read, and it can be changed.
+CHostRef<CImage> loadWith(const CKzUser_Loader& loader, const std::string& path, const CHostRef<CLoaderInfo>& info,
+                          IKzUnknown* monitor) {
     const auto target = CHostRef<CImageTarget>::make();
     const KzResult code = loader.LoadObject(path.c_str(), info.raw(), monitor, target.raw());
-    loader.Cleanup();
-    if (kzFailed(code)) return code;
-    return image.set(target->image().raw()) ? KZe_OK : KZe_FAILED;  // it promised an image
+    struct CleanUp {
+        const CKzUser_Loader& loader;
+        ~CleanUp() { loader.Cleanup(); }
+    } const cleanUp{loader};
+    if (kzFailed(code)) throw code;
+    if (!target->image()) throw KZe_FAILED;  // it promised one
+    return kzCopyImage(target->image().raw(), 0);
+}
+
+CHostRef<CImage> loadServed(CHostCore& core, const std::string& path, IKzUnknown* monitor) {
+    for (const KzServer& server : core.modules.servers(KZa_LOADER)) {
+        if (!mayTake(server, path)) continue;
+        CKzLoc_Unknown made;
+        const CKzUser_Loader loader(CModuleTable::spawn(server, made).raw());
+        const auto info = CHostRef<CLoaderInfo>::make();
+        if (!recognises(loader, path, info)) continue;
+        try {
+            return loadWith(loader, path, info, monitor);
+        } catch (KzResult code) {
+            core.log->write(KZsLOG_IMAGES, code,
+                            path + ": the loader \"" + server.name + "\" failed: " + CMessageTables::codeText(code));
+            throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // somebody has recognised it
+        }
+    }
+    throw KZe_NOTSUPPORTED;
 }
 
 // "saver.dosType" is an extension in whatever letter case.
@@ -85,40 +130,59 @@ bool isFor(const KzServer& server, const std::string& path) {
     return !type.empty() && !extension.empty() && strcasecmp(type.c_str(), extension.c_str() + 1) == 0;
 }
 
-KzResult saveWith(const KzServer& server, IKzUnknown* image, const std::string& path, IKzUnknown* monitor) {
-    CKzLoc_Unknown made;
-    const CKzUser_Saver saver(CModuleTable::spawn(server, made).raw());
+// By the saver's name or, without one, by the file's.
+bool isPng(const std::string& saver, const std::string& path) {
+    const std::string extension = std::filesystem::path(path).extension().string();
+    return saver.empty() ? strcasecmp(extension.c_str(), ".png") == 0 : strcasecmp(saver.c_str(), "png") == 0;
+}
+
+// Why an image cannot be saved is the saver's to say.
+KzResult verify(CHostCore& core, const CKzUser_Saver& saver, IKzUnknown* image) {
     const auto message = CHostRef<CMessage>::make();
-    const KzResult verified = saver.Verify(image, message.raw());
-    if (kzFailed(verified) && verified != KZe_NOTIMPL) return verified;
-    return saver.Save(image, path.c_str(), monitor);
+    const KzResult code = saver.Verify(image, message.raw());
+    if (!kzFailed(code) || code == KZe_NOTIMPL) return KZe_OK;
+    const CKzUser_Message held(message.raw());
+    if (const std::string why = core.messages.textOf(*held.ptr()); !why.empty())
+        core.log->write(KZsLOG_IMAGES, code, why);
+    return code;
+}
+
+KzResult saveServed(CHostCore& core, IKzUnknown* image, const std::string& path, const std::string& name,
+                    const std::string& file, IKzUnknown* monitor) {
+    for (const KzServer& server : core.modules.servers(KZa_SAVER)) {
+        if (name.empty() ? !isFor(server, path) : server.name != name) continue;
+        CKzLoc_Unknown made;
+        const CKzUser_Saver saver(CModuleTable::spawn(server, made).raw());
+        if (!saver) return KZe_NOINTERFACE;
+        const KzResult code = verify(core, saver, image);
+        return kzFailed(code) ? code : saver.Save(image, file.c_str(), monitor);
+    }
+    return KZe_NOTSUPPORTED;
 }
 
 }  // namespace
 
-KzResult kzLoadImage(CHostCore& core, const std::string& path, IKzUnknown* monitor, CKzUser_Image& image) {
-    for (const KzServer& server : core.modules.servers(KZa_LOADER)) {
-        if (!mayTake(server, path)) continue;
-        CKzLoc_Unknown made;
-        const CKzUser_Loader loader(CModuleTable::spawn(server, made).raw());
-        const auto info = CHostRef<CLoaderInfo>::make();
-        if (!recognises(loader, path, info)) continue;
-        const KzResult code = loadWith(loader, path, info, monitor, image);
-        if (kzSucceeded(code))
-            core.listeners.session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
-        return code;
-    }
-    return KZe_NOTFOUND;
+CHostRef<CImage> kzLoadImage(CHostCore& core, const std::string& path, IKzUnknown* monitor) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
+    const CProgress progress(core, "Loading", monitor);
+    auto image = kzIsPng(path) ? kzLoadPng(path) : loadServed(core, path, progress.monitor());
+    core.listeners.session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    return image;
 }
 
 KzResult kzSaveImage(CHostCore& core, IKzUnknown* image, const std::string& path, const std::string& saver,
                      IKzUnknown* monitor) {
-    for (const KzServer& server : core.modules.servers(KZa_SAVER)) {
-        if (saver.empty() ? !isFor(server, path) : server.name != saver) continue;
-        const KzResult code = saveWith(server, image, path, monitor);
-        if (kzSucceeded(code))
-            core.listeners.session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
-        return code;
-    }
-    return KZe_NOTFOUND;
+    if (!CKzUser_Image(image)) return KZe_INVALIDARG;
+    const CProgress progress(core, "Saving", monitor);
+    CSafeSave file(path);
+    KzResult code = KZe_OK;
+    if (!isPng(saver, path)) code = saveServed(core, image, path, saver, file.path(), progress.monitor());
+    else if (const auto own = CHostRef<CImage>::of(image)) code = kzSavePng(*own, file.path());
+    else code = kzSavePng(*kzCopyImage(image, KZiIMG_FORMAT_RGBA32), file.path());
+    if (kzSucceeded(code) && kzFailed(code = file.commit()))
+        core.log->write(KZsLOG_IMAGES, code, path + ": its saver wrote no file that could take its place");
+    if (kzSucceeded(code))
+        core.listeners.session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
+    return code;
 }

@@ -106,6 +106,7 @@ public:
     }
     KzResult logservice_Flush() override {
         enter("Log.Flush");
+        core().tellLog([](IKzLogListener& listener) { listener.Flushed(); });
         return KZe_OK;  // every line is passed on as it comes
     }
 };

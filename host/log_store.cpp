@@ -83,7 +83,8 @@ KzResult CLogEntry::logentry_ChildByIndex(std::uint32_t index, IKzUnknown** chil
 KzResult CLogEntry::logentry_Parent(IKzUnknown** parent) {
     const auto store = m_store.lock();
     if (!store || m_parent == 0) return KZe_NOTFOUND;
-    return store->find(m_parent).give(parent);
+    const auto found = store->find(m_subsystem, m_parent);
+    return found ? found.give(parent) : KZe_NOTFOUND;
 }
 
 KzResult CLogEntry::logentry_InfoCount(std::uint32_t* count) {
@@ -140,9 +141,13 @@ KzResult CLogSubsystem::log_EntryByIndex(std::uint32_t index, IKzUnknown** entry
 
 KzResult CLogSubsystem::log_Clear() {
     std::deque<CHostRef<CLogEntry>> dropped;
-    const Locked lock(theLock);
-    dropped.swap(m_entries);
-    m_dropped = 0;
+    {
+        const Locked lock(theLock);
+        dropped.swap(m_entries);
+        m_dropped = 0;
+    }
+    if (const auto store = m_store.lock(); store && store->m_subsystemSink)
+        store->m_subsystemSink(CLogStore::Event::cleared, store->subsystem(m_name));
     return KZe_OK;
 }
 
@@ -171,10 +176,14 @@ CHostRef<CLogSubsystem> CLogStore::subsystem(const std::string& name) {
         if (const auto found = m_subsystems.find(name); found != m_subsystems.end()) return found->second;
     }
     auto made = CHostRef<CLogSubsystem>::make(weak_from_this(), name);
-    const Locked lock(theLock);
-    const auto [place, isNew] = m_subsystems.try_emplace(name, made);
-    if (isNew) m_order.push_back(name);
-    return place->second;
+    {
+        const Locked lock(theLock);
+        const auto [place, isNew] = m_subsystems.try_emplace(name, made);
+        if (!isNew) return place->second;
+        m_order.push_back(name);
+    }
+    if (m_subsystemSink) m_subsystemSink(Event::added, made);
+    return made;
 }
 
 std::vector<CHostRef<CLogSubsystem>> CLogStore::subsystems() const {
@@ -275,18 +284,19 @@ std::vector<LogLine> CLogStore::lines(const std::string& subsystem) const {
     return found;
 }
 
-CHostRef<CLogEntry> CLogStore::find(std::uint64_t id) const {
-    const Locked lock(theLock);
-    std::vector<CHostRef<CLogEntry>> open;
-    for (const auto& [name, subsystem] : m_subsystems)
-        open.insert(open.end(), subsystem->m_entries.begin(), subsystem->m_entries.end());
-    while (!open.empty()) {
-        const CHostRef<CLogEntry> entry = std::move(open.back());
-        open.pop_back();
-        if (entry->m_id == id) return entry;
-        open.insert(open.end(), entry->m_children.begin(), entry->m_children.end());
+// What is looked for is nearly always among the last that came.
+CHostRef<CLogEntry> CLogStore::findAmong(const std::deque<CHostRef<CLogEntry>>& entries, std::uint64_t id) {
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        if ((*entry)->m_id == id) return *entry;
+        if (auto below = findAmong((*entry)->m_children, id)) return below;
     }
     return {};
+}
+
+CHostRef<CLogEntry> CLogStore::find(const std::string& subsystem, std::uint64_t id) const {
+    const Locked lock(theLock);
+    const auto found = m_subsystems.find(subsystem);
+    return found != m_subsystems.end() ? findAmong(found->second->m_entries, id) : CHostRef<CLogEntry>();
 }
 
 double CLogStore::now() const {

@@ -103,11 +103,15 @@ public:
 
     void place(CLogSubsystem& subsystem, const CHostRef<CLogEntry>& entry);
     KzResult placeBelow(CLogEntry& parent, const CHostRef<CLogEntry>& child);
-    // The placed entry with that number.
-    CHostRef<CLogEntry> find(std::uint64_t id) const;
+    // The entry with that number, of those that the subsystem keeps; empty when it is not there any more.
+    CHostRef<CLogEntry> find(const std::string& subsystem, std::uint64_t id) const;
 
     // Hears of every line once it has a place, in order; also of one that never got a place, when it is given up.
     void addSink(LogSink sink);
+    // Hears of subsystems that are new, and of those that are cleared. Set before anything is logged.
+    enum class Event { added, cleared };
+    using SubsystemSink = std::function<void(Event, const CHostRef<CLogSubsystem>&)>;
+    void setSubsystemSink(SubsystemSink sink) { m_subsystemSink = std::move(sink); }
     // Every line of a subsystem (or of all, with an empty name) as plain text, for tests and queries.
     std::vector<LogLine> lines(const std::string& subsystem = {}) const;
 
@@ -120,7 +124,10 @@ public:
     void clear();
 
 private:
+    friend class CLogSubsystem;
+
     using Sinks = std::vector<LogSink>;
+    static CHostRef<CLogEntry> findAmong(const std::deque<CHostRef<CLogEntry>>& entries, std::uint64_t id);
     void collect(const CHostRef<CLogEntry>& entry, std::vector<LogLine>& lines) const;
     void settle(CLogEntry& entry, const std::string& subsystem, std::uint64_t parent, unsigned depth,
                 std::vector<LogLine>& lines);
@@ -131,6 +138,7 @@ private:
     std::vector<std::string> m_order;
     std::uint64_t m_nextId = 1;
     std::atomic<std::uint32_t> m_limit = 0;
+    SubsystemSink m_subsystemSink;
     std::mutex m_sinkLock;
     std::shared_ptr<const Sinks> m_sinks = std::make_shared<const Sinks>();
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();

@@ -1,6 +1,7 @@
 // The program kzhost: setting up its host.
 #include "host/program.h"
 
+#include "host/dialog_prompt.h"
 #include "host/progress_view.h"
 #include "host/version.h"
 
@@ -51,6 +52,7 @@ int CProgram::start() {
     });
     const auto progress = std::make_shared<CProgressView>(stderr, isatty(STDERR_FILENO) != 0);
     if (!m_options.quiet) core.monitors.setViewer([progress](const MonitorState& state) { (*progress)(state); });
+    core.dialogs.setAsker(kzPromptOnTerminal);
     if (m_options.trace) {
         core.properties.set("script.trace", "on");
         core.calls.trace([](std::string_view operation) { say("trace: " + std::string(operation)); });

@@ -35,6 +35,26 @@ const std::string& needElement(const Selection& selection) {
     return selection.element;
 }
 
+// A new command as the selected string says: its name, and arguments if they matter.
+CKzUser_Command& selectedCommand(CHostCore& core, const Selection& selection, CKzUser_Command& command) {
+    try {
+        CCommandCenter(core.shared_from_this()).parse(needElement(selection), command);
+    } catch (const CommandTextError& error) {
+        throw error.code;
+    }
+    return command;
+}
+
+// Calls `tell` for each of the selected command's arguments.
+template <class Tell> void eachArgument(CHostCore& core, const CKzUser_Command& command, const Tell& tell) {
+    try {
+        const CCommandArguments arguments(core, command.raw());
+        for (std::uint32_t index = 0; index < arguments.count(); ++index) tell(arguments, index);
+    } catch (const CommandTextError& error) {
+        throw error.code;
+    }
+}
+
 constexpr AttributeRow commandAttributes[] = {
     {"commands", KZsTYPE_STRING,
      [](CHostCore& core, const Selection&, const auto& add) {
@@ -47,13 +67,32 @@ constexpr AttributeRow commandAttributes[] = {
     {"arguments", KZsTYPE_STRING,  // of the selected command
      [](CHostCore& core, const Selection& selection, const auto& add) {
          CKzUser_Command command;
-         try {
-             CCommandCenter(core.shared_from_this()).spawn(needElement(selection), command);
-         } catch (const CommandTextError& error) {
-             throw error.code;
-         }
-         const CCommandArguments arguments(core, command.raw());
-         for (std::uint32_t index = 0; index < arguments.attributes().Count(); ++index) add(arguments.nameOf(index));
+         eachArgument(core, selectedCommand(core, selection, command),
+                      [&](const CCommandArguments& known, std::uint32_t index) { add(known.nameOf(index)); });
+     }},
+    {"argumentsEnabled", KZsTYPE_BOOLEAN,  // for each of them, as it is now
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         CKzUser_Command command;
+         eachArgument(core, selectedCommand(core, selection, command),
+                      [&](const CCommandArguments& known, std::uint32_t index) {
+                          add(known.isEnabled(index) ? "true" : "false");
+                      });
+     }},
+    {"dialog", KZsTYPE_STRING,  // for each of them, the value with which its dialog begins
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         CKzUser_Command command;
+         const KzResult code = selectedCommand(core, selection, command).DialogInit();
+         if (kzFailed(code) && code != KZe_NOTIMPL) throw code;
+         eachArgument(core, command, [&](const CCommandArguments& known, std::uint32_t index) {
+             add(kzAttributeText(known.attributes(), index));
+         });
+     }},
+    {"enabled", KZsTYPE_BOOLEAN,  // whether the selected command can be used
+     [](CHostCore& core, const Selection& selection, const auto& add) {
+         CKzUser_Command command;
+         const auto message = CHostRef<CMessage>::make();
+         const KzResult code = selectedCommand(core, selection, command).Enable(message.raw());
+         add(kzFailed(code) && code != KZe_NOTIMPL ? "false" : "true");
      }},
     {"history", KZsTYPE_STRING,
      [](CHostCore& core, const Selection&, const auto& add) {

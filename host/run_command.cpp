@@ -17,7 +17,7 @@ std::string usageOf(CHostCore& core, const CCommandCenter& center, const std::st
     try {
         CKzUser_Command command;
         const CCommandArguments known(core, center.spawn(name, command).raw());
-        for (std::uint32_t index = 0; index < known.attributes().Count(); ++index) {
+        for (std::uint32_t index = 0; index < known.count(); ++index) {
             std::uint32_t flags = 0;
             known.command().ArgFlags(index, &flags);
             const std::string argument = known.nameOf(index) + ((flags & KZfCMDARG_QUERY) != 0 ? "?" : "");

@@ -28,12 +28,9 @@ KzResult CServedCommand::cmd_Name(const char** name) {
     return KZe_OK;
 }
 
-// Being disabled is an answer of its own; a module without opinion is enabled.
 KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
     return m_run.execute(m_self, m_name, flags, [this, flags] {
-        const KzResult enabled = m_inner.Enable(m_run.message().raw());
-        if (kzFailed(enabled) && enabled != KZe_NOTIMPL) return enabled;
         const KzResult code = m_inner.Execute(flags);
         CKzLoc_Unknown told;
         if (kzSucceeded(m_inner.Message(told.out())) && told)

@@ -5,6 +5,8 @@
 #include "kz/ui_value_hints.h"
 #include "kz/value.h"
 
+#include <algorithm>
+
 namespace {
 
 // People's text where the type has one of its own, otherwise the exact one.
@@ -39,7 +41,8 @@ std::vector<std::string> kzChoicesOf(CHostCore& core, std::string_view type) {
     const CKzUser_UIValueHints hints(value.raw());
     std::vector<std::string> choices;
     if (!hints || (hints.Flags() & KZfVALHINT_POPUPS) == 0) return choices;
-    const std::uint32_t count = hints.PopCount();
+    constexpr std::uint32_t mostChoices = 10000;  // a count that cannot be meant must not keep the host busy
+    const std::uint32_t count = std::min(hints.PopCount(), mostChoices);
     for (std::uint32_t index = 0; index < count; ++index) {
         const char* name = nullptr;
         if (kzSucceeded(hints.PopInternalName(index, &name))) choices.emplace_back(kzTextOf(name));

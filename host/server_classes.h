@@ -2,17 +2,17 @@
 #pragma once
 
 #include "host/core.h"
-
-#include "kz/image.h"
+#include "host/objects/image.h"
 
 #include <functional>
 #include <string>
 #include <vector>
 
-// Reads an image with the first loader that recognises the file. NOTFOUND when none does. A monitor is needed: servers
-// in Python are never given a null object.
-KzResult kzLoadImage(CHostCore& core, const std::string& path, IKzUnknown* monitor, CKzUser_Image& image);
-// Writes it with the named saver or, without a name, with the one for the file's extension. NOTFOUND when there is none.
+// Reads an image file: a PNG by itself, others with the first loader that recognises them. Throws NOTFOUND when there is
+// no such file, NOTSUPPORTED when nobody recognises it, and the code with which a loader fails. The monitor may be null.
+CHostRef<CImage> kzLoadImage(CHostCore& core, const std::string& path, IKzUnknown* monitor);
+// Writes it with the named saver or, without a name, with the one for the file's extension. NOTSUPPORTED when there is
+// none. The file is replaced only when the saver is done.
 KzResult kzSaveImage(CHostCore& core, IKzUnknown* image, const std::string& path, const std::string& saver,
                      IKzUnknown* monitor);
 

@@ -3,7 +3,6 @@
 
 #include "host/server_classes.h"
 
-#include "kz/dialog.h"
 #include "kz/result.h"
 #include "kz/tree.h"
 
@@ -60,36 +59,21 @@ int failed(const std::string& what, KzResult code) {
     return exitFailed;
 }
 
-// A monitor of the host's own. Servers in Python are never given a null object: it has no wrapper.
-class CProgress {
-public:
-    CProgress(CHostCore& core, const char* title) {
-        m_dialogs.take(core.makeService(KZu_STDDIALOGSERVICE));
-        m_dialogs.MonitorAllocate(title, m_monitor.out());
-    }
-    ~CProgress() { m_dialogs.MonitorReleaseObj(m_monitor.raw()); }
-    CProgress(const CProgress&) = delete;
-    CProgress& operator=(const CProgress&) = delete;
-    IKzUnknown* monitor() const { return m_monitor.raw(); }
-
-private:
-    CKzUser_StdDialogService m_dialogs;
-    CKzLoc_Unknown m_monitor;
-};
-
 int convert(CProgram& program, const std::string& from, const std::string& to) {
     if (const int status = startAll(program); status != exitOk) return status;
     CHostCore& core = program.host().core();
-    const CProgress progress(core, "Converting");
-    CKzUser_Image image;
-    if (const KzResult code = kzLoadImage(core, from, progress.monitor(), image); kzFailed(code))
-        return failed(code == KZe_NOTFOUND ? from + ": no loader takes this file" : from, code);
-    std::int32_t width = 0;
-    std::int32_t height = 0;
-    if (const KzResult code = image.Size(&width, &height); kzFailed(code)) return failed(from, code);
-    if (const KzResult code = kzSaveImage(core, image.raw(), to, {}, progress.monitor()); kzFailed(code))
-        return failed(code == KZe_NOTFOUND ? to + ": no saver writes such files" : to, code);
-    fmt::print("{}: {} x {} pixels\n", to, width, height);
+    CHostRef<CImage> image;
+    try {
+        image = kzLoadImage(core, from, nullptr);
+    } catch (KzResult code) {
+        return failed(code == KZe_NOTSUPPORTED ? from + ": no loader takes this file" : from, code);
+    }
+    try {
+        if (const KzResult code = kzSaveImage(core, image.raw(), to, {}, nullptr); kzFailed(code)) throw code;
+    } catch (KzResult code) {
+        return failed(code == KZe_NOTSUPPORTED ? to + ": no saver writes such files" : to, code);
+    }
+    fmt::print("{}: {} x {} pixels\n", to, image->width(), image->height());
     return exitOk;
 }
 

@@ -9,6 +9,7 @@ namespace {
 // A tree that never ends must not take the host with it.
 constexpr std::uint32_t deepest = 256;
 constexpr std::uint32_t mostRows = 1000000;
+constexpr std::uint32_t mostColumns = 1000;
 
 void need(KzResult code) {
     if (kzFailed(code)) throw code;
@@ -19,6 +20,7 @@ public:
     CTreeWalk(IKzUnknown* tree, const std::function<void(const TreeRow&)>& take)
         : m_tree(tree), m_view(tree), m_take(take), m_columns(m_view ? m_view.ColumnCount() : 0) {
         if (!m_tree) throw KZe_NOINTERFACE;
+        if (m_columns > mostColumns) throw KZe_OUTOFBOUNDS;
     }
 
     void run() {

@@ -1,7 +1,9 @@
-"""A mesh operation: moves every point of a mesh up by one. The mesh is the host's own.
+"""A mesh operation: moves every point of a mesh up by one. The mesh is one of the host's own scene, and the host leaves
+it as it was when the operation fails. A script that has made a scene with a mesh item says
 
-    operation = kz.object.MeshOperation(kz.service.Host().SpawnServer('meshoperation', 'lift'))
-    operation.Evaluate(mesh, 0, kz.symbol.iMESHOP_MODE_FREEZE)
+    kz.eval('mesh.operate lift')
+
+    kzhost --import-path examples run examples/operate.py
 """
 
 import kz

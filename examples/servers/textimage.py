@@ -2,7 +2,7 @@
 
 The format is one line "TIMG width height" followed by one line of numbers for each line of pixels.
 
-    kzhost --import-path examples convert photo.timg copy.timg
+    kzhost --import-path examples convert painting.png painting.timg
 """
 
 import kz

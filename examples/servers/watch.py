@@ -1,7 +1,9 @@
 """Listeners: what happens in the session, which commands run, and what the log gets.
 
 The host makes one object of each listener when it reads the module's servers, and tells it everything from then on.
-What they hear is gathered in HEARD; scripts find it with: from kzserv.servers import watch.
+What they hear is gathered in HEARD.
+
+    kzhost --import-path examples eval "kz.eval('text.repeat a')" "from kzserv.servers import watch" "print watch.HEARD"
 """
 
 import kz

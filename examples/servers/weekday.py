@@ -2,6 +2,8 @@
 
 The sub-server is a class of its own. The host makes an object of it when it asks a weekday for an interface that the
 value itself does not have.
+
+    kzhost --import-path examples eval "print kz.service.Value().CreateValue('weekday').GetString()"
 """
 
 import kz

@@ -1,6 +1,7 @@
 // An image in memory, as an object.
 #include "host/objects/image.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -97,15 +98,33 @@ KzResult CImage::imgw_Fill(const KzFVector3* color, double alpha) {
 
 namespace {
 
-// Lines where the image has them, otherwise pixel by pixel.
-KzResult copyLine(IKzImage& source, CImage& target, std::int32_t y) {
-    const std::uint32_t format = target.format().code;
-    const KzResult code = source.GetLine(y, format, target.lineBytes(format), target.at(0, y));
-    if (code != KZe_NOTIMPL) return code;
-    for (std::int32_t x = 0; x < target.width(); ++x)
-        if (const KzResult failed = source.GetPixel(x, y, format, target.at(x, y)); kzFailed(failed)) return failed;
-    return KZe_OK;
-}
+// Lines where the image has them, otherwise pixel by pixel. What reads them has more room than a line needs, since some
+// give more than they were asked for.
+class CLineReader {
+public:
+    CLineReader(IKzImage& source, CImage& target)
+        : m_source(source), m_target(target), m_line(static_cast<std::size_t>(target.width()) * roomOfPixel) {}
+
+    KzResult read(std::int32_t y) {
+        const std::uint32_t format = m_target.format().code;
+        const std::size_t bytes = m_target.format().bytes();
+        KzResult code = m_source.GetLine(y, format, m_target.lineBytes(format), m_line.data());
+        if (code == KZe_NOTIMPL)
+            for (std::int32_t x = 0; x < m_target.width(); ++x)
+                if (code = m_source.GetPixel(x, y, format, m_line.data() + static_cast<std::size_t>(x) * bytes);
+                    kzFailed(code))
+                    break;
+        if (kzSucceeded(code))
+            std::copy_n(m_line.data(), bytes * static_cast<std::size_t>(m_target.width()), m_target.at(0, y));
+        return code;
+    }
+
+private:
+    static constexpr std::size_t roomOfPixel = 64;  // four times the largest
+    IKzImage& m_source;
+    CImage& m_target;
+    std::vector<std::byte> m_line;
+};
 
 }  // namespace
 
@@ -115,7 +134,8 @@ CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format) {
     std::int32_t width = 0, height = 0;
     if (const KzResult code = held->Size(&width, &height); kzFailed(code)) throw code;
     auto copy = CHostRef<CImage>::make(width, height, format != 0 ? format : held->Format());
+    CLineReader reader(*held.ptr(), *copy);
     for (std::int32_t y = 0; y < height; ++y)
-        if (const KzResult code = copyLine(*held.ptr(), *copy, y); kzFailed(code)) throw code;
+        if (const KzResult code = reader.read(y); kzFailed(code)) throw code;
     return copy;
 }

@@ -1,19 +1,11 @@
 // The image service: makes images, copies and compares them, reads and writes their files.
 #include "host/core.h"
-#include "host/objects/image.h"
+#include "host/server_classes.h"
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 
 namespace {
-
-// The names by which the saver of PNG files may be asked for; none at all leaves it to the file's name.
-bool isPng(std::string_view saver, const std::string& path) {
-    if (!saver.empty()) return saver == "PNG" || saver == "png";
-    const std::string extension = std::filesystem::path(path).extension().string();
-    return extension == ".png" || extension == ".PNG";
-}
 
 class CImageService final : public CKzImpl_ImageService, CHostService {
 public:
@@ -33,17 +25,13 @@ public:
         enter("Image.Duplicate");
         return kzCopyImage(source, format).give(image);
     }
-    KzResult imageservice_Load(const char* path, IKzUnknown* /*monitor*/, IKzUnknown** image) override {
+    KzResult imageservice_Load(const char* path, IKzUnknown* monitor, IKzUnknown** image) override {
         enter("Image.Load");
-        return kzLoadPng(place(path)).give(image);
+        return kzLoadImage(core(), place(path), monitor).give(image);
     }
-    KzResult imageservice_Save(IKzUnknown* image, const char* path, const char* saver,
-                               IKzUnknown* /*monitor*/) override {
+    KzResult imageservice_Save(IKzUnknown* image, const char* path, const char* saver, IKzUnknown* monitor) override {
         enter("Image.Save");
-        const std::string file = place(path);
-        if (!isPng(kzTextOf(saver), file)) return KZe_NOTSUPPORTED;
-        if (const auto own = CHostRef<CImage>::of(image)) return kzSavePng(*own, file);
-        return kzSavePng(*kzCopyImage(image, KZiIMG_FORMAT_RGBA32), file);
+        return kzSaveImage(core(), image, place(path), std::string(kzTextOf(saver)), monitor);
     }
     KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                std::int32_t height, IKzUnknown** image) override;

@@ -1,7 +1,7 @@
 // Images in PNG files.
 #include "host/objects/image.h"
 
-#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <png.h>
 
@@ -36,9 +36,14 @@ KzResult kzSavePng(CImage& image, const std::string& path) {
     return png_image_write_to_file(&file, path.c_str(), 0, pixels.data(), 0, nullptr) != 0 ? KZe_OK : KZe_NOACCESS;
 }
 
+bool kzIsPng(const std::string& path) {
+    constexpr std::string_view mark = "\x89PNG\r\n\x1a\n";
+    std::string start(mark.size(), '\0');
+    return std::ifstream(path, std::ios::binary).read(start.data(), static_cast<std::streamsize>(start.size())) &&
+           start == mark;
+}
+
 CHostRef<CImage> kzLoadPng(const std::string& path) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
     PngImage file;
     if (png_image_begin_read_from_file(&file, path.c_str()) == 0) throw KZe_NOTSUPPORTED;
     const bool hasAlpha = (file.format & PNG_FORMAT_FLAG_ALPHA) != 0;

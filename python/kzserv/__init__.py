@@ -1,14 +1,14 @@
 """The host's servers that are written in Python. The module imports this package once, when Python starts.
 
 Every *.py in a folder named "servers" below one of the host's script folders (the folders of sys.path) is imported
-then; see kzserv.files.
+then; see kzserv.files and kzserv.loading.
 """
 
 import sys
 
-from kzserv import files, interrupt
+from kzserv import interrupt, loading
 
 servers = sys.modules['kzserv.servers']
 
 interrupt.install()
-files.import_all()
+loading.import_all()

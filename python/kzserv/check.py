@@ -54,13 +54,7 @@ class Finding(object):
 
 def interfaces_of(cls):
     """The interfaces of a class in the order in which the host sees them."""
-    found = []
-    for base in getattr(cls, '__bases__', ()):
-        if base in INTERFACES:
-            found.append(INTERFACES[base])
-        else:
-            found.extend(interfaces_of(base))
-    return found
+    return [INTERFACES[base] for base in files.interface_bases(cls)]
 
 
 def own_attributes(cls):
@@ -81,6 +75,10 @@ def function_of(value):
     return (value, 1) if inspect.isfunction(value) else (None, 0)
 
 
+def is_method(value):
+    return callable(value) or hasattr(value, '__get__')
+
+
 def takes(value, count):
     """Whether a method can be called with that many arguments, and how its own arguments read."""
     function, bound = function_of(value)
@@ -93,9 +91,11 @@ def takes(value, count):
     return fits, '%d' % most if least == most else '%d to %d' % (least, most)
 
 
-def line_of(value, otherwise):
+def line_of(value, path, otherwise):
+    """Where a method is written, if that is in the file."""
     function = function_of(value)[0]
-    return function.__code__.co_firstlineno if function is not None else otherwise
+    code = getattr(function, '__code__', None)
+    return code.co_firstlineno if code is not None and code.co_filename == path else otherwise
 
 
 def plural(count):
@@ -129,32 +129,45 @@ class ClassCheck(object):
             self.methods.update(interface.methods)
         self.attributes = own_attributes(self.cls)
         for name, value in sorted(self.attributes.items()):
-            if callable(value) or isinstance(value, (staticmethod, classmethod)):
-                self.check_method(name, value)
+            self.check_method(name, value)
         self.check_required()
         self.check_init(meta)
         return self.findings
 
     def check_method(self, name, value):
+        line = line_of(value, self.path, self.line)
         if name in self.methods:
+            if not is_method(value):
+                self.tell(line, '%s is not a method' % name)
+                return
             count = len(inspect.getargspec(self.methods[name]).args) - 1
             fits, described = takes(value, count)
             if not fits:
-                self.tell(line_of(value, self.line), '%s is called with %s after self, but takes %s' %
-                          (name, plural(count), described))
+                self.tell(line, '%s is called with %s after self, but takes %s' % (name, plural(count), described))
             return
         match = _METHOD.match(name)
-        if match is None:
+        if match is None or not is_method(value):
             return
         prefix = match.group(1)
         near = self.nearest(name)
+        owners = [other.name for other in INTERFACES.values() if name in other.methods]
         if near is not None:
-            self.tell(line_of(value, self.line), 'no interface has a method %s; did you mean %s?' % (name, near))
-        elif prefix not in [interface.prefix for interface in self.interfaces]:
-            owners = [other.name for other in INTERFACES.values() if name in other.methods]
-            if owners:
-                self.tell(line_of(value, self.line), '%s belongs to %s, which the class does not implement' %
-                          (name, a_list(owners)))
+            self.tell(line, 'no interface has a method %s; did you mean %s?' % (name, near))
+        elif owners:
+            self.tell(line, '%s belongs to %s, which the class does not implement' % (name, a_list(owners)))
+        elif match.group(2)[0].isupper():  # as the interfaces' methods are written
+            self.check_prefix(line, name, prefix)
+
+    def check_prefix(self, line, name, prefix):
+        owners = [other.name for other in INTERFACES.values() if other.prefix == prefix]
+        own = [interface.name for interface in self.interfaces if interface.prefix == prefix]
+        if own:
+            self.tell(line, '%s has no method %s' % (a_list(own), name))
+        elif owners:
+            self.tell(line, '%s: the prefix %s belongs to %s, which the class does not implement' %
+                      (name, prefix, a_list(owners)))
+        else:
+            self.tell(line, '%s: the prefix %s belongs to no interface' % (name, prefix))
 
     def nearest(self, name):
         """The method that was meant: it differs in letter case, in its prefix, or by a slip."""
@@ -178,7 +191,7 @@ class ClassCheck(object):
         init = self.attributes.get('__init__')
         count = 0 if meta is None else 1
         if init is not None and not takes(init, count)[0]:
-            self.tell(line_of(init, self.line), '__init__ is called with %s after self: %s' %
+            self.tell(line_of(init, self.path, self.line), '__init__ is called with %s after self: %s' %
                       (plural(count), 'there is no meta object' if count == 0 else 'the meta object'))
 
 
@@ -195,9 +208,12 @@ class FileCheck(object):
         self.path = path
         self.blessings = []
         self.findings = []
+        self.names = set()
 
     def bless(self, cls, name, tags=None, meta=None):
         """Stands in for kz.bless while the file is imported."""
+        if not isinstance(name, basestring):
+            raise TypeError('the name of a server is a text')
         if not name.startswith(':'):
             self.blessings.append(Blessing(cls, name, tags, meta))
 
@@ -213,9 +229,13 @@ class FileCheck(object):
         finally:
             kz.bless = real
         for blessing in self.blessings:
-            self.check(blessing)
-        self.check_names()
-        return self.findings
+            try:
+                self.check(blessing)
+            except Exception:  # a class may do anything when it is looked at
+                kind, value, _ = sys.exc_info()
+                self.tell(blessing.line, 'server "%s" cannot be looked over: %s' %
+                          (files.printable(blessing.name), files.describe(kind, value)))
+        return sorted(self.findings, key=lambda finding: finding.line)
 
     def tell_failure(self, kind, value, trace):
         line = getattr(value, 'lineno', None) if kind is SyntaxError else None
@@ -226,6 +246,9 @@ class FileCheck(object):
 
     def check(self, blessing):
         server = 'server "%s"' % files.printable(blessing.name)
+        if not has_text(blessing.name) or '\0' in blessing.name:
+            self.tell(blessing.line, '%s: its name has to be plain ASCII' % server)
+        self.check_name(blessing)
         pending = [(server, blessing.cls, blessing.meta)]
         seen = []
         while pending:
@@ -243,7 +266,11 @@ class FileCheck(object):
 
     def sub_servers(self, blessing, title, meta):
         found = []
-        for item in getattr(meta, '_sub_ifcs', ()):
+        items = getattr(meta, '_sub_ifcs', ())
+        if not hasattr(items, '__getitem__'):
+            self.tell(blessing.line, '%s: its _sub_ifcs is no sequence' % title)
+            return found
+        for item in items:
             try:
                 cls, sub_meta = item
             except (TypeError, ValueError):
@@ -252,14 +279,12 @@ class FileCheck(object):
             found.append(('%s, sub-server %s' % (title, getattr(cls, '__name__', repr(cls))), cls, sub_meta))
         return found
 
-    def check_names(self):
-        known = set()
-        for blessing in self.blessings:
-            interfaces = interfaces_of(blessing.cls)
-            key = (blessing.name, interfaces[0].name if interfaces else None)
-            if key in known:
-                self.tell(blessing.line, 'server "%s" is blessed twice for one interface' % blessing.name)
-            known.add(key)
+    def check_name(self, blessing):
+        interfaces = interfaces_of(blessing.cls)
+        key = (blessing.name, interfaces[0].name if interfaces else None)
+        if key in self.names:
+            self.tell(blessing.line, 'server "%s" is blessed twice for one interface' % blessing.name)
+        self.names.add(key)
 
 
 def main(paths):

@@ -12,8 +12,10 @@ import traceback
 import types
 
 import kz
+import kzifc
 
 FOLDER = 'servers'
+_HERE = os.path.dirname(os.path.abspath(__file__))
 _FAILED = 0x80000000
 _INFO = 1
 
@@ -58,28 +60,48 @@ def _free_name(path):
     return name
 
 
-def import_file(path):
-    """Imports one file as a module of its own and returns it. What it raises goes on to the caller."""
+def read(path):
     with open(path, 'rU') as stream:
-        source = stream.read()
-    code = compile(source, path, 'exec', dont_inherit=True)
-    name = _free_name(path)
+        return stream.read()
+
+
+def import_file(path, source=None, former=None):
+    """Imports one file as a module of its own and returns it. What it raises goes on to the caller. A module that it
+    takes the place of stays if that happens."""
+    code = compile(read(path) if source is None else source, path, 'exec', dont_inherit=True)
+    name = former.__name__.rpartition('.')[2] if former is not None else _free_name(path)
     module = types.ModuleType('%s.%s' % (_parent.__name__, name))
     module.__file__ = path
-    sys.modules[module.__name__] = module
-    setattr(_parent, name, module)
+    _publish(name, module)
     try:
         exec code in module.__dict__
     except:
-        del sys.modules[module.__name__]
-        delattr(_parent, name)
+        _publish(name, former)
         raise
     return module
 
 
+def _publish(name, module):
+    full_name = '%s.%s' % (_parent.__name__, name)
+    if module is not None:
+        sys.modules[full_name] = module
+        setattr(_parent, name, module)
+    else:
+        del sys.modules[full_name]
+        delattr(_parent, name)
+
+
+def interface_bases(cls):
+    """The classes of kzifc that a class is derived from, in the order in which the host sees its interfaces."""
+    found = []
+    for base in getattr(cls, '__bases__', ()):
+        found.extend([base] if vars(kzifc).get(base.__name__) is base else interface_bases(base))
+    return found
+
+
 def frames_below(trace, path):
     """The traceback's entries from the file's own first line inward; all when it has none of the file."""
-    entries = traceback.extract_tb(trace)
+    entries = [entry for entry in traceback.extract_tb(trace) if os.path.dirname(entry[0]) != _HERE]
     for index, entry in enumerate(entries):
         if entry[0] == path:
             return entries[index:]
@@ -95,6 +117,11 @@ def describe(kind, value):
         return getattr(kind, '__name__', 'exception')
 
 
+def note(text):
+    log = kz.service.Log()
+    log.SubSystemLookup('servers').AddEntry(log.CreateEntry(_INFO, printable(text)))
+
+
 def report(path):
     """One entry in the log for the exception that is being handled, with its traceback below."""
     kind, value, trace = sys.exc_info()
@@ -108,11 +135,3 @@ def report(path):
         kz.outEx(printable(path))
     finally:
         del trace
-
-
-def import_all():
-    for path in find():
-        try:
-            import_file(path)
-        except:  # SystemExit too: no file ends the host
-            report(path)

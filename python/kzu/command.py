@@ -38,7 +38,9 @@ def _refuse(code):
 
 
 class Command(kzifc.Command, kzifc.Attributes):
-    """The base of commands. Overwrite execute, and where they are wanted query, enabled, argument_enabled, prepare."""
+    """The base of commands. Overwrite execute, and where they are wanted query, enabled, argument_enabled, prepare,
+    argument_changed.
+    """
 
     arguments = ()
     label = None
@@ -60,8 +62,16 @@ class Command(kzifc.Command, kzifc.Attributes):
         """None, or a text that says why the argument cannot be used."""
 
     def prepare(self):
-        """Returns a dictionary of values with which a dialog begins."""
+        """Returns a dictionary of values with which a dialog begins, besides the defaults."""
         return {}
+
+    def argument_changed(self, name):
+        """The user has answered the argument. Returns a dictionary of values that others now have, or None."""
+
+    def value(self, name):
+        """The argument's value as far as it is known: what was given, its default, or None."""
+        index = self.attr_Lookup(name)
+        return self._python_value(index) if self._is_set(index) else self.arguments[index].default
 
     # What the command is.
 
@@ -113,11 +123,16 @@ class Command(kzifc.Command, kzifc.Attributes):
         for value in found if isinstance(found, (list, tuple)) else [found]:
             values.append(value)
 
+    # What the caller has given stays; what is not given begins as the command knows best.
+
     def cmd_DialogInit(self):
-        for name, value in self.prepare().items():
-            index = self.attr_Lookup(name)
-            if not self._is_set(index):
-                self.attr_SetString(index, str(value))
+        values = dict((each.name, each.default) for each in self.arguments if each.default is not None)
+        values.update(self.prepare())
+        self._assign(dict((name, value) for name, value in values.items()
+                          if not self._is_set(self.attr_Lookup(name))))
+
+    def cmd_DialogArgChange(self, index):
+        self._assign(self.argument_changed(self._argument(index).name) or {})
 
     # Its arguments.
 
@@ -218,6 +233,11 @@ class Command(kzifc.Command, kzifc.Attributes):
         except Exception:
             _refuse(kz.symbol.e_INVALIDARG)
         self._values()[index] = made
+
+    def _assign(self, values):
+        for name, value in values.items():
+            kind = 'SetInt' if isinstance(value, (int, long)) else 'SetFlt' if isinstance(value, float) else 'SetString'
+            self._set(self.attr_Lookup(name), kind, value)
 
     def _python_value(self, index):
         value = wrappers.Value(self._values()[index])

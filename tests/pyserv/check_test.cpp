@@ -7,7 +7,7 @@
 namespace {
 
 struct Case {
-    const char* text;
+    std::string text;
     std::vector<const char*> findings;  // "LINE: text", in this order and nothing else
 };
 
@@ -31,7 +31,23 @@ const Case cases[] = {
       "7: server \"a\": cmd_Query is called with 2 arguments after self, but takes 1"}},
     {"class A(Command):\n    def cmd_Execute(self, flags): pass\n    def tree_Count(self): pass\n"
      "    def my_Helper(self): pass\n    tree_Current = 3\nkz.bless(A, 'a')\n",
-     {"5: server \"a\": tree_Count belongs to Tree, which the class does not implement"}},
+     {"5: server \"a\": tree_Count belongs to Tree, which the class does not implement",
+      "6: server \"a\": my_Helper: the prefix my_ belongs to no interface"}},
+    {"class A(Command):\n    def cmd_Execute(self, flags): pass\n    def cmd_Foo(self): pass\n"
+     "    def attr_Cuont(self): pass\n    cmd_Help = 5\n    def set_up(self): pass\n    cmd_Icon = property(None)\n"
+     "kz.bless(A, 'a')\n",
+     {"5: server \"a\": Command has no method cmd_Foo",
+      "6: server \"a\": attr_Cuont: the prefix attr_ belongs to Attributes, which the class does not implement",
+      "10: server \"a\": cmd_Help is not a method"}},
+    {"class M(type):\n    def __getattribute__(self, name): raise ValueError(name)\nclass B(Visitor): __metaclass__ = M\n"
+     "kz.bless(B, 'b')\nclass A(Visitor):\n    def vis_Evaluate(self): pass\n"
+     "kz.bless(A, u'\\xe9')\nkz.bless(A, 'a', None, type('M', (), {'_sub_ifcs': 5})())\n",
+     {"6: server \"b\" cannot be looked over: ValueError: __bases__", "9: server \"\xc3\xa9\": its name has to be plain ASCII",
+      "10: server \"a\": its _sub_ifcs is no sequence"}},
+    {"kz.bless(Visitor, 5)\n", {"3: it cannot be imported: TypeError: the name of a server is a text"}},
+    {std::string("x = 1\0", 6), {"1: it cannot be imported: TypeError: compile() expected string without null bytes"}},
+    {"import sys\nfor i in range(3):\n    try: sys.exit(i)\n    except: pass\nraise KeyboardInterrupt\n",
+     {"7: it cannot be imported: KeyboardInterrupt"}},
     {"class Base(object):\n    def load_Recognize(self, path, info): pass\nclass A(Base, Loader): pass\n"
      "kz.bless(A, 'a')\n",
      {"6: server \"a\": the method load_LoadObject, which Loader requires, is missing"}},

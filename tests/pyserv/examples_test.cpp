@@ -29,6 +29,12 @@ TEST_F(ExampleServersTest, ATreeIsPrinted) {
                          "  pond  water\n")
         << ended.error;
     EXPECT_EQ(run({"tree", "nowhere"}, {examples}).status, 1);
+    serve("endless.py", "import kz, kzifc\nclass Deep(kzifc.Tree, kzifc.TreeView):\n    def tree_ToRoot(self): pass\n"
+                        "    def tree_Count(self): return 1\n    def tree_SetCurrent(self, index): pass\n"
+                        "    def tree_ToChild(self): pass\n    def treeview_ColumnCount(self): return 1\n"
+                        "class Wide(Deep):\n    def treeview_ColumnCount(self): return 0xffffffff\n"
+                        "kz.bless(Deep, 'deep')\nkz.bless(Wide, 'wide')\n");
+    for (const char* endless : {"deep", "wide"}) EXPECT_TRUE(run({"tree", endless}).says("OUTOFBOUNDS")) << endless;
 }
 
 // What a script sees of a command is what it sees of the host's own.
@@ -37,7 +43,7 @@ TEST_F(ExampleServersTest, CommandsAreExecutedQueriedAndDisabled) {
         {"text.repeat hello count:3", "", "hello hello hello"},
         {"text.repeat loud:true text:{a b}", "", "A B"},
         {"text.repeat count:?", "1\n", ""},
-        {"text.repeat", nullptr, "a required argument is missing"},
+        {"text.repeat", nullptr, "argument \"text\" is missing; it is What to print"},
         {"text.repeat x count:many", nullptr, "argument \"count\": \"many\" is not an integer"},
         {"text.repeat x y:2", nullptr, "there is no argument \"y\"; there are text, count, loud"},
         {"text.repeat text:?", nullptr, ""},
@@ -64,8 +70,7 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
     const std::string image = write("a.timg", "TIMG  3   2\n1 2 3\n4 5   255\n");
     const Ended ended = run({"convert", image, path("b.timg")}, {examples});
     EXPECT_EQ(ended.out, path("b.timg") + ": 3 x 2 pixels\n") << ended.error;
-    std::ifstream stream(path("b.timg"));
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "TIMG 3 2\n1 2 3\n4 5 255\n");
+    EXPECT_EQ(contents("b.timg"), "TIMG 3 2\n1 2 3\n4 5 255\n");
     const std::pair<std::string, const char*> failures[] = {
         {write("broken.timg", "TIMG 3 2\n1 2\n3 4 5\n"), "has not 3 pixels"},
         {write("other.timg", "nothing"), "no loader takes this file"},
@@ -77,6 +82,40 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
         EXPECT_TRUE(failed.says(why)) << failed.error;
     }
     EXPECT_TRUE(run({"convert", image, path("c.tga")}, {examples}).says("no saver writes such files"));
+    // Scripts take the same path, and what is loaded is an image of the host's own.
+    const Ended script = runText("import kz\nimages = kz.service.Image()\nfolder = " "'" + path("") + "'\n"
+                                 "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
+                                 "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
+                                 "images.Save(image, folder + 'd.png', None, None)\n"
+                                 "images.Save(images.Load(folder + 'd.png', None), folder + 'd.any', 'textimage', None)\n"
+                                 "print open(folder + 'd.any').read().split()[-2:]\n"
+                                 "from kzserv.servers import watch\nprint len([h for h in watch.HEARD if folder in h])\n",
+                                 {examples});
+    EXPECT_EQ(script.out, "['5', '9']\n4\n") << script.error;
+}
+
+TEST_F(ExampleServersTest, ASaverThatFailsLeavesWhatWasThere) {
+    serve("bad.py", "import kz, kzifc, os\n"
+                    "class Half(kzifc.Saver):\n    def sav_Save(self, source, path, monitor):\n"
+                    "        open(path, 'w').write('half')\n        open(path + '.more', 'w').close()\n"
+                    "        if 'whole' not in path: raise ValueError('half-way')\n"
+                    "class Nothing(kzifc.Saver):\n    def sav_Save(self, source, path, monitor): pass\n"
+                    "kz.bless(Half, 'half', {'saver.dosType': 'half'})\n"
+                    "kz.bless(Nothing, 'nothing', {'saver.dosType': 'nothing'})\n");
+    const std::string image = write("a.timg", "TIMG 1 1\n7\n");
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"to/a.half", 1, "half-way"}, {"to/a.nothing", 1, "wrote no file"}, {"to/whole.half", 0, ""}};
+    for (const auto& [name, status, why] : cases) {
+        std::filesystem::create_directory(path("to"));
+        write(name, "before");
+        const Ended ended = run({"convert", image, path(name)}, {examples});
+        EXPECT_EQ(ended.status, status) << name << ended.error;
+        EXPECT_TRUE(ended.says(why)) << name << ended.error;
+        EXPECT_EQ(contents(name), status == 0 ? "half" : "before") << name;
+        const auto files = std::distance(std::filesystem::directory_iterator(path("to")), {});
+        EXPECT_EQ(files, status == 0 ? 2 : 1) << name;
+        std::filesystem::remove_all(path("to"));
+    }
 }
 
 TEST_F(ExampleServersTest, ValuesOfAServedTypeAreTheHostsOwn) {
@@ -106,15 +145,115 @@ TEST_F(ExampleServersTest, ListenersHearTheSessionAndTheLog) {
     EXPECT_EQ(ended.out, "ready\nerror wrong\nupdated python 3\n") << ended.error;
 }
 
+// The lines that documents show, as a reader types them one after another.
+TEST_F(ExampleServersTest, WhatDocumentsShowWorks) {
+    std::filesystem::create_directory_symlink(examples, path("examples"));
+    write("in", "\n\ntrue\n+\n");
+    std::vector<std::string> documents = {KZ_SOURCE_DIR "/docs/servers.md"};
+    for (const auto& entry : std::filesystem::directory_iterator(KZ_SOURCE_DIR "/examples/servers"))
+        if (entry.path().extension() == ".py") documents.push_back(entry.path().string());
+    int count = 0;
+    for (const std::string& document : documents) {
+        std::ifstream stream(document);
+        for (std::string line; std::getline(stream, line);) {
+            if (!line.starts_with("    kzhost ")) continue;
+            ++count;
+            const std::string command = "cd '" + path("") + "' && PATH='" KZ_BUILD_DIR "/bin':$PATH " + line.substr(4);
+            EXPECT_EQ(std::system((command + " <in >out 2>err").c_str()), 0) << document << line << contents("err");
+            EXPECT_EQ(contents("err").find("exception"), std::string::npos) << line << contents("err");
+        }
+    }
+    EXPECT_GE(count, 17);
+}
+
+// Every call from the session's begin to its end, in order.
+TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
+    serve("all.py", "import kz, kzifc\n"
+                    "def tell(name, *args): open('" + path("heard") + "', 'a').write(name + '\\n')\n"
+                    "class Session(kzifc.SessionListener): pass\nclass Commands(kzifc.CmdSysListener): pass\n"
+                    "class Log(kzifc.LogListener): pass\n"
+                    "for cls in (Session, Commands, Log):\n"
+                    "    for name in vars(cls.__bases__[0]):\n"
+                    "        if name[0] != '_' and name != 'sesl_ModuleUpdated':\n"
+                    "            setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))\n"
+                    "    kz.bless(cls, 'all')\n");
+    const Ended ended = runText("import kz\nprint 'out'\nkz.eval('command.alias b user.value')\n"
+                                "kz.eval('command.unalias b')\n"
+                                "from kzu.command import Command\nclass New(Command):\n"
+                                "    def execute(self):\n        kz.eval('log.clear scripts')\n        raise ValueError\n"
+                                "kz.bless(New, 'new')\ntry: kz.eval('new')\nexcept RuntimeError: pass\n"
+                                "kz.service.Log().Flush()\n");
+    const std::string command = "cmdsysevent_ExecutePre\n", done = "cmdsysevent_ExecuteResult\ncmdsysevent_ExecutePost\n";
+    EXPECT_EQ(contents("heard"), "sesl_SystemReady\ncmdsysevent_SystemReady\nlogevent_SubsystemAdded\n"
+                                 "logevent_EntryAdded\nlogevent_ChildEntryAdded\n" +
+                                     command + "cmdsysevent_AliasAdded\n" + done + command +
+                                     "cmdsysevent_AliasRemoved\n" + done + "cmdsysevent_CommandAdded\n" + command +
+                                     command + "logevent_Cleared\n" + done + "logevent_SubsystemAdded\nlogevent_EntryAdded\n" + done + "logevent_Flushed\n"
+                                     "sesl_ShuttingDown\nsesl_ShutDown\n")
+        << ended.error;
+}
+
+// The host's mesh, by the host's command; a failing operation changes nothing.
 TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
-    const Ended ended = runText("import kz\nmesh = kz.service.Mesh().Create()\ncorners = kz.Storage('d', 6)\n"
-                                "corners.set((1, 2, 3, 4, 5, 6))\nmesh.AddPoints(2, corners)\n"
-                                "made = kz.service.Host().SpawnServer('meshoperation', 'lift')\n"
-                                "kz.object.MeshOperation(made).Evaluate(mesh, 0, kz.symbol.iMESHOP_MODE_FREEZE)\n"
-                                "point = mesh.Points()\n"
-                                "for index in range(2):\n    point.MoveToIndex(index)\n    print point.Position()\n",
+    const Ended example = run({"run", std::string(examples) + "/operate.py"}, {examples});
+    EXPECT_TRUE(example.out.ends_with("before: ((0.0, 0.0, 0.0), (1.0, 0.0, 1.0))\n"
+                                      "after: ((0.0, 1.0, 0.0), (1.0, 1.0, 1.0))\n"))
+        << example.out << example.error;
+    serve("half.py", "import kz, kzifc\nclass Half(kzifc.MeshOperation):\n"
+                     "    def mop_Evaluate(self, mesh, elements, mode):\n"
+                     "        kz.object.Mesh(mesh).Clear()\n        raise ValueError('half-way')\n"
+                     "kz.bless(Half, 'half')\n");
+    const Ended ended = runText("import kz\nscenes = kz.service.Scene()\n"
+                                "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
+                                "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
+                                "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
+                                "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
+                                "tell('mesh.operate half')\ntell('mesh.operate none')\n"
+                                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n");
+    const char* expected[] = {"there is no scene", "has no mesh item", "mesh.operate: the operation failed",
+                              "there is no mesh operation \"none\"", "there is no mesh item \"b\"", "(1.0, 2.0, 3.0)"};
+    std::size_t at = 0;
+    for (const char* each : expected) {
+        at = ended.out.find(each, at);
+        EXPECT_NE(at, std::string::npos) << each << ended.out << ended.error;
+    }
+}
+
+// What the host asks on standard error, and what its answers come to.
+TEST_F(ExampleServersTest, ADialogAsksForArguments) {
+    struct {
+        const char* command;
+        const char* answers;
+        const char* banner;  // null: it does not run
+        std::vector<const char*> asked;
+    } const cases[] = {
+        {"??text.banner", "a text that is rather long\n\nmaybe\ntrue\n+\n", "+ a text that is rather long +",
+         {"text, What to print (a text) []: a text", "width, How long the line is (an integer, as 12 or -3) [26]",
+          "\"maybe\" is not true or false", "mark, What the frame is made of (a text) [*]"}},
+        {"?text.banner", "ab\n4\n\n", " ab ", {"[20]: 4", "[false]"}},
+        {"?text.banner ab width:4", "", " ab ", {}},
+        {"!text.banner", "ab\n", nullptr, {"argument \"text\" is missing; it is What to print"}},
+        {"?text.banner", "ab\n", nullptr, {"the dialog was cancelled"}},
+        {"??text.banner ab", "\n\n\n", "         ab         ", {"[ab]: "}},
+        {"text.banner ab mark:x", "", nullptr, {"argument \"mark\" cannot be used now"}},
+        {"??file.alias", "here\n/tmp\n", "", {"File Alias: alias", "File Alias: path"}},  // the host's own ask, too
+    };
+    for (const auto& each : cases) {
+        write("in", each.answers);
+        const Ended ended = run({"cmd", each.command}, {examples});
+        EXPECT_EQ(ended.status, each.banner != nullptr ? 0 : 1) << each.command << ended.error;
+        EXPECT_TRUE(ended.says(each.banner != nullptr ? each.banner : "")) << each.command << ended.error;
+        for (const char* part : each.asked) EXPECT_TRUE(ended.says(part)) << part << each.command << ended.error;
+        EXPECT_EQ(ended.says("mark, "), std::string(each.answers).find("true") != std::string::npos) << ended.error;
+    }
+    const Ended asked = runText("import kz\ncommands = kz.Service('command')\n"
+                                "for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):\n"
+                                "    commands.select('enabled', line)\n"
+                                "    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')\n",
                                 {examples});
-    EXPECT_EQ(ended.out, "(1.0, 3.0, 3.0)\n(4.0, 6.0, 6.0)\n") << ended.error;
+    EXPECT_EQ(asked.out, "1 (1, 1, 1, 0) ('', '20', 'false', '*')\n1 (1, 1, 1, 1) ('', '20', 'true', '*')\n"
+                         "0 () ()\n1 (1, 1) ('', '')\n")
+        << asked.error;
 }
 
 }  // namespace

@@ -37,6 +37,40 @@ TEST_F(FilesTest, FilesOfOneNameInTwoFoldersAreBothImported) {
     EXPECT_EQ(ended.out, "['same', 'same_2']\n") << ended.error;
 }
 
+// Objects that the host holds, and those that it makes from then on, are what the file says now.
+TEST_F(FilesTest, AChangedFileIsTakenInWhenTheHostIsTold) {
+    const std::string text = "import kz, kzifc\nfrom kzu.command import Command\nWORD = 'one'\n"
+                             "class Hints(kzifc.UIValueHints):\n    def uiv_PopInternalName(self, index): return WORD\n"
+                             "class Meta(object):\n    _sub_ifcs = [(Hints, None)]\n    tail = '!'\n"
+                             "class Text(kzifc.Value, kzifc.StringConversion):\n"
+                             "    def __init__(self, meta): self.meta = meta\n"
+                             "    def str_Encode(self): return WORD + self.meta.tail\n"
+                             "class Say(Command):\n    def execute(self):\n        super(Say, self).enabled()\n"
+                             "        kz.out(WORD)\n"
+                             "kz.bless(Say, 'say', {'word': WORD})\nkz.bless(Text, 'word', None, Meta())\n";
+    write("text", text);
+    serve("a.py", text);
+    const Ended ended = runText(
+        "import kz\nvalues = kz.service.Value()\nheld = values.CreateValue('word')\ntext = open('" + path("text") +
+        "').read()\ndef change(name, *pairs):\n    print '--'\n    changed = text\n"
+        "    for old, new in pairs: changed = changed.replace(old, new)\n"
+        "    open('" + path("servers/") + "' + name, 'w').write(changed)\n    kz.eval('server.reload')\n    show()\n"
+        "def show():\n    kz.eval('say')\n    print values.EncodeText(held, 0),\n"
+        "    print kz.object.UIValueHints(held).PopInternalName(0), kz.service.Host().ServerTag('command', 'say', 'word')\n"
+        "show()\n"
+        "change('a.py', (\"'one'\", \"'two'\"), (\"'!'\", \"'?'\"))\n"
+        "change('a.py', (\"'one'\", \"'three'; 1/0\"))\n"
+        "change('a.py', (\"'one'\", \"'four'\"), ('StringConversion)', 'StringConversion, kzifc.Visitor)'))\n"
+        "change('b.py', (\"'say'\", \"'say.new'\"), (\"'word', None\", \"'new', None\"))\n"
+        "kz.eval('say.new')\nchange('a.py', (\"kz.bless(Say\", '#'))\n");
+    EXPECT_EQ(ended.out, "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\n"
+                         "four\ntwo? two four\n--\nfour\ntwo? two four\none\n--\nfour\none! one four\n")
+        << ended.error;
+    for (const char* part : {"a.py: ZeroDivisionError", "\"word\" stays as it was until the host ends: Text has other",
+                             "b.py: taken in", "\"say\" is not in it any more"})
+        EXPECT_TRUE(ended.says(part)) << part << ended.error;
+}
+
 // Each server is spawned by a script; `out` is what the script prints, `error` a part of what the log gets.
 struct BadServer {
     const char* server;
