@@ -101,6 +101,7 @@ TEST_F(KzHostTest, BadInputIsNamed) {
     const std::string zero = m_folder.write("zero.py", std::string("a\0", 2));
     const std::string none = m_folder.write("none.txt", "text");
     const std::string good = m_folder.write("good.py", "");
+    m_folder.write("site.py", "'Python does not start with a site module that cannot add folders'\n");
     const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
         {{}, 2, "a command is missing"},
         {{"fly"}, 2, "there is no command \"fly\"; there are: run"},
@@ -110,6 +111,8 @@ TEST_F(KzHostTest, BadInputIsNamed) {
         {{"run", none}, 2, "none.txt: no interpreter takes this script"},
         {{"run", good, "a \"b"}, 2, "argument 1 (a \"b)"},
         {{"--plugin", "/no/such.so", "run", good}, 3, "/no/such.so"},
+        {{"--import-path", m_folder.path(), "run", good}, 4, "good.py: the interpreter \"python\" failed to start"},
+        {{"--import-path", m_folder.path(), "eval", "1"}, 4, "init failed: importing kzu"},
         {{"--alias", "x", "run", good}, 2, "NAME=PATH"},
         {{"--import-path", "/no/such/folder", "run", good}, 2, "/no/such/folder"},
         {{"--log", "/no/such/folder/log", "run", good}, 2, "/no/such/folder/log"},
