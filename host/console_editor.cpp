@@ -6,10 +6,15 @@
 #include <editline/readline.h>
 
 #include <algorithm>
-#include <csetjmp>
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <cwchar>
 #include <filesystem>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,21 +24,41 @@ constexpr int keptLines = 1000;
 CLineSession* theSession = nullptr;
 CKzHost* theHost = nullptr;
 std::vector<std::string> theMatches;
-sigjmp_buf theRead;
-struct sigaction theFormer {};  // not a local: it has to survive the leap
+int theInterrupts = -1;  // an event of the kernel's that counts them
+bool theInterrupted = false;
 
-void onInterrupt(int /*signal*/) { siglongjmp(theRead, 1); }
+// Does only what a signal handler may do.
+void onInterrupt(int /*signal*/) {
+    const int error = errno;
+    eventfd_write(theInterrupts, 1);
+    errno = error;
+}
 
-// The library lost its place by the leap. Starting it again would lose the history, too.
-void startOver() {
-    std::vector<std::string> lines;
-    for (int index = 0; index < history_length; ++index)
-        if (const HIST_ENTRY* entry = history_get(history_base + index); entry != nullptr)
-            lines.emplace_back(entry->line);
-    rl_initialize();
-    stifle_history(keptLines);
-    clear_history();
-    for (const std::string& line : lines) add_history(line.c_str());
+bool takeInterrupt() {
+    eventfd_t count = 0;
+    return eventfd_read(theInterrupts, &count) == 0;
+}
+
+// The library's source of characters. Its own would go on reading after Ctrl-C; here, waiting for either, is where a line
+// can be given up with nothing half done.
+int nextCharacter(std::FILE* /*stream*/) {
+    std::mbstate_t state{};
+    for (;;) {
+        pollfd sources[] = {{theInterrupts, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+        const bool isReady = poll(sources, std::size(sources), -1) > 0;
+        if (isReady && sources[0].revents != 0 && takeInterrupt()) {
+            theInterrupted = true;
+            return EOF;
+        }
+        char byte = 0;
+        const ssize_t size = isReady ? read(STDIN_FILENO, &byte, 1) : -1;
+        if (size < 0 && errno == EINTR) continue;
+        if (size != 1) return EOF;
+        wchar_t character = 0;
+        const std::size_t taken = std::mbrtowc(&character, &byte, 1, &state);
+        if (taken <= 1) return static_cast<int>(character);
+        if (taken == static_cast<std::size_t>(-1)) state = {};  // not of this locale, so it cannot be shown either
+    }
 }
 
 std::string stateFolder() {
@@ -95,7 +120,9 @@ std::vector<std::string> kzCompletions(CLineSession& session, CKzHost& host, con
 CConsoleEditor::CConsoleEditor(CLineSession& session, CKzHost& host) {
     theSession = &session;
     theHost = &host;
+    theInterrupts = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     rl_readline_name = const_cast<char*>("kzhost");
+    rl_getc_function = nextCharacter;
     rl_initialize();
     rl_attempted_completion_function = complete;
     rl_completion_append_character = '\0';  // a name is rarely followed by a blank
@@ -111,27 +138,26 @@ CConsoleEditor::CConsoleEditor(CLineSession& session, CKzHost& host) {
 
 CConsoleEditor::~CConsoleEditor() {
     if (!m_historyFile.empty()) write_history(m_historyFile.c_str());
+    if (theInterrupts >= 0) close(theInterrupts);
     theSession = nullptr;
     theHost = nullptr;
 }
 
-// The library restarts its reading after a signal, so Ctrl-C has to leap out of it. Nothing of ours is on the way.
 CConsoleEditor::Read CConsoleEditor::read(const std::string& prompt, std::string& line) {
     struct sigaction action {};
+    struct sigaction former {};
     action.sa_handler = onInterrupt;
     sigemptyset(&action.sa_mask);
-    if (sigsetjmp(theRead, 1) != 0) {
-        sigaction(SIGINT, &theFormer, nullptr);
-        startOver();
-        std::putchar('\n');
-        return Read::interrupted;
-    }
-    sigaction(SIGINT, &action, &theFormer);
+    sigaction(SIGINT, &action, &former);
+    takeInterrupt();  // one that came too late for the line before
+    theInterrupted = false;
+    // The library would show the prompt first, and a Ctrl-D typed right then would not be the editor's but be lost.
+    rl_prep_terminal(0);
     char* typed = readline(prompt.c_str());
-    sigaction(SIGINT, &theFormer, nullptr);
+    sigaction(SIGINT, &former, nullptr);
     if (typed == nullptr) {
         std::putchar('\n');
-        return Read::end;
+        return theInterrupted ? Read::interrupted : Read::end;
     }
     line = typed;
     std::free(typed);

@@ -3,7 +3,7 @@
 
 #include "kzmod/arg_attrib.h"
 #include "kzmod/functions.h"
-#include "kzmod/text_buffer.h"
+#include "kzmod/host_text.h"
 #include "module/checks.h"
 #include "module/output.h"
 #include "module/py_lock.h"
@@ -31,7 +31,7 @@ std::string messageText(IKzUnknown* message) {
     CKzUser_MessageService messages;
     kzTakeService(messages);
     if (messages.MessageText(message, text, sizeof text) == KZe_SHORTBUFFER) {
-        CTextBuffer longer;
+        CHostText longer;
         longer.read([&](char* buffer, std::uint32_t length) { return messages.MessageText(message, buffer, length); });
         return longer.text().substr(0, sizeof text - 1);
     }

@@ -1,7 +1,7 @@
 // The values that a query answers, as Python objects.
 #include "kzmod/value_conversion.h"
 
-#include "kzmod/text_buffer.h"
+#include "kzmod/host_text.h"
 #include "module/checks.h"
 #include "module/output.h"
 #include "module/runtime.h"
@@ -60,7 +60,7 @@ private:
         std::int32_t value = 0;
         m_code = m_values.GetInt(index, &value);
         if (kzSucceeded(m_code) && m_hints != nullptr) {
-            CTextBuffer text;
+            CHostText text;
             const KzResult encoded = text.read([&](char* buffer, std::uint32_t length) {
                 return m_service.TextHintEncode(value, m_hints, buffer, length);
             });
@@ -98,7 +98,7 @@ private:
     double m_factor;
     const KzTextValueHint* m_hints;
     CKzUser_ValueService m_service;
-    CTextBuffer m_string;  // of all string reads: what it holds is the error's text when a read fails
+    CHostText m_string;  // of all string reads: what it holds is the error's text when a read fails
     KzResult m_code = KZe_OK;
 };
 

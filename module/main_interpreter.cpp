@@ -57,6 +57,13 @@ void guardExitFunction() {
     if (guarded.get() == nullptr || PySys_SetObject(kzText("exitfunc"), guarded) != 0) PyErr_Clear();
 }
 
+// Finalisation lets go of the interpreter's empty frozenset when no thread state is left, and would need one if that
+// were the last reference. So it never is.
+void keepEmptyFrozenSet() {
+    PyObject* kept = PyObject_CallObject(reinterpret_cast<PyObject*>(&PyFrozenSet_Type), nullptr);
+    if (kept == nullptr) PyErr_Clear();
+}
+
 }  // namespace
 
 KzResult kzLocalPath(IKzFileService& files, const char* alias, std::string& path) {
@@ -208,13 +215,20 @@ void MainInterpreter::takeMainDictionaries() {
     locals = names;
 }
 
+PyThreadState* MainInterpreter::endingThread() const noexcept {
+    PyThreadState* own = PyGILState_GetThisThreadState();
+    if (own == nullptr) own = PyThreadState_New(m_mainThread->interp);
+    return own != nullptr ? own : m_mainThread;
+}
+
 MainInterpreter::~MainInterpreter() {
     if (m_mainThread == nullptr) {
         // The references hold None, and no interpreter lock exists yet.
         return;
     }
     const CProcessStateKeeper keeper(m_hostSignals);
-    if (_PyThreadState_Current != m_mainThread) PyEval_AcquireThread(m_mainThread);
+    PyThreadState* thread = endingThread();
+    if (_PyThreadState_Current != thread) PyEval_AcquireThread(thread);
     globals = Py_None;
     locals = Py_None;
     argument = Py_None;
@@ -223,6 +237,7 @@ MainInterpreter::~MainInterpreter() {
     // Whatever is pending from a failed start must not reach the code that finalisation runs.
     PyErr_Clear();
     guardExitFunction();
+    keepEmptyFrozenSet();
     Py_Finalize();
     // The lock is not released: it went with the interpreter.
 }

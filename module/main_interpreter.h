@@ -31,6 +31,10 @@ public:
     void start(std::string& progress);
 
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
+    // The state under which the calling thread ends Python: its own, made if need be, which is the main thread's only on
+    // the thread that started Python. Under another's, whoever asks for this thread's state (PyGILState_Ensure, in the
+    // code of objects that go) would wait for the lock for ever. The interpreter's end deletes it with all the others.
+    PyThreadState* endingThread() const noexcept;
 
     // The dictionaries of __main__, in which console lines run and from which every script takes a copy.
     CPyRef globals;

@@ -146,9 +146,10 @@ void PythonRuntime::stop() {
         return;
     }
     if (runtime->m_interpreter) {
-        PyEval_AcquireThread(runtime->m_mainThread);
+        PyThreadState* thread = runtime->m_interpreter->endingThread();
+        PyEval_AcquireThread(thread);
         theParts.releaseServers();
-        PyEval_ReleaseThread(runtime->m_mainThread);
+        PyEval_ReleaseThread(thread);
     }
     runtime->m_state = shutDown;
     runtime->m_interpreter.reset();

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# ./dev lint [--fix] [--all]: formatting of every tracked source, static analysis of the changed ones, script checks.
+# ./dev lint [--fix] [--all]: formatting of every tracked source, names of classes, static analysis of the changed ones,
+# script checks.
 # --fix rewrites what clang-format would change; --all analyses every source. A missing tool is a failure, not a pass.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -53,6 +54,14 @@ check_analysis() {
         fail "static analysis found something"
 }
 
+# Two classes of one name in different headers are taken for one when a program is linked, and each gets functions of the
+# other. Compilers cannot tell.
+check_names() {
+    local twice
+    twice=$(git ls-files '*.h' | xargs grep -hoP '^(template <.*> )?(class|struct) \K\w+(?=[^;]*\{)' | sort | uniq -d)
+    [ -z "$twice" ] || fail "defined in more than one header: ${twice//$'\n'/ }"
+}
+
 check_scripts() {
     local scripts
     mapfile -t scripts < <(git ls-files dev .ci/run '*.sh')
@@ -61,6 +70,7 @@ check_scripts() {
 }
 
 check_format
+check_names
 check_scripts
 check_analysis
 exit "$failed"

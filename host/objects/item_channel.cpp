@@ -80,7 +80,7 @@ public:
         return KZe_OK;
     }
     KzResult itemchannel_SetHints(const KzTextValueHint* hints) override {
-        ownInfo().hints = std::make_shared<CHintTable>(hints);
+        ownInfo().hints = std::make_shared<COwnedHints>(hints);
         return KZe_OK;
     }
     std::uint32_t itemchannel_Flags() override { return info().flags; }
@@ -146,7 +146,7 @@ public:
         return KZe_OK;
     }
     KzResult addchannel_SetHints(const KzTextValueHint* hints) override {
-        ownInfo().hints = std::make_shared<CHintTable>(hints);
+        ownInfo().hints = std::make_shared<COwnedHints>(hints);
         return KZe_OK;
     }
     KzResult addchannel_SetInternal() override {

@@ -61,7 +61,7 @@ ChannelInfo described(const ChannelRow& row) {
     channel.initial = kzCellOf(*channel.type, row.initial).value_or(kzEmptyCell(*channel.type));
     channel.vectorSize = row.vectorSize;
     if (row.vectorSize > 1) channel.flags |= KZfCHAN_VECTOR;
-    if (row.hints != nullptr) channel.hints = std::make_shared<CHintTable>(row.hints);
+    if (row.hints != nullptr) channel.hints = std::make_shared<COwnedHints>(row.hints);
     return channel;
 }
 
@@ -107,7 +107,7 @@ private:
 
 }  // namespace
 
-CHintTable::CHintTable(const KzTextValueHint* hints) {
+COwnedHints::COwnedHints(const KzTextValueHint* hints) {
     for (; hints != nullptr && hints->text != nullptr; ++hints)
         m_rows.push_back({hints->value, m_texts.emplace_back(hints->text).c_str()});
     m_rows.push_back({0, nullptr});

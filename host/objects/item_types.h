@@ -16,11 +16,11 @@
 #include <vector>
 
 // A table of hints that owns its texts.
-class CHintTable {
+class COwnedHints {
 public:
-    explicit CHintTable(const KzTextValueHint* hints);
-    CHintTable(const CHintTable&) = delete;
-    CHintTable& operator=(const CHintTable&) = delete;
+    explicit COwnedHints(const KzTextValueHint* hints);
+    COwnedHints(const COwnedHints&) = delete;
+    COwnedHints& operator=(const COwnedHints&) = delete;
     const KzTextValueHint* rows() const { return m_rows.data(); }
 
 private:
@@ -38,7 +38,7 @@ struct ChannelInfo {
     ChannelKind kind = ChannelKind::stored;
     std::uint32_t flags = 0;
     std::optional<double> minimum, maximum;
-    std::shared_ptr<const CHintTable> hints;
+    std::shared_ptr<const COwnedHints> hints;
     std::uint32_t vectorSize = 1;
 
     std::uint32_t storageType() const;  // an iCHANTYPE constant

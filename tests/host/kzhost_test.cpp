@@ -5,9 +5,11 @@
 #include <nlohmann/json.hpp>
 
 #include <csignal>
+#include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -99,6 +101,7 @@ TEST_F(KzHostTest, BadInputIsNamed) {
     const std::string zero = m_folder.write("zero.py", std::string("a\0", 2));
     const std::string none = m_folder.write("none.txt", "text");
     const std::string good = m_folder.write("good.py", "");
+    m_folder.write("site.py", "'Python does not start with a site module that cannot add folders'\n");
     const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
         {{}, 2, "a command is missing"},
         {{"fly"}, 2, "there is no command \"fly\"; there are: run"},
@@ -108,6 +111,8 @@ TEST_F(KzHostTest, BadInputIsNamed) {
         {{"run", none}, 2, "none.txt: no interpreter takes this script"},
         {{"run", good, "a \"b"}, 2, "argument 1 (a \"b)"},
         {{"--plugin", "/no/such.so", "run", good}, 3, "/no/such.so"},
+        {{"--import-path", m_folder.path(), "run", good}, 4, "good.py: the interpreter \"python\" failed to start"},
+        {{"--import-path", m_folder.path(), "eval", "1"}, 4, "init failed: importing kzu"},
         {{"--alias", "x", "run", good}, 2, "NAME=PATH"},
         {{"--import-path", "/no/such/folder", "run", good}, 2, "/no/such/folder"},
         {{"--log", "/no/such/folder/log", "run", good}, 2, "/no/such/folder/log"},
@@ -168,45 +173,72 @@ TEST_F(KzHostTest, ThePipedConsoleGoesOnAfterAFailure) {
     EXPECT_EQ(run({"console"}, "").status, 0);
 }
 
-// Types at the program on a terminal, each text once the output so far ends with the prompt or holds a word.
-TEST_F(KzHostTest, TheTerminalConsoleKeepsItsHistoryThroughCtrlC) {
-    setenv("XDG_STATE_HOME", m_folder.path("state").c_str(), 1);
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
+// The program on a terminal. Nothing here waits for ever: a program that stays silent is ended.
+class CTerminal {
+public:
+    CTerminal() {
+        m_child = forkpty(&m_terminal, nullptr, nullptr, nullptr);
+        if (m_child != 0) return;
         execl(program, program, "console", nullptr);
         _exit(127);
     }
-    std::string seen;
-    const auto await = [&](const std::string& ending) {
+    ~CTerminal() { end(); }
+    CTerminal(const CTerminal&) = delete;
+    CTerminal& operator=(const CTerminal&) = delete;
+
+    void type(const std::string& text) {
+        seen.clear();
+        EXPECT_EQ(write(m_terminal, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+    // Whether the output comes to this ending; false also when the program ends or says nothing for too long.
+    bool await(const std::string& ending) {
+        constexpr int patience = 60000;
         char buffer[512];
         while (!seen.ends_with(ending)) {
-            const ssize_t size = read(terminal, buffer, sizeof buffer);
-            if (size <= 0) return false;
+            pollfd output = {m_terminal, POLLIN, 0};
+            if (poll(&output, 1, patience) <= 0) return false;
+            const ssize_t size = read(m_terminal, buffer, sizeof buffer);
+            m_hungUp = size <= 0;
+            if (m_hungUp) return false;
             seen.append(buffer, static_cast<std::size_t>(size));
         }
         return true;
-    };
-    const auto type = [&](const std::string& text) {
-        seen.clear();
-        EXPECT_EQ(write(terminal, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    };
-    ASSERT_TRUE(await(">>> "));
-    for (const char* text : {"20 + 1\n", "half a line\x03", "20 + 2\n"}) {
-        type(text);
-        ASSERT_TRUE(await(">>> ")) << text << seen;
     }
-    EXPECT_NE(seen.find("22"), std::string::npos) << seen;
-    type("\x04");
-    await("no such text");
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    // The program's wait status, once it has closed the terminal.
+    int end() {
+        if (m_child <= 0) return -1;
+        if (!m_hungUp) kill(m_child, SIGKILL);
+        int status = -1;
+        waitpid(std::exchange(m_child, -1), &status, 0);
+        close(m_terminal);
+        return status;
+    }
+
+    std::string seen;
+
+private:
+    pid_t m_child = -1;
+    int m_terminal = -1;
+    bool m_hungUp = false;
+};
+
+// Each text is typed at once when the prompt shows, Ctrl-D among them.
+TEST_F(KzHostTest, TheTerminalConsoleKeepsItsHistoryThroughCtrlC) {
+    setenv("XDG_STATE_HOME", m_folder.path("state").c_str(), 1);
+    CTerminal terminal;
+    ASSERT_TRUE(terminal.await(">>> "));
+    for (const char* text : {"20 + 1\n", "half a line\x03", "20 + 2\n"}) {
+        terminal.type(text);
+        ASSERT_TRUE(terminal.await(">>> ")) << text << terminal.seen;
+    }
+    EXPECT_NE(terminal.seen.find("22"), std::string::npos) << terminal.seen;
+    terminal.type("\x04");
+    terminal.await("no such text");
+    EXPECT_EQ(terminal.end(), 0);
     const std::string history = contentOf(m_folder.path("state/kzhost/history"));
     for (const char* line : {"20\\040+\\0401", "20\\040+\\0402"})
         EXPECT_NE(history.find(line), std::string::npos) << history;
     EXPECT_EQ(history.find("half"), std::string::npos) << "it was thrown away";
-    close(terminal);
 }
 
 TEST_F(KzHostTest, ThePlainSignalStillEndsIt) {

@@ -7,38 +7,46 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <thread>
 
 TEST(unload, survives_what_scripts_leave_behind) {
     const std::pair<const char*, const char*> table[] = {
         {"an exit handler that leaves", "import atexit, sys\natexit.register(sys.exit, 3)"},
         {"an exit function that leaves", "import sys\ndef f(): raise SystemExit(3)\nsys.exitfunc = f"},
         {"an exit handler that fails", "import atexit\natexit.register(int, 'x')"},
-        {"a daemon thread",
-         "import threading, time\ndef f():\n  while True: time.sleep(0.001)\n"
-         "t = threading.Thread(target=f)\nt.daemon = True\nt.start()"},
+        {"a daemon thread", "import threading, time\ndef f():\n  while True: time.sleep(0.001)\n"
+                            "t = threading.Thread(target=f)\nt.daemon = True\nt.start()"},
         {"a busy daemon thread",
          "import threading\ndef f():\n  while True: pass\nt = threading.Thread(target=f)\nt.daemon = True\nt.start()"},
         {"a raw thread", "import thread, time\nthread.start_new_thread(time.sleep, (60,))"},
         {"an object that prints when it goes",
          "import __main__\nclass D(object):\n  def __del__(self):\n    import sys\n    sys.stdout.write('gone')\n"
          "__main__.d = D()"},
-        {"wrappers", "import kz, __main__\n__main__.kept = [kz.service.Log(), kz.object.Unknown(), kz.Service('hostservice')]"},
+        {"wrappers",
+         "import kz, __main__\n__main__.kept = [kz.service.Log(), kz.object.Unknown(), kz.Service('hostservice')]"},
         {"a host that calls back late",
          "import kz, sys\nclass D(object):\n  def __init__(self, log): self.log = log\n"
          "  def __del__(self): self.log.CreateEntry(1, 'late')\nsys.kept = D(kz.service.Log())"},
+        {"an object that has its thread's state asked for",
+         "import ctypes, sys\nclass D(object):\n  def __del__(self, call=ctypes.PYFUNCTYPE(None)(int)): call()\n"
+         "sys.kept = D()"},
         {"no modules", "import sys\nsys.modules.clear()"},
         {"no streams", "import sys\ndel sys.stdout, sys.stderr, sys.__stdout__, sys.__stderr__"},
     };
-    for (const auto& [name, script] : table)
-        kzInChild(name, [script = script] {
-            CPluginHost host;
-            host.load();
-            CTestSession session(host);
-            host.run(script);
-            host.host.unload();
-            EXPECT_EQ(session.execute("1"), KZe_NOTAVAILABLE);
-            host.clearLog();
-        });
+    for (const bool elsewhere : {false, true}) {
+        SCOPED_TRACE(elsewhere ? "unloaded on another thread" : "unloaded on the same thread");
+        for (const auto& [name, script] : table)
+            kzInChild(name, [elsewhere, script = script] {
+                CPluginHost host;
+                host.load();
+                CTestSession session(host);
+                host.run(script);
+                if (elsewhere) std::thread([&] { host.host.unload(); }).join();
+                else host.host.unload();
+                EXPECT_EQ(session.execute("1"), KZe_NOTAVAILABLE);
+                host.clearLog();
+            });
+    }
 }
 
 TEST(unload, passes_on_what_is_printed_last) {

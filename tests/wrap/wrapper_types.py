@@ -125,7 +125,7 @@ def contents():
     for module in (kz.object, kz.service):
         for name in names(module) - {'storage'}:
             made = getattr(module, name)
-            check(name, (made.__name__, made.__module__, made.__basicsize__), (name, module.__name__, 24))
+            check(name, (made.__name__, made.__module__, made.__basicsize__), (name, module.__name__, object.__basicsize__ + 8))
     check('kz.object.storage', kz.object.storage is kz.Storage, True)
     for title, module, expected in (('symbol', kz.symbol, manifest.SYMBOLS), ('result', kz.result, manifest.RESULTS)):
         check(title, names(module), set(expected))

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-class CTextBuffer {
+class CHostText {
 public:
     // `operation(buffer, length)` is repeated with a longer buffer for as long as it finds the buffer too short. A read
     // that fails leaves the text of the last one that succeeded.
