@@ -123,8 +123,8 @@ def wrappers_in_conversion():
 def buffers():
     """A host sees the memory that it was given for as long as it is called, whatever becomes of the storage."""
     stem, name, inputs = next((stem, method, [kind for kind, _ in given])
-                              for stem, _, isService, rows in manifest.TYPES for method, returns, given, taken in rows
-                              if 'float[]' in [kind for kind, _ in given] and not isService and not taken and
+                              for stem, _, isService, rows in manifest.TYPES for method, returns, given, taken, lengths in rows
+                              if 'float[]' in [kind for kind, _ in given] and not isService and not taken and not lengths and
                               returns == 'result')
     wrapper, at = getattr(kz.object, stem)(values.Host(stem)), inputs.index('float[]')
     recorder.answer(0, ())
