@@ -2,11 +2,13 @@
 #include "host/line_session.h"
 
 #include "host/interrupt.h"
+#include "host/open_text.h"
 
 #include "kz/result.h"
 #include "kz/value.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -91,27 +93,50 @@ int CLineSession::open() {
 
 std::string CLineSession::prompt() {
     const char* text = nullptr;
-    return kzSucceeded(m_interpreter.Prompt(0, &text)) && text != nullptr ? text : "> ";
+    const std::int32_t continued = !m_pending && !m_open.empty() ? 1 : 0;
+    return kzSucceeded(m_interpreter.Prompt(continued, &text)) && text != nullptr ? text : "> ";
 }
 
 int CLineSession::execute(const std::string& line) {
+    m_open += line;
+    if (isStillOpen()) {
+        m_open += '\n';
+        return exitOk;
+    }
+    return pass(std::exchange(m_open, {}));
+}
+
+// The interpreter takes a line of the program at a time, so one that is typed as several is put together first: to the
+// interpreter an open string that goes on in the next line would be the same as a block that does. It is asked all the
+// same, where it has no block to lose, because text that can no longer become right is better told at once.
+bool CLineSession::isStillOpen() {
+    if (!kzIsOpen(m_open)) return false;
+    if (m_pending) return true;
+    const auto silent = CHostRef<CLineExecution>::make(false);
+    const bool fails = kzFailed(m_interpreter.Execute(m_open.c_str(), silent.raw()));
+    m_interpreter.Reset();
+    return !fails;
+}
+
+int CLineSession::pass(const std::string& text) {
     const auto execution = CHostRef<CLineExecution>::make(true);
     CInterruptScope::takeInterrupt();
-    const KzResult code = m_interpreter.Execute(line.c_str(), execution.raw());
-    const std::string next = prompt();
-    m_continued = next.starts_with("..");
+    const KzResult code = m_interpreter.Execute(text.c_str(), execution.raw());
+    m_pending = prompt().starts_with("..");
     if (kzSucceeded(code)) return exitOk;
     m_failed = true;
     return execution->interrupted() ? exitInterrupted : exitFailed;
 }
 
 void CLineSession::finish() {
-    if (m_continued) execute("");
+    if (!m_open.empty()) pass(std::exchange(m_open, {}));
+    if (m_pending) pass("");
 }
 
 void CLineSession::reset() {
     m_interpreter.Reset();
-    m_continued = false;
+    m_open.clear();
+    m_pending = false;
 }
 
 std::optional<std::vector<std::string>> CLineSession::ask(const std::string& line) {

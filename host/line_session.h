@@ -18,16 +18,20 @@ public:
     bool failed() const { return m_failed; }
 
     std::string prompt();
-    // Whether the interpreter waits for more lines of a statement.
-    bool isContinued() const { return m_continued; }
+    // Whether more lines of a statement are waited for.
+    bool isContinued() const { return m_pending || !m_open.empty(); }
     void reset();
 
     // The texts that a line gives, without showing them; nothing when it fails.
     std::optional<std::vector<std::string>> ask(const std::string& line);
 
 private:
+    int pass(const std::string& text);
+    bool isStillOpen();
+
     CProgram& m_program;
     CKzUser_LineInterpreter m_interpreter;
+    std::string m_open;      // lines of one that goes on, not yet given to the interpreter
+    bool m_pending = false;  // the interpreter has the beginning of a statement
     bool m_failed = false;
-    bool m_continued = false;
 };

@@ -173,6 +173,22 @@ TEST_F(KzHostTest, ThePipedConsoleGoesOnAfterAFailure) {
     EXPECT_EQ(run({"console"}, "").status, 0);
 }
 
+TEST_F(KzHostTest, APastedScriptRunsAsAtThePromptOfPython) {
+    const std::string typed = "s = '''a\nb\n\nc'''\ns\nx = 1 + \\\n2\nx\nif 1:\n  y = [1,\n\n  '''p\n\nq''']\n\ny[1]\n"
+                              "(  # no end\ndef g\n'it\\\ns' '(' # (\n";
+    EXPECT_EQ(run({"console"}, typed).out, "a\nb\n\nc\n3\np\n\nq\nits(\n");
+    std::string script, expected;
+    for (int at = 0; at < 150; ++at) {
+        const std::string number = std::to_string(at);
+        script += "def f" + number + "(a,\n    b=" + number + "):\n    \"\"\"It's\n\n    \"long\".\"\"\"\n    return a + b\n\nf" +
+                  number + "(1)\n";
+        expected += std::to_string(at + 1) + "\n";
+    }
+    const Ended ended = run({"console"}, script);
+    EXPECT_EQ(ended.out, expected);
+    EXPECT_EQ(ended.status, 0) << ended.error;
+}
+
 // The program on a terminal. Nothing here waits for ever: a program that stays silent is ended.
 class CTerminal {
 public:
