@@ -3,6 +3,6 @@
 
 start_kzhost() {
     [ -f "$root/host/CMakeLists.txt" ] || die "there is no reference host in this tree"
-    build_quietly release
+    build_quietly release kzhost
     exec "$root/build/release/bin/kzhost" "$@"
 }

@@ -26,6 +26,8 @@ public:
         const std::filesystem::path file = m_path / name;
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << text;
+        // Python knows by the second which text it compiled: what it kept of an earlier one would pass for this one.
+        std::filesystem::remove(file.string() + "c");
         return file.string();
     }
 
