@@ -35,6 +35,7 @@ std::vector<double> kzInterleave(const std::vector<KzWork>& works) {
     for (int round = 0; round < kzRounds; ++round)
         for (std::size_t index = 0; index < works.size(); ++index) samples[index].push_back(works[index]());
     std::vector<double> quartiles;
+    quartiles.reserve(samples.size());
     for (const std::vector<double>& each : samples) quartiles.push_back(kzLowerQuartile(each));
     return quartiles;
 }

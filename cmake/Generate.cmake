@@ -12,7 +12,9 @@ foreach(header IN LISTS KZ_HEADERS)
 endforeach()
 
 # kz_generate(TARGET PART FOLDER FILE...): the target TARGET stands for the files, relative to FOLDER, that kzgen writes
-# for PART. Sources that use them are added to the same folder's targets, or the target is made a dependency.
+# for PART. Sources that use them are added to the same folder's targets, or the target is made a dependency. The target
+# kz_generated stands for all that is generated.
+add_custom_target(kz_generated)
 function(kz_generate target part folder)
     list(TRANSFORM ARGN PREPEND "${folder}/" OUTPUT_VARIABLE outputs)
     add_custom_command(OUTPUT ${outputs}
@@ -21,6 +23,7 @@ function(kz_generate target part folder)
         COMMENT "SDK description: ${part}"
         VERBATIM)
     add_custom_target(${target} DEPENDS ${outputs})
+    add_dependencies(kz_generated ${target})
 endfunction()
 
 # kz_generate_sdk(LIBRARY): the C++ headers kz/NAME.h, ready for whoever links LIBRARY.

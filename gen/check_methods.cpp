@@ -131,9 +131,8 @@ private:
 
     static bool countingInput(const Method& method, const std::string& name) {
         const auto inputs = method.inputs();
-        return std::any_of(inputs.begin(), inputs.end(), [&](const Parameter* input) {
-            return input->name == name && isInteger(input->type.kind);
-        });
+        return std::any_of(inputs.begin(), inputs.end(),
+                           [&](const Parameter* input) { return input->name == name && isInteger(input->type.kind); });
     }
 
     void forwarded(const Method& method) {

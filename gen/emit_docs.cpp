@@ -87,7 +87,13 @@ std::string page(std::string_view title, std::string_view opening, std::string_v
                        opening, escaped(title), body);
 }
 
-std::string pythonType(const Interface& each) { return (each.service ? "kz.service." : "kz.object.") + each.name; }
+// The interface as Python knows it. What only the host calls is known by its base class, if any.
+std::string pythonType(const Interface& each) {
+    if (each.wrapped) {
+        return (each.service ? "kz.service." : "kz.object.") + each.name;
+    }
+    return (each.adapter ? "kzifc." : "") + each.name;
+}
 
 // What a Python class says to implement the method: "cmd_Execute(flags)", or why it is never asked.
 std::string implementation(const Interface& each, const Method& method) {
@@ -99,10 +105,23 @@ std::string implementation(const Interface& each, const Method& method) {
     }
     std::string arguments;
     for (const Parameter* input : method.inputs()) {
-        arguments += (arguments.empty() ? "" : ", ") + input->name;
+        arguments += (arguments.empty() ? "" : ", ") + pythonArgumentName(*input);
     }
     return fmt::format("<code>{}({})</code>{}", pythonMethodName(each, method), arguments,
                        method.required ? " (required)" : "");
+}
+
+// The method's summary, and how much its arrays hold.
+std::string remarks(const Method& method) {
+    std::string text = method.summary;
+    for (const Parameter* input : method.inputs()) {
+        if (!input->type.length.empty()) {
+            text += fmt::format("{}{} holds {} {}", text.empty() ? "" : "; ", input->name,
+                                fmt::join(input->type.length, " * "),
+                                input->type.kind == Kind::DataArray ? "bytes" : "elements");
+        }
+    }
+    return text;
 }
 
 void emitMethods(const Model& model, const Interface& each, Text out) {
@@ -114,7 +133,7 @@ void emitMethods(const Model& model, const Interface& each, Text out) {
         if (each.adapter) {
             fmt::format_to(out, "<td>{}</td>", implementation(each, method));
         }
-        fmt::format_to(out, "<td>{}</td></tr>\n", escaped(method.summary));
+        fmt::format_to(out, "<td>{}</td></tr>\n", escaped(remarks(method)));
     }
     fmt::format_to(out, "</table>\n");
 }
@@ -128,8 +147,10 @@ void emitInterface(const Model& model, const Interface& each, Text out) {
         fmt::format_to(out, "Only the host calls it: it has no type in Python. ");
     }
     if (each.adapter && !each.adapter->empty()) {
-        fmt::format_to(out, "A Python class can implement it, with methods called <code>{}_...</code>. ",
-                       *each.adapter);
+        fmt::format_to(out,
+                       "A Python class can implement it, derived from <code>kzifc.{}</code> and with methods called "
+                       "<code>{}_...</code>. ",
+                       each.name, *each.adapter);
     }
     fmt::format_to(out, "Identity <code>kz.symbol.u_{}</code>{}.</p>\n", each.symbol,
                    each.server ? fmt::format(", server type <code>{}</code>", escaped(*each.server)) : "");
@@ -182,13 +203,17 @@ std::vector<NamedValue> resultCodes(const Header& header) {
     return all;
 }
 
+std::string linkedName(std::string_view page, const Interface& each) {
+    return fmt::format("<a href=\"{}#{}\">{}</a>{} ", page, each.stem(), each.name, each.service ? " (service)" : "");
+}
+
 std::string headerPage(const Model& model, const Header& header) {
     std::string body;
     const Text out = std::back_inserter(body);
     fmt::format_to(out, "<p><a href=\"index.html\">Index</a></p>\n<h1>{}</h1>\n<p>{}</p>\n<p class=\"note\">",
                    header.name, escaped(header.summary));
     for (const Interface& each : header.interfaces) {
-        fmt::format_to(out, "<a href=\"#{}\">{}</a>{} ", each.stem(), each.name, each.service ? " (service)" : "");
+        body += linkedName("", each);
     }
     fmt::format_to(out, "</p>\n");
     for (const Interface& each : header.interfaces) {
@@ -201,28 +226,44 @@ std::string headerPage(const Model& model, const Header& header) {
 
 // The index
 
-void addEntries(const Model& model, const Header& header, nlohmann::json& entries) {
-    const std::string file = header.name + ".html";
+std::string linkTo(const Header& header, const Interface& each) { return header.name + ".html#" + each.stem(); }
+
+void addMethods(const Model& model, const Header& header, nlohmann::json& entries) {
     for (const Interface& each : header.interfaces) {
-        const std::string link = file + "#" + each.stem();
-        entries.push_back({each.name, each.service ? "service" : "interface", link, each.summary});
         for (const Method& method : each.methods) {
-            entries.push_back(
-                {each.name + "." + method.name, "method", link + "." + method.name, docString(model, method)});
+            const std::string link = linkTo(header, each) + "." + method.name;
+            entries.push_back({pythonType(each) + "." + method.name, "method", link, docString(model, method)});
+            if (const std::string name = pythonMethodName(each, method); !name.empty()) {
+                entries.push_back({"kzifc." + each.name + "." + name, "method of a Python class", link,
+                                   docString(model, method, name)});
+            }
         }
     }
+}
+
+void addValues(const Header& header, nlohmann::json& entries) {
     for (const NamedValue& each : symbols(header)) {
-        entries.push_back({each.name, "constant", file + "#kz.symbol." + each.name, each.value});
+        const std::string name = "kz.symbol." + each.name;
+        entries.push_back({name, "constant", header.name + ".html#" + name, each.value});
     }
     for (const NamedValue& each : resultCodes(header)) {
-        entries.push_back({each.name, "result code", file + "#kz.result." + each.name, each.value});
+        const std::string name = "kz.result." + each.name;
+        entries.push_back({name, "result code", header.name + ".html#" + name, each.value});
     }
 }
 
 std::string searchEntries(const Model& model) {
     nlohmann::json entries = nlohmann::json::array();
+    // Of names that fit a search equally well, those of interfaces come first.
     for (const Header& header : model.headers) {
-        addEntries(model, header, entries);
+        for (const Interface& each : header.interfaces) {
+            entries.push_back(
+                {pythonType(each), each.service ? "service" : "interface", linkTo(header, each), each.summary});
+        }
+    }
+    for (const Header& header : model.headers) {
+        addMethods(model, header, entries);
+        addValues(header, entries);
     }
     std::string text = openingLines("//", "The names that the index finds.", model) + "var entries = [\n";
     for (const auto& entry : entries) {
@@ -236,8 +277,12 @@ std::string indexPage(const Model& model) {
                        "placeholder=\"Find an interface, method, constant or result code\"></p>\n"
                        "<table id=\"results\"></table>\n<table>\n";
     for (const Header& header : model.headers) {
-        body += fmt::format("<tr><td><a href=\"{0}.html\">{0}</a></td><td>{1}</td></tr>\n", header.name,
-                            escaped(header.summary));
+        body +=
+            fmt::format("<tr><td><a href=\"{0}.html\">{0}</a></td><td>{1}<br>", header.name, escaped(header.summary));
+        for (const Interface& each : header.interfaces) {
+            body += linkedName(header.name + ".html", each);
+        }
+        body += "</td></tr>\n";
     }
     body += "</table>\n<script src=\"entries.js\"></script>\n<script src=\"search.js\"></script>\n";
     return page("SDK reference", openingLines(" ", "The index of the reference.", model), body);

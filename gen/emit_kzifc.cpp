@@ -1,6 +1,5 @@
 // Part "kzifc": the Python base classes that say which interfaces a class implements.
 #include <iterator>
-#include <set>
 
 #include <fmt/format.h>
 
@@ -25,18 +24,10 @@ std::string inDocString(std::string_view text) {
     return safe;
 }
 
-// A parameter's name, changed where the language has taken it.
-std::string argumentName(const std::string& name) {
-    static const std::set<std::string> taken = {
-        "and", "as", "assert", "def", "del", "elif", "except", "exec",  "finally", "from",  "global", "import",
-        "in",  "is", "lambda", "not", "or",  "pass", "print",  "raise", "with",    "yield", "self",   "None"};
-    return taken.count(name) != 0 ? name + "_" : name;
-}
-
 std::string signatureText(const Method& method) {
     std::string text = "self";
     for (const Parameter* input : method.inputs()) {
-        text += ", " + argumentName(input->name);
+        text += ", " + pythonArgumentName(*input);
     }
     return text;
 }

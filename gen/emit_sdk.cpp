@@ -42,6 +42,9 @@ constexpr std::array baseCodes = {
     BaseCode{"kzNotFound", "NOTFOUND"},
 };
 
+// What pointers of the description point to that kz/base/types.h defines.
+constexpr std::array<std::string_view, 2> baseStructs = {"KzGuid", "KzTagRecord"};
+
 // Constants
 
 std::string_view integerType(const Constant& constant, int64_t value) {
@@ -198,13 +201,16 @@ void emitInterfaceClasses(const Interface& each, Text out) {
 
 // Files
 
-// The SDK's structs that the header's pointers name. What does not begin with Kz is not ours to declare.
+// The SDK's structs that the header's pointers name. What does not begin with Kz is not ours to declare, and what the
+// base defines is there.
 std::set<std::string> structNames(const Header& header) {
     std::set<std::string> names;
     const auto note = [&](const Type& type) {
         const size_t start = type.name.starts_with("const ") ? 6 : 0;
-        if (type.kind == Kind::Pointer && type.name.compare(start, 2, "Kz") == 0) {
-            names.insert(type.name.substr(start));
+        const std::string name = type.name.substr(start);
+        const bool known = std::find(baseStructs.begin(), baseStructs.end(), name) != baseStructs.end();
+        if (type.kind == Kind::Pointer && name.starts_with("Kz") && !known) {
+            names.insert(name);
         }
     };
     for (const Interface& each : header.interfaces) {

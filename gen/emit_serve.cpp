@@ -108,7 +108,7 @@ void emitMethodTable(const Interface& each, Text out) {
 }
 
 std::string relayBody(const Interface& each, const Method& method, size_t index) {
-    const std::string call = fmt::format("kzRelay(this->object(), {}[{}]{});", methodTable(each), index, words(method));
+    std::string call = fmt::format("kzRelay(this->object(), {}[{}]{});", methodTable(each), index, words(method));
     switch (method.returns.kind) {
     case Kind::Result: return "return " + call;
     case Kind::Void: return call;

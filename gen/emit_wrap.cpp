@@ -67,7 +67,8 @@ std::string typedWrapper(const Model& model, const Type& type) {
 std::string arrayName(const Method& method, const Parameter& array, std::string_view element) {
     const Length length = method.lengthOf(array);
     const size_t open = element.find('<') + 1;
-    std::string name = fmt::format("{}{}", element.substr(0, open), length.fixed * std::stoull(std::string(element.substr(open))));
+    std::string name =
+        fmt::format("{}{}", element.substr(0, open), length.fixed * std::stoull(std::string(element.substr(open))));
     for (const size_t place : length.inputs) {
         name += fmt::format(", {}", place);
     }
@@ -114,11 +115,12 @@ void emitThunk(const Model& model, const Interface& each, const Method& method, 
     if (!types.empty()) {
         fmt::format_to(out, "constexpr const KzWrapperType* {}_types[] = {{{}}};\n", name, types);
     }
-    fmt::format_to(out,
-                   "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<KzHolder::{1}, {2}>::call(self, args, "
-                   "&IKz{3}::{4}{5}); }}\n",
-                   name, each.service ? "service" : "object", signatureOf(method), each.stem(), method.name,
-                   types.empty() ? "" : ", " + name + "_types");
+    fmt::format_to(
+        out,
+        "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<KzHolder::{1}, {2}>::call(self, args, "
+        "&IKz{3}::{4}{5}); }}\n",
+        name, each.service ? "service" : "object", signatureOf(method), each.stem(), method.name,
+        types.empty() ? "" : ", " + name + "_types");
 }
 
 void emitType(const Model& model, const Interface& each, Text out) {
@@ -214,14 +216,12 @@ std::string headerText(const Model& model, const Header& header) {
     }
     fmt::format_to(out, "namespace {{\n\n");
     const std::string& name = header.name;
-    const std::string objects =
-        emitRows("constexpr KzWrapperType*", name + "_objects", typeRows(header, false), out);
-    const std::string services =
-        emitRows("constexpr KzWrapperType*", name + "_services", typeRows(header, true), out);
+    const std::string objects = emitRows("constexpr KzWrapperType*", name + "_objects", typeRows(header, false), out);
+    const std::string services = emitRows("constexpr KzWrapperType*", name + "_services", typeRows(header, true), out);
     const std::string symbols = emitRows("constexpr KzSymbolRow", name + "_symbols", symbolRows(header), out);
     const std::string results = emitRows("constexpr KzResultRow", name + "_results", resultRows(header), out);
-    fmt::format_to(out, "}}  // namespace\n\nconst KzHeaderRows kzHeader_{0} = {{\"{0}\", {1}, {2}, {3}, {4}}};\n", name,
-                   objects, services, symbols, results);
+    fmt::format_to(out, "}}  // namespace\n\nconst KzHeaderRows kzHeader_{0} = {{\"{0}\", {1}, {2}, {3}, {4}}};\n",
+                   name, objects, services, symbols, results);
     return text;
 }
 
@@ -246,7 +246,8 @@ std::string typesText(const Model& model) {
 std::string listText(const Model& model) {
     std::string text = openingLines("//", "The headers in the order of registration.", model);
     const Text out = std::back_inserter(text);
-    fmt::format_to(out, "#include \"wrap/generated/types.h\"\n\nnamespace {{\n\nconstexpr const KzHeaderRows* all[] = {{\n");
+    fmt::format_to(out,
+                   "#include \"wrap/generated/types.h\"\n\nnamespace {{\n\nconstexpr const KzHeaderRows* all[] = {{\n");
     for (const Header& header : model.headers) {
         fmt::format_to(out, "    &kzHeader_{},\n", header.name);
     }

@@ -42,7 +42,8 @@ Length Method::lengthOf(const Parameter& array) const {
         if (isDigits(factor)) {
             length.fixed *= std::stoull(factor);
         } else {
-            const auto named = std::find_if(all.begin(), all.end(), [&](const Parameter* each) { return each->name == factor; });
+            const auto named =
+                std::find_if(all.begin(), all.end(), [&](const Parameter* each) { return each->name == factor; });
             length.inputs.push_back(static_cast<size_t>(named - all.begin()));
         }
     }

@@ -19,7 +19,7 @@ namespace kzgen {
 
 struct Type {
     Kind kind = Kind::Void;
-    std::string name;    // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
+    std::string name;                 // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
     std::vector<std::string> length;  // of an array, its factors: numbers and names of inputs; empty when unknown
     Place at;
 };

@@ -1,6 +1,8 @@
 // How signatures and values read in Python.
 #include "python_view.h"
 
+#include <set>
+
 #include <fmt/format.h>
 
 namespace kzgen {
@@ -69,6 +71,13 @@ std::string buildFormat(const Method& method) {
 std::string pythonMethodName(const Interface& interface, const Method& method) {
     const bool forwarded = interface.adapter && !interface.adapter->empty() && method.inert == Inert::No;
     return forwarded ? *interface.adapter + "_" + method.name : std::string();
+}
+
+std::string pythonArgumentName(const Parameter& input) {
+    static const std::set<std::string> taken = {
+        "and", "as", "assert", "def", "del", "elif", "except", "exec",  "finally", "from",  "global", "import",
+        "in",  "is", "lambda", "not", "or",  "pass", "print",  "raise", "with",    "yield", "self",   "None"};
+    return taken.contains(input.name) ? input.name + "_" : input.name;
 }
 
 std::string pythonLiteral(const std::string& text) {

@@ -25,6 +25,8 @@ std::string buildFormat(const Method& method);
 
 // "cmd_Execute"; empty for a method that is not forwarded.
 std::string pythonMethodName(const Interface& interface, const Method& method);
+// An input's name in the Python method, changed where the language has taken it.
+std::string pythonArgumentName(const Parameter& input);
 
 // The value as a Python literal: 'text', 42, 0x8480000CL, 0.052.
 std::string pythonLiteral(const Value& value);

@@ -133,5 +133,5 @@ void CHostCore::close() {
     scripts.clear();
     scenes.clear();
     modules.clear();
-    log->clear();
+    log->close();
 }

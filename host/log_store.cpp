@@ -310,6 +310,10 @@ void CLogStore::clear() {
         dropped.swap(m_subsystems);
         m_order.clear();
     }
+}
+
+void CLogStore::close() {
+    clear();
     const std::lock_guard lock(m_sinkLock);
     m_sinks = std::make_shared<const Sinks>();
 }

@@ -121,7 +121,10 @@ public:
 
     double now() const;
     void giveUp(LogLine line) noexcept;
+    // Forgets all subsystems with what was logged; whoever hears of new lines goes on hearing.
     void clear();
+    // The host ends: nobody hears of anything any more.
+    void close();
 
 private:
     friend class CLogSubsystem;

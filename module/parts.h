@@ -12,13 +12,13 @@ struct KzModuleParts {
         PyTypeObject* type;
     };
 
-    PyMethodDef* functions = nullptr;        // the functions of the module kz, in their fixed order
-    std::span<const NamedType> types;        // readied before the module is made, then added to it
+    PyMethodDef* functions = nullptr;               // the functions of the module kz, in their fixed order
+    std::span<const NamedType> types;               // readied before the module is made, then added to it
     void (*addSubmodules)(PyObject* kz) = nullptr;  // throws a KzResult
-    void (*installStreams)() = nullptr;      // gives Python's own output to the sinks
-    void (*importWidgets)() = nullptr;       // the widget bridge; leaves an exception set when it is missing
-    void (*releaseServers)() = nullptr;      // drops what blessed servers hold of Python
-    void (*forgetPython)() = nullptr;        // after finalisation: drops every cached Python pointer unreleased
+    void (*installStreams)() = nullptr;             // gives Python's own output to the sinks
+    void (*importWidgets)() = nullptr;              // the widget bridge; leaves an exception set when it is missing
+    void (*releaseServers)() = nullptr;             // drops what blessed servers hold of Python
+    void (*forgetPython)() = nullptr;               // after finalisation: drops every cached Python pointer unreleased
 };
 
 void kzSetParts(const KzModuleParts& parts) noexcept;

@@ -46,7 +46,8 @@ void CScriptOutput::place(IKzUnknown* entry) {
     }
     CKzLoc_Unknown found;
     CKzLoc_Log scripts;
-    if (kzSucceeded(m_log->SubSystemLookup("scripts", found.out())) && scripts.set(found.raw())) scripts->AddEntry(entry);
+    if (kzSucceeded(m_log->SubSystemLookup("scripts", found.out())) && scripts.set(found.raw()))
+        scripts->AddEntry(entry);
 }
 
 IKzLogEntry* CScriptOutput::entry() {

@@ -29,7 +29,9 @@ public:
     void trace(const char* name, const char* message, KzResult code) override {
         inform(std::string(kzFailed(code) ? "trace error: " : "trace: ") + name + " - " + message);
     }
-    void write(const char* text, KzResult code) override { inform(kzFailed(code) ? std::string("ERROR: ") + text : text); }
+    void write(const char* text, KzResult code) override {
+        inform(kzFailed(code) ? std::string("ERROR: ") + text : text);
+    }
     IKzLineExecution* console() const { return m_execution.ptr(); }
 
 private:
@@ -68,7 +70,8 @@ std::optional<CompileError> compileError(const std::string& text) {
     const KzException exception = KzException::fetch();
     const bool isSyntax =
         exception.type.get() != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SyntaxError) != 0;
-    return CompileError{isSyntax, exception.value.get() != nullptr ? kzReadableText(exception.value).value_or("") : std::string()};
+    return CompileError{isSyntax, exception.value.get() != nullptr ? kzReadableText(exception.value).value_or("")
+                                                                   : std::string()};
 }
 
 void reportStartFailure(KzResult code) {

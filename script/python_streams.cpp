@@ -14,8 +14,7 @@
 namespace {
 
 struct Stream {
-    PyObject_HEAD
-    std::string* held;  // text after the last line feed; one of theHeldTexts, or null
+    PyObject_HEAD std::string* held;  // text after the last line feed; one of theHeldTexts, or null
     KzResult level;
     int descriptor;
     int softspace;  // the print statement keeps its state here
@@ -101,7 +100,8 @@ PyObject* streamFalse(PyObject* /*object*/, PyObject* /*args*/) { Py_RETURN_FALS
 PyObject* streamClose(PyObject* object, PyObject* args) { return streamFlush(object, args); }
 
 PyMethodDef streamMethods[] = {
-    {"write", streamWrite, METH_O, "Pass text to the current output; whole lines at once, the rest when its line ends."},
+    {"write", streamWrite, METH_O,
+     "Pass text to the current output; whole lines at once, the rest when its line ends."},
     {"writelines", streamWriteLines, METH_O, "Write each string of a sequence."},
     {"flush", streamFlush, METH_NOARGS, "Pass on what is held back of an unfinished line."},
     {"isatty", streamIsATty, METH_NOARGS, "False."},
@@ -113,9 +113,7 @@ PyMethodDef streamMethods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-PyObject* constantText(PyObject* /*object*/, void* text) {
-    return PyString_FromString(static_cast<const char*>(text));
-}
+PyObject* constantText(PyObject* /*object*/, void* text) { return PyString_FromString(static_cast<const char*>(text)); }
 
 PyObject* streamName(PyObject* object, void* /*unused*/) {
     return PyString_FromString(self(object)->descriptor == STDERR_FILENO ? "<stderr>" : "<stdout>");
@@ -147,12 +145,21 @@ void streamFree(PyObject* object) {
     Py_TYPE(object)->tp_free(object);
 }
 
-PyTypeObject streamType = {
-    PyVarObject_HEAD_INIT(nullptr, 0) "kz.OutputStream", sizeof(Stream), 0, streamFree, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    Py_TPFLAGS_DEFAULT, "Passes what Python prints to the host's log.", nullptr, nullptr, nullptr, 0, nullptr, nullptr,
-    streamMethods, streamMembers, streamAttributes, nullptr, nullptr, nullptr, nullptr, 0, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0};
+PyTypeObject describe() {
+    PyTypeObject type{};
+    Py_REFCNT(&type) = 1;
+    type.tp_name = "kz.OutputStream";
+    type.tp_basicsize = sizeof(Stream);
+    type.tp_dealloc = streamFree;
+    type.tp_flags = Py_TPFLAGS_DEFAULT;
+    type.tp_doc = "Passes what Python prints to the host's log.";
+    type.tp_methods = streamMethods;
+    type.tp_members = streamMembers;
+    type.tp_getset = streamAttributes;
+    return type;
+}
+
+PyTypeObject streamType = describe();
 
 void flushStreams() noexcept {
     for (Stream* stream : theStreams) {

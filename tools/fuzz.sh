@@ -21,7 +21,7 @@ run_fuzzer() {
     local name=${1##*/fuzz_}
     local corpus=$root/build/fuzz-corpus/$name
     mkdir -p "$corpus" "$root/build/fuzz-found"
-    (cd "$root/build/fuzz-found" && "$1" "-max_total_time=$seconds" -max_len=4096 -print_final_stats=1 -verbosity=0 \
+    (cd "$root/build/fuzz-found" && "$1" "-max_total_time=$seconds" -max_len=4096 -print_final_stats=1 -print_funcs=0 -verbosity=0 \
         "$corpus" "$(seeds_of "$name")")
 }
 

@@ -39,12 +39,12 @@ sources_to_analyse() {
     fi
 }
 
-# Only what the debug build compiles can be analysed: generated headers have to be there, so it is built first.
+# Only what the debug build compiles can be analysed, and only once the generated headers are there.
 check_analysis() {
     local sources database=$root/build/debug/compile_commands.json
     mapfile -t sources < <(sources_to_analyse)
     [ ${#sources[@]} -gt 0 ] && has_tool clang-tidy 'static analysis' || return 0
-    build_quietly debug
+    build_quietly debug kz_generated
     mapfile -t sources < <(printf '%s\n' "${sources[@]}" | while read -r file; do
         if grep -qF "\"$root/$file\"" "$database"; then echo "$file"; fi
     done)

@@ -166,7 +166,9 @@ template <std::size_t bytes, std::size_t... counts> struct InArray : ObjectInput
     KzResult convert() noexcept { return storage.pin(parsed); }
     template <class Parameters> KzResult measure(const Parameters& all) const noexcept {
         if constexpr (bytes == 0) return KZe_OK;
-        else return storage.holds({static_cast<std::int64_t>(bytes), static_cast<std::int64_t>(std::get<counts>(all).parsed)...});
+        else
+            return storage.holds(
+                {static_cast<std::int64_t>(bytes), static_cast<std::int64_t>(std::get<counts>(all).parsed)...});
     }
     auto pass() noexcept { return std::tuple<AnyPointer>(AnyPointer{storage.memory()}); }
 };

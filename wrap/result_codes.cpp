@@ -137,7 +137,8 @@ KzResult kzReportToMessage(const KzException& exception, IKzMessage* message) {
     if (kzSucceeded(code) || kzIsSilent(code) || message == nullptr) return code;
     PyObject* value = exception.value;
     PyObject* type = exception.type;
-    if ((type == nullptr || !PyType_Check(type)) && value != nullptr) type = reinterpret_cast<PyObject*>(Py_TYPE(value));
+    if ((type == nullptr || !PyType_Check(type)) && value != nullptr)
+        type = reinterpret_cast<PyObject*>(Py_TYPE(value));
     std::string text = kzExceptionName(type, value);
     if (value != nullptr && value != Py_None) text += "; " + textOrThrow(value);
     const std::string lines = "        .." + kzTracebackText(exception.traceback, "\n        ..");
@@ -200,4 +201,6 @@ PyObject* kzOutExFunction(PyObject* /*self*/, PyObject* args) {
     });
 }
 
-PyObject* kzLastResultFunction(PyObject* /*self*/, PyObject* /*args*/) { return PyLong_FromUnsignedLong(kzLastResultCode); }
+PyObject* kzLastResultFunction(PyObject* /*self*/, PyObject* /*args*/) {
+    return PyLong_FromUnsignedLong(kzLastResultCode);
+}

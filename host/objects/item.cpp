@@ -71,7 +71,8 @@ KzResult CItem::item_TypeName(const char** type) {
 }
 
 bool CItem::item_TestTypes(std::uint32_t count, std::int32_t* types) {
-    return types != nullptr && std::any_of(types, types + count, [this](std::int32_t type) { return item_TestType(type); });
+    return types != nullptr &&
+           std::any_of(types, types + count, [this](std::int32_t type) { return item_TestType(type); });
 }
 
 KzResult CItem::item_Scene(IKzUnknown** scene) { return this->scene().self().give(scene); }

@@ -5,6 +5,8 @@ iteration, a readable repr. All methods of the wrapper are there as before: obje
 returns come as these, and a script makes one of any wrapper with kzu.object.ValueArray(wrapper).
 """
 
+import time
+
 import kz
 
 
@@ -191,3 +193,42 @@ class StringTag(_Object, kz.object.StringTag):
     def __iter__(self):
         for index in range(self.Count()):
             yield self.ByIndex(index)
+
+
+def _wait(is_over):
+    """Returns once is_over() is true. A call of the host keeps the interpreter while it waits; here others have it."""
+    pause = 0
+    while not is_over():
+        time.sleep(pause)
+        pause = min(pause + 0.0005, 0.005)
+
+
+class ThreadGroup(_Object, kz.object.ThreadGroup):
+    """Jobs in Python run while it is waited for. A job must not wait for its own group."""
+
+    def Wait(self):
+        _wait(lambda: not self.Running())
+        kz.object.ThreadGroup.Wait(self)
+
+    def Kill(self):
+        """Waits for all jobs, also for those that have not begun: only the host could drop them, and it would wait."""
+        self.Wait()
+        kz.object.ThreadGroup.Kill(self)
+
+    def _shown(self):
+        return ' of %d' % self.JobCount()
+
+
+class ThreadMutex(_Object, kz.object.ThreadMutex):
+    """With `with`, it is held from the beginning to the end."""
+
+    def Enter(self):
+        _wait(self.TryEnter)
+
+    def __enter__(self):
+        self.Enter()
+        return self
+
+    def __exit__(self, *raised):
+        self.Leave()
+        return False

@@ -68,9 +68,12 @@ TEST(Emit, TheReferenceLeadsFromTheIndexToEveryName) {
         EXPECT_NE(page.find("id=\"" + anchor + "\""), std::string::npos) << anchor;
         ++links;
     }
-    EXPECT_EQ(links, 21U);
-    EXPECT_NE(page.find("string text = Name(integer index,pointer record)"), std::string::npos);
-    EXPECT_NE(page.find("a &lt; b &amp; c"), std::string::npos);
+    EXPECT_EQ(links, 24U);
+    for (const char* text : {"string text = Name(integer index,pointer record)", "thg_Changed(other, color)",
+                             "color holds 3 elements", "a &lt; b &amp; c"}) {
+        EXPECT_NE(page.find(text), std::string::npos) << text;
+    }
+    EXPECT_NE(contents(folder.path() / "index.html").find("tiny.html#TinyService"), std::string::npos);
 }
 
 }  // namespace kzgen

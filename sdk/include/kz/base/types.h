@@ -23,24 +23,49 @@ struct KzGuid {
 };
 static_assert(sizeof(KzGuid) == 16);
 
-struct KzVector2 { double v[2]; };
-struct KzVector3 { double v[3]; };
-struct KzVector4 { double v[4]; };
-struct KzFVector2 { float v[2]; };
-struct KzFVector3 { float v[3]; };
-struct KzFVector4 { float v[4]; };
+struct KzVector2 {
+    double v[2];
+};
+struct KzVector3 {
+    double v[3];
+};
+struct KzVector4 {
+    double v[4];
+};
+struct KzFVector2 {
+    float v[2];
+};
+struct KzFVector3 {
+    float v[3];
+};
+struct KzFVector4 {
+    float v[4];
+};
 
 // Row vectors: m[row][column].
-struct KzMatrix3 { double m[3][3]; };
-struct KzMatrix4 { double m[4][4]; };
-struct KzFMatrix3 { float m[3][3]; };
-struct KzFMatrix4 { float m[4][4]; };
+struct KzMatrix3 {
+    double m[3][3];
+};
+struct KzMatrix4 {
+    double m[4][4];
+};
+struct KzFMatrix3 {
+    float m[3][3];
+};
+struct KzFMatrix4 {
+    float m[4][4];
+};
 
 // An axis-aligned box: minimum corner, maximum corner.
-struct KzBounds { KzVector3 min; KzVector3 max; };
+struct KzBounds {
+    KzVector3 min;
+    KzVector3 max;
+};
 
 // A rotation as (x, y, z, w).
-struct KzQuaternion { double v[4]; };
+struct KzQuaternion {
+    double v[4];
+};
 
 // Identifies one element (a point, a polygon, a map) of the object that gave it out; opaque to everybody else.
 struct KzElement;

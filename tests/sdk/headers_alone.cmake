@@ -1,0 +1,35 @@
+# Whether each generated header stands alone, with nothing but what it includes itself. Headers that include the same go
+# into one unit, each in a namespace of its own, where it cannot see the names of the others; kz/all.h is a unit, too.
+# FOLDER has the headers, HEADERS their names, UNITS is where the units go, COMPILER and INCLUDES compile them.
+cmake_minimum_required(VERSION 3.25)
+set(groups "")
+foreach(header IN LISTS HEADERS ITEMS tables)
+    file(STRINGS "${FOLDER}/kz/${header}.h" directives REGEX "^[ \t]*#")
+    string(REGEX REPLACE "^#pragma once;" "" includes "${directives}")
+    foreach(line IN LISTS includes)
+        if(NOT line MATCHES "^#include \"kz/base/[a-z_]+\\.h\"$")
+            message(SEND_ERROR "kz/${header}.h: neither an include of the support layer nor \"#pragma once\": ${line}")
+        endif()
+    endforeach()
+    # Only templates name it, and no compiler looks for it before they are used.
+    file(STRINGS "${FOLDER}/kz/${header}.h" bounded REGEX "Boundary\\(" LIMIT_COUNT 1)
+    if(bounded AND NOT includes MATCHES "/boundary\\.h\"")
+        message(SEND_ERROR "kz/${header}.h does not include kz/base/boundary.h")
+    endif()
+    string(MD5 group "${includes}")
+    if(NOT group IN_LIST groups)
+        list(APPEND groups ${group})
+        list(JOIN includes "\n" ${group})
+    endif()
+    string(APPEND ${group} "\nnamespace alone_${header} {\n#include \"kz/${header}.h\"\n}")
+endforeach()
+
+file(REMOVE_RECURSE "${UNITS}")
+set(all "#include \"kz/all.h\"")
+foreach(group IN LISTS groups ITEMS all)
+    file(WRITE "${UNITS}/${group}.cpp" "${${group}}\n")
+    list(APPEND sources "${UNITS}/${group}.cpp")
+endforeach()
+list(TRANSFORM INCLUDES PREPEND -I)
+execute_process(COMMAND "${COMPILER}" -std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Werror ${INCLUDES} ${sources}
+    COMMAND_ERROR_IS_FATAL ANY)
