@@ -63,8 +63,8 @@ TEST(startup, survives_what_is_not_needed) {
     const CTestFolder folder;
     const char* servers = "kzserv/__init__.py";
     const auto heading = [&](const std::string& text, int line) {
-        return "[00000002] importing servers (kzserv) failed\n" + text + "\n .. " + folder.path() + "/servers/" + servers +
-               ": " + std::to_string(line) + "\n .. <string>: 1\n";
+        return "[00000002] importing servers (kzserv) failed\n" + text + "\n .. " + folder.path() + "/servers/" +
+               servers + ": " + std::to_string(line) + "\n .. <string>: 1\n";
     };
     check({
         {"nothing", [](CPluginHost&) {}, good, ""},
@@ -118,7 +118,8 @@ TEST(startup, orders_the_import_paths) {
     const std::string kit = host.host.core().files.expand("kit_Python2_7:extra64/Python").value_or("");
     EXPECT_EQ(session.run("import sys, site\n[p.replace('" + folder.path() + "', '') for p in sys.path[:5]]\n"),
               "= /module/Scripts /P /Q /R " + kit + "/Scripts\n");
-    EXPECT_EQ(session.run("site.USER_SITE == site.USER_BASE == '" + folder.path() + "/" + longName + "'\n"), "= True\n");
+    EXPECT_EQ(session.run("site.USER_SITE == site.USER_BASE == '" + folder.path() + "/" + longName + "'\n"),
+              "= True\n");
     EXPECT_EQ(session.run("site.USER_SITE in sys.path, sys.prefix\n"), "= True " + kit + "\n");
 }
 

@@ -39,11 +39,12 @@ const Case cases[] = {
      {"5: server \"a\": Command has no method cmd_Foo",
       "6: server \"a\": attr_Cuont: the prefix attr_ belongs to Attributes, which the class does not implement",
       "10: server \"a\": cmd_Help is not a method"}},
-    {"class M(type):\n    def __getattribute__(self, name): raise ValueError(name)\nclass B(Visitor): __metaclass__ = M\n"
+    {"class M(type):\n    def __getattribute__(self, name): raise ValueError(name)\nclass B(Visitor): __metaclass__ = "
+     "M\n"
      "kz.bless(B, 'b')\nclass A(Visitor):\n    def vis_Evaluate(self): pass\n"
      "kz.bless(A, u'\\xe9')\nkz.bless(A, 'a', None, type('M', (), {'_sub_ifcs': 5})())\n",
-     {"6: server \"b\" cannot be looked over: ValueError: __bases__", "9: server \"\xc3\xa9\": its name has to be plain ASCII",
-      "10: server \"a\": its _sub_ifcs is no sequence"}},
+     {"6: server \"b\" cannot be looked over: ValueError: __bases__",
+      "9: server \"\xc3\xa9\": its name has to be plain ASCII", "10: server \"a\": its _sub_ifcs is no sequence"}},
     {"kz.bless(Visitor, 5)\n", {"3: it cannot be imported: TypeError: the name of a server is a text"}},
     {std::string("x = 1\0", 6), {"1: it cannot be imported: TypeError: compile() expected string without null bytes"}},
     {"import sys\nfor i in range(3):\n    try: sys.exit(i)\n    except: pass\nraise KeyboardInterrupt\n",

@@ -83,14 +83,18 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
     }
     EXPECT_TRUE(run({"convert", image, path("c.tga")}, {examples}).says("no saver writes such files"));
     // Scripts take the same path, and what is loaded is an image of the host's own.
-    const Ended script = runText("import kz\nimages = kz.service.Image()\nfolder = " "'" + path("") + "'\n"
-                                 "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
-                                 "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
-                                 "images.Save(image, folder + 'd.png', None, None)\n"
-                                 "images.Save(images.Load(folder + 'd.png', None), folder + 'd.any', 'textimage', None)\n"
-                                 "print open(folder + 'd.any').read().split()[-2:]\n"
-                                 "from kzserv.servers import watch\nprint len([h for h in watch.HEARD if folder in h])\n",
-                                 {examples});
+    const Ended script =
+        runText("import kz\nimages = kz.service.Image()\nfolder = "
+                "'" +
+                    path("") +
+                    "'\n"
+                    "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
+                    "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
+                    "images.Save(image, folder + 'd.png', None, None)\n"
+                    "images.Save(images.Load(folder + 'd.png', None), folder + 'd.any', 'textimage', None)\n"
+                    "print open(folder + 'd.any').read().split()[-2:]\n"
+                    "from kzserv.servers import watch\nprint len([h for h in watch.HEARD if folder in h])\n",
+                {examples});
     EXPECT_EQ(script.out, "['5', '9']\n4\n") << script.error;
 }
 
@@ -119,17 +123,18 @@ TEST_F(ExampleServersTest, ASaverThatFailsLeavesWhatWasThere) {
 }
 
 TEST_F(ExampleServersTest, ValuesOfAServedTypeAreTheHostsOwn) {
-    const Ended ended = runText("import kz, kzu.object\nvalues = kz.service.Value()\nday = values.CreateValue('weekday')\n"
-                                "values.DecodeText('friday', 0, day)\n"
-                                "print day.TypeName(), day.GetInt(), values.EncodeText(day, 0), values.EncodeText(day, 1)\n"
-                                "values.DecodeText(' Monday ', 1, day)\nprint kzu.object.Value(day)\n"
-                                "try: values.DecodeText('someday', 0, day)\n"
-                                "except Exception: print 'refused', kz.lastResult() == kz.symbol.e_INVALIDARG\n"
-                                "hints = kz.object.UIValueHints(day)\nprint hints.PopCount(), hints.PopUserName(6)\n"
-                                "query = kz.service.ScriptSys().ServiceQuery('value')\nquery.Select('choices', 'weekday')\n"
-                                "found = values.CreateValueArray('string')\n"
-                                "query.Query(query.Lookup('choices'), found)\nprint kzu.object.ValueArray(found)[:2]\n",
-                                {examples});
+    const Ended ended =
+        runText("import kz, kzu.object\nvalues = kz.service.Value()\nday = values.CreateValue('weekday')\n"
+                "values.DecodeText('friday', 0, day)\n"
+                "print day.TypeName(), day.GetInt(), values.EncodeText(day, 0), values.EncodeText(day, 1)\n"
+                "values.DecodeText(' Monday ', 1, day)\nprint kzu.object.Value(day)\n"
+                "try: values.DecodeText('someday', 0, day)\n"
+                "except Exception: print 'refused', kz.lastResult() == kz.symbol.e_INVALIDARG\n"
+                "hints = kz.object.UIValueHints(day)\nprint hints.PopCount(), hints.PopUserName(6)\n"
+                "query = kz.service.ScriptSys().ServiceQuery('value')\nquery.Select('choices', 'weekday')\n"
+                "found = values.CreateValueArray('string')\n"
+                "query.Query(query.Lookup('choices'), found)\nprint kzu.object.ValueArray(found)[:2]\n",
+                {examples});
     EXPECT_EQ(ended.out, "weekday 4 friday Friday\n<Value weekday 0>\nrefused True\n7 Sunday\n['monday', 'tuesday']\n")
         << ended.error;
     EXPECT_EQ(ended.error, "");
@@ -169,26 +174,32 @@ TEST_F(ExampleServersTest, WhatDocumentsShowWorks) {
 // Every call from the session's begin to its end, in order.
 TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
     serve("all.py", "import kz, kzifc\n"
-                    "def tell(name, *args): open('" + path("heard") + "', 'a').write(name + '\\n')\n"
-                    "class Session(kzifc.SessionListener): pass\nclass Commands(kzifc.CmdSysListener): pass\n"
-                    "class Log(kzifc.LogListener): pass\n"
-                    "for cls in (Session, Commands, Log):\n"
-                    "    for name in vars(cls.__bases__[0]):\n"
-                    "        if name[0] != '_' and name != 'sesl_ModuleUpdated':\n"
-                    "            setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))\n"
-                    "    kz.bless(cls, 'all')\n");
-    const Ended ended = runText("import kz\nprint 'out'\nkz.eval('command.alias b user.value')\n"
-                                "kz.eval('command.unalias b')\n"
-                                "from kzu.command import Command\nclass New(Command):\n"
-                                "    def execute(self):\n        kz.eval('log.clear scripts')\n        raise ValueError\n"
-                                "kz.bless(New, 'new')\ntry: kz.eval('new')\nexcept RuntimeError: pass\n"
-                                "kz.service.Log().Flush()\n");
-    const std::string command = "cmdsysevent_ExecutePre\n", done = "cmdsysevent_ExecuteResult\ncmdsysevent_ExecutePost\n";
+                    "def tell(name, *args): open('" +
+                        path("heard") +
+                        "', 'a').write(name + '\\n')\n"
+                        "class Session(kzifc.SessionListener): pass\nclass Commands(kzifc.CmdSysListener): pass\n"
+                        "class Log(kzifc.LogListener): pass\n"
+                        "for cls in (Session, Commands, Log):\n"
+                        "    for name in vars(cls.__bases__[0]):\n"
+                        "        if name[0] != '_' and name != 'sesl_ModuleUpdated':\n"
+                        "            setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))\n"
+                        "    kz.bless(cls, 'all')\n");
+    const Ended ended =
+        runText("import kz\nprint 'out'\nkz.eval('command.alias b user.value')\n"
+                "kz.eval('command.unalias b')\n"
+                "from kzu.command import Command\nclass New(Command):\n"
+                "    def execute(self):\n        kz.eval('log.clear scripts')\n        raise ValueError\n"
+                "kz.bless(New, 'new')\ntry: kz.eval('new')\nexcept RuntimeError: pass\n"
+                "kz.service.Log().Flush()\n");
+    const std::string command = "cmdsysevent_ExecutePre\n",
+                      done = "cmdsysevent_ExecuteResult\ncmdsysevent_ExecutePost\n";
     EXPECT_EQ(contents("heard"), "sesl_SystemReady\ncmdsysevent_SystemReady\nlogevent_SubsystemAdded\n"
                                  "logevent_EntryAdded\nlogevent_ChildEntryAdded\n" +
                                      command + "cmdsysevent_AliasAdded\n" + done + command +
                                      "cmdsysevent_AliasRemoved\n" + done + "cmdsysevent_CommandAdded\n" + command +
-                                     command + "logevent_Cleared\n" + done + "logevent_SubsystemAdded\nlogevent_EntryAdded\n" + done + "logevent_Flushed\n"
+                                     command + "logevent_Cleared\n" + done +
+                                     "logevent_SubsystemAdded\nlogevent_EntryAdded\n" + done +
+                                     "logevent_Flushed\n"
                                      "sesl_ShuttingDown\nsesl_ShutDown\n")
         << ended.error;
 }
@@ -203,15 +214,20 @@ TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
                      "    def mop_Evaluate(self, mesh, elements, mode):\n"
                      "        kz.object.Mesh(mesh).Clear()\n        raise ValueError('half-way')\n"
                      "kz.bless(Half, 'half')\n");
-    const Ended ended = runText("import kz\nscenes = kz.service.Scene()\n"
-                                "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
-                                "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
-                                "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
-                                "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
-                                "tell('mesh.operate half')\ntell('mesh.operate none')\n"
-                                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n");
-    const char* expected[] = {"there is no scene", "has no mesh item", "mesh.operate: the operation failed",
-                              "there is no mesh operation \"none\"", "there is no mesh item \"b\"", "(1.0, 2.0, 3.0)"};
+    const Ended ended =
+        runText("import kz\nscenes = kz.service.Scene()\n"
+                "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
+                "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
+                "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
+                "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
+                "tell('mesh.operate half')\ntell('mesh.operate none')\n"
+                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n");
+    const char* expected[] = {"there is no scene",
+                              "has no mesh item",
+                              "mesh.operate: the operation failed",
+                              "there is no mesh operation \"none\"",
+                              "there is no mesh item \"b\"",
+                              "(1.0, 2.0, 3.0)"};
     std::size_t at = 0;
     for (const char* each : expected) {
         at = ended.out.find(each, at);
@@ -227,7 +243,9 @@ TEST_F(ExampleServersTest, ADialogAsksForArguments) {
         const char* banner;  // null: it does not run
         std::vector<const char*> asked;
     } const cases[] = {
-        {"??text.banner", "a text that is rather long\n\nmaybe\ntrue\n+\n", "+ a text that is rather long +",
+        {"??text.banner",
+         "a text that is rather long\n\nmaybe\ntrue\n+\n",
+         "+ a text that is rather long +",
          {"text, What to print (a text) []: a text", "width, How long the line is (an integer, as 12 or -3) [26]",
           "\"maybe\" is not true or false", "mark, What the frame is made of (a text) [*]"}},
         {"?text.banner", "ab\n4\n\n", " ab ", {"[20]: 4", "[false]"}},
@@ -246,11 +264,12 @@ TEST_F(ExampleServersTest, ADialogAsksForArguments) {
         for (const char* part : each.asked) EXPECT_TRUE(ended.says(part)) << part << each.command << ended.error;
         EXPECT_EQ(ended.says("mark, "), std::string(each.answers).find("true") != std::string::npos) << ended.error;
     }
-    const Ended asked = runText("import kz\ncommands = kz.Service('command')\n"
-                                "for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):\n"
-                                "    commands.select('enabled', line)\n"
-                                "    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')\n",
-                                {examples});
+    const Ended asked =
+        runText("import kz\ncommands = kz.Service('command')\n"
+                "for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):\n"
+                "    commands.select('enabled', line)\n"
+                "    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')\n",
+                {examples});
     EXPECT_EQ(asked.out, "1 (1, 1, 1, 0) ('', '20', 'false', '*')\n1 (1, 1, 1, 1) ('', '20', 'true', '*')\n"
                          "0 () ()\n1 (1, 1) ('', '')\n")
         << asked.error;

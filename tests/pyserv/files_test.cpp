@@ -19,9 +19,8 @@ TEST_F(FilesTest, OneBadFileNeverStopsTheOthers) {
                                 "print [host.IsServer('visitor', name) for name in ('first', 'last', 'old')]\n");
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.out, "[True, True, False]\n") << ended.error;
-    for (const char* part :
-         {"b.py: ", "ValueError: n", ".. " , "b.py: 2\n", "b.py: 3\n", "c.py: SystemExit: 3", "d.py: SyntaxError",
-          "e.py: ", "f.py: E", "g.py: "})
+    for (const char* part : {"b.py: ", "ValueError: n", ".. ", "b.py: 2\n", "b.py: 3\n", "c.py: SystemExit: 3",
+                             "d.py: SyntaxError", "e.py: ", "f.py: E", "g.py: "})
         EXPECT_TRUE(ended.says(part)) << part << ended.error;
     EXPECT_FALSE(ended.says("a.py") || ended.says("h.py")) << ended.error;
 }
@@ -54,9 +53,12 @@ TEST_F(FilesTest, AChangedFileIsTakenInWhenTheHostIsTold) {
         "import kz\nvalues = kz.service.Value()\nheld = values.CreateValue('word')\ntext = open('" + path("text") +
         "').read()\ndef change(name, *pairs):\n    print '--'\n    changed = text\n"
         "    for old, new in pairs: changed = changed.replace(old, new)\n"
-        "    open('" + path("servers/") + "' + name, 'w').write(changed)\n    kz.eval('server.reload')\n    show()\n"
+        "    open('" +
+        path("servers/") +
+        "' + name, 'w').write(changed)\n    kz.eval('server.reload')\n    show()\n"
         "def show():\n    kz.eval('say')\n    print values.EncodeText(held, 0),\n"
-        "    print kz.object.UIValueHints(held).PopInternalName(0), kz.service.Host().ServerTag('command', 'say', 'word')\n"
+        "    print kz.object.UIValueHints(held).PopInternalName(0), kz.service.Host().ServerTag('command', 'say', "
+        "'word')\n"
         "show()\n"
         "change('a.py', (\"'one'\", \"'two'\"), (\"'!'\", \"'?'\"))\n"
         "change('a.py', (\"'one'\", \"'three'; 1/0\"))\n"
@@ -84,8 +86,8 @@ const BadServer badServers[] = {
      "Spawning Python server failed: bad"},
     {"class A(kzifc.Visitor):\n    def __init__(self, needed): pass\n", "tell(spawn)", "RuntimeError\n",
      "Spawning Python server failed: bad"},
-    {"class A(kzifc.Visitor):\n    def __new__(cls): return None\n", "tell(lambda: kz.object.Visitor(spawn()).Evaluate())",
-     "RuntimeError\n", ""},
+    {"class A(kzifc.Visitor):\n    def __new__(cls): return None\n",
+     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "RuntimeError\n", ""},
     {"class A(kzifc.Visitor):\n    def __del__(self): raise ValueError('gone')\n", "spawn()\nprint 'on'", "on\n", ""},
     {"kept = []\nclass A(kzifc.Visitor):\n    def __del__(self): kept.append(self)\n"
      "    def vis_Evaluate(self): kz.out('seen')\n",
@@ -94,9 +96,10 @@ const BadServer badServers[] = {
     {"class A(kzifc.StringTag):\n    def stag_Get(self, kind): return ['a\\0b', u'caf\\xe9', u'abc', 7][kind]\n",
      "tag = kz.object.StringTag(spawn('stringtag'))\nfor kind in range(4): tell(lambda: kz.out(repr(tag.Get(kind))))",
      "'a'\nRuntimeError\n'abc'\nRuntimeError\n", ""},
-    {"class A(kzifc.StringTag):\n    def stag_Count(self): return 1 << 70\n    def stag_ByIndex(self, index): return 1, 2, 3\n",
-     "tag = kz.object.StringTag(spawn('stringtag'))\nprint tag.Count()\ntell(lambda: tag.ByIndex(0))", "0\nRuntimeError\n",
-     ""},
+    {"class A(kzifc.StringTag):\n    def stag_Count(self): return 1 << 70\n    def stag_ByIndex(self, index): return "
+     "1, 2, 3\n",
+     "tag = kz.object.StringTag(spawn('stringtag'))\nprint tag.Count()\ntell(lambda: tag.ByIndex(0))",
+     "0\nRuntimeError\n", ""},
     {"class A(kzifc.Visitor):\n    def vis_Evaluate(self): raise SystemExit(3)\n",
      "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "bad.py: 3\nRuntimeError\n", ""},
     {"class A(kzifc.Visitor):\n    def vis_Evaluate(self): return self.vis_Evaluate()\n",
@@ -106,12 +109,13 @@ const BadServer badServers[] = {
 TEST_F(FilesTest, BadServersFailWithACodeAndTheHostGoesOn) {
     for (const BadServer& each : badServers) {
         serve("bad.py", std::string("import kz, kzifc\n") + each.server + "kz.bless(A, 'bad')\n");
-        const Ended ended = runText(std::string("import kz\n"
-                                                "def spawn(kind='visitor'): return kz.service.Host().SpawnServer(kind, 'bad')\n"
-                                                "def tell(action):\n"
-                                                "    try: action()\n"
-                                                "    except Exception as error: print type(error).__name__\n") +
-                                    each.script + "\n");
+        const Ended ended =
+            runText(std::string("import kz\n"
+                                "def spawn(kind='visitor'): return kz.service.Host().SpawnServer(kind, 'bad')\n"
+                                "def tell(action):\n"
+                                "    try: action()\n"
+                                "    except Exception as error: print type(error).__name__\n") +
+                    each.script + "\n");
         EXPECT_EQ(ended.status, 0) << each.server << ended.error;
         EXPECT_TRUE(ended.out.ends_with(each.out)) << ended.out << each.server << ended.error;
         EXPECT_TRUE(ended.says(each.error)) << each.server << ended.error;

@@ -44,7 +44,8 @@ protected:
         std::string command = quoted(KZ_BUILD_DIR "/bin/kzhost") + " --import-path " + quoted(m_folder);
         for (const std::string& each : importPaths) command += " --import-path " + quoted(each);
         for (const std::string& word : words) command += " " + quoted(word);
-        const int status = std::system((command + " >" + quoted(path("out")) + " 2>" + quoted(path("err")) + " <" + quoted(path("in"))).c_str());
+        const int status = std::system(
+            (command + " >" + quoted(path("out")) + " 2>" + quoted(path("err")) + " <" + quoted(path("in"))).c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status), contents("out"), contents("err")};
     }
     Ended runText(const std::string& text, const std::vector<std::string>& importPaths = {}) const {

@@ -22,9 +22,12 @@ const Step steps[] = {
     {"same = type(array)(array)", nullptr},
     {"print same == array, same is array, len({same: 1, array: 2})", "True False 1"},
     {"print type(array)(), bool(type(array)())", "<ValueArray (empty)> False"},
-    {"texts = k.ValueArray(kz.service.Value().CreateValueArray('string'))\ntexts.append('a')\ntexts.append(u'b')\nprint list(texts)",
+    {"texts = "
+     "k.ValueArray(kz.service.Value().CreateValueArray('string'))\ntexts.append('a')\ntexts.append(u'b')\nprint "
+     "list(texts)",
      "['a', 'b']"},
-    {"floats = k.ValueArray(kz.service.Value().CreateValueArray('float'))\nfloats.append(1.5)\nfloats.append(2)\nprint floats[:]",
+    {"floats = k.ValueArray(kz.service.Value().CreateValueArray('float'))\nfloats.append(1.5)\nfloats.append(2)\nprint "
+     "floats[:]",
      "[1.5, 2.0]"},
     {"value = k.Value(kz.service.Value().CreateValue('angle'))\nvalue.SetFlt(0.5)\nprint value, value.get()",
      "<Value angle 0.5> 0.5"},

@@ -14,9 +14,10 @@ TEST(script_run, is_asked_by_the_word_python) {
     CKzUser_TextScriptInterpreter interpreter;
     interpreter.set(host.load().spawn(KZa_TEXTSCRIPTINTERPRETER, object).raw());
     const std::pair<const char*, KzResult> table[] = {
-        {"#python", KZe_OK},     {"#!/usr/bin/python2.7", KZe_OK},  {"no python here", KZe_OK},
-        {"", KZe_SCRIPT_UNKNOWN}, {"#Python", KZe_SCRIPT_UNKNOWN}, {nullptr, KZe_SCRIPT_UNKNOWN}};
-    for (const auto& [header, code] : table) EXPECT_EQ(interpreter->ValidateHeader(header), code) << (header ? header : "-");
+        {"#python", KZe_OK},      {"#!/usr/bin/python2.7", KZe_OK}, {"no python here", KZe_OK},
+        {"", KZe_SCRIPT_UNKNOWN}, {"#Python", KZe_SCRIPT_UNKNOWN},  {nullptr, KZe_SCRIPT_UNKNOWN}};
+    for (const auto& [header, code] : table)
+        EXPECT_EQ(interpreter->ValidateHeader(header), code) << (header ? header : "-");
 
     const CKzUser_TagDescription tags(interpreter.raw());
     std::string all;
@@ -87,12 +88,16 @@ TEST(script_run, tells_how_it_ended) {
         {"def f():\n  g()\ndef g():\n  raise KeyError\nf()", KZe_FAILED,
          "script_err Unhandled exception \"KeyError\" @ test.py: line 4 / test.py: line 2 / test.py: line 5; "},
         {"class Old: pass\nraise Old()", KZe_FAILED, nullptr},
-        {"x = (", KZe_FAILED, "script_err Unhandled exception \"SyntaxError\"; unexpected EOF while parsing (test.py, line 1)"},
-        {"import kz\nkz.throw(0x80000017)", KZe_FAILED, "script_err Unhandled exception \"LookupError\" @ test.py: line 2; not found"},
+        {"x = (", KZe_FAILED,
+         "script_err Unhandled exception \"SyntaxError\"; unexpected EOF while parsing (test.py, line 1)"},
+        {"import kz\nkz.throw(0x80000017)", KZe_FAILED,
+         "script_err Unhandled exception \"LookupError\" @ test.py: line 2; not found"},
         {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise Mute()", KZe_FAILED, nullptr},
-        {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise SystemExit(Mute())", KZe_FAILED, nullptr},
+        {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise SystemExit(Mute())", KZe_FAILED,
+         nullptr},
         {"# -*- coding: latin-1 -*-\nimport sys\nsys.exit(int(u'\xE9' != u'\\xe9'))", KZe_OK, "exit_code OK"},
-        {"#coding: nonsense\n", KZe_FAILED, "script_err Unhandled exception \"SyntaxError\"; unknown encoding: nonsense (test.py, line 0)"},
+        {"#coding: nonsense\n", KZe_FAILED,
+         "script_err Unhandled exception \"SyntaxError\"; unknown encoding: nonsense (test.py, line 0)"},
         {"def f(): f()\ntry: f()\nexcept RuntimeError: pass\nelse: 1/0", KZe_OK, nullptr},
         {"import sys\nsys.exit(2)   \n\n  # trailing words (\n\t\n", 2, "exit_code WARNING"},
         {"x = 1\n# a (\n\n#b", KZe_OK, nullptr},
@@ -101,7 +106,8 @@ TEST(script_run, tells_how_it_ended) {
         const auto message = CHostRef<CMessage>::make();
         CKzLoc_Unknown object;
         const CKzUser_TextScriptInterpreter interpreter(host.spawn(KZa_TEXTSCRIPTINTERPRETER, object).raw());
-        const KzResult code = interpreter->Run(CHostRef<CScript>::make("test.py", row.script).raw(), 0, "", message.raw());
+        const KzResult code =
+            interpreter->Run(CHostRef<CScript>::make("test.py", row.script).raw(), 0, "", message.raw());
         EXPECT_EQ(code, row.code) << row.script;
         const char* texts[4] = {nullptr, nullptr, nullptr, nullptr};
         message->msg_Key(&texts[0]);
@@ -141,26 +147,28 @@ TEST(script_run, keeps_what_belongs_to_the_outer_script) {
     const std::string inner = folder.write(
         "inner.py", "#python\nimport kz, sys\nkz.setOption('queryAnglesAs', 'degrees')\nkz.out('in', kz.args())\n"
                     "if kz.args() == ('2',): sys.exit(7)\n1/0\n");
-    const std::string outer =
-        "import kz, kz.service\nrun = kz.service.ScriptSys().Run\nprint 'unfinished',\n"
-        "try: run('" + inner + "', 0, '1 \"2 3\"', None)\nexcept RuntimeError as e: kz.out('out', e)\n"
-        "run('" + inner + "', 0, '2', None)\n"
-        "kz.out(kz.lastResult(), kz.arg(), kz.option('queryAnglesAs'))";
-    EXPECT_EQ(host.output(outer, "own arguments"),
-              "test.py\n  unfinished\n  " + inner + "\n    in ('1', '2 3')\n"
-              "    [80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n     .. " +
-              inner + ": 6\n  out bad result: FAILED\n  " + inner + "\n    in ('2',)\n  7 own arguments radians\n");
+    const std::string outer = "import kz, kz.service\nrun = kz.service.ScriptSys().Run\nprint 'unfinished',\n"
+                              "try: run('" +
+                              inner +
+                              "', 0, '1 \"2 3\"', None)\nexcept RuntimeError as e: kz.out('out', e)\n"
+                              "run('" +
+                              inner +
+                              "', 0, '2', None)\n"
+                              "kz.out(kz.lastResult(), kz.arg(), kz.option('queryAnglesAs'))";
+    EXPECT_EQ(
+        host.output(outer, "own arguments"),
+        "test.py\n  unfinished\n  " + inner +
+            "\n    in ('1', '2 3')\n"
+            "    [80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n     .. " +
+            inner + ": 6\n  out bad result: FAILED\n  " + inner + "\n    in ('2',)\n  7 own arguments radians\n");
 }
 
 TEST(script_run, trims_nothing_but_idle_lines_at_the_end) {
     CPluginHost host;
     host.load();
     const std::pair<const char*, const char*> table[] = {
-        {"print 1\n\n  \n# c\n   # d", "1"},
-        {"print len('''\n# kept\n\n''')", "9"},
-        {"print 1 # c", "1"},
-        {"\n\n\nprint 1\n\f\v\r\n", "1"},
-        {"if 1:\n  print 1\n  # c\n# d\n", "1"},
+        {"print 1\n\n  \n# c\n   # d", "1"}, {"print len('''\n# kept\n\n''')", "9"},  {"print 1 # c", "1"},
+        {"\n\n\nprint 1\n\f\v\r\n", "1"},    {"if 1:\n  print 1\n  # c\n# d\n", "1"},
     };
     for (const auto& [script, printed] : table)
         EXPECT_EQ(host.output(script), std::string("test.py\n  ") + printed + "\n") << script;
@@ -182,8 +190,12 @@ TEST(script_run, keeps_nothing_however_often_it_runs) {
     CTestSession session(host.load());
     // The interpreter's debug build counts every reference; the others count what the collector knows.
     session.run("import gc, sys\ncount = getattr(sys, 'gettotalrefcount', lambda: len(gc.get_objects()))\n");
-    const char* scripts[] = {"import kz\nkz.out(kz.args())\nprint 1,", "1/0", "x = (", "import sys\nsys.exit('KZe_NOTFOUND:x')",
-                             "class C:\n  def f(self): pass\nC().f()", "import kz\ntry: 1/0\nexcept: kz.outEx(); kz.excResult()"};
+    const char* scripts[] = {"import kz\nkz.out(kz.args())\nprint 1,",
+                             "1/0",
+                             "x = (",
+                             "import sys\nsys.exit('KZe_NOTFOUND:x')",
+                             "class C:\n  def f(self): pass\nC().f()",
+                             "import kz\ntry: 1/0\nexcept: kz.outEx(); kz.excResult()"};
     const auto count = [&] {
         for (int round = 0; round < 20; ++round)
             for (const char* script : scripts) host.run(script, "a 'b'");
