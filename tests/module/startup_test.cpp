@@ -1,13 +1,11 @@
 // Start-up: what it gives to Python, what it survives, and what is said when it fails.
 #include "tests/support/child.h"
-#include "tests/support/plugin_host.h"
+#include "tests/support/host_test.h"
 
 #include "kz/file.h"
 #include "kz/log.h"
 #include "kz/platform.h"
 #include "kz/result.h"
-
-#include <gtest/gtest.h>
 
 #include <clocale>
 #include <csignal>
@@ -27,8 +25,7 @@ void check(const std::vector<Fault>& table) {
     for (const Fault& fault : table)
         kzInChild(fault.name, [&] {
             CPluginHost host;
-            host.load();
-            fault.cause(host);
+            fault.cause(host.load());
             CTestSession session(host);
             EXPECT_EQ(session.run("1+1\n"), fault.answer);
             EXPECT_EQ(host.log("python"), fault.log);
@@ -104,8 +101,8 @@ TEST(startup, says_what_failed) {
 }
 
 TEST(startup, orders_the_import_paths) {
-    CTestFolder folder;
     CPluginHost host;
+    const CTestFolder folder;
     for (const char* name : {"P", "Q", "R"}) host.host.core().importPaths.push_back(folder.path() + "/" + name);
     host.load();
     folder.write("module/Scripts/x.py", "");
