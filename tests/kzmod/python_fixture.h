@@ -42,8 +42,8 @@ protected:
     // The outcome of the source, as in Case. Fails the test when it leaves anything behind: an exception, a host object,
     // a reference.
     static std::string outcome(const std::string& source);
-    // Runs each case on a fresh script, three times over, and compares.
-    void check(const std::vector<Case>& cases);
+    // Runs each case between the given texts on a fresh script, three times over, and compares.
+    void check(const std::vector<Case>& cases, const std::string& before = {}, const std::string& after = {});
 
     FakeHost host;
     TraceLines traced;

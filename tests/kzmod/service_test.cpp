@@ -5,6 +5,8 @@
 
 namespace {
 
+using Strings = std::vector<std::string>;
+
 const std::string noInterface = "RuntimeError: service 'command' has no script interface.";
 const std::string queryFailed = "RuntimeError: query failed on service 'command' for attribute 'names'.";
 const std::string badSteps = "RuntimeError: Monitor steps must be greater than 0";
@@ -54,6 +56,11 @@ TEST_F(Service, SelectsAndQueries) {
         {"kz.Service('command').query('names')", handsOutNothing("CreateQueryObject"), queryFailed},
         {"kz.Service('command').query('names')", fails("ScriptQuery.Query"), queryFailed},
     });
+    host.set(FakeScript());
+    EXPECT_EQ(outcome("s = kz.Service('recorded')\ns.select()\ns.select('a')\ns.select('a', 'b')\nr = s.query()"),
+              "None");
+    EXPECT_EQ(host.calls, (Strings{"Select(,null)", "Select(a,null)", "Select(a,b)", "QueryLookup", "QueryTypeName(3)",
+                                   "CreateQueryObject(integer)", "Query(3)"}));
 }
 
 class Monitor : public PythonTest {
@@ -87,8 +94,8 @@ TEST_F(Monitor, CountsSteps) {
     EXPECT_TRUE(PythonRuntime::running().monitors.empty());
     host.set(FakeScript());
     outcome("m = kz.Monitor(7)\nm.step()\nm.step(5)\nr = None");
-    EXPECT_EQ(host.calls, (std::vector<std::string>{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)",
-                                                    "Increment(5)", "MonitorReleaseObj"}));
+    EXPECT_EQ(host.calls, (Strings{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)", "Increment(5)",
+                                   "MonitorReleaseObj"}));
 }
 
 TEST_F(Monitor, AParseErrorStaysSetOnAMonitorThatWasMade) {
