@@ -2,6 +2,7 @@
 // do or see.
 #include "tests/support/host_test.h"
 #include "host/progress_view.h"
+#include "tests/support/threads.h"
 
 #include "kz/application.h"
 #include "kz/dialog.h"
@@ -12,8 +13,6 @@
 #include "kz/result.h"
 #include "kz/value.h"
 #include "kz_paths.h"
-
-#include <thread>
 
 namespace {
 
@@ -135,13 +134,7 @@ TEST_F(HostTest, AFullLogDropsTheOldest) {
 }
 
 TEST_F(HostTest, ThreadsMayWriteAtOnceAndEntriesOutliveTheirHost) {
-    {
-        std::vector<std::jthread> threads;
-        for (int index = 0; index < 4; ++index)
-            threads.emplace_back([this] {
-                for (int count = 0; count < 500; ++count) host().log().write("python", KZe_INFO, "text");
-            });
-    }
+    onThreads(4, 500, [this](int) { host().log().write("python", KZe_INFO, "text"); });
     EXPECT_EQ(host().log().lines("python").size(), 2000U);
     const auto kept = entryOf(ServiceOf<CKzUser_LogService>(host().application()), "kept");
     restart();

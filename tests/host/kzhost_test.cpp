@@ -1,66 +1,14 @@
 // The program kzhost as its users see it: what goes where, and with which status it ends.
-#include "kz_paths.h"
-#include "tests/support/host_test.h"
+#include "tests/support/kzhost_run.h"
 
 #include <nlohmann/json.hpp>
 
 #include <csignal>
 #include <poll.h>
 #include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <utility>
 
 namespace {
-
-constexpr const char* program = KZ_BUILD_DIR "/bin/kzhost";
-
-std::string contentOf(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-struct Ended {
-    int status = -1;
-    std::string out;
-    std::string error;
-};
-
-class KzHostTest : public testing::Test {
-protected:
-    KzHostTest() { setenv("XDG_CONFIG_HOME", m_folder.path("config").c_str(), 1); }
-
-    // Starts the program with its output in files and a text as its input.
-    pid_t start(const std::vector<std::string>& words, const std::string& input = {}) {
-        m_folder.write("in", input);
-        const pid_t child = fork();
-        if (child != 0) return child;
-        freopen(m_folder.path("in").c_str(), "r", stdin);
-        freopen(m_folder.path("out").c_str(), "w", stdout);
-        freopen(m_folder.path("err").c_str(), "w", stderr);
-        std::vector<char*> arguments = {const_cast<char*>(program)};
-        for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
-        arguments.push_back(nullptr);
-        execv(program, arguments.data());
-        _exit(127);
-    }
-    Ended finish(pid_t child) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status), contentOf(m_folder.path("out")),
-                contentOf(m_folder.path("err"))};
-    }
-    Ended run(const std::vector<std::string>& words, const std::string& input = {}) {
-        return finish(start(words, input));
-    }
-    Ended runText(const std::string& text, const std::vector<std::string>& arguments = {}) {
-        std::vector<std::string> words = {"run", m_folder.write("script.py", text)};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        return run(words);
-    }
-
-    CTestFolder m_folder;
-};
 
 TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {
     const std::tuple<const char*, int, const char*> cases[] = {
@@ -74,62 +22,46 @@ TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {
         {"1/0\n", 1, "80000000 FAILED: The script stopped on an error: "},
         {"raise KeyboardInterrupt\n", 130, "interrupted"},
     };
-    for (const auto& [text, status, error] : cases) {
-        const Ended ended = runText(text);
-        EXPECT_EQ(ended.status, status) << text << ended.error;
-        EXPECT_NE(ended.error.find(error), std::string::npos) << text << ended.error;
-        EXPECT_EQ(ended.out, "") << text;
-    }
+    for (const auto& [text, status, error] : cases) expect(runText(text), status, "", {error});
 }
 
 TEST_F(KzHostTest, OutputAndErrorsGoTheirWays) {
-    const Ended ended = runText("import kz, sys\r\n"
-                                "print 'one'\r\n"
-                                "kz.out('two', 2)\r\n"
-                                "sys.stderr.write('remark\\n')\r\n"
-                                "kz.out(' .. no trace')\r\n"
-                                "def f():\r\n"
-                                "    raise ValueError('wrong')\r\n"
-                                "f()\r\n");
-    EXPECT_EQ(ended.out, "one\ntwo 2\n .. no trace\n");
-    for (const char* part :
-         {"remark\n", "Unhandled exception \"ValueError\"; wrong\n", "script.py: 7\n", "script.py: 8\n"})
-        EXPECT_NE(ended.error.find(part), std::string::npos) << part << ended.error;
+    const Ended ended = runText("import kz, sys\r\nprint 'one'\r\nkz.out('two', 2)\r\nsys.stderr.write('remark\\n')\r\n"
+                                "kz.out(' .. no trace')\r\ndef f():\r\n    raise ValueError('wrong')\r\nf()\r\n");
+    expect(ended, 1, "one\ntwo 2\n .. no trace\n",
+           {"remark\n", "Unhandled exception \"ValueError\"; wrong\n", "script.py: 7\n", "script.py: 8\n"});
 }
 
 TEST_F(KzHostTest, BadInputIsNamed) {
-    const std::string zero = m_folder.write("zero.py", std::string("a\0", 2));
-    const std::string none = m_folder.write("none.txt", "text");
-    const std::string good = m_folder.write("good.py", "");
-    m_folder.write("site.py", "'Python does not start with a site module that cannot add folders'\n");
+    importPaths.clear();
+    const std::string zero = write("zero.py", std::string("a\0", 2));
+    const std::string none = write("none.txt", "text");
+    const std::string good = write("good.py", "");
+    write("broken/site.py", "'Python does not start with a site module that cannot add folders'\n");
     const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
         {{}, 2, "a command is missing"},
         {{"fly"}, 2, "there is no command \"fly\"; there are: run"},
         {{"run"}, 2, "SCRIPT"},
-        {{"run", m_folder.path("missing.py")}, 2, "missing.py: there is no such file"},
+        {{"run", path("missing.py")}, 2, "missing.py: there is no such file"},
         {{"run", zero}, 2, "zero.py: this is not a text: line 1 holds a zero byte"},
         {{"run", none}, 2, "none.txt: no interpreter takes this script"},
         {{"run", good, "a \"b"}, 2, "argument 1 (a \"b)"},
         {{"--plugin", "/no/such.so", "run", good}, 3, "/no/such.so"},
-        {{"--import-path", m_folder.path(), "run", good}, 4, "good.py: the interpreter \"python\" failed to start"},
-        {{"--import-path", m_folder.path(), "eval", "1"}, 4, "init failed: importing kzu"},
+        {{"--import-path", path("broken"), "run", good}, 4, "good.py: the interpreter \"python\" failed to start"},
+        {{"--import-path", path("broken"), "eval", "1"}, 4, "init failed: importing kzu"},
         {{"--alias", "x", "run", good}, 2, "NAME=PATH"},
         {{"--import-path", "/no/such/folder", "run", good}, 2, "/no/such/folder"},
         {{"--log", "/no/such/folder/log", "run", good}, 2, "/no/such/folder/log"},
     };
-    for (const auto& [words, status, error] : cases) {
-        const Ended ended = run(words);
-        EXPECT_EQ(ended.status, status) << error << ended.error;
-        EXPECT_NE(ended.error.find(error), std::string::npos) << error << ended.error;
-    }
+    for (const auto& [words, status, error] : cases) expect(run(words), status, "", {error});
     EXPECT_EQ(run({"--help"}).status, 0);
 }
 
 TEST_F(KzHostTest, TheLogFileHoldsEveryLineAsJson) {
-    const std::string script = m_folder.write("script.py", "print 'caf\\xe9 \"q\"'\n1/0\n");
-    EXPECT_EQ(run({"--log", m_folder.path("log"), "run", script}).status, 1);
+    const std::string script = write("script.py", "print 'caf\\xe9 \"q\"'\n1/0\n");
+    EXPECT_EQ(run({"--log", path("log"), "run", script}).status, 1);
     std::vector<nlohmann::json> rows;
-    std::ifstream stream(m_folder.path("log"));
+    std::ifstream stream(path("log"));
     for (std::string line; std::getline(stream, line);) rows.push_back(nlohmann::json::parse(line));
     std::erase_if(rows, [](const auto& row) { return row["subsystem"] != "scripts"; });
     ASSERT_EQ(rows.size(), 4U);
@@ -141,36 +73,23 @@ TEST_F(KzHostTest, TheLogFileHoldsEveryLineAsJson) {
 }
 
 TEST_F(KzHostTest, LinesAreEvaluatedWithTheirResults) {
-    const Ended ended = run({"eval", "1+1", "x = [3, 'a']", "x", "for i in range(2):", "    print i"});
-    EXPECT_EQ(ended.out, "2\n3\na\n0\n1\n");
-    EXPECT_EQ(ended.status, 0) << ended.error;
-    const Ended failing = run({"eval", "1/0", "2"});
-    EXPECT_EQ(failing.out, "2\n");
-    EXPECT_EQ(failing.status, 1);
-    EXPECT_NE(failing.error.find("ZeroDivisionError"), std::string::npos);
+    expect(run({"eval", "1+1", "x = [3, 'a']", "x", "for i in range(2):", "    print i"}), 0, "2\n3\na\n0\n1\n");
+    expect(run({"eval", "1/0", "2"}), 1, "2\n", {"ZeroDivisionError"});
 }
 
 TEST_F(KzHostTest, CommandsAreExecutedQueriedAndListed) {
-    const Ended query = run({"cmd", "unit.system ?"});
-    EXPECT_EQ(query.out, "0\n");
-    EXPECT_EQ(query.status, 0);
-    const Ended bad = run({"cmd", "unit.system miles"});
-    EXPECT_EQ(bad.status, 1);
-    EXPECT_NE(bad.error.find("argument \"system\": \"miles\" is not one of si metric english"), std::string::npos)
-        << bad.error;
+    expect(run({"cmd", "unit.system ?"}), 0, "0\n");
+    expect(run({"cmd", "unit.system miles"}), 1, "", {"\"system\": \"miles\" is not one of si metric english"});
     EXPECT_NE(run({"commands"}).out.find("user.value       name? [value?] [type?] [choices?] [delete]"),
               std::string::npos);
-    const std::string script = m_folder.write("script.py", "print 'ran'\n");
-    EXPECT_EQ(run({"cmd", "@" + script}).out, "ran\n");
+    expect(run({"cmd", "@" + write("script.py", "print 'ran'\n")}), 0, "ran\n");
     EXPECT_NE(run({"servers"}).out.find("lineinterpreter"), std::string::npos);
 }
 
 TEST_F(KzHostTest, ThePipedConsoleGoesOnAfterAFailure) {
-    const Ended ended = run({"console"}, "1+1\nfor i in range(2):\n  print i\n\n1/0\r\n'end'\n");
-    EXPECT_EQ(ended.out, "2\n0\n1\nend\n");
-    EXPECT_NE(ended.error.find("ZeroDivisionError"), std::string::npos);
-    EXPECT_EQ(ended.status, 1);
-    EXPECT_EQ(run({"console"}, "").status, 0);
+    expect(run({"console"}, "1+1\nfor i in range(2):\n  print i\n\n1/0\r\n'end'\n"), 1, "2\n0\n1\nend\n",
+           {"ZeroDivisionError"});
+    expect(run({"console"}), 0, "");
 }
 
 TEST_F(KzHostTest, APastedScriptRunsAsAtThePromptOfPython) {
@@ -192,7 +111,7 @@ TEST_F(KzHostTest, APastedScriptRunsAsAtThePromptOfPython) {
 // The program on a terminal. Nothing here waits for ever: a program that stays silent is ended.
 class CTerminal {
 public:
-    CTerminal() {
+    explicit CTerminal(const char* program) {
         m_child = forkpty(&m_terminal, nullptr, nullptr, nullptr);
         if (m_child != 0) return;
         execl(program, program, "console", nullptr);
@@ -240,8 +159,8 @@ private:
 
 // Each text is typed at once when the prompt shows, Ctrl-D among them.
 TEST_F(KzHostTest, TheTerminalConsoleKeepsItsHistoryThroughCtrlC) {
-    setenv("XDG_STATE_HOME", m_folder.path("state").c_str(), 1);
-    CTerminal terminal;
+    setenv("XDG_STATE_HOME", path("state").c_str(), 1);
+    CTerminal terminal(program);
     ASSERT_TRUE(terminal.await(">>> "));
     for (const char* text : {"20 + 1\n", "half a line\x03", "20 + 2\n"}) {
         terminal.type(text);
@@ -251,16 +170,16 @@ TEST_F(KzHostTest, TheTerminalConsoleKeepsItsHistoryThroughCtrlC) {
     terminal.type("\x04");
     terminal.await("no such text");
     EXPECT_EQ(terminal.end(), 0);
-    const std::string history = contentOf(m_folder.path("state/kzhost/history"));
+    const std::string history = contents("state/kzhost/history");
     for (const char* line : {"20\\040+\\0401", "20\\040+\\0402"})
         EXPECT_NE(history.find(line), std::string::npos) << history;
     EXPECT_EQ(history.find("half"), std::string::npos) << "it was thrown away";
 }
 
 TEST_F(KzHostTest, ThePlainSignalStillEndsIt) {
-    const std::string script = m_folder.write("script.py", "import time\nprint 'ready'\ntime.sleep(60)\n");
+    const std::string script = write("script.py", "import time\nprint 'ready'\ntime.sleep(60)\n");
     const pid_t child = start({"run", script});
-    for (int wait = 0; wait < 400 && contentOf(m_folder.path("out")).empty(); ++wait) usleep(50000);
+    for (int wait = 0; wait < 400 && contents("out").empty(); ++wait) usleep(50000);
     kill(child, SIGINT);
     usleep(100000);
     kill(child, SIGINT);  // the hard way, should the script not have heard the first

@@ -1,5 +1,6 @@
 // The thread service with real threads.
 #include "tests/support/host_test.h"
+#include "tests/support/threads.h"
 
 #include "kz/result.h"
 #include "kz/thread.h"
@@ -7,7 +8,6 @@
 #include <atomic>
 #include <mutex>
 #include <set>
-#include <thread>
 
 namespace {
 
@@ -37,18 +37,13 @@ private:
 
 TEST_F(ThreadTest, TheGlobalLockIsRecursiveAndExcludesOthers) {
     int shared = 0;
-    std::vector<std::jthread> threads;
-    for (int index = 0; index < 4; ++index)
-        threads.emplace_back([&] {
-            for (int count = 0; count < 2000; ++count) {
-                m_threads->Enter();
-                m_threads->Enter();
-                ++shared;
-                m_threads->Leave();
-                m_threads->Leave();
-            }
-        });
-    threads.clear();
+    onThreads(4, 2000, [&](int) {
+        m_threads->Enter();
+        m_threads->Enter();
+        ++shared;
+        m_threads->Leave();
+        m_threads->Leave();
+    });
     EXPECT_EQ(shared, 8000);
     m_threads->Leave();  // by one who does not hold it
     m_threads->Enter();

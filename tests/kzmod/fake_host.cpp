@@ -1,7 +1,8 @@
-// The test's own commands, values and monitors.
+// The test's own commands, values, monitors and queries.
 #include "fake_host.h"
 
 #include "host/values.h"
+#include "tests/support/host_test.h"
 
 #include <algorithm>
 #include <cstring>
@@ -103,10 +104,17 @@ struct Monitor final : CKzImpl_Monitor {
     }
 };
 
-struct Services final : CKzImpl_CommandService, CKzImpl_StdDialogService {
+struct Services final : CKzImpl_CommandService,
+                        CKzImpl_StdDialogService,
+                        CKzImpl_ApplicationService,
+                        CKzImpl_ServiceExtension,
+                        CKzImpl_ScriptQuery {
     static CHostPolymorph<Services>& polymorph() {
-        static auto& made = kzHostClass<Services, CKzIfc_CommandService<Services>, CKzIfc_StdDialogService<Services>>(
-            "test services", KZu_COMMANDSERVICE, KZu_STDDIALOGSERVICE);
+        static auto& made =
+            kzHostClass<Services, CKzIfc_CommandService<Services>, CKzIfc_StdDialogService<Services>,
+                        CKzIfc_ApplicationService<Services>, CKzIfc_ServiceExtension<Services>,
+                        CKzIfc_ScriptQuery<Services>>("test services", KZu_COMMANDSERVICE, KZu_STDDIALOGSERVICE,
+                                                      KZu_APPLICATIONSERVICE, KZu_SERVICEEXTENSION, KZu_SCRIPTQUERY);
         return made;
     }
     KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override {
@@ -172,6 +180,23 @@ struct Services final : CKzImpl_CommandService, CKzImpl_StdDialogService {
         return give<Monitor>(out, "MonitorAllocate", title);
     }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown*) override { return Monitor::step("MonitorReleaseObj", {}); }
+    KzResult applicationservice_ServiceByName(const char* name, IKzUnknown** out) override {
+        if (std::strcmp(name, "recorded") == 0) return CHostRef<Services>::make().give(out);
+        return ServiceOf<CKzUser_ApplicationService>(theHost->application.host)->ServiceByName(name, out);
+    }
+    KzResult ser_ScriptQuery(IKzUnknown** out) override { return CHostRef<Services>::make().give(out); }
+    KzResult sq_Select(const char* attribute, const char* which) override {
+        return note("Select", str(attribute) + "," + str(which));
+    }
+    KzResult sq_Lookup(const char* name, std::uint32_t* index) override {
+        *index = 3;
+        return note("QueryLookup", name);
+    }
+    KzResult sq_TypeName(std::uint32_t index, const char** name) override {
+        *name = "integer";
+        return note("QueryTypeName", str(index));
+    }
+    KzResult sq_Query(std::uint32_t index, IKzUnknown*) override { return note("Query", str(index)); }
 
 private:
     std::string m_rest;

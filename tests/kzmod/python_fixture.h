@@ -25,6 +25,9 @@ inline auto fails(const char* operation, KzResult code = KZe_FAILED) {
 inline auto handsOutNothing(const char* operation) { return fails(operation, KZe_OK); }
 
 struct Case {
+    Case(std::string asked, std::string answer) : Case(std::move(asked), nullptr, std::move(answer)) {}
+    Case(std::string asked, std::function<void(FakeScript&)> change, std::string answer)
+        : source(std::move(asked)), setUp(std::move(change)), expected(std::move(answer)) {}
     std::string source;  // an expression, or statements that leave their result in `r`
     std::function<void(FakeScript&)> setUp;
     std::string expected;  // the result's repr, or "ExceptionType: text"
@@ -39,8 +42,8 @@ protected:
     // The outcome of the source, as in Case. Fails the test when it leaves anything behind: an exception, a host object,
     // a reference.
     static std::string outcome(const std::string& source);
-    // Runs each case on a fresh script, three times over, and compares.
-    void check(const std::vector<Case>& cases);
+    // Runs each case between the given texts on a fresh script, three times over, and compares.
+    void check(const std::vector<Case>& cases, const std::string& before = {}, const std::string& after = {});
 
     FakeHost host;
     TraceLines traced;

@@ -5,6 +5,8 @@
 
 namespace {
 
+using Strings = std::vector<std::string>;
+
 const std::string noInterface = "RuntimeError: service 'command' has no script interface.";
 const std::string queryFailed = "RuntimeError: query failed on service 'command' for attribute 'names'.";
 const std::string badSteps = "RuntimeError: Monitor steps must be greater than 0";
@@ -15,22 +17,21 @@ class Service : public PythonTest {};
 
 TEST_F(Service, ConstructionFindsTheQueryInterface) {
     check({
-        {"kz.Service('command').name()", nullptr, "'command'"},
-        {"kz.Service('nobody')", nullptr, "NameError: service 'nobody' not found."},
+        {"kz.Service('command').name()", "'command'"},
+        {"kz.Service('nobody')", "NameError: service 'nobody' not found."},
         {"kz.Service('command')", fails("Application.ServiceByName"), "NameError: service 'command' not found."},
         {"kz.Service('command')", handsOutNothing("Application.ServiceByName"),
          "NameError: service 'command' not found."},
-        {"kz.Service('thread')", nullptr, "RuntimeError: service 'thread' has no script interface."},
+        {"kz.Service('thread')", "RuntimeError: service 'thread' has no script interface."},
         {"kz.Service('command')", fails("ServiceExtension.ScriptQuery"), noInterface},
         {"kz.Service('command')", handsOutNothing("ServiceExtension.ScriptQuery"), noInterface},
-        {"kz.Service()", nullptr, "TypeError: function takes exactly 1 argument (0 given)"},
-        {"kz.Service.__new__(kz.Service).name()", nullptr, "None"},
-        {"kz.Service.__new__(kz.Service).select()", nullptr, "RuntimeError: no active service interface."},
-        {"kz.Service.__new__(kz.Service).queryN('x')", nullptr, "RuntimeError: no active service interface."},
+        {"kz.Service()", "TypeError: function takes exactly 1 argument (0 given)"},
+        {"kz.Service.__new__(kz.Service).name()", "None"},
+        {"kz.Service.__new__(kz.Service).select()", "RuntimeError: no active service interface."},
+        {"kz.Service.__new__(kz.Service).queryN('x')", "RuntimeError: no active service interface."},
         // Constructed anew in vain, it has the new name and no interface.
-        {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", nullptr,
-         "'nobody'"},
-        {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('names')", nullptr,
+        {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", "'nobody'"},
+        {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('names')",
          "RuntimeError: no active service interface."},
     });
 }
@@ -40,14 +41,14 @@ TEST_F(Service, SelectsAndQueries) {
     host.host.log().write("two", KZe_INFO, "b");
     const std::string asked = "s = kz.Service('log')\ns.select('lines', ";
     check({
-        {"kz.Service('command').select('exists', 'b')", nullptr, "None"},
+        {"kz.Service('command').select('exists', 'b')", "None"},
         {"kz.Service('command').select('a')", fails("ScriptQuery.Select"),
          "RuntimeError: select failed on service 'command' for 'a'."},
-        {"kz.Service('command').select(1)", nullptr, "TypeError: argument 1 must be string, not int"},
-        {asked + "'none')\nr = [s.query(), s.query1(), s.queryN()]", nullptr, "[None, None, ()]"},
-        {asked + "'one')\nr = [s.query(), s.query1(), s.queryN()]", nullptr, "['a', 'a', ('a',)]"},
-        {asked + "'two')\nr = [s.query('lines'), s.query1(), s.queryN()]", nullptr, "[('a', 'b'), 'a', ('a', 'b')]"},
-        {"kz.Service('command').query('nonsense')", nullptr,
+        {"kz.Service('command').select(1)", "TypeError: argument 1 must be string, not int"},
+        {asked + "'none')\nr = [s.query(), s.query1(), s.queryN()]", "[None, None, ()]"},
+        {asked + "'one')\nr = [s.query(), s.query1(), s.queryN()]", "['a', 'a', ('a',)]"},
+        {asked + "'two')\nr = [s.query('lines'), s.query1(), s.queryN()]", "[('a', 'b'), 'a', ('a', 'b')]"},
+        {"kz.Service('command').query('nonsense')",
          "RuntimeError: query failed on service 'command' for attribute 'nonsense'."},
         {"kz.Service('command').query('names')", fails("ScriptQuery.Lookup"), queryFailed},
         {"kz.Service('command').query('names')", fails("ScriptQuery.TypeName"), queryFailed},
@@ -55,6 +56,11 @@ TEST_F(Service, SelectsAndQueries) {
         {"kz.Service('command').query('names')", handsOutNothing("CreateQueryObject"), queryFailed},
         {"kz.Service('command').query('names')", fails("ScriptQuery.Query"), queryFailed},
     });
+    host.set(FakeScript());
+    EXPECT_EQ(outcome("s = kz.Service('recorded')\ns.select()\ns.select('a')\ns.select('a', 'b')\nr = s.query()"),
+              "None");
+    EXPECT_EQ(host.calls, (Strings{"Select(,null)", "Select(a,null)", "Select(a,b)", "QueryLookup", "QueryTypeName(3)",
+                                   "CreateQueryObject(integer)", "Query(3)"}));
 }
 
 class Monitor : public PythonTest {
@@ -66,30 +72,30 @@ protected:
 
 TEST_F(Monitor, CountsSteps) {
     check({
-        {"kz.Monitor() and None", nullptr, "None"},
+        {"kz.Monitor() and None", "None"},
         {"kz.Monitor(0) and None", fails("Initialize"), "None"},
-        {"kz.Monitor(3) and None", nullptr, "None"},
-        {"kz.Monitor(-1)", nullptr, badSteps},
+        {"kz.Monitor(3) and None", "None"},
+        {"kz.Monitor(-1)", badSteps},
         {"kz.Monitor(3)", fails("Initialize"), "RuntimeError: Error initializing monitor"},
-        {"kz.Monitor().init(2)", nullptr, "None"},
-        {"kz.Monitor().init()", nullptr, badSteps},
-        {"kz.Monitor().init('x')", nullptr, badSteps},
+        {"kz.Monitor().init(2)", "None"},
+        {"kz.Monitor().init()", badSteps},
+        {"kz.Monitor().init('x')", badSteps},
         {"kz.Monitor().init(2)", fails("Initialize"), "RuntimeError: Error initializing monitor"},
-        {"kz.Monitor().step()", nullptr, "None"},
+        {"kz.Monitor().step()", "None"},
         {"kz.Monitor().step(5)", fails("Increment"), "RuntimeError: Error incrementing monitor"},
         {"kz.Monitor(3).step(5)", fails("MonitorAllocate"), "None"},
         {"kz.Monitor(3).init(5)", handsOutNothing("MonitorAllocate"), "None"},
-        {"kz.Monitor.__new__(kz.Monitor).step()", nullptr, "None"},
-        {"m = kz.Monitor(1)\nm.__init__(2)\nr = m.step()", nullptr, "None"},
+        {"kz.Monitor.__new__(kz.Monitor).step()", "None"},
+        {"m = kz.Monitor(1)\nm.__init__(2)\nr = m.step()", "None"},
         // An argument that is no number: the step is made, the error stays.
-        {"kz.Monitor().step('x')", nullptr, "result with TypeError: an integer is required"},
+        {"kz.Monitor().step('x')", "result with TypeError: an integer is required"},
         {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"},
     });
     EXPECT_TRUE(PythonRuntime::running().monitors.empty());
     host.set(FakeScript());
     outcome("m = kz.Monitor(7)\nm.step()\nm.step(5)\nr = None");
-    EXPECT_EQ(host.calls, (std::vector<std::string>{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)",
-                                                    "Increment(5)", "MonitorReleaseObj"}));
+    EXPECT_EQ(host.calls, (Strings{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)", "Increment(5)",
+                                   "MonitorReleaseObj"}));
 }
 
 TEST_F(Monitor, AParseErrorStaysSetOnAMonitorThatWasMade) {

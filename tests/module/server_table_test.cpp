@@ -88,9 +88,9 @@ TEST(server_table, lists_and_generates) {
         const KzGuid* iid;
         KzResult code;
     } table[] = {
-        {"python", &KZu_TAGDESCRIPTION, KZe_NOTFOUND},     {"Python", &KZu_LINEINTERPRETER, KZe_NOTFOUND},
-        {"", &KZu_LINEINTERPRETER, KZe_NOTFOUND},          {"dict-as-tags", &KZu_TAGDESCRIPTION, KZe_NOTFOUND},
-        {"python", &KZu_UNKNOWN, KZe_NOTFOUND},            {nullptr, &KZu_LINEINTERPRETER, KZe_INVALIDARG},
+        {"python", &KZu_TAGDESCRIPTION, KZe_NOTFOUND}, {"Python", &KZu_LINEINTERPRETER, KZe_NOTFOUND},
+        {"", &KZu_LINEINTERPRETER, KZe_NOTFOUND},      {"dict-as-tags", &KZu_TAGDESCRIPTION, KZe_NOTFOUND},
+        {"python", &KZu_UNKNOWN, KZe_NOTFOUND},        {nullptr, &KZu_LINEINTERPRETER, KZe_INVALIDARG},
         {"python", nullptr, KZe_INVALIDARG},
     };
     for (const auto& row : table) {

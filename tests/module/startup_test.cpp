@@ -1,13 +1,11 @@
 // Start-up: what it gives to Python, what it survives, and what is said when it fails.
 #include "tests/support/child.h"
-#include "tests/support/plugin_host.h"
+#include "tests/support/host_test.h"
 
 #include "kz/file.h"
 #include "kz/log.h"
 #include "kz/platform.h"
 #include "kz/result.h"
-
-#include <gtest/gtest.h>
 
 #include <clocale>
 #include <csignal>
@@ -27,8 +25,7 @@ void check(const std::vector<Fault>& table) {
     for (const Fault& fault : table)
         kzInChild(fault.name, [&] {
             CPluginHost host;
-            host.load();
-            fault.cause(host);
+            fault.cause(host.load());
             CTestSession session(host);
             EXPECT_EQ(session.run("1+1\n"), fault.answer);
             EXPECT_EQ(host.log("python"), fault.log);
@@ -63,8 +60,8 @@ TEST(startup, survives_what_is_not_needed) {
     const CTestFolder folder;
     const char* servers = "kzserv/__init__.py";
     const auto heading = [&](const std::string& text, int line) {
-        return "[00000002] importing servers (kzserv) failed\n" + text + "\n .. " + folder.path() + "/servers/" + servers +
-               ": " + std::to_string(line) + "\n .. <string>: 1\n";
+        return "[00000002] importing servers (kzserv) failed\n" + text + "\n .. " + folder.path() + "/servers/" +
+               servers + ": " + std::to_string(line) + "\n .. <string>: 1\n";
     };
     check({
         {"nothing", [](CPluginHost&) {}, good, ""},
@@ -104,8 +101,8 @@ TEST(startup, says_what_failed) {
 }
 
 TEST(startup, orders_the_import_paths) {
-    CTestFolder folder;
     CPluginHost host;
+    const CTestFolder folder;
     for (const char* name : {"P", "Q", "R"}) host.host.core().importPaths.push_back(folder.path() + "/" + name);
     host.load();
     folder.write("module/Scripts/x.py", "");
@@ -118,7 +115,8 @@ TEST(startup, orders_the_import_paths) {
     const std::string kit = host.host.core().files.expand("kit_Python2_7:extra64/Python").value_or("");
     EXPECT_EQ(session.run("import sys, site\n[p.replace('" + folder.path() + "', '') for p in sys.path[:5]]\n"),
               "= /module/Scripts /P /Q /R " + kit + "/Scripts\n");
-    EXPECT_EQ(session.run("site.USER_SITE == site.USER_BASE == '" + folder.path() + "/" + longName + "'\n"), "= True\n");
+    EXPECT_EQ(session.run("site.USER_SITE == site.USER_BASE == '" + folder.path() + "/" + longName + "'\n"),
+              "= True\n");
     EXPECT_EQ(session.run("site.USER_SITE in sys.path, sys.prefix\n"), "= True " + kit + "\n");
 }
 

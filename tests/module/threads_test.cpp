@@ -1,33 +1,16 @@
 // Entering Python from many threads.
-#include "tests/support/plugin_host.h"
+#include "tests/support/host_test.h"
+#include "tests/support/threads.h"
 
 #include "kz/result.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
-#include <latch>
 #include <thread>
 
-namespace {
+using threads = PluginTest;
 
-// Runs the body on that many threads, which begin together.
-template <class Body> void onThreads(int count, Body&& body) {
-    std::latch start(count);
-    std::vector<std::jthread> threads;
-    for (int index = 0; index < count; ++index)
-        threads.emplace_back([&, index] {
-            start.arrive_and_wait();
-            body(index);
-        });
-}
-
-}  // namespace
-
-TEST(threads, may_all_enter_first) {
-    CPluginHost host;
-    host.load();
-    onThreads(8, [&](int index) {
+TEST_F(threads, may_all_enter_first) {
+    onThreads(8, 1, [&](int index) {
         CTestSession session(host);
         const std::string number = std::to_string(index);
         for (int round = 0; round < 20; ++round)
@@ -38,15 +21,12 @@ TEST(threads, may_all_enter_first) {
     EXPECT_EQ(host.log("python"), "");
 }
 
-TEST(threads, keep_the_state_that_python_gave_them) {
-    CPluginHost host;
-    host.load();
+TEST_F(threads, keep_the_state_that_python_gave_them) {
     std::thread([&] {
         CTestSession session(host);  // Python starts on a thread that is not the host's first
         session.run("import threading, thread\nlocal = threading.local()\nlocal.mine = 1\n");
         EXPECT_EQ(session.run("local.mine\n"), "= 1\n");
     }).join();
-    CTestSession session(host);
     EXPECT_EQ(session.run("getattr(local, 'mine', 'none')\nlocal.mine = 2\n"), "= none\n");
     EXPECT_EQ(session.run("local.mine\n"), "= 2\n");
     EXPECT_EQ(session.run("import sys\nlen(sys._current_frames())\n"), "= 1\n");
@@ -56,21 +36,17 @@ TEST(threads, keep_the_state_that_python_gave_them) {
               "");
 }
 
-TEST(threads, share_python_with_threads_of_its_own) {
-    CPluginHost host;
-    CTestSession session(host.load());
+TEST_F(threads, share_python_with_threads_of_its_own) {
     session.run("import threading\nhits = []\ndef work():\n  for i in xrange(2000): hits.append(i)\n\n"
                 "threads = [threading.Thread(target=work) for i in range(4)]\nfor t in threads: t.start()\n\n");
-    onThreads(4, [&](int) {
+    onThreads(4, 1, [&](int) {
         EXPECT_EQ(host.run("import __main__\nfor i in xrange(2000): __main__.hits.append(i)").code, KZe_OK);
     });
     session.run("for t in threads: t.join()\n\n");
     EXPECT_EQ(session.run("len(hits)\n"), "= 16000\n");
 }
 
-TEST(threads, of_scripts_end_in_any_order) {
-    CPluginHost host;
-    host.load();
+TEST_F(threads, of_scripts_end_in_any_order) {
     // Two scripts on two host threads: the one that began first ends first.
     host.run("import threading, __builtin__\n__builtin__.e = [threading.Event() for i in range(3)]");
     std::thread first([&] { host.run("print 'a'\ne[0].set()\ne[1].wait(20)\nprint 'a'"); });
@@ -86,9 +62,7 @@ TEST(threads, of_scripts_end_in_any_order) {
     EXPECT_EQ(texts.size(), 6U) << texts;
 }
 
-TEST(threads, are_turned_away_while_python_goes) {
-    CPluginHost host;
-    host.load();
+TEST_F(threads, are_turned_away_while_python_goes) {
     std::vector<std::unique_ptr<CTestSession>> sessions;
     for (int index = 0; index < 4; ++index) sessions.push_back(std::make_unique<CTestSession>(host));
     std::atomic<bool> isOver = false;

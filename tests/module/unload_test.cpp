@@ -1,15 +1,15 @@
 // Unload: whatever Python code has left behind, the process goes on.
 #include "tests/support/child.h"
-#include "tests/support/plugin_host.h"
+#include "tests/support/host_test.h"
 
 #include "kz/result.h"
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <thread>
 
-TEST(unload, survives_what_scripts_leave_behind) {
+using unload = PluginTest;
+
+TEST(unload_in_a_child, survives_what_scripts_leave_behind) {
     const std::pair<const char*, const char*> table[] = {
         {"an exit handler that leaves", "import atexit, sys\natexit.register(sys.exit, 3)"},
         {"an exit function that leaves", "import sys\ndef f(): raise SystemExit(3)\nsys.exitfunc = f"},
@@ -38,8 +38,7 @@ TEST(unload, survives_what_scripts_leave_behind) {
         for (const auto& [name, script] : table)
             kzInChild(name, [elsewhere, script = script] {
                 CPluginHost host;
-                host.load();
-                CTestSession session(host);
+                CTestSession session(host.load());
                 host.run(script);
                 if (elsewhere) std::thread([&] { host.host.unload(); }).join();
                 else host.host.unload();
@@ -49,9 +48,7 @@ TEST(unload, survives_what_scripts_leave_behind) {
     }
 }
 
-TEST(unload, passes_on_what_is_printed_last) {
-    CPluginHost host;
-    host.load();
+TEST_F(unload, passes_on_what_is_printed_last) {
     host.run("import atexit, threading, time\ndef f(): print 'exit'\natexit.register(f)\n"
              "def late():\n  time.sleep(0.1)\n  print 'thread'\nthreading.Thread(target=late).start()\nprint 'half',");
     host.host.unload();
@@ -59,19 +56,16 @@ TEST(unload, passes_on_what_is_printed_last) {
     EXPECT_EQ(host.log("python"), "thread\nexit\n");
 }
 
-TEST(unload, is_for_good) {
+TEST(unload_of_an_idle_host, is_for_good) {
     CPluginHost host;
     host.load().host.unload();  // nothing ran, nothing is started
     std::string why;
     EXPECT_FALSE(CKzHost().load(host.host.core().files.expand("module:kzPython2.so").value_or(""), why));
 }
 
-TEST(unload, lets_servers_outlive_python) {
-    CPluginHost host;
-    host.load();
+TEST_F(unload, lets_servers_outlive_python) {
     CKzLoc_Unknown scripts;
     host.spawn(KZa_TEXTSCRIPTINTERPRETER, scripts);
-    CTestSession session(host);
     EXPECT_EQ(session.run("if 1:\n"), "");
     host.host.unload();
     const CKzUser_TextScriptInterpreter interpreter(scripts.raw());
@@ -81,12 +75,9 @@ TEST(unload, lets_servers_outlive_python) {
     EXPECT_EQ(session.execute("  1"), KZe_NOTAVAILABLE);
 }
 
-TEST(unload, from_within_a_script_is_survived) {
-    CPluginHost host;
-    host.load();
+TEST_F(unload, from_within_a_script_is_survived) {
     host.nothingAlive.isExpected = false;  // what the script was using
     const auto begin = std::chrono::steady_clock::now();
-    CTestSession session(host);
     session.console->whenTold = [&] { host.host.unload(); };
     EXPECT_EQ(session.run("print 'before'; print 'after'\n"), "before\nafter\n");
     session.console->whenTold = nullptr;

@@ -1,14 +1,12 @@
 // The example scripts that work on objects: what they print, and the file that one of them writes.
-#include "tests/pyserv/kzhost_run.h"
+#include "tests/support/kzhost_run.h"
 
 namespace {
 
-class ExamplesTest : public ServerFilesTest {
+class ExamplesTest : public KzHostTest {
 protected:
     Ended example(const std::string& name, const std::string& argument = "x") const {
-        Ended ended = run({"run", KZ_SOURCE_DIR "/examples/" + name + ".py", argument});
-        EXPECT_EQ(ended.status, 0) << ended.error;
-        return ended;
+        return run({"run", KZ_SOURCE_DIR "/examples/" + name + ".py", argument});
     }
 };
 
@@ -22,14 +20,10 @@ for x, y in ((0, 0), (10, 5), (63, 23), (0, 47), (24, 28), (39, 43)):
 )";
 
 TEST_F(ExamplesTest, MeshesAreBuiltAndMeasured) {
-    const Ended ended = example("mesh");
-    EXPECT_EQ(ended.out, "points 8, edges 12, polygons 6\n"
-                         "area 10, volume 2\n"
-                         "after the merge: points 16, polygons 12\n"
-                         "bounds (0.0, 0.0, 0.0) to (7.0, 1.0, 1.0)\n"
-                         "weights 4, from 0 to 0.75\n"
-                         "refused: not found\n"
-                         "normal of the last polygon: (-1.0, 0.0, 0.0)\n");
+    expect(example("mesh"), 0,
+           "points 8, edges 12, polygons 6\narea 10, volume 2\nafter the merge: points 16, polygons 12\n"
+           "bounds (0.0, 0.0, 0.0) to (7.0, 1.0, 1.0)\nweights 4, from 0 to 0.75\nrefused: not found\n"
+           "normal of the last polygon: (-1.0, 0.0, 0.0)\n");
 }
 
 TEST_F(ExamplesTest, CommandsAreRunAndAsked) {
@@ -44,24 +38,17 @@ TEST_F(ExamplesTest, CommandsAreRunAndAsked) {
 TEST_F(ExamplesTest, ImagesArePaintedAndSaved) {
     const std::string text = "size 64 x 48\ndifference after reading the file again: 0\n";
     EXPECT_EQ(example("image", path("painted.png")).out, text);
-    EXPECT_EQ(run({"run", write("reader.py", reader), path("painted.png")}).out, "64 48 0 0 (0, 0, 255)\n"
-                                                                                 "64 48 10 5 (40, 40, 215)\n"
-                                                                                 "64 48 63 23 (252, 184, 3)\n"
-                                                                                 "64 48 0 47 (26, 26, 102)\n"
-                                                                                 "64 48 24 28 (255, 255, 255)\n"
-                                                                                 "64 48 39 43 (255, 255, 255)\n");
+    expect(run({"run", write("reader.py", reader), path("painted.png")}), 0,
+           "64 48 0 0 (0, 0, 255)\n64 48 10 5 (40, 40, 215)\n64 48 63 23 (252, 184, 3)\n64 48 0 47 (26, 26, 102)\n"
+           "64 48 24 28 (255, 255, 255)\n64 48 39 43 (255, 255, 255)\n");
     EXPECT_EQ(run({"run", KZ_SOURCE_DIR "/examples/image.py"}).out, text) << "without an argument it cleans up";
 }
 
 TEST_F(ExamplesTest, ScenesAreBuiltAndRead) {
-    const Ended ended = example("scene");
-    EXPECT_EQ(ended.out, "items: ['Arm'] ['Tool', 'Tool (2)']\n"
-                         "Tool is below Arm\n"
-                         "turned by 1.5708, visible: off\n"
-                         "speed stays 25.0\n"
-                         "tool in the world: (10.0, 2.0, 0.0)\n"
-                         "angle of its axis: 90 degrees\n"
-                         "valid after the removal: False\n");
+    expect(example("scene"), 0,
+           "items: ['Arm'] ['Tool', 'Tool (2)']\nTool is below Arm\nturned by 1.5708, visible: off\n"
+           "speed stays 25.0\ntool in the world: (10.0, 2.0, 0.0)\nangle of its axis: 90 degrees\n"
+           "valid after the removal: False\n");
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ class Objects : public testing::TestWithParam<const char*> {};
 
 TEST_P(Objects, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(, Objects, testing::Values("image", "mesh", "scene"));
+INSTANTIATE_TEST_SUITE_P(, Objects, testing::Values("image", "kzu_objects", "mesh", "scene"));
 
 // A script cannot pass them.
 TEST_F(HostTest, NullVectorsAndMatricesAreRefused) {

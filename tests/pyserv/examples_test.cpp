@@ -1,5 +1,5 @@
 // The example servers, driven by the host.
-#include "kzhost_run.h"
+#include "tests/support/kzhost_run.h"
 
 #include <tuple>
 
@@ -7,10 +7,13 @@ namespace {
 
 constexpr const char* examples = KZ_SOURCE_DIR "/examples";
 
-class ExampleServersTest : public ServerFilesTest {};
+class ExampleServersTest : public KzHostTest {
+protected:
+    ExampleServersTest() { importPaths.emplace_back(examples); }
+};
 
 TEST_F(ExampleServersTest, TheyAreListedWithTheirTags) {
-    const Ended ended = run({"servers"}, {examples});
+    const Ended ended = run({"servers"});
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.error, "");
     for (const char* part : {"text.repeat", "command.category=text", "loader.dosPattern=*.timg", "saver.dosType=TIMG",
@@ -19,16 +22,11 @@ TEST_F(ExampleServersTest, TheyAreListedWithTheirTags) {
 }
 
 TEST_F(ExampleServersTest, ATreeIsPrinted) {
-    const Ended ended = run({"tree", "outline"}, {examples});
-    EXPECT_EQ(ended.out, "house  building\n"
-                         "  kitchen  room\n"
-                         "    table  furniture\n"
-                         "    stove  appliance\n"
-                         "  hall  room\n"
-                         "garden  ground\n"
-                         "  pond  water\n")
-        << ended.error;
-    EXPECT_EQ(run({"tree", "nowhere"}, {examples}).status, 1);
+    const Ended ended = run({"tree", "outline"});
+    expect(ended, 0,
+           "house  building\n  kitchen  room\n    table  furniture\n    stove  appliance\n  hall  room\n"
+           "garden  ground\n  pond  water\n");
+    EXPECT_EQ(run({"tree", "nowhere"}).status, 1);
     serve("endless.py", "import kz, kzifc\nclass Deep(kzifc.Tree, kzifc.TreeView):\n    def tree_ToRoot(self): pass\n"
                         "    def tree_Count(self): return 1\n    def tree_SetCurrent(self, index): pass\n"
                         "    def tree_ToChild(self): pass\n    def treeview_ColumnCount(self): return 1\n"
@@ -39,59 +37,47 @@ TEST_F(ExampleServersTest, ATreeIsPrinted) {
 
 // What a script sees of a command is what it sees of the host's own.
 TEST_F(ExampleServersTest, CommandsAreExecutedQueriedAndDisabled) {
-    const std::tuple<const char*, const char*, const char*> cases[] = {
-        {"text.repeat hello count:3", "", "hello hello hello"},
-        {"text.repeat loud:true text:{a b}", "", "A B"},
-        {"text.repeat count:?", "1\n", ""},
-        {"text.repeat", nullptr, "argument \"text\" is missing; it is What to print"},
-        {"text.repeat x count:many", nullptr, "argument \"count\": \"many\" is not an integer"},
-        {"text.repeat x y:2", nullptr, "there is no argument \"y\"; there are text, count, loud"},
-        {"text.repeat text:?", nullptr, ""},
-        {"text.never", nullptr, "Never: there is nothing to do"},
+    const std::tuple<const char*, int, const char*, const char*> cases[] = {
+        {"text.repeat hello count:3", 0, "", "hello hello hello"},
+        {"text.repeat loud:true text:{a b}", 0, "", "A B"},
+        {"text.repeat count:?", 0, "1\n", ""},
+        {"text.repeat", 1, "", "argument \"text\" is missing; it is What to print"},
+        {"text.repeat x count:many", 1, "", "argument \"count\": \"many\" is not an integer"},
+        {"text.repeat x y:2", 1, "", "there is no argument \"y\"; there are text, count, loud"},
+        {"text.repeat text:?", 1, "", ""},
+        {"text.never", 1, "", "Never: there is nothing to do"},
     };
-    for (const auto& [command, out, error] : cases) {
-        const Ended ended = run({"cmd", command}, {examples});
-        EXPECT_EQ(ended.status, out != nullptr ? 0 : 1) << command;
-        EXPECT_EQ(ended.out, out != nullptr ? out : "") << command << ended.error;
-        EXPECT_TRUE(ended.says(error)) << command << ended.error;
-    }
-    const Ended script = runText("import kz\nfrom kzserv.servers import watch\nkz.eval('text.repeat hi count:2')\n"
-                                 "kz.command('text.repeat', text='a', loud=True)\n"
-                                 "print kz.queryToggle('text.repeat loud:?'), repr(kz.eval('text.repeat loud:?'))\n"
-                                 "try: kz.eval('text.never')\nexcept RuntimeError as error: print error\n"
-                                 "print [line for line in watch.HEARD if line.startswith('text.')]\n",
-                                 {examples});
-    EXPECT_EQ(script.out, "hi hi\nA\nTrue 1\ncommand failed: Never: there is nothing to do (84800004)\n"
-                          "['text.repeat done', 'text.repeat done', 'text.never failed']\n")
-        << script.error;
+    for (const auto& [command, status, out, error] : cases) expect(run({"cmd", command}), status, out, {error});
+    expect(runText("import kz\nfrom kzserv.servers import watch\nkz.eval('text.repeat hi count:2')\n"
+                   "kz.command('text.repeat', text='a', loud=True)\n"
+                   "print kz.queryToggle('text.repeat loud:?'), repr(kz.eval('text.repeat loud:?'))\n"
+                   "try: kz.eval('text.never')\nexcept RuntimeError as error: print error\n"
+                   "print [line for line in watch.HEARD if line.startswith('text.')]\n"),
+           0,
+           "hi hi\nA\nTrue 1\ncommand failed: Never: there is nothing to do (84800004)\n"
+           "['text.repeat done', 'text.repeat done', 'text.never failed']\n");
 }
 
 TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
     const std::string image = write("a.timg", "TIMG  3   2\n1 2 3\n4 5   255\n");
-    const Ended ended = run({"convert", image, path("b.timg")}, {examples});
-    EXPECT_EQ(ended.out, path("b.timg") + ": 3 x 2 pixels\n") << ended.error;
+    expect(run({"convert", image, path("b.timg")}), 0, "FOLDER/b.timg: 3 x 2 pixels\n");
     EXPECT_EQ(contents("b.timg"), "TIMG 3 2\n1 2 3\n4 5 255\n");
     const std::pair<std::string, const char*> failures[] = {
         {write("broken.timg", "TIMG 3 2\n1 2\n3 4 5\n"), "has not 3 pixels"},
         {write("other.timg", "nothing"), "no loader takes this file"},
         {write("a.png", "TIMG 1 1\n1\n"), "no loader takes this file"},
     };
-    for (const auto& [file, why] : failures) {
-        const Ended failed = run({"convert", file, path("c.timg")}, {examples});
-        EXPECT_EQ(failed.status, 1) << file;
-        EXPECT_TRUE(failed.says(why)) << failed.error;
-    }
-    EXPECT_TRUE(run({"convert", image, path("c.tga")}, {examples}).says("no saver writes such files"));
+    for (const auto& [file, why] : failures) expect(run({"convert", file, path("c.timg")}), 1, "", {why});
+    EXPECT_TRUE(run({"convert", image, path("c.tga")}).says("no saver writes such files"));
     // Scripts take the same path, and what is loaded is an image of the host's own.
-    const Ended script = runText("import kz\nimages = kz.service.Image()\nfolder = " "'" + path("") + "'\n"
-                                 "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
-                                 "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
-                                 "images.Save(image, folder + 'd.png', None, None)\n"
-                                 "images.Save(images.Load(folder + 'd.png', None), folder + 'd.any', 'textimage', None)\n"
-                                 "print open(folder + 'd.any').read().split()[-2:]\n"
-                                 "from kzserv.servers import watch\nprint len([h for h in watch.HEARD if folder in h])\n",
-                                 {examples});
-    EXPECT_EQ(script.out, "['5', '9']\n4\n") << script.error;
+    expect(runText("import kz\nimages = kz.service.Image()\nfolder = 'FOLDER/'\n"
+                   "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
+                   "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
+                   "images.Save(image, folder + 'd.png', None, None)\n"
+                   "images.Save(images.Load(folder + 'd.png', None), folder + 'd.any', 'textimage', None)\n"
+                   "print open(folder + 'd.any').read().split()[-2:]\n"
+                   "from kzserv.servers import watch\nprint len([h for h in watch.HEARD if folder in h])\n"),
+           0, "['5', '9']\n4\n");
 }
 
 TEST_F(ExampleServersTest, ASaverThatFailsLeavesWhatWasThere) {
@@ -108,9 +94,8 @@ TEST_F(ExampleServersTest, ASaverThatFailsLeavesWhatWasThere) {
     for (const auto& [name, status, why] : cases) {
         std::filesystem::create_directory(path("to"));
         write(name, "before");
-        const Ended ended = run({"convert", image, path(name)}, {examples});
-        EXPECT_EQ(ended.status, status) << name << ended.error;
-        EXPECT_TRUE(ended.says(why)) << name << ended.error;
+        expect(run({"convert", image, path(name)}), status, status == 0 ? "FOLDER/to/whole.half: 1 x 1 pixels\n" : "",
+               {why});
         EXPECT_EQ(contents(name), status == 0 ? "half" : "before") << name;
         const auto files = std::distance(std::filesystem::directory_iterator(path("to")), {});
         EXPECT_EQ(files, status == 0 ? 2 : 1) << name;
@@ -119,30 +104,28 @@ TEST_F(ExampleServersTest, ASaverThatFailsLeavesWhatWasThere) {
 }
 
 TEST_F(ExampleServersTest, ValuesOfAServedTypeAreTheHostsOwn) {
-    const Ended ended = runText("import kz, kzu.object\nvalues = kz.service.Value()\nday = values.CreateValue('weekday')\n"
-                                "values.DecodeText('friday', 0, day)\n"
-                                "print day.TypeName(), day.GetInt(), values.EncodeText(day, 0), values.EncodeText(day, 1)\n"
-                                "values.DecodeText(' Monday ', 1, day)\nprint kzu.object.Value(day)\n"
-                                "try: values.DecodeText('someday', 0, day)\n"
-                                "except Exception: print 'refused', kz.lastResult() == kz.symbol.e_INVALIDARG\n"
-                                "hints = kz.object.UIValueHints(day)\nprint hints.PopCount(), hints.PopUserName(6)\n"
-                                "query = kz.service.ScriptSys().ServiceQuery('value')\nquery.Select('choices', 'weekday')\n"
-                                "found = values.CreateValueArray('string')\n"
-                                "query.Query(query.Lookup('choices'), found)\nprint kzu.object.ValueArray(found)[:2]\n",
-                                {examples});
-    EXPECT_EQ(ended.out, "weekday 4 friday Friday\n<Value weekday 0>\nrefused True\n7 Sunday\n['monday', 'tuesday']\n")
-        << ended.error;
+    const Ended ended =
+        runText("import kz, kzu.object\nvalues = kz.service.Value()\nday = values.CreateValue('weekday')\n"
+                "values.DecodeText('friday', 0, day)\n"
+                "print day.TypeName(), day.GetInt(), values.EncodeText(day, 0), values.EncodeText(day, 1)\n"
+                "values.DecodeText(' Monday ', 1, day)\nprint kzu.object.Value(day)\n"
+                "try: values.DecodeText('someday', 0, day)\n"
+                "except Exception: print 'refused', kz.lastResult() == kz.symbol.e_INVALIDARG\n"
+                "hints = kz.object.UIValueHints(day)\nprint hints.PopCount(), hints.PopUserName(6)\n"
+                "query = kz.service.ScriptSys().ServiceQuery('value')\nquery.Select('choices', 'weekday')\n"
+                "found = values.CreateValueArray('string')\n"
+                "query.Query(query.Lookup('choices'), found)\nprint kzu.object.ValueArray(found)[:2]\n");
+    expect(ended, 0, "weekday 4 friday Friday\n<Value weekday 0>\nrefused True\n7 Sunday\n['monday', 'tuesday']\n");
     EXPECT_EQ(ended.error, "");
 }
 
 TEST_F(ExampleServersTest, ListenersHearTheSessionAndTheLog) {
-    const Ended ended = runText("import kz\nfrom kzserv.servers import watch\nlog = kz.service.Log()\n"
-                                "log.SubSystemLookup('tests').AddEntry(log.CreateEntry(0x80000000, 'wrong'))\n"
-                                "kz.service.Host().ModuleUpdate('python')\n"
-                                "for line in watch.HEARD:\n    if line != 'updated python': print line\n"
-                                "print watch.HEARD[-1], kz.service.Listener().ListenerCount('')\n",
-                                {examples});
-    EXPECT_EQ(ended.out, "ready\nerror wrong\nupdated python 3\n") << ended.error;
+    expect(runText("import kz\nfrom kzserv.servers import watch\nlog = kz.service.Log()\n"
+                   "log.SubSystemLookup('tests').AddEntry(log.CreateEntry(0x80000000, 'wrong'))\n"
+                   "kz.service.Host().ModuleUpdate('python')\n"
+                   "for line in watch.HEARD:\n    if line != 'updated python': print line\n"
+                   "print watch.HEARD[-1], kz.service.Listener().ListenerCount('')\n"),
+           0, "ready\nerror wrong\nupdated python 3\n");
 }
 
 // The lines that documents show, as a reader types them one after another.
@@ -168,8 +151,9 @@ TEST_F(ExampleServersTest, WhatDocumentsShowWorks) {
 
 // Every call from the session's begin to its end, in order.
 TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
+    importPaths.pop_back();
     serve("all.py", "import kz, kzifc\n"
-                    "def tell(name, *args): open('" + path("heard") + "', 'a').write(name + '\\n')\n"
+                    "def tell(name, *args): open('FOLDER/heard', 'a').write(name.replace('event_', '.') + ' ')\n"
                     "class Session(kzifc.SessionListener): pass\nclass Commands(kzifc.CmdSysListener): pass\n"
                     "class Log(kzifc.LogListener): pass\n"
                     "for cls in (Session, Commands, Log):\n"
@@ -177,25 +161,25 @@ TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
                     "        if name[0] != '_' and name != 'sesl_ModuleUpdated':\n"
                     "            setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))\n"
                     "    kz.bless(cls, 'all')\n");
-    const Ended ended = runText("import kz\nprint 'out'\nkz.eval('command.alias b user.value')\n"
-                                "kz.eval('command.unalias b')\n"
-                                "from kzu.command import Command\nclass New(Command):\n"
-                                "    def execute(self):\n        kz.eval('log.clear scripts')\n        raise ValueError\n"
-                                "kz.bless(New, 'new')\ntry: kz.eval('new')\nexcept RuntimeError: pass\n"
-                                "kz.service.Log().Flush()\n");
-    const std::string command = "cmdsysevent_ExecutePre\n", done = "cmdsysevent_ExecuteResult\ncmdsysevent_ExecutePost\n";
-    EXPECT_EQ(contents("heard"), "sesl_SystemReady\ncmdsysevent_SystemReady\nlogevent_SubsystemAdded\n"
-                                 "logevent_EntryAdded\nlogevent_ChildEntryAdded\n" +
-                                     command + "cmdsysevent_AliasAdded\n" + done + command +
-                                     "cmdsysevent_AliasRemoved\n" + done + "cmdsysevent_CommandAdded\n" + command +
-                                     command + "logevent_Cleared\n" + done + "logevent_SubsystemAdded\nlogevent_EntryAdded\n" + done + "logevent_Flushed\n"
-                                     "sesl_ShuttingDown\nsesl_ShutDown\n")
+    const Ended ended =
+        runText("import kz\nprint 'out'\nkz.eval('command.alias b user.value')\n"
+                "kz.eval('command.unalias b')\n"
+                "from kzu.command import Command\nclass New(Command):\n"
+                "    def execute(self):\n        kz.eval('log.clear scripts')\n        raise ValueError\n"
+                "kz.bless(New, 'new')\ntry: kz.eval('new')\nexcept RuntimeError: pass\n"
+                "kz.service.Log().Flush()\n");
+    const std::string command = "cmdsys.ExecutePre ", done = "cmdsys.ExecuteResult cmdsys.ExecutePost ";
+    EXPECT_EQ(contents("heard"),
+              "sesl_SystemReady cmdsys.SystemReady log.SubsystemAdded log.EntryAdded log.ChildEntryAdded " + command +
+                  "cmdsys.AliasAdded " + done + command + "cmdsys.AliasRemoved " + done + "cmdsys.CommandAdded " +
+                  command + command + "log.Cleared " + done + "log.SubsystemAdded log.EntryAdded " + done +
+                  "log.Flushed sesl_ShuttingDown sesl_ShutDown ")
         << ended.error;
 }
 
 // The host's mesh, by the host's command; a failing operation changes nothing.
 TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
-    const Ended example = run({"run", std::string(examples) + "/operate.py"}, {examples});
+    const Ended example = run({"run", std::string(examples) + "/operate.py"});
     EXPECT_TRUE(example.out.ends_with("before: ((0.0, 0.0, 0.0), (1.0, 0.0, 1.0))\n"
                                       "after: ((0.0, 1.0, 0.0), (1.0, 1.0, 1.0))\n"))
         << example.out << example.error;
@@ -203,15 +187,20 @@ TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
                      "    def mop_Evaluate(self, mesh, elements, mode):\n"
                      "        kz.object.Mesh(mesh).Clear()\n        raise ValueError('half-way')\n"
                      "kz.bless(Half, 'half')\n");
-    const Ended ended = runText("import kz\nscenes = kz.service.Scene()\n"
-                                "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
-                                "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
-                                "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
-                                "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
-                                "tell('mesh.operate half')\ntell('mesh.operate none')\n"
-                                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n");
-    const char* expected[] = {"there is no scene", "has no mesh item", "mesh.operate: the operation failed",
-                              "there is no mesh operation \"none\"", "there is no mesh item \"b\"", "(1.0, 2.0, 3.0)"};
+    const Ended ended =
+        runText("import kz\nscenes = kz.service.Scene()\n"
+                "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
+                "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
+                "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
+                "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
+                "tell('mesh.operate half')\ntell('mesh.operate none')\n"
+                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n");
+    const char* expected[] = {"there is no scene",
+                              "has no mesh item",
+                              "mesh.operate: the operation failed",
+                              "there is no mesh operation \"none\"",
+                              "there is no mesh item \"b\"",
+                              "(1.0, 2.0, 3.0)"};
     std::size_t at = 0;
     for (const char* each : expected) {
         at = ended.out.find(each, at);
@@ -221,39 +210,38 @@ TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
 
 // What the host asks on standard error, and what its answers come to.
 TEST_F(ExampleServersTest, ADialogAsksForArguments) {
-    struct {
+    const struct {
         const char* command;
         const char* answers;
-        const char* banner;  // null: it does not run
-        std::vector<const char*> asked;
-    } const cases[] = {
-        {"??text.banner", "a text that is rather long\n\nmaybe\ntrue\n+\n", "+ a text that is rather long +",
-         {"text, What to print (a text) []: a text", "width, How long the line is (an integer, as 12 or -3) [26]",
-          "\"maybe\" is not true or false", "mark, What the frame is made of (a text) [*]"}},
-        {"?text.banner", "ab\n4\n\n", " ab ", {"[20]: 4", "[false]"}},
-        {"?text.banner ab width:4", "", " ab ", {}},
-        {"!text.banner", "ab\n", nullptr, {"argument \"text\" is missing; it is What to print"}},
-        {"?text.banner", "ab\n", nullptr, {"the dialog was cancelled"}},
-        {"??text.banner ab", "\n\n\n", "         ab         ", {"[ab]: "}},
-        {"text.banner ab mark:x", "", nullptr, {"argument \"mark\" cannot be used now"}},
-        {"??file.alias", "here\n/tmp\n", "", {"File Alias: alias", "File Alias: path"}},  // the host's own ask, too
+        int status;
+        std::vector<std::string> told;
+    } cases[] = {
+        {"??text.banner",
+         "a text that is rather long\n\nmaybe\ntrue\n+\n",
+         0,
+         {"+ a text that is rather long +", "text, What to print (a text) []: a text",
+          "width, How long the line is (an integer, as 12 or -3) [26]", "\"maybe\" is not true or false",
+          "mark, What the frame is made of (a text) [*]"}},
+        {"?text.banner", "ab\n4\n\n", 0, {" ab ", "[20]: 4", "[false]"}},
+        {"?text.banner ab width:4", "", 0, {" ab "}},
+        {"!text.banner", "ab\n", 1, {"argument \"text\" is missing; it is What to print"}},
+        {"?text.banner", "ab\n", 1, {"the dialog was cancelled"}},
+        {"??text.banner ab", "\n\n\n", 0, {"         ab         ", "[ab]: "}},
+        {"text.banner ab mark:x", "", 1, {"argument \"mark\" cannot be used now"}},
+        {"??file.alias", "here\n/tmp\n", 0, {"File Alias: alias", "File Alias: path"}},  // the host's own ask, too
     };
     for (const auto& each : cases) {
-        write("in", each.answers);
-        const Ended ended = run({"cmd", each.command}, {examples});
-        EXPECT_EQ(ended.status, each.banner != nullptr ? 0 : 1) << each.command << ended.error;
-        EXPECT_TRUE(ended.says(each.banner != nullptr ? each.banner : "")) << each.command << ended.error;
-        for (const char* part : each.asked) EXPECT_TRUE(ended.says(part)) << part << each.command << ended.error;
+        const Ended ended = run({"cmd", each.command}, each.answers);
+        expect(ended, each.status, "", each.told);
         EXPECT_EQ(ended.says("mark, "), std::string(each.answers).find("true") != std::string::npos) << ended.error;
     }
-    const Ended asked = runText("import kz\ncommands = kz.Service('command')\n"
-                                "for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):\n"
-                                "    commands.select('enabled', line)\n"
-                                "    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')\n",
-                                {examples});
-    EXPECT_EQ(asked.out, "1 (1, 1, 1, 0) ('', '20', 'false', '*')\n1 (1, 1, 1, 1) ('', '20', 'true', '*')\n"
-                         "0 () ()\n1 (1, 1) ('', '')\n")
-        << asked.error;
+    expect(runText("import kz\ncommands = kz.Service('command')\n"
+                   "for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):\n"
+                   "    commands.select('enabled', line)\n"
+                   "    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')\n"),
+           0,
+           "1 (1, 1, 1, 0) ('', '20', 'false', '*')\n1 (1, 1, 1, 1) ('', '20', 'true', '*')\n"
+           "0 () ()\n1 (1, 1) ('', '')\n");
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 // Server files: how they are found, and what becomes of those that are broken.
-#include "kzhost_run.h"
+#include "tests/support/kzhost_run.h"
 
 namespace {
 
-class FilesTest : public ServerFilesTest {};
+class FilesTest : public KzHostTest {};
 
 TEST_F(FilesTest, OneBadFileNeverStopsTheOthers) {
     serve("a.py", "import kz, kzifc\nclass A(kzifc.Visitor): pass\nkz.bless(A, 'first')\n");
@@ -17,12 +17,9 @@ TEST_F(FilesTest, OneBadFileNeverStopsTheOthers) {
     serve("notes.txt", "raise SystemExit\n");
     const Ended ended = runText("import kz\nhost = kz.service.Host()\n"
                                 "print [host.IsServer('visitor', name) for name in ('first', 'last', 'old')]\n");
-    EXPECT_EQ(ended.status, 0);
-    EXPECT_EQ(ended.out, "[True, True, False]\n") << ended.error;
-    for (const char* part :
-         {"b.py: ", "ValueError: n", ".. " , "b.py: 2\n", "b.py: 3\n", "c.py: SystemExit: 3", "d.py: SyntaxError",
-          "e.py: ", "f.py: E", "g.py: "})
-        EXPECT_TRUE(ended.says(part)) << part << ended.error;
+    expect(ended, 0, "[True, True, False]\n",
+           {"b.py: ", "ValueError: n", ".. ", "b.py: 2\n", "b.py: 3\n", "c.py: SystemExit: 3", "d.py: SyntaxError",
+            "e.py: ", "f.py: E", "g.py: "});
     EXPECT_FALSE(ended.says("a.py") || ended.says("h.py")) << ended.error;
 }
 
@@ -32,9 +29,9 @@ TEST_F(FilesTest, FilesOfOneNameInTwoFoldersAreBothImported) {
     const std::string text = "import kz, kzifc\nclass A(kzifc.Visitor): pass\nkz.bless(A, NAME)\n";
     serve("same.py", "NAME = 'one'\n" + text);
     write("other/servers/same.py", "NAME = 'two'\n" + text);
-    const Ended ended = runText("import kzserv.servers\nprint sorted(n for n in dir(kzserv.servers) if n[0] != '_')\n",
-                                {path("other")});
-    EXPECT_EQ(ended.out, "['same', 'same_2']\n") << ended.error;
+    importPaths.push_back(path("other"));
+    expect(runText("import kzserv.servers\nprint sorted(n for n in dir(kzserv.servers) if n[0] != '_')\n"), 0,
+           "['same', 'same_2']\n");
 }
 
 // Objects that the host holds, and those that it makes from then on, are what the file says now.
@@ -51,24 +48,22 @@ TEST_F(FilesTest, AChangedFileIsTakenInWhenTheHostIsTold) {
     write("text", text);
     serve("a.py", text);
     const Ended ended = runText(
-        "import kz\nvalues = kz.service.Value()\nheld = values.CreateValue('word')\ntext = open('" + path("text") +
-        "').read()\ndef change(name, *pairs):\n    print '--'\n    changed = text\n"
+        "import kz\nvalues = kz.service.Value()\nheld = values.CreateValue('word')\ntext = open('FOLDER/text').read()\n"
+        "def change(name, *pairs):\n    print '--'\n    changed = text\n"
         "    for old, new in pairs: changed = changed.replace(old, new)\n"
-        "    open('" + path("servers/") + "' + name, 'w').write(changed)\n    kz.eval('server.reload')\n    show()\n"
-        "def show():\n    kz.eval('say')\n    print values.EncodeText(held, 0),\n"
-        "    print kz.object.UIValueHints(held).PopInternalName(0), kz.service.Host().ServerTag('command', 'say', 'word')\n"
-        "show()\n"
-        "change('a.py', (\"'one'\", \"'two'\"), (\"'!'\", \"'?'\"))\n"
+        "    open('FOLDER/servers/' + name, 'w').write(changed)\n    kz.eval('server.reload')\n    show()\n"
+        "def show():\n    kz.eval('say')\n    print values.EncodeText(held, 0), "
+        "kz.object.UIValueHints(held).PopInternalName(0), kz.service.Host().ServerTag('command', 'say', 'word')\n"
+        "show()\nchange('a.py', (\"'one'\", \"'two'\"), (\"'!'\", \"'?'\"))\n"
         "change('a.py', (\"'one'\", \"'three'; 1/0\"))\n"
         "change('a.py', (\"'one'\", \"'four'\"), ('StringConversion)', 'StringConversion, kzifc.Visitor)'))\n"
         "change('b.py', (\"'say'\", \"'say.new'\"), (\"'word', None\", \"'new', None\"))\n"
         "kz.eval('say.new')\nchange('a.py', (\"kz.bless(Say\", '#'))\n");
-    EXPECT_EQ(ended.out, "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\n"
-                         "four\ntwo? two four\n--\nfour\ntwo? two four\none\n--\nfour\none! one four\n")
-        << ended.error;
-    for (const char* part : {"a.py: ZeroDivisionError", "\"word\" stays as it was until the host ends: Text has other",
-                             "b.py: taken in", "\"say\" is not in it any more"})
-        EXPECT_TRUE(ended.says(part)) << part << ended.error;
+    expect(ended, 0,
+           "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\nfour\ntwo? two four\n--\nfour\n"
+           "two? two four\none\n--\nfour\none! one four\n",
+           {"a.py: ZeroDivisionError", "\"word\" stays as it was until the host ends: Text has other", "b.py: taken in",
+            "\"say\" is not in it any more"});
 }
 
 // Each server is spawned by a script; `out` is what the script prints, `error` a part of what the log gets.
@@ -84,8 +79,8 @@ const BadServer badServers[] = {
      "Spawning Python server failed: bad"},
     {"class A(kzifc.Visitor):\n    def __init__(self, needed): pass\n", "tell(spawn)", "RuntimeError\n",
      "Spawning Python server failed: bad"},
-    {"class A(kzifc.Visitor):\n    def __new__(cls): return None\n", "tell(lambda: kz.object.Visitor(spawn()).Evaluate())",
-     "RuntimeError\n", ""},
+    {"class A(kzifc.Visitor):\n    def __new__(cls): return None\n",
+     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "RuntimeError\n", ""},
     {"class A(kzifc.Visitor):\n    def __del__(self): raise ValueError('gone')\n", "spawn()\nprint 'on'", "on\n", ""},
     {"kept = []\nclass A(kzifc.Visitor):\n    def __del__(self): kept.append(self)\n"
      "    def vis_Evaluate(self): kz.out('seen')\n",
@@ -94,11 +89,13 @@ const BadServer badServers[] = {
     {"class A(kzifc.StringTag):\n    def stag_Get(self, kind): return ['a\\0b', u'caf\\xe9', u'abc', 7][kind]\n",
      "tag = kz.object.StringTag(spawn('stringtag'))\nfor kind in range(4): tell(lambda: kz.out(repr(tag.Get(kind))))",
      "'a'\nRuntimeError\n'abc'\nRuntimeError\n", ""},
-    {"class A(kzifc.StringTag):\n    def stag_Count(self): return 1 << 70\n    def stag_ByIndex(self, index): return 1, 2, 3\n",
-     "tag = kz.object.StringTag(spawn('stringtag'))\nprint tag.Count()\ntell(lambda: tag.ByIndex(0))", "0\nRuntimeError\n",
-     ""},
+    {"class A(kzifc.StringTag):\n    def stag_Count(self): return 1 << 70\n    def stag_ByIndex(self, index): return "
+     "1, 2, 3\n",
+     "tag = kz.object.StringTag(spawn('stringtag'))\nprint tag.Count()\ntell(lambda: tag.ByIndex(0))",
+     "0\nRuntimeError\n", ""},
     {"class A(kzifc.Visitor):\n    def vis_Evaluate(self): raise SystemExit(3)\n",
-     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "bad.py: 3\nRuntimeError\n", ""},
+     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())",
+     "sys.exit() exception\n .. FOLDER/servers/bad.py: 3\nRuntimeError\n", ""},
     {"class A(kzifc.Visitor):\n    def vis_Evaluate(self): return self.vis_Evaluate()\n",
      "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "RuntimeError\n", "maximum recursion depth exceeded"},
 };
@@ -106,15 +103,13 @@ const BadServer badServers[] = {
 TEST_F(FilesTest, BadServersFailWithACodeAndTheHostGoesOn) {
     for (const BadServer& each : badServers) {
         serve("bad.py", std::string("import kz, kzifc\n") + each.server + "kz.bless(A, 'bad')\n");
-        const Ended ended = runText(std::string("import kz\n"
-                                                "def spawn(kind='visitor'): return kz.service.Host().SpawnServer(kind, 'bad')\n"
-                                                "def tell(action):\n"
-                                                "    try: action()\n"
-                                                "    except Exception as error: print type(error).__name__\n") +
-                                    each.script + "\n");
-        EXPECT_EQ(ended.status, 0) << each.server << ended.error;
-        EXPECT_TRUE(ended.out.ends_with(each.out)) << ended.out << each.server << ended.error;
-        EXPECT_TRUE(ended.says(each.error)) << each.server << ended.error;
+        const Ended ended =
+            runText("import kz\ndef spawn(kind='visitor'): return kz.service.Host().SpawnServer(kind, 'bad')\n"
+                    "def tell(action):\n    try: action()\n"
+                    "    except Exception as error: print type(error).__name__\n" +
+                    std::string(each.script) + "\n");
+        SCOPED_TRACE(each.server);
+        expect(ended, 0, each.out, {each.error});
     }
 }
 

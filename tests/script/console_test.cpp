@@ -1,10 +1,8 @@
 // The console: when a statement is complete, what it answers, and what it keeps.
-#include "tests/support/plugin_host.h"
+#include "tests/support/host_test.h"
 
 #include "kz/module.h"
 #include "kz/result.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -13,16 +11,17 @@ struct Session {
     const char* heard;
 };
 
-void check(CTestSession& session, std::initializer_list<Session> table) {
-    for (const auto& [lines, heard] : table) EXPECT_EQ(session.run(lines), heard) << lines;
-}
+class console : public PluginTest {
+protected:
+    void check(std::initializer_list<Session> table) {
+        for (const auto& [lines, heard] : table) EXPECT_EQ(session.run(lines), heard) << lines;
+    }
+};
 
 }  // namespace
 
-TEST(console, runs_a_statement_as_soon_as_it_is_complete) {
-    CPluginHost host;
-    CTestSession session(host.load());
-    check(session, {
+TEST_F(console, runs_a_statement_as_soon_as_it_is_complete) {
+    check({
         {"1+1\nfor i in range(3):\n  print i\n\nx = 5\nx*2\n", "= 2\n0\n1\n2\n= 10\n"},
         {"if 0:\n  1\nelse:\n  print 'no'\n\n", "no\n"},
         {"try:\n  1/0\nexcept ZeroDivisionError:\n  print 'caught'\nfinally:\n  print 'done'\n\n", "caught\ndone\n"},
@@ -38,14 +37,13 @@ TEST(console, runs_a_statement_as_soon_as_it_is_complete) {
         // The line feeds that tell an unfinished statement from a wrong one stay in it: they are required, and a
         // statement that a backslash continues ends at the first of them.
         {"'''one\ntwo'''.count(chr(10))\n\n", "= 4\n"},
-        {"1 + \\\n2\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 2)\ncode 80000000\n"},
+        {"1 + \\\n2\n",
+         "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 2)\ncode 80000000\n"},
     });
 }
 
-TEST(console, answers_values_as_texts) {
-    CPluginHost host;
-    CTestSession session(host.load());
-    check(session, {
+TEST_F(console, answers_values_as_texts) {
+    check({
         {"None\n", ""},
         {"'a b'\n", "= a b\n"},
         {"u'\\xe9'\n", "= \xC3\xA9\n"},
@@ -58,41 +56,42 @@ TEST(console, answers_values_as_texts) {
         {"x = []\nx.append(x)\nx\n", "= [[...]]\n"},
         {"class Bad(object):\n  def __str__(self): raise ValueError('no text')\n\nBad()\n",
          "ERROR: Unhandled exception \"ValueError\"; no text\n .. <stdin>: 5\ncode 80000000\n"},
-        {"class Endless(object):\n  def __getitem__(self, i): raise KeyError('item')\n  def __len__(self): return 1\n\n"
-         "Endless()\n", "ERROR: Unhandled exception \"KeyError\"; 'item'\n .. <stdin>: 5\ncode 80000000\n"},
+        {"class Endless(object):\n  def __getitem__(self, i): raise KeyError('item')\n  def "
+         "__len__(self): return 1\n\n"
+         "Endless()\n",
+         "ERROR: Unhandled exception \"KeyError\"; 'item'\n .. <stdin>: 5\ncode 80000000\n"},
         {"'still here'\n", "= still here\n"},
     });
 }
 
-TEST(console, reports_what_a_line_raises_and_stays_ready) {
-    CPluginHost host;
-    CTestSession session(host.load());
-    check(session, {
+TEST_F(console, reports_what_a_line_raises_and_stays_ready) {
+    check({
         {"1/0\n",
          "ERROR: Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n .. <stdin>: 1\n"
          "code 80000000\n"},
         {"for\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\ncode 80000000\n"},
         {"  indented\n",
          "ERROR: Unhandled exception \"IndentationError\"; unexpected indent (<stdin>, line 1)\ncode 80000000\n"},
-        {"def f():\n  return 1\n 2\n\n",
-         "ERROR: Unhandled exception \"IndentationError\"; unindent does not match any outer indentation level (<stdin>, "
-         "line 6)\ncode 80000000\n"},
+        {"def f():\n  return 1\n 2\n\n", "ERROR: Unhandled exception \"IndentationError\"; unindent does not match "
+                                         "any outer indentation level (<stdin>, "
+                                         "line 6)\ncode 80000000\n"},
         {"import sys\nsys.exit(3)\n", "sys.exit() exception\n .. <stdin>: 1\ncode 80000000\n"},
-        {"raise KeyboardInterrupt\n", "ERROR: Unhandled exception \"KeyboardInterrupt\"\n .. <stdin>: 1\ncode 80000000\n"},
-        {"raise LookupError('gone')\n", "ERROR: Unhandled exception \"LookupError\"; gone\n .. <stdin>: 1\ncode 80000017\n"},
+        {"raise KeyboardInterrupt\n",
+         "ERROR: Unhandled exception \"KeyboardInterrupt\"\n .. <stdin>: 1\ncode 80000000\n"},
+        {"raise LookupError('gone')\n",
+         "ERROR: Unhandled exception \"LookupError\"; gone\n .. <stdin>: 1\ncode 80000017\n"},
         {"import kz\nkz.throw(0x80000003, 1)\n", "code 80000003\n"},
         {"kz.throw(0x80000003)\n",
          "ERROR: Unhandled exception \"TypeError\"; invalid argument\n .. <stdin>: 1\ncode 80000003\n"},
         {"kz.notimpl()\n", "code 80000001\n"},
         {"import sys; sys.stderr.write('told\\n'); print 'out',\n", "told\nout\n"},
-        {"kz.trace(True); kz.out('x'); kz.trace(False)\n", "trace: kz.trace - Enabled\nx\ntrace: kz.trace - Disabled\n"},
+        {"kz.trace(True); kz.out('x'); kz.trace(False)\n",
+         "trace: kz.trace - Enabled\nx\ntrace: kz.trace - Disabled\n"},
         {"1+1\n", "= 2\n"},
     });
 }
 
-TEST(console, prompts_and_forgets) {
-    CPluginHost host;
-    CTestSession session(host.load());
+TEST_F(console, prompts_and_forgets) {
     EXPECT_EQ(session.execute(""), KZe_SCRIPT_LINEISCOMMENT);
     EXPECT_EQ(session.prompt() + session.prompt(true), ">>> ... ");
     EXPECT_EQ(session.execute("if 1:"), KZe_OK);
@@ -108,10 +107,7 @@ TEST(console, prompts_and_forgets) {
     EXPECT_EQ(other.run("shared\n"), "= 1\n");
 }
 
-TEST(console, works_without_anyone_to_hear_it) {
-    CPluginHost host;
-    host.load();
-    CTestSession session(host);
+TEST_F(console, works_without_anyone_to_hear_it) {
     CKzUser_LineInterpreter bare;
     CKzLoc_Unknown object;
     bare.set(host.spawn(KZa_LINEINTERPRETER, object).raw());
@@ -125,9 +121,7 @@ TEST(console, works_without_anyone_to_hear_it) {
     EXPECT_EQ(session.run("2\n"), "= 2\n");
 }
 
-TEST(console, takes_long_pastes) {
-    CPluginHost host;
-    CTestSession session(host.load());
+TEST_F(console, takes_long_pastes) {
     std::string block = "total = 0\nif 1:\n";
     for (int line = 0; line < 1000; ++line) block += "  total += 1\n";
     EXPECT_EQ(session.run(block + "\ntotal\n"), "= 1000\n");

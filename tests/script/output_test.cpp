@@ -1,9 +1,7 @@
 // What scripts print, write and raise, as it comes to the log.
-#include "tests/support/plugin_host.h"
+#include "tests/support/host_test.h"
 
 #include "kz/result.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -12,26 +10,37 @@ struct Row {
     std::vector<std::string> lines;
 };
 
-void check(CPluginHost& host, const std::vector<Row>& table) {
-    for (const auto& [script, lines] : table) {
-        std::string expected = lines.empty() ? "" : "test.py\n";
-        for (const std::string& line : lines) expected += "  " + line + "\n";
-        EXPECT_EQ(host.output(script), expected) << script;
+class output : public PluginTest {
+protected:
+    void check(const std::vector<Row>& table) {
+        for (const auto& [script, lines] : table) {
+            std::string expected = lines.empty() ? "" : "test.py\n";
+            for (const std::string& line : lines) expected += "  " + line + "\n";
+            EXPECT_EQ(host.output(script), expected) << script;
+        }
     }
-}
+    // Scripts with the type and text of what they raise, and the lines of its frames.
+    void raises(const std::vector<std::tuple<const char*, std::string, std::string, std::vector<int>>>& table) {
+        for (const auto& [script, type, text, frames] : table) {
+            std::vector<std::string> lines = {"[80000000] Unhandled exception \"" + type + "\"" + text};
+            for (const int frame : frames) lines.push_back(" .. test.py: " + std::to_string(frame));
+            check({{script, lines}});
+        }
+    }
+};
 
 }  // namespace
 
-TEST(output, comes_line_by_line) {
-    CPluginHost host;
-    check(host.load(), {
+TEST_F(output, comes_line_by_line) {
+    check({
         {"print 1, 'a', None", {"1 a None"}},
         {"print 'a',\nprint 'b'\nprint", {"a b", ""}},
         {"print 'a',", {"a"}},
         {"import sys\nsys.stdout.write('a\\nb')\nsys.stdout.write('c\\n\\nd')", {"a", "bc", "", "d"}},
         {"import sys\nsys.stdout.writelines(['a', 'b\\n', u'c'])", {"ab", "c"}},
         {"import sys\nsys.stdout.write('a')\nsys.stdout.flush()\nsys.stdout.write('b')", {"a", "b"}},
-        {"import sys\nsys.stdout.write('out')\nsys.stderr.write('err\\n')\nprint 'more'", {"out", "[00000002] err", "more"}},
+        {"import sys\nsys.stdout.write('out')\nsys.stderr.write('err\\n')\nprint 'more'",
+         {"out", "[00000002] err", "more"}},
         {"import kz\nprint 'held',\nkz.out('between')\nprint 'after'", {"held", "between", "after"}},
         {"print u'\\xe9', '\\xc3\\xa9'", {"\xC3\xA9 \xC3\xA9"}},
         {"print u'\\u20ac'", {"\xE2\x82\xAC"}},
@@ -45,19 +54,24 @@ TEST(output, comes_line_by_line) {
         {"import sys\nprint >>sys.stderr, 'e'", {"[00000002] e"}},
         {"from __future__ import print_function\nprint('a', 'b', sep='-', end='')", {"a-b"}},
         {"import sys\nprint sys.stdout.encoding, sys.stdout.isatty(), sys.stdout.fileno(), sys.stderr.fileno(), "
-         "sys.stdout.softspace, sys.stdout.closed, sys.stdout.name", {"UTF-8 False 1 2 1 False <stdout>"}},
+         "sys.stdout.softspace, sys.stdout.closed, sys.stdout.name",
+         {"UTF-8 False 1 2 1 False <stdout>"}},
         {"import sys\nsys.stdout.close()\nprint 'open'", {"open"}},
         {"import sys\ntry: sys.stdout.write(5)\nexcept TypeError: print 'refused'", {"refused"}},
         {"import sys\ntry: sys.stdout.writelines(['x', 5])\nexcept TypeError: print 'refused'", {"xrefused"}},
         {"import sys\nsys.stdout.write(buffer('b'))\nsys.stdout.write(bytearray('c'))", {"bc"}},
-        {"import sys\nout = sys.stdout\nsys.stdout = None\ntry: print 'gone'\nexcept AttributeError: sys.stdout = out\nprint 'here'",
+        {"import sys\nout = sys.stdout\nsys.stdout = None\ntry: print 'gone'\nexcept AttributeError: sys.stdout "
+         "= out\nprint 'here'",
          {"here"}},
         {"import StringIO, sys\nold, sys.stdout = sys.stdout, StringIO.StringIO()\nprint 'kept'\n"
-         "text = sys.stdout.getvalue()\nsys.stdout = old\nprint repr(text)", {"'kept\\n'"}},
+         "text = sys.stdout.getvalue()\nsys.stdout = old\nprint repr(text)",
+         {"'kept\\n'"}},
         {"import logging\nlogging.warning('careful')", {"[00000002] WARNING:root:careful"}},
-        {"import threading\nt = threading.Thread(target=lambda: kz.out('from a thread'))\nimport kz\nt.start()\nt.join()",
+        {"import threading\nt = threading.Thread(target=lambda: kz.out('from a thread'))\nimport "
+         "kz\nt.start()\nt.join()",
          {"from a thread"}},
-        {"import subprocess, sys\np = subprocess.Popen(['true'], stdout=sys.stdout, stderr=sys.stderr)\nprint p.wait()",
+        {"import subprocess, sys\np = subprocess.Popen(['true'], stdout=sys.stdout, stderr=sys.stderr)\nprint "
+         "p.wait()",
          {"0"}},
         {"class D(object):\n  def __del__(self): print 'dying'\nd = D()\ndel d", {"dying"}},
         {"import kz\nkz.trace(True)\nkz.trace(False)",
@@ -66,39 +80,40 @@ TEST(output, comes_line_by_line) {
     });
 }
 
-TEST(output, shows_exceptions_with_their_frames) {
-    CPluginHost host;
-    check(host.load(), {
-        {"def a(): b()\ndef b(): c()\ndef c(): raise ValueError('deep')\na()",
-         {"[80000000] Unhandled exception \"ValueError\"; deep", " .. test.py: 3", " .. test.py: 2", " .. test.py: 1",
-          " .. test.py: 4"}},
-        {"class Old:\n  def __str__(self): return 'old'\nraise Old()", {"[80000000] Unhandled exception \"instance\"; old", " .. test.py: 3"}},
-        {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise Mute()",
-         {"[80000000] Unhandled exception \"Mute\"", " .. test.py: 3"}},
+TEST_F(output, shows_exceptions_with_their_frames) {
+    raises({
+        {"def a(): b()\ndef b(): c()\ndef c(): raise ValueError('deep')\na()", "ValueError", "; deep", {3, 2, 1, 4}},
+        {"class Old:\n  def __str__(self): return 'old'\nraise Old()", "instance", "; old", {3}},
+        {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise Mute()", "Mute", "", {3}},
         {"class Mute(object):\n  def __str__(self): raise ValueError('mute')\nimport kz\nkz.out(Mute())",
-         {"[80000000] Unhandled exception \"ValueError\"; mute", " .. test.py: 2", " .. test.py: 4"}},
-        {"raise ValueError", {"[80000000] Unhandled exception \"ValueError\"", " .. test.py: 1"}},
-        {"raise ValueError(u'\\xe9')", {"[80000000] Unhandled exception \"ValueError\"; \xC3\xA9", " .. test.py: 1"}},
-        {"raise ValueError('a\\0b')", {"[80000000] Unhandled exception \"ValueError\"; a\\x00b", " .. test.py: 1"}},
-        {"if 1:\n  x = = 2", {"[80000000] Unhandled exception \"SyntaxError\"; invalid syntax (test.py, line 2)"}},
-        {"if 1:\n x = 1\n   y = 2", {"[80000000] Unhandled exception \"IndentationError\"; unexpected indent (test.py, line 3)"}},
-        {"# coding: nonsense\n\xE9", {"[80000000] Unhandled exception \"SyntaxError\"; unknown encoding: nonsense (test.py, line 0)"}},
+         "ValueError",
+         "; mute",
+         {2, 4}},
+        {"raise ValueError", "ValueError", "", {1}},
+        {"raise ValueError(u'\\xe9')", "ValueError", "; \xC3\xA9", {1}},
+        {"raise ValueError('a\\0b')", "ValueError", "; a\\x00b", {1}},
+        {"if 1:\n  x = = 2", "SyntaxError", "; invalid syntax (test.py, line 2)", {}},
+        {"if 1:\n x = 1\n   y = 2", "IndentationError", "; unexpected indent (test.py, line 3)", {}},
+        {"# coding: nonsense\n\xE9", "SyntaxError", "; unknown encoding: nonsense (test.py, line 0)", {}},
         {"raise 'text'",
-         {"[80000000] Unhandled exception \"TypeError\"; exceptions must be old-style classes or derived from "
-          "BaseException, not str", " .. test.py: 1"}},
-        {"import sys\nsys.exit(3)", {}},
-        {"import kz\nkz.throw(0x80000001)", {"[80000000] Unhandled exception \"NotImplementedError\"; not implemented", " .. test.py: 2"}},
+         "TypeError",
+         "; exceptions must be old-style classes or derived from BaseException, not str",
+         {1}},
+        {"import kz\nkz.throw(0x80000001)", "NotImplementedError", "; not implemented", {2}},
+        {"import kz\nkz.throw()", "TypeError", "; function takes at least 1 argument (0 given)", {2}},
+        {"import kz\nkz.throw(0)", "SystemError", "; error return without exception set", {2}},
+    });
+    check({
         {"import kz\nkz.outEx()", {"[80000000] Unexpected or NULL exception"}},
+        {"import sys\nsys.exit(3)", {}},
         {"import kz\ntry: 1/0\nexcept ZeroDivisionError: kz.outEx('Heading')",
-         {"[00000002] Heading", "[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
+         {"[00000002] Heading",
+          "[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
           " .. test.py: 2"}},
         {"import kz, sys\ntry: sys.exit(1)\nexcept SystemExit: kz.outEx()", {"sys.exit() exception", " .. test.py: 2"}},
-        {"import kz\nkz.throw()",
-         {"[80000000] Unhandled exception \"TypeError\"; function takes at least 1 argument (0 given)", " .. test.py: 2"}},
-        {"import kz\nkz.throw(0)",
-         {"[80000000] Unhandled exception \"SystemError\"; error return without exception set", " .. test.py: 2"}},
     });
     const std::string deep = host.output("def f(): f()\nf()");
-    EXPECT_TRUE(deep.starts_with("test.py\n  [80000000] Unhandled exception \"RuntimeError\"; maximum recursion depth"));
+    EXPECT_TRUE(
+        deep.starts_with("test.py\n  [80000000] Unhandled exception \"RuntimeError\"; maximum recursion depth"));
     EXPECT_GT(std::count(deep.begin(), deep.end(), '\n'), 900);
 }

@@ -1,22 +1,21 @@
 // Script runs: what a script is given, how it ended, and that it leaves nothing behind.
-#include "tests/support/plugin_host.h"
+#include "tests/support/host_test.h"
 
 #include "kz/module.h"
 #include "kz/result.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 
-TEST(script_run, is_asked_by_the_word_python) {
-    CPluginHost host;
+using script_run = PluginTest;
+
+TEST_F(script_run, is_asked_by_the_word_python) {
     CKzLoc_Unknown object;
-    CKzUser_TextScriptInterpreter interpreter;
-    interpreter.set(host.load().spawn(KZa_TEXTSCRIPTINTERPRETER, object).raw());
+    const CKzUser_TextScriptInterpreter interpreter(host.spawn(KZa_TEXTSCRIPTINTERPRETER, object).raw());
     const std::pair<const char*, KzResult> table[] = {
-        {"#python", KZe_OK},     {"#!/usr/bin/python2.7", KZe_OK},  {"no python here", KZe_OK},
-        {"", KZe_SCRIPT_UNKNOWN}, {"#Python", KZe_SCRIPT_UNKNOWN}, {nullptr, KZe_SCRIPT_UNKNOWN}};
-    for (const auto& [header, code] : table) EXPECT_EQ(interpreter->ValidateHeader(header), code) << (header ? header : "-");
+        {"#python", KZe_OK},      {"#!/usr/bin/python2.7", KZe_OK}, {"no python here", KZe_OK},
+        {"", KZe_SCRIPT_UNKNOWN}, {"#Python", KZe_SCRIPT_UNKNOWN},  {nullptr, KZe_SCRIPT_UNKNOWN}};
+    for (const auto& [header, code] : table)
+        EXPECT_EQ(interpreter->ValidateHeader(header), code) << (header ? header : "-");
 
     const CKzUser_TagDescription tags(interpreter.raw());
     std::string all;
@@ -32,9 +31,7 @@ TEST(script_run, is_asked_by_the_word_python) {
     EXPECT_EQ(interpreter->Run(CHostRef<CScript>::make("quiet.py", "1/0").raw(), 0, nullptr, nullptr), KZe_FAILED);
 }
 
-TEST(script_run, splits_its_arguments) {
-    CPluginHost host;
-    host.load();
+TEST_F(script_run, splits_its_arguments) {
     const std::pair<const char*, const char*> table[] = {
         {"", "()"},
         {"   ", "()"},
@@ -54,9 +51,7 @@ TEST(script_run, splits_its_arguments) {
     EXPECT_EQ(host.output("import kz\nkz.out(repr(kz.arg()))", "  "), "test.py\n  '  '\n");
 }
 
-TEST(script_run, tells_how_it_ended) {
-    CPluginHost host;
-    host.load();
+TEST_F(script_run, tells_how_it_ended) {
     const struct {
         const char* script;
         KzResult code;
@@ -68,57 +63,59 @@ TEST(script_run, tells_how_it_ended) {
         {"raise SystemExit", KZe_OK, nullptr},
         {"import sys\nsys.exit(None)", KZe_OK, nullptr},
         {"import sys\nsys.exit('')", KZe_OK, nullptr},
-        {"import sys\nsys.exit(0)", KZe_OK, "exit_code OK"},
-        {"import sys\nsys.exit(1234)", 1234, "exit_code <unknown code>"},
-        {"import sys\nsys.exit('word')", KZe_OK, "exit_code OK"},
-        {"import sys\nsys.exit(-1)", 0xFFFFFFFFU, "exit_code <unknown code>"},
-        {"import sys\nsys.exit(99999999999999999999)", 0xFFFFFFFFU, "exit_code <unknown code>"},
-        {"import sys\nsys.exit('KZe_NOTFOUND:no mesh')", KZe_NOTFOUND, "exit_code_msg NOTFOUND|no mesh"},
-        {"import sys\nsys.exit('KZe_NOTFOUND:a:b')", KZe_NOTFOUND, "exit_code_msg NOTFOUND|a:b"},
-        {"import sys\nsys.exit(u'KZe_NOTFOUND:\\xe9')", KZe_NOTFOUND, "exit_code_msg NOTFOUND|\xC3\xA9"},
-        {"import sys\nsys.exit('KZe_NOSUCH:why')", KZe_FAILED, "exit_code_msg FAILED|why"},
-        {"import sys\nsys.exit('KZe_NOTFOUND:')", KZe_NOTFOUND, "exit_code NOTFOUND"},
-        {"import sys\nsys.exit('0x80000019')", KZe_DISABLED, "exit_code DISABLED"},
-        {"import sys\nsys.exit('0X80000019:off')", KZe_DISABLED, "exit_code_msg DISABLED|off"},
-        {"import sys\nsys.exit(':only words')", KZe_FAILED, "exit_msg only words"},
+        {"import sys\nsys.exit(0)", KZe_OK, "exit_code|OK"},
+        {"import sys\nsys.exit(1234)", 1234, "exit_code|<unknown code>"},
+        {"import sys\nsys.exit('word')", KZe_OK, "exit_code|OK"},
+        {"import sys\nsys.exit(-1)", 0xFFFFFFFFU, "exit_code|<unknown code>"},
+        {"import sys\nsys.exit(99999999999999999999)", 0xFFFFFFFFU, "exit_code|<unknown code>"},
+        {"import sys\nsys.exit('KZe_NOTFOUND:no mesh')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|no mesh"},
+        {"import sys\nsys.exit('KZe_NOTFOUND:a:b')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|a:b"},
+        {"import sys\nsys.exit(u'KZe_NOTFOUND:\\xe9')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|\xC3\xA9"},
+        {"import sys\nsys.exit('KZe_NOSUCH:why')", KZe_FAILED, "exit_code_msg|FAILED|why"},
+        {"import sys\nsys.exit('KZe_NOTFOUND:')", KZe_NOTFOUND, "exit_code|NOTFOUND"},
+        {"import sys\nsys.exit('0x80000019')", KZe_DISABLED, "exit_code|DISABLED"},
+        {"import sys\nsys.exit('0X80000019:off')", KZe_DISABLED, "exit_code_msg|DISABLED|off"},
+        {"import sys\nsys.exit(':only words')", KZe_FAILED, "exit_msg|only words"},
         {"import sys\nsys.exit(':')", KZe_FAILED, nullptr},
-        {"import sys\nsys.exit((1, 2))", KZe_OK, "exit_code OK"},
-        {"raise ValueError('bad')", KZe_FAILED, "script_err Unhandled exception \"ValueError\" @ test.py: line 1; bad"},
+        {"import sys\nsys.exit((1, 2))", KZe_OK, "exit_code|OK"},
+        {"raise ValueError('bad')", KZe_FAILED,
+         "script_err|Unhandled exception \"ValueError\" @ test.py: line 1; bad"},
         {"def f():\n  g()\ndef g():\n  raise KeyError\nf()", KZe_FAILED,
-         "script_err Unhandled exception \"KeyError\" @ test.py: line 4 / test.py: line 2 / test.py: line 5; "},
+         "script_err|Unhandled exception \"KeyError\" @ test.py: line 4 / test.py: line 2 / test.py: line "
+         "5; "},
         {"class Old: pass\nraise Old()", KZe_FAILED, nullptr},
-        {"x = (", KZe_FAILED, "script_err Unhandled exception \"SyntaxError\"; unexpected EOF while parsing (test.py, line 1)"},
-        {"import kz\nkz.throw(0x80000017)", KZe_FAILED, "script_err Unhandled exception \"LookupError\" @ test.py: line 2; not found"},
+        {"x = (", KZe_FAILED,
+         "script_err|Unhandled exception \"SyntaxError\"; unexpected EOF while parsing (test.py, line 1)"},
+        {"import kz\nkz.throw(0x80000017)", KZe_FAILED,
+         "script_err|Unhandled exception \"LookupError\" @ test.py: line 2; not found"},
         {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise Mute()", KZe_FAILED, nullptr},
-        {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise SystemExit(Mute())", KZe_FAILED, nullptr},
-        {"# -*- coding: latin-1 -*-\nimport sys\nsys.exit(int(u'\xE9' != u'\\xe9'))", KZe_OK, "exit_code OK"},
-        {"#coding: nonsense\n", KZe_FAILED, "script_err Unhandled exception \"SyntaxError\"; unknown encoding: nonsense (test.py, line 0)"},
+        {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise SystemExit(Mute())", KZe_FAILED,
+         nullptr},
+        {"# -*- coding: latin-1 -*-\nimport sys\nsys.exit(int(u'\xE9' != u'\\xe9'))", KZe_OK, "exit_code|OK"},
+        {"#coding: nonsense\n", KZe_FAILED,
+         "script_err|Unhandled exception \"SyntaxError\"; unknown encoding: nonsense (test.py, line 0)"},
         {"def f(): f()\ntry: f()\nexcept RuntimeError: pass\nelse: 1/0", KZe_OK, nullptr},
-        {"import sys\nsys.exit(2)   \n\n  # trailing words (\n\t\n", 2, "exit_code WARNING"},
+        {"import sys\nsys.exit(2)   \n\n  # trailing words (\n\t\n", 2, "exit_code|WARNING"},
         {"x = 1\n# a (\n\n#b", KZe_OK, nullptr},
     };
     for (const auto& row : table) {
         const auto message = CHostRef<CMessage>::make();
         CKzLoc_Unknown object;
         const CKzUser_TextScriptInterpreter interpreter(host.spawn(KZa_TEXTSCRIPTINTERPRETER, object).raw());
-        const KzResult code = interpreter->Run(CHostRef<CScript>::make("test.py", row.script).raw(), 0, "", message.raw());
-        EXPECT_EQ(code, row.code) << row.script;
-        const char* texts[4] = {nullptr, nullptr, nullptr, nullptr};
-        message->msg_Key(&texts[0]);
-        message->msg_Argument(1, &texts[1]);
-        message->msg_Argument(2, &texts[2]);
+        const auto script = CHostRef<CScript>::make("test.py", row.script);
+        EXPECT_EQ(interpreter->Run(script.raw(), 0, "", message.raw()), row.code) << row.script;
         if (row.message == nullptr) continue;
-        std::string told = texts[0] != nullptr ? texts[0] : "";
-        if (texts[1] != nullptr) told += std::string(" ") + texts[1];
-        if (texts[2] != nullptr && *texts[2] != '\0') told += std::string("|") + texts[2];
+        const char* texts[] = {"", "", ""};
+        message->msg_Key(&texts[0]);
+        for (std::uint32_t index : {1, 2}) message->msg_Argument(index, &texts[index]);
+        std::string told;
+        for (const char* text : texts) told += (told.empty() || *text == '\0' ? "" : "|") + std::string(text);
         EXPECT_EQ(told, row.message) << row.script;
         EXPECT_EQ(message->msg_Code(), KZe_OK);
     }
 }
 
-TEST(script_run, starts_afresh_and_leaves_nothing_behind) {
-    CPluginHost host;
-    host.load();
+TEST_F(script_run, starts_afresh_and_leaves_nothing_behind) {
     const std::pair<const char*, KzResult> runs[] = {
         {"leftover = 1\nimport kz\ndel kz", 0},
         {"assert 'leftover' not in globals()\nkz.out('there')", 0},
@@ -134,41 +131,37 @@ TEST(script_run, starts_afresh_and_leaves_nothing_behind) {
     EXPECT_EQ(host.run("").code, 0U);
 }
 
-TEST(script_run, keeps_what_belongs_to_the_outer_script) {
-    CPluginHost host;
-    CTestFolder folder;
-    host.load();
+TEST_F(script_run, keeps_what_belongs_to_the_outer_script) {
+    const CTestFolder folder;
     const std::string inner = folder.write(
         "inner.py", "#python\nimport kz, sys\nkz.setOption('queryAnglesAs', 'degrees')\nkz.out('in', kz.args())\n"
                     "if kz.args() == ('2',): sys.exit(7)\n1/0\n");
-    const std::string outer =
-        "import kz, kz.service\nrun = kz.service.ScriptSys().Run\nprint 'unfinished',\n"
-        "try: run('" + inner + "', 0, '1 \"2 3\"', None)\nexcept RuntimeError as e: kz.out('out', e)\n"
-        "run('" + inner + "', 0, '2', None)\n"
-        "kz.out(kz.lastResult(), kz.arg(), kz.option('queryAnglesAs'))";
-    EXPECT_EQ(host.output(outer, "own arguments"),
-              "test.py\n  unfinished\n  " + inner + "\n    in ('1', '2 3')\n"
-              "    [80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n     .. " +
-              inner + ": 6\n  out bad result: FAILED\n  " + inner + "\n    in ('2',)\n  7 own arguments radians\n");
+    const std::string outer = "import kz, kz.service\nrun = kz.service.ScriptSys().Run\nprint 'unfinished',\n"
+                              "try: run('" +
+                              inner +
+                              "', 0, '1 \"2 3\"', None)\nexcept RuntimeError as e: kz.out('out', e)\n"
+                              "run('" +
+                              inner +
+                              "', 0, '2', None)\n"
+                              "kz.out(kz.lastResult(), kz.arg(), kz.option('queryAnglesAs'))";
+    EXPECT_EQ(
+        host.output(outer, "own arguments"),
+        "test.py\n  unfinished\n  " + inner +
+            "\n    in ('1', '2 3')\n"
+            "    [80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n     .. " +
+            inner + ": 6\n  out bad result: FAILED\n  " + inner + "\n    in ('2',)\n  7 own arguments radians\n");
 }
 
-TEST(script_run, trims_nothing_but_idle_lines_at_the_end) {
-    CPluginHost host;
-    host.load();
+TEST_F(script_run, trims_nothing_but_idle_lines_at_the_end) {
     const std::pair<const char*, const char*> table[] = {
-        {"print 1\n\n  \n# c\n   # d", "1"},
-        {"print len('''\n# kept\n\n''')", "9"},
-        {"print 1 # c", "1"},
-        {"\n\n\nprint 1\n\f\v\r\n", "1"},
-        {"if 1:\n  print 1\n  # c\n# d\n", "1"},
+        {"print 1\n\n  \n# c\n   # d", "1"}, {"print len('''\n# kept\n\n''')", "9"},  {"print 1 # c", "1"},
+        {"\n\n\nprint 1\n\f\v\r\n", "1"},    {"if 1:\n  print 1\n  # c\n# d\n", "1"},
     };
     for (const auto& [script, printed] : table)
         EXPECT_EQ(host.output(script), std::string("test.py\n  ") + printed + "\n") << script;
 }
 
-TEST(script_run, reports_when_it_cannot_be_read_or_reached) {
-    CPluginHost host;
-    host.load();
+TEST_F(script_run, reports_when_it_cannot_be_read_or_reached) {
     for (const char* operation : {"Log.SubSystemLookup", "Log.CreateEntry"}) {
         host.host.failOperation(operation, KZe_NOACCESS);
         EXPECT_EQ(host.run("import kz\nkz.out(1)\nprint 2\n1/0").code, KZe_FAILED) << operation;
@@ -177,13 +170,15 @@ TEST(script_run, reports_when_it_cannot_be_read_or_reached) {
     EXPECT_EQ(host.output("print 1"), "test.py\n  1\n");
 }
 
-TEST(script_run, keeps_nothing_however_often_it_runs) {
-    CPluginHost host;
-    CTestSession session(host.load());
+TEST_F(script_run, keeps_nothing_however_often_it_runs) {
     // The interpreter's debug build counts every reference; the others count what the collector knows.
     session.run("import gc, sys\ncount = getattr(sys, 'gettotalrefcount', lambda: len(gc.get_objects()))\n");
-    const char* scripts[] = {"import kz\nkz.out(kz.args())\nprint 1,", "1/0", "x = (", "import sys\nsys.exit('KZe_NOTFOUND:x')",
-                             "class C:\n  def f(self): pass\nC().f()", "import kz\ntry: 1/0\nexcept: kz.outEx(); kz.excResult()"};
+    const char* scripts[] = {"import kz\nkz.out(kz.args())\nprint 1,",
+                             "1/0",
+                             "x = (",
+                             "import sys\nsys.exit('KZe_NOTFOUND:x')",
+                             "class C:\n  def f(self): pass\nC().f()",
+                             "import kz\ntry: 1/0\nexcept: kz.outEx(); kz.excResult()"};
     const auto count = [&] {
         for (int round = 0; round < 20; ++round)
             for (const char* script : scripts) host.run(script, "a 'b'");

@@ -1,4 +1,6 @@
 // Objects with several interfaces: spawning, queries, reference counts and what hangs on them.
+#include "tests/support/threads.h"
+
 #include "kz/base/global_cache.h"
 #include "kz/base/polymorph.h"
 
@@ -8,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
 
 namespace {
 
@@ -126,18 +127,13 @@ TEST(instance, may_be_shared_between_threads) {
     CThings things;
     CKzLoc_Unknown held;
     *held.out() = things.spawn();
-    std::vector<std::jthread> threads;
-    for (int index = 0; index < 4; ++index)
-        threads.emplace_back([&] {
-            for (int round = 0; round < 2000; ++round) {
-                const CKzUser_NeedContext context(held.raw());
-                CKzLoc_Unknown own;
-                *own.out() = things.spawn(&KZu_NEEDCONTEXT);
-                const CKzUser_TagDescription tags(own.raw());
-                EXPECT_TRUE(context && tags);
-            }
-        });
-    threads.clear();
+    onThreads(4, 2000, [&](int) {
+        const CKzUser_NeedContext context(held.raw());
+        CKzLoc_Unknown own;
+        *own.out() = things.spawn(&KZu_NEEDCONTEXT);
+        const CKzUser_TagDescription tags(own.raw());
+        EXPECT_TRUE(context && tags);
+    });
     EXPECT_EQ(kzLiveInstanceCount(), 1U);
     held.clear();
     EXPECT_EQ(theLiving, 0);

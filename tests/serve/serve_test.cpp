@@ -1,9 +1,8 @@
 // Blessed classes as servers: scripts can do and see most of it, and do so in the script beside this file.
 #include "serving_fixture.h"
+#include "tests/support/threads.h"
 
 #include "kz/action.h"
-
-#include <thread>
 
 namespace {
 
@@ -45,17 +44,11 @@ TEST_F(ServingTest, EightDeepAndOnEightThreads) {
     const auto made = command("    def cmd_ArgFlags(self, index):\n"
                               "        if not index: return 0\n"
                               "        return kz.object.Command(self).ArgFlags(index - 1) + 1");
-    std::vector<std::thread> threads;
-    for (int index = 0; index < 8; ++index) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 100; ++round) {
-                std::uint32_t flags = 0;
-                EXPECT_EQ(made->ArgFlags(8, &flags), KZe_OK);
-                EXPECT_EQ(flags, 8U);
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    onThreads(8, 100, [&](int) {
+        std::uint32_t flags = 0;
+        EXPECT_EQ(made->ArgFlags(8, &flags), KZe_OK);
+        EXPECT_EQ(flags, 8U);
+    });
     std::uint32_t flags = 0;
     EXPECT_EQ(made->ArgFlags(100000, &flags), KZe_FAILED);  // Python's own limit ends it
 }
@@ -65,17 +58,11 @@ TEST_F(ServingTest, ReleasedOnAnyThread) {
         "class Dying(Command):\n"
         "    def __del__(self): gone.append(1)\n"
         "kz.bless(Dying, 'dying')\n");
-    std::vector<std::thread> threads;
-    for (int index = 0; index < 8; ++index) {
-        threads.emplace_back([this] {
-            for (int round = 0; round < 50; ++round) {
-                CKzLoc_Unknown made;
-                made.take(spawn("dying"));
-                EXPECT_TRUE(made);
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    onThreads(8, 50, [this](int) {
+        CKzLoc_Unknown made;
+        made.take(spawn("dying"));
+        EXPECT_TRUE(made);
+    });
     EXPECT_EQ(value("len(gone)"), "400");
 }
 

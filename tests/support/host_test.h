@@ -1,4 +1,4 @@
-// A host without modules for one test, which must leave nothing alive.
+// Hosts for one test, without modules or with the plug-in, which must leave nothing alive.
 #pragma once
 
 #include "tests/support/plugin_host.h"
@@ -24,6 +24,13 @@ protected:
 
 private:
     std::unique_ptr<CPluginHost> m_host = std::make_unique<CPluginHost>();
+};
+
+// The plug-in in a host, and a console, for one test.
+class PluginTest : public testing::Test {
+protected:
+    CPluginHost host;
+    CTestSession session{host.load()};
 };
 
 // What an operation writes into a caller's buffer.

@@ -1,0 +1,86 @@
+// Runs kzhost as its users do, in a folder of the test's own, from which it takes server files.
+#pragma once
+
+#include "kz_paths.h"
+#include "tests/support/folder.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+struct Ended {
+    int status = -1;
+    std::string out;
+    std::string error;
+
+    bool says(const std::string& text) const { return error.find(text) != std::string::npos; }
+};
+
+class KzHostTest : public testing::Test {
+protected:
+    static constexpr const char* program = KZ_BUILD_DIR "/bin/kzhost";
+
+    KzHostTest() {
+        std::filesystem::create_directory(path("servers"));
+        setenv("XDG_CONFIG_HOME", path("config").c_str(), 1);
+    }
+
+    std::string path(const std::string& name = {}) const { return m_folder.path() + "/" + name; }
+    // In texts, "FOLDER/" stands for the test's folder.
+    std::string inFolder(std::string text) const {
+        for (std::size_t at = 0; (at = text.find("FOLDER/")) != std::string::npos;) text.replace(at, 7, path());
+        return text;
+    }
+    std::string write(const std::string& name, const std::string& text) const {
+        return m_folder.write(name, inFolder(text));
+    }
+    // A file that the host finds by itself.
+    std::string serve(const std::string& name, const std::string& text) const { return write("servers/" + name, text); }
+    std::string contents(const std::string& name) const {
+        std::ifstream stream(path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    // Starts the program with its output in the files "out" and "err" and a text as its input.
+    pid_t start(const std::vector<std::string>& words, const std::string& input = {}) const {
+        std::vector<std::string> all = {program};
+        for (const std::string& each : importPaths) all.insert(all.end(), {"--import-path", each});
+        all.insert(all.end(), words.begin(), words.end());
+        std::vector<char*> arguments;
+        for (std::string& word : all) arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        write("in", input);
+        const pid_t child = fork();
+        if (child != 0) return child;
+        freopen(path("in").c_str(), "r", stdin);
+        freopen(path("out").c_str(), "w", stdout);
+        freopen(path("err").c_str(), "w", stderr);
+        execv(program, arguments.data());
+        _exit(127);
+    }
+    Ended finish(pid_t child) const {
+        int status = 0;
+        waitpid(child, &status, 0);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status), contents("out"), contents("err")};
+    }
+    Ended run(const std::vector<std::string>& words, const std::string& input = {}) const {
+        return finish(start(words, input));
+    }
+    Ended runText(const std::string& text) const { return run({"run", write("script.py", text)}); }
+
+    // How a run is to have ended: its status, all of its output, and parts of what it said besides.
+    void expect(const Ended& ended, int status, const std::string& out,
+                const std::vector<std::string>& says = {}) const {
+        EXPECT_EQ(ended.status, status) << ended.error;
+        EXPECT_EQ(ended.out, inFolder(out)) << ended.error;
+        for (const std::string& part : says) EXPECT_TRUE(ended.says(part)) << part << " in " << ended.error;
+    }
+
+private:
+    CTestFolder m_folder;
+
+protected:
+    std::vector<std::string> importPaths = {m_folder.path()};
+};
