@@ -16,6 +16,8 @@ struct Values : CKzImpl_ValueArray {
     KzResult va_GetInt(uint32_t index, int32_t* value) override {
         if (index == 1) throw KzResult{KZe_OUTOFBOUNDS};
         if (index == 2) throw std::runtime_error("anything");
+        if (index == 3) throw std::bad_alloc();
+        if (index == 4) throw 5;
         *value = 42;
         return KZe_OK;
     }
@@ -41,8 +43,8 @@ TEST(Generated, CallsReachTheObjectAndNothingIsThrownBack) {
     EXPECT_EQ(user.Count(), 3U);
     EXPECT_EQ(user.GetInt(0, &value), KZe_OK);
     EXPECT_EQ(value, 42);
-    EXPECT_EQ(user.GetInt(1, &value), KZe_OUTOFBOUNDS);
-    EXPECT_EQ(user.GetInt(2, &value), KZe_FAILED);
+    const KzResult thrown[] = {KZe_OK, KZe_OUTOFBOUNDS, KZe_FAILED, KZe_OUTOFMEMORY, KZe_FAILED};
+    for (std::uint32_t index : {1, 2, 3, 4}) EXPECT_EQ(user.GetInt(index, &value), thrown[index]) << index;
     EXPECT_EQ(user.AddInt(1), KZe_NOTIMPL) << "the default of an operation that the class leaves out";
     values.fails = true;
     EXPECT_EQ(user.Count(), 0U) << "a plain value is zero, not the thrown code";

@@ -1,7 +1,7 @@
 // Python with the kz module's own functions and types, on the scripted host.
 #include "python_fixture.h"
 
-#include "module/error_report.h"
+#include "tests/support/python_text.h"
 
 namespace {
 
@@ -12,11 +12,6 @@ long references() {
 #else
     return 0;
 #endif
-}
-
-std::string takeException() {
-    const KzException exception = KzException::fetch();
-    return kzExceptionName(exception.type, exception.value) + ": " + kzStringOf(exception.value);
 }
 
 // The value of the expression or, after the statements, of `r`.

@@ -2,6 +2,7 @@
 #include "serving_fixture.h"
 
 #include "serve/adapters.h"
+#include "tests/support/python_text.h"
 #include "wrap/wrapper.h"
 
 extern "C" IKzUnknown* _IKzModule_Create();
@@ -18,11 +19,6 @@ Command = Others['Command']
 kz.bless(type('Warm', (Command,), {}), 'warm')
 count = 0
 )";
-
-std::string takeException() {
-    const KzException exception = KzException::fetch();
-    return kzExceptionName(exception.type, exception.value) + ": " + kzStringOf(exception.value);
-}
 
 }  // namespace
 
@@ -63,14 +59,12 @@ void ServingTest::unload() {
 
 std::string ServingTest::run(const std::string& source) const {
     const CPyLock lock;
-    const CPyRefNull done(PyRun_String(source.c_str(), Py_file_input, m_names, m_names));
-    return done.get() != nullptr ? "" : takeException();
+    return runPython(source, m_names);
 }
 
 std::string ServingTest::value(const std::string& expression) const {
     const CPyLock lock;
-    const CPyRefNull found(PyRun_String(expression.c_str(), Py_eval_input, m_names, m_names));
-    return found.get() != nullptr ? kzStringOf(found) : takeException();
+    return valueInPython(expression, m_names);
 }
 
 void ServingTest::name(const char* name, IKzUnknown* object) const {

@@ -1,6 +1,6 @@
 // kz.getQWidget: with the real PySide2 on widgets that Qt itself made, and without any PySide2.
-#include "module/error_report.h"
 #include "module/output.h"
+#include "tests/support/python_text.h"
 #include "wrap/widget_bridge.h"
 
 #include "kz_paths.h"
@@ -26,13 +26,6 @@ public:
 };
 
 PyMethodDef functions[] = {{"getQWidget", kzGetQWidgetFunction, METH_VARARGS, nullptr}, {nullptr, nullptr, 0, nullptr}};
-
-// The pending exception as "Type: text", which is then no longer pending; empty when there is none.
-std::string takeException() {
-    if (PyErr_Occurred() == nullptr) return {};
-    const KzException exception = KzException::fetch();
-    return kzExceptionName(exception.type, exception.value) + ": " + kzStringOf(exception.value);
-}
 
 // Objects that Qt made and Python knows nothing of, by the library's own constructors. The longest of them is shorter
 // than the room that it is given.
@@ -70,17 +63,8 @@ protected:
         Py_Finalize();
     }
 
-    // The exception that the statements end with; empty when they end well.
-    std::string run(const char* source) {
-        const CPyRefNull done(PyRun_String(source, Py_file_input, names, names));
-        return takeException();
-    }
-    // The value of an expression, or its exception.
-    std::string value(const char* source) {
-        const CPyRefNull result(PyRun_String(source, Py_eval_input, names, names));
-        const std::string exception = takeException();
-        return exception.empty() ? kzStringOf(result) : exception;
-    }
+    std::string run(const std::string& source) { return runPython(source, names); }
+    std::string value(const std::string& source) { return valueInPython(source, names); }
 
     TraceLines traced;
     PyObject* names;
@@ -100,7 +84,7 @@ protected:
         if (!std::filesystem::exists(folder + "/PySide2/QtWidgets.so")) GTEST_SKIP() << "there is no PySide2";
         for (const char* needed : {"libGL.so.1", "libgthread-2.0.so.0", "libfontconfig.so.1", "libXext.so.6"})
             if (dlopen(needed, RTLD_LAZY) == nullptr) GTEST_SKIP() << "PySide2 needs " << needed;
-        ASSERT_EQ(run(("sys.path.insert(0, '" + folder + "')").c_str()), "");
+        ASSERT_EQ(run("sys.path.insert(0, '" + folder + "')"), "");
     }
     void makeNativeOnes() { ASSERT_EQ(run(makeNative), ""); }
 };
@@ -108,25 +92,22 @@ protected:
 }  // namespace
 
 TEST_F(Widgets, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
-    struct {
-        const char* prepare;
-        bool tracing;
-    } const cases[] = {
+    const std::pair<const char*, bool> cases[] = {
         {"", true},
         {"", false},
         {"sys.modules['shiboken2'] = type(sys)('shiboken2')", true},  // a module without a library
         {"sys.modules['shiboken2'].__file__ = '/nowhere/shiboken2.so'", true},
         {"import _ctypes; sys.modules['shiboken2'] = _ctypes", true},  // a library, but another one
     };
-    for (const auto& one : cases) {
-        ASSERT_EQ(run(one.prepare), "");
-        kzSetTracing(one.tracing);
+    for (const auto& [prepare, tracing] : cases) {
+        ASSERT_EQ(run(prepare), "");
+        kzSetTracing(tracing);
         traced.lines.clear();
         kzImportWidgets();
-        EXPECT_EQ(takeException(), "RuntimeError: could not import PySide2.QtCore") << one.prepare;
-        EXPECT_EQ(value("kz.getQWidget(16), kz.getQWidget(0)"), "(None, None)") << one.prepare;
+        EXPECT_EQ(takeException(), "RuntimeError: could not import PySide2.QtCore") << prepare;
+        EXPECT_EQ(value("kz.getQWidget(16), kz.getQWidget(0)"), "(None, None)") << prepare;
         const std::string line = "pyside2_import: could not import PySide2.QtCore at 1";
-        EXPECT_EQ(traced.lines, std::vector<std::string>(one.tracing ? 2 : 0, line)) << one.prepare;
+        EXPECT_EQ(traced.lines, std::vector<std::string>(tracing ? 2 : 0, line)) << prepare;
     }
 }
 
@@ -177,14 +158,11 @@ unmake('_ZN11QPushButtonD1Ev', address)
 
 TEST_F(WidgetsOfPySide2, ArgumentsThatAreNoWidget) {
     makeNativeOnes();
-    ASSERT_EQ(run("address = make('_ZN6QTimerC1EP7QObject')\n"
-                  "blank = ctypes.create_string_buffer(64)\n"),
+    ASSERT_EQ(run("address = make('_ZN6QTimerC1EP7QObject')\nblank = ctypes.create_string_buffer(64)\n"
+                  "found = 'ValueError: getQWidget() found no widget at '\n"),
               "");
     const std::string needs = "TypeError: getQWidget() needs the address of a widget as an integer, not ";
-    struct {
-        const char* call;
-        std::string expected;
-    } const cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {"kz.getQWidget()", needs + "nothing"},
         {"kz.getQWidget('1')", needs + "str"},
         {"kz.getQWidget(1.0)", needs + "float"},
@@ -194,12 +172,10 @@ TEST_F(WidgetsOfPySide2, ArgumentsThatAreNoWidget) {
         {"kz.getQWidget(-8)", "ValueError: getQWidget() found no widget at 0xfffffffffffffff8"},
         {"kz.getQWidget(4096)", "ValueError: getQWidget() found no widget at 0x1000"},
         {"kz.getQWidget(12345)", "ValueError: getQWidget() found no widget at 0x3039"},
-        {"kz.getQWidget(id(sys))", value("'ValueError: getQWidget() found no widget at 0x%x' % id(sys)")},
-        {"kz.getQWidget(ctypes.addressof(blank))",
-         value("'ValueError: getQWidget() found no widget at 0x%x' % ctypes.addressof(blank)")},
-        // An object of Qt's, but no widget.
-        {"kz.getQWidget(address)", value("'ValueError: getQWidget() found no widget at 0x%x' % address")},
+        {"kz.getQWidget(id(sys))", value("found + '0x%x' % id(sys)")},
+        {"kz.getQWidget(ctypes.addressof(blank))", value("found + '0x%x' % ctypes.addressof(blank)")},
+        {"kz.getQWidget(address)", value("found + '0x%x' % address")},  // an object of Qt's, but no widget
     };
-    for (const auto& one : cases) EXPECT_EQ(value(one.call), one.expected) << one.call;
+    for (const auto& [call, expected] : cases) EXPECT_EQ(value(call), expected) << call;
     EXPECT_EQ(run("unmake('_ZN6QTimerD1Ev', address)"), "");
 }

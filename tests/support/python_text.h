@@ -1,0 +1,25 @@
+// Python in the process of the test: what its statements raise and its expressions are worth, as texts.
+#pragma once
+
+#include "module/error_report.h"
+
+#include <string>
+
+// The pending exception as "Type: text", which is then no longer pending; empty when there is none.
+inline std::string takeException() {
+    if (PyErr_Occurred() == nullptr) return {};
+    const KzException exception = KzException::fetch();
+    return kzExceptionName(exception.type, exception.value) + ": " + kzStringOf(exception.value);
+}
+
+// What the statements end with; empty when they end well.
+inline std::string runPython(const std::string& source, PyObject* names) {
+    const CPyRefNull done(PyRun_String(source.c_str(), Py_file_input, names, names));
+    return takeException();
+}
+
+// The value of the expression, as str(), or its exception.
+inline std::string valueInPython(const std::string& source, PyObject* names) {
+    const CPyRefNull value(PyRun_String(source.c_str(), Py_eval_input, names, names));
+    return value.get() != nullptr ? kzStringOf(value) : takeException();
+}
