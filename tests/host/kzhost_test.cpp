@@ -34,7 +34,7 @@ TEST_F(KzHostTest, OutputAndErrorsGoTheirWays) {
 
 TEST_F(KzHostTest, BadInputIsNamed) {
     importPaths.clear();
-    const std::string zero = write("zero.py", std::string("a\0", 2));
+    const std::string zero = write("zero.py", std::string("a\nb\0", 4));
     const std::string none = write("none.txt", "text");
     const std::string good = write("good.py", "");
     write("broken/site.py", "'Python does not start with a site module that cannot add folders'\n");
@@ -43,7 +43,8 @@ TEST_F(KzHostTest, BadInputIsNamed) {
         {{"fly"}, 2, "there is no command \"fly\"; there are: run"},
         {{"run"}, 2, "SCRIPT"},
         {{"run", path("missing.py")}, 2, "missing.py: there is no such file"},
-        {{"run", zero}, 2, "zero.py: this is not a text: line 1 holds a zero byte"},
+        {{"run", zero}, 2, "zero.py: this is not a text: line 2 holds a zero byte"},
+        {{"run", path()}, 2, "folder"},
         {{"run", none}, 2, "none.txt: no interpreter takes this script"},
         {{"run", good, "a \"b"}, 2, "argument 1 (a \"b)"},
         {{"--plugin", "/no/such.so", "run", good}, 3, "/no/such.so"},
@@ -99,8 +100,8 @@ TEST_F(KzHostTest, APastedScriptRunsAsAtThePromptOfPython) {
     std::string script, expected;
     for (int at = 0; at < 150; ++at) {
         const std::string number = std::to_string(at);
-        script += "def f" + number + "(a,\n    b=" + number + "):\n    \"\"\"It's\n\n    \"long\".\"\"\"\n    return a + b\n\nf" +
-                  number + "(1)\n";
+        script += "def f" + number + "(a,\n    b=" + number +
+                  "):\n    \"\"\"It's\n\n    \"long\".\"\"\"\n    return a + b\n\nf" + number + "(1)\n";
         expected += std::to_string(at + 1) + "\n";
     }
     const Ended ended = run({"console"}, script);

@@ -31,20 +31,6 @@ TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
     }
 }
 
-TEST(ScriptFileTest, WhatIsNoScriptIsRefusedByName) {
-    const CTestFolder folder;
-    const std::pair<std::string, const char*> cases[] = {
-        {folder.write("zero.py", std::string("a\nb\0", 4)), "line 2 holds a zero byte"},
-        {folder.path("missing.py"), "no such file"},
-        {folder.path(), "folder"},
-    };
-    for (const auto& [path, expected] : cases) {
-        std::string problem;
-        EXPECT_FALSE(kzReadScript(path, problem));
-        EXPECT_NE(problem.find(expected), std::string::npos) << problem;
-    }
-}
-
 TEST(ScriptFileTest, ArgumentsAreJoinedOrRefused) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{}, ""},           {{"a", "b c", "d"}, "a \"b c\" d"},
@@ -65,10 +51,7 @@ TEST(ScriptFileTest, ArgumentsAreJoinedOrRefused) {
 
 class ScriptTest : public HostTest {
 protected:
-    ScriptTest() {
-        std::string why;
-        EXPECT_TRUE(host().load(KZ_BUILD_DIR "/plugins/kzPython2.so", why)) << why;
-    }
+    ScriptTest() { load(); }
     ScriptEnd run(const std::string& path) {
         std::string problem;
         return host().run(kzReadScript(path, problem), 7, "args");

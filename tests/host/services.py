@@ -174,6 +174,15 @@ def check_log_entries_arrive_with_their_children_in_order():
     fails('NOTFOUND', (top.Parent,))
 
 
+def check_a_full_log_drops_the_oldest():
+    log.SetMaxEntries(3)
+    full = log.SubSystemLookup('full')
+    for text in 'abcde':
+        full.AddEntry(log.CreateEntry(1, text))
+    log.SetMaxEntries(1000)
+    equal((logged('full'), full.DroppedCount()), ([('c', []), ('d', []), ('e', [])], 2))
+
+
 class Chatter(kzifc.LogListener):
     """Writes to the log itself."""
     heard = []

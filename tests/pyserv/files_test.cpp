@@ -75,8 +75,6 @@ struct BadServer {
 };
 
 const BadServer badServers[] = {
-    {"class A(kzifc.Visitor):\n    def __init__(self): raise ValueError('no')\n", "tell(spawn)", "RuntimeError\n",
-     "Spawning Python server failed: bad"},
     {"class A(kzifc.Visitor):\n    def __init__(self, needed): pass\n", "tell(spawn)", "RuntimeError\n",
      "Spawning Python server failed: bad"},
     {"class A(kzifc.Visitor):\n    def __new__(cls): return None\n",
@@ -86,18 +84,6 @@ const BadServer badServers[] = {
      "    def vis_Evaluate(self): kz.out('seen')\n",
      "spawn()\nfrom kzserv.servers import bad\nkz.object.Visitor(bad.kept[0]).Evaluate()\ndel bad.kept[:]\nprint 'on'",
      "seen\non\n", ""},
-    {"class A(kzifc.StringTag):\n    def stag_Get(self, kind): return ['a\\0b', u'caf\\xe9', u'abc', 7][kind]\n",
-     "tag = kz.object.StringTag(spawn('stringtag'))\nfor kind in range(4): tell(lambda: kz.out(repr(tag.Get(kind))))",
-     "'a'\nRuntimeError\n'abc'\nRuntimeError\n", ""},
-    {"class A(kzifc.StringTag):\n    def stag_Count(self): return 1 << 70\n    def stag_ByIndex(self, index): return "
-     "1, 2, 3\n",
-     "tag = kz.object.StringTag(spawn('stringtag'))\nprint tag.Count()\ntell(lambda: tag.ByIndex(0))",
-     "0\nRuntimeError\n", ""},
-    {"class A(kzifc.Visitor):\n    def vis_Evaluate(self): raise SystemExit(3)\n",
-     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())",
-     "sys.exit() exception\n .. FOLDER/servers/bad.py: 3\nRuntimeError\n", ""},
-    {"class A(kzifc.Visitor):\n    def vis_Evaluate(self): return self.vis_Evaluate()\n",
-     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "RuntimeError\n", "maximum recursion depth exceeded"},
 };
 
 TEST_F(FilesTest, BadServersFailWithACodeAndTheHostGoesOn) {

@@ -4,6 +4,7 @@ import gc
 import sys
 import threading
 import weakref
+from types import ClassType
 
 import kz
 import kzifc
@@ -39,6 +40,14 @@ def outcome(statement, names):
         exec statement in names
     except BaseException as error:
         return '%s: %s' % (type(error).__name__, error)
+
+
+def derived(*bases, **names):
+    return type('Derived', bases, names)
+
+
+def throw(error):
+    raise error
 
 
 def spawn(name, type='command'):
@@ -88,29 +97,13 @@ REFUSED = [
 
 
 def check_blessing_refuses_what_it_cannot_serve():
-    class Good(Command):
-        pass
+    def Meta(servers):
+        return derived(object, _sub_ifcs=servers)()
 
-    class Bad(object):
-        pass
-
-    class Meta(object):
-        def __init__(self, servers):
-            self._sub_ifcs = servers
-
-    class Endless(object):
-        _sub_ifcs = property(lambda self: [(Good, Endless())])
-
-    class Shrinking(object):
-        def __len__(self):
-            return 5
-
-        def __getitem__(self, index):
-            raise KeyboardInterrupt
-
-    Deep = Command
-    for depth in range(1200):
-        Deep = type('Deep', (Deep,), {})
+    Shrinking = derived(object, __len__=lambda self: 5, __getitem__=lambda self, index: throw(KeyboardInterrupt))
+    Good, Bad = derived(Command), derived(object)
+    Endless = derived(object, _sub_ifcs=property(lambda self: [(Good, Endless())]))
+    Deep = reduce(lambda base, depth: derived(base), range(1200), Command)
     names = dict(globals(), **locals())
     before = HOST.ServerCount('command')
     told()
@@ -121,23 +114,9 @@ def check_blessing_refuses_what_it_cannot_serve():
 
 
 def check_the_bases_are_walked_depth_first():
-    class Marked(Attributes):
-        pass
-
+    Marked = derived(Attributes)
     kz.bless(Marked, ':ActionListener')
-
-    class Plain(object):
-        pass
-
-    class Old:
-        pass
-
-    class Middle(Plain, Command, Old):
-        pass
-
-    class Both(Middle, Marked):
-        pass
-
+    Both = derived(derived(derived(object), Command, ClassType('Old', (), {})), Marked)
     made = spawn(bless(Both))
     equal([wrapper().set(made) for wrapper in (kz.object.Command, kz.object.ActionListener, kz.object.Attributes)],
           [True, True, False])  # a marked base ends its branch
@@ -149,7 +128,7 @@ def check_servers_are_listed_in_the_order_of_blessing():
     service.select('servers', '')
     before = len(service.queryN())
     for name, base in (('listed', Command), ('listed', Listener), ('listed.a', Command)):
-        kz.bless(type('Listed', (base,), {}), name)
+        kz.bless(derived(base), name)
     service.select('servers', '')
     equal(service.queryN()[before:], ('listed', 'listed', 'listed.a'))
     equal(map(HOST.IsServer, ('command', 'actionlistener', 'command'), ('listed', 'listed', 'listed.a')), [True] * 3)
@@ -157,32 +136,23 @@ def check_servers_are_listed_in_the_order_of_blessing():
 
 def check_only_the_first_thread_blesses():
     caught = []
-    thread = threading.Thread(target=lambda: caught.append(
-        outcome("kz.bless(Threaded, 'threaded')", {'kz': kz, 'Threaded': type('Threaded', (Command,), {})})))
+    thread = threading.Thread(target=lambda: caught.append(outcome("kz.bless(derived(Command), 'x')", globals())))
     thread.start()
     thread.join()
     equal(caught, [FAILED])
 
 
-class Textless(object):
-    def __str__(self):
-        raise MemoryError
-
-
 def check_tags_are_handed_out():
-    class Tagged(Command):
-        pass
-
     class Growing(object):
         def __str__(self):
             for index in range(100):
                 tags[index] = index
             return 'growing'
 
-    tags = {'a': 1, 'name': None}
+    tags, Tagged = {'a': 1, 'name': None}, derived(Command)
     kz.bless(Tagged, 'tagged', tags)
     kz.bless(Tagged, 'tagged.none')
-    kz.bless(Tagged, 'tagged.bad', {Textless(): 1})
+    kz.bless(Tagged, 'tagged.bad', {derived(object, __str__=lambda self: throw(MemoryError))(): 1})
     tag = HOST.ServerTag
     equal([tag('command', 'tagged', each) for each in ('a', 'name')], ['1', 'None'])
     tags['later'] = Growing()  # the dictionary is kept as it is, not copied
@@ -282,14 +252,7 @@ def check_objects_go_in_wrapped_and_come_back_as_interfaces():
 
 
 def check_values_are_zero_unless_returned():
-    class Hostile(object):
-        def __int__(self):
-            raise SystemExit
-
-    class Nested(object):
-        def __int__(self):
-            return 4L
-
+    Hostile, Nested = derived(object, __int__=lambda self: sys.exit()), derived(object, __int__=lambda self: 4L)
     for body, expected, lines in (('return 9', 9, 0), ('raise ValueError', 0, 0), ("return 'x'", 0, 1),
                                   ('return None', 0, 1), ('kz.throw(1)', 0, 0), ('return Hostile()', 0, 1),
                                   ('return Nested()', 4, 0)):
@@ -300,19 +263,10 @@ def check_values_are_zero_unless_returned():
 
 
 def check_an_exception_under_way_is_kept():
-    class Noisy(Command):
-        def cmd_ArgClear(self, index):
-            raise IndexError
-
-    class Caller(object):
-        def __init__(self):
-            self.command = kz.object.Command(Noisy())
-
-        def __del__(self):
-            code_of(self.command.ArgClear, 1)
+    noisy = command('def cmd_ArgClear(self, index): raise IndexError')
 
     def work():
-        caller = Caller()
+        caller = derived(object, __del__=lambda self: code_of(noisy.ArgClear, 1))()
         raise KeyError('mine')
 
     equal(outcome('work()', {'work': work}), "KeyError: 'mine'")
@@ -321,11 +275,7 @@ def check_an_exception_under_way_is_kept():
 def check_each_spawn_makes_an_instance_of_its_own():
     made = []
 
-    class Two(Command):
-        def __init__(self):
-            made.append(weakref.ref(self))
-
-    name = bless(Two)
+    name = bless(derived(Command, __init__=lambda self: made.append(weakref.ref(self))))
     first, second = spawn(name), spawn(name)
     equal(made[0]() is made[1](), False)
     kept = made[1]()
@@ -336,16 +286,10 @@ def check_each_spawn_makes_an_instance_of_its_own():
 
 
 def check_the_meta_object_goes_to_the_constructor():
-    class WithMeta(Command):
-        def __init__(self, meta):
-            meta.seen = type(self).__name__
-
-    class Meta(object):
-        pass
-
-    meta = Meta()
+    WithMeta = derived(Command, __init__=lambda self, meta: meta.append(type(self)))
+    meta = derived(list)()
     spawn(bless(WithMeta, None, meta))
-    equal(meta.seen, 'WithMeta')
+    equal(list(meta), [WithMeta])
     told()
     without = bless(WithMeta, {}, None)
     fails('FAILED', (spawn, without))  # the constructor wants an argument
@@ -354,11 +298,7 @@ def check_the_meta_object_goes_to_the_constructor():
 
 
 def check_a_raising_constructor_fails_the_spawn():
-    class Raising(Command):
-        def __init__(self):
-            raise error
-
-    name = bless(Raising)
+    name = bless(derived(Command, __init__=lambda self: throw(error)))
     for error in (NotImplementedError(), LookupError('x'), SystemExit(3), KeyboardInterrupt(), MemoryError()):
         told()
         fails('FAILED', (spawn, name))
@@ -373,13 +313,7 @@ def check_sub_servers_answer_for_what_the_class_lacks():
             if meta.fail:
                 raise ValueError('no sub')
 
-    class Outer(Command):
-        def __init__(self, meta):
-            pass
-
-    class Meta(object):
-        fail = False
-
+    Outer, Meta = derived(Command, __init__=lambda self, meta: None), derived(object, fail=False)
     sub, meta = Meta(), Meta()
     meta._sub_ifcs = ((Outer, meta), [Sub, sub])  # one that names itself does no harm
     outer = spawn(bless(Outer, None, meta))
@@ -397,11 +331,7 @@ def check_sub_servers_answer_for_what_the_class_lacks():
 
 
 def check_any_instance_can_be_passed_and_found_again():
-    class Passed(Command):
-        def cmd_ArgClear(self, index):
-            self.cleared = index
-
-    passed = Passed()
+    passed = derived(Command, cmd_ArgClear=lambda self, index: setattr(self, 'cleared', index))()
     wrapper = kz.object.Unknown(passed)
     kz.object.Command(wrapper).ArgClear(5)
     equal((kz.extract(wrapper) is passed, passed.cleared), (True, 5))
@@ -409,12 +339,9 @@ def check_any_instance_can_be_passed_and_found_again():
 
 
 def check_generated_base_classes_answer_for_what_is_left_out():
-    class Derived(kzifc.Command, kzifc.Attributes):
-        def cmd_ArgFlags(self, index):
-            return index + 1
-
     told()
-    made = kz.object.Command(spawn(bless(Derived)))
+    served = derived(kzifc.Command, kzifc.Attributes, cmd_ArgFlags=lambda self, index: index + 1)
+    made = kz.object.Command(spawn(bless(served)))
     equal(made.ArgFlags(6), 7)
     fails('NOTIMPL', (made.Flags,))
     equal((kz.object.Attributes(made).Count(), told()), (0, []))

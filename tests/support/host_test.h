@@ -15,6 +15,7 @@ class HostTest : public testing::Test {
 protected:
     void TearDown() override { m_host.reset(); }
     CKzHost& host() { return m_host->host; }
+    void load() { m_host->load(); }
     // What was taken from the host before lives on.
     void restart() {
         m_host->nothingAlive.isExpected = false;
