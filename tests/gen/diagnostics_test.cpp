@@ -28,9 +28,8 @@ std::string expectedText(const std::string& errors) {
 }
 
 void expectErrors(const std::vector<Faulty>& table) {
-    for (const Faulty& faulty : table) {
+    for (const Faulty& faulty : table)
         EXPECT_EQ(Described(faulty.input).errors(), expectedText(faulty.errors)) << faulty.input;
-    }
 }
 
 std::string adapter(const std::string& methods) { return interfaceOf(methods, ", adapter(\"pre\")"); }

@@ -16,9 +16,7 @@ struct Seen {
 
 std::string join(const std::vector<Seen>& table) {
     std::string methods;
-    for (const Seen& row : table) {
-        methods += "  " + row.declaration + "\n";
-    }
+    for (const Seen& row : table) methods += "  " + row.declaration + "\n";
     return methods;
 }
 
@@ -77,9 +75,8 @@ TEST(PythonView, ConstantsAsLiterals) {
                               "const u_G = uuid(\"FB552E5F-746E-4d74-885C-40A931B82B84\");\nconst iH = 7L;");
     ASSERT_EQ(described.errors(), "");
     std::string literals;
-    for (const Constant& constant : described.model.headers[0].constants) {
+    for (const Constant& constant : described.model.headers[0].constants)
         literals += constant.name + " " + pythonLiteral(constant.value) + "\n";
-    }
     EXPECT_EQ(literals, R"(sA 'it\'s "so"\n'
 iB -5
 fC 0x80000000
@@ -96,9 +93,8 @@ TEST(Summary, IsTheBlockAboveAndTheCommentBehind) {
                                           "              // going on.\n  void B();\n\n  // Of nobody.\n\n  void C();\n"
                                           "  void D(int a,\n         int b);   // After the last line.\n"));
     std::string summaries;
-    for (const Method& method : described.model.headers[0].interfaces[0].methods) {
+    for (const Method& method : described.model.headers[0].interfaces[0].methods)
         summaries += method.name + ": " + method.summary + "\n";
-    }
     EXPECT_EQ(summaries, "A: Above, in two lines. Behind, going on.\nB: \nC: \nD: After the last line.\n");
     EXPECT_EQ(described.model.headers[0].summary, "A header.");
 }

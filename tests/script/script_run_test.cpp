@@ -78,8 +78,7 @@ TEST_F(script_run, tells_how_it_ended) {
         {"import sys\nsys.exit(':only words')", KZe_FAILED, "exit_msg|only words"},
         {"import sys\nsys.exit(':')", KZe_FAILED, nullptr},
         {"import sys\nsys.exit((1, 2))", KZe_OK, "exit_code|OK"},
-        {"raise ValueError('bad')", KZe_FAILED,
-         "script_err|Unhandled exception \"ValueError\" @ test.py: line 1; bad"},
+        {"raise ValueError('bad')", KZe_FAILED, "script_err|Unhandled exception \"ValueError\" @ test.py: line 1; bad"},
         {"def f():\n  g()\ndef g():\n  raise KeyError\nf()", KZe_FAILED,
          "script_err|Unhandled exception \"KeyError\" @ test.py: line 4 / test.py: line 2 / test.py: line "
          "5; "},

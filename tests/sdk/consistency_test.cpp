@@ -22,19 +22,20 @@ std::string stem(const std::string& name) {
     return name.substr(0, name.find('_', family));
 }
 
-std::vector<Group> groups(std::string_view family) {
+std::vector<Group> groups(const std::vector<std::string_view>& families) {
     std::vector<Group> all;
-    for (const Header& header : described().headers) {
-        const Constant* last = nullptr;
-        for (const Constant& constant : header.constants) {
-            if (familyOf(constant.name) != family) continue;
-            const bool follows =
-                last != nullptr && constant.at.line == last->at.line + 1 && stem(constant.name) == stem(last->name);
-            if (!follows) all.emplace_back();
-            all.back().push_back(&constant);
-            last = &constant;
+    for (const std::string_view family : families)
+        for (const Header& header : described().headers) {
+            const Constant* last = nullptr;
+            for (const Constant& constant : header.constants) {
+                if (familyOf(constant.name) != family) continue;
+                const bool follows =
+                    last != nullptr && constant.at.line == last->at.line + 1 && stem(constant.name) == stem(last->name);
+                if (!follows) all.emplace_back();
+                all.back().push_back(&constant);
+                last = &constant;
+            }
         }
-    }
     return all;
 }
 
@@ -50,25 +51,21 @@ std::string place(const Constant& constant) { return toString(constant.at) + " "
 }  // namespace
 
 TEST(Consistency, FlagsThatStandTogetherAreDistinctBits) {
-    for (const std::string_view family : {"f", "f_"}) {
-        for (const Group& group : groups(family)) {
-            int64_t used = 0;
-            for (const Constant* flag : group) {
-                EXPECT_EQ(used & integer(*flag), 0) << place(*flag);
-                used |= integer(*flag);
-            }
+    for (const Group& group : groups({"f", "f_"})) {
+        int64_t used = 0;
+        for (const Constant* flag : group) {
+            EXPECT_EQ(used & integer(*flag), 0) << place(*flag);
+            used |= integer(*flag);
         }
     }
 }
 
 TEST(Consistency, ValuesThatStandTogetherDiffer) {
-    for (const std::string_view family : {"i", "i_", "s", "s_", "v", "a"}) {
-        for (const Group& group : groups(family)) {
-            std::map<std::string, const Constant*> seen;
-            for (const Constant* each : group) {
-                const auto [first, isNew] = seen.emplace(textOf(*each), each);
-                EXPECT_TRUE(isNew) << place(*each) << " is " << place(*first->second);
-            }
+    for (const Group& group : groups({"i", "i_", "s", "s_", "v", "a"})) {
+        std::map<std::string, const Constant*> seen;
+        for (const Constant* each : group) {
+            const auto [first, isNew] = seen.emplace(textOf(*each), each);
+            EXPECT_TRUE(isNew) << place(*each) << " is " << place(*first->second);
         }
     }
 }
@@ -76,21 +73,15 @@ TEST(Consistency, ValuesThatStandTogetherDiffer) {
 // It covers no bit that is not a flag, unless it picks a field out of the values of an enumeration.
 TEST(Consistency, AMaskCoversWhatIsThere) {
     std::map<std::string, int64_t> bits;
-    for (const std::string_view family : {"f", "f_", "i"}) {
-        for (const Group& group : groups(family)) {
-            for (const Constant* each : group) bits[stem(each->name)] |= integer(*each);
+    for (const Group& group : groups({"f", "f_", "i"}))
+        for (const Constant* each : group) bits[stem(each->name)] |= integer(*each);
+    for (const Group& group : groups({"m", "m_"}))
+        for (const Constant* mask : group) {
+            const std::string name = stem(mask->name).substr(1);
+            const bool coversFlags = (integer(*mask) & ~bits["f" + name]) == 0;
+            EXPECT_NE(integer(*mask), 0) << place(*mask);
+            EXPECT_TRUE(coversFlags || (integer(*mask) & bits["i" + name]) != 0) << place(*mask);
         }
-    }
-    for (const std::string_view family : {"m", "m_"}) {
-        for (const Group& group : groups(family)) {
-            for (const Constant* mask : group) {
-                const std::string name = stem(mask->name).substr(1);
-                const bool coversFlags = (integer(*mask) & ~bits["f" + name]) == 0;
-                EXPECT_NE(integer(*mask), 0) << place(*mask);
-                EXPECT_TRUE(coversFlags || (integer(*mask) & bits["i" + name]) != 0) << place(*mask);
-            }
-        }
-    }
 }
 
 // One name, one kind: a script's author learns it once. Only an index that may be -1 has a sign.
@@ -104,33 +95,26 @@ TEST(Consistency, ParametersOfOneNameAreOfOneKind) {
         {"name", {Kind::String, Kind::Text}},
         {"title", {Kind::String, Kind::Text}},
     };
-    for (const Header& header : described().headers) {
-        for (const Interface& each : header.interfaces) {
-            for (const Method& method : each.methods) {
-                for (const Parameter& parameter : method.parameters) {
-                    const auto found = kinds.find(parameter.name);
-                    if (found == kinds.end()) continue;
-                    const bool counts = parameter.name == "index" && method.name.ends_with("ByIndex");
-                    EXPECT_TRUE(found->second.contains(parameter.type.kind) &&
-                                (!counts || parameter.type.kind == Kind::Uint))
-                        << toString(parameter.at) << " " << each.name << "." << method.name << " " << parameter.name;
-                }
+    for (const Interface* each : describedInterfaces())
+        for (const Method& method : each->methods)
+            for (const Parameter& parameter : method.parameters) {
+                const auto found = kinds.find(parameter.name);
+                if (found == kinds.end()) continue;
+                const bool counts = parameter.name == "index" && method.name.ends_with("ByIndex");
+                const Kind kind = parameter.type.kind;
+                EXPECT_TRUE(found->second.contains(kind) && (!counts || kind == Kind::Uint))
+                    << toString(parameter.at) << " " << each->name << "." << method.name << " " << parameter.name;
             }
-        }
-    }
 }
 
 TEST(Consistency, AServerTypeNameIsOneLowerCaseWord) {
     std::map<std::string, std::string> owners;
-    for (const Header& header : described().headers) {
-        for (const Interface& each : header.interfaces) {
-            if (!each.server) continue;
-            EXPECT_TRUE(std::all_of(each.server->begin(), each.server->end(), [](unsigned char c) {
-                return std::islower(c) != 0 || std::isdigit(c) != 0;
-            })) << *each.server;
-            const auto [first, isNew] = owners.emplace(*each.server, each.name);
-            EXPECT_TRUE(isNew) << *each.server << " serves " << first->second << " and " << each.name;
-        }
+    for (const Interface* each : describedInterfaces()) {
+        if (!each->server) continue;
+        EXPECT_EQ(each->server->find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789"), std::string::npos)
+            << *each->server;
+        const auto [first, isNew] = owners.emplace(*each->server, each->name);
+        EXPECT_TRUE(isNew) << *each->server << " serves " << first->second << " and " << each->name;
     }
 }
 

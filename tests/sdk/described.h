@@ -20,14 +20,19 @@ inline const Model& described() {
     return model;
 }
 
+// All interfaces and services, in the order of the headers.
+inline std::vector<const Interface*> describedInterfaces() {
+    std::vector<const Interface*> all;
+    for (const Header& header : described().headers)
+        for (const Interface& each : header.interfaces) all.push_back(&each);
+    return all;
+}
+
 // The interface or service with that name; an empty one, and a failure, when there is none.
 inline const Interface& describedInterface(std::string_view name, bool service = false) {
     static const Interface none;
-    for (const Header& header : described().headers) {
-        for (const Interface& each : header.interfaces) {
-            if (each.name == name && each.service == service) return each;
-        }
-    }
+    for (const Interface* each : describedInterfaces())
+        if (each->name == name && each->service == service) return *each;
     ADD_FAILURE() << "no " << (service ? "service " : "interface ") << name;
     return none;
 }

@@ -16,12 +16,10 @@ namespace {
 // The value of a name in kz.symbol, as Python writes it, or of a result code with either of its names.
 std::string valueOf(const std::string& name) {
     for (const Header& header : described().headers) {
-        for (const Constant& constant : header.constants) {
+        for (const Constant& constant : header.constants)
             if (constant.name == name) return pythonLiteral(constant.value);
-        }
-        for (const Code& code : header.codes) {
+        for (const Code& code : header.codes)
             if (code.name == name || code.symbol() == name) return fmt::format("0x{:08X}", code.value);
-        }
         for (const Interface& each : header.interfaces) {
             if ("u_" + each.symbol == name) return pythonLiteral(each.guid.text);
             if (each.server && "a_" + each.symbol == name) return pythonLiteral(*each.server);
@@ -117,9 +115,8 @@ TEST(FixedMethods, StandInTheirOrder) {
 TEST(FixedMethods, ReadTheSameInTheirDocumentation) {
     for (const Signature& signature : signatures) {
         std::vector<std::string> texts;
-        for (const Method& method : describedInterface(signature.interface, signature.service).methods) {
+        for (const Method& method : describedInterface(signature.interface, signature.service).methods)
             texts.push_back(docString(described(), method));
-        }
         EXPECT_NE(std::find(texts.begin(), texts.end(), signature.text), texts.end())
             << signature.interface << ": " << signature.text;
     }
