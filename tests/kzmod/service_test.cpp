@@ -2,6 +2,7 @@
 #include "python_fixture.h"
 
 #include "module/runtime.h"
+#include "tests/support/python_text.h"
 
 namespace {
 
@@ -108,11 +109,7 @@ TEST_F(Monitor, ReleasingAllLeavesThemEmpty) {
     const CPyRef names(PyDict_New(), CPyRef::owned);
     PyDict_SetItemString(names, "__builtins__", PyEval_GetBuiltins());
     PyDict_SetItemString(names, "kz", PyImport_AddModule("kz"));
-    const auto run = [&](const char* source) {
-        const CPyRefNull result(PyRun_String(source, Py_file_input, names, names));
-        EXPECT_NE(result.get(), nullptr) << source;
-        PyErr_Clear();
-    };
+    const auto run = [&](const char* source) { EXPECT_EQ(runPython(source, names), "") << source; };
     MainInterpreter& interpreter = PythonRuntime::running();
     run("ms = [kz.Monitor(2) for i in range(3)]");
     EXPECT_EQ(interpreter.monitors.size(), 3U);

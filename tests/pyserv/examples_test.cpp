@@ -187,25 +187,20 @@ TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
                      "    def mop_Evaluate(self, mesh, elements, mode):\n"
                      "        kz.object.Mesh(mesh).Clear()\n        raise ValueError('half-way')\n"
                      "kz.bless(Half, 'half')\n");
-    const Ended ended =
+    expect(
         runText("import kz\nscenes = kz.service.Scene()\n"
                 "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
                 "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
                 "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
                 "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
                 "tell('mesh.operate half')\ntell('mesh.operate none')\n"
-                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n");
-    const char* expected[] = {"there is no scene",
-                              "has no mesh item",
-                              "mesh.operate: the operation failed",
-                              "there is no mesh operation \"none\"",
-                              "there is no mesh item \"b\"",
-                              "(1.0, 2.0, 3.0)"};
-    std::size_t at = 0;
-    for (const char* each : expected) {
-        at = ended.out.find(each, at);
-        EXPECT_NE(at, std::string::npos) << each << ended.out << ended.error;
-    }
+                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n"),
+        0,
+        "command failed: mesh.operate: there is no scene, and so no mesh (80000017)\n"
+        "command failed: mesh.operate: the current scene has no mesh item (80000017)\n"
+        "command failed: mesh.operate: the operation failed (80000000)\n"
+        "command failed: mesh.operate: argument \"operation\": there is no mesh operation \"none\" (80000017)\n"
+        "command failed: mesh.operate: argument \"item\": there is no mesh item \"b\" (80000017)\n(1.0, 2.0, 3.0)\n");
 }
 
 // What the host asks on standard error, and what its answers come to.

@@ -60,14 +60,9 @@ LoopbackWord loopbackCall(IKzUnknown* object, LoopbackMethod erased, const Loopb
 template <class Interface, class Returned, class... Arguments>
 LoopbackRow loopbackRow(const char* interfaceName, const char* name, const char* signature, const char* lengths,
                         Returned (Interface::*method)(Arguments...)) {
-    const auto ofBase = static_cast<Returned (IKzUnknown::*)(Arguments...)>(method);
-    return {interfaceName,
-            name,
-            signature,
-            lengths,
-            std::bit_cast<LoopbackMethod>(ofBase),
-            loopbackCall<Returned, Arguments...>,
-            !std::is_void_v<Returned>};
+    const auto erased = std::bit_cast<LoopbackMethod>(static_cast<Returned (IKzUnknown::*)(Arguments...)>(method));
+    constexpr bool returns = !std::is_void_v<Returned>;
+    return {interfaceName, name, signature, lengths, erased, loopbackCall<Returned, Arguments...>, returns};
 }
 
 const std::vector<LoopbackRow>& loopbackRows();
