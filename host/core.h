@@ -6,6 +6,7 @@
 #include "host/calls.h"
 #include "host/command_system.h"
 #include "host/file_table.h"
+#include "host/job_threads.h"
 #include "host/listeners.h"
 #include "host/log_store.h"
 #include "host/message.h"
@@ -53,6 +54,7 @@ public:
     CMonitorBoard monitors;
     CDialogBoard dialogs;
     CScriptState scripts;
+    CJobThreads jobThreads;
     std::vector<CHostRef<CScene>> scenes;  // the open ones; the current one is the last
     std::vector<std::string> importPaths;
     std::mutex importPathLock;

@@ -29,7 +29,10 @@ KzResult CKzHost::adopt(const std::string& name, IKzUnknown* module) {
     return m_core->modules.adopt(name, name, module, m_application.raw());
 }
 
-void CKzHost::unload() { m_core->modules.clear(); }
+void CKzHost::unload() {
+    m_core->jobThreads.finish();  // jobs are made of what modules have
+    m_core->modules.clear();
+}
 
 ScriptEnd CKzHost::run(const CHostRef<CScript>& script, std::uint32_t flags, const std::string& args) {
     const auto message = CHostRef<CMessage>::make();

@@ -44,32 +44,76 @@ private:
     unsigned m_depth = 0;
 };
 
-// Outlives its group for as long as threads work on it: a job may let go of the very group it runs in.
-struct GroupWork {
-    void run();
+// Outlives its group for as long as threads work on it.
+class CGroupWork {
+public:
+    void add(IKzUnknown* job) {
+        const std::lock_guard lock(m_lock);
+        m_waiting.emplace_back(job);
+    }
+    std::size_t waiting() {
+        const std::lock_guard lock(m_lock);
+        return m_waiting.size();
+    }
     void drop() {
         std::deque<CKzUser_ThreadJob> dropped;
         const std::lock_guard lock(m_lock);
-        dropped.swap(waiting);
+        dropped.swap(m_waiting);
     }
+    std::uint32_t running() const { return m_running; }
+
+    // One more thread will run it, or one does not any more.
+    void enter() { ++m_running; }
+    void leave();
+    void run();
+    // Until no thread runs it but those that wait themselves: a job may well wait for the others.
+    void wait();
+
+private:
+    bool take(CKzUser_ThreadJob& job);
+
+    static thread_local const CGroupWork* theCurrent;
 
     std::mutex m_lock;
-    std::deque<CKzUser_ThreadJob> waiting;
-    std::atomic<std::uint32_t> running = 0;
+    std::condition_variable m_changed;
+    std::deque<CKzUser_ThreadJob> m_waiting;
+    std::atomic<std::uint32_t> m_running = 0;
+    std::uint32_t m_waitingInside = 0;
 };
 
-void GroupWork::run() {
+thread_local const CGroupWork* CGroupWork::theCurrent = nullptr;
+
+void CGroupWork::leave() {
+    const std::lock_guard lock(m_lock);
+    --m_running;
+    m_changed.notify_all();
+}
+
+bool CGroupWork::take(CKzUser_ThreadJob& job) {
+    const std::lock_guard lock(m_lock);
+    if (m_waiting.empty()) return false;
+    job.copy(m_waiting.front());
+    m_waiting.pop_front();
+    return true;
+}
+
+void CGroupWork::run() {
+    theCurrent = this;
     for (;;) {
         CKzUser_ThreadJob job;
-        {
-            const std::lock_guard lock(m_lock);
-            if (waiting.empty()) break;
-            job.copy(waiting.front());
-            waiting.pop_front();
-        }
+        if (!take(job)) break;
         job->Execute();
     }
-    --running;
+    leave();
+}
+
+void CGroupWork::wait() {
+    std::unique_lock lock(m_lock);
+    const std::uint32_t mine = theCurrent == this ? 1 : 0;
+    m_waitingInside += mine;
+    m_changed.notify_all();
+    m_changed.wait(lock, [this] { return m_running <= m_waitingInside; });
+    m_waitingInside -= mine;
 }
 
 class CThreadGroup final : public CKzImpl_ThreadGroup {
@@ -79,74 +123,49 @@ public:
             kzHostClass<CThreadGroup, CKzIfc_ThreadGroup<CThreadGroup>>("thread group", KZu_THREADGROUP);
         return made;
     }
-    ~CThreadGroup() override {
-        m_work->drop();
-        join();
-    }
+    explicit CThreadGroup(std::shared_ptr<CHostCore> core) : m_core(std::move(core)) {}
+    ~CThreadGroup() override { m_work->drop(); }
 
     KzResult threadgroup_AddJob(IKzUnknown* job) override;
     KzResult threadgroup_Execute() override;
     KzResult threadgroup_Wait() override {
-        join();
+        m_work->wait();
         return KZe_OK;
     }
     // A job cannot be stopped from outside: those that have not started are dropped, the others are waited for.
     KzResult threadgroup_Kill() override {
         m_work->drop();
-        join();
+        m_work->wait();
         return KZe_OK;
     }
-    bool threadgroup_Running() override { return m_work->running.load() != 0; }
+    bool threadgroup_Running() override { return m_work->running() != 0; }
     std::uint32_t threadgroup_JobCount() override { return m_jobCount; }
-    std::uint32_t threadgroup_RunningCount() override { return m_work->running; }
+    std::uint32_t threadgroup_RunningCount() override { return m_work->running(); }
 
 private:
-    void join();
-
-    std::shared_ptr<GroupWork> m_work = std::make_shared<GroupWork>();
-    std::mutex m_lock;
-    std::vector<std::thread> m_threads;
+    std::shared_ptr<CHostCore> m_core;
+    std::shared_ptr<CGroupWork> m_work = std::make_shared<CGroupWork>();
     std::atomic<std::uint32_t> m_jobCount = 0;
 };
 
 KzResult CThreadGroup::threadgroup_AddJob(IKzUnknown* job) {
     const CKzUser_ThreadJob held(job);
     if (!held) return KZe_INVALIDARG;
-    const std::lock_guard lock(m_work->m_lock);
-    m_work->waiting.emplace_back(held.raw());
+    m_work->add(held.raw());
     ++m_jobCount;
     return KZe_OK;
 }
 
 KzResult CThreadGroup::threadgroup_Execute() {
-    std::size_t wanted = 0;
-    {
-        const std::lock_guard lock(m_work->m_lock);
-        wanted = std::min<std::size_t>(m_work->waiting.size(), processors());
-    }
-    const std::lock_guard lock(m_lock);
-    for (std::size_t index = 0; index < wanted; ++index) {
-        ++m_work->running;
-        try {
-            m_threads.emplace_back([work = m_work] { work->run(); });
-        } catch (const std::system_error&) {
-            --m_work->running;
-            return m_threads.empty() ? KZe_NOTAVAILABLE : KZe_OK;  // the threads that did start take all jobs
-        }
+    const std::size_t wanted = std::min<std::size_t>(m_work->waiting(), processors());
+    for (std::size_t started = 0; started < wanted; ++started) {
+        std::function<void()> run = [work = m_work] { work->run(); };
+        m_work->enter();
+        if (m_core->jobThreads.start(std::move(run))) continue;
+        m_work->leave();
+        return started == 0 ? KZe_NOTAVAILABLE : KZe_OK;  // the threads that did start take all jobs
     }
     return KZe_OK;
-}
-
-void CThreadGroup::join() {
-    std::vector<std::thread> threads;
-    {
-        const std::lock_guard lock(m_lock);
-        threads.swap(m_threads);
-    }
-    for (std::thread& thread : threads) {
-        if (thread.get_id() == std::this_thread::get_id()) thread.detach();
-        else thread.join();
-    }
 }
 
 class CThreadSlot final : public CKzImpl_ThreadSlot {
@@ -247,7 +266,7 @@ public:
     }
     KzResult threadservice_CreateGroup(IKzUnknown** group) override {
         enter("Thread.CreateGroup");
-        return CHostRef<CThreadGroup>::make().give(group);
+        return CHostRef<CThreadGroup>::make(sharedCore()).give(group);
     }
     KzResult threadservice_CreateSlot(std::uint32_t size, IKzUnknown* client, IKzUnknown** slot) override {
         enter("Thread.CreateSlot");

@@ -1,5 +1,9 @@
 """What kzu.object adds to the wrappers: they answer as Python's own objects do."""
+import threading
+import time
+
 import kz
+import kzifc
 import kzu.object as k
 from checks import equal
 
@@ -42,3 +46,43 @@ def check_values_logs_and_monitors_are_shown():
         monitor.Initialize(2)
         equal(kz.service.StdDialog().MonitorDepth(), 1)
     equal(kz.service.StdDialog().MonitorDepth(), 0)
+
+
+class Job(kzifc.ThreadJob):
+    runs = 0
+
+    def job_Execute(self):
+        time.sleep(0.001)
+        self.runs += 1
+
+
+def started(jobs):
+    group = kz.service.Thread().CreateGroup()
+    for job in jobs:
+        group.AddJob(job)
+    group.Execute()
+    return group
+
+
+def check_threads_go_on_while_another_waits():
+    jobs = [Job() for _ in range(50)]
+    for wait in k.ThreadGroup.Wait, k.ThreadGroup.Kill:
+        group = started(jobs)
+        wait(group)
+        equal((str(group), group.Running()), ('<ThreadGroup of 50>', False))
+    equal([job.runs for job in jobs], [2] * 50)
+    started(jobs)  # lets go of them all: those that run need the lock that is held here
+    mutex, entered = kz.service.Thread().CreateMutex(), threading.Event()
+
+    def hold():
+        with mutex:
+            entered.set()
+            time.sleep(0.02)
+            jobs[:] = []
+
+    holder = threading.Thread(target=hold)
+    holder.start()
+    entered.wait()
+    with mutex:
+        equal(jobs, [])
+    holder.join()
