@@ -116,8 +116,8 @@ std::string remarks(const Method& method) {
     std::string text = method.summary;
     for (const Parameter* input : method.inputs()) {
         if (!input->type.length.empty()) {
-            text += fmt::format("{}{} holds {} {}", text.empty() ? "" : "; ", input->name,
-                                fmt::join(input->type.length, " * "),
+            const std::string_view between = text.empty() ? "" : text.ends_with('.') ? " " : "; ";
+            text += fmt::format("{}{} holds {} {}", between, input->name, fmt::join(input->type.length, " * "),
                                 input->type.kind == Kind::DataArray ? "bytes" : "elements");
         }
     }
