@@ -229,10 +229,7 @@ MainInterpreter::~MainInterpreter() {
     const CProcessStateKeeper keeper(m_hostSignals);
     PyThreadState* thread = endingThread();
     if (_PyThreadState_Current != thread) PyEval_AcquireThread(thread);
-    globals = Py_None;
-    locals = Py_None;
-    argument = Py_None;
-    arguments = Py_None;
+    for (CPyRef* held : {&globals, &locals, &argument, &arguments}) *held = CPyRef();
     releaseMonitors();
     // Whatever is pending from a failed start must not reach the code that finalisation runs.
     PyErr_Clear();

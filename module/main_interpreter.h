@@ -66,7 +66,7 @@ private:
 
     CKzUser_FileService m_files;
     PyThreadState* m_mainThread = nullptr;
-    KzSignalActions m_hostSignals;  // as they were before Python started
+    KzSignalActions m_hostSignals{};  // as they were before Python started
     // The interpreter keeps the pointers it was given, so these live until it has ended.
     std::string m_home;
     std::string m_programName;

@@ -5,6 +5,7 @@
 
 #include <clocale>
 #include <dlfcn.h>
+#include <new>
 
 namespace {
 
@@ -19,13 +20,17 @@ bool belongsToInterpreter(const struct sigaction& action) noexcept {
 
 }  // namespace
 
-CProcessStateKeeper::CProcessStateKeeper() : m_actions(NSIG) {
+CProcessStateKeeper::CProcessStateKeeper() noexcept {
     for (int signal = 1; signal < NSIG; ++signal)
         if (sigaction(signal, nullptr, &m_actions[signal]) != 0) m_actions[signal].sa_handler = SIG_ERR;
-    if (const char* locale = setlocale(LC_ALL, nullptr)) m_locale = locale;
+    try {
+        if (const char* locale = setlocale(LC_ALL, nullptr)) m_locale = locale;
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
-CProcessStateKeeper::CProcessStateKeeper(const KzSignalActions& earlier) : CProcessStateKeeper() {
+CProcessStateKeeper::CProcessStateKeeper(const KzSignalActions& earlier) noexcept : CProcessStateKeeper() {
     for (std::size_t signal = 1; signal < earlier.size(); ++signal)
         if (belongsToInterpreter(m_actions[signal])) m_actions[signal] = earlier[signal];
 }
@@ -33,7 +38,7 @@ CProcessStateKeeper::CProcessStateKeeper(const KzSignalActions& earlier) : CProc
 CProcessStateKeeper::~CProcessStateKeeper() {
     for (int signal = 1; signal < NSIG; ++signal)
         if (m_actions[signal].sa_handler != SIG_ERR) sigaction(signal, &m_actions[signal], nullptr);
-    setlocale(LC_ALL, m_locale.c_str());
+    if (!m_locale.empty()) setlocale(LC_ALL, m_locale.c_str());
 }
 
 void kzExposeInterpreterSymbols() noexcept {

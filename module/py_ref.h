@@ -40,7 +40,11 @@ public:
         if (ownership == borrowed) Py_INCREF(m_object);
     }
     CPyRef(const CPyRef& other) noexcept : CPyRef_Any(other.m_object) { Py_INCREF(m_object); }
-    CPyRef& operator=(const CPyRef& other) { return *this = other.m_object; }
+    CPyRef& operator=(const CPyRef& other) noexcept {
+        Py_INCREF(other.m_object);
+        replace(other.m_object);
+        return *this;
+    }
     CPyRef& operator=(PyObject* object) {
         Py_INCREF(checked(object));
         replace(object);
