@@ -87,8 +87,8 @@ public:
     using CHostService::core;
     const std::shared_ptr<CHostCore>& shared() const { return sharedCore(); }
     bool has(std::string_view argument) const { return m_values[indexOf(argument)].has_value(); }
-    std::string text(std::string_view argument) const;
-    std::optional<std::int32_t> integer(std::string_view argument) const;
+    std::string text(std::string_view name) const;
+    std::optional<std::int32_t> integer(std::string_view name) const;
     bool flag(std::string_view argument) const { return integer(argument).value_or(0) != 0; }
     const CommandRow& row() const { return m_row; }
     CCommandRun& run() { return m_run; }

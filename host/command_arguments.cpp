@@ -13,16 +13,6 @@
 namespace {
 
 constexpr std::uint32_t mostArguments = 1000;
-constexpr std::size_t longestText = std::size_t{1} << 26U;  // an object that never has enough must not take all memory
-
-std::string textOf(const CKzUser_ValueArray& values, std::uint32_t index) {
-    std::string text(256, '\0');
-    KzResult code = KZe_SHORTBUFFER;
-    while ((code = values.GetString(index, text.data(), static_cast<std::uint32_t>(text.size()))) == KZe_SHORTBUFFER &&
-           text.size() < longestText)
-        text.assign(text.size() * 2, '\0');
-    return kzSucceeded(code) ? text.c_str() : std::string();
-}
 
 std::string ownText(KzResult code, const char* text) {
     return kzSucceeded(code) && text != nullptr ? text : std::string();
@@ -39,23 +29,20 @@ std::vector<std::string> kzQueryTexts(const CKzUser_Command& command, std::uint3
     if (const KzResult code = command.Query(index, values.raw()); kzFailed(code)) throw code;
     std::vector<std::string> texts;
     const CKzUser_ValueArray read(values.raw());
-    for (std::uint32_t at = 0; at < values->va_Count(); ++at) texts.push_back(textOf(read, at));
+    for (std::uint32_t at = 0; at < values->va_Count(); ++at)
+        kzReadText(texts.emplace_back(),
+                   [&](char* text, std::uint32_t length) { return read.GetString(at, text, length); });
     if (array != nullptr) values.give(array);
     return texts;
 }
 
 std::string kzAttributeText(const CKzUser_Attributes& attributes, std::uint32_t index) {
-    std::string text(256, '\0');
-    KzResult code = KZe_SHORTBUFFER;
-    while ((code = attributes.GetString(index, text.data(), static_cast<std::uint32_t>(text.size()))) ==
-               KZe_SHORTBUFFER &&
-           text.size() < longestText)
-        text.assign(text.size() * 2, '\0');
-    return kzSucceeded(code) ? text.c_str() : std::string();
+    std::string text;
+    kzReadText(text, [&](char* buffer, std::uint32_t length) { return attributes.GetString(index, buffer, length); });
+    return text;
 }
 
-CCommandArguments::CCommandArguments(CHostCore& core, IKzUnknown* command)
-    : m_core(core), m_command(command), m_attributes(command) {
+CCommandArguments::CCommandArguments(IKzUnknown* command) : m_command(command), m_attributes(command) {
     if (!m_command) throw KZe_INVALIDARG;
 }
 

@@ -11,7 +11,7 @@
 class CCommandArguments {
 public:
     // Throws CommandTextError when the command takes no arguments but some are to be given.
-    CCommandArguments(CHostCore& core, IKzUnknown* command);
+    explicit CCommandArguments(IKzUnknown* command);
 
     // Gives the arguments of a command string; returns the one that is marked for a query. Throws CommandTextError.
     std::optional<std::uint32_t> assign(const std::vector<ArgumentText>& arguments);
@@ -46,7 +46,6 @@ private:
     void give(std::uint32_t index, const std::string& text, KzResult code);
     std::string toggled(std::uint32_t index, const std::string& value) const;
 
-    CHostCore& m_core;
     CKzUser_Command m_command;
     CKzUser_Attributes m_attributes;
 };

@@ -79,7 +79,7 @@ CKzUser_Command& CCommandCenter::spawn(std::string_view text, CKzUser_Command& c
     }
     std::string_view rest;
     kzFirstWord(definition, &rest);
-    if (isAlias) CCommandArguments(*m_core, command.raw()).assign(kzParseArguments(rest));
+    if (isAlias) CCommandArguments(command.raw()).assign(kzParseArguments(rest));
     return command;
 }
 
@@ -87,13 +87,13 @@ std::optional<std::uint32_t> CCommandCenter::parse(std::string_view text, CKzUse
     spawn(text, command);
     std::string_view rest;
     kzFirstWord(text, &rest);
-    return CCommandArguments(*m_core, command.raw()).assign(kzParseArguments(rest));
+    return CCommandArguments(command.raw()).assign(kzParseArguments(rest));
 }
 
 std::string CCommandCenter::scriptOf(std::string_view text, std::string_view* rest) const {
     const bool isMarked = text.starts_with(KZsCMD_SCRIPTMARK);
     if (isMarked) text.remove_prefix(1);
-    const std::string name = kzFirstWord(text, rest);
+    std::string name = kzFirstWord(text, rest);
     if (isMarked) return name;
     // Without the mark it has to be an aliased path of a file that an interpreter takes for a script.
     if (name.find(':') == std::string::npos || isCommand(name)) return {};
@@ -122,7 +122,7 @@ CKzUser_Command& CCommandCenter::spawnScript(std::string_view text, CKzUser_Comm
                                "after @ the name of a script file is expected, as @scripts:test.py"};
     while (rest.starts_with(' ')) rest.remove_prefix(1);
     spawn(KZsCMD_SCRIPT_RUN, command);
-    CCommandArguments arguments(*m_core, command.raw());
+    CCommandArguments arguments(command.raw());
     arguments.assignByName(KZsARG_SCRIPT_FILENAME, name);
     if (!rest.empty()) arguments.assignByName(KZsARG_SCRIPT_ARGS, std::string(rest));
     return command;
@@ -155,7 +155,7 @@ CCommandCenter::Outcome CCommandCenter::performCommand(const MarkedCommand& mark
         try {
             outcome.answers = kzQueryTexts(command, *query);
         } catch (KzResult code) {
-            const std::string name = CCommandArguments(*m_core, command.raw()).nameOf(*query);
+            const std::string name = CCommandArguments(command.raw()).nameOf(*query);
             throw CommandTextError{code, "argument \"" + name + "\": " + CMessageTables::codeText(code)};
         }
         return outcome;

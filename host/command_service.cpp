@@ -154,7 +154,7 @@ KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, 
     const std::string wanted = kzAttributeText(attributes, index);
     const std::vector<std::string> now = kzQueryTexts(held, index);
     const std::string present = now.empty() ? std::string() : now.front();
-    const bool isOn = wanted.empty() ? present != "" && present != "0" && present != "false" : present == wanted;
+    const bool isOn = wanted.empty() ? !present.empty() && present != "0" && present != "false" : present == wanted;
     *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
     const char* type = nullptr;
     attributes.TypeName(index, &type);
@@ -186,7 +186,7 @@ KzResult CCommandService::commandservice_ParseArgString(IKzUnknown* command, std
     enter("Command.ParseArgString");
     const CKzUser_Command held(command);
     return told(nameOf(held), [&] {
-        CCommandArguments(core(), command).assign(kzParseArguments(kzTextOf(args)));
+        CCommandArguments(command).assign(kzParseArguments(kzTextOf(args)));
         return KZe_OK;
     });
 }
@@ -197,7 +197,7 @@ KzResult CCommandService::commandservice_ParseAttribObject(IKzUnknown* command, 
     const CKzUser_Attributes given(args);
     if (!given) return KZe_INVALIDARG;
     return told(nameOf(CKzUser_Command(command)), [&] {
-        CCommandArguments arguments(core(), command);
+        CCommandArguments arguments(command);
         for (std::uint32_t index = 0; index < given.Count(); ++index) {
             const char* name = nullptr;
             if (const KzResult code = given.Name(index, &name); kzFailed(code)) return code;
@@ -219,7 +219,7 @@ KzResult CCommandService::commandservice_QueryArgString(IKzUnknown* command, std
         // Without a mark the caller goes on to execute the command and parses the string then.
         if (std::none_of(given.begin(), given.end(), [](const ArgumentText& each) { return each.isQuery; }))
             return KZe_CMD_NO_QUERY_MARKED;
-        *queryIndex = CCommandArguments(core(), command).assign(given).value();
+        *queryIndex = CCommandArguments(command).assign(given).value();
         kzQueryTexts(held, *queryIndex, values);
         return KZe_OK;
     });
@@ -250,7 +250,7 @@ KzResult CCommandService::commandservice_ExecuteArgString(std::uint32_t flags, s
 
 KzResult CCommandService::commandservice_ToString(IKzUnknown* command, char* buffer, std::uint32_t length) {
     enter("Command.ToString");
-    const CCommandArguments arguments(core(), command);
+    const CCommandArguments arguments(command);
     return kzFillText(arguments.write(nameOf(arguments.command())), buffer, length);
 }
 

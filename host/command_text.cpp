@@ -40,7 +40,7 @@ private:
         std::size_t end = m_at;
         while (end < m_text.size() && isNameCharacter(m_text[end])) ++end;
         if (end == m_at || end >= m_text.size() || m_text[end] != ':') return {};
-        const std::string name(m_text.substr(m_at, end - m_at));
+        std::string name(m_text.substr(m_at, end - m_at));
         m_at = end + 1;
         return name;
     }
@@ -66,7 +66,7 @@ private:
 
     // What stands between the marks at `start` and here; nothing may follow directly.
     std::string closed(std::size_t start) {
-        const std::string value(m_text.substr(start + 1, m_at - start - 1));
+        std::string value(m_text.substr(start + 1, m_at - start - 1));
         ++m_at;
         if (m_at < m_text.size() && !isBlank(m_text[m_at]))
             throw CommandTextError{KZe_CMD_BAD_DEFINITION,
@@ -78,7 +78,7 @@ private:
     std::string takeWord(ArgumentText& argument) {
         const std::size_t start = m_at;
         while (m_at < m_text.size() && !isBlank(m_text[m_at])) ++m_at;
-        const std::string word(m_text.substr(start, m_at - start));
+        std::string word(m_text.substr(start, m_at - start));
         if (word.empty())
             throw CommandTextError{
                 KZe_CMD_ERROR_ARG_MISSING_VALUE,

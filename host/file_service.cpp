@@ -5,6 +5,8 @@
 #include "kz/file.h"
 #include "kz/result.h"
 
+#include <fmt/format.h>
+
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
@@ -165,10 +167,11 @@ KzResult CFileService::fileservice_RemoveFile(const char* path) {
 
 std::string CFileService::freeName(const fs::path& folder, const std::string& stem,
                                    const std::string& extension) const {
+    const std::string ending = extension.empty() || extension.starts_with('.') ? extension : "." + extension;
     std::error_code error;
     for (unsigned number = 0;; ++number) {
-        const std::string ending = extension.empty() || extension.starts_with('.') ? extension : "." + extension;
-        const fs::path name = folder / (stem + (number == 0 ? "" : "_" + std::to_string(number)) + ending);
+        const fs::path name =
+            folder / fmt::format("{}{}{}", stem, number == 0 ? "" : fmt::format("_{}", number), ending);
         if (!fs::exists(name, error)) return name.string();
     }
 }

@@ -16,8 +16,8 @@ public:
         static auto& made = kzHostClass<CServerFactory, CKzIfc_Factory<CServerFactory>>("factory", KZu_FACTORY);
         return made;
     }
-    CServerFactory(std::shared_ptr<CHostCore> core, KzServer server)
-        : CHostService(std::move(core)), m_server(std::move(server)) {}
+    CServerFactory(std::shared_ptr<CHostCore> core, const KzServer& server)
+        : CHostService(std::move(core)), m_server(server) {}
 
     KzResult fac_Name(const char** name) override {
         *name = m_server.name.c_str();

@@ -3,6 +3,7 @@
 
 #include "host/interrupt.h"
 #include "host/open_text.h"
+#include "host/values.h"
 
 #include "kz/result.h"
 #include "kz/value.h"
@@ -41,19 +42,12 @@ private:
     std::vector<std::string> m_results;
 };
 
-std::string textAt(const IKzValueArray& values, std::uint32_t index) {
-    std::string text(1024, '\0');
-    auto& array = const_cast<IKzValueArray&>(values);
-    KzResult code = KZe_SHORTBUFFER;
-    for (; code == KZe_SHORTBUFFER && text.size() < (std::size_t{1} << 26U); text.resize(text.size() * 4))
-        code = array.GetString(index, text.data(), static_cast<std::uint32_t>(text.size()));
-    return kzFailed(code) ? std::string() : text.c_str();
-}
-
 KzResult CLineExecution::lin_Results(IKzUnknown* values) {
     const CKzUser_ValueArray held(values);
     if (!held) return KZe_INVALIDARG;
-    for (std::uint32_t index = 0; index < held->Count(); ++index) m_results.push_back(textAt(*held.ptr(), index));
+    for (std::uint32_t index = 0; index < held->Count(); ++index)
+        kzReadText(m_results.emplace_back(),
+                   [&](char* text, std::uint32_t length) { return held->GetString(index, text, length); });
     if (!m_shows) return KZe_OK;
     for (const std::string& text : m_results) std::printf("%s\n", text.c_str());
     std::fflush(stdout);

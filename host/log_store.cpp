@@ -6,6 +6,7 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <ranges>
 
 namespace {
 
@@ -286,9 +287,9 @@ std::vector<LogLine> CLogStore::lines(const std::string& subsystem) const {
 
 // What is looked for is nearly always among the last that came.
 CHostRef<CLogEntry> CLogStore::findAmong(const std::deque<CHostRef<CLogEntry>>& entries, std::uint64_t id) {
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-        if ((*entry)->m_id == id) return *entry;
-        if (auto below = findAmong((*entry)->m_children, id)) return below;
+    for (const auto& entry : std::views::reverse(entries)) {
+        if (entry->m_id == id) return entry;
+        if (auto below = findAmong(entry->m_children, id)) return below;
     }
     return {};
 }

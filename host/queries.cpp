@@ -46,9 +46,9 @@ CKzUser_Command& selectedCommand(CHostCore& core, const Selection& selection, CK
 }
 
 // Calls `tell` for each of the selected command's arguments.
-template <class Tell> void eachArgument(CHostCore& core, const CKzUser_Command& command, const Tell& tell) {
+template <class Tell> void eachArgument(const CKzUser_Command& command, const Tell& tell) {
     try {
-        const CCommandArguments arguments(core, command.raw());
+        const CCommandArguments arguments(command.raw());
         for (std::uint32_t index = 0; index < arguments.count(); ++index) tell(arguments, index);
     } catch (const CommandTextError& error) {
         throw error.code;
@@ -67,13 +67,13 @@ constexpr AttributeRow commandAttributes[] = {
     {"arguments", KZsTYPE_STRING,  // of the selected command
      [](CHostCore& core, const Selection& selection, const auto& add) {
          CKzUser_Command command;
-         eachArgument(core, selectedCommand(core, selection, command),
+         eachArgument(selectedCommand(core, selection, command),
                       [&](const CCommandArguments& known, std::uint32_t index) { add(known.nameOf(index)); });
      }},
     {"argumentsEnabled", KZsTYPE_BOOLEAN,  // for each of them, as it is now
      [](CHostCore& core, const Selection& selection, const auto& add) {
          CKzUser_Command command;
-         eachArgument(core, selectedCommand(core, selection, command),
+         eachArgument(selectedCommand(core, selection, command),
                       [&](const CCommandArguments& known, std::uint32_t index) {
                           add(known.isEnabled(index) ? "true" : "false");
                       });
@@ -83,7 +83,7 @@ constexpr AttributeRow commandAttributes[] = {
          CKzUser_Command command;
          const KzResult code = selectedCommand(core, selection, command).DialogInit();
          if (kzFailed(code) && code != KZe_NOTIMPL) throw code;
-         eachArgument(core, command, [&](const CCommandArguments& known, std::uint32_t index) {
+         eachArgument(command, [&](const CCommandArguments& known, std::uint32_t index) {
              add(kzAttributeText(known.attributes(), index));
          });
      }},

@@ -6,6 +6,8 @@
 
 #include "kz/result.h"
 
+#include <fmt/format.h>
+
 #include <fnmatch.h>
 
 #include <algorithm>
@@ -140,13 +142,14 @@ std::optional<std::string> kzJoinArguments(const std::vector<std::string>& argum
     std::string joined;
     for (std::size_t index = 0; index < arguments.size(); ++index) {
         const std::string& argument = arguments[index];
-        const std::string place = "argument " + std::to_string(index + 1);
+        const auto say = [&](std::string_view what) { problem = fmt::format("argument {}{}", index + 1, what); };
         const bool blanks = argument.find(' ') != std::string::npos;
-        if (argument.empty()) problem = place + " is empty, which cannot be passed to a script";
+        if (argument.empty()) say(" is empty, which cannot be passed to a script");
         else if (argument.find('"') != std::string::npos && (blanks || argument.front() == '"'))
-            problem = place + " (" + argument +
-                      ") has a double quote beside a blank or at its start, and there is no way "
-                      "to escape it: leave out the quotes or the blanks";
+            say(fmt::format(
+                " ({}) has a double quote beside a blank or at its start, and there is no way to escape it: "
+                "leave out the quotes or the blanks",
+                argument));
         if (!problem.empty()) return {};
         joined += (index > 0 ? " " : "") + (blanks ? '"' + argument + '"' : argument);
     }

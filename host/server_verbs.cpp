@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace {
@@ -21,12 +22,11 @@ constexpr const char* checkScript = "# python\n"
                                     "sys.exit(check.main(kz.args()))\n";
 
 bool allReadable(const std::vector<std::string>& files) {
-    for (const std::string& file : files) {
-        if (std::filesystem::is_regular_file(file)) continue;
-        CProgram::say(file + ": there is no such file");
-        return false;
-    }
-    return true;
+    const auto missing = std::find_if_not(
+        files.begin(), files.end(), [](const std::string& file) { return std::filesystem::is_regular_file(file); });
+    if (missing == files.end()) return true;
+    CProgram::say(*missing + ": there is no such file");
+    return false;
 }
 
 int check(CProgram& program, const std::vector<std::string>& files) {

@@ -17,14 +17,10 @@ const KzValueType& knownType(std::string_view name) {
 
 // The text of any value, ours or a module's.
 std::string textOf(IKzValue& value) {
-    std::string text(256, '\0');
-    KzResult code = value.GetString(text.data(), static_cast<std::uint32_t>(text.size()));
-    while (code == KZe_SHORTBUFFER && text.size() < (std::size_t{1} << 24U)) {
-        text.assign(text.size() * 2, '\0');
-        code = value.GetString(text.data(), static_cast<std::uint32_t>(text.size()));
-    }
+    std::string text;
+    const KzResult code =
+        kzReadText(text, [&](char* buffer, std::uint32_t length) { return value.GetString(buffer, length); });
     if (kzFailed(code)) throw code;
-    text.resize(std::strlen(text.c_str()));
     return text;
 }
 
