@@ -6,7 +6,6 @@
 #include "kz/result.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace {
 
@@ -287,7 +286,8 @@ std::vector<LogLine> CLogStore::lines(const std::string& subsystem) const {
 
 // What is looked for is nearly always among the last that came.
 CHostRef<CLogEntry> CLogStore::findAmong(const std::deque<CHostRef<CLogEntry>>& entries, std::uint64_t id) {
-    for (const auto& entry : std::views::reverse(entries)) {
+    for (std::size_t left = entries.size(); left-- > 0;) {
+        const auto& entry = entries[left];
         if (entry->m_id == id) return entry;
         if (auto below = findAmong(entry->m_children, id)) return below;
     }

@@ -42,8 +42,7 @@ private:
             const char c = take();
             if (c == '\\' && m_rest.empty()) return false;
             if (c == '\\') take();
-            else if (c == '\n' && !isLong) return true;
-            else if (c == quote && !isLong) return true;
+            else if (!isLong && (c == '\n' || c == quote)) return true;
             else if (c == quote && m_rest.starts_with(three.substr(1))) return m_rest.remove_prefix(2), true;
         }
         return !isLong;

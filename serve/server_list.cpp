@@ -76,7 +76,7 @@ CServerList& CServerList::instance() {
 void CServerList::add(const char* name, const KzGuid* type, CKzPythonPolymorph& polymorph, PyObject* tags) {
     kzTrue(!find(name, type));
     const std::lock_guard lock(m_state.lock);
-    const CServerData& added = m_state.servers.emplace_back(name, type, &polymorph, CPyRef(tags));
+    const CServerData& added = m_state.servers.emplace_back(CServerData{name, type, &polymorph, CPyRef(tags)});
     m_state.index[{added.name, *type}] = static_cast<std::uint32_t>(m_state.servers.size() - 1);
 }
 

@@ -100,8 +100,10 @@ TEST_F(KzHostTest, APastedScriptRunsAsAtThePromptOfPython) {
     std::string script, expected;
     for (int at = 0; at < 150; ++at) {
         const std::string number = std::to_string(at);
-        script += "def f" + number + "(a,\n    b=" + number +
-                  "):\n    \"\"\"It's\n\n    \"long\".\"\"\"\n    return a + b\n\nf" + number + "(1)\n";
+        script.append("def f").append(number).append("(a,\n    b=").append(number);
+        script.append("):\n    \"\"\"It's\n\n    \"long\".\"\"\"\n    return a + b\n\nf")
+            .append(number)
+            .append("(1)\n");
         expected += std::to_string(at + 1) + "\n";
     }
     const Ended ended = run({"console"}, script);

@@ -38,5 +38,5 @@ protected:
 template <class Operation> std::string textOf(Operation&& operation, std::size_t size = 4096) {
     std::string text(size, '\0');
     const KzResult code = operation(text.data(), static_cast<std::uint32_t>(size));
-    return kzFailed(code) ? kzCodeName(code) : text.c_str();
+    return kzFailed(code) ? kzCodeName(code) : text.substr(0, text.find('\0'));
 }

@@ -49,6 +49,7 @@ protected:
         for (const std::string& each : importPaths) all.insert(all.end(), {"--import-path", each});
         all.insert(all.end(), words.begin(), words.end());
         std::vector<char*> arguments;
+        arguments.reserve(all.size() + 1);
         for (std::string& word : all) arguments.push_back(word.data());
         arguments.push_back(nullptr);
         write("in", input);

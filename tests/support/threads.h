@@ -9,6 +9,7 @@
 template <class Body> void onThreads(int count, int rounds, Body&& body) {
     std::latch start(count);
     std::vector<std::jthread> threads;
+    threads.reserve(static_cast<std::size_t>(count));
     for (int index = 0; index < count; ++index)
         threads.emplace_back([&, index] {
             start.arrive_and_wait();
