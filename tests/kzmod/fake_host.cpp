@@ -4,6 +4,9 @@
 #include "host/values.h"
 #include "tests/support/host_test.h"
 
+#include "kz/application.h"
+#include "kz/dialog.h"
+
 #include <algorithm>
 #include <cstring>
 

@@ -3,7 +3,8 @@
 
 #include "tests/support/plugin_host.h"
 
-#include "kz/all.h"
+#include "kz/result.h"
+#include "kz/value.h"
 
 #include <functional>
 #include <map>
