@@ -24,11 +24,11 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
     app.add_option("--alias", aliases, "Let NAME: stand for PATH in file names (may be repeated)")
         ->type_name("NAME=PATH")
         ->check(checkAlias)
-        ->take_all();
+        ->allow_extra_args(false);
     app.add_option("--import-path", options.importPaths, "A folder that scripts import from (may be repeated)")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory)
-        ->take_all();
+        ->allow_extra_args(false);
     app.add_option("--log", options.logFile, "Write the event log to FILE, one JSON object a line")->type_name("FILE");
     app.add_flag("--trace", options.trace, "Show each call of the module to the host");
     app.add_flag("--quiet", options.quiet, "Only output and errors, no notices");

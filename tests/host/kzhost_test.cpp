@@ -40,7 +40,7 @@ TEST_F(KzHostTest, BadInputIsNamed) {
     write("broken/site.py", "'Python does not start with a site module that cannot add folders'\n");
     const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
         {{}, 2, "a command is missing"},
-        {{"fly"}, 2, "there is no command \"fly\"; there are: run"},
+        {{"--import-path", "/", "fly"}, 2, "there is no command \"fly\"; there are: run"},
         {{"run"}, 2, "SCRIPT"},
         {{"run", path("missing.py")}, 2, "missing.py: there is no such file"},
         {{"run", zero}, 2, "zero.py: this is not a text: line 2 holds a zero byte"},
