@@ -32,7 +32,8 @@ template <class... Parameters> struct Frame {
     bool parse(PyObject* args) noexcept {
         return [&]<std::size_t... index>(std::index_sequence<index...>) {
             static constexpr char format[] = {std::tuple_element_t<index, std::tuple<Parameters...>>::letter..., '\0'};
-            return kzParse(args, format, &std::get<index>(parameters).parsed...);
+            const bool parsed = kzParse(args, format, &std::get<index>(parameters).parsed...);
+            return parsed && inputs > 0;  // where nothing is expected it can only refuse, and nothing has to be kept
         }
         (std::make_index_sequence<inputs>());
     }
@@ -126,7 +127,8 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
     Frame<Parameters...> frame;
     KzResult code = KZe_NOINTERFACE;
     if (*place != nullptr) {
-        if (!frame.fast(args) && !frame.parse(args)) return nullptr;
+        if (!frame.fast(args)) [[unlikely]]
+            if (!frame.parse(args)) return nullptr;
         code = frame.convert();
     }
     if (!kzFailed(code)) [[likely]] {

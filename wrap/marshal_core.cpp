@@ -119,10 +119,12 @@ void releaseAll(std::vector<PyObject*>& objects) noexcept {
 
 }  // namespace
 
-bool kzTakeText(PyObject* object, const char*& text) noexcept {
-    if (!PyString_CheckExact(object)) return object == Py_None;
-    text = PyString_AS_STRING(object);
-    return !hasZero(text, static_cast<std::size_t>(PyString_GET_SIZE(object)));
+constexpr char kzNoText[1] = "";
+
+const char* kzTakeText(PyObject* object) noexcept {
+    if (!PyString_CheckExact(object)) return object == Py_None ? nullptr : kzNoText;
+    const char* text = PyString_AS_STRING(object);
+    return hasZero(text, static_cast<std::size_t>(PyString_GET_SIZE(object))) ? kzNoText : text;
 }
 
 KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept {

@@ -11,8 +11,9 @@
 #include <memory>
 #include <vector>
 
-// The text of a plain str without zero bytes, null for None. False for anything else; sets no exception.
-bool kzTakeText(PyObject* object, const char*& text) noexcept;
+// The text of a plain str without zero bytes, null for None, kzNoText for anything else. Sets no exception.
+[[gnu::visibility("hidden")]] extern const char kzNoText[1];
+const char* kzTakeText(PyObject* object) noexcept;
 // A sequence of exactly `count` numbers. FAILED for another length; a Python exception stays set where one was raised.
 KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept;
 KzResult kzReadNumbers(PyObject* sequence, float* numbers, Py_ssize_t count) noexcept;

@@ -107,7 +107,10 @@ struct InFloat : InputBase {
 struct InString : InputBase {
     static constexpr char letter = 'z';
     const char* parsed = nullptr;
-    bool fast(PyObject* object) noexcept { return kzTakeText(object, parsed); }
+    bool fast(PyObject* object) noexcept {
+        parsed = kzTakeText(object);
+        return parsed != kzNoText;
+    }
     auto pass() noexcept { return std::tuple<const char*>(parsed); }
 };
 

@@ -68,7 +68,7 @@ PyObject* objectNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords
     return kzPythonEntry([type]() -> PyObject* {
         CPyRefNull self(kzNonNull(type->tp_alloc(type, 0)));
         void* memory = kzNonNull(PyObject_Malloc(sizeof(CKzLoc_Unknown)), KZe_OUTOFMEMORY);
-        kzWrapper(self)->localized = rowOf(type).make(memory);
+        kzWrapper(self)->localized = rowOf(type).make(memory, nullptr);
         return self.release();
     });
 }
@@ -144,7 +144,7 @@ void kzDeallocObject(PyObject* self) {
     CKzLocalizedObject* localized = std::exchange(whole->wrapper.localized, nullptr);
     if (localized != nullptr) {
         const CPendingException keep;
-        localized->~CKzLocalizedObject();
+        localized->hold(nullptr);  // there is nothing else of it to destroy
     }
     if (static_cast<void*>(localized) == whole->localized) return theSpare.giveBack(whole);
     PyObject_Free(localized);
@@ -207,18 +207,15 @@ void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object) {
 }
 
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept {
+    IKzUnknown* found = interfaceOf(type, taken);
+    if (found == nullptr) return kzRaise(KZe_NOINTERFACE);
     auto* made = static_cast<WholeWrapper*>(theSpare.take());
     if (made == nullptr) {
-        kzGiveBack(taken);
+        found->Release();
         return PyErr_NoMemory();
     }
-    auto* object = reinterpret_cast<PyObject*>(made);
-    static_cast<void>(PyObject_INIT(object, const_cast<PyTypeObject*>(&type.type)));
-    made->wrapper.localized = type.make(made->localized);
-    made->wrapper.localized->hold(interfaceOf(type, taken));
-    if (*made->wrapper.localized) return object;
-    Py_DECREF(object);
-    return kzRaise(KZe_NOINTERFACE);
+    made->wrapper.localized = type.make(made->localized, found);
+    return PyObject_INIT(reinterpret_cast<PyObject*>(made), const_cast<PyTypeObject*>(&type.type));
 }
 
 PyObject* kzNewWrapperByName(const char* name, IKzUnknown* taken) {

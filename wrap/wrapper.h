@@ -11,7 +11,7 @@ struct KzWrapperType {
     PyTypeObject type;
     const char* name;
     const KzGuid* iid;
-    CKzLocalizedObject* (*make)(void* memory) noexcept;  // an empty localized wrapper; null for a service type
+    CKzLocalizedObject* (*make)(void* memory, IKzUnknown* owned) noexcept;  // null for a service type
     PyMethodDef* methods;
     const char* doc;
     PyObject* nameObject = nullptr;  // the name for lookups, from the type's registration on
@@ -28,10 +28,13 @@ struct KzWrapper {
 
 inline KzWrapper* kzWrapper(PyObject* object) noexcept { return reinterpret_cast<KzWrapper*>(object); }
 
-// All localized wrappers are of one size, whatever the interface.
-template <class Localized> CKzLocalizedObject* kzMakeLocalized(void* memory) noexcept {
+// A localized wrapper that takes over a reference to its very interface, or is empty. All are of one size, whatever the
+// interface.
+template <class Localized> CKzLocalizedObject* kzMakeLocalized(void* memory, IKzUnknown* owned) noexcept {
     static_assert(sizeof(Localized) == sizeof(CKzLoc_Unknown));
-    return new (memory) Localized();
+    CKzLocalizedObject* made = new (memory) Localized();
+    made->hold(owned);
+    return made;
 }
 
 // Readies a type and adds it to its submodule under its bare name; an object type also becomes known to the registry.

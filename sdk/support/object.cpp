@@ -1,11 +1,9 @@
 // Wrappers that hold one interface reference.
 #include "kz/base/object.h"
 
-#include <utility>
+CKzLocalizedObject::~CKzLocalizedObject() { drop(); }
 
-void CKzLocalizedObject::drop() noexcept {
-    if (IKzUnknown* held = std::exchange(m_held, nullptr)) held->Release();
-}
+void CKzLocalizedObject::clear() { drop(); }
 
 bool CKzLocalizedObject::set(IKzUnknown* object) {
     // The new reference comes first: the object may be alive only through the one held now.

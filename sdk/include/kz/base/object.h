@@ -4,6 +4,8 @@
 #include "kz/base/codes.h"
 #include "kz/base/unknown.h"
 
+#include <utility>
+
 class CKzObject {
 public:
     virtual ~CKzObject() = default;
@@ -15,7 +17,7 @@ public:
     CKzLocalizedObject() = default;
     CKzLocalizedObject(const CKzLocalizedObject&) = delete;
     CKzLocalizedObject& operator=(const CKzLocalizedObject&) = delete;
-    ~CKzLocalizedObject() override { drop(); }
+    ~CKzLocalizedObject() override;
 
     // Empties the wrapper, then asks the object for the wrapper's interface. True when it now holds it.
     virtual bool set(IKzUnknown* object);
@@ -23,7 +25,7 @@ public:
     virtual bool take(IKzUnknown* object);
     virtual void copy(const CKzLocalizedObject& other) { set(other.m_held); }
     virtual bool test() const { return m_held != nullptr; }
-    virtual void clear() { drop(); }
+    virtual void clear();
     // A new reference to what is held; NOTFOUND when empty.
     virtual KzResult get(IKzUnknown** object) const;
     // What is held, without a reference.
@@ -42,7 +44,9 @@ public:
     IKzUnknown* const* place() const noexcept { return &m_held; }
 
 protected:
-    void drop() noexcept;
+    void drop() noexcept {
+        if (IKzUnknown* held = std::exchange(m_held, nullptr)) held->Release();
+    }
     IKzUnknown* m_held = nullptr;
 };
 
