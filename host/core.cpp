@@ -12,6 +12,7 @@
 #include "kz/mesh.h"
 #include "kz/message.h"
 #include "kz/platform.h"
+#include "kz/result.h"
 #include "kz/scene.h"
 #include "kz/script.h"
 #include "kz/thread.h"
@@ -134,4 +135,11 @@ void CHostCore::close() {
     scenes.clear();
     modules.clear();
     log->close();
+}
+
+std::string CHostService::place(const char* path) const {
+    if (kzTextOf(path).empty()) throw KZe_INVALIDARG;
+    const auto local = core().files.expand(path);
+    if (!local) throw KZe_NOTFOUND;
+    return *local;
 }

@@ -100,6 +100,8 @@ protected:
     void enter(const char* operation) const { m_core->calls.enter(operation); }
     // A text for a caller who keeps the pointer.
     const char* keep(std::string_view text) const { return m_core->texts.keep(text); }
+    // The local path of a file, which must be named and need not exist; throws INVALIDARG or NOTFOUND.
+    std::string place(const char* path) const;
 
 private:
     std::shared_ptr<CHostCore> m_core;

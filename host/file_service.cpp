@@ -107,13 +107,6 @@ public:
     KzResult fileservice_ReadLines(const char* path, IKzUnknown* visitor, IKzUnknown** lines) override;
 
 private:
-    // The local path, which must be given; throws what is wrong with it.
-    std::string place(const char* path) const {
-        if (kzTextOf(path).empty()) throw KZe_INVALIDARG;
-        const auto local = core().files.expand(path);
-        if (!local) throw KZe_NOTFOUND;
-        return *local;
-    }
     std::string existing(const char* path) const {
         if (kzTextOf(path).empty()) throw KZe_INVALIDARG;
         const auto local = core().files.resolve(path);

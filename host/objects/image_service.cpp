@@ -43,14 +43,6 @@ public:
         const auto known = PixelFormat::of(format);
         return known ? static_cast<std::uint32_t>(known->bytes()) : 0;
     }
-
-private:
-    std::string place(const char* path) const {
-        if (kzTextOf(path).empty()) throw KZe_INVALIDARG;
-        const auto local = core().files.expand(path);
-        if (!local) throw KZe_NOTFOUND;
-        return *local;
-    }
 };
 
 KzResult CImageService::imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
