@@ -2,6 +2,7 @@
 #include "module/py_lock.h"
 
 #include "module/runtime.h"
+#include "module/thread_states.h"
 
 #include "kz/result.h"
 
@@ -46,18 +47,17 @@ void CPyLock::acquire() {
     }
     CGatePass pass;
     PythonRuntime::ensureStarted();
-    PyThreadState* main = PythonRuntime::current()->mainThread();
-    PyThreadState* thread = t_own != nullptr ? t_own : PyGILState_GetThisThreadState();
-    if (thread == nullptr) {
-        thread = PyThreadState_New(main->interp);  // kept for the life of the process
-        if (thread == nullptr) throw KZe_OUTOFMEMORY;
+    PyThreadState* known = t_own != nullptr ? t_own : PyGILState_GetThisThreadState();
+    PyThreadState* thread = known != nullptr ? known : CThreadStates::take();
+    if (thread == nullptr) throw KZe_OUTOFMEMORY;
+    if (t_own == nullptr && (known == nullptr || thread == PythonRuntime::current()->mainThread())) {
         t_own = thread;
-    } else if (thread == main) {
-        t_own = thread;
+        CThreadStates::watch(t_own);
     }
     PyEval_AcquireThread(thread);
     pass.keep();
     m_thread = thread;
+    if (known == nullptr) PyThreadState_Clear(thread);  // of what it holds of a thread that had it before
 }
 
 void CPyLock::giveBack() noexcept {

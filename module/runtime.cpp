@@ -6,6 +6,7 @@
 #include "module/output.h"
 #include "module/parts.h"
 #include "module/py_lock.h"
+#include "module/thread_states.h"
 
 #include "kz/result.h"
 
@@ -73,6 +74,7 @@ MainInterpreter* PythonRuntime::interpreter() {
     m_failure = 0;
     m_progress.clear();
     m_mainThread = m_interpreter->mainThread();
+    CThreadStates::begin(m_mainThread);
     return m_interpreter.get();
 }
 
@@ -135,6 +137,7 @@ void PythonRuntime::closeGate() noexcept {
 void PythonRuntime::stop() {
     closeGate();  // before the lock: whoever is inside may be waiting for it
     const std::lock_guard lock(theStartLock);
+    CThreadStates::end();
     theReady = false;
     PythonRuntime* runtime = theRuntime;
     if (runtime == nullptr) return;

@@ -1,5 +1,6 @@
 // The interpreter-lock guard, from within.
 #include "module/py_lock.h"
+#include "module/py_ref.h"
 #include "module/runtime.h"
 #include "tests/support/plugin_host.h"
 
@@ -61,6 +62,19 @@ TEST(lock, gives_each_thread_one_state) {
     }).join();
     const CPyLock lock;
     EXPECT_EQ(PyThreadState_GET(), main);
+    // A thread of Python's that the system gives the number of the one that is over is not taken for it.
+    static PyMethodDef enter{"enter", [](PyObject*, PyObject*) { return PyBool_FromLong(CPyLock().acquired()); },
+                             METH_NOARGS, nullptr};
+    PyObject* names = PyModule_GetDict(PyImport_AddModule("__main__"));
+    PyDict_SetItemString(names, "enter", CPyRefNull(PyCFunction_New(&enter, nullptr)));
+    const CPyRefNull ran(PyRun_String("import threading\n"
+                                      "answers = []\n"
+                                      "thread = threading.Thread(target=lambda: answers.append(enter()))\n"
+                                      "thread.start()\n"
+                                      "thread.join()\n"
+                                      "assert answers == [False]\n",
+                                      Py_file_input, names, names));
+    EXPECT_NE(ran.get(), nullptr);
 }
 
 TEST(lock, turns_everybody_away_after_unload) {

@@ -1,0 +1,80 @@
+// Thread states for the threads that the host makes.
+#include "module/thread_states.h"
+
+#include "module/runtime.h"
+
+#include <pythread.h>
+
+#include <mutex>
+#include <new>
+#include <pthread.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr int noKey = -1;
+std::atomic<int> theKey = noKey;  // what the interpreter's thread-local storage keeps the states under
+pthread_key_t theEndKey;          // with a destructor, which runs when a thread ends; there while the other is
+PyThreadState* theMain = nullptr;
+std::mutex theLock;
+std::size_t theMade = 0;
+std::vector<PyThreadState*> theSpare;  // states of threads that are over
+
+void threadEnds(void* own) noexcept {
+    if (!PythonRuntime::enter()) return;
+    PyThread_delete_key_value(theKey);
+    PyThreadState* state = std::exchange(*static_cast<PyThreadState**>(own), nullptr);
+    if (state != theMain) {
+        const std::lock_guard lock(theLock);
+        theSpare.push_back(state);
+    }
+    PythonRuntime::leave();
+}
+
+PyThreadState* takeSpare() noexcept {
+    const std::lock_guard lock(theLock);
+    if (theSpare.empty()) return nullptr;
+    PyThreadState* state = theSpare.back();
+    theSpare.pop_back();
+    return state;
+}
+
+PyThreadState* make() noexcept {
+    try {
+        const std::lock_guard lock(theLock);
+        theSpare.reserve(theMade + 1);  // here, for a thread that ends cannot say that memory is short
+        ++theMade;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+    return PyThreadState_New(theMain->interp);
+}
+
+}  // namespace
+
+void CThreadStates::begin(PyThreadState* main) noexcept {
+    constexpr int mostKeys = 1024;
+    theMain = main;
+    int key = 0;
+    while (key < mostKeys && PyThread_get_key_value(key) != main) ++key;
+    if (key < mostKeys && pthread_key_create(&theEndKey, threadEnds) == 0) theKey = key;
+}
+
+PyThreadState* CThreadStates::take() noexcept {
+    PyThreadState* state = takeSpare();
+    if (state == nullptr) return make();
+    state->thread_id = PyThread_get_thread_ident();
+    PyThread_set_key_value(theKey, state);
+    return state;
+}
+
+void CThreadStates::watch(PyThreadState*& own) noexcept {
+    if (theKey != noKey) pthread_setspecific(theEndKey, &own);
+}
+
+void CThreadStates::end() noexcept {
+    if (theKey.exchange(noKey) != noKey) pthread_key_delete(theEndKey);
+    const std::lock_guard lock(theLock);
+    theSpare.clear();
+}
