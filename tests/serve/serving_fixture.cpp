@@ -37,7 +37,7 @@ ServingTest::ServingTest() {
     EXPECT_EQ(run(prepare), "");
     told();
     module.clear();
-    m_alive = host.alive();
+    m_alive = CPluginHost::alive();
 }
 
 ServingTest::~ServingTest() {
