@@ -62,9 +62,9 @@ CLean theLean;
 
 IKzUnknown* spawnBench() {
     static CKzPolymorph<CBench> polymorph;
-    polymorph.append(kzMakeRecord<CKzIfc_Message<CBench>>(KZu_MESSAGE));
-    polymorph.append(kzMakeRecord<CKzIfc_Matrix<CBench>>(KZu_MATRIX));
-    polymorph.append(kzMakeRecord<CKzIfc_ExternalRenderNotifier<CBench>>(KZu_EXTERNALRENDERNOTIFIER));
+    polymorph.append(kzMakeRecord<CKzIfc_Message<CBench>>());
+    polymorph.append(kzMakeRecord<CKzIfc_Matrix<CBench>>());
+    polymorph.append(kzMakeRecord<CKzIfc_ExternalRenderNotifier<CBench>>());
     return polymorph.spawn();
 }
 

@@ -139,8 +139,10 @@ void emitImplementationBase(const Interface& each, Text out) {
 void emitSlot(const Interface& each, Text out) {
     fmt::format_to(out,
                    "template <class T> class CKzIfc_{0} : public CKzSlot<IKz{0}> {{\npublic:\n"
+                   "    using Implementation = CKzImpl_{0};\n"
+                   "    static constexpr const KzGuid& iid = KZu_{1};\n"
                    "    using CKzSlot<IKz{0}>::CKzSlot;\n",
-                   each.stem());
+                   each.stem(), each.symbol);
     for (const Method& method : each.methods) {
         // A plain uint and a result code are one C++ type: only the description tells which of the two zero is.
         const std::string_view boundary = method.returns.kind == Kind::Result ? "kzBoundary" : "kzValueBoundary";

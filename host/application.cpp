@@ -13,13 +13,8 @@
 
 namespace {
 
-class CApplication final : public CKzImpl_ApplicationService, CHostService {
+class CApplication final : public CHosted<"application", CApplication, CKzIfc_ApplicationService>, CHostService {
 public:
-    static CHostPolymorph<CApplication>& polymorph() {
-        static auto& made =
-            kzHostClass<CApplication, CKzIfc_ApplicationService<CApplication>>("application", KZu_APPLICATIONSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     // Where the support layer finds the services.

@@ -26,13 +26,6 @@ const CommandRow* kzFindBuiltin(std::string_view name) {
     return nullptr;
 }
 
-CHostPolymorph<CBuiltinCommand>& CBuiltinCommand::polymorph() {
-    static auto& made =
-        kzHostClass<CBuiltinCommand, CKzIfc_Command<CBuiltinCommand>, CKzIfc_Attributes<CBuiltinCommand>>(
-            "command", KZu_COMMAND, KZu_ATTRIBUTES);
-    return made;
-}
-
 CBuiltinCommand::CBuiltinCommand(std::shared_ptr<CHostCore> core, const CommandRow& row, std::uint32_t tag)
     : CHostService(core), m_row(row), m_tag(tag), m_run(std::move(core)), m_values(row.arguments.size()) {}
 

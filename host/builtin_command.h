@@ -42,9 +42,9 @@ std::span<const CommandRow> kzServerCommands() noexcept;  // what concerns modul
 const std::vector<CommandRow>& kzBuiltinCommands();       // all of them
 const CommandRow* kzFindBuiltin(std::string_view name);
 
-class CBuiltinCommand final : public CKzImpl_Command, public CKzImpl_Attributes, CHostService {
+class CBuiltinCommand final : public CHosted<"command", CBuiltinCommand, CKzIfc_Command, CKzIfc_Attributes>,
+                              CHostService {
 public:
-    static CHostPolymorph<CBuiltinCommand>& polymorph();
     CBuiltinCommand(std::shared_ptr<CHostCore> core, const CommandRow& row, std::uint32_t tag);
 
     KzResult cmd_Tag(std::uint32_t* tag) override;

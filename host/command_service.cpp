@@ -12,13 +12,8 @@ std::string nameOf(const CKzUser_Command& command) {
     return kzSucceeded(command.Name(&name)) && name != nullptr ? name : "unknown";
 }
 
-class CCommandService final : public CKzImpl_CommandService, CHostService {
+class CCommandService final : public CHosted<"command service", CCommandService, CKzIfc_CommandService>, CHostService {
 public:
-    static CHostPolymorph<CCommandService>& polymorph() {
-        static auto& made =
-            kzHostClass<CCommandService, CKzIfc_CommandService<CCommandService>>("command service", KZu_COMMANDSERVICE);
-        return made;
-    }
     explicit CCommandService(const std::shared_ptr<CHostCore>& core) : CHostService(core), m_center(core) {}
 
     KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override;

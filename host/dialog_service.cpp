@@ -8,12 +8,8 @@
 
 namespace {
 
-class CMonitor final : public CKzImpl_Monitor, CHostService {
+class CMonitor final : public CHosted<"monitor", CMonitor, CKzIfc_Monitor>, CHostService {
 public:
-    static CHostPolymorph<CMonitor>& polymorph() {
-        static auto& made = kzHostClass<CMonitor, CKzIfc_Monitor<CMonitor>>("monitor", KZu_MONITOR);
-        return made;
-    }
     CMonitor(std::shared_ptr<CHostCore> core, std::string title) : CHostService(std::move(core)) {
         m_state.title = std::move(title);
         ++this->core().monitors.alive;
@@ -50,13 +46,8 @@ private:
     MonitorState m_state;
 };
 
-class CDialogService final : public CKzImpl_StdDialogService, CHostService {
+class CDialogService final : public CHosted<"dialog service", CDialogService, CKzIfc_StdDialogService>, CHostService {
 public:
-    static CHostPolymorph<CDialogService>& polymorph() {
-        static auto& made = kzHostClass<CDialogService, CKzIfc_StdDialogService<CDialogService>>("dialog service",
-                                                                                                 KZu_STDDIALOGSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     // Nobody is there to answer: the message goes to the log and the answer is the cautious one.

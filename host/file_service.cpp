@@ -48,13 +48,8 @@ std::uint32_t flagsOf(const std::string& path) {
     return flags;
 }
 
-class CFileService final : public CKzImpl_FileService, CHostService {
+class CFileService final : public CHosted<"file service", CFileService, CKzIfc_FileService>, CHostService {
 public:
-    static CHostPolymorph<CFileService>& polymorph() {
-        static auto& made =
-            kzHostClass<CFileService, CKzIfc_FileService<CFileService>>("file service", KZu_FILESERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult fileservice_ToLocalAlias(const char* path, char* buffer, std::uint32_t length) override {

@@ -17,13 +17,8 @@ const KzIdentityRow* findRow(const KzGuid* iid) {
     return found != std::end(kzIdentityRows) ? found : nullptr;
 }
 
-class CGuidService final : public CKzImpl_GUIDService, CHostService {
+class CGuidService final : public CHosted<"GUID service", CGuidService, CKzIfc_GUIDService>, CHostService {
 public:
-    static CHostPolymorph<CGuidService>& polymorph() {
-        static auto& made =
-            kzHostClass<CGuidService, CKzIfc_GUIDService<CGuidService>>("GUID service", KZu_GUIDSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult guidservice_ClassName(const KzGuid* iid, const char** name) override {

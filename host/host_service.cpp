@@ -10,12 +10,8 @@
 
 namespace {
 
-class CServerFactory final : public CKzImpl_Factory, CHostService {
+class CServerFactory final : public CHosted<"factory", CServerFactory, CKzIfc_Factory>, CHostService {
 public:
-    static CHostPolymorph<CServerFactory>& polymorph() {
-        static auto& made = kzHostClass<CServerFactory, CKzIfc_Factory<CServerFactory>>("factory", KZu_FACTORY);
-        return made;
-    }
     CServerFactory(std::shared_ptr<CHostCore> core, const KzServer& server)
         : CHostService(std::move(core)), m_server(server) {}
 
@@ -60,13 +56,8 @@ KzResult CServerFactory::fac_InfoTag(const char* type, const char** value) {
     return KZe_NOTFOUND;
 }
 
-class CHostServiceObject final : public CKzImpl_HostService, CHostService {
+class CHostServiceObject final : public CHosted<"host service", CHostServiceObject, CKzIfc_HostService>, CHostService {
 public:
-    static CHostPolymorph<CHostServiceObject>& polymorph() {
-        static auto& made =
-            kzHostClass<CHostServiceObject, CKzIfc_HostService<CHostServiceObject>>("host service", KZu_HOSTSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult hostservice_ServerCount(const char* type, std::uint32_t* count) override {

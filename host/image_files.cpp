@@ -14,12 +14,8 @@
 
 namespace {
 
-class CLoaderInfo final : public CKzImpl_LoaderInfo {
+class CLoaderInfo final : public CHosted<"loader info", CLoaderInfo, CKzIfc_LoaderInfo> {
 public:
-    static CHostPolymorph<CLoaderInfo>& polymorph() {
-        static auto& made = kzHostClass<CLoaderInfo, CKzIfc_LoaderInfo<CLoaderInfo>>("loader info", KZu_LOADERINFO);
-        return made;
-    }
     KzResult linf_SetClass(const char* fileClass) override {
         m_fileClass = kzTextOf(fileClass);
         return KZe_OK;
@@ -34,13 +30,8 @@ private:
     std::string m_fileClass;
 };
 
-class CImageTarget final : public CKzImpl_ImageLoaderTarget {
+class CImageTarget final : public CHosted<"image loader target", CImageTarget, CKzIfc_ImageLoaderTarget> {
 public:
-    static CHostPolymorph<CImageTarget>& polymorph() {
-        static auto& made = kzHostClass<CImageTarget, CKzIfc_ImageLoaderTarget<CImageTarget>>("image loader target",
-                                                                                              KZu_IMAGELOADERTARGET);
-        return made;
-    }
     std::uint32_t imageloadertarget_Wanted() override { return KZfIMGLOAD_IMAGE; }
     KzResult imageloadertarget_SetImage(IKzUnknown* image) override {
         return m_image.set(image) ? KZe_OK : KZe_INVALIDARG;

@@ -14,13 +14,8 @@
 namespace {
 
 // Takes what a line gives. Errors go where errors go; the rest is what the user asked for.
-class CLineExecution final : public CKzImpl_LineExecution {
+class CLineExecution final : public CHosted<"line", CLineExecution, CKzIfc_LineExecution> {
 public:
-    static CHostPolymorph<CLineExecution>& polymorph() {
-        static auto& made =
-            kzHostClass<CLineExecution, CKzIfc_LineExecution<CLineExecution>>("line", KZu_LINEEXECUTION);
-        return made;
-    }
     explicit CLineExecution(bool shows) : m_shows(shows) {}
 
     KzResult lin_Results(IKzUnknown* values) override;

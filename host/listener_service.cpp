@@ -35,13 +35,9 @@ bool isSame(IKzUnknown* left, IKzUnknown* right) {
     return left == right || (a != nullptr && a == b);
 }
 
-class CListenerService final : public CKzImpl_ListenerService, CHostService {
+class CListenerService final : public CHosted<"listener service", CListenerService, CKzIfc_ListenerService>,
+                               CHostService {
 public:
-    static CHostPolymorph<CListenerService>& polymorph() {
-        static auto& made = kzHostClass<CListenerService, CKzIfc_ListenerService<CListenerService>>(
-            "listener service", KZu_LISTENERSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult listenerservice_AddListener(IKzUnknown* listener) override {

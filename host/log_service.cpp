@@ -14,12 +14,8 @@ struct InfoBlockRow {
     std::vector<std::pair<const char*, const char*>> fields;
 };
 
-class CInfoBlock final : public CKzImpl_LogInfoBlock {
+class CInfoBlock final : public CHosted<"log block", CInfoBlock, CKzIfc_LogInfoBlock> {
 public:
-    static CHostPolymorph<CInfoBlock>& polymorph() {
-        static auto& made = kzHostClass<CInfoBlock, CKzIfc_LogInfoBlock<CInfoBlock>>("log block", KZu_LOGINFOBLOCK);
-        return made;
-    }
     explicit CInfoBlock(const InfoBlockRow& row) : m_row(row) {}
     KzResult lb_Name(const char** name) override {
         *name = m_row.name;
@@ -50,12 +46,8 @@ const InfoBlockRow* findBlock(std::string_view name) {
     return found != blocks.end() ? &*found : nullptr;
 }
 
-class CLogService final : public CKzImpl_LogService, CHostService {
+class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService>, CHostService {
 public:
-    static CHostPolymorph<CLogService>& polymorph() {
-        static auto& made = kzHostClass<CLogService, CKzIfc_LogService<CLogService>>("log service", KZu_LOGSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult logservice_SubSystemCount(std::uint32_t* count) override {

@@ -34,11 +34,6 @@ LogLine lineOf(const std::string& subsystem, std::uint64_t id, std::uint64_t par
 
 }  // namespace
 
-CHostPolymorph<CLogEntry>& CLogEntry::polymorph() {
-    static auto& made = kzHostClass<CLogEntry, CKzIfc_LogEntry<CLogEntry>>("log entry", KZu_LOGENTRY);
-    return made;
-}
-
 CLogEntry::CLogEntry(std::weak_ptr<CLogStore> store, KzResult level, std::string text)
     : m_store(std::move(store)), m_level(level), m_text(std::move(text)) {}
 
@@ -109,11 +104,6 @@ KzResult CLogEntry::logentry_SetInfo(const char* name, const char* value) {
     if (known != m_infos.end()) known->second = kzTextOf(value);
     else m_infos.emplace_back(name, kzTextOf(value));
     return KZe_OK;
-}
-
-CHostPolymorph<CLogSubsystem>& CLogSubsystem::polymorph() {
-    static auto& made = kzHostClass<CLogSubsystem, CKzIfc_Log<CLogSubsystem>>("log subsystem", KZu_LOG);
-    return made;
 }
 
 KzResult CLogSubsystem::log_Name(const char** name) {

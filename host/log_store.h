@@ -27,10 +27,8 @@ struct LogLine {
 };
 using LogSink = std::function<void(const LogLine&)>;
 
-class CLogEntry final : public CKzImpl_LogEntry {
+class CLogEntry final : public CHosted<"log entry", CLogEntry, CKzIfc_LogEntry> {
 public:
-    static CHostPolymorph<CLogEntry>& polymorph();
-
     CLogEntry(std::weak_ptr<CLogStore> store, KzResult level, std::string text);
     ~CLogEntry() override;
 
@@ -63,10 +61,8 @@ private:
     std::deque<std::pair<std::string, std::string>> m_infos;  // a deque: what was handed out stays where it is
 };
 
-class CLogSubsystem final : public CKzImpl_Log {
+class CLogSubsystem final : public CHosted<"log subsystem", CLogSubsystem, CKzIfc_Log> {
 public:
-    static CHostPolymorph<CLogSubsystem>& polymorph();
-
     CLogSubsystem(std::weak_ptr<CLogStore> store, std::string name)
         : m_store(std::move(store)), m_name(std::move(name)) {}
 

@@ -40,11 +40,6 @@ std::string asTheyAre(const std::string& table, const std::string& key, IKzMessa
 
 }  // namespace
 
-CHostPolymorph<CMessage>& CMessage::polymorph() {
-    static auto& made = kzHostClass<CMessage, CKzIfc_Message<CMessage>>("message", KZu_MESSAGE);
-    return made;
-}
-
 std::uint32_t CMessage::msg_Code() { return m_code; }
 
 KzResult CMessage::msg_SetCode(std::uint32_t code) {

@@ -13,10 +13,8 @@
 // How many arguments a message text can name: %1 to %9.
 inline constexpr std::uint32_t kzMessageArguments = 9;
 
-class CMessage final : public CKzImpl_Message {
+class CMessage final : public CHosted<"message", CMessage, CKzIfc_Message> {
 public:
-    static CHostPolymorph<CMessage>& polymorph();
-
     std::uint32_t msg_Code() override;
     KzResult msg_SetCode(std::uint32_t code) override;
     KzResult msg_SetMessage(const char* table, const char* key, std::uint32_t id) override;

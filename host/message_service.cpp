@@ -5,13 +5,8 @@
 
 namespace {
 
-class CMessageService final : public CKzImpl_MessageService, CHostService {
+class CMessageService final : public CHosted<"message service", CMessageService, CKzIfc_MessageService>, CHostService {
 public:
-    static CHostPolymorph<CMessageService>& polymorph() {
-        static auto& made =
-            kzHostClass<CMessageService, CKzIfc_MessageService<CMessageService>>("message service", KZu_MESSAGESERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult messageservice_Allocate(IKzUnknown** message) override {

@@ -3,6 +3,7 @@
 
 #include "kz/base/polymorph.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -36,15 +37,30 @@ private:
     }
 };
 
-// Makes the polymorph of a host class, once. It is never destroyed: a module may hold instances while the process ends.
-template <class Class, class... Slots, class... Iids>
-CHostPolymorph<Class>& kzHostClass(const char* name, const Iids&... iids) {
-    static_assert(sizeof...(Slots) == sizeof...(Iids), "one identifier for each interface");
-    auto* made = new CHostPolymorph<Class>();
-    made->nameOnce(name);
-    (made->append(kzMakeRecord<Slots>(iids)), ...);
-    return *made;
-}
+// A text as an argument of a template.
+template <std::size_t size> struct KzHostName {
+    constexpr KzHostName(const char (&name)[size]) { std::copy_n(name, size, text); }
+    char text[size];
+};
+
+// The base of a class that the host makes objects of: what they are called, and the interfaces that the class implements,
+// CKzIfc_Monitor and the like. The polymorph is never destroyed: a module may hold instances while the process ends.
+template <KzHostName name, class Class, template <class> class... Slots>
+class CHosted : public Slots<Class>::Implementation... {
+public:
+    static CHostPolymorph<Class>& polymorph() {
+        static CHostPolymorph<Class>& made = make();
+        return made;
+    }
+
+private:
+    static CHostPolymorph<Class>& make() {
+        auto* made = new CHostPolymorph<Class>();
+        made->nameOnce(name.text);
+        (made->append(kzMakeRecord<Slots<Class>>()), ...);
+        return *made;
+    }
+};
 
 // One reference to an object of the host, with its C++ side at hand. `Class::polymorph()` tells what it is.
 template <class Class> class CHostRef {

@@ -15,13 +15,9 @@ std::string environment(std::string_view name) {
     return value != nullptr ? value : std::string();
 }
 
-class CPlatformService final : public CKzImpl_PlatformService, CHostService {
+class CPlatformService final : public CHosted<"platform service", CPlatformService, CKzIfc_PlatformService>,
+                               CHostService {
 public:
-    static CHostPolymorph<CPlatformService>& polymorph() {
-        static auto& made = kzHostClass<CPlatformService, CKzIfc_PlatformService<CPlatformService>>(
-            "platform service", KZu_PLATFORMSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     std::uint32_t platformservice_AppVersion() override { return kzHostVersion; }

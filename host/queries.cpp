@@ -175,13 +175,8 @@ constexpr ServiceRow services[] = {
     {"log", logAttributes},         {"script", scriptAttributes}, {"value", valueAttributes},
 };
 
-class CScriptQuery final : public CKzImpl_ScriptQuery, CHostService {
+class CScriptQuery final : public CHosted<"script query", CScriptQuery, CKzIfc_ScriptQuery>, CHostService {
 public:
-    static CHostPolymorph<CScriptQuery>& polymorph() {
-        static auto& made =
-            kzHostClass<CScriptQuery, CKzIfc_ScriptQuery<CScriptQuery>>("script query", KZu_SCRIPTQUERY);
-        return made;
-    }
     CScriptQuery(std::shared_ptr<CHostCore> core, const ServiceRow& service)
         : CHostService(std::move(core)), m_service(service) {}
 
@@ -236,13 +231,8 @@ KzResult CScriptQuery::sq_Query(std::uint32_t index, IKzUnknown* values) {
     return KZe_OK;
 }
 
-class CNamedService final : public CKzImpl_ServiceExtension, CHostService {
+class CNamedService final : public CHosted<"named service", CNamedService, CKzIfc_ServiceExtension>, CHostService {
 public:
-    static CHostPolymorph<CNamedService>& polymorph() {
-        static auto& made =
-            kzHostClass<CNamedService, CKzIfc_ServiceExtension<CNamedService>>("named service", KZu_SERVICEEXTENSION);
-        return made;
-    }
     CNamedService(std::shared_ptr<CHostCore> core, std::string name)
         : CHostService(std::move(core)), m_name(std::move(name)) {}
 

@@ -6,13 +6,8 @@
 
 namespace {
 
-class CScriptService final : public CKzImpl_ScriptSysService, CHostService {
+class CScriptService final : public CHosted<"script service", CScriptService, CKzIfc_ScriptSysService>, CHostService {
 public:
-    static CHostPolymorph<CScriptService>& polymorph() {
-        static auto& made = kzHostClass<CScriptService, CKzIfc_ScriptSysService<CScriptService>>("script service",
-                                                                                                 KZu_SCRIPTSYSSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     // The host keeps no collections of scripts: they are files.

@@ -74,11 +74,6 @@ bool takes(IKzTextScriptInterpreter& interpreter, const std::string& header) {
 
 }  // namespace
 
-CHostPolymorph<CScript>& CScript::polymorph() {
-    static auto& made = kzHostClass<CScript, CKzIfc_Script<CScript>>("script", KZu_SCRIPT);
-    return made;
-}
-
 CScript::CScript(std::string path, std::string text)
     : m_path(std::move(path)), m_name(fs::path(m_path).filename().string()), m_text(std::move(text)) {
     std::istringstream lines(m_text);

@@ -15,10 +15,8 @@
 class CHostCore;
 
 // A script with its text: line ends are line feeds whatever the file has.
-class CScript final : public CKzImpl_Script {
+class CScript final : public CHosted<"script", CScript, CKzIfc_Script> {
 public:
-    static CHostPolymorph<CScript>& polymorph();
-
     CScript(std::string path, std::string text);
 
     KzResult scr_Hash(const char** name) override;

@@ -3,11 +3,6 @@
 
 #include "kz/result.h"
 
-CHostPolymorph<CServedCommand>& CServedCommand::polymorph() {
-    static auto& made = kzHostClass<CServedCommand, CKzIfc_Command<CServedCommand>>("served command", KZu_COMMAND);
-    return made;
-}
-
 CServedCommand::CServedCommand(std::shared_ptr<CHostCore> core, IKzUnknown* inner, std::string name, std::uint32_t tag)
     : CHostService(core), m_inner(inner), m_name(std::move(name)), m_tag(tag), m_run(std::move(core)) {
     if (!m_inner) throw KZe_NOINTERFACE;

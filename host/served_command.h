@@ -7,9 +7,8 @@
 
 // The module's object behind the host's own front: executing it tells the listeners, and there is always a message that
 // says how it went. Everything else is the module's.
-class CServedCommand final : public CKzImpl_Command, CHostService {
+class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>, CHostService {
 public:
-    static CHostPolymorph<CServedCommand>& polymorph();
     CServedCommand(std::shared_ptr<CHostCore> core, IKzUnknown* inner, std::string name, std::uint32_t tag);
 
     // Other interfaces, the attributes above all, are the module's own.

@@ -12,12 +12,8 @@ namespace {
 
 std::uint32_t processors() { return std::max(1U, std::thread::hardware_concurrency()); }
 
-class CThreadMutex final : public CKzImpl_ThreadMutex {
+class CThreadMutex final : public CHosted<"mutex", CThreadMutex, CKzIfc_ThreadMutex> {
 public:
-    static CHostPolymorph<CThreadMutex>& polymorph() {
-        static auto& made = kzHostClass<CThreadMutex, CKzIfc_ThreadMutex<CThreadMutex>>("mutex", KZu_THREADMUTEX);
-        return made;
-    }
     void threadmutex_Enter() override {
         m_mutex.lock();
         ++m_depth;
@@ -116,13 +112,8 @@ void CGroupWork::wait() {
     m_waitingInside -= mine;
 }
 
-class CThreadGroup final : public CKzImpl_ThreadGroup {
+class CThreadGroup final : public CHosted<"thread group", CThreadGroup, CKzIfc_ThreadGroup> {
 public:
-    static CHostPolymorph<CThreadGroup>& polymorph() {
-        static auto& made =
-            kzHostClass<CThreadGroup, CKzIfc_ThreadGroup<CThreadGroup>>("thread group", KZu_THREADGROUP);
-        return made;
-    }
     explicit CThreadGroup(std::shared_ptr<CHostCore> core) : m_core(std::move(core)) {}
     ~CThreadGroup() override { m_work->drop(); }
 
@@ -168,12 +159,8 @@ KzResult CThreadGroup::threadgroup_Execute() {
     return KZe_OK;
 }
 
-class CThreadSlot final : public CKzImpl_ThreadSlot {
+class CThreadSlot final : public CHosted<"thread slot", CThreadSlot, CKzIfc_ThreadSlot> {
 public:
-    static CHostPolymorph<CThreadSlot>& polymorph() {
-        static auto& made = kzHostClass<CThreadSlot, CKzIfc_ThreadSlot<CThreadSlot>>("thread slot", KZu_THREADSLOT);
-        return made;
-    }
     CThreadSlot(std::uint32_t size, IKzUnknown* client) : m_size(size), m_client(client) {}
     ~CThreadSlot() override {
         for (const auto& [thread, value] : m_values) free(value);
@@ -251,13 +238,8 @@ void CThreadSlot::free(void* value) noexcept {
     if (m_client) m_client->Free(value);
 }
 
-class CThreadService final : public CKzImpl_ThreadService, CHostService {
+class CThreadService final : public CHosted<"thread service", CThreadService, CKzIfc_ThreadService>, CHostService {
 public:
-    static CHostPolymorph<CThreadService>& polymorph() {
-        static auto& made =
-            kzHostClass<CThreadService, CKzIfc_ThreadService<CThreadService>>("thread service", KZu_THREADSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult threadservice_CreateMutex(IKzUnknown** mutex) override {

@@ -18,13 +18,8 @@ bool sameWord(std::string_view left, std::string_view right) {
                       [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
 }
 
-class CValueService final : public CKzImpl_ValueService, CHostService {
+class CValueService final : public CHosted<"value service", CValueService, CKzIfc_ValueService>, CHostService {
 public:
-    static CHostPolymorph<CValueService>& polymorph() {
-        static auto& made =
-            kzHostClass<CValueService, CKzIfc_ValueService<CValueService>>("value service", KZu_VALUESERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult valueservice_CreateValue(const char* type, IKzUnknown** value) override {

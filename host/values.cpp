@@ -40,11 +40,6 @@ KzCell converted(IKzUnknown* other, const KzValueType& type) {
 
 }  // namespace
 
-CHostPolymorph<CValue>& CValue::polymorph() {
-    static auto& made = kzHostClass<CValue, CKzIfc_Value<CValue>>("value", KZu_VALUE);
-    return made;
-}
-
 CValue::CValue(std::string_view type) : m_type(&knownType(type)), m_cell(kzEmptyCell(*m_type)) {}
 
 KzResult CValue::val_TypeName(const char** type) {
@@ -101,11 +96,6 @@ KzResult CValue::val_GetIntrinsic(void** memory) {
     if (color == nullptr) return KZe_NOTSUPPORTED;
     *memory = color->data();
     return KZe_OK;
-}
-
-CHostPolymorph<CValueArray>& CValueArray::polymorph() {
-    static auto& made = kzHostClass<CValueArray, CKzIfc_ValueArray<CValueArray>>("value array", KZu_VALUEARRAY);
-    return made;
 }
 
 CValueArray::CValueArray(std::string_view type) : m_type(&knownType(type)) {}

@@ -24,10 +24,8 @@ template <class Read> KzResult kzReadText(std::string& text, const Read& read) {
     return code;
 }
 
-class CValue final : public CKzImpl_Value {
+class CValue final : public CHosted<"value", CValue, CKzIfc_Value> {
 public:
-    static CHostPolymorph<CValue>& polymorph();
-
     // Throws INVALIDARG for an unknown type.
     explicit CValue(std::string_view type);
     CValue(const KzValueType& type, KzCell cell) : m_type(&type), m_cell(std::move(cell)) {}
@@ -53,10 +51,8 @@ private:
     KzCell m_cell;
 };
 
-class CValueArray final : public CKzImpl_ValueArray {
+class CValueArray final : public CHosted<"value array", CValueArray, CKzIfc_ValueArray> {
 public:
-    static CHostPolymorph<CValueArray>& polymorph();
-
     explicit CValueArray(std::string_view type);
 
     KzResult va_Type(std::uint32_t* type) override;

@@ -19,7 +19,7 @@ CKzGenericPolymorph* factory() {
     static CKzPolymorph<CArgAttrib> polymorph;
     if (polymorph.recordCount() == 0) {
         polymorph.nameOnce(spawnerName);
-        polymorph.append(kzMakeRecord<CKzIfc_Attributes<CArgAttrib>>(KZu_ATTRIBUTES));
+        polymorph.append(kzMakeRecord<CKzIfc_Attributes<CArgAttrib>>());
     }
     cache->addSpawner(spawnerName, &polymorph);
     return &polymorph;

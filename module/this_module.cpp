@@ -51,9 +51,9 @@ void CServerTable::add(const char* name, CKzGenericPolymorph* polymorph) {
 }
 
 CKzThisModule::CKzThisModule() {
-    append(kzMakeRecord<CKzIfc_Module<CKzThisModule>>(KZu_MODULE));
-    append(kzMakeRecord<CKzIfc_TagDescription<CKzThisModule>>(KZu_TAGDESCRIPTION));
-    append(kzMakeRecord<CKzIfc_NeedContext<CKzThisModule>>(KZu_NEEDCONTEXT));
+    append(kzMakeRecord<CKzIfc_Module<CKzThisModule>>());
+    append(kzMakeRecord<CKzIfc_TagDescription<CKzThisModule>>());
+    append(kzMakeRecord<CKzIfc_NeedContext<CKzThisModule>>());
     nameOnce("module");
 }
 

@@ -190,8 +190,8 @@ Completeness checkCompleteness(std::string& text) {
 void registerServer(CKzThisModule& module) {
     static CKzPolymorph<CLineInterpreter> polymorph;
     if (polymorph.recordCount() == 0) {  // a failed initialisation may have come this far
-        polymorph.append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>(KZu_LINEINTERPRETER));
-        polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>(KZu_TAGDESCRIPTION));
+        polymorph.append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>());
+        polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>());
     }
     module.addServer("python", &polymorph);
 }

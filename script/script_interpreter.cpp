@@ -78,8 +78,8 @@ KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const ch
 void registerServer(CKzThisModule& module) {
     static CKzPolymorph<CInterpreter> polymorph;
     if (polymorph.recordCount() == 0) {  // a failed initialisation may have come this far
-        polymorph.append(kzMakeRecord<CKzIfc_TextScriptInterpreter<CInterpreter>>(KZu_TEXTSCRIPTINTERPRETER));
-        polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CInterpreter>>(KZu_TAGDESCRIPTION));
+        polymorph.append(kzMakeRecord<CKzIfc_TextScriptInterpreter<CInterpreter>>());
+        polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CInterpreter>>());
     }
     module.addServer("python", &polymorph);
 }

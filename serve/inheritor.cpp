@@ -30,7 +30,7 @@ class CInheritorPolymorph final : public CKzGenericPolymorph {
 public:
     CInheritorPolymorph() {
         nameOnce("inheritor");
-        append(kzMakeRecord<CKzIfc_Inheritor<CInheritor>>(KZu_INHERITOR));
+        append(kzMakeRecord<CKzIfc_Inheritor<CInheritor>>());
     }
     void* createObject() override { return std::exchange(t_next, nullptr); }
     void freeObject(void* object) noexcept override {

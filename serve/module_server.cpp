@@ -29,7 +29,7 @@ public:
 
 class CDictionaryPolymorph final : public CKzPolymorph<CDictionary> {
 public:
-    CDictionaryPolymorph() { append(kzMakeRecord<CKzIfc_TagDescription<CDictionary>>(KZu_TAGDESCRIPTION)); }
+    CDictionaryPolymorph() { append(kzMakeRecord<CKzIfc_TagDescription<CDictionary>>()); }
 };
 
 CDictionaryPolymorph& dictionaries() {
@@ -88,8 +88,8 @@ private:
 class CModulePolymorph final : public CKzPolymorph<CModule> {
 public:
     CModulePolymorph() {
-        append(kzMakeRecord<CKzIfc_Module<CModule>>(KZu_MODULE));
-        append(kzMakeRecord<CKzIfc_TagDescription<CModule>>(KZu_TAGDESCRIPTION));
+        append(kzMakeRecord<CKzIfc_Module<CModule>>());
+        append(kzMakeRecord<CKzIfc_TagDescription<CModule>>());
     }
 };
 

@@ -43,13 +43,8 @@ private:
     double m_time;
 };
 
-class CChannelRead final : public CKzImpl_ChannelRead, CChannelAccess {
+class CChannelRead final : public CHosted<"channel reader", CChannelRead, CKzIfc_ChannelRead>, CChannelAccess {
 public:
-    static CHostPolymorph<CChannelRead>& polymorph() {
-        static auto& made =
-            kzHostClass<CChannelRead, CKzIfc_ChannelRead<CChannelRead>>("channel reader", KZu_CHANNELREAD);
-        return made;
-    }
     using CChannelAccess::CChannelAccess;
 
     double channelread_Time() override { return time(); }
@@ -142,13 +137,8 @@ KzResult CChannelRead::channelread_EncodedInteger(IKzUnknown* item, std::int32_t
     return KZe_NOTFOUND;
 }
 
-class CChannelWrite final : public CKzImpl_ChannelWrite, CChannelAccess {
+class CChannelWrite final : public CHosted<"channel writer", CChannelWrite, CKzIfc_ChannelWrite>, CChannelAccess {
 public:
-    static CHostPolymorph<CChannelWrite>& polymorph() {
-        static auto& made =
-            kzHostClass<CChannelWrite, CKzIfc_ChannelWrite<CChannelWrite>>("channel writer", KZu_CHANNELWRITE);
-        return made;
-    }
     using CChannelAccess::CChannelAccess;
 
     KzResult channelwrite_Action(const char** action) override { return giveAction(action); }

@@ -1,11 +1,6 @@
 // Edges of a mesh.
 #include "host/objects/mesh_cursors.h"
 
-CHostPolymorph<CEdge>& CEdge::polymorph() {
-    static auto& made = kzHostClass<CEdge, CKzIfc_Edge<CEdge>>("edge", KZu_EDGE);
-    return made;
-}
-
 KzResult CEdge::edge_MoveToEnds(KzElementId start, KzElementId end) {
     const MeshEdge* edge = data().edgeBetween(start, end);
     return edge != nullptr ? moveTo(edge->id) : KZe_NOTFOUND;

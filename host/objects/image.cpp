@@ -17,12 +17,6 @@ PixelFormat knownFormat(std::uint32_t code) {
 
 }  // namespace
 
-CHostPolymorph<CImage>& CImage::polymorph() {
-    static auto& made =
-        kzHostClass<CImage, CKzIfc_Image<CImage>, CKzIfc_ImageWrite<CImage>>("image", KZu_IMAGE, KZu_IMAGEWRITE);
-    return made;
-}
-
 void CImage::resize(std::int32_t width, std::int32_t height, std::uint32_t format) {
     const PixelFormat wanted = knownFormat(format);
     if (width < 1 || height < 1 || width > longestSide || height > longestSide) throw KZe_INVALIDARG;

@@ -7,10 +7,8 @@
 #include <string>
 #include <vector>
 
-class CImage final : public CKzImpl_Image, public CKzImpl_ImageWrite {
+class CImage final : public CHosted<"image", CImage, CKzIfc_Image, CKzIfc_ImageWrite> {
 public:
-    static CHostPolymorph<CImage>& polymorph();
-
     // Throws INVALIDARG for a size that is none or too large, NOTSUPPORTED for a format that is not kept.
     CImage(std::int32_t width, std::int32_t height, std::uint32_t format) { resize(width, height, format); }
 

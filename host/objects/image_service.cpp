@@ -7,13 +7,8 @@
 
 namespace {
 
-class CImageService final : public CKzImpl_ImageService, CHostService {
+class CImageService final : public CHosted<"image service", CImageService, CKzIfc_ImageService>, CHostService {
 public:
-    static CHostPolymorph<CImageService>& polymorph() {
-        static auto& made =
-            kzHostClass<CImageService, CKzIfc_ImageService<CImageService>>("image service", KZu_IMAGESERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult imageservice_Create(std::int32_t width, std::int32_t height, std::uint32_t format, std::uint32_t /*flags*/,

@@ -8,11 +8,6 @@
 #include <algorithm>
 #include <cctype>
 
-CHostPolymorph<CItem>& CItem::polymorph() {
-    static auto& made = kzHostClass<CItem, CKzIfc_Item<CItem>>("item", KZu_ITEM);
-    return made;
-}
-
 CItem::CItem(CScene& scene, const ItemType& type, std::string ident)
     : m_scene(&scene), m_type(type), m_ident(std::move(ident)) {
     for (const ChannelInfo& info : type.channels) m_channels.push_back({info, {}});

@@ -29,13 +29,8 @@ private:
     std::string m_name;
 };
 
-class CItemChannel final : public CKzImpl_ItemChannel, CChannelOf {
+class CItemChannel final : public CHosted<"item channel", CItemChannel, CKzIfc_ItemChannel>, CChannelOf {
 public:
-    static CHostPolymorph<CItemChannel>& polymorph() {
-        static auto& made =
-            kzHostClass<CItemChannel, CKzIfc_ItemChannel<CItemChannel>>("item channel", KZu_ITEMCHANNEL);
-        return made;
-    }
     using CChannelOf::CChannelOf;
 
     KzResult itemchannel_Item(IKzUnknown** item) override { return itemRef().give(item); }
@@ -113,12 +108,8 @@ std::span<const char* const> componentsOf(std::uint32_t form) {
     }
 }
 
-class CAddChannel final : public CKzImpl_AddChannel, CChannelOf {
+class CAddChannel final : public CHosted<"new channel", CAddChannel, CKzIfc_AddChannel>, CChannelOf {
 public:
-    static CHostPolymorph<CAddChannel>& polymorph() {
-        static auto& made = kzHostClass<CAddChannel, CKzIfc_AddChannel<CAddChannel>>("new channel", KZu_ADDCHANNEL);
-        return made;
-    }
     using CChannelOf::CChannelOf;
 
     KzResult addchannel_NewChannel(const char* name, const char* type) override {

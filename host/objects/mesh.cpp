@@ -12,11 +12,6 @@ std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* point
     return {points, points + count};
 }
 
-CHostPolymorph<CMesh>& CMesh::polymorph() {
-    static auto& made = kzHostClass<CMesh, CKzIfc_Mesh<CMesh>>("mesh", KZu_MESH);
-    return made;
-}
-
 KzResult CMesh::mesh_PointCount(std::uint32_t* count) {
     *count = data.points.size();
     return KZe_OK;

@@ -4,10 +4,8 @@
 #include "host/objects/mesh_data.h"
 #include "host/objects/self.h"
 
-class CMesh final : public CKzImpl_Mesh, public CHostSelf<CMesh> {
+class CMesh final : public CHosted<"mesh", CMesh, CKzIfc_Mesh>, public CHostSelf<CMesh> {
 public:
-    static CHostPolymorph<CMesh>& polymorph();
-
     CMeshData data;
 
     KzResult mesh_PointCount(std::uint32_t* count) override;

@@ -73,9 +73,8 @@ private:
     KzElementId m_id;
 };
 
-class CPoint final : public CKzImpl_Point, public CMeshCursor<CPoint, MeshPoint> {
+class CPoint final : public CHosted<"point", CPoint, CKzIfc_Point>, public CMeshCursor<CPoint, MeshPoint> {
 public:
-    static CHostPolymorph<CPoint>& polymorph();
     static CElementTable<MeshPoint>& table(CMeshData& data) { return data.points; }
     using CMeshCursor::CMeshCursor;
     using CMeshCursor::table;
@@ -116,9 +115,8 @@ private:
     const MeshEdge& edgeHere(std::uint32_t index);
 };
 
-class CPolygon final : public CKzImpl_Polygon, public CMeshCursor<CPolygon, MeshPolygon> {
+class CPolygon final : public CHosted<"polygon", CPolygon, CKzIfc_Polygon>, public CMeshCursor<CPolygon, MeshPolygon> {
 public:
-    static CHostPolymorph<CPolygon>& polymorph();
     static CElementTable<MeshPolygon>& table(CMeshData& data) { return data.polygons; }
     using CMeshCursor::CMeshCursor;
     using CMeshCursor::table;
@@ -172,9 +170,8 @@ private:
     KzResult setCorners(std::vector<KzElementId> corners);
 };
 
-class CEdge final : public CKzImpl_Edge, public CMeshCursor<CEdge, MeshEdge> {
+class CEdge final : public CHosted<"edge", CEdge, CKzIfc_Edge>, public CMeshCursor<CEdge, MeshEdge> {
 public:
-    static CHostPolymorph<CEdge>& polymorph();
     static CElementTable<MeshEdge>& table(CMeshData& data) { return data.edges(); }
     using CMeshCursor::CMeshCursor;
     using CMeshCursor::table;
@@ -202,9 +199,8 @@ public:
     bool edge_TestMarks(std::int32_t mark) override { return testMarks(mark); }
 };
 
-class CMeshMap final : public CKzImpl_MeshMap, public CMeshCursor<CMeshMap, MeshMapData> {
+class CMeshMap final : public CHosted<"mesh map", CMeshMap, CKzIfc_MeshMap>, public CMeshCursor<CMeshMap, MeshMapData> {
 public:
-    static CHostPolymorph<CMeshMap>& polymorph();
     static CElementTable<MeshMapData>& table(CMeshData& data) { return data.maps; }
     using CMeshCursor::CMeshCursor;
     using CMeshCursor::table;

@@ -39,11 +39,6 @@ KzResult kzClearMapValue(CMeshData& data, KzElementId map, MeshMapData::Place pl
     return KZe_OK;
 }
 
-CHostPolymorph<CMeshMap>& CMeshMap::polymorph() {
-    static auto& made = kzHostClass<CMeshMap, CKzIfc_MeshMap<CMeshMap>>("mesh map", KZu_MESHMAP);
-    return made;
-}
-
 KzResult CMeshMap::meshmap_MoveToName(std::int32_t type, const char* name) {
     const MeshMapData* map = data().findMap(type, kzTextOf(name));
     return map != nullptr ? moveTo(map->id) : KZe_NOTFOUND;

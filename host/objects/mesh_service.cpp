@@ -4,13 +4,8 @@
 
 namespace {
 
-class CMeshService final : public CKzImpl_MeshService, CHostService {
+class CMeshService final : public CHosted<"mesh service", CMeshService, CKzIfc_MeshService>, CHostService {
 public:
-    static CHostPolymorph<CMeshService>& polymorph() {
-        static auto& made =
-            kzHostClass<CMeshService, CKzIfc_MeshService<CMeshService>>("mesh service", KZu_MESHSERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult meshservice_Create(IKzUnknown** mesh) override {

@@ -1,11 +1,6 @@
 // Points of a mesh.
 #include "host/objects/mesh_cursors.h"
 
-CHostPolymorph<CPoint>& CPoint::polymorph() {
-    static auto& made = kzHostClass<CPoint, CKzIfc_Point<CPoint>>("point", KZu_POINT);
-    return made;
-}
-
 KzResult CPoint::point_MoveToVertex(KzElementId polygon, std::int32_t vertex) {
     const auto& corners = data().polygons.at(polygon).points;
     if (vertex < 0 || static_cast<std::size_t>(vertex) >= corners.size()) return KZe_OUTOFBOUNDS;

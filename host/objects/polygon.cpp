@@ -3,11 +3,6 @@
 
 #include "host/text.h"
 
-CHostPolymorph<CPolygon>& CPolygon::polymorph() {
-    static auto& made = kzHostClass<CPolygon, CKzIfc_Polygon<CPolygon>>("polygon", KZu_POLYGON);
-    return made;
-}
-
 KzElementId CPolygon::corner(std::int64_t vertex) const {
     const auto& corners = here().points;
     if (vertex < 0 || vertex >= static_cast<std::int64_t>(corners.size())) throw KZe_OUTOFBOUNDS;

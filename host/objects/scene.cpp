@@ -21,11 +21,6 @@ KzResult handOver(IKzUnknown* made, IKzUnknown** out) {
 
 }  // namespace
 
-CHostPolymorph<CScene>& CScene::polymorph() {
-    static auto& made = kzHostClass<CScene, CKzIfc_Scene<CScene>>("scene", KZu_SCENE);
-    return made;
-}
-
 CHostRef<CScene> CScene::open(std::string name) {
     auto made = CScene::create(std::move(name));
     made->add(*kzFindItemType(KZiITYPE_ROOT));

@@ -9,9 +9,8 @@
 
 class CItem;
 
-class CScene final : public CKzImpl_Scene, public CHostSelf<CScene> {
+class CScene final : public CHosted<"scene", CScene, CKzIfc_Scene>, public CHostSelf<CScene> {
 public:
-    static CHostPolymorph<CScene>& polymorph();
     // A scene with its root item.
     static CHostRef<CScene> open(std::string name);
     explicit CScene(std::string name) : m_name(std::move(name)) {}
@@ -51,9 +50,8 @@ private:
     std::vector<CItem*> m_roots;
 };
 
-class CItem final : public CKzImpl_Item, public CHostSelf<CItem> {
+class CItem final : public CHosted<"item", CItem, CKzIfc_Item>, public CHostSelf<CItem> {
 public:
-    static CHostPolymorph<CItem>& polymorph();
     CItem(CScene& scene, const ItemType& type, std::string ident);
 
     KzResult item_Name(const char** name) override;

@@ -4,13 +4,8 @@
 
 namespace {
 
-class CSceneService final : public CKzImpl_SceneService, CHostService {
+class CSceneService final : public CHosted<"scene service", CSceneService, CKzIfc_SceneService>, CHostService {
 public:
-    static CHostPolymorph<CSceneService>& polymorph() {
-        static auto& made =
-            kzHostClass<CSceneService, CKzIfc_SceneService<CSceneService>>("scene service", KZu_SCENESERVICE);
-        return made;
-    }
     using CHostService::CHostService;
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {

@@ -27,9 +27,7 @@ struct Values : CKzImpl_ValueArray {
 // A polymorph around one object, with the interface under test.
 class Served : public CKzStaticPolymorph {
 public:
-    explicit Served(Values& values) : CKzStaticPolymorph(&values) {
-        append(kzMakeRecord<CKzIfc_ValueArray<Values>>(KZu_VALUEARRAY));
-    }
+    explicit Served(Values& values) : CKzStaticPolymorph(&values) { append(kzMakeRecord<CKzIfc_ValueArray<Values>>()); }
 };
 
 }  // namespace

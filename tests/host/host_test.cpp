@@ -151,15 +151,10 @@ TEST_F(HostTest, TheApplicationAnswersEveryServiceAndNothingElse) {
 }
 
 // Lists what is no server, and may refuse its host.
-class OddModule final : public CKzImpl_Module, public CKzImpl_TagDescription, public CKzImpl_NeedContext {
+class OddModule final
+    : public CHosted<"odd module", OddModule, CKzIfc_Module, CKzIfc_TagDescription, CKzIfc_NeedContext> {
 public:
     explicit OddModule(KzResult code) : m_code(code) {}
-    static CHostPolymorph<OddModule>& polymorph() {
-        static auto& made =
-            kzHostClass<OddModule, CKzIfc_Module<OddModule>, CKzIfc_TagDescription<OddModule>,
-                        CKzIfc_NeedContext<OddModule>>("odd module", KZu_MODULE, KZu_TAGDESCRIPTION, KZu_NEEDCONTEXT);
-        return made;
-    }
     std::uint32_t tag_Count() override { return 2; }
     KzResult tag_Describe(std::uint32_t index, KzTagRecord* record) override {
         *record =

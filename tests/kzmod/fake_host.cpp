@@ -32,12 +32,7 @@ template <class Class> KzResult give(IKzUnknown** out, const char* operation, co
 
 constexpr KzTextValueHint hintTable[] = {{1, "one"}, {2, "two"}, {0, nullptr}};
 
-struct Command final : CKzImpl_Command, CKzImpl_Attributes {
-    static CHostPolymorph<Command>& polymorph() {
-        static auto& made = kzHostClass<Command, CKzIfc_Command<Command>, CKzIfc_Attributes<Command>>(
-            "test command", KZu_COMMAND, KZu_ATTRIBUTES);
-        return made;
-    }
+struct Command final : CHosted<"test command", Command, CKzIfc_Command, CKzIfc_Attributes> {
     KzResult cmd_Name(const char** name) override {
         theHost->enter("Name");
         *name = "test.command";
@@ -63,11 +58,7 @@ struct Command final : CKzImpl_Command, CKzImpl_Attributes {
     }
 };
 
-struct Values final : CKzImpl_ValueArray {
-    static CHostPolymorph<Values>& polymorph() {
-        static auto& made = kzHostClass<Values, CKzIfc_ValueArray<Values>>("test values", KZu_VALUEARRAY);
-        return made;
-    }
+struct Values final : CHosted<"test values", Values, CKzIfc_ValueArray> {
     KzResult va_Type(std::uint32_t* type) override {
         theHost->enter("Type");
         *type = script().valueType;
@@ -94,11 +85,7 @@ struct Values final : CKzImpl_ValueArray {
     }
 };
 
-struct Monitor final : CKzImpl_Monitor {
-    static CHostPolymorph<Monitor>& polymorph() {
-        static auto& made = kzHostClass<Monitor, CKzIfc_Monitor<Monitor>>("test monitor", KZu_MONITOR);
-        return made;
-    }
+struct Monitor final : CHosted<"test monitor", Monitor, CKzIfc_Monitor> {
     KzResult mon_Initialize(std::uint32_t count) override { return step("Initialize", str(count)); }
     KzResult mon_Increment(std::uint32_t count) override { return step("Increment", str(count)); }
     static KzResult step(const char* operation, const std::string& arguments) {
@@ -107,19 +94,8 @@ struct Monitor final : CKzImpl_Monitor {
     }
 };
 
-struct Services final : CKzImpl_CommandService,
-                        CKzImpl_StdDialogService,
-                        CKzImpl_ApplicationService,
-                        CKzImpl_ServiceExtension,
-                        CKzImpl_ScriptQuery {
-    static CHostPolymorph<Services>& polymorph() {
-        static auto& made =
-            kzHostClass<Services, CKzIfc_CommandService<Services>, CKzIfc_StdDialogService<Services>,
-                        CKzIfc_ApplicationService<Services>, CKzIfc_ServiceExtension<Services>,
-                        CKzIfc_ScriptQuery<Services>>("test services", KZu_COMMANDSERVICE, KZu_STDDIALOGSERVICE,
-                                                      KZu_APPLICATIONSERVICE, KZu_SERVICEEXTENSION, KZu_SCRIPTQUERY);
-        return made;
-    }
+struct Services final : CHosted<"test services", Services, CKzIfc_CommandService, CKzIfc_StdDialogService,
+                                CKzIfc_ApplicationService, CKzIfc_ServiceExtension, CKzIfc_ScriptQuery> {
     KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override {
         theHost->enter("Lookup", name);
         *tag = 77;

@@ -35,7 +35,7 @@ public:
 
 class CParts final : public CKzPolymorph<CPart> {
 public:
-    CParts() { append(kzMakeRecord<CKzIfc_Module<CPart>>(KZu_MODULE)); }
+    CParts() { append(kzMakeRecord<CKzIfc_Module<CPart>>()); }
     void spawned(void* object, IKzUnknown* /*slot*/) override { static_cast<CPart*>(object)->m_outer = outer; }
     IKzUnknown* outer = nullptr;
 };
@@ -43,8 +43,8 @@ public:
 class CThings : public CKzPolymorph<CThing> {
 public:
     CThings() {
-        append(kzMakeRecord<CKzIfc_TagDescription<CThing>>(KZu_TAGDESCRIPTION));
-        append(kzMakeRecord<CKzIfc_NeedContext<CThing>>(KZu_NEEDCONTEXT));
+        append(kzMakeRecord<CKzIfc_TagDescription<CThing>>());
+        append(kzMakeRecord<CKzIfc_NeedContext<CThing>>());
         nameOnce("thing");
     }
     IKzUnknown* spawnSubObject(IKzUnknown* outer, const KzGuid& iid) override {

@@ -10,12 +10,6 @@
 
 #include <regex>
 
-CHostPolymorph<CTestConsole>& CTestConsole::polymorph() {
-    static auto& made =
-        kzHostClass<CTestConsole, CKzIfc_LineExecution<CTestConsole>>("test console", KZu_LINEEXECUTION);
-    return made;
-}
-
 KzResult CTestConsole::lin_Results(IKzUnknown* values) {
     const CKzUser_ValueArray array(values);
     results.clear();

@@ -11,10 +11,8 @@
 #include <vector>
 
 // A console as the plug-in sees it: remembers what it is told.
-class CTestConsole final : public CKzImpl_LineExecution {
+class CTestConsole final : public CHosted<"test console", CTestConsole, CKzIfc_LineExecution> {
 public:
-    static CHostPolymorph<CTestConsole>& polymorph();
-
     KzResult lin_Results(IKzUnknown* values) override;
     KzResult lin_Info(const char* text) override;
 

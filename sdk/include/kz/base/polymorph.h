@@ -71,8 +71,8 @@ private:
     std::unique_ptr<CKzInterfaceRecord> m_next;
 };
 
-// A record for the interface that `SlotClass` implements. `iid` must outlive the record.
-template <class SlotClass> std::unique_ptr<CKzInterfaceRecord> kzMakeRecord(const KzGuid& iid) {
+// A record for the interface that `SlotClass` implements. `iid` must outlive the record; a generated CKzIfc_* has its own.
+template <class SlotClass> std::unique_ptr<CKzInterfaceRecord> kzMakeRecord(const KzGuid& iid = SlotClass::iid) {
     static_assert(sizeof(SlotClass) == kzSlotSize, "a slot class adds no data");
     return std::make_unique<CKzInterfaceRecord>(
         iid,
