@@ -115,12 +115,10 @@ void emitThunk(const Model& model, const Interface& each, const Method& method, 
     if (!types.empty()) {
         fmt::format_to(out, "constexpr const KzWrapperType* {}_types[] = {{{}}};\n", name, types);
     }
-    fmt::format_to(
-        out,
-        "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<KzHolder::{1}, {2}>::call(self, args, "
-        "&IKz{3}::{4}{5}); }}\n",
-        name, each.service ? "service" : "object", signatureOf(method), each.stem(), method.name,
-        types.empty() ? "" : ", " + name + "_types");
+    fmt::format_to(out,
+                   "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<{1}>::call(self, args, "
+                   "&IKz{2}::{3}{4}); }}\n",
+                   name, signatureOf(method), each.stem(), method.name, types.empty() ? "" : ", " + name + "_types");
 }
 
 void emitType(const Model& model, const Interface& each, Text out) {
@@ -137,10 +135,8 @@ void emitType(const Model& model, const Interface& each, Text out) {
                        cppLiteral(docString(model, method)));
     }
     fmt::format_to(out, "    {{nullptr, nullptr, 0, nullptr}},\n}};\n\n}}  // namespace\n\n");
-    const std::string make =
-        each.service ? std::string("nullptr") : fmt::format("kzMakeLocalized<CKzLoc_{}>", each.stem());
-    fmt::format_to(out, "KzWrapperType kzType_{} = {{{{}}, \"{}\", &KZu_{}, {}, {}_methods, {}}};\n\n", each.stem(),
-                   each.name, each.symbol, make, each.stem(), cppLiteral(each.summary));
+    fmt::format_to(out, "KzWrapperType kzType_{0} = {{{{}}, \"{1}\", &KZu_{2}, {0}_methods, {3}}};\n\n", each.stem(),
+                   each.name, each.symbol, cppLiteral(each.summary));
 }
 
 struct SymbolRow {

@@ -120,13 +120,11 @@ template <class Method> Method methodAt(std::intptr_t slot) noexcept {
 // One for each signature. It is kept whole, so that all units of the build share a single copy; `types` is there where
 // objects are returned.
 template <bool isResult, class Method, class... Parameters, class... TypeList>
-[[gnu::noipa]] PyObject* marshal(IKzUnknown* const* before, PyObject* args, std::intptr_t slot,
-                                 TypeList... typeList) noexcept {
+[[gnu::noipa]] PyObject* marshal(PyObject* self, PyObject* args, std::intptr_t slot, TypeList... typeList) noexcept {
     kzSetQuiet(false);
-    const auto place = before + 1;
     Frame<Parameters...> frame;
     KzResult code = KZe_NOINTERFACE;
-    if (*place != nullptr) {
+    if (kzWrapper(self)->held != nullptr) {
         if (!frame.fast(args)) [[unlikely]]
             if (!frame.parse(args)) return nullptr;
         code = frame.convert();
@@ -135,7 +133,7 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
         Types types = nullptr;
         ((types = typeList), ...);
         // Read again: reading an argument may run code that makes the wrapper hold something else, or nothing.
-        IKzUnknown* object = *place;
+        IKzUnknown* object = kzWrapper(self)->held;
         if (object == nullptr) {
             code = KZe_NOINTERFACE;
         } else if constexpr (isResult) {
@@ -157,21 +155,13 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
 
 }  // namespace kz_marshal
 
-// What a generated thunk says: where its wrapper keeps the interface, the method, the kinds of its parameters.
-enum class KzHolder { object, service };
-
-// One word before the place, so that a thunk has nothing to add to what it finds in the wrapper.
-template <KzHolder holder> IKzUnknown* const* kzPlaceOf(PyObject* self) noexcept {
-    if constexpr (holder == KzHolder::object) return kzWrapper(self)->localized->place() - 1;
-    else return &kzWrapper(self)->service - 1;
-}
-
-template <KzHolder holder, bool isResult, class... Parameters> struct KzCall {
+// What a generated thunk says: the method, and the kinds of its parameters.
+template <bool isResult, class... Parameters> struct KzCall {
     template <class Interface, class Returned, class... Arguments, class... TypeList>
     static PyObject* call(PyObject* self, PyObject* args, Returned (Interface::*method)(Arguments...),
                           TypeList... typeList) noexcept {
         using Method = Returned (IKzUnknown::*)(Arguments...);
         return kz_marshal::marshal<isResult, Method, Parameters...>(
-            kzPlaceOf<holder>(self), args, kz_marshal::slotOf(static_cast<Method>(method)), typeList...);
+            self, args, kz_marshal::slotOf(static_cast<Method>(method)), typeList...);
     }
 };

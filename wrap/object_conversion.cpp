@@ -46,13 +46,13 @@ void kzSetServing(const KzServing& serving) noexcept { theServing = serving; }
 
 IKzUnknown* kzPeek(PyObject* object) {
     if (object == Py_None || isZero(object)) return nullptr;
-    if (kzIsWrapper(object)) return kzNonNull(kzWrapper(object)->localized->raw(), KZe_NOINTERFACE);
+    if (kzIsWrapper(object)) return kzNonNull(kzWrapper(object)->held, KZe_NOINTERFACE);
     return peekByAttribute(object);
 }
 
 KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** found) noexcept {
     if (kzIsWrapper(object)) {  // most arguments are wrappers, and those that hold something need no more than this
-        *found = *kzWrapper(object)->localized->place();
+        *found = kzWrapper(object)->held;
         if (*found != nullptr) return (*found)->AddRef(), KZe_OK;
     }
     *found = nullptr;
@@ -89,22 +89,21 @@ PyObject* kzWrapperSet(PyObject* self, PyObject* args) {
     return kzPythonEntry([=] {
         CKzLoc_Unknown source;
         convertArgument(args, source);
-        kzKeepHeld(*kzWrapper(self)->localized);
-        return PyBool_FromLong(kzWrapper(self)->localized->set(source.raw()) ? 1 : 0);
+        return PyBool_FromLong(kzHold(self, source.raw()) ? 1 : 0);
     });
 }
 
 PyObject* kzWrapperTest(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
-    return PyBool_FromLong(kzWrapper(self)->localized->test() ? 1 : 0);
+    return PyBool_FromLong(kzWrapper(self)->held != nullptr ? 1 : 0);
 }
 
 PyObject* kzWrapperEq(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     return kzPythonEntry([=] {
         CKzLoc_Unknown other;
-        return PyBool_FromLong(convertArgument(args, other).raw() == kzWrapper(self)->localized->raw() ? 1 : 0);
+        return PyBool_FromLong(convertArgument(args, other).raw() == kzWrapper(self)->held ? 1 : 0);
     });
 }
 
@@ -112,11 +111,11 @@ PyObject* kzWrapperHash(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
     // Objects are aligned: the low four bits of their addresses say nothing.
-    return PyLong_FromUnsignedLongLong(std::rotr(std::bit_cast<std::uint64_t>(kzWrapper(self)->localized->raw()), 4));
+    return PyLong_FromUnsignedLongLong(std::rotr(std::bit_cast<std::uint64_t>(kzWrapper(self)->held), 4));
 }
 
 PyObject* kzWrapperPeek(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
-    return PyLong_FromVoidPtr(kzWrapper(self)->localized->raw());
+    return PyLong_FromVoidPtr(kzWrapper(self)->held);
 }

@@ -1,4 +1,4 @@
-// Wrapper types: their construction, registration and registry.
+// Wrapper types: their construction and registration.
 #include "wrap/wrapper.h"
 
 #include "module/checks.h"
@@ -11,25 +11,16 @@
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
 
-#include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace {
 
-std::unordered_map<std::string_view, KzWrapperType*> theTypes;
 std::vector<IKzUnknown*> theKept;  // let go of while a host call was under way
 
-// A wrapper that the module itself makes has its localized wrapper right behind it, in the same piece of memory.
-struct WholeWrapper {
-    KzWrapper wrapper;
-    alignas(CKzLoc_Unknown) std::byte localized[sizeof(CKzLoc_Unknown)];
-};
-
-// Memory of such wrappers that are gone, for the next ones: most live no longer than a call.
+// Memory of wrappers that are gone, for the next ones: most live no longer than a call.
 class CSpareWrappers {
 public:
-    void* take() noexcept { return m_count != 0 ? m_spare[--m_count] : PyObject_Malloc(sizeof(WholeWrapper)); }
+    void* take() noexcept { return m_count != 0 ? m_spare[--m_count] : PyObject_Malloc(sizeof(KzWrapper)); }
     void giveBack(void* memory) noexcept {
         if (m_count < std::size(m_spare)) m_spare[m_count++] = memory;
         else PyObject_Free(memory);
@@ -45,11 +36,15 @@ private:
 
 PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
 
-void serviceDealloc(PyObject* self) {
-    if (IKzUnknown* service = std::exchange(kzWrapper(self)->service, nullptr)) {
+void letGo(PyObject* self) noexcept {
+    if (IKzUnknown* held = std::exchange(kzWrapper(self)->held, nullptr)) {
         const CPendingException keep;
-        service->Release();
+        held->Release();
     }
+}
+
+void serviceDealloc(PyObject* self) {
+    letGo(self);
     Py_TYPE(self)->tp_free(self);
 }
 
@@ -64,15 +59,6 @@ const KzWrapperType& rowOf(PyTypeObject* type) {
     return *reinterpret_cast<const KzWrapperType*>(type);
 }
 
-PyObject* objectNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
-    return kzPythonEntry([type]() -> PyObject* {
-        CPyRefNull self(kzNonNull(type->tp_alloc(type, 0)));
-        void* memory = kzNonNull(PyObject_Malloc(sizeof(CKzLoc_Unknown)), KZe_OUTOFMEMORY);
-        kzWrapper(self)->localized = rowOf(type).make(memory, nullptr);
-        return self.release();
-    });
-}
-
 int objectInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
     PyObject* source = nullptr;
     if (PyArg_ParseTuple(args, "|O", &source) == 0) {
@@ -81,9 +67,9 @@ int objectInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
     }
     if (source == nullptr) return 0;
     const CPyRefNull done(kzPythonEntry([=]() -> PyObject* {
-        IKzUnknown* found = nullptr;
-        kzSucceed(kzObjectToInterface(source, false, &found));
-        kzTakeInto(*kzWrapper(self)->localized, found);
+        CKzLoc_Unknown found;
+        kzSucceed(kzObjectToInterface(source, false, found.out()));
+        kzTrue(kzHold(self, found.raw()), KZe_NOINTERFACE);
         Py_RETURN_NONE;
     }));
     return done.get() != nullptr ? 0 : -1;
@@ -96,11 +82,11 @@ PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/)
         CKzLoc_Unknown service;
         service.take(cache != nullptr ? cache->service(*rowOf(type).iid) : nullptr);
         kzTrue(static_cast<bool>(service), KZe_NOTFOUND);
-        CPyRefNull self(kzNonNull(type->tp_alloc(type, 0)));
+        PyObject* self = kzNonNull(type->tp_alloc(type, 0));
         IKzUnknown* held = service.raw();
         held->AddRef();
-        kzWrapper(self)->service = held;
-        return self.release();
+        kzWrapper(self)->held = held;
+        return self;
     });
 }
 
@@ -140,30 +126,13 @@ void readyType(PyObject* submodule, KzWrapperType& row) {
 }  // namespace
 
 void kzDeallocObject(PyObject* self) {
-    auto* whole = reinterpret_cast<WholeWrapper*>(self);
-    CKzLocalizedObject* localized = std::exchange(whole->wrapper.localized, nullptr);
-    if (localized != nullptr) {
-        const CPendingException keep;
-        localized->hold(nullptr);  // there is nothing else of it to destroy
-    }
-    if (static_cast<void*>(localized) == whole->localized) return theSpare.giveBack(whole);
-    PyObject_Free(localized);
-    Py_TYPE(self)->tp_free(self);
+    letGo(self);
+    PyTypeObject* type = Py_TYPE(self);
+    if ((type->tp_flags & Py_TPFLAGS_HEAPTYPE) != 0) type->tp_free(self);
+    else theSpare.giveBack(self);
 }
 
-void kzKeepHeld(CKzLocalizedObject& wrapper) {
-    if (!CPyLock::isInsideHostCall() || !wrapper) return;
-    CPyLock::setLeaveHook(releaseKept);
-    theKept.push_back(wrapper.raw());
-    wrapper.raw()->AddRef();
-}
-
-KzWrapperType kzUnknownType = {{},
-                               "Unknown",
-                               &KZu_UNKNOWN,
-                               kzMakeLocalized<CKzLoc_Unknown>,
-                               unknownMethods,
-                               "Any host object, by its base interface."};
+KzWrapperType kzUnknownType = {{}, "Unknown", &KZu_UNKNOWN, unknownMethods, "Any host object, by its base interface."};
 
 void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& type) {
     kzNonNegative(PyType_Ready(&type));
@@ -173,10 +142,9 @@ void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& 
 
 void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row) {
     row.type.tp_dealloc = kzDeallocObject;
-    row.type.tp_new = objectNew;
+    row.type.tp_new = PyType_GenericNew;
     row.type.tp_init = objectInit;
     readyType(submodule, row);
-    theTypes[row.name] = &row;
 }
 
 void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row) {
@@ -185,44 +153,33 @@ void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row) {
     readyType(submodule, row);
 }
 
-const KzWrapperType* kzFindType(const char* name) noexcept {
-    const auto found = theTypes.find(name);
-    return found == theTypes.end() ? nullptr : found->second;
-}
+void kzForgetTypes() noexcept { theSpare.drop(); }
 
-void kzForgetTypes() noexcept {
-    theTypes.clear();
-    theSpare.drop();
-}
-
-CKzLocalizedObject& kzCheckWrapper(PyObject* object) {
-    if (object != nullptr && kzIsWrapper(object)) return *kzWrapper(object)->localized;
-    PyErr_SetString(PyExc_RuntimeError, "Object of invalid type");
-    throw KZe_NOTFOUND;
-}
-
-void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object) {
-    kzKeepHeld(wrapper);
-    kzTrue(wrapper.take(object), KZe_NOINTERFACE);
+bool kzHold(PyObject* wrapper, IKzUnknown* object) {
+    theKept.reserve(theKept.size() + 1);
+    if (object != nullptr) object->AddRef();
+    // The new reference comes first: the object may be alive only through the one held now.
+    IKzUnknown* found = interfaceOf(rowOf(Py_TYPE(wrapper)), object);
+    IKzUnknown* former = std::exchange(kzWrapper(wrapper)->held, found);
+    if (former != nullptr && CPyLock::isInsideHostCall()) {
+        CPyLock::setLeaveHook(releaseKept);
+        theKept.push_back(former);
+    } else if (former != nullptr) {
+        former->Release();
+    }
+    return found != nullptr;
 }
 
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept {
     IKzUnknown* found = interfaceOf(type, taken);
     if (found == nullptr) return kzRaise(KZe_NOINTERFACE);
-    auto* made = static_cast<WholeWrapper*>(theSpare.take());
+    auto* made = static_cast<KzWrapper*>(theSpare.take());
     if (made == nullptr) {
         found->Release();
         return PyErr_NoMemory();
     }
-    made->wrapper.localized = type.make(made->localized, found);
+    made->held = found;
     return PyObject_INIT(reinterpret_cast<PyObject*>(made), const_cast<PyTypeObject*>(&type.type));
-}
-
-PyObject* kzNewWrapperByName(const char* name, IKzUnknown* taken) {
-    const KzWrapperType* type = kzFindType(name);
-    if (type != nullptr) return kzNonNull(kzNewWrapper(*type, taken), KZe_NOINTERFACE);
-    if (taken != nullptr) taken->Release();
-    throw KZe_FAILED;
 }
 
 PyObject* kzNewUnknown(IKzUnknown* object) noexcept {

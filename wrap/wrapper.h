@@ -11,41 +11,24 @@ struct KzWrapperType {
     PyTypeObject type;
     const char* name;
     const KzGuid* iid;
-    CKzLocalizedObject* (*make)(void* memory, IKzUnknown* owned) noexcept;  // null for a service type
     PyMethodDef* methods;
     const char* doc;
     PyObject* nameObject = nullptr;  // the name for lookups, from the type's registration on
 };
 
-// The one layout of all wrapper objects: an object type owns a localized wrapper, a service type a reference to its
-// service.
+// The one layout of all wrapper objects: a reference to the interface or service that the type stands for, or null.
 struct KzWrapper {
-    PyObject_HEAD union {
-        CKzLocalizedObject* localized;
-        IKzUnknown* service;
-    };
+    PyObject_HEAD IKzUnknown* held;
 };
 
 inline KzWrapper* kzWrapper(PyObject* object) noexcept { return reinterpret_cast<KzWrapper*>(object); }
 
-// A localized wrapper that takes over a reference to its very interface, or is empty. All are of one size, whatever the
-// interface.
-template <class Localized> CKzLocalizedObject* kzMakeLocalized(void* memory, IKzUnknown* owned) noexcept {
-    static_assert(sizeof(Localized) == sizeof(CKzLoc_Unknown));
-    CKzLocalizedObject* made = new (memory) Localized();
-    made->hold(owned);
-    return made;
-}
-
-// Readies a type and adds it to its submodule under its bare name; an object type also becomes known to the registry.
-// Throws FAILED.
+// Readies a type and adds it to its submodule under its bare name. Throws FAILED.
 void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row);
 void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row);
 // Adds any other type to the submodule of object types: kz.Storage stands there as "storage".
 void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& type);
 
-// The registered object type of that name; null when there is none.
-const KzWrapperType* kzFindType(const char* name) noexcept;
 extern KzWrapperType kzUnknownType;
 
 // Whether the object's very type is a registered object type; an instance of a Python subclass is not.
@@ -54,18 +37,16 @@ inline bool kzIsWrapper(PyObject* object) noexcept {
     // Only registered object types have this deallocator themselves; a Python subclass has the interpreter's.
     return Py_TYPE(object)->tp_dealloc == kzDeallocObject;
 }
-// The localized wrapper of a wrapper; otherwise sets RuntimeError "Object of invalid type" and throws NOTFOUND.
-CKzLocalizedObject& kzCheckWrapper(PyObject* object);
-// Makes a wrapper consume a reference; throws NOINTERFACE when it then holds nothing.
-void kzTakeInto(CKzLocalizedObject& wrapper, IKzUnknown* object);
+// Makes a wrapper hold the object by its type's interface, with a reference of its own, instead of what it held; whether
+// it then holds anything. Where Python runs inside a host call, that call may be one on the very object that is let go
+// of, so that one is kept until no host call is under way.
+bool kzHold(PyObject* wrapper, IKzUnknown* object);
 
 // A new wrapper that consumes the reference. Null with an exception set when the object lacks the interface.
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept;
 // What Python gets for an object that a host call returned, whose reference it consumes: an instance of the class of that
 // name in kzu.object if there is one, a wrapper otherwise. Without a type an Unknown wrapper, or None for null.
 PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* taken) noexcept;
-// A new wrapper of the type with that name; throws FAILED for an unknown name, NOINTERFACE for a failed take.
-PyObject* kzNewWrapperByName(const char* name, IKzUnknown* taken);
 // A new wrapper of the Unknown type with a reference of its own. Null with an exception set on failure.
 PyObject* kzNewUnknown(IKzUnknown* object) noexcept;
 
@@ -74,10 +55,6 @@ IKzUnknown* kzPeek(PyObject* object);
 // Object to interface: any Python object as a host object, with a new reference. An object that is no wrapper is served
 // by a server instance of its class. A failure leaves `found` null; it may leave a Python exception set.
 KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** found) noexcept;
-
-// To be called before a wrapper is given something else to hold. Where Python runs inside a host call, that call may be
-// one on the very object that is let go of, so it is kept until no host call is under way.
-void kzKeepHeld(CKzLocalizedObject& wrapper);
 
 // What the part that serves Python objects to the host gives to this one.
 struct KzServing {
