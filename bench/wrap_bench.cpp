@@ -3,6 +3,7 @@
 #include "bench/fake_host.h"
 #include "bench/interleaved.h"
 #include "bench/measure.h"
+#include "bench/objects.h"
 
 #include "module/py_lock.h"
 #include "module/py_ref.h"
@@ -18,55 +19,6 @@
 #include "kz/transform.h"
 
 namespace {
-
-// A host object that does next to nothing, so that the call itself is what is timed.
-class CBench : public CKzImpl_Message, public CKzImpl_Matrix, public CKzImpl_ExternalRenderNotifier {
-public:
-    std::uint32_t msg_Code() override { return 42; }
-    KzResult msg_Reset() override { return KZe_NOTFOUND; }
-    KzResult msg_SetArgumentString(std::uint32_t, const char*) override { return KZe_OK; }
-    KzResult msg_SetArgumentFloat(std::uint32_t, double) override { return KZe_OK; }
-    KzResult matrix_TransformPoint(const KzVector3* point, KzVector3* result) override {
-        *result = *point;
-        return KZe_OK;
-    }
-    KzResult matrix_Invert() override { return KZe_OK; }
-    KzResult matrix_Set4(const KzMatrix4*) override { return KZe_OK; }
-    KzResult ntf_Notify(std::uint32_t, double, const char*) override { return KZe_OK; }
-};
-
-// The leanest object there can be: it answers every query with itself and hands out what it is given, so that neither
-// side's time is the host's.
-class CLean final : public IKzInstanceable {
-public:
-    KzResult QueryInterface(const KzGuid*, void** object) override {
-        ++m_references;
-        *object = this;
-        return KZe_OK;
-    }
-    std::uint32_t AddRef() override { return ++m_references; }
-    std::uint32_t Release() override { return --m_references; }
-    KzResult Surface(IKzUnknown* read, IKzUnknown** surface) override {
-        read->AddRef();
-        *surface = read;
-        return KZe_OK;
-    }
-    std::uint32_t CompareSurface(IKzUnknown*, IKzUnknown*) override { return 0; }
-    bool IsReady(double) override { return true; }
-
-private:
-    std::uint32_t m_references = 1;
-};
-
-CLean theLean;
-
-IKzUnknown* spawnBench() {
-    static CKzPolymorph<CBench> polymorph;
-    polymorph.append(kzMakeRecord<CKzIfc_Message<CBench>>());
-    polymorph.append(kzMakeRecord<CKzIfc_Matrix<CBench>>());
-    polymorph.append(kzMakeRecord<CKzIfc_ExternalRenderNotifier<CBench>>());
-    return polymorph.spawn();
-}
 
 // The twins: a type as somebody would write it by hand, which holds an interface and does in every method what ours do.
 struct Twin {
@@ -227,7 +179,7 @@ def fails(call):
 
 bool run() {
     const CPyLock lock;
-    IKzUnknown* bench = spawnBench();
+    IKzUnknown* bench = kzNewBenchObject();
     if (!readyTwinType()) return false;
     PyObject* names = PyModule_GetDict(PyImport_AddModule("__main__"));
     const auto give = [=](const char* name, PyObject* made) { PyDict_SetItemString(names, name, CPyRefNull(made)); };
@@ -236,11 +188,11 @@ bool run() {
         give(name, newTwin(held, iid));
     };
     give("it", kzNewUnknown(bench));
-    give("other", kzNewUnknown(&theLean));
+    give("other", kzNewUnknown(&kzLeanObject()));
     giveTwin("message_", bench, KZu_MESSAGE);
     giveTwin("matrix_", bench, KZu_MATRIX);
     giveTwin("notifier_", bench, KZu_EXTERNALRENDERNOTIFIER);
-    giveTwin("lean_", &theLean, KZu_INSTANCEABLE);
+    giveTwin("lean_", &kzLeanObject(), KZu_INSTANCEABLE);
     const CPyRefNull done(PyRun_String(setting, Py_file_input, names, names));
     if (done.get() == nullptr) {
         PyErr_Print();
