@@ -14,27 +14,6 @@
 
 namespace {
 
-// Whether any of the bytes is zero. Most texts are too short for a library call to pay: they are read a word at a time,
-// and the last word once more where it laps over the one before.
-template <class Word> bool hasZeroWord(const char* bytes, std::size_t size) noexcept {
-    constexpr Word ones = static_cast<Word>(0x0101010101010101), highs = static_cast<Word>(ones << 7);
-    const auto zeroAt = [bytes](std::size_t at) {
-        Word word = 0;
-        std::memcpy(&word, bytes + at, sizeof word);
-        return ((word - ones) & ~word & highs) != 0;
-    };
-    for (std::size_t at = 0; at + sizeof(Word) < size; at += sizeof(Word))
-        if (zeroAt(at)) return true;
-    return zeroAt(size - sizeof(Word));
-}
-
-bool hasZero(const char* bytes, std::size_t size) noexcept {
-    if (size > 64) return std::memchr(bytes, '\0', size) != nullptr;
-    if (size >= sizeof(std::uint64_t)) return hasZeroWord<std::uint64_t>(bytes, size);
-    if (size >= sizeof(std::uint32_t)) return hasZeroWord<std::uint32_t>(bytes, size);
-    return std::find(bytes, bytes + size, '\0') != bytes + size;
-}
-
 bool toNumber(PyObject* object, double& number) noexcept {
     number = PyFloat_AsDouble(object);
     return number != -1.0 || PyErr_Occurred() == nullptr;
@@ -121,10 +100,10 @@ void releaseAll(std::vector<PyObject*>& objects) noexcept {
 
 constexpr char kzNoText[1] = "";
 
-const char* kzTakeText(PyObject* object) noexcept {
+const char* kzTakeOtherText(PyObject* object) noexcept {
     if (!PyString_CheckExact(object)) return object == Py_None ? nullptr : kzNoText;
     const char* text = PyString_AS_STRING(object);
-    return hasZero(text, static_cast<std::size_t>(PyString_GET_SIZE(object))) ? kzNoText : text;
+    return std::memchr(text, '\0', static_cast<std::size_t>(PyString_GET_SIZE(object))) != nullptr ? kzNoText : text;
 }
 
 KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept {

@@ -7,13 +7,33 @@
 #include "kz/base/unknown.h"
 #include "kz/result.h"
 
+#include <cstring>
 #include <initializer_list>
 #include <memory>
 #include <vector>
 
+// Whether one of the bytes of a text is zero, whose length is that of one word to two.
+template <class Word> bool kzHasZero(const char* text, Py_ssize_t size) noexcept {
+    constexpr Word ones = static_cast<Word>(0x0101010101010101), highs = static_cast<Word>(ones << 7);
+    Word first = 0, last = 0;  // they may lap over each other
+    std::memcpy(&first, text, sizeof first);
+    std::memcpy(&last, text + size - sizeof last, sizeof last);
+    return ((((first - ones) & ~first) | ((last - ones) & ~last)) & highs) != 0;
+}
+
 // The text of a plain str without zero bytes, null for None, kzNoText for anything else. Sets no exception.
 [[gnu::visibility("hidden")]] extern const char kzNoText[1];
-const char* kzTakeText(PyObject* object) noexcept;
+const char* kzTakeOtherText(PyObject* object) noexcept;
+// Most texts are names, short enough to be looked over here.
+inline const char* kzTakeText(PyObject* object) noexcept {
+    if (!PyString_CheckExact(object)) return kzTakeOtherText(object);
+    const char* text = PyString_AS_STRING(object);
+    const Py_ssize_t size = PyString_GET_SIZE(object);
+    if (size >= 8 ? size <= 16 && !kzHasZero<std::uint64_t>(text, size)
+                  : size >= 4 && !kzHasZero<std::uint32_t>(text, size))
+        return text;
+    return kzTakeOtherText(object);
+}
 // A sequence of exactly `count` numbers. FAILED for another length; a Python exception stays set where one was raised.
 KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept;
 KzResult kzReadNumbers(PyObject* sequence, float* numbers, Py_ssize_t count) noexcept;
