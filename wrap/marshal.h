@@ -117,10 +117,10 @@ template <class Method> Method methodAt(std::intptr_t slot) noexcept {
     return std::bit_cast<Method>(std::array<std::intptr_t, 2>{slot, 0});
 }
 
-// One for each signature. It is kept whole, so that all units of the build share a single copy; `types` is there where
-// objects are returned.
+// The whole way of a call. `types` is there where objects are returned.
 template <bool isResult, class Method, class... Parameters, class... TypeList>
-[[gnu::noipa]] PyObject* marshal(PyObject* self, PyObject* args, std::intptr_t slot, TypeList... typeList) noexcept {
+[[gnu::always_inline]] inline PyObject* marshalHere(PyObject* self, PyObject* args, std::intptr_t slot,
+                                                    TypeList... typeList) noexcept {
     kzSetQuiet(false);
     Frame<Parameters...> frame;
     KzResult code = KZe_NOINTERFACE;
@@ -153,6 +153,12 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
     return kzRaise(code);
 }
 
+// One for each signature. It is kept whole, so that all units of the build share a single copy.
+template <bool isResult, class Method, class... Parameters, class... TypeList>
+[[gnu::noipa]] PyObject* marshal(PyObject* self, PyObject* args, std::intptr_t slot, TypeList... typeList) noexcept {
+    return marshalHere<isResult, Method, Parameters...>(self, args, slot, typeList...);
+}
+
 }  // namespace kz_marshal
 
 // What a generated thunk says: the method, and the kinds of its parameters.
@@ -161,7 +167,10 @@ template <bool isResult, class... Parameters> struct KzCall {
     static PyObject* call(PyObject* self, PyObject* args, Returned (Interface::*method)(Arguments...),
                           TypeList... typeList) noexcept {
         using Method = Returned (IKzUnknown::*)(Arguments...);
-        return kz_marshal::marshal<isResult, Method, Parameters...>(
-            self, args, kz_marshal::slotOf(static_cast<Method>(method)), typeList...);
+        const std::intptr_t slot = kz_marshal::slotOf(static_cast<Method>(method));
+        // Such methods have so little to do that even the way to what they could share shows.
+        if constexpr (isResult && sizeof...(Parameters) == 0)
+            return kz_marshal::marshalHere<isResult, Method>(self, args, slot);
+        else return kz_marshal::marshal<isResult, Method, Parameters...>(self, args, slot, typeList...);
     }
 };
