@@ -1,9 +1,11 @@
 // Wrappers that hold one interface reference.
 #include "kz/base/object.h"
 
-CKzLocalizedObject::~CKzLocalizedObject() { drop(); }
+#include <utility>
 
-void CKzLocalizedObject::clear() { drop(); }
+void CKzLocalizedObject::drop() noexcept {
+    if (IKzUnknown* held = std::exchange(m_held, nullptr)) held->Release();
+}
 
 bool CKzLocalizedObject::set(IKzUnknown* object) {
     // The new reference comes first: the object may be alive only through the one held now.

@@ -4,8 +4,6 @@
 #include "kz/base/codes.h"
 #include "kz/base/unknown.h"
 
-#include <utility>
-
 class CKzObject {
 public:
     virtual ~CKzObject() = default;
@@ -17,7 +15,7 @@ public:
     CKzLocalizedObject() = default;
     CKzLocalizedObject(const CKzLocalizedObject&) = delete;
     CKzLocalizedObject& operator=(const CKzLocalizedObject&) = delete;
-    ~CKzLocalizedObject() override;
+    ~CKzLocalizedObject() override { drop(); }
 
     // Empties the wrapper, then asks the object for the wrapper's interface. True when it now holds it.
     virtual bool set(IKzUnknown* object);
@@ -25,7 +23,7 @@ public:
     virtual bool take(IKzUnknown* object);
     virtual void copy(const CKzLocalizedObject& other) { set(other.m_held); }
     virtual bool test() const { return m_held != nullptr; }
-    virtual void clear();
+    virtual void clear() { drop(); }
     // A new reference to what is held; NOTFOUND when empty.
     virtual KzResult get(IKzUnknown** object) const;
     // What is held, without a reference.
@@ -40,13 +38,8 @@ public:
         m_held = owned;
     }
 
-    // Where the pointer is held: for callers that must see a change made while they are at work.
-    IKzUnknown* const* place() const noexcept { return &m_held; }
-
 protected:
-    void drop() noexcept {
-        if (IKzUnknown* held = std::exchange(m_held, nullptr)) held->Release();
-    }
+    void drop() noexcept;
     IKzUnknown* m_held = nullptr;
 };
 
