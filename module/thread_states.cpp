@@ -21,14 +21,16 @@ std::mutex theLock;
 std::size_t theMade = 0;
 std::vector<PyThreadState*> theSpare;  // states of threads that are over
 
+void putAside(PyThreadState* state) noexcept {
+    const std::lock_guard lock(theLock);
+    theSpare.push_back(state);
+}
+
 void threadEnds(void* own) noexcept {
     if (!PythonRuntime::enter()) return;
     PyThread_delete_key_value(theKey);
     PyThreadState* state = std::exchange(*static_cast<PyThreadState**>(own), nullptr);
-    if (state != theMain) {
-        const std::lock_guard lock(theLock);
-        theSpare.push_back(state);
-    }
+    if (state != theMain) putAside(state);
     PythonRuntime::leave();
 }
 
@@ -64,8 +66,8 @@ void CThreadStates::begin(PyThreadState* main) noexcept {
 PyThreadState* CThreadStates::take() noexcept {
     PyThreadState* state = takeSpare();
     if (state == nullptr) return make();
+    if (PyThread_set_key_value(theKey, state) != 0) return putAside(state), nullptr;
     state->thread_id = PyThread_get_thread_ident();
-    PyThread_set_key_value(theKey, state);
     return state;
 }
 
