@@ -63,8 +63,11 @@ class Indexed(object):
         return 4
 
 
+# Texts of the lengths at which they are looked over in another way, with a zero byte at either end, within, and without.
+TEXTS = ['x' * place + '\0' + 'x' * (size - place - 1) for size in (4, 7, 8, 12, 16, 17, 65)
+         for place in (0, size // 2, size - 1)] + ['x' * size for size in (4, 7, 8, 16, 17, 65)]
 EDGES = [edge + step for bits in (31, 32, 63, 64) for edge in (2 ** bits, -2 ** bits) for step in (-1, 0, 1)]
-ODD = EDGES + [long(edge) for edge in EDGES if isinstance(edge, int)] + [
+ODD = EDGES + TEXTS + [long(edge) for edge in EDGES if isinstance(edge, int)] + [
     0, 1, -1, 5L, True, False, 10 ** 400, -10 ** 400, Lying(5), LyingLong(6), Lying(2 ** 40),
     1.5, -0.0, 1e39, 1e-46, float('nan'), float('inf'), -float('inf'), LyingFloat(1.5), 1j,
     '', 'text', 'a\0b', '\0', u'', u'ascii', u'\xe4', u'a\0b', Text('text'), Text('a\0b'),
