@@ -62,6 +62,14 @@ void kzWrite(const char* text, KzResult code) noexcept {
     quietly([&] { top().write(text, code); });
 }
 
+void kzLog(const char* text, KzResult code) noexcept {
+    flushHeldText();
+    quietly([&] {
+        top();
+        theRoot->write(text, code);
+    });
+}
+
 void kzTrace(const char* name, const char* message, KzResult code) noexcept {
     if (!theTraceFlag) return;
     flushHeldText();

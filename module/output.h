@@ -34,6 +34,8 @@ private:
 
 // Text to the top sink. A failure to write is nobody's failure: it never throws.
 void kzWrite(const char* text, KzResult code) noexcept;
+// Text to the event log itself, whatever sink is on top.
+void kzLog(const char* text, KzResult code) noexcept;
 // A trace line to the top sink, only while tracing is on.
 void kzTrace(const char* name, const char* message, KzResult code) noexcept;
 

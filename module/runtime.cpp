@@ -3,6 +3,7 @@
 
 #include "module/checks.h"
 #include "module/error_report.h"
+#include "module/explain.h"
 #include "module/output.h"
 #include "module/parts.h"
 #include "module/py_lock.h"
@@ -152,6 +153,7 @@ void PythonRuntime::stop() {
         PyThreadState* thread = runtime->m_interpreter->endingThread();
         PyEval_AcquireThread(thread);
         theParts.releaseServers();
+        kzTellRepeatedReasons();
         PyEval_ReleaseThread(thread);
     }
     runtime->m_state = shutDown;
