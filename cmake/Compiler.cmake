@@ -30,6 +30,12 @@ if(KZ_SANITIZE MATCHES "undefined")
     add_compile_options(-fno-sanitize-recover=undefined)
 endif()
 
+option(KZ_COVERAGE "Count what is executed" OFF)
+if(KZ_COVERAGE)
+    add_compile_options(--coverage -fprofile-update=atomic)
+    add_link_options(--coverage)
+endif()
+
 option(KZ_LIBFUZZER "Instrument for libFuzzer, which needs Clang" OFF)
 if(KZ_LIBFUZZER)
     add_compile_options(-fsanitize=fuzzer-no-link)

@@ -25,17 +25,17 @@ file(READ "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan_served.supp" kz_served_le
 file(WRITE "${kz_served_suppressions}" "${kz_general_leaks}${kz_served_leaks}")
 
 # With KEEPS_SERVED the leak checker is told of what servers keep on purpose.
-# kz_add_test(NAME SOURCE... [LINK LIBRARY...] [TIMEOUT SECONDS] [LABEL LABEL])
+# kz_add_test(NAME SOURCE... [LINK LIBRARY...] [TIMEOUT SECONDS] [LABELS LABEL...])
 # A GoogleTest program whose every TEST is a test of its own, in a process of its own. The plug-in and the kit are there
-# when it runs; "kz_paths.h" tells it where.
+# when it runs; "kz_paths.h" tells it where. Its labels are its folder's name and those given; the target
+# kz_tests_LABEL builds all tests with that label.
 function(kz_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "KEEPS_SERVED" "TIMEOUT;LABEL" "LINK")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "KEEPS_SERVED" "TIMEOUT" "LINK;LABELS")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 300)
     endif()
-    if(NOT arg_LABEL)
-        get_filename_component(arg_LABEL "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
-    endif()
+    get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
+    list(APPEND arg_LABELS ${folder})
     add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
     target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gtest_main kz_options)
@@ -44,9 +44,16 @@ function(kz_add_test name)
     if(arg_KEEPS_SERVED)
         set(environment ENVIRONMENT "LSAN_OPTIONS=suppressions=${kz_served_suppressions}:print_suppressions=0")
     endif()
+    foreach(label IN LISTS arg_LABELS)
+        if(NOT TARGET kz_tests_${label})
+            add_custom_target(kz_tests_${label})
+        endif()
+        add_dependencies(kz_tests_${label} ${name})
+    endforeach()
+    list(JOIN arg_LABELS "+" labels)  # a list would be cut at its semicolons; ctest -L looks for a part of the label
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${name}."
-        PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_LABEL} ${environment})
+        PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${labels} ${environment})
 endfunction()
 
 # A header of its own rather than definitions on every command line: only what includes it differs between checkouts,
@@ -57,6 +64,13 @@ file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/kz_paths.h" CONTENT [=[
 
 #define KZ_BUILD_DIR "@PROJECT_BINARY_DIR@"
 #define KZ_SOURCE_DIR "@PROJECT_SOURCE_DIR@"
+]=] @ONLY)
+
+file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/kz_version.h" CONTENT [=[
+// The version of the plug-in and the reference host. CMakeLists.txt has it; what a release is: docs/releasing.md.
+#pragma once
+
+#define KZ_VERSION "@PROJECT_VERSION@"
 ]=] @ONLY)
 
 # kz_add_plugin(): links the object libraries of all folders that are there into the one plug-in.

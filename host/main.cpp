@@ -2,6 +2,8 @@
 #include "host/program.h"
 #include "host/server_verbs.h"
 
+#include "kz_version.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -59,6 +61,7 @@ int runProgram(int count, char** words) {
     std::string script;
     std::vector<std::string> rest;
     addOptions(app, options, aliases);
+    app.set_version_flag("--version", "kzhost " KZ_VERSION);
     app.require_subcommand(0, 1);
     app.allow_extras();  // told below, by name
 

@@ -13,6 +13,8 @@
 #include "wrap/result_codes.h"
 #include "wrap/widget_bridge.h"
 
+#include "kz_version.h"
+
 namespace {
 
 // The interpreter tells a function with keywords by its flags; the table has one type for both.
@@ -50,6 +52,7 @@ PyMethodDef functions[] = {
 constexpr KzModuleParts::NamedType types[] = {{"Service", &kzServiceType}, {"Monitor", &kzMonitorType}};
 
 void addSubmodules(PyObject* kz) {
+    kzNonNegative(PyModule_AddStringConstant(kz, "__version__", KZ_VERSION));
     kzReadyStorageType();
     kzRegisterForeignType(kz, "Storage", kzStorageType);
     kzAddSubmodules(kz, kzStorageType);

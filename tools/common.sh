@@ -2,7 +2,7 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly root
-readonly presets='release debug asan tsan pydebug'
+readonly presets='release debug asan tsan pydebug coverage'
 
 die() { printf './dev: %s\n' "$*" >&2; exit 2; }
 

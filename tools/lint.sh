@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# ./dev lint [--fix] [--all]: formatting of every tracked source, names of classes, static analysis of the changed ones,
-# script checks.
-# --fix rewrites what clang-format would change; --all analyses every source. A missing tool is a failure, not a pass.
+# ./dev lint [--fix] [--all]: holds the tree against its rules, and says what it checked. --fix rewrites what
+# clang-format would change; --all analyses every source instead of those that differ from the main branch. A missing
+# tool is a failure, not a pass.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+readonly pyflakes=$root/build/pyflakes
 
 fix=0 all=0 failed=0
 for argument in "$@"; do
@@ -16,17 +18,19 @@ done
 cd "$root"
 
 fail() { printf 'lint: %s\n' "$*" >&2; failed=1; }
+checked() { printf 'lint: %s\n' "$*"; }
 
 has_tool() { command -v "$1" >/dev/null || { fail "$1 is not installed, so $2 was not checked"; return 1; }; }
 
 check_format() {
     local sources source
     mapfile -t sources < <(git ls-files '*.h' '*.cpp')
-    [ ${#sources[@]} -gt 0 ] && has_tool clang-format formatting || return 0
-    if [ "$fix" = 1 ]; then clang-format -i "${sources[@]}"; return; fi
+    has_tool clang-format formatting || return 0
+    if [ "$fix" = 1 ]; then clang-format -i "${sources[@]}"; fi
     for source in "${sources[@]}"; do
         clang-format "$source" | cmp --silent - "$source" || fail "$source is formatted otherwise (./dev lint --fix)"
     done
+    checked "formatting of ${#sources[@]} sources"
 }
 
 # Sources that differ from the main branch, committed or not; all tracked ones with --all.
@@ -40,18 +44,53 @@ sources_to_analyse() {
 }
 
 # Only what the debug build compiles can be analysed, and only once the generated headers are there.
-check_analysis() {
+analyse() {
     local sources database=$root/build/debug/compile_commands.json
-    mapfile -t sources < <(sources_to_analyse)
-    [ ${#sources[@]} -gt 0 ] && has_tool clang-tidy 'static analysis' || return 0
     build_quietly debug kz_generated
-    mapfile -t sources < <(printf '%s\n' "${sources[@]}" | while read -r file; do
+    mapfile -t sources < <(printf '%s\n' "$@" | while read -r file; do
         if grep -qF "\"$root/$file\"" "$database"; then echo "$file"; fi
     done)
     [ ${#sources[@]} -gt 0 ] || return 0
     printf '%s\n' "${sources[@]}" | xargs -P "$(jobs_wanted)" -n 1 clang-tidy --quiet -p build/debug \
         2> >(grep -v ' warnings\? generated' >&2) ||
         fail "static analysis found something"
+}
+
+check_analysis() {
+    local sources
+    mapfile -t sources < <(sources_to_analyse)
+    has_tool clang-tidy 'static analysis' || return 0
+    [ ${#sources[@]} -eq 0 ] || analyse "${sources[@]}"
+    checked "static analysis of ${#sources[@]} sources$([ "$all" = 1 ] || echo ' that differ from main; --all analyses every one')"
+}
+
+check_floors() { python3 tools/check_includes.py || fail "an include goes against tools/floors.txt"; }
+
+check_description() {
+    build_quietly release kzgen
+    build/release/bin/kzgen check sdk/idl || fail "the description of the SDK has errors"
+    checked "the description of the SDK"
+}
+
+# The interpreter's own version reads the Python sources; the tools are for the system's. An unused local variable is
+# no fault: tests keep objects alive with them.
+check_python() {
+    local sources tools found
+    mapfile -t sources < <(git ls-files '*.py' ':!tools/*' ':!fuzz/seeds/*')
+    mapfile -t tools < <(git ls-files 'tools/*.py')
+    [ -d "$pyflakes/pyflakes" ] || { fail "pyflakes is not installed, so the Python code was not checked"; return 0; }
+    found=$({ PYTHONPATH=$pyflakes "${KZ_PYTHON2:-python2.7}" -m pyflakes "${sources[@]}"
+        PYTHONPATH=$pyflakes python3 -m pyflakes "${tools[@]}"; } 2>&1 | grep -v 'is assigned to but never used') || true
+    [ -z "$found" ] || fail "pyflakes found something:"$'\n'"$found"
+    checked "$((${#sources[@]} + ${#tools[@]})) Python files"
+}
+
+check_scripts() {
+    local scripts
+    mapfile -t scripts < <(git ls-files dev .ci/run '*.sh')
+    has_tool shellcheck 'the shell code' || return 0
+    shellcheck --shell=bash --external-sources --source-path=SCRIPTDIR "${scripts[@]}" || fail "shellcheck found something"
+    checked "${#scripts[@]} shell scripts"
 }
 
 # Two classes of one name in different headers are taken for one when a program is linked, and each gets functions of the
@@ -62,15 +101,11 @@ check_names() {
     [ -z "$twice" ] || fail "defined in more than one header: ${twice//$'\n'/ }"
 }
 
-check_scripts() {
-    local scripts
-    mapfile -t scripts < <(git ls-files dev .ci/run '*.sh')
-    [ ${#scripts[@]} -gt 0 ] && has_tool shellcheck 'the shell code' || return 0
-    shellcheck --shell=bash --external-sources --source-path=SCRIPTDIR "${scripts[@]}" || fail "shellcheck found something"
-}
-
 check_format
 check_names
+check_floors
+check_description
 check_scripts
+check_python
 check_analysis
 exit "$failed"

@@ -7,9 +7,11 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/apt.sh"
 . "$root/tools/setup/previous_release.sh"
 . "$root/tools/setup/pyside2.sh"
+. "$root/tools/setup/pyflakes.sh"
 
 readonly stamp=$root/build/setup.stamp
 readonly pyside2=$root/build/pyside2
+readonly pyflakes=$root/build/pyflakes
 
 readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
     libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libbenchmark-dev libpng-dev zlib1g-dev)
@@ -52,6 +54,8 @@ install_optional_parts() {
     install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
     pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
         say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
+    pyflakes_present "$pyflakes" || fetch_pyflakes "$pyflakes" ||
+        say "not available: pyflakes for Python 2.7 - './dev lint' cannot check the Python code"
 }
 
 main() {

@@ -1,6 +1,5 @@
 """Python classes as servers of the host: blessing and testing them, what the host reads of them, how calls arrive in
 Python and what comes back, and how instances come and go."""
-import gc
 import sys
 import threading
 import weakref
@@ -201,7 +200,7 @@ ANSWERS = [
     ('class Callable(object):\n        def __call__(self, index): return index * 9\n'
      '    cmd_ArgFlags = Callable()', 45, 0),
     ('cmd_ArgFlags = int', 5, 0),
-    ('def cmd_ArgFlags(self, index):\n        del Blessed.cmd_ArgFlags; gc.collect()\n'
+    ('def cmd_ArgFlags(self, index):\n        del Blessed.cmd_ArgFlags; import gc; gc.collect()\n'
      '        return index * 10', 50, 0),
     ('def cmd_ArgFlags(self, index):\n        def inner(): return index * 11\n        return inner()', 55, 0),
     ('class Other:\n        def cmd_ArgFlags(self, index): return index * 12\n'

@@ -1,7 +1,6 @@
 """Wrapper types themselves: construction, the methods that all have, classes derived from them, and what kz holds."""
 import kz
 import manifest
-import recorder
 import values
 
 from hostile import check, count, outcome
