@@ -1,7 +1,7 @@
 // The keyword arguments of one kz.command call, as the host reads them.
 #pragma once
 
-#include "kzmod/dict_pairs.h"
+#include "wrap/dict_pairs.h"
 
 #include "kz/command.h"
 

@@ -47,6 +47,7 @@ void kzTellRepeatedReasons() noexcept {
         std::map<std::string, std::size_t> told;
         told.swap(repeats());
         for (const auto& [line, count] : told)
-            if (count > 0) kzLog((kzVisible(line) + " (" + std::to_string(count) + " more times)").c_str(), KZe_WARNING);
+            if (count > 0)
+                kzLog((kzVisible(line) + " (" + std::to_string(count) + " more times)").c_str(), KZe_WARNING);
     });
 }

@@ -1,7 +1,7 @@
 // The module server and the tags of its servers.
 #include "serve/module_server.h"
 
-#include "kzmod/dict_pairs.h"
+#include "wrap/dict_pairs.h"
 #include "module/checks.h"
 #include "module/py_lock.h"
 #include "serve/server_list.h"

@@ -101,8 +101,17 @@ check_names() {
     [ -z "$twice" ] || fail "defined in more than one header: ${twice//$'\n'/ }"
 }
 
+# The changes of every version are told.
+check_version() {
+    local version
+    version=$(sed -n 's/^project(kzPython2 VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+    grep -qE "^## (Unreleased|$version)" CHANGELOG.md || fail "CHANGELOG.md knows no version $version"
+    checked "version $version"
+}
+
 check_format
 check_names
+check_version
 check_floors
 check_description
 check_scripts

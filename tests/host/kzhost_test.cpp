@@ -56,6 +56,7 @@ TEST_F(KzHostTest, BadInputIsNamed) {
     };
     for (const auto& [words, status, error] : cases) expect(run(words), status, "", {error});
     EXPECT_EQ(run({"--help"}).status, 0);
+    EXPECT_EQ(run({"--version"}).out, "kzhost " + run({"eval", "print kz.__version__"}).out);
 }
 
 TEST_F(KzHostTest, TheLogFileHoldsEveryLineAsJson) {
