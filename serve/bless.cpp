@@ -2,9 +2,11 @@
 #include "serve/bless.h"
 
 #include "module/checks.h"
+#include "module/explain.h"
 #include "module/runtime.h"
 #include "serve/adapters.h"
 #include "serve/class_interfaces.h"
+#include "serve/reasons.h"
 #include "serve/server_list.h"
 #include "wrap/result_codes.h"
 
@@ -26,21 +28,87 @@ const char kzTestifcDoc[] = "Test an interface GUID against a class:\n\n        
 
 namespace {
 
-// Servers belong to the thread state that Python was started with: another one may be gone tomorrow.
-void checkInterpreter() {
-    PythonRuntime* runtime = kzNonNull(PythonRuntime::current());
-    const MainInterpreter* interpreter = kzNonNull(runtime->interpreter());
-    kzTrue(interpreter->mainThread() == PyThreadState_GET());
+// What one call of a function refuses, with the reason in the log.
+class CRefusal {
+public:
+    explicit CRefusal(const char* function) : m_place(function) {}
+    CRefusal(const char* function, const char* name) : m_place(std::string(function) + " of \"" + name + "\"") {}
+
+    void explain(const std::string& reason) const { kzExplain(m_place, reason); }
+    void unless(bool condition, const char* reason, KzResult code = KZe_FAILED) const {
+        if (condition) return;
+        explain(reason);
+        throw code;
+    }
+
+    // Servers belong to the thread state that Python was started with: another one may be gone tomorrow.
+    void unlessMainThread() const {
+        PythonRuntime* runtime = kzNonNull(PythonRuntime::current());
+        const MainInterpreter* interpreter = kzNonNull(runtime->interpreter());
+        unless(interpreter->mainThread() == PyThreadState_GET(),
+               "only the thread that Python was started on may do this, and another one did");
+    }
+
+    // Runs an action that leaves its reason in the given text when it throws.
+    template <class Action> decltype(auto) explaining(Action&& action) const {
+        std::string why;
+        try {
+            return action(&why);
+        } catch (...) {
+            if (!why.empty()) explain(why);
+            throw;
+        }
+    }
+    void unlessClass(PyObject* object) const {
+        explaining([object](std::string* why) { kzRequireClass(object, why); });
+    }
+    CKzPythonPolymorph& polymorphFor(PyObject* pythonClass, PyObject* meta) const {
+        return explaining([=](std::string* why) -> decltype(auto) { return kzPolymorphFor(pythonClass, meta, why); });
+    }
+
+private:
+    std::string m_place;
+};
+
+KzGuid guidOf(const CRefusal& refusal, const char* text) {
+    try {
+        return kzGuidOfText(text);
+    } catch (...) {
+        refusal.explain(std::string("expected 8-4-4-4-12 hexadecimal digits, got '") + text + "'");
+        throw;
+    }
 }
 
 PyObject* metaOrNone(PyObject* meta) noexcept { return meta != nullptr ? meta : Py_None; }
 
-void blessServer(PyObject* pythonClass, const char* name, PyObject* tags, PyObject* meta) {
-    CKzPythonPolymorph& polymorph = kzPolymorphFor(pythonClass, meta);
-    kzTrue(tags == Py_None || PyDict_Check(tags), KZe_INVALIDARG);
-    const KzGuid* type = kzNonNull(kzServerType(*polymorph.firstInterface()), KZe_NOTFOUND);
+// A host that cannot read the list again sees the server when it reads the list next, so the blessing counts all the same.
+void updateHost(const CRefusal& refusal) {
+    const CKzUser_HostService host;
+    const KzResult code = host.ModuleUpdate("python");
+    if (kzFailed(code))
+        refusal.explain(std::string("the host did not read the list of servers again, and may not offer this one: ") +
+                        (host ? kzResultName(code) : "it has no host service"));
+}
+
+void markBase(const CRefusal& refusal, PyObject* pythonClass, const char* interfaceName) {
+    refusal.unless(kzFindAdapter(interfaceName) != nullptr, "no interface of that name can be implemented in Python",
+                   KZe_INVALIDARG);
+    kzMarkInterfaceBase(pythonClass, interfaceName);
+}
+
+void blessServer(const CRefusal& refusal, PyObject* pythonClass, const char* name, PyObject* tags, PyObject* meta) {
+    CKzPythonPolymorph& polymorph = refusal.polymorphFor(pythonClass, meta);
+    if (tags != Py_None && !PyDict_Check(tags)) {
+        refusal.explain("expected a dictionary of tags, got " + kzWhatCame(tags));
+        throw KZe_INVALIDARG;
+    }
+    const KzGuid* type = kzServerType(*polymorph.firstInterface());
+    const std::string interfaceName = type == nullptr ? kzFirstInterfaceName(polymorph) : std::string();
+    refusal.unless(type != nullptr, ("the host does not know the interface " + interfaceName).c_str(), KZe_NOTFOUND);
+    if (CServerList::instance().find(name, type))
+        refusal.explain("there is a server of that name for " + kzFirstInterfaceName(polymorph) + " already");
     CServerList::instance().add(name, type, polymorph, tags);
-    CKzUser_HostService().ModuleUpdate("python");
+    updateHost(refusal);
 }
 
 // An object whose class implements some interface, as a host object; null when it does not.
@@ -60,15 +128,16 @@ IKzUnknown* serveObject(PyObject* object) {
 PyObject* kzBlessFunction(PyObject* /*self*/, PyObject* args) {
     kzSetQuiet(false);
     return kzPythonEntry([args]() -> PyObject* {
-        checkInterpreter();
+        CRefusal("kz.bless").unlessMainThread();
         PyObject* pythonClass = nullptr;
         const char* name = nullptr;
         PyObject* tags = Py_None;
         PyObject* meta = Py_None;
         if (PyArg_ParseTuple(args, "Os|OO", &pythonClass, &name, &tags, &meta) == 0) return kzParseFailed();
-        kzTrue(PyType_Check(pythonClass));
-        if (name[0] == ':') kzMarkInterfaceBase(pythonClass, name + 1);
-        else blessServer(pythonClass, name, tags, meta);
+        const CRefusal refusal("kz.bless", name);
+        refusal.unlessClass(pythonClass);
+        if (name[0] == ':') markBase(refusal, pythonClass, name + 1);
+        else blessServer(refusal, pythonClass, name, tags, meta);
         Py_RETURN_NONE;
     });
 }
@@ -76,14 +145,15 @@ PyObject* kzBlessFunction(PyObject* /*self*/, PyObject* args) {
 PyObject* kzTestifcFunction(PyObject* /*self*/, PyObject* args) {
     kzSetQuiet(false);
     return kzPythonEntry([args]() -> PyObject* {
-        checkInterpreter();
+        const CRefusal refusal("kz.testifc");
+        refusal.unlessMainThread();
         PyObject* pythonClass = nullptr;
         const char* text = nullptr;
         PyObject* meta = Py_None;
         if (PyArg_ParseTuple(args, "Os|O", &pythonClass, &text, &meta) == 0) return kzParseFailed();
-        kzTrue(PyType_Check(pythonClass));
-        const KzGuid iid = kzGuidOfText(text);
-        return PyBool_FromLong(kzPolymorphFor(pythonClass, meta).testInterface(iid) ? 1 : 0);
+        refusal.unlessClass(pythonClass);
+        const KzGuid iid = guidOf(refusal, text);
+        return PyBool_FromLong(refusal.polymorphFor(pythonClass, meta).testInterface(iid) ? 1 : 0);
     });
 }
 

@@ -3,6 +3,7 @@
 
 #include "module/checks.h"
 #include "serve/adapters.h"
+#include "serve/reasons.h"
 
 #include "kz/result.h"
 
@@ -50,15 +51,23 @@ void collectInterfaces(PyObject* pythonClass, CKzPythonPolymorph& polymorph) {
     }
 }
 
-// One (class, meta) of a list of sub-servers.
-CKzPythonPolymorph& subServerOf(PyObject* item) {
-    kzTrue(PySequence_Check(item) != 0 && PySequence_Size(item) == 2);
-    const CPyRef pythonClass(PySequence_GetItem(item, 0), CPyRef::owned);
-    const CPyRef meta(PySequence_GetItem(item, 1), CPyRef::owned);
-    return kzPolymorphFor(pythonClass, meta);
+// Throws the code unless the condition holds, with the reason for whoever wants it.
+template <class Reason> void require(bool condition, KzResult code, std::string* why, const Reason& reason) {
+    if (condition) return;
+    if (why != nullptr) *why = reason();
+    throw code;
 }
 
-void collectSubServers(PyObject* meta, CKzPythonPolymorph& polymorph) {
+// One (class, meta) of a list of sub-servers.
+CKzPythonPolymorph& subServerOf(PyObject* item, std::string* why) {
+    require(PySequence_Check(item) != 0 && PySequence_Size(item) == 2, KZe_FAILED, why,
+            [item] { return "expected a pair of a class and its meta object, got " + kzWhatCame(item); });
+    const CPyRef pythonClass(PySequence_GetItem(item, 0), CPyRef::owned);
+    const CPyRef meta(PySequence_GetItem(item, 1), CPyRef::owned);
+    return kzPolymorphFor(pythonClass, meta, why);
+}
+
+void collectSubServers(PyObject* meta, CKzPythonPolymorph& polymorph, std::string* why) {
     const CRecursion recursion(" while looking for sub-servers");
     const CPyRefNull servers(PyObject_GetAttrString(meta, "_sub_ifcs"));
     if (servers.get() == nullptr) {
@@ -70,30 +79,51 @@ void collectSubServers(PyObject* meta, CKzPythonPolymorph& polymorph) {
     const Py_ssize_t count = kzNonNegative(PySequence_Size(servers));
     for (Py_ssize_t index = 0; index < count; ++index) {
         const CPyRef item(PySequence_GetItem(servers, index), CPyRef::owned);
-        polymorph.addSubServer(&subServerOf(item));
+        try {
+            polymorph.addSubServer(&subServerOf(item, why));
+        } catch (...) {
+            if (why != nullptr && !why->empty())
+                *why = "_sub_ifcs[" + std::to_string(index) + "] of the meta object: " + *why;
+            throw;
+        }
     }
 }
 
 }  // namespace
+
+void kzRequireClass(PyObject* object, std::string* why) {
+    require(PyType_Check(object), KZe_FAILED, why, [object] {
+        return PyClass_Check(object) ? "expected a class derived from object, got an old-style class"
+                                     : "expected a class, got " + kzWhatCame(object);
+    });
+}
 
 void kzMarkInterfaceBase(PyObject* pythonClass, const char* interfaceName) {
     const KzAdapterRow* adapter = kzNonNull(kzFindAdapter(interfaceName), KZe_INVALIDARG);
     tables().bases.insert_or_assign(pythonClass, InterfaceBase{CPyRef(pythonClass), adapter});
 }
 
-CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta) {
-    kzTrue(PyType_Check(pythonClass));
+CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta, std::string* why) {
+    kzRequireClass(pythonClass, why);
     const ClassAndMeta key(pythonClass, meta);
     if (const auto known = tables().polymorphs.find(key); known != tables().polymorphs.end()) return *known->second;
     auto made = std::make_unique<CKzPythonPolymorph>(pythonClass);
     collectInterfaces(pythonClass, *made);
-    kzTrue(made->recordCount() != 0, KZe_INVALIDARG);
+    require(made->recordCount() != 0, KZe_INVALIDARG, why, [pythonClass] {
+        return "the class " + kzClassName(pythonClass) + " implements no interface: derive it from a class of kzifc";
+    });
     CKzPythonPolymorph& polymorph = *(tables().polymorphs[key] = std::move(made));
     if (meta != Py_None) {
         polymorph.setMeta(meta);
-        collectSubServers(meta, polymorph);
+        collectSubServers(meta, polymorph, why);
     }
     return polymorph;
+}
+
+std::string kzFirstInterfaceName(const CKzPythonPolymorph& polymorph) {
+    for (const KzAdapterRow* adapter : kzAdapters)
+        if (adapter->make()->iid() == *polymorph.firstInterface()) return adapter->name;
+    return "?";
 }
 
 void kzReleaseClasses() {

@@ -2,6 +2,7 @@
 #include "serve/arguments.h"
 #include "serve/method_call.h"
 #include "serve/outputs.h"
+#include "serve/reasons.h"
 
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
@@ -18,16 +19,19 @@ PyObject* nameOf(KzForwardedMethod& method) noexcept {
     return method.interned;
 }
 
-KzResult codeOfRaised(bool returnsCode) noexcept {
-    if (!returnsCode) {
-        PyErr_Clear();
-        return KZe_FAILED;
-    }
+// `argument` is the index of the input that could not be passed on, and -1 where the method itself raised.
+KzResult codeOfRaised(PyObject* self, const KzForwardedMethod& method, int argument) noexcept {
     // By far the most frequent one, and silent: it need not be made into an object first.
     if (PyThreadState_GET()->curexc_type == PyExc_NotImplementedError) {
         PyErr_Clear();
         kzSetQuiet(false);
         return KZe_NOTIMPL;
+    }
+    if (argument >= 0) kzExplainArgument(self, method, argument);
+    else if (!kzQuietFlag) kzExplainRaised(self, method);
+    if (method.signature[0] != 'r') {
+        PyErr_Clear();
+        return KZe_FAILED;
     }
     // An exception may carry the name of any code, but no method that raised has succeeded.
     const KzResult code = kzResultOfPending();
@@ -39,17 +43,23 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     // go of a host object. The method must not see it, and it must go on afterwards.
     const CPendingException pending;
     CArguments arguments(self);
-    const bool returnsCode = method.signature[0] == 'r';
     const char* letter = method.signature + 1;
     PyObject* name = nameOf(method);
     PyObject* returned = nullptr;
-    if (name != nullptr && arguments.build(letter, word))
-        returned = kzCallByName(arguments.items(), arguments.count(), name);
+    const bool isPassedOn = name != nullptr && arguments.build(letter, word);
+    if (isPassedOn) returned = kzCallByName(arguments.items(), arguments.count(), name);
     // Short of memory, the interpreter may return something and raise all the same.
-    if (returned == nullptr || isRaised()) return codeOfRaised(returnsCode);
+    if (returned == nullptr || isRaised())
+        return codeOfRaised(self, method, isPassedOn || name == nullptr ? -1 : arguments.count() - 1);
     // The reference to what was returned is not given back, whatever it is: the host is handed the buffers of returned
     // strings as they are, and relies on them for as long as Python lives.
-    return kzStoreOutputs(returned, letter, word);
+    int failed = 0;
+    const KzResult code = kzStoreOutputs(returned, letter, word, failed);
+    if (kzFailed(code)) {
+        kzExplainOutput(self, method, returned, failed, code);
+        PyErr_Clear();
+    }
+    return code;
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 
 #include "wrap/dict_pairs.h"
 #include "module/checks.h"
+#include "module/explain.h"
 #include "module/py_lock.h"
+#include "serve/reasons.h"
 #include "serve/server_list.h"
 #include "wrap/dict_texts.h"
 
@@ -54,7 +56,7 @@ public:
         CKzLoc_Unknown made;
         made.take(dictionaries().spawn());
         auto* pairs = static_cast<CDictionary*>(kzNonNull(kzObjectOf(made.raw(), &dictionaries())));
-        fill(*pairs, CServerList::instance().at(find(name, *iid)).tags);
+        fill(*pairs, CServerList::instance().at(find(name, *iid)));
         return made.get(tags);
     }
 
@@ -75,10 +77,14 @@ private:
         return *found;
     }
 
-    static void fill(CDictionary& pairs, PyObject* tags) {
+    static void fill(CDictionary& pairs, const CServerData& server) {
         try {
-            kzTextsOfDict(tags, pairs.names, pairs.values);
+            kzTextsOfDict(server.tags, pairs.names, pairs.values);
         } catch (...) {
+            kzValueBoundary([&] {
+                kzExplain("the tags of the server \"" + server.name + "\"",
+                          "they are lost, as a key or a value has no str() form: " + kzPendingReason());
+            });
             PyErr_Clear();
             throw;
         }

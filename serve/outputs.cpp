@@ -1,6 +1,7 @@
 // Conversion of returned values. Every value is converted before the first is stored.
 #include "serve/outputs.h"
 
+#include "module/pending_exception.h"
 #include "wrap/marshal_core.h"
 #include "wrap/result_codes.h"
 #include "wrap/wrapper.h"
@@ -41,7 +42,7 @@ private:
 
 // The interpreter could not convert: its exception says why, and the log hears that something was lost.
 KzResult lost(KzResult code) noexcept {
-    PyErr_Clear();
+    const CPendingException pending;
     kzLostException(code);
     return code;
 }
@@ -74,9 +75,7 @@ KzResult Output::convertText(PyObject* value) noexcept {
 }
 
 KzResult Output::convertObject(PyObject* value) noexcept {
-    if (kzSucceeded(kzObjectToInterface(value, false, &object)) && object != nullptr) return KZe_OK;
-    PyErr_Clear();
-    return KZe_NOTFOUND;
+    return kzSucceeded(kzObjectToInterface(value, false, &object)) && object != nullptr ? KZe_OK : KZe_NOTFOUND;
 }
 
 void Output::store() const noexcept {
@@ -120,12 +119,15 @@ public:
     }
     int count() const noexcept { return m_count; }
 
-    KzResult convert(PyObject* returned) noexcept {
+    KzResult convert(PyObject* returned, int& failed) noexcept {
+        failed = 0;
         if (m_count == 1) return m_outputs[0].convert(returned);
+        failed = -1;
         if (!PyTuple_Check(returned) || PyTuple_GET_SIZE(returned) != m_count) return KZe_FAILED;
         for (int index = 0; index < m_count; ++index) {
             const KzResult code = m_outputs[index].convert(PyTuple_GET_ITEM(returned, index));
             if (kzSucceeded(code)) continue;
+            failed = index;
             std::for_each(m_outputs, m_outputs + index, [](const Output& output) { output.drop(); });
             return code;
         }
@@ -142,10 +144,10 @@ private:
 
 }  // namespace
 
-KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places) noexcept {
+KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places, int& failed) noexcept {
     if (*letters == '\0') return KZe_OK;
     COutputs outputs(letters, places);
-    const KzResult code = outputs.convert(returned);
+    const KzResult code = outputs.convert(returned, failed);
     if (kzSucceeded(code)) outputs.store();
     return code;
 }

@@ -4,5 +4,6 @@
 #include "serve/relay.h"
 
 // Converts the returned value for the outputs that the letters name and stores them; nothing is stored unless all of
-// them convert. A failed conversion leaves no exception. No letters: the value does not matter.
-KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places) noexcept;
+// them convert. Where one does not, `failed` is its index, or -1 for a tuple that does not fit as a whole, and an exception
+// may be pending that says why. No letters: the value does not matter.
+KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places, int& failed) noexcept;

@@ -4,6 +4,7 @@
 #include "module/checks.h"
 #include "module/py_lock.h"
 #include "serve/inheritor.h"
+#include "serve/reasons.h"
 #include "wrap/result_codes.h"
 
 #include "kz/module.h"
@@ -66,6 +67,8 @@ PyObject* CKzPythonPolymorph::makeInstance() const {
     return m_meta.get() == Py_None ? PyObject_CallObject(m_class, nullptr) : callWith(m_class, m_meta);
 }
 
+void CKzPythonPolymorph::explainSilentFailure() const noexcept { kzExplainSilentInit(m_class); }
+
 IKzUnknown* CKzPythonPolymorph::spawnFor(PyObject* instance) {
     Py_INCREF(instance);
     t_nextInstance = instance;
@@ -102,6 +105,7 @@ IKzUnknown* CKzPythonPolymorph::makeSubObject(CKzPythonPolymorph& server) {
     kzSetQuiet(false);
     PyObject* instance = server.makeInstance();
     if (instance == nullptr) {
+        server.explainSilentFailure();
         kzResultOfPending();
         return nullptr;
     }

@@ -23,6 +23,8 @@ public:
 
     // A new instance of the class. Null with an exception set when its constructor raised. Needs the interpreter lock.
     PyObject* makeInstance() const;
+    // makeInstance failed: says why where the exception carries a code that is never reported.
+    void explainSilentFailure() const noexcept;
     // A host object around the Python object, which it takes a reference to; its first interface. May throw a KzResult.
     // Needs the interpreter lock.
     IKzUnknown* spawnFor(PyObject* instance);

@@ -54,6 +54,7 @@ private:
 PyObject* newInstance(const CKzPythonPolymorph& polymorph) {
     PyObject* made = polymorph.makeInstance();
     if (made != nullptr) return made;
+    polymorph.explainSilentFailure();
     kzResultOfPending();
     throw KZe_FAILED;
 }

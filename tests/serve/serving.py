@@ -12,7 +12,7 @@ from checks import code_of, equal, fails, result_of
 HOST = kz.service.Host()
 COMMAND, LISTENER = '7155E51E-C5A4-5C6A-BEF1-BAAEF1DB8E25', '3200DF2C-CB32-5F24-9D7F-789EF98A6941'
 number = [0]
-heard = [0]
+heard = {'scripts': 0, 'python': 0}
 
 
 def marked(name):
@@ -24,12 +24,12 @@ def marked(name):
 Command, Attributes, Listener = map(marked, ('Command', 'Attributes', 'ActionListener'))
 
 
-def told():
+def told(subsystem='scripts'):
     """What the module told the host since the last time."""
     service = kz.Service('log')
-    service.select('lines', 'scripts')
+    service.select('lines', subsystem)
     lines = service.queryN('')
-    heard[0], before = len(lines), heard[0]
+    heard[subsystem], before = len(lines), heard[subsystem]
     return list(lines[before:])
 
 
@@ -67,28 +67,33 @@ def command(body):
 
 
 INVALID, FAILED = 'TypeError: invalid argument', 'RuntimeError: bad result: FAILED'
+TAKEN, NO_CLASS = 'there is a server of that name for Command already', 'expected a class, got '
+NO_INTERFACE = 'the class serving.%s implements no interface: derive it from a class of kzifc'
+NO_PAIR = '_sub_ifcs[0] of the meta object: expected a pair of a class and its meta object, got '
+
+# A statement, what it raises, and where the exception says less than the log, what the log says.
 REFUSED = [
     ("kz.bless(Good, 'refuse.good')", None),
-    ("kz.bless(Good, 'refuse.good')", FAILED),
+    ("kz.bless(Good, 'refuse.good')", FAILED, TAKEN),
     ("kz.bless(Good, 'refuse.second', None)", None),
     ("kz.bless(Good)", 'TypeError: function takes at least 2 arguments (1 given)'),
     ("kz.bless(Good, 'x', tags={})", 'TypeError: bless() takes no keyword arguments'),
-    ("kz.bless(Good(), 'refuse.instance')", FAILED),
-    ("kz.bless(None, 'refuse.none')", FAILED),
-    ("kz.bless(Good, ':Nonsense')", INVALID),
-    ("kz.bless(Good, ':')", INVALID),
-    ("kz.bless(Good, ':command')", INVALID),
-    ("kz.bless(Bad, 'refuse.bad')", INVALID),
-    ("kz.bless(Command, 'refuse.base')", INVALID),  # its own mark does not count, only those of its bases
-    ("kz.bless(Good, 'refuse.list', [])", INVALID),
-    ("kz.bless(Good, 'refuse.meta1', None, Meta([Good]))", FAILED),
-    ("kz.bless(Good, 'refuse.meta2', None, Meta([(Good, None, 1)]))", FAILED),
-    ("kz.bless(Good, 'refuse.meta3', None, Meta(['ab']))", FAILED),
-    ("kz.bless(Good, 'refuse.meta4', None, Meta([(Bad, None)]))", INVALID),
+    ("kz.bless(Good(), 'refuse.instance')", FAILED, NO_CLASS + 'an object of the type Derived'),
+    ("kz.bless(None, 'refuse.none')", FAILED, NO_CLASS + 'None'),
+    ("kz.bless(Good, ':Nonsense')", INVALID, 'no interface of that name can be implemented in Python'),
+    ("kz.bless(Good, ':')", INVALID, 'no interface of that name can be implemented in Python'),
+    ("kz.bless(Good, ':command')", INVALID, 'no interface of that name can be implemented in Python'),
+    ("kz.bless(Bad, 'refuse.bad')", INVALID, NO_INTERFACE % 'Derived'),
+    ("kz.bless(Command, 'refuse.base')", INVALID, NO_INTERFACE % 'Command'),  # its own mark does not count, only those of its bases
+    ("kz.bless(Good, 'refuse.list', [])", INVALID, 'expected a dictionary of tags, got an object of the type list'),
+    ("kz.bless(Good, 'refuse.meta1', None, Meta([Good]))", FAILED, NO_PAIR + 'the class serving.Derived'),
+    ("kz.bless(Good, 'refuse.meta2', None, Meta([(Good, None, 1)]))", FAILED, NO_PAIR + 'a tuple of 3 items'),
+    ("kz.bless(Good, 'refuse.meta3', None, Meta(['ab']))", FAILED, '_sub_ifcs[0] of the meta object: ' + NO_CLASS + "'a'"),
+    ("kz.bless(Good, 'refuse.meta4', None, Meta([(Bad, None)]))", INVALID, '_sub_ifcs[0] of the meta object: ' + NO_INTERFACE % 'Derived'),
     ("kz.bless(Good, 'refuse.meta5', None, Meta(3))", None),
-    ("kz.testifc(Good, 'nonsense')", FAILED),
-    ("kz.testifc(Good(), COMMAND)", FAILED),
-    ("kz.testifc(Bad, COMMAND)", INVALID),
+    ("kz.testifc(Good, 'nonsense')", FAILED, "expected 8-4-4-4-12 hexadecimal digits, got 'nonsense'"),
+    ("kz.testifc(Good(), COMMAND)", FAILED, NO_CLASS + 'an object of the type Derived'),
+    ("kz.testifc(Bad, COMMAND)", INVALID, NO_INTERFACE % 'Derived'),
     ("kz.bless(Deep, 'hostile.deep')", 'RuntimeError: maximum recursion depth exceeded'),
     ("kz.bless(Good, 'hostile.endless', {}, Endless())", 'RuntimeError: maximum recursion depth exceeded'),
     ("kz.bless(Good, 'hostile.shrinking', {}, Meta(Shrinking()))", 'KeyboardInterrupt: '),
@@ -106,9 +111,13 @@ def check_blessing_refuses_what_it_cannot_serve():
     names = dict(globals(), **locals())
     before = HOST.ServerCount('command')
     told()
-    for statement, expected in REFUSED:
+    for row in REFUSED:
+        statement, expected = row[:2]
+        told('python')
         found = outcome(statement, names)
         equal((statement, found and found[:len(expected)] if expected else found), (statement, expected))
+        explained = told('python')
+        equal((row, [row[2:] and row[2] in line or line for line in explained]), (row, [True] if row[2:] else []))
     equal((HOST.ServerCount('command') - before, told()), (3, []))
 
 
@@ -138,7 +147,7 @@ def check_only_the_first_thread_blesses():
     thread = threading.Thread(target=lambda: caught.append(outcome("kz.bless(derived(Command), 'x')", globals())))
     thread.start()
     thread.join()
-    equal(caught, [FAILED])
+    equal((caught, 'only the thread that Python was started on' in told('python')[-1]), ([FAILED], True))
 
 
 def check_tags_are_handed_out():
@@ -153,11 +162,14 @@ def check_tags_are_handed_out():
     kz.bless(Tagged, 'tagged.none')
     kz.bless(Tagged, 'tagged.bad', {derived(object, __str__=lambda self: throw(MemoryError))(): 1})
     tag = HOST.ServerTag
+    told('python')
     equal([tag('command', 'tagged', each) for each in ('a', 'name')], ['1', 'None'])
     tags['later'] = Growing()  # the dictionary is kept as it is, not copied
     equal([tag('command', 'tagged', each) for each in ('a', 'later', 'name')], ['1', 'growing', 'None'])
     fails('NOTFOUND', (tag, 'command', 'tagged.none', 'a'), (tag, 'command', 'tagged.bad', 'a'),
           (tag, 'actionlistener', 'tagged', 'a'), (tag, 'command', 'nobody', 'a'))
+    lost = told('python')[0]
+    equal(lost.startswith('the tags of the server "tagged.bad": ') and 'MemoryError (' in lost, True)
 
 
 # What cmd_ArgFlags(5) answers, or the code with which it fails, and the lines that it leaves in the log.
@@ -261,6 +273,42 @@ def check_values_are_zero_unless_returned():
         equal((body, kz.object.Attributes(names['Counted']()).Count(), len(told())), (body, expected, lines))
 
 
+# A method of a Command and of Attributes, how it is called, and what the log says of its answer.
+WHY = [
+    ("def cmd_ArgFlags(self, index): raise ValueError('off')", ('ArgFlags', 5),
+     'Command.cmd_ArgFlags of serving.Explained: it raised ValueError: off ('),
+    ('def cmd_ArgFlags(self): return 1', ('ArgFlags', 5),
+     'Command.cmd_ArgFlags of serving.Explained: it raised TypeError: cmd_ArgFlags() takes exactly 1 argument'),
+    ("def cmd_ArgFlags(self, index): return 'x'", ('ArgFlags', 5),
+     "Command.cmd_ArgFlags of serving.Explained, result (integer flags): expected an integer, got 'x' (TypeError: "),
+    ('def cmd_Name(self): return 5', ('Name',),
+     "Command.cmd_Name of serving.Explained, result (string name): expected a string or None, got 5 (TypeError: "),
+    ('def cmd_Message(self): return 5', ('Message',), "Command.cmd_Message of serving.Explained, result (Message object)"
+     ': expected an object of the host or one that implements an interface, got 5 (RuntimeError: Object cannot be'),
+    ('def cmd_Enable(self, message): pass', ('Enable', None),
+     "Command.cmd_Enable of serving.Explained, argument 1 'message': the host passed what cannot be made"),
+    ("def attr_Count(self): raise ValueError('lost')", ('Count',),
+     'Attributes.attr_Count of serving.Explained: it raised ValueError: lost ('),
+    ('def attr_Count(self): return 1 << 70', ('Count',),
+     "Attributes.attr_Count of serving.Explained, result (integer): expected an integer, got 1180591620717411303424L ("),
+    ('def attr_Count(self): raise NotImplementedError', ('Count',), None),
+    ('def attr_Count(self): kz.throw(0x84800004)', ('Count',), None),
+    ('def attr_Count(self): kz.throw(0x80000017, 1)', ('Count',), None),
+    ("def attr_Count(self): raise ValueError('lost')", ('Count',), None),  # said before
+]
+
+
+def check_answers_that_do_not_fit_are_explained():
+    for body, call, expected in WHY:
+        names = dict(globals())
+        exec 'class Explained(Command, Attributes):\n    ' + body in names
+        made = (kz.object.Attributes if 'attr_' in body else kz.object.Command)(names['Explained']())
+        told('python')
+        code_of(getattr(made, call[0]), *call[1:])
+        lines = told('python')
+        equal((body, [expected in line or line for line in lines]), (body, [True] if expected else []))
+
+
 def check_an_exception_under_way_is_kept():
     noisy = command('def cmd_ArgClear(self, index): raise IndexError')
 
@@ -298,10 +346,14 @@ def check_the_meta_object_goes_to_the_constructor():
 
 def check_a_raising_constructor_fails_the_spawn():
     name = bless(derived(Command, __init__=lambda self: throw(error)))
-    for error in (NotImplementedError(), LookupError('x'), SystemExit(3), KeyboardInterrupt(), MemoryError()):
+    for error in (NotImplementedError('later'), LookupError('x'), SystemExit(3), KeyboardInterrupt(), MemoryError()):
         told()
+        told('python')
         fails('FAILED', (spawn, name))
         equal(told()[-1], 'Spawning Python server failed: ' + name)
+        silent = 'serving.Derived: making an instance raised NotImplementedError: later ('
+        equal([line[:len(silent)] for line in told('python')],
+              [silent] if isinstance(error, NotImplementedError) else [])
     fails('NOTFOUND', (spawn, name, 'actionlistener'), (spawn, name[:-1]))
 
 
