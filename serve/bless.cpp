@@ -6,6 +6,7 @@
 #include "module/runtime.h"
 #include "serve/adapters.h"
 #include "serve/class_interfaces.h"
+#include "serve/leftovers.h"
 #include "serve/reasons.h"
 #include "serve/server_list.h"
 #include "wrap/result_codes.h"
@@ -160,6 +161,7 @@ PyObject* kzTestifcFunction(PyObject* /*self*/, PyObject* args) {
 KzServing kzPythonServing() noexcept { return {serveObject, kzPythonObjectOf}; }
 
 void kzReleaseServers() {
+    kzTellLeftovers();
     CServerList::instance().releaseTags();
     kzReleaseClasses();
 }

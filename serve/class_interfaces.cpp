@@ -126,6 +126,12 @@ std::string kzFirstInterfaceName(const CKzPythonPolymorph& polymorph) {
     return "?";
 }
 
+std::vector<const CKzPythonPolymorph*> kzPythonPolymorphs() {
+    std::vector<const CKzPythonPolymorph*> all;
+    for (const auto& [key, polymorph] : tables().polymorphs) all.push_back(polymorph.get());
+    return all;
+}
+
 void kzReleaseClasses() {
     // Classes that go may run code, which must not find a table half emptied.
     const auto bases = std::exchange(tables().bases, {});

@@ -18,5 +18,8 @@ CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta, std::s
 // The name of the interface that is a class's first, for texts.
 std::string kzFirstInterfaceName(const CKzPythonPolymorph& polymorph);
 
+// All factories that have been made.
+std::vector<const CKzPythonPolymorph*> kzPythonPolymorphs();
+
 // Lets go of all classes and meta objects, at the end of the interpreter.
 void kzReleaseClasses();

@@ -87,6 +87,12 @@ void CKzInstance::unlink() noexcept {
     else m_polymorph.m_instances = m_next;
 }
 
+void CKzInstance::list(const CKzGenericPolymorph& polymorph, std::vector<KzLiveInstance>& living) {
+    const CKzInstanceListLock lock;
+    for (CKzInstance* each = polymorph.m_instances; each != nullptr; each = each->m_next)
+        living.push_back({each, each->m_object, std::atomic_ref(each->m_references).load(std::memory_order_relaxed)});
+}
+
 void CKzInstance::dropSubObjects() noexcept {
     for (auto& [iid, object] : m_subObjects) object->Release();
     m_subObjects.clear();
@@ -161,25 +167,26 @@ std::uint32_t kzSlotAddRef(CKzSlotState& slot) noexcept { return slot.instance->
 
 std::uint32_t kzSlotRelease(CKzSlotState& slot) noexcept { return slot.instance->release(slot); }
 
-namespace {
-
-// The instance behind an interface pointer, without a reference; null for what is no slot of this binary.
-CKzInstance* instanceOf(IKzUnknown* interfacePointer) noexcept {
+const CKzInstance* kzInstanceOf(IKzUnknown* interfacePointer) noexcept {
     void* found = nullptr;
     if (interfacePointer == nullptr || kzFailed(interfacePointer->QueryInterface(&kzInstanceIdentity, &found)))
         return nullptr;
-    return static_cast<CKzInstance*>(found);
+    return static_cast<const CKzInstance*>(found);
 }
 
-}  // namespace
+std::vector<KzLiveInstance> kzLiveInstancesOf(const CKzGenericPolymorph& polymorph) {
+    std::vector<KzLiveInstance> living;
+    CKzInstance::list(polymorph, living);
+    return living;
+}
 
 void* kzObjectOf(IKzUnknown* interfacePointer, const CKzGenericPolymorph* owner) noexcept {
-    const CKzInstance* instance = instanceOf(interfacePointer);
+    const CKzInstance* instance = kzInstanceOf(interfacePointer);
     return instance != nullptr && &instance->polymorph() == owner ? instance->object() : nullptr;
 }
 
 CKzGenericPolymorph* kzPolymorphOf(IKzUnknown* interfacePointer) noexcept {
-    const CKzInstance* instance = instanceOf(interfacePointer);
+    const CKzInstance* instance = kzInstanceOf(interfacePointer);
     return instance != nullptr ? &instance->polymorph() : nullptr;
 }
 

@@ -1,6 +1,7 @@
 // One live object of a server class: the slots that the host holds, and what keeps them together.
 #pragma once
 
+#include "kz/base/live_instances.h"
 #include "kz/base/polymorph.h"
 
 #include <map>
@@ -21,6 +22,8 @@ public:
     KzResult query(const KzGuid* iid, void** object);
     std::uint32_t addRef(CKzSlotState& slot) noexcept;
     std::uint32_t release(CKzSlotState& slot) noexcept;
+    // Adds the living instances of the polymorph to a list.
+    static void list(const CKzGenericPolymorph& polymorph, std::vector<KzLiveInstance>& living);
     // The first reference, counted as the host counts where it can.
     void firstReference(CKzSlotState& slot) noexcept;
 

@@ -1,5 +1,6 @@
 // Blessed classes as servers: scripts can do and see most of it, and do so in the script beside this file.
 #include "serving_fixture.h"
+#include "tests/support/child.h"
 #include "tests/support/threads.h"
 
 #include "kz/action.h"
@@ -84,6 +85,48 @@ TEST_F(ServingTest, OutlivesPython) {
     std::thread([&] { EXPECT_EQ(held.ArgClear(1), KZe_NOTAVAILABLE); }).join();
     inheritor.clear();
     held.clear();
+}
+
+// What is said when the interpreter ends about instances that nobody will ever free.
+TEST(Leftovers, AreNamedByClass) {
+    const struct {
+        const char* body;
+        const char* made;
+        const char* said;
+    } cases[] = {
+        {"def __init__(self): self.me = kz.object.Unknown(self)", "kept = [A(), A()]; del kept", "__main__.A (2)"},
+        {"def __init__(self): self.deep = [{1: (self.reach, kz.object.Unknown(self))}]\n    def reach(self): pass",
+         "A()", "__main__.A (1)"},
+        {"pass", "a, b = A(), B(); a.to, b.to = kz.object.Unknown(b), kz.object.Unknown(a); del a, b",
+         "__main__.A (1), __main__.B (1)"},
+        {"pass", "a = A(); a.to = kzu.object.Value(a); a.to.set(a); del a", "__main__.A (1)"},
+        // Held from elsewhere, and freed by and by, or kept on purpose.
+        {"def __init__(self): self.me = kz.object.Unknown(self)", "a = sys.kept = A()", ""},
+        {"def __init__(self): self.me = kz.object.Unknown(self)", "B.kept = a = A()", ""},
+        {"pass", "sys.kept = kz.object.Unknown(A())", ""},
+        {"def cmd_Message(self): self.me = kz.object.Unknown(self); return self",
+         "try: kz.object.Command(A()).Message()\nexcept TypeError: pass\nsys.exc_clear()", ""},
+        {"pass",
+         "B._sub_ifcs = [(A, None)]; kz.bless(B, 'b', None, B)\nB.__init__ = lambda self, meta: None\n"
+         "sys.kept = kz.service.Host().SpawnServer('actionlistener', 'b')\nkz.object.Command(sys.kept)",
+         ""},
+    };
+    for (const auto& each : cases)
+        kzInChild(each.made, [&each] {
+            CPluginHost host;
+            host.nothingAlive.isExpected = false;
+            host.load();
+            const ScriptEnd end =
+                host.run("import kz, kzifc, kzu.object, sys\n"
+                         "class A(kzifc.Command, kzifc.Value):\n    " +
+                         std::string(each.body) + "\nclass B(kzifc.ActionListener): pass\n" + each.made);
+            EXPECT_EQ(end.code, 0U) << end.message << host.log("scripts");
+            host.clearLog();
+            host.host.unload();
+            const std::string said = host.log("python");
+            EXPECT_EQ(said.substr(said.rfind(": ") + 1),
+                      each.said[0] != '\0' ? std::string(" ") + each.said + "\n" : "");
+        });
 }
 
 }  // namespace
