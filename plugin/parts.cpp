@@ -56,6 +56,7 @@ void addSubmodules(PyObject* kz) {
     kzReadyStorageType();
     kzRegisterForeignType(kz, "Storage", kzStorageType);
     kzAddSubmodules(kz, kzStorageType);
+    kzAddServingModule();
 }
 
 void forgetPython() {

@@ -97,20 +97,54 @@ void markBase(const CRefusal& refusal, PyObject* pythonClass, const char* interf
     kzMarkInterfaceBase(pythonClass, interfaceName);
 }
 
-void blessServer(const CRefusal& refusal, PyObject* pythonClass, const char* name, PyObject* tags, PyObject* meta) {
+struct Blessing {
+    CKzPythonPolymorph& polymorph;
+    const KzGuid* type;
+};
+
+// All that a blessing needs but a name that is free.
+Blessing examine(const CRefusal& refusal, PyObject* pythonClass, PyObject* tags, PyObject* meta) {
     CKzPythonPolymorph& polymorph = refusal.polymorphFor(pythonClass, meta);
     if (tags != Py_None && !PyDict_Check(tags)) {
         refusal.explain("expected a dictionary of tags, got " + kzWhatCame(tags));
         throw KZe_INVALIDARG;
     }
     const KzGuid* type = kzServerType(*polymorph.firstInterface());
-    const std::string interfaceName = type == nullptr ? kzFirstInterfaceName(polymorph) : std::string();
-    refusal.unless(type != nullptr, ("the host does not know the interface " + interfaceName).c_str(), KZe_NOTFOUND);
+    if (type == nullptr) {
+        refusal.explain("the host does not know the interface " + kzFirstInterfaceName(polymorph));
+        throw KZe_NOTFOUND;
+    }
+    return {polymorph, type};
+}
+
+void blessServer(const CRefusal& refusal, PyObject* pythonClass, const char* name, PyObject* tags, PyObject* meta) {
+    const auto [polymorph, type] = examine(refusal, pythonClass, tags, meta);
     if (CServerList::instance().find(name, type))
         refusal.explain("there is a server of that name for " + kzFirstInterfaceName(polymorph) + " already");
     CServerList::instance().add(name, type, polymorph, tags);
     updateHost(refusal);
 }
+
+// What a blessing would come to: the server's type as a number, and whether the name is taken.
+PyObject* checkFunction(PyObject* /*self*/, PyObject* args) {
+    return kzPythonEntry([args]() -> PyObject* {
+        CRefusal("kz.bless").unlessMainThread();
+        PyObject* pythonClass = nullptr;
+        const char* name = nullptr;
+        PyObject* tags = nullptr;
+        PyObject* meta = nullptr;
+        if (PyArg_ParseTuple(args, "OsOO", &pythonClass, &name, &tags, &meta) == 0) return kzParseFailed();
+        const KzGuid* type = examine(CRefusal("kz.bless", name), pythonClass, tags, meta).type;
+        const bool isTaken = CServerList::instance().find(name, type).has_value();
+        return Py_BuildValue("NO", PyLong_FromVoidPtr(const_cast<KzGuid*>(type)), isTaken ? Py_True : Py_False);
+    });
+}
+
+PyMethodDef servingFunctions[] = {
+    {"check", checkFunction, METH_VARARGS,
+     "(type, taken) = check(cls, name, tags, meta)\n\nLooks a blessing over as kz.bless does, and blesses nothing."},
+    {nullptr, nullptr, 0, nullptr},
+};
 
 // An object whose class implements some interface, as a host object; null when it does not.
 IKzUnknown* serveObject(PyObject* object) {
@@ -159,6 +193,10 @@ PyObject* kzTestifcFunction(PyObject* /*self*/, PyObject* args) {
 }
 
 KzServing kzPythonServing() noexcept { return {serveObject, kzPythonObjectOf}; }
+
+void kzAddServingModule() {
+    kzNonNull(Py_InitModule3("_kzserv", servingFunctions, "What the package kzserv needs of the module."));
+}
 
 void kzReleaseServers() {
     kzTellLeftovers();

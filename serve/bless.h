@@ -9,6 +9,9 @@ extern const char kzTestifcDoc[];
 PyObject* kzBlessFunction(PyObject* self, PyObject* args);
 PyObject* kzTestifcFunction(PyObject* self, PyObject* args);
 
+// Adds the module "_kzserv", by which the package kzserv looks over what server files bless. Throws FAILED.
+void kzAddServingModule();
+
 // How the wrappers serve any Python object to the host, and find it again.
 KzServing kzPythonServing() noexcept;
 

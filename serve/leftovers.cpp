@@ -42,7 +42,8 @@ public:
 
     // The instances left behind, by class.
     std::map<std::string, std::size_t> find() {
-        for (std::size_t next = 0; next < m_order.size() && !m_failed; ++next) follow(m_order[next], &CLeftovers::count);
+        for (std::size_t next = 0; next < m_order.size() && !m_failed; ++next)
+            follow(m_order[next], &CLeftovers::count);
         if (m_failed) return {};
         std::vector<const void*> all;
         all.swap(m_order);

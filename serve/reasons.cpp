@@ -46,8 +46,7 @@ CPyRefNull declared(const KzForwardedMethod& method) {
 }
 
 std::string nameOfInput(const KzForwardedMethod& method, int index) {
-    const CPyRefNull names =
-        attribute(attribute(attribute(declared(method), "im_func"), "func_code"), "co_varnames");
+    const CPyRefNull names = attribute(attribute(attribute(declared(method), "im_func"), "func_code"), "co_varnames");
     if (names.get() == nullptr || !PyTuple_Check(names.get()) || index + 1 >= PyTuple_GET_SIZE(names.get())) return {};
     PyObject* name = PyTuple_GET_ITEM(names.get(), index + 1);
     return PyString_Check(name) ? " " + quoted(PyString_AS_STRING(name)) : std::string();
@@ -124,7 +123,8 @@ std::string kzClassName(PyObject* pythonClass) {
     const CPyRefNull module = attribute(pythonClass, "__module__");
     const CPyRefNull name = attribute(pythonClass, "__name__");
     std::string text;
-    if (module.get() != nullptr && PyString_Check(module.get())) text = std::string(PyString_AS_STRING(module.get())) + ".";
+    if (module.get() != nullptr && PyString_Check(module.get()))
+        text = std::string(PyString_AS_STRING(module.get())) + ".";
     return text + (name.get() != nullptr && PyString_Check(name.get()) ? PyString_AS_STRING(name.get()) : "?");
 }
 

@@ -221,13 +221,15 @@ class FileCheck(object):
         self.findings.append(Finding(self.path, line, text))
 
     def run(self):
+        module = files.new_module(self.path, files.free_name(self.path))
         real, kz.bless = kz.bless, self.bless
         try:
-            files.import_file(self.path)
+            files.run(module, files.read(self.path))
         except:
             self.tell_failure(*sys.exc_info())
         finally:
             kz.bless = real
+            files.publish(module.__name__, None)
         for blessing in self.blessings:
             try:
                 self.check(blessing)

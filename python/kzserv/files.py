@@ -2,9 +2,11 @@
 
 A server file is a *.py in a folder named "servers" below one of the folders that Python imports from: the scripts
 folder of the user, the import paths of the host, and the host's own. Folders come in the order of sys.path, the files
-of one folder by name, and no file twice. A file that cannot be imported is told in the log, in the subsystem
-"servers", and the others are imported all the same.
+of one folder by name, and no file twice. A file whose name begins with a dot is none, and the log says so. A file that
+cannot be imported is told in the log, in the subsystem "servers", and the others are imported all the same.
 """
+
+from __future__ import absolute_import
 
 import os
 import sys
@@ -39,22 +41,40 @@ def find():
             continue
         for name in sorted(os.listdir(folder)):
             path = os.path.join(folder, name)
-            if name.endswith('.py') and os.path.isfile(path) and os.path.realpath(path) not in known:
-                known.add(os.path.realpath(path))
+            if not name.endswith('.py') or not os.path.isfile(path) or os.path.realpath(path) in known:
+                continue
+            known.add(os.path.realpath(path))
+            if not name.startswith('.'):
                 found.append(path)
+            elif path not in _hidden:
+                _hidden.add(path)
+                note('%s: not imported, as its name begins with a dot' % path)
     return found
 
+
+_hidden = set()  # those that the log has been told of
 
 # The files' modules are parts of this one, so that they can import each other: from kzserv.servers import watch.
 _parent = types.ModuleType('kzserv.servers', 'The server files that have been imported.')
 _parent.__path__ = []
 sys.modules[_parent.__name__] = _parent
+PREFIX = _parent.__name__ + '.'
+
+_names = {}  # of modules, by real path: each file keeps its own, whatever becomes of the others
 
 
-def _free_name(path):
+def name_of(path):
+    """The name of the file's module: that of the file, with a number behind it where another file has it already."""
+    path = os.path.realpath(path)
+    if path not in _names:
+        _names[path] = free_name(path)
+    return _names[path]
+
+
+def free_name(path):
     stem = name = os.path.splitext(os.path.basename(path))[0]
     number = 1
-    while hasattr(_parent, name):
+    while name in _names.values() or hasattr(_parent, name):
         number += 1
         name = '%s_%d' % (stem, number)
     return name
@@ -65,30 +85,28 @@ def read(path):
         return stream.read()
 
 
-def import_file(path, source=None, former=None):
-    """Imports one file as a module of its own and returns it. What it raises goes on to the caller. A module that it
-    takes the place of stays if that happens."""
-    code = compile(read(path) if source is None else source, path, 'exec', dont_inherit=True)
-    name = former.__name__.rpartition('.')[2] if former is not None else _free_name(path)
-    module = types.ModuleType('%s.%s' % (_parent.__name__, name))
+def new_module(path, name):
+    module = types.ModuleType(PREFIX + name)
     module.__file__ = path
-    _publish(name, module)
-    try:
-        exec code in module.__dict__
-    except:
-        _publish(name, former)
-        raise
     return module
 
 
-def _publish(name, module):
-    full_name = '%s.%s' % (_parent.__name__, name)
+def run(module, source):
+    """Runs a file's text as its module, which is in place meanwhile. What it raises goes on to the caller."""
+    # A server file may be named as a module of the standard library, which the other files must find all the same.
+    code = compile(source, module.__file__, 'exec', absolute_import.compiler_flag, True)
+    publish(module.__name__, module)
+    exec code in module.__dict__
+
+
+def publish(full_name, module):
+    name = full_name[len(PREFIX):]
     if module is not None:
         sys.modules[full_name] = module
         setattr(_parent, name, module)
     else:
-        del sys.modules[full_name]
-        delattr(_parent, name)
+        sys.modules.pop(full_name, None)
+        vars(_parent).pop(name, None)
 
 
 def interface_bases(cls):

@@ -1,6 +1,8 @@
 // Server files: how they are found, and what becomes of those that are broken.
 #include "tests/support/kzhost_run.h"
 
+#include <tuple>
+
 namespace {
 
 class FilesTest : public KzHostTest {};
@@ -59,11 +61,83 @@ TEST_F(FilesTest, AChangedFileIsTakenInWhenTheHostIsTold) {
         "change('a.py', (\"'one'\", \"'four'\"), ('StringConversion)', 'StringConversion, kzifc.Visitor)'))\n"
         "change('b.py', (\"'say'\", \"'say.new'\"), (\"'word', None\", \"'new', None\"))\n"
         "kz.eval('say.new')\nchange('a.py', (\"kz.bless(Say\", '#'))\n");
-    expect(ended, 0,
-           "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\nfour\ntwo? two four\n--\nfour\n"
-           "two? two four\none\n--\nfour\none! one four\n",
-           {"a.py: ZeroDivisionError", "\"word\" stays as it was until the host ends: Text has other", "b.py: taken in",
-            "\"say\" is not in it any more"});
+    expect(
+        ended, 0,
+        "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\n"
+        "two? two two\none\n--\ntwo\none! one two\n",
+        {"a.py: ZeroDivisionError",
+         "a.py: nothing of it is taken in: the server \"word\" cannot become what it is now: Text has other interfaces",
+         "b.py: taken in", "\"say\" is not in it any more"});
+}
+
+// A file that fails after it has blessed offers nothing, and is tried again when the host is told to look.
+TEST_F(FilesTest, AFileCountsWholeOrNotAtAll) {
+    const auto visitor = [](const std::string& name) {
+        return "class V(kzifc.Visitor):\n    def vis_Evaluate(self): kz.out(WORD)\nkz.bless(V, '" + name + "')\n";
+    };
+    const std::string opening = "import kz, kzifc\nWORD = 'word'\n";
+    serve(".hidden.py", opening + visitor("hidden"));
+    serve("a.py", opening + visitor("late") + "from kzserv.servers import z\nz.WORD\n");
+    serve("b.py", opening + visitor("half") + "1/0\n");
+    serve("c.py", opening + visitor("twin") + visitor("twin"));
+    serve("d.py", opening + visitor("free") + visitor("late"));
+    serve("e.py", opening + visitor("lacking") + "import dependency\n");
+    serve("json.py", opening + visitor("json") + "import json\njson.dumps\n");  // the library's, not itself
+    serve("x.py", opening + visitor("broken") + "from kzserv.servers import b\n");
+    serve("z.py", opening + visitor("last") + "import blessing\n");
+    write("blessing.py", opening + visitor("aside"));
+    const Ended ended =
+        runText("import kz\nNAMES = 'hidden late half twin free lacking json broken last aside'.split()\n"
+                "def show(): print [n for n in NAMES if kz.service.Host().IsServer('visitor', n)]\n"
+                "show()\nopen('FOLDER/dependency.py', 'w')\nkz.eval('server.reload')\nshow()\n"
+                "open('FOLDER/servers/b.py', 'a').write('\\n'); kz.eval('server.reload')\n"
+                "kz.object.Visitor(kz.service.Host().SpawnServer('visitor', 'late')).Evaluate()\n");
+    expect(ended, 0, "['late', 'json', 'last', 'aside']\n['late', 'lacking', 'json', 'last', 'aside']\nword\n",
+           {".hidden.py: not imported, as its name begins with a dot", "b.py: ZeroDivisionError", "e.py: ImportError",
+            "c.py: the server \"twin\" is blessed twice", "d.py: RuntimeError: bad result: FAILED",
+            "kz.bless of \"late\": there is a server of that name for Visitor already",
+            "x.py: ImportError: the server file " + path("servers/b.py") + " is not taken in; the log says why",
+            "e.py: taken in"});
+}
+
+// What is written over the file, and why nothing of it is taken in: neither the class, nor its tags, nor its sub-server.
+TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
+    const std::string text = "import kz, kzifc\nWORD = 'one'\nclass Hints(kzifc.UIValueHints):\n"
+                             "    def uiv_PopInternalName(self, index): return WORD\n"
+                             "class Other(Hints): pass\nclass Meta(object):\n    _sub_ifcs = [(Hints, None)]\n"
+                             "class Base(kzifc.StringConversion): pass\n"
+                             "class Text(kzifc.Value, Base):\n    def __init__(self, meta): pass\n"
+                             "    def str_Encode(self): return super(Text, self).__class__.__name__ and WORD\n"
+                             "kz.bless(Text, 'word', {'word': WORD}, Meta())\n";
+    const std::tuple<std::string, std::string, const char*> changes[] = {
+        {"Hints(kzifc.UIValueHints)", "Hints(kzifc.UIValueHints, kzifc.Visitor)", "Hints has other interfaces"},
+        {"Hints(kzifc.UIValueHints):", "Hints(kzifc.UIValueHints, Exception):", "deallocator differs"},
+        {"[(Hints, None)]", "[]", "it has other sub-servers"},
+        {"(Hints): pass", "(Hints): __slots__ = ()", ""},
+        {"class Hints(kzifc.UIValueHints):", "class Hints(kzifc.UIValueHints):\n    __slots__ = ()",
+         "Hints has __slots__"},
+        {"class Hints(kzifc.UIValueHints):",
+         "class M(type): pass\nclass Hints(kzifc.UIValueHints):\n    __metaclass__ = M", "Hints has another metaclass"},
+        {"kz.bless(Text, 'word'", "kz.bless(Text, 'word', {}, Meta())\nkz.bless(Text, 'word'", "blessed twice"},
+        {"kz.bless(Text, 'word'", "kz.bless(Hints, 'taken')\nkz.bless(Text, 'word'", "name for UIValueHints already"},
+        {"kz.bless(Text, 'word'", "kz.bless(Other, 'more')\nkz.bless(Text, 'word'", ""},
+    };
+    serve("other.py", "import kz, kzifc\nclass Hints(kzifc.UIValueHints): pass\nkz.bless(Hints, 'taken')\n");
+    for (const auto& [what, change, why] : changes) {
+        SCOPED_TRACE(change);
+        std::string changed = text;
+        changed.replace(changed.find("'one'"), 5, "'two'");
+        changed.replace(changed.find(what), what.size(), change);
+        serve("a.py", text);
+        write("changed", changed);
+        const Ended ended =
+            runText("import kz, shutil\nvalues = kz.service.Value()\nheld = values.CreateValue('word')\n"
+                    "hints = kz.object.UIValueHints(held)\nshutil.copy('FOLDER/changed', 'FOLDER/servers/a.py')\n"
+                    "kz.eval('server.reload')\nfrom kzserv.servers import a\nprint a.WORD, values.EncodeText(held, 0), "
+                    "hints.PopInternalName(0), kz.service.Host().ServerTag('value', 'word', 'word')\n");
+        expect(ended, 0, *why != '\0' ? "one one one one\n" : "two two two two\n", {why});
+        EXPECT_EQ(ended.says("a.py: taken in"), *why == '\0') << ended.error;
+    }
 }
 
 // Each server is spawned by a script; `out` is what the script prints, `error` a part of what the log gets.
@@ -108,6 +182,9 @@ TEST_F(FilesTest, TagsWithoutATextAreNoTags) {
     EXPECT_EQ(ended.status, 0);
     for (const char* part : {"  1=None", "  b=2.5", "raising", "wide", "plain"})
         EXPECT_NE(ended.out.find(part), std::string::npos) << part << ended.out << ended.error;
+    EXPECT_TRUE(ended.says("the tags of the server \"raising\": they are lost") && ended.says("ValueError: no text") &&
+                ended.says("the tags of the server \"wide\": they are lost") && ended.says("UnicodeEncodeError"))
+        << ended.error;
 }
 
 }  // namespace
