@@ -2,10 +2,11 @@
 
 The files are imported, but what they bless is only noted, so the host does not see it. Then every class is compared
 with the interfaces that it claims: names that look misspelt, methods that cannot take what the host passes, methods of
-interfaces that the class does not have, and required methods that are missing.
+interfaces that the class does not have, and required methods that are missing. Classes that are not blessed but derive
+from an interface are passed to the host as objects, and are looked over as well.
 """
 
-import difflib
+import ast
 import inspect
 import os
 import re
@@ -14,10 +15,10 @@ import sys
 import kz
 import kzifc
 
-from kzserv import files
+from kzserv import command_check, files
+from kzserv.methods import CLOSE, is_method, likeness, line_of, nearest, plural, takes
 
 _METHOD = re.compile('([A-Za-z][A-Za-z0-9]*_)([A-Za-z]\w*)$')
-_CLOSE = 0.75
 
 
 class Interface(object):
@@ -66,42 +67,6 @@ def own_attributes(cls):
     return attributes
 
 
-def function_of(value):
-    """The function behind a method, and how many arguments it gets by itself; None for other callables."""
-    if isinstance(value, staticmethod):
-        return value.__get__(None, object), 0
-    if isinstance(value, classmethod):
-        return value.__get__(None, object).im_func, 1
-    return (value, 1) if inspect.isfunction(value) else (None, 0)
-
-
-def is_method(value):
-    return callable(value) or hasattr(value, '__get__')
-
-
-def takes(value, count):
-    """Whether a method can be called with that many arguments, and how its own arguments read."""
-    function, bound = function_of(value)
-    if function is None:
-        return True, ''
-    names, rest, _, defaults = inspect.getargspec(function)
-    most = len(names) - bound
-    least = most - len(defaults or ())
-    fits = least <= count and (rest is not None or count <= most)
-    return fits, '%d' % most if least == most else '%d to %d' % (least, most)
-
-
-def line_of(value, path, otherwise):
-    """Where a method is written, if that is in the file."""
-    function = function_of(value)[0]
-    code = getattr(function, '__code__', None)
-    return code.co_firstlineno if code is not None and code.co_filename == path else otherwise
-
-
-def plural(count):
-    return '%d argument%s' % (count, '' if count == 1 else 's')
-
-
 def a_list(names):
     return ', '.join(sorted(set(names)))
 
@@ -109,14 +74,15 @@ def a_list(names):
 class ClassCheck(object):
     """The findings about one class."""
 
-    def __init__(self, path, line, title, cls):
+    def __init__(self, path, line, title, cls, types):
         self.path, self.line, self.title, self.cls = path, line, title, cls
+        self.types = types  # of values, which the file blesses
         self.findings = []
 
     def tell(self, line, text):
         self.findings.append(Finding(self.path, line, '%s: %s' % (self.title, text)))
 
-    def run(self, meta=None):
+    def run(self, meta=None, is_blessed=True):
         if not isinstance(self.cls, type):
             self.tell(self.line, 'only a class derived from object can be a server')
             return self.findings
@@ -130,8 +96,10 @@ class ClassCheck(object):
         self.attributes = own_attributes(self.cls)
         for name, value in sorted(self.attributes.items()):
             self.check_method(name, value)
+        command_check.check(self)
         self.check_required()
-        self.check_init(meta)
+        if is_blessed:  # other classes are called by the file itself
+            self.check_init(meta)
         return self.findings
 
     def check_method(self, name, value):
@@ -149,7 +117,7 @@ class ClassCheck(object):
         if match is None or not is_method(value):
             return
         prefix = match.group(1)
-        near = self.nearest(name)
+        near = self.nearest(name, prefix)
         owners = [other.name for other in INTERFACES.values() if name in other.methods]
         if near is not None:
             self.tell(line, 'no interface has a method %s; did you mean %s?' % (name, near))
@@ -166,18 +134,13 @@ class ClassCheck(object):
         elif owners:
             self.tell(line, '%s: the prefix %s belongs to %s, which the class does not implement' %
                       (name, prefix, a_list(owners)))
-        else:
-            self.tell(line, '%s: the prefix %s belongs to no interface' % (name, prefix))
 
-    def nearest(self, name):
-        """The method that was meant: it differs in letter case, in its prefix, or by a slip."""
+    def nearest(self, name, prefix):
+        """The method that was meant. A prefix that looks like none of the class's own is that of a helper."""
         if any(name in other.methods for other in INTERFACES.values()):
             return None
-        by_case = dict((known.lower(), known) for known in self.methods)
-        if name.lower() in by_case:
-            return by_case[name.lower()]
-        close = difflib.get_close_matches(name, self.methods, 1, _CLOSE)
-        return close[0] if close else None
+        prefixes = [each.prefix for each in self.interfaces if likeness(prefix.lower(), each.prefix) >= CLOSE]
+        return nearest(name, [known for known in self.methods if known[:known.index('_') + 1] in prefixes])
 
     def check_required(self):
         if '__getattr__' in self.attributes or '__getattribute__' in self.attributes:
@@ -195,6 +158,14 @@ class ClassCheck(object):
                       (plural(count), 'there is no meta object' if count == 0 else 'the meta object'))
 
 
+def is_class_of(module, value):
+    """A new-style class that the module itself makes."""
+    try:
+        return isinstance(value, type) and value.__module__ == module.__name__
+    except Exception:  # a metaclass may answer anything
+        return False
+
+
 def has_text(value):
     try:
         str(value)
@@ -209,6 +180,7 @@ class FileCheck(object):
         self.blessings = []
         self.findings = []
         self.names = set()
+        self.seen = set()  # the classes of servers, and those that they derive from
 
     def bless(self, cls, name, tags=None, meta=None):
         """Stands in for kz.bless while the file is imported."""
@@ -231,13 +203,21 @@ class FileCheck(object):
             kz.bless = real
             files.publish(module.__name__, None)
         for blessing in self.blessings:
-            try:
-                self.check(blessing)
-            except Exception:  # a class may do anything when it is looked at
-                kind, value, _ = sys.exc_info()
-                self.tell(blessing.line, 'server "%s" cannot be looked over: %s' %
-                          (files.printable(blessing.name), files.describe(kind, value)))
+            title = 'server "%s"' % files.printable(blessing.name)
+            self.guarded(blessing.line, title, self.check, blessing, title)
+        self.check_unblessed([value for value in vars(module).values() if is_class_of(module, value)])
         return sorted(self.findings, key=lambda finding: finding.line)
+
+    def guarded(self, line, title, action, *args):
+        """A class may do anything when it is looked at."""
+        try:
+            action(*args)
+        except Exception:
+            kind, value, _ = sys.exc_info()
+            self.tell(line, '%s cannot be looked over: %s' % (title, files.describe(kind, value)))
+
+    def types(self):
+        return [each.name for each in self.blessings if isinstance(each.cls, type) and issubclass(each.cls, kzifc.Value)]
 
     def tell_failure(self, kind, value, trace):
         line = getattr(value, 'lineno', None) if kind is SyntaxError else None
@@ -246,8 +226,7 @@ class FileCheck(object):
                 line = number  # the innermost
         self.tell(line or 1, 'it cannot be imported: ' + files.describe(kind, value))
 
-    def check(self, blessing):
-        server = 'server "%s"' % files.printable(blessing.name)
+    def check(self, blessing, server):
         if not has_text(blessing.name) or '\0' in blessing.name:
             self.tell(blessing.line, '%s: its name has to be plain ASCII' % server)
         self.check_name(blessing)
@@ -258,13 +237,27 @@ class FileCheck(object):
             if (cls, meta) in seen:
                 continue
             seen.append((cls, meta))
-            self.findings += ClassCheck(self.path, blessing.line, title, cls).run(meta)
+            self.seen.update(inspect.getmro(cls) if isinstance(cls, type) else ())
+            self.findings += ClassCheck(self.path, blessing.line, title, cls, self.types()).run(meta)
             pending += self.sub_servers(blessing, title, meta)
         tags = blessing.tags
         if tags is not None and not isinstance(tags, dict):
             self.tell(blessing.line, '%s: its tags are no dictionary' % server)
         elif tags and not all(has_text(key) and has_text(value) for key, value in tags.items()):
             self.tell(blessing.line, '%s: a key or value of its tags has no str() form' % server)
+
+    def check_unblessed(self, classes):
+        """Classes that the host is given objects of. What they have from others is looked over with them."""
+        lines = dict((node.name, node.lineno) for node in ast.walk(ast.parse(files.read(self.path)))
+                     if isinstance(node, ast.ClassDef)) if classes else {}
+        bases = set(base for cls in classes for base in inspect.getmro(cls)[1:])
+        for cls in classes:
+            if cls not in bases and cls not in self.seen and interfaces_of(cls):
+                line, title = lines.get(cls.__name__, 1), 'class "%s"' % cls.__name__
+                self.guarded(line, title, self.check_class, line, title, cls)
+
+    def check_class(self, line, title, cls):
+        self.findings += ClassCheck(self.path, line, title, cls, self.types()).run(is_blessed=False)
 
     def sub_servers(self, blessing, title, meta):
         found = []
@@ -283,6 +276,9 @@ class FileCheck(object):
 
     def check_name(self, blessing):
         interfaces = interfaces_of(blessing.cls)
+        if interfaces and interfaces[0].base is kzifc.Command and not command_check.can_be_called(blessing.name):
+            self.tell(blessing.line, 'server "%s": no command string calls it; the name of a command is one word, and '
+                      'begins with a letter' % blessing.name)
         key = (blessing.name, interfaces[0].name if interfaces else None)
         if key in self.names:
             self.tell(blessing.line, 'server "%s" is blessed twice for one interface' % blessing.name)

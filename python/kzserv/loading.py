@@ -141,9 +141,8 @@ class Change(object):
     def _rename(self, module):
         """The file's functions find the class that lives on, where they say super(Name, self) or Name.attribute."""
         for name, value in vars(module).items():
-            for new, old in self._classes.items():
-                if value is new:
-                    setattr(module, name, old)
+            if isinstance(value, type) and value in self._classes:
+                setattr(module, name, self._classes[value])
 
 
 _OF_THE_CLASS = ('__dict__', '__weakref__', '__doc__')  # what cannot be set
@@ -179,7 +178,8 @@ class File(object):
     def take_in(self):
         """Imports the file, and makes its servers what it blesses. False, and nothing has changed, when that fails."""
         self.is_whole = False
-        self.given = []
+        self.given, self._keys = [], set()
+        self._own = set(server.key() for server in self.servers)
         module = files.new_module(self.path, self.name)
         former = self.modules[0] if self.modules else None
         _pass.add(self)
@@ -203,9 +203,8 @@ class File(object):
             files.publish(module.__name__, former)
             return False
         self.modules.insert(0, module)
-        kept = [server.key() for server in self.given]
         for server in self.servers:
-            if server.key() not in kept:
+            if server.key() not in self._keys:
                 files.note('%s: the server "%s" is not in it any more; it stays as it was until the host ends' %
                            (self.path, server.name))
         return True
@@ -215,11 +214,12 @@ class File(object):
         if not 2 <= len(args) <= 4 or str(args[1]).startswith(_MARK):
             return _bless(*args)
         server = Server(*args)
-        if server.key() in [each.key() for each in self.given]:
+        if server.key() in self._keys:
             files.note('%s: the server "%s" is blessed twice' % (self.path, server.name))
             kz.throw(kz.symbol.e_FAILED)
-        if server.is_taken and server.key() not in [each.key() for each in self.servers]:
+        if server.is_taken and server.key() not in self._own:
             _bless(*args)  # which says what is wrong
+        self._keys.add(server.key())
         self.given.append(server)
 
     def has_changed(self):

@@ -31,14 +31,52 @@ const Case cases[] = {
       "7: server \"a\": cmd_Query is called with 2 arguments after self, but takes 1"}},
     {"class A(Command):\n    def cmd_Execute(self, flags): pass\n    def tree_Count(self): pass\n"
      "    def my_Helper(self): pass\n    tree_Current = 3\nkz.bless(A, 'a')\n",
-     {"5: server \"a\": tree_Count belongs to Tree, which the class does not implement",
-      "6: server \"a\": my_Helper: the prefix my_ belongs to no interface"}},
+     {"5: server \"a\": tree_Count belongs to Tree, which the class does not implement"}},
+    {"class A(Command):\n    def cmd_Execute(self, flags): pass\n    def on_Click(self): pass\n"
+     "    def do_Execute(self): pass\n    def Execute(self): pass\nkz.bless(A, 'a')\n",
+     {}},
     {"class A(Command):\n    def cmd_Execute(self, flags): pass\n    def cmd_Foo(self): pass\n"
      "    def attr_Cuont(self): pass\n    cmd_Help = 5\n    def set_up(self): pass\n    cmd_Icon = property(None)\n"
+     "    cmd_Tag = staticmethod(5)\n    cmd_Desc = property(len)\n"
      "kz.bless(A, 'a')\n",
      {"5: server \"a\": Command has no method cmd_Foo",
       "6: server \"a\": attr_Cuont: the prefix attr_ belongs to Attributes, which the class does not implement",
-      "10: server \"a\": cmd_Help is not a method"}},
+      "12: server \"a\": cmd_Help is not a method", "12: server \"a\": cmd_Icon is not a method",
+      "12: server \"a\": cmd_Tag is not a method"}},
+    // Commands by what they do.
+    {"from kzu.command import *\nclass Day(Value): pass\nkz.bless(Day, 'day')\nclass A(Command):\n"
+     "    arguments = [Argument('text', 'sting'), Argument('more', 'day'), Argument('a b', 'integer'),\n"
+     "                 Argument('text', 'angle', default=1)]\n    argument = label = None\n"
+     "    def excute(self, text): pass\n    def query(self): pass\n    prepare = 5\n    def argument_names(self): pass\n"
+     "kz.bless(A, 'a')\n",
+     {"14: server \"a\": argument \"text\": there is no value type \"sting\"; did you mean \"string\"?",
+      "14: server \"a\": argument \"a b\": no command string can name it; the name of an argument is made of letters, "
+      "digits, _ and .",
+      "14: server \"a\": argument \"text\" is there twice", "10: server \"a\": kzu.command has no excute; did you mean execute?",
+      "11: server \"a\": query is called with 1 argument after self, but takes 0",
+      "14: server \"a\": prepare is not a method"}},
+    {"from kzu.command import *\nclass A(Command):\n    arguments = Argument('text', 'string'),\n"
+     "    def execute(self, txt, more=1): pass\nclass B(A):\n    def execute(self, **values): pass\n"
+     "class C(A): arguments = 'text'\nkz.bless(A, 'a b')\nkz.bless(B, '?b')\nkz.bless(C, '')\n",
+     {"6: server \"a b\": execute is called with the argument \"text\", which it does not take",
+      "6: server \"a b\": execute takes \"txt\", which is no argument of the command",
+      "10: server \"a b\": no command string calls it; the name of a command is one word, and begins with a letter",
+      "11: server \"?b\": no command string calls it; the name of a command is one word, and begins with a letter",
+      "12: server \"\": no command string calls it; the name of a command is one word, and begins with a letter",
+      "12: server \"\": arguments is no list of Argument"}},
+    // Classes that are only given to the host as objects, and those that others derive from.
+    {"class Base(Loader):\n    def load_Cancle(self): pass\n    def load_Recognise(self): pass\n"
+     "class Job(ThreadJob):\n    def __init__(self, any, thing): pass\n    def job_Run(self): pass\n"
+     "class Soup(TriangleSoup):\n    def soup_TestBox(self): pass\n    def soup_Polygon(self, a, b, c): pass\n"
+     "class Plain(object):\n    def soup_Nothing(self): pass\nclass Both(Base):\n    def load_LoadObject(self, *any): pass\n"
+     "class V(Visitor):\n    def vis_Evaluate(self): pass\nclass W(V): pass\nkz.bless(W, 'w')\n",
+     {"4: class \"Both\": Loader has no method load_Cancle",
+      "5: class \"Both\": no interface has a method load_Recognise; did you mean load_Recognize?",
+      "14: class \"Both\": the method load_Recognize, which Loader requires, is missing",
+      "6: class \"Job\": the method job_Execute, which ThreadJob requires, is missing",
+      "8: class \"Job\": ThreadJob has no method job_Run",
+      "9: class \"Soup\": the method soup_Vertex, which TriangleSoup requires, is missing",
+      "10: class \"Soup\": soup_TestBox is called with 2 arguments after self, but takes 0"}},
     {"class M(type):\n    def __getattribute__(self, name): raise ValueError(name)\nclass B(Visitor): __metaclass__ = "
      "M\n"
      "kz.bless(B, 'b')\nclass A(Visitor):\n    def vis_Evaluate(self): pass\n"

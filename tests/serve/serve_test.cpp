@@ -4,6 +4,7 @@
 #include "tests/support/threads.h"
 
 #include "kz/action.h"
+#include "kz/host.h"
 
 namespace {
 
@@ -30,6 +31,12 @@ TEST_F(ServingTest, WhatTheHostAsksWronglyIsRefused) {
     EXPECT_EQ(run("kz.bless(Odd, 'unread')"), "");
     EXPECT_EQ(told().back().first, "kz.bless of \"unread\": the host did not read the list of servers again, and may "
                                    "not offer this one: NOTREADY");
+    host.application.own = [](const KzGuid& iid, void** /*object*/) {
+        return iid == KZu_HOSTSERVICE ? KZe_NOINTERFACE : KZe_NOTFOUND;
+    };
+    EXPECT_EQ(run("kz.bless(Odd, 'unreadable')"), "");
+    EXPECT_TRUE(told().back().first.ends_with("may not offer this one: it has no host service"));
+    host.application.own = nullptr;
 }
 
 TEST_F(ServingTest, InheritsFromAnotherObject) {

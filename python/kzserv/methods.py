@@ -1,0 +1,63 @@
+"""How the methods of a class can be called, and which names look like slips of others."""
+
+import difflib
+import inspect
+
+CLOSE = 0.75  # from this likeness on, one name is taken for a slip of the other
+
+
+def function_of(value):
+    """The function behind a method, and how many arguments it gets by itself; None for other callables."""
+    if isinstance(value, staticmethod):
+        function = value.__get__(None, object)
+        return (function, 0) if inspect.isfunction(function) else (None, 0)
+    if isinstance(value, classmethod):
+        function = value.__get__(None, object).im_func
+        return (function, 1) if inspect.isfunction(function) else (None, 0)
+    return (value, 1) if inspect.isfunction(value) else (None, 0)
+
+
+def is_method(value):
+    """Whether what stands in a class under a method's name can be called. What a property answers is not known."""
+    if isinstance(value, staticmethod):
+        return callable(value.__get__(None, object))
+    if isinstance(value, classmethod):
+        return callable(value.__get__(None, object).im_func)
+    if isinstance(value, property):
+        return value.fget is not None
+    return callable(value) or hasattr(value, '__get__')
+
+
+def likeness(name, other):
+    """From 0 to 1: how much the names look alike."""
+    return difflib.SequenceMatcher(None, name, other).ratio()
+
+
+def nearest(name, known):
+    """The known name that was meant: it differs in letter case or by a slip. None when there is none."""
+    by_case = dict((each.lower(), each) for each in known)
+    likely = difflib.get_close_matches(name, known, 1, CLOSE)
+    return by_case.get(name.lower()) or (likely[0] if likely else None)
+
+
+def takes(value, count):
+    """Whether a method can be called with that many arguments, and how its own arguments read."""
+    function, bound = function_of(value)
+    if function is None:
+        return True, ''
+    names, rest, _, defaults = inspect.getargspec(function)
+    most = len(names) - bound
+    least = most - len(defaults or ())
+    fits = least <= count and (rest is not None or count <= most)
+    return fits, '%d' % most if least == most else '%d to %d' % (least, most)
+
+
+def line_of(value, path, otherwise):
+    """Where a method is written, if that is in the file."""
+    function = function_of(value)[0]
+    code = getattr(function, '__code__', None)
+    return code.co_firstlineno if code is not None and code.co_filename == path else otherwise
+
+
+def plural(count):
+    return '%d argument%s' % (count, '' if count == 1 else 's')
