@@ -1,12 +1,12 @@
 // The module server and the tags of its servers.
 #include "serve/module_server.h"
 
-#include "wrap/dict_pairs.h"
 #include "module/checks.h"
 #include "module/explain.h"
 #include "module/py_lock.h"
 #include "serve/reasons.h"
 #include "serve/server_list.h"
+#include "wrap/dict_pairs.h"
 #include "wrap/dict_texts.h"
 
 #include "kz/result.h"

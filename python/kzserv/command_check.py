@@ -73,8 +73,8 @@ def _check_arguments(found):
             found.tell(found.line, 'argument "%s" is there twice' % each.name)
         names.append(each.name)
         if not isinstance(each.name, str) or re.match(r'[A-Za-z0-9_.]+$', each.name) is None:
-            found.tell(found.line, 'argument "%s": no command string can name it; the name of an argument is made of '
-                       'letters, digits, _ and .' % (each.name,))
+            found.tell(found.line, 'argument "%s": no command string can name it; use letters, digits, _ and .' %
+                       (each.name,))
         _check_type(found, each)
     return names
 

@@ -6,7 +6,6 @@ class. So when its file has changed, the class is not replaced but changed: it t
 and the host's objects have it at once. Where one of a file's servers cannot be changed, none is.
 """
 
-import os
 import sys
 
 import _kzserv

@@ -47,12 +47,13 @@ const Case cases[] = {
     {"from kzu.command import *\nclass Day(Value): pass\nkz.bless(Day, 'day')\nclass A(Command):\n"
      "    arguments = [Argument('text', 'sting'), Argument('more', 'day'), Argument('a b', 'integer'),\n"
      "                 Argument('text', 'angle', default=1)]\n    argument = label = None\n"
-     "    def excute(self, text): pass\n    def query(self): pass\n    prepare = 5\n    def argument_names(self): pass\n"
+     "    def excute(self, text): pass\n    def query(self): pass\n    prepare = 5\n    def argument_names(self): "
+     "pass\n"
      "kz.bless(A, 'a')\n",
      {"14: server \"a\": argument \"text\": there is no value type \"sting\"; did you mean \"string\"?",
-      "14: server \"a\": argument \"a b\": no command string can name it; the name of an argument is made of letters, "
-      "digits, _ and .",
-      "14: server \"a\": argument \"text\" is there twice", "10: server \"a\": kzu.command has no excute; did you mean execute?",
+      "14: server \"a\": argument \"a b\": no command string can name it; use letters, digits, _ and .",
+      "14: server \"a\": argument \"text\" is there twice",
+      "10: server \"a\": kzu.command has no excute; did you mean execute?",
       "11: server \"a\": query is called with 1 argument after self, but takes 0",
       "14: server \"a\": prepare is not a method"}},
     {"from kzu.command import *\nclass A(Command):\n    arguments = Argument('text', 'string'),\n"
@@ -68,7 +69,8 @@ const Case cases[] = {
     {"class Base(Loader):\n    def load_Cancle(self): pass\n    def load_Recognise(self): pass\n"
      "class Job(ThreadJob):\n    def __init__(self, any, thing): pass\n    def job_Run(self): pass\n"
      "class Soup(TriangleSoup):\n    def soup_TestBox(self): pass\n    def soup_Polygon(self, a, b, c): pass\n"
-     "class Plain(object):\n    def soup_Nothing(self): pass\nclass Both(Base):\n    def load_LoadObject(self, *any): pass\n"
+     "class Plain(object):\n    def soup_Nothing(self): pass\nclass Both(Base):\n    def load_LoadObject(self, *any): "
+     "pass\n"
      "class V(Visitor):\n    def vis_Evaluate(self): pass\nclass W(V): pass\nkz.bless(W, 'w')\n",
      {"4: class \"Both\": Loader has no method load_Cancle",
       "5: class \"Both\": no interface has a method load_Recognise; did you mean load_Recognize?",
