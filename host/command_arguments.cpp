@@ -112,9 +112,10 @@ void CCommandArguments::set(std::uint32_t index, const std::string& value) {
 
 // A choice is known by its word, whoever's command it is: one that takes no numbers is given the word itself.
 KzResult CCommandArguments::put(std::uint32_t index, const std::string& text) {
-    const KzTextValueHint* choices = choicesOf(index);
+    const KzValueType* type = typeOf(index);
+    const KzTextValueHint* choices = choicesOf(index, type);
     if (choices == nullptr) return m_attributes->SetString(index, text.c_str());
-    const auto choice = kzChoiceOf(choices, *typeOf(index), text);
+    const auto choice = kzChoiceOf(choices, *type, text);
     if (!choice) return KZe_CMD_ERROR_SETTING_DATATYPE;
     const KzResult code = m_attributes->SetInt(index, *choice);
     return code == KZe_NOTIMPL ? m_attributes->SetString(index, text.c_str()) : code;
@@ -125,11 +126,11 @@ const KzValueType* CCommandArguments::typeOf(std::uint32_t index) const {
     return kzSucceeded(m_attributes->TypeName(index, &type)) ? kzTypeNamed(m_core, kzTextOf(type)) : nullptr;
 }
 
-const KzTextValueHint* CCommandArguments::choicesOf(std::uint32_t index) const {
+const KzTextValueHint* CCommandArguments::choicesOf(std::uint32_t index, const KzValueType* type) const {
     const KzTextValueHint* hints = nullptr;
+    if (type == nullptr || type->storage != KZiVALUE_TYPE_INTEGER || type->isServed) return nullptr;
     if (kzFailed(m_attributes->Hints(index, &hints)) || hints == nullptr || hints->text == nullptr) return nullptr;
-    const KzValueType* type = typeOf(index);
-    return type != nullptr && type->storage == KZiVALUE_TYPE_INTEGER && !type->isServed ? hints : nullptr;
+    return hints;
 }
 
 // A command may read what users type in a way of its own.
@@ -146,7 +147,7 @@ void CCommandArguments::give(std::uint32_t index, const std::string& text, KzRes
     if (code == KZe_NOTIMPL)
         if (const auto number = kzParseNumber(text)) code = m_attributes->SetFlt(index, *number);
     if (kzSucceeded(code)) return;
-    if (code == KZe_INVALIDARG) code = KZe_CMD_ERROR_SETTING_DATATYPE;  // of a module's value; which argument, is known
+    if (code == KZe_INVALIDARG) code = KZe_CMD_ERROR_SETTING_DATATYPE;  // a module's value says no more
     throw CommandTextError{code,
                            fmt::format("argument \"{}\": \"{}\" is not {}", nameOf(index), text, expected(index))};
 }
@@ -154,8 +155,8 @@ void CCommandArguments::give(std::uint32_t index, const std::string& text, KzRes
 std::string CCommandArguments::expected(std::uint32_t index) const {
     const char* text = nullptr;
     if (kzSucceeded(m_command->ArgTypeDesc(index, &text)) && !kzTextOf(text).empty()) return text;
-    if (const KzTextValueHint* choices = choicesOf(index)) return kzOneOf(choices);
     const KzValueType* known = typeOf(index);
+    if (const KzTextValueHint* choices = choicesOf(index, known)) return kzOneOf(choices);
     return known != nullptr ? kzExpects(m_core, *known) : "what it takes";
 }
 

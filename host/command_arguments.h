@@ -45,8 +45,9 @@ private:
     void set(std::uint32_t index, const std::string& value);
     KzResult put(std::uint32_t index, const std::string& text);
     void give(std::uint32_t index, const std::string& text, KzResult code);
-    const KzValueType* typeOf(std::uint32_t index) const;         // null when nobody knows it
-    const KzTextValueHint* choicesOf(std::uint32_t index) const;  // null when it is no choice
+    const KzValueType* typeOf(std::uint32_t index) const;  // null when nobody knows it
+    // The choices of an argument of that type, which may be null; null when it is no choice.
+    const KzTextValueHint* choicesOf(std::uint32_t index, const KzValueType* type) const;
     std::string toggled(std::uint32_t index, const std::string& value);
 
     CHostCore& m_core;

@@ -27,6 +27,7 @@ public:
     KzResult msg_Argument(std::uint32_t index, const char** text) override;
     KzResult msg_Reset() override;
 
+    bool isSilent() const { return kzSucceeded(m_code) && m_key.empty(); }
     // Takes over what another message says.
     void copyFrom(IKzMessage& other);
 

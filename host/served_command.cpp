@@ -35,7 +35,7 @@ IKzUnknown* CServedCommand::ownMessage(CKzUser_Message& message) const {
 
 KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
     CKzUser_Message own;
-    return ownMessage(own) != nullptr ? own.get(message) : m_run.message().give(message);
+    return m_run.message()->isSilent() && ownMessage(own) != nullptr ? own.get(message) : m_run.message().give(message);
 }
 
 // What the module's message says goes into the run's, which the log and the listeners are told.
