@@ -37,6 +37,7 @@ constexpr std::array baseCodes = {
     BaseCode{"kzFailedCode", "FAILED"},
     BaseCode{"kzNotImplemented", "NOTIMPL"},
     BaseCode{"kzOutOfMemory", "OUTOFMEMORY"},
+    BaseCode{"kzInvalidArgument", "INVALIDARG"},
     BaseCode{"kzNoInterface", "NOINTERFACE"},
     BaseCode{"kzOutOfBounds", "OUTOFBOUNDS"},
     BaseCode{"kzNotFound", "NOTFOUND"},
@@ -136,6 +137,16 @@ void emitImplementationBase(const Interface& each, Text out) {
     fmt::format_to(out, "}};\n\n");
 }
 
+// A caller without a place for an output is refused before the implementation sees it. Inert operations write to none.
+std::string placesCheck(const Method& method) {
+    std::vector<std::string> places;
+    for (const Parameter* output : method.outputs()) {
+        places.push_back(output->name);
+    }
+    const bool needed = !places.empty() && method.inert == Inert::No;
+    return needed ? fmt::format("kzNeedPlaces({}); ", fmt::join(places, ", ")) : std::string();
+}
+
 void emitSlot(const Interface& each, Text out) {
     fmt::format_to(out,
                    "template <class T> class CKzIfc_{0} : public CKzSlot<IKz{0}> {{\npublic:\n"
@@ -146,9 +157,9 @@ void emitSlot(const Interface& each, Text out) {
     for (const Method& method : each.methods) {
         // A plain uint and a result code are one C++ type: only the description tells which of the two zero is.
         const std::string_view boundary = method.returns.kind == Kind::Result ? "kzBoundary" : "kzValueBoundary";
-        fmt::format_to(out, "    {} {}({}) final {{ return {}([&] {{ return this->self().{}_{}({}); }}); }}\n",
+        fmt::format_to(out, "    {} {}({}) final {{ return {}([&] {{ {}return this->self().{}_{}({}); }}); }}\n",
                        returnType(method.returns), method.name, parameterList(method, Names::Declared), boundary,
-                       each.prefix(), method.name, parameterList(method, Names::Passed));
+                       placesCheck(method), each.prefix(), method.name, parameterList(method, Names::Passed));
     }
     fmt::format_to(out, "\nprivate:\n    T& self() const {{ return *static_cast<T*>(this->object()); }}\n}};\n\n");
 }

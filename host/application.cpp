@@ -61,7 +61,9 @@ private:
 KzResult CApplication::applicationservice_ServiceByName(const char* name, IKzUnknown** service) {
     enter("Application.ServiceByName");
     IKzUnknown* made = kzMakeNamedService(sharedCore(), kzTextOf(name));
-    if (made == nullptr) return KZe_NOTFOUND;
+    if (made == nullptr)
+        return kzBecause(KZe_NOTFOUND, "Application.ServiceByName",
+                         [&] { return kzThereIsNo("service", kzTextOf(name), core().serviceNames()); });
     *service = made;
     return KZe_OK;
 }

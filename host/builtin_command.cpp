@@ -1,8 +1,8 @@
 // The host's own commands as objects.
 #include "host/builtin_command.h"
 
+#include "host/server_classes.h"
 #include "host/text.h"
-#include "host/values.h"
 
 #include "kz/result.h"
 
@@ -37,7 +37,9 @@ const ArgumentRow& CBuiltinCommand::argument(std::uint32_t index) const {
 std::uint32_t CBuiltinCommand::indexOf(std::string_view name) const {
     for (std::uint32_t index = 0; index < m_row.arguments.size(); ++index)
         if (name == m_row.arguments[index].name) return index;
-    throw KZe_CMD_UNKNOWN_ARGUMENT;
+    throw kzBecause(KZe_CMD_UNKNOWN_ARGUMENT, "Attributes.Lookup", [&] {
+        return kzThereIsNo("argument", name, m_row.arguments, [](const auto& each) { return each.name; });
+    });
 }
 
 const KzValueType& CBuiltinCommand::typeOf(std::uint32_t index) {
@@ -127,12 +129,8 @@ KzResult CBuiltinCommand::cmd_ArgDesc(std::uint32_t index, const char** text) {
 
 KzResult CBuiltinCommand::cmd_ArgTypeDesc(std::uint32_t index, const char** text) {
     const KzTextValueHint* hints = nullptr;
-    std::string expected(typeOf(index).expects);
-    if (kzSucceeded(attr_Hints(index, &hints))) {
-        expected = "one of";
-        for (; hints->text != nullptr; ++hints) expected += std::string(" ") + hints->text;
-    }
-    *text = keep(expected);
+    const bool isChoice = kzSucceeded(attr_Hints(index, &hints));
+    *text = keep(isChoice ? kzOneOf(hints) : kzExpects(core(), typeOf(index)));
     return KZe_OK;
 }
 
@@ -177,19 +175,48 @@ KzResult CBuiltinCommand::attr_Hints(std::uint32_t index, const KzTextValueHint*
 KzResult CBuiltinCommand::attr_Value(std::uint32_t index, std::int32_t create, IKzUnknown** value) {
     const KzValueType& type = typeOf(index);
     if (!m_values[index] && create == 0) return KZe_NOTFOUND;
-    return CHostRef<CValue>::make(type, m_values[index].value_or(kzEmptyCell(type))).give(value);
+    return kzMakeValue(core(), type, value, m_values[index] ? &*m_values[index] : nullptr);
+}
+
+KzResult CBuiltinCommand::askServed(std::uint32_t index,
+                                    const std::function<KzResult(const CKzUser_Value& value)>& get) {
+    const KzCell cell = cellOf(index);
+    CKzLoc_Unknown made;
+    const KzResult code = kzMakeValue(core(), typeOf(index), made.out(), &cell);
+    return kzFailed(code) ? code : get(CKzUser_Value(made.raw()));
+}
+
+KzResult CBuiltinCommand::setServed(std::uint32_t index,
+                                    const std::function<KzResult(const CKzUser_Value& value)>& set) {
+    const auto cell = kzCellBy(core(), typeOf(index), set);
+    if (!cell) return KZe_CMD_ERROR_SETTING_DATATYPE;
+    m_values[index] = cell;
+    return KZe_OK;
+}
+
+KzResult CBuiltinCommand::refuses(std::uint32_t index, std::string_view text) {
+    return kzBecause(KZe_CMD_ERROR_SETTING_DATATYPE, "Attributes", [&] {
+        const char* expected = nullptr;
+        cmd_ArgTypeDesc(index, &expected);
+        return std::string("argument \"") + argument(index).name + "\": " + kzIsNot(text, expected);
+    });
 }
 
 KzResult CBuiltinCommand::attr_GetInt(std::uint32_t index, std::int32_t* value) {
+    if (typeOf(index).isServed) return askServed(index, [value](const auto& held) { return held.GetInt(value); });
     const auto number = kzIntegerOf(cellOf(index));
     if (!number) return KZe_INVALIDARG;
     *value = *number;
     return KZe_OK;
 }
 
-KzResult CBuiltinCommand::attr_SetInt(std::uint32_t index, std::int32_t value) { return attr_SetFlt(index, value); }
+KzResult CBuiltinCommand::attr_SetInt(std::uint32_t index, std::int32_t value) {
+    if (typeOf(index).isServed) return setServed(index, [value](const auto& made) { return made.SetInt(value); });
+    return attr_SetFlt(index, value);
+}
 
 KzResult CBuiltinCommand::attr_GetFlt(std::uint32_t index, double* value) {
+    if (typeOf(index).isServed) return askServed(index, [value](const auto& held) { return held.GetFlt(value); });
     const auto number = kzNumberOf(cellOf(index));
     if (!number) return KZe_INVALIDARG;
     *value = *number;
@@ -197,8 +224,9 @@ KzResult CBuiltinCommand::attr_GetFlt(std::uint32_t index, double* value) {
 }
 
 KzResult CBuiltinCommand::attr_SetFlt(std::uint32_t index, double value) {
+    if (typeOf(index).isServed) return setServed(index, [value](const auto& made) { return made.SetFlt(value); });
     const auto cell = kzCellOf(typeOf(index), value);
-    if (!cell) return KZe_CMD_ERROR_SETTING_DATATYPE;
+    if (!cell) return refuses(index, fmt::format("{}", value));
     m_values[index] = cell;
     return KZe_OK;
 }
@@ -212,15 +240,13 @@ KzResult CBuiltinCommand::attr_SetString(std::uint32_t index, const char* value)
     const std::string_view wanted = kzTextOf(value);
     const KzTextValueHint* hints = nullptr;
     if (kzSucceeded(attr_Hints(index, &hints))) {
-        for (; hints->text != nullptr; ++hints) {
-            if (wanted != hints->text && kzParseInteger(wanted) != hints->value) continue;
-            m_values[index].emplace(std::in_place_type<std::int32_t>, hints->value);
-            return KZe_OK;
-        }
-        return KZe_CMD_ERROR_SETTING_DATATYPE;
+        const auto choice = kzChoiceOf(hints, typeOf(index), wanted);
+        if (!choice) return refuses(index, wanted);
+        m_values[index].emplace(std::in_place_type<std::int32_t>, *choice);
+        return KZe_OK;
     }
-    const auto cell = kzParseCell(typeOf(index), wanted);
-    if (!cell) return KZe_CMD_ERROR_SETTING_DATATYPE;
+    const auto cell = kzCellOfText(core(), typeOf(index), wanted);
+    if (!cell) return refuses(index, wanted);
     m_values[index] = cell;
     return KZe_OK;
 }

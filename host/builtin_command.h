@@ -5,7 +5,9 @@
 #include "host/value_types.h"
 
 #include "kz/command.h"
+#include "kz/value.h"
 
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -98,6 +100,10 @@ private:
     std::uint32_t indexOf(std::string_view name) const;
     const KzValueType& typeOf(std::uint32_t index);
     KzCell cellOf(std::uint32_t index) const;
+    // Calls `get` with the value that a module's type has there.
+    KzResult askServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& get);
+    KzResult setServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& set);
+    KzResult refuses(std::uint32_t index, std::string_view text);
 
     const CommandRow& m_row;
     std::uint32_t m_tag;

@@ -4,6 +4,7 @@
 #include "host/command_center.h"
 #include "host/queries.h"
 #include "host/scripts.h"
+#include "host/server_classes.h"
 
 #include "kz/result.h"
 #include "kz/script.h"
@@ -57,10 +58,11 @@ Texts userValueChoices(CBuiltinCommand& command, std::uint32_t index) {
 UserValue newUserValue(CBuiltinCommand& command, const std::string& name) {
     UserValue value;
     const std::string type = command.has("type") ? command.text("type") : KZsTYPE_STRING;
-    value.type = kzFindType(type);
+    value.type = kzTypeNamed(command.core(), type);
     if (value.type == nullptr)
-        refuse(KZe_CMD_DATATYPE_UNAVAILABLE, "argument \"type\": there is no value type \"" + type + "\"");
-    value.cell = kzEmptyCell(*value.type);
+        refuse(KZe_CMD_DATATYPE_UNAVAILABLE,
+               "argument \"type\": " + kzThereIsNo("value type", type, kzTypeNames(command.core())));
+    value.cell = kzCellBy(command.core(), *value.type, [](const auto&) { return KZe_OK; }).value();
     value.choices = splitChoices(command.text("choices"));
     if (type == KZsTYPE_CHOICE && value.choices.empty())
         refuse(KZe_CMD_MISSING_ARGS,
@@ -68,16 +70,16 @@ UserValue newUserValue(CBuiltinCommand& command, const std::string& name) {
     return value;
 }
 
-KzCell userValueCell(const UserValue& value, const std::string& text) {
+KzCell userValueCell(CHostCore& core, const UserValue& value, const std::string& text) {
     const auto choice = std::find(value.choices.begin(), value.choices.end(), text);
     if (choice != value.choices.end()) return static_cast<std::int32_t>(choice - value.choices.begin());
-    const auto cell = kzParseCell(*value.type, text);
+    const auto cell = kzCellOfText(core, *value.type, text);
     const bool isIn = value.choices.empty() || (cell && kzNumberOf(*cell).value_or(-1) >= 0 &&
                                                 *kzNumberOf(*cell) < static_cast<double>(value.choices.size()));
     if (!cell || !isIn)
         refuse(KZe_CMD_ERROR_SETTING_DATATYPE,
                fmt::format("argument \"value\": \"{}\" is not {}", text,
-                           value.choices.empty() ? std::string(value.type->expects)
+                           value.choices.empty() ? kzExpects(core, *value.type)
                                                  : fmt::format("one of {}", fmt::join(value.choices, ", "))));
     return *cell;
 }
@@ -99,8 +101,9 @@ void setUserValue(CBuiltinCommand& command) {
     if (command.has("value")) {
         // A choice is held as its number once its words are known.
         const std::string text = command.text("value");
-        value.cell = known && command.integer("value") && !known->choices.empty() ? KzCell(*command.integer("value"))
-                                                                                  : userValueCell(value, text);
+        value.cell = known && command.integer("value") && !known->choices.empty()
+                         ? KzCell(*command.integer("value"))
+                         : userValueCell(command.core(), value, text);
     }
     values.set(name, std::move(value));
 }

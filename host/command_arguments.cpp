@@ -1,7 +1,7 @@
 // Giving arguments to any command through its interfaces.
 #include "host/command_arguments.h"
 
-#include "host/values.h"
+#include "host/server_classes.h"
 
 #include "kz/result.h"
 #include "kz/value.h"
@@ -20,12 +20,13 @@ std::string ownText(KzResult code, const char* text) {
 
 }  // namespace
 
-std::vector<std::string> kzQueryTexts(const CKzUser_Command& command, std::uint32_t index, IKzUnknown** array) {
+std::vector<std::string> kzQueryTexts(CHostCore& core, const CKzUser_Command& command, std::uint32_t index,
+                                      IKzUnknown** array) {
     const CKzUser_Attributes attributes(command.raw());
     const char* type = nullptr;
     if (const KzResult code = attributes.TypeName(index, &type); kzFailed(code)) throw code;
-    if (kzFindType(kzTextOf(type)) == nullptr) throw KZe_CMD_DATATYPE_UNAVAILABLE;
-    const auto values = CHostRef<CValueArray>::make(type);
+    const auto values =
+        kzMakeArray(core, kzNeedType(core, KZe_CMD_DATATYPE_UNAVAILABLE, "Command.Query", kzTextOf(type)));
     if (const KzResult code = command.Query(index, values.raw()); kzFailed(code)) throw code;
     std::vector<std::string> texts;
     const CKzUser_ValueArray read(values.raw());
@@ -42,7 +43,8 @@ std::string kzAttributeText(const CKzUser_Attributes& attributes, std::uint32_t 
     return text;
 }
 
-CCommandArguments::CCommandArguments(IKzUnknown* command) : m_command(command), m_attributes(command) {
+CCommandArguments::CCommandArguments(CHostCore& core, IKzUnknown* command)
+    : m_core(core), m_command(command), m_attributes(command) {
     if (!m_command) throw KZe_INVALIDARG;
 }
 
@@ -105,7 +107,30 @@ void CCommandArguments::assignByName(const std::string& name, const std::string&
 
 void CCommandArguments::set(std::uint32_t index, const std::string& value) {
     const std::string text = toggled(index, value);
-    give(index, text, m_attributes->SetString(index, text.c_str()));
+    give(index, text, put(index, text));
+}
+
+// A choice is known by its word, whoever's command it is: one that takes no numbers is given the word itself.
+KzResult CCommandArguments::put(std::uint32_t index, const std::string& text) {
+    const KzValueType* type = typeOf(index);
+    const KzTextValueHint* choices = choicesOf(index, type);
+    if (choices == nullptr) return m_attributes->SetString(index, text.c_str());
+    const auto choice = kzChoiceOf(choices, *type, text);
+    if (!choice) return KZe_CMD_ERROR_SETTING_DATATYPE;
+    const KzResult code = m_attributes->SetInt(index, *choice);
+    return code == KZe_NOTIMPL ? m_attributes->SetString(index, text.c_str()) : code;
+}
+
+const KzValueType* CCommandArguments::typeOf(std::uint32_t index) const {
+    const char* type = nullptr;
+    return kzSucceeded(m_attributes->TypeName(index, &type)) ? kzTypeNamed(m_core, kzTextOf(type)) : nullptr;
+}
+
+const KzTextValueHint* CCommandArguments::choicesOf(std::uint32_t index, const KzValueType* type) const {
+    const KzTextValueHint* hints = nullptr;
+    if (type == nullptr || type->storage != KZiVALUE_TYPE_INTEGER || type->isServed) return nullptr;
+    if (kzFailed(m_attributes->Hints(index, &hints)) || hints == nullptr || hints->text == nullptr) return nullptr;
+    return hints;
 }
 
 // A command may read what users type in a way of its own.
@@ -122,6 +147,7 @@ void CCommandArguments::give(std::uint32_t index, const std::string& text, KzRes
     if (code == KZe_NOTIMPL)
         if (const auto number = kzParseNumber(text)) code = m_attributes->SetFlt(index, *number);
     if (kzSucceeded(code)) return;
+    if (code == KZe_INVALIDARG) code = KZe_CMD_ERROR_SETTING_DATATYPE;  // a module's value says no more
     throw CommandTextError{code,
                            fmt::format("argument \"{}\": \"{}\" is not {}", nameOf(index), text, expected(index))};
 }
@@ -129,14 +155,13 @@ void CCommandArguments::give(std::uint32_t index, const std::string& text, KzRes
 std::string CCommandArguments::expected(std::uint32_t index) const {
     const char* text = nullptr;
     if (kzSucceeded(m_command->ArgTypeDesc(index, &text)) && !kzTextOf(text).empty()) return text;
-    const char* type = nullptr;
-    const KzResult code = m_attributes->TypeName(index, &type);
-    const KzValueType* known = kzFindType(ownText(code, type));
-    return known != nullptr ? std::string(known->expects) : "what it takes";
+    const KzValueType* known = typeOf(index);
+    if (const KzTextValueHint* choices = choicesOf(index, known)) return kzOneOf(choices);
+    return known != nullptr ? kzExpects(m_core, *known) : "what it takes";
 }
 
 // "a|b" goes to the value after the present one, where the argument is a toggle.
-std::string CCommandArguments::toggled(std::uint32_t index, const std::string& value) const {
+std::string CCommandArguments::toggled(std::uint32_t index, const std::string& value) {
     std::uint32_t flags = 0;
     const bool isToggle = kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & KZfCMDARG_TOGGLE) != 0;
     if (!isToggle || value.find('|') == std::string::npos) return value;
@@ -146,9 +171,9 @@ std::string CCommandArguments::toggled(std::uint32_t index, const std::string& v
         choices.push_back(value.substr(at, end - at));
         at = end + 1;
     }
-    const std::vector<std::string> present = kzQueryTexts(m_command, index);
+    const std::vector<std::string> present = kzQueryTexts(m_core, m_command, index);
     for (std::size_t at = 0; at < choices.size() && !present.empty(); ++at) {
-        m_attributes->SetString(index, choices[at].c_str());
+        put(index, choices[at]);
         if (kzAttributeText(m_attributes, index) == present.front()) return choices[(at + 1) % choices.size()];
     }
     return choices.front();

@@ -11,7 +11,7 @@
 class CCommandArguments {
 public:
     // Throws CommandTextError when the command takes no arguments but some are to be given.
-    explicit CCommandArguments(IKzUnknown* command);
+    CCommandArguments(CHostCore& core, IKzUnknown* command);
 
     // Gives the arguments of a command string; returns the one that is marked for a query. Throws CommandTextError.
     std::optional<std::uint32_t> assign(const std::vector<ArgumentText>& arguments);
@@ -43,15 +43,20 @@ private:
     std::uint32_t find(const std::string& name) const;
     std::uint32_t placeOf(const ArgumentText& argument, std::vector<bool>& given) const;
     void set(std::uint32_t index, const std::string& value);
+    KzResult put(std::uint32_t index, const std::string& text);
     void give(std::uint32_t index, const std::string& text, KzResult code);
-    std::string toggled(std::uint32_t index, const std::string& value) const;
+    const KzValueType* typeOf(std::uint32_t index) const;  // null when nobody knows it
+    // The choices of an argument of that type, which may be null; null when it is no choice.
+    const KzTextValueHint* choicesOf(std::uint32_t index, const KzValueType* type) const;
+    std::string toggled(std::uint32_t index, const std::string& value);
 
+    CHostCore& m_core;
     CKzUser_Command m_command;
     CKzUser_Attributes m_attributes;
 };
 
 // The texts of the values that a command answers for one argument.
-std::vector<std::string> kzQueryTexts(const CKzUser_Command& command, std::uint32_t index,
+std::vector<std::string> kzQueryTexts(CHostCore& core, const CKzUser_Command& command, std::uint32_t index,
                                       IKzUnknown** array = nullptr);
 
 // The text of an attribute's value; empty when it has none.

@@ -15,11 +15,11 @@ namespace {
 
 constexpr unsigned deepestAlias = 20;
 
-std::string messageOf(const CHostCore& core, const CKzUser_Command& command) {
+std::string messageOf(const CHostCore& core, const CKzUser_Command& command, KzResult code) {
     CKzLoc_Unknown told;
-    if (kzFailed(command.Message(told.out()))) return {};
+    if (kzFailed(command.Message(told.out()))) return CMessageTables::codeText(code);
     const CKzUser_Message message(told.raw());
-    return message ? core.messages.textOf(*message.ptr()) : std::string();
+    return message ? core.messages.reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
 }
 
 KzResult verdictOf(const CKzUser_Command& command, KzResult code) {
@@ -79,7 +79,7 @@ CKzUser_Command& CCommandCenter::spawn(std::string_view text, CKzUser_Command& c
     }
     std::string_view rest;
     kzFirstWord(definition, &rest);
-    if (isAlias) CCommandArguments(command.raw()).assign(kzParseArguments(rest));
+    if (isAlias) CCommandArguments(*m_core, command.raw()).assign(kzParseArguments(rest));
     return command;
 }
 
@@ -87,7 +87,7 @@ std::optional<std::uint32_t> CCommandCenter::parse(std::string_view text, CKzUse
     spawn(text, command);
     std::string_view rest;
     kzFirstWord(text, &rest);
-    return CCommandArguments(command.raw()).assign(kzParseArguments(rest));
+    return CCommandArguments(*m_core, command.raw()).assign(kzParseArguments(rest));
 }
 
 std::string CCommandCenter::scriptOf(std::string_view text, std::string_view* rest) const {
@@ -102,7 +102,7 @@ std::string CCommandCenter::scriptOf(std::string_view text, std::string_view* re
     std::string problem;
     const auto script = kzReadScript(*path, problem);
     CKzLoc_Unknown interpreter;
-    return script && m_core->scripts.interpreterFor(m_core->modules, *script, interpreter) ? name : std::string();
+    return script && m_core->scripts.interpreterFor(*m_core, *script, interpreter) ? name : std::string();
 }
 
 bool CCommandCenter::isScript(std::string_view text) const {
@@ -122,7 +122,7 @@ CKzUser_Command& CCommandCenter::spawnScript(std::string_view text, CKzUser_Comm
                                "after @ the name of a script file is expected, as @scripts:test.py"};
     while (rest.starts_with(' ')) rest.remove_prefix(1);
     spawn(KZsCMD_SCRIPT_RUN, command);
-    CCommandArguments arguments(command.raw());
+    CCommandArguments arguments(*m_core, command.raw());
     arguments.assignByName(KZsARG_SCRIPT_FILENAME, name);
     if (!rest.empty()) arguments.assignByName(KZsARG_SCRIPT_ARGS, std::string(rest));
     return command;
@@ -153,15 +153,15 @@ CCommandCenter::Outcome CCommandCenter::performCommand(const MarkedCommand& mark
     outcome.isQuery = query.has_value();
     if (query) {
         try {
-            outcome.answers = kzQueryTexts(command, *query);
+            outcome.answers = kzQueryTexts(*m_core, command, *query);
         } catch (KzResult code) {
-            const std::string name = CCommandArguments(command.raw()).nameOf(*query);
+            const std::string name = CCommandArguments(*m_core, command.raw()).nameOf(*query);
             throw CommandTextError{code, "argument \"" + name + "\": " + CMessageTables::codeText(code)};
         }
         return outcome;
     }
     outcome.code = verdictOf(command, command.Execute(marked.flags));
-    if (kzFailed(outcome.code)) outcome.message = messageOf(*m_core, command);
+    if (kzFailed(outcome.code)) outcome.message = messageOf(*m_core, command, outcome.code);
     return outcome;
 }
 

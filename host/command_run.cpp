@@ -37,7 +37,7 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
 // an answer of its own; a module without opinion is enabled.
 KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
     const auto refuses = [](KzResult code) { return kzFailed(code) && code != KZe_NOTIMPL; };
-    CCommandArguments arguments(command);
+    CCommandArguments arguments(*m_core, command);
     if (const KzResult code = arguments.command().Enable(m_message.raw()); refuses(code)) return code;
     arguments.requireEnabled();
     if (const KzResult code = kzAskArguments(*m_core, arguments, flags); kzFailed(code)) return code;
@@ -49,7 +49,7 @@ KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
 // The history holds what users and scripts ran, not what commands run inside.
 void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::uint32_t flags) {
     std::uint32_t what = 0;
-    const CCommandArguments arguments(command);
+    const CCommandArguments arguments(*m_core, command);
     if ((flags & KZfCMD_EXEC_NOHISTORY) != 0 ||
         (kzSucceeded(arguments.command().Flags(&what)) && (what & KZfCMD_QUIET) != 0))
         return;

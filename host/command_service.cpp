@@ -1,6 +1,7 @@
 // The command service.
 #include "host/command_center.h"
 #include "host/core.h"
+#include "host/server_classes.h"
 #include "host/values.h"
 
 #include "kz/result.h"
@@ -56,8 +57,8 @@ public:
     KzResult commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) override;
     KzResult commandservice_CreateQueryObject(const char* type, IKzUnknown** values) override {
         enter("Command.CreateQueryObject");
-        if (kzFindType(kzTextOf(type)) == nullptr) return KZe_NOTFOUND;
-        return CHostRef<CValueArray>::make(type).give(values);
+        return kzMakeArray(core(), kzNeedType(core(), KZe_NOTFOUND, "Command.CreateQueryObject", kzTextOf(type)))
+            .give(values);
     }
     KzResult commandservice_Execute(IKzUnknown* command, std::uint32_t flags) override {
         enter("Command.ExecuteCommand");
@@ -110,7 +111,9 @@ private:
 KzResult CCommandService::commandservice_Lookup(const char* name, std::uint32_t* tag) {
     enter("Command.Lookup");
     const std::string wanted(kzTextOf(name));
-    if (!m_center.isCommand(wanted)) return KZe_CMD_UNKNOWN_COMMAND;
+    if (!m_center.isCommand(wanted))
+        return kzBecause(KZe_CMD_UNKNOWN_COMMAND, "Command.Lookup",
+                         [&] { return kzThereIsNo("command", wanted, m_center.names()); });
     *tag = core().commands.tagOf(wanted);
     return KZe_OK;
 }
@@ -147,15 +150,18 @@ KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, 
     if (kzFailed(held.ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
     const CKzUser_Attributes attributes(command);
     const std::string wanted = kzAttributeText(attributes, index);
-    const std::vector<std::string> now = kzQueryTexts(held, index);
+    const std::vector<std::string> now = kzQueryTexts(core(), held, index);
     const std::string present = now.empty() ? std::string() : now.front();
     const bool isOn = wanted.empty() ? !present.empty() && present != "0" && present != "false" : present == wanted;
     *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
     const char* type = nullptr;
     attributes.TypeName(index, &type);
-    const auto made = CHostRef<CValue>::make(kzTextOf(type));
-    made->val_SetString(present.c_str());
-    return made.give(value);
+    CKzLoc_Unknown made;
+    const KzValueType& known =
+        kzNeedType(core(), KZe_CMD_DATATYPE_UNAVAILABLE, "Command.GetToggleArgState", kzTextOf(type));
+    if (const KzResult code = kzMakeValue(core(), known, made.out()); kzFailed(code)) return code;
+    if (!now.empty()) kzSetValueText(made.raw(), present.c_str());
+    return made.get(value);
 }
 
 KzResult CCommandService::commandservice_ProcessStringFlags(std::uint32_t flags, const char* text,
@@ -181,7 +187,7 @@ KzResult CCommandService::commandservice_ParseArgString(IKzUnknown* command, std
     enter("Command.ParseArgString");
     const CKzUser_Command held(command);
     return told(nameOf(held), [&] {
-        CCommandArguments(command).assign(kzParseArguments(kzTextOf(args)));
+        CCommandArguments(core(), command).assign(kzParseArguments(kzTextOf(args)));
         return KZe_OK;
     });
 }
@@ -192,7 +198,7 @@ KzResult CCommandService::commandservice_ParseAttribObject(IKzUnknown* command, 
     const CKzUser_Attributes given(args);
     if (!given) return KZe_INVALIDARG;
     return told(nameOf(CKzUser_Command(command)), [&] {
-        CCommandArguments arguments(command);
+        CCommandArguments arguments(core(), command);
         for (std::uint32_t index = 0; index < given.Count(); ++index) {
             const char* name = nullptr;
             if (const KzResult code = given.Name(index, &name); kzFailed(code)) return code;
@@ -214,15 +220,15 @@ KzResult CCommandService::commandservice_QueryArgString(IKzUnknown* command, std
         // Without a mark the caller goes on to execute the command and parses the string then.
         if (std::none_of(given.begin(), given.end(), [](const ArgumentText& each) { return each.isQuery; }))
             return KZe_CMD_NO_QUERY_MARKED;
-        *queryIndex = CCommandArguments(command).assign(given).value();
-        kzQueryTexts(held, *queryIndex, values);
+        *queryIndex = CCommandArguments(core(), command).assign(given).value();
+        kzQueryTexts(core(), held, *queryIndex, values);
         return KZe_OK;
     });
 }
 
 KzResult CCommandService::commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) {
     enter("Command.QueryIndex");
-    kzQueryTexts(CKzUser_Command(command), index, values);
+    kzQueryTexts(core(), CKzUser_Command(command), index, values);
     return KZe_OK;
 }
 
@@ -245,7 +251,7 @@ KzResult CCommandService::commandservice_ExecuteArgString(std::uint32_t flags, s
 
 KzResult CCommandService::commandservice_ToString(IKzUnknown* command, char* buffer, std::uint32_t length) {
     enter("Command.ToString");
-    const CCommandArguments arguments(command);
+    const CCommandArguments arguments(core(), command);
     return kzFillText(arguments.write(nameOf(arguments.command())), buffer, length);
 }
 

@@ -131,6 +131,7 @@ void CHostCore::endSession() {
 
 void CHostCore::close() {
     endSession();
+    reasons->writeCounts();
     scripts.clear();
     scenes.clear();
     modules.clear();

@@ -13,6 +13,7 @@
 #include "host/modules.h"
 #include "host/monitors.h"
 #include "host/object.h"
+#include "host/reasons.h"
 #include "host/scripts.h"
 #include "host/text.h"
 #include "host/user_values.h"
@@ -44,9 +45,11 @@ public:
     CCallWatch calls;
     CTextPool texts;
     std::shared_ptr<CLogStore> log = std::make_shared<CLogStore>();
+    std::shared_ptr<CReasonBook> reasons = CReasonBook::open(log);
     CCommandSystem commands;
     CFileTable files;
     CUserValues userValues;
+    CServedTypes servedTypes;
     CPropertyTable properties;
     CMessageTables messages;
     CListenerTable listeners;

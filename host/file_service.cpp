@@ -122,7 +122,11 @@ KzResult CFileService::fileservice_ToPortable(const char* path, char* buffer, st
 KzResult CFileService::fileservice_FileSystemPath(const char* name, const char** path) {
     enter("File.FileSystemPath");
     const std::string place = placeOf(kzTextOf(name));
-    if (place.empty()) return KZe_NOTFOUND;
+    if (place.empty())
+        return kzBecause(KZe_NOTFOUND, "File.FileSystemPath", [&] {
+            return kzThereIsNo("place", kzTextOf(name),
+                               {KZs_FILE_EXENAME, KZs_FILE_PROGRAM, KZs_FILE_TEMP, KZs_FILE_USER, "documents"});
+        });
     *path = keep(place);
     return KZe_OK;
 }

@@ -35,12 +35,15 @@ public:
             *iid = &row.iid;
             return KZe_OK;
         }
-        return KZe_NOTFOUND;
+        return kzBecause(KZe_NOTFOUND, "GUID.LookupName",
+                         [&] { return "there is no server class \"" + std::string(kzTextOf(name)) + "\""; });
     }
     KzResult guidservice_FromText(const char* text, KzGuid* iid) override {
         enter("GUID.FromText");
         const auto parsed = kzGuidOfText(kzTextOf(text));
-        if (!parsed || iid == nullptr) return KZe_INVALIDARG;
+        if (!parsed)
+            return kzBecause(KZe_INVALIDARG, "GUID.FromText",
+                             [&] { return kzIsNot(kzTextOf(text), "8-4-4-4-12 hexadecimal digits"); });
         *iid = *parsed;
         return KZe_OK;
     }

@@ -121,7 +121,11 @@ private:
     }
     KzServer require(const char* type, const char* name) const {
         const auto found = core().modules.find(kzTextOf(type), kzTextOf(name));
-        if (!found) throw KZe_NOTFOUND;
+        if (!found)
+            throw kzBecause(KZe_NOTFOUND, "Host.Server", [&] {
+                return kzThereIsNo(std::string(kzTextOf(type)) + " server", kzTextOf(name),
+                                   core().modules.servers(kzTextOf(type)), [](const auto& each) { return each.name; });
+            });
         return *found;
     }
     std::vector<std::string> classes() const;
@@ -159,7 +163,12 @@ KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
 
 KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
     enter("Host.ModuleUpdate");
-    return kzUpdateModule(core(), std::string(kzTextOf(name)));
+    const std::string wanted(kzTextOf(name));
+    const KzResult code = kzUpdateModule(core(), wanted);
+    if (code != KZe_NOTFOUND) return code;
+    return kzBecause(code, "Host.ModuleUpdate", [&] {
+        return kzThereIsNo("module", wanted, core().modules.modules(), [](const auto& each) { return each.first; });
+    });
 }
 
 KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char* name, const char* tag,

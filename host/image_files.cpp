@@ -128,13 +128,13 @@ bool isPng(const std::string& saver, const std::string& path) {
 }
 
 // Why an image cannot be saved is the saver's to say.
-KzResult verify(CHostCore& core, const CKzUser_Saver& saver, IKzUnknown* image) {
+KzResult verify(CHostCore& core, const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) {
     const auto message = CHostRef<CMessage>::make();
     const KzResult code = saver.Verify(image, message.raw());
     if (!kzFailed(code) || code == KZe_NOTIMPL) return KZe_OK;
     const CKzUser_Message held(message.raw());
-    if (const std::string why = core.messages.textOf(*held.ptr()); !why.empty())
-        core.log->write(KZsLOG_IMAGES, code, why);
+    core.log->write(KZsLOG_IMAGES, code,
+                    "the saver \"" + name + "\" refuses the image: " + core.messages.reasonOf(*held.ptr(), code));
     return code;
 }
 
@@ -145,7 +145,7 @@ KzResult saveServed(CHostCore& core, IKzUnknown* image, const std::string& path,
         CKzLoc_Unknown made;
         const CKzUser_Saver saver(CModuleTable::spawn(server, made).raw());
         if (!saver) return KZe_NOINTERFACE;
-        const KzResult code = verify(core, saver, image);
+        const KzResult code = verify(core, saver, server.name, image);
         return kzFailed(code) ? code : saver.Save(image, file.c_str(), monitor);
     }
     return KZe_NOTSUPPORTED;

@@ -91,9 +91,22 @@ KzResult CMessage::msg_Argument(std::uint32_t index, const char** text) {
     return KZe_OK;
 }
 
+void CMessage::copyFrom(IKzMessage& other) {
+    m_code = other.Code();
+    m_table = textIn(other, &IKzMessage::Table);
+    m_key = textIn(other, &IKzMessage::Key);
+    for (std::uint32_t index = 1; index <= kzMessageArguments; ++index)
+        m_arguments[index - 1] = argumentOf(other, index);
+}
+
 KzResult CMessage::msg_Reset() {
     *this = CMessage();
     return KZe_OK;
+}
+
+std::string CMessageTables::reasonOf(IKzMessage& message, KzResult code) const {
+    const bool isEmpty = textIn(message, &IKzMessage::Key).empty() && kzSucceeded(message.Code());
+    return isEmpty ? codeText(code) : textOf(message);
 }
 
 std::string CMessageTables::textOf(IKzMessage& message) const {

@@ -27,6 +27,10 @@ public:
     KzResult msg_Argument(std::uint32_t index, const char** text) override;
     KzResult msg_Reset() override;
 
+    bool isSilent() const { return kzSucceeded(m_code) && m_key.empty(); }
+    // Takes over what another message says.
+    void copyFrom(IKzMessage& other);
+
 private:
     KzResult m_code = 0;
     std::string m_table;
@@ -39,6 +43,8 @@ public:
     // The text with its arguments in place. A message without a key gives the text of its code; one whose key has no
     // text shows table, key and arguments as they are.
     std::string textOf(IKzMessage& message) const;
+    // Why an operation failed with that code, as its message says; a message that says nothing leaves it to the code.
+    std::string reasonOf(IKzMessage& message, KzResult code) const;
     std::optional<std::string_view> find(std::string_view table, std::string_view key) const;
     // What a result code means, in a sentence without a full stop.
     static std::string codeText(KzResult code);

@@ -21,7 +21,11 @@ public:
     KzResult messageservice_TableText(const char* table, const char* key, char* buffer, std::uint32_t length) override {
         enter("Message.TableText");
         const auto text = core().messages.find(kzTextOf(table), kzTextOf(key));
-        return text ? kzFillText(*text, buffer, length) : KZe_NOTFOUND;
+        if (text) return kzFillText(*text, buffer, length);
+        return kzBecause(KZe_NOTFOUND, "Message.TableText", [&] {
+            return "the table \"" + std::string(kzTextOf(table)) + "\" has no text \"" + std::string(kzTextOf(key)) +
+                   "\"";
+        });
     }
     KzResult messageservice_TableHas(const char* table, const char* key) override {
         enter("Message.TableHas");

@@ -46,9 +46,9 @@ CKzUser_Command& selectedCommand(CHostCore& core, const Selection& selection, CK
 }
 
 // Calls `tell` for each of the selected command's arguments.
-template <class Tell> void eachArgument(const CKzUser_Command& command, const Tell& tell) {
+template <class Tell> void eachArgument(CHostCore& core, const CKzUser_Command& command, const Tell& tell) {
     try {
-        const CCommandArguments arguments(command.raw());
+        const CCommandArguments arguments(core, command.raw());
         for (std::uint32_t index = 0; index < arguments.count(); ++index) tell(arguments, index);
     } catch (const CommandTextError& error) {
         throw error.code;
@@ -67,13 +67,13 @@ constexpr AttributeRow commandAttributes[] = {
     {"arguments", KZsTYPE_STRING,  // of the selected command
      [](CHostCore& core, const Selection& selection, const auto& add) {
          CKzUser_Command command;
-         eachArgument(selectedCommand(core, selection, command),
+         eachArgument(core, selectedCommand(core, selection, command),
                       [&](const CCommandArguments& known, std::uint32_t index) { add(known.nameOf(index)); });
      }},
     {"argumentsEnabled", KZsTYPE_BOOLEAN,  // for each of them, as it is now
      [](CHostCore& core, const Selection& selection, const auto& add) {
          CKzUser_Command command;
-         eachArgument(selectedCommand(core, selection, command),
+         eachArgument(core, selectedCommand(core, selection, command),
                       [&](const CCommandArguments& known, std::uint32_t index) {
                           add(known.isEnabled(index) ? "true" : "false");
                       });
@@ -83,7 +83,7 @@ constexpr AttributeRow commandAttributes[] = {
          CKzUser_Command command;
          const KzResult code = selectedCommand(core, selection, command).DialogInit();
          if (kzFailed(code) && code != KZe_NOTIMPL) throw code;
-         eachArgument(command, [&](const CCommandArguments& known, std::uint32_t index) {
+         eachArgument(core, command, [&](const CCommandArguments& known, std::uint32_t index) {
              add(kzAttributeText(known.attributes(), index));
          });
      }},
@@ -159,8 +159,8 @@ constexpr AttributeRow fileAttributes[] = {
 
 constexpr AttributeRow valueAttributes[] = {
     {"types", KZsTYPE_STRING,
-     [](CHostCore&, const Selection&, const auto& add) {
-         for (const KzValueType& type : kzValueTypes()) add(type.name);
+     [](CHostCore& core, const Selection&, const auto& add) {
+         for (const std::string& name : kzTypeNames(core)) add(name);
      }},
     {"choices", KZsTYPE_STRING,  // of the selected type, where a module serves it with hints
      [](CHostCore& core, const Selection& selection, const auto& add) {
@@ -209,7 +209,9 @@ KzResult CScriptQuery::sq_Lookup(const char* name, std::uint32_t* index) {
         *index = at;
         return KZe_OK;
     }
-    return KZe_QUERY_UNKNOWN_ATTRIBUTE;
+    return kzBecause(KZe_QUERY_UNKNOWN_ATTRIBUTE, "ScriptQuery.Lookup", [&] {
+        return kzThereIsNo("attribute", wanted, m_service.attributes, [](const auto& each) { return each.name; });
+    });
 }
 
 KzResult CScriptQuery::sq_Select(const char* attribute, const char* which) {
@@ -262,7 +264,9 @@ std::span<const char* const> kzQueryServices() { return names; }
 KzResult kzMakeQuery(const std::shared_ptr<CHostCore>& core, std::string_view service, IKzUnknown** query) {
     for (const ServiceRow& row : services)
         if (service == row.name) return CHostRef<CScriptQuery>::make(core, row).give(query);
-    return KZe_QUERY_UNKNOWN_SERVICE;
+    return kzBecause(KZe_QUERY_UNKNOWN_SERVICE, "ScriptSys.ServiceQuery", [&] {
+        return kzThereIsNo("script service", service, {names.begin(), names.end()});
+    });
 }
 
 IKzUnknown* kzMakeNamedService(const std::shared_ptr<CHostCore>& core, std::string_view name) {

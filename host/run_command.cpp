@@ -16,7 +16,7 @@ std::string usageOf(CHostCore& core, const CCommandCenter& center, const std::st
     std::string usage;
     try {
         CKzUser_Command command;
-        const CCommandArguments known(center.spawn(name, command).raw());
+        const CCommandArguments known(core, center.spawn(name, command).raw());
         for (std::uint32_t index = 0; index < known.count(); ++index) {
             std::uint32_t flags = 0;
             known.command().ArgFlags(index, &flags);

@@ -30,13 +30,17 @@ int statusOf(const std::string& path, const ScriptEnd& end) {
     return exitMostOfScript;
 }
 
-// The name of the server that takes the script.
-std::string interpreterName(CHostCore& core, const CScript& script) {
+// The name of the server that takes the script. If none of the modules' own does, those count as well that come to be
+// when the interpreters start.
+std::string interpreterName(CProgram& program, const CScript& script) {
+    CHostCore& core = program.host().core();
     CKzLoc_Unknown interpreter;
-    core.scripts.interpreterFor(core.modules, script, interpreter);
-    for (const KzServer& server : core.modules.servers(KZa_TEXTSCRIPTINTERPRETER))
-        if (interpreter) return server.name;
-    return {};
+    auto server = core.scripts.interpreterFor(core, script, interpreter);
+    if (!server) {
+        program.wakeInterpreters();
+        server = core.scripts.interpreterFor(core, script, interpreter);
+    }
+    return server ? server->name : std::string();
 }
 
 }  // namespace
@@ -55,7 +59,7 @@ int kzRunScript(CProgram& program, const std::string& path, const std::vector<st
     }
     if (const int status = program.start(); status != exitOk) return status;
     CHostCore& core = program.host().core();
-    const std::string interpreter = interpreterName(core, *script);
+    const std::string interpreter = interpreterName(program, *script);
     if (interpreter.empty()) {
         CProgram::say(path + ": no interpreter takes this script; its name should end in .py, or its first line should "
                              "be a comment that names the interpreter, as #python");

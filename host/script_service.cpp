@@ -70,7 +70,10 @@ CHostRef<CScript> CScriptService::read(const char* name) const {
     const std::string_view wanted = kzTextOf(name);
     if (wanted.empty()) throw KZe_INVALIDARG;
     const auto path = kzFindScript(core(), std::string(wanted));
-    if (!path) throw KZe_NOTFOUND;
+    if (!path)
+        throw kzBecause(KZe_NOTFOUND, "ScriptSys", [&] {
+            return "there is no script \"" + std::string(wanted) + "\", neither as a path nor in the folder scripts:";
+        });
     std::string problem;
     auto script = kzReadScript(*path, problem);
     if (!script) {
@@ -91,7 +94,11 @@ KzResult CScriptService::scriptsysservice_InterpreterByIndex(std::uint32_t index
 KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name, IKzUnknown** interpreter) {
     enter("ScriptSys.LineInterpreterByName");
     const auto server = core().modules.find(KZa_LINEINTERPRETER, kzTextOf(name));
-    if (!server) return KZe_NOTFOUND;
+    if (!server)
+        return kzBecause(KZe_NOTFOUND, "ScriptSys.LineInterpreterByName", [&] {
+            return kzThereIsNo("line interpreter", kzTextOf(name), core().modules.servers(KZa_LINEINTERPRETER),
+                               [](const auto& each) { return each.name; });
+        });
     CKzLoc_Unknown made;
     return CModuleTable::spawn(*server, made).get(interpreter);
 }

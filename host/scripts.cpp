@@ -156,30 +156,48 @@ std::size_t CScriptState::depth() const {
     return m_running.size();
 }
 
-CKzLoc_Unknown& CScriptState::interpreterFor(const CModuleTable& modules, const CScript& script,
-                                             CKzLoc_Unknown& interpreter) const {
+// One that cannot be made takes no script, and keeps no other from it.
+std::optional<KzServer> CScriptState::interpreterFor(const CHostCore& core, const CScript& script,
+                                                     CKzLoc_Unknown& interpreter) const {
     const std::string first = script.header();
-    for (const KzServer& server : modules.servers(KZa_TEXTSCRIPTINTERPRETER)) {
-        const CKzUser_TextScriptInterpreter held(CModuleTable::spawn(server, interpreter).raw());
+    for (const KzServer& server : core.modules.servers(KZa_TEXTSCRIPTINTERPRETER)) {
+        const KzResult code = kzBoundary([&] {
+            CModuleTable::spawn(server, interpreter);
+            return KZe_OK;
+        });
+        if (kzFailed(code)) {
+            core.log->write("scripts", code,
+                            "the interpreter \"" + server.name +
+                                "\" cannot be made: " + CMessageTables::codeText(code));
+            continue;
+        }
+        const CKzUser_TextScriptInterpreter held(interpreter.raw());
         const bool isComment = first.starts_with('#');
         if (held &&
             ((isComment && takes(*held.ptr(), first)) || takes(*held.ptr(), headerFromPattern(server, script.path()))))
-            return interpreter;
+            return server;
     }
     interpreter.clear();
-    return interpreter;
+    return {};
 }
 
 KzResult CScriptState::run(CHostCore& core, const CHostRef<CScript>& script, std::uint32_t flags, const char* args,
                            IKzUnknown* message) {
     CKzLoc_Unknown interpreter;
-    const CKzUser_TextScriptInterpreter held(interpreterFor(core.modules, *script, interpreter).raw());
-    if (!held) return KZe_SCRIPT_UNKNOWN;
+    interpreterFor(core, *script, interpreter);
+    const CKzUser_TextScriptInterpreter held(interpreter.raw());
+    if (!held)
+        return kzBecause(KZe_SCRIPT_UNKNOWN, "Script.Run", [&] {
+            return kzThereIsNo("interpreter for", script->path(), core.modules.servers(KZa_TEXTSCRIPTINTERPRETER),
+                               [](const auto& each) { return each.name; });
+        });
     {
         const std::lock_guard lock(m_lock);
         m_running.push_back({script->path(), m_running.empty()});
     }
-    const KzResult code = held->Run(script.raw(), flags, args, message);
+    // An interpreter in Python is never given a null object.
+    const auto unheard = message == nullptr ? CHostRef<CMessage>::make() : CHostRef<CMessage>();
+    const KzResult code = held->Run(script.raw(), flags, args, message != nullptr ? message : unheard.raw());
     const std::lock_guard lock(m_lock);
     if (!m_running.empty()) m_running.pop_back();
     return code;

@@ -52,9 +52,9 @@ std::optional<std::string> kzJoinArguments(const std::vector<std::string>& argum
 class CScriptState {
 public:
     std::size_t depth() const;
-    // The interpreter whose server takes the script; empty when none does.
-    CKzLoc_Unknown& interpreterFor(const CModuleTable& modules, const CScript& script,
-                                   CKzLoc_Unknown& interpreter) const;
+    // The server that takes the script, and an instance of it; neither when none does.
+    std::optional<KzServer> interpreterFor(const CHostCore& core, const CScript& script,
+                                           CKzLoc_Unknown& interpreter) const;
     KzResult run(CHostCore& core, const CHostRef<CScript>& script, std::uint32_t flags, const char* args,
                  IKzUnknown* message);
     // Whether a line of the log is the heading under which a script inside another one reports: the first line while

@@ -1,6 +1,8 @@
 // Commands that modules implement, as the host hands them out.
 #include "host/served_command.h"
 
+#include "host/text.h"
+
 #include "kz/result.h"
 
 CServedCommand::CServedCommand(std::shared_ptr<CHostCore> core, IKzUnknown* inner, std::string name, std::uint32_t tag)
@@ -23,13 +25,27 @@ KzResult CServedCommand::cmd_Name(const char** name) {
     return KZe_OK;
 }
 
+IKzUnknown* CServedCommand::ownMessage(CKzUser_Message& message) const {
+    CKzLoc_Unknown told;
+    const char* key = nullptr;
+    if (kzFailed(m_inner.Message(told.out())) || !message.set(told.raw())) return nullptr;
+    const bool hasKey = kzSucceeded(message.Key(&key)) && !kzTextOf(key).empty();
+    return hasKey || kzFailed(message.Code()) ? message.raw() : nullptr;
+}
+
+KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
+    CKzUser_Message own;
+    return m_run.message()->isSilent() && ownMessage(own) != nullptr ? own.get(message) : m_run.message().give(message);
+}
+
+// What the module's message says goes into the run's, which the log and the listeners are told.
 KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
     return m_run.execute(m_self, m_name, flags, [this, flags] {
         const KzResult code = m_inner.Execute(flags);
-        CKzLoc_Unknown told;
-        if (kzSucceeded(m_inner.Message(told.out())) && told)
-            if (const CKzUser_Message message(told.raw()); message && kzFailed(message.Code())) return message.Code();
-        return code;
+        CKzUser_Message own;
+        if (ownMessage(own) == nullptr) return code;
+        m_run.message()->copyFrom(*own.ptr());
+        return kzFailed(own.Code()) ? own.Code() : code;
     });
 }

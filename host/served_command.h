@@ -6,7 +6,7 @@
 #include "kz/command.h"
 
 // The module's object behind the host's own front: executing it tells the listeners, and there is always a message that
-// says how it went. Everything else is the module's.
+// says how it went, the module's own where it has something to say. Everything else is the module's.
 class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>, CHostService {
 public:
     CServedCommand(std::shared_ptr<CHostCore> core, IKzUnknown* inner, std::string name, std::uint32_t tag);
@@ -29,7 +29,7 @@ public:
     KzResult cmd_PostExecBehaviorFlags(std::uint32_t* flags) override { return m_inner.PostExecBehaviorFlags(flags); }
     KzResult cmd_PostExecHints(const char** hints) override { return m_inner.PostExecHints(hints); }
     KzResult cmd_SandboxGUID(const char** iid) override { return m_inner.SandboxGUID(iid); }
-    KzResult cmd_Message(IKzUnknown** message) override { return m_run.message().give(message); }
+    KzResult cmd_Message(IKzUnknown** message) override;
     KzResult cmd_Enable(IKzUnknown* message) override { return m_inner.Enable(message); }
     KzResult cmd_ContainedEnable() override { return m_inner.ContainedEnable(); }
     KzResult cmd_Interact() override { return m_inner.Interact(); }
@@ -58,10 +58,29 @@ public:
     KzResult cmd_ArgParseString(std::uint32_t index, const char* text) override {
         return m_inner.ArgParseString(index, text);
     }
+    KzResult cmd_ArgOptionUserName(std::uint32_t index, std::uint32_t option, const char** name) override {
+        return m_inner.ArgOptionUserName(index, option, name);
+    }
+    KzResult cmd_ArgOptionDesc(std::uint32_t index, std::uint32_t option, const char** text) override {
+        return m_inner.ArgOptionDesc(index, option, text);
+    }
+    KzResult cmd_ArgOptionIconName(std::uint32_t index, std::uint32_t option, const char** name) override {
+        return m_inner.ArgOptionIconName(index, option, name);
+    }
+    KzResult cmd_DialogFormatting(const char** format) override { return m_inner.DialogFormatting(format); }
+    KzResult cmd_IconImage(std::int32_t width, std::int32_t height, IKzUnknown** image) override {
+        return m_inner.IconImage(width, height, image);
+    }
+    KzResult cmd_NotifyAddClient(std::int32_t argument, IKzUnknown* client) override {
+        return m_inner.NotifyAddClient(argument, client);
+    }
+    KzResult cmd_NotifyRemoveClient(IKzUnknown* client) override { return m_inner.NotifyRemoveClient(client); }
     KzResult cmd_Copy(IKzUnknown* source) override { return m_inner.Copy(source); }
     KzResult cmd_Query(std::uint32_t index, IKzUnknown* values) override { return m_inner.Query(index, values); }
 
 private:
+    // The module's own message if it says anything; null otherwise.
+    IKzUnknown* ownMessage(CKzUser_Message& message) const;
     // Where the module has no name for people, the command's own serves.
     KzResult orName(KzResult code, const char** name) {
         return kzSucceeded(code) && *name != nullptr ? code : cmd_Name(name);

@@ -20,11 +20,70 @@ template <class Operation> KzResult convert(IKzUnknown* value, bool nice, const 
 
 }  // namespace
 
-KzResult kzServedValue(CHostCore& core, std::string_view type, IKzUnknown** value) {
-    const auto server = core.modules.find(KZa_VALUE, type);
+const KzValueType* kzTypeNamed(CHostCore& core, std::string_view name) {
+    if (const KzValueType* own = kzFindType(name)) return own;
+    const auto server = core.modules.find(KZa_VALUE, name);
+    if (!server) return nullptr;
+    if (const KzValueType* known = core.servedTypes.find(name)) return known;
+    CKzLoc_Unknown made;
+    const CKzUser_Value value(CModuleTable::spawn(*server, made).raw());
+    KzValueType type{core.texts.keep(name), value.Type(), {}, {}, {}, true};
+    type.expects = core.texts.keep("a value of the type " + std::string(name));
+    return core.servedTypes.keep(type);
+}
+
+std::vector<std::string> kzTypeNames(CHostCore& core) {
+    std::vector<std::string> names;
+    for (const KzValueType& type : kzValueTypes()) names.emplace_back(type.name);
+    for (const KzServer& server : core.modules.servers(KZa_VALUE))
+        if (std::find(names.begin(), names.end(), server.name) == names.end()) names.push_back(server.name);
+    return names;
+}
+
+const KzValueType& kzNeedType(CHostCore& core, KzResult code, const char* place, std::string_view name) {
+    if (const KzValueType* type = kzTypeNamed(core, name)) return *type;
+    throw kzBecause(code, place, [&] { return kzThereIsNo("value type", name, kzTypeNames(core)); });
+}
+
+std::string kzExpects(CHostCore& core, const KzValueType& type) {
+    const std::vector<std::string> choices = type.isServed ? kzChoicesOf(core, type.name) : std::vector<std::string>();
+    std::string expected = choices.empty() ? std::string(type.expects) : "one of";
+    constexpr std::size_t most = 20;
+    for (std::size_t at = 0; at < std::min(choices.size(), most); ++at) expected += " " + choices[at];
+    return choices.size() > most ? expected + " ..." : expected;
+}
+
+KzResult kzMakeValue(CHostCore& core, const KzValueType& type, IKzUnknown** value, const KzCell* cell) {
+    if (!type.isServed) return CHostRef<CValue>::make(type, cell != nullptr ? *cell : kzEmptyCell(type)).give(value);
+    const auto server = core.modules.find(KZa_VALUE, type.name);
     if (!server) return KZe_NOTFOUND;
     CKzLoc_Unknown made;
-    return CModuleTable::spawn(*server, made).get(value);
+    CModuleTable::spawn(*server, made);
+    const auto* text = cell != nullptr ? std::get_if<std::string>(cell) : nullptr;
+    if (text != nullptr)
+        if (const KzResult code = kzSetValueText(made.raw(), text->c_str()); kzFailed(code)) return code;
+    return made.get(value);
+}
+
+CHostRef<CValueArray> kzMakeArray(CHostCore& core, const KzValueType& type) {
+    return CHostRef<CValueArray>::make(
+        type, [held = core.shared_from_this(), &type](IKzUnknown** value) { return kzMakeValue(*held, type, value); });
+}
+
+std::optional<KzCell> kzCellBy(CHostCore& core, const KzValueType& type,
+                               const std::function<KzResult(const CKzUser_Value& value)>& set) {
+    CKzLoc_Unknown made;
+    if (const KzResult code = kzMakeValue(core, type, made.out()); kzFailed(code)) throw code;
+    if (kzFailed(set(CKzUser_Value(made.raw())))) return {};
+    if (const auto own = CHostRef<CValue>::of(made.raw())) return own->cell();
+    return kzValueText(made.raw());
+}
+
+std::optional<KzCell> kzCellOfText(CHostCore& core, const KzValueType& type, std::string_view text) {
+    if (!type.isServed) return kzParseCell(type, text);
+    return kzCellBy(core, type, [wanted = std::string(text)](const CKzUser_Value& value) {
+        return kzSetValueText(value.raw(), wanted.c_str());
+    });
 }
 
 KzResult kzEncodeServed(IKzUnknown* value, bool nice, char* buffer, std::uint32_t length) {
@@ -36,8 +95,10 @@ KzResult kzDecodeServed(IKzUnknown* value, bool nice, const char* text) {
 }
 
 std::vector<std::string> kzChoicesOf(CHostCore& core, std::string_view type) {
+    const auto server = core.modules.find(KZa_VALUE, type);
+    if (!server) return {};
     CKzLoc_Unknown value;
-    if (kzFailed(kzServedValue(core, type, value.out()))) return {};
+    CModuleTable::spawn(*server, value);
     const CKzUser_UIValueHints hints(value.raw());
     std::vector<std::string> choices;
     if (!hints || (hints.Flags() & KZfVALHINT_POPUPS) == 0) return choices;

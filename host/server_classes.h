@@ -3,6 +3,7 @@
 
 #include "host/core.h"
 #include "host/objects/image.h"
+#include "host/values.h"
 
 #include <functional>
 #include <string>
@@ -24,8 +25,23 @@ struct TreeRow {
 // Walks the whole tree from its root. Throws the code with which an operation fails.
 void kzWalkTree(IKzUnknown* tree, const std::function<void(const TreeRow&)>& take);
 
-// A new value of a type that a module serves; NOTFOUND when none does.
-KzResult kzServedValue(CHostCore& core, std::string_view type, IKzUnknown** value);
+// A value type by its name, the host's own or a module's; null for neither.
+const KzValueType* kzTypeNamed(CHostCore& core, std::string_view name);
+// The names of all of them.
+std::vector<std::string> kzTypeNames(CHostCore& core);
+// kzTypeNamed, where there must be one: throws the code, and says what there is.
+const KzValueType& kzNeedType(CHostCore& core, KzResult code, const char* place, std::string_view name);
+// What text the type reads, for messages.
+std::string kzExpects(CHostCore& core, const KzValueType& type);
+
+// A new value, or a new array, of a type of either kind. The value may be given a cell.
+KzResult kzMakeValue(CHostCore& core, const KzValueType& type, IKzUnknown** value, const KzCell* cell = nullptr);
+CHostRef<CValueArray> kzMakeArray(CHostCore& core, const KzValueType& type);
+// The cell of a new value of that type once `set` has set it; nothing where it was refused.
+std::optional<KzCell> kzCellBy(CHostCore& core, const KzValueType& type,
+                               const std::function<KzResult(const CKzUser_Value& value)>& set);
+std::optional<KzCell> kzCellOfText(CHostCore& core, const KzValueType& type, std::string_view text);
+
 // A served value's text as its conversion has it, for people or exact; NOTIMPL when it has no such conversion.
 KzResult kzEncodeServed(IKzUnknown* value, bool nice, char* buffer, std::uint32_t length);
 KzResult kzDecodeServed(IKzUnknown* value, bool nice, const char* text);

@@ -24,28 +24,28 @@ public:
 
     KzResult valueservice_CreateValue(const char* type, IKzUnknown** value) override {
         enter("Value.CreateValue");
-        if (kzFindType(kzTextOf(type)) == nullptr) return kzServedValue(core(), kzTextOf(type), value);
-        return CHostRef<CValue>::make(type).give(value);
+        return kzMakeValue(core(), kzNeedType(core(), KZe_NOTFOUND, "Value.CreateValue", kzTextOf(type)), value);
     }
     KzResult valueservice_CreateValueArray(const char* type, IKzUnknown** values) override {
         enter("Value.CreateValueArray");
-        if (kzFindType(kzTextOf(type)) == nullptr) return KZe_NOTFOUND;
-        return CHostRef<CValueArray>::make(type).give(values);
+        return kzMakeArray(core(), kzNeedType(core(), KZe_NOTFOUND, "Value.CreateValueArray", kzTextOf(type)))
+            .give(values);
     }
     KzResult valueservice_TypeCount(std::uint32_t* count) override {
         enter("Value.TypeCount");
-        *count = static_cast<std::uint32_t>(kzValueTypes().size());
+        *count = static_cast<std::uint32_t>(kzTypeNames(core()).size());
         return KZe_OK;
     }
     KzResult valueservice_TypeByIndex(std::uint32_t index, const char** type) override {
         enter("Value.TypeByIndex");
-        if (index >= kzValueTypes().size()) return KZe_OUTOFBOUNDS;
-        *type = kzValueTypes()[index].name;
+        const std::vector<std::string> names = kzTypeNames(core());
+        if (index >= names.size()) return KZe_OUTOFBOUNDS;
+        *type = keep(names[index]);
         return KZe_OK;
     }
     std::uint32_t valueservice_ValueType(const char* type) override {
         enter("Value.ValueType");
-        const KzValueType* known = kzFindType(kzTextOf(type));
+        const KzValueType* known = kzTypeNamed(core(), kzTextOf(type));
         return known != nullptr ? known->storage : static_cast<std::uint32_t>(KZiVALUE_TYPE_UNKNOWN);
     }
     KzResult valueservice_TextHintEncode(std::int32_t value, const KzTextValueHint* hints, char* buffer,
@@ -53,8 +53,7 @@ public:
     KzResult valueservice_TextHintDecode(const char* text, const KzTextValueHint* hints, std::int32_t* value) override;
     KzResult valueservice_Convert(IKzUnknown* from, IKzUnknown* to) override {
         enter("Value.Convert");
-        const CKzUser_Value target(to);
-        return target ? target->Copy(from) : KZe_INVALIDARG;
+        return kzCopyValue(to, from);
     }
     KzResult valueservice_Duplicate(IKzUnknown* source, IKzUnknown** value) override;
     KzResult valueservice_EncodeText(IKzUnknown* value, std::int32_t nice, char* buffer, std::uint32_t length) override;
@@ -94,6 +93,7 @@ KzResult CValueService::valueservice_TextHintDecode(const char* text, const KzTe
     enter("Value.TextHintDecode");
     const std::string_view wanted = kzTextOf(text);
     const auto number = kzParseInteger(wanted);
+    const KzTextValueHint* first = hints;
     const KzTextValueHint* inexact = nullptr;
     for (; hints != nullptr && hints->text != nullptr; ++hints) {
         if (wanted == hints->text) {
@@ -102,7 +102,9 @@ KzResult CValueService::valueservice_TextHintDecode(const char* text, const KzTe
         }
         if (inexact == nullptr && (sameWord(wanted, hints->text) || number == hints->value)) inexact = hints;
     }
-    if (inexact == nullptr) return KZe_NOTFOUND;
+    if (inexact == nullptr)
+        return kzBecause(KZe_NOTFOUND, "Value.TextHintDecode",
+                         [&] { return kzIsNot(wanted, first != nullptr ? kzOneOf(first) : "in an empty list"); });
     *value = inexact->value;
     return KZe_OK_INEXACT_MATCH;
 }
@@ -113,9 +115,11 @@ KzResult CValueService::valueservice_Duplicate(IKzUnknown* source, IKzUnknown** 
     const char* type = nullptr;
     if (!held) return KZe_INVALIDARG;
     if (const KzResult code = held->TypeName(&type); kzFailed(code)) return code;
-    const auto made = CHostRef<CValue>::make(kzTextOf(type));
-    if (const KzResult code = made->val_Copy(source); kzFailed(code)) return code;
-    return made.give(value);
+    CKzLoc_Unknown made;
+    const KzValueType& known = kzNeedType(core(), KZe_NOTFOUND, "Value.Duplicate", kzTextOf(type));
+    if (const KzResult code = kzMakeValue(core(), known, made.out()); kzFailed(code)) return code;
+    const KzResult code = kzCopyValue(made.raw(), source);
+    return kzFailed(code) ? code : made.get(value);
 }
 
 KzResult CValueService::valueservice_EncodeText(IKzUnknown* value, std::int32_t nice, char* buffer,
@@ -143,7 +147,9 @@ KzResult CValueService::valueservice_SetUnitSystem(const char* system) {
         core().properties.set("units", std::string(known));
         return KZe_OK;
     }
-    return KZe_INVALIDARG;
+    return kzBecause(KZe_INVALIDARG, "Value.SetUnitSystem", [&] {
+        return kzThereIsNo("system of units", kzTextOf(system), {std::begin(unitSystems), std::end(unitSystems)});
+    });
 }
 
 KzResult CValueService::valueservice_ScriptQuery(IKzUnknown** query) {

@@ -143,8 +143,10 @@ std::optional<std::int32_t> kzIntegerOf(const KzCell& cell) noexcept {
     if (const auto* number = std::get_if<std::int32_t>(&cell)) return *number;
     if (const auto* text = std::get_if<std::string>(&cell)) return kzParseInteger(*text);
     const auto number = kzNumberOf(cell);
-    if (!number || !(std::abs(*number) <= std::numeric_limits<std::int32_t>::max())) return {};
-    return static_cast<std::int32_t>(*number);
+    // What is cut off behind the point does not count. A comparison with NaN is false.
+    using Limits = std::numeric_limits<std::int32_t>;
+    const bool fits = number && *number > Limits::min() - 1.0 && *number < Limits::max() + 1.0;
+    return fits ? std::optional(static_cast<std::int32_t>(*number)) : std::nullopt;
 }
 
 std::optional<double> kzNumberOf(const KzCell& cell) noexcept {
@@ -165,6 +167,22 @@ std::optional<KzCell> kzCellOf(const KzValueType& type, double number) {
     case KZiVALUE_TYPE_STRING: return KzCell(fmt::format("{}", number));
     default: return {};
     }
+}
+
+std::string kzOneOf(const KzTextValueHint* hints) {
+    std::string all = "one of";
+    for (; hints->text != nullptr; ++hints) all += std::string(" ") + hints->text;
+    return all;
+}
+
+std::optional<std::int32_t> kzChoiceOf(const KzTextValueHint* hints, const KzValueType& type, std::string_view text) {
+    for (const auto* each = hints; each->text != nullptr; ++each)
+        if (text == each->text) return each->value;
+    const auto cell = kzParseCell(type, text);
+    const auto number = cell ? kzIntegerOf(*cell) : std::nullopt;
+    for (; number && hints->text != nullptr; ++hints)
+        if (*number == hints->value) return number;
+    return {};
 }
 
 int kzCompareCells(const KzCell& left, const KzCell& right) noexcept {

@@ -24,6 +24,7 @@ struct KzValueType {
     std::string_view expects;  // what text it reads, for messages
     std::span<const KzUnit> units;
     std::string_view niceUnit;  // in which people see it
+    bool isServed = false;      // by a module; its cells are the exact texts of its values
 };
 
 // Null for a type that the host does not know.
@@ -45,6 +46,11 @@ std::optional<KzCell> kzCellOf(const KzValueType& type, double number);
 // A whole text as a number or an integer.
 std::optional<double> kzParseNumber(std::string_view text) noexcept;
 std::optional<std::int32_t> kzParseInteger(std::string_view text) noexcept;
+
+// The words of a table of hints, as "one of off on", and the number of the choice that a text names: by its word, or by
+// what the type reads as one of the numbers.
+std::string kzOneOf(const KzTextValueHint* hints);
+std::optional<std::int32_t> kzChoiceOf(const KzTextValueHint* hints, const KzValueType& type, std::string_view text);
 
 // -1, 0 or 1.
 int kzCompareCells(const KzCell& left, const KzCell& right) noexcept;

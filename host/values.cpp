@@ -1,11 +1,12 @@
 // Values and arrays of values, as objects.
 #include "host/values.h"
 
+#include "host/reasons.h"
 #include "host/text.h"
 
 #include "kz/result.h"
 
-#include <algorithm>
+#include <list>
 
 namespace {
 
@@ -13,15 +14,6 @@ const KzValueType& knownType(std::string_view name) {
     const KzValueType* type = kzFindType(name);
     if (type == nullptr) throw KZe_INVALIDARG;
     return *type;
-}
-
-// The text of any value, ours or a module's.
-std::string textOf(IKzValue& value) {
-    std::string text;
-    const KzResult code =
-        kzReadText(text, [&](char* buffer, std::uint32_t length) { return value.GetString(buffer, length); });
-    if (kzFailed(code)) throw code;
-    return text;
 }
 
 // What the other value is in terms of `type`. Numbers cross as numbers, so that nothing is lost; the rest as text.
@@ -33,14 +25,55 @@ KzCell converted(IKzUnknown* other, const KzValueType& type) {
     if (type.storage == KZiVALUE_TYPE_INTEGER || type.storage == KZiVALUE_TYPE_FLOAT)
         if (kzSucceeded(held->GetFlt(&number)))
             if (const auto cell = kzCellOf(type, number)) return *cell;
-    const auto cell = kzParseCell(type, textOf(*held.ptr()));
-    if (!cell) throw KZe_INVALIDARG;
+    const std::string text = kzValueText(other);
+    const auto cell = kzParseCell(type, text);
+    if (!cell) throw kzBecause(KZe_INVALIDARG, "Value.Copy", [&] { return kzIsNot(text, type.expects); });
     return *cell;
 }
 
 }  // namespace
 
+KzResult kzGetValueText(IKzUnknown* value, char* buffer, std::uint32_t length) {
+    const KzResult code = CKzUser_Value(value).GetString(buffer, length);
+    if (code != KZe_NOTIMPL) return code;
+    const CKzUser_StringConversion conversion(value);
+    return conversion ? conversion.Encode(buffer, length) : code;
+}
+
+std::string kzValueText(IKzUnknown* value) {
+    std::string text;
+    const auto read = [value](char* buffer, std::uint32_t length) { return kzGetValueText(value, buffer, length); };
+    if (const KzResult code = kzReadText(text, read); kzFailed(code)) throw code;
+    return text;
+}
+
+KzResult kzSetValueText(IKzUnknown* value, const char* text) {
+    const KzResult code = CKzUser_Value(value).SetString(text);
+    if (code != KZe_NOTIMPL) return code;
+    const CKzUser_StringConversion conversion(value);
+    return conversion ? conversion.Decode(text) : code;
+}
+
+KzResult kzCopyValue(IKzUnknown* target, IKzUnknown* source) {
+    const CKzUser_Value to(target), from(source);
+    if (!to || !from) return KZe_INVALIDARG;
+    if (const KzResult code = to.Copy(source); code != KZe_NOTIMPL) return code;
+    return kzSetValueText(target, kzValueText(source).c_str());
+}
+
+int kzCompareValues(IKzUnknown* left, IKzUnknown* right) {
+    std::int32_t order = 0;
+    const KzResult code = CKzUser_Value(left).Compare(right, &order);
+    if (code == KZe_NOTIMPL) return kzValueText(left).compare(kzValueText(right));
+    if (kzFailed(code)) throw code;
+    return order;
+}
+
 CValue::CValue(std::string_view type) : m_type(&knownType(type)), m_cell(kzEmptyCell(*m_type)) {}
+
+KzResult CValue::refuses(const char* place, std::string_view text) const {
+    return kzBecause(KZe_INVALIDARG, place, [&] { return kzIsNot(text, m_type->expects); });
+}
 
 KzResult CValue::val_TypeName(const char** type) {
     *type = m_type->name;
@@ -75,7 +108,7 @@ KzResult CValue::val_GetFlt(double* value) {
 
 KzResult CValue::val_SetFlt(double value) {
     const auto cell = kzCellOf(*m_type, value);
-    if (!cell) return KZe_INVALIDARG;
+    if (!cell) return refuses("Value.SetFlt", std::to_string(value));
     m_cell = *cell;
     return KZe_OK;
 }
@@ -86,7 +119,7 @@ KzResult CValue::val_GetString(char* buffer, std::uint32_t length) {
 
 KzResult CValue::val_SetString(const char* value) {
     const auto cell = kzParseCell(*m_type, kzTextOf(value));
-    if (!cell) return KZe_INVALIDARG;
+    if (!cell) return refuses("Value.SetString", kzTextOf(value));
     m_cell = *cell;
     return KZe_OK;
 }
@@ -98,60 +131,71 @@ KzResult CValue::val_GetIntrinsic(void** memory) {
     return KZe_OK;
 }
 
-CValueArray::CValueArray(std::string_view type) : m_type(&knownType(type)) {}
+CValueArray::CValueArray(std::string_view type)
+    : CValueArray(knownType(type), [&known = knownType(type)](IKzUnknown** value) {
+          return CHostRef<CValue>::make(known, kzEmptyCell(known)).give(value);
+      }) {}
 
-CValue& CValueArray::at(std::uint32_t index) const {
-    if (index >= m_values.size()) throw KZe_OUTOFBOUNDS;
-    return *m_values[index];
+// A served type may be gone before the array is, so nothing of it is kept but its name.
+CValueArray::CValueArray(const KzValueType& type, Make make)
+    : m_typeName(type.name), m_storage(type.storage), m_make(std::move(make)) {}
+
+CValueArray::Element CValueArray::at(std::uint32_t index) const {
+    if (index >= m_values.size())
+        throw kzBecause(KZe_OUTOFBOUNDS, "ValueArray", [&] {
+            return "there is no value " + std::to_string(index) + "; there are " + std::to_string(m_values.size());
+        });
+    return m_values[index];
+}
+
+CValueArray::Element CValueArray::made() const {
+    CKzLoc_Unknown object;
+    if (const KzResult code = m_make(object.out()); kzFailed(code)) throw code;
+    Element element;
+    if (!element.value.set(object.raw())) throw KZe_NOINTERFACE;
+    return element;
+}
+
+template <class Set> KzResult CValueArray::add(const Set& set) {
+    const Element element = made();
+    const KzResult code = set(element.value);
+    if (kzSucceeded(code)) m_values.push_back(element);
+    return code;
 }
 
 KzResult CValueArray::va_Type(std::uint32_t* type) {
-    *type = m_type->storage;
+    *type = m_storage;
     return KZe_OK;
 }
 
 KzResult CValueArray::va_TypeName(const char** type) {
-    *type = m_type->name;
+    *type = m_typeName.c_str();
     return KZe_OK;
-}
-
-KzResult CValueArray::va_GetValue(std::uint32_t index, IKzUnknown** value) {
-    return index < m_values.size() ? m_values[index].give(value) : KZe_OUTOFBOUNDS;
 }
 
 KzResult CValueArray::va_AddInt(std::int32_t value) {
-    const auto cell = kzCellOf(*m_type, value);
-    if (!cell) return KZe_INVALIDARG;
-    add(*cell);
-    return KZe_OK;
+    return add([&](const CKzUser_Value& made) { return made.SetInt(value); });
 }
 
 KzResult CValueArray::va_AddFloat(double value) {
-    const auto cell = kzCellOf(*m_type, value);
-    if (!cell) return KZe_INVALIDARG;
-    add(*cell);
-    return KZe_OK;
+    return add([&](const CKzUser_Value& made) { return made.SetFlt(value); });
 }
 
 KzResult CValueArray::va_AddString(const char* value) {
-    const auto cell = kzParseCell(*m_type, kzTextOf(value));
-    if (!cell) return KZe_INVALIDARG;
-    add(*cell);
-    return KZe_OK;
+    return add([&](const CKzUser_Value& made) { return kzSetValueText(made.raw(), value); });
 }
 
 KzResult CValueArray::va_AddValue(IKzUnknown* value) {
-    add(converted(value, *m_type));
-    return KZe_OK;
+    return add([&](const CKzUser_Value& made) { return kzCopyValue(made.raw(), value); });
 }
 
 KzResult CValueArray::va_AddEmptyValue(IKzUnknown** value) {
-    add(kzEmptyCell(*m_type));
-    return m_values.back().give(value);
+    add([](const CKzUser_Value&) { return KZe_OK; });
+    return m_values.back()->get(value);
 }
 
 KzResult CValueArray::va_Remove(std::uint32_t index) {
-    if (index >= m_values.size()) return KZe_OUTOFBOUNDS;
+    at(index);
     m_values.erase(m_values.begin() + index);
     return KZe_OK;
 }
@@ -162,19 +206,27 @@ KzResult CValueArray::va_Reset() {
 }
 
 KzResult CValueArray::va_Lookup(const char* value, std::uint32_t* index) {
-    const auto wanted = kzParseCell(*m_type, kzTextOf(value));
-    if (!wanted) return KZe_INVALIDARG;
-    const auto found =
-        std::find_if(m_values.begin(), m_values.end(), [&](const auto& held) { return held->cell() == *wanted; });
-    if (found == m_values.end()) return KZe_NOTFOUND;
-    *index = static_cast<std::uint32_t>(found - m_values.begin());
-    return KZe_OK;
+    const Element wanted = made();
+    if (const KzResult code = kzSetValueText(wanted->raw(), value); kzFailed(code)) return code;
+    for (std::uint32_t at = 0; at < m_values.size(); ++at) {
+        const Element held = m_values[at];
+        if (kzCompareValues(held->raw(), wanted->raw()) != 0) continue;
+        *index = at;
+        return KZe_OK;
+    }
+    return kzBecause(KZe_NOTFOUND, "ValueArray.Lookup", [&] {
+        return kzThereIsNo("value", kzTextOf(value), std::deque(m_values),
+                           [](const Element& each) { return kzValueText(each->raw()); });
+    });
 }
 
+// As a list, since the order that a module's values claim to have may contradict itself.
 KzResult CValueArray::va_Sort(std::int32_t descending) {
-    std::stable_sort(m_values.begin(), m_values.end(), [&](const auto& left, const auto& right) {
-        return (descending != 0 ? kzCompareCells(right->cell(), left->cell())
-                                : kzCompareCells(left->cell(), right->cell())) < 0;
+    std::list<Element> sorted(m_values.begin(), m_values.end());
+    sorted.sort([&](const Element& left, const Element& right) {
+        return descending != 0 ? kzCompareValues(right->raw(), left->raw()) < 0
+                               : kzCompareValues(left->raw(), right->raw()) < 0;
     });
+    m_values.assign(sorted.begin(), sorted.end());
     return KZe_OK;
 }

@@ -4,6 +4,7 @@ The sub-server is a class of its own. The host makes an object of it when it ask
 value itself does not have.
 
     kzhost --import-path examples eval "print kz.service.Value().CreateValue('weekday').GetString()"
+    kzhost --import-path examples cmd "user.value market friday type:weekday"
 """
 
 import kz
@@ -43,6 +44,12 @@ class Weekday(kzifc.Value, kzifc.StringConversion, kzifc.StringConversionNice):
         if not 0 <= value < len(DAYS):
             kz.throw(kz.symbol.e_OUTOFBOUNDS, True)
         self.day = value
+
+    def val_Copy(self, other):
+        self.val_SetString(kz.object.Value(other).GetString())
+
+    def val_Compare(self, other):
+        return self.day - kz.object.Value(other).GetInt()
 
     def val_GetString(self):
         return self.str_Encode()

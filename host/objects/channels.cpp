@@ -1,6 +1,7 @@
 // Reading and writing the channels of a scene's items. Nothing is animated here: a value is the same at all times.
 #include "host/objects/scene.h"
 
+#include "host/reasons.h"
 #include "host/text.h"
 #include "host/values.h"
 
@@ -23,7 +24,9 @@ protected:
     // A channel with a value of its own.
     const ChannelInfo& stored(IKzUnknown* item, std::int32_t channel) const {
         const ChannelInfo& info = at(item, channel).info;
-        if (info.type == nullptr) throw KZe_INVALIDARG;
+        if (info.type == nullptr)
+            throw kzBecause(KZe_INVALIDARG, "Channels",
+                            [&] { return "the channel \"" + info.name + "\" is a matrix that is computed"; });
         return info;
     }
     KzResult giveAction(const char** action) const {
@@ -158,7 +161,13 @@ public:
     }
     KzResult channelwrite_EncodedInteger(IKzUnknown* item, std::int32_t channel, const char* text) override;
     KzResult channelwrite_String(IKzUnknown* item, std::int32_t channel, const char* text) override {
-        return put(item, channel, kzParseCell(*stored(item, channel).type, kzTextOf(text)));
+        const ChannelInfo& info = stored(item, channel);
+        const auto cell = kzParseCell(*info.type, kzTextOf(text));
+        if (!cell)
+            return kzBecause(KZe_INVALIDARG, "ChannelWrite.String", [&] {
+                return "the channel \"" + info.name + "\": " + kzIsNot(kzTextOf(text), info.type->expects);
+            });
+        return put(item, channel, cell);
     }
     KzResult channelwrite_StringByName(IKzUnknown* item, const char* name, const char* text) override {
         return channelwrite_String(item, named(item, name), text);
@@ -198,7 +207,8 @@ KzResult CChannelWrite::channelwrite_EncodedInteger(IKzUnknown* item, std::int32
     if (!info.hints) return KZe_INVALIDARG;
     for (const auto* row = info.hints->rows(); row->text != nullptr; ++row)
         if (kzTextOf(text) == row->text) return channelwrite_Integer(item, channel, row->value);
-    return KZe_NOTFOUND;
+    return kzBecause(KZe_NOTFOUND, "ChannelWrite.EncodedInteger",
+                     [&] { return kzIsNot(kzTextOf(text), kzOneOf(info.hints->rows())); });
 }
 
 // All three or none.

@@ -1,12 +1,25 @@
 // Items: names, place in the tree, channels and tags.
 #include "host/objects/scene.h"
 
+#include "host/reasons.h"
 #include "host/text.h"
 
 #include "kz/scene_graph.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
+
+namespace {
+
+std::string rangeOf(const ChannelInfo& info) {
+    if (!info.minimum) return fmt::format("only values up to {}", *info.maximum);
+    if (!info.maximum) return fmt::format("only values from {}", *info.minimum);
+    return fmt::format("only values from {} to {}", *info.minimum, *info.maximum);
+}
+
+}  // namespace
 
 CItem::CItem(CScene& scene, const ItemType& type, std::string ident)
     : m_scene(&scene), m_type(type), m_ident(std::move(ident)) {
@@ -26,7 +39,11 @@ void CItem::leave() {
 }
 
 CHostRef<CMesh>& CItem::mesh() {
-    if (!m_mesh) throw KZe_INVALIDARG;
+    if (!m_mesh)
+        throw kzBecause(KZe_INVALIDARG, "Item", [&] {
+            return fmt::format("\"{}\" is a {} and has no mesh; items of the type mesh have one", baseName(),
+                               m_type.name);
+        });
     return m_mesh;
 }
 
@@ -123,7 +140,10 @@ std::int32_t CItem::item_RootPosition() {
 }
 
 CItem::Channel& CItem::channel(std::int32_t index) {
-    if (index < 0 || static_cast<std::size_t>(index) >= m_channels.size()) throw KZe_OUTOFBOUNDS;
+    if (index < 0 || static_cast<std::size_t>(index) >= m_channels.size())
+        throw kzBecause(KZe_OUTOFBOUNDS, "Item.Channel", [&] {
+            return fmt::format("there is no channel {}; \"{}\" has {}", index, baseName(), m_channels.size());
+        });
     return m_channels[static_cast<std::size_t>(index)];
 }
 
@@ -135,7 +155,10 @@ std::int32_t CItem::findChannel(std::string_view name) const {
 
 std::int32_t CItem::channelIndex(std::string_view name) const {
     const std::int32_t index = findChannel(name);
-    if (index < 0) throw KZe_NOTFOUND;
+    if (index < 0)
+        throw kzBecause(KZe_NOTFOUND, "Item.ChannelLookup", [&] {
+            return kzThereIsNo("channel", name, m_channels, [](const Channel& each) { return each.info.name; });
+        });
     return index;
 }
 
@@ -160,10 +183,14 @@ double CItem::number(const char* channelName) {
 void CItem::write(std::int32_t index, KzCell cell) {
     Channel& target = channel(index);
     const ChannelInfo& info = target.info;
-    if ((info.flags & (KZfCHAN_READONLY | KZfCHAN_LOCKED)) != 0) throw KZe_NOACCESS;
+    const auto refuse = [&](KzResult code, const std::string& why) {
+        return kzBecause(code, "ChannelWrite", [&] { return fmt::format("the channel \"{}\" {}", info.name, why); });
+    };
+    if ((info.flags & (KZfCHAN_READONLY | KZfCHAN_LOCKED)) != 0) throw refuse(KZe_NOACCESS, "cannot be written");
     if (const auto number = kzNumberOf(cell)) {
-        if (!std::isfinite(*number)) throw KZe_INVALIDARG;
-        if (*number < info.minimum.value_or(*number) || *number > info.maximum.value_or(*number)) throw KZe_OUTOFBOUNDS;
+        if (!std::isfinite(*number)) throw refuse(KZe_INVALIDARG, fmt::format("takes no {}", *number));
+        if (*number < info.minimum.value_or(*number) || *number > info.maximum.value_or(*number))
+            throw refuse(KZe_OUTOFBOUNDS, fmt::format("takes no {}, {}", *number, rangeOf(info)));
     }
     scene().touch();
     target.value = std::move(cell);
@@ -194,7 +221,12 @@ KzResult CItem::item_ChannelAdd(const char* name, const char* type, IKzUnknown**
     ChannelInfo info;
     info.name = kzTextOf(name);
     info.type = kzFindType(kzTextOf(type));
-    if (info.name.empty() || info.type == nullptr) return KZe_INVALIDARG;
+    if (info.name.empty()) return KZe_INVALIDARG;
+    if (info.type == nullptr)
+        return kzBecause(KZe_INVALIDARG, "Item.ChannelAdd", [&] {
+            return kzThereIsNo("value type", kzTextOf(type), kzValueTypes(),
+                               [](const auto& each) { return each.name; });
+        });
     info.initial = kzEmptyCell(*info.type);
     addChannel(std::move(info));
     *description = kzMakeAddChannel(self(), name);

@@ -1,6 +1,7 @@
 // Maps of a mesh.
 #include "host/objects/mesh_cursors.h"
 
+#include "host/reasons.h"
 #include "host/text.h"
 
 namespace {
@@ -41,7 +42,10 @@ KzResult kzClearMapValue(CMeshData& data, KzElementId map, MeshMapData::Place pl
 
 KzResult CMeshMap::meshmap_MoveToName(std::int32_t type, const char* name) {
     const MeshMapData* map = data().findMap(type, kzTextOf(name));
-    return map != nullptr ? moveTo(map->id) : KZe_NOTFOUND;
+    if (map != nullptr) return moveTo(map->id);
+    return kzBecause(KZe_NOTFOUND, "MeshMap.MoveToName", [&] {
+        return kzThereIsNo("map", kzTextOf(name), data().maps, [](const MeshMapData& each) { return each.name; });
+    });
 }
 
 KzResult CMeshMap::meshmap_Enumerate(std::int32_t type, IKzUnknown* visitor) {

@@ -62,7 +62,10 @@ public:
             *type = row.type;
             return KZe_OK;
         }
-        return KZe_NOTFOUND;
+        return kzBecause(KZe_NOTFOUND, "Mesh.PolygonTypeLookup", [&] {
+            return kzThereIsNo("polygon type", kzTextOf(name), kzPolygonTypes(),
+                               [](const auto& each) { return each.name; });
+        });
     }
 };
 

@@ -1,17 +1,20 @@
 // Scenes: their items by type, name and identifier.
 #include "host/objects/scene.h"
 
+#include "host/reasons.h"
 #include "host/text.h"
+
+#include <algorithm>
 
 namespace {
 
 // Every action shares the values of the scene; there are no others.
 std::string actionName(const char* action) {
-    const std::string_view wanted = kzTextOf(action);
-    for (const std::string_view known :
-         {"", KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP, KZs_ACTIONLAYER_STATIC})
-        if (wanted == known) return std::string(wanted);
-    throw KZe_NOTFOUND;
+    const std::string wanted(kzTextOf(action));
+    static const std::vector<std::string> known = {KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP,
+                                                   KZs_ACTIONLAYER_STATIC};
+    if (wanted.empty() || std::find(known.begin(), known.end(), wanted) != known.end()) return wanted;
+    throw kzBecause(KZe_NOTFOUND, "Scene.Channels", [&] { return kzThereIsNo("action", wanted, known); });
 }
 
 KzResult handOver(IKzUnknown* made, IKzUnknown** out) {
@@ -113,13 +116,17 @@ KzResult CScene::scene_ItemByIndex(std::int32_t type, std::uint32_t index, IKzUn
 KzResult CScene::scene_ItemLookup(const char* name, IKzUnknown** item) {
     for (const auto& held : m_items)
         if (kzTextOf(name) == uniqueName(*held)) return held.give(item);
-    return KZe_NOTFOUND;
+    return kzBecause(KZe_NOTFOUND, "Scene.ItemLookup", [&] {
+        return kzThereIsNo("item", kzTextOf(name), m_items, [this](const auto& held) { return uniqueName(*held); });
+    });
 }
 
 KzResult CScene::scene_ItemByIdent(const char* ident, IKzUnknown** item) {
     for (const auto& held : m_items)
         if (kzTextOf(ident) == held->ident()) return held.give(item);
-    return KZe_NOTFOUND;
+    return kzBecause(KZe_NOTFOUND, "Scene.ItemByIdent", [&] {
+        return kzThereIsNo("item", kzTextOf(ident), m_items, [](const auto& held) { return held->ident(); });
+    });
 }
 
 KzResult CScene::scene_Channels(const char* action, double time, IKzUnknown** read) {

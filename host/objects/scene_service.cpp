@@ -33,7 +33,10 @@ public:
         enter("Scene.Lookup");
         for (const auto& open : core().scenes)
             if (!open->filename().empty() && open->filename() == kzTextOf(path)) return open.give(scene);
-        return KZe_NOTFOUND;
+        return kzBecause(KZe_NOTFOUND, "Scene.Lookup", [&] {
+            return kzThereIsNo("open scene", kzTextOf(path), core().scenes,
+                               [](const auto& open) { return open->filename(); });
+        });
     }
     KzResult sceneservice_Current(IKzUnknown** scene) override {
         enter("Scene.Current");
@@ -53,7 +56,10 @@ public:
         enter("Scene.ItemTypeLookup");
         const ItemType* known = kzFindItemType(kzTextOf(name));
         *type = known != nullptr ? known->number : KZiITYPE_UNKNOWN;
-        return known != nullptr ? KZe_OK : KZe_NOTFOUND;
+        if (known != nullptr) return KZe_OK;
+        return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeLookup", [&] {
+            return kzThereIsNo("item type", kzTextOf(name), kzItemTypes(), [](const auto& each) { return each.name; });
+        });
     }
     KzResult sceneservice_ItemTypeName(std::int32_t type, const char** name) override {
         enter("Scene.ItemTypeName");

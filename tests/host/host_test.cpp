@@ -7,6 +7,7 @@
 #include "kz/application.h"
 #include "kz/dialog.h"
 #include "kz/file.h"
+#include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/log.h"
 #include "kz/module.h"
@@ -17,6 +18,24 @@
 namespace {
 
 TEST(Services, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
+
+TEST(Services, TakeWhatModulesServeForTheirOwn) {
+    CPluginHost host;
+    host.nothingAlive.isExpected = false;  // what a method in Python returns is never freed
+    host.load().check("host", "served");
+}
+
+TEST_F(HostTest, ReasonsThatAreNotWrittenAreCounted) {
+    const ServiceOf<CKzUser_GUIDService> guids(host().application());
+    const KzGuid* iid = nullptr;
+    for (int attempt = 0; attempt < 1000; ++attempt)
+        EXPECT_EQ(guids->LookupName(("no " + std::to_string(attempt)).c_str(), &iid), KZe_NOTFOUND);
+    host().core().reasons->writeCounts();
+    const auto lines = host().log().lines("objects");
+    ASSERT_LT(lines.size(), 20U);
+    EXPECT_EQ(lines.front().text, "GUID.LookupName: there is no server class \"no 0\"");
+    EXPECT_EQ(lines.back().text, "GUID.LookupName: failed " + std::to_string(1001 - lines.size()) + " more times");
+}
 
 TEST_F(HostTest, MonitorsReportTheirStepsAndEnd) {
     std::string seen;

@@ -180,6 +180,41 @@ TEST_F(KzHostTest, TheTerminalConsoleKeepsItsHistoryThroughCtrlC) {
     EXPECT_EQ(history.find("half"), std::string::npos) << "it was thrown away";
 }
 
+TEST_F(KzHostTest, AnInterpreterInPythonRunsItsScripts) {
+    serve("toy.py", "import kz, kzifc\n"
+                    "class Toy(kzifc.TextScriptInterpreter):\n"
+                    "    def tsi_ValidateHeader(self, header):\n"
+                    "        if not header.startswith('#toy'): kz.throw(kz.symbol.e_SCRIPT_UNKNOWN, True)\n"
+                    "    def tsi_Run(self, script, flags, args, message):\n"
+                    "        text = kz.object.Script(script).Buffer()\n"
+                    "        kz.out('toy', text.split()[-1], args)\n"
+                    "        if 'bad' in text: kz.throw(kz.symbol.e_NOACCESS, True)\n"
+                    "kz.bless(Toy, 'toy', {'loader.dosPattern': '*.toy'})\n"
+                    "class Broken(Toy):\n"
+                    "    def __init__(self): raise ValueError('never')\n"
+                    "kz.bless(Broken, 'broken', {'loader.dosPattern': '*.*'})\n");
+    const std::string good = write("good.toy", "play"), bad = write("bad.toy", "bad"),
+                      named = write("named", "#toy me");
+    expect(run({"cmd", "@" + good + " a"}), 0, "", {"toy play a"});
+    expect(run({"run", good, "a"}), 0, "", {"toy play a"});
+    expect(run({"run", named}), 0, "", {"toy me"});
+    expect(run({"run", bad}), 1, "", {"toy bad", "bad.toy: 0x80000009 NOACCESS: access is denied"});
+    expect(run({"run", write("un.known", "x")}), 2, "",
+           {"no interpreter takes this script", "\"broken\" cannot be made"});
+}
+
+TEST_F(KzHostTest, ASaverThatRefusesIsTold) {
+    serve("strict.py", "import kz, kzifc\n"
+                       "class Strict(kzifc.Saver):\n"
+                       "    def sav_Verify(self, source, message): kz.throw(kz.symbol.e_NOACCESS, True)\n"
+                       "    def sav_Save(self, source, path, monitor): pass\n"
+                       "kz.bless(Strict, 'strict', {'saver.dosType': 'STR'})\n"
+                       "kz.service.Image().Save(kz.service.Image().Create(1, 1, kz.symbol.iIMG_FORMAT_GREY, 0),"
+                       " 'FOLDER/a.png', None, None)\n");
+    expect(run({"convert", path("a.png"), path("a.str")}), 1, "",
+           {"the saver \"strict\" refuses the image: access is denied", "a.str: access is denied (NOACCESS)"});
+}
+
 TEST_F(KzHostTest, ThePlainSignalStillEndsIt) {
     const std::string script = write("script.py", "import time\nprint 'ready'\ntime.sleep(60)\n");
     const pid_t child = start({"run", script});

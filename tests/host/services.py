@@ -55,16 +55,6 @@ def check_every_type_reads_its_own_text_and_keeps_the_bounds_of_its_arrays():
     fails('NOTFOUND', (commands.CreateQueryObject, 'nothing'))
 
 
-def check_arrays_sort_and_find():
-    array = values.CreateValueArray('integer')
-    for value in (3, 1, 2):
-        array.AddInt(value)
-    fails('INVALIDARG', (array.AddString, 'four'), (array.AddFloat, 1e300))
-    array.Sort(1)
-    equal(array.Lookup('1'), 2)
-    fails('NOTFOUND', (array.Lookup, '8'))
-
-
 def check_hints_name_integers():
     hints = {0: 'none', 1: 'linear', 7: 'smooth'}
     equal((values.TextHintEncode(7, hints), kz.lastResult()), ('smooth', kz.result.OK))
@@ -72,15 +62,6 @@ def check_hints_name_integers():
     for word, code, value in (('linear', 'OK', 1), ('Linear', 'OK_INEXACT_MATCH', 1), ('7', 'OK_INEXACT_MATCH', 7)):
         equal((word, values.TextHintDecode(word, hints), kz.lastResult()), (word, value, getattr(kz.result, code)))
     fails('NOTFOUND', *[(values.TextHintDecode, word, hints) for word in ('5', 'lin', '')])
-
-
-def check_values_convert_without_losing_anything():
-    number, text = values.CreateValue('float'), values.CreateValue('string')
-    number.SetFlt(0.1 + 0.2)
-    values.Convert(number, text)
-    values.Convert(text, number)
-    equal(number.GetFlt(), 0.1 + 0.2)
-    fails('INVALIDARG', (values.Convert, None, text), (number.SetString, 'no number'))
 
 
 MESSAGES = [

@@ -1,12 +1,25 @@
 // The host's objects, used by the scripts beside this file, and what only other modules can ask of them.
+#include "tests/sdk/described.h"
 #include "tests/support/host_test.h"
 
+#include "host/text.h"
+
 #include "kz/channel.h"
+#include "kz/command.h"
+#include "kz/dialog.h"
 #include "kz/image.h"
 #include "kz/item.h"
+#include "kz/log.h"
 #include "kz/mesh.h"
+#include "kz/message.h"
 #include "kz/result.h"
 #include "kz/scene.h"
+#include "kz/thread.h"
+#include "kz/value.h"
+
+#include <deque>
+#include <map>
+#include <set>
 
 namespace {
 
@@ -16,22 +29,113 @@ TEST_P(Objects, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects
 
 INSTANTIATE_TEST_SUITE_P(, Objects, testing::Values("image", "kzu_objects", "mesh", "scene"));
 
-// A script cannot pass them.
-TEST_F(HostTest, NullVectorsAndMatricesAreRefused) {
-    const ServiceOf<CKzUser_SceneService> scenes(host().application());
-    CKzLoc_Unknown scene, item, write, mesh, image;
-    std::int32_t type = 0;
-    ASSERT_EQ(scenes->Create("test", scene.out()), KZe_OK);
-    ASSERT_EQ(scenes->ItemTypeLookup("locator", &type), KZe_OK);
-    ASSERT_EQ(CKzUser_Scene(scene.raw()).ItemAdd(type, item.out()), KZe_OK);
-    ASSERT_EQ(CKzUser_Scene(scene.raw()).WriteChannels(nullptr, 0, write.out()), KZe_OK);
-    ASSERT_EQ(ServiceOf<CKzUser_MeshService>(host().application())->Create(mesh.out()), KZe_OK);
-    ASSERT_EQ(ServiceOf<CKzUser_ImageService>(host().application())->Create(1, 1, KZiIMG_FORMAT_GREY, 0, image.out()),
-              KZe_OK);
-    EXPECT_EQ(scenes->SetLocatorPosition(item.raw(), nullptr, 0, nullptr), KZe_INVALIDARG);
-    EXPECT_EQ(CKzUser_ChannelWrite(write.raw()).Vector(item.raw(), INT32_MAX, nullptr), KZe_INVALIDARG);
-    EXPECT_EQ(CKzUser_Mesh(mesh.raw()).MergeWithTransform(mesh.raw(), nullptr, 0), KZe_INVALIDARG);
-    EXPECT_EQ(CKzUser_ImageWrite(image.raw()).Fill(nullptr, 1), KZe_INVALIDARG);
+// Everything that the host hands out, and its services, by name.
+class HostObjects {
+public:
+    explicit HostObjects(CKzHost& host) {
+        IKzUnknown* application = host.application();
+        for (const std::string& name : host.core().serviceNames())
+            *add(name + " service") = host.core().makeService(*host.core().serviceByName(name));
+        const ServiceOf<CKzUser_CommandService> commands(application);
+        const ServiceOf<CKzUser_LogService> log(application);
+        const ServiceOf<CKzUser_SceneService> scenes(application);
+        const ServiceOf<CKzUser_StdDialogService> dialogs(application);
+        const ServiceOf<CKzUser_ValueService> values(application);
+        std::int32_t type = 0;
+        scenes->ItemTypeLookup("mesh", &type);
+        scenes->Create("test", add("scene"));
+        const CKzUser_Scene scene(last());
+        scene.Channels(nullptr, 0, add("channel reader"));
+        scene.WriteChannels(nullptr, 0, add("channel writer"));
+        scene.ItemAdd(type, add("item"));
+        const CKzUser_Item item(last());
+        item.ChannelByIndex(0, add("item channel"));
+        item.ChannelAdd("own", "float", add("new channel"));
+        ServiceOf<CKzUser_MeshService>(application)->Create(add("mesh"));
+        const CKzUser_Mesh mesh(last());
+        mesh.Points(add("point"));
+        mesh.Polygons(add("polygon"));
+        mesh.Edges(add("edge"));
+        mesh.Maps(add("map"));
+        ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_GREY, 0, add("image"));
+        values->CreateValue("float", add("value"));
+        values->CreateValueArray("float", add("values"));
+        values->ScriptQuery(add("query"));
+        ServiceOf<CKzUser_MessageService>(application)->Allocate(add("message"));
+        commands->Spawn(0, "user.value", add("command"));
+        log->SubSystemLookup("test", add("log"));
+        log->CreateEntry(KZe_INFO, "test", add("log entry"));
+        dialogs->MonitorAllocate("test", add("monitor"));
+        ServiceOf<CKzUser_ThreadService>(application)->CreateGroup(add("thread group"));
+        ServiceOf<CKzUser_ThreadService>(application)->CreateMutex(add("mutex"));
+    }
+
+    // Calls `use` for each interface of each object that the description knows.
+    template <class Use> void each(const Use& use) {
+        for (auto& [name, object] : m_objects)
+            for (const kzgen::Interface* ifc : kzgen::describedInterfaces()) {
+                void* found = nullptr;
+                const auto iid = kzGuidOfText(ifc->guid.text);
+                if (kzFailed(object.raw()->QueryInterface(&*iid, &found))) continue;
+                use(name, *ifc, static_cast<IKzUnknown*>(found));
+                static_cast<IKzUnknown*>(found)->Release();
+            }
+    }
+
+private:
+    IKzUnknown** add(const std::string& name) {
+        Named& named = m_objects.emplace_back();
+        named.name = name;
+        return named.object.out();
+    }
+    IKzUnknown* last() { return m_objects.back().object.raw(); }
+
+    struct Named {
+        std::string name;
+        CKzLoc_Unknown object;
+    };
+    std::deque<Named> m_objects;
+};
+
+// Calls an operation with zeros and nulls only. However many it takes, more of them do no harm.
+KzResult callWithNulls(IKzUnknown* object, std::size_t method) {
+    constexpr std::size_t unknownMethods = 3;
+    using Operation = KzResult (*)(IKzUnknown*, void*, void*, void*, void*, void*, void*, void*, void*);
+    void** operations = *reinterpret_cast<void***>(object);
+    const auto operation = reinterpret_cast<Operation>(operations[unknownMethods + method]);
+    return operation(object, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+}
+
+bool isRequiredInput(const kzgen::Parameter& parameter) {
+    using kzgen::Kind;
+    static const std::set<Kind> kinds = {Kind::Object, Kind::Guid, Kind::Vector3, Kind::FVector3, Kind::Matrix4};
+    return !parameter.output && kinds.contains(parameter.type.kind);
+}
+
+// Scripts pass no null places; other modules do.
+TEST_F(HostTest, NullIsRefusedByEveryOperationThatNeedsMore) {
+    const std::set<std::string> mayBeNull = {"Command.Enable", "Command.ExecuteString", "Item.SetParent",
+                                             "Listener.FirePort", "ScriptSys.RunText"};
+    std::map<std::string, std::string> wrong;
+    std::size_t checked = 0;
+    HostObjects(host()).each([&](const std::string& name, const kzgen::Interface& ifc, IKzUnknown* object) {
+        for (std::size_t i = 0; i < ifc.methods.size(); ++i) {
+            const kzgen::Method& method = ifc.methods[i];
+            const std::string title = ifc.name + "." + method.name;
+            const bool needsPlace = !method.outputs().empty() && method.inert == kzgen::Inert::No;
+            const bool needsInput =
+                std::any_of(method.parameters.begin(), method.parameters.end(), isRequiredInput);
+            if (!needsPlace && !needsInput) continue;
+            const KzResult code = callWithNulls(object, i);
+            if (method.returns.kind != kzgen::Kind::Result) continue;
+            ++checked;
+            const bool isFine =
+                code == KZe_INVALIDARG || (!needsPlace && (code == KZe_NOTIMPL || mayBeNull.contains(title)));
+            if (!isFine) wrong[title] = kzCodeName(code) + " of " + name;
+        }
+    });
+    for (const auto& [title, code] : wrong) ADD_FAILURE() << title << ": " << code;
+    EXPECT_GT(checked, 300U);
 }
 
 }  // namespace

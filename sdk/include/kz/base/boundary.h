@@ -9,6 +9,11 @@
 // FAILED. Call it only inside a catch block.
 KzResult kzCodeOfException() noexcept;
 
+// Throws INVALIDARG when a caller has passed null as the place for one of its outputs.
+template <class... Places> void kzNeedPlaces(Places*... places) {
+    if (((places == nullptr) || ...)) throw kzInvalidArgument;
+}
+
 // Runs a result operation of an interface: a thrown code is its result.
 template <class Operation> KzResult kzBoundary(Operation&& operation) noexcept {
     try {

@@ -1,0 +1,54 @@
+// Why an operation of the host's own objects fails. The caller gets a code; the log gets one line that says what was
+// asked and what there is: "Item.ChannelLookup: there is no channel "X"; there are pos.X, pos.Y, ...".
+#pragma once
+
+#include "kz/base/types.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class CLogStore;
+
+// The reasons that one host has told. A script that probes in a loop must not fill the log, so each reason is written
+// once, a place writes a few different ones, and the others are counted until the host ends.
+class CReasonBook {
+public:
+    // A book for that log. The latest one that is still held hears of failures.
+    static std::shared_ptr<CReasonBook> open(std::shared_ptr<CLogStore> log);
+
+    void tell(const char* place, const std::function<std::string()>& reason);
+    // Writes how often places failed without a line, and begins anew.
+    void writeCounts();
+
+private:
+    explicit CReasonBook(std::shared_ptr<CLogStore> log) : m_log(std::move(log)) {}
+
+    struct Place {
+        std::vector<std::string> told;
+        std::uint64_t failures = 0;
+    };
+    std::shared_ptr<CLogStore> m_log;
+    std::mutex m_lock;
+    std::map<std::string, Place, std::less<>> m_places;
+};
+
+// Tells the reason in the log of the running host and returns the code, to be returned or thrown. `place` names the
+// operation and is a literal; the reason is asked for only where it is written.
+KzResult kzBecause(KzResult code, const char* place, const std::function<std::string()>& reason) noexcept;
+
+// "there is no channel "X"; there are A, B, C, ... (20 in all)"
+std::string kzThereIsNo(std::string_view kind, std::string_view name, const std::vector<std::string>& known);
+// As above, for anything with names: `nameOf` is called with each element.
+template <class Range, class NameOf>
+std::string kzThereIsNo(std::string_view kind, std::string_view name, const Range& range, const NameOf& nameOf) {
+    std::vector<std::string> known;
+    for (const auto& each : range) known.emplace_back(nameOf(each));
+    return kzThereIsNo(kind, name, known);
+}
+// ""twelve" is not an integer, as 12 or -3"
+std::string kzIsNot(std::string_view text, std::string_view expected);
