@@ -123,7 +123,7 @@ KzResult CFileService::fileservice_FileSystemPath(const char* name, const char**
     enter("File.FileSystemPath");
     const std::string place = placeOf(kzTextOf(name));
     if (place.empty()) return KZe_NOTFOUND;
-    *path = keep(place);
+    *path = lend(place);
     return KZe_OK;
 }
 
