@@ -72,7 +72,7 @@ KzResult CApplication::applicationservice_Property(const char* name, const char*
     enter("Application.Property");
     const auto found = core().properties.get(std::string(kzTextOf(name)));
     if (!found) return KZe_NOTFOUND;
-    *value = keep(*found);
+    *value = lend(*found);
     return KZe_OK;
 }
 

@@ -32,7 +32,10 @@ public:
     }
     KzResult commandservice_CommandByIndex(std::uint32_t index, const char** name) override {
         enter("Command.CommandByIndex");
-        return giveAt(m_center.names(), index, name);
+        const std::vector<std::string> names = m_center.names();
+        if (index >= names.size()) return KZe_OUTOFBOUNDS;
+        *name = keep(names[index]);
+        return KZe_OK;
     }
     KzResult commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) override;
     KzResult commandservice_SpawnFromString(const char* args, std::uint32_t* flags, std::int32_t* queryIndex,
@@ -82,20 +85,18 @@ public:
     }
     KzResult commandservice_HistoryCount(std::uint32_t* count) override {
         enter("Command.HistoryCount");
-        *count = static_cast<std::uint32_t>(core().commands.history().size());
+        *count = core().commands.historyCount();
         return KZe_OK;
     }
     KzResult commandservice_HistoryByIndex(std::uint32_t index, const char** text) override {
         enter("Command.HistoryByIndex");
-        return giveAt(core().commands.history(), index, text);
+        auto found = core().commands.historyAt(index);
+        if (!found) return KZe_OUTOFBOUNDS;
+        *text = lend(std::move(*found));
+        return KZe_OK;
     }
 
 private:
-    KzResult giveAt(const std::vector<std::string>& texts, std::uint32_t index, const char** text) const {
-        if (index >= texts.size()) return KZe_OUTOFBOUNDS;
-        *text = keep(texts[index]);
-        return KZe_OK;
-    }
     // A string that is wrong is told about in the log, once, where it is parsed.
     template <class Action> KzResult told(const std::string& name, Action&& action) const {
         try {
@@ -170,7 +171,7 @@ KzResult CCommandService::commandservice_ProcessStringFlags(std::uint32_t flags,
     const MarkedCommand marked = kzStripMarks(flags, kzTextOf(text));
     if (marked.rest.empty()) return KZe_CMD_BAD_DEFINITION;
     *newFlags = marked.flags;
-    *rest = keep(marked.rest);
+    *rest = text + (kzTextOf(text).size() - marked.rest.size());  // the end of the caller's own text
     return KZe_OK;
 }
 
@@ -267,7 +268,7 @@ KzResult CCommandService::commandservice_AliasLookup(const char* alias, const ch
     enter("Command.AliasLookup");
     const auto known = core().commands.alias(std::string(kzTextOf(alias)));
     if (!known) return KZe_CMD_NOT_ALIASED;
-    *definition = keep(*known);
+    *definition = lend(*known);
     return KZe_OK;
 }
 

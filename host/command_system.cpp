@@ -3,7 +3,8 @@
 
 namespace {
 constexpr std::size_t longestHistory = 1000;
-}
+constexpr std::size_t mostHistoryBytes = 16U << 20U;
+}  // namespace
 
 std::uint32_t CCommandSystem::tagOf(const std::string& name) {
     const std::lock_guard lock(m_lock);
@@ -43,7 +44,21 @@ std::vector<std::string> CCommandSystem::aliases() const {
 void CCommandSystem::remember(const std::string& text) {
     const std::lock_guard lock(m_lock);
     m_history.push_back(text);
-    if (m_history.size() > longestHistory) m_history.pop_front();
+    m_historyBytes += text.size();
+    while (m_history.size() > longestHistory || (m_historyBytes > mostHistoryBytes && m_history.size() > 1)) {
+        m_historyBytes -= m_history.front().size();
+        m_history.pop_front();
+    }
+}
+
+std::uint32_t CCommandSystem::historyCount() const {
+    const std::lock_guard lock(m_lock);
+    return static_cast<std::uint32_t>(m_history.size());
+}
+
+std::optional<std::string> CCommandSystem::historyAt(std::uint32_t index) const {
+    const std::lock_guard lock(m_lock);
+    return index < m_history.size() ? std::optional(m_history[index]) : std::nullopt;
 }
 
 std::vector<std::string> CCommandSystem::history() const {

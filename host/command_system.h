@@ -23,7 +23,10 @@ public:
     std::vector<std::string> aliases() const;
 
     void remember(const std::string& text);
+    // The newest commands, oldest first: at most 1000 of them and 16 MiB of text. The newest is there whatever its size.
     std::vector<std::string> history() const;
+    std::uint32_t historyCount() const;
+    std::optional<std::string> historyAt(std::uint32_t index) const;
 
     std::uint32_t depth() const;
     std::uint32_t flags() const;  // of the innermost running command
@@ -45,5 +48,6 @@ private:
     std::map<std::string, std::uint32_t> m_tags;
     std::map<std::string, std::string> m_aliases;
     std::deque<std::string> m_history;
+    std::size_t m_historyBytes = 0;
     std::vector<std::uint32_t> m_running;
 };

@@ -19,6 +19,7 @@
 #include "kz/value.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 
@@ -69,6 +70,14 @@ CHostCore::CHostCore() {
             else listener.Cleared(subsystem.raw());
         });
     });
+}
+
+const char* CHostService::lend(std::string text) {
+    thread_local std::array<std::string, 8> lent;
+    thread_local std::size_t next = 0;
+    std::string& place = lent[next++ % lent.size()];
+    place = std::move(text);
+    return place.c_str();
 }
 
 CHostCore::~CHostCore() = default;

@@ -101,8 +101,11 @@ protected:
     CHostCore& core() const noexcept { return *m_core; }
     const std::shared_ptr<CHostCore>& sharedCore() const noexcept { return m_core; }
     void enter(const char* operation) const { m_core->calls.enter(operation); }
-    // A text for a caller who keeps the pointer.
+    // A text for a caller who keeps the pointer: a name, of which there are only so many. It stays for ever.
     const char* keep(std::string_view text) const { return m_core->texts.keep(text); }
+    // A text for a caller who copies it soon: each thread's last few stay, so that what is kept does not grow with what
+    // is asked.
+    static const char* lend(std::string text);
     // The local path of a file, which must be named and need not exist; throws INVALIDARG or NOTFOUND.
     std::string place(const char* path) const;
 

@@ -127,7 +127,7 @@ KzResult CFileService::fileservice_FileSystemPath(const char* name, const char**
             return kzThereIsNo("place", kzTextOf(name),
                                {KZs_FILE_EXENAME, KZs_FILE_PROGRAM, KZs_FILE_TEMP, KZs_FILE_USER, "documents"});
         });
-    *path = keep(place);
+    *path = lend(place);
     return KZe_OK;
 }
 

@@ -2,7 +2,6 @@
 #include "host/line_session.h"
 
 #include "host/interrupt.h"
-#include "host/open_text.h"
 #include "host/values.h"
 
 #include "kz/result.h"
@@ -80,51 +79,91 @@ int CLineSession::open() {
     return m_interpreter ? exitOk : exitNoInterpreter;
 }
 
-std::string CLineSession::prompt() {
+std::string CLineSession::promptFor(bool continued) {
     const char* text = nullptr;
-    const std::int32_t continued = !m_pending && !m_open.empty() ? 1 : 0;
-    return kzSucceeded(m_interpreter.Prompt(continued, &text)) && text != nullptr ? text : "> ";
+    return kzSucceeded(m_interpreter.Prompt(continued ? 1 : 0, &text)) && text != nullptr ? text : "> ";
+}
+
+std::string CLineSession::prompt() { return promptFor(!m_pending && !m_open.empty()); }
+
+// The interpreter compiles all of an unfinished statement again with each line that it is given. It is given little by
+// little while the statement is short, as somebody types it, and then only when there is as much again, so that a paste of
+// any length costs in proportion to it.
+bool CLineSession::isDue(std::size_t size) const {
+    constexpr std::size_t shortText = 1000;
+    return size < shortText || size >= 2 * m_passedSize;
 }
 
 int CLineSession::execute(const std::string& line) {
-    m_open += line;
-    if (isStillOpen()) {
-        m_open += '\n';
-        return exitOk;
-    }
-    return pass(std::exchange(m_open, {}));
+    if (!isContinued()) m_passedSize = 0;
+    m_open.add(line);
+    if (m_open.isOpen()) return tryOpen();
+    if (!m_pending) return passOpen();
+    const bool endsBlock = m_open.text().empty();
+    moveToBlock();
+    return endsBlock ? endBlock() : passBlock();
 }
 
 // The interpreter takes a line of the program at a time, so one that is typed as several is put together first: to the
-// interpreter an open string that goes on in the next line would be the same as a block that does. It is asked all the
-// same, where it has no block to lose, because text that can no longer become right is better told at once.
-bool CLineSession::isStillOpen() {
-    if (!kzIsOpen(m_open)) return false;
-    if (m_pending) return true;
-    const auto silent = CHostRef<CLineExecution>::make(false);
-    const bool fails = kzFailed(m_interpreter.Execute(m_open.c_str(), silent.raw()));
-    m_interpreter.Reset();
-    return !fails;
+// interpreter an open string that goes on in the next line would be the same as a block that does. It is shown what is open
+// all the same, because text that can no longer become right is better told at once. Not so after a backslash, where what
+// stands before it may be whole and would run, nor inside a block, which would be lost.
+int CLineSession::tryOpen() {
+    if (m_pending || !m_open.isInside() || m_open.endsInBackslash() || !isDue(m_open.text().size())) return exitOk;
+    m_passedSize = m_open.text().size();
+    const int status = pass(m_open.text());
+    if (m_pending) m_interpreter.Reset();
+    else m_open.clear();
+    m_pending = false;
+    return status;
+}
+
+int CLineSession::passOpen() {
+    const std::string text = m_open.text();
+    m_open.clear();
+    m_passedSize = text.size();
+    return pass(text);
+}
+
+void CLineSession::moveToBlock() {
+    if (!m_block.empty() && !m_open.text().empty()) m_block += '\n';
+    m_block += m_open.text();
+    m_open.clear();
+}
+
+int CLineSession::passBlock() {
+    if (!isDue(m_passedSize + m_block.size())) return exitOk;
+    m_passedSize += m_block.size();
+    return pass(std::exchange(m_block, {}));
+}
+
+// The interpreter ends a block with an empty line, unless it has already found it wrong.
+int CLineSession::endBlock() {
+    if (!m_block.empty())
+        if (const int status = pass(std::exchange(m_block, {})); !m_pending) return status;
+    return pass("");
 }
 
 int CLineSession::pass(const std::string& text) {
     const auto execution = CHostRef<CLineExecution>::make(true);
     CInterruptScope::takeInterrupt();
     const KzResult code = m_interpreter.Execute(text.c_str(), execution.raw());
-    m_pending = prompt().starts_with("..");
+    m_pending = promptFor(false).starts_with("..");
     if (kzSucceeded(code)) return exitOk;
     m_failed = true;
     return execution->interrupted() ? exitInterrupted : exitFailed;
 }
 
 void CLineSession::finish() {
-    if (!m_open.empty()) pass(std::exchange(m_open, {}));
-    if (m_pending) pass("");
+    if (m_pending) moveToBlock();
+    else if (!m_open.empty()) passOpen();
+    if (m_pending) endBlock();
 }
 
 void CLineSession::reset() {
     m_interpreter.Reset();
     m_open.clear();
+    m_block.clear();
     m_pending = false;
 }
 

@@ -1,6 +1,7 @@
 // A conversation with a line interpreter: lines in, results and messages out.
 #pragma once
 
+#include "host/open_text.h"
 #include "host/program.h"
 
 #include "kz/script.h"
@@ -26,12 +27,20 @@ public:
     std::optional<std::vector<std::string>> ask(const std::string& line);
 
 private:
+    std::string promptFor(bool continued);
+    bool isDue(std::size_t size) const;
+    int tryOpen();
+    int passOpen();
+    void moveToBlock();
+    int passBlock();
+    int endBlock();
     int pass(const std::string& text);
-    bool isStillOpen();
 
     CProgram& m_program;
     CKzUser_LineInterpreter m_interpreter;
-    std::string m_open;      // lines of one that goes on, not yet given to the interpreter
-    bool m_pending = false;  // the interpreter has the beginning of a statement
+    COpenText m_open;              // lines that belong together, not yet given to the interpreter
+    std::string m_block;           // whole lines of the statement that the interpreter has the beginning of
+    std::size_t m_passedSize = 0;  // of the statement, as far as the interpreter has seen it
+    bool m_pending = false;        // the interpreter has the beginning of a statement
     bool m_failed = false;
 };

@@ -5,6 +5,9 @@
 
 #include "kz/result.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 constexpr const char* classes[] = {KZa_SESSIONLISTENER, KZa_CMDSYSLISTENER, KZa_LOGLISTENER};
@@ -21,27 +24,25 @@ void attach(CHostCore& core, const KzServer& server) {
         core.log->write("servers", code, "the listener \"" + server.name + "\" cannot listen: " + kzCodeName(code));
 }
 
-std::set<std::string> commandNames(const CHostCore& core) {
-    std::set<std::string> names;
-    for (const KzServer& server : core.modules.servers(KZa_COMMAND)) names.insert(server.name);
-    return names;
+void attachIfNew(CHostCore& core, const KzServer& server) {
+    const bool listens = std::any_of(std::begin(classes), std::end(classes),
+                                     [&](const char* className) { return server.className == className; });
+    if (listens && core.listeners.expects(server.className + ":" + server.name)) attach(core, server);
 }
 
 }  // namespace
 
 KzResult kzUpdateModule(CHostCore& core, const std::string& name) {
-    const std::set<std::string> former = commandNames(core);
-    if (const KzResult code = core.modules.update(name); kzFailed(code)) return code;
-    kzAttachListenerServers(core);
-    for (const std::string& each : commandNames(core))
-        if (!former.contains(each))
-            core.listeners.commands([&](IKzCmdSysListener& listener) { listener.CommandAdded(each.c_str()); });
+    std::vector<KzServer> added;
+    if (const KzResult code = core.modules.update(name, added); kzFailed(code)) return code;
+    for (const KzServer& server : added) attachIfNew(core, server);
+    for (const KzServer& server : added)
+        if (server.className == KZa_COMMAND)
+            core.listeners.commands([&](IKzCmdSysListener& each) { each.CommandAdded(server.name.c_str()); });
     core.listeners.moduleUpdated(name.c_str());
     return KZe_OK;
 }
 
 void kzAttachListenerServers(CHostCore& core) {
-    for (const char* className : classes)
-        for (const KzServer& server : core.modules.servers(className))
-            if (core.listeners.expects(server.className + ":" + server.name)) attach(core, server);
+    for (const KzServer& server : core.modules.servers()) attachIfNew(core, server);
 }

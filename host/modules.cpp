@@ -28,6 +28,8 @@ KzTags readTags(IKzUnknown* object) {
     return tags;
 }
 
+bool isSame(const KzServer& one, const KzServer& other) { return one.name == other.name && one.iid == other.iid; }
+
 }  // namespace
 
 CLibrary::~CLibrary() {
@@ -102,12 +104,10 @@ KzResult CModuleTable::adopt(const std::string& name, const std::string& path, I
     return KZe_OK;
 }
 
-// Asks the module first and takes its answers in afterwards: it may call back while it is asked.
-void CModuleTable::read(Source& source) {
+std::vector<KzServer> CModuleTable::describe(const Source& source, std::uint32_t from, std::uint32_t to) {
     std::vector<KzServer> found;
     const CKzUser_TagDescription description(source.module.raw());
-    const std::uint32_t count = description.Count();
-    for (std::uint32_t index = 0; index < count; ++index) {
+    for (std::uint32_t index = from; index < to; ++index) {
         KzTagRecord record{};
         if (kzFailed(description.Describe(index, &record)) || ownText(record.type) != "server" ||
             record.info == nullptr)
@@ -120,8 +120,44 @@ void CModuleTable::read(Source& source) {
         server.module.copy(source.module);
         found.push_back(server);
     }
+    return found;
+}
+
+// Asks the module first and takes its answers in afterwards: it may call back while it is asked.
+void CModuleTable::read(Source& source) const {
+    const std::uint32_t count = CKzUser_TagDescription(source.module.raw()).Count();
+    std::vector<KzServer> found = describe(source, 0, count);
     const std::lock_guard lock(m_lock);
     source.servers = std::move(found);
+    source.records = count;
+    source.isStale = false;
+}
+
+// False when the list has not simply grown.
+bool CModuleTable::readEnd(Source& source, std::vector<KzServer>& added) {
+    const std::uint32_t count = CKzUser_TagDescription(source.module.raw()).Count();
+    const std::uint32_t former = source.records;
+    if (former == 0 || count <= former) return false;
+    const std::vector<KzServer> found = describe(source, former - 1, count);
+    const std::lock_guard lock(m_lock);
+    const bool hasGrown = source.records == former && !found.empty() && !source.servers.empty() &&
+                          isSame(found.front(), source.servers.back());
+    if (!hasGrown) return false;
+    source.servers.insert(source.servers.end(), found.begin() + 1, found.end());
+    source.records = count;
+    source.isStale = true;
+    added.insert(added.end(), found.begin() + 1, found.end());
+    return true;
+}
+
+void CModuleTable::refresh() const {
+    std::vector<std::shared_ptr<Source>> stale;
+    {
+        const std::lock_guard lock(m_lock);
+        std::copy_if(m_sources.begin(), m_sources.end(), std::back_inserter(stale),
+                     [](const auto& source) { return source->isStale; });
+    }
+    for (const auto& source : stale) read(*source);
 }
 
 // A module may offer module servers: sources of further servers, which change while it runs.
@@ -141,14 +177,23 @@ void CModuleTable::readInner(const Source& outer) {
     }
 }
 
-KzResult CModuleTable::update(std::string_view name) {
+KzResult CModuleTable::update(std::string_view name, std::vector<KzServer>& added) {
     std::vector<std::shared_ptr<Source>> wanted;
     {
         const std::lock_guard lock(m_lock);
         for (const auto& source : m_sources)
             if (source->name == name) wanted.push_back(source);
     }
-    for (const auto& source : wanted) read(*source);
+    for (const auto& source : wanted) {
+        if (readEnd(*source, added)) continue;
+        const std::vector<KzServer> former = source->servers;
+        read(*source);
+        const auto isNew = [&](const KzServer& server) {
+            return std::none_of(former.begin(), former.end(),
+                                [&](const KzServer& each) { return isSame(each, server); });
+        };
+        std::copy_if(source->servers.begin(), source->servers.end(), std::back_inserter(added), isNew);
+    }
     return wanted.empty() ? KZe_NOTFOUND : KZe_OK;
 }
 
@@ -185,6 +230,7 @@ void CModuleTable::clear() {
 }
 
 std::vector<KzServer> CModuleTable::servers(std::string_view className) const {
+    refresh();
     const std::lock_guard lock(m_lock);
     std::vector<KzServer> found;
     for (const auto& source : m_sources)
@@ -194,6 +240,7 @@ std::vector<KzServer> CModuleTable::servers(std::string_view className) const {
 }
 
 std::optional<KzServer> CModuleTable::find(std::string_view className, std::string_view name) const {
+    refresh();
     const std::lock_guard lock(m_lock);
     for (const auto& source : m_sources)
         for (const KzServer& server : source->servers)

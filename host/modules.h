@@ -53,8 +53,10 @@ public:
     bool load(const std::string& path, IKzUnknown* application, std::string& why);
     // Takes in a module object: gives it the application, reads its servers.
     KzResult adopt(const std::string& name, const std::string& path, IKzUnknown* object, IKzUnknown* application);
-    // Reads the servers of that module again; NOTFOUND when there is none of that name.
-    KzResult update(std::string_view name);
+    // Takes in how the servers of that module have changed, and adds those that are new to `added`; NOTFOUND when there is
+    // no module of that name. A list that has grown is read from its former end, so that a module may announce its servers
+    // one by one; all of it is read again when it is next asked for.
+    KzResult update(std::string_view name, std::vector<KzServer>& added);
     bool remove(std::string_view pathOrName);
     // Gives up everything, each module's own object last.
     void clear();
@@ -79,9 +81,14 @@ private:
         CKzUser_Module module;
         bool isInner = false;
         std::vector<KzServer> servers;
+        std::uint32_t records = 0;  // how long the module's list was when it was read
+        bool isStale = false;       // only the end of the list has been read since it changed
     };
 
-    void read(Source& source);
+    static std::vector<KzServer> describe(const Source& source, std::uint32_t from, std::uint32_t to);
+    void read(Source& source) const;
+    bool readEnd(Source& source, std::vector<KzServer>& added);
+    void refresh() const;
     void readInner(const Source& outer);
 
     mutable std::recursive_mutex m_lock;

@@ -3,54 +3,43 @@
 
 namespace {
 
-class CReader {
-public:
-    explicit CReader(std::string_view text) : m_rest(text) {}
-
-    bool endsOpen() {
-        int depth = 0;
-        while (!m_rest.empty()) {
-            const char c = take();
-            if (c == '\\' && (m_rest.empty() || m_rest == "\n")) return true;
-            if (c == '(' || c == '[' || c == '{') ++depth;
-            if (c == ')' || c == ']' || c == '}') --depth;
-            if (c == '#') skipTo('\n');
-            if ((c == '"' || c == '\'') && !readString(c)) return true;
-        }
-        return depth > 0;
-    }
-
-private:
-    char take() {
-        const char c = m_rest.front();
-        m_rest.remove_prefix(1);
-        return c;
-    }
-
-    void skipTo(char end) {
-        const std::size_t found = m_rest.find(end);
-        m_rest.remove_prefix(found == std::string_view::npos ? m_rest.size() : found);
-    }
-
-    // What follows the opening quote, the closing one included. False when only more lines can close it: a string of one
-    // quote ends with its line, right or wrong, unless a backslash carries it on.
-    bool readString(char quote) {
-        const std::string_view three = quote == '"' ? "\"\"\"" : "'''";
-        const bool isLong = m_rest.starts_with(three.substr(1));
-        if (isLong) m_rest.remove_prefix(2);
-        while (!m_rest.empty()) {
-            const char c = take();
-            if (c == '\\' && m_rest.empty()) return false;
-            if (c == '\\') take();
-            else if (!isLong && (c == '\n' || c == quote)) return true;
-            else if (c == quote && m_rest.starts_with(three.substr(1))) return m_rest.remove_prefix(2), true;
-        }
-        return !isLong;
-    }
-
-    std::string_view m_rest;
-};
+bool isTripled(std::string_view rest, char quote) { return rest.size() >= 2 && rest[0] == quote && rest[1] == quote; }
 
 }  // namespace
 
-bool kzIsOpen(std::string_view text) { return CReader(text).endsOpen(); }
+void COpenText::add(std::string_view line) {
+    if (!m_isEmpty) m_text += '\n';
+    m_text += line;
+    m_isEmpty = false;
+    m_endsInBackslash = false;
+    std::string_view rest = m_quote != '\0' ? readString(line) : line;
+    while (!rest.empty()) {
+        const char c = rest.front();
+        rest.remove_prefix(1);
+        if (c == '#') return;
+        if (c == '\\' && rest.empty()) m_endsInBackslash = true;
+        if (c == '(' || c == '[' || c == '{') ++m_depth;
+        if (c == ')' || c == ']' || c == '}') --m_depth;
+        if (c != '"' && c != '\'') continue;
+        m_quote = c;
+        m_isLong = isTripled(rest, c);
+        if (m_isLong) rest.remove_prefix(2);
+        rest = readString(rest);
+    }
+}
+
+// What follows the string that the text is in. One of a single quote ends with its line, right or wrong, unless a backslash
+// carries it on.
+std::string_view COpenText::readString(std::string_view rest) {
+    for (std::size_t at = 0; at < rest.size(); ++at) {
+        const char c = rest[at];
+        if (c == '\\') {
+            m_endsInBackslash = ++at == rest.size();
+        } else if (c == m_quote && (!m_isLong || isTripled(rest.substr(at + 1), c))) {
+            m_quote = '\0';
+            return rest.substr(at + (m_isLong ? 3 : 1));
+        }
+    }
+    if (!m_isLong && !m_endsInBackslash) m_quote = '\0';
+    return {};
+}

@@ -25,10 +25,11 @@ template <class Body> PyObject* storageCall(PyObject* self, Body&& body) noexcep
     return kzCall("kz.Storage", [&](CCall& call) -> PyObject* { return body(call, kzStorageBuffer(self)); });
 }
 
-bool resize(CCall& call, CStorageBuffer& buffer, std::size_t elements) {
+bool resize(CCall& call, CStorageBuffer& buffer, std::size_t elements, bool isToGrow = false) {
     if (buffer.type() == nullptr) return call.fail(noType) != nullptr;
     if (elements == 0) return call.fail(noSize) != nullptr;
-    return buffer.resize(elements) || call.fail(noMemory, PyExc_MemoryError) != nullptr;
+    return (isToGrow ? buffer.grow(elements) : buffer.resize(elements)) ||
+           call.fail(noMemory, PyExc_MemoryError) != nullptr;
 }
 
 bool resizeFromPython(CCall& call, CStorageBuffer& buffer, int elements) {
@@ -97,7 +98,7 @@ CPyRef itemsOf(PyObject* sequence) {
     return CPyRef(source.type()->readRange(source, 0, source.size()), CPyRef::owned);
 }
 
-// Writes the items from element `start` on, resizing to exactly what that takes. A failure leaves the size as it was, and
+// Writes the items from element `start` on, resizing to what that takes; what is appended leaves room for more. A failure leaves the size as it was, and
 // the elements that were written before it.
 bool assign(CCall& call, CStorageBuffer& buffer, PyObject* sequence, std::size_t start) {
     const CPyRef items = itemsOf(sequence);
@@ -106,7 +107,7 @@ bool assign(CCall& call, CStorageBuffer& buffer, PyObject* sequence, std::size_t
     const std::size_t offset = buffer.offset();
     // The length may have been told by Python code, which may have changed the buffer.
     if (start > size) throw KZe_OUTOFBOUNDS;
-    if (!resize(call, buffer, start + count)) return false;
+    if (!resize(call, buffer, start + count, start == size)) return false;
     const StorageType* type = buffer.type();
     const KzResult code = type->fill(buffer, items, start, count);
     if (kzFailed(code)) {

@@ -4,16 +4,44 @@
 #include "module/root_output.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <deque>
-#include <memory>
+#include <utility>
 
 namespace {
 
-std::deque<COutput*> theStack;
-std::unique_ptr<CRootOutput> theRoot;
+using Sink = std::shared_ptr<COutput>;
+
+// Never destroyed: threads of the host may still write while the process ends.
+std::deque<Sink>& theStack = *new std::deque<Sink>();
 bool theTraceFlag = false;
 KzFlushHook theFlushHook = nullptr;
 bool theFlushing = false;
+
+// One sink being told something by this thread. The sink lives until then, even when it is popped meanwhile.
+class Telling {
+public:
+    explicit Telling(Sink sink) : m_sink(std::move(sink)), m_outer(std::exchange(t_innermost, this)) {}
+    ~Telling() { t_innermost = m_outer; }
+    Telling(const Telling&) = delete;
+    Telling& operator=(const Telling&) = delete;
+
+    // How often this thread is telling the sink, or any sink at all.
+    static int count(const COutput* sink = nullptr) noexcept {
+        int found = 0;
+        for (const Telling* each = t_innermost; each != nullptr; each = each->m_outer)
+            if (sink == nullptr || each->m_sink.get() == sink) ++found;
+        return found;
+    }
+
+private:
+    static inline thread_local const Telling* t_innermost = nullptr;
+    Sink m_sink;
+    const Telling* m_outer;
+};
+
+// A sink may push others while it is told, which are told then, and so on: beyond this depth only the bottom is told.
+constexpr int mostNested = 8;
 
 void flushHeldText() noexcept {
     if (theFlushHook == nullptr || theFlushing) return;
@@ -22,19 +50,41 @@ void flushHeldText() noexcept {
     theFlushing = false;
 }
 
-COutput& top() {
+std::deque<Sink>& stack() {
     if (theStack.empty()) {
-        theRoot = std::make_unique<CRootOutput>();
-        theStack.push_back(theRoot.get());
-        theRoot->attach(nullptr);
+        theStack.push_back(std::make_shared<CRootOutput>());
+        theStack.back()->attach(nullptr);
     }
-    return *theStack.back();
+    return theStack;
+}
+
+// Null where it keeps failing. It may be told once more while it is told: whoever listens to the log may write there,
+// and a host does not tell listeners of what they write themselves.
+Sink bottom() {
+    const Sink& root = stack().front();
+    return Telling::count(root.get()) < 2 ? root : nullptr;
+}
+
+Sink nextToTell() {
+    const std::deque<Sink>& sinks = stack();
+    if (Telling::count() >= mostNested) return bottom();
+    const auto isFree = [](const Sink& each) { return Telling::count(each.get()) == 0; };
+    const auto found = std::find_if(sinks.rbegin(), sinks.rend(), isFree);
+    return found != sinks.rend() ? *found : bottom();
 }
 
 // Reporting must not fail what is being reported.
-template <class Action> void quietly(Action&& action) noexcept {
+template <class Action> void tell(Sink (*choose)(), const char* text, Action&& action) noexcept {
+    flushHeldText();
     try {
-        action();
+        Sink sink = choose();
+        if (sink == nullptr) {
+            std::fprintf(stderr, "%s\n", text);
+            return;
+        }
+        COutput& told = *sink;
+        const Telling telling(std::move(sink));
+        action(told);
     } catch (KzResult) {
     } catch (const std::exception&) {
     }
@@ -42,38 +92,32 @@ template <class Action> void quietly(Action&& action) noexcept {
 
 }  // namespace
 
-COutputScope::COutputScope(COutput& sink) : m_sink(sink) {
+COutputScope::COutputScope(Sink sink) : m_sink(std::move(sink)) {
     flushHeldText();
-    sink.attach(&top());
-    theStack.push_back(&sink);
+    m_sink->attach(stack().back());
+    theStack.push_back(m_sink);
 }
 
 // Not simply the top: where scripts run on several threads, another's sink may have come to stand on this one.
 COutputScope::~COutputScope() {
     flushHeldText();
-    const auto place = std::find(theStack.rbegin(), theStack.rend(), &m_sink);
-    if (place == theStack.rend()) return;
-    const auto above = theStack.erase(std::prev(place.base()));
+    const auto place = std::find(theStack.begin(), theStack.end(), m_sink);
+    if (place == theStack.end()) return;
+    const auto above = theStack.erase(place);
     if (above != theStack.end()) (*above)->attach(*std::prev(above));
 }
 
 void kzWrite(const char* text, KzResult code) noexcept {
-    flushHeldText();
-    quietly([&] { top().write(text, code); });
+    tell(nextToTell, text, [=](COutput& sink) { sink.write(text, code); });
 }
 
 void kzLog(const char* text, KzResult code) noexcept {
-    flushHeldText();
-    quietly([&] {
-        top();
-        theRoot->write(text, code);
-    });
+    tell(bottom, text, [=](COutput& sink) { sink.write(text, code); });
 }
 
 void kzTrace(const char* name, const char* message, KzResult code) noexcept {
     if (!theTraceFlag) return;
-    flushHeldText();
-    quietly([&] { top().trace(name, message, code); });
+    tell(nextToTell, message, [=](COutput& sink) { sink.trace(name, message, code); });
 }
 
 std::string kzVisible(std::string text) {
@@ -89,6 +133,5 @@ void kzSetFlushHook(KzFlushHook hook) noexcept { theFlushHook = hook; }
 
 void kzReleaseOutput() noexcept {
     theFlushHook = nullptr;
-    theStack.clear();
-    theRoot.reset();
+    std::deque<Sink>().swap(theStack);
 }

@@ -1,10 +1,14 @@
 // Output sinks: where everything that the module reports goes. The sinks form one process-wide stack, and its top
 // receives all text. Used only by the thread that holds the interpreter lock; sinks know nothing of Python.
+//
+// Telling a sink may run any code, Python's included, and that code may write in turn. While a thread is telling a sink,
+// what it writes goes to the topmost sink that it is not telling, so a sink that fails is never told of its own failure.
 #pragma once
 
 #include "kz/base/object.h"
 #include "kz/log.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -17,26 +21,28 @@ public:
     // The sink's own log entry; null when it has none.
     virtual IKzLogEntry* entry() { return nullptr; }
     // Told the sink below when pushed, and again when that one is withdrawn before it; null for the bottom one.
-    virtual void attach(COutput* /*below*/) {}
+    virtual void attach(std::shared_ptr<COutput> /*below*/) {}
 };
 
-// Pushes a sink for as long as the scope lives. The scopes of one thread nest strictly.
+// Pushes a sink for as long as the scope lives. The scopes of one thread nest strictly. A thread that is telling the sink
+// when the scope ends keeps the sink alive until it is through.
 class COutputScope {
 public:
-    explicit COutputScope(COutput& sink);
+    explicit COutputScope(std::shared_ptr<COutput> sink);
     ~COutputScope();
     COutputScope(const COutputScope&) = delete;
     COutputScope& operator=(const COutputScope&) = delete;
 
 private:
-    COutput& m_sink;
+    std::shared_ptr<COutput> m_sink;
 };
 
-// Text to the top sink. A failure to write is nobody's failure: it never throws.
+// Text to the topmost sink that this thread is not telling. A failure to write is nobody's failure: it never throws. Where
+// telling nests too deep, or the bottom sink itself keeps failing, the text goes to the process's standard error.
 void kzWrite(const char* text, KzResult code) noexcept;
 // Text to the event log itself, whatever sink is on top.
 void kzLog(const char* text, KzResult code) noexcept;
-// A trace line to the top sink, only while tracing is on.
+// A trace line, by the way of kzWrite, only while tracing is on.
 void kzTrace(const char* name, const char* message, KzResult code) noexcept;
 
 // The text with its zero bytes written as \x00: one would end it for the host, and what follows would be lost.

@@ -40,7 +40,8 @@ CScriptOutput::CScriptOutput(std::string label) : m_label(std::move(label)) {
 }
 
 void CScriptOutput::place(IKzUnknown* entry) {
-    if (IKzLogEntry* parent = m_below != nullptr ? m_below->entry() : nullptr) {
+    const std::shared_ptr<COutput> below = m_below;  // which may be popped while it is asked
+    if (IKzLogEntry* parent = below ? below->entry() : nullptr) {
         parent->AddEntry(entry);
         return;
     }
@@ -73,11 +74,11 @@ CInterpreterScript::CInterpreterScript(const std::string& name, std::uint32_t ex
     : m_interpreter(PythonRuntime::running()), m_name(name), m_status(KZe_STARTUP),
       m_savedArgument(m_interpreter.argument), m_savedArguments(m_interpreter.arguments),
       m_savedFlags(m_interpreter.executionFlags), m_savedAngles(m_interpreter.anglesInDegrees),
-      m_savedRunFlag(m_interpreter.runFlag), m_output(name) {
+      m_savedRunFlag(m_interpreter.runFlag) {
     m_interpreter.executionFlags = executionFlags;
     m_interpreter.anglesInDegrees = false;
     m_interpreter.runFlag = 0;
-    m_scope.emplace(m_output);
+    m_scope.emplace(std::make_shared<CScriptOutput>(name));
 }
 
 CInterpreterScript::~CInterpreterScript() {

@@ -8,6 +8,7 @@
 
 #include "kz/message.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -21,13 +22,13 @@ public:
     void trace(const char* name, const char* message, KzResult code) override;
     void write(const char* text, KzResult code) override;
     IKzLogEntry* entry() override;
-    void attach(COutput* below) override { m_below = below; }
+    void attach(std::shared_ptr<COutput> below) override { m_below = std::move(below); }
 
 private:
     void place(IKzUnknown* entry);
 
     std::string m_label;
-    COutput* m_below = nullptr;
+    std::shared_ptr<COutput> m_below;
     CKzUser_LogService m_log;
     CKzLoc_LogEntry m_entry;
 };
@@ -61,7 +62,6 @@ private:
     std::uint32_t m_savedFlags;
     bool m_savedAngles;
     int m_savedRunFlag;
-    CScriptOutput m_output;
     std::optional<COutputScope> m_scope;
 };
 

@@ -14,6 +14,7 @@
 #include "kz/script.h"
 #include "kz/value.h"
 
+#include <memory>
 #include <optional>
 
 namespace Python_LineInterp {
@@ -27,16 +28,17 @@ class CExecOutput : public COutput {
 public:
     explicit CExecOutput(IKzUnknown* execution) { m_execution.set(execution); }
     void trace(const char* name, const char* message, KzResult code) override {
-        inform(std::string(kzFailed(code) ? "trace error: " : "trace: ") + name + " - " + message);
+        inform(std::string(kzFailed(code) ? "trace error: " : "trace: ") + name + " - " + message, code);
     }
     void write(const char* text, KzResult code) override {
-        inform(kzFailed(code) ? std::string("ERROR: ") + text : text);
+        inform(kzFailed(code) ? std::string("ERROR: ") + text : text, code);
     }
     IKzLineExecution* console() const { return m_execution.ptr(); }
 
 private:
-    void inform(const std::string& text) {
-        if (m_execution) m_execution->Info(text.c_str());
+    // What the console does not take goes to the sink below, which is where writing leads while this one is told.
+    void inform(const std::string& text, KzResult code) {
+        if (m_execution && kzFailed(m_execution->Info(text.c_str()))) kzWrite(text.c_str(), code);
     }
 
     CKzLoc_LineExecution m_execution;
@@ -126,7 +128,7 @@ bool CLineInterpreter::isToWait(bool wasPending, bool isEmptyLine) {
 }
 
 KzResult CLineInterpreter::run(IKzUnknown* execution) {
-    CExecOutput output(execution);
+    const auto output = std::make_shared<CExecOutput>(execution);
     const COutputScope scope(output);
     const std::string statement = std::move(m_pending);
     m_pending.clear();
@@ -140,7 +142,7 @@ KzResult CLineInterpreter::run(IKzUnknown* execution) {
                                                   : PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()),
                                                                     interpreter.globals, interpreter.locals));
     if (result.get() == nullptr) return kzResultOfPending();
-    if (result.get() != Py_None) passResults(result, output.console());
+    if (result.get() != Py_None) passResults(result, output->console());
     return KZe_OK;
 }
 

@@ -9,6 +9,7 @@
 #include <structmember.h>
 
 #include <string>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
@@ -43,16 +44,21 @@ void flushOthers(const Stream& stream) {
 
 void append(Stream& stream, const char* text, std::size_t size) {
     flushOthers(stream);
-    // The text is taken out first: while a line is written, the flush hook must not see the next one.
-    std::string lines = std::move(*stream.held);
-    stream.held->clear();
-    lines.append(text, size);
-    std::size_t start = 0;
-    for (std::size_t feed = lines.find('\n'); feed != std::string::npos; feed = lines.find('\n', start)) {
-        writeLine(stream, lines.substr(start, feed - start));
-        start = feed + 1;
+    std::string_view rest(text, size);
+    const auto takeLine = [&rest](std::size_t feed) {
+        const std::string_view line = rest.substr(0, feed);
+        rest.remove_prefix(feed + 1);
+        return line;
+    };
+    if (std::size_t feed = rest.find('\n'); feed != std::string_view::npos) {
+        // The held text is taken out first: while a line is written, the flush hook must not see the next one.
+        std::string line = std::move(*stream.held);
+        stream.held->clear();
+        stream.softspace = 0;  // for what is printed by whoever is told of the line
+        writeLine(stream, std::move(line.append(takeLine(feed))));
+        while ((feed = rest.find('\n')) != std::string_view::npos) writeLine(stream, std::string(takeLine(feed)));
     }
-    stream.held->append(lines, start);  // behind what the host's listeners may have printed meanwhile
+    stream.held->append(rest);  // behind what the host's listeners may have printed meanwhile
 }
 
 PyObject* streamWrite(PyObject* object, PyObject* text) {

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # ./dev fuzz [TARGET] [SECONDS]: runs one fuzzer, or all, under the address sanitizer, each for so many seconds. What it
 # learns stays in build/fuzz-corpus; an input that it fails on is left in build/fuzz-found, and can be given back to it.
+# The target "calls" is a script instead of a program and has a file of its own.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 [ -f "$root/fuzz/CMakeLists.txt" ] || die "there are no fuzzers in this tree"
 target=${1:-*}
 seconds=${2:-30}
+if [ "$target" = calls ]; then exec "$root/tools/fuzz_calls.sh" "${@:2}"; fi
 
 # Guided by coverage where Clang and its fuzzer are there, otherwise driven by the plain loop.
 has_libfuzzer() {
@@ -40,5 +42,6 @@ for program in "${programs[@]}"; do
     printf '%s, with the preset %s\n' "${program##*/}" "$preset" >&2
     run_fuzzer "$program" || failed=1
 done
+if [ "$target" = '*' ]; then "$root/tools/fuzz_calls.sh" "$seconds" || failed=1; fi
 [ "$found" = 1 ] || die "no such fuzzer: $target"
 exit "$failed"

@@ -31,12 +31,17 @@ void CStorageBuffer::refer(void* memory, std::size_t extent, const StorageType* 
     m_offset = 0;
 }
 
-bool CStorageBuffer::reserve(const StorageType& type, std::size_t elements) noexcept {
+bool CStorageBuffer::reserve(const StorageType& type, std::size_t elements, Room room) noexcept {
     if (!m_owned) return true;
     const std::size_t width = type.elementSize();
     if (elements > SIZE_MAX / width) return false;
     const std::size_t bytes = elements * width;
     if (m_memory && bytes <= m_capacity) return true;
+    const bool isToDouble = room == Room::spare && bytes / 2 < m_capacity && m_capacity <= SIZE_MAX / 2;
+    return (isToDouble && allocate(m_capacity * 2)) || allocate(bytes);
+}
+
+bool CStorageBuffer::allocate(std::size_t bytes) noexcept {
     try {
         // A method that is given no length takes as much as its own layout says, as for one pixel or vertex: room behind
         // the elements keeps a storage that is too short for it from reaching into other memory.
@@ -60,13 +65,13 @@ bool CStorageBuffer::reserve(const StorageType& type, std::size_t elements) noex
 void CStorageBuffer::clampOffset() noexcept { m_offset = std::min(m_offset, m_size); }
 
 bool CStorageBuffer::setType(const StorageType& type) noexcept {
-    if (m_size != 0 && !reserve(type, m_size)) return false;
+    if (m_size != 0 && !reserve(type, m_size, Room::exact)) return false;
     m_type = &type;
     return true;
 }
 
-bool CStorageBuffer::resize(std::size_t elements) noexcept {
-    if (m_type == nullptr || !reserve(*m_type, elements)) return false;
+bool CStorageBuffer::resize(std::size_t elements, Room room) noexcept {
+    if (m_type == nullptr || !reserve(*m_type, elements, room)) return false;
     m_size = elements;
     clampOffset();
     return true;

@@ -36,7 +36,9 @@ public:
     bool setType(const StorageType& type) noexcept;
     // Changes the size. What fits of the contents is kept, memory never shrinks, and memory that is not owned stays as it
     // is. False when memory could not be had; nothing has changed then.
-    bool resize(std::size_t elements) noexcept;
+    bool resize(std::size_t elements) noexcept { return resize(elements, Room::exact); }
+    // As resize, with room for as much again where memory is to be had: many small appends cost what one large one does.
+    bool grow(std::size_t elements) noexcept { return resize(elements, Room::spare); }
     bool setOffset(std::size_t offset) noexcept;  // false past the end
     // Gives the size and offset back after a step that failed; both were valid before.
     void restore(std::size_t size, std::size_t offset) noexcept;
@@ -55,7 +57,10 @@ public:
     static void setAllocate(Allocate allocate) noexcept;
 
 private:
-    bool reserve(const StorageType& type, std::size_t elements) noexcept;
+    enum class Room { exact, spare };
+    bool resize(std::size_t elements, Room room) noexcept;
+    bool reserve(const StorageType& type, std::size_t elements, Room room) noexcept;
+    bool allocate(std::size_t bytes) noexcept;
     void clampOffset() noexcept;
 
     std::shared_ptr<void> m_memory;

@@ -152,4 +152,24 @@ TEST_F(CommandTest, AliasesStandForStringsButNotForThemselves) {
               "type:integer/command.alias alias:loop command:loop/command.unalias alias:loop");
 }
 
+TEST_F(CommandTest, OfLongTextsOnlyTheLastAreKept) {
+    const ServiceOf<CKzUser_CommandService> service(host().application());
+    for (int index = 0; index < 20; ++index)
+        EXPECT_EQ(perform("user.value long {" + std::string(1U << 20U, 'x') + std::to_string(index) + "}"), "done");
+    std::uint32_t count = 0;
+    EXPECT_EQ(service->HistoryCount(&count), KZe_OK);
+    EXPECT_EQ(count, 15U) << "as many as 16 MiB hold";
+    const char* text = nullptr;
+    EXPECT_EQ(service->HistoryByIndex(count - 1, &text), KZe_OK);
+    EXPECT_TRUE(std::string(text).ends_with("x19")) << std::string(text).substr((1U << 20U) - 8);
+    EXPECT_EQ(service->HistoryByIndex(count, &text), KZe_OUTOFBOUNDS);
+    EXPECT_EQ(perform("user.value long {" + std::string(1U << 24U, 'x') + "}"), "done");
+    EXPECT_EQ(service->HistoryCount(&count), KZe_OK);
+    EXPECT_EQ(count, 1U) << "the newest whatever its length";
+    const char* given = " !command";
+    std::uint32_t flags = 0;
+    EXPECT_EQ(service->ProcessStringFlags(0, given, &flags, &text), KZe_OK);
+    EXPECT_EQ(text, given + 2) << "no copy that somebody has to keep";
+}
+
 }  // namespace

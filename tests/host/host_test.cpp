@@ -15,6 +15,8 @@
 #include "kz/value.h"
 #include "kz_paths.h"
 
+#include <deque>
+
 namespace {
 
 TEST(Services, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
@@ -199,6 +201,47 @@ TEST_F(HostTest, OfAModuleTheServersAreTakenInAndOfOneThatRefusesNothing) {
     std::string why;
     EXPECT_FALSE(host().load("/no/such/module.so", why));
     EXPECT_NE(why.find("/no/such/module.so"), std::string::npos) << why;
+}
+
+// Counts how often it is asked for a server of its list.
+class GrowingModule final : public CHosted<"growing module", GrowingModule, CKzIfc_Module, CKzIfc_TagDescription> {
+public:
+    std::uint32_t tag_Count() override { return static_cast<std::uint32_t>(names.size()); }
+    KzResult tag_Describe(std::uint32_t index, KzTagRecord* record) override {
+        ++asked;
+        *record = {"server", names[index].c_str(), &KZu_COMMAND};
+        return KZe_OK;
+    }
+    std::deque<std::string> names = {"first"};
+    int asked = 0;
+};
+
+TEST_F(HostTest, AListOfServersThatGrowsIsReadFromItsEnd) {
+    const auto module = CHostRef<GrowingModule>::make();
+    EXPECT_EQ(host().adopt("growing", module.raw()), KZe_OK);
+    const ServiceOf<CKzUser_HostService> service(host().application());
+    module->asked = 0;
+    for (int index = 0; index < 1000; ++index) {
+        module->names.push_back("s" + std::to_string(index));
+        EXPECT_EQ(service->ModuleUpdate("growing"), KZe_OK);
+    }
+    EXPECT_EQ(module->asked, 2000);
+    EXPECT_TRUE(service->IsServer("command", "s999"));
+    // Whatever else becomes of the list is seen at the latest when somebody asks.
+    const auto names = [&] {
+        service->ModuleUpdate("growing");
+        std::string all;
+        for (const KzServer& server : host().core().modules.servers("command")) all += server.name + " ";
+        return all;
+    };
+    module->names = {"a", "b"};
+    EXPECT_EQ(names(), "a b ");
+    module->names = {"c", "b", "d"};
+    EXPECT_EQ(names(), "c b d ");
+    module->names = {"x", "y", "z", "w"};
+    EXPECT_EQ(names(), "x y z w ");
+    module->names.clear();
+    EXPECT_EQ(names(), "");
 }
 
 // The module as it is shipped: loaded, read, unloaded, and its library closed.

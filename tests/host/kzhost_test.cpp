@@ -112,6 +112,31 @@ TEST_F(KzHostTest, APastedScriptRunsAsAtThePromptOfPython) {
     EXPECT_EQ(ended.status, 0) << ended.error;
 }
 
+TEST_F(KzHostTest, WhatIsTypedRunsOnce) {
+    const struct {
+        const char* typed;
+        const char* out;
+    } table[] = {
+        {"print 1 \\\n+ 1\n", "2\n"},
+        {"n = 0\nn += 1 \\\n\nn\n", "1\n"},  // an empty line ends it
+        {"n = [\n0]\nn[0] += 1; n = (n + \\\n[1,\n\n2]) \\\n+ [3]\nn\n", "1\n1\n2\n3\n"},
+        {"if 1:\n  print 'a', \\\n  'b'\n\n", "a b\n"},
+        {"'it\\\n is'\n'it\\\n'\n", "it is\nit\n"},
+        {"# no \\\n'(' # ( \\\n\"(\"\n", "(\n(\n"},
+    };
+    for (const auto& [typed, out] : table) EXPECT_EQ(run({"console"}, typed).out, out) << typed;
+}
+
+TEST_F(KzHostTest, LongBlocksAreTakenAsShortOnesAre) {
+    std::string block = "def f():\n  n = 0\n";
+    for (int at = 0; at < 300; ++at) block.append("  if n >= 0:\n    n += \\\n    1\n    s = '''\n\n'''\n");
+    for (const char* end : {"  return n, len(s)\n\nf()\n", "  return n, len(s)\n\n\nf()"})
+        EXPECT_EQ(run({"console"}, block + end).out, "300\n2\n");
+    const Ended wrong = run({"console"}, block + "  return (]\n\nf()\n'on'\n");
+    EXPECT_EQ(wrong.out, "on\n");
+    EXPECT_TRUE(wrong.says("invalid syntax") && wrong.says("name 'f' is not defined")) << wrong.error;
+}
+
 // The program on a terminal. Nothing here waits for ever: a program that stays silent is ended.
 class CTerminal {
 public:

@@ -34,7 +34,7 @@ void TraceLines::trace(const char* name, const char* message, KzResult code) {
 
 PythonTest::PythonTest() {
     m_lock.emplace();
-    m_scope.emplace(traced);
+    m_scope.emplace(std::shared_ptr<COutput>(std::shared_ptr<void>(), &traced));
     host.set(FakeScript());
 }
 

@@ -143,6 +143,18 @@ TEST_F(Storage, AllocationFailuresChangeNothing) {
     check({{source, nullptr, "[" + failed + failed + failed + failed + failed + "(1, 2)]"}});
 }
 
+TEST_F(Storage, AppendingTakesMemoryNowAndThen) {
+    static int allocations = 0;
+    CStorageBuffer::setAllocate([](std::size_t size) {
+        // Room for more is a wish, not a need.
+        return ++allocations % 3 == 1 && size > 4096 ? nullptr : std::malloc(size);
+    });
+    check({{"s = kz.Storage('i')\nfor i in range(5000): s += (i,)\nr = s.get() == tuple(range(5000)), s.size()",
+            "(True, 5000)"}});
+    EXPECT_LT(allocations, 200);
+    CStorageBuffer::setAllocate(nullptr);
+}
+
 TEST_F(Storage, ViewsReadAndWriteMemoryOfOthers) {
     float memory[4] = {1, 2, 3, 99};
     {

@@ -54,7 +54,7 @@ protected:
         Py_InitializeEx(0);
         Py_InitModule("kz", functions);
         kzSetTracing(true);
-        m_scope = std::make_unique<COutputScope>(traced);
+        m_scope = std::make_unique<COutputScope>(std::shared_ptr<COutput>(std::shared_ptr<void>(), &traced));
         names = PyModule_GetDict(PyImport_AddModule("__main__"));
         run("import kz, sys");
     }

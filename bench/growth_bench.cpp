@@ -1,0 +1,134 @@
+// How costs grow: what each element costs among N of them and among 8 N. What is linear costs the same in both.
+#include "bench/measure.h"
+#include "host/kz_host.h"
+#include "kz_paths.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int times = 8;
+constexpr int rounds = 7;
+constexpr double target = 1.5;
+
+// Scripts that leave in `cost` what `n` elements cost.
+constexpr const char* prints = "begin = time.clock()\n"
+                               "for i in xrange(n): print i,\n"
+                               "cost = time.clock() - begin\n";
+constexpr const char* appends = "s = kz.Storage('i')\n"
+                                "begin = time.clock()\n"
+                                "for i in xrange(n): s += (i,)\n"
+                                "cost = time.clock() - begin\n";
+constexpr const char* blessings = "import kzifc\n"
+                                  "classes = [type('C', (kzifc.Command,), {}) for i in xrange(n)]\n"
+                                  "begin = time.clock()\n"
+                                  "for i, c in enumerate(classes): kz.bless(c, 'bench.%r.%d' % (begin, i))\n"
+                                  "cost = time.clock() - begin\n";
+// What the process has gained when that many texts of a megabyte have been executed.
+constexpr const char* texts = "def memory(): return int(open('/proc/self/statm').read().split()[1]) * 4096\n"
+                              "before = memory()\n"
+                              "for i in xrange(n): kz.eval('user.value bench {%d%s}' % (i, 'x' * 2 ** 20))\n"
+                              "cost = memory() - before\n";
+
+class CGrowthHost {
+public:
+    CGrowthHost() {
+        m_host.core().files.setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7");
+        std::string why;
+        if (m_host.load(KZ_BUILD_DIR "/plugins/kzPython2.so", why)) return;
+        std::fprintf(stderr, "%s\n", why.c_str());
+        std::exit(2);
+    }
+    double run(const char* body, int n) {
+        const std::string text = "import kz, kz.service, time\nn = " + std::to_string(n) + "\n" + body +
+                                 "kz.service.Application().SetProperty('bench', repr(float(cost)))\n";
+        if (kzFailed(m_host.run(CHostRef<CScript>::make("bench.py", text), 0, "").code)) {
+            for (const LogLine& line : m_host.log().lines()) std::fprintf(stderr, "%s\n", line.text.c_str());
+            std::exit(2);
+        }
+        m_host.log().clear();
+        return std::atof(m_host.core().properties.get("bench").value_or("").c_str());
+    }
+
+private:
+    CKzHost m_host;
+};
+
+double childTime() {
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+// What a console takes for so many typed lines, between one that opens something and one that ends it.
+double pasteTime(const char* opening, const char* line, const char* ending, int lines) {
+    std::FILE* typed = std::tmpfile();
+    std::fputs(opening, typed);
+    for (int index = 0; index < lines; ++index) std::fprintf(typed, "%s%d,\n", line, index);
+    std::fputs(ending, typed);
+    std::rewind(typed);
+    const double begin = childTime();
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(fileno(typed), STDIN_FILENO);
+        execl(KZ_BUILD_DIR "/bin/kzhost", "kzhost", "console", nullptr);
+        _exit(127);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    std::fclose(typed);
+    if (status != 0) std::exit(2);
+    return childTime() - begin;
+}
+
+bool report(const char* name, const char* unit, double small, double large) {
+    const double ratio = large / small;
+    std::printf("  %-34s %12.3f %12.3f %8.2f %7.2f  %s%s\n", name, small, large, ratio, target, unit,
+                ratio > target ? ", over" : "");
+    return ratio <= target;
+}
+
+// The least of several rounds: everything else that a machine does makes them longer.
+template <class Cost> bool contest(const char* name, int n, Cost&& cost) {
+    if (!kzSelected(name)) return true;
+    double least[] = {1e9, 1e9};
+    for (int round = 0; round < rounds; ++round)
+        for (const int factor : {1, times}) {
+            double& best = least[factor == 1 ? 0 : 1];
+            best = std::min(best, cost(n * factor) / (n * factor) * 1e6);
+        }
+    return report(name, "microseconds for each", least[0], least[1]);
+}
+
+bool compareKept(const char* name, int n, CGrowthHost& host) {
+    if (!kzSelected(name)) return true;
+    const double small = host.run(texts, n);
+    return report(name, "megabytes for all", small * 1e-6, (small + host.run(texts, n * (times - 1))) * 1e-6);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    kzSelect(count, arguments);
+    std::printf("How costs grow\n  %-34s %12s %12s %8s %7s\n", "", "N", "8 N", "ratio", "target");
+    CGrowthHost host;
+    bool good = contest("print with a comma at the end", 20000, [&](int n) { return host.run(prints, n); });
+    good &= contest("appending to a storage", 20000, [&](int n) { return host.run(appends, n); });
+    good &= contest("blessing classes", 500, [&](int n) { return host.run(blessings, n); });
+    good &= compareKept("memory that command texts keep", 50, host);
+    double start = 1e9;
+    for (int round = 0; round < rounds; ++round) start = std::min(start, pasteTime("", "", "", 0));
+    good &= contest("lines of a literal in the console", 2000,
+                    [&](int n) { return pasteTime("x = [\n", "    ", "]\n", n) - start; });
+    good &= contest("lines of a block in the console", 2000,
+                    [&](int n) { return pasteTime("if 1:\n", "    x = ", "\n", n) - start; });
+    return good ? 0 : 1;
+}
