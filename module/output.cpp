@@ -1,7 +1,10 @@
 // The stack of output sinks.
 #include "module/output.h"
 
+#include "module/py_lock.h"
 #include "module/root_output.h"
+
+#include "kz/base/forever.h"
 
 #include <algorithm>
 #include <deque>
@@ -9,8 +12,8 @@
 
 namespace {
 
-std::deque<COutput*> theStack;
-std::unique_ptr<CRootOutput> theRoot;
+CKzForever<std::deque<COutput*>> theStack;
+CKzForever<std::unique_ptr<CRootOutput>> theRoot;
 bool theTraceFlag = false;
 KzFlushHook theFlushHook = nullptr;
 bool theFlushing = false;
@@ -23,12 +26,12 @@ void flushHeldText() noexcept {
 }
 
 COutput& top() {
-    if (theStack.empty()) {
-        theRoot = std::make_unique<CRootOutput>();
-        theStack.push_back(theRoot.get());
-        theRoot->attach(nullptr);
+    if (theStack->empty()) {
+        *theRoot = std::make_unique<CRootOutput>();
+        theStack->push_back(theRoot->get());
+        (*theRoot)->attach(nullptr);
     }
-    return *theStack.back();
+    return *theStack->back();
 }
 
 // Reporting must not fail what is being reported.
@@ -40,33 +43,41 @@ template <class Action> void quietly(Action&& action) noexcept {
     }
 }
 
+// For a thread without the interpreter lock, which must not touch the stack: a start that fails, an unload that gives up,
+// a console that is made when Python is gone.
+void writeDirectly(const char* text, KzResult code) noexcept {
+    quietly([=] { CRootOutput().write(text, code); });
+}
+
 }  // namespace
 
 COutputScope::COutputScope(COutput& sink) : m_sink(sink) {
     flushHeldText();
     sink.attach(&top());
-    theStack.push_back(&sink);
+    theStack->push_back(&sink);
 }
 
 // Not simply the top: where scripts run on several threads, another's sink may have come to stand on this one.
 COutputScope::~COutputScope() {
     flushHeldText();
-    const auto place = std::find(theStack.rbegin(), theStack.rend(), &m_sink);
-    if (place == theStack.rend()) return;
-    const auto above = theStack.erase(std::prev(place.base()));
-    if (above != theStack.end()) (*above)->attach(*std::prev(above));
+    const auto place = std::find(theStack->rbegin(), theStack->rend(), &m_sink);
+    if (place == theStack->rend()) return;
+    const auto above = theStack->erase(std::prev(place.base()));
+    if (above != theStack->end()) (*above)->attach(*std::prev(above));
 }
 
 void kzWrite(const char* text, KzResult code) noexcept {
+    if (!CPyLock::isHeld()) return writeDirectly(text, code);
     flushHeldText();
     quietly([&] { top().write(text, code); });
 }
 
 void kzLog(const char* text, KzResult code) noexcept {
+    if (!CPyLock::isHeld()) return writeDirectly(text, code);
     flushHeldText();
     quietly([&] {
         top();
-        theRoot->write(text, code);
+        (*theRoot)->write(text, code);
     });
 }
 
@@ -89,6 +100,6 @@ void kzSetFlushHook(KzFlushHook hook) noexcept { theFlushHook = hook; }
 
 void kzReleaseOutput() noexcept {
     theFlushHook = nullptr;
-    theStack.clear();
-    theRoot.reset();
+    theStack->clear();
+    theRoot->reset();
 }

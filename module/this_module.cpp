@@ -4,6 +4,7 @@
 #include "module/runtime.h"
 
 #include "kz/base/boundary.h"
+#include "kz/base/forever.h"
 #include "kz/result.h"
 
 #include <cstdlib>
@@ -58,8 +59,8 @@ CKzThisModule::CKzThisModule() {
 }
 
 CKzThisModule& CKzThisModule::instance() {
-    static CKzThisModule theModule;
-    return theModule;
+    static CKzForever<CKzThisModule> theModule;
+    return *theModule;
 }
 
 IKzUnknown* CKzThisModule::create(std::span<const Registration> registrations) noexcept {

@@ -3,6 +3,8 @@
 
 #include "module/runtime.h"
 
+#include "kz/base/forever.h"
+
 #include <pythread.h>
 
 #include <mutex>
@@ -19,11 +21,11 @@ pthread_key_t theEndKey;          // with a destructor, which runs when a thread
 PyThreadState* theMain = nullptr;
 std::mutex theLock;
 std::size_t theMade = 0;
-std::vector<PyThreadState*> theSpare;  // states of threads that are over
+CKzForever<std::vector<PyThreadState*>> theSpare;  // states of threads that are over
 
 void putAside(PyThreadState* state) noexcept {
     const std::lock_guard lock(theLock);
-    theSpare.push_back(state);
+    theSpare->push_back(state);
 }
 
 void threadEnds(void* own) noexcept {
@@ -36,16 +38,16 @@ void threadEnds(void* own) noexcept {
 
 PyThreadState* takeSpare() noexcept {
     const std::lock_guard lock(theLock);
-    if (theSpare.empty()) return nullptr;
-    PyThreadState* state = theSpare.back();
-    theSpare.pop_back();
+    if (theSpare->empty()) return nullptr;
+    PyThreadState* state = theSpare->back();
+    theSpare->pop_back();
     return state;
 }
 
 PyThreadState* make() noexcept {
     try {
         const std::lock_guard lock(theLock);
-        theSpare.reserve(theMade + 1);  // here, for a thread that ends cannot say that memory is short
+        theSpare->reserve(theMade + 1);  // here, for a thread that ends cannot say that memory is short
         ++theMade;
     } catch (const std::bad_alloc&) {
         return nullptr;
@@ -78,5 +80,5 @@ void CThreadStates::watch(PyThreadState*& own) noexcept {
 void CThreadStates::end() noexcept {
     if (theKey.exchange(noKey) != noKey) pthread_key_delete(theEndKey);
     const std::lock_guard lock(theLock);
-    theSpare.clear();
+    theSpare->clear();
 }

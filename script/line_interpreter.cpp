@@ -8,6 +8,7 @@
 #include "script/static_tags.h"
 #include "wrap/result_codes.h"
 
+#include "kz/base/forever.h"
 #include "kz/base/global_cache.h"
 #include "kz/command.h"
 #include "kz/result.h"
@@ -188,12 +189,12 @@ Completeness checkCompleteness(std::string& text) {
 }
 
 void registerServer(CKzThisModule& module) {
-    static CKzPolymorph<CLineInterpreter> polymorph;
-    if (polymorph.recordCount() == 0) {  // a failed initialisation may have come this far
-        polymorph.append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>());
-        polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>());
+    static CKzForever<CKzPolymorph<CLineInterpreter>> polymorph;
+    if (polymorph->recordCount() == 0) {  // a failed initialisation may have come this far
+        polymorph->append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>());
+        polymorph->append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>());
     }
-    module.addServer("python", &polymorph);
+    module.addServer("python", &*polymorph);
 }
 
 }  // namespace Python_LineInterp

@@ -4,6 +4,7 @@
 #include "module/checks.h"
 #include "serve/adapters.h"
 
+#include "kz/base/forever.h"
 #include "kz/result.h"
 
 #include <map>
@@ -17,16 +18,12 @@ struct InterfaceBase {
 
 using ClassAndMeta = std::pair<PyObject*, PyObject*>;
 
-// Never destroyed: the host may hold instances of these classes while the process ends.
 struct Tables {
     std::map<PyObject*, InterfaceBase> bases;
     std::map<ClassAndMeta, std::unique_ptr<CKzPythonPolymorph>> polymorphs;
 };
 
-Tables& tables() {
-    static auto* theTables = new Tables();
-    return *theTables;
-}
+CKzForever<Tables> theTables;  // made at load: unload must not need memory to find them empty
 
 // Classes and meta objects nest as deep as scripts make them, and the stack does not.
 class CRecursion {
@@ -44,7 +41,7 @@ void collectInterfaces(PyObject* pythonClass, CKzPythonPolymorph& polymorph) {
     for (Py_ssize_t index = 0; bases != nullptr && index < PyTuple_GET_SIZE(bases); ++index) {
         PyObject* base = PyTuple_GET_ITEM(bases, index);
         if (base == pythonClass || !PyType_Check(base)) continue;
-        if (const auto marked = tables().bases.find(base); marked != tables().bases.end())
+        if (const auto marked = theTables->bases.find(base); marked != theTables->bases.end())
             polymorph.append(marked->second.adapter->make());
         else collectInterfaces(base, polymorph);
     }
@@ -78,17 +75,17 @@ void collectSubServers(PyObject* meta, CKzPythonPolymorph& polymorph) {
 
 void kzMarkInterfaceBase(PyObject* pythonClass, const char* interfaceName) {
     const KzAdapterRow* adapter = kzNonNull(kzFindAdapter(interfaceName), KZe_INVALIDARG);
-    tables().bases.insert_or_assign(pythonClass, InterfaceBase{CPyRef(pythonClass), adapter});
+    theTables->bases.insert_or_assign(pythonClass, InterfaceBase{CPyRef(pythonClass), adapter});
 }
 
 CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta) {
     kzTrue(PyType_Check(pythonClass));
     const ClassAndMeta key(pythonClass, meta);
-    if (const auto known = tables().polymorphs.find(key); known != tables().polymorphs.end()) return *known->second;
+    if (const auto known = theTables->polymorphs.find(key); known != theTables->polymorphs.end()) return *known->second;
     auto made = std::make_unique<CKzPythonPolymorph>(pythonClass);
     collectInterfaces(pythonClass, *made);
     kzTrue(made->recordCount() != 0, KZe_INVALIDARG);
-    CKzPythonPolymorph& polymorph = *(tables().polymorphs[key] = std::move(made));
+    CKzPythonPolymorph& polymorph = *(theTables->polymorphs[key] = std::move(made));
     if (meta != Py_None) {
         polymorph.setMeta(meta);
         collectSubServers(meta, polymorph);
@@ -98,6 +95,6 @@ CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta) {
 
 void kzReleaseClasses() {
     // Classes that go may run code, which must not find a table half emptied.
-    const auto bases = std::exchange(tables().bases, {});
-    for (const auto& [key, polymorph] : tables().polymorphs) polymorph->releasePython();
+    const auto bases = std::exchange(theTables->bases, {});
+    for (const auto& [key, polymorph] : theTables->polymorphs) polymorph->releasePython();
 }

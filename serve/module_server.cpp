@@ -7,6 +7,7 @@
 #include "serve/server_list.h"
 #include "wrap/dict_texts.h"
 
+#include "kz/base/forever.h"
 #include "kz/result.h"
 
 namespace Python_Module {
@@ -33,7 +34,7 @@ public:
 };
 
 CDictionaryPolymorph& dictionaries() {
-    static auto* thePolymorph = new CDictionaryPolymorph();
+    static CKzForever<CDictionaryPolymorph> thePolymorph;
     return *thePolymorph;
 }
 
@@ -101,8 +102,8 @@ void registerDictionary(CKzThisModule& module) {
 }
 
 void registerServer(CKzThisModule& module) {
-    static CModulePolymorph polymorph;
-    module.addServer("python", &polymorph);
+    static CKzForever<CModulePolymorph> polymorph;
+    module.addServer("python", &*polymorph);
 }
 
 }  // namespace Python_Module
