@@ -7,6 +7,7 @@
 #include "kz/base/forever.h"
 #include "kz/result.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -64,7 +65,12 @@ CKzThisModule& CKzThisModule::instance() {
 }
 
 IKzUnknown* CKzThisModule::create(std::span<const Registration> registrations) noexcept {
-    if (m_state == shutDown) return nullptr;
+    if (m_state == shutDown) {
+        // The host hands over its log later than this, so there is no better place to say it.
+        std::fputs("kzPython2: the module has been unloaded in this process, and Python cannot start twice in one\n",
+                   stderr);
+        return nullptr;
+    }
     return kzValueBoundary([&]() -> IKzUnknown* {
         if (m_firstCall) {
             m_servers.clear();  // what an earlier, failed attempt left
@@ -105,7 +111,7 @@ KzResult CKzThisModule::need_SetContext(IKzUnknown* application) {
 
 void CKzThisModule::freeObject(void* /*object*/) noexcept {
     if (hasInstances() || m_state != initialised) return;
-    kzValueBoundary([] { PythonRuntime::stop(); });
+    const bool hasEnded = PythonRuntime::stop();
     m_state = shutDown;
-    destroyCache();
+    if (hasEnded) destroyCache();  // otherwise whoever is still inside goes on using the host
 }

@@ -1,12 +1,13 @@
 // Thread states for the threads that the host makes.
 #include "module/thread_states.h"
 
-#include "module/runtime.h"
+#include "module/gate.h"
 
 #include "kz/base/forever.h"
 
 #include <pythread.h>
 
+#include <atomic>
 #include <mutex>
 #include <new>
 #include <pthread.h>
@@ -29,11 +30,11 @@ void putAside(PyThreadState* state) noexcept {
 }
 
 void threadEnds(void* own) noexcept {
-    if (!PythonRuntime::enter()) return;
+    if (!CGate::enter("the end of a thread")) return;
     PyThread_delete_key_value(theKey);
     PyThreadState* state = std::exchange(*static_cast<PyThreadState**>(own), nullptr);
     if (state != theMain) putAside(state);
-    PythonRuntime::leave();
+    CGate::leave();
 }
 
 PyThreadState* takeSpare() noexcept {
@@ -52,7 +53,13 @@ PyThreadState* make() noexcept {
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
-    return PyThreadState_New(theMain->interp);
+    // The interpreter would end the process if it could not note whose state this is, so that place is made first.
+    if (theKey == noKey) return PyThreadState_New(theMain->interp);
+    if (PyThread_set_key_value(theKey, theMain) != 0) return nullptr;
+    PyThreadState* state = PyThreadState_New(theMain->interp);
+    PyThread_delete_key_value(theKey);
+    if (state == nullptr || PyThread_set_key_value(theKey, state) == 0) return state;
+    return putAside(state), nullptr;
 }
 
 }  // namespace

@@ -85,7 +85,7 @@ void reportStartFailure(KzResult code) {
 CLineInterpreter::CLineInterpreter() {
     if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_commands.take(cache->service(KZu_COMMANDSERVICE));
     try {
-        const CPyLock lock;
+        const CPyLock lock("a new console");
         return;
     } catch (KzResult code) {
         reportStartFailure(code);
@@ -108,7 +108,7 @@ KzResult CLineInterpreter::lin_Reset() {
 KzResult CLineInterpreter::lin_Execute(const char* line, IKzUnknown* execution) {
     const std::string_view text = line != nullptr ? line : "";
     if (m_pending.empty() && text.empty()) return KZe_SCRIPT_LINEISCOMMENT;
-    CPyLock lock;
+    CPyLock lock("a console line");
     kzSetQuiet(false);
     const bool wasPending = !m_pending.empty();
     if (wasPending) m_pending += '\n';

@@ -67,7 +67,7 @@ KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const ch
     if (const KzResult code = held->Buffer(&source); kzFailed(code)) return code;
     const CTrimmedText text(source != nullptr ? source : "");
 
-    CPyLock lock;
+    CPyLock lock("a script");
     kzSetQuiet(false);
     CInterpreterScript run(name, flags);
     run.prepare(heldMessage.ptr(), args);

@@ -25,7 +25,7 @@ private:
     CPyRef m_instance;
 };
 
-thread_local CInheritor* t_next = nullptr;
+KZ_THREAD_LOCAL thread_local CInheritor* t_next = nullptr;
 
 class CInheritorPolymorph final : public CKzGenericPolymorph {
 public:

@@ -98,7 +98,7 @@ std::optional<std::uint32_t> CServerList::find(const char* name, const KzGuid* t
 
 IKzUnknown* CServerList::spawn(std::uint32_t index) const {
     const CServerData& server = at(index);
-    const CPyLock lock;
+    const CPyLock lock(server.name.c_str());
     kzSetQuiet(false);
     KzResult code = KZe_FAILED;
     try {
@@ -115,9 +115,7 @@ void CServerList::releaseTags() {
     for (CServerData& server : m_state.servers) server.tags = Py_None;
 }
 
-const KzGuid* kzServerType(const KzGuid& iid) {
-    return static_cast<const KzGuid*>(theGuids->service().Global(&iid));
-}
+const KzGuid* kzServerType(const KzGuid& iid) { return static_cast<const KzGuid*>(theGuids->service().Global(&iid)); }
 
 KzGuid kzGuidOfText(const char* text) {
     KzGuid iid{};

@@ -1,4 +1,4 @@
-// Static objects that are never destroyed.
+// Static objects that are never destroyed, and variables of threads that never need to be made.
 #pragma once
 
 #include <cstddef>
@@ -22,3 +22,7 @@ public:
 private:
     alignas(T) std::byte m_memory[sizeof(T)];
 };
+
+// For thread_local variables of a loaded module: each thread has them from its start. Otherwise the first use on a thread
+// allocates them, and ends the process when there is no memory; and every use is a call. They have to be few and small.
+#define KZ_THREAD_LOCAL [[gnu::tls_model("initial-exec")]]
