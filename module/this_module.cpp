@@ -1,9 +1,12 @@
 // The module object and its table of servers.
 #include "module/this_module.h"
 
+#include "module/gate.h"
+#include "module/output.h"
 #include "module/runtime.h"
 
 #include "kz/base/boundary.h"
+#include "kz/base/description.h"
 #include "kz/base/forever.h"
 #include "kz/result.h"
 
@@ -105,8 +108,14 @@ KzResult CKzThisModule::tag_Describe(std::uint32_t index, KzTagRecord* record) {
 }
 
 KzResult CKzThisModule::need_SetContext(IKzUnknown* application) {
+    const std::string why = kzWhyUnfit(application);
     setApplication(application);
-    return KZe_OK;
+    if (why.empty() && !m_isUnfit) return KZe_OK;
+    m_isUnfit = true;
+    CGate::close();
+    kzLog(("the module refuses its host: " + why).c_str(), KZe_NOTSUPPORTED);
+    setApplication(nullptr);
+    return KZe_NOTSUPPORTED;
 }
 
 void CKzThisModule::freeObject(void* /*object*/) noexcept {
