@@ -38,7 +38,8 @@ bool holdsLock(PyThreadState* thread) noexcept { return thread != nullptr && thr
 }  // namespace
 
 bool CPyLock::isHeld() noexcept {
-    return isOurs() && _PyThreadState_Current != nullptr && holdsLock(PyGILState_GetThisThreadState());
+    if (!isOurs() || _PyThreadState_Current == nullptr) return false;
+    return holdsLock(t_own) || holdsLock(PyGILState_GetThisThreadState());
 }
 
 void CPyLock::acquire(const char* what) {
