@@ -87,7 +87,11 @@ function(kz_add_plugin)
     add_library(kzPython2 MODULE)
     set_property(GLOBAL PROPERTY KZ_PLUGIN_PARTS ${parts})  # for tests that look inside
     target_link_libraries(kzPython2 PRIVATE ${parts} kz_options)
-    target_link_options(kzPython2 PRIVATE -Wl,--no-undefined -Wl,--exclude-libs,ALL)
+    # It stays mapped until the process ends: the interpreter, extension modules and threads still have its addresses when
+    # the host has unloaded it.
+    set(exports "${PROJECT_SOURCE_DIR}/plugin/exports.map")
+    target_link_options(kzPython2 PRIVATE -Wl,--no-undefined -Wl,-z,nodelete "-Wl,--version-script=${exports}")
+    set_property(TARGET kzPython2 APPEND PROPERTY LINK_DEPENDS "${exports}")
     set_target_properties(kzPython2 PROPERTIES
         PREFIX "" LINKER_LANGUAGE CXX LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/plugins")
     add_dependencies(kz_run_time kzPython2)

@@ -5,14 +5,27 @@
 
 #include <iterator>
 
+#include "cpp_view.h"
+#include "sha1.h"
+
 namespace kzgen {
 
 namespace {
 
+// What a call through the interface's table depends on: the methods' names and types in their order, and no comment.
+std::string signatureText(const Interface& each) {
+    std::string text;
+    for (const Method& method : each.methods) {
+        text +=
+            fmt::format("{} {}({})\n", returnType(method.returns), method.name, parameterList(method, Names::Declared));
+    }
+    return text;
+}
+
 std::string identityRow(const Interface& each) {
     const std::string server = each.server ? cppLiteral(*each.server) : "nullptr";
-    return fmt::format("    {{{}, \"{}\", \"{}\", {}, {}}},\n", guidInitialiser(each.guid), each.name, each.symbol,
-                       server, each.service);
+    return fmt::format("    {{{}, \"{}\", \"{}\", {}, {}, 0x{}}},\n", guidInitialiser(each.guid), each.name,
+                       each.symbol, server, each.service, toHex(sha1(signatureText(each))).substr(0, 16));
 }
 
 }  // namespace
@@ -22,9 +35,11 @@ void emitTables(const Model& model, Output& output) {
     text += "#pragma once\n\n#include \"kz/base/unknown.h\"\n\n"
             "// `server` is the class's name among servers; null for what is never one.\n"
             "struct KzIdentityRow {\n    KzGuid iid;\n    const char* name;\n    const char* symbol;\n"
-            "    const char* server;\n    bool isService;\n};\n\n"
-            "inline constexpr KzIdentityRow kzIdentityRows[] = {\n"
-            "    {KZu_UNKNOWN, \"Unknown\", \"UNKNOWN\", nullptr, false},\n";
+            "    const char* server;\n    bool isService;\n"
+            "    std::uint64_t signature;  // of the methods: names, types and order\n};\n\n";
+    fmt::format_to(std::back_inserter(text), "inline constexpr char kzDescriptionHash[] = \"{}\";\n\n", model.hash);
+    text += "inline constexpr KzIdentityRow kzIdentityRows[] = {\n"
+            "    {KZu_UNKNOWN, \"Unknown\", \"UNKNOWN\", nullptr, false, 0},\n";
     for (const Header& header : model.headers) {
         for (const Interface& each : header.interfaces) {
             text += identityRow(each);

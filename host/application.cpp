@@ -5,6 +5,7 @@
 #include "host/version.h"
 
 #include "kz/application.h"
+#include "kz/base/description.h"
 #include "kz/result.h"
 #include "kz/script.h"
 
@@ -13,7 +14,8 @@
 
 namespace {
 
-class CApplication final : public CHosted<"application", CApplication, CKzIfc_ApplicationService>, CHostService {
+class CApplication final : public CHosted<"application", CApplication, CKzIfc_ApplicationService, CKzIfc_Description>,
+                           CHostService {
 public:
     using CHostService::CHostService;
 

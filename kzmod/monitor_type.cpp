@@ -5,10 +5,11 @@
 #include "module/py_lock.h"
 #include "module/runtime.h"
 
+#include "kz/base/boundary.h"
 #include "kz/base/global_cache.h"
 
-#include <algorithm>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -40,26 +41,21 @@ private:
 void replaceRecord(PyObject* self, CMonitorRecord* owned) noexcept {
     const std::unique_ptr<CMonitorRecord> record(std::exchange(recordOf(self), owned));
     if (!record) return;
-    MainInterpreter* interpreter = PythonRuntime::current() ? PythonRuntime::current()->interpreter() : nullptr;
-    if (interpreter != nullptr) {
-        std::vector<CMonitorRecord*>& live = interpreter->monitors;
-        if (const auto found = std::find(live.begin(), live.end(), record.get()); found != live.end())
-            live.erase(found);
-    }
+    record->leave();
     if (!record->monitor) return;
-    try {
-        const CPyLock lock;
-        record->release();
-    } catch (KzResult code) {
-        kzLostException(code);
-    }
+    std::optional<CPyLock> lock;
+    // The interpreter may be so near its end that the guard does not know this thread any more: whoever drops a Python
+    // object holds the lock all the same, and the host gets its monitor back.
+    kzValueBoundary([&] { lock.emplace("kz.Monitor"); });
+    record->release();
 }
 
 void allocate(PyObject* self) {
+    CMonitorLink& ring = PythonRuntime::running().monitors;
     auto record = std::make_unique<CMonitorRecord>();
     kzTakeService(record->dialogs);
     kzObtain(record->monitor, [&](IKzUnknown** found) { return record->dialogs.MonitorAllocate("Progress", found); });
-    PythonRuntime::running().monitors.push_back(record.get());
+    record->join(ring);
     replaceRecord(self, record.release());
 }
 

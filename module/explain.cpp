@@ -5,6 +5,7 @@
 #include "module/pending_exception.h"
 
 #include "kz/base/boundary.h"
+#include "kz/base/forever.h"
 #include "kz/result.h"
 
 #include <map>
@@ -13,14 +14,10 @@ namespace {
 
 constexpr std::size_t mostReasons = 500;  // a text that differs each time must not fill the memory
 
-// How often each line occurred beyond the first time. Never destroyed: a late caller may come while the process ends.
-std::map<std::string, std::size_t>& repeats() {
-    static auto& theRepeats = *new std::map<std::string, std::size_t>();
-    return theRepeats;
-}
+CKzForever<std::map<std::string, std::size_t>> theRepeats;  // how often each line occurred beyond the first time
 
 void note(const std::string& line) {
-    auto& known = repeats();
+    auto& known = *theRepeats;
     if (const auto found = known.find(line); found != known.end()) {
         ++found->second;
         return;
@@ -45,7 +42,7 @@ void kzExplain(const std::string& place, const std::string& reason) noexcept {
 void kzTellRepeatedReasons() noexcept {
     kzValueBoundary([] {
         std::map<std::string, std::size_t> told;
-        told.swap(repeats());
+        told.swap(*theRepeats);
         for (const auto& [line, count] : told)
             if (count > 0)
                 kzLog((kzVisible(line) + " (" + std::to_string(count) + " more times)").c_str(), KZe_WARNING);

@@ -2,16 +2,19 @@
 #include "module/main_interpreter.h"
 
 #include "module/checks.h"
+#include "module/environment.h"
 #include "module/error_report.h"
 #include "module/output.h"
 #include "module/parts.h"
+#include "module/pending_exception.h"
+#include "module/py_lock.h"
 #include "module/runtime.h"
+#include "module/thread_states.h"
 
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
 
-#include <algorithm>
-#include <sys/stat.h>
+#include <optional>
 
 namespace {
 
@@ -41,27 +44,48 @@ void runSource(const char* source) {
     kzNonNull(result.get());
 }
 
-PyObject* runExitFunction(PyObject* function, PyObject* /*args*/) {
-    const CPyRefNull result(PyObject_CallObject(function, nullptr));
+PyObject* runExitFunction(PyObject* holder, PyObject* /*args*/) {
+    const CPyRefNull result(PyObject_CallObject(PyList_GET_ITEM(holder, 0), nullptr));
     if (result.get() == nullptr) kzTellException();
     Py_RETURN_NONE;
 }
 
 PyMethodDef exitFunction = {"exitfunc", runExitFunction, METH_NOARGS, nullptr};
 
-// Finalisation calls sys.exitfunc, and would end the host's process if that raised SystemExit.
-void guardExitFunction() {
-    PyObject* function = PySys_GetObject(kzText("exitfunc"));
-    if (function == nullptr) return;
-    const CPyRefNull guarded(PyCFunction_New(&exitFunction, function));
-    if (guarded.get() == nullptr || PySys_SetObject(kzText("exitfunc"), guarded) != 0) PyErr_Clear();
-}
+// What site is given in the place of its makepath: "" stands for no folder then, not for the current one.
+PyObject* noFolder(PyObject* /*self*/, PyObject* /*paths*/) { return Py_BuildValue("ss", "", ""); }
 
-// Finalisation lets go of the interpreter's empty frozenset when no thread state is left, and would need one if that
-// were the last reference. So it never is.
-void keepEmptyFrozenSet() {
-    PyObject* kept = PyObject_CallObject(reinterpret_cast<PyObject*>(&PyFrozenSet_Type), nullptr);
-    if (kept == nullptr) PyErr_Clear();
+PyMethodDef noFolderFunction = {"makepath", noFolder, METH_VARARGS, nullptr};
+
+// Sets an attribute of a module for as long as the scope lives, if the module has it.
+class CReplacedAttribute {
+public:
+    CReplacedAttribute(PyObject* module, const char* name, PyObject* value)
+        : m_module(module), m_name(name), m_old(PyObject_GetAttrString(module, name)) {
+        if (m_old.get() != nullptr) kzNonNegative(PyObject_SetAttrString(module, name, value));
+        else PyErr_Clear();
+    }
+    ~CReplacedAttribute() {
+        const CPendingException pending;
+        if (m_old.get() != nullptr && PyObject_SetAttrString(m_module, m_name, m_old) != 0) PyErr_Clear();
+    }
+    CReplacedAttribute(const CReplacedAttribute&) = delete;
+    CReplacedAttribute& operator=(const CReplacedAttribute&) = delete;
+
+private:
+    PyObject* m_module;
+    const char* m_name;
+    CPyRefNull m_old;
+};
+
+// The path of the user's scripts goes to site whether it was resolved or not. Site takes the empty path for the current
+// folder, whose path files it would run; whoever starts the host there has not asked for that.
+void addSiteFolder(PyObject* site, PyObject* path) {
+    std::optional<CReplacedAttribute> replaced;
+    if (PyString_GET_SIZE(path) == 0)
+        replaced.emplace(site, "makepath", CPyRef(PyCFunction_New(&noFolderFunction, nullptr), CPyRef::owned));
+    const CPyRefNull added(PyObject_CallMethod(site, kzText("addsitedir"), kzText("O"), path));
+    kzNonNull(added.get());
 }
 
 }  // namespace
@@ -87,17 +111,30 @@ void CMonitorRecord::release() noexcept {
     if (held && service) static_cast<IKzStdDialogService*>(service.raw())->MonitorReleaseObj(held.raw());
 }
 
+void CMonitorLink::join(CMonitorLink& ring) noexcept {
+    m_previous = std::exchange(ring.m_previous, this);
+    m_next = &ring;
+    m_previous->m_next = this;
+}
+
+void CMonitorLink::leave() noexcept {
+    m_previous->m_next = m_next;
+    m_next->m_previous = m_previous;
+    m_previous = m_next = this;
+}
+
 void MainInterpreter::releaseMonitors() noexcept {
-    // Not a walk over the list: a monitor that goes takes its record off the list, at any time.
-    while (!monitors.empty()) {
-        CMonitorRecord* record = monitors.front();
-        monitors.erase(monitors.begin());
+    // Not a walk round the ring: a monitor that goes takes its record out of it, at any time.
+    while (!monitors.isAlone()) {
+        auto* record = static_cast<CMonitorRecord*>(monitors.next());
+        record->leave();
         record->release();
     }
 }
 
 bool MainInterpreter::resolve(const char* alias, std::string& path) {
-    return kzSucceeded(kzLocalPath(*kzNonNull(m_files.ptr()), alias, path));
+    // An empty path is none: the interpreter would take it for the current folder.
+    return kzSucceeded(kzLocalPath(*kzNonNull(m_files.ptr()), alias, path)) && !path.empty();
 }
 
 void MainInterpreter::prependIfResolved(const char* alias) {
@@ -105,7 +142,12 @@ void MainInterpreter::prependIfResolved(const char* alias) {
     if (resolve(alias, path)) prependToPath(path);
 }
 
-void MainInterpreter::start(std::string& progress) {
+void MainInterpreter::start(KzProgress& progress) {
+    if (Py_IsInitialized() != 0) {
+        kzWrite("Python runs in this process already, started by somebody else: this module cannot start its own",
+                KZe_STARTUP);
+        throw KZe_NOTAVAILABLE;
+    }
     const CProcessStateKeeper keeper;
     m_hostSignals = keeper.actions();
     m_files.take(hostService(KZu_FILESERVICE));
@@ -130,11 +172,10 @@ void MainInterpreter::start(std::string& progress) {
 }
 
 void MainInterpreter::setHome() {
-    if (!resolve(kitHome, m_home)) return;
+    if (!resolve(kitHome, m_home)) m_home = kzHomeOfEnvironment();
+    if (m_home.empty()) return;
     Py_SetPythonHome(m_home.data());
-    struct stat found {};
-    if (stat((m_home + "/lib/python2.7").c_str(), &found) != 0)
-        kzWrite(("Python home \"" + m_home + "\" holds no lib/python2.7").c_str(), KZe_INFO);
+    if (!kzIsHome(m_home)) kzWrite(("Python home \"" + m_home + "\" holds no lib/python2.7").c_str(), KZe_INFO);
 }
 
 void MainInterpreter::setProgramName() {
@@ -150,8 +191,9 @@ void MainInterpreter::setProgramName() {
 void MainInterpreter::initialise() {
     kzExposeInterpreterSymbols();
     PyEval_InitThreads();
-    Py_InitializeEx(0);  // without the interpreter's own signal handlers
+    kzInitialiseInEnvironment();
     m_mainThread = PyThreadState_Get();
+    CPyLock::setOurs(true);
     // Threads and signals note which thread is the main one when they are first imported: let it be this one. What
     // runs at exit is set up now, so that it can be guarded in the end whoever registers something.
     for (const char* name : {"signal", "threading", "atexit"}) {
@@ -159,6 +201,27 @@ void MainInterpreter::initialise() {
         if (early.get() == nullptr) PyErr_Clear();
     }
     kzParts().installStreams();
+    kzAddEnvironmentPath();
+    prepareEnd();
+}
+
+void MainInterpreter::prepareEnd() {
+    m_guardedFunction = kzNonNull(Py_BuildValue("[O]", Py_None));
+    m_exitGuard = kzNonNull(PyCFunction_New(&exitFunction, m_guardedFunction));
+    m_exitName = kzNonNull(PyString_InternFromString("exitfunc"));
+    // Finalisation lets go of the interpreter's empty frozenset when no thread state is left, and would need one if that
+    // were the last reference. So it never is.
+    kzNonNull(PyObject_CallObject(reinterpret_cast<PyObject*>(&PyFrozenSet_Type), nullptr));
+}
+
+// Finalisation calls sys.exitfunc, and would end the host's process if that raised SystemExit.
+void MainInterpreter::guardExitFunction() noexcept {
+    PyObject* names = m_exitName != nullptr ? m_mainThread->interp->sysdict : nullptr;
+    PyObject* function = names != nullptr ? PyDict_GetItem(names, m_exitName) : nullptr;
+    if (function == nullptr) return;
+    Py_INCREF(function);
+    if (PyList_SetItem(m_guardedFunction, 0, function) != 0 || PyDict_SetItem(names, m_exitName, m_exitGuard) != 0)
+        PyErr_Clear();
 }
 
 void MainInterpreter::buildModule() {
@@ -186,7 +249,8 @@ void MainInterpreter::extendPath() {
     kzSucceed(platform->ImportPathCount(&count));
     for (std::uint32_t index = count; index-- > 0;) {
         const char* path = nullptr;
-        if (kzSucceeded(platform->ImportPathByIndex(index, &path)) && path != nullptr) prependToPath(path);
+        if (kzSucceeded(platform->ImportPathByIndex(index, &path)) && path != nullptr && path[0] != '\0')
+            prependToPath(path);
     }
     prependIfResolved(moduleScripts);
 }
@@ -201,8 +265,7 @@ void MainInterpreter::importSite() {
         return;
     }
     const CPyRef path(PyString_FromString(folder.c_str()), CPyRef::owned);
-    const CPyRefNull added(PyObject_CallMethod(site, kzText("addsitedir"), kzText("O"), path.get()));
-    kzNonNull(added.get());
+    addSiteFolder(site, path);
     kzNonNegative(PyObject_SetAttrString(site, "USER_BASE", path));
     kzNonNegative(PyObject_SetAttrString(site, "USER_SITE", path));
 }
@@ -217,7 +280,7 @@ void MainInterpreter::takeMainDictionaries() {
 
 PyThreadState* MainInterpreter::endingThread() const noexcept {
     PyThreadState* own = PyGILState_GetThisThreadState();
-    if (own == nullptr) own = PyThreadState_New(m_mainThread->interp);
+    if (own == nullptr) own = CThreadStates::take();
     return own != nullptr ? own : m_mainThread;
 }
 
@@ -234,7 +297,7 @@ MainInterpreter::~MainInterpreter() {
     // Whatever is pending from a failed start must not reach the code that finalisation runs.
     PyErr_Clear();
     guardExitFunction();
-    keepEmptyFrozenSet();
     Py_Finalize();
+    CPyLock::setOurs(false);
     // The lock is not released: it went with the interpreter.
 }

@@ -8,11 +8,33 @@
 #include "kz/file.h"
 #include "kz/platform.h"
 
+#include <atomic>
 #include <string>
-#include <vector>
+
+// Names the start-up step under way: literals, so that a late caller may read it at any time.
+using KzProgress = std::atomic<const char*>;
+
+// A place in a ring. Whatever is linked takes itself out when it goes, and needs nothing but its neighbours for that:
+// any thread may drop a kz.Monitor at any step of the interpreter's end.
+class CMonitorLink {
+public:
+    CMonitorLink() = default;
+    ~CMonitorLink() { leave(); }
+    CMonitorLink(const CMonitorLink&) = delete;
+    CMonitorLink& operator=(const CMonitorLink&) = delete;
+
+    void join(CMonitorLink& ring) noexcept;
+    void leave() noexcept;
+    CMonitorLink* next() const noexcept { return m_next; }
+    bool isAlone() const noexcept { return m_next == this; }
+
+private:
+    CMonitorLink* m_previous = this;
+    CMonitorLink* m_next = this;
+};
 
 // The host monitor behind one kz.Monitor object, and the service it came from.
-struct CMonitorRecord {
+struct CMonitorRecord : CMonitorLink {
     CKzLoc_Monitor monitor;  // empty when none was allocated, or once it has been handed back
     CKzUser_StdDialogService dialogs;
 
@@ -28,7 +50,7 @@ public:
     MainInterpreter& operator=(const MainInterpreter&) = delete;
 
     // Starts Python. `progress` names the step under way. Throws the code of the step that failed.
-    void start(std::string& progress);
+    void start(KzProgress& progress);
 
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
     // The state under which the calling thread ends Python: its own, made if need be, which is the main thread's only on
@@ -47,13 +69,15 @@ public:
     std::uint32_t executionFlags = 0xFFFFFFFFU;
     int runFlag = 0;
 
-    std::vector<CMonitorRecord*> monitors;  // those of live kz.Monitor objects
+    CMonitorLink monitors;  // the ring of the records of live kz.Monitor objects
     void releaseMonitors() noexcept;
 
 private:
     void setHome();
     void setProgramName();
     void initialise();
+    void prepareEnd();
+    void guardExitFunction() noexcept;
     void buildModule();
     void importFirstModules();
     void extendPath();
@@ -66,6 +90,11 @@ private:
 
     CKzUser_FileService m_files;
     PyThreadState* m_mainThread = nullptr;
+    // Made at the start, because the end must not need memory: the guard around sys.exitfunc, a list that will hold the
+    // function, and its name.
+    PyObject* m_exitGuard = nullptr;
+    PyObject* m_guardedFunction = nullptr;
+    PyObject* m_exitName = nullptr;
     KzSignalActions m_hostSignals{};  // as they were before Python started
     // The interpreter keeps the pointers it was given, so these live until it has ended.
     std::string m_home;

@@ -1,7 +1,11 @@
 // The stack of output sinks.
 #include "module/output.h"
 
+#include "module/py_lock.h"
 #include "module/root_output.h"
+
+#include "kz/base/boundary.h"
+#include "kz/base/forever.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -12,8 +16,7 @@ namespace {
 
 using Sink = std::shared_ptr<COutput>;
 
-// Never destroyed: threads of the host may still write while the process ends.
-std::deque<Sink>& theStack = *new std::deque<Sink>();
+CKzForever<std::deque<Sink>> theStack;
 bool theTraceFlag = false;
 KzFlushHook theFlushHook = nullptr;
 bool theFlushing = false;
@@ -51,11 +54,11 @@ void flushHeldText() noexcept {
 }
 
 std::deque<Sink>& stack() {
-    if (theStack.empty()) {
-        theStack.push_back(std::make_shared<CRootOutput>());
-        theStack.back()->attach(nullptr);
+    if (theStack->empty()) {
+        theStack->push_back(std::make_shared<CRootOutput>());
+        theStack->back()->attach(nullptr);
     }
-    return theStack;
+    return *theStack;
 }
 
 // Null where it keeps failing. It may be told once more while it is told: whoever listens to the log may write there,
@@ -90,28 +93,36 @@ template <class Action> void tell(Sink (*choose)(), const char* text, Action&& a
     }
 }
 
+// For a thread without the interpreter lock, which must not touch the stack: a start that fails, an unload that gives up,
+// a console that is made when Python is gone.
+void writeDirectly(const char* text, KzResult code) noexcept {
+    kzValueBoundary([=] { CRootOutput().write(text, code); });
+}
+
 }  // namespace
 
 COutputScope::COutputScope(Sink sink) : m_sink(std::move(sink)) {
     flushHeldText();
     m_sink->attach(stack().back());
-    theStack.push_back(m_sink);
+    theStack->push_back(m_sink);
 }
 
 // Not simply the top: where scripts run on several threads, another's sink may have come to stand on this one.
 COutputScope::~COutputScope() {
     flushHeldText();
-    const auto place = std::find(theStack.begin(), theStack.end(), m_sink);
-    if (place == theStack.end()) return;
-    const auto above = theStack.erase(place);
-    if (above != theStack.end()) (*above)->attach(*std::prev(above));
+    const auto place = std::find(theStack->begin(), theStack->end(), m_sink);
+    if (place == theStack->end()) return;
+    const auto above = theStack->erase(place);
+    if (above != theStack->end()) (*above)->attach(*std::prev(above));
 }
 
 void kzWrite(const char* text, KzResult code) noexcept {
+    if (!CPyLock::isHeld()) return writeDirectly(text, code);
     tell(nextToTell, text, [=](COutput& sink) { sink.write(text, code); });
 }
 
 void kzLog(const char* text, KzResult code) noexcept {
+    if (!CPyLock::isHeld()) return writeDirectly(text, code);
     tell(bottom, text, [=](COutput& sink) { sink.write(text, code); });
 }
 
@@ -133,5 +144,5 @@ void kzSetFlushHook(KzFlushHook hook) noexcept { theFlushHook = hook; }
 
 void kzReleaseOutput() noexcept {
     theFlushHook = nullptr;
-    std::deque<Sink>().swap(theStack);
+    theStack->clear();
 }

@@ -1,5 +1,6 @@
 // Output sinks: where everything that the module reports goes. The sinks form one process-wide stack, and its top
-// receives all text. Used only by the thread that holds the interpreter lock; sinks know nothing of Python.
+// receives all text. Only a thread that holds the interpreter lock sees the stack; what another one writes goes
+// to the event log. Sinks know nothing of Python.
 //
 // Telling a sink may run any code, Python's included, and that code may write in turn. While a thread is telling a sink,
 // what it writes goes to the topmost sink that it is not telling, so a sink that fails is never told of its own failure.

@@ -4,8 +4,8 @@
 #include "module/python.h"
 
 #include <clocale>
+#include <cstring>
 #include <dlfcn.h>
-#include <new>
 
 namespace {
 
@@ -23,11 +23,8 @@ bool belongsToInterpreter(const struct sigaction& action) noexcept {
 CProcessStateKeeper::CProcessStateKeeper() noexcept {
     for (int signal = 1; signal < NSIG; ++signal)
         if (sigaction(signal, nullptr, &m_actions[signal]) != 0) m_actions[signal].sa_handler = SIG_ERR;
-    try {
-        if (const char* locale = setlocale(LC_ALL, nullptr)) m_locale = locale;
-    } catch (const std::bad_alloc&) {
-        return;
-    }
+    const char* locale = setlocale(LC_ALL, nullptr);
+    if (locale != nullptr && std::strlen(locale) < sizeof m_locale) std::strcpy(m_locale, locale);
 }
 
 CProcessStateKeeper::CProcessStateKeeper(const KzSignalActions& earlier) noexcept : CProcessStateKeeper() {
@@ -38,7 +35,7 @@ CProcessStateKeeper::CProcessStateKeeper(const KzSignalActions& earlier) noexcep
 CProcessStateKeeper::~CProcessStateKeeper() {
     for (int signal = 1; signal < NSIG; ++signal)
         if (m_actions[signal].sa_handler != SIG_ERR) sigaction(signal, &m_actions[signal], nullptr);
-    if (!m_locale.empty()) setlocale(LC_ALL, m_locale.c_str());
+    if (m_locale[0] != '\0') setlocale(LC_ALL, m_locale);
 }
 
 void kzExposeInterpreterSymbols() noexcept {

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <csignal>
-#include <string>
 
 // What a process does about each signal, by signal number.
 using KzSignalActions = std::array<struct sigaction, NSIG>;
@@ -23,7 +22,7 @@ public:
 
 private:
     KzSignalActions m_actions{};
-    std::string m_locale;  // empty when there was no memory for it: then it stays as it is
+    char m_locale[1024] = "";  // empty when it has a longer name than any: then it stays as it is
 };
 
 // Makes the interpreter library's symbols visible to extension modules, which are loaded later and expect to find them

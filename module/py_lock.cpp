@@ -1,6 +1,7 @@
 // The interpreter-lock guard.
 #include "module/py_lock.h"
 
+#include "module/gate.h"
 #include "module/runtime.h"
 #include "module/thread_states.h"
 
@@ -8,20 +9,21 @@
 
 #include <utility>
 
-thread_local PyThreadState* CPyLock::t_own = nullptr;
+KZ_THREAD_LOCAL thread_local PyThreadState* CPyLock::t_own = nullptr;
 int CPyLock::s_nested = 0;
 void (*CPyLock::s_leaveHook)() noexcept = nullptr;
+std::atomic<bool> CPyLock::s_isOurs{false};
 
 namespace {
 
 // Counts an entry at the gate, until `keep`.
 class CGatePass {
 public:
-    CGatePass() {
-        if (!PythonRuntime::enter()) throw KZe_NOTAVAILABLE;
+    explicit CGatePass(const char* what) {
+        if (!CGate::enter(what)) throw KZe_NOTAVAILABLE;
     }
     ~CGatePass() {
-        if (!m_kept) PythonRuntime::leave();
+        if (!m_kept) CGate::leave();
     }
     CGatePass(const CGatePass&) = delete;
     CGatePass& operator=(const CGatePass&) = delete;
@@ -36,17 +38,18 @@ bool holdsLock(PyThreadState* thread) noexcept { return thread != nullptr && thr
 }  // namespace
 
 bool CPyLock::isHeld() noexcept {
-    return _PyThreadState_Current != nullptr && holdsLock(PyGILState_GetThisThreadState());
+    if (!isOurs() || _PyThreadState_Current == nullptr) return false;
+    return holdsLock(t_own) || holdsLock(PyGILState_GetThisThreadState());
 }
 
-void CPyLock::acquire() {
+void CPyLock::acquire(const char* what) {
     // Before the gate: a thread inside Python may always come back in, even while the gate is closing.
     if (isHeld()) {
         ++s_nested;
         return;
     }
-    CGatePass pass;
-    PythonRuntime::ensureStarted();
+    CGatePass pass(what);
+    PythonRuntime::ensureStarted(what);
     PyThreadState* known = t_own != nullptr ? t_own : PyGILState_GetThisThreadState();
     PyThreadState* thread = known != nullptr ? known : CThreadStates::take();
     if (thread == nullptr) throw KZe_OUTOFMEMORY;
@@ -63,5 +66,5 @@ void CPyLock::acquire() {
 void CPyLock::giveBack() noexcept {
     if (s_leaveHook != nullptr) s_leaveHook();
     PyEval_ReleaseThread(std::exchange(m_thread, nullptr));
-    PythonRuntime::leave();
+    CGate::leave();
 }

@@ -4,22 +4,25 @@
 #include "module/checks.h"
 #include "module/error_report.h"
 #include "module/explain.h"
+#include "module/gate.h"
 #include "module/output.h"
 #include "module/parts.h"
 #include "module/py_lock.h"
 #include "module/thread_states.h"
 
+#include "kz/base/boundary.h"
+#include "kz/base/forever.h"
 #include "kz/result.h"
 
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 namespace {
 
-std::atomic<PythonRuntime*> theRuntime{nullptr};
-std::atomic<bool> theReady{false};  // started, servers imported: entries need not look further
-std::atomic<bool> theGateClosed{false};
-std::atomic<std::uint32_t> theInside{0};
+CKzForever<PythonRuntime> theOnlyRuntime;
+std::atomic<PythonRuntime*> theRuntime{nullptr};  // that one, from the first entry until Python has ended
+std::atomic<bool> theReady{false};                // started, servers imported: entries need not look further
 std::recursive_mutex theStartLock;
 KzModuleParts theParts;
 
@@ -38,8 +41,30 @@ private:
     std::unique_ptr<MainInterpreter>* m_record;
 };
 
-// How long unload waits for threads that are still running Python.
+// The turn to start Python, or to find it started. Throws NOTAVAILABLE when unload begins while another thread has it.
+class CStartTurn {
+public:
+    CStartTurn() {
+        while (!theStartLock.try_lock()) {
+            if (CGate::isClosed()) throw KZe_NOTAVAILABLE;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+    ~CStartTurn() { theStartLock.unlock(); }
+    CStartTurn(const CStartTurn&) = delete;
+    CStartTurn& operator=(const CStartTurn&) = delete;
+};
+
+// How long unload waits for threads that are still running Python, or starting it.
 constexpr std::chrono::seconds patience{10};
+
+void tellWhoStays() noexcept {
+    constexpr char text[] = "Python cannot end and stays as it is until the process ends: it is still in use by ";
+    char line[2048];
+    std::memcpy(line, text, sizeof text);
+    CGate::describe(line + sizeof text - 1, sizeof line - sizeof text + 1);
+    kzLog(line, KZe_WARNING);
+}
 
 }  // namespace
 
@@ -47,15 +72,6 @@ void kzSetParts(const KzModuleParts& parts) noexcept { theParts = parts; }
 const KzModuleParts& kzParts() noexcept { return theParts; }
 
 PythonRuntime* PythonRuntime::current() noexcept { return theRuntime; }
-
-bool PythonRuntime::enter() noexcept {
-    ++theInside;
-    if (!theGateClosed) return true;
-    --theInside;
-    return false;
-}
-
-void PythonRuntime::leave() noexcept { --theInside; }
 
 MainInterpreter* PythonRuntime::interpreter() {
     if (m_state != notStarted) return m_state == started ? m_interpreter.get() : nullptr;
@@ -73,7 +89,7 @@ MainInterpreter* PythonRuntime::interpreter() {
     }
     attempt.succeeded();
     m_failure = 0;
-    m_progress.clear();
+    m_progress = "";
     m_mainThread = m_interpreter->mainThread();
     CThreadStates::begin(m_mainThread);
     return m_interpreter.get();
@@ -83,16 +99,17 @@ MainInterpreter& PythonRuntime::running() {
     return *kzNonNull(kzNonNull(current(), KZe_NOTAVAILABLE)->interpreter(), KZe_NOTAVAILABLE);
 }
 
-void PythonRuntime::ensureStarted() {
+void PythonRuntime::ensureStarted(const char* what) {
     if (theReady) return;
     // The host's first entries are not to race, but if they do, the later ones wait here.
-    const std::lock_guard lock(theStartLock);
-    if (theGateClosed) throw KZe_NOTAVAILABLE;
+    const CStartTurn turn;
     if (theRuntime == nullptr) {
-        theRuntime = new PythonRuntime();
+        CGate::rename("starting Python");
+        theRuntime = &*theOnlyRuntime;
         theRuntime.load()->interpreter();
         theRuntime.load()->importServers();
         theReady = true;
+        CGate::rename(what);
     }
     if (const KzResult code = theRuntime.load()->failure()) throw code;
 }
@@ -127,38 +144,45 @@ void PythonRuntime::importServers() {
     PyEval_ReleaseThread(m_mainThread);
 }
 
-void PythonRuntime::closeGate() noexcept {
-    theGateClosed = true;
-    if (CPyLock::isHeld()) return;  // called from Python itself, which will not get further while this waits
+// For the others to leave. False when they do not, or when it is this very thread that is inside.
+bool PythonRuntime::waitForOthers() noexcept {
+    if (CGate::isInside() || CPyLock::isHeld()) return false;
     const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (theInside != 0 && std::chrono::steady_clock::now() < deadline)
+    while (!CGate::isEmpty()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
 
-void PythonRuntime::stop() {
-    closeGate();  // before the lock: whoever is inside may be waiting for it
-    const std::lock_guard lock(theStartLock);
+bool PythonRuntime::stop() noexcept {
+    CGate::close();
+    PythonRuntime* runtime = theRuntime;
+    if (!waitForOthers()) {
+        // Nothing is pulled away under whoever is inside, and no lock is waited for that they may hold.
+        if (runtime != nullptr) runtime->m_state = shutDown;
+        tellWhoStays();
+        return false;
+    }
     CThreadStates::end();
     theReady = false;
-    PythonRuntime* runtime = theRuntime;
-    if (runtime == nullptr) return;
-    runtime->m_progress.clear();
-    if (theInside != 0) {
-        // Somebody is still inside: everything is left as it is, for ever, instead of being pulled away under them.
-        runtime->m_state = shutDown;
-        static_cast<void>(runtime->m_interpreter.release());
-        return;
-    }
-    if (runtime->m_interpreter) {
-        PyThreadState* thread = runtime->m_interpreter->endingThread();
+    if (runtime == nullptr) return true;
+    runtime->end();
+    theRuntime = nullptr;
+    return true;
+}
+
+void PythonRuntime::end() noexcept {
+    m_progress = "";
+    if (m_interpreter) {
+        PyThreadState* thread = m_interpreter->endingThread();
         PyEval_AcquireThread(thread);
-        theParts.releaseServers();
+        kzValueBoundary([] { theParts.releaseServers(); });
         kzTellRepeatedReasons();
         PyEval_ReleaseThread(thread);
     }
-    runtime->m_state = shutDown;
-    runtime->m_interpreter.reset();
+    m_state = shutDown;
+    m_interpreter.reset();
     theParts.forgetPython();
     kzReleaseOutput();
-    delete theRuntime.exchange(nullptr);
 }

@@ -23,7 +23,7 @@ public:
 
     State state() const noexcept { return m_state; }
     // Names the start-up step under way, and after a failed start the one that failed. Empty otherwise.
-    const std::string& progress() const noexcept { return m_progress; }
+    const char* progress() const noexcept { return m_progress; }
     // What a failed start answered; 0 while nothing failed.
     KzResult failure() const noexcept { return m_failure; }
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
@@ -36,25 +36,22 @@ public:
     void importServers();
 
     // Creates the runtime and starts Python unless that has happened. Throws the start's failure code, now and on every
-    // later call; NOTAVAILABLE after shut-down.
-    static void ensureStarted();
-    // Stops Python for good: turns new entries away, waits for those inside, and finalises.
-    static void stop();
-
-    // Every entry that takes the interpreter lock is counted from before it asks for the lock until it has given it back.
-    // False when Python is gone.
-    static bool enter() noexcept;
-    static void leave() noexcept;
+    // later call; NOTAVAILABLE after shut-down. The calling thread has passed the gate, to do `what`.
+    static void ensureStarted(const char* what);
+    // Stops Python for good: turns new entries away, waits for those inside, and finalises. False when somebody stayed
+    // inside: the log says who, and everything is left as it is. Needs no memory.
+    static bool stop() noexcept;
 
 private:
     PyObject* findKzuObjectNames();
-    static void closeGate() noexcept;
+    static bool waitForOthers() noexcept;
+    void end() noexcept;
 
     std::atomic<State> m_state{notStarted};
     std::unique_ptr<MainInterpreter> m_interpreter;
     PyThreadState* m_mainThread = nullptr;
     PyObject* m_kzuObject = nullptr;
     PyObject* m_kzuObjectNames = nullptr;
-    std::string m_progress;
+    KzProgress m_progress{""};
     KzResult m_failure = 0;
 };

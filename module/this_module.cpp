@@ -1,11 +1,16 @@
 // The module object and its table of servers.
 #include "module/this_module.h"
 
+#include "module/gate.h"
+#include "module/output.h"
 #include "module/runtime.h"
 
 #include "kz/base/boundary.h"
+#include "kz/base/description.h"
+#include "kz/base/forever.h"
 #include "kz/result.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -58,12 +63,17 @@ CKzThisModule::CKzThisModule() {
 }
 
 CKzThisModule& CKzThisModule::instance() {
-    static CKzThisModule theModule;
-    return theModule;
+    static CKzForever<CKzThisModule> theModule;
+    return *theModule;
 }
 
 IKzUnknown* CKzThisModule::create(std::span<const Registration> registrations) noexcept {
-    if (m_state == shutDown) return nullptr;
+    if (m_state == shutDown) {
+        // The host hands over its log later than this, so there is no better place to say it.
+        std::fputs("kzPython2: the module has been unloaded in this process, and Python cannot start twice in one\n",
+                   stderr);
+        return nullptr;
+    }
     return kzValueBoundary([&]() -> IKzUnknown* {
         if (m_firstCall) {
             m_servers.clear();  // what an earlier, failed attempt left
@@ -98,13 +108,19 @@ KzResult CKzThisModule::tag_Describe(std::uint32_t index, KzTagRecord* record) {
 }
 
 KzResult CKzThisModule::need_SetContext(IKzUnknown* application) {
+    const std::string why = kzWhyUnfit(application);
     setApplication(application);
-    return KZe_OK;
+    if (why.empty() && !m_isUnfit) return KZe_OK;
+    m_isUnfit = true;
+    CGate::close();
+    kzLog(("the module refuses its host: " + why).c_str(), KZe_NOTSUPPORTED);
+    setApplication(nullptr);
+    return KZe_NOTSUPPORTED;
 }
 
 void CKzThisModule::freeObject(void* /*object*/) noexcept {
     if (hasInstances() || m_state != initialised) return;
-    kzValueBoundary([] { PythonRuntime::stop(); });
+    const bool hasEnded = PythonRuntime::stop();
     m_state = shutDown;
-    destroyCache();
+    if (hasEnded) destroyCache();  // otherwise whoever is still inside goes on using the host
 }

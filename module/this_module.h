@@ -75,4 +75,5 @@ private:
     CServerTable m_servers;
     State m_state = unloaded;
     bool m_firstCall = true;
+    bool m_isUnfit = false;  // for the host that came; no Python starts any more
 };

@@ -1,10 +1,13 @@
 // Thread states for the threads that the host makes.
 #include "module/thread_states.h"
 
-#include "module/runtime.h"
+#include "module/gate.h"
+
+#include "kz/base/forever.h"
 
 #include <pythread.h>
 
+#include <atomic>
 #include <mutex>
 #include <new>
 #include <pthread.h>
@@ -19,38 +22,44 @@ pthread_key_t theEndKey;          // with a destructor, which runs when a thread
 PyThreadState* theMain = nullptr;
 std::mutex theLock;
 std::size_t theMade = 0;
-std::vector<PyThreadState*> theSpare;  // states of threads that are over
+CKzForever<std::vector<PyThreadState*>> theSpare;  // states of threads that are over
 
 void putAside(PyThreadState* state) noexcept {
     const std::lock_guard lock(theLock);
-    theSpare.push_back(state);
+    theSpare->push_back(state);
 }
 
 void threadEnds(void* own) noexcept {
-    if (!PythonRuntime::enter()) return;
+    if (!CGate::enter("the end of a thread")) return;
     PyThread_delete_key_value(theKey);
     PyThreadState* state = std::exchange(*static_cast<PyThreadState**>(own), nullptr);
     if (state != theMain) putAside(state);
-    PythonRuntime::leave();
+    CGate::leave();
 }
 
 PyThreadState* takeSpare() noexcept {
     const std::lock_guard lock(theLock);
-    if (theSpare.empty()) return nullptr;
-    PyThreadState* state = theSpare.back();
-    theSpare.pop_back();
+    if (theSpare->empty()) return nullptr;
+    PyThreadState* state = theSpare->back();
+    theSpare->pop_back();
     return state;
 }
 
 PyThreadState* make() noexcept {
     try {
         const std::lock_guard lock(theLock);
-        theSpare.reserve(theMade + 1);  // here, for a thread that ends cannot say that memory is short
+        theSpare->reserve(theMade + 1);  // here, for a thread that ends cannot say that memory is short
         ++theMade;
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
-    return PyThreadState_New(theMain->interp);
+    // The interpreter would end the process if it could not note whose state this is, so that place is made first.
+    if (theKey == noKey) return PyThreadState_New(theMain->interp);
+    if (PyThread_set_key_value(theKey, theMain) != 0) return nullptr;
+    PyThreadState* state = PyThreadState_New(theMain->interp);
+    PyThread_delete_key_value(theKey);
+    if (state == nullptr || PyThread_set_key_value(theKey, state) == 0) return state;
+    return putAside(state), nullptr;
 }
 
 }  // namespace
@@ -78,5 +87,5 @@ void CThreadStates::watch(PyThreadState*& own) noexcept {
 void CThreadStates::end() noexcept {
     if (theKey.exchange(noKey) != noKey) pthread_key_delete(theEndKey);
     const std::lock_guard lock(theLock);
-    theSpare.clear();
+    theSpare->clear();
 }

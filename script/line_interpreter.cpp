@@ -8,6 +8,7 @@
 #include "script/static_tags.h"
 #include "wrap/result_codes.h"
 
+#include "kz/base/forever.h"
 #include "kz/base/global_cache.h"
 #include "kz/command.h"
 #include "kz/result.h"
@@ -86,7 +87,7 @@ void reportStartFailure(KzResult code) {
 CLineInterpreter::CLineInterpreter() {
     if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_commands.take(cache->service(KZu_COMMANDSERVICE));
     try {
-        const CPyLock lock;
+        const CPyLock lock("a new console");
         return;
     } catch (KzResult code) {
         reportStartFailure(code);
@@ -109,7 +110,7 @@ KzResult CLineInterpreter::lin_Reset() {
 KzResult CLineInterpreter::lin_Execute(const char* line, IKzUnknown* execution) {
     const std::string_view text = line != nullptr ? line : "";
     if (m_pending.empty() && text.empty()) return KZe_SCRIPT_LINEISCOMMENT;
-    CPyLock lock;
+    CPyLock lock("a console line");
     kzSetQuiet(false);
     const bool wasPending = !m_pending.empty();
     if (wasPending) m_pending += '\n';
@@ -190,12 +191,12 @@ Completeness checkCompleteness(std::string& text) {
 }
 
 void registerServer(CKzThisModule& module) {
-    static CKzPolymorph<CLineInterpreter> polymorph;
-    if (polymorph.recordCount() == 0) {  // a failed initialisation may have come this far
-        polymorph.append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>());
-        polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>());
+    static CKzForever<CKzPolymorph<CLineInterpreter>> polymorph;
+    if (polymorph->recordCount() == 0) {  // a failed initialisation may have come this far
+        polymorph->append(kzMakeRecord<CKzIfc_LineInterpreter<CLineInterpreter>>());
+        polymorph->append(kzMakeRecord<CKzIfc_TagDescription<CLineInterpreter>>());
     }
-    module.addServer("python", &polymorph);
+    module.addServer("python", &*polymorph);
 }
 
 }  // namespace Python_LineInterp

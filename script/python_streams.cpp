@@ -6,8 +6,11 @@
 #include "module/py_ref.h"
 #include "wrap/result_codes.h"
 
+#include "kz/base/forever.h"
+
 #include <structmember.h>
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -24,7 +27,7 @@ struct Stream {
 Stream* self(PyObject* object) { return reinterpret_cast<Stream*>(object); }
 
 // The streams outlive the interpreter where something still refers to them, so what they hold is not theirs to free.
-std::string theHeldTexts[2];
+CKzForever<std::array<std::string, 2>> theHeldTexts;
 Stream* theStreams[2] = {nullptr, nullptr};  // borrowed from sys; the types are never subclassed
 
 void writeLine(const Stream& stream, std::string line) { kzWrite(kzVisible(std::move(line)).c_str(), stream.level); }
@@ -177,7 +180,7 @@ void flushStreams() noexcept {
 void install(const char* name, const char* original, int descriptor, KzResult level) {
     const CPyRefNull object(kzNonNull(PyType_GenericAlloc(&streamType, 0)));
     Stream* stream = self(object);
-    stream->held = &theHeldTexts[descriptor == STDERR_FILENO ? 1 : 0];
+    stream->held = &(*theHeldTexts)[descriptor == STDERR_FILENO ? 1 : 0];
     stream->held->clear();
     stream->level = level;
     stream->descriptor = descriptor;

@@ -5,6 +5,7 @@
 #include "script/interpreter_script.h"
 #include "script/static_tags.h"
 
+#include "kz/base/forever.h"
 #include "kz/result.h"
 #include "kz/script.h"
 
@@ -66,7 +67,7 @@ KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const ch
     if (const KzResult code = held->Buffer(&source); kzFailed(code)) return code;
     const CTrimmedText text(source != nullptr ? source : "");
 
-    CPyLock lock;
+    CPyLock lock("a script");
     kzSetQuiet(false);
     CInterpreterScript run(name, flags);
     run.prepare(heldMessage.ptr(), args);
@@ -76,12 +77,12 @@ KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const ch
 }  // namespace
 
 void registerServer(CKzThisModule& module) {
-    static CKzPolymorph<CInterpreter> polymorph;
-    if (polymorph.recordCount() == 0) {  // a failed initialisation may have come this far
-        polymorph.append(kzMakeRecord<CKzIfc_TextScriptInterpreter<CInterpreter>>());
-        polymorph.append(kzMakeRecord<CKzIfc_TagDescription<CInterpreter>>());
+    static CKzForever<CKzPolymorph<CInterpreter>> polymorph;
+    if (polymorph->recordCount() == 0) {  // a failed initialisation may have come this far
+        polymorph->append(kzMakeRecord<CKzIfc_TextScriptInterpreter<CInterpreter>>());
+        polymorph->append(kzMakeRecord<CKzIfc_TagDescription<CInterpreter>>());
     }
-    module.addServer("python", &polymorph);
+    module.addServer("python", &*polymorph);
 }
 
 }  // namespace Python_Script

@@ -5,6 +5,7 @@
 #include "serve/adapters.h"
 #include "serve/reasons.h"
 
+#include "kz/base/forever.h"
 #include "kz/result.h"
 
 #include <map>
@@ -18,16 +19,12 @@ struct InterfaceBase {
 
 using ClassAndMeta = std::pair<PyObject*, PyObject*>;
 
-// Never destroyed: the host may hold instances of these classes while the process ends.
 struct Tables {
     std::map<PyObject*, InterfaceBase> bases;
     std::map<ClassAndMeta, std::unique_ptr<CKzPythonPolymorph>> polymorphs;
 };
 
-Tables& tables() {
-    static auto* theTables = new Tables();
-    return *theTables;
-}
+CKzForever<Tables> theTables;  // made at load: unload must not need memory to find them empty
 
 // Classes and meta objects nest as deep as scripts make them, and the stack does not.
 class CRecursion {
@@ -45,7 +42,7 @@ void collectInterfaces(PyObject* pythonClass, CKzPythonPolymorph& polymorph) {
     for (Py_ssize_t index = 0; bases != nullptr && index < PyTuple_GET_SIZE(bases); ++index) {
         PyObject* base = PyTuple_GET_ITEM(bases, index);
         if (base == pythonClass || !PyType_Check(base)) continue;
-        if (const auto marked = tables().bases.find(base); marked != tables().bases.end())
+        if (const auto marked = theTables->bases.find(base); marked != theTables->bases.end())
             polymorph.append(marked->second.adapter->make());
         else collectInterfaces(base, polymorph);
     }
@@ -100,19 +97,19 @@ void kzRequireClass(PyObject* object, std::string* why) {
 
 void kzMarkInterfaceBase(PyObject* pythonClass, const char* interfaceName) {
     const KzAdapterRow* adapter = kzNonNull(kzFindAdapter(interfaceName), KZe_INVALIDARG);
-    tables().bases.insert_or_assign(pythonClass, InterfaceBase{CPyRef(pythonClass), adapter});
+    theTables->bases.insert_or_assign(pythonClass, InterfaceBase{CPyRef(pythonClass), adapter});
 }
 
 CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta, std::string* why) {
     kzRequireClass(pythonClass, why);
     const ClassAndMeta key(pythonClass, meta);
-    if (const auto known = tables().polymorphs.find(key); known != tables().polymorphs.end()) return *known->second;
+    if (const auto known = theTables->polymorphs.find(key); known != theTables->polymorphs.end()) return *known->second;
     auto made = std::make_unique<CKzPythonPolymorph>(pythonClass);
     collectInterfaces(pythonClass, *made);
     require(made->recordCount() != 0, KZe_INVALIDARG, why, [pythonClass] {
         return "the class " + kzClassName(pythonClass) + " implements no interface: derive it from a class of kzifc";
     });
-    CKzPythonPolymorph& polymorph = *(tables().polymorphs[key] = std::move(made));
+    CKzPythonPolymorph& polymorph = *(theTables->polymorphs[key] = std::move(made));
     if (meta != Py_None) {
         polymorph.setMeta(meta);
         collectSubServers(meta, polymorph, why);
@@ -128,12 +125,12 @@ std::string kzFirstInterfaceName(const CKzPythonPolymorph& polymorph) {
 
 std::vector<const CKzPythonPolymorph*> kzPythonPolymorphs() {
     std::vector<const CKzPythonPolymorph*> all;
-    for (const auto& [key, polymorph] : tables().polymorphs) all.push_back(polymorph.get());
+    for (const auto& [key, polymorph] : theTables->polymorphs) all.push_back(polymorph.get());
     return all;
 }
 
 void kzReleaseClasses() {
     // Classes that go may run code, which must not find a table half emptied.
-    const auto bases = std::exchange(tables().bases, {});
-    for (const auto& [key, polymorph] : tables().polymorphs) polymorph->releasePython();
+    const auto bases = std::exchange(theTables->bases, {});
+    for (const auto& [key, polymorph] : theTables->polymorphs) polymorph->releasePython();
 }

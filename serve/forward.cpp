@@ -67,7 +67,7 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
 KzResult kzForward(void* instance, KzForwardedMethod& method, const KzWord* words) noexcept {
     if (instance == nullptr) return KZe_FAILED;
     return kzBoundary([=, &method] {
-        const CPyLock lock;
+        const CPyLock lock(method.name);
         kzSetQuiet(false);  // with the lock held: the flag belongs to whoever holds it
         return forwardLocked(static_cast<PyObject*>(instance), method, words);
     });

@@ -3,6 +3,7 @@
 
 #include "module/py_lock.h"
 
+#include "kz/base/forever.h"
 #include "kz/module.h"
 #include "kz/result.h"
 
@@ -24,7 +25,7 @@ private:
     CPyRef m_instance;
 };
 
-thread_local CInheritor* t_next = nullptr;
+KZ_THREAD_LOCAL thread_local CInheritor* t_next = nullptr;
 
 class CInheritorPolymorph final : public CKzGenericPolymorph {
 public:
@@ -45,7 +46,7 @@ public:
 }  // namespace
 
 IKzUnknown* kzMakeInheritor(CKzPythonPolymorph& polymorph, void* data) {
-    static auto* inheritors = new CInheritorPolymorph();  // the host may hold one while the process ends
+    static CKzForever<CInheritorPolymorph> inheritors;
     if (data == nullptr) return nullptr;
     const CPyLock lock;
     t_next = new CInheritor(polymorph, static_cast<PyObject*>(data));

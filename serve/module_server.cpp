@@ -9,6 +9,7 @@
 #include "wrap/dict_pairs.h"
 #include "wrap/dict_texts.h"
 
+#include "kz/base/forever.h"
 #include "kz/result.h"
 
 namespace Python_Module {
@@ -35,7 +36,7 @@ public:
 };
 
 CDictionaryPolymorph& dictionaries() {
-    static auto* thePolymorph = new CDictionaryPolymorph();
+    static CKzForever<CDictionaryPolymorph> thePolymorph;
     return *thePolymorph;
 }
 
@@ -107,8 +108,8 @@ void registerDictionary(CKzThisModule& module) {
 }
 
 void registerServer(CKzThisModule& module) {
-    static CModulePolymorph polymorph;
-    module.addServer("python", &polymorph);
+    static CKzForever<CModulePolymorph> polymorph;
+    module.addServer("python", &*polymorph);
 }
 
 }  // namespace Python_Module

@@ -16,11 +16,11 @@ namespace {
 
 // What the next spawn on this thread wraps, with its reference. Each thread has its own, so that two spawns of one class
 // at once do not take each other's instance.
-thread_local PyObject* t_nextInstance = nullptr;
+KZ_THREAD_LOCAL thread_local PyObject* t_nextInstance = nullptr;
 
 // Sub-objects may have sub-objects of their own; classes that name each other would make them without end.
 constexpr int deepestSubObject = 16;
-thread_local int t_subObjectDepth = 0;
+KZ_THREAD_LOCAL thread_local int t_subObjectDepth = 0;
 
 class CDepth {
 public:

@@ -6,6 +6,7 @@
 #include "module/py_lock.h"
 #include "wrap/result_codes.h"
 
+#include "kz/base/forever.h"
 #include "kz/guid.h"
 #include "kz/result.h"
 
@@ -32,10 +33,6 @@ struct NameAndType {
 // The GUID service, fetched once.
 class CGuids {
 public:
-    static CGuids& instance() {
-        static auto* theGuids = new CGuids();
-        return *theGuids;
-    }
     CKzUser_GUIDService& service() {
         const std::lock_guard lock(m_lock);
         if (!m_service) kzTakeService(m_service);
@@ -50,6 +47,8 @@ private:
     std::mutex m_lock;
     CKzUser_GUIDService m_service;
 };
+
+CKzForever<CGuids> theGuids;
 
 PyObject* newInstance(const CKzPythonPolymorph& polymorph) {
     PyObject* made = polymorph.makeInstance();
@@ -69,10 +68,10 @@ struct CServerList::State {
 
 CServerList::CServerList() : m_state(*new State()) {}
 
-CServerList& CServerList::instance() {
-    static CServerList theList;
-    return theList;
-}
+// Made at load, as all that unload asks is: it must not need memory then.
+static CKzForever<CServerList> theList;
+
+CServerList& CServerList::instance() { return *theList; }
 
 void CServerList::add(const char* name, const KzGuid* type, CKzPythonPolymorph& polymorph, PyObject* tags) {
     kzTrue(!find(name, type));
@@ -100,7 +99,7 @@ std::optional<std::uint32_t> CServerList::find(const char* name, const KzGuid* t
 
 IKzUnknown* CServerList::spawn(std::uint32_t index) const {
     const CServerData& server = at(index);
-    const CPyLock lock;
+    const CPyLock lock(server.name.c_str());
     kzSetQuiet(false);
     KzResult code = KZe_FAILED;
     try {
@@ -117,14 +116,12 @@ void CServerList::releaseTags() {
     for (CServerData& server : m_state.servers) server.tags = Py_None;
 }
 
-const KzGuid* kzServerType(const KzGuid& iid) {
-    return static_cast<const KzGuid*>(CGuids::instance().service().Global(&iid));
-}
+const KzGuid* kzServerType(const KzGuid& iid) { return static_cast<const KzGuid*>(theGuids->service().Global(&iid)); }
 
 KzGuid kzGuidOfText(const char* text) {
     KzGuid iid{};
-    kzTrue(kzSucceeded(CGuids::instance().service().FromText(text, &iid)));
+    kzTrue(kzSucceeded(theGuids->service().FromText(text, &iid)));
     return iid;
 }
 
-void kzReleaseServerServices() noexcept { CGuids::instance().release(); }
+void kzReleaseServerServices() noexcept { theGuids->release(); }

@@ -32,9 +32,10 @@ public:
     void releaseTags();
 
 private:
+    template <class T> friend class CKzForever;
     struct State;
     CServerList();
-    State& m_state;  // never destroyed, as the host may still ask while the process ends
+    State& m_state;
 };
 
 // The host's own copy of an interface identifier; null when the host does not know it.

@@ -4,6 +4,7 @@
 #include "module/checks.h"
 #include "module/output.h"
 
+#include "kz/base/forever.h"
 #include "kz/command.h"
 #include "kz/result.h"
 
@@ -15,8 +16,8 @@ bool kzQuietFlag = false;
 
 namespace {
 
-std::map<std::string, KzResult> theCodes;
-std::map<KzResult, std::string> theNames;
+CKzForever<std::map<std::string, KzResult>> theCodes;
+CKzForever<std::map<KzResult, std::string>> theNames;
 
 constexpr std::string_view badResult = "bad result: ";
 
@@ -75,24 +76,24 @@ KzResult codeOfCodeText(const std::string& text) {
 }  // namespace
 
 void kzAddResultName(const char* name, KzResult code) {
-    theCodes[name] = code;
-    theNames[code] = name;
+    (*theCodes)[name] = code;
+    (*theNames)[code] = name;
 }
 
 std::optional<KzResult> kzResultByName(const std::string& name) {
-    const auto found = theCodes.find(name);
-    if (found == theCodes.end()) return std::nullopt;
+    const auto found = theCodes->find(name);
+    if (found == theCodes->end()) return std::nullopt;
     return found->second;
 }
 
 const char* kzResultName(KzResult code) {
-    const auto found = theNames.find(code);
-    return found == theNames.end() ? "<unknown code>" : found->second.c_str();
+    const auto found = theNames->find(code);
+    return found == theNames->end() ? "<unknown code>" : found->second.c_str();
 }
 
 void kzForgetResultNames() noexcept {
-    theCodes.clear();
-    theNames.clear();
+    theCodes->clear();
+    theNames->clear();
 }
 
 bool kzIsSilent(KzResult code) noexcept {

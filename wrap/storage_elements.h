@@ -13,7 +13,6 @@ class CStorageBuffer;
 // exception set; codes are failures with or without an exception set.
 class StorageType {
 public:
-    virtual ~StorageType() = default;
     virtual std::size_t elementSize() const noexcept = 0;  // bytes
     // The items of the sequence, which has to have exactly that many, from element `start` on. Those before one that does
     // not convert stay written.

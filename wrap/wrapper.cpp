@@ -8,6 +8,7 @@
 #include "wrap/marshal_core.h"
 #include "wrap/result_codes.h"
 
+#include "kz/base/forever.h"
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
 
@@ -15,7 +16,7 @@
 
 namespace {
 
-std::vector<IKzUnknown*> theKept;  // let go of while a host call was under way
+CKzForever<std::vector<IKzUnknown*>> theKept;  // let go of while a host call was under way
 
 // Memory of wrappers that are gone, for the next ones: most live no longer than a call.
 class CSpareWrappers {
@@ -49,7 +50,7 @@ void serviceDealloc(PyObject* self) {
 }
 
 void releaseKept() noexcept {
-    const std::vector<IKzUnknown*> kept = std::exchange(theKept, {});
+    const std::vector<IKzUnknown*> kept = std::exchange(*theKept, {});
     for (IKzUnknown* object : kept) object->Release();
 }
 
@@ -156,14 +157,14 @@ void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row) {
 void kzForgetTypes() noexcept { theSpare.drop(); }
 
 bool kzHold(PyObject* wrapper, IKzUnknown* object) {
-    theKept.reserve(theKept.size() + 1);
+    theKept->reserve(theKept->size() + 1);
     if (object != nullptr) object->AddRef();
     // The new reference comes first: the object may be alive only through the one held now.
     IKzUnknown* found = interfaceOf(rowOf(Py_TYPE(wrapper)), object);
     IKzUnknown* former = std::exchange(kzWrapper(wrapper)->held, found);
     if (former != nullptr && CPyLock::isInsideHostCall()) {
         CPyLock::setLeaveHook(releaseKept);
-        theKept.push_back(former);
+        theKept->push_back(former);
     } else if (former != nullptr) {
         former->Release();
     }

@@ -1,6 +1,7 @@
 // What a module keeps of its host.
 #include "kz/base/global_cache.h"
 
+#include "kz/base/forever.h"
 #include "kz/thread.h"
 
 #include <utility>
@@ -41,7 +42,7 @@ void CKzGlobalCache::runInitialisers() {
 IKzThreadService* CKzGlobalCache::threads() noexcept {
     if (IKzThreadService* known = m_threads) return known;
     // A host in the same binary makes its service with this very layer, which asks for the service on the way.
-    thread_local bool isLooking = false;
+    KZ_THREAD_LOCAL thread_local bool isLooking = false;
     if (std::exchange(isLooking, true)) return nullptr;
     auto* found = static_cast<IKzThreadService*>(service(KZu_THREADSERVICE));
     isLooking = false;

@@ -2,6 +2,7 @@
 #include "instance.h"
 
 #include "kz/base/boundary.h"
+#include "kz/base/forever.h"
 #include "kz/base/global_cache.h"
 #include "kz/thread.h"
 
@@ -13,7 +14,7 @@ std::mutex theLocalLock;  // stands in until the host's thread service can be ha
 
 // The living by the name of their polymorph, for leak reports.
 std::mutex theCensusLock;
-std::map<std::string, std::uint32_t> theCensus;
+CKzForever<std::map<std::string, std::uint32_t>> theCensus;
 
 const char* nameOf(const CKzGenericPolymorph& polymorph) noexcept {
     return polymorph.name() != nullptr ? polymorph.name() : "unnamed";
@@ -21,13 +22,13 @@ const char* nameOf(const CKzGenericPolymorph& polymorph) noexcept {
 
 void countBirth(const CKzGenericPolymorph& polymorph) {
     const std::lock_guard lock(theCensusLock);
-    ++theCensus[nameOf(polymorph)];
+    ++(*theCensus)[nameOf(polymorph)];
 }
 
 void countDeath(const CKzGenericPolymorph& polymorph) noexcept {
     const std::lock_guard lock(theCensusLock);
-    if (const auto entry = theCensus.find(nameOf(polymorph)); entry != theCensus.end() && --entry->second == 0)
-        theCensus.erase(entry);
+    if (const auto entry = theCensus->find(nameOf(polymorph)); entry != theCensus->end() && --entry->second == 0)
+        theCensus->erase(entry);
 }
 
 IKzThreadService* threadService() noexcept {
@@ -193,13 +194,13 @@ CKzGenericPolymorph* kzPolymorphOf(IKzUnknown* interfacePointer) noexcept {
 std::uint32_t kzLiveInstanceCount() noexcept {
     const std::lock_guard lock(theCensusLock);
     std::uint32_t count = 0;
-    for (const auto& [name, living] : theCensus) count += living;
+    for (const auto& [name, living] : *theCensus) count += living;
     return count;
 }
 
 std::string kzLiveInstanceNames() {
     const std::lock_guard lock(theCensusLock);
     std::string names;
-    for (const auto& [name, living] : theCensus) names += name + " x" + std::to_string(living) + " ";
+    for (const auto& [name, living] : *theCensus) names += name + " x" + std::to_string(living) + " ";
     return names;
 }

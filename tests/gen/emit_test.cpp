@@ -4,7 +4,9 @@
 #include <iterator>
 
 #include "gen/emit.h"
+#include "gen/emit_tables.h"
 #include "kz_paths.h"
+#include "tests/gen/describe.h"
 #include "tests/gen/folder.h"
 
 namespace kzgen {
@@ -74,6 +76,25 @@ TEST(Emit, TheReferenceLeadsFromTheIndexToEveryName) {
         EXPECT_NE(page.find(text), std::string::npos) << text;
     }
     EXPECT_NE(contents(folder.path() / "index.html").find("tiny.html#TinyService"), std::string::npos);
+}
+
+TEST(Emit, ASignatureStandsForTheMethodsAlone) {
+    const auto row = [](const std::string& methods) {
+        const Described described(interfaceOf(methods));
+        EXPECT_EQ(described.errors(), "");
+        const Folder folder;
+        Output output(folder.path());
+        emitTables(described.model, output);
+        const std::string text = contents(folder.path() / "kz/tables.h");
+        return text.substr(text.find("\"I\""), 60);
+    };
+    const std::string first = row("  result A(int x);\n  result B();\n");
+    EXPECT_EQ(row("  // What it does.\n  result A(int x);   // and how\n  result B();\n"), first);
+    for (const char* other : {"  result B();\n  result A(int x);\n", "  result A(uint x);\n  result B();\n",
+                              "  result A(int y);\n  result B();\n", "  result A(out int x);\n  result B();\n",
+                              "  result A(int x);\n  uint B();\n", "  result A(int x);\n  result C();\n",
+                              "  result A(int x);\n  result B();\n  result C();\n"})
+        EXPECT_NE(row(other), first) << other;
 }
 
 }  // namespace kzgen

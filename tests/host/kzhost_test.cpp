@@ -3,6 +3,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "kz/mesh.h"
+#include "kz/tables.h"
+
 #include <csignal>
 #include <poll.h>
 #include <pty.h>
@@ -252,3 +255,18 @@ TEST_F(KzHostTest, ThePlainSignalStillEndsIt) {
 }
 
 }  // namespace
+
+// The host's description is another one than the plug-in's: an interface that both know has other methods.
+TEST_F(KzHostTest, SaysWhyThePluginRefusesIt) {
+    std::string plugin = testing::internal::ReadEntireFile(std::fopen(KZ_BUILD_DIR "/plugins/kzPython2.so", "rb"));
+    const auto change = [&](std::string_view found) {
+        const std::size_t at = plugin.find(found);
+        ASSERT_NE(at, std::string::npos);
+        plugin[at] ^= 1;
+    };
+    change(kzDescriptionHash);
+    for (const KzIdentityRow& row : kzIdentityRows)
+        if (row.iid == KZu_MESH) change({reinterpret_cast<const char*>(&row.signature), sizeof row.signature});
+    expect(run({"--plugin", write("other.so", plugin), "run", write("script.py", "print 1")}), 3, "",
+           {kzDescriptionHash, "interfaces that differ: Mesh\n"});
+}

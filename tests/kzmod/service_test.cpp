@@ -92,7 +92,7 @@ TEST_F(Monitor, CountsSteps) {
         {"kz.Monitor().step('x')", "result with TypeError: an integer is required"},
         {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"},
     });
-    EXPECT_TRUE(PythonRuntime::running().monitors.empty());
+    EXPECT_TRUE(PythonRuntime::running().monitors.isAlone());
     host.set(FakeScript());
     outcome("m = kz.Monitor(7)\nm.step()\nm.step(5)\nr = None");
     EXPECT_EQ(host.calls, (Strings{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)", "Increment(5)",
@@ -112,14 +112,14 @@ TEST_F(Monitor, ReleasingAllLeavesThemEmpty) {
     const auto run = [&](const char* source) { EXPECT_EQ(runPython(source, names), "") << source; };
     MainInterpreter& interpreter = PythonRuntime::running();
     run("ms = [kz.Monitor(2) for i in range(3)]");
-    EXPECT_EQ(interpreter.monitors.size(), 3U);
+    EXPECT_FALSE(interpreter.monitors.isAlone());
     // The host runs code that ends one monitor while another is being given back.
     host.script.onMonitor = [&] {
         host.script.onMonitor = nullptr;
         run("del ms[1]");
     };
     interpreter.releaseMonitors();
-    EXPECT_TRUE(interpreter.monitors.empty());
+    EXPECT_TRUE(interpreter.monitors.isAlone());
     EXPECT_EQ(calls("MonitorReleaseObj"), 3);
     host.calls.clear();
     run("for m in ms: m.init(3); m.step()");

@@ -1,0 +1,163 @@
+// The host in one object.
+#include "tests/bare_host/bare_host.h"
+
+#include "kz/tables.h"
+
+#include <cstdlib>
+#include <dlfcn.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+thread_local const char* t_script = "";
+
+}  // namespace
+
+KzResult CBareApplication::QueryInterface(const KzGuid* iid, void** object) {
+    if (isGone) _exit(9);
+    const KzResult code = host->own ? host->own(*iid, object) : kzNotFound;
+    if (code != kzNotFound) return code;
+    return host->self().QueryInterface(iid, object);
+}
+
+std::uint32_t CBareApplication::Release() {
+    if (isGone) _exit(9);
+    return 1;
+}
+
+CBareHost::CBareHost() {
+    appendTo(m_polymorph);
+    *m_self.out() = m_polymorph.spawn();
+    application.host = this;
+    aliases["kit_Python2_7:"] = kzBareKit;
+}
+
+bool CBareHost::load() {
+    library = dlopen(KZ_BUILD_DIR "/plugins/kzPython2.so", RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) return false;
+    using Create = IKzUnknown* (*)();
+    const auto create = reinterpret_cast<Create>(dlsym(library, "_IKzModule_Create"));
+    if (create == nullptr) return false;
+    *module.out() = create();
+    const CKzUser_NeedContext context(module.raw());
+    refusal = context.SetContext(&application);
+    return kzSucceeded(refusal);
+}
+
+void CBareHost::unload() {
+    module.clear();
+    dlclose(std::exchange(library, nullptr));
+}
+
+KzResult CBareHost::spawn(const KzGuid& iid, CKzLoc_Unknown& server) const {
+    return CKzUser_Module(module.raw()).Generate("python", &iid, server.out());
+}
+
+KzResult CBareHost::run(const char* script) {
+    CKzLoc_Unknown interpreter;
+    if (const KzResult code = spawn(KZu_TEXTSCRIPTINTERPRETER, interpreter); kzFailed(code)) return code;
+    t_script = script;
+    return CKzUser_TextScriptInterpreter(interpreter.raw()).Run(m_self.raw(), 0, "", m_self.raw());
+}
+
+KzResult CBareHost::execute(const char* line) {
+    CKzLoc_Unknown console;
+    if (const KzResult code = spawn(KZu_LINEINTERPRETER, console); kzFailed(code)) return code;
+    return CKzUser_LineInterpreter(console.raw()).Execute(line, m_self.raw());
+}
+
+std::string CBareHost::log() const {
+    const std::lock_guard lock(m_lock);
+    return m_log;
+}
+
+void CBareHost::note(const std::string& line) {
+    const std::lock_guard lock(m_lock);
+    m_log += line + "\n";
+}
+
+std::uint32_t CBareHost::references() noexcept {
+    m_self->AddRef();
+    return m_self->Release();
+}
+
+KzResult CBareHost::give(const char* operation, IKzUnknown** object) {
+    if (whenCalled) whenCalled(operation);
+    if (object == nullptr) return KZe_INVALIDARG;
+    if (failing == operation) return *object = &trap, KZe_NOACCESS;
+    return m_self.get(object);
+}
+
+KzResult CBareHost::applicationservice_ServiceByName(const char*, IKzUnknown** service) {
+    return give("Application.ServiceByName", service);
+}
+KzResult CBareHost::logservice_SubSystemLookup(const char*, IKzUnknown** subsystem) {
+    return give("Log.SubSystemLookup", subsystem);
+}
+KzResult CBareHost::logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) {
+    const KzResult code = give("Log.CreateEntry", entry);
+    if (kzSucceeded(code)) note((kzFailed(level) ? "error: " : "") + std::string(text));
+    return code;
+}
+KzResult CBareHost::fileservice_ToLocalAlias(const char* path, char* local, std::uint32_t length) {
+    const std::string text(path);
+    const std::size_t colon = text.find(':') + 1;
+    if (whenCalled) whenCalled("File.ToLocalAlias");
+    const auto found = aliases.find(text.substr(0, colon));
+    if (found == aliases.end()) return KZe_NOTFOUND;
+    const std::string whole = found->second + text.substr(colon);
+    if (whole.size() >= length) return KZe_SHORTBUFFER;
+    std::memcpy(local, whole.c_str(), whole.size() + 1);
+    return kzOk;
+}
+KzResult CBareHost::platformservice_ImportPathCount(std::uint32_t* count) {
+    return *count = static_cast<std::uint32_t>(importPaths.size()), kzOk;
+}
+KzResult CBareHost::platformservice_ImportPathByIndex(std::uint32_t index, const char** path) {
+    return *path = importPaths[index].c_str(), kzOk;
+}
+KzResult CBareHost::commandservice_ProcessStringFlags(std::uint32_t, const char* text, std::uint32_t* flags,
+                                                      const char** rest) {
+    *flags = 0;
+    return *rest = text, kzOk;
+}
+KzResult CBareHost::commandservice_Lookup(const char*, std::uint32_t* tag) { return *tag = 1, kzOk; }
+KzResult CBareHost::commandservice_Spawn(std::uint32_t, const char*, IKzUnknown** command) {
+    return give("Command.Spawn", command);
+}
+KzResult CBareHost::commandservice_SpawnFromString(const char*, std::uint32_t*, std::int32_t*, IKzUnknown** command) {
+    return give("Command.SpawnFromString", command);
+}
+KzResult CBareHost::commandservice_SpawnImplicitScript(const char*, IKzUnknown** command) {
+    return give("Command.SpawnImplicitScript", command);
+}
+KzResult CBareHost::commandservice_IsImplicitScript(const char* text) { return text[0] == '@' ? kzOk : KZe_NOTFOUND; }
+KzResult CBareHost::commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** value) {
+    return *state = 1, give("Command.GetToggleArgState", value);
+}
+KzResult CBareHost::commandservice_QueryArgString(IKzUnknown*, std::uint32_t, const char*, std::int32_t,
+                                                  IKzUnknown** values, std::uint32_t* index) {
+    return *index = 0, give("Command.QueryArgString", values);
+}
+KzResult CBareHost::commandservice_CreateQueryObject(const char*, IKzUnknown** values) {
+    return give("Command.CreateQueryObject", values);
+}
+KzResult CBareHost::cmd_Message(IKzUnknown** message) { return give("Command.Message", message); }
+KzResult CBareHost::stddialogservice_MonitorAllocate(const char*, IKzUnknown** monitor) {
+    return give("Dialog.MonitorAllocate", monitor);
+}
+KzResult CBareHost::stddialogservice_MonitorReleaseObj(IKzUnknown*) {
+    note("monitor released");
+    if (whenCalled) whenCalled("Dialog.MonitorReleaseObj");
+    return kzOk;
+}
+void* CBareHost::guidservice_Global(const KzGuid* iid) {
+    for (const KzIdentityRow& row : kzIdentityRows)
+        if (row.iid == *iid) return const_cast<KzGuid*>(&row.iid);
+    return nullptr;
+}
+KzResult CBareHost::ser_ScriptQuery(IKzUnknown** query) { return give("ServiceExtension.ScriptQuery", query); }
+KzResult CBareHost::scr_Buffer(const char** text) { return *text = t_script, kzOk; }
+KzResult CBareHost::lin_Info(const char* text) { return note(text), kzOk; }
+KzResult CBareHost::va_AddString(const char* text) { return note(std::string("= ") + text), kzOk; }

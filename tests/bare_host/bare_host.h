@@ -1,0 +1,128 @@
+// A host in one object: every service and every object that the plug-in asks for is an interface of it. It does next to
+// nothing, except to fail where a test says so.
+#pragma once
+
+#include "kz/all.h"
+#include "kz_paths.h"
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+// The implementation bases of the interfaces, and their records.
+template <class Self, template <class> class... Interfaces>
+class CImplements : public Interfaces<Self>::Implementation... {
+protected:
+    static void appendTo(CKzGenericPolymorph& polymorph) { (polymorph.append(kzMakeRecord<Interfaces<Self>>()), ...); }
+};
+
+// What a failing operation leaves in its object output. Whoever touches it believed a failure.
+class CTrap final : public IKzUnknown {
+public:
+    KzResult QueryInterface(const KzGuid*, void**) override { return ++touches, kzNoInterface; }
+    std::uint32_t AddRef() override { return ++touches; }
+    std::uint32_t Release() override { return ++touches; }
+    std::uint32_t touches = 0;
+};
+
+class CBareHost;
+
+// The application object. A host may delete it whenever it ends, so a later call ends the process with status 9.
+class CBareApplication final : public IKzUnknown {
+public:
+    KzResult QueryInterface(const KzGuid* iid, void** object) override;
+    std::uint32_t AddRef() override { return 1; }
+    std::uint32_t Release() override;
+    CBareHost* host = nullptr;
+    bool isGone = false;
+};
+
+using BareInterfaces = CImplements<CBareHost, CKzIfc_ApplicationService, CKzIfc_LogService, CKzIfc_Log, CKzIfc_LogEntry,
+                                   CKzIfc_FileService, CKzIfc_PlatformService, CKzIfc_CommandService, CKzIfc_Command,
+                                   CKzIfc_StdDialogService, CKzIfc_Monitor, CKzIfc_GUIDService, CKzIfc_HostService,
+                                   CKzIfc_ServiceExtension, CKzIfc_ScriptQuery, CKzIfc_Script, CKzIfc_LineExecution,
+                                   CKzIfc_Message, CKzIfc_ValueArray>;
+
+class CBareHost final : public BareInterfaces {
+public:
+    CBareHost();
+    ~CBareHost() override { module.clear(); }
+
+    // The plug-in of the build tree; false when it has no module object for this host or refuses it.
+    bool load();
+    void unload();
+    void* library = nullptr;
+    CKzLoc_Unknown module;
+    KzResult refusal = kzOk;  // what the module answered to its host
+
+    // One of the plug-in's servers.
+    KzResult spawn(const KzGuid& iid, CKzLoc_Unknown& server) const;
+    KzResult run(const char* script);
+    KzResult execute(const char* line);  // in a console of its own
+    std::string log() const;
+    bool hasLogged(const std::string& part) const { return log().find(part) != std::string::npos; }
+
+    CBareApplication application;
+    std::map<std::string, std::string> aliases;  // "scripts:" and its path
+    std::vector<std::string> importPaths;
+    std::string failing;  // an operation, "Log.CreateEntry": it fails and leaves the trap in its object output
+    CTrap trap;
+    std::function<void(const std::string& operation)> whenCalled;
+    // Asked before the host's own interfaces.
+    std::function<KzResult(const KzGuid& iid, void** object)> own;
+    std::uint32_t references() noexcept;  // to the host's one object
+    IKzUnknown& self() noexcept { return *m_self.raw(); }
+
+    KzResult applicationservice_ServiceByName(const char*, IKzUnknown** service) override;
+    KzResult logservice_SubSystemLookup(const char*, IKzUnknown** subsystem) override;
+    KzResult logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) override;
+    KzResult log_AddEntry(IKzUnknown*) override { return kzOk; }
+    KzResult logentry_AddEntry(IKzUnknown*) override { return kzOk; }
+    KzResult fileservice_ToLocalAlias(const char* path, char* local, std::uint32_t length) override;
+    KzResult platformservice_ImportPathCount(std::uint32_t* count) override;
+    KzResult platformservice_ImportPathByIndex(std::uint32_t index, const char** path) override;
+    KzResult commandservice_ProcessStringFlags(std::uint32_t, const char* text, std::uint32_t* flags,
+                                               const char** rest) override;
+    KzResult commandservice_Lookup(const char*, std::uint32_t* tag) override;
+    KzResult commandservice_Spawn(std::uint32_t, const char*, IKzUnknown** command) override;
+    KzResult commandservice_SpawnFromString(const char*, std::uint32_t*, std::int32_t*, IKzUnknown** command) override;
+    KzResult commandservice_SpawnImplicitScript(const char*, IKzUnknown** command) override;
+    KzResult commandservice_IsImplicitScript(const char* text) override;
+    KzResult commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** value) override;
+    KzResult commandservice_QueryArgString(IKzUnknown*, std::uint32_t, const char*, std::int32_t, IKzUnknown** values,
+                                           std::uint32_t* index) override;
+    KzResult commandservice_CreateQueryObject(const char*, IKzUnknown** values) override;
+    KzResult commandservice_ParseAttribObject(IKzUnknown*, std::uint32_t, IKzUnknown*) override { return kzOk; }
+    KzResult cmd_Execute(std::uint32_t) override { return kzOk; }
+    KzResult cmd_Message(IKzUnknown** message) override;
+    KzResult stddialogservice_MonitorAllocate(const char*, IKzUnknown** monitor) override;
+    KzResult stddialogservice_MonitorReleaseObj(IKzUnknown*) override;
+    KzResult mon_Initialize(std::uint32_t) override { return kzOk; }
+    KzResult mon_Increment(std::uint32_t) override { return kzOk; }
+    void* guidservice_Global(const KzGuid* iid) override;
+    KzResult hostservice_ModuleUpdate(const char*) override { return kzOk; }
+    KzResult ser_ScriptQuery(IKzUnknown** query) override;
+    KzResult sq_Lookup(const char*, std::uint32_t* index) override { return *index = 0, kzOk; }
+    KzResult sq_TypeName(std::uint32_t, const char** type) override { return *type = "string", kzOk; }
+    KzResult sq_Query(std::uint32_t, IKzUnknown*) override { return kzOk; }
+    KzResult scr_Hash(const char** name) override { return *name = "bare.py", kzOk; }
+    KzResult scr_Buffer(const char** text) override;
+    KzResult lin_Results(IKzUnknown*) override { return kzOk; }
+    KzResult lin_Info(const char* text) override;
+    KzResult msg_SetMessage(const char*, const char*, std::uint32_t) override { return kzOk; }
+    KzResult va_AddString(const char* text) override;
+    KzResult va_GetValue(std::uint32_t, IKzUnknown** value) override { return give("ValueArray.GetValue", value); }
+
+private:
+    KzResult give(const char* operation, IKzUnknown** object);
+    void note(const std::string& line);
+
+    CKzStaticPolymorph m_polymorph{this};
+    CKzLoc_Unknown m_self;
+    mutable std::mutex m_lock;
+    std::string m_log;
+};
+
+inline const std::string kzBareKit = KZ_BUILD_DIR "/kit/Python2_7/";

@@ -1,0 +1,193 @@
+// The end: unload and the end of the process, while threads are still inside, and without memory.
+#include "tests/bare_host/bare_host.h"
+#include "tests/bare_host/short_memory.h"
+#include "tests/support/child.h"
+#include "tests/support/folder.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <thread>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+void nap(std::chrono::milliseconds time = 50ms) { std::this_thread::sleep_for(time); }
+
+// The process ends, and takes its time: its own handler runs when all those of the plug-in have run.
+void slowExit() { nap(); }
+
+template <class Condition> void waitFor(Condition&& condition) {
+    while (!condition()) nap(1ms);
+}
+
+// Threads that use Python, and go on doing so whatever it answers.
+void keepCalling(CBareHost& host, bool isLoaded) {
+    static std::atomic<int> begun;
+    for (int index = 0; index < 3; ++index)
+        std::thread([&host, isLoaded] {
+            CKzLoc_Unknown console;
+            host.spawn(KZu_LINEINTERPRETER, console);
+            for (++begun;;) {
+                CKzUser_LineInterpreter(console.raw()).Execute("print sum(range(200))", &host.self());
+                if (isLoaded) host.run("print 1\nimport kz\nkz.Monitor(), kz.service.Log()\nnone");
+            }
+        }).detach();
+    waitFor([] { return begun == 3; });
+    nap();
+}
+
+}  // namespace
+
+TEST(exit, is_survived_by_threads_that_are_inside) {
+    kzInChild("never unloaded", [] {
+        std::atexit(slowExit);
+        auto& host = *new CBareHost();
+        ASSERT_TRUE(host.load());
+        host.execute("1");
+        keepCalling(host, true);
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    });
+}
+
+TEST(exit, does_not_call_a_host_that_has_gone) {
+    kzInChild("never unloaded", [] {
+        auto& host = *new CBareHost();
+        ASSERT_TRUE(host.load());
+        EXPECT_EQ(host.run("import kz, __main__\nprint 1\n__main__.kept = [kz.service.Log(), kz.Monitor()]"), kzOk);
+        host.application.isGone = true;
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    });
+}
+
+TEST(exit, registers_nothing_to_run_then) {
+    const auto lines = [](const char* command) {
+        std::string text;
+        FILE* pipe = popen(command, "r");
+        for (int letter = 0; (letter = std::fgetc(pipe)) != EOF;) text += static_cast<char>(letter);
+        EXPECT_EQ(pclose(pipe), 0);
+        return text;
+    };
+    EXPECT_EQ(lines("nm -D --defined-only " KZ_BUILD_DIR "/plugins/kzPython2.so | cut -d' ' -f2-"),
+              "T _IKzModule_Create\n");
+    const std::string used = lines("nm -D --undefined-only " KZ_BUILD_DIR "/plugins/kzPython2.so");
+    EXPECT_NE(used.find("Py_Finalize"), std::string::npos);
+    EXPECT_EQ(used.find("atexit"), std::string::npos) << used.substr(used.find("atexit"), 40);
+}
+
+TEST(unload, gives_up_when_python_does_not_finish_starting) {
+    const CTestFolder folder;
+    folder.write("servers/slow.py", "import time\ntime.sleep(1000)\n");
+    kzInChild("a server file that waits", [&] {
+        std::atexit(slowExit);
+        auto& host = *new CBareHost();
+        host.importPaths = {folder.path()};
+        ASSERT_TRUE(host.load());
+        std::atomic<bool> isStarting = false;
+        host.whenCalled = [&](const std::string& operation) { isStarting = isStarting || operation[0] == 'F'; };
+        std::thread([&host] {
+            pthread_setname_np(pthread_self(), "first user");
+            host.run("1");
+        }).detach();
+        waitFor([&] { return isStarting.load(); });
+        std::atomic<KzResult> waiting = kzOk;
+        std::thread waiter([&] { waiting = host.run("1"); });
+        nap();
+        CKzLoc_Unknown late;
+        host.spawn(KZu_TEXTSCRIPTINTERPRETER, late);
+        const auto begin = std::chrono::steady_clock::now();
+        host.module.clear();
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, 30s);
+        waiter.join();
+        EXPECT_EQ(waiting, KZe_NOTAVAILABLE);
+        EXPECT_EQ(CKzUser_TextScriptInterpreter(late.raw()).Run(&host.self(), 0, "", &host.self()), KZe_NOTAVAILABLE);
+        EXPECT_TRUE(host.hasLogged("\"first user\" (starting Python)")) << host.log();
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    });
+}
+
+TEST(unload, says_who_is_inside_when_it_gives_up) {
+    kzInChild("a script that waits", [] {
+        std::atexit(slowExit);
+        auto& host = *new CBareHost();
+        ASSERT_TRUE(host.load());
+        host.execute("1");
+        std::thread([&host] { host.run("import time\nprint 'inside'\ntime.sleep(1000)"); }).detach();
+        waitFor([&] { return host.hasLogged("inside"); });
+        keepCalling(host, false);
+        host.module.clear();
+        EXPECT_TRUE(host.hasLogged("(a script)")) << host.log().substr(host.log().size() - 300);
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    });
+}
+
+// Every kind of object of ours, dropped by a daemon thread while the interpreter ends: whatever runs Python code then
+// gives it the lock, and it takes the next object from its list. Whoever holds the main thread up there (the host that
+// is given a monitor back) does the same.
+TEST(unload, is_proof_against_what_other_threads_drop_meanwhile) {
+    const auto endWith = [](const char* name, const char* more) {
+        kzInChild(name, [=] {
+            CBareHost host;
+            ASSERT_TRUE(host.load());
+            EXPECT_EQ(host.run(("import kz, sys, threading, time, __main__\n"
+                                "class Pause(object):\n"
+                                "  def __del__(self, sleep=time.sleep): sleep(0.03)\n"
+                                "def drop(kept, sleep=time.sleep):\n"
+                                "  while kept:\n"
+                                "    kept.pop()\n"
+                                "    sleep(0.002)\n"
+                                "kept = []\n"
+                                "for i in range(40):\n"
+                                "  kept += [kz.Monitor(2), kz.Storage('d', 9), kz.service.Log(), kz.Service('a'),\n"
+                                "           kz.service.Log().SubSystemLookup('a')]\n"
+                                "thread = threading.Thread(target=drop, args=(kept,))\n"
+                                "thread.daemon = True\n" +
+                                std::string(more))
+                                   .c_str()),
+                      kzOk)
+                << host.log();
+            // The script's end took the monitors; these are in no script.
+            host.execute("import kz, __main__; __main__.live = [kz.Monitor() for i in range(20)]");
+            host.execute("__main__.kept.extend(__main__.live); del __main__.live[:]; __main__.thread.start()");
+            const auto save = reinterpret_cast<void* (*)()>(dlsym(host.library, "PyEval_SaveThread"));
+            const auto restore = reinterpret_cast<void (*)(void*)>(dlsym(host.library, "PyEval_RestoreThread"));
+            int held = 0;
+            host.whenCalled = [&](const std::string& operation) {
+                if (operation != "Dialog.MonitorReleaseObj" || held++ != 0) return;
+                void* thread = save();
+                nap(60ms);
+                restore(thread);
+            };
+            host.module.clear();
+            EXPECT_GE(held, 1);
+        });
+    };
+    endWith("held in __main__", "__main__.kept, __main__.thread, __main__.p = kept, thread, Pause()\n");
+    endWith("held in sys", "__main__.kept, __main__.thread = kept, thread\nsys.p = Pause()\n"
+                           "sys.modules['a'] = type(sys)('a')\nsys.modules['a'].p = Pause()\n");
+    endWith("held at exit", "import atexit\n__main__.kept, __main__.thread = kept, thread\n"
+                            "atexit.register(time.sleep, 0.03)\nimport codecs\n"
+                            "codecs.register(lambda name, late=kept[:5]: None)\n"
+                            "class Local(threading.local): pass\nsys.local = Local()\nsys.local.late = kept[5:9]\n");
+}
+
+TEST(unload, needs_no_memory) {
+    if (!CShortMemory::works()) GTEST_SKIP() << "the sanitizer has the allocator";
+    for (const bool elsewhere : {false, true})
+        kzInChild(elsewhere ? "on another thread" : "on the thread that started", [elsewhere] {
+            CBareHost host;
+            ASSERT_TRUE(host.load());
+            EXPECT_EQ(host.run("import atexit, sys, threading\natexit.register(sys.exit, 3)"), kzOk);
+            const auto unload = [&] {
+                const CShortMemory none;
+                host.module.clear();
+            };
+            if (elsewhere) std::thread(unload).join();
+            else unload();
+            EXPECT_EQ(host.references(), 1U);
+        });
+}

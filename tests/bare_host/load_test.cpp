@@ -1,0 +1,87 @@
+// Loading the plug-in: twice, and into a host of another description.
+#include "tests/bare_host/bare_host.h"
+#include "tests/support/child.h"
+#include "tests/support/folder.h"
+
+#include "kz/base/description.h"
+#include "kz/tables.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <dlfcn.h>
+#include <fstream>
+
+TEST(load, is_refused_a_second_time_with_a_reason) {
+    const CTestFolder folder;
+    kzInChild("loaded again", [&] {
+        CBareHost first;
+        ASSERT_TRUE(first.load());
+        first.execute("1");
+        first.unload();
+        ASSERT_NE(std::freopen(folder.path("errors").c_str(), "w", stderr), nullptr);
+        CBareHost second;
+        EXPECT_FALSE(second.load());
+        EXPECT_NE(second.library, nullptr);
+        EXPECT_FALSE(second.module);
+        std::fflush(stderr);
+        std::string line;
+        std::getline(std::ifstream(folder.path("errors")), line);
+        EXPECT_EQ(line,
+                  "kzPython2: the module has been unloaded in this process, and Python cannot start twice in one");
+    });
+}
+
+namespace {
+
+// A host that says what a test wants it to say of its description.
+class COtherDescription final : public IKzDescription {
+public:
+    COtherDescription(const char* hash, std::uint64_t change) : m_hash(hash), m_change(change) {}
+    KzResult QueryInterface(const KzGuid*, void**) override { return kzNoInterface; }
+    std::uint32_t AddRef() override { return 1; }
+    std::uint32_t Release() override { return 1; }
+    KzResult Hash(const char** hash) override { return *hash = m_hash, kzOk; }
+    KzResult Signature(const KzGuid* iid, std::uint64_t* signature) override {
+        for (const KzIdentityRow& row : kzIdentityRows)
+            if (row.iid == *iid) *signature = row.signature;
+        if (*iid == KZu_MESH || *iid == KZu_COMMAND) *signature += m_change;
+        return *iid == KZu_ITEM ? KZe_NOTFOUND : kzOk;
+    }
+
+private:
+    const char* m_hash;
+    std::uint64_t m_change;
+};
+
+}  // namespace
+
+TEST(load, is_refused_in_a_host_of_another_description) {
+    const struct {
+        const char* hash;
+        std::uint64_t change;
+        bool isRefused;
+    } table[] = {
+        {kzDescriptionHash, 0, false},
+        {kzDescriptionHash, 1, false},
+        {"0123", 0, false},  // every interface that both know agrees
+        {"0123", 1, true},
+    };
+    for (const auto& row : table)
+        kzInChild(row.hash, [&] {
+            COtherDescription description(row.hash, row.change);
+            CBareHost host;
+            host.own = [&](const KzGuid& iid, void** object) {
+                if (iid != KZu_DESCRIPTION) return KZe_NOTFOUND;
+                return *object = &description, kzOk;
+            };
+            EXPECT_NE(host.load(), row.isRefused);
+            EXPECT_EQ(
+                host.hasLogged(std::string("the module refuses its host: the host's SDK description is 0123, this "
+                                           "module's is ") +
+                               kzDescriptionHash + "; interfaces that differ: Command, Mesh\n"),
+                row.isRefused)
+                << host.log();
+            EXPECT_EQ(host.run("1"), row.isRefused ? KZe_NOTAVAILABLE : kzOk);
+        });
+}
