@@ -8,8 +8,10 @@
 
 #include <utility>
 
+const void* kzCalledObject = nullptr;
+
 thread_local PyThreadState* CPyLock::t_own = nullptr;
-int CPyLock::s_nested = 0;
+CPyLock* CPyLock::s_nested = nullptr;
 void (*CPyLock::s_leaveHook)() noexcept = nullptr;
 
 namespace {
@@ -42,7 +44,7 @@ bool CPyLock::isHeld() noexcept {
 void CPyLock::acquire() {
     // Before the gate: a thread inside Python may always come back in, even while the gate is closing.
     if (isHeld()) {
-        ++s_nested;
+        nest();
         return;
     }
     CGatePass pass;
@@ -58,6 +60,19 @@ void CPyLock::acquire() {
     pass.keep();
     m_thread = thread;
     if (known == nullptr) PyThreadState_Clear(thread);  // of what it holds of a thread that had it before
+}
+
+bool CPyLock::isCalled(const void* object) noexcept {
+    for (const CPyLock* guard = s_nested; guard != nullptr; guard = guard->m_next)
+        if (object == guard->m_called) return true;
+    return false;
+}
+
+bool CPyLock::isEnteredOtherwise() noexcept {
+    for (PyThreadState* each = PyInterpreterState_ThreadHead(PyThreadState_GET()->interp); each != nullptr;
+         each = PyThreadState_Next(each))
+        if (each->gilstate_counter > 1) return true;
+    return false;
 }
 
 void CPyLock::giveBack() noexcept {

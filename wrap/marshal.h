@@ -2,6 +2,7 @@
 // its parameters, and all methods of one signature share one marshaller, which this header makes.
 #pragma once
 
+#include "module/py_lock.h"
 #include "wrap/marshal_kinds.h"
 #include "wrap/result_codes.h"
 
@@ -134,6 +135,7 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
         ((types = typeList), ...);
         // Read again: reading an argument may run code that makes the wrapper hold something else, or nothing.
         IKzUnknown* object = kzWrapper(self)->held;
+        kzCalledObject = object;  // the reference is the wrapper's, which lets go of it at any time
         if (object == nullptr) {
             code = KZe_NOINTERFACE;
         } else if constexpr (isResult) {

@@ -11,11 +11,61 @@
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
 
-#include <vector>
+#include <algorithm>
+#include <unordered_set>
 
 namespace {
 
-std::vector<IKzUnknown*> theKept;  // let go of while a host call was under way
+// What wrappers let go of while it may have been called, one reference of each. Its calls are known by the object alone,
+// so that wrappers that are set again and again inside of a call keep nothing but what is called. Never destroyed: a late
+// caller may come while the process ends.
+class CKeptObjects {
+public:
+    static CKeptObjects& instance() noexcept {
+        static auto& theKept = *new CKeptObjects();
+        return theKept;
+    }
+
+    // Releases the object, at once or when no call on it is in progress any more.
+    void letGo(IKzUnknown* object) noexcept {
+        const bool isUncertain = CPyLock::isEnteredOtherwise();
+        const bool isKept = (isUncertain || CPyLock::isCalled(object)) && keep(object);
+        m_isUncertain |= isUncertain;
+        if (!isKept) object->Release();
+        if (!m_objects.empty()) releaseIdle();
+    }
+
+private:
+    // False when it is kept already.
+    bool keep(IKzUnknown* object) noexcept {
+        try {
+            CPyLock::setLeaveHook([]() noexcept { instance().releaseIdle(); });
+            return m_objects.insert(object).second;
+        } catch (const std::bad_alloc&) {
+            return true;  // a leak is better than an object that goes during its call
+        }
+    }
+
+    void releaseIdle() noexcept {
+        if (m_isUncertain && CPyLock::isInsideHostCall()) return;
+        const CPendingException pending;
+        const auto isIdle = [](IKzUnknown* object) { return !CPyLock::isCalled(object); };
+        // One at a time: releasing one may run code that adds others, or comes here itself.
+        for (;;) {
+            const auto idle = std::ranges::find_if(m_objects, isIdle);
+            if (idle == m_objects.end()) break;
+            IKzUnknown* object = *idle;
+            m_objects.erase(idle);
+            object->Release();
+        }
+        if (!m_objects.empty()) return;
+        m_isUncertain = false;
+        CPyLock::setLeaveHook(nullptr);
+    }
+
+    std::unordered_set<IKzUnknown*> m_objects;
+    bool m_isUncertain = false;  // Python was entered otherwise when one was added: calls on it may not be known
+};
 
 // Memory of wrappers that are gone, for the next ones: most live no longer than a call.
 class CSpareWrappers {
@@ -36,6 +86,7 @@ private:
 
 PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
 
+// No call is in progress through a wrapper that goes: a bound method keeps its wrapper alive.
 void letGo(PyObject* self) noexcept {
     if (IKzUnknown* held = std::exchange(kzWrapper(self)->held, nullptr)) {
         const CPendingException keep;
@@ -46,11 +97,6 @@ void letGo(PyObject* self) noexcept {
 void serviceDealloc(PyObject* self) {
     letGo(self);
     Py_TYPE(self)->tp_free(self);
-}
-
-void releaseKept() noexcept {
-    const std::vector<IKzUnknown*> kept = std::exchange(theKept, {});
-    for (IKzUnknown* object : kept) object->Release();
 }
 
 // The generated row of a type or of the type that a Python class derives from.
@@ -156,17 +202,10 @@ void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row) {
 void kzForgetTypes() noexcept { theSpare.drop(); }
 
 bool kzHold(PyObject* wrapper, IKzUnknown* object) {
-    theKept.reserve(theKept.size() + 1);
     if (object != nullptr) object->AddRef();
     // The new reference comes first: the object may be alive only through the one held now.
     IKzUnknown* found = interfaceOf(rowOf(Py_TYPE(wrapper)), object);
-    IKzUnknown* former = std::exchange(kzWrapper(wrapper)->held, found);
-    if (former != nullptr && CPyLock::isInsideHostCall()) {
-        CPyLock::setLeaveHook(releaseKept);
-        theKept.push_back(former);
-    } else if (former != nullptr) {
-        former->Release();
-    }
+    if (IKzUnknown* former = std::exchange(kzWrapper(wrapper)->held, found)) CKeptObjects::instance().letGo(former);
     return found != nullptr;
 }
 

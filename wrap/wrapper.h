@@ -38,8 +38,7 @@ inline bool kzIsWrapper(PyObject* object) noexcept {
     return Py_TYPE(object)->tp_dealloc == kzDeallocObject;
 }
 // Makes a wrapper hold the object by its type's interface, with a reference of its own, instead of what it held; whether
-// it then holds anything. Where Python runs inside a host call, that call may be one on the very object that is let go
-// of, so that one is kept until no host call is under way.
+// it then holds anything. An object that is let go of during a call on it lives until the call has returned.
 bool kzHold(PyObject* wrapper, IKzUnknown* object);
 
 // A new wrapper that consumes the reference. Null with an exception set when the object lacks the interface.
