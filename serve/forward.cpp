@@ -29,9 +29,7 @@ KzResult codeOfRaised(bool returnsCode) noexcept {
         kzSetQuiet(false);
         return KZe_NOTIMPL;
     }
-    // An exception may carry the name of any code, but no method that raised has succeeded.
-    const KzResult code = kzResultOfPending();
-    return kzFailed(code) ? code : KZe_FAILED;
+    return kzResultOfPending();
 }
 
 KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* word) noexcept {
@@ -42,11 +40,16 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     const bool returnsCode = method.signature[0] == 'r';
     const char* letter = method.signature + 1;
     PyObject* name = nameOf(method);
-    PyObject* returned = nullptr;
-    if (name != nullptr && arguments.build(letter, word))
-        returned = kzCallByName(arguments.items(), arguments.count(), name);
+    if (name == nullptr || !arguments.build(letter, word)) return codeOfRaised(returnsCode);
+    if (returnsCode && !kzHavePlaces(letter, word)) return KZe_INVALIDARG;
+    PyObject* returned = kzCallByName(arguments.items(), arguments.count(), name);
     // Short of memory, the interpreter may return something and raise all the same.
-    if (returned == nullptr || isRaised()) return codeOfRaised(returnsCode);
+    if (returned == nullptr || isRaised()) {
+        const KzResult code = codeOfRaised(returnsCode);
+        // A method that raises the name of a success has no values for the outputs, which the host is going to read.
+        if (kzSucceeded(code)) kzClearOutputs(letter, word);
+        return code;
+    }
     // The reference to what was returned is not given back, whatever it is: the host is handed the buffers of returned
     // strings as they are, and relies on them for as long as Python lives.
     return kzStoreOutputs(returned, letter, word);

@@ -6,3 +6,8 @@
 // Converts the returned value for the outputs that the letters name and stores them; nothing is stored unless all of
 // them convert. A failed conversion leaves no exception. No letters: the value does not matter.
 KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places) noexcept;
+
+// Whether the host has given a place for every output.
+bool kzHavePlaces(const char* letters, const KzWord* places) noexcept;
+// Stores zeros, empty texts and null pointers. All places are there.
+void kzClearOutputs(const char* letters, const KzWord* places) noexcept;
