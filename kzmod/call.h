@@ -1,6 +1,7 @@
 // What every function of the kz module that calls the host has in common: its trace lines, and how its errors are raised.
 #pragma once
 
+#include "module/host_output.h"
 #include "module/pending_exception.h"
 #include "wrap/result_codes.h"
 
@@ -59,14 +60,6 @@ template <class Body> int kzInitCall(const char* label, Body&& body) noexcept {
         Py_RETURN_NONE;
     }));
     return done.get() != nullptr ? 0 : -1;
-}
-
-// Makes the wrapper hold what a host operation hands out. FAILED when it succeeded but handed out nothing of use.
-template <class Operation> KzResult kzObtain(CKzLocalizedObject& wrapper, Operation&& operation) {
-    IKzUnknown* found = nullptr;
-    const KzResult code = operation(&found);
-    const bool held = wrapper.take(found);
-    return kzSucceeded(code) && !held ? kzFailedCode : code;
 }
 
 // A format's only "%s", or both of them, filled in.

@@ -27,15 +27,11 @@ std::string labelOf(const CKzUser_Command& command) {
 
 // The first 199 bytes of the message's text.
 std::string messageText(IKzUnknown* message) {
-    char text[200] = "";
     CKzUser_MessageService messages;
     kzTakeService(messages);
-    if (messages.MessageText(message, text, sizeof text) == KZe_SHORTBUFFER) {
-        CHostText longer;
-        longer.read([&](char* buffer, std::uint32_t length) { return messages.MessageText(message, buffer, length); });
-        return longer.text().substr(0, sizeof text - 1);
-    }
-    return {text, strnlen(text, sizeof text - 1)};
+    CHostText text;
+    text.read([&](char* buffer, std::uint32_t length) { return messages.MessageText(message, buffer, length); });
+    return text.text().substr(0, 199);
 }
 
 std::string failureText(IKzUnknown* message, KzResult code) {
@@ -61,11 +57,21 @@ private:
         return false;
     }
 
+    // What the body returns; the exception of a Python object that has no text waits until everything is let go of.
+    template <class Body> auto converted(Body&& body) {
+        try {
+            return body();
+        } catch (KzResult) {
+            m_call.keepPending();
+            throw;
+        }
+    }
+
     bool takeName(PyObject* args) {
         const Py_ssize_t count = PyTuple_Check(args) ? PyTuple_GET_SIZE(args) : 0;
         if (count < 1) return refuse("missing required command name");
         if (count > 1) return refuse("extra positional arguments");
-        const std::string text = kzStrictStringOf(PyTuple_GET_ITEM(args, 0));
+        const std::string text = converted([&] { return kzStrictStringOf(PyTuple_GET_ITEM(args, 0)); });
         const char* rest = nullptr;
         const std::uint32_t flags = PythonRuntime::running().executionFlags;
         if (kzFailed(m_service.ProcessStringFlags(flags, text.c_str(), &m_flags, &rest)) || rest == nullptr)
@@ -87,12 +93,7 @@ private:
 
     bool parse(PyObject* keywords) {
         CArgAttrib& arguments = kzSpawnArguments(m_attributes);
-        try {
-            kzTextsOfDict(keywords, arguments.names, arguments.values);
-        } catch (KzResult) {
-            m_call.keepPending();
-            throw;
-        }
+        converted([&] { kzTextsOfDict(keywords, arguments.names, arguments.values); });
         const KzResult code = m_service.ParseAttribObject(m_command.raw(), scriptAlertFlags, m_attributes.raw());
         return kzSucceeded(code) || refuse("could not parse argument list.");
     }

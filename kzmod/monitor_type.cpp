@@ -4,6 +4,7 @@
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
+#include "wrap/uncopyable.h"
 
 #include "kz/base/boundary.h"
 #include "kz/base/global_cache.h"
@@ -66,9 +67,10 @@ bool initialise(CCall& call, PyObject* self, int steps) {
     return false;
 }
 
-int monitorInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
+int monitorInit(PyObject* self, PyObject* args, PyObject* keywords) {
     return kzInitCall("kz.Monitor", [=](CCall& call) {
         int steps = 0;
+        if (!kzRefuseKeywords(self, keywords)) return false;
         allocate(self);
         // An argument that is no number leaves its error set on a monitor that was made: required, scripts that pass
         // one find the error at their next statement.
@@ -119,6 +121,8 @@ PyMethodDef methods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
+KzUncopyable uncopyable("kz.Monitor(steps) makes another one");
+
 PyTypeObject describe() {
     PyTypeObject type{};
     Py_REFCNT(&type) = 1;
@@ -127,6 +131,7 @@ PyTypeObject describe() {
     type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
     type.tp_doc = "Monitor objects";
     type.tp_methods = methods;
+    type.tp_base = &uncopyable.type;
     type.tp_new = PyType_GenericNew;
     type.tp_init = monitorInit;
     type.tp_dealloc = monitorDealloc;

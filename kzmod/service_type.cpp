@@ -2,6 +2,7 @@
 #include "kzmod/types.h"
 #include "kzmod/value_conversion.h"
 #include "module/pending_exception.h"
+#include "wrap/uncopyable.h"
 
 #include "kz/application.h"
 #include "kz/base/global_cache.h"
@@ -44,7 +45,8 @@ bool findQuery(CCall& call, CServiceState& state) {
     CKzUser_ApplicationService application;
     kzTakeService(application);
     CKzLoc_Unknown service;
-    if (kzFailed(application.ServiceByName(state.name.c_str(), service.out())) || !service) {
+    if (kzFailed(kzObtain(service,
+                          [&](IKzUnknown** found) { return application.ServiceByName(state.name.c_str(), found); }))) {
         call.fail(kzFormat("service '%s' not found.", state.name), PyExc_NameError);
         return false;
     }
@@ -56,9 +58,10 @@ bool findQuery(CCall& call, CServiceState& state) {
     return false;
 }
 
-int serviceInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
+int serviceInit(PyObject* self, PyObject* args, PyObject* keywords) {
     return kzInitCall("kz.Service", [=](CCall& call) {
         const char* name = nullptr;
+        if (!kzRefuseKeywords(self, keywords)) return false;
         if (PyArg_ParseTuple(args, "s", &name) == 0) return kzParseFailed() != nullptr;
         const auto state = std::make_shared<CServiceState>();
         state->name = name;
@@ -131,6 +134,8 @@ PyMethodDef methods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
+KzUncopyable uncopyable("kz.Service(name) makes another one");
+
 PyTypeObject describe() {
     PyTypeObject type{};
     Py_REFCNT(&type) = 1;
@@ -139,6 +144,7 @@ PyTypeObject describe() {
     type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
     type.tp_doc = "Script query objects";
     type.tp_methods = methods;
+    type.tp_base = &uncopyable.type;
     type.tp_new = serviceNew;
     type.tp_init = serviceInit;
     type.tp_dealloc = serviceDealloc;

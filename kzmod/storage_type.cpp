@@ -5,6 +5,7 @@
 #include "module/checks.h"
 #include "wrap/storage_buffer.h"
 #include "wrap/storage_elements.h"
+#include "wrap/uncopyable.h"
 
 #include "kz/result.h"
 
@@ -59,9 +60,10 @@ void storageDealloc(PyObject* self) {
     Py_TYPE(self)->tp_free(self);
 }
 
-int storageInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
+int storageInit(PyObject* self, PyObject* args, PyObject* keywords) {
     kzSetQuiet(false);
     return kzInitCall("kz.Storage", [=](CCall& call) {
+        if (!kzRefuseKeywords(self, keywords)) return false;
         const char* type = nullptr;
         int size = 0;
         if (PyArg_ParseTuple(args, "|si", &type, &size) == 0) return kzParseFailed() != nullptr;
@@ -188,7 +190,9 @@ Py_ssize_t storageLength(PyObject* self) { return static_cast<Py_ssize_t>(kzStor
 // The element that an index names. False when there is none, and IndexError is noted then.
 bool findElement(CCall& call, const CStorageBuffer& buffer, Py_ssize_t index, std::size_t& element) {
     element = buffer.offset() + static_cast<std::size_t>(index);
-    if (index >= 0 && element < buffer.size() && buffer.at(element) != nullptr) return true;
+    if (index >= 0 && static_cast<std::size_t>(index) < buffer.size() && element < buffer.size() &&
+        buffer.at(element) != nullptr)
+        return true;
     call.fail(outOfBounds, PyExc_IndexError);
     return false;
 }
@@ -235,6 +239,34 @@ PySequenceMethods* describeSequence() {
     return &sequence;
 }
 
+// Asked before the sequence's slots, for which the interpreter adds the length to a negative index.
+bool indexOf(PyObject* key, Py_ssize_t& index) {
+    if (PyIndex_Check(key) == 0) {
+        PyErr_Format(PyExc_TypeError, "kz.Storage indices must be integers, not %.200s", Py_TYPE(key)->tp_name);
+        return false;
+    }
+    index = PyNumber_AsSsize_t(key, nullptr);  // clipped where it is too large, and out of bounds then
+    return index != -1 || PyErr_Occurred() == nullptr;
+}
+
+PyObject* storageSubscript(PyObject* self, PyObject* key) {
+    Py_ssize_t index = 0;
+    return indexOf(key, index) ? storageItem(self, index) : nullptr;
+}
+
+int storageSetSubscript(PyObject* self, PyObject* key, PyObject* value) {
+    Py_ssize_t index = 0;
+    return indexOf(key, index) ? storageSetItem(self, index, value) : -1;
+}
+
+PyMappingMethods* describeMapping() {
+    static PyMappingMethods mapping{storageLength, storageSubscript, storageSetSubscript};
+    return &mapping;
+}
+
+KzUncopyable
+    uncopyable("another one is filled with its elements: copy = kz.Storage(type, size); copy.set(storage.get())");
+
 PyTypeObject describe() {
     PyTypeObject type{};
     Py_REFCNT(&type) = 1;
@@ -243,6 +275,8 @@ PyTypeObject describe() {
     type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
     type.tp_doc = "Storage objects";
     type.tp_as_sequence = describeSequence();
+    type.tp_as_mapping = describeMapping();
+    type.tp_base = &uncopyable.type;
     type.tp_methods = methods;
     type.tp_new = storageNew;
     type.tp_init = storageInit;

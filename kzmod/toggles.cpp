@@ -20,7 +20,9 @@ public:
 
     bool ask() {
         CKzLoc_Unknown value;
-        return m_command && kzSucceeded(m_service.GetToggleArgState(m_command.raw(), &m_state, value.out()));
+        return m_command && kzSucceeded(kzTakeOutput(value, [&](IKzUnknown** found) {
+                   return m_service.GetToggleArgState(m_command.raw(), &m_state, found);
+               }));
     }
 
     bool isOn() const noexcept { return m_state != 0; }

@@ -21,11 +21,14 @@ KzException KzException::fetch() {
 }
 
 KzException KzException::fetchOrHandled() {
-    PyThreadState* thread = PyThreadState_GET();
-    const bool isHandling = thread->exc_type != nullptr && thread->exc_type != Py_None;
-    if (PyErr_Occurred() != nullptr || !isHandling) return fetch();
-    const auto take = [](PyObject*& place) { return CPyRefNull(std::exchange(place, nullptr)); };
-    return {take(thread->exc_type), take(thread->exc_value), take(thread->exc_traceback)};
+    const PyThreadState* thread = PyThreadState_GET();
+    if (PyErr_Occurred() == nullptr && thread->exc_type != nullptr && thread->exc_type != Py_None) {
+        Py_INCREF(thread->exc_type);
+        Py_XINCREF(thread->exc_value);
+        Py_XINCREF(thread->exc_traceback);
+        PyErr_Restore(thread->exc_type, thread->exc_value, thread->exc_traceback);
+    }
+    return fetch();
 }
 
 std::string kzStringOf(PyObject* object) {

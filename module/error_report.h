@@ -14,7 +14,7 @@ struct KzException {
 
     // Takes the pending exception, which is then no longer pending.
     static KzException fetch();
-    // As fetch; when none is pending, takes the one that the calling Python code is handling in an except clause.
+    // As fetch; when none is pending, the one that the calling Python code is handling, which it goes on handling.
     static KzException fetchOrHandled();
 };
 

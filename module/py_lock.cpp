@@ -9,8 +9,10 @@
 
 #include <utility>
 
+const void* kzCalledObject = nullptr;
+
 KZ_THREAD_LOCAL thread_local PyThreadState* CPyLock::t_own = nullptr;
-int CPyLock::s_nested = 0;
+CPyLock* CPyLock::s_nested = nullptr;
 void (*CPyLock::s_leaveHook)() noexcept = nullptr;
 std::atomic<bool> CPyLock::s_isOurs{false};
 
@@ -45,7 +47,7 @@ bool CPyLock::isHeld() noexcept {
 void CPyLock::acquire(const char* what) {
     // Before the gate: a thread inside Python may always come back in, even while the gate is closing.
     if (isHeld()) {
-        ++s_nested;
+        nest();
         return;
     }
     CGatePass pass(what);
@@ -61,6 +63,19 @@ void CPyLock::acquire(const char* what) {
     pass.keep();
     m_thread = thread;
     if (known == nullptr) PyThreadState_Clear(thread);  // of what it holds of a thread that had it before
+}
+
+bool CPyLock::isCalled(const void* object) noexcept {
+    for (const CPyLock* guard = s_nested; guard != nullptr; guard = guard->m_next)
+        if (object == guard->m_called) return true;
+    return false;
+}
+
+bool CPyLock::isEnteredOtherwise() noexcept {
+    for (PyThreadState* each = PyInterpreterState_ThreadHead(PyThreadState_GET()->interp); each != nullptr;
+         each = PyThreadState_Next(each))
+        if (each->gilstate_counter > 1) return true;
+    return false;
 }
 
 void CPyLock::giveBack() noexcept {

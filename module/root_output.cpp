@@ -1,6 +1,8 @@
 // The bottom of the output stack.
 #include "module/root_output.h"
 
+#include "module/host_output.h"
+
 #include "kz/base/global_cache.h"
 
 CRootOutput::CRootOutput() {
@@ -9,11 +11,11 @@ CRootOutput::CRootOutput() {
 
 void CRootOutput::write(const char* text, KzResult code) {
     if (!m_service) return;
-    CKzLoc_Unknown found;
-    if (!m_subsystem && kzSucceeded(m_service->SubSystemLookup("python", found.out()))) m_subsystem.set(found.raw());
+    if (!m_subsystem)
+        kzObtain(m_subsystem, [&](IKzUnknown** found) { return m_service->SubSystemLookup("python", found); });
     CKzLoc_Unknown entry;
-    if (kzFailed(m_service->CreateEntry(code, text, entry.out())) || !m_subsystem) return;
-    m_subsystem->AddEntry(entry.raw());
+    kzObtain(entry, [&](IKzUnknown** found) { return m_service->CreateEntry(code, text, found); });
+    if (m_subsystem && entry) m_subsystem->AddEntry(entry.raw());
 }
 
 void CRootOutput::trace(const char* name, const char* message, KzResult code) {

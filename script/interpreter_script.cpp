@@ -2,6 +2,7 @@
 #include "script/interpreter_script.h"
 
 #include "module/checks.h"
+#include "module/host_output.h"
 #include "module/root_output.h"
 
 #include "kz/base/global_cache.h"
@@ -45,25 +46,25 @@ void CScriptOutput::place(IKzUnknown* entry) {
         parent->AddEntry(entry);
         return;
     }
-    CKzLoc_Unknown found;
     CKzLoc_Log scripts;
-    if (kzSucceeded(m_log->SubSystemLookup("scripts", found.out())) && scripts.set(found.raw()))
+    if (kzSucceeded(kzObtain(scripts, [&](IKzUnknown** found) { return m_log->SubSystemLookup("scripts", found); })))
         scripts->AddEntry(entry);
 }
 
 IKzLogEntry* CScriptOutput::entry() {
     if (m_entry || !m_log) return m_entry.ptr();
-    CKzLoc_Unknown made;
-    if (kzFailed(m_log->CreateEntry(KZe_INFO, m_label.c_str(), made.out())) || !m_entry.set(made.raw())) return nullptr;
-    place(made.raw());
+    const KzResult code =
+        kzObtain(m_entry, [&](IKzUnknown** found) { return m_log->CreateEntry(KZe_INFO, m_label.c_str(), found); });
+    if (kzFailed(code)) return nullptr;
+    place(m_entry.raw());
     return m_entry.ptr();
 }
 
 void CScriptOutput::write(const char* text, KzResult code) {
     IKzLogEntry* parent = entry();
     CKzLoc_Unknown made;
-    if (!m_log || kzFailed(m_log->CreateEntry(code, text, made.out()))) return;
-    if (parent != nullptr) parent->AddEntry(made.raw());
+    if (m_log) kzObtain(made, [&](IKzUnknown** found) { return m_log->CreateEntry(code, text, found); });
+    if (parent != nullptr && made) parent->AddEntry(made.raw());
 }
 
 void CScriptOutput::trace(const char* name, const char* message, KzResult code) {

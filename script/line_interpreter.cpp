@@ -2,6 +2,7 @@
 #include "script/line_interpreter.h"
 
 #include "module/checks.h"
+#include "module/host_output.h"
 #include "module/output.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
@@ -98,6 +99,7 @@ CLineInterpreter::CLineInterpreter() {
 }
 
 KzResult CLineInterpreter::lin_Prompt(std::int32_t continued, const char** prompt) {
+    if (prompt == nullptr) return KZe_INVALIDARG;
     *prompt = m_pending.empty() != (continued != 0) ? ">>> " : "... ";
     return KZe_OK;
 }
@@ -168,9 +170,9 @@ void CLineInterpreter::passResults(PyObject* result, IKzLineExecution* console) 
         throw;
     }
     if (!m_commands) throw KZe_FAILED;
-    CKzLoc_Unknown made;
     CKzLoc_ValueArray values;
-    kzTrue(kzSucceeded(m_commands->CreateQueryObject("string", made.out())) && values.set(made.raw()));
+    kzTrue(kzSucceeded(
+        kzObtain(values, [&](IKzUnknown** found) { return m_commands->CreateQueryObject("string", found); })));
     for (const std::string& text : texts) kzTrue(kzSucceeded(values->AddString(kzVisible(text).c_str())));
     if (console != nullptr) console->Results(values.raw());
 }

@@ -33,9 +33,10 @@ KzResult CInterpreter::tsi_ValidateHeader(const char* header) {
 
 // What the script is called: its path, or the name that a user knows it by.
 std::string identify(IKzScript& script) {
+    const char* path = nullptr;
+    if (kzSucceeded(script.Hash(&path)) && path != nullptr) return path;
     const char* name = nullptr;
-    if ((kzFailed(script.Hash(&name)) || name == nullptr) && kzFailed(script.UserName(&name))) name = nullptr;
-    return name != nullptr ? name : "";
+    return kzSucceeded(script.UserName(&name)) && name != nullptr ? name : "";
 }
 
 // The text without its trailing idle lines; the script's own text where memory for a copy is short.

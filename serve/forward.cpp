@@ -33,9 +33,7 @@ KzResult codeOfRaised(PyObject* self, const KzForwardedMethod& method, int argum
         PyErr_Clear();
         return KZe_FAILED;
     }
-    // An exception may carry the name of any code, but no method that raised has succeeded.
-    const KzResult code = kzResultOfPending();
-    return kzFailed(code) ? code : KZe_FAILED;
+    return kzResultOfPending();
 }
 
 KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* word) noexcept {
@@ -45,12 +43,17 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     CArguments arguments(self);
     const char* letter = method.signature + 1;
     PyObject* name = nameOf(method);
-    PyObject* returned = nullptr;
-    const bool isPassedOn = name != nullptr && arguments.build(letter, word);
-    if (isPassedOn) returned = kzCallByName(arguments.items(), arguments.count(), name);
+    if (name == nullptr) return codeOfRaised(self, method, -1);
+    if (!arguments.build(letter, word)) return codeOfRaised(self, method, arguments.count() - 1);
+    if (method.signature[0] == 'r' && !kzHavePlaces(letter, word)) return KZe_INVALIDARG;
+    PyObject* returned = kzCallByName(arguments.items(), arguments.count(), name);
     // Short of memory, the interpreter may return something and raise all the same.
-    if (returned == nullptr || isRaised())
-        return codeOfRaised(self, method, isPassedOn || name == nullptr ? -1 : arguments.count() - 1);
+    if (returned == nullptr || isRaised()) {
+        const KzResult code = codeOfRaised(self, method, -1);
+        // A method that raises the name of a success has no values for the outputs, which the host is going to read.
+        if (kzSucceeded(code)) kzClearOutputs(letter, word);
+        return code;
+    }
     // The reference to what was returned is not given back, whatever it is: the host is handed the buffers of returned
     // strings as they are, and relies on them for as long as Python lives.
     int failed = 0;

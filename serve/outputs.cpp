@@ -28,6 +28,7 @@ struct Output {
     };
 
     KzResult convert(PyObject* value) noexcept;
+    void clear() noexcept;
     void store() const noexcept;
     void drop() const noexcept;
 
@@ -65,11 +66,18 @@ KzResult Output::convert(PyObject* value) noexcept {
     }
 }
 
+void Output::clear() noexcept {
+    std::fill(std::begin(numbers), std::end(numbers), 0.0);  // the longest of all: the others are zero and null, too
+    if (letter == 'T') text = "";
+    if (letter != 'T' || length > 0) store();
+}
+
 KzResult Output::convertText(PyObject* value) noexcept {
     text = nullptr;
     if (letter == 'z' && value == Py_None) return KZe_OK;
-    text = PyString_AsString(value);
-    if (text == nullptr) return lost(KZe_FAILED);
+    char* characters = nullptr;  // without a length the interpreter refuses zero bytes, at which the host would stop
+    if (PyString_AsStringAndSize(value, &characters, nullptr) != 0) return lost(KZe_FAILED);
+    text = characters;
     const bool fits = letter == 'z' || (place != nullptr && std::strlen(text) < length);
     return fits ? KZe_OK : KZe_SHORTBUFFER;
 }
@@ -133,6 +141,13 @@ public:
         }
         return KZe_OK;
     }
+    bool havePlaces() const noexcept {
+        return std::all_of(m_outputs, m_outputs + m_count,
+                           [](const Output& output) { return output.place != nullptr; });
+    }
+    void clear() noexcept {
+        std::for_each(m_outputs, m_outputs + m_count, [](Output& output) { output.clear(); });
+    }
     void store() const noexcept {
         std::for_each(m_outputs, m_outputs + m_count, [](const Output& output) { output.store(); });
     }
@@ -151,3 +166,9 @@ KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* p
     if (kzSucceeded(code)) outputs.store();
     return code;
 }
+
+bool kzHavePlaces(const char* letters, const KzWord* places) noexcept {
+    return *letters == '\0' || COutputs(letters, places).havePlaces();
+}
+
+void kzClearOutputs(const char* letters, const KzWord* places) noexcept { COutputs(letters, places).clear(); }

@@ -7,3 +7,8 @@
 // them convert. Where one does not, `failed` is its index, or -1 for a tuple that does not fit as a whole, and an exception
 // may be pending that says why. No letters: the value does not matter.
 KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places, int& failed) noexcept;
+
+// Whether the host has given a place for every output.
+bool kzHavePlaces(const char* letters, const KzWord* places) noexcept;
+// Stores zeros, empty texts and null pointers. All places are there.
+void kzClearOutputs(const char* letters, const KzWord* places) noexcept;

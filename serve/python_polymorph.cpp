@@ -124,8 +124,7 @@ void CKzPythonPolymorph::inherit(void* object, void* other) {
     }
     const CPyRefNull result(callWith(method, static_cast<PyObject*>(other)));
     if (result.get() != nullptr) return;
-    const KzResult code = kzResultOfPending();
-    throw kzFailed(code) ? code : KZe_FAILED;
+    throw kzResultOfPending();
 }
 
 void CKzPythonPolymorph::releasePython() {

@@ -6,8 +6,9 @@
 
 std::string kzStrictStringOf(PyObject* object) {
     const CPyRefNull text(PyObject_Str(object));
-    kzNonNull(text.get());
-    return {PyString_AS_STRING(text.get()), static_cast<std::size_t>(PyString_GET_SIZE(text.get()))};
+    char* characters = nullptr;
+    kzNonNegative(PyString_AsStringAndSize(kzNonNull(text.get()), &characters, nullptr));  // refuses zero bytes
+    return characters;
 }
 
 void kzTextsOfDict(PyObject* dictionary, std::vector<std::string>& keys, std::vector<std::string>& values) {

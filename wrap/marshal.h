@@ -2,7 +2,9 @@
 // its parameters, and all methods of one signature share one marshaller, which this header makes.
 #pragma once
 
+#include "module/py_lock.h"
 #include "wrap/marshal_kinds.h"
+#include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 
 #include <array>
@@ -29,20 +31,22 @@ template <class... Parameters> struct Frame {
         (std::make_index_sequence<inputs>());
     }
 
-    bool parse(PyObject* args) noexcept {
+    bool parse(PyObject* self, PyObject* args, std::intptr_t slot) noexcept {
         return [&]<std::size_t... index>(std::index_sequence<index...>) {
             static constexpr char format[] = {std::tuple_element_t<index, std::tuple<Parameters...>>::letter..., '\0'};
-            const bool parsed = kzParse(args, format, &std::get<index>(parameters).parsed...);
+            const bool parsed = kzParse(self, args, slot, format, &std::get<index>(parameters).parsed...);
             return parsed && inputs > 0;  // where nothing is expected it can only refuse, and nothing has to be kept
         }
         (std::make_index_sequence<inputs>());
     }
 
-    KzResult convert() noexcept {
+    // `at` becomes the place of the parameter that fails.
+    KzResult convert(std::size_t& at) noexcept {
         KzResult code = KZe_OK;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
-            static_cast<void>((... && kzSucceeded(code = std::get<index>(parameters).convert())) &&
-                              (... && kzSucceeded(code = std::get<index>(parameters).measure(parameters))));
+            static_cast<void>(
+                (... && (at = index, kzSucceeded(code = std::get<index>(parameters).convert()))) &&
+                (... && (at = index, kzSucceeded(code = std::get<index>(parameters).measure(parameters)))));
         }
         (std::make_index_sequence<inputs>());
         return code;
@@ -57,6 +61,7 @@ template <class... Parameters> struct Frame {
         (std::make_index_sequence<sizeof...(Parameters)>());
     }
 
+    // Before the next attempt: longer texts, and nothing of what the failed one has left in other outputs.
     bool growTexts() noexcept {
         bool grown = true;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
@@ -66,7 +71,7 @@ template <class... Parameters> struct Frame {
         return grown;
     }
     static void growText(OutText& text, bool& grown) noexcept { grown = grown && text.buffer.grow(); }
-    template <class Other> static void growText(Other&, bool&) noexcept {}
+    template <class Other> static void growText(Other& output, bool&) noexcept { output = Other(); }
 
     // None, one value, or a tuple with `first` (owned, may be null) before the outputs.
     template <bool hasFirst> PyObject* makeResult(PyObject* first, Types types) noexcept {
@@ -81,23 +86,23 @@ template <class... Parameters> struct Frame {
     }
     template <bool hasFirst> PyObject* makeTuple(PyObject* first, Types types) noexcept {
         PyObject* tuple = hasFirst && first == nullptr ? nullptr : PyTuple_New(outputs + (hasFirst ? 1 : 0));
-        if (tuple == nullptr) {
-            Py_XDECREF(first);
-            return nullptr;
-        }
         Py_ssize_t place = 0;
-        if constexpr (hasFirst) PyTuple_SET_ITEM(tuple, place++, first);
+        if constexpr (hasFirst) {
+            if (tuple != nullptr) PyTuple_SET_ITEM(tuple, place++, first);
+            else Py_XDECREF(first);
+        }
         [&]<std::size_t... index>(std::index_sequence<index...>) {
-            static_cast<void>((... && put(tuple, place++, std::get<inputs + index>(parameters).make(types))));
+            (put(tuple, place++, std::get<inputs + index>(parameters), types), ...);
         }
         (std::make_index_sequence<outputs>());
         return tuple;
     }
-    // The first item that cannot be made ends the tuple.
-    static bool put(PyObject*& tuple, Py_ssize_t place, PyObject* item) noexcept {
+    // The first item that cannot be made ends the tuple; what comes after it is given back.
+    template <class Output> static void put(PyObject*& tuple, Py_ssize_t place, Output& output, Types& types) noexcept {
+        if (tuple == nullptr) return output.drop();
+        PyObject* item = output.make(types);
         if (item != nullptr) PyTuple_SET_ITEM(tuple, place, item);
         else Py_CLEAR(tuple);
-        return item != nullptr;
     }
 };
 
@@ -126,14 +131,18 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
     KzResult code = KZe_NOINTERFACE;
     if (kzWrapper(self)->held != nullptr) {
         if (!frame.fast(args)) [[unlikely]]
-            if (!frame.parse(args)) return nullptr;
-        code = frame.convert();
+            if (!frame.parse(self, args, slot)) return nullptr;
+        std::size_t at = 0;
+        code = frame.convert(at);
+        if (kzFailed(code)) [[unlikely]]
+            return kzRefuse(self, slot, code, at);
     }
     if (!kzFailed(code)) [[likely]] {
         Types types = nullptr;
         ((types = typeList), ...);
         // Read again: reading an argument may run code that makes the wrapper hold something else, or nothing.
         IKzUnknown* object = kzWrapper(self)->held;
+        kzCalledObject = object;  // the reference is the wrapper's, which lets go of it at any time
         if (object == nullptr) {
             code = KZe_NOINTERFACE;
         } else if constexpr (isResult) {

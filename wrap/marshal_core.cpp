@@ -3,6 +3,7 @@
 
 #include "module/checks.h"
 #include "module/py_ref.h"
+#include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 #include "wrap/storage_buffer.h"
 
@@ -50,12 +51,30 @@ template <class Number> Py_ssize_t takeFloats(PyObject* sequence, Number* number
     return index;
 }
 
+KzResult refuse(PyObject* came, const char* expected, Py_ssize_t count) noexcept {
+    kzNoteRefused(came, expected, count);
+    return KZe_FAILED;
+}
+
+KzResult within(const char* part, Py_ssize_t index) noexcept {
+    kzNoteWithin(part, index);
+    return KZe_FAILED;
+}
+
+KzResult refuse(PyObject* came, const char* expected, KzResult code = KZe_FAILED) noexcept {
+    kzNoteRefused(came, "%s", expected);
+    return code;
+}
+
 template <class Number> KzResult readNumbers(PyObject* sequence, Number* numbers, Py_ssize_t count) noexcept {
-    if (!hasLength(sequence, count)) return KZe_FAILED;
+    if (!hasLength(sequence, count)) return refuse(sequence, "a sequence of %zd numbers", count);
     for (Py_ssize_t index = takeFloats(sequence, numbers, count); index < count; ++index) {
         const CPyRefNull item(itemOf(sequence, index));
         double number = 0;
-        if (item.get() == nullptr || !toNumber(item, number)) return KZe_FAILED;
+        if (item.get() == nullptr || !toNumber(item, number)) {
+            refuse(item.get() != nullptr ? item.get() : sequence, "a sequence of %zd numbers", count);
+            return within("item", index);
+        }
         numbers[index] = static_cast<Number>(number);
     }
     return KZe_OK;
@@ -63,11 +82,11 @@ template <class Number> KzResult readNumbers(PyObject* sequence, Number* numbers
 
 template <class Number>
 KzResult readRows(PyObject* sequence, Number* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept {
-    if (!hasLength(sequence, rows)) return KZe_FAILED;
+    if (!hasLength(sequence, rows)) return refuse(sequence, "a sequence of %zd rows", rows);
     for (Py_ssize_t row = 0; row < rows; ++row) {
         const CPyRefNull item(itemOf(sequence, row));
-        if (item.get() == nullptr) return KZe_FAILED;
-        if (const KzResult code = readNumbers(item, numbers + row * columns, columns); kzFailed(code)) return code;
+        if (item.get() == nullptr) return refuse(sequence, "a sequence of %zd rows", rows);
+        if (kzFailed(readNumbers(item, numbers + row * columns, columns))) return within("row", row);
     }
     return KZe_OK;
 }
@@ -123,7 +142,7 @@ KzResult kzReadRows(PyObject* sequence, float* numbers, Py_ssize_t rows, Py_ssiz
 }
 
 KzResult kzReadBounds(PyObject* sequence, KzBounds& bounds) noexcept {
-    if (PySequence_Check(sequence) == 0) return KZe_INVALIDARG;
+    if (PySequence_Check(sequence) == 0) return refuse(sequence, "a sequence of 2 rows", KZe_INVALIDARG);
     return readRows(sequence, bounds.min.v, 2, 3);
 }
 
@@ -161,11 +180,12 @@ void kzGiveBack(IKzUnknown* object) noexcept {
 PyObject* kzMakeArrayView(void* memory) noexcept { return kzNewStorageView(memory, 0, 0); }
 
 KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept {
-    if (!PyString_Check(text)) return KZe_FAILED;
+    constexpr const char* expected = "a GUID as a text of the form 8-4-4-4-12";
+    if (!PyString_Check(text)) return refuse(text, expected);
     const char* characters = PyString_AS_STRING(text);
-    if (std::strlen(characters) != static_cast<std::size_t>(PyString_GET_SIZE(text))) return KZe_FAILED;
+    if (std::strlen(characters) != static_cast<std::size_t>(PyString_GET_SIZE(text))) return refuse(text, expected);
     const CKzUser_GUIDService service;
-    return service && kzSucceeded(service->FromText(characters, &guid)) ? KZe_OK : KZe_FAILED;
+    return service && kzSucceeded(service->FromText(characters, &guid)) ? KZe_OK : refuse(text, expected);
 }
 
 CStoragePin::~CStoragePin() {
@@ -174,7 +194,7 @@ CStoragePin::~CStoragePin() {
 
 KzResult CStoragePin::pin(PyObject* object) noexcept {
     if (object == Py_None) return KZe_OK;
-    if (!kzIsStorage(object)) return KZe_INVALIDARG;
+    if (!kzIsStorage(object)) return refuse(object, "a kz.Storage or None", KZe_INVALIDARG);
     m_storage = object;
     m_memory = kzPinStorage(object);
     return KZe_OK;
@@ -188,7 +208,7 @@ KzResult CStoragePin::holds(std::initializer_list<std::int64_t> factors) const n
         else if (__builtin_mul_overflow(needed, static_cast<std::uint64_t>(factor), &needed)) needed = UINT64_MAX;
     const std::uint64_t there = kzStorageBuffer(m_storage).readableBytes();
     if (needed <= there) return KZe_OK;
-    PyErr_Format(PyExc_TypeError, "invalid argument: the storage has %lu bytes, the call needs %lu", there, needed);
+    kzNoteRefused(m_storage, "a storage of at least %zu bytes", needed);
     return KZe_INVALIDARG;
 }
 
@@ -196,17 +216,19 @@ CHintTable::~CHintTable() { releaseAll(m_texts); }
 
 KzResult CHintTable::add(PyObject* key, PyObject* text) {
     const long value = PyInt_AsLong(key);
-    if (value == -1 && PyErr_Occurred() != nullptr) return KZe_FAILED;
+    if (value == -1 && PyErr_Occurred() != nullptr) return refuse(key, "an integer for each key");
     const CPyRefNull string(PyObject_Str(text));
-    if (string.get() == nullptr) return KZe_FAILED;
+    char* characters = nullptr;
+    if (string.get() == nullptr || PyString_AsStringAndSize(string, &characters, nullptr) != 0)
+        return refuse(text, "a text without zero bytes for each value");
     m_texts.push_back(string.get());
     Py_INCREF(string.get());
-    m_rows.push_back({static_cast<std::int32_t>(value), PyString_AS_STRING(string.get())});
+    m_rows.push_back({static_cast<std::int32_t>(value), characters});
     return KZe_OK;
 }
 
 KzResult CHintTable::read(PyObject* dictionary) noexcept {
-    if (!PyDict_Check(dictionary)) return KZe_INVALIDARG;
+    if (!PyDict_Check(dictionary)) return refuse(dictionary, "a dictionary from integers to texts", KZe_INVALIDARG);
     return kzBoundary([&] {
         const CPyRefNull items(PyDict_Items(dictionary));  // a copy: making texts may change the dictionary
         kzNonNull(items.get());
@@ -223,11 +245,12 @@ KzResult CHintTable::read(PyObject* dictionary) noexcept {
 CBlockTable::~CBlockTable() { releaseAll(m_bytes); }
 
 KzResult CBlockTable::add(PyObject* pair) {
-    if (!PyTuple_Check(pair) || PyTuple_GET_SIZE(pair) != 2) return KZe_INVALIDARG;
+    constexpr const char* expected = "a sequence of (integer, str) tuples";
+    if (!PyTuple_Check(pair) || PyTuple_GET_SIZE(pair) != 2) return refuse(pair, expected, KZe_INVALIDARG);
     PyObject* bytes = PyTuple_GET_ITEM(pair, 1);
-    if (!PyString_Check(bytes)) return KZe_INVALIDARG;
+    if (!PyString_Check(bytes)) return refuse(bytes, expected, KZe_INVALIDARG);
     const unsigned long id = PyInt_AsUnsignedLongMask(PyTuple_GET_ITEM(pair, 0));
-    if (PyErr_Occurred() != nullptr) return KZe_FAILED;
+    if (PyErr_Occurred() != nullptr) return refuse(PyTuple_GET_ITEM(pair, 0), expected);
     m_bytes.push_back(bytes);
     Py_INCREF(bytes);
     m_blocks.push_back({static_cast<std::uint32_t>(id), static_cast<std::uint32_t>(PyString_GET_SIZE(bytes)),
@@ -237,6 +260,7 @@ KzResult CBlockTable::add(PyObject* pair) {
 
 KzResult CBlockTable::read(PyObject* sequence) noexcept {
     if (sequence == Py_None) return KZe_OK;
+    refuse(sequence, "a sequence of (integer, str) tuples");
     if (PySequence_Check(sequence) == 0) return KZe_INVALIDARG;
     return kzBoundary([&] {
         const CPyRefNull pairs(PySequence_List(sequence));
@@ -261,11 +285,11 @@ PyObject* CTextBuffer::make() noexcept {
     return PyString_FromStringAndSize(data(), static_cast<Py_ssize_t>(strnlen(data(), m_size)));
 }
 
-bool kzParse(PyObject* args, const char* format, ...) noexcept {
+bool kzParse(PyObject* self, PyObject* args, std::intptr_t slot, const char* format, ...) noexcept {
     va_list targets;
     va_start(targets, format);
     const bool parsed = PyArg_VaParse(args, format, targets) != 0;
     va_end(targets);
-    if (!parsed) kzParseFailed();
+    if (!parsed) kzRefuseParsed(self, args, slot, format);
     return parsed;
 }

@@ -12,6 +12,8 @@
 #include <memory>
 #include <vector>
 
+#pragma GCC visibility push(hidden)  // the thousands of calls from generated code are direct then
+
 // Whether one of the bytes of a text is zero, whose length is that of one word to two.
 template <class Word> bool kzHasZero(const char* text, Py_ssize_t size) noexcept {
     constexpr Word ones = static_cast<Word>(0x0101010101010101), highs = static_cast<Word>(ones << 7);
@@ -22,7 +24,7 @@ template <class Word> bool kzHasZero(const char* text, Py_ssize_t size) noexcept
 }
 
 // The text of a plain str without zero bytes, null for None, kzNoText for anything else. Sets no exception.
-[[gnu::visibility("hidden")]] extern const char kzNoText[1];
+extern const char kzNoText[1];
 const char* kzTakeOtherText(PyObject* object) noexcept;
 // Most texts are names, short enough to be looked over here.
 inline const char* kzTakeText(PyObject* object) noexcept {
@@ -69,7 +71,7 @@ public:
     CStoragePin& operator=(const CStoragePin&) = delete;
     KzResult pin(PyObject* object) noexcept;
     void* memory() const noexcept { return m_memory; }
-    // INVALIDARG, with an exception set that tells the sizes, unless there are as many bytes as these factors make. None
+    // INVALIDARG unless there are as many bytes as these factors make. None
     // of them are needed where there is no memory, or where a factor is negative: that is for the method to refuse.
     KzResult holds(std::initializer_list<std::int64_t> factors) const noexcept;
 
@@ -131,5 +133,7 @@ private:
     std::uint32_t m_size = localSize;
 };
 
-// Reads the arguments with the interpreter's parser. Sets the module's own error where the parser sets none.
-bool kzParse(PyObject* args, const char* format, ...) noexcept;
+// Reads the arguments of the method in that slot with the interpreter's parser. What it refuses is explained in the log.
+bool kzParse(PyObject* self, PyObject* args, std::intptr_t slot, const char* format, ...) noexcept;
+
+#pragma GCC visibility pop

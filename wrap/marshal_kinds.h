@@ -130,9 +130,7 @@ struct InObject : ObjectInput {
     InObject() = default;
     InObject(const InObject&) = delete;
     InObject& operator=(const InObject&) = delete;
-    ~InObject() {
-        if (object != nullptr) kzGiveBack(object);
-    }
+    ~InObject() { kzGiveBack(object); }
     KzResult convert() noexcept { return kzObjectToInterface(parsed, true, &object); }
     auto pass() noexcept { return std::tuple<IKzUnknown*>(object); }
 };
@@ -188,12 +186,14 @@ struct InBlocks : ObjectInput {
     auto pass() noexcept { return std::tuple<const KzBlockList*>(table.list()); }
 };
 
-// Outputs: `pass` gives the host the places to write to, `make` the Python object for what it wrote.
+// Outputs: `pass` gives the host the places to write to, `make` the Python object for what it wrote, `drop` gives that
+// back instead. Neither is called after a failure, which may leave anything in an output.
 
 struct OutputBase {
     static constexpr bool isInput = false;
     static constexpr bool isText = false;
     static constexpr bool converts = false;
+    void drop() noexcept {}
 };
 
 template <class Value> PyObject* makeValue(Value value) noexcept;
@@ -241,15 +241,10 @@ struct OutText : OutputBase {
 
 struct OutObject : OutputBase {
     IKzUnknown* object = nullptr;
-    OutObject() = default;
-    OutObject(const OutObject&) = delete;
-    OutObject& operator=(const OutObject&) = delete;
-    ~OutObject() {
-        if (object != nullptr) kzGiveBack(object);
-    }
     auto pass() noexcept { return std::tuple<IKzUnknown**>(&object); }
-    // One wrapper type stands in the list for each object output, null for one of any kind.
-    PyObject* make(Types& types) noexcept { return kzNewReturned(*types++, std::exchange(object, nullptr)); }
+    // One wrapper type stands in the list for each object output, null for one of any kind. Consumes the reference.
+    PyObject* make(Types& types) noexcept { return kzNewReturned(*types++, object); }
+    void drop() noexcept { kzGiveBack(object); }
 };
 
 template <class Vector> struct OutVector : OutputBase {

@@ -2,6 +2,7 @@
 #include "wrap/wrapper.h"
 
 #include "module/checks.h"
+#include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 
 #include "kz/result.h"
@@ -30,13 +31,17 @@ IKzUnknown* peekByAttribute(PyObject* object) {
 }
 
 // The host object for "O" of a generic method, with a new reference, or null.
-CKzLoc_Unknown& convertArgument(PyObject* args, CKzLoc_Unknown& found) {
+CKzLoc_Unknown& convertArgument(PyObject* self, const char* method, PyObject* args, CKzLoc_Unknown& found) {
     PyObject* source = nullptr;
     if (PyArg_ParseTuple(args, "O", &source) == 0) {
         kzParseFailed();
         throw KZe_FAILED;
     }
-    kzSucceed(kzObjectToInterface(source, true, found.out()));
+    const KzResult code = kzObjectToInterface(source, true, found.out());
+    if (kzFailed(code)) {
+        kzRefuseArgument(std::string(kzRowOf(Py_TYPE(self)).type.tp_name) + "." + method, 0, "source", code);
+        throw code;
+    }
     return found;
 }
 
@@ -57,7 +62,7 @@ KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** fo
     }
     *found = nullptr;
     if (noneAllowed && (object == Py_None || isZero(object))) return KZe_OK;
-    return kzBoundary([=] {
+    const KzResult code = kzBoundary([=] {
         IKzUnknown* known = kzPeek(object);
         if (known != nullptr) known->AddRef();
         else if (theServing.serve != nullptr && object != Py_None && !isZero(object)) known = theServing.serve(object);
@@ -66,6 +71,8 @@ KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** fo
         if (PyErr_Occurred() == nullptr) PyErr_SetString(PyExc_RuntimeError, "Object cannot be converted to interface");
         return KZe_NOTFOUND;
     });
+    if (kzFailed(code)) kzNoteRefused(object, "an object of the host or one that can be served to it");
+    return code;
 }
 
 PyObject* kzExtractFunction(PyObject* /*self*/, PyObject* args) {
@@ -88,7 +95,7 @@ PyObject* kzWrapperSet(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     return kzPythonEntry([=] {
         CKzLoc_Unknown source;
-        convertArgument(args, source);
+        convertArgument(self, "set", args, source);
         return PyBool_FromLong(kzHold(self, source.raw()) ? 1 : 0);
     });
 }
@@ -103,7 +110,7 @@ PyObject* kzWrapperEq(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     return kzPythonEntry([=] {
         CKzLoc_Unknown other;
-        return PyBool_FromLong(convertArgument(args, other).raw() == kzWrapper(self)->held ? 1 : 0);
+        return PyBool_FromLong(convertArgument(self, "__eq__", args, other).raw() == kzWrapper(self)->held ? 1 : 0);
     });
 }
 

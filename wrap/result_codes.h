@@ -30,7 +30,7 @@ inline void kzSetQuiet(bool quiet) noexcept { kzQuietFlag = quiet; }
 
 // Makes a failure code the pending Python exception, unless one is pending already. Always null, so that a
 // Python-callable function can return it.
-PyObject* kzRaise(KzResult code) noexcept;
+[[gnu::visibility("hidden")]] PyObject* kzRaise(KzResult code) noexcept;
 
 // The code for an exception.
 KzResult kzResultOfException(PyObject* type, PyObject* value);

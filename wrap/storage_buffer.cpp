@@ -13,13 +13,13 @@
 
 namespace {
 
-CStorageBuffer::Allocate theAllocate = std::malloc;
+CStorageBuffer::Allocate theAllocate = std::calloc;
 PyTypeObject* theStorageType = nullptr;
 
 }  // namespace
 
 void CStorageBuffer::setAllocate(Allocate allocate) noexcept {
-    theAllocate = allocate != nullptr ? allocate : std::malloc;
+    theAllocate = allocate != nullptr ? allocate : std::calloc;
 }
 
 void CStorageBuffer::refer(void* memory, std::size_t extent, const StorageType* type, std::size_t elements) noexcept {
@@ -47,12 +47,9 @@ bool CStorageBuffer::allocate(std::size_t bytes) noexcept {
         // the elements keeps a storage that is too short for it from reaching into other memory.
         constexpr std::size_t room = 1024;
         if (bytes > SIZE_MAX - room) return false;
-        std::shared_ptr<void> memory(theAllocate(bytes + room), std::free);
+        std::shared_ptr<void> memory(theAllocate(bytes + room, 1), std::free);
         if (!memory) return false;
-        // All of it is defined, so that nothing of what the process had there before is ever handed out.
-        const std::size_t kept = std::min(m_capacity, bytes);
-        if (m_memory) std::memcpy(memory.get(), m_memory.get(), kept);
-        std::memset(static_cast<std::byte*>(memory.get()) + kept, 0, bytes + room - kept);
+        if (m_memory) std::memcpy(memory.get(), m_memory.get(), std::min(m_capacity, bytes));
         if (m_memory && m_pins != 0) m_replaced.push_back(m_memory);
         m_memory.swap(memory);
     } catch (const std::bad_alloc&) {

@@ -52,8 +52,9 @@ public:
     void pin() noexcept { ++m_pins; }
     void unpin() noexcept;
 
-    // Stands in for malloc, so that a failure can be had on demand.
-    using Allocate = void* (*)(std::size_t size);
+    // Stands in for calloc, so that a failure can be had on demand. All of the memory is defined, so that nothing of what
+    // the process had there before is ever handed out, and large memory is not touched before it is used.
+    using Allocate = void* (*)(std::size_t count, std::size_t size);
     static void setAllocate(Allocate allocate) noexcept;
 
 private:

@@ -6,17 +6,68 @@
 #include "module/py_lock.h"
 #include "module/runtime.h"
 #include "wrap/marshal_core.h"
+#include "wrap/refusal.h"
 #include "wrap/result_codes.h"
+#include "wrap/uncopyable.h"
 
 #include "kz/base/forever.h"
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
 
-#include <vector>
+#include <algorithm>
+#include <unordered_set>
 
 namespace {
 
-CKzForever<std::vector<IKzUnknown*>> theKept;  // let go of while a host call was under way
+// What wrappers let go of while it may have been called, one reference of each. Its calls are known by the object alone,
+// so that wrappers that are set again and again inside of a call keep nothing but what is called.
+class CKeptObjects {
+public:
+    static CKeptObjects& instance() noexcept {
+        static CKzForever<CKeptObjects> theKept;
+        return *theKept;
+    }
+
+    // Releases the object, at once or when no call on it is in progress any more.
+    void letGo(IKzUnknown* object) noexcept {
+        const bool isUncertain = CPyLock::isEnteredOtherwise();
+        const bool isKept = (isUncertain || CPyLock::isCalled(object)) && keep(object);
+        m_isUncertain |= isUncertain;
+        if (!isKept) object->Release();
+    }
+
+    // Releases those whose calls have returned.
+    void releaseIdle() noexcept {
+        if (m_objects.empty() || (m_isUncertain && CPyLock::isInsideHostCall())) return;
+        const CPendingException pending;
+        const auto isIdle = [](IKzUnknown* object) { return !CPyLock::isCalled(object); };
+        // One at a time: releasing one may run code that adds others, or comes here itself.
+        for (;;) {
+            const auto idle = std::ranges::find_if(m_objects, isIdle);
+            if (idle == m_objects.end()) break;
+            IKzUnknown* object = *idle;
+            m_objects.erase(idle);
+            object->Release();
+        }
+        if (!m_objects.empty()) return;
+        m_isUncertain = false;
+        CPyLock::setLeaveHook(nullptr);
+    }
+
+private:
+    // False when it is kept already.
+    bool keep(IKzUnknown* object) noexcept {
+        try {
+            CPyLock::setLeaveHook([]() noexcept { instance().releaseIdle(); });
+            return m_objects.insert(object).second;
+        } catch (const std::bad_alloc&) {
+            return true;  // a leak is better than an object that goes during its call
+        }
+    }
+
+    std::unordered_set<IKzUnknown*> m_objects;
+    bool m_isUncertain = false;  // Python was entered otherwise when one was added: calls on it may not be known
+};
 
 // Memory of wrappers that are gone, for the next ones: most live no longer than a call.
 class CSpareWrappers {
@@ -35,8 +86,12 @@ private:
     std::size_t m_count = 0;
 } theSpare;
 
+KzUncopyable uncopyableObject("another wrapper of the same object is made by calling the type with it");
+KzUncopyable uncopyableService("a service is had by calling its type");
+
 PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
 
+// No call is in progress through a wrapper that goes: a bound method keeps its wrapper alive.
 void letGo(PyObject* self) noexcept {
     if (IKzUnknown* held = std::exchange(kzWrapper(self)->held, nullptr)) {
         const CPendingException keep;
@@ -49,28 +104,23 @@ void serviceDealloc(PyObject* self) {
     Py_TYPE(self)->tp_free(self);
 }
 
-void releaseKept() noexcept {
-    const std::vector<IKzUnknown*> kept = std::exchange(*theKept, {});
-    for (IKzUnknown* object : kept) object->Release();
-}
-
-// The generated row of a type or of the type that a Python class derives from.
-const KzWrapperType& rowOf(PyTypeObject* type) {
-    while (type->tp_base != nullptr && (type->tp_flags & Py_TPFLAGS_HEAPTYPE) != 0) type = type->tp_base;
-    return *reinterpret_cast<const KzWrapperType*>(type);
-}
-
-int objectInit(PyObject* self, PyObject* args, PyObject* /*keywords*/) {
+int objectInit(PyObject* self, PyObject* args, PyObject* keywords) {
     PyObject* source = nullptr;
+    if (!kzRefuseKeywords(self, keywords)) return -1;
     if (PyArg_ParseTuple(args, "|O", &source) == 0) {
         kzParseFailed();
         return -1;
     }
     if (source == nullptr) return 0;
     const CPyRefNull done(kzPythonEntry([=]() -> PyObject* {
+        const KzWrapperType& row = kzRowOf(Py_TYPE(self));
         CKzLoc_Unknown found;
-        kzSucceed(kzObjectToInterface(source, false, found.out()));
-        kzTrue(kzHold(self, found.raw()), KZe_NOINTERFACE);
+        KzResult code = kzObjectToInterface(source, false, found.out());
+        if (kzSucceeded(code) && !kzHold(self, found.raw())) {
+            kzNoteRefused(source, "an object with the interface %s", row.name);
+            code = KZe_NOINTERFACE;
+        }
+        if (kzFailed(code)) return kzRefuseArgument(row.type.tp_name, 0, "source", code);
         Py_RETURN_NONE;
     }));
     return done.get() != nullptr ? 0 : -1;
@@ -81,7 +131,7 @@ PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/)
         if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
         CKzGlobalCache* cache = CKzGlobalCache::current();
         CKzLoc_Unknown service;
-        service.take(cache != nullptr ? cache->service(*rowOf(type).iid) : nullptr);
+        service.take(cache != nullptr ? cache->service(*kzRowOf(type).iid) : nullptr);
         kzTrue(static_cast<bool>(service), KZe_NOTFOUND);
         PyObject* self = kzNonNull(type->tp_alloc(type, 0));
         IKzUnknown* held = service.raw();
@@ -89,6 +139,10 @@ PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/)
         kzWrapper(self)->held = held;
         return self;
     });
+}
+
+int serviceInit(PyObject* self, PyObject* /*args*/, PyObject* keywords) {
+    return kzRefuseKeywords(self, keywords) ? 0 : -1;
 }
 
 // The class that the SDK's support module has for the type's name; null when there is none. Borrowed.
@@ -145,29 +199,32 @@ void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row) {
     row.type.tp_dealloc = kzDeallocObject;
     row.type.tp_new = PyType_GenericNew;
     row.type.tp_init = objectInit;
+    row.type.tp_base = &uncopyableObject.type;
     readyType(submodule, row);
 }
 
 void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row) {
     row.type.tp_dealloc = serviceDealloc;
     row.type.tp_new = serviceNew;
+    row.type.tp_init = serviceInit;
+    row.type.tp_base = &uncopyableService.type;
     readyType(submodule, row);
 }
 
 void kzForgetTypes() noexcept { theSpare.drop(); }
 
+const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept {
+    while (type->tp_base != nullptr && (type->tp_flags & Py_TPFLAGS_HEAPTYPE) != 0) type = type->tp_base;
+    return *reinterpret_cast<const KzWrapperType*>(type);
+}
+
 bool kzHold(PyObject* wrapper, IKzUnknown* object) {
-    theKept->reserve(theKept->size() + 1);
     if (object != nullptr) object->AddRef();
     // The new reference comes first: the object may be alive only through the one held now.
-    IKzUnknown* found = interfaceOf(rowOf(Py_TYPE(wrapper)), object);
-    IKzUnknown* former = std::exchange(kzWrapper(wrapper)->held, found);
-    if (former != nullptr && CPyLock::isInsideHostCall()) {
-        CPyLock::setLeaveHook(releaseKept);
-        theKept->push_back(former);
-    } else if (former != nullptr) {
-        former->Release();
-    }
+    IKzUnknown* found = interfaceOf(kzRowOf(Py_TYPE(wrapper)), object);
+    CKeptObjects& kept = CKeptObjects::instance();
+    if (IKzUnknown* former = std::exchange(kzWrapper(wrapper)->held, found)) kept.letGo(former);
+    kept.releaseIdle();
     return found != nullptr;
 }
 

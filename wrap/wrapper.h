@@ -37,16 +37,18 @@ inline bool kzIsWrapper(PyObject* object) noexcept {
     // Only registered object types have this deallocator themselves; a Python subclass has the interpreter's.
     return Py_TYPE(object)->tp_dealloc == kzDeallocObject;
 }
+// The generated row of a type, or of the type that a Python class derives from.
+const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept;
+
 // Makes a wrapper hold the object by its type's interface, with a reference of its own, instead of what it held; whether
-// it then holds anything. Where Python runs inside a host call, that call may be one on the very object that is let go
-// of, so that one is kept until no host call is under way.
+// it then holds anything. An object that is let go of during a call on it lives until the call has returned.
 bool kzHold(PyObject* wrapper, IKzUnknown* object);
 
 // A new wrapper that consumes the reference. Null with an exception set when the object lacks the interface.
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept;
 // What Python gets for an object that a host call returned, whose reference it consumes: an instance of the class of that
 // name in kzu.object if there is one, a wrapper otherwise. Without a type an Unknown wrapper, or None for null.
-PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* taken) noexcept;
+[[gnu::visibility("hidden")]] PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* taken) noexcept;
 // A new wrapper of the Unknown type with a reference of its own. Null with an exception set on failure.
 PyObject* kzNewUnknown(IKzUnknown* object) noexcept;
 
@@ -54,7 +56,8 @@ PyObject* kzNewUnknown(IKzUnknown* object) noexcept;
 IKzUnknown* kzPeek(PyObject* object);
 // Object to interface: any Python object as a host object, with a new reference. An object that is no wrapper is served
 // by a server instance of its class. A failure leaves `found` null; it may leave a Python exception set.
-KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** found) noexcept;
+[[gnu::visibility("hidden")]] KzResult kzObjectToInterface(PyObject* object, bool noneAllowed,
+                                                           IKzUnknown** found) noexcept;
 
 // What the part that serves Python objects to the host gives to this one.
 struct KzServing {

@@ -97,6 +97,9 @@ TEST_F(Command, EndsAsTheHostSays) {
         {"class Bad(object):\n  def __str__(self): raise KeyError('k')\nkz.command('go', a=Bad())", "KeyError: 'k'"},
         {"class Bad(object):\n  def __str__(self): return 3\nkz.command(Bad())",
          "TypeError: __str__ returned non-string (type int)"},
+        {"kz.command('g\\0o')", "TypeError: expected string without null bytes"},
+        {"kz.command('go', a='x\\0y')", "TypeError: expected string without null bytes"},
+        {"kz.command('go', **{'x\\0y': 1})", "TypeError: expected string without null bytes"},
         // The dictionary of a ** call is the caller's own.
         {"d = {'a': 1}\nclass Sly(object):\n  def __str__(self):\n    d.clear(); return 'sly'\n"
          "d['b'] = Sly()\nr = kz.command('go', **d)",
@@ -130,6 +133,8 @@ TEST_F(Command, ArgumentsEndOnePastTheLast) {
     EXPECT_EQ(attributes.Name(2, &name), KZe_OUTOFBOUNDS);
     EXPECT_EQ(attributes.GetString(2, text, sizeof text), KZe_OUTOFBOUNDS);
     EXPECT_EQ(attributes.GetString(0, text, 4), KZe_SHORTBUFFER);
+    EXPECT_EQ(attributes.GetString(0, nullptr, 4), KZe_INVALIDARG);
+    EXPECT_EQ(attributes.Name(0, nullptr), KZe_INVALIDARG);
     EXPECT_EQ(attributes.GetString(0, text, 5), KZe_OK);
     EXPECT_STREQ(text, "long");
     EXPECT_EQ(attributes.GetInt(0, &number), KZe_NOTIMPL);

@@ -24,8 +24,13 @@ KzResult note(const char* operation, const std::string& arguments = {}) {
     theHost->enter(operation, arguments);
     return KZe_OK;
 }
+// What an operation that is going to fail leaves in its output: nobody may touch it.
+void spoil(IKzUnknown** out, const char* operation) {
+    if (kzFailed(script().fails[operation])) *out = reinterpret_cast<IKzUnknown*>(1);
+}
 // As note, and hands out a new object.
-template <class Class> KzResult give(IKzUnknown** out, const char* operation, const std::string& arguments) {
+template <class Class> KzResult give(IKzUnknown** out, const char* operation, const std::string& arguments = {}) {
+    spoil(out, operation);
     theHost->enter(operation, arguments);
     return CHostRef<Class>::make().give(out);
 }
@@ -44,6 +49,7 @@ struct Command final : CHosted<"test command", Command, CKzIfc_Command, CKzIfc_A
         return KZe_OK;
     }
     KzResult cmd_Message(IKzUnknown** out) override {
+        spoil(out, "Message");
         theHost->enter("Message");
         const auto message = CHostRef<CMessage>::make();
         message->msg_SetCode(script().messageCode);
@@ -109,6 +115,7 @@ struct Services final : CHosted<"test services", Services, CKzIfc_CommandService
         return give<Command>(out, "SpawnFromString", args);
     }
     KzResult commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** value) override {
+        spoil(value, "GetToggleArgState");
         theHost->enter("GetToggleArgState");
         *state = script().toggleState;
         return CHostRef<Values>::make().give(value);
@@ -152,6 +159,7 @@ struct Services final : CHosted<"test services", Services, CKzIfc_CommandService
         return give<Values>(out, "QueryArgString", str(flags) + "," + args + "," + std::to_string(includes));
     }
     KzResult commandservice_CreateQueryObject(const char* type, IKzUnknown** out) override {
+        spoil(out, "CreateQueryObject");
         theHost->enter("CreateQueryObject", type);
         return CHostRef<CValueArray>::make(type).give(out);
     }
@@ -160,10 +168,10 @@ struct Services final : CHosted<"test services", Services, CKzIfc_CommandService
     }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown*) override { return Monitor::step("MonitorReleaseObj", {}); }
     KzResult applicationservice_ServiceByName(const char* name, IKzUnknown** out) override {
-        if (std::strcmp(name, "recorded") == 0) return CHostRef<Services>::make().give(out);
+        if (std::strcmp(name, "recorded") == 0) return give<Services>(out, "RecordedService");
         return ServiceOf<CKzUser_ApplicationService>(theHost->application.host)->ServiceByName(name, out);
     }
-    KzResult ser_ScriptQuery(IKzUnknown** out) override { return CHostRef<Services>::make().give(out); }
+    KzResult ser_ScriptQuery(IKzUnknown** out) override { return give<Services>(out, "RecordedQuery"); }
     KzResult sq_Select(const char* attribute, const char* which) override {
         return note("Select", str(attribute) + "," + str(which));
     }

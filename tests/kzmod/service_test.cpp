@@ -54,14 +54,17 @@ TEST_F(Service, SelectsAndQueries) {
         {"kz.Service('command').query('names')", fails("ScriptQuery.Lookup"), queryFailed},
         {"kz.Service('command').query('names')", fails("ScriptQuery.TypeName"), queryFailed},
         {"kz.Service('command').query('names')", fails("CreateQueryObject"), queryFailed},
+        {"kz.Service('recorded')", fails("RecordedService"), "NameError: service 'recorded' not found."},
+        {"kz.Service('recorded')", handsOutNothing("RecordedService"), "NameError: service 'recorded' not found."},
+        {"kz.Service('recorded')", fails("RecordedQuery"), "RuntimeError: service 'recorded' has no script interface."},
         {"kz.Service('command').query('names')", handsOutNothing("CreateQueryObject"), queryFailed},
         {"kz.Service('command').query('names')", fails("ScriptQuery.Query"), queryFailed},
     });
     host.set(FakeScript());
     EXPECT_EQ(outcome("s = kz.Service('recorded')\ns.select()\ns.select('a')\ns.select('a', 'b')\nr = s.query()"),
               "None");
-    EXPECT_EQ(host.calls, (Strings{"Select(,null)", "Select(a,null)", "Select(a,b)", "QueryLookup", "QueryTypeName(3)",
-                                   "CreateQueryObject(integer)", "Query(3)"}));
+    EXPECT_EQ(host.calls, (Strings{"RecordedService", "RecordedQuery", "Select(,null)", "Select(a,null)", "Select(a,b)",
+                                   "QueryLookup", "QueryTypeName(3)", "CreateQueryObject(integer)", "Query(3)"}));
 }
 
 class Monitor : public PythonTest {

@@ -49,12 +49,45 @@ TEST_F(Storage, ErrorsAreExact) {
         {"kz.Storage('b').string()", "''"},
         {"kz.Storage('f', 4).offset(5)", "RuntimeError: Can't offset past end of buffer"},
         {"kz.Storage('f', 4)[4]", "IndexError: Out of bounds"},
-        {"kz.Storage('f', 4)[-5]", "IndexError: Out of bounds"},
+        {"kz.Storage('f', 4)[-1]", "IndexError: Out of bounds"},
+        {"s = kz.Storage('f', 4)\ns[-4] = 1", "IndexError: Out of bounds"},
+        {"kz.Storage('f', 4)[2 ** 70]", "IndexError: Out of bounds"},
+        {"kz.Storage('f', 4)[True], kz.Storage('f', 4)[1L]", "(0.0, 0.0)"},
+        {"kz.Storage('f', 4)['x']", "TypeError: kz.Storage indices must be integers, not str"},
+        {"kz.Storage('f', 4)[1:2]", "TypeError: kz.Storage indices must be integers, not slice"},
+        {"[list(kz.Storage('b', 2)), 0 in kz.Storage('b', 2)]", "[[0, 0], True]"},
         {"kz.Storage('f', 4).__setitem__(4, 1)", "IndexError: Out of bounds"},
         {"kz.Storage()[0]", "IndexError: Out of bounds"},
         {"kz.Storage('f', 4).__delitem__(0)", "TypeError: Storage elements cannot be deleted"},
         {"s = kz.Storage('f')\ns += 3", "RuntimeError: Expected a sequence"},
     });
+}
+
+TEST_F(Storage, ObjectsOfKzAreNeitherCopiedNorGivenKeywords) {
+    const std::string each =
+        "import copy, pickle, cPickle\n"
+        "def text(f, *a, **k):\n  try: f(*a, **k)\n  except TypeError as e: return str(e)\n"
+        "class Sub(kz.Storage): pass\n"
+        "class Own(kz.Storage):\n  def __init__(self, size=1): kz.Storage.__init__(self, 'i', size)\n"
+        "  def __reduce__(self): return Own, ()\n"
+        "types = [kz.Storage, kz.Service, kz.Monitor, kz.object.Unknown, kz.object.Item, kz.service.GUID, Sub]\n"
+        "objects = [kz.Service('log') if t is kz.Service else t() for t in types]\n"
+        "ways = [copy.copy, copy.deepcopy, pickle.dumps, lambda o: cPickle.dumps(o, 2)]\n";
+    check({
+        {each + "r = [w(Own(size=3)) and 1 for w in ways[:2]]", "[1, 1]"},
+        {each + "r = [o for o in objects for w in ways if ' cannot be copied or pickled; ' not in text(w, o)]", "[]"},
+        {each + "r = [t for t in types if 'takes no keyword arguments' not in text(t, size=1)]", "[]"},
+        {each + "r = text(copy.copy, objects[4])",
+         "'kz.object.Item objects cannot be copied or pickled; another wrapper of the same object is made by calling "
+         "the type with it'"},
+    });
+}
+
+TEST_F(Storage, LargeMemoryIsTouchedWhenItIsUsed) {
+    EXPECT_EQ(outcome("def resident(): return int(open('/proc/self/statm').read().split()[1]) * 4096\n"
+                      "before = resident()\ns = kz.Storage('d', 2 ** 27)\n"
+                      "r = [resident() - before < 2 ** 24, s[0], s[2 ** 27 - 1]]"),
+              "[True, 0.0, 0.0]");
 }
 
 TEST_F(Storage, SizeOffsetAndContents) {
@@ -133,7 +166,9 @@ TEST_F(Storage, AllocationFailuresChangeNothing) {
                          "r.append(s.get())";
     static PyMethodDef fail = {"fail",
                                [](PyObject*, PyObject* on) -> PyObject* {
-                                   CStorageBuffer::Allocate none = [](std::size_t) -> void* { return nullptr; };
+                                   CStorageBuffer::Allocate none = [](std::size_t, std::size_t) -> void* {
+                                       return nullptr;
+                                   };
                                    CStorageBuffer::setAllocate(on == Py_True ? none : nullptr);
                                    Py_RETURN_NONE;
                                },

@@ -110,6 +110,11 @@ TEST_F(output, shows_exceptions_with_their_frames) {
          {"[00000002] Heading",
           "[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
           " .. test.py: 2"}},
+        // Looking at an exception that is being handled does not take it away.
+        {"import kz\ntry:\n  try: 1/0\n  except: kz.outEx(); print kz.excResult() == kz.excResult(); raise\n"
+         "except ZeroDivisionError: print 'raised'",
+         {"[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero", " .. test.py: 3",
+          "True", "raised"}},
         {"import kz, sys\ntry: sys.exit(1)\nexcept SystemExit: kz.outEx()", {"sys.exit() exception", " .. test.py: 2"}},
     });
     const std::string deep = host.output("def f(): f()\nf()");

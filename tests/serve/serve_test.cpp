@@ -23,7 +23,7 @@ TEST_F(ServingTest, WhatTheHostAsksWronglyIsRefused) {
     EXPECT_EQ(server().GetTags("odd", &KZu_COMMAND, found.out()), KZe_FAILED);
     EXPECT_EQ(server().GetTags("odd", &KZu_ACTIONLISTENER, found.out()), KZe_NOTFOUND);
     EXPECT_EQ(server().Generate(nullptr, &KZu_COMMAND, found.out()), KZe_INVALIDARG);
-    EXPECT_EQ(command("    def cmd_ArgFlags(self, index): return 1")->ArgFlags(5, nullptr), KZe_OK);
+    EXPECT_EQ(command("    def cmd_ArgFlags(self, index): return 1")->ArgFlags(5, nullptr), KZe_INVALIDARG);
     host.host.failOperation("GUID.Global", KZe_NOTFOUND, 1);
     EXPECT_EQ(run("kz.bless(Odd, 'unheard')"), "LookupError: not found");
     EXPECT_EQ(told().back().first, "kz.bless of \"unheard\": the host does not know the interface Command");

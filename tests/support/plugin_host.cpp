@@ -113,5 +113,6 @@ std::string CTestSession::run(const std::string& lines) {
 std::string CTestSession::prompt(bool continued) const {
     const char* text = nullptr;
     EXPECT_EQ(m_interpreter->Prompt(continued ? 1 : 0, &text), kzOk);
+    EXPECT_EQ(m_interpreter->Prompt(0, nullptr), KZe_INVALIDARG);
     return text != nullptr ? text : "";
 }

@@ -35,6 +35,7 @@ class Method(object):
     def __init__(self, stem, wrapper, where, row):
         self.name, self.returns, self.inputs, self.outputs, self.lengths = row
         self.label = stem + '.' + self.name
+        self.type = type(wrapper).__module__.partition('.')[2] + '.' + type(wrapper).__name__
         self.wrapper, self.where = wrapper, where
         self.hasCode = self.returns == 'result'
         # In the order in which the host is asked: what it returns comes last, and first in what Python gets.
@@ -75,6 +76,18 @@ class Method(object):
             if map(sys.getrefcount, watched) != before:
                 self.complain('references to the arguments went from %r to %r', before, map(sys.getrefcount, watched))
 
+    def expect_reason(self, at, expected=''):
+        """The log names the method and the argument, once."""
+        place = 'kz.%s.%s' % (self.type, self.name)
+        documented_inputs = [documented(kind, name) for kind, name in self.inputs]
+        if at is None:
+            place += ': expected (%s), got ' % ', '.join(documented_inputs)
+        else:
+            place += ", argument %d '%s': expected " % (at + 1, documented_inputs[at])
+        reasons = recorder.reasons()
+        if reasons.count('\n') != 1 or place not in reasons or expected not in reasons or ', got ' not in reasons:
+            self.complain('the log says %r instead of %r %r', reasons, place, expected)
+
     def expect_error(self, what, outcome, expected, called=False):
         result, error = outcome
         if error is None or error[0] is not expected[0] or expected[1] not in (None, error[1]):
@@ -106,14 +119,19 @@ class Method(object):
             if len(arguments) != len(good):
                 text = 'function takes exactly %d argument%s (%d given)' % (
                     len(good), '' if len(good) == 1 else 's', len(arguments))
+                recorder.reasons()
                 self.expect_error('a wrong count', self.call(arguments), (TypeError, text))
+                self.expect_reason(None)
         for at, (kind, name) in enumerate(self.inputs):
             for bad, error in values.wrong(kind):
+                recorder.reasons()
                 self.expect_error('%s %s = %r' % (kind, name, bad), self.call(good[:at] + [bad] + good[at + 1:]), error)
+                self.expect_reason(at)
         for at, (fixed, counting) in self.lengths.items():
-            storage, bytes = values.short_storage(self.inputs[at][0], fixed * 2 ** len(counting))
-            text = 'invalid argument: the storage has %d bytes, the call needs %d' % bytes
-            self.expect_error('a short storage', self.call(good[:at] + [storage] + good[at + 1:]), (TypeError, text))
+            storage, reason = values.short_storage(self.inputs[at][0], fixed * 2 ** len(counting))
+            recorder.reasons()
+            self.expect_error('a short storage', self.call(good[:at] + [storage] + good[at + 1:]), values.INVALID)
+            self.expect_reason(at, reason)
         for code, kind, text in CODES if self.hasCode else ():
             self.lay_out(code)
             self.expect_error('code %#x' % code, self.call(good), (kind, text), called=True)

@@ -146,25 +146,39 @@ def alive_of(stem):
     return int(match.group(1)) if match else 0
 
 
+def inside_another(call, work):
+    """Works inside a second call of the same method."""
+    recorder.during(work)
+    outcome(call, (3, 4, 5))
+
+
 def inside_calls():
     """An object lives through the call that is made on it, whatever the call does to its wrapper."""
     wrapper, call = vector_method()
     stem = type(wrapper).__name__
     for change, more in ((lambda: wrapper.set(None), 0), (lambda: wrapper.set(values.Host(stem)), 1),
-                         (lambda: wrapper.__init__(values.Host(stem)), 1), (lambda: outcome(call, (3, 4, 5)), 0)):
-        wrapper.set(values.Host(stem))
-        where, before, inside = wrapper.__peekobj__(), alive_of(stem), []
-        recorder.during(lambda: (change(), inside.append(alive_of(stem))))
-        check('changed inside', outcome(call, (0, 1, 2)), None)
-        check('changed inside', inside, [before + more])
-        check('seen inside', recorder.calls()[0][1:], (where, [[0.0, 1.0, 2.0]]))
+                         (lambda: wrapper.__init__(values.Host(stem)), 1), (lambda: outcome(call, (3, 4, 5)), 0),
+                         (lambda: [wrapper.set(values.Host(stem)) for _ in range(50)], 1),
+                         # Other threads take away, and leave Python, before the call returns.
+                         (lambda: (wrapper.set(None), recorder.elsewhere(int)), 0),
+                         (lambda: recorder.elsewhere(lambda: wrapper.set(None)), 0),
+                         (lambda: inside_another(call, lambda: wrapper.set(None)), 0)):
+        for otherwise in (False, True):
+            if otherwise and 'range' in change.func_code.co_names:
+                continue  # all that wrappers let go of is kept then, until Python is left
+            wrapper.set(values.Host(stem))
+            where, before, inside = wrapper.__peekobj__(), alive_of(stem), []
+            recorder.during(lambda: (change(), inside.append(alive_of(stem))), otherwise)
+            check('changed inside', outcome(call, (0, 1, 2)), None)
+            check('changed inside', inside, [before + more])
+            check('seen inside', recorder.calls()[0][1:], (where, [[0.0, 1.0, 2.0]]))
     # The wrapper itself goes, and so does that of an argument.
     held = [find(['object'])[0], kz.object.Scene(values.Host('Scene'))]
-    method, inside = getattr(held[0], find(['object'])[1]), []
+    method, inside, before = getattr(held[0], find(['object'])[1]), [], alive_of('Scene')
     recorder.answer(0, ())
     recorder.during(lambda: (held[1].set(0), held.__delitem__(slice(None)), inside.append(alive_of('Scene'))))
     check('an argument emptied inside', outcome(method, held[1]), None)
-    check('an argument emptied inside', inside, [alive_of('Scene')])
+    check('an argument emptied inside', inside, [before])
     recorder.calls()
 
 

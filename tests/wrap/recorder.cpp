@@ -2,9 +2,10 @@
 #include "tests/wrap/recorder.h"
 
 #include "module/error_report.h"
+#include "module/explain.h"
+#include "module/output.h"
 #include "module/py_lock.h"
 #include "module/py_ref.h"
-#include "tests/support/plugin_host.h"
 
 #include "kz/result.h"
 
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -27,6 +29,8 @@ struct Recorder {
     PyObject* calls = nullptr;    // a list
     PyObject* answers = nullptr;  // a tuple
     PyObject* during = nullptr;
+    bool isOtherwise = false;
+    CPluginHost* host = nullptr;
     KzResult code = KZe_OK;
     IKzUnknown* service = nullptr;
     KzGuid serviceId{};
@@ -54,14 +58,25 @@ IKzUnknown* make(const KzRecorderRow& row) {
     return polymorph->spawn(row.iid);
 }
 
-void callDuring() {
-    CPyRefNull callable(std::exchange(recorder().during, nullptr));
-    if (callable.get() == nullptr) return;
-    const CPyLock lock;  // as every entry of a host into Python
+void call(PyObject* callable) {
     const CPyRefNull result(PyObject_CallObject(callable, nullptr));
     if (result.get() == nullptr) {
         ADD_FAILURE() << "a call from inside a host call raised " << kzTakeException();
     }
+}
+
+void enter(PyObject* callable) {
+    const CPyLock lock;  // as every entry of a host into Python
+    call(callable);
+}
+
+void callDuring() {
+    CPyRefNull callable(std::exchange(recorder().during, nullptr));
+    if (callable.get() == nullptr) return;
+    if (!recorder().isOtherwise) return enter(callable);
+    const PyGILState_STATE state = PyGILState_Ensure();
+    call(callable);
+    PyGILState_Release(state);
 }
 
 }  // namespace
@@ -125,7 +140,14 @@ CRecord& CRecord::out(const char** place) {
     return *this;
 }
 
-CRecord& CRecord::out(IKzUnknown** place) { return outAddress(place); }
+// An operation that fails keeps its object and leaves in its output what nobody may touch.
+CRecord& CRecord::out(IKzUnknown** place) {
+    outAddress(place);
+    if (!kzFailed(recorder().code)) return *this;
+    if (*place != nullptr) (*place)->Release();
+    *place = reinterpret_cast<IKzUnknown*>(1);
+    return *this;
+}
 
 CRecord& CRecord::outAddress(void* place) {
     std::uint64_t value = PyInt_AsUnsignedLongLongMask(next());
@@ -213,9 +235,28 @@ PyObject* callsFunction(PyObject* /*self*/, PyObject* /*args*/) {
 
 PyObject* duringFunction(PyObject* /*self*/, PyObject* args) {
     PyObject* callable = nullptr;
-    if (PyArg_ParseTuple(args, "O", &callable) == 0) return nullptr;
+    int isOtherwise = 0;
+    if (PyArg_ParseTuple(args, "O|i", &callable, &isOtherwise) == 0) return nullptr;
     replace(recorder().during, callable == Py_None ? nullptr : callable);
+    recorder().isOtherwise = isOtherwise != 0;
     Py_RETURN_NONE;
+}
+
+PyObject* elsewhereFunction(PyObject* /*self*/, PyObject* args) {
+    PyObject* callable = nullptr;
+    if (PyArg_ParseTuple(args, "O", &callable) == 0) return nullptr;
+    PyThreadState* state = PyEval_SaveThread();
+    std::thread([callable] { enter(callable); }).join();
+    PyEval_RestoreThread(state);
+    Py_RETURN_NONE;
+}
+
+PyObject* reasonsFunction(PyObject* /*self*/, PyObject* /*args*/) {
+    const std::string reasons = recorder().host->log("python");
+    kzTellRepeatedReasons();  // so that the same is told again
+    recorder().host->clearLog();
+    kzReleaseOutput();  // it holds a part of the log
+    return PyString_FromString(reasons.c_str());
 }
 
 PyObject* serveFunction(PyObject* /*self*/, PyObject* args) {
@@ -244,6 +285,8 @@ PyMethodDef functions[] = {
     {"answer", answerFunction, METH_VARARGS, nullptr},
     {"calls", callsFunction, METH_VARARGS, nullptr},
     {"during", duringFunction, METH_VARARGS, nullptr},
+    {"elsewhere", elsewhereFunction, METH_VARARGS, nullptr},
+    {"reasons", reasonsFunction, METH_VARARGS, nullptr},
     {"serve", serveFunction, METH_VARARGS, nullptr},
     {"alive", aliveFunction, METH_VARARGS, nullptr},
     {"fail", failFunction, METH_VARARGS, nullptr},
@@ -252,7 +295,8 @@ PyMethodDef functions[] = {
 
 }  // namespace
 
-void kzAddRecorderModule() {
+void kzAddRecorderModule(CPluginHost& host) {
+    recorder().host = &host;
     Py_InitModule("recorder", functions);
     recorder().calls = PyList_New(0);
     recorder().answers = PyTuple_New(0);

@@ -4,6 +4,7 @@
 
 #include "module/py_ref.h"
 #include "module/python.h"
+#include "tests/support/plugin_host.h"
 
 #include "kz/base/polymorph.h"
 
@@ -108,11 +109,14 @@ private:
 //   release(address)      gives a reference back
 //   answer(code, values)  what the next calls answer: outputs in order, then a returned value
 //   calls()               what was noted since the last time: [(method, object's address, [input, ...]), ...]
-//   during(callable)      called at the end of the next host call, as a host calls back into Python; None for nothing
+//   during(callable[, otherwise])  called at the end of the next host call, as a host calls back into Python, or by the
+//                         interpreter's own means of entering; None for nothing
+//   elsewhere(callable)   called on a thread of the host's, while this one waits without the lock
+//   reasons()             what the log says that was refused since the last time
 //   serve(stem)           the address of a recording service that the host hands out once
 //   alive()               which host objects are alive, and how many of each
 //   fail(text)            a failure of the test
-void kzAddRecorderModule();
+void kzAddRecorderModule(CPluginHost& host);
 
 // The recording service for the identity, if a script has laid one out that nobody took yet; null otherwise.
 IKzUnknown* kzRecordingService(const KzGuid& iid);

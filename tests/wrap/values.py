@@ -91,10 +91,11 @@ def objects():
 
 
 def short_storage(kind, needed):
-    """A storage with an element less than are needed, and how many bytes it has and are needed."""
+    """A storage with an element less than are needed, and what the log says of it."""
     letter, width = {'float[]': 'f4', 'double[]': 'd8', 'int[]': 'i4', 'uint[]': 'u4', 'byte[]': 'b1', 'id[]': 'p8',
                      'data[]': 'b1'}[kind]
-    return storage(letter, [0] * (needed - 1)), ((needed - 1) * int(width), needed * int(width))
+    return storage(letter, [0] * (needed - 1)), 'expected a storage of at least %d bytes, got a kz.Storage of %d bytes' % (
+        needed * int(width), (needed - 1) * int(width))
 
 
 def arrays(letter):
@@ -290,7 +291,8 @@ WRONG = {
     'object': [(kz.object.Item(), NO_INTERFACE), (Nothing(), NO_INTERFACE), (Raising(), OWN)],
     'bounds': badly_shaped(2, 3, INVALID),
     'hints': [(each, INVALID) for each in ([], None, 'x')] + [({'a': 'b'}, (TypeError, None)),
-                                                               ({1: u'\xe4'}, (UnicodeEncodeError, None))],
+                                                               ({1: u'\xe4'}, (UnicodeEncodeError, None)),
+                                                               ({1: 'a\0b'}, (TypeError, None))],
     'blocks': [(each, INVALID) for each in (5, [5], [(1,)], [(1, u'x')])] + [([('a', 'x')], (TypeError, None))],
 }
 WRONG.update((kind, NO_STORAGE) for kind in INPUTS if kind.endswith('[]'))

@@ -8,6 +8,7 @@
 
 #include "kz/file.h"
 #include "kz/guid.h"
+#include "kz/log.h"
 #include "kz/platform.h"
 #include "kz/result.h"
 #include "kz_paths.h"
@@ -29,14 +30,15 @@ protected:
         m_host.application.own = [](const KzGuid& iid, void** object) {
             *object = kzRecordingService(iid);
             if (*object != nullptr) return kzOk;
-            for (const KzGuid& needed : {KZu_FILESERVICE, KZu_GUIDSERVICE, KZu_PLATFORMSERVICE, KZu_UNKNOWN})
+            for (const KzGuid& needed :
+                 {KZu_FILESERVICE, KZu_GUIDSERVICE, KZu_LOGSERVICE, KZu_PLATFORMSERVICE, KZu_UNKNOWN})
                 if (iid == needed) return kzNotFound;
             return kzNoInterface;  // as a host that lacks every other service
         };
         m_host.nothingAlive.isExpected = false;  // the scripts keep pools of objects
         m_host.adopt(_IKzModule_Create());
         m_lock.emplace();
-        kzAddRecorderModule();
+        kzAddRecorderModule(m_host);
         PyObject* path = PySys_GetObject(kzText("path"));
         for (const char* folder : {KZ_SOURCE_DIR "/tests/wrap", KZ_BUILD_DIR "/tests/generated"}) {
             const CPyRefNull text(PyString_FromString(folder));

@@ -135,9 +135,10 @@ def contents():
             check((title, name), (type(found), found), (kind, value))
     for name, code in manifest.RESULTS.items():
         if code >= 2 ** 31:
-            error = outcome(kz.throw, code)
-            if error[0] is RuntimeError:
-                check(name, manifest.RESULTS[error[1][len('bad result: '):]], code)
+            try:
+                kz.throw(code)
+            except Exception:
+                check(name, (kz.excResult(), kz.excResult()), (code, code))
 
 
 def services():
@@ -146,7 +147,7 @@ def services():
         if isService:
             wrapper = getattr(kz.service, name)
             check(name, outcome(wrapper, 1), PARSING)
-            if name not in ('File', 'GUID', 'Platform'):
+            if name not in ('File', 'GUID', 'Log', 'Platform'):
                 check(name, outcome(wrapper), (LookupError, 'not found'))
 
 
