@@ -31,7 +31,7 @@ constexpr std::array letters = {
     Letters{Kind::String, "z", "z"},     Letters{Kind::Text, "", "T"},         Letters{Kind::Object, "O", "O"},
     Letters{Kind::Vector2, "", "V2"},    Letters{Kind::Vector3, "V", "V3"},    Letters{Kind::Vector4, "", "V4"},
     Letters{Kind::FVector2, "", "v2"},   Letters{Kind::FVector3, "v", "v3"},   Letters{Kind::FVector4, "", "v4"},
-    Letters{Kind::Id, "n", "p"},         Letters{Kind::Pointer, "n", "p"},     Letters{Kind::Hints, "", "p"},
+    Letters{Kind::Id, "n", "p"},         Letters{Kind::Pointer, "n", "P"},     Letters{Kind::Hints, "", "h"},
     Letters{Kind::FloatArray, "Af", ""}, Letters{Kind::DoubleArray, "Ad", ""}, Letters{Kind::IntArray, "Ai", ""},
     Letters{Kind::UintArray, "Au", ""},  Letters{Kind::ByteArray, "Ab", ""},   Letters{Kind::IdArray, "Ap", ""},
     Letters{Kind::DataArray, "A*", ""},

@@ -199,25 +199,43 @@ KzResult CHintTable::add(PyObject* key, PyObject* text) {
     if (value == -1 && PyErr_Occurred() != nullptr) return KZe_FAILED;
     const CPyRefNull string(PyObject_Str(text));
     if (string.get() == nullptr) return KZe_FAILED;
+    if (kzTakeText(string.get()) == kzNoText) return KZe_INVALIDARG;  // the host would see only its beginning
     m_texts.push_back(string.get());
     Py_INCREF(string.get());
     m_rows.push_back({static_cast<std::int32_t>(value), PyString_AS_STRING(string.get())});
     return KZe_OK;
 }
 
+// The list is a copy that nobody else knows: making texts may change what it was taken from.
+KzResult CHintTable::addPairs(PyObject* list) {
+    kzNonNull(list);
+    for (Py_ssize_t index = 0; index < PyList_GET_SIZE(list); ++index) {
+        PyObject* item = PyList_GET_ITEM(list, index);
+        const bool isPair = (PyTuple_Check(item) || PyList_Check(item)) && PySequence_Size(item) == 2;
+        if (!isPair) return KZe_INVALIDARG;
+        const CPyRefNull pair(kzNonNull(PySequence_Tuple(item)));
+        if (const KzResult code = add(PyTuple_GET_ITEM(pair.get(), 0), PyTuple_GET_ITEM(pair.get(), 1)); kzFailed(code))
+            return code;
+    }
+    m_rows.push_back({0, nullptr});
+    return KZe_OK;
+}
+
 KzResult CHintTable::read(PyObject* dictionary) noexcept {
     if (!PyDict_Check(dictionary)) return KZe_INVALIDARG;
-    return kzBoundary([&] {
-        const CPyRefNull items(PyDict_Items(dictionary));  // a copy: making texts may change the dictionary
-        kzNonNull(items.get());
-        for (Py_ssize_t index = 0; index < PyList_GET_SIZE(items.get()); ++index) {
-            PyObject* item = PyList_GET_ITEM(items.get(), index);
-            if (const KzResult code = add(PyTuple_GET_ITEM(item, 0), PyTuple_GET_ITEM(item, 1)); kzFailed(code))
-                return code;
-        }
-        m_rows.push_back({0, nullptr});
-        return KZe_OK;
-    });
+    return kzBoundary([&] { return addPairs(CPyRefNull(PyDict_Items(dictionary)).get()); });
+}
+
+KzResult CHintTable::readPairs(PyObject* sequence) noexcept {
+    return kzBoundary([&] { return addPairs(CPyRefNull(PySequence_List(sequence)).get()); });
+}
+
+KzTextValueHint* CHintTable::keep() noexcept {
+    const auto bytes = static_cast<Py_ssize_t>(m_rows.size() * sizeof(KzTextValueHint));
+    PyObject* memory = PyByteArray_FromStringAndSize(reinterpret_cast<const char*>(m_rows.data()), bytes);
+    if (memory == nullptr) return nullptr;
+    m_texts.clear();  // their references are not given back
+    return reinterpret_cast<KzTextValueHint*>(PyByteArray_AS_STRING(memory));
 }
 
 CBlockTable::~CBlockTable() { releaseAll(m_bytes); }

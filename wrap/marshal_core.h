@@ -78,7 +78,7 @@ private:
     void* m_memory = nullptr;
 };
 
-// A dictionary from integers to texts as the host's table of hints.
+// A dictionary from integers to texts, or a sequence of such pairs, as the host's table of hints.
 class CHintTable {
 public:
     CHintTable() = default;
@@ -86,9 +86,13 @@ public:
     CHintTable(const CHintTable&) = delete;
     CHintTable& operator=(const CHintTable&) = delete;
     KzResult read(PyObject* dictionary) noexcept;
+    KzResult readPairs(PyObject* sequence) noexcept;
     const KzTextValueHint* rows() const noexcept { return m_rows.data(); }
+    // A copy of the rows that lives, texts and all, as long as the interpreter. Null with an exception set on failure.
+    KzTextValueHint* keep() noexcept;
 
 private:
+    KzResult addPairs(PyObject* list);
     KzResult add(PyObject* key, PyObject* text);
 
     std::vector<KzTextValueHint> m_rows;

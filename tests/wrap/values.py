@@ -254,9 +254,12 @@ class Raising(object):
         raise ValueError('own')
 
 
-class Nothing(object):
+class Peeks(object):
+    def __init__(self, address):
+        self.address = address
+
     def __peekobj__(self):
-        return 0
+        return self.address
 
 
 FAILED = RuntimeError, 'bad result: FAILED'
@@ -287,9 +290,10 @@ WRONG = {
     'float': NO_NUMBER, 'double': NO_NUMBER,
     'string': [(each, (TypeError, None)) for each in (5, [], 'a\0b')] + [(u'\xe4', (UnicodeEncodeError, None))],
     'guid': [(each, FAILED) for each in (5, None, u'', 'nonsense', '0123ABCD-4567-89EF-A0A1-A2A3A4A5A6A7\0')],
-    'object': [(kz.object.Item(), NO_INTERFACE), (Nothing(), NO_INTERFACE), (Raising(), OWN)],
+    'object': [(kz.object.Item(), NO_INTERFACE), (Raising(), OWN)] +
+              [(Peeks(address), NO_INTERFACE) for address in (0, True, 0xFFFF, -1, 1 << 48)],
     'bounds': badly_shaped(2, 3, INVALID),
-    'hints': [(each, INVALID) for each in ([], None, 'x')] + [({'a': 'b'}, (TypeError, None)),
+    'hints': [(each, INVALID) for each in ([], None, 'x', {1: 'a\0b'})] + [({'a': 'b'}, (TypeError, None)),
                                                                ({1: u'\xe4'}, (UnicodeEncodeError, None))],
     'blocks': [(each, INVALID) for each in (5, [5], [(1,)], [(1, u'x')])] + [([('a', 'x')], (TypeError, None))],
 }
