@@ -14,13 +14,25 @@
 
 namespace kzgen {
 
-// Whether a factor of an array's length is a number rather than an input's name.
-[[nodiscard]] bool isDigits(const std::string& factor);
+// One factor of an array's length, as the description writes it.
+struct Factor {
+    enum class Kind {
+        Number,   // 3
+        Counted,  // count: an integer parameter
+        Looked,   // PixelBytes[format]: what a table has for an integer parameter
+        Asked,    // Dimension(map): what another method of the object answers
+    };
+    Kind kind = Kind::Number;
+    std::string name;                    // the digits, the parameter, the table or the method
+    std::vector<std::string> arguments;  // parameters
+    Place at;
+};
 
 struct Type {
     Kind kind = Kind::Void;
-    std::string name;                 // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
-    std::vector<std::string> length;  // of an array, its factors: numbers and names of inputs; empty when unknown
+    std::string name;            // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
+    std::vector<Factor> length;  // of an array
+    std::string unsized;         // of an array without a length, the reason for that
     Place at;
 };
 
@@ -34,10 +46,16 @@ struct Parameter {
 // What an adapter's method does instead of calling Python.
 enum class Inert { No, NotImplemented, Zero, Nothing };
 
-// How many elements an array input has: a fixed factor, 0 when nobody says, times the inputs at these places.
+// How many elements an array has: the product of a number, which is 0 when nobody knows, and of the other factors, whose
+// parameters are given by their places.
 struct Length {
+    struct Term {
+        Factor::Kind kind;
+        std::string name;
+        std::vector<size_t> places;
+    };
     uint64_t fixed = 0;
-    std::vector<size_t> inputs;
+    std::vector<Term> terms;
 };
 
 struct Method {
@@ -46,6 +64,7 @@ struct Method {
     std::vector<Parameter> parameters;  // all inputs, then all outputs
     Inert inert = Inert::No;
     bool required = false;
+    bool again = false;  // may be called a second time where a text did not fit
     std::string summary;
     Place at;
 
@@ -54,6 +73,10 @@ struct Method {
     [[nodiscard]] Length lengthOf(const Parameter& array) const;
     [[nodiscard]] std::vector<const Parameter*> outputs() const;
 };
+
+// As many as the relay to Python has room for.
+inline constexpr size_t mostForwardedInputs = 16;
+inline constexpr size_t mostForwardedOutputs = 12;
 
 struct Guid {
     std::string text;  // as written, letter case and all
@@ -113,6 +136,19 @@ struct Code {
     [[nodiscard]] std::string symbol() const { return (headerOwn ? "e" : "e_") + name; }
 };
 
+// What lengths of arrays look up: a size for each of some integer constants of the header.
+struct Table {
+    struct Row {
+        std::string constant;
+        uint32_t size = 0;
+        Place at;
+    };
+    std::string name;
+    std::vector<Row> rows;
+    std::string summary;
+    Place at;
+};
+
 struct Header {
     std::string name;
     std::string summary;
@@ -121,7 +157,10 @@ struct Header {
     std::vector<Interface> interfaces;
     std::vector<Constant> constants;
     std::vector<Code> codes;
+    std::vector<Table> tables;
     Place at;
+
+    [[nodiscard]] const Table* findTable(std::string_view tableName) const;
 };
 
 struct Model {

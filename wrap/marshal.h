@@ -20,6 +20,8 @@ template <class... Parameters> struct Frame {
     static constexpr std::size_t outputs = sizeof...(Parameters) - inputs;
     static constexpr bool converts = (false || ... || Parameters::converts);
     static constexpr bool hasText = (false || ... || Parameters::isText);
+    static constexpr bool hasInputArray = (false || ... || (Parameters::isInput && Parameters::isArray));
+    static constexpr bool hasOutputArray = (false || ... || (!Parameters::isInput && Parameters::isArray));
 
     bool fast(PyObject* args) noexcept {
         if (PyTuple_GET_SIZE(args) != static_cast<Py_ssize_t>(inputs)) return false;
@@ -41,11 +43,23 @@ template <class... Parameters> struct Frame {
     KzResult convert() noexcept {
         KzResult code = KZe_OK;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
-            static_cast<void>((... && kzSucceeded(code = std::get<index>(parameters).convert())) &&
-                              (... && kzSucceeded(code = std::get<index>(parameters).measure(parameters))));
+            static_cast<void>((... && kzSucceeded(code = std::get<index>(parameters).convert())));
         }
         (std::make_index_sequence<inputs>());
         return code;
+    }
+
+    // Holds the arrays among the inputs, or among the outputs, against their lengths. The object may be asked for them.
+    template <bool ofInputs> KzResult measure(IKzUnknown* object) noexcept {
+        KzResult code = KZe_OK;
+        std::apply([&](auto&... each) { static_cast<void>((... && measure<ofInputs>(object, each, code))); },
+                   parameters);
+        return code;
+    }
+    template <bool ofInputs, class Parameter>
+    bool measure(IKzUnknown* object, Parameter& parameter, KzResult& code) noexcept {
+        if constexpr (Parameter::isArray && Parameter::isInput == ofInputs) code = parameter.measure(object, parameters);
+        return kzSucceeded(code);
     }
 
     // Calls the method with what every parameter passes.
@@ -134,14 +148,17 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
         ((types = typeList), ...);
         // Read again: reading an argument may run code that makes the wrapper hold something else, or nothing.
         IKzUnknown* object = kzWrapper(self)->held;
-        if (object == nullptr) {
-            code = KZe_NOINTERFACE;
-        } else if constexpr (isResult) {
+        if (object == nullptr) return kzRaise(KZe_NOINTERFACE);
+        if constexpr (Frame<Parameters...>::hasInputArray)
+            if (const KzResult fits = frame.template measure<true>(object); kzFailed(fits)) return kzRaise(fits);
+        if constexpr (isResult) {
             do code = frame.call(object, methodAt<Method>(slot));
             while (Frame<Parameters...>::hasText && code == KZe_SHORTBUFFER && frame.growTexts());
             kzSetLastResult(code);
-            if (!kzFailed(code)) [[likely]]
+            if (!kzFailed(code)) [[likely]] {
+                if constexpr (Frame<Parameters...>::hasOutputArray) frame.template measure<false>(object);
                 return frame.template makeResult<false>(nullptr, types);
+            }
         } else if constexpr (std::is_void_v<decltype(frame.call(object, methodAt<Method>(slot)))>) {
             frame.call(object, methodAt<Method>(slot));
             return frame.template makeResult<false>(nullptr, types);

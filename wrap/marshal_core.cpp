@@ -158,7 +158,19 @@ void kzGiveBack(IKzUnknown* object) noexcept {
     if (object != nullptr) object->Release();
 }
 
-PyObject* kzMakeArrayView(void* memory) noexcept { return kzNewStorageView(memory, 0, 0); }
+PyObject* kzMakeArrayView(void* memory, std::size_t bytes) noexcept {
+    PyObject* view = kzNewStorageView(memory, 0, 0);
+    if (view != nullptr && memory != nullptr) kzStorageBuffer(view).refer(memory, bytes, nullptr, 0);
+    return view;
+}
+
+std::size_t kzProduct(std::initializer_list<std::int64_t> factors) noexcept {
+    std::size_t product = 1;
+    for (const std::int64_t factor : factors)
+        if (factor < 0) return 0;
+        else if (__builtin_mul_overflow(product, static_cast<std::size_t>(factor), &product)) product = SIZE_MAX;
+    return product;
+}
 
 KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept {
     if (!PyString_Check(text)) return KZe_FAILED;
@@ -184,7 +196,8 @@ KzResult CStoragePin::holds(std::initializer_list<std::int64_t> factors) const n
     if (m_memory == nullptr) return KZe_OK;
     std::uint64_t needed = 1;
     for (const std::int64_t factor : factors)
-        if (factor < 0) return KZe_OK;
+        if (factor == kzUnknownSize) return KZe_INVALIDARG;
+        else if (factor < 0) return KZe_OK;
         else if (__builtin_mul_overflow(needed, static_cast<std::uint64_t>(factor), &needed)) needed = UINT64_MAX;
     const std::uint64_t there = kzStorageBuffer(m_storage).readableBytes();
     if (needed <= there) return KZe_OK;
@@ -266,12 +279,16 @@ KzResult CBlockTable::read(PyObject* sequence) noexcept {
     });
 }
 
-bool CTextBuffer::grow() noexcept {
-    if (m_size >= largest) return false;
-    m_size *= 4;
-    m_heap.reset(new (std::nothrow) char[m_size]);
-    if (!m_heap) return false;
+bool CTextBuffer::grow() noexcept { return m_size < largest && growTo(m_size * 4); }
+
+void CTextBuffer::growOnce() noexcept { growTo(onceSize); }
+
+bool CTextBuffer::growTo(std::uint32_t size) noexcept {
+    std::unique_ptr<char[]> larger(new (std::nothrow) char[size]);
+    if (!larger) return false;
+    m_heap = std::move(larger);
     m_heap[0] = '\0';
+    m_size = size;
     return true;
 }
 

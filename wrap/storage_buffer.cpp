@@ -38,16 +38,12 @@ bool CStorageBuffer::reserve(const StorageType& type, std::size_t elements) noex
     const std::size_t bytes = elements * width;
     if (m_memory && bytes <= m_capacity) return true;
     try {
-        // A method that is given no length takes as much as its own layout says, as for one pixel or vertex: room behind
-        // the elements keeps a storage that is too short for it from reaching into other memory.
-        constexpr std::size_t room = 1024;
-        if (bytes > SIZE_MAX - room) return false;
-        std::shared_ptr<void> memory(theAllocate(bytes + room), std::free);
+        std::shared_ptr<void> memory(theAllocate(bytes), std::free);
         if (!memory) return false;
         // All of it is defined, so that nothing of what the process had there before is ever handed out.
         const std::size_t kept = std::min(m_capacity, bytes);
         if (m_memory) std::memcpy(memory.get(), m_memory.get(), kept);
-        std::memset(static_cast<std::byte*>(memory.get()) + kept, 0, bytes + room - kept);
+        std::memset(static_cast<std::byte*>(memory.get()) + kept, 0, bytes - kept);
         if (m_memory && m_pins != 0) m_replaced.push_back(m_memory);
         m_memory.swap(memory);
     } catch (const std::bad_alloc&) {
