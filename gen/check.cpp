@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <regex>
 
 #include <fmt/format.h>
 
@@ -43,8 +44,11 @@ public:
             for (const Interface& each : header.interfaces) {
                 interface(header, each);
             }
+            const Constant* before = nullptr;
             for (const Constant& each : header.constants) {
                 constant(each);
+                identities(each, before);
+                before = &each;
             }
             for (const Code& each : header.codes) {
                 code(each);
@@ -138,6 +142,22 @@ private:
             if (integer->value < 0 || integer->value > int64_t{UINT32_MAX} || !integer->isLong) {
                 mismatch("an unsigned value of 32 bits with an L");
             }
+        }
+    }
+
+    // An identity is a number like any other until a sentence says what takes it.
+    void identities(const Constant& each, const Constant* before) {
+        const bool isFirst = each.group.begins || before == nullptr || familyOf(before->name) != "u_";
+        if (m_completeness == Completeness::Partial || familyOf(each.name) != "u_" || !isFirst) {
+            return;
+        }
+        static const std::regex method("([A-Z][A-Za-z0-9]*)\\.([A-Z][A-Za-z0-9]*)");
+        const std::string& text = each.group.sentence;
+        const bool names = std::any_of(std::sregex_iterator(text.begin(), text.end(), method), std::sregex_iterator(),
+                                       [&](const auto& found) { return m_model.hasMethod(found.str(1), found.str(2)); });
+        if (!names) {
+            m_errors.error(each.at, "identity " + inQuotes(each.name) + " of no method",
+                           "a comment above it that names the method which takes or answers it, as Interface.Method");
         }
     }
 

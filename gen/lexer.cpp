@@ -252,15 +252,20 @@ bool Comments::continuesTrailing(uint32_t line) const {
     return above != nullptr && above->column == comment->column && (!above->ownLine || continuesTrailing(line - 1));
 }
 
-std::string Comments::summary(uint32_t firstLine, uint32_t lastLine) const {
-    uint32_t line = firstLine;
-    while (line > 1 && at(line - 1) != nullptr && at(line - 1)->ownLine && !continuesTrailing(line - 1)) {
-        --line;
+std::string Comments::above(uint32_t line) const {
+    uint32_t first = line;
+    while (first > 1 && at(first - 1) != nullptr && at(first - 1)->ownLine && !continuesTrailing(first - 1)) {
+        --first;
     }
     std::string text;
-    for (; line < firstLine; ++line) {
-        append(text, at(line)->text);
+    for (; first < line; ++first) {
+        append(text, at(first)->text);
     }
+    return text;
+}
+
+std::string Comments::summary(uint32_t firstLine, uint32_t lastLine) const {
+    std::string text = above(firstLine);
     if (const Comment* behind = at(lastLine); behind != nullptr && !behind->ownLine) {
         append(text, behind->text);
         for (uint32_t next = lastLine + 1; continuesTrailing(next); ++next) {

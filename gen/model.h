@@ -119,10 +119,17 @@ struct TextValue {
 
 using Value = std::variant<IntegerValue, RealValue, TextValue, Guid>;
 
+// Constants and codes on lines below each other are a group; the comment above the first one says what all are for.
+struct Group {
+    bool begins = false;
+    std::string sentence;  // of the group that begins
+};
+
 struct Constant {
     std::string name;  // without the prefix KZ
     Value value;
     std::string summary;
+    Group group;
     Place at;
 };
 
@@ -131,6 +138,7 @@ struct Code {
     uint32_t value = 0;
     bool headerOwn = false;  // an `error`: eNAME, not e_NAME
     std::string summary;
+    Group group;
     Place at;
 
     [[nodiscard]] std::string symbol() const { return (headerOwn ? "e" : "e_") + name; }
@@ -169,6 +177,8 @@ struct Model {
     std::string hash;                // of all files together
 
     [[nodiscard]] const Interface* find(std::string_view interfaceName) const;
+    // Whether there is an interface or a service of that name with that method.
+    [[nodiscard]] bool hasMethod(std::string_view interfaceName, std::string_view method) const;
     // The name of the object type that Python gets for a returned object, or "Unknown", or nothing for plain `object`.
     [[nodiscard]] std::string wrapperName(const Type& type) const;
 };

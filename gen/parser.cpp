@@ -268,6 +268,7 @@ private:
         made.value = value();
         m_tokens.expectEnd();
         made.summary = m_tokens.summaryFrom(start);
+        made.group = group(start);
         m_header.constants.push_back(std::move(made));
     }
 
@@ -286,7 +287,15 @@ private:
         made.value = static_cast<uint32_t>(read.value);
         m_tokens.expectEnd();
         made.summary = m_tokens.summaryFrom(start);
+        made.group = group(start);
         m_header.codes.push_back(std::move(made));
+    }
+
+    // Of the constant or code just read.
+    Group group(const Token& start) {
+        const bool follows = start.at.line == m_lastConstant + 1 || m_tokens.comments().continuesTrailing(start.at.line - 1);
+        m_lastConstant = m_tokens.previous().at.line;
+        return {!follows, follows ? "" : m_tokens.comments().above(start.at.line)};
     }
 
     void tableDeclaration(const Token& start) {
@@ -343,6 +352,7 @@ private:
     Diagnostics& m_errors;
     TokenStream m_tokens;
     Header m_header;
+    uint32_t m_lastConstant = 0;  // the line on which the last constant or code ended
 };
 
 }  // namespace

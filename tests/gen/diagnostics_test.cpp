@@ -169,6 +169,8 @@ TEST(Diagnostics, Adapters) {
 }
 
 TEST(Diagnostics, Constants) {
+    const std::string guidC = R"(uuid("33333333-0000-0000-0000-000000000000"))";
+    const std::string taker = " | a comment above it that names the method which takes or answers it, as Interface.Method";
     expectErrors({
         {"const X = 1;",
          "3:7 constant 'X' | a name of a family: u_ a_ s_ i_ f_ m_ v_ e_, or s i f m v a d and a capital"},
@@ -177,8 +179,13 @@ TEST(Diagnostics, Constants) {
         {"const iX = \"1\";", "3:7 a text as the value of 'iX' | an integer, as the family 'i' has"},
         {"const v_X = 1;", "3:7 an integer as the value of 'v_X' | a real number with a point, as the family 'v_' has"},
         {"const vX = 1.0;", "3:7 a real number as the value of 'vX' | an integer, as the family 'v' has"},
-        {"const u_X = \"1\";", "3:7 a text as the value of 'u_X' | uuid(\"...\"), as the family 'u_' has"},
-        {"const u_X = uuid(\"1\");", "3:18 '1' | 8-4-4-4-12 hexadecimal digits"},
+        {"// For I.A.\nconst u_X = \"1\";\n" + interfaceOf("  void A();\n"),
+         "4:7 a text as the value of 'u_X' | uuid(\"...\"), as the family 'u_' has"},
+        {"// For I.A.\nconst u_X = uuid(\"1\");\n" + interfaceOf("  void A();\n"),
+         "4:18 '1' | 8-4-4-4-12 hexadecimal digits"},
+        {"const iX = 1;\nconst u_X = " + guidA + ";\nconst u_Y = " + guidB + ";\n\n// For I.B.\nconst u_Z = " + guidC + ";\n" +
+             interfaceOf("  void A();\n"),
+         "4:7 identity 'u_X' of no method" + taker + "\n8:7 identity 'u_Z' of no method" + taker},
         {"const iX = 0x1G;", "3:12 the number 0x1G | a decimal or hexadecimal integer of at most 63 bits"},
         {"const iX = 9223372036854775808;",
          "3:12 the number 9223372036854775808 | a decimal or hexadecimal integer of at most 63 bits"},
