@@ -2,11 +2,13 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <regex>
 
 #include <fmt/format.h>
 
 #include "check_methods.h"
 #include "load.h"
+#include "names.h"
 #include "unique.h"
 
 namespace kzgen {
@@ -23,7 +25,7 @@ class Checker {
 public:
     Checker(const Model& model, Completeness completeness, Diagnostics& errors)
         : m_model(model), m_completeness(completeness), m_errors(errors), m_stems(errors), m_guids(errors),
-          m_symbols(errors), m_results(errors) {
+          m_symbols(errors), m_results(errors), m_tables(errors) {
         for (const Header& header : model.headers) {
             for (const Interface& each : header.interfaces) {
                 if (!each.service) {
@@ -40,13 +42,19 @@ public:
                 missingSummary(header.at, "header " + inQuotes(header.name));
             }
             for (const Interface& each : header.interfaces) {
-                interface(each);
+                interface(header, each);
             }
+            const Constant* before = nullptr;
             for (const Constant& each : header.constants) {
                 constant(each);
+                identities(each, before);
+                before = &each;
             }
             for (const Code& each : header.codes) {
                 code(each);
+            }
+            for (const Table& each : header.tables) {
+                table(header, each);
             }
         }
         prefixes();
@@ -57,18 +65,18 @@ private:
         m_errors.error(at, fmt::format("{} without a summary", what), "a comment directly above");
     }
 
-    void interface(const Interface& each) {
+    void interface(const Header& header, const Interface& each) {
         const std::string what = (each.service ? "service " : "interface ") + inQuotes(each.name);
         if (each.summary.empty()) {
             missingSummary(each.at, what);
         }
-        if (each.name == unknownName || each.name == "storage") {
-            m_errors.error(each.at, what, "a name that the SDK does not define itself");
+        if (!isTypeName(each.name)) {
+            m_errors.error(each.at, what, "a capital, then letters and digits, that make no name of Python or the SDK");
         }
         m_stems.add(each.stem(), what + " again", "a name of its own", each.at);
         guid(each.guid);
         symbols(each);
-        checkMethods(each, m_completeness == Completeness::Whole ? &m_interfaceNames : nullptr, m_errors);
+        checkMethods(header, each, m_completeness == Completeness::Whole ? &m_interfaceNames : nullptr, m_errors);
     }
 
     void guid(const Guid& given) {
@@ -84,8 +92,9 @@ private:
 
     void symbols(const Interface& each) {
         const auto legal = [](unsigned char c) { return std::isupper(c) != 0 || std::isdigit(c) != 0 || c == '_'; };
-        if (each.symbol.empty() || !std::all_of(each.symbol.begin(), each.symbol.end(), legal)) {
-            m_errors.error(each.at, "symbol " + inQuotes(each.symbol), "upper-case letters, digits and '_'");
+        if (each.symbol.empty() || !std::all_of(each.symbol.begin(), each.symbol.end(), legal) ||
+            !isSymbolName(each.symbol)) {
+            m_errors.error(each.at, "symbol " + inQuotes(each.symbol), "upper-case letters, digits and single '_'");
         }
         symbol("u_" + each.symbol, each.at);
         if (each.server) {
@@ -94,6 +103,9 @@ private:
     }
 
     void symbol(const std::string& name, const Place& at) {
+        if (!isSymbolName(name)) {
+            m_errors.error(at, inQuotes(name), "a name without '__' or '_' at its end");
+        }
         m_symbols.add(name, "constant " + inQuotes(name) + " again", "a name of its own", at);
     }
 
@@ -126,6 +138,54 @@ private:
             mismatch("an integer");
         } else if (wantsGuid) {
             guid(std::get<Guid>(each.value));
+        } else if (const auto* integer = std::get_if<IntegerValue>(&each.value); integer != nullptr && family == "e_") {
+            if (integer->value < 0 || integer->value > int64_t{UINT32_MAX} || !integer->isLong) {
+                mismatch("an unsigned value of 32 bits with an L");
+            }
+        }
+    }
+
+    // An identity is a number like any other until a sentence says what takes it.
+    void identities(const Constant& each, const Constant* before) {
+        const bool isFirst = each.group.begins || before == nullptr || familyOf(before->name) != "u_";
+        if (m_completeness == Completeness::Partial || familyOf(each.name) != "u_" || !isFirst) {
+            return;
+        }
+        static const std::regex method("([A-Z][A-Za-z0-9]*)\\.([A-Z][A-Za-z0-9]*)");
+        const std::string& text = each.group.sentence;
+        const bool names = std::any_of(std::sregex_iterator(text.begin(), text.end(), method), std::sregex_iterator(),
+                                       [&](const auto& found) { return m_model.hasMethod(found.str(1), found.str(2)); });
+        if (!names) {
+            m_errors.error(each.at, "identity " + inQuotes(each.name) + " of no method",
+                           "a comment above it that names the method which takes or answers it, as Interface.Method");
+        }
+    }
+
+    // A size for each constant that can stand where the table is looked up.
+    void table(const Header& header, const Table& each) {
+        const std::string what = "table " + inQuotes(each.name);
+        if (each.summary.empty()) {
+            missingSummary(each.at, what);
+        }
+        if (!isTypeName(each.name)) {
+            m_errors.error(each.at, what, "a capital, then letters and digits");
+        }
+        if (each.rows.empty()) {
+            m_errors.error(each.at, what + " without rows", "CONSTANT = SIZE; in it");
+        }
+        m_tables.add(each.name, what + " again", "a name of its own", each.at);
+        Unique values(m_errors);
+        for (const Table::Row& row : each.rows) {
+            const auto constant = std::find_if(header.constants.begin(), header.constants.end(),
+                                               [&](const Constant& c) { return c.name == row.constant; });
+            const auto* integer =
+                constant == header.constants.end() ? nullptr : std::get_if<IntegerValue>(&constant->value);
+            if (integer == nullptr) {
+                m_errors.error(row.at, inQuotes(row.constant), "an integer constant of this header");
+            } else {
+                values.add(std::to_string(integer->value), "the value of " + inQuotes(row.constant) + " again",
+                           "each value once", row.at);
+            }
         }
     }
 
@@ -179,6 +239,7 @@ private:
     Unique m_guids;
     Unique m_symbols;
     Unique m_results;
+    Unique m_tables;
 };
 
 }  // namespace

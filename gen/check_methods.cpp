@@ -6,33 +6,17 @@
 
 #include <fmt/format.h>
 
+#include "check_lengths.h"
+#include "names.h"
 #include "unique.h"
 
 namespace kzgen {
 
 namespace {
 
-// Words of C++, and macros of its library, in blanks.
-constexpr std::string_view cppWords =
-    " "
-    "alignas alignof and asm auto bool break case catch char class concept const constexpr continue decltype "
-    "default delete do double else enum explicit export extern false float for friend goto if inline int long "
-    "mutable namespace new noexcept not nullptr operator or private protected public register requires return "
-    "short signed sizeof static struct switch template this throw true try typedef typeid typename union unsigned "
-    "using virtual void volatile while xor "
-    "assert errno stdin stdout stderr NULL EOF ";
-
-// A Python method of such a name could not be called, or would hide what every wrapper offers.
-constexpr std::string_view pythonWords =
-    " as def del elif except exec finally from global import in is lambda pass print raise with yield None set test "
-    "QueryInterface AddRef Release ";
-
-bool contains(std::string_view words, const std::string& name) {
-    return words.find(" " + name + " ") != std::string_view::npos;
-}
-
-bool isIdentifier(std::string_view text) {
-    return !text.empty() && std::isdigit(static_cast<unsigned char>(text[0])) == 0 &&
+// A prefix begins the names of Python methods and is parted from their rest by one '_'.
+bool isPrefix(std::string_view text) {
+    return !text.empty() && std::isalpha(static_cast<unsigned char>(text[0])) != 0 && isSymbolName(text) &&
            std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
 }
 
@@ -40,8 +24,9 @@ std::string shown(const Type& type) { return std::string(info(type.kind).name) +
 
 class MethodChecker {
 public:
-    MethodChecker(const Interface& interface, const InterfaceNames* interfaceNames, Diagnostics& errors)
-        : m_interface(interface), m_interfaceNames(interfaceNames), m_errors(errors) {}
+    MethodChecker(const Header& header, const Interface& interface, const InterfaceNames* interfaceNames,
+                  Diagnostics& errors)
+        : m_header(header), m_interface(interface), m_interfaceNames(interfaceNames), m_errors(errors) {}
 
     void methods() {
         Unique names(m_errors);
@@ -56,9 +41,9 @@ public:
             m_errors.error(m_interface.at, "service " + inQuotes(m_interface.name) + " with an adapter",
                            "adapters on interfaces alone");
         }
-        if (!m_interface.adapter->empty() && !isIdentifier(*m_interface.adapter)) {
+        if (!m_interface.adapter->empty() && !isPrefix(*m_interface.adapter)) {
             m_errors.error(m_interface.at, "adapter prefix " + inQuotes(*m_interface.adapter),
-                           "letters, digits and '_'");
+                           "a letter, then letters, digits and single '_'");
         }
         for (const Method& method : m_interface.methods) {
             method.inert == Inert::No ? forwarded(method) : inert(method);
@@ -76,22 +61,43 @@ public:
 
 private:
     void method(const Method& method) {
-        if (contains(cppWords, method.name) || contains(pythonWords, method.name)) {
+        if (!isMethodName(method.name)) {
             m_errors.error(method.at, "method " + inQuotes(method.name),
-                           "a name that neither language keeps for itself");
+                           "a capital, then letters and digits, that make no word of C++ or Python");
         }
         interfaceName(method.returns);
         Unique names(m_errors);
         for (const Parameter& parameter : method.parameters) {
-            names.add(parameter.name, "parameter " + inQuotes(parameter.name) + " again", "a name of its own",
-                      parameter.at);
-            if (contains(cppWords, parameter.name)) {
-                m_errors.error(parameter.at, "parameter " + inQuotes(parameter.name), "a name that C++ leaves free");
-            }
+            parameterName(parameter, names);
             interfaceName(parameter.type);
-            arrayLength(method, parameter);
         }
         inputsFirst(method);
+        again(method);
+        checkLengths(m_header, m_interface, method, m_errors);
+    }
+
+    void parameterName(const Parameter& parameter, Unique& names) {
+        const auto add = [&](const std::string& name) {
+            names.add(name, "parameter " + inQuotes(name) + " again", "a name of its own", parameter.at);
+        };
+        if (!isParameterName(parameter.name)) {
+            m_errors.error(parameter.at, "parameter " + inQuotes(parameter.name),
+                           "a small letter, then letters and digits, that make no word of C++");
+        }
+        add(parameter.name);
+        if (parameter.type.kind == Kind::Text) {
+            add(parameter.name + "Length");  // which C++ gets beside the buffer
+        }
+    }
+
+    void again(const Method& method) {
+        const auto isText = [](const Parameter& each) { return each.type.kind == Kind::Text; };
+        const bool canSay = method.returns.kind == Kind::Result &&
+                            std::any_of(method.parameters.begin(), method.parameters.end(), isText);
+        if (method.again && !canSay) {
+            m_errors.error(method.at, "'again' on " + inQuotes(method.name),
+                           "it only where a 'text' is an output and 'result' can say that it did not fit");
+        }
     }
 
     void inputsFirst(const Method& method) {
@@ -115,27 +121,13 @@ private:
         }
     }
 
-    void arrayLength(const Method& method, const Parameter& parameter) {
-        for (const std::string& factor : parameter.type.length) {
-            if (parameter.output) {
-                m_errors.error(parameter.type.at, "length " + inQuotes(factor) + " of an output", "'[]'");
-            } else if (!isCount(factor) && !countingInput(method, factor)) {
-                m_errors.error(parameter.type.at, "length " + inQuotes(factor), "a number above 0 or an integer input");
-            }
-        }
-    }
-
-    static bool isCount(const std::string& factor) {
-        return isDigits(factor) && factor.size() < 10 && factor.find_first_not_of('0') != std::string::npos;
-    }
-
-    static bool countingInput(const Method& method, const std::string& name) {
-        const auto inputs = method.inputs();
-        return std::any_of(inputs.begin(), inputs.end(),
-                           [&](const Parameter* input) { return input->name == name && isInteger(input->type.kind); });
-    }
-
     void forwarded(const Method& method) {
+        const size_t outputs = method.outputs().size() + (method.returnsPlainValue() ? 1 : 0);
+        if (method.inputs().size() > mostForwardedInputs || outputs > mostForwardedOutputs) {
+            m_errors.error(method.at, fmt::format("{} inputs and {} outputs", method.inputs().size(), outputs),
+                           fmt::format("at most {} and {} of a forwarded method", mostForwardedInputs,
+                                       mostForwardedOutputs));
+        }
         if (m_interface.adapter->empty()) {
             m_errors.error(method.at, "forwarded method " + inQuotes(method.name), "a prefix, or an inert method");
         }
@@ -166,6 +158,7 @@ private:
         }
     }
 
+    const Header& m_header;
     const Interface& m_interface;
     const InterfaceNames* m_interfaceNames;
     Diagnostics& m_errors;
@@ -173,8 +166,9 @@ private:
 
 }  // namespace
 
-void checkMethods(const Interface& interface, const InterfaceNames* interfaceNames, Diagnostics& diagnostics) {
-    MethodChecker checker(interface, interfaceNames, diagnostics);
+void checkMethods(const Header& header, const Interface& interface, const InterfaceNames* interfaceNames,
+                  Diagnostics& diagnostics) {
+    MethodChecker checker(header, interface, interfaceNames, diagnostics);
     checker.methods();
     interface.adapter ? checker.adapter() : checker.noAdapter();
 }

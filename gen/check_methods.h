@@ -11,6 +11,7 @@ namespace kzgen {
 using InterfaceNames = std::vector<std::string_view>;
 
 // Without the names of all interfaces, names of interfaces are taken as they are.
-void checkMethods(const Interface& interface, const InterfaceNames* interfaceNames, Diagnostics& diagnostics);
+void checkMethods(const Header& header, const Interface& interface, const InterfaceNames* interfaceNames,
+                  Diagnostics& diagnostics);
 
 }  // namespace kzgen

@@ -111,15 +111,29 @@ std::string implementation(const Interface& each, const Method& method) {
                        method.required ? " (required)" : "");
 }
 
+std::string lengthText(const Type& array) {
+    std::vector<std::string> factors;
+    for (const Factor& factor : array.length) {
+        const bool asked = factor.kind == Factor::Kind::Asked;
+        const std::string arguments = fmt::format("{}", fmt::join(factor.arguments, ", "));
+        factors.push_back(asked                                  ? fmt::format("{}({})", factor.name, arguments)
+                          : factor.kind == Factor::Kind::Looked ? fmt::format("{}[{}]", factor.name, arguments)
+                                                                 : factor.name);
+    }
+    return fmt::format("{}", fmt::join(factors, " * "));
+}
+
 // The method's summary, and how much its arrays hold.
 std::string remarks(const Method& method) {
     std::string text = method.summary;
-    for (const Parameter* input : method.inputs()) {
-        if (!input->type.length.empty()) {
-            const std::string_view between = text.empty() ? "" : text.ends_with('.') ? " " : "; ";
-            text += fmt::format("{}{} holds {} {}", between, input->name, fmt::join(input->type.length, " * "),
-                                input->type.kind == Kind::DataArray ? "bytes" : "elements");
+    for (const Parameter& each : method.parameters) {
+        if (!isArray(each.type.kind)) {
+            continue;
         }
+        const std::string_view between = text.empty() ? "" : text.ends_with('.') ? " " : "; ";
+        text += each.type.length.empty() ? fmt::format("{}{}: {}", between, each.name, each.type.unsized)
+                                         : fmt::format("{}{} holds {} {}", between, each.name, lengthText(each.type),
+                                                       each.type.kind == Kind::DataArray ? "bytes" : "elements");
     }
     return text;
 }

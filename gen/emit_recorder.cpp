@@ -1,5 +1,6 @@
 // Part "recorder", for tests: an implementation of every wrapped interface that records its calls, and a table in Python
 // of what there is to call.
+#include <algorithm>
 #include <iterator>
 #include <map>
 
@@ -19,7 +20,7 @@ template <class Visit> void eachWrapped(const Model& model, Visit&& visit) {
     for (const Header& header : model.headers) {
         for (const Interface& each : header.interfaces) {
             if (each.wrapped) {
-                visit(each);
+                visit(header, each);
             }
         }
     }
@@ -64,9 +65,9 @@ std::string recordersText(const Model& model) {
     std::string text = openingLines("//", "Recording implementations of all wrapped interfaces.", model);
     const Text out = std::back_inserter(text);
     fmt::format_to(out, "#include \"tests/wrap/recorder.h\"\n\n#include \"kz/all.h\"\n\nnamespace {{\n\n");
-    eachWrapped(model, [&](const Interface& each) { emitClass(each, out); });
+    eachWrapped(model, [&](const Header&, const Interface& each) { emitClass(each, out); });
     fmt::format_to(out, "constexpr KzRecorderRow rows[] = {{\n");
-    eachWrapped(model, [&](const Interface& each) {
+    eachWrapped(model, [&](const Header&, const Interface& each) {
         fmt::format_to(out, "    {{\"{0}\", &KZu_{1}, kzMakeRecord<CRecorder_{0}>}},\n", each.stem(), each.symbol);
     });
     fmt::format_to(out, "}};\n\n}}  // namespace\n\nconst std::span<const KzRecorderRow> kzRecorders(rows);\n");
@@ -90,13 +91,31 @@ std::string pairs(const Model& model, const std::vector<const Parameter*>& param
     return "[" + text + "]";
 }
 
-// By the place of each array whose length is known: the fixed factor and the places of the inputs to multiply it by.
-std::string lengths(const Method& method) {
+const Table::Row& largestRow(const Header& header, const Length::Term& term) {
+    const auto& rows = header.findTable(term.name)->rows;
+    return *std::max_element(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.size < b.size; });
+}
+
+// By the place of each array whose length is known: its elements when every count is 2 and every table is asked for its
+// largest row; then the parameters, by their places, and the methods that say so.
+std::string lengths(const Header& header, const Interface& each, const Method& method) {
     std::string text;
-    const auto inputs = method.inputs();
-    for (size_t at = 0; at < inputs.size(); ++at) {
-        if (const Length length = method.lengthOf(*inputs[at]); isArray(inputs[at]->type.kind) && length.fixed != 0) {
-            text += fmt::format("{}: ({}, [{}]), ", at, length.fixed, fmt::join(length.inputs, ", "));
+    for (size_t at = 0; at < method.parameters.size(); ++at) {
+        Length length = method.lengthOf(method.parameters[at]);
+        std::string inputs;
+        std::string asked;
+        for (const Length::Term& term : length.terms) {
+            length.fixed *= term.kind == Factor::Kind::Looked ? largestRow(header, term).size : 2;
+            if (term.kind == Factor::Kind::Asked) {
+                asked += fmt::format("'{}.{}', ", each.stem(), term.name);
+            } else if (term.kind == Factor::Kind::Looked) {
+                inputs += fmt::format("{}: SYMBOLS['{}'], ", term.places[0], largestRow(header, term).constant);
+            } else {
+                inputs += fmt::format("{}: 2, ", term.places[0]);
+            }
+        }
+        if (length.fixed != 0) {
+            text += fmt::format("{}: ({}, {{{}}}, [{}]), ", at, length.fixed, inputs, asked);
         }
     }
     return "{" + text + "}";
@@ -135,17 +154,18 @@ std::string manifestText(const Model& model) {
                                     "methods with what they return, take and give; every constant and code.",
                                     model);
     const Text out = std::back_inserter(text);
-    fmt::format_to(out, "TYPES = [\n");
-    eachWrapped(model, [&](const Interface& each) {
+    emitConstants(model, out);
+    fmt::format_to(out, "\nTYPES = [\n");
+    eachWrapped(model, [&](const Header& header, const Interface& each) {
         fmt::format_to(out, "    ('{}', '{}', {}, [\n", each.stem(), each.name, each.service ? "True" : "False");
         for (const Method& method : each.methods) {
             fmt::format_to(out, "        ('{}', '{}', {}, {}, {}),\n", method.name, kindText(model, method.returns),
-                           pairs(model, method.inputs()), pairs(model, method.outputs()), lengths(method));
+                           pairs(model, method.inputs()), pairs(model, method.outputs()),
+                           lengths(header, each, method));
         }
         fmt::format_to(out, "    ]),\n");
     });
     fmt::format_to(out, "]\n");
-    emitConstants(model, out);
     return text;
 }
 

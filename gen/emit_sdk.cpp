@@ -108,6 +108,18 @@ void emitCodes(const Header& header, Text out) {
     }
 }
 
+// What a table has for a value, and -1 for any other.
+void emitTables(const Header& header, Text out) {
+    for (const Table& table : header.tables) {
+        fmt::format_to(out, "{}inline constexpr int64_t kz{}(int64_t key) {{\n    switch (key) {{\n",
+                       commentLines("", "//", table.summary), table.name);
+        for (const Table::Row& row : table.rows) {
+            fmt::format_to(out, "    case KZ{}: return {};\n", row.constant, row.size);
+        }
+        fmt::format_to(out, "    default: return -1;\n    }}\n}}\n");
+    }
+}
+
 // Interfaces
 
 void emitInterface(const Interface& each, Text out) {
@@ -251,6 +263,7 @@ std::string headerText(const Header& header) {
         emitInterfaceClasses(each, out);
     }
     emitConstants(header, out);
+    emitTables(header, out);
     emitCodes(header, out);
     return text;
 }

@@ -4,7 +4,6 @@
 #include <array>
 #include <cctype>
 #include <iterator>
-#include <stdexcept>
 
 #include <fmt/format.h>
 
@@ -31,40 +30,40 @@ constexpr std::array letters = {
     Letters{Kind::String, "z", "z"},     Letters{Kind::Text, "", "T"},         Letters{Kind::Object, "O", "O"},
     Letters{Kind::Vector2, "", "V2"},    Letters{Kind::Vector3, "V", "V3"},    Letters{Kind::Vector4, "", "V4"},
     Letters{Kind::FVector2, "", "v2"},   Letters{Kind::FVector3, "v", "v3"},   Letters{Kind::FVector4, "", "v4"},
-    Letters{Kind::Id, "n", "p"},         Letters{Kind::Pointer, "n", "p"},     Letters{Kind::Hints, "", "p"},
+    Letters{Kind::Id, "n", "p"},         Letters{Kind::Pointer, "n", "P"},     Letters{Kind::Hints, "", "h"},
     Letters{Kind::FloatArray, "Af", ""}, Letters{Kind::DoubleArray, "Ad", ""}, Letters{Kind::IntArray, "Ai", ""},
     Letters{Kind::UintArray, "Au", ""},  Letters{Kind::ByteArray, "Ab", ""},   Letters{Kind::IdArray, "Ap", ""},
     Letters{Kind::DataArray, "A*", ""},
 };
-
-// As many as the relay has room for.
-constexpr size_t mostInputs = 16;
-constexpr size_t mostOutputs = 12;
 
 const Letters& lettersOf(Kind kind) {
     return *std::find_if(letters.begin(), letters.end(), [kind](const Letters& row) { return row.kind == kind; });
 }
 
 // "r" or "v", the inputs, a colon, the outputs; a plain value is the first output.
-std::string signatureOf(const Interface& each, const Method& method) {
-    const auto inputs = method.inputs();
-    const auto outputs = method.outputs();
-    if (inputs.size() > mostInputs || outputs.size() >= mostOutputs) {
-        throw std::runtime_error(
-            fmt::format("{}.{} has more parameters than can be forwarded", each.name, method.name));
-    }
+std::string signatureOf(const Method& method) {
     std::string signature = method.returns.kind == Kind::Result ? "r" : "v";
-    for (const Parameter* input : inputs) {
+    for (const Parameter* input : method.inputs()) {
         signature += lettersOf(input->type.kind).input;
     }
     signature += ":";
     if (method.returnsPlainValue()) {
         signature += lettersOf(method.returns.kind).output;
     }
-    for (const Parameter* output : outputs) {
+    for (const Parameter* output : method.outputs()) {
         signature += lettersOf(output->type.kind).output;
     }
     return signature;
+}
+
+// The length of an array in C++. What it could ask the object is refused by the check: the object is in Python.
+std::string lengthText(const Type& array) {
+    std::vector<std::string> factors;
+    for (const Factor& factor : array.length) {
+        const bool looked = factor.kind == Factor::Kind::Looked;
+        factors.push_back(looked ? fmt::format("kz{}({})", factor.name, factor.arguments[0]) : factor.name);
+    }
+    return factors.empty() ? "-1" : fmt::format("kzLength({})", fmt::join(factors, ", "));
 }
 
 // The arguments of the relay: the inputs, each array followed by its length, then the places of the outputs.
@@ -73,8 +72,7 @@ std::string words(const Method& method) {
     for (const Parameter* input : method.inputs()) {
         words += ", " + input->name;
         if (isArray(input->type.kind)) {
-            const auto& factors = input->type.length;
-            words += factors.empty() ? ", -1" : fmt::format(", kzLength({})", fmt::join(factors, ", "));
+            words += ", " + lengthText(input->type);
         }
     }
     if (method.returnsPlainValue()) {
@@ -101,7 +99,7 @@ void emitMethodTable(const Interface& each, Text out) {
     fmt::format_to(out, "KzForwardedMethod {}[] = {{\n", methodTable(each));
     for (const Method& method : each.methods) {
         if (const std::string name = pythonMethodName(each, method); !name.empty()) {
-            fmt::format_to(out, "    {{\"{}\", \"{}\"}},\n", name, signatureOf(each, method));
+            fmt::format_to(out, "    {{\"{}\", \"{}\"}},\n", name, signatureOf(method));
         }
     }
     fmt::format_to(out, "}};\n\n");
@@ -195,8 +193,8 @@ std::string lengthsOf(const Method& method) {
         const Length length = method.lengthOf(*input);
         const bool known = length.fixed != 0 && input->type.kind != Kind::DataArray;
         lengths += known ? fmt::format("{}", length.fixed) : "-1";
-        for (const size_t place : known ? length.inputs : std::vector<size_t>()) {
-            lengths += fmt::format("@{}", place);
+        for (const Length::Term& term : known ? length.terms : std::vector<Length::Term>()) {
+            lengths += fmt::format("@{}", term.places[0]);
         }
         lengths += ' ';
     }
@@ -215,7 +213,7 @@ void emitLoopback(const Interface& each, Text out) {
     for (const Method& method : each.methods) {
         const std::string name = pythonMethodName(each, method);
         fmt::format_to(out, "    loopbackRow(\"{0}\", \"{1}\", \"{2}\", \"{3}\", &IKz{0}::{4}),\n", each.name, name,
-                       name.empty() ? inertSignature(method.inert) : signatureOf(each, method), lengthsOf(method),
+                       name.empty() ? inertSignature(method.inert) : signatureOf(method), lengthsOf(method),
                        method.name);
     }
 }

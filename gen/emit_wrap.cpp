@@ -14,7 +14,8 @@ namespace {
 
 using Text = std::back_insert_iterator<std::string>;
 
-// How the hand-written marshalling calls a kind as an input and as an output.
+// How the hand-written marshalling calls a kind as an input and as an output; an array is left open behind the bytes of
+// one element.
 struct Marshalled {
     Kind kind;
     std::string_view input;
@@ -46,13 +47,13 @@ constexpr std::array marshalled = {
     Marshalled{Kind::Quaternion, "InVector<KzQuaternion>", "OutVector<KzQuaternion>"},
     Marshalled{Kind::Id, "InId", "OutId"},
     Marshalled{Kind::Pointer, "InPointer", "OutPointer"},
-    Marshalled{Kind::FloatArray, "InArray<4>", "OutArray"},
-    Marshalled{Kind::DoubleArray, "InArray<8>", "OutArray"},
-    Marshalled{Kind::IntArray, "InArray<4>", "OutArray"},
-    Marshalled{Kind::UintArray, "InArray<4>", "OutArray"},
-    Marshalled{Kind::ByteArray, "InArray<1>", "OutArray"},
-    Marshalled{Kind::IdArray, "InArray<8>", "OutArray"},
-    Marshalled{Kind::DataArray, "InArray<1>", "OutArray"},
+    Marshalled{Kind::FloatArray, "InArray<4", "OutArray<4"},
+    Marshalled{Kind::DoubleArray, "InArray<8", ""},
+    Marshalled{Kind::IntArray, "InArray<4", ""},
+    Marshalled{Kind::UintArray, "InArray<4", "OutArray<4"},
+    Marshalled{Kind::ByteArray, "InArray<1", ""},
+    Marshalled{Kind::IdArray, "InArray<8", ""},
+    Marshalled{Kind::DataArray, "InArray<1", "OutArray<1"},
     Marshalled{Kind::Hints, "InHints", "OutHints"},
     Marshalled{Kind::Blocks, "InBlocks", ""},
 };
@@ -63,25 +64,36 @@ std::string typedWrapper(const Model& model, const Type& type) {
     return name.empty() || name == unknownName ? "" : name;
 }
 
-// An array is named with the bytes of one element, which stand for all of its bytes and what to multiply them by here.
-std::string arrayName(const Method& method, const Parameter& array, std::string_view element) {
+std::string termName(const Interface& each, const Length::Term& term) {
+    switch (term.kind) {
+    case Factor::Kind::Looked: return fmt::format("Looked<&kz{}, {}>", term.name, term.places[0]);
+    case Factor::Kind::Asked:
+        return fmt::format("Asked<&IKz{}::{}{}{}>", each.stem(), term.name, term.places.empty() ? "" : ", ",
+                           fmt::join(term.places, ", "));
+    default: return fmt::format("Counted<{}>", term.places[0]);
+    }
+}
+
+// An array is named with the bytes of one element, the fixed number of elements, 0 where nobody knows, and what to
+// multiply them by.
+std::string arrayName(const Interface& each, const Method& method, const Parameter& array, std::string_view open) {
     const Length length = method.lengthOf(array);
-    const size_t open = element.find('<') + 1;
-    std::string name =
-        fmt::format("{}{}", element.substr(0, open), length.fixed * std::stoull(std::string(element.substr(open))));
-    for (const size_t place : length.inputs) {
-        name += fmt::format(", {}", place);
+    std::string name = fmt::format("{}, {}", open, length.fixed);
+    for (const Length::Term& term : length.terms) {
+        name += ", " + termName(each, term);
     }
     return name + ">";
 }
 
-std::string marshalledName(const Method& method, const Parameter& parameter) {
+std::string marshalledName(const Interface& each, const Method& method, const Parameter& parameter) {
     const auto row = std::find_if(marshalled.begin(), marshalled.end(),
-                                  [&](const Marshalled& each) { return each.kind == parameter.type.kind; });
-    if (!parameter.output && isArray(parameter.type.kind)) {
-        return arrayName(method, parameter, row->input);
+                                  [&](const Marshalled& m) { return m.kind == parameter.type.kind; });
+    const std::string_view name = parameter.output ? row->output : row->input;
+    if (isArray(parameter.type.kind)) {
+        return arrayName(each, method, parameter, name);
     }
-    return std::string(parameter.output ? row->output : row->input);
+    const bool once = parameter.type.kind == Kind::Text && !method.again;
+    return std::string(name) + (once ? "Once" : "");
 }
 
 // The wrapper types of the objects that a method returns, in order, as the elements of an array.
@@ -101,10 +113,10 @@ std::string typeElements(const Model& model, const Method& method) {
 }
 
 // What a marshaller is made for: whether there is a result code, what else is returned, and the kinds of the parameters.
-std::string signatureOf(const Method& method) {
+std::string signatureOf(const Interface& each, const Method& method) {
     std::string signature = fmt::format("{}", method.returns.kind == Kind::Result);
     for (const Parameter& parameter : method.parameters) {
-        signature += fmt::format(", {}", marshalledName(method, parameter));
+        signature += fmt::format(", {}", marshalledName(each, method, parameter));
     }
     return signature;
 }
@@ -118,7 +130,7 @@ void emitThunk(const Model& model, const Interface& each, const Method& method, 
     fmt::format_to(out,
                    "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<{1}>::call(self, args, "
                    "&IKz{2}::{3}{4}); }}\n",
-                   name, signatureOf(method), each.stem(), method.name, types.empty() ? "" : ", " + name + "_types");
+                   name, signatureOf(each, method), each.stem(), method.name, types.empty() ? "" : ", " + name + "_types");
 }
 
 void emitType(const Model& model, const Interface& each, Text out) {

@@ -85,16 +85,32 @@ private:
         }
     }
 
-    // Comments and texts go into sources of several languages: in all of them one byte of ASCII is one character.
+    // Comments and texts go into sources of several languages: in all of them one byte of ASCII is one character, a line
+    // ends with a line feed, and nothing else is read in a way of its own.
     void checkCharacters(size_t start, size_t end) {
         for (size_t at = start; at < end; ++at) {
             const auto c = static_cast<unsigned char>(m_text[at]);
-            if ((c >= ' ' && c <= '~') || c == '\t' || c == '\r') {
-                continue;
+            const bool endOfLine = c == '\r' && (at + 1 == m_text.size() || m_text[at + 1] == '\n');
+            const std::string_view here = m_text.substr(at, std::min<size_t>(end - at, 3));
+            const Place place{&m_file, m_line, static_cast<uint32_t>(at - m_lineStart) + 1};
+            if ((c < ' ' || c > '~') && c != '\t' && !endOfLine) {
+                m_errors.error(place, fmt::format("byte 0x{:02X}", c), "characters of ASCII");
+                return;
             }
-            m_errors.error({&m_file, m_line, static_cast<uint32_t>(at - m_lineStart) + 1},
-                           fmt::format("byte 0x{:02X}", c), "characters of ASCII");
-            return;
+            if (here.size() == 3 && here.starts_with("?\?") && std::string_view("=/'()!<>-").find(here[2]) != std::string_view::npos) {
+                m_errors.error(place, fmt::format("the trigraph '{}'", here), "characters that C++ leaves as they are");
+                return;
+            }
+        }
+    }
+
+    // Where a summary is broken into lines, a backslash before the break would join them again.
+    void checkBackslashes(size_t start, size_t end) {
+        for (size_t at = start; at < end; ++at) {
+            if (m_text[at] == '\\' && (at + 1 == end || std::isspace(static_cast<unsigned char>(m_text[at + 1])) != 0)) {
+                m_errors.error({&m_file, m_line, static_cast<uint32_t>(at - m_lineStart) + 1},
+                               "a backslash at the end of a word", "a comment that C++ does not continue");
+            }
         }
     }
 
@@ -102,6 +118,7 @@ private:
         const Place at = here();
         const size_t end = std::min(m_text.find('\n', m_pos), m_text.size());
         checkCharacters(m_pos, end);
+        checkBackslashes(m_pos, end);
         m_out.comments.add(m_line, at.column, !m_lineHasCode, trimmed(m_text.substr(m_pos + 2, end - m_pos - 2)));
         m_pos = end;
     }
@@ -235,15 +252,20 @@ bool Comments::continuesTrailing(uint32_t line) const {
     return above != nullptr && above->column == comment->column && (!above->ownLine || continuesTrailing(line - 1));
 }
 
-std::string Comments::summary(uint32_t firstLine, uint32_t lastLine) const {
-    uint32_t line = firstLine;
-    while (line > 1 && at(line - 1) != nullptr && at(line - 1)->ownLine && !continuesTrailing(line - 1)) {
-        --line;
+std::string Comments::above(uint32_t line) const {
+    uint32_t first = line;
+    while (first > 1 && at(first - 1) != nullptr && at(first - 1)->ownLine && !continuesTrailing(first - 1)) {
+        --first;
     }
     std::string text;
-    for (; line < firstLine; ++line) {
-        append(text, at(line)->text);
+    for (; first < line; ++first) {
+        append(text, at(first)->text);
     }
+    return text;
+}
+
+std::string Comments::summary(uint32_t firstLine, uint32_t lastLine) const {
+    std::string text = above(firstLine);
     if (const Comment* behind = at(lastLine); behind != nullptr && !behind->ownLine) {
         append(text, behind->text);
         for (uint32_t next = lastLine + 1; continuesTrailing(next); ++next) {

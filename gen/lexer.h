@@ -25,6 +25,11 @@ class Comments {
 public:
     void add(uint32_t line, uint32_t column, bool ownLine, std::string text);
     [[nodiscard]] std::string summary(uint32_t firstLine, uint32_t lastLine) const;
+    // The block directly above alone.
+    [[nodiscard]] std::string above(uint32_t line) const;
+
+    // True when the comment on this line goes on the one behind the declaration above it.
+    [[nodiscard]] bool continuesTrailing(uint32_t line) const;
 
 private:
     struct Comment {
@@ -32,8 +37,6 @@ private:
         bool ownLine = false;
         std::string text;
     };
-    // True when the comment on this line goes on the one behind the declaration above it.
-    [[nodiscard]] bool continuesTrailing(uint32_t line) const;
     [[nodiscard]] const Comment* at(uint32_t line) const;
 
     std::map<uint32_t, Comment> m_byLine;

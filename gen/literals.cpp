@@ -2,6 +2,7 @@
 #include "literals.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 
 namespace kzgen {
@@ -22,6 +23,9 @@ IntegerValue integerLiteral(const Token& token, Diagnostics& diagnostics) {
     const bool isLong = digits.ends_with('L');
     digits.remove_suffix(isLong ? 1 : 0);
     const bool hex = takePrefix(digits, "0x") || takePrefix(digits, "0X");
+    if (!hex && digits.size() > 1 && digits.front() == '0') {  // C++ and Python read an octal one
+        diagnostics.error(token.at, describe(token), "an integer without leading zeros");
+    }
     uint64_t magnitude = 0;
     const char* end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, magnitude, hex ? 16 : 10);
@@ -36,7 +40,7 @@ IntegerValue integerLiteral(const Token& token, Diagnostics& diagnostics) {
 RealValue realLiteral(const Token& token, Diagnostics& diagnostics) {
     char* end = nullptr;
     const double value = std::strtod(token.text.c_str(), &end);
-    if (*end != '\0' || token.text.find('.') == std::string::npos) {
+    if (*end != '\0' || token.text.find('.') == std::string::npos || !std::isfinite(value)) {
         diagnostics.error(token.at, describe(token), "a real number with a point, such as 0.5");
     }
     return {value, token.text};

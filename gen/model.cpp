@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 
 namespace kzgen {
 
@@ -26,10 +27,6 @@ std::vector<const Parameter*> select(const std::vector<Parameter>& all, bool out
 
 }  // namespace
 
-bool isDigits(const std::string& factor) {
-    return std::all_of(factor.begin(), factor.end(), [](unsigned char c) { return std::isdigit(c); });
-}
-
 std::vector<const Parameter*> Method::inputs() const { return select(parameters, false); }
 
 std::vector<const Parameter*> Method::outputs() const { return select(parameters, true); }
@@ -37,15 +34,22 @@ std::vector<const Parameter*> Method::outputs() const { return select(parameters
 Length Method::lengthOf(const Parameter& array) const {
     Length length;
     length.fixed = array.type.length.empty() ? 0 : 1;
-    const auto all = inputs();
-    for (const std::string& factor : array.type.length) {
-        if (isDigits(factor)) {
-            length.fixed *= std::stoull(factor);
-        } else {
-            const auto named =
-                std::find_if(all.begin(), all.end(), [&](const Parameter* each) { return each->name == factor; });
-            length.inputs.push_back(static_cast<size_t>(named - all.begin()));
+    const auto placeOf = [&](const std::string& parameter) {
+        const auto named = std::find_if(parameters.begin(), parameters.end(),
+                                        [&](const Parameter& each) { return each.name == parameter; });
+        return static_cast<size_t>(named - parameters.begin());
+    };
+    for (const Factor& factor : array.type.length) {
+        if (factor.kind == Factor::Kind::Number) {
+            length.fixed *= std::stoull(factor.name);
+            continue;
         }
+        Length::Term term{factor.kind, factor.name, {}};
+        if (factor.kind == Factor::Kind::Counted) {
+            term.places.push_back(placeOf(factor.name));
+        }
+        std::transform(factor.arguments.begin(), factor.arguments.end(), std::back_inserter(term.places), placeOf);
+        length.terms.push_back(std::move(term));
     }
     return length;
 }
@@ -62,6 +66,12 @@ std::string Interface::stem() const { return service ? name + "Service" : name; 
 
 std::string Interface::prefix() const { return adapter && !adapter->empty() ? *adapter : toLower(stem()); }
 
+const Table* Header::findTable(std::string_view tableName) const {
+    const auto found =
+        std::find_if(tables.begin(), tables.end(), [&](const Table& each) { return each.name == tableName; });
+    return found == tables.end() ? nullptr : &*found;
+}
+
 const Interface* Model::find(std::string_view interfaceName) const {
     for (const Header& header : headers) {
         for (const Interface& candidate : header.interfaces) {
@@ -71,6 +81,16 @@ const Interface* Model::find(std::string_view interfaceName) const {
         }
     }
     return nullptr;
+}
+
+bool Model::hasMethod(std::string_view interfaceName, std::string_view method) const {
+    const auto has = [&](const Interface& each) {
+        return each.name == interfaceName && std::any_of(each.methods.begin(), each.methods.end(),
+                                                         [&](const Method& m) { return m.name == method; });
+    };
+    return std::any_of(headers.begin(), headers.end(), [&](const Header& header) {
+        return std::any_of(header.interfaces.begin(), header.interfaces.end(), has);
+    });
 }
 
 std::string Model::wrapperName(const Type& type) const {

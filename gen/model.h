@@ -14,13 +14,25 @@
 
 namespace kzgen {
 
-// Whether a factor of an array's length is a number rather than an input's name.
-[[nodiscard]] bool isDigits(const std::string& factor);
+// One factor of an array's length, as the description writes it.
+struct Factor {
+    enum class Kind {
+        Number,   // 3
+        Counted,  // count: an integer parameter
+        Looked,   // PixelBytes[format]: what a table has for an integer parameter
+        Asked,    // Dimension(map): what another method of the object answers
+    };
+    Kind kind = Kind::Number;
+    std::string name;                    // the digits, the parameter, the table or the method
+    std::vector<std::string> arguments;  // parameters
+    Place at;
+};
 
 struct Type {
     Kind kind = Kind::Void;
-    std::string name;                 // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
-    std::vector<std::string> length;  // of an array, its factors: numbers and names of inputs; empty when unknown
+    std::string name;            // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
+    std::vector<Factor> length;  // of an array
+    std::string unsized;         // of an array without a length, the reason for that
     Place at;
 };
 
@@ -34,10 +46,16 @@ struct Parameter {
 // What an adapter's method does instead of calling Python.
 enum class Inert { No, NotImplemented, Zero, Nothing };
 
-// How many elements an array input has: a fixed factor, 0 when nobody says, times the inputs at these places.
+// How many elements an array has: the product of a number, which is 0 when nobody knows, and of the other factors, whose
+// parameters are given by their places.
 struct Length {
+    struct Term {
+        Factor::Kind kind;
+        std::string name;
+        std::vector<size_t> places;
+    };
     uint64_t fixed = 0;
-    std::vector<size_t> inputs;
+    std::vector<Term> terms;
 };
 
 struct Method {
@@ -46,6 +64,7 @@ struct Method {
     std::vector<Parameter> parameters;  // all inputs, then all outputs
     Inert inert = Inert::No;
     bool required = false;
+    bool again = false;  // may be called a second time where a text did not fit
     std::string summary;
     Place at;
 
@@ -54,6 +73,10 @@ struct Method {
     [[nodiscard]] Length lengthOf(const Parameter& array) const;
     [[nodiscard]] std::vector<const Parameter*> outputs() const;
 };
+
+// As many as the relay to Python has room for.
+inline constexpr size_t mostForwardedInputs = 16;
+inline constexpr size_t mostForwardedOutputs = 12;
 
 struct Guid {
     std::string text;  // as written, letter case and all
@@ -96,10 +119,17 @@ struct TextValue {
 
 using Value = std::variant<IntegerValue, RealValue, TextValue, Guid>;
 
+// Constants and codes on lines below each other are a group; the comment above the first one says what all are for.
+struct Group {
+    bool begins = false;
+    std::string sentence;  // of the group that begins
+};
+
 struct Constant {
     std::string name;  // without the prefix KZ
     Value value;
     std::string summary;
+    Group group;
     Place at;
 };
 
@@ -108,9 +138,23 @@ struct Code {
     uint32_t value = 0;
     bool headerOwn = false;  // an `error`: eNAME, not e_NAME
     std::string summary;
+    Group group;
     Place at;
 
     [[nodiscard]] std::string symbol() const { return (headerOwn ? "e" : "e_") + name; }
+};
+
+// What lengths of arrays look up: a size for each of some integer constants of the header.
+struct Table {
+    struct Row {
+        std::string constant;
+        uint32_t size = 0;
+        Place at;
+    };
+    std::string name;
+    std::vector<Row> rows;
+    std::string summary;
+    Place at;
 };
 
 struct Header {
@@ -121,7 +165,10 @@ struct Header {
     std::vector<Interface> interfaces;
     std::vector<Constant> constants;
     std::vector<Code> codes;
+    std::vector<Table> tables;
     Place at;
+
+    [[nodiscard]] const Table* findTable(std::string_view tableName) const;
 };
 
 struct Model {
@@ -130,6 +177,8 @@ struct Model {
     std::string hash;                // of all files together
 
     [[nodiscard]] const Interface* find(std::string_view interfaceName) const;
+    // Whether there is an interface or a service of that name with that method.
+    [[nodiscard]] bool hasMethod(std::string_view interfaceName, std::string_view method) const;
     // The name of the object type that Python gets for a returned object, or "Unknown", or nothing for plain `object`.
     [[nodiscard]] std::string wrapperName(const Type& type) const;
 };

@@ -19,7 +19,8 @@ const AttributeRules interfaceAttributes = {
     {"uuid", Argument::Text},    {"server", Argument::Text}, {"symbol", Argument::Text},
     {"adapter", Argument::Text}, {"nowrap", Argument::None},
 };
-const AttributeRules methodAttributes = {{"inert", Argument::Optional}, {"required", Argument::None}};
+const AttributeRules methodAttributes = {
+    {"inert", Argument::Optional}, {"required", Argument::None}, {"again", Argument::None}};
 
 std::string toUpper(std::string_view text) {
     std::string upper(text);
@@ -75,9 +76,12 @@ private:
         } else if (m_tokens.at("code") || m_tokens.at("error")) {
             fitting(given, {}, m_errors);
             codeDeclaration(start);
+        } else if (m_tokens.at("table")) {
+            fitting(given, {}, m_errors);
+            tableDeclaration(start);
         } else {
-            m_tokens.fail("'interface', 'service', 'const', 'code' or 'error'" +
-                          didYouMean(m_tokens.peek().text, {"interface", "service", "const", "code", "error"}));
+            m_tokens.fail("'interface', 'service', 'const', 'code', 'error' or 'table'" +
+                          didYouMean(m_tokens.peek().text, {"interface", "service", "const", "code", "error", "table"}));
         }
     }
 
@@ -152,6 +156,8 @@ private:
         for (const Attribute& attribute : fitting(given, methodAttributes, m_errors)) {
             if (attribute.name.text == "required") {
                 made.required = true;
+            } else if (attribute.name.text == "again") {
+                made.again = true;
             } else if (!attribute.argument) {
                 made.inert = Inert::Nothing;
             } else if (attribute.argument->text == "NOTIMPL") {
@@ -181,15 +187,20 @@ private:
         made.at = name.at;
         const bool array = m_tokens.accept("[");
         if (array && !m_tokens.accept("]")) {
-            do {
-                made.length.push_back(arrayFactor());
-            } while (m_tokens.accept("*"));
+            if (m_tokens.peek().kind == TokenKind::Text) {
+                made.unsized = m_tokens.take().text;
+            } else {
+                do {
+                    made.length.push_back(arrayFactor());
+                } while (m_tokens.accept("*"));
+            }
             m_tokens.expect("]");
         }
         const KindInfo* row = array ? findArrayKind(name.text) : findKind(name.text);
         if (row == nullptr || !row->is(use)) {
             unfit(name, array, row, use);
             made.length.clear();
+            made.unsized = "reported";
         }
         made.kind = row == nullptr ? Kind::Uint : row->kind;
         if (m_tokens.accept("<")) {
@@ -199,11 +210,26 @@ private:
         return made;
     }
 
-    std::string arrayFactor() {
+    // NUMBER, PARAMETER, TABLE[PARAMETER] or METHOD(PARAMETER, ...)
+    Factor arrayFactor() {
         if (m_tokens.peek().kind == TokenKind::Number) {
-            return m_tokens.take().text;
+            const Token number = m_tokens.take();
+            return {Factor::Kind::Number, number.text, {}, number.at};
         }
-        return m_tokens.expectName("']', a number or the name of an integer input").text;
+        const Token name = m_tokens.expectName("a length, or in quotes the reason why there is none");
+        Factor made{Factor::Kind::Counted, name.text, {}, name.at};
+        if (m_tokens.accept("[")) {
+            made.kind = Factor::Kind::Looked;
+            made.arguments.push_back(m_tokens.expectName("the name of an integer parameter").text);
+            m_tokens.expect("]");
+        } else if (m_tokens.accept("(")) {
+            made.kind = Factor::Kind::Asked;
+            while (!m_tokens.accept(")")) {
+                made.arguments.push_back(m_tokens.expectName("')' or the name of an input").text);
+                m_tokens.accept(",");
+            }
+        }
+        return made;
     }
 
     std::string angleName(const Token& kind) {
@@ -242,6 +268,7 @@ private:
         made.value = value();
         m_tokens.expectEnd();
         made.summary = m_tokens.summaryFrom(start);
+        made.group = group(start);
         m_header.constants.push_back(std::move(made));
     }
 
@@ -260,7 +287,43 @@ private:
         made.value = static_cast<uint32_t>(read.value);
         m_tokens.expectEnd();
         made.summary = m_tokens.summaryFrom(start);
+        made.group = group(start);
         m_header.codes.push_back(std::move(made));
+    }
+
+    // Of the constant or code just read.
+    Group group(const Token& start) {
+        const bool follows = start.at.line == m_lastConstant + 1 || m_tokens.comments().continuesTrailing(start.at.line - 1);
+        m_lastConstant = m_tokens.previous().at.line;
+        return {!follows, follows ? "" : m_tokens.comments().above(start.at.line)};
+    }
+
+    void tableDeclaration(const Token& start) {
+        m_tokens.take();
+        Table made;
+        const Token name = m_tokens.expectName("the table's name");
+        made.name = name.text;
+        made.at = name.at;
+        made.summary = m_tokens.summaryFrom(start);
+        m_tokens.expect("{");
+        while (!m_tokens.at("}") && !m_tokens.atEnd()) {
+            guarded([&] { made.rows.push_back(tableRow()); }, &TokenStream::skipMethod);
+        }
+        m_tokens.expect("}");
+        m_tokens.expectEnd();
+        m_header.tables.push_back(std::move(made));
+    }
+
+    Table::Row tableRow() {
+        const Token constant = m_tokens.expectName("a constant or '}'");
+        m_tokens.expect("=");
+        const Token size = m_tokens.expectKind(TokenKind::Number, "a size");
+        const IntegerValue read = integerLiteral(size, m_errors);
+        if (read.value <= 0 || read.value > int64_t{INT32_MAX} || read.isLong) {
+            m_tokens.reject(size, "a size above 0");
+        }
+        m_tokens.expectEnd();
+        return {constant.text, static_cast<uint32_t>(read.value), constant.at};
     }
 
     Value value() {
@@ -289,6 +352,7 @@ private:
     Diagnostics& m_errors;
     TokenStream m_tokens;
     Header m_header;
+    uint32_t m_lastConstant = 0;  // the line on which the last constant or code ended
 };
 
 }  // namespace

@@ -42,6 +42,8 @@ public:
         return m_lexed.comments.summary(first.at.line, previous().at.line);
     }
 
+    [[nodiscard]] const Comments& comments() const { return m_lexed.comments; }
+
 private:
     Diagnostics& m_errors;
     LexedFile m_lexed;

@@ -82,10 +82,9 @@ KzResult CLogEntry::logentry_Parent(IKzUnknown** parent) {
     return found ? found.give(parent) : KZe_NOTFOUND;
 }
 
-KzResult CLogEntry::logentry_InfoCount(std::uint32_t* count) {
+std::uint32_t CLogEntry::logentry_InfoCount() {
     const Locked lock(theLock);
-    *count = static_cast<std::uint32_t>(m_infos.size());
-    return KZe_OK;
+    return static_cast<std::uint32_t>(m_infos.size());
 }
 
 KzResult CLogEntry::logentry_InfoByIndex(std::uint32_t index, const char** name, const char** value) {
@@ -146,10 +145,9 @@ KzResult CLogSubsystem::log_SetEchoLevel(std::uint32_t level) {
     return KZe_OK;
 }
 
-KzResult CLogSubsystem::log_DroppedCount(std::uint32_t* count) {
+std::uint32_t CLogSubsystem::log_DroppedCount() {
     const Locked lock(theLock);
-    *count = m_dropped;
-    return KZe_OK;
+    return m_dropped;
 }
 
 CHostRef<CLogEntry> CLogStore::create(KzResult level, std::string text) {

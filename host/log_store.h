@@ -40,7 +40,7 @@ public:
     std::uint32_t logentry_ChildCount() override;
     KzResult logentry_ChildByIndex(std::uint32_t index, IKzUnknown** child) override;
     KzResult logentry_Parent(IKzUnknown** parent) override;
-    KzResult logentry_InfoCount(std::uint32_t* count) override;
+    std::uint32_t logentry_InfoCount() override;
     KzResult logentry_InfoByIndex(std::uint32_t index, const char** name, const char** value) override;
     KzResult logentry_SetInfo(const char* name, const char* value) override;
 
@@ -73,7 +73,7 @@ public:
     KzResult log_EntryByIndex(std::uint32_t index, IKzUnknown** entry) override;
     KzResult log_Clear() override;
     KzResult log_SetEchoLevel(std::uint32_t level) override;
-    KzResult log_DroppedCount(std::uint32_t* count) override;
+    std::uint32_t log_DroppedCount() override;
 
     const std::string& name() const { return m_name; }
     std::uint32_t echoLevel() const { return m_echoLevel; }

@@ -61,9 +61,10 @@ public:
         *path = keep(aliases[index].second);
         return KZe_OK;
     }
-    std::uint32_t platformservice_ProcessorCount() override {
+    KzResult platformservice_ProcessorCount(std::uint32_t* count) override {
         enter("Platform.ProcessorCount");
-        return std::max(1U, std::thread::hardware_concurrency());
+        *count = std::max(1U, std::thread::hardware_concurrency());
+        return KZe_OK;
     }
     KzResult platformservice_MemorySize(double* bytes) override {
         enter("Platform.MemorySize");

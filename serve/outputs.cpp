@@ -2,6 +2,7 @@
 #include "serve/outputs.h"
 
 #include "module/pending_exception.h"
+#include "serve/addresses.h"
 #include "wrap/marshal_core.h"
 #include "wrap/result_codes.h"
 #include "wrap/wrapper.h"
@@ -48,6 +49,8 @@ KzResult lost(KzResult code) noexcept {
     return code;
 }
 
+KzResult orLost(KzResult code) noexcept { return kzFailed(code) ? lost(code) : code; }
+
 KzResult unlessRaised() noexcept { return PyErr_Occurred() != nullptr ? lost(KZe_FAILED) : KZe_OK; }
 
 KzResult Output::convert(PyObject* value) noexcept {
@@ -55,13 +58,14 @@ KzResult Output::convert(PyObject* value) noexcept {
     case 'f':
     case 'd': numbers[0] = PyFloat_AsDouble(value); return numbers[0] == -1.0 ? unlessRaised() : KZe_OK;
     case 'p': pointer = PyLong_AsVoidPtr(value); return pointer == nullptr ? unlessRaised() : KZe_OK;
+    case 'P': return orLost(kzReadAddress(value, pointer));
+    case 'h': return orLost(kzReadHints(value, pointer));
     case 'z':
     case 'T': return convertText(value);
     case 'O': return convertObject(value);
     case 'V':
     case 'v':
-        if (const KzResult code = kzReadNumbers(value, numbers, digit - '0'); kzFailed(code)) return lost(code);
-        return KZe_OK;
+        return orLost(kzReadNumbers(value, numbers, digit - '0'));
     default: integer = PyLong_AsLong(value); return integer == -1 ? unlessRaised() : KZe_OK;
     }
 }
@@ -96,7 +100,9 @@ void Output::store() const noexcept {
     case 'd': put(numbers[0]); break;
     case 'z': put(text); break;
     case 'T': std::memcpy(place, text, std::strlen(text) + 1); break;
-    case 'p': put(pointer); break;
+    case 'p':
+    case 'P':
+    case 'h': put(pointer); break;
     case 'O':
         if (place == nullptr) drop();
         put(object);

@@ -14,7 +14,8 @@ using PyObject = struct _object;
 //   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, V three doubles, v three floats,
 //           A and a storage letter (* for raw bytes)  a buffer of the host and, in a second word, its length in elements,
 //           which is -1 when only the method knows
-//   :       the outputs: i I n b f d z O p, T  a text buffer and, in a second word, its size, V and v with a digit
+//   :       the outputs: i I n b f d z O, p an identifier, P an address, h hints, T  a text buffer and, in a second word,
+//           its size, V and v with a digit
 struct KzForwardedMethod {
     const char* name;
     const char* signature;

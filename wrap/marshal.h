@@ -22,6 +22,8 @@ template <class... Parameters> struct Frame {
     static constexpr std::size_t outputs = sizeof...(Parameters) - inputs;
     static constexpr bool converts = (false || ... || Parameters::converts);
     static constexpr bool hasText = (false || ... || Parameters::isText);
+    static constexpr bool hasInputArray = (false || ... || (Parameters::isInput && Parameters::isArray));
+    static constexpr bool hasOutputArray = (false || ... || (!Parameters::isInput && Parameters::isArray));
 
     bool fast(PyObject* args) noexcept {
         if (PyTuple_GET_SIZE(args) != static_cast<Py_ssize_t>(inputs)) return false;
@@ -44,12 +46,26 @@ template <class... Parameters> struct Frame {
     KzResult convert(std::size_t& at) noexcept {
         KzResult code = KZe_OK;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
-            static_cast<void>(
-                (... && (at = index, kzSucceeded(code = std::get<index>(parameters).convert()))) &&
-                (... && (at = index, kzSucceeded(code = std::get<index>(parameters).measure(parameters)))));
+            static_cast<void>((... && (at = index, kzSucceeded(code = std::get<index>(parameters).convert()))));
         }
         (std::make_index_sequence<inputs>());
         return code;
+    }
+
+    // Holds the arrays among the inputs, or among the outputs, against their lengths. The object may be asked for them.
+    // `at` becomes the place of the one that does not fit.
+    template <bool ofInputs> KzResult measure(IKzUnknown* object, std::size_t& at) noexcept {
+        KzResult code = KZe_OK;
+        [&]<std::size_t... index>(std::index_sequence<index...>) {
+            static_cast<void>((... && (at = index, measure<ofInputs>(object, std::get<index>(parameters), code))));
+        }
+        (std::make_index_sequence<sizeof...(Parameters)>());
+        return code;
+    }
+    template <bool ofInputs, class Parameter>
+    bool measure(IKzUnknown* object, Parameter& parameter, KzResult& code) noexcept {
+        if constexpr (Parameter::isArray && Parameter::isInput == ofInputs) code = parameter.measure(object, parameters);
+        return kzSucceeded(code);
     }
 
     // Calls the method with what every parameter passes.
@@ -143,14 +159,19 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
         // Read again: reading an argument may run code that makes the wrapper hold something else, or nothing.
         IKzUnknown* object = kzWrapper(self)->held;
         kzCalledObject = object;  // the reference is the wrapper's, which lets go of it at any time
-        if (object == nullptr) {
-            code = KZe_NOINTERFACE;
-        } else if constexpr (isResult) {
+        if (object == nullptr) return kzRaise(KZe_NOINTERFACE);
+        std::size_t at = 0;
+        if constexpr (Frame<Parameters...>::hasInputArray)
+            if (const KzResult fits = frame.template measure<true>(object, at); kzFailed(fits))
+                return kzRefuse(self, slot, fits, at);
+        if constexpr (isResult) {
             do code = frame.call(object, methodAt<Method>(slot));
             while (Frame<Parameters...>::hasText && code == KZe_SHORTBUFFER && frame.growTexts());
             kzSetLastResult(code);
-            if (!kzFailed(code)) [[likely]]
+            if (!kzFailed(code)) [[likely]] {
+                if constexpr (Frame<Parameters...>::hasOutputArray) frame.template measure<false>(object, at);
                 return frame.template makeResult<false>(nullptr, types);
+            }
         } else if constexpr (std::is_void_v<decltype(frame.call(object, methodAt<Method>(slot)))>) {
             frame.call(object, methodAt<Method>(slot));
             return frame.template makeResult<false>(nullptr, types);

@@ -177,7 +177,19 @@ void kzGiveBack(IKzUnknown* object) noexcept {
     if (object != nullptr) object->Release();
 }
 
-PyObject* kzMakeArrayView(void* memory) noexcept { return kzNewStorageView(memory, 0, 0); }
+PyObject* kzMakeArrayView(void* memory, std::size_t bytes) noexcept {
+    PyObject* view = kzNewStorageView(memory, 0, 0);
+    if (view != nullptr && memory != nullptr) kzStorageBuffer(view).refer(memory, bytes, nullptr, 0);
+    return view;
+}
+
+std::size_t kzProduct(std::initializer_list<std::int64_t> factors) noexcept {
+    std::size_t product = 1;
+    for (const std::int64_t factor : factors)
+        if (factor < 0) return 0;
+        else if (__builtin_mul_overflow(product, static_cast<std::size_t>(factor), &product)) product = SIZE_MAX;
+    return product;
+}
 
 KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept {
     constexpr const char* expected = "a GUID as a text of the form 8-4-4-4-12";
@@ -203,9 +215,14 @@ KzResult CStoragePin::pin(PyObject* object) noexcept {
 KzResult CStoragePin::holds(std::initializer_list<std::int64_t> factors) const noexcept {
     if (m_memory == nullptr) return KZe_OK;
     std::uint64_t needed = 1;
-    for (const std::int64_t factor : factors)
+    for (const std::int64_t factor : factors) {
+        if (factor == kzUnknownSize) {
+            kzNoteRefused(m_storage, "another argument that says how long the storage has to be");
+            return KZe_INVALIDARG;
+        }
         if (factor < 0) return KZe_OK;
-        else if (__builtin_mul_overflow(needed, static_cast<std::uint64_t>(factor), &needed)) needed = UINT64_MAX;
+        if (__builtin_mul_overflow(needed, static_cast<std::uint64_t>(factor), &needed)) needed = UINT64_MAX;
+    }
     const std::uint64_t there = kzStorageBuffer(m_storage).readableBytes();
     if (needed <= there) return KZe_OK;
     kzNoteRefused(m_storage, "a storage of at least %zu bytes", needed);
@@ -227,19 +244,36 @@ KzResult CHintTable::add(PyObject* key, PyObject* text) {
     return KZe_OK;
 }
 
+// The list is a copy that nobody else knows: making texts may change what it was taken from.
+KzResult CHintTable::addPairs(PyObject* list) {
+    kzNonNull(list);
+    for (Py_ssize_t index = 0; index < PyList_GET_SIZE(list); ++index) {
+        PyObject* item = PyList_GET_ITEM(list, index);
+        const bool isPair = (PyTuple_Check(item) || PyList_Check(item)) && PySequence_Size(item) == 2;
+        if (!isPair) return KZe_INVALIDARG;
+        const CPyRefNull pair(kzNonNull(PySequence_Tuple(item)));
+        if (const KzResult code = add(PyTuple_GET_ITEM(pair.get(), 0), PyTuple_GET_ITEM(pair.get(), 1)); kzFailed(code))
+            return code;
+    }
+    m_rows.push_back({0, nullptr});
+    return KZe_OK;
+}
+
 KzResult CHintTable::read(PyObject* dictionary) noexcept {
     if (!PyDict_Check(dictionary)) return refuse(dictionary, "a dictionary from integers to texts", KZe_INVALIDARG);
-    return kzBoundary([&] {
-        const CPyRefNull items(PyDict_Items(dictionary));  // a copy: making texts may change the dictionary
-        kzNonNull(items.get());
-        for (Py_ssize_t index = 0; index < PyList_GET_SIZE(items.get()); ++index) {
-            PyObject* item = PyList_GET_ITEM(items.get(), index);
-            if (const KzResult code = add(PyTuple_GET_ITEM(item, 0), PyTuple_GET_ITEM(item, 1)); kzFailed(code))
-                return code;
-        }
-        m_rows.push_back({0, nullptr});
-        return KZe_OK;
-    });
+    return kzBoundary([&] { return addPairs(CPyRefNull(PyDict_Items(dictionary)).get()); });
+}
+
+KzResult CHintTable::readPairs(PyObject* sequence) noexcept {
+    return kzBoundary([&] { return addPairs(CPyRefNull(PySequence_List(sequence)).get()); });
+}
+
+KzTextValueHint* CHintTable::keep() noexcept {
+    const auto bytes = static_cast<Py_ssize_t>(m_rows.size() * sizeof(KzTextValueHint));
+    PyObject* memory = PyByteArray_FromStringAndSize(reinterpret_cast<const char*>(m_rows.data()), bytes);
+    if (memory == nullptr) return nullptr;
+    m_texts.clear();  // their references are not given back
+    return reinterpret_cast<KzTextValueHint*>(PyByteArray_AS_STRING(memory));
 }
 
 CBlockTable::~CBlockTable() { releaseAll(m_bytes); }
@@ -272,12 +306,16 @@ KzResult CBlockTable::read(PyObject* sequence) noexcept {
     });
 }
 
-bool CTextBuffer::grow() noexcept {
-    if (m_size >= largest) return false;
-    m_size *= 4;
-    m_heap.reset(new (std::nothrow) char[m_size]);
-    if (!m_heap) return false;
+bool CTextBuffer::grow() noexcept { return m_size < largest && growTo(m_size * 4); }
+
+void CTextBuffer::growOnce() noexcept { growTo(onceSize); }
+
+bool CTextBuffer::growTo(std::uint32_t size) noexcept {
+    std::unique_ptr<char[]> larger(new (std::nothrow) char[size]);
+    if (!larger) return false;
+    m_heap = std::move(larger);
     m_heap[0] = '\0';
+    m_size = size;
     return true;
 }
 

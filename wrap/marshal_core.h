@@ -53,7 +53,7 @@ PyObject* kzMakeRows(const float* numbers, Py_ssize_t rows, Py_ssize_t columns) 
 PyObject* kzMakeBounds(const KzBounds& bounds) noexcept;
 PyObject* kzMakeString(const char* text) noexcept;             // None for a null text
 PyObject* kzMakeHints(const KzTextValueHint* hints) noexcept;  // a list of (integer, text)
-PyObject* kzMakeArrayView(void* memory) noexcept;              // a buffer without type over the host's memory
+PyObject* kzMakeArrayView(void* memory, std::size_t bytes) noexcept;  // a buffer without type over the host's memory
 
 // Releases an object, if there is one.
 void kzGiveBack(IKzUnknown* object) noexcept;
@@ -61,8 +61,12 @@ void kzGiveBack(IKzUnknown* object) noexcept;
 // A GUID from its text, by the host's lookup. FAILED for anything else.
 KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept;
 
+// The product of sizes, at most SIZE_MAX; 0 where one of them is negative.
+std::size_t kzProduct(std::initializer_list<std::int64_t> factors) noexcept;
+
 // The memory of a storage argument, or null for None; INVALIDARG for anything else. While it is pinned the memory stays
 // where it is, whatever Python does to the storage.
+inline constexpr std::int64_t kzUnknownSize = INT64_MIN;  // of what is not in a table
 class CStoragePin {
 public:
     CStoragePin() = default;
@@ -72,7 +76,8 @@ public:
     KzResult pin(PyObject* object) noexcept;
     void* memory() const noexcept { return m_memory; }
     // INVALIDARG unless there are as many bytes as these factors make. None
-    // of them are needed where there is no memory, or where a factor is negative: that is for the method to refuse.
+    // of them are needed where there is no memory, or where a factor is negative: that is for the method to refuse. No
+    // storage is long enough for an unknown size.
     KzResult holds(std::initializer_list<std::int64_t> factors) const noexcept;
 
 private:
@@ -80,7 +85,7 @@ private:
     void* m_memory = nullptr;
 };
 
-// A dictionary from integers to texts as the host's table of hints.
+// A dictionary from integers to texts, or a sequence of such pairs, as the host's table of hints.
 class CHintTable {
 public:
     CHintTable() = default;
@@ -88,9 +93,13 @@ public:
     CHintTable(const CHintTable&) = delete;
     CHintTable& operator=(const CHintTable&) = delete;
     KzResult read(PyObject* dictionary) noexcept;
+    KzResult readPairs(PyObject* sequence) noexcept;
     const KzTextValueHint* rows() const noexcept { return m_rows.data(); }
+    // A copy of the rows that lives, texts and all, as long as the interpreter. Null with an exception set on failure.
+    KzTextValueHint* keep() noexcept;
 
 private:
+    KzResult addPairs(PyObject* list);
     KzResult add(PyObject* key, PyObject* text);
 
     std::vector<KzTextValueHint> m_rows;
@@ -121,11 +130,15 @@ public:
     CTextBuffer() noexcept { m_local[0] = '\0'; }
     char* data() noexcept { return m_heap ? m_heap.get() : m_local; }
     std::uint32_t size() const noexcept { return m_size; }
-    bool grow() noexcept;  // false when it has grown enough
+    bool grow() noexcept;      // false when it has grown enough
+    void growOnce() noexcept;  // to what any text needs; stays as it is where memory is short
     PyObject* make() noexcept;
 
 private:
+    bool growTo(std::uint32_t size) noexcept;
+
     static constexpr std::uint32_t localSize = 512;
+    static constexpr std::uint32_t onceSize = 1U << 20;
     static constexpr std::uint32_t largest = 1U << 26;
 
     char m_local[localSize];

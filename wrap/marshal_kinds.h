@@ -31,14 +31,41 @@ struct InputBase {
     static constexpr bool isInput = true;
     static constexpr bool isText = false;
     static constexpr bool converts = false;
+    static constexpr bool isArray = false;
     KzResult convert() noexcept { return KZe_OK; }
-    // Once all are converted.
-    template <class Parameters> KzResult measure(const Parameters&) const noexcept { return KZe_OK; }
+};
+
+// What an array's length is multiplied by: a parameter, what a table has for one, or what the object answers.
+
+template <std::size_t place> struct Counted {
+    template <class Frame> static std::int64_t of(IKzUnknown*, Frame& frame) noexcept {
+        return std::get<place>(frame).number();
+    }
+};
+
+template <auto table, std::size_t place> struct Looked {
+    template <class Frame> static std::int64_t of(IKzUnknown*, Frame& frame) noexcept {
+        const std::int64_t size = table(std::get<place>(frame).number());
+        return size >= 0 ? size : kzUnknownSize;
+    }
+};
+
+template <auto method, std::size_t... places> struct Asked {
+    template <class Frame> static std::int64_t of(IKzUnknown* object, Frame& frame) noexcept {
+        return ask(object, method, std::tuple_cat(std::get<places>(frame).pass()...));
+    }
+
+private:
+    template <class Interface, class Returned, class... Arguments, class Passed>
+    static std::int64_t ask(IKzUnknown* object, Returned (Interface::*asked)(Arguments...), Passed&& passed) noexcept {
+        return std::apply([&](auto... values) { return (static_cast<Interface*>(object)->*asked)(values...); }, passed);
+    }
 };
 
 struct InInt : InputBase {
     static constexpr char letter = 'i';
     int parsed = 0;
+    std::int64_t number() const noexcept { return parsed; }
     bool fast(PyObject* object) noexcept {
         if (!PyInt_CheckExact(object)) return false;
         const long value = PyInt_AS_LONG(object);
@@ -51,6 +78,7 @@ struct InInt : InputBase {
 struct InUint : InputBase {
     static constexpr char letter = 'I';
     unsigned int parsed = 0;
+    std::int64_t number() const noexcept { return parsed; }
     bool fast(PyObject* object) noexcept {
         if (!PyInt_CheckExact(object)) return false;
         parsed = static_cast<unsigned int>(PyInt_AS_LONG(object));
@@ -62,6 +90,7 @@ struct InUint : InputBase {
 struct InSize : InputBase {
     static constexpr char letter = 'n';
     Py_ssize_t parsed = 0;
+    std::int64_t number() const noexcept { return parsed; }
     bool fast(PyObject* object) noexcept {
         if (!PyInt_CheckExact(object)) return false;
         parsed = PyInt_AS_LONG(object);
@@ -161,15 +190,14 @@ struct InBounds : ObjectInput {
     auto pass() noexcept { return std::tuple<const KzBounds*>(&bounds); }
 };
 
-// `bytes`, unless they are 0 because nobody says how many, times what the inputs at these places say.
-template <std::size_t bytes, std::size_t... counts> struct InArray : ObjectInput {
+// An element has so many bytes, and there are `count` elements, unless that is 0 because nobody says how many, times the
+// factors.
+template <std::int64_t bytes, std::int64_t count, class... Factors> struct InArray : ObjectInput {
+    static constexpr bool isArray = count != 0;
     CStoragePin storage;
     KzResult convert() noexcept { return storage.pin(parsed); }
-    template <class Parameters> KzResult measure(const Parameters& all) const noexcept {
-        if constexpr (bytes == 0) return KZe_OK;
-        else
-            return storage.holds(
-                {static_cast<std::int64_t>(bytes), static_cast<std::int64_t>(std::get<counts>(all).parsed)...});
+    template <class Frame> KzResult measure([[maybe_unused]] IKzUnknown* object, [[maybe_unused]] Frame& frame) const noexcept {
+        return storage.holds({bytes * count, Factors::of(object, frame)...});
     }
     auto pass() noexcept { return std::tuple<AnyPointer>(AnyPointer{storage.memory()}); }
 };
@@ -192,6 +220,7 @@ struct InBlocks : ObjectInput {
 struct OutputBase {
     static constexpr bool isInput = false;
     static constexpr bool isText = false;
+    static constexpr bool isArray = false;
     static constexpr bool converts = false;
     void drop() noexcept {}
 };
@@ -211,6 +240,7 @@ inline PyObject* makePointer(const void* value) noexcept {
 
 template <class Value> struct OutValue : OutputBase {
     Value value{};
+    std::int64_t number() const noexcept { return static_cast<std::int64_t>(value); }
     auto pass() noexcept { return std::tuple<Value*>(&value); }
     PyObject* make(Types&) noexcept { return makeValue<Value>(value); }
 };
@@ -227,8 +257,15 @@ struct OutPointer : OutputBase {
     PyObject* make(Types&) noexcept { return makePointer(value); }
 };
 
-struct OutArray : OutPointer {
-    PyObject* make(Types&) noexcept { return kzMakeArrayView(value); }
+// Memory of the host, of which Python sees as much as is there.
+template <std::int64_t bytes, std::int64_t count, class... Factors> struct OutArray : OutPointer {
+    static constexpr bool isArray = count != 0;
+    std::size_t extent = SIZE_MAX;
+    template <class Frame> KzResult measure([[maybe_unused]] IKzUnknown* object, [[maybe_unused]] Frame& frame) noexcept {
+        extent = kzProduct({bytes * count, Factors::of(object, frame)...});
+        return KZe_OK;
+    }
+    PyObject* make(Types&) noexcept { return kzMakeArrayView(value, extent); }
 };
 
 struct OutText : OutputBase {
@@ -237,6 +274,12 @@ struct OutText : OutputBase {
     OutText() noexcept {}  // not defaulted, which would fill the buffer with zeros first
     auto pass() noexcept { return std::tuple<char*, std::uint32_t>(buffer.data(), buffer.size()); }
     PyObject* make(Types&) noexcept { return buffer.make(); }
+};
+
+// Of a method that may not be called again: the buffer is as large as it gets at once.
+struct OutTextOnce : OutText {
+    static constexpr bool isText = false;
+    OutTextOnce() noexcept { buffer.growOnce(); }
 };
 
 struct OutObject : OutputBase {

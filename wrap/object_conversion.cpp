@@ -2,6 +2,7 @@
 #include "wrap/wrapper.h"
 
 #include "module/checks.h"
+#include "wrap/address.h"
 #include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 
@@ -27,7 +28,8 @@ IKzUnknown* peekByAttribute(PyObject* object) {
     if (!PyInt_Check(result.get()) && !PyLong_Check(result.get())) return nullptr;
     void* pointer = PyLong_AsVoidPtr(result);
     if (PyErr_Occurred() != nullptr) throw KZe_FAILED;
-    return static_cast<IKzUnknown*>(kzNonNull(pointer, KZe_NOINTERFACE));
+    if (!kzMayBeAddress(pointer)) throw KZe_NOINTERFACE;
+    return static_cast<IKzUnknown*>(pointer);
 }
 
 // The host object for "O" of a generic method, with a new reference, or null.

@@ -43,11 +43,7 @@ bool CStorageBuffer::reserve(const StorageType& type, std::size_t elements, Room
 
 bool CStorageBuffer::allocate(std::size_t bytes) noexcept {
     try {
-        // A method that is given no length takes as much as its own layout says, as for one pixel or vertex: room behind
-        // the elements keeps a storage that is too short for it from reaching into other memory.
-        constexpr std::size_t room = 1024;
-        if (bytes > SIZE_MAX - room) return false;
-        std::shared_ptr<void> memory(theAllocate(bytes + room, 1), std::free);
+        std::shared_ptr<void> memory(theAllocate(bytes, 1), std::free);
         if (!memory) return false;
         if (m_memory) std::memcpy(memory.get(), m_memory.get(), std::min(m_capacity, bytes));
         if (m_memory && m_pins != 0) m_replaced.push_back(m_memory);

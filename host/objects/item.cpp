@@ -90,8 +90,7 @@ bool CItem::item_TestTypes(std::uint32_t count, std::int32_t* types) {
 KzResult CItem::item_Scene(IKzUnknown** scene) { return this->scene().self().give(scene); }
 
 KzResult CItem::item_Parent(IKzUnknown** parent) {
-    *parent = nullptr;
-    return m_parent != nullptr ? m_parent->self().give(parent) : KZe_OK;
+    return m_parent != nullptr ? m_parent->self().give(parent) : KZe_NOTFOUND;
 }
 
 std::vector<CItem*>& CItem::siblings() const { return m_parent != nullptr ? m_parent->m_children : scene().roots(); }

@@ -279,7 +279,4 @@ bool CMesh::mesh_AnyMarked(std::int32_t elements, std::int32_t mark) {
     }
 }
 
-KzResult CMesh::mesh_Item(IKzUnknown** item) {
-    *item = nullptr;
-    return KZe_OK;
-}
+KzResult CMesh::mesh_Item(IKzUnknown** /*item*/) { return KZe_NOTFOUND; }

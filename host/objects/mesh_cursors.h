@@ -25,6 +25,10 @@ protected:
     KzElementId id() const { return hereOrNull() != nullptr ? m_id : nullptr; }
     std::uint32_t index() const { return static_cast<std::uint32_t>(table().indexOf(m_id)); }
     bool isAt() const { return hereOrNull() != nullptr; }
+    std::uint32_t mapDimension(KzElementId map) const {
+        const MeshMapData* found = data().maps.find(map);
+        return found != nullptr ? found->dimension : 0;
+    }
 
     KzResult moveTo(KzElementId id) {
         m_id = table().at(id).id;
@@ -106,6 +110,7 @@ public:
     KzResult point_MapValue(KzElementId map, float* values) override;
     KzResult point_SetMapValue(KzElementId map, float* values) override;
     KzResult point_ClearMapValue(KzElementId map) override;
+    std::uint32_t point_MapDimension(KzElementId map) override { return mapDimension(map); }
     KzResult point_Add(const KzVector3* position, KzElementId* point) override;
     KzResult point_Copy(KzElementId source, KzElementId* point) override;
     KzResult point_Remove() override;
@@ -158,6 +163,7 @@ public:
     KzResult polygon_MapValue(std::int32_t vertex, KzElementId map, float* values) override;
     KzResult polygon_SetMapValue(std::int32_t vertex, KzElementId map, float* values) override;
     KzResult polygon_ClearMapValue(std::int32_t vertex, KzElementId map) override;
+    std::uint32_t polygon_MapDimension(KzElementId map) override { return mapDimension(map); }
     KzResult polygon_Add(std::int32_t type, std::uint32_t count, KzElementId* points, std::int32_t reverse,
                          KzElementId* polygon) override;
     KzResult polygon_AddLike(KzElementId source, std::uint32_t count, KzElementId* points,

@@ -33,15 +33,15 @@ TEST(PythonView, SignaturesAsDocumentationAndFormat) {
          "(vector pos,matrix rot,vector scl) = GetXfrm(integer endpoint)", "n"},
         {"bool Open(string name, float f, double d, out object<I> store);",
          "(boolean,I object) = Open(string name,float f,float d)", "zfd"},
-        {"void Sample(float time, uint type, data[] value);", "Sample(float time,integer type,data[] value)", "fIO"},
+        {"void Sample(float time, uint type, data[4] value);", "Sample(float time,integer type,data[] value)", "fIO"},
         {"result Merge(object<I> other, matrix4 xfrm, uint flags);", "Merge(object other,matrix xfrm,integer flags)",
          "OOI"},
         {"object<I> Plain();", "I object = Plain()", ""},
         {"object<Hidden> NoType();", "Unknown object = NoType()", ""},
         {"result Objects(out object<Unknown> a, out object b);", "(Unknown object,object) = Objects()", ""},
-        {"id Rest(guid g, id i, pointer<KzX> p, uint[] u, int[4] n, hints h, blocks b, quaternion q);",
+        {"id Rest(guid g, id i, pointer<KzX> p, uint[1] u, int[4] n, hints h, blocks b, quaternion q);",
          "id = Rest(string g,id i,pointer p,unsigned[] u,int[] n,hints h,blocks b,quaternion q)", "OnnOOOOO"},
-        {"result Outs(out text t, out float[] f, out uint[] u, out hints h, out pointer p);",
+        {"result Outs(out text t, out float[2] f, out uint[2] u, out hints h, out pointer p);",
          "(string t,float[] f,unsigned[] u,hints h,pointer p) = Outs()", ""},
     };
     const Described described(interfaceOf(join(table)) + "// H.\n[uuid(\"00000000-0000-0000-0000-000000000001\"), "
@@ -56,9 +56,9 @@ TEST(PythonView, SignaturesAsDocumentationAndFormat) {
 }
 
 TEST(PythonView, AdaptersHandOverATupleUnderThePrefixedName) {
-    const Described described(interfaceOf("  result None_();\n"
+    const Described described(interfaceOf("  result Nothing();\n"
                                           "  result All(int a, uint b, size c, double d, float e, string f, object g,\n"
-                                          "             vector3 h, fvector3 i, id j, pointer k, byte[] l);\n"
+                                          "             vector3 h, fvector3 i, id j, pointer k, byte[1] l);\n"
                                           "  [inert(NOTIMPL)] result Never(matrix4 m);\n",
                                           ", adapter(\"pre\")"));
     ASSERT_EQ(described.errors(), "");
@@ -72,7 +72,8 @@ TEST(PythonView, AdaptersHandOverATupleUnderThePrefixedName) {
 TEST(PythonView, ConstantsAsLiterals) {
     const Described described("const sA = \"it's \\\"so\\\"\\n\";\nconst iB = -5;\nconst fC = 0x80000000;\n"
                               "const i_D = 'EXEN';\nconst e_E = 0x8480000CL;\nconst dF = 1.5e-3;\n"
-                              "const u_G = uuid(\"FB552E5F-746E-4d74-885C-40A931B82B84\");\nconst iH = 7L;");
+                              "// For I.A.\nconst u_G = uuid(\"FB552E5F-746E-4d74-885C-40A931B82B84\");\nconst iH = 7L;\n" +
+                              interfaceOf("  void A();\n"));
     ASSERT_EQ(described.errors(), "");
     std::string literals;
     for (const Constant& constant : described.model.headers[0].constants)

@@ -60,8 +60,10 @@ def check_what_is_outside_or_not_kept_is_refused():
     fails('INVALIDARG', (image.GetPixel, 0, 0, iIMG_FORMAT_RGB24, None), (write.SetAspect, 0),
           (write.SetLine, 0, iIMG_FORMAT_RGB24, 9, None), (write.SetLine, 0, iIMG_FORMAT_RGB24, 8, pixel),
           (image.GetLine, 0, iIMG_FORMAT_RGB24, 8, pixel))
-    for format in (iIMG_FORMAT_RGBHALF, iIMG_FORMAT_BITMAP, iIMG_FORMAT_INDEX, iIMG_FORMAT_NONE, -1):
+    for format in (iIMG_FORMAT_RGBHALF, iIMG_FORMAT_BITMAP, iIMG_FORMAT_INDEX):
         fails('NOTSUPPORTED', (image.GetPixel, 0, 0, format, pixel))
+    for format, storage in ((iIMG_FORMAT_NONE, pixel), (-1, pixel), (iIMG_FORMAT_RGBAFP, kz.Storage('b', 15))):
+        equal(code_of(image.GetPixel, 0, 0, format, storage)[:16], 'invalid argument')  # the host is not asked
     for code, width, height, format in (
             ('INVALIDARG', 0, 1, iIMG_FORMAT_GREY), ('INVALIDARG', 1, -1, iIMG_FORMAT_GREY),
             ('INVALIDARG', 1 << 20, 1, iIMG_FORMAT_GREY), ('OUTOFMEMORY', 65536, 65536, iIMG_FORMAT_RGBAFP),
@@ -114,6 +116,32 @@ class Diagonal(kzifc.Image):
         pixel.setType('b')
         pixel.setSize(4)
         pixel.set((255 * (x == y), 0, 0, 255))
+
+
+class Overrunning(Diagonal):
+    """Writes its whole image where one pixel is wanted, and counts how much of it there was room for."""
+
+    def img_GetPixel(self, x, y, format, pixel):
+        pixel.setType('b')
+        try:
+            pixel.set([1] * 4 * self.side ** 2)
+        finally:
+            self.room = len([place for place in range(pixel.setSize(1000) or 1000) if self.fits(pixel, place)])
+
+    @staticmethod
+    def fits(pixel, place):
+        try:
+            pixel[place]
+            return True
+        except IndexError:
+            return False
+
+
+def check_a_pixel_has_the_room_of_its_format():
+    for format in KEPT:
+        image = Overrunning(16)
+        image.img_Format = lambda: format
+        equal((code_of(IMAGES.Duplicate, image, 0), image.room), ('OUTOFBOUNDS', IMAGES.PixelBytes(format)))
 
 
 def check_anybodys_image_can_be_saved_flipped_and_cropped():

@@ -41,7 +41,7 @@ def check_items_form_a_tree():
           [item.__peekobj__() for item in (c, a, c)])
     equal((scene.ItemCount(TYPE('locatorSuper')), scene.ItemCount(TYPE('mesh'))), (3, 2))
     fails('OUTOFBOUNDS', (a.SubByIndex, 2), (scene.ItemByIndex, TYPE('mesh'), 2))
-    fails('NOTFOUND', (scene.ItemLookup, 'nobody'))
+    fails('NOTFOUND', (scene.ItemLookup, 'nobody'), (a.Parent,), (kz.service.Mesh().Create().Item,))
 
 
 def check_types_are_based_on_each_other():

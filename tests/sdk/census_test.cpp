@@ -82,12 +82,12 @@ TEST(Census, ConstantsByFamily) {
 TEST(Census, MethodsAndTheirArgumentsStayNearTheirNumbers) {
     EXPECT_NEAR(double(census().methods), 3400, 50);
     EXPECT_NEAR(double(census().plainValueMethods), 720, 20);
-    EXPECT_EQ(census().methods + census().hostMethods, 3548U);
+    EXPECT_EQ(census().methods + census().hostMethods, 3553U);
     EXPECT_EQ(census().voidMethods, 177U);
     EXPECT_EQ(census().interfaces, 360U);
     const std::map<std::string, size_t> returns = {
         {"boolean", 184}, {"bounds", 18},    {"data[]", 4},    {"float", 223},    {"float[]", 7},
-        {"hints", 4},     {"id", 60},        {"integer", 700}, {"matrix", 38},    {"object", 491},
+        {"hints", 4},     {"id", 60},        {"integer", 711}, {"matrix", 38},    {"object", 491},
         {"pointer", 37},  {"quaternion", 2}, {"string", 381},  {"unsigned[]", 2}, {"vector", 188}};
     EXPECT_EQ(census().returns, returns);
     const std::map<std::string, size_t> required = {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <map>
+#include <regex>
 #include <set>
 
 #include "tests/sdk/described.h"
@@ -105,6 +106,72 @@ TEST(Consistency, ParametersOfOneNameAreOfOneKind) {
                 EXPECT_TRUE(found->second.contains(kind) && (!counts || kind == Kind::Uint))
                     << toString(parameter.at) << " " << each->name << "." << method.name << " " << parameter.name;
             }
+}
+
+// Counts, floats and what an object is called are learned once for each interface.
+TEST(Consistency, AnInterfaceHasOneConvention) {
+    const auto isScalar = [](const Type& type, Kind kind) { return type.kind == kind; };
+    for (const Interface* each : describedInterfaces()) {
+        std::set<std::pair<bool, Kind>> counts;  // with inputs, what is returned
+        std::set<Kind> names;
+        bool singles = false;
+        bool doubles = false;
+        for (const Method& method : each->methods) {
+            const auto outputs = method.outputs();
+            const bool isInteger = outputs.empty() ? kzgen::isInteger(method.returns.kind)
+                                                   : outputs.size() == 1 && kzgen::isInteger(outputs[0]->type.kind);
+            if (method.name.ends_with("Count") && isInteger && method.inert == Inert::No)
+                counts.emplace(!method.inputs().empty(), method.returns.kind);
+            if (method.inputs().empty() && method.returns.kind == Kind::String && outputs.empty())
+                names.insert(Kind::String);
+            if (method.inputs().empty() && method.returns.kind == Kind::Result && outputs.size() == 1 &&
+                (outputs[0]->type.kind == Kind::String || outputs[0]->type.kind == Kind::Text))
+                names.insert(outputs[0]->type.kind == Kind::Text ? Kind::Text : Kind::Result);
+            singles = singles || isScalar(method.returns, Kind::Float);
+            doubles = doubles || isScalar(method.returns, Kind::Double);
+            for (const Parameter& parameter : method.parameters) {
+                singles = singles || isScalar(parameter.type, Kind::Float);
+                doubles = doubles || isScalar(parameter.type, Kind::Double);
+            }
+        }
+        // Values of their own width are what a stream and a value are about.
+        const bool isStream = each->name == "BlockRead" || each->name == "BlockWrite";
+        const bool isValue = each->name == "Value" && !each->service;
+        EXPECT_FALSE(singles && doubles && !isStream) << toString(each->at) << " mixes float and double";
+        EXPECT_LE(names.size(), isValue ? 2U : 1U) << toString(each->at) << " mixes conventions for texts";
+        for (const bool inputs : {false, true})
+            EXPECT_LE(std::ranges::count_if(counts, [=](const auto& c) { return c.first == inputs; }), 1)
+                << toString(each->at) << " mixes conventions for counts";
+    }
+}
+
+// What a wrapper of one type cannot hold, and an adapter does not take: who has nothing to give says NOTFOUND.
+TEST(Consistency, NoTypedObjectIsPromisedToBeNull) {
+    const auto isNullable = [](const Parameter* input) {
+        return input->type.kind == Kind::String || input->type.kind == Kind::Object || input->type.kind == Kind::Pointer;
+    };
+    for (const Interface* each : describedInterfaces())
+        for (const Method& method : each->methods) {
+            const auto inputs = method.inputs();
+            const auto outputs = method.outputs();
+            const bool gives = std::ranges::any_of(outputs, [&](const Parameter* output) {
+                return output->type.kind == Kind::Object && (!output->type.name.empty() || each->adapter);
+            });
+            const bool ofInput = std::ranges::any_of(inputs, isNullable);
+            EXPECT_FALSE(gives && !ofInput && method.summary.find("ull") != std::string::npos &&
+                         std::regex_search(method.summary, std::regex("\\b[Nn]ull\\b")))
+                << toString(method.at) << " " << method.summary;
+        }
+}
+
+TEST(Consistency, EveryGroupOfConstantsSaysWhatItIsFor) {
+    for (const Header& header : described().headers) {
+        const auto expect = [](const auto& each) {
+            EXPECT_FALSE(each.group.begins && each.group.sentence.empty()) << toString(each.at) << " " << each.name;
+        };
+        std::ranges::for_each(header.constants, expect);
+        std::ranges::for_each(header.codes, expect);
+    }
 }
 
 TEST(Consistency, AServerTypeNameIsOneLowerCaseWord) {

@@ -66,6 +66,8 @@ const std::map<char, Output>& outputs() {
         {'I', {"0xFFFFFFF0", bytesOf(0xFFFFFFF0U)}},
         {'n', {"1 << 40", bytesOf(std::int64_t(1) << 40)}},
         {'p', {"0x5678", bytesOf(std::int64_t(0x5678))}},
+        {'P', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
+        {'h', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
         {'b', {"True", bytesOf(true)}},
         {'f', {"0.25", bytesOf(0.25F)}},
         {'d', {"0.25", bytesOf(0.25)}},
@@ -107,10 +109,11 @@ public:
     std::size_t outputCount() const { return m_outputs.size(); }
     bool typed() const { return std::strstr(m_row.signature, "A*") == nullptr; }
 
-    // A Python expression for what the method returns.
-    std::string good() const {
+    // A Python expression for what the method returns, with another one for outputs of a letter.
+    std::string good(char replaced = '\0', const std::string& replacement = "") const {
         std::string values;
-        for (const std::string& output : m_outputs) values += expressionFor(output) + ", ";
+        for (const std::string& output : m_outputs)
+            values += (output[0] == replaced ? replacement : expressionFor(output)) + ", ";
         if (m_outputs.empty()) return "None";
         return m_outputs.size() == 1 ? values.substr(0, values.size() - 2) : "(" + values + ")";
     }
@@ -118,8 +121,14 @@ public:
     // What the last output answers to an object that it cannot convert.
     KzResult codeOfWrongType() const { return m_outputs.back() == "O" ? KZe_NOTFOUND : KZe_FAILED; }
     bool isText() const { return m_outputs.size() == 1 && (m_outputs[0] == "z" || m_outputs[0] == "T"); }
-    bool takesNone() const { return m_outputs.size() == 1 && m_outputs[0] == "z"; }
+    bool takesNone() const { return m_outputs.size() == 1 && std::strchr("zPh", m_outputs[0][0]) != nullptr; }
 
+    // The first address or table of hints that was stored.
+    const void* address() {
+        const auto found = std::ranges::find_if(m_outputs, [](const auto& each) { return each == "P" || each == "h"; });
+        const void* stored = place(static_cast<std::size_t>(found - m_outputs.begin()));
+        return *static_cast<const void* const*>(stored);
+    }
     void expectStored() {
         for (std::size_t index = 0; index < m_outputs.size(); ++index)
             EXPECT_TRUE(holds(m_outputs[index], place(index))) << m_row.name << " output " << index;
@@ -341,6 +350,78 @@ TEST_F(LoopbackTest, EveryOperation) {
         EXPECT_EQ(forwarded, 1328U);
         EXPECT_EQ(inert, 67U);
     }
+}
+
+// A host follows an address and a table of hints without a question.
+TEST_F(LoopbackTest, NumbersThatAreNoAddressesAreRefused) {
+    struct Answer {
+        const char* letters;  // of the outputs that are given it
+        const char* value;
+        KzResult code;
+    };
+    constexpr Answer table[] = {
+        {"Ph", "True", KZe_INVALIDARG},
+        {"Ph", "1", KZe_INVALIDARG},
+        {"Ph", "0xFFFF", KZe_INVALIDARG},
+        {"Ph", "-1", KZe_INVALIDARG},
+        {"Ph", "1 << 48", KZe_INVALIDARG},
+        {"Ph", "1 << 70", KZe_INVALIDARG},
+        {"Ph", "'text'", KZe_FAILED},
+        {"Ph", "1.5", KZe_FAILED},
+        {"P", "{1: 'one'}", KZe_FAILED},
+        {"h", "[(1, 'one', 2)]", KZe_INVALIDARG},
+        {"h", "[1]", KZe_INVALIDARG},
+        {"h", "[('one', 1)]", KZe_FAILED},
+        {"h", "{1: 'a\\0b'}", KZe_INVALIDARG},
+        {"h", "{1: Unreadable()}", KZe_FAILED},
+        {"h", "Hints([1, 2])", KZe_INVALIDARG},
+        {"h", "kz.Storage('i', 2)", KZe_FAILED},
+        {"Ph", "None", KZe_OK},
+        {"Ph", "0", KZe_OK},
+        {"Ph", "False", KZe_OK},
+    };
+    run("class Unreadable(object):\n    def __str__(self): raise ValueError('unreadable')\n"
+        "class Hints(list): pass");
+    std::string operations;
+    for (const LoopbackRow& row : loopbackRows()) {
+        const char* outputs = std::strchr(row.signature, ':');
+        const char* found = row.name[0] != '\0' && outputs != nullptr ? std::strpbrk(outputs, "Ph") : nullptr;
+        if (found == nullptr) continue;
+        const char letter = *found;
+        Call call(row, &there);
+        CKzLoc_Unknown server;
+        serve(row.interfaceName, true, server);
+        for (const auto& [letters, given, code] : table) {
+            if (std::strchr(letters, letter) == nullptr) continue;
+            answer("lambda: " + call.good(letter, given));
+            if (kzFailed(code)) {
+                expectFailure(call, server.raw(), code);
+                continue;
+            }
+            call.run(server.raw());
+            EXPECT_EQ(call.address(), nullptr) << row.name << " " << given;
+        }
+        // What a storage or a table held when it was answered stays there.
+        answer("lambda: " + call.good(letter, letter == 'P' ? "buffer" : "hints"));
+        run("hints = [(7, 'seven'), [-8, u'eight']]\nbuffer = kz.Storage('i', 2)\nbuffer.set([7, 8])");
+        call.run(server.raw());
+        run("hints[:] = []\nbuffer.setSize(100000)\ndel hints, buffer\nbuffer = None");
+        if (letter == 'P') {
+            EXPECT_EQ(static_cast<const std::int32_t*>(call.address())[1], 8) << row.name;
+        } else {
+            const auto* hints = static_cast<const KzTextValueHint*>(call.address());
+            EXPECT_EQ(hints[0].value, 7);
+            EXPECT_STREQ(hints[0].text, "seven");
+            EXPECT_EQ(hints[1].value, -8);
+            EXPECT_STREQ(hints[1].text, "eight");
+            EXPECT_EQ(hints[2].text, nullptr);
+        }
+        operations += std::string(row.name) + " ";
+    }
+    EXPECT_NE(operations.find("attr_Hints "), std::string::npos) << operations;
+    EXPECT_NE(operations.find("tsc_Alloc "), std::string::npos) << operations;
+    const std::string reason = "attr_Hints: returned bool, expected hints: no memory can be at the address 0x1";
+    EXPECT_EQ(std::ranges::count(told(), TestLog::value_type(reason, KZe_WARNING)), 1);
 }
 
 }  // namespace

@@ -47,18 +47,23 @@ class Method(object):
 
     def arguments(self):
         pairs = [values.argument(kind) for kind, _ in self.inputs]
-        for _, counting in self.lengths.values():
-            for place in counting:
-                pairs[place] = 2, 2  # no more than any storage has
+        recorder.ask([name for _, _, asked in self.lengths.values() for name in asked])
+        for _, counting, _ in self.lengths.values():
+            for place, count in counting.items():  # no more than any storage has
+                pairs[place:place + 1] = [(count, count)] if place < len(pairs) else []
         return [given for given, _ in pairs], [seen for _, seen in pairs]
 
     def lay_out(self, code):
         pairs = [values.answer(kind) for kind in self.answered + self.first]
+        for place, (elements, counting, _) in self.lengths.items():
+            place -= len(self.inputs)
+            if place >= 0:
+                pairs[place] = values.limited(self.answered[place], elements, pairs[place])
+                for count in counting:
+                    if count >= len(self.inputs):
+                        pairs[count - len(self.inputs)] = 2, 2L
         recorder.answer(code, tuple(given for given, _ in pairs))
         expected = [each for _, each in pairs]
-        if not self.hasCode:  # no code tells the caller that a text did not fit
-            kinds = self.answered + self.first
-            expected = [each[:511] if kind == 'text' else each for kind, each in zip(kinds, expected)]
         expected = expected[len(self.answered):] + expected[:len(self.answered)]
         return None if not expected else expected[0] if len(expected) == 1 else tuple(expected)
 
@@ -127,8 +132,10 @@ class Method(object):
                 recorder.reasons()
                 self.expect_error('%s %s = %r' % (kind, name, bad), self.call(good[:at] + [bad] + good[at + 1:]), error)
                 self.expect_reason(at)
-        for at, (fixed, counting) in self.lengths.items():
-            storage, reason = values.short_storage(self.inputs[at][0], fixed * 2 ** len(counting))
+        for at, (elements, counting, _) in self.lengths.items():
+            if at >= len(self.inputs):
+                continue
+            storage, reason = values.short_storage(self.inputs[at][0], elements)
             recorder.reasons()
             self.expect_error('a short storage', self.call(good[:at] + [storage] + good[at + 1:]), values.INVALID)
             self.expect_reason(at, reason)

@@ -13,6 +13,7 @@
 
 #include <cstring>
 #include <map>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -32,6 +33,7 @@ struct Recorder {
     bool isOtherwise = false;
     CPluginHost* host = nullptr;
     KzResult code = KZe_OK;
+    std::set<std::string> asked;
     IKzUnknown* service = nullptr;
     KzGuid serviceId{};
     Hints hints;
@@ -87,7 +89,9 @@ std::string kzTakeException() {
            kzTracebackText(exception.traceback, "\n");
 }
 
-CRecord::CRecord(IKzUnknown* object, const char* method) : m_method(method), m_inputs(PyList_New(0)) {
+CRecord::CRecord(IKzUnknown* object, const char* method)
+    : m_method(method), m_inputs(PyList_New(0)), m_asked(recorder().asked.contains(method)) {
+    if (m_asked) return;
     const CPyRefNull call(Py_BuildValue("(sNO)", method, PyLong_FromVoidPtr(object), m_inputs));
     PyList_Append(recorder().calls, call);
 }
@@ -229,6 +233,15 @@ PyObject* answerFunction(PyObject* /*self*/, PyObject* args) {
     Py_RETURN_NONE;
 }
 
+PyObject* askFunction(PyObject* /*self*/, PyObject* args) {
+    PyObject* names = nullptr;
+    if (PyArg_ParseTuple(args, "O!", &PyList_Type, &names) == 0) return nullptr;
+    recorder().asked.clear();
+    for (Py_ssize_t index = 0; index < PyList_GET_SIZE(names); ++index)
+        recorder().asked.insert(PyString_AsString(PyList_GET_ITEM(names, index)));
+    Py_RETURN_NONE;
+}
+
 PyObject* callsFunction(PyObject* /*self*/, PyObject* /*args*/) {
     return std::exchange(recorder().calls, PyList_New(0));
 }
@@ -283,6 +296,7 @@ PyMethodDef functions[] = {
     {"make", makeFunction, METH_VARARGS, nullptr},
     {"release", releaseFunction, METH_VARARGS, nullptr},
     {"answer", answerFunction, METH_VARARGS, nullptr},
+    {"ask", askFunction, METH_VARARGS, nullptr},
     {"calls", callsFunction, METH_VARARGS, nullptr},
     {"during", duringFunction, METH_VARARGS, nullptr},
     {"elsewhere", elsewhereFunction, METH_VARARGS, nullptr},

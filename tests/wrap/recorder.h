@@ -64,6 +64,8 @@ public:
     void nothing();
     template <class Value> Value value() {
         Value returned{};
+        if constexpr (std::is_integral_v<Value>)
+            if (m_asked) return 2;
         out(&returned);
         nothing();
         return returned;
@@ -102,12 +104,14 @@ private:
     PyObject* m_inputs;
     Py_ssize_t m_answer = 0;
     bool m_short = false;
+    bool m_asked;
 };
 
 // The Python module "recorder", by which scripts make recording objects, lay out answers and read what was noted:
 //   make(stem)            the address of a new object, with a reference that the caller owns
 //   release(address)      gives a reference back
 //   answer(code, values)  what the next calls answer: outputs in order, then a returned value
+//   ask(names)            these methods answer 2 from now on and are not noted: a length is asked of them
 //   calls()               what was noted since the last time: [(method, object's address, [input, ...]), ...]
 //   during(callable[, otherwise])  called at the end of the next host call, as a host calls back into Python, or by the
 //                         interpreter's own means of entering; None for nothing

@@ -100,7 +100,7 @@ def short_storage(kind, needed):
 
 def arrays(letter):
     # The start of the memory shows in an interface that reads it: a storage does not tell its address.
-    filled = [(storage(letter, each), Memory(letter, each)) for each in (range(1, 17), range(7, 27))]
+    filled = [(storage(letter, each), Memory(letter, each)) for each in (range(1, 81), range(7, 97))]
     return [(None, Memory(letter, None))] + filled
 
 
@@ -160,10 +160,10 @@ class Wrapper(Made):
 
 class View(Made):
     """A storage on the host's memory, which has no type until a script sets one."""
-    bytes = ctypes.create_string_buffer('bytes', 5)
+    bytes = ctypes.create_string_buffer('bytes', 128)
 
-    def __init__(self, null):
-        self.null = null
+    def __init__(self, null, limit=128):
+        self.null, self.limit = null, limit
 
     def matches(self, value):
         if type(value) is not kz.object.storage or value.size() != 0:
@@ -171,8 +171,17 @@ class View(Made):
         if self.null:
             return True
         value.setType('b')
-        value.setSize(5)
-        return value.get() == tuple(map(ord, 'bytes'))
+        value.setSize(self.limit + 1)
+        try:
+            value[self.limit]
+        except IndexError:
+            return tuple(value[at] for at in range(min(self.limit, 5))) == tuple(map(ord, 'bytes'[:self.limit]))
+        return self.limit == 128  # nobody says where it ends
+
+
+def limited(kind, elements, pair):
+    """The answer as a view on so many elements."""
+    return pair[0], View(pair[0] == 0, elements * (1 if kind == 'data[]' else 4))
 
 
 def nested(flat, columns):
@@ -255,9 +264,12 @@ class Raising(object):
         raise ValueError('own')
 
 
-class Nothing(object):
+class Peeks(object):
+    def __init__(self, address):
+        self.address = address
+
     def __peekobj__(self):
-        return 0
+        return self.address
 
 
 FAILED = RuntimeError, 'bad result: FAILED'
@@ -288,7 +300,8 @@ WRONG = {
     'float': NO_NUMBER, 'double': NO_NUMBER,
     'string': [(each, (TypeError, None)) for each in (5, [], 'a\0b')] + [(u'\xe4', (UnicodeEncodeError, None))],
     'guid': [(each, FAILED) for each in (5, None, u'', 'nonsense', '0123ABCD-4567-89EF-A0A1-A2A3A4A5A6A7\0')],
-    'object': [(kz.object.Item(), NO_INTERFACE), (Nothing(), NO_INTERFACE), (Raising(), OWN)],
+    'object': [(kz.object.Item(), NO_INTERFACE), (Raising(), OWN)] +
+              [(Peeks(address), NO_INTERFACE) for address in (0, True, 0xFFFF, -1, 1 << 48)],
     'bounds': badly_shaped(2, 3, INVALID),
     'hints': [(each, INVALID) for each in ([], None, 'x')] + [({'a': 'b'}, (TypeError, None)),
                                                                ({1: u'\xe4'}, (UnicodeEncodeError, None)),

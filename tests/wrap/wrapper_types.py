@@ -23,7 +23,7 @@ def constructors():
         check(stem, wrapper(made).__peekobj__(), host.address)
         check(stem, wrapper(kz.object.Unknown(made)).__peekobj__(), host.address)
         check(stem, (wrapper().test(), wrapper().__peekobj__()), (False, 0))
-        for source in (wrapper(), values.Nothing(), scene if stem == 'Item' else item):
+        for source in (wrapper(), values.Peeks(0), scene if stem == 'Item' else item):
             check((stem, source), outcome(wrapper, source), values.NO_INTERFACE)
         for source in (None, 0):
             check((stem, source), outcome(wrapper, source), (RuntimeError, 'Object cannot be converted to interface'))
