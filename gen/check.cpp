@@ -153,8 +153,9 @@ private:
         }
         static const std::regex method("([A-Z][A-Za-z0-9]*)\\.([A-Z][A-Za-z0-9]*)");
         const std::string& text = each.group.sentence;
-        const bool names = std::any_of(std::sregex_iterator(text.begin(), text.end(), method), std::sregex_iterator(),
-                                       [&](const auto& found) { return m_model.hasMethod(found.str(1), found.str(2)); });
+        const bool names =
+            std::any_of(std::sregex_iterator(text.begin(), text.end(), method), std::sregex_iterator(),
+                        [&](const auto& found) { return m_model.hasMethod(found.str(1), found.str(2)); });
         if (!names) {
             m_errors.error(each.at, "identity " + inQuotes(each.name) + " of no method",
                            "a comment above it that names the method which takes or answers it, as Interface.Method");

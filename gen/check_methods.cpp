@@ -124,9 +124,9 @@ private:
     void forwarded(const Method& method) {
         const size_t outputs = method.outputs().size() + (method.returnsPlainValue() ? 1 : 0);
         if (method.inputs().size() > mostForwardedInputs || outputs > mostForwardedOutputs) {
-            m_errors.error(method.at, fmt::format("{} inputs and {} outputs", method.inputs().size(), outputs),
-                           fmt::format("at most {} and {} of a forwarded method", mostForwardedInputs,
-                                       mostForwardedOutputs));
+            m_errors.error(
+                method.at, fmt::format("{} inputs and {} outputs", method.inputs().size(), outputs),
+                fmt::format("at most {} and {} of a forwarded method", mostForwardedInputs, mostForwardedOutputs));
         }
         if (m_interface.adapter->empty()) {
             m_errors.error(method.at, "forwarded method " + inQuotes(method.name), "a prefix, or an inert method");

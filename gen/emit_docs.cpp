@@ -116,9 +116,9 @@ std::string lengthText(const Type& array) {
     for (const Factor& factor : array.length) {
         const bool asked = factor.kind == Factor::Kind::Asked;
         const std::string arguments = fmt::format("{}", fmt::join(factor.arguments, ", "));
-        factors.push_back(asked                                  ? fmt::format("{}({})", factor.name, arguments)
+        factors.push_back(asked                                 ? fmt::format("{}({})", factor.name, arguments)
                           : factor.kind == Factor::Kind::Looked ? fmt::format("{}[{}]", factor.name, arguments)
-                                                                 : factor.name);
+                                                                : factor.name);
     }
     return fmt::format("{}", fmt::join(factors, " * "));
 }

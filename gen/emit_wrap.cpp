@@ -130,7 +130,8 @@ void emitThunk(const Model& model, const Interface& each, const Method& method, 
     fmt::format_to(out,
                    "PyObject* {0}(PyObject* self, PyObject* args) {{ return KzCall<{1}>::call(self, args, "
                    "&IKz{2}::{3}{4}); }}\n",
-                   name, signatureOf(each, method), each.stem(), method.name, types.empty() ? "" : ", " + name + "_types");
+                   name, signatureOf(each, method), each.stem(), method.name,
+                   types.empty() ? "" : ", " + name + "_types");
 }
 
 void emitType(const Model& model, const Interface& each, Text out) {

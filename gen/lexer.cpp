@@ -97,7 +97,8 @@ private:
                 m_errors.error(place, fmt::format("byte 0x{:02X}", c), "characters of ASCII");
                 return;
             }
-            if (here.size() == 3 && here.starts_with("?\?") && std::string_view("=/'()!<>-").find(here[2]) != std::string_view::npos) {
+            if (here.size() == 3 && here.starts_with("?\?") &&
+                std::string_view("=/'()!<>-").find(here[2]) != std::string_view::npos) {
                 m_errors.error(place, fmt::format("the trigraph '{}'", here), "characters that C++ leaves as they are");
                 return;
             }
@@ -107,7 +108,8 @@ private:
     // Where a summary is broken into lines, a backslash before the break would join them again.
     void checkBackslashes(size_t start, size_t end) {
         for (size_t at = start; at < end; ++at) {
-            if (m_text[at] == '\\' && (at + 1 == end || std::isspace(static_cast<unsigned char>(m_text[at + 1])) != 0)) {
+            if (m_text[at] == '\\' &&
+                (at + 1 == end || std::isspace(static_cast<unsigned char>(m_text[at + 1])) != 0)) {
                 m_errors.error({&m_file, m_line, static_cast<uint32_t>(at - m_lineStart) + 1},
                                "a backslash at the end of a word", "a comment that C++ does not continue");
             }

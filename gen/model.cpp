@@ -85,8 +85,8 @@ const Interface* Model::find(std::string_view interfaceName) const {
 
 bool Model::hasMethod(std::string_view interfaceName, std::string_view method) const {
     const auto has = [&](const Interface& each) {
-        return each.name == interfaceName && std::any_of(each.methods.begin(), each.methods.end(),
-                                                         [&](const Method& m) { return m.name == method; });
+        return each.name == interfaceName &&
+               std::any_of(each.methods.begin(), each.methods.end(), [&](const Method& m) { return m.name == method; });
     };
     return std::any_of(headers.begin(), headers.end(), [&](const Header& header) {
         return std::any_of(header.interfaces.begin(), header.interfaces.end(), has);

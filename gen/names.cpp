@@ -45,7 +45,8 @@ bool isMethodName(std::string_view name) {
 bool isTypeName(std::string_view name) { return isMethodName(name) && !contains(pythonTypes, name); }
 
 bool isParameterName(std::string_view name) {
-    return !name.empty() && !isCapital(name[0]) && isPlain(name) && !contains(cppWords, name) && !name.starts_with("kz");
+    return !name.empty() && !isCapital(name[0]) && isPlain(name) && !contains(cppWords, name) &&
+           !name.starts_with("kz");
 }
 
 bool isSymbolName(std::string_view name) { return name.find("__") == std::string_view::npos && !name.ends_with('_'); }

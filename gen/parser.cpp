@@ -80,8 +80,9 @@ private:
             fitting(given, {}, m_errors);
             tableDeclaration(start);
         } else {
-            m_tokens.fail("'interface', 'service', 'const', 'code', 'error' or 'table'" +
-                          didYouMean(m_tokens.peek().text, {"interface", "service", "const", "code", "error", "table"}));
+            m_tokens.fail(
+                "'interface', 'service', 'const', 'code', 'error' or 'table'" +
+                didYouMean(m_tokens.peek().text, {"interface", "service", "const", "code", "error", "table"}));
         }
     }
 
@@ -293,7 +294,8 @@ private:
 
     // Of the constant or code just read.
     Group group(const Token& start) {
-        const bool follows = start.at.line == m_lastConstant + 1 || m_tokens.comments().continuesTrailing(start.at.line - 1);
+        const bool follows =
+            start.at.line == m_lastConstant + 1 || m_tokens.comments().continuesTrailing(start.at.line - 1);
         m_lastConstant = m_tokens.previous().at.line;
         return {!follows, follows ? "" : m_tokens.comments().above(start.at.line)};
     }

@@ -64,8 +64,7 @@ KzResult Output::convert(PyObject* value) noexcept {
     case 'T': return convertText(value);
     case 'O': return convertObject(value);
     case 'V':
-    case 'v':
-        return orLost(kzReadNumbers(value, numbers, digit - '0'));
+    case 'v': return orLost(kzReadNumbers(value, numbers, digit - '0'));
     default: integer = PyLong_AsLong(value); return integer == -1 ? unlessRaised() : KZe_OK;
     }
 }

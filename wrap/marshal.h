@@ -64,7 +64,8 @@ template <class... Parameters> struct Frame {
     }
     template <bool ofInputs, class Parameter>
     bool measure(IKzUnknown* object, Parameter& parameter, KzResult& code) noexcept {
-        if constexpr (Parameter::isArray && Parameter::isInput == ofInputs) code = parameter.measure(object, parameters);
+        if constexpr (Parameter::isArray && Parameter::isInput == ofInputs)
+            code = parameter.measure(object, parameters);
         return kzSucceeded(code);
     }
 

@@ -51,8 +51,8 @@ PyObject* kzMakeNumbers(const float* numbers, Py_ssize_t count) noexcept;
 PyObject* kzMakeRows(const double* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
 PyObject* kzMakeRows(const float* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
 PyObject* kzMakeBounds(const KzBounds& bounds) noexcept;
-PyObject* kzMakeString(const char* text) noexcept;             // None for a null text
-PyObject* kzMakeHints(const KzTextValueHint* hints) noexcept;  // a list of (integer, text)
+PyObject* kzMakeString(const char* text) noexcept;                    // None for a null text
+PyObject* kzMakeHints(const KzTextValueHint* hints) noexcept;         // a list of (integer, text)
 PyObject* kzMakeArrayView(void* memory, std::size_t bytes) noexcept;  // a buffer without type over the host's memory
 
 // Releases an object, if there is one.

@@ -196,7 +196,8 @@ template <std::int64_t bytes, std::int64_t count, class... Factors> struct InArr
     static constexpr bool isArray = count != 0;
     CStoragePin storage;
     KzResult convert() noexcept { return storage.pin(parsed); }
-    template <class Frame> KzResult measure([[maybe_unused]] IKzUnknown* object, [[maybe_unused]] Frame& frame) const noexcept {
+    template <class Frame>
+    KzResult measure([[maybe_unused]] IKzUnknown* object, [[maybe_unused]] Frame& frame) const noexcept {
         return storage.holds({bytes * count, Factors::of(object, frame)...});
     }
     auto pass() noexcept { return std::tuple<AnyPointer>(AnyPointer{storage.memory()}); }
@@ -261,7 +262,8 @@ struct OutPointer : OutputBase {
 template <std::int64_t bytes, std::int64_t count, class... Factors> struct OutArray : OutPointer {
     static constexpr bool isArray = count != 0;
     std::size_t extent = SIZE_MAX;
-    template <class Frame> KzResult measure([[maybe_unused]] IKzUnknown* object, [[maybe_unused]] Frame& frame) noexcept {
+    template <class Frame>
+    KzResult measure([[maybe_unused]] IKzUnknown* object, [[maybe_unused]] Frame& frame) noexcept {
         extent = kzProduct({bytes * count, Factors::of(object, frame)...});
         return KZe_OK;
     }

@@ -76,7 +76,8 @@ TEST(Diagnostics, Words) {
 
 TEST(Diagnostics, Declarations) {
     expectErrors({
-        {"konst i_A = 1;", "3:1 'konst' | 'interface', 'service', 'const', 'code', 'error' or 'table' (did you mean 'const'?)"},
+        {"konst i_A = 1;",
+         "3:1 'konst' | 'interface', 'service', 'const', 'code', 'error' or 'table' (did you mean 'const'?)"},
         {"const i_A 1;", "3:11 the number 1 | '='"},
         {"const i_A = 1\nconst i_B = 2;\nconst i_B = 3;",
          "4:1 'const' | ';'\n5:7 constant 'i_B' again | a name of its own (t.idl:4:7 has it)"},
@@ -161,7 +162,8 @@ TEST(Diagnostics, Adapters) {
          "5:11 adapter prefix 'a-b' | a letter, then letters, digits and single '_'"},
         {adapter("  uint Size();\n  void A(float[Size()] a);\n  result B(out float[Size()] a);\n"),
          "7:16 length 'Size' of a forwarded method | an input that says it, as a method in Python is not asked\n"
-         "8:16 float[] output 'a' of an adapter | " + kind},
+         "8:16 float[] output 'a' of an adapter | " +
+             kind},
         {adapter("  int Many(int a, int b, int c, int d, int e, int f, int g, int h, int i, int j, int k, int l,\n"
                  "           int m, int n, int o, int p, int q);\n"),
          "6:7 17 inputs and 1 outputs | at most 16 and 12 of a forwarded method"},
@@ -170,7 +172,8 @@ TEST(Diagnostics, Adapters) {
 
 TEST(Diagnostics, Constants) {
     const std::string guidC = R"(uuid("33333333-0000-0000-0000-000000000000"))";
-    const std::string taker = " | a comment above it that names the method which takes or answers it, as Interface.Method";
+    const std::string taker =
+        " | a comment above it that names the method which takes or answers it, as Interface.Method";
     expectErrors({
         {"const X = 1;",
          "3:7 constant 'X' | a name of a family: u_ a_ s_ i_ f_ m_ v_ e_, or s i f m v a d and a capital"},
@@ -183,15 +186,14 @@ TEST(Diagnostics, Constants) {
          "4:7 a text as the value of 'u_X' | uuid(\"...\"), as the family 'u_' has"},
         {"// For I.A.\nconst u_X = uuid(\"1\");\n" + interfaceOf("  void A();\n"),
          "4:18 '1' | 8-4-4-4-12 hexadecimal digits"},
-        {"const iX = 1;\nconst u_X = " + guidA + ";\nconst u_Y = " + guidB + ";\n\n// For I.B.\nconst u_Z = " + guidC + ";\n" +
-             interfaceOf("  void A();\n"),
+        {"const iX = 1;\nconst u_X = " + guidA + ";\nconst u_Y = " + guidB + ";\n\n// For I.B.\nconst u_Z = " + guidC +
+             ";\n" + interfaceOf("  void A();\n"),
          "4:7 identity 'u_X' of no method" + taker + "\n8:7 identity 'u_Z' of no method" + taker},
         {"const iX = 0x1G;", "3:12 the number 0x1G | a decimal or hexadecimal integer of at most 63 bits"},
         {"const iX = 9223372036854775808;",
          "3:12 the number 9223372036854775808 | a decimal or hexadecimal integer of at most 63 bits"},
-        {"const iX = 0755;\nconst dX = 1.0e999;",
-         "3:12 the number 0755 | an integer without leading zeros\n"
-         "4:12 the number 1.0e999 | a real number with a point, such as 0.5"},
+        {"const iX = 0755;\nconst dX = 1.0e999;", "3:12 the number 0755 | an integer without leading zeros\n"
+                                                  "4:12 the number 1.0e999 | a real number with a point, such as 0.5"},
         {"const e_X = 0x100000000L;\nconst e_Y = 5;",
          "3:7 an integer as the value of 'e_X' | an unsigned value of 32 bits with an L, as the family 'e_' has\n"
          "4:7 an integer as the value of 'e_Y' | an unsigned value of 32 bits with an L, as the family 'e_' has"},
@@ -203,8 +205,8 @@ TEST(Diagnostics, Constants) {
 
 // Each name means something else in a language that it goes to, or in what is generated around it.
 TEST(Diagnostics, NamesThatALanguageKeepsForItself) {
-    for (const char* name : {"delete", "print", "exec", "set", "__eq__", "__peekobj__", "_Private", "None", "True", "NULL",
-                             "EOF", "AddRef", "With_score", "lower"})
+    for (const char* name : {"delete", "print", "exec", "set", "__eq__", "__peekobj__", "_Private", "None", "True",
+                             "NULL", "EOF", "AddRef", "With_score", "lower"})
         EXPECT_EQ(Described(interfaceOf("  void " + std::string(name) + "();\n")).errors(),
                   expectedText("6:8 method '" + std::string(name) +
                                "' | a capital, then letters and digits, that make no word of C++ or Python"));
@@ -232,11 +234,12 @@ TEST(Diagnostics, Lengths) {
         {interfaceOf("  void A(float[m] a, int n, float[0] b, float[f] c, float f, float[010*0x4] d);\n"),
          "6:16 length 'm'" + input + "\n6:35 length '0'" + number + "\n6:47 length 'f'" + input +
              "\n6:68 length '010'" + number + "\n6:72 length '0x4'" + number},
-        {interfaceOf("  void A(float[] a, byte[\"\"] b, float[65536*65536] c, float[n] d, out int n, out uint[f] e);\n"),
+        {interfaceOf(
+             "  void A(float[] a, byte[\"\"] b, float[65536*65536] c, float[n] d, out int n, out uint[f] e);\n"),
          "6:10 array 'a' without a length | one between the brackets, or in quotes the reason why there is none\n"
          "6:21 array 'b' without a length | one between the brackets, or in quotes the reason why there is none\n"
-         "6:45 a length of more than 31 bits | a smaller one\n6:61 length 'n'" + input +
-             "\n6:87 length 'f' | an integer parameter"},
+         "6:45 a length of more than 31 bits | a smaller one\n6:61 length 'n'" +
+             input + "\n6:87 length 'f' | an integer parameter"},
         {interfaceOf("  void A(float[None(n)] a, int n, float[Size()] b, float[Name(n)] c, float[Size(m)] d, id m);\n"
                      "  uint Size(uint of);\n  string Name(int of);\n  void B(float[Size(n)] a, out uint n);\n"),
          "6:16 length 'None' with 1 arguments" + asked + "\n6:41 length 'Size' with 0 arguments" + asked +
@@ -250,7 +253,8 @@ TEST(Diagnostics, Lengths) {
              "\n12:21 the value of 'iUNE' again | each value once (t.idl:12:11 has it)\n"
              "12:31 'sTWO' | an integer constant of this header\n12:41 'iNONE' | an integer constant of this header\n"
              "13:7 table 't' without a summary | a comment directly above\n"
-             "13:7 table 't' | a capital, then letters and digits\n13:7 table 't' without rows | CONSTANT = SIZE; in it"},
+             "13:7 table 't' | a capital, then letters and digits\n13:7 table 't' without rows | CONSTANT = SIZE; in "
+             "it"},
         {"// T.\ntable T { iA = 0; iB 3; };",
          "4:11 'iA' | an integer constant of this header\n4:16 the number 0 | a size above 0\n"
          "4:22 the number 3 | '='"},

@@ -70,10 +70,11 @@ TEST(PythonView, AdaptersHandOverATupleUnderThePrefixedName) {
 }
 
 TEST(PythonView, ConstantsAsLiterals) {
-    const Described described("const sA = \"it's \\\"so\\\"\\n\";\nconst iB = -5;\nconst fC = 0x80000000;\n"
-                              "const i_D = 'EXEN';\nconst e_E = 0x8480000CL;\nconst dF = 1.5e-3;\n"
-                              "// For I.A.\nconst u_G = uuid(\"FB552E5F-746E-4d74-885C-40A931B82B84\");\nconst iH = 7L;\n" +
-                              interfaceOf("  void A();\n"));
+    const Described described(
+        "const sA = \"it's \\\"so\\\"\\n\";\nconst iB = -5;\nconst fC = 0x80000000;\n"
+        "const i_D = 'EXEN';\nconst e_E = 0x8480000CL;\nconst dF = 1.5e-3;\n"
+        "// For I.A.\nconst u_G = uuid(\"FB552E5F-746E-4d74-885C-40A931B82B84\");\nconst iH = 7L;\n" +
+        interfaceOf("  void A();\n"));
     ASSERT_EQ(described.errors(), "");
     std::string literals;
     for (const Constant& constant : described.model.headers[0].constants)

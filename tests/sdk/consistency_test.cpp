@@ -148,7 +148,8 @@ TEST(Consistency, AnInterfaceHasOneConvention) {
 // What a wrapper of one type cannot hold, and an adapter does not take: who has nothing to give says NOTFOUND.
 TEST(Consistency, NoTypedObjectIsPromisedToBeNull) {
     const auto isNullable = [](const Parameter* input) {
-        return input->type.kind == Kind::String || input->type.kind == Kind::Object || input->type.kind == Kind::Pointer;
+        return input->type.kind == Kind::String || input->type.kind == Kind::Object ||
+               input->type.kind == Kind::Pointer;
     };
     for (const Interface* each : describedInterfaces())
         for (const Method& method : each->methods) {

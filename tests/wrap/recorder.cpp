@@ -293,18 +293,12 @@ PyObject* failFunction(PyObject* /*self*/, PyObject* args) {
 }
 
 PyMethodDef functions[] = {
-    {"make", makeFunction, METH_VARARGS, nullptr},
-    {"release", releaseFunction, METH_VARARGS, nullptr},
-    {"answer", answerFunction, METH_VARARGS, nullptr},
-    {"ask", askFunction, METH_VARARGS, nullptr},
-    {"calls", callsFunction, METH_VARARGS, nullptr},
-    {"during", duringFunction, METH_VARARGS, nullptr},
-    {"elsewhere", elsewhereFunction, METH_VARARGS, nullptr},
-    {"reasons", reasonsFunction, METH_VARARGS, nullptr},
-    {"serve", serveFunction, METH_VARARGS, nullptr},
-    {"alive", aliveFunction, METH_VARARGS, nullptr},
-    {"fail", failFunction, METH_VARARGS, nullptr},
-    {nullptr, nullptr, 0, nullptr},
+    {"make", makeFunction, METH_VARARGS, nullptr},           {"release", releaseFunction, METH_VARARGS, nullptr},
+    {"answer", answerFunction, METH_VARARGS, nullptr},       {"ask", askFunction, METH_VARARGS, nullptr},
+    {"calls", callsFunction, METH_VARARGS, nullptr},         {"during", duringFunction, METH_VARARGS, nullptr},
+    {"elsewhere", elsewhereFunction, METH_VARARGS, nullptr}, {"reasons", reasonsFunction, METH_VARARGS, nullptr},
+    {"serve", serveFunction, METH_VARARGS, nullptr},         {"alive", aliveFunction, METH_VARARGS, nullptr},
+    {"fail", failFunction, METH_VARARGS, nullptr},           {nullptr, nullptr, 0, nullptr},
 };
 
 }  // namespace
