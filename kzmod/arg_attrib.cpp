@@ -36,14 +36,12 @@ std::string_view textAt(const std::vector<std::string>& texts, std::uint32_t ind
 }  // namespace
 
 KzResult CArgAttrib::attr_Name(std::uint32_t index, const char** name) {
-    if (name == nullptr) return KZe_INVALIDARG;
     *name = textAt(names, index).data();
     return KZe_OK;
 }
 
 KzResult CArgAttrib::attr_GetString(std::uint32_t index, char* buffer, std::uint32_t length) {
     const std::string_view text = textAt(values, index);
-    if (buffer == nullptr) return KZe_INVALIDARG;
     if (length <= text.size()) return KZe_SHORTBUFFER;
     std::memcpy(buffer, text.data(), text.size() + 1);
     return KZe_OK;

@@ -99,7 +99,6 @@ CLineInterpreter::CLineInterpreter() {
 }
 
 KzResult CLineInterpreter::lin_Prompt(std::int32_t continued, const char** prompt) {
-    if (prompt == nullptr) return KZe_INVALIDARG;
     *prompt = m_pending.empty() != (continued != 0) ? ">>> " : "... ";
     return KZe_OK;
 }

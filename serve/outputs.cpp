@@ -78,9 +78,8 @@ void Output::clear() noexcept {
 KzResult Output::convertText(PyObject* value) noexcept {
     text = nullptr;
     if (letter == 'z' && value == Py_None) return KZe_OK;
-    char* characters = nullptr;  // without a length the interpreter refuses zero bytes, at which the host would stop
-    if (PyString_AsStringAndSize(value, &characters, nullptr) != 0) return lost(KZe_FAILED);
-    text = characters;
+    text = PyString_AsString(value);
+    if (text == nullptr) return lost(KZe_FAILED);
     const bool fits = letter == 'z' || (place != nullptr && std::strlen(text) < length);
     return fits ? KZe_OK : KZe_SHORTBUFFER;
 }

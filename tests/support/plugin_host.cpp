@@ -3,6 +3,7 @@
 
 #include "host/text.h"
 
+#include "kz/result.h"
 #include "kz/value.h"
 #include "kz_paths.h"
 
