@@ -180,9 +180,9 @@ TEST_F(Storage, AllocationFailuresChangeNothing) {
 
 TEST_F(Storage, AppendingTakesMemoryNowAndThen) {
     static int allocations = 0;
-    CStorageBuffer::setAllocate([](std::size_t size) {
+    CStorageBuffer::setAllocate([](std::size_t count, std::size_t size) {
         // Room for more is a wish, not a need.
-        return ++allocations % 3 == 1 && size > 4096 ? nullptr : std::malloc(size);
+        return ++allocations % 3 == 1 && count * size > 4096 ? nullptr : std::calloc(count, size);
     });
     check({{"s = kz.Storage('i')\nfor i in range(5000): s += (i,)\nr = s.get() == tuple(range(5000)), s.size()",
             "(True, 5000)"}});
