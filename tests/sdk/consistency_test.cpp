@@ -16,15 +16,15 @@ namespace {
 
 // Constants of one family that stand on lines below each other and share the first part of their names: "fCMD_EXEC_"
 // and "fCMD_" may be one group, a blank line or a comment between them makes them two.
-using Group = std::vector<const Constant*>;
+using Constants = std::vector<const Constant*>;
 
 std::string stem(const std::string& name) {
     const size_t family = familyOf(name).size();
     return name.substr(0, name.find('_', family));
 }
 
-std::vector<Group> groups(const std::vector<std::string_view>& families) {
-    std::vector<Group> all;
+std::vector<Constants> groups(const std::vector<std::string_view>& families) {
+    std::vector<Constants> all;
     for (const std::string_view family : families)
         for (const Header& header : described().headers) {
             const Constant* last = nullptr;
@@ -52,7 +52,7 @@ std::string place(const Constant& constant) { return toString(constant.at) + " "
 }  // namespace
 
 TEST(Consistency, FlagsThatStandTogetherAreDistinctBits) {
-    for (const Group& group : groups({"f", "f_"})) {
+    for (const Constants& group : groups({"f", "f_"})) {
         int64_t used = 0;
         for (const Constant* flag : group) {
             EXPECT_EQ(used & integer(*flag), 0) << place(*flag);
@@ -62,7 +62,7 @@ TEST(Consistency, FlagsThatStandTogetherAreDistinctBits) {
 }
 
 TEST(Consistency, ValuesThatStandTogetherDiffer) {
-    for (const Group& group : groups({"i", "i_", "s", "s_", "v", "a"})) {
+    for (const Constants& group : groups({"i", "i_", "s", "s_", "v", "a"})) {
         std::map<std::string, const Constant*> seen;
         for (const Constant* each : group) {
             const auto [first, isNew] = seen.emplace(textOf(*each), each);
@@ -74,9 +74,9 @@ TEST(Consistency, ValuesThatStandTogetherDiffer) {
 // It covers no bit that is not a flag, unless it picks a field out of the values of an enumeration.
 TEST(Consistency, AMaskCoversWhatIsThere) {
     std::map<std::string, int64_t> bits;
-    for (const Group& group : groups({"f", "f_", "i"}))
+    for (const Constants& group : groups({"f", "f_", "i"}))
         for (const Constant* each : group) bits[stem(each->name)] |= integer(*each);
-    for (const Group& group : groups({"m", "m_"}))
+    for (const Constants& group : groups({"m", "m_"}))
         for (const Constant* mask : group) {
             const std::string name = stem(mask->name).substr(1);
             const bool coversFlags = (integer(*mask) & ~bits["f" + name]) == 0;
