@@ -209,6 +209,14 @@ void emitValues(std::string_view title, std::string_view module, const std::vect
     fmt::format_to(out, "</table>\n");
 }
 
+void emitSizes(const Table& table, Text out) {
+    fmt::format_to(out, "<h2>{}</h2>\n<p>{}</p>\n<table>\n", table.name, escaped(table.summary));
+    for (const Table::Row& row : table.rows) {
+        fmt::format_to(out, "<tr><td><code>{}</code></td><td>{}</td></tr>\n", row.constant, row.size);
+    }
+    fmt::format_to(out, "</table>\n");
+}
+
 std::vector<NamedValue> resultCodes(const Header& header) {
     std::vector<NamedValue> all;
     for (const Code& each : header.codes) {
@@ -234,6 +242,9 @@ std::string headerPage(const Model& model, const Header& header) {
         emitInterface(model, each, out);
     }
     emitValues("Constants", "kz.symbol", symbols(header), out);
+    for (const Table& each : header.tables) {
+        emitSizes(each, out);
+    }
     emitValues("Result codes", "kz.result", resultCodes(header), out);
     return page(header.name, openingLines(" ", header.summary, header), body);
 }
