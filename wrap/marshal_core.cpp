@@ -235,9 +235,10 @@ KzResult CHintTable::add(PyObject* key, PyObject* text) {
     const long value = PyInt_AsLong(key);
     if (value == -1 && PyErr_Occurred() != nullptr) return refuse(key, "an integer for each key");
     const CPyRefNull string(PyObject_Str(text));
-    char* characters = nullptr;
-    if (string.get() == nullptr || PyString_AsStringAndSize(string, &characters, nullptr) != 0)
-        return refuse(text, "a text without zero bytes for each value");
+    constexpr const char* expected = "a text without zero bytes for each value";
+    if (string.get() == nullptr) return refuse(text, expected);
+    const char* characters = kzTakeText(string);
+    if (characters == kzNoText) return refuse(text, expected, KZe_INVALIDARG);  // the host would see only its beginning
     m_texts.push_back(string.get());
     Py_INCREF(string.get());
     m_rows.push_back({static_cast<std::int32_t>(value), characters});

@@ -96,9 +96,9 @@ KzResult CBareHost::logservice_SubSystemLookup(const char*, IKzUnknown** subsyst
     return give("Log.SubSystemLookup", subsystem);
 }
 KzResult CBareHost::logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) {
-    const KzResult code = give("Log.CreateEntry", entry);
-    if (kzSucceeded(code)) note((kzFailed(level) ? "error: " : "") + std::string(text));
-    return code;
+    // The line comes first: without memory for it nothing is given.
+    if (failing != "Log.CreateEntry") note((kzFailed(level) ? "error: " : "") + std::string(text));
+    return give("Log.CreateEntry", entry);
 }
 KzResult CBareHost::fileservice_ToLocalAlias(const char* path, char* local, std::uint32_t length) {
     const std::string text(path);

@@ -1,4 +1,5 @@
 // What scripts print, write and raise, as it comes to the log.
+#include "tests/support/child.h"
 #include "tests/support/host_test.h"
 
 #include "kz/result.h"
@@ -124,13 +125,15 @@ TEST_F(output, shows_exceptions_with_their_frames) {
 }
 
 // A console in Python may do anything with what it is told.
-TEST_F(output, of_a_console_that_fails_is_not_lost) {
+TEST(output_of_a_console, that_fails_is_not_lost) {
     const std::string begin = "import kz, kz.service, kzifc\n"
                               "scripts = kz.service.ScriptSys()\n"
                               "line = scripts.LineInterpreterByName('python')\n"
                               "class E(kzifc.LineExecution):\n"
                               "  def lin_Flags(self): return 0\n"
                               "  def lin_Info(self";
+    const char* raised =
+        "[00000002] LineExecution.lin_Info of __main__.E: it raised ValueError: no (test.py: line 6)\n";
     const struct {
         const char* info;
         const char* told;  // below the heading
@@ -139,20 +142,25 @@ TEST_F(output, of_a_console_that_fails_is_not_lost) {
         {", text): print 'heard', text", "  heard 1\n", ""},
         {", text): print 'heard', text,", "  heard heard 1\n", ""},  // the console is told the rest of its line, too
         {"): pass",
-         "  [80000000] Unhandled exception \"TypeError\"; lin_Info() takes exactly 1 argument (2 given)\n  1\n", ""},
+         "  [80000000] Unhandled exception \"TypeError\"; lin_Info() takes exactly 1 argument (2 given)\n  1\n",
+         "[00000002] LineExecution.lin_Info of __main__.E: it raised TypeError: lin_Info() takes exactly 1 argument (2 "
+         "given)\n"},
         {", text): raise ValueError('no')",
-         "  [80000000] Unhandled exception \"ValueError\"; no\n   .. test.py: 6\n  1\n", ""},
+         "  [80000000] Unhandled exception \"ValueError\"; no\n   .. test.py: 6\n  1\n", raised},
         {", text): scripts.RunText('#python\\nprint 2', 0, '', None); raise ValueError('no')",
-         "  [80000000] Unhandled exception \"ValueError\"; no\n   .. test.py: 6\n  1\n<text>\n  2\n", ""},
+         "  [80000000] Unhandled exception \"ValueError\"; no\n   .. test.py: 6\n  1\n<text>\n  2\n", raised},
         {", text): kz.trace(True); kz.trace(False)",
          "  \x03(f:FONT_ITALIC) kz.trace: Enabled - kz.trace\x03(f:FONT_DEFAULT)\n"
          "  \x03(f:FONT_ITALIC) kz.trace: Disabled - kz.trace\x03(f:FONT_DEFAULT)\n",
          ""},
         {", text): line.Execute('print 2', E())", "", "2\n"},
     };
-    for (const auto& [info, told, log] : table) {
-        EXPECT_EQ(host.output(begin + info + "\nkz.out('begin')\nline.Execute('print 1', E())"),
-                  std::string("test.py\n  begin\n") + told);
-        EXPECT_EQ(host.log("python"), log) << info;
-    }
+    for (const auto& row : table)
+        kzInChild(row.info, [&] {
+            CPluginHost host;
+            host.load();
+            EXPECT_EQ(host.output(begin + row.info + "\nkz.out('begin')\nline.Execute('print 1', E())"),
+                      std::string("test.py\n  begin\n") + row.told);
+            EXPECT_EQ(host.log("python"), row.log);
+        });
 }
