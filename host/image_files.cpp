@@ -1,5 +1,6 @@
 // Reading and writing image files: the host's own format, and the loaders and savers that modules offer.
 #include "host/objects/image.h"
+#include "host/objects/png_file.h"
 #include "host/safe_save.h"
 #include "host/server_classes.h"
 

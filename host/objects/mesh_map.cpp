@@ -1,5 +1,5 @@
 // Maps of a mesh.
-#include "host/objects/mesh_cursors.h"
+#include "host/objects/mesh_map.h"
 
 #include "host/reasons.h"
 #include "host/text.h"

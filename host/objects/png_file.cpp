@@ -1,5 +1,5 @@
 // Images in PNG files.
-#include "host/objects/image.h"
+#include "host/objects/png_file.h"
 
 #include <fstream>
 #include <memory>
