@@ -2,6 +2,8 @@
 #include "host/argument_dialog.h"
 
 #include "host/command_arguments.h"
+#include "host/dialog_board.h"
+#include "host/text.h"
 
 #include "kz/result.h"
 
@@ -20,7 +22,7 @@ bool isRefusal(KzResult code) { return kzFailed(code) && code != KZe_NOTIMPL; }
 
 class CArgumentDialog {
 public:
-    CArgumentDialog(CHostCore& core, CCommandArguments& arguments) : m_core(core), m_arguments(arguments) {}
+    CArgumentDialog(const CDialogBoard& board, CCommandArguments& arguments) : m_board(board), m_arguments(arguments) {}
 
     // A command that asks by itself is asked nothing more. An answer may enable an argument that was passed over, so the
     // search for the next one begins anew each time.
@@ -92,7 +94,7 @@ private:
     KzResult ask(std::uint32_t index) {
         DialogQuestion question = questionOf(index);
         for (int tries = 1;; ++tries) {
-            const auto answer = m_core.dialogs.ask(question);
+            const auto answer = m_board.ask(question);
             if (!answer) throw CommandTextError{KZe_ABORT, "the dialog was cancelled"};
             if (answer->empty()) return KZe_OK;
             try {
@@ -107,15 +109,15 @@ private:
         }
     }
 
-    CHostCore& m_core;
+    const CDialogBoard& m_board;
     CCommandArguments& m_arguments;
 };
 
 }  // namespace
 
-KzResult kzAskArguments(CHostCore& core, CCommandArguments& arguments, std::uint32_t flags) {
+KzResult kzAskArguments(const CDialogBoard& board, CCommandArguments& arguments, std::uint32_t flags) {
     const bool isWanted = (flags & KZfCMD_EXEC_FORCEDIALOG) != 0 ||
                           ((flags & KZfCMD_EXEC_SHOWDIALOG) != 0 && arguments.missing().has_value());
     if (!isWanted || (flags & KZfCMD_EXEC_NODIALOG) != 0) return KZe_OK;
-    return CArgumentDialog(core, arguments).run();
+    return CArgumentDialog(board, arguments).run();
 }

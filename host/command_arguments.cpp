@@ -2,6 +2,7 @@
 #include "host/command_arguments.h"
 
 #include "host/server_classes.h"
+#include "host/text.h"
 
 #include "kz/result.h"
 #include "kz/value.h"

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "host/command_text.h"
-#include "host/core.h"
 
 #include "kz/command.h"
 

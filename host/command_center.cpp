@@ -15,11 +15,11 @@ namespace {
 
 constexpr unsigned deepestAlias = 20;
 
-std::string messageOf(const CHostCore& core, const CKzUser_Command& command, KzResult code) {
+std::string messageOf(const CKzUser_Command& command, KzResult code) {
     CKzLoc_Unknown told;
     if (kzFailed(command.Message(told.out()))) return CMessageTables::codeText(code);
     const CKzUser_Message message(told.raw());
-    return message ? core.messages.reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
+    return message ? CMessageTables::reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
 }
 
 KzResult verdictOf(const CKzUser_Command& command, KzResult code) {
@@ -161,7 +161,7 @@ CCommandCenter::Outcome CCommandCenter::performCommand(const MarkedCommand& mark
         return outcome;
     }
     outcome.code = verdictOf(command, command.Execute(marked.flags));
-    if (kzFailed(outcome.code)) outcome.message = messageOf(*m_core, command, outcome.code);
+    if (kzFailed(outcome.code)) outcome.message = messageOf(command, outcome.code);
     return outcome;
 }
 

@@ -1,6 +1,7 @@
 // How any command is executed.
 #include "host/command_run.h"
 
+#include "host/argument_dialog.h"
 #include "host/command_arguments.h"
 
 #include "kz/result.h"
@@ -40,7 +41,7 @@ KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
     CCommandArguments arguments(*m_core, command);
     if (const KzResult code = arguments.command().Enable(m_message.raw()); refuses(code)) return code;
     arguments.requireEnabled();
-    if (const KzResult code = kzAskArguments(*m_core, arguments, flags); kzFailed(code)) return code;
+    if (const KzResult code = kzAskArguments(m_core->dialogs, arguments, flags); kzFailed(code)) return code;
     arguments.requireGiven();
     const KzResult code = arguments.command().PreExecute();
     return refuses(code) ? code : KZe_OK;
@@ -67,5 +68,5 @@ void CCommandRun::tell(const std::string& name, KzResult code, const std::string
         m_message->msg_SetArgumentString(2, (text.empty() ? CMessageTables::codeText(code) : text).c_str());
     }
     const CKzUser_Message held(m_message.raw());
-    if ((flags & KZfCMD_EXEC_NOALERTS) == 0) m_core->log->write("commands", code, m_core->messages.textOf(*held.ptr()));
+    if ((flags & KZfCMD_EXEC_NOALERTS) == 0) m_core->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
 }

@@ -51,17 +51,6 @@ constexpr ServiceRow services[] = {
 
 }  // namespace
 
-void CPropertyTable::set(const std::string& name, std::string value) {
-    const std::lock_guard lock(m_lock);
-    m_values[name] = std::move(value);
-}
-
-std::optional<std::string> CPropertyTable::get(const std::string& name) const {
-    const std::lock_guard lock(m_lock);
-    const auto found = m_values.find(name);
-    return found != m_values.end() ? std::optional(found->second) : std::nullopt;
-}
-
 CHostCore::CHostCore() {
     log->addSink([this](const LogLine& line) { tellListeners(line); });
     log->setSubsystemSink([this](CLogStore::Event event, const CHostRef<CLogSubsystem>& subsystem) {

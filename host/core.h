@@ -2,20 +2,23 @@
 // module holds on to an object for longer than the host lives.
 #pragma once
 
-#include "host/argument_dialog.h"
 #include "host/calls.h"
 #include "host/command_system.h"
+#include "host/dialog_board.h"
 #include "host/file_table.h"
 #include "host/job_threads.h"
 #include "host/listeners.h"
 #include "host/log_store.h"
 #include "host/message.h"
+#include "host/message_tables.h"
 #include "host/modules.h"
 #include "host/monitors.h"
 #include "host/object.h"
+#include "host/property_table.h"
 #include "host/reasons.h"
 #include "host/scripts.h"
 #include "host/text.h"
+#include "host/text_pool.h"
 #include "host/user_values.h"
 
 #include <map>
@@ -25,17 +28,6 @@
 #include <vector>
 
 class CScene;
-
-// Named texts that host, program and modules leave for each other.
-class CPropertyTable {
-public:
-    void set(const std::string& name, std::string value);
-    std::optional<std::string> get(const std::string& name) const;
-
-private:
-    mutable std::mutex m_lock;
-    std::map<std::string, std::string> m_values;
-};
 
 class CHostCore : public std::enable_shared_from_this<CHostCore> {
 public:
@@ -51,7 +43,6 @@ public:
     CUserValues userValues;
     CServedTypes servedTypes;
     CPropertyTable properties;
-    CMessageTables messages;
     CListenerTable listeners;
     CModuleTable modules;
     CMonitorBoard monitors;

@@ -98,7 +98,7 @@ KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::
     enter("StdDialog.MessageOpen");
     const CKzUser_Message held(message);
     if (!held) return KZe_INVALIDARG;
-    core().log->write("dialogs", held->Code(), core().messages.textOf(*held.ptr()));
+    core().log->write("dialogs", held->Code(), CMessageTables::textOf(*held.ptr()));
     *answer = style == KZiMSGDIALOG_YESNO      ? KZeMSGDIALOG_NO
               : style == KZiMSGDIALOG_OKCANCEL ? KZeMSGDIALOG_CANCEL
                                                : KZeMSGDIALOG_OK;

@@ -135,7 +135,7 @@ KzResult verify(CHostCore& core, const CKzUser_Saver& saver, const std::string& 
     if (!kzFailed(code) || code == KZe_NOTIMPL) return KZe_OK;
     const CKzUser_Message held(message.raw());
     core.log->write(KZsLOG_IMAGES, code,
-                    "the saver \"" + name + "\" refuses the image: " + core.messages.reasonOf(*held.ptr(), code));
+                    "the saver \"" + name + "\" refuses the image: " + CMessageTables::reasonOf(*held.ptr(), code));
     return code;
 }
 

@@ -42,6 +42,6 @@ ScriptEnd CKzHost::run(const CHostRef<CScript>& script, std::uint32_t flags, con
     message->msg_Key(&key);
     end.isTold = !kzTextOf(key).empty();
     CKzUser_Message held(message.raw());
-    if (end.isTold) end.message = m_core->messages.textOf(*held.ptr());
+    if (end.isTold) end.message = CMessageTables::textOf(*held.ptr());
     return end;
 }

@@ -73,7 +73,7 @@ public:
         enter("Log.CreateEntryMessage");
         const CKzUser_Message held(message);
         if (!held) return KZe_INVALIDARG;
-        return core().log->create(held->Code(), core().messages.textOf(*held.ptr())).give(entry);
+        return core().log->create(held->Code(), CMessageTables::textOf(*held.ptr())).give(entry);
     }
     KzResult logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
                                         IKzUnknown** entry) override;

@@ -8,37 +8,15 @@
 
 #include <fmt/format.h>
 
-namespace {
-
-std::string textIn(IKzMessage& message, KzResult (IKzMessage::*get)(const char**)) {
+std::string kzMessageText(IKzMessage& message, KzResult (IKzMessage::*get)(const char**)) {
     const char* text = nullptr;
     return kzSucceeded((message.*get)(&text)) && text != nullptr ? text : std::string();
 }
 
-std::string argumentOf(IKzMessage& message, std::uint32_t index) {
+std::string kzMessageArgument(IKzMessage& message, std::uint32_t index) {
     const char* text = nullptr;
     return kzSucceeded(message.Argument(index, &text)) && text != nullptr ? text : std::string();
 }
-
-// A table's text is fixed, the arguments are not: a percent sign in an argument means nothing.
-std::string filledIn(std::string_view text, IKzMessage& message) {
-    std::string filled;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const bool names = text[at] == '%' && at + 1 < text.size() && text[at + 1] >= '1' && text[at + 1] <= '9';
-        if (names) filled += argumentOf(message, static_cast<std::uint32_t>(text[++at] - '0'));
-        else filled += text[at];
-    }
-    return filled;
-}
-
-std::string asTheyAre(const std::string& table, const std::string& key, IKzMessage& message) {
-    std::string text = table + ":" + key;
-    for (std::uint32_t index = 1; index <= kzMessageArguments; ++index)
-        if (const std::string argument = argumentOf(message, index); !argument.empty()) text += " \"" + argument + "\"";
-    return text;
-}
-
-}  // namespace
 
 std::uint32_t CMessage::msg_Code() { return m_code; }
 
@@ -93,26 +71,13 @@ KzResult CMessage::msg_Argument(std::uint32_t index, const char** text) {
 
 void CMessage::copyFrom(IKzMessage& other) {
     m_code = other.Code();
-    m_table = textIn(other, &IKzMessage::Table);
-    m_key = textIn(other, &IKzMessage::Key);
+    m_table = kzMessageText(other, &IKzMessage::Table);
+    m_key = kzMessageText(other, &IKzMessage::Key);
     for (std::uint32_t index = 1; index <= kzMessageArguments; ++index)
-        m_arguments[index - 1] = argumentOf(other, index);
+        m_arguments[index - 1] = kzMessageArgument(other, index);
 }
 
 KzResult CMessage::msg_Reset() {
     *this = CMessage();
     return KZe_OK;
-}
-
-std::string CMessageTables::reasonOf(IKzMessage& message, KzResult code) const {
-    const bool isEmpty = textIn(message, &IKzMessage::Key).empty() && kzSucceeded(message.Code());
-    return isEmpty ? codeText(code) : textOf(message);
-}
-
-std::string CMessageTables::textOf(IKzMessage& message) const {
-    const std::string table = textIn(message, &IKzMessage::Table);
-    const std::string key = textIn(message, &IKzMessage::Key);
-    if (key.empty()) return codeText(message.Code());
-    const auto text = find(table, key);
-    return text ? filledIn(*text, message) : asTheyAre(table, key, message);
 }

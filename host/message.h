@@ -1,4 +1,4 @@
-// Messages and the tables that hold their texts.
+// Messages: a result code, and a text of the message tables with its arguments.
 #pragma once
 
 #include "host/object.h"
@@ -6,9 +6,7 @@
 #include "kz/message.h"
 
 #include <array>
-#include <optional>
 #include <string>
-#include <string_view>
 
 // How many arguments a message text can name: %1 to %9.
 inline constexpr std::uint32_t kzMessageArguments = 9;
@@ -38,14 +36,6 @@ private:
     std::array<std::string, kzMessageArguments> m_arguments;
 };
 
-class CMessageTables {
-public:
-    // The text with its arguments in place. A message without a key gives the text of its code; one whose key has no
-    // text shows table, key and arguments as they are.
-    std::string textOf(IKzMessage& message) const;
-    // Why an operation failed with that code, as its message says; a message that says nothing leaves it to the code.
-    std::string reasonOf(IKzMessage& message, KzResult code) const;
-    std::optional<std::string_view> find(std::string_view table, std::string_view key) const;
-    // What a result code means, in a sentence without a full stop.
-    static std::string codeText(KzResult code);
-};
+// A text that any message answers, its table or its key, and one of its arguments; empty where it has none.
+std::string kzMessageText(IKzMessage& message, KzResult (IKzMessage::*get)(const char**));
+std::string kzMessageArgument(IKzMessage& message, std::uint32_t index);

@@ -16,11 +16,11 @@ public:
     KzResult messageservice_MessageText(IKzUnknown* message, char* buffer, std::uint32_t length) override {
         enter("Message.MessageText");
         const CKzUser_Message held(message);
-        return held ? kzFillText(core().messages.textOf(*held.ptr()), buffer, length) : KZe_INVALIDARG;
+        return held ? kzFillText(CMessageTables::textOf(*held.ptr()), buffer, length) : KZe_INVALIDARG;
     }
     KzResult messageservice_TableText(const char* table, const char* key, char* buffer, std::uint32_t length) override {
         enter("Message.TableText");
-        const auto text = core().messages.find(kzTextOf(table), kzTextOf(key));
+        const auto text = CMessageTables::find(kzTextOf(table), kzTextOf(key));
         if (text) return kzFillText(*text, buffer, length);
         return kzBecause(KZe_NOTFOUND, "Message.TableText", [&] {
             return "the table \"" + std::string(kzTextOf(table)) + "\" has no text \"" + std::string(kzTextOf(key)) +
@@ -29,7 +29,7 @@ public:
     }
     KzResult messageservice_TableHas(const char* table, const char* key) override {
         enter("Message.TableHas");
-        return core().messages.find(kzTextOf(table), kzTextOf(key)) ? KZe_OK : KZe_NOTFOUND;
+        return CMessageTables::find(kzTextOf(table), kzTextOf(key)) ? KZe_OK : KZe_NOTFOUND;
     }
     KzResult messageservice_CodeText(std::uint32_t code, char* buffer, std::uint32_t length) override {
         enter("Message.CodeText");
@@ -39,7 +39,7 @@ public:
         enter("Message.ReportToLog");
         const CKzUser_Message held(message);
         if (!held || kzTextOf(subsystem).empty()) return KZe_INVALIDARG;
-        core().log->write(subsystem, held->Code(), core().messages.textOf(*held.ptr()));
+        core().log->write(subsystem, held->Code(), CMessageTables::textOf(*held.ptr()));
         return KZe_OK;
     }
     KzResult messageservice_Language(const char** code) override {

@@ -112,13 +112,6 @@ private:
 
 }  // namespace
 
-std::string kzConfigFolder() {
-    const std::string config = environment("XDG_CONFIG_HOME");
-    if (!config.empty()) return config + "/kzhost";
-    const std::string home = environment("HOME");
-    return home.empty() ? std::string() : home + "/.config/kzhost";
-}
-
 IKzUnknown* kzMakePlatformService(const std::shared_ptr<CHostCore>& core) {
     return CPlatformService::polymorph().wrap(std::make_unique<CPlatformService>(core));
 }

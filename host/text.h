@@ -1,11 +1,9 @@
-// Texts that cross interfaces: into a caller's buffer, kept for a caller, and identifiers as text.
+// Texts that cross interfaces: into a caller's buffer, and identifiers and codes as text.
 #pragma once
 
 #include "kz/base/types.h"
 
-#include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -27,16 +25,3 @@ std::optional<KzResult> kzCodeOfName(std::string_view name) noexcept;
 
 // Without the log's inline style markup: the byte 0x03 and the parenthesised group after it.
 std::string kzWithoutMarkup(std::string_view text);
-
-// Gives texts an address that stays valid for as long as the pool lives, however often the same text is asked for.
-class CTextPool {
-public:
-    const char* keep(std::string_view text) {
-        const std::lock_guard lock(m_lock);
-        return m_texts.emplace(text).first->c_str();
-    }
-
-private:
-    std::mutex m_lock;
-    std::set<std::string, std::less<>> m_texts;
-};

@@ -1,4 +1,6 @@
 // The host's own texts: its message tables, and what result codes mean.
+#include "host/message_tables.h"
+
 #include "host/message.h"
 #include "host/text.h"
 
@@ -78,9 +80,27 @@ constexpr MeaningRow meanings[] = {
     {KZe_CMD_BAD_DEFINITION, "the definition is not a command"},
 };
 
+// A table's text is fixed, the arguments are not: a percent sign in an argument means nothing.
+std::string filledIn(std::string_view text, IKzMessage& message) {
+    std::string filled;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool names = text[at] == '%' && at + 1 < text.size() && text[at + 1] >= '1' && text[at + 1] <= '9';
+        if (names) filled += kzMessageArgument(message, static_cast<std::uint32_t>(text[++at] - '0'));
+        else filled += text[at];
+    }
+    return filled;
+}
+
+std::string asTheyAre(const std::string& table, const std::string& key, IKzMessage& message) {
+    std::string text = table + ":" + key;
+    for (std::uint32_t index = 1; index <= kzMessageArguments; ++index)
+        if (const std::string argument = kzMessageArgument(message, index); !argument.empty()) text += " \"" + argument + "\"";
+    return text;
+}
+
 }  // namespace
 
-std::optional<std::string_view> CMessageTables::find(std::string_view table, std::string_view key) const {
+std::optional<std::string_view> CMessageTables::find(std::string_view table, std::string_view key) {
     for (const TextRow& row : texts)
         if (row.table == table && row.key == key) return row.text;
     return {};
@@ -91,4 +111,17 @@ std::string CMessageTables::codeText(KzResult code) {
         if (row.code == code) return std::string(row.meaning);
     const std::string name = kzCodeName(code);
     return fmt::format("{} {}", kzFailed(code) ? "error" : "result", name);
+}
+
+std::string CMessageTables::reasonOf(IKzMessage& message, KzResult code) {
+    const bool isEmpty = kzMessageText(message, &IKzMessage::Key).empty() && kzSucceeded(message.Code());
+    return isEmpty ? codeText(code) : textOf(message);
+}
+
+std::string CMessageTables::textOf(IKzMessage& message) {
+    const std::string table = kzMessageText(message, &IKzMessage::Table);
+    const std::string key = kzMessageText(message, &IKzMessage::Key);
+    if (key.empty()) return codeText(message.Code());
+    const auto text = find(table, key);
+    return text ? filledIn(*text, message) : asTheyAre(table, key, message);
 }
