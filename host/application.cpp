@@ -1,7 +1,14 @@
 // The application object: every service of the host behind one pointer.
 #include "host/application.h"
 
-#include "host/queries.h"
+#include "host/log_store.h"
+#include "host/object.h"
+#include "host/property_table.h"
+#include "host/reasons.h"
+#include "host/script_queries.h"
+#include "host/service_base.h"
+#include "host/service_registry.h"
+#include "host/text.h"
 #include "host/version.h"
 
 #include "kz/application.h"
@@ -17,10 +24,11 @@ namespace {
 class CApplication final : public CHosted<"application", CApplication, CKzIfc_ApplicationService, CKzIfc_Description>,
                            CHostService {
 public:
-    using CHostService::CHostService;
+    CApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services, std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log, std::shared_ptr<CPropertyTable> properties)
+        : CHostService(std::move(context)), m_services(std::move(services)), m_queries(std::move(queries)), m_log(std::move(log)), m_properties(std::move(properties)) {}
 
     // Where the support layer finds the services.
-    IKzUnknown* subObject(const KzGuid& iid) { return core().makeService(iid); }
+    IKzUnknown* subObject(const KzGuid& iid) { return m_services->make(iid); }
 
     KzResult applicationservice_ServiceByName(const char* name, IKzUnknown** service) override;
     std::uint32_t applicationservice_Version() override { return kzHostVersion; }
@@ -36,7 +44,7 @@ public:
         return KZe_OK;
     }
     bool applicationservice_IsHeadless() override { return true; }
-    bool applicationservice_IsMainThread() override { return std::this_thread::get_id() == core().mainThread; }
+    bool applicationservice_IsMainThread() override { return std::this_thread::get_id() == context()->mainThread; }
     bool applicationservice_IsQuitting() override { return m_quitting; }
     KzResult applicationservice_RequestQuit(std::int32_t /*force*/) override {
         enter("Application.RequestQuit");
@@ -45,34 +53,39 @@ public:
     }
     KzResult applicationservice_UserActivity(double* seconds) override {
         enter("Application.UserActivity");
-        *seconds = core().log->now();
+        *seconds = m_log->now();
         return KZe_OK;
     }
     KzResult applicationservice_Property(const char* name, const char** value) override;
     KzResult applicationservice_SetProperty(const char* name, const char* value) override {
         enter("Application.SetProperty");
         if (kzTextOf(name).empty()) return KZe_INVALIDARG;
-        core().properties.set(name, std::string(kzTextOf(value)));
+        m_properties->set(name, std::string(kzTextOf(value)));
         return KZe_OK;
     }
 
 private:
     std::atomic<bool> m_quitting = false;
+
+    std::shared_ptr<CServiceRegistry> m_services;
+    std::shared_ptr<const QueryEnvironment> m_queries;
+    std::shared_ptr<CLogStore> m_log;
+    std::shared_ptr<CPropertyTable> m_properties;
 };
 
 KzResult CApplication::applicationservice_ServiceByName(const char* name, IKzUnknown** service) {
     enter("Application.ServiceByName");
-    IKzUnknown* made = kzMakeNamedService(sharedCore(), kzTextOf(name));
+    IKzUnknown* made = kzMakeNamedService(m_services, m_queries, kzTextOf(name));
     if (made == nullptr)
         return kzBecause(KZe_NOTFOUND, "Application.ServiceByName",
-                         [&] { return kzThereIsNo("service", kzTextOf(name), core().serviceNames()); });
+                         [&] { return kzThereIsNo("service", kzTextOf(name), m_services->names()); });
     *service = made;
     return KZe_OK;
 }
 
 KzResult CApplication::applicationservice_Property(const char* name, const char** value) {
     enter("Application.Property");
-    const auto found = core().properties.get(std::string(kzTextOf(name)));
+    const auto found = m_properties->get(std::string(kzTextOf(name)));
     if (!found) return KZe_NOTFOUND;
     *value = lend(*found);
     return KZe_OK;
@@ -80,6 +93,6 @@ KzResult CApplication::applicationservice_Property(const char* name, const char*
 
 }  // namespace
 
-IKzUnknown* kzMakeApplication(const std::shared_ptr<CHostCore>& core) {
-    return CApplication::polymorph().wrap(std::make_unique<CApplication>(core));
+IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services, std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log, std::shared_ptr<CPropertyTable> properties) {
+    return CApplication::polymorph().wrap(std::make_unique<CApplication>(std::move(context), std::move(services), std::move(queries), std::move(log), std::move(properties)));
 }

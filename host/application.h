@@ -1,7 +1,13 @@
-// The application object.
+// The application object: every service of the host behind one pointer.
 #pragma once
 
-#include "host/core.h"
+#include <memory>
 
-// A new application object with one reference. It answers every service of the core.
-IKzUnknown* kzMakeApplication(const std::shared_ptr<CHostCore>& core);
+class IKzUnknown;
+class CLogStore;
+class CPropertyTable;
+class CServiceRegistry;
+struct QueryEnvironment;
+struct ServiceContext;
+
+IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services, std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log, std::shared_ptr<CPropertyTable> properties);

@@ -2,6 +2,7 @@
 #include "host/argument_dialog.h"
 
 #include "host/command_arguments.h"
+#include "host/command_text.h"
 #include "host/dialog_board.h"
 #include "host/text.h"
 

@@ -1,7 +1,10 @@
 // The host's own commands as objects.
 #include "host/builtin_command.h"
 
-#include "host/server_classes.h"
+#include "host/command_text.h"
+#include "host/object.h"
+#include "host/reasons.h"
+#include "host/served_values.h"
 #include "host/text.h"
 
 #include "kz/result.h"
@@ -10,41 +13,42 @@
 
 #include <algorithm>
 
-const std::vector<CommandRow>& kzBuiltinCommands() {
-    static const std::vector<CommandRow> all = [] {
-        std::vector<CommandRow> rows;
-        for (const auto& some : {kzPlainCommands(), kzServerCommands()})
-            rows.insert(rows.end(), some.begin(), some.end());
-        return rows;
-    }();
-    return all;
+void kzRefuse(KzResult code, std::string text) { throw CommandTextError{code, std::move(text)}; }
+
+void kzOnlyQueried(CBuiltinCommand& /*command*/) { throw KZe_CMD_NOT_EXECUTABLE; }
+
+void kzAddCommands(CCommandRegistry& registry, std::vector<CommandRow> rows) {
+    for (CommandRow& each : rows) {
+        const auto row = std::make_shared<const CommandRow>(std::move(each));
+        registry.add(row->name, [row, environment = registry.environment()](std::uint32_t tag) {
+            IKzUnknown* command = nullptr;
+            CHostRef<CBuiltinCommand>::make(environment, row, tag).give(&command);
+            return command;
+        });
+    }
 }
 
-const CommandRow* kzFindBuiltin(std::string_view name) {
-    for (const CommandRow& row : kzBuiltinCommands())
-        if (name == row.name) return &row;
-    return nullptr;
-}
-
-CBuiltinCommand::CBuiltinCommand(std::shared_ptr<CHostCore> core, const CommandRow& row, std::uint32_t tag)
-    : CHostService(core), m_row(row), m_tag(tag), m_run(std::move(core)), m_values(row.arguments.size()) {}
+CBuiltinCommand::CBuiltinCommand(const CommandEnvironmentPtr& environment, std::shared_ptr<const CommandRow> row,
+                                 std::uint32_t tag)
+    : CHostService(environment->context), m_environment(environment), m_row(std::move(row)), m_tag(tag),
+      m_run(environment), m_values(m_row->arguments.size()) {}
 
 const ArgumentRow& CBuiltinCommand::argument(std::uint32_t index) const {
-    if (index >= m_row.arguments.size()) throw KZe_OUTOFBOUNDS;
-    return m_row.arguments[index];
+    if (index >= m_row->arguments.size()) throw KZe_OUTOFBOUNDS;
+    return m_row->arguments[index];
 }
 
 std::uint32_t CBuiltinCommand::indexOf(std::string_view name) const {
-    for (std::uint32_t index = 0; index < m_row.arguments.size(); ++index)
-        if (name == m_row.arguments[index].name) return index;
+    for (std::uint32_t index = 0; index < m_row->arguments.size(); ++index)
+        if (name == m_row->arguments[index].name) return index;
     throw kzBecause(KZe_CMD_UNKNOWN_ARGUMENT, "Attributes.Lookup", [&] {
-        return kzThereIsNo("argument", name, m_row.arguments, [](const auto& each) { return each.name; });
+        return kzThereIsNo("argument", name, m_row->arguments, [](const auto& each) { return each.name; });
     });
 }
 
 const KzValueType& CBuiltinCommand::typeOf(std::uint32_t index) {
     const ArgumentRow& row = argument(index);
-    const KzValueType* type = m_row.type != nullptr ? m_row.type(*this, index) : nullptr;
+    const KzValueType* type = m_row->type != nullptr ? m_row->type(*this, index) : nullptr;
     if (type == nullptr) type = kzFindType(row.type);
     if (type == nullptr) throw KZe_CMD_DATATYPE_UNAVAILABLE;
     return *type;
@@ -73,36 +77,36 @@ KzResult CBuiltinCommand::cmd_Tag(std::uint32_t* tag) {
 }
 
 KzResult CBuiltinCommand::cmd_Name(const char** name) {
-    *name = m_row.name;
+    *name = m_row->name;
     return KZe_OK;
 }
 
 KzResult CBuiltinCommand::cmd_UserName(const char** name) {
-    *name = m_row.userName;
+    *name = m_row->userName;
     return KZe_OK;
 }
 
 KzResult CBuiltinCommand::cmd_Desc(const char** text) {
-    *text = m_row.description;
+    *text = m_row->description;
     return KZe_OK;
 }
 
 KzResult CBuiltinCommand::cmd_Flags(std::uint32_t* flags) {
-    *flags = m_row.flags;
+    *flags = m_row->flags;
     return KZe_OK;
 }
 
 KzResult CBuiltinCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(m_self, m_row.name, flags, [this] {
-        m_row.execute(*this);
+    return m_run.execute(m_self, m_row->name, flags, [this] {
+        m_row->execute(*this);
         return KZe_OK;
     });
 }
 
 KzResult CBuiltinCommand::cmd_ToggleArg(std::uint32_t* index) {
-    if (m_row.toggle < 0) return KZe_NOTFOUND;
-    *index = static_cast<std::uint32_t>(m_row.toggle);
+    if (m_row->toggle < 0) return KZe_NOTFOUND;
+    *index = static_cast<std::uint32_t>(m_row->toggle);
     return KZe_OK;
 }
 
@@ -130,7 +134,7 @@ KzResult CBuiltinCommand::cmd_ArgDesc(std::uint32_t index, const char** text) {
 KzResult CBuiltinCommand::cmd_ArgTypeDesc(std::uint32_t index, const char** text) {
     const KzTextValueHint* hints = nullptr;
     const bool isChoice = kzSucceeded(attr_Hints(index, &hints));
-    *text = keep(isChoice ? kzOneOf(hints) : kzExpects(core(), typeOf(index)));
+    *text = keep(isChoice ? kzOneOf(hints) : m_environment->types->expects(typeOf(index)));
     return KZe_OK;
 }
 
@@ -138,8 +142,8 @@ KzResult CBuiltinCommand::cmd_Query(std::uint32_t index, IKzUnknown* values) {
     enter("Command.Query");
     const CKzUser_ValueArray target(values);
     if (!target) return KZe_INVALIDARG;
-    if (m_row.query == nullptr || (argument(index).flags & KZfCMDARG_QUERY) == 0) return KZe_CMD_ARGUMENT_NOT_QUERYABLE;
-    for (const std::string& text : m_row.query(*this, index))
+    if (m_row->query == nullptr || (argument(index).flags & KZfCMDARG_QUERY) == 0) return KZe_CMD_ARGUMENT_NOT_QUERYABLE;
+    for (const std::string& text : m_row->query(*this, index))
         if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) return code;
     return KZe_OK;
 }
@@ -161,8 +165,8 @@ KzResult CBuiltinCommand::attr_TypeName(std::uint32_t index, const char** type) 
 
 KzResult CBuiltinCommand::attr_Hints(std::uint32_t index, const KzTextValueHint** hints) {
     *hints = argument(index).hints;
-    if (m_row.choices != nullptr) {
-        const auto choices = m_row.choices(*this, index);
+    if (m_row->choices != nullptr) {
+        const auto choices = m_row->choices(*this, index);
         m_hints.clear();
         for (const std::string& choice : choices)
             m_hints.push_back({static_cast<std::int32_t>(m_hints.size()), keep(choice)});
@@ -175,20 +179,20 @@ KzResult CBuiltinCommand::attr_Hints(std::uint32_t index, const KzTextValueHint*
 KzResult CBuiltinCommand::attr_Value(std::uint32_t index, std::int32_t create, IKzUnknown** value) {
     const KzValueType& type = typeOf(index);
     if (!m_values[index] && create == 0) return KZe_NOTFOUND;
-    return kzMakeValue(core(), type, value, m_values[index] ? &*m_values[index] : nullptr);
+    return m_environment->types->makeValue(type, value, m_values[index] ? &*m_values[index] : nullptr);
 }
 
 KzResult CBuiltinCommand::askServed(std::uint32_t index,
                                     const std::function<KzResult(const CKzUser_Value& value)>& get) {
     const KzCell cell = cellOf(index);
     CKzLoc_Unknown made;
-    const KzResult code = kzMakeValue(core(), typeOf(index), made.out(), &cell);
+    const KzResult code = m_environment->types->makeValue(typeOf(index), made.out(), &cell);
     return kzFailed(code) ? code : get(CKzUser_Value(made.raw()));
 }
 
 KzResult CBuiltinCommand::setServed(std::uint32_t index,
                                     const std::function<KzResult(const CKzUser_Value& value)>& set) {
-    const auto cell = kzCellBy(core(), typeOf(index), set);
+    const auto cell = m_environment->types->cellBy(typeOf(index), set);
     if (!cell) return KZe_CMD_ERROR_SETTING_DATATYPE;
     m_values[index] = cell;
     return KZe_OK;
@@ -245,7 +249,7 @@ KzResult CBuiltinCommand::attr_SetString(std::uint32_t index, const char* value)
         m_values[index].emplace(std::in_place_type<std::int32_t>, *choice);
         return KZe_OK;
     }
-    const auto cell = kzCellOfText(core(), typeOf(index), wanted);
+    const auto cell = m_environment->types->cellOfText(typeOf(index), wanted);
     if (!cell) return refuses(index, wanted);
     m_values[index] = cell;
     return KZe_OK;

@@ -1,7 +1,10 @@
-// The host's own commands: a table says what each is, one class makes them objects.
+// The host's own commands: a row says what each is, one class makes them objects.
 #pragma once
 
+#include "host/command_registry.h"
 #include "host/command_run.h"
+#include "host/object.h"
+#include "host/service_base.h"
 #include "host/value_types.h"
 
 #include "kz/command.h"
@@ -14,6 +17,7 @@
 #include <vector>
 
 class CBuiltinCommand;
+using Texts = std::vector<std::string>;
 
 struct ArgumentRow {
     const char* name;
@@ -30,24 +34,34 @@ struct CommandRow {
     std::uint32_t flags;
     std::span<const ArgumentRow> arguments;
     // Throws CommandTextError, or a code.
-    void (*execute)(CBuiltinCommand& command);
+    std::function<void(CBuiltinCommand& command)> execute;
     // The texts that answer a query of that argument; null where nothing can be queried.
-    std::vector<std::string> (*query)(CBuiltinCommand& command, std::uint32_t index) = nullptr;
+    std::function<Texts(CBuiltinCommand& command, std::uint32_t index)> query = nullptr;
     // Where an argument's type and choices depend on other arguments.
-    const KzValueType* (*type)(CBuiltinCommand& command, std::uint32_t index) = nullptr;
-    std::vector<std::string> (*choices)(CBuiltinCommand& command, std::uint32_t index) = nullptr;
+    std::function<const KzValueType*(CBuiltinCommand& command, std::uint32_t index)> type = nullptr;
+    std::function<Texts(CBuiltinCommand& command, std::uint32_t index)> choices = nullptr;
     int toggle = -1;
 };
 
-std::span<const CommandRow> kzPlainCommands() noexcept;
-std::span<const CommandRow> kzServerCommands() noexcept;  // what concerns modules and their servers
-const std::vector<CommandRow>& kzBuiltinCommands();       // all of them
-const CommandRow* kzFindBuiltin(std::string_view name);
+inline constexpr std::uint32_t kzOptional = KZfCMDARG_OPTIONAL;
+inline constexpr std::uint32_t kzQueryable = KZfCMDARG_QUERY;
+
+// A row's function that is given the state that it works on in front of its other arguments.
+template <class Function, class... State> auto kzWith(Function function, const std::shared_ptr<State>&... state) {
+    return [function, state...](CBuiltinCommand& command, auto... rest) { return function(*state..., command, rest...); };
+}
+
+// Ends a command with a code and a full sentence.
+[[noreturn]] void kzRefuse(KzResult code, std::string text);
+// What stands for the work of a command that can only be queried.
+void kzOnlyQueried(CBuiltinCommand& command);
+
+void kzAddCommands(CCommandRegistry& registry, std::vector<CommandRow> rows);
 
 class CBuiltinCommand final : public CHosted<"command", CBuiltinCommand, CKzIfc_Command, CKzIfc_Attributes>,
                               CHostService {
 public:
-    CBuiltinCommand(std::shared_ptr<CHostCore> core, const CommandRow& row, std::uint32_t tag);
+    CBuiltinCommand(const CommandEnvironmentPtr& environment, std::shared_ptr<const CommandRow> row, std::uint32_t tag);
 
     KzResult cmd_Tag(std::uint32_t* tag) override;
     KzResult cmd_Name(const char** name) override;
@@ -69,7 +83,7 @@ public:
     KzResult cmd_ArgTypeDesc(std::uint32_t index, const char** text) override;
     KzResult cmd_Query(std::uint32_t index, IKzUnknown* values) override;
 
-    std::uint32_t attr_Count() override { return static_cast<std::uint32_t>(m_row.arguments.size()); }
+    std::uint32_t attr_Count() override { return static_cast<std::uint32_t>(m_row->arguments.size()); }
     KzResult attr_Name(std::uint32_t index, const char** name) override;
     KzResult attr_Lookup(const char* name, std::uint32_t* index) override;
     std::uint32_t attr_Type(std::uint32_t index) override { return typeOf(index).storage; }
@@ -86,13 +100,12 @@ public:
     void setSelf(IKzUnknown* self) { m_self = self; }
 
     // For the rows' functions. An argument is known by its name; asking for one that the row lacks is a fault.
-    using CHostService::core;
-    const std::shared_ptr<CHostCore>& shared() const { return sharedCore(); }
+    const CommandEnvironment& environment() const { return *m_environment; }
     bool has(std::string_view argument) const { return m_values[indexOf(argument)].has_value(); }
     std::string text(std::string_view name) const;
     std::optional<std::int32_t> integer(std::string_view name) const;
     bool flag(std::string_view argument) const { return integer(argument).value_or(0) != 0; }
-    const CommandRow& row() const { return m_row; }
+    const CommandRow& row() const { return *m_row; }
     CCommandRun& run() { return m_run; }
 
 private:
@@ -105,7 +118,8 @@ private:
     KzResult setServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& set);
     KzResult refuses(std::uint32_t index, std::string_view text);
 
-    const CommandRow& m_row;
+    CommandEnvironmentPtr m_environment;
+    std::shared_ptr<const CommandRow> m_row;
     std::uint32_t m_tag;
     IKzUnknown* m_self = nullptr;
     CCommandRun m_run;

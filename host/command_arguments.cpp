@@ -1,8 +1,10 @@
 // Giving arguments to any command through its interfaces.
 #include "host/command_arguments.h"
 
-#include "host/server_classes.h"
+#include "host/reasons.h"
 #include "host/text.h"
+#include "host/value_types.h"
+#include "host/values.h"
 
 #include "kz/result.h"
 #include "kz/value.h"
@@ -21,13 +23,13 @@ std::string ownText(KzResult code, const char* text) {
 
 }  // namespace
 
-std::vector<std::string> kzQueryTexts(CHostCore& core, const CKzUser_Command& command, std::uint32_t index,
+std::vector<std::string> kzQueryTexts(CValueTypes& types, const CKzUser_Command& command, std::uint32_t index,
                                       IKzUnknown** array) {
     const CKzUser_Attributes attributes(command.raw());
     const char* type = nullptr;
     if (const KzResult code = attributes.TypeName(index, &type); kzFailed(code)) throw code;
     const auto values =
-        kzMakeArray(core, kzNeedType(core, KZe_CMD_DATATYPE_UNAVAILABLE, "Command.Query", kzTextOf(type)));
+        types.makeArray(types.need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.Query", kzTextOf(type)));
     if (const KzResult code = command.Query(index, values.raw()); kzFailed(code)) throw code;
     std::vector<std::string> texts;
     const CKzUser_ValueArray read(values.raw());
@@ -44,8 +46,8 @@ std::string kzAttributeText(const CKzUser_Attributes& attributes, std::uint32_t 
     return text;
 }
 
-CCommandArguments::CCommandArguments(CHostCore& core, IKzUnknown* command)
-    : m_core(core), m_command(command), m_attributes(command) {
+CCommandArguments::CCommandArguments(CValueTypes& types, IKzUnknown* command)
+    : m_types(types), m_command(command), m_attributes(command) {
     if (!m_command) throw KZe_INVALIDARG;
 }
 
@@ -124,7 +126,7 @@ KzResult CCommandArguments::put(std::uint32_t index, const std::string& text) {
 
 const KzValueType* CCommandArguments::typeOf(std::uint32_t index) const {
     const char* type = nullptr;
-    return kzSucceeded(m_attributes->TypeName(index, &type)) ? kzTypeNamed(m_core, kzTextOf(type)) : nullptr;
+    return kzSucceeded(m_attributes->TypeName(index, &type)) ? m_types.find(kzTextOf(type)) : nullptr;
 }
 
 const KzTextValueHint* CCommandArguments::choicesOf(std::uint32_t index, const KzValueType* type) const {
@@ -158,7 +160,7 @@ std::string CCommandArguments::expected(std::uint32_t index) const {
     if (kzSucceeded(m_command->ArgTypeDesc(index, &text)) && !kzTextOf(text).empty()) return text;
     const KzValueType* known = typeOf(index);
     if (const KzTextValueHint* choices = choicesOf(index, known)) return kzOneOf(choices);
-    return known != nullptr ? kzExpects(m_core, *known) : "what it takes";
+    return known != nullptr ? m_types.expects(*known) : "what it takes";
 }
 
 // "a|b" goes to the value after the present one, where the argument is a toggle.
@@ -172,7 +174,7 @@ std::string CCommandArguments::toggled(std::uint32_t index, const std::string& v
         choices.push_back(value.substr(at, end - at));
         at = end + 1;
     }
-    const std::vector<std::string> present = kzQueryTexts(m_core, m_command, index);
+    const std::vector<std::string> present = kzQueryTexts(m_types, m_command, index);
     for (std::size_t at = 0; at < choices.size() && !present.empty(); ++at) {
         put(index, choices[at]);
         if (kzAttributeText(m_attributes, index) == present.front()) return choices[(at + 1) % choices.size()];

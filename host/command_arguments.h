@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/command_text.h"
+#include "host/served_values.h"
 
 #include "kz/command.h"
 
@@ -10,7 +11,7 @@
 class CCommandArguments {
 public:
     // Throws CommandTextError when the command takes no arguments but some are to be given.
-    CCommandArguments(CHostCore& core, IKzUnknown* command);
+    CCommandArguments(CValueTypes& types, IKzUnknown* command);
 
     // Gives the arguments of a command string; returns the one that is marked for a query. Throws CommandTextError.
     std::optional<std::uint32_t> assign(const std::vector<ArgumentText>& arguments);
@@ -49,13 +50,13 @@ private:
     const KzTextValueHint* choicesOf(std::uint32_t index, const KzValueType* type) const;
     std::string toggled(std::uint32_t index, const std::string& value);
 
-    CHostCore& m_core;
+    CValueTypes& m_types;
     CKzUser_Command m_command;
     CKzUser_Attributes m_attributes;
 };
 
 // The texts of the values that a command answers for one argument.
-std::vector<std::string> kzQueryTexts(CHostCore& core, const CKzUser_Command& command, std::uint32_t index,
+std::vector<std::string> kzQueryTexts(CValueTypes& types, const CKzUser_Command& command, std::uint32_t index,
                                       IKzUnknown** array = nullptr);
 
 // The text of an attribute's value; empty when it has none.

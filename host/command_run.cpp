@@ -3,16 +3,22 @@
 
 #include "host/argument_dialog.h"
 #include "host/command_arguments.h"
+#include "host/command_system.h"
+#include "host/listeners.h"
+#include "host/log_store.h"
+#include "host/message_tables.h"
+#include "host/text.h"
 
+#include "kz/message.h"
 #include "kz/result.h"
 
 KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
                               const std::function<KzResult()>& body) {
     if (flags == ~0U) flags = KZfCMD_EXEC_DEFAULT;
     m_message->msg_Reset();
-    CHostCore& core = *m_core;
-    core.listeners.commands([&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
-    const CCommandSystem::Depth depth(core.commands, flags);
+    const CommandEnvironment& environment = *m_environment;
+    environment.listeners->commands([&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
+    const CCommandSystem::Depth depth(*environment.state, flags);
     KzResult code = KZe_OK;
     std::string text;
     try {
@@ -25,9 +31,9 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
         code = kzCodeOfException();
     }
     if (kzFailed(code)) tell(name, code, text, flags);
-    else if (core.commands.depth() == 1) remember(command, name, flags);
+    else if (environment.state->depth() == 1) remember(command, name, flags);
     const int succeeded = kzSucceeded(code) ? 1 : 0;
-    core.listeners.commands([&](IKzCmdSysListener& each) {
+    environment.listeners->commands([&](IKzCmdSysListener& each) {
         each.ExecuteResult(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0, succeeded);
         each.ExecutePost(command, 0, 0);
     });
@@ -38,10 +44,10 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
 // an answer of its own; a module without opinion is enabled.
 KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
     const auto refuses = [](KzResult code) { return kzFailed(code) && code != KZe_NOTIMPL; };
-    CCommandArguments arguments(*m_core, command);
+    CCommandArguments arguments(*m_environment->types, command);
     if (const KzResult code = arguments.command().Enable(m_message.raw()); refuses(code)) return code;
     arguments.requireEnabled();
-    if (const KzResult code = kzAskArguments(m_core->dialogs, arguments, flags); kzFailed(code)) return code;
+    if (const KzResult code = kzAskArguments(*m_environment->dialogs, arguments, flags); kzFailed(code)) return code;
     arguments.requireGiven();
     const KzResult code = arguments.command().PreExecute();
     return refuses(code) ? code : KZe_OK;
@@ -50,11 +56,11 @@ KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
 // The history holds what users and scripts ran, not what commands run inside.
 void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::uint32_t flags) {
     std::uint32_t what = 0;
-    const CCommandArguments arguments(*m_core, command);
+    const CCommandArguments arguments(*m_environment->types, command);
     if ((flags & KZfCMD_EXEC_NOHISTORY) != 0 ||
         (kzSucceeded(arguments.command().Flags(&what)) && (what & KZfCMD_QUIET) != 0))
         return;
-    m_core->commands.remember(arguments.write(name));
+    m_environment->state->remember(arguments.write(name));
 }
 
 // A command that has put its own reason into the message keeps it.
@@ -68,5 +74,5 @@ void CCommandRun::tell(const std::string& name, KzResult code, const std::string
         m_message->msg_SetArgumentString(2, (text.empty() ? CMessageTables::codeText(code) : text).c_str());
     }
     const CKzUser_Message held(m_message.raw());
-    if ((flags & KZfCMD_EXEC_NOALERTS) == 0) m_core->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
+    if ((flags & KZfCMD_EXEC_NOALERTS) == 0) m_environment->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
 }

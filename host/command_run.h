@@ -1,8 +1,10 @@
 // How any command is executed: who hears of it, where its failure is told, and what is remembered.
 #pragma once
 
+#include "host/command_environment.h"
 #include "host/command_text.h"
-#include "host/core.h"
+#include "host/message.h"
+#include "host/object.h"
 
 #include "kz/command.h"
 
@@ -10,7 +12,7 @@
 
 class CCommandRun {
 public:
-    explicit CCommandRun(std::shared_ptr<CHostCore> core) : m_core(std::move(core)) {}
+    explicit CCommandRun(CommandEnvironmentPtr environment) : m_environment(std::move(environment)) {}
 
     // Calls `body`, which returns a code or throws one or a CommandTextError. The message afterwards says how it went.
     KzResult execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
@@ -22,6 +24,6 @@ private:
     void remember(IKzUnknown* command, const std::string& name, std::uint32_t flags);
     void tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags);
 
-    std::shared_ptr<CHostCore> m_core;
+    CommandEnvironmentPtr m_environment;
     CHostRef<CMessage> m_message = CHostRef<CMessage>::make();
 };

@@ -1,9 +1,18 @@
 // The command service.
-#include "host/command_center.h"
-#include "host/core.h"
-#include "host/server_classes.h"
+#include "host/command_service.h"
+
+#include "host/command_arguments.h"
+#include "host/command_dispatcher.h"
+#include "host/command_system.h"
+#include "host/command_text.h"
+#include "host/object.h"
+#include "host/reasons.h"
+#include "host/served_values.h"
+#include "host/service_base.h"
+#include "host/text.h"
 #include "host/values.h"
 
+#include "kz/message.h"
 #include "kz/result.h"
 
 namespace {
@@ -15,24 +24,25 @@ std::string nameOf(const CKzUser_Command& command) {
 
 class CCommandService final : public CHosted<"command service", CCommandService, CKzIfc_CommandService>, CHostService {
 public:
-    explicit CCommandService(const std::shared_ptr<CHostCore>& core) : CHostService(core), m_center(core) {}
+    CCommandService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandSystem> state, std::shared_ptr<CValueTypes> types)
+        : CHostService(std::move(context)), m_dispatcher(std::move(dispatcher)), m_state(std::move(state)), m_types(std::move(types)) {}
 
     KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override;
     KzResult commandservice_LookupTag(std::uint32_t tag, const char** name) override {
         enter("Command.LookupTag");
-        const auto known = core().commands.nameOf(tag);
+        const auto known = m_state->nameOf(tag);
         if (!known) return KZe_NOTFOUND;
         *name = keep(*known);
         return KZe_OK;
     }
     KzResult commandservice_CommandCount(std::uint32_t* count) override {
         enter("Command.CommandCount");
-        *count = static_cast<std::uint32_t>(m_center.names().size());
+        *count = static_cast<std::uint32_t>(m_dispatcher->registry().names().size());
         return KZe_OK;
     }
     KzResult commandservice_CommandByIndex(std::uint32_t index, const char** name) override {
         enter("Command.CommandByIndex");
-        const std::vector<std::string> names = m_center.names();
+        const std::vector<std::string> names = m_dispatcher->registry().names();
         if (index >= names.size()) return KZe_OUTOFBOUNDS;
         *name = keep(names[index]);
         return KZe_OK;
@@ -45,11 +55,11 @@ public:
                                                const char** rest) override;
     bool commandservice_IsCommand(const char* name) override {
         enter("Command.IsCommand");
-        return m_center.isCommand(std::string(kzTextOf(name)));
+        return m_dispatcher->registry().has(std::string(kzTextOf(name)));
     }
     KzResult commandservice_IsImplicitScript(const char* definition) override {
         enter("Command.IsImplicitScript");
-        return m_center.isScript(kzTextOf(definition)) ? KZe_OK : KZe_NOTFOUND;
+        return m_dispatcher->isScript(kzTextOf(definition)) ? KZe_OK : KZe_NOTFOUND;
     }
     KzResult commandservice_SpawnImplicitScript(const char* definition, IKzUnknown** command) override;
     KzResult commandservice_ParseArgString(IKzUnknown* command, std::uint32_t alertFlags, const char* args) override;
@@ -60,7 +70,7 @@ public:
     KzResult commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) override;
     KzResult commandservice_CreateQueryObject(const char* type, IKzUnknown** values) override {
         enter("Command.CreateQueryObject");
-        return kzMakeArray(core(), kzNeedType(core(), KZe_NOTFOUND, "Command.CreateQueryObject", kzTextOf(type)))
+        return m_types->makeArray(m_types->need(KZe_NOTFOUND, "Command.CreateQueryObject", kzTextOf(type)))
             .give(values);
     }
     KzResult commandservice_Execute(IKzUnknown* command, std::uint32_t flags) override {
@@ -74,23 +84,23 @@ public:
     KzResult commandservice_AliasCreate(const char* alias, const char* definition, std::uint32_t flags) override;
     KzResult commandservice_AliasRemove(const char* alias) override {
         enter("Command.AliasRemove");
-        return m_center.removeAlias(std::string(kzTextOf(alias))) ? KZe_OK : KZe_CMD_NOT_ALIASED;
+        return m_dispatcher->registry().removeAlias(std::string(kzTextOf(alias))) ? KZe_OK : KZe_CMD_NOT_ALIASED;
     }
     KzResult commandservice_AliasLookup(const char* alias, const char** definition) override;
-    std::uint32_t commandservice_ExecDepth() override { return core().commands.depth(); }
+    std::uint32_t commandservice_ExecDepth() override { return m_state->depth(); }
     KzResult commandservice_CurrentExecFlags(std::uint32_t* flags) override {
         enter("Command.CurrentExecFlags");
-        *flags = core().commands.flags();
+        *flags = m_state->flags();
         return KZe_OK;
     }
     KzResult commandservice_HistoryCount(std::uint32_t* count) override {
         enter("Command.HistoryCount");
-        *count = core().commands.historyCount();
+        *count = m_state->historyCount();
         return KZe_OK;
     }
     KzResult commandservice_HistoryByIndex(std::uint32_t index, const char** text) override {
         enter("Command.HistoryByIndex");
-        auto found = core().commands.historyAt(index);
+        auto found = m_state->historyAt(index);
         if (!found) return KZe_OUTOFBOUNDS;
         *text = lend(std::move(*found));
         return KZe_OK;
@@ -102,29 +112,31 @@ private:
         try {
             return action();
         } catch (const CommandTextError& error) {
-            return m_center.report(name, error);
+            return m_dispatcher->report(name, error);
         }
     }
 
-    CCommandCenter m_center;
+    std::shared_ptr<CCommandDispatcher> m_dispatcher;
+    std::shared_ptr<CCommandSystem> m_state;
+    std::shared_ptr<CValueTypes> m_types;
 };
 
 KzResult CCommandService::commandservice_Lookup(const char* name, std::uint32_t* tag) {
     enter("Command.Lookup");
     const std::string wanted(kzTextOf(name));
-    if (!m_center.isCommand(wanted))
+    if (!m_dispatcher->registry().has(wanted))
         return kzBecause(KZe_CMD_UNKNOWN_COMMAND, "Command.Lookup",
-                         [&] { return kzThereIsNo("command", wanted, m_center.names()); });
-    *tag = core().commands.tagOf(wanted);
+                         [&] { return kzThereIsNo("command", wanted, m_dispatcher->registry().names()); });
+    *tag = m_state->tagOf(wanted);
     return KZe_OK;
 }
 
 KzResult CCommandService::commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) {
     enter("Command.Spawn");
-    const std::string wanted = tag != 0 ? core().commands.nameOf(tag).value_or("") : std::string(kzTextOf(name));
+    const std::string wanted = tag != 0 ? m_state->nameOf(tag).value_or("") : std::string(kzTextOf(name));
     return told(wanted, [&] {
         CKzUser_Command made;
-        return m_center.spawn(wanted, made).get(command);
+        return m_dispatcher->registry().spawn(wanted, made).get(command);
     });
 }
 
@@ -134,7 +146,7 @@ KzResult CCommandService::commandservice_SpawnFromString(const char* args, std::
     const MarkedCommand marked = kzStripMarks(0, kzTextOf(args));
     return told(marked.rest.substr(0, marked.rest.find(' ')), [&] {
         CKzUser_Command made;
-        const auto query = m_center.parse(marked.rest, made);
+        const auto query = m_dispatcher->parse(marked.rest, made);
         *flags = marked.flags;
         *queryIndex = query ? static_cast<std::int32_t>(*query) : KZiCMD_QUERYINDEX_NONE;
         return made.get(command);
@@ -151,16 +163,15 @@ KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, 
     if (kzFailed(held.ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
     const CKzUser_Attributes attributes(command);
     const std::string wanted = kzAttributeText(attributes, index);
-    const std::vector<std::string> now = kzQueryTexts(core(), held, index);
+    const std::vector<std::string> now = kzQueryTexts(*m_types, held, index);
     const std::string present = now.empty() ? std::string() : now.front();
     const bool isOn = wanted.empty() ? !present.empty() && present != "0" && present != "false" : present == wanted;
     *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
     const char* type = nullptr;
     attributes.TypeName(index, &type);
     CKzLoc_Unknown made;
-    const KzValueType& known =
-        kzNeedType(core(), KZe_CMD_DATATYPE_UNAVAILABLE, "Command.GetToggleArgState", kzTextOf(type));
-    if (const KzResult code = kzMakeValue(core(), known, made.out()); kzFailed(code)) return code;
+    const KzValueType& known = m_types->need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.GetToggleArgState", kzTextOf(type));
+    if (const KzResult code = m_types->makeValue(known, made.out()); kzFailed(code)) return code;
     if (!now.empty()) kzSetValueText(made.raw(), present.c_str());
     return made.get(value);
 }
@@ -179,7 +190,7 @@ KzResult CCommandService::commandservice_SpawnImplicitScript(const char* definit
     enter("Command.SpawnImplicitScript");
     return told("@", [&] {
         CKzUser_Command made;
-        return m_center.spawnScript(kzTextOf(definition), made).get(command);
+        return m_dispatcher->spawnScript(kzTextOf(definition), made).get(command);
     });
 }
 
@@ -188,7 +199,7 @@ KzResult CCommandService::commandservice_ParseArgString(IKzUnknown* command, std
     enter("Command.ParseArgString");
     const CKzUser_Command held(command);
     return told(nameOf(held), [&] {
-        CCommandArguments(core(), command).assign(kzParseArguments(kzTextOf(args)));
+        CCommandArguments(*m_types, command).assign(kzParseArguments(kzTextOf(args)));
         return KZe_OK;
     });
 }
@@ -199,7 +210,7 @@ KzResult CCommandService::commandservice_ParseAttribObject(IKzUnknown* command, 
     const CKzUser_Attributes given(args);
     if (!given) return KZe_INVALIDARG;
     return told(nameOf(CKzUser_Command(command)), [&] {
-        CCommandArguments arguments(core(), command);
+        CCommandArguments arguments(*m_types, command);
         for (std::uint32_t index = 0; index < given.Count(); ++index) {
             const char* name = nullptr;
             if (const KzResult code = given.Name(index, &name); kzFailed(code)) return code;
@@ -221,21 +232,21 @@ KzResult CCommandService::commandservice_QueryArgString(IKzUnknown* command, std
         // Without a mark the caller goes on to execute the command and parses the string then.
         if (std::none_of(given.begin(), given.end(), [](const ArgumentText& each) { return each.isQuery; }))
             return KZe_CMD_NO_QUERY_MARKED;
-        *queryIndex = CCommandArguments(core(), command).assign(given).value();
-        kzQueryTexts(core(), held, *queryIndex, values);
+        *queryIndex = CCommandArguments(*m_types, command).assign(given).value();
+        kzQueryTexts(*m_types, held, *queryIndex, values);
         return KZe_OK;
     });
 }
 
 KzResult CCommandService::commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) {
     enter("Command.QueryIndex");
-    kzQueryTexts(core(), CKzUser_Command(command), index, values);
+    kzQueryTexts(*m_types, CKzUser_Command(command), index, values);
     return KZe_OK;
 }
 
 KzResult CCommandService::commandservice_ExecuteString(std::uint32_t flags, const char* text, IKzUnknown* message) {
     enter("Command.ExecuteString");
-    const CCommandCenter::Outcome outcome = m_center.perform(kzTextOf(text), flags);
+    const CCommandDispatcher::Outcome outcome = m_dispatcher->perform(kzTextOf(text), flags);
     if (const CKzUser_Message told(message); told && kzFailed(outcome.code)) {
         told.SetCode(outcome.code);
         told.SetMessage("commands", "said", 0);
@@ -247,12 +258,12 @@ KzResult CCommandService::commandservice_ExecuteString(std::uint32_t flags, cons
 KzResult CCommandService::commandservice_ExecuteArgString(std::uint32_t flags, std::int32_t /*queryMode*/,
                                                           const char* args) {
     enter("Command.ExecuteArgString");
-    return m_center.perform(kzTextOf(args), flags).code;
+    return m_dispatcher->perform(kzTextOf(args), flags).code;
 }
 
 KzResult CCommandService::commandservice_ToString(IKzUnknown* command, char* buffer, std::uint32_t length) {
     enter("Command.ToString");
-    const CCommandArguments arguments(core(), command);
+    const CCommandArguments arguments(*m_types, command);
     return kzFillText(arguments.write(nameOf(arguments.command())), buffer, length);
 }
 
@@ -261,12 +272,12 @@ KzResult CCommandService::commandservice_AliasCreate(const char* alias, const ch
     enter("Command.AliasCreate");
     const std::string name(kzTextOf(alias));
     if (name.empty() || name != kzFirstWord(name) || kzTextOf(definition).empty()) return KZe_INVALIDARG;
-    return m_center.addAlias(name, definition) ? KZe_OK : KZe_CMD_ALREADY_EXISTS;
+    return m_dispatcher->registry().addAlias(name, definition) ? KZe_OK : KZe_CMD_ALREADY_EXISTS;
 }
 
 KzResult CCommandService::commandservice_AliasLookup(const char* alias, const char** definition) {
     enter("Command.AliasLookup");
-    const auto known = core().commands.alias(std::string(kzTextOf(alias)));
+    const auto known = m_state->alias(std::string(kzTextOf(alias)));
     if (!known) return KZe_CMD_NOT_ALIASED;
     *definition = lend(*known);
     return KZe_OK;
@@ -274,6 +285,6 @@ KzResult CCommandService::commandservice_AliasLookup(const char* alias, const ch
 
 }  // namespace
 
-IKzUnknown* kzMakeCommandService(const std::shared_ptr<CHostCore>& core) {
-    return CCommandService::polymorph().wrap(std::make_unique<CCommandService>(core));
+IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandSystem> state, std::shared_ptr<CValueTypes> types) {
+    return CCommandService::polymorph().wrap(std::make_unique<CCommandService>(std::move(context), std::move(dispatcher), std::move(state), std::move(types)));
 }

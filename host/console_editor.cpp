@@ -1,7 +1,7 @@
 // A line editor on the terminal.
 #include "host/console_editor.h"
 
-#include "host/command_center.h"
+#include "host/command_dispatcher.h"
 
 #include <editline/readline.h>
 
@@ -106,7 +106,7 @@ std::vector<std::string> kzCompletions(CLineSession& session, CKzHost& host, con
             if (name.starts_with(stem)) matches.push_back(prefix + name);
     };
     if (before > 0 && (line[before - 1] == '"' || line[before - 1] == '\'')) {
-        take(CCommandCenter(host.core().shared_from_this()).names(), "", word);
+        take(host.commands().registry().names(), "", word);
         return matches;
     }
     if (session.isContinued()) return matches;  // asking would become part of the open statement

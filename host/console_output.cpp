@@ -1,6 +1,9 @@
 // Where lines of the log go while the program runs.
 #include "host/console_output.h"
 
+#include "host/log_store.h"
+#include "host/property_table.h"
+#include "host/scripts.h"
 #include "host/text.h"
 
 #include "kz/result.h"
@@ -27,7 +30,7 @@ void writeLine(std::FILE* file, const std::string& text) {
 // An entry that only says which script the entries below it come from.
 bool CConsoleOutput::isHeading(const LogLine& line) {
     if (line.subsystem != scripts || kzFailed(line.level)) return false;
-    return line.depth == 0 || m_core.scripts.takesAsHeading(line.text);
+    return line.depth == 0 || m_host.scripts().takesAsHeading(line.text);
 }
 
 // What a script prints are entries of success below its heading. Remarks in italics, and the lines of a traceback that
@@ -39,7 +42,7 @@ bool CConsoleOutput::isForError(const LogLine& line) {
            line.text.starts_with(italicMark);
 }
 
-bool CConsoleOutput::showsDebug() const { return m_debug || m_core.properties.get("log.debug") == "1"; }
+bool CConsoleOutput::showsDebug() const { return m_debug || m_host.properties().get("log.debug") == "1"; }
 
 void CConsoleOutput::operator()(const LogLine& line) {
     const std::lock_guard lock(m_lock);

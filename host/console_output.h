@@ -2,7 +2,8 @@
 // all of it to a file of JSON lines.
 #pragma once
 
-#include "host/core.h"
+#include "host/kz_host.h"
+#include "host/log_store.h"
 
 #include <cstdio>
 #include <memory>
@@ -11,8 +12,8 @@
 
 class CConsoleOutput {
 public:
-    CConsoleOutput(CHostCore& core, bool quiet, bool debug, std::FILE* out = stdout, std::FILE* error = stderr)
-        : m_core(core), m_quiet(quiet), m_debug(debug), m_out(out), m_error(error) {}
+    CConsoleOutput(CKzHost& host, bool quiet, bool debug, std::FILE* out = stdout, std::FILE* error = stderr)
+        : m_host(host), m_quiet(quiet), m_debug(debug), m_out(out), m_error(error) {}
     void operator()(const LogLine& line);
 
 private:
@@ -20,7 +21,7 @@ private:
     bool isForError(const LogLine& line);
     bool showsDebug() const;
 
-    CHostCore& m_core;
+    CKzHost& m_host;
     bool m_quiet;
     bool m_debug;
     std::FILE* m_out;

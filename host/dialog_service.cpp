@@ -1,54 +1,24 @@
 // The dialog service of a host without windows: messages go to the log, monitors to whoever shows them.
-#include "host/core.h"
+#include "host/dialog_service.h"
+
+#include "host/log_store.h"
+#include "host/message_tables.h"
+#include "host/monitor.h"
+#include "host/monitors.h"
+#include "host/object.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 #include "kz/dialog.h"
+#include "kz/message.h"
 #include "kz/result.h"
-
-#include <algorithm>
 
 namespace {
 
-class CMonitor final : public CHosted<"monitor", CMonitor, CKzIfc_Monitor>, CHostService {
-public:
-    CMonitor(std::shared_ptr<CHostCore> core, std::string title) : CHostService(std::move(core)) {
-        m_state.title = std::move(title);
-        ++this->core().monitors.alive;
-    }
-    ~CMonitor() override { end(); }
-
-    KzResult mon_Initialize(std::uint32_t count) override {
-        enter("Monitor.Initialize");
-        if (count == 0) return KZe_INVALIDARG;
-        m_state.steps = count;
-        m_state.done = 0;
-        return show();
-    }
-    // More steps than announced are no error: the estimate was wrong, the work is what counts.
-    KzResult mon_Increment(std::uint32_t count) override {
-        enter("Monitor.Increment");
-        m_state.done += count;
-        if (m_state.steps != 0) m_state.done = std::min(m_state.done, m_state.steps);
-        return show();
-    }
-    void end() {
-        if (m_state.ended) return;
-        m_state.ended = true;
-        --core().monitors.alive;
-        core().monitors.show(m_state);
-    }
-
-private:
-    KzResult show() {
-        if (!m_state.ended) core().monitors.show(m_state);
-        return core().monitors.aborts() ? KZe_ABORT : KZe_OK;
-    }
-
-    MonitorState m_state;
-};
-
 class CDialogService final : public CHosted<"dialog service", CDialogService, CKzIfc_StdDialogService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors, std::shared_ptr<CLogStore> log)
+        : CHostService(std::move(context)), m_monitors(std::move(monitors)), m_log(std::move(log)) {}
 
     // Nobody is there to answer: the message goes to the log and the answer is the cautious one.
     KzResult stddialogservice_MessageOpen(IKzUnknown* message, std::uint32_t style, const char* help,
@@ -70,7 +40,7 @@ public:
     }
     KzResult stddialogservice_MonitorAllocate(const char* title, IKzUnknown** monitor) override {
         enter("StdDialog.MonitorAllocate");
-        return CHostRef<CMonitor>::make(sharedCore(), std::string(kzTextOf(title))).give(monitor);
+        return CHostRef<CMonitor>::make(context(), m_monitors, std::string(kzTextOf(title))).give(monitor);
     }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown* monitor) override {
         enter("StdDialog.MonitorReleaseObj");
@@ -81,7 +51,7 @@ public:
     }
     KzResult stddialogservice_MonitorDepth(std::uint32_t* depth) override {
         enter("StdDialog.MonitorDepth");
-        *depth = core().monitors.alive;
+        *depth = m_monitors->alive;
         return KZe_OK;
     }
     bool stddialogservice_IsInteractive() override { return false; }
@@ -91,6 +61,9 @@ private:
         enter(operation);
         return KZe_NOTAVAILABLE;
     }
+
+    std::shared_ptr<CMonitorBoard> m_monitors;
+    std::shared_ptr<CLogStore> m_log;
 };
 
 KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::uint32_t style, const char* /*help*/,
@@ -98,7 +71,7 @@ KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::
     enter("StdDialog.MessageOpen");
     const CKzUser_Message held(message);
     if (!held) return KZe_INVALIDARG;
-    core().log->write("dialogs", held->Code(), CMessageTables::textOf(*held.ptr()));
+    m_log->write("dialogs", held->Code(), CMessageTables::textOf(*held.ptr()));
     *answer = style == KZiMSGDIALOG_YESNO      ? KZeMSGDIALOG_NO
               : style == KZiMSGDIALOG_OKCANCEL ? KZeMSGDIALOG_CANCEL
                                                : KZeMSGDIALOG_OK;
@@ -107,6 +80,6 @@ KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::
 
 }  // namespace
 
-IKzUnknown* kzMakeDialogService(const std::shared_ptr<CHostCore>& core) {
-    return CDialogService::polymorph().wrap(std::make_unique<CDialogService>(core));
+IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors, std::shared_ptr<CLogStore> log) {
+    return CDialogService::polymorph().wrap(std::make_unique<CDialogService>(std::move(context), std::move(monitors), std::move(log)));
 }

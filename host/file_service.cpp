@@ -1,7 +1,13 @@
 // The file service: aliases, named places, and simple operations on files.
-#include "host/core.h"
+#include "host/file_service.h"
 
+#include "host/file_table.h"
+#include "host/object.h"
+#include "host/reasons.h"
+#include "host/service_base.h"
+#include "host/text.h"
 #include "host/values.h"
+
 #include "kz/file.h"
 #include "kz/result.h"
 
@@ -50,27 +56,28 @@ std::uint32_t flagsOf(const std::string& path) {
 
 class CFileService final : public CHosted<"file service", CFileService, CKzIfc_FileService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files)
+        : CHostService(std::move(context)), m_files(std::move(files)) {}
 
     KzResult fileservice_ToLocalAlias(const char* path, char* buffer, std::uint32_t length) override {
         enter("File.ToLocalAlias");
-        const auto local = core().files.resolve(kzTextOf(path));
+        const auto local = m_files->resolve(kzTextOf(path));
         return local ? kzFillText(*local, buffer, length) : KZe_NOTFOUND;
     }
     KzResult fileservice_ToHostAlias(const char* path, char* buffer, std::uint32_t length) override {
         enter("File.ToHostAlias");
-        return kzFillText(core().files.shorten(kzTextOf(path)), buffer, length);
+        return kzFillText(m_files->shorten(kzTextOf(path)), buffer, length);
     }
     KzResult fileservice_ToPlatform(const char* path, char* buffer, std::uint32_t length) override {
         enter("File.ToPlatform");
-        const auto local = core().files.expand(kzTextOf(path));
+        const auto local = m_files->expand(kzTextOf(path));
         return local ? kzFillText(*local, buffer, length) : KZe_NOTFOUND;
     }
     KzResult fileservice_ToPortable(const char* path, char* buffer, std::uint32_t length) override;
     KzResult fileservice_FileSystemPath(const char* name, const char** path) override;
     KzResult fileservice_AliasCount(std::uint32_t* count) override {
         enter("File.AliasCount");
-        *count = static_cast<std::uint32_t>(core().files.aliases().size());
+        *count = static_cast<std::uint32_t>(m_files->aliases().size());
         return KZe_OK;
     }
     KzResult fileservice_AliasByIndex(std::uint32_t index, const char** name, const char** path) override;
@@ -83,7 +90,7 @@ public:
     KzResult fileservice_MakeFolder(const char* path) override {
         enter("File.MakeFolder");
         std::error_code error;
-        fs::create_directories(place(path), error);
+        fs::create_directories(m_files->place(path), error);
         return codeOf(error);
     }
     KzResult fileservice_RemoveFile(const char* path) override;
@@ -104,11 +111,13 @@ public:
 private:
     std::string existing(const char* path) const {
         if (kzTextOf(path).empty()) throw KZe_INVALIDARG;
-        const auto local = core().files.resolve(path);
+        const auto local = m_files->resolve(path);
         if (!local) throw KZe_NOTFOUND;
         return *local;
     }
     std::string freeName(const fs::path& folder, const std::string& stem, const std::string& extension) const;
+
+    std::shared_ptr<CFileTable> m_files;
 };
 
 KzResult CFileService::fileservice_ToPortable(const char* path, char* buffer, std::uint32_t length) {
@@ -133,7 +142,7 @@ KzResult CFileService::fileservice_FileSystemPath(const char* name, const char**
 
 KzResult CFileService::fileservice_AliasByIndex(std::uint32_t index, const char** name, const char** path) {
     enter("File.AliasByIndex");
-    const auto all = core().files.aliases();
+    const auto all = m_files->aliases();
     if (index >= all.size()) return KZe_OUTOFBOUNDS;
     *name = keep(all[index].first);
     *path = keep(all[index].second);
@@ -144,7 +153,7 @@ KzResult CFileService::fileservice_AliasSet(const char* name, const char* path) 
     enter("File.AliasSet");
     const std::string_view wanted = kzTextOf(name);
     if (wanted.empty() || wanted.find_first_of(":/") != std::string_view::npos) return KZe_INVALIDARG;
-    core().files.setAlias(std::string(wanted), std::string(kzTextOf(path)));
+    m_files->setAlias(std::string(wanted), std::string(kzTextOf(path)));
     return KZe_OK;
 }
 
@@ -171,7 +180,7 @@ std::string CFileService::freeName(const fs::path& folder, const std::string& st
 KzResult CFileService::fileservice_UniqueName(const char* path, const char* extension, char* buffer,
                                               std::uint32_t length) {
     enter("File.UniqueName");
-    const fs::path wanted = place(path);
+    const fs::path wanted = m_files->place(path);
     return kzFillText(freeName(wanted.parent_path(), wanted.filename().string(), std::string(kzTextOf(extension))),
                       buffer, length);
 }
@@ -206,6 +215,6 @@ KzResult CFileService::fileservice_ReadLines(const char* path, IKzUnknown* /*vis
 
 }  // namespace
 
-IKzUnknown* kzMakeFileService(const std::shared_ptr<CHostCore>& core) {
-    return CFileService::polymorph().wrap(std::make_unique<CFileService>(core));
+IKzUnknown* kzMakeFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files) {
+    return CFileService::polymorph().wrap(std::make_unique<CFileService>(std::move(context), std::move(files)));
 }

@@ -1,6 +1,8 @@
 // Path aliases and what they stand for.
 #include "host/file_table.h"
 
+#include "kz/result.h"
+
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -46,6 +48,13 @@ std::optional<std::string> CFileTable::expand(std::string_view path) const {
     const auto found = m_aliases.find(path.substr(0, colon));
     if (found == m_aliases.end()) return {};
     return joined(found->second, path.substr(colon + 1));
+}
+
+std::string CFileTable::place(const char* path) const {
+    if (path == nullptr || *path == '\0') throw KZe_INVALIDARG;
+    const auto local = expand(path);
+    if (!local) throw KZe_NOTFOUND;
+    return *local;
 }
 
 std::optional<std::string> CFileTable::resolve(std::string_view path) const {

@@ -18,6 +18,8 @@ public:
     // The local path that an aliased one stands for, whether or not anything is there; a path without an alias is
     // itself. Nothing when the alias is unknown.
     std::optional<std::string> expand(std::string_view path) const;
+    // As expand, for a caller's file, which must be named and need not exist; throws INVALIDARG or NOTFOUND.
+    std::string place(const char* path) const;
     // As expand, but only for what exists.
     std::optional<std::string> resolve(std::string_view path) const;
     // The shortest aliased form of a local path; the path itself when no alias covers it.

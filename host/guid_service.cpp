@@ -1,5 +1,10 @@
 // The GUID service: what each identifier of the SDK is called.
-#include "host/core.h"
+#include "host/guid_service.h"
+
+#include "host/object.h"
+#include "host/reasons.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 #include "kz/guid.h"
 #include "kz/result.h"
@@ -76,6 +81,6 @@ public:
 
 }  // namespace
 
-IKzUnknown* kzMakeGuidService(const std::shared_ptr<CHostCore>& core) {
-    return CGuidService::polymorph().wrap(std::make_unique<CGuidService>(core));
+IKzUnknown* kzMakeGuidService(std::shared_ptr<ServiceContext> context) {
+    return CGuidService::polymorph().wrap(std::make_unique<CGuidService>(std::move(context)));
 }

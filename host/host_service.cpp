@@ -1,6 +1,15 @@
 // The host service: modules, servers, and factories for them.
-#include "host/core.h"
+#include "host/host_service.h"
+
+#include "host/file_table.h"
 #include "host/listener_servers.h"
+#include "host/listeners.h"
+#include "host/log_store.h"
+#include "host/modules.h"
+#include "host/object.h"
+#include "host/reasons.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 #include "kz/host.h"
 #include "kz/listener.h"
@@ -12,8 +21,8 @@ namespace {
 
 class CServerFactory final : public CHosted<"factory", CServerFactory, CKzIfc_Factory>, CHostService {
 public:
-    CServerFactory(std::shared_ptr<CHostCore> core, const KzServer& server)
-        : CHostService(std::move(core)), m_server(server) {}
+    CServerFactory(std::shared_ptr<ServiceContext> context, const KzServer& server)
+        : CHostService(std::move(context)), m_server(server) {}
 
     KzResult fac_Name(const char** name) override {
         *name = m_server.name.c_str();
@@ -58,16 +67,17 @@ KzResult CServerFactory::fac_InfoTag(const char* type, const char** value) {
 
 class CHostServiceObject final : public CHosted<"host service", CHostServiceObject, CKzIfc_HostService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CHostServiceObject(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CLogStore> log)
+        : CHostService(std::move(context)), m_modules(std::move(modules)), m_files(std::move(files)), m_listeners(std::move(listeners)), m_log(std::move(log)) {}
 
     KzResult hostservice_ServerCount(const char* type, std::uint32_t* count) override {
         enter("Host.ServerCount");
-        *count = static_cast<std::uint32_t>(core().modules.servers(kzTextOf(type)).size());
+        *count = static_cast<std::uint32_t>(m_modules->servers(kzTextOf(type)).size());
         return KZe_OK;
     }
     KzResult hostservice_ServerByIndex(const char* type, std::uint32_t index, IKzUnknown** server) override {
         enter("Host.ServerByIndex");
-        const auto all = core().modules.servers(kzTextOf(type));
+        const auto all = m_modules->servers(kzTextOf(type));
         return index < all.size() ? giveFactory(all[index], server) : KZe_OUTOFBOUNDS;
     }
     KzResult hostservice_LookupServer(const char* type, const char* name, std::int32_t /*load*/,
@@ -82,7 +92,7 @@ public:
     }
     KzResult hostservice_ModuleCount(std::uint32_t* count) override {
         enter("Host.ModuleCount");
-        *count = static_cast<std::uint32_t>(core().modules.modules().size());
+        *count = static_cast<std::uint32_t>(m_modules->modules().size());
         return KZe_OK;
     }
     KzResult hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) override;
@@ -94,7 +104,7 @@ public:
     KzResult hostservice_ModuleUpdate(const char* name) override;
     KzResult hostservice_DefaultServer(const char* type, IKzUnknown** server) override {
         enter("Host.DefaultServer");
-        const auto all = core().modules.servers(kzTextOf(type));
+        const auto all = m_modules->servers(kzTextOf(type));
         return all.empty() || kzTextOf(type).empty() ? KZe_NOTFOUND : giveFactory(all.front(), server);
     }
     KzResult hostservice_ServerTag(const char* type, const char* name, const char* tag, const char** value) override;
@@ -112,35 +122,40 @@ public:
     }
     bool hostservice_IsServer(const char* type, const char* name) override {
         enter("Host.IsServer");
-        return core().modules.find(kzTextOf(type), kzTextOf(name)).has_value();
+        return m_modules->find(kzTextOf(type), kzTextOf(name)).has_value();
     }
 
 private:
     KzResult giveFactory(const KzServer& server, IKzUnknown** out) const {
-        return CHostRef<CServerFactory>::make(sharedCore(), server).give(out);
+        return CHostRef<CServerFactory>::make(context(), server).give(out);
     }
     KzServer require(const char* type, const char* name) const {
-        const auto found = core().modules.find(kzTextOf(type), kzTextOf(name));
+        const auto found = m_modules->find(kzTextOf(type), kzTextOf(name));
         if (!found)
             throw kzBecause(KZe_NOTFOUND, "Host.Server", [&] {
                 return kzThereIsNo(std::string(kzTextOf(type)) + " server", kzTextOf(name),
-                                   core().modules.servers(kzTextOf(type)), [](const auto& each) { return each.name; });
+                                   m_modules->servers(kzTextOf(type)), [](const auto& each) { return each.name; });
             });
         return *found;
     }
     std::vector<std::string> classes() const;
+
+    std::shared_ptr<CModuleTable> m_modules;
+    std::shared_ptr<CFileTable> m_files;
+    std::shared_ptr<CListenerTable> m_listeners;
+    std::shared_ptr<CLogStore> m_log;
 };
 
 std::vector<std::string> CHostServiceObject::classes() const {
     std::vector<std::string> names;
-    for (const KzServer& server : core().modules.servers())
+    for (const KzServer& server : m_modules->servers())
         if (std::find(names.begin(), names.end(), server.className) == names.end()) names.push_back(server.className);
     return names;
 }
 
 KzResult CHostServiceObject::hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) {
     enter("Host.ModuleByIndex");
-    const auto all = core().modules.modules();
+    const auto all = m_modules->modules();
     if (index >= all.size()) return KZe_OUTOFBOUNDS;
     KzServer row;
     row.name = all[index].first;
@@ -152,22 +167,21 @@ KzResult CHostServiceObject::hostservice_ModuleByIndex(std::uint32_t index, IKzU
 
 KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
     enter("Host.ModuleAdd");
-    const auto file = core().files.resolve(kzTextOf(path));
+    const auto file = m_files->resolve(kzTextOf(path));
     if (!file) return KZe_NOTFOUND;
     std::string why;
-    const CKzLoc_Unknown application(core().application());
-    if (core().modules.load(*file, application.raw(), why)) return KZe_OK;
-    core().log->write("host", KZe_FAILED, why);
+    if (m_modules->load(*file, why)) return KZe_OK;
+    m_log->write("host", KZe_FAILED, why);
     return KZe_FAILED;
 }
 
 KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
     enter("Host.ModuleUpdate");
     const std::string wanted(kzTextOf(name));
-    const KzResult code = kzUpdateModule(core(), wanted);
+    const KzResult code = kzUpdateModule(*m_modules, *m_listeners, *m_log, wanted);
     if (code != KZe_NOTFOUND) return code;
     return kzBecause(code, "Host.ModuleUpdate", [&] {
-        return kzThereIsNo("module", wanted, core().modules.modules(), [](const auto& each) { return each.first; });
+        return kzThereIsNo("module", wanted, m_modules->modules(), [](const auto& each) { return each.first; });
     });
 }
 
@@ -184,6 +198,6 @@ KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char*
 
 }  // namespace
 
-IKzUnknown* kzMakeHostService(const std::shared_ptr<CHostCore>& core) {
-    return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(core));
+IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CLogStore> log) {
+    return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(std::move(context), std::move(modules), std::move(files), std::move(listeners), std::move(log)));
 }

@@ -1,12 +1,21 @@
 // Reading and writing image files: the host's own format, and the loaders and savers that modules offer.
-#include "host/objects/image.h"
+#include "host/image_files.h"
+
+#include "host/listeners.h"
+#include "host/log_store.h"
+#include "host/message.h"
+#include "host/message_tables.h"
+#include "host/modules.h"
+#include "host/monitor.h"
+#include "host/object.h"
 #include "host/objects/png_file.h"
 #include "host/safe_save.h"
-#include "host/server_classes.h"
+#include "host/text.h"
 
 #include "kz/dialog.h"
 #include "kz/image_codec.h"
 #include "kz/loader.h"
+#include "kz/message.h"
 
 #include <fnmatch.h>
 #include <strings.h>
@@ -63,26 +72,6 @@ bool recognises(const CKzUser_Loader& loader, const std::string& path, const CHo
     return loader && kzSucceeded(loader.Recognize(path.c_str(), info.raw())) && info->isImage();
 }
 
-// A monitor of the host's own, where the caller brings none: servers in Python are never given a null object.
-class CProgress {
-public:
-    CProgress(CHostCore& core, const char* title, IKzUnknown* given) : m_monitor(given) {
-        if (given != nullptr) return;
-        m_dialogs.take(core.makeService(KZu_STDDIALOGSERVICE));
-        if (m_dialogs) m_dialogs.MonitorAllocate(title, m_monitor.out());
-    }
-    ~CProgress() {
-        if (m_dialogs) m_dialogs.MonitorReleaseObj(m_monitor.raw());
-    }
-    CProgress(const CProgress&) = delete;
-    CProgress& operator=(const CProgress&) = delete;
-    IKzUnknown* monitor() const { return m_monitor.raw(); }
-
-private:
-    CKzUser_StdDialogService m_dialogs;
-    CKzLoc_Unknown m_monitor;
-};
-
 // The image becomes the host's: whatever its loader does from now on, it can be read, and it can be changed.
 CHostRef<CImage> loadWith(const CKzUser_Loader& loader, const std::string& path, const CHostRef<CLoaderInfo>& info,
                           IKzUnknown* monitor) {
@@ -95,24 +84,6 @@ CHostRef<CImage> loadWith(const CKzUser_Loader& loader, const std::string& path,
     if (kzFailed(code)) throw code;
     if (!target->image()) throw KZe_FAILED;  // it promised one
     return kzCopyImage(target->image().raw(), 0);
-}
-
-CHostRef<CImage> loadServed(CHostCore& core, const std::string& path, IKzUnknown* monitor) {
-    for (const KzServer& server : core.modules.servers(KZa_LOADER)) {
-        if (!mayTake(server, path)) continue;
-        CKzLoc_Unknown made;
-        const CKzUser_Loader loader(CModuleTable::spawn(server, made).raw());
-        const auto info = CHostRef<CLoaderInfo>::make();
-        if (!recognises(loader, path, info)) continue;
-        try {
-            return loadWith(loader, path, info, monitor);
-        } catch (KzResult code) {
-            core.log->write(KZsLOG_IMAGES, code,
-                            path + ": the loader \"" + server.name + "\" failed: " + CMessageTables::codeText(code));
-            throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // somebody has recognised it
-        }
-    }
-    throw KZe_NOTSUPPORTED;
 }
 
 // "saver.dosType" is an extension in whatever letter case.
@@ -128,53 +99,91 @@ bool isPng(const std::string& saver, const std::string& path) {
     return saver.empty() ? strcasecmp(extension.c_str(), ".png") == 0 : strcasecmp(saver.c_str(), "png") == 0;
 }
 
+}  // namespace
+
+// A monitor of the host's own, where the caller brings none: servers in Python are never given a null object.
+class CImageFiles::CProgress {
+public:
+    CProgress(const CImageFiles& files, const char* title, IKzUnknown* monitor) : m_monitor(monitor) {
+        if (monitor != nullptr) return;
+        m_own = CHostRef<CMonitor>::make(files.m_context, files.m_monitors, title);
+        m_monitor.set(m_own.raw());
+    }
+    ~CProgress() {
+        if (m_own) m_own->end();
+    }
+    CProgress(const CProgress&) = delete;
+    CProgress& operator=(const CProgress&) = delete;
+    IKzUnknown* monitor() const { return m_monitor.raw(); }
+
+private:
+    CHostRef<CMonitor> m_own;
+    CKzLoc_Unknown m_monitor;
+};
+
+CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* monitor) const {
+    for (const KzServer& server : m_modules->servers(KZa_LOADER)) {
+        if (!mayTake(server, path)) continue;
+        CKzLoc_Unknown made;
+        const CKzUser_Loader loader(CModuleTable::spawn(server, made).raw());
+        const auto info = CHostRef<CLoaderInfo>::make();
+        if (!recognises(loader, path, info)) continue;
+        try {
+            return loadWith(loader, path, info, monitor);
+        } catch (KzResult code) {
+            m_log->write(KZsLOG_IMAGES, code,
+                            path + ": the loader \"" + server.name + "\" failed: " + CMessageTables::codeText(code));
+            throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // somebody has recognised it
+        }
+    }
+    throw KZe_NOTSUPPORTED;
+}
+
 // Why an image cannot be saved is the saver's to say.
-KzResult verify(CHostCore& core, const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) {
+KzResult CImageFiles::verify(const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) const {
     const auto message = CHostRef<CMessage>::make();
     const KzResult code = saver.Verify(image, message.raw());
     if (!kzFailed(code) || code == KZe_NOTIMPL) return KZe_OK;
     const CKzUser_Message held(message.raw());
-    core.log->write(KZsLOG_IMAGES, code,
+    m_log->write(KZsLOG_IMAGES, code,
                     "the saver \"" + name + "\" refuses the image: " + CMessageTables::reasonOf(*held.ptr(), code));
     return code;
 }
 
-KzResult saveServed(CHostCore& core, IKzUnknown* image, const std::string& path, const std::string& name,
-                    const std::string& file, IKzUnknown* monitor) {
-    for (const KzServer& server : core.modules.servers(KZa_SAVER)) {
+KzResult CImageFiles::saveServed(IKzUnknown* image, const std::string& path, const std::string& name,
+                    const std::string& file, IKzUnknown* monitor) const {
+    for (const KzServer& server : m_modules->servers(KZa_SAVER)) {
         if (name.empty() ? !isFor(server, path) : server.name != name) continue;
         CKzLoc_Unknown made;
         const CKzUser_Saver saver(CModuleTable::spawn(server, made).raw());
         if (!saver) return KZe_NOINTERFACE;
-        const KzResult code = verify(core, saver, server.name, image);
+        const KzResult code = verify(saver, server.name, image);
         return kzFailed(code) ? code : saver.Save(image, file.c_str(), monitor);
     }
     return KZe_NOTSUPPORTED;
 }
 
-}  // namespace
-
-CHostRef<CImage> kzLoadImage(CHostCore& core, const std::string& path, IKzUnknown* monitor) {
+CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor) const {
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
-    const CProgress progress(core, "Loading", monitor);
-    auto image = kzIsPng(path) ? kzLoadPng(path) : loadServed(core, path, progress.monitor());
-    core.listeners.session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    const CProgress progress(*this, "Loading", monitor);
+    auto image = kzIsPng(path) ? kzLoadPng(path) : loadServed(path, progress.monitor());
+    m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
     return image;
 }
 
-KzResult kzSaveImage(CHostCore& core, IKzUnknown* image, const std::string& path, const std::string& saver,
-                     IKzUnknown* monitor) {
+KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std::string& saver,
+                     IKzUnknown* monitor) const {
     if (!CKzUser_Image(image)) return KZe_INVALIDARG;
-    const CProgress progress(core, "Saving", monitor);
+    const CProgress progress(*this, "Saving", monitor);
     CSafeSave file(path);
     KzResult code = KZe_OK;
-    if (!isPng(saver, path)) code = saveServed(core, image, path, saver, file.path(), progress.monitor());
+    if (!isPng(saver, path)) code = saveServed(image, path, saver, file.path(), progress.monitor());
     else if (const auto own = CHostRef<CImage>::of(image)) code = kzSavePng(*own, file.path());
     else code = kzSavePng(*kzCopyImage(image, KZiIMG_FORMAT_RGBA32), file.path());
     if (kzSucceeded(code) && kzFailed(code = file.commit()))
-        core.log->write(KZsLOG_IMAGES, code, path + ": its saver wrote no file that could take its place");
+        m_log->write(KZsLOG_IMAGES, code, path + ": its saver wrote no file that could take its place");
     if (kzSucceeded(code))
-        core.listeners.session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
+        m_listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
     return code;
 }

@@ -2,6 +2,10 @@
 #include "host/line_session.h"
 
 #include "host/interrupt.h"
+#include "host/modules.h"
+#include "host/object.h"
+#include "host/property_table.h"
+#include "host/text.h"
 #include "host/values.h"
 
 #include "kz/result.h"
@@ -63,9 +67,9 @@ KzResult CLineExecution::lin_Info(const char* text) {
 }  // namespace
 
 int CLineSession::open() {
-    CHostCore& core = m_program.host().core();
-    core.properties.set("script.interrupt", "signal");
-    const auto servers = core.modules.servers(KZa_LINEINTERPRETER);
+    CKzHost& host = m_program.host();
+    host.properties().set("script.interrupt", "signal");
+    const auto servers = host.modules().servers(KZa_LINEINTERPRETER);
     if (servers.empty()) {
         CProgram::say("the module offers no line interpreter");
         return exitNoModule;

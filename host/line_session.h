@@ -6,6 +6,10 @@
 
 #include "kz/script.h"
 
+#include <optional>
+#include <string>
+#include <vector>
+
 class CLineSession {
 public:
     explicit CLineSession(CProgram& program) : m_program(program) {}

@@ -1,5 +1,7 @@
 // kzhost servers: what the host knows, as a table.
+#include "host/modules.h"
 #include "host/program.h"
+#include "host/text.h"
 
 #include "kz/module.h"
 
@@ -10,9 +12,9 @@
 
 int kzListServers(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
-    CHostCore& core = program.host().core();
+    CKzHost& host = program.host();
     program.wakeInterpreters();
-    const auto servers = core.modules.servers();
+    const auto servers = host.modules().servers();
     std::size_t classWidth = 5;
     std::size_t nameWidth = 4;
     for (const KzServer& server : servers) {

@@ -5,10 +5,10 @@
 
 #include <string>
 
-class CHostCore;
+class CListenerTable;
+class CLogStore;
+class CModuleTable;
 
-// Reads the servers of a module again and tells who listens. NOTFOUND when there is no such module.
-KzResult kzUpdateModule(CHostCore& core, const std::string& name);
-
-// Makes and attaches those that do not listen yet. One that cannot be made is told in the log and not tried again.
-void kzAttachListenerServers(CHostCore& core);
+// Reads the servers of a module again, makes its new listeners listen, and tells who listens. A listener that cannot be
+// made is told in the log and not tried again. NOTFOUND when there is no such module.
+KzResult kzUpdateModule(CModuleTable& modules, CListenerTable& listeners, CLogStore& log, const std::string& name);

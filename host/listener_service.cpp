@@ -1,5 +1,10 @@
 // The listener service.
-#include "host/core.h"
+#include "host/listener_service.h"
+
+#include "host/listeners.h"
+#include "host/object.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 #include "kz/result.h"
 
@@ -8,15 +13,16 @@ namespace {
 class CListenerService final : public CHosted<"listener service", CListenerService, CKzIfc_ListenerService>,
                                CHostService {
 public:
-    using CHostService::CHostService;
+    CListenerService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CListenerTable> listeners)
+        : CHostService(std::move(context)), m_listeners(std::move(listeners)) {}
 
     KzResult listenerservice_AddListener(IKzUnknown* listener) override {
         enter("Listener.AddListener");
-        return core().listeners.add(listener);
+        return m_listeners->add(listener);
     }
     KzResult listenerservice_RemoveListener(IKzUnknown* listener) override {
         enter("Listener.RemoveListener");
-        return core().listeners.remove(listener);
+        return m_listeners->remove(listener);
     }
     // The host has no ports of its own.
     KzResult listenerservice_FirePort(const char* /*port*/, IKzUnknown* /*argument*/) override {
@@ -29,12 +35,15 @@ public:
     }
     std::uint32_t listenerservice_ListenerCount(const char* type) override {
         enter("Listener.ListenerCount");
-        return static_cast<std::uint32_t>(core().listeners.count(kzTextOf(type)));
+        return static_cast<std::uint32_t>(m_listeners->count(kzTextOf(type)));
     }
+
+private:
+    std::shared_ptr<CListenerTable> m_listeners;
 };
 
 }  // namespace
 
-IKzUnknown* kzMakeListenerService(const std::shared_ptr<CHostCore>& core) {
-    return CListenerService::polymorph().wrap(std::make_unique<CListenerService>(core));
+IKzUnknown* kzMakeListenerService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CListenerTable> listeners) {
+    return CListenerService::polymorph().wrap(std::make_unique<CListenerService>(std::move(context), std::move(listeners)));
 }

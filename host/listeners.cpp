@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -81,6 +82,30 @@ void CListenerTable::moduleUpdated(const char* module) {
 std::vector<CListenerTable::Held> CListenerTable::all() const {
     const std::lock_guard lock(m_lock);
     return m_listeners;
+}
+
+void CListenerTable::log(const std::function<void(IKzLogListener&)>& tell) {
+    thread_local bool isTelling = false;
+    struct Telling {
+        Telling() { isTelling = true; }
+        ~Telling() { isTelling = false; }
+    };
+    if (isTelling || count(KZa_LOGLISTENER) == 0) return;
+    const Telling telling;
+    each<CKzLoc_LogListener>(tell);
+}
+
+void CListenerTable::beginSession() {
+    if (std::exchange(m_inSession, true)) return;
+    session([](IKzSessionListener& listener) { listener.SystemReady(); });
+    commands([](IKzCmdSysListener& listener) { listener.SystemReady(); });
+}
+
+void CListenerTable::endSession() {
+    m_inSession = false;
+    session([](IKzSessionListener& listener) { listener.ShuttingDown(); });
+    session([](IKzSessionListener& listener) { listener.ShutDown(); });
+    clear();
 }
 
 void CListenerTable::clear() {

@@ -28,7 +28,12 @@ public:
     void moduleUpdated(const char* module);
     void session(const std::function<void(IKzSessionListener&)>& tell) { each<CKzLoc_SessionListener>(tell); }
     void commands(const std::function<void(IKzCmdSysListener&)>& tell) { each<CKzLoc_CmdSysListener>(tell); }
-    void log(const std::function<void(IKzLogListener&)>& tell) { each<CKzLoc_LogListener>(tell); }
+    // Not told is what they write to the log themselves while they are told: that would never end.
+    void log(const std::function<void(IKzLogListener&)>& tell);
+    // Tells listeners that everything is there, once.
+    void beginSession();
+    // Tells listeners good-bye and lets go of them, while the modules that made them are still there.
+    void endSession();
     void clear();
 
 private:
@@ -46,4 +51,5 @@ private:
     mutable std::mutex m_lock;
     std::vector<Held> m_listeners;
     std::set<std::string> m_servers;
+    bool m_inSession = false;
 };

@@ -1,5 +1,12 @@
 // The log service.
-#include "host/core.h"
+#include "host/log_service.h"
+
+#include "host/listeners.h"
+#include "host/log_store.h"
+#include "host/message_tables.h"
+#include "host/object.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 #include "kz/message.h"
 #include "kz/result.h"
@@ -48,32 +55,33 @@ const InfoBlockRow* findBlock(std::string_view name) {
 
 class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log, std::shared_ptr<CListenerTable> listeners)
+        : CHostService(std::move(context)), m_log(std::move(log)), m_listeners(std::move(listeners)) {}
 
     KzResult logservice_SubSystemCount(std::uint32_t* count) override {
         enter("Log.SubSystemCount");
-        *count = static_cast<std::uint32_t>(core().log->subsystems().size());
+        *count = static_cast<std::uint32_t>(m_log->subsystems().size());
         return KZe_OK;
     }
     KzResult logservice_SubSystemByIndex(std::uint32_t index, IKzUnknown** subsystem) override {
         enter("Log.SubSystemByIndex");
-        const auto all = core().log->subsystems();
+        const auto all = m_log->subsystems();
         return index < all.size() ? all[index].give(subsystem) : KZe_OUTOFBOUNDS;
     }
     KzResult logservice_SubSystemLookup(const char* name, IKzUnknown** subsystem) override {
         enter("Log.SubSystemLookup");
         if (kzTextOf(name).empty()) return KZe_INVALIDARG;
-        return core().log->subsystem(name).give(subsystem);
+        return m_log->subsystem(name).give(subsystem);
     }
     KzResult logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) override {
         enter("Log.CreateEntry");
-        return core().log->create(level, std::string(kzTextOf(text))).give(entry);
+        return m_log->create(level, std::string(kzTextOf(text))).give(entry);
     }
     KzResult logservice_CreateEntryMessage(IKzUnknown* message, IKzUnknown** entry) override {
         enter("Log.CreateEntryMessage");
         const CKzUser_Message held(message);
         if (!held) return KZe_INVALIDARG;
-        return core().log->create(held->Code(), CMessageTables::textOf(*held.ptr())).give(entry);
+        return m_log->create(held->Code(), CMessageTables::textOf(*held.ptr())).give(entry);
     }
     KzResult logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
                                         IKzUnknown** entry) override;
@@ -84,23 +92,27 @@ public:
     }
     KzResult logservice_DebugOut(std::uint32_t level, const char* text) override {
         enter("Log.DebugOut");
-        core().log->write("debug", level, std::string(kzTextOf(text)));
+        m_log->write("debug", level, std::string(kzTextOf(text)));
         return KZe_OK;
     }
     KzResult logservice_SetMaxEntries(std::uint32_t count) override {
         enter("Log.SetMaxEntries");
-        core().log->setLimit(count);
+        m_log->setLimit(count);
         return KZe_OK;
     }
     std::uint32_t logservice_MaxEntries() override {
         enter("Log.MaxEntries");
-        return core().log->limit();
+        return m_log->limit();
     }
     KzResult logservice_Flush() override {
         enter("Log.Flush");
-        core().tellLog([](IKzLogListener& listener) { listener.Flushed(); });
+        m_listeners->log([](IKzLogListener& listener) { listener.Flushed(); });
         return KZe_OK;  // every line is passed on as it comes
     }
+
+private:
+    std::shared_ptr<CLogStore> m_log;
+    std::shared_ptr<CListenerTable> m_listeners;
 };
 
 KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
@@ -108,13 +120,13 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
     enter("Log.CreateEntryInfo");
     const InfoBlockRow* row = findBlock(kzTextOf(block));
     if (row == nullptr) return KZe_NOTFOUND;
-    const auto made = core().log->create(level, std::string(kzTextOf(text)));
+    const auto made = m_log->create(level, std::string(kzTextOf(text)));
     for (const auto& [name, type] : row->fields) made->logentry_SetInfo(name, "");
     return made.give(entry);
 }
 
 }  // namespace
 
-IKzUnknown* kzMakeLogService(const std::shared_ptr<CHostCore>& core) {
-    return CLogService::polymorph().wrap(std::make_unique<CLogService>(core));
+IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log, std::shared_ptr<CListenerTable> listeners) {
+    return CLogService::polymorph().wrap(std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners)));
 }

@@ -1,6 +1,7 @@
 // kzhost: runs scripts and lines in the reference host.
 #include "host/program.h"
 #include "host/server_verbs.h"
+#include "host/text.h"
 
 #include "kz_version.h"
 

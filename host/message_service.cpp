@@ -1,13 +1,23 @@
 // The message service.
-#include "host/core.h"
+#include "host/message_service.h"
 
+#include "host/log_store.h"
+#include "host/message.h"
+#include "host/message_tables.h"
+#include "host/object.h"
+#include "host/reasons.h"
+#include "host/service_base.h"
+#include "host/text.h"
+
+#include "kz/message.h"
 #include "kz/result.h"
 
 namespace {
 
 class CMessageService final : public CHosted<"message service", CMessageService, CKzIfc_MessageService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log)
+        : CHostService(std::move(context)), m_log(std::move(log)) {}
 
     KzResult messageservice_Allocate(IKzUnknown** message) override {
         enter("Message.Allocate");
@@ -39,7 +49,7 @@ public:
         enter("Message.ReportToLog");
         const CKzUser_Message held(message);
         if (!held || kzTextOf(subsystem).empty()) return KZe_INVALIDARG;
-        core().log->write(subsystem, held->Code(), CMessageTables::textOf(*held.ptr()));
+        m_log->write(subsystem, held->Code(), CMessageTables::textOf(*held.ptr()));
         return KZe_OK;
     }
     KzResult messageservice_Language(const char** code) override {
@@ -47,10 +57,13 @@ public:
         *code = "en_US";
         return KZe_OK;
     }
+
+private:
+    std::shared_ptr<CLogStore> m_log;
 };
 
 }  // namespace
 
-IKzUnknown* kzMakeMessageService(const std::shared_ptr<CHostCore>& core) {
-    return CMessageService::polymorph().wrap(std::make_unique<CMessageService>(core));
+IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log) {
+    return CMessageService::polymorph().wrap(std::make_unique<CMessageService>(std::move(context), std::move(log)));
 }

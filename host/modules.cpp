@@ -63,7 +63,8 @@ std::string kzClassNameOf(const KzGuid& iid) {
     return {};
 }
 
-bool CModuleTable::load(const std::string& path, IKzUnknown* application, std::string& why) {
+bool CModuleTable::load(const std::string& path, std::string& why) {
+    const CKzLoc_Unknown application(m_application);
     auto library = std::make_unique<CLibrary>();
     if (m_closesLibraries) library->closeOnDestruction();
     if (!library->open(path, why)) return false;
@@ -77,7 +78,7 @@ bool CModuleTable::load(const std::string& path, IKzUnknown* application, std::s
         return false;
     }
     const std::string name = std::filesystem::path(path).stem().string();
-    if (const KzResult code = adopt(name, path, object.raw(), application); kzFailed(code)) {
+    if (const KzResult code = adopt(name, path, object.raw(), application.raw()); kzFailed(code)) {
         why = path + ": the module does not take its host (" + kzCodeName(code) + ")";
         return false;
     }

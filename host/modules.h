@@ -49,8 +49,10 @@ using KzTags = std::vector<std::pair<std::string, std::string>>;
 
 class CModuleTable {
 public:
+    // What modules are given as their host, as long as there is one; held by whoever made it.
+    void setApplication(IKzUnknown* application) noexcept { m_application = application; }
     // Loads the file and takes in its module; false with a full sentence in `why`.
-    bool load(const std::string& path, IKzUnknown* application, std::string& why);
+    bool load(const std::string& path, std::string& why);
     // Takes in a module object: gives it the application, reads its servers.
     KzResult adopt(const std::string& name, const std::string& path, IKzUnknown* object, IKzUnknown* application);
     // Takes in how the servers of that module have changed, and adds those that are new to `added`; NOTFOUND when there is
@@ -91,6 +93,7 @@ private:
     void refresh() const;
     void readInner(const Source& outer);
 
+    IKzUnknown* m_application = nullptr;
     mutable std::recursive_mutex m_lock;
     std::vector<std::shared_ptr<Source>> m_sources;
     bool m_closesLibraries = false;

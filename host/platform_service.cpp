@@ -1,5 +1,11 @@
 // The platform service: the machine, the program, and where scripts are imported from.
-#include "host/core.h"
+#include "host/platform_service.h"
+
+#include "host/file_table.h"
+#include "host/import_paths.h"
+#include "host/object.h"
+#include "host/service_base.h"
+#include "host/text.h"
 #include "host/version.h"
 
 #include "kz/platform.h"
@@ -18,7 +24,8 @@ std::string environment(std::string_view name) {
 class CPlatformService final : public CHosted<"platform service", CPlatformService, CKzIfc_PlatformService>,
                                CHostService {
 public:
-    using CHostService::CHostService;
+    CPlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImportPaths> importPaths)
+        : CHostService(std::move(context)), m_files(std::move(files)), m_importPaths(std::move(importPaths)) {}
 
     std::uint32_t platformservice_AppVersion() override { return kzHostVersion; }
     std::uint32_t platformservice_AppBuild() override { return kzHostBuild; }
@@ -35,27 +42,25 @@ public:
     }
     KzResult platformservice_ImportPathCount(std::uint32_t* count) override {
         enter("Platform.ImportPathCount");
-        const std::lock_guard lock(core().importPathLock);
-        *count = static_cast<std::uint32_t>(core().importPaths.size());
+        *count = static_cast<std::uint32_t>(m_importPaths->all().size());
         return KZe_OK;
     }
     KzResult platformservice_ImportPathByIndex(std::uint32_t index, const char** path) override {
         enter("Platform.ImportPathByIndex");
-        const std::lock_guard lock(core().importPathLock);
-        if (index >= core().importPaths.size()) return KZe_OUTOFBOUNDS;
-        *path = keep(core().importPaths[index]);
+        const auto all = m_importPaths->all();
+        if (index >= all.size()) return KZe_OUTOFBOUNDS;
+        *path = keep(all[index]);
         return KZe_OK;
     }
     KzResult platformservice_ImportPathAdd(const char* path) override {
         enter("Platform.ImportPathAdd");
         if (kzTextOf(path).empty()) return KZe_INVALIDARG;
-        const std::lock_guard lock(core().importPathLock);
-        core().importPaths.emplace_back(path);
+        m_importPaths->add(path);
         return KZe_OK;
     }
     KzResult platformservice_PathNameByIndex(std::uint32_t index, const char** name, const char** path) override {
         enter("Platform.PathNameByIndex");
-        const auto aliases = core().files.aliases();
+        const auto aliases = m_files->aliases();
         if (index >= aliases.size()) return KZe_OUTOFBOUNDS;
         *name = keep(aliases[index].first);
         *path = keep(aliases[index].second);
@@ -108,10 +113,13 @@ private:
         enter(operation);
         return KZe_NOTAVAILABLE;
     }
+
+    std::shared_ptr<CFileTable> m_files;
+    std::shared_ptr<CImportPaths> m_importPaths;
 };
 
 }  // namespace
 
-IKzUnknown* kzMakePlatformService(const std::shared_ptr<CHostCore>& core) {
-    return CPlatformService::polymorph().wrap(std::make_unique<CPlatformService>(core));
+IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImportPaths> importPaths) {
+    return CPlatformService::polymorph().wrap(std::make_unique<CPlatformService>(std::move(context), std::move(files), std::move(importPaths)));
 }

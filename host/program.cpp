@@ -1,11 +1,22 @@
 // The program kzhost: setting up its host.
 #include "host/program.h"
 
+#include "host/calls.h"
+#include "host/dialog_board.h"
 #include "host/dialog_prompt.h"
+#include "host/file_table.h"
+#include "host/import_paths.h"
+#include "host/listeners.h"
+#include "host/log_store.h"
+#include "host/modules.h"
+#include "host/monitors.h"
 #include "host/progress_view.h"
+#include "host/property_table.h"
+#include "host/text.h"
 #include "host/version.h"
 
 #include "kz/result.h"
+#include "kz/script.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -25,40 +36,39 @@ void CProgram::say(const std::string& text) {
 // Beside the program lie the folders of an installation: its modules, and the kit with what they need.
 void CProgram::setPaths() {
     const fs::path home = fs::path(CFileTable::programPath()).parent_path().parent_path();
-    CFileTable& files = m_host.core().files;
+    CFileTable& files = m_host.files();
     files.setAlias("program", home.string());
     files.setAlias("kit_Python2_7", (home / "kit" / "Python2_7").string());
     if (const std::string config = kzConfigFolder(); !config.empty()) files.setAlias("scripts", config + "/scripts");
     for (const auto& [name, path] : m_options.aliases) files.setAlias(name, path);
     for (const std::string& path : m_options.importPaths)
-        m_host.core().importPaths.push_back(fs::absolute(path).lexically_normal().string());
+        m_host.importPaths().add(fs::absolute(path).lexically_normal().string());
     if (m_options.plugin.empty()) m_options.plugin = (home / "plugins" / "kzPython2.so").string();
 }
 
 int CProgram::start() {
-    CHostCore& core = m_host.core();
     std::string why;
     if (!m_options.logFile.empty()) {
         if (!m_logFile.open(m_options.logFile, why)) {
             say(why);
             return exitUsage;
         }
-        core.log->addSink([this](const LogLine& line) { m_logFile(line); });
+        m_host.log().addSink([this](const LogLine& line) { m_logFile(line); });
     }
-    const auto console = std::make_shared<CConsoleOutput>(core, m_options.quiet, m_options.trace);
-    core.log->addSink([console](const LogLine& line) { (*console)(line); });
-    core.log->addSink([this](const LogLine& line) {
+    const auto console = std::make_shared<CConsoleOutput>(m_host, m_options.quiet, m_options.trace);
+    m_host.log().addSink([console](const LogLine& line) { (*console)(line); });
+    m_host.log().addSink([this](const LogLine& line) {
         m_startFailed |= line.level == KZe_STARTUP && line.text.ends_with("subsystem failed to start");
     });
     const auto progress = std::make_shared<CProgressView>(stderr, isatty(STDERR_FILENO) != 0);
-    if (!m_options.quiet) core.monitors.setViewer([progress](const MonitorState& state) { (*progress)(state); });
-    core.dialogs.setAsker(kzPromptOnTerminal);
+    if (!m_options.quiet) m_host.monitors().setViewer([progress](const MonitorState& state) { (*progress)(state); });
+    m_host.dialogs().setAsker(kzPromptOnTerminal);
     if (m_options.trace) {
-        core.properties.set("script.trace", "on");
-        core.calls.trace([](std::string_view operation) { say("trace: " + std::string(operation)); });
+        m_host.properties().set("script.trace", "on");
+        m_host.calls().trace([](std::string_view operation) { say("trace: " + std::string(operation)); });
     }
     constexpr std::uint32_t keptEntries = 100000;
-    core.log->setLimit(keptEntries);
+    m_host.log().setLimit(keptEntries);
     setPaths();
     if (m_host.load(m_options.plugin, why)) return exitOk;
     say("the module cannot be loaded: " + why);
@@ -66,7 +76,7 @@ int CProgram::start() {
 }
 
 bool CProgram::wakeInterpreter(const std::string& name) {
-    const auto server = m_host.core().modules.find(KZa_LINEINTERPRETER, name);
+    const auto server = m_host.modules().find(KZa_LINEINTERPRETER, name);
     if (!server) return true;
     try {
         CKzLoc_Unknown interpreter;
@@ -75,10 +85,10 @@ bool CProgram::wakeInterpreter(const std::string& name) {
         say("the interpreter \"" + name + "\" cannot be made: " + kzCodeName(code));
         return false;
     }
-    if (!m_startFailed) m_host.core().beginSession();
+    if (!m_startFailed) m_host.listeners().beginSession();
     return !m_startFailed;
 }
 
 void CProgram::wakeInterpreters() {
-    for (const KzServer& server : m_host.core().modules.servers(KZa_LINEINTERPRETER)) wakeInterpreter(server.name);
+    for (const KzServer& server : m_host.modules().servers(KZa_LINEINTERPRETER)) wakeInterpreter(server.name);
 }

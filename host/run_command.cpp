@@ -1,7 +1,10 @@
 // kzhost cmd: one command string, executed or queried; and kzhost commands.
-#include "host/command_center.h"
+#include "host/command_arguments.h"
+#include "host/command_dispatcher.h"
+#include "host/command_text.h"
 #include "host/interrupt.h"
 #include "host/program.h"
+#include "host/text.h"
 
 #include <fmt/format.h>
 
@@ -11,12 +14,12 @@
 namespace {
 
 // As "name [value?]": optional ones in brackets, a question mark on those that can be queried.
-std::string usageOf(CHostCore& core, const CCommandCenter& center, const std::string& name) {
-    if (const auto definition = core.commands.alias(name)) return "alias of " + *definition;
+std::string usageOf(const CCommandRegistry& registry, const std::string& name) {
+    if (const auto definition = registry.alias(name)) return "alias of " + *definition;
     std::string usage;
     try {
         CKzUser_Command command;
-        const CCommandArguments known(core, center.spawn(name, command).raw());
+        const CCommandArguments known(*registry.environment()->types, registry.spawn(name, command).raw());
         for (std::uint32_t index = 0; index < known.count(); ++index) {
             std::uint32_t flags = 0;
             known.command().ArgFlags(index, &flags);
@@ -38,8 +41,8 @@ int kzRunCommand(CProgram& program, const std::string& text) {
     if (const int status = program.start(); status != exitOk) return status;
     program.wakeInterpreters();
     const CInterruptScope interrupts;
-    const CCommandCenter center(program.host().core().shared_from_this());
-    const CCommandCenter::Outcome outcome = center.perform(text, 0);
+    const CCommandDispatcher& commands = program.host().commands();
+    const CCommandDispatcher::Outcome outcome = commands.perform(text, 0);
     for (const std::string& answer : outcome.answers) fmt::print("{}\n", answer);
     if (kzSucceeded(outcome.code)) return exitOk;
     return CInterruptScope::takeInterrupt() ? exitInterrupted : exitFailed;
@@ -48,12 +51,12 @@ int kzRunCommand(CProgram& program, const std::string& text) {
 int kzListCommands(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
     program.wakeInterpreters();
-    CHostCore& core = program.host().core();
-    const CCommandCenter center(core.shared_from_this());
-    const std::vector<std::string> names = center.names();
+    CKzHost& host = program.host();
+    const CCommandRegistry& registry = host.commands().registry();
+    const std::vector<std::string> names = registry.names();
     std::size_t width = 7;
     for (const std::string& name : names) width = std::max(width, name.size());
     fmt::print("{:<{}}  {}\n", "command", width, "arguments");
-    for (const std::string& name : names) fmt::print("{:<{}}  {}\n", name, width, usageOf(core, center, name));
+    for (const std::string& name : names) fmt::print("{:<{}}  {}\n", name, width, usageOf(registry, name));
     return exitOk;
 }

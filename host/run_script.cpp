@@ -1,6 +1,10 @@
 // kzhost run: one script from start to exit status.
 #include "host/interrupt.h"
+#include "host/message_tables.h"
 #include "host/program.h"
+#include "host/property_table.h"
+#include "host/scripts.h"
+#include "host/text.h"
 
 #include "kz/result.h"
 
@@ -33,12 +37,12 @@ int statusOf(const std::string& path, const ScriptEnd& end) {
 // The name of the server that takes the script. If none of the modules' own does, those count as well that come to be
 // when the interpreters start.
 std::string interpreterName(CProgram& program, const CScript& script) {
-    CHostCore& core = program.host().core();
+    CKzHost& host = program.host();
     CKzLoc_Unknown interpreter;
-    auto server = core.scripts.interpreterFor(core, script, interpreter);
+    auto server = host.scripts().interpreterFor(script, interpreter);
     if (!server) {
         program.wakeInterpreters();
-        server = core.scripts.interpreterFor(core, script, interpreter);
+        server = host.scripts().interpreterFor(script, interpreter);
     }
     return server ? server->name : std::string();
 }
@@ -58,14 +62,14 @@ int kzRunScript(CProgram& program, const std::string& path, const std::vector<st
         return exitUsage;
     }
     if (const int status = program.start(); status != exitOk) return status;
-    CHostCore& core = program.host().core();
+    CKzHost& host = program.host();
     const std::string interpreter = interpreterName(program, *script);
     if (interpreter.empty()) {
         CProgram::say(path + ": no interpreter takes this script; its name should end in .py, or its first line should "
                              "be a comment that names the interpreter, as #python");
         return exitUsage;
     }
-    core.properties.set("script.interrupt", "signal");
+    host.properties().set("script.interrupt", "signal");
     if (!program.wakeInterpreter(interpreter)) {
         CProgram::say(path + ": the interpreter \"" + interpreter + "\" failed to start");
         return exitNoInterpreter;

@@ -1,6 +1,15 @@
 // The script service: finding and running scripts, and the services that scripts may query.
-#include "host/core.h"
-#include "host/queries.h"
+#include "host/script_service.h"
+
+#include "host/file_table.h"
+#include "host/log_store.h"
+#include "host/modules.h"
+#include "host/object.h"
+#include "host/reasons.h"
+#include "host/script_queries.h"
+#include "host/scripts.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 #include "kz/result.h"
 
@@ -8,7 +17,8 @@ namespace {
 
 class CScriptService final : public CHosted<"script service", CScriptService, CKzIfc_ScriptSysService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptState> scripts, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries)
+        : CHostService(std::move(context)), m_scripts(std::move(scripts)), m_modules(std::move(modules)), m_files(std::move(files)), m_log(std::move(log)), m_queries(std::move(queries)) {}
 
     // The host keeps no collections of scripts: they are files.
     KzResult scriptsysservice_ManagerCount(std::uint32_t* count) override {
@@ -27,17 +37,17 @@ public:
     KzResult scriptsysservice_Run(const char* name, std::uint32_t flags, const char* args,
                                   IKzUnknown* message) override {
         enter("ScriptSys.Run");
-        return core().scripts.run(core(), read(name), flags, args, message);
+        return m_scripts->run(read(name), flags, args, message);
     }
     KzResult scriptsysservice_RunText(const char* text, std::uint32_t flags, const char* args,
                                       IKzUnknown* message) override {
         enter("ScriptSys.RunText");
         const auto script = CHostRef<CScript>::make("<text>", std::string(kzTextOf(text)));
-        return core().scripts.run(core(), script, flags, args, message);
+        return m_scripts->run(script, flags, args, message);
     }
     KzResult scriptsysservice_InterpreterCount(std::uint32_t* count) override {
         enter("ScriptSys.InterpreterCount");
-        *count = static_cast<std::uint32_t>(core().modules.servers(KZa_TEXTSCRIPTINTERPRETER).size());
+        *count = static_cast<std::uint32_t>(m_modules->servers(KZa_TEXTSCRIPTINTERPRETER).size());
         return KZe_OK;
     }
     KzResult scriptsysservice_InterpreterByIndex(std::uint32_t index, IKzUnknown** interpreter) override;
@@ -55,21 +65,27 @@ public:
     }
     KzResult scriptsysservice_ServiceQuery(const char* name, IKzUnknown** query) override {
         enter("ScriptSys.ServiceQuery");
-        return kzMakeQuery(sharedCore(), kzTextOf(name), query);
+        return kzMakeQuery(m_queries, kzTextOf(name), query);
     }
     std::uint32_t scriptsysservice_Depth() override {
         enter("ScriptSys.Depth");
-        return static_cast<std::uint32_t>(core().scripts.depth());
+        return static_cast<std::uint32_t>(m_scripts->depth());
     }
 
 private:
     CHostRef<CScript> read(const char* name) const;
+
+    std::shared_ptr<CScriptState> m_scripts;
+    std::shared_ptr<CModuleTable> m_modules;
+    std::shared_ptr<CFileTable> m_files;
+    std::shared_ptr<CLogStore> m_log;
+    std::shared_ptr<const QueryEnvironment> m_queries;
 };
 
 CHostRef<CScript> CScriptService::read(const char* name) const {
     const std::string_view wanted = kzTextOf(name);
     if (wanted.empty()) throw KZe_INVALIDARG;
-    const auto path = kzFindScript(core(), std::string(wanted));
+    const auto path = kzFindScript(*m_files, std::string(wanted));
     if (!path)
         throw kzBecause(KZe_NOTFOUND, "ScriptSys", [&] {
             return "there is no script \"" + std::string(wanted) + "\", neither as a path nor in the folder scripts:";
@@ -77,7 +93,7 @@ CHostRef<CScript> CScriptService::read(const char* name) const {
     std::string problem;
     auto script = kzReadScript(*path, problem);
     if (!script) {
-        core().log->write("scripts", KZe_SCRIPT_ERROR, *path + ": " + problem);
+        m_log->write("scripts", KZe_SCRIPT_ERROR, *path + ": " + problem);
         throw KZe_SCRIPT_ERROR;
     }
     return script;
@@ -85,7 +101,7 @@ CHostRef<CScript> CScriptService::read(const char* name) const {
 
 KzResult CScriptService::scriptsysservice_InterpreterByIndex(std::uint32_t index, IKzUnknown** interpreter) {
     enter("ScriptSys.InterpreterByIndex");
-    const auto all = core().modules.servers(KZa_TEXTSCRIPTINTERPRETER);
+    const auto all = m_modules->servers(KZa_TEXTSCRIPTINTERPRETER);
     if (index >= all.size()) return KZe_OUTOFBOUNDS;
     CKzLoc_Unknown made;
     return CModuleTable::spawn(all[index], made).get(interpreter);
@@ -93,10 +109,10 @@ KzResult CScriptService::scriptsysservice_InterpreterByIndex(std::uint32_t index
 
 KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name, IKzUnknown** interpreter) {
     enter("ScriptSys.LineInterpreterByName");
-    const auto server = core().modules.find(KZa_LINEINTERPRETER, kzTextOf(name));
+    const auto server = m_modules->find(KZa_LINEINTERPRETER, kzTextOf(name));
     if (!server)
         return kzBecause(KZe_NOTFOUND, "ScriptSys.LineInterpreterByName", [&] {
-            return kzThereIsNo("line interpreter", kzTextOf(name), core().modules.servers(KZa_LINEINTERPRETER),
+            return kzThereIsNo("line interpreter", kzTextOf(name), m_modules->servers(KZa_LINEINTERPRETER),
                                [](const auto& each) { return each.name; });
         });
     CKzLoc_Unknown made;
@@ -105,6 +121,6 @@ KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name
 
 }  // namespace
 
-IKzUnknown* kzMakeScriptService(const std::shared_ptr<CHostCore>& core) {
-    return CScriptService::polymorph().wrap(std::make_unique<CScriptService>(core));
+IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptState> scripts, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries) {
+    return CScriptService::polymorph().wrap(std::make_unique<CScriptService>(std::move(context), std::move(scripts), std::move(modules), std::move(files), std::move(log), std::move(queries)));
 }

@@ -1,7 +1,11 @@
 // Script files and how they are run.
 #include "host/scripts.h"
 
-#include "host/core.h"
+#include "host/file_table.h"
+#include "host/log_store.h"
+#include "host/message.h"
+#include "host/message_tables.h"
+#include "host/reasons.h"
 #include "host/text.h"
 
 #include "kz/result.h"
@@ -126,10 +130,10 @@ CHostRef<CScript> kzReadScript(const std::string& path, std::string& problem) {
     return CHostRef<CScript>::make(path, normalised(*raw));
 }
 
-std::optional<std::string> kzFindScript(const CHostCore& core, const std::string& name) {
+std::optional<std::string> kzFindScript(const CFileTable& files, const std::string& name) {
     if (name.empty()) return {};
-    auto path = core.files.resolve(name);
-    if (!path) path = core.files.resolve("scripts:" + name);
+    auto path = files.resolve(name);
+    if (!path) path = files.resolve("scripts:" + name);
     return path;
 }
 
@@ -157,18 +161,16 @@ std::size_t CScriptState::depth() const {
 }
 
 // One that cannot be made takes no script, and keeps no other from it.
-std::optional<KzServer> CScriptState::interpreterFor(const CHostCore& core, const CScript& script,
-                                                     CKzLoc_Unknown& interpreter) const {
+std::optional<KzServer> CScriptState::interpreterFor(const CScript& script, CKzLoc_Unknown& interpreter) const {
     const std::string first = script.header();
-    for (const KzServer& server : core.modules.servers(KZa_TEXTSCRIPTINTERPRETER)) {
+    for (const KzServer& server : m_modules->servers(KZa_TEXTSCRIPTINTERPRETER)) {
         const KzResult code = kzBoundary([&] {
             CModuleTable::spawn(server, interpreter);
             return KZe_OK;
         });
         if (kzFailed(code)) {
-            core.log->write("scripts", code,
-                            "the interpreter \"" + server.name +
-                                "\" cannot be made: " + CMessageTables::codeText(code));
+            m_log->write("scripts", code,
+                            "the interpreter \"" + server.name + "\" cannot be made: " + CMessageTables::codeText(code));
             continue;
         }
         const CKzUser_TextScriptInterpreter held(interpreter.raw());
@@ -181,14 +183,13 @@ std::optional<KzServer> CScriptState::interpreterFor(const CHostCore& core, cons
     return {};
 }
 
-KzResult CScriptState::run(CHostCore& core, const CHostRef<CScript>& script, std::uint32_t flags, const char* args,
-                           IKzUnknown* message) {
+KzResult CScriptState::run(const CHostRef<CScript>& script, std::uint32_t flags, const char* args, IKzUnknown* message) {
     CKzLoc_Unknown interpreter;
-    interpreterFor(core, *script, interpreter);
+    interpreterFor(*script, interpreter);
     const CKzUser_TextScriptInterpreter held(interpreter.raw());
     if (!held)
         return kzBecause(KZe_SCRIPT_UNKNOWN, "Script.Run", [&] {
-            return kzThereIsNo("interpreter for", script->path(), core.modules.servers(KZa_TEXTSCRIPTINTERPRETER),
+            return kzThereIsNo("interpreter for", script->path(), m_modules->servers(KZa_TEXTSCRIPTINTERPRETER),
                                [](const auto& each) { return each.name; });
         });
     {

@@ -12,7 +12,8 @@
 #include <string>
 #include <vector>
 
-class CHostCore;
+class CFileTable;
+class CLogStore;
 
 // A script with its text: line ends are line feeds whatever the file has.
 class CScript final : public CHosted<"script", CScript, CKzIfc_Script> {
@@ -42,7 +43,7 @@ private:
 CHostRef<CScript> kzReadScript(const std::string& path, std::string& problem);
 
 // The file of a script: by its path, with an alias or without, or by its name in the user's script folder.
-std::optional<std::string> kzFindScript(const CHostCore& core, const std::string& name);
+std::optional<std::string> kzFindScript(const CFileTable& files, const std::string& name);
 
 // The arguments as one string, which an interpreter takes apart at blanks; double quotes hold blanks together. There is
 // no escape, so some arguments cannot be said: then nothing, with a full sentence in `problem`.
@@ -51,12 +52,13 @@ std::optional<std::string> kzJoinArguments(const std::vector<std::string>& argum
 // Scripts that run now, the innermost last.
 class CScriptState {
 public:
+    CScriptState(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CLogStore> log)
+        : m_modules(std::move(modules)), m_log(std::move(log)) {}
+
     std::size_t depth() const;
     // The server that takes the script, and an instance of it; neither when none does.
-    std::optional<KzServer> interpreterFor(const CHostCore& core, const CScript& script,
-                                           CKzLoc_Unknown& interpreter) const;
-    KzResult run(CHostCore& core, const CHostRef<CScript>& script, std::uint32_t flags, const char* args,
-                 IKzUnknown* message);
+    std::optional<KzServer> interpreterFor(const CScript& script, CKzLoc_Unknown& interpreter) const;
+    KzResult run(const CHostRef<CScript>& script, std::uint32_t flags, const char* args, IKzUnknown* message);
     // Whether a line of the log is the heading under which a script inside another one reports: the first line while
     // it runs, with its name. Asked once for each line, in order.
     bool takesAsHeading(const std::string& text);
@@ -67,6 +69,8 @@ private:
         std::string name;
         bool hasHeading = false;
     };
+    std::shared_ptr<CModuleTable> m_modules;
+    std::shared_ptr<CLogStore> m_log;
     mutable std::mutex m_lock;
     std::vector<Running> m_running;
 };

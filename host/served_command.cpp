@@ -3,10 +3,11 @@
 
 #include "host/text.h"
 
+#include "kz/message.h"
 #include "kz/result.h"
 
-CServedCommand::CServedCommand(std::shared_ptr<CHostCore> core, IKzUnknown* inner, std::string name, std::uint32_t tag)
-    : CHostService(core), m_inner(inner), m_name(std::move(name)), m_tag(tag), m_run(std::move(core)) {
+CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name, std::uint32_t tag)
+    : CHostService(environment->context), m_inner(inner), m_name(std::move(name)), m_tag(tag), m_run(std::move(environment)) {
     if (!m_inner) throw KZe_NOINTERFACE;
 }
 

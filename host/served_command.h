@@ -2,6 +2,8 @@
 #pragma once
 
 #include "host/command_run.h"
+#include "host/object.h"
+#include "host/service_base.h"
 
 #include "kz/command.h"
 
@@ -9,7 +11,7 @@
 // says how it went, the module's own where it has something to say. Everything else is the module's.
 class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>, CHostService {
 public:
-    CServedCommand(std::shared_ptr<CHostCore> core, IKzUnknown* inner, std::string name, std::uint32_t tag);
+    CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name, std::uint32_t tag);
 
     // Other interfaces, the attributes above all, are the module's own.
     IKzUnknown* subObject(const KzGuid& iid);

@@ -1,5 +1,10 @@
-// Value types that modules serve: the values, their texts and their choices.
-#include "host/server_classes.h"
+// The value types of a host, its own and those that modules serve.
+#include "host/served_values.h"
+
+#include "host/object.h"
+#include "host/reasons.h"
+#include "host/text.h"
+#include "host/value_types.h"
 
 #include "kz/result.h"
 #include "kz/ui_value_hints.h"
@@ -20,42 +25,46 @@ template <class Operation> KzResult convert(IKzUnknown* value, bool nice, const 
 
 }  // namespace
 
-const KzValueType* kzTypeNamed(CHostCore& core, std::string_view name) {
+const KzValueType* CValueTypes::find(std::string_view name) {
     if (const KzValueType* own = kzFindType(name)) return own;
-    const auto server = core.modules.find(KZa_VALUE, name);
+    const auto server = m_modules->find(KZa_VALUE, name);
     if (!server) return nullptr;
-    if (const KzValueType* known = core.servedTypes.find(name)) return known;
+    {
+        const std::lock_guard lock(m_lock);
+        if (const auto known = m_served.find(name); known != m_served.end()) return &known->second;
+    }
     CKzLoc_Unknown made;
     const CKzUser_Value value(CModuleTable::spawn(*server, made).raw());
-    KzValueType type{core.texts.keep(name), value.Type(), {}, {}, {}, true};
-    type.expects = core.texts.keep("a value of the type " + std::string(name));
-    return core.servedTypes.keep(type);
+    KzValueType type{m_texts.keep(name), value.Type(), {}, {}, {}, true};
+    type.expects = m_texts.keep("a value of the type " + std::string(name));
+    const std::lock_guard lock(m_lock);
+    return &m_served.try_emplace(type.name, type).first->second;
 }
 
-std::vector<std::string> kzTypeNames(CHostCore& core) {
+std::vector<std::string> CValueTypes::names() const {
     std::vector<std::string> names;
     for (const KzValueType& type : kzValueTypes()) names.emplace_back(type.name);
-    for (const KzServer& server : core.modules.servers(KZa_VALUE))
+    for (const KzServer& server : m_modules->servers(KZa_VALUE))
         if (std::find(names.begin(), names.end(), server.name) == names.end()) names.push_back(server.name);
     return names;
 }
 
-const KzValueType& kzNeedType(CHostCore& core, KzResult code, const char* place, std::string_view name) {
-    if (const KzValueType* type = kzTypeNamed(core, name)) return *type;
-    throw kzBecause(code, place, [&] { return kzThereIsNo("value type", name, kzTypeNames(core)); });
+const KzValueType& CValueTypes::need(KzResult code, const char* place, std::string_view name) {
+    if (const KzValueType* type = find(name)) return *type;
+    throw kzBecause(code, place, [&] { return kzThereIsNo("value type", name, names()); });
 }
 
-std::string kzExpects(CHostCore& core, const KzValueType& type) {
-    const std::vector<std::string> choices = type.isServed ? kzChoicesOf(core, type.name) : std::vector<std::string>();
-    std::string expected = choices.empty() ? std::string(type.expects) : "one of";
+std::string CValueTypes::expects(const KzValueType& type) const {
+    const std::vector<std::string> offered = type.isServed ? choices(type.name) : std::vector<std::string>();
+    std::string expected = offered.empty() ? std::string(type.expects) : "one of";
     constexpr std::size_t most = 20;
-    for (std::size_t at = 0; at < std::min(choices.size(), most); ++at) expected += " " + choices[at];
-    return choices.size() > most ? expected + " ..." : expected;
+    for (std::size_t at = 0; at < std::min(offered.size(), most); ++at) expected += " " + offered[at];
+    return offered.size() > most ? expected + " ..." : expected;
 }
 
-KzResult kzMakeValue(CHostCore& core, const KzValueType& type, IKzUnknown** value, const KzCell* cell) {
+KzResult CValueTypes::makeValue(const KzValueType& type, IKzUnknown** value, const KzCell* cell) const {
     if (!type.isServed) return CHostRef<CValue>::make(type, cell != nullptr ? *cell : kzEmptyCell(type)).give(value);
-    const auto server = core.modules.find(KZa_VALUE, type.name);
+    const auto server = m_modules->find(KZa_VALUE, type.name);
     if (!server) return KZe_NOTFOUND;
     CKzLoc_Unknown made;
     CModuleTable::spawn(*server, made);
@@ -65,23 +74,24 @@ KzResult kzMakeValue(CHostCore& core, const KzValueType& type, IKzUnknown** valu
     return made.get(value);
 }
 
-CHostRef<CValueArray> kzMakeArray(CHostCore& core, const KzValueType& type) {
-    return CHostRef<CValueArray>::make(
-        type, [held = core.shared_from_this(), &type](IKzUnknown** value) { return kzMakeValue(*held, type, value); });
+CHostRef<CValueArray> CValueTypes::makeArray(const KzValueType& type) const {
+    return CHostRef<CValueArray>::make(type, [held = shared_from_this(), &type](IKzUnknown** value) {
+        return held->makeValue(type, value);
+    });
 }
 
-std::optional<KzCell> kzCellBy(CHostCore& core, const KzValueType& type,
-                               const std::function<KzResult(const CKzUser_Value& value)>& set) {
+std::optional<KzCell> CValueTypes::cellBy(const KzValueType& type,
+                                          const std::function<KzResult(const CKzUser_Value& value)>& set) const {
     CKzLoc_Unknown made;
-    if (const KzResult code = kzMakeValue(core, type, made.out()); kzFailed(code)) throw code;
+    if (const KzResult code = makeValue(type, made.out()); kzFailed(code)) throw code;
     if (kzFailed(set(CKzUser_Value(made.raw())))) return {};
     if (const auto own = CHostRef<CValue>::of(made.raw())) return own->cell();
     return kzValueText(made.raw());
 }
 
-std::optional<KzCell> kzCellOfText(CHostCore& core, const KzValueType& type, std::string_view text) {
+std::optional<KzCell> CValueTypes::cellOfText(const KzValueType& type, std::string_view text) const {
     if (!type.isServed) return kzParseCell(type, text);
-    return kzCellBy(core, type, [wanted = std::string(text)](const CKzUser_Value& value) {
+    return cellBy(type, [wanted = std::string(text)](const CKzUser_Value& value) {
         return kzSetValueText(value.raw(), wanted.c_str());
     });
 }
@@ -94,19 +104,19 @@ KzResult kzDecodeServed(IKzUnknown* value, bool nice, const char* text) {
     return convert(value, nice, [&](const auto& conversion) { return conversion.Decode(text); });
 }
 
-std::vector<std::string> kzChoicesOf(CHostCore& core, std::string_view type) {
-    const auto server = core.modules.find(KZa_VALUE, type);
+std::vector<std::string> CValueTypes::choices(std::string_view type) const {
+    const auto server = m_modules->find(KZa_VALUE, type);
     if (!server) return {};
     CKzLoc_Unknown value;
     CModuleTable::spawn(*server, value);
     const CKzUser_UIValueHints hints(value.raw());
-    std::vector<std::string> choices;
-    if (!hints || (hints.Flags() & KZfVALHINT_POPUPS) == 0) return choices;
+    std::vector<std::string> offered;
+    if (!hints || (hints.Flags() & KZfVALHINT_POPUPS) == 0) return offered;
     constexpr std::uint32_t mostChoices = 10000;  // a count that cannot be meant must not keep the host busy
     const std::uint32_t count = std::min(hints.PopCount(), mostChoices);
     for (std::uint32_t index = 0; index < count; ++index) {
         const char* name = nullptr;
-        if (kzSucceeded(hints.PopInternalName(index, &name))) choices.emplace_back(kzTextOf(name));
+        if (kzSucceeded(hints.PopInternalName(index, &name))) offered.emplace_back(kzTextOf(name));
     }
-    return choices;
+    return offered;
 }

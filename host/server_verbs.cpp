@@ -1,7 +1,13 @@
 // The verbs check, convert and tree.
 #include "host/server_verbs.h"
 
-#include "host/server_classes.h"
+#include "host/image_files.h"
+#include "host/message_tables.h"
+#include "host/modules.h"
+#include "host/object.h"
+#include "host/scripts.h"
+#include "host/text.h"
+#include "host/tree_walk.h"
 
 #include "kz/result.h"
 #include "kz/tree.h"
@@ -38,7 +44,7 @@ int check(CProgram& program, const std::vector<std::string>& files) {
     }
     if (!allReadable(files)) return exitUsage;
     if (const int status = program.start(); status != exitOk) return status;
-    for (const KzServer& server : program.host().core().modules.servers(KZa_TEXTSCRIPTINTERPRETER))
+    for (const KzServer& server : program.host().modules().servers(KZa_TEXTSCRIPTINTERPRETER))
         if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
     const ScriptEnd end = program.host().run(CHostRef<CScript>::make("check.py", checkScript), 0, *joined);
     if (!kzFailed(end.code)) return end.code == 0 ? exitOk : exitFailed;
@@ -49,7 +55,7 @@ int check(CProgram& program, const std::vector<std::string>& files) {
 // Starts everything, servers included.
 int startAll(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
-    for (const KzServer& server : program.host().core().modules.servers(KZa_LINEINTERPRETER))
+    for (const KzServer& server : program.host().modules().servers(KZa_LINEINTERPRETER))
         if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
     return exitOk;
 }
@@ -61,15 +67,15 @@ int failed(const std::string& what, KzResult code) {
 
 int convert(CProgram& program, const std::string& from, const std::string& to) {
     if (const int status = startAll(program); status != exitOk) return status;
-    CHostCore& core = program.host().core();
+    CKzHost& host = program.host();
     CHostRef<CImage> image;
     try {
-        image = kzLoadImage(core, from, nullptr);
+        image = host.images().load(from, nullptr);
     } catch (KzResult code) {
         return failed(code == KZe_NOTSUPPORTED ? from + ": no loader takes this file" : from, code);
     }
     try {
-        if (const KzResult code = kzSaveImage(core, image.raw(), to, {}, nullptr); kzFailed(code)) throw code;
+        if (const KzResult code = host.images().save(image.raw(), to, {}, nullptr); kzFailed(code)) throw code;
     } catch (KzResult code) {
         return failed(code == KZe_NOTSUPPORTED ? to + ": no saver writes such files" : to, code);
     }
@@ -86,7 +92,7 @@ void printRow(const TreeRow& row) {
 
 int printTree(CProgram& program, const std::string& name) {
     if (const int status = startAll(program); status != exitOk) return status;
-    const CModuleTable& modules = program.host().core().modules;
+    const CModuleTable& modules = program.host().modules();
     auto server = modules.find(KZa_TREE, name);
     if (!server) server = modules.find(KZa_TREEVIEW, name);
     if (!server) return failed("there is no tree \"" + name + "\"", KZe_NOTFOUND);

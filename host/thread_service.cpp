@@ -1,5 +1,9 @@
 // The thread service: the global lock, atomic counters, mutexes, groups of jobs and values for each thread.
-#include "host/core.h"
+#include "host/thread_service.h"
+
+#include "host/job_threads.h"
+#include "host/object.h"
+#include "host/service_base.h"
 
 #include "kz/result.h"
 #include "kz/thread.h"
@@ -7,6 +11,13 @@
 #include <algorithm>
 #include <cmath>
 #include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -114,7 +125,7 @@ void CGroupWork::wait() {
 
 class CThreadGroup final : public CHosted<"thread group", CThreadGroup, CKzIfc_ThreadGroup> {
 public:
-    explicit CThreadGroup(std::shared_ptr<CHostCore> core) : m_core(std::move(core)) {}
+    explicit CThreadGroup(std::shared_ptr<CJobThreads> threads) : m_threads(std::move(threads)) {}
     ~CThreadGroup() override { m_work->drop(); }
 
     KzResult threadgroup_AddJob(IKzUnknown* job) override;
@@ -134,7 +145,7 @@ public:
     std::uint32_t threadgroup_RunningCount() override { return m_work->running(); }
 
 private:
-    std::shared_ptr<CHostCore> m_core;
+    std::shared_ptr<CJobThreads> m_threads;
     std::shared_ptr<CGroupWork> m_work = std::make_shared<CGroupWork>();
     std::atomic<std::uint32_t> m_jobCount = 0;
 };
@@ -152,7 +163,7 @@ KzResult CThreadGroup::threadgroup_Execute() {
     for (std::size_t started = 0; started < wanted; ++started) {
         std::function<void()> run = [work = m_work] { work->run(); };
         m_work->enter();
-        if (m_core->jobThreads.start(std::move(run))) continue;
+        if (m_threads->start(std::move(run))) continue;
         m_work->leave();
         return started == 0 ? KZe_NOTAVAILABLE : KZe_OK;  // the threads that did start take all jobs
     }
@@ -240,7 +251,8 @@ void CThreadSlot::free(void* value) noexcept {
 
 class CThreadService final : public CHosted<"thread service", CThreadService, CKzIfc_ThreadService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads)
+        : CHostService(std::move(context)), m_jobThreads(std::move(jobThreads)) {}
 
     KzResult threadservice_CreateMutex(IKzUnknown** mutex) override {
         enter("Thread.CreateMutex");
@@ -248,7 +260,7 @@ public:
     }
     KzResult threadservice_CreateGroup(IKzUnknown** group) override {
         enter("Thread.CreateGroup");
-        return CHostRef<CThreadGroup>::make(sharedCore()).give(group);
+        return CHostRef<CThreadGroup>::make(m_jobThreads).give(group);
     }
     KzResult threadservice_CreateSlot(std::uint32_t size, IKzUnknown* client, IKzUnknown** slot) override {
         enter("Thread.CreateSlot");
@@ -263,7 +275,7 @@ public:
         return counter != nullptr ? std::atomic_ref(*counter).fetch_sub(1) - 1 : 0;
     }
     std::uint32_t threadservice_ProcessorCount() override { return processors(); }
-    bool threadservice_IsMain() override { return std::this_thread::get_id() == core().mainThread; }
+    bool threadservice_IsMain() override { return std::this_thread::get_id() == context()->mainThread; }
     KzResult threadservice_InitThread() override {
         enter("Thread.InitThread");
         return KZe_OK;
@@ -285,6 +297,8 @@ public:
 
 private:
     CThreadMutex m_global;
+
+    std::shared_ptr<CJobThreads> m_jobThreads;
 };
 
 // Runs a piece of work on several threads and gives back the first failure. The calling thread only waits, so that it
@@ -340,6 +354,6 @@ KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
 
 }  // namespace
 
-IKzUnknown* kzMakeThreadService(const std::shared_ptr<CHostCore>& core) {
-    return CThreadService::polymorph().wrap(std::make_unique<CThreadService>(core));
+IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads) {
+    return CThreadService::polymorph().wrap(std::make_unique<CThreadService>(std::move(context), std::move(jobThreads)));
 }

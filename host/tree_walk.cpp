@@ -1,5 +1,7 @@
 // Walking trees that modules serve.
-#include "host/server_classes.h"
+#include "host/tree_walk.h"
+
+#include "host/text.h"
 
 #include "kz/result.h"
 #include "kz/tree.h"

@@ -18,24 +18,6 @@ struct UserValue {
     std::vector<std::string> choices;  // of a choice, by their number
 };
 
-// The value types of modules that were used, each at one address for as long as the host lives.
-class CServedTypes {
-public:
-    const KzValueType* find(std::string_view name) const {
-        const std::lock_guard lock(m_lock);
-        const auto found = m_types.find(name);
-        return found != m_types.end() ? &found->second : nullptr;
-    }
-    const KzValueType* keep(const KzValueType& type) {
-        const std::lock_guard lock(m_lock);
-        return &m_types.try_emplace(type.name, type).first->second;
-    }
-
-private:
-    mutable std::mutex m_lock;
-    std::map<std::string, KzValueType, std::less<>> m_types;
-};
-
 class CUserValues {
 public:
     std::optional<UserValue> find(const std::string& name) const;

@@ -1,7 +1,14 @@
 // The value service: creating values, text hints, conversions and units.
-#include "host/core.h"
-#include "host/queries.h"
-#include "host/server_classes.h"
+#include "host/value_service.h"
+
+#include "host/object.h"
+#include "host/property_table.h"
+#include "host/reasons.h"
+#include "host/script_queries.h"
+#include "host/served_values.h"
+#include "host/service_base.h"
+#include "host/text.h"
+#include "host/value_types.h"
 #include "host/values.h"
 
 #include "kz/result.h"
@@ -20,32 +27,33 @@ bool sameWord(std::string_view left, std::string_view right) {
 
 class CValueService final : public CHosted<"value service", CValueService, CKzIfc_ValueService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypes> types, std::shared_ptr<CPropertyTable> properties, std::shared_ptr<const QueryEnvironment> queries)
+        : CHostService(std::move(context)), m_types(std::move(types)), m_properties(std::move(properties)), m_queries(std::move(queries)) {}
 
     KzResult valueservice_CreateValue(const char* type, IKzUnknown** value) override {
         enter("Value.CreateValue");
-        return kzMakeValue(core(), kzNeedType(core(), KZe_NOTFOUND, "Value.CreateValue", kzTextOf(type)), value);
+        return m_types->makeValue(m_types->need(KZe_NOTFOUND, "Value.CreateValue", kzTextOf(type)), value);
     }
     KzResult valueservice_CreateValueArray(const char* type, IKzUnknown** values) override {
         enter("Value.CreateValueArray");
-        return kzMakeArray(core(), kzNeedType(core(), KZe_NOTFOUND, "Value.CreateValueArray", kzTextOf(type)))
+        return m_types->makeArray(m_types->need(KZe_NOTFOUND, "Value.CreateValueArray", kzTextOf(type)))
             .give(values);
     }
     KzResult valueservice_TypeCount(std::uint32_t* count) override {
         enter("Value.TypeCount");
-        *count = static_cast<std::uint32_t>(kzTypeNames(core()).size());
+        *count = static_cast<std::uint32_t>(m_types->names().size());
         return KZe_OK;
     }
     KzResult valueservice_TypeByIndex(std::uint32_t index, const char** type) override {
         enter("Value.TypeByIndex");
-        const std::vector<std::string> names = kzTypeNames(core());
+        const std::vector<std::string> names = m_types->names();
         if (index >= names.size()) return KZe_OUTOFBOUNDS;
         *type = keep(names[index]);
         return KZe_OK;
     }
     std::uint32_t valueservice_ValueType(const char* type) override {
         enter("Value.ValueType");
-        const KzValueType* known = kzTypeNamed(core(), kzTextOf(type));
+        const KzValueType* known = m_types->find(kzTextOf(type));
         return known != nullptr ? known->storage : static_cast<std::uint32_t>(KZiVALUE_TYPE_UNKNOWN);
     }
     KzResult valueservice_TextHintEncode(std::int32_t value, const KzTextValueHint* hints, char* buffer,
@@ -72,10 +80,15 @@ public:
     KzResult valueservice_SetUnitSystem(const char* system) override;
     KzResult valueservice_UnitSystem(const char** system) override {
         enter("Value.UnitSystem");
-        *system = keep(core().properties.get("units").value_or(unitSystems[0]));
+        *system = keep(m_properties->get("units").value_or(unitSystems[0]));
         return KZe_OK;
     }
     KzResult valueservice_ScriptQuery(IKzUnknown** query) override;
+
+private:
+    std::shared_ptr<CValueTypes> m_types;
+    std::shared_ptr<CPropertyTable> m_properties;
+    std::shared_ptr<const QueryEnvironment> m_queries;
 };
 
 KzResult CValueService::valueservice_TextHintEncode(std::int32_t value, const KzTextValueHint* hints, char* buffer,
@@ -116,8 +129,8 @@ KzResult CValueService::valueservice_Duplicate(IKzUnknown* source, IKzUnknown** 
     if (!held) return KZe_INVALIDARG;
     if (const KzResult code = held->TypeName(&type); kzFailed(code)) return code;
     CKzLoc_Unknown made;
-    const KzValueType& known = kzNeedType(core(), KZe_NOTFOUND, "Value.Duplicate", kzTextOf(type));
-    if (const KzResult code = kzMakeValue(core(), known, made.out()); kzFailed(code)) return code;
+    const KzValueType& known = m_types->need(KZe_NOTFOUND, "Value.Duplicate", kzTextOf(type));
+    if (const KzResult code = m_types->makeValue(known, made.out()); kzFailed(code)) return code;
     const KzResult code = kzCopyValue(made.raw(), source);
     return kzFailed(code) ? code : made.get(value);
 }
@@ -144,7 +157,7 @@ KzResult CValueService::valueservice_SetUnitSystem(const char* system) {
     enter("Value.SetUnitSystem");
     for (const std::string_view known : unitSystems) {
         if (kzTextOf(system) != known) continue;
-        core().properties.set("units", std::string(known));
+        m_properties->set("units", std::string(known));
         return KZe_OK;
     }
     return kzBecause(KZe_INVALIDARG, "Value.SetUnitSystem", [&] {
@@ -154,11 +167,11 @@ KzResult CValueService::valueservice_SetUnitSystem(const char* system) {
 
 KzResult CValueService::valueservice_ScriptQuery(IKzUnknown** query) {
     enter("Value.ScriptQuery");
-    return kzMakeQuery(sharedCore(), "value", query);
+    return kzMakeQuery(m_queries, "value", query);
 }
 
 }  // namespace
 
-IKzUnknown* kzMakeValueService(const std::shared_ptr<CHostCore>& core) {
-    return CValueService::polymorph().wrap(std::make_unique<CValueService>(core));
+IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypes> types, std::shared_ptr<CPropertyTable> properties, std::shared_ptr<const QueryEnvironment> queries) {
+    return CValueService::polymorph().wrap(std::make_unique<CValueService>(std::move(context), std::move(types), std::move(properties), std::move(queries)));
 }

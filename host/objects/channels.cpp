@@ -1,8 +1,10 @@
 // Reading and writing the channels of a scene's items. Nothing is animated here: a value is the same at all times.
+#include "host/object.h"
 #include "host/objects/scene.h"
 
 #include "host/reasons.h"
 #include "host/text.h"
+#include "host/value_types.h"
 #include "host/values.h"
 
 namespace {

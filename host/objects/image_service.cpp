@@ -1,6 +1,11 @@
 // The image service: makes images, copies and compares them, reads and writes their files.
-#include "host/core.h"
-#include "host/server_classes.h"
+#include "host/objects/image_service.h"
+
+#include "host/file_table.h"
+#include "host/image_files.h"
+#include "host/object.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,7 +14,8 @@ namespace {
 
 class CImageService final : public CHosted<"image service", CImageService, CKzIfc_ImageService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImageFiles> images)
+        : CHostService(std::move(context)), m_files(std::move(files)), m_images(std::move(images)) {}
 
     KzResult imageservice_Create(std::int32_t width, std::int32_t height, std::uint32_t format, std::uint32_t /*flags*/,
                                  IKzUnknown** image) override {
@@ -22,11 +28,11 @@ public:
     }
     KzResult imageservice_Load(const char* path, IKzUnknown* monitor, IKzUnknown** image) override {
         enter("Image.Load");
-        return kzLoadImage(core(), place(path), monitor).give(image);
+        return m_images->load(m_files->place(path), monitor).give(image);
     }
     KzResult imageservice_Save(IKzUnknown* image, const char* path, const char* saver, IKzUnknown* monitor) override {
         enter("Image.Save");
-        return kzSaveImage(core(), image, place(path), std::string(kzTextOf(saver)), monitor);
+        return m_images->save(image, m_files->place(path), std::string(kzTextOf(saver)), monitor);
     }
     KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                std::int32_t height, IKzUnknown** image) override;
@@ -38,6 +44,10 @@ public:
         const auto known = PixelFormat::of(format);
         return known ? static_cast<std::uint32_t>(known->bytes()) : 0;
     }
+
+private:
+    std::shared_ptr<CFileTable> m_files;
+    std::shared_ptr<CImageFiles> m_images;
 };
 
 KzResult CImageService::imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
@@ -91,6 +101,6 @@ KzResult CImageService::imageservice_Compare(IKzUnknown* first, IKzUnknown* seco
 
 }  // namespace
 
-IKzUnknown* kzMakeImageService(const std::shared_ptr<CHostCore>& core) {
-    return CImageService::polymorph().wrap(std::make_unique<CImageService>(core));
+IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImageFiles> images) {
+    return CImageService::polymorph().wrap(std::make_unique<CImageService>(std::move(context), std::move(files), std::move(images)));
 }

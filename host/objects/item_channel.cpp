@@ -1,7 +1,9 @@
 // One channel of an item: what it is like, and describing a new one.
+#include "host/object.h"
 #include "host/objects/scene.h"
 
 #include "host/text.h"
+#include "host/value_types.h"
 #include "host/values.h"
 
 namespace {

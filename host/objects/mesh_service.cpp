@@ -1,6 +1,11 @@
 // The mesh service: makes meshes, and tells what types of polygons and maps there are.
-#include "host/core.h"
+#include "host/objects/mesh_service.h"
+
+#include "host/object.h"
 #include "host/objects/scene.h"
+#include "host/reasons.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 namespace {
 
@@ -71,6 +76,6 @@ public:
 
 }  // namespace
 
-IKzUnknown* kzMakeMeshService(const std::shared_ptr<CHostCore>& core) {
-    return CMeshService::polymorph().wrap(std::make_unique<CMeshService>(core));
+IKzUnknown* kzMakeMeshService(std::shared_ptr<ServiceContext> context) {
+    return CMeshService::polymorph().wrap(std::make_unique<CMeshService>(std::move(context)));
 }

@@ -1,6 +1,8 @@
 // Images in PNG files.
 #include "host/objects/png_file.h"
 
+#include "host/object.h"
+
 #include <fstream>
 #include <memory>
 #include <png.h>

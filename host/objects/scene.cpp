@@ -1,6 +1,7 @@
 // Scenes: their items by type, name and identifier.
 #include "host/objects/scene.h"
 
+#include "host/object.h"
 #include "host/reasons.h"
 #include "host/text.h"
 

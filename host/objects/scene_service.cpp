@@ -1,51 +1,58 @@
 // The scene service: makes, finds and closes scenes, and knows all item types.
-#include "host/core.h"
+#include "host/objects/scene_service.h"
+
+#include "host/object.h"
 #include "host/objects/scene.h"
+#include "host/open_scenes.h"
+#include "host/reasons.h"
+#include "host/service_base.h"
+#include "host/text.h"
 
 namespace {
 
 class CSceneService final : public CHosted<"scene service", CSceneService, CKzIfc_SceneService>, CHostService {
 public:
-    using CHostService::CHostService;
+    CSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes)
+        : CHostService(std::move(context)), m_scenes(std::move(scenes)) {}
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
         enter("Scene.Create");
-        core().scenes.push_back(CScene::open(std::string(kzTextOf(name))));
-        return core().scenes.back().give(scene);
+        m_scenes->list.push_back(CScene::open(std::string(kzTextOf(name))));
+        return m_scenes->list.back().give(scene);
     }
     KzResult sceneservice_Close(IKzUnknown* scene) override {
         enter("Scene.Close");
         const auto closed = kzOwn<CScene>(scene);
-        if (std::erase_if(core().scenes, [&](const auto& open) { return open.object() == closed.object(); }) == 0)
+        if (std::erase_if(m_scenes->list, [&](const auto& open) { return open.object() == closed.object(); }) == 0)
             return KZe_NOTFOUND;
         closed->close();
         return KZe_OK;
     }
     std::uint32_t sceneservice_Count() override {
         enter("Scene.Count");
-        return static_cast<std::uint32_t>(core().scenes.size());
+        return static_cast<std::uint32_t>(m_scenes->list.size());
     }
     KzResult sceneservice_ByIndex(std::uint32_t index, IKzUnknown** scene) override {
         enter("Scene.ByIndex");
-        return index < core().scenes.size() ? core().scenes[index].give(scene) : KZe_OUTOFBOUNDS;
+        return index < m_scenes->list.size() ? m_scenes->list[index].give(scene) : KZe_OUTOFBOUNDS;
     }
     KzResult sceneservice_Lookup(const char* path, IKzUnknown** scene) override {
         enter("Scene.Lookup");
-        for (const auto& open : core().scenes)
+        for (const auto& open : m_scenes->list)
             if (!open->filename().empty() && open->filename() == kzTextOf(path)) return open.give(scene);
         return kzBecause(KZe_NOTFOUND, "Scene.Lookup", [&] {
-            return kzThereIsNo("open scene", kzTextOf(path), core().scenes,
+            return kzThereIsNo("open scene", kzTextOf(path), m_scenes->list,
                                [](const auto& open) { return open->filename(); });
         });
     }
     KzResult sceneservice_Current(IKzUnknown** scene) override {
         enter("Scene.Current");
-        return core().scenes.empty() ? KZe_NOTFOUND : core().scenes.back().give(scene);
+        return m_scenes->list.empty() ? KZe_NOTFOUND : m_scenes->list.back().give(scene);
     }
     KzResult sceneservice_SetCurrent(IKzUnknown* scene) override {
         enter("Scene.SetCurrent");
         const auto wanted = kzOwn<CScene>(scene);
-        auto& open = core().scenes;
+        auto& open = m_scenes->list;
         const auto found =
             std::find_if(open.begin(), open.end(), [&](const auto& each) { return each.object() == wanted.object(); });
         if (found == open.end()) return KZe_NOTFOUND;
@@ -137,10 +144,12 @@ private:
         write.set(made.raw());
         return write.Vector(locator, item.channelIndex(firstChannel), value);
     }
+
+    std::shared_ptr<OpenScenes> m_scenes;
 };
 
 }  // namespace
 
-IKzUnknown* kzMakeSceneService(const std::shared_ptr<CHostCore>& core) {
-    return CSceneService::polymorph().wrap(std::make_unique<CSceneService>(core));
+IKzUnknown* kzMakeSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes) {
+    return CSceneService::polymorph().wrap(std::make_unique<CSceneService>(std::move(context), std::move(scenes)));
 }

@@ -2,6 +2,7 @@
 #include "tests/sdk/described.h"
 #include "tests/support/host_test.h"
 
+#include "host/service_registry.h"
 #include "host/text.h"
 
 #include "kz/channel.h"
@@ -34,8 +35,8 @@ class HostObjects {
 public:
     explicit HostObjects(CKzHost& host) {
         IKzUnknown* application = host.application();
-        for (const std::string& name : host.core().serviceNames())
-            *add(name + " service") = host.core().makeService(*host.core().serviceByName(name));
+        for (const std::string& name : host.services().names())
+            *add(name + " service") = host.services().make(*host.services().find(name));
         const ServiceOf<CKzUser_CommandService> commands(application);
         const ServiceOf<CKzUser_LogService> log(application);
         const ServiceOf<CKzUser_SceneService> scenes(application);

@@ -1,26 +1,28 @@
-// Finding, spawning, parsing, executing and querying commands by their strings.
+// Parsing, executing and querying commands by their strings.
 #pragma once
 
 #include "host/command_arguments.h"
-#include "host/core.h"
+#include "host/command_registry.h"
 
 #include "kz/command.h"
-#include "kz/value.h"
 
-class CCommandCenter {
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class CFileTable;
+class CScriptState;
+
+class CCommandDispatcher {
 public:
-    explicit CCommandCenter(std::shared_ptr<CHostCore> core) : m_core(std::move(core)) {}
+    CCommandDispatcher(std::shared_ptr<CCommandRegistry> registry, std::shared_ptr<CFileTable> files,
+                       std::shared_ptr<CScriptState> scripts)
+        : m_registry(std::move(registry)), m_files(std::move(files)), m_scripts(std::move(scripts)) {}
 
-    // Every command by name: the host's, the modules', and aliases.
-    std::vector<std::string> names() const;
-    bool isCommand(const std::string& name) const;
+    const CCommandRegistry& registry() const { return *m_registry; }
 
-    // Whoever listens is told. False when the name is taken already, or is no alias.
-    bool addAlias(const std::string& alias, const std::string& definition) const;
-    bool removeAlias(const std::string& alias) const;
-
-    // A new command of that name, or of that command string's first word. Throws CommandTextError.
-    CKzUser_Command& spawn(std::string_view text, CKzUser_Command& command) const;
     // A whole string without its marks: spawns and gives the arguments; what is marked for a query.
     std::optional<std::uint32_t> parse(std::string_view text, CKzUser_Command& command) const;
 
@@ -41,8 +43,11 @@ public:
     KzResult report(const std::string& name, const CommandTextError& error) const;
 
 private:
+    CValueTypes& types() const;
     std::string scriptOf(std::string_view text, std::string_view* rest = nullptr) const;
     Outcome performCommand(const MarkedCommand& marked) const;
 
-    std::shared_ptr<CHostCore> m_core;
+    std::shared_ptr<CCommandRegistry> m_registry;
+    std::shared_ptr<CFileTable> m_files;
+    std::shared_ptr<CScriptState> m_scripts;
 };

@@ -1,0 +1,10 @@
+// The host's own commands that concern modules and their servers.
+#pragma once
+
+#include <memory>
+
+class CCommandRegistry;
+class CModuleTable;
+class CScriptState;
+
+void kzAddBuiltinServerCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules, const std::shared_ptr<CScriptState>& scripts);
