@@ -4,6 +4,7 @@
 #include "host/builtin_command.h"
 #include "host/command_system.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -55,9 +56,11 @@ template <class Function> auto withRegistry(const std::shared_ptr<CCommandRegist
 
 void kzAddAliasCommands(const std::shared_ptr<CCommandRegistry>& registry) {
     kzAddCommands(*registry, {
-    {KZsCMD_ALIAS_ADD, "Add Alias", "lets a name stand for a command string", KZfCMD_UI, aliasArguments, withRegistry(registry, addAlias),
-     queryAlias},
-    {KZsCMD_HISTORY, "History", "what ran before", KZfCMD_UI, historyArguments, kzOnlyQueried, queryHistory},
-    {KZsCMD_ALIAS_REMOVE, "Remove Alias", "takes a name back", KZfCMD_UI, unaliasArguments, withRegistry(registry, removeAlias)},
-    });
+                                 {KZsCMD_ALIAS_ADD, "Add Alias", "lets a name stand for a command string", KZfCMD_UI,
+                                  aliasArguments, withRegistry(registry, addAlias), queryAlias},
+                                 {KZsCMD_HISTORY, "History", "what ran before", KZfCMD_UI, historyArguments,
+                                  kzOnlyQueried, queryHistory},
+                                 {KZsCMD_ALIAS_REMOVE, "Remove Alias", "takes a name back", KZfCMD_UI, unaliasArguments,
+                                  withRegistry(registry, removeAlias)},
+                             });
 }

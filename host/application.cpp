@@ -24,8 +24,11 @@ namespace {
 class CApplication final : public CHosted<"application", CApplication, CKzIfc_ApplicationService, CKzIfc_Description>,
                            CHostService {
 public:
-    CApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services, std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log, std::shared_ptr<CPropertyTable> properties)
-        : CHostService(std::move(context)), m_services(std::move(services)), m_queries(std::move(queries)), m_log(std::move(log)), m_properties(std::move(properties)) {}
+    CApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
+                 std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
+                 std::shared_ptr<CPropertyTable> properties)
+        : CHostService(std::move(context)), m_services(std::move(services)), m_queries(std::move(queries)),
+          m_log(std::move(log)), m_properties(std::move(properties)) {}
 
     // Where the support layer finds the services.
     IKzUnknown* subObject(const KzGuid& iid) { return m_services->make(iid); }
@@ -93,6 +96,9 @@ KzResult CApplication::applicationservice_Property(const char* name, const char*
 
 }  // namespace
 
-IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services, std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log, std::shared_ptr<CPropertyTable> properties) {
-    return CApplication::polymorph().wrap(std::make_unique<CApplication>(std::move(context), std::move(services), std::move(queries), std::move(log), std::move(properties)));
+IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
+                              std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
+                              std::shared_ptr<CPropertyTable> properties) {
+    return CApplication::polymorph().wrap(std::make_unique<CApplication>(
+        std::move(context), std::move(services), std::move(queries), std::move(log), std::move(properties)));
 }

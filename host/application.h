@@ -10,4 +10,6 @@ class CServiceRegistry;
 struct QueryEnvironment;
 struct ServiceContext;
 
-IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services, std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log, std::shared_ptr<CPropertyTable> properties);
+IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
+                              std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
+                              std::shared_ptr<CPropertyTable> properties);

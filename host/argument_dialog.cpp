@@ -6,6 +6,7 @@
 #include "host/dialog_board.h"
 #include "host/text.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
 
 #include <algorithm>

@@ -142,7 +142,8 @@ KzResult CBuiltinCommand::cmd_Query(std::uint32_t index, IKzUnknown* values) {
     enter("Command.Query");
     const CKzUser_ValueArray target(values);
     if (!target) return KZe_INVALIDARG;
-    if (m_row->query == nullptr || (argument(index).flags & KZfCMDARG_QUERY) == 0) return KZe_CMD_ARGUMENT_NOT_QUERYABLE;
+    if (m_row->query == nullptr || (argument(index).flags & KZfCMDARG_QUERY) == 0)
+        return KZe_CMD_ARGUMENT_NOT_QUERYABLE;
     for (const std::string& text : m_row->query(*this, index))
         if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) return code;
     return KZe_OK;

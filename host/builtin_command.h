@@ -48,7 +48,8 @@ inline constexpr std::uint32_t kzQueryable = KZfCMDARG_QUERY;
 
 // A row's function that is given the state that it works on in front of its other arguments.
 template <class Function, class... State> auto kzWith(Function function, const std::shared_ptr<State>&... state) {
-    return [function, state...](CBuiltinCommand& command, auto... rest) { return function(*state..., command, rest...); };
+    return
+        [function, state...](CBuiltinCommand& command, auto... rest) { return function(*state..., command, rest...); };
 }
 
 // Ends a command with a code and a full sentence.

@@ -11,6 +11,7 @@
 #include "host/object.h"
 #include "host/scripts.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -53,17 +54,20 @@ void reloadServers(CScriptState& scripts, CBuiltinCommand& command) {
 
 }  // namespace
 
-void kzAddBuiltinServerCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules, const std::shared_ptr<CScriptState>& scripts) {
-    kzAddCommands(registry, {
-    {KZsCMD_MODULE_UPDATE, "Update Module", "reads a module's servers again", KZfCMD_UI, moduleUpdateArguments,
-     kzWith(updateModule, modules, registry.environment()->listeners, registry.environment()->log)},
-    {KZsCMD_SERVER_LIST, "Servers", "what the loaded modules offer", KZfCMD_UI, serverListArguments, kzOnlyQueried,
-     kzWith(queryServers, modules)},
-    {"server.reload",
-     "Reload Servers",
-     "takes in server files that are new or have changed",
-     KZfCMD_UI,
-     {},
-     kzWith(reloadServers, scripts)},
-    });
+void kzAddBuiltinServerCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
+                                const std::shared_ptr<CScriptState>& scripts) {
+    kzAddCommands(
+        registry,
+        {
+            {KZsCMD_MODULE_UPDATE, "Update Module", "reads a module's servers again", KZfCMD_UI, moduleUpdateArguments,
+             kzWith(updateModule, modules, registry.environment()->listeners, registry.environment()->log)},
+            {KZsCMD_SERVER_LIST, "Servers", "what the loaded modules offer", KZfCMD_UI, serverListArguments,
+             kzOnlyQueried, kzWith(queryServers, modules)},
+            {"server.reload",
+             "Reload Servers",
+             "takes in server files that are new or have changed",
+             KZfCMD_UI,
+             {},
+             kzWith(reloadServers, scripts)},
+        });
 }

@@ -7,4 +7,5 @@ class CCommandRegistry;
 class CModuleTable;
 class CScriptState;
 
-void kzAddBuiltinServerCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules, const std::shared_ptr<CScriptState>& scripts);
+void kzAddBuiltinServerCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
+                                const std::shared_ptr<CScriptState>& scripts);

@@ -28,8 +28,7 @@ std::vector<std::string> kzQueryTexts(CValueTypes& types, const CKzUser_Command&
     const CKzUser_Attributes attributes(command.raw());
     const char* type = nullptr;
     if (const KzResult code = attributes.TypeName(index, &type); kzFailed(code)) throw code;
-    const auto values =
-        types.makeArray(types.need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.Query", kzTextOf(type)));
+    const auto values = types.makeArray(types.need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.Query", kzTextOf(type)));
     if (const KzResult code = command.Query(index, values.raw()); kzFailed(code)) throw code;
     std::vector<std::string> texts;
     const CKzUser_ValueArray read(values.raw());

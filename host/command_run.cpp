@@ -17,7 +17,8 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
     if (flags == ~0U) flags = KZfCMD_EXEC_DEFAULT;
     m_message->msg_Reset();
     const CommandEnvironment& environment = *m_environment;
-    environment.listeners->commands([&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
+    environment.listeners->commands(
+        [&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
     const CCommandSystem::Depth depth(*environment.state, flags);
     KzResult code = KZe_OK;
     std::string text;
@@ -74,5 +75,6 @@ void CCommandRun::tell(const std::string& name, KzResult code, const std::string
         m_message->msg_SetArgumentString(2, (text.empty() ? CMessageTables::codeText(code) : text).c_str());
     }
     const CKzUser_Message held(m_message.raw());
-    if ((flags & KZfCMD_EXEC_NOALERTS) == 0) m_environment->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
+    if ((flags & KZfCMD_EXEC_NOALERTS) == 0)
+        m_environment->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
 }

@@ -12,6 +12,7 @@
 #include "host/text.h"
 #include "host/values.h"
 
+#include "kz/command.h"
 #include "kz/message.h"
 #include "kz/result.h"
 
@@ -24,8 +25,10 @@ std::string nameOf(const CKzUser_Command& command) {
 
 class CCommandService final : public CHosted<"command service", CCommandService, CKzIfc_CommandService>, CHostService {
 public:
-    CCommandService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandSystem> state, std::shared_ptr<CValueTypes> types)
-        : CHostService(std::move(context)), m_dispatcher(std::move(dispatcher)), m_state(std::move(state)), m_types(std::move(types)) {}
+    CCommandService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CCommandDispatcher> dispatcher,
+                    std::shared_ptr<CCommandSystem> state, std::shared_ptr<CValueTypes> types)
+        : CHostService(std::move(context)), m_dispatcher(std::move(dispatcher)), m_state(std::move(state)),
+          m_types(std::move(types)) {}
 
     KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override;
     KzResult commandservice_LookupTag(std::uint32_t tag, const char** name) override {
@@ -285,6 +288,9 @@ KzResult CCommandService::commandservice_AliasLookup(const char* alias, const ch
 
 }  // namespace
 
-IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandSystem> state, std::shared_ptr<CValueTypes> types) {
-    return CCommandService::polymorph().wrap(std::make_unique<CCommandService>(std::move(context), std::move(dispatcher), std::move(state), std::move(types)));
+IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context,
+                                 std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandSystem> state,
+                                 std::shared_ptr<CValueTypes> types) {
+    return CCommandService::polymorph().wrap(std::make_unique<CCommandService>(
+        std::move(context), std::move(dispatcher), std::move(state), std::move(types)));
 }

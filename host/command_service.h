@@ -9,4 +9,6 @@ class CCommandSystem;
 class CValueTypes;
 struct ServiceContext;
 
-IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandSystem> state, std::shared_ptr<CValueTypes> types);
+IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context,
+                                 std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandSystem> state,
+                                 std::shared_ptr<CValueTypes> types);

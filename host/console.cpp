@@ -1,4 +1,6 @@
 // kzhost console: lines typed on a terminal, with history and completion, or read from a pipe.
+#include "host/console.h"
+
 #include "host/console_editor.h"
 #include "host/interrupt.h"
 #include "host/line_session.h"

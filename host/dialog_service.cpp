@@ -17,7 +17,8 @@ namespace {
 
 class CDialogService final : public CHosted<"dialog service", CDialogService, CKzIfc_StdDialogService>, CHostService {
 public:
-    CDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors, std::shared_ptr<CLogStore> log)
+    CDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
+                   std::shared_ptr<CLogStore> log)
         : CHostService(std::move(context)), m_monitors(std::move(monitors)), m_log(std::move(log)) {}
 
     // Nobody is there to answer: the message goes to the log and the answer is the cautious one.
@@ -80,6 +81,8 @@ KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::
 
 }  // namespace
 
-IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors, std::shared_ptr<CLogStore> log) {
-    return CDialogService::polymorph().wrap(std::make_unique<CDialogService>(std::move(context), std::move(monitors), std::move(log)));
+IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
+                                std::shared_ptr<CLogStore> log) {
+    return CDialogService::polymorph().wrap(
+        std::make_unique<CDialogService>(std::move(context), std::move(monitors), std::move(log)));
 }

@@ -8,4 +8,5 @@ class CLogStore;
 class CMonitorBoard;
 struct ServiceContext;
 
-IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors, std::shared_ptr<CLogStore> log);
+IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
+                                std::shared_ptr<CLogStore> log);

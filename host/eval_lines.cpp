@@ -1,4 +1,6 @@
 // kzhost eval: lines through the line interpreter.
+#include "host/eval_lines.h"
+
 #include "host/interrupt.h"
 #include "host/line_session.h"
 #include "host/program.h"

@@ -45,11 +45,13 @@
 #include "host/user_values.h"
 #include "host/value_service.h"
 
+#include "kz/command.h"
 #include "kz/dialog.h"
 #include "kz/file.h"
 #include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/image.h"
+#include "kz/log.h"
 #include "kz/message.h"
 #include "kz/platform.h"
 #include "kz/thread.h"

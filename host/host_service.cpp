@@ -67,8 +67,11 @@ KzResult CServerFactory::fac_InfoTag(const char* type, const char** value) {
 
 class CHostServiceObject final : public CHosted<"host service", CHostServiceObject, CKzIfc_HostService>, CHostService {
 public:
-    CHostServiceObject(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CLogStore> log)
-        : CHostService(std::move(context)), m_modules(std::move(modules)), m_files(std::move(files)), m_listeners(std::move(listeners)), m_log(std::move(log)) {}
+    CHostServiceObject(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                       std::shared_ptr<CFileTable> files, std::shared_ptr<CListenerTable> listeners,
+                       std::shared_ptr<CLogStore> log)
+        : CHostService(std::move(context)), m_modules(std::move(modules)), m_files(std::move(files)),
+          m_listeners(std::move(listeners)), m_log(std::move(log)) {}
 
     KzResult hostservice_ServerCount(const char* type, std::uint32_t* count) override {
         enter("Host.ServerCount");
@@ -198,6 +201,9 @@ KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char*
 
 }  // namespace
 
-IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CLogStore> log) {
-    return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(std::move(context), std::move(modules), std::move(files), std::move(listeners), std::move(log)));
+IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                              std::shared_ptr<CFileTable> files, std::shared_ptr<CListenerTable> listeners,
+                              std::shared_ptr<CLogStore> log) {
+    return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(
+        std::move(context), std::move(modules), std::move(files), std::move(listeners), std::move(log)));
 }

@@ -10,4 +10,6 @@ class CLogStore;
 class CModuleTable;
 struct ServiceContext;
 
-IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CLogStore> log);
+IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                              std::shared_ptr<CFileTable> files, std::shared_ptr<CListenerTable> listeners,
+                              std::shared_ptr<CLogStore> log);

@@ -132,7 +132,7 @@ CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* mo
             return loadWith(loader, path, info, monitor);
         } catch (KzResult code) {
             m_log->write(KZsLOG_IMAGES, code,
-                            path + ": the loader \"" + server.name + "\" failed: " + CMessageTables::codeText(code));
+                         path + ": the loader \"" + server.name + "\" failed: " + CMessageTables::codeText(code));
             throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // somebody has recognised it
         }
     }
@@ -146,12 +146,12 @@ KzResult CImageFiles::verify(const CKzUser_Saver& saver, const std::string& name
     if (!kzFailed(code) || code == KZe_NOTIMPL) return KZe_OK;
     const CKzUser_Message held(message.raw());
     m_log->write(KZsLOG_IMAGES, code,
-                    "the saver \"" + name + "\" refuses the image: " + CMessageTables::reasonOf(*held.ptr(), code));
+                 "the saver \"" + name + "\" refuses the image: " + CMessageTables::reasonOf(*held.ptr(), code));
     return code;
 }
 
 KzResult CImageFiles::saveServed(IKzUnknown* image, const std::string& path, const std::string& name,
-                    const std::string& file, IKzUnknown* monitor) const {
+                                 const std::string& file, IKzUnknown* monitor) const {
     for (const KzServer& server : m_modules->servers(KZa_SAVER)) {
         if (name.empty() ? !isFor(server, path) : server.name != name) continue;
         CKzLoc_Unknown made;
@@ -173,7 +173,7 @@ CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor)
 }
 
 KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std::string& saver,
-                     IKzUnknown* monitor) const {
+                           IKzUnknown* monitor) const {
     if (!CKzUser_Image(image)) return KZe_INVALIDARG;
     const CProgress progress(*this, "Saving", monitor);
     CSafeSave file(path);

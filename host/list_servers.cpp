@@ -1,4 +1,6 @@
 // kzhost servers: what the host knows, as a table.
+#include "host/list_servers.h"
+
 #include "host/modules.h"
 #include "host/program.h"
 #include "host/text.h"

@@ -6,6 +6,7 @@
 #include "host/service_base.h"
 #include "host/text.h"
 
+#include "kz/listener.h"
 #include "kz/result.h"
 
 namespace {
@@ -45,5 +46,6 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeListenerService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CListenerTable> listeners) {
-    return CListenerService::polymorph().wrap(std::make_unique<CListenerService>(std::move(context), std::move(listeners)));
+    return CListenerService::polymorph().wrap(
+        std::make_unique<CListenerService>(std::move(context), std::move(listeners)));
 }

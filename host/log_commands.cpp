@@ -6,6 +6,7 @@
 #include "host/property_table.h"
 #include "host/text.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -54,11 +55,15 @@ Texts queryLogDebug(CPropertyTable& properties, CBuiltinCommand& /*command*/, st
 
 }  // namespace
 
-void kzAddLogCommands(CCommandRegistry& registry, const std::shared_ptr<CLogStore>& log, const std::shared_ptr<CPropertyTable>& properties) {
+void kzAddLogCommands(CCommandRegistry& registry, const std::shared_ptr<CLogStore>& log,
+                      const std::shared_ptr<CPropertyTable>& properties) {
     kzAddCommands(registry, {
-    {KZsCMD_LOG_CLEAR, "Clear Log", "empties a subsystem of the log", KZfCMD_UI, logClearArguments, kzWith(clearLog, log)},
-    {"log.debug", "Developers' Log", "shows developers' lines or hides them", KZfCMD_UI, logDebugArguments, kzWith(setLogDebug, properties),
-     kzWith(queryLogDebug, properties), nullptr, nullptr, 0},
-    {KZsCMD_LOG_LINES, "Log Lines", "reads the log or adds to it", KZfCMD_UI, logLinesArguments, kzWith(addLogLine, log), kzWith(queryLog, log)},
-    });
+                                {KZsCMD_LOG_CLEAR, "Clear Log", "empties a subsystem of the log", KZfCMD_UI,
+                                 logClearArguments, kzWith(clearLog, log)},
+                                {"log.debug", "Developers' Log", "shows developers' lines or hides them", KZfCMD_UI,
+                                 logDebugArguments, kzWith(setLogDebug, properties), kzWith(queryLogDebug, properties),
+                                 nullptr, nullptr, 0},
+                                {KZsCMD_LOG_LINES, "Log Lines", "reads the log or adds to it", KZfCMD_UI,
+                                 logLinesArguments, kzWith(addLogLine, log), kzWith(queryLog, log)},
+                            });
 }

@@ -7,4 +7,5 @@ class CCommandRegistry;
 class CLogStore;
 class CPropertyTable;
 
-void kzAddLogCommands(CCommandRegistry& registry, const std::shared_ptr<CLogStore>& log, const std::shared_ptr<CPropertyTable>& properties);
+void kzAddLogCommands(CCommandRegistry& registry, const std::shared_ptr<CLogStore>& log,
+                      const std::shared_ptr<CPropertyTable>& properties);

@@ -55,7 +55,8 @@ const InfoBlockRow* findBlock(std::string_view name) {
 
 class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService>, CHostService {
 public:
-    CLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log, std::shared_ptr<CListenerTable> listeners)
+    CLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
+                std::shared_ptr<CListenerTable> listeners)
         : CHostService(std::move(context)), m_log(std::move(log)), m_listeners(std::move(listeners)) {}
 
     KzResult logservice_SubSystemCount(std::uint32_t* count) override {
@@ -127,6 +128,8 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
 
 }  // namespace
 
-IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log, std::shared_ptr<CListenerTable> listeners) {
-    return CLogService::polymorph().wrap(std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners)));
+IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
+                             std::shared_ptr<CListenerTable> listeners) {
+    return CLogService::polymorph().wrap(
+        std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners)));
 }

@@ -8,4 +8,5 @@ class CListenerTable;
 class CLogStore;
 struct ServiceContext;
 
-IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log, std::shared_ptr<CListenerTable> listeners);
+IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
+                             std::shared_ptr<CListenerTable> listeners);

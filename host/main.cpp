@@ -1,5 +1,10 @@
 // kzhost: runs scripts and lines in the reference host.
+#include "host/console.h"
+#include "host/eval_lines.h"
+#include "host/list_servers.h"
 #include "host/program.h"
+#include "host/run_command.h"
+#include "host/run_script.h"
 #include "host/server_verbs.h"
 #include "host/text.h"
 

@@ -7,6 +7,7 @@
 #include "host/object.h"
 #include "host/open_scenes.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -63,9 +64,12 @@ void operateMesh(CModuleTable& modules, OpenScenes& scenes, CBuiltinCommand& com
 
 }  // namespace
 
-void kzAddMeshCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules, const std::shared_ptr<OpenScenes>& scenes) {
-    kzAddCommands(registry, {
-    {"mesh.operate", "Operate on Mesh", "runs a mesh operation on a mesh of the current scene", KZfCMD_MODEL,
-     meshOperateArguments, kzWith(operateMesh, modules, scenes), kzWith(queryOperations, modules)},
-    });
+void kzAddMeshCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
+                       const std::shared_ptr<OpenScenes>& scenes) {
+    kzAddCommands(
+        registry,
+        {
+            {"mesh.operate", "Operate on Mesh", "runs a mesh operation on a mesh of the current scene", KZfCMD_MODEL,
+             meshOperateArguments, kzWith(operateMesh, modules, scenes), kzWith(queryOperations, modules)},
+        });
 }

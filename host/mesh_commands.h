@@ -7,4 +7,5 @@ class CCommandRegistry;
 class CModuleTable;
 struct OpenScenes;
 
-void kzAddMeshCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules, const std::shared_ptr<OpenScenes>& scenes);
+void kzAddMeshCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
+                       const std::shared_ptr<OpenScenes>& scenes);

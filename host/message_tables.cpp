@@ -94,7 +94,8 @@ std::string filledIn(std::string_view text, IKzMessage& message) {
 std::string asTheyAre(const std::string& table, const std::string& key, IKzMessage& message) {
     std::string text = table + ":" + key;
     for (std::uint32_t index = 1; index <= kzMessageArguments; ++index)
-        if (const std::string argument = kzMessageArgument(message, index); !argument.empty()) text += " \"" + argument + "\"";
+        if (const std::string argument = kzMessageArgument(message, index); !argument.empty())
+            text += " \"" + argument + "\"";
     return text;
 }
 

@@ -24,7 +24,8 @@ std::string environment(std::string_view name) {
 class CPlatformService final : public CHosted<"platform service", CPlatformService, CKzIfc_PlatformService>,
                                CHostService {
 public:
-    CPlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImportPaths> importPaths)
+    CPlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files,
+                     std::shared_ptr<CImportPaths> importPaths)
         : CHostService(std::move(context)), m_files(std::move(files)), m_importPaths(std::move(importPaths)) {}
 
     std::uint32_t platformservice_AppVersion() override { return kzHostVersion; }
@@ -120,6 +121,8 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImportPaths> importPaths) {
-    return CPlatformService::polymorph().wrap(std::make_unique<CPlatformService>(std::move(context), std::move(files), std::move(importPaths)));
+IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files,
+                                  std::shared_ptr<CImportPaths> importPaths) {
+    return CPlatformService::polymorph().wrap(
+        std::make_unique<CPlatformService>(std::move(context), std::move(files), std::move(importPaths)));
 }

@@ -8,4 +8,5 @@ class CFileTable;
 class CImportPaths;
 struct ServiceContext;
 
-IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImportPaths> importPaths);
+IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files,
+                                  std::shared_ptr<CImportPaths> importPaths);

@@ -53,10 +53,3 @@ private:
     CKzHost m_host;
     bool m_startFailed = false;
 };
-
-int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments);
-int kzEvalLines(CProgram& program, const std::vector<std::string>& lines);
-int kzRunConsole(CProgram& program);
-int kzRunCommand(CProgram& program, const std::string& text);
-int kzListServers(CProgram& program);
-int kzListCommands(CProgram& program);

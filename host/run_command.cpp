@@ -1,4 +1,8 @@
 // kzhost cmd: one command string, executed or queried; and kzhost commands.
+#include "host/run_command.h"
+
+#include "kz/command.h"
+
 #include "host/command_arguments.h"
 #include "host/command_dispatcher.h"
 #include "host/command_text.h"

@@ -1,4 +1,6 @@
 // kzhost run: one script from start to exit status.
+#include "host/run_script.h"
+
 #include "host/interrupt.h"
 #include "host/message_tables.h"
 #include "host/program.h"

@@ -6,6 +6,7 @@
 #include "host/file_table.h"
 #include "host/scripts.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -23,16 +24,17 @@ void runScript(CFileTable& files, CScriptState& scripts, CBuiltinCommand& comman
     std::string problem;
     const auto script = kzReadScript(*path, problem);
     if (!script) kzRefuse(KZe_SCRIPT_ERROR, "argument \"fileName\": " + *path + ": " + problem);
-    const KzResult code =
-        scripts.run(script, command.environment().state->flags(),
-                                   command.text(KZsARG_SCRIPT_ARGS).c_str(), command.run().message().raw());
+    const KzResult code = scripts.run(script, command.environment().state->flags(),
+                                      command.text(KZsARG_SCRIPT_ARGS).c_str(), command.run().message().raw());
     if (kzFailed(code)) throw code;
 }
 
 }  // namespace
 
-void kzAddScriptCommands(CCommandRegistry& registry, const std::shared_ptr<CFileTable>& files, const std::shared_ptr<CScriptState>& scripts) {
+void kzAddScriptCommands(CCommandRegistry& registry, const std::shared_ptr<CFileTable>& files,
+                         const std::shared_ptr<CScriptState>& scripts) {
     kzAddCommands(registry, {
-    {KZsCMD_SCRIPT_RUN, "Run Script", "runs a script file", KZfCMD_UI | KZfCMD_SCRIPT, scriptRunArguments, kzWith(runScript, files, scripts)},
-    });
+                                {KZsCMD_SCRIPT_RUN, "Run Script", "runs a script file", KZfCMD_UI | KZfCMD_SCRIPT,
+                                 scriptRunArguments, kzWith(runScript, files, scripts)},
+                            });
 }

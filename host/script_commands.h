@@ -7,4 +7,5 @@ class CCommandRegistry;
 class CFileTable;
 class CScriptState;
 
-void kzAddScriptCommands(CCommandRegistry& registry, const std::shared_ptr<CFileTable>& files, const std::shared_ptr<CScriptState>& scripts);
+void kzAddScriptCommands(CCommandRegistry& registry, const std::shared_ptr<CFileTable>& files,
+                         const std::shared_ptr<CScriptState>& scripts);

@@ -18,7 +18,9 @@
 #include "host/service_registry.h"
 #include "host/text.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
+#include "kz/script.h"
 
 #include <algorithm>
 #include <functional>
@@ -35,7 +37,8 @@ struct AttributeRow {
     const char* name;
     const char* type;
     // Appends the answers; throws QUERY_NEED_SELECTION when it needs an element and none is selected.
-    void (*answer)(const QueryEnvironment& host, const Selection& selection, const std::function<void(std::string)>& add);
+    void (*answer)(const QueryEnvironment& host, const Selection& selection,
+                   const std::function<void(std::string)>& add);
 };
 
 struct ServiceRow {
@@ -59,7 +62,8 @@ CKzUser_Command& selectedCommand(const QueryEnvironment& host, const Selection& 
 }
 
 // Calls `tell` for each of the selected command's arguments.
-template <class Tell> void eachArgument(const QueryEnvironment& host, const CKzUser_Command& command, const Tell& tell) {
+template <class Tell>
+void eachArgument(const QueryEnvironment& host, const CKzUser_Command& command, const Tell& tell) {
     try {
         const CCommandArguments arguments(*host.types, command.raw());
         for (std::uint32_t index = 0; index < arguments.count(); ++index) tell(arguments, index);
@@ -119,7 +123,9 @@ constexpr AttributeRow scriptAttributes[] = {
          for (const KzServer& server : host.modules->servers(KZa_TEXTSCRIPTINTERPRETER)) add(server.name);
      }},
     {"depth", KZsTYPE_INTEGER,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) { add(std::to_string(host.scripts->depth())); }},
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         add(std::to_string(host.scripts->depth()));
+     }},
 };
 
 constexpr AttributeRow hostAttributes[] = {
@@ -181,7 +187,9 @@ constexpr AttributeRow valueAttributes[] = {
          for (const std::string& choice : host.types->choices(needElement(selection))) add(choice);
      }},
     {"units", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) { add(host.properties->get("units").value_or("si")); }},
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         add(host.properties->get("units").value_or("si"));
+     }},
 };
 
 constexpr ServiceRow rows[] = {
@@ -280,11 +288,13 @@ constexpr auto names = [] {
 
 std::span<const char* const> kzQueryServices() { return names; }
 
-KzResult kzMakeQuery(const std::shared_ptr<const QueryEnvironment>& host, std::string_view service, IKzUnknown** query) {
+KzResult kzMakeQuery(const std::shared_ptr<const QueryEnvironment>& host, std::string_view service,
+                     IKzUnknown** query) {
     for (const ServiceRow& row : rows)
         if (service == row.name) return CHostRef<CScriptQuery>::make(host, row).give(query);
-    return kzBecause(KZe_QUERY_UNKNOWN_SERVICE, "ScriptSys.ServiceQuery",
-                     [&] { return kzThereIsNo("script service", service, {names.begin(), names.end()}); });
+    return kzBecause(KZe_QUERY_UNKNOWN_SERVICE, "ScriptSys.ServiceQuery", [&] {
+        return kzThereIsNo("script service", service, {names.begin(), names.end()});
+    });
 }
 
 IKzUnknown* kzMakeNamedService(const std::shared_ptr<CServiceRegistry>& services,

@@ -12,13 +12,17 @@
 #include "host/text.h"
 
 #include "kz/result.h"
+#include "kz/script.h"
 
 namespace {
 
 class CScriptService final : public CHosted<"script service", CScriptService, CKzIfc_ScriptSysService>, CHostService {
 public:
-    CScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptState> scripts, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries)
-        : CHostService(std::move(context)), m_scripts(std::move(scripts)), m_modules(std::move(modules)), m_files(std::move(files)), m_log(std::move(log)), m_queries(std::move(queries)) {}
+    CScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptState> scripts,
+                   std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files,
+                   std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries)
+        : CHostService(std::move(context)), m_scripts(std::move(scripts)), m_modules(std::move(modules)),
+          m_files(std::move(files)), m_log(std::move(log)), m_queries(std::move(queries)) {}
 
     // The host keeps no collections of scripts: they are files.
     KzResult scriptsysservice_ManagerCount(std::uint32_t* count) override {
@@ -121,6 +125,10 @@ KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name
 
 }  // namespace
 
-IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptState> scripts, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries) {
-    return CScriptService::polymorph().wrap(std::make_unique<CScriptService>(std::move(context), std::move(scripts), std::move(modules), std::move(files), std::move(log), std::move(queries)));
+IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptState> scripts,
+                                std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files,
+                                std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries) {
+    return CScriptService::polymorph().wrap(std::make_unique<CScriptService>(std::move(context), std::move(scripts),
+                                                                             std::move(modules), std::move(files),
+                                                                             std::move(log), std::move(queries)));
 }

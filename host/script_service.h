@@ -11,4 +11,6 @@ class CScriptState;
 struct QueryEnvironment;
 struct ServiceContext;
 
-IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptState> scripts, std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files, std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries);
+IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptState> scripts,
+                                std::shared_ptr<CModuleTable> modules, std::shared_ptr<CFileTable> files,
+                                std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries);

@@ -170,7 +170,7 @@ std::optional<KzServer> CScriptState::interpreterFor(const CScript& script, CKzL
         });
         if (kzFailed(code)) {
             m_log->write("scripts", code,
-                            "the interpreter \"" + server.name + "\" cannot be made: " + CMessageTables::codeText(code));
+                         "the interpreter \"" + server.name + "\" cannot be made: " + CMessageTables::codeText(code));
             continue;
         }
         const CKzUser_TextScriptInterpreter held(interpreter.raw());
@@ -183,7 +183,8 @@ std::optional<KzServer> CScriptState::interpreterFor(const CScript& script, CKzL
     return {};
 }
 
-KzResult CScriptState::run(const CHostRef<CScript>& script, std::uint32_t flags, const char* args, IKzUnknown* message) {
+KzResult CScriptState::run(const CHostRef<CScript>& script, std::uint32_t flags, const char* args,
+                           IKzUnknown* message) {
     CKzLoc_Unknown interpreter;
     interpreterFor(*script, interpreter);
     const CKzUser_TextScriptInterpreter held(interpreter.raw());

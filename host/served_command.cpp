@@ -6,8 +6,10 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
-CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name, std::uint32_t tag)
-    : CHostService(environment->context), m_inner(inner), m_name(std::move(name)), m_tag(tag), m_run(std::move(environment)) {
+CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name,
+                               std::uint32_t tag)
+    : CHostService(environment->context), m_inner(inner), m_name(std::move(name)), m_tag(tag),
+      m_run(std::move(environment)) {
     if (!m_inner) throw KZe_NOINTERFACE;
 }
 

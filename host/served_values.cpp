@@ -75,9 +75,8 @@ KzResult CValueTypes::makeValue(const KzValueType& type, IKzUnknown** value, con
 }
 
 CHostRef<CValueArray> CValueTypes::makeArray(const KzValueType& type) const {
-    return CHostRef<CValueArray>::make(type, [held = shared_from_this(), &type](IKzUnknown** value) {
-        return held->makeValue(type, value);
-    });
+    return CHostRef<CValueArray>::make(
+        type, [held = shared_from_this(), &type](IKzUnknown** value) { return held->makeValue(type, value); });
 }
 
 std::optional<KzCell> CValueTypes::cellBy(const KzValueType& type,

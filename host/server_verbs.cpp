@@ -10,6 +10,7 @@
 #include "host/tree_walk.h"
 
 #include "kz/result.h"
+#include "kz/script.h"
 #include "kz/tree.h"
 
 #include <CLI/CLI.hpp>

@@ -5,6 +5,7 @@
 #include "host/file_table.h"
 #include "host/property_table.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -53,11 +54,13 @@ Texts queryUnits(CPropertyTable& properties, CBuiltinCommand& /*command*/, std::
 
 }  // namespace
 
-void kzAddSettingCommands(CCommandRegistry& registry, const std::shared_ptr<CFileTable>& files, const std::shared_ptr<CPropertyTable>& properties) {
+void kzAddSettingCommands(CCommandRegistry& registry, const std::shared_ptr<CFileTable>& files,
+                          const std::shared_ptr<CPropertyTable>& properties) {
     kzAddCommands(registry, {
-    {KZsCMD_FILE_ALIAS, "File Alias", "lets a name stand for a folder", KZfCMD_UI, fileAliasArguments, kzWith(setFileAlias, files),
-     kzWith(queryFileAlias, files)},
-    {KZsCMD_UNIT_SYSTEM, "Unit System", "chooses the units in which values are shown", KZfCMD_UI, unitArguments, kzWith(setUnits, properties),
-     kzWith(queryUnits, properties), nullptr, nullptr, 0},
-    });
+                                {KZsCMD_FILE_ALIAS, "File Alias", "lets a name stand for a folder", KZfCMD_UI,
+                                 fileAliasArguments, kzWith(setFileAlias, files), kzWith(queryFileAlias, files)},
+                                {KZsCMD_UNIT_SYSTEM, "Unit System", "chooses the units in which values are shown",
+                                 KZfCMD_UI, unitArguments, kzWith(setUnits, properties), kzWith(queryUnits, properties),
+                                 nullptr, nullptr, 0},
+                            });
 }

@@ -7,4 +7,5 @@ class CCommandRegistry;
 class CFileTable;
 class CPropertyTable;
 
-void kzAddSettingCommands(CCommandRegistry& registry, const std::shared_ptr<CFileTable>& files, const std::shared_ptr<CPropertyTable>& properties);
+void kzAddSettingCommands(CCommandRegistry& registry, const std::shared_ptr<CFileTable>& files,
+                          const std::shared_ptr<CPropertyTable>& properties);

@@ -355,5 +355,6 @@ KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
 }  // namespace
 
 IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads) {
-    return CThreadService::polymorph().wrap(std::make_unique<CThreadService>(std::move(context), std::move(jobThreads)));
+    return CThreadService::polymorph().wrap(
+        std::make_unique<CThreadService>(std::move(context), std::move(jobThreads)));
 }

@@ -7,6 +7,7 @@
 #include "host/user_values.h"
 #include "host/value_types.h"
 
+#include "kz/command.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -52,12 +53,12 @@ UserValue newUserValue(CBuiltinCommand& command, const std::string& name) {
     value.type = command.environment().types->find(type);
     if (value.type == nullptr)
         kzRefuse(KZe_CMD_DATATYPE_UNAVAILABLE,
-               "argument \"type\": " + kzThereIsNo("value type", type, command.environment().types->names()));
+                 "argument \"type\": " + kzThereIsNo("value type", type, command.environment().types->names()));
     value.cell = command.environment().types->cellBy(*value.type, [](const auto&) { return KZe_OK; }).value();
     value.choices = splitChoices(command.text("choices"));
     if (type == KZsTYPE_CHOICE && value.choices.empty())
         kzRefuse(KZe_CMD_MISSING_ARGS,
-               "argument \"choices\" is missing: the choice \"" + name + "\" needs words, as {red;green}");
+                 "argument \"choices\" is missing: the choice \"" + name + "\" needs words, as {red;green}");
     return value;
 }
 
@@ -69,9 +70,9 @@ KzCell userValueCell(const CValueTypes& types, const UserValue& value, const std
                                                 *kzNumberOf(*cell) < static_cast<double>(value.choices.size()));
     if (!cell || !isIn)
         kzRefuse(KZe_CMD_ERROR_SETTING_DATATYPE,
-               fmt::format("argument \"value\": \"{}\" is not {}", text,
-                           value.choices.empty() ? types.expects(*value.type)
-                                                 : fmt::format("one of {}", fmt::join(value.choices, ", "))));
+                 fmt::format("argument \"value\": \"{}\" is not {}", text,
+                             value.choices.empty() ? types.expects(*value.type)
+                                                   : fmt::format("one of {}", fmt::join(value.choices, ", "))));
     return *cell;
 }
 
@@ -85,14 +86,15 @@ void setUserValue(CUserValues& values, CBuiltinCommand& command) {
         return;
     }
     if (known && command.has("type") && command.text("type") != known->type->name)
-        kzRefuse(KZe_ALREADYEXISTS, fmt::format("argument \"type\": \"{}\" is of type {} already; delete it first", name,
-                                              known->type->name));
+        kzRefuse(KZe_ALREADYEXISTS, fmt::format("argument \"type\": \"{}\" is of type {} already; delete it first",
+                                                name, known->type->name));
     UserValue value = known ? *known : newUserValue(command, name);
     if (command.has("value")) {
         // A choice is held as its number once its words are known.
         const std::string text = command.text("value");
-        value.cell = known && command.integer("value") && !known->choices.empty() ? KzCell(*command.integer("value"))
-                                                                                  : userValueCell(*command.environment().types, value, text);
+        value.cell = known && command.integer("value") && !known->choices.empty()
+                         ? KzCell(*command.integer("value"))
+                         : userValueCell(*command.environment().types, value, text);
     }
     values.set(name, std::move(value));
 }
@@ -108,8 +110,10 @@ Texts queryUserValue(CUserValues& values, CBuiltinCommand& command, std::uint32_
 }  // namespace
 
 void kzAddUserValueCommands(CCommandRegistry& registry, const std::shared_ptr<CUserValues>& values) {
-    kzAddCommands(registry, {
-    {KZsCMD_USER_VALUE, "User Value", "defines, sets, asks for and deletes values of any type", KZfCMD_UI,
-     userValueArguments, kzWith(setUserValue, values), kzWith(queryUserValue, values), kzWith(userValueType, values), kzWith(userValueChoices, values)},
-    });
+    kzAddCommands(registry,
+                  {
+                      {KZsCMD_USER_VALUE, "User Value", "defines, sets, asks for and deletes values of any type",
+                       KZfCMD_UI, userValueArguments, kzWith(setUserValue, values), kzWith(queryUserValue, values),
+                       kzWith(userValueType, values), kzWith(userValueChoices, values)},
+                  });
 }

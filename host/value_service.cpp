@@ -27,8 +27,10 @@ bool sameWord(std::string_view left, std::string_view right) {
 
 class CValueService final : public CHosted<"value service", CValueService, CKzIfc_ValueService>, CHostService {
 public:
-    CValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypes> types, std::shared_ptr<CPropertyTable> properties, std::shared_ptr<const QueryEnvironment> queries)
-        : CHostService(std::move(context)), m_types(std::move(types)), m_properties(std::move(properties)), m_queries(std::move(queries)) {}
+    CValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypes> types,
+                  std::shared_ptr<CPropertyTable> properties, std::shared_ptr<const QueryEnvironment> queries)
+        : CHostService(std::move(context)), m_types(std::move(types)), m_properties(std::move(properties)),
+          m_queries(std::move(queries)) {}
 
     KzResult valueservice_CreateValue(const char* type, IKzUnknown** value) override {
         enter("Value.CreateValue");
@@ -36,8 +38,7 @@ public:
     }
     KzResult valueservice_CreateValueArray(const char* type, IKzUnknown** values) override {
         enter("Value.CreateValueArray");
-        return m_types->makeArray(m_types->need(KZe_NOTFOUND, "Value.CreateValueArray", kzTextOf(type)))
-            .give(values);
+        return m_types->makeArray(m_types->need(KZe_NOTFOUND, "Value.CreateValueArray", kzTextOf(type))).give(values);
     }
     KzResult valueservice_TypeCount(std::uint32_t* count) override {
         enter("Value.TypeCount");
@@ -172,6 +173,9 @@ KzResult CValueService::valueservice_ScriptQuery(IKzUnknown** query) {
 
 }  // namespace
 
-IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypes> types, std::shared_ptr<CPropertyTable> properties, std::shared_ptr<const QueryEnvironment> queries) {
-    return CValueService::polymorph().wrap(std::make_unique<CValueService>(std::move(context), std::move(types), std::move(properties), std::move(queries)));
+IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypes> types,
+                               std::shared_ptr<CPropertyTable> properties,
+                               std::shared_ptr<const QueryEnvironment> queries) {
+    return CValueService::polymorph().wrap(std::make_unique<CValueService>(std::move(context), std::move(types),
+                                                                           std::move(properties), std::move(queries)));
 }

@@ -9,4 +9,6 @@ class CValueTypes;
 struct QueryEnvironment;
 struct ServiceContext;
 
-IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypes> types, std::shared_ptr<CPropertyTable> properties, std::shared_ptr<const QueryEnvironment> queries);
+IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypes> types,
+                               std::shared_ptr<CPropertyTable> properties,
+                               std::shared_ptr<const QueryEnvironment> queries);

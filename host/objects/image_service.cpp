@@ -14,7 +14,8 @@ namespace {
 
 class CImageService final : public CHosted<"image service", CImageService, CKzIfc_ImageService>, CHostService {
 public:
-    CImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImageFiles> images)
+    CImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files,
+                  std::shared_ptr<CImageFiles> images)
         : CHostService(std::move(context)), m_files(std::move(files)), m_images(std::move(images)) {}
 
     KzResult imageservice_Create(std::int32_t width, std::int32_t height, std::uint32_t format, std::uint32_t /*flags*/,
@@ -101,6 +102,8 @@ KzResult CImageService::imageservice_Compare(IKzUnknown* first, IKzUnknown* seco
 
 }  // namespace
 
-IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImageFiles> images) {
-    return CImageService::polymorph().wrap(std::make_unique<CImageService>(std::move(context), std::move(files), std::move(images)));
+IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files,
+                               std::shared_ptr<CImageFiles> images) {
+    return CImageService::polymorph().wrap(
+        std::make_unique<CImageService>(std::move(context), std::move(files), std::move(images)));
 }

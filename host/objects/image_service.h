@@ -8,4 +8,5 @@ class CFileTable;
 class CImageFiles;
 struct ServiceContext;
 
-IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files, std::shared_ptr<CImageFiles> images);
+IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CFileTable> files,
+                               std::shared_ptr<CImageFiles> images);

@@ -1,6 +1,4 @@
 // kz.Service and kz.Monitor.
-#include "host/log_store.h"
-
 #include "python_fixture.h"
 
 #include "module/runtime.h"

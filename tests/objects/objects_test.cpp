@@ -124,8 +124,7 @@ TEST_F(HostTest, NullIsRefusedByEveryOperationThatNeedsMore) {
             const kzgen::Method& method = ifc.methods[i];
             const std::string title = ifc.name + "." + method.name;
             const bool needsPlace = !method.outputs().empty() && method.inert == kzgen::Inert::No;
-            const bool needsInput =
-                std::any_of(method.parameters.begin(), method.parameters.end(), isRequiredInput);
+            const bool needsInput = std::any_of(method.parameters.begin(), method.parameters.end(), isRequiredInput);
             if (!needsPlace && !needsInput) continue;
             const KzResult code = callWithNulls(object, i);
             if (method.returns.kind != kzgen::Kind::Result) continue;

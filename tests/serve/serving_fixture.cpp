@@ -1,6 +1,4 @@
 // The module on the reference host, and its Python names.
-#include "host/log_store.h"
-
 #include "serving_fixture.h"
 
 #include "serve/adapters.h"
