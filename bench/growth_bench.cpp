@@ -1,11 +1,11 @@
 // How costs grow: what each element costs among N of them and among 8 N. What is linear costs the same in both.
 #include "bench/measure.h"
-#include "host/file_table.h"
+#include "host/core/log_store.h"
+#include "host/core/object.h"
+#include "host/core/scripts.h"
 #include "host/kz_host.h"
-#include "host/log_store.h"
-#include "host/object.h"
-#include "host/property_table.h"
-#include "host/scripts.h"
+#include "host/state/path_aliases.h"
+#include "host/state/property_table.h"
 #include "kz_paths.h"
 
 #include <algorithm>

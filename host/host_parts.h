@@ -5,9 +5,9 @@
 
 class CCommandDispatcher;
 class CCommandRegistry;
-class CCommandSystem;
+class CCommandState;
 class CDialogBoard;
-class CFileTable;
+class CPathAliases;
 class CImageFiles;
 class CImportPaths;
 class CJobThreads;
@@ -17,10 +17,10 @@ class CModuleTable;
 class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
-class CScriptState;
+class CScriptRunner;
 class CServiceRegistry;
 class CUserValues;
-class CValueTypes;
+class CValueTypeRegistry;
 struct CommandEnvironment;
 struct OpenScenes;
 struct QueryEnvironment;
@@ -31,9 +31,9 @@ struct HostParts {
 
     // Plain state
     std::shared_ptr<ServiceContext> context;
-    std::shared_ptr<CCommandSystem> commandState;
+    std::shared_ptr<CCommandState> commandState;
     std::shared_ptr<CDialogBoard> dialogs;
-    std::shared_ptr<CFileTable> files;
+    std::shared_ptr<CPathAliases> files;
     std::shared_ptr<CImportPaths> importPaths;
     std::shared_ptr<CMonitorBoard> monitors;
     std::shared_ptr<CPropertyTable> properties;
@@ -44,8 +44,8 @@ struct HostParts {
     std::shared_ptr<CLogStore> log;
     std::shared_ptr<CReasonBook> reasons;
     std::shared_ptr<CModuleTable> modules;
-    std::shared_ptr<CValueTypes> types;
-    std::shared_ptr<CScriptState> scripts;
+    std::shared_ptr<CValueTypeRegistry> types;
+    std::shared_ptr<CScriptRunner> scripts;
     std::shared_ptr<CommandEnvironment> environment;
     std::shared_ptr<CCommandRegistry> registry;
     std::shared_ptr<CCommandDispatcher> dispatcher;

@@ -1,25 +1,25 @@
 // The reference host.
 #include "host/kz_host.h"
 
-#include "host/application.h"
-#include "host/calls.h"
-#include "host/command_dispatcher.h"
-#include "host/file_table.h"
+#include "host/core/command_dispatcher.h"
+#include "host/core/job_threads.h"
+#include "host/core/listener_table.h"
+#include "host/core/log_store.h"
+#include "host/core/message.h"
+#include "host/core/message_tables.h"
+#include "host/core/module_table.h"
+#include "host/core/object.h"
+#include "host/core/reasons.h"
+#include "host/core/scripts.h"
+#include "host/core/service_base.h"
 #include "host/host_parts.h"
-#include "host/image_files.h"
-#include "host/job_threads.h"
-#include "host/listeners.h"
-#include "host/log_store.h"
-#include "host/message.h"
-#include "host/message_tables.h"
-#include "host/modules.h"
-#include "host/object.h"
-#include "host/open_scenes.h"
-#include "host/property_table.h"
-#include "host/reasons.h"
-#include "host/scripts.h"
-#include "host/service_base.h"
-#include "host/text.h"
+#include "host/objects/image_files.h"
+#include "host/objects/open_scenes.h"
+#include "host/services/application.h"
+#include "host/state/call_watch.h"
+#include "host/state/path_aliases.h"
+#include "host/state/property_table.h"
+#include "host/state/text.h"
 
 #include "kz/message.h"
 #include "kz/result.h"
@@ -47,7 +47,7 @@ CKzHost::~CKzHost() {
 CCallWatch& CKzHost::calls() const { return m_parts->context->calls; }
 CCommandDispatcher& CKzHost::commands() const { return *m_parts->dispatcher; }
 CDialogBoard& CKzHost::dialogs() const { return *m_parts->dialogs; }
-CFileTable& CKzHost::files() const { return *m_parts->files; }
+CPathAliases& CKzHost::files() const { return *m_parts->files; }
 CImageFiles& CKzHost::images() const { return *m_parts->images; }
 CImportPaths& CKzHost::importPaths() const { return *m_parts->importPaths; }
 CListenerTable& CKzHost::listeners() const { return *m_parts->listeners; }
@@ -56,7 +56,7 @@ CModuleTable& CKzHost::modules() const { return *m_parts->modules; }
 CMonitorBoard& CKzHost::monitors() const { return *m_parts->monitors; }
 CPropertyTable& CKzHost::properties() const { return *m_parts->properties; }
 CReasonBook& CKzHost::reasons() const { return *m_parts->reasons; }
-CScriptState& CKzHost::scripts() const { return *m_parts->scripts; }
+CScriptRunner& CKzHost::scripts() const { return *m_parts->scripts; }
 CServiceRegistry& CKzHost::services() const { return *m_parts->services; }
 
 bool CKzHost::load(const std::string& path, std::string& why) {

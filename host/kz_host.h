@@ -9,7 +9,7 @@
 class CCallWatch;
 class CCommandDispatcher;
 class CDialogBoard;
-class CFileTable;
+class CPathAliases;
 class CImageFiles;
 class CImportPaths;
 class CListenerTable;
@@ -19,7 +19,7 @@ class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
 class CScript;
-class CScriptState;
+class CScriptRunner;
 class CServiceRegistry;
 struct HostParts;
 template <class Class> class CHostRef;
@@ -46,7 +46,7 @@ public:
     CCallWatch& calls() const;
     CCommandDispatcher& commands() const;
     CDialogBoard& dialogs() const;
-    CFileTable& files() const;
+    CPathAliases& files() const;
     CImageFiles& images() const;
     CImportPaths& importPaths() const;
     CListenerTable& listeners() const;
@@ -55,7 +55,7 @@ public:
     CMonitorBoard& monitors() const;
     CPropertyTable& properties() const;
     CReasonBook& reasons() const;
-    CScriptState& scripts() const;
+    CScriptRunner& scripts() const;
     CServiceRegistry& services() const;
 
     // Loads a module; false, with a full sentence in `why`.

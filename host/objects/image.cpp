@@ -1,7 +1,7 @@
 // An image in memory, as an object.
 #include "host/objects/image.h"
 
-#include "host/object.h"
+#include "host/core/object.h"
 
 #include <algorithm>
 #include <cmath>

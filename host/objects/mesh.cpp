@@ -1,7 +1,7 @@
 // A mesh as an object: counting, measuring and changing it as a whole.
 #include "host/objects/mesh.h"
 
-#include "host/object.h"
+#include "host/core/object.h"
 #include "host/objects/edge.h"
 #include "host/objects/mesh_map.h"
 #include "host/objects/mesh_merge.h"

@@ -1,7 +1,7 @@
 // Images in PNG files.
 #include "host/objects/png_file.h"
 
-#include "host/object.h"
+#include "host/core/object.h"
 
 #include <fstream>
 #include <memory>

@@ -2,7 +2,7 @@
 #include "host/objects/polygon.h"
 
 #include "host/objects/mesh_map.h"
-#include "host/text.h"
+#include "host/state/text.h"
 
 KzElementId CPolygon::corner(std::int64_t vertex) const {
     const auto& corners = here().points;

@@ -1,6 +1,6 @@
 // Commands: their strings, the host's own ones, a module's, and what is told when something is wrong.
-#include "host/command_dispatcher.h"
-#include "host/text.h"
+#include "host/core/command_dispatcher.h"
+#include "host/state/text.h"
 #include "tests/support/host_test.h"
 
 #include "kz/result.h"

@@ -1,10 +1,10 @@
 // The host's services: what scripts see of them is checked by the script beside this file; here stands what only C++ can
 // do or see.
 #include "tests/support/host_test.h"
-#include "host/progress_view.h"
-#include "host/reasons.h"
-#include "host/service_registry.h"
-#include "host/text.h"
+#include "host/cli/progress_view.h"
+#include "host/core/reasons.h"
+#include "host/core/service_registry.h"
+#include "host/state/text.h"
 #include "tests/support/threads.h"
 
 #include "kz/application.h"

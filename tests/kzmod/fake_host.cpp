@@ -1,9 +1,9 @@
 // The test's own commands, values, monitors and queries.
 #include "fake_host.h"
 
-#include "host/message.h"
-#include "host/text.h"
-#include "host/values.h"
+#include "host/core/message.h"
+#include "host/core/values.h"
+#include "host/state/text.h"
 #include "tests/support/host_test.h"
 
 #include "kz/application.h"

@@ -1,6 +1,6 @@
 // Start-up: what it gives to Python, what it survives, and what is said when it fails.
-#include "host/import_paths.h"
-#include "host/service_registry.h"
+#include "host/core/service_registry.h"
+#include "host/state/import_paths.h"
 
 #include "tests/support/child.h"
 #include "tests/support/host_test.h"

@@ -2,8 +2,8 @@
 #include "tests/sdk/described.h"
 #include "tests/support/host_test.h"
 
-#include "host/service_registry.h"
-#include "host/text.h"
+#include "host/core/service_registry.h"
+#include "host/state/text.h"
 
 #include "kz/channel.h"
 #include "kz/command.h"

@@ -1,5 +1,5 @@
 // Script runs: what a script is given, how it ended, and that it leaves nothing behind.
-#include "host/message.h"
+#include "host/core/message.h"
 
 #include "tests/support/host_test.h"
 

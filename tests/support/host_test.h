@@ -1,5 +1,5 @@
 // Hosts for one test, without modules or with the plug-in, which must leave nothing alive.
-#include "host/text.h"
+#include "host/state/text.h"
 
 #pragma once
 

@@ -1,7 +1,7 @@
 // The reference host with the plug-in in it.
 #include "tests/support/plugin_host.h"
 
-#include "host/text.h"
+#include "host/state/text.h"
 
 #include "kz/value.h"
 #include "kz_paths.h"
