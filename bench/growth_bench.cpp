@@ -1,6 +1,11 @@
 // How costs grow: what each element costs among N of them and among 8 N. What is linear costs the same in both.
 #include "bench/measure.h"
+#include "host/core/log_store.h"
+#include "host/core/object.h"
+#include "host/core/scripts.h"
 #include "host/kz_host.h"
+#include "host/state/path_aliases.h"
+#include "host/state/property_table.h"
 #include "kz_paths.h"
 
 #include <algorithm>
@@ -38,7 +43,7 @@ constexpr const char* texts = "def memory(): return int(open('/proc/self/statm')
 class CGrowthHost {
 public:
     CGrowthHost() {
-        m_host.core().files.setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7");
+        m_host.files().setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7");
         std::string why;
         if (m_host.load(KZ_BUILD_DIR "/plugins/kzPython2.so", why)) return;
         std::fprintf(stderr, "%s\n", why.c_str());
@@ -52,7 +57,7 @@ public:
             std::exit(2);
         }
         m_host.log().clear();
-        return std::atof(m_host.core().properties.get("bench").value_or("").c_str());
+        return std::atof(m_host.properties().get("bench").value_or("").c_str());
     }
 
 private:

@@ -1,11 +1,28 @@
 // The reference host: an application object with its services, and the modules that were loaded into it.
 #pragma once
 
-#include "host/core.h"
+#include "kz/base/object.h"
 
 #include <memory>
 #include <string>
-#include <vector>
+
+class CCallWatch;
+class CCommandDispatcher;
+class CDialogBoard;
+class CPathAliases;
+class CImageFiles;
+class CImportPaths;
+class CListenerTable;
+class CLogStore;
+class CModuleTable;
+class CMonitorBoard;
+class CPropertyTable;
+class CReasonBook;
+class CScript;
+class CScriptRunner;
+class CServiceRegistry;
+struct HostParts;
+template <class Class> class CHostRef;
 
 // How a script ended.
 struct ScriptEnd {
@@ -25,8 +42,21 @@ public:
 
     IKzUnknown* application() const { return m_application.raw(); }
 
-    CHostCore& core() const { return *m_core; }
-    CLogStore& log() const { return *m_core->log; }
+    // Its parts, for the program and for tests. Each has a header of its own.
+    CCallWatch& calls() const;
+    CCommandDispatcher& commands() const;
+    CDialogBoard& dialogs() const;
+    CPathAliases& files() const;
+    CImageFiles& images() const;
+    CImportPaths& importPaths() const;
+    CListenerTable& listeners() const;
+    CLogStore& log() const;
+    CModuleTable& modules() const;
+    CMonitorBoard& monitors() const;
+    CPropertyTable& properties() const;
+    CReasonBook& reasons() const;
+    CScriptRunner& scripts() const;
+    CServiceRegistry& services() const;
 
     // Loads a module; false, with a full sentence in `why`.
     bool load(const std::string& path, std::string& why);
@@ -35,13 +65,12 @@ public:
     void unload();
 
     // The operation ("Log.CreateEntry") fails with that code, the next `times` times or always.
-    void failOperation(const std::string& operation, KzResult code, int times = CCallWatch::always) {
-        m_core->calls.fail(operation, code, times);
-    }
+    static constexpr int always = -1;
+    void failOperation(const std::string& operation, KzResult code, int times = always);
 
     ScriptEnd run(const CHostRef<CScript>& script, std::uint32_t flags, const std::string& args);
 
 private:
-    std::shared_ptr<CHostCore> m_core = std::make_shared<CHostCore>();
+    std::unique_ptr<HostParts> m_parts;
     CKzLoc_Unknown m_application;
 };

@@ -1,9 +1,11 @@
 // Reading and writing the channels of a scene's items. Nothing is animated here: a value is the same at all times.
+#include "host/core/object.h"
 #include "host/objects/scene.h"
 
-#include "host/reasons.h"
-#include "host/text.h"
-#include "host/values.h"
+#include "host/core/reasons.h"
+#include "host/core/values.h"
+#include "host/state/text.h"
+#include "host/state/value_types.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Edges of a mesh.
-#include "host/objects/mesh_cursors.h"
+#include "host/objects/edge.h"
 
 KzResult CEdge::edge_MoveToEnds(KzElementId start, KzElementId end) {
     const MeshEdge* edge = data().edgeBetween(start, end);

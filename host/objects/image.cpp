@@ -1,6 +1,8 @@
 // An image in memory, as an object.
 #include "host/objects/image.h"
 
+#include "host/core/object.h"
+
 #include <algorithm>
 #include <cmath>
 

@@ -43,8 +43,3 @@ private:
 
 // A copy, in that format, of anybody's image: what it answers is checked, not believed. 0 keeps its own format.
 CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format);
-
-// PNG files: written with eight bits a component, read with what they have of colour and alpha, known by how they begin.
-bool kzIsPng(const std::string& path);
-KzResult kzSavePng(CImage& image, const std::string& path);
-CHostRef<CImage> kzLoadPng(const std::string& path);

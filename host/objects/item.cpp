@@ -1,8 +1,10 @@
 // Items: names, place in the tree, channels and tags.
+#include "host/core/object.h"
 #include "host/objects/scene.h"
 
-#include "host/reasons.h"
-#include "host/text.h"
+#include "host/core/reasons.h"
+#include "host/state/text.h"
+#include "host/state/value_types.h"
 
 #include "kz/scene_graph.h"
 

@@ -1,8 +1,10 @@
 // One channel of an item: what it is like, and describing a new one.
+#include "host/core/object.h"
 #include "host/objects/scene.h"
 
-#include "host/text.h"
-#include "host/values.h"
+#include "host/core/values.h"
+#include "host/state/text.h"
+#include "host/state/value_types.h"
 
 namespace {
 

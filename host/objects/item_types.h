@@ -1,7 +1,7 @@
 // The types of items that the host knows, and the channels that their items have.
 #pragma once
 
-#include "host/value_types.h"
+#include "host/state/value_types.h"
 
 #include "kz/channel.h"
 #include "kz/item.h"

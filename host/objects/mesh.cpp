@@ -1,16 +1,14 @@
 // A mesh as an object: counting, measuring and changing it as a whole.
 #include "host/objects/mesh.h"
 
-#include "host/objects/mesh_cursors.h"
+#include "host/core/object.h"
+#include "host/objects/edge.h"
+#include "host/objects/mesh_map.h"
+#include "host/objects/mesh_merge.h"
+#include "host/objects/point.h"
+#include "host/objects/polygon.h"
 
 #include <set>
-
-std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points) {
-    // More corners than any polygon has are a mistake, and nobody knows where such a list would end.
-    constexpr std::uint32_t mostCorners = 0xFFFF;
-    if (count == 0 || count > mostCorners || points == nullptr) throw KZe_INVALIDARG;
-    return {points, points + count};
-}
 
 KzResult CMesh::mesh_PointCount(std::uint32_t* count) {
     *count = data.points.size();
@@ -52,25 +50,25 @@ bool CMesh::mesh_IsCompatible(IKzUnknown* other) {
 }
 
 KzResult CMesh::mesh_PointByIndex(std::uint32_t index, IKzUnknown** point) {
-    return CPoint::create(self(), data.points.byIndex(index).id).give(point);
+    return CPoint::create(self().raw(), data, data.points.byIndex(index).id).give(point);
 }
 
 KzResult CMesh::mesh_PolygonByIndex(std::uint32_t index, IKzUnknown** polygon) {
-    return CPolygon::create(self(), data.polygons.byIndex(index).id).give(polygon);
+    return CPolygon::create(self().raw(), data, data.polygons.byIndex(index).id).give(polygon);
 }
 
 KzResult CMesh::mesh_EdgeByIndex(std::uint32_t index, IKzUnknown** edge) {
-    return CEdge::create(self(), data.edges().byIndex(index).id).give(edge);
+    return CEdge::create(self().raw(), data, data.edges().byIndex(index).id).give(edge);
 }
 
 KzResult CMesh::mesh_MapByIndex(std::uint32_t index, IKzUnknown** map) {
-    return CMeshMap::create(self(), data.maps.byIndex(index).id).give(map);
+    return CMeshMap::create(self().raw(), data, data.maps.byIndex(index).id).give(map);
 }
 
-KzResult CMesh::mesh_Points(IKzUnknown** point) { return CPoint::create(self()).give(point); }
-KzResult CMesh::mesh_Polygons(IKzUnknown** polygon) { return CPolygon::create(self()).give(polygon); }
-KzResult CMesh::mesh_Edges(IKzUnknown** edge) { return CEdge::create(self()).give(edge); }
-KzResult CMesh::mesh_Maps(IKzUnknown** map) { return CMeshMap::create(self()).give(map); }
+KzResult CMesh::mesh_Points(IKzUnknown** point) { return CPoint::create(self().raw(), data).give(point); }
+KzResult CMesh::mesh_Polygons(IKzUnknown** polygon) { return CPolygon::create(self().raw(), data).give(polygon); }
+KzResult CMesh::mesh_Edges(IKzUnknown** edge) { return CEdge::create(self().raw(), data).give(edge); }
+KzResult CMesh::mesh_Maps(IKzUnknown** map) { return CMeshMap::create(self().raw(), data).give(map); }
 
 KzElementId CMesh::mesh_EdgeByEnds(KzElementId start, KzElementId end) {
     const MeshEdge* edge = data.edgeBetween(start, end);
@@ -120,8 +118,7 @@ double CMesh::mesh_Volume() {
 }
 
 KzResult CMesh::mesh_AddPoint(const KzVector3* position, KzElementId* point) {
-    *point = data.points.add({.position = kzGiven(position)}).id;
-    data.changed(KZfMESHEDIT_POINTS);
+    *point = data.addPoint(kzGiven(position)).id;
     return KZe_OK;
 }
 

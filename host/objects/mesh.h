@@ -1,4 +1,4 @@
-// A mesh as an object, and the services that make meshes.
+// A mesh as an object.
 #pragma once
 
 #include "host/objects/mesh_data.h"
@@ -60,18 +60,3 @@ public:
 private:
     int m_openEdits = 0;
 };
-
-// Brings the elements of one mesh into another, by the flags of a merge.
-void kzMergeMesh(CMeshData& target, const CMeshData& source, const KzMatrix4& matrix, std::uint32_t flags);
-
-// The flags of a merge that leaves nothing out and changes nothing.
-inline constexpr std::uint32_t kzMergeEverything = KZfMESHMERGE_POINT_MAPS | KZfMESHMERGE_POINT_NEWMAPS |
-                                                   KZf_MESHMERGE_POLY_MATERIAL | KZf_MESHMERGE_POLY_PART |
-                                                   KZf_MESHMERGE_POLY_SETS | KZf_MESHMERGE_POLY_MAPS;
-// A stored normal goes with what it stands on.
-void kzTurnNormal(std::vector<float>& values, const KzMatrix4& matrix);
-// The corners in a caller's buffer. Throws what is wrong with the count or the buffer.
-std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points);
-
-// Whether an element with these marks is meant; 0 means all.
-inline bool kzIsMeant(std::int32_t marks, std::int32_t wanted) { return wanted == 0 || (marks & wanted) != 0; }

@@ -109,6 +109,12 @@ void CMeshData::checkCorners(std::int32_t type, const std::vector<KzElementId>& 
         if (!points.has(point)) throw KZe_NOTFOUND;
 }
 
+MeshPoint& CMeshData::addPoint(const KzVector3& position) {
+    MeshPoint& point = points.add({.position = position});
+    changed(KZfMESHEDIT_POINTS);
+    return point;
+}
+
 MeshPolygon& CMeshData::addPolygon(std::int32_t type, std::vector<KzElementId> corners) {
     checkCorners(type, corners);
     MeshPolygon polygon;
@@ -180,4 +186,11 @@ std::uint32_t CMeshData::serial(std::uint32_t changes) const {
     for (std::size_t bit = 0; bit < m_serials.size(); ++bit)
         if ((changes >> bit & 1U) != 0) sum += m_serials[bit];
     return sum;
+}
+
+std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points) {
+    // More corners than any polygon has are a mistake, and nobody knows where such a list would end.
+    constexpr std::uint32_t mostCorners = 0xFFFF;
+    if (count == 0 || count > mostCorners || points == nullptr) throw KZe_INVALIDARG;
+    return {points, points + count};
 }

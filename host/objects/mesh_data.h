@@ -66,6 +66,7 @@ public:
     std::span<const MeshCorner> cornersAt(KzElementId point);
     MeshEdge* edgeBetween(KzElementId start, KzElementId end);
 
+    MeshPoint& addPoint(const KzVector3& position);
     MeshPolygon& addPolygon(std::int32_t type, std::vector<KzElementId> corners);
     // Throws what is wrong with the corners of a polygon of that type.
     void checkCorners(std::int32_t type, const std::vector<KzElementId>& corners) const;
@@ -133,3 +134,9 @@ struct MeshMapType {
 };
 std::span<const MeshMapType> kzMapTypes() noexcept;
 const MeshMapType* kzFindMapType(std::int32_t type) noexcept;
+
+// The corners in a caller's buffer. Throws what is wrong with the count or the buffer.
+std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points);
+
+// Whether an element with these marks is meant; 0 means all.
+inline bool kzIsMeant(std::int32_t marks, std::int32_t wanted) { return wanted == 0 || (marks & wanted) != 0; }

@@ -1,8 +1,8 @@
 // Maps of a mesh.
-#include "host/objects/mesh_cursors.h"
+#include "host/objects/mesh_map.h"
 
-#include "host/reasons.h"
-#include "host/text.h"
+#include "host/core/reasons.h"
+#include "host/state/text.h"
 
 namespace {
 

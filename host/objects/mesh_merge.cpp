@@ -1,5 +1,5 @@
 // Bringing the elements of one mesh into another.
-#include "host/objects/mesh.h"
+#include "host/objects/mesh_merge.h"
 
 namespace {
 

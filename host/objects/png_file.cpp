@@ -1,5 +1,7 @@
 // Images in PNG files.
-#include "host/objects/image.h"
+#include "host/objects/png_file.h"
+
+#include "host/core/object.h"
 
 #include <fstream>
 #include <memory>

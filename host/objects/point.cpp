@@ -1,5 +1,7 @@
 // Points of a mesh.
-#include "host/objects/mesh_cursors.h"
+#include "host/objects/point.h"
+
+#include "host/objects/mesh_map.h"
 
 KzResult CPoint::point_MoveToVertex(KzElementId polygon, std::int32_t vertex) {
     const auto& corners = data().polygons.at(polygon).points;
@@ -87,7 +89,7 @@ KzResult CPoint::point_SetMapValue(KzElementId map, float* values) {
 KzResult CPoint::point_ClearMapValue(KzElementId map) { return kzClearMapValue(data(), map, {here().id, nullptr}); }
 
 KzResult CPoint::point_Add(const KzVector3* position, KzElementId* point) {
-    if (const KzResult code = mesh().mesh_AddPoint(position, point); kzFailed(code)) return code;
+    *point = data().addPoint(kzGiven(position)).id;
     return moveTo(*point);
 }
 

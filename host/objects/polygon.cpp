@@ -1,7 +1,8 @@
 // Polygons of a mesh.
-#include "host/objects/mesh_cursors.h"
+#include "host/objects/polygon.h"
 
-#include "host/text.h"
+#include "host/objects/mesh_map.h"
+#include "host/state/text.h"
 
 KzElementId CPolygon::corner(std::int64_t vertex) const {
     const auto& corners = here().points;
@@ -72,7 +73,8 @@ std::uint32_t CPolygon::polygon_EdgeCount() {
 KzResult CPolygon::polygon_EdgeByIndex(std::uint32_t index, KzElementId* edge) {
     const auto& corners = here().points;
     if (index >= polygon_EdgeCount()) return KZe_OUTOFBOUNDS;
-    *edge = mesh().mesh_EdgeByEnds(corners[index], corners[(index + 1) % corners.size()]);
+    const MeshEdge* found = data().edgeBetween(corners[index], corners[(index + 1) % corners.size()]);
+    *edge = found != nullptr ? found->id : nullptr;
     return KZe_OK;
 }
 

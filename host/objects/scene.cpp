@@ -1,8 +1,9 @@
 // Scenes: their items by type, name and identifier.
 #include "host/objects/scene.h"
 
-#include "host/reasons.h"
-#include "host/text.h"
+#include "host/core/object.h"
+#include "host/core/reasons.h"
+#include "host/state/text.h"
 
 #include <algorithm>
 

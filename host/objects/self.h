@@ -1,7 +1,7 @@
 // Objects of the host that hand out references to themselves, and what operations on objects check first.
 #pragma once
 
-#include "host/object.h"
+#include "host/core/object.h"
 
 #include "kz/result.h"
 

@@ -1,5 +1,6 @@
 // Commands: their strings, the host's own ones, a module's, and what is told when something is wrong.
-#include "host/command_center.h"
+#include "host/core/command_dispatcher.h"
+#include "host/state/text.h"
 #include "tests/support/host_test.h"
 
 #include "kz/result.h"
@@ -57,7 +58,7 @@ class CommandTest : public HostTest {
 protected:
     // Every answer after a blank, or "!" and the code's name.
     std::string perform(const std::string& text) {
-        const auto outcome = CCommandCenter(host().core().shared_from_this()).perform(text, 0);
+        const auto outcome = host().commands().perform(text, 0);
         if (kzFailed(outcome.code)) return "!" + kzCodeName(outcome.code);
         std::string all = outcome.isQuery ? "" : "done";
         for (const std::string& answer : outcome.answers) all += (all.empty() ? "" : "/") + answer;

@@ -1,15 +1,20 @@
 // The host's services: what scripts see of them is checked by the script beside this file; here stands what only C++ can
 // do or see.
 #include "tests/support/host_test.h"
-#include "host/progress_view.h"
+#include "host/cli/progress_view.h"
+#include "host/core/reasons.h"
+#include "host/core/service_registry.h"
+#include "host/state/text.h"
 #include "tests/support/threads.h"
 
 #include "kz/application.h"
+#include "kz/command.h"
 #include "kz/dialog.h"
 #include "kz/file.h"
 #include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/log.h"
+#include "kz/message.h"
 #include "kz/module.h"
 #include "kz/result.h"
 #include "kz/value.h"
@@ -32,7 +37,7 @@ TEST_F(HostTest, ReasonsThatAreNotWrittenAreCounted) {
     const KzGuid* iid = nullptr;
     for (int attempt = 0; attempt < 1000; ++attempt)
         EXPECT_EQ(guids->LookupName(("no " + std::to_string(attempt)).c_str(), &iid), KZe_NOTFOUND);
-    host().core().reasons->writeCounts();
+    host().reasons().writeCounts();
     const auto lines = host().log().lines("objects");
     ASSERT_LT(lines.size(), 20U);
     EXPECT_EQ(lines.front().text, "GUID.LookupName: there is no server class \"no 0\"");
@@ -41,7 +46,7 @@ TEST_F(HostTest, ReasonsThatAreNotWrittenAreCounted) {
 
 TEST_F(HostTest, MonitorsReportTheirStepsAndEnd) {
     std::string seen;
-    host().core().monitors.setViewer([&](const MonitorState& state) {
+    host().monitors().setViewer([&](const MonitorState& state) {
         seen += std::to_string(state.done) + "/" + std::to_string(state.steps) + (state.ended ? "." : " ");
     });
     const ServiceOf<CKzUser_StdDialogService> dialogs(host().application());
@@ -51,7 +56,7 @@ TEST_F(HostTest, MonitorsReportTheirStepsAndEnd) {
     EXPECT_EQ(work->Initialize(4), KZe_OK);
     EXPECT_EQ(work->Increment(1), KZe_OK);
     EXPECT_EQ(work->Increment(9), KZe_OK) << "more than announced";
-    host().core().monitors.abort(true);
+    host().monitors().abort(true);
     EXPECT_EQ(work->Increment(1), KZe_ABORT);
     EXPECT_EQ(dialogs->MonitorReleaseObj(work.raw()), KZe_OK);
     EXPECT_EQ(seen, "0/4 1/4 4/4 4/4 4/4.");
@@ -83,7 +88,7 @@ TEST(ProgressView, IsDrawnOnlyWhenItChanges) {
 TEST_F(HostTest, AShortBufferIsSaidAndNeverOverrun) {
     const CTestFolder folder;
     const std::string whole = folder.path();
-    host().core().files.setAlias("kit", whole);
+    host().files().setAlias("kit", whole);
     const ServiceOf<CKzUser_FileService> files(host().application());
     for (std::size_t size = 0; size <= whole.size() + 1; ++size) {
         std::string buffer(whole.size() + 8, '#');
@@ -152,11 +157,11 @@ TEST_F(HostTest, ThreadsMayWriteAtOnceAndEntriesOutliveTheirHost) {
 TEST_F(HostTest, TheApplicationAnswersEveryServiceAndNothingElse) {
     {
         const ServiceOf<CKzUser_ApplicationService> application(host().application());
-        for (const std::string& name : host().core().serviceNames()) {
+        for (const std::string& name : host().services().names()) {
             CKzLoc_Unknown byName, byIid;
             EXPECT_EQ(application->ServiceByName(name.c_str(), byName.out()), KZe_OK) << name;
             void* found = nullptr;
-            EXPECT_EQ(application->QueryInterface(host().core().serviceByName(name), &found), KZe_OK) << name;
+            EXPECT_EQ(application->QueryInterface(host().services().find(name), &found), KZe_OK) << name;
             *byIid.out() = static_cast<IKzUnknown*>(found);
         }
         CKzLoc_Unknown none;
@@ -165,7 +170,7 @@ TEST_F(HostTest, TheApplicationAnswersEveryServiceAndNothingElse) {
         EXPECT_EQ(application->QueryInterface(&KZu_MESSAGE, &found), KZe_NOINTERFACE);
     }
     restart();
-    host().core().removeService(KZu_LOGSERVICE);
+    host().services().remove(KZu_LOGSERVICE);
     EXPECT_FALSE(ServiceOf<CKzUser_LogService>(host().application()));
     const char* value = nullptr;
     EXPECT_EQ(ServiceOf<CKzUser_ApplicationService>(host().application()).Property("a", &value), KZe_NOTFOUND);
@@ -192,7 +197,7 @@ TEST_F(HostTest, OfAModuleTheServersAreTakenInAndOfOneThatRefusesNothing) {
     for (const KzResult code : {KZe_NOTREADY, KZe_OK}) {
         const auto module = CHostRef<OddModule>::make(code);
         EXPECT_EQ(host().adopt("odd", module.raw()), code);
-        EXPECT_EQ(host().core().modules.servers().size(), code == KZe_OK ? 1U : 0U);
+        EXPECT_EQ(host().modules().servers().size(), code == KZe_OK ? 1U : 0U);
     }
     CKzLoc_Unknown made;
     EXPECT_EQ(ServiceOf<CKzUser_HostService>(host().application())->SpawnServer("command", "odd", made.out()),
@@ -231,7 +236,7 @@ TEST_F(HostTest, AListOfServersThatGrowsIsReadFromItsEnd) {
     const auto names = [&] {
         service->ModuleUpdate("growing");
         std::string all;
-        for (const KzServer& server : host().core().modules.servers("command")) all += server.name + " ";
+        for (const KzServer& server : host().modules().servers("command")) all += server.name + " ";
         return all;
     };
     module->names = {"a", "b"};
@@ -246,12 +251,12 @@ TEST_F(HostTest, AListOfServersThatGrowsIsReadFromItsEnd) {
 
 // The module as it is shipped: loaded, read, unloaded, and its library closed.
 TEST_F(HostTest, TheShippedModuleLoadsAndLeavesNothingBehind) {
-    host().core().modules.closeLibraries();
+    host().modules().closeLibraries();
     load();
-    EXPECT_TRUE(host().core().modules.find("textscriptinterpreter", "python"));
-    EXPECT_TRUE(host().core().modules.find("lineinterpreter", "python"));
+    EXPECT_TRUE(host().modules().find("textscriptinterpreter", "python"));
+    EXPECT_TRUE(host().modules().find("lineinterpreter", "python"));
     host().unload();
-    EXPECT_TRUE(host().core().modules.servers().empty());
+    EXPECT_TRUE(host().modules().servers().empty());
 }
 
 }  // namespace

@@ -80,11 +80,11 @@ TEST_F(ScriptTest, ARunIsHandedEverythingAndItsMessageComesBack) {
     for (const LogLine& line : host().log().lines("scripts")) told += line.text + "|";
     EXPECT_EQ(told, m_folder.path("a.py") + "|'' args|7|");
     EXPECT_FALSE(run(m_folder.write("a.py", "")).isTold);
-    EXPECT_EQ(host().core().scripts.depth(), 0U);
+    EXPECT_EQ(host().scripts().depth(), 0U);
 }
 
 TEST_F(ScriptTest, TheScriptServiceRunsByPathAliasAndName) {
-    host().core().files.setAlias("scripts", m_folder.path());
+    host().files().setAlias("scripts", m_folder.path());
     m_folder.write("a.py", "");
     m_folder.write("bad.py", std::string("\0", 1));
     const ServiceOf<CKzUser_ScriptSysService> scripts(host().application());

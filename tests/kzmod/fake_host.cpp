@@ -1,10 +1,13 @@
 // The test's own commands, values, monitors and queries.
 #include "fake_host.h"
 
-#include "host/values.h"
+#include "host/core/message.h"
+#include "host/core/values.h"
+#include "host/state/text.h"
 #include "tests/support/host_test.h"
 
 #include "kz/application.h"
+#include "kz/command.h"
 #include "kz/dialog.h"
 
 #include <algorithm>
@@ -206,7 +209,7 @@ bool FakeHost::called(const std::string& call) const {
 void FakeHost::set(const FakeScript& next) {
     script = next;
     calls.clear();
-    host.core().calls.heal();
+    host.calls().heal();
     for (const auto& [operation, code] : script.fails) host.failOperation(operation, code);
 }
 
@@ -218,5 +221,5 @@ void FakeHost::set(const std::function<void(FakeScript&)>& change) {
 
 void FakeHost::enter(const char* operation, const std::string& arguments) {
     calls.push_back(arguments.empty() ? operation : std::string(operation) + "(" + arguments + ")");
-    host.core().calls.enter(operation);
+    host.calls().enter(operation);
 }

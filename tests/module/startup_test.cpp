@@ -1,4 +1,7 @@
 // Start-up: what it gives to Python, what it survives, and what is said when it fails.
+#include "host/core/service_registry.h"
+#include "host/state/import_paths.h"
+
 #include "tests/support/child.h"
 #include "tests/support/host_test.h"
 
@@ -30,7 +33,7 @@ void check(const std::vector<Fault>& table) {
             EXPECT_EQ(session.run("1+1\n"), fault.answer);
             EXPECT_EQ(host.log("python"), fault.log);
             // The answer stays the same: start-up is not tried again.
-            host.host.core().calls.heal();
+            host.host.calls().heal();
             EXPECT_EQ(session.run("1+1\n"), fault.answer);
             EXPECT_EQ(kzSucceeded(host.run("pass").code), fault.answer == "= 2\n");
         });
@@ -41,14 +44,14 @@ Cause failing(const char* operation, KzResult code, int times = CCallWatch::alwa
 }
 
 Cause without(const KzGuid& service) {
-    return [&service](CPluginHost& host) { host.host.core().removeService(service); };
+    return [&service](CPluginHost& host) { host.host.services().remove(service); };
 }
 
 // That file, alone in the folder "PATH/NAME", comes first among what Python can import.
 Cause shadowed(const CTestFolder& folder, const char* name, const char* file, const char* text) {
     return [=, &folder](CPluginHost& host) {
         folder.write(std::string(name) + "/" + file, text);
-        host.host.core().importPaths = {folder.path() + "/" + name};
+        host.host.importPaths().set({folder.path() + "/" + name});
     };
 }
 
@@ -103,16 +106,16 @@ TEST(startup, says_what_failed) {
 TEST(startup, orders_the_import_paths) {
     CPluginHost host;
     const CTestFolder folder;
-    for (const char* name : {"P", "Q", "R"}) host.host.core().importPaths.push_back(folder.path() + "/" + name);
+    for (const char* name : {"P", "Q", "R"}) host.host.importPaths().add(folder.path() + "/" + name);
     host.load();
     folder.write("module/Scripts/x.py", "");
     const std::string part(250, 'n');
     const std::string longName = part + "/" + part + "/" + part;  // longer than the first buffer
     folder.write(longName + "/x.py", "");
-    host.host.core().files.setAlias("module", folder.path() + "/module");
-    host.host.core().files.setAlias("scripts", folder.path() + "/" + longName);
+    host.host.files().setAlias("module", folder.path() + "/module");
+    host.host.files().setAlias("scripts", folder.path() + "/" + longName);
     CTestSession session(host);
-    const std::string kit = host.host.core().files.expand("kit_Python2_7:extra64/Python").value_or("");
+    const std::string kit = host.host.files().expand("kit_Python2_7:extra64/Python").value_or("");
     EXPECT_EQ(session.run("import sys, site\n[p.replace('" + folder.path() + "', '') for p in sys.path[:5]]\n"),
               "= /module/Scripts /P /Q /R " + kit + "/Scripts\n");
     EXPECT_EQ(session.run("site.USER_SITE == site.USER_BASE == '" + folder.path() + "/" + longName + "'\n"),
@@ -123,7 +126,7 @@ TEST(startup, orders_the_import_paths) {
 TEST(startup, needs_no_path_of_the_host) {
     CPluginHost host;
     host.load();
-    for (const char* alias : {"kit_Python2_7", "module"}) host.host.core().files.setAlias(alias, "");
+    for (const char* alias : {"kit_Python2_7", "module"}) host.host.files().setAlias(alias, "");
     CTestSession session(host);
     EXPECT_EQ(session.run("import json\n1+1\n"), good);
     EXPECT_NE(host.log("python").find("No module named kzserv"), std::string::npos);

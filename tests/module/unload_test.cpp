@@ -60,7 +60,7 @@ TEST(unload_of_an_idle_host, is_for_good) {
     CPluginHost host;
     host.load().host.unload();  // nothing ran, nothing is started
     std::string why;
-    EXPECT_FALSE(CKzHost().load(host.host.core().files.expand("module:kzPython2.so").value_or(""), why));
+    EXPECT_FALSE(CKzHost().load(host.host.files().expand("module:kzPython2.so").value_or(""), why));
 }
 
 TEST_F(unload, lets_servers_outlive_python) {

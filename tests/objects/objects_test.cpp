@@ -2,7 +2,8 @@
 #include "tests/sdk/described.h"
 #include "tests/support/host_test.h"
 
-#include "host/text.h"
+#include "host/core/service_registry.h"
+#include "host/state/text.h"
 
 #include "kz/channel.h"
 #include "kz/command.h"
@@ -34,8 +35,8 @@ class HostObjects {
 public:
     explicit HostObjects(CKzHost& host) {
         IKzUnknown* application = host.application();
-        for (const std::string& name : host.core().serviceNames())
-            *add(name + " service") = host.core().makeService(*host.core().serviceByName(name));
+        for (const std::string& name : host.services().names())
+            *add(name + " service") = host.services().make(*host.services().find(name));
         const ServiceOf<CKzUser_CommandService> commands(application);
         const ServiceOf<CKzUser_LogService> log(application);
         const ServiceOf<CKzUser_SceneService> scenes(application);
@@ -123,8 +124,7 @@ TEST_F(HostTest, NullIsRefusedByEveryOperationThatNeedsMore) {
             const kzgen::Method& method = ifc.methods[i];
             const std::string title = ifc.name + "." + method.name;
             const bool needsPlace = !method.outputs().empty() && method.inert == kzgen::Inert::No;
-            const bool needsInput =
-                std::any_of(method.parameters.begin(), method.parameters.end(), isRequiredInput);
+            const bool needsInput = std::any_of(method.parameters.begin(), method.parameters.end(), isRequiredInput);
             if (!needsPlace && !needsInput) continue;
             const KzResult code = callWithNulls(object, i);
             if (method.returns.kind != kzgen::Kind::Result) continue;

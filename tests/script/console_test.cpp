@@ -117,7 +117,7 @@ TEST_F(console, works_without_anyone_to_hear_it) {
     EXPECT_EQ(bare->Execute("2", bare.raw()), KZe_OK);  // an object that is no console
     host.host.failOperation("Command.CreateQueryObject", KZe_NOACCESS);
     EXPECT_EQ(session.run("2\n"), "code 80000000\n");
-    host.host.core().calls.heal();
+    host.host.calls().heal();
     EXPECT_EQ(session.run("2\n"), "= 2\n");
 }
 

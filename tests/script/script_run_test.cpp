@@ -1,4 +1,6 @@
 // Script runs: what a script is given, how it ended, and that it leaves nothing behind.
+#include "host/core/message.h"
+
 #include "tests/support/host_test.h"
 
 #include "kz/module.h"
@@ -164,7 +166,7 @@ TEST_F(script_run, reports_when_it_cannot_be_read_or_reached) {
     for (const char* operation : {"Log.SubSystemLookup", "Log.CreateEntry"}) {
         host.host.failOperation(operation, KZe_NOACCESS);
         EXPECT_EQ(host.run("import kz\nkz.out(1)\nprint 2\n1/0").code, KZe_FAILED) << operation;
-        host.host.core().calls.heal();
+        host.host.calls().heal();
     }
     EXPECT_EQ(host.output("print 1"), "test.py\n  1\n");
 }

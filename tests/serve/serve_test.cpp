@@ -4,6 +4,7 @@
 #include "tests/support/threads.h"
 
 #include "kz/action.h"
+#include "kz/command.h"
 #include "kz/host.h"
 
 namespace {

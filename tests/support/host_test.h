@@ -1,4 +1,6 @@
 // Hosts for one test, without modules or with the plug-in, which must leave nothing alive.
+#include "host/state/text.h"
+
 #pragma once
 
 #include "tests/support/plugin_host.h"

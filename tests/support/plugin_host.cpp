@@ -1,7 +1,7 @@
 // The reference host with the plug-in in it.
 #include "tests/support/plugin_host.h"
 
-#include "host/text.h"
+#include "host/state/text.h"
 
 #include "kz/result.h"
 #include "kz/value.h"
@@ -31,7 +31,7 @@ KzResult CTestConsole::lin_Info(const char* text) {
 
 CNothingAlive::~CNothingAlive() { EXPECT_EQ(isExpected ? kzLiveInstanceCount() : 0, 0U) << kzLiveInstanceNames(); }
 
-CPluginHost::CPluginHost() { host.core().files.setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7"); }
+CPluginHost::CPluginHost() { host.files().setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7"); }
 
 CPluginHost& CPluginHost::load() {
     std::string why;
@@ -41,7 +41,7 @@ CPluginHost& CPluginHost::load() {
 
 CPluginHost& CPluginHost::adopt(IKzUnknown* module) {
     application.host = host.application();
-    EXPECT_EQ(host.core().modules.adopt("kzPython2", "kzPython2", module, &application), kzOk);
+    EXPECT_EQ(host.modules().adopt("kzPython2", "kzPython2", module, &application), kzOk);
     if (module != nullptr) module->Release();
     return *this;
 }
@@ -79,7 +79,7 @@ std::string CPluginHost::alive() {
 }
 
 CKzLoc_Unknown& CPluginHost::spawn(const char* className, CKzLoc_Unknown& object) {
-    const auto server = host.core().modules.find(className, "python");
+    const auto server = host.modules().find(className, "python");
     EXPECT_TRUE(server.has_value()) << className;
     return server ? CModuleTable::spawn(*server, object) : object;
 }

@@ -1,7 +1,13 @@
 // The reference host with the plug-in in it, and short ways to run scripts and console lines and to read the log.
 #pragma once
 
+#include "host/core/log_store.h"
+#include "host/core/module_table.h"
+#include "host/core/object.h"
+#include "host/core/scripts.h"
 #include "host/kz_host.h"
+#include "host/state/call_watch.h"
+#include "host/state/path_aliases.h"
 #include "tests/support/folder.h"
 
 #include "kz/script.h"

@@ -1,0 +1,178 @@
+// A conversation with a line interpreter.
+#include "host/cli/line_session.h"
+
+#include "host/cli/interrupt.h"
+#include "host/core/module_table.h"
+#include "host/core/object.h"
+#include "host/core/values.h"
+#include "host/state/property_table.h"
+#include "host/state/text.h"
+
+#include "kz/result.h"
+#include "kz/value.h"
+
+#include <cstdio>
+#include <utility>
+
+namespace {
+
+// Takes what a line gives. Errors go where errors go; the rest is what the user asked for.
+class CLineExecution final : public CHosted<"line", CLineExecution, CKzIfc_LineExecution> {
+public:
+    explicit CLineExecution(bool shows) : m_shows(shows) {}
+
+    KzResult lin_Results(IKzUnknown* values) override;
+    KzResult lin_Info(const char* text) override;
+    KzResult lin_Message(IKzUnknown* /*message*/) override { return KZe_OK; }
+    KzResult lin_Flags(std::uint32_t* flags) override {
+        *flags = 0;
+        return KZe_OK;
+    }
+    KzResult lin_Progress(double /*fraction*/) override { return KZe_OK; }
+
+    const std::vector<std::string>& results() const { return m_results; }
+    bool interrupted() const { return m_interrupted; }
+
+private:
+    bool m_shows;
+    bool m_afterError = false;
+    bool m_interrupted = false;
+    std::vector<std::string> m_results;
+};
+
+KzResult CLineExecution::lin_Results(IKzUnknown* values) {
+    const CKzUser_ValueArray held(values);
+    if (!held) return KZe_INVALIDARG;
+    for (std::uint32_t index = 0; index < held->Count(); ++index)
+        kzReadText(m_results.emplace_back(),
+                   [&](char* text, std::uint32_t length) { return held->GetString(index, text, length); });
+    if (!m_shows) return KZe_OK;
+    for (const std::string& text : m_results) std::printf("%s\n", text.c_str());
+    std::fflush(stdout);
+    return KZe_OK;
+}
+
+KzResult CLineExecution::lin_Info(const char* text) {
+    const std::string plain = kzWithoutMarkup(kzTextOf(text));
+    const bool isError =
+        plain.starts_with("ERROR: ") || plain.starts_with("trace") || (m_afterError && plain.starts_with(" .. "));
+    m_afterError = isError;
+    if (plain.find("\"KeyboardInterrupt\"") != std::string::npos && isError) m_interrupted = true;
+    if (!m_shows) return KZe_OK;
+    std::fprintf(isError ? stderr : stdout, "%s\n", plain.c_str());
+    std::fflush(isError ? stderr : stdout);
+    return KZe_OK;
+}
+
+}  // namespace
+
+int CLineSession::open() {
+    CKzHost& host = m_program.host();
+    host.properties().set("script.interrupt", "signal");
+    const auto servers = host.modules().servers(KZa_LINEINTERPRETER);
+    if (servers.empty()) {
+        CProgram::say("the module offers no line interpreter");
+        return exitNoModule;
+    }
+    if (!m_program.wakeInterpreter(servers.front().name)) {
+        CProgram::say("the interpreter \"" + servers.front().name + "\" failed to start");
+        return exitNoInterpreter;
+    }
+    CKzLoc_Unknown made;
+    m_interpreter.set(CModuleTable::spawn(servers.front(), made).raw());
+    return m_interpreter ? exitOk : exitNoInterpreter;
+}
+
+std::string CLineSession::promptFor(bool continued) {
+    const char* text = nullptr;
+    return kzSucceeded(m_interpreter.Prompt(continued ? 1 : 0, &text)) && text != nullptr ? text : "> ";
+}
+
+std::string CLineSession::prompt() { return promptFor(!m_pending && !m_open.empty()); }
+
+// The interpreter compiles all of an unfinished statement again with each line that it is given. It is given little by
+// little while the statement is short, as somebody types it, and then only when there is as much again, so that a paste of
+// any length costs in proportion to it.
+bool CLineSession::isDue(std::size_t size) const {
+    constexpr std::size_t shortText = 1000;
+    return size < shortText || size >= 2 * m_passedSize;
+}
+
+int CLineSession::execute(const std::string& line) {
+    if (!isContinued()) m_passedSize = 0;
+    m_open.add(line);
+    if (m_open.isOpen()) return tryOpen();
+    if (!m_pending) return passOpen();
+    const bool endsBlock = m_open.text().empty();
+    moveToBlock();
+    return endsBlock ? endBlock() : passBlock();
+}
+
+// The interpreter takes a line of the program at a time, so one that is typed as several is put together first: to the
+// interpreter an open string that goes on in the next line would be the same as a block that does. It is shown what is open
+// all the same, because text that can no longer become right is better told at once. Not so after a backslash, where what
+// stands before it may be whole and would run, nor inside a block, which would be lost.
+int CLineSession::tryOpen() {
+    if (m_pending || !m_open.isInside() || m_open.endsInBackslash() || !isDue(m_open.text().size())) return exitOk;
+    m_passedSize = m_open.text().size();
+    const int status = pass(m_open.text());
+    if (m_pending) m_interpreter.Reset();
+    else m_open.clear();
+    m_pending = false;
+    return status;
+}
+
+int CLineSession::passOpen() {
+    const std::string text = m_open.text();
+    m_open.clear();
+    m_passedSize = text.size();
+    return pass(text);
+}
+
+void CLineSession::moveToBlock() {
+    if (!m_block.empty() && !m_open.text().empty()) m_block += '\n';
+    m_block += m_open.text();
+    m_open.clear();
+}
+
+int CLineSession::passBlock() {
+    if (!isDue(m_passedSize + m_block.size())) return exitOk;
+    m_passedSize += m_block.size();
+    return pass(std::exchange(m_block, {}));
+}
+
+// The interpreter ends a block with an empty line, unless it has already found it wrong.
+int CLineSession::endBlock() {
+    if (!m_block.empty())
+        if (const int status = pass(std::exchange(m_block, {})); !m_pending) return status;
+    return pass("");
+}
+
+int CLineSession::pass(const std::string& text) {
+    const auto execution = CHostRef<CLineExecution>::make(true);
+    CInterruptScope::takeInterrupt();
+    const KzResult code = m_interpreter.Execute(text.c_str(), execution.raw());
+    m_pending = promptFor(false).starts_with("..");
+    if (kzSucceeded(code)) return exitOk;
+    m_failed = true;
+    return execution->interrupted() ? exitInterrupted : exitFailed;
+}
+
+void CLineSession::finish() {
+    if (m_pending) moveToBlock();
+    else if (!m_open.empty()) passOpen();
+    if (m_pending) endBlock();
+}
+
+void CLineSession::reset() {
+    m_interpreter.Reset();
+    m_open.clear();
+    m_block.clear();
+    m_pending = false;
+}
+
+std::optional<std::vector<std::string>> CLineSession::ask(const std::string& line) {
+    const auto execution = CHostRef<CLineExecution>::make(false);
+    if (kzFailed(m_interpreter.Execute(line.c_str(), execution.raw()))) return {};
+    return execution->results();
+}

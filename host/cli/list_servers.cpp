@@ -1,0 +1,35 @@
+// kzhost servers: what the host knows, as a table.
+#include "host/cli/list_servers.h"
+
+#include "host/cli/program.h"
+#include "host/core/module_table.h"
+#include "host/state/text.h"
+
+#include "kz/module.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+
+int kzListServers(CProgram& program) {
+    if (const int status = program.start(); status != exitOk) return status;
+    CKzHost& host = program.host();
+    program.wakeInterpreters();
+    const auto servers = host.modules().servers();
+    std::size_t classWidth = 5;
+    std::size_t nameWidth = 4;
+    for (const KzServer& server : servers) {
+        classWidth = std::max(classWidth, server.className.size());
+        nameWidth = std::max(nameWidth, server.name.size());
+    }
+    fmt::print("{:<{}}  {:<{}}  {}\n", "class", classWidth, "name", nameWidth, "module, tags");
+    for (const KzServer& server : servers) {
+        const std::string shown = server.className.empty() ? kzGuidText(server.iid) : server.className;
+        fmt::print("{:<{}}  {:<{}}  {}", shown, classWidth, server.name, nameWidth, server.moduleName);
+        if (server.className != KZa_MODULE)  // whose tags are its servers
+            for (const auto& [type, value] : CModuleTable::tagsOf(server)) fmt::print("  {}={}", type, value);
+        fmt::print("\n");
+    }
+    return exitOk;
+}

@@ -1,0 +1,81 @@
+// kzhost run: one script from start to exit status.
+#include "host/cli/run_script.h"
+
+#include "host/cli/interrupt.h"
+#include "host/cli/program.h"
+#include "host/core/message_tables.h"
+#include "host/core/scripts.h"
+#include "host/state/property_table.h"
+#include "host/state/text.h"
+
+#include "kz/result.h"
+
+#include <fmt/format.h>
+
+namespace {
+
+bool wasInterrupted(const ScriptEnd& end) {
+    const bool signalled = CInterruptScope::takeInterrupt();
+    return kzFailed(end.code) && ((signalled && end.code == KZe_ABORT) ||
+                                  end.message.find("exception \"KeyboardInterrupt\"") != std::string::npos);
+}
+
+int statusOf(const std::string& path, const ScriptEnd& end) {
+    if (wasInterrupted(end)) {
+        CProgram::say(path + ": interrupted");
+        return exitInterrupted;
+    }
+    if (kzFailed(end.code)) {
+        const std::string message = end.isTold ? end.message : CMessageTables::codeText(end.code);
+        CProgram::say(fmt::format("{}: 0x{:08x} {}: {}", path, end.code, kzCodeName(end.code), message));
+        return exitFailed;
+    }
+    if (end.code <= exitMostOfScript) return static_cast<int>(end.code);
+    CProgram::say(fmt::format("{}: ended with {} (0x{:08x}), which is no exit status; it becomes {}", path, end.code,
+                              end.code, static_cast<int>(exitMostOfScript)));
+    return exitMostOfScript;
+}
+
+// The name of the server that takes the script. If none of the modules' own does, those count as well that come to be
+// when the interpreters start.
+std::string interpreterName(CProgram& program, const CScript& script) {
+    CKzHost& host = program.host();
+    CKzLoc_Unknown interpreter;
+    auto server = host.scripts().interpreterFor(script, interpreter);
+    if (!server) {
+        program.wakeInterpreters();
+        server = host.scripts().interpreterFor(script, interpreter);
+    }
+    return server ? server->name : std::string();
+}
+
+}  // namespace
+
+int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments) {
+    std::string problem;
+    const auto joined = kzJoinArguments(arguments, problem);
+    if (!joined) {
+        CProgram::say(problem);
+        return exitUsage;
+    }
+    const auto script = kzReadScript(path, problem);
+    if (!script) {
+        CProgram::say(path + ": " + problem);
+        return exitUsage;
+    }
+    if (const int status = program.start(); status != exitOk) return status;
+    CKzHost& host = program.host();
+    const std::string interpreter = interpreterName(program, *script);
+    if (interpreter.empty()) {
+        CProgram::say(path + ": no interpreter takes this script; its name should end in .py, or its first line should "
+                             "be a comment that names the interpreter, as #python");
+        return exitUsage;
+    }
+    host.properties().set("script.interrupt", "signal");
+    if (!program.wakeInterpreter(interpreter)) {
+        CProgram::say(path + ": the interpreter \"" + interpreter + "\" failed to start");
+        return exitNoInterpreter;
+    }
+    const CInterruptScope interrupts;
+    return statusOf(path, program.host().run(script, 0, *joined));
+}

@@ -1,0 +1,9 @@
+// kzhost run: one script from start to exit status.
+#pragma once
+
+#include <string>
+#include <vector>
+
+class CProgram;
+
+int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments);

@@ -1,0 +1,126 @@
+// The verbs check, convert and tree.
+#include "host/cli/server_verbs.h"
+
+#include "host/cli/tree_walk.h"
+#include "host/core/message_tables.h"
+#include "host/core/module_table.h"
+#include "host/core/object.h"
+#include "host/core/scripts.h"
+#include "host/objects/image_files.h"
+#include "host/state/text.h"
+
+#include "kz/result.h"
+#include "kz/script.h"
+#include "kz/tree.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace {
+
+// The interpreter looks over the files itself; the host only asks it to.
+constexpr const char* checkScript = "# python\n"
+                                    "import sys\n"
+                                    "import kz\n"
+                                    "from kzserv import check\n"
+                                    "sys.exit(check.main(kz.args()))\n";
+
+bool allReadable(const std::vector<std::string>& files) {
+    const auto missing = std::find_if_not(
+        files.begin(), files.end(), [](const std::string& file) { return std::filesystem::is_regular_file(file); });
+    if (missing == files.end()) return true;
+    CProgram::say(*missing + ": there is no such file");
+    return false;
+}
+
+int check(CProgram& program, const std::vector<std::string>& files) {
+    std::string problem;
+    const auto joined = kzJoinArguments(files, problem);
+    if (!joined) {
+        CProgram::say(problem);
+        return exitUsage;
+    }
+    if (!allReadable(files)) return exitUsage;
+    if (const int status = program.start(); status != exitOk) return status;
+    for (const KzServer& server : program.host().modules().servers(KZa_TEXTSCRIPTINTERPRETER))
+        if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
+    const ScriptEnd end = program.host().run(CHostRef<CScript>::make("check.py", checkScript), 0, *joined);
+    if (!kzFailed(end.code)) return end.code == 0 ? exitOk : exitFailed;
+    CProgram::say("the files cannot be checked: " + (end.isTold ? end.message : kzCodeName(end.code)));
+    return exitFailed;
+}
+
+// Starts everything, servers included.
+int startAll(CProgram& program) {
+    if (const int status = program.start(); status != exitOk) return status;
+    for (const KzServer& server : program.host().modules().servers(KZa_LINEINTERPRETER))
+        if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
+    return exitOk;
+}
+
+int failed(const std::string& what, KzResult code) {
+    CProgram::say(fmt::format("{}: {} ({})", what, CMessageTables::codeText(code), kzCodeName(code)));
+    return exitFailed;
+}
+
+int convert(CProgram& program, const std::string& from, const std::string& to) {
+    if (const int status = startAll(program); status != exitOk) return status;
+    CKzHost& host = program.host();
+    CHostRef<CImage> image;
+    try {
+        image = host.images().load(from, nullptr);
+    } catch (KzResult code) {
+        return failed(code == KZe_NOTSUPPORTED ? from + ": no loader takes this file" : from, code);
+    }
+    try {
+        if (const KzResult code = host.images().save(image.raw(), to, {}, nullptr); kzFailed(code)) throw code;
+    } catch (KzResult code) {
+        return failed(code == KZe_NOTSUPPORTED ? to + ": no saver writes such files" : to, code);
+    }
+    fmt::print("{}: {} x {} pixels\n", to, image->width(), image->height());
+    return exitOk;
+}
+
+void printRow(const TreeRow& row) {
+    fmt::print("{:{}}", "", row.depth * 2);
+    for (std::size_t column = 0; column < row.cells.size(); ++column)
+        fmt::print("{}{}", column > 0 ? "  " : "", row.cells[column]);
+    fmt::print("\n");
+}
+
+int printTree(CProgram& program, const std::string& name) {
+    if (const int status = startAll(program); status != exitOk) return status;
+    const CModuleTable& modules = program.host().modules();
+    auto server = modules.find(KZa_TREE, name);
+    if (!server) server = modules.find(KZa_TREEVIEW, name);
+    if (!server) return failed("there is no tree \"" + name + "\"", KZe_NOTFOUND);
+    try {
+        CKzLoc_Unknown tree;
+        kzWalkTree(CModuleTable::spawn(*server, tree).raw(), printRow);
+    } catch (KzResult code) {
+        return failed("the tree \"" + name + "\"", code);
+    }
+    return exitOk;
+}
+
+}  // namespace
+
+CServerVerbs::CServerVerbs(CLI::App& app)
+    : m_check(app.add_subcommand("check", "Look over server files before they are used; 1 if anything is wrong")),
+      m_convert(app.add_subcommand("convert", "Convert an image with the loaders and savers of the modules")),
+      m_tree(app.add_subcommand("tree", "Print a tree that a module serves")) {
+    m_check->add_option("FILE", m_files, "The files")->required();
+    m_convert->add_option("FROM", m_from, "The image to read")->required();
+    m_convert->add_option("TO", m_to, "The file to write; its extension names the format")->required();
+    m_tree->add_option("NAME", m_name, "The tree's server name")->required();
+}
+
+bool CServerVerbs::parsed() const { return m_check->parsed() || m_convert->parsed() || m_tree->parsed(); }
+
+int CServerVerbs::run(CProgram& program) const {
+    if (m_check->parsed()) return check(program, m_files);
+    return m_convert->parsed() ? convert(program, m_from, m_to) : printTree(program, m_name);
+}

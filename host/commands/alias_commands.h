@@ -1,0 +1,8 @@
+// Commands for aliases of commands, and what ran before.
+#pragma once
+
+#include <memory>
+
+class CCommandRegistry;
+
+void kzAddAliasCommands(const std::shared_ptr<CCommandRegistry>& registry);

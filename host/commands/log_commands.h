@@ -1,0 +1,11 @@
+// Commands that read the log, add to it and clear it.
+#pragma once
+
+#include <memory>
+
+class CCommandRegistry;
+class CLogStore;
+class CPropertyTable;
+
+void kzAddLogCommands(CCommandRegistry& registry, const std::shared_ptr<CLogStore>& log,
+                      const std::shared_ptr<CPropertyTable>& properties);

@@ -1,0 +1,75 @@
+// The command that runs a mesh operation of a module.
+#include "host/commands/mesh_commands.h"
+
+#include "host/commands/builtin_command.h"
+#include "host/core/command_text.h"
+#include "host/core/module_table.h"
+#include "host/core/object.h"
+#include "host/objects/open_scenes.h"
+
+#include "kz/command.h"
+#include "kz/result.h"
+#include "kz/value.h"
+
+#include "kz/mesh_operation.h"
+
+namespace {
+
+constexpr ArgumentRow meshOperateArguments[] = {
+    {"operation", KZsTYPE_STRING, kzQueryable, "the mesh operation's server name; queried, all of them"},
+    {"item", KZsTYPE_STRING, kzOptional, "the mesh item of the current scene; the first one when it is left out"},
+};
+
+Texts queryOperations(CModuleTable& modules, CBuiltinCommand& /*command*/, std::uint32_t /*index*/) {
+    Texts texts;
+    for (const KzServer& server : modules.servers(KZa_MESHOPERATION)) texts.push_back(server.name);
+    return texts;
+}
+
+CHostRef<CItem> meshItem(OpenScenes& open, CBuiltinCommand& command) {
+    const auto& scenes = open.list;
+    if (scenes.empty()) throw CommandTextError{KZe_NOTFOUND, "there is no scene, and so no mesh"};
+    const std::int32_t type = kzFindItemType(KZsITYPE_MESH)->number;
+    const std::string name = command.text("item");
+    CKzLoc_Unknown item;
+    const KzResult code = name.empty() ? scenes.back()->scene_ItemByIndex(type, 0, item.out())
+                                       : scenes.back()->scene_ItemLookup(name.c_str(), item.out());
+    if (kzFailed(code) || !kzOwn<CItem>(item.raw())->item_TestType(type))
+        throw CommandTextError{KZe_NOTFOUND, name.empty()
+                                                 ? "the current scene has no mesh item"
+                                                 : "argument \"item\": there is no mesh item \"" + name + "\""};
+    return kzOwn<CItem>(item.raw());
+}
+
+// An operation that fails leaves the mesh as it was.
+void operateMesh(CModuleTable& modules, OpenScenes& scenes, CBuiltinCommand& command) {
+    const std::string name = command.text("operation");
+    const auto server = modules.find(KZa_MESHOPERATION, name);
+    if (!server)
+        throw CommandTextError{KZe_NOTFOUND, "argument \"operation\": there is no mesh operation \"" + name + "\""};
+    const CHostRef<CItem> item = meshItem(scenes, command);
+    const CHostRef<CMesh> mesh = item->mesh();
+    CKzLoc_Unknown made;
+    const CKzUser_MeshOperation operation(CModuleTable::spawn(*server, made).raw());
+    if (!operation) throw KZe_NOINTERFACE;
+    const CMeshData before = mesh->data;
+    const KzResult code = operation.Evaluate(mesh.raw(), KZiMESHELT_POINT, KZiMESHOP_MODE_FREEZE);
+    if (kzFailed(code)) {
+        mesh->data = before;
+        mesh->data.changed(~0U);
+        throw code;
+    }
+    if (item->item_IsValid()) item->scene().touch();
+}
+
+}  // namespace
+
+void kzAddMeshCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
+                       const std::shared_ptr<OpenScenes>& scenes) {
+    kzAddCommands(
+        registry,
+        {
+            {"mesh.operate", "Operate on Mesh", "runs a mesh operation on a mesh of the current scene", KZfCMD_MODEL,
+             meshOperateArguments, kzWith(operateMesh, modules, scenes), kzWith(queryOperations, modules)},
+        });
+}

@@ -1,0 +1,11 @@
+// Commands for settings of the host: aliases of folders, and units.
+#pragma once
+
+#include <memory>
+
+class CCommandRegistry;
+class CPathAliases;
+class CPropertyTable;
+
+void kzAddSettingCommands(CCommandRegistry& registry, const std::shared_ptr<CPathAliases>& files,
+                          const std::shared_ptr<CPropertyTable>& properties);

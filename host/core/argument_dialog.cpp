@@ -1,0 +1,125 @@
+// Dialogs that ask for the arguments of a command.
+#include "host/core/argument_dialog.h"
+
+#include "host/core/command_arguments.h"
+#include "host/core/command_text.h"
+#include "host/state/dialog_board.h"
+#include "host/state/text.h"
+
+#include "kz/command.h"
+#include "kz/result.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace {
+
+constexpr int mostTries = 10;  // for one answer, so that a pipe without end comes to one
+
+std::string textOf(KzResult code, const char* text) {
+    return kzSucceeded(code) ? std::string(kzTextOf(text)) : std::string();
+}
+
+bool isRefusal(KzResult code) { return kzFailed(code) && code != KZe_NOTIMPL; }
+
+class CArgumentDialog {
+public:
+    CArgumentDialog(const CDialogBoard& board, CCommandArguments& arguments) : m_board(board), m_arguments(arguments) {}
+
+    // A command that asks by itself is asked nothing more. An answer may enable an argument that was passed over, so the
+    // search for the next one begins anew each time.
+    KzResult run() {
+        const CKzUser_Command& command = m_arguments.command();
+        if (const KzResult code = command.Interact(); code != KZe_NOTIMPL) return code;
+        if (const KzResult code = command.DialogInit(); isRefusal(code)) return code;
+        std::vector<std::uint32_t> waiting = order();
+        for (;;) {
+            const auto next =
+                std::find_if(waiting.begin(), waiting.end(), [this](std::uint32_t each) { return canAsk(each); });
+            if (next == waiting.end()) return KZe_OK;
+            const std::uint32_t index = *next;
+            waiting.erase(next);
+            if (const KzResult code = ask(index); kzFailed(code)) return code;
+        }
+    }
+
+private:
+    // As the command lays its dialog out: names, and a mark for all that it does not name.
+    std::vector<std::uint32_t> order() const {
+        const char* format = nullptr;
+        const KzResult code = m_arguments.command().DialogFormatting(&format);
+        const std::string text = textOf(code, format);
+        std::istringstream words(text.empty() ? KZs_DLGFMT_SKIP : text);
+        std::vector<std::uint32_t> named;
+        std::optional<std::size_t> others;
+        for (std::string word; words >> word;)
+            if (word == KZs_DLGFMT_SKIP) others = named.size();
+            else appendIf(named, [&](std::uint32_t index) { return m_arguments.nameOf(index) == word; });
+        std::vector<std::uint32_t> unnamed = named;
+        appendIf(unnamed, [](std::uint32_t) { return true; });
+        if (others)
+            named.insert(named.begin() + static_cast<std::ptrdiff_t>(*others),
+                         unnamed.begin() + static_cast<std::ptrdiff_t>(named.size()), unnamed.end());
+        return named;
+    }
+
+    template <class Test> void appendIf(std::vector<std::uint32_t>& indices, const Test& test) const {
+        const std::uint32_t count = m_arguments.count();
+        for (std::uint32_t index = 0; index < count; ++index)
+            if (std::find(indices.begin(), indices.end(), index) == indices.end() && test(index))
+                indices.push_back(index);
+    }
+
+    bool canAsk(std::uint32_t index) const {
+        constexpr std::uint32_t neverShown = KZfCMDARG_HIDDEN | KZfCMDARG_READONLY | KZfCMDARG_CANT_ADD_TO_DLG;
+        return (m_arguments.flagsOf(index) & neverShown) == 0 && m_arguments.isEnabled(index);
+    }
+
+    DialogQuestion questionOf(std::uint32_t index) const {
+        const CKzUser_Command& command = m_arguments.command();
+        DialogQuestion question;
+        const char* text = nullptr;
+        KzResult code = command.UserName(&text);
+        question.command = textOf(code, text);
+        code = command.ArgUserName(index, &text);
+        question.argument = textOf(code, text);
+        if (question.argument.empty()) question.argument = m_arguments.nameOf(index);
+        code = command.ArgDesc(index, &text);
+        question.description = textOf(code, text);
+        question.expected = m_arguments.expected(index);
+        code = command.ArgExample(index, &text);
+        if (const std::string example = textOf(code, text); !example.empty()) question.expected += ", as " + example;
+        question.present = kzAttributeText(m_arguments.attributes(), index);
+        return question;
+    }
+
+    KzResult ask(std::uint32_t index) {
+        DialogQuestion question = questionOf(index);
+        for (int tries = 1;; ++tries) {
+            const auto answer = m_board.ask(question);
+            if (!answer) throw CommandTextError{KZe_ABORT, "the dialog was cancelled"};
+            if (answer->empty()) return KZe_OK;
+            try {
+                m_arguments.answer(index, *answer == "{}" ? "" : *answer);
+            } catch (const CommandTextError& error) {
+                if (tries == mostTries) throw;
+                question.problem = error.text;
+                continue;
+            }
+            const KzResult code = m_arguments.command().DialogArgChange(index);
+            return isRefusal(code) ? code : KZe_OK;
+        }
+    }
+
+    const CDialogBoard& m_board;
+    CCommandArguments& m_arguments;
+};
+
+}  // namespace
+
+KzResult kzAskArguments(const CDialogBoard& board, CCommandArguments& arguments, std::uint32_t flags) {
+    const bool isWanted = (flags & KZfCMD_EXEC_FORCEDIALOG) != 0 ||
+                          ((flags & KZfCMD_EXEC_SHOWDIALOG) != 0 && arguments.missing().has_value());
+    if (!isWanted || (flags & KZfCMD_EXEC_NODIALOG) != 0) return KZe_OK;
+    return CArgumentDialog(board, arguments).run();
+}

@@ -1,0 +1,233 @@
+// Giving arguments to any command through its interfaces.
+#include "host/core/command_arguments.h"
+
+#include "host/core/reasons.h"
+#include "host/core/values.h"
+#include "host/state/text.h"
+#include "host/state/value_types.h"
+
+#include "kz/result.h"
+#include "kz/value.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::uint32_t mostArguments = 1000;
+
+std::string ownText(KzResult code, const char* text) {
+    return kzSucceeded(code) && text != nullptr ? text : std::string();
+}
+
+}  // namespace
+
+std::vector<std::string> kzQueryTexts(CValueTypeRegistry& types, const CKzUser_Command& command, std::uint32_t index,
+                                      IKzUnknown** array) {
+    const CKzUser_Attributes attributes(command.raw());
+    const char* type = nullptr;
+    if (const KzResult code = attributes.TypeName(index, &type); kzFailed(code)) throw code;
+    const auto values = types.makeArray(types.need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.Query", kzTextOf(type)));
+    if (const KzResult code = command.Query(index, values.raw()); kzFailed(code)) throw code;
+    std::vector<std::string> texts;
+    const CKzUser_ValueArray read(values.raw());
+    for (std::uint32_t at = 0; at < values->va_Count(); ++at)
+        kzReadText(texts.emplace_back(),
+                   [&](char* text, std::uint32_t length) { return read.GetString(at, text, length); });
+    if (array != nullptr) values.give(array);
+    return texts;
+}
+
+std::string kzAttributeText(const CKzUser_Attributes& attributes, std::uint32_t index) {
+    std::string text;
+    kzReadText(text, [&](char* buffer, std::uint32_t length) { return attributes.GetString(index, buffer, length); });
+    return text;
+}
+
+CCommandArguments::CCommandArguments(CValueTypeRegistry& types, IKzUnknown* command)
+    : m_types(types), m_command(command), m_attributes(command) {
+    if (!m_command) throw KZe_INVALIDARG;
+}
+
+std::string CCommandArguments::nameOf(std::uint32_t index) const {
+    const char* name = nullptr;
+    const KzResult code = m_attributes.Name(index, &name);
+    return ownText(code, name);
+}
+
+std::uint32_t CCommandArguments::find(const std::string& name) const {
+    std::string names;
+    for (std::uint32_t index = 0; index < count(); ++index) {
+        if (nameOf(index) == name) return index;
+        names += (names.empty() ? "" : ", ") + nameOf(index);
+    }
+    if (names.empty())
+        throw CommandTextError{KZe_CMD_HAS_NO_ARGUMENTS, "argument \"" + name + "\": the command has no arguments"};
+    throw CommandTextError{KZe_CMD_UNKNOWN_ARGUMENT,
+                           fmt::format("there is no argument \"{}\"; there are {}. A value with a colon is written "
+                                       "in braces or quotes",
+                                       name, names)};
+}
+
+// One without a name takes the first place that is free.
+std::uint32_t CCommandArguments::placeOf(const ArgumentText& argument, std::vector<bool>& given) const {
+    if (argument.name.empty()) {
+        const auto free = std::find(given.begin(), given.end(), false);
+        if (free == given.end())
+            throw CommandTextError{given.empty() ? KZe_CMD_HAS_NO_ARGUMENTS : KZe_CMD_TOO_MANY_ARGUMENTS,
+                                   fmt::format("\"{}\" at position {} is one argument too many; the command takes {}",
+                                               argument.value, argument.at, given.size())};
+        *free = true;
+        return static_cast<std::uint32_t>(free - given.begin());
+    }
+    const std::uint32_t index = find(argument.name);
+    if (given[index])
+        throw CommandTextError{
+            KZe_CMD_ARGUMENT_ALREADY_SET,
+            fmt::format("argument \"{}\" at position {} is given twice", argument.name, argument.at)};
+    given[index] = true;
+    return index;
+}
+
+std::optional<std::uint32_t> CCommandArguments::assign(const std::vector<ArgumentText>& arguments) {
+    std::optional<std::uint32_t> query;
+    std::vector<bool> given(count());
+    for (const ArgumentText& argument : arguments) {
+        const std::uint32_t index = placeOf(argument, given);
+        if (!argument.isQuery) set(index, argument.value);
+        else if (query)
+            throw CommandTextError{KZe_CMD_TOO_MANY_QUERIES_MARKED,
+                                   fmt::format("only one argument can be queried at a time, not \"{}\" and \"{}\"",
+                                               nameOf(*query), nameOf(index))};
+        else query = index;
+    }
+    return query;
+}
+
+void CCommandArguments::assignByName(const std::string& name, const std::string& value) { set(find(name), value); }
+
+void CCommandArguments::set(std::uint32_t index, const std::string& value) {
+    const std::string text = toggled(index, value);
+    give(index, text, put(index, text));
+}
+
+// A choice is known by its word, whoever's command it is: one that takes no numbers is given the word itself.
+KzResult CCommandArguments::put(std::uint32_t index, const std::string& text) {
+    const KzValueType* type = typeOf(index);
+    const KzTextValueHint* choices = choicesOf(index, type);
+    if (choices == nullptr) return m_attributes->SetString(index, text.c_str());
+    const auto choice = kzChoiceOf(choices, *type, text);
+    if (!choice) return KZe_CMD_ERROR_SETTING_DATATYPE;
+    const KzResult code = m_attributes->SetInt(index, *choice);
+    return code == KZe_NOTIMPL ? m_attributes->SetString(index, text.c_str()) : code;
+}
+
+const KzValueType* CCommandArguments::typeOf(std::uint32_t index) const {
+    const char* type = nullptr;
+    return kzSucceeded(m_attributes->TypeName(index, &type)) ? m_types.find(kzTextOf(type)) : nullptr;
+}
+
+const KzTextValueHint* CCommandArguments::choicesOf(std::uint32_t index, const KzValueType* type) const {
+    const KzTextValueHint* hints = nullptr;
+    if (type == nullptr || type->storage != KZiVALUE_TYPE_INTEGER || type->isServed) return nullptr;
+    if (kzFailed(m_attributes->Hints(index, &hints)) || hints == nullptr || hints->text == nullptr) return nullptr;
+    return hints;
+}
+
+// A command may read what users type in a way of its own.
+void CCommandArguments::answer(std::uint32_t index, const std::string& text) {
+    const KzResult code = m_command->ArgParseString(index, text.c_str());
+    if (code == KZe_NOTIMPL) set(index, text);
+    else give(index, text, code);
+}
+
+// The code says how the text was taken as it is. A module's attributes may take numbers only as numbers.
+void CCommandArguments::give(std::uint32_t index, const std::string& text, KzResult code) {
+    if (code == KZe_NOTIMPL)
+        if (const auto integer = kzParseInteger(text)) code = m_attributes->SetInt(index, *integer);
+    if (code == KZe_NOTIMPL)
+        if (const auto number = kzParseNumber(text)) code = m_attributes->SetFlt(index, *number);
+    if (kzSucceeded(code)) return;
+    if (code == KZe_INVALIDARG) code = KZe_CMD_ERROR_SETTING_DATATYPE;  // a module's value says no more
+    throw CommandTextError{code,
+                           fmt::format("argument \"{}\": \"{}\" is not {}", nameOf(index), text, expected(index))};
+}
+
+std::string CCommandArguments::expected(std::uint32_t index) const {
+    const char* text = nullptr;
+    if (kzSucceeded(m_command->ArgTypeDesc(index, &text)) && !kzTextOf(text).empty()) return text;
+    const KzValueType* known = typeOf(index);
+    if (const KzTextValueHint* choices = choicesOf(index, known)) return kzOneOf(choices);
+    return known != nullptr ? m_types.expects(*known) : "what it takes";
+}
+
+// "a|b" goes to the value after the present one, where the argument is a toggle.
+std::string CCommandArguments::toggled(std::uint32_t index, const std::string& value) {
+    std::uint32_t flags = 0;
+    const bool isToggle = kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & KZfCMDARG_TOGGLE) != 0;
+    if (!isToggle || value.find('|') == std::string::npos) return value;
+    std::vector<std::string> choices;
+    for (std::size_t at = 0; at <= value.size();) {
+        const std::size_t end = std::min(value.find('|', at), value.size());
+        choices.push_back(value.substr(at, end - at));
+        at = end + 1;
+    }
+    const std::vector<std::string> present = kzQueryTexts(m_types, m_command, index);
+    for (std::size_t at = 0; at < choices.size() && !present.empty(); ++at) {
+        put(index, choices[at]);
+        if (kzAttributeText(m_attributes, index) == present.front()) return choices[(at + 1) % choices.size()];
+    }
+    return choices.front();
+}
+
+std::uint32_t CCommandArguments::count() const {
+    const std::uint32_t count = m_attributes.Count();
+    if (count <= mostArguments) return count;
+    throw CommandTextError{KZe_CMD_BAD_DEFINITION, fmt::format("it says that it takes {} arguments", count)};
+}
+
+std::uint32_t CCommandArguments::flagsOf(std::uint32_t index) const {
+    std::uint32_t flags = 0;
+    return kzSucceeded(m_command->ArgFlags(index, &flags)) ? flags : 0;
+}
+
+KzResult CCommandArguments::enabledCode(std::uint32_t index) const {
+    const KzResult code = m_command->ArgEnable(index);
+    return code == KZe_NOTIMPL ? KZe_OK : code;
+}
+
+std::optional<std::uint32_t> CCommandArguments::missing() const {
+    constexpr std::uint32_t notMissing = KZfCMDARG_OPTIONAL | KZfCMDARG_VALUE_SET;
+    for (std::uint32_t index = 0; index < count(); ++index) {
+        std::uint32_t flags = 0;
+        if (kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & notMissing) == 0 && isEnabled(index))
+            return index;
+    }
+    return {};
+}
+
+void CCommandArguments::requireGiven() const {
+    const auto index = missing();
+    if (!index) return;
+    const char* text = nullptr;
+    const KzResult code = m_command->ArgDesc(*index, &text);
+    const std::string meaning = ownText(code, text);
+    throw CommandTextError{KZe_CMD_MISSING_ARGS, fmt::format("argument \"{}\" is missing{}{}", nameOf(*index),
+                                                             meaning.empty() ? "" : "; it is ", meaning)};
+}
+
+void CCommandArguments::requireEnabled() const {
+    for (std::uint32_t index = 0; index < count(); ++index) {
+        if (!isSet(index)) continue;
+        if (const KzResult code = enabledCode(index); kzFailed(code))
+            throw CommandTextError{code, "argument \"" + nameOf(index) + "\" cannot be used now"};
+    }
+}
+
+std::string CCommandArguments::write(const std::string& name) const {
+    std::string text = name;
+    for (std::uint32_t index = 0; index < count(); ++index)
+        if (isSet(index)) text += " " + nameOf(index) + ":" + kzWriteArgument(kzAttributeText(m_attributes, index));
+    return text;
+}

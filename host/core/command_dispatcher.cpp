@@ -1,0 +1,123 @@
+// Parsing, executing and querying commands by their strings.
+#include "host/core/command_dispatcher.h"
+
+#include "host/core/command_text.h"
+#include "host/core/log_store.h"
+#include "host/core/message_tables.h"
+#include "host/core/scripts.h"
+#include "host/core/value_type_registry.h"
+#include "host/state/path_aliases.h"
+#include "host/state/text.h"
+
+#include "kz/message.h"
+#include "kz/result.h"
+
+#include <filesystem>
+
+namespace {
+
+std::string messageOf(const CKzUser_Command& command, KzResult code) {
+    CKzLoc_Unknown told;
+    if (kzFailed(command.Message(told.out()))) return CMessageTables::codeText(code);
+    const CKzUser_Message message(told.raw());
+    return message ? CMessageTables::reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
+}
+
+KzResult verdictOf(const CKzUser_Command& command, KzResult code) {
+    CKzLoc_Unknown told;
+    if (kzFailed(code) || kzFailed(command.Message(told.out()))) return code;
+    const CKzUser_Message message(told.raw());
+    return message && kzFailed(message.Code()) ? message.Code() : code;
+}
+
+}  // namespace
+
+CValueTypeRegistry& CCommandDispatcher::types() const { return *m_registry->environment()->types; }
+
+std::optional<std::uint32_t> CCommandDispatcher::parse(std::string_view text, CKzUser_Command& command) const {
+    m_registry->spawn(text, command);
+    std::string_view rest;
+    kzFirstWord(text, &rest);
+    return CCommandArguments(types(), command.raw()).assign(kzParseArguments(rest));
+}
+
+std::string CCommandDispatcher::scriptOf(std::string_view text, std::string_view* rest) const {
+    const bool isMarked = text.starts_with(KZsCMD_SCRIPTMARK);
+    if (isMarked) text.remove_prefix(1);
+    std::string name = kzFirstWord(text, rest);
+    if (isMarked) return name;
+    // Without the mark it has to be an aliased path of a file that an interpreter takes for a script.
+    if (name.find(':') == std::string::npos || m_registry->has(name)) return {};
+    const auto path = kzFindScript(*m_files, name);
+    if (!path || !std::filesystem::is_regular_file(*path)) return {};
+    std::string problem;
+    const auto script = kzReadScript(*path, problem);
+    CKzLoc_Unknown interpreter;
+    return script && m_scripts->interpreterFor(*script, interpreter) ? name : std::string();
+}
+
+bool CCommandDispatcher::isScript(std::string_view text) const {
+    if (text.starts_with(KZsCMD_SCRIPTMARK)) return true;  // spawning it tells what may be wrong
+    try {
+        return !scriptOf(text).empty();
+    } catch (const CommandTextError&) {
+        return false;
+    }
+}
+
+CKzUser_Command& CCommandDispatcher::spawnScript(std::string_view text, CKzUser_Command& command) const {
+    std::string_view rest;
+    const std::string name = scriptOf(text, &rest);
+    if (name.empty())
+        throw CommandTextError{KZe_CMD_BAD_DEFINITION,
+                               "after @ the name of a script file is expected, as @scripts:test.py"};
+    while (rest.starts_with(' ')) rest.remove_prefix(1);
+    m_registry->spawn(KZsCMD_SCRIPT_RUN, command);
+    CCommandArguments arguments(types(), command.raw());
+    arguments.assignByName(KZsARG_SCRIPT_FILENAME, name);
+    if (!rest.empty()) arguments.assignByName(KZsARG_SCRIPT_ARGS, std::string(rest));
+    return command;
+}
+
+CCommandDispatcher::Outcome CCommandDispatcher::perform(std::string_view text, std::uint32_t flags) const {
+    const MarkedCommand marked = kzStripMarks(flags, text);
+    Outcome outcome;
+    try {
+        return performCommand(marked);
+    } catch (const CommandTextError& error) {
+        outcome = {error.code, error.text, {}, false};
+    } catch (...) {
+        outcome.code = kzCodeOfException();
+        outcome.message = CMessageTables::codeText(outcome.code);
+    }
+    report(marked.rest.substr(0, marked.rest.find(' ')), {outcome.code, outcome.message});
+    return outcome;
+}
+
+CCommandDispatcher::Outcome CCommandDispatcher::performCommand(const MarkedCommand& marked) const {
+    Outcome outcome;
+    CKzUser_Command command;
+    std::optional<std::uint32_t> query;
+    if (kzFirstWord(marked.rest).empty()) throw CommandTextError{KZe_CMD_BAD_DEFINITION, "a command is expected"};
+    if (isScript(marked.rest)) spawnScript(marked.rest, command);
+    else query = parse(marked.rest, command);
+    outcome.isQuery = query.has_value();
+    if (query) {
+        try {
+            outcome.answers = kzQueryTexts(types(), command, *query);
+        } catch (KzResult code) {
+            const std::string name = CCommandArguments(types(), command.raw()).nameOf(*query);
+            throw CommandTextError{code, "argument \"" + name + "\": " + CMessageTables::codeText(code)};
+        }
+        return outcome;
+    }
+    outcome.code = verdictOf(command, command.Execute(marked.flags));
+    if (kzFailed(outcome.code)) outcome.message = messageOf(command, outcome.code);
+    return outcome;
+}
+
+KzResult CCommandDispatcher::report(const std::string& name, const CommandTextError& error) const {
+    const std::string prefix = error.code == KZe_CMD_UNKNOWN_COMMAND || name.empty() ? "" : name + ": ";
+    m_registry->environment()->log->write("commands", error.code, prefix + error.text);
+    return error.code;
+}

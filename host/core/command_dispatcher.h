@@ -1,0 +1,53 @@
+// Parsing, executing and querying commands by their strings.
+#pragma once
+
+#include "host/core/command_arguments.h"
+#include "host/core/command_registry.h"
+
+#include "kz/command.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class CPathAliases;
+class CScriptRunner;
+
+class CCommandDispatcher {
+public:
+    CCommandDispatcher(std::shared_ptr<CCommandRegistry> registry, std::shared_ptr<CPathAliases> files,
+                       std::shared_ptr<CScriptRunner> scripts)
+        : m_registry(std::move(registry)), m_files(std::move(files)), m_scripts(std::move(scripts)) {}
+
+    const CCommandRegistry& registry() const { return *m_registry; }
+
+    // A whole string without its marks: spawns and gives the arguments; what is marked for a query.
+    std::optional<std::uint32_t> parse(std::string_view text, CKzUser_Command& command) const;
+
+    // "@file args", or a script file's name with its alias, in front of its arguments.
+    bool isScript(std::string_view text) const;
+    CKzUser_Command& spawnScript(std::string_view text, CKzUser_Command& command) const;
+
+    // Parses and runs a whole string, marks and all. The texts are a query's answer.
+    struct Outcome {
+        KzResult code = 0;
+        std::string message;
+        std::vector<std::string> answers;
+        bool isQuery = false;
+    };
+    Outcome perform(std::string_view text, std::uint32_t flags) const;
+
+    // Tells what was wrong with a string, in the log, and gives its code.
+    KzResult report(const std::string& name, const CommandTextError& error) const;
+
+private:
+    CValueTypeRegistry& types() const;
+    std::string scriptOf(std::string_view text, std::string_view* rest = nullptr) const;
+    Outcome performCommand(const MarkedCommand& marked) const;
+
+    std::shared_ptr<CCommandRegistry> m_registry;
+    std::shared_ptr<CPathAliases> m_files;
+    std::shared_ptr<CScriptRunner> m_scripts;
+};

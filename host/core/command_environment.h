@@ -1,0 +1,21 @@
+// What the execution of any command needs of its host.
+#pragma once
+
+#include <memory>
+
+class CCommandState;
+class CDialogBoard;
+class CListenerTable;
+class CLogStore;
+class CValueTypeRegistry;
+struct ServiceContext;
+
+struct CommandEnvironment {
+    std::shared_ptr<ServiceContext> context;
+    std::shared_ptr<CCommandState> state;  // names, aliases, history, and what runs now
+    std::shared_ptr<CDialogBoard> dialogs;
+    std::shared_ptr<CListenerTable> listeners;
+    std::shared_ptr<CLogStore> log;
+    std::shared_ptr<CValueTypeRegistry> types;
+};
+using CommandEnvironmentPtr = std::shared_ptr<const CommandEnvironment>;

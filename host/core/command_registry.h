@@ -1,0 +1,45 @@
+// Every command by its name: the host's own, those that modules serve, and aliases.
+#pragma once
+
+#include "host/core/command_environment.h"
+
+#include "kz/command.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class CModuleTable;
+
+class CCommandRegistry {
+public:
+    CCommandRegistry(CommandEnvironmentPtr environment, std::shared_ptr<CModuleTable> modules)
+        : m_environment(std::move(environment)), m_modules(std::move(modules)) {}
+
+    // A command of the host's own. `make` gives a new object with one reference that knows itself by that tag.
+    using Make = std::function<IKzUnknown*(std::uint32_t tag)>;
+    void add(const std::string& name, Make make) { m_builtin[name] = std::move(make); }
+
+    std::vector<std::string> names() const;
+    bool has(const std::string& name) const;
+
+    // Whoever listens is told. False when the name is taken already, or is no alias.
+    bool addAlias(const std::string& alias, const std::string& definition) const;
+    bool removeAlias(const std::string& alias) const;
+    std::optional<std::string> alias(const std::string& name) const;
+
+    // A new command of that name, or of that command string's first word. Throws CommandTextError.
+    CKzUser_Command& spawn(std::string_view text, CKzUser_Command& command) const;
+
+    const CommandEnvironmentPtr& environment() const { return m_environment; }
+
+private:
+    void make(const std::string& name, CKzUser_Command& command) const;
+
+    CommandEnvironmentPtr m_environment;
+    std::shared_ptr<CModuleTable> m_modules;
+    std::map<std::string, Make, std::less<>> m_builtin;
+};

@@ -1,0 +1,80 @@
+// How any command is executed.
+#include "host/core/command_run.h"
+
+#include "host/core/argument_dialog.h"
+#include "host/core/command_arguments.h"
+#include "host/core/listener_table.h"
+#include "host/core/log_store.h"
+#include "host/core/message_tables.h"
+#include "host/state/command_state.h"
+#include "host/state/text.h"
+
+#include "kz/message.h"
+#include "kz/result.h"
+
+KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
+                              const std::function<KzResult()>& body) {
+    if (flags == ~0U) flags = KZfCMD_EXEC_DEFAULT;
+    m_message->msg_Reset();
+    const CommandEnvironment& environment = *m_environment;
+    environment.listeners->commands(
+        [&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
+    const CCommandState::Depth depth(*environment.state, flags);
+    KzResult code = KZe_OK;
+    std::string text;
+    try {
+        code = prepare(command, flags);
+        if (!kzFailed(code)) code = body();
+    } catch (const CommandTextError& error) {
+        code = error.code;
+        text = error.text;
+    } catch (...) {
+        code = kzCodeOfException();
+    }
+    if (kzFailed(code)) tell(name, code, text, flags);
+    else if (environment.state->depth() == 1) remember(command, name, flags);
+    const int succeeded = kzSucceeded(code) ? 1 : 0;
+    environment.listeners->commands([&](IKzCmdSysListener& each) {
+        each.ExecuteResult(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0, succeeded);
+        each.ExecutePost(command, 0, 0);
+    });
+    return code;
+}
+
+// What comes before the work: whether the command can be used, what its dialog asks, what it gets ready. Being disabled is
+// an answer of its own; a module without opinion is enabled.
+KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
+    const auto refuses = [](KzResult code) { return kzFailed(code) && code != KZe_NOTIMPL; };
+    CCommandArguments arguments(*m_environment->types, command);
+    if (const KzResult code = arguments.command().Enable(m_message.raw()); refuses(code)) return code;
+    arguments.requireEnabled();
+    if (const KzResult code = kzAskArguments(*m_environment->dialogs, arguments, flags); kzFailed(code)) return code;
+    arguments.requireGiven();
+    const KzResult code = arguments.command().PreExecute();
+    return refuses(code) ? code : KZe_OK;
+}
+
+// The history holds what users and scripts ran, not what commands run inside.
+void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::uint32_t flags) {
+    std::uint32_t what = 0;
+    const CCommandArguments arguments(*m_environment->types, command);
+    if ((flags & KZfCMD_EXEC_NOHISTORY) != 0 ||
+        (kzSucceeded(arguments.command().Flags(&what)) && (what & KZfCMD_QUIET) != 0))
+        return;
+    m_environment->state->remember(arguments.write(name));
+}
+
+// A command that has put its own reason into the message keeps it.
+void CCommandRun::tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags) {
+    const char* key = nullptr;
+    m_message->msg_Key(&key);
+    if (kzSucceeded(m_message->msg_Code())) m_message->msg_SetCode(code);
+    if (kzTextOf(key).empty()) {
+        m_message->msg_SetMessage("commands", "failed", 0);
+        m_message->msg_SetArgumentString(1, name.c_str());
+        m_message->msg_SetArgumentString(2, (text.empty() ? CMessageTables::codeText(code) : text).c_str());
+    }
+    const CKzUser_Message held(m_message.raw());
+    if ((flags & KZfCMD_EXEC_NOALERTS) == 0)
+        m_environment->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
+}

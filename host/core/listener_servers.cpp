@@ -1,0 +1,47 @@
+// Listeners that modules offer as servers: the host makes one of each and lets it listen.
+#include "host/core/listener_servers.h"
+
+#include "host/core/listener_table.h"
+#include "host/core/log_store.h"
+#include "host/core/module_table.h"
+#include "host/state/text.h"
+
+#include "kz/result.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+constexpr const char* classes[] = {KZa_SESSIONLISTENER, KZa_CMDSYSLISTENER, KZa_LOGLISTENER};
+
+void attach(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
+    KzResult code = KZe_OK;
+    try {
+        CKzLoc_Unknown listener;
+        code = listeners.add(CModuleTable::spawn(server, listener).raw());
+    } catch (KzResult thrown) {
+        code = thrown;
+    }
+    if (kzFailed(code))
+        log.write("servers", code, "the listener \"" + server.name + "\" cannot listen: " + kzCodeName(code));
+}
+
+void attachIfNew(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
+    const bool listens = std::any_of(std::begin(classes), std::end(classes),
+                                     [&](const char* className) { return server.className == className; });
+    if (listens && listeners.expects(server.className + ":" + server.name)) attach(listeners, log, server);
+}
+
+}  // namespace
+
+KzResult kzUpdateModule(CModuleTable& modules, CListenerTable& listeners, CLogStore& log, const std::string& name) {
+    std::vector<KzServer> added;
+    if (const KzResult code = modules.update(name, added); kzFailed(code)) return code;
+    for (const KzServer& server : added) attachIfNew(listeners, log, server);
+    for (const KzServer& server : added)
+        if (server.className == KZa_COMMAND)
+            listeners.commands([&](IKzCmdSysListener& each) { each.CommandAdded(server.name.c_str()); });
+    listeners.moduleUpdated(name.c_str());
+    return KZe_OK;
+}

@@ -1,0 +1,10 @@
+// Listeners of the log: they hear of each new line, and of subsystems that are new or cleared.
+#pragma once
+
+#include <memory>
+
+class CListenerTable;
+class CLogStore;
+
+// From now on the log tells the listeners.
+void kzTellListeners(CLogStore& log, const std::shared_ptr<CListenerTable>& listeners);

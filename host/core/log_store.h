@@ -1,0 +1,144 @@
+// The event log in memory: subsystems, entries and their children, and whoever hears of each line.
+#pragma once
+
+#include "host/core/object.h"
+
+#include "kz/log.h"
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+class CLogStore;
+
+// A line as it comes into the log.
+struct LogLine {
+    std::string subsystem;
+    std::uint64_t entry = 0;
+    std::uint64_t parent = 0;  // 0 for a subsystem's own entries
+    KzResult level = 0;
+    std::string text;
+    unsigned depth = 0;
+};
+using LogSink = std::function<void(const LogLine&)>;
+
+class CLogEntry final : public CHosted<"log entry", CLogEntry, CKzIfc_LogEntry> {
+public:
+    CLogEntry(std::weak_ptr<CLogStore> store, KzResult level, std::string text);
+    ~CLogEntry() override;
+
+    std::uint32_t logentry_Type() override { return m_level; }
+    KzResult logentry_Desc(const char** text) override;
+    KzResult logentry_Subsystem(const char** name) override;
+    KzResult logentry_Time(double* seconds) override;
+    KzResult logentry_AddEntry(IKzUnknown* child) override;
+    std::uint32_t logentry_ChildCount() override;
+    KzResult logentry_ChildByIndex(std::uint32_t index, IKzUnknown** child) override;
+    KzResult logentry_Parent(IKzUnknown** parent) override;
+    std::uint32_t logentry_InfoCount() override;
+    KzResult logentry_InfoByIndex(std::uint32_t index, const char** name, const char** value) override;
+    KzResult logentry_SetInfo(const char* name, const char* value) override;
+
+private:
+    friend class CLogStore;
+
+    std::weak_ptr<CLogStore> m_store;
+    std::uint64_t m_id = 0;
+    KzResult m_level;
+    std::string m_text;
+    double m_time = 0;
+    // Where it stands. All of this is guarded by the log's lock.
+    bool m_isPlaced = false;  // reached from a subsystem
+    std::string m_subsystem;
+    std::uint64_t m_parent = 0;
+    unsigned m_depth = 0;
+    std::deque<CHostRef<CLogEntry>> m_children;
+    std::deque<std::pair<std::string, std::string>> m_infos;  // a deque: what was handed out stays where it is
+};
+
+class CLogSubsystem final : public CHosted<"log subsystem", CLogSubsystem, CKzIfc_Log> {
+public:
+    CLogSubsystem(std::weak_ptr<CLogStore> store, std::string name)
+        : m_store(std::move(store)), m_name(std::move(name)) {}
+
+    KzResult log_Name(const char** name) override;
+    KzResult log_UserName(const char** name) override { return log_Name(name); }
+    KzResult log_AddEntry(IKzUnknown* entry) override;
+    std::uint32_t log_EntryCount() override;
+    KzResult log_EntryByIndex(std::uint32_t index, IKzUnknown** entry) override;
+    KzResult log_Clear() override;
+    KzResult log_SetEchoLevel(std::uint32_t level) override;
+    std::uint32_t log_DroppedCount() override;
+
+    const std::string& name() const { return m_name; }
+    std::uint32_t echoLevel() const { return m_echoLevel; }
+
+private:
+    friend class CLogStore;
+
+    std::weak_ptr<CLogStore> m_store;
+    std::string m_name;
+    std::deque<CHostRef<CLogEntry>> m_entries;
+    std::uint32_t m_dropped = 0;
+    std::uint32_t m_echoLevel = 0;
+};
+
+class CLogStore : public std::enable_shared_from_this<CLogStore> {
+public:
+    CHostRef<CLogEntry> create(KzResult level, std::string text);
+    CHostRef<CLogSubsystem> subsystem(const std::string& name);
+    std::vector<CHostRef<CLogSubsystem>> subsystems() const;
+
+    // Creates an entry and places it in one step.
+    void write(const std::string& subsystem, KzResult level, std::string text);
+
+    void place(CLogSubsystem& subsystem, const CHostRef<CLogEntry>& entry);
+    KzResult placeBelow(CLogEntry& parent, const CHostRef<CLogEntry>& child);
+    // The entry with that number, of those that the subsystem keeps; empty when it is not there any more.
+    CHostRef<CLogEntry> find(const std::string& subsystem, std::uint64_t id) const;
+
+    // Hears of every line once it has a place, in order; also of one that never got a place, when it is given up.
+    void addSink(LogSink sink);
+    // Hears of subsystems that are new, and of those that are cleared. Set before anything is logged.
+    enum class Event { added, cleared };
+    using SubsystemSink = std::function<void(Event, const CHostRef<CLogSubsystem>&)>;
+    void setSubsystemSink(SubsystemSink sink) { m_subsystemSink = std::move(sink); }
+    // Every line of a subsystem (or of all, with an empty name) as plain text, for tests and queries.
+    std::vector<LogLine> lines(const std::string& subsystem = {}) const;
+
+    // How many entries a subsystem, and an entry below it, keeps; 0 keeps all. The oldest go first.
+    void setLimit(std::uint32_t limit) { m_limit = limit; }
+    std::uint32_t limit() const { return m_limit; }
+
+    double now() const;
+    void giveUp(LogLine line) noexcept;
+    // Forgets all subsystems with what was logged; whoever hears of new lines goes on hearing.
+    void clear();
+    // The host ends: nobody hears of anything any more.
+    void close();
+
+private:
+    friend class CLogSubsystem;
+
+    using Sinks = std::vector<LogSink>;
+    static CHostRef<CLogEntry> findAmong(const std::deque<CHostRef<CLogEntry>>& entries, std::uint64_t id);
+    void collect(const CHostRef<CLogEntry>& entry, std::vector<LogLine>& lines) const;
+    void settle(CLogEntry& entry, const std::string& subsystem, std::uint64_t parent, unsigned depth,
+                std::vector<LogLine>& lines);
+    void announce(const std::vector<LogLine>& lines);
+    bool contains(const CLogEntry& tree, const CLogEntry& wanted) const;
+
+    std::map<std::string, CHostRef<CLogSubsystem>> m_subsystems;
+    std::vector<std::string> m_order;
+    std::uint64_t m_nextId = 1;
+    std::atomic<std::uint32_t> m_limit = 0;
+    SubsystemSink m_subsystemSink;
+    std::mutex m_sinkLock;
+    std::shared_ptr<const Sinks> m_sinks = std::make_shared<const Sinks>();
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+};

@@ -1,0 +1,41 @@
+// Messages: a result code, and a text of the message tables with its arguments.
+#pragma once
+
+#include "host/core/object.h"
+
+#include "kz/message.h"
+
+#include <array>
+#include <string>
+
+// How many arguments a message text can name: %1 to %9.
+inline constexpr std::uint32_t kzMessageArguments = 9;
+
+class CMessage final : public CHosted<"message", CMessage, CKzIfc_Message> {
+public:
+    std::uint32_t msg_Code() override;
+    KzResult msg_SetCode(std::uint32_t code) override;
+    KzResult msg_SetMessage(const char* table, const char* key, std::uint32_t id) override;
+    KzResult msg_SetArgumentInt(std::uint32_t index, std::int32_t value) override;
+    KzResult msg_SetArgumentFloat(std::uint32_t index, double value) override;
+    KzResult msg_SetArgumentString(std::uint32_t index, const char* text) override;
+    KzResult msg_SetArgumentObject(std::uint32_t index, IKzUnknown* value) override;
+    KzResult msg_Table(const char** table) override;
+    KzResult msg_Key(const char** key) override;
+    KzResult msg_Argument(std::uint32_t index, const char** text) override;
+    KzResult msg_Reset() override;
+
+    bool isSilent() const { return kzSucceeded(m_code) && m_key.empty(); }
+    // Takes over what another message says.
+    void copyFrom(IKzMessage& other);
+
+private:
+    KzResult m_code = 0;
+    std::string m_table;
+    std::string m_key;
+    std::array<std::string, kzMessageArguments> m_arguments;
+};
+
+// A text that any message answers, its table or its key, and one of its arguments; empty where it has none.
+std::string kzMessageText(IKzMessage& message, KzResult (IKzMessage::*get)(const char**));
+std::string kzMessageArgument(IKzMessage& message, std::uint32_t index);

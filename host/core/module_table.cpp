@@ -1,0 +1,276 @@
+// Loaded modules and their servers.
+#include "host/core/module_table.h"
+
+#include "host/state/text.h"
+
+#include "kz/result.h"
+#include "kz/tables.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace {
+
+// Text answers may be null: a module is not to be trusted with that.
+std::string ownText(const char* text) { return text != nullptr ? text : std::string(); }
+
+KzTags readTags(IKzUnknown* object) {
+    KzTags tags;
+    const CKzUser_TagDescription description(object);
+    const std::uint32_t count = description.Count();
+    for (std::uint32_t index = 0; index < count; ++index) {
+        KzTagRecord record{};
+        if (kzSucceeded(description.Describe(index, &record)))
+            tags.emplace_back(ownText(record.type), ownText(record.tag));
+    }
+    return tags;
+}
+
+bool isSame(const KzServer& one, const KzServer& other) { return one.name == other.name && one.iid == other.iid; }
+
+}  // namespace
+
+CLibrary::~CLibrary() {
+    if (m_handle != nullptr && m_closes) dlclose(m_handle);
+}
+
+bool CLibrary::open(const std::string& path, std::string& why) {
+    m_handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (m_handle == nullptr) why = ownText(dlerror());
+    return m_handle != nullptr;
+}
+
+void* CLibrary::symbol(const char* name, std::string& why) const {
+    void* found = dlsym(m_handle, name);
+    if (found == nullptr) why = ownText(dlerror());
+    return found;
+}
+
+KzServer& KzServer::operator=(const KzServer& other) {
+    name = other.name;
+    iid = other.iid;
+    className = other.className;
+    moduleName = other.moduleName;
+    module.copy(other.module);
+    return *this;
+}
+
+std::string kzClassNameOf(const KzGuid& iid) {
+    for (const KzIdentityRow& row : kzIdentityRows)
+        if (row.iid == iid) return ownText(row.server);
+    return {};
+}
+
+bool CModuleTable::load(const std::string& path, std::string& why) {
+    const CKzLoc_Unknown application(m_application);
+    auto library = std::make_unique<CLibrary>();
+    if (m_closesLibraries) library->closeOnDestruction();
+    if (!library->open(path, why)) return false;
+    using Create = IKzUnknown* (*)();
+    const auto create = reinterpret_cast<Create>(library->symbol("_IKzModule_Create", why));
+    if (create == nullptr) return false;
+    CKzLoc_Unknown object;
+    *object.out() = create();
+    if (!object) {
+        why = path + ": the module could not be initialised";
+        return false;
+    }
+    const std::string name = std::filesystem::path(path).stem().string();
+    if (const KzResult code = adopt(name, path, object.raw(), application.raw()); kzFailed(code)) {
+        why = path + ": the module does not take its host (" + kzCodeName(code) + ")";
+        return false;
+    }
+    const std::lock_guard lock(m_lock);
+    for (const auto& source : m_sources)
+        if (source->path == path && !source->isInner) source->library = std::move(library);
+    return true;
+}
+
+KzResult CModuleTable::adopt(const std::string& name, const std::string& path, IKzUnknown* object,
+                             IKzUnknown* application) {
+    auto source = std::make_shared<Source>();
+    source->name = name;
+    source->path = path;
+    if (!source->module.set(object)) return KZe_NOINTERFACE;
+    if (const CKzUser_NeedContext context(object); context)
+        if (const KzResult code = context->SetContext(application); kzFailed(code)) return code;
+    read(*source);
+    {
+        const std::lock_guard lock(m_lock);
+        m_sources.push_back(source);
+    }
+    readInner(*source);
+    return KZe_OK;
+}
+
+std::vector<KzServer> CModuleTable::describe(const Source& source, std::uint32_t from, std::uint32_t to) {
+    std::vector<KzServer> found;
+    const CKzUser_TagDescription description(source.module.raw());
+    for (std::uint32_t index = from; index < to; ++index) {
+        KzTagRecord record{};
+        if (kzFailed(description.Describe(index, &record)) || ownText(record.type) != "server" ||
+            record.info == nullptr)
+            continue;
+        KzServer server;
+        server.name = ownText(record.tag);
+        server.iid = *record.info;
+        server.className = kzClassNameOf(server.iid);
+        server.moduleName = source.name;
+        server.module.copy(source.module);
+        found.push_back(server);
+    }
+    return found;
+}
+
+// Asks the module first and takes its answers in afterwards: it may call back while it is asked.
+void CModuleTable::read(Source& source) const {
+    const std::uint32_t count = CKzUser_TagDescription(source.module.raw()).Count();
+    std::vector<KzServer> found = describe(source, 0, count);
+    const std::lock_guard lock(m_lock);
+    source.servers = std::move(found);
+    source.records = count;
+    source.isStale = false;
+}
+
+// False when the list has not simply grown.
+bool CModuleTable::readEnd(Source& source, std::vector<KzServer>& added) {
+    const std::uint32_t count = CKzUser_TagDescription(source.module.raw()).Count();
+    const std::uint32_t former = source.records;
+    if (former == 0 || count <= former) return false;
+    const std::vector<KzServer> found = describe(source, former - 1, count);
+    const std::lock_guard lock(m_lock);
+    const bool hasGrown = source.records == former && !found.empty() && !source.servers.empty() &&
+                          isSame(found.front(), source.servers.back());
+    if (!hasGrown) return false;
+    source.servers.insert(source.servers.end(), found.begin() + 1, found.end());
+    source.records = count;
+    source.isStale = true;
+    added.insert(added.end(), found.begin() + 1, found.end());
+    return true;
+}
+
+void CModuleTable::refresh() const {
+    std::vector<std::shared_ptr<Source>> stale;
+    {
+        const std::lock_guard lock(m_lock);
+        std::copy_if(m_sources.begin(), m_sources.end(), std::back_inserter(stale),
+                     [](const auto& source) { return source->isStale; });
+    }
+    for (const auto& source : stale) read(*source);
+}
+
+// A module may offer module servers: sources of further servers, which change while it runs.
+void CModuleTable::readInner(const Source& outer) {
+    for (const KzServer& server : outer.servers) {
+        if (server.iid != KZu_MODULE) continue;
+        CKzLoc_Unknown object;
+        if (kzFailed(server.module.Generate(server.name.c_str(), &KZu_MODULE, object.out()))) continue;
+        auto inner = std::make_shared<Source>();
+        inner->name = server.name;
+        inner->path = outer.path;
+        inner->isInner = true;
+        if (!inner->module.set(object.raw())) continue;
+        read(*inner);
+        const std::lock_guard lock(m_lock);
+        m_sources.push_back(inner);
+    }
+}
+
+KzResult CModuleTable::update(std::string_view name, std::vector<KzServer>& added) {
+    std::vector<std::shared_ptr<Source>> wanted;
+    {
+        const std::lock_guard lock(m_lock);
+        for (const auto& source : m_sources)
+            if (source->name == name) wanted.push_back(source);
+    }
+    for (const auto& source : wanted) {
+        if (readEnd(*source, added)) continue;
+        const std::vector<KzServer> former = source->servers;
+        read(*source);
+        const auto isNew = [&](const KzServer& server) {
+            return std::none_of(former.begin(), former.end(),
+                                [&](const KzServer& each) { return isSame(each, server); });
+        };
+        std::copy_if(source->servers.begin(), source->servers.end(), std::back_inserter(added), isNew);
+    }
+    return wanted.empty() ? KZe_NOTFOUND : KZe_OK;
+}
+
+bool CModuleTable::remove(std::string_view pathOrName) {
+    std::vector<std::shared_ptr<Source>> gone;
+    {
+        const std::lock_guard lock(m_lock);
+        const auto outer = std::find_if(m_sources.begin(), m_sources.end(), [&](const auto& source) {
+            return !source->isInner && (source->name == pathOrName || source->path == pathOrName);
+        });
+        if (outer == m_sources.end()) return false;
+        const std::string path = (*outer)->path;
+        const auto ours = [&](const auto& source) { return source->path == path; };
+        std::copy_if(m_sources.begin(), m_sources.end(), std::back_inserter(gone), ours);
+        std::erase_if(m_sources, ours);
+    }
+    for (const auto& source : gone) source->servers.clear();
+    while (!gone.empty()) gone.pop_back();  // the outer one was first in, so its object goes last
+    return true;
+}
+
+void CModuleTable::clear() {
+    for (;;) {
+        std::string path;
+        {
+            const std::lock_guard lock(m_lock);
+            const auto outer =
+                std::find_if(m_sources.rbegin(), m_sources.rend(), [](const auto& each) { return !each->isInner; });
+            if (outer == m_sources.rend()) return;
+            path = (*outer)->path;
+        }
+        remove(path);
+    }
+}
+
+std::vector<KzServer> CModuleTable::servers(std::string_view className) const {
+    refresh();
+    const std::lock_guard lock(m_lock);
+    std::vector<KzServer> found;
+    for (const auto& source : m_sources)
+        for (const KzServer& server : source->servers)
+            if (className.empty() || server.className == className) found.push_back(server);
+    return found;
+}
+
+std::optional<KzServer> CModuleTable::find(std::string_view className, std::string_view name) const {
+    refresh();
+    const std::lock_guard lock(m_lock);
+    for (const auto& source : m_sources)
+        for (const KzServer& server : source->servers)
+            if (server.className == className && server.name == name) return server;
+    return {};
+}
+
+std::vector<std::pair<std::string, std::string>> CModuleTable::modules() const {
+    const std::lock_guard lock(m_lock);
+    std::vector<std::pair<std::string, std::string>> found;
+    for (const auto& source : m_sources) found.emplace_back(source->name, source->path);
+    return found;
+}
+
+CKzLoc_Unknown& CModuleTable::spawn(const KzServer& server, CKzLoc_Unknown& object) {
+    if (const KzResult code = server.module.Generate(server.name.c_str(), &server.iid, object.out()); kzFailed(code))
+        throw code;
+    if (!object) throw KZe_FAILED;
+    return object;
+}
+
+KzTags CModuleTable::tagsOf(const KzServer& server) {
+    CKzLoc_Unknown tags;
+    if (kzSucceeded(server.module.GetTags(server.name.c_str(), &server.iid, tags.out())) && tags)
+        return readTags(tags.raw());
+    try {
+        CKzLoc_Unknown instance;
+        return readTags(spawn(server, instance).raw());
+    } catch (KzResult) {
+        return {};
+    }
+}

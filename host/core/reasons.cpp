@@ -1,0 +1,100 @@
+// Why an operation of the host's own objects fails.
+#include "host/core/reasons.h"
+
+#include "host/core/log_store.h"
+
+#include "kz/result.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr const char* subsystem = "objects";
+constexpr std::size_t mostReasons = 8;      // that one place writes
+constexpr std::uint64_t mostFailures = 64;  // after which a place says nothing new
+constexpr std::size_t mostNames = 12;
+
+// Objects do not know their host, and outlive it. These are the books of the hosts that run, the latest last; never
+// destroyed, for objects may be called while the process ends.
+struct OpenBooks {
+    std::mutex lock;
+    std::vector<std::weak_ptr<CReasonBook>> books;
+};
+OpenBooks& openBooks() {
+    static auto* open = new OpenBooks();
+    return *open;
+}
+
+std::shared_ptr<CReasonBook> latestBook() {
+    OpenBooks& open = openBooks();
+    const std::lock_guard lock(open.lock);
+    for (auto each = open.books.rbegin(); each != open.books.rend(); ++each)
+        if (auto book = each->lock()) return book;
+    return nullptr;
+}
+
+}  // namespace
+
+std::shared_ptr<CReasonBook> CReasonBook::open(std::shared_ptr<CLogStore> log) {
+    std::shared_ptr<CReasonBook> book(new CReasonBook(std::move(log)));
+    OpenBooks& open = openBooks();
+    const std::lock_guard lock(open.lock);
+    std::erase_if(open.books, [](const auto& each) { return each.expired(); });
+    open.books.push_back(book);
+    return book;
+}
+
+// A full place costs no text. The log is told outside of the lock: whoever listens to it may fail as well.
+void CReasonBook::tell(const char* place, const std::function<std::string()>& reason) {
+    {
+        const std::lock_guard lock(m_lock);
+        Place& failed = m_places[place];
+        if (failed.told.size() >= mostReasons || failed.failures >= mostFailures) {
+            ++failed.failures;
+            return;
+        }
+    }
+    std::string text = reason();
+    {
+        const std::lock_guard lock(m_lock);
+        Place& failed = m_places[place];
+        ++failed.failures;
+        if (std::find(failed.told.begin(), failed.told.end(), text) != failed.told.end()) return;
+        failed.told.push_back(text);
+    }
+    m_log->write(subsystem, KZe_INFO, fmt::format("{}: {}", place, text));
+}
+
+void CReasonBook::writeCounts() {
+    std::map<std::string, Place, std::less<>> places;
+    {
+        const std::lock_guard lock(m_lock);
+        places.swap(m_places);
+    }
+    for (const auto& [name, place] : places)
+        if (const std::uint64_t more = place.failures - place.told.size(); more > 0)
+            m_log->write(subsystem, KZe_INFO,
+                         fmt::format("{}: failed {} more time{}", name, more, more == 1 ? "" : "s"));
+}
+
+KzResult kzBecause(KzResult code, const char* place, const std::function<std::string()>& reason) noexcept {
+    try {
+        if (const auto book = latestBook()) book->tell(place, reason);
+    } catch (...) {  // the code is what counts
+    }
+    return code;
+}
+
+std::string kzThereIsNo(std::string_view kind, std::string_view name, const std::vector<std::string>& known) {
+    const std::string shown = fmt::format("there is no {} \"{}\"; there are ", kind, name);
+    if (known.empty()) return shown + "none";
+    const auto end = known.begin() + static_cast<std::ptrdiff_t>(std::min(known.size(), mostNames));
+    return fmt::format("{}{}{}", shown, fmt::join(known.begin(), end, ", "),
+                       end == known.end() ? "" : fmt::format(", ... ({} in all)", known.size()));
+}
+
+std::string kzIsNot(std::string_view text, std::string_view expected) {
+    return fmt::format("\"{}\" is not {}", text, expected);
+}

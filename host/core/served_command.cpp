@@ -1,0 +1,54 @@
+// Commands that modules implement, as the host hands them out.
+#include "host/core/served_command.h"
+
+#include "host/state/text.h"
+
+#include "kz/message.h"
+#include "kz/result.h"
+
+CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name,
+                               std::uint32_t tag)
+    : CServiceBase(environment->context), m_inner(inner), m_name(std::move(name)), m_tag(tag),
+      m_run(std::move(environment)) {
+    if (!m_inner) throw KZe_NOINTERFACE;
+}
+
+IKzUnknown* CServedCommand::subObject(const KzGuid& iid) {
+    void* found = nullptr;
+    return kzSucceeded(m_inner.ptr()->QueryInterface(&iid, &found)) ? static_cast<IKzUnknown*>(found) : nullptr;
+}
+
+KzResult CServedCommand::cmd_Tag(std::uint32_t* tag) {
+    *tag = m_tag;
+    return KZe_OK;
+}
+
+KzResult CServedCommand::cmd_Name(const char** name) {
+    *name = m_name.c_str();
+    return KZe_OK;
+}
+
+IKzUnknown* CServedCommand::ownMessage(CKzUser_Message& message) const {
+    CKzLoc_Unknown told;
+    const char* key = nullptr;
+    if (kzFailed(m_inner.Message(told.out())) || !message.set(told.raw())) return nullptr;
+    const bool hasKey = kzSucceeded(message.Key(&key)) && !kzTextOf(key).empty();
+    return hasKey || kzFailed(message.Code()) ? message.raw() : nullptr;
+}
+
+KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
+    CKzUser_Message own;
+    return m_run.message()->isSilent() && ownMessage(own) != nullptr ? own.get(message) : m_run.message().give(message);
+}
+
+// What the module's message says goes into the run's, which the log and the listeners are told.
+KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
+    enter("Command.Execute");
+    return m_run.execute(m_self, m_name, flags, [this, flags] {
+        const KzResult code = m_inner.Execute(flags);
+        CKzUser_Message own;
+        if (ownMessage(own) == nullptr) return code;
+        m_run.message()->copyFrom(*own.ptr());
+        return kzFailed(own.Code()) ? own.Code() : code;
+    });
+}

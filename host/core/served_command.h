@@ -1,0 +1,96 @@
+// Commands that modules implement, as the host hands them out.
+#pragma once
+
+#include "host/core/command_run.h"
+#include "host/core/object.h"
+#include "host/core/service_base.h"
+
+#include "kz/command.h"
+
+// The module's object behind the host's own front: executing it tells the listeners, and there is always a message that
+// says how it went, the module's own where it has something to say. Everything else is the module's.
+class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>, CServiceBase {
+public:
+    CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name, std::uint32_t tag);
+
+    // Other interfaces, the attributes above all, are the module's own.
+    IKzUnknown* subObject(const KzGuid& iid);
+    void setSelf(IKzUnknown* self) { m_self = self; }
+
+    KzResult cmd_Tag(std::uint32_t* tag) override;
+    KzResult cmd_Name(const char** name) override;
+    KzResult cmd_UserName(const char** name) override { return orName(m_inner.UserName(name), name); }
+    KzResult cmd_ButtonName(const char** name) override { return orName(m_inner.ButtonName(name), name); }
+    KzResult cmd_Desc(const char** text) override { return m_inner.Desc(text); }
+    KzResult cmd_Tooltip(const char** text) override { return m_inner.Tooltip(text); }
+    KzResult cmd_Help(const char** text) override { return m_inner.Help(text); }
+    KzResult cmd_Example(const char** text) override { return m_inner.Example(text); }
+    KzResult cmd_Icon(const char** name) override { return m_inner.Icon(name); }
+    KzResult cmd_Flags(std::uint32_t* flags) override { return m_inner.Flags(flags); }
+    KzResult cmd_PostExecFlags(std::uint32_t* flags) override { return m_inner.PostExecFlags(flags); }
+    KzResult cmd_PostExecBehaviorFlags(std::uint32_t* flags) override { return m_inner.PostExecBehaviorFlags(flags); }
+    KzResult cmd_PostExecHints(const char** hints) override { return m_inner.PostExecHints(hints); }
+    KzResult cmd_SandboxGUID(const char** iid) override { return m_inner.SandboxGUID(iid); }
+    KzResult cmd_Message(IKzUnknown** message) override;
+    KzResult cmd_Enable(IKzUnknown* message) override { return m_inner.Enable(message); }
+    KzResult cmd_ContainedEnable() override { return m_inner.ContainedEnable(); }
+    KzResult cmd_Interact() override { return m_inner.Interact(); }
+    KzResult cmd_PreExecute() override { return m_inner.PreExecute(); }
+    KzResult cmd_Execute(std::uint32_t flags) override;
+    KzResult cmd_ToggleArg(std::uint32_t* index) override { return m_inner.ToggleArg(index); }
+    KzResult cmd_ArgFlags(std::uint32_t index, std::uint32_t* flags) override { return m_inner.ArgFlags(index, flags); }
+    KzResult cmd_ArgClear(std::uint32_t index) override { return m_inner.ArgClear(index); }
+    KzResult cmd_ArgResetAll() override { return m_inner.ArgResetAll(); }
+    KzResult cmd_ArgSetDatatypes() override { return m_inner.ArgSetDatatypes(); }
+    KzResult cmd_ArgUserName(std::uint32_t index, const char** name) override {
+        return m_inner.ArgUserName(index, name);
+    }
+    KzResult cmd_ArgDesc(std::uint32_t index, const char** text) override { return m_inner.ArgDesc(index, text); }
+    KzResult cmd_ArgExample(std::uint32_t index, const char** text) override { return m_inner.ArgExample(index, text); }
+    KzResult cmd_ArgType(std::uint32_t index, const char** type) override { return m_inner.ArgType(index, type); }
+    KzResult cmd_ArgTypeUserName(std::uint32_t index, const char** name) override {
+        return m_inner.ArgTypeUserName(index, name);
+    }
+    KzResult cmd_ArgTypeDesc(std::uint32_t index, const char** text) override {
+        return m_inner.ArgTypeDesc(index, text);
+    }
+    KzResult cmd_DialogInit() override { return m_inner.DialogInit(); }
+    KzResult cmd_DialogArgChange(std::uint32_t index) override { return m_inner.DialogArgChange(index); }
+    KzResult cmd_ArgEnable(std::uint32_t index) override { return m_inner.ArgEnable(index); }
+    KzResult cmd_ArgParseString(std::uint32_t index, const char* text) override {
+        return m_inner.ArgParseString(index, text);
+    }
+    KzResult cmd_ArgOptionUserName(std::uint32_t index, std::uint32_t option, const char** name) override {
+        return m_inner.ArgOptionUserName(index, option, name);
+    }
+    KzResult cmd_ArgOptionDesc(std::uint32_t index, std::uint32_t option, const char** text) override {
+        return m_inner.ArgOptionDesc(index, option, text);
+    }
+    KzResult cmd_ArgOptionIconName(std::uint32_t index, std::uint32_t option, const char** name) override {
+        return m_inner.ArgOptionIconName(index, option, name);
+    }
+    KzResult cmd_DialogFormatting(const char** format) override { return m_inner.DialogFormatting(format); }
+    KzResult cmd_IconImage(std::int32_t width, std::int32_t height, IKzUnknown** image) override {
+        return m_inner.IconImage(width, height, image);
+    }
+    KzResult cmd_NotifyAddClient(std::int32_t argument, IKzUnknown* client) override {
+        return m_inner.NotifyAddClient(argument, client);
+    }
+    KzResult cmd_NotifyRemoveClient(IKzUnknown* client) override { return m_inner.NotifyRemoveClient(client); }
+    KzResult cmd_Copy(IKzUnknown* source) override { return m_inner.Copy(source); }
+    KzResult cmd_Query(std::uint32_t index, IKzUnknown* values) override { return m_inner.Query(index, values); }
+
+private:
+    // The module's own message if it says anything; null otherwise.
+    IKzUnknown* ownMessage(CKzUser_Message& message) const;
+    // Where the module has no name for people, the command's own serves.
+    KzResult orName(KzResult code, const char** name) {
+        return kzSucceeded(code) && *name != nullptr ? code : cmd_Name(name);
+    }
+
+    CKzUser_Command m_inner;
+    std::string m_name;
+    std::uint32_t m_tag;
+    CCommandRun m_run;
+    IKzUnknown* m_self = nullptr;
+};

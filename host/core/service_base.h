@@ -1,0 +1,35 @@
+// What every service of the host has: the announcement of each operation, and texts that outlive the call.
+#pragma once
+
+#include "host/state/call_watch.h"
+#include "host/state/text_pool.h"
+
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+
+// What all services of one host share. Whatever a service hands out shares the state that it works on, so that nothing
+// dangles when a module holds on to an object for longer than the host lives.
+struct ServiceContext {
+    CCallWatch calls;
+    CTextPool texts;
+    std::thread::id mainThread = std::this_thread::get_id();
+};
+
+class CServiceBase {
+public:
+    explicit CServiceBase(std::shared_ptr<ServiceContext> context) : m_context(std::move(context)) {}
+
+protected:
+    const std::shared_ptr<ServiceContext>& context() const noexcept { return m_context; }
+    void enter(const char* operation) const { m_context->calls.enter(operation); }
+    // A text for a caller who keeps the pointer: a name, of which there are only so many. It stays for ever.
+    const char* keep(std::string_view text) const { return m_context->texts.keep(text); }
+    // A text for a caller who copies it soon: each thread's last few stay, so that what is kept does not grow with what
+    // is asked.
+    static const char* lend(std::string text);
+
+private:
+    std::shared_ptr<ServiceContext> m_context;
+};

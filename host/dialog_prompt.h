@@ -1,7 +1,0 @@
-// Dialogs of kzhost: the question on standard error, the answer a line of standard input.
-#pragma once
-
-#include "host/argument_dialog.h"
-
-// Nothing when the input ends or Ctrl-C comes: that cancels the dialog.
-std::optional<std::string> kzPromptOnTerminal(const DialogQuestion& question);

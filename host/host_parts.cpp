@@ -1,0 +1,116 @@
+// The parts of one host: how they are made, and what they are given.
+#include "host/host_parts.h"
+
+#include "host/commands/alias_commands.h"
+#include "host/commands/builtin_server_commands.h"
+#include "host/commands/log_commands.h"
+#include "host/commands/mesh_commands.h"
+#include "host/commands/script_commands.h"
+#include "host/commands/setting_commands.h"
+#include "host/commands/user_value_commands.h"
+#include "host/core/command_dispatcher.h"
+#include "host/core/job_threads.h"
+#include "host/core/listener_table.h"
+#include "host/core/log_listeners.h"
+#include "host/core/log_store.h"
+#include "host/core/module_table.h"
+#include "host/core/reasons.h"
+#include "host/core/scripts.h"
+#include "host/core/service_base.h"
+#include "host/core/service_registry.h"
+#include "host/core/value_type_registry.h"
+#include "host/objects/image_files.h"
+#include "host/objects/open_scenes.h"
+#include "host/services/command_service.h"
+#include "host/services/dialog_service.h"
+#include "host/services/file_service.h"
+#include "host/services/guid_service.h"
+#include "host/services/host_service.h"
+#include "host/services/image_service.h"
+#include "host/services/listener_service.h"
+#include "host/services/log_service.h"
+#include "host/services/mesh_service.h"
+#include "host/services/message_service.h"
+#include "host/services/platform_service.h"
+#include "host/services/scene_service.h"
+#include "host/services/script_queries.h"
+#include "host/services/script_service.h"
+#include "host/services/thread_service.h"
+#include "host/services/value_service.h"
+#include "host/state/command_state.h"
+#include "host/state/dialog_board.h"
+#include "host/state/import_paths.h"
+#include "host/state/monitor_board.h"
+#include "host/state/path_aliases.h"
+#include "host/state/property_table.h"
+#include "host/state/user_values.h"
+
+#include "kz/command.h"
+#include "kz/dialog.h"
+#include "kz/file.h"
+#include "kz/guid.h"
+#include "kz/host.h"
+#include "kz/image.h"
+#include "kz/log.h"
+#include "kz/message.h"
+#include "kz/platform.h"
+#include "kz/thread.h"
+
+namespace {
+
+void addCommands(const HostParts& host) {
+    kzAddAliasCommands(host.registry);
+    kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
+    kzAddLogCommands(*host.registry, host.log, host.properties);
+    kzAddMeshCommands(*host.registry, host.modules, host.scenes);
+    kzAddScriptCommands(*host.registry, host.files, host.scripts);
+    kzAddSettingCommands(*host.registry, host.files, host.properties);
+    kzAddUserValueCommands(*host.registry, host.userValues);
+}
+
+// The registry belongs to these parts, so what makes a service holds single parts, and never the registry itself.
+void addServices(const HostParts& host) {
+    CServiceRegistry& services = *host.services;
+    const auto add = [&](const char* name, const KzGuid& iid, auto make, const auto&... parts) {
+        services.add(name, iid, [=, context = host.context] { return make(context, parts...); });
+    };
+    add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
+    add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
+    add("file", KZu_FILESERVICE, kzMakeFileService, host.files);
+    add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
+    add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
+    add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
+    add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
+    add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners);
+    add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
+    add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
+    add("platform", KZu_PLATFORMSERVICE, kzMakePlatformService, host.files, host.importPaths);
+    add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes);
+    add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
+        host.queries);
+    add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
+    add("value", KZu_VALUESERVICE, kzMakeValueService, host.types, host.properties, host.queries);
+}
+
+}  // namespace
+
+HostParts::HostParts()
+    : context(std::make_shared<ServiceContext>()), commandState(std::make_shared<CCommandState>()),
+      dialogs(std::make_shared<CDialogBoard>()), files(std::make_shared<CPathAliases>()),
+      importPaths(std::make_shared<CImportPaths>()), monitors(std::make_shared<CMonitorBoard>()),
+      properties(std::make_shared<CPropertyTable>()), userValues(std::make_shared<CUserValues>()),
+      jobThreads(std::make_shared<CJobThreads>()), listeners(std::make_shared<CListenerTable>()),
+      log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
+      types(std::make_shared<CValueTypeRegistry>(modules)), scripts(std::make_shared<CScriptRunner>(modules, log)),
+      environment(std::make_shared<CommandEnvironment>(
+          CommandEnvironment{context, commandState, dialogs, listeners, log, types})),
+      registry(std::make_shared<CCommandRegistry>(environment, modules)),
+      dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
+      services(std::make_shared<CServiceRegistry>()), scenes(std::make_shared<OpenScenes>()),
+      images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors)),
+      queries(std::make_shared<QueryEnvironment>(
+          QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
+    kzTellListeners(*log, listeners);
+    addCommands(*this);
+    addServices(*this);
+}

@@ -1,0 +1,57 @@
+// The parts of one host. Each is shared with whatever works on it; only the composition knows them all.
+#pragma once
+
+#include <memory>
+
+class CCommandDispatcher;
+class CCommandRegistry;
+class CCommandState;
+class CDialogBoard;
+class CPathAliases;
+class CImageFiles;
+class CImportPaths;
+class CJobThreads;
+class CListenerTable;
+class CLogStore;
+class CModuleTable;
+class CMonitorBoard;
+class CPropertyTable;
+class CReasonBook;
+class CScriptRunner;
+class CServiceRegistry;
+class CUserValues;
+class CValueTypeRegistry;
+struct CommandEnvironment;
+struct OpenScenes;
+struct QueryEnvironment;
+struct ServiceContext;
+
+struct HostParts {
+    HostParts();
+
+    // Plain state
+    std::shared_ptr<ServiceContext> context;
+    std::shared_ptr<CCommandState> commandState;
+    std::shared_ptr<CDialogBoard> dialogs;
+    std::shared_ptr<CPathAliases> files;
+    std::shared_ptr<CImportPaths> importPaths;
+    std::shared_ptr<CMonitorBoard> monitors;
+    std::shared_ptr<CPropertyTable> properties;
+    std::shared_ptr<CUserValues> userValues;
+    // The core
+    std::shared_ptr<CJobThreads> jobThreads;
+    std::shared_ptr<CListenerTable> listeners;
+    std::shared_ptr<CLogStore> log;
+    std::shared_ptr<CReasonBook> reasons;
+    std::shared_ptr<CModuleTable> modules;
+    std::shared_ptr<CValueTypeRegistry> types;
+    std::shared_ptr<CScriptRunner> scripts;
+    std::shared_ptr<CommandEnvironment> environment;
+    std::shared_ptr<CCommandRegistry> registry;
+    std::shared_ptr<CCommandDispatcher> dispatcher;
+    std::shared_ptr<CServiceRegistry> services;
+    // What works on both
+    std::shared_ptr<OpenScenes> scenes;
+    std::shared_ptr<CImageFiles> images;
+    std::shared_ptr<QueryEnvironment> queries;
+};

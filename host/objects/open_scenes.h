@@ -1,0 +1,11 @@
+// The scenes that are open in a host.
+#pragma once
+
+#include "host/core/object.h"
+#include "host/objects/scene.h"
+
+#include <vector>
+
+struct OpenScenes {
+    std::vector<CHostRef<CScene>> list;  // the current one is the last
+};

@@ -1,0 +1,47 @@
+// Points of a mesh.
+#pragma once
+
+#include "host/objects/mesh_cursor.h"
+
+class CPoint final : public CHosted<"point", CPoint, CKzIfc_Point>, public CMeshCursor<CPoint, MeshPoint> {
+public:
+    static CElementTable<MeshPoint>& table(CMeshData& data) { return data.points; }
+    using CMeshCursor::CMeshCursor;
+    using CMeshCursor::table;
+
+    KzResult point_MoveTo(KzElementId point) override { return moveTo(point); }
+    KzResult point_MoveToIndex(std::uint32_t index) override { return moveToIndex(index); }
+    KzResult point_MoveToVertex(KzElementId polygon, std::int32_t vertex) override;
+    void point_Leave() override { leave(); }
+    bool point_IsAt() override { return isAt(); }
+    KzElementId point_Id() override { return id(); }
+    std::uint32_t point_Index() override { return index(); }
+    KzResult point_Mesh(IKzUnknown** mesh) override { return giveMesh(mesh); }
+    KzResult point_Enumerate(std::int32_t mark, IKzUnknown* visitor) override { return visitMarked(mark, visitor); }
+    KzResult point_Next() override { return next(); }
+    KzResult point_Position(KzFVector3* position) override;
+    KzResult point_SetPosition(const KzVector3* position) override;
+    KzResult point_Move(const KzVector3* offset) override;
+    KzResult point_Normal(KzVector3* normal) override;
+    std::uint32_t point_PolygonCount() override;
+    KzResult point_PolygonByIndex(std::uint32_t index, KzElementId* polygon, std::int32_t* vertex) override;
+    std::uint32_t point_EdgeCount() override { return static_cast<std::uint32_t>(edgesHere().size()); }
+    KzResult point_EdgeByIndex(std::uint32_t index, KzElementId* edge) override;
+    std::uint32_t point_NeighborCount() override { return point_EdgeCount(); }
+    KzResult point_NeighborByIndex(std::uint32_t index, KzElementId* point) override;
+    bool point_IsBoundary() override;
+    std::int32_t point_Marks() override { return marks(); }
+    KzResult point_SetMarks(std::int32_t set, std::int32_t clear) override { return setMarks(set, clear); }
+    bool point_TestMarks(std::int32_t mark) override { return testMarks(mark); }
+    KzResult point_MapValue(KzElementId map, float* values) override;
+    KzResult point_SetMapValue(KzElementId map, float* values) override;
+    KzResult point_ClearMapValue(KzElementId map) override;
+    std::uint32_t point_MapDimension(KzElementId map) override { return mapDimension(map); }
+    KzResult point_Add(const KzVector3* position, KzElementId* point) override;
+    KzResult point_Copy(KzElementId source, KzElementId* point) override;
+    KzResult point_Remove() override;
+
+private:
+    std::vector<const MeshEdge*> edgesHere();
+    const MeshEdge& edgeHere(std::uint32_t index);
+};

@@ -1,0 +1,60 @@
+// Polygons of a mesh.
+#pragma once
+
+#include "host/objects/mesh_cursor.h"
+
+class CPolygon final : public CHosted<"polygon", CPolygon, CKzIfc_Polygon>, public CMeshCursor<CPolygon, MeshPolygon> {
+public:
+    static CElementTable<MeshPolygon>& table(CMeshData& data) { return data.polygons; }
+    using CMeshCursor::CMeshCursor;
+    using CMeshCursor::table;
+
+    KzResult polygon_MoveTo(KzElementId polygon) override { return moveTo(polygon); }
+    KzResult polygon_MoveToIndex(std::uint32_t index) override { return moveToIndex(index); }
+    void polygon_Leave() override { leave(); }
+    bool polygon_IsAt() override { return isAt(); }
+    KzElementId polygon_Id() override { return id(); }
+    std::uint32_t polygon_Index() override { return index(); }
+    KzResult polygon_Mesh(IKzUnknown** mesh) override { return giveMesh(mesh); }
+    KzResult polygon_Enumerate(std::int32_t mark, IKzUnknown* visitor) override { return visitMarked(mark, visitor); }
+    KzResult polygon_Next() override { return next(); }
+    std::int32_t polygon_Type() override { return isAt() ? here().type : 0; }
+    KzResult polygon_SetType(std::int32_t type) override;
+    std::uint32_t polygon_VertexCount() override;
+    KzResult polygon_VertexByIndex(std::uint32_t index, KzElementId* point) override;
+    std::int32_t polygon_VertexIndex(KzElementId point) override;
+    KzResult polygon_SetVertexPoint(std::int32_t vertex, KzElementId point) override;
+    KzResult polygon_SetVertices(std::uint32_t count, KzElementId* points, std::int32_t reverse) override;
+    KzResult polygon_InsertVertex(std::int32_t vertex, KzElementId point) override;
+    KzResult polygon_RemoveVertex(std::int32_t vertex) override;
+    std::uint32_t polygon_EdgeCount() override;
+    KzResult polygon_EdgeByIndex(std::uint32_t index, KzElementId* edge) override;
+    KzElementId polygon_Neighbor(std::int32_t edge) override;
+    KzResult polygon_Normal(KzVector3* normal) override;
+    KzResult polygon_Center(KzVector3* center) override;
+    KzResult polygon_Bounds(KzBounds* box) override;
+    double polygon_Area() override { return isAt() ? data().areaOf(here()) : 0; }
+    bool polygon_IsClosed() override { return isAt() && kzPolygonType(here().type).isClosed; }
+    std::uint32_t polygon_TriangleCount() override;
+    KzResult polygon_TriangleByIndex(std::uint32_t index, std::uint32_t* a, std::uint32_t* b,
+                                     std::uint32_t* c) override;
+    std::int32_t polygon_Marks() override { return marks(); }
+    KzResult polygon_SetMarks(std::int32_t set, std::int32_t clear) override { return setMarks(set, clear); }
+    bool polygon_TestMarks(std::int32_t mark) override { return testMarks(mark); }
+    KzResult polygon_Tag(std::int32_t type, const char** tag) override;
+    KzResult polygon_SetTag(std::int32_t type, const char* tag) override;
+    KzResult polygon_MapValue(std::int32_t vertex, KzElementId map, float* values) override;
+    KzResult polygon_SetMapValue(std::int32_t vertex, KzElementId map, float* values) override;
+    KzResult polygon_ClearMapValue(std::int32_t vertex, KzElementId map) override;
+    std::uint32_t polygon_MapDimension(KzElementId map) override { return mapDimension(map); }
+    KzResult polygon_Add(std::int32_t type, std::uint32_t count, KzElementId* points, std::int32_t reverse,
+                         KzElementId* polygon) override;
+    KzResult polygon_AddLike(KzElementId source, std::uint32_t count, KzElementId* points,
+                             KzElementId* polygon) override;
+    KzResult polygon_Flip() override;
+    KzResult polygon_Remove() override;
+
+private:
+    KzElementId corner(std::int64_t vertex) const;  // throws OUTOFBOUNDS
+    KzResult setCorners(std::vector<KzElementId> corners);
+};

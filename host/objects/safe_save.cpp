@@ -1,0 +1,36 @@
+// Files that take the place of older ones only when they are complete.
+#include "host/objects/safe_save.h"
+
+#include "kz/result.h"
+
+#include <cstdlib>
+
+namespace fs = std::filesystem;
+
+CSafeSave::CSafeSave(const std::string& target) {
+    std::error_code error;
+    m_target = fs::weakly_canonical(target, error);  // a link stays a link
+    if (error || m_target.filename().empty() || fs::is_directory(m_target, error)) throw KZe_NOACCESS;
+    if (fs::exists(m_target, error) && !fs::is_regular_file(m_target, error)) return;
+    std::string name = (m_target.parent_path() / ".kzsaveXXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw KZe_NOACCESS;
+    m_folder = name;
+}
+
+CSafeSave::~CSafeSave() {
+    std::error_code error;
+    if (!m_folder.empty()) fs::remove_all(m_folder, error);
+}
+
+KzResult CSafeSave::commit() {
+    if (m_folder.empty()) return KZe_OK;
+    std::error_code error;
+    if (!fs::is_regular_file(fs::symlink_status(path(), error))) return KZe_FAILED;
+    if (const auto former = fs::status(m_target, error); fs::exists(former))
+        fs::permissions(path(), former.permissions(), error);
+    for (const fs::directory_entry& each : fs::directory_iterator(m_folder, error)) {
+        fs::rename(each.path(), m_target.parent_path() / each.path().filename(), error);
+        if (error) return KZe_NOACCESS;
+    }
+    return error ? KZe_NOACCESS : KZe_OK;
+}

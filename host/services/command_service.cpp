@@ -1,0 +1,296 @@
+// The command service.
+#include "host/services/command_service.h"
+
+#include "host/core/command_arguments.h"
+#include "host/core/command_dispatcher.h"
+#include "host/core/command_text.h"
+#include "host/core/object.h"
+#include "host/core/reasons.h"
+#include "host/core/service_base.h"
+#include "host/core/value_type_registry.h"
+#include "host/core/values.h"
+#include "host/state/command_state.h"
+#include "host/state/text.h"
+
+#include "kz/command.h"
+#include "kz/message.h"
+#include "kz/result.h"
+
+namespace {
+
+std::string nameOf(const CKzUser_Command& command) {
+    const char* name = nullptr;
+    return kzSucceeded(command.Name(&name)) && name != nullptr ? name : "unknown";
+}
+
+class CCommandService final : public CHosted<"command service", CCommandService, CKzIfc_CommandService>, CServiceBase {
+public:
+    CCommandService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CCommandDispatcher> dispatcher,
+                    std::shared_ptr<CCommandState> state, std::shared_ptr<CValueTypeRegistry> types)
+        : CServiceBase(std::move(context)), m_dispatcher(std::move(dispatcher)), m_state(std::move(state)),
+          m_types(std::move(types)) {}
+
+    KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override;
+    KzResult commandservice_LookupTag(std::uint32_t tag, const char** name) override {
+        enter("Command.LookupTag");
+        const auto known = m_state->nameOf(tag);
+        if (!known) return KZe_NOTFOUND;
+        *name = keep(*known);
+        return KZe_OK;
+    }
+    KzResult commandservice_CommandCount(std::uint32_t* count) override {
+        enter("Command.CommandCount");
+        *count = static_cast<std::uint32_t>(m_dispatcher->registry().names().size());
+        return KZe_OK;
+    }
+    KzResult commandservice_CommandByIndex(std::uint32_t index, const char** name) override {
+        enter("Command.CommandByIndex");
+        const std::vector<std::string> names = m_dispatcher->registry().names();
+        if (index >= names.size()) return KZe_OUTOFBOUNDS;
+        *name = keep(names[index]);
+        return KZe_OK;
+    }
+    KzResult commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) override;
+    KzResult commandservice_SpawnFromString(const char* args, std::uint32_t* flags, std::int32_t* queryIndex,
+                                            IKzUnknown** command) override;
+    KzResult commandservice_GetToggleArgState(IKzUnknown* command, std::int32_t* state, IKzUnknown** value) override;
+    KzResult commandservice_ProcessStringFlags(std::uint32_t flags, const char* text, std::uint32_t* newFlags,
+                                               const char** rest) override;
+    bool commandservice_IsCommand(const char* name) override {
+        enter("Command.IsCommand");
+        return m_dispatcher->registry().has(std::string(kzTextOf(name)));
+    }
+    KzResult commandservice_IsImplicitScript(const char* definition) override {
+        enter("Command.IsImplicitScript");
+        return m_dispatcher->isScript(kzTextOf(definition)) ? KZe_OK : KZe_NOTFOUND;
+    }
+    KzResult commandservice_SpawnImplicitScript(const char* definition, IKzUnknown** command) override;
+    KzResult commandservice_ParseArgString(IKzUnknown* command, std::uint32_t alertFlags, const char* args) override;
+    KzResult commandservice_ParseAttribObject(IKzUnknown* command, std::uint32_t alertFlags, IKzUnknown* args) override;
+    KzResult commandservice_QueryArgString(IKzUnknown* command, std::uint32_t alertFlags, const char* args,
+                                           std::int32_t includesName, IKzUnknown** values,
+                                           std::uint32_t* queryIndex) override;
+    KzResult commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) override;
+    KzResult commandservice_CreateQueryObject(const char* type, IKzUnknown** values) override {
+        enter("Command.CreateQueryObject");
+        return m_types->makeArray(m_types->need(KZe_NOTFOUND, "Command.CreateQueryObject", kzTextOf(type)))
+            .give(values);
+    }
+    KzResult commandservice_Execute(IKzUnknown* command, std::uint32_t flags) override {
+        enter("Command.ExecuteCommand");
+        const CKzUser_Command held(command);
+        return held ? held.Execute(flags) : KZe_INVALIDARG;
+    }
+    KzResult commandservice_ExecuteString(std::uint32_t flags, const char* text, IKzUnknown* message) override;
+    KzResult commandservice_ExecuteArgString(std::uint32_t flags, std::int32_t queryMode, const char* args) override;
+    KzResult commandservice_ToString(IKzUnknown* command, char* buffer, std::uint32_t length) override;
+    KzResult commandservice_AliasCreate(const char* alias, const char* definition, std::uint32_t flags) override;
+    KzResult commandservice_AliasRemove(const char* alias) override {
+        enter("Command.AliasRemove");
+        return m_dispatcher->registry().removeAlias(std::string(kzTextOf(alias))) ? KZe_OK : KZe_CMD_NOT_ALIASED;
+    }
+    KzResult commandservice_AliasLookup(const char* alias, const char** definition) override;
+    std::uint32_t commandservice_ExecDepth() override { return m_state->depth(); }
+    KzResult commandservice_CurrentExecFlags(std::uint32_t* flags) override {
+        enter("Command.CurrentExecFlags");
+        *flags = m_state->flags();
+        return KZe_OK;
+    }
+    KzResult commandservice_HistoryCount(std::uint32_t* count) override {
+        enter("Command.HistoryCount");
+        *count = m_state->historyCount();
+        return KZe_OK;
+    }
+    KzResult commandservice_HistoryByIndex(std::uint32_t index, const char** text) override {
+        enter("Command.HistoryByIndex");
+        auto found = m_state->historyAt(index);
+        if (!found) return KZe_OUTOFBOUNDS;
+        *text = lend(std::move(*found));
+        return KZe_OK;
+    }
+
+private:
+    // A string that is wrong is told about in the log, once, where it is parsed.
+    template <class Action> KzResult told(const std::string& name, Action&& action) const {
+        try {
+            return action();
+        } catch (const CommandTextError& error) {
+            return m_dispatcher->report(name, error);
+        }
+    }
+
+    std::shared_ptr<CCommandDispatcher> m_dispatcher;
+    std::shared_ptr<CCommandState> m_state;
+    std::shared_ptr<CValueTypeRegistry> m_types;
+};
+
+KzResult CCommandService::commandservice_Lookup(const char* name, std::uint32_t* tag) {
+    enter("Command.Lookup");
+    const std::string wanted(kzTextOf(name));
+    if (!m_dispatcher->registry().has(wanted))
+        return kzBecause(KZe_CMD_UNKNOWN_COMMAND, "Command.Lookup",
+                         [&] { return kzThereIsNo("command", wanted, m_dispatcher->registry().names()); });
+    *tag = m_state->tagOf(wanted);
+    return KZe_OK;
+}
+
+KzResult CCommandService::commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) {
+    enter("Command.Spawn");
+    const std::string wanted = tag != 0 ? m_state->nameOf(tag).value_or("") : std::string(kzTextOf(name));
+    return told(wanted, [&] {
+        CKzUser_Command made;
+        return m_dispatcher->registry().spawn(wanted, made).get(command);
+    });
+}
+
+KzResult CCommandService::commandservice_SpawnFromString(const char* args, std::uint32_t* flags,
+                                                         std::int32_t* queryIndex, IKzUnknown** command) {
+    enter("Command.SpawnFromString");
+    const MarkedCommand marked = kzStripMarks(0, kzTextOf(args));
+    return told(marked.rest.substr(0, marked.rest.find(' ')), [&] {
+        CKzUser_Command made;
+        const auto query = m_dispatcher->parse(marked.rest, made);
+        *flags = marked.flags;
+        *queryIndex = query ? static_cast<std::int32_t>(*query) : KZiCMD_QUERYINDEX_NONE;
+        return made.get(command);
+    });
+}
+
+// On when the argument that switches has the value it was given; without one, when it is true now.
+KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, std::int32_t* state,
+                                                           IKzUnknown** value) {
+    enter("Command.GetToggleArgState");
+    const CKzUser_Command held(command);
+    std::uint32_t index = 0;
+    if (!held) return KZe_INVALIDARG;
+    if (kzFailed(held.ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
+    const CKzUser_Attributes attributes(command);
+    const std::string wanted = kzAttributeText(attributes, index);
+    const std::vector<std::string> now = kzQueryTexts(*m_types, held, index);
+    const std::string present = now.empty() ? std::string() : now.front();
+    const bool isOn = wanted.empty() ? !present.empty() && present != "0" && present != "false" : present == wanted;
+    *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
+    const char* type = nullptr;
+    attributes.TypeName(index, &type);
+    CKzLoc_Unknown made;
+    const KzValueType& known = m_types->need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.GetToggleArgState", kzTextOf(type));
+    if (const KzResult code = m_types->makeValue(known, made.out()); kzFailed(code)) return code;
+    if (!now.empty()) kzSetValueText(made.raw(), present.c_str());
+    return made.get(value);
+}
+
+KzResult CCommandService::commandservice_ProcessStringFlags(std::uint32_t flags, const char* text,
+                                                            std::uint32_t* newFlags, const char** rest) {
+    enter("Command.ProcessStringFlags");
+    const MarkedCommand marked = kzStripMarks(flags, kzTextOf(text));
+    if (marked.rest.empty()) return KZe_CMD_BAD_DEFINITION;
+    *newFlags = marked.flags;
+    *rest = text + (kzTextOf(text).size() - marked.rest.size());  // the end of the caller's own text
+    return KZe_OK;
+}
+
+KzResult CCommandService::commandservice_SpawnImplicitScript(const char* definition, IKzUnknown** command) {
+    enter("Command.SpawnImplicitScript");
+    return told("@", [&] {
+        CKzUser_Command made;
+        return m_dispatcher->spawnScript(kzTextOf(definition), made).get(command);
+    });
+}
+
+KzResult CCommandService::commandservice_ParseArgString(IKzUnknown* command, std::uint32_t /*alertFlags*/,
+                                                        const char* args) {
+    enter("Command.ParseArgString");
+    const CKzUser_Command held(command);
+    return told(nameOf(held), [&] {
+        CCommandArguments(*m_types, command).assign(kzParseArguments(kzTextOf(args)));
+        return KZe_OK;
+    });
+}
+
+KzResult CCommandService::commandservice_ParseAttribObject(IKzUnknown* command, std::uint32_t /*alertFlags*/,
+                                                           IKzUnknown* args) {
+    enter("Command.ParseAttribObject");
+    const CKzUser_Attributes given(args);
+    if (!given) return KZe_INVALIDARG;
+    return told(nameOf(CKzUser_Command(command)), [&] {
+        CCommandArguments arguments(*m_types, command);
+        for (std::uint32_t index = 0; index < given.Count(); ++index) {
+            const char* name = nullptr;
+            if (const KzResult code = given.Name(index, &name); kzFailed(code)) return code;
+            arguments.assignByName(std::string(kzTextOf(name)), kzAttributeText(given, index));
+        }
+        return KZe_OK;
+    });
+}
+
+KzResult CCommandService::commandservice_QueryArgString(IKzUnknown* command, std::uint32_t /*alertFlags*/,
+                                                        const char* args, std::int32_t includesName,
+                                                        IKzUnknown** values, std::uint32_t* queryIndex) {
+    enter("Command.QueryArgString");
+    const CKzUser_Command held(command);
+    std::string_view text = kzTextOf(args);
+    return told(nameOf(held), [&] {
+        if (includesName != 0) kzFirstWord(text, &text);
+        const std::vector<ArgumentText> given = kzParseArguments(text);
+        // Without a mark the caller goes on to execute the command and parses the string then.
+        if (std::none_of(given.begin(), given.end(), [](const ArgumentText& each) { return each.isQuery; }))
+            return KZe_CMD_NO_QUERY_MARKED;
+        *queryIndex = CCommandArguments(*m_types, command).assign(given).value();
+        kzQueryTexts(*m_types, held, *queryIndex, values);
+        return KZe_OK;
+    });
+}
+
+KzResult CCommandService::commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) {
+    enter("Command.QueryIndex");
+    kzQueryTexts(*m_types, CKzUser_Command(command), index, values);
+    return KZe_OK;
+}
+
+KzResult CCommandService::commandservice_ExecuteString(std::uint32_t flags, const char* text, IKzUnknown* message) {
+    enter("Command.ExecuteString");
+    const CCommandDispatcher::Outcome outcome = m_dispatcher->perform(kzTextOf(text), flags);
+    if (const CKzUser_Message told(message); told && kzFailed(outcome.code)) {
+        told.SetCode(outcome.code);
+        told.SetMessage("commands", "said", 0);
+        told.SetArgumentString(1, outcome.message.c_str());
+    }
+    return outcome.code;
+}
+
+KzResult CCommandService::commandservice_ExecuteArgString(std::uint32_t flags, std::int32_t /*queryMode*/,
+                                                          const char* args) {
+    enter("Command.ExecuteArgString");
+    return m_dispatcher->perform(kzTextOf(args), flags).code;
+}
+
+KzResult CCommandService::commandservice_ToString(IKzUnknown* command, char* buffer, std::uint32_t length) {
+    enter("Command.ToString");
+    const CCommandArguments arguments(*m_types, command);
+    return kzFillText(arguments.write(nameOf(arguments.command())), buffer, length);
+}
+
+KzResult CCommandService::commandservice_AliasCreate(const char* alias, const char* definition,
+                                                     std::uint32_t /*flags*/) {
+    enter("Command.AliasCreate");
+    const std::string name(kzTextOf(alias));
+    if (name.empty() || name != kzFirstWord(name) || kzTextOf(definition).empty()) return KZe_INVALIDARG;
+    return m_dispatcher->registry().addAlias(name, definition) ? KZe_OK : KZe_CMD_ALREADY_EXISTS;
+}
+
+KzResult CCommandService::commandservice_AliasLookup(const char* alias, const char** definition) {
+    enter("Command.AliasLookup");
+    const auto known = m_state->alias(std::string(kzTextOf(alias)));
+    if (!known) return KZe_CMD_NOT_ALIASED;
+    *definition = lend(*known);
+    return KZe_OK;
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context,
+                                 std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandState> state,
+                                 std::shared_ptr<CValueTypeRegistry> types) {
+    return CCommandService::polymorph().wrap(std::make_unique<CCommandService>(
+        std::move(context), std::move(dispatcher), std::move(state), std::move(types)));
+}

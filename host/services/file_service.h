@@ -1,0 +1,10 @@
+// The file service: aliases, named places, and simple operations on files.
+#pragma once
+
+#include <memory>
+
+class IKzUnknown;
+class CPathAliases;
+struct ServiceContext;
+
+IKzUnknown* kzMakeFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files);

@@ -1,0 +1,9 @@
+// The GUID service: what each identifier of the SDK is called.
+#pragma once
+
+#include <memory>
+
+class IKzUnknown;
+struct ServiceContext;
+
+IKzUnknown* kzMakeGuidService(std::shared_ptr<ServiceContext> context);

@@ -1,0 +1,209 @@
+// The host service: modules, servers, and factories for them.
+#include "host/services/host_service.h"
+
+#include "host/core/listener_servers.h"
+#include "host/core/listener_table.h"
+#include "host/core/log_store.h"
+#include "host/core/module_table.h"
+#include "host/core/object.h"
+#include "host/core/reasons.h"
+#include "host/core/service_base.h"
+#include "host/state/path_aliases.h"
+#include "host/state/text.h"
+
+#include "kz/host.h"
+#include "kz/listener.h"
+#include "kz/result.h"
+
+#include <algorithm>
+
+namespace {
+
+class CServerFactory final : public CHosted<"factory", CServerFactory, CKzIfc_Factory>, CServiceBase {
+public:
+    CServerFactory(std::shared_ptr<ServiceContext> context, const KzServer& server)
+        : CServiceBase(std::move(context)), m_server(server) {}
+
+    KzResult fac_Name(const char** name) override {
+        *name = m_server.name.c_str();
+        return KZe_OK;
+    }
+    KzResult fac_UserName(const char** name) override {
+        if (const KzResult code = fac_InfoTag("server.username", name); kzSucceeded(code)) return code;
+        return fac_Name(name);
+    }
+    KzResult fac_ClassName(const char** name) override {
+        *name = m_server.className.c_str();
+        return KZe_OK;
+    }
+    KzResult fac_ModuleName(const char** name) override {
+        *name = m_server.moduleName.c_str();
+        return KZe_OK;
+    }
+    KzResult fac_ClassGUID(KzGuid* iid) override {
+        if (iid == nullptr) return KZe_INVALIDARG;
+        *iid = m_server.iid;
+        return KZe_OK;
+    }
+    KzResult fac_Spawn(IKzUnknown** object) override {
+        CKzLoc_Unknown made;
+        return CModuleTable::spawn(m_server, made).get(object);
+    }
+    KzResult fac_InfoTag(const char* type, const char** value) override;
+    std::uint32_t fac_TagCount() override { return static_cast<std::uint32_t>(CModuleTable::tagsOf(m_server).size()); }
+
+private:
+    KzServer m_server;
+};
+
+KzResult CServerFactory::fac_InfoTag(const char* type, const char** value) {
+    for (const auto& [name, text] : CModuleTable::tagsOf(m_server)) {
+        if (name != kzTextOf(type)) continue;
+        *value = keep(text);
+        return KZe_OK;
+    }
+    return KZe_NOTFOUND;
+}
+
+class CHostServiceObject final : public CHosted<"host service", CHostServiceObject, CKzIfc_HostService>, CServiceBase {
+public:
+    CHostServiceObject(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                       std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
+                       std::shared_ptr<CLogStore> log)
+        : CServiceBase(std::move(context)), m_modules(std::move(modules)), m_files(std::move(files)),
+          m_listeners(std::move(listeners)), m_log(std::move(log)) {}
+
+    KzResult hostservice_ServerCount(const char* type, std::uint32_t* count) override {
+        enter("Host.ServerCount");
+        *count = static_cast<std::uint32_t>(m_modules->servers(kzTextOf(type)).size());
+        return KZe_OK;
+    }
+    KzResult hostservice_ServerByIndex(const char* type, std::uint32_t index, IKzUnknown** server) override {
+        enter("Host.ServerByIndex");
+        const auto all = m_modules->servers(kzTextOf(type));
+        return index < all.size() ? giveFactory(all[index], server) : KZe_OUTOFBOUNDS;
+    }
+    KzResult hostservice_LookupServer(const char* type, const char* name, std::int32_t /*load*/,
+                                      IKzUnknown** server) override {
+        enter("Host.LookupServer");
+        return giveFactory(require(type, name), server);
+    }
+    KzResult hostservice_SpawnServer(const char* type, const char* name, IKzUnknown** object) override {
+        enter("Host.SpawnServer");
+        CKzLoc_Unknown made;
+        return CModuleTable::spawn(require(type, name), made).get(object);
+    }
+    KzResult hostservice_ModuleCount(std::uint32_t* count) override {
+        enter("Host.ModuleCount");
+        *count = static_cast<std::uint32_t>(m_modules->modules().size());
+        return KZe_OK;
+    }
+    KzResult hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) override;
+    KzResult hostservice_ModuleAdd(const char* path) override;
+    KzResult hostservice_ModuleRemove(const char* /*path*/) override {
+        enter("Host.ModuleRemove");
+        return KZe_NOTSUPPORTED;  // the caller may be the very module that would go
+    }
+    KzResult hostservice_ModuleUpdate(const char* name) override;
+    KzResult hostservice_DefaultServer(const char* type, IKzUnknown** server) override {
+        enter("Host.DefaultServer");
+        const auto all = m_modules->servers(kzTextOf(type));
+        return all.empty() || kzTextOf(type).empty() ? KZe_NOTFOUND : giveFactory(all.front(), server);
+    }
+    KzResult hostservice_ServerTag(const char* type, const char* name, const char* tag, const char** value) override;
+    KzResult hostservice_ClassCount(std::uint32_t* count) override {
+        enter("Host.ClassCount");
+        *count = static_cast<std::uint32_t>(classes().size());
+        return KZe_OK;
+    }
+    KzResult hostservice_ClassByIndex(std::uint32_t index, const char** type) override {
+        enter("Host.ClassByIndex");
+        const auto all = classes();
+        if (index >= all.size()) return KZe_OUTOFBOUNDS;
+        *type = keep(all[index]);
+        return KZe_OK;
+    }
+    bool hostservice_IsServer(const char* type, const char* name) override {
+        enter("Host.IsServer");
+        return m_modules->find(kzTextOf(type), kzTextOf(name)).has_value();
+    }
+
+private:
+    KzResult giveFactory(const KzServer& server, IKzUnknown** out) const {
+        return CHostRef<CServerFactory>::make(context(), server).give(out);
+    }
+    KzServer require(const char* type, const char* name) const {
+        const auto found = m_modules->find(kzTextOf(type), kzTextOf(name));
+        if (!found)
+            throw kzBecause(KZe_NOTFOUND, "Host.Server", [&] {
+                return kzThereIsNo(std::string(kzTextOf(type)) + " server", kzTextOf(name),
+                                   m_modules->servers(kzTextOf(type)), [](const auto& each) { return each.name; });
+            });
+        return *found;
+    }
+    std::vector<std::string> classes() const;
+
+    std::shared_ptr<CModuleTable> m_modules;
+    std::shared_ptr<CPathAliases> m_files;
+    std::shared_ptr<CListenerTable> m_listeners;
+    std::shared_ptr<CLogStore> m_log;
+};
+
+std::vector<std::string> CHostServiceObject::classes() const {
+    std::vector<std::string> names;
+    for (const KzServer& server : m_modules->servers())
+        if (std::find(names.begin(), names.end(), server.className) == names.end()) names.push_back(server.className);
+    return names;
+}
+
+KzResult CHostServiceObject::hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) {
+    enter("Host.ModuleByIndex");
+    const auto all = m_modules->modules();
+    if (index >= all.size()) return KZe_OUTOFBOUNDS;
+    KzServer row;
+    row.name = all[index].first;
+    row.className = KZa_MODULE;
+    row.moduleName = all[index].first;
+    row.iid = KZu_MODULE;
+    return giveFactory(row, module);
+}
+
+KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
+    enter("Host.ModuleAdd");
+    const auto file = m_files->resolve(kzTextOf(path));
+    if (!file) return KZe_NOTFOUND;
+    std::string why;
+    if (m_modules->load(*file, why)) return KZe_OK;
+    m_log->write("host", KZe_FAILED, why);
+    return KZe_FAILED;
+}
+
+KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
+    enter("Host.ModuleUpdate");
+    const std::string wanted(kzTextOf(name));
+    const KzResult code = kzUpdateModule(*m_modules, *m_listeners, *m_log, wanted);
+    if (code != KZe_NOTFOUND) return code;
+    return kzBecause(code, "Host.ModuleUpdate", [&] {
+        return kzThereIsNo("module", wanted, m_modules->modules(), [](const auto& each) { return each.first; });
+    });
+}
+
+KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char* name, const char* tag,
+                                                   const char** value) {
+    enter("Host.ServerTag");
+    for (const auto& [key, text] : CModuleTable::tagsOf(require(type, name))) {
+        if (key != kzTextOf(tag)) continue;
+        *value = keep(text);
+        return KZe_OK;
+    }
+    return KZe_NOTFOUND;
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                              std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
+                              std::shared_ptr<CLogStore> log) {
+    return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(
+        std::move(context), std::move(modules), std::move(files), std::move(listeners), std::move(log)));
+}

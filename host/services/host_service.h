@@ -1,0 +1,15 @@
+// The host service: modules, servers, and factories for them.
+#pragma once
+
+#include <memory>
+
+class IKzUnknown;
+class CPathAliases;
+class CListenerTable;
+class CLogStore;
+class CModuleTable;
+struct ServiceContext;
+
+IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                              std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
+                              std::shared_ptr<CLogStore> log);

@@ -1,0 +1,109 @@
+// The image service: makes images, copies and compares them, reads and writes their files.
+#include "host/services/image_service.h"
+
+#include "host/core/object.h"
+#include "host/core/service_base.h"
+#include "host/objects/image_files.h"
+#include "host/state/path_aliases.h"
+#include "host/state/text.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+class CImageService final : public CHosted<"image service", CImageService, CKzIfc_ImageService>, CServiceBase {
+public:
+    CImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
+                  std::shared_ptr<CImageFiles> images)
+        : CServiceBase(std::move(context)), m_files(std::move(files)), m_images(std::move(images)) {}
+
+    KzResult imageservice_Create(std::int32_t width, std::int32_t height, std::uint32_t format, std::uint32_t /*flags*/,
+                                 IKzUnknown** image) override {
+        enter("Image.Create");
+        return CHostRef<CImage>::make(width, height, format).give(image);
+    }
+    KzResult imageservice_Duplicate(IKzUnknown* source, std::uint32_t format, IKzUnknown** image) override {
+        enter("Image.Duplicate");
+        return kzCopyImage(source, format).give(image);
+    }
+    KzResult imageservice_Load(const char* path, IKzUnknown* monitor, IKzUnknown** image) override {
+        enter("Image.Load");
+        return m_images->load(m_files->place(path), monitor).give(image);
+    }
+    KzResult imageservice_Save(IKzUnknown* image, const char* path, const char* saver, IKzUnknown* monitor) override {
+        enter("Image.Save");
+        return m_images->save(image, m_files->place(path), std::string(kzTextOf(saver)), monitor);
+    }
+    KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
+                               std::int32_t height, IKzUnknown** image) override;
+    KzResult imageservice_Flip(IKzUnknown* source, std::int32_t axis, IKzUnknown** image) override;
+    KzResult imageservice_Compare(IKzUnknown* first, IKzUnknown* second, double tolerance, double* greatest,
+                                  double* fraction) override;
+    std::uint32_t imageservice_PixelBytes(std::uint32_t format) override {
+        enter("Image.PixelBytes");
+        const auto known = PixelFormat::of(format);
+        return known ? static_cast<std::uint32_t>(known->bytes()) : 0;
+    }
+
+private:
+    std::shared_ptr<CPathAliases> m_files;
+    std::shared_ptr<CImageFiles> m_images;
+};
+
+KzResult CImageService::imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
+                                          std::int32_t height, IKzUnknown** image) {
+    enter("Image.Crop");
+    const auto whole = kzCopyImage(source, 0);
+    if (width < 1 || height < 1) return KZe_INVALIDARG;
+    const bool fits = x >= 0 && y >= 0 && width <= whole->width() - x && height <= whole->height() - y;
+    if (!fits) return KZe_OUTOFBOUNDS;
+    const auto part = CHostRef<CImage>::make(width, height, whole->format().code);
+    for (std::int32_t line = 0; line < height; ++line)
+        kzConvertPixels(whole->format(), whole->at(x, y + line), part->format(), part->at(0, line),
+                        static_cast<std::size_t>(width));
+    return part.give(image);
+}
+
+KzResult CImageService::imageservice_Flip(IKzUnknown* source, std::int32_t axis, IKzUnknown** image) {
+    enter("Image.Flip");
+    if (axis < KZiIMG_FLIP_HORIZONTAL || axis > KZiIMG_FLIP_BOTH) return KZe_INVALIDARG;
+    const auto whole = kzCopyImage(source, 0);
+    const auto turned = CHostRef<CImage>::make(whole->width(), whole->height(), whole->format().code);
+    for (std::int32_t y = 0; y < whole->height(); ++y)
+        for (std::int32_t x = 0; x < whole->width(); ++x) {
+            const std::int32_t toX = axis != KZiIMG_FLIP_VERTICAL ? whole->width() - 1 - x : x;
+            const std::int32_t toY = axis != KZiIMG_FLIP_HORIZONTAL ? whole->height() - 1 - y : y;
+            kzConvertPixels(whole->format(), whole->at(x, y), turned->format(), turned->at(toX, toY), 1);
+        }
+    return turned.give(image);
+}
+
+KzResult CImageService::imageservice_Compare(IKzUnknown* first, IKzUnknown* second, double tolerance, double* greatest,
+                                             double* fraction) {
+    enter("Image.Compare");
+    const auto left = kzCopyImage(first, KZiIMG_FORMAT_RGBAFP), right = kzCopyImage(second, KZiIMG_FORMAT_RGBAFP);
+    if (left->width() != right->width() || left->height() != right->height()) return KZe_INVALIDARG;
+    double most = 0;
+    std::size_t above = 0;
+    const auto count = static_cast<std::size_t>(left->width()) * static_cast<std::size_t>(left->height());
+    for (std::size_t i = 0; i < count; ++i) {
+        const PixelColor a = kzReadPixel(left->format(), left->at(0, 0) + i * left->format().bytes());
+        const PixelColor b = kzReadPixel(right->format(), right->at(0, 0) + i * right->format().bytes());
+        double difference = 0;
+        for (std::size_t c = 0; c < a.size(); ++c) difference = std::max<double>(difference, std::abs(a[c] - b[c]));
+        most = std::max(most, difference);
+        if (difference > tolerance) ++above;
+    }
+    *greatest = most;
+    *fraction = static_cast<double>(above) / static_cast<double>(count);
+    return KZe_OK;
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
+                               std::shared_ptr<CImageFiles> images) {
+    return CImageService::polymorph().wrap(
+        std::make_unique<CImageService>(std::move(context), std::move(files), std::move(images)));
+}

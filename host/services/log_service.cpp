@@ -1,0 +1,135 @@
+// The log service.
+#include "host/services/log_service.h"
+
+#include "host/core/listener_table.h"
+#include "host/core/log_store.h"
+#include "host/core/message_tables.h"
+#include "host/core/object.h"
+#include "host/core/service_base.h"
+#include "host/state/text.h"
+
+#include "kz/message.h"
+#include "kz/result.h"
+
+#include <algorithm>
+
+namespace {
+
+// The kinds of entries that carry named fields.
+struct InfoBlockRow {
+    const char* name;
+    std::vector<std::pair<const char*, const char*>> fields;
+};
+
+class CInfoBlock final : public CHosted<"log block", CInfoBlock, CKzIfc_LogInfoBlock> {
+public:
+    explicit CInfoBlock(const InfoBlockRow& row) : m_row(row) {}
+    KzResult lb_Name(const char** name) override {
+        *name = m_row.name;
+        return KZe_OK;
+    }
+    std::uint32_t lb_FieldCount() override { return static_cast<std::uint32_t>(m_row.fields.size()); }
+    KzResult lb_FieldName(std::uint32_t index, const char** name) override {
+        if (index >= m_row.fields.size()) return KZe_OUTOFBOUNDS;
+        *name = m_row.fields[index].first;
+        return KZe_OK;
+    }
+    KzResult lb_FieldType(std::uint32_t index, const char** type) override {
+        if (index >= m_row.fields.size()) return KZe_OUTOFBOUNDS;
+        *type = m_row.fields[index].second;
+        return KZe_OK;
+    }
+
+private:
+    const InfoBlockRow& m_row;
+};
+
+const InfoBlockRow* findBlock(std::string_view name) {
+    static const std::vector<InfoBlockRow> blocks = {
+        {"script", {{"file", "string"}, {"line", "integer"}}},
+        {"command", {{"command", "string"}, {"argument", "string"}, {"expected", "string"}}},
+    };
+    const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const auto& row) { return name == row.name; });
+    return found != blocks.end() ? &*found : nullptr;
+}
+
+class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService>, CServiceBase {
+public:
+    CLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
+                std::shared_ptr<CListenerTable> listeners)
+        : CServiceBase(std::move(context)), m_log(std::move(log)), m_listeners(std::move(listeners)) {}
+
+    KzResult logservice_SubSystemCount(std::uint32_t* count) override {
+        enter("Log.SubSystemCount");
+        *count = static_cast<std::uint32_t>(m_log->subsystems().size());
+        return KZe_OK;
+    }
+    KzResult logservice_SubSystemByIndex(std::uint32_t index, IKzUnknown** subsystem) override {
+        enter("Log.SubSystemByIndex");
+        const auto all = m_log->subsystems();
+        return index < all.size() ? all[index].give(subsystem) : KZe_OUTOFBOUNDS;
+    }
+    KzResult logservice_SubSystemLookup(const char* name, IKzUnknown** subsystem) override {
+        enter("Log.SubSystemLookup");
+        if (kzTextOf(name).empty()) return KZe_INVALIDARG;
+        return m_log->subsystem(name).give(subsystem);
+    }
+    KzResult logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) override {
+        enter("Log.CreateEntry");
+        return m_log->create(level, std::string(kzTextOf(text))).give(entry);
+    }
+    KzResult logservice_CreateEntryMessage(IKzUnknown* message, IKzUnknown** entry) override {
+        enter("Log.CreateEntryMessage");
+        const CKzUser_Message held(message);
+        if (!held) return KZe_INVALIDARG;
+        return m_log->create(held->Code(), CMessageTables::textOf(*held.ptr())).give(entry);
+    }
+    KzResult logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
+                                        IKzUnknown** entry) override;
+    KzResult logservice_InfoBlockByName(const char* name, IKzUnknown** block) override {
+        enter("Log.InfoBlockByName");
+        const InfoBlockRow* row = findBlock(kzTextOf(name));
+        return row != nullptr ? CHostRef<CInfoBlock>::make(*row).give(block) : KZe_NOTFOUND;
+    }
+    KzResult logservice_DebugOut(std::uint32_t level, const char* text) override {
+        enter("Log.DebugOut");
+        m_log->write("debug", level, std::string(kzTextOf(text)));
+        return KZe_OK;
+    }
+    KzResult logservice_SetMaxEntries(std::uint32_t count) override {
+        enter("Log.SetMaxEntries");
+        m_log->setLimit(count);
+        return KZe_OK;
+    }
+    std::uint32_t logservice_MaxEntries() override {
+        enter("Log.MaxEntries");
+        return m_log->limit();
+    }
+    KzResult logservice_Flush() override {
+        enter("Log.Flush");
+        m_listeners->log([](IKzLogListener& listener) { listener.Flushed(); });
+        return KZe_OK;  // every line is passed on as it comes
+    }
+
+private:
+    std::shared_ptr<CLogStore> m_log;
+    std::shared_ptr<CListenerTable> m_listeners;
+};
+
+KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
+                                                 IKzUnknown** entry) {
+    enter("Log.CreateEntryInfo");
+    const InfoBlockRow* row = findBlock(kzTextOf(block));
+    if (row == nullptr) return KZe_NOTFOUND;
+    const auto made = m_log->create(level, std::string(kzTextOf(text)));
+    for (const auto& [name, type] : row->fields) made->logentry_SetInfo(name, "");
+    return made.give(entry);
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
+                             std::shared_ptr<CListenerTable> listeners) {
+    return CLogService::polymorph().wrap(
+        std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners)));
+}

@@ -1,0 +1,12 @@
+// The log service.
+#pragma once
+
+#include <memory>
+
+class IKzUnknown;
+class CListenerTable;
+class CLogStore;
+struct ServiceContext;
+
+IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
+                             std::shared_ptr<CListenerTable> listeners);

@@ -1,0 +1,10 @@
+// The message service.
+#pragma once
+
+#include <memory>
+
+class IKzUnknown;
+class CLogStore;
+struct ServiceContext;
+
+IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log);

@@ -1,0 +1,155 @@
+// The scene service: makes, finds and closes scenes, and knows all item types.
+#include "host/services/scene_service.h"
+
+#include "host/core/object.h"
+#include "host/core/reasons.h"
+#include "host/core/service_base.h"
+#include "host/objects/open_scenes.h"
+#include "host/objects/scene.h"
+#include "host/state/text.h"
+
+namespace {
+
+class CSceneService final : public CHosted<"scene service", CSceneService, CKzIfc_SceneService>, CServiceBase {
+public:
+    CSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes)
+        : CServiceBase(std::move(context)), m_scenes(std::move(scenes)) {}
+
+    KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
+        enter("Scene.Create");
+        m_scenes->list.push_back(CScene::open(std::string(kzTextOf(name))));
+        return m_scenes->list.back().give(scene);
+    }
+    KzResult sceneservice_Close(IKzUnknown* scene) override {
+        enter("Scene.Close");
+        const auto closed = kzOwn<CScene>(scene);
+        if (std::erase_if(m_scenes->list, [&](const auto& open) { return open.object() == closed.object(); }) == 0)
+            return KZe_NOTFOUND;
+        closed->close();
+        return KZe_OK;
+    }
+    std::uint32_t sceneservice_Count() override {
+        enter("Scene.Count");
+        return static_cast<std::uint32_t>(m_scenes->list.size());
+    }
+    KzResult sceneservice_ByIndex(std::uint32_t index, IKzUnknown** scene) override {
+        enter("Scene.ByIndex");
+        return index < m_scenes->list.size() ? m_scenes->list[index].give(scene) : KZe_OUTOFBOUNDS;
+    }
+    KzResult sceneservice_Lookup(const char* path, IKzUnknown** scene) override {
+        enter("Scene.Lookup");
+        for (const auto& open : m_scenes->list)
+            if (!open->filename().empty() && open->filename() == kzTextOf(path)) return open.give(scene);
+        return kzBecause(KZe_NOTFOUND, "Scene.Lookup", [&] {
+            return kzThereIsNo("open scene", kzTextOf(path), m_scenes->list,
+                               [](const auto& open) { return open->filename(); });
+        });
+    }
+    KzResult sceneservice_Current(IKzUnknown** scene) override {
+        enter("Scene.Current");
+        return m_scenes->list.empty() ? KZe_NOTFOUND : m_scenes->list.back().give(scene);
+    }
+    KzResult sceneservice_SetCurrent(IKzUnknown* scene) override {
+        enter("Scene.SetCurrent");
+        const auto wanted = kzOwn<CScene>(scene);
+        auto& open = m_scenes->list;
+        const auto found =
+            std::find_if(open.begin(), open.end(), [&](const auto& each) { return each.object() == wanted.object(); });
+        if (found == open.end()) return KZe_NOTFOUND;
+        std::rotate(found, found + 1, open.end());
+        return KZe_OK;
+    }
+    KzResult sceneservice_ItemTypeLookup(const char* name, std::int32_t* type) override {
+        enter("Scene.ItemTypeLookup");
+        const ItemType* known = kzFindItemType(kzTextOf(name));
+        *type = known != nullptr ? known->number : KZiITYPE_UNKNOWN;
+        if (known != nullptr) return KZe_OK;
+        return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeLookup", [&] {
+            return kzThereIsNo("item type", kzTextOf(name), kzItemTypes(), [](const auto& each) { return each.name; });
+        });
+    }
+    KzResult sceneservice_ItemTypeName(std::int32_t type, const char** name) override {
+        enter("Scene.ItemTypeName");
+        *name = known(type).name;
+        return KZe_OK;
+    }
+    KzResult sceneservice_ItemTypeSuper(std::int32_t type, std::int32_t* base) override {
+        enter("Scene.ItemTypeSuper");
+        *base = known(type).base;
+        return KZe_OK;
+    }
+    bool sceneservice_ItemTypeTest(std::int32_t type, std::int32_t base) override {
+        enter("Scene.ItemTypeTest");
+        return kzIsItemType(type, base);
+    }
+    std::uint32_t sceneservice_ItemTypeCount() override {
+        enter("Scene.ItemTypeCount");
+        return static_cast<std::uint32_t>(kzItemTypes().size());
+    }
+    KzResult sceneservice_ItemTypeByIndex(std::uint32_t index, std::int32_t* type) override {
+        enter("Scene.ItemTypeByIndex");
+        if (index >= kzItemTypes().size()) return KZe_OUTOFBOUNDS;
+        *type = kzItemTypes()[index].number;
+        return KZe_OK;
+    }
+    KzResult sceneservice_LocatorTransform(IKzUnknown* locator, double /*time*/, KzVector3* position, KzVector3* angles,
+                                           KzVector3* scale) override {
+        enter("Scene.LocatorTransform");
+        CItem& item = located(locator);
+        *position = vectorOf(item, KZsICHAN_XFRMPOSITION_POS_X);
+        *angles = vectorOf(item, KZsICHAN_XFRMROTATION_ROT_X);
+        *scale = vectorOf(item, KZsICHAN_XFRMSCALE_SCL_X);
+        return KZe_OK;
+    }
+    KzResult sceneservice_SetLocatorPosition(IKzUnknown* locator, const KzVector3* position, double time,
+                                             const char* action) override {
+        enter("Scene.SetLocatorPosition");
+        return setVector(locator, KZsICHAN_XFRMPOSITION_POS_X, position, time, action);
+    }
+    KzResult sceneservice_SetLocatorRotation(IKzUnknown* locator, const KzVector3* angles, double time,
+                                             const char* action) override {
+        enter("Scene.SetLocatorRotation");
+        return setVector(locator, KZsICHAN_XFRMROTATION_ROT_X, angles, time, action);
+    }
+    KzResult sceneservice_SetLocatorScale(IKzUnknown* locator, const KzVector3* scale, double time,
+                                          const char* action) override {
+        enter("Scene.SetLocatorScale");
+        return setVector(locator, KZsICHAN_XFRMSCALE_SCL_X, scale, time, action);
+    }
+
+private:
+    static const ItemType& known(std::int32_t type) {
+        const ItemType* found = kzFindItemType(type);
+        if (found == nullptr) throw KZe_NOTFOUND;
+        return *found;
+    }
+    static CItem& located(IKzUnknown* locator) {
+        const auto item = kzOwn<CItem>(locator);
+        if (!item->hasChannel(KZsICHAN_LOCATOR_WORLDMATRIX)) throw KZe_INVALIDARG;
+        return *item;
+    }
+    static KzVector3 vectorOf(CItem& item, const char* firstChannel) {
+        const std::int32_t first = item.channelIndex(firstChannel);
+        KzVector3 found{};
+        for (std::int32_t i = 0; i < 3; ++i) found.v[i] = kzNumberOf(item.channel(first + i).cell()).value_or(0);
+        return found;
+    }
+    static KzResult setVector(IKzUnknown* locator, const char* firstChannel, const KzVector3* value, double time,
+                              const char* action) {
+        CItem& item = located(locator);
+        CKzUser_ChannelWrite write;
+        CKzLoc_Unknown made;
+        if (const KzResult code = item.scene().scene_WriteChannels(action, time, made.out()); kzFailed(code))
+            return code;
+        write.set(made.raw());
+        return write.Vector(locator, item.channelIndex(firstChannel), value);
+    }
+
+    std::shared_ptr<OpenScenes> m_scenes;
+};
+
+}  // namespace
+
+IKzUnknown* kzMakeSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes) {
+    return CSceneService::polymorph().wrap(std::make_unique<CSceneService>(std::move(context), std::move(scenes)));
+}

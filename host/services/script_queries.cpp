@@ -1,0 +1,313 @@
+// The script services: what scripts may ask about the running host.
+#include "host/services/script_queries.h"
+
+#include "host/core/command_arguments.h"
+#include "host/core/command_dispatcher.h"
+#include "host/core/command_text.h"
+#include "host/core/log_store.h"
+#include "host/core/message.h"
+#include "host/core/module_table.h"
+#include "host/core/object.h"
+#include "host/core/reasons.h"
+#include "host/core/scripts.h"
+#include "host/core/service_base.h"
+#include "host/core/service_registry.h"
+#include "host/core/value_type_registry.h"
+#include "host/state/command_state.h"
+#include "host/state/path_aliases.h"
+#include "host/state/property_table.h"
+#include "host/state/text.h"
+
+#include "kz/command.h"
+#include "kz/result.h"
+#include "kz/script.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+namespace {
+
+struct Selection {
+    std::string attribute;
+    std::string element;
+};
+
+struct AttributeRow {
+    const char* name;
+    const char* type;
+    // Appends the answers; throws QUERY_NEED_SELECTION when it needs an element and none is selected.
+    void (*answer)(const QueryEnvironment& host, const Selection& selection,
+                   const std::function<void(std::string)>& add);
+};
+
+struct ServiceRow {
+    const char* name;
+    std::span<const AttributeRow> attributes;
+};
+
+const std::string& needElement(const Selection& selection) {
+    if (selection.element.empty()) throw KZe_QUERY_NEED_SELECTION;
+    return selection.element;
+}
+
+// A new command as the selected string says: its name, and arguments if they matter.
+CKzUser_Command& selectedCommand(const QueryEnvironment& host, const Selection& selection, CKzUser_Command& command) {
+    try {
+        host.dispatcher->parse(needElement(selection), command);
+    } catch (const CommandTextError& error) {
+        throw error.code;
+    }
+    return command;
+}
+
+// Calls `tell` for each of the selected command's arguments.
+template <class Tell>
+void eachArgument(const QueryEnvironment& host, const CKzUser_Command& command, const Tell& tell) {
+    try {
+        const CCommandArguments arguments(*host.types, command.raw());
+        for (std::uint32_t index = 0; index < arguments.count(); ++index) tell(arguments, index);
+    } catch (const CommandTextError& error) {
+        throw error.code;
+    }
+}
+
+constexpr AttributeRow commandAttributes[] = {
+    {"commands", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         for (const std::string& name : host.dispatcher->registry().names()) add(name);
+     }},
+    {"exists", KZsTYPE_BOOLEAN,  // whether the selected name is a command
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         add(host.dispatcher->registry().has(needElement(selection)) ? "true" : "false");
+     }},
+    {"arguments", KZsTYPE_STRING,  // of the selected command
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         CKzUser_Command command;
+         eachArgument(host, selectedCommand(host, selection, command),
+                      [&](const CCommandArguments& known, std::uint32_t index) { add(known.nameOf(index)); });
+     }},
+    {"argumentsEnabled", KZsTYPE_BOOLEAN,  // for each of them, as it is now
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         CKzUser_Command command;
+         eachArgument(host, selectedCommand(host, selection, command),
+                      [&](const CCommandArguments& known, std::uint32_t index) {
+                          add(known.isEnabled(index) ? "true" : "false");
+                      });
+     }},
+    {"dialog", KZsTYPE_STRING,  // for each of them, the value with which its dialog begins
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         CKzUser_Command command;
+         const KzResult code = selectedCommand(host, selection, command).DialogInit();
+         if (kzFailed(code) && code != KZe_NOTIMPL) throw code;
+         eachArgument(host, command, [&](const CCommandArguments& known, std::uint32_t index) {
+             add(kzAttributeText(known.attributes(), index));
+         });
+     }},
+    {"enabled", KZsTYPE_BOOLEAN,  // whether the selected command can be used
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         CKzUser_Command command;
+         const auto message = CHostRef<CMessage>::make();
+         const KzResult code = selectedCommand(host, selection, command).Enable(message.raw());
+         add(kzFailed(code) && code != KZe_NOTIMPL ? "false" : "true");
+     }},
+    {"history", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         for (const std::string& text : host.dispatcher->registry().environment()->state->history()) add(text);
+     }},
+};
+
+constexpr AttributeRow scriptAttributes[] = {
+    {"interpreters", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         for (const KzServer& server : host.modules->servers(KZa_TEXTSCRIPTINTERPRETER)) add(server.name);
+     }},
+    {"depth", KZsTYPE_INTEGER,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         add(std::to_string(host.scripts->depth()));
+     }},
+};
+
+constexpr AttributeRow hostAttributes[] = {
+    {"modules", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         for (const auto& [name, path] : host.modules->modules()) add(name);
+     }},
+    {"servers", KZsTYPE_STRING,  // of the selected class, or all
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         for (const KzServer& server : host.modules->servers(selection.element)) add(server.name);
+     }},
+    {"classes", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         std::vector<std::string> seen;
+         for (const KzServer& server : host.modules->servers())
+             if (std::find(seen.begin(), seen.end(), server.className) == seen.end())
+                 add(seen.emplace_back(server.className));
+     }},
+    {"services", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         if (const auto known = host.services.lock())
+             for (const std::string& name : known->names()) add(name);
+     }},
+};
+
+constexpr AttributeRow logAttributes[] = {
+    {"subsystems", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         for (const auto& subsystem : host.log->subsystems()) add(subsystem->name());
+     }},
+    {"count", KZsTYPE_INTEGER,  // of lines, children included
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         add(std::to_string(host.log->lines(needElement(selection)).size()));
+     }},
+    {"lines", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         for (const LogLine& line : host.log->lines(needElement(selection))) add(kzWithoutMarkup(line.text));
+     }},
+};
+
+constexpr AttributeRow fileAttributes[] = {
+    {"aliases", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         for (const auto& [name, path] : host.files->aliases()) add(name);
+     }},
+    {"path", KZsTYPE_STRING,  // of the selected aliased path
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         if (const auto path = host.files->expand(needElement(selection))) add(*path);
+     }},
+};
+
+constexpr AttributeRow valueAttributes[] = {
+    {"types", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         for (const std::string& name : host.types->names()) add(name);
+     }},
+    {"choices", KZsTYPE_STRING,  // of the selected type, where a module serves it with hints
+     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+         for (const std::string& choice : host.types->choices(needElement(selection))) add(choice);
+     }},
+    {"units", KZsTYPE_STRING,
+     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+         add(host.properties->get("units").value_or("si"));
+     }},
+};
+
+constexpr ServiceRow rows[] = {
+    {"command", commandAttributes}, {"file", fileAttributes},     {"host", hostAttributes},
+    {"log", logAttributes},         {"script", scriptAttributes}, {"value", valueAttributes},
+};
+
+class CScriptQuery final : public CHosted<"script query", CScriptQuery, CKzIfc_ScriptQuery>, CServiceBase {
+public:
+    CScriptQuery(std::shared_ptr<const QueryEnvironment> host, const ServiceRow& service)
+        : CServiceBase(host->context), m_host(std::move(host)), m_service(service) {}
+
+    KzResult sq_Lookup(const char* name, std::uint32_t* index) override;
+    KzResult sq_TypeName(std::uint32_t index, const char** type) override {
+        enter("ScriptQuery.TypeName");
+        *type = row(index).type;
+        return KZe_OK;
+    }
+    KzResult sq_Select(const char* attribute, const char* which) override;
+    KzResult sq_Query(std::uint32_t index, IKzUnknown* values) override;
+
+private:
+    const AttributeRow& row(std::uint32_t index) const {
+        if (index >= m_service.attributes.size()) throw KZe_OUTOFBOUNDS;
+        return m_service.attributes[index];
+    }
+
+    std::shared_ptr<const QueryEnvironment> m_host;
+    const ServiceRow& m_service;
+    Selection m_selection;
+};
+
+// No name asks for the attribute that is selected.
+KzResult CScriptQuery::sq_Lookup(const char* name, std::uint32_t* index) {
+    enter("ScriptQuery.Lookup");
+    const std::string_view wanted = kzTextOf(name).empty() ? std::string_view(m_selection.attribute) : kzTextOf(name);
+    if (wanted.empty()) return KZe_QUERY_NEED_SELECTION;
+    for (std::uint32_t at = 0; at < m_service.attributes.size(); ++at) {
+        if (wanted != m_service.attributes[at].name) continue;
+        *index = at;
+        return KZe_OK;
+    }
+    return kzBecause(KZe_QUERY_UNKNOWN_ATTRIBUTE, "ScriptQuery.Lookup", [&] {
+        return kzThereIsNo("attribute", wanted, m_service.attributes, [](const auto& each) { return each.name; });
+    });
+}
+
+KzResult CScriptQuery::sq_Select(const char* attribute, const char* which) {
+    enter("ScriptQuery.Select");
+    std::uint32_t index = 0;
+    if (!kzTextOf(attribute).empty())
+        if (const KzResult code = sq_Lookup(attribute, &index); kzFailed(code)) return code;
+    m_selection = {std::string(kzTextOf(attribute)), std::string(kzTextOf(which))};
+    return KZe_OK;
+}
+
+KzResult CScriptQuery::sq_Query(std::uint32_t index, IKzUnknown* values) {
+    enter("ScriptQuery.Query");
+    const CKzUser_ValueArray target(values);
+    if (!target) return KZe_INVALIDARG;
+    row(index).answer(*m_host, m_selection, [&](const std::string& text) {
+        if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) throw code;
+    });
+    return KZe_OK;
+}
+
+class CNamedService final : public CHosted<"named service", CNamedService, CKzIfc_ServiceExtension>, CServiceBase {
+public:
+    CNamedService(std::shared_ptr<CServiceRegistry> services, std::shared_ptr<const QueryEnvironment> queries,
+                  std::string name)
+        : CServiceBase(queries->context), m_services(std::move(services)), m_queries(std::move(queries)),
+          m_name(std::move(name)) {}
+
+    KzResult ser_ScriptQuery(IKzUnknown** query) override {
+        enter("ServiceExtension.ScriptQuery");
+        return kzMakeQuery(m_queries, m_name, query);
+    }
+    IKzUnknown* subObject(const KzGuid& iid) {
+        const KzGuid* own = m_services->find(m_name);
+        return own != nullptr && *own == iid ? m_services->make(iid) : nullptr;
+    }
+
+private:
+    std::shared_ptr<CServiceRegistry> m_services;
+    std::shared_ptr<const QueryEnvironment> m_queries;
+    std::string m_name;
+};
+
+constexpr auto names = [] {
+    std::array<const char*, std::size(rows)> all{};
+    for (std::size_t index = 0; index < all.size(); ++index) all[index] = rows[index].name;
+    return all;
+}();
+
+}  // namespace
+
+std::span<const char* const> kzQueryServices() { return names; }
+
+KzResult kzMakeQuery(const std::shared_ptr<const QueryEnvironment>& host, std::string_view service,
+                     IKzUnknown** query) {
+    for (const ServiceRow& row : rows)
+        if (service == row.name) return CHostRef<CScriptQuery>::make(host, row).give(query);
+    return kzBecause(KZe_QUERY_UNKNOWN_SERVICE, "ScriptSys.ServiceQuery", [&] {
+        return kzThereIsNo("script service", service, {names.begin(), names.end()});
+    });
+}
+
+IKzUnknown* kzMakeNamedService(const std::shared_ptr<CServiceRegistry>& services,
+                               const std::shared_ptr<const QueryEnvironment>& queries, std::string_view name) {
+    const KzGuid* iid = services->find(name);
+    CKzLoc_Unknown service;
+    if (iid != nullptr) *service.out() = services->make(*iid);
+    if (!service) return nullptr;
+    const bool answers =
+        std::any_of(std::begin(rows), std::end(rows), [&](const auto& row) { return name == row.name; });
+    if (!answers) {
+        service.raw()->AddRef();
+        return service.raw();
+    }
+    return CNamedService::polymorph().wrap(std::make_unique<CNamedService>(services, queries, std::string(name)));
+}

@@ -1,0 +1,360 @@
+// The thread service: the global lock, atomic counters, mutexes, groups of jobs and values for each thread.
+#include "host/services/thread_service.h"
+
+#include "host/core/job_threads.h"
+#include "host/core/object.h"
+#include "host/core/service_base.h"
+
+#include "kz/result.h"
+#include "kz/thread.h"
+
+#include <algorithm>
+#include <cmath>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace {
+
+std::uint32_t processors() { return std::max(1U, std::thread::hardware_concurrency()); }
+
+class CThreadMutex final : public CHosted<"mutex", CThreadMutex, CKzIfc_ThreadMutex> {
+public:
+    void threadmutex_Enter() override {
+        m_mutex.lock();
+        ++m_depth;
+        m_holder = std::this_thread::get_id();
+    }
+    void threadmutex_Leave() override { leave(); }
+    bool threadmutex_TryEnter() override {
+        if (!m_mutex.try_lock()) return false;
+        ++m_depth;
+        m_holder = std::this_thread::get_id();
+        return true;
+    }
+
+private:
+    // Whoever does not hold it cannot leave it: unlocking then would be undefined.
+    void leave() {
+        if (m_holder.load() != std::this_thread::get_id()) return;
+        if (--m_depth == 0) m_holder = std::thread::id();
+        m_mutex.unlock();
+    }
+
+    std::recursive_mutex m_mutex;
+    std::atomic<std::thread::id> m_holder;
+    unsigned m_depth = 0;
+};
+
+// Outlives its group for as long as threads work on it.
+class CGroupWork {
+public:
+    void add(IKzUnknown* job) {
+        const std::lock_guard lock(m_lock);
+        m_waiting.emplace_back(job);
+    }
+    std::size_t waiting() {
+        const std::lock_guard lock(m_lock);
+        return m_waiting.size();
+    }
+    void drop() {
+        std::deque<CKzUser_ThreadJob> dropped;
+        const std::lock_guard lock(m_lock);
+        dropped.swap(m_waiting);
+    }
+    std::uint32_t running() const { return m_running; }
+
+    // One more thread will run it, or one does not any more.
+    void enter() { ++m_running; }
+    void leave();
+    void run();
+    // Until no thread runs it but those that wait themselves: a job may well wait for the others.
+    void wait();
+
+private:
+    bool take(CKzUser_ThreadJob& job);
+
+    static thread_local const CGroupWork* theCurrent;
+
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::deque<CKzUser_ThreadJob> m_waiting;
+    std::atomic<std::uint32_t> m_running = 0;
+    std::uint32_t m_waitingInside = 0;
+};
+
+thread_local const CGroupWork* CGroupWork::theCurrent = nullptr;
+
+void CGroupWork::leave() {
+    const std::lock_guard lock(m_lock);
+    --m_running;
+    m_changed.notify_all();
+}
+
+bool CGroupWork::take(CKzUser_ThreadJob& job) {
+    const std::lock_guard lock(m_lock);
+    if (m_waiting.empty()) return false;
+    job.copy(m_waiting.front());
+    m_waiting.pop_front();
+    return true;
+}
+
+void CGroupWork::run() {
+    theCurrent = this;
+    for (;;) {
+        CKzUser_ThreadJob job;
+        if (!take(job)) break;
+        job->Execute();
+    }
+    leave();
+}
+
+void CGroupWork::wait() {
+    std::unique_lock lock(m_lock);
+    const std::uint32_t mine = theCurrent == this ? 1 : 0;
+    m_waitingInside += mine;
+    m_changed.notify_all();
+    m_changed.wait(lock, [this] { return m_running <= m_waitingInside; });
+    m_waitingInside -= mine;
+}
+
+class CThreadGroup final : public CHosted<"thread group", CThreadGroup, CKzIfc_ThreadGroup> {
+public:
+    explicit CThreadGroup(std::shared_ptr<CJobThreads> threads) : m_threads(std::move(threads)) {}
+    ~CThreadGroup() override { m_work->drop(); }
+
+    KzResult threadgroup_AddJob(IKzUnknown* job) override;
+    KzResult threadgroup_Execute() override;
+    KzResult threadgroup_Wait() override {
+        m_work->wait();
+        return KZe_OK;
+    }
+    // A job cannot be stopped from outside: those that have not started are dropped, the others are waited for.
+    KzResult threadgroup_Kill() override {
+        m_work->drop();
+        m_work->wait();
+        return KZe_OK;
+    }
+    bool threadgroup_Running() override { return m_work->running() != 0; }
+    std::uint32_t threadgroup_JobCount() override { return m_jobCount; }
+    std::uint32_t threadgroup_RunningCount() override { return m_work->running(); }
+
+private:
+    std::shared_ptr<CJobThreads> m_threads;
+    std::shared_ptr<CGroupWork> m_work = std::make_shared<CGroupWork>();
+    std::atomic<std::uint32_t> m_jobCount = 0;
+};
+
+KzResult CThreadGroup::threadgroup_AddJob(IKzUnknown* job) {
+    const CKzUser_ThreadJob held(job);
+    if (!held) return KZe_INVALIDARG;
+    m_work->add(held.raw());
+    ++m_jobCount;
+    return KZe_OK;
+}
+
+KzResult CThreadGroup::threadgroup_Execute() {
+    const std::size_t wanted = std::min<std::size_t>(m_work->waiting(), processors());
+    for (std::size_t started = 0; started < wanted; ++started) {
+        std::function<void()> run = [work = m_work] { work->run(); };
+        m_work->enter();
+        if (m_threads->start(std::move(run))) continue;
+        m_work->leave();
+        return started == 0 ? KZe_NOTAVAILABLE : KZe_OK;  // the threads that did start take all jobs
+    }
+    return KZe_OK;
+}
+
+class CThreadSlot final : public CHosted<"thread slot", CThreadSlot, CKzIfc_ThreadSlot> {
+public:
+    CThreadSlot(std::uint32_t size, IKzUnknown* client) : m_size(size), m_client(client) {}
+    ~CThreadSlot() override {
+        for (const auto& [thread, value] : m_values) free(value);
+    }
+
+    KzResult threadslot_Set(void* value) override {
+        exchange(value);
+        return KZe_OK;
+    }
+    KzResult threadslot_Get(void** value) override;
+    KzResult threadslot_Clear() override {
+        exchange(nullptr);
+        return KZe_OK;
+    }
+
+private:
+    void exchange(void* value);
+    void* allocate();
+    void free(void* value) noexcept;
+
+    std::uint32_t m_size;
+    CKzUser_ThreadSlotClient m_client;
+    std::mutex m_lock;
+    std::map<std::thread::id, void*> m_values;
+    std::map<void*, std::unique_ptr<std::byte[]>> m_blocks;  // values of the host's own making
+};
+
+KzResult CThreadSlot::threadslot_Get(void** value) {
+    {
+        const std::lock_guard lock(m_lock);
+        const auto found = m_values.find(std::this_thread::get_id());
+        if (found != m_values.end()) {
+            *value = found->second;
+            return KZe_OK;
+        }
+    }
+    *value = allocate();  // without the lock: the client may well ask for its own slot
+    exchange(*value);
+    return KZe_OK;
+}
+
+void CThreadSlot::exchange(void* value) {
+    void* former = nullptr;
+    {
+        const std::lock_guard lock(m_lock);
+        const auto found = m_values.find(std::this_thread::get_id());
+        if (found != m_values.end()) former = found->second;
+        if (value != nullptr) m_values[std::this_thread::get_id()] = value;
+        else m_values.erase(std::this_thread::get_id());
+    }
+    if (former != value) free(former);
+}
+
+void* CThreadSlot::allocate() {
+    void* value = nullptr;
+    if (m_client) {
+        const KzResult code = m_client->Alloc(&value);
+        if (kzFailed(code)) throw code;
+        return value;
+    }
+    if (m_size == 0) return nullptr;
+    auto block = std::make_unique<std::byte[]>(m_size);
+    value = block.get();
+    const std::lock_guard lock(m_lock);
+    m_blocks[value] = std::move(block);
+    return value;
+}
+
+void CThreadSlot::free(void* value) noexcept {
+    if (value == nullptr) return;
+    {
+        const std::lock_guard lock(m_lock);
+        if (m_blocks.erase(value) != 0) return;
+    }
+    if (m_client) m_client->Free(value);
+}
+
+class CThreadService final : public CHosted<"thread service", CThreadService, CKzIfc_ThreadService>, CServiceBase {
+public:
+    CThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads)
+        : CServiceBase(std::move(context)), m_jobThreads(std::move(jobThreads)) {}
+
+    KzResult threadservice_CreateMutex(IKzUnknown** mutex) override {
+        enter("Thread.CreateMutex");
+        return CHostRef<CThreadMutex>::make().give(mutex);
+    }
+    KzResult threadservice_CreateGroup(IKzUnknown** group) override {
+        enter("Thread.CreateGroup");
+        return CHostRef<CThreadGroup>::make(m_jobThreads).give(group);
+    }
+    KzResult threadservice_CreateSlot(std::uint32_t size, IKzUnknown* client, IKzUnknown** slot) override {
+        enter("Thread.CreateSlot");
+        return CHostRef<CThreadSlot>::make(size, client).give(slot);
+    }
+    void threadservice_Enter() override { m_global.threadmutex_Enter(); }
+    void threadservice_Leave() override { m_global.threadmutex_Leave(); }
+    std::uint32_t threadservice_AtomicIncrement(std::uint32_t* counter) override {
+        return counter != nullptr ? std::atomic_ref(*counter).fetch_add(1) + 1 : 0;
+    }
+    std::uint32_t threadservice_AtomicDecrement(std::uint32_t* counter) override {
+        return counter != nullptr ? std::atomic_ref(*counter).fetch_sub(1) - 1 : 0;
+    }
+    std::uint32_t threadservice_ProcessorCount() override { return processors(); }
+    bool threadservice_IsMain() override { return std::this_thread::get_id() == context()->mainThread; }
+    KzResult threadservice_InitThread() override {
+        enter("Thread.InitThread");
+        return KZe_OK;
+    }
+    KzResult threadservice_CleanupThread() override {
+        enter("Thread.CleanupThread");
+        return KZe_OK;
+    }
+    KzResult threadservice_ProcessRange(IKzUnknown* shared, std::int32_t first, std::int32_t last,
+                                        IKzUnknown* worker) override;
+    KzResult threadservice_ProcessShared(IKzUnknown* work) override;
+    KzResult threadservice_Sleep(double seconds) override {
+        enter("Thread.Sleep");
+        constexpr double longest = 1e7;  // what the clock can count without overflow
+        if (!(seconds >= 0) || seconds > longest) return KZe_INVALIDARG;
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+        return KZe_OK;
+    }
+
+private:
+    CThreadMutex m_global;
+
+    std::shared_ptr<CJobThreads> m_jobThreads;
+};
+
+// Runs a piece of work on several threads and gives back the first failure. The calling thread only waits, so that it
+// may hold locks that the others need not know.
+template <class Work> KzResult onThreads(std::size_t count, Work&& work) {
+    std::atomic<KzResult> verdict = KZe_OK;
+    std::vector<std::jthread> threads;
+    for (std::size_t index = 0; index < count; ++index)
+        threads.emplace_back([&, index] {
+            KzResult expected = KZe_OK;
+            if (const KzResult code = work(index); kzFailed(code)) verdict.compare_exchange_strong(expected, code);
+        });
+    threads.clear();  // joins
+    return verdict;
+}
+
+// Both ends belong to the range.
+KzResult CThreadService::threadservice_ProcessRange(IKzUnknown* shared, std::int32_t first, std::int32_t last,
+                                                    IKzUnknown* worker) {
+    enter("Thread.ProcessRange");
+    const CKzUser_ThreadRangeWorker held(worker);
+    if (!held) return KZe_INVALIDARG;
+    if (last < first) return KZe_OK;
+    const std::int64_t total = std::int64_t{last} - first + 1;
+    const std::int64_t parts = std::min<std::int64_t>(total, processors());
+    return onThreads(static_cast<std::size_t>(parts), [&](std::size_t index) {
+        const auto part = static_cast<std::int64_t>(index);
+        return held->Execute(static_cast<std::int32_t>(first + total * part / parts),
+                             static_cast<std::int32_t>(first + total * (part + 1) / parts - 1), shared);
+    });
+}
+
+KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
+    enter("Thread.ProcessShared");
+    const CKzUser_SharedWork whole(work);
+    if (!whole) return KZe_INVALIDARG;
+    std::deque<CKzUser_SharedWork> shares;
+    for (std::uint32_t index = 1; index < processors(); ++index) {
+        CKzLoc_Unknown made;
+        if (kzFailed(whole->Spawn(made.out()))) break;  // work that cannot be shared is done by one
+        if (!shares.emplace_back(made.raw())) return KZe_NOINTERFACE;
+        if (kzFailed(shares.back()->Share(work, 1))) {
+            shares.pop_back();
+            break;
+        }
+    }
+    const KzResult verdict = onThreads(shares.size() + 1, [&](std::size_t index) {
+        return index == 0 ? whole->Evaluate() : shares[index - 1]->Evaluate();
+    });
+    for (const auto& share : shares) whole->Share(share.raw(), 0);
+    return verdict;
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads) {
+    return CThreadService::polymorph().wrap(
+        std::make_unique<CThreadService>(std::move(context), std::move(jobThreads)));
+}

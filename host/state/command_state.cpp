@@ -1,0 +1,87 @@
+// What the command service keeps between calls.
+#include "host/state/command_state.h"
+
+namespace {
+constexpr std::size_t longestHistory = 1000;
+constexpr std::size_t mostHistoryBytes = 16U << 20U;
+}  // namespace
+
+std::uint32_t CCommandState::tagOf(const std::string& name) {
+    const std::lock_guard lock(m_lock);
+    return m_tags.try_emplace(name, static_cast<std::uint32_t>(m_tags.size() + 1)).first->second;
+}
+
+std::optional<std::string> CCommandState::nameOf(std::uint32_t tag) const {
+    const std::lock_guard lock(m_lock);
+    for (const auto& [name, known] : m_tags)
+        if (known == tag) return name;
+    return {};
+}
+
+bool CCommandState::addAlias(const std::string& alias, const std::string& definition) {
+    const std::lock_guard lock(m_lock);
+    return m_aliases.try_emplace(alias, definition).second;
+}
+
+bool CCommandState::removeAlias(const std::string& alias) {
+    const std::lock_guard lock(m_lock);
+    return m_aliases.erase(alias) != 0;
+}
+
+std::optional<std::string> CCommandState::alias(const std::string& name) const {
+    const std::lock_guard lock(m_lock);
+    const auto found = m_aliases.find(name);
+    return found != m_aliases.end() ? std::optional(found->second) : std::nullopt;
+}
+
+std::vector<std::string> CCommandState::aliases() const {
+    const std::lock_guard lock(m_lock);
+    std::vector<std::string> names;
+    for (const auto& [name, definition] : m_aliases) names.push_back(name);
+    return names;
+}
+
+void CCommandState::remember(const std::string& text) {
+    const std::lock_guard lock(m_lock);
+    m_history.push_back(text);
+    m_historyBytes += text.size();
+    while (m_history.size() > longestHistory || (m_historyBytes > mostHistoryBytes && m_history.size() > 1)) {
+        m_historyBytes -= m_history.front().size();
+        m_history.pop_front();
+    }
+}
+
+std::uint32_t CCommandState::historyCount() const {
+    const std::lock_guard lock(m_lock);
+    return static_cast<std::uint32_t>(m_history.size());
+}
+
+std::optional<std::string> CCommandState::historyAt(std::uint32_t index) const {
+    const std::lock_guard lock(m_lock);
+    return index < m_history.size() ? std::optional(m_history[index]) : std::nullopt;
+}
+
+std::vector<std::string> CCommandState::history() const {
+    const std::lock_guard lock(m_lock);
+    return {m_history.begin(), m_history.end()};
+}
+
+std::uint32_t CCommandState::depth() const {
+    const std::lock_guard lock(m_lock);
+    return static_cast<std::uint32_t>(m_running.size());
+}
+
+std::uint32_t CCommandState::flags() const {
+    const std::lock_guard lock(m_lock);
+    return m_running.empty() ? 0 : m_running.back();
+}
+
+CCommandState::Depth::Depth(CCommandState& system, std::uint32_t flags) : m_system(system) {
+    const std::lock_guard lock(system.m_lock);
+    system.m_running.push_back(flags);
+}
+
+CCommandState::Depth::~Depth() {
+    const std::lock_guard lock(m_system.m_lock);
+    m_system.m_running.pop_back();
+}

@@ -1,0 +1,41 @@
+// Questions of the host's dialogs, and whoever answers them.
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+// What is asked about one argument.
+struct DialogQuestion {
+    std::string command;
+    std::string argument;  // its name for people
+    std::string description;
+    std::string expected;  // "an integer"
+    std::string present;   // what it is if nothing is answered; empty for none
+    std::string problem;   // what was wrong with the last answer
+};
+
+// Whoever answers. Where nobody does, every value stays as it is.
+class CDialogBoard {
+public:
+    // An empty text keeps the present value; nothing at all cancels the dialog.
+    using Asker = std::function<std::optional<std::string>(const DialogQuestion&)>;
+    void setAsker(Asker asker) {
+        const std::lock_guard lock(m_lock);
+        m_asker = std::move(asker);
+    }
+    std::optional<std::string> ask(const DialogQuestion& question) const {
+        Asker asker;
+        {
+            const std::lock_guard lock(m_lock);
+            asker = m_asker;
+        }
+        return asker ? asker(question) : std::string();
+    }
+
+private:
+    mutable std::mutex m_lock;
+    Asker m_asker;
+};

@@ -1,0 +1,15 @@
+// Named texts.
+#include "host/state/property_table.h"
+
+#include <utility>
+
+void CPropertyTable::set(const std::string& name, std::string value) {
+    const std::lock_guard lock(m_lock);
+    m_values[name] = std::move(value);
+}
+
+std::optional<std::string> CPropertyTable::get(const std::string& name) const {
+    const std::lock_guard lock(m_lock);
+    const auto found = m_values.find(name);
+    return found != m_values.end() ? std::optional(found->second) : std::nullopt;
+}

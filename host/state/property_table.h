@@ -1,0 +1,17 @@
+// Named texts that host, program and modules leave for each other.
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+class CPropertyTable {
+public:
+    void set(const std::string& name, std::string value);
+    std::optional<std::string> get(const std::string& name) const;
+
+private:
+    mutable std::mutex m_lock;
+    std::map<std::string, std::string> m_values;
+};
