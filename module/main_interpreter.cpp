@@ -4,11 +4,10 @@
 #include "module/checks.h"
 #include "module/environment.h"
 #include "module/error_report.h"
+#include "module/lock_state.h"
 #include "module/output.h"
 #include "module/parts.h"
 #include "module/pending_exception.h"
-#include "module/py_lock.h"
-#include "module/runtime.h"
 #include "module/thread_states.h"
 
 #include "kz/base/global_cache.h"
@@ -142,7 +141,7 @@ void MainInterpreter::prependIfResolved(const char* alias) {
     if (resolve(alias, path)) prependToPath(path);
 }
 
-void MainInterpreter::start(KzProgress& progress) {
+void MainInterpreter::start(KzProgress& progress, const std::function<void()>& importSupport) {
     if (Py_IsInitialized() != 0) {
         kzWrite("Python runs in this process already, started by somebody else: this module cannot start its own",
                 KZe_STARTUP);
@@ -162,7 +161,7 @@ void MainInterpreter::start(KzProgress& progress) {
     progress = "getting import paths";
     extendPath();
     progress = "importing kzu";
-    PythonRuntime::current()->kzuObject();
+    importSupport();
     importSite();
     importWidgets();
     progress = "creating main dictionaries";
@@ -193,7 +192,7 @@ void MainInterpreter::initialise() {
     PyEval_InitThreads();
     kzInitialiseInEnvironment();
     m_mainThread = PyThreadState_Get();
-    CPyLock::setOurs(true);
+    CLockState::setOurs(true);
     // Threads and signals note which thread is the main one when they are first imported: let it be this one. What
     // runs at exit is set up now, so that it can be guarded in the end whoever registers something.
     for (const char* name : {"signal", "threading", "atexit"}) {
@@ -298,6 +297,6 @@ MainInterpreter::~MainInterpreter() {
     PyErr_Clear();
     guardExitFunction();
     Py_Finalize();
-    CPyLock::setOurs(false);
+    CLockState::setOurs(false);
     // The lock is not released: it went with the interpreter.
 }

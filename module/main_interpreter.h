@@ -9,6 +9,7 @@
 #include "kz/platform.h"
 
 #include <atomic>
+#include <functional>
 #include <string>
 
 // Names the start-up step under way: literals, so that a late caller may read it at any time.
@@ -49,8 +50,9 @@ public:
     MainInterpreter(const MainInterpreter&) = delete;
     MainInterpreter& operator=(const MainInterpreter&) = delete;
 
-    // Starts Python. `progress` names the step under way. Throws the code of the step that failed.
-    void start(KzProgress& progress);
+    // Starts Python. `progress` names the step under way; `importSupport` imports the SDK's support package when its turn
+    // has come. Throws the code of the step that failed.
+    void start(KzProgress& progress, const std::function<void()>& importSupport);
 
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
     // The state under which the calling thread ends Python: its own, made if need be, which is the main thread's only on

@@ -1,7 +1,7 @@
 // The stack of output sinks.
 #include "module/output.h"
 
-#include "module/py_lock.h"
+#include "module/lock_state.h"
 #include "module/root_output.h"
 
 #include "kz/base/boundary.h"
@@ -117,12 +117,12 @@ COutputScope::~COutputScope() {
 }
 
 void kzWrite(const char* text, KzResult code) noexcept {
-    if (!CPyLock::isHeld()) return writeDirectly(text, code);
+    if (!CLockState::isHeld()) return writeDirectly(text, code);
     tell(nextToTell, text, [=](COutput& sink) { sink.write(text, code); });
 }
 
 void kzLog(const char* text, KzResult code) noexcept {
-    if (!CPyLock::isHeld()) return writeDirectly(text, code);
+    if (!CLockState::isHeld()) return writeDirectly(text, code);
     tell(bottom, text, [=](COutput& sink) { sink.write(text, code); });
 }
 

@@ -6,24 +6,10 @@
 // what it writes goes to the topmost sink that it is not telling, so a sink that fails is never told of its own failure.
 #pragma once
 
-#include "kz/base/object.h"
-#include "kz/log.h"
+#include "module/sink.h"
 
-#include <memory>
 #include <string>
 #include <string_view>
-
-class COutput : public CKzObject {
-public:
-    // One trace line: what happened and in which function; `code` is the entry's level.
-    virtual void trace(const char* name, const char* message, KzResult code) = 0;
-    // One text with a result code as its level.
-    virtual void write(const char* text, KzResult code) = 0;
-    // The sink's own log entry; null when it has none.
-    virtual IKzLogEntry* entry() { return nullptr; }
-    // Told the sink below when pushed, and again when that one is withdrawn before it; null for the bottom one.
-    virtual void attach(std::shared_ptr<COutput> /*below*/) {}
-};
 
 // Pushes a sink for as long as the scope lives. The scopes of one thread nest strictly. A thread that is telling the sink
 // when the scope ends keeps the sink alive until it is through.

@@ -11,10 +11,8 @@
 
 const void* kzCalledObject = nullptr;
 
-KZ_THREAD_LOCAL thread_local PyThreadState* CPyLock::t_own = nullptr;
 CPyLock* CPyLock::s_nested = nullptr;
 void (*CPyLock::s_leaveHook)() noexcept = nullptr;
-std::atomic<bool> CPyLock::s_isOurs{false};
 
 namespace {
 
@@ -35,14 +33,7 @@ private:
     bool m_kept = false;
 };
 
-bool holdsLock(PyThreadState* thread) noexcept { return thread != nullptr && thread == _PyThreadState_Current; }
-
 }  // namespace
-
-bool CPyLock::isHeld() noexcept {
-    if (!isOurs() || _PyThreadState_Current == nullptr) return false;
-    return holdsLock(t_own) || holdsLock(PyGILState_GetThisThreadState());
-}
 
 void CPyLock::acquire(const char* what) {
     // Before the gate: a thread inside Python may always come back in, even while the gate is closing.

@@ -1,11 +1,7 @@
 // The guard that every entry from the host into Python takes.
 #pragma once
 
-#include "module/python.h"
-
-#include "kz/base/forever.h"
-
-#include <atomic>
+#include "module/lock_state.h"
 
 // The object of the call that Python made to the host last, on whatever thread, whether or not the call has returned.
 // Callers that hold no reference of their own during a call store it here first. Guarded by the interpreter lock.
@@ -14,7 +10,7 @@
 // Construct it first, release it last. It starts Python on the first entry of the process, gives the calling thread a
 // Python thread state of its own, and takes the interpreter lock unless the thread holds it already. Throws a KzResult
 // when Python could not be started or has been shut down; nothing is held then.
-class CPyLock {
+class CPyLock : public CLockState {
 public:
     // `what` names what the thread is about to do, for the log line of an unload that cannot wait for it. Not copied.
     explicit CPyLock(const char* what = "Python code") {
@@ -33,11 +29,6 @@ public:
     }
     bool acquired() const noexcept { return m_thread != nullptr; }
 
-    // Whether the calling thread holds the lock of the interpreter that this module started.
-    static bool isHeld() noexcept;
-    // Python may be somebody else's in this process, before this module has started it or after it has ended it.
-    static bool isOurs() noexcept { return s_isOurs.load(std::memory_order_relaxed); }
-    static void setOurs(bool isOurs) noexcept { s_isOurs = isOurs; }
     // Whether Python runs, on any thread, inside a call that Python made to the host on this object. Where it does not,
     // no such call is in progress: they are made with the lock held. Needs the lock.
     static bool isCalled(const void* object) noexcept;
@@ -73,12 +64,8 @@ private:
         kzCalledObject = m_called;  // the host goes on with that call
     }
 
-    // This thread's state, where it is one that lives as long as the process: made here, or the main thread's.
-    KZ_THREAD_LOCAL static thread_local PyThreadState* t_own;
-
     static CPyLock* s_nested;  // the guards of all threads that found the lock held; changed under the lock
     static void (*s_leaveHook)() noexcept;
-    static std::atomic<bool> s_isOurs;
 
     PyThreadState* m_thread = nullptr;  // set while this guard is the one that took the lock
     CPyLock** m_place = nullptr;        // what points to this guard while it is in the list

@@ -1,7 +1,7 @@
 // The bottom of the output stack: writes into the host's event log.
 #pragma once
 
-#include "module/output.h"
+#include "module/sink.h"
 
 #include <string>
 

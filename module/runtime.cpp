@@ -5,9 +5,9 @@
 #include "module/error_report.h"
 #include "module/explain.h"
 #include "module/gate.h"
+#include "module/lock_state.h"
 #include "module/output.h"
 #include "module/parts.h"
-#include "module/py_lock.h"
 #include "module/thread_states.h"
 
 #include "kz/base/boundary.h"
@@ -82,7 +82,7 @@ MainInterpreter* PythonRuntime::interpreter() {
     m_interpreter = std::make_unique<MainInterpreter>();
     StartAttempt attempt(m_interpreter);
     try {
-        m_interpreter->start(m_progress);
+        m_interpreter->start(m_progress, [this] { kzuObject(); });
     } catch (KzResult code) {
         if (kzFailed(code)) m_failure = code;
         throw m_failure;
@@ -146,7 +146,7 @@ void PythonRuntime::importServers() {
 
 // For the others to leave. False when they do not, or when it is this very thread that is inside.
 bool PythonRuntime::waitForOthers() noexcept {
-    if (CGate::isInside() || CPyLock::isHeld()) return false;
+    if (CGate::isInside() || CLockState::isHeld()) return false;
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!CGate::isEmpty()) {
         if (std::chrono::steady_clock::now() >= deadline) return false;

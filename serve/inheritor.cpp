@@ -11,18 +11,20 @@ namespace {
 
 class CInheritor final : public CKzImpl_Inheritor {
 public:
-    CInheritor(CKzPythonPolymorph& polymorph, PyObject* instance) : m_polymorph(polymorph), m_instance(instance) {}
+    CInheritor(CKzGenericPolymorph& polymorph, PyObject* instance, KzInstanceOf instanceOf)
+        : m_polymorph(polymorph), m_instance(instance), m_instanceOf(instanceOf) {}
 
     KzResult inheritor_Inherit(IKzUnknown* other) override {
-        void* data = kzPythonObjectOf(other);
+        void* data = m_instanceOf(other);
         if (data == nullptr) return KZe_INVALIDARG;
         m_polymorph.inherit(m_instance.get(), data);
         return KZe_OK;
     }
 
 private:
-    CKzPythonPolymorph& m_polymorph;
+    CKzGenericPolymorph& m_polymorph;
     CPyRef m_instance;
+    KzInstanceOf m_instanceOf;
 };
 
 KZ_THREAD_LOCAL thread_local CInheritor* t_next = nullptr;
@@ -45,10 +47,10 @@ public:
 
 }  // namespace
 
-IKzUnknown* kzMakeInheritor(CKzPythonPolymorph& polymorph, void* data) {
+IKzUnknown* kzMakeInheritor(CKzGenericPolymorph& polymorph, void* data, KzInstanceOf instanceOf) {
     static CKzForever<CInheritorPolymorph> inheritors;
     if (data == nullptr) return nullptr;
     const CPyLock lock;
-    t_next = new CInheritor(polymorph, static_cast<PyObject*>(data));
+    t_next = new CInheritor(polymorph, static_cast<PyObject*>(data), instanceOf);
     return inheritors->spawn();
 }

@@ -93,7 +93,7 @@ void CKzPythonPolymorph::freeObject(void* object) noexcept {
 }
 
 IKzUnknown* CKzPythonPolymorph::spawnSubObject(IKzUnknown* outer, const KzGuid& iid) {
-    if (iid == KZu_INHERITOR) return kzMakeInheritor(*this, kzObjectOf(outer, this));
+    if (iid == KZu_INHERITOR) return kzMakeInheritor(*this, kzObjectOf(outer, this), kzPythonObjectOf);
     CKzPythonPolymorph* server = subServerFor(iid);
     const CDepth depth;
     if (server == nullptr || depth.isTooDeep()) return nullptr;

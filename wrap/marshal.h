@@ -4,7 +4,7 @@
 
 #include "module/py_lock.h"
 #include "wrap/marshal_kinds.h"
-#include "wrap/refusal.h"
+#include "wrap/method_refusal.h"
 #include "wrap/result_codes.h"
 
 #include <array>

@@ -6,6 +6,7 @@
 #include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 #include "wrap/storage_buffer.h"
+#include "wrap/storage_elements.h"
 
 #include "kz/guid.h"
 

@@ -6,7 +6,6 @@
 
 #include "kz/base/codes.h"
 
-#include <cstdint>
 #include <string>
 
 // Notes what an argument had to be and what came, for whoever explains the failure next. Nobody need do so.
@@ -17,12 +16,8 @@
 // "expected X, got Y", as noted, and the text of the pending exception, which stays pending.
 std::string kzRefusedReason();
 
-// Writes the noted reason to the event log, under what was called and the argument's name, and raises the code. Null.
+// Writes the noted reason to the event log, under what was called and the name of the argument at that index.
+void kzExplainRefused(const std::string& called, std::size_t index, const std::string& name);
+// Does the same, and raises the code. Null.
 PyObject* kzRefuseArgument(const std::string& called, std::size_t index, const std::string& name,
                            KzResult code) noexcept;
-
-// The same for the method in that slot of the wrapper's interface. The index is that of the parameter.
-[[gnu::cold, gnu::visibility("hidden")]] PyObject* kzRefuse(PyObject* self, std::intptr_t slot, KzResult code,
-                                                            std::size_t index) noexcept;
-// After the interpreter's parser, which has set its exception, has refused the arguments. Null.
-[[gnu::cold]] PyObject* kzRefuseParsed(PyObject* self, PyObject* args, std::intptr_t slot, const char* format) noexcept;

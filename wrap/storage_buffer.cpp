@@ -2,8 +2,8 @@
 #include "wrap/storage_buffer.h"
 
 #include "module/py_ref.h"
+#include "wrap/element_type.h"
 #include "wrap/result_codes.h"
-#include "wrap/storage_elements.h"
 
 #include "kz/result.h"
 
@@ -100,6 +100,8 @@ void CStorageBuffer::unpin() noexcept {
 
 void kzSetStorageType(PyTypeObject& type) noexcept { theStorageType = &type; }
 
+PyTypeObject* kzStorageTypeObject() noexcept { return theStorageType; }
+
 bool kzIsStorage(PyObject* object) noexcept { return theStorageType != nullptr && Py_TYPE(object) == theStorageType; }
 
 void* kzPinStorage(PyObject* storage) noexcept {
@@ -112,18 +114,6 @@ void* kzPinStorage(PyObject* storage) noexcept {
 void kzUnpinStorage(PyObject* storage) noexcept {
     const CPyRefNull held(storage);  // the pin's own reference
     kzStorageBuffer(storage).unpin();
-}
-
-PyObject* kzNewStorageView(void* memory, std::size_t elements, char letter) noexcept {
-    if (theStorageType == nullptr) return kzRaise(KZe_NOTREADY);
-    CPyRefNull made(theStorageType->tp_new(theStorageType, nullptr, nullptr));
-    if (made.get() == nullptr) return nullptr;
-    const StorageType* type = kzFindStorageType(letter);
-    CStorageBuffer& buffer = kzStorageBuffer(made);
-    buffer.refer(memory, type != nullptr ? elements * type->elementSize() : SIZE_MAX, type,
-                 type != nullptr ? elements : 0);
-    buffer.setWritable(memory == nullptr || type != nullptr);
-    return made.release();
 }
 
 void kzEndStorageView(PyObject* storage) noexcept {

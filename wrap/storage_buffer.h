@@ -82,6 +82,8 @@ struct KzStorage {
 
 // Tells this side which type is kz.Storage, before any of the following is used.
 void kzSetStorageType(PyTypeObject& type) noexcept;
+// That type; null before.
+PyTypeObject* kzStorageTypeObject() noexcept;
 
 // Whether the object's very type is kz.Storage; an instance of a subclass is not.
 bool kzIsStorage(PyObject* object) noexcept;
@@ -96,9 +98,5 @@ inline CStorageBuffer& kzStorageBuffer(PyObject* storage) noexcept {
 void* kzPinStorage(PyObject* storage) noexcept;
 void kzUnpinStorage(PyObject* storage) noexcept;
 
-// A new storage object on memory that it does not own. With an element type's letter the memory is known to hold that
-// many elements; without (0) its extent is the host's business, and scripts set the type and size and may not assign to
-// it as a whole. Null memory makes an empty storage of its own. Null with an exception set on failure.
-PyObject* kzNewStorageView(void* memory, std::size_t elements, char letter) noexcept;
 // Ends a view's use of the memory, when that is about to go away: it is an empty storage of its own from then on.
 void kzEndStorageView(PyObject* storage) noexcept;

@@ -2,6 +2,7 @@
 #include "wrap/storage_elements.h"
 
 #include "module/py_ref.h"
+#include "wrap/result_codes.h"
 #include "wrap/storage_buffer.h"
 
 #include "kz/result.h"
@@ -111,3 +112,16 @@ const StorageType* kzFindStorageType(char letter) noexcept {
 }
 
 bool kzIsByteType(const StorageType* type) noexcept { return type == &byteType; }
+
+PyObject* kzNewStorageView(void* memory, std::size_t elements, char letter) noexcept {
+    PyTypeObject* storage = kzStorageTypeObject();
+    if (storage == nullptr) return kzRaise(KZe_NOTREADY);
+    CPyRefNull made(storage->tp_new(storage, nullptr, nullptr));
+    if (made.get() == nullptr) return nullptr;
+    const StorageType* type = kzFindStorageType(letter);
+    CStorageBuffer& buffer = kzStorageBuffer(made);
+    buffer.refer(memory, type != nullptr ? elements * type->elementSize() : SIZE_MAX, type,
+                 type != nullptr ? elements : 0);
+    buffer.setWritable(memory == nullptr || type != nullptr);
+    return made.release();
+}

@@ -1,28 +1,14 @@
 // The element types of storage buffers: how each is read from and written to memory.
 #pragma once
 
-#include "module/python.h"
-
-#include "kz/base/codes.h"
-
-#include <cstddef>
-
-class CStorageBuffer;
-
-// One for each element type, shared by all buffers. Results that are Python objects are new references, null with an
-// exception set; codes are failures with or without an exception set.
-class StorageType {
-public:
-    virtual std::size_t elementSize() const noexcept = 0;  // bytes
-    // The items of the sequence, which has to have exactly that many, from element `start` on. Those before one that does
-    // not convert stay written.
-    virtual KzResult fill(CStorageBuffer& buffer, PyObject* sequence, std::size_t start, std::size_t count) const = 0;
-    virtual PyObject* readRange(const CStorageBuffer& buffer, std::size_t start, std::size_t count) const = 0;
-    virtual PyObject* readElement(const CStorageBuffer& buffer, std::size_t index) const = 0;
-    virtual KzResult writeElement(CStorageBuffer& buffer, PyObject* value, std::size_t index) const = 0;
-};
+#include "wrap/element_type.h"
 
 // By letter: f and d (float and double), i and u (32-bit, signed and unsigned), b (byte), p (pointer). Null for others.
 const StorageType* kzFindStorageType(char letter) noexcept;
 // The one with letter b.
 bool kzIsByteType(const StorageType* type) noexcept;
+
+// A new storage object on memory that it does not own. With an element type's letter the memory is known to hold that
+// many elements; without (0) its extent is the host's business, and scripts set the type and size and may not assign to
+// it as a whole. Null memory makes an empty storage of its own. Null with an exception set on failure.
+PyObject* kzNewStorageView(void* memory, std::size_t elements, char letter) noexcept;

@@ -5,7 +5,6 @@
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
-#include "wrap/marshal_core.h"
 #include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 #include "wrap/uncopyable.h"

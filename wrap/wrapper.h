@@ -3,25 +3,9 @@
 #pragma once
 
 #include "module/py_ref.h"
+#include "wrap/wrapper_object.h"
 
 #include "kz/base/object.h"
-
-// What a generated type is made of. The rows live as long as the process; the interpreter fills in `type`.
-struct KzWrapperType {
-    PyTypeObject type;
-    const char* name;
-    const KzGuid* iid;
-    PyMethodDef* methods;
-    const char* doc;
-    PyObject* nameObject = nullptr;  // the name for lookups, from the type's registration on
-};
-
-// The one layout of all wrapper objects: a reference to the interface or service that the type stands for, or null.
-struct KzWrapper {
-    PyObject_HEAD IKzUnknown* held;
-};
-
-inline KzWrapper* kzWrapper(PyObject* object) noexcept { return reinterpret_cast<KzWrapper*>(object); }
 
 // Readies a type and adds it to its submodule under its bare name. Throws FAILED.
 void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row);
@@ -31,12 +15,6 @@ void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& 
 
 extern KzWrapperType kzUnknownType;
 
-// Whether the object's very type is a registered object type; an instance of a Python subclass is not.
-[[gnu::visibility("hidden")]] void kzDeallocObject(PyObject* self);
-inline bool kzIsWrapper(PyObject* object) noexcept {
-    // Only registered object types have this deallocator themselves; a Python subclass has the interpreter's.
-    return Py_TYPE(object)->tp_dealloc == kzDeallocObject;
-}
 // The generated row of a type, or of the type that a Python class derives from.
 const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept;
 

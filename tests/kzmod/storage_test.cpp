@@ -5,6 +5,7 @@
 #include "module/py_ref.h"
 #include "wrap/result_codes.h"
 #include "wrap/storage_buffer.h"
+#include "wrap/storage_elements.h"
 
 class Storage : public PythonTest {
 protected:

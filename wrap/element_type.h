@@ -1,0 +1,23 @@
+// What an element type of storage buffers has to do.
+#pragma once
+
+#include "module/python.h"
+
+#include "kz/base/codes.h"
+
+#include <cstddef>
+
+class CStorageBuffer;
+
+// One for each element type, shared by all buffers. Results that are Python objects are new references, null with an
+// exception set; codes are failures with or without an exception set.
+class StorageType {
+public:
+    virtual std::size_t elementSize() const noexcept = 0;  // bytes
+    // The items of the sequence, which has to have exactly that many, from element `start` on. Those before one that does
+    // not convert stay written.
+    virtual KzResult fill(CStorageBuffer& buffer, PyObject* sequence, std::size_t start, std::size_t count) const = 0;
+    virtual PyObject* readRange(const CStorageBuffer& buffer, std::size_t start, std::size_t count) const = 0;
+    virtual PyObject* readElement(const CStorageBuffer& buffer, std::size_t index) const = 0;
+    virtual KzResult writeElement(CStorageBuffer& buffer, PyObject* value, std::size_t index) const = 0;
+};
