@@ -3,6 +3,7 @@
 
 #include "module/checks.h"
 #include "module/py_ref.h"
+#include "wrap/method_refusal.h"
 #include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 #include "wrap/storage_buffer.h"
