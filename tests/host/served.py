@@ -6,7 +6,9 @@ import kz
 import kzifc
 import kzu.command
 from checks import code_of, equal, fails, result_of
-from kz.symbol import *
+from kz.symbol import (
+    e_INVALIDARG, e_NOACCESS, e_NOTFOUND, fCMDARG_OPTIONAL, fCMDARG_QUERY, iIMG_FORMAT_GREY, iVALUE_TYPE_INTEGER,
+    iVALUE_TYPE_STRING)
 
 commands, values, log = kz.service.Command(), kz.service.Value(), kz.service.Log()
 messages = kz.service.Message()

@@ -301,7 +301,7 @@ WRONG = {
     'string': [(each, (TypeError, None)) for each in (5, [], 'a\0b')] + [(u'\xe4', (UnicodeEncodeError, None))],
     'guid': [(each, FAILED) for each in (5, None, u'', 'nonsense', '0123ABCD-4567-89EF-A0A1-A2A3A4A5A6A7\0')],
     'object': [(kz.object.Item(), NO_INTERFACE), (Raising(), OWN)] +
-              [(Peeks(address), NO_INTERFACE) for address in (0, True, 0xFFFF, -1, 1 << 48)],
+              [(Peeks(number), NO_INTERFACE) for number in (0, True, 0xFFFF, -1, 1 << 48)],
     'bounds': badly_shaped(2, 3, INVALID),
     'hints': [(each, INVALID) for each in ([], None, 'x')] + [({'a': 'b'}, (TypeError, None)),
                                                                ({1: u'\xe4'}, (UnicodeEncodeError, None)),
