@@ -57,7 +57,8 @@ ODD = [None, 0, -1, 'odd', (), [], {}, {'a': 1}, (1,), [[1], 2], object(), 1j, l
 ERRORS = [ValueError, TypeError, KeyError, NotImplementedError, LookupError, IndexError, MemoryError, SystemExit,
           KeyboardInterrupt, StopIteration, RuntimeError]
 
-MEMORY = ctypes.create_string_buffer(1 << 16)  # whatever is written through a raw pointer goes here
+MEMORY = mmap.mmap(-1, 1 << 16)  # whatever is written through a raw pointer goes here
+ADDRESS = ctypes.addressof(ctypes.c_char.from_buffer(MEMORY))
 POOL_SIZE = 8  # of each type
 DEEPEST = 3
 
@@ -169,7 +170,7 @@ def argument(kind, name):
     if kind == 'string':
         return draw.choice(TEXTS)
     if kind == 'pointer':
-        return draw.choice((0, ctypes.addressof(MEMORY)))
+        return draw.choice((0, ADDRESS))
     if kind.endswith('[]'):
         return draw.choice((None, storage, lambda: pick('Storage')))() if draw.random() < .9 else None
     if kind in ('vector', 'quaternion', 'bounds'):
@@ -291,11 +292,22 @@ def answer(kind):
     return draw.randrange(4) if kind in ('integer', 'boolean', 'id') else argument(kind, '')
 
 
+def overrun(memory):
+    """Writes into memory of the host, of which the storage knows how much there is, and beyond it."""
+    size = len(memory)
+    attempt('view.set', memory.set, [1] * (size + state.random.choice((0, 1, 1000))))
+    attempt('view[]', memory.__setitem__, state.random.choice((0, size - 1, size, -1)), 1)
+    attempt('view.setSize', memory.setSize, state.random.choice((1, size, size * 1000)))
+    attempt('view[]', memory.__setitem__, len(memory) - 1, 1)
+
+
 def hostile(wanted):
     def method(self, *given):
         draw = state.random.random()
         for each in given:
-            if hasattr(each, '__peekobj__') and state.random.random() < .1:
+            if isinstance(each, kz.Storage) and len(each):
+                overrun(each)
+            if (hasattr(each, '__peekobj__') or isinstance(each, kz.Storage)) and state.random.random() < .1:
                 keep(each)
         if state.depth < DEEPEST and draw < .3:
             state.random.choice(ACTIONS)()
