@@ -105,7 +105,10 @@ KzResult CKzInstance::query(const KzGuid* iid, void** object) {
         return kzOk;
     }
     const CKzInterfaceRecord* record = m_polymorph.findRecord(iid);
-    if (record == nullptr) return querySubObject(*iid, object);
+    if (record == nullptr) {
+        // Another binary's question, which only an instance of that binary may answer: it must not be passed on to one.
+        return *iid == kzInstanceIdentity ? kzNoInterface : querySubObject(*iid, object);
+    }
     IKzUnknown* found = slot(record->index());
     found->AddRef();
     *object = found;

@@ -79,6 +79,7 @@ def check_a_command_speaks_for_itself():
     for message in (heard, command.Message()):
         equal(messages.MessageText(message), 'The script ended: no ink')
     equal(last_line('commands'), 'The script ended: no ink')
+    fails('FAILED', (kz.extract, command))  # it is the host's, and the host asks the module's for what it lacks
 
 
 # Arguments
