@@ -89,12 +89,6 @@ KzResult CBareHost::give(const char* operation, IKzUnknown** object) {
     return m_self.get(object);
 }
 
-KzResult CBareHost::applicationservice_ServiceByName(const char*, IKzUnknown** service) {
-    return give("Application.ServiceByName", service);
-}
-KzResult CBareHost::logservice_SubSystemLookup(const char*, IKzUnknown** subsystem) {
-    return give("Log.SubSystemLookup", subsystem);
-}
 KzResult CBareHost::logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) {
     // The line comes first: without memory for it nothing is given.
     if (failing != "Log.CreateEntry") note((kzFailed(level) ? "error: " : "") + std::string(text));
@@ -111,42 +105,6 @@ KzResult CBareHost::fileservice_ToLocalAlias(const char* path, char* local, std:
     std::memcpy(local, whole.c_str(), whole.size() + 1);
     return kzOk;
 }
-KzResult CBareHost::platformservice_ImportPathCount(std::uint32_t* count) {
-    return *count = static_cast<std::uint32_t>(importPaths.size()), kzOk;
-}
-KzResult CBareHost::platformservice_ImportPathByIndex(std::uint32_t index, const char** path) {
-    return *path = importPaths[index].c_str(), kzOk;
-}
-KzResult CBareHost::commandservice_ProcessStringFlags(std::uint32_t, const char* text, std::uint32_t* flags,
-                                                      const char** rest) {
-    *flags = 0;
-    return *rest = text, kzOk;
-}
-KzResult CBareHost::commandservice_Lookup(const char*, std::uint32_t* tag) { return *tag = 1, kzOk; }
-KzResult CBareHost::commandservice_Spawn(std::uint32_t, const char*, IKzUnknown** command) {
-    return give("Command.Spawn", command);
-}
-KzResult CBareHost::commandservice_SpawnFromString(const char*, std::uint32_t*, std::int32_t*, IKzUnknown** command) {
-    return give("Command.SpawnFromString", command);
-}
-KzResult CBareHost::commandservice_SpawnImplicitScript(const char*, IKzUnknown** command) {
-    return give("Command.SpawnImplicitScript", command);
-}
-KzResult CBareHost::commandservice_IsImplicitScript(const char* text) { return text[0] == '@' ? kzOk : KZe_NOTFOUND; }
-KzResult CBareHost::commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** value) {
-    return *state = 1, give("Command.GetToggleArgState", value);
-}
-KzResult CBareHost::commandservice_QueryArgString(IKzUnknown*, std::uint32_t, const char*, std::int32_t,
-                                                  IKzUnknown** values, std::uint32_t* index) {
-    return *index = 0, give("Command.QueryArgString", values);
-}
-KzResult CBareHost::commandservice_CreateQueryObject(const char*, IKzUnknown** values) {
-    return give("Command.CreateQueryObject", values);
-}
-KzResult CBareHost::cmd_Message(IKzUnknown** message) { return give("Command.Message", message); }
-KzResult CBareHost::stddialogservice_MonitorAllocate(const char*, IKzUnknown** monitor) {
-    return give("Dialog.MonitorAllocate", monitor);
-}
 KzResult CBareHost::stddialogservice_MonitorReleaseObj(IKzUnknown*) {
     note("monitor released");
     if (whenCalled) whenCalled("Dialog.MonitorReleaseObj");
@@ -157,7 +115,4 @@ void* CBareHost::guidservice_Global(const KzGuid* iid) {
         if (row.iid == *iid) return const_cast<KzGuid*>(&row.iid);
     return nullptr;
 }
-KzResult CBareHost::ser_ScriptQuery(IKzUnknown** query) { return give("ServiceExtension.ScriptQuery", query); }
 KzResult CBareHost::scr_Buffer(const char** text) { return *text = t_script, kzOk; }
-KzResult CBareHost::lin_Info(const char* text) { return note(text), kzOk; }
-KzResult CBareHost::va_AddString(const char* text) { return note(std::string("= ") + text), kzOk; }

@@ -39,11 +39,11 @@ public:
     bool isGone = false;
 };
 
-using BareInterfaces = CImplements<CBareHost, CKzIfc_ApplicationService, CKzIfc_LogService, CKzIfc_Log, CKzIfc_LogEntry,
-                                   CKzIfc_FileService, CKzIfc_PlatformService, CKzIfc_CommandService, CKzIfc_Command,
-                                   CKzIfc_StdDialogService, CKzIfc_Monitor, CKzIfc_GUIDService, CKzIfc_HostService,
-                                   CKzIfc_ServiceExtension, CKzIfc_ScriptQuery, CKzIfc_Script, CKzIfc_LineExecution,
-                                   CKzIfc_Message, CKzIfc_ValueArray>;
+using BareInterfaces =
+    CImplements<CBareHost, CKzIfc_ApplicationService, CKzIfc_LogService, CKzIfc_Log, CKzIfc_LogEntry,
+                CKzIfc_FileService, CKzIfc_PlatformService, CKzIfc_CommandService, CKzIfc_StdDialogService,
+                CKzIfc_Monitor, CKzIfc_GUIDService, CKzIfc_HostService, CKzIfc_ServiceExtension, CKzIfc_ScriptQuery,
+                CKzIfc_Script, CKzIfc_LineExecution, CKzIfc_Message, CKzIfc_ValueArray>;
 
 class CBareHost final : public BareInterfaces {
 public:
@@ -67,7 +67,8 @@ public:
     CBareApplication application;
     std::map<std::string, std::string> aliases;  // "scripts:" and its path
     std::vector<std::string> importPaths;
-    std::string failing;  // an operation, "Log.CreateEntry": it fails and leaves the trap in its object output
+    std::string
+        failing;  // an operation of the log, "Log.CreateEntry": it fails and leaves the trap in its object output
     CTrap trap;
     std::function<void(const std::string& operation)> whenCalled;
     // Asked before the host's own interfaces.
@@ -75,45 +76,35 @@ public:
     std::uint32_t references() noexcept;  // to the host's one object
     IKzUnknown& self() noexcept { return *m_self.raw(); }
 
-    KzResult applicationservice_ServiceByName(const char*, IKzUnknown** service) override;
-    KzResult logservice_SubSystemLookup(const char*, IKzUnknown** subsystem) override;
+    KzResult applicationservice_ServiceByName(const char*, IKzUnknown** out) override {
+        return give("Application", out);
+    }
+    KzResult logservice_SubSystemLookup(const char*, IKzUnknown** out) override {
+        return give("Log.SubSystemLookup", out);
+    }
     KzResult logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) override;
     KzResult log_AddEntry(IKzUnknown*) override { return kzOk; }
     KzResult logentry_AddEntry(IKzUnknown*) override { return kzOk; }
     KzResult fileservice_ToLocalAlias(const char* path, char* local, std::uint32_t length) override;
-    KzResult platformservice_ImportPathCount(std::uint32_t* count) override;
-    KzResult platformservice_ImportPathByIndex(std::uint32_t index, const char** path) override;
-    KzResult commandservice_ProcessStringFlags(std::uint32_t, const char* text, std::uint32_t* flags,
-                                               const char** rest) override;
-    KzResult commandservice_Lookup(const char*, std::uint32_t* tag) override;
-    KzResult commandservice_Spawn(std::uint32_t, const char*, IKzUnknown** command) override;
-    KzResult commandservice_SpawnFromString(const char*, std::uint32_t*, std::int32_t*, IKzUnknown** command) override;
-    KzResult commandservice_SpawnImplicitScript(const char*, IKzUnknown** command) override;
-    KzResult commandservice_IsImplicitScript(const char* text) override;
-    KzResult commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** value) override;
-    KzResult commandservice_QueryArgString(IKzUnknown*, std::uint32_t, const char*, std::int32_t, IKzUnknown** values,
-                                           std::uint32_t* index) override;
-    KzResult commandservice_CreateQueryObject(const char*, IKzUnknown** values) override;
-    KzResult commandservice_ParseAttribObject(IKzUnknown*, std::uint32_t, IKzUnknown*) override { return kzOk; }
-    KzResult cmd_Execute(std::uint32_t) override { return kzOk; }
-    KzResult cmd_Message(IKzUnknown** message) override;
-    KzResult stddialogservice_MonitorAllocate(const char*, IKzUnknown** monitor) override;
+    KzResult platformservice_ImportPathCount(std::uint32_t* count) override {
+        return *count = static_cast<std::uint32_t>(importPaths.size()), kzOk;
+    }
+    KzResult platformservice_ImportPathByIndex(std::uint32_t index, const char** path) override {
+        return *path = importPaths[index].c_str(), kzOk;
+    }
+    KzResult commandservice_CreateQueryObject(const char*, IKzUnknown** out) override { return give("Values", out); }
+    KzResult stddialogservice_MonitorAllocate(const char*, IKzUnknown** out) override { return give("Monitor", out); }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown*) override;
     KzResult mon_Initialize(std::uint32_t) override { return kzOk; }
-    KzResult mon_Increment(std::uint32_t) override { return kzOk; }
     void* guidservice_Global(const KzGuid* iid) override;
     KzResult hostservice_ModuleUpdate(const char*) override { return kzOk; }
-    KzResult ser_ScriptQuery(IKzUnknown** query) override;
-    KzResult sq_Lookup(const char*, std::uint32_t* index) override { return *index = 0, kzOk; }
-    KzResult sq_TypeName(std::uint32_t, const char** type) override { return *type = "string", kzOk; }
-    KzResult sq_Query(std::uint32_t, IKzUnknown*) override { return kzOk; }
+    KzResult ser_ScriptQuery(IKzUnknown** out) override { return give("Query", out); }
     KzResult scr_Hash(const char** name) override { return *name = "bare.py", kzOk; }
     KzResult scr_Buffer(const char** text) override;
     KzResult lin_Results(IKzUnknown*) override { return kzOk; }
-    KzResult lin_Info(const char* text) override;
+    KzResult lin_Info(const char* text) override { return note(text), kzOk; }
     KzResult msg_SetMessage(const char*, const char*, std::uint32_t) override { return kzOk; }
-    KzResult va_AddString(const char* text) override;
-    KzResult va_GetValue(std::uint32_t, IKzUnknown** value) override { return give("ValueArray.GetValue", value); }
+    KzResult va_AddString(const char* text) override { return note(std::string("= ") + text), kzOk; }
 
 private:
     KzResult give(const char* operation, IKzUnknown** object);

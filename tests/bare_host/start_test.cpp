@@ -59,8 +59,7 @@ TEST(start, survives_the_users_environment) {
         {"PYTHONHOME", "/nowhere", "1 + 1", "= 2\n", nullptr},  // the kit's home comes first
         {"PYTHONIOENCODING", "nonsense", "1 + 1", "= 2\n", nullptr},
         {"PYTHONSTARTUP", folder.path("foreign/codecs.py"), "1 + 1", "= 2\n", nullptr},
-        {"PYTHONINSPECT", "1", "1 + 1", "= 2\n", nullptr},
-    };
+        {"PYTHONINSPECT", "1", "1 + 1", "= 2\n", nullptr}};
     for (const auto& row : table)
         kzInChild((std::string(row.variable) + "=" + row.value + " " + row.line).c_str(), [&] {
             setenv(row.variable, row.value.c_str(), 1);
@@ -114,4 +113,23 @@ TEST(start, runs_nothing_of_the_current_folder) {
         ASSERT_TRUE(host.load());
         EXPECT_EQ(host.run("import site\nassert site.calls == [''], site.calls\n"), kzOk) << host.log();
     });
+}
+
+// Services and objects fail like this wherever wrappers and kz call them, too; the log is what the plug-in itself calls.
+TEST(log, that_fails_is_not_believed) {
+    for (const char* operation : {"Log.SubSystemLookup", "Log.CreateEntry"})
+        kzInChild(operation, [operation] {
+            CBareHost host;
+            ASSERT_TRUE(host.load());
+            bool isCalled = false;
+            host.whenCalled = [&](const std::string& called) { isCalled = isCalled || called == operation; };
+            host.failing = operation;
+            host.run("print 1");
+            host.execute("print 1");
+            EXPECT_TRUE(isCalled);
+            EXPECT_EQ(host.trap.touches, 0U);
+            host.failing.clear();
+            host.unload();
+            EXPECT_EQ(host.references(), 1U);
+        });
 }

@@ -1,8 +1,6 @@
 // Output of the generator for a tiny description, and how files are written.
 #include <gtest/gtest.h>
 
-#include <iterator>
-
 #include "gen/emit.h"
 #include "gen/emit_tables.h"
 #include "kz_paths.h"
@@ -17,11 +15,6 @@ namespace fs = std::filesystem;
 
 const fs::path tiny = fs::path(KZ_SOURCE_DIR) / "tests/gen/tiny";
 
-std::string contents(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 Model loadTiny() {
     Diagnostics diagnostics;
     Model model = load(tiny, Completeness::Whole, diagnostics);
@@ -35,7 +28,7 @@ TEST(Emit, HeaderOfATinyDescription) {
     const Folder folder;
     Output output(folder.path());
     emitSdk(loadTiny(), output);
-    EXPECT_EQ(contents(folder.path() / "kz/tiny.h"), contents(tiny / "tiny.h.expected"));
+    EXPECT_EQ(contentsOf(folder.path() / "kz/tiny.h"), contentsOf(tiny / "tiny.h.expected"));
 }
 
 TEST(Emit, AnUnchangedFileKeepsItsDate) {
@@ -48,7 +41,7 @@ TEST(Emit, AnUnchangedFileKeepsItsDate) {
     output.write("other", "texts");
     EXPECT_EQ(fs::last_write_time(folder.path() / "same"), longAgo);
     EXPECT_NE(fs::last_write_time(folder.path() / "other"), longAgo);
-    EXPECT_EQ(contents(folder.path() / "other"), "texts");
+    EXPECT_EQ(contentsOf(folder.path() / "other"), "texts");
 }
 
 TEST(Emit, WhatCannotBeWrittenIsSaid) {
@@ -61,8 +54,8 @@ TEST(Emit, TheReferenceLeadsFromTheIndexToEveryName) {
     const Folder folder;
     Output output(folder.path());
     emitDocs(loadTiny(), output);
-    const std::string entries = contents(folder.path() / "entries.js");
-    const std::string page = contents(folder.path() / "tiny.html");
+    const std::string entries = contentsOf(folder.path() / "entries.js");
+    const std::string page = contentsOf(folder.path() / "tiny.html");
     size_t links = 0;
     for (size_t at = entries.find("tiny.html#"); at != std::string::npos; at = entries.find("tiny.html#", at + 1)) {
         const size_t start = at + std::string("tiny.html#").size();
@@ -75,7 +68,7 @@ TEST(Emit, TheReferenceLeadsFromTheIndexToEveryName) {
                              "color holds 3 elements", "a &lt; b &amp; c"}) {
         EXPECT_NE(page.find(text), std::string::npos) << text;
     }
-    EXPECT_NE(contents(folder.path() / "index.html").find("tiny.html#TinyService"), std::string::npos);
+    EXPECT_NE(contentsOf(folder.path() / "index.html").find("tiny.html#TinyService"), std::string::npos);
 }
 
 TEST(Emit, ASignatureStandsForTheMethodsAlone) {
@@ -85,7 +78,7 @@ TEST(Emit, ASignatureStandsForTheMethodsAlone) {
         const Folder folder;
         Output output(folder.path());
         emitTables(described.model, output);
-        const std::string text = contents(folder.path() / "kz/tables.h");
+        const std::string text = contentsOf(folder.path() / "kz/tables.h");
         return text.substr(text.find("\"I\""), 60);
     };
     const std::string first = row("  result A(int x);\n  result B();\n");

@@ -42,8 +42,7 @@ TEST(PythonView, SignaturesAsDocumentationAndFormat) {
         {"id Rest(guid g, id i, pointer<KzX> p, uint[1] u, int[4] n, hints h, blocks b, quaternion q);",
          "id = Rest(string g,id i,pointer p,unsigned[] u,int[] n,hints h,blocks b,quaternion q)", "OnnOOOOO"},
         {"result Outs(out text t, out float[2] f, out uint[2] u, out hints h, out pointer p);",
-         "(string t,float[] f,unsigned[] u,hints h,pointer p) = Outs()", ""},
-    };
+         "(string t,float[] f,unsigned[] u,hints h,pointer p) = Outs()", ""}};
     const Described described(interfaceOf(join(table)) + "// H.\n[uuid(\"00000000-0000-0000-0000-000000000001\"), "
                                                          "nowrap] interface Hidden { };");
     ASSERT_EQ(described.errors(), "");

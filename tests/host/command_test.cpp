@@ -17,8 +17,7 @@ TEST(CommandTextTest, StringsAreTakenApart) {
         {"key:? {?}", "key|? ! |?"},
         {"key:{} scripts:a.py", "key| scripts|a.py"},
         {"a.b_c:1 http://x", "a.b_c|1 http|//x"},
-        {"- 1:2", "|- 1|2"},
-    };
+        {"- 1:2", "|- 1|2"}};
     for (const auto& [text, expected] : cases) {
         std::string all;
         for (const ArgumentText& argument : kzParseArguments(text))
@@ -29,10 +28,11 @@ TEST(CommandTextTest, StringsAreTakenApart) {
 
 TEST(CommandTextTest, BadStringsAreNamedWithTheirPlace) {
     const std::tuple<const char*, KzResult, const char*> cases[] = {
-        {"a {b", KZe_CMD_UNBALANCED_BRACES, "position 3"},         {"{a {b}", KZe_CMD_UNBALANCED_BRACES, "position 1"},
-        {"key:\"b", KZe_CMD_UNBALANCED_BRACES, "position 5"},      {"{a}b", KZe_CMD_BAD_DEFINITION, "position 4"},
-        {"key: next", KZe_CMD_ERROR_ARG_MISSING_VALUE, "\"key\""},
-    };
+        {"a {b", KZe_CMD_UNBALANCED_BRACES, "position 3"},
+        {"{a {b}", KZe_CMD_UNBALANCED_BRACES, "position 1"},
+        {"key:\"b", KZe_CMD_UNBALANCED_BRACES, "position 5"},
+        {"{a}b", KZe_CMD_BAD_DEFINITION, "position 4"},
+        {"key: next", KZe_CMD_ERROR_ARG_MISSING_VALUE, "\"key\""}};
     for (const auto& [text, code, part] : cases) {
         try {
             kzParseArguments(text);
@@ -121,8 +121,7 @@ TEST_F(CommandTest, WhatIsWrongIsNamed) {
          "unit.system: argument \"system\": \"miles\" is not one of si metric english"},
         {"server.list", "!CMD_NOT_EXECUTABLE", nullptr},
         {"@", "!CMD_BAD_DEFINITION", nullptr},
-        {"@missing.py", "!NOTFOUND", "script.run: argument \"fileName\": there is no script \"missing.py\""},
-    };
+        {"@missing.py", "!NOTFOUND", "script.run: argument \"fileName\": there is no script \"missing.py\""}};
     for (const auto& [text, expected, told] : cases) {
         EXPECT_EQ(perform(text), expected) << text;
         if (told != nullptr) {

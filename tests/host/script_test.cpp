@@ -9,18 +9,16 @@ namespace {
 
 TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
     const CTestFolder folder;
-    const std::pair<std::string, std::string> cases[] = {
-        {"a\r\nb\rc\n", "a\nb\nc\n"},
-        {"\xEF\xBB\xBF"
-         "a\n",
-         "a\n"},
-        {"\xEF\xBB\xBF"
-         "\xC3\xA9\n",
-         "\xEF\xBB\xBF"
-         "\xC3\xA9\n"},
-        {"", ""},
-        {"no end", "no end"},
-    };
+    const std::pair<std::string, std::string> cases[] = {{"a\r\nb\rc\n", "a\nb\nc\n"},
+                                                         {"\xEF\xBB\xBF"
+                                                          "a\n",
+                                                          "a\n"},
+                                                         {"\xEF\xBB\xBF"
+                                                          "\xC3\xA9\n",
+                                                          "\xEF\xBB\xBF"
+                                                          "\xC3\xA9\n"},
+                                                         {"", ""},
+                                                         {"no end", "no end"}};
     for (const auto& [content, expected] : cases) {
         std::string problem;
         const auto script = kzReadScript(folder.write("s.py", content), problem);

@@ -21,20 +21,6 @@ protected:
     CKzUser_ThreadService m_threads;
 };
 
-// A host object in front of one of the test's own.
-template <class Interface, class Class> class Served {
-public:
-    Served(Class& object, const KzGuid& iid) : m_polymorph(&object) {
-        m_polymorph.append(kzMakeRecord<Interface>(iid));
-        *m_object.out() = m_polymorph.spawn();
-    }
-    IKzUnknown* raw() const { return m_object.raw(); }
-
-private:
-    CKzStaticPolymorph m_polymorph;
-    CKzLoc_Unknown m_object;
-};
-
 TEST_F(ThreadTest, TheGlobalLockIsRecursiveAndExcludesOthers) {
     int shared = 0;
     onThreads(4, 2000, [&](int) {
@@ -68,12 +54,7 @@ TEST_F(ThreadTest, MutexesAndCounters) {
     EXPECT_TRUE(m_threads->IsMain());
 }
 
-struct Job : CKzImpl_ThreadJob {
-    void job_Execute() override { ++runs; }
-    std::atomic<int> runs = 0;
-};
-
-struct RangeWorker : CKzImpl_ThreadRangeWorker {
+struct RangeWorker final : CHosted<"range worker", RangeWorker, CKzIfc_ThreadRangeWorker> {
     KzResult rngw_Execute(std::int32_t first, std::int32_t last, IKzUnknown* /*shared*/) override {
         const std::lock_guard lock(guard);
         for (std::int32_t at = first; at <= last; ++at) EXPECT_TRUE(seen.insert(at).second) << at;
@@ -84,40 +65,21 @@ struct RangeWorker : CKzImpl_ThreadRangeWorker {
     std::int32_t failAt = INT32_MAX;
 };
 
-TEST_F(ThreadTest, GroupsRunEachJobOnce) {
-    Job job;
-    const Served<CKzIfc_ThreadJob<Job>, Job> object(job, KZu_THREADJOB);
-    CKzLoc_Unknown made;
-    ASSERT_EQ(m_threads->CreateGroup(made.out()), KZe_OK);
-    const CKzUser_ThreadGroup group(made.raw());
-    for (int count = 0; count < 50; ++count) EXPECT_EQ(group->AddJob(object.raw()), KZe_OK);
-    EXPECT_EQ(group->AddJob(nullptr), KZe_INVALIDARG);
-    EXPECT_EQ(group->AddJob(m_threads.raw()), KZe_INVALIDARG);
-    EXPECT_EQ(group->Execute(), KZe_OK);
-    EXPECT_EQ(group->Wait(), KZe_OK);
-    EXPECT_EQ(job.runs, 50);
-    EXPECT_FALSE(group->Running());
-}
-
 TEST_F(ThreadTest, RangesAreCoveredOnceAndFailuresComeBack) {
-    RangeWorker worker;
-    const Served<CKzIfc_ThreadRangeWorker<RangeWorker>, RangeWorker> object(worker, KZu_THREADRANGEWORKER);
-    EXPECT_EQ(m_threads->ProcessRange(nullptr, -3, 97, object.raw()), KZe_OK);
-    EXPECT_EQ(worker.seen.size(), 101U);
-    EXPECT_EQ(m_threads->ProcessRange(nullptr, 5, 4, object.raw()), KZe_OK) << "an empty range";
-    EXPECT_EQ(worker.seen.size(), 101U);
-    worker.seen.clear();
-    worker.failAt = 0;
-    EXPECT_EQ(m_threads->ProcessRange(nullptr, 0, 9, object.raw()), KZe_ABORT);
+    const auto worker = CHostRef<RangeWorker>::make();
+    EXPECT_EQ(m_threads->ProcessRange(nullptr, -3, 97, worker.raw()), KZe_OK);
+    EXPECT_EQ(worker->seen.size(), 101U);
+    EXPECT_EQ(m_threads->ProcessRange(nullptr, 5, 4, worker.raw()), KZe_OK) << "an empty range";
+    EXPECT_EQ(worker->seen.size(), 101U);
+    worker->seen.clear();
+    worker->failAt = 0;
+    EXPECT_EQ(m_threads->ProcessRange(nullptr, 0, 9, worker.raw()), KZe_ABORT);
     EXPECT_EQ(m_threads->ProcessRange(nullptr, 0, 9, nullptr), KZe_INVALIDARG);
     EXPECT_EQ(m_threads->Sleep(-1), KZe_INVALIDARG);
 }
 
-struct SlotClient : CKzImpl_ThreadSlotClient {
-    KzResult tsc_Alloc(void** value) override {
-        *value = new int(++allocated);
-        return KZe_OK;
-    }
+struct SlotClient final : CHosted<"slot client", SlotClient, CKzIfc_ThreadSlotClient> {
+    KzResult tsc_Alloc(void** value) override { return *value = new int(++allocated), KZe_OK; }
     void tsc_Free(void* value) override {
         delete static_cast<int*>(value);
         ++freed;
@@ -127,11 +89,10 @@ struct SlotClient : CKzImpl_ThreadSlotClient {
 };
 
 TEST_F(ThreadTest, SlotsKeepAValueForEachThread) {
-    SlotClient client;
+    const auto client = CHostRef<SlotClient>::make();
     {
-        const Served<CKzIfc_ThreadSlotClient<SlotClient>, SlotClient> object(client, KZu_THREADSLOTCLIENT);
         CKzLoc_Unknown made;
-        ASSERT_EQ(m_threads->CreateSlot(0, object.raw(), made.out()), KZe_OK);
+        ASSERT_EQ(m_threads->CreateSlot(0, client.raw(), made.out()), KZe_OK);
         const CKzUser_ThreadSlot slot(made.raw());
         void* values[3] = {};
         EXPECT_EQ(slot->Get(&values[0]), KZe_OK);
@@ -140,10 +101,10 @@ TEST_F(ThreadTest, SlotsKeepAValueForEachThread) {
         EXPECT_EQ(values[0], values[1]);
         EXPECT_NE(values[0], values[2]);
         EXPECT_EQ(slot->Clear(), KZe_OK);
-        EXPECT_EQ(client.freed, 1);
+        EXPECT_EQ(client->freed, 1);
     }
-    EXPECT_EQ(client.allocated, 2);
-    EXPECT_EQ(client.freed, 2);
+    EXPECT_EQ(client->allocated, 2);
+    EXPECT_EQ(client->freed, 2);
 }
 
 }  // namespace

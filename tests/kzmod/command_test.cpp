@@ -19,32 +19,30 @@ const std::string unparsed = "RuntimeError: command argument parsing failed";
 class Evaluation : public PythonTest {};
 
 TEST_F(Evaluation, EndsAsTheHostSays) {
-    check({
-        {"kz.eval('do it')", "None"},
-        {"kz.evalN('do it')", "None"},
-        {"kz.eval('ask ?')", answersSeven, "7"},
-        {"kz.eval1('ask ?')", answersSeven, "7"},
-        {"kz.evalN('ask ?')", answersSeven, "(7,)"},
-        {"kz.eval('@script')", "None"},
-        {"kz.eval('do it')", fails("IsImplicitScript", KZe_NOTFOUND), "None"},
-        {"kz.eval('do it')", fails("Execute"), "None"},  // the message tells, not the code
-        {"kz.eval('do it')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
-        {"kz.eval('@script')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
-        {"kz.eval('do it')", fails("Message"), noException},
-        {"kz.eval('do it')", handsOutNothing("Message"), noException},
-        {"kz.eval('do it')", fails("ProcessStringFlags"), "RuntimeError: error processing command prefix flags"},
-        {"kz.eval('@script')", fails("SpawnImplicitScript"), "RuntimeError: error spawning script"},
-        {"kz.eval('@script')", handsOutNothing("SpawnImplicitScript"), "RuntimeError: error spawning script"},
-        {"kz.eval('do it')", fails("Spawn"), "RuntimeError: command could not be found"},
-        {"kz.eval('do it')", handsOutNothing("Spawn"), "RuntimeError: command could not be found"},
-        {"kz.eval('do it')", fails("ParseArgString"), unparsed},
-        {"kz.eval('do')", fails("ParseArgString"), "None"},  // nothing to parse
-        {"kz.eval('ask ?')", fails("QueryArgString"), unparsed},
-        {"kz.eval('ask ?')", handsOutNothing("QueryArgString"), unparsed},
-        {"kz.eval('ask ?')", fails("Hints"), "None"},
-        {"kz.eval()", "TypeError: function takes at least 1 argument (0 given)"},
-        {"kz.eval(3)", "TypeError: argument 1 must be string, not int"},
-    });
+    check({{"kz.eval('do it')", "None"},
+           {"kz.evalN('do it')", "None"},
+           {"kz.eval('ask ?')", answersSeven, "7"},
+           {"kz.eval1('ask ?')", answersSeven, "7"},
+           {"kz.evalN('ask ?')", answersSeven, "(7,)"},
+           {"kz.eval('@script')", "None"},
+           {"kz.eval('do it')", fails("IsImplicitScript", KZe_NOTFOUND), "None"},
+           {"kz.eval('do it')", fails("Execute"), "None"},  // the message tells, not the code
+           {"kz.eval('do it')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
+           {"kz.eval('@script')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
+           {"kz.eval('do it')", fails("Message"), noException},
+           {"kz.eval('do it')", handsOutNothing("Message"), noException},
+           {"kz.eval('do it')", fails("ProcessStringFlags"), "RuntimeError: error processing command prefix flags"},
+           {"kz.eval('@script')", fails("SpawnImplicitScript"), "RuntimeError: error spawning script"},
+           {"kz.eval('@script')", handsOutNothing("SpawnImplicitScript"), "RuntimeError: error spawning script"},
+           {"kz.eval('do it')", fails("Spawn"), "RuntimeError: command could not be found"},
+           {"kz.eval('do it')", handsOutNothing("Spawn"), "RuntimeError: command could not be found"},
+           {"kz.eval('do it')", fails("ParseArgString"), unparsed},
+           {"kz.eval('do')", fails("ParseArgString"), "None"},  // nothing to parse
+           {"kz.eval('ask ?')", fails("QueryArgString"), unparsed},
+           {"kz.eval('ask ?')", handsOutNothing("QueryArgString"), unparsed},
+           {"kz.eval('ask ?')", fails("Hints"), "None"},
+           {"kz.eval()", "TypeError: function takes at least 1 argument (0 given)"},
+           {"kz.eval(3)", "TypeError: argument 1 must be string, not int"}});
 }
 
 TEST_F(Evaluation, GivesTheHostTextAndFlags) {
@@ -81,30 +79,28 @@ TEST_F(Evaluation, ACommandMayEvaluateCommands) {
 class Command : public PythonTest {};
 
 TEST_F(Command, EndsAsTheHostSays) {
-    check({
-        {"kz.command('go')", "None"},
-        {"kz.command()", "RuntimeError: missing required command name"},
-        {"kz.command('a', 'b')", "RuntimeError: extra positional arguments"},
-        {"kz.command('go')", fails("ProcessStringFlags"), "RuntimeError: error processing command prefix flags"},
-        {"kz.command('!go')", fails("Lookup"), "RuntimeError: command:go not found"},
-        {"kz.command('go')", handsOutNothing("Lookup"), "RuntimeError: command:go not found"},
-        {"kz.command('go')", fails("Spawn"), "RuntimeError: command:go could not spawn command"},
-        {"kz.command('go')", handsOutNothing("Spawn"), "RuntimeError: command:go could not spawn command"},
-        {"kz.command('go', a=1)", fails("ParseAttribObject"),
-         "RuntimeError: command:go could not parse argument list."},
-        {"kz.command('go')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
-        {"kz.command('go')", fails("Message"), noException},
-        {"class Bad(object):\n  def __str__(self): raise KeyError('k')\nkz.command('go', a=Bad())", "KeyError: 'k'"},
-        {"class Bad(object):\n  def __str__(self): return 3\nkz.command(Bad())",
-         "TypeError: __str__ returned non-string (type int)"},
-        {"kz.command('g\\0o')", "TypeError: expected string without null bytes"},
-        {"kz.command('go', a='x\\0y')", "TypeError: expected string without null bytes"},
-        {"kz.command('go', **{'x\\0y': 1})", "TypeError: expected string without null bytes"},
-        // The dictionary of a ** call is the caller's own.
-        {"d = {'a': 1}\nclass Sly(object):\n  def __str__(self):\n    d.clear(); return 'sly'\n"
-         "d['b'] = Sly()\nr = kz.command('go', **d)",
-         "None"},
-    });
+    check({{"kz.command('go')", "None"},
+           {"kz.command()", "RuntimeError: missing required command name"},
+           {"kz.command('a', 'b')", "RuntimeError: extra positional arguments"},
+           {"kz.command('go')", fails("ProcessStringFlags"), "RuntimeError: error processing command prefix flags"},
+           {"kz.command('!go')", fails("Lookup"), "RuntimeError: command:go not found"},
+           {"kz.command('go')", handsOutNothing("Lookup"), "RuntimeError: command:go not found"},
+           {"kz.command('go')", fails("Spawn"), "RuntimeError: command:go could not spawn command"},
+           {"kz.command('go')", handsOutNothing("Spawn"), "RuntimeError: command:go could not spawn command"},
+           {"kz.command('go', a=1)", fails("ParseAttribObject"),
+            "RuntimeError: command:go could not parse argument list."},
+           {"kz.command('go')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
+           {"kz.command('go')", fails("Message"), noException},
+           {"class Bad(object):\n  def __str__(self): raise KeyError('k')\nkz.command('go', a=Bad())", "KeyError: 'k'"},
+           {"class Bad(object):\n  def __str__(self): return 3\nkz.command(Bad())",
+            "TypeError: __str__ returned non-string (type int)"},
+           {"kz.command('g\\0o')", "TypeError: expected string without null bytes"},
+           {"kz.command('go', a='x\\0y')", "TypeError: expected string without null bytes"},
+           {"kz.command('go', **{'x\\0y': 1})", "TypeError: expected string without null bytes"},
+           // The dictionary of a ** call is the caller's own.
+           {"d = {'a': 1}\nclass Sly(object):\n  def __str__(self):\n    d.clear(); return 'sly'\n"
+            "d['b'] = Sly()\nr = kz.command('go', **d)",
+            "None"}});
 }
 
 TEST_F(Command, KeywordsReachTheHostAsText) {
@@ -145,32 +141,29 @@ class Toggle : public PythonTest {};
 
 TEST_F(Toggle, IsReadOrRefused) {
     const auto isOn = [](FakeScript& script) { script.toggleState = 2; };
-    check({
-        {"kz.queryToggle('t ?')", isOn, "True"},
-        {"kz.queryToggle('t ?')", "False"},
-        {"kz.queryToggle('t ?')", fails("SpawnFromString"), "False"},
-        {"kz.queryToggle('t ?')", fails("GetToggleArgState"), "False"},
-        {"kz.queryToggle(1)", "TypeError: argument 1 must be string, not int"},
-        {"kz.test('t ?')", isOn, "True"},
-        {"kz.test('t ?')", "False"},
-        {"kz.test('t ?')", fails("SpawnFromString"), "RuntimeError: error in command string"},
-        {"kz.test('t ?')", handsOutNothing("SpawnFromString"), "RuntimeError: error in command string"},
-        {"kz.test('t ?')", fails("GetToggleArgState"), "RuntimeError: could not query toggle argument"},
-    });
+    check({{"kz.queryToggle('t ?')", isOn, "True"},
+           {"kz.queryToggle('t ?')", "False"},
+           {"kz.queryToggle('t ?')", fails("SpawnFromString"), "False"},
+           {"kz.queryToggle('t ?')", fails("GetToggleArgState"), "False"},
+           {"kz.queryToggle(1)", "TypeError: argument 1 must be string, not int"},
+           {"kz.test('t ?')", isOn, "True"},
+           {"kz.test('t ?')", "False"},
+           {"kz.test('t ?')", fails("SpawnFromString"), "RuntimeError: error in command string"},
+           {"kz.test('t ?')", handsOutNothing("SpawnFromString"), "RuntimeError: error in command string"},
+           {"kz.test('t ?')", fails("GetToggleArgState"), "RuntimeError: could not query toggle argument"}});
 }
 
 class Options : public PythonTest {};
 
 TEST_F(Options, AreExact) {
-    check({
-        {"kz.option('queryAnglesAs')", "'radians'"},
-        {"[kz.setOption('queryAnglesAs', 'degrees'), kz.option('queryAnglesAs')]", "[None, 'degrees']"},
-        {"[kz.setOption('queryAnglesAs', 'radians'), kz.option('queryAnglesAs')]", "[None, 'radians']"},
-        {"kz.setOption('queryAnglesAs', 'Degrees')", "RuntimeError: unknown value for \"queryAnglesAs\": \"Degrees\""},
-        {"kz.setOption('queryAnglesAs', 'degree')", "RuntimeError: unknown value for \"queryAnglesAs\": \"degree\""},
-        {"kz.setOption('angles', 'degrees')", "RuntimeError: unknown option \"angles\""},
-        {"kz.option('%s')", "RuntimeError: unknown option \"%s\""},
-    });
+    check(
+        {{"kz.option('queryAnglesAs')", "'radians'"},
+         {"[kz.setOption('queryAnglesAs', 'degrees'), kz.option('queryAnglesAs')]", "[None, 'degrees']"},
+         {"[kz.setOption('queryAnglesAs', 'radians'), kz.option('queryAnglesAs')]", "[None, 'radians']"},
+         {"kz.setOption('queryAnglesAs', 'Degrees')", "RuntimeError: unknown value for \"queryAnglesAs\": \"Degrees\""},
+         {"kz.setOption('queryAnglesAs', 'degree')", "RuntimeError: unknown value for \"queryAnglesAs\": \"degree\""},
+         {"kz.setOption('angles', 'degrees')", "RuntimeError: unknown option \"angles\""},
+         {"kz.option('%s')", "RuntimeError: unknown option \"%s\""}});
 }
 
 TEST_F(Options, ScriptArgumentsAreThoseHeld) {
@@ -183,15 +176,7 @@ TEST_F(Options, ScriptArgumentsAreThoseHeld) {
     interpreter.arguments = Py_None;
 }
 
-class Trace : public PythonTest {
-protected:
-    Strings linesOf(const char* source) {
-        kzSetTracing(true);
-        outcome(source);
-        kzSetTracing(false);
-        return std::exchange(traced.lines, {});
-    }
-};
+class Trace : public PythonTest {};
 
 TEST_F(Trace, IsSwitchedByBooleansOnly) {
     EXPECT_EQ(outcome("[kz.trace(True), kz.trace(False)]"), "[True, False]");

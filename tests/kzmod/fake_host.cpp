@@ -13,8 +13,6 @@
 #include <algorithm>
 #include <cstring>
 
-extern "C" IKzUnknown* _IKzModule_Create();
-
 namespace {
 
 FakeHost* theHost = nullptr;
@@ -24,73 +22,59 @@ std::string str(const char* text) { return text != nullptr ? text : "null"; }
 std::string str(std::uint32_t number) { return std::to_string(number); }
 
 KzResult note(const char* operation, const std::string& arguments = {}) {
-    theHost->enter(operation, arguments);
-    return KZe_OK;
+    return theHost->enter(operation, arguments), KZe_OK;
 }
-// What an operation that is going to fail leaves in its output: nobody may touch it.
-void spoil(IKzUnknown** out, const char* operation) {
+// As note, and hands out an object. What an operation that is going to fail leaves in its output nobody may touch.
+template <class Ref>
+KzResult hand(const Ref& object, IKzUnknown** out, const char* operation, const std::string& arguments = {}) {
     if (kzFailed(script().fails[operation])) *out = reinterpret_cast<IKzUnknown*>(1);
-}
-// As note, and hands out a new object.
-template <class Class> KzResult give(IKzUnknown** out, const char* operation, const std::string& arguments = {}) {
-    spoil(out, operation);
     theHost->enter(operation, arguments);
-    return CHostRef<Class>::make().give(out);
+    return object.give(out);
+}
+template <class Class> KzResult give(IKzUnknown** out, const char* operation, const std::string& arguments = {}) {
+    return hand(CHostRef<Class>::make(), out, operation, arguments);
 }
 
 constexpr KzTextValueHint hintTable[] = {{1, "one"}, {2, "two"}, {0, nullptr}};
 
 struct Command final : CHosted<"test command", Command, CKzIfc_Command, CKzIfc_Attributes> {
-    KzResult cmd_Name(const char** name) override {
-        theHost->enter("Name");
-        *name = "test.command";
-        return KZe_OK;
-    }
+    KzResult cmd_Name(const char** name) override { return note("Name"), *name = "test.command", KZe_OK; }
     KzResult cmd_Execute(std::uint32_t flags) override {
-        theHost->enter("Execute", str(flags));
+        note("Execute", str(flags));
         if (script().onExecute) script().onExecute();
         return KZe_OK;
     }
     KzResult cmd_Message(IKzUnknown** out) override {
-        spoil(out, "Message");
-        theHost->enter("Message");
         const auto message = CHostRef<CMessage>::make();
         message->msg_SetCode(script().messageCode);
         message->msg_SetMessage("pythonintr", "exit_msg", 0);
         message->msg_SetArgumentString(1, script().messageText.c_str());
-        return message.give(out);
+        return hand(message, out, "Message");
     }
     KzResult attr_Hints(std::uint32_t index, const KzTextValueHint** hints) override {
-        theHost->enter("Hints", str(index));
-        *hints = script().hasHints ? hintTable : nullptr;
-        return KZe_OK;
+        return note("Hints", str(index)), *hints = script().hasHints ? hintTable : nullptr, KZe_OK;
     }
 };
 
+KzResult elementCode(std::uint32_t index) { return index == script().badElement ? KZe_NOTREADY : KZe_OK; }
+
 struct Values final : CHosted<"test values", Values, CKzIfc_ValueArray> {
-    KzResult va_Type(std::uint32_t* type) override {
-        theHost->enter("Type");
-        *type = script().valueType;
-        return KZe_OK;
-    }
+    KzResult va_Type(std::uint32_t* type) override { return note("Type"), *type = script().valueType, KZe_OK; }
     KzResult va_TypeName(const char** name) override {
-        theHost->enter("TypeName");
-        *name = script().valueTypeName.c_str();
-        return KZe_OK;
+        return note("TypeName"), *name = script().valueTypeName.c_str(), KZe_OK;
     }
     std::uint32_t va_Count() override {
         return static_cast<std::uint32_t>(std::max(script().numbers.size(), script().texts.size()));
     }
     KzResult va_GetInt(std::uint32_t index, std::int32_t* value) override {
-        *value = static_cast<std::int32_t>(script().numbers.at(index));
-        return index == script().badElement ? KZe_NOTREADY : KZe_OK;
+        return *value = static_cast<std::int32_t>(script().numbers.at(index)), elementCode(index);
     }
     KzResult va_GetFloat(std::uint32_t index, double* value) override {
-        *value = script().numbers.at(index);
-        return index == script().badElement ? KZe_NOTREADY : KZe_OK;
+        return *value = script().numbers.at(index), elementCode(index);
     }
     KzResult va_GetString(std::uint32_t index, char* buffer, std::uint32_t length) override {
-        return index == script().badElement ? KZe_NOTREADY : kzFillText(script().texts.at(index), buffer, length);
+        const KzResult code = elementCode(index);
+        return kzFailed(code) ? code : kzFillText(script().texts.at(index), buffer, length);
     }
 };
 
@@ -106,9 +90,7 @@ struct Monitor final : CHosted<"test monitor", Monitor, CKzIfc_Monitor> {
 struct Services final : CHosted<"test services", Services, CKzIfc_CommandService, CKzIfc_StdDialogService,
                                 CKzIfc_ApplicationService, CKzIfc_ServiceExtension, CKzIfc_ScriptQuery> {
     KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override {
-        theHost->enter("Lookup", name);
-        *tag = 77;
-        return KZe_OK;
+        return note("Lookup", name), *tag = 77, KZe_OK;
     }
     KzResult commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** out) override {
         return give<Command>(out, "Spawn", str(tag) + "," + str(name));
@@ -118,24 +100,18 @@ struct Services final : CHosted<"test services", Services, CKzIfc_CommandService
         return give<Command>(out, "SpawnFromString", args);
     }
     KzResult commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** value) override {
-        spoil(value, "GetToggleArgState");
-        theHost->enter("GetToggleArgState");
-        *state = script().toggleState;
-        return CHostRef<Values>::make().give(value);
+        return *state = script().toggleState, give<Values>(value, "GetToggleArgState");
     }
     KzResult commandservice_ProcessStringFlags(std::uint32_t flags, const char* text, std::uint32_t* newFlags,
                                                const char** rest) override {
-        theHost->enter("ProcessStringFlags", str(flags) + "," + text);
-        *newFlags = 0x22;
         m_rest = text + std::strspn(text, "!?");
-        *rest = m_rest.c_str();
-        return KZe_OK;
+        *newFlags = 0x22;
+        return note("ProcessStringFlags", str(flags) + "," + text), *rest = m_rest.c_str(), KZe_OK;
     }
     KzResult commandservice_IsImplicitScript(const char* text) override {
         m_rest = "gone";  // the text handed out before lives no longer than this
         const bool isScript = text[0] == '@';
-        theHost->enter("IsImplicitScript");
-        return isScript ? KZe_OK : KZe_FALSE;
+        return note("IsImplicitScript"), isScript ? KZe_OK : KZe_FALSE;
     }
     KzResult commandservice_SpawnImplicitScript(const char* text, IKzUnknown** out) override {
         return give<Command>(out, "SpawnImplicitScript", text);
@@ -162,9 +138,7 @@ struct Services final : CHosted<"test services", Services, CKzIfc_CommandService
         return give<Values>(out, "QueryArgString", str(flags) + "," + args + "," + std::to_string(includes));
     }
     KzResult commandservice_CreateQueryObject(const char* type, IKzUnknown** out) override {
-        spoil(out, "CreateQueryObject");
-        theHost->enter("CreateQueryObject", type);
-        return CHostRef<CValueArray>::make(type).give(out);
+        return hand(CHostRef<CValueArray>::make(type), out, "CreateQueryObject", type);
     }
     KzResult stddialogservice_MonitorAllocate(const char* title, IKzUnknown** out) override {
         return give<Monitor>(out, "MonitorAllocate", title);
@@ -179,12 +153,10 @@ struct Services final : CHosted<"test services", Services, CKzIfc_CommandService
         return note("Select", str(attribute) + "," + str(which));
     }
     KzResult sq_Lookup(const char* name, std::uint32_t* index) override {
-        *index = 3;
-        return note("QueryLookup", name);
+        return note("QueryLookup", name), *index = 3, KZe_OK;
     }
     KzResult sq_TypeName(std::uint32_t index, const char** name) override {
-        *name = "integer";
-        return note("QueryTypeName", str(index));
+        return note("QueryTypeName", str(index)), *name = "integer", KZe_OK;
     }
     KzResult sq_Query(std::uint32_t index, IKzUnknown*) override { return note("Query", str(index)); }
 
@@ -206,17 +178,12 @@ bool FakeHost::called(const std::string& call) const {
     return std::find(calls.begin(), calls.end(), call) != calls.end();
 }
 
-void FakeHost::set(const FakeScript& next) {
-    script = next;
+void FakeHost::set(const std::function<void(FakeScript&)>& change) {
+    script = {};
+    if (change) change(script);
     calls.clear();
     host.calls().heal();
     for (const auto& [operation, code] : script.fails) host.failOperation(operation, code);
-}
-
-void FakeHost::set(const std::function<void(FakeScript&)>& change) {
-    FakeScript next;
-    if (change) change(next);
-    set(next);
 }
 
 void FakeHost::enter(const char* operation, const std::string& arguments) {

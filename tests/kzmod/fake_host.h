@@ -38,9 +38,8 @@ public:
     std::vector<std::string> calls;  // operations of the test's own objects with their telling arguments, in order
     // Whether one of the calls is exactly this.
     bool called(const std::string& call) const;
-    // Begins a case.
-    void set(const FakeScript& next);
-    void set(const std::function<void(FakeScript&)>& change);
+    // Begins a case, on a fresh script with that change.
+    void set(const std::function<void(FakeScript&)>& change = nullptr);
 
     // Notes the call; throws what the operation is to answer instead.
     void enter(const char* operation, const std::string& arguments = {});

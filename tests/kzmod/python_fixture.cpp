@@ -1,8 +1,6 @@
 // Python with the kz module's own functions and types, on the scripted host.
 #include "python_fixture.h"
 
-#include "tests/support/python_text.h"
-
 namespace {
 
 // References that exist, where the interpreter counts them.
@@ -28,14 +26,10 @@ CPyRefNull evaluate(const std::string& source, PyObject* names) {
 
 }  // namespace
 
-void TraceLines::trace(const char* name, const char* message, KzResult code) {
-    lines.push_back(std::string(name) + ": " + message + (code == 1 ? "" : " at another level"));
-}
-
 PythonTest::PythonTest() {
     m_lock.emplace();
     m_scope.emplace(std::shared_ptr<COutput>(std::shared_ptr<void>(), &traced));
-    host.set(FakeScript());
+    host.set();
 }
 
 PythonTest::~PythonTest() {
@@ -59,6 +53,13 @@ std::string PythonTest::outcome(const std::string& source) {
     EXPECT_EQ(PyErr_Occurred(), nullptr) << source;
     EXPECT_EQ(CPluginHost::alive(), alive) << source;
     return text;
+}
+
+std::vector<std::string> PythonTest::linesOf(const char* source) {
+    kzSetTracing(true);
+    outcome(source);
+    kzSetTracing(false);
+    return std::exchange(traced.lines, {});
 }
 
 void PythonTest::check(const std::vector<Case>& cases, const std::string& before, const std::string& after) {

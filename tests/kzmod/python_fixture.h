@@ -3,20 +3,12 @@
 
 #include "fake_host.h"
 
-#include "module/output.h"
 #include "module/py_lock.h"
+#include "tests/support/python_text.h"
 
 #include <gtest/gtest.h>
 
 #include <optional>
-
-// Keeps what is traced, one "label: message" for each line.
-class TraceLines : public COutput {
-public:
-    void trace(const char* name, const char* message, KzResult code) override;
-    void write(const char* text, KzResult code) override { lines.push_back(text + std::to_string(code)); }
-    std::vector<std::string> lines;
-};
 
 // What a case may ask of the host: that the operation fails, or that it succeeds and hands out nothing.
 inline auto fails(const char* operation, KzResult code = KZe_FAILED) {
@@ -42,6 +34,8 @@ protected:
     // The outcome of the source, as in Case. Fails the test when it leaves anything behind: an exception, a host object,
     // a reference.
     static std::string outcome(const std::string& source);
+    // What is traced meanwhile.
+    std::vector<std::string> linesOf(const char* source);
     // Runs each case between the given texts on a fresh script, three times over, and compares.
     void check(const std::vector<Case>& cases, const std::string& before = {}, const std::string& after = {});
 

@@ -17,50 +17,47 @@ const std::string badSteps = "RuntimeError: Monitor steps must be greater than 0
 class Service : public PythonTest {};
 
 TEST_F(Service, ConstructionFindsTheQueryInterface) {
-    check({
-        {"kz.Service('command').name()", "'command'"},
-        {"kz.Service('nobody')", "NameError: service 'nobody' not found."},
-        {"kz.Service('command')", fails("Application.ServiceByName"), "NameError: service 'command' not found."},
-        {"kz.Service('command')", handsOutNothing("Application.ServiceByName"),
-         "NameError: service 'command' not found."},
-        {"kz.Service('thread')", "RuntimeError: service 'thread' has no script interface."},
-        {"kz.Service('command')", fails("ServiceExtension.ScriptQuery"), noInterface},
-        {"kz.Service('command')", handsOutNothing("ServiceExtension.ScriptQuery"), noInterface},
-        {"kz.Service()", "TypeError: function takes exactly 1 argument (0 given)"},
-        {"kz.Service.__new__(kz.Service).name()", "None"},
-        {"kz.Service.__new__(kz.Service).select()", "RuntimeError: no active service interface."},
-        {"kz.Service.__new__(kz.Service).queryN('x')", "RuntimeError: no active service interface."},
-        // Constructed anew in vain, it has the new name and no interface.
-        {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", "'nobody'"},
-        {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('names')",
-         "RuntimeError: no active service interface."},
-    });
+    check({{"kz.Service('command').name()", "'command'"},
+           {"kz.Service('nobody')", "NameError: service 'nobody' not found."},
+           {"kz.Service('command')", fails("Application.ServiceByName"), "NameError: service 'command' not found."},
+           {"kz.Service('command')", handsOutNothing("Application.ServiceByName"),
+            "NameError: service 'command' not found."},
+           {"kz.Service('thread')", "RuntimeError: service 'thread' has no script interface."},
+           {"kz.Service('command')", fails("ServiceExtension.ScriptQuery"), noInterface},
+           {"kz.Service('command')", handsOutNothing("ServiceExtension.ScriptQuery"), noInterface},
+           {"kz.Service()", "TypeError: function takes exactly 1 argument (0 given)"},
+           {"kz.Service.__new__(kz.Service).name()", "None"},
+           {"kz.Service.__new__(kz.Service).select()", "RuntimeError: no active service interface."},
+           {"kz.Service.__new__(kz.Service).queryN('x')", "RuntimeError: no active service interface."},
+           // Constructed anew in vain, it has the new name and no interface.
+           {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", "'nobody'"},
+           {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('names')",
+            "RuntimeError: no active service interface."}});
 }
 
 TEST_F(Service, SelectsAndQueries) {
     for (const char* name : {"one", "two"}) host.host.log().write(name, KZe_INFO, "a");
     host.host.log().write("two", KZe_INFO, "b");
     const std::string asked = "s = kz.Service('log')\ns.select('lines', ";
-    check({
-        {"kz.Service('command').select('exists', 'b')", "None"},
-        {"kz.Service('command').select('a')", fails("ScriptQuery.Select"),
-         "RuntimeError: select failed on service 'command' for 'a'."},
-        {"kz.Service('command').select(1)", "TypeError: argument 1 must be string, not int"},
-        {asked + "'none')\nr = [s.query(), s.query1(), s.queryN()]", "[None, None, ()]"},
-        {asked + "'one')\nr = [s.query(), s.query1(), s.queryN()]", "['a', 'a', ('a',)]"},
-        {asked + "'two')\nr = [s.query('lines'), s.query1(), s.queryN()]", "[('a', 'b'), 'a', ('a', 'b')]"},
-        {"kz.Service('command').query('nonsense')",
-         "RuntimeError: query failed on service 'command' for attribute 'nonsense'."},
-        {"kz.Service('command').query('names')", fails("ScriptQuery.Lookup"), queryFailed},
-        {"kz.Service('command').query('names')", fails("ScriptQuery.TypeName"), queryFailed},
-        {"kz.Service('command').query('names')", fails("CreateQueryObject"), queryFailed},
-        {"kz.Service('recorded')", fails("RecordedService"), "NameError: service 'recorded' not found."},
-        {"kz.Service('recorded')", handsOutNothing("RecordedService"), "NameError: service 'recorded' not found."},
-        {"kz.Service('recorded')", fails("RecordedQuery"), "RuntimeError: service 'recorded' has no script interface."},
-        {"kz.Service('command').query('names')", handsOutNothing("CreateQueryObject"), queryFailed},
-        {"kz.Service('command').query('names')", fails("ScriptQuery.Query"), queryFailed},
-    });
-    host.set(FakeScript());
+    check({{"kz.Service('command').select('exists', 'b')", "None"},
+           {"kz.Service('command').select('a')", fails("ScriptQuery.Select"),
+            "RuntimeError: select failed on service 'command' for 'a'."},
+           {"kz.Service('command').select(1)", "TypeError: argument 1 must be string, not int"},
+           {asked + "'none')\nr = [s.query(), s.query1(), s.queryN()]", "[None, None, ()]"},
+           {asked + "'one')\nr = [s.query(), s.query1(), s.queryN()]", "['a', 'a', ('a',)]"},
+           {asked + "'two')\nr = [s.query('lines'), s.query1(), s.queryN()]", "[('a', 'b'), 'a', ('a', 'b')]"},
+           {"kz.Service('command').query('nonsense')",
+            "RuntimeError: query failed on service 'command' for attribute 'nonsense'."},
+           {"kz.Service('command').query('names')", fails("ScriptQuery.Lookup"), queryFailed},
+           {"kz.Service('command').query('names')", fails("ScriptQuery.TypeName"), queryFailed},
+           {"kz.Service('command').query('names')", fails("CreateQueryObject"), queryFailed},
+           {"kz.Service('recorded')", fails("RecordedService"), "NameError: service 'recorded' not found."},
+           {"kz.Service('recorded')", handsOutNothing("RecordedService"), "NameError: service 'recorded' not found."},
+           {"kz.Service('recorded')", fails("RecordedQuery"),
+            "RuntimeError: service 'recorded' has no script interface."},
+           {"kz.Service('command').query('names')", handsOutNothing("CreateQueryObject"), queryFailed},
+           {"kz.Service('command').query('names')", fails("ScriptQuery.Query"), queryFailed}});
+    host.set();
     EXPECT_EQ(outcome("s = kz.Service('recorded')\ns.select()\ns.select('a')\ns.select('a', 'b')\nr = s.query()"),
               "None");
     EXPECT_EQ(host.calls, (Strings{"RecordedService", "RecordedQuery", "Select(,null)", "Select(a,null)", "Select(a,b)",
@@ -75,28 +72,26 @@ protected:
 };
 
 TEST_F(Monitor, CountsSteps) {
-    check({
-        {"kz.Monitor() and None", "None"},
-        {"kz.Monitor(0) and None", fails("Initialize"), "None"},
-        {"kz.Monitor(3) and None", "None"},
-        {"kz.Monitor(-1)", badSteps},
-        {"kz.Monitor(3)", fails("Initialize"), "RuntimeError: Error initializing monitor"},
-        {"kz.Monitor().init(2)", "None"},
-        {"kz.Monitor().init()", badSteps},
-        {"kz.Monitor().init('x')", badSteps},
-        {"kz.Monitor().init(2)", fails("Initialize"), "RuntimeError: Error initializing monitor"},
-        {"kz.Monitor().step()", "None"},
-        {"kz.Monitor().step(5)", fails("Increment"), "RuntimeError: Error incrementing monitor"},
-        {"kz.Monitor(3).step(5)", fails("MonitorAllocate"), "None"},
-        {"kz.Monitor(3).init(5)", handsOutNothing("MonitorAllocate"), "None"},
-        {"kz.Monitor.__new__(kz.Monitor).step()", "None"},
-        {"m = kz.Monitor(1)\nm.__init__(2)\nr = m.step()", "None"},
-        // An argument that is no number: the step is made, the error stays.
-        {"kz.Monitor().step('x')", "result with TypeError: an integer is required"},
-        {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"},
-    });
+    check({{"kz.Monitor() and None", "None"},
+           {"kz.Monitor(0) and None", fails("Initialize"), "None"},
+           {"kz.Monitor(3) and None", "None"},
+           {"kz.Monitor(-1)", badSteps},
+           {"kz.Monitor(3)", fails("Initialize"), "RuntimeError: Error initializing monitor"},
+           {"kz.Monitor().init(2)", "None"},
+           {"kz.Monitor().init()", badSteps},
+           {"kz.Monitor().init('x')", badSteps},
+           {"kz.Monitor().init(2)", fails("Initialize"), "RuntimeError: Error initializing monitor"},
+           {"kz.Monitor().step()", "None"},
+           {"kz.Monitor().step(5)", fails("Increment"), "RuntimeError: Error incrementing monitor"},
+           {"kz.Monitor(3).step(5)", fails("MonitorAllocate"), "None"},
+           {"kz.Monitor(3).init(5)", handsOutNothing("MonitorAllocate"), "None"},
+           {"kz.Monitor.__new__(kz.Monitor).step()", "None"},
+           {"m = kz.Monitor(1)\nm.__init__(2)\nr = m.step()", "None"},
+           // An argument that is no number: the step is made, the error stays.
+           {"kz.Monitor().step('x')", "result with TypeError: an integer is required"},
+           {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"}});
     EXPECT_TRUE(PythonRuntime::running().monitors.isAlone());
-    host.set(FakeScript());
+    host.set();
     outcome("m = kz.Monitor(7)\nm.step()\nm.step(5)\nr = None");
     EXPECT_EQ(host.calls, (Strings{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)", "Increment(5)",
                                    "MonitorReleaseObj"}));

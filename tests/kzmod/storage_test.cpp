@@ -17,51 +17,46 @@ protected:
 };
 
 TEST_F(Storage, ElementsKeepWhatTheirTypeCanHold) {
-    check(
-        {
-            {"keep('f', (0.1, -2))", "(0.10000000149011612, -2.0)"},
-            {"keep('float', [1])", "(1.0,)"},
-            {"keep('d', (0.1, 3))", "(0.1, 3.0)"},
-            {"keep('i', (-1, 2147483647, 2**32 + 5, 1.9))", "(-1, 2147483647, 5, 1)"},
-            {"keep('b', (255, 256, -1))", "(255, 0, 255)"},
-            {"keep('u', (0, 2**32 - 1, -1, 2**64 + 3))", "(0L, 4294967295L, 4294967295L, 3L)"},
-            {"keep('p', (0, 2**63))", "(0L, 9223372036854775808L)"},
-            {"keep('d', (1, 'x'))", "TypeError: a float is required"},
-            {"keep('i', (2**70,))", "OverflowError: Python int too large to convert to C long"},
-            {"keep('p', (1.5,))", "TypeError: an integer is required"},
-        },
-        "def keep(letter, values):\n  s = kz.Storage(letter)\n  s.set(values)\n  return s.get()\nr = ");
+    check({{"keep('f', (0.1, -2))", "(0.10000000149011612, -2.0)"},
+           {"keep('float', [1])", "(1.0,)"},
+           {"keep('d', (0.1, 3))", "(0.1, 3.0)"},
+           {"keep('i', (-1, 2147483647, 2**32 + 5, 1.9))", "(-1, 2147483647, 5, 1)"},
+           {"keep('b', (255, 256, -1))", "(255, 0, 255)"},
+           {"keep('u', (0, 2**32 - 1, -1, 2**64 + 3))", "(0L, 4294967295L, 4294967295L, 3L)"},
+           {"keep('p', (0, 2**63))", "(0L, 9223372036854775808L)"},
+           {"keep('d', (1, 'x'))", "TypeError: a float is required"},
+           {"keep('i', (2**70,))", "OverflowError: Python int too large to convert to C long"},
+           {"keep('p', (1.5,))", "TypeError: an integer is required"}},
+          "def keep(letter, values):\n  s = kz.Storage(letter)\n  s.set(values)\n  return s.get()\nr = ");
 }
 
 TEST_F(Storage, ErrorsAreExact) {
-    check({
-        {"kz.Storage('x')", "RuntimeError: Unknown storage type 'x'"},
-        {"kz.Storage('')", "RuntimeError: Unknown storage type ''"},
-        {"kz.Storage('f', -1)", "RuntimeError: Size must be larger than zero"},
-        {"kz.Storage(None)", "TypeError: argument 1 must be string, not None"},
-        {"kz.Storage().setSize(1)", "RuntimeError: Storage data type not set"},
-        {"kz.Storage().setSize(-1)", "RuntimeError: Storage data type not set"},
-        {"kz.Storage('f').setSize(0)", "RuntimeError: Size must be larger than zero"},
-        {"kz.Storage('f').set(3)", "RuntimeError: Expected a sequence"},
-        {"kz.Storage('f').set(())", "RuntimeError: Size must be larger than zero"},
-        {"kz.Storage().set((1,))", "RuntimeError: Storage data type not set"},
-        {"kz.Storage().get()", "RuntimeError: Unknown storage type"},
-        {"kz.Storage('f').string()", "RuntimeError: Not a byte buffer"},
-        {"kz.Storage('b').string()", "''"},
-        {"kz.Storage('f', 4).offset(5)", "RuntimeError: Can't offset past end of buffer"},
-        {"kz.Storage('f', 4)[4]", "IndexError: Out of bounds"},
-        {"kz.Storage('f', 4)[-1]", "IndexError: Out of bounds"},
-        {"s = kz.Storage('f', 4)\ns[-4] = 1", "IndexError: Out of bounds"},
-        {"kz.Storage('f', 4)[2 ** 70]", "IndexError: Out of bounds"},
-        {"kz.Storage('f', 4)[True], kz.Storage('f', 4)[1L]", "(0.0, 0.0)"},
-        {"kz.Storage('f', 4)['x']", "TypeError: kz.Storage indices must be integers, not str"},
-        {"kz.Storage('f', 4)[1:2]", "TypeError: kz.Storage indices must be integers, not slice"},
-        {"[list(kz.Storage('b', 2)), 0 in kz.Storage('b', 2)]", "[[0, 0], True]"},
-        {"kz.Storage('f', 4).__setitem__(4, 1)", "IndexError: Out of bounds"},
-        {"kz.Storage()[0]", "IndexError: Out of bounds"},
-        {"kz.Storage('f', 4).__delitem__(0)", "TypeError: Storage elements cannot be deleted"},
-        {"s = kz.Storage('f')\ns += 3", "RuntimeError: Expected a sequence"},
-    });
+    check({{"kz.Storage('x')", "RuntimeError: Unknown storage type 'x'"},
+           {"kz.Storage('')", "RuntimeError: Unknown storage type ''"},
+           {"kz.Storage('f', -1)", "RuntimeError: Size must be larger than zero"},
+           {"kz.Storage(None)", "TypeError: argument 1 must be string, not None"},
+           {"kz.Storage().setSize(1)", "RuntimeError: Storage data type not set"},
+           {"kz.Storage().setSize(-1)", "RuntimeError: Storage data type not set"},
+           {"kz.Storage('f').setSize(0)", "RuntimeError: Size must be larger than zero"},
+           {"kz.Storage('f').set(3)", "RuntimeError: Expected a sequence"},
+           {"kz.Storage('f').set(())", "RuntimeError: Size must be larger than zero"},
+           {"kz.Storage().set((1,))", "RuntimeError: Storage data type not set"},
+           {"kz.Storage().get()", "RuntimeError: Unknown storage type"},
+           {"kz.Storage('f').string()", "RuntimeError: Not a byte buffer"},
+           {"kz.Storage('b').string()", "''"},
+           {"kz.Storage('f', 4).offset(5)", "RuntimeError: Can't offset past end of buffer"},
+           {"kz.Storage('f', 4)[4]", "IndexError: Out of bounds"},
+           {"kz.Storage('f', 4)[-1]", "IndexError: Out of bounds"},
+           {"s = kz.Storage('f', 4)\ns[-4] = 1", "IndexError: Out of bounds"},
+           {"kz.Storage('f', 4)[2 ** 70]", "IndexError: Out of bounds"},
+           {"kz.Storage('f', 4)[True], kz.Storage('f', 4)[1L]", "(0.0, 0.0)"},
+           {"kz.Storage('f', 4)['x']", "TypeError: kz.Storage indices must be integers, not str"},
+           {"kz.Storage('f', 4)[1:2]", "TypeError: kz.Storage indices must be integers, not slice"},
+           {"[list(kz.Storage('b', 2)), 0 in kz.Storage('b', 2)]", "[[0, 0], True]"},
+           {"kz.Storage('f', 4).__setitem__(4, 1)", "IndexError: Out of bounds"},
+           {"kz.Storage()[0]", "IndexError: Out of bounds"},
+           {"kz.Storage('f', 4).__delitem__(0)", "TypeError: Storage elements cannot be deleted"},
+           {"s = kz.Storage('f')\ns += 3", "RuntimeError: Expected a sequence"}});
 }
 
 TEST_F(Storage, ObjectsOfKzAreNeitherCopiedNorGivenKeywords) {
@@ -74,14 +69,13 @@ TEST_F(Storage, ObjectsOfKzAreNeitherCopiedNorGivenKeywords) {
         "types = [kz.Storage, kz.Service, kz.Monitor, kz.object.Unknown, kz.object.Item, kz.service.GUID, Sub]\n"
         "objects = [kz.Service('log') if t is kz.Service else t() for t in types]\n"
         "ways = [copy.copy, copy.deepcopy, pickle.dumps, lambda o: cPickle.dumps(o, 2)]\n";
-    check({
-        {each + "r = [w(Own(size=3)) and 1 for w in ways[:2]]", "[1, 1]"},
-        {each + "r = [o for o in objects for w in ways if ' cannot be copied or pickled; ' not in text(w, o)]", "[]"},
-        {each + "r = [t for t in types if 'takes no keyword arguments' not in text(t, size=1)]", "[]"},
-        {each + "r = text(copy.copy, objects[4])",
-         "'kz.object.Item objects cannot be copied or pickled; another wrapper of the same object is made by calling "
-         "the type with it'"},
-    });
+    check(
+        {{each + "r = [w(Own(size=3)) and 1 for w in ways[:2]]", "[1, 1]"},
+         {each + "r = [o for o in objects for w in ways if ' cannot be copied or pickled; ' not in text(w, o)]", "[]"},
+         {each + "r = [t for t in types if 'takes no keyword arguments' not in text(t, size=1)]", "[]"},
+         {each + "r = text(copy.copy, objects[4])",
+          "'kz.object.Item objects cannot be copied or pickled; another wrapper of the same object is made by calling "
+          "the type with it'"}});
 }
 
 TEST_F(Storage, LargeMemoryIsTouchedWhenItIsUsed) {
@@ -92,91 +86,65 @@ TEST_F(Storage, LargeMemoryIsTouchedWhenItIsUsed) {
 }
 
 TEST_F(Storage, SizeOffsetAndContents) {
-    check({
-        {"s = kz.Storage('float', 4)\nr = [len(s), s.size(), s.offset(4), s.offset(), s.offset(1), s.offset(), "
-         "len(s.get())]",
-         "[4, 4, None, 4, None, 4, 3]"},
-        {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\nr = [s[0], s.get(1), s.get(9), s.get(-3)]",
-         "[2, (2,), (2, 3), ()]"},
-        {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\ns[1] = 9\ns.set((7, 8, 9))\ns.offset(0)\nr = s.get()",
-         "(1, 7, 8, 9)"},
-        {"s = kz.Storage('i')\ns += (1, 2)\nt = s\ns += [3]\nr = [s.get(), s is t, list(s)]",
-         "[(1, 2, 3), True, [1, 2, 3]]"},
-        {"s = kz.Storage('i', 4)\ns.offset(3)\ns.setSize(2)\nr = s.get()", "()"},
-        {"s = kz.Storage('b')\ns.set((97, 98, 99, 0, 100))\ns.offset(2)\nr = s.string()", "'abc'"},
-        {"s = kz.Storage('b')\ns.set((97, 98))\ns.string()", "RuntimeError: String buffer is unterminated"},
-        {"s = kz.Storage('b', 3)\ns.setType('d')\ns.set((1, 2, 3))\nr = s.get()", "(1.0, 2.0, 3.0)"},
-        {"class Sub(kz.Storage): pass\ns = Sub('i', 2)\nr = s.get()", "(0, 0)"},
-    });
+    check(
+        {{"s = kz.Storage('float', 4)\nr = [len(s), s.size(), s.offset(4), s.offset(), s.offset(1), s.offset(), "
+          "len(s.get())]",
+          "[4, 4, None, 4, None, 4, 3]"},
+         {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\nr = [s[0], s.get(1), s.get(9), s.get(-3)]",
+          "[2, (2,), (2, 3), ()]"},
+         {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\ns[1] = 9\ns.set((7, 8, 9))\ns.offset(0)\nr = s.get()",
+          "(1, 7, 8, 9)"},
+         {"s = kz.Storage('i')\ns += (1, 2)\nt = s\ns += [3]\nr = [s.get(), s is t, list(s)]",
+          "[(1, 2, 3), True, [1, 2, 3]]"},
+         {"s = kz.Storage('i', 4)\ns.offset(3)\ns.setSize(2)\nr = s.get()", "()"},
+         {"s = kz.Storage('b')\ns.set((97, 98, 99, 0, 100))\ns.offset(2)\nr = s.string()", "'abc'"},
+         {"s = kz.Storage('b')\ns.set((97, 98))\ns.string()", "RuntimeError: String buffer is unterminated"},
+         {"s = kz.Storage('b', 3)\ns.setType('d')\ns.set((1, 2, 3))\nr = s.get()", "(1.0, 2.0, 3.0)"},
+         {"class Sub(kz.Storage): pass\ns = Sub('i', 2)\nr = s.get()", "(0, 0)"}});
 }
 
 TEST_F(Storage, AFailedAssignmentKeepsTheSizeAndWhatItWrote) {
     const std::string kept = "['TypeError', 'an integer is required', ";
-    check(
-        {
-            {"s.set((9, 'x', 7))", kept + "(9, 2, 3)]"},
-            {"s.set((9, 'x', 7, 6, 5))", kept + "(9, 2, 3)]"},
-            {"s.set((9, 'x'))", kept + "(9, 2, 3)]"},
-            {"s += (4, 'x')", kept + "(1, 2, 3)]"},
-            {"s.setType('x')", "['RuntimeError', \"Unknown storage type 'x'\", (1, 2, 3)]"},
-        },
-        "s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ntry:\n  ",
-        "\nexcept Exception as e: r = [type(e).__name__, str(e), s.get()]");
+    check({{"s.set((9, 'x', 7))", kept + "(9, 2, 3)]"},
+           {"s.set((9, 'x', 7, 6, 5))", kept + "(9, 2, 3)]"},
+           {"s.set((9, 'x'))", kept + "(9, 2, 3)]"},
+           {"s += (4, 'x')", kept + "(1, 2, 3)]"},
+           {"s.setType('x')", "['RuntimeError', \"Unknown storage type 'x'\", (1, 2, 3)]"}},
+          "s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ntry:\n  ",
+          "\nexcept Exception as e: r = [type(e).__name__, str(e), s.get()]");
 }
 
 TEST_F(Storage, SequencesMayLieAndChange) {
-    const std::string classes = "class Say(object):\n"
-                                "  def __init__(self, act): self.act = act\n"
-                                "  def __int__(self): self.act(); return 5\n"
-                                "class Liar(object):\n"
+    const std::string classes = "class Say(object):\n  def __init__(self, act): self.act = act\n"
+                                "  def __int__(self): self.act(); return 5\nclass Liar(object):\n"
                                 "  def __init__(self, *lengths): self.lengths = list(lengths)\n"
                                 "  def __len__(self): return self.lengths.pop(0)\n"
-                                "  def __getitem__(self, i): return i\n"
-                                "s = kz.Storage('i', 2)\n";
-    check(
-        {
-            {"x = [1, 2, 3]\nx[0] = Say(lambda: x.__delslice__(1, 3))\ns.set(x)",
-             "IndexError: list index out of range"},
-            {"x = [1, 2, 3]\nx[0] = Say(lambda: x.append(4))\ns.set(x)\nr = s.get()", "(5, 2, 3)"},
-            {"s.set([1, Say(lambda: s.setSize(50000)), 3])\nr = s.get(3)", "(1, 5, 3)"},
-            {"s.set([1, Say(lambda: s.setSize(1)), 3])", "IndexError: out of bounds"},
-            {"s.set([1, Say(lambda: s.setType('d')), 3])", "IndexError: out of bounds"},
-            {"s[1] = Say(lambda: s.setSize(1))", "IndexError: out of bounds"},
-            {"s.set([Say(lambda: s.set([1] * 9)), 2])\nr = [s[0], s[1], len(s)]", "[5, 2, 9]"},
-            {"s.set(Liar(3, 2))", "RuntimeError: bad result: FAILED"},
-            {"s.set(Liar(2, 2))\nr = s.get()", "(0, 1)"},
-            {"s.set((3, 4))\ns.set(s)\ns += s\nr = s.get()", "(3, 4, 3, 4)"},
-            {"d = kz.Storage('d')\nd.set((1.5, 2))\ns.set(d)\nr = s.get()", "(1, 2)"},
-            {"s.set(s.get() * 100000)\nr = len(s)", "200000"},
-        },
-        classes);
+                                "  def __getitem__(self, i): return i\ns = kz.Storage('i', 2)\n";
+    check({{"x = [1, 2, 3]\nx[0] = Say(lambda: x.__delslice__(1, 3))\ns.set(x)", "IndexError: list index out of range"},
+           {"x = [1, 2, 3]\nx[0] = Say(lambda: x.append(4))\ns.set(x)\nr = s.get()", "(5, 2, 3)"},
+           {"s.set([1, Say(lambda: s.setSize(50000)), 3])\nr = s.get(3)", "(1, 5, 3)"},
+           {"s.set([1, Say(lambda: s.setSize(1)), 3])", "IndexError: out of bounds"},
+           {"s.set([1, Say(lambda: s.setType('d')), 3])", "IndexError: out of bounds"},
+           {"s[1] = Say(lambda: s.setSize(1))", "IndexError: out of bounds"},
+           {"s.set([Say(lambda: s.set([1] * 9)), 2])\nr = [s[0], s[1], len(s)]", "[5, 2, 9]"},
+           {"s.set(Liar(3, 2))", "RuntimeError: bad result: FAILED"},
+           {"s.set(Liar(2, 2))\nr = s.get()", "(0, 1)"},
+           {"s.set((3, 4))\ns.set(s)\ns += s\nr = s.get()", "(3, 4, 3, 4)"},
+           {"d = kz.Storage('d')\nd.set((1.5, 2))\ns.set(d)\nr = s.get()", "(1, 2)"},
+           {"s.set(s.get() * 100000)\nr = len(s)", "200000"}},
+          classes);
 }
 
 TEST_F(Storage, AllocationFailuresChangeNothing) {
-    const char* source = "s = kz.Storage('i', 2)\ns.set((1, 2))\nr = []\n"
-                         "def tries(f, *a):\n"
-                         "  kz.fail(True)\n"
-                         "  try: f(*a)\n"
-                         "  except MemoryError as e: r.append(str(e))\n"
-                         "  kz.fail(False)\n"
-                         "tries(s.setSize, 100)\n"
-                         "tries(s.set, [1] * 100)\n"
-                         "tries(s.__iadd__, [1] * 100)\n"
-                         "tries(s.setType, 'd')\n"
-                         "tries(kz.Storage, 'd', 7)\n"
-                         "r.append(s.get())";
-    static PyMethodDef fail = {"fail",
-                               [](PyObject*, PyObject* on) -> PyObject* {
-                                   CStorageBuffer::Allocate none = [](std::size_t, std::size_t) -> void* {
-                                       return nullptr;
-                                   };
-                                   CStorageBuffer::setAllocate(on == Py_True ? none : nullptr);
-                                   Py_RETURN_NONE;
-                               },
-                               METH_O, nullptr};
-    PyModule_AddObject(PyImport_AddModule("kz"), "fail", PyCFunction_New(&fail, nullptr));
+    CStorageBuffer::setAllocate(
+        [](std::size_t count, std::size_t size) { return count * size < 300 ? std::calloc(count, size) : nullptr; });
     const std::string failed = "'Allocation failied', ";
-    check({{source, nullptr, "[" + failed + failed + failed + failed + failed + "(1, 2)]"}});
+    check({{"s = kz.Storage('i')\ns.set([1] * 50)\nr = []\n"
+            "def tries(f, *a):\n  try: f(*a)\n  except MemoryError as e: r.append(str(e))\n"
+            "tries(s.setSize, 100)\ntries(s.set, [2] * 100)\ntries(s.__iadd__, [1] * 50)\ntries(s.setType, 'd')\n"
+            "tries(kz.Storage, 'd', 70)\nr.append(s.get() == (1,) * 50)",
+            "[" + failed + failed + failed + failed + failed + "True]"}});
+    CStorageBuffer::setAllocate(nullptr);
 }
 
 TEST_F(Storage, AppendingTakesMemoryNowAndThen) {

@@ -44,45 +44,36 @@ TEST_F(Values, TakeTheShapeAskedFor) {
 }
 
 TEST_F(Values, HintsGiveIntegersTheirTexts) {
-    check({
-        {"kz.eval('q ?')", with(integers({1, 3, 2}), hinted), "('one', 3, 'two')"},
-        {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("Hints")), "1"},
-        {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("Value.TextHintEncode")), "None"},
-        {"kz.eval('q ?')", with(array(KZiVALUE_TYPE_FLOAT, "float", {1}), hinted), "1.0"},
-    });
+    check({{"kz.eval('q ?')", with(integers({1, 3, 2}), hinted), "('one', 3, 'two')"},
+           {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("Hints")), "1"},
+           {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("Value.TextHintEncode")), "None"},
+           {"kz.eval('q ?')", with(array(KZiVALUE_TYPE_FLOAT, "float", {1}), hinted), "1.0"}});
 }
 
 TEST_F(Values, AnglesAreScaledByTheFixedFactor) {
     const auto quarter = array(KZiVALUE_TYPE_FLOAT, "angle", {1.5707963267948966});
     const char* inDegrees = "kz.setOption('queryAnglesAs', 'degrees') or kz.eval('q ?')";
-    check({
-        {"kz.eval('q ?')", quarter, "1.5707963267948966"},
-        {inDegrees, quarter, "90.0000015352345"},
-        {inDegrees, array(KZiVALUE_TYPE_FLOAT, "Angle", {1.0}), "1.0"},
-        {inDegrees, array(KZiVALUE_TYPE_INTEGER, "angle", {1.0}), "1"},
-        {"kz.setOption('queryAnglesAs', 'radians') or kz.eval('q ?')", quarter, "1.5707963267948966"},
-    });
+    check({{"kz.eval('q ?')", quarter, "1.5707963267948966"},
+           {inDegrees, quarter, "90.0000015352345"},
+           {inDegrees, array(KZiVALUE_TYPE_FLOAT, "Angle", {1.0}), "1.0"},
+           {inDegrees, array(KZiVALUE_TYPE_INTEGER, "angle", {1.0}), "1"},
+           {"kz.setOption('queryAnglesAs', 'radians') or kz.eval('q ?')", quarter, "1.5707963267948966"}});
 }
 
 TEST_F(Values, FailuresDiscardEverything) {
-    check({
-        {"kz.eval('q ?')", fails("Type"), "RuntimeError: internal: could not get value type"},
-        {"kz.eval('q ?')", fails("TypeName"), "RuntimeError: internal: could not get value type name."},
-        {"kz.eval('q ?')", with(integers({1, 2}), badAt(1)), "RuntimeError: "},
-        {"kz.eval('q ?')", with(array(KZiVALUE_TYPE_FLOAT, "float", {1, 2}), badAt(0)), "RuntimeError: "},
-        {"kz.eval('q ?')", with(strings({"first", "second"}), badAt(1)), "RuntimeError: first"},
-        {"kz.eval('q ?')", with(strings({"first", "second"}), badAt(0)), "RuntimeError: "},
-    });
+    check({{"kz.eval('q ?')", fails("Type"), "RuntimeError: internal: could not get value type"},
+           {"kz.eval('q ?')", fails("TypeName"), "RuntimeError: internal: could not get value type name."},
+           {"kz.eval('q ?')", with(integers({1, 2}), badAt(1)), "RuntimeError: "},
+           {"kz.eval('q ?')", with(array(KZiVALUE_TYPE_FLOAT, "float", {1, 2}), badAt(0)), "RuntimeError: "},
+           {"kz.eval('q ?')", with(strings({"first", "second"}), badAt(1)), "RuntimeError: first"},
+           {"kz.eval('q ?')", with(strings({"first", "second"}), badAt(0)), "RuntimeError: "}});
 }
 
 TEST_F(Values, TraceShowsNumbersAsCharacters) {
     using Lines = std::vector<std::string>;
     const auto linesOf = [this](const std::function<void(FakeScript&)>& setUp) {
         host.set(setUp);
-        kzSetTracing(true);
-        outcome("kz.eval('q ?')");
-        kzSetTracing(false);
-        return std::exchange(traced.lines, {});
+        return PythonTest::linesOf("kz.eval('q ?')");
     };
     EXPECT_EQ(linesOf(integers({65, 256 + 66})), (Lines{"kz.eval : A", "kz.eval \x01: B"}));
     EXPECT_EQ(linesOf(array(KZiVALUE_TYPE_FLOAT, "float", {67.9, 1e300})).at(0), "kz.eval : C");

@@ -8,8 +8,6 @@
 
 #include <thread>
 
-extern "C" IKzUnknown* _IKzModule_Create();
-
 TEST(lock, nests_and_is_released_by_who_took_it) {
     CPluginHost host;
     host.adopt(_IKzModule_Create());
@@ -67,12 +65,9 @@ TEST(lock, gives_each_thread_one_state) {
                              METH_NOARGS, nullptr};
     PyObject* names = PyModule_GetDict(PyImport_AddModule("__main__"));
     PyDict_SetItemString(names, "enter", CPyRefNull(PyCFunction_New(&enter, nullptr)));
-    const CPyRefNull ran(PyRun_String("import threading\n"
-                                      "answers = []\n"
+    const CPyRefNull ran(PyRun_String("import threading\nanswers = []\n"
                                       "thread = threading.Thread(target=lambda: answers.append(enter()))\n"
-                                      "thread.start()\n"
-                                      "thread.join()\n"
-                                      "assert answers == [False]\n",
+                                      "thread.start()\nthread.join()\nassert answers == [False]\n",
                                       Py_file_input, names, names));
     EXPECT_NE(ran.get(), nullptr);
 }

@@ -8,8 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-
-extern "C" IKzUnknown* _IKzModule_Create();
+#include <deque>
 
 namespace {
 
@@ -34,13 +33,12 @@ class CNothing : public CKzImpl_NeedContext {};
 TEST(server_table, grows_by_twenty_and_keeps_its_order) {
     CKzPolymorph<CNothing> polymorph;
     CServerTable table;
-    std::vector<std::string> names;
-    for (int index = 0; index < 41; ++index) names.push_back("server" + std::to_string(index));
+    std::deque<std::string> names;
     for (std::uint32_t index = 0; index < 41; ++index) {
-        table.add(names[index].c_str(), &polymorph);
+        table.add(names.emplace_back("server" + std::to_string(index)).c_str(), &polymorph);
         EXPECT_EQ(table.capacity(), (index / 20 + 1) * 20);
     }
-    EXPECT_EQ(table.count(), 41U);
+    ASSERT_EQ(table.count(), 41U);
     for (std::uint32_t index = 0; index < 41; ++index) EXPECT_EQ(table.name(index), names[index]);
     EXPECT_STREQ(polymorph.name(), "server0");  // the first name stays
     EXPECT_EQ(table.classId(0), nullptr);       // no interface yet
@@ -83,19 +81,17 @@ TEST(server_table, lists_and_generates) {
     EXPECT_EQ(tags.Describe(tags.Count(), &record), KZe_OUTOFBOUNDS);
     EXPECT_EQ(tags.Describe(0xFFFFFFFFU, &record), KZe_OUTOFBOUNDS);
     EXPECT_EQ(tags.Describe(0, nullptr), KZe_INVALIDARG);
-    const struct {
-        const char* name;
-        const KzGuid* iid;
-        KzResult code;
-    } table[] = {
-        {"python", &KZu_TAGDESCRIPTION, KZe_NOTFOUND}, {"Python", &KZu_LINEINTERPRETER, KZe_NOTFOUND},
-        {"", &KZu_LINEINTERPRETER, KZe_NOTFOUND},      {"dict-as-tags", &KZu_TAGDESCRIPTION, KZe_NOTFOUND},
-        {"python", &KZu_UNKNOWN, KZe_NOTFOUND},        {nullptr, &KZu_LINEINTERPRETER, KZe_INVALIDARG},
-        {"python", nullptr, KZe_INVALIDARG},
-    };
-    for (const auto& row : table) {
+    const std::tuple<const char*, const KzGuid*, KzResult> table[] = {
+        {"python", &KZu_TAGDESCRIPTION, KZe_NOTFOUND},
+        {"Python", &KZu_LINEINTERPRETER, KZe_NOTFOUND},
+        {"", &KZu_LINEINTERPRETER, KZe_NOTFOUND},
+        {"dict-as-tags", &KZu_TAGDESCRIPTION, KZe_NOTFOUND},
+        {"python", &KZu_UNKNOWN, KZe_NOTFOUND},
+        {nullptr, &KZu_LINEINTERPRETER, KZe_INVALIDARG},
+        {"python", nullptr, KZe_INVALIDARG}};
+    for (const auto& [name, iid, code] : table) {
         CKzLoc_Unknown object;
-        EXPECT_EQ(module.Generate(row.name, row.iid, object.out()), row.code) << (row.name != nullptr ? row.name : "-");
+        EXPECT_EQ(module.Generate(name, iid, object.out()), code) << (name != nullptr ? name : "-");
         EXPECT_FALSE(object);
     }
     EXPECT_EQ(module.Generate("python", &KZu_LINEINTERPRETER, nullptr), KZe_INVALIDARG);

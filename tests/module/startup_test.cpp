@@ -66,41 +66,37 @@ TEST(startup, survives_what_is_not_needed) {
         return "[00000002] importing servers (kzserv) failed\n" + text + "\n .. " + folder.path() + "/servers/" +
                servers + ": " + std::to_string(line) + "\n .. <string>: 1\n";
     };
-    check({
-        {"nothing", [](CPluginHost&) {}, good, ""},
-        {"short buffers", failing("File.ToLocalAlias", KZe_SHORTBUFFER, 3), good, ""},
-        {"no program name", failing("File.FileSystemPath", KZe_NOTFOUND), good, "error getting executable name\n"},
-        {"import paths that fail", failing("Platform.ImportPathByIndex", KZe_NOACCESS), good, ""},
-        {"no subsystem", failing("Log.SubSystemLookup", KZe_FAILED), good, ""},
-        {"no entries", failing("Log.CreateEntry", KZe_FAILED), good, ""},
-        {"no log", without(KZu_LOGSERVICE), good, ""},
-        {"a broken site", shadowed(folder, "a", "site.py", "raise ValueError('site')"), good,
-         "[80000018] 'site' module failed to import\n[80000000] Unhandled exception \"ValueError\"; site\n .. " +
-             folder.path() + "/a/site.py: 1\n"},
-        {"servers that fail", shadowed(folder, "servers", servers, "1/0"), good,
-         heading("[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero", 1)},
-        {"servers that leave", shadowed(folder, "servers", servers, "import sys\nsys.exit(1)"), good,
-         heading("sys.exit() exception", 2)},
-        {"servers that fail without a text",
-         shadowed(folder, "servers", servers, "class Mute(Exception):\n  def __str__(self): 1/0\nraise Mute"), good,
-         heading("[80000000] Unhandled exception \"Mute\"", 3)},
-        {"a broken kzu", shadowed(folder, "b", "kzu/__init__.py", ""), good,
-         "kzu.object failed to import\n[80000000] Unhandled exception \"ImportError\"; No module named object\n"},
-    });
+    check({{"nothing", [](CPluginHost&) {}, good, ""},
+           {"short buffers", failing("File.ToLocalAlias", KZe_SHORTBUFFER, 3), good, ""},
+           {"no program name", failing("File.FileSystemPath", KZe_NOTFOUND), good, "error getting executable name\n"},
+           {"import paths that fail", failing("Platform.ImportPathByIndex", KZe_NOACCESS), good, ""},
+           {"no subsystem", failing("Log.SubSystemLookup", KZe_FAILED), good, ""},
+           {"no entries", failing("Log.CreateEntry", KZe_FAILED), good, ""},
+           {"no log", without(KZu_LOGSERVICE), good, ""},
+           {"a broken site", shadowed(folder, "a", "site.py", "raise ValueError('site')"), good,
+            "[80000018] 'site' module failed to import\n[80000000] Unhandled exception \"ValueError\"; site\n .. " +
+                folder.path() + "/a/site.py: 1\n"},
+           {"servers that fail", shadowed(folder, "servers", servers, "1/0"), good,
+            heading("[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero", 1)},
+           {"servers that leave", shadowed(folder, "servers", servers, "import sys\nsys.exit(1)"), good,
+            heading("sys.exit() exception", 2)},
+           {"servers that fail without a text",
+            shadowed(folder, "servers", servers, "class Mute(Exception):\n  def __str__(self): 1/0\nraise Mute"), good,
+            heading("[80000000] Unhandled exception \"Mute\"", 3)},
+           {"a broken kzu", shadowed(folder, "b", "kzu/__init__.py", ""), good,
+            "kzu.object failed to import\n[80000000] Unhandled exception \"ImportError\"; No module named object\n"}});
 }
 
 TEST(startup, says_what_failed) {
     const CTestFolder folder;
     const auto said = [](const std::string& why) { return why + "\n[80000018] Python subsystem failed to start\n"; };
-    check({
-        {"no file service", without(KZu_FILESERVICE), "code 80000000\n", said("[80000000] error thrown on startup")},
-        {"no platform service", without(KZu_PLATFORMSERVICE), "code 80000000\n",
-         said("[80000000] init failed: getting import paths")},
-        {"no import paths", failing("Platform.ImportPathCount", KZe_NOACCESS), "code 80000009\n",
-         said("[80000009] init failed: getting import paths")},
-        {"a site without folders", shadowed(folder, "a", "site.py", "addsitedir = None"), "code 80000000\n",
-         said("[80000000] init failed: importing kzu")},
-    });
+    check({{"no file service", without(KZu_FILESERVICE), "code 80000000\n", said("[80000000] error thrown on startup")},
+           {"no platform service", without(KZu_PLATFORMSERVICE), "code 80000000\n",
+            said("[80000000] init failed: getting import paths")},
+           {"no import paths", failing("Platform.ImportPathCount", KZe_NOACCESS), "code 80000009\n",
+            said("[80000009] init failed: getting import paths")},
+           {"a site without folders", shadowed(folder, "a", "site.py", "addsitedir = None"), "code 80000000\n",
+            said("[80000000] init failed: importing kzu")}});
 }
 
 TEST(startup, orders_the_import_paths) {
@@ -121,15 +117,6 @@ TEST(startup, orders_the_import_paths) {
     EXPECT_EQ(session.run("site.USER_SITE == site.USER_BASE == '" + folder.path() + "/" + longName + "'\n"),
               "= True\n");
     EXPECT_EQ(session.run("site.USER_SITE in sys.path, sys.prefix\n"), "= True " + kit + "\n");
-}
-
-TEST(startup, needs_no_path_of_the_host) {
-    CPluginHost host;
-    host.load();
-    for (const char* alias : {"kit_Python2_7", "module"}) host.host.files().setAlias(alias, "");
-    CTestSession session(host);
-    EXPECT_EQ(session.run("import json\n1+1\n"), good);
-    EXPECT_NE(host.log("python").find("No module named kzserv"), std::string::npos);
 }
 
 TEST(startup, leaves_the_process_as_it_was) {

@@ -31,8 +31,7 @@ TEST(unload_in_a_child, survives_what_scripts_leave_behind) {
          "import ctypes, sys\nclass D(object):\n  def __del__(self, call=ctypes.PYFUNCTYPE(None)(int)): call()\n"
          "sys.kept = D()"},
         {"no modules", "import sys\nsys.modules.clear()"},
-        {"no streams", "import sys\ndel sys.stdout, sys.stderr, sys.__stdout__, sys.__stderr__"},
-    };
+        {"no streams", "import sys\ndel sys.stdout, sys.stderr, sys.__stdout__, sys.__stderr__"}};
     for (const bool elsewhere : {false, true}) {
         SCOPED_TRACE(elsewhere ? "unloaded on another thread" : "unloaded on the same thread");
         for (const auto& [name, script] : table)

@@ -4,11 +4,8 @@ import tempfile
 
 import kz
 import kzifc
-from checks import code_of, equal, fails, near
-from kz.symbol import (
-    iIMG_FLIP_HORIZONTAL, iIMG_FORMAT_BITMAP, iIMG_FORMAT_GREY, iIMG_FORMAT_GREY16, iIMG_FORMAT_GREYFP,
-    iIMG_FORMAT_INDEX, iIMG_FORMAT_NONE, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGB48, iIMG_FORMAT_RGBA32,
-    iIMG_FORMAT_RGBA64, iIMG_FORMAT_RGBAFP, iIMG_FORMAT_RGBFP, iIMG_FORMAT_RGBHALF)
+from checks import code_of, equal, fails, near, storage
+from kz.symbol import *
 
 IMAGES = kz.service.Image()
 KEPT = (iIMG_FORMAT_GREY, iIMG_FORMAT_GREY16, iIMG_FORMAT_GREYFP, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGB48,
@@ -20,18 +17,12 @@ def image_of(width, height, format):
     return image, kz.object.ImageWrite(image)
 
 
-def storage(letter, values):
-    made = kz.Storage(letter, len(values))
-    made.set(values)
-    return made
-
-
 def check_every_format_keeps_what_it_can_hold():
     grey = 0.2126 + 0.7152 * 0.2
     for format in KEPT:
         image, write = image_of(3, 2, format)
         equal((image.Format(), IMAGES.PixelBytes(format)), (format, (format >> 8) * (format & 0xFF)))
-        write.SetPixel(2, 1, iIMG_FORMAT_RGBAFP, storage('f', (1, 0.2, 0, 0.6)))
+        write.SetPixel(2, 1, iIMG_FORMAT_RGBAFP, storage('f', 1, 0.2, 0, 0.6))
         out = kz.Storage('f', 4)
         image.GetPixel(2, 1, iIMG_FORMAT_RGBAFP, out)
         expected = {1: (grey, grey, grey, 1), 3: (1, 0.2, 0, 1), 4: (1, 0.2, 0, 0.6)}[format >> 8]
@@ -44,7 +35,7 @@ def check_bytes_survive_every_way_there():
     line = [255 if at % 4 == 3 else at / 4 for at in range(1024)]
     for format in KEPT:
         image, write = image_of(256, 1, format)
-        write.SetLine(0, iIMG_FORMAT_RGBA32, len(line), storage('b', line))
+        write.SetLine(0, iIMG_FORMAT_RGBA32, len(line), storage('b', *line))
         out = kz.Storage('b', 1024)
         image.GetLine(0, iIMG_FORMAT_RGBA32, 1024, out)
         equal((format, list(out.get())), (format, line))
@@ -62,8 +53,8 @@ def check_what_is_outside_or_not_kept_is_refused():
           (image.GetLine, 0, iIMG_FORMAT_RGB24, 8, pixel))
     for format in (iIMG_FORMAT_RGBHALF, iIMG_FORMAT_BITMAP, iIMG_FORMAT_INDEX):
         fails('NOTSUPPORTED', (image.GetPixel, 0, 0, format, pixel))
-    for format, storage in ((iIMG_FORMAT_NONE, pixel), (-1, pixel), (iIMG_FORMAT_RGBAFP, kz.Storage('b', 15))):
-        equal(code_of(image.GetPixel, 0, 0, format, storage)[:16], 'invalid argument')  # the host is not asked
+    for format, room in ((iIMG_FORMAT_NONE, pixel), (-1, pixel), (iIMG_FORMAT_RGBAFP, kz.Storage('b', 15))):
+        equal(code_of(image.GetPixel, 0, 0, format, room)[:16], 'invalid argument')  # the host is not asked
     for code, width, height, format in (
             ('INVALIDARG', 0, 1, iIMG_FORMAT_GREY), ('INVALIDARG', 1, -1, iIMG_FORMAT_GREY),
             ('INVALIDARG', 1 << 20, 1, iIMG_FORMAT_GREY), ('OUTOFMEMORY', 65536, 65536, iIMG_FORMAT_RGBAFP),
@@ -87,7 +78,7 @@ def check_files_hold_the_image():
     for format in (iIMG_FORMAT_GREY, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGBA32):
         image, write = image_of(5, 4, format)
         for y in range(4):
-            write.SetLine(y, format, 20, storage('b', [at * 12 + y for at in range(20)]))
+            write.SetLine(y, format, 20, storage('b', *[at * 12 + y for at in range(20)]))
         IMAGES.Save(image, path, None, None)
         loaded = IMAGES.Load(path, None)
         equal((IMAGES.Compare(image, loaded, 0), loaded.Format()), ((0, 0), format))

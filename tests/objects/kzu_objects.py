@@ -5,7 +5,7 @@ import time
 import kz
 import kzifc
 import kzu.object as k
-from checks import equal
+from checks import equal, fails
 
 
 def array(kind, *values):
@@ -73,6 +73,7 @@ def check_threads_go_on_while_another_waits():
     equal([job.runs for job in jobs], [2] * 50)
     started(jobs)  # lets go of them all: those that run need the lock that is held here
     mutex, entered = kz.service.Thread().CreateMutex(), threading.Event()
+    fails('INVALIDARG', (group.AddJob, None), (group.AddJob, mutex))
 
     def hold():
         with mutex:

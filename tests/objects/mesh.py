@@ -3,20 +3,12 @@ import math
 
 import kz
 import kzifc
-from checks import equal, fails, near
-from kz.symbol import (
-    fMESHMAP_HIDDEN, fMESHMAP_LOCKED, fMESHMERGE_POINT_MARKED, fMESHMERGE_POINT_WELD, f_MESHMERGE_POLY_CURVES,
-    f_MESHMERGE_POLY_MARKED, i_MAPTYPE_CUSTOM, i_MAPTYPE_TEXTURE, i_MAPTYPE_WEIGHT, i_POLYTYPE_FACE)
+from checks import equal, fails, near, storage
+from kz.symbol import *
 
 MOVED = (1, 0, 0, 0), (0, 1, 0, 0), (0, 0, 1, 0), (5, 0, 0, 1)
 MIRRORED = (-1, 0, 0, 0), (0, 1, 0, 0), (0, 0, 1, 0), (0, 0, 0, 1)
 QUADS = (3, 2, 1, 0), (4, 5, 6, 7), (0, 1, 5, 4), (1, 2, 6, 5), (2, 3, 7, 6), (3, 0, 4, 7)
-
-
-def storage(letter, *values):
-    made = kz.Storage(letter, len(values))
-    made.set(values)
-    return made
 
 
 def box():

@@ -3,9 +3,7 @@ import math
 
 import kz
 from checks import equal, fails, near, result_of
-from kz.symbol import (
-    iCHANSOURCE_DEFAULT, iCHANSOURCE_SCENE, iCHANVEC_XYZ, iITYPE_ANY, iITYPE_NONE, iITYPE_ROOT, iITYPE_UNKNOWN,
-    s_ACTIONLAYER_EDIT)
+from kz.symbol import *
 
 SCENES = kz.service.Scene()
 TYPE = SCENES.ItemTypeLookup

@@ -12,8 +12,7 @@ struct Case {
 };
 
 // Every case begins with these two lines.
-constexpr const char* opening = "import kz, kzifc\n"
-                                "from kzifc import *\n";
+constexpr const char* opening = "import kz, kzifc\nfrom kzifc import *\n";
 
 const Case cases[] = {
     {"class A(Command):\n    def cmd_Execute(self, flags): pass\nkz.bless(A, 'a', {'k': 1})\n", {}},
@@ -37,8 +36,7 @@ const Case cases[] = {
      {}},
     {"class A(Command):\n    def cmd_Execute(self, flags): pass\n    def cmd_Foo(self): pass\n"
      "    def attr_Cuont(self): pass\n    cmd_Help = 5\n    def set_up(self): pass\n    cmd_Icon = property(None)\n"
-     "    cmd_Tag = staticmethod(5)\n    cmd_Desc = property(len)\n"
-     "kz.bless(A, 'a')\n",
+     "    cmd_Tag = staticmethod(5)\n    cmd_Desc = property(len)\nkz.bless(A, 'a')\n",
      {"5: server \"a\": Command has no method cmd_Foo",
       "6: server \"a\": attr_Cuont: the prefix attr_ belongs to Attributes, which the class does not implement",
       "12: server \"a\": cmd_Help is not a method", "12: server \"a\": cmd_Icon is not a method",
@@ -48,8 +46,7 @@ const Case cases[] = {
      "    arguments = [Argument('text', 'sting'), Argument('more', 'day'), Argument('a b', 'integer'),\n"
      "                 Argument('text', 'angle', default=1)]\n    argument = label = None\n"
      "    def excute(self, text): pass\n    def query(self): pass\n    prepare = 5\n    def argument_names(self): "
-     "pass\n"
-     "kz.bless(A, 'a')\n",
+     "pass\nkz.bless(A, 'a')\n",
      {"14: server \"a\": argument \"text\": there is no value type \"sting\"; did you mean \"string\"?",
       "14: server \"a\": argument \"a b\": no command string can name it; use letters, digits, _ and .",
       "14: server \"a\": argument \"text\" is there twice",
@@ -70,8 +67,7 @@ const Case cases[] = {
      "class Job(ThreadJob):\n    def __init__(self, any, thing): pass\n    def job_Run(self): pass\n"
      "class Soup(TriangleSoup):\n    def soup_TestBox(self): pass\n    def soup_Polygon(self, a, b, c): pass\n"
      "class Plain(object):\n    def soup_Nothing(self): pass\nclass Both(Base):\n    def load_LoadObject(self, *any): "
-     "pass\n"
-     "class V(Visitor):\n    def vis_Evaluate(self): pass\nclass W(V): pass\nkz.bless(W, 'w')\n",
+     "pass\nclass V(Visitor):\n    def vis_Evaluate(self): pass\nclass W(V): pass\nkz.bless(W, 'w')\n",
      {"4: class \"Both\": Loader has no method load_Cancle",
       "5: class \"Both\": no interface has a method load_Recognise; did you mean load_Recognize?",
       "14: class \"Both\": the method load_Recognize, which Loader requires, is missing",
@@ -80,8 +76,7 @@ const Case cases[] = {
       "9: class \"Soup\": the method soup_Vertex, which TriangleSoup requires, is missing",
       "10: class \"Soup\": soup_TestBox is called with 2 arguments after self, but takes 0"}},
     {"class M(type):\n    def __getattribute__(self, name): raise ValueError(name)\nclass B(Visitor): __metaclass__ = "
-     "M\n"
-     "kz.bless(B, 'b')\nclass A(Visitor):\n    def vis_Evaluate(self): pass\n"
+     "M\nkz.bless(B, 'b')\nclass A(Visitor):\n    def vis_Evaluate(self): pass\n"
      "kz.bless(A, u'\\xe9')\nkz.bless(A, 'a', None, type('M', (), {'_sub_ifcs': 5})())\n",
      {"6: server \"b\" cannot be looked over: ValueError: __bases__",
       "9: server \"\xc3\xa9\": its name has to be plain ASCII", "10: server \"a\": its _sub_ifcs is no sequence"}},
@@ -107,8 +102,7 @@ const Case cases[] = {
       "6: server \"a\", sub-server S: the method sav_Save, which Saver requires, is missing"}},
     {"def f():\n    1/0\nf()\n", {"4: it cannot be imported: ZeroDivisionError: integer division or modulo by zero"}},
     {"import sys\nsys.exit(7)\n", {"4: it cannot be imported: SystemExit: 7"}},
-    {"x = (\n", {"3: it cannot be imported: SyntaxError: invalid syntax"}},
-};
+    {"x = (\n", {"3: it cannot be imported: SyntaxError: invalid syntax"}}};
 
 class CheckTest : public KzHostTest {};
 

@@ -21,74 +21,66 @@ protected:
 }  // namespace
 
 TEST_F(console, runs_a_statement_as_soon_as_it_is_complete) {
-    check({
-        {"1+1\nfor i in range(3):\n  print i\n\nx = 5\nx*2\n", "= 2\n0\n1\n2\n= 10\n"},
-        {"if 0:\n  1\nelse:\n  print 'no'\n\n", "no\n"},
-        {"try:\n  1/0\nexcept ZeroDivisionError:\n  print 'caught'\nfinally:\n  print 'done'\n\n", "caught\ndone\n"},
-        {"for i in (1, 2):\n    for j in (1, 2):\n        print i * j\n    print '-'\n\n", "1\n2\n-\n2\n4\n-\n"},
-        {"def decorate(f):\n  return 'decorated'\n\n@decorate\ndef g():\n  pass\n\ng\n", "= decorated\n"},
-        {"for i in (7,):\n  # a comment in the block\n  print i\n\n", "7\n"},
-        {"if 1:\n\tprint 'tab'\n\n", "tab\n"},
-        {"(1 +\n2)\n\n", "= 3\n"},
-        {"class C:\n  def f(self):\n    return 3\n\nC().f()\n", "= 3\n"},
-        {"print 1; print 2\n", "1\n2\n"},
-        {"# nothing but a comment\n", ""},
-        {"'''one\ntwo'''.split()\n\n", "= one two\n"},
-        // The line feeds that tell an unfinished statement from a wrong one stay in it: they are required, and a
-        // statement that a backslash continues ends at the first of them.
-        {"'''one\ntwo'''.count(chr(10))\n\n", "= 4\n"},
-        {"1 + \\\n2\n",
-         "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 2)\ncode 80000000\n"},
-    });
+    check({{"1+1\nfor i in range(3):\n  print i\n\nx = 5\nx*2\n", "= 2\n0\n1\n2\n= 10\n"},
+           {"if 0:\n  1\nelse:\n  print 'no'\n\n", "no\n"},
+           {"try:\n  1/0\nexcept ZeroDivisionError:\n  print 'caught'\nfinally:\n  print 'done'\n\n", "caught\ndone\n"},
+           {"for i in (1, 2):\n    for j in (1, 2):\n        print i * j\n    print '-'\n\n", "1\n2\n-\n2\n4\n-\n"},
+           {"def decorate(f):\n  return 'decorated'\n\n@decorate\ndef g():\n  pass\n\ng\n", "= decorated\n"},
+           {"for i in (7,):\n  # a comment in the block\n  print i\n\n", "7\n"},
+           {"if 1:\n\tprint 'tab'\n\n", "tab\n"},
+           {"(1 +\n2)\n\n", "= 3\n"},
+           {"class C:\n  def f(self):\n    return 3\n\nC().f()\n", "= 3\n"},
+           {"print 1; print 2\n", "1\n2\n"},
+           {"# nothing but a comment\n", ""},
+           {"'''one\ntwo'''.split()\n\n", "= one two\n"},
+           // The line feeds that tell an unfinished statement from a wrong one stay in it: they are required, and a
+           // statement that a backslash continues ends at the first of them.
+           {"'''one\ntwo'''.count(chr(10))\n\n", "= 4\n"},
+           {"1 + \\\n2\n",
+            "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 2)\ncode 80000000\n"}});
 }
 
 TEST_F(console, answers_values_as_texts) {
-    check({
-        {"None\n", ""},
-        {"'a b'\n", "= a b\n"},
-        {"u'\\xe9'\n", "= \xC3\xA9\n"},
-        {"''\n", "= \n"},
-        {"(1, None, 'x', u'\\xe9')\n", "= 1 None x \xC3\xA9\n"},
-        {"[]\n", "=\n"},
-        {"xrange(3)\n", "= 0 1 2\n"},
-        {"{'a': 1}\n", "= {'a': 1}\n"},
-        {"'a\\0b'\n", "= a\\x00b\n"},
-        {"x = []\nx.append(x)\nx\n", "= [[...]]\n"},
-        {"class Bad(object):\n  def __str__(self): raise ValueError('no text')\n\nBad()\n",
-         "ERROR: Unhandled exception \"ValueError\"; no text\n .. <stdin>: 5\ncode 80000000\n"},
-        {"class Endless(object):\n  def __getitem__(self, i): raise KeyError('item')\n  def "
-         "__len__(self): return 1\n\n"
-         "Endless()\n",
-         "ERROR: Unhandled exception \"KeyError\"; 'item'\n .. <stdin>: 5\ncode 80000000\n"},
-        {"'still here'\n", "= still here\n"},
-    });
+    check({{"None\n", ""},
+           {"'a b'\n", "= a b\n"},
+           {"u'\\xe9'\n", "= \xC3\xA9\n"},
+           {"''\n", "= \n"},
+           {"(1, None, 'x', u'\\xe9')\n", "= 1 None x \xC3\xA9\n"},
+           {"[]\n", "=\n"},
+           {"xrange(3)\n", "= 0 1 2\n"},
+           {"{'a': 1}\n", "= {'a': 1}\n"},
+           {"'a\\0b'\n", "= a\\x00b\n"},
+           {"x = []\nx.append(x)\nx\n", "= [[...]]\n"},
+           {"class Bad(object):\n  def __str__(self): raise ValueError('no text')\n\nBad()\n",
+            "ERROR: Unhandled exception \"ValueError\"; no text\n .. <stdin>: 5\ncode 80000000\n"},
+           {"class Endless(object):\n  def __getitem__(self, i): raise KeyError('item')\n  def "
+            "__len__(self): return 1\n\nEndless()\n",
+            "ERROR: Unhandled exception \"KeyError\"; 'item'\n .. <stdin>: 5\ncode 80000000\n"},
+           {"'still here'\n", "= still here\n"}});
 }
 
 TEST_F(console, reports_what_a_line_raises_and_stays_ready) {
-    check({
-        {"1/0\n",
-         "ERROR: Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n .. <stdin>: 1\n"
-         "code 80000000\n"},
-        {"for\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\ncode 80000000\n"},
-        {"  indented\n",
-         "ERROR: Unhandled exception \"IndentationError\"; unexpected indent (<stdin>, line 1)\ncode 80000000\n"},
-        {"def f():\n  return 1\n 2\n\n", "ERROR: Unhandled exception \"IndentationError\"; unindent does not match "
-                                         "any outer indentation level (<stdin>, "
-                                         "line 6)\ncode 80000000\n"},
-        {"import sys\nsys.exit(3)\n", "sys.exit() exception\n .. <stdin>: 1\ncode 80000000\n"},
-        {"raise KeyboardInterrupt\n",
-         "ERROR: Unhandled exception \"KeyboardInterrupt\"\n .. <stdin>: 1\ncode 80000000\n"},
-        {"raise LookupError('gone')\n",
-         "ERROR: Unhandled exception \"LookupError\"; gone\n .. <stdin>: 1\ncode 80000017\n"},
-        {"import kz\nkz.throw(0x80000003, 1)\n", "code 80000003\n"},
-        {"kz.throw(0x80000003)\n",
-         "ERROR: Unhandled exception \"TypeError\"; invalid argument\n .. <stdin>: 1\ncode 80000003\n"},
-        {"kz.notimpl()\n", "code 80000001\n"},
-        {"import sys; sys.stderr.write('told\\n'); print 'out',\n", "told\nout\n"},
-        {"kz.trace(True); kz.out('x'); kz.trace(False)\n",
-         "trace: kz.trace - Enabled\nx\ntrace: kz.trace - Disabled\n"},
-        {"1+1\n", "= 2\n"},
-    });
+    check({{"1/0\n",
+            "ERROR: Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n .. <stdin>: 1\n"
+            "code 80000000\n"},
+           {"for\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\ncode 80000000\n"},
+           {"  indented\n",
+            "ERROR: Unhandled exception \"IndentationError\"; unexpected indent (<stdin>, line 1)\ncode 80000000\n"},
+           {"def f():\n  return 1\n 2\n\n", "ERROR: Unhandled exception \"IndentationError\"; unindent does not match "
+                                            "any outer indentation level (<stdin>, line 6)\ncode 80000000\n"},
+           {"import sys\nsys.exit(3)\n", "sys.exit() exception\n .. <stdin>: 1\ncode 80000000\n"},
+           {"raise KeyboardInterrupt\n",
+            "ERROR: Unhandled exception \"KeyboardInterrupt\"\n .. <stdin>: 1\ncode 80000000\n"},
+           {"raise LookupError('gone')\n",
+            "ERROR: Unhandled exception \"LookupError\"; gone\n .. <stdin>: 1\ncode 80000017\n"},
+           {"import kz\nkz.throw(0x80000003, 1)\n", "code 80000003\n"},
+           {"kz.throw(0x80000003)\n",
+            "ERROR: Unhandled exception \"TypeError\"; invalid argument\n .. <stdin>: 1\ncode 80000003\n"},
+           {"kz.notimpl()\n", "code 80000001\n"},
+           {"import sys; sys.stderr.write('told\\n'); print 'out',\n", "told\nout\n"},
+           {"kz.trace(True); kz.out('x'); kz.trace(False)\n",
+            "trace: kz.trace - Enabled\nx\ntrace: kz.trace - Disabled\n"},
+           {"1+1\n", "= 2\n"}});
 }
 
 TEST_F(console, prompts_and_forgets) {

@@ -33,91 +33,87 @@ protected:
 }  // namespace
 
 TEST_F(output, comes_line_by_line) {
-    check({
-        {"print 1, 'a', None", {"1 a None"}},
-        {"print 'a',\nprint 'b'\nprint", {"a b", ""}},
-        {"print 'a',", {"a"}},
-        {"import sys\nsys.stdout.write('a\\nb')\nsys.stdout.write('c\\n\\nd')", {"a", "bc", "", "d"}},
-        {"import sys\nsys.stdout.writelines(['a', 'b\\n', u'c'])", {"ab", "c"}},
-        {"import sys\nsys.stdout.write('a')\nsys.stdout.flush()\nsys.stdout.write('b')", {"a", "b"}},
-        {"import sys\nsys.stdout.write('out')\nsys.stderr.write('err\\n')\nprint 'more'",
-         {"out", "[00000002] err", "more"}},
-        {"import kz\nprint 'held',\nkz.out('between')\nprint 'after'", {"held", "between", "after"}},
-        {"print u'\\xe9', '\\xc3\\xa9'", {"\xC3\xA9 \xC3\xA9"}},
-        {"print u'\\u20ac'", {"\xE2\x82\xAC"}},
-        {"print 'a\\0b'", {"a\\x00b"}},
-        {"import kz\nkz.out('a\\0b')", {"a\\x00b"}},
-        {"import kz\nkz.out(1, 'x', None)", {"1 x None"}},
-        {"import kz\nkz.out('', 'x', '', 'y', '')", {"x y"}},
-        {"import kz\nkz.out()", {""}},
-        {"import kz\nkz.out(u'\\xe9')", {"\xC3\xA9"}},
-        {"print 'x' * 5", {"xxxxx"}},
-        {"import sys\nprint >>sys.stderr, 'e'", {"[00000002] e"}},
-        {"from __future__ import print_function\nprint('a', 'b', sep='-', end='')", {"a-b"}},
-        {"import sys\nprint sys.stdout.encoding, sys.stdout.isatty(), sys.stdout.fileno(), sys.stderr.fileno(), "
-         "sys.stdout.softspace, sys.stdout.closed, sys.stdout.name",
-         {"UTF-8 False 1 2 1 False <stdout>"}},
-        {"import sys\nsys.stdout.close()\nprint 'open'", {"open"}},
-        {"import sys\ntry: sys.stdout.write(5)\nexcept TypeError: print 'refused'", {"refused"}},
-        {"import sys\ntry: sys.stdout.writelines(['x', 5])\nexcept TypeError: print 'refused'", {"xrefused"}},
-        {"import sys\nsys.stdout.write(buffer('b'))\nsys.stdout.write(bytearray('c'))", {"bc"}},
-        {"import sys\nout = sys.stdout\nsys.stdout = None\ntry: print 'gone'\nexcept AttributeError: sys.stdout "
-         "= out\nprint 'here'",
-         {"here"}},
-        {"import StringIO, sys\nold, sys.stdout = sys.stdout, StringIO.StringIO()\nprint 'kept'\n"
-         "text = sys.stdout.getvalue()\nsys.stdout = old\nprint repr(text)",
-         {"'kept\\n'"}},
-        {"import logging\nlogging.warning('careful')", {"[00000002] WARNING:root:careful"}},
-        {"import threading\nt = threading.Thread(target=lambda: kz.out('from a thread'))\nimport "
-         "kz\nt.start()\nt.join()",
-         {"from a thread"}},
-        {"import subprocess, sys\np = subprocess.Popen(['true'], stdout=sys.stdout, stderr=sys.stderr)\nprint "
-         "p.wait()",
-         {"0"}},
-        {"class D(object):\n  def __del__(self): print 'dying'\nd = D()\ndel d", {"dying"}},
-        {"import kz\nkz.trace(True)\nkz.trace(False)",
-         {"\x03(f:FONT_ITALIC) kz.trace: Enabled - kz.trace\x03(f:FONT_DEFAULT)",
-          "\x03(f:FONT_ITALIC) kz.trace: Disabled - kz.trace\x03(f:FONT_DEFAULT)"}},
-    });
+    check({{"print 1, 'a', None", {"1 a None"}},
+           {"print 'a',\nprint 'b'\nprint", {"a b", ""}},
+           {"print 'a',", {"a"}},
+           {"import sys\nsys.stdout.write('a\\nb')\nsys.stdout.write('c\\n\\nd')", {"a", "bc", "", "d"}},
+           {"import sys\nsys.stdout.writelines(['a', 'b\\n', u'c'])", {"ab", "c"}},
+           {"import sys\nsys.stdout.write('a')\nsys.stdout.flush()\nsys.stdout.write('b')", {"a", "b"}},
+           {"import sys\nsys.stdout.write('out')\nsys.stderr.write('err\\n')\nprint 'more'",
+            {"out", "[00000002] err", "more"}},
+           {"import kz\nprint 'held',\nkz.out('between')\nprint 'after'", {"held", "between", "after"}},
+           {"print u'\\xe9', '\\xc3\\xa9'", {"\xC3\xA9 \xC3\xA9"}},
+           {"print u'\\u20ac'", {"\xE2\x82\xAC"}},
+           {"print 'a\\0b'", {"a\\x00b"}},
+           {"import kz\nkz.out('a\\0b')", {"a\\x00b"}},
+           {"import kz\nkz.out(1, 'x', None)", {"1 x None"}},
+           {"import kz\nkz.out('', 'x', '', 'y', '')", {"x y"}},
+           {"import kz\nkz.out()", {""}},
+           {"import kz\nkz.out(u'\\xe9')", {"\xC3\xA9"}},
+           {"print 'x' * 5", {"xxxxx"}},
+           {"import sys\nprint >>sys.stderr, 'e'", {"[00000002] e"}},
+           {"from __future__ import print_function\nprint('a', 'b', sep='-', end='')", {"a-b"}},
+           {"import sys\nprint sys.stdout.encoding, sys.stdout.isatty(), sys.stdout.fileno(), sys.stderr.fileno(), "
+            "sys.stdout.softspace, sys.stdout.closed, sys.stdout.name",
+            {"UTF-8 False 1 2 1 False <stdout>"}},
+           {"import sys\nsys.stdout.close()\nprint 'open'", {"open"}},
+           {"import sys\ntry: sys.stdout.write(5)\nexcept TypeError: print 'refused'", {"refused"}},
+           {"import sys\ntry: sys.stdout.writelines(['x', 5])\nexcept TypeError: print 'refused'", {"xrefused"}},
+           {"import sys\nsys.stdout.write(buffer('b'))\nsys.stdout.write(bytearray('c'))", {"bc"}},
+           {"import sys\nout = sys.stdout\nsys.stdout = None\ntry: print 'gone'\nexcept AttributeError: sys.stdout "
+            "= out\nprint 'here'",
+            {"here"}},
+           {"import StringIO, sys\nold, sys.stdout = sys.stdout, StringIO.StringIO()\nprint 'kept'\n"
+            "text = sys.stdout.getvalue()\nsys.stdout = old\nprint repr(text)",
+            {"'kept\\n'"}},
+           {"import logging\nlogging.warning('careful')", {"[00000002] WARNING:root:careful"}},
+           {"import threading\nt = threading.Thread(target=lambda: kz.out('from a thread'))\nimport "
+            "kz\nt.start()\nt.join()",
+            {"from a thread"}},
+           {"import subprocess, sys\np = subprocess.Popen(['true'], stdout=sys.stdout, stderr=sys.stderr)\nprint "
+            "p.wait()",
+            {"0"}},
+           {"class D(object):\n  def __del__(self): print 'dying'\nd = D()\ndel d", {"dying"}},
+           {"import kz\nkz.trace(True)\nkz.trace(False)",
+            {"\x03(f:FONT_ITALIC) kz.trace: Enabled - kz.trace\x03(f:FONT_DEFAULT)",
+             "\x03(f:FONT_ITALIC) kz.trace: Disabled - kz.trace\x03(f:FONT_DEFAULT)"}}});
 }
 
 TEST_F(output, shows_exceptions_with_their_frames) {
-    raises({
-        {"def a(): b()\ndef b(): c()\ndef c(): raise ValueError('deep')\na()", "ValueError", "; deep", {3, 2, 1, 4}},
-        {"class Old:\n  def __str__(self): return 'old'\nraise Old()", "instance", "; old", {3}},
-        {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise Mute()", "Mute", "", {3}},
-        {"class Mute(object):\n  def __str__(self): raise ValueError('mute')\nimport kz\nkz.out(Mute())",
-         "ValueError",
-         "; mute",
-         {2, 4}},
-        {"raise ValueError", "ValueError", "", {1}},
-        {"raise ValueError(u'\\xe9')", "ValueError", "; \xC3\xA9", {1}},
-        {"raise ValueError('a\\0b')", "ValueError", "; a\\x00b", {1}},
-        {"if 1:\n  x = = 2", "SyntaxError", "; invalid syntax (test.py, line 2)", {}},
-        {"if 1:\n x = 1\n   y = 2", "IndentationError", "; unexpected indent (test.py, line 3)", {}},
-        {"# coding: nonsense\n\xE9", "SyntaxError", "; unknown encoding: nonsense (test.py, line 0)", {}},
-        {"raise 'text'",
-         "TypeError",
-         "; exceptions must be old-style classes or derived from BaseException, not str",
-         {1}},
-        {"import kz\nkz.throw(0x80000001)", "NotImplementedError", "; not implemented", {2}},
-        {"import kz\nkz.throw()", "TypeError", "; function takes at least 1 argument (0 given)", {2}},
-        {"import kz\nkz.throw(0)", "SystemError", "; error return without exception set", {2}},
-    });
-    check({
-        {"import kz\nkz.outEx()", {"[80000000] Unexpected or NULL exception"}},
-        {"import sys\nsys.exit(3)", {}},
-        {"import kz\ntry: 1/0\nexcept ZeroDivisionError: kz.outEx('Heading')",
-         {"[00000002] Heading",
-          "[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
-          " .. test.py: 2"}},
-        // Looking at an exception that is being handled does not take it away.
-        {"import kz\ntry:\n  try: 1/0\n  except: kz.outEx(); print kz.excResult() == kz.excResult(); raise\n"
-         "except ZeroDivisionError: print 'raised'",
-         {"[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero", " .. test.py: 3",
-          "True", "raised"}},
-        {"import kz, sys\ntry: sys.exit(1)\nexcept SystemExit: kz.outEx()", {"sys.exit() exception", " .. test.py: 2"}},
-    });
+    raises(
+        {{"def a(): b()\ndef b(): c()\ndef c(): raise ValueError('deep')\na()", "ValueError", "; deep", {3, 2, 1, 4}},
+         {"class Old:\n  def __str__(self): return 'old'\nraise Old()", "instance", "; old", {3}},
+         {"class Mute(Exception):\n  def __str__(self): raise ValueError\nraise Mute()", "Mute", "", {3}},
+         {"class Mute(object):\n  def __str__(self): raise ValueError('mute')\nimport kz\nkz.out(Mute())",
+          "ValueError",
+          "; mute",
+          {2, 4}},
+         {"raise ValueError", "ValueError", "", {1}},
+         {"raise ValueError(u'\\xe9')", "ValueError", "; \xC3\xA9", {1}},
+         {"raise ValueError('a\\0b')", "ValueError", "; a\\x00b", {1}},
+         {"if 1:\n  x = = 2", "SyntaxError", "; invalid syntax (test.py, line 2)", {}},
+         {"if 1:\n x = 1\n   y = 2", "IndentationError", "; unexpected indent (test.py, line 3)", {}},
+         {"# coding: nonsense\n\xE9", "SyntaxError", "; unknown encoding: nonsense (test.py, line 0)", {}},
+         {"raise 'text'",
+          "TypeError",
+          "; exceptions must be old-style classes or derived from BaseException, not str",
+          {1}},
+         {"import kz\nkz.throw(0x80000001)", "NotImplementedError", "; not implemented", {2}},
+         {"import kz\nkz.throw()", "TypeError", "; function takes at least 1 argument (0 given)", {2}},
+         {"import kz\nkz.throw(0)", "SystemError", "; error return without exception set", {2}}});
+    check({{"import kz\nkz.outEx()", {"[80000000] Unexpected or NULL exception"}},
+           {"import sys\nsys.exit(3)", {}},
+           {"import kz\ntry: 1/0\nexcept ZeroDivisionError: kz.outEx('Heading')",
+            {"[00000002] Heading",
+             "[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
+             " .. test.py: 2"}},
+           // Looking at an exception that is being handled does not take it away.
+           {"import kz\ntry:\n  try: 1/0\n  except: kz.outEx(); print kz.excResult() == kz.excResult(); raise\n"
+            "except ZeroDivisionError: print 'raised'",
+            {"[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
+             " .. test.py: 3", "True", "raised"}},
+           {"import kz, sys\ntry: sys.exit(1)\nexcept SystemExit: kz.outEx()",
+            {"sys.exit() exception", " .. test.py: 2"}}});
     const std::string deep = host.output("def f(): f()\nf()");
     EXPECT_TRUE(
         deep.starts_with("test.py\n  [80000000] Unhandled exception \"RuntimeError\"; maximum recursion depth"));
@@ -126,19 +122,13 @@ TEST_F(output, shows_exceptions_with_their_frames) {
 
 // A console in Python may do anything with what it is told.
 TEST(output_of_a_console, that_fails_is_not_lost) {
-    const std::string begin = "import kz, kz.service, kzifc\n"
-                              "scripts = kz.service.ScriptSys()\n"
-                              "line = scripts.LineInterpreterByName('python')\n"
-                              "class E(kzifc.LineExecution):\n"
-                              "  def lin_Flags(self): return 0\n"
-                              "  def lin_Info(self";
+    const std::string begin = "import kz, kz.service, kzifc\nscripts = kz.service.ScriptSys()\n"
+                              "line = scripts.LineInterpreterByName('python')\nclass E(kzifc.LineExecution):\n"
+                              "  def lin_Flags(self): return 0\n  def lin_Info(self";
     const char* raised =
         "[00000002] LineExecution.lin_Info of __main__.E: it raised ValueError: no (test.py: line 6)\n";
-    const struct {
-        const char* info;
-        const char* told;  // below the heading
-        const char* log;
-    } table[] = {
+    // The rest of its line, what is told below the heading, and what the log gets.
+    const std::tuple<const char*, const char*, const char*> table[] = {
         {", text): print 'heard', text", "  heard 1\n", ""},
         {", text): print 'heard', text,", "  heard heard 1\n", ""},  // the console is told the rest of its line, too
         {"): pass",
@@ -153,14 +143,13 @@ TEST(output_of_a_console, that_fails_is_not_lost) {
          "  \x03(f:FONT_ITALIC) kz.trace: Enabled - kz.trace\x03(f:FONT_DEFAULT)\n"
          "  \x03(f:FONT_ITALIC) kz.trace: Disabled - kz.trace\x03(f:FONT_DEFAULT)\n",
          ""},
-        {", text): line.Execute('print 2', E())", "", "2\n"},
-    };
-    for (const auto& row : table)
-        kzInChild(row.info, [&] {
+        {", text): line.Execute('print 2', E())", "", "2\n"}};
+    for (const auto& [info, told, log] : table)
+        kzInChild(info, [&, info = info, told = told, log = log] {
             CPluginHost host;
             host.load();
-            EXPECT_EQ(host.output(begin + row.info + "\nkz.out('begin')\nline.Execute('print 1', E())"),
-                      std::string("test.py\n  begin\n") + row.told);
-            EXPECT_EQ(host.log("python"), row.log);
+            EXPECT_EQ(host.output(begin + info + "\nkz.out('begin')\nline.Execute('print 1', E())"),
+                      std::string("test.py\n  begin\n") + told);
+            EXPECT_EQ(host.log("python"), log);
         });
 }

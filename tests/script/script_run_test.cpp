@@ -34,18 +34,16 @@ TEST_F(script_run, is_asked_by_the_word_python) {
 }
 
 TEST_F(script_run, splits_its_arguments) {
-    const std::pair<const char*, const char*> table[] = {
-        {"", "()"},
-        {"   ", "()"},
-        {"\"\"", "()"},
-        {"a b", "('a', 'b')"},
-        {"a \"b c\"d x\"\"y", "('a', 'b c', 'd', 'x\"\"y')"},
-        {"  \"open", "('open',)"},
-        {"\"a\"\"b\" \"\" c", "('a', 'b', 'c')"},
-        {"a\tb c\\\"d", "('a\\tb', 'c\\\\\"d')"},
-        {"\"", "()"},
-        {"\xC3\xA9", "('\\xc3\\xa9',)"},
-    };
+    const std::pair<const char*, const char*> table[] = {{"", "()"},
+                                                         {"   ", "()"},
+                                                         {"\"\"", "()"},
+                                                         {"a b", "('a', 'b')"},
+                                                         {"a \"b c\"d x\"\"y", "('a', 'b c', 'd', 'x\"\"y')"},
+                                                         {"  \"open", "('open',)"},
+                                                         {"\"a\"\"b\" \"\" c", "('a', 'b', 'c')"},
+                                                         {"a\tb c\\\"d", "('a\\tb', 'c\\\\\"d')"},
+                                                         {"\"", "()"},
+                                                         {"\xC3\xA9", "('\\xc3\\xa9',)"}};
     for (const auto& [args, tuple] : table) {
         const std::string text = host.output("import kz\nkz.out(repr(kz.args()))\nkz.out(repr(kz.arg()))", args);
         EXPECT_TRUE(text.starts_with(std::string("test.py\n  ") + tuple + "\n")) << text;
@@ -54,11 +52,7 @@ TEST_F(script_run, splits_its_arguments) {
 }
 
 TEST_F(script_run, tells_how_it_ended) {
-    const struct {
-        const char* script;
-        KzResult code;
-        const char* message;
-    } table[] = {
+    const std::tuple<const char*, KzResult, const char*> table[] = {
         {"pass", KZe_OK, nullptr},
         {"", KZe_OK, nullptr},
         {"import sys\nsys.exit()", KZe_OK, nullptr},
@@ -82,8 +76,7 @@ TEST_F(script_run, tells_how_it_ended) {
         {"import sys\nsys.exit((1, 2))", KZe_OK, "exit_code|OK"},
         {"raise ValueError('bad')", KZe_FAILED, "script_err|Unhandled exception \"ValueError\" @ test.py: line 1; bad"},
         {"def f():\n  g()\ndef g():\n  raise KeyError\nf()", KZe_FAILED,
-         "script_err|Unhandled exception \"KeyError\" @ test.py: line 4 / test.py: line 2 / test.py: line "
-         "5; "},
+         "script_err|Unhandled exception \"KeyError\" @ test.py: line 4 / test.py: line 2 / test.py: line 5; "},
         {"class Old: pass\nraise Old()", KZe_FAILED, nullptr},
         {"x = (", KZe_FAILED,
          "script_err|Unhandled exception \"SyntaxError\"; unexpected EOF while parsing (test.py, line 1)"},
@@ -97,21 +90,20 @@ TEST_F(script_run, tells_how_it_ended) {
          "script_err|Unhandled exception \"SyntaxError\"; unknown encoding: nonsense (test.py, line 0)"},
         {"def f(): f()\ntry: f()\nexcept RuntimeError: pass\nelse: 1/0", KZe_OK, nullptr},
         {"import sys\nsys.exit(2)   \n\n  # trailing words (\n\t\n", 2, "exit_code|WARNING"},
-        {"x = 1\n# a (\n\n#b", KZe_OK, nullptr},
-    };
-    for (const auto& row : table) {
+        {"x = 1\n# a (\n\n#b", KZe_OK, nullptr}};
+    for (const auto& [text, code, expected] : table) {
         const auto message = CHostRef<CMessage>::make();
         CKzLoc_Unknown object;
         const CKzUser_TextScriptInterpreter interpreter(host.spawn(KZa_TEXTSCRIPTINTERPRETER, object).raw());
-        const auto script = CHostRef<CScript>::make("test.py", row.script);
-        EXPECT_EQ(interpreter->Run(script.raw(), 0, "", message.raw()), row.code) << row.script;
-        if (row.message == nullptr) continue;
+        const auto script = CHostRef<CScript>::make("test.py", text);
+        EXPECT_EQ(interpreter->Run(script.raw(), 0, "", message.raw()), code) << text;
+        if (expected == nullptr) continue;
         const char* texts[] = {"", "", ""};
         message->msg_Key(&texts[0]);
         for (std::uint32_t index : {1, 2}) message->msg_Argument(index, &texts[index]);
         std::string told;
-        for (const char* text : texts) told += (told.empty() || *text == '\0' ? "" : "|") + std::string(text);
-        EXPECT_EQ(told, row.message) << row.script;
+        for (const char* each : texts) told += (told.empty() || *each == '\0' ? "" : "|") + std::string(each);
+        EXPECT_EQ(told, expected) << text;
         EXPECT_EQ(message->msg_Code(), KZe_OK);
     }
 }
@@ -126,8 +118,7 @@ TEST_F(script_run, starts_afresh_and_leaves_nothing_behind) {
         {"import __main__\n__main__.__dict__.clear()", 0},
         {"print 1", 0},
         {"import sys\nsys.modules.clear()", KZe_FAILED},
-        {"1/0", KZe_FAILED},
-    };
+        {"1/0", KZe_FAILED}};
     for (const auto& [script, code] : runs) EXPECT_EQ(host.run(script).code, code) << script;
     EXPECT_EQ(host.run("").code, 0U);
 }
@@ -139,12 +130,8 @@ TEST_F(script_run, keeps_what_belongs_to_the_outer_script) {
                     "if kz.args() == ('2',): sys.exit(7)\n1/0\n");
     const std::string outer = "import kz, kz.service\nrun = kz.service.ScriptSys().Run\nprint 'unfinished',\n"
                               "try: run('" +
-                              inner +
-                              "', 0, '1 \"2 3\"', None)\nexcept RuntimeError as e: kz.out('out', e)\n"
-                              "run('" +
-                              inner +
-                              "', 0, '2', None)\n"
-                              "kz.out(kz.lastResult(), kz.arg(), kz.option('queryAnglesAs'))";
+                              inner + "', 0, '1 \"2 3\"', None)\nexcept RuntimeError as e: kz.out('out', e)\nrun('" +
+                              inner + "', 0, '2', None)\nkz.out(kz.lastResult(), kz.arg(), kz.option('queryAnglesAs'))";
     EXPECT_EQ(
         host.output(outer, "own arguments"),
         "test.py\n  unfinished\n  " + inner +
@@ -154,10 +141,11 @@ TEST_F(script_run, keeps_what_belongs_to_the_outer_script) {
 }
 
 TEST_F(script_run, trims_nothing_but_idle_lines_at_the_end) {
-    const std::pair<const char*, const char*> table[] = {
-        {"print 1\n\n  \n# c\n   # d", "1"}, {"print len('''\n# kept\n\n''')", "9"},  {"print 1 # c", "1"},
-        {"\n\n\nprint 1\n\f\v\r\n", "1"},    {"if 1:\n  print 1\n  # c\n# d\n", "1"},
-    };
+    const std::pair<const char*, const char*> table[] = {{"print 1\n\n  \n# c\n   # d", "1"},
+                                                         {"print len('''\n# kept\n\n''')", "9"},
+                                                         {"print 1 # c", "1"},
+                                                         {"\n\n\nprint 1\n\f\v\r\n", "1"},
+                                                         {"if 1:\n  print 1\n  # c\n# d\n", "1"}};
     for (const auto& [script, printed] : table)
         EXPECT_EQ(host.output(script), std::string("test.py\n  ") + printed + "\n") << script;
 }

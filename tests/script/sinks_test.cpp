@@ -5,8 +5,6 @@
 
 #include "kz/result.h"
 
-extern "C" IKzUnknown* _IKzModule_Create();
-
 namespace {
 
 class Sink : public COutput {

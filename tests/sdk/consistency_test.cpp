@@ -87,15 +87,13 @@ TEST(Consistency, AMaskCoversWhatIsThere) {
 
 // One name, one kind: a script's author learns it once. Only an index that may be -1 has a sign.
 TEST(Consistency, ParametersOfOneNameAreOfOneKind) {
-    const std::map<std::string, std::set<Kind>> kinds = {
-        {"time", {Kind::Double}},
-        {"flags", {Kind::Uint}},
-        {"count", {Kind::Uint}},
-        {"changes", {Kind::Uint}},
-        {"index", {Kind::Uint, Kind::Int}},
-        {"name", {Kind::String, Kind::Text}},
-        {"title", {Kind::String, Kind::Text}},
-    };
+    const std::map<std::string, std::set<Kind>> kinds = {{"time", {Kind::Double}},
+                                                         {"flags", {Kind::Uint}},
+                                                         {"count", {Kind::Uint}},
+                                                         {"changes", {Kind::Uint}},
+                                                         {"index", {Kind::Uint, Kind::Int}},
+                                                         {"name", {Kind::String, Kind::Text}},
+                                                         {"title", {Kind::String, Kind::Text}}};
     for (const Interface* each : describedInterfaces())
         for (const Method& method : each->methods)
             for (const Parameter& parameter : method.parameters) {
@@ -110,12 +108,10 @@ TEST(Consistency, ParametersOfOneNameAreOfOneKind) {
 
 // Counts, floats and what an object is called are learned once for each interface.
 TEST(Consistency, AnInterfaceHasOneConvention) {
-    const auto isScalar = [](const Type& type, Kind kind) { return type.kind == kind; };
     for (const Interface* each : describedInterfaces()) {
         std::set<std::pair<bool, Kind>> counts;  // with inputs, what is returned
         std::set<Kind> names;
-        bool singles = false;
-        bool doubles = false;
+        std::set<Kind> kinds;
         for (const Method& method : each->methods) {
             const auto outputs = method.outputs();
             const bool isInteger = outputs.empty() ? kzgen::isInteger(method.returns.kind)
@@ -127,17 +123,14 @@ TEST(Consistency, AnInterfaceHasOneConvention) {
             if (method.inputs().empty() && method.returns.kind == Kind::Result && outputs.size() == 1 &&
                 (outputs[0]->type.kind == Kind::String || outputs[0]->type.kind == Kind::Text))
                 names.insert(outputs[0]->type.kind == Kind::Text ? Kind::Text : Kind::Result);
-            singles = singles || isScalar(method.returns, Kind::Float);
-            doubles = doubles || isScalar(method.returns, Kind::Double);
-            for (const Parameter& parameter : method.parameters) {
-                singles = singles || isScalar(parameter.type, Kind::Float);
-                doubles = doubles || isScalar(parameter.type, Kind::Double);
-            }
+            kinds.insert(method.returns.kind);
+            for (const Parameter& parameter : method.parameters) kinds.insert(parameter.type.kind);
         }
         // Values of their own width are what a stream and a value are about.
         const bool isStream = each->name == "BlockRead" || each->name == "BlockWrite";
         const bool isValue = each->name == "Value" && !each->service;
-        EXPECT_FALSE(singles && doubles && !isStream) << toString(each->at) << " mixes float and double";
+        EXPECT_FALSE(kinds.contains(Kind::Float) && kinds.contains(Kind::Double) && !isStream)
+            << toString(each->at) << " mixes float and double";
         EXPECT_LE(names.size(), isValue ? 2U : 1U) << toString(each->at) << " mixes conventions for texts";
         for (const bool inputs : {false, true})
             EXPECT_LE(std::ranges::count_if(counts, [=](const auto& c) { return c.first == inputs; }), 1)

@@ -60,25 +60,20 @@ struct Output {
     std::string expression;
     std::string bytes;
 };
-const std::map<char, Output>& outputs() {
-    static const std::map<char, Output> all = {
-        {'i', {"-9", bytesOf(std::int32_t(-9))}},
-        {'I', {"0xFFFFFFF0", bytesOf(0xFFFFFFF0U)}},
-        {'n', {"1 << 40", bytesOf(std::int64_t(1) << 40)}},
-        {'p', {"0x5678", bytesOf(std::int64_t(0x5678))}},
-        {'P', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
-        {'h', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
-        {'b', {"True", bytesOf(true)}},
-        {'f', {"0.25", bytesOf(0.25F)}},
-        {'d', {"0.25", bytesOf(0.25)}},
-        {'T', {"'out'", bytesOf("out")}},
-        {'z', {"'out'", {}}},
-        {'O', {"there", {}}},
-        {'V', {"[1.5, 2.5, -3.5, 4.5]", bytesOf(std::array{1.5, 2.5, -3.5, 4.5})}},
-        {'v', {"[1.5, 2.5, -3.5, 4.5]", bytesOf(std::array{1.5F, 2.5F, -3.5F, 4.5F})}},
-    };
-    return all;
-}
+const std::map<char, Output> outputs = {{'i', {"-9", bytesOf(std::int32_t(-9))}},
+                                        {'I', {"0xFFFFFFF0", bytesOf(0xFFFFFFF0U)}},
+                                        {'n', {"1 << 40", bytesOf(std::int64_t(1) << 40)}},
+                                        {'p', {"0x5678", bytesOf(std::int64_t(0x5678))}},
+                                        {'P', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
+                                        {'h', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
+                                        {'b', {"True", bytesOf(true)}},
+                                        {'f', {"0.25", bytesOf(0.25F)}},
+                                        {'d', {"0.25", bytesOf(0.25)}},
+                                        {'T', {"'out'", bytesOf("out")}},
+                                        {'z', {"'out'", {}}},
+                                        {'O', {"there", {}}},
+                                        {'V', {"[1.5, 2.5, -3.5, 4.5]", bytesOf(std::array{1.5, 2.5, -3.5, 4.5})}},
+                                        {'v', {"[1.5, 2.5, -3.5, 4.5]", bytesOf(std::array{1.5F, 2.5F, -3.5F, 4.5F})}}};
 
 // The arguments of one call, by the row's signature, and what is expected on either side.
 class Call {
@@ -139,7 +134,7 @@ public:
     }
     void expectCleared() {
         for (std::size_t index = 0; index < m_outputs.size(); ++index) {
-            const std::size_t size = m_outputs[index] == "T" ? 1 : outputs().at(m_outputs[index][0]).bytes.size();
+            const std::size_t size = m_outputs[index] == "T" ? 1 : outputs.at(m_outputs[index][0]).bytes.size();
             const auto* bytes = static_cast<const char*>(place(index));
             EXPECT_TRUE(std::all_of(bytes, bytes + (size != 0 ? std::min<std::size_t>(size, 8) : 8),
                                     [](char byte) { return byte == 0; }))
@@ -163,8 +158,7 @@ private:
             {'O', {"object 1", {.pointer = m_object}}},
             {'V', {"(1.5, 2.5, -3.5)", {.pointer = m_doubles}}},
             {'v', {"(1.5, 2.5, -3.5)", {.pointer = m_floats}}},
-            {'A', {"storage ?", {.pointer = &m_buffers[m_arrays * 8]}}},
-        };
+            {'A', {"storage ?", {.pointer = &m_buffers[m_arrays * 8]}}}};
         const auto number = static_cast<std::int64_t>(m_inputs.size()) + 2;
         const auto found = known.find(*letter);
         m_seen += " " + (found != known.end() ? found->second.first : std::to_string(number));
@@ -198,7 +192,7 @@ private:
     }
 
     static std::string expressionFor(const std::string& output) {
-        const std::string expression = outputs().at(output[0]).expression;
+        const std::string expression = outputs.at(output[0]).expression;
         return output.size() == 1 ? expression : expression + "[:" + output[1] + "]";
     }
 
@@ -210,7 +204,7 @@ private:
             return held.raw() == m_object;
         }
         // What is returned is a word, in which a single number takes double room.
-        const std::string& bytes = outputs().at(output == "f" && stored == &m_answer ? 'd' : output[0]).bytes;
+        const std::string& bytes = outputs.at(output == "f" && stored == &m_answer ? 'd' : output[0]).bytes;
         const std::size_t size = output.size() == 1 ? bytes.size() : bytes.size() / 4 * (output[1] - '0');
         return std::memcmp(stored, bytes.data(), size) == 0;
     }
@@ -229,24 +223,17 @@ private:
     float m_floats[3] = {1.5F, 2.5F, -3.5F};
 };
 
-struct Failure {
-    const char* answer;
-    KzResult code;
-};
-
 // However a method fails, a result operation answers with the code, and the others with zero.
-constexpr Failure raised[] = {
-    {"fail(NotImplementedError)", KZe_NOTIMPL},
-    {"fail(MemoryError)", KZe_OUTOFMEMORY},
-    {"fail(IndexError)", KZe_OUTOFBOUNDS},
-    {"fail(KeyError)", KZe_NOTFOUND},
-    {"fail(TypeError('no interface'))", KZe_NOINTERFACE},
-    {"fail(TypeError('invalid argument'))", KZe_INVALIDARG},
-    {"fail(RuntimeError('bad result: NOTREADY'))", KZe_NOTREADY},
-    {"fail(SystemExit)", KZe_FAILED},
-    {"fail(KeyboardInterrupt)", KZe_FAILED},
-    {"fail(ZeroDivisionError)", KZe_FAILED},
-};
+constexpr std::pair<const char*, KzResult> raised[] = {{"fail(NotImplementedError)", KZe_NOTIMPL},
+                                                       {"fail(MemoryError)", KZe_OUTOFMEMORY},
+                                                       {"fail(IndexError)", KZe_OUTOFBOUNDS},
+                                                       {"fail(KeyError)", KZe_NOTFOUND},
+                                                       {"fail(TypeError('no interface'))", KZe_NOINTERFACE},
+                                                       {"fail(TypeError('invalid argument'))", KZe_INVALIDARG},
+                                                       {"fail(RuntimeError('bad result: NOTREADY'))", KZe_NOTREADY},
+                                                       {"fail(SystemExit)", KZe_FAILED},
+                                                       {"fail(KeyboardInterrupt)", KZe_FAILED},
+                                                       {"fail(ZeroDivisionError)", KZe_FAILED}};
 
 class LoopbackTest : public ServingTest {
 protected:
@@ -339,47 +326,35 @@ TEST_F(LoopbackTest, EveryOperation) {
         EXPECT_EQ(code(call.run(server.raw(), false)), KZe_INVALIDARG) << row.name;
         EXPECT_EQ(value("seen"), "") << row.name;
     }
-    std::printf("loopback: %zu operations forwarded, %zu inert, of %zu adapters\n", forwarded, inert,
-                kzAdapters.size());
     std::size_t methods = 0;
     for (const KzAdapterRow* adapter : kzAdapters) methods += adapter->methods.size();
     EXPECT_EQ(forwarded, methods);
-    if (kzAdapters.size() == 205) {
-        EXPECT_EQ(forwarded, 1328U);
-        EXPECT_EQ(inert, 67U);
-    }
+    EXPECT_EQ(inert, 67U);
 }
 
 // A host follows an address and a table of hints without a question.
 TEST_F(LoopbackTest, NumbersThatAreNoAddressesAreRefused) {
-    struct Answer {
-        const char* letters;  // of the outputs that are given it
-        const char* value;
-        KzResult code;
-    };
-    constexpr Answer table[] = {
-        {"Ph", "True", KZe_INVALIDARG},
-        {"Ph", "1", KZe_INVALIDARG},
-        {"Ph", "0xFFFF", KZe_INVALIDARG},
-        {"Ph", "-1", KZe_INVALIDARG},
-        {"Ph", "1 << 48", KZe_INVALIDARG},
-        {"Ph", "1 << 70", KZe_INVALIDARG},
-        {"Ph", "'text'", KZe_FAILED},
-        {"Ph", "1.5", KZe_FAILED},
-        {"P", "{1: 'one'}", KZe_FAILED},
-        {"h", "[(1, 'one', 2)]", KZe_INVALIDARG},
-        {"h", "[1]", KZe_INVALIDARG},
-        {"h", "[('one', 1)]", KZe_FAILED},
-        {"h", "{1: 'a\\0b'}", KZe_INVALIDARG},
-        {"h", "{1: Unreadable()}", KZe_FAILED},
-        {"h", "Hints([1, 2])", KZe_INVALIDARG},
-        {"h", "kz.Storage('i', 2)", KZe_FAILED},
-        {"Ph", "None", KZe_OK},
-        {"Ph", "0", KZe_OK},
-        {"Ph", "False", KZe_OK},
-    };
-    run("class Unreadable(object):\n    def __str__(self): raise ValueError('unreadable')\n"
-        "class Hints(list): pass");
+    // The letters of the outputs that are given a value, the value, and the code.
+    constexpr std::tuple<const char*, const char*, KzResult> table[] = {{"Ph", "True", KZe_INVALIDARG},
+                                                                        {"Ph", "1", KZe_INVALIDARG},
+                                                                        {"Ph", "0xFFFF", KZe_INVALIDARG},
+                                                                        {"Ph", "-1", KZe_INVALIDARG},
+                                                                        {"Ph", "1 << 48", KZe_INVALIDARG},
+                                                                        {"Ph", "1 << 70", KZe_INVALIDARG},
+                                                                        {"Ph", "'text'", KZe_FAILED},
+                                                                        {"Ph", "1.5", KZe_FAILED},
+                                                                        {"P", "{1: 'one'}", KZe_FAILED},
+                                                                        {"h", "[(1, 'one', 2)]", KZe_INVALIDARG},
+                                                                        {"h", "[1]", KZe_INVALIDARG},
+                                                                        {"h", "[('one', 1)]", KZe_FAILED},
+                                                                        {"h", "{1: 'a\\0b'}", KZe_INVALIDARG},
+                                                                        {"h", "{1: Unreadable()}", KZe_FAILED},
+                                                                        {"h", "Hints([1, 2])", KZe_INVALIDARG},
+                                                                        {"h", "kz.Storage('i', 2)", KZe_FAILED},
+                                                                        {"Ph", "None", KZe_OK},
+                                                                        {"Ph", "0", KZe_OK},
+                                                                        {"Ph", "False", KZe_OK}};
+    run("class Unreadable(object):\n    def __str__(self): raise ValueError('unreadable')\nclass Hints(list): pass");
     std::string operations;
     for (const LoopbackRow& row : loopbackRows()) {
         const char* outputs = std::strchr(row.signature, ':');

@@ -16,9 +16,7 @@ TEST(Serving, IsAsScriptsSeeIt) {
 }
 
 TEST_F(ServingTest, WhatTheHostAsksWronglyIsRefused) {
-    run("class Textless(object):\n"
-        "    def __str__(self): raise MemoryError\n"
-        "class Odd(Command): pass\n"
+    run("class Textless(object):\n    def __str__(self): raise MemoryError\nclass Odd(Command): pass\n"
         "kz.bless(Odd, 'odd', {Textless(): 1})\n");
     CKzLoc_Unknown found;
     EXPECT_EQ(server().GetTags("odd", &KZu_COMMAND, found.out()), KZe_FAILED);
@@ -55,8 +53,7 @@ TEST_F(ServingTest, InheritsFromAnotherObject) {
 }
 
 TEST_F(ServingTest, EightDeepAndOnEightThreads) {
-    const auto made = command("    def cmd_ArgFlags(self, index):\n"
-                              "        if not index: return 0\n"
+    const auto made = command("    def cmd_ArgFlags(self, index):\n        if not index: return 0\n"
                               "        return kz.object.Command(self).ArgFlags(index - 1) + 1");
     onThreads(8, 100, [&](int) {
         std::uint32_t flags = 0;
@@ -68,10 +65,7 @@ TEST_F(ServingTest, EightDeepAndOnEightThreads) {
 }
 
 TEST_F(ServingTest, ReleasedOnAnyThread) {
-    run("gone = []\n"
-        "class Dying(Command):\n"
-        "    def __del__(self): gone.append(1)\n"
-        "kz.bless(Dying, 'dying')\n");
+    run("gone = []\nclass Dying(Command):\n    def __del__(self): gone.append(1)\nkz.bless(Dying, 'dying')\n");
     onThreads(8, 50, [this](int) {
         CKzLoc_Unknown made;
         made.take(spawn("dying"));
@@ -97,11 +91,10 @@ TEST_F(ServingTest, OutlivesPython) {
 
 // What is said when the interpreter ends about instances that nobody will ever free.
 TEST(Leftovers, AreNamedByClass) {
-    const struct {
-        const char* body;
-        const char* made;
-        const char* said;
-    } cases[] = {
+    struct Left {
+        const char *body, *made, *said;
+    };
+    const Left cases[] = {
         {"def __init__(self): self.me = kz.object.Unknown(self)", "kept = [A(), A()]; del kept", "__main__.A (2)"},
         {"def __init__(self): self.deep = [{1: (self.reach, kz.object.Unknown(self))}]\n    def reach(self): pass",
          "A()", "__main__.A (1)"},
@@ -117,16 +110,14 @@ TEST(Leftovers, AreNamedByClass) {
         {"pass",
          "B._sub_ifcs = [(A, None)]; kz.bless(B, 'b', None, B)\nB.__init__ = lambda self, meta: None\n"
          "sys.kept = kz.service.Host().SpawnServer('actionlistener', 'b')\nkz.object.Command(sys.kept)",
-         ""},
-    };
+         ""}};
     for (const auto& each : cases)
         kzInChild(each.made, [&each] {
             CPluginHost host;
             host.nothingAlive.isExpected = false;
             host.load();
             const ScriptEnd end =
-                host.run("import kz, kzifc, kzu.object, sys\n"
-                         "class A(kzifc.Command, kzifc.Value):\n    " +
+                host.run("import kz, kzifc, kzu.object, sys\nclass A(kzifc.Command, kzifc.Value):\n    " +
                          std::string(each.body) + "\nclass B(kzifc.ActionListener): pass\n" + each.made);
             EXPECT_EQ(end.code, 0U) << end.message << host.log("scripts");
             host.clearLog();

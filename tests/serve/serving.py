@@ -6,7 +6,6 @@ import weakref
 from types import ClassType
 
 import kz
-import kzifc
 from checks import code_of, equal, fails, result_of
 
 HOST = kz.service.Host()
@@ -75,7 +74,7 @@ NO_PAIR = '_sub_ifcs[0] of the meta object: expected a pair of a class and its m
 REFUSED = [
     ("kz.bless(Good, 'refuse.good')", None),
     ("kz.bless(Good, 'refuse.good')", FAILED, TAKEN),
-    ("kz.bless(Good, 'refuse.second', None)", None),
+    ("kz.bless(Good, u'refuse.second', None)", None),
     ("kz.bless(Good)", 'TypeError: function takes at least 2 arguments (1 given)'),
     ("kz.bless(Good, 'x', tags={})", 'TypeError: bless() takes no keyword arguments'),
     ("kz.bless(Good(), 'refuse.instance')", FAILED, NO_CLASS + 'an object of the type Derived'),
@@ -133,13 +132,11 @@ def check_the_bases_are_walked_depth_first():
 
 def check_servers_are_listed_in_the_order_of_blessing():
     service = kz.Service('host')
-    service.select('servers', '')
-    before = len(service.queryN())
+    before = len(service.select('servers', '') or service.queryN())
     for name, base in (('listed', Command), ('listed', Listener), ('listed.a', Command)):
         kz.bless(derived(base), name)
     service.select('servers', '')
     equal(service.queryN()[before:], ('listed', 'listed', 'listed.a'))
-    equal(map(HOST.IsServer, ('command', 'actionlistener', 'command'), ('listed', 'listed', 'listed.a')), [True] * 3)
 
 
 def check_only_the_first_thread_blesses():
@@ -180,8 +177,6 @@ ANSWERS = [
     ('def cmd_ArgFlags(self, index): return -1', 0xFFFFFFFF, 0),
     ('def cmd_ArgFlags(self, index): return 0xFFFFFFFFL', 0xFFFFFFFF, 0),
     ('def cmd_ArgFlags(self, index): return 1 << 70', 'FAILED', 1),
-    ('def cmd_ArgFlags(self, index): return None', 'FAILED', 1),
-    ("def cmd_ArgFlags(self, index): return '5'", 'FAILED', 1),
     ('def cmd_ArgFlags(self, index): return kz.throw(0x80000017)', 'NOTFOUND', 2),
     ('def cmd_ArgFlags(self, index): return kz.throw(0x80000017, 1)', 'NOTFOUND', 0),
     ('def cmd_ArgFlags(self, index): kz.notimpl()', 'NOTIMPL', 0),
@@ -190,10 +185,6 @@ ANSWERS = [
     ("def cmd_ArgFlags(self, index): raise RuntimeError('bad result: PARTICLE_KILL ')", 'FAILED', 2),
     ("def cmd_ArgFlags(self, index): raise RuntimeError('bad result: DISABLED')", 'DISABLED', 0),
     ('def cmd_ArgFlags(self, index): raise SystemExit(0)', 'FAILED', 2),
-    ('def cmd_ArgFlags(self, index): raise KeyboardInterrupt', 'FAILED', 2),
-    ('def cmd_ArgFlags(self, index): raise MemoryError', 'OUTOFMEMORY', 2),
-    ('def cmd_ArgFlags(self, index): raise KeyError', 'NOTFOUND', 2),
-    ("def cmd_ArgFlags(self, index): raise TypeError('no interface')", 'NOINTERFACE', 2),
     ('pass', 'FAILED', 1),  # no such method: an AttributeError without a frame
     ('cmd_ArgFlags = 3', 'FAILED', 1),
     ('def cmd_ArgFlags(self): return 1', 'FAILED', 1),
@@ -380,20 +371,3 @@ def check_sub_servers_answer_for_what_the_class_lacks():
     alive, sub.made = weakref.ref(sub.made), None
     once = again = outer = None
     equal(alive() is not None, True)  # the reference that a sub-object's making gave is kept
-
-
-def check_any_instance_can_be_passed_and_found_again():
-    passed = derived(Command, cmd_ArgClear=lambda self, index: setattr(self, 'cleared', index))()
-    wrapper = kz.object.Unknown(passed)
-    kz.object.Command(wrapper).ArgClear(5)
-    equal((kz.extract(wrapper) is passed, passed.cleared), (True, 5))
-    equal(code_of(kz.object.Unknown, object()), 'Object cannot be converted to interface')
-
-
-def check_generated_base_classes_answer_for_what_is_left_out():
-    told()
-    served = derived(kzifc.Command, kzifc.Attributes, cmd_ArgFlags=lambda self, index: index + 1)
-    made = kz.object.Command(spawn(bless(served)))
-    equal(made.ArgFlags(6), 7)
-    fails('NOTIMPL', (made.Flags,))
-    equal((kz.object.Attributes(made).Count(), told()), (0, []))

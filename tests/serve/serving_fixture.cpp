@@ -5,8 +5,6 @@
 #include "tests/support/python_text.h"
 #include "wrap/wrapper.h"
 
-extern "C" IKzUnknown* _IKzModule_Create();
-
 namespace {
 
 constexpr const char* prepare = R"(

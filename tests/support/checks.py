@@ -15,6 +15,12 @@ def near(found, expected, within=1e-9):
         '%r instead of %r' % (found, expected))
 
 
+def storage(letter, *values):
+    made = kz.Storage(letter, len(values))
+    made.set(values)
+    return made
+
+
 def code_of(function, *arguments):
     """The name of the code with which the host ends the call, or what it raises when the host is not reached."""
     kz.service.Application().Name()

@@ -6,6 +6,11 @@
 #include <fstream>
 #include <string>
 
+inline std::string contentsOf(const std::filesystem::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 class CTestFolder {
 public:
     CTestFolder() {

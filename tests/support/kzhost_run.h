@@ -38,10 +38,7 @@ protected:
     }
     // A file that the host finds by itself.
     std::string serve(const std::string& name, const std::string& text) const { return write("servers/" + name, text); }
-    std::string contents(const std::string& name) const {
-        std::ifstream stream(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
+    std::string contents(const std::string& name) const { return contentsOf(path(name)); }
 
     // Starts the program with its output in the files "out" and "err" and a text as its input.
     pid_t start(const std::vector<std::string>& words, const std::string& input = {}) const {

@@ -16,6 +16,9 @@
 #include <string>
 #include <vector>
 
+// The plug-in that is linked to the test.
+extern "C" IKzUnknown* _IKzModule_Create();
+
 // A console as the plug-in sees it: remembers what it is told.
 class CTestConsole final : public CHosted<"test console", CTestConsole, CKzIfc_LineExecution> {
 public:

@@ -2,8 +2,20 @@
 #pragma once
 
 #include "module/error_report.h"
+#include "module/output.h"
 
 #include <string>
+#include <vector>
+
+// Keeps what is traced, one "label: message" for each line.
+class TraceLines : public COutput {
+public:
+    void trace(const char* name, const char* message, KzResult code) override {
+        lines.push_back(std::string(name) + ": " + message + (code == 1 ? "" : " at another level"));
+    }
+    void write(const char* text, KzResult code) override { lines.push_back(text + std::to_string(code)); }
+    std::vector<std::string> lines;
+};
 
 // The pending exception as "Type: text", which is then no longer pending; empty when there is none.
 inline std::string takeException() {

@@ -53,25 +53,7 @@ class Does(object):
         return self.value
 
 
-class Lies(object):
-    """A sequence that says one thing and does another."""
-
-    def __init__(self, length, items):
-        self.length, self.items = length, items
-
-    def __len__(self):
-        return self.length
-
-    def __getitem__(self, index):
-        return self.items[index]
-
-
-class LyingTuple(tuple):
-    def __len__(self):
-        return 3
-
-    def __getitem__(self, index):
-        return index
+LyingTuple = type('LyingTuple', (tuple,), {'__len__': lambda self: 3, '__getitem__': lambda self, index: index})
 
 
 def sequences():
@@ -86,9 +68,11 @@ def sequences():
             (knot, NO_FLOAT), ('abc', NO_FLOAT),
             ({0: 1, 1: 2, 2: 3}, (TypeError, "object of type 'dict' has no len()")),
             (shrinking, (IndexError, 'list index out of range')), (growing, None),
-            (Lies(3, [1, 2]), (IndexError, 'list index out of range')), (Lies(3, {}), (KeyError, '0')),
-            (Lies(-1, []), (ValueError, '__len__() should return >= 0')), (Lies(2 ** 70, []), (OverflowError, None)),
-            (Lies('x', []), (TypeError, None)), (LyingTuple(), None), (xrange(3), None)]:
+            (values.Sequence([1, 2], 3), (IndexError, 'list index out of range')),
+            (values.Sequence({}, 3), (KeyError, '0')),
+            (values.Sequence([], -1), (ValueError, '__len__() should return >= 0')),
+            (values.Sequence([], 2 ** 70), (OverflowError, None)), (values.Sequence([], 'x'), (TypeError, None)),
+            (LyingTuple(), None), (xrange(3), None)]:
         found = outcome(call, given)
         check(type(given), found if expected is None or expected[1] else (found[0], None), expected)
     square, name, _ = find(['matrix4'])
@@ -203,8 +187,7 @@ def support_classes():
     wrapper, name, (kind,) = find(['uint'], ['object'])
     call = getattr(wrapper, name)
 
-    class Derived(getattr(kz.object, kind)):
-        pass
+    Derived = type('Derived', (getattr(kz.object, kind),), {})
 
     class Other:
         def __init__(self, unknown):

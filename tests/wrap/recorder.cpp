@@ -20,12 +20,6 @@
 
 namespace {
 
-// A hint table for the host to hand out; its texts stay as long as it does.
-struct Hints {
-    std::vector<KzTextValueHint> rows;
-    std::vector<std::string> texts;
-};
-
 struct Recorder {
     PyObject* calls = nullptr;    // a list
     PyObject* answers = nullptr;  // a tuple
@@ -36,7 +30,6 @@ struct Recorder {
     std::set<std::string> asked;
     IKzUnknown* service = nullptr;
     KzGuid serviceId{};
-    Hints hints;
     std::map<std::string, std::unique_ptr<CKzStaticPolymorph>> polymorphs;
 };
 
@@ -164,16 +157,15 @@ CRecord& CRecord::out(const KzTextValueHint** place) {
     PyObject* rows = next();
     *place = nullptr;
     if (rows == Py_None) return *this;
-    Hints& hints = recorder().hints;
-    hints = {};
-    for (Py_ssize_t index = 0; index < PyList_Size(rows); ++index)
-        hints.texts.emplace_back(PyString_AsString(PyTuple_GetItem(PyList_GetItem(rows, index), 1)));
+    static std::vector<KzTextValueHint> hints;  // for the host to hand out; the texts are those of the answers
+    hints.clear();
     for (Py_ssize_t index = 0; index < PyList_Size(rows); ++index) {
-        const long value = PyInt_AsLong(PyTuple_GetItem(PyList_GetItem(rows, index), 0));
-        hints.rows.push_back({static_cast<std::int32_t>(value), hints.texts[static_cast<std::size_t>(index)].c_str()});
+        PyObject* row = PyList_GetItem(rows, index);
+        const auto value = static_cast<std::int32_t>(PyInt_AsLong(PyTuple_GetItem(row, 0)));
+        hints.push_back({value, PyString_AsString(PyTuple_GetItem(row, 1))});
     }
-    hints.rows.push_back({0, nullptr});
-    *place = hints.rows.data();
+    hints.push_back({0, nullptr});
+    *place = hints.data();
     return *this;
 }
 
@@ -203,24 +195,21 @@ IKzUnknown* kzRecordingService(const KzGuid& iid) {
 
 namespace {
 
-const KzRecorderRow* findRow(PyObject* args) {
-    const char* stem = nullptr;
-    if (PyArg_ParseTuple(args, "s", &stem) == 0) return nullptr;
+const KzRecorderRow* findRow(PyObject* name) {
+    const char* stem = PyString_AsString(name);
     for (const KzRecorderRow& row : kzRecorders)
-        if (std::strcmp(row.stem, stem) == 0) return &row;
-    PyErr_Format(PyExc_KeyError, "no interface %s", stem);
+        if (stem != nullptr && std::strcmp(row.stem, stem) == 0) return &row;
+    if (stem != nullptr) PyErr_Format(PyExc_KeyError, "no interface %s", stem);
     return nullptr;
 }
 
-PyObject* makeFunction(PyObject* /*self*/, PyObject* args) {
-    const KzRecorderRow* row = findRow(args);
+PyObject* makeFunction(PyObject* /*self*/, PyObject* stem) {
+    const KzRecorderRow* row = findRow(stem);
     return row != nullptr ? PyLong_FromVoidPtr(make(*row)) : nullptr;
 }
 
-PyObject* releaseFunction(PyObject* /*self*/, PyObject* args) {
-    Py_ssize_t address = 0;
-    if (PyArg_ParseTuple(args, "n", &address) == 0) return nullptr;
-    reinterpret_cast<IKzUnknown*>(address)->Release();
+PyObject* releaseFunction(PyObject* /*self*/, PyObject* address) {
+    reinterpret_cast<IKzUnknown*>(PyInt_AsSsize_t(address))->Release();
     Py_RETURN_NONE;
 }
 
@@ -233,9 +222,7 @@ PyObject* answerFunction(PyObject* /*self*/, PyObject* args) {
     Py_RETURN_NONE;
 }
 
-PyObject* askFunction(PyObject* /*self*/, PyObject* args) {
-    PyObject* names = nullptr;
-    if (PyArg_ParseTuple(args, "O!", &PyList_Type, &names) == 0) return nullptr;
+PyObject* askFunction(PyObject* /*self*/, PyObject* names) {
     recorder().asked.clear();
     for (Py_ssize_t index = 0; index < PyList_GET_SIZE(names); ++index)
         recorder().asked.insert(PyString_AsString(PyList_GET_ITEM(names, index)));
@@ -255,9 +242,7 @@ PyObject* duringFunction(PyObject* /*self*/, PyObject* args) {
     Py_RETURN_NONE;
 }
 
-PyObject* elsewhereFunction(PyObject* /*self*/, PyObject* args) {
-    PyObject* callable = nullptr;
-    if (PyArg_ParseTuple(args, "O", &callable) == 0) return nullptr;
+PyObject* elsewhereFunction(PyObject* /*self*/, PyObject* callable) {
     PyThreadState* state = PyEval_SaveThread();
     std::thread([callable] { enter(callable); }).join();
     PyEval_RestoreThread(state);
@@ -272,8 +257,8 @@ PyObject* reasonsFunction(PyObject* /*self*/, PyObject* /*args*/) {
     return PyString_FromString(reasons.c_str());
 }
 
-PyObject* serveFunction(PyObject* /*self*/, PyObject* args) {
-    const KzRecorderRow* row = findRow(args);
+PyObject* serveFunction(PyObject* /*self*/, PyObject* stem) {
+    const KzRecorderRow* row = findRow(stem);
     if (row == nullptr) return nullptr;
     // Made beforehand: making an object asks the host for services, too.
     recorder().service = make(*row);
@@ -285,21 +270,18 @@ PyObject* aliveFunction(PyObject* /*self*/, PyObject* /*args*/) {
     return PyString_FromString(CPluginHost::alive().c_str());
 }
 
-PyObject* failFunction(PyObject* /*self*/, PyObject* args) {
-    const char* text = nullptr;
-    if (PyArg_ParseTuple(args, "s", &text) == 0) return nullptr;
-    ADD_FAILURE() << text;
+PyObject* failFunction(PyObject* /*self*/, PyObject* text) {
+    ADD_FAILURE() << PyString_AsString(text);
     Py_RETURN_NONE;
 }
 
 PyMethodDef functions[] = {
-    {"make", makeFunction, METH_VARARGS, nullptr},           {"release", releaseFunction, METH_VARARGS, nullptr},
-    {"answer", answerFunction, METH_VARARGS, nullptr},       {"ask", askFunction, METH_VARARGS, nullptr},
-    {"calls", callsFunction, METH_VARARGS, nullptr},         {"during", duringFunction, METH_VARARGS, nullptr},
-    {"elsewhere", elsewhereFunction, METH_VARARGS, nullptr}, {"reasons", reasonsFunction, METH_VARARGS, nullptr},
-    {"serve", serveFunction, METH_VARARGS, nullptr},         {"alive", aliveFunction, METH_VARARGS, nullptr},
-    {"fail", failFunction, METH_VARARGS, nullptr},           {nullptr, nullptr, 0, nullptr},
-};
+    {"make", makeFunction, METH_O, nullptr},           {"release", releaseFunction, METH_O, nullptr},
+    {"answer", answerFunction, METH_VARARGS, nullptr}, {"ask", askFunction, METH_O, nullptr},
+    {"calls", callsFunction, METH_NOARGS, nullptr},    {"during", duringFunction, METH_VARARGS, nullptr},
+    {"elsewhere", elsewhereFunction, METH_O, nullptr}, {"reasons", reasonsFunction, METH_NOARGS, nullptr},
+    {"serve", serveFunction, METH_O, nullptr},         {"alive", aliveFunction, METH_NOARGS, nullptr},
+    {"fail", failFunction, METH_O, nullptr},           {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace
 

@@ -9,27 +9,34 @@ import kz
 import recorder
 
 
-class Host(object):
-    """A recording host object, as an object that gives its interface to whoever asks."""
+class Peeks(object):
+    """An object that gives an address to whoever asks."""
 
-    def __init__(self, stem):
-        self.address = recorder.make(stem)
+    def __init__(self, address):
+        self.address = address
 
     def __peekobj__(self):
         return self.address
+
+
+class Host(Peeks):
+    """A recording host object, as an object that gives its interface to whoever asks."""
+
+    def __init__(self, stem):
+        Peeks.__init__(self, recorder.make(stem))
 
     def __del__(self):
         recorder.release(self.address)
 
 
 class Sequence(object):
-    """A sequence that is neither a tuple nor a list."""
+    """A sequence that is neither a tuple nor a list, and may lie about its length."""
 
-    def __init__(self, items):
-        self.items = items
+    def __init__(self, items, length=None):
+        self.items, self.length = items, len(items) if length is None else length
 
     def __len__(self):
-        return len(self.items)
+        return self.length
 
     def __getitem__(self, index):
         return self.items[index]
@@ -257,19 +264,10 @@ def answer(kind):
 class Raising(object):
     """A host object, or a sequence, that fails in its own way."""
 
-    def __peekobj__(self):
-        raise ValueError('own')
-
     def __len__(self):
         raise ValueError('own')
 
-
-class Peeks(object):
-    def __init__(self, address):
-        self.address = address
-
-    def __peekobj__(self):
-        return self.address
+    __peekobj__ = __len__
 
 
 FAILED = RuntimeError, 'bad result: FAILED'

@@ -19,8 +19,6 @@
 #include <map>
 #include <optional>
 
-extern "C" IKzUnknown* _IKzModule_Create();
-
 namespace {
 
 // The reference host with recording services alone, and Python started in it. Holds the interpreter lock throughout.

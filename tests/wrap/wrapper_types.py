@@ -88,19 +88,10 @@ def derived_classes():
 
 
 def foreign_objects():
-    class Base(object):
-        pass
-
+    Base = type('Base', (object,), {})
     kz.bless(Base, ':Command')
-
-    class Text(Base):
-        def __peekobj__(self):
-            return 'no pointer'
-
-    class Missing(Base):
-        def __getattr__(self, name):
-            raise KeyError(name)
-
+    Text = type('Text', (Base,), {'__peekobj__': lambda self: 'no pointer'})
+    Missing = type('Missing', (Base,), {'__getattr__': lambda self, name: {}[name]})
     for instance in (type('Plain', (Base,), {})(), Text(), Missing()):
         served = kz.object.Unknown(instance)
         check(type(instance), kz.extract(served) is instance, True)
