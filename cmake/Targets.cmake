@@ -22,6 +22,8 @@ endfunction()
 set(kz_served_suppressions "${PROJECT_BINARY_DIR}/lsan_served.supp")
 file(READ "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan.supp" kz_general_leaks)
 file(READ "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan_served.supp" kz_served_leaks)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+    "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan.supp" "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan_served.supp")
 file(WRITE "${kz_served_suppressions}" "${kz_general_leaks}${kz_served_leaks}")
 
 # With KEEPS_SERVED the leak checker is told of what servers keep on purpose.

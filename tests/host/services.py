@@ -7,7 +7,9 @@ import tempfile
 import kz
 import kzifc
 from checks import code_of, equal, fails, near
-from kz.symbol import *
+from kz.symbol import (e_CMD_TOGGLE_NO_ARGUMENT, fCMD_EXEC_FORCEDIALOG, fCMD_EXEC_NOALERTS, fCMD_EXEC_NODIALOG,
+                       fCMD_EXEC_SHOWDIALOG, fFILE_EXISTS, fFILE_FOLDER, iMSGDIALOG_YESNO, iVALUE_TYPE_FLOAT,
+                       iVALUE_TYPE_INTEGER, iVALUE_TYPE_OBJECT, iVALUE_TYPE_STRING)
 
 values, guids, files, log = kz.service.Value(), kz.service.GUID(), kz.service.File(), kz.service.Log()
 commands, messages, dialogs = kz.service.Command(), kz.service.Message(), kz.service.StdDialog()

@@ -5,7 +5,10 @@ import tempfile
 import kz
 import kzifc
 from checks import code_of, equal, fails, near, storage
-from kz.symbol import *
+from kz.symbol import (iIMG_FLIP_HORIZONTAL, iIMG_FORMAT_BITMAP, iIMG_FORMAT_GREY, iIMG_FORMAT_GREY16,
+                       iIMG_FORMAT_GREYFP, iIMG_FORMAT_INDEX, iIMG_FORMAT_NONE, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGB48,
+                       iIMG_FORMAT_RGBA32, iIMG_FORMAT_RGBA64, iIMG_FORMAT_RGBAFP, iIMG_FORMAT_RGBFP,
+                       iIMG_FORMAT_RGBHALF)
 
 IMAGES = kz.service.Image()
 KEPT = (iIMG_FORMAT_GREY, iIMG_FORMAT_GREY16, iIMG_FORMAT_GREYFP, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGB48,

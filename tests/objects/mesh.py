@@ -4,7 +4,9 @@ import math
 import kz
 import kzifc
 from checks import equal, fails, near, storage
-from kz.symbol import *
+from kz.symbol import (fMESHMAP_HIDDEN, fMESHMAP_LOCKED, fMESHMERGE_POINT_MARKED, fMESHMERGE_POINT_WELD,
+                       f_MESHMERGE_POLY_CURVES, f_MESHMERGE_POLY_MARKED, i_MAPTYPE_CUSTOM, i_MAPTYPE_TEXTURE,
+                       i_MAPTYPE_WEIGHT, i_POLYTYPE_FACE)
 
 MOVED = (1, 0, 0, 0), (0, 1, 0, 0), (0, 0, 1, 0), (5, 0, 0, 1)
 MIRRORED = (-1, 0, 0, 0), (0, 1, 0, 0), (0, 0, 1, 0), (0, 0, 0, 1)

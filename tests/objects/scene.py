@@ -3,7 +3,8 @@ import math
 
 import kz
 from checks import equal, fails, near, result_of
-from kz.symbol import *
+from kz.symbol import (iCHANSOURCE_DEFAULT, iCHANSOURCE_SCENE, iCHANVEC_XYZ, iITYPE_ANY, iITYPE_NONE, iITYPE_ROOT,
+                       iITYPE_UNKNOWN, s_ACTIONLAYER_EDIT)
 
 SCENES = kz.service.Scene()
 TYPE = SCENES.ItemTypeLookup

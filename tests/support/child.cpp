@@ -8,6 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+extern "C" __attribute__((weak)) void __lsan_disable();
+
 namespace {
 
 int statusOfChild(const char* name, const std::function<void()>& body) {
@@ -34,4 +36,8 @@ void kzInChild(const char* name, const std::function<void()>& body) {
 void kzInChildKilledBy(int signal, const char* name, const std::function<void()>& body) {
     const int status = statusOfChild(name, body);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << name << ": status " << status;
+}
+
+void kzEndsWithLiveObjects() {
+    if (__lsan_disable != nullptr) __lsan_disable();
 }

@@ -9,3 +9,7 @@ void kzInChild(const char* name, const std::function<void()>& body);
 
 // As kzInChild, for a body that is to end by that signal.
 void kzInChildKilledBy(int signal, const char* name, const std::function<void()>& body);
+
+// What this thread allocates from now on is no leak if it is still there at the end: the part ends with Python objects
+// alive, whose memory the leak checker does not search for pointers.
+void kzEndsWithLiveObjects();
