@@ -56,6 +56,8 @@
 #include "kz/platform.h"
 #include "kz/thread.h"
 
+namespace kzhost {
+
 namespace {
 
 void addCommands(const HostParts& host) {
@@ -114,3 +116,5 @@ HostParts::HostParts()
     addCommands(*this);
     addServices(*this);
 }
+
+}  // namespace kzhost

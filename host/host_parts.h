@@ -3,6 +3,11 @@
 
 #include <memory>
 
+class CLogStore;
+class CScriptRunner;
+
+namespace kzhost {
+
 class CCommandDispatcher;
 class CCommandRegistry;
 class CCommandState;
@@ -12,12 +17,10 @@ class CImageFiles;
 class CImportPaths;
 class CJobThreads;
 class CListenerTable;
-class CLogStore;
 class CModuleTable;
 class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
-class CScriptRunner;
 class CServiceRegistry;
 class CUserValues;
 class CValueTypeRegistry;
@@ -55,3 +58,5 @@ struct HostParts {
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<QueryEnvironment> queries;
 };
+
+}  // namespace kzhost

@@ -26,6 +26,8 @@
 
 #include <filesystem>
 
+namespace kzhost {
+
 CKzHost::CKzHost() : m_parts(std::make_unique<HostParts>()) {
     *m_application.out() =
         kzMakeApplication(m_parts->context, m_parts->services, m_parts->queries, m_parts->log, m_parts->properties);
@@ -89,3 +91,5 @@ ScriptEnd CKzHost::run(const CHostRef<CScript>& script, std::uint32_t flags, con
     if (end.isTold) end.message = CMessageTables::textOf(*held.ptr());
     return end;
 }
+
+}  // namespace kzhost

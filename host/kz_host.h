@@ -6,6 +6,12 @@
 #include <memory>
 #include <string>
 
+class CLogStore;
+class CScript;
+class CScriptRunner;
+
+namespace kzhost {
+
 class CCallWatch;
 class CCommandDispatcher;
 class CDialogBoard;
@@ -13,13 +19,10 @@ class CPathAliases;
 class CImageFiles;
 class CImportPaths;
 class CListenerTable;
-class CLogStore;
 class CModuleTable;
 class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
-class CScript;
-class CScriptRunner;
 class CServiceRegistry;
 struct HostParts;
 template <class Class> class CHostRef;
@@ -74,3 +77,7 @@ private:
     std::unique_ptr<HostParts> m_parts;
     CKzLoc_Unknown m_application;
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

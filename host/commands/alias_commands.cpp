@@ -8,6 +8,8 @@
 #include "kz/result.h"
 #include "kz/value.h"
 
+namespace kzhost {
+
 namespace {
 
 constexpr ArgumentRow aliasArguments[] = {
@@ -64,3 +66,5 @@ void kzAddAliasCommands(const std::shared_ptr<CCommandRegistry>& registry) {
                                   withRegistry(registry, removeAlias)},
                              });
 }
+
+}  // namespace kzhost

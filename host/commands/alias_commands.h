@@ -3,6 +3,10 @@
 
 #include <memory>
 
+namespace kzhost {
+
 class CCommandRegistry;
 
 void kzAddAliasCommands(const std::shared_ptr<CCommandRegistry>& registry);
+
+}  // namespace kzhost

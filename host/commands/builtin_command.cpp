@@ -13,6 +13,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 void kzRefuse(KzResult code, std::string text) { throw CommandTextError{code, std::move(text)}; }
 
 void kzOnlyQueried(CBuiltinCommand& /*command*/) { throw KZe_CMD_NOT_EXECUTABLE; }
@@ -255,3 +257,5 @@ KzResult CBuiltinCommand::attr_SetString(std::uint32_t index, const char* value)
     m_values[index] = cell;
     return KZe_OK;
 }
+
+}  // namespace kzhost

@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CBuiltinCommand;
 using Texts = std::vector<std::string>;
 
@@ -127,3 +129,5 @@ private:
     std::vector<std::optional<KzCell>> m_values;
     std::vector<KzTextValueHint> m_hints;  // made for an argument whose choices vary
 };
+
+}  // namespace kzhost

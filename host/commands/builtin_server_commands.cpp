@@ -17,6 +17,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 constexpr ArgumentRow serverListArguments[] = {
@@ -71,3 +73,5 @@ void kzAddBuiltinServerCommands(CCommandRegistry& registry, const std::shared_pt
              kzWith(reloadServers, scripts)},
         });
 }
+
+}  // namespace kzhost

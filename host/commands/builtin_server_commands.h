@@ -3,9 +3,14 @@
 
 #include <memory>
 
+class CScriptRunner;
+
+namespace kzhost {
+
 class CCommandRegistry;
 class CModuleTable;
-class CScriptRunner;
 
 void kzAddBuiltinServerCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
                                 const std::shared_ptr<CScriptRunner>& scripts);
+
+}  // namespace kzhost

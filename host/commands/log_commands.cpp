@@ -10,6 +10,8 @@
 #include "kz/result.h"
 #include "kz/value.h"
 
+namespace kzhost {
+
 namespace {
 
 constexpr ArgumentRow logClearArguments[] = {{KZsARG_LOG_SUBSYSTEM, KZsTYPE_STRING, 0, "the subsystem's name"}};
@@ -67,3 +69,5 @@ void kzAddLogCommands(CCommandRegistry& registry, const std::shared_ptr<CLogStor
                                  logLinesArguments, kzWith(addLogLine, log), kzWith(queryLog, log)},
                             });
 }
+
+}  // namespace kzhost

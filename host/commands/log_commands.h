@@ -3,9 +3,14 @@
 
 #include <memory>
 
-class CCommandRegistry;
 class CLogStore;
+
+namespace kzhost {
+
+class CCommandRegistry;
 class CPropertyTable;
 
 void kzAddLogCommands(CCommandRegistry& registry, const std::shared_ptr<CLogStore>& log,
                       const std::shared_ptr<CPropertyTable>& properties);
+
+}  // namespace kzhost

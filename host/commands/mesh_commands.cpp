@@ -13,6 +13,8 @@
 
 #include "kz/mesh_operation.h"
 
+namespace kzhost {
+
 namespace {
 
 constexpr ArgumentRow meshOperateArguments[] = {
@@ -73,3 +75,5 @@ void kzAddMeshCommands(CCommandRegistry& registry, const std::shared_ptr<CModule
              meshOperateArguments, kzWith(operateMesh, modules, scenes), kzWith(queryOperations, modules)},
         });
 }
+
+}  // namespace kzhost

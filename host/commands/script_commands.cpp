@@ -10,6 +10,8 @@
 #include "kz/result.h"
 #include "kz/value.h"
 
+namespace kzhost {
+
 namespace {
 
 constexpr ArgumentRow scriptRunArguments[] = {
@@ -38,3 +40,5 @@ void kzAddScriptCommands(CCommandRegistry& registry, const std::shared_ptr<CPath
                                  scriptRunArguments, kzWith(runScript, files, scripts)},
                             });
 }
+
+}  // namespace kzhost

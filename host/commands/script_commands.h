@@ -3,9 +3,14 @@
 
 #include <memory>
 
+class CScriptRunner;
+
+namespace kzhost {
+
 class CCommandRegistry;
 class CPathAliases;
-class CScriptRunner;
 
 void kzAddScriptCommands(CCommandRegistry& registry, const std::shared_ptr<CPathAliases>& files,
                          const std::shared_ptr<CScriptRunner>& scripts);
+
+}  // namespace kzhost

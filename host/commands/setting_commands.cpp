@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace kzhost {
+
 namespace {
 
 constexpr ArgumentRow fileAliasArguments[] = {
@@ -64,3 +66,5 @@ void kzAddSettingCommands(CCommandRegistry& registry, const std::shared_ptr<CPat
                                  nullptr, nullptr, 0},
                             });
 }
+
+}  // namespace kzhost

@@ -3,9 +3,13 @@
 
 #include <memory>
 
+namespace kzhost {
+
 class CCommandRegistry;
 class CPathAliases;
 class CPropertyTable;
 
 void kzAddSettingCommands(CCommandRegistry& registry, const std::shared_ptr<CPathAliases>& files,
                           const std::shared_ptr<CPropertyTable>& properties);
+
+}  // namespace kzhost

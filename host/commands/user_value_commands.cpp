@@ -15,6 +15,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 Texts splitChoices(const std::string& text) {
@@ -117,3 +119,5 @@ void kzAddUserValueCommands(CCommandRegistry& registry, const std::shared_ptr<CU
                        kzWith(userValueType, values), kzWith(userValueChoices, values)},
                   });
 }
+
+}  // namespace kzhost

@@ -3,7 +3,11 @@
 
 #include <memory>
 
+namespace kzhost {
+
 class CCommandRegistry;
 class CUserValues;
 
 void kzAddUserValueCommands(CCommandRegistry& registry, const std::shared_ptr<CUserValues>& values);
+
+}  // namespace kzhost

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <sstream>
 
+namespace kzhost {
+
 namespace {
 
 constexpr int mostTries = 10;  // for one answer, so that a pipe without end comes to one
@@ -123,3 +125,5 @@ KzResult kzAskArguments(const CDialogBoard& board, CCommandArguments& arguments,
     if (!isWanted || (flags & KZfCMD_EXEC_NODIALOG) != 0) return KZe_OK;
     return CArgumentDialog(board, arguments).run();
 }
+
+}  // namespace kzhost

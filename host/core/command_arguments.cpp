@@ -13,6 +13,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 constexpr std::uint32_t mostArguments = 1000;
@@ -231,3 +233,5 @@ std::string CCommandArguments::write(const std::string& name) const {
         if (isSet(index)) text += " " + nameOf(index) + ":" + kzWriteArgument(kzAttributeText(m_attributes, index));
     return text;
 }
+
+}  // namespace kzhost

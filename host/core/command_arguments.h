@@ -8,6 +8,8 @@
 
 #include <optional>
 
+namespace kzhost {
+
 class CCommandArguments {
 public:
     // Throws CommandTextError when the command takes no arguments but some are to be given.
@@ -61,3 +63,5 @@ std::vector<std::string> kzQueryTexts(CValueTypeRegistry& types, const CKzUser_C
 
 // The text of an attribute's value; empty when it has none.
 std::string kzAttributeText(const CKzUser_Attributes& attributes, std::uint32_t index);
+
+}  // namespace kzhost

@@ -14,6 +14,8 @@
 
 #include <filesystem>
 
+namespace kzhost {
+
 namespace {
 
 std::string messageOf(const CKzUser_Command& command, KzResult code) {
@@ -121,3 +123,5 @@ KzResult CCommandDispatcher::report(const std::string& name, const CommandTextEr
     m_registry->environment()->log->write("commands", error.code, prefix + error.text);
     return error.code;
 }
+
+}  // namespace kzhost

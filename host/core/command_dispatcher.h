@@ -12,8 +12,11 @@
 #include <string_view>
 #include <vector>
 
-class CPathAliases;
 class CScriptRunner;
+
+namespace kzhost {
+
+class CPathAliases;
 
 class CCommandDispatcher {
 public:
@@ -51,3 +54,7 @@ private:
     std::shared_ptr<CPathAliases> m_files;
     std::shared_ptr<CScriptRunner> m_scripts;
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

@@ -3,10 +3,13 @@
 
 #include <memory>
 
+class CLogStore;
+
+namespace kzhost {
+
 class CCommandState;
 class CDialogBoard;
 class CListenerTable;
-class CLogStore;
 class CValueTypeRegistry;
 struct ServiceContext;
 
@@ -19,3 +22,5 @@ struct CommandEnvironment {
     std::shared_ptr<CValueTypeRegistry> types;
 };
 using CommandEnvironmentPtr = std::shared_ptr<const CommandEnvironment>;
+
+}  // namespace kzhost

@@ -13,6 +13,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 constexpr unsigned deepestAlias = 20;
@@ -78,3 +80,5 @@ void CCommandRegistry::make(const std::string& name, CKzUser_Command& command) c
         throw CommandTextError{KZe_CMD_UNKNOWN_COMMAND, "there is no command \"" + name + "\""};
     }
 }
+
+}  // namespace kzhost

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+namespace kzhost {
+
 class CModuleTable;
 
 class CCommandRegistry {
@@ -43,3 +45,5 @@ private:
     std::shared_ptr<CModuleTable> m_modules;
     std::map<std::string, Make, std::less<>> m_builtin;
 };
+
+}  // namespace kzhost

@@ -12,6 +12,8 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+namespace kzhost {
+
 KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
                               const std::function<KzResult()>& body) {
     if (flags == ~0U) flags = KZfCMD_EXEC_DEFAULT;
@@ -78,3 +80,5 @@ void CCommandRun::tell(const std::string& name, KzResult code, const std::string
     if ((flags & KZfCMD_EXEC_NOALERTS) == 0)
         m_environment->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
 }
+
+}  // namespace kzhost

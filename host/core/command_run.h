@@ -10,6 +10,8 @@
 
 #include <functional>
 
+namespace kzhost {
+
 class CCommandRun {
 public:
     explicit CCommandRun(CommandEnvironmentPtr environment) : m_environment(std::move(environment)) {}
@@ -27,3 +29,5 @@ private:
     CommandEnvironmentPtr m_environment;
     CHostRef<CMessage> m_message = CHostRef<CMessage>::make();
 };
+
+}  // namespace kzhost

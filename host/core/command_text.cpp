@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cctype>
 
+namespace kzhost {
+
 namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
@@ -155,3 +157,5 @@ std::string kzWriteArgument(std::string_view value) {
     // Unbalanced braces can only stand between quotes.
     return balanced && depth == 0 ? "{" + std::string(value) + "}" : "\"" + std::string(value) + "\"";
 }
+
+}  // namespace kzhost

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+namespace kzhost {
+
 // What is wrong with a command string: a code and a full sentence. Thrown.
 struct CommandTextError {
     KzResult code;
@@ -37,3 +39,5 @@ std::vector<ArgumentText> kzParseArguments(std::string_view text);
 
 // A value written so that it is read back as it is.
 std::string kzWriteArgument(std::string_view value);
+
+}  // namespace kzhost

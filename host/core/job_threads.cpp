@@ -4,6 +4,8 @@
 #include <exception>
 #include <iterator>
 
+namespace kzhost {
+
 bool CJobThreads::start(std::function<void()> work) noexcept {
     std::list<Thread> over;  // joined on the way out, without the lock
     const std::lock_guard lock(m_lock);
@@ -34,3 +36,5 @@ void CJobThreads::finish() {
         all.swap(m_threads);
     }
 }
+
+}  // namespace kzhost

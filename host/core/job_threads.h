@@ -8,6 +8,8 @@
 #include <mutex>
 #include <thread>
 
+namespace kzhost {
+
 class CJobThreads {
 public:
     // Runs the work on a thread of its own. False when there is none to be had.
@@ -24,3 +26,5 @@ private:
     std::mutex m_lock;
     std::list<Thread> m_threads;
 };
+
+}  // namespace kzhost

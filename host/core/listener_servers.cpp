@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace kzhost {
+
 namespace {
 
 constexpr const char* classes[] = {KZa_SESSIONLISTENER, KZa_CMDSYSLISTENER, KZa_LOGLISTENER};
@@ -45,3 +47,5 @@ KzResult kzUpdateModule(CModuleTable& modules, CListenerTable& listeners, CLogSt
     listeners.moduleUpdated(name.c_str());
     return KZe_OK;
 }
+
+}  // namespace kzhost

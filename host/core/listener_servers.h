@@ -5,10 +5,15 @@
 
 #include <string>
 
-class CListenerTable;
 class CLogStore;
+
+namespace kzhost {
+
+class CListenerTable;
 class CModuleTable;
 
 // Reads the servers of a module again, makes its new listeners listen, and tells who listens. A listener that cannot be
 // made is told in the log and not tried again. NOTFOUND when there is no such module.
 KzResult kzUpdateModule(CModuleTable& modules, CListenerTable& listeners, CLogStore& log, const std::string& name);
+
+}  // namespace kzhost

@@ -7,6 +7,8 @@
 #include <iterator>
 #include <utility>
 
+namespace kzhost {
+
 namespace {
 
 struct ListenerClass {
@@ -113,3 +115,5 @@ void CListenerTable::clear() {
     const std::lock_guard lock(m_lock);
     dropped.swap(m_listeners);
 }
+
+}  // namespace kzhost

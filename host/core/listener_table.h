@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CListenerTable {
 public:
     // Attaches every listener interface that the object has; INVALIDARG when it has none.
@@ -53,3 +55,7 @@ private:
     std::set<std::string> m_servers;
     bool m_inSession = false;
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

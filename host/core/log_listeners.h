@@ -3,8 +3,10 @@
 
 #include <memory>
 
+namespace kzhost {
 class CListenerTable;
+}
 class CLogStore;
 
 // From now on the log tells the listeners.
-void kzTellListeners(CLogStore& log, const std::shared_ptr<CListenerTable>& listeners);
+void kzTellListeners(CLogStore& log, const std::shared_ptr<kzhost::CListenerTable>& listeners);

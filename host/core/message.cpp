@@ -8,6 +8,8 @@
 
 #include <fmt/format.h>
 
+namespace kzhost {
+
 std::string kzMessageText(IKzMessage& message, KzResult (IKzMessage::*get)(const char**)) {
     const char* text = nullptr;
     return kzSucceeded((message.*get)(&text)) && text != nullptr ? text : std::string();
@@ -81,3 +83,5 @@ KzResult CMessage::msg_Reset() {
     *this = CMessage();
     return KZe_OK;
 }
+
+}  // namespace kzhost

@@ -8,6 +8,8 @@
 #include <array>
 #include <string>
 
+namespace kzhost {
+
 // How many arguments a message text can name: %1 to %9.
 inline constexpr std::uint32_t kzMessageArguments = 9;
 
@@ -39,3 +41,5 @@ private:
 // A text that any message answers, its table or its key, and one of its arguments; empty where it has none.
 std::string kzMessageText(IKzMessage& message, KzResult (IKzMessage::*get)(const char**));
 std::string kzMessageArgument(IKzMessage& message, std::uint32_t index);
+
+}  // namespace kzhost

@@ -10,6 +10,8 @@
 
 #include <fmt/format.h>
 
+namespace kzhost {
+
 namespace {
 
 struct TextRow {
@@ -126,3 +128,5 @@ std::string CMessageTables::textOf(IKzMessage& message) {
     const auto text = find(table, key);
     return text ? filledIn(*text, message) : asTheyAre(table, key, message);
 }
+
+}  // namespace kzhost

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+namespace kzhost {
+
 class CMessageTables {
 public:
     // The text with its arguments in place. A message without a key gives the text of its code; one whose key has no
@@ -18,3 +20,5 @@ public:
     // What a result code means, in a sentence without a full stop.
     static std::string codeText(KzResult code);
 };
+
+}  // namespace kzhost

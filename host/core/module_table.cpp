@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <filesystem>
 
+namespace kzhost {
+
 namespace {
 
 // Text answers may be null: a module is not to be trusted with that.
@@ -274,3 +276,5 @@ KzTags CModuleTable::tagsOf(const KzServer& server) {
         return {};
     }
 }
+
+}  // namespace kzhost

@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+namespace kzhost {
+
 // A shared object, loaded or not.
 class CLibrary {
 public:
@@ -101,3 +103,5 @@ private:
 
 // The class name that the SDK gives an interface; empty when it has none.
 std::string kzClassNameOf(const KzGuid& iid);
+
+}  // namespace kzhost

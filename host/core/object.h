@@ -7,6 +7,8 @@
 #include <memory>
 #include <utility>
 
+namespace kzhost {
+
 // A polymorph whose instances wrap objects that the host makes itself, with whatever arguments they need.
 template <class Class> class CHostPolymorph final : public CKzGenericPolymorph {
 public:
@@ -112,3 +114,7 @@ private:
     Class* m_object = nullptr;
     Held m_held;
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 constexpr const char* subsystem = "objects";
@@ -98,3 +100,5 @@ std::string kzThereIsNo(std::string_view kind, std::string_view name, const std:
 std::string kzIsNot(std::string_view text, std::string_view expected) {
     return fmt::format("\"{}\" is not {}", text, expected);
 }
+
+}  // namespace kzhost

@@ -14,6 +14,8 @@
 
 class CLogStore;
 
+namespace kzhost {
+
 // The reasons that one host has told. A script that probes in a loop must not fill the log, so each reason is written
 // once, a place writes a few different ones, and the others are counted until the host ends.
 class CReasonBook {
@@ -52,3 +54,5 @@ std::string kzThereIsNo(std::string_view kind, std::string_view name, const Rang
 }
 // ""twelve" is not an integer, as 12 or -3"
 std::string kzIsNot(std::string_view text, std::string_view expected);
+
+}  // namespace kzhost

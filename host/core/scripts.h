@@ -12,7 +12,9 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
 class CPathAliases;
+}
 class CLogStore;
 
 // A script with its text: line ends are line feeds whatever the file has.

@@ -6,6 +6,8 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+namespace kzhost {
+
 CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name,
                                std::uint32_t tag)
     : CServiceBase(environment->context), m_inner(inner), m_name(std::move(name)), m_tag(tag),
@@ -52,3 +54,5 @@ KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
         return kzFailed(own.Code()) ? own.Code() : code;
     });
 }
+
+}  // namespace kzhost

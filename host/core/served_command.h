@@ -7,6 +7,8 @@
 
 #include "kz/command.h"
 
+namespace kzhost {
+
 // The module's object behind the host's own front: executing it tells the listeners, and there is always a message that
 // says how it went, the module's own where it has something to say. Everything else is the module's.
 class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>, CServiceBase {
@@ -94,3 +96,5 @@ private:
     CCommandRun m_run;
     IKzUnknown* m_self = nullptr;
 };
+
+}  // namespace kzhost

@@ -3,6 +3,8 @@
 
 #include <array>
 
+namespace kzhost {
+
 const char* CServiceBase::lend(std::string text) {
     thread_local std::array<std::string, 8> lent;
     thread_local std::size_t next = 0;
@@ -10,3 +12,5 @@ const char* CServiceBase::lend(std::string text) {
     place = std::move(text);
     return place.c_str();
 }
+
+}  // namespace kzhost

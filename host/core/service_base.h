@@ -9,6 +9,8 @@
 #include <thread>
 #include <utility>
 
+namespace kzhost {
+
 // What all services of one host share. Whatever a service hands out shares the state that it works on, so that nothing
 // dangles when a module holds on to an object for longer than the host lives.
 struct ServiceContext {
@@ -33,3 +35,5 @@ protected:
 private:
     std::shared_ptr<ServiceContext> m_context;
 };
+
+}  // namespace kzhost

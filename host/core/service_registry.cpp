@@ -3,6 +3,8 @@
 
 #include <utility>
 
+namespace kzhost {
+
 void CServiceRegistry::add(const char* name, const KzGuid& iid, Make make) {
     m_services.push_back({name, &iid, std::move(make), false});
 }
@@ -29,3 +31,5 @@ void CServiceRegistry::remove(const KzGuid& iid) {
     for (Service& service : m_services)
         if (*service.iid == iid) service.isRemoved = true;
 }
+
+}  // namespace kzhost

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+namespace kzhost {
+
 class CServiceRegistry {
 public:
     using Make = std::function<IKzUnknown*()>;
@@ -31,3 +33,5 @@ private:
     };
     std::vector<Service> m_services;
 };
+
+}  // namespace kzhost

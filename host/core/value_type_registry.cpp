@@ -12,6 +12,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 // People's text where the type has one of its own, otherwise the exact one.
@@ -119,3 +121,5 @@ std::vector<std::string> CValueTypeRegistry::choices(std::string_view type) cons
     }
     return offered;
 }
+
+}  // namespace kzhost

@@ -16,6 +16,8 @@
 #include <string_view>
 #include <vector>
 
+namespace kzhost {
+
 // Where the types of values come from: the host's own table, and the value servers of its modules.
 class CValueTypeRegistry : public std::enable_shared_from_this<CValueTypeRegistry> {
 public:
@@ -50,3 +52,5 @@ private:
 // A served value's text as its conversion has it, for people or exact; NOTIMPL when it has no such conversion.
 KzResult kzEncodeServed(IKzUnknown* value, bool nice, char* buffer, std::uint32_t length);
 KzResult kzDecodeServed(IKzUnknown* value, bool nice, const char* text);
+
+}  // namespace kzhost

@@ -8,6 +8,8 @@
 
 #include <list>
 
+namespace kzhost {
+
 namespace {
 
 const KzValueType& knownType(std::string_view name) {
@@ -230,3 +232,5 @@ KzResult CValueArray::va_Sort(std::int32_t descending) {
     m_values.assign(sorted.begin(), sorted.end());
     return KZe_OK;
 }
+
+}  // namespace kzhost

@@ -12,6 +12,8 @@
 #include <functional>
 #include <string>
 
+namespace kzhost {
+
 // Reads a text with `read(buffer, length)`, into a buffer that grows until it is long enough. Empty after a failure,
 // whose code is returned.
 template <class Read> KzResult kzReadText(std::string& text, const Read& read) {
@@ -118,3 +120,5 @@ private:
     Make m_make;
     std::deque<Element> m_values;
 };
+
+}  // namespace kzhost

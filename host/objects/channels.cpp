@@ -7,6 +7,8 @@
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
+namespace kzhost {
+
 namespace {
 
 // What reading and writing share.
@@ -234,3 +236,5 @@ IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double
 IKzUnknown* kzMakeChannelWrite(CHostRef<CScene> scene, std::string action, double time) {
     return CChannelWrite::polymorph().wrap(std::make_unique<CChannelWrite>(std::move(scene), std::move(action), time));
 }
+
+}  // namespace kzhost

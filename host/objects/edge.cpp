@@ -1,6 +1,8 @@
 // Edges of a mesh.
 #include "host/objects/edge.h"
 
+namespace kzhost {
+
 KzResult CEdge::edge_MoveToEnds(KzElementId start, KzElementId end) {
     const MeshEdge* edge = data().edgeBetween(start, end);
     return edge != nullptr ? moveTo(edge->id) : KZe_NOTFOUND;
@@ -43,3 +45,5 @@ KzResult CEdge::edge_SetCrease(double crease) {
     data().changed(KZfMESHEDIT_EDGES);
     return KZe_OK;
 }
+
+}  // namespace kzhost

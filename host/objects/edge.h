@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_cursor.h"
 
+namespace kzhost {
+
 class CEdge final : public CHosted<"edge", CEdge, CKzIfc_Edge>, public CMeshCursor<CEdge, MeshEdge> {
 public:
     static CElementTable<MeshEdge>& table(CMeshData& data) { return data.edges(); }
@@ -31,3 +33,5 @@ public:
     KzResult edge_SetMarks(std::int32_t set, std::int32_t clear) override { return setMarks(set, clear); }
     bool edge_TestMarks(std::int32_t mark) override { return testMarks(mark); }
 };
+
+}  // namespace kzhost

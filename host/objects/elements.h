@@ -9,6 +9,8 @@
 #include <unordered_map>
 #include <vector>
 
+namespace kzhost {
+
 inline KzElementId kzNewElementId() noexcept {
     static std::atomic<std::uintptr_t> theNext = 0x1000;
     return reinterpret_cast<KzElementId>(theNext.fetch_add(16));
@@ -75,3 +77,5 @@ private:
     std::vector<Element> m_elements;
     std::unordered_map<KzElementId, std::uint32_t> m_places;
 };
+
+}  // namespace kzhost

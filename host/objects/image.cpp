@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace kzhost {
+
 namespace {
 
 constexpr std::int32_t longestSide = 1 << 16;
@@ -135,3 +137,5 @@ CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format) {
         if (const KzResult code = reader.read(y); kzFailed(code)) throw code;
     return copy;
 }
+
+}  // namespace kzhost

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CImage final : public CHosted<"image", CImage, CKzIfc_Image, CKzIfc_ImageWrite> {
 public:
     // Throws INVALIDARG for a size that is none or too large, NOTSUPPORTED for a format that is not kept.
@@ -43,3 +45,5 @@ private:
 
 // A copy, in that format, of anybody's image: what it answers is checked, not believed. 0 keeps its own format.
 CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format);
+
+}  // namespace kzhost

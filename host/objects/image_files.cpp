@@ -22,6 +22,8 @@
 
 #include <filesystem>
 
+namespace kzhost {
+
 namespace {
 
 class CLoaderInfo final : public CHosted<"loader info", CLoaderInfo, CKzIfc_LoaderInfo> {
@@ -187,3 +189,5 @@ KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std
         m_listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
     return code;
 }
+
+}  // namespace kzhost

@@ -9,8 +9,11 @@
 #include <memory>
 #include <string>
 
-class CListenerTable;
 class CLogStore;
+
+namespace kzhost {
+
+class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;
 struct ServiceContext;
@@ -44,3 +47,5 @@ private:
     std::shared_ptr<CLogStore> m_log;
     std::shared_ptr<CMonitorBoard> m_monitors;
 };
+
+}  // namespace kzhost

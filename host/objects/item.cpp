@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cctype>
 
+namespace kzhost {
+
 namespace {
 
 std::string rangeOf(const ChannelInfo& info) {
@@ -265,3 +267,5 @@ KzResult CItem::item_SetFlags(std::uint32_t mask, std::uint32_t flags) {
     m_flags = (m_flags & ~mask) | (flags & mask);
     return KZe_OK;
 }
+
+}  // namespace kzhost

@@ -6,6 +6,8 @@
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
+namespace kzhost {
+
 namespace {
 
 // Finds its channel by name each time: channels come and go.
@@ -188,3 +190,5 @@ IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel) {
 IKzUnknown* kzMakeAddChannel(CHostRef<CItem> item, std::string channel) {
     return CAddChannel::polymorph().wrap(std::make_unique<CAddChannel>(std::move(item), std::move(channel)));
 }
+
+}  // namespace kzhost

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 constexpr KzTextValueHint visibility[] = {{KZiLOCATOR_VIS_DEFAULT, "default"},
@@ -144,3 +146,5 @@ bool kzIsItemType(std::int32_t type, std::int32_t base) {
         if (row->number == base) return true;
     return false;
 }
+
+}  // namespace kzhost

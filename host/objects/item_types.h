@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 // A table of hints that owns its texts.
 class COwnedHints {
 public:
@@ -57,3 +59,5 @@ const ItemType* kzFindItemType(std::int32_t number);
 const ItemType* kzFindItemType(std::string_view name);
 // Whether the type is `base` or is based on it.
 bool kzIsItemType(std::int32_t type, std::int32_t base);
+
+}  // namespace kzhost

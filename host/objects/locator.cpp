@@ -1,6 +1,8 @@
 // Where locators are: matrices from their channels and their parents.
 #include "host/objects/scene.h"
 
+namespace kzhost {
+
 namespace {
 
 // Around one axis. Angles are radians, positive ones turn the next axis towards the one after it.
@@ -37,3 +39,5 @@ KzMatrix4 CItem::worldMatrix() {
     for (CItem* above = m_parent; above != nullptr; above = above->m_parent) matrix = matrix * above->localMatrix();
     return matrix;
 }
+
+}  // namespace kzhost

@@ -10,6 +10,8 @@
 
 #include <set>
 
+namespace kzhost {
+
 KzResult CMesh::mesh_PointCount(std::uint32_t* count) {
     *count = data.points.size();
     return KZe_OK;
@@ -277,3 +279,5 @@ bool CMesh::mesh_AnyMarked(std::int32_t elements, std::int32_t mark) {
 }
 
 KzResult CMesh::mesh_Item(IKzUnknown** /*item*/) { return KZe_NOTFOUND; }
+
+}  // namespace kzhost

@@ -4,6 +4,8 @@
 #include "host/objects/mesh_data.h"
 #include "host/objects/self.h"
 
+namespace kzhost {
+
 class CMesh final : public CHosted<"mesh", CMesh, CKzIfc_Mesh>, public CHostSelf<CMesh> {
 public:
     CMeshData data;
@@ -60,3 +62,5 @@ public:
 private:
     int m_openEdits = 0;
 };
+
+}  // namespace kzhost

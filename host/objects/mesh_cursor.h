@@ -6,6 +6,8 @@
 
 #include "kz/object.h"
 
+namespace kzhost {
+
 // What all cursors share. `Class::table(data)` is the table of the elements that it stands at.
 template <class Class, class Element> class CMeshCursor : public CHostSelf<Class> {
 public:
@@ -78,3 +80,5 @@ private:
     CMeshData& m_data;
     KzElementId m_id;
 };
+
+}  // namespace kzhost

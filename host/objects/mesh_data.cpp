@@ -1,6 +1,8 @@
 // What a mesh consists of.
 #include "host/objects/mesh_data.h"
 
+namespace kzhost {
+
 namespace {
 
 constexpr MeshPolygonType polygonTypes[] = {
@@ -194,3 +196,5 @@ std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* point
     if (count == 0 || count > mostCorners || points == nullptr) throw KZe_INVALIDARG;
     return {points, points + count};
 }
+
+}  // namespace kzhost

@@ -13,6 +13,8 @@
 #include <span>
 #include <string>
 
+namespace kzhost {
+
 struct MeshPoint {
     KzVector3 position;
     std::int32_t marks = 0;
@@ -140,3 +142,5 @@ std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* point
 
 // Whether an element with these marks is meant; 0 means all.
 inline bool kzIsMeant(std::int32_t marks, std::int32_t wanted) { return wanted == 0 || (marks & wanted) != 0; }
+
+}  // namespace kzhost

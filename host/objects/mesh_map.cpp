@@ -4,6 +4,8 @@
 #include "host/core/reasons.h"
 #include "host/state/text.h"
 
+namespace kzhost {
+
 namespace {
 
 constexpr std::int32_t mostDimensions = 64;
@@ -148,3 +150,5 @@ KzResult CMeshMap::meshmap_Range(std::int32_t component, float* minimum, float* 
     }
     return KZe_OK;
 }
+
+}  // namespace kzhost

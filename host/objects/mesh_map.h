@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_cursor.h"
 
+namespace kzhost {
+
 class CMeshMap final : public CHosted<"mesh map", CMeshMap, CKzIfc_MeshMap>, public CMeshCursor<CMeshMap, MeshMapData> {
 public:
     static CElementTable<MeshMapData>& table(CMeshData& data) { return data.maps; }
@@ -41,3 +43,5 @@ public:
 KzResult kzReadMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, float* values);
 KzResult kzWriteMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, const float* values);
 KzResult kzClearMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place);
+
+}  // namespace kzhost

@@ -1,6 +1,8 @@
 // Bringing the elements of one mesh into another.
 #include "host/objects/mesh_merge.h"
 
+namespace kzhost {
+
 namespace {
 
 class CMerge {
@@ -113,3 +115,5 @@ void kzTurnNormal(std::vector<float>& values, const KzMatrix4& matrix) {
 void kzMergeMesh(CMeshData& target, const CMeshData& source, const KzMatrix4& matrix, std::uint32_t flags) {
     CMerge(target, source, matrix, flags).run();
 }
+
+}  // namespace kzhost

@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_data.h"
 
+namespace kzhost {
+
 // Brings the elements of one mesh into another, by the flags of a merge.
 void kzMergeMesh(CMeshData& target, const CMeshData& source, const KzMatrix4& matrix, std::uint32_t flags);
 
@@ -12,3 +14,5 @@ inline constexpr std::uint32_t kzMergeEverything = KZfMESHMERGE_POINT_MAPS | KZf
                                                    KZf_MESHMERGE_POLY_SETS | KZf_MESHMERGE_POLY_MAPS;
 // A stored normal goes with what it stands on.
 void kzTurnNormal(std::vector<float>& values, const KzMatrix4& matrix);
+
+}  // namespace kzhost

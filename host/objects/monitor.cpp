@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 CMonitor::CMonitor(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> board, std::string title)
     : CServiceBase(std::move(context)), m_board(std::move(board)) {
     m_state.title = std::move(title);
@@ -38,3 +40,5 @@ KzResult CMonitor::show() {
     if (!m_state.ended) m_board->show(m_state);
     return m_board->aborts() ? KZe_ABORT : KZe_OK;
 }
+
+}  // namespace kzhost

@@ -7,6 +7,8 @@
 
 #include "kz/dialog.h"
 
+namespace kzhost {
+
 class CMonitor final : public CHosted<"monitor", CMonitor, CKzIfc_Monitor>, CServiceBase {
 public:
     CMonitor(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> board, std::string title);
@@ -22,3 +24,5 @@ private:
     std::shared_ptr<CMonitorBoard> m_board;
     MonitorState m_state;
 };
+
+}  // namespace kzhost

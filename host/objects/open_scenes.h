@@ -6,6 +6,10 @@
 
 #include <vector>
 
+namespace kzhost {
+
 struct OpenScenes {
     std::vector<CHostRef<CScene>> list;  // the current one is the last
 };
+
+}  // namespace kzhost

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstring>
 
+namespace kzhost {
+
 namespace {
 
 // Not-a-number becomes 0.
@@ -73,3 +75,5 @@ void kzConvertPixels(const PixelFormat& from, const std::byte* source, const Pix
     for (std::size_t i = 0; i < count; ++i)
         kzWritePixel(to, kzReadPixel(from, source + i * from.bytes()), target + i * to.bytes());
 }
+
+}  // namespace kzhost

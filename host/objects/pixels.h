@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <optional>
 
+namespace kzhost {
+
 struct PixelFormat {
     std::uint32_t code = 0;
     std::uint32_t components = 0;      // 1 grey, 3 with colour, 4 with alpha
@@ -24,3 +26,5 @@ void kzWritePixel(const PixelFormat& format, const PixelColor& color, std::byte*
 // A run of pixels from one format to another; the same format is copied as it is.
 void kzConvertPixels(const PixelFormat& from, const std::byte* source, const PixelFormat& to, std::byte* target,
                      std::size_t count) noexcept;
+
+}  // namespace kzhost

@@ -7,6 +7,8 @@
 #include <memory>
 #include <png.h>
 
+namespace kzhost {
+
 namespace {
 
 std::uint32_t pngFormatOf(std::uint32_t components) {
@@ -57,3 +59,5 @@ CHostRef<CImage> kzLoadPng(const std::string& path) {
     if (png_image_finish_read(&file, nullptr, image->at(0, 0), 0, nullptr) == 0) throw KZe_FAILED;
     return image;
 }
+
+}  // namespace kzhost

@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_map.h"
 
+namespace kzhost {
+
 KzResult CPoint::point_MoveToVertex(KzElementId polygon, std::int32_t vertex) {
     const auto& corners = data().polygons.at(polygon).points;
     if (vertex < 0 || static_cast<std::size_t>(vertex) >= corners.size()) return KZe_OUTOFBOUNDS;
@@ -107,3 +109,5 @@ KzResult CPoint::point_Remove() {
     data().removePoints([gone = here().id](const MeshPoint& point) { return point.id == gone; });
     return KZe_OK;
 }
+
+}  // namespace kzhost

@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_cursor.h"
 
+namespace kzhost {
+
 class CPoint final : public CHosted<"point", CPoint, CKzIfc_Point>, public CMeshCursor<CPoint, MeshPoint> {
 public:
     static CElementTable<MeshPoint>& table(CMeshData& data) { return data.points; }
@@ -45,3 +47,5 @@ private:
     std::vector<const MeshEdge*> edgesHere();
     const MeshEdge& edgeHere(std::uint32_t index);
 };
+
+}  // namespace kzhost

@@ -4,6 +4,8 @@
 #include "host/objects/mesh_map.h"
 #include "host/state/text.h"
 
+namespace kzhost {
+
 KzElementId CPolygon::corner(std::int64_t vertex) const {
     const auto& corners = here().points;
     if (vertex < 0 || vertex >= static_cast<std::int64_t>(corners.size())) throw KZe_OUTOFBOUNDS;
@@ -168,3 +170,5 @@ KzResult CPolygon::polygon_Remove() {
     data().removePolygons([gone = here().id](const MeshPolygon& polygon) { return polygon.id == gone; });
     return KZe_OK;
 }
+
+}  // namespace kzhost

@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_cursor.h"
 
+namespace kzhost {
+
 class CPolygon final : public CHosted<"polygon", CPolygon, CKzIfc_Polygon>, public CMeshCursor<CPolygon, MeshPolygon> {
 public:
     static CElementTable<MeshPolygon>& table(CMeshData& data) { return data.polygons; }
@@ -58,3 +60,5 @@ private:
     KzElementId corner(std::int64_t vertex) const;  // throws OUTOFBOUNDS
     KzResult setCorners(std::vector<KzElementId> corners);
 };
+
+}  // namespace kzhost

@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+namespace kzhost {
+
 namespace fs = std::filesystem;
 
 CSafeSave::CSafeSave(const std::string& target) {
@@ -34,3 +36,5 @@ KzResult CSafeSave::commit() {
     }
     return error ? KZe_NOACCESS : KZe_OK;
 }
+
+}  // namespace kzhost

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <string>
 
+namespace kzhost {
+
 // Whoever saves is given a file of the same name in a folder of its own beside the target. A save that fails half-way
 // leaves what was there before, and nothing else.
 class CSafeSave {
@@ -27,3 +29,5 @@ private:
     std::filesystem::path m_target;
     std::filesystem::path m_folder;  // empty where the target is no file but a device
 };
+
+}  // namespace kzhost

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 // Every action shares the values of the scene; there are no others.
@@ -137,3 +139,5 @@ KzResult CScene::scene_Channels(const char* action, double time, IKzUnknown** re
 KzResult CScene::scene_WriteChannels(const char* action, double time, IKzUnknown** write) {
     return handOver(kzMakeChannelWrite(self(), actionName(action), time), write);
 }
+
+}  // namespace kzhost

@@ -7,6 +7,8 @@
 
 #include <map>
 
+namespace kzhost {
+
 class CItem;
 
 class CScene final : public CHosted<"scene", CScene, CKzIfc_Scene>, public CHostSelf<CScene> {
@@ -135,3 +137,5 @@ IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double
 IKzUnknown* kzMakeChannelWrite(CHostRef<CScene> scene, std::string action, double time);
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel);
 IKzUnknown* kzMakeAddChannel(CHostRef<CItem> item, std::string channel);
+
+}  // namespace kzhost

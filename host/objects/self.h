@@ -5,6 +5,8 @@
 
 #include "kz/result.h"
 
+namespace kzhost {
+
 // A base for host classes made by `create`. The pointer back to the object's own interface counts as no reference.
 template <class Class> class CHostSelf {
 public:
@@ -31,3 +33,5 @@ template <class Value> Value& kzGiven(Value* value) {
     if (value == nullptr) throw KZe_INVALIDARG;
     return *value;
 }
+
+}  // namespace kzhost

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace kzhost {
+
 inline KzVector3 operator+(const KzVector3& a, const KzVector3& b) {
     return {{a.v[0] + b.v[0], a.v[1] + b.v[1], a.v[2] + b.v[2]}};
 }
@@ -63,3 +65,5 @@ inline double kzTurnDeterminant(const KzMatrix4& matrix) {
     const auto row = [&](int i) { return KzVector3{{matrix.m[i][0], matrix.m[i][1], matrix.m[i][2]}}; };
     return kzDot(row(0), kzCross(row(1), row(2)));
 }
+
+}  // namespace kzhost

@@ -19,6 +19,8 @@
 #include <algorithm>
 #include <atomic>
 
+namespace kzhost {
+
 namespace {
 
 class CApplication final : public CHosted<"application", CApplication, CKzIfc_ApplicationService, CKzIfc_Description>,
@@ -102,3 +104,5 @@ IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shar
     return CApplication::polymorph().wrap(std::make_unique<CApplication>(
         std::move(context), std::move(services), std::move(queries), std::move(log), std::move(properties)));
 }
+
+}  // namespace kzhost

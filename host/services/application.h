@@ -5,6 +5,9 @@
 
 class IKzUnknown;
 class CLogStore;
+
+namespace kzhost {
+
 class CPropertyTable;
 class CServiceRegistry;
 struct QueryEnvironment;
@@ -13,3 +16,5 @@ struct ServiceContext;
 IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
                               std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
                               std::shared_ptr<CPropertyTable> properties);
+
+}  // namespace kzhost

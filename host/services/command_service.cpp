@@ -16,6 +16,8 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+namespace kzhost {
+
 namespace {
 
 std::string nameOf(const CKzUser_Command& command) {
@@ -294,3 +296,5 @@ IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context,
     return CCommandService::polymorph().wrap(std::make_unique<CCommandService>(
         std::move(context), std::move(dispatcher), std::move(state), std::move(types)));
 }
+
+}  // namespace kzhost

@@ -13,6 +13,8 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+namespace kzhost {
+
 namespace {
 
 class CDialogService final : public CHosted<"dialog service", CDialogService, CKzIfc_StdDialogService>, CServiceBase {
@@ -86,3 +88,5 @@ IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::sh
     return CDialogService::polymorph().wrap(
         std::make_unique<CDialogService>(std::move(context), std::move(monitors), std::move(log)));
 }
+
+}  // namespace kzhost

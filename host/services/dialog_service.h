@@ -5,8 +5,13 @@
 
 class IKzUnknown;
 class CLogStore;
+
+namespace kzhost {
+
 class CMonitorBoard;
 struct ServiceContext;
 
 IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
                                 std::shared_ptr<CLogStore> log);
+
+}  // namespace kzhost

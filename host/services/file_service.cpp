@@ -18,6 +18,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace kzhost {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -218,3 +220,5 @@ KzResult CFileService::fileservice_ReadLines(const char* path, IKzUnknown* /*vis
 IKzUnknown* kzMakeFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files) {
     return CFileService::polymorph().wrap(std::make_unique<CFileService>(std::move(context), std::move(files)));
 }
+
+}  // namespace kzhost

@@ -4,7 +4,12 @@
 #include <memory>
 
 class IKzUnknown;
+
+namespace kzhost {
+
 class CPathAliases;
 struct ServiceContext;
 
 IKzUnknown* kzMakeFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files);
+
+}  // namespace kzhost

@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace kzhost {
+
 namespace {
 
 const KzIdentityRow* findRow(const KzGuid* iid) {
@@ -84,3 +86,5 @@ public:
 IKzUnknown* kzMakeGuidService(std::shared_ptr<ServiceContext> context) {
     return CGuidService::polymorph().wrap(std::make_unique<CGuidService>(std::move(context)));
 }
+
+}  // namespace kzhost

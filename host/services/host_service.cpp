@@ -17,6 +17,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 class CServerFactory final : public CHosted<"factory", CServerFactory, CKzIfc_Factory>, CServiceBase {
@@ -207,3 +209,5 @@ IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shar
     return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(
         std::move(context), std::move(modules), std::move(files), std::move(listeners), std::move(log)));
 }
+
+}  // namespace kzhost

@@ -4,12 +4,17 @@
 #include <memory>
 
 class IKzUnknown;
+class CLogStore;
+
+namespace kzhost {
+
 class CPathAliases;
 class CListenerTable;
-class CLogStore;
 class CModuleTable;
 struct ServiceContext;
 
 IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
                               std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
                               std::shared_ptr<CLogStore> log);
+
+}  // namespace kzhost

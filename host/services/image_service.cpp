@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace kzhost {
+
 namespace {
 
 class CImageService final : public CHosted<"image service", CImageService, CKzIfc_ImageService>, CServiceBase {
@@ -107,3 +109,5 @@ IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::sha
     return CImageService::polymorph().wrap(
         std::make_unique<CImageService>(std::move(context), std::move(files), std::move(images)));
 }
+
+}  // namespace kzhost

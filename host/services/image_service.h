@@ -4,9 +4,14 @@
 #include <memory>
 
 class IKzUnknown;
+
+namespace kzhost {
+
 class CPathAliases;
 class CImageFiles;
 struct ServiceContext;
 
 IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
                                std::shared_ptr<CImageFiles> images);
+
+}  // namespace kzhost

@@ -9,6 +9,8 @@
 #include "kz/listener.h"
 #include "kz/result.h"
 
+namespace kzhost {
+
 namespace {
 
 class CListenerService final : public CHosted<"listener service", CListenerService, CKzIfc_ListenerService>,
@@ -49,3 +51,5 @@ IKzUnknown* kzMakeListenerService(std::shared_ptr<ServiceContext> context, std::
     return CListenerService::polymorph().wrap(
         std::make_unique<CListenerService>(std::move(context), std::move(listeners)));
 }
+
+}  // namespace kzhost

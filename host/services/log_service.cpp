@@ -13,6 +13,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 // The kinds of entries that carry named fields.
@@ -133,3 +135,5 @@ IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::share
     return CLogService::polymorph().wrap(
         std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners)));
 }
+
+}  // namespace kzhost

@@ -4,9 +4,14 @@
 #include <memory>
 
 class IKzUnknown;
-class CListenerTable;
 class CLogStore;
+
+namespace kzhost {
+
+class CListenerTable;
 struct ServiceContext;
 
 IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
                              std::shared_ptr<CListenerTable> listeners);
+
+}  // namespace kzhost

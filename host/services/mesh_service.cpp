@@ -7,6 +7,8 @@
 #include "host/objects/scene.h"
 #include "host/state/text.h"
 
+namespace kzhost {
+
 namespace {
 
 class CMeshService final : public CHosted<"mesh service", CMeshService, CKzIfc_MeshService>, CServiceBase {
@@ -79,3 +81,5 @@ public:
 IKzUnknown* kzMakeMeshService(std::shared_ptr<ServiceContext> context) {
     return CMeshService::polymorph().wrap(std::make_unique<CMeshService>(std::move(context)));
 }
+
+}  // namespace kzhost

@@ -4,6 +4,11 @@
 #include <memory>
 
 class IKzUnknown;
+
+namespace kzhost {
+
 struct ServiceContext;
 
 IKzUnknown* kzMakeMeshService(std::shared_ptr<ServiceContext> context);
+
+}  // namespace kzhost

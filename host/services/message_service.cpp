@@ -12,6 +12,8 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+namespace kzhost {
+
 namespace {
 
 class CMessageService final : public CHosted<"message service", CMessageService, CKzIfc_MessageService>, CServiceBase {
@@ -67,3 +69,5 @@ private:
 IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log) {
     return CMessageService::polymorph().wrap(std::make_unique<CMessageService>(std::move(context), std::move(log)));
 }
+
+}  // namespace kzhost

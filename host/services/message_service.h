@@ -5,6 +5,11 @@
 
 class IKzUnknown;
 class CLogStore;
+
+namespace kzhost {
+
 struct ServiceContext;
 
 IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log);
+
+}  // namespace kzhost

@@ -14,6 +14,8 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+namespace kzhost {
+
 namespace {
 
 std::string environment(std::string_view name) {
@@ -126,3 +128,5 @@ IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::
     return CPlatformService::polymorph().wrap(
         std::make_unique<CPlatformService>(std::move(context), std::move(files), std::move(importPaths)));
 }
+
+}  // namespace kzhost

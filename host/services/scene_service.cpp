@@ -8,6 +8,8 @@
 #include "host/objects/scene.h"
 #include "host/state/text.h"
 
+namespace kzhost {
+
 namespace {
 
 class CSceneService final : public CHosted<"scene service", CSceneService, CKzIfc_SceneService>, CServiceBase {
@@ -153,3 +155,5 @@ private:
 IKzUnknown* kzMakeSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes) {
     return CSceneService::polymorph().wrap(std::make_unique<CSceneService>(std::move(context), std::move(scenes)));
 }
+
+}  // namespace kzhost

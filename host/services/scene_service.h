@@ -4,7 +4,12 @@
 #include <memory>
 
 class IKzUnknown;
+
+namespace kzhost {
+
 struct OpenScenes;
 struct ServiceContext;
 
 IKzUnknown* kzMakeSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes);
+
+}  // namespace kzhost

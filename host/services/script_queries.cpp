@@ -26,6 +26,8 @@
 #include <functional>
 #include <iterator>
 
+namespace kzhost {
+
 namespace {
 
 struct Selection {
@@ -311,3 +313,5 @@ IKzUnknown* kzMakeNamedService(const std::shared_ptr<CServiceRegistry>& services
     }
     return CNamedService::polymorph().wrap(std::make_unique<CNamedService>(services, queries, std::string(name)));
 }
+
+}  // namespace kzhost

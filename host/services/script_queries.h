@@ -7,15 +7,18 @@
 #include <span>
 #include <string_view>
 
+class CLogStore;
+class CScriptRunner;
+class IKzUnknown;
+
+namespace kzhost {
+
 class CCommandDispatcher;
 class CPathAliases;
-class CLogStore;
 class CModuleTable;
 class CPropertyTable;
-class CScriptRunner;
 class CServiceRegistry;
 class CValueTypeRegistry;
-class IKzUnknown;
 struct ServiceContext;
 
 // What the answers are taken from.
@@ -41,3 +44,5 @@ KzResult kzMakeQuery(const std::shared_ptr<const QueryEnvironment>& host, std::s
 // no such service.
 IKzUnknown* kzMakeNamedService(const std::shared_ptr<CServiceRegistry>& services,
                                const std::shared_ptr<const QueryEnvironment>& queries, std::string_view name);
+
+}  // namespace kzhost

@@ -14,6 +14,8 @@
 #include "kz/result.h"
 #include "kz/script.h"
 
+namespace kzhost {
+
 namespace {
 
 class CScriptService final : public CHosted<"script service", CScriptService, CKzIfc_ScriptSysService>, CServiceBase {
@@ -132,3 +134,5 @@ IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::sh
                                                                              std::move(modules), std::move(files),
                                                                              std::move(log), std::move(queries)));
 }
+
+}  // namespace kzhost

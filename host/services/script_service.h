@@ -4,13 +4,18 @@
 #include <memory>
 
 class IKzUnknown;
-class CPathAliases;
 class CLogStore;
-class CModuleTable;
 class CScriptRunner;
+
+namespace kzhost {
+
+class CPathAliases;
+class CModuleTable;
 struct QueryEnvironment;
 struct ServiceContext;
 
 IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptRunner> scripts,
                                 std::shared_ptr<CModuleTable> modules, std::shared_ptr<CPathAliases> files,
                                 std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries);
+
+}  // namespace kzhost

@@ -19,6 +19,8 @@
 #include <thread>
 #include <vector>
 
+namespace kzhost {
+
 namespace {
 
 std::uint32_t processors() { return std::max(1U, std::thread::hardware_concurrency()); }
@@ -358,3 +360,5 @@ IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::sh
     return CThreadService::polymorph().wrap(
         std::make_unique<CThreadService>(std::move(context), std::move(jobThreads)));
 }
+
+}  // namespace kzhost

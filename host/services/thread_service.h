@@ -4,7 +4,12 @@
 #include <memory>
 
 class IKzUnknown;
+
+namespace kzhost {
+
 class CJobThreads;
 struct ServiceContext;
 
 IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads);
+
+}  // namespace kzhost

@@ -16,6 +16,8 @@
 #include <algorithm>
 #include <cctype>
 
+namespace kzhost {
+
 namespace {
 
 constexpr const char* unitSystems[] = {"si", "metric", "english"};
@@ -179,3 +181,5 @@ IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::sha
     return CValueService::polymorph().wrap(std::make_unique<CValueService>(std::move(context), std::move(types),
                                                                            std::move(properties), std::move(queries)));
 }
+
+}  // namespace kzhost

@@ -4,6 +4,9 @@
 #include <memory>
 
 class IKzUnknown;
+
+namespace kzhost {
+
 class CPropertyTable;
 class CValueTypeRegistry;
 struct QueryEnvironment;
@@ -12,3 +15,5 @@ struct ServiceContext;
 IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypeRegistry> types,
                                std::shared_ptr<CPropertyTable> properties,
                                std::shared_ptr<const QueryEnvironment> queries);
+
+}  // namespace kzhost

@@ -1,6 +1,8 @@
 // Failures on demand, counts and traces of service operations.
 #include "host/state/call_watch.h"
 
+namespace kzhost {
+
 void CCallWatch::fail(const std::string& operation, KzResult code, int times) {
     const std::lock_guard lock(m_lock);
     if (times == 0) m_faults.erase(operation);
@@ -48,3 +50,5 @@ void CCallWatch::watched(const char* operation) {
     }
     throw code;
 }
+
+}  // namespace kzhost

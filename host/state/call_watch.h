@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+namespace kzhost {
+
 class CCallWatch {
 public:
     // Throws the code that the operation is to fail with, if any. Costs one load while nobody watches.
@@ -44,3 +46,5 @@ private:
     bool m_counting = false;
     Tracer m_tracer;
 };
+
+}  // namespace kzhost

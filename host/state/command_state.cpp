@@ -1,6 +1,8 @@
 // What the command service keeps between calls.
 #include "host/state/command_state.h"
 
+namespace kzhost {
+
 namespace {
 constexpr std::size_t longestHistory = 1000;
 constexpr std::size_t mostHistoryBytes = 16U << 20U;
@@ -85,3 +87,5 @@ CCommandState::Depth::~Depth() {
     const std::lock_guard lock(m_system.m_lock);
     m_system.m_running.pop_back();
 }
+
+}  // namespace kzhost

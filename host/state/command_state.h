@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+namespace kzhost {
+
 class CCommandState {
 public:
     // The number of that name in this session, given at first sight. Never 0.
@@ -51,3 +53,5 @@ private:
     std::size_t m_historyBytes = 0;
     std::vector<std::uint32_t> m_running;
 };
+
+}  // namespace kzhost

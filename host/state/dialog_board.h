@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+namespace kzhost {
+
 // What is asked about one argument.
 struct DialogQuestion {
     std::string command;
@@ -39,3 +41,7 @@ private:
     mutable std::mutex m_lock;
     Asker m_asker;
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

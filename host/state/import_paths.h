@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+namespace kzhost {
+
 class CImportPaths {
 public:
     void set(std::vector<std::string> paths) {
@@ -25,3 +27,5 @@ private:
     mutable std::mutex m_lock;
     std::vector<std::string> m_paths;
 };
+
+}  // namespace kzhost

@@ -8,6 +8,8 @@
 #include <mutex>
 #include <string>
 
+namespace kzhost {
+
 // How far a monitored task is. A monitor that was never initialised has no steps.
 struct MonitorState {
     std::string title;
@@ -37,3 +39,7 @@ private:
     Viewer m_viewer;
     std::atomic<bool> m_aborts = false;
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

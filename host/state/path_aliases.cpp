@@ -5,6 +5,8 @@
 
 #include <filesystem>
 
+namespace kzhost {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -79,3 +81,5 @@ std::string CPathAliases::programPath() {
     const fs::path path = fs::read_symlink("/proc/self/exe", error);
     return error ? std::string() : path.string();
 }
+
+}  // namespace kzhost

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+namespace kzhost {
+
 class CPathAliases {
 public:
     // An empty path removes the alias. The name comes without its colon.
@@ -32,3 +34,5 @@ private:
     mutable std::mutex m_lock;
     std::map<std::string, std::string, std::less<>> m_aliases;
 };
+
+}  // namespace kzhost

@@ -3,6 +3,8 @@
 
 #include <utility>
 
+namespace kzhost {
+
 void CPropertyTable::set(const std::string& name, std::string value) {
     const std::lock_guard lock(m_lock);
     m_values[name] = std::move(value);
@@ -13,3 +15,5 @@ std::optional<std::string> CPropertyTable::get(const std::string& name) const {
     const auto found = m_values.find(name);
     return found != m_values.end() ? std::optional(found->second) : std::nullopt;
 }
+
+}  // namespace kzhost

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+namespace kzhost {
+
 class CPropertyTable {
 public:
     void set(const std::string& name, std::string value);
@@ -15,3 +17,5 @@ private:
     mutable std::mutex m_lock;
     std::map<std::string, std::string> m_values;
 };
+
+}  // namespace kzhost

@@ -10,6 +10,8 @@
 #include <charconv>
 #include <iterator>
 
+namespace kzhost {
+
 namespace {
 
 // How much of the text fits without cutting a UTF-8 character in two.
@@ -76,3 +78,5 @@ std::string kzWithoutMarkup(std::string_view text) {
     }
     return plain;
 }
+
+}  // namespace kzhost

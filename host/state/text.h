@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+namespace kzhost {
+
 // Copies a text into a caller's buffer. What does not fit is cut off and SHORTBUFFER says so.
 KzResult kzFillText(std::string_view text, char* buffer, std::uint32_t length) noexcept;
 
@@ -25,3 +27,7 @@ std::optional<KzResult> kzCodeOfName(std::string_view name) noexcept;
 
 // Without the log's inline style markup: the byte 0x03 and the parenthesised group after it.
 std::string kzWithoutMarkup(std::string_view text);
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

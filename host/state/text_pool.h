@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace kzhost {
+
 // Gives texts an address that stays valid for as long as the pool lives, however often the same text is asked for.
 class CTextPool {
 public:
@@ -18,3 +20,5 @@ private:
     std::mutex m_lock;
     std::set<std::string, std::less<>> m_texts;
 };
+
+}  // namespace kzhost

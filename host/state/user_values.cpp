@@ -1,6 +1,8 @@
 // Values that users and scripts define by name.
 #include "host/state/user_values.h"
 
+namespace kzhost {
+
 std::optional<UserValue> CUserValues::find(const std::string& name) const {
     const std::lock_guard lock(m_lock);
     const auto found = m_values.find(name);
@@ -23,3 +25,5 @@ std::vector<std::string> CUserValues::names() const {
     for (const auto& [name, value] : m_values) found.push_back(name);
     return found;
 }
+
+}  // namespace kzhost

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 struct UserValue {
     const KzValueType* type = nullptr;
     KzCell cell;
@@ -29,3 +31,5 @@ private:
     mutable std::mutex m_lock;
     std::map<std::string, UserValue> m_values;
 };
+
+}  // namespace kzhost

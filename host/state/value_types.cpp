@@ -12,6 +12,8 @@
 #include <limits>
 #include <numbers>
 
+namespace kzhost {
+
 namespace {
 
 constexpr KzUnit angleUnits[] = {{"deg", std::numbers::pi / 180}, {"rad", 1}};
@@ -192,3 +194,5 @@ int kzCompareCells(const KzCell& left, const KzCell& right) noexcept {
     if (!a || !b) return left.index() < right.index() ? -1 : 1;
     return *a < *b ? -1 : (*b < *a ? 1 : 0);
 }
+
+}  // namespace kzhost

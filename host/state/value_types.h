@@ -10,6 +10,8 @@
 #include <string_view>
 #include <variant>
 
+namespace kzhost {
+
 using KzColor = std::array<double, 3>;
 using KzCell = std::variant<std::int32_t, double, std::string, KzColor>;
 
@@ -54,3 +56,5 @@ std::optional<std::int32_t> kzChoiceOf(const KzTextValueHint* hints, const KzVal
 
 // -1, 0 or 1.
 int kzCompareCells(const KzCell& left, const KzCell& right) noexcept;
+
+}  // namespace kzhost

@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 
+namespace kzhost {
+
 std::string kzConfigFolder() {
     const auto environment = [](const char* name) {
         const char* value = std::getenv(name);
@@ -13,3 +15,5 @@ std::string kzConfigFolder() {
     const std::string home = environment("HOME");
     return home.empty() ? std::string() : home + "/.config/kzhost";
 }
+
+}  // namespace kzhost
