@@ -83,7 +83,7 @@ void addServices(const HostParts& host) {
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
-    add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners);
+    add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
     add("platform", KZu_PLATFORMSERVICE, kzMakePlatformService, host.files, host.importPaths);
@@ -100,9 +100,10 @@ HostParts::HostParts()
     : context(std::make_shared<ServiceContext>()), commandState(std::make_shared<CCommandState>()),
       dialogs(std::make_shared<CDialogBoard>()), files(std::make_shared<CPathAliases>()),
       importPaths(std::make_shared<CImportPaths>()), monitors(std::make_shared<CMonitorBoard>()),
-      properties(std::make_shared<CPropertyTable>()), userValues(std::make_shared<CUserValues>()),
-      jobThreads(std::make_shared<CJobThreads>()), listeners(std::make_shared<CListenerTable>()),
-      log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
+      properties(std::make_shared<CPropertyTable>()), texts(std::make_shared<CTextBoard>()),
+      userValues(std::make_shared<CUserValues>()), jobThreads(std::make_shared<CJobThreads>()),
+      listeners(std::make_shared<CListenerTable>()), log(std::make_shared<CLogStore>()),
+      reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       types(std::make_shared<CValueTypeRegistry>(modules)), scripts(std::make_shared<CScriptRunner>(modules, log)),
       environment(std::make_shared<CommandEnvironment>(
           CommandEnvironment{context, commandState, dialogs, listeners, log, types})),

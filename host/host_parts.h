@@ -22,6 +22,7 @@ class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
 class CServiceRegistry;
+class CTextBoard;
 class CUserValues;
 class CValueTypeRegistry;
 struct CommandEnvironment;
@@ -40,6 +41,7 @@ struct HostParts {
     std::shared_ptr<CImportPaths> importPaths;
     std::shared_ptr<CMonitorBoard> monitors;
     std::shared_ptr<CPropertyTable> properties;
+    std::shared_ptr<CTextBoard> texts;
     std::shared_ptr<CUserValues> userValues;
     // The core
     std::shared_ptr<CJobThreads> jobThreads;

@@ -60,6 +60,7 @@ CPropertyTable& CKzHost::properties() const { return *m_parts->properties; }
 CReasonBook& CKzHost::reasons() const { return *m_parts->reasons; }
 CScriptRunner& CKzHost::scripts() const { return *m_parts->scripts; }
 CServiceRegistry& CKzHost::services() const { return *m_parts->services; }
+CTextBoard& CKzHost::texts() const { return *m_parts->texts; }
 
 bool CKzHost::load(const std::string& path, std::string& why) {
     const std::string file = std::filesystem::absolute(path).lexically_normal().string();
@@ -84,6 +85,7 @@ ScriptEnd CKzHost::run(const CHostRef<CScript>& script, std::uint32_t flags, con
     const auto message = CHostRef<CMessage>::make();
     ScriptEnd end;
     end.code = scripts().run(script, flags, args.c_str(), message.raw());
+    end.outcome = message->outcome();
     const char* key = nullptr;
     message->msg_Key(&key);
     end.isTold = !kzTextOf(key).empty();

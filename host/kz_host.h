@@ -1,6 +1,8 @@
 // The reference host: an application object with its services, and the modules that were loaded into it.
 #pragma once
 
+#include "host/state/script_outcome.h"
+
 #include "kz/base/object.h"
 
 #include <memory>
@@ -24,12 +26,14 @@ class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
 class CServiceRegistry;
+class CTextBoard;
 struct HostParts;
 template <class Class> class CHostRef;
 
 // How a script ended.
 struct ScriptEnd {
     KzResult code = 0;
+    ScriptOutcome outcome;
     std::string message;  // why, as the interpreter told it; empty when it said nothing
     bool isTold = false;  // the interpreter filled in the message
 };
@@ -60,6 +64,7 @@ public:
     CReasonBook& reasons() const;
     CScriptRunner& scripts() const;
     CServiceRegistry& services() const;
+    CTextBoard& texts() const;
 
     // Loads a module; false, with a full sentence in `why`.
     bool load(const std::string& path, std::string& why);

@@ -4,6 +4,7 @@
 #include "module/checks.h"
 #include "module/host_output.h"
 #include "module/root_output.h"
+#include "script/outcome.h"
 
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
@@ -38,6 +39,7 @@ bool isIdle(const char* at) {
 
 CScriptOutput::CScriptOutput(std::string label) : m_label(std::move(label)) {
     if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_log.take(cache->service(KZu_LOGSERVICE));
+    m_stream.set(m_log.raw());
 }
 
 void CScriptOutput::place(IKzUnknown* entry) {
@@ -53,17 +55,17 @@ void CScriptOutput::place(IKzUnknown* entry) {
 
 IKzLogEntry* CScriptOutput::entry() {
     if (m_entry || !m_log) return m_entry.ptr();
-    const KzResult code =
-        kzObtain(m_entry, [&](IKzUnknown** found) { return m_log->CreateEntry(KZe_INFO, m_label.c_str(), found); });
-    if (kzFailed(code)) return nullptr;
+    CKzLoc_Unknown made;
+    kzMakeEntry(made, m_log.ptr(), kzFromScript, m_label.c_str(), KZe_INFO);
+    if (!m_entry.set(made.raw())) return nullptr;
     place(m_entry.raw());
     return m_entry.ptr();
 }
 
-void CScriptOutput::write(const char* text, KzResult code) {
+void CScriptOutput::writeFrom(const char* origin, const char* text, KzResult code) {
     IKzLogEntry* parent = entry();
     CKzLoc_Unknown made;
-    if (m_log) kzObtain(made, [&](IKzUnknown** found) { return m_log->CreateEntry(code, text, found); });
+    if (m_log) kzMakeEntry(made, m_log.ptr(), origin, text, code);
     if (parent != nullptr && made) parent->AddEntry(made.raw());
 }
 
@@ -135,6 +137,7 @@ KzResult CInterpreterScript::reportExit(const KzException& exception) {
     if (end.hasCode && end.message.empty()) tell("exit_code", name);
     else if (end.hasCode) tell("exit_code_msg", name, end.message.c_str());
     else if (!end.message.empty()) tell("exit_msg", end.message.c_str());
+    CScriptOutcome(m_message).exit(exception, end.code);
     return end.code;
 }
 
@@ -147,6 +150,7 @@ KzResult CInterpreterScript::reportFailure(const KzException& exception) {
     if (exception.value.get() != nullptr && exception.value.get() != Py_None)
         if (const std::optional<std::string> value = kzReadableText(exception.value)) text += "; " + *value;
     tell("script_err", kzVisible(std::move(text)).c_str());
+    CScriptOutcome(m_message).fail(exception);
     kzReportException(exception);
     return KZe_FAILED;
 }

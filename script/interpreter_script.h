@@ -20,7 +20,9 @@ class CScriptOutput : public COutput {
 public:
     explicit CScriptOutput(std::string label);
     void trace(const char* name, const char* message, KzResult code) override;
-    void write(const char* text, KzResult code) override;
+    void write(const char* text, KzResult code) override { writeFrom(kzFromModule, text, code); }
+    void writeFrom(const char* origin, const char* text, KzResult code) override;
+    IKzTextOutput* stream() override { return m_stream.ptr(); }
     IKzLogEntry* entry() override;
     void attach(std::shared_ptr<COutput> below) override { m_below = std::move(below); }
 
@@ -30,6 +32,7 @@ private:
     std::string m_label;
     std::shared_ptr<COutput> m_below;
     CKzUser_LogService m_log;
+    CKzLoc_TextOutput m_stream;
     CKzLoc_LogEntry m_entry;
 };
 

@@ -6,14 +6,15 @@
 #include "host/cli/run_command.h"
 #include "host/cli/run_script.h"
 #include "host/cli/server_verbs.h"
+#include "host/cli/standard_streams.h"
 #include "host/state/text.h"
 
 #include "kz_version.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cstdio>
 #include <filesystem>
+#include <sstream>
 
 namespace {
 
@@ -37,7 +38,9 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory)
         ->allow_extra_args(false);
-    app.add_option("--log", options.logFile, "Write the event log to FILE, one JSON object a line")->type_name("FILE");
+    app.add_option("--log", options.logFile,
+                   "Append the event log to FILE, one JSON object a line; - is standard output")
+        ->type_name("FILE");
     app.add_flag("--trace", options.trace, "Show each call of the module to the host");
     app.add_flag("--quiet", options.quiet, "Only output and errors, no notices");
 }
@@ -58,6 +61,17 @@ int askForCommand(const CLI::App& app) {
     const std::string wrong = words.empty() ? "a command is missing" : "there is no command \"" + words.front() + "\"";
     CProgram::say(wrong + "; there are:" + names + ". kzhost --help says more.");
     return exitUsage;
+}
+
+template <class Action> int guarded(Action&& action) {
+    try {
+        return action();
+    } catch (const std::exception& error) {
+        CProgram::say(error.what());
+    } catch (KzResult code) {
+        CProgram::say("stopped by " + kzCodeName(code));
+    }
+    return exitFailed;
 }
 
 int runProgram(int count, char** words) {
@@ -88,33 +102,32 @@ int runProgram(int count, char** words) {
     try {
         app.parse(count, words);
     } catch (const CLI::ParseError& error) {
-        const int status = app.exit(error);
+        std::ostringstream out, problem;
+        const int status = app.exit(error, out, problem);
+        CStandardStreams::get().out(out.str());
+        CStandardStreams::get().error(problem.str());
         return status == 0 ? exitOk : exitUsage;
     }
     if (app.get_subcommands().empty()) return askForCommand(app);
     takeAliases(options, aliases);
     CProgram program(std::move(options));
-    if (serverVerbs.parsed()) return serverVerbs.run(program);
-    if (run->parsed()) {
-        for (const std::string& word : run->remaining()) rest.push_back(word);
-        return kzRunScript(program, script, rest);
-    }
-    if (eval->parsed()) return kzEvalLines(program, rest);
-    if (console->parsed()) return kzRunConsole(program);
-    if (cmd->parsed()) return kzRunCommand(program, script);
-    if (commands->parsed()) return kzListCommands(program);
-    return servers->parsed() ? kzListServers(program) : exitUsage;
+    return program.finish(guarded([&] {
+        if (serverVerbs.parsed()) return serverVerbs.run(program);
+        if (run->parsed()) {
+            for (const std::string& word : run->remaining()) rest.push_back(word);
+            return kzRunScript(program, script, rest);
+        }
+        if (eval->parsed()) return kzEvalLines(program, rest);
+        if (console->parsed()) return kzRunConsole(program);
+        if (cmd->parsed()) return kzRunCommand(program, script);
+        if (commands->parsed()) return kzListCommands(program);
+        return servers->parsed() ? kzListServers(program) : exitUsage;
+    }));
 }
 
 }  // namespace
 
 int main(int count, char** words) {
-    try {
-        return runProgram(count, words);
-    } catch (const std::exception& error) {
-        CProgram::say(error.what());
-    } catch (KzResult code) {
-        CProgram::say("stopped by " + kzCodeName(code));
-    }
-    return exitFailed;
+    CStandardStreams::ignoreSignals();
+    return CStandardStreams::get().finish(guarded([=] { return runProgram(count, words); }));
 }

@@ -16,24 +16,20 @@ namespace {
 
 bool wasInterrupted(const ScriptEnd& end) {
     const bool signalled = CInterruptScope::takeInterrupt();
-    return kzFailed(end.code) && ((signalled && end.code == KZe_ABORT) ||
-                                  end.message.find("exception \"KeyboardInterrupt\"") != std::string::npos);
+    return end.outcome.kind == ScriptOutcome::Kind::interrupted || (signalled && end.code == KZe_ABORT);
 }
 
 int statusOf(const std::string& path, const ScriptEnd& end) {
-    if (wasInterrupted(end)) {
-        CProgram::say(path + ": interrupted");
-        return exitInterrupted;
-    }
+    if (wasInterrupted(end)) return exitInterrupted;
+    if (end.outcome.kind == ScriptOutcome::Kind::exit) return kzStatusOfExit(path, end.outcome);
     if (kzFailed(end.code)) {
         const std::string message = end.isTold ? end.message : CMessageTables::codeText(end.code);
-        CProgram::say(fmt::format("{}: 0x{:08x} {}: {}", path, end.code, kzCodeName(end.code), message));
+        if (end.outcome.kind != ScriptOutcome::Kind::reported)
+            CProgram::say(fmt::format("{}: 0x{:08x} {}: {}", path, end.code, kzCodeName(end.code), message));
         return exitFailed;
     }
-    if (end.code <= exitMostOfScript) return static_cast<int>(end.code);
-    CProgram::say(fmt::format("{}: ended with {} (0x{:08x}), which is no exit status; it becomes {}", path, end.code,
-                              end.code, static_cast<int>(exitMostOfScript)));
-    return exitMostOfScript;
+    if (end.isTold) CProgram::say(path + ": " + end.message);
+    return kzStatusOfCode(path, end.code);
 }
 
 // The name of the server that takes the script. If none of the modules' own does, those count as well that come to be

@@ -1,6 +1,7 @@
 // The verbs check, convert and tree.
 #include "host/cli/server_verbs.h"
 
+#include "host/cli/standard_streams.h"
 #include "host/cli/tree_walk.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
@@ -80,15 +81,15 @@ int convert(CProgram& program, const std::string& from, const std::string& to) {
     } catch (KzResult code) {
         return failed(code == KZe_NOTSUPPORTED ? to + ": no saver writes such files" : to, code);
     }
-    fmt::print("{}: {} x {} pixels\n", to, image->width(), image->height());
+    CStandardStreams::get().print("{}: {} x {} pixels\n", to, image->width(), image->height());
     return exitOk;
 }
 
 void printRow(const TreeRow& row) {
-    fmt::print("{:{}}", "", row.depth * 2);
+    std::string line(row.depth * 2, ' ');
     for (std::size_t column = 0; column < row.cells.size(); ++column)
-        fmt::print("{}{}", column > 0 ? "  " : "", row.cells[column]);
-    fmt::print("\n");
+        line += (column > 0 ? "  " : "") + row.cells[column];
+    CStandardStreams::get().out(line + "\n");
 }
 
 int printTree(CProgram& program, const std::string& name) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/core/object.h"
+#include "host/state/script_outcome.h"
 
 #include "kz/message.h"
 
@@ -13,7 +14,7 @@ namespace kzhost {
 // How many arguments a message text can name: %1 to %9.
 inline constexpr std::uint32_t kzMessageArguments = 9;
 
-class CMessage final : public CHosted<"message", CMessage, CKzIfc_Message> {
+class CMessage final : public CHosted<"message", CMessage, CKzIfc_Message, CHeardOutcome> {
 public:
     std::uint32_t msg_Code() override;
     KzResult msg_SetCode(std::uint32_t code) override;

@@ -157,7 +157,7 @@ std::optional<std::string> kzJoinArguments(const std::vector<std::string>& argum
 
 std::size_t CScriptRunner::depth() const {
     const std::lock_guard lock(m_lock);
-    return m_running.size();
+    return m_running;
 }
 
 // One that cannot be made takes no script, and keeps no other from it.
@@ -195,24 +195,17 @@ KzResult CScriptRunner::run(const CHostRef<CScript>& script, std::uint32_t flags
         });
     {
         const std::lock_guard lock(m_lock);
-        m_running.push_back({script->path(), m_running.empty()});
+        ++m_running;
     }
     // An interpreter in Python is never given a null object.
     const auto unheard = message == nullptr ? CHostRef<CMessage>::make() : CHostRef<CMessage>();
     const KzResult code = held->Run(script.raw(), flags, args, message != nullptr ? message : unheard.raw());
     const std::lock_guard lock(m_lock);
-    if (!m_running.empty()) m_running.pop_back();
+    if (m_running > 0) --m_running;
     return code;
-}
-
-bool CScriptRunner::takesAsHeading(const std::string& text) {
-    const std::lock_guard lock(m_lock);
-    if (m_running.empty() || m_running.back().hasHeading || m_running.back().name != text) return false;
-    m_running.back().hasHeading = true;
-    return true;
 }
 
 void CScriptRunner::clear() {
     const std::lock_guard lock(m_lock);
-    m_running.clear();
+    m_running = 0;
 }

@@ -51,7 +51,7 @@ std::optional<std::string> kzFindScript(const CPathAliases& files, const std::st
 // no escape, so some arguments cannot be said: then nothing, with a full sentence in `problem`.
 std::optional<std::string> kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem);
 
-// Scripts that run now, the innermost last.
+// Runs scripts, and knows how many run inside each other now.
 class CScriptRunner {
 public:
     CScriptRunner(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CLogStore> log)
@@ -61,18 +61,11 @@ public:
     // The server that takes the script, and an instance of it; neither when none does.
     std::optional<KzServer> interpreterFor(const CScript& script, CKzLoc_Unknown& interpreter) const;
     KzResult run(const CHostRef<CScript>& script, std::uint32_t flags, const char* args, IKzUnknown* message);
-    // Whether a line of the log is the heading under which a script inside another one reports: the first line while
-    // it runs, with its name. Asked once for each line, in order.
-    bool takesAsHeading(const std::string& text);
     void clear();
 
 private:
-    struct Running {
-        std::string name;
-        bool hasHeading = false;
-    };
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<CLogStore> m_log;
     mutable std::mutex m_lock;
-    std::vector<Running> m_running;
+    std::size_t m_running = 0;
 };

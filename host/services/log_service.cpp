@@ -8,6 +8,8 @@
 #include "host/core/service_base.h"
 #include "host/state/text.h"
 
+#include "kz/base/text_output.h"
+#include "kz/block_io.h"
 #include "kz/message.h"
 #include "kz/result.h"
 
@@ -55,11 +57,13 @@ const InfoBlockRow* findBlock(std::string_view name) {
     return found != blocks.end() ? &*found : nullptr;
 }
 
-class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService>, CServiceBase {
+class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService, CKzIfc_TextOutput>,
+                          CServiceBase {
 public:
     CLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
-                std::shared_ptr<CListenerTable> listeners)
-        : CServiceBase(std::move(context)), m_log(std::move(log)), m_listeners(std::move(listeners)) {}
+                std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CTextBoard> texts)
+        : CServiceBase(std::move(context)), m_log(std::move(log)), m_listeners(std::move(listeners)),
+          m_texts(std::move(texts)) {}
 
     KzResult logservice_SubSystemCount(std::uint32_t* count) override {
         enter("Log.SubSystemCount");
@@ -100,12 +104,12 @@ public:
     }
     KzResult logservice_SetMaxEntries(std::uint32_t count) override {
         enter("Log.SetMaxEntries");
-        m_log->setLimit(count);
+        m_log->limits.entries = count;
         return KZe_OK;
     }
     std::uint32_t logservice_MaxEntries() override {
         enter("Log.MaxEntries");
-        return m_log->limit();
+        return m_log->limits.entries;
     }
     KzResult logservice_Flush() override {
         enter("Log.Flush");
@@ -113,9 +117,26 @@ public:
         return KZe_OK;  // every line is passed on as it comes
     }
 
+    KzResult textoutput_Write(const char* origin, std::uint32_t level, std::uint64_t size, const void* text) override {
+        enter("TextOutput.Write");
+        return show({kzOriginOf(kzTextOf(origin)), level, {static_cast<const char*>(text), size}});
+    }
+    KzResult textoutput_Flush(const char* origin) override {
+        enter("TextOutput.Flush");
+        return show({kzOriginOf(kzTextOf(origin)), KZe_OK, {}, true});
+    }
+    std::int32_t textoutput_Failure() override { return t_failure; }
+
 private:
+    KzResult show(const TextPiece& piece) const {
+        t_failure = m_texts->show(piece);
+        return t_failure == 0 ? KZe_OK : KZe_IO_ERROR;
+    }
+
+    static inline thread_local std::int32_t t_failure = 0;
     std::shared_ptr<CLogStore> m_log;
     std::shared_ptr<CListenerTable> m_listeners;
+    std::shared_ptr<CTextBoard> m_texts;
 };
 
 KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
@@ -131,9 +152,9 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
 }  // namespace
 
 IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
-                             std::shared_ptr<CListenerTable> listeners) {
+                             std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CTextBoard> texts) {
     return CLogService::polymorph().wrap(
-        std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners)));
+        std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners), std::move(texts)));
 }
 
 }  // namespace kzhost

@@ -5,6 +5,7 @@
 
 class IKzUnknown;
 class CLogStore;
+class CTextBoard;
 
 namespace kzhost {
 
@@ -12,6 +13,6 @@ class CListenerTable;
 struct ServiceContext;
 
 IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
-                             std::shared_ptr<CListenerTable> listeners);
+                             std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CTextBoard> texts);
 
 }  // namespace kzhost
