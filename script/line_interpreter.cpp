@@ -4,6 +4,7 @@
 #include "module/checks.h"
 #include "module/host_output.h"
 #include "module/output.h"
+#include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
 #include "script/outcome.h"
@@ -66,6 +67,7 @@ public:
     KzResult lin_Reset() override;
 
 private:
+    static void endPrintedLine();
     static KzResult endByException(IKzLineExecution* console);
     bool isToWait(bool wasPending, bool isEmptyLine);
     KzResult run(IKzUnknown* execution);
@@ -156,9 +158,16 @@ KzResult CLineInterpreter::run(IKzUnknown* execution) {
     const CPyRefNull result(code.get() == nullptr ? nullptr
                                                   : PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()),
                                                                     interpreter.globals, interpreter.locals));
+    if (output->stream() != nullptr) endPrintedLine();
     if (result.get() == nullptr) return endByException(output->console());
     if (result.get() != Py_None) passResults(result, output->console());
     return KZe_OK;
+}
+
+// As at Python's own prompt, a print statement that ends in a comma ends its line here.
+void CLineInterpreter::endPrintedLine() {
+    const CPendingException pending;
+    if (Py_FlushLine() != 0) PyErr_Clear();
 }
 
 // A host that hears how lines end is told of sys.exit(), and does what was asked; to others it is an exception.

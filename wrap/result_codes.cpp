@@ -8,8 +8,11 @@
 #include "kz/command.h"
 #include "kz/result.h"
 
+#include <frameobject.h>
+
 #include <cstdlib>
 #include <map>
+#include <utility>
 
 KzResult kzLastResultCode = 0;
 bool kzQuietFlag = false;
@@ -73,7 +76,28 @@ KzResult codeOfCodeText(const std::string& text) {
     return static_cast<KzResult>(std::strtol(text.c_str(), nullptr, 10));
 }
 
+// The call of Python code during which a KeyboardInterrupt became a code: its frame and the instruction that it is at.
+struct InterruptedCall {
+    const PyFrameObject* frame = nullptr;
+    int instruction = 0;
+
+    static InterruptedCall current() {
+        const PyFrameObject* frame = PyThreadState_GET()->frame;
+        return {frame, frame != nullptr ? frame->f_lasti : 0};
+    }
+};
+InterruptedCall theInterruptedCall;
+
 }  // namespace
+
+bool kzRaiseInterrupt() noexcept {
+    if (theInterruptedCall.frame == nullptr) return false;
+    const InterruptedCall interrupted = std::exchange(theInterruptedCall, {});
+    const InterruptedCall call = InterruptedCall::current();
+    if (call.frame != interrupted.frame || call.instruction != interrupted.instruction) return false;
+    PyErr_SetNone(PyExc_KeyboardInterrupt);
+    return true;
+}
 
 void kzAddResultName(const char* name, KzResult code) {
     (*theCodes)[name] = code;
@@ -101,7 +125,7 @@ bool kzIsSilent(KzResult code) noexcept {
 }
 
 PyObject* kzRaise(KzResult code) noexcept {
-    if (kzSucceeded(code) || PyErr_Occurred() != nullptr) return nullptr;
+    if (kzSucceeded(code) || PyErr_Occurred() != nullptr || kzRaiseInterrupt()) return nullptr;
     for (const Translation& row : translations) {
         if (row.code != code) continue;
         PyErr_SetString(*row.exception, row.text);
@@ -127,6 +151,9 @@ KzResult kzResultOfPending() noexcept {
     return kzBoundary([] {
         const KzException exception = KzException::fetch();
         const KzResult code = kzResultOfException(exception.type, exception.value);
+        const bool isInterrupt = exception.type.get() != nullptr &&
+                                 PyErr_GivenExceptionMatches(exception.type, PyExc_KeyboardInterrupt) != 0;
+        theInterruptedCall = isInterrupt ? InterruptedCall::current() : InterruptedCall();
         if (kzQuietFlag) kzQuietFlag = false;
         else if (kzFailed(code) && !kzIsSilent(code)) kzReportException(exception);
         return code;

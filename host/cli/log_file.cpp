@@ -37,11 +37,10 @@ CLogFile::~CLogFile() {
 }
 
 bool CLogFile::open(const std::string& path, std::string& why) {
-    m_path = path;
-    if (path == "-") return true;
-    m_file = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-    if (m_file < 0) why = "the log file " + path + " cannot be written: " + std::strerror(errno);
-    return m_file >= 0;
+    if (path != "-") m_file = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    if (m_file >= 0 || path == "-") m_path = path;
+    else why = "the log file " + path + " cannot be written: " + std::strerror(errno);
+    return !m_path.empty();
 }
 
 void CLogFile::operator()(const LogLine& line) {
