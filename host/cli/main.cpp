@@ -82,6 +82,11 @@ int runProgram(int count, char** words) {
     std::vector<std::string> rest;
     addOptions(app, options, aliases);
     app.set_version_flag("--version", "kzhost " KZ_VERSION);
+    app.footer(
+        "The exit status is 0 for success, 1 for a failure (standard error says which), 2 for a wrong command line, 3\n"
+        "without a module, 4 without its interpreter, the code of a script's sys.exit up to 125, 130 when "
+        "interrupted,\n"
+        "and 141 when nobody reads standard output any more.");
     app.require_subcommand(0, 1);
     app.allow_extras();  // told below, by name
 

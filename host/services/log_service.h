@@ -5,11 +5,11 @@
 
 class IKzUnknown;
 class CLogStore;
-class CTextBoard;
 
 namespace kzhost {
 
 class CListenerTable;
+class CTextBoard;
 struct ServiceContext;
 
 IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,

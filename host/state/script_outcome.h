@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace kzhost {
+
 struct ScriptOutcome {
     enum class Kind { unknown, exit, interrupted, reported };
     Kind kind = Kind::unknown;
@@ -41,3 +43,7 @@ public:
     using Implementation = CScriptOutcomeListener;
     using CKzIfc_ScriptOutcome<T>::CKzIfc_ScriptOutcome;
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

@@ -7,6 +7,8 @@
 #include <array>
 #include <utility>
 
+namespace kzhost {
+
 namespace {
 
 constexpr std::array<std::pair<TextOrigin, std::string_view>, 7> names = {{{TextOrigin::host, "host"},
@@ -25,3 +27,5 @@ TextOrigin kzOriginOf(std::string_view name) noexcept {
 }
 
 std::string_view kzOriginName(TextOrigin origin) noexcept { return names[static_cast<std::size_t>(origin)].second; }
+
+}  // namespace kzhost

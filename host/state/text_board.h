@@ -7,6 +7,8 @@
 #include <mutex>
 #include <string_view>
 
+namespace kzhost {
+
 // Who wrote a text or an entry of the log. `host` stands for whoever does not say.
 enum class TextOrigin { host, module, report, startup, script, output, error };
 
@@ -31,3 +33,7 @@ public:
 private:
     Viewer m_viewer;  // set before anything runs
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

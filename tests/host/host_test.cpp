@@ -135,6 +135,14 @@ TEST_F(HostTest, AnEntryThatNobodyPlacedIsNotLost) {
     host().log().clear();  // of what was logged, not of who listens
     { const auto lost = entryOf(service, "lost"); }
     EXPECT_EQ(heard, "[]lost");
+    host().log().limits.bytes = 12;
+    for (const char* kept : {"1.", "1.22.", "1.22.333.", "333.55555.", "longer than all that is kept."}) {
+        const std::string text = kept;
+        host().log().write("short", KZe_INFO, text.substr(text.rfind('.', text.size() - 2) + 1));
+        std::string all;
+        for (const LogLine& line : host().log().lines("short")) all += line.text;
+        EXPECT_EQ(all, kept) << "the oldest go first";
+    }
     host().failOperation("Log.SubSystemLookup", KZe_FAILED, 1);
     CKzLoc_Unknown none;
     for (const KzResult code : {KZe_FAILED, KZe_OK}) EXPECT_EQ(service->SubSystemLookup("python", none.out()), code);
