@@ -2,8 +2,8 @@
 #include "host/cli/line_session.h"
 
 #include "host/cli/console_output.h"
-#include "host/cli/exit_status.h"
 #include "host/cli/interrupt.h"
+#include "host/cli/script_end.h"
 #include "host/cli/standard_streams.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"

@@ -1,6 +1,7 @@
 // Which exit status the end of a script or line gives.
-#include "host/cli/exit_status.h"
+#include "host/cli/script_end.h"
 
+#include "host/cli/exit_status.h"
 #include "host/cli/program.h"
 #include "host/core/message_tables.h"
 #include "host/state/text.h"
