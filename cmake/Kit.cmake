@@ -13,10 +13,12 @@ add_custom_target(kz_run_time)
 add_dependencies(kz_run_time kz_kit)
 
 # kz_add_kit_package(NAME BASE FOLDER FILES FILE...): copies files, relative to FOLDER, into the kit's package NAME.
-# Copied, not linked, because the interpreter writes its compiled files beside them. Generated files may be among them.
+# Copied, not linked, because their compiled files lie beside them: an installation may be one that its users cannot
+# write to, and then each start would compile all of them again. Generated files may be among them.
 function(kz_add_kit_package name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "BASE" "FILES")
     set(copies "")
+    set(compiled "")
     foreach(file IN LISTS arg_FILES)
         cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY "${arg_BASE}" NORMALIZE OUTPUT_VARIABLE from)
         cmake_path(RELATIVE_PATH from BASE_DIRECTORY "${arg_BASE}" OUTPUT_VARIABLE relative)
@@ -25,7 +27,12 @@ function(kz_add_kit_package name)
             COMMAND "${CMAKE_COMMAND}" -E copy "${from}" "${to}"
             COMMENT "Kit: ${name}/${relative}")
         list(APPEND copies "${to}")
+        list(APPEND compiled "${to}c")
     endforeach()
-    add_custom_target(kz_kit_${name} DEPENDS ${copies})
+    add_custom_command(OUTPUT ${compiled} DEPENDS ${copies}
+        COMMAND "${KZ_PYTHON2}" "${PROJECT_SOURCE_DIR}/cmake/compile_package.py" ${copies}
+        COMMENT "Kit: ${name}, compiled"
+        VERBATIM)
+    add_custom_target(kz_kit_${name} DEPENDS ${copies} ${compiled})
     add_dependencies(kz_kit kz_kit_${name})
 endfunction()

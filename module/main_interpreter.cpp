@@ -275,9 +275,9 @@ void MainInterpreter::initialise() {
     kzInitialiseInEnvironment();
     m_mainThread = PyThreadState_Get();
     CLockState::setOurs(true);
-    // Threads and signals note which thread is the main one when they are first imported: let it be this one. What
-    // runs at exit is set up now, so that it can be guarded in the end whoever registers something.
-    for (const char* name : {"signal", "threading", "atexit"}) {
+    // Signals note which thread is the main one when they are first imported: let it be this one. What runs at exit is
+    // set up now, so that it can be guarded in the end whoever registers something.
+    for (const char* name : {"signal", "atexit"}) {
         const CPyRefNull early(PyImport_ImportModule(name));
         if (early.get() == nullptr) PyErr_Clear();
     }
@@ -285,6 +285,25 @@ void MainInterpreter::initialise() {
     kzNonNegative(PySys_SetObject(kzText("argv"), CPyRef(Py_BuildValue("[s]", ""), CPyRef::owned)));
     kzAddEnvironmentPath();
     prepareEnd();
+}
+
+// The module threading takes the thread that first imports it for the main one. It is too slow to import for scripts that
+// do not use it, so it is imported when another thread first enters, and told then which thread is the main one.
+void MainInterpreter::importThreading() noexcept {
+    if (std::exchange(m_hasThreading, true)) return;
+    kzValueBoundary([this] {
+        if (PyDict_GetItemString(PyImport_GetModuleDict(), "threading") != nullptr) return;
+        static PyMethodDef row = {"get_ident", [](PyObject* ident, PyObject*) { return Py_INCREF(ident), ident; },
+                                  METH_NOARGS, nullptr};
+        const CPyRef ident(PyInt_FromLong(m_mainThread->thread_id), CPyRef::owned);
+        const CPyRef mainIdent(PyCFunction_New(&row, ident), CPyRef::owned);
+        const CPyRef low(PyImport_ImportModule("thread"), CPyRef::owned);
+        const CPyRef ownIdent(PyObject_GetAttrString(low, "get_ident"), CPyRef::owned);
+        const CReplacedAttribute replaced(low, "get_ident", mainIdent);
+        const CPyRef threading(PyImport_ImportModule("threading"), CPyRef::owned);
+        kzNonNegative(PyObject_SetAttrString(threading, "_get_ident", ownIdent));
+    });
+    PyErr_Clear();  // a Python without threading
 }
 
 void MainInterpreter::prepareEnd() {

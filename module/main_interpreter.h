@@ -60,6 +60,8 @@ public:
     int runProgram(const std::vector<std::string>& words, void (*importKz)());
     // Makes the running program's interpreter ours, as `start` does with one of its own. Throws as that.
     void adopt(KzProgress& progress, const std::function<void()>& importSupport);
+    // Called, with the lock, for a thread of the host that has not been in Python before.
+    void importThreading() noexcept;
     // Lets go of every Python object, since the interpreter ends. Needs its lock.
     void letGo() noexcept;
 
@@ -104,6 +106,7 @@ private:
 
     CKzUser_FileService m_files;
     PyThreadState* m_mainThread = nullptr;
+    bool m_hasThreading = false;
     bool m_isProgram = false;  // the interpreter is started and ended by its own main program
     // Made at the start, because the end must not need memory: the guard around sys.exitfunc, a list that will hold the
     // function, and its name.
