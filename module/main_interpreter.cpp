@@ -223,8 +223,8 @@ void MainInterpreter::adopt(KzProgress& progress, const std::function<void()>& i
     locals = globals;
     const CPyRef words(PySys_GetObject(kzText("argv")));
     argument = CPyRef(PyString_FromString(""), CPyRef::owned);
-    arguments = CPyRef(PySequence_Tuple(CPyRef(PySequence_GetSlice(words, 1, PY_SSIZE_T_MAX), CPyRef::owned)),
-                       CPyRef::owned);
+    arguments =
+        CPyRef(PySequence_Tuple(CPyRef(PySequence_GetSlice(words, 1, PY_SSIZE_T_MAX), CPyRef::owned)), CPyRef::owned);
 }
 
 void MainInterpreter::letGo() noexcept {

@@ -208,9 +208,7 @@ void PythonRuntime::programEnded() {
 }
 
 // For the others to leave. False when they do not, or when it is this very thread that is inside.
-bool PythonRuntime::waitForOthers() noexcept {
-    return !CGate::isInside() && !CLockState::isHeld() && waitUntilEmpty();
-}
+bool PythonRuntime::waitForOthers() noexcept { return !CGate::isInside() && !CLockState::isHeld() && waitUntilEmpty(); }
 
 bool PythonRuntime::waitUntilEmpty() noexcept {
     const auto deadline = std::chrono::steady_clock::now() + patience;

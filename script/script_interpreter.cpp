@@ -22,9 +22,7 @@ constexpr KzTagRecord tags[] = {
     {"saver.dosType", "PY", nullptr},
 };
 
-class CInterpreter : public CKzImpl_TextScriptInterpreter,
-                     public CStaticTags<tags>,
-                     public CKzImpl_InterpreterProgram {
+class CInterpreter : public CKzImpl_TextScriptInterpreter, public CStaticTags<tags>, public CKzImpl_InterpreterProgram {
 public:
     KzResult interpreterprogram_Main(IKzUnknown* words, std::int32_t* status) override;
     KzResult tsi_ValidateHeader(const char* header) override;

@@ -119,7 +119,8 @@ void CScriptSurroundings::restore() noexcept {
 
 CScriptSurroundings::~CScriptSurroundings() {
     PyObject* path = PySys_GetObject(kzText("path"));
-    const Py_ssize_t count = m_folder.get() != nullptr && path != nullptr && PyList_Check(path) ? PyList_GET_SIZE(path) : 0;
+    const Py_ssize_t count =
+        m_folder.get() != nullptr && path != nullptr && PyList_Check(path) ? PyList_GET_SIZE(path) : 0;
     for (Py_ssize_t at = 0; at < count; ++at)
         if (PyList_GET_ITEM(path, at) == m_folder.get()) {
             PyList_SetSlice(path, at, at + 1, nullptr);

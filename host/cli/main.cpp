@@ -91,7 +91,8 @@ CommandLine splitCommandLine(const CLI::App& app, std::vector<std::string> words
         const bool isMarked = at < words.size() && words[at] == "--";
         if (isMarked) words.erase(words.begin() + static_cast<std::ptrdiff_t>(at));
         if (at < words.size() && (isMarked || !words[at].starts_with('-') || words[at] == "-")) {
-            words.insert(words.begin() + static_cast<std::ptrdiff_t>(at), "--");  // for the parser: it may begin with a dash
+            words.insert(words.begin() + static_cast<std::ptrdiff_t>(at),
+                         "--");  // for the parser: it may begin with a dash
             rest = at + 2;
         } else {
             rest = words.size();
@@ -110,7 +111,8 @@ int askForCommand(const CLI::App& app) {
         names += " " + each->get_name();
     const auto words = app.remaining();
     const std::string wrong = words.empty() ? "a command is missing" : "there is no command \"" + words.front() + "\"";
-    CProgram::say(wrong + ", nor a file; there are:" + names + ". kzhost --help says more.");
+    const std::string otherwise = words.empty() ? "" : ", and no such file";
+    CProgram::say(wrong + "; there are:" + names + otherwise + ". kzhost --help says more.");
     return exitUsage;
 }
 
@@ -130,8 +132,9 @@ int runProgram(int count, char** arguments) {
     run->add_option("SCRIPT", script, "The script file; - is standard input")->required();
     run->add_option("ARG", words, "Arguments of the script: everything that follows");
     run->fallthrough();
-    CLI::App* python = app.add_subcommand("python", "Be a Python interpreter with its own options; also by kzhost FILE, "
-                                                    "kzhost -c CODE, kzhost -m MODULE and the like");
+    CLI::App* python =
+        app.add_subcommand("python", "Be a Python interpreter with its own options; also by kzhost FILE, "
+                                     "kzhost -c CODE, kzhost -m MODULE and the like");
     python->add_option("ARG", words, "What the interpreter takes: everything that follows");
     CLI::App* eval = app.add_subcommand("eval", "Run lines as if typed into the console");
     eval->add_option("LINE", lines, "The lines")->required();

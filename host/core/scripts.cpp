@@ -187,8 +187,7 @@ std::optional<KzServer> CScriptRunner::interpreterFor(const CScript& script, CKz
         }
         const CKzUser_TextScriptInterpreter held(interpreter.raw());
         const bool isComment = first.starts_with('#');
-        if (held &&
-            ((isComment && takes(*held.ptr(), first)) || takes(*held.ptr(), otherHeader(server, script))))
+        if (held && ((isComment && takes(*held.ptr(), first)) || takes(*held.ptr(), otherHeader(server, script))))
             return server;
     }
     interpreter.clear();
