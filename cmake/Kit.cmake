@@ -1,11 +1,13 @@
 # The kit: what a host installation carries beside the plug-in, laid out in the build tree as there.
 #   kit/Python2_7/extra64/Python/lib/python2.7     the interpreter's own library
+#   kit/Python2_7/extra64/Python/include/python2.7 its headers, whose settings sysconfig reads
 #   kit/Python2_7/extra64/Python/Scripts/NAME      our Python packages
 
 set(KZ_KIT_HOME "${PROJECT_BINARY_DIR}/kit/Python2_7/extra64/Python")
 
-file(MAKE_DIRECTORY "${KZ_KIT_HOME}/lib" "${KZ_KIT_HOME}/Scripts")
+file(MAKE_DIRECTORY "${KZ_KIT_HOME}/lib" "${KZ_KIT_HOME}/include" "${KZ_KIT_HOME}/Scripts")
 file(CREATE_LINK "${KZ_PYTHON2_STDLIB}" "${KZ_KIT_HOME}/lib/python2.7" SYMBOLIC)
+file(CREATE_LINK "${kz_python2_include}" "${KZ_KIT_HOME}/include/python2.7" SYMBOLIC)
 
 # kz_kit: the packages are in place. kz_run_time: everything is that a program needs to load the plug-in and run it.
 add_custom_target(kz_kit ALL)
