@@ -221,10 +221,10 @@ void MainInterpreter::adopt(KzProgress& progress, const std::function<void()>& i
                      CPyRef::owned);
     kzNonNegative(PyDict_SetItemString(globals, "__builtins__", kzNonNull(PyImport_AddModule("__builtin__"))));
     locals = globals;
-    const CPyRef words(PySys_GetObject(kzText("argv")));
     argument = CPyRef(PyString_FromString(""), CPyRef::owned);
-    arguments =
-        CPyRef(PySequence_Tuple(CPyRef(PySequence_GetSlice(words, 1, PY_SSIZE_T_MAX), CPyRef::owned)), CPyRef::owned);
+    PyObject* words = PySys_GetObject(kzText("argv"));  // none yet where site imports kz
+    const CPyRef rest(words != nullptr ? PySequence_GetSlice(words, 1, PY_SSIZE_T_MAX) : PyTuple_New(0), CPyRef::owned);
+    arguments = CPyRef(PySequence_Tuple(rest), CPyRef::owned);
 }
 
 void MainInterpreter::letGo() noexcept {
@@ -288,22 +288,26 @@ void MainInterpreter::initialise() {
 }
 
 // The module threading takes the thread that first imports it for the main one. It is too slow to import for scripts that
-// do not use it, so it is imported when another thread first enters, and told then which thread is the main one.
+// do not use it, so it is imported when another thread first enters, and told then which thread is the main one. Whoever
+// is importing something may be waiting for this thread: then the next one that enters tries again.
 void MainInterpreter::importThreading() noexcept {
-    if (std::exchange(m_hasThreading, true)) return;
+    if (m_hasThreading) return;
+    m_hasThreading = true;
     kzValueBoundary([this] {
         if (PyDict_GetItemString(PyImport_GetModuleDict(), "threading") != nullptr) return;
         static PyMethodDef row = {"get_ident", [](PyObject* ident, PyObject*) { return Py_INCREF(ident), ident; },
                                   METH_NOARGS, nullptr};
         const CPyRef ident(PyInt_FromLong(m_mainThread->thread_id), CPyRef::owned);
         const CPyRef mainIdent(PyCFunction_New(&row, ident), CPyRef::owned);
-        const CPyRef low(PyImport_ImportModule("thread"), CPyRef::owned);
+        const CPyRef low(PyImport_ImportModuleNoBlock("thread"), CPyRef::owned);
         const CPyRef ownIdent(PyObject_GetAttrString(low, "get_ident"), CPyRef::owned);
         const CReplacedAttribute replaced(low, "get_ident", mainIdent);
-        const CPyRef threading(PyImport_ImportModule("threading"), CPyRef::owned);
+        const CPyRef threading(PyImport_ImportModuleNoBlock("threading"), CPyRef::owned);
         kzNonNegative(PyObject_SetAttrString(threading, "_get_ident", ownIdent));
     });
-    PyErr_Clear();  // a Python without threading
+    if (PyErr_Occurred() == nullptr) return;
+    m_hasThreading = false;
+    PyErr_Clear();
 }
 
 void MainInterpreter::prepareEnd() {

@@ -40,7 +40,7 @@ try: kz.eval('@FOLDER/inner/inner.py "a b" c')
 except RuntimeError: print before == (sys.argv, sys.path[0], sys.modules['__main__'])
 )");
     importPaths.clear();
-    expect(run({"run", "--", script, "12", "-1", "", "a \"b", "--quiet", "--help"}), 0,
+    expect(run({"run", "--quiet", "--", script, "12", "-1", "", "a \"b", "--quiet", "--help"}), 0,
            "__main__ True True ['12', '-1', '', 'a \"b', '--quiet', '--help']\n(True, [4])\nkz ['x']\n\n['a b', 'c'] "
            "True\n"
            "True\n",
