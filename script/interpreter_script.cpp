@@ -5,6 +5,7 @@
 #include "module/host_output.h"
 #include "module/root_output.h"
 #include "script/outcome.h"
+#include "script/script_surroundings.h"
 
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
@@ -102,7 +103,7 @@ void CInterpreterScript::prepare(IKzMessage* message, const char* arguments) {
     m_status = KZe_OK;
 }
 
-KzResult CInterpreterScript::execute(const char* text) {
+KzResult CInterpreterScript::execute(const char* text, std::vector<std::string> words) {
     if (kzFailed(m_status)) {
         char line[64];
         std::snprintf(line, sizeof line, "execution error %08x\n", m_status);
@@ -110,6 +111,13 @@ KzResult CInterpreterScript::execute(const char* text) {
         return m_status;
     }
     const CPyRef names(PyDict_Copy(m_interpreter.globals), CPyRef::owned);
+    if (words.empty()) {
+        words = splitArguments(PyString_AS_STRING(m_interpreter.argument.get()));
+        words.insert(words.begin(), m_name);
+    } else {
+        m_interpreter.arguments = tupleOf({words.begin() + 1, words.end()});
+    }
+    const CScriptSurroundings surroundings(m_name, names, words);
     // Compiled under the script's own name, so that tracebacks say where they come from.
     const CPyRefNull code(Py_CompileString(text, m_name.c_str(), Py_file_input));
     const CPyRefNull result(

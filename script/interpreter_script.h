@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Python_Script {
 
@@ -47,8 +48,9 @@ public:
 
     // Attaches the message, sets the argument string and its tuple, and makes the script ready to run.
     void prepare(IKzMessage* message, const char* arguments);
-    // Runs the text and says how it ended.
-    KzResult execute(const char* text);
+    // Runs the text and says how it ended. The words are what sys.argv is to hold; none, and they are the script's name
+    // with the tuple of its arguments.
+    KzResult execute(const char* text, std::vector<std::string> words);
 
 private:
     KzResult analyseEnd();

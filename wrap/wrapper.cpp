@@ -144,8 +144,36 @@ int serviceInit(PyObject* self, PyObject* /*args*/, PyObject* keywords) {
     return kzRefuseKeywords(self, keywords) ? 0 : -1;
 }
 
+bool isReady(const KzWrapperType& row) noexcept { return row.nameObject != nullptr; }
+
+void ready(KzWrapperType& row, const char* submodule) {
+    PyTypeObject& type = row.type;
+    if ((type.tp_flags & Py_TPFLAGS_READY) == 0) {
+        // The name is kept for the life of the process, as the type is.
+        const std::string name = std::string("kz.") + submodule + "." + row.name;
+        Py_REFCNT(&type) = 1;  // the generated rows are plain zeros
+        type.tp_name = strdup(name.c_str());
+        type.tp_basicsize = sizeof(KzWrapper);
+        type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
+        type.tp_methods = row.methods;
+        type.tp_doc = row.doc;
+        kzNonNull(type.tp_name);
+        kzNonNegative(PyType_Ready(&type));
+    }
+    row.nameObject = kzNonNull(PyString_InternFromString(row.name));  // kept as the type is
+}
+
+// For the first instance. The rows are constant to all who only hand them on.
+KzResult readyFor(const KzWrapperType& type) noexcept {
+    return kzBoundary([&] {
+        kzReadyObjectType(const_cast<KzWrapperType&>(type));
+        return KZe_OK;
+    });
+}
+
 // The class that the SDK's support module has for the type's name; null when there is none. Borrowed.
 PyObject* supportClass(const KzWrapperType& type) noexcept {
+    if (!isReady(type) && kzFailed(readyFor(type))) return nullptr;
     PyObject* names = PythonRuntime::current()->kzuObjectNames();
     PyObject* found = names != nullptr ? PyDict_GetItem(names, type.nameObject) : nullptr;
     return found != nullptr && (PyType_Check(found) || PyClass_Check(found)) ? found : nullptr;
@@ -160,23 +188,6 @@ IKzUnknown* interfaceOf(const KzWrapperType& type, IKzUnknown* taken) noexcept {
     return static_cast<IKzUnknown*>(found);
 }
 
-void readyType(PyObject* submodule, KzWrapperType& row) {
-    PyTypeObject& type = row.type;
-    if ((type.tp_flags & Py_TPFLAGS_READY) == 0) {
-        // The name is kept for the life of the process, as the type is.
-        const std::string name = std::string(PyModule_GetName(submodule)) + "." + row.name;
-        Py_REFCNT(&type) = 1;  // the generated rows are plain zeros
-        type.tp_name = strdup(name.c_str());
-        type.tp_basicsize = sizeof(KzWrapper);
-        type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
-        type.tp_methods = row.methods;
-        type.tp_doc = row.doc;
-        kzNonNull(type.tp_name);
-    }
-    row.nameObject = kzNonNull(PyString_InternFromString(row.name));  // kept as the type is
-    kzRegisterForeignType(submodule, row.name, type);
-}
-
 }  // namespace
 
 void kzDeallocObject(PyObject* self) {
@@ -188,26 +199,28 @@ void kzDeallocObject(PyObject* self) {
 
 KzWrapperType kzUnknownType = {{}, "Unknown", &KZu_UNKNOWN, unknownMethods, "Any host object, by its base interface."};
 
-void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& type) {
+void kzAddType(PyObject* module, const char* name, PyTypeObject& type) {
     kzNonNegative(PyType_Ready(&type));
     Py_INCREF(&type);
-    kzNonNegative(PyModule_AddObject(submodule, name, reinterpret_cast<PyObject*>(&type)));
+    kzNonNegative(PyModule_AddObject(module, name, reinterpret_cast<PyObject*>(&type)));
 }
 
-void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row) {
+void kzReadyObjectType(KzWrapperType& row) {
+    if (isReady(row)) return;
     row.type.tp_dealloc = kzDeallocObject;
     row.type.tp_new = PyType_GenericNew;
     row.type.tp_init = objectInit;
     row.type.tp_base = &uncopyableObject.type;
-    readyType(submodule, row);
+    ready(row, "object");
 }
 
-void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row) {
+void kzReadyServiceType(KzWrapperType& row) {
+    if (isReady(row)) return;
     row.type.tp_dealloc = serviceDealloc;
     row.type.tp_new = serviceNew;
     row.type.tp_init = serviceInit;
     row.type.tp_base = &uncopyableService.type;
-    readyType(submodule, row);
+    ready(row, "service");
 }
 
 void kzForgetTypes() noexcept { theSpare.drop(); }
@@ -230,6 +243,12 @@ bool kzHold(PyObject* wrapper, IKzUnknown* object) {
 PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept {
     IKzUnknown* found = interfaceOf(type, taken);
     if (found == nullptr) return kzRaise(KZe_NOINTERFACE);
+    if (!isReady(type)) [[unlikely]] {
+        if (const KzResult code = readyFor(type); kzFailed(code)) {
+            found->Release();
+            return kzRaise(code);
+        }
+    }
     auto* made = static_cast<KzWrapper*>(theSpare.take());
     if (made == nullptr) {
         found->Release();

@@ -7,11 +7,11 @@
 
 #include "kz/base/object.h"
 
-// Readies a type and adds it to its submodule under its bare name. Throws FAILED.
-void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row);
-void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row);
-// Adds any other type to the submodule of object types: kz.Storage stands there as "storage".
-void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& type);
+// Makes a type usable, if it is not yet: when a script first asks for it, or for its first instance. Throws FAILED.
+void kzReadyObjectType(KzWrapperType& row);
+void kzReadyServiceType(KzWrapperType& row);
+// Readies a type and adds it to a module.
+void kzAddType(PyObject* module, const char* name, PyTypeObject& type);
 
 extern KzWrapperType kzUnknownType;
 

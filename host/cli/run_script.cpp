@@ -50,16 +50,14 @@ std::string interpreterName(CProgram& program, const CScript& script) {
 
 int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments) {
     std::string problem;
-    const auto joined = kzJoinArguments(arguments, problem);
-    if (!joined) {
-        CProgram::say(problem);
-        return exitUsage;
-    }
     const auto script = kzReadScript(path, problem);
     if (!script) {
         CProgram::say(path + ": " + problem);
         return exitUsage;
     }
+    std::vector<std::string> words = arguments;
+    words.insert(words.begin(), path);
+    script->setWords(std::move(words));
     if (const int status = program.start(); status != exitOk) return status;
     CKzHost& host = program.host();
     const std::string interpreter = interpreterName(program, *script);
@@ -74,5 +72,5 @@ int kzRunScript(CProgram& program, const std::string& path, const std::vector<st
         return exitNoInterpreter;
     }
     const CInterruptScope interrupts;
-    return statusOf(path, program.host().run(script, 0, *joined));
+    return statusOf(path, program.host().run(script, 0, kzJoinArguments(arguments, problem)));
 }

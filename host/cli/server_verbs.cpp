@@ -39,8 +39,8 @@ bool allReadable(const std::vector<std::string>& files) {
 
 int check(CProgram& program, const std::vector<std::string>& files) {
     std::string problem;
-    const auto joined = kzJoinArguments(files, problem);
-    if (!joined) {
+    const std::string joined = kzJoinArguments(files, problem);
+    if (!problem.empty()) {
         CProgram::say(problem);
         return exitUsage;
     }
@@ -48,7 +48,7 @@ int check(CProgram& program, const std::vector<std::string>& files) {
     if (const int status = program.start(); status != exitOk) return status;
     for (const KzServer& server : program.host().modules().servers(KZa_TEXTSCRIPTINTERPRETER))
         if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
-    const ScriptEnd end = program.host().run(CHostRef<CScript>::make("check.py", checkScript), 0, *joined);
+    const ScriptEnd end = program.host().run(CHostRef<CScript>::make("check.py", checkScript), 0, joined);
     if (!kzFailed(end.code)) return end.code == 0 ? exitOk : exitFailed;
     CProgram::say("the files cannot be checked: " + (end.isTold ? end.message : kzCodeName(end.code)));
     return exitFailed;

@@ -18,6 +18,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -44,7 +45,10 @@ std::string normalised(std::string_view raw) {
     return text;
 }
 
+constexpr std::string_view standardInput = "-";
+
 std::optional<std::string> readAll(const std::string& path, std::string& problem) {
+    if (path == standardInput) return std::string(std::istreambuf_iterator<char>(std::cin), {});
     std::error_code error;
     if (!fs::exists(path, error)) problem = "there is no such file";
     else if (fs::is_directory(path, error)) problem = "this is a folder, not a script";
@@ -63,11 +67,12 @@ std::string lineOfOffset(std::string_view text, std::size_t offset) {
     return std::to_string(1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(offset), '\n'));
 }
 
-// What stands for the script's first line where that line says nothing: "#python" for a file that matches the file
-// pattern of the server "python".
-std::string headerFromPattern(const KzServer& server, const std::string& path) {
+// What stands for the script's first line where that line says nothing: the script's own other header, or "#python" for a
+// file that matches the file pattern of the server "python".
+std::string otherHeader(const KzServer& server, const CScript& script) {
+    if (!script.otherHeader().empty()) return script.otherHeader();
     for (const auto& [type, value] : CModuleTable::tagsOf(server))
-        if (type == "loader.dosPattern" && fnmatch(value.c_str(), fs::path(path).filename().c_str(), 0) == 0)
+        if (type == "loader.dosPattern" && fnmatch(value.c_str(), fs::path(script.path()).filename().c_str(), 0) == 0)
             return "#" + server.name;
     return {};
 }
@@ -78,10 +83,17 @@ bool takes(IKzTextScriptInterpreter& interpreter, const std::string& header) {
 
 }  // namespace
 
-CScript::CScript(std::string path, std::string text)
-    : m_path(std::move(path)), m_name(fs::path(m_path).filename().string()), m_text(std::move(text)) {
+CScript::CScript(std::string path, std::string text, std::string otherHeader)
+    : m_path(std::move(path)), m_name(fs::path(m_path).filename().string()), m_text(std::move(text)),
+      m_otherHeader(std::move(otherHeader)) {
     std::istringstream lines(m_text);
     for (std::string line; std::getline(lines, line);) m_lines.push_back(line);
+}
+
+KzResult CScript::wordlist_ByIndex(std::uint32_t index, const char** word) {
+    if (index >= m_words.size()) return KZe_OUTOFBOUNDS;
+    *word = m_words[index].c_str();
+    return KZe_OK;
 }
 
 KzResult CScript::scr_Hash(const char** name) {
@@ -127,7 +139,8 @@ CHostRef<CScript> kzReadScript(const std::string& path, std::string& problem) {
         problem = "this is not a text: line " + lineOfOffset(*raw, zero) + " holds a zero byte";
         return {};
     }
-    return CHostRef<CScript>::make(path, normalised(*raw));
+    if (path != standardInput) return CHostRef<CScript>::make(path, normalised(*raw));
+    return CHostRef<CScript>::make("<stdin>", normalised(*raw), KZsSCRIPTHEADER_PYTHON);
 }
 
 std::optional<std::string> kzFindScript(const CPathAliases& files, const std::string& name) {
@@ -137,7 +150,7 @@ std::optional<std::string> kzFindScript(const CPathAliases& files, const std::st
     return path;
 }
 
-std::optional<std::string> kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem) {
+std::string kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem) {
     std::string joined;
     for (std::size_t index = 0; index < arguments.size(); ++index) {
         const std::string& argument = arguments[index];
@@ -149,7 +162,6 @@ std::optional<std::string> kzJoinArguments(const std::vector<std::string>& argum
                 " ({}) has a double quote beside a blank or at its start, and there is no way to escape it: "
                 "leave out the quotes or the blanks",
                 argument));
-        if (!problem.empty()) return {};
         joined += (index > 0 ? " " : "") + (blanks ? '"' + argument + '"' : argument);
     }
     return joined;
@@ -175,8 +187,7 @@ std::optional<KzServer> CScriptRunner::interpreterFor(const CScript& script, CKz
         }
         const CKzUser_TextScriptInterpreter held(interpreter.raw());
         const bool isComment = first.starts_with('#');
-        if (held &&
-            ((isComment && takes(*held.ptr(), first)) || takes(*held.ptr(), headerFromPattern(server, script.path()))))
+        if (held && ((isComment && takes(*held.ptr(), first)) || takes(*held.ptr(), otherHeader(server, script))))
             return server;
     }
     interpreter.clear();

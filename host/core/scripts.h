@@ -18,9 +18,10 @@ class CPathAliases;
 class CLogStore;
 
 // A script with its text: line ends are line feeds whatever the file has.
-class CScript final : public CHosted<"script", CScript, CKzIfc_Script> {
+class CScript final : public CHosted<"script", CScript, CKzIfc_Script, CKzIfc_WordList> {
 public:
-    CScript(std::string path, std::string text);
+    // The other header is for a text that came from no file, whose first line may say nothing.
+    CScript(std::string path, std::string text, std::string otherHeader = {});
 
     KzResult scr_Hash(const char** name) override;
     KzResult scr_UserName(const char** name) override;
@@ -31,25 +32,33 @@ public:
     KzResult scr_FilePath(const char** path) override { return scr_Hash(path); }
     KzResult scr_Flags(std::uint32_t* flags) override;
 
+    std::uint32_t wordlist_Count() override { return static_cast<std::uint32_t>(m_words.size()); }
+    KzResult wordlist_ByIndex(std::uint32_t index, const char** word) override;
+
     const std::string& path() const { return m_path; }
     std::string header() const { return m_lines.empty() ? std::string() : m_lines.front(); }
+    const std::string& otherHeader() const { return m_otherHeader; }
+    // What it is started with, its own name first.
+    void setWords(std::vector<std::string> words) { m_words = std::move(words); }
 
 private:
     std::string m_path;
     std::string m_name;
     std::string m_text;
+    std::string m_otherHeader;
     std::vector<std::string> m_lines;
+    std::vector<std::string> m_words;
 };
 
-// Reads a script file; empty, with a full sentence in `problem`, when it cannot be read or holds no text.
+// Reads a script file, or standard input where the path is "-"; empty, with a full sentence in `problem`, when it cannot be read or holds no text.
 CHostRef<CScript> kzReadScript(const std::string& path, std::string& problem);
 
 // The file of a script: by its path, with an alias or without, or by its name in the user's script folder.
 std::optional<std::string> kzFindScript(const CPathAliases& files, const std::string& name);
 
 // The arguments as one string, which an interpreter takes apart at blanks; double quotes hold blanks together. There is
-// no escape, so some arguments cannot be said: then nothing, with a full sentence in `problem`.
-std::optional<std::string> kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem);
+// no escape, so some arguments cannot be said: then `problem` says which, and only the script's words hold them.
+std::string kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem);
 
 // Runs scripts, and knows how many run inside each other now.
 class CScriptRunner {

@@ -37,13 +37,8 @@ TEST(ScriptFileTest, ArgumentsAreJoinedOrRefused) {
         {{""}, nullptr}};
     for (const auto& [arguments, expected] : cases) {
         std::string problem;
-        const auto joined = kzJoinArguments(arguments, problem);
-        ASSERT_EQ(joined.has_value(), expected != nullptr) << problem;
-        if (joined) {
-            EXPECT_EQ(*joined, expected);
-        } else {
-            EXPECT_NE(problem.find("argument 1"), std::string::npos) << problem;
-        }
+        const std::string joined = kzJoinArguments(arguments, problem);
+        EXPECT_EQ(problem.empty() ? joined : problem.substr(0, 10), expected != nullptr ? expected : "argument 1");
     }
 }
 

@@ -71,9 +71,9 @@ TEST(Census, ConstantsByFamily) {
 TEST(Census, MethodsAndTheirArgumentsStayNearTheirNumbers) {
     EXPECT_NEAR(double(census().methods), 3400, 50);
     EXPECT_NEAR(double(census().plainValueMethods), 720, 20);
-    EXPECT_EQ(census().methods + census().hostMethods, 3553U);
+    EXPECT_EQ(census().methods + census().hostMethods, 3556U);
     EXPECT_EQ(census().voidMethods, 177U);
-    EXPECT_EQ(census().interfaces, 360U);
+    EXPECT_EQ(census().interfaces, 362U);
     const std::map<std::string, size_t> returns = {
         {"boolean", 184}, {"bounds", 18},    {"data[]", 4},    {"float", 223},    {"float[]", 7},
         {"hints", 4},     {"id", 60},        {"integer", 711}, {"matrix", 38},    {"object", 491},
