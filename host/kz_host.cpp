@@ -84,11 +84,8 @@ ScriptEnd CKzHost::run(const CHostRef<CScript>& script, std::uint32_t flags, con
     const auto message = CHostRef<CMessage>::make();
     ScriptEnd end;
     end.code = scripts().run(script, flags, args.c_str(), message.raw());
-    const char* key = nullptr;
-    message->msg_Key(&key);
-    end.isTold = !kzTextOf(key).empty();
-    CKzUser_Message held(message.raw());
-    if (end.isTold) end.message = CMessageTables::textOf(*held.ptr());
+    end.isTold = message->hasText();
+    if (end.isTold) end.message = CMessageTables::textOf(*CKzUser_Message(message.raw()).ptr());
     return end;
 }
 

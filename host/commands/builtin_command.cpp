@@ -23,9 +23,7 @@ void kzAddCommands(CCommandRegistry& registry, std::vector<CommandRow> rows) {
     for (CommandRow& each : rows) {
         const auto row = std::make_shared<const CommandRow>(std::move(each));
         registry.add(row->name, [row, environment = registry.environment()](std::uint32_t tag) {
-            IKzUnknown* command = nullptr;
-            CHostRef<CBuiltinCommand>::make(environment, row, tag).give(&command);
-            return command;
+            return kzMakeObject<CBuiltinCommand>(environment, row, tag);
         });
     }
 }
@@ -100,7 +98,7 @@ KzResult CBuiltinCommand::cmd_Flags(std::uint32_t* flags) {
 
 KzResult CBuiltinCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(m_self, m_row->name, flags, [this] {
+    return m_run.execute(rawSelf(), m_row->name, flags, [this] {
         m_row->execute(*this);
         return KZe_OK;
     });

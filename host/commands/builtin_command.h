@@ -62,6 +62,7 @@ void kzOnlyQueried(CBuiltinCommand& command);
 void kzAddCommands(CCommandRegistry& registry, std::vector<CommandRow> rows);
 
 class CBuiltinCommand final : public CHosted<"command", CBuiltinCommand, CKzIfc_Command, CKzIfc_Attributes>,
+                              public CHostSelf<CBuiltinCommand>,
                               CServiceBase {
 public:
     CBuiltinCommand(const CommandEnvironmentPtr& environment, std::shared_ptr<const CommandRow> row, std::uint32_t tag);
@@ -100,8 +101,6 @@ public:
     KzResult attr_GetString(std::uint32_t index, char* buffer, std::uint32_t length) override;
     KzResult attr_SetString(std::uint32_t index, const char* value) override;
 
-    void setSelf(IKzUnknown* self) { m_self = self; }
-
     // For the rows' functions. An argument is known by its name; asking for one that the row lacks is a fault.
     const CommandEnvironment& environment() const { return *m_environment; }
     bool has(std::string_view argument) const { return m_values[indexOf(argument)].has_value(); }
@@ -124,7 +123,6 @@ private:
     CommandEnvironmentPtr m_environment;
     std::shared_ptr<const CommandRow> m_row;
     std::uint32_t m_tag;
-    IKzUnknown* m_self = nullptr;
     CCommandRun m_run;
     std::vector<std::optional<KzCell>> m_values;
     std::vector<KzTextValueHint> m_hints;  // made for an argument whose choices vary

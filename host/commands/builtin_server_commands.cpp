@@ -27,12 +27,10 @@ constexpr ArgumentRow serverListArguments[] = {
 };
 
 Texts queryServers(CModuleTable& modules, CBuiltinCommand& command, std::uint32_t index) {
-    Texts texts;
-    for (const KzServer& server : modules.servers(index == 0 ? "" : command.text("class"))) {
-        const std::string& text = index == 0 ? server.className : server.name;
-        if (index == 1 || std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
-    }
-    return texts;
+    if (index == 0) return modules.classNames();
+    Texts names;
+    for (const KzServer& server : modules.servers(command.text("class"))) names.push_back(server.name);
+    return names;
 }
 
 constexpr ArgumentRow moduleUpdateArguments[] = {{"module", KZsTYPE_STRING, 0, "the module's name"}};

@@ -19,10 +19,6 @@ namespace {
 
 constexpr std::uint32_t mostArguments = 1000;
 
-std::string ownText(KzResult code, const char* text) {
-    return kzSucceeded(code) && text != nullptr ? text : std::string();
-}
-
 }  // namespace
 
 std::vector<std::string> kzQueryTexts(CValueTypeRegistry& types, const CKzUser_Command& command, std::uint32_t index,
@@ -53,9 +49,7 @@ CCommandArguments::CCommandArguments(CValueTypeRegistry& types, IKzUnknown* comm
 }
 
 std::string CCommandArguments::nameOf(std::uint32_t index) const {
-    const char* name = nullptr;
-    const KzResult code = m_attributes.Name(index, &name);
-    return ownText(code, name);
+    return kzAnswer([&](const char** name) { return m_attributes.Name(index, name); });
 }
 
 std::uint32_t CCommandArguments::find(const std::string& name) const {
@@ -157,8 +151,8 @@ void CCommandArguments::give(std::uint32_t index, const std::string& text, KzRes
 }
 
 std::string CCommandArguments::expected(std::uint32_t index) const {
-    const char* text = nullptr;
-    if (kzSucceeded(m_command->ArgTypeDesc(index, &text)) && !kzTextOf(text).empty()) return text;
+    std::string text = kzAnswer([&](const char** answer) { return m_command->ArgTypeDesc(index, answer); });
+    if (!text.empty()) return text;
     const KzValueType* known = typeOf(index);
     if (const KzTextValueHint* choices = choicesOf(index, known)) return kzOneOf(choices);
     return known != nullptr ? m_types.expects(*known) : "what it takes";
@@ -212,9 +206,7 @@ std::optional<std::uint32_t> CCommandArguments::missing() const {
 void CCommandArguments::requireGiven() const {
     const auto index = missing();
     if (!index) return;
-    const char* text = nullptr;
-    const KzResult code = m_command->ArgDesc(*index, &text);
-    const std::string meaning = ownText(code, text);
+    const std::string meaning = kzAnswer([&](const char** text) { return m_command->ArgDesc(*index, text); });
     throw CommandTextError{KZe_CMD_MISSING_ARGS, fmt::format("argument \"{}\" is missing{}{}", nameOf(*index),
                                                              meaning.empty() ? "" : "; it is ", meaning)};
 }

@@ -25,13 +25,6 @@ std::string messageOf(const CKzUser_Command& command, KzResult code) {
     return message ? CMessageTables::reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
 }
 
-KzResult verdictOf(const CKzUser_Command& command, KzResult code) {
-    CKzLoc_Unknown told;
-    if (kzFailed(code) || kzFailed(command.Message(told.out()))) return code;
-    const CKzUser_Message message(told.raw());
-    return message && kzFailed(message.Code()) ? message.Code() : code;
-}
-
 }  // namespace
 
 CValueTypeRegistry& CCommandDispatcher::types() const { return *m_registry->environment()->types; }
@@ -113,7 +106,7 @@ CCommandDispatcher::Outcome CCommandDispatcher::performCommand(const MarkedComma
         }
         return outcome;
     }
-    outcome.code = verdictOf(command, command.Execute(marked.flags));
+    outcome.code = command.Execute(marked.flags);
     if (kzFailed(outcome.code)) outcome.message = messageOf(command, outcome.code);
     return outcome;
 }

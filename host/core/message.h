@@ -27,7 +27,8 @@ public:
     KzResult msg_Argument(std::uint32_t index, const char** text) override;
     KzResult msg_Reset() override;
 
-    bool isSilent() const { return kzSucceeded(m_code) && m_key.empty(); }
+    bool hasText() const { return !m_key.empty(); }
+    bool isSilent() const { return kzSucceeded(m_code) && !hasText(); }
     // Takes over what another message says.
     void copyFrom(IKzMessage& other);
 

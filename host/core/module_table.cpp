@@ -15,9 +15,6 @@ namespace kzhost {
 
 namespace {
 
-// Text answers may be null: a module is not to be trusted with that.
-std::string ownText(const char* text) { return text != nullptr ? text : std::string(); }
-
 KzTags readTags(IKzUnknown* object) {
     KzTags tags;
     const CKzUser_TagDescription description(object);
@@ -25,7 +22,7 @@ KzTags readTags(IKzUnknown* object) {
     for (std::uint32_t index = 0; index < count; ++index) {
         KzTagRecord record{};
         if (kzSucceeded(description.Describe(index, &record)))
-            tags.emplace_back(ownText(record.type), ownText(record.tag));
+            tags.emplace_back(kzString(record.type), kzString(record.tag));
     }
     return tags;
 }
@@ -40,13 +37,13 @@ CLibrary::~CLibrary() {
 
 bool CLibrary::open(const std::string& path, std::string& why) {
     m_handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (m_handle == nullptr) why = ownText(dlerror());
+    if (m_handle == nullptr) why = kzString(dlerror());
     return m_handle != nullptr;
 }
 
 void* CLibrary::symbol(const char* name, std::string& why) const {
     void* found = dlsym(m_handle, name);
-    if (found == nullptr) why = ownText(dlerror());
+    if (found == nullptr) why = kzString(dlerror());
     return found;
 }
 
@@ -61,7 +58,7 @@ KzServer& KzServer::operator=(const KzServer& other) {
 
 std::string kzClassNameOf(const KzGuid& iid) {
     for (const KzIdentityRow& row : kzIdentityRows)
-        if (row.iid == iid) return ownText(row.server);
+        if (row.iid == iid) return kzString(row.server);
     return {};
 }
 
@@ -112,11 +109,11 @@ std::vector<KzServer> CModuleTable::describe(const Source& source, std::uint32_t
     const CKzUser_TagDescription description(source.module.raw());
     for (std::uint32_t index = from; index < to; ++index) {
         KzTagRecord record{};
-        if (kzFailed(description.Describe(index, &record)) || ownText(record.type) != "server" ||
+        if (kzFailed(description.Describe(index, &record)) || kzString(record.type) != "server" ||
             record.info == nullptr)
             continue;
         KzServer server;
-        server.name = ownText(record.tag);
+        server.name = kzString(record.tag);
         server.iid = *record.info;
         server.className = kzClassNameOf(server.iid);
         server.moduleName = source.name;
@@ -240,6 +237,13 @@ std::vector<KzServer> CModuleTable::servers(std::string_view className) const {
         for (const KzServer& server : source->servers)
             if (className.empty() || server.className == className) found.push_back(server);
     return found;
+}
+
+std::vector<std::string> CModuleTable::classNames() const {
+    std::vector<std::string> names;
+    for (const KzServer& server : servers())
+        if (std::find(names.begin(), names.end(), server.className) == names.end()) names.push_back(server.className);
+    return names;
 }
 
 std::optional<KzServer> CModuleTable::find(std::string_view className, std::string_view name) const {

@@ -68,6 +68,8 @@ public:
 
     // Servers of that class ("command"), or all with an empty name, in the order of registration.
     std::vector<KzServer> servers(std::string_view className = {}) const;
+    // The classes of those servers, each once.
+    std::vector<std::string> classNames() const;
     std::optional<KzServer> find(std::string_view className, std::string_view name) const;
     std::vector<std::pair<std::string, std::string>> modules() const;  // name and path
 

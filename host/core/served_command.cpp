@@ -31,11 +31,10 @@ KzResult CServedCommand::cmd_Name(const char** name) {
 }
 
 IKzUnknown* CServedCommand::ownMessage(CKzUser_Message& message) const {
-    CKzLoc_Unknown told;
-    const char* key = nullptr;
-    if (kzFailed(m_inner.Message(told.out())) || !message.set(told.raw())) return nullptr;
-    const bool hasKey = kzSucceeded(message.Key(&key)) && !kzTextOf(key).empty();
-    return hasKey || kzFailed(message.Code()) ? message.raw() : nullptr;
+    CKzLoc_Unknown object;
+    if (kzFailed(m_inner.Message(object.out())) || !message.set(object.raw())) return nullptr;
+    const bool hasText = !kzMessageText(*message.ptr(), &IKzMessage::Key).empty();
+    return hasText || kzFailed(message.Code()) ? message.raw() : nullptr;
 }
 
 KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
@@ -46,12 +45,11 @@ KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
 // What the module's message says goes into the run's, which the log and the listeners are told.
 KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(m_self, m_name, flags, [this, flags] {
+    return m_run.execute(rawSelf(), m_name, flags, [this, flags] {
         const KzResult code = m_inner.Execute(flags);
         CKzUser_Message own;
-        if (ownMessage(own) == nullptr) return code;
-        m_run.message()->copyFrom(*own.ptr());
-        return kzFailed(own.Code()) ? own.Code() : code;
+        if (ownMessage(own) != nullptr) m_run.message()->copyFrom(*own.ptr());
+        return code;
     });
 }
 

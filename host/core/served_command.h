@@ -11,13 +11,14 @@ namespace kzhost {
 
 // The module's object behind the host's own front: executing it tells the listeners, and there is always a message that
 // says how it went, the module's own where it has something to say. Everything else is the module's.
-class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>, CServiceBase {
+class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>,
+                             public CHostSelf<CServedCommand>,
+                             CServiceBase {
 public:
     CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name, std::uint32_t tag);
 
     // Other interfaces, the attributes above all, are the module's own.
     IKzUnknown* subObject(const KzGuid& iid);
-    void setSelf(IKzUnknown* self) { m_self = self; }
 
     KzResult cmd_Tag(std::uint32_t* tag) override;
     KzResult cmd_Name(const char** name) override;
@@ -94,7 +95,6 @@ private:
     std::string m_name;
     std::uint32_t m_tag;
     CCommandRun m_run;
-    IKzUnknown* m_self = nullptr;
 };
 
 }  // namespace kzhost

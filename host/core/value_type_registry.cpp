@@ -116,8 +116,8 @@ std::vector<std::string> CValueTypeRegistry::choices(std::string_view type) cons
     constexpr std::uint32_t mostChoices = 10000;  // a count that cannot be meant must not keep the host busy
     const std::uint32_t count = std::min(hints.PopCount(), mostChoices);
     for (std::uint32_t index = 0; index < count; ++index) {
-        const char* name = nullptr;
-        if (kzSucceeded(hints.PopInternalName(index, &name))) offered.emplace_back(kzTextOf(name));
+        std::string name = kzAnswer([&](const char** text) { return hints.PopInternalName(index, text); });
+        if (!name.empty()) offered.push_back(std::move(name));
     }
     return offered;
 }

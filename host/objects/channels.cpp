@@ -230,11 +230,11 @@ KzResult CChannelWrite::channelwrite_Vector(IKzUnknown* item, std::int32_t first
 }  // namespace
 
 IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double time) {
-    return CChannelRead::polymorph().wrap(std::make_unique<CChannelRead>(std::move(scene), std::move(action), time));
+    return kzMakeObject<CChannelRead>(std::move(scene), std::move(action), time);
 }
 
 IKzUnknown* kzMakeChannelWrite(CHostRef<CScene> scene, std::string action, double time) {
-    return CChannelWrite::polymorph().wrap(std::make_unique<CChannelWrite>(std::move(scene), std::move(action), time));
+    return kzMakeObject<CChannelWrite>(std::move(scene), std::move(action), time);
 }
 
 }  // namespace kzhost

@@ -1,8 +1,8 @@
 // An image in memory, as an object.
 #pragma once
 
+#include "host/objects/arguments.h"
 #include "host/objects/pixels.h"
-#include "host/objects/self.h"
 
 #include <string>
 #include <vector>

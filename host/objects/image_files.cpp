@@ -7,6 +7,7 @@
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
+#include "host/core/refusal.h"
 #include "host/objects/monitor.h"
 #include "host/objects/png_file.h"
 #include "host/objects/safe_save.h"
@@ -145,7 +146,7 @@ CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* mo
 KzResult CImageFiles::verify(const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) const {
     const auto message = CHostRef<CMessage>::make();
     const KzResult code = saver.Verify(image, message.raw());
-    if (!kzFailed(code) || code == KZe_NOTIMPL) return KZe_OK;
+    if (!kzRefuses(code)) return KZe_OK;
     const CKzUser_Message held(message.raw());
     m_log->write(KZsLOG_IMAGES, code,
                  "the saver \"" + name + "\" refuses the image: " + CMessageTables::reasonOf(*held.ptr(), code));

@@ -28,7 +28,7 @@ std::string rangeOf(const ChannelInfo& info) {
 CItem::CItem(CScene& scene, const ItemType& type, std::string ident)
     : m_scene(&scene), m_type(type), m_ident(std::move(ident)) {
     for (const ChannelInfo& info : type.channels) m_channels.push_back({info, {}});
-    if (std::string_view(type.name) == KZsITYPE_MESH) m_mesh = CMesh::create();
+    if (std::string_view(type.name) == KZsITYPE_MESH) m_mesh = CHostRef<CMesh>::make();
 }
 
 CScene& CItem::scene() const {
@@ -237,7 +237,7 @@ KzResult CItem::item_ChannelAdd(const char* name, const char* type, IKzUnknown**
 }
 
 KzResult CItem::item_ChannelRemove(const char* name) {
-    removeChannel(std::string(kzTextOf(name)));
+    removeChannel(kzString(name));
     return KZe_OK;
 }
 

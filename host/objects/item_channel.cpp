@@ -184,11 +184,11 @@ KzResult CAddChannel::addchannel_SetVector(std::uint32_t form) {
 
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel) {
     std::string name = item->channel(channel).info.name;
-    return CItemChannel::polymorph().wrap(std::make_unique<CItemChannel>(std::move(item), std::move(name)));
+    return kzMakeObject<CItemChannel>(std::move(item), std::move(name));
 }
 
 IKzUnknown* kzMakeAddChannel(CHostRef<CItem> item, std::string channel) {
-    return CAddChannel::polymorph().wrap(std::make_unique<CAddChannel>(std::move(item), std::move(channel)));
+    return kzMakeObject<CAddChannel>(std::move(item), std::move(channel));
 }
 
 }  // namespace kzhost

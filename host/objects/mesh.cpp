@@ -52,25 +52,27 @@ bool CMesh::mesh_IsCompatible(IKzUnknown* other) {
 }
 
 KzResult CMesh::mesh_PointByIndex(std::uint32_t index, IKzUnknown** point) {
-    return CPoint::create(self().raw(), data, data.points.byIndex(index).id).give(point);
+    return CHostRef<CPoint>::make(self().raw(), data, data.points.byIndex(index).id).give(point);
 }
 
 KzResult CMesh::mesh_PolygonByIndex(std::uint32_t index, IKzUnknown** polygon) {
-    return CPolygon::create(self().raw(), data, data.polygons.byIndex(index).id).give(polygon);
+    return CHostRef<CPolygon>::make(self().raw(), data, data.polygons.byIndex(index).id).give(polygon);
 }
 
 KzResult CMesh::mesh_EdgeByIndex(std::uint32_t index, IKzUnknown** edge) {
-    return CEdge::create(self().raw(), data, data.edges().byIndex(index).id).give(edge);
+    return CHostRef<CEdge>::make(self().raw(), data, data.edges().byIndex(index).id).give(edge);
 }
 
 KzResult CMesh::mesh_MapByIndex(std::uint32_t index, IKzUnknown** map) {
-    return CMeshMap::create(self().raw(), data, data.maps.byIndex(index).id).give(map);
+    return CHostRef<CMeshMap>::make(self().raw(), data, data.maps.byIndex(index).id).give(map);
 }
 
-KzResult CMesh::mesh_Points(IKzUnknown** point) { return CPoint::create(self().raw(), data).give(point); }
-KzResult CMesh::mesh_Polygons(IKzUnknown** polygon) { return CPolygon::create(self().raw(), data).give(polygon); }
-KzResult CMesh::mesh_Edges(IKzUnknown** edge) { return CEdge::create(self().raw(), data).give(edge); }
-KzResult CMesh::mesh_Maps(IKzUnknown** map) { return CMeshMap::create(self().raw(), data).give(map); }
+KzResult CMesh::mesh_Points(IKzUnknown** point) { return CHostRef<CPoint>::make(self().raw(), data).give(point); }
+KzResult CMesh::mesh_Polygons(IKzUnknown** polygon) {
+    return CHostRef<CPolygon>::make(self().raw(), data).give(polygon);
+}
+KzResult CMesh::mesh_Edges(IKzUnknown** edge) { return CHostRef<CEdge>::make(self().raw(), data).give(edge); }
+KzResult CMesh::mesh_Maps(IKzUnknown** map) { return CHostRef<CMeshMap>::make(self().raw(), data).give(map); }
 
 KzElementId CMesh::mesh_EdgeByEnds(KzElementId start, KzElementId end) {
     const MeshEdge* edge = data.edgeBetween(start, end);
@@ -135,17 +137,20 @@ KzResult CMesh::mesh_AddPoints(std::uint32_t count, double* positions, std::uint
     return KZe_OK;
 }
 
+void CMesh::checkPoints(std::uint32_t first, std::uint32_t count, const double* positions) const {
+    if (count > 0 && positions == nullptr) throw KZe_INVALIDARG;
+    if (first > data.points.size() || count > data.points.size() - first) throw KZe_OUTOFBOUNDS;
+}
+
 KzResult CMesh::mesh_Positions(std::uint32_t first, std::uint32_t count, double* positions) {
-    if (count > 0 && positions == nullptr) return KZe_INVALIDARG;
-    if (first > data.points.size() || count > data.points.size() - first) return KZe_OUTOFBOUNDS;
+    checkPoints(first, count, positions);
     for (std::uint32_t i = 0; i < count; ++i, positions += 3)
         std::copy_n(data.points.byIndex(first + i).position.v, 3, positions);
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_SetPositions(std::uint32_t first, std::uint32_t count, double* positions) {
-    if (count > 0 && positions == nullptr) return KZe_INVALIDARG;
-    if (first > data.points.size() || count > data.points.size() - first) return KZe_OUTOFBOUNDS;
+    checkPoints(first, count, positions);
     for (std::uint32_t i = 0; i < count; ++i, positions += 3)
         std::copy_n(positions, 3, data.points.byIndex(first + i).position.v);
     data.changed(KZfMESHEDIT_POSITION);
@@ -197,7 +202,7 @@ KzResult CMesh::mesh_Copy(IKzUnknown* source) {
 }
 
 KzResult CMesh::mesh_Duplicate(IKzUnknown** mesh) {
-    const auto made = CMesh::create();
+    const auto made = CHostRef<CMesh>::make();
     if (const KzResult code = made->mesh_Copy(self().raw()); kzFailed(code)) return code;
     return made.give(mesh);
 }

@@ -1,8 +1,8 @@
 // Cursors: they stand at one element of a mesh at a time, hold the mesh, and survive the element's removal.
 #pragma once
 
+#include "host/objects/arguments.h"
 #include "host/objects/mesh_data.h"
-#include "host/objects/self.h"
 
 #include "kz/object.h"
 

@@ -28,7 +28,7 @@ KzResult handOver(IKzUnknown* made, IKzUnknown** out) {
 }  // namespace
 
 CHostRef<CScene> CScene::open(std::string name) {
-    auto made = CScene::create(std::move(name));
+    auto made = CHostRef<CScene>::make(std::move(name));
     made->add(*kzFindItemType(KZiITYPE_ROOT));
     made->m_isModified = false;
     return made;
@@ -43,7 +43,7 @@ void CScene::close() {
 }
 
 CHostRef<CItem> CScene::add(const ItemType& type) {
-    auto made = CItem::create(*this, type, std::string(type.name) + std::to_string(m_nextIdent++));
+    auto made = CHostRef<CItem>::make(*this, type, std::string(type.name) + std::to_string(m_nextIdent++));
     m_items.push_back(made);
     if (type.number != KZiITYPE_ROOT) m_roots.push_back(made.object());
     touch();

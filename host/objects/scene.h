@@ -1,9 +1,9 @@
 // Scenes and their items.
 #pragma once
 
+#include "host/objects/arguments.h"
 #include "host/objects/item_types.h"
 #include "host/objects/mesh.h"
-#include "host/objects/self.h"
 
 #include <map>
 

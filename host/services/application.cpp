@@ -65,7 +65,7 @@ public:
     KzResult applicationservice_SetProperty(const char* name, const char* value) override {
         enter("Application.SetProperty");
         if (kzTextOf(name).empty()) return KZe_INVALIDARG;
-        m_properties->set(name, std::string(kzTextOf(value)));
+        m_properties->set(name, kzString(value));
         return KZe_OK;
     }
 
@@ -90,7 +90,7 @@ KzResult CApplication::applicationservice_ServiceByName(const char* name, IKzUnk
 
 KzResult CApplication::applicationservice_Property(const char* name, const char** value) {
     enter("Application.Property");
-    const auto found = m_properties->get(std::string(kzTextOf(name)));
+    const auto found = m_properties->get(kzString(name));
     if (!found) return KZe_NOTFOUND;
     *value = lend(*found);
     return KZe_OK;
@@ -101,8 +101,8 @@ KzResult CApplication::applicationservice_Property(const char* name, const char*
 IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
                               std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
                               std::shared_ptr<CPropertyTable> properties) {
-    return CApplication::polymorph().wrap(std::make_unique<CApplication>(
-        std::move(context), std::move(services), std::move(queries), std::move(log), std::move(properties)));
+    return kzMakeObject<CApplication>(std::move(context), std::move(services), std::move(queries), std::move(log),
+                                      std::move(properties));
 }
 
 }  // namespace kzhost

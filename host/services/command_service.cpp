@@ -21,8 +21,8 @@ namespace kzhost {
 namespace {
 
 std::string nameOf(const CKzUser_Command& command) {
-    const char* name = nullptr;
-    return kzSucceeded(command.Name(&name)) && name != nullptr ? name : "unknown";
+    std::string name = kzAnswer([&](const char** text) { return command.Name(text); });
+    return name.empty() ? "unknown" : name;
 }
 
 class CCommandService final : public CHosted<"command service", CCommandService, CKzIfc_CommandService>, CServiceBase {
@@ -47,10 +47,7 @@ public:
     }
     KzResult commandservice_CommandByIndex(std::uint32_t index, const char** name) override {
         enter("Command.CommandByIndex");
-        const std::vector<std::string> names = m_dispatcher->registry().names();
-        if (index >= names.size()) return KZe_OUTOFBOUNDS;
-        *name = keep(names[index]);
-        return KZe_OK;
+        return giveName(m_dispatcher->registry().names(), index, name);
     }
     KzResult commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) override;
     KzResult commandservice_SpawnFromString(const char* args, std::uint32_t* flags, std::int32_t* queryIndex,
@@ -60,7 +57,7 @@ public:
                                                const char** rest) override;
     bool commandservice_IsCommand(const char* name) override {
         enter("Command.IsCommand");
-        return m_dispatcher->registry().has(std::string(kzTextOf(name)));
+        return m_dispatcher->registry().has(kzString(name));
     }
     KzResult commandservice_IsImplicitScript(const char* definition) override {
         enter("Command.IsImplicitScript");
@@ -89,7 +86,7 @@ public:
     KzResult commandservice_AliasCreate(const char* alias, const char* definition, std::uint32_t flags) override;
     KzResult commandservice_AliasRemove(const char* alias) override {
         enter("Command.AliasRemove");
-        return m_dispatcher->registry().removeAlias(std::string(kzTextOf(alias))) ? KZe_OK : KZe_CMD_NOT_ALIASED;
+        return m_dispatcher->registry().removeAlias(kzString(alias)) ? KZe_OK : KZe_CMD_NOT_ALIASED;
     }
     KzResult commandservice_AliasLookup(const char* alias, const char** definition) override;
     std::uint32_t commandservice_ExecDepth() override { return m_state->depth(); }
@@ -138,7 +135,7 @@ KzResult CCommandService::commandservice_Lookup(const char* name, std::uint32_t*
 
 KzResult CCommandService::commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) {
     enter("Command.Spawn");
-    const std::string wanted = tag != 0 ? m_state->nameOf(tag).value_or("") : std::string(kzTextOf(name));
+    const std::string wanted = tag != 0 ? m_state->nameOf(tag).value_or("") : kzString(name);
     return told(wanted, [&] {
         CKzUser_Command made;
         return m_dispatcher->registry().spawn(wanted, made).get(command);
@@ -219,7 +216,7 @@ KzResult CCommandService::commandservice_ParseAttribObject(IKzUnknown* command, 
         for (std::uint32_t index = 0; index < given.Count(); ++index) {
             const char* name = nullptr;
             if (const KzResult code = given.Name(index, &name); kzFailed(code)) return code;
-            arguments.assignByName(std::string(kzTextOf(name)), kzAttributeText(given, index));
+            arguments.assignByName(kzString(name), kzAttributeText(given, index));
         }
         return KZe_OK;
     });
@@ -282,7 +279,7 @@ KzResult CCommandService::commandservice_AliasCreate(const char* alias, const ch
 
 KzResult CCommandService::commandservice_AliasLookup(const char* alias, const char** definition) {
     enter("Command.AliasLookup");
-    const auto known = m_state->alias(std::string(kzTextOf(alias)));
+    const auto known = m_state->alias(kzString(alias));
     if (!known) return KZe_CMD_NOT_ALIASED;
     *definition = lend(*known);
     return KZe_OK;
@@ -293,8 +290,7 @@ KzResult CCommandService::commandservice_AliasLookup(const char* alias, const ch
 IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context,
                                  std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandState> state,
                                  std::shared_ptr<CValueTypeRegistry> types) {
-    return CCommandService::polymorph().wrap(std::make_unique<CCommandService>(
-        std::move(context), std::move(dispatcher), std::move(state), std::move(types)));
+    return kzMakeObject<CCommandService>(std::move(context), std::move(dispatcher), std::move(state), std::move(types));
 }
 
 }  // namespace kzhost

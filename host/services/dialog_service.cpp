@@ -43,7 +43,7 @@ public:
     }
     KzResult stddialogservice_MonitorAllocate(const char* title, IKzUnknown** monitor) override {
         enter("StdDialog.MonitorAllocate");
-        return CHostRef<CMonitor>::make(context(), m_monitors, std::string(kzTextOf(title))).give(monitor);
+        return CHostRef<CMonitor>::make(context(), m_monitors, kzString(title)).give(monitor);
     }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown* monitor) override {
         enter("StdDialog.MonitorReleaseObj");
@@ -85,8 +85,7 @@ KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::
 
 IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
                                 std::shared_ptr<CLogStore> log) {
-    return CDialogService::polymorph().wrap(
-        std::make_unique<CDialogService>(std::move(context), std::move(monitors), std::move(log)));
+    return kzMakeObject<CDialogService>(std::move(context), std::move(monitors), std::move(log));
 }
 
 }  // namespace kzhost

@@ -7,6 +7,7 @@
 #include "host/core/values.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
+#include "host/state/version.h"
 
 #include "kz/file.h"
 #include "kz/result.h"
@@ -31,17 +32,17 @@ KzResult codeOf(const std::error_code& error) {
     return error == std::errc::file_exists ? KZe_ALREADYEXISTS : KZe_FAILED;
 }
 
-std::string environment(const char* name, const std::string& otherwise) {
-    const char* value = std::getenv(name);
-    return value != nullptr && *value != '\0' ? value : otherwise;
+std::string environmentOr(const char* name, const char* fallback) {
+    const std::string value = kzEnvironment(name);
+    return value.empty() ? fallback : value;
 }
 
 // The named places of this machine and program; empty for unknown names.
 std::string placeOf(std::string_view name) {
     if (name == KZs_FILE_EXENAME) return CPathAliases::programPath();
     if (name == KZs_FILE_PROGRAM) return fs::path(CPathAliases::programPath()).parent_path().string();
-    if (name == KZs_FILE_TEMP) return environment("TMPDIR", "/tmp");
-    if (name == KZs_FILE_USER || name == "documents") return environment("HOME", "/");
+    if (name == KZs_FILE_TEMP) return environmentOr("TMPDIR", "/tmp");
+    if (name == KZs_FILE_USER || name == "documents") return environmentOr("HOME", "/");
     return {};
 }
 
@@ -155,7 +156,7 @@ KzResult CFileService::fileservice_AliasSet(const char* name, const char* path) 
     enter("File.AliasSet");
     const std::string_view wanted = kzTextOf(name);
     if (wanted.empty() || wanted.find_first_of(":/") != std::string_view::npos) return KZe_INVALIDARG;
-    m_files->setAlias(std::string(wanted), std::string(kzTextOf(path)));
+    m_files->setAlias(std::string(wanted), kzString(path));
     return KZe_OK;
 }
 
@@ -183,16 +184,15 @@ KzResult CFileService::fileservice_UniqueName(const char* path, const char* exte
                                               std::uint32_t length) {
     enter("File.UniqueName");
     const fs::path wanted = m_files->place(path);
-    return kzFillText(freeName(wanted.parent_path(), wanted.filename().string(), std::string(kzTextOf(extension))),
-                      buffer, length);
+    return kzFillText(freeName(wanted.parent_path(), wanted.filename().string(), kzString(extension)), buffer, length);
 }
 
 KzResult CFileService::fileservice_TempName(const char* prefix, const char* extension, char* buffer,
                                             std::uint32_t length) {
     enter("File.TempName");
-    const std::string stem = std::string(kzTextOf(prefix)) + std::to_string(getpid());
+    const std::string stem = kzString(prefix) + std::to_string(getpid());
     if (stem.find('/') != std::string::npos) return KZe_INVALIDARG;
-    return kzFillText(freeName(placeOf(KZs_FILE_TEMP), stem, std::string(kzTextOf(extension))), buffer, length);
+    return kzFillText(freeName(placeOf(KZs_FILE_TEMP), stem, kzString(extension)), buffer, length);
 }
 
 KzResult CFileService::fileservice_ModifiedTime(const char* path, double* seconds) {
@@ -218,7 +218,7 @@ KzResult CFileService::fileservice_ReadLines(const char* path, IKzUnknown* /*vis
 }  // namespace
 
 IKzUnknown* kzMakeFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files) {
-    return CFileService::polymorph().wrap(std::make_unique<CFileService>(std::move(context), std::move(files)));
+    return kzMakeObject<CFileService>(std::move(context), std::move(files));
 }
 
 }  // namespace kzhost

@@ -43,7 +43,7 @@ public:
             return KZe_OK;
         }
         return kzBecause(KZe_NOTFOUND, "GUID.LookupName",
-                         [&] { return "there is no server class \"" + std::string(kzTextOf(name)) + "\""; });
+                         [&] { return "there is no server class \"" + kzString(name) + "\""; });
     }
     KzResult guidservice_FromText(const char* text, KzGuid* iid) override {
         enter("GUID.FromText");
@@ -84,7 +84,7 @@ public:
 }  // namespace
 
 IKzUnknown* kzMakeGuidService(std::shared_ptr<ServiceContext> context) {
-    return CGuidService::polymorph().wrap(std::make_unique<CGuidService>(std::move(context)));
+    return kzMakeObject<CGuidService>(std::move(context));
 }
 
 }  // namespace kzhost

@@ -15,8 +15,6 @@
 #include "kz/listener.h"
 #include "kz/result.h"
 
-#include <algorithm>
-
 namespace kzhost {
 
 namespace {
@@ -67,11 +65,11 @@ KzResult CServerFactory::fac_InfoTag(const char* type, const char** value) {
     return KZe_NOTFOUND;
 }
 
-class CHostServiceObject final : public CHosted<"host service", CHostServiceObject, CKzIfc_HostService>, CServiceBase {
+class CHostService final : public CHosted<"host service", CHostService, CKzIfc_HostService>, CServiceBase {
 public:
-    CHostServiceObject(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
-                       std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
-                       std::shared_ptr<CLogStore> log)
+    CHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                 std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
+                 std::shared_ptr<CLogStore> log)
         : CServiceBase(std::move(context)), m_modules(std::move(modules)), m_files(std::move(files)),
           m_listeners(std::move(listeners)), m_log(std::move(log)) {}
 
@@ -115,15 +113,12 @@ public:
     KzResult hostservice_ServerTag(const char* type, const char* name, const char* tag, const char** value) override;
     KzResult hostservice_ClassCount(std::uint32_t* count) override {
         enter("Host.ClassCount");
-        *count = static_cast<std::uint32_t>(classes().size());
+        *count = static_cast<std::uint32_t>(m_modules->classNames().size());
         return KZe_OK;
     }
     KzResult hostservice_ClassByIndex(std::uint32_t index, const char** type) override {
         enter("Host.ClassByIndex");
-        const auto all = classes();
-        if (index >= all.size()) return KZe_OUTOFBOUNDS;
-        *type = keep(all[index]);
-        return KZe_OK;
+        return giveName(m_modules->classNames(), index, type);
     }
     bool hostservice_IsServer(const char* type, const char* name) override {
         enter("Host.IsServer");
@@ -138,12 +133,11 @@ private:
         const auto found = m_modules->find(kzTextOf(type), kzTextOf(name));
         if (!found)
             throw kzBecause(KZe_NOTFOUND, "Host.Server", [&] {
-                return kzThereIsNo(std::string(kzTextOf(type)) + " server", kzTextOf(name),
-                                   m_modules->servers(kzTextOf(type)), [](const auto& each) { return each.name; });
+                return kzThereIsNo(kzString(type) + " server", kzTextOf(name), m_modules->servers(kzTextOf(type)),
+                                   [](const auto& each) { return each.name; });
             });
         return *found;
     }
-    std::vector<std::string> classes() const;
 
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<CPathAliases> m_files;
@@ -151,14 +145,7 @@ private:
     std::shared_ptr<CLogStore> m_log;
 };
 
-std::vector<std::string> CHostServiceObject::classes() const {
-    std::vector<std::string> names;
-    for (const KzServer& server : m_modules->servers())
-        if (std::find(names.begin(), names.end(), server.className) == names.end()) names.push_back(server.className);
-    return names;
-}
-
-KzResult CHostServiceObject::hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) {
+KzResult CHostService::hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) {
     enter("Host.ModuleByIndex");
     const auto all = m_modules->modules();
     if (index >= all.size()) return KZe_OUTOFBOUNDS;
@@ -170,7 +157,7 @@ KzResult CHostServiceObject::hostservice_ModuleByIndex(std::uint32_t index, IKzU
     return giveFactory(row, module);
 }
 
-KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
+KzResult CHostService::hostservice_ModuleAdd(const char* path) {
     enter("Host.ModuleAdd");
     const auto file = m_files->resolve(kzTextOf(path));
     if (!file) return KZe_NOTFOUND;
@@ -180,7 +167,7 @@ KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
     return KZe_FAILED;
 }
 
-KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
+KzResult CHostService::hostservice_ModuleUpdate(const char* name) {
     enter("Host.ModuleUpdate");
     const std::string wanted(kzTextOf(name));
     const KzResult code = kzUpdateModule(*m_modules, *m_listeners, *m_log, wanted);
@@ -190,8 +177,7 @@ KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
     });
 }
 
-KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char* name, const char* tag,
-                                                   const char** value) {
+KzResult CHostService::hostservice_ServerTag(const char* type, const char* name, const char* tag, const char** value) {
     enter("Host.ServerTag");
     for (const auto& [key, text] : CModuleTable::tagsOf(require(type, name))) {
         if (key != kzTextOf(tag)) continue;
@@ -206,8 +192,8 @@ KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char*
 IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
                               std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
                               std::shared_ptr<CLogStore> log) {
-    return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(
-        std::move(context), std::move(modules), std::move(files), std::move(listeners), std::move(log)));
+    return kzMakeObject<CHostService>(std::move(context), std::move(modules), std::move(files), std::move(listeners),
+                                      std::move(log));
 }
 
 }  // namespace kzhost

@@ -35,7 +35,7 @@ public:
     }
     KzResult imageservice_Save(IKzUnknown* image, const char* path, const char* saver, IKzUnknown* monitor) override {
         enter("Image.Save");
-        return m_images->save(image, m_files->place(path), std::string(kzTextOf(saver)), monitor);
+        return m_images->save(image, m_files->place(path), kzString(saver), monitor);
     }
     KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                std::int32_t height, IKzUnknown** image) override;
@@ -106,8 +106,7 @@ KzResult CImageService::imageservice_Compare(IKzUnknown* first, IKzUnknown* seco
 
 IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
                                std::shared_ptr<CImageFiles> images) {
-    return CImageService::polymorph().wrap(
-        std::make_unique<CImageService>(std::move(context), std::move(files), std::move(images)));
+    return kzMakeObject<CImageService>(std::move(context), std::move(files), std::move(images));
 }
 
 }  // namespace kzhost

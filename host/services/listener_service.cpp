@@ -48,8 +48,7 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeListenerService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CListenerTable> listeners) {
-    return CListenerService::polymorph().wrap(
-        std::make_unique<CListenerService>(std::move(context), std::move(listeners)));
+    return kzMakeObject<CListenerService>(std::move(context), std::move(listeners));
 }
 
 }  // namespace kzhost

@@ -78,7 +78,7 @@ public:
     }
     KzResult logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) override {
         enter("Log.CreateEntry");
-        return m_log->create(level, std::string(kzTextOf(text))).give(entry);
+        return m_log->create(level, kzString(text)).give(entry);
     }
     KzResult logservice_CreateEntryMessage(IKzUnknown* message, IKzUnknown** entry) override {
         enter("Log.CreateEntryMessage");
@@ -95,7 +95,7 @@ public:
     }
     KzResult logservice_DebugOut(std::uint32_t level, const char* text) override {
         enter("Log.DebugOut");
-        m_log->write("debug", level, std::string(kzTextOf(text)));
+        m_log->write("debug", level, kzString(text));
         return KZe_OK;
     }
     KzResult logservice_SetMaxEntries(std::uint32_t count) override {
@@ -123,7 +123,7 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
     enter("Log.CreateEntryInfo");
     const InfoBlockRow* row = findBlock(kzTextOf(block));
     if (row == nullptr) return KZe_NOTFOUND;
-    const auto made = m_log->create(level, std::string(kzTextOf(text)));
+    const auto made = m_log->create(level, kzString(text));
     for (const auto& [name, type] : row->fields) made->logentry_SetInfo(name, "");
     return made.give(entry);
 }
@@ -132,8 +132,7 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
 
 IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
                              std::shared_ptr<CListenerTable> listeners) {
-    return CLogService::polymorph().wrap(
-        std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners)));
+    return kzMakeObject<CLogService>(std::move(context), std::move(log), std::move(listeners));
 }
 
 }  // namespace kzhost

@@ -17,7 +17,7 @@ public:
 
     KzResult meshservice_Create(IKzUnknown** mesh) override {
         enter("Mesh.Create");
-        return CMesh::create().give(mesh);
+        return CHostRef<CMesh>::make().give(mesh);
     }
     // Nothing deforms or animates meshes here: all ways to an item lead to its one mesh.
     KzResult meshservice_FromItem(IKzUnknown* item, double /*time*/, std::int32_t /*evaluated*/,
@@ -79,7 +79,7 @@ public:
 }  // namespace
 
 IKzUnknown* kzMakeMeshService(std::shared_ptr<ServiceContext> context) {
-    return CMeshService::polymorph().wrap(std::make_unique<CMeshService>(std::move(context)));
+    return kzMakeObject<CMeshService>(std::move(context));
 }
 
 }  // namespace kzhost

@@ -34,10 +34,8 @@ public:
         enter("Message.TableText");
         const auto text = CMessageTables::find(kzTextOf(table), kzTextOf(key));
         if (text) return kzFillText(*text, buffer, length);
-        return kzBecause(KZe_NOTFOUND, "Message.TableText", [&] {
-            return "the table \"" + std::string(kzTextOf(table)) + "\" has no text \"" + std::string(kzTextOf(key)) +
-                   "\"";
-        });
+        return kzBecause(KZe_NOTFOUND, "Message.TableText",
+                         [&] { return "the table \"" + kzString(table) + "\" has no text \"" + kzString(key) + "\""; });
     }
     KzResult messageservice_TableHas(const char* table, const char* key) override {
         enter("Message.TableHas");
@@ -67,7 +65,7 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log) {
-    return CMessageService::polymorph().wrap(std::make_unique<CMessageService>(std::move(context), std::move(log)));
+    return kzMakeObject<CMessageService>(std::move(context), std::move(log));
 }
 
 }  // namespace kzhost

@@ -19,7 +19,7 @@ public:
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
         enter("Scene.Create");
-        m_scenes->list.push_back(CScene::open(std::string(kzTextOf(name))));
+        m_scenes->list.push_back(CScene::open(kzString(name)));
         return m_scenes->list.back().give(scene);
     }
     KzResult sceneservice_Close(IKzUnknown* scene) override {
@@ -153,7 +153,7 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes) {
-    return CSceneService::polymorph().wrap(std::make_unique<CSceneService>(std::move(context), std::move(scenes)));
+    return kzMakeObject<CSceneService>(std::move(context), std::move(scenes));
 }
 
 }  // namespace kzhost

@@ -9,6 +9,7 @@
 #include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/core/refusal.h"
 #include "host/core/scripts.h"
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
@@ -101,7 +102,7 @@ constexpr AttributeRow commandAttributes[] = {
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
          CKzUser_Command command;
          const KzResult code = selectedCommand(host, selection, command).DialogInit();
-         if (kzFailed(code) && code != KZe_NOTIMPL) throw code;
+         if (kzRefuses(code)) throw code;
          eachArgument(host, command, [&](const CCommandArguments& known, std::uint32_t index) {
              add(kzAttributeText(known.attributes(), index));
          });
@@ -111,7 +112,7 @@ constexpr AttributeRow commandAttributes[] = {
          CKzUser_Command command;
          const auto message = CHostRef<CMessage>::make();
          const KzResult code = selectedCommand(host, selection, command).Enable(message.raw());
-         add(kzFailed(code) && code != KZe_NOTIMPL ? "false" : "true");
+         add(kzRefuses(code) ? "false" : "true");
      }},
     {"history", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
@@ -141,10 +142,7 @@ constexpr AttributeRow hostAttributes[] = {
      }},
     {"classes", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
-         std::vector<std::string> seen;
-         for (const KzServer& server : host.modules->servers())
-             if (std::find(seen.begin(), seen.end(), server.className) == seen.end())
-                 add(seen.emplace_back(server.className));
+         for (const std::string& name : host.modules->classNames()) add(name);
      }},
     {"services", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
@@ -244,7 +242,7 @@ KzResult CScriptQuery::sq_Select(const char* attribute, const char* which) {
     std::uint32_t index = 0;
     if (!kzTextOf(attribute).empty())
         if (const KzResult code = sq_Lookup(attribute, &index); kzFailed(code)) return code;
-    m_selection = {std::string(kzTextOf(attribute)), std::string(kzTextOf(which))};
+    m_selection = {kzString(attribute), kzString(which)};
     return KZe_OK;
 }
 
@@ -311,7 +309,7 @@ IKzUnknown* kzMakeNamedService(const std::shared_ptr<CServiceRegistry>& services
         service.raw()->AddRef();
         return service.raw();
     }
-    return CNamedService::polymorph().wrap(std::make_unique<CNamedService>(services, queries, std::string(name)));
+    return kzMakeObject<CNamedService>(services, queries, std::string(name));
 }
 
 }  // namespace kzhost

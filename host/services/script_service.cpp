@@ -48,7 +48,7 @@ public:
     KzResult scriptsysservice_RunText(const char* text, std::uint32_t flags, const char* args,
                                       IKzUnknown* message) override {
         enter("ScriptSys.RunText");
-        const auto script = CHostRef<CScript>::make("<text>", std::string(kzTextOf(text)));
+        const auto script = CHostRef<CScript>::make("<text>", kzString(text));
         return m_scripts->run(script, flags, args, message);
     }
     KzResult scriptsysservice_InterpreterCount(std::uint32_t* count) override {
@@ -130,9 +130,8 @@ KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name
 IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptRunner> scripts,
                                 std::shared_ptr<CModuleTable> modules, std::shared_ptr<CPathAliases> files,
                                 std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries) {
-    return CScriptService::polymorph().wrap(std::make_unique<CScriptService>(std::move(context), std::move(scripts),
-                                                                             std::move(modules), std::move(files),
-                                                                             std::move(log), std::move(queries)));
+    return kzMakeObject<CScriptService>(std::move(context), std::move(scripts), std::move(modules), std::move(files),
+                                        std::move(log), std::move(queries));
 }
 
 }  // namespace kzhost

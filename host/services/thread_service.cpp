@@ -357,8 +357,7 @@ KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
 }  // namespace
 
 IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads) {
-    return CThreadService::polymorph().wrap(
-        std::make_unique<CThreadService>(std::move(context), std::move(jobThreads)));
+    return kzMakeObject<CThreadService>(std::move(context), std::move(jobThreads));
 }
 
 }  // namespace kzhost

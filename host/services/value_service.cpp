@@ -49,10 +49,7 @@ public:
     }
     KzResult valueservice_TypeByIndex(std::uint32_t index, const char** type) override {
         enter("Value.TypeByIndex");
-        const std::vector<std::string> names = m_types->names();
-        if (index >= names.size()) return KZe_OUTOFBOUNDS;
-        *type = keep(names[index]);
-        return KZe_OK;
+        return giveName(m_types->names(), index, type);
     }
     std::uint32_t valueservice_ValueType(const char* type) override {
         enter("Value.ValueType");
@@ -178,8 +175,7 @@ KzResult CValueService::valueservice_ScriptQuery(IKzUnknown** query) {
 IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypeRegistry> types,
                                std::shared_ptr<CPropertyTable> properties,
                                std::shared_ptr<const QueryEnvironment> queries) {
-    return CValueService::polymorph().wrap(std::make_unique<CValueService>(std::move(context), std::move(types),
-                                                                           std::move(properties), std::move(queries)));
+    return kzMakeObject<CValueService>(std::move(context), std::move(types), std::move(properties), std::move(queries));
 }
 
 }  // namespace kzhost
