@@ -72,7 +72,7 @@ KzResult CKzHost::adopt(const std::string& name, IKzUnknown* module) {
 }
 
 void CKzHost::unload() {
-    m_parts->jobThreads->finish();  // jobs are made of what modules have
+    m_parts->jobThreads->finish();  // jobs belong to modules
     modules().clear();
 }
 

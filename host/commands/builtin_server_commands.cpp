@@ -16,6 +16,7 @@
 #include "kz/value.h"
 
 #include <algorithm>
+#include <string>
 
 namespace kzhost {
 
@@ -41,7 +42,7 @@ void updateModule(CModuleTable& modules, CListenerTable& listeners, CLogStore& l
         throw CommandTextError{KZe_NOTFOUND, "argument \"module\": there is no module \"" + name + "\""};
 }
 
-// The interpreter knows its files; the host only asks it to look at them.
+// Only the interpreter knows its files, so the host runs a script that reloads them.
 constexpr const char* reloadScript = "# python\n"
                                      "from kzserv import loading\n"
                                      "loading.reload_changed()\n";

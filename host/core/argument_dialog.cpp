@@ -11,20 +11,23 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <optional>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace kzhost {
 
 namespace {
 
-constexpr int mostTries = 10;  // for one answer, so that a pipe without end comes to one
+constexpr int mostTries = 10;  // for one answer, so that an endless pipe cannot keep the dialog open
 
 class CArgumentDialog {
 public:
     CArgumentDialog(const CDialogBoard& board, CCommandArguments& arguments) : m_board(board), m_arguments(arguments) {}
 
-    // A command that asks by itself is asked nothing more. An answer may enable an argument that was passed over, so the
-    // search for the next one begins anew each time.
+    // A command with a dialog of its own needs no other. An answer may enable an argument that was skipped, so each search
+    // for the next argument starts from the beginning.
     KzResult run() {
         const CKzUser_Command& command = m_arguments.command();
         if (const KzResult code = command.Interact(); code != KZe_NOTIMPL) return code;
@@ -41,7 +44,7 @@ public:
     }
 
 private:
-    // As the command lays its dialog out: names, and a mark for all that it does not name.
+    // The order that the command asks for: names, and a mark that stands for all other arguments.
     std::vector<std::uint32_t> order() const {
         const CKzUser_Command& command = m_arguments.command();
         const std::string format = kzAnswer([&](const char** text) { return command.DialogFormatting(text); });

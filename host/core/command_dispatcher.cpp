@@ -19,9 +19,9 @@ namespace kzhost {
 namespace {
 
 std::string messageOf(const CKzUser_Command& command, KzResult code) {
-    CKzLoc_Unknown told;
-    if (kzFailed(command.Message(told.out()))) return CMessageTables::codeText(code);
-    const CKzUser_Message message(told.raw());
+    CKzLoc_Unknown object;
+    if (kzFailed(command.Message(object.out()))) return CMessageTables::codeText(code);
+    const CKzUser_Message message(object.raw());
     return message ? CMessageTables::reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
 }
 

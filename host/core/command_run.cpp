@@ -1,4 +1,4 @@
-// How any command is executed.
+// The execution of any command.
 #include "host/core/command_run.h"
 
 #include "host/core/argument_dialog.h"
@@ -45,8 +45,8 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
     return code;
 }
 
-// What comes before the work: whether the command can be used, what its dialog asks, what it gets ready. Being disabled is
-// an answer of its own; a module without opinion is enabled.
+// Checks that the command is enabled, runs its dialog and lets it prepare. A module that does not implement Enable is
+// enabled.
 KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
     CCommandArguments arguments(*m_environment->types, command);
     if (const KzResult code = arguments.command().Enable(m_message.raw()); kzRefuses(code)) return code;
@@ -57,7 +57,7 @@ KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
     return kzRefuses(code) ? code : KZe_OK;
 }
 
-// The history holds what users and scripts ran, not what commands run inside.
+// The history holds what users and scripts ran, not what commands ran in turn.
 void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::uint32_t flags) {
     std::uint32_t what = 0;
     const CCommandArguments arguments(*m_environment->types, command);
@@ -67,7 +67,7 @@ void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::ui
     m_environment->state->remember(arguments.write(name));
 }
 
-// A command that has put its own reason into the message keeps it.
+// A reason that the command itself has put into the message stays.
 void CCommandRun::tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags) {
     if (kzSucceeded(m_message->msg_Code())) m_message->msg_SetCode(code);
     if (!m_message->hasText()) {
@@ -75,9 +75,9 @@ void CCommandRun::tell(const std::string& name, KzResult code, const std::string
         m_message->msg_SetArgumentString(1, name.c_str());
         m_message->msg_SetArgumentString(2, (text.empty() ? CMessageTables::codeText(code) : text).c_str());
     }
-    const CKzUser_Message held(m_message.raw());
+    const CKzUser_Message asMessage(m_message.raw());
     if ((flags & KZfCMD_EXEC_NOALERTS) == 0)
-        m_environment->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
+        m_environment->log->write("commands", code, CMessageTables::textOf(*asMessage.ptr()));
 }
 
 }  // namespace kzhost

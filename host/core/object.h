@@ -1,4 +1,4 @@
-// How the host makes objects: C++ objects behind instances of the support layer, and references that know both sides.
+// How the host makes objects: instances of the support layer that wrap C++ objects, and references to both sides.
 #pragma once
 
 #include "kz/base/polymorph.h"
@@ -11,7 +11,7 @@ namespace kzhost {
 
 template <class Class> class CHostRef;
 
-// A polymorph whose instances wrap objects that the host makes itself, with whatever arguments they need.
+// A polymorph whose instances wrap objects that were constructed before, with any arguments.
 template <class Class> class CHostPolymorph final : public CKzGenericPolymorph {
 public:
     IKzUnknown* wrap(std::unique_ptr<Class> object) {
@@ -35,14 +35,14 @@ public:
     }
 
 private:
-    // Spawning asks for the object on the thread that spawns.
+    // Spawning takes the object from here, on the same thread.
     static Class*& next() noexcept {
         thread_local Class* theNext = nullptr;
         return theNext;
     }
 };
 
-// A text as an argument of a template.
+// A string as a template argument.
 template <std::size_t size> struct KzHostName {
     constexpr KzHostName(const char (&name)[size]) { std::copy_n(name, size, text); }
     char text[size];
@@ -60,8 +60,8 @@ private:
     IKzUnknown* m_self = nullptr;
 };
 
-// The base of a class that the host makes objects of: what they are called, and the interfaces that the class implements,
-// CKzIfc_Monitor and the like. The polymorph is never destroyed: a module may hold instances while the process ends.
+// The base of a class of host objects: their name, and the interfaces that the class implements, such as CKzIfc_Monitor.
+// The polymorph is never destroyed, as a module may hold instances while the process exits.
 template <KzHostName name, class Class, template <class> class... Slots>
 class CHosted : public Slots<Class>::Implementation... {
 public:
@@ -79,7 +79,7 @@ private:
     }
 };
 
-// One reference to an object of the host, with its C++ side at hand. `Class::polymorph()` tells what it is.
+// An owned reference to a host object that also knows its C++ object. `Class::polymorph()` identifies the class.
 template <class Class> class CHostRef {
 public:
     CHostRef() = default;
@@ -97,7 +97,7 @@ public:
         *reference.m_interface.out() = Class::polymorph().wrap(std::move(object));
         return reference;
     }
-    // What is behind an interface pointer if the host made it; empty otherwise.
+    // The host object behind an interface pointer; empty for an object of another class.
     static CHostRef of(IKzUnknown* object) {
         CHostRef reference;
         reference.m_object = static_cast<Class*>(kzObjectOf(object, &Class::polymorph()));
@@ -130,7 +130,7 @@ private:
     Interface m_interface;
 };
 
-// A new object with one reference, for whoever needs only its interface.
+// A new object with one reference, as an interface pointer.
 template <class Class, class... Arguments> IKzUnknown* kzMakeObject(Arguments&&... arguments) {
     return Class::polymorph().wrap(std::make_unique<Class>(std::forward<Arguments>(arguments)...));
 }

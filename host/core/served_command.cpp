@@ -1,10 +1,13 @@
-// Commands that modules implement, as the host hands them out.
+// The host's front for commands that modules implement.
 #include "host/core/served_command.h"
 
 #include "host/state/text.h"
 
 #include "kz/message.h"
 #include "kz/result.h"
+
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
@@ -16,8 +19,8 @@ CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* in
 }
 
 IKzUnknown* CServedCommand::subObject(const KzGuid& iid) {
-    void* found = nullptr;
-    return kzSucceeded(m_inner.ptr()->QueryInterface(&iid, &found)) ? static_cast<IKzUnknown*>(found) : nullptr;
+    void* interface = nullptr;
+    return kzSucceeded(m_inner.ptr()->QueryInterface(&iid, &interface)) ? static_cast<IKzUnknown*>(interface) : nullptr;
 }
 
 KzResult CServedCommand::cmd_Tag(std::uint32_t* tag) {
@@ -42,7 +45,7 @@ KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
     return m_run.message()->isSilent() && ownMessage(own) != nullptr ? own.get(message) : m_run.message().give(message);
 }
 
-// What the module's message says goes into the run's, which the log and the listeners are told.
+// The module's message is copied into the run's message, which goes to the log and the listeners.
 KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
     return m_run.execute(rawSelf(), m_name, flags, [this, flags] {

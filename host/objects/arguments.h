@@ -1,4 +1,4 @@
-// What operations on objects check of their arguments first.
+// Checks of the arguments of operations on objects.
 #pragma once
 
 #include "host/core/object.h"
@@ -7,14 +7,14 @@
 
 namespace kzhost {
 
-// What is behind an argument that has to be an object of this host.
+// The object behind an argument that must be one of this host's.
 template <class Class> CHostRef<Class> kzOwn(IKzUnknown* object) {
     auto own = CHostRef<Class>::of(object);
     if (!own) throw KZe_INVALIDARG;
     return own;
 }
 
-// An argument that may not be null.
+// The value of an argument that must not be null.
 template <class Value> Value& kzGiven(Value* value) {
     if (value == nullptr) throw KZe_INVALIDARG;
     return *value;

@@ -4,6 +4,7 @@
 #include "host/objects/arguments.h"
 #include "host/objects/pixels.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -1,4 +1,4 @@
-// A mesh as an object: counting, measuring and changing it as a whole.
+// A mesh as an object: operations on the whole mesh.
 #include "host/objects/mesh.h"
 
 #include "host/core/object.h"
@@ -8,7 +8,10 @@
 #include "host/objects/point.h"
 #include "host/objects/polygon.h"
 
+#include <algorithm>
+#include <cmath>
 #include <set>
+#include <utility>
 
 namespace kzhost {
 
@@ -81,16 +84,16 @@ KzElementId CMesh::mesh_EdgeByEnds(KzElementId start, KzElementId end) {
 
 KzResult CMesh::mesh_BoundingBox(std::int32_t mark, KzBounds* box) {
     bool isEmpty = true;
-    KzBounds found{};
+    KzBounds bounds{};
     for (const MeshPoint& point : data.points) {
         if (!kzIsMeant(point.marks, mark)) continue;
-        if (std::exchange(isEmpty, false)) found = {point.position, point.position};
+        if (std::exchange(isEmpty, false)) bounds = {point.position, point.position};
         for (const double coordinate : point.position.v)
             if (!std::isfinite(coordinate)) return KZeINFINITE_BOUND;
-        kzExtend(found, point.position);
+        kzExtend(bounds, point.position);
     }
     if (isEmpty) return KZe_NOTFOUND;
-    *box = found;
+    *box = bounds;
     return KZe_OK;
 }
 
@@ -107,7 +110,7 @@ double CMesh::mesh_Area() {
     return area;
 }
 
-// The volumes between the origin and each triangle, signed by the side that it shows.
+// Sums the signed volumes of the tetrahedra between the origin and each triangle.
 double CMesh::mesh_Volume() {
     for (const MeshEdge& edge : data.edges())
         if (edge.polygons.size() != 2) return 0;
@@ -174,7 +177,7 @@ KzResult CMesh::mesh_RemovePoints(std::int32_t mark) {
     return KZe_OK;
 }
 
-// Points that no polygon used before stay: they are not left over by this.
+// Removes only points that these polygons alone used. Other unused points stay.
 KzResult CMesh::mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) {
     std::set<KzElementId> touched;
     for (const MeshPolygon& polygon : data.polygons)
@@ -194,7 +197,7 @@ KzResult CMesh::mesh_Clear() {
 KzResult CMesh::mesh_Copy(IKzUnknown* source) {
     const auto other = kzOwn<CMesh>(source);
     if (other.object() == this) return KZe_OK;
-    CMeshData copy = data;  // its serial numbers go on
+    CMeshData copy = data;  // keeps its serial numbers
     copy.clear();
     kzMergeMesh(copy, other->data, kzIdentity(), kzMergeEverything);
     data = std::move(copy);
@@ -202,9 +205,9 @@ KzResult CMesh::mesh_Copy(IKzUnknown* source) {
 }
 
 KzResult CMesh::mesh_Duplicate(IKzUnknown** mesh) {
-    const auto made = CHostRef<CMesh>::make();
-    if (const KzResult code = made->mesh_Copy(self().raw()); kzFailed(code)) return code;
-    return made.give(mesh);
+    const auto copy = CHostRef<CMesh>::make();
+    if (const KzResult code = copy->mesh_Copy(self().raw()); kzFailed(code)) return code;
+    return copy.give(mesh);
 }
 
 KzResult CMesh::mesh_Merge(IKzUnknown* other, std::uint32_t flags) {
@@ -212,7 +215,7 @@ KzResult CMesh::mesh_Merge(IKzUnknown* other, std::uint32_t flags) {
     return mesh_MergeWithTransform(other, &identity, flags);
 }
 
-// A merge that fails half-way must change nothing, and the other mesh may be this very one.
+// Works on a copy: a failed merge must change nothing, and the other mesh may be this one.
 KzResult CMesh::mesh_MergeWithTransform(IKzUnknown* other, const KzMatrix4* xfrm, std::uint32_t flags) {
     const auto source = kzOwn<CMesh>(other);
     CMeshData merged = data;

@@ -16,8 +16,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace kzhost {
 
@@ -37,7 +40,7 @@ std::string environmentOr(const char* name, const char* fallback) {
     return value.empty() ? fallback : value;
 }
 
-// The named places of this machine and program; empty for unknown names.
+// The path of a named place; empty for an unknown name.
 std::string placeOf(std::string_view name) {
     if (name == KZs_FILE_EXENAME) return CPathAliases::programPath();
     if (name == KZs_FILE_PROGRAM) return fs::path(CPathAliases::programPath()).parent_path().string();
@@ -173,7 +176,7 @@ std::string CFileService::freeName(const fs::path& folder, const std::string& st
                                    const std::string& extension) const {
     const std::string ending = extension.empty() || extension.starts_with('.') ? extension : "." + extension;
     std::error_code error;
-    for (unsigned number = 0;; ++number) {
+    for (std::uint32_t number = 0;; ++number) {
         const fs::path name =
             folder / fmt::format("{}{}{}", stem, number == 0 ? "" : fmt::format("_{}", number), ending);
         if (!fs::exists(name, error)) return name.string();
@@ -197,9 +200,9 @@ KzResult CFileService::fileservice_TempName(const char* prefix, const char* exte
 
 KzResult CFileService::fileservice_ModifiedTime(const char* path, double* seconds) {
     enter("File.ModifiedTime");
-    struct stat found {};
-    if (stat(existing(path).c_str(), &found) != 0) return KZe_NOTFOUND;
-    *seconds = static_cast<double>(found.st_mtim.tv_sec) + static_cast<double>(found.st_mtim.tv_nsec) * 1e-9;
+    struct stat entry {};
+    if (stat(existing(path).c_str(), &entry) != 0) return KZe_NOTFOUND;
+    *seconds = static_cast<double>(entry.st_mtim.tv_sec) + static_cast<double>(entry.st_mtim.tv_nsec) * 1e-9;
     return KZe_OK;
 }
 

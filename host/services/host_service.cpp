@@ -15,6 +15,9 @@
 #include "kz/listener.h"
 #include "kz/result.h"
 
+#include <string>
+#include <utility>
+
 namespace kzhost {
 
 namespace {
@@ -46,8 +49,8 @@ public:
         return KZe_OK;
     }
     KzResult fac_Spawn(IKzUnknown** object) override {
-        CKzLoc_Unknown made;
-        return CModuleTable::spawn(m_server, made).get(object);
+        CKzLoc_Unknown instance;
+        return CModuleTable::spawn(m_server, instance).get(object);
     }
     KzResult fac_InfoTag(const char* type, const char** value) override;
     std::uint32_t fac_TagCount() override { return static_cast<std::uint32_t>(CModuleTable::tagsOf(m_server).size()); }
@@ -90,8 +93,8 @@ public:
     }
     KzResult hostservice_SpawnServer(const char* type, const char* name, IKzUnknown** object) override {
         enter("Host.SpawnServer");
-        CKzLoc_Unknown made;
-        return CModuleTable::spawn(require(type, name), made).get(object);
+        CKzLoc_Unknown instance;
+        return CModuleTable::spawn(require(type, name), instance).get(object);
     }
     KzResult hostservice_ModuleCount(std::uint32_t* count) override {
         enter("Host.ModuleCount");
@@ -102,7 +105,7 @@ public:
     KzResult hostservice_ModuleAdd(const char* path) override;
     KzResult hostservice_ModuleRemove(const char* /*path*/) override {
         enter("Host.ModuleRemove");
-        return KZe_NOTSUPPORTED;  // the caller may be the very module that would go
+        return KZe_NOTSUPPORTED;  // the caller may be in the module to be unloaded
     }
     KzResult hostservice_ModuleUpdate(const char* name) override;
     KzResult hostservice_DefaultServer(const char* type, IKzUnknown** server) override {
@@ -130,13 +133,13 @@ private:
         return CHostRef<CServerFactory>::make(context(), server).give(out);
     }
     KzServer require(const char* type, const char* name) const {
-        const auto found = m_modules->find(kzTextOf(type), kzTextOf(name));
-        if (!found)
+        const auto server = m_modules->find(kzTextOf(type), kzTextOf(name));
+        if (!server)
             throw kzBecause(KZe_NOTFOUND, "Host.Server", [&] {
                 return kzThereIsNo(kzString(type) + " server", kzTextOf(name), m_modules->servers(kzTextOf(type)),
                                    [](const auto& each) { return each.name; });
             });
-        return *found;
+        return *server;
     }
 
     std::shared_ptr<CModuleTable> m_modules;
@@ -169,11 +172,11 @@ KzResult CHostService::hostservice_ModuleAdd(const char* path) {
 
 KzResult CHostService::hostservice_ModuleUpdate(const char* name) {
     enter("Host.ModuleUpdate");
-    const std::string wanted(kzTextOf(name));
-    const KzResult code = kzUpdateModule(*m_modules, *m_listeners, *m_log, wanted);
+    const std::string module(kzTextOf(name));
+    const KzResult code = kzUpdateModule(*m_modules, *m_listeners, *m_log, module);
     if (code != KZe_NOTFOUND) return code;
     return kzBecause(code, "Host.ModuleUpdate", [&] {
-        return kzThereIsNo("module", wanted, m_modules->modules(), [](const auto& each) { return each.first; });
+        return kzThereIsNo("module", module, m_modules->modules(), [](const auto& each) { return each.first; });
     });
 }
 

@@ -9,6 +9,8 @@
 #include "kz/listener.h"
 #include "kz/result.h"
 
+#include <utility>
+
 namespace kzhost {
 
 namespace {

@@ -12,6 +12,9 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -51,8 +54,8 @@ const InfoBlockRow* findBlock(std::string_view name) {
         {"script", {{"file", "string"}, {"line", "integer"}}},
         {"command", {{"command", "string"}, {"argument", "string"}, {"expected", "string"}}},
     };
-    const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const auto& row) { return name == row.name; });
-    return found != blocks.end() ? &*found : nullptr;
+    const auto block = std::find_if(blocks.begin(), blocks.end(), [&](const auto& row) { return name == row.name; });
+    return block != blocks.end() ? &*block : nullptr;
 }
 
 class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService>, CServiceBase {
@@ -82,9 +85,9 @@ public:
     }
     KzResult logservice_CreateEntryMessage(IKzUnknown* message, IKzUnknown** entry) override {
         enter("Log.CreateEntryMessage");
-        const CKzUser_Message held(message);
-        if (!held) return KZe_INVALIDARG;
-        return m_log->create(held->Code(), CMessageTables::textOf(*held.ptr())).give(entry);
+        const CKzUser_Message asMessage(message);
+        if (!asMessage) return KZe_INVALIDARG;
+        return m_log->create(asMessage->Code(), CMessageTables::textOf(*asMessage.ptr())).give(entry);
     }
     KzResult logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
                                         IKzUnknown** entry) override;
@@ -110,7 +113,7 @@ public:
     KzResult logservice_Flush() override {
         enter("Log.Flush");
         m_listeners->log([](IKzLogListener& listener) { listener.Flushed(); });
-        return KZe_OK;  // every line is passed on as it comes
+        return KZe_OK;  // lines are never buffered
     }
 
 private:
@@ -123,9 +126,9 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
     enter("Log.CreateEntryInfo");
     const InfoBlockRow* row = findBlock(kzTextOf(block));
     if (row == nullptr) return KZe_NOTFOUND;
-    const auto made = m_log->create(level, kzString(text));
-    for (const auto& [name, type] : row->fields) made->logentry_SetInfo(name, "");
-    return made.give(entry);
+    const auto logEntry = m_log->create(level, kzString(text));
+    for (const auto& [name, type] : row->fields) logEntry->logentry_SetInfo(name, "");
+    return logEntry.give(entry);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The platform service: the machine, the program, and where scripts are imported from.
+// The platform service: the machine, the program, and the import paths.
 #include "host/services/platform_service.h"
 
 #include "host/core/object.h"
@@ -13,6 +13,11 @@
 
 #include <sys/utsname.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <utility>
 
 namespace kzhost {
 
@@ -103,7 +108,7 @@ private:
         if (uname(&names) != 0) return KZe_FAILED;
         return giveIfAny(names.*field, out);
     }
-    // Nothing can be shown: there is no desktop behind this host.
+    // There is no desktop to show anything on.
     KzResult headless(const char* operation) const {
         enter(operation);
         return KZe_NOTAVAILABLE;
