@@ -1,4 +1,4 @@
-// The parts of one host: how they are made, and what they are given.
+// Makes the parts of one host and connects them.
 #include "host/host_parts.h"
 
 #include "host/commands/alias_commands.h"
@@ -51,10 +51,15 @@
 #include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/image.h"
+#include "kz/listener.h"
 #include "kz/log.h"
+#include "kz/mesh.h"
 #include "kz/message.h"
 #include "kz/platform.h"
+#include "kz/scene.h"
+#include "kz/script.h"
 #include "kz/thread.h"
+#include "kz/value.h"
 
 namespace kzhost {
 
@@ -70,7 +75,7 @@ void addCommands(const HostParts& host) {
     kzAddUserValueCommands(*host.registry, host.userValues);
 }
 
-// The registry belongs to these parts, so what makes a service holds single parts, and never the registry itself.
+// These parts own the registry, so the factories capture single parts, and never the registry itself.
 void addServices(const HostParts& host) {
     CServiceRegistry& services = *host.services;
     const auto add = [&](const char* name, const KzGuid& iid, auto make, const auto&... parts) {

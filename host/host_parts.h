@@ -1,4 +1,4 @@
-// The parts of one host. Each is shared with whatever works on it; only the composition knows them all.
+// The parts of one host. Each is shared with its users; only the composition root knows them all.
 #pragma once
 
 #include <memory>
@@ -55,7 +55,7 @@ struct HostParts {
     std::shared_ptr<CCommandRegistry> registry;
     std::shared_ptr<CCommandDispatcher> dispatcher;
     std::shared_ptr<CServiceRegistry> services;
-    // What works on both
+    // Parts that use both
     std::shared_ptr<OpenScenes> scenes;
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<QueryEnvironment> queries;

@@ -73,7 +73,7 @@ KzResult CKzHost::adopt(const std::string& name, IKzUnknown* module) {
 }
 
 void CKzHost::unload() {
-    m_parts->jobThreads->finish();  // jobs are made of what modules have
+    m_parts->jobThreads->finish();  // jobs belong to modules
     modules().clear();
 }
 
@@ -86,11 +86,8 @@ ScriptEnd CKzHost::run(const CHostRef<CScript>& script, std::uint32_t flags, con
     ScriptEnd end;
     end.code = scripts().run(script, flags, args.c_str(), message.raw());
     end.outcome = message->outcome();
-    const char* key = nullptr;
-    message->msg_Key(&key);
-    end.isTold = !kzTextOf(key).empty();
-    CKzUser_Message held(message.raw());
-    if (end.isTold) end.message = CMessageTables::textOf(*held.ptr());
+    end.isTold = message->hasText();
+    if (end.isTold) end.message = CMessageTables::textOf(*CKzUser_Message(message.raw()).ptr());
     return end;
 }
 

@@ -28,8 +28,9 @@ public:
     KzResult msg_Argument(std::uint32_t index, const char** text) override;
     KzResult msg_Reset() override;
 
-    bool isSilent() const { return kzSucceeded(m_code) && m_key.empty(); }
-    // Takes over what another message says.
+    bool hasText() const { return !m_key.empty(); }
+    bool isSilent() const { return kzSucceeded(m_code) && !hasText(); }
+    // Copies the contents of another message.
     void copyFrom(IKzMessage& other);
 
 private:
@@ -39,7 +40,7 @@ private:
     std::array<std::string, kzMessageArguments> m_arguments;
 };
 
-// A text that any message answers, its table or its key, and one of its arguments; empty where it has none.
+// The table or key of any message, and one of its arguments; empty if there is none.
 std::string kzMessageText(IKzMessage& message, KzResult (IKzMessage::*get)(const char**));
 std::string kzMessageArgument(IKzMessage& message, std::uint32_t index);
 

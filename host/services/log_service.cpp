@@ -14,6 +14,9 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -53,8 +56,8 @@ const InfoBlockRow* findBlock(std::string_view name) {
         {"script", {{"file", "string"}, {"line", "integer"}}},
         {"command", {{"command", "string"}, {"argument", "string"}, {"expected", "string"}}},
     };
-    const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const auto& row) { return name == row.name; });
-    return found != blocks.end() ? &*found : nullptr;
+    const auto block = std::find_if(blocks.begin(), blocks.end(), [&](const auto& row) { return name == row.name; });
+    return block != blocks.end() ? &*block : nullptr;
 }
 
 class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService, CKzIfc_TextOutput>,
@@ -82,13 +85,13 @@ public:
     }
     KzResult logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) override {
         enter("Log.CreateEntry");
-        return m_log->create(level, std::string(kzTextOf(text))).give(entry);
+        return m_log->create(level, kzString(text)).give(entry);
     }
     KzResult logservice_CreateEntryMessage(IKzUnknown* message, IKzUnknown** entry) override {
         enter("Log.CreateEntryMessage");
-        const CKzUser_Message held(message);
-        if (!held) return KZe_INVALIDARG;
-        return m_log->create(held->Code(), CMessageTables::textOf(*held.ptr())).give(entry);
+        const CKzUser_Message asMessage(message);
+        if (!asMessage) return KZe_INVALIDARG;
+        return m_log->create(asMessage->Code(), CMessageTables::textOf(*asMessage.ptr())).give(entry);
     }
     KzResult logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
                                         IKzUnknown** entry) override;
@@ -99,7 +102,7 @@ public:
     }
     KzResult logservice_DebugOut(std::uint32_t level, const char* text) override {
         enter("Log.DebugOut");
-        m_log->write("debug", level, std::string(kzTextOf(text)));
+        m_log->write("debug", level, kzString(text));
         return KZe_OK;
     }
     KzResult logservice_SetMaxEntries(std::uint32_t count) override {
@@ -114,7 +117,7 @@ public:
     KzResult logservice_Flush() override {
         enter("Log.Flush");
         m_listeners->log([](IKzLogListener& listener) { listener.Flushed(); });
-        return KZe_OK;  // every line is passed on as it comes
+        return KZe_OK;  // lines are never buffered
     }
 
     KzResult textoutput_Write(const char* origin, std::uint32_t level, std::uint64_t size, const void* text) override {
@@ -144,17 +147,16 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
     enter("Log.CreateEntryInfo");
     const InfoBlockRow* row = findBlock(kzTextOf(block));
     if (row == nullptr) return KZe_NOTFOUND;
-    const auto made = m_log->create(level, std::string(kzTextOf(text)));
-    for (const auto& [name, type] : row->fields) made->logentry_SetInfo(name, "");
-    return made.give(entry);
+    const auto logEntry = m_log->create(level, kzString(text));
+    for (const auto& [name, type] : row->fields) logEntry->logentry_SetInfo(name, "");
+    return logEntry.give(entry);
 }
 
 }  // namespace
 
 IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
                              std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CTextBoard> texts) {
-    return CLogService::polymorph().wrap(
-        std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners), std::move(texts)));
+    return kzMakeObject<CLogService>(std::move(context), std::move(log), std::move(listeners), std::move(texts));
 }
 
 }  // namespace kzhost

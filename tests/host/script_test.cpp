@@ -9,23 +9,16 @@ namespace {
 
 TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
     const CTestFolder folder;
+    const std::string mark = "\xEF\xBB\xBF", accent = "\xC3\xA9\n";
     const std::pair<std::string, std::string> cases[] = {{"a\r\nb\rc\n", "a\nb\nc\n"},
-                                                         {"\xEF\xBB\xBF"
-                                                          "a\n",
-                                                          "a\n"},
-                                                         {"\xEF\xBB\xBF"
-                                                          "\xC3\xA9\n",
-                                                          "\xEF\xBB\xBF"
-                                                          "\xC3\xA9\n"},
+                                                         {mark + "a\n", "a\n"},
+                                                         {mark + accent, mark + accent},
                                                          {"", ""},
                                                          {"no end", "no end"}};
     for (const auto& [content, expected] : cases) {
         std::string problem;
         const auto script = kzReadScript(folder.write("s.py", content), problem);
-        ASSERT_TRUE(script) << problem;
-        const char* text = nullptr;
-        EXPECT_EQ(script->scr_Buffer(&text), KZe_OK);
-        EXPECT_EQ(text, expected);
+        EXPECT_EQ(script ? kzAnswer([&](const char** text) { return script->scr_Buffer(text); }) : problem, expected);
     }
 }
 
