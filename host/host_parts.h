@@ -3,11 +3,10 @@
 
 #include <memory>
 
-class CLogStore;
-class CScriptRunner;
-
 namespace kzhost {
 
+class CLogStore;
+class CScriptRunner;
 class CCommandDispatcher;
 class CCommandRegistry;
 class CCommandState;

@@ -8,12 +8,11 @@
 #include <memory>
 #include <string>
 
+namespace kzhost {
+
 class CLogStore;
 class CScript;
 class CScriptRunner;
-
-namespace kzhost {
-
 class CCallWatch;
 class CCommandDispatcher;
 class CDialogBoard;

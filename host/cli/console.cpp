@@ -11,6 +11,8 @@
 #include <iostream>
 #include <unistd.h>
 
+namespace kzhost {
+
 namespace {
 
 // A line that is Ctrl-C'd away is no failure; what fails on a terminal has been seen there.
@@ -52,3 +54,5 @@ int kzRunConsole(CProgram& program) {
     CConsoleEditor editor(session, program.host());
     return converse(session, editor);
 }
+
+}  // namespace kzhost

@@ -8,6 +8,8 @@
 #include "kz/log.h"
 #include "kz/result.h"
 
+namespace kzhost {
+
 namespace {
 
 bool isOfScripts(const LogLine& line) { return line.subsystem == KZsLOG_SCRIPTS; }
@@ -53,3 +55,5 @@ int CConsoleOutput::show(const TextPiece& piece) {
     streams.error(piece.text);
     return 0;
 }
+
+}  // namespace kzhost

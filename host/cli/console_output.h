@@ -4,6 +4,8 @@
 #include "host/core/log_store.h"
 #include "host/kz_host.h"
 
+namespace kzhost {
+
 // The text of scripts goes to standard output as it was written, what they write to their error stream and everything
 // else that the log hears to standard error.
 class CConsoleOutput {
@@ -22,3 +24,5 @@ private:
     bool m_quiet;
     bool m_debug;
 };
+
+}  // namespace kzhost

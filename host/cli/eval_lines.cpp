@@ -5,6 +5,8 @@
 #include "host/cli/line_session.h"
 #include "host/cli/program.h"
 
+namespace kzhost {
+
 int kzEvalLines(CProgram& program, const std::vector<std::string>& lines) {
     if (const int status = program.start(); status != exitOk) return status;
     CLineSession session(program);
@@ -16,3 +18,5 @@ int kzEvalLines(CProgram& program, const std::vector<std::string>& lines) {
     if (const auto status = session.leaving()) return *status;
     return session.failed() ? exitFailed : exitOk;
 }
+
+}  // namespace kzhost

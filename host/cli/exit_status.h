@@ -1,6 +1,8 @@
 // What the program's exit status means.
 #pragma once
 
+namespace kzhost {
+
 enum ExitStatus : int {
     exitOk = 0,
     exitFailed = 1,
@@ -11,3 +13,5 @@ enum ExitStatus : int {
     exitInterrupted = 130,
     exitReaderGone = 141,  // as of a program that SIGPIPE ends
 };
+
+}  // namespace kzhost

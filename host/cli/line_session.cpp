@@ -17,6 +17,8 @@
 
 #include <utility>
 
+namespace kzhost {
+
 namespace {
 
 // Takes what a line gives. Text that comes without its origin is what the user asked for.
@@ -184,3 +186,5 @@ std::optional<std::vector<std::string>> CLineSession::ask(const std::string& lin
     if (kzFailed(m_interpreter.Execute(line.c_str(), execution.raw()))) return {};
     return execution->results();
 }
+
+}  // namespace kzhost

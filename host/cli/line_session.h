@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CLineSession {
 public:
     explicit CLineSession(CProgram& program) : m_program(program) {}
@@ -51,3 +53,5 @@ private:
     bool m_failed = false;
     std::optional<int> m_leaving;
 };
+
+}  // namespace kzhost

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 int kzListServers(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
     CKzHost& host = program.host();
@@ -32,3 +34,5 @@ int kzListServers(CProgram& program) {
     }
     return exitOk;
 }
+
+}  // namespace kzhost

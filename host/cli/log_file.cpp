@@ -13,6 +13,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+namespace kzhost {
+
 namespace {
 
 using Row = nlohmann::ordered_json;
@@ -81,3 +83,5 @@ void CLogFile::write(std::string row) {
         }
     }
 }
+
+}  // namespace kzhost

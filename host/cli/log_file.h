@@ -7,6 +7,8 @@
 #include <mutex>
 #include <string>
 
+namespace kzhost {
+
 // Each row goes to the end of the file in one write, so that nothing is lost however the process ends, and that any number
 // of processes may share a file.
 class CLogFile {
@@ -31,3 +33,5 @@ private:
     std::mutex m_lock;
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
+
+}  // namespace kzhost

@@ -19,6 +19,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace kzhost;
+
 namespace {
 
 // "NAME=PATH"; empty when it is good, a full sentence when not.

@@ -24,6 +24,8 @@
 #include <filesystem>
 #include <unistd.h>
 
+namespace kzhost {
+
 namespace fs = std::filesystem;
 
 CProgram::CProgram(ProgramOptions options) : m_options(std::move(options)) { m_host.emplace(); }
@@ -97,3 +99,5 @@ bool CProgram::wakeInterpreter(const std::string& name) {
 void CProgram::wakeInterpreters() {
     for (const KzServer& server : host().modules().servers(KZa_LINEINTERPRETER)) wakeInterpreter(server.name);
 }
+
+}  // namespace kzhost

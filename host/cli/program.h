@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+namespace kzhost {
+
 struct ProgramOptions {
     std::string plugin;
     std::vector<std::pair<std::string, std::string>> aliases;
@@ -46,3 +48,5 @@ private:
     std::optional<CKzHost> m_host;
     bool m_startFailed = false;
 };
+
+}  // namespace kzhost

@@ -15,6 +15,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 // As "name [value?]": optional ones in brackets, a question mark on those that can be queried.
@@ -65,3 +67,5 @@ int kzListCommands(CProgram& program) {
     for (const std::string& name : names) streams.print("{:<{}}  {}\n", name, width, usageOf(registry, name));
     return exitOk;
 }
+
+}  // namespace kzhost

@@ -9,11 +9,13 @@
 
 #include "kz/script.h"
 
+namespace kzhost {
+
 int kzRunInterpreter(CProgram& program, const std::vector<std::string>& words) {
     if (const int status = program.start(); status != exitOk) return status;
     const auto commandLine = CHostRef<CScript>::make("the command line", "");
     // By its full path: an interpreter finds its library from there, and tells its scripts how to start it again.
-    std::vector<std::string> all = {kzhost::CPathAliases::programPath()};
+    std::vector<std::string> all = {CPathAliases::programPath()};
     all.insert(all.end(), words.begin(), words.end());
     commandLine->setWords(std::move(all));
     for (const KzServer& server : program.host().modules().servers(KZa_TEXTSCRIPTINTERPRETER)) {
@@ -27,3 +29,5 @@ int kzRunInterpreter(CProgram& program, const std::vector<std::string>& words) {
     CProgram::say("no interpreter of the module can run by itself");
     return exitNoInterpreter;
 }
+
+}  // namespace kzhost

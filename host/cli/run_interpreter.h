@@ -4,7 +4,11 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CProgram;
 
 // Runs it with these words, which come without the program's name. The process may end inside.
 int kzRunInterpreter(CProgram& program, const std::vector<std::string>& words);
+
+}  // namespace kzhost

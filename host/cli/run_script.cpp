@@ -13,6 +13,8 @@
 
 #include <fmt/format.h>
 
+namespace kzhost {
+
 namespace {
 
 bool wasInterrupted(const ScriptEnd& end) {
@@ -74,3 +76,5 @@ int kzRunScript(CProgram& program, const std::string& path, const std::vector<st
     const CInterruptScope interrupts;
     return statusOf(path, program.host().run(script, 0, kzJoinArguments(arguments, problem)));
 }
+
+}  // namespace kzhost

@@ -8,6 +8,8 @@
 
 #include <fmt/format.h>
 
+namespace kzhost {
+
 int kzStatusOfCode(const std::string& name, KzResult code) {
     if (code <= exitMostOfScript) return static_cast<int>(code);
     CProgram::say(fmt::format("{}: ended with {} (0x{:08x}), which is no exit status; it becomes {}", name, code, code,
@@ -29,3 +31,5 @@ int kzStatusOfExit(const std::string& name, const ScriptOutcome& end) {
     else if (!shown.empty()) CProgram::say(name + ": " + shown);
     return kzStatusOfCode(name, end.code);
 }
+
+}  // namespace kzhost

@@ -20,6 +20,8 @@
 #include <algorithm>
 #include <filesystem>
 
+namespace kzhost {
+
 namespace {
 
 // The interpreter looks over the files itself; the host only asks it to.
@@ -125,3 +127,5 @@ int CServerVerbs::run(CProgram& program) const {
     if (m_check->parsed()) return check(program, m_files);
     return m_convert->parsed() ? convert(program, m_from, m_to) : printTree(program, m_name);
 }
+
+}  // namespace kzhost

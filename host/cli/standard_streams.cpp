@@ -10,6 +10,8 @@
 #include <stdio_ext.h>
 #include <unistd.h>
 
+namespace kzhost {
+
 CStandardStreams& CStandardStreams::get() {
     static auto* streams = new CStandardStreams();  // never destroyed: threads may write while the process ends
     return *streams;
@@ -75,3 +77,5 @@ int CStandardStreams::finish(int status) {
     }
     return m_isLost ? exitFailed : status;
 }
+
+}  // namespace kzhost

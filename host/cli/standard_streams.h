@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+namespace kzhost {
+
 class CStandardStreams {
 public:
     static CStandardStreams& get();
@@ -47,3 +49,5 @@ private:
     bool m_isLost = false;
     std::vector<std::string> m_failures;
 };
+
+}  // namespace kzhost

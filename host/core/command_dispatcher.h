@@ -13,10 +13,9 @@
 #include <utility>
 #include <vector>
 
-class CScriptRunner;
-
 namespace kzhost {
 
+class CScriptRunner;
 class CPathAliases;
 
 class CCommandDispatcher {

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+namespace kzhost {
+
 namespace {
 
 // One lock for the whole tree, whichever host it belongs to: entries outlive their host when a module keeps them.
@@ -332,3 +334,5 @@ void CLogStore::close() {
     const std::lock_guard lock(m_sinkLock);
     m_sinks = std::make_shared<const Sinks>();
 }
+
+}  // namespace kzhost

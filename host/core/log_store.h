@@ -17,6 +17,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CLogEntry;
 class CLogStore;
 
@@ -169,3 +171,7 @@ private:
     std::shared_ptr<const Sinks> m_sinks = std::make_shared<const Sinks>();
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

@@ -121,7 +121,7 @@ std::vector<KzServer> CModuleTable::describe(const Source& source, std::uint32_t
         server.module.copy(source.module);
         list.push_back(server);
     }
-    return found;
+    return list;
 }
 
 // Asks the module without the lock, as it may call back.
@@ -185,7 +185,7 @@ KzResult CModuleTable::update(std::string_view name, std::vector<KzServer>& adde
         for (const auto& source : m_sources)
             if (source->name == name) sources.push_back(source);
     }
-    for (const auto& source : wanted) {
+    for (const auto& source : sources) {
         if (readEnd(*source, added)) continue;
         const std::vector<KzServer> former = source->servers;
         read(*source);
@@ -195,7 +195,7 @@ KzResult CModuleTable::update(std::string_view name, std::vector<KzServer>& adde
         };
         std::copy_if(source->servers.begin(), source->servers.end(), std::back_inserter(added), isNew);
     }
-    return wanted.empty() ? KZe_NOTFOUND : KZe_OK;
+    return sources.empty() ? KZe_NOTFOUND : KZe_OK;
 }
 
 bool CModuleTable::remove(std::string_view pathOrName) {

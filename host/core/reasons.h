@@ -13,10 +13,9 @@
 #include <utility>
 #include <vector>
 
-class CLogStore;
-
 namespace kzhost {
 
+class CLogStore;
 // The reasons that one host has logged. A script that probes in a loop must not flood the log, so each reason is written
 // once, each place writes a few different reasons, and the rest are counted until the host ends.
 class CReasonBook {

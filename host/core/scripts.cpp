@@ -21,6 +21,8 @@
 #include <iostream>
 #include <sstream>
 
+namespace kzhost {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -220,3 +222,5 @@ void CScriptRunner::clear() {
     const std::lock_guard lock(m_lock);
     m_running = 0;
 }
+
+}  // namespace kzhost

@@ -13,8 +13,8 @@
 #include <vector>
 
 namespace kzhost {
+
 class CPathAliases;
-}
 class CLogStore;
 
 // A script with its text: line ends are line feeds whatever the file has.
@@ -78,3 +78,7 @@ private:
     mutable std::mutex m_lock;
     std::size_t m_running = 0;
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

@@ -10,10 +10,9 @@
 #include <string>
 #include <utility>
 
-class CLogStore;
-
 namespace kzhost {
 
+class CLogStore;
 class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;

@@ -7,12 +7,12 @@
 #include <span>
 #include <string_view>
 
-class CLogStore;
-class CScriptRunner;
 class IKzUnknown;
 
 namespace kzhost {
 
+class CLogStore;
+class CScriptRunner;
 class CCommandDispatcher;
 class CPathAliases;
 class CModuleTable;
