@@ -51,7 +51,7 @@ void countMethod(Census& census, const Method& method) {
 
 void countInterface(Census& census, const Interface& each) {
     census.interfaces += each.service ? 0 : 1;
-    ++census.constants["u_"];
+    census.constants["u_"] += each.hasSymbol ? 1 : 0;
     census.constants["a_"] += each.server ? 1 : 0;
     if (each.adapter) {
         countAdapter(census, each);

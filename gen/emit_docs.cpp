@@ -166,7 +166,8 @@ void emitInterface(const Model& model, const Interface& each, Text out) {
                        "<code>{}_...</code>. ",
                        each.name, *each.adapter);
     }
-    fmt::format_to(out, "Identity <code>kz.symbol.u_{}</code>{}.</p>\n", each.symbol,
+    fmt::format_to(out, "Identity <code>{}</code>{}.</p>\n",
+                   each.hasSymbol ? "kz.symbol.u_" + each.symbol : each.guid.text,
                    each.server ? fmt::format(", server type <code>{}</code>", escaped(*each.server)) : "");
     if (!each.methods.empty()) {
         emitMethods(model, each, out);
@@ -183,7 +184,9 @@ struct NamedValue {
 std::vector<NamedValue> symbols(const Header& header) {
     std::vector<NamedValue> all;
     for (const Interface& each : header.interfaces) {
-        all.push_back({"u_" + each.symbol, pythonLiteral(each.guid.text), ""});
+        if (each.hasSymbol) {
+            all.push_back({"u_" + each.symbol, pythonLiteral(each.guid.text), ""});
+        }
         if (each.server) {
             all.push_back({"a_" + each.symbol, pythonLiteral(*each.server), ""});
         }

@@ -126,7 +126,9 @@ void emitConstants(const Model& model, Text out) {
     std::map<std::string, std::string> results;
     for (const Header& header : model.headers) {
         for (const Interface& each : header.interfaces) {
-            symbols["u_" + each.symbol] = pythonLiteral(each.guid.text);
+            if (each.hasSymbol) {
+                symbols["u_" + each.symbol] = pythonLiteral(each.guid.text);
+            }
             if (each.server) {
                 symbols["a_" + each.symbol] = pythonLiteral(*each.server);
             }

@@ -168,7 +168,9 @@ struct SymbolRow {
 std::vector<std::string> symbolRows(const Header& header) {
     std::vector<std::string> rows;
     for (const Interface& each : header.interfaces) {
-        rows.push_back(SymbolRow{"u_" + each.symbol}(each.guid));
+        if (each.hasSymbol) {
+            rows.push_back(SymbolRow{"u_" + each.symbol}(each.guid));
+        }
         if (each.server) {
             rows.push_back(SymbolRow{"a_" + each.symbol}(TextValue{*each.server}));
         }

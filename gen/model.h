@@ -91,6 +91,7 @@ struct Interface {
     std::optional<std::string> server;   // the server type name
     std::string symbol;                  // "MESH" of u_MESH and a_MESH
     std::optional<std::string> adapter;  // the prefix of the methods in Python; empty when nothing is forwarded
+    bool hasSymbol = true;               // scripts have its identity in kz.symbol
     bool wrapped = true;                 // has a type in kz.object or kz.service
     std::vector<Method> methods;
     std::string summary;

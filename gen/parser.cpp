@@ -17,7 +17,7 @@ namespace {
 
 const AttributeRules interfaceAttributes = {
     {"uuid", Argument::Text},    {"server", Argument::Text}, {"symbol", Argument::Text},
-    {"adapter", Argument::Text}, {"nowrap", Argument::None},
+    {"adapter", Argument::Text}, {"nowrap", Argument::None}, {"nosymbol", Argument::None},
 };
 const AttributeRules methodAttributes = {
     {"inert", Argument::Optional}, {"required", Argument::None}, {"again", Argument::None}};
@@ -118,6 +118,8 @@ private:
                 made.symbol = attribute.argument->text;
             } else if (name == "adapter") {
                 made.adapter = attribute.argument->text;
+            } else if (name == "nosymbol") {
+                made.hasSymbol = false;
             } else {
                 made.wrapped = false;
             }

@@ -64,7 +64,7 @@ TEST_F(ScriptTest, ARunIsHandedEverythingAndItsMessageComesBack) {
     EXPECT_EQ(end.message, "The script ended: gone");
     std::string told;
     for (const LogLine& line : host().log().lines("scripts")) told += line.text + "|";
-    EXPECT_EQ(told, m_folder.path("a.py") + "|'' args|7|");
+    EXPECT_EQ(told, m_folder.path("a.py") + "|'" + m_folder.path("a.py") + "' args|7|");
     EXPECT_FALSE(run(m_folder.write("a.py", "")).isTold);
     EXPECT_EQ(host().scripts().depth(), 0U);
 }
