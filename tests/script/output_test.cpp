@@ -40,7 +40,7 @@ TEST_F(output, comes_line_by_line) {
            {"import sys\nsys.stdout.writelines(['a', 'b\\n', u'c'])", {"ab", "c"}},
            {"import sys\nsys.stdout.write('a')\nsys.stdout.flush()\nsys.stdout.write('b')", {"ab"}},
            {"import sys\nsys.stdout.write('out')\nsys.stderr.write('err\\n')\nprint 'more'",
-            {"[00000002] err", "outmore"}},
+            {"out", "[00000002] err", "more"}},
            {"import kz\nprint 'held',\nkz.out('between')\nprint 'after'", {"held", "between", "after"}},
            {"print u'\\xe9', '\\xc3\\xa9'", {"\xC3\xA9 \xC3\xA9"}},
            {"print u'\\u20ac'", {"\xE2\x82\xAC"}},
