@@ -1,7 +1,6 @@
 // The value types of a host, its own and those that modules serve: their values, texts and choices.
 #pragma once
 
-#include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/values.h"
 #include "host/state/text_pool.h"
@@ -15,6 +14,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+class CModuleTable;
 
 // Where the types of values come from: the host's own table, and the value servers of its modules.
 class CValueTypeRegistry : public std::enable_shared_from_this<CValueTypeRegistry> {
