@@ -5,42 +5,25 @@
 
 #include "emit.h"
 #include "python_view.h"
+#include "text.h"
 
 namespace kzgen {
 
 namespace {
 
-using Text = std::back_insert_iterator<std::string>;
-
-// The text where it stands between three quotes.
-std::string inDocString(std::string_view text) {
-    std::string safe;
-    for (const char c : text) {
-        if (c == '\\' || c == '"') {
-            safe += '\\';
-        }
-        safe += c;
-    }
-    return safe;
-}
-
 std::string signatureText(const Method& method) {
     std::string text = "self";
-    for (const Parameter* input : method.inputs()) {
-        text += ", " + pythonArgumentName(*input);
-    }
+    for (const Parameter* input : method.inputs()) text += ", " + pythonArgumentName(*input);
     return text;
 }
 
-// The host asks a server for much that it may not have. What a class leaves out answers that it is not implemented, so
-// that it need only write what it offers, and the log stays empty.
+// Hosts call many operations that a server need not have. The methods of the base class answer NOTIMPL, which is not
+// logged, so a class only writes what it offers.
 void emitClass(const Model& model, const Interface& each, Text out) {
-    fmt::format_to(out, "\n\nclass {}(object):\n    \"\"\"{}\"\"\"\n", each.name, inDocString(each.summary));
+    fmt::format_to(out, "\n\nclass {}(object):\n    \"\"\"{}\"\"\"\n", each.name, escaped(each.summary, '"'));
     for (const Method& method : each.methods) {
         const std::string name = pythonMethodName(each, method);
-        if (name.empty()) {
-            continue;
-        }
+        if (name.empty()) continue;
         fmt::format_to(
             out, "\n    def {}({}):\n        \"\"\"{}{}\"\"\"\n        raise NotImplementedError('not implemented')\n",
             name, signatureText(method), docString(model, method, name), method.required ? "  (required)" : "");
@@ -54,11 +37,8 @@ std::string partOf(const Model& model, const Header& header) {
                        openingLines("#", "Base classes for Python servers: each stands for one interface.", header);
     const Text out = std::back_inserter(text);
     fmt::format_to(out, "import kz\n\n__name__ = 'kzifc'\n");
-    for (const Interface& each : header.interfaces) {
-        if (each.adapter) {
-            emitClass(model, each, out);
-        }
-    }
+    for (const Interface& each : header.interfaces)
+        if (each.adapter) emitClass(model, each, out);
     return text;
 }
 
@@ -93,11 +73,8 @@ void emitKzifc(const Model& model, Output& output) {
                        "import sys\nimport types\n\n_FILES = {\n";
     for (const Header& header : model.headers) {
         output.write("_" + header.name + ".py", partOf(model, header));
-        for (const Interface& each : header.interfaces) {
-            if (each.adapter) {
-                fmt::format_to(std::back_inserter(text), "    '{}': '_{}',\n", each.name, header.name);
-            }
-        }
+        for (const Interface& each : header.interfaces)
+            if (each.adapter) fmt::format_to(std::back_inserter(text), "    '{}': '_{}',\n", each.name, header.name);
     }
     output.write("__init__.py", text + "}\n" + packageEnd);
 }

@@ -105,14 +105,14 @@ void kzAddResultName(const char* name, KzResult code) {
 }
 
 std::optional<KzResult> kzResultByName(const std::string& name) {
-    const auto found = theCodes->find(name);
-    if (found == theCodes->end()) return std::nullopt;
-    return found->second;
+    const auto entry = theCodes->find(name);
+    if (entry == theCodes->end()) return std::nullopt;
+    return entry->second;
 }
 
 const char* kzResultName(KzResult code) {
-    const auto found = theNames->find(code);
-    return found == theNames->end() ? "<unknown code>" : found->second.c_str();
+    const auto entry = theNames->find(code);
+    return entry == theNames->end() ? "<unknown code>" : entry->second.c_str();
 }
 
 void kzForgetResultNames() noexcept {
@@ -178,16 +178,16 @@ KzResult kzReportToMessage(const KzException& exception, IKzMessage* message) {
 }
 
 KzCodeText kzResultOfText(PyObject* object) {
-    KzCodeText parsed;
-    if (object == nullptr || object == Py_None) return parsed;
+    KzCodeText result;
+    if (object == nullptr || object == Py_None) return result;
     const std::string text = textOrThrow(object);
-    if (text.empty()) return parsed;
+    if (text.empty()) return result;
     const std::size_t colon = text.find(':');
     const std::string codeText = text.substr(0, colon);
-    if (colon != std::string::npos) parsed.message = text.substr(colon + 1);
-    parsed.hasCode = !codeText.empty();
-    parsed.code = parsed.hasCode ? codeOfCodeText(codeText) : KZe_FAILED;
-    return parsed;
+    if (colon != std::string::npos) result.message = text.substr(colon + 1);
+    result.hasCode = !codeText.empty();
+    result.code = result.hasCode ? codeOfCodeText(codeText) : KZe_FAILED;
+    return result;
 }
 
 void kzLostException(KzResult code) noexcept {

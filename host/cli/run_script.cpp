@@ -5,6 +5,7 @@
 #include "host/cli/program.h"
 #include "host/cli/script_end.h"
 #include "host/core/message_tables.h"
+#include "host/core/module_table.h"
 #include "host/core/scripts.h"
 #include "host/state/property_table.h"
 #include "host/state/text.h"

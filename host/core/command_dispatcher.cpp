@@ -4,6 +4,7 @@
 #include "host/core/command_text.h"
 #include "host/core/log_store.h"
 #include "host/core/message_tables.h"
+#include "host/core/module_table.h"
 #include "host/core/scripts.h"
 #include "host/core/value_type_registry.h"
 #include "host/state/path_aliases.h"

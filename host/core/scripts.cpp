@@ -4,6 +4,7 @@
 #include "host/core/log_store.h"
 #include "host/core/message.h"
 #include "host/core/message_tables.h"
+#include "host/core/module_table.h"
 #include "host/core/reasons.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"

@@ -1,7 +1,6 @@
 // Script files, which interpreter takes them, and how they are run.
 #pragma once
 
-#include "host/core/module_table.h"
 #include "host/core/object.h"
 
 #include "kz/script.h"
@@ -14,8 +13,10 @@
 
 namespace kzhost {
 
-class CPathAliases;
 class CLogStore;
+class CModuleTable;
+class CPathAliases;
+struct KzServer;
 
 // A script with its text: line ends are line feeds whatever the file has.
 class CScript final : public CHosted<"script", CScript, CKzIfc_Script, CKzIfc_WordList> {

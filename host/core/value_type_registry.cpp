@@ -1,6 +1,7 @@
 // The value types of a host, built-in ones and those that modules serve.
 #include "host/core/value_type_registry.h"
 
+#include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/state/text.h"

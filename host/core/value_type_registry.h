@@ -1,7 +1,6 @@
 // The value types of a host, built-in ones and those that modules serve: their values, texts and choices.
 #pragma once
 
-#include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/values.h"
 #include "host/state/text_pool.h"
@@ -18,6 +17,8 @@
 #include <vector>
 
 namespace kzhost {
+
+class CModuleTable;
 
 // Looks up value types in the host's own table and among the value servers of its modules.
 class CValueTypeRegistry : public std::enable_shared_from_this<CValueTypeRegistry> {

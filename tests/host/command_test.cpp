@@ -1,5 +1,6 @@
 // Commands: their strings, the host's own ones, a module's, and what is told when something is wrong.
 #include "host/core/command_dispatcher.h"
+#include "host/core/log_store.h"
 #include "host/state/text.h"
 #include "tests/support/host_test.h"
 

@@ -2,8 +2,11 @@
 // do or see.
 #include "tests/support/host_test.h"
 #include "host/cli/progress_view.h"
+#include "host/core/log_store.h"
+#include "host/core/module_table.h"
 #include "host/core/reasons.h"
 #include "host/core/service_registry.h"
+#include "host/state/path_aliases.h"
 #include "host/state/text.h"
 #include "tests/support/threads.h"
 

@@ -1,4 +1,7 @@
 // Script files, their arguments, and how the host finds who runs them; here Python.
+#include "host/core/log_store.h"
+#include "host/core/scripts.h"
+#include "host/state/path_aliases.h"
 #include "tests/support/host_test.h"
 
 #include "kz/result.h"

@@ -1,4 +1,5 @@
 // Entering Python from many threads.
+#include "host/core/log_store.h"
 #include "tests/support/host_test.h"
 #include "tests/support/threads.h"
 

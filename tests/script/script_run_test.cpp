@@ -1,6 +1,8 @@
 // Script runs: what a script is given, how it ended, and that it leaves nothing behind.
 #include "host/core/message.h"
 
+#include "host/core/scripts.h"
+#include "host/state/call_watch.h"
 #include "tests/support/host_test.h"
 
 #include "kz/module.h"
