@@ -38,8 +38,8 @@ TEST_F(ExampleServersTest, ATreeIsPrinted) {
 // What a script sees of a command is what it sees of the host's own.
 TEST_F(ExampleServersTest, CommandsAreExecutedQueriedAndDisabled) {
     const std::tuple<const char*, int, const char*, const char*> cases[] = {
-        {"text.repeat hello count:3", 0, "", "hello hello hello"},
-        {"text.repeat loud:true text:{a b}", 0, "", "A B"},
+        {"text.repeat hello count:3", 0, "hello hello hello\n", ""},
+        {"text.repeat loud:true text:{a b}", 0, "A B\n", ""},
         {"text.repeat count:?", 0, "1\n", ""},
         {"text.repeat", 1, "", "argument \"text\" is missing; it is What to print"},
         {"text.repeat x count:many", 1, "", "argument \"count\": \"many\" is not an integer"},
@@ -204,24 +204,24 @@ TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
 
 // What the host asks on standard error, and what its answers come to.
 TEST_F(ExampleServersTest, ADialogAsksForArguments) {
-    const std::tuple<const char*, const char*, int, std::vector<std::string>> cases[] = {
+    const std::tuple<const char*, const char*, int, std::string, std::vector<std::string>> cases[] = {
         {"??text.banner",
          "a text that is rather long\n\nmaybe\ntrue\n+\n",
          0,
-         {"+ a text that is rather long +", "text, What to print (a text) []: a text",
-          "width, How long the line is (an integer, as 12 or -3) [26]", "\"maybe\" is not true or false",
-          "mark, What the frame is made of (a text) [*]"}},
-        {"?text.banner", "ab\n4\n\n", 0, {" ab ", "[20]: 4", "[false]"}},
-        {"?text.banner ab width:4", "", 0, {" ab "}},
-        {"!text.banner", "ab\n", 1, {"argument \"text\" is missing; it is What to print"}},
-        {"?text.banner", "ab\n", 1, {"the dialog was cancelled"}},
-        {"??text.banner ab", "\n\n\n", 0, {"         ab         ", "[ab]: "}},
-        {"text.banner ab mark:x", "", 1, {"argument \"mark\" cannot be used now"}},
-        {"??file.alias", "here\n/tmp\n", 0, {"File Alias: alias", "File Alias: path"}},  // the host's own ask, too
+         "++++++++++++++++++++++++++++++\n+ a text that is rather long +\n++++++++++++++++++++++++++++++\n",
+         {"text, What to print (a text) []: a text", "width, How long the line is (an integer, as 12 or -3) [26]",
+          "\"maybe\" is not true or false", "mark, What the frame is made of (a text) [*]"}},
+        {"?text.banner", "ab\n4\n\n", 0, " ab \n", {"[20]: 4", "[false]"}},
+        {"?text.banner ab width:4", "", 0, " ab \n", {}},
+        {"!text.banner", "ab\n", 1, "", {"argument \"text\" is missing; it is What to print"}},
+        {"?text.banner", "ab\n", 1, "", {"the dialog was cancelled"}},
+        {"??text.banner ab", "\n\n\n", 0, "         ab         \n", {"[ab]: "}},
+        {"text.banner ab mark:x", "", 1, "", {"argument \"mark\" cannot be used now"}},
+        {"??file.alias", "here\n/tmp\n", 0, "", {"File Alias: alias", "File Alias: path"}},  // the host's own ask, too
     };
-    for (const auto& [command, answers, status, told] : cases) {
+    for (const auto& [command, answers, status, out, told] : cases) {
         const Ended ended = run({"cmd", command}, answers);
-        expect(ended, status, "", told);
+        expect(ended, status, out, told);
         EXPECT_EQ(ended.says("mark, "), std::string(answers).find("true") != std::string::npos) << ended.error;
     }
     expect(runText("import kz\ncommands = kz.Service('command')\n"
