@@ -15,6 +15,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace kzhost;
+
 namespace {
 
 constexpr int times = 8;

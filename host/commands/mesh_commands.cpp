@@ -5,8 +5,8 @@
 #include "host/core/command_text.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
-#include "host/objects/item.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/scene.h"
 
 #include "kz/command.h"
 #include "kz/result.h"

@@ -12,5 +12,3 @@ class CLogStore;
 void kzTellListeners(CLogStore& log, const std::shared_ptr<CListenerTable>& listeners);
 
 }  // namespace kzhost
-
-using namespace kzhost;  // for the sources outside of the namespace

@@ -136,5 +136,3 @@ template <class Class, class... Arguments> IKzUnknown* kzMakeObject(Arguments&&.
 }
 
 }  // namespace kzhost
-
-using namespace kzhost;  // for the sources outside of the namespace

@@ -81,5 +81,3 @@ private:
 };
 
 }  // namespace kzhost
-
-using namespace kzhost;  // for the sources outside of the namespace

@@ -1,9 +1,8 @@
 // Reading and writing the channels of a scene's items. Nothing is animated here: a value is the same at all times.
-#include "host/objects/channels.h"
+#include "host/objects/scene.h"
 
 #include "host/core/reasons.h"
 #include "host/core/values.h"
-#include "host/objects/locator.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 

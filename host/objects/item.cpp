@@ -1,8 +1,7 @@
 // Items of a scene: names, place in the tree, channels and tags.
-#include "host/objects/item.h"
+#include "host/objects/scene.h"
 
 #include "host/core/reasons.h"
-#include "host/objects/item_channel.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 

@@ -1,5 +1,5 @@
 // One channel of an item: its description, and the definition of a new one.
-#include "host/objects/item_channel.h"
+#include "host/objects/scene.h"
 
 #include "host/core/values.h"
 #include "host/state/text.h"

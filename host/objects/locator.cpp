@@ -1,5 +1,5 @@
 // The matrices of locators, from their channels and their parents.
-#include "host/objects/locator.h"
+#include "host/objects/scene.h"
 
 #include <algorithm>
 #include <cmath>

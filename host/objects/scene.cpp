@@ -2,8 +2,6 @@
 #include "host/objects/scene.h"
 
 #include "host/core/reasons.h"
-#include "host/objects/channels.h"
-#include "host/objects/item.h"
 #include "host/state/text.h"
 
 #include <algorithm>

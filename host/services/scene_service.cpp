@@ -4,8 +4,8 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
-#include "host/objects/item.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/scene.h"
 #include "host/state/text.h"
 
 #include <algorithm>

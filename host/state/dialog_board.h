@@ -43,5 +43,3 @@ private:
 };
 
 }  // namespace kzhost
-
-using namespace kzhost;  // for the sources outside of the namespace

@@ -42,5 +42,3 @@ private:
 };
 
 }  // namespace kzhost
-
-using namespace kzhost;  // for the sources outside of the namespace

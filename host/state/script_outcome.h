@@ -45,5 +45,3 @@ public:
 };
 
 }  // namespace kzhost
-
-using namespace kzhost;  // for the sources outside of the namespace

@@ -54,5 +54,3 @@ std::optional<KzResult> kzCodeOfName(std::string_view name) noexcept;
 std::string kzWithoutMarkup(std::string_view text);
 
 }  // namespace kzhost
-
-using namespace kzhost;  // for the sources outside of the namespace

@@ -6,6 +6,8 @@
 
 #include "kz/result.h"
 
+using namespace kzhost;
+
 namespace {
 
 TEST(CommandTextTest, StringsAreTakenApart) {

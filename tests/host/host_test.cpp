@@ -27,6 +27,8 @@
 #include <iterator>
 #include <sstream>
 
+using namespace kzhost;
+
 namespace {
 
 TEST(Services, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }

@@ -8,6 +8,8 @@
 #include "kz/script.h"
 #include "kz_paths.h"
 
+using namespace kzhost;
+
 namespace {
 
 TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {

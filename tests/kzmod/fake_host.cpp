@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace kzhost;
+
 namespace {
 
 FakeHost* theHost = nullptr;

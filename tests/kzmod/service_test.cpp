@@ -5,6 +5,8 @@
 #include "module/runtime.h"
 #include "tests/support/python_text.h"
 
+using namespace kzhost;
+
 namespace {
 
 using Strings = std::vector<std::string>;

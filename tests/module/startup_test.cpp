@@ -15,6 +15,8 @@
 #include <clocale>
 #include <csignal>
 
+using namespace kzhost;
+
 namespace {
 
 using Cause = std::function<void(CPluginHost&)>;

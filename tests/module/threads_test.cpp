@@ -8,6 +8,8 @@
 #include <atomic>
 #include <thread>
 
+using namespace kzhost;
+
 using threads = PluginTest;
 
 TEST_F(threads, may_all_enter_first) {

@@ -9,6 +9,8 @@
 #include <chrono>
 #include <thread>
 
+using namespace kzhost;
+
 using unload = PluginTest;
 
 TEST(unload_in_a_child, survives_what_scripts_leave_behind) {

@@ -22,6 +22,8 @@
 #include <map>
 #include <set>
 
+using namespace kzhost;
+
 namespace {
 
 class Objects : public testing::TestWithParam<const char*> {};

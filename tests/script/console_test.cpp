@@ -5,6 +5,8 @@
 #include "kz/module.h"
 #include "kz/result.h"
 
+using namespace kzhost;
+
 namespace {
 
 struct Session {

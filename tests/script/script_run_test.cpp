@@ -10,6 +10,8 @@
 
 #include <cstdlib>
 
+using namespace kzhost;
+
 using script_run = PluginTest;
 
 TEST_F(script_run, is_asked_by_the_word_python) {

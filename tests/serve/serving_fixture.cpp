@@ -6,6 +6,8 @@
 #include "tests/support/python_text.h"
 #include "wrap/wrapper.h"
 
+using namespace kzhost;
+
 namespace {
 
 constexpr const char* prepare = R"(

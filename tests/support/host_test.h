@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace kzhost;
+
 // A service of the given host, not of the module that the program might be.
 template <class User> class ServiceOf : public User {
 public:

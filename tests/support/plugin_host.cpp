@@ -15,6 +15,8 @@
 
 #include <regex>
 
+using namespace kzhost;
+
 KzResult CTestConsole::lin_Results(IKzUnknown* values) {
     const CKzUser_ValueArray array(values);
     results.clear();

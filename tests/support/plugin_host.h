@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+using namespace kzhost;
+
 // The plug-in that is linked to the test.
 extern "C" IKzUnknown* _IKzModule_Create();
 
