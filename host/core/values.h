@@ -4,6 +4,7 @@
 #include "host/core/object.h"
 #include "host/state/value_types.h"
 
+#include "kz/base/text.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -13,19 +14,6 @@
 #include <string>
 
 namespace kzhost {
-
-// Reads a text with `read(buffer, length)`, into a buffer that grows until it is long enough. Empty after a failure,
-// whose code is returned.
-template <class Read> KzResult kzReadText(std::string& text, const Read& read) {
-    constexpr std::size_t longest = std::size_t{1} << 26U;  // an object that never has enough must not take all memory
-    KzResult code = KZe_SHORTBUFFER;
-    for (std::size_t size = 256; code == KZe_SHORTBUFFER && size <= longest; size *= 2) {
-        text.assign(size, '\0');
-        code = read(text.data(), static_cast<std::uint32_t>(size));
-    }
-    text.resize(kzFailed(code) ? 0 : std::min(text.size(), text.find('\0')));
-    return code;
-}
 
 // Any value, the host's or a module's. A module's value may lack operations; then its text stands in for it.
 KzResult kzGetValueText(IKzUnknown* value, char* buffer, std::uint32_t length);

@@ -1,7 +1,7 @@
 // Texts that cross interfaces: into a caller's buffer, and identifiers and codes as text.
 #pragma once
 
-#include "kz/base/types.h"
+#include "kz/base/text.h"
 
 #include <optional>
 #include <string>
@@ -11,9 +11,6 @@ namespace kzhost {
 
 // Copies a text into a caller's buffer. What does not fit is cut off and SHORTBUFFER says so.
 KzResult kzFillText(std::string_view text, char* buffer, std::uint32_t length) noexcept;
-
-// An input text, which may be null.
-inline std::string_view kzTextOf(const char* text) noexcept { return text != nullptr ? text : std::string_view(); }
 
 std::string kzGuidText(const KzGuid& guid);
 // Reads 8-4-4-4-12 hexadecimal digits in either letter case.
