@@ -11,6 +11,7 @@
 #include "module/thread_states.h"
 
 #include "kz/base/global_cache.h"
+#include "kz/base/text.h"
 #include "kz/result.h"
 
 #include <optional>
@@ -36,7 +37,7 @@ void prependToPath(const std::string& folder) {
 }
 
 void runSource(const char* source) {
-    // Not PyRun_SimpleString: that would print, and end the process on SystemExit.
+    // PyRun_SimpleString would print an exception, and end the process on SystemExit.
     PyObject* main = kzNonNull(PyImport_AddModule("__main__"));
     PyObject* names = PyModule_GetDict(main);
     const CPyRefNull result(PyRun_String(source, Py_file_input, names, names));
@@ -51,12 +52,12 @@ PyObject* runExitFunction(PyObject* holder, PyObject* /*args*/) {
 
 PyMethodDef exitFunction = {"exitfunc", runExitFunction, METH_NOARGS, nullptr};
 
-// What site is given in the place of its makepath: "" stands for no folder then, not for the current one.
+// Replaces site.makepath, so that "" means no folder instead of the current one.
 PyObject* noFolder(PyObject* /*self*/, PyObject* /*paths*/) { return Py_BuildValue("ss", "", ""); }
 
 PyMethodDef noFolderFunction = {"makepath", noFolder, METH_VARARGS, nullptr};
 
-// Sets an attribute of a module for as long as the scope lives, if the module has it.
+// RAII guard that replaces an attribute of a module, if the module has it.
 class CReplacedAttribute {
 public:
     CReplacedAttribute(PyObject* module, const char* name, PyObject* value)
@@ -77,8 +78,8 @@ private:
     CPyRefNull m_old;
 };
 
-// The path of the user's scripts goes to site whether it was resolved or not. Site takes the empty path for the current
-// folder, whose path files it would run; whoever starts the host there has not asked for that.
+// The folder of the user's scripts is passed to site even if it could not be resolved and is empty. Site would take the
+// empty path for the current folder and run the path files in it, which nobody has asked for.
 void addSiteFolder(PyObject* site, PyObject* path) {
     std::optional<CReplacedAttribute> replaced;
     if (PyString_GET_SIZE(path) == 0)
@@ -89,25 +90,12 @@ void addSiteFolder(PyObject* site, PyObject* path) {
 
 }  // namespace
 
-KzResult kzLocalPath(IKzFileService& files, const char* alias, std::string& path) {
-    constexpr std::uint32_t firstSize = 512;
-    constexpr std::uint32_t lastSize = 1U << 24;  // a service that never has enough must not take all memory
-    KzResult code = KZe_SHORTBUFFER;
-    for (std::uint32_t size = firstSize; code == KZe_SHORTBUFFER && size <= lastSize; size *= 2) {
-        path.assign(size, '\0');
-        code = files.ToLocalAlias(alias, path.data(), size);
-    }
-    if (kzFailed(code)) path.clear();
-    else path.resize(std::strlen(path.c_str()));
-    return code;
-}
-
 void CMonitorRecord::release() noexcept {
-    // The host may run Python code, which may let go of this record: only what is held here is used after the call.
-    const CKzLoc_Unknown held(monitor.raw());
+    // The host may run Python code that destroys this record, so after the call only local references are used.
+    const CKzLoc_Unknown released(monitor.raw());
     const CKzLoc_Unknown service(dialogs.raw());
     monitor.clear();
-    if (held && service) static_cast<IKzStdDialogService*>(service.raw())->MonitorReleaseObj(held.raw());
+    if (released && service) static_cast<IKzStdDialogService*>(service.raw())->MonitorReleaseObj(released.raw());
 }
 
 void CMonitorLink::join(CMonitorLink& ring) noexcept {
@@ -123,7 +111,7 @@ void CMonitorLink::leave() noexcept {
 }
 
 void MainInterpreter::releaseMonitors() noexcept {
-    // Not a walk round the ring: a monitor that goes takes its record out of it, at any time.
+    // The ring is not iterated, because any record may leave it while another is being released.
     while (!monitors.isAlone()) {
         auto* record = static_cast<CMonitorRecord*>(monitors.next());
         record->leave();
@@ -132,8 +120,11 @@ void MainInterpreter::releaseMonitors() noexcept {
 }
 
 bool MainInterpreter::resolve(const char* alias, std::string& path) {
-    // An empty path is none: the interpreter would take it for the current folder.
-    return kzSucceeded(kzLocalPath(*kzNonNull(m_files.ptr()), alias, path)) && !path.empty();
+    IKzFileService* files = kzNonNull(m_files.ptr());
+    // An empty path does not count, because the interpreter would take it for the current folder.
+    return kzSucceeded(kzReadText(
+               path, [&](char* buffer, std::uint32_t length) { return files->ToLocalAlias(alias, buffer, length); })) &&
+           !path.empty();
 }
 
 void MainInterpreter::prependIfResolved(const char* alias) {
@@ -166,7 +157,7 @@ void MainInterpreter::start(KzProgress& progress, const std::function<void()>& i
     importWidgets();
     progress = "creating main dictionaries";
     takeMainDictionaries();
-    PyErr_Clear();  // a missing widget bridge left one; nothing may run with it pending
+    PyErr_Clear();  // left by a missing widget bridge; no other code may run with it pending
     PyEval_ReleaseThread(m_mainThread);
 }
 
@@ -193,8 +184,8 @@ void MainInterpreter::initialise() {
     kzInitialiseInEnvironment();
     m_mainThread = PyThreadState_Get();
     CLockState::setOurs(true);
-    // Threads and signals note which thread is the main one when they are first imported: let it be this one. What
-    // runs at exit is set up now, so that it can be guarded in the end whoever registers something.
+    // signal and threading take the thread that imports them first for the main one, so this one does. atexit is imported
+    // so that its exit function is in place and can be guarded at the end, whoever registers with it.
     for (const char* name : {"signal", "threading", "atexit"}) {
         const CPyRefNull early(PyImport_ImportModule(name));
         if (early.get() == nullptr) PyErr_Clear();
@@ -208,8 +199,8 @@ void MainInterpreter::prepareEnd() {
     m_guardedFunction = kzNonNull(Py_BuildValue("[O]", Py_None));
     m_exitGuard = kzNonNull(PyCFunction_New(&exitFunction, m_guardedFunction));
     m_exitName = kzNonNull(PyString_InternFromString("exitfunc"));
-    // Finalisation lets go of the interpreter's empty frozenset when no thread state is left, and would need one if that
-    // were the last reference. So it never is.
+    // Finalisation releases the interpreter's empty frozenset when no thread state is left, but freeing it would need
+    // one. This reference, which is never released, keeps it alive.
     kzNonNull(PyObject_CallObject(reinterpret_cast<PyObject*>(&PyFrozenSet_Type), nullptr));
 }
 
@@ -285,18 +276,18 @@ PyThreadState* MainInterpreter::endingThread() const noexcept {
 
 MainInterpreter::~MainInterpreter() {
     if (m_mainThread == nullptr) {
-        // The references hold None, and no interpreter lock exists yet.
+        // The references still hold None, and there is no interpreter lock yet.
         return;
     }
     const CProcessStateKeeper keeper(m_hostSignals);
     PyThreadState* thread = endingThread();
     if (_PyThreadState_Current != thread) PyEval_AcquireThread(thread);
-    for (CPyRef* held : {&globals, &locals, &argument, &arguments}) *held = CPyRef();
+    for (CPyRef* reference : {&globals, &locals, &argument, &arguments}) *reference = CPyRef();
     releaseMonitors();
-    // Whatever is pending from a failed start must not reach the code that finalisation runs.
+    // An exception that a failed start left pending must not reach the code that finalisation runs.
     PyErr_Clear();
     guardExitFunction();
     Py_Finalize();
     CLockState::setOurs(false);
-    // The lock is not released: it went with the interpreter.
+    // The lock is not released, because it is gone with the interpreter.
 }

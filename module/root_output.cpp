@@ -12,9 +12,9 @@ CRootOutput::CRootOutput() {
 void CRootOutput::write(const char* text, KzResult code) {
     if (!m_service) return;
     if (!m_subsystem)
-        kzObtain(m_subsystem, [&](IKzUnknown** found) { return m_service->SubSystemLookup("python", found); });
+        kzObtain(m_subsystem, [&](IKzUnknown** object) { return m_service->SubSystemLookup("python", object); });
     CKzLoc_Unknown entry;
-    kzObtain(entry, [&](IKzUnknown** found) { return m_service->CreateEntry(code, text, found); });
+    kzObtain(entry, [&](IKzUnknown** object) { return m_service->CreateEntry(code, text, object); });
     if (m_subsystem && entry) m_subsystem->AddEntry(entry.raw());
 }
 

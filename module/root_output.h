@@ -1,4 +1,4 @@
-// The bottom of the output stack: writes into the host's event log.
+// The bottom of the output stack, which writes to the host's event log.
 #pragma once
 
 #include "module/sink.h"
@@ -8,7 +8,7 @@
 // A trace line in the host log's inline style markup.
 std::string kzTraceMarkup(const char* name, const char* message);
 
-// Entries of the log subsystem "python".
+// Writes entries of the log subsystem "python".
 class CRootOutput : public COutput {
 public:
     CRootOutput();
@@ -17,5 +17,5 @@ public:
 
 private:
     CKzUser_LogService m_service;
-    CKzLoc_Log m_subsystem;  // looked up when something is first written
+    CKzLoc_Log m_subsystem;  // looked up on the first write
 };

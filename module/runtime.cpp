@@ -1,4 +1,4 @@
-// The process-wide interpreter and the gate in front of it.
+// Starting and stopping the process-wide interpreter.
 #include "module/runtime.h"
 
 #include "module/checks.h"
@@ -21,12 +21,12 @@
 namespace {
 
 CKzForever<PythonRuntime> theOnlyRuntime;
-std::atomic<PythonRuntime*> theRuntime{nullptr};  // that one, from the first entry until Python has ended
-std::atomic<bool> theReady{false};                // started, servers imported: entries need not look further
+std::atomic<PythonRuntime*> theRuntime{nullptr};  // points to it from the first entry until Python has ended
+std::atomic<bool> theReady{false};                // started, and servers imported: the fast path of an entry
 std::recursive_mutex theStartLock;
 KzModuleParts theParts;
 
-// Destroys what a failed start has built, whatever it failed with.
+// RAII guard that destroys the record of a start that fails, whatever it throws.
 class StartAttempt {
 public:
     explicit StartAttempt(std::unique_ptr<MainInterpreter>& record) : m_record(&record) {}
@@ -41,7 +41,7 @@ private:
     std::unique_ptr<MainInterpreter>* m_record;
 };
 
-// The turn to start Python, or to find it started. Throws NOTAVAILABLE when unload begins while another thread has it.
+// RAII guard for the start lock. Throws NOTAVAILABLE if unload begins while this thread waits.
 class CStartTurn {
 public:
     CStartTurn() {
@@ -101,7 +101,7 @@ MainInterpreter& PythonRuntime::running() {
 
 void PythonRuntime::ensureStarted(const char* what) {
     if (theReady) return;
-    // The host's first entries are not to race, but if they do, the later ones wait here.
+    // If several threads make the first entry at once, all but one wait here.
     const CStartTurn turn;
     if (theRuntime == nullptr) {
         CGate::rename("starting Python");
@@ -117,14 +117,14 @@ void PythonRuntime::ensureStarted(const char* what) {
 PyObject* PythonRuntime::kzuObject() {
     if (m_kzuObject != nullptr) return m_kzuObject;
     if (m_state == started) {
-        const CPyRefNull imported(PyImport_ImportModule("kzu.object"));
-        if (imported.get() == nullptr) {
+        const CPyRefNull module(PyImport_ImportModule("kzu.object"));
+        if (module.get() == nullptr) {
             kzWrite("kzu.object failed to import", KZe_INFO);
             kzTellException();
         }
     }
     m_kzuObject = PyImport_AddModule("kzu.object");
-    Py_XINCREF(m_kzuObject);  // for the life of the interpreter: a script may take it from sys.modules
+    Py_XINCREF(m_kzuObject);  // kept until the interpreter ends: a script may remove it from sys.modules
     return m_kzuObject;
 }
 
@@ -144,7 +144,7 @@ void PythonRuntime::importServers() {
     PyEval_ReleaseThread(m_mainThread);
 }
 
-// For the others to leave. False when they do not, or when it is this very thread that is inside.
+// Waits until all threads have left. False if they do not, or if the calling thread itself is inside.
 bool PythonRuntime::waitForOthers() noexcept {
     if (CGate::isInside() || CLockState::isHeld()) return false;
     const auto deadline = std::chrono::steady_clock::now() + patience;
@@ -159,7 +159,7 @@ bool PythonRuntime::stop() noexcept {
     CGate::close();
     PythonRuntime* runtime = theRuntime;
     if (!waitForOthers()) {
-        // Nothing is pulled away under whoever is inside, and no lock is waited for that they may hold.
+        // Nothing is destroyed while threads may use it, and no lock is taken that they may hold.
         if (runtime != nullptr) runtime->m_state = shutDown;
         tellWhoStays();
         return false;
