@@ -80,7 +80,7 @@ const Case cases[] = {
      "kz.bless(A, u'\\xe9')\nkz.bless(A, 'a', None, type('M', (), {'_sub_ifcs': 5})())\n",
      {"6: server \"b\" cannot be checked: ValueError: __bases__",
       "9: server \"\xc3\xa9\": its name must be plain ASCII", "10: server \"a\": its _sub_ifcs is not a sequence"}},
-    {"kz.bless(Visitor, 5)\n", {"3: it cannot be imported: TypeError: the name of a server is a text"}},
+    {"kz.bless(Visitor, 5)\n", {"3: it cannot be imported: TypeError: the name of a server must be a text"}},
     {std::string("x = 1\0", 6), {"1: it cannot be imported: TypeError: compile() expected string without null bytes"}},
     {"import sys\nfor i in range(3):\n    try: sys.exit(i)\n    except: pass\nraise KeyboardInterrupt\n",
      {"7: it cannot be imported: KeyboardInterrupt"}},
