@@ -11,6 +11,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <vector>
 
 // The name of the current start-up step: always a literal, so that any thread may read it at any time.
 using KzProgress = std::atomic<const char*>;
@@ -54,6 +55,16 @@ public:
     // turn. Throws the code of the step that failed.
     void start(KzProgress& progress, const std::function<void()>& importSupport);
 
+    // Runs Python as a program with that command line and returns its exit status, unless the process ends inside. When
+    // the program imports kz, `importKz` is called and sets it up through `adopt`.
+    int runProgram(const std::vector<std::string>& words, void (*importKz)());
+    // Sets up kz in the running program's interpreter, as `start` does in a new one. Throws the same codes.
+    void adopt(KzProgress& progress, const std::function<void()>& importSupport);
+    // Called for each thread of the host that enters Python for the first time. Needs the interpreter lock.
+    void importThreading() noexcept;
+    // Releases every Python object, before the interpreter ends. Needs the interpreter lock.
+    void letGo() noexcept;
+
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
     // The state under which the calling thread ends Python: its own, created if necessary, so it is the main thread's
     // only on the thread that started Python. Under another thread's state, code that calls PyGILState_Ensure, such as a
@@ -86,12 +97,17 @@ private:
     void importSite();
     void importWidgets();
     void takeMainDictionaries();
+    void setProgramHome();
+    void extendProgramPath();
+    void prependImportPaths();
 
     bool resolve(const char* alias, std::string& path);
     void prependIfResolved(const char* alias);
 
     CKzUser_FileService m_files;
     PyThreadState* m_mainThread = nullptr;
+    bool m_hasThreading = false;
+    bool m_isProgram = false;  // the interpreter's own main program starts and ends it
     // Created at start-up, because the end must not allocate memory: the guard around sys.exitfunc, a list to hold the
     // guarded function, and its name.
     PyObject* m_exitGuard = nullptr;

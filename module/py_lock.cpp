@@ -53,7 +53,9 @@ void CPyLock::acquire(const char* what) {
     PyEval_AcquireThread(thread);
     pass.keep();
     m_thread = thread;
-    if (known == nullptr) PyThreadState_Clear(thread);  // drops what a previous owner has left in a recycled state
+    if (known != nullptr) return;
+    PyThreadState_Clear(thread);  // drops what a previous owner has left in a recycled state
+    PythonRuntime::running().importThreading();
 }
 
 bool CPyLock::isCalled(const void* object) noexcept {

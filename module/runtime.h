@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 class PythonRuntime {
 public:
@@ -36,6 +37,11 @@ public:
     // Runs "import kzserv\n" under the main thread state.
     void importServers();
 
+    // Runs Python as the program that a command line describes; the first word is the program's path. Returns the exit
+    // status, or ends the process. The interpreter is the program's own until the program imports kz, when it becomes ours.
+    // Throws NOTAVAILABLE if Python has been started or unload has begun.
+    static int runProgram(const std::vector<std::string>& words);
+
     // Starts Python unless that has happened. Throws the code of a failed start, now and on every later call, and
     // NOTAVAILABLE after shut-down. The calling thread must have passed the gate, to do `what`.
     static void ensureStarted(const char* what);
@@ -44,8 +50,14 @@ public:
     static bool stop() noexcept;
 
 private:
+    static PyObject* endOfProgram(PyObject* self, PyObject* args);
+    static void programEnded();
+
+    void begin(const std::function<void()>& start);
+    KzResult adopt();
     PyObject* findKzuObjectNames();
     static bool waitForOthers() noexcept;
+    static bool waitUntilEmpty() noexcept;
     void end() noexcept;
 
     std::atomic<State> m_state{notStarted};

@@ -7,6 +7,8 @@ namespace CLI {
 class App;
 }
 
+namespace kzhost {
+
 class CServerVerbs {
 public:
     explicit CServerVerbs(CLI::App& app);
@@ -23,3 +25,5 @@ private:
     std::string m_to;
     std::string m_name;
 };
+
+}  // namespace kzhost

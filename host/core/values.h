@@ -4,20 +4,19 @@
 #include "host/core/object.h"
 #include "host/state/value_types.h"
 
-#include "kz/base/text.h"
-#include "kz/result.h"
 #include "kz/value.h"
 
-#include <algorithm>
 #include <deque>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace kzhost {
 
-// Any value, the host's or a module's. A module's value may lack operations; then its text stands in for it.
+// These work on any value, the host's or a module's. Where a module's value lacks an operation, its text is used instead.
 KzResult kzGetValueText(IKzUnknown* value, char* buffer, std::uint32_t length);
-std::string kzValueText(IKzUnknown* value);  // the exact one; throws the code with which it cannot be had
+std::string kzValueText(IKzUnknown* value);  // the exact text; throws the code of a failure
 KzResult kzSetValueText(IKzUnknown* value, const char* text);
 KzResult kzCopyValue(IKzUnknown* target, IKzUnknown* source);
 int kzCompareValues(IKzUnknown* left, IKzUnknown* right);
@@ -42,7 +41,6 @@ public:
 
     const KzValueType& type() const { return *m_type; }
     const KzCell& cell() const { return m_cell; }
-    void setCell(KzCell cell) { m_cell = std::move(cell); }
 
 private:
     KzResult refuses(const char* place, std::string_view text) const;
@@ -51,12 +49,12 @@ private:
     KzCell m_cell;
 };
 
-// A list of values of one type, whoever makes them.
+// A list of values of one type, built-in or served.
 class CValueArray final : public CHosted<"value array", CValueArray, CKzIfc_ValueArray> {
 public:
     using Make = std::function<KzResult(IKzUnknown** value)>;
 
-    // Of one of the host's own types; throws INVALIDARG for an unknown one.
+    // An array of a built-in type; throws INVALIDARG for an unknown one.
     explicit CValueArray(std::string_view type);
     CValueArray(const KzValueType& type, Make make);
 
@@ -97,10 +95,10 @@ private:
         CKzUser_Value value;
     };
 
-    // Throws OUTOFBOUNDS. A reference of its own, since a module's value may change the array while it is called.
+    // Throws OUTOFBOUNDS. Returns an owned reference, as a module's value may change the array while it is called.
     Element at(std::uint32_t index) const;
-    Element made() const;  // throws the code with which none can be made
-    // Adds a new value once it has taken what it is to be.
+    Element newElement() const;  // throws the code with which making one fails
+    // Appends a new value if `set` succeeds on it.
     template <class Set> KzResult add(const Set& set);
 
     std::string m_typeName;

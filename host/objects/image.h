@@ -1,9 +1,10 @@
 // An image in memory, as an object.
 #pragma once
 
+#include "host/objects/arguments.h"
 #include "host/objects/pixels.h"
-#include "host/objects/self.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -3,9 +3,13 @@
 
 #include "host/core/object.h"
 
+#include <cstddef>
 #include <fstream>
 #include <memory>
 #include <png.h>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace kzhost {
 
@@ -18,7 +22,7 @@ std::uint32_t pngFormatOf(std::uint32_t components) {
 
 constexpr std::uint32_t byteFormat(std::uint32_t components) { return components << 8U | 1U; }
 
-// The library's description of one image, freed in the end.
+// A guard for the library's description of one image.
 struct PngImage : png_image {
     PngImage() : png_image{} { version = PNG_IMAGE_VERSION; }
     PngImage(const PngImage&) = delete;

@@ -1,16 +1,28 @@
-// Texts that cross interfaces: into a caller's buffer, and identifiers and codes as text.
+// Texts that cross interfaces: null texts, buffers of callers, and identifiers and codes as text.
 #pragma once
 
 #include "kz/base/text.h"
+#include "kz/base/types.h"
+#include "kz/result.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace kzhost {
 
-// Copies a text into a caller's buffer. What does not fit is cut off and SHORTBUFFER says so.
+// Copies a text into a caller's buffer as a NUL-terminated string. Returns SHORTBUFFER if it had to be truncated.
 KzResult kzFillText(std::string_view text, char* buffer, std::uint32_t length) noexcept;
+
+// The text as a string; empty for a null pointer.
+inline std::string kzString(const char* text) { return std::string(kzTextOf(text)); }
+
+// The text that `operation(&text)` answers; empty when it fails or answers null.
+template <class Operation> std::string kzAnswer(const Operation& operation) {
+    const char* text = nullptr;
+    return kzSucceeded(operation(&text)) ? kzString(text) : std::string();
+}
 
 std::string kzGuidText(const KzGuid& guid);
 // Reads 8-4-4-4-12 hexadecimal digits in either letter case.
@@ -22,7 +34,7 @@ std::string kzCodeDigits(KzResult code);
 std::string kzCodeName(KzResult code);
 std::optional<KzResult> kzCodeOfName(std::string_view name) noexcept;
 
-// Without the log's inline style markup: the byte 0x03 and the parenthesised group after it.
+// Strips the log's inline style markup: the byte 0x03 and the parenthesised group after it.
 std::string kzWithoutMarkup(std::string_view text);
 
 }  // namespace kzhost

@@ -1,6 +1,7 @@
 // kz.Service and kz.Monitor.
 #include "scripted_host.h"
 
+#include "host/core/log_store.h"
 #include "module/runtime.h"
 
 namespace {
