@@ -1,4 +1,4 @@
-// The keyword arguments of one kz.command call, and their factory.
+// The keyword arguments of one kz.command call, and their polymorph.
 #include "kzmod/arg_attrib.h"
 
 #include "module/checks.h"
@@ -13,10 +13,10 @@ namespace {
 
 constexpr const char* spawnerName = "pyArgAttrib";
 
-// Found under its name by every call but the first.
-CKzGenericPolymorph* factory() {
+// Registered as a spawner by the first call.
+CKzGenericPolymorph* argumentPolymorph() {
     CKzGlobalCache* cache = kzNonNull(CKzGlobalCache::current());
-    if (CKzGenericPolymorph* known = cache->findSpawner(spawnerName)) return known;
+    if (CKzGenericPolymorph* registered = cache->findSpawner(spawnerName)) return registered;
     static CKzForever<CKzPolymorph<CArgAttrib>> polymorph;
     if (polymorph->recordCount() == 0) {
         polymorph->nameOnce(spawnerName);
@@ -26,8 +26,8 @@ CKzGenericPolymorph* factory() {
     return &*polymorph;
 }
 
-// Required as it is: only an index greater than the count is out of bounds. A host that reads one past the end to see
-// whether it has read everything relies on that; it gets an empty text.
+// Required behaviour: only an index greater than the count is out of bounds. Hosts rely on it when they read one past the
+// end to see whether they have read everything; they get an empty text there.
 std::string_view textAt(const std::vector<std::string>& texts, std::uint32_t index) {
     if (index > texts.size()) throw KZe_OUTOFBOUNDS;
     return index < texts.size() ? texts[index] : std::string_view("");
@@ -48,7 +48,7 @@ KzResult CArgAttrib::attr_GetString(std::uint32_t index, char* buffer, std::uint
 }
 
 CArgAttrib& kzSpawnArguments(CKzLoc_Attributes& attributes) {
-    CKzGenericPolymorph* polymorph = factory();
+    CKzGenericPolymorph* polymorph = argumentPolymorph();
     kzTrue(attributes.take(polymorph->spawn(&KZu_ATTRIBUTES)));
     return *static_cast<CArgAttrib*>(kzNonNull(kzObjectOf(attributes.raw(), polymorph)));
 }

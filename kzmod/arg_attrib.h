@@ -5,8 +5,8 @@
 
 #include "kz/command.h"
 
-// Attributes that are nothing but named texts; the host parses each by the type of the command's own argument. What is
-// left to the base answers that it is not implemented.
+// Attributes that are plain named texts. The host parses each one by the type of the command's own argument. All other
+// operations inherit NOTIMPL from the base.
 class CArgAttrib : public CKzImpl_Attributes, public CDictPairs {
 public:
     std::uint32_t attr_Count() override { return count(); }
@@ -14,6 +14,5 @@ public:
     KzResult attr_GetString(std::uint32_t index, char* buffer, std::uint32_t length) override;
 };
 
-// Makes the wrapper hold a new attributes object. What it returns are its lists, which live as long as the object does.
-// Throws FAILED when there is nothing to spawn it from.
+// Makes the wrapper hold a new attributes object, and returns a borrowed reference to its lists. Throws FAILED.
 CArgAttrib& kzSpawnArguments(CKzLoc_Attributes& attributes);

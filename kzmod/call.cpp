@@ -1,4 +1,4 @@
-// Trace lines and errors of one call of a kz function.
+// Trace lines and exceptions of one call of a kz function.
 #include "kzmod/call.h"
 
 #include "module/output.h"
@@ -6,7 +6,7 @@
 
 void CCall::traceAs(const char* label, const char* message) noexcept {
     if (!kzTracing()) return;
-    const CPendingException keep;  // the host's log may be listened to in Python
+    const CPendingException keep;  // log listeners may be written in Python
     kzTrace(label, message, 1);
 }
 
@@ -28,7 +28,7 @@ PyObject* CCall::keepPending() noexcept {
 
 PyObject* CCall::finish(PyObject* result) noexcept {
     if (m_exception == nullptr) return result;
-    const CPyRefNull dropped(result);
+    const CPyRefNull unused(result);
     if (!kzRaiseInterrupt()) PyErr_SetString(m_exception, m_text.c_str());
     return nullptr;
 }

@@ -1,4 +1,4 @@
-// What every function of the kz module that calls the host has in common: its trace lines, and how its errors are raised.
+// What all functions of the kz module that call the host have in common: trace lines, and how they raise exceptions.
 #pragma once
 
 #include "module/host_output.h"
@@ -10,11 +10,11 @@
 #include <optional>
 #include <string>
 
-// One call of a kz function. An error is only noted while the call works and becomes the pending exception at its very
-// end, when everything that the call held of the host has been let go: none of that may run with an exception pending.
+// One call of a kz function. An error is only noted at first, and becomes the pending exception at the very end, when the
+// call has released all host objects: releasing one may run Python code, which must not see a pending exception.
 class CCall {
 public:
-    // The label heads the call's trace lines. It is not copied.
+    // The label identifies the call in trace lines. It is not copied.
     explicit CCall(const char* label) noexcept : m_label(label) {}
     CCall(const CCall&) = delete;
     CCall& operator=(const CCall&) = delete;
@@ -23,7 +23,7 @@ public:
     void trace(const char* message) noexcept { traceAs(m_label, message); }
     void traceAs(const char* label, const char* message) noexcept;
 
-    // Notes the exception to be raised. Always null, so that the call can return it.
+    // Notes the exception to be raised. Always returns null, so that the caller can return it.
     PyObject* raise(std::string text, PyObject* type = PyExc_RuntimeError);
     // As raise, with a trace line of the same text.
     PyObject* fail(std::string text, PyObject* type = PyExc_RuntimeError) {
@@ -31,11 +31,10 @@ public:
     }
     PyObject* failAs(const char* label, std::string text, PyObject* type = PyExc_RuntimeError);
 
-    // Puts the pending exception aside until the call has let go of everything, for a failed Python call that leaves one.
-    // Always null.
+    // Sets the pending exception of a failed Python call aside until the kz function has released everything. Always null.
     PyObject* keepPending() noexcept;
 
-    // The result, unless an exception was noted: that is raised then. Consumes the result.
+    // Raises the noted exception, if any, and returns null; otherwise returns the result. Consumes the result.
     PyObject* finish(PyObject* result) noexcept;
 
 private:
@@ -45,7 +44,7 @@ private:
     std::optional<CPendingException> m_pending;
 };
 
-// Runs the body of a kz function: it is given its CCall. Thrown codes are raised as result codes.
+// Runs the body of a kz function, which gets the CCall. Thrown codes are raised as Python exceptions.
 template <class Body> PyObject* kzCall(const char* label, Body&& body) noexcept {
     return kzPythonEntry([&] {
         CCall call(label);
@@ -53,14 +52,14 @@ template <class Body> PyObject* kzCall(const char* label, Body&& body) noexcept 
     });
 }
 
-// The same for constructors, whose body says whether it succeeded.
+// As above for slots that return 0 or -1, such as constructors. The body returns whether it succeeded.
 template <class Body> int kzInitCall(const char* label, Body&& body) noexcept {
-    const CPyRefNull done(kzCall(label, [&](CCall& call) -> PyObject* {
+    const CPyRefNull result(kzCall(label, [&](CCall& call) -> PyObject* {
         if (!body(call)) return nullptr;
         Py_RETURN_NONE;
     }));
-    return done.get() != nullptr ? 0 : -1;
+    return result.get() != nullptr ? 0 : -1;
 }
 
-// A format's only "%s", or both of them, filled in.
+// The format with its one or two "%s" replaced.
 std::string kzFormat(const char* format, const std::string& first, const std::string& second = {});

@@ -3,7 +3,6 @@
 
 #include "kzmod/arg_attrib.h"
 #include "kzmod/functions.h"
-#include "kzmod/host_text.h"
 #include "module/checks.h"
 #include "module/output.h"
 #include "module/py_lock.h"
@@ -11,12 +10,13 @@
 #include "wrap/dict_texts.h"
 
 #include "kz/base/global_cache.h"
+#include "kz/base/text.h"
 #include "kz/message.h"
 #include "kz/result.h"
 
 namespace {
 
-// The alert flags that hosts expect where arguments come from a script's attributes object.
+// The alert flags that hosts expect for arguments from a script's attributes object.
 constexpr std::uint32_t scriptAlertFlags = 9;
 
 std::string labelOf(const CKzUser_Command& command) {
@@ -29,9 +29,9 @@ std::string labelOf(const CKzUser_Command& command) {
 std::string messageText(IKzUnknown* message) {
     CKzUser_MessageService messages;
     kzTakeService(messages);
-    CHostText text;
-    text.read([&](char* buffer, std::uint32_t length) { return messages.MessageText(message, buffer, length); });
-    return text.text().substr(0, 199);
+    std::string text;
+    kzReadText(text, [&](char* buffer, std::uint32_t length) { return messages.MessageText(message, buffer, length); });
+    return text.substr(0, 199);
 }
 
 std::string failureText(IKzUnknown* message, KzResult code) {
@@ -57,8 +57,8 @@ private:
         return false;
     }
 
-    // What the body returns; the exception of a Python object that has no text waits until everything is let go of.
-    template <class Body> auto converted(Body&& body) {
+    // Runs a conversion to text. If it fails, its exception is set aside until everything has been released.
+    template <class Body> auto convert(Body&& body) {
         try {
             return body();
         } catch (KzResult) {
@@ -71,12 +71,12 @@ private:
         const Py_ssize_t count = PyTuple_Check(args) ? PyTuple_GET_SIZE(args) : 0;
         if (count < 1) return refuse("missing required command name");
         if (count > 1) return refuse("extra positional arguments");
-        const std::string text = converted([&] { return kzStrictStringOf(PyTuple_GET_ITEM(args, 0)); });
+        const std::string text = convert([&] { return kzStrictStringOf(PyTuple_GET_ITEM(args, 0)); });
         const char* rest = nullptr;
         const std::uint32_t flags = PythonRuntime::running().executionFlags;
         if (kzFailed(m_service.ProcessStringFlags(flags, text.c_str(), &m_flags, &rest)) || rest == nullptr)
             return refuse("error processing command prefix flags");
-        m_name = rest;  // a copy: the host's own text lives only until its next call
+        m_name = rest;  // copied: the host's own text lives only until its next call
         m_label = "kz.command(" + m_name + ")";
         m_call.setLabel(m_label.c_str());
         m_error = "command:" + m_name + " ";
@@ -87,13 +87,13 @@ private:
         std::uint32_t tag = 0;
         if (kzFailed(m_service.Lookup(m_name.c_str(), &tag)) || tag == 0) return refuse("not found");
         const KzResult code =
-            kzObtain(m_command, [&](IKzUnknown** found) { return m_service.Spawn(tag, nullptr, found); });
+            kzObtain(m_command, [&](IKzUnknown** object) { return m_service.Spawn(tag, nullptr, object); });
         return kzSucceeded(code) || refuse("could not spawn command");
     }
 
     bool parse(PyObject* keywords) {
         CArgAttrib& arguments = kzSpawnArguments(m_attributes);
-        converted([&] { kzTextsOfDict(keywords, arguments.names, arguments.values); });
+        convert([&] { kzTextsOfDict(keywords, arguments.names, arguments.values); });
         const KzResult code = m_service.ParseAttribObject(m_command.raw(), scriptAlertFlags, m_attributes.raw());
         return kzSucceeded(code) || refuse("could not parse argument list.");
     }
@@ -112,13 +112,13 @@ private:
 
 bool kzExecuteCommand(CCall& call, const CKzUser_Command& command, std::uint32_t flags) {
     {
-        const CPyLock lock;      // the command may be one that Python implements
-        command.Execute(flags);  // how it went is told by its message, not by this code
+        const CPyLock lock;      // the command may be implemented in Python
+        command.Execute(flags);  // its message says how it went, not this code
     }
     const std::string label = kzTracing() ? labelOf(command) : std::string();
     CKzUser_Message message;
-    if (kzFailed(kzObtain(message, [&](IKzUnknown** found) { return command.Message(found); }))) {
-        // No exception here: the interpreter's own complaint about that is what callers of a broken command know.
+    if (kzFailed(kzObtain(message, [&](IKzUnknown** object) { return command.Message(object); }))) {
+        // Required behaviour: no exception is raised here, so callers get the interpreter's own error for that.
         call.traceAs(label.c_str(), "internal error: could not get get message object");
         return false;
     }

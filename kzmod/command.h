@@ -1,9 +1,9 @@
-// Executing a command that has been spawned.
+// Executing a spawned command.
 #pragma once
 
 #include "kzmod/call.h"
 
 #include "kz/command.h"
 
-// False when the command failed; its message is noted as the exception then.
+// False if the command failed; the text of its message is then noted as the exception.
 bool kzExecuteCommand(CCall& call, const CKzUser_Command& command, std::uint32_t flags);

@@ -1,4 +1,4 @@
-// kz.eval, kz.eval1 and kz.evalN: a command string, executed or queried.
+// kz.eval, kz.eval1 and kz.evalN, which execute or query a command string.
 #include "kzmod/command.h"
 #include "kzmod/functions.h"
 #include "kzmod/value_conversion.h"
@@ -20,12 +20,12 @@ public:
         const char* rest = nullptr;
         if (kzFailed(m_service.ProcessStringFlags(flags, text, &m_flags, &rest)) || rest == nullptr)
             return m_call.fail("error processing command prefix flags");
-        m_text = rest;  // a copy: the host's own text lives only until its next call
-        // A host may say no with FALSE, which is no failure.
+        m_text = rest;  // copied: the host's own text lives only until its next call
+        // FALSE, a success code, also means no.
         const KzResult isScript = m_service.IsImplicitScript(m_text.c_str());
         if (kzSucceeded(isScript) && isScript != KZe_FALSE) return runScript();
         if (kzFailed(
-                kzObtain(m_command, [&](IKzUnknown** found) { return m_service.Spawn(0, m_text.c_str(), found); })))
+                kzObtain(m_command, [&](IKzUnknown** object) { return m_service.Spawn(0, m_text.c_str(), object); })))
             return m_call.fail("command could not be found");
         return query();
     }
@@ -38,19 +38,19 @@ private:
 
     PyObject* runScript() {
         const KzResult code = kzObtain(
-            m_command, [&](IKzUnknown** found) { return m_service.SpawnImplicitScript(m_text.c_str(), found); });
+            m_command, [&](IKzUnknown** object) { return m_service.SpawnImplicitScript(m_text.c_str(), object); });
         return kzSucceeded(code) ? execute() : m_call.fail("error spawning script");
     }
 
     PyObject* query() {
         CKzUser_ValueArray values;
         std::uint32_t index = 0;
-        const KzResult code = kzObtain(values, [&](IKzUnknown** found) {
-            return m_service.QueryArgString(m_command.raw(), m_flags, m_text.c_str(), 1, found, &index);
+        const KzResult code = kzObtain(values, [&](IKzUnknown** object) {
+            return m_service.QueryArgString(m_command.raw(), m_flags, m_text.c_str(), 1, object, &index);
         });
         if (code == KZe_CMD_NO_QUERY_MARKED) return parseAndExecute();
         if (kzFailed(code)) return m_call.fail(cannotParse);
-        // The hints belong to the attributes object, which therefore has to live until the values are converted.
+        // The attributes object owns the hints, so it has to live until the values are converted.
         const CKzUser_Attributes attributes(m_command.raw());
         const KzTextValueHint* hints = nullptr;
         if (kzFailed(attributes.Hints(index, &hints))) hints = nullptr;

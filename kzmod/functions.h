@@ -1,9 +1,9 @@
-// The functions of the kz module that run commands and set options, as its table names them.
+// The functions of the kz module that run commands and set options.
 #pragma once
 
 #include "module/python.h"
 
-// eval, eval1 and evalN differ only in the shape of what they return.
+// eval, eval1 and evalN differ only in the shape of their result.
 PyObject* kzEvalFunction(PyObject* self, PyObject* args);
 PyObject* kzEval1Function(PyObject* self, PyObject* args);
 PyObject* kzEvalNFunction(PyObject* self, PyObject* args);

@@ -1,10 +1,9 @@
-// kz.Monitor: a script's progress, shown by the host.
+// kz.Monitor: the progress of a script, which the host displays.
 #include "kzmod/call.h"
 #include "kzmod/types.h"
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
-#include "wrap/uncopyable.h"
 
 #include "kz/base/boundary.h"
 #include "kz/base/global_cache.h"
@@ -18,35 +17,34 @@ constexpr const char* badSteps = "Monitor steps must be greater than 0";
 constexpr const char* cannotInitialise = "Error initializing monitor";
 
 struct MonitorObject {
-    PyObject_HEAD CMonitorRecord* record;  // owned; null until the object has been constructed
+    PyObject_HEAD CMonitorRecord* record;  // owned; null until __init__ has run
 };
 
 CMonitorRecord*& recordOf(PyObject* self) { return reinterpret_cast<MonitorObject*>(self)->record; }
 
-// The host's monitor with a reference of its own, because what the host runs may end the script, which takes the monitor
-// from its record. Null when there is none.
-class CHeldMonitor {
+// An owned reference to the host's monitor for the duration of a call: the host may run code that ends the script, which
+// clears the monitor's record. Null if there is none.
+class CMonitorReference {
 public:
-    explicit CHeldMonitor(PyObject* self) {
-        if (CMonitorRecord* record = recordOf(self)) m_held.set(record->monitor.raw());
+    explicit CMonitorReference(PyObject* self) {
+        if (CMonitorRecord* record = recordOf(self)) m_monitor.set(record->monitor.raw());
     }
-    explicit operator bool() const { return static_cast<bool>(m_held); }
-    IKzMonitor* operator->() const { return static_cast<IKzMonitor*>(m_held.raw()); }
+    explicit operator bool() const { return static_cast<bool>(m_monitor); }
+    IKzMonitor* operator->() const { return static_cast<IKzMonitor*>(m_monitor.raw()); }
 
 private:
-    CKzLoc_Unknown m_held;
+    CKzLoc_Unknown m_monitor;
 };
 
-// Puts another record in the place of the object's own, takes that off the interpreter's list and gives the host its
-// monitor back.
+// Replaces the object's record. The old one leaves the interpreter's ring and returns its monitor to the host.
 void replaceRecord(PyObject* self, CMonitorRecord* owned) noexcept {
     const std::unique_ptr<CMonitorRecord> record(std::exchange(recordOf(self), owned));
     if (!record) return;
     record->leave();
     if (!record->monitor) return;
     std::optional<CPyLock> lock;
-    // The interpreter may be so near its end that the guard does not know this thread any more: whoever drops a Python
-    // object holds the lock all the same, and the host gets its monitor back.
+    // During finalisation the guard may throw. The lock is held even so, because a Python object is being destroyed, and
+    // the monitor must be returned to the host in any case.
     kzValueBoundary([&] { lock.emplace("kz.Monitor"); });
     record->release();
 }
@@ -55,13 +53,13 @@ void allocate(PyObject* self) {
     CMonitorLink& ring = PythonRuntime::running().monitors;
     auto record = std::make_unique<CMonitorRecord>();
     kzTakeService(record->dialogs);
-    kzObtain(record->monitor, [&](IKzUnknown** found) { return record->dialogs.MonitorAllocate("Progress", found); });
+    kzObtain(record->monitor, [&](IKzUnknown** object) { return record->dialogs.MonitorAllocate("Progress", object); });
     record->join(ring);
     replaceRecord(self, record.release());
 }
 
 bool initialise(CCall& call, PyObject* self, int steps) {
-    const CHeldMonitor monitor(self);
+    const CMonitorReference monitor(self);
     if (!monitor || kzSucceeded(monitor->Initialize(static_cast<std::uint32_t>(steps)))) return true;
     call.fail(cannotInitialise);
     return false;
@@ -72,8 +70,8 @@ int monitorInit(PyObject* self, PyObject* args, PyObject* keywords) {
         int steps = 0;
         if (!kzRefuseKeywords(self, keywords)) return false;
         allocate(self);
-        // An argument that is no number leaves its error set on a monitor that was made: required, scripts that pass
-        // one find the error at their next statement.
+        // Required behaviour: for an argument that is not a number, the monitor is made but the parser's error stays
+        // pending, so that the script sees it at its next statement.
         if (PyArg_ParseTuple(args, "|i", &steps) == 0 || steps == 0) return true;
         if (steps > 0) return initialise(call, self, steps);
         call.fail(badSteps);
@@ -93,7 +91,7 @@ PyObject* monitorInitMethod(PyObject* self, PyObject* args) {
     return kzCall("kz.Monitor", [=](CCall& call) -> PyObject* {
         int steps = 0;
         if (PyArg_ParseTuple(args, "|i", &steps) == 0 || steps < 1) {
-            PyErr_Clear();  // the parser's error gives way to this one
+            PyErr_Clear();  // the parser's error is replaced by this one
             return call.fail(badSteps);
         }
         if (!initialise(call, self, steps)) return nullptr;
@@ -104,10 +102,10 @@ PyObject* monitorInitMethod(PyObject* self, PyObject* args) {
 PyObject* monitorStep(PyObject* self, PyObject* args) {
     return kzCall("kz.Monitor", [=](CCall& call) -> PyObject* {
         int count = 1;
-        // Required: an argument that is no number counts as one step, and its error stays set.
+        // Required behaviour: an argument that is not a number counts as one step, and the parser's error stays pending.
         static_cast<void>(PyArg_ParseTuple(args, "|i", &count));
         const CPendingException keep;
-        const CHeldMonitor monitor(self);
+        const CMonitorReference monitor(self);
         const CPyLock lock;
         if (monitor && kzFailed(monitor->Increment(static_cast<std::uint32_t>(count))))
             return call.fail("Error incrementing monitor");
@@ -123,21 +121,8 @@ PyMethodDef methods[] = {
 
 KzUncopyable uncopyable("kz.Monitor(steps) makes another one");
 
-PyTypeObject describe() {
-    PyTypeObject type{};
-    Py_REFCNT(&type) = 1;
-    type.tp_name = "kz.Monitor";
-    type.tp_basicsize = sizeof(MonitorObject);
-    type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
-    type.tp_doc = "Monitor objects";
-    type.tp_methods = methods;
-    type.tp_base = &uncopyable.type;
-    type.tp_new = PyType_GenericNew;
-    type.tp_init = monitorInit;
-    type.tp_dealloc = monitorDealloc;
-    return type;
-}
-
 }  // namespace
 
-PyTypeObject kzMonitorType = describe();
+PyTypeObject kzMonitorType = KzTypeRow{"kz.Monitor", "Monitor objects", sizeof(MonitorObject), methods,
+                                       uncopyable,   PyType_GenericNew, monitorInit,           monitorDealloc}
+                                 .type();

@@ -1,4 +1,4 @@
-// kz.setOption, kz.option, kz.trace, kz.arg and kz.args: what the running script is set to and was given.
+// kz.setOption, kz.option and kz.trace, and kz.arg and kz.args, which return the running script's arguments.
 #include "kzmod/call.h"
 #include "kzmod/functions.h"
 #include "module/output.h"
@@ -14,12 +14,12 @@ constexpr std::string_view radians = "radians";
 
 PyObject* unknownOption(CCall& call, const char* name) { return call.fail(kzFormat("unknown option \"%s\"", name)); }
 
-// None stands for nothing set. No script runs then, and the interpreter's own complaint about a result without an
-// exception is what tells the caller so.
-PyObject* scriptObject(PyObject* held) {
-    if (held == Py_None) return nullptr;
-    Py_INCREF(held);
-    return held;
+// None means that no script is running. Required behaviour: null is returned without an exception then, so the caller gets
+// the interpreter's own error for that.
+PyObject* scriptObject(PyObject* object) {
+    if (object == Py_None) return nullptr;
+    Py_INCREF(object);
+    return object;
 }
 
 }  // namespace
@@ -49,12 +49,12 @@ PyObject* kzOptionFunction(PyObject* /*self*/, PyObject* args) {
 PyObject* kzTraceFunction(PyObject* /*self*/, PyObject* args) {
     return kzCall("kz.trace", [args](CCall& call) -> PyObject* {
         PyObject* wanted = nullptr;
-        // Without an argument it returns the flag, with the parser's error left set: required, because scripts read the
-        // flag that way inside a try block.
+        // Required behaviour: without an argument, this returns the flag and leaves the parser's error pending. Scripts
+        // read the flag that way inside a try block.
         if (PyArg_ParseTuple(args, "O", &wanted) == 0) return PyBool_FromLong(kzTracing() ? 1 : 0);
         if (!PyBool_Check(wanted)) return call.fail("kz.trace requires a boolean argument");
         const bool on = wanted == Py_True;
-        // Before and after, because only one of the two lines is written: tracing is off for the other.
+        // Traced before and after the change: only one of the two lines is written, while tracing is on.
         call.trace(on ? "Enabled" : "Disabled");
         kzSetTracing(on);
         call.trace(on ? "Enabled" : "Disabled");

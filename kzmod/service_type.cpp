@@ -1,11 +1,11 @@
-// kz.Service: what a script asks a script service of the host.
+// kz.Service: the queries of a script to a service of the host.
 #include "kzmod/types.h"
 #include "kzmod/value_conversion.h"
 #include "module/pending_exception.h"
-#include "wrap/uncopyable.h"
 
 #include "kz/application.h"
 #include "kz/base/global_cache.h"
+#include "kz/base/text.h"
 #include "kz/command.h"
 #include "kz/script.h"
 
@@ -21,10 +21,10 @@ struct CServiceState {
 using ServicePointer = std::shared_ptr<CServiceState>;
 
 struct ServiceObject {
-    PyObject_HEAD ServicePointer state;  // null until the object has been constructed
+    PyObject_HEAD ServicePointer state;  // null until __init__ has run
 };
 
-// Methods work on a share of the state: the host may run Python code that constructs the object anew.
+// Methods keep the state alive themselves, because the host may run Python code that calls __init__ again.
 ServicePointer& stateOf(PyObject* self) { return reinterpret_cast<ServiceObject*>(self)->state; }
 
 PyObject* serviceNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
@@ -45,13 +45,13 @@ bool findQuery(CCall& call, CServiceState& state) {
     CKzUser_ApplicationService application;
     kzTakeService(application);
     CKzLoc_Unknown service;
-    if (kzFailed(kzObtain(service,
-                          [&](IKzUnknown** found) { return application.ServiceByName(state.name.c_str(), found); }))) {
+    if (kzFailed(kzObtain(
+            service, [&](IKzUnknown** object) { return application.ServiceByName(state.name.c_str(), object); }))) {
         call.fail(kzFormat("service '%s' not found.", state.name), PyExc_NameError);
         return false;
     }
     const CKzUser_ServiceExtension extension(service.raw());
-    if (kzSucceeded(kzObtain(state.query, [&](IKzUnknown** found) { return extension.ScriptQuery(found); })))
+    if (kzSucceeded(kzObtain(state.query, [&](IKzUnknown** object) { return extension.ScriptQuery(object); })))
         return true;
     state.query.clear();
     call.fail(kzFormat("service '%s' has no script interface.", state.name));
@@ -76,7 +76,7 @@ PyObject* serviceName(PyObject* self, PyObject* /*args*/) {
     return PyString_FromStringAndSize(state->name.data(), static_cast<Py_ssize_t>(state->name.size()));
 }
 
-// Runs a method on the state of an object that holds its query interface.
+// Runs a method on the object's state, if that has a query interface.
 template <class Body> PyObject* serviceCall(PyObject* self, Body&& body) noexcept {
     return kzCall("kz.Service", [&](CCall& call) -> PyObject* {
         const ServicePointer state = stateOf(self);
@@ -96,17 +96,17 @@ PyObject* serviceSelect(PyObject* self, PyObject* args) {
     });
 }
 
-// The answer to a query for one attribute; a failure code when any step fails.
+// Queries one attribute. Returns the code of the first step that fails.
 KzResult queryAttribute(const CKzUser_ScriptQuery& query, const char* attribute, CKzUser_ValueArray& values) {
     std::uint32_t index = 0;
     const char* type = nullptr;
     if (const KzResult code = query.Lookup(attribute, &index); kzFailed(code)) return code;
     if (const KzResult code = query.TypeName(index, &type); kzFailed(code)) return code;
-    const std::string typeName = type != nullptr ? type : "";
+    const std::string typeName(kzTextOf(type));
     CKzUser_CommandService commands;
     kzTakeService(commands);
     const KzResult code =
-        kzObtain(values, [&](IKzUnknown** found) { return commands.CreateQueryObject(typeName.c_str(), found); });
+        kzObtain(values, [&](IKzUnknown** object) { return commands.CreateQueryObject(typeName.c_str(), object); });
     return kzFailed(code) ? code : query.Query(index, values.raw());
 }
 
@@ -136,21 +136,9 @@ PyMethodDef methods[] = {
 
 KzUncopyable uncopyable("kz.Service(name) makes another one");
 
-PyTypeObject describe() {
-    PyTypeObject type{};
-    Py_REFCNT(&type) = 1;
-    type.tp_name = "kz.Service";
-    type.tp_basicsize = sizeof(ServiceObject);
-    type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
-    type.tp_doc = "Script query objects";
-    type.tp_methods = methods;
-    type.tp_base = &uncopyable.type;
-    type.tp_new = serviceNew;
-    type.tp_init = serviceInit;
-    type.tp_dealloc = serviceDealloc;
-    return type;
-}
-
 }  // namespace
 
-PyTypeObject kzServiceType = describe();
+PyTypeObject kzServiceType =
+    KzTypeRow{"kz.Service", "Script query objects", sizeof(ServiceObject), methods, uncopyable, serviceNew,
+              serviceInit,  serviceDealloc}
+        .type();

@@ -2,10 +2,10 @@
 #include "kzmod/storage_type.h"
 
 #include "kzmod/call.h"
+#include "kzmod/types.h"
 #include "module/checks.h"
 #include "wrap/storage_buffer.h"
 #include "wrap/storage_elements.h"
-#include "wrap/uncopyable.h"
 
 #include "kz/result.h"
 
@@ -20,7 +20,7 @@ constexpr const char* noSize = "Size must be larger than zero";
 constexpr const char* noMemory = "Allocation failied";  // spelled so: tools match the text
 constexpr const char* outOfBounds = "Out of bounds";
 
-// Every method begins as those of the wrapper types do.
+// Every method clears the quiet flag first, as those of the wrapper types do.
 template <class Body> PyObject* storageCall(PyObject* self, Body&& body) noexcept {
     kzSetQuiet(false);
     return kzCall("kz.Storage", [&](CCall& call) -> PyObject* { return body(call, kzStorageBuffer(self)); });
@@ -91,8 +91,8 @@ PyObject* storageSetSize(PyObject* self, PyObject* args) {
     });
 }
 
-// The sequence to read the items from: a storage gives a copy of its elements, because what is read must not change
-// while it is written to itself.
+// The sequence to read the items from. For a storage that is a copy of its elements, because it may be assigned to
+// itself.
 CPyRef itemsOf(PyObject* sequence) {
     if (!PyObject_TypeCheck(sequence, &kzStorageType)) return CPyRef(sequence);
     const CStorageBuffer& source = kzStorageBuffer(sequence);
@@ -100,27 +100,27 @@ CPyRef itemsOf(PyObject* sequence) {
     return CPyRef(source.type()->readRange(source, 0, source.size()), CPyRef::owned);
 }
 
-// Writes the items from element `start` on, resizing to what that takes; what is appended leaves room for more. A failure leaves the size as it was, and
-// the elements that were written before it.
+// Writes the items from element `start` on and resizes the buffer to fit; appending reserves room for more. A failure
+// restores the size but keeps the elements that were written before it.
 bool assign(CCall& call, CStorageBuffer& buffer, PyObject* sequence, std::size_t start) {
     const CPyRef items = itemsOf(sequence);
     const auto count = static_cast<std::size_t>(kzNonNegative(PySequence_Size(items)));
     const std::size_t size = buffer.size();
     const std::size_t offset = buffer.offset();
-    // The length may have been told by Python code, which may have changed the buffer.
+    // PySequence_Size may have run Python code that changed the buffer.
     if (start > size) throw KZe_OUTOFBOUNDS;
     if (!resize(call, buffer, start + count, start == size)) return false;
     const StorageType* type = buffer.type();
     const KzResult code = type->fill(buffer, items, start, count);
     if (kzFailed(code)) {
-        // Unless Python code has meanwhile made something else of the buffer.
+        // Nothing is restored if Python code has changed the type or size meanwhile.
         if (buffer.type() == type && buffer.size() == start + count) buffer.restore(size, offset);
         throw code;
     }
     return true;
 }
 
-// Whether the buffer may be assigned to and the object is something to assign.
+// Whether the buffer is writable and the object is a sequence.
 bool canAssign(CCall& call, const CStorageBuffer& buffer, PyObject* sequence) {
     if (!buffer.writable()) return call.fail("Storage buffer is not writable") != nullptr;
     return PySequence_Check(sequence) || call.fail("Expected a sequence") != nullptr;
@@ -178,7 +178,7 @@ PyObject* storageOffset(PyObject* self, PyObject* args) {
     return storageCall(self, [args](CCall& call, CStorageBuffer& buffer) -> PyObject* {
         int offset = -1;
         if (PyArg_ParseTuple(args, "|i", &offset) == 0) return kzParseFailed();
-        // Required: the size is answered, not the offset. Scripts find out with it how far the offset can go.
+        // Required behaviour: this returns the size rather than the offset, which tells scripts the largest offset.
         if (offset < 0) return PyInt_FromSize_t(buffer.size());
         if (!buffer.setOffset(static_cast<std::size_t>(offset))) return call.fail("Can't offset past end of buffer");
         Py_RETURN_NONE;
@@ -187,7 +187,7 @@ PyObject* storageOffset(PyObject* self, PyObject* args) {
 
 Py_ssize_t storageLength(PyObject* self) { return static_cast<Py_ssize_t>(kzStorageBuffer(self).size()); }
 
-// The element that an index names. False when there is none, and IndexError is noted then.
+// Finds the element at an index. False, with an IndexError noted, if there is none.
 bool findElement(CCall& call, const CStorageBuffer& buffer, Py_ssize_t index, std::size_t& element) {
     element = buffer.offset() + static_cast<std::size_t>(index);
     if (index >= 0 && static_cast<std::size_t>(index) < buffer.size() && element < buffer.size() &&
@@ -204,7 +204,7 @@ PyObject* storageItem(PyObject* self, Py_ssize_t index) {
     });
 }
 
-// Unlike whole assignment this asks nothing of the buffer: memory that the host has lent is edited in place.
+// Unlike whole assignment, this does not require a writable buffer: borrowed memory of the host is edited in place.
 int storageSetItem(PyObject* self, Py_ssize_t index, PyObject* value) {
     kzSetQuiet(false);
     return kzInitCall("kz.Storage", [=](CCall& call) {
@@ -230,22 +230,13 @@ PyMethodDef methods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-PySequenceMethods* describeSequence() {
-    static PySequenceMethods sequence{};
-    sequence.sq_length = storageLength;
-    sequence.sq_item = storageItem;
-    sequence.sq_ass_item = storageSetItem;
-    sequence.sq_inplace_concat = storageAppend;
-    return &sequence;
-}
-
-// Asked before the sequence's slots, for which the interpreter adds the length to a negative index.
+// Subscripts go through the mapping slots, because the interpreter adds the length to a negative index of a sequence.
 bool indexOf(PyObject* key, Py_ssize_t& index) {
     if (PyIndex_Check(key) == 0) {
         PyErr_Format(PyExc_TypeError, "kz.Storage indices must be integers, not %.200s", Py_TYPE(key)->tp_name);
         return false;
     }
-    index = PyNumber_AsSsize_t(key, nullptr);  // clipped where it is too large, and out of bounds then
+    index = PyNumber_AsSsize_t(key, nullptr);  // clipped if it is too large, which is out of bounds as well
     return index != -1 || PyErr_Occurred() == nullptr;
 }
 
@@ -259,35 +250,35 @@ int storageSetSubscript(PyObject* self, PyObject* key, PyObject* value) {
     return indexOf(key, index) ? storageSetItem(self, index, value) : -1;
 }
 
-PyMappingMethods* describeMapping() {
-    static PyMappingMethods mapping{storageLength, storageSubscript, storageSetSubscript};
-    return &mapping;
-}
+PySequenceMethods sequence{
+    .sq_length = storageLength,
+    .sq_concat = nullptr,
+    .sq_repeat = nullptr,
+    .sq_item = storageItem,
+    .sq_slice = nullptr,
+    .sq_ass_item = storageSetItem,
+    .sq_ass_slice = nullptr,
+    .sq_contains = nullptr,
+    .sq_inplace_concat = storageAppend,
+    .sq_inplace_repeat = nullptr,
+};
 
-KzUncopyable
-    uncopyable("another one is filled with its elements: copy = kz.Storage(type, size); copy.set(storage.get())");
+PyMappingMethods mapping{storageLength, storageSubscript, storageSetSubscript};
 
-PyTypeObject describe() {
-    PyTypeObject type{};
-    Py_REFCNT(&type) = 1;
-    type.tp_name = "kz.Storage";
-    type.tp_basicsize = sizeof(KzStorage);
-    type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
-    type.tp_doc = "Storage objects";
-    type.tp_as_sequence = describeSequence();
-    type.tp_as_mapping = describeMapping();
-    type.tp_base = &uncopyable.type;
-    type.tp_methods = methods;
-    type.tp_new = storageNew;
-    type.tp_init = storageInit;
-    type.tp_dealloc = storageDealloc;
+KzUncopyable uncopyable("to copy the elements: copy = kz.Storage(type, size); copy.set(storage.get())");
+
+PyTypeObject describe() noexcept {
+    PyTypeObject type = KzTypeRow{"kz.Storage", "Storage objects", sizeof(KzStorage), methods,
+                                  uncopyable,   storageNew,        storageInit,       storageDealloc}
+                            .type();
+    type.tp_as_sequence = &sequence;
+    type.tp_as_mapping = &mapping;
     return type;
 }
 
 }  // namespace
 
 PyTypeObject kzStorageType = describe();
-
 void kzReadyStorageType() {
     kzNonNegative(PyType_Ready(&kzStorageType));
     kzSetStorageType(kzStorageType);

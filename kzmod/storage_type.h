@@ -5,6 +5,6 @@
 
 extern PyTypeObject kzStorageType;
 
-// Readies the type and makes it known to argument marshalling, so that storage objects can be passed to the host. To be
-// called, once, before any submodule that uses the type is built. Throws FAILED.
+// Readies the type and registers it with the marshallers, so that storage objects can be passed to the host. Call it once,
+// before any submodule is built that uses the type. Throws FAILED.
 void kzReadyStorageType();

@@ -1,4 +1,4 @@
-// kz.queryToggle and kz.test: the state of commands that are on or off.
+// kz.queryToggle and kz.test, which query whether a toggle command is on.
 #include "kzmod/call.h"
 #include "kzmod/functions.h"
 
@@ -15,13 +15,13 @@ public:
         std::uint32_t flags = 0;
         std::int32_t index = -1;
         return kzSucceeded(kzObtain(
-            m_command, [&](IKzUnknown** found) { return m_service.SpawnFromString(text, &flags, &index, found); }));
+            m_command, [&](IKzUnknown** object) { return m_service.SpawnFromString(text, &flags, &index, object); }));
     }
 
-    bool ask() {
+    bool query() {
         CKzLoc_Unknown value;
-        return m_command && kzSucceeded(kzTakeOutput(value, [&](IKzUnknown** found) {
-                   return m_service.GetToggleArgState(m_command.raw(), &m_state, found);
+        return m_command && kzSucceeded(kzTakeOutput(value, [&](IKzUnknown** object) {
+                   return m_service.GetToggleArgState(m_command.raw(), &m_state, object);
                }));
     }
 
@@ -42,9 +42,9 @@ PyObject* kzQueryToggleFunction(PyObject* /*self*/, PyObject* args) {
             call.trace("Query failed: expected string argument");
             return kzParseFailed();
         }
-        // A command that cannot be asked is off: menus ask about commands that may not be there.
+        // A command that cannot be queried counts as off, because menus query commands that may not exist.
         CToggle toggle;
-        if (!toggle.spawn(text) || !toggle.ask()) {
+        if (!toggle.spawn(text) || !toggle.query()) {
             call.trace("failed: error querying the command");
             Py_RETURN_FALSE;
         }
@@ -59,7 +59,7 @@ PyObject* kzTestFunction(PyObject* /*self*/, PyObject* args) {
         if (PyArg_ParseTuple(args, "s", &text) == 0) return kzParseFailed();
         CToggle toggle;
         if (!toggle.spawn(text)) return call.fail("error in command string");
-        if (!toggle.ask()) return call.fail("could not query toggle argument");
+        if (!toggle.query()) return call.fail("could not query toggle argument");
         return PyBool_FromLong(toggle.isOn() ? 1 : 0);
     });
 }

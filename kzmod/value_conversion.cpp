@@ -1,4 +1,4 @@
-// The values that a query answers, as Python objects.
+// Converting the values of a query to Python objects.
 #include "kzmod/value_conversion.h"
 
 #include "kzmod/host_text.h"
@@ -9,13 +9,12 @@
 #include "kz/result.h"
 
 #include <cmath>
-#include <cstring>
 
 namespace {
 
 constexpr const char* arrayLabel = "value_array";
 
-// Not 180/pi to the last digit, and kept so: scripts compare angles with numbers that this very factor has made.
+// Deliberately not 180/pi to the last digit: scripts compare angles with numbers that this factor has produced.
 constexpr double degreesPerRadian = 57.295780490442965;
 
 PyObject* textObject(const std::string* text) {
@@ -23,7 +22,7 @@ PyObject* textObject(const std::string* text) {
     return PyString_FromStringAndSize(text->data(), static_cast<Py_ssize_t>(text->size()));
 }
 
-// A number in a trace line is the one character with that code: log readers were written for that.
+// A number is traced as the single character with that code, which existing log readers expect.
 std::string characterOf(std::int64_t code) { return {static_cast<char>(code & 0xFF)}; }
 
 std::int64_t truncated(double value) {
@@ -39,14 +38,14 @@ public:
         kzTakeService(m_service);
     }
 
-    // A new reference; null with an exception raised or noted.
+    // A new reference; null, with an exception pending or noted, after a failure.
     PyObject* read(std::uint32_t index) {
-        CPyRefNull made(readByType(index));
+        CPyRefNull element(readByType(index));
         if (kzFailed(m_code)) {
             m_call.traceAs("kz.eval", "internal error: could not get value");
             return m_call.raise(m_string.text());
         }
-        return made.get() != nullptr ? made.release() : m_call.keepPending();
+        return element.get() != nullptr ? element.release() : m_call.keepPending();
     }
 
 private:
@@ -98,7 +97,7 @@ private:
     double m_factor;
     const KzTextValueHint* m_hints;
     CKzUser_ValueService m_service;
-    CHostText m_string;  // of all string reads: what it holds is the error's text when a read fails
+    CHostText m_string;  // shared by all string reads: its content is the error's text if a read fails
     KzResult m_code = KZe_OK;
 };
 
@@ -119,7 +118,7 @@ PyObject* kzConvertValues(CCall& call, const CKzUser_ValueArray& values, const K
     if (kzFailed(values.Type(&type))) return call.failAs(arrayLabel, "internal: could not get value type");
     if (kzFailed(values.TypeName(&typeName)))
         return call.failAs(arrayLabel, "internal: could not get value type name.");
-    const bool isAngle = typeName != nullptr && std::strcmp(typeName, KZsTYPE_ANGLE) == 0;
+    const bool isAngle = kzTextOf(typeName) == KZsTYPE_ANGLE;
     const std::uint32_t count = values.Count();
     if (shape == KzShape::natural) shape = count < 2 ? KzShape::single : KzShape::tuple;
     if (shape == KzShape::single && count == 0) Py_RETURN_NONE;

@@ -1,9 +1,9 @@
-// How a failed step inside the module is signalled: a bare result code is thrown.
+// Checks for the steps of the module. A step that fails throws a bare result code.
 #pragma once
 
 #include "kz/base/codes.h"
 
-// The pointer, or the code is thrown when it is null: a Python object that could not be made, a service that is missing.
+// Returns the pointer, or throws the code if it is null: a Python call failed, or the host lacks a service.
 template <class T> T* kzNonNull(T* pointer, KzResult code = kzFailedCode) {
     if (pointer == nullptr) throw code;
     return pointer;
@@ -13,13 +13,13 @@ inline void kzTrue(bool condition, KzResult code = kzFailedCode) {
     if (!condition) throw code;
 }
 
-// For Python calls that answer -1 on failure.
+// For Python calls that return -1 on failure.
 template <class Integer> Integer kzNonNegative(Integer value, KzResult code = kzFailedCode) {
     if (value < 0) throw code;
     return value;
 }
 
-// For host calls: a failure code is thrown as it is.
+// For host calls: throws the call's own code if it is a failure.
 inline KzResult kzSucceed(KzResult code) {
     if (kzFailed(code)) throw code;
     return code;

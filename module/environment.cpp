@@ -1,4 +1,4 @@
-// The user's environment variables for the interpreter.
+// Reading the user's PYTHON... environment variables.
 #include "module/environment.h"
 
 #include "module/checks.h"
@@ -38,7 +38,7 @@ void tell(const std::string& variable, const std::string& value, const std::stri
     kzWrite((variable + ": \"" + value + "\" " + why).c_str(), KZe_WARNING);
 }
 
-// As the interpreter reads it; it ends the process where this is false.
+// The interpreter's own test, which ends the process if it fails.
 bool isHashSeed(const std::string& text) {
     if (text.empty() || text == "random") return true;
     char* end = nullptr;
@@ -47,7 +47,7 @@ bool isHashSeed(const std::string& text) {
     return *end == '\0' && seed <= UINT_MAX && errno == 0;
 }
 
-// Without the environment the interpreter does not see its switches either.
+// The switches that the interpreter does not see when it ignores the environment.
 void readSwitches() {
     const std::pair<const char*, int*> switches[] = {
         {"PYTHONDEBUG", &Py_DebugFlag},
@@ -71,7 +71,7 @@ std::vector<std::string> foldersOf(const std::string& path) {
     return folders;
 }
 
-// The interpreter's own folders, to which nothing needs to be said when PYTHONPATH has them too.
+// Whether the folder is on sys.path already, as the interpreter's own folders are. PYTHONPATH may name those as well.
 bool isOwnFolder(PyObject* path, const std::string& folder) {
     char* real = realpath(folder.c_str(), nullptr);
     if (real == nullptr) return false;
@@ -86,7 +86,7 @@ bool isOwnFolder(PyObject* path, const std::string& folder) {
     return found;
 }
 
-// Where on sys.path a folder of PYTHONPATH goes.
+// Where a folder of PYTHONPATH goes on sys.path.
 enum class Place { front, back, nowhere };
 
 Place placeOf(PyObject* path, const std::string& folder) {
@@ -117,7 +117,7 @@ std::string kzHomeOfEnvironment() {
 void kzInitialiseInEnvironment() {
     const int ignored = Py_IgnoreEnvironmentFlag;
     Py_IgnoreEnvironmentFlag = 1;
-    Py_GetPath();  // noted for good: no PYTHONPATH in it
+    Py_GetPath();  // computes the path, without PYTHONPATH, and caches it for good
     Py_IgnoreEnvironmentFlag = ignored;
     if (const std::string seed = valueOf("PYTHONHASHSEED"); ignored == 0 && !isHashSeed(seed)) {
         tell("PYTHONHASHSEED", seed, R"(is left out: it is neither "random" nor a number from 0 to 4294967295)");

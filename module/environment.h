@@ -1,20 +1,20 @@
-// The user's PYTHON... environment variables: what they say, without what the interpreter would die of.
+// The user's PYTHON... environment variables, without the values that would make the interpreter end the process.
 #pragma once
 
 #include <string>
 
-// Some values make the interpreter end the process while it starts: a hash seed that is no number, or an import path with
-// another Python's library, which it would read its own codecs from. In a host that is everybody's process. So the
-// interpreter starts without looking at these variables; what is sound in them is then put into effect here, and what is
-// not is left out, with a line in the log that names the variable. The environment itself is never changed: other
-// threads may be reading it.
+// Some values make the interpreter end the process during its start: a hash seed that is not a number, or an import path
+// that contains the library of another Python, from which it would load its codecs. In a host, that would end everybody's
+// work. So the interpreter starts with these variables ignored. Afterwards the functions below put the valid values into
+// effect, and write a line to the log for each one that they leave out. They never change the environment itself, because
+// other threads may be reading it.
 
-// Whether the folder has the library of this version of Python.
+// Whether the folder contains the library of this version of Python.
 bool kzIsHome(const std::string& folder);
-// PYTHONHOME; empty when it is not set or holds no such library.
+// PYTHONHOME; empty if it is not set or contains no such library.
 std::string kzHomeOfEnvironment();
 
-// Starts the interpreter, without its own signal handlers. Home and program name have been set.
+// Starts the interpreter, without its own signal handlers. Its home and program name must have been set.
 void kzInitialiseInEnvironment();
-// Puts the folders of PYTHONPATH in front of sys.path, in their order.
+// Inserts the folders of PYTHONPATH at the front of sys.path, in their order.
 void kzAddEnvironmentPath();

@@ -4,8 +4,6 @@
 #include "module/checks.h"
 #include "module/output.h"
 
-#include "kz/base/boundary.h"
-
 #include <frameobject.h>
 
 #include <algorithm>
@@ -31,11 +29,20 @@ KzException KzException::fetchOrHandled() {
     return fetch();
 }
 
+void KzException::restore() noexcept { PyErr_Restore(type.release(), value.release(), traceback.release()); }
+
+std::string KzException::summary() const {
+    std::string text = kzExceptionName(type, value);
+    if (hasValue())
+        if (const auto detail = kzReadableText(value); detail && !detail->empty()) text += ": " + *detail;
+    return text;
+}
+
 std::string kzStringOf(PyObject* object) {
     CPyRefNull text(PyObject_Str(object));
     if (text.get() == nullptr && PyErr_ExceptionMatches(PyExc_UnicodeEncodeError) != 0) {
         PyErr_Clear();
-        // A unicode text outside ASCII has no str() form, but its meaning must not be lost on the way to the log.
+        // str() fails for unicode text outside ASCII, but such a text must not be lost on its way to the log.
         const CPyRefNull wide(PyObject_Unicode(object));
         if (wide.get() != nullptr) text.adopt(PyUnicode_AsUTF8String(wide));
     }
@@ -69,7 +76,7 @@ struct Frame {
     int line;
 };
 
-// Innermost first; the traceback itself runs from the outermost frame inward.
+// Innermost first, while the traceback itself starts at the outermost frame.
 std::vector<Frame> framesOf(PyObject* traceback) {
     std::vector<Frame> frames;
     for (auto* entry = reinterpret_cast<PyTracebackObject*>(traceback); entry != nullptr; entry = entry->tb_next) {
@@ -80,7 +87,11 @@ std::vector<Frame> framesOf(PyObject* traceback) {
     return frames;
 }
 
-// `isReadable` becomes false when the value has no text.
+bool isExit(const KzException& exception) {
+    return exception.type != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SystemExit) != 0;
+}
+
+// Sets `isReadable` to false if the value has no text.
 std::string headingOf(const KzException& exception, bool& isReadable) {
     PyObject* type = exception.type;
     PyObject* value = exception.value;
@@ -89,17 +100,13 @@ std::string headingOf(const KzException& exception, bool& isReadable) {
         if (value != nullptr) heading += std::string(" (") + Py_TYPE(value)->tp_name + ")";
         return heading;
     }
-    if (PyErr_GivenExceptionMatches(type, PyExc_SystemExit)) return "sys.exit() exception";
+    if (isExit(exception)) return "sys.exit() exception";
     std::string heading = "Unhandled exception";
     if (const std::string name = kzExceptionName(type, value); !name.empty()) heading += " \"" + name + "\"";
-    if (value == nullptr || value == Py_None) return heading;
+    if (!exception.hasValue()) return heading;
     const std::optional<std::string> text = kzReadableText(value);
     isReadable = text.has_value();
     return text && !text->empty() ? heading + "; " + *text : heading;
-}
-
-bool isExit(const KzException& exception) {
-    return exception.type != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SystemExit);
 }
 
 }  // namespace
@@ -117,7 +124,7 @@ std::string kzTracebackText(PyObject* traceback, const char* separator) {
 void kzReportException(const KzException& exception) {
     bool isReadable = true;
     const std::string heading = kzVisible(headingOf(exception, isReadable));
-    // The exit code of a script says the rest; leaving is no failure of the module.
+    // Leaving by sys.exit() is no failure of the module, and the script's exit code says the rest.
     kzWriteFrom(kzFromReport, heading.c_str(), isExit(exception) ? 1U : kzFailedCode);
     for (const Frame& frame : framesOf(exception.traceback))
         kzWriteFrom(kzFromReport, (" .. " + frame.file + ": " + std::to_string(frame.line)).c_str(), 1);
@@ -125,11 +132,9 @@ void kzReportException(const KzException& exception) {
 }
 
 void kzTellException(const char* heading) noexcept {
-    kzValueBoundary([heading] { kzPrintException(heading); });
-}
-
-void kzPrintException(const char* heading) {
-    const KzException exception = KzException::fetch();
-    if (heading != nullptr) kzWrite(heading, 2);
-    kzReportException(exception);
+    kzValueBoundary([heading] {
+        const KzException exception = KzException::fetch();
+        if (heading != nullptr) kzWrite(heading, 2);
+        kzReportException(exception);
+    });
 }

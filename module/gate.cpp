@@ -1,4 +1,4 @@
-// The gate in front of Python.
+// The count of the threads inside, and a fixed table that says who they are.
 #include "module/gate.h"
 
 #include "kz/base/forever.h"
@@ -16,8 +16,8 @@ namespace {
 std::atomic<bool> theGateClosed{false};
 std::atomic<std::uint32_t> theInside{0};
 
-// One thread inside. Places are claimed by whoever comes and belong to nobody afterwards, so a thread that ends leaves
-// nothing behind. When all are taken, the others are only counted.
+// One thread inside. An entering thread claims a free entry and frees it when it leaves, so nothing remains of a thread
+// that has ended. Threads for which there is no entry left are only counted.
 struct Visit {
     std::atomic<pid_t> thread{0};
     std::atomic<const char*> what{nullptr};
@@ -42,14 +42,14 @@ Visit* claim(Visitor& visitor) noexcept {
     return nullptr;
 }
 
-// The system's name for a thread; empty when it has ended meanwhile.
+// The system's name for a thread; empty if it has ended meanwhile.
 void readName(pid_t thread, char (&name)[32]) noexcept {
     char path[64];
     std::snprintf(path, sizeof path, "/proc/self/task/%d/comm", thread);
     const int file = open(path, O_RDONLY | O_CLOEXEC);
     const ssize_t length = file >= 0 ? read(file, name, sizeof name - 1) : 0;
     if (file >= 0) ::close(file);
-    name[length > 0 ? length - 1 : 0] = '\0';  // without its line feed
+    name[length > 0 ? length - 1 : 0] = '\0';  // drops the line feed
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Who holds the interpreter lock.
+// Whether the calling thread holds the interpreter lock.
 #include "module/lock_state.h"
 
 KZ_THREAD_LOCAL thread_local PyThreadState* CLockState::t_own = nullptr;
@@ -6,7 +6,7 @@ std::atomic<bool> CLockState::s_isOurs{false};
 
 namespace {
 
-bool isCurrent(PyThreadState* thread) noexcept { return thread != nullptr && thread == _PyThreadState_Current; }
+bool isCurrent(PyThreadState* state) noexcept { return state != nullptr && state == _PyThreadState_Current; }
 
 }  // namespace
 

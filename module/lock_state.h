@@ -1,4 +1,5 @@
-// Who holds the interpreter lock. Knows nothing of how it is taken, so that everybody may ask.
+// Whether the calling thread holds the interpreter lock. This is separate from the guard that takes it, so that lower
+// parts can ask without depending on the guard.
 #pragma once
 
 #include "module/python.h"
@@ -9,14 +10,14 @@
 
 class CLockState {
 public:
-    // Whether the calling thread holds the lock of the interpreter that this module started.
+    // Whether the calling thread holds the lock of the interpreter that this module has started.
     static bool isHeld() noexcept;
-    // Python may be somebody else's in this process, before this module has started it or after it has ended it.
+    // False before this module has started Python and after it has ended it: an interpreter that runs then is not ours.
     static bool isOurs() noexcept { return s_isOurs.load(std::memory_order_relaxed); }
     static void setOurs(bool isOurs) noexcept { s_isOurs = isOurs; }
 
 protected:
-    // This thread's state, where it is one that lives as long as the process: made for it, or the main thread's.
+    // The thread's state, if it is one that is never deleted: made by this module, or the main thread's. Null otherwise.
     KZ_THREAD_LOCAL static thread_local PyThreadState* t_own;
 
 private:

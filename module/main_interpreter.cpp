@@ -11,6 +11,7 @@
 #include "module/thread_states.h"
 
 #include "kz/base/global_cache.h"
+#include "kz/base/text.h"
 #include "kz/result.h"
 
 #include <cstdlib>
@@ -42,7 +43,7 @@ void addToPath(const std::string& folder, int (*add)(PyObject* list, PyObject* i
 }
 
 void runSource(const char* source) {
-    // Not PyRun_SimpleString: that would print, and end the process on SystemExit.
+    // PyRun_SimpleString would print an exception, and end the process on SystemExit.
     PyObject* main = kzNonNull(PyImport_AddModule("__main__"));
     PyObject* names = PyModule_GetDict(main);
     const CPyRefNull result(PyRun_String(source, Py_file_input, names, names));
@@ -57,12 +58,12 @@ PyObject* runExitFunction(PyObject* holder, PyObject* /*args*/) {
 
 PyMethodDef exitFunction = {"exitfunc", runExitFunction, METH_NOARGS, nullptr};
 
-// What site is given in the place of its makepath: "" stands for no folder then, not for the current one.
+// Replaces site.makepath, so that "" means no folder instead of the current one.
 PyObject* noFolder(PyObject* /*self*/, PyObject* /*paths*/) { return Py_BuildValue("ss", "", ""); }
 
 PyMethodDef noFolderFunction = {"makepath", noFolder, METH_VARARGS, nullptr};
 
-// Sets an attribute of a module for as long as the scope lives, if the module has it.
+// RAII guard that replaces an attribute of a module, if the module has it.
 class CReplacedAttribute {
 public:
     CReplacedAttribute(PyObject* module, const char* name, PyObject* value)
@@ -83,8 +84,8 @@ private:
     CPyRefNull m_old;
 };
 
-// The path of the user's scripts goes to site whether it was resolved or not. Site takes the empty path for the current
-// folder, whose path files it would run; whoever starts the host there has not asked for that.
+// The folder of the user's scripts is passed to site even if it could not be resolved and is empty. Site would take the
+// empty path for the current folder and run the path files in it, which nobody has asked for.
 void addSiteFolder(PyObject* site, PyObject* path) {
     std::optional<CReplacedAttribute> replaced;
     if (PyString_GET_SIZE(path) == 0)
@@ -94,29 +95,16 @@ void addSiteFolder(PyObject* site, PyObject* path) {
 }
 
 MainInterpreter* theProgram = nullptr;
-void (*theFirstModule)() = nullptr;  // as the interpreter initialises it
+void (*theFirstModule)() = nullptr;  // the initialiser that zipimport had before
 
 }  // namespace
 
-KzResult kzLocalPath(IKzFileService& files, const char* alias, std::string& path) {
-    constexpr std::uint32_t firstSize = 512;
-    constexpr std::uint32_t lastSize = 1U << 24;  // a service that never has enough must not take all memory
-    KzResult code = KZe_SHORTBUFFER;
-    for (std::uint32_t size = firstSize; code == KZe_SHORTBUFFER && size <= lastSize; size *= 2) {
-        path.assign(size, '\0');
-        code = files.ToLocalAlias(alias, path.data(), size);
-    }
-    if (kzFailed(code)) path.clear();
-    else path.resize(std::strlen(path.c_str()));
-    return code;
-}
-
 void CMonitorRecord::release() noexcept {
-    // The host may run Python code, which may let go of this record: only what is held here is used after the call.
-    const CKzLoc_Unknown held(monitor.raw());
+    // The host may run Python code that destroys this record, so after the call only local references are used.
+    const CKzLoc_Unknown released(monitor.raw());
     const CKzLoc_Unknown service(dialogs.raw());
     monitor.clear();
-    if (held && service) static_cast<IKzStdDialogService*>(service.raw())->MonitorReleaseObj(held.raw());
+    if (released && service) static_cast<IKzStdDialogService*>(service.raw())->MonitorReleaseObj(released.raw());
 }
 
 void CMonitorLink::join(CMonitorLink& ring) noexcept {
@@ -132,7 +120,7 @@ void CMonitorLink::leave() noexcept {
 }
 
 void MainInterpreter::releaseMonitors() noexcept {
-    // Not a walk round the ring: a monitor that goes takes its record out of it, at any time.
+    // The ring is not iterated, because any record may leave it while another is being released.
     while (!monitors.isAlone()) {
         auto* record = static_cast<CMonitorRecord*>(monitors.next());
         record->leave();
@@ -141,8 +129,11 @@ void MainInterpreter::releaseMonitors() noexcept {
 }
 
 bool MainInterpreter::resolve(const char* alias, std::string& path) {
-    // An empty path is none: the interpreter would take it for the current folder.
-    return kzSucceeded(kzLocalPath(*kzNonNull(m_files.ptr()), alias, path)) && !path.empty();
+    IKzFileService* files = kzNonNull(m_files.ptr());
+    // An empty path does not count, because the interpreter would take it for the current folder.
+    return kzSucceeded(kzReadText(
+               path, [&](char* buffer, std::uint32_t length) { return files->ToLocalAlias(alias, buffer, length); })) &&
+           !path.empty();
 }
 
 void MainInterpreter::prependIfResolved(const char* alias) {
@@ -175,7 +166,7 @@ void MainInterpreter::start(KzProgress& progress, const std::function<void()>& i
     importWidgets();
     progress = "creating main dictionaries";
     takeMainDictionaries();
-    PyErr_Clear();  // a missing widget bridge left one; nothing may run with it pending
+    PyErr_Clear();  // left by a missing widget bridge; no other code may run with it pending
     PyEval_ReleaseThread(m_mainThread);
 }
 
@@ -187,16 +178,16 @@ int MainInterpreter::runProgram(const std::vector<std::string>& words, void (*im
     kzExposeInterpreterSymbols();
     kzTrue(PyImport_AppendInittab(kzText("kz"), importKz) == 0, KZe_OUTOFMEMORY);
     theProgram = this;
-    // The first module that every start imports, with sys.path in place and before anything is looked for there.
+    // Every start imports zipimport first, when sys.path is set up and nothing has been searched for in it yet.
     for (struct _inittab* row = PyImport_Inittab; row->name != nullptr; ++row)
         if (std::strcmp(row->name, "zipimport") == 0)
             theFirstModule = std::exchange(row->initfunc, [] {
                 theFirstModule();
                 if (PyErr_Occurred() != nullptr) return;
                 kzValueBoundary([] { theProgram->extendProgramPath(); });
-                PyErr_Clear();  // the interpreter is a good one without these folders
+                PyErr_Clear();  // the interpreter works without these folders, too
             });
-    std::vector<std::string> texts = words;  // which the interpreter keeps pointers to
+    std::vector<std::string> texts = words;  // the interpreter keeps pointers to them
     std::vector<char*> arguments;
     for (std::string& text : texts) arguments.push_back(text.data());
     arguments.push_back(nullptr);
@@ -206,7 +197,7 @@ int MainInterpreter::runProgram(const std::vector<std::string>& words, void (*im
 void MainInterpreter::adopt(KzProgress& progress, const std::function<void()>& importSupport) {
     PyEval_InitThreads();
     CLockState::setOurs(true);
-    // The first state that was made, whatever thread this is.
+    // The last state of the list is the first that was created; the current thread may be another one.
     for (PyThreadState* each = PyInterpreterState_ThreadHead(PyThreadState_Get()->interp); each != nullptr;
          each = PyThreadState_Next(each))
         m_mainThread = each;
@@ -215,25 +206,25 @@ void MainInterpreter::adopt(KzProgress& progress, const std::function<void()>& i
     progress = "importing kzu";
     importSupport();
     progress = "creating main dictionaries";
-    // Scripts and console lines that the program has the host run start from names of their own.
+    // Scripts and console lines that the host runs for the program do not share the names of its __main__.
     globals = CPyRef(Py_BuildValue("{sssOsO}", "__name__", "__main__", "__doc__", Py_None, "kz",
                                    kzNonNull(PyImport_AddModule("kz"))),
                      CPyRef::owned);
     kzNonNegative(PyDict_SetItemString(globals, "__builtins__", kzNonNull(PyImport_AddModule("__builtin__"))));
     locals = globals;
     argument = CPyRef(PyString_FromString(""), CPyRef::owned);
-    PyObject* words = PySys_GetObject(kzText("argv"));  // none yet where site imports kz
+    PyObject* words = PySys_GetObject(kzText("argv"));  // null while site imports kz
     const CPyRef rest(words != nullptr ? PySequence_GetSlice(words, 1, PY_SSIZE_T_MAX) : PyTuple_New(0), CPyRef::owned);
     arguments = CPyRef(PySequence_Tuple(rest), CPyRef::owned);
 }
 
 void MainInterpreter::letGo() noexcept {
-    for (CPyRef* held : {&globals, &locals, &argument, &arguments}) *held = CPyRef();
+    for (CPyRef* reference : {&globals, &locals, &argument, &arguments}) *reference = CPyRef();
     releaseMonitors();
 }
 
-// Python's own folder where the kit's library is only a link into it, so that what a program asks of its interpreter
-// (headers, packages, the prefix) is answered as there. A home that the environment names is left to the interpreter.
+// If the kit's library is only a link into a Python installation, that installation is the home, so that the program sees
+// its headers, packages and prefix. A home that the environment names is left to the interpreter.
 void MainInterpreter::setProgramHome() {
     if (!kzHomeOfEnvironment().empty() || !resolve(kitHome, m_home)) return;
     constexpr std::string_view library = "/lib/python2.7";
@@ -244,7 +235,7 @@ void MainInterpreter::setProgramHome() {
     Py_SetPythonHome(m_home.data());
 }
 
-// The host's import paths come as those of PYTHONPATH do; our own packages after everything that Python has.
+// The host's import paths come first, like those of PYTHONPATH; our own packages come after everything of Python's.
 void MainInterpreter::extendProgramPath() {
     prependImportPaths();
     std::string path;
@@ -275,8 +266,8 @@ void MainInterpreter::initialise() {
     kzInitialiseInEnvironment();
     m_mainThread = PyThreadState_Get();
     CLockState::setOurs(true);
-    // Signals note which thread is the main one when they are first imported: let it be this one. What runs at exit is
-    // set up now, so that it can be guarded in the end whoever registers something.
+    // signal takes the thread that imports it first for the main one, so this one does. atexit is imported so that its
+    // exit function is in place and can be guarded at the end, whoever registers with it.
     for (const char* name : {"signal", "atexit"}) {
         const CPyRefNull early(PyImport_ImportModule(name));
         if (early.get() == nullptr) PyErr_Clear();
@@ -287,9 +278,10 @@ void MainInterpreter::initialise() {
     prepareEnd();
 }
 
-// The module threading takes the thread that first imports it for the main one. It is too slow to import for scripts that
-// do not use it, so it is imported when another thread first enters, and told then which thread is the main one. Whoever
-// is importing something may be waiting for this thread: then the next one that enters tries again.
+// threading takes the thread that imports it first for the main one. Its import is too slow for scripts that do not use
+// it, so it is delayed until another thread first enters, and threading is then told which thread is the main one. The
+// import must not block, because the thread that holds the import lock may be waiting for this one; if it fails for that
+// reason, the next thread that enters tries again.
 void MainInterpreter::importThreading() noexcept {
     if (m_hasThreading) return;
     m_hasThreading = true;
@@ -314,8 +306,8 @@ void MainInterpreter::prepareEnd() {
     m_guardedFunction = kzNonNull(Py_BuildValue("[O]", Py_None));
     m_exitGuard = kzNonNull(PyCFunction_New(&exitFunction, m_guardedFunction));
     m_exitName = kzNonNull(PyString_InternFromString("exitfunc"));
-    // Finalisation lets go of the interpreter's empty frozenset when no thread state is left, and would need one if that
-    // were the last reference. So it never is.
+    // Finalisation releases the interpreter's empty frozenset when no thread state is left, but freeing it would need
+    // one. This reference, which is never released, keeps it alive.
     kzNonNull(PyObject_CallObject(reinterpret_cast<PyObject*>(&PyFrozenSet_Type), nullptr));
 }
 
@@ -394,16 +386,18 @@ PyThreadState* MainInterpreter::endingThread() const noexcept {
 }
 
 MainInterpreter::~MainInterpreter() {
-    // The references hold None, and no interpreter lock exists yet; or the interpreter is not ours to end.
-    if (m_mainThread == nullptr || m_isProgram) return;
+    if (m_mainThread == nullptr || m_isProgram) {
+        // The references still hold None and there is no interpreter lock yet, or the program ends its interpreter itself.
+        return;
+    }
     const CProcessStateKeeper keeper(m_hostSignals);
     PyThreadState* thread = endingThread();
     if (_PyThreadState_Current != thread) PyEval_AcquireThread(thread);
     letGo();
-    // Whatever is pending from a failed start must not reach the code that finalisation runs.
+    // An exception that a failed start left pending must not reach the code that finalisation runs.
     PyErr_Clear();
     guardExitFunction();
     Py_Finalize();
     CLockState::setOurs(false);
-    // The lock is not released: it went with the interpreter.
+    // The lock is not released, because it is gone with the interpreter.
 }

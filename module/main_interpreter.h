@@ -1,4 +1,4 @@
-// The started interpreter's record, and start-up itself.
+// The record of the started interpreter, and start-up itself. docs/architecture.md lists the steps of start-up and unload.
 #pragma once
 
 #include "module/process_state.h"
@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-// Names the start-up step under way: literals, so that a late caller may read it at any time.
+// The name of the current start-up step: always a literal, so that any thread may read it at any time.
 using KzProgress = std::atomic<const char*>;
 
-// A place in a ring. Whatever is linked takes itself out when it goes, and needs nothing but its neighbours for that:
+// A node of an intrusive ring. A node unlinks itself when it is destroyed and needs only its neighbours to do so, because
 // any thread may drop a kz.Monitor at any step of the interpreter's end.
 class CMonitorLink {
 public:
@@ -46,32 +46,32 @@ struct CMonitorRecord : CMonitorLink {
 class MainInterpreter {
 public:
     MainInterpreter() = default;
-    // Ends Python if it was started. The thread that destroys the record must not hold the interpreter lock.
+    // Finalises Python if it was started. The calling thread must not hold the interpreter lock.
     ~MainInterpreter();
     MainInterpreter(const MainInterpreter&) = delete;
     MainInterpreter& operator=(const MainInterpreter&) = delete;
 
-    // Starts Python. `progress` names the step under way; `importSupport` imports the SDK's support package when its turn
-    // has come. Throws the code of the step that failed.
+    // Starts Python. `progress` is set to the name of each step; `importSupport` imports the SDK's support package in its
+    // turn. Throws the code of the step that failed.
     void start(KzProgress& progress, const std::function<void()>& importSupport);
 
-    // Runs Python as a program with that command line, which imports kz when it wants to: `importKz` then sets it up by
-    // calling `adopt`. The exit status; the process may end inside.
+    // Runs Python as a program with that command line and returns its exit status, unless the process ends inside. When
+    // the program imports kz, `importKz` is called and sets it up through `adopt`.
     int runProgram(const std::vector<std::string>& words, void (*importKz)());
-    // Makes the running program's interpreter ours, as `start` does with one of its own. Throws as that.
+    // Sets up kz in the running program's interpreter, as `start` does in a new one. Throws the same codes.
     void adopt(KzProgress& progress, const std::function<void()>& importSupport);
-    // Called, with the lock, for a thread of the host that has not been in Python before.
+    // Called for each thread of the host that enters Python for the first time. Needs the interpreter lock.
     void importThreading() noexcept;
-    // Lets go of every Python object, since the interpreter ends. Needs its lock.
+    // Releases every Python object, before the interpreter ends. Needs the interpreter lock.
     void letGo() noexcept;
 
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
-    // The state under which the calling thread ends Python: its own, made if need be, which is the main thread's only on
-    // the thread that started Python. Under another's, whoever asks for this thread's state (PyGILState_Ensure, in the
-    // code of objects that go) would wait for the lock for ever. The interpreter's end deletes it with all the others.
+    // The state under which the calling thread ends Python: its own, created if necessary, so it is the main thread's
+    // only on the thread that started Python. Under another thread's state, code that calls PyGILState_Ensure, such as a
+    // destructor of an extension type, would deadlock. Finalisation deletes the state with all the others.
     PyThreadState* endingThread() const noexcept;
 
-    // The dictionaries of __main__, in which console lines run and from which every script takes a copy.
+    // The dictionaries of __main__. Console lines run in them, and every script runs in a copy.
     CPyRef globals;
     CPyRef locals;
     // The running script's argument string, and the tuple parsed from it.
@@ -107,17 +107,14 @@ private:
     CKzUser_FileService m_files;
     PyThreadState* m_mainThread = nullptr;
     bool m_hasThreading = false;
-    bool m_isProgram = false;  // the interpreter is started and ended by its own main program
-    // Made at the start, because the end must not need memory: the guard around sys.exitfunc, a list that will hold the
-    // function, and its name.
+    bool m_isProgram = false;  // the interpreter's own main program starts and ends it
+    // Created at start-up, because the end must not allocate memory: the guard around sys.exitfunc, a list to hold the
+    // guarded function, and its name.
     PyObject* m_exitGuard = nullptr;
     PyObject* m_guardedFunction = nullptr;
     PyObject* m_exitName = nullptr;
     KzSignalActions m_hostSignals{};  // as they were before Python started
-    // The interpreter keeps the pointers it was given, so these live until it has ended.
+    // The interpreter keeps pointers to these texts until it has ended.
     std::string m_home;
     std::string m_programName;
 };
-
-// Turns an aliased path into a local one. Any failure empties the path and is returned.
-KzResult kzLocalPath(IKzFileService& files, const char* alias, std::string& path);

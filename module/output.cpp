@@ -21,7 +21,7 @@ bool theTraceFlag = false;
 KzFlushHook theFlushHook = nullptr;
 bool theFlushing = false;
 
-// One sink being told something by this thread. The sink lives until then, even when it is popped meanwhile.
+// RAII guard for one call of a sink by this thread. It keeps the sink alive, which may be popped meanwhile.
 class Telling {
 public:
     explicit Telling(Sink sink) : m_sink(std::move(sink)), m_outer(std::exchange(t_innermost, this)) {}
@@ -29,12 +29,12 @@ public:
     Telling(const Telling&) = delete;
     Telling& operator=(const Telling&) = delete;
 
-    // How often this thread is telling the sink, or any sink at all.
+    // How many calls of the sink, or of any sink at all, this thread is inside.
     static int count(const COutput* sink = nullptr) noexcept {
-        int found = 0;
+        int calls = 0;
         for (const Telling* each = t_innermost; each != nullptr; each = each->m_outer)
-            if (sink == nullptr || each->m_sink.get() == sink) ++found;
-        return found;
+            if (sink == nullptr || each->m_sink.get() == sink) ++calls;
+        return calls;
     }
 
 private:
@@ -43,7 +43,7 @@ private:
     const Telling* m_outer;
 };
 
-// A sink may push others while it is told, which are told then, and so on: beyond this depth only the bottom is told.
+// A sink may push another one that pushes another one, and so on. Beyond this depth only the bottom sink is used.
 constexpr int mostNested = 8;
 
 void flushHeldText() noexcept {
@@ -61,8 +61,8 @@ std::deque<Sink>& stack() {
     return *theStack;
 }
 
-// Null where it keeps failing. It may be told once more while it is told: whoever listens to the log may write there,
-// and a host does not tell listeners of what they write themselves.
+// Null if it keeps failing. One nested call is allowed, because a log listener may write, and a host does not notify
+// listeners of what they write themselves.
 Sink bottom() {
     const Sink& root = stack().front();
     return Telling::count(root.get()) < 2 ? root : nullptr;
@@ -72,11 +72,11 @@ Sink nextToTell() {
     const std::deque<Sink>& sinks = stack();
     if (Telling::count() >= mostNested) return bottom();
     const auto isFree = [](const Sink& each) { return Telling::count(each.get()) == 0; };
-    const auto found = std::find_if(sinks.rbegin(), sinks.rend(), isFree);
-    return found != sinks.rend() ? *found : bottom();
+    const auto sink = std::find_if(sinks.rbegin(), sinks.rend(), isFree);
+    return sink != sinks.rend() ? *sink : bottom();
 }
 
-// Reporting must not fail what is being reported.
+// Whoever reports something must not fail because the report does.
 template <class Action> void tell(Sink (*choose)(), const char* text, Action&& action) noexcept {
     flushHeldText();
     try {
@@ -106,8 +106,8 @@ template <class Action> KzPassed pass(Action&& action) noexcept {
     return passed;
 }
 
-// For a thread without the interpreter lock, which must not touch the stack: a start that fails, an unload that gives up,
-// a console that is made when Python is gone.
+// For threads without the interpreter lock, which must not touch the stack: during a start that fails, an unload that
+// gives up, or when a console is created after Python has ended.
 void writeDirectly(const char* origin, const char* text, KzResult code) noexcept {
     kzValueBoundary([=] { CRootOutput().writeFrom(origin, text, code); });
 }
@@ -120,7 +120,7 @@ COutputScope::COutputScope(Sink sink) : m_sink(std::move(sink)) {
     theStack->push_back(m_sink);
 }
 
-// Not simply the top: where scripts run on several threads, another's sink may have come to stand on this one.
+// The sink is not always on top: scripts on several threads push and pop in any order.
 COutputScope::~COutputScope() {
     flushHeldText();
     const auto place = std::find(theStack->begin(), theStack->end(), m_sink);

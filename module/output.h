@@ -1,9 +1,10 @@
 // Output sinks: where everything that the module reports goes. The sinks form one process-wide stack, and its top
-// receives all text. Only a thread that holds the interpreter lock sees the stack; what another one writes goes
-// to the event log. Sinks know nothing of Python.
+// receives all text. Only a thread that holds the interpreter lock sees the stack; other threads write directly to the
+// event log. Sinks know nothing of Python.
 //
-// Telling a sink may run any code, Python's included, and that code may write in turn. While a thread is telling a sink,
-// what it writes goes to the topmost sink that it is not telling, so a sink that fails is never told of its own failure.
+// Writing to a sink is re-entrant: the sink may run any code, including Python code, and that code may write again. While
+// a thread is inside a sink, what it writes goes to the topmost sink that it is not inside of. So a sink that fails never
+// receives the report of its own failure.
 #pragma once
 
 #include "module/sink.h"
@@ -11,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-// Pushes a sink for as long as the scope lives. The scopes of one thread nest strictly. A thread that is telling the sink
-// when the scope ends keeps the sink alive until it is through.
+// RAII guard that pushes a sink. The scopes of one thread nest strictly. A thread that is inside the sink when the scope
+// ends keeps the sink alive until it returns.
 class COutputScope {
 public:
     explicit COutputScope(std::shared_ptr<COutput> sink);
@@ -24,37 +25,37 @@ private:
     std::shared_ptr<COutput> m_sink;
 };
 
-// Text to the topmost sink that this thread is not telling. A failure to write is nobody's failure: it never throws. Where
-// telling nests too deep, or the bottom sink itself keeps failing, the text goes to the process's standard error.
+// Writes a text to the topmost sink that this thread is not inside of. Best effort: a failure to write is dropped. When
+// the calls nest too deeply, or the bottom sink keeps failing, the text goes to the process's standard error.
 void kzWrite(const char* text, KzResult code) noexcept;
-// The same with who wrote it: one of the names in kz/base/text_output.h. What kzWrite writes is from the module.
+// Does the same for another author, one of the names in kz/base/text_output.h; the author of kzWrite is the module.
 void kzWriteFrom(const char* origin, const char* text, KzResult code) noexcept;
-// Text to the event log itself, whatever sink is on top.
+// Writes a text to the event log, whatever sink is on top.
 void kzLog(const char* text, KzResult code) noexcept;
-// A trace line, by the way of kzWrite, only while tracing is on.
+// Writes a trace line as kzWrite does, if tracing is on.
 void kzTrace(const char* name, const char* message, KzResult code) noexcept;
 
-// How the topmost sink took text as it was written.
+// How the topmost sink accepted a text that was passed to it unchanged.
 struct KzPassed {
-    bool isTaken = false;  // false where only whole lines can be told
+    bool isTaken = false;  // false if the sink accepts only whole lines
     KzResult code = 0;
-    int failure = 0;  // the system's number of why it could not be written
+    int failure = 0;  // the errno of a failed write
 };
-// Text of a script, without holding any of it back and without telling the lines in it. Needs the interpreter lock.
+// Passes a script's text to the topmost sink at once, without splitting it into lines. Needs the interpreter lock.
 KzPassed kzPass(const char* origin, std::string_view text, KzResult level) noexcept;
-// Has the host show what was passed so far.
+// Makes the host show everything that was passed so far.
 KzPassed kzPassOn(const char* origin) noexcept;
 
-// The text with its zero bytes written as \x00: one would end it for the host, and what follows would be lost.
+// The text with each NUL byte written as \x00. The host would take a NUL for the end and lose the rest.
 std::string kzVisible(std::string text);
 
 bool kzTracing() noexcept;
 void kzSetTracing(bool on) noexcept;
 
-// Called before the stack changes and before anything else is written, so that text still held back (an unfinished
-// line of Python's own output) keeps its place. Null when nobody holds text back.
+// A hook that is called before the stack changes and before anything else is written, so that buffered text (an
+// unfinished line of Python's own output) keeps its place. Null for none.
 using KzFlushHook = void (*)() noexcept;
 void kzSetFlushHook(KzFlushHook hook) noexcept;
 
-// Empties the stack and gives back the log service, at unload.
+// Empties the stack, and with it releases the log service, at unload.
 void kzReleaseOutput() noexcept;

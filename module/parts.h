@@ -1,5 +1,5 @@
-// What start-up is given by the parts that stand above it: the tables and builders of the kz module. One composition
-// root beside the entry point fills this in; start-up calls it without knowing the parts.
+// What the parts above contribute to start-up: the tables and builders of the kz module. The composition root beside the
+// entry point fills this in, and start-up uses it without depending on those parts.
 #pragma once
 
 #include "module/python.h"
@@ -16,9 +16,9 @@ struct KzModuleParts {
     std::span<const NamedType> types;               // readied before the module is made, then added to it
     void (*addSubmodules)(PyObject* kz) = nullptr;  // throws a KzResult
     void (*installStreams)() = nullptr;             // gives Python's own output to the sinks
-    void (*importWidgets)() = nullptr;              // the widget bridge; leaves an exception set when it is missing
-    void (*releaseServers)() = nullptr;             // drops what blessed servers hold of Python
-    void (*forgetPython)() = nullptr;               // after finalisation: drops every cached Python pointer unreleased
+    void (*importWidgets)() = nullptr;              // the widget bridge; leaves an exception pending if it is missing
+    void (*releaseServers)() = nullptr;             // releases the Python objects that blessed servers own
+    void (*forgetPython)() = nullptr;               // after finalisation: clears cached pointers without a release
 };
 
 void kzSetParts(const KzModuleParts& parts) noexcept;

@@ -1,15 +1,15 @@
-// The pending Python exception, put aside while code runs that must not see it.
+// RAII guard that sets the pending Python exception aside while code runs that must not see it.
 #pragma once
 
 #include "module/python.h"
 
-// Anything that may run Python code (a call to the host, letting go of a host object) needs this around it where an
-// exception may be pending: the next loop in that code would raise it. An exception that the code in the scope raises
-// gives way to the one put aside.
+// Anything that may run Python code, such as a call to the host or the release of a host object, needs this guard if an
+// exception may be pending: otherwise that code would seem to raise it. An exception that is raised inside the scope is
+// replaced by the one that was set aside.
 class CPendingException {
 public:
     CPendingException() noexcept {
-        // Asked inline: this stands on the way of every call that the host makes.
+        // Tested inline, because this is on the path of every call that the host makes.
         if (PyThreadState_GET()->curexc_type != nullptr) PyErr_Fetch(&m_type, &m_value, &m_traceback);
     }
     ~CPendingException() {

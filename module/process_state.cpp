@@ -1,4 +1,4 @@
-// Keeping the host's process as it was.
+// Saving and restoring the host's signal dispositions and locale.
 #include "module/process_state.h"
 
 #include "module/python.h"
@@ -39,8 +39,9 @@ CProcessStateKeeper::~CProcessStateKeeper() {
 }
 
 void kzExposeInterpreterSymbols() noexcept {
-    Dl_info found{};
-    if (dladdr(reinterpret_cast<const void*>(&Py_Initialize), &found) == 0 || found.dli_fname == nullptr) return;
-    // Never closed: extension modules stay loaded until the process ends.
-    dlopen(found.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
+    Dl_info interpreter{};
+    if (dladdr(reinterpret_cast<const void*>(&Py_Initialize), &interpreter) == 0 || interpreter.dli_fname == nullptr)
+        return;
+    // Never closed, because extension modules stay loaded until the process ends.
+    dlopen(interpreter.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
 }

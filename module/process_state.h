@@ -1,18 +1,18 @@
-// What the embedded interpreter would change in the host's process, kept as the host had it.
+// Keeps the state of the host's process that the embedded interpreter would change.
 #pragma once
 
 #include <array>
 #include <csignal>
 
-// What a process does about each signal, by signal number.
+// The disposition of each signal, by signal number.
 using KzSignalActions = std::array<struct sigaction, NSIG>;
 
-// Restores every signal's disposition and the locale when it goes out of scope. The interpreter takes and ignores
-// signals when it starts, when its signal module is first imported, and when it ends.
+// RAII guard that restores the disposition of every signal, and the locale. The interpreter handles or ignores signals
+// when it starts, when its signal module is first imported, and when it ends.
 class CProcessStateKeeper {
 public:
     CProcessStateKeeper() noexcept;
-    // For the interpreter's end: a signal that its own handler has by now goes back to what it was earlier.
+    // For the interpreter's end: signals that the interpreter's handler has by now are restored to the earlier state.
     explicit CProcessStateKeeper(const KzSignalActions& earlier) noexcept;
     ~CProcessStateKeeper();
     CProcessStateKeeper(const CProcessStateKeeper&) = delete;
@@ -22,9 +22,9 @@ public:
 
 private:
     KzSignalActions m_actions{};
-    char m_locale[1024] = "";  // empty when it has a longer name than any: then it stays as it is
+    char m_locale[1024] = "";  // empty if the name is too long; then the locale is not restored
 };
 
-// Makes the interpreter library's symbols visible to extension modules, which are loaded later and expect to find them
-// though the host loaded this module with its symbols hidden.
+// Makes the symbols of the interpreter's library visible to extension modules, which expect them although the host has
+// loaded this module with its symbols hidden.
 void kzExposeInterpreterSymbols() noexcept;

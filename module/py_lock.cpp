@@ -1,4 +1,4 @@
-// The interpreter-lock guard.
+// The guard's slow path: the outermost entry of a thread.
 #include "module/py_lock.h"
 
 #include "module/gate.h"
@@ -16,7 +16,7 @@ void (*CPyLock::s_leaveHook)() noexcept = nullptr;
 
 namespace {
 
-// Counts an entry at the gate, until `keep`.
+// RAII guard that passes the gate, and leaves it again unless `keep` is called.
 class CGatePass {
 public:
     explicit CGatePass(const char* what) {
@@ -36,7 +36,7 @@ private:
 }  // namespace
 
 void CPyLock::acquire(const char* what) {
-    // Before the gate: a thread inside Python may always come back in, even while the gate is closing.
+    // Tested before the gate: a thread inside Python may always re-enter, even while the gate is closing.
     if (isHeld()) {
         nest();
         return;
@@ -54,7 +54,7 @@ void CPyLock::acquire(const char* what) {
     pass.keep();
     m_thread = thread;
     if (known != nullptr) return;
-    PyThreadState_Clear(thread);  // of what it holds of a thread that had it before
+    PyThreadState_Clear(thread);  // drops what a previous owner has left in a recycled state
     PythonRuntime::running().importThreading();
 }
 

@@ -1,4 +1,4 @@
-// Owning references to Python objects. All of them need the interpreter lock for everything they do.
+// Owned references to Python objects. Every operation on them needs the interpreter lock.
 #pragma once
 
 #include "module/python.h"
@@ -7,7 +7,7 @@
 
 #include <utility>
 
-// Holds one reference or null.
+// Owns one reference, or is null.
 class CPyRef_Any {
 public:
     CPyRef_Any(const CPyRef_Any&) = delete;
@@ -16,12 +16,12 @@ public:
 
     PyObject* get() const noexcept { return m_object; }
     operator PyObject*() const noexcept { return m_object; }
-    // The reference passes to the caller. A CPyRef must not be used afterwards.
+    // Passes the reference to the caller. A CPyRef must not be used afterwards.
     PyObject* release() noexcept { return std::exchange(m_object, nullptr); }
 
 protected:
     explicit CPyRef_Any(PyObject* object) noexcept : m_object(object) {}
-    // The new object must already be owned; the old one is dropped last, because dropping may run code.
+    // Takes ownership of the new reference. The old one is dropped last, because that may run code.
     void replace(PyObject* owned) noexcept {
         PyObject* old = std::exchange(m_object, owned);
         Py_XDECREF(old);
@@ -30,7 +30,7 @@ protected:
     PyObject* m_object;
 };
 
-// Never null: empty, it holds None. A null pointer throws FAILED.
+// Never null: an empty one holds None. Throws FAILED for a null pointer.
 class CPyRef : public CPyRef_Any {
 public:
     enum Ownership : bool { borrowed = false, owned = true };
@@ -58,7 +58,7 @@ private:
     }
 };
 
-// May be null. Adopts the reference that a Python call returned.
+// May be null. Takes ownership of the reference that a Python call returned.
 class CPyRefNull : public CPyRef_Any {
 public:
     explicit CPyRefNull(PyObject* adopted = nullptr) noexcept : CPyRef_Any(adopted) {}

@@ -1,8 +1,8 @@
-// The interpreter's headers, included one way everywhere.
+// The interpreter's headers, included the same way everywhere.
 #pragma once
 
 #define PY_SSIZE_T_CLEAN
 #include <Python.h>
 
-// A static PyMethodDef or module entry wants char*, though nobody writes to it.
+// Several functions of the interpreter take char* without ever writing to the text.
 inline char* kzText(const char* text) noexcept { return const_cast<char*>(text); }

@@ -11,7 +11,7 @@ CRootOutput::CRootOutput() {
 }
 
 void kzMakeEntry(CKzLoc_Unknown& entry, IKzLogService* log, const char* origin, const char* text, KzResult code) {
-    kzObtain(entry, [&](IKzUnknown** found) { return log->CreateEntry(code, text, found); });
+    kzObtain(entry, [&](IKzUnknown** object) { return log->CreateEntry(code, text, object); });
     CKzLoc_LogEntry tagged;
     if (tagged.set(entry.raw())) tagged->SetInfo(kzOriginInfo, origin);
 }
@@ -19,7 +19,7 @@ void kzMakeEntry(CKzLoc_Unknown& entry, IKzLogService* log, const char* origin, 
 void CRootOutput::writeFrom(const char* origin, const char* text, KzResult code) {
     if (!m_service) return;
     if (!m_subsystem)
-        kzObtain(m_subsystem, [&](IKzUnknown** found) { return m_service->SubSystemLookup("python", found); });
+        kzObtain(m_subsystem, [&](IKzUnknown** object) { return m_service->SubSystemLookup("python", object); });
     CKzLoc_Unknown entry;
     kzMakeEntry(entry, m_service.ptr(), origin, text, code);
     if (m_subsystem && entry) m_subsystem->AddEntry(entry.raw());

@@ -1,4 +1,4 @@
-// The bottom of the output stack: writes into the host's event log.
+// The bottom of the output stack, which writes to the host's event log.
 #pragma once
 
 #include "module/sink.h"
@@ -8,10 +8,10 @@
 // A trace line in the host log's inline style markup.
 std::string kzTraceMarkup(const char* name, const char* message);
 
-// A new entry of the log that says who wrote it; empty when the log cannot make one.
+// Creates a log entry that names its author; `entry` stays empty if the log cannot create one.
 void kzMakeEntry(CKzLoc_Unknown& entry, IKzLogService* log, const char* origin, const char* text, KzResult code);
 
-// Entries of the log subsystem "python".
+// Writes entries of the log subsystem "python".
 class CRootOutput : public COutput {
 public:
     CRootOutput();
@@ -23,5 +23,5 @@ public:
 private:
     CKzUser_LogService m_service;
     CKzLoc_TextOutput m_stream;
-    CKzLoc_Log m_subsystem;  // looked up when something is first written
+    CKzLoc_Log m_subsystem;  // looked up on the first write
 };

@@ -1,4 +1,4 @@
-// The process-wide interpreter and the gate in front of it.
+// Starting and stopping the process-wide interpreter.
 #include "module/runtime.h"
 
 #include "module/checks.h"
@@ -22,13 +22,13 @@
 namespace {
 
 CKzForever<PythonRuntime> theOnlyRuntime;
-std::atomic<PythonRuntime*> theRuntime{nullptr};  // that one, from the first entry until Python has ended
-std::atomic<bool> theReady{false};                // started, servers imported: entries need not look further
+std::atomic<PythonRuntime*> theRuntime{nullptr};  // points to it from the first entry until Python has ended
+std::atomic<bool> theReady{false};                // started, and servers imported: the fast path of an entry
 std::atomic<pid_t> theProgram{0};                 // the process in which Python runs as a program of its own
 std::recursive_mutex theStartLock;
 KzModuleParts theParts;
 
-// Destroys what a failed start has built, whatever it failed with.
+// RAII guard that destroys the record of a start that fails, whatever it throws.
 class StartAttempt {
 public:
     explicit StartAttempt(std::unique_ptr<MainInterpreter>& record) : m_record(&record) {}
@@ -43,7 +43,7 @@ private:
     std::unique_ptr<MainInterpreter>* m_record;
 };
 
-// The turn to start Python, or to find it started. Throws NOTAVAILABLE when unload begins while another thread has it.
+// RAII guard for the start lock. Throws NOTAVAILABLE if unload begins while this thread waits.
 class CStartTurn {
 public:
     CStartTurn() {
@@ -108,7 +108,7 @@ MainInterpreter& PythonRuntime::running() {
 
 void PythonRuntime::ensureStarted(const char* what) {
     if (theReady) return;
-    // The host's first entries are not to race, but if they do, the later ones wait here.
+    // If several threads make the first entry at once, all but one wait here.
     const CStartTurn turn;
     if (theRuntime == nullptr) {
         if (theProgram != 0) throw KZe_NOTAVAILABLE;  // it has not imported kz, so there is nothing to enter for
@@ -125,14 +125,14 @@ void PythonRuntime::ensureStarted(const char* what) {
 PyObject* PythonRuntime::kzuObject() {
     if (m_kzuObject != nullptr) return m_kzuObject;
     if (m_state == started) {
-        const CPyRefNull imported(PyImport_ImportModule("kzu.object"));
-        if (imported.get() == nullptr) {
+        const CPyRefNull module(PyImport_ImportModule("kzu.object"));
+        if (module.get() == nullptr) {
             kzWrite("kzu.object failed to import", KZe_INFO);
             kzTellException();
         }
     }
     m_kzuObject = PyImport_AddModule("kzu.object");
-    Py_XINCREF(m_kzuObject);  // for the life of the interpreter: a script may take it from sys.modules
+    Py_XINCREF(m_kzuObject);  // kept until the interpreter ends: a script may remove it from sys.modules
     return m_kzuObject;
 }
 
@@ -166,7 +166,7 @@ int PythonRuntime::runProgram(const std::vector<std::string>& words) {
     });
 }
 
-// The program imports kz, with the interpreter lock held by whatever thread does so.
+// Runs when the program imports kz. The importing thread, which may be any thread, holds the interpreter lock.
 KzResult PythonRuntime::adopt() {
     const CStartTurn turn;
     kzTrue(m_interpreter != nullptr && m_state == notStarted, KZe_NOTAVAILABLE);
@@ -184,8 +184,8 @@ KzResult PythonRuntime::adopt() {
     return KZe_OK;
 }
 
-// The program has come to its end, and the interpreter is still whole. A child of the program's process has none of the
-// threads that may be inside.
+// Runs at the program's exit, while the interpreter is still intact. A forked child has none of the threads that may be
+// inside, so it does not wait for them.
 PyObject* PythonRuntime::endOfProgram(PyObject* /*self*/, PyObject* /*args*/) {
     CGate::close();
     if (theProgram == getpid()) {
@@ -199,7 +199,7 @@ PyObject* PythonRuntime::endOfProgram(PyObject* /*self*/, PyObject* /*args*/) {
     Py_RETURN_NONE;
 }
 
-// The interpreter is gone.
+// Runs when the program's interpreter has been finalised.
 void PythonRuntime::programEnded() {
     theReady = false;
     CLockState::setOurs(false);
@@ -207,7 +207,7 @@ void PythonRuntime::programEnded() {
     theOnlyRuntime->m_interpreter.reset();
 }
 
-// For the others to leave. False when they do not, or when it is this very thread that is inside.
+// Waits until all threads have left. False if they do not, or if the calling thread itself is inside.
 bool PythonRuntime::waitForOthers() noexcept { return !CGate::isInside() && !CLockState::isHeld() && waitUntilEmpty(); }
 
 bool PythonRuntime::waitUntilEmpty() noexcept {
@@ -223,7 +223,7 @@ bool PythonRuntime::stop() noexcept {
     CGate::close();
     PythonRuntime* runtime = theRuntime;
     if (!waitForOthers()) {
-        // Nothing is pulled away under whoever is inside, and no lock is waited for that they may hold.
+        // Nothing is destroyed while threads may use it, and no lock is taken that they may hold.
         if (runtime != nullptr) runtime->m_state = shutDown;
         tellWhoStays();
         return false;

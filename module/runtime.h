@@ -1,4 +1,5 @@
-// The process-wide interpreter: started on first use, stopped once, and closed to everybody afterwards.
+// The process-wide interpreter. The first entry starts it, unload stops it, and afterwards it never starts again, because
+// Python cannot be initialised twice in a process with extension modules loaded. A start that has failed is not retried.
 #pragma once
 
 #include "module/main_interpreter.h"
@@ -16,36 +17,36 @@ public:
     // The runtime of the process; null before the first entry and after unload.
     static PythonRuntime* current() noexcept;
 
-    // The started interpreter's record, starting it if nobody has; null after a failed start and after shut-down.
-    // Throws the failure code of the start that this call made.
+    // The record of the interpreter, which this call starts if necessary; null after a failed start and after shut-down.
+    // Throws the code of a start that fails in this very call.
     MainInterpreter* interpreter();
-    // The record that Python code runs in; throws NOTAVAILABLE when there is none.
+    // The record for code that already runs inside Python; throws NOTAVAILABLE if there is none.
     static MainInterpreter& running();
 
     State state() const noexcept { return m_state; }
-    // Names the start-up step under way, and after a failed start the one that failed. Empty otherwise.
+    // The name of the current start-up step, or of the one that failed. Empty otherwise.
     const char* progress() const noexcept { return m_progress; }
-    // What a failed start answered; 0 while nothing failed.
+    // The code of a failed start; 0 if none has failed.
     KzResult failure() const noexcept { return m_failure; }
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
 
-    // The SDK's support module; an empty module of that name when it cannot be imported. Borrowed.
+    // The module kzu.object, or an empty module of that name if it cannot be imported. A borrowed reference.
     PyObject* kzuObject();
-    // Its names; null when there is no such module. Borrowed.
+    // Its dictionary; null if there is no such module. A borrowed reference.
     PyObject* kzuObjectNames() { return m_kzuObjectNames != nullptr ? m_kzuObjectNames : findKzuObjectNames(); }
     // Runs "import kzserv\n" under the main thread state.
     void importServers();
 
-    // Runs Python as the program that a command line describes; its first word is the program's path. Answers the exit
-    // status, or ends the process. Python is the program's own until that imports kz, which is when it becomes ours.
-    // Throws NOTAVAILABLE when Python has been started, or when unload has begun.
+    // Runs Python as the program that a command line describes; the first word is the program's path. Returns the exit
+    // status, or ends the process. The interpreter is the program's own until the program imports kz, when it becomes ours.
+    // Throws NOTAVAILABLE if Python has been started or unload has begun.
     static int runProgram(const std::vector<std::string>& words);
 
-    // Creates the runtime and starts Python unless that has happened. Throws the start's failure code, now and on every
-    // later call; NOTAVAILABLE after shut-down. The calling thread has passed the gate, to do `what`.
+    // Starts Python unless that has happened. Throws the code of a failed start, now and on every later call, and
+    // NOTAVAILABLE after shut-down. The calling thread must have passed the gate, to do `what`.
     static void ensureStarted(const char* what);
-    // Stops Python for good: turns new entries away, waits for those inside, and finalises. False when somebody stayed
-    // inside: the log says who, and everything is left as it is. Needs no memory.
+    // Stops Python for good: closes the gate, waits for the threads inside, and finalises. If a thread stays inside, the
+    // log says which, everything is left as it is, and the result is false. Allocates no memory.
     static bool stop() noexcept;
 
 private:

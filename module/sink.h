@@ -1,4 +1,4 @@
-// What a destination of text is.
+// The interface of a destination for text.
 #pragma once
 
 #include "kz/base/object.h"
@@ -19,6 +19,6 @@ public:
     virtual IKzTextOutput* stream() { return nullptr; }
     // The sink's own log entry; null when it has none.
     virtual IKzLogEntry* entry() { return nullptr; }
-    // Told the sink below when pushed, and again when that one is withdrawn before it; null for the bottom one.
+    // Passes the sink below, when this one is pushed and again when the one below is removed first; null at the bottom.
     virtual void attach(std::shared_ptr<COutput> /*below*/) {}
 };

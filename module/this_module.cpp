@@ -69,14 +69,14 @@ CKzThisModule& CKzThisModule::instance() {
 
 IKzUnknown* CKzThisModule::create(std::span<const Registration> registrations) noexcept {
     if (m_state == shutDown) {
-        // The host hands over its log later than this, so there is no better place to say it.
+        // The host has not passed its log yet, so standard error is the best place.
         std::fputs("kzPython2: the module has been unloaded in this process, and Python cannot start twice in one\n",
                    stderr);
         return nullptr;
     }
     return kzValueBoundary([&]() -> IKzUnknown* {
         if (m_firstCall) {
-            m_servers.clear();  // what an earlier, failed attempt left
+            m_servers.clear();  // of what an earlier, failed attempt has left
             for (const Registration registration : registrations) registration(*this);
             runInitialisers();
             m_state = initialised;
@@ -122,5 +122,5 @@ void CKzThisModule::freeObject(void* /*object*/) noexcept {
     if (hasInstances() || m_state != initialised) return;
     const bool hasEnded = PythonRuntime::stop();
     m_state = shutDown;
-    if (hasEnded) destroyCache();  // otherwise whoever is still inside goes on using the host
+    if (hasEnded) destroyCache();  // otherwise the threads inside still use the host
 }

@@ -1,4 +1,4 @@
-// The module object: the table of built-in servers, and the host's way to list and create them.
+// The module object, through which the host lists and creates the built-in servers.
 #pragma once
 
 #include "kz/base/global_cache.h"
@@ -15,7 +15,7 @@ public:
     CServerTable(const CServerTable&) = delete;
     CServerTable& operator=(const CServerTable&) = delete;
 
-    // Throws OUTOFMEMORY, and empties the table, when an array cannot grow.
+    // If an array cannot grow, empties the table and throws OUTOFMEMORY.
     void add(const char* name, CKzGenericPolymorph* polymorph);
     void clear() noexcept { m_count = 0; }
 
@@ -23,10 +23,10 @@ public:
     std::uint32_t capacity() const noexcept { return m_capacity; }
     const char* name(std::uint32_t index) const noexcept { return m_names[index]; }
     CKzGenericPolymorph* polymorph(std::uint32_t index) const noexcept { return m_polymorphs[index]; }
-    // The identifier of the server's first interface; null when it has none.
+    // The GUID of the server's first interface; null if it has none.
     const KzGuid* classId(std::uint32_t index) const noexcept { return m_classIds[index]; }
 
-    // Stands in for realloc, so that a failure can be had on demand.
+    // Replaces realloc, so that tests can make it fail; null restores it.
     using Reallocate = void* (*)(void* memory, std::size_t size);
     static void setReallocate(Reallocate reallocate) noexcept;
 
@@ -52,11 +52,11 @@ public:
     CKzThisModule();
     static CKzThisModule& instance();
 
-    // The module's first interface, with a reference; null when initialisation failed. The first call registers the servers
-    // in the given order and runs the deferred initialisers.
+    // The module's first interface, with a reference; null if initialisation has failed. The first call registers the
+    // servers in the given order and runs the deferred initialisers.
     IKzUnknown* create(std::span<const Registration> registrations) noexcept;
 
-    // Throws OUTOFMEMORY. The name must live as long as the module.
+    // Throws OUTOFMEMORY. The name must outlive the module.
     void addServer(const char* name, CKzGenericPolymorph* polymorph);
 
     State lifeState() const noexcept { return m_state; }
@@ -66,8 +66,8 @@ public:
     KzResult tag_Describe(std::uint32_t index, KzTagRecord* record) override;
     KzResult need_SetContext(IKzUnknown* application) override;
 
-    // As its own polymorph: spawning hands out this very object, and when the host lets go of the last of them, the
-    // module shuts down.
+    // The module is its own polymorph: every instance stands for this object, and the module shuts down when the host has
+    // released the last of them.
     void* createObject() override { return this; }
     void freeObject(void* object) noexcept override;
 
@@ -75,5 +75,5 @@ private:
     CServerTable m_servers;
     State m_state = unloaded;
     bool m_firstCall = true;
-    bool m_isUnfit = false;  // for the host that came; no Python starts any more
+    bool m_isUnfit = false;  // for this host; Python never starts then
 };

@@ -1,4 +1,4 @@
-// Thread states for the threads that the host makes.
+// Recycling the Python states of the host's threads.
 #include "module/thread_states.h"
 
 #include "module/gate.h"
@@ -17,14 +17,14 @@
 namespace {
 
 constexpr int noKey = -1;
-std::atomic<int> theKey = noKey;  // what the interpreter's thread-local storage keeps the states under
-pthread_key_t theEndKey;          // with a destructor, which runs when a thread ends; there while the other is
+std::atomic<int> theKey = noKey;  // the key of the states in the interpreter's thread-local storage
+pthread_key_t theEndKey;          // its destructor runs when a thread ends; valid while theKey is set
 PyThreadState* theMain = nullptr;
 std::mutex theLock;
-std::size_t theMade = 0;
-CKzForever<std::vector<PyThreadState*>> theSpare;  // states of threads that are over
+std::size_t theStateCount = 0;                     // of all states that were created here
+CKzForever<std::vector<PyThreadState*>> theSpare;  // the states of threads that have ended
 
-void putAside(PyThreadState* state) noexcept {
+void recycle(PyThreadState* state) noexcept {
     const std::lock_guard lock(theLock);
     theSpare->push_back(state);
 }
@@ -33,7 +33,7 @@ void threadEnds(void* own) noexcept {
     if (!CGate::enter("the end of a thread")) return;
     PyThread_delete_key_value(theKey);
     PyThreadState* state = std::exchange(*static_cast<PyThreadState**>(own), nullptr);
-    if (state != theMain) putAside(state);
+    if (state != theMain) recycle(state);
     CGate::leave();
 }
 
@@ -48,18 +48,18 @@ PyThreadState* takeSpare() noexcept {
 PyThreadState* make() noexcept {
     try {
         const std::lock_guard lock(theLock);
-        theSpare->reserve(theMade + 1);  // here, for a thread that ends cannot say that memory is short
-        ++theMade;
+        theSpare->reserve(theStateCount + 1);  // now, because a thread that ends could not report the lack of memory
+        ++theStateCount;
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
-    // The interpreter would end the process if it could not note whose state this is, so that place is made first.
+    // PyThreadState_New would end the process if it could not store the state under the key, so a value is stored first.
     if (theKey == noKey) return PyThreadState_New(theMain->interp);
     if (PyThread_set_key_value(theKey, theMain) != 0) return nullptr;
     PyThreadState* state = PyThreadState_New(theMain->interp);
     PyThread_delete_key_value(theKey);
     if (state == nullptr || PyThread_set_key_value(theKey, state) == 0) return state;
-    return putAside(state), nullptr;
+    return recycle(state), nullptr;
 }
 
 }  // namespace
@@ -76,7 +76,7 @@ void CThreadStates::begin(PyThreadState* main) noexcept {
 PyThreadState* CThreadStates::take() noexcept {
     PyThreadState* state = takeSpare();
     if (state == nullptr) return make();
-    if (PyThread_set_key_value(theKey, state) != 0) return putAside(state), nullptr;
+    if (PyThread_set_key_value(theKey, state) != 0) return recycle(state), nullptr;
     state->thread_id = PyThread_get_thread_ident();
     return state;
 }

@@ -36,6 +36,18 @@ bool isIdle(const char* at) {
     return true;
 }
 
+// Runs a step that is not part of the script itself. If Python makes it fail, its code passes through as before, but the
+// host's message, which may be null, says why, and the exception is no longer pending.
+template <class Step> auto reporting(IKzMessage* message, Step&& step) {
+    try {
+        return step();
+    } catch (KzResult) {
+        kzValueBoundary([message] { kzReportToMessage(KzException::fetch(), message); });
+        PyErr_Clear();
+        throw;
+    }
+}
+
 }  // namespace
 
 CScriptOutput::CScriptOutput(std::string label) : m_label(std::move(label)) {
@@ -98,8 +110,10 @@ CInterpreterScript::~CInterpreterScript() {
 void CInterpreterScript::prepare(IKzMessage* message, const char* arguments) {
     m_message = message;
     const char* text = arguments != nullptr ? arguments : "";
-    m_interpreter.argument = textObject(text);
-    m_interpreter.arguments = tupleOf(splitArguments(text));
+    reporting(message, [&] {
+        m_interpreter.argument = textObject(text);
+        m_interpreter.arguments = tupleOf(splitArguments(text));
+    });
     m_status = KZe_OK;
 }
 
@@ -140,7 +154,7 @@ KzResult CInterpreterScript::analyseEnd() {
 }
 
 KzResult CInterpreterScript::reportExit(const KzException& exception) {
-    const KzCodeText end = kzResultOfText(exception.value);
+    const KzCodeText end = reporting(m_message, [&] { return kzResultOfText(exception.value); });
     const char* name = kzResultName(end.code);
     if (end.hasCode && end.message.empty()) tell("exit_code", name);
     else if (end.hasCode) tell("exit_code_msg", name, end.message.c_str());
@@ -155,7 +169,7 @@ KzResult CInterpreterScript::reportFailure(const KzException& exception) {
         if (const std::string name = kzExceptionName(exception.type, exception.value); !name.empty())
             text += " \"" + name + "\"";
     if (const std::string trace = kzTracebackText(exception.traceback, " / "); !trace.empty()) text += " @ " + trace;
-    if (exception.value.get() != nullptr && exception.value.get() != Py_None)
+    if (exception.hasValue())
         if (const std::optional<std::string> value = kzReadableText(exception.value)) text += "; " + *value;
     tell("script_err", kzVisible(std::move(text)).c_str());
     CScriptOutcome(m_message).fail(exception);

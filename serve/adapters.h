@@ -1,4 +1,4 @@
-// The adapters that the generator makes: one for each host interface that a Python class may implement.
+// The table of generated adapters, one for each host interface that a Python class may implement.
 #pragma once
 
 #include "serve/relay.h"
@@ -20,5 +20,5 @@ extern const std::span<const KzAdapterRow* const> kzAdapters;
 // The adapter for an interface; null when there is none.
 const KzAdapterRow* kzFindAdapter(std::string_view interfaceName) noexcept;
 
-// Forgets the methods' names as Python strings, at the end of the interpreter.
+// Clears the cached Python strings of the methods' names, at the end of the interpreter.
 void kzForgetMethodNames() noexcept;

@@ -1,4 +1,5 @@
-// Addresses that Python methods answer. A host follows them without a question, so numbers that can be none are refused.
+// Addresses that Python methods return. A host dereferences them unchecked, so numbers that cannot be addresses are
+// refused.
 #include "serve/addresses.h"
 
 #include "wrap/address.h"
@@ -19,7 +20,7 @@ KzResult readInteger(PyObject* value, void*& address) noexcept {
     return KZe_INVALIDARG;
 }
 
-// The memory of a storage. The pin is never taken back: nobody can know how long the host uses the address.
+// The memory of a storage, which stays pinned for good because nobody knows how long the host uses the address.
 void* memoryOf(PyObject* storage) noexcept { return kzPinStorage(storage); }
 
 KzResult wrongType(const char* expected) noexcept {
@@ -43,7 +44,7 @@ KzResult kzReadHints(PyObject* value, void*& address) noexcept {
     CHintTable table;
     const KzResult code = PyDict_Check(value) ? table.read(value) : table.readPairs(value);
     if (code == KZe_INVALIDARG && PyErr_Occurred() == nullptr)
-        PyErr_SetString(PyExc_ValueError, "each is a pair of an integer and a text without zero bytes");
+        PyErr_SetString(PyExc_ValueError, "each hint must be a pair of an integer and a text without NUL bytes");
     if (kzFailed(code)) return code;
     address = table.keep();
     return address != nullptr ? KZe_OK : KZe_OUTOFMEMORY;

@@ -1,4 +1,4 @@
-// What the host passes, as Python objects.
+// Converting what the host passes to Python objects.
 #include "serve/arguments.h"
 
 #include "wrap/marshal_core.h"
@@ -12,7 +12,7 @@
 CArguments::~CArguments() {
     while (m_count > 0) {
         PyObject* item = m_items[--m_count];
-        // The host's memory is good for this call only: a view that Python has kept sees nothing from here on.
+        // The host's memory is valid only during this call, so a view that Python code has kept is emptied now.
         if (m_count > 0 && Py_REFCNT(item) > 1 && kzIsStorage(item)) kzEndStorageView(item);
         Py_DECREF(item);
     }
@@ -20,9 +20,9 @@ CArguments::~CArguments() {
 
 bool CArguments::build(const char*& letter, const KzWord*& word) noexcept {
     for (; *letter != ':'; ++letter) {
-        PyObject* made = make(letter, word);
-        if (made == nullptr) return false;
-        m_items[m_count++] = made;
+        PyObject* argument = make(letter, word);
+        if (argument == nullptr) return false;
+        m_items[m_count++] = argument;
     }
     ++letter;
     return true;
@@ -53,11 +53,11 @@ PyObject* CArguments::makeView(char element, const KzWord*& word) noexcept {
     const std::int64_t elements = (word++)->integer;
     const StorageType* type = element != '*' ? kzFindStorageType(element) : nullptr;
     if (type != nullptr && elements >= 0) return kzNewStorageView(memory, static_cast<std::size_t>(elements), element);
-    // The method says what is in raw bytes, and where nobody here knows how far the memory reaches it says that, too.
+    // For raw bytes, the method itself sets the element type. If the length is not known here, it sets that as well.
     PyObject* view = kzNewStorageView(memory, 0, '\0');
     if (view != nullptr && memory != nullptr) {
         kzStorageBuffer(view).refer(memory, elements >= 0 ? static_cast<std::size_t>(elements) : SIZE_MAX, type, 0);
-        kzStorageBuffer(view).setWritable(true);  // the host may want it filled: an image's line, a pixel
+        kzStorageBuffer(view).setWritable(true);  // it may be the method's task to fill it, as with an image's line
     }
     return view;
 }

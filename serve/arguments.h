@@ -4,10 +4,10 @@
 #include "module/python.h"
 #include "serve/relay.h"
 
-// Owns the instance and the arguments that are made for it, for as long as the call takes.
+// Owns references to the instance and to the arguments for the duration of the call.
 class CArguments {
 public:
-    // The rest of the items is left as it is: clearing it would cost as much as the call's own preparation.
+    // The other items stay uninitialised: clearing them would cost as much as all the rest of the preparation.
     explicit CArguments(PyObject* self) noexcept {
         Py_INCREF(self);
         m_items[0] = self;
@@ -16,8 +16,8 @@ public:
     CArguments(const CArguments&) = delete;
     CArguments& operator=(const CArguments&) = delete;
 
-    // Makes an argument for each letter up to the colon and leaves both pointers behind what was read. False with an
-    // exception set when one of them could not be made.
+    // Makes an argument for each letter up to the colon and advances both pointers past what was read. False, with an
+    // exception pending, if one of them could not be made.
     bool build(const char*& letter, const KzWord*& word) noexcept;
 
     // The instance, then the arguments.

@@ -1,4 +1,4 @@
-// Blessing.
+// kz.bless and kz.testifc: checking a class, registering it as a server, and writing the reason for every refusal.
 #include "serve/bless.h"
 
 #include "module/checks.h"
@@ -29,7 +29,7 @@ const char kzTestifcDoc[] = "Test an interface GUID against a class:\n\n        
 
 namespace {
 
-// What one call of a function refuses, with the reason in the log.
+// Throws for what one call of a function refuses, and writes the reason to the log.
 class CRefusal {
 public:
     explicit CRefusal(const char* function) : m_place(function) {}
@@ -42,15 +42,15 @@ public:
         throw code;
     }
 
-    // Servers belong to the thread state that Python was started with: another one may be gone tomorrow.
+    // Servers belong to the thread state with which Python was started, because any other may end before Python does.
     void unlessMainThread() const {
         PythonRuntime* runtime = kzNonNull(PythonRuntime::current());
         const MainInterpreter* interpreter = kzNonNull(runtime->interpreter());
         unless(interpreter->mainThread() == PyThreadState_GET(),
-               "only the thread that Python was started on may do this, and another one did");
+               "only the thread on which Python was started may do this, but another thread called it");
     }
 
-    // Runs an action that leaves its reason in the given text when it throws.
+    // Runs an action that stores its reason in the given text before it throws.
     template <class Action> decltype(auto) explaining(Action&& action) const {
         std::string why;
         try {
@@ -82,7 +82,7 @@ KzGuid guidOf(const CRefusal& refusal, const char* text) {
 
 PyObject* metaOrNone(PyObject* meta) noexcept { return meta != nullptr ? meta : Py_None; }
 
-// A host that cannot read the list again sees the server when it reads the list next, so the blessing counts all the same.
+// If the host cannot read the list now, it sees the server the next time it does, so the blessing still counts.
 void updateHost(const CRefusal& refusal) {
     const CKzUser_HostService host;
     const KzResult code = host.ModuleUpdate("python");
@@ -102,7 +102,7 @@ struct Blessing {
     const KzGuid* type;
 };
 
-// All that a blessing needs but a name that is free.
+// Checks everything that a blessing needs except that the name is free.
 Blessing examine(const CRefusal& refusal, PyObject* pythonClass, PyObject* tags, PyObject* meta) {
     CKzPythonPolymorph& polymorph = refusal.polymorphFor(pythonClass, meta);
     if (tags != Py_None && !PyDict_Check(tags)) {
@@ -125,7 +125,7 @@ void blessServer(const CRefusal& refusal, PyObject* pythonClass, const char* nam
     updateHost(refusal);
 }
 
-// What a blessing would come to: the server's type as a number, and whether the name is taken.
+// The result of a dry run: the server's type as a number, and whether the name is taken.
 PyObject* checkFunction(PyObject* /*self*/, PyObject* args) {
     return kzPythonEntry([args]() -> PyObject* {
         CRefusal("kz.bless").unlessMainThread();
@@ -146,7 +146,7 @@ PyMethodDef servingFunctions[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-// An object whose class implements some interface, as a host object; null when it does not.
+// A host object for a Python object whose class implements an interface; null for any other Python object.
 IKzUnknown* serveObject(PyObject* object) {
     try {
         CPyRefNull meta(PyObject_GetAttrString(object, "_meta"));

@@ -1,4 +1,4 @@
-// The functions of kz by which Python classes become servers of the host, and what the rest of the module is given.
+// The functions of kz that turn Python classes into servers of the host, and the hooks of serve/ for the other parts.
 #pragma once
 
 #include "wrap/wrapper.h"
@@ -9,13 +9,13 @@ extern const char kzTestifcDoc[];
 PyObject* kzBlessFunction(PyObject* self, PyObject* args);
 PyObject* kzTestifcFunction(PyObject* self, PyObject* args);
 
-// Adds the module "_kzserv", by which the package kzserv looks over what server files bless. Throws FAILED.
+// Adds the module "_kzserv", with which the package kzserv checks what server files bless. Throws FAILED.
 void kzAddServingModule();
 
-// How the wrappers serve any Python object to the host, and find it again.
+// The functions with which the wrappers serve any Python object to the host, and find it again.
 KzServing kzPythonServing() noexcept;
 
-// Drops everything that the servers hold of Python. Runs before the interpreter is finalised, with its lock held.
+// Releases all Python objects that the servers own. Runs before the interpreter is finalised, with its lock held.
 void kzReleaseServers();
-// Forgets what is left, once Python is gone.
+// Clears cached pointers and releases host services, after finalisation.
 void kzForgetServers() noexcept;

@@ -1,4 +1,4 @@
-// Examining Python classes.
+// Finding the interfaces of Python classes, and caching one polymorph for each pair of a class and a meta object.
 #include "serve/class_interfaces.h"
 
 #include "module/checks.h"
@@ -13,7 +13,7 @@
 namespace {
 
 struct InterfaceBase {
-    CPyRef pythonClass;  // kept, so that its address stays its own
+    CPyRef pythonClass;  // keeps the class alive, so that no other object can have its address
     const KzAdapterRow* adapter;
 };
 
@@ -24,9 +24,9 @@ struct Tables {
     std::map<ClassAndMeta, std::unique_ptr<CKzPythonPolymorph>> polymorphs;
 };
 
-CKzForever<Tables> theTables;  // made at load: unload must not need memory to find them empty
+CKzForever<Tables> theTables;  // constructed at load, because unload must not allocate memory
 
-// Classes and meta objects nest as deep as scripts make them, and the stack does not.
+// RAII guard for the interpreter's recursion limit: scripts can nest classes and meta objects deeper than the stack.
 class CRecursion {
 public:
     explicit CRecursion(const char* where) { kzNonNegative(Py_EnterRecursiveCall(kzText(where)) != 0 ? -1 : 0); }
@@ -48,7 +48,7 @@ void collectInterfaces(PyObject* pythonClass, CKzPythonPolymorph& polymorph) {
     }
 }
 
-// Throws the code unless the condition holds, with the reason for whoever wants it.
+// Throws the code unless the condition holds, and stores the reason if the caller wants it.
 template <class Reason> void require(bool condition, KzResult code, std::string* why, const Reason& reason) {
     if (condition) return;
     if (why != nullptr) *why = reason();
@@ -104,12 +104,12 @@ CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta, std::s
     kzRequireClass(pythonClass, why);
     const ClassAndMeta key(pythonClass, meta);
     if (const auto known = theTables->polymorphs.find(key); known != theTables->polymorphs.end()) return *known->second;
-    auto made = std::make_unique<CKzPythonPolymorph>(pythonClass);
-    collectInterfaces(pythonClass, *made);
-    require(made->recordCount() != 0, KZe_INVALIDARG, why, [pythonClass] {
+    auto owned = std::make_unique<CKzPythonPolymorph>(pythonClass);
+    collectInterfaces(pythonClass, *owned);
+    require(owned->recordCount() != 0, KZe_INVALIDARG, why, [pythonClass] {
         return "the class " + kzClassName(pythonClass) + " implements no interface: derive it from a class of kzifc";
     });
-    CKzPythonPolymorph& polymorph = *(theTables->polymorphs[key] = std::move(made));
+    CKzPythonPolymorph& polymorph = *(theTables->polymorphs[key] = std::move(owned));
     if (meta != Py_None) {
         polymorph.setMeta(meta);
         collectSubServers(meta, polymorph, why);
@@ -130,7 +130,7 @@ std::vector<const CKzPythonPolymorph*> kzPythonPolymorphs() {
 }
 
 void kzReleaseClasses() {
-    // Classes that go may run code, which must not find a table half emptied.
+    // Destroying a class may run code, which must not find a half-emptied table.
     const auto bases = std::exchange(theTables->bases, {});
     for (const auto& [key, polymorph] : theTables->polymorphs) polymorph->releasePython();
 }

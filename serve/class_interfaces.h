@@ -1,25 +1,25 @@
-// Which host interfaces a Python class implements, and the factory that follows from them. Everything here needs the
+// The host interfaces that a Python class implements, and the polymorph made from them. Everything here needs the
 // interpreter lock.
 #pragma once
 
 #include "serve/python_polymorph.h"
 
-// Throws FAILED for what is no new-style class, with the reason in `why` where that is wanted.
+// Throws FAILED unless the object is a new-style class. The reason goes to `why`, which may be null.
 void kzRequireClass(PyObject* object, std::string* why);
 
-// Marks a class as the base class that stands for an interface. Throws INVALIDARG for a name that no adapter has.
+// Marks a class as the base class that stands for an interface. Throws INVALIDARG if there is no adapter of that name.
 void kzMarkInterfaceBase(PyObject* pythonClass, const char* interfaceName);
 
-// The factory for a class with a meta object, which may be None: made on the first call for the pair, and the same one
-// ever after. Throws INVALIDARG for a class that implements no interface, FAILED for what is no class and for sub-servers
-// that are badly given, with the reason in `why` where that is wanted.
+// The polymorph for a class and a meta object, which may be None. The first call for a pair makes it; later calls return
+// the same one. Throws INVALIDARG for a class that implements no interface, and FAILED for an object that is not a class
+// and for malformed sub-servers. The reason goes to `why`, which may be null.
 CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta, std::string* why = nullptr);
 
-// The name of the interface that is a class's first, for texts.
+// The name of the polymorph's first interface, for messages.
 std::string kzFirstInterfaceName(const CKzPythonPolymorph& polymorph);
 
-// All factories that have been made.
+// All polymorphs that have been made.
 std::vector<const CKzPythonPolymorph*> kzPythonPolymorphs();
 
-// Lets go of all classes and meta objects, at the end of the interpreter.
+// Releases all classes and meta objects, at the end of the interpreter.
 void kzReleaseClasses();

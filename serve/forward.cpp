@@ -1,4 +1,6 @@
-// One call of the host, forwarded to Python: the path that every operation of every adapter takes.
+// One call of the host, forwarded to Python: the path that every operation of every adapter takes. The steps are: take the
+// lock, set a pending exception aside, convert the arguments, call the method by its name, convert what it returned, and
+// store all outputs or none. Nothing is allocated on this path apart from the Python objects themselves.
 #include "serve/arguments.h"
 #include "serve/method_call.h"
 #include "serve/outputs.h"
@@ -19,9 +21,9 @@ PyObject* nameOf(KzForwardedMethod& method) noexcept {
     return method.interned;
 }
 
-// `argument` is the index of the input that could not be passed on, and -1 where the method itself raised.
+// `argument` is the index of the input that could not be converted, or -1 if the method itself raised.
 KzResult codeOfRaised(PyObject* self, const KzForwardedMethod& method, int argument) noexcept {
-    // By far the most frequent one, and silent: it need not be made into an object first.
+    // By far the most frequent exception, and a silent one, so it need not be normalised first.
     if (PyThreadState_GET()->curexc_type == PyExc_NotImplementedError) {
         PyErr_Clear();
         kzSetQuiet(false);
@@ -37,8 +39,8 @@ KzResult codeOfRaised(PyObject* self, const KzForwardedMethod& method, int argum
 }
 
 KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* word) noexcept {
-    // The host may call while an exception is on its way through the Python code that called it: a destructor that lets
-    // go of a host object. The method must not see it, and it must go on afterwards.
+    // The host may call while an exception propagates through the Python code that has called the host, for example from
+    // a destructor that releases a host object. The method must not see it, and it must be pending again afterwards.
     const CPendingException pending;
     CArguments arguments(self);
     const char* letter = method.signature + 1;
@@ -47,15 +49,15 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     if (!arguments.build(letter, word)) return codeOfRaised(self, method, arguments.count() - 1);
     if (method.signature[0] == 'r' && !kzHavePlaces(letter, word)) return KZe_INVALIDARG;
     PyObject* returned = kzCallByName(arguments.items(), arguments.count(), name);
-    // Short of memory, the interpreter may return something and raise all the same.
+    // When memory is short, the interpreter may return an object and still leave an exception pending.
     if (returned == nullptr || isRaised()) {
         const KzResult code = codeOfRaised(self, method, -1);
-        // A method that raises the name of a success has no values for the outputs, which the host is going to read.
+        // A method that raises the name of a success returns no values, but the host is going to read the outputs.
         if (kzSucceeded(code)) kzClearOutputs(letter, word);
         return code;
     }
-    // The reference to what was returned is not given back, whatever it is: the host is handed the buffers of returned
-    // strings as they are, and relies on them for as long as Python lives.
+    // The reference to the returned object is leaked on purpose: the host is given the buffers of returned strings as they
+    // are, and may use them for as long as Python lives.
     int failed = 0;
     const KzResult code = kzStoreOutputs(returned, letter, word, failed);
     if (kzFailed(code)) {
@@ -71,7 +73,7 @@ KzResult kzForward(void* instance, KzForwardedMethod& method, const KzWord* word
     if (instance == nullptr) return KZe_FAILED;
     return kzBoundary([=, &method] {
         const CPyLock lock(method.name);
-        kzSetQuiet(false);  // with the lock held: the flag belongs to whoever holds it
+        kzSetQuiet(false);  // only now, because the interpreter lock guards the flag
         return forwardLocked(static_cast<PyObject*>(instance), method, words);
     });
 }

@@ -1,4 +1,4 @@
-// The interface Inheritor of Python objects. It is no interface of their classes: it is answered by an object beside them.
+// The interface Inheritor of Python objects. Their classes do not implement it; a separate sub-object does.
 #include "serve/inheritor.h"
 
 #include "module/py_lock.h"
@@ -37,7 +37,7 @@ public:
     }
     void* createObject() override { return std::exchange(t_next, nullptr); }
     void freeObject(void* object) noexcept override {
-        // Without Python there is nothing left to drop the reference for.
+        // If Python has ended, the guard throws, and the object is leaked: its reference can no longer be released.
         kzValueBoundary([object] {
             const CPyLock lock;
             delete static_cast<CInheritor*>(object);

@@ -5,8 +5,8 @@
 
 #include "kz/base/polymorph.h"
 
-// An object with the interface Inheritor for the instance `data` of that class: its `Inherit` calls the instance's
-// method "inherit" with the other object's instance, which `instanceOf` finds. It keeps the instance alive. May throw a
-// KzResult.
+// Makes an object with the interface Inheritor for the instance `data` of the polymorph. Its `Inherit` passes the Python
+// instance of the other object, which `instanceOf` finds, to the instance's method "inherit". The object keeps the
+// instance alive. May throw a KzResult.
 using KzInstanceOf = PyObject* (*)(IKzUnknown* object) noexcept;
 IKzUnknown* kzMakeInheritor(CKzGenericPolymorph& polymorph, void* data, KzInstanceOf instanceOf);

@@ -1,9 +1,10 @@
-// A host object holds its Python instance, and a wrapper holds its host object. An instance that keeps a wrapper of itself
-// therefore closes a ring, and Python's collector cannot see it: wrapper types take no part in collection. This file looks
-// for such rings as the collector would. It starts from the host objects, follows what each instance refers to, and takes
-// every reference that it finds off the count of what is referred to. What still has a count is held from elsewhere: by
-// the host, by a variable, or on purpose, as what methods have returned is. All that cannot be reached from there is left
-// behind. Whatever is not followed counts as held from elsewhere, so that nothing is reported that somebody still uses.
+// Finds the reference cycles that will never be freed. A host object owns its Python instance, and a wrapper owns its host
+// object. So an instance that keeps a wrapper of itself is part of a cycle, which Python's collector cannot see because
+// wrapper types take no part in collection. This file searches for such cycles as the collector would. It starts at the
+// host objects, follows the references of each instance, and subtracts every reference that it finds from the count of its
+// target. An object whose count stays above zero is referenced from elsewhere: by the host, by a variable, or on purpose,
+// as the objects are that methods have returned. Everything that cannot be reached from there is garbage. References that
+// are not followed count as references from elsewhere, so that nothing is reported that is still in use.
 #include "serve/leftovers.h"
 
 #include "module/error_report.h"
@@ -22,7 +23,7 @@
 
 namespace {
 
-// Bounds the memory and the time that the search takes.
+// Bounds the memory and time of the search.
 constexpr std::size_t mostNodes = 1U << 16;
 
 bool isWrapper(PyObject* object) noexcept {
@@ -40,7 +41,7 @@ public:
         m_order.push_back(living.instance);
     }
 
-    // The instances left behind, by class.
+    // The number of unreachable instances, by class.
     std::map<std::string, std::size_t> find() {
         for (std::size_t next = 0; next < m_order.size() && !m_failed; ++next)
             follow(m_order[next], &CLeftovers::count);
@@ -56,8 +57,8 @@ public:
 
 private:
     struct Node {
-        Py_ssize_t references;  // those that have not been found
-        void* object;           // the Python object, or of a host object its instance
+        Py_ssize_t references;  // those that the search has not found yet
+        void* object;           // the Python object; for a host object, its Python instance
         bool isHostObject;
         bool isAlive;
     };
@@ -68,8 +69,8 @@ private:
         Step step;
     };
 
-    // No exception may pass through the interpreter's own frames.
-    static int visited(PyObject* target, void* argument) {
+    // C++ exceptions must not pass through the interpreter's own frames.
+    static int visitTarget(PyObject* target, void* argument) {
         const auto* visit = static_cast<Visit*>(argument);
         try {
             if (!visit->search.isBoundary(target)) (visit->search.*visit->step)(target, target);
@@ -79,7 +80,7 @@ private:
         return visit->search.m_failed ? 1 : 0;
     }
 
-    // Classes and modules lead to everything, and live on in any case.
+    // Classes and modules are not followed: everything is reachable from them, and they stay alive anyway.
     bool isBoundary(PyObject* object) const {
         return PyType_Check(object) || PyModule_Check(object) ||
                (PyDict_Check(object) && PyDict_GetItem(object, m_builtins) != nullptr);
@@ -93,23 +94,22 @@ private:
             if (const CKzInstance* instance = kzInstanceOf(kzWrapper(object)->target)) (this->*step)(instance, nullptr);
         Visit visit{*this, step};
         if (PyObject_IS_GC(object) && Py_TYPE(object)->tp_traverse != nullptr)
-            Py_TYPE(object)->tp_traverse(object, visited, &visit);
+            Py_TYPE(object)->tp_traverse(object, visitTarget, &visit);
     }
 
-    // One more reference is accounted for. Host objects are all known from the start.
+    // Accounts for one more reference. All host objects have been added at the start.
     void count(const void* target, PyObject* object) {
-        auto found = m_nodes.find(target);
-        if (found == m_nodes.end()) {
+        auto entry = m_nodes.find(target);
+        if (entry == m_nodes.end()) {
             if (object == nullptr || m_nodes.size() >= mostNodes) return;
-            found = m_nodes.emplace(target, Node{Py_REFCNT(object), object, false, false}).first;
+            entry = m_nodes.emplace(target, Node{Py_REFCNT(object), object, false, false}).first;
             m_order.push_back(target);
         }
-        --found->second.references;
+        --entry->second.references;
     }
 
     void reach(const void* target, PyObject* /*object*/) {
-        const auto found = m_nodes.find(target);
-        if (found != m_nodes.end()) markAlive(found->second, target);
+        if (const auto entry = m_nodes.find(target); entry != m_nodes.end()) markAlive(entry->second, target);
     }
 
     void markAlive(Node& node, const void* key) {
@@ -118,7 +118,7 @@ private:
         m_order.push_back(key);
     }
 
-    // An instance may stand behind several host objects, and is one instance all the same.
+    // An instance counts once, even if several host objects stand for it.
     std::map<std::string, std::size_t> classesOf(const std::vector<const void*>& all) const {
         std::set<void*> instances;
         for (const void* key : all)
@@ -140,7 +140,7 @@ void tell(const std::map<std::string, std::size_t>& classes) {
     for (const auto& [name, instances] : classes)
         names += (names.empty() ? "" : ", ") + name + " (" + std::to_string(instances) + ")";
     if (!names.empty())
-        kzLog(("instances that were never let go of, as they keep wrappers of themselves or of each other: " + names)
+        kzLog(("instances that are never freed, because they keep wrappers of themselves or of each other: " + names)
                   .c_str(),
               KZe_WARNING);
 }

@@ -1,6 +1,6 @@
-// Which instances of Python classes nobody can reach any more and nothing will free.
+// Reports instances of Python classes that are unreachable but will never be freed.
 #pragma once
 
-// Names in the log, by class, the instances that keep each other alive through wrappers of themselves. Runs before the
-// interpreter ends, with its lock held. Best effort: without the memory for it, nothing is said.
+// Writes to the log, by class, how many instances keep themselves or each other alive through wrappers. Runs before the
+// interpreter ends, with its lock held. Best effort: nothing is written if memory is short.
 void kzTellLeftovers() noexcept;

@@ -1,4 +1,8 @@
-// The quick way to call a method, and the general one.
+// A method call has a general way, an attribute look-up and a call of what it finds, and a fast path for the common case:
+// a plain Python function in the object's class. The fast path needs no bound method and no argument tuple. If the
+// function takes just as many positional arguments, it also fills the frame itself, as the interpreter's own call opcode
+// does, so that the frame cached in the code object is reused. Any condition that does not hold leads to the general way,
+// whose result is the same.
 #include "serve/method_call.h"
 
 #include "module/py_ref.h"
@@ -7,21 +11,21 @@
 
 namespace {
 
-// The function that calling the method comes down to, when the object's class finds its attributes in the usual way, has
-// a plain function under that name, and the object itself has nothing under it. Null otherwise. A new reference: looking
-// into the object's dictionary may run code, and so may the call, and the class may lose the method meanwhile.
+// The function to call, if the object's class looks attributes up in the default way and has a plain function of that
+// name, and the object's own dictionary has nothing of that name. Null otherwise. An owned reference, because the look-up
+// in the dictionary and the call may run code that removes the method from the class.
 CPyRefNull plainMethod(PyObject* object, PyObject* name) noexcept {
     PyTypeObject* type = Py_TYPE(object);
-    PyObject* found = type->tp_getattro == PyObject_GenericGetAttr ? _PyType_Lookup(type, name) : nullptr;
-    if (found == nullptr || !PyFunction_Check(found)) return CPyRefNull();
-    Py_INCREF(found);
-    CPyRefNull function(found);
+    PyObject* attribute = type->tp_getattro == PyObject_GenericGetAttr ? _PyType_Lookup(type, name) : nullptr;
+    if (attribute == nullptr || !PyFunction_Check(attribute)) return CPyRefNull();
+    Py_INCREF(attribute);
+    CPyRefNull function(attribute);
     PyObject** own = _PyObject_GetDictPtr(object);
     if (own != nullptr && *own != nullptr && PyDict_GetItem(*own, name) != nullptr) return CPyRefNull();
     return function;
 }
 
-// Whether a call needs nothing but its positional arguments in the frame: no defaults, no cells, no *args, no generator.
+// Whether the frame needs nothing but the positional arguments: no defaults, no cells, no *args, no generator.
 bool isSimple(PyObject* function, const PyCodeObject* code, int count) noexcept {
     return code->co_flags == (CO_OPTIMIZED | CO_NEWLOCALS | CO_NOFREE) && code->co_argcount == count &&
            PyFunction_GET_DEFAULTS(function) == nullptr;
@@ -36,7 +40,7 @@ PyObject* callSimple(PyObject* function, PyCodeObject* code, PyObject** items, i
         frame->f_localsplus[index] = items[index];
     }
     PyObject* result = PyEval_EvalFrameEx(frame, 0);
-    // Frames are freed one inside another; the depth keeps a long chain of them from overflowing the stack.
+    // Freeing a frame may free others recursively; counting the depth keeps a long chain from overflowing the stack.
     ++thread->recursion_depth;
     Py_DECREF(frame);
     --thread->recursion_depth;

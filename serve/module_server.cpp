@@ -1,4 +1,4 @@
-// The module server and the tags of its servers.
+// The module server, and the tags of its servers.
 #include "serve/module_server.h"
 
 #include "module/checks.h"
@@ -18,7 +18,7 @@ namespace {
 
 constexpr const char* dictionaryName = "dict-as-tags";
 
-// Pairs of texts as tags. The texts live as long as the object.
+// Hands out pairs of texts as tags. The texts live as long as the object.
 class CDictionary final : public CDictPairs, public CKzImpl_TagDescription {
 public:
     std::uint32_t tag_Count() override { return count(); }
@@ -54,11 +54,11 @@ public:
         if (name == nullptr || iid == nullptr || tags == nullptr) return KZe_INVALIDARG;
         *tags = nullptr;
         const CPyLock lock;
-        CKzLoc_Unknown made;
-        made.take(dictionaries().spawn());
-        auto* pairs = static_cast<CDictionary*>(kzNonNull(kzObjectOf(made.raw(), &dictionaries())));
+        CKzLoc_Unknown dictionary;
+        dictionary.take(dictionaries().spawn());
+        auto* pairs = static_cast<CDictionary*>(kzNonNull(kzObjectOf(dictionary.raw(), &dictionaries())));
         fill(*pairs, CServerList::instance().at(find(name, *iid)));
-        return made.get(tags);
+        return dictionary.get(tags);
     }
 
     std::uint32_t tag_Count() override { return CServerList::instance().count(); }
@@ -73,9 +73,9 @@ public:
 private:
     static std::uint32_t find(const char* name, const KzGuid& iid) {
         const KzGuid* type = kzServerType(iid);
-        const auto found = type != nullptr ? CServerList::instance().find(name, type) : std::nullopt;
-        if (!found) throw KZe_NOTFOUND;
-        return *found;
+        const auto index = type != nullptr ? CServerList::instance().find(name, type) : std::nullopt;
+        if (!index) throw KZe_NOTFOUND;
+        return *index;
     }
 
     static void fill(CDictionary& pairs, const CServerData& server) {
@@ -84,7 +84,7 @@ private:
         } catch (...) {
             kzValueBoundary([&] {
                 kzExplain("the tags of the server \"" + server.name + "\"",
-                          "they are lost, as a key or a value has no str() form: " + kzPendingReason());
+                          "they are lost, because a key or a value has no str() form: " + kzPendingReason());
             });
             PyErr_Clear();
             throw;

@@ -1,12 +1,12 @@
-// What the host reads the blessed servers through: the module server "python", and the spawner "dict-as-tags" for their
-// tags.
+// The module server "python", through which the host lists and creates the blessed servers, and the spawner
+// "dict-as-tags" for their tags.
 #pragma once
 
 #include "module/this_module.h"
 
 namespace Python_Module {
 
-// The tags' spawner first: the module server makes them.
+// The spawner has to be registered first, because the module server uses it.
 void registerDictionary(CKzThisModule& module);
 void registerServer(CKzThisModule& module);
 

@@ -1,4 +1,4 @@
-// Conversion of returned values. Every value is converted before the first is stored.
+// Conversion of returned values. All values are converted before the first one is stored.
 #include "serve/outputs.h"
 
 #include "module/pending_exception.h"
@@ -14,10 +14,10 @@
 
 namespace {
 
-// A converted value and where it goes.
+// A converted value and its destination.
 struct Output {
     char letter;
-    char digit;  // how many numbers a vector has
+    char digit;  // of a vector: how many numbers it has
     void* place;
     std::uint32_t length;  // of a text buffer
     union {
@@ -42,7 +42,7 @@ private:
     }
 };
 
-// The interpreter could not convert: its exception says why, and the log hears that something was lost.
+// Reports to the log that a value could not be converted. The pending exception, which says why, stays pending.
 KzResult lost(KzResult code) noexcept {
     const CPendingException pending;
     kzLostException(code);
@@ -70,7 +70,7 @@ KzResult Output::convert(PyObject* value) noexcept {
 }
 
 void Output::clear() noexcept {
-    std::fill(std::begin(numbers), std::end(numbers), 0.0);  // the longest of all: the others are zero and null, too
+    std::fill(std::begin(numbers), std::end(numbers), 0.0);  // the largest member, so all others are zero or null too
     if (letter == 'T') text = "";
     if (letter != 'T' || length > 0) store();
 }
@@ -117,7 +117,7 @@ void Output::drop() const noexcept {
     if (letter == 'O') object->Release();
 }
 
-// The outputs of one call, as far as they have been converted.
+// The outputs of one call.
 class COutputs {
 public:
     COutputs(const char* letters, const KzWord* places) noexcept {

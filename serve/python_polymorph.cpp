@@ -1,4 +1,4 @@
-// Instances of Python classes as host objects.
+// Serving instances of Python classes as host objects.
 #include "serve/python_polymorph.h"
 
 #include "module/checks.h"
@@ -14,11 +14,11 @@
 
 namespace {
 
-// What the next spawn on this thread wraps, with its reference. Each thread has its own, so that two spawns of one class
-// at once do not take each other's instance.
+// The instance that the next spawn on this thread wraps, as an owned reference. It is thread-local so that two threads
+// that spawn at the same time do not take each other's instance.
 KZ_THREAD_LOCAL thread_local PyObject* t_nextInstance = nullptr;
 
-// Sub-objects may have sub-objects of their own; classes that name each other would make them without end.
+// Sub-objects may have sub-objects of their own. Classes that name each other would create them without end.
 constexpr int deepestSubObject = 16;
 KZ_THREAD_LOCAL thread_local int t_subObjectDepth = 0;
 
@@ -47,7 +47,7 @@ bool CKzPythonPolymorph::testInterface(const KzGuid& iid) const {
     return answers(iid, visited);
 }
 
-// Sub-servers may name each other in a circle, so nobody is asked twice.
+// Sub-servers may name each other in a circle, so none is asked twice.
 bool CKzPythonPolymorph::answers(const KzGuid& iid, Path& visited) const {
     if (std::ranges::find(visited, this) != visited.end()) return false;
     visited.push_back(this);
@@ -85,10 +85,10 @@ IKzUnknown* CKzPythonPolymorph::spawnFor(PyObject* instance) {
 void* CKzPythonPolymorph::createObject() { return std::exchange(t_nextInstance, nullptr); }
 
 void CKzPythonPolymorph::freeObject(void* object) noexcept {
-    // Once Python is gone its objects are, too: the guard then throws, and the reference is nobody's.
+    // If Python has ended, the guard throws: the object is gone with the interpreter, and there is nothing to release.
     kzValueBoundary([object] {
         const CPyLock lock;
-        const CPyRefNull last(static_cast<PyObject*>(object));
+        const CPyRefNull released(static_cast<PyObject*>(object));
     });
 }
 
@@ -109,8 +109,8 @@ IKzUnknown* CKzPythonPolymorph::makeSubObject(CKzPythonPolymorph& server) {
         kzResultOfPending();
         return nullptr;
     }
-    // The reference that making the instance gave is kept on purpose: a sub-object's instance outlives its host object,
-    // because what it has handed out belongs to the outer object and may be used for as long as that lives.
+    // The reference from makeInstance is leaked on purpose: a sub-object's instance has to outlive its host object, because
+    // what it has handed out belongs to the outer object and may be used for as long as that one lives.
     return server.spawnFor(instance);
 }
 

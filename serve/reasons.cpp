@@ -1,5 +1,5 @@
-// Reasons for failed calls. None of this is on the way of a call that succeeds, so it looks up what it needs by name: the
-// signatures come from the docstrings of the package kzifc, which is imported wherever servers are.
+// Reasons for failed calls. None of this runs for a call that succeeds, so it may look up everything by name: signatures
+// come from the docstrings of the package kzifc, which every server file imports.
 #include "serve/reasons.h"
 
 #include "module/error_report.h"
@@ -32,14 +32,18 @@ std::string placeOf(PyObject* self, const KzForwardedMethod& method) {
            kzClassName(reinterpret_cast<PyObject*>(Py_TYPE(self)));
 }
 
-// An attribute of an attribute; null, without an exception, where there is none.
+// Null, without an exception, if the object is null or has no such attribute.
 CPyRefNull attribute(PyObject* object, const char* name) {
-    CPyRefNull found(object != nullptr ? PyObject_GetAttrString(object, name) : nullptr);
-    if (found.get() == nullptr) PyErr_Clear();
-    return found;
+    CPyRefNull value(object != nullptr ? PyObject_GetAttrString(object, name) : nullptr);
+    if (value.get() == nullptr) PyErr_Clear();
+    return value;
 }
 
-// The method as kzifc declares it.
+std::string stringOf(const CPyRefNull& object) {
+    return object.get() != nullptr && PyString_Check(object.get()) ? PyString_AS_STRING(object.get()) : std::string();
+}
+
+// The method of the base class in kzifc.
 CPyRefNull declared(const KzForwardedMethod& method) {
     PyObject* modules = PyImport_GetModuleDict();
     return attribute(attribute(PyDict_GetItemString(modules, "kzifc"), interfaceOf(method)), method.name);
@@ -54,8 +58,7 @@ std::string nameOfInput(const KzForwardedMethod& method, int index) {
 
 // The declared outputs, "integer type" and "string text" of "(integer type,string text) = stag_ByIndex(integer index)".
 std::vector<std::string> declaredOutputs(const KzForwardedMethod& method) {
-    const CPyRefNull doc = attribute(declared(method), "__doc__");
-    const std::string text = doc.get() != nullptr && PyString_Check(doc.get()) ? PyString_AS_STRING(doc.get()) : "";
+    const std::string text = stringOf(attribute(declared(method), "__doc__"));
     const std::size_t end = text.find(" = ");
     if (end == std::string::npos) return {};
     std::vector<std::string> outputs(1);
@@ -66,7 +69,7 @@ std::vector<std::string> declaredOutputs(const KzForwardedMethod& method) {
     return outputs;
 }
 
-// What each letter of a signature stands for, and of a vector how many numbers.
+// What each output letter of the signature stands for.
 std::vector<std::string> expectedOutputs(const KzForwardedMethod& method) {
     std::vector<std::string> expected;
     for (const char* letter = std::strchr(method.signature, ':') + 1; *letter != '\0'; ++letter) {
@@ -96,36 +99,24 @@ bool isWorthTelling(PyObject* type, PyObject* value) {
     return kzFailed(code) && !kzIsSilent(code);
 }
 
-// Hands the pending exception, normalised, to an action, and leaves it pending.
-template <class Action> void withPending(Action&& action) {
-    KzException exception = KzException::fetch();
-    kzValueBoundary([&] { action(exception); });
-    PyErr_Restore(exception.type.release(), exception.value.release(), exception.traceback.release());
-}
-
+// With the innermost line of the traceback.
 std::string textOf(const KzException& exception) {
-    std::string text = kzExceptionName(exception.type, exception.value);
-    if (exception.value.get() != nullptr && exception.value.get() != Py_None)
-        if (const auto more = kzReadableText(exception.value); more && !more->empty()) text += ": " + *more;
     const std::string lines = kzTracebackText(exception.traceback, "\n");
-    return lines.empty() ? text : text + " (" + lines.substr(0, lines.find('\n')) + ")";
+    return lines.empty() ? exception.summary() : exception.summary() + " (" + lines.substr(0, lines.find('\n')) + ")";
 }
 
 }  // namespace
 
 std::string kzPendingReason() {
     std::string text;
-    if (PyErr_Occurred() != nullptr) withPending([&](const KzException& exception) { text = textOf(exception); });
+    if (PyErr_Occurred() != nullptr) kzWithPending([&](const KzException& exception) { text = textOf(exception); });
     return text;
 }
 
 std::string kzClassName(PyObject* pythonClass) {
-    const CPyRefNull module = attribute(pythonClass, "__module__");
-    const CPyRefNull name = attribute(pythonClass, "__name__");
-    std::string text;
-    if (module.get() != nullptr && PyString_Check(module.get()))
-        text = std::string(PyString_AS_STRING(module.get())) + ".";
-    return text + (name.get() != nullptr && PyString_Check(name.get()) ? PyString_AS_STRING(name.get()) : "?");
+    const std::string module = stringOf(attribute(pythonClass, "__module__"));
+    const std::string name = stringOf(attribute(pythonClass, "__name__"));
+    return (module.empty() ? module : module + ".") + (name.empty() ? "?" : name);
 }
 
 std::string kzWhatCame(PyObject* object) {
@@ -133,8 +124,8 @@ std::string kzWhatCame(PyObject* object) {
     const std::string type = Py_TYPE(object)->tp_name;
     if (object == Py_None || PyBool_Check(object) || PyInt_CheckExact(object) || PyLong_CheckExact(object) ||
         PyFloat_CheckExact(object) || PyString_CheckExact(object) || PyUnicode_CheckExact(object)) {
-        const CPyRefNull shown(PyObject_Repr(object));
-        if (shown.get() != nullptr && PyString_GET_SIZE(shown.get()) <= longest) return PyString_AS_STRING(shown.get());
+        const CPyRefNull repr(PyObject_Repr(object));
+        if (repr.get() != nullptr && PyString_GET_SIZE(repr.get()) <= longest) return PyString_AS_STRING(repr.get());
         PyErr_Clear();
     }
     if (PyTuple_Check(object)) return "a tuple of " + std::to_string(PyTuple_GET_SIZE(object)) + " items";
@@ -146,7 +137,7 @@ void kzExplainRaised(PyObject* self, const KzForwardedMethod& method) noexcept {
     kzValueBoundary([=, &method] {
         bool isTold = false;
         std::string text;
-        withPending([&](const KzException& exception) {
+        kzWithPending([&](const KzException& exception) {
             isTold = isWorthTelling(exception.type, exception.value);
             if (isTold) text = textOf(exception);
         });
@@ -160,13 +151,13 @@ void kzExplainArgument(PyObject* self, const KzForwardedMethod& method, int inde
         const std::string reason = kzPendingReason();
         const CPendingException pending;
         kzExplain(placeOf(self, method) + ", argument " + std::to_string(index + 1) + nameOfInput(method, index),
-                  "the host passed what cannot be made into a Python object, such as null for an object: " + reason);
+                  "the host passed a value that has no Python form, such as null for an object: " + reason);
     });
 }
 
 void kzExplainOutput(PyObject* self, const KzForwardedMethod& method, PyObject* returned, int index,
                      KzResult code) noexcept {
-    // A buffer that is too short is no fault: the host asks again with a longer one.
+    // A buffer that is too short is no failure, because the host retries with a longer one.
     if (code == KZe_SHORTBUFFER || kzQuietFlag) return;
     kzValueBoundary([=, &method] {
         const std::string reason = reasonSuffix();
@@ -196,7 +187,7 @@ void kzExplainSilentInit(PyObject* pythonClass) noexcept {
     if (kzQuietFlag) return;
     kzValueBoundary([=] {
         std::string text;
-        withPending([&](const KzException& exception) {
+        kzWithPending([&](const KzException& exception) {
             if (kzIsSilent(kzResultOfException(exception.type, exception.value))) text = textOf(exception);
         });
         const CPendingException pending;

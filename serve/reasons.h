@@ -1,5 +1,6 @@
-// What the event log is told beside the code when a call of the host to Python fails: which method of which class, what
-// was expected and what came. Everything here needs the interpreter lock and leaves a pending exception pending.
+// When a call of the host to Python fails, the host gets only a code. These functions write the reason to the event log:
+// which method of which class failed, what was expected, and what came instead. All of them need the interpreter lock and
+// leave a pending exception pending.
 #pragma once
 
 #include "serve/relay.h"
@@ -8,20 +9,20 @@
 
 #include <string>
 
-// The method raised the pending exception. Silent codes and codes of success are no failure to explain.
+// The method raised the pending exception. Nothing is written if that stands for a silent code or a success.
 void kzExplainRaised(PyObject* self, const KzForwardedMethod& method) noexcept;
-// The host's input at that index cannot be made into an argument; the pending exception says why.
+// The host's input at that index cannot be converted to a Python object; the pending exception says why.
 void kzExplainArgument(PyObject* self, const KzForwardedMethod& method, int index) noexcept;
-// What the method returned does not fit: the output at that index, or with -1 the whole.
+// The value that the method returned does not fit: the output at that index, or for -1 the value as a whole.
 void kzExplainOutput(PyObject* self, const KzForwardedMethod& method, PyObject* returned, int index,
                      KzResult code) noexcept;
-// The instance could not be made because of the pending exception, which carries a silent code: the one case that
-// nothing else tells.
+// The constructor raised the pending exception. Written only if that stands for a silent code, since any other exception
+// is reported elsewhere.
 void kzExplainSilentInit(PyObject* pythonClass) noexcept;
 
 // The pending exception as "Type: text (FILE: line LINE)"; empty when there is none.
 std::string kzPendingReason();
 // The class with its module, "kzserv.servers.watch.Watch".
 std::string kzClassName(PyObject* pythonClass);
-// What an object is, for a sentence: the value itself where that is short, else its type.
+// An object as a sentence mentions it: its repr() if that is short and safe to ask for, otherwise its type.
 std::string kzWhatCame(PyObject* object);

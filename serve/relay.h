@@ -1,28 +1,29 @@
-// The way from an operation of a host interface to a Python method. The generator writes one row and one line for each
-// operation; the line puts the operation's arguments into words, and one function does everything that follows.
+// From an operation of a host interface to a Python method. The generator writes a table row and one line of code for each
+// operation: the line packs the arguments into words, and a single function, kzForward, does everything else. Thousands of
+// operations thus share one call path, and the generated code stays small.
 #pragma once
 
 #include "kz/base/unknown.h"
 
 #include <concepts>
 
-// As the interpreter's headers declare it: the many generated files need nothing else of them.
+// The same declaration as in the interpreter's headers, of which the many generated files need nothing else.
 using PyObject = struct _object;
 
 // One forwarded operation. The signature says how the words are to be read:
 //   first   r  the operation returns a result code     v  nothing, or a plain value, which is its first output
-//   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, V and v with a digit so many doubles
-//           or floats, A and a storage letter (* for raw bytes)  a buffer of the host and, in a second word, its length in
-//           elements, which is -1 when only the method knows
-//   :       the outputs: i I n b f d z O, p an identifier, P an address, h hints, T  a text buffer and, in a second word,
-//           its size, V and v with a digit
+//   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, V and v with a digit for so many
+//           doubles or floats, A and a storage letter (* for raw bytes)  a buffer of the host and, in a second word, its
+//           length in elements, which is -1 if only the method knows it
+//   :       then the outputs: i I n b f d z O, p an identifier, P an address, h hints, T a text buffer and, in a second
+//           word, its size, V and v with a digit
 struct KzForwardedMethod {
     const char* name;
     const char* signature;
     PyObject* interned = nullptr;  // the name as a Python string, made on the first call
 };
 
-// Whether these are the letters of one input, or of one output: what the generator's table of kinds is held against.
+// Whether these are the letters of an input, or of an output. The generator's table of kinds is checked against them.
 constexpr bool kzIsOneOf(char letter, const char* letters) noexcept {
     while (*letters != '\0' && *letters != letter) ++letters;
     return letter != '\0' && *letters != '\0';
@@ -38,7 +39,7 @@ constexpr bool kzCarriesOutput(const char* letters) noexcept {
     return kzIsVector(letters) || (kzIsOneOf(letters[0], "iInbfdzOpPhT") && letters[1] == '\0');
 }
 
-// One argument on its way to Python, or the place of one output.
+// One argument on its way to Python, or the address of one output.
 union KzWord {
     std::int64_t integer;
     double real;
@@ -49,7 +50,7 @@ union KzWord {
     KzWord(const void* value) noexcept : pointer(value) {}
 };
 
-// The length of an array, from its factors; 0 where one of them is negative, and the most there is where it is more.
+// The product of an array's dimensions. A negative dimension counts as 0, and an overflow saturates.
 template <std::integral... Factors> constexpr std::int64_t kzLength(Factors... factors) noexcept {
     std::int64_t length = 1;
     const auto multiply = [&length](std::int64_t factor) {
@@ -60,13 +61,13 @@ template <std::integral... Factors> constexpr std::int64_t kzLength(Factors... f
     return length;
 }
 
-// The most inputs, and the most outputs, of any operation; the generator refuses more.
+// The largest number of inputs and of outputs that an operation may have; the generator refuses more.
 inline constexpr int kzMostInputs = 16;
 inline constexpr int kzMostOutputs = 12;
 
-// Calls the instance's method and stores what it returns; the words are those of the inputs and then the places of the
-// outputs. Without an instance the answer is FAILED and Python is left alone. Of an operation that returns no result
-// code the exceptions are dropped, and the caller ignores the answer.
+// Calls the instance's method and stores what it returns. The words are the inputs, followed by the addresses of the
+// outputs. Without an instance the result is FAILED, and Python is not entered. If the operation returns no result code,
+// exceptions are dropped and the caller ignores the result.
 KzResult kzForward(void* instance, KzForwardedMethod& method, const KzWord* words) noexcept;
 
 template <class... Arguments>

@@ -18,7 +18,7 @@
 
 namespace {
 
-// By name and then by type; both point into the list's entries, or to what is looked for.
+// The key of the index, ordered by name and then by type. The name points into an entry, or to the text looked for.
 struct NameAndType {
     std::string_view name;
     KzGuid type;
@@ -51,8 +51,8 @@ private:
 CKzForever<CGuids> theGuids;
 
 PyObject* newInstance(const CKzPythonPolymorph& polymorph) {
-    PyObject* made = polymorph.makeInstance();
-    if (made != nullptr) return made;
+    PyObject* instance = polymorph.makeInstance();
+    if (instance != nullptr) return instance;
     polymorph.explainSilentFailure();
     kzResultOfPending();
     throw KZe_FAILED;
@@ -68,7 +68,7 @@ struct CServerList::State {
 
 CServerList::CServerList() : m_state(*new State()) {}
 
-// Made at load, as all that unload asks is: it must not need memory then.
+// Constructed at load, because unload must not allocate memory.
 static CKzForever<CServerList> theList;
 
 CServerList& CServerList::instance() { return *theList; }
@@ -76,8 +76,8 @@ CServerList& CServerList::instance() { return *theList; }
 void CServerList::add(const char* name, const KzGuid* type, CKzPythonPolymorph& polymorph, PyObject* tags) {
     kzTrue(!find(name, type));
     const std::lock_guard lock(m_state.lock);
-    const CServerData& added = m_state.servers.emplace_back(CServerData{name, type, &polymorph, CPyRef(tags)});
-    m_state.index[{added.name, *type}] = static_cast<std::uint32_t>(m_state.servers.size() - 1);
+    const CServerData& server = m_state.servers.emplace_back(CServerData{name, type, &polymorph, CPyRef(tags)});
+    m_state.index[{server.name, *type}] = static_cast<std::uint32_t>(m_state.servers.size() - 1);
 }
 
 std::uint32_t CServerList::count() const {
@@ -92,9 +92,9 @@ const CServerData& CServerList::at(std::uint32_t index) const {
 
 std::optional<std::uint32_t> CServerList::find(const char* name, const KzGuid* type) const {
     const std::lock_guard lock(m_state.lock);
-    const auto found = m_state.index.find({name, *type});
-    if (found == m_state.index.end()) return std::nullopt;
-    return found->second;
+    const auto entry = m_state.index.find({name, *type});
+    if (entry == m_state.index.end()) return std::nullopt;
+    return entry->second;
 }
 
 IKzUnknown* CServerList::spawn(std::uint32_t index) const {

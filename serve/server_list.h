@@ -1,4 +1,4 @@
-// The blessed servers, in the order of their blessing.
+// The list of blessed servers, in the order in which they were blessed.
 #pragma once
 
 #include "serve/python_polymorph.h"
@@ -7,13 +7,12 @@
 
 struct CServerData {
     std::string name;
-    const KzGuid* type;  // the first interface's identifier, as the host keeps it
+    const KzGuid* type;  // the GUID of the first interface, in the host's memory
     CKzPythonPolymorph* polymorph;
     CPyRef tags;  // a dictionary or None
 };
 
-// Servers are added with the interpreter lock held; what does not concern Python may be read without. An entry's name and
-// type stay where they are.
+// Adding a server needs the interpreter lock; reading needs it only for tags. An entry's name and type never move.
 class CServerList {
 public:
     static CServerList& instance();
@@ -21,14 +20,15 @@ public:
     // Throws FAILED when the name is taken for that type.
     void add(const char* name, const KzGuid* type, CKzPythonPolymorph& polymorph, PyObject* tags);
     std::uint32_t count() const;
-    // The entry at an index that is below the count.
+    // The entry at an index, which must be below the count.
     const CServerData& at(std::uint32_t index) const;
     std::optional<std::uint32_t> find(const char* name, const KzGuid* type) const;
 
-    // A new instance of the server as a host object: its first interface. A failure is reported, and thrown as its code.
+    // Makes a new instance of the server and returns the first interface of its host object. A failure is written to the
+    // log and thrown as its code.
     IKzUnknown* spawn(std::uint32_t index) const;
 
-    // Lets go of the tags, at the end of the interpreter.
+    // Releases the tags, at the end of the interpreter.
     void releaseTags();
 
 private:
@@ -38,9 +38,9 @@ private:
     State& m_state;
 };
 
-// The host's own copy of an interface identifier; null when the host does not know it.
+// The host's own copy of a GUID; null if the host does not know it.
 const KzGuid* kzServerType(const KzGuid& iid);
-// The identifier that the text stands for. Throws FAILED.
+// Parses a GUID. Throws FAILED.
 KzGuid kzGuidOfText(const char* text);
-// Gives the host's services back, at unload.
+// Releases the host's services, at unload.
 void kzReleaseServerServices() noexcept;

@@ -33,17 +33,6 @@ void describe(PyObject* object, char* text, std::size_t size) noexcept {
                       type);
 }
 
-// "ValueError: it says", of the pending exception, which stays pending.
-std::string pendingText() {
-    if (PyErr_Occurred() == nullptr) return {};
-    KzException exception = KzException::fetch();
-    std::string text = kzExceptionName(exception.type, exception.value);
-    if (exception.value.get() != nullptr)
-        if (const auto value = kzReadableText(exception.value); value && !value->empty()) text += ": " + *value;
-    PyErr_Restore(exception.type.release(), exception.value.release(), exception.traceback.release());
-    return text;
-}
-
 }  // namespace
 
 void kzNoteRefused(PyObject* actual, const char* expected, ...) noexcept {
@@ -62,7 +51,8 @@ void kzNoteWithin(const char* part, Py_ssize_t index) noexcept {
 
 std::string kzRefusedReason() {
     std::string reason = std::string("expected ") + theExpected + ", got " + theActual;
-    if (const std::string why = pendingText(); !why.empty()) reason += " (" + why + ")";
+    if (PyErr_Occurred() != nullptr)
+        kzWithPending([&](const KzException& exception) { reason += " (" + exception.summary() + ")"; });
     return reason;
 }
 

@@ -40,22 +40,10 @@ const Translation translations[] = {
     {KZe_INVALIDARG, &PyExc_TypeError, "invalid argument"},
 };
 
-// The text of an exception's value; empty when there is none to be had.
+// The text of an exception's value; empty if it has none.
 std::string valueText(PyObject* value) {
     if (value == nullptr || value == Py_None) return {};
-    const CPyRefNull text(PyObject_Str(value));
-    if (text.get() == nullptr) {
-        PyErr_Clear();
-        return {};
-    }
-    return {PyString_AS_STRING(text.get()), static_cast<std::size_t>(PyString_GET_SIZE(text.get()))};
-}
-
-// For the host's ears: throws FAILED when there is no text, and leaves no Python error.
-std::string textOrThrow(PyObject* value) {
-    std::optional<std::string> text = kzReadableText(value);
-    kzTrue(text.has_value());
-    return *std::move(text);
+    return kzReadableText(value).value_or(std::string());
 }
 
 KzResult codeOfTypeError(const std::string& text) {
@@ -165,10 +153,11 @@ KzResult kzReportToMessage(const KzException& exception, IKzMessage* message) {
     if (kzSucceeded(code) || kzIsSilent(code) || message == nullptr) return code;
     PyObject* value = exception.value;
     PyObject* type = exception.type;
+    if (type == nullptr && value == nullptr) return code;
     if ((type == nullptr || !PyType_Check(type)) && value != nullptr)
         type = reinterpret_cast<PyObject*>(Py_TYPE(value));
     std::string text = kzExceptionName(type, value);
-    if (value != nullptr && value != Py_None) text += "; " + textOrThrow(value);
+    if (exception.hasValue()) text += "; " + kzStringOf(value);
     const std::string lines = "        .." + kzTracebackText(exception.traceback, "\n        ..");
     message->SetCode(code);
     message->SetMessage("pythonintr", "exception", 0);
@@ -180,7 +169,7 @@ KzResult kzReportToMessage(const KzException& exception, IKzMessage* message) {
 KzCodeText kzResultOfText(PyObject* object) {
     KzCodeText result;
     if (object == nullptr || object == Py_None) return result;
-    const std::string text = textOrThrow(object);
+    const std::string text = kzStringOf(object);
     if (text.empty()) return result;
     const std::size_t colon = text.find(':');
     const std::string codeText = text.substr(0, colon);

@@ -41,7 +41,8 @@ inline void kzSetQuiet(bool quiet) noexcept { kzQuietFlag = quiet; }
 KzResult kzResultOfException(PyObject* type, PyObject* value);
 // Takes the pending exception, reports it unless it is silent or the quiet flag is set (and then clears the flag).
 KzResult kzResultOfPending() noexcept;
-// As kzResultOfException, and tells the host through the message: table "pythonintr", key "exception".
+// As kzResultOfException, and fills the message: table "pythonintr", key "exception". Throws FAILED, with the Python error
+// pending, if the exception's value has no text.
 KzResult kzReportToMessage(const KzException& exception, IKzMessage* message);
 
 // A code written as text: a name after "KZe_", hexadecimal after "0x", else decimal; a message after a colon.
@@ -50,6 +51,7 @@ struct KzCodeText {
     bool hasCode = false;
     std::string message;
 };
+// Throws FAILED, with the Python error pending, if the object has no text.
 KzCodeText kzResultOfText(PyObject* object);
 
 // A caught code that can go nowhere (a destructor, a clean-up path) is logged, unless it is a success or silent.

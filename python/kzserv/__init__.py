@@ -1,7 +1,7 @@
-"""The host's servers that are written in Python. The module imports this package once, when Python starts.
+"""Servers of the host that are written in Python. The module imports this package once, when Python starts.
 
-Every *.py in a folder named "servers" below one of the host's script folders (the folders of sys.path) is imported
-then; see kzserv.files and kzserv.loading.
+The package then imports every *.py in a folder named "servers" below one of the folders of sys.path; see kzserv.files
+and kzserv.loading.
 """
 
 import sys

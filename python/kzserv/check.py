@@ -1,9 +1,10 @@
-"""Looks over server files before the host uses them: `kzhost check FILE...`.
+"""Checks server files before the host uses them: `kzhost check FILE...`.
 
-The files are imported, but what they bless is only noted, so the host does not see it. Then every class is compared
-with the interfaces that it claims: names that look misspelt, methods that cannot take what the host passes, methods of
-interfaces that the class does not have, and required methods that are missing. Classes that are not blessed but derive
-from an interface are passed to the host as objects, and are looked over as well.
+The files are imported, but what they bless is only recorded, so the host does not see it. Then every class is
+compared with the interfaces that it implements. The findings are names that look misspelt, methods that cannot take
+what the host passes, methods of interfaces that the class does not have, and required methods that are missing.
+Classes that are not blessed but derive from an interface are checked as well, because the file may pass their objects
+to the host.
 """
 
 import ast
@@ -22,7 +23,7 @@ _METHOD = re.compile('([A-Za-z][A-Za-z0-9]*_)([A-Za-z]\w*)$')
 
 
 class Interface(object):
-    """What kzifc knows of one interface."""
+    """One interface as kzifc describes it."""
 
     def __init__(self, base):
         self.base = base
@@ -38,7 +39,7 @@ INTERFACES = dict((base, Interface(base)) for base in (getattr(kzifc, name) for 
 
 
 class Blessing(object):
-    """One call of kz.bless, as a file makes it."""
+    """One call of kz.bless in the file."""
 
     def __init__(self, cls, name, tags=None, meta=None):
         self.cls, self.name, self.tags, self.meta = cls, name, tags, meta
@@ -54,12 +55,12 @@ class Finding(object):
 
 
 def interfaces_of(cls):
-    """The interfaces of a class in the order in which the host sees them."""
+    """The interfaces of a class, in the order in which the host sees them."""
     return [INTERFACES[base] for base in files.interface_bases(cls)]
 
 
 def own_attributes(cls):
-    """What the class and its bases define, without what the interfaces' own classes do. The nearest definition wins."""
+    """The attributes of the class and its bases, except those of the kzifc classes. The nearest definition wins."""
     attributes = {}
     for base in reversed(inspect.getmro(cls)):
         if base not in INTERFACES and base is not object:
@@ -76,7 +77,7 @@ class ClassCheck(object):
 
     def __init__(self, path, line, title, cls, types):
         self.path, self.line, self.title, self.cls = path, line, title, cls
-        self.types = types  # of values, which the file blesses
+        self.types = types  # the names of the value types that the file blesses
         self.findings = []
 
     def tell(self, line, text):
@@ -98,7 +99,7 @@ class ClassCheck(object):
             self.check_method(name, value)
         command_check.check(self)
         self.check_required()
-        if is_blessed:  # other classes are called by the file itself
+        if is_blessed:  # instances of other classes are made by the file itself
             self.check_init(meta)
         return self.findings
 
@@ -123,7 +124,7 @@ class ClassCheck(object):
             self.tell(line, 'no interface has a method %s; did you mean %s?' % (name, near))
         elif owners:
             self.tell(line, '%s belongs to %s, which the class does not implement' % (name, a_list(owners)))
-        elif match.group(2)[0].isupper():  # as the interfaces' methods are written
+        elif match.group(2)[0].isupper():  # written like a method of an interface
             self.check_prefix(line, name, prefix)
 
     def check_prefix(self, line, name, prefix):
@@ -136,7 +137,7 @@ class ClassCheck(object):
                       (name, prefix, a_list(owners)))
 
     def nearest(self, name, prefix):
-        """The method that was meant. A prefix that looks like none of the class's own is that of a helper."""
+        """The method that was meant, if any. A prefix unlike those of the class's interfaces marks a helper."""
         if any(name in other.methods for other in INTERFACES.values()):
             return None
         prefixes = [each.prefix for each in self.interfaces if likeness(prefix.lower(), each.prefix) >= CLOSE]
@@ -144,7 +145,7 @@ class ClassCheck(object):
 
     def check_required(self):
         if '__getattr__' in self.attributes or '__getattribute__' in self.attributes:
-            return  # what it answers is known only when it is asked
+            return  # its attributes are known only at run time
         for interface in self.interfaces:
             for name in interface.required():
                 if name not in self.attributes:
@@ -159,10 +160,10 @@ class ClassCheck(object):
 
 
 def is_class_of(module, value):
-    """A new-style class that the module itself makes."""
+    """Whether the value is a new-style class that the module itself defines."""
     try:
         return isinstance(value, type) and value.__module__ == module.__name__
-    except Exception:  # a metaclass may answer anything
+    except Exception:  # a metaclass may run any code
         return False
 
 
@@ -180,12 +181,12 @@ class FileCheck(object):
         self.blessings = []
         self.findings = []
         self.names = set()
-        self.seen = set()  # the classes of servers, and those that they derive from
+        self.seen = set()  # the classes of servers, and their base classes
 
     def bless(self, cls, name, tags=None, meta=None):
-        """Stands in for kz.bless while the file is imported."""
+        """Replaces kz.bless while the file is imported."""
         if not isinstance(name, basestring):
-            raise TypeError('the name of a server is a text')
+            raise TypeError('the name of a server must be a text')
         if not name.startswith(':'):
             self.blessings.append(Blessing(cls, name, tags, meta))
 
@@ -209,26 +210,27 @@ class FileCheck(object):
         return sorted(self.findings, key=lambda finding: finding.line)
 
     def guarded(self, line, title, action, *args):
-        """A class may do anything when it is looked at."""
+        """Runs a check. Looking at a class may run any code, so whatever that raises becomes a finding."""
         try:
             action(*args)
         except Exception:
             kind, value, _ = sys.exc_info()
-            self.tell(line, '%s cannot be looked over: %s' % (title, files.describe(kind, value)))
+            self.tell(line, '%s cannot be checked: %s' % (title, files.describe(kind, value)))
 
     def types(self):
-        return [each.name for each in self.blessings if isinstance(each.cls, type) and issubclass(each.cls, kzifc.Value)]
+        classes = [each for each in self.blessings if isinstance(each.cls, type)]
+        return [each.name for each in classes if issubclass(each.cls, kzifc.Value)]
 
     def tell_failure(self, kind, value, trace):
         line = getattr(value, 'lineno', None) if kind is SyntaxError else None
         for name, number, _, _ in files.frames_below(trace, self.path):
             if name == self.path and kind is not SyntaxError:
-                line = number  # the innermost
+                line = number  # the innermost frame wins
         self.tell(line or 1, 'it cannot be imported: ' + files.describe(kind, value))
 
     def check(self, blessing, server):
         if not has_text(blessing.name) or '\0' in blessing.name:
-            self.tell(blessing.line, '%s: its name has to be plain ASCII' % server)
+            self.tell(blessing.line, '%s: its name must be plain ASCII' % server)
         self.check_name(blessing)
         pending = [(server, blessing.cls, blessing.meta)]
         seen = []
@@ -242,12 +244,12 @@ class FileCheck(object):
             pending += self.sub_servers(blessing, title, meta)
         tags = blessing.tags
         if tags is not None and not isinstance(tags, dict):
-            self.tell(blessing.line, '%s: its tags are no dictionary' % server)
+            self.tell(blessing.line, '%s: its tags are not a dictionary' % server)
         elif tags and not all(has_text(key) and has_text(value) for key, value in tags.items()):
             self.tell(blessing.line, '%s: a key or value of its tags has no str() form' % server)
 
     def check_unblessed(self, classes):
-        """Classes that the host is given objects of. What they have from others is looked over with them."""
+        """Checks classes whose objects the file may pass to the host. Base classes are checked as part of these."""
         lines = dict((node.name, node.lineno) for node in ast.walk(ast.parse(files.read(self.path)))
                      if isinstance(node, ast.ClassDef)) if classes else {}
         bases = set(base for cls in classes for base in inspect.getmro(cls)[1:])
@@ -263,13 +265,14 @@ class FileCheck(object):
         found = []
         items = getattr(meta, '_sub_ifcs', ())
         if not hasattr(items, '__getitem__'):
-            self.tell(blessing.line, '%s: its _sub_ifcs is no sequence' % title)
+            self.tell(blessing.line, '%s: its _sub_ifcs is not a sequence' % title)
             return found
         for item in items:
             try:
                 cls, sub_meta = item
             except (TypeError, ValueError):
-                self.tell(blessing.line, '%s: each of its _sub_ifcs is a pair of a class and its meta object' % title)
+                self.tell(blessing.line, '%s: each item of its _sub_ifcs must be a pair of a class and its meta object' %
+                          title)
                 continue
             found.append(('%s, sub-server %s' % (title, getattr(cls, '__name__', repr(cls))), cls, sub_meta))
         return found

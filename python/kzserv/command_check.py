@@ -1,4 +1,4 @@
-"""What kzserv.check looks over in classes derived from kzu.command.Command: the names of their methods, their arguments,
+"""The checks of kzserv.check for classes derived from kzu.command.Command: the names of their methods, their arguments,
 and whether execute takes what it is called with."""
 
 import inspect
@@ -14,12 +14,12 @@ _SETTINGS = ('arguments', 'label', 'description', 'flags')
 
 
 def can_be_called(name):
-    """Whether kz.eval finds a command of that name when it stands in front of a command string."""
+    """Whether a command string that begins with this name can call the command."""
     return re.match(r'[A-Za-z_][^\s{}"]*$', name) is not None
 
 
 def check(found):
-    """Adds to a ClassCheck what is wrong with its class as a command."""
+    """Checks the class of a ClassCheck as a command, and adds the findings to it."""
     if not issubclass(found.cls, Command) or found.cls is Command:
         return
     attributes = {}
@@ -50,7 +50,7 @@ def _check_name(found, name, value, attributes):
 
 
 def _meant(name, known):
-    """The name of which this one is a slip, word by word: helpers may share words with it."""
+    """The known name that was meant, if any. It is compared word by word, because helpers may share words with it."""
     words = name.lower().split('_')
     for each in known:
         meant = each.split('_')
@@ -60,17 +60,17 @@ def _meant(name, known):
 
 
 def _check_arguments(found):
-    """The names of the command's arguments; None where they are known only to an instance."""
+    """The names of the command's arguments; None if only an instance knows them."""
     arguments = found.cls.arguments
     if isinstance(arguments, property):
         return None
     if not isinstance(arguments, (list, tuple)) or not all(isinstance(each, Argument) for each in arguments):
-        found.tell(found.line, 'arguments is no list of Argument')
+        found.tell(found.line, 'arguments is not a list of Argument')
         return None
     names = []
     for each in arguments:
         if each.name in names:
-            found.tell(found.line, 'argument "%s" is there twice' % each.name)
+            found.tell(found.line, 'argument "%s" occurs twice' % each.name)
         names.append(each.name)
         if not isinstance(each.name, str) or re.match(r'[A-Za-z0-9_.]+$', each.name) is None:
             found.tell(found.line, 'argument "%s": no command string can name it; use letters, digits, _ and .' %
@@ -103,4 +103,4 @@ def _check_execute(found, execute, arguments):
             found.tell(line, 'execute is called with the argument "%s", which it does not take' % name)
     for name in names[:len(names) - len(defaults or ())]:
         if name not in arguments:
-            found.tell(line, 'execute takes "%s", which is no argument of the command' % (name,))
+            found.tell(line, 'execute takes "%s", which is not an argument of the command' % (name,))

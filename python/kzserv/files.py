@@ -1,9 +1,10 @@
 """Finding and importing server files.
 
-A server file is a *.py in a folder named "servers" below one of the folders that Python imports from: the scripts
-folder of the user, the import paths of the host, and the host's own. Folders come in the order of sys.path, the files
-of one folder by name, and no file twice. A file whose name begins with a dot is none, and the log says so. A file that
-cannot be imported is told in the log, in the subsystem "servers", and the others are imported all the same.
+A server file is a *.py in a folder named "servers" below one of the folders that Python imports from: the user's
+scripts folder, the import paths of the host, and the host's own folders. Folders are searched in the order of sys.path,
+the files of a folder are ordered by name, and no file is imported twice. A file whose name begins with a dot is skipped
+with a note in the log. If a file cannot be imported, the log subsystem "servers" gets an entry, and the other files are
+still imported.
 """
 
 from __future__ import absolute_import
@@ -23,7 +24,7 @@ _INFO = 1
 
 
 def printable(text):
-    """The text as the log can show it: a str without zero bytes."""
+    """The text as the log can show it: a str without NUL bytes."""
     if isinstance(text, unicode):
         text = text.encode('utf-8')
     return str(text).replace('\0', '\\x00')
@@ -52,19 +53,19 @@ def find():
     return found
 
 
-_hidden = set()  # those that the log has been told of
+_hidden = set()  # the skipped files that the log has a note for
 
-# The files' modules are parts of this one, so that they can import each other: from kzserv.servers import watch.
+# The parent of the files' modules, through which they can import each other: from kzserv.servers import watch.
 _parent = types.ModuleType('kzserv.servers', 'The server files that have been imported.')
 _parent.__path__ = []
 sys.modules[_parent.__name__] = _parent
 PREFIX = _parent.__name__ + '.'
 
-_names = {}  # of modules, by real path: each file keeps its own, whatever becomes of the others
+_names = {}  # real path -> module name: a file keeps its name even if other files come and go
 
 
 def name_of(path):
-    """The name of the file's module: that of the file, with a number behind it where another file has it already."""
+    """The name of the file's module: the file's own, with a number appended if another file has that name already."""
     path = os.path.realpath(path)
     if path not in _names:
         _names[path] = free_name(path)
@@ -92,8 +93,8 @@ def new_module(path, name):
 
 
 def run(module, source):
-    """Runs a file's text as its module, which is in place meanwhile. What it raises goes on to the caller."""
-    # A server file may be named as a module of the standard library, which the other files must find all the same.
+    """Runs a file's text as its module, which is already in sys.modules. Exceptions propagate to the caller."""
+    # Imports are absolute: a server file may have the name of a standard module, which other files must still find.
     code = compile(source, module.__file__, 'exec', absolute_import.compiler_flag, True)
     publish(module.__name__, module)
     exec code in module.__dict__
@@ -110,7 +111,7 @@ def publish(full_name, module):
 
 
 def interface_bases(cls):
-    """The classes of kzifc that a class is derived from, in the order in which the host sees its interfaces."""
+    """The classes of kzifc that a class derives from, in the order in which the host sees its interfaces."""
     found = []
     for base in getattr(cls, '__bases__', ()):
         found.extend([base] if vars(kzifc).get(base.__name__) is base else interface_bases(base))
@@ -118,7 +119,7 @@ def interface_bases(cls):
 
 
 def frames_below(trace, path):
-    """The traceback's entries from the file's own first line inward; all when it has none of the file."""
+    """The traceback's entries from the file's outermost frame inward; all of them if it has none of the file."""
     entries = [entry for entry in traceback.extract_tb(trace) if os.path.dirname(entry[0]) != _HERE]
     for index, entry in enumerate(entries):
         if entry[0] == path:
@@ -127,11 +128,11 @@ def frames_below(trace, path):
 
 
 def describe(kind, value):
-    """An exception as one line, whatever its text is made of."""
+    """An exception as one line, whatever its text contains."""
     try:
         lines = traceback.format_exception_only(kind, value)
         return printable(lines[-1].strip())
-    except Exception:  # its own __str__ may raise anything
+    except Exception:  # its __str__ may raise anything
         return getattr(kind, '__name__', 'exception')
 
 
@@ -141,7 +142,7 @@ def note(text):
 
 
 def report(path):
-    """One entry in the log for the exception that is being handled, with its traceback below."""
+    """Writes one log entry for the exception that is being handled, with its traceback as child entries."""
     kind, value, trace = sys.exc_info()
     try:
         log = kz.service.Log()
@@ -149,7 +150,7 @@ def report(path):
         for name, line, _, _ in reversed(frames_below(trace, path)[-50:]):
             entry.AddEntry(log.CreateEntry(_INFO, printable(' .. %s: %d' % (name, line))))
         log.SubSystemLookup('servers').AddEntry(entry)
-    except Exception:  # a host without such a log: then as any other exception
+    except Exception:  # a host without such a log gets the exception like any other
         kz.outEx(printable(path))
     finally:
         del trace

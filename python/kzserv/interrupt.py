@@ -1,7 +1,7 @@
 """Ctrl-C in a host that runs in a terminal.
 
-The module leaves every signal as the host had it. A host that wants a running script to stop with KeyboardInterrupt says
-so by its property "script.interrupt", and then Python's own handler takes the signal.
+The module restores every signal's disposition to the host's. A host that wants Ctrl-C to stop a running script with
+KeyboardInterrupt sets its property "script.interrupt" to "signal", and then Python's own handler is installed.
 """
 
 import signal
@@ -22,4 +22,4 @@ def install():
     try:
         signal.signal(signal.SIGINT, signal.default_int_handler)
     except ValueError:
-        pass  # Python was first entered off the main thread, where it cannot take signals
+        pass  # Python was started on another thread than the process's main one, where it cannot handle signals

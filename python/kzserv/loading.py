@@ -1,9 +1,10 @@
-"""The server files that have been imported, what they blessed, and how a file that has changed is taken in again.
+"""The server files that have been imported, what they have blessed, and how a changed file is imported again.
 
-A file counts whole or not at all. While it runs, what it blesses is looked over and noted; it is blessed when the file
-has run to its end. A server that is blessed stays blessed: the host knows it by name and type, and holds objects of its
-class. So when its file has changed, the class is not replaced but changed: it takes over what the file's new class has,
-and the host's objects have it at once. Where one of a file's servers cannot be changed, none is.
+A file is imported as a whole or not at all. While it runs, what it blesses is checked and recorded; the blessing
+follows when the file has run to its end. A server can never be unblessed: the host knows it by name and type, and holds
+objects of its class. So when a file has changed, a server's class is not replaced but modified: it gets the attributes
+of the file's new class, and the host's existing objects have them at once. If one of a file's servers cannot be
+modified, none of them is.
 """
 
 import sys
@@ -18,11 +19,11 @@ _MARK = ':'
 
 
 class Refused(Exception):
-    """Why a file's servers stay as they are."""
+    """The reason why a file's servers were left unchanged."""
 
 
 class Part(object):
-    """A class and its meta object, as the host knows them, with those of its sub-servers."""
+    """A class and its meta object, as the host knows them, with the parts of its sub-servers."""
 
     def __init__(self, cls, meta, known=()):
         self.cls, self.meta = cls, meta
@@ -34,17 +35,17 @@ class Part(object):
                 self.parts.append(Part(sub_class, sub_meta, known))
 
     def paired(self, new):
-        """Each part with the one that is to be taken over, this one first. Raises Refused where that cannot be done."""
+        """Pairs of each part and its new version, this one first. Raises Refused if a part cannot be modified."""
         if type(self.cls) is not type(new.cls):
-            raise Refused('%s has another metaclass' % new.cls.__name__)
+            raise Refused('%s has a different metaclass' % new.cls.__name__)
         if files.interface_bases(self.cls) != files.interface_bases(new.cls):
-            raise Refused('%s has other interfaces' % new.cls.__name__)
+            raise Refused('%s has different interfaces' % new.cls.__name__)
         if self.cls is not new.cls and ('__slots__' in vars(self.cls) or '__slots__' in vars(new.cls)):
             raise Refused('%s has __slots__' % new.cls.__name__)
         if not (hasattr(self.meta, '__dict__') and hasattr(new.meta, '__dict__')) and self.meta != new.meta:
-            raise Refused('its meta object is another one')
+            raise Refused('its meta object has been replaced')
         if len(self.parts) != len(new.parts):
-            raise Refused('it has other sub-servers')
+            raise Refused('its sub-servers have changed')
         pairs = [(self, new)]
         for old_part, new_part in zip(self.parts, new.parts):
             pairs += old_part.paired(new_part)
@@ -52,10 +53,10 @@ class Part(object):
 
 
 class Server(object):
-    """One call of kz.bless, looked over as kz.bless does. Raises what kz.bless would."""
+    """One call of kz.bless, with the checks of kz.bless. Raises what kz.bless would raise."""
 
     def __init__(self, cls, name, tags=None, meta=None):
-        self.tags = {} if tags is None else tags  # with a dictionary of its own they can be changed later
+        self.tags = {} if tags is None else tags  # a dictionary even if empty, so that it can be modified later
         self.type, self.is_taken = _kzserv.check(cls, name, self.tags, meta)
         self.part, self.name = Part(cls, meta), str(name)
 
@@ -63,26 +64,25 @@ class Server(object):
         return self.name, self.type
 
 
-
 class Change(object):
-    """What a file that has run makes of its servers: all of it, or nothing."""
+    """The changes to its servers that a file asks for. They are applied completely or not at all."""
 
-    def __init__(self, former, given):
+    def __init__(self, former, blessed):
         known = dict((server.key(), server) for server in former)
-        self.fresh = [new for new in given if new.key() not in known]
-        self.known = [(known[new.key()], new) for new in given if new.key() in known]
+        self.fresh = [new for new in blessed if new.key() not in known]
+        self.known = [(known[new.key()], new) for new in blessed if new.key() in known]
         self.pairs = []
         for old, new in self.known:
             try:
                 self.pairs += old.part.paired(new.part)
             except Refused as reason:
-                raise Refused('the server "%s" cannot become what it is now: %s' % (old.name, reason))
+                raise Refused('the server "%s" cannot be changed: %s' % (old.name, reason))
         self._classes = {}
         for old, new in self.pairs:
             if self._classes.setdefault(new.cls, old.cls) is not old.cls:
-                raise Refused('%s stands for what were two classes' % new.cls.__name__)
+                raise Refused('%s replaces two classes' % new.cls.__name__)
         if len(set(self._classes.values())) != len(self._classes):
-            raise Refused('what was one class are two now')
+            raise Refused('one class has become two')
         for new in self.fresh:
             if _kzserv.check(new.part.cls, new.name, new.tags, new.part.meta)[1]:
                 raise Refused('there is another server "%s" of its type already' % new.name)
@@ -91,7 +91,7 @@ class Change(object):
         """Changes what is known, and blesses what is new and adds it to the file's servers."""
         self._undo = []
         try:
-            self._take_over()
+            self._update()
             self._rebase(module)
         except Exception:
             kind, value, _ = sys.exc_info()
@@ -108,15 +108,15 @@ class Change(object):
             _bless(new.part.cls, new.name, new.tags, new.part.meta)
             servers.append(new)
 
-    def _take_over(self):
+    def _update(self):
         for old, new in self.pairs:
             if old.cls is not new.cls:
                 self._keep(fill_class, old.cls, old.cls.__bases__, dict(vars(old.cls)))
-                fill_class(old.cls, self._living(new.cls.__bases__), vars(new.cls))
+                fill_class(old.cls, self._modified(new.cls.__bases__), vars(new.cls))
             if old.meta is not new.meta and hasattr(old.meta, '__dict__'):
-                self._take_over_meta(old.meta, new.meta)
+                self._update_meta(old.meta, new.meta)
 
-    def _take_over_meta(self, old, new):
+    def _update_meta(self, old, new):
         if isinstance(old, type):
             self._keep(fill_class, old, old.__bases__, dict(vars(old)))
             fill_class(old, new.__bases__, vars(new))
@@ -125,26 +125,26 @@ class Change(object):
             fill_object(old, getattr(new, '__class__', None), dict(vars(new)))
 
     def _rebase(self, module):
-        """The other classes of the file derive from the class that lives on."""
+        """Makes the file's other classes derive from the modified old classes instead of the new ones."""
         for cls in vars(module).values():
             if isinstance(cls, type) and cls.__module__ == module.__name__ and cls not in self._classes:
-                if cls.__bases__ != self._living(cls.__bases__):
-                    cls.__bases__ = self._living(cls.__bases__)
+                if cls.__bases__ != self._modified(cls.__bases__):
+                    cls.__bases__ = self._modified(cls.__bases__)
 
-    def _living(self, bases):
+    def _modified(self, bases):
         return tuple(self._classes.get(base, base) for base in bases)
 
     def _keep(self, fill, *state):
         self._undo.append(lambda: fill(*state))
 
     def _rename(self, module):
-        """The file's functions find the class that lives on, where they say super(Name, self) or Name.attribute."""
+        """Rebinds the file's global names to the modified old classes, for super(Name, self) and Name.attribute."""
         for name, value in vars(module).items():
             if isinstance(value, type) and value in self._classes:
                 setattr(module, name, self._classes[value])
 
 
-_OF_THE_CLASS = ('__dict__', '__weakref__', '__doc__')  # what cannot be set
+_READ_ONLY = ('__dict__', '__weakref__', '__doc__')
 
 
 def fill_class(cls, bases, names):
@@ -153,7 +153,7 @@ def fill_class(cls, bases, names):
     for name in set(vars(cls)) - set(names):
         delattr(cls, name)
     for name, value in names.items():
-        if name not in _OF_THE_CLASS:
+        if name not in _READ_ONLY:
             setattr(cls, name, value)
 
 
@@ -165,19 +165,19 @@ def fill_object(target, cls, state):
 
 
 class File(object):
-    """One server file: its text when it was imported last, its modules, the last one first, and what it blessed.
+    """One server file: its text when it was last imported, its modules, the latest first, and its servers.
 
-    Former modules are kept: a module that goes takes its names from the functions that still use them.
+    Earlier modules are kept, because destroying a module clears the globals of functions that are still in use.
     """
 
     def __init__(self, path):
         self.path, self.name = path, files.name_of(path)
         self.source, self.modules, self.servers, self.is_whole = None, [], [], False
 
-    def take_in(self):
-        """Imports the file, and makes its servers what it blesses. False, and nothing has changed, when that fails."""
+    def load(self):
+        """Imports the file and updates its servers. If that fails, nothing has changed, and the result is False."""
         self.is_whole = False
-        self.given, self._keys = [], set()
+        self.blessed, self._keys = [], set()
         self._own = set(server.key() for server in self.servers)
         module = files.new_module(self.path, self.name)
         former = self.modules[0] if self.modules else None
@@ -187,10 +187,10 @@ class File(object):
         try:
             self.source = files.read(self.path)
             files.run(module, self.source)
-            change = Change(self.servers, self.given)
+            change = Change(self.servers, self.blessed)
             change.apply(module, self.servers)
         except Refused as reason:
-            files.note('%s: nothing of it is taken in: %s' % (self.path, reason))
+            files.note('%s: nothing has changed: %s' % (self.path, reason))
         except:  # SystemExit too: no file ends the host
             files.report(self.path)
         else:
@@ -204,12 +204,12 @@ class File(object):
         self.modules.insert(0, module)
         for server in self.servers:
             if server.key() not in self._keys:
-                files.note('%s: the server "%s" is not in it any more; it stays as it was until the host ends' %
+                files.note('%s: the server "%s" is no longer in the file; it stays as it is until the host ends' %
                            (self.path, server.name))
         return True
 
     def bless(self, *args):
-        """Notes what the file blesses. What kz.bless refuses, it refuses at once."""
+        """Records what the file blesses. Raises at once for what kz.bless would refuse."""
         if not 2 <= len(args) <= 4 or str(args[1]).startswith(_MARK):
             return _bless(*args)
         server = Server(*args)
@@ -217,9 +217,9 @@ class File(object):
             files.note('%s: the server "%s" is blessed twice' % (self.path, server.name))
             kz.throw(kz.symbol.e_FAILED)
         if server.is_taken and server.key() not in self._own:
-            _bless(*args)  # which says what is wrong
+            _bless(*args)  # raises, and explains the reason in the log
         self._keys.add(server.key())
-        self.given.append(server)
+        self.blessed.append(server)
 
     def has_changed(self):
         try:
@@ -229,13 +229,13 @@ class File(object):
 
 
 _files = {}  # by module name
-_running = []  # the names of the modules that are being imported, with their files, the innermost last
-_pass = set()  # the files that have been tried while all are gone through
+_running = []  # the globals and the file of each module that is being imported, the innermost last
+_pass = set()  # the files that the current pass over all files has tried
 
 
 def _note(*args):
-    """Stands in for kz.bless while server files are imported. A module that such a file imports, and that blesses, is
-    not part of the file: it stays imported whatever becomes of the file, and so its servers are blessed at once."""
+    """Replaces kz.bless while server files are imported. A module that such a file imports may bless as well. It is not
+    part of the file and stays imported even if the file fails, so its servers are blessed at once."""
     frame = sys._getframe(1)
     while frame is not None:
         for names, known in _running:
@@ -249,7 +249,7 @@ def _note(*args):
 
 
 class Finder(object):
-    """Finds a server file as a module, wherever it comes in the order of the files."""
+    """Imports a server file as a module on demand, independent of the order of the files."""
 
     def find_module(self, name, path=None):
         return self if name.startswith(files.PREFIX) and self._file(name) is not None else None
@@ -257,9 +257,9 @@ class Finder(object):
     def load_module(self, name):
         known = self._file(name)
         if known not in _pass and _running:
-            known.take_in()
+            known.load()
         if name not in sys.modules:
-            raise ImportError('the server file %s is not taken in; the log says why' % known.path)
+            raise ImportError('the server file %s was not imported; the log says why' % known.path)
         return sys.modules[name]
 
     def _file(self, name):
@@ -273,27 +273,26 @@ sys.meta_path.append(Finder())
 
 
 def _find():
-    """All server files, in their order."""
+    """All server files, in order."""
     return [_files.setdefault(files.name_of(path), File(path)) for path in files.find()]
 
 
 def import_all():
     _pass.clear()
     for each in _find():
-        if each not in _pass:  # one file may have asked for the others
-            each.take_in()
+        if each not in _pass:  # another file may have imported it already
+            each.load()
 
 
 def reload_changed():
-    """Takes in what is new or has changed in the folders of server files since, and what could not be taken in before,
-    and tells the log about each file."""
+    """Imports the server files that are new, changed or failed before, and adds a note to the log for each."""
     _pass.clear()
     changed = [each for each in _find() if each.has_changed()]
     for each in changed:
-        files.publish(files.PREFIX + each.name, None)  # whoever imports it gets it as it is now
+        files.publish(files.PREFIX + each.name, None)  # so that files which import it get the new version
     for each in changed:
         if each not in _pass:
-            each.take_in()
+            each.load()
         if each.is_whole:
-            files.note('%s: taken in' % each.path)
+            files.note('%s: imported' % each.path)
     kz.service.Host().ModuleUpdate('python')

@@ -1,13 +1,13 @@
-"""How the methods of a class can be called, and which names look like slips of others."""
+"""How the methods of a class can be called, and which names look like misspellings of others."""
 
 import difflib
 import inspect
 
-CLOSE = 0.75  # from this likeness on, one name is taken for a slip of the other
+CLOSE = 0.75  # names at least this similar count as misspellings of each other
 
 
 def function_of(value):
-    """The function behind a method, and how many arguments it gets by itself; None for other callables."""
+    """The function behind a method, and how many arguments are passed implicitly; None for other callables."""
     if isinstance(value, staticmethod):
         function = value.__get__(None, object)
         return (function, 0) if inspect.isfunction(function) else (None, 0)
@@ -18,7 +18,7 @@ def function_of(value):
 
 
 def is_method(value):
-    """Whether what stands in a class under a method's name can be called. What a property answers is not known."""
+    """Whether a class attribute can be called as a method. A property counts, since its value is not known."""
     if isinstance(value, staticmethod):
         return callable(value.__get__(None, object))
     if isinstance(value, classmethod):
@@ -29,19 +29,19 @@ def is_method(value):
 
 
 def likeness(name, other):
-    """From 0 to 1: how much the names look alike."""
+    """How similar two names are, from 0 to 1."""
     return difflib.SequenceMatcher(None, name, other).ratio()
 
 
 def nearest(name, known):
-    """The known name that was meant: it differs in letter case or by a slip. None when there is none."""
+    """The known name that was probably meant: it differs in letter case or by a misspelling. None if there is none."""
     by_case = dict((each.lower(), each) for each in known)
     likely = difflib.get_close_matches(name, known, 1, CLOSE)
     return by_case.get(name.lower()) or (likely[0] if likely else None)
 
 
 def takes(value, count):
-    """Whether a method can be called with that many arguments, and how its own arguments read."""
+    """Whether a method can be called with that many arguments, and how many it takes, as a text."""
     function, bound = function_of(value)
     if function is None:
         return True, ''
@@ -53,7 +53,7 @@ def takes(value, count):
 
 
 def line_of(value, path, otherwise):
-    """Where a method is written, if that is in the file."""
+    """The line of a method's definition if that is in the file, or else the given line."""
     function = function_of(value)[0]
     code = getattr(function, '__code__', None)
     return code.co_firstlineno if code is not None and code.co_filename == path else otherwise

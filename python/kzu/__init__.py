@@ -1,1 +1,1 @@
-"""What the host's own Python code shares."""
+"""Utilities for Python code in the host."""

@@ -1,4 +1,4 @@
-"""Commands in Python, by what they do rather than by the interfaces behind them.
+"""A base class for commands in Python, which need not know the interfaces behind them.
 
     class Repeat(kzu.command.Command):
         arguments = [Argument('text', 'string'), Argument('count', 'integer', default=1)]
@@ -17,13 +17,13 @@ from kzu import object as wrappers
 
 
 class Argument(object):
-    """One argument of a command: its name, its value type, and what may be left out.
+    """One argument of a command: its name, its value type, and its properties.
 
-    default    the value when none is given; an argument with one is optional
-    optional   it may be left out without a default, and is then None
-    toggle     kz.queryToggle asks for this argument
-    query      its value can be asked for: the command's query() answers
-    label      its name for people
+    default    the value if the caller passes none; an argument with a default is optional
+    optional   the caller may omit it; without a default it is None then
+    toggle     kz.queryToggle queries this argument
+    query      the argument can be queried, which calls the command's query()
+    label      the name that users see
     desc       what it is for
     """
 
@@ -34,11 +34,11 @@ class Argument(object):
 
 
 def _refuse(code):
-    kz.throw(code, True)  # the caller tells its user; the log need not
+    kz.throw(code, True)  # quiet: it is up to the caller to report it
 
 
 class Command(kzifc.Command, kzifc.Attributes):
-    """The base of commands. Overwrite execute, and where they are wanted query, enabled, argument_enabled, prepare,
+    """The base class of commands. Override execute, and as needed query, enabled, argument_enabled, prepare and
     argument_changed.
     """
 
@@ -48,32 +48,32 @@ class Command(kzifc.Command, kzifc.Attributes):
     flags = 0
 
     def execute(self, **values):
-        """Does the work; called with the value of each argument under its name."""
+        """Does the work. Called with the value of each argument as a keyword argument."""
         raise NotImplementedError
 
     def query(self, name):
-        """The value, or a list of values, that the argument has now."""
+        """Returns the current value of the argument, or a list of values."""
         raise NotImplementedError
 
     def enabled(self):
-        """None, or a text that says why the command cannot be used at the moment."""
+        """Returns None, or a text that says why the command cannot be used at the moment."""
 
     def argument_enabled(self, name):
-        """None, or a text that says why the argument cannot be used."""
+        """Returns None, or a text that says why the argument cannot be used."""
 
     def prepare(self):
-        """Returns a dictionary of values with which a dialog begins, besides the defaults."""
+        """Returns a dictionary of initial values for a dialog, in addition to the defaults."""
         return {}
 
     def argument_changed(self, name):
-        """The user has answered the argument. Returns a dictionary of values that others now have, or None."""
+        """Called when the user has entered the argument. Returns None, or a dictionary of new values of others."""
 
     def value(self, name):
-        """The argument's value as far as it is known: what was given, its default, or None."""
+        """The argument's value: the one that was passed, or else its default, or None."""
         index = self.attr_Lookup(name)
         return self._python_value(index) if self._is_set(index) else self.arguments[index].default
 
-    # What the command is.
+    # The description of the command.
 
     def cmd_UserName(self):
         return self.label or _refuse(kz.symbol.e_NOTIMPL)
@@ -102,7 +102,7 @@ class Command(kzifc.Command, kzifc.Attributes):
                 return index
         _refuse(kz.symbol.e_NOTFOUND)
 
-    # Running it.
+    # Executing and querying it.
 
     def cmd_Execute(self, flags):
         values = {}
@@ -118,12 +118,12 @@ class Command(kzifc.Command, kzifc.Attributes):
     def cmd_Query(self, index, values):
         if not self._argument(index).query:
             _refuse(kz.symbol.e_CMD_ARGUMENT_NOT_QUERYABLE)
-        found = self.query(self.arguments[index].name)
+        answer = self.query(self.arguments[index].name)
         values = wrappers.ValueArray(values)
-        for value in found if isinstance(found, (list, tuple)) else [found]:
+        for value in answer if isinstance(answer, (list, tuple)) else [answer]:
             values.append(value)
 
-    # What the caller has given stays; what is not given begins as the command knows best.
+    # Dialogs. What the caller has passed stays; the initial values of other arguments are up to the command.
 
     def cmd_DialogInit(self):
         values = dict((each.name, each.default) for each in self.arguments if each.default is not None)
@@ -134,7 +134,7 @@ class Command(kzifc.Command, kzifc.Attributes):
     def cmd_DialogArgChange(self, index):
         self._assign(self.argument_changed(self._argument(index).name) or {})
 
-    # Its arguments.
+    # The arguments.
 
     def cmd_ArgFlags(self, index):
         each = self._argument(index)
@@ -185,16 +185,16 @@ class Command(kzifc.Command, kzifc.Attributes):
         return self._argument(index).kind
 
     def attr_Value(self, index, create):
-        return self._made(index) if create else self._given(index)
+        return self._value_object(index) if create else self._passed(index)
 
     def attr_GetInt(self, index):
-        return self._given(index).GetInt()
+        return self._passed(index).GetInt()
 
     def attr_GetFlt(self, index):
-        return self._given(index).GetFlt()
+        return self._passed(index).GetFlt()
 
     def attr_GetString(self, index):
-        return self._given(index).GetString()
+        return self._passed(index).GetString()
 
     def attr_SetInt(self, index, value):
         self._set(index, 'SetInt', value)
@@ -205,11 +205,11 @@ class Command(kzifc.Command, kzifc.Attributes):
     def attr_SetString(self, index, value):
         self._set(index, 'SetString', value)
 
-    # The values are the host's own, so that it reads and writes them as it does everywhere. They are made when first
-    # needed: a command need not call this class's __init__.
+    # Values are kept as objects of the host, which converts them as it does everywhere. Their dictionary is created on
+    # first use, so that derived classes need not call __init__ of this class.
 
     def _values(self):
-        return self.__dict__.setdefault('_given_values', {})
+        return self.__dict__.setdefault('_passed_values', {})
 
     def _argument(self, index):
         return self.arguments[index] if index < len(self.arguments) else _refuse(kz.symbol.e_OUTOFBOUNDS)
@@ -217,22 +217,22 @@ class Command(kzifc.Command, kzifc.Attributes):
     def _is_set(self, index):
         return index in self._values()
 
-    def _given(self, index):
+    def _passed(self, index):
         self._argument(index)
         return self._values()[index] if self._is_set(index) else _refuse(kz.symbol.e_NOTAVAILABLE)
 
-    def _made(self, index):
+    def _value_object(self, index):
         if not self._is_set(index):
             self._values()[index] = kz.service.Value().CreateValue(self._argument(index).kind)
         return self._values()[index]
 
     def _set(self, index, method, value):
-        made = kz.service.Value().CreateValue(self._argument(index).kind)
+        target = kz.service.Value().CreateValue(self._argument(index).kind)
         try:
-            getattr(made, method)(value)
+            getattr(target, method)(value)
         except Exception:
             _refuse(kz.symbol.e_INVALIDARG)
-        self._values()[index] = made
+        self._values()[index] = target
 
     def _assign(self, values):
         for name, value in values.items():

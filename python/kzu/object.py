@@ -1,8 +1,8 @@
-"""Conveniences over the wrapper types of kz.object.
+"""Extensions of the wrapper types of kz.object.
 
-Each class here is the wrapper of the same name with what Python code expects of such an object: a length, indexing,
-iteration, a readable repr. All methods of the wrapper are there as before: objects that the host
-returns come as these, and a script makes one of any wrapper with kzu.object.ValueArray(wrapper).
+Each class here derives from the wrapper type of the same name and adds what Python code expects of such an object: a
+length, indexing, iteration, a readable repr. The wrapper's own methods are unchanged. Objects that the host returns
+have these types, and a script can convert any wrapper: kzu.object.ValueArray(wrapper).
 """
 
 import time
@@ -19,7 +19,7 @@ def _pointer(other):
 
 
 class _Object(object):
-    """Two wrappers are equal when they hold the same interface; anything else is just another object."""
+    """Two wrappers are equal if they hold the same interface. A wrapper never equals any other kind of object."""
 
     def __eq__(self, other):
         mine = _pointer(self)
@@ -42,7 +42,7 @@ class _Object(object):
 
 
 class _Sequence(_Object):
-    """Elements by number. A negative number counts from the end, and a slice gives a list."""
+    """Access to elements by index. A negative index counts from the end, and a slice returns a list."""
 
     def __getitem__(self, index):
         if isinstance(index, slice):
@@ -56,7 +56,7 @@ class _Sequence(_Object):
 
     def __iter__(self):
         index = 0
-        while index < len(self):  # asked each time: the loop may change it
+        while index < len(self):  # evaluated each time, because the loop's body may change it
             yield self._element(index)
             index += 1
 
@@ -94,7 +94,7 @@ class ValueArray(_Sequence, kz.object.ValueArray):
 
 class Value(_Object, kz.object.Value):
     def get(self):
-        """The value as Python has it; an object's as its text."""
+        """The value as a Python object; one that is neither a number nor a text as its text."""
         kind = self.Type()
         if kind == kz.symbol.iVALUE_TYPE_INTEGER:
             return int(self.GetInt())
@@ -107,7 +107,7 @@ class Value(_Object, kz.object.Value):
 
 
 class Attributes(_Object, kz.object.Attributes):
-    """Attributes by name, read and written as texts; by their numbers through the wrapper's own methods."""
+    """Access to attributes by name, as texts. The wrapper's own methods access them by number."""
 
     def __len__(self):
         return self.Count()
@@ -162,7 +162,7 @@ class LogEntry(_Sequence, kz.object.LogEntry):
 
 
 class Tree(_Object, kz.object.Tree):
-    """Iterating gives a new position for each child, so that the tree's own stays where it is."""
+    """Iterating yields a new tree position for each child; the tree's own position does not change."""
 
     def __len__(self):
         return self.Count()
@@ -176,7 +176,7 @@ class Tree(_Object, kz.object.Tree):
 
 
 class Monitor(_Object, kz.object.Monitor):
-    """With `with`, the monitor goes back to the host at the end, whatever happens."""
+    """As a context manager, it returns the monitor to the host at the end in any case."""
 
     def __enter__(self):
         return self
@@ -196,7 +196,7 @@ class StringTag(_Object, kz.object.StringTag):
 
 
 def _wait(is_over):
-    """Returns once is_over() is true. A call of the host keeps the interpreter while it waits; here others have it."""
+    """Returns once is_over() is true. It polls, because a waiting host call would keep the interpreter lock."""
     pause = 0
     while not is_over():
         time.sleep(pause)
@@ -204,14 +204,14 @@ def _wait(is_over):
 
 
 class ThreadGroup(_Object, kz.object.ThreadGroup):
-    """Jobs in Python run while it is waited for. A job must not wait for its own group."""
+    """Waiting lets jobs that run Python code proceed. A job must not wait for its own group."""
 
     def Wait(self):
         _wait(lambda: not self.Running())
         kz.object.ThreadGroup.Wait(self)
 
     def Kill(self):
-        """Waits for all jobs, also for those that have not begun: only the host could drop them, and it would wait."""
+        """Waits for all jobs. Those that have not begun are not dropped: the host would wait with the lock held."""
         self.Wait()
         kz.object.ThreadGroup.Kill(self)
 
@@ -220,7 +220,7 @@ class ThreadGroup(_Object, kz.object.ThreadGroup):
 
 
 class ThreadMutex(_Object, kz.object.ThreadMutex):
-    """With `with`, it is held from the beginning to the end."""
+    """As a context manager, it owns the mutex from beginning to end."""
 
     def Enter(self):
         _wait(self.TryEnter)

@@ -1,4 +1,4 @@
-// Exceptions to result codes, at the host boundary.
+// Turning C++ exceptions into result codes at the host boundary.
 #include "kz/base/boundary.h"
 
 #include <new>

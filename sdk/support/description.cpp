@@ -1,4 +1,4 @@
-// Comparing descriptions.
+// What this binary's description is, and how it compares with a host's.
 #include "kz/base/description.h"
 
 #include "kz/base/object.h"
@@ -32,7 +32,7 @@ std::string kzWhyUnfit(IKzUnknown* application) {
     CKzLoc_Description host;
     const char* hash = nullptr;
     if (!host.set(application) || kzFailed(host->Hash(&hash)) || hash == nullptr) return {};
-    const std::string hostHash = hash;  // its text may live only until the next call
+    const std::string hostHash = hash;  // copied: the host's text may live only until the next call
     if (hostHash == kzDescriptionHash) return {};
     std::string names;
     std::uint32_t count = 0;

@@ -1,4 +1,4 @@
-// What a module keeps of its host.
+// What a module keeps about its host.
 #include "kz/base/global_cache.h"
 
 #include "kz/base/forever.h"
@@ -22,17 +22,17 @@ CKzGlobalCache* CKzGlobalCache::current() noexcept { return theCache; }
 void CKzGlobalCache::setApplication(IKzUnknown* application) { m_application.set(application); }
 
 IKzUnknown* CKzGlobalCache::service(const KzGuid& iid) const noexcept {
-    void* found = nullptr;
+    void* service = nullptr;
     IKzUnknown* application = m_application.raw();
-    if (application == nullptr || kzFailed(application->QueryInterface(&iid, &found))) return nullptr;
-    return static_cast<IKzUnknown*>(found);
+    if (application == nullptr || kzFailed(application->QueryInterface(&iid, &service))) return nullptr;
+    return static_cast<IKzUnknown*>(service);
 }
 
 void CKzGlobalCache::addSpawner(const char* name, CKzGenericPolymorph* polymorph) { m_spawners[name] = polymorph; }
 
 CKzGenericPolymorph* CKzGlobalCache::findSpawner(const std::string& name) const noexcept {
-    const auto found = m_spawners.find(name);
-    return found == m_spawners.end() ? nullptr : found->second;
+    const auto entry = m_spawners.find(name);
+    return entry == m_spawners.end() ? nullptr : entry->second;
 }
 
 void CKzGlobalCache::runInitialisers() {
@@ -40,15 +40,15 @@ void CKzGlobalCache::runInitialisers() {
 }
 
 IKzThreadService* CKzGlobalCache::threads() noexcept {
-    if (IKzThreadService* known = m_threads) return known;
-    // A host in the same binary makes its service with this very layer, which asks for the service on the way.
+    if (IKzThreadService* cached = m_threads) return cached;
+    // Looking is re-entrant: a host in the same binary creates its service with this layer, which needs the service.
     KZ_THREAD_LOCAL thread_local bool isLooking = false;
     if (std::exchange(isLooking, true)) return nullptr;
-    auto* found = static_cast<IKzThreadService*>(service(KZu_THREADSERVICE));
+    auto* threads = static_cast<IKzThreadService*>(service(KZu_THREADSERVICE));
     isLooking = false;
     IKzThreadService* first = nullptr;
-    if (m_threads.compare_exchange_strong(first, found)) return found;
-    if (found != nullptr) found->Release();  // another thread was first
+    if (m_threads.compare_exchange_strong(first, threads)) return threads;
+    if (threads != nullptr) threads->Release();  // another thread was faster
     return first;
 }
 

@@ -1,4 +1,4 @@
-// Instances and their slots.
+// Instances and their slots: queries, reference counts, and sub-objects that are made on demand.
 #include "instance.h"
 
 #include "kz/base/boundary.h"
@@ -10,9 +10,9 @@
 
 namespace {
 
-std::mutex theLocalLock;  // stands in until the host's thread service can be had
+std::mutex theLocalLock;  // guards the lists on its own until the host has a thread service
 
-// The living by the name of their polymorph, for leak reports.
+// The number of live instances by the name of their polymorph, for leak reports.
 std::mutex theCensusLock;
 CKzForever<std::map<std::string, std::uint32_t>> theCensus;
 
@@ -38,7 +38,7 @@ IKzThreadService* threadService() noexcept {
 
 }  // namespace
 
-// The host's lock comes first: the host may hold it when it calls.
+// The host's lock is taken first, because the host may already hold it when it calls.
 CKzInstanceListLock::CKzInstanceListLock() noexcept : m_threads(threadService()) {
     if (m_threads != nullptr) m_threads->Enter();
     theLocalLock.lock();
@@ -106,12 +106,12 @@ KzResult CKzInstance::query(const KzGuid* iid, void** object) {
     }
     const CKzInterfaceRecord* record = m_polymorph.findRecord(iid);
     if (record == nullptr) {
-        // Another binary's question, which only an instance of that binary may answer: it must not be passed on to one.
+        // A query for another binary's identity must not reach sub-objects: one of that binary would answer it.
         return *iid == kzInstanceIdentity ? kzNoInterface : querySubObject(*iid, object);
     }
-    IKzUnknown* found = slot(record->index());
-    found->AddRef();
-    *object = found;
+    IKzUnknown* answer = slot(record->index());
+    answer->AddRef();
+    *object = answer;
     return kzOk;
 }
 
@@ -121,14 +121,14 @@ KzResult CKzInstance::querySubObject(const KzGuid& iid, void** object) {
         if (const auto known = m_subObjects.find(iid); known != m_subObjects.end())
             return known->second->QueryInterface(&iid, object);
     }
-    // Made outside the lock: making it may run a script, which may query this very object.
-    CKzLoc_Unknown made;
-    made.take(m_polymorph.spawnSubObject(slot(0), iid));
-    if (!made) return kzNoInterface;
+    // Spawned outside the lock: that may run a script, which may query this very object.
+    CKzLoc_Unknown subObject;
+    subObject.take(m_polymorph.spawnSubObject(slot(0), iid));
+    if (!subObject) return kzNoInterface;
     const std::lock_guard lock(m_subObjectLock);
-    const auto [place, isNew] = m_subObjects.try_emplace(iid, made.raw());
-    if (isNew) made.raw()->AddRef();
-    return place->second->QueryInterface(&iid, object);
+    const auto [entry, isNew] = m_subObjects.try_emplace(iid, subObject.raw());
+    if (isNew) subObject.raw()->AddRef();
+    return entry->second->QueryInterface(&iid, object);
 }
 
 std::uint32_t CKzInstance::addRef(CKzSlotState& slot) noexcept {
@@ -150,7 +150,7 @@ std::uint32_t CKzInstance::release(CKzSlotState& slot) noexcept {
     std::atomic_ref(slot.references).fetch_sub(1, std::memory_order_relaxed);
     const std::uint32_t left = std::atomic_ref(m_references).fetch_sub(1, std::memory_order_acq_rel) - 1;
     if (left == 0) {
-        // What goes with the instance may ask it for interfaces once more: that must not end it a second time.
+        // Sub-objects may still query the instance while they go; their last Release must not destroy it again.
         constexpr std::uint32_t ending = 1U << 30;
         std::atomic_ref(m_references).store(ending, std::memory_order_relaxed);
         CKzGenericPolymorph& polymorph = m_polymorph;
@@ -172,10 +172,10 @@ std::uint32_t kzSlotAddRef(CKzSlotState& slot) noexcept { return slot.instance->
 std::uint32_t kzSlotRelease(CKzSlotState& slot) noexcept { return slot.instance->release(slot); }
 
 const CKzInstance* kzInstanceOf(IKzUnknown* interfacePointer) noexcept {
-    void* found = nullptr;
-    if (interfacePointer == nullptr || kzFailed(interfacePointer->QueryInterface(&kzInstanceIdentity, &found)))
+    void* instance = nullptr;
+    if (interfacePointer == nullptr || kzFailed(interfacePointer->QueryInterface(&kzInstanceIdentity, &instance)))
         return nullptr;
-    return static_cast<const CKzInstance*>(found);
+    return static_cast<const CKzInstance*>(instance);
 }
 
 std::vector<KzLiveInstance> kzLiveInstancesOf(const CKzGenericPolymorph& polymorph) {

@@ -1,4 +1,6 @@
-// One live object of a server class: the slots that the host holds, and what keeps them together.
+// One live object of a server class. It owns the memory of all its slots, which the host holds as interface pointers, and
+// counts their references together: the last one destroys the instance and frees the object behind it. Interfaces for
+// which the polymorph has no record are answered by sub-objects, which live as long as the instance.
 #pragma once
 
 #include "kz/base/live_instances.h"
@@ -22,9 +24,9 @@ public:
     KzResult query(const KzGuid* iid, void** object);
     std::uint32_t addRef(CKzSlotState& slot) noexcept;
     std::uint32_t release(CKzSlotState& slot) noexcept;
-    // Adds the living instances of the polymorph to a list.
+    // Appends the live instances of the polymorph to a list.
     static void list(const CKzGenericPolymorph& polymorph, std::vector<KzLiveInstance>& living);
-    // The first reference, counted as the host counts where it can.
+    // Counts the first reference, by the host's own atomic operations if it has a thread service.
     void firstReference(CKzSlotState& slot) noexcept;
 
 private:
@@ -44,12 +46,12 @@ private:
     std::uint32_t m_references = 0;
     CKzInstance* m_previous = nullptr;
     CKzInstance* m_next = nullptr;
-    // Objects that answer for interfaces which the records lack, made once for each interface asked for.
+    // The sub-objects, one for each interface without a record that has been asked for.
     std::map<KzGuid, IKzUnknown*, GuidOrder> m_subObjects;
     std::mutex m_subObjectLock;
 };
 
-// Guards the lists of instances: with the host's own lock where its thread service can be had.
+// Locks the lists of instances, under the host's own lock as well if it has a thread service.
 class CKzInstanceListLock {
 public:
     CKzInstanceListLock() noexcept;
@@ -61,7 +63,7 @@ private:
     class IKzThreadService* m_threads;
 };
 
-// Answered by every slot with its instance and no reference: how this binary finds its own objects again. It is known by
-// its address, which no other binary has, though its objects may come from the same support layer.
+// Every slot answers a query for this identifier with its instance and no reference, so that the binary can find its own
+// objects again. It is compared by address: other binaries built with this support layer have the same value elsewhere.
 inline constexpr KzGuid kzInstanceIdentity{
     0x9F1B6E02, 0x53C4, 0x5A77, {0x8E, 0x11, 0x40, 0xD6, 0x2B, 0x7C, 0x93, 0x5E}};

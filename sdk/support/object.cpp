@@ -4,15 +4,15 @@
 #include <utility>
 
 void CKzLocalizedObject::drop() noexcept {
-    if (IKzUnknown* held = std::exchange(m_held, nullptr)) held->Release();
+    if (IKzUnknown* old = std::exchange(m_held, nullptr)) old->Release();
 }
 
 bool CKzLocalizedObject::set(IKzUnknown* object) {
-    // The new reference comes first: the object may be alive only through the one held now.
-    void* found = nullptr;
-    if (object == nullptr || kzFailed(object->QueryInterface(&guid(), &found))) found = nullptr;
+    // The query comes before the release: the current reference may be the one that keeps the object alive.
+    void* answer = nullptr;
+    if (object == nullptr || kzFailed(object->QueryInterface(&guid(), &answer))) answer = nullptr;
     drop();
-    m_held = static_cast<IKzUnknown*>(found);
+    m_held = static_cast<IKzUnknown*>(answer);
     return m_held != nullptr;
 }
 

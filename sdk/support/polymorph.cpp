@@ -4,7 +4,7 @@
 #include "instance.h"
 
 CKzGenericPolymorph::~CKzGenericPolymorph() {
-    // One by one: a long list must not be a deep recursion.
+    // Records are destroyed one by one: the list's own destructor would recurse once per record.
     while (m_first) m_first = std::move(m_first->m_next);
 }
 

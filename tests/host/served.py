@@ -240,7 +240,7 @@ def argument(kind):
         last = '1'
 
         def execute(self, it):
-            Takes.last = values.EncodeText(self._given(0), 0)
+            Takes.last = values.EncodeText(self._passed(0), 0)
 
         def query(self, name):
             return Takes.last

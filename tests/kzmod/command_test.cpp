@@ -1,12 +1,10 @@
 // kz.eval and its family, kz.command, toggles, options and tracing.
-#include "python_fixture.h"
+#include "scripted_host.h"
 
 #include "kzmod/arg_attrib.h"
 #include "module/runtime.h"
 
 namespace {
-
-using Strings = std::vector<std::string>;
 
 void answersSeven(FakeScript& script) { script.numbers = {7}; }
 void breaks(FakeScript& script) { script.messageCode = KZe_NOTFOUND; }
@@ -115,11 +113,11 @@ TEST_F(Command, KeywordsReachTheHostAsText) {
 }
 
 TEST_F(Command, ArgumentsEndOnePastTheLast) {
-    CKzLoc_Attributes held;
-    CArgAttrib& arguments = kzSpawnArguments(held);
+    CKzLoc_Attributes spawned;
+    CArgAttrib& arguments = kzSpawnArguments(spawned);
     arguments.names = {"size"};
     arguments.values = {"long"};
-    const CKzUser_Attributes attributes(held.raw());
+    const CKzUser_Attributes attributes(spawned.raw());
     const char* name = nullptr;
     char text[5];
     std::int32_t number = 0;
@@ -186,21 +184,25 @@ TEST_F(Trace, IsSwitchedByBooleansOnly) {
 }
 
 TEST_F(Trace, TellsEveryStep) {
-    EXPECT_EQ(linesOf("kz.eval(3)"), (Strings{"execute/query: failed: expected string argument"}));
-    EXPECT_EQ(linesOf("kz.queryToggle(3)"), (Strings{"kz.queryToggle: Query failed: expected string argument"}));
-    EXPECT_EQ(linesOf("kz.queryToggle('t ?')"), (Strings{"kz.queryToggle: toggled state is false (0)"}));
-    EXPECT_EQ(linesOf("kz.setOption('x', 'y')"), (Strings{"kz.setOption: unknown option \"x\""}));
-    host.script.messageCode = KZe_FAILED;
-    EXPECT_EQ(linesOf("kz.eval('do')"),
-              (Strings{"kz.command(test.command): command failed: The script ended: it broke (80000000)"}));
+    const std::tuple<const char*, const char*, const char*> table[] = {
+        // what fails besides the message, the source, and the line that is traced
+        {"", "kz.eval(3)", "execute/query: failed: expected string argument"},
+        {"", "kz.queryToggle(3)", "kz.queryToggle: Query failed: expected string argument"},
+        {"", "kz.queryToggle('t ?')", "kz.queryToggle: toggled state is false (0)"},
+        {"", "kz.setOption('x', 'y')", "kz.setOption: unknown option \"x\""},
+        {"", "kz.command()", "kz.command: missing required command name"},
+        {"", "kz.eval('do')", "kz.command(test.command): command failed: The script ended: it broke (80000017)"},
+        {"Message", "kz.eval('do')", "kz.command(test.command): internal error: could not get get message object"},
+        {"Spawn", "kz.eval('!do')", "!do: command could not be found"},
+        {"Spawn", "kz.command('!go')", "kz.command(go): command:go could not spawn command"},
+        {"SpawnFromString", "kz.queryToggle('t ?')", "kz.queryToggle: failed: error querying the command"}};
+    for (const auto& [failing, source, line] : table) {
+        host.set(breaks);
+        host.host.failOperation(failing, KZe_FAILED);
+        EXPECT_EQ(linesOf(source), Strings{line}) << source;
+    }
+    host.set(fails("Message"));
     host.host.failOperation("Name", KZe_FAILED);
-    host.host.failOperation("Message", KZe_FAILED);
     EXPECT_EQ(linesOf("kz.eval('do')"),
-              (Strings{"kz.command(unknown): internal error: could not get get message object"}));
-    host.host.failOperation("Spawn", KZe_FAILED);
-    EXPECT_EQ(linesOf("kz.eval('!do')"), (Strings{"!do: command could not be found"}));
-    EXPECT_EQ(linesOf("kz.command('!go')"), (Strings{"kz.command(go): command:go could not spawn command"}));
-    EXPECT_EQ(linesOf("kz.command()"), (Strings{"kz.command: missing required command name"}));
-    host.host.failOperation("SpawnFromString", KZe_FAILED);
-    EXPECT_EQ(linesOf("kz.queryToggle('t ?')"), (Strings{"kz.queryToggle: failed: error querying the command"}));
+              Strings{"kz.command(unknown): internal error: could not get get message object"});
 }

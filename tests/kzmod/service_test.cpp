@@ -1,15 +1,12 @@
 // kz.Service and kz.Monitor.
-#include "python_fixture.h"
+#include "scripted_host.h"
 
 #include "host/core/log_store.h"
 #include "module/runtime.h"
-#include "tests/support/python_text.h"
 
 using namespace kzhost;
 
 namespace {
-
-using Strings = std::vector<std::string>;
 
 const std::string noInterface = "RuntimeError: service 'command' has no script interface.";
 const std::string queryFailed = "RuntimeError: query failed on service 'command' for attribute 'names'.";
@@ -107,9 +104,7 @@ TEST_F(Monitor, AParseErrorStaysSetOnAMonitorThatWasMade) {
 }
 
 TEST_F(Monitor, ReleasingAllLeavesThemEmpty) {
-    const CPyRef names(PyDict_New(), CPyRef::owned);
-    PyDict_SetItemString(names, "__builtins__", PyEval_GetBuiltins());
-    PyDict_SetItemString(names, "kz", PyImport_AddModule("kz"));
+    const CPyRef names = newNames();
     const auto run = [&](const char* source) { EXPECT_EQ(runPython(source, names), "") << source; };
     MainInterpreter& interpreter = PythonRuntime::running();
     run("ms = [kz.Monitor(2) for i in range(3)]");

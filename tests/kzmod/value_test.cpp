@@ -1,5 +1,5 @@
 // The answers of queries as Python objects: types, shapes, hints, angles and failures.
-#include "python_fixture.h"
+#include "scripted_host.h"
 
 namespace {
 
@@ -70,15 +70,14 @@ TEST_F(Values, FailuresDiscardEverything) {
 }
 
 TEST_F(Values, TraceShowsNumbersAsCharacters) {
-    using Lines = std::vector<std::string>;
     const auto linesOf = [this](const std::function<void(FakeScript&)>& setUp) {
         host.set(setUp);
         return PythonTest::linesOf("kz.eval('q ?')");
     };
-    EXPECT_EQ(linesOf(integers({65, 256 + 66})), (Lines{"kz.eval : A", "kz.eval \x01: B"}));
+    EXPECT_EQ(linesOf(integers({65, 256 + 66})), (Strings{"kz.eval : A", "kz.eval \x01: B"}));
     EXPECT_EQ(linesOf(array(KZiVALUE_TYPE_FLOAT, "float", {67.9, 1e300})).at(0), "kz.eval : C");
-    EXPECT_EQ(linesOf(strings({"text"})), (Lines{"kz.eval : text"}));
+    EXPECT_EQ(linesOf(strings({"text"})), (Strings{"kz.eval : text"}));
     EXPECT_EQ(linesOf(with(strings({"text", "next"}), badAt(1))),
-              (Lines{"kz.eval : text", "kz.eval \x01: text", "kz.eval: internal error: could not get value"}));
-    EXPECT_EQ(linesOf(fails("Type")), (Lines{"value_array: internal: could not get value type"}));
+              (Strings{"kz.eval : text", "kz.eval \x01: text", "kz.eval: internal error: could not get value"}));
+    EXPECT_EQ(linesOf(fails("Type")), (Strings{"value_array: internal: could not get value type"}));
 }

@@ -49,7 +49,7 @@ const Case cases[] = {
      "pass\nkz.bless(A, 'a')\n",
      {"14: server \"a\": argument \"text\": there is no value type \"sting\"; did you mean \"string\"?",
       "14: server \"a\": argument \"a b\": no command string can name it; use letters, digits, _ and .",
-      "14: server \"a\": argument \"text\" is there twice",
+      "14: server \"a\": argument \"text\" occurs twice",
       "10: server \"a\": kzu.command has no excute; did you mean execute?",
       "11: server \"a\": query is called with 1 argument after self, but takes 0",
       "14: server \"a\": prepare is not a method"}},
@@ -57,11 +57,11 @@ const Case cases[] = {
      "    def execute(self, txt, more=1): pass\nclass B(A):\n    def execute(self, **values): pass\n"
      "class C(A): arguments = 'text'\nkz.bless(A, 'a b')\nkz.bless(B, '?b')\nkz.bless(C, '')\n",
      {"6: server \"a b\": execute is called with the argument \"text\", which it does not take",
-      "6: server \"a b\": execute takes \"txt\", which is no argument of the command",
+      "6: server \"a b\": execute takes \"txt\", which is not an argument of the command",
       "10: server \"a b\": no command string calls it; the name of a command is one word, and begins with a letter",
       "11: server \"?b\": no command string calls it; the name of a command is one word, and begins with a letter",
       "12: server \"\": no command string calls it; the name of a command is one word, and begins with a letter",
-      "12: server \"\": arguments is no list of Argument"}},
+      "12: server \"\": arguments is not a list of Argument"}},
     // Classes that are only given to the host as objects, and those that others derive from.
     {"class Base(Loader):\n    def load_Cancle(self): pass\n    def load_Recognise(self): pass\n"
      "class Job(ThreadJob):\n    def __init__(self, any, thing): pass\n    def job_Run(self): pass\n"
@@ -78,9 +78,9 @@ const Case cases[] = {
     {"class M(type):\n    def __getattribute__(self, name): raise ValueError(name)\nclass B(Visitor): __metaclass__ = "
      "M\nkz.bless(B, 'b')\nclass A(Visitor):\n    def vis_Evaluate(self): pass\n"
      "kz.bless(A, u'\\xe9')\nkz.bless(A, 'a', None, type('M', (), {'_sub_ifcs': 5})())\n",
-     {"6: server \"b\" cannot be looked over: ValueError: __bases__",
-      "9: server \"\xc3\xa9\": its name has to be plain ASCII", "10: server \"a\": its _sub_ifcs is no sequence"}},
-    {"kz.bless(Visitor, 5)\n", {"3: it cannot be imported: TypeError: the name of a server is a text"}},
+     {"6: server \"b\" cannot be checked: ValueError: __bases__",
+      "9: server \"\xc3\xa9\": its name must be plain ASCII", "10: server \"a\": its _sub_ifcs is not a sequence"}},
+    {"kz.bless(Visitor, 5)\n", {"3: it cannot be imported: TypeError: the name of a server must be a text"}},
     {std::string("x = 1\0", 6), {"1: it cannot be imported: TypeError: compile() expected string without null bytes"}},
     {"import sys\nfor i in range(3):\n    try: sys.exit(i)\n    except: pass\nraise KeyboardInterrupt\n",
      {"7: it cannot be imported: KeyboardInterrupt"}},
@@ -94,10 +94,10 @@ const Case cases[] = {
     {"class A(Visitor):\n    def __init__(self, x): pass\n    def vis_Evaluate(self): pass\n"
      "kz.bless(A, 'a')\nkz.bless(A, 'b', None, object())\nkz.bless(A, 'b', [], 1)\n",
      {"4: server \"a\": __init__ is called with 0 arguments after self: there is no meta object",
-      "8: server \"b\": its tags are no dictionary", "8: server \"b\" is blessed twice for one interface"}},
+      "8: server \"b\": its tags are not a dictionary", "8: server \"b\" is blessed twice for one interface"}},
     {"class S(Saver): pass\nclass A(StringTag): pass\nclass M: _sub_ifcs = [(S, None), 5]\n"
      "kz.bless(A, 'a', {u'\\xe9': 1}, M())\n",
-     {"6: server \"a\": each of its _sub_ifcs is a pair of a class and its meta object",
+     {"6: server \"a\": each item of its _sub_ifcs must be a pair of a class and its meta object",
       "6: server \"a\": a key or value of its tags has no str() form",
       "6: server \"a\", sub-server S: the method sav_Save, which Saver requires, is missing"}},
     {"def f():\n    1/0\nf()\n", {"4: it cannot be imported: ZeroDivisionError: integer division or modulo by zero"}},

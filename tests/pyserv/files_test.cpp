@@ -66,8 +66,8 @@ TEST_F(FilesTest, AChangedFileIsTakenInWhenTheHostIsTold) {
         "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\n"
         "two? two two\none\n--\ntwo\none! one two\n",
         {"a.py: ZeroDivisionError",
-         "a.py: nothing of it is taken in: the server \"word\" cannot become what it is now: Text has other interfaces",
-         "b.py: taken in", "\"say\" is not in it any more"});
+         "a.py: nothing has changed: the server \"word\" cannot be changed: Text has different interfaces",
+         "b.py: imported", "\"say\" is no longer in the file"});
 }
 
 // A file that fails after it has blessed offers nothing, and is tried again when the host is told to look.
@@ -96,11 +96,11 @@ TEST_F(FilesTest, AFileCountsWholeOrNotAtAll) {
            {".hidden.py: not imported, as its name begins with a dot", "b.py: ZeroDivisionError", "e.py: ImportError",
             "c.py: the server \"twin\" is blessed twice", "d.py: RuntimeError: bad result: FAILED",
             "kz.bless of \"late\": there is a server of that name for Visitor already",
-            "x.py: ImportError: the server file " + path("servers/b.py") + " is not taken in; the log says why",
-            "e.py: taken in"});
+            "x.py: ImportError: the server file " + path("servers/b.py") + " was not imported; the log says why",
+            "e.py: imported"});
 }
 
-// What is written over the file, and why nothing of it is taken in: neither the class, nor its tags, nor its sub-server.
+// What is written over the file, and why nothing has changed: neither the class, nor its tags, nor its sub-server.
 TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
     const std::string text = "import kz, kzifc\nWORD = 'one'\nclass Hints(kzifc.UIValueHints):\n"
                              "    def uiv_PopInternalName(self, index): return WORD\n"
@@ -110,14 +110,14 @@ TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
                              "    def str_Encode(self): return super(Text, self).__class__.__name__ and WORD\n"
                              "kz.bless(Text, 'word', {'word': WORD}, Meta())\n";
     const std::tuple<std::string, std::string, const char*> changes[] = {
-        {"Hints(kzifc.UIValueHints)", "Hints(kzifc.UIValueHints, kzifc.Visitor)", "Hints has other interfaces"},
+        {"Hints(kzifc.UIValueHints)", "Hints(kzifc.UIValueHints, kzifc.Visitor)", "Hints has different interfaces"},
         {"Hints(kzifc.UIValueHints):", "Hints(kzifc.UIValueHints, Exception):", "deallocator differs"},
-        {"[(Hints, None)]", "[]", "it has other sub-servers"},
+        {"[(Hints, None)]", "[]", "its sub-servers have changed"},
         {"(Hints): pass", "(Hints): __slots__ = ()", ""},
         {"class Hints(kzifc.UIValueHints):", "class Hints(kzifc.UIValueHints):\n    __slots__ = ()",
          "Hints has __slots__"},
         {"class Hints(kzifc.UIValueHints):",
-         "class M(type): pass\nclass Hints(kzifc.UIValueHints):\n    __metaclass__ = M", "Hints has another metaclass"},
+         "class M(type): pass\nclass Hints(kzifc.UIValueHints):\n    __metaclass__ = M", "Hints has a different metaclass"},
         {"kz.bless(Text, 'word'", "kz.bless(Text, 'word', {}, Meta())\nkz.bless(Text, 'word'", "blessed twice"},
         {"kz.bless(Text, 'word'", "kz.bless(Hints, 'taken')\nkz.bless(Text, 'word'", "name for UIValueHints already"},
         {"kz.bless(Text, 'word'", "kz.bless(Other, 'more')\nkz.bless(Text, 'word'", ""}};
@@ -135,7 +135,7 @@ TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
                     "kz.eval('server.reload')\nfrom kzserv.servers import a\nprint a.WORD, values.EncodeText(held, 0), "
                     "hints.PopInternalName(0), kz.service.Host().ServerTag('value', 'word', 'word')\n");
         expect(ended, 0, *why != '\0' ? "one one one one\n" : "two two two two\n", {why});
-        EXPECT_EQ(ended.says("a.py: taken in"), *why == '\0') << ended.error;
+        EXPECT_EQ(ended.says("a.py: imported"), *why == '\0') << ended.error;
     }
 }
 

@@ -144,7 +144,7 @@ def check_only_the_first_thread_blesses():
     thread = threading.Thread(target=lambda: caught.append(outcome("kz.bless(derived(Command), 'x')", globals())))
     thread.start()
     thread.join()
-    equal((caught, 'only the thread that Python was started on' in told('python')[-1]), ([FAILED], True))
+    equal((caught, 'only the thread on which Python was started' in told('python')[-1]), ([FAILED], True))
 
 
 def check_tags_are_handed_out():
@@ -278,7 +278,7 @@ WHY = [
     ('def cmd_Message(self): return 5', ('Message',), "Command.cmd_Message of serving.Explained, result (Message object)"
      ': expected an object of the host or one that implements an interface, got 5 (RuntimeError: Object cannot be'),
     ('def cmd_Enable(self, message): pass', ('Enable', None),
-     "Command.cmd_Enable of serving.Explained, argument 1 'message': the host passed what cannot be made"),
+     "Command.cmd_Enable of serving.Explained, argument 1 'message': the host passed a value that has no Python"),
     ("def attr_Count(self): raise ValueError('lost')", ('Count',),
      'Attributes.attr_Count of serving.Explained: it raised ValueError: lost ('),
     ('def attr_Count(self): return 1 << 70', ('Count',),

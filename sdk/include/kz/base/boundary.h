@@ -9,12 +9,12 @@
 // FAILED. Call it only inside a catch block.
 KzResult kzCodeOfException() noexcept;
 
-// Throws INVALIDARG when a caller has passed null as the place for one of its outputs.
+// Throws INVALIDARG when a caller has passed a null pointer for one of its outputs.
 template <class... Places> void kzNeedPlaces(Places*... places) {
     if (((places == nullptr) || ...)) throw kzInvalidArgument;
 }
 
-// Runs a result operation of an interface: a thrown code is its result.
+// Runs an operation that returns a result code: a thrown code becomes the result.
 template <class Operation> KzResult kzBoundary(Operation&& operation) noexcept {
     try {
         return operation();
@@ -23,8 +23,8 @@ template <class Operation> KzResult kzBoundary(Operation&& operation) noexcept {
     }
 }
 
-// Runs an operation that returns a plain value or nothing: where it throws, the value is zero. It is told apart by
-// name because a plain 32-bit value and a result code are one type.
+// Runs an operation that returns a plain value or nothing; if it throws, the value is zero. It needs a name of its own
+// because a result code and a plain 32-bit value have the same type.
 template <class Operation> auto kzValueBoundary(Operation&& operation) noexcept {
     try {
         return operation();

@@ -1,5 +1,5 @@
 // How a module and its host find out that they were built from different descriptions of the SDK. An interface keeps its
-// identity when a method is added to it, but what comes behind that method moves in its table.
+// GUID when a method is added to it, but all methods after the new one move to other slots of the dispatch table.
 #pragma once
 
 #include "kz/base/boundary.h"
@@ -9,12 +9,12 @@
 
 inline constexpr KzGuid KZu_DESCRIPTION{0xE5CFD085, 0x2153, 0x59E4, {0xB2, 0x72, 0x50, 0x10, 0x31, 0xB5, 0xEB, 0xA2}};
 
-// A host's application object may offer it. It is not described itself, and it never changes.
+// A host's application object may implement this interface. It is not in the description, and it never changes.
 class IKzDescription : public IKzUnknown {
 public:
     // The hash of the whole description, as text.
     virtual KzResult Hash(const char** hash) = 0;
-    // Stands for the names, order and types of an interface's methods; NOTFOUND when it is not described.
+    // A hash of the names, order and types of an interface's methods; NOTFOUND for an interface that is not described.
     virtual KzResult Signature(const KzGuid* iid, std::uint64_t* signature) = 0;
 
 protected:
@@ -45,6 +45,6 @@ private:
     T& self() const { return *static_cast<T*>(this->object()); }
 };
 
-// Why a module of this binary's description must not be used in that host: both hashes and the first interfaces that
-// differ. Empty when all that both know agree, or when the host does not say.
+// Why a module built from this binary's description must not run in that host: both hashes, and the first interfaces
+// that differ. Empty when all interfaces known to both sides agree, or when the host does not say.
 std::string kzWhyUnfit(IKzUnknown* application);

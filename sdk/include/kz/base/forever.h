@@ -1,13 +1,13 @@
-// Static objects that are never destroyed, and variables of threads that never need to be made.
+// Static objects that are never destroyed, and thread-local variables that need no allocation.
 #pragma once
 
 #include <cstddef>
 #include <new>
 #include <utility>
 
-// A host may let its threads run on while the process ends, and calls a module it never unloaded from its own exit
-// handlers. Whatever such a late caller may touch must still be there, so the statics of this binary register nothing to
-// run at exit: those whose class has a destructor live in one of these. The memory is static, hence never a leak.
+// A host may let its threads run on while the process exits, and its exit handlers may call a module that it never
+// unloaded. Whatever such a late caller touches must still exist, so no static of this binary registers a destructor to
+// run at exit: a static whose class has one is wrapped in this template. The memory is static, so this is no leak.
 template <class T> class CKzForever {
 public:
     template <class... Arguments> explicit CKzForever(Arguments&&... arguments) {
@@ -23,6 +23,6 @@ private:
     alignas(T) std::byte m_memory[sizeof(T)];
 };
 
-// For thread_local variables of a loaded module: each thread has them from its start. Otherwise the first use on a thread
-// allocates them, and ends the process when there is no memory; and every use is a call. They have to be few and small.
+// For the thread_local variables of a loaded module: every thread has them from the start. Without it, the first use on a
+// thread allocates them and aborts the process if that fails, and every access is a call. They must be few and small.
 #define KZ_THREAD_LOCAL [[gnu::tls_model("initial-exec")]]

@@ -1,5 +1,5 @@
-// What a module keeps of its host: the application object, the spawners it looks up by name, and what is to run once
-// everything is registered.
+// What a module keeps about its host: the application object, the spawners found by name, and the initialisers that are
+// deferred until everything is registered.
 #pragma once
 
 #include "kz/base/object.h"
@@ -23,7 +23,7 @@ public:
     static CKzGlobalCache* current() noexcept;
 
     void setApplication(IKzUnknown* application);
-    // A new reference to the host service with that interface; null when the host has none.
+    // A new reference to the host's service with that interface; null when the host has none.
     IKzUnknown* service(const KzGuid& iid) const noexcept;
     IKzUnknown* application() const noexcept { return m_application.raw(); }
 
@@ -32,7 +32,7 @@ public:
 
     using Initialiser = void (*)();
     void addInitialiser(Initialiser initialiser) { m_initialisers.push_back(initialiser); }
-    // Calls each deferred initialiser once, in the order of adding.
+    // Calls each deferred initialiser once, in the order in which they were added.
     void runInitialisers();
 
     // The thread service, looked up once and kept; null when the host has none (yet).
@@ -48,7 +48,7 @@ private:
     std::atomic<IKzThreadService*> m_threads = nullptr;
 };
 
-// Makes a wrapper hold the host's service of the wrapper's interface; it stays empty when the host has none.
+// Makes a wrapper hold the host's service with the wrapper's interface; leaves it empty when the host has none.
 inline void kzTakeService(CKzLocalizedObject& wrapper) {
     if (const CKzGlobalCache* cache = CKzGlobalCache::current()) wrapper.take(cache->service(wrapper.guid()));
 }

@@ -1,4 +1,4 @@
-// The living instances of a polymorph, for reports of what was left behind.
+// The live instances of a polymorph, for reports of leaked objects.
 #pragma once
 
 #include "kz/base/polymorph.h"
@@ -6,12 +6,12 @@
 #include <vector>
 
 struct KzLiveInstance {
-    const CKzInstance* instance;  // its identity, not to be followed
+    const CKzInstance* instance;  // identifies it; never dereferenced
     void* object;
-    std::uint32_t references;  // through all of its slots
+    std::uint32_t references;  // the sum over all of its slots
 };
 
 std::vector<KzLiveInstance> kzLiveInstancesOf(const CKzGenericPolymorph& polymorph);
 
-// The instance whose slot the pointer is; null for any interface pointer that is no slot of this binary.
+// The instance that an interface pointer is a slot of; null if the pointer is not a slot of this binary.
 const CKzInstance* kzInstanceOf(IKzUnknown* interfacePointer) noexcept;

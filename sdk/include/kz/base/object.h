@@ -9,7 +9,7 @@ public:
     virtual ~CKzObject() = default;
 };
 
-// Holds one reference to one interface, or nothing. Its size is two words: the operations and the pointer.
+// Holds one reference to one interface, or nothing. Its size is two words: the dispatch table and the pointer.
 class CKzLocalizedObject : public CKzObject {
 public:
     CKzLocalizedObject() = default;
@@ -17,22 +17,22 @@ public:
     CKzLocalizedObject& operator=(const CKzLocalizedObject&) = delete;
     ~CKzLocalizedObject() override { drop(); }
 
-    // Empties the wrapper, then asks the object for the wrapper's interface. True when it now holds it.
+    // Replaces the content with the object's interface of the wrapper's type. False, and empty, if it has none.
     virtual bool set(IKzUnknown* object);
-    // As set, and gives the caller's reference back: the wrapper consumes it.
+    // As set, but consumes the caller's reference.
     virtual bool take(IKzUnknown* object);
     virtual void copy(const CKzLocalizedObject& other) { set(other.m_held); }
     virtual bool test() const { return m_held != nullptr; }
     virtual void clear() { drop(); }
-    // A new reference to what is held; NOTFOUND when empty.
+    // Hands out a new reference; NOTFOUND when the wrapper is empty.
     virtual KzResult get(IKzUnknown** object) const;
-    // What is held, without a reference.
+    // The interface as a borrowed reference.
     virtual IKzUnknown* raw() const { return m_held; }
     virtual const KzGuid& guid() const = 0;
 
     explicit operator bool() const { return m_held != nullptr; }
 
-    // Takes over a reference to the wrapper's very interface, as a query for its GUID hands it out.
+    // Takes ownership of a reference to exactly the wrapper's interface, as a query for its GUID returns it.
     void hold(IKzUnknown* owned) noexcept {
         drop();
         m_held = owned;
@@ -43,24 +43,24 @@ protected:
     IKzUnknown* m_held = nullptr;
 };
 
-// Binds a wrapper to its interface. The query's pointer is the interface's own, so the cast back is exact.
+// Binds a wrapper to its interface. A query returns exactly that interface, so the cast back is safe.
 template <class Interface> class CKzLocalize : public CKzLocalizedObject {
 public:
     Interface* operator->() const { return static_cast<Interface*>(m_held); }
     Interface* ptr() const { return static_cast<Interface*>(m_held); }
 
-    // Adopts a reference to this very interface, as an out argument hands it over.
+    // Takes ownership of a reference to this interface, as an output argument returns it.
     void adopt(Interface* owned) noexcept { hold(owned); }
 };
 
-// Holds any object by its base interface: set adds a reference to the pointer as given and asks nothing.
+// Holds any object by its base interface: set adds a reference to the given pointer without a query.
 class CKzLoc_Unknown : public CKzLocalize<IKzUnknown> {
 public:
     CKzLoc_Unknown() = default;
     explicit CKzLoc_Unknown(IKzUnknown* object) { set(object); }
     bool set(IKzUnknown* object) override;
     const KzGuid& guid() const override { return KZu_UNKNOWN; }
-    // Where a call hands out a new reference: empties the wrapper and gives the place to write to.
+    // For calls that hand out a new reference: empties the wrapper and returns the address to store it at.
     IKzUnknown** out() {
         drop();
         return &m_held;

@@ -1,5 +1,5 @@
-// The factory of objects that expose several interfaces. Every server class is one polymorph with one record for each
-// interface; an instance of it carries one slot for each record, and a slot is what the host holds as an interface.
+// The factory of objects with several interfaces. Every server class is one polymorph with one record per interface. An
+// instance carries one slot per record, and what the host holds as an interface pointer is such a slot.
 #pragma once
 
 #include "kz/base/object.h"
@@ -12,15 +12,15 @@
 class CKzInstance;
 class CKzGenericPolymorph;
 
-// What every slot carries behind its operation table: its instance, the object that the operations work on, and how
-// many references the host holds through this slot.
+// What follows the dispatch table pointer in every slot: its instance, the object that the operations work on, and the
+// number of references that the host holds through this slot.
 struct CKzSlotState {
     CKzInstance* instance = nullptr;
     void* object = nullptr;
     std::uint32_t references = 0;  // changed atomically
 };
 
-// The three generic entry routines, the same for every slot.
+// The three operations of the base interface, which all slots share.
 KzResult kzSlotQuery(CKzSlotState& slot, const KzGuid* iid, void** object) noexcept;
 std::uint32_t kzSlotAddRef(CKzSlotState& slot) noexcept;
 std::uint32_t kzSlotRelease(CKzSlotState& slot) noexcept;
@@ -48,10 +48,10 @@ private:
 
 inline constexpr std::size_t kzSlotSize = sizeof(CKzSlot<IKzUnknown>*) + sizeof(CKzSlotState);
 
-// Describes one interface of a server class: its identity, its place in the list, and how its slot is made.
+// Describes one interface of a server class: its GUID, its index in the list, and how to construct its slot.
 class CKzInterfaceRecord {
 public:
-    // Constructs a slot in kzSlotSize bytes of memory.
+    // Constructs a slot in place, in kzSlotSize bytes of memory.
     using MakeSlot = IKzUnknown* (*)(void* memory, CKzInstance* instance, void* object);
     using StateOf = CKzSlotState& (*)(IKzUnknown* slot);
 
@@ -71,9 +71,9 @@ private:
     std::unique_ptr<CKzInterfaceRecord> m_next;
 };
 
-// A record for the interface that `SlotClass` implements. `iid` must outlive the record; a generated CKzIfc_* has its own.
+// A record for the interface that `SlotClass` implements. `iid` must outlive the record; each generated CKzIfc_* has one.
 template <class SlotClass> std::unique_ptr<CKzInterfaceRecord> kzMakeRecord(const KzGuid& iid = SlotClass::iid) {
-    static_assert(sizeof(SlotClass) == kzSlotSize, "a slot class adds no data");
+    static_assert(sizeof(SlotClass) == kzSlotSize, "a slot class must not add data");
     return std::make_unique<CKzInterfaceRecord>(
         iid,
         [](void* memory, CKzInstance* instance, void* object) -> IKzUnknown* {
@@ -82,36 +82,36 @@ template <class SlotClass> std::unique_ptr<CKzInterfaceRecord> kzMakeRecord(cons
         [](IKzUnknown* slot) -> CKzSlotState& { return static_cast<SlotClass*>(slot)->state(); });
 }
 
-// The factory. Records are appended once, while the server class is set up; spawning may happen on any thread.
+// The factory. Records are appended only while the server class is set up; any thread may spawn.
 class CKzGenericPolymorph {
 public:
     CKzGenericPolymorph() = default;
     CKzGenericPolymorph(const CKzGenericPolymorph&) = delete;
     CKzGenericPolymorph& operator=(const CKzGenericPolymorph&) = delete;
 
-    // Whether an instance answers a query for the interface.
+    // Whether instances answer a query for the interface.
     virtual bool testInterface(const KzGuid& iid) const;
     virtual ~CKzGenericPolymorph();
-    // A separate object that answers an interface which the records do not have; null when there is none.
+    // A separate object that implements an interface for which there is no record; null when there is none.
     virtual IKzUnknown* spawnSubObject(IKzUnknown* /*outer*/, const KzGuid& /*iid*/) { return nullptr; }
     // The object that the slots of a new instance work on. May throw a KzResult.
     virtual void* createObject() = 0;
-    // The last reference to the instance is gone: gives the object back.
+    // Destroys or releases the object once the last reference to the instance is gone.
     virtual void freeObject(void* /*object*/) noexcept {}
-    // What a slot is given as its object.
+    // The pointer that each slot keeps as its object.
     virtual void* adapterData(void* object) { return object; }
-    // The object is to take over from another one of the same class.
+    // Tells the object to take over from another one of the same class.
     virtual void inherit(void* /*object*/, void* /*other*/) {}
-    // A new instance has handed out its first interface.
+    // Called when a new instance has handed out its first interface.
     virtual void spawned(void* /*object*/, IKzUnknown* /*slot*/) {}
 
     void append(std::unique_ptr<CKzInterfaceRecord> record);
-    // Sets the name if there is none yet. The text is not copied.
+    // Sets the name unless there is one already. The text is not copied.
     void nameOnce(const char* name) noexcept;
     const char* name() const noexcept { return m_name; }
 
-    // A new instance's interface `iid` with one reference; with no iid, or the base one, its first interface.
-    // Null when there is no such record or the object could not be made; createObject's code is thrown.
+    // Makes an instance and returns its interface `iid` with one reference; its first one for null or the base GUID.
+    // Null if there is no such record or createObject returned null; a code thrown by createObject passes through.
     IKzUnknown* spawn(const KzGuid* iid = nullptr);
 
     const KzGuid* firstInterface() const noexcept { return m_first ? &m_first->iid() : nullptr; }
@@ -138,7 +138,7 @@ public:
     void freeObject(void* object) noexcept override { delete static_cast<Class*>(object); }
 };
 
-// A polymorph around one object that somebody else owns and that outlives every instance.
+// A polymorph around a single object that is owned elsewhere and outlives every instance.
 class CKzStaticPolymorph : public CKzGenericPolymorph {
 public:
     explicit CKzStaticPolymorph(void* object) : m_object(object) {}
@@ -148,12 +148,12 @@ private:
     void* m_object;
 };
 
-// The object data behind an interface pointer if it is a slot made by `owner`; null otherwise. For code that must find
-// its own object again behind an interface it handed out.
+// The object behind an interface pointer that is a slot of `owner`; null for any other. Code that has handed out an
+// interface uses it to find its own object again.
 void* kzObjectOf(IKzUnknown* interfacePointer, const CKzGenericPolymorph* owner) noexcept;
-// The polymorph that made the slot; null for any interface pointer that is no slot of this binary.
+// The polymorph behind an interface pointer; null if the pointer is not a slot of this binary.
 CKzGenericPolymorph* kzPolymorphOf(IKzUnknown* interfacePointer) noexcept;
 
-// How many instances are alive in this binary, and what they are ("polymorph name xN"): for leak reports.
+// The number of live instances in this binary, and their polymorphs ("polymorph name xN"), for leak reports.
 std::uint32_t kzLiveInstanceCount() noexcept;
 std::string kzLiveInstanceNames();

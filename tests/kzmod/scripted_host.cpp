@@ -1,5 +1,5 @@
-// The test's own commands, values, monitors and queries.
-#include "fake_host.h"
+// The scripted commands, values, monitors and queries, and how a case runs.
+#include "scripted_host.h"
 
 #include "host/core/message.h"
 #include "host/core/values.h"
@@ -27,7 +27,7 @@ std::string str(std::uint32_t number) { return std::to_string(number); }
 KzResult note(const char* operation, const std::string& arguments = {}) {
     return theHost->enter(operation, arguments), KZe_OK;
 }
-// As note, and hands out an object. What an operation that is going to fail leaves in its output nobody may touch.
+// As note, and returns an object. If the operation is going to fail, its output is set to a pointer that must not be used.
 template <class Ref>
 KzResult hand(const Ref& object, IKzUnknown** out, const char* operation, const std::string& arguments = {}) {
     if (kzFailed(script().fails[operation])) *out = reinterpret_cast<IKzUnknown*>(1);
@@ -112,7 +112,7 @@ struct Services final : CHosted<"test services", Services, CKzIfc_CommandService
         return note("ProcessStringFlags", str(flags) + "," + text), *rest = m_rest.c_str(), KZe_OK;
     }
     KzResult commandservice_IsImplicitScript(const char* text) override {
-        m_rest = "gone";  // the text handed out before lives no longer than this
+        m_rest = "gone";  // the text from the last call is no longer valid
         const bool isScript = text[0] == '@';
         return note("IsImplicitScript"), isScript ? KZe_OK : KZe_FALSE;
     }
@@ -167,6 +167,27 @@ private:
     std::string m_rest;
 };
 
+// The number of all references, if the interpreter counts them.
+long references() {
+#ifdef Py_REF_DEBUG
+    return static_cast<long>(_Py_GetRefTotal());
+#else
+    return 0;
+#endif
+}
+
+// The value of the expression or, after statements, of `r`.
+CPyRefNull evaluate(const std::string& source, PyObject* names) {
+    CPyRefNull value(PyRun_String(source.c_str(), Py_eval_input, names, names));
+    if (value.get() != nullptr || PyErr_ExceptionMatches(PyExc_SyntaxError) == 0) return value;
+    PyErr_Clear();
+    value.adopt(PyRun_String(source.c_str(), Py_file_input, names, names));
+    if (value.get() == nullptr) return value;
+    PyObject* result = PyDict_GetItemString(names, "r");
+    Py_XINCREF(result);
+    return CPyRefNull(result);
+}
+
 }  // namespace
 
 FakeHost::FakeHost() {
@@ -192,4 +213,58 @@ void FakeHost::set(const std::function<void(FakeScript&)>& change) {
 void FakeHost::enter(const char* operation, const std::string& arguments) {
     calls.push_back(arguments.empty() ? operation : std::string(operation) + "(" + arguments + ")");
     host.calls().enter(operation);
+}
+
+PythonTest::PythonTest() {
+    m_lock.emplace();
+    m_scope.emplace(std::shared_ptr<COutput>(std::shared_ptr<void>(), &traced));
+    host.set();
+}
+
+PythonTest::~PythonTest() {
+    m_scope.reset();
+    m_lock.reset();
+}
+
+CPyRef PythonTest::newNames() {
+    CPyRef names(PyDict_New(), CPyRef::owned);
+    PyDict_SetItemString(names, "__builtins__", PyEval_GetBuiltins());
+    PyDict_SetItemString(names, "kz", PyImport_AddModule("kz"));
+    return names;
+}
+
+std::string PythonTest::outcome(const std::string& source) {
+    const std::string alive = CPluginHost::alive();
+    std::string text;
+    {
+        const CPyRef names = newNames();
+        const CPyRefNull value(evaluate(source, names));
+        if (value.get() == nullptr) text = takeException();
+        else if (PyErr_Occurred() != nullptr) text = "result with " + takeException();
+        else text = kzStringOf(CPyRefNull(PyObject_Repr(value)));
+    }
+    PyGC_Collect();  // every function that was defined is in a cycle with its names
+    EXPECT_EQ(PyErr_Occurred(), nullptr) << source;
+    EXPECT_EQ(CPluginHost::alive(), alive) << source;
+    return text;
+}
+
+Strings PythonTest::linesOf(const char* source) {
+    kzSetTracing(true);
+    outcome(source);
+    kzSetTracing(false);
+    return std::exchange(traced.lines, {});
+}
+
+void PythonTest::check(const std::vector<Case>& cases, const std::string& before, const std::string& after) {
+    for (const Case& one : cases) {
+        long counted = 0;
+        for (int round = 0; round < 3; ++round) {
+            host.set(one.setUp);
+            counted = references();
+            EXPECT_EQ(outcome(before + one.source + after), one.expected) << one.source;
+        }
+        // The first rounds may fill caches, which is no leak.
+        EXPECT_EQ(references(), counted) << one.source;
+    }
 }
