@@ -11,9 +11,12 @@ is_preset() { [[ " $presets " == *" $1 "* ]]; }
 # How many compilers may run at once: all cores, unless KZ_JOBS says otherwise.
 jobs_wanted() { echo "${KZ_JOBS:-$(nproc)}"; }
 
-# Configures a preset when there is no build tree yet; ninja notices later changes by itself.
+# Configures a preset when there is no build tree yet, or set-up has brought something since, such as OpenImageIO; ninja
+# notices other changes by itself.
 configure() {
-    [ -f "$root/build/$1/build.ninja" ] || (cd "$root" && cmake --preset "$1")
+    local ninja=$root/build/$1/build.ninja
+    [ -f "$ninja" ] && [ -z "$(find "$root/build" -maxdepth 1 -name 'setup*' -newer "$ninja")" ] && return
+    (cd "$root" && cmake --preset "$1")
 }
 
 # Builds TARGETs (default: everything) of a preset.

@@ -14,7 +14,7 @@ readonly pyside2=$root/build/pyside2
 readonly pyflakes=$root/build/pyflakes
 
 readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
-    libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libbenchmark-dev libpng-dev zlib1g-dev)
+    libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libbenchmark-dev)
 readonly python_packages=(python2.7 libpython2.7-dev)
 
 # What a finished set-up depends on: these scripts and the interpreter that was asked for.
@@ -41,7 +41,11 @@ install_python2() {
     install_packages "${python_packages[@]}" || die "Python 2.7 could not be installed; set KZ_PYTHON2=/path/to/python2.7"
 }
 
+# Only what reads and writes picture files needs this, and it brings more than a hundred packages.
+install_pictures() { install_optional "kzhost reads and writes no picture files, and tests of them fail" libopenimageio-dev; }
+
 install_optional_parts() {
+    install_pictures
     if [ -z "${KZ_PYTHON2:-}" ]; then
         install_optional "the preset 'pydebug' cannot be built" python2.7-dbg libpython2.7-dbg
         install_optional "checks that use Python's own test-suite are skipped" libpython2.7-testsuite

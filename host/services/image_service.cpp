@@ -37,6 +37,10 @@ public:
         enter("Image.Save");
         return m_images->save(image, m_files->place(path), std::string(kzTextOf(saver)), monitor);
     }
+    KzResult imageservice_Metadata(const char* path, const char* key, char* value, std::uint32_t length) override {
+        enter("Image.Metadata");
+        return kzFillText(m_images->fact(m_files->place(path), std::string(kzTextOf(key))), value, length);
+    }
     KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                std::int32_t height, IKzUnknown** image) override;
     KzResult imageservice_Flip(IKzUnknown* source, std::int32_t axis, IKzUnknown** image) override;
