@@ -5,6 +5,7 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/apt.sh"
+. "$root/tools/setup/dask.sh"
 . "$root/tools/setup/previous_release.sh"
 . "$root/tools/setup/pyside2.sh"
 . "$root/tools/setup/pyflakes.sh"
@@ -44,8 +45,16 @@ install_python2() {
 # Only what reads and writes picture files needs this, and it brings more than a hundred packages.
 install_pictures() { install_optional "kzhost reads and writes no picture files, and tests of them fail" libopenimageio-dev; }
 
+# Only the tests of examples/farm need these.
+install_farm() {
+    install_optional "checks of farms with GNU parallel are skipped" parallel
+    dask_present "$root/build/dask" || fetch_dask "$root/build/dask" ||
+        say "not available: Dask's distributed for Python 3 - checks of farms with it are skipped"
+}
+
 install_optional_parts() {
     install_pictures
+    install_farm
     if [ -z "${KZ_PYTHON2:-}" ]; then
         install_optional "the preset 'pydebug' cannot be built" python2.7-dbg libpython2.7-dbg
         install_optional "checks that use Python's own test-suite are skipped" libpython2.7-testsuite
