@@ -39,6 +39,7 @@ EXPECTED = {  # the pixel format, the colour space and the pixels
     'rgbfp.exr': (0x304, 'linear', FLOAT),
     'rgbe.hdr': (0x304, 'linear', numpy.array([1, 0.5, 0.25, 4, 0, 2], numpy.float32)),
     'rgb24.jpg': (0x301, 'sRGB', numpy.asarray(PIL.Image.open('rgb24.jpg')))}
+rows = [json.dumps(name) + ': ' + json.dumps((form, space, pixels.tobytes().hex()))
+        for name, (form, space, pixels) in sorted(EXPECTED.items())]
 with open('expected.json', 'w') as stream:
-    rows = {name: (form, space, pixels.tobytes().hex()) for name, (form, space, pixels) in EXPECTED.items()}
-    json.dump(rows, stream, indent=0, sort_keys=True)
+    stream.write('{\n' + ',\n'.join(rows) + '\n}\n')
