@@ -5,7 +5,8 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/apt.sh"
-. "$root/tools/setup/dask.sh"
+. "$root/tools/setup/farm.sh"
+. "$root/tools/setup/pictures.sh"
 . "$root/tools/setup/previous_release.sh"
 . "$root/tools/setup/pyside2.sh"
 . "$root/tools/setup/pyflakes.sh"
@@ -40,16 +41,6 @@ install_python2() {
     apt_update
     has_candidate libpython2.7-dev || add_previous_release
     install_packages "${python_packages[@]}" || die "Python 2.7 could not be installed; set KZ_PYTHON2=/path/to/python2.7"
-}
-
-# Only what reads and writes picture files needs this, and it brings more than a hundred packages.
-install_pictures() { install_optional "kzhost reads and writes no picture files, and tests of them fail" libopenimageio-dev; }
-
-# Only the tests of examples/farm need these.
-install_farm() {
-    install_optional "checks of farms with GNU parallel are skipped" parallel
-    dask_present "$root/build/dask" || fetch_dask "$root/build/dask" ||
-        say "not available: Dask's distributed for Python 3 - checks of farms with it are skipped"
 }
 
 install_optional_parts() {

@@ -1,5 +1,5 @@
-# Dask's distributed for the examples of farms: an environment of its own for Python 3, from the package index that this
-# machine's pip is set up for.
+# What the tests of examples/farm need: GNU parallel, and Dask's distributed in an environment of its own for Python 3,
+# from the package index that this machine's pip is set up for.
 
 readonly KZ_DASK_VERSION='>=2024.1,<2027'
 
@@ -14,4 +14,10 @@ fetch_dask() {
     python3 -m venv "$target.new" &&
         "$target.new/bin/python" -m pip install --quiet --disable-pip-version-check "distributed$KZ_DASK_VERSION" || return 1
     mv "$target.new" "$target"
+}
+
+install_farm() {
+    install_optional "checks of farms with GNU parallel are skipped" parallel
+    dask_present "$root/build/dask" || fetch_dask "$root/build/dask" ||
+        say "not available: Dask's distributed for Python 3 - checks of farms with it are skipped"
 }
