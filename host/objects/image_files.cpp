@@ -209,9 +209,13 @@ std::string CImageFiles::fact(const std::string& path, const std::string& key) c
     if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
     const PictureFormat* const format = kzPictureFormatOf(path);
     if (format == nullptr) throw KZe_NOTSUPPORTED;
-    const auto image = loadOwn(*format, path);
     std::string value;
-    if (!kzPictures(*m_files).fact(*image->facts(), key, value)) throw KZe_NOTFOUND;
+    bool isSaid = false;
+    withLibrary(path, [&](IPictureFiles& library) {
+        const auto noPixels = [](const PictureShape&) -> std::byte* { return nullptr; };
+        isSaid = library.fact(*library.load(format->library, path, noPixels, notes(path)), key, value);
+    });
+    if (!isSaid) throw KZe_NOTFOUND;
     return value;
 }
 

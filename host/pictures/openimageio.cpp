@@ -125,7 +125,8 @@ ImageSpec specFor(std::string_view format, const PictureShape& shape, const Pict
     ImageSpec spec(shape.width, shape.height, static_cast<int>(shape.components), typeOf(shape.kind));
     if (facts != nullptr) {
         spec.extra_attribs = facts->spec.extra_attribs;
-        if (format == "openexr") {
+        const bool isWhole = facts->spec.width == shape.width && facts->spec.height == shape.height;
+        if (format == "openexr" && isWhole) {
             spec.x = facts->spec.x, spec.y = facts->spec.y;
             spec.full_x = facts->spec.full_x, spec.full_y = facts->spec.full_y;
             spec.full_width = facts->spec.full_width, spec.full_height = facts->spec.full_height;
@@ -157,6 +158,15 @@ public:
              const std::string& source, const std::string& target) override;
 };
 
+void readPixels(OIIO::ImageInput& file, const ImageSpec& spec, const PictureShape& shape, std::byte* pixels) {
+    const TypeDesc type = typeOf(shape.kind);
+    const auto count = static_cast<std::size_t>(shape.width) * static_cast<std::size_t>(shape.height);
+    std::vector<std::byte> pairs(spec.nchannels == 2 ? count * 2 * type.size() : 0);
+    if (!file.read_image(0, 0, 0, std::min(spec.nchannels, 4), type, pairs.empty() ? pixels : pairs.data()))
+        fail(&file);
+    if (!pairs.empty()) spread(pairs.data(), pixels, count, shape.components, type.size());
+}
+
 PictureFactsPtr COpenImageIo::load(const char* format, const std::string& path, const MakeRoom& makeRoom,
                                    const PictureNote& note) {
     const auto file = OIIO::ImageInput::create(format);
@@ -167,14 +177,10 @@ PictureFactsPtr COpenImageIo::load(const char* format, const std::string& path, 
     if (spec.deep || spec.depth > 1 || spec.nchannels < 1)
         throw std::runtime_error("only flat pictures can be read, and this one is deep or solid");
     const PictureShape shape = shapeOf(spec);
-    const TypeDesc type = typeOf(shape.kind);
-    std::byte* const pixels = makeRoom(shape);
-    const auto count = static_cast<std::size_t>(shape.width) * static_cast<std::size_t>(shape.height);
-    std::vector<std::byte> pairs(spec.nchannels == 2 ? count * 2 * type.size() : 0);
-    if (!file->read_image(0, 0, 0, std::min(spec.nchannels, 4), type, pairs.empty() ? pixels : pairs.data()))
-        fail(file);
-    if (!pairs.empty()) spread(pairs.data(), pixels, count, shape.components, type.size());
-    noteLosses(spec, note);
+    if (std::byte* const pixels = makeRoom(shape)) {
+        readPixels(*file, spec, shape, pixels);
+        noteLosses(spec, note);
+    }
     findSpace(spec);
     return std::make_shared<PictureFacts>(std::move(spec));
 }

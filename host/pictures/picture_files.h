@@ -30,7 +30,7 @@ using PictureNote = std::function<void(const std::string& text)>;
 // std::runtime_error, whose text says what was wrong with the file.
 class IPictureFiles {
 public:
-    // Called with the shape before any pixel is read; returns room for all of them.
+    // Called with the shape before any pixel is read; returns room for all of them, or null to skip them.
     using MakeRoom = std::function<std::byte*(const PictureShape& shape)>;
 
     virtual ~IPictureFiles() = default;

@@ -68,6 +68,7 @@ KzResult CImageService::imageservice_Crop(IKzUnknown* source, std::int32_t x, st
     for (std::int32_t line = 0; line < height; ++line)
         kzConvertPixels(whole->format(), whole->at(x, y + line), part->format(), part->at(0, line),
                         static_cast<std::size_t>(width));
+    part->setFacts(whole->facts());
     return part.give(image);
 }
 
@@ -82,6 +83,7 @@ KzResult CImageService::imageservice_Flip(IKzUnknown* source, std::int32_t axis,
             const std::int32_t toY = axis != KZiIMG_FLIP_HORIZONTAL ? whole->height() - 1 - y : y;
             kzConvertPixels(whole->format(), whole->at(x, y), turned->format(), turned->at(toX, toY), 1);
         }
+    turned->setFacts(whole->facts());
     return turned.give(image);
 }
 

@@ -112,6 +112,9 @@ def check_colours_are_converted_when_that_is_asked():
             near(out.get(), (0, 1 / 65535.0 / 12.92, ((first + 0.055) / 1.055) ** 2.4, 0), 1e-7)
         else:
             equal(pixels_of(mapped), pixels_of(image))
+    for part in IMAGES.Crop(image, 1, 0, 1, 2), IMAGES.Flip(image, iIMG_FLIP_HORIZONTAL):
+        IMAGES.Save(part, saved, None, None)
+        equal(IMAGES.Metadata(saved, 'colorspace'), 'linear')
     plain = image_of(1, 1, iIMG_FORMAT_RGB24)[0]
     IMAGES.Save(mapping.MapImage(plain, 'sRGB', 'sRGB'), saved, None, None)  # says it, and changes nothing
     equal(described(saved), [iIMG_FORMAT_RGB24, 'sRGB', '000000'])

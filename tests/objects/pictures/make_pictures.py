@@ -18,8 +18,8 @@ RGBA = numpy.concatenate([RGB, ALPHA], axis=2)
 FLOAT = (RGB.astype(numpy.float32) - 30000) / 7  # negative values and values above 1, with many digits
 EXR = {'compression': OpenEXR.ZIP_COMPRESSION, 'type': OpenEXR.scanlineimage}
 
-for name, pixels in (('rgb16', RGB), ('rgba16', RGBA), ('grey16', RGB[:, :, 2:])):
-    kind = {1: 'L', 3: 'RGB', 4: 'RGBA'}[pixels.shape[2]] + ';16'
+for name, pixels in (('rgb16', RGB), ('rgba16', RGBA), ('grey16', RGB[:, :, 2:]), ('greya16', RGBA[:, :, 2:])):
+    kind = {1: 'L', 2: 'LA', 3: 'RGB', 4: 'RGBA'}[pixels.shape[2]] + ';16'
     png.from_array(pixels.reshape(2, -1), kind).save(name + '.png')
 png.Writer(2, 2, bitdepth=16, greyscale=False, gamma=1.0).write(open('linear16.png', 'wb'), RGB.reshape(2, 6).tolist())
 tifffile.imwrite('rgba16.tif', RGBA, photometric='rgb', extrasamples=['unassalpha'], metadata=None)
@@ -34,6 +34,7 @@ PIL.Image.new('RGB', (8, 8), (200, 100, 50)).save('rgb24.jpg', quality=95)
 HALF = numpy.concatenate([FLOAT, FLOAT[:, :, :1]], 2).astype(numpy.float16)
 EXPECTED = {  # the pixel format, the colour space and the pixels
     'rgb16.png': (0x302, 'sRGB', RGB), 'rgba16.png': (0x402, 'sRGB', RGBA), 'grey16.png': (0x102, 'sRGB', RGB[:, :, 2]),
+    'greya16.png': (0x402, 'sRGB', RGBA[:, :, [2, 2, 2, 3]]),
     'linear16.png': (0x302, 'linear', RGB), 'rgba16.tif': (0x402, None, RGBA), 'rgbfp.tif': (0x304, None, FLOAT),
     'rgbahalf.exr': (0x403, 'linear', HALF), 'greyhalf.exr': (0x104, 'linear', HALF[:, :, 2].astype(numpy.float32)),
     'rgbfp.exr': (0x304, 'linear', FLOAT),
