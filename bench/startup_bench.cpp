@@ -1,80 +1,65 @@
-// What building all of kz.object, kz.service, kz.symbol and kz.result costs, against starting the bare interpreter. Each
-// round is a process of its own, because an interpreter starts only once.
-#include "kzmod/storage_type.h"
-#include "module/python.h"
-#include "wrap/registration.h"
+// What starting costs: an empty script in the reference host against the same one under the bare interpreter. Pairs of
+// processes, one right after the other, because the machine's speed drifts.
+#include "kz_paths.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
+#include <cstdlib>
+#include <string>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 namespace {
 
-constexpr int rounds = 21;
-constexpr double target = 2.5;
+constexpr int pairs = 101;
+constexpr double target = 2.0;
 
-// The process's own time, so that what else the machine does counts on neither side.
-double milliseconds() {
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) * 1e-6;
+double milliseconds(const timeval& time) {
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) * 1e-3;
 }
 
-struct Round {
-    double start;
-    double build;
-};
-
-Round measure() {
-    static PyMethodDef none[] = {{nullptr, nullptr, 0, nullptr}};
-    Py_NoSiteFlag = 1;  // as the module starts it
-    const double begin = milliseconds();
-    Py_InitializeEx(0);
-    const double started = milliseconds();
-    PyObject* kz = Py_InitModule("kz", none);
-    kzReadyStorageType();
-    kzAddSubmodules(kz, kzStorageType);
-    return {started - begin, milliseconds() - started};
-}
-
-// Runs one round in a child, which writes what it measured into a pipe.
-bool runRound(Round& round) {
-    int ends[2];
-    if (pipe(ends) != 0) return false;
+// The process's own time, so that what else the machine does counts on neither side. Negative when it failed.
+double run(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    for (std::string& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        const Round measured = measure();
-        _exit(write(ends[1], &measured, sizeof measured) == sizeof measured ? 0 : 1);
+        execv(arguments[0], arguments.data());
+        _exit(127);
     }
     int status = 0;
-    const bool got = child > 0 && waitpid(child, &status, 0) == child && status == 0 &&
-                     read(ends[0], &round, sizeof round) == sizeof round;
-    close(ends[0]);
-    close(ends[1]);
-    return got;
+    rusage used{};
+    if (child < 0 || wait4(child, &status, 0, &used) != child || status != 0) return -1;
+    return milliseconds(used.ru_utime) + milliseconds(used.ru_stime);
 }
 
-double medianOf(const std::vector<Round>& all, double (*value)(const Round&)) {
-    std::vector<double> values(all.size());
-    std::transform(all.begin(), all.end(), values.begin(), value);
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+double medianOf(std::vector<double> values) {
+    std::nth_element(values.begin(), values.begin() + pairs / 2, values.end());
+    return values[pairs / 2];
 }
 
 }  // namespace
 
 int main() {
-    std::vector<Round> all(rounds);
-    for (Round& round : all)
-        if (!runRound(round)) return 1;
-    const double ratio = medianOf(all, [](const Round& round) { return round.build / round.start; });
-    std::printf("Start-up (median of %d processes)\n", rounds);
-    std::printf("  %-38s %9.2f ms\n", "the bare interpreter", medianOf(all, [](const Round& r) { return r.start; }));
-    std::printf("  %-38s %9.2f ms\n", "types, methods, constants and codes",
-                medianOf(all, [](const Round& r) { return r.build; }));
+    const std::string script = "/tmp/kz_empty_" + std::to_string(getpid()) + ".py";
+    std::FILE* file = std::fopen(script.c_str(), "w");
+    if (file == nullptr) return 1;
+    std::fclose(file);
+    std::vector<double> bare, ours, ratios;
+    for (int pair = 0; pair < pairs; ++pair) {
+        bare.push_back(run({KZ_PYTHON2, script}));
+        ours.push_back(run({KZ_BUILD_DIR "/bin/kzhost", "run", script}));
+        ratios.push_back(ours.back() / bare.back());
+    }
+    std::remove(script.c_str());
+    if (*std::min_element(bare.begin(), bare.end()) < 0 || *std::min_element(ours.begin(), ours.end()) < 0) return 1;
+    const double ratio = medianOf(ratios);
+    std::printf("An empty script (processor time, medians of %d pairs of processes)\n", pairs);
+    std::printf("  %-38s %9.2f ms\n", "the bare interpreter", medianOf(bare));
+    std::printf("  %-38s %9.2f ms\n", "kzhost run", medianOf(ours));
     std::printf("  %-38s %9.2f %12.2f%s\n", "ratio, target", ratio, target, ratio > target ? "  over" : "");
     return ratio > target ? 1 : 0;
 }

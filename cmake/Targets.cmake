@@ -92,7 +92,10 @@ function(kz_add_plugin)
     # It stays mapped until the process ends: the interpreter, extension modules and threads still have its addresses when
     # the host has unloaded it.
     set(exports "${PROJECT_SOURCE_DIR}/plugin/exports.map")
-    target_link_options(kzPython2 PRIVATE -Wl,--no-undefined -Wl,-z,nodelete "-Wl,--version-script=${exports}")
+    # The tables of the SDK are tens of thousands of pointers, which are corrected at every start: packed, they are read
+    # faster.
+    target_link_options(kzPython2 PRIVATE -Wl,--no-undefined -Wl,-z,nodelete "-Wl,--version-script=${exports}"
+        -Wl,-z,pack-relative-relocs)
     set_property(TARGET kzPython2 APPEND PROPERTY LINK_DEPENDS "${exports}")
     set_target_properties(kzPython2 PROPERTIES
         PREFIX "" LINKER_LANGUAGE CXX LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/plugins")

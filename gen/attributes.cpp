@@ -1,4 +1,4 @@
-// Reads attributes and holds them against the rules of their place.
+// Reads attributes and checks them against the rules for their place.
 #include "attributes.h"
 
 #include <algorithm>
@@ -11,24 +11,22 @@ namespace {
 
 void rejectUnknown(const Attribute& attribute, const AttributeRules& rules, Diagnostics& diagnostics) {
     std::vector<std::string_view> names;
-    for (const AttributeRule& rule : rules) {
-        names.push_back(rule.name);
-    }
+    for (const AttributeRule& rule : rules) names.push_back(rule.name);
     const std::string expected =
-        names.empty() ? "attributes on interfaces, services and methods alone"
+        names.empty() ? "attributes only on interfaces, services and methods"
                       : fmt::format("one of {}{}", fmt::join(names, ", "), didYouMean(attribute.name.text, names));
     diagnostics.error(attribute.name.at, "attribute " + inQuotes(attribute.name.text), expected);
 }
 
-bool hasRightArgument(const Attribute& attribute, Argument wanted, Diagnostics& diagnostics) {
+bool hasRightArgument(const Attribute& attribute, Argument expected, Diagnostics& diagnostics) {
     const bool has = attribute.argument.has_value();
-    if (wanted == Argument::Text && (!has || attribute.argument->kind != TokenKind::Text)) {
+    if (expected == Argument::Text && (!has || attribute.argument->kind != TokenKind::Text)) {
         diagnostics.error(has ? attribute.argument->at : attribute.name.at,
                           has ? describe(*attribute.argument) : inQuotes(attribute.name.text) + " without a value",
                           fmt::format("{}(\"TEXT\")", attribute.name.text));
         return false;
     }
-    if (wanted == Argument::None && has) {
+    if (expected == Argument::None && has) {
         diagnostics.error(attribute.argument->at, describe(*attribute.argument),
                           inQuotes(attribute.name.text) + " without a value");
         return false;
@@ -40,9 +38,7 @@ bool hasRightArgument(const Attribute& attribute, Argument wanted, Diagnostics& 
 
 Attributes readAttributes(TokenStream& tokens) {
     Attributes all;
-    if (!tokens.accept("[")) {
-        return all;
-    }
+    if (!tokens.accept("[")) return all;
     do {
         Attribute attribute{tokens.expectName("an attribute"), std::nullopt};
         if (tokens.accept("(")) {
@@ -55,19 +51,17 @@ Attributes readAttributes(TokenStream& tokens) {
     return all;
 }
 
-Attributes fitting(const Attributes& given, const AttributeRules& rules, Diagnostics& diagnostics) {
+Attributes fitting(const Attributes& attributes, const AttributeRules& rules, Diagnostics& diagnostics) {
     Attributes good;
-    for (const Attribute& attribute : given) {
-        const auto named = [&](std::string_view name) { return name == attribute.name.text; };
-        const auto rule = std::find_if(rules.begin(), rules.end(), [&](const auto& r) { return named(r.name); });
-        const bool again = std::any_of(good.begin(), good.end(), [&](const auto& a) { return named(a.name.text); });
-        if (rule == rules.end()) {
-            rejectUnknown(attribute, rules, diagnostics);
-        } else if (again) {
-            diagnostics.error(attribute.name.at, "attribute " + inQuotes(attribute.name.text) + " again", "it once");
-        } else if (hasRightArgument(attribute, rule->argument, diagnostics)) {
-            good.push_back(attribute);
-        }
+    for (const Attribute& attribute : attributes) {
+        const auto isNamed = [&](std::string_view name) { return name == attribute.name.text; };
+        const auto rule = std::find_if(rules.begin(), rules.end(), [&](const auto& r) { return isNamed(r.name); });
+        const bool again = std::any_of(good.begin(), good.end(), [&](const auto& a) { return isNamed(a.name.text); });
+        if (rule == rules.end()) rejectUnknown(attribute, rules, diagnostics);
+        else if (again)
+            diagnostics.error(attribute.name.at, "attribute " + inQuotes(attribute.name.text) + " again",
+                              "each attribute once");
+        else if (hasRightArgument(attribute, rule->argument, diagnostics)) good.push_back(attribute);
     }
     return good;
 }

@@ -15,7 +15,7 @@ struct Attribute {
 
 using Attributes = std::vector<Attribute>;
 
-// What may follow an attribute's name in parentheses.
+// The argument that an attribute takes in parentheses.
 enum class Argument { None, Text, Optional };
 
 struct AttributeRule {
@@ -28,7 +28,7 @@ using AttributeRules = std::vector<AttributeRule>;
 // "[NAME, NAME(ARGUMENT), ...]", or nothing.
 Attributes readAttributes(TokenStream& tokens);
 
-// The attributes that may stand here, each once and with what it needs; the others are reported.
-Attributes fitting(const Attributes& given, const AttributeRules& rules, Diagnostics& diagnostics);
+// The attributes that are allowed here, each once and with the argument that it needs; reports all others.
+Attributes fitting(const Attributes& attributes, const AttributeRules& rules, Diagnostics& diagnostics);
 
 }  // namespace kzgen

@@ -13,21 +13,20 @@ namespace kzgen {
 
 namespace {
 
-size_t total(const std::map<std::string, size_t>& counts) {
-    return std::accumulate(counts.begin(), counts.end(), size_t{0},
-                           [](size_t sum, const auto& entry) { return sum + entry.second; });
+std::size_t total(const std::map<std::string, std::size_t>& counts) {
+    return std::accumulate(counts.begin(), counts.end(), std::size_t{0},
+                           [](std::size_t sum, const auto& entry) { return sum + entry.second; });
 }
 
-size_t count(const AdapterCensus& adapter, Inert inert) {
-    const auto found = adapter.inert.find(inert);
-    return found == adapter.inert.end() ? 0 : found->second;
+std::size_t count(const AdapterCensus& adapter, Inert inert) {
+    const auto entry = adapter.inert.find(inert);
+    return entry == adapter.inert.end() ? 0 : entry->second;
 }
 
 void countAdapter(Census& census, const Interface& each) {
     AdapterCensus adapter{each.name, *each.adapter, 0, {}};
-    for (const Method& method : each.methods) {
+    for (const Method& method : each.methods)
         ++(method.inert == Inert::No ? adapter.forwarded : adapter.inert[method.inert]);
-    }
     census.adapters.push_back(std::move(adapter));
 }
 
@@ -35,43 +34,48 @@ void countMethod(Census& census, const Method& method) {
     ++census.methods;
     census.plainValueMethods += method.returnsPlainValue() ? 1 : 0;
     census.voidMethods += method.returns.kind == Kind::Void ? 1 : 0;
-    if (method.returnsPlainValue()) {
-        ++census.returns[argumentDocType(method.returns)];
-    }
+    if (method.returnsPlainValue()) ++census.returns[argumentDocType(method.returns)];
     for (const Parameter& parameter : method.parameters) {
         const std::string type = argumentDocType(parameter.type);
         const KindInfo& kind = info(parameter.type.kind);
         if (parameter.output) {
             ++census.returns[type];
         } else {
-            ++census.parameters[kind.kind == Kind::Guid ? "string (a GUID) O" : fmt::format("{} {}", type, kind.parse)];
+            ++census
+                  .parameters[kind.kind == Kind::Guid ? "string (a GUID) O" : fmt::format("{} {}", type, kind.letter)];
         }
     }
 }
 
 void countInterface(Census& census, const Interface& each) {
     census.interfaces += each.service ? 0 : 1;
-    ++census.constants["u_"];
+    census.constants["u_"] += each.hasSymbol ? 1 : 0;
     census.constants["a_"] += each.server ? 1 : 0;
-    if (each.adapter) {
-        countAdapter(census, each);
-    }
+    if (each.adapter) countAdapter(census, each);
     if (!each.wrapped) {
         census.hostMethods += each.methods.size();
         return;
     }
     (each.service ? census.services : census.types).push_back(each.name);
-    for (const Method& method : each.methods) {
-        countMethod(census, method);
-    }
+    for (const Method& method : each.methods) countMethod(census, method);
 }
 
-std::string table(const std::map<std::string, size_t>& counts) {
+std::string table(const std::map<std::string, std::size_t>& counts) {
     std::string text;
-    for (const auto& [name, number] : counts) {
-        text += fmt::format("  {:<20} {:>6}\n", name, number);
-    }
+    for (const auto& [name, number] : counts) text += fmt::format("  {:<20} {:>6}\n", name, number);
     return text;
+}
+
+// Sorted names, those that begin with the same letter on one line: a new name changes one line.
+std::string nameLines(std::string_view title, const std::vector<std::string>& names) {
+    std::string text;
+    char letter = '\0';
+    for (const std::string& name : names) {
+        text += name[0] == letter ? "" : fmt::format("{}{}", text.empty() ? "" : "\n", title);
+        text += " " + name;
+        letter = name[0];
+    }
+    return text + "\n";
 }
 
 std::string adapterLine(const AdapterCensus& adapter) {
@@ -89,9 +93,7 @@ AdapterCensus sumOf(const std::vector<AdapterCensus>& adapters) {
     AdapterCensus sum;
     for (const AdapterCensus& adapter : adapters) {
         sum.forwarded += adapter.forwarded;
-        for (const auto& [inert, number] : adapter.inert) {
-            sum.inert[inert] += number;
-        }
+        for (const auto& [inert, number] : adapter.inert) sum.inert[inert] += number;
     }
     return sum;
 }
@@ -107,9 +109,9 @@ nlohmann::json adapterJson(const AdapterCensus& adapter) {
 
 }  // namespace
 
-size_t AdapterCensus::inertTotal() const {
-    return std::accumulate(inert.begin(), inert.end(), size_t{0},
-                           [](size_t sum, const auto& entry) { return sum + entry.second; });
+std::size_t AdapterCensus::inertTotal() const {
+    return std::accumulate(inert.begin(), inert.end(), std::size_t{0},
+                           [](std::size_t sum, const auto& entry) { return sum + entry.second; });
 }
 
 Census takeCensus(const Model& model) {
@@ -117,12 +119,8 @@ Census takeCensus(const Model& model) {
     census.headers = model.headers.size();
     census.types = {std::string(unknownName), "storage"};
     for (const Header& header : model.headers) {
-        for (const Interface& each : header.interfaces) {
-            countInterface(census, each);
-        }
-        for (const Constant& each : header.constants) {
-            ++census.constants[familyOf(each.name)];
-        }
+        for (const Interface& each : header.interfaces) countInterface(census, each);
+        for (const Constant& each : header.constants) ++census.constants[familyOf(each.name)];
         for (const Code& each : header.codes) {
             ++census.constants[each.headerOwn ? "e" : "e_"];
             census.resultCodes.push_back(each.name);
@@ -139,7 +137,7 @@ Census takeCensus(const Model& model) {
 std::string asText(const Census& census) {
     const AdapterCensus sum = sumOf(census.adapters);
     std::string text;
-    const auto line = [&](std::string_view name, size_t number, const std::string& note = {}) {
+    const auto line = [&](std::string_view name, std::size_t number, const std::string& note = {}) {
         text += fmt::format("{:<22} {:>6}{}\n", name, number, note.empty() ? "" : "  " + note);
     };
     line("headers", census.headers);
@@ -160,10 +158,9 @@ std::string asText(const Census& census) {
     line("adapters", census.adapters.size(),
          fmt::format("{} forwarded; {} inert: NOTIMPL {}, 0 {}, nothing {}", sum.forwarded, sum.inertTotal(),
                      count(sum, Inert::NotImplemented), count(sum, Inert::Zero), count(sum, Inert::Nothing)));
-    for (const AdapterCensus& adapter : census.adapters) {
-        text += adapterLine(adapter);
-    }
-    return text;
+    for (const AdapterCensus& adapter : census.adapters) text += adapterLine(adapter);
+    return text + nameLines("type", census.types) + nameLines("service", census.services) +
+           nameLines("code", census.resultCodes);
 }
 
 std::string asJson(const Census& census) {
@@ -180,9 +177,7 @@ std::string asJson(const Census& census) {
     json["returns"] = census.returns;
     json["constants"] = census.constants;
     json["resultCodes"] = census.resultCodes;
-    for (const AdapterCensus& adapter : census.adapters) {
-        json["adapters"][adapter.name] = adapterJson(adapter);
-    }
+    for (const AdapterCensus& adapter : census.adapters) json["adapters"][adapter.name] = adapterJson(adapter);
     return json.dump(2) + "\n";
 }
 

@@ -1,7 +1,8 @@
-// The rules that need more than one declaration to judge.
+// The rules that concern more than one declaration.
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <map>
 #include <regex>
 
 #include <fmt/format.h>
@@ -9,17 +10,12 @@
 #include "check_methods.h"
 #include "load.h"
 #include "names.h"
+#include "text.h"
 #include "unique.h"
 
 namespace kzgen {
 
 namespace {
-
-std::string toUpper(std::string_view text) {
-    std::string upper(text);
-    std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return std::toupper(c); });
-    return upper;
-}
 
 class Checker {
 public:
@@ -27,35 +23,25 @@ public:
         : m_model(model), m_completeness(completeness), m_errors(errors), m_stems(errors), m_guids(errors),
           m_symbols(errors), m_results(errors), m_tables(errors) {
         for (const Header& header : model.headers) {
-            for (const Interface& each : header.interfaces) {
-                if (!each.service) {
-                    m_interfaceNames.emplace_back(each.name);
-                }
-            }
+            for (const Interface& each : header.interfaces)
+                if (!each.service) m_interfaceNames.emplace_back(each.name);
         }
         m_interfaceNames.emplace_back(unknownName);
     }
 
     void run() {
         for (const Header& header : m_model.headers) {
-            if (header.summary.empty() && !header.name.empty()) {
+            if (header.summary.empty() && !header.name.empty())
                 missingSummary(header.at, "header " + inQuotes(header.name));
-            }
-            for (const Interface& each : header.interfaces) {
-                interface(header, each);
-            }
+            for (const Interface& each : header.interfaces) interface(header, each);
             const Constant* before = nullptr;
             for (const Constant& each : header.constants) {
                 constant(each);
-                identities(each, before);
+                purposeOf(each, before);
                 before = &each;
             }
-            for (const Code& each : header.codes) {
-                code(each);
-            }
-            for (const Table& each : header.tables) {
-                table(header, each);
-            }
+            for (const Code& each : header.codes) code(each);
+            for (const Table& each : header.tables) table(header, each);
         }
         prefixes();
     }
@@ -67,46 +53,34 @@ private:
 
     void interface(const Header& header, const Interface& each) {
         const std::string what = (each.service ? "service " : "interface ") + inQuotes(each.name);
-        if (each.summary.empty()) {
-            missingSummary(each.at, what);
-        }
-        if (!isTypeName(each.name)) {
-            m_errors.error(each.at, what, "a capital, then letters and digits, that make no name of Python or the SDK");
-        }
-        m_stems.add(each.stem(), what + " again", "a name of its own", each.at);
-        guid(each.guid);
+        if (each.summary.empty()) missingSummary(each.at, what);
+        if (!isTypeName(each.name))
+            m_errors.error(each.at, what,
+                           "a capital letter, then letters and digits, and no name that Python or the SDK uses");
+        m_stems.add(each.stem(), what + " again", "a unique name", each.at);
+        identity(each.guid);
         symbols(each);
         checkMethods(header, each, m_completeness == Completeness::Whole ? &m_interfaceNames : nullptr, m_errors);
     }
 
-    void guid(const Guid& given) {
-        if (given.text.empty()) {
-            return;  // reported where it is missing
-        }
-        if (!given.wellFormed()) {
-            m_errors.error(given.at, inQuotes(given.text), "8-4-4-4-12 hexadecimal digits");
-        } else {
-            m_guids.add(toUpper(given.text), "identity " + given.text + " again", "one of its own", given.at);
-        }
+    void identity(const Guid& guid) {
+        if (guid.text.empty()) return;  // reported where it is missing
+        if (!guid.wellFormed()) m_errors.error(guid.at, inQuotes(guid.text), "8-4-4-4-12 hexadecimal digits");
+        else m_guids.add(toUpper(guid.text), "identity " + guid.text + " again", "a unique one", guid.at);
     }
 
     void symbols(const Interface& each) {
         const auto legal = [](unsigned char c) { return std::isupper(c) != 0 || std::isdigit(c) != 0 || c == '_'; };
         if (each.symbol.empty() || !std::all_of(each.symbol.begin(), each.symbol.end(), legal) ||
-            !isSymbolName(each.symbol)) {
+            !isSymbolName(each.symbol))
             m_errors.error(each.at, "symbol " + inQuotes(each.symbol), "upper-case letters, digits and single '_'");
-        }
         symbol("u_" + each.symbol, each.at);
-        if (each.server) {
-            symbol("a_" + each.symbol, each.at);
-        }
+        if (each.server) symbol("a_" + each.symbol, each.at);
     }
 
     void symbol(const std::string& name, const Place& at) {
-        if (!isSymbolName(name)) {
-            m_errors.error(at, inQuotes(name), "a name without '__' or '_' at its end");
-        }
-        m_symbols.add(name, "constant " + inQuotes(name) + " again", "a name of its own", at);
+        if (!isSymbolName(name)) m_errors.error(at, inQuotes(name), "a name without '__' or '_' at its end");
+        m_symbols.add(name, "constant " + inQuotes(name) + " again", "a unique name", at);
     }
 
     // Constants and codes
@@ -124,9 +98,9 @@ private:
         const bool wantsGuid = family == "u_";
         const bool wantsText = family == "a_" || family[0] == 's';
         const bool wantsReal = family == "v_" || family == "d";
-        const auto mismatch = [&](std::string_view wanted) {
-            m_errors.error(each.at, fmt::format("{} as the value of {}", shown(each.value), inQuotes(each.name)),
-                           fmt::format("{}, as the family '{}' has", wanted, family));
+        const auto mismatch = [&](std::string_view value) {
+            m_errors.error(each.at, fmt::format("{} as the value of {}", kindOf(each.value), inQuotes(each.name)),
+                           fmt::format("{}, as the family '{}' has", value, family));
         };
         if (wantsGuid && !std::holds_alternative<Guid>(each.value)) {
             mismatch("uuid(\"...\")");
@@ -137,44 +111,35 @@ private:
         } else if (!wantsGuid && !wantsText && !wantsReal && !std::holds_alternative<IntegerValue>(each.value)) {
             mismatch("an integer");
         } else if (wantsGuid) {
-            guid(std::get<Guid>(each.value));
+            identity(std::get<Guid>(each.value));
         } else if (const auto* integer = std::get_if<IntegerValue>(&each.value); integer != nullptr && family == "e_") {
-            if (integer->value < 0 || integer->value > int64_t{UINT32_MAX} || !integer->isLong) {
+            if (integer->value < 0 || integer->value > std::int64_t{UINT32_MAX} || !integer->isLong)
                 mismatch("an unsigned value of 32 bits with an L");
-            }
         }
     }
 
     // An identity is a number like any other until a sentence says what takes it.
-    void identities(const Constant& each, const Constant* before) {
+    void purposeOf(const Constant& each, const Constant* before) {
         const bool isFirst = each.group.begins || before == nullptr || familyOf(before->name) != "u_";
-        if (m_completeness == Completeness::Partial || familyOf(each.name) != "u_" || !isFirst) {
-            return;
-        }
+        if (m_completeness == Completeness::Partial || familyOf(each.name) != "u_" || !isFirst) return;
         static const std::regex method("([A-Z][A-Za-z0-9]*)\\.([A-Z][A-Za-z0-9]*)");
         const std::string& text = each.group.sentence;
         const bool names =
             std::any_of(std::sregex_iterator(text.begin(), text.end(), method), std::sregex_iterator(),
-                        [&](const auto& found) { return m_model.hasMethod(found.str(1), found.str(2)); });
+                        [&](const auto& match) { return m_model.hasMethod(match.str(1), match.str(2)); });
         if (!names) {
             m_errors.error(each.at, "identity " + inQuotes(each.name) + " of no method",
-                           "a comment above it that names the method which takes or answers it, as Interface.Method");
+                           "a comment above it that names a method which takes or returns it, as Interface.Method");
         }
     }
 
     // A size for each constant that can stand where the table is looked up.
     void table(const Header& header, const Table& each) {
         const std::string what = "table " + inQuotes(each.name);
-        if (each.summary.empty()) {
-            missingSummary(each.at, what);
-        }
-        if (!isTypeName(each.name)) {
-            m_errors.error(each.at, what, "a capital, then letters and digits");
-        }
-        if (each.rows.empty()) {
-            m_errors.error(each.at, what + " without rows", "CONSTANT = SIZE; in it");
-        }
-        m_tables.add(each.name, what + " again", "a name of its own", each.at);
+        if (each.summary.empty()) missingSummary(each.at, what);
+        if (!isTypeName(each.name)) m_errors.error(each.at, what, "a capital letter, then letters and digits");
+        if (each.rows.empty()) m_errors.error(each.at, what + " without rows", "CONSTANT = SIZE; in it");
+        m_tables.add(each.name, what + " again", "a unique name", each.at);
         Unique values(m_errors);
         for (const Table::Row& row : each.rows) {
             const auto constant = std::find_if(header.constants.begin(), header.constants.end(),
@@ -190,43 +155,39 @@ private:
         }
     }
 
-    static std::string_view shown(const Value& value) {
+    static std::string_view kindOf(const Value& value) {
         constexpr std::array names = {"an integer", "a real number", "a text", "an identity"};
         return names[value.index()];
     }
 
     void code(const Code& each) {
         symbol(each.symbol(), each.at);
-        m_results.add(each.name, "result code " + inQuotes(each.name) + " again", "a name of its own", each.at);
+        m_results.add(each.name, "result code " + inQuotes(each.name) + " again", "a unique name", each.at);
     }
 
     // An implementation offers all its interfaces' methods side by side. Sharing a prefix is a wish to share methods;
     // a given prefix that meets another interface's default one is an accident.
     void prefixes() {
-        std::map<std::string, const Interface*> given;
+        std::map<std::string, const Interface*> byPrefix;
         for (const Header& header : m_model.headers) {
-            for (const Interface& each : header.interfaces) {
-                if (each.adapter && !each.adapter->empty()) {
-                    given.emplace(*each.adapter, &each);
-                }
-            }
+            for (const Interface& each : header.interfaces)
+                if (each.adapter && !each.adapter->empty()) byPrefix.emplace(*each.adapter, &each);
         }
         for (const Header& header : m_model.headers) {
             for (const Interface& each : header.interfaces) {
-                const auto other = given.find(each.prefix());
-                if ((!each.adapter || each.adapter->empty()) && other != given.end()) {
+                const auto other = byPrefix.find(each.prefix());
+                if ((!each.adapter || each.adapter->empty()) && other != byPrefix.end())
                     sharedByAccident(each, *other->second);
-                }
             }
         }
     }
 
     void sharedByAccident(const Interface& each, const Interface& other) {
         for (const Method& method : each.methods) {
-            for (const Method& taken : other.methods) {
-                if (method.name == taken.name) {
+            for (const Method& otherMethod : other.methods) {
+                if (method.name == otherMethod.name) {
                     m_errors.error(method.at, inQuotes(each.prefix() + "_" + method.name),
-                                   fmt::format("a name of its own ({} has it)", toString(taken.at)));
+                                   fmt::format("a unique name (already used at {})", toString(otherMethod.at)));
                 }
             }
         }

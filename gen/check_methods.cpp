@@ -14,13 +14,11 @@ namespace kzgen {
 
 namespace {
 
-// A prefix begins the names of Python methods and is parted from their rest by one '_'.
+// A prefix starts the names of Python methods; one '_' separates it from the rest.
 bool isPrefix(std::string_view text) {
     return !text.empty() && std::isalpha(static_cast<unsigned char>(text[0])) != 0 && isSymbolName(text) &&
            std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
 }
-
-std::string shown(const Type& type) { return std::string(info(type.kind).name) + (isArray(type.kind) ? "[]" : ""); }
 
 class MethodChecker {
 public:
@@ -31,7 +29,7 @@ public:
     void methods() {
         Unique names(m_errors);
         for (const Method& each : m_interface.methods) {
-            names.add(each.name, "method " + inQuotes(each.name) + " again", "a name of its own", each.at);
+            names.add(each.name, "method " + inQuotes(each.name) + " again", "a unique name", each.at);
             method(each);
         }
     }
@@ -39,22 +37,20 @@ public:
     void adapter() {
         if (m_interface.service) {
             m_errors.error(m_interface.at, "service " + inQuotes(m_interface.name) + " with an adapter",
-                           "adapters on interfaces alone");
+                           "an adapter only on an interface");
         }
         if (!m_interface.adapter->empty() && !isPrefix(*m_interface.adapter)) {
             m_errors.error(m_interface.at, "adapter prefix " + inQuotes(*m_interface.adapter),
                            "a letter, then letters, digits and single '_'");
         }
-        for (const Method& method : m_interface.methods) {
-            method.inert == Inert::No ? forwarded(method) : inert(method);
-        }
+        for (const Method& method : m_interface.methods) method.inert == Inert::No ? forwarded(method) : inert(method);
     }
 
     void noAdapter() {
         for (const Method& method : m_interface.methods) {
             if (method.inert != Inert::No || method.required) {
                 m_errors.error(method.at, "'inert' or 'required' on " + inQuotes(method.name),
-                               "it only where the interface has an adapter");
+                               "them only in an interface with an adapter");
             }
         }
     }
@@ -63,7 +59,7 @@ private:
     void method(const Method& method) {
         if (!isMethodName(method.name)) {
             m_errors.error(method.at, "method " + inQuotes(method.name),
-                           "a capital, then letters and digits, that make no word of C++ or Python");
+                           "a capital letter, then letters and digits, and no word of C++ or Python");
         }
         interfaceName(method.returns);
         Unique names(m_errors);
@@ -78,16 +74,14 @@ private:
 
     void parameterName(const Parameter& parameter, Unique& names) {
         const auto add = [&](const std::string& name) {
-            names.add(name, "parameter " + inQuotes(name) + " again", "a name of its own", parameter.at);
+            names.add(name, "parameter " + inQuotes(name) + " again", "a unique name", parameter.at);
         };
         if (!isParameterName(parameter.name)) {
             m_errors.error(parameter.at, "parameter " + inQuotes(parameter.name),
-                           "a small letter, then letters and digits, that make no word of C++");
+                           "a small letter, then letters and digits, and no word of C++");
         }
         add(parameter.name);
-        if (parameter.type.kind == Kind::Text) {
-            add(parameter.name + "Length");  // which C++ gets beside the buffer
-        }
+        if (parameter.type.kind == Kind::Text) add(parameter.name + "Length");  // which C++ gets beside the buffer
     }
 
     void again(const Method& method) {
@@ -96,7 +90,7 @@ private:
                             std::any_of(method.parameters.begin(), method.parameters.end(), isText);
         if (method.again && !canSay) {
             m_errors.error(method.at, "'again' on " + inQuotes(method.name),
-                           "it only where a 'text' is an output and 'result' can say that it did not fit");
+                           "it only on a method that returns 'result' and has a 'text' output");
         }
     }
 
@@ -112,9 +106,7 @@ private:
     }
 
     void interfaceName(const Type& type) {
-        if (type.kind != Kind::Object || type.name.empty() || m_interfaceNames == nullptr) {
-            return;
-        }
+        if (type.kind != Kind::Object || type.name.empty() || m_interfaceNames == nullptr) return;
         if (std::find(m_interfaceNames->begin(), m_interfaceNames->end(), type.name) == m_interfaceNames->end()) {
             m_errors.error(type.at, "object<" + type.name + ">",
                            "the name of an interface" + didYouMean(type.name, *m_interfaceNames));
@@ -122,19 +114,20 @@ private:
     }
 
     void forwarded(const Method& method) {
-        const size_t outputs = method.outputs().size() + (method.returnsPlainValue() ? 1 : 0);
+        const std::size_t outputs = method.outputs().size() + (method.returnsPlainValue() ? 1 : 0);
         if (method.inputs().size() > mostForwardedInputs || outputs > mostForwardedOutputs) {
             m_errors.error(
                 method.at, fmt::format("{} inputs and {} outputs", method.inputs().size(), outputs),
                 fmt::format("at most {} and {} of a forwarded method", mostForwardedInputs, mostForwardedOutputs));
         }
-        if (m_interface.adapter->empty()) {
-            m_errors.error(method.at, "forwarded method " + inQuotes(method.name), "a prefix, or an inert method");
-        }
+        if (m_interface.adapter->empty())
+            m_errors.error(method.at, "forwarded method " + inQuotes(method.name),
+                           "a prefix for the adapter, or an inert method");
         for (const Parameter& parameter : method.parameters) {
-            if (!info(parameter.type.kind).is(parameter.output ? forwardOutput : forwardInput)) {
+            const KindInfo& kind = info(parameter.type.kind);
+            if ((parameter.output ? kind.to : kind.from).empty()) {
                 m_errors.error(parameter.type.at,
-                               fmt::format("{} {} {} of an adapter", shown(parameter.type),
+                               fmt::format("{} {} {} of an adapter", kind.fullName(),
                                            parameter.output ? "output" : "input", inQuotes(parameter.name)),
                                "a kind that can be forwarded to Python, or [inert(NOTIMPL)]");
             }
@@ -145,17 +138,16 @@ private:
         const Kind returns = method.returns.kind;
         if (method.inert == Inert::NotImplemented && returns != Kind::Result) {
             m_errors.error(method.at, "inert(NOTIMPL) on " + inQuotes(method.name),
-                           "it where the method returns 'result'");
+                           "it only on a method that returns 'result'");
         } else if (method.inert == Inert::Zero && returns == Kind::Void) {
             m_errors.error(method.at, "inert(0) on " + inQuotes(method.name),
-                           "'inert' where the method returns 'void'");
+                           "plain 'inert' on a method that returns 'void'");
         } else if (method.inert == Inert::Nothing && returns != Kind::Void) {
             m_errors.error(method.at, "inert without a value on " + inQuotes(method.name),
-                           "inert(NOTIMPL) or inert(0) where the method returns something");
+                           "inert(NOTIMPL) or inert(0) on a method that returns something");
         }
-        if (method.required) {
+        if (method.required)
             m_errors.error(method.at, "'required' on the inert method " + inQuotes(method.name), "one of the two");
-        }
     }
 
     const Header& m_header;

@@ -40,16 +40,12 @@ std::string opening(std::string_view mark, std::string_view contents, std::strin
 
 void Output::write(const std::string& name, std::string_view text) {
     const fs::path path = m_folder / name;
-    if (holds(path, text)) {
-        return;
-    }
+    if (holds(path, text)) return;
     fs::create_directories(path.parent_path());
     std::ofstream stream(path, std::ios::binary | std::ios::trunc);
     stream.write(text.data(), static_cast<std::streamsize>(text.size()));
     stream.close();
-    if (!stream) {
-        throw std::runtime_error("cannot write " + path.string());
-    }
+    if (!stream) throw std::runtime_error("cannot write " + path.string());
 }
 
 std::string openingLines(std::string_view mark, std::string_view contents, const Header& header) {
@@ -61,11 +57,11 @@ std::string openingLines(std::string_view mark, std::string_view contents, const
 }
 
 std::string commentLines(std::string_view indent, std::string_view mark, std::string_view text) {
-    constexpr size_t columns = 120;
-    const size_t width = columns - indent.size() - mark.size() - 1;
+    constexpr std::size_t columns = 120;
+    const std::size_t width = columns - indent.size() - mark.size() - 1;
     std::string lines;
     while (!text.empty()) {
-        size_t end = text.size();
+        std::size_t end = text.size();
         if (end > width) {
             end = text.rfind(' ', width);
             end = end == std::string_view::npos ? text.find(' ') : end;
@@ -76,20 +72,6 @@ std::string commentLines(std::string_view indent, std::string_view mark, std::st
         text.remove_prefix(text.starts_with(' ') ? 1 : 0);
     }
     return lines;
-}
-
-std::string cppLiteral(std::string_view text) {
-    std::string literal = "\"";
-    for (const char c : text) {
-        switch (c) {
-        case '\\':
-        case '"': literal += std::string("\\") + c; break;
-        case '\n': literal += "\\n"; break;
-        case '\t': literal += "\\t"; break;
-        default: literal += c;
-        }
-    }
-    return literal + "\"";
 }
 
 }  // namespace kzgen

@@ -1,7 +1,8 @@
-// What the emitters have in common: named parts, and files that are written only when they change.
+// What the emitters share: the list of parts, and output files that are written only if they change.
 #pragma once
 
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,19 +11,22 @@
 
 namespace kzgen {
 
-// Where an emitter puts its files.
+// Where an emitter writes the text of a file.
+using Text = std::back_insert_iterator<std::string>;
+
+// The folder that an emitter writes to.
 class Output {
 public:
     explicit Output(std::filesystem::path folder) : m_folder(std::move(folder)) {}
 
-    // A file of the given text. One that has it already keeps its date, so nothing is built again for it.
+    // Writes a file. One that has this text already keeps its date, so that nothing is rebuilt because of it.
     void write(const std::string& name, std::string_view text);
 
 private:
     std::filesystem::path m_folder;
 };
 
-// One of the things that are made from the model.
+// One of the things that can be generated.
 struct Part {
     std::string_view name;
     std::string_view purpose;
@@ -37,9 +41,6 @@ std::string openingLines(std::string_view mark, std::string_view contents, const
 
 // The text as comment lines of at most 120 columns.
 std::string commentLines(std::string_view indent, std::string_view mark, std::string_view text);
-
-// The text as a C string literal with its quotes.
-std::string cppLiteral(std::string_view text);
 
 void emitSdk(const Model& model, Output& output);
 void emitWrap(const Model& model, Output& output);

@@ -11,8 +11,6 @@ namespace kzgen {
 
 namespace {
 
-using Text = std::back_insert_iterator<std::string>;
-
 constexpr std::string_view styleSheet =
     R"css(body { font: 15px/1.5 sans-serif; max-width: 62rem; margin: 2rem auto; padding: 0 1rem; color: #222; }
 h1, h2 { line-height: 1.2; }
@@ -66,7 +64,7 @@ constexpr std::string_view searchScript = R"js('use strict';
 }());
 )js";
 
-std::string escaped(std::string_view text) {
+std::string htmlText(std::string_view text) {
     std::string html;
     for (const char c : text) {
         switch (c) {
@@ -84,14 +82,12 @@ std::string page(std::string_view title, std::string_view opening, std::string_v
     return fmt::format("<!DOCTYPE html>\n<!--\n{}-->\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                        "<title>{}</title>\n<link rel=\"stylesheet\" href=\"style.css\">\n</head>\n<body>\n{}</body>\n"
                        "</html>\n",
-                       opening, escaped(title), body);
+                       opening, htmlText(title), body);
 }
 
 // The interface as Python knows it. What only the host calls is known by its base class, if any.
 std::string pythonType(const Interface& each) {
-    if (each.wrapped) {
-        return (each.service ? "kz.service." : "kz.object.") + each.name;
-    }
+    if (each.wrapped) return (each.service ? "kz.service." : "kz.object.") + each.name;
     return (each.adapter ? "kzifc." : "") + each.name;
 }
 
@@ -104,9 +100,8 @@ std::string implementation(const Interface& each, const Method& method) {
     default: break;
     }
     std::string arguments;
-    for (const Parameter* input : method.inputs()) {
+    for (const Parameter* input : method.inputs())
         arguments += (arguments.empty() ? "" : ", ") + pythonArgumentName(*input);
-    }
     return fmt::format("<code>{}({})</code>{}", pythonMethodName(each, method), arguments,
                        method.required ? " (required)" : "");
 }
@@ -114,11 +109,11 @@ std::string implementation(const Interface& each, const Method& method) {
 std::string lengthText(const Type& array) {
     std::vector<std::string> factors;
     for (const Factor& factor : array.length) {
-        const bool asked = factor.kind == Factor::Kind::Asked;
+        const bool isMethod = factor.kind == Factor::Kind::Method;
         const std::string arguments = fmt::format("{}", fmt::join(factor.arguments, ", "));
-        factors.push_back(asked                                 ? fmt::format("{}({})", factor.name, arguments)
-                          : factor.kind == Factor::Kind::Looked ? fmt::format("{}[{}]", factor.name, arguments)
-                                                                : factor.name);
+        factors.push_back(isMethod                             ? fmt::format("{}({})", factor.name, arguments)
+                          : factor.kind == Factor::Kind::Table ? fmt::format("{}[{}]", factor.name, arguments)
+                                                               : factor.name);
     }
     return fmt::format("{}", fmt::join(factors, " * "));
 }
@@ -127,9 +122,7 @@ std::string lengthText(const Type& array) {
 std::string remarks(const Method& method) {
     std::string text = method.summary;
     for (const Parameter& each : method.parameters) {
-        if (!isArray(each.type.kind)) {
-            continue;
-        }
+        if (!info(each.type.kind).has(array)) continue;
         const std::string_view between = text.empty() ? "" : text.ends_with('.') ? " " : "; ";
         text += each.type.length.empty() ? fmt::format("{}{}: {}", between, each.name, each.type.unsized)
                                          : fmt::format("{}{} holds {} {}", between, each.name, lengthText(each.type),
@@ -143,34 +136,28 @@ void emitMethods(const Model& model, const Interface& each, Text out) {
                    each.adapter ? "<th>In a Python class</th>" : "");
     for (const Method& method : each.methods) {
         fmt::format_to(out, "<tr id=\"{}.{}\"><td><code>{}</code></td>", each.stem(), method.name,
-                       escaped(docString(model, method)));
-        if (each.adapter) {
-            fmt::format_to(out, "<td>{}</td>", implementation(each, method));
-        }
-        fmt::format_to(out, "<td>{}</td></tr>\n", escaped(remarks(method)));
+                       htmlText(docString(model, method)));
+        if (each.adapter) fmt::format_to(out, "<td>{}</td>", implementation(each, method));
+        fmt::format_to(out, "<td>{}</td></tr>\n", htmlText(remarks(method)));
     }
     fmt::format_to(out, "</table>\n");
 }
 
 void emitInterface(const Model& model, const Interface& each, Text out) {
     fmt::format_to(out, "<h2 id=\"{}\">{}</h2>\n<p>{}</p>\n<p class=\"note\">", each.stem(), each.name,
-                   escaped(each.summary));
-    if (each.wrapped) {
-        fmt::format_to(out, "Type <code>{}</code>. ", pythonType(each));
-    } else {
-        fmt::format_to(out, "Only the host calls it: it has no type in Python. ");
-    }
+                   htmlText(each.summary));
+    if (each.wrapped) fmt::format_to(out, "Type <code>{}</code>. ", pythonType(each));
+    else fmt::format_to(out, "Only the host calls it: it has no type in Python. ");
     if (each.adapter && !each.adapter->empty()) {
         fmt::format_to(out,
                        "A Python class can implement it, derived from <code>kzifc.{}</code> and with methods called "
                        "<code>{}_...</code>. ",
                        each.name, *each.adapter);
     }
-    fmt::format_to(out, "Identity <code>kz.symbol.u_{}</code>{}.</p>\n", each.symbol,
-                   each.server ? fmt::format(", server type <code>{}</code>", escaped(*each.server)) : "");
-    if (!each.methods.empty()) {
-        emitMethods(model, each, out);
-    }
+    fmt::format_to(out, "Identity <code>{}</code>{}.</p>\n",
+                   each.hasSymbol ? "kz.symbol.u_" + each.symbol : each.guid.text,
+                   each.server ? fmt::format(", server type <code>{}</code>", htmlText(*each.server)) : "");
+    if (!each.methods.empty()) emitMethods(model, each, out);
 }
 
 struct NamedValue {
@@ -179,49 +166,33 @@ struct NamedValue {
     std::string summary;
 };
 
-// All that the header puts into kz.symbol.
-std::vector<NamedValue> symbols(const Header& header) {
-    std::vector<NamedValue> all;
-    for (const Interface& each : header.interfaces) {
-        all.push_back({"u_" + each.symbol, pythonLiteral(each.guid.text), ""});
-        if (each.server) {
-            all.push_back({"a_" + each.symbol, pythonLiteral(*each.server), ""});
-        }
-    }
-    for (const Constant& each : header.constants) {
-        all.push_back({each.name, pythonLiteral(each.value), each.summary});
-    }
-    for (const Code& each : header.codes) {
-        all.push_back({each.symbol(), pythonLiteral(each), each.summary});
-    }
-    return all;
-}
-
 void emitValues(std::string_view title, std::string_view module, const std::vector<NamedValue>& values, Text out) {
-    if (values.empty()) {
-        return;
-    }
+    if (values.empty()) return;
     fmt::format_to(out, "<h2>{}</h2>\n<p class=\"note\">In <code>{}</code>.</p>\n<table>\n", title, module);
     for (const NamedValue& each : values) {
         fmt::format_to(out, "<tr id=\"{0}.{1}\"><td><code>{1}</code></td><td><code>{2}</code></td><td>{3}</td></tr>\n",
-                       module, each.name, escaped(each.value), escaped(each.summary));
+                       module, each.name, htmlText(each.value), htmlText(each.summary));
     }
     fmt::format_to(out, "</table>\n");
 }
 
 void emitSizes(const Table& table, Text out) {
-    fmt::format_to(out, "<h2>{}</h2>\n<p>{}</p>\n<table>\n", table.name, escaped(table.summary));
-    for (const Table::Row& row : table.rows) {
+    fmt::format_to(out, "<h2>{}</h2>\n<p>{}</p>\n<table>\n", table.name, htmlText(table.summary));
+    for (const Table::Row& row : table.rows)
         fmt::format_to(out, "<tr><td><code>{}</code></td><td>{}</td></tr>\n", row.constant, row.size);
-    }
     fmt::format_to(out, "</table>\n");
+}
+
+std::vector<NamedValue> symbols(const Header& header) {
+    std::vector<NamedValue> all;
+    for (const Symbol& each : symbolsOf(header)) all.push_back({each.name, pythonLiteral(each.value), each.summary});
+    return all;
 }
 
 std::vector<NamedValue> resultCodes(const Header& header) {
     std::vector<NamedValue> all;
-    for (const Code& each : header.codes) {
+    for (const Code& each : header.codes)
         all.push_back({each.name, fmt::format("0x{:08X}L", each.value), each.summary});
-    }
     return all;
 }
 
@@ -233,18 +204,12 @@ std::string headerPage(const Model& model, const Header& header) {
     std::string body;
     const Text out = std::back_inserter(body);
     fmt::format_to(out, "<p><a href=\"index.html\">Index</a></p>\n<h1>{}</h1>\n<p>{}</p>\n<p class=\"note\">",
-                   header.name, escaped(header.summary));
-    for (const Interface& each : header.interfaces) {
-        body += linkedName("", each);
-    }
+                   header.name, htmlText(header.summary));
+    for (const Interface& each : header.interfaces) body += linkedName("", each);
     fmt::format_to(out, "</p>\n");
-    for (const Interface& each : header.interfaces) {
-        emitInterface(model, each, out);
-    }
+    for (const Interface& each : header.interfaces) emitInterface(model, each, out);
     emitValues("Constants", "kz.symbol", symbols(header), out);
-    for (const Table& each : header.tables) {
-        emitSizes(each, out);
-    }
+    for (const Table& each : header.tables) emitSizes(each, out);
     emitValues("Result codes", "kz.result", resultCodes(header), out);
     return page(header.name, openingLines(" ", header.summary, header), body);
 }
@@ -291,9 +256,7 @@ std::string searchEntries(const Model& model) {
         addValues(header, entries);
     }
     std::string text = openingLines("//", "The names that the index finds.", model) + "var entries = [\n";
-    for (const auto& entry : entries) {
-        text += entry.dump() + ",\n";
-    }
+    for (const auto& entry : entries) text += entry.dump() + ",\n";
     return text + "];\n";
 }
 
@@ -303,10 +266,8 @@ std::string indexPage(const Model& model) {
                        "<table id=\"results\"></table>\n<table>\n";
     for (const Header& header : model.headers) {
         body +=
-            fmt::format("<tr><td><a href=\"{0}.html\">{0}</a></td><td>{1}<br>", header.name, escaped(header.summary));
-        for (const Interface& each : header.interfaces) {
-            body += linkedName(header.name + ".html", each);
-        }
+            fmt::format("<tr><td><a href=\"{0}.html\">{0}</a></td><td>{1}<br>", header.name, htmlText(header.summary));
+        for (const Interface& each : header.interfaces) body += linkedName(header.name + ".html", each);
         body += "</td></tr>\n";
     }
     body += "</table>\n<script src=\"entries.js\"></script>\n<script src=\"search.js\"></script>\n";
@@ -320,9 +281,7 @@ void emitDocs(const Model& model, Output& output) {
     output.write("search.js", searchScript);
     output.write("entries.js", searchEntries(model));
     output.write("index.html", indexPage(model));
-    for (const Header& header : model.headers) {
-        output.write(header.name + ".html", headerPage(model, header));
-    }
+    for (const Header& header : model.headers) output.write(header.name + ".html", headerPage(model, header));
 }
 
 }  // namespace kzgen

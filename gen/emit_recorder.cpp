@@ -14,27 +14,18 @@ namespace kzgen {
 
 namespace {
 
-using Text = std::back_insert_iterator<std::string>;
-
 template <class Visit> void eachWrapped(const Model& model, Visit&& visit) {
     for (const Header& header : model.headers) {
-        for (const Interface& each : header.interfaces) {
-            if (each.wrapped) {
-                visit(header, each);
-            }
-        }
+        for (const Interface& each : header.interfaces)
+            if (each.wrapped) visit(header, each);
     }
 }
 
-bool isAddress(Kind kind) { return kind == Kind::Pointer || kind == Kind::Id || isArray(kind); }
-
-// How the recorder is told of one parameter.
+// The call that records one parameter.
 std::string step(const Parameter& parameter) {
-    if (parameter.type.kind == Kind::Text) {
-        return fmt::format(".text({0}, {0}Length)", parameter.name);
-    }
-    const bool address = isAddress(parameter.type.kind);
-    const char* name = parameter.output ? (address ? "outAddress" : "out") : (address ? "address" : "in");
+    if (parameter.type.kind == Kind::Text) return fmt::format(".text({0}, {0}Length)", parameter.name);
+    const bool isAddress = info(parameter.type.kind).has(address);
+    const char* name = parameter.output ? (isAddress ? "outAddress" : "out") : (isAddress ? "address" : "in");
     return fmt::format(".{}({})", name, parameter.name);
 }
 
@@ -42,7 +33,9 @@ std::string lastStep(const Type& returns) {
     switch (returns.kind) {
     case Kind::Result: return ".code()";
     case Kind::Void: return ".nothing()";
-    default: return fmt::format(".{}<{}>()", isAddress(returns.kind) ? "returnAddress" : "value", returnType(returns));
+    default:
+        return fmt::format(".{}<{}>()", info(returns.kind).has(address) ? "returnAddress" : "value",
+                           returnType(returns));
     }
 }
 
@@ -51,9 +44,7 @@ void emitClass(const Interface& each, Text out) {
                    each.stem());
     for (const Method& method : each.methods) {
         std::string steps;
-        for (const Parameter& parameter : method.parameters) {
-            steps += step(parameter);
-        }
+        for (const Parameter& parameter : method.parameters) steps += step(parameter);
         fmt::format_to(out, "    {0} {1}({2}) override {{ return CRecord(this, \"{3}.{1}\"){4}{5}; }}\n",
                        returnType(method.returns), method.name, parameterList(method, Names::Declared), each.stem(),
                        steps, lastStep(method.returns));
@@ -76,18 +67,14 @@ std::string recordersText(const Model& model) {
 
 // The kind as the description writes it; of an object that Python gets, the name of its wrapper.
 std::string kindText(const Model& model, const Type& type) {
-    const std::string name(info(type.kind).name);
-    if (type.kind == Kind::Object && !type.name.empty()) {
-        return name + ":" + model.wrapperName(type);
-    }
-    return isArray(type.kind) ? name + "[]" : name;
+    const std::string name = info(type.kind).fullName();
+    return type.kind == Kind::Object && !type.name.empty() ? name + ":" + model.wrapperName(type) : name;
 }
 
 std::string pairs(const Model& model, const std::vector<const Parameter*>& parameters) {
     std::string text;
-    for (const Parameter* parameter : parameters) {
+    for (const Parameter* parameter : parameters)
         text += fmt::format("('{}', '{}'), ", kindText(model, parameter->type), parameter->name);
-    }
     return "[" + text + "]";
 }
 
@@ -100,23 +87,18 @@ const Table::Row& largestRow(const Header& header, const Length::Term& term) {
 // largest row; then the parameters, by their places, and the methods that say so.
 std::string lengths(const Header& header, const Interface& each, const Method& method) {
     std::string text;
-    for (size_t at = 0; at < method.parameters.size(); ++at) {
+    for (std::size_t at = 0; at < method.parameters.size(); ++at) {
         Length length = method.lengthOf(method.parameters[at]);
         std::string inputs;
-        std::string asked;
+        std::string methods;
         for (const Length::Term& term : length.terms) {
-            length.fixed *= term.kind == Factor::Kind::Looked ? largestRow(header, term).size : 2;
-            if (term.kind == Factor::Kind::Asked) {
-                asked += fmt::format("'{}.{}', ", each.stem(), term.name);
-            } else if (term.kind == Factor::Kind::Looked) {
+            length.fixed *= term.kind == Factor::Kind::Table ? largestRow(header, term).size : 2;
+            if (term.kind == Factor::Kind::Method) methods += fmt::format("'{}.{}', ", each.stem(), term.name);
+            else if (term.kind == Factor::Kind::Table)
                 inputs += fmt::format("{}: SYMBOLS['{}'], ", term.places[0], largestRow(header, term).constant);
-            } else {
-                inputs += fmt::format("{}: 2, ", term.places[0]);
-            }
+            else inputs += fmt::format("{}: 2, ", term.places[0]);
         }
-        if (length.fixed != 0) {
-            text += fmt::format("{}: ({}, {{{}}}, [{}]), ", at, length.fixed, inputs, asked);
-        }
+        if (length.fixed != 0) text += fmt::format("{}: ({}, {{{}}}, [{}]), ", at, length.fixed, inputs, methods);
     }
     return "{" + text + "}";
 }
@@ -125,25 +107,12 @@ void emitConstants(const Model& model, Text out) {
     std::map<std::string, std::string> symbols;
     std::map<std::string, std::string> results;
     for (const Header& header : model.headers) {
-        for (const Interface& each : header.interfaces) {
-            symbols["u_" + each.symbol] = pythonLiteral(each.guid.text);
-            if (each.server) {
-                symbols["a_" + each.symbol] = pythonLiteral(*each.server);
-            }
-        }
-        for (const Constant& constant : header.constants) {
-            symbols[constant.name] = pythonLiteral(constant.value);
-        }
-        for (const Code& code : header.codes) {
-            symbols[code.symbol()] = pythonLiteral(code);
-            results[code.name] = fmt::format("0x{:X}L", code.value);
-        }
+        for (const Symbol& each : symbolsOf(header)) symbols[each.name] = pythonLiteral(each.value);
+        for (const Code& code : header.codes) results[code.name] = fmt::format("0x{:X}L", code.value);
     }
     for (const auto& [title, values] : {std::pair("SYMBOLS", &symbols), std::pair("RESULTS", &results)}) {
         fmt::format_to(out, "\n{} = {{\n", title);
-        for (const auto& [name, value] : *values) {
-            fmt::format_to(out, "    '{}': {},\n", name, value);
-        }
+        for (const auto& [name, value] : *values) fmt::format_to(out, "    '{}': {},\n", name, value);
         fmt::format_to(out, "}}\n");
     }
 }
@@ -158,11 +127,10 @@ std::string manifestText(const Model& model) {
     fmt::format_to(out, "\nTYPES = [\n");
     eachWrapped(model, [&](const Header& header, const Interface& each) {
         fmt::format_to(out, "    ('{}', '{}', {}, [\n", each.stem(), each.name, each.service ? "True" : "False");
-        for (const Method& method : each.methods) {
+        for (const Method& method : each.methods)
             fmt::format_to(out, "        ('{}', '{}', {}, {}, {}),\n", method.name, kindText(model, method.returns),
                            pairs(model, method.inputs()), pairs(model, method.outputs()),
                            lengths(header, each, method));
-        }
         fmt::format_to(out, "    ]),\n");
     });
     fmt::format_to(out, "]\n");

@@ -9,6 +9,7 @@
 #include "cpp_view.h"
 #include "emit.h"
 #include "emit_tables.h"
+#include "text.h"
 
 namespace kzgen {
 
@@ -16,18 +17,14 @@ std::string guidInitialiser(const Guid& guid) {
     std::string digits;
     std::copy_if(guid.text.begin(), guid.text.end(), std::back_inserter(digits), [](char c) { return c != '-'; });
     std::vector<std::string> bytes;
-    for (size_t at = 16; at < 32; at += 2) {
-        bytes.push_back("0x" + digits.substr(at, 2));
-    }
+    for (std::size_t at = 16; at < 32; at += 2) bytes.push_back("0x" + digits.substr(at, 2));
     return fmt::format("{{0x{}, 0x{}, 0x{}, {{{}}}}}", digits.substr(0, 8), digits.substr(8, 4), digits.substr(12, 4),
                        fmt::join(bytes, ", "));
 }
 
 namespace {
 
-using Text = std::back_insert_iterator<std::string>;
-
-// The codes that the hand-written base needs before any header is made: its names, and ours.
+// The codes that the hand-written base needs itself: its names for them, and those of the description.
 struct BaseCode {
     std::string_view base;
     std::string_view name;
@@ -43,21 +40,17 @@ constexpr std::array baseCodes = {
     BaseCode{"kzNotFound", "NOTFOUND"},
 };
 
-// What pointers of the description point to that kz/base/types.h defines.
+// Structs of described pointers that kz/base/types.h defines.
 constexpr std::array<std::string_view, 2> baseStructs = {"KzGuid", "KzTagRecord"};
 
 // Constants
 
-std::string_view integerType(const Constant& constant, int64_t value) {
+std::string_view integerType(const Constant& constant, std::int64_t value) {
     const char family = constant.name[0];
-    if (family == 'e') {
-        return "KzResult";
-    }
-    const bool bits = (family == 'f' || family == 'm') && value >= 0 && value <= int64_t{UINT32_MAX};
-    if (!bits && value >= INT32_MIN && value <= INT32_MAX) {
-        return "int32_t";
-    }
-    return value >= 0 && value <= int64_t{UINT32_MAX} ? "uint32_t" : "int64_t";
+    if (family == 'e') return "KzResult";
+    const bool isMask = (family == 'f' || family == 'm') && value >= 0 && value <= std::int64_t{UINT32_MAX};
+    if (!isMask && value >= INT32_MIN && value <= INT32_MAX) return "int32_t";
+    return value >= 0 && value <= std::int64_t{UINT32_MAX} ? "uint32_t" : "int64_t";
 }
 
 std::string constantText(const Constant& constant) {
@@ -73,7 +66,7 @@ std::string constantText(const Constant& constant) {
             return fmt::format("double KZ{} = {};", constant.name, real.written);
         }
         std::string operator()(const TextValue& text) const {
-            return fmt::format("char KZ{}[] = {};", constant.name, cppLiteral(text.text));
+            return fmt::format("char KZ{}[] = {};", constant.name, literal(text.text, '\"'));
         }
         std::string operator()(const Guid& guid) const {
             return fmt::format("KzGuid KZ{}{};", constant.name, guidInitialiser(guid));
@@ -102,20 +95,17 @@ void emitCodes(const Header& header, Text out) {
     for (const auto& [base, name] : baseCodes) {
         const bool here = std::any_of(header.codes.begin(), header.codes.end(),
                                       [&n = name](const Code& code) { return !code.headerOwn && code.name == n; });
-        if (here) {
-            fmt::format_to(out, "static_assert(KZe_{} == {});\n", name, base);
-        }
+        if (here) fmt::format_to(out, "static_assert(KZe_{} == {});\n", name, base);
     }
 }
 
-// What a table has for a value, and -1 for any other.
+// A function for each table: the size for a value, or -1.
 void emitTables(const Header& header, Text out) {
     for (const Table& table : header.tables) {
         fmt::format_to(out, "{}inline constexpr int64_t kz{}(int64_t key) {{\n    switch (key) {{\n",
                        commentLines("", "//", table.summary), table.name);
-        for (const Table::Row& row : table.rows) {
+        for (const Table::Row& row : table.rows)
             fmt::format_to(out, "    case KZ{}: return {};\n", row.constant, row.size);
-        }
         fmt::format_to(out, "    default: return -1;\n    }}\n}}\n");
     }
 }
@@ -133,9 +123,7 @@ void emitInterface(const Interface& each, Text out) {
 }
 
 std::string_view defaultBody(const Method& method) {
-    if (method.returns.kind == Kind::Void) {
-        return "{}";
-    }
+    if (method.returns.kind == Kind::Void) return "{}";
     const bool notImplemented = method.returns.kind == Kind::Result && method.inert != Inert::Zero;
     return notImplemented ? "{ return kzNotImplemented; }" : "{ return {}; }";
 }
@@ -149,12 +137,10 @@ void emitImplementationBase(const Interface& each, Text out) {
     fmt::format_to(out, "}};\n\n");
 }
 
-// A caller without a place for an output is refused before the implementation sees it. Inert operations write to none.
+// Null addresses of outputs are refused before the implementation sees them. Inert operations write no outputs.
 std::string placesCheck(const Method& method) {
     std::vector<std::string> places;
-    for (const Parameter* output : method.outputs()) {
-        places.push_back(output->name);
-    }
+    for (const Parameter* output : method.outputs()) places.push_back(output->name);
     const bool needed = !places.empty() && method.inert == Inert::No;
     return needed ? fmt::format("kzNeedPlaces({}); ", fmt::join(places, ", ")) : std::string();
 }
@@ -183,7 +169,7 @@ void emitWrapper(const Interface& each, Text out) {
                    each.stem(), each.symbol);
 }
 
-// Calls to an empty user object answer as if an object without the interface had been asked.
+// Calls of an empty user object answer like an object without the interface.
 std::string userBody(const Method& method) {
     const std::string call = fmt::format("this->ptr()->{}({})", method.name, parameterList(method, Names::Passed));
     switch (method.returns.kind) {
@@ -213,9 +199,8 @@ void emitUser(const Interface& each, Text out) {
 void emitInterfaceClasses(const Interface& each, Text out) {
     fmt::format_to(out, "// {0}\n\ninline constexpr KzGuid KZu_{1}{2};\n", each.name, each.symbol,
                    guidInitialiser(each.guid));
-    if (each.server) {
-        fmt::format_to(out, "inline constexpr char KZa_{}[] = {};\n", each.symbol, cppLiteral(*each.server));
-    }
+    if (each.server)
+        fmt::format_to(out, "inline constexpr char KZa_{}[] = {};\n", each.symbol, literal(*each.server, '\"'));
     fmt::format_to(out, "\n");
     emitInterface(each, out);
     emitImplementationBase(each, out);
@@ -226,17 +211,14 @@ void emitInterfaceClasses(const Interface& each, Text out) {
 
 // Files
 
-// The SDK's structs that the header's pointers name. What does not begin with Kz is not ours to declare, and what the
-// base defines is there.
+// The structs that the header has to declare for its pointers: those of the SDK that the base does not define.
 std::set<std::string> structNames(const Header& header) {
     std::set<std::string> names;
     const auto note = [&](const Type& type) {
-        const size_t start = type.name.starts_with("const ") ? 6 : 0;
+        const std::size_t start = type.name.starts_with("const ") ? 6 : 0;
         const std::string name = type.name.substr(start);
-        const bool known = std::find(baseStructs.begin(), baseStructs.end(), name) != baseStructs.end();
-        if (type.kind == Kind::Pointer && name.starts_with("Kz") && !known) {
-            names.insert(name);
-        }
+        const bool isDefined = std::find(baseStructs.begin(), baseStructs.end(), name) != baseStructs.end();
+        if (type.kind == Kind::Pointer && name.starts_with("Kz") && !isDefined) names.insert(name);
     };
     for (const Interface& each : header.interfaces) {
         for (const Method& method : each.methods) {
@@ -259,9 +241,7 @@ std::string headerText(const Header& header) {
     }
     const std::set<std::string> structs = structNames(header);
     fmt::format_to(out, "\n{}", structs.empty() ? "" : fmt::format("struct {};\n\n", fmt::join(structs, ";\nstruct ")));
-    for (const Interface& each : header.interfaces) {
-        emitInterfaceClasses(each, out);
-    }
+    for (const Interface& each : header.interfaces) emitInterfaceClasses(each, out);
     emitConstants(header, out);
     emitTables(header, out);
     emitCodes(header, out);

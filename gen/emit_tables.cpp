@@ -7,12 +7,13 @@
 
 #include "cpp_view.h"
 #include "sha1.h"
+#include "text.h"
 
 namespace kzgen {
 
 namespace {
 
-// What a call through the interface's table depends on: the methods' names and types in their order, and no comment.
+// Everything that a call through the interface's table of operations depends on: names, types and order of the methods.
 std::string signatureText(const Interface& each) {
     std::string text;
     for (const Method& method : each.methods) {
@@ -23,7 +24,7 @@ std::string signatureText(const Interface& each) {
 }
 
 std::string identityRow(const Interface& each) {
-    const std::string server = each.server ? cppLiteral(*each.server) : "nullptr";
+    const std::string server = each.server ? literal(*each.server, '\"') : "nullptr";
     return fmt::format("    {{{}, \"{}\", \"{}\", {}, {}, 0x{}}},\n", guidInitialiser(each.guid), each.name,
                        each.symbol, server, each.service, toHex(sha1(signatureText(each))).substr(0, 16));
 }
@@ -40,19 +41,14 @@ void emitTables(const Model& model, Output& output) {
     fmt::format_to(std::back_inserter(text), "inline constexpr char kzDescriptionHash[] = \"{}\";\n\n", model.hash);
     text += "inline constexpr KzIdentityRow kzIdentityRows[] = {\n"
             "    {KZu_UNKNOWN, \"Unknown\", \"UNKNOWN\", nullptr, false, 0},\n";
-    for (const Header& header : model.headers) {
-        for (const Interface& each : header.interfaces) {
-            text += identityRow(each);
-        }
-    }
+    for (const Header& header : model.headers)
+        for (const Interface& each : header.interfaces) text += identityRow(each);
     text += "};\n\n// Where codes share a value, the last name is the code's own.\n"
             "struct KzCodeRow {\n    KzResult code;\n    const char* name;\n};\n\n"
             "inline constexpr KzCodeRow kzCodeRows[] = {\n";
-    for (const Header& header : model.headers) {
-        for (const Code& code : header.codes) {
+    for (const Header& header : model.headers)
+        for (const Code& code : header.codes)
             fmt::format_to(std::back_inserter(text), "    {{0x{:08X}, \"{}\"}},\n", code.value, code.name);
-        }
-    }
     output.write("kz/tables.h", text + "};\n");
 }
 

@@ -1,81 +1,66 @@
-// The kinds of values that cross an interface: one row for each says everything that depends on the kind alone.
+// The kinds of values that cross an interface, as rows of kinds.def.
 #pragma once
 
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace kzgen {
 
 enum class Kind {
-    Result,
-    Void,
-    Bool,
-    Int,
-    Uint,
-    Size,
-    Float,
-    Double,
-    String,
-    Text,
-    Guid,
-    Object,
-    Vector2,
-    Vector3,
-    Vector4,
-    FVector2,
-    FVector3,
-    FVector4,
-    Matrix3,
-    Matrix4,
-    FMatrix3,
-    FMatrix4,
-    Bounds,
-    Quaternion,
-    Id,
-    Pointer,
-    FloatArray,
-    DoubleArray,
-    IntArray,
-    UintArray,
-    ByteArray,
-    IdArray,
-    DataArray,
-    Hints,
-    Blocks,
+#define KZ_KIND(kind, ...) kind,
+#include "kinds.def"
 };
 
-// Where a kind may stand, and where an adapter can carry it to Python.
-enum KindUse : unsigned {
-    useInput = 1,
-    useOutput = 2,
-    useReturn = 4,
-    forwardInput = 8,
-    forwardOutput = 16,
+// How a C++ operation takes an input of type T and gives an output of it.
+enum class Passing {
+    ByValue,    // T            T*
+    ByAddress,  // const T*     T*
+    ByTable,    // const T*     const T**
+    ByPlace,    // T*           T**
 };
+
+enum KindTrait : unsigned {
+    returned = 1,  // an operation may return it
+    integer = 2,   // may count the elements of an array
+    array = 4,
+    address = 8,  // a number to Python, whatever it points to
+};
+
+// Where a kind may stand.
+enum class KindUse { Input, Output, Return };
 
 struct KindInfo {
     Kind kind;
-    std::string_view name;     // as the description language writes it; of an array its element
-    std::string_view value;    // the C++ type of one value
-    std::string_view input;    // the C++ type as an input, ending where the parameter's name begins
-    std::string_view output;   // the C++ type as an output
-    std::string_view docType;  // what Python's documentation calls it
-    char parse;                // the letter by which an argument is read from Python, or 0
-    char build;                // the letter by which an adapter hands it to Python, or 0
-    unsigned uses;             // KindUse bits
+    std::string_view name;
+    std::string_view type;
+    Passing passing;
+    std::string_view doc;
+    char letter;
+    std::string_view in;
+    std::string_view out;
+    std::string_view from;
+    std::string_view to;
+    unsigned traits;
 
-    [[nodiscard]] bool is(unsigned use) const { return (uses & use) != 0; }
+    [[nodiscard]] constexpr bool has(KindTrait trait) const { return (traits & trait) != 0; }
+    [[nodiscard]] constexpr bool fits(KindUse use) const {
+        return use == KindUse::Return ? has(returned) : !(use == KindUse::Input ? in : out).empty();
+    }
+    // The C++ type of a parameter.
+    [[nodiscard]] std::string parameterType(bool output) const;
+    // "float[]": the name as the description language writes it, brackets and all.
+    [[nodiscard]] std::string fullName() const;
 };
 
 const KindInfo& info(Kind kind);
-[[nodiscard]] bool isArray(Kind kind);
-[[nodiscard]] bool isInteger(Kind kind);
+std::span<const KindInfo> allKinds();
 
 // The row of a kind by its name; arrays are asked for by their element's name. Null for an unknown name.
-const KindInfo* findKind(std::string_view name);
-const KindInfo* findArrayKind(std::string_view element);
+const KindInfo* findKind(std::string_view name, bool isArray);
 
-// All names that pass findKind (or findArrayKind), for suggestions.
-std::vector<std::string_view> kindNames(bool arrays);
+// All names that findKind knows, for suggestions.
+std::vector<std::string_view> kindNames(bool isArray);
 
 }  // namespace kzgen

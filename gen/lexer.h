@@ -1,4 +1,4 @@
-// Words of the description language, with the comments kept beside them.
+// The tokens of the description language, and its comments.
 #pragma once
 
 #include <map>
@@ -17,29 +17,29 @@ struct Token {
     Place at;
 };
 
-// How an error message calls the token.
+// The token as an error message names it.
 std::string describe(const Token& token);
 
 // The comments of a file by line. A declaration's summary is the block directly above it and the comment behind it.
 class Comments {
 public:
-    void add(uint32_t line, uint32_t column, bool ownLine, std::string text);
-    [[nodiscard]] std::string summary(uint32_t firstLine, uint32_t lastLine) const;
-    // The block directly above alone.
-    [[nodiscard]] std::string above(uint32_t line) const;
+    void add(std::uint32_t line, std::uint32_t column, bool ownLine, std::string text);
+    [[nodiscard]] std::string summary(std::uint32_t firstLine, std::uint32_t lastLine) const;
+    // Only the block directly above.
+    [[nodiscard]] std::string above(std::uint32_t line) const;
 
-    // True when the comment on this line goes on the one behind the declaration above it.
-    [[nodiscard]] bool continuesTrailing(uint32_t line) const;
+    // True if the comment on this line continues the one behind the declaration above it.
+    [[nodiscard]] bool continuesTrailing(std::uint32_t line) const;
 
 private:
     struct Comment {
-        uint32_t column = 0;
+        std::uint32_t column = 0;
         bool ownLine = false;
         std::string text;
     };
-    [[nodiscard]] const Comment* at(uint32_t line) const;
+    [[nodiscard]] const Comment* at(std::uint32_t line) const;
 
-    std::map<uint32_t, Comment> m_byLine;
+    std::map<std::uint32_t, Comment> m_byLine;
 };
 
 struct LexedFile {

@@ -5,23 +5,16 @@
 #include <cctype>
 #include <iterator>
 
+#include "text.h"
+
 namespace kzgen {
 
 namespace {
 
-std::string toLower(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
-    return lower;
-}
-
 std::vector<const Parameter*> select(const std::vector<Parameter>& all, bool outputs) {
     std::vector<const Parameter*> some;
-    for (const Parameter& parameter : all) {
-        if (parameter.output == outputs) {
-            some.push_back(&parameter);
-        }
-    }
+    for (const Parameter& parameter : all)
+        if (parameter.output == outputs) some.push_back(&parameter);
     return some;
 }
 
@@ -35,9 +28,9 @@ Length Method::lengthOf(const Parameter& array) const {
     Length length;
     length.fixed = array.type.length.empty() ? 0 : 1;
     const auto placeOf = [&](const std::string& parameter) {
-        const auto named = std::find_if(parameters.begin(), parameters.end(),
+        const auto place = std::find_if(parameters.begin(), parameters.end(),
                                         [&](const Parameter& each) { return each.name == parameter; });
-        return static_cast<size_t>(named - parameters.begin());
+        return static_cast<std::size_t>(place - parameters.begin());
     };
     for (const Factor& factor : array.type.length) {
         if (factor.kind == Factor::Kind::Number) {
@@ -45,9 +38,7 @@ Length Method::lengthOf(const Parameter& array) const {
             continue;
         }
         Length::Term term{factor.kind, factor.name, {}};
-        if (factor.kind == Factor::Kind::Counted) {
-            term.places.push_back(placeOf(factor.name));
-        }
+        if (factor.kind == Factor::Kind::Parameter) term.places.push_back(placeOf(factor.name));
         std::transform(factor.arguments.begin(), factor.arguments.end(), std::back_inserter(term.places), placeOf);
         length.terms.push_back(std::move(term));
     }
@@ -67,18 +58,15 @@ std::string Interface::stem() const { return service ? name + "Service" : name; 
 std::string Interface::prefix() const { return adapter && !adapter->empty() ? *adapter : toLower(stem()); }
 
 const Table* Header::findTable(std::string_view tableName) const {
-    const auto found =
+    const auto table =
         std::find_if(tables.begin(), tables.end(), [&](const Table& each) { return each.name == tableName; });
-    return found == tables.end() ? nullptr : &*found;
+    return table == tables.end() ? nullptr : &*table;
 }
 
 const Interface* Model::find(std::string_view interfaceName) const {
     for (const Header& header : headers) {
-        for (const Interface& candidate : header.interfaces) {
-            if (!candidate.service && candidate.name == interfaceName) {
-                return &candidate;
-            }
-        }
+        for (const Interface& candidate : header.interfaces)
+            if (!candidate.service && candidate.name == interfaceName) return &candidate;
     }
     return nullptr;
 }
@@ -94,24 +82,19 @@ bool Model::hasMethod(std::string_view interfaceName, std::string_view method) c
 }
 
 std::string Model::wrapperName(const Type& type) const {
-    if (type.name.empty()) {
-        return {};
-    }
-    const Interface* found = find(type.name);
-    return found != nullptr && found->wrapped ? type.name : std::string(unknownName);
+    if (type.name.empty()) return {};
+    const Interface* interface = find(type.name);
+    return interface != nullptr && interface->wrapped ? type.name : std::string(unknownName);
 }
 
 std::string familyOf(std::string_view constantName) {
-    if (constantName.size() < 2) {
-        return {};
-    }
+    if (constantName.size() < 2) return {};
     const char letter = constantName[0];
-    if (constantName[1] == '_' && std::string_view("uasifmve").find(letter) != std::string_view::npos) {
+    if (constantName[1] == '_' && std::string_view("uasifmve").find(letter) != std::string_view::npos)
         return std::string(constantName.substr(0, 2));
-    }
-    const bool upper = std::isupper(static_cast<unsigned char>(constantName[1])) != 0;
-    return upper && std::string_view("sifmvade").find(letter) != std::string_view::npos ? std::string(1, letter)
-                                                                                        : std::string();
+    return isUpper(constantName[1]) && std::string_view("sifmvade").find(letter) != std::string_view::npos
+               ? std::string(1, letter)
+               : std::string();
 }
 
 }  // namespace kzgen

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <optional>
 #include <string>
 #include <variant>
@@ -17,10 +16,10 @@ namespace kzgen {
 // One factor of an array's length, as the description writes it.
 struct Factor {
     enum class Kind {
-        Number,   // 3
-        Counted,  // count: an integer parameter
-        Looked,   // PixelBytes[format]: what a table has for an integer parameter
-        Asked,    // Dimension(map): what another method of the object answers
+        Number,     // 3
+        Parameter,  // count: the value of an integer parameter
+        Table,      // PixelBytes[format]: what a table has for an integer parameter
+        Method,     // Dimension(map): what another method of the object answers
     };
     Kind kind = Kind::Number;
     std::string name;                    // the digits, the parameter, the table or the method
@@ -46,15 +45,15 @@ struct Parameter {
 // What an adapter's method does instead of calling Python.
 enum class Inert { No, NotImplemented, Zero, Nothing };
 
-// How many elements an array has: the product of a number, which is 0 when nobody knows, and of the other factors, whose
-// parameters are given by their places.
+// How many elements an array has: the product of a number, which is 0 if nobody knows, and of the other factors. A
+// parameter is known by its place in the parameter list.
 struct Length {
     struct Term {
         Factor::Kind kind;
         std::string name;
-        std::vector<size_t> places;
+        std::vector<std::size_t> places;
     };
-    uint64_t fixed = 0;
+    std::uint64_t fixed = 0;
     std::vector<Term> terms;
 };
 
@@ -74,9 +73,9 @@ struct Method {
     [[nodiscard]] std::vector<const Parameter*> outputs() const;
 };
 
-// As many as the relay to Python has room for.
-inline constexpr size_t mostForwardedInputs = 16;
-inline constexpr size_t mostForwardedOutputs = 12;
+// The relay to Python has room for this many.
+inline constexpr std::size_t mostForwardedInputs = 16;
+inline constexpr std::size_t mostForwardedOutputs = 12;
 
 struct Guid {
     std::string text;  // as written, letter case and all
@@ -91,6 +90,7 @@ struct Interface {
     std::optional<std::string> server;   // the server type name
     std::string symbol;                  // "MESH" of u_MESH and a_MESH
     std::optional<std::string> adapter;  // the prefix of the methods in Python; empty when nothing is forwarded
+    bool hasSymbol = true;               // scripts have its identity in kz.symbol
     bool wrapped = true;                 // has a type in kz.object or kz.service
     std::vector<Method> methods;
     std::string summary;
@@ -103,7 +103,7 @@ struct Interface {
 };
 
 struct IntegerValue {
-    int64_t value = 0;
+    std::int64_t value = 0;
     bool isLong = false;  // a Python long
     std::string written;  // as the description writes it
 };
@@ -135,7 +135,7 @@ struct Constant {
 
 struct Code {
     std::string name;  // without its prefix
-    uint32_t value = 0;
+    std::uint32_t value = 0;
     bool headerOwn = false;  // an `error`: eNAME, not e_NAME
     std::string summary;
     Group group;
@@ -148,7 +148,7 @@ struct Code {
 struct Table {
     struct Row {
         std::string constant;
-        uint32_t size = 0;
+        std::uint32_t size = 0;
         Place at;
     };
     std::string name;

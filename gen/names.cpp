@@ -1,9 +1,11 @@
-// Names that mean nothing else in any of the languages that the description is turned into.
+// Rules for names: what is described must be a usable name in every generated language.
 #include "names.h"
 
 #include <algorithm>
 #include <cctype>
 #include <string>
+
+#include "text.h"
 
 namespace kzgen {
 
@@ -34,19 +36,16 @@ bool isPlain(std::string_view name) {
     return std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) != 0; });
 }
 
-bool isCapital(char c) { return std::isupper(static_cast<unsigned char>(c)) != 0; }
-
 }  // namespace
 
 bool isMethodName(std::string_view name) {
-    return !name.empty() && isCapital(name[0]) && isPlain(name) && !contains(capitalWords, name);
+    return !name.empty() && isUpper(name[0]) && isPlain(name) && !contains(capitalWords, name);
 }
 
 bool isTypeName(std::string_view name) { return isMethodName(name) && !contains(pythonTypes, name); }
 
 bool isParameterName(std::string_view name) {
-    return !name.empty() && !isCapital(name[0]) && isPlain(name) && !contains(cppWords, name) &&
-           !name.starts_with("kz");
+    return !name.empty() && !isUpper(name[0]) && isPlain(name) && !contains(cppWords, name) && !name.starts_with("kz");
 }
 
 bool isSymbolName(std::string_view name) { return name.find("__") == std::string_view::npos && !name.ends_with('_'); }

@@ -1,4 +1,4 @@
-// Names that mean nothing else in any of the languages that the description is turned into.
+// Rules for names: what is described must be a usable name in every generated language.
 #pragma once
 
 #include <string_view>

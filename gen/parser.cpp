@@ -1,14 +1,12 @@
-// Recursive descent over the words of one file.
+// A recursive descent parser for one file.
 #include "parser.h"
-
-#include <algorithm>
-#include <cctype>
 
 #include <fmt/format.h>
 
 #include "attributes.h"
 #include "literals.h"
 #include "sha1.h"
+#include "text.h"
 #include "token_stream.h"
 
 namespace kzgen {
@@ -17,16 +15,10 @@ namespace {
 
 const AttributeRules interfaceAttributes = {
     {"uuid", Argument::Text},    {"server", Argument::Text}, {"symbol", Argument::Text},
-    {"adapter", Argument::Text}, {"nowrap", Argument::None},
+    {"adapter", Argument::Text}, {"nowrap", Argument::None}, {"nosymbol", Argument::None},
 };
 const AttributeRules methodAttributes = {
     {"inert", Argument::Optional}, {"required", Argument::None}, {"again", Argument::None}};
-
-std::string toUpper(std::string_view text) {
-    std::string upper(text);
-    std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return std::toupper(c); });
-    return upper;
-}
 
 class Parser {
 public:
@@ -37,14 +29,12 @@ public:
 
     Header run() {
         guarded([this] { headerLine(); }, &TokenStream::skipDeclaration);
-        while (!m_tokens.atEnd()) {
-            guarded([this] { declaration(); }, &TokenStream::skipDeclaration);
-        }
+        while (!m_tokens.atEnd()) guarded([this] { declaration(); }, &TokenStream::skipDeclaration);
         return std::move(m_header);
     }
 
 private:
-    // Runs a step; where it meets an error, the reading goes on behind what `skip` passes over.
+    // Runs a step. After a syntax error in it, parsing goes on behind what `skip` passes over.
     template <class Step> void guarded(Step step, void (TokenStream::*skip)()) {
         try {
             step();
@@ -67,17 +57,17 @@ private:
 
     void declaration() {
         const Token start = m_tokens.peek();
-        const Attributes given = readAttributes(m_tokens);
+        const Attributes attributes = readAttributes(m_tokens);
         if (m_tokens.at("interface") || m_tokens.at("service")) {
-            interfaceDeclaration(start, given);
+            interfaceDeclaration(start, attributes);
         } else if (m_tokens.at("const")) {
-            fitting(given, {}, m_errors);
+            fitting(attributes, {}, m_errors);
             constantDeclaration(start);
         } else if (m_tokens.at("code") || m_tokens.at("error")) {
-            fitting(given, {}, m_errors);
+            fitting(attributes, {}, m_errors);
             codeDeclaration(start);
         } else if (m_tokens.at("table")) {
-            fitting(given, {}, m_errors);
+            fitting(attributes, {}, m_errors);
             tableDeclaration(start);
         } else {
             m_tokens.fail(
@@ -86,45 +76,37 @@ private:
         }
     }
 
-    void interfaceDeclaration(const Token& start, const Attributes& given) {
-        Interface made;
-        made.service = m_tokens.take().text == "service";
-        const Token name = m_tokens.expectName(made.service ? "the service's name" : "the interface's name");
-        made.name = name.text;
-        made.at = name.at;
-        made.symbol = toUpper(made.stem());
-        made.summary = m_tokens.summaryFrom(start);
-        applyAttributes(made, given);
+    void interfaceDeclaration(const Token& start, const Attributes& attributes) {
+        Interface interface;
+        interface.service = m_tokens.take().text == "service";
+        const Token name = m_tokens.expectName(interface.service ? "the service's name" : "the interface's name");
+        interface.name = name.text;
+        interface.at = name.at;
+        interface.symbol = toUpper(interface.stem());
+        interface.summary = m_tokens.summaryFrom(start);
+        applyAttributes(interface, attributes);
         m_tokens.expect("{");
-        while (!m_tokens.at("}") && !m_tokens.atEnd()) {
-            guarded([&] { made.methods.push_back(method()); }, &TokenStream::skipMethod);
-        }
+        while (!m_tokens.at("}") && !m_tokens.atEnd())
+            guarded([&] { interface.methods.push_back(this->method()); }, &TokenStream::skipMethod);
         const bool closed = m_tokens.accept("}");
-        m_header.interfaces.push_back(std::move(made));
-        if (!closed) {
-            m_tokens.fail("a method or '}'");
-        }
+        m_header.interfaces.push_back(std::move(interface));
+        if (!closed) m_tokens.fail("a method or '}'");
         m_tokens.expectEnd();
     }
 
-    void applyAttributes(Interface& made, const Attributes& given) {
-        for (const Attribute& attribute : fitting(given, interfaceAttributes, m_errors)) {
+    void applyAttributes(Interface& interface, const Attributes& attributes) {
+        for (const Attribute& attribute : fitting(attributes, interfaceAttributes, m_errors)) {
             const std::string& name = attribute.name.text;
-            if (name == "uuid") {
-                made.guid = {attribute.argument->text, attribute.argument->at};
-            } else if (name == "server") {
-                made.server = attribute.argument->text;
-            } else if (name == "symbol") {
-                made.symbol = attribute.argument->text;
-            } else if (name == "adapter") {
-                made.adapter = attribute.argument->text;
-            } else {
-                made.wrapped = false;
-            }
+            if (name == "uuid") interface.guid = {attribute.argument->text, attribute.argument->at};
+            else if (name == "server") interface.server = attribute.argument->text;
+            else if (name == "symbol") interface.symbol = attribute.argument->text;
+            else if (name == "adapter") interface.adapter = attribute.argument->text;
+            else if (name == "nosymbol") interface.hasSymbol = false;
+            else interface.wrapped = false;
         }
-        if (made.guid.text.empty()) {
-            m_errors.error(made.at, inQuotes(made.name) + " without an identity",
-                           fmt::format("[uuid(\"...\")], as 'kzgen mint {}' makes it", made.name));
+        if (interface.guid.text.empty()) {
+            m_errors.error(interface.at, inQuotes(interface.name) + " without an identity",
+                           fmt::format("[uuid(\"...\")], as 'kzgen mint {}' makes it", interface.name));
         }
     }
 
@@ -132,83 +114,68 @@ private:
 
     Method method() {
         const Token start = m_tokens.peek();
-        Method made;
-        const Attributes given = readAttributes(m_tokens);
-        made.returns = type(useReturn);
+        Method method;
+        const Attributes attributes = readAttributes(m_tokens);
+        method.returns = this->type(KindUse::Return);
         const Token name = m_tokens.expectName("the method's name");
-        made.name = name.text;
-        made.at = name.at;
-        applyAttributes(made, given);
+        method.name = name.text;
+        method.at = name.at;
+        applyAttributes(method, attributes);
         m_tokens.expect("(");
-        if (!m_tokens.at(")")) {
-            do {
-                made.parameters.push_back(parameter());
+        if (!m_tokens.at(")")) do {
+                method.parameters.push_back(this->parameter());
             } while (m_tokens.accept(","));
-        }
-        if (!m_tokens.accept(")")) {
-            m_tokens.fail("',' or ')'");
-        }
+        if (!m_tokens.accept(")")) m_tokens.fail("',' or ')'");
         m_tokens.expectEnd();
-        made.summary = m_tokens.summaryFrom(start);
-        return made;
+        method.summary = m_tokens.summaryFrom(start);
+        return method;
     }
 
-    void applyAttributes(Method& made, const Attributes& given) {
-        for (const Attribute& attribute : fitting(given, methodAttributes, m_errors)) {
-            if (attribute.name.text == "required") {
-                made.required = true;
-            } else if (attribute.name.text == "again") {
-                made.again = true;
-            } else if (!attribute.argument) {
-                made.inert = Inert::Nothing;
-            } else if (attribute.argument->text == "NOTIMPL") {
-                made.inert = Inert::NotImplemented;
-            } else if (attribute.argument->text == "0") {
-                made.inert = Inert::Zero;
-            } else {
-                m_tokens.reject(*attribute.argument, "NOTIMPL or 0");
-            }
-        }
+    void applyAttributes(Method& method, const Attributes& attributes) {
+        for (const Attribute& attribute : fitting(attributes, methodAttributes, m_errors))
+            if (attribute.name.text == "required") method.required = true;
+            else if (attribute.name.text == "again") method.again = true;
+            else if (!attribute.argument) method.inert = Inert::Nothing;
+            else if (attribute.argument->text == "NOTIMPL") method.inert = Inert::NotImplemented;
+            else if (attribute.argument->text == "0") method.inert = Inert::Zero;
+            else m_tokens.reject(*attribute.argument, "NOTIMPL or 0");
     }
 
     Parameter parameter() {
-        Parameter made;
-        made.output = m_tokens.accept("out");
-        made.type = type(made.output ? useOutput : useInput);
+        Parameter parameter;
+        parameter.output = m_tokens.accept("out");
+        parameter.type = this->type(parameter.output ? KindUse::Output : KindUse::Input);
         const Token name = m_tokens.expectName("the parameter's name");
-        made.name = name.text;
-        made.at = name.at;
-        return made;
+        parameter.name = name.text;
+        parameter.at = name.at;
+        return parameter;
     }
 
-    // A kind with what belongs to it. An unknown kind is reported and stands in as one that causes no further errors.
+    // A kind and its arguments. An unknown kind is reported and replaced by one that causes no further errors.
     Type type(KindUse use) {
-        Type made;
-        const Token name = m_tokens.expectName(use == useReturn ? "a return kind" : "a kind");
-        made.at = name.at;
+        Type type;
+        const Token name = m_tokens.expectName(use == KindUse::Return ? "a return kind" : "a kind");
+        type.at = name.at;
         const bool array = m_tokens.accept("[");
         if (array && !m_tokens.accept("]")) {
-            if (m_tokens.peek().kind == TokenKind::Text) {
-                made.unsized = m_tokens.take().text;
-            } else {
-                do {
-                    made.length.push_back(arrayFactor());
+            if (m_tokens.peek().kind == TokenKind::Text) type.unsized = m_tokens.take().text;
+            else do {
+                    type.length.push_back(arrayFactor());
                 } while (m_tokens.accept("*"));
-            }
             m_tokens.expect("]");
         }
-        const KindInfo* row = array ? findArrayKind(name.text) : findKind(name.text);
-        if (row == nullptr || !row->is(use)) {
+        const KindInfo* row = findKind(name.text, array);
+        if (row == nullptr || !row->fits(use)) {
             unfit(name, array, row, use);
-            made.length.clear();
-            made.unsized = "reported";
+            type.length.clear();
+            type.unsized = "reported";
         }
-        made.kind = row == nullptr ? Kind::Uint : row->kind;
+        type.kind = row == nullptr ? Kind::Uint : row->kind;
         if (m_tokens.accept("<")) {
-            made.name = angleName(name);
+            type.name = angleName(name);
             m_tokens.expect(">");
         }
-        return made;
+        return type;
     }
 
     // NUMBER, PARAMETER, TABLE[PARAMETER] or METHOD(PARAMETER, ...)
@@ -217,43 +184,41 @@ private:
             const Token number = m_tokens.take();
             return {Factor::Kind::Number, number.text, {}, number.at};
         }
-        const Token name = m_tokens.expectName("a length, or in quotes the reason why there is none");
-        Factor made{Factor::Kind::Counted, name.text, {}, name.at};
+        const Token name = m_tokens.expectName("a length, or the reason in quotes why there is none");
+        Factor factor{Factor::Kind::Parameter, name.text, {}, name.at};
         if (m_tokens.accept("[")) {
-            made.kind = Factor::Kind::Looked;
-            made.arguments.push_back(m_tokens.expectName("the name of an integer parameter").text);
+            factor.kind = Factor::Kind::Table;
+            factor.arguments.push_back(m_tokens.expectName("the name of an integer parameter").text);
             m_tokens.expect("]");
         } else if (m_tokens.accept("(")) {
-            made.kind = Factor::Kind::Asked;
+            factor.kind = Factor::Kind::Method;
             while (!m_tokens.accept(")")) {
-                made.arguments.push_back(m_tokens.expectName("')' or the name of an input").text);
+                factor.arguments.push_back(m_tokens.expectName("')' or the name of an input").text);
                 m_tokens.accept(",");
             }
         }
-        return made;
+        return factor;
     }
 
     std::string angleName(const Token& kind) {
-        if (kind.text != "object" && kind.text != "pointer") {
+        if (kind.text != "object" && kind.text != "pointer")
             m_errors.error(kind.at, inQuotes(kind.text + "<"), "'object<' or 'pointer<'");
-        }
-        if (kind.text == "object") {
-            return m_tokens.expectName("the interface's name").text;
-        }
+        if (kind.text == "object") return m_tokens.expectName("the interface's name").text;
         const std::string constant = m_tokens.accept("const") ? "const " : "";
         return constant + m_tokens.expectName("the struct's name").text;
     }
 
     void unfit(const Token& name, bool array, const KindInfo* row, KindUse use) {
-        const std::string shown = inQuotes(array ? name.text + "[]" : name.text);
-        const std::string place = use == useReturn  ? "to be returned"
-                                  : use == useInput ? "as an input"
-                                                    : "as an output";
+        const std::string kind = inQuotes(array ? name.text + "[]" : name.text);
+        const std::string place = use == KindUse::Return  ? "returned"
+                                  : use == KindUse::Input ? "an input"
+                                                          : "an output";
         if (row != nullptr) {
-            m_errors.error(name.at, shown, "a kind that can stand " + place);
+            m_errors.error(name.at, kind, "a kind that can be " + place);
         } else {
-            m_errors.error(name.at, shown,
-                           (array ? "the element of an array" : "a kind") + didYouMean(name.text, kindNames(array)));
+            m_errors.error(name.at, kind,
+                           (array ? "the element kind of an array" : "a kind") +
+                               didYouMean(name.text, kindNames(array)));
         }
     }
 
@@ -261,35 +226,34 @@ private:
 
     void constantDeclaration(const Token& start) {
         m_tokens.take();
-        Constant made;
+        Constant constant;
         const Token name = m_tokens.expectName("the constant's name");
-        made.name = name.text;
-        made.at = name.at;
+        constant.name = name.text;
+        constant.at = name.at;
         m_tokens.expect("=");
-        made.value = value();
+        constant.value = value();
         m_tokens.expectEnd();
-        made.summary = m_tokens.summaryFrom(start);
-        made.group = group(start);
-        m_header.constants.push_back(std::move(made));
+        constant.summary = m_tokens.summaryFrom(start);
+        constant.group = group(start);
+        m_header.constants.push_back(std::move(constant));
     }
 
     void codeDeclaration(const Token& start) {
-        Code made;
-        made.headerOwn = m_tokens.take().text == "error";
+        Code code;
+        code.headerOwn = m_tokens.take().text == "error";
         const Token name = m_tokens.expectName("the code's name");
-        made.name = name.text;
-        made.at = name.at;
+        code.name = name.text;
+        code.at = name.at;
         m_tokens.expect("=");
         const Token number = m_tokens.expectKind(TokenKind::Number, "the code's value");
-        const IntegerValue read = integerLiteral(number, m_errors);
-        if (read.value < 0 || read.value > int64_t{UINT32_MAX} || read.isLong) {
+        const IntegerValue value = integerLiteral(number, m_errors);
+        if (value.value < 0 || value.value > std::int64_t{UINT32_MAX} || value.isLong)
             m_tokens.reject(number, "an unsigned value of 32 bits");
-        }
-        made.value = static_cast<uint32_t>(read.value);
+        code.value = static_cast<std::uint32_t>(value.value);
         m_tokens.expectEnd();
-        made.summary = m_tokens.summaryFrom(start);
-        made.group = group(start);
-        m_header.codes.push_back(std::move(made));
+        code.summary = m_tokens.summaryFrom(start);
+        code.group = group(start);
+        m_header.codes.push_back(std::move(code));
     }
 
     // Of the constant or code just read.
@@ -302,30 +266,28 @@ private:
 
     void tableDeclaration(const Token& start) {
         m_tokens.take();
-        Table made;
+        Table table;
         const Token name = m_tokens.expectName("the table's name");
-        made.name = name.text;
-        made.at = name.at;
-        made.summary = m_tokens.summaryFrom(start);
+        table.name = name.text;
+        table.at = name.at;
+        table.summary = m_tokens.summaryFrom(start);
         m_tokens.expect("{");
-        while (!m_tokens.at("}") && !m_tokens.atEnd()) {
-            guarded([&] { made.rows.push_back(tableRow()); }, &TokenStream::skipMethod);
-        }
+        while (!m_tokens.at("}") && !m_tokens.atEnd())
+            guarded([&] { table.rows.push_back(tableRow()); }, &TokenStream::skipMethod);
         m_tokens.expect("}");
         m_tokens.expectEnd();
-        m_header.tables.push_back(std::move(made));
+        m_header.tables.push_back(std::move(table));
     }
 
     Table::Row tableRow() {
         const Token constant = m_tokens.expectName("a constant or '}'");
         m_tokens.expect("=");
         const Token size = m_tokens.expectKind(TokenKind::Number, "a size");
-        const IntegerValue read = integerLiteral(size, m_errors);
-        if (read.value <= 0 || read.value > int64_t{INT32_MAX} || read.isLong) {
-            m_tokens.reject(size, "a size above 0");
-        }
+        const IntegerValue value = integerLiteral(size, m_errors);
+        if (value.value <= 0 || value.value > std::int64_t{INT32_MAX} || value.isLong)
+            m_tokens.reject(size, "a positive size");
         m_tokens.expectEnd();
-        return {constant.text, static_cast<uint32_t>(read.value), constant.at};
+        return {constant.text, static_cast<std::uint32_t>(value.value), constant.at};
     }
 
     Value value() {
@@ -335,9 +297,7 @@ private:
             m_tokens.expect(")");
             return Guid{text.text, text.at};
         }
-        if (m_tokens.peek().kind == TokenKind::Text) {
-            return TextValue{m_tokens.take().text};
-        }
+        if (m_tokens.peek().kind == TokenKind::Text) return TextValue{m_tokens.take().text};
         if (m_tokens.peek().kind == TokenKind::CharCode) {
             IntegerValue code = charCodeLiteral(m_tokens.take());
             code.isLong = m_tokens.accept("L");
@@ -345,16 +305,14 @@ private:
         }
         const Token number =
             m_tokens.expectKind(TokenKind::Number, "a number, a text, a four-character code or uuid(\"...\")");
-        if (looksReal(number)) {
-            return realLiteral(number, m_errors);
-        }
+        if (looksReal(number)) return realLiteral(number, m_errors);
         return integerLiteral(number, m_errors);
     }
 
     Diagnostics& m_errors;
     TokenStream m_tokens;
     Header m_header;
-    uint32_t m_lastConstant = 0;  // the line on which the last constant or code ended
+    std::uint32_t m_lastConstant = 0;  // the line on which the last constant or code ended
 };
 
 }  // namespace

@@ -6,7 +6,7 @@
 
 namespace kzgen {
 
-// Reads as much as can be understood: after an error it goes on behind the next ';' or '}'.
+// Recovers from errors: after one it goes on behind the next ';' or '}'.
 Header parse(const SourceFile& file, Diagnostics& diagnostics);
 
 }  // namespace kzgen

@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "text.h"
+
 namespace kzgen {
 
 namespace {
@@ -19,26 +21,18 @@ std::string outputDoc(const Model& model, const Parameter& output) {
 
 std::string returnsDoc(const Model& model, const Method& method) {
     std::vector<std::string> parts;
-    if (method.returnsPlainValue()) {
-        parts.push_back(returnDocType(model, method.returns));
-    }
-    for (const Parameter* output : method.outputs()) {
-        parts.push_back(outputDoc(model, *output));
-    }
-    if (parts.empty()) {
-        return {};
-    }
+    if (method.returnsPlainValue()) parts.push_back(returnDocType(model, method.returns));
+    for (const Parameter* output : method.outputs()) parts.push_back(outputDoc(model, *output));
+    if (parts.empty()) return {};
     return (parts.size() == 1 ? parts.front() : "(" + joined(parts) + ")") + " = ";
 }
 
 }  // namespace
 
-std::string argumentDocType(const Type& type) { return std::string(info(type.kind).docType); }
+std::string argumentDocType(const Type& type) { return std::string(info(type.kind).doc); }
 
 std::string returnDocType(const Model& model, const Type& type) {
-    if (type.kind == Kind::Object && !type.name.empty()) {
-        return model.wrapperName(type) + " object";
-    }
+    if (type.kind == Kind::Object && !type.name.empty()) return model.wrapperName(type) + " object";
     return argumentDocType(type);
 }
 
@@ -46,26 +40,9 @@ std::string docString(const Model& model, const Method& method) { return docStri
 
 std::string docString(const Model& model, const Method& method, const std::string& name) {
     std::vector<std::string> arguments;
-    for (const Parameter* input : method.inputs()) {
+    for (const Parameter* input : method.inputs())
         arguments.push_back(argumentDocType(input->type) + " " + input->name);
-    }
     return fmt::format("{}{}({})", returnsDoc(model, method), name, joined(arguments));
-}
-
-std::string parseFormat(const Method& method) {
-    std::string format;
-    for (const Parameter* input : method.inputs()) {
-        format += info(input->type.kind).parse;
-    }
-    return format;
-}
-
-std::string buildFormat(const Method& method) {
-    std::string format = "(";
-    for (const Parameter* input : method.inputs()) {
-        format += info(input->type.kind).build;
-    }
-    return format + ")";
 }
 
 std::string pythonMethodName(const Interface& interface, const Method& method) {
@@ -74,24 +51,10 @@ std::string pythonMethodName(const Interface& interface, const Method& method) {
 }
 
 std::string pythonArgumentName(const Parameter& input) {
-    static const std::set<std::string> taken = {
+    static const std::set<std::string> reservedWords = {
         "and", "as", "assert", "def", "del", "elif", "except", "exec",  "finally", "from",  "global", "import",
         "in",  "is", "lambda", "not", "or",  "pass", "print",  "raise", "with",    "yield", "self",   "None"};
-    return taken.contains(input.name) ? input.name + "_" : input.name;
-}
-
-std::string pythonLiteral(const std::string& text) {
-    std::string literal = "'";
-    for (const char c : text) {
-        switch (c) {
-        case '\\':
-        case '\'': literal += std::string("\\") + c; break;
-        case '\n': literal += "\\n"; break;
-        case '\t': literal += "\\t"; break;
-        default: literal += c;
-        }
-    }
-    return literal + "'";
+    return reservedWords.contains(input.name) ? input.name + "_" : input.name;
 }
 
 std::string pythonLiteral(const Value& value) {
@@ -102,12 +65,26 @@ std::string pythonLiteral(const Value& value) {
             return digits + (integer.isLong && !digits.ends_with('L') ? "L" : "");
         }
         std::string operator()(const RealValue& real) const { return real.written; }
-        std::string operator()(const TextValue& text) const { return pythonLiteral(text.text); }
-        std::string operator()(const Guid& guid) const { return pythonLiteral(guid.text); }
+        std::string operator()(const TextValue& text) const { return literal(text.text, '\''); }
+        std::string operator()(const Guid& guid) const { return literal(guid.text, '\''); }
     };
     return std::visit(Visitor{}, value);
 }
 
-std::string pythonLiteral(const Code& code) { return fmt::format("0x{:X}{}", code.value, code.headerOwn ? "" : "L"); }
+std::vector<Symbol> symbolsOf(const Header& header) {
+    std::vector<Symbol> all;
+    for (const Interface& each : header.interfaces) {
+        if (each.hasSymbol) all.push_back({"u_" + each.symbol, each.guid, ""});
+        if (each.server) all.push_back({"a_" + each.symbol, TextValue{*each.server}, ""});
+    }
+    for (const Constant& each : header.constants) all.push_back({each.name, each.value, each.summary});
+    for (const Code& each : header.codes) {
+        // A code of the command system is always a long, one of a header's own where it does not fit an int of 32 bits.
+        const bool isLong = !each.headerOwn || each.value > std::uint32_t{INT32_MAX};
+        all.push_back(
+            {each.symbol(), IntegerValue{each.value, isLong, fmt::format("0x{:X}", each.value)}, each.summary});
+    }
+    return all;
+}
 
 }  // namespace kzgen

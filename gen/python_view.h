@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "model.h"
 
@@ -17,12 +18,6 @@ std::string docString(const Model& model, const Method& method);
 // The same under another name, as a Python class implements it.
 std::string docString(const Model& model, const Method& method, const std::string& name);
 
-// The format by which a wrapper reads its arguments: "OOI".
-std::string parseFormat(const Method& method);
-
-// The format by which an adapter builds the arguments of the Python method: "(Iz)", always a tuple.
-std::string buildFormat(const Method& method);
-
 // "cmd_Execute"; empty for a method that is not forwarded.
 std::string pythonMethodName(const Interface& interface, const Method& method);
 // An input's name in the Python method, changed where the language has taken it.
@@ -30,7 +25,15 @@ std::string pythonArgumentName(const Parameter& input);
 
 // The value as a Python literal: 'text', 42, 0x8480000CL, 0.052.
 std::string pythonLiteral(const Value& value);
-std::string pythonLiteral(const std::string& text);
-std::string pythonLiteral(const Code& code);
+
+// One name of kz.symbol.
+struct Symbol {
+    std::string name;
+    Value value;
+    std::string summary;
+};
+
+// Everything that the header puts into kz.symbol, in its order.
+std::vector<Symbol> symbolsOf(const Header& header);
 
 }  // namespace kzgen

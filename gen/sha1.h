@@ -1,4 +1,4 @@
-// SHA-1, for name-based identities and for the hash that generated files carry.
+// SHA-1, for name-based GUIDs and for the hashes in generated files.
 #pragma once
 
 #include <array>
@@ -8,12 +8,12 @@
 
 namespace kzgen {
 
-using Sha1 = std::array<uint8_t, 20>;
+using Sha1 = std::array<std::uint8_t, 20>;
 
 Sha1 sha1(std::string_view data);
 std::string toHex(const Sha1& digest);
 
-// The version 5 identity of a name in this project's own name space: the same name always gives the same one.
+// The version 5 GUID of a name in this project's own name space: a name always gives the same one.
 std::string mintGuid(std::string_view name);
 
 }  // namespace kzgen

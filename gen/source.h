@@ -15,36 +15,36 @@ struct SourceFile {
 
 struct Place {
     const SourceFile* file = nullptr;
-    uint32_t line = 0;
-    uint32_t column = 0;
+    std::uint32_t line = 0;
+    std::uint32_t column = 0;
 };
 
 // "mesh.idl:12:3", the form that editors jump to.
 std::string toString(const Place& place);
 
-// Collects every error of one run, so that a writer sees all of them at once.
+// Collects all errors of a run.
 class Diagnostics {
 public:
     void error(const Place& place, std::string_view found, std::string_view expected);
     [[nodiscard]] bool empty() const { return m_entries.empty(); }
-    [[nodiscard]] size_t count() const { return m_entries.size(); }
+    [[nodiscard]] std::size_t count() const { return m_entries.size(); }
     // All errors in the order of files and lines, one a line: "FILE:LINE:COLUMN: error: found X, expected Y".
     [[nodiscard]] std::string text() const;
 
 private:
-    struct Entry {  // owes nothing to the files, which may be gone when it is printed
+    struct Entry {  // refers to no file: those may be gone when it is printed
         std::string path;
-        uint32_t line;
-        uint32_t column;
+        std::uint32_t line;
+        std::uint32_t column;
         std::string message;
     };
     std::vector<Entry> m_entries;
 };
 
-// 'name' in the quotes that the diagnostics use.
+// The name in the quotes of the diagnostics.
 std::string inQuotes(std::string_view name);
 
-// " (did you mean 'x'?)" for the candidate that looks most like the given word, or nothing when none does.
+// " (did you mean 'x'?)" for the candidate most similar to the word, or nothing if none is similar.
 std::string didYouMean(std::string_view word, const std::vector<std::string_view>& candidates);
 
 }  // namespace kzgen

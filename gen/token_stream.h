@@ -1,11 +1,11 @@
-// Reads the words of one file in order, reports what does not fit, and finds the place to go on behind an error.
+// The tokens of one file in order, with error reports and recovery.
 #pragma once
 
 #include "lexer.h"
 
 namespace kzgen {
 
-// Thrown after an error is on record, to where the reading can go on.
+// Thrown after an error has been reported, to where parsing can go on.
 struct SyntaxError {};
 
 class TokenStream {
@@ -23,21 +23,20 @@ public:
     void expect(std::string_view text);
     Token expectKind(TokenKind kind, std::string_view what);
     Token expectName(std::string_view what) { return expectKind(TokenKind::Name, what); }
-    // The ';' that ends a declaration. One forgotten at the end of a line is reported, and reading goes on where the next
-    // line begins.
+    // The ';' that ends a declaration. If one is missing at the end of a line, reports that and goes on with the next line.
     void expectEnd();
 
-    // Reports the next word and leaves by SyntaxError.
+    // Reports the next token and throws SyntaxError.
     [[noreturn]] void fail(std::string_view expected);
-    // Reports a word that is already read; reading goes on.
+    // Reports a token that has been read already.
     void reject(const Token& token, std::string_view expected) { m_errors.error(token.at, describe(token), expected); }
 
-    // Behind the next ';' that stands outside of braces.
+    // Skips to behind the next ';' outside of braces.
     void skipDeclaration();
-    // Behind the next ';', or before the '}' that comes first.
+    // Skips to behind the next ';' or before the next '}', whichever comes first.
     void skipMethod();
 
-    // The comments that belong to a declaration which begins with this word and ends with the one just read.
+    // The summary of the declaration that starts with this token and ends with the one just read.
     [[nodiscard]] std::string summaryFrom(const Token& first) const {
         return m_lexed.comments.summary(first.at.line, previous().at.line);
     }
@@ -47,7 +46,7 @@ public:
 private:
     Diagnostics& m_errors;
     LexedFile m_lexed;
-    size_t m_next = 0;
+    std::size_t m_next = 0;
 };
 
 }  // namespace kzgen

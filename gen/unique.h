@@ -1,4 +1,4 @@
-// Names that may be given once.
+// Names that must be unique.
 #pragma once
 
 #include <map>
@@ -10,16 +10,15 @@
 
 namespace kzgen {
 
-// Remembers where each name was used first, and reports every later use.
+// Remembers where each name was first used and reports every later use.
 class Unique {
 public:
     explicit Unique(Diagnostics& errors) : m_errors(errors) {}
 
     void add(const std::string& key, std::string_view found, std::string_view expected, const Place& at) {
         const auto [first, isNew] = m_first.emplace(key, at);
-        if (!isNew) {
-            m_errors.error(at, found, fmt::format("{} ({} has it)", expected, toString(first->second)));
-        }
+        if (!isNew)
+            m_errors.error(at, found, fmt::format("{} (already used at {})", expected, toString(first->second)));
     }
 
 private:

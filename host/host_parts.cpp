@@ -1,4 +1,4 @@
-// The parts of one host: how they are made, and what they are given.
+// Makes the parts of one host and connects them.
 #include "host/host_parts.h"
 
 #include "host/commands/alias_commands.h"
@@ -53,10 +53,15 @@
 #include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/image.h"
+#include "kz/listener.h"
 #include "kz/log.h"
+#include "kz/mesh.h"
 #include "kz/message.h"
 #include "kz/platform.h"
+#include "kz/scene.h"
+#include "kz/script.h"
 #include "kz/thread.h"
+#include "kz/value.h"
 
 namespace kzhost {
 
@@ -72,7 +77,7 @@ void addCommands(const HostParts& host) {
     kzAddUserValueCommands(*host.registry, host.userValues);
 }
 
-// The registry belongs to these parts, so what makes a service holds single parts, and never the registry itself.
+// These parts own the registry, so the factories capture single parts, and never the registry itself.
 void addServices(const HostParts& host) {
     CServiceRegistry& services = *host.services;
     const auto add = [&](const char* name, const KzGuid& iid, auto make, const auto&... parts) {
@@ -86,7 +91,7 @@ void addServices(const HostParts& host) {
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
-    add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners);
+    add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
     add("platform", KZu_PLATFORMSERVICE, kzMakePlatformService, host.files, host.importPaths);
@@ -103,9 +108,10 @@ HostParts::HostParts()
     : context(std::make_shared<ServiceContext>()), commandState(std::make_shared<CCommandState>()),
       dialogs(std::make_shared<CDialogBoard>()), files(std::make_shared<CPathAliases>()),
       importPaths(std::make_shared<CImportPaths>()), monitors(std::make_shared<CMonitorBoard>()),
-      properties(std::make_shared<CPropertyTable>()), userValues(std::make_shared<CUserValues>()),
-      jobThreads(std::make_shared<CJobThreads>()), listeners(std::make_shared<CListenerTable>()),
-      log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
+      properties(std::make_shared<CPropertyTable>()), texts(std::make_shared<CTextBoard>()),
+      userValues(std::make_shared<CUserValues>()), jobThreads(std::make_shared<CJobThreads>()),
+      listeners(std::make_shared<CListenerTable>()), log(std::make_shared<CLogStore>()),
+      reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       types(std::make_shared<CValueTypeRegistry>(modules)), scripts(std::make_shared<CScriptRunner>(modules, log)),
       environment(std::make_shared<CommandEnvironment>(
           CommandEnvironment{context, commandState, dialogs, listeners, log, types})),

@@ -1,13 +1,12 @@
-// The parts of one host. Each is shared with whatever works on it; only the composition knows them all.
+// The parts of one host. Each is shared with its users; only the composition root knows them all.
 #pragma once
 
 #include <memory>
 
-class CLogStore;
-class CScriptRunner;
-
 namespace kzhost {
 
+class CLogStore;
+class CScriptRunner;
 class CCommandDispatcher;
 class CCommandRegistry;
 class CCommandState;
@@ -22,6 +21,7 @@ class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
 class CServiceRegistry;
+class CTextBoard;
 class CUserValues;
 class CValueTypeRegistry;
 struct CommandEnvironment;
@@ -40,6 +40,7 @@ struct HostParts {
     std::shared_ptr<CImportPaths> importPaths;
     std::shared_ptr<CMonitorBoard> monitors;
     std::shared_ptr<CPropertyTable> properties;
+    std::shared_ptr<CTextBoard> texts;
     std::shared_ptr<CUserValues> userValues;
     // The core
     std::shared_ptr<CJobThreads> jobThreads;
@@ -53,7 +54,7 @@ struct HostParts {
     std::shared_ptr<CCommandRegistry> registry;
     std::shared_ptr<CCommandDispatcher> dispatcher;
     std::shared_ptr<CServiceRegistry> services;
-    // What works on both
+    // Parts that use both
     std::shared_ptr<OpenScenes> scenes;
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<QueryEnvironment> queries;

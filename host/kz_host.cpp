@@ -60,6 +60,7 @@ CPropertyTable& CKzHost::properties() const { return *m_parts->properties; }
 CReasonBook& CKzHost::reasons() const { return *m_parts->reasons; }
 CScriptRunner& CKzHost::scripts() const { return *m_parts->scripts; }
 CServiceRegistry& CKzHost::services() const { return *m_parts->services; }
+CTextBoard& CKzHost::texts() const { return *m_parts->texts; }
 
 bool CKzHost::load(const std::string& path, std::string& why) {
     const std::string file = std::filesystem::absolute(path).lexically_normal().string();
@@ -72,7 +73,7 @@ KzResult CKzHost::adopt(const std::string& name, IKzUnknown* module) {
 }
 
 void CKzHost::unload() {
-    m_parts->jobThreads->finish();  // jobs are made of what modules have
+    m_parts->jobThreads->finish();  // jobs belong to modules
     modules().clear();
 }
 
@@ -84,11 +85,9 @@ ScriptEnd CKzHost::run(const CHostRef<CScript>& script, std::uint32_t flags, con
     const auto message = CHostRef<CMessage>::make();
     ScriptEnd end;
     end.code = scripts().run(script, flags, args.c_str(), message.raw());
-    const char* key = nullptr;
-    message->msg_Key(&key);
-    end.isTold = !kzTextOf(key).empty();
-    CKzUser_Message held(message.raw());
-    if (end.isTold) end.message = CMessageTables::textOf(*held.ptr());
+    end.outcome = message->outcome();
+    end.isTold = message->hasText();
+    if (end.isTold) end.message = CMessageTables::textOf(*CKzUser_Message(message.raw()).ptr());
     return end;
 }
 

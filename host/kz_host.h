@@ -1,17 +1,18 @@
-// The reference host: an application object with its services, and the modules that were loaded into it.
+// The reference host: an application object with its services, and the modules loaded into it.
 #pragma once
+
+#include "host/state/script_outcome.h"
 
 #include "kz/base/object.h"
 
 #include <memory>
 #include <string>
 
+namespace kzhost {
+
 class CLogStore;
 class CScript;
 class CScriptRunner;
-
-namespace kzhost {
-
 class CCallWatch;
 class CCommandDispatcher;
 class CDialogBoard;
@@ -24,28 +25,30 @@ class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
 class CServiceRegistry;
+class CTextBoard;
 struct HostParts;
 template <class Class> class CHostRef;
 
 // How a script ended.
 struct ScriptEnd {
     KzResult code = 0;
-    std::string message;  // why, as the interpreter told it; empty when it said nothing
-    bool isTold = false;  // the interpreter filled in the message
+    ScriptOutcome outcome;
+    std::string message;  // the reason given by the interpreter; empty if it gave none
+    bool isTold = false;  // true if the interpreter filled in the message
 };
 
-// Several may live in one process, one after another.
+// A process may have several hosts, one after another.
 class CKzHost {
 public:
     CKzHost();
-    // Unloads the modules: everything of theirs is released, each module's own object last.
+    // Unloads the modules and releases everything of theirs, each module object last.
     ~CKzHost();
     CKzHost(const CKzHost&) = delete;
     CKzHost& operator=(const CKzHost&) = delete;
 
     IKzUnknown* application() const { return m_application.raw(); }
 
-    // Its parts, for the program and for tests. Each has a header of its own.
+    // The parts, for the program and for tests. Each has a header of its own.
     CCallWatch& calls() const;
     CCommandDispatcher& commands() const;
     CDialogBoard& dialogs() const;
@@ -60,14 +63,15 @@ public:
     CReasonBook& reasons() const;
     CScriptRunner& scripts() const;
     CServiceRegistry& services() const;
+    CTextBoard& texts() const;
 
-    // Loads a module; false, with a full sentence in `why`.
+    // Loads a module. False, with a full sentence in `why`, on failure.
     bool load(const std::string& path, std::string& why);
-    // Takes in a module object of this very program.
+    // Adopts a module object of this program.
     KzResult adopt(const std::string& name, IKzUnknown* module);
     void unload();
 
-    // The operation ("Log.CreateEntry") fails with that code, the next `times` times or always.
+    // Makes the operation ("Log.CreateEntry") fail with that code, the next `times` times or always.
     static constexpr int always = -1;
     void failOperation(const std::string& operation, KzResult code, int times = always);
 

@@ -2,6 +2,7 @@
 #include "kzmod/call.h"
 
 #include "module/output.h"
+#include "wrap/result_codes.h"
 
 void CCall::traceAs(const char* label, const char* message) noexcept {
     if (!kzTracing()) return;
@@ -28,7 +29,7 @@ PyObject* CCall::keepPending() noexcept {
 PyObject* CCall::finish(PyObject* result) noexcept {
     if (m_exception == nullptr) return result;
     const CPyRefNull dropped(result);
-    PyErr_SetString(m_exception, m_text.c_str());
+    if (!kzRaiseInterrupt()) PyErr_SetString(m_exception, m_text.c_str());
     return nullptr;
 }
 

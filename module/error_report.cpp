@@ -118,9 +118,9 @@ void kzReportException(const KzException& exception) {
     bool isReadable = true;
     const std::string heading = kzVisible(headingOf(exception, isReadable));
     // The exit code of a script says the rest; leaving is no failure of the module.
-    kzWrite(heading.c_str(), isExit(exception) ? 1U : kzFailedCode);
+    kzWriteFrom(kzFromReport, heading.c_str(), isExit(exception) ? 1U : kzFailedCode);
     for (const Frame& frame : framesOf(exception.traceback))
-        kzWrite((" .. " + frame.file + ": " + std::to_string(frame.line)).c_str(), 1);
+        kzWriteFrom(kzFromReport, (" .. " + frame.file + ": " + std::to_string(frame.line)).c_str(), 1);
     kzTrue(isReadable);
 }
 

@@ -13,7 +13,11 @@
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 namespace {
 
@@ -28,11 +32,13 @@ IKzUnknown* hostService(const KzGuid& iid) {
     return cache != nullptr ? cache->service(iid) : nullptr;
 }
 
-void prependToPath(const std::string& folder) {
+int insertInFront(PyObject* list, PyObject* item) { return PyList_Insert(list, 0, item); }
+
+void addToPath(const std::string& folder, int (*add)(PyObject* list, PyObject* item) = insertInFront) {
     PyObject* path = PySys_GetObject(kzText("path"));
     const CPyRefNull text(PyString_FromStringAndSize(folder.data(), static_cast<Py_ssize_t>(folder.size())));
     kzNonNull(text.get());
-    kzNonNegative(PyList_Insert(kzNonNull(path), 0, text));
+    kzNonNegative(add(kzNonNull(path), text));
 }
 
 void runSource(const char* source) {
@@ -87,6 +93,9 @@ void addSiteFolder(PyObject* site, PyObject* path) {
     kzNonNull(added.get());
 }
 
+MainInterpreter* theProgram = nullptr;
+void (*theFirstModule)() = nullptr;  // as the interpreter initialises it
+
 }  // namespace
 
 KzResult kzLocalPath(IKzFileService& files, const char* alias, std::string& path) {
@@ -138,7 +147,7 @@ bool MainInterpreter::resolve(const char* alias, std::string& path) {
 
 void MainInterpreter::prependIfResolved(const char* alias) {
     std::string path;
-    if (resolve(alias, path)) prependToPath(path);
+    if (resolve(alias, path)) addToPath(path);
 }
 
 void MainInterpreter::start(KzProgress& progress, const std::function<void()>& importSupport) {
@@ -170,6 +179,79 @@ void MainInterpreter::start(KzProgress& progress, const std::function<void()>& i
     PyEval_ReleaseThread(m_mainThread);
 }
 
+int MainInterpreter::runProgram(const std::vector<std::string>& words, void (*importKz)()) {
+    m_isProgram = true;
+    m_files.take(hostService(KZu_FILESERVICE));
+    kzTrue(static_cast<bool>(m_files));
+    setProgramHome();
+    kzExposeInterpreterSymbols();
+    kzTrue(PyImport_AppendInittab(kzText("kz"), importKz) == 0, KZe_OUTOFMEMORY);
+    theProgram = this;
+    // The first module that every start imports, with sys.path in place and before anything is looked for there.
+    for (struct _inittab* row = PyImport_Inittab; row->name != nullptr; ++row)
+        if (std::strcmp(row->name, "zipimport") == 0)
+            theFirstModule = std::exchange(row->initfunc, [] {
+                theFirstModule();
+                if (PyErr_Occurred() != nullptr) return;
+                kzValueBoundary([] { theProgram->extendProgramPath(); });
+                PyErr_Clear();  // the interpreter is a good one without these folders
+            });
+    std::vector<std::string> texts = words;  // which the interpreter keeps pointers to
+    std::vector<char*> arguments;
+    for (std::string& text : texts) arguments.push_back(text.data());
+    arguments.push_back(nullptr);
+    return Py_Main(static_cast<int>(texts.size()), arguments.data());
+}
+
+void MainInterpreter::adopt(KzProgress& progress, const std::function<void()>& importSupport) {
+    PyEval_InitThreads();
+    CLockState::setOurs(true);
+    // The first state that was made, whatever thread this is.
+    for (PyThreadState* each = PyInterpreterState_ThreadHead(PyThreadState_Get()->interp); each != nullptr;
+         each = PyThreadState_Next(each))
+        m_mainThread = each;
+    progress = "importing main modules";
+    buildModule();
+    progress = "importing kzu";
+    importSupport();
+    progress = "creating main dictionaries";
+    // Scripts and console lines that the program has the host run start from names of their own.
+    globals = CPyRef(Py_BuildValue("{sssOsO}", "__name__", "__main__", "__doc__", Py_None, "kz",
+                                   kzNonNull(PyImport_AddModule("kz"))),
+                     CPyRef::owned);
+    kzNonNegative(PyDict_SetItemString(globals, "__builtins__", kzNonNull(PyImport_AddModule("__builtin__"))));
+    locals = globals;
+    argument = CPyRef(PyString_FromString(""), CPyRef::owned);
+    PyObject* words = PySys_GetObject(kzText("argv"));  // none yet where site imports kz
+    const CPyRef rest(words != nullptr ? PySequence_GetSlice(words, 1, PY_SSIZE_T_MAX) : PyTuple_New(0), CPyRef::owned);
+    arguments = CPyRef(PySequence_Tuple(rest), CPyRef::owned);
+}
+
+void MainInterpreter::letGo() noexcept {
+    for (CPyRef* held : {&globals, &locals, &argument, &arguments}) *held = CPyRef();
+    releaseMonitors();
+}
+
+// Python's own folder where the kit's library is only a link into it, so that what a program asks of its interpreter
+// (headers, packages, the prefix) is answered as there. A home that the environment names is left to the interpreter.
+void MainInterpreter::setProgramHome() {
+    if (!kzHomeOfEnvironment().empty() || !resolve(kitHome, m_home)) return;
+    constexpr std::string_view library = "/lib/python2.7";
+    char* real = realpath((m_home + std::string(library)).c_str(), nullptr);
+    if (const std::string_view path(real != nullptr ? real : ""); path.ends_with(library) && path != library)
+        m_home = path.substr(0, path.size() - library.size());
+    std::free(real);
+    Py_SetPythonHome(m_home.data());
+}
+
+// The host's import paths come as those of PYTHONPATH do; our own packages after everything that Python has.
+void MainInterpreter::extendProgramPath() {
+    prependImportPaths();
+    std::string path;
+    for (const char* alias : {moduleScripts, kitScripts, userScripts})
+        if (resolve(alias, path)) addToPath(path, PyList_Append);
+}
+
 void MainInterpreter::setHome() {
     if (!resolve(kitHome, m_home)) m_home = kzHomeOfEnvironment();
     if (m_home.empty()) return;
@@ -193,15 +275,39 @@ void MainInterpreter::initialise() {
     kzInitialiseInEnvironment();
     m_mainThread = PyThreadState_Get();
     CLockState::setOurs(true);
-    // Threads and signals note which thread is the main one when they are first imported: let it be this one. What
-    // runs at exit is set up now, so that it can be guarded in the end whoever registers something.
-    for (const char* name : {"signal", "threading", "atexit"}) {
+    // Signals note which thread is the main one when they are first imported: let it be this one. What runs at exit is
+    // set up now, so that it can be guarded in the end whoever registers something.
+    for (const char* name : {"signal", "atexit"}) {
         const CPyRefNull early(PyImport_ImportModule(name));
         if (early.get() == nullptr) PyErr_Clear();
     }
     kzParts().installStreams();
+    kzNonNegative(PySys_SetObject(kzText("argv"), CPyRef(Py_BuildValue("[s]", ""), CPyRef::owned)));
     kzAddEnvironmentPath();
     prepareEnd();
+}
+
+// The module threading takes the thread that first imports it for the main one. It is too slow to import for scripts that
+// do not use it, so it is imported when another thread first enters, and told then which thread is the main one. Whoever
+// is importing something may be waiting for this thread: then the next one that enters tries again.
+void MainInterpreter::importThreading() noexcept {
+    if (m_hasThreading) return;
+    m_hasThreading = true;
+    kzValueBoundary([this] {
+        if (PyDict_GetItemString(PyImport_GetModuleDict(), "threading") != nullptr) return;
+        static PyMethodDef row = {"get_ident", [](PyObject* ident, PyObject*) { return Py_INCREF(ident), ident; },
+                                  METH_NOARGS, nullptr};
+        const CPyRef ident(PyInt_FromLong(m_mainThread->thread_id), CPyRef::owned);
+        const CPyRef mainIdent(PyCFunction_New(&row, ident), CPyRef::owned);
+        const CPyRef low(PyImport_ImportModuleNoBlock("thread"), CPyRef::owned);
+        const CPyRef ownIdent(PyObject_GetAttrString(low, "get_ident"), CPyRef::owned);
+        const CReplacedAttribute replaced(low, "get_ident", mainIdent);
+        const CPyRef threading(PyImport_ImportModuleNoBlock("threading"), CPyRef::owned);
+        kzNonNegative(PyObject_SetAttrString(threading, "_get_ident", ownIdent));
+    });
+    if (PyErr_Occurred() == nullptr) return;
+    m_hasThreading = false;
+    PyErr_Clear();
 }
 
 void MainInterpreter::prepareEnd() {
@@ -240,18 +346,22 @@ void MainInterpreter::importFirstModules() {
 }
 
 void MainInterpreter::extendPath() {
+    prependIfResolved(kitScripts);
+    prependImportPaths();
+    prependIfResolved(moduleScripts);
+}
+
+void MainInterpreter::prependImportPaths() {
     CKzUser_PlatformService platform;
     platform.take(hostService(KZu_PLATFORMSERVICE));
     kzTrue(static_cast<bool>(platform));
-    prependIfResolved(kitScripts);
     std::uint32_t count = 0;
     kzSucceed(platform->ImportPathCount(&count));
     for (std::uint32_t index = count; index-- > 0;) {
         const char* path = nullptr;
         if (kzSucceeded(platform->ImportPathByIndex(index, &path)) && path != nullptr && path[0] != '\0')
-            prependToPath(path);
+            addToPath(path);
     }
-    prependIfResolved(moduleScripts);
 }
 
 void MainInterpreter::importSite() {
@@ -284,15 +394,12 @@ PyThreadState* MainInterpreter::endingThread() const noexcept {
 }
 
 MainInterpreter::~MainInterpreter() {
-    if (m_mainThread == nullptr) {
-        // The references hold None, and no interpreter lock exists yet.
-        return;
-    }
+    // The references hold None, and no interpreter lock exists yet; or the interpreter is not ours to end.
+    if (m_mainThread == nullptr || m_isProgram) return;
     const CProcessStateKeeper keeper(m_hostSignals);
     PyThreadState* thread = endingThread();
     if (_PyThreadState_Current != thread) PyEval_AcquireThread(thread);
-    for (CPyRef* held : {&globals, &locals, &argument, &arguments}) *held = CPyRef();
-    releaseMonitors();
+    letGo();
     // Whatever is pending from a failed start must not reach the code that finalisation runs.
     PyErr_Clear();
     guardExitFunction();

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <vector>
 
 // Names the start-up step under way: literals, so that a late caller may read it at any time.
 using KzProgress = std::atomic<const char*>;
@@ -54,6 +55,16 @@ public:
     // has come. Throws the code of the step that failed.
     void start(KzProgress& progress, const std::function<void()>& importSupport);
 
+    // Runs Python as a program with that command line, which imports kz when it wants to: `importKz` then sets it up by
+    // calling `adopt`. The exit status; the process may end inside.
+    int runProgram(const std::vector<std::string>& words, void (*importKz)());
+    // Makes the running program's interpreter ours, as `start` does with one of its own. Throws as that.
+    void adopt(KzProgress& progress, const std::function<void()>& importSupport);
+    // Called, with the lock, for a thread of the host that has not been in Python before.
+    void importThreading() noexcept;
+    // Lets go of every Python object, since the interpreter ends. Needs its lock.
+    void letGo() noexcept;
+
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
     // The state under which the calling thread ends Python: its own, made if need be, which is the main thread's only on
     // the thread that started Python. Under another's, whoever asks for this thread's state (PyGILState_Ensure, in the
@@ -86,12 +97,17 @@ private:
     void importSite();
     void importWidgets();
     void takeMainDictionaries();
+    void setProgramHome();
+    void extendProgramPath();
+    void prependImportPaths();
 
     bool resolve(const char* alias, std::string& path);
     void prependIfResolved(const char* alias);
 
     CKzUser_FileService m_files;
     PyThreadState* m_mainThread = nullptr;
+    bool m_hasThreading = false;
+    bool m_isProgram = false;  // the interpreter is started and ended by its own main program
     // Made at the start, because the end must not need memory: the guard around sys.exitfunc, a list that will hold the
     // function, and its name.
     PyObject* m_exitGuard = nullptr;

@@ -93,10 +93,23 @@ template <class Action> void tell(Sink (*choose)(), const char* text, Action&& a
     }
 }
 
+template <class Action> KzPassed pass(Action&& action) noexcept {
+    KzPassed passed;
+    kzValueBoundary([&] {
+        Sink sink = CLockState::isHeld() ? nextToTell() : nullptr;
+        IKzTextOutput* stream = sink != nullptr ? sink->stream() : nullptr;
+        if (stream == nullptr) return;
+        const Telling telling(std::move(sink));
+        passed = {true, action(*stream), 0};
+        if (kzFailed(passed.code)) passed.failure = stream->Failure();
+    });
+    return passed;
+}
+
 // For a thread without the interpreter lock, which must not touch the stack: a start that fails, an unload that gives up,
 // a console that is made when Python is gone.
-void writeDirectly(const char* text, KzResult code) noexcept {
-    kzValueBoundary([=] { CRootOutput().write(text, code); });
+void writeDirectly(const char* origin, const char* text, KzResult code) noexcept {
+    kzValueBoundary([=] { CRootOutput().writeFrom(origin, text, code); });
 }
 
 }  // namespace
@@ -116,13 +129,23 @@ COutputScope::~COutputScope() {
     if (above != theStack->end()) (*above)->attach(*std::prev(above));
 }
 
-void kzWrite(const char* text, KzResult code) noexcept {
-    if (!CLockState::isHeld()) return writeDirectly(text, code);
-    tell(nextToTell, text, [=](COutput& sink) { sink.write(text, code); });
+void kzWrite(const char* text, KzResult code) noexcept { kzWriteFrom(kzFromModule, text, code); }
+
+void kzWriteFrom(const char* origin, const char* text, KzResult code) noexcept {
+    if (!CLockState::isHeld()) return writeDirectly(origin, text, code);
+    tell(nextToTell, text, [=](COutput& sink) { sink.writeFrom(origin, text, code); });
+}
+
+KzPassed kzPass(const char* origin, std::string_view text, KzResult level) noexcept {
+    return pass([=](IKzTextOutput& stream) { return stream.Write(origin, level, text.size(), text.data()); });
+}
+
+KzPassed kzPassOn(const char* origin) noexcept {
+    return pass([=](IKzTextOutput& stream) { return stream.Flush(origin); });
 }
 
 void kzLog(const char* text, KzResult code) noexcept {
-    if (!CLockState::isHeld()) return writeDirectly(text, code);
+    if (!CLockState::isHeld()) return writeDirectly(kzFromModule, text, code);
     tell(bottom, text, [=](COutput& sink) { sink.write(text, code); });
 }
 

@@ -27,10 +27,23 @@ private:
 // Text to the topmost sink that this thread is not telling. A failure to write is nobody's failure: it never throws. Where
 // telling nests too deep, or the bottom sink itself keeps failing, the text goes to the process's standard error.
 void kzWrite(const char* text, KzResult code) noexcept;
+// The same with who wrote it: one of the names in kz/base/text_output.h. What kzWrite writes is from the module.
+void kzWriteFrom(const char* origin, const char* text, KzResult code) noexcept;
 // Text to the event log itself, whatever sink is on top.
 void kzLog(const char* text, KzResult code) noexcept;
 // A trace line, by the way of kzWrite, only while tracing is on.
 void kzTrace(const char* name, const char* message, KzResult code) noexcept;
+
+// How the topmost sink took text as it was written.
+struct KzPassed {
+    bool isTaken = false;  // false where only whole lines can be told
+    KzResult code = 0;
+    int failure = 0;  // the system's number of why it could not be written
+};
+// Text of a script, without holding any of it back and without telling the lines in it. Needs the interpreter lock.
+KzPassed kzPass(const char* origin, std::string_view text, KzResult level) noexcept;
+// Has the host show what was passed so far.
+KzPassed kzPassOn(const char* origin) noexcept;
 
 // The text with its zero bytes written as \x00: one would end it for the host, and what follows would be lost.
 std::string kzVisible(std::string text);

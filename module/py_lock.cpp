@@ -53,7 +53,9 @@ void CPyLock::acquire(const char* what) {
     PyEval_AcquireThread(thread);
     pass.keep();
     m_thread = thread;
-    if (known == nullptr) PyThreadState_Clear(thread);  // of what it holds of a thread that had it before
+    if (known != nullptr) return;
+    PyThreadState_Clear(thread);  // of what it holds of a thread that had it before
+    PythonRuntime::running().importThreading();
 }
 
 bool CPyLock::isCalled(const void* object) noexcept {

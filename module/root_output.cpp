@@ -7,14 +7,21 @@
 
 CRootOutput::CRootOutput() {
     if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_service.take(cache->service(KZu_LOGSERVICE));
+    m_stream.set(m_service.raw());
 }
 
-void CRootOutput::write(const char* text, KzResult code) {
+void kzMakeEntry(CKzLoc_Unknown& entry, IKzLogService* log, const char* origin, const char* text, KzResult code) {
+    kzObtain(entry, [&](IKzUnknown** found) { return log->CreateEntry(code, text, found); });
+    CKzLoc_LogEntry tagged;
+    if (tagged.set(entry.raw())) tagged->SetInfo(kzOriginInfo, origin);
+}
+
+void CRootOutput::writeFrom(const char* origin, const char* text, KzResult code) {
     if (!m_service) return;
     if (!m_subsystem)
         kzObtain(m_subsystem, [&](IKzUnknown** found) { return m_service->SubSystemLookup("python", found); });
     CKzLoc_Unknown entry;
-    kzObtain(entry, [&](IKzUnknown** found) { return m_service->CreateEntry(code, text, found); });
+    kzMakeEntry(entry, m_service.ptr(), origin, text, code);
     if (m_subsystem && entry) m_subsystem->AddEntry(entry.raw());
 }
 

@@ -17,12 +17,14 @@
 #include <chrono>
 #include <cstring>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
 CKzForever<PythonRuntime> theOnlyRuntime;
 std::atomic<PythonRuntime*> theRuntime{nullptr};  // that one, from the first entry until Python has ended
 std::atomic<bool> theReady{false};                // started, servers imported: entries need not look further
+std::atomic<pid_t> theProgram{0};                 // the process in which Python runs as a program of its own
 std::recursive_mutex theStartLock;
 KzModuleParts theParts;
 
@@ -75,14 +77,20 @@ PythonRuntime* PythonRuntime::current() noexcept { return theRuntime; }
 
 MainInterpreter* PythonRuntime::interpreter() {
     if (m_state != notStarted) return m_state == started ? m_interpreter.get() : nullptr;
+    m_interpreter = std::make_unique<MainInterpreter>();
+    begin([this] { m_interpreter->start(m_progress, [this] { kzuObject(); }); });
+    return m_interpreter.get();
+}
+
+// With a new record: takes the steps of `start`, or destroys the record.
+void PythonRuntime::begin(const std::function<void()>& start) {
     m_state = started;
     m_kzuObject = nullptr;
     m_kzuObjectNames = nullptr;
     m_failure = KZe_STARTUP;  // until the last step is done
-    m_interpreter = std::make_unique<MainInterpreter>();
     StartAttempt attempt(m_interpreter);
     try {
-        m_interpreter->start(m_progress, [this] { kzuObject(); });
+        start();
     } catch (KzResult code) {
         if (kzFailed(code)) m_failure = code;
         throw m_failure;
@@ -92,7 +100,6 @@ MainInterpreter* PythonRuntime::interpreter() {
     m_progress = "";
     m_mainThread = m_interpreter->mainThread();
     CThreadStates::begin(m_mainThread);
-    return m_interpreter.get();
 }
 
 MainInterpreter& PythonRuntime::running() {
@@ -104,6 +111,7 @@ void PythonRuntime::ensureStarted(const char* what) {
     // The host's first entries are not to race, but if they do, the later ones wait here.
     const CStartTurn turn;
     if (theRuntime == nullptr) {
+        if (theProgram != 0) throw KZe_NOTAVAILABLE;  // it has not imported kz, so there is nothing to enter for
         CGate::rename("starting Python");
         theRuntime = &*theOnlyRuntime;
         theRuntime.load()->interpreter();
@@ -144,9 +152,65 @@ void PythonRuntime::importServers() {
     PyEval_ReleaseThread(m_mainThread);
 }
 
+int PythonRuntime::runProgram(const std::vector<std::string>& words) {
+    {
+        const CStartTurn turn;
+        kzTrue(theRuntime == nullptr && theProgram == 0 && Py_IsInitialized() == 0 && !CGate::isClosed(),
+               KZe_NOTAVAILABLE);
+        theProgram = getpid();
+    }
+    auto& record = theOnlyRuntime->m_interpreter = std::make_unique<MainInterpreter>();
+    return record->runProgram(words, [] {
+        if (const KzResult code = kzBoundary([] { return theOnlyRuntime->adopt(); }); kzFailed(code))
+            if (PyErr_Occurred() == nullptr) PyErr_Format(PyExc_ImportError, "kz cannot be set up (0x%08x)", code);
+    });
+}
+
+// The program imports kz, with the interpreter lock held by whatever thread does so.
+KzResult PythonRuntime::adopt() {
+    const CStartTurn turn;
+    kzTrue(m_interpreter != nullptr && m_state == notStarted, KZe_NOTAVAILABLE);
+    theRuntime = this;
+    begin([this] { m_interpreter->adopt(m_progress, [this] { kzuObject(); }); });
+    static PyMethodDef ending = {"leave", endOfProgram, METH_NOARGS, nullptr};
+    const CPyRef function(PyCFunction_New(&ending, nullptr), CPyRef::owned);
+    const CPyRef atExit(PyImport_ImportModule("atexit"), CPyRef::owned);
+    const CPyRef registered(PyObject_CallMethod(atExit, kzText("register"), kzText("O"), function.get()),
+                            CPyRef::owned);
+    kzNonNegative(Py_AtExit(programEnded));
+    const CPyRefNull servers(PyImport_ImportModule("kzserv"));
+    if (servers.get() == nullptr) kzTellException("importing servers (kzserv) failed");
+    theReady = true;
+    return KZe_OK;
+}
+
+// The program has come to its end, and the interpreter is still whole. A child of the program's process has none of the
+// threads that may be inside.
+PyObject* PythonRuntime::endOfProgram(PyObject* /*self*/, PyObject* /*args*/) {
+    CGate::close();
+    if (theProgram == getpid()) {
+        Py_BEGIN_ALLOW_THREADS;
+        if (!CGate::isInside() && !waitUntilEmpty()) tellWhoStays();
+        Py_END_ALLOW_THREADS;
+    }
+    kzValueBoundary([] { theParts.releaseServers(); });
+    kzTellRepeatedReasons();
+    theOnlyRuntime->m_interpreter->letGo();
+    Py_RETURN_NONE;
+}
+
+// The interpreter is gone.
+void PythonRuntime::programEnded() {
+    theReady = false;
+    CLockState::setOurs(false);
+    theOnlyRuntime->m_state = shutDown;
+    theOnlyRuntime->m_interpreter.reset();
+}
+
 // For the others to leave. False when they do not, or when it is this very thread that is inside.
-bool PythonRuntime::waitForOthers() noexcept {
-    if (CGate::isInside() || CLockState::isHeld()) return false;
+bool PythonRuntime::waitForOthers() noexcept { return !CGate::isInside() && !CLockState::isHeld() && waitUntilEmpty(); }
+
+bool PythonRuntime::waitUntilEmpty() noexcept {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!CGate::isEmpty()) {
         if (std::chrono::steady_clock::now() >= deadline) return false;

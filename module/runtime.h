@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 class PythonRuntime {
 public:
@@ -35,6 +36,11 @@ public:
     // Runs "import kzserv\n" under the main thread state.
     void importServers();
 
+    // Runs Python as the program that a command line describes; its first word is the program's path. Answers the exit
+    // status, or ends the process. Python is the program's own until that imports kz, which is when it becomes ours.
+    // Throws NOTAVAILABLE when Python has been started, or when unload has begun.
+    static int runProgram(const std::vector<std::string>& words);
+
     // Creates the runtime and starts Python unless that has happened. Throws the start's failure code, now and on every
     // later call; NOTAVAILABLE after shut-down. The calling thread has passed the gate, to do `what`.
     static void ensureStarted(const char* what);
@@ -43,8 +49,14 @@ public:
     static bool stop() noexcept;
 
 private:
+    static PyObject* endOfProgram(PyObject* self, PyObject* args);
+    static void programEnded();
+
+    void begin(const std::function<void()>& start);
+    KzResult adopt();
     PyObject* findKzuObjectNames();
     static bool waitForOthers() noexcept;
+    static bool waitUntilEmpty() noexcept;
     void end() noexcept;
 
     std::atomic<State> m_state{notStarted};

@@ -67,8 +67,9 @@ PyThreadState* make() noexcept {
 void CThreadStates::begin(PyThreadState* main) noexcept {
     constexpr int mostKeys = 1024;
     theMain = main;
+    const PyThreadState* own = PyGILState_GetThisThreadState();
     int key = 0;
-    while (key < mostKeys && PyThread_get_key_value(key) != main) ++key;
+    while (key < mostKeys && PyThread_get_key_value(key) != own) ++key;
     if (key < mostKeys && pthread_key_create(&theEndKey, threadEnds) == 0) theKey = key;
 }
 

@@ -54,7 +54,7 @@ constexpr KzModuleParts::NamedType types[] = {{"Service", &kzServiceType}, {"Mon
 void addSubmodules(PyObject* kz) {
     kzNonNegative(PyModule_AddStringConstant(kz, "__version__", KZ_VERSION));
     kzReadyStorageType();
-    kzRegisterForeignType(kz, "Storage", kzStorageType);
+    kzAddType(kz, "Storage", kzStorageType);
     kzAddSubmodules(kz, kzStorageType);
     kzAddServingModule();
 }

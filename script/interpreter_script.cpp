@@ -4,6 +4,8 @@
 #include "module/checks.h"
 #include "module/host_output.h"
 #include "module/root_output.h"
+#include "script/outcome.h"
+#include "script/script_surroundings.h"
 
 #include "kz/base/global_cache.h"
 #include "kz/result.h"
@@ -38,6 +40,7 @@ bool isIdle(const char* at) {
 
 CScriptOutput::CScriptOutput(std::string label) : m_label(std::move(label)) {
     if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_log.take(cache->service(KZu_LOGSERVICE));
+    m_stream.set(m_log.raw());
 }
 
 void CScriptOutput::place(IKzUnknown* entry) {
@@ -53,17 +56,17 @@ void CScriptOutput::place(IKzUnknown* entry) {
 
 IKzLogEntry* CScriptOutput::entry() {
     if (m_entry || !m_log) return m_entry.ptr();
-    const KzResult code =
-        kzObtain(m_entry, [&](IKzUnknown** found) { return m_log->CreateEntry(KZe_INFO, m_label.c_str(), found); });
-    if (kzFailed(code)) return nullptr;
+    CKzLoc_Unknown made;
+    kzMakeEntry(made, m_log.ptr(), kzFromScript, m_label.c_str(), KZe_INFO);
+    if (!m_entry.set(made.raw())) return nullptr;
     place(m_entry.raw());
     return m_entry.ptr();
 }
 
-void CScriptOutput::write(const char* text, KzResult code) {
+void CScriptOutput::writeFrom(const char* origin, const char* text, KzResult code) {
     IKzLogEntry* parent = entry();
     CKzLoc_Unknown made;
-    if (m_log) kzObtain(made, [&](IKzUnknown** found) { return m_log->CreateEntry(code, text, found); });
+    if (m_log) kzMakeEntry(made, m_log.ptr(), origin, text, code);
     if (parent != nullptr && made) parent->AddEntry(made.raw());
 }
 
@@ -100,7 +103,7 @@ void CInterpreterScript::prepare(IKzMessage* message, const char* arguments) {
     m_status = KZe_OK;
 }
 
-KzResult CInterpreterScript::execute(const char* text) {
+KzResult CInterpreterScript::execute(const char* text, std::vector<std::string> words) {
     if (kzFailed(m_status)) {
         char line[64];
         std::snprintf(line, sizeof line, "execution error %08x\n", m_status);
@@ -108,6 +111,13 @@ KzResult CInterpreterScript::execute(const char* text) {
         return m_status;
     }
     const CPyRef names(PyDict_Copy(m_interpreter.globals), CPyRef::owned);
+    if (words.empty()) {
+        words = splitArguments(PyString_AS_STRING(m_interpreter.argument.get()));
+        words.insert(words.begin(), m_name);
+    } else {
+        m_interpreter.arguments = tupleOf({words.begin() + 1, words.end()});
+    }
+    const CScriptSurroundings surroundings(m_name, names, words);
     // Compiled under the script's own name, so that tracebacks say where they come from.
     const CPyRefNull code(Py_CompileString(text, m_name.c_str(), Py_file_input));
     const CPyRefNull result(
@@ -135,6 +145,7 @@ KzResult CInterpreterScript::reportExit(const KzException& exception) {
     if (end.hasCode && end.message.empty()) tell("exit_code", name);
     else if (end.hasCode) tell("exit_code_msg", name, end.message.c_str());
     else if (!end.message.empty()) tell("exit_msg", end.message.c_str());
+    CScriptOutcome(m_message).exit(exception, end.code);
     return end.code;
 }
 
@@ -147,6 +158,7 @@ KzResult CInterpreterScript::reportFailure(const KzException& exception) {
     if (exception.value.get() != nullptr && exception.value.get() != Py_None)
         if (const std::optional<std::string> value = kzReadableText(exception.value)) text += "; " + *value;
     tell("script_err", kzVisible(std::move(text)).c_str());
+    CScriptOutcome(m_message).fail(exception);
     kzReportException(exception);
     return KZe_FAILED;
 }

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Python_Script {
 
@@ -20,7 +21,9 @@ class CScriptOutput : public COutput {
 public:
     explicit CScriptOutput(std::string label);
     void trace(const char* name, const char* message, KzResult code) override;
-    void write(const char* text, KzResult code) override;
+    void write(const char* text, KzResult code) override { writeFrom(kzFromModule, text, code); }
+    void writeFrom(const char* origin, const char* text, KzResult code) override;
+    IKzTextOutput* stream() override { return m_stream.ptr(); }
     IKzLogEntry* entry() override;
     void attach(std::shared_ptr<COutput> below) override { m_below = std::move(below); }
 
@@ -30,6 +33,7 @@ private:
     std::string m_label;
     std::shared_ptr<COutput> m_below;
     CKzUser_LogService m_log;
+    CKzLoc_TextOutput m_stream;
     CKzLoc_LogEntry m_entry;
 };
 
@@ -44,8 +48,9 @@ public:
 
     // Attaches the message, sets the argument string and its tuple, and makes the script ready to run.
     void prepare(IKzMessage* message, const char* arguments);
-    // Runs the text and says how it ended.
-    KzResult execute(const char* text);
+    // Runs the text and says how it ended. The words are what sys.argv is to hold; none, and they are the script's name
+    // with the tuple of its arguments.
+    KzResult execute(const char* text, std::vector<std::string> words);
 
 private:
     KzResult analyseEnd();

@@ -4,8 +4,10 @@
 #include "module/checks.h"
 #include "module/host_output.h"
 #include "module/output.h"
+#include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
+#include "script/outcome.h"
 #include "script/static_tags.h"
 #include "wrap/result_codes.h"
 
@@ -28,22 +30,33 @@ constexpr KzTagRecord tags[] = {{"server.username", "Python", nullptr}};
 // Shows on the console what a line writes.
 class CExecOutput : public COutput {
 public:
-    explicit CExecOutput(IKzUnknown* execution) { m_execution.set(execution); }
+    explicit CExecOutput(IKzUnknown* execution) {
+        m_execution.set(execution);
+        if (m_execution) m_stream.set(execution);
+    }
     void trace(const char* name, const char* message, KzResult code) override {
-        inform(std::string(kzFailed(code) ? "trace error: " : "trace: ") + name + " - " + message, code);
+        inform(kzFromModule, std::string(kzFailed(code) ? "trace error: " : "trace: ") + name + " - " + message, code);
     }
-    void write(const char* text, KzResult code) override {
-        inform(kzFailed(code) ? std::string("ERROR: ") + text : text, code);
+    void write(const char* text, KzResult code) override { writeFrom(kzFromModule, text, code); }
+    void writeFrom(const char* origin, const char* text, KzResult code) override {
+        if (m_stream && (origin == kzFromOutput || origin == kzFromError)) return;  // it was passed as it was written
+        inform(origin, kzFailed(code) ? std::string("ERROR: ") + text : text, code);
     }
+    IKzTextOutput* stream() override { return m_stream.ptr(); }
     IKzLineExecution* console() const { return m_execution.ptr(); }
 
 private:
     // What the console does not take goes to the sink below, which is where writing leads while this one is told.
-    void inform(const std::string& text, KzResult code) {
-        if (m_execution && kzFailed(m_execution->Info(text.c_str()))) kzWrite(text.c_str(), code);
+    void inform(const char* origin, const std::string& text, KzResult code) {
+        if (!m_execution) return;
+        const std::string line = text + "\n";
+        const KzResult told =
+            m_stream ? m_stream->Write(origin, code, line.size(), line.data()) : m_execution->Info(text.c_str());
+        if (kzFailed(told)) kzWriteFrom(origin, text.c_str(), code);
     }
 
     CKzLoc_LineExecution m_execution;
+    CKzLoc_TextOutput m_stream;
 };
 
 class CLineInterpreter : public CKzImpl_LineInterpreter, public CStaticTags<tags> {
@@ -54,6 +67,8 @@ public:
     KzResult lin_Reset() override;
 
 private:
+    static void endPrintedLine();
+    static KzResult endByException(IKzLineExecution* console);
     bool isToWait(bool wasPending, bool isEmptyLine);
     KzResult run(IKzUnknown* execution);
     void passResults(PyObject* result, IKzLineExecution* console);
@@ -95,7 +110,7 @@ CLineInterpreter::CLineInterpreter() {
     } catch (const std::exception& error) {
         kzWrite(error.what(), KZe_STARTUP);
     }
-    kzWrite("Python subsystem failed to start", KZe_STARTUP);
+    kzWriteFrom(kzFromStartup, "Python subsystem failed to start", KZe_STARTUP);
 }
 
 KzResult CLineInterpreter::lin_Prompt(std::int32_t continued, const char** prompt) {
@@ -143,9 +158,30 @@ KzResult CLineInterpreter::run(IKzUnknown* execution) {
     const CPyRefNull result(code.get() == nullptr ? nullptr
                                                   : PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()),
                                                                     interpreter.globals, interpreter.locals));
-    if (result.get() == nullptr) return kzResultOfPending();
+    if (output->stream() != nullptr) endPrintedLine();
+    if (result.get() == nullptr) return endByException(output->console());
     if (result.get() != Py_None) passResults(result, output->console());
     return KZe_OK;
+}
+
+// As at Python's own prompt, a print statement that ends in a comma ends its line here.
+void CLineInterpreter::endPrintedLine() {
+    const CPendingException pending;
+    if (Py_FlushLine() != 0) PyErr_Clear();
+}
+
+// A host that hears how lines end is told of sys.exit(), and does what was asked; to others it is an exception.
+KzResult CLineInterpreter::endByException(IKzLineExecution* console) {
+    const CScriptOutcome outcome(console);
+    if (!outcome) return kzResultOfPending();
+    KzException exception = KzException::fetch();
+    if (exception.type.get() != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SystemExit) != 0) {
+        outcome.exit(exception, kzResultOfText(exception.value).code);
+        return kzResultOfException(exception.type, exception.value);
+    }
+    outcome.fail(exception);
+    PyErr_Restore(exception.type.release(), exception.value.release(), exception.traceback.release());
+    return kzResultOfPending();
 }
 
 std::vector<std::string> textsOf(PyObject* result) {

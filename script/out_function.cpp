@@ -1,7 +1,7 @@
 // kz.out.
 #include "script/out_function.h"
 
-#include "module/output.h"
+#include "script/python_streams.h"
 #include "wrap/result_codes.h"
 
 PyObject* kzOutFunction(PyObject* /*self*/, PyObject* args) {
@@ -12,7 +12,7 @@ PyObject* kzOutFunction(PyObject* /*self*/, PyObject* args) {
             if (!text.empty() && !part.empty()) text += ' ';
             text += part;
         }
-        kzWrite(kzVisible(std::move(text)).c_str(), 1);
+        kzPrintLine(std::move(text));
         Py_RETURN_NONE;
     });
 }

@@ -1,4 +1,4 @@
-// Python's own output, line by line to the current sink.
+// Python's own output.
 #include "script/python_streams.h"
 
 #include "module/checks.h"
@@ -11,6 +11,7 @@
 #include <structmember.h>
 
 #include <array>
+#include <cerrno>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -19,10 +20,16 @@ namespace {
 
 struct Stream {
     PyObject_HEAD std::string* held;  // text after the last line feed; one of theHeldTexts, or null
+    const char* origin;
     KzResult level;
     int descriptor;
     int softspace;  // the print statement keeps its state here
+    bool isPassed;  // the host takes text as it is written
+    bool isMidLine;
 };
+
+constexpr std::size_t mostHeld =
+    1U << 20;  // a line that never ends, as that of a progress bar, must not fill the memory
 
 Stream* self(PyObject* object) { return reinterpret_cast<Stream*>(object); }
 
@@ -30,13 +37,31 @@ Stream* self(PyObject* object) { return reinterpret_cast<Stream*>(object); }
 CKzForever<std::array<std::string, 2>> theHeldTexts;
 Stream* theStreams[2] = {nullptr, nullptr};  // borrowed from sys; the types are never subclassed
 
-void writeLine(const Stream& stream, std::string line) { kzWrite(kzVisible(std::move(line)).c_str(), stream.level); }
+void writeLine(const Stream& stream, std::string line) {
+    kzWriteFrom(stream.origin, kzVisible(std::move(line)).c_str(), stream.level);
+}
+
+// As Python's own files report it. Without a number there is nobody to tell: the text went wherever it could.
+void checkPassed(const KzPassed& passed) {
+    if (!passed.isTaken || passed.failure == 0) return;
+    errno = passed.failure;
+    PyErr_SetFromErrno(PyExc_IOError);
+    throw kzFailedCode;
+}
+
+KzPassed pass(Stream& stream, std::string_view text) {
+    const KzPassed passed = kzPass(stream.origin, text, stream.level);
+    stream.isPassed = passed.isTaken;
+    stream.isMidLine = text.back() != '\n';
+    return passed;
+}
 
 void flushHeld(Stream& stream) {
     if (stream.held == nullptr || stream.held->empty()) return;
     const std::string line = std::move(*stream.held);
     stream.held->clear();
-    stream.softspace = 0;  // the text has become a line of its own, and the next one starts without a blank
+    // Where the text has become a line of its own, the next one starts without a blank.
+    if (!stream.isPassed) stream.softspace = 0;
     writeLine(stream, line);
 }
 
@@ -46,7 +71,9 @@ void flushOthers(const Stream& stream) {
 }
 
 void append(Stream& stream, const char* text, std::size_t size) {
-    flushOthers(stream);
+    if (size == 0) return;
+    const KzPassed passed = pass(stream, {text, size});
+    if (!passed.isTaken) flushOthers(stream);
     std::string_view rest(text, size);
     const auto takeLine = [&rest](std::size_t feed) {
         const std::string_view line = rest.substr(0, feed);
@@ -62,6 +89,8 @@ void append(Stream& stream, const char* text, std::size_t size) {
         while ((feed = rest.find('\n')) != std::string_view::npos) writeLine(stream, std::string(takeLine(feed)));
     }
     stream.held->append(rest);  // behind what the host's listeners may have printed meanwhile
+    if (stream.held->size() > mostHeld) flushHeld(stream);
+    checkPassed(passed);
 }
 
 PyObject* streamWrite(PyObject* object, PyObject* text) {
@@ -91,7 +120,9 @@ PyObject* streamWriteLines(PyObject* object, PyObject* lines) {
 
 PyObject* streamFlush(PyObject* object, PyObject* /*args*/) {
     return kzPythonEntry([=] {
-        flushHeld(*self(object));
+        const KzPassed passed = kzPassOn(self(object)->origin);
+        checkPassed(passed);
+        if (!passed.isTaken) flushHeld(*self(object));
         Py_RETURN_NONE;
     });
 }
@@ -109,10 +140,9 @@ PyObject* streamFalse(PyObject* /*object*/, PyObject* /*args*/) { Py_RETURN_FALS
 PyObject* streamClose(PyObject* object, PyObject* args) { return streamFlush(object, args); }
 
 PyMethodDef streamMethods[] = {
-    {"write", streamWrite, METH_O,
-     "Pass text to the current output; whole lines at once, the rest when its line ends."},
+    {"write", streamWrite, METH_O, "Pass text to the current output as it is; the log gets a line when it ends."},
     {"writelines", streamWriteLines, METH_O, "Write each string of a sequence."},
-    {"flush", streamFlush, METH_NOARGS, "Pass on what is held back of an unfinished line."},
+    {"flush", streamFlush, METH_NOARGS, "Have an unfinished line shown."},
     {"isatty", streamIsATty, METH_NOARGS, "False."},
     {"fileno", streamFileno, METH_NOARGS, "The descriptor of the process's own stream."},
     {"close", streamClose, METH_NOARGS, "As flush: the stream stays open."},
@@ -177,11 +207,12 @@ void flushStreams() noexcept {
     }
 }
 
-void install(const char* name, const char* original, int descriptor, KzResult level) {
+void install(const char* name, const char* original, int descriptor, const char* origin, KzResult level) {
     const CPyRefNull object(kzNonNull(PyType_GenericAlloc(&streamType, 0)));
     Stream* stream = self(object);
     stream->held = &(*theHeldTexts)[descriptor == STDERR_FILENO ? 1 : 0];
     stream->held->clear();
+    stream->origin = origin;
     stream->level = level;
     stream->descriptor = descriptor;
     kzNonNegative(PySys_SetObject(kzText(name), object));
@@ -193,7 +224,19 @@ void install(const char* name, const char* original, int descriptor, KzResult le
 
 void kzInstallStreams() {
     kzNonNegative(PyType_Ready(&streamType));
-    install("stdout", "__stdout__", STDOUT_FILENO, 1);
-    install("stderr", "__stderr__", STDERR_FILENO, 2);
+    install("stdout", "__stdout__", STDOUT_FILENO, kzFromOutput, 1);
+    install("stderr", "__stderr__", STDERR_FILENO, kzFromError, 2);
     kzSetFlushHook(flushStreams);
+}
+
+void kzPrintLine(std::string line) {
+    Stream* out = theStreams[0];
+    const bool endsAnother = out != nullptr && out->isPassed && out->isMidLine;
+    const KzPassed passed = kzPass(kzFromOutput, (endsAnother ? "\n" : "") + line + "\n", 1);
+    if (out != nullptr) {
+        out->isMidLine = false;
+        out->softspace = 0;
+    }
+    kzWriteFrom(kzFromOutput, kzVisible(std::move(line)).c_str(), 1);
+    checkPassed(passed);
 }

@@ -3,6 +3,7 @@
 
 #include "module/py_lock.h"
 #include "script/interpreter_script.h"
+#include "script/script_surroundings.h"
 #include "script/static_tags.h"
 
 #include "kz/base/forever.h"
@@ -21,8 +22,9 @@ constexpr KzTagRecord tags[] = {
     {"saver.dosType", "PY", nullptr},
 };
 
-class CInterpreter : public CKzImpl_TextScriptInterpreter, public CStaticTags<tags> {
+class CInterpreter : public CKzImpl_TextScriptInterpreter, public CStaticTags<tags>, public CKzImpl_InterpreterProgram {
 public:
+    KzResult interpreterprogram_Main(IKzUnknown* words, std::int32_t* status) override;
     KzResult tsi_ValidateHeader(const char* header) override;
     KzResult tsi_Run(IKzUnknown* script, std::uint32_t flags, const char* args, IKzUnknown* message) override;
 };
@@ -72,7 +74,15 @@ KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const ch
     kzSetQuiet(false);
     CInterpreterScript run(name, flags);
     run.prepare(heldMessage.ptr(), args);
-    return run.execute(text.get());
+    return run.execute(text.get(), wordsOf(script));
+}
+
+KzResult CInterpreter::interpreterprogram_Main(IKzUnknown* words, std::int32_t* status) {
+    const std::vector<std::string> all = wordsOf(words);
+    if (all.empty()) return KZe_INVALIDARG;
+    const COutputScope output(std::make_shared<CScriptOutput>("python"));
+    *status = PythonRuntime::runProgram(all);
+    return KZe_OK;
 }
 
 }  // namespace
@@ -82,6 +92,7 @@ void registerServer(CKzThisModule& module) {
     if (polymorph->recordCount() == 0) {  // a failed initialisation may have come this far
         polymorph->append(kzMakeRecord<CKzIfc_TextScriptInterpreter<CInterpreter>>());
         polymorph->append(kzMakeRecord<CKzIfc_TagDescription<CInterpreter>>());
+        polymorph->append(kzMakeRecord<CKzIfc_InterpreterProgram<CInterpreter>>());
     }
     module.addServer("python", &*polymorph);
 }

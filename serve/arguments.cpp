@@ -42,8 +42,10 @@ PyObject* CArguments::make(const char*& letter, const KzWord*& word) noexcept {
     default: break;
     }
     if (value.pointer == nullptr) return kzRaise(KZe_FAILED);
-    if (*letter == 'V') return kzMakeNumbers(static_cast<const KzVector3*>(value.pointer)->v, 3);
-    return kzMakeNumbers(static_cast<const KzFVector3*>(value.pointer)->v, 3);
+    const bool isDouble = *letter == 'V';
+    const Py_ssize_t count = *++letter - '0';
+    if (isDouble) return kzMakeNumbers(static_cast<const double*>(value.pointer), count);
+    return kzMakeNumbers(static_cast<const float*>(value.pointer), count);
 }
 
 PyObject* CArguments::makeView(char element, const KzWord*& word) noexcept {

@@ -90,7 +90,7 @@ private:
         auto* object = static_cast<PyObject*>(node.object);
         if (node.isHostObject) return (this->*step)(object, object);
         if (isWrapper(object))
-            if (const CKzInstance* instance = kzInstanceOf(kzWrapper(object)->held)) (this->*step)(instance, nullptr);
+            if (const CKzInstance* instance = kzInstanceOf(kzWrapper(object)->target)) (this->*step)(instance, nullptr);
         Visit visit{*this, step};
         if (PyObject_IS_GC(object) && Py_TYPE(object)->tp_traverse != nullptr)
             Py_TYPE(object)->tp_traverse(object, visited, &visit);

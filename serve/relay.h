@@ -11,9 +11,9 @@ using PyObject = struct _object;
 
 // One forwarded operation. The signature says how the words are to be read:
 //   first   r  the operation returns a result code     v  nothing, or a plain value, which is its first output
-//   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, V three doubles, v three floats,
-//           A and a storage letter (* for raw bytes)  a buffer of the host and, in a second word, its length in elements,
-//           which is -1 when only the method knows
+//   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, V and v with a digit so many doubles
+//           or floats, A and a storage letter (* for raw bytes)  a buffer of the host and, in a second word, its length in
+//           elements, which is -1 when only the method knows
 //   :       the outputs: i I n b f d z O, p an identifier, P an address, h hints, T  a text buffer and, in a second word,
 //           its size, V and v with a digit
 struct KzForwardedMethod {
@@ -21,6 +21,22 @@ struct KzForwardedMethod {
     const char* signature;
     PyObject* interned = nullptr;  // the name as a Python string, made on the first call
 };
+
+// Whether these are the letters of one input, or of one output: what the generator's table of kinds is held against.
+constexpr bool kzIsOneOf(char letter, const char* letters) noexcept {
+    while (*letters != '\0' && *letters != letter) ++letters;
+    return letter != '\0' && *letters != '\0';
+}
+constexpr bool kzIsVector(const char* letters) noexcept {
+    return kzIsOneOf(letters[0], "Vv") && kzIsOneOf(letters[1], "1234") && letters[2] == '\0';
+}
+constexpr bool kzCarriesInput(const char* letters) noexcept {
+    const bool isBuffer = letters[0] == 'A' && kzIsOneOf(letters[1], "fidubp*") && letters[2] == '\0';
+    return isBuffer || kzIsVector(letters) || (kzIsOneOf(letters[0], "iInfdzO") && letters[1] == '\0');
+}
+constexpr bool kzCarriesOutput(const char* letters) noexcept {
+    return kzIsVector(letters) || (kzIsOneOf(letters[0], "iInbfdzOpPhT") && letters[1] == '\0');
+}
 
 // One argument on its way to Python, or the place of one output.
 union KzWord {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes this machine able to build and check the project. Asks nothing, may be run again, is quiet when all is there.
-# With --if-needed it returns at once when an earlier run still holds.
+# setup.sh [--if-needed] [VERB [ARGUMENT]]: makes this machine able to do what a verb of ./dev does, or everything. Asks
+# nothing, may be run again, is quiet when all is there. With --if-needed it leaves alone what an earlier run has set up.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -11,13 +11,27 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/pyside2.sh"
 . "$root/tools/setup/pyflakes.sh"
 
-readonly stamp=$root/build/setup.stamp
+readonly stamps=$root/build/setup
 readonly pyside2=$root/build/pyside2
 readonly pyflakes=$root/build/pyflakes
 
+readonly groups='build test symbols lint fuzz coverage'
 readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
-    libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libbenchmark-dev)
+    libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev)
 readonly python_packages=(python2.7 libpython2.7-dev)
+
+# The groups that a verb of ./dev with its arguments needs: what a script runs with comes without what checks the tree.
+groups_for() {
+    case $1 in
+        run | console | build | bench | docs) echo build ;;
+        test) echo build test ;;
+        lint) echo build lint ;;
+        fuzz) echo build symbols fuzz ;;
+        coverage) echo build test coverage ;;
+        *) echo "$groups" ;;
+    esac
+    case ${2:-} in asan | tsan | pydebug) echo symbols ;; esac
+}
 
 # What a finished set-up depends on: these scripts and the interpreter that was asked for.
 fingerprint() {
@@ -25,7 +39,8 @@ fingerprint() {
 }
 
 still_holds() {
-    [ "$(cat "$stamp" 2>/dev/null)" = "$(fingerprint)" ] || return 1
+    [ "$(cat "$stamps/$1" 2>/dev/null)" = "$fingerprint" ] || return 1
+    [ "$1" = build ] || return 0
     command -v g++ cmake ninja ccache >/dev/null && [ -f /usr/include/CLI/CLI.hpp ] || return 1
     [ -n "${KZ_PYTHON2:-}" ] || [ -f /usr/include/python2.7/Python.h ]
 }
@@ -38,38 +53,54 @@ check_given_python() {
 # Without a previous release there is no Python 2.7: everything else is worthless, so this one is fatal.
 install_python2() {
     [ -z "$(missing_packages "${python_packages[@]}")" ] && return
-    apt_update
-    has_candidate libpython2.7-dev || add_previous_release
+    has_candidate libpython2.7-dev || { apt_update; has_candidate libpython2.7-dev; } || add_previous_release
     install_packages "${python_packages[@]}" || die "Python 2.7 could not be installed; set KZ_PYTHON2=/path/to/python2.7"
 }
 
-install_optional_parts() {
+set_up_build() {
+    install_packages "${build_packages[@]}" || die "the build tools could not be installed"
+    if [ -n "${KZ_PYTHON2:-}" ]; then check_given_python; else install_python2; fi
+}
+
+set_up_test() {
+    [ -n "${KZ_PYTHON2:-}" ] ||
+        install_optional "checks that use Python's own test-suite are skipped" libpython2.7-testsuite
+    install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
     install_pictures
     install_farm
-    if [ -z "${KZ_PYTHON2:-}" ]; then
-        install_optional "the preset 'pydebug' cannot be built" python2.7-dbg libpython2.7-dbg
-        install_optional "checks that use Python's own test-suite are skipped" libpython2.7-testsuite
-    fi
+    pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
+        say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
+}
+
+set_up_symbols() {
+    [ -n "${KZ_PYTHON2:-}" ] || install_optional "the preset 'pydebug' cannot be built, and the leak checker does not \
+know the interpreter's functions" python2.7-dbg libpython2.7-dbg
+}
+
+set_up_lint() {
     install_optional "'./dev lint' cannot check formatting" clang-format
     install_optional "'./dev lint' cannot analyse sources" clang-tidy
     install_optional "'./dev lint' cannot check scripts" shellcheck
-    install_optional "'./dev fuzz' is not guided by coverage" clang libclang-rt-dev
-    install_optional "coverage cannot be reported" gcovr
-    install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
-    pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
-        say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
     pyflakes_present "$pyflakes" || fetch_pyflakes "$pyflakes" ||
         say "not available: pyflakes for Python 2.7 - './dev lint' cannot check the Python code"
 }
 
+set_up_fuzz() { install_optional "'./dev fuzz' is not guided by coverage" clang libclang-rt-dev; }
+set_up_coverage() { install_optional "coverage cannot be reported" gcovr; }
+
+# With --if-needed, groups that an earlier run has set up are left alone.
 main() {
-    if [ "${1:-}" = --if-needed ] && still_holds; then return; fi
-    command -v apt-get >/dev/null || die "this system has no apt; install by hand: ${build_packages[*]} ${python_packages[*]}"
-    mkdir -p "$root/build"
-    install_packages "${build_packages[@]}" || die "the build tools could not be installed"
-    if [ -n "${KZ_PYTHON2:-}" ]; then check_given_python; else install_python2; fi
-    install_optional_parts
-    fingerprint >"$stamp"
+    local group if_needed=0
+    if [ "${1:-}" = --if-needed ]; then if_needed=1; shift; fi
+    fingerprint=$(fingerprint)
+    for group in $(groups_for "${1:-all}" "${2:-}"); do
+        if [ "$if_needed" = 1 ] && still_holds "$group"; then continue; fi
+        command -v apt-get >/dev/null ||
+            die "this system has no apt; install by hand: ${build_packages[*]} ${python_packages[*]}"
+        mkdir -p "$stamps"
+        "set_up_$group"
+        echo "$fingerprint" >"$stamps/$group"
+    done
 }
 
 main "$@"

@@ -1,10 +1,10 @@
-// Numbers that scripts give where the process needs an address.
+// Plausibility of addresses that come from scripts as numbers.
 #pragma once
 
 #include <cstdint>
 
-// Whether memory can be there at all: no system maps the first pages, and none gives a process addresses that need more
-// bits. It tells the numbers that are confused with addresses (True, an index, -1) from those that were once obtained.
+// True if memory could be at the address: no system maps the first pages or gives processes addresses of more than 48 bits.
+// This catches numbers that are mistaken for addresses, such as True, an index or -1.
 inline bool kzMayBeAddress(const void* address) noexcept {
     constexpr std::uintptr_t lowest = 0x10000;
     constexpr std::uintptr_t beyond = std::uintptr_t{1} << 48;

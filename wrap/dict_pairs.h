@@ -1,5 +1,5 @@
-// A list of named texts: what the arguments of a command call and the tags of a server are handed to the host as.
-// Knows nothing of Python.
+// Named texts, in the form in which the host gets the arguments of a command call and the tags of a server. Independent
+// of Python.
 #pragma once
 
 #include <cstdint>

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-// Empties both lists, then appends the string form of each key and value, in the dictionary's own order. Throws FAILED,
-// with the lists empty, for a key or value that has no string form, or one with zero bytes; the error stays pending. Anything but
-// a dictionary leaves the lists empty.
+// Replaces the contents of both lists by the str() of each key and value, in the order of the dictionary; anything else
+// leaves them empty. Throws FAILED, with empty lists and the Python exception pending, if a str() fails or contains a NUL
+// byte.
 void kzTextsOfDict(PyObject* dictionary, std::vector<std::string>& keys, std::vector<std::string>& values);
 
-// The object's str(), strictly: throws FAILED, the error pending, where it has none or one with zero bytes.
+// The object's str(). Throws FAILED, with the Python exception pending, if that fails or contains a NUL byte.
 std::string kzStrictStringOf(PyObject* object);

@@ -1,4 +1,4 @@
-// What an element type of storage buffers has to do.
+// The interface of the element types of storage buffers.
 #pragma once
 
 #include "module/python.h"
@@ -14,7 +14,7 @@ class CStorageBuffer;
 class StorageType {
 public:
     virtual std::size_t elementSize() const noexcept = 0;  // bytes
-    // The items of the sequence, which has to have exactly that many, from element `start` on. Those before one that does
+    // Writes the items of a sequence of exactly `count` from element `start` on. On failure, items before the one that does
     // not convert stay written.
     virtual KzResult fill(CStorageBuffer& buffer, PyObject* sequence, std::size_t start, std::size_t count) const = 0;
     virtual PyObject* readRange(const CStorageBuffer& buffer, std::size_t start, std::size_t count) const = 0;

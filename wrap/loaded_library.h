@@ -1,4 +1,4 @@
-// A library that is in the process already, and what it and those below it define.
+// A library that the process has loaded already, and the symbols of it and its dependencies.
 #pragma once
 
 #include <dlfcn.h>
@@ -7,11 +7,11 @@
 
 class CLoadedLibrary {
 public:
-    // Finds nothing when no such library is loaded: it never loads one.
+    // Never loads a library; without one that is loaded, `find` finds nothing.
     explicit CLoadedLibrary(const char* path) noexcept
         : m_handle(path != nullptr ? dlopen(path, RTLD_LAZY | RTLD_NOLOAD) : nullptr) {}
 
-    // Searches the library and then those that it depends on, in the order in which the loader does.
+    // Searches the library and then its dependencies, in the loader's order.
     template <class Pointer> bool find(const char* symbol, Pointer& pointer) const noexcept {
         pointer = m_handle ? reinterpret_cast<Pointer>(dlsym(m_handle.get(), symbol)) : nullptr;
         return pointer != nullptr;

@@ -1,5 +1,18 @@
-// A call from Python to the host. The generator writes one thunk for each method; it names the method and the kinds of
-// its parameters, and all methods of one signature share one marshaller, which this header makes.
+// A call from Python to the host. The generator writes one thunk for each method, which names the method and the kinds
+// of its parameters. The work is done by a marshaller, a function template of this header, and all methods of one
+// signature share one: there are about 3,400 methods, but only about 760 signatures.
+//
+// What a shared marshaller still has to know is which method to call. A pointer to the method would do, but each interface
+// gives it another type, and with it another instance of the template. Every operation of an interface is virtual, though,
+// and a pointer to a virtual member function is, in the C++ ABI of the platforms that we build for, two words: the
+// function's offset in the table of operations plus one, and an adjustment of `this` that is zero here. So a thunk passes
+// the first word, the *slot*, and the marshaller turns it back into a pointer to a member of IKzUnknown with the right
+// parameters (slotOf and methodAt). The compiler then emits a plain call through the table.
+//
+// The object must outlive the call, although the call may run Python code that makes the wrapper let go of it. The
+// marshaller takes no reference for that, which would cost two atomic operations per call: it notes the address in
+// kzCalledObject, which CPyLock saves whenever the host calls back, and wrapper.cpp keeps what a wrapper lets go of until
+// no call on that address is in progress.
 #pragma once
 
 #include "module/py_lock.h"
@@ -12,15 +25,12 @@
 
 namespace kz_marshal {
 
-// How a method's own return value reaches Python.
-enum class Returns { result, nothing, value, pointer, object, typedObject };
-
+// The parameters of one call, all inputs and then all outputs.
 template <class... Parameters> struct Frame {
     std::tuple<Parameters...> parameters;
 
     static constexpr std::size_t inputs = (std::size_t(0) + ... + (Parameters::isInput ? 1 : 0));
     static constexpr std::size_t outputs = sizeof...(Parameters) - inputs;
-    static constexpr bool converts = (false || ... || Parameters::converts);
     static constexpr bool hasText = (false || ... || Parameters::isText);
     static constexpr bool hasInputArray = (false || ... || (Parameters::isInput && Parameters::isArray));
     static constexpr bool hasOutputArray = (false || ... || (!Parameters::isInput && Parameters::isArray));
@@ -36,13 +46,13 @@ template <class... Parameters> struct Frame {
     bool parse(PyObject* self, PyObject* args, std::intptr_t slot) noexcept {
         return [&]<std::size_t... index>(std::index_sequence<index...>) {
             static constexpr char format[] = {std::tuple_element_t<index, std::tuple<Parameters...>>::letter..., '\0'};
-            const bool parsed = kzParse(self, args, slot, format, &std::get<index>(parameters).parsed...);
-            return parsed && inputs > 0;  // where nothing is expected it can only refuse, and nothing has to be kept
+            const bool isParsed = kzParse(self, args, slot, format, &std::get<index>(parameters).argument...);
+            return isParsed && inputs > 0;  // without inputs the parser is called only to refuse
         }
         (std::make_index_sequence<inputs>());
     }
 
-    // `at` becomes the place of the parameter that fails.
+    // On a failure `at` is the index of the parameter that failed.
     KzResult convert(std::size_t& at) noexcept {
         KzResult code = KZe_OK;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
@@ -52,8 +62,8 @@ template <class... Parameters> struct Frame {
         return code;
     }
 
-    // Holds the arrays among the inputs, or among the outputs, against their lengths. The object may be asked for them.
-    // `at` becomes the place of the one that does not fit.
+    // Checks the arrays among the inputs, or limits those among the outputs, to the lengths that the description gives
+    // them, which may have to be asked of the object. On a failure `at` is the index of the array that is too short.
     template <bool ofInputs> KzResult measure(IKzUnknown* object, std::size_t& at) noexcept {
         KzResult code = KZe_OK;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
@@ -69,7 +79,7 @@ template <class... Parameters> struct Frame {
         return kzSucceeded(code);
     }
 
-    // Calls the method with what every parameter passes.
+    // Calls the method with the values that the parameters pass.
     template <class Method> auto call(IKzUnknown* object, Method method) {
         return [&]<std::size_t... index>(std::index_sequence<index...>) {
             return std::apply([&](auto... values) { return (object->*method)(values...); },
@@ -78,7 +88,7 @@ template <class... Parameters> struct Frame {
         (std::make_index_sequence<sizeof...(Parameters)>());
     }
 
-    // Before the next attempt: longer texts, and nothing of what the failed one has left in other outputs.
+    // Prepares another attempt: longer text buffers, and outputs without what the failed attempt wrote to them.
     bool growTexts() noexcept {
         bool grown = true;
         [&]<std::size_t... index>(std::index_sequence<index...>) {
@@ -90,7 +100,7 @@ template <class... Parameters> struct Frame {
     static void growText(OutText& text, bool& grown) noexcept { grown = grown && text.buffer.grow(); }
     template <class Other> static void growText(Other& output, bool&) noexcept { output = Other(); }
 
-    // None, one value, or a tuple with `first` (owned, may be null) before the outputs.
+    // None, one value, or a tuple that starts with `first` (an owned reference, or null).
     template <bool hasFirst> PyObject* makeResult(PyObject* first, Types types) noexcept {
         if constexpr (outputs == 0) {
             if constexpr (hasFirst) return first;
@@ -114,7 +124,7 @@ template <class... Parameters> struct Frame {
         (std::make_index_sequence<outputs>());
         return tuple;
     }
-    // The first item that cannot be made ends the tuple; what comes after it is given back.
+    // After an item that cannot be made the tuple is gone, and the remaining outputs are released.
     template <class Output> static void put(PyObject*& tuple, Py_ssize_t place, Output& output, Types& types) noexcept {
         if (tuple == nullptr) return output.drop();
         PyObject* item = output.make(types);
@@ -129,24 +139,24 @@ template <class Value> PyObject* makeReturned(Value value, Types& types) noexcep
     else return makeValue<Value>(value);
 }
 
-// What a thunk passes of its method: every method is virtual, so its place in the interface's table says it all.
+// The first word of a pointer to a virtual member function, and the pointer for that word; see above.
 template <class Method> std::intptr_t slotOf(Method method) noexcept {
     static_assert(sizeof(Method) == 2 * sizeof(std::intptr_t));
     return std::bit_cast<std::array<std::intptr_t, 2>>(method)[0];
 }
 template <class Method> Method methodAt(std::intptr_t slot) noexcept {
-    if ((slot & 1) == 0) __builtin_unreachable();  // would be a function's address
+    if ((slot & 1) == 0) __builtin_unreachable();  // it would be the address of a function that is not virtual
     return std::bit_cast<Method>(std::array<std::intptr_t, 2>{slot, 0});
 }
 
-// The whole way of a call. `types` is there where objects are returned.
+// A call from arguments to result. `typeList` is the list of wrapper types if the method returns objects, else empty.
 template <bool isResult, class Method, class... Parameters, class... TypeList>
 [[gnu::always_inline]] inline PyObject* marshalHere(PyObject* self, PyObject* args, std::intptr_t slot,
                                                     TypeList... typeList) noexcept {
     kzSetQuiet(false);
     Frame<Parameters...> frame;
     KzResult code = KZe_NOINTERFACE;
-    if (kzWrapper(self)->held != nullptr) {
+    if (kzWrapper(self)->target != nullptr) {
         if (!frame.fast(args)) [[unlikely]]
             if (!frame.parse(self, args, slot)) return nullptr;
         std::size_t at = 0;
@@ -157,9 +167,9 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
     if (!kzFailed(code)) [[likely]] {
         Types types = nullptr;
         ((types = typeList), ...);
-        // Read again: reading an argument may run code that makes the wrapper hold something else, or nothing.
-        IKzUnknown* object = kzWrapper(self)->held;
-        kzCalledObject = object;  // the reference is the wrapper's, which lets go of it at any time
+        // Read only now: converting an argument may run code that changes what the wrapper refers to.
+        IKzUnknown* object = kzWrapper(self)->target;
+        kzCalledObject = object;  // borrowed from the wrapper, which may let go of it during the call
         if (object == nullptr) return kzRaise(KZe_NOINTERFACE);
         std::size_t at = 0;
         if constexpr (Frame<Parameters...>::hasInputArray)
@@ -184,7 +194,7 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
     return kzRaise(code);
 }
 
-// One for each signature. It is kept whole, so that all units of the build share a single copy.
+// One instance for each signature. Not inlined or cloned, so that all translation units share a single copy.
 template <bool isResult, class Method, class... Parameters, class... TypeList>
 [[gnu::noipa]] PyObject* marshal(PyObject* self, PyObject* args, std::intptr_t slot, TypeList... typeList) noexcept {
     return marshalHere<isResult, Method, Parameters...>(self, args, slot, typeList...);
@@ -192,14 +202,14 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
 
 }  // namespace kz_marshal
 
-// What a generated thunk says: the method, and the kinds of its parameters.
+// What generated thunks call: names whether the method returns a result code, and the kinds of its parameters.
 template <bool isResult, class... Parameters> struct KzCall {
     template <class Interface, class Returned, class... Arguments, class... TypeList>
     static PyObject* call(PyObject* self, PyObject* args, Returned (Interface::*method)(Arguments...),
                           TypeList... typeList) noexcept {
         using Method = Returned (IKzUnknown::*)(Arguments...);
         const std::intptr_t slot = kz_marshal::slotOf(static_cast<Method>(method));
-        // Such methods have so little to do that even the way to what they could share shows.
+        // Inlined: these methods do so little that even the call of a shared marshaller is measurable.
         if constexpr (isResult && sizeof...(Parameters) == 0)
             return kz_marshal::marshalHere<isResult, Method>(self, args, slot);
         else return kz_marshal::marshal<isResult, Method, Parameters...>(self, args, slot, typeList...);

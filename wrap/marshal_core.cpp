@@ -53,8 +53,8 @@ template <class Number> Py_ssize_t takeFloats(PyObject* sequence, Number* number
     return index;
 }
 
-KzResult refuse(PyObject* came, const char* expected, Py_ssize_t count) noexcept {
-    kzNoteRefused(came, expected, count);
+KzResult refuse(PyObject* actual, const char* expected, Py_ssize_t count) noexcept {
+    kzNoteRefused(actual, expected, count);
     return KZe_FAILED;
 }
 
@@ -63,8 +63,8 @@ KzResult within(const char* part, Py_ssize_t index) noexcept {
     return KZe_FAILED;
 }
 
-KzResult refuse(PyObject* came, const char* expected, KzResult code = KZe_FAILED) noexcept {
-    kzNoteRefused(came, "%s", expected);
+KzResult refuse(PyObject* actual, const char* expected, KzResult code = KZe_FAILED) noexcept {
+    kzNoteRefused(actual, "%s", expected);
     return code;
 }
 
@@ -329,8 +329,8 @@ PyObject* CTextBuffer::make() noexcept {
 bool kzParse(PyObject* self, PyObject* args, std::intptr_t slot, const char* format, ...) noexcept {
     va_list targets;
     va_start(targets, format);
-    const bool parsed = PyArg_VaParse(args, format, targets) != 0;
+    const bool isParsed = PyArg_VaParse(args, format, targets) != 0;
     va_end(targets);
-    if (!parsed) kzRefuseParsed(self, args, slot, format);
-    return parsed;
+    if (!isParsed) kzRefuseParsed(self, args, slot, format);
+    return isParsed;
 }

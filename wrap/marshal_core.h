@@ -1,5 +1,5 @@
-// The compiled core of argument marshalling: what the templates of every signature call. All of it needs the
-// interpreter lock; nothing here throws.
+// The part of argument marshalling that does not depend on the signature, called by the templates of marshal_kinds.h.
+// Everything here needs the interpreter lock and throws nothing.
 #pragma once
 
 #include "module/python.h"
@@ -12,21 +12,21 @@
 #include <memory>
 #include <vector>
 
-#pragma GCC visibility push(hidden)  // the thousands of calls from generated code are direct then
+#pragma GCC visibility push(hidden)  // so that the thousands of calls from generated code are direct
 
-// Whether one of the bytes of a text is zero, whose length is that of one word to two.
+// True if a text of one to two words contains a NUL byte.
 template <class Word> bool kzHasZero(const char* text, Py_ssize_t size) noexcept {
     constexpr Word ones = static_cast<Word>(0x0101010101010101), highs = static_cast<Word>(ones << 7);
-    Word first = 0, last = 0;  // they may lap over each other
+    Word first = 0, last = 0;  // they may overlap
     std::memcpy(&first, text, sizeof first);
     std::memcpy(&last, text + size - sizeof last, sizeof last);
     return ((((first - ones) & ~first) | ((last - ones) & ~last)) & highs) != 0;
 }
 
-// The text of a plain str without zero bytes, null for None, kzNoText for anything else. Sets no exception.
+// The text of an exact str without NUL bytes, null for None, kzNoText for anything else. Sets no exception.
 extern const char kzNoText[1];
 const char* kzTakeOtherText(PyObject* object) noexcept;
-// Most texts are names, short enough to be looked over here.
+// Inlined for names, which most texts are.
 inline const char* kzTakeText(PyObject* object) noexcept {
     if (!PyString_CheckExact(object)) return kzTakeOtherText(object);
     const char* text = PyString_AS_STRING(object);
@@ -36,37 +36,39 @@ inline const char* kzTakeText(PyObject* object) noexcept {
         return text;
     return kzTakeOtherText(object);
 }
-// A sequence of exactly `count` numbers. FAILED for another length; a Python exception stays set where one was raised.
+// Reads a sequence of exactly `count` numbers. FAILED for any other length; a raised Python exception stays set.
 KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept;
 KzResult kzReadNumbers(PyObject* sequence, float* numbers, Py_ssize_t count) noexcept;
-// A sequence of exactly `count` sequences of exactly `count` numbers.
+// Reads a sequence of exactly `rows` sequences of exactly `columns` numbers.
 KzResult kzReadRows(PyObject* sequence, double* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
 KzResult kzReadRows(PyObject* sequence, float* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
-// A sequence of two sequences of three numbers; INVALIDARG when it is no sequence.
+// Reads a sequence of two sequences of three numbers; INVALIDARG if it is not a sequence.
 KzResult kzReadBounds(PyObject* sequence, KzBounds& bounds) noexcept;
 
-// Tuples of floats; of tuples of floats. Null with an exception set when memory is short.
+// New tuples of floats, or of tuples of floats. Null with an exception set if memory is short.
 PyObject* kzMakeNumbers(const double* numbers, Py_ssize_t count) noexcept;
 PyObject* kzMakeNumbers(const float* numbers, Py_ssize_t count) noexcept;
 PyObject* kzMakeRows(const double* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
 PyObject* kzMakeRows(const float* numbers, Py_ssize_t rows, Py_ssize_t columns) noexcept;
 PyObject* kzMakeBounds(const KzBounds& bounds) noexcept;
-PyObject* kzMakeString(const char* text) noexcept;                    // None for a null text
+PyObject* kzMakeString(const char* text) noexcept;                    // None for null
 PyObject* kzMakeHints(const KzTextValueHint* hints) noexcept;         // a list of (integer, text)
-PyObject* kzMakeArrayView(void* memory, std::size_t bytes) noexcept;  // a buffer without type over the host's memory
+PyObject* kzMakeArrayView(void* memory, std::size_t bytes) noexcept;  // an untyped buffer over the host's memory
 
 // Releases an object, if there is one.
 void kzGiveBack(IKzUnknown* object) noexcept;
 
-// A GUID from its text, by the host's lookup. FAILED for anything else.
+// Reads a GUID from its text or from a name that the host knows. FAILED for anything else.
 KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept;
 
-// The product of sizes, at most SIZE_MAX; 0 where one of them is negative.
+// The product of the factors, at most SIZE_MAX; 0 if one of them is negative.
 std::size_t kzProduct(std::initializer_list<std::int64_t> factors) noexcept;
 
-// The memory of a storage argument, or null for None; INVALIDARG for anything else. While it is pinned the memory stays
-// where it is, whatever Python does to the storage.
-inline constexpr std::int64_t kzUnknownSize = INT64_MIN;  // of what is not in a table
+// The factor for a value that a table does not have.
+inline constexpr std::int64_t kzUnknownSize = INT64_MIN;
+
+// Pins the memory of a storage argument: it stays valid and in place until the pin ends, whatever Python does to the
+// storage. None has null memory; anything else is INVALIDARG.
 class CStoragePin {
 public:
     CStoragePin() = default;
@@ -75,9 +77,8 @@ public:
     CStoragePin& operator=(const CStoragePin&) = delete;
     KzResult pin(PyObject* object) noexcept;
     void* memory() const noexcept { return m_memory; }
-    // INVALIDARG unless there are as many bytes as these factors make. None
-    // of them are needed where there is no memory, or where a factor is negative: that is for the method to refuse. No
-    // storage is long enough for an unknown size.
+    // INVALIDARG if the storage has fewer bytes than the product of the factors. Null memory and negative factors pass:
+    // refusing them is up to the method. No storage is long enough for kzUnknownSize.
     KzResult holds(std::initializer_list<std::int64_t> factors) const noexcept;
 
 private:
@@ -85,7 +86,7 @@ private:
     void* m_memory = nullptr;
 };
 
-// A dictionary from integers to texts, or a sequence of such pairs, as the host's table of hints.
+// Converts a dictionary from integers to texts, or a sequence of such pairs, to the host's table of hints.
 class CHintTable {
 public:
     CHintTable() = default;
@@ -95,7 +96,7 @@ public:
     KzResult read(PyObject* dictionary) noexcept;
     KzResult readPairs(PyObject* sequence) noexcept;
     const KzTextValueHint* rows() const noexcept { return m_rows.data(); }
-    // A copy of the rows that lives, texts and all, as long as the interpreter. Null with an exception set on failure.
+    // A copy of the rows and their texts that lives as long as the interpreter. Null with an exception set on failure.
     KzTextValueHint* keep() noexcept;
 
 private:
@@ -106,7 +107,7 @@ private:
     std::vector<PyObject*> m_texts;  // keeps the rows' texts alive
 };
 
-// A sequence of (number, bytes) pairs as a block list; None is an empty list.
+// Converts a sequence of (number, bytes) pairs to a block list; None gives an empty list.
 class CBlockTable {
 public:
     CBlockTable() = default;
@@ -124,14 +125,14 @@ private:
     KzBlockList m_list{0, nullptr};
 };
 
-// Memory for a text that the host writes. It starts on the stack and grows while the host answers SHORTBUFFER.
+// A buffer for a text that the host writes. It starts on the stack and grows while the host answers SHORTBUFFER.
 class CTextBuffer {
 public:
     CTextBuffer() noexcept { m_local[0] = '\0'; }
     char* data() noexcept { return m_heap ? m_heap.get() : m_local; }
     std::uint32_t size() const noexcept { return m_size; }
-    bool grow() noexcept;      // false when it has grown enough
-    void growOnce() noexcept;  // to what any text needs; stays as it is where memory is short
+    bool grow() noexcept;      // false once it is as large as it may get
+    void growOnce() noexcept;  // to the size for methods that are called once; best effort
     PyObject* make() noexcept;
 
 private:
@@ -146,7 +147,7 @@ private:
     std::uint32_t m_size = localSize;
 };
 
-// Reads the arguments of the method in that slot with the interpreter's parser. What it refuses is explained in the log.
+// Reads the arguments of the method in that slot with the interpreter's parser. The log explains why they are refused.
 bool kzParse(PyObject* self, PyObject* args, std::intptr_t slot, const char* format, ...) noexcept;
 
 #pragma GCC visibility pop

@@ -1,4 +1,4 @@
-// Reading memory that may not be there: an address that comes from a script can be anything.
+// Reads from addresses that may be invalid, because they come from a script.
 #pragma once
 
 #include <fcntl.h>
@@ -18,8 +18,8 @@ public:
     CMemoryProbe(const CMemoryProbe&) = delete;
     CMemoryProbe& operator=(const CMemoryProbe&) = delete;
 
-    // Copies a few bytes; false when they cannot be read. The kernel does the reading: where the process would get a
-    // fault, it gets an error.
+    // Copies a few bytes; false if they cannot be read. The bytes go through a pipe, because the kernel reports an error
+    // where a direct read would crash the process.
     template <class Value> bool read(const void* address, Value& value) noexcept {
         constexpr auto size = static_cast<ssize_t>(sizeof(Value));
         return write(m_ends[1], address, sizeof(Value)) == size && ::read(m_ends[0], &value, sizeof(Value)) == size;

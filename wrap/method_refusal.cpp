@@ -1,5 +1,5 @@
-// Reasons for refused arguments of wrapper methods. The names come from the documentation of the method, which spells
-// out its signature.
+// Explains why arguments of wrapper methods were refused. The names of the parameters come from the method's docstring,
+// which contains its signature.
 #include "wrap/method_refusal.h"
 
 #include "module/explain.h"
@@ -22,7 +22,7 @@ struct Signature {
     std::vector<std::string> parameters;  // "vector pos"
 };
 
-// The documentation reads "OUTPUTS = NAME(KIND NAME,KIND NAME)".
+// The docstring reads "OUTPUTS = NAME(KIND NAME,KIND NAME)".
 std::vector<std::string> parametersOf(std::string_view documentation) {
     std::vector<std::string> parameters;
     if (const std::size_t equals = documentation.find(" = "); equals != std::string_view::npos)
@@ -37,7 +37,7 @@ std::vector<std::string> parametersOf(std::string_view documentation) {
     return parameters;
 }
 
-// The method table is in the order of the interface, which begins with the methods of every object.
+// The method table is in the order of the interface, whose table of operations starts with those of IKzUnknown.
 Signature signatureOf(PyObject* self, std::intptr_t slot) {
     constexpr std::intptr_t inherited = 3;
     constexpr std::intptr_t generic = 5;
@@ -50,7 +50,7 @@ Signature signatureOf(PyObject* self, std::intptr_t slot) {
 
 const char* expectedBy(char letter) noexcept {
     switch (letter) {
-    case 'z': return "a text without zero bytes, or None";
+    case 'z': return "a string without NUL bytes, or None";
     case 'd':
     case 'f': return "a number";
     default: return "an integer";
@@ -64,14 +64,14 @@ bool isRefused(PyObject* args, std::string format, std::size_t index) {
     format[index] = letter;
     std::array<void*, 16> to{};
     for (std::size_t at = 0; at < room.size(); ++at) to[at] = &room[at];
-    const bool parsed = PyArg_ParseTuple(args, format.c_str(), to[0], to[1], to[2], to[3], to[4], to[5], to[6], to[7],
-                                         to[8], to[9], to[10], to[11], to[12], to[13], to[14], to[15]) != 0;
+    const bool isParsed = PyArg_ParseTuple(args, format.c_str(), to[0], to[1], to[2], to[3], to[4], to[5], to[6], to[7],
+                                           to[8], to[9], to[10], to[11], to[12], to[13], to[14], to[15]) != 0;
     PyErr_Clear();
-    return !parsed;
+    return !isParsed;
 }
 
-// Which argument the parser refused. It does not say, so each is tried again; those with code of their own are not, and
-// are to blame when no other is.
+// The index of the argument that the parser refused. The parser does not tell, so each argument is parsed again, except
+// those whose conversion may run Python code; the first of those is blamed if no other fails.
 std::size_t refusedIndex(PyObject* args, const std::string& format) {
     std::size_t blamed = format.size();
     for (std::size_t index = 0; index < format.size(); ++index) {

@@ -16,7 +16,7 @@ KzServing theServing;
 
 bool isZero(PyObject* object) noexcept { return PyInt_Check(object) && PyInt_AS_LONG(object) == 0; }
 
-// A pointer that an object's own __peekobj__ gives; null when it gives none.
+// The pointer that the object's __peekobj__ returns, or null.
 IKzUnknown* peekByAttribute(PyObject* object) {
     const CPyRefNull method(PyObject_GetAttrString(object, "__peekobj__"));
     if (method.get() == nullptr) {
@@ -32,19 +32,19 @@ IKzUnknown* peekByAttribute(PyObject* object) {
     return static_cast<IKzUnknown*>(pointer);
 }
 
-// The host object for "O" of a generic method, with a new reference, or null.
-CKzLoc_Unknown& convertArgument(PyObject* self, const char* method, PyObject* args, CKzLoc_Unknown& found) {
+// Converts the only argument of a generic method to a host object with a new reference, or null.
+CKzLoc_Unknown& convertArgument(PyObject* self, const char* method, PyObject* args, CKzLoc_Unknown& object) {
     PyObject* source = nullptr;
     if (PyArg_ParseTuple(args, "O", &source) == 0) {
         kzParseFailed();
         throw KZe_FAILED;
     }
-    const KzResult code = kzObjectToInterface(source, true, found.out());
+    const KzResult code = kzObjectToInterface(source, true, object.out());
     if (kzFailed(code)) {
         kzRefuseArgument(std::string(kzRowOf(Py_TYPE(self)).type.tp_name) + "." + method, 0, "source", code);
         throw code;
     }
-    return found;
+    return object;
 }
 
 }  // namespace
@@ -53,23 +53,23 @@ void kzSetServing(const KzServing& serving) noexcept { theServing = serving; }
 
 IKzUnknown* kzPeek(PyObject* object) {
     if (object == Py_None || isZero(object)) return nullptr;
-    if (kzIsWrapper(object)) return kzNonNull(kzWrapper(object)->held, KZe_NOINTERFACE);
+    if (kzIsWrapper(object)) return kzNonNull(kzWrapper(object)->target, KZe_NOINTERFACE);
     return peekByAttribute(object);
 }
 
-KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** found) noexcept {
-    if (kzIsWrapper(object)) {  // most arguments are wrappers, and those that hold something need no more than this
-        *found = kzWrapper(object)->held;
-        if (*found != nullptr) return (*found)->AddRef(), KZe_OK;
+KzResult kzObjectToInterface(PyObject* object, bool noneAllowed, IKzUnknown** result) noexcept {
+    if (kzIsWrapper(object)) {  // the fast path: most arguments are wrappers that are not empty
+        *result = kzWrapper(object)->target;
+        if (*result != nullptr) return (*result)->AddRef(), KZe_OK;
     }
-    *found = nullptr;
+    *result = nullptr;
     if (noneAllowed && (object == Py_None || isZero(object))) return KZe_OK;
     const KzResult code = kzBoundary([=] {
-        IKzUnknown* known = kzPeek(object);
-        if (known != nullptr) known->AddRef();
-        else if (theServing.serve != nullptr && object != Py_None && !isZero(object)) known = theServing.serve(object);
-        *found = known;
-        if (known != nullptr) return KZe_OK;
+        IKzUnknown* target = kzPeek(object);
+        if (target != nullptr) target->AddRef();
+        else if (theServing.serve != nullptr && object != Py_None && !isZero(object)) target = theServing.serve(object);
+        *result = target;
+        if (target != nullptr) return KZe_OK;
         if (PyErr_Occurred() == nullptr) PyErr_SetString(PyExc_RuntimeError, "Object cannot be converted to interface");
         return KZe_NOTFOUND;
     });
@@ -105,26 +105,26 @@ PyObject* kzWrapperSet(PyObject* self, PyObject* args) {
 PyObject* kzWrapperTest(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
-    return PyBool_FromLong(kzWrapper(self)->held != nullptr ? 1 : 0);
+    return PyBool_FromLong(kzWrapper(self)->target != nullptr ? 1 : 0);
 }
 
 PyObject* kzWrapperEq(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     return kzPythonEntry([=] {
         CKzLoc_Unknown other;
-        return PyBool_FromLong(convertArgument(self, "__eq__", args, other).raw() == kzWrapper(self)->held ? 1 : 0);
+        return PyBool_FromLong(convertArgument(self, "__eq__", args, other).raw() == kzWrapper(self)->target ? 1 : 0);
     });
 }
 
 PyObject* kzWrapperHash(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
-    // Objects are aligned: the low four bits of their addresses say nothing.
-    return PyLong_FromUnsignedLongLong(std::rotr(std::bit_cast<std::uint64_t>(kzWrapper(self)->held), 4));
+    // Objects are aligned, so the low four bits of their addresses carry no information.
+    return PyLong_FromUnsignedLongLong(std::rotr(std::bit_cast<std::uint64_t>(kzWrapper(self)->target), 4));
 }
 
 PyObject* kzWrapperPeek(PyObject* self, PyObject* args) {
     kzSetQuiet(false);
     if (PyArg_ParseTuple(args, "") == 0) return kzParseFailed();
-    return PyLong_FromVoidPtr(kzWrapper(self)->held);
+    return PyLong_FromVoidPtr(kzWrapper(self)->target);
 }

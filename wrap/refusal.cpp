@@ -15,11 +15,11 @@
 
 namespace {
 
-// Fixed room: a note is made where memory may be short.
+// Fixed buffers, because notes are also made when memory is short.
 char theExpected[120];
-char theFound[160];
+char theActual[160];
 
-// "a tuple of length 2". Looks only at what no code of the object's own has to be asked for.
+// "a tuple of length 2". Runs no code of the object.
 void describe(PyObject* object, char* text, std::size_t size) noexcept {
     const char* type = Py_TYPE(object)->tp_name;
     if (object == Py_None) std::snprintf(text, size, "None");
@@ -29,7 +29,8 @@ void describe(PyObject* object, char* text, std::size_t size) noexcept {
         std::snprintf(text, size, "a %s of %zu bytes", type, kzStorageBuffer(object).readableBytes());
     else
         std::snprintf(text, size, "%s %s",
-                      kzIsWrapper(object) && kzWrapper(object)->held == nullptr ? "an empty" : "a value of type", type);
+                      kzIsWrapper(object) && kzWrapper(object)->target == nullptr ? "an empty" : "a value of type",
+                      type);
 }
 
 // "ValueError: it says", of the pending exception, which stays pending.
@@ -45,22 +46,22 @@ std::string pendingText() {
 
 }  // namespace
 
-void kzNoteRefused(PyObject* came, const char* expected, ...) noexcept {
+void kzNoteRefused(PyObject* actual, const char* expected, ...) noexcept {
     va_list values;
     va_start(values, expected);
     std::vsnprintf(theExpected, sizeof theExpected, expected, values);
     va_end(values);
-    describe(came, theFound, sizeof theFound);
+    describe(actual, theActual, sizeof theActual);
 }
 
 void kzNoteWithin(const char* part, Py_ssize_t index) noexcept {
-    char found[sizeof theFound];
-    std::snprintf(found, sizeof found, "%s %zd: %.120s", part, index + 1, theFound);
-    std::memcpy(theFound, found, sizeof found);
+    char text[sizeof theActual];
+    std::snprintf(text, sizeof text, "%s %zd: %.120s", part, index + 1, theActual);
+    std::memcpy(theActual, text, sizeof text);
 }
 
 std::string kzRefusedReason() {
-    std::string reason = std::string("expected ") + theExpected + ", got " + theFound;
+    std::string reason = std::string("expected ") + theExpected + ", got " + theActual;
     if (const std::string why = pendingText(); !why.empty()) reason += " (" + why + ")";
     return reason;
 }

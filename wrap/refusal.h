@@ -8,8 +8,8 @@
 
 #include <string>
 
-// Notes what an argument had to be and what came, for whoever explains the failure next. Nobody need do so.
-[[gnu::cold, gnu::format(printf, 2, 3)]] void kzNoteRefused(PyObject* came, const char* expected, ...) noexcept;
+// Notes what an argument had to be and what actual, for whoever explains the failure next. Nobody need do so.
+[[gnu::cold, gnu::format(printf, 2, 3)]] void kzNoteRefused(PyObject* actual, const char* expected, ...) noexcept;
 // Puts the note where it belongs within the argument: "item 3", counted from 1.
 [[gnu::cold]] void kzNoteWithin(const char* part, Py_ssize_t index) noexcept;
 

@@ -1,86 +1,87 @@
-// The submodules of kz, filled header by header.
+// The submodules of kz. What the headers give them is made when it is asked for: a script uses a few of thousands of names.
 #include "wrap/registration.h"
 
 #include "module/checks.h"
+#include "wrap/lazy_module.h"
 #include "wrap/result_codes.h"
+
+#include <cstring>
 
 namespace {
 
-PyObject* addSubmodule(PyObject* kz, const char* name) {
-    const std::string full = std::string(PyModule_GetName(kz)) + "." + name;
-    PyObject* module = kzNonNull(PyImport_AddModule(full.c_str()));  // borrowed: the import system keeps it
-    Py_INCREF(module);
-    kzNonNegative(PyModule_AddObject(kz, name, module));
-    return module;
-}
+// Each kind of row that a header has: where, what it is called, and a new reference to what it stands for.
+struct Symbols {
+    static constexpr auto rows = &KzHeaderRows::symbols;
+    static const char* nameOf(const KzSymbolRow& row) { return row.name; }
+    static PyObject* make(const KzSymbolRow& row) {
+        switch (row.kind) {
+        case KzSymbolRow::integer: return PyInt_FromLong(row.number);
+        case KzSymbolRow::longInteger: return PyLong_FromLongLong(row.number);
+        case KzSymbolRow::real: return PyFloat_FromDouble(row.realNumber);
+        case KzSymbolRow::text: return PyString_FromString(row.string);
+        }
+        return nullptr;
+    }
+};
 
-PyObject* makeSymbol(const KzSymbolRow& row) {
-    switch (row.kind) {
-    case KzSymbolRow::integer: return PyInt_FromLong(row.number);
-    case KzSymbolRow::longInteger: return PyLong_FromLongLong(row.number);
-    case KzSymbolRow::real: return PyFloat_FromDouble(row.realNumber);
-    case KzSymbolRow::text: return PyString_FromString(row.string);
+struct Results {
+    static constexpr auto rows = &KzHeaderRows::results;
+    static const char* nameOf(const KzResultRow& row) { return row.name; }
+    static PyObject* make(const KzResultRow& row) { return PyLong_FromUnsignedLong(row.code); }
+};
+
+struct Objects {
+    static constexpr auto rows = &KzHeaderRows::objects;
+    static const char* nameOf(const KzWrapperType* row) { return row->name; }
+    static PyObject* make(KzWrapperType* row) {
+        kzReadyObjectType(*row);
+        Py_INCREF(&row->type);
+        return reinterpret_cast<PyObject*>(&row->type);
+    }
+};
+
+struct Services : Objects {
+    static constexpr auto rows = &KzHeaderRows::services;
+    static PyObject* make(KzWrapperType* row) {
+        kzReadyServiceType(*row);
+        Py_INCREF(&row->type);
+        return reinterpret_cast<PyObject*>(&row->type);
+    }
+};
+
+// The last row of that name counts.
+template <class Kind> PyObject* find(const char* name) {
+    for (auto header = kzHeaders.rbegin(); header != kzHeaders.rend(); ++header) {
+        const auto rows = (*header)->*Kind::rows;
+        for (auto row = rows.rbegin(); row != rows.rend(); ++row)
+            if (std::strcmp(Kind::nameOf(*row), name) == 0) return kzNonNull(Kind::make(*row));
     }
     return nullptr;
 }
 
-// A later value under the same name takes the place of the earlier one. The names are not interned, which would take as
-// long again as everything else about them, for thousands of names of which a script uses a few.
-void add(PyObject* module, const char* name, PyObject* value) {
-    const CPyRef owned(value, CPyRef::owned);
-    const CPyRef key(PyString_FromString(name), CPyRef::owned);
-    kzNonNegative(PyDict_SetItem(PyModule_GetDict(module), key, owned));
+template <class Kind> void makeAll(const std::function<void(const char* name, PyObject* made)>& take) {
+    for (const KzHeaderRows* header : kzHeaders)
+        for (const auto& row : header->*Kind::rows) take(Kind::nameOf(row), Kind::make(row));
 }
 
-// Keeps the cycle collector away while thousands of objects are made that all stay.
-class CCollectorPause {
-public:
-    CCollectorPause() : m_collector(PyImport_ImportModule("gc")), m_was(call("isenabled")) { call("disable"); }
-    ~CCollectorPause() {
-        if (m_was.get() == Py_True) call("enable");
-        PyErr_Clear();
-    }
-    CCollectorPause(const CCollectorPause&) = delete;
-    CCollectorPause& operator=(const CCollectorPause&) = delete;
-
-private:
-    CPyRefNull call(const char* function) {
-        if (m_collector.get() == nullptr) return CPyRefNull();
-        return CPyRefNull(PyObject_CallMethod(m_collector, kzText(function), nullptr));
-    }
-
-    CPyRefNull m_collector;
-    CPyRefNull m_was;
-};
-
-struct Submodules {
-    PyObject* service;
-    PyObject* object;
-    PyObject* result;
-    PyObject* symbol;
-};
-
-void addHeader(const KzHeaderRows& header, const Submodules& modules) {
-    for (KzWrapperType* row : header.objects) kzRegisterObjectType(modules.object, *row);
-    for (KzWrapperType* row : header.services) kzRegisterServiceType(modules.service, *row);
-    for (const KzSymbolRow& row : header.symbols) add(modules.symbol, row.name, makeSymbol(row));
-    for (const KzResultRow& row : header.results) {
-        add(modules.result, row.name, PyLong_FromUnsignedLong(row.code));
-        kzAddResultName(row.name, row.code);
-    }
+template <class Kind> PyObject* addSubmodule(PyObject* kz, const char* name) {
+    static constexpr KzLazyNames names{find<Kind>, makeAll<Kind>};
+    return kzAddLazyModule(kz, name, names);
 }
 
 }  // namespace
 
 void kzAddSubmodules(PyObject* kz, PyTypeObject& storage) {
-    const CCollectorPause pause;
-    Submodules modules{};
-    modules.service = addSubmodule(kz, "service");
-    modules.object = addSubmodule(kz, "object");
-    modules.result = addSubmodule(kz, "result");
-    modules.symbol = addSubmodule(kz, "symbol");
-    addSubmodule(kz, "ifc");
-    kzRegisterObjectType(modules.object, kzUnknownType);
-    kzRegisterForeignType(modules.object, "storage", storage);
-    for (const KzHeaderRows* header : kzHeaders) addHeader(*header, modules);
+    addSubmodule<Services>(kz, "service");
+    PyObject* object = addSubmodule<Objects>(kz, "object");
+    addSubmodule<Results>(kz, "result");
+    addSubmodule<Symbols>(kz, "symbol");
+    PyObject* ifc = kzNonNull(PyImport_AddModule((std::string(PyModule_GetName(kz)) + ".ifc").c_str()));
+    Py_INCREF(ifc);
+    kzNonNegative(PyModule_AddObject(kz, "ifc", ifc));
+    kzReadyObjectType(kzUnknownType);
+    kzAddType(object, "Unknown", kzUnknownType.type);
+    kzAddType(object, "storage", storage);
+    for (const KzHeaderRows* header : kzHeaders)
+        for (const KzResultRow& row : header->results) kzAddResultName(row.name, row.code);
 }

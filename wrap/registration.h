@@ -39,6 +39,6 @@ struct KzHeaderRows {
 // All headers, in the order of the SDK.
 extern const std::span<const KzHeaderRows* const> kzHeaders;
 
-// Makes the submodules service, object, result, symbol and ifc, in that order, and fills them header by header.
+// Makes the submodules service, object, result, symbol and ifc, in that order.
 // `storage` becomes kz.object.storage. Throws FAILED.
 void kzAddSubmodules(PyObject* kz, PyTypeObject& storage);

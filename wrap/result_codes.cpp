@@ -8,8 +8,11 @@
 #include "kz/command.h"
 #include "kz/result.h"
 
+#include <frameobject.h>
+
 #include <cstdlib>
 #include <map>
+#include <utility>
 
 KzResult kzLastResultCode = 0;
 bool kzQuietFlag = false;
@@ -73,7 +76,28 @@ KzResult codeOfCodeText(const std::string& text) {
     return static_cast<KzResult>(std::strtol(text.c_str(), nullptr, 10));
 }
 
+// The call of Python code during which a KeyboardInterrupt became a code: its frame and the instruction that it is at.
+struct InterruptedCall {
+    const PyFrameObject* frame = nullptr;
+    int instruction = 0;
+
+    static InterruptedCall current() {
+        const PyFrameObject* frame = PyThreadState_GET()->frame;
+        return {frame, frame != nullptr ? frame->f_lasti : 0};
+    }
+};
+InterruptedCall theInterruptedCall;
+
 }  // namespace
+
+bool kzRaiseInterrupt() noexcept {
+    if (theInterruptedCall.frame == nullptr) return false;
+    const InterruptedCall interrupted = std::exchange(theInterruptedCall, {});
+    const InterruptedCall call = InterruptedCall::current();
+    if (call.frame != interrupted.frame || call.instruction != interrupted.instruction) return false;
+    PyErr_SetNone(PyExc_KeyboardInterrupt);
+    return true;
+}
 
 void kzAddResultName(const char* name, KzResult code) {
     (*theCodes)[name] = code;
@@ -81,14 +105,14 @@ void kzAddResultName(const char* name, KzResult code) {
 }
 
 std::optional<KzResult> kzResultByName(const std::string& name) {
-    const auto found = theCodes->find(name);
-    if (found == theCodes->end()) return std::nullopt;
-    return found->second;
+    const auto entry = theCodes->find(name);
+    if (entry == theCodes->end()) return std::nullopt;
+    return entry->second;
 }
 
 const char* kzResultName(KzResult code) {
-    const auto found = theNames->find(code);
-    return found == theNames->end() ? "<unknown code>" : found->second.c_str();
+    const auto entry = theNames->find(code);
+    return entry == theNames->end() ? "<unknown code>" : entry->second.c_str();
 }
 
 void kzForgetResultNames() noexcept {
@@ -101,7 +125,7 @@ bool kzIsSilent(KzResult code) noexcept {
 }
 
 PyObject* kzRaise(KzResult code) noexcept {
-    if (kzSucceeded(code) || PyErr_Occurred() != nullptr) return nullptr;
+    if (kzSucceeded(code) || PyErr_Occurred() != nullptr || kzRaiseInterrupt()) return nullptr;
     for (const Translation& row : translations) {
         if (row.code != code) continue;
         PyErr_SetString(*row.exception, row.text);
@@ -127,6 +151,9 @@ KzResult kzResultOfPending() noexcept {
     return kzBoundary([] {
         const KzException exception = KzException::fetch();
         const KzResult code = kzResultOfException(exception.type, exception.value);
+        const bool isInterrupt = exception.type.get() != nullptr &&
+                                 PyErr_GivenExceptionMatches(exception.type, PyExc_KeyboardInterrupt) != 0;
+        theInterruptedCall = isInterrupt ? InterruptedCall::current() : InterruptedCall();
         if (kzQuietFlag) kzQuietFlag = false;
         else if (kzFailed(code) && !kzIsSilent(code)) kzReportException(exception);
         return code;
@@ -151,16 +178,16 @@ KzResult kzReportToMessage(const KzException& exception, IKzMessage* message) {
 }
 
 KzCodeText kzResultOfText(PyObject* object) {
-    KzCodeText parsed;
-    if (object == nullptr || object == Py_None) return parsed;
+    KzCodeText result;
+    if (object == nullptr || object == Py_None) return result;
     const std::string text = textOrThrow(object);
-    if (text.empty()) return parsed;
+    if (text.empty()) return result;
     const std::size_t colon = text.find(':');
     const std::string codeText = text.substr(0, colon);
-    if (colon != std::string::npos) parsed.message = text.substr(colon + 1);
-    parsed.hasCode = !codeText.empty();
-    parsed.code = parsed.hasCode ? codeOfCodeText(codeText) : KZe_FAILED;
-    return parsed;
+    if (colon != std::string::npos) result.message = text.substr(colon + 1);
+    result.hasCode = !codeText.empty();
+    result.code = result.hasCode ? codeOfCodeText(codeText) : KZe_FAILED;
+    return result;
 }
 
 void kzLostException(KzResult code) noexcept {

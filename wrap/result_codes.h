@@ -32,6 +32,11 @@ inline void kzSetQuiet(bool quiet) noexcept { kzQuietFlag = quiet; }
 // Python-callable function can return it.
 [[gnu::visibility("hidden")]] PyObject* kzRaise(KzResult code) noexcept;
 
+// Ctrl-C in a method that the host called for Python goes through the host as a code, like any exception. Where the
+// host's call fails and returns to Python, that Python code is to see the interrupt, not an error that it may handle.
+// Makes it pending again, once; false when this call was not interrupted.
+[[gnu::visibility("hidden")]] bool kzRaiseInterrupt() noexcept;
+
 // The code for an exception.
 KzResult kzResultOfException(PyObject* type, PyObject* value);
 // Takes the pending exception, reports it unless it is silent or the quiet flag is set (and then clears the flag).

@@ -112,7 +112,7 @@ void* kzPinStorage(PyObject* storage) noexcept {
 }
 
 void kzUnpinStorage(PyObject* storage) noexcept {
-    const CPyRefNull held(storage);  // the pin's own reference
+    const CPyRefNull reference(storage);  // the one that the pin took
     kzStorageBuffer(storage).unpin();
 }
 

@@ -17,10 +17,10 @@ PyObject* toPython(double value) { return PyFloat_FromDouble(value); }
 PyObject* toPython(std::int32_t value) { return PyInt_FromLong(value); }
 PyObject* toPython(std::uint8_t value) { return PyInt_FromLong(value); }
 PyObject* toPython(std::uint32_t value) { return PyLong_FromUnsignedLong(value); }
-// Always a long, however small the address.
+// Always a long, even for small addresses.
 PyObject* toPython(void* value) { return PyLong_FromUnsignedLongLong(reinterpret_cast<std::uintptr_t>(value)); }
 
-// Each may run Python code and leaves an exception set when the object is no such number.
+// May run Python code. An exception is set if the object cannot be converted.
 void fromPython(PyObject* object, double& value) { value = PyFloat_AsDouble(object); }
 void fromPython(PyObject* object, float& value) { value = static_cast<float>(PyFloat_AsDouble(object)); }
 void fromPython(PyObject* object, std::int32_t& value) { value = static_cast<std::int32_t>(PyInt_AsLong(object)); }
@@ -73,7 +73,7 @@ public:
         Element element{};
         fromPython(value, element);
         if (PyErr_Occurred() != nullptr) return KZe_FAILED;
-        // Looked up only now: the conversion may have changed the buffer.
+        // Only now: the conversion may have changed the buffer.
         void* place = placeOf(buffer, index);
         if (place == nullptr) return KZe_OUTOFBOUNDS;
         std::memcpy(place, &element, sizeof element);
@@ -81,7 +81,7 @@ public:
     }
 
 private:
-    // Null, too, when the buffer has been given another type meanwhile.
+    // Also null if the type of the buffer has been changed meanwhile.
     void* placeOf(const CStorageBuffer& buffer, std::size_t index) const {
         return buffer.type() == this ? buffer.at(index) : nullptr;
     }
@@ -94,20 +94,20 @@ const StorageTypeImpl<double> doubleType;
 const StorageTypeImpl<std::uint32_t> unsignedType;
 const StorageTypeImpl<void*> pointerType;
 
-struct NamedType {
+struct LetterRow {
     char letter;
     const StorageType* type;
 };
 
-constexpr NamedType namedTypes[] = {
+constexpr LetterRow letterRows[] = {
     {'f', &floatType}, {'i', &intType}, {'b', &byteType}, {'d', &doubleType}, {'u', &unsignedType}, {'p', &pointerType},
 };
 
 }  // namespace
 
 const StorageType* kzFindStorageType(char letter) noexcept {
-    for (const NamedType& named : namedTypes)
-        if (named.letter == letter) return named.type;
+    for (const LetterRow& row : letterRows)
+        if (row.letter == letter) return row.type;
     return nullptr;
 }
 
@@ -116,12 +116,12 @@ bool kzIsByteType(const StorageType* type) noexcept { return type == &byteType; 
 PyObject* kzNewStorageView(void* memory, std::size_t elements, char letter) noexcept {
     PyTypeObject* storage = kzStorageTypeObject();
     if (storage == nullptr) return kzRaise(KZe_NOTREADY);
-    CPyRefNull made(storage->tp_new(storage, nullptr, nullptr));
-    if (made.get() == nullptr) return nullptr;
+    CPyRefNull view(storage->tp_new(storage, nullptr, nullptr));
+    if (view.get() == nullptr) return nullptr;
     const StorageType* type = kzFindStorageType(letter);
-    CStorageBuffer& buffer = kzStorageBuffer(made);
+    CStorageBuffer& buffer = kzStorageBuffer(view);
     buffer.refer(memory, type != nullptr ? elements * type->elementSize() : SIZE_MAX, type,
                  type != nullptr ? elements : 0);
     buffer.setWritable(memory == nullptr || type != nullptr);
-    return made.release();
+    return view.release();
 }

@@ -18,8 +18,11 @@
 
 namespace {
 
-// What wrappers let go of while it may have been called, one reference of each. Its calls are known by the object alone,
-// so that wrappers that are set again and again inside of a call keep nothing but what is called.
+// The one place where an object is kept while a call on it runs. A host call takes no reference to its object: the wrapper
+// has one, and the call itself can drop it, when the host calls back into Python and Python resets the wrapper. So whoever
+// drops a target hands it over here. If a call on that object is in progress (CPyLock knows the objects of all calls under
+// way), one reference is kept, and the hook that runs when Python is left releases it once the call has returned. Objects
+// are known by address alone, so a wrapper that is reset over and over inside a call keeps alive only what is being called.
 class CKeptObjects {
 public:
     static CKeptObjects& instance() noexcept {
@@ -27,7 +30,7 @@ public:
         return *theKept;
     }
 
-    // Releases the object, at once or when no call on it is in progress any more.
+    // Releases the object, now or once no call on it is in progress.
     void letGo(IKzUnknown* object) noexcept {
         const bool isUncertain = CPyLock::isEnteredOtherwise();
         const bool isKept = (isUncertain || CPyLock::isCalled(object)) && keep(object);
@@ -35,12 +38,12 @@ public:
         if (!isKept) object->Release();
     }
 
-    // Releases those whose calls have returned.
+    // Releases the objects whose calls have returned.
     void releaseIdle() noexcept {
         if (m_objects.empty() || (m_isUncertain && CPyLock::isInsideHostCall())) return;
         const CPendingException pending;
         const auto isIdle = [](IKzUnknown* object) { return !CPyLock::isCalled(object); };
-        // One at a time: releasing one may run code that adds others, or comes here itself.
+        // One at a time: a release may run code that adds objects or re-enters this function.
         for (;;) {
             const auto idle = std::ranges::find_if(m_objects, isIdle);
             if (idle == m_objects.end()) break;
@@ -54,21 +57,22 @@ public:
     }
 
 private:
-    // False when it is kept already.
+    // False if it is kept already.
     bool keep(IKzUnknown* object) noexcept {
         try {
             CPyLock::setLeaveHook([]() noexcept { instance().releaseIdle(); });
             return m_objects.insert(object).second;
         } catch (const std::bad_alloc&) {
-            return true;  // a leak is better than an object that goes during its call
+            return true;  // a leak is better than an object that dies during a call on it
         }
     }
 
     std::unordered_set<IKzUnknown*> m_objects;
-    bool m_isUncertain = false;  // Python was entered otherwise when one was added: calls on it may not be known
+    // True if Python had been entered without a CPyLock when an object was added: calls on it may be unknown then.
+    bool m_isUncertain = false;
 };
 
-// Memory of wrappers that are gone, for the next ones: most live no longer than a call.
+// Recycles the memory of wrappers, most of which live no longer than a call.
 class CSpareWrappers {
 public:
     void* take() noexcept { return m_count != 0 ? m_spare[--m_count] : PyObject_Malloc(sizeof(KzWrapper)); }
@@ -85,16 +89,16 @@ private:
     std::size_t m_count = 0;
 } theSpare;
 
-KzUncopyable uncopyableObject("another wrapper of the same object is made by calling the type with it");
-KzUncopyable uncopyableService("a service is had by calling its type");
+KzUncopyable uncopyableObject("call the type with it to get another wrapper of the same object");
+KzUncopyable uncopyableService("call its type to get the service again");
 
 PyMethodDef unknownMethods[] = {KZ_GENERIC_METHODS, {nullptr, nullptr, 0, nullptr}};
 
-// No call is in progress through a wrapper that goes: a bound method keeps its wrapper alive.
+// No call through a dying wrapper can be in progress: a bound method keeps its wrapper alive.
 void letGo(PyObject* self) noexcept {
-    if (IKzUnknown* held = std::exchange(kzWrapper(self)->held, nullptr)) {
-        const CPendingException keep;
-        held->Release();
+    if (IKzUnknown* target = std::exchange(kzWrapper(self)->target, nullptr)) {
+        const CPendingException pending;
+        target->Release();
     }
 }
 
@@ -111,18 +115,18 @@ int objectInit(PyObject* self, PyObject* args, PyObject* keywords) {
         return -1;
     }
     if (source == nullptr) return 0;
-    const CPyRefNull done(kzPythonEntry([=]() -> PyObject* {
+    const CPyRefNull result(kzPythonEntry([=]() -> PyObject* {
         const KzWrapperType& row = kzRowOf(Py_TYPE(self));
-        CKzLoc_Unknown found;
-        KzResult code = kzObjectToInterface(source, false, found.out());
-        if (kzSucceeded(code) && !kzHold(self, found.raw())) {
+        CKzLoc_Unknown object;
+        KzResult code = kzObjectToInterface(source, false, object.out());
+        if (kzSucceeded(code) && !kzHold(self, object.raw())) {
             kzNoteRefused(source, "an object with the interface %s", row.name);
             code = KZe_NOINTERFACE;
         }
         if (kzFailed(code)) return kzRefuseArgument(row.type.tp_name, 0, "source", code);
         Py_RETURN_NONE;
     }));
-    return done.get() != nullptr ? 0 : -1;
+    return result.get() != nullptr ? 0 : -1;
 }
 
 PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/) {
@@ -133,9 +137,9 @@ PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/)
         service.take(cache != nullptr ? cache->service(*kzRowOf(type).iid) : nullptr);
         kzTrue(static_cast<bool>(service), KZe_NOTFOUND);
         PyObject* self = kzNonNull(type->tp_alloc(type, 0));
-        IKzUnknown* held = service.raw();
-        held->AddRef();
-        kzWrapper(self)->held = held;
+        IKzUnknown* target = service.raw();
+        target->AddRef();
+        kzWrapper(self)->target = target;
         return self;
     });
 }
@@ -144,37 +148,48 @@ int serviceInit(PyObject* self, PyObject* /*args*/, PyObject* keywords) {
     return kzRefuseKeywords(self, keywords) ? 0 : -1;
 }
 
-// The class that the SDK's support module has for the type's name; null when there is none. Borrowed.
-PyObject* supportClass(const KzWrapperType& type) noexcept {
-    PyObject* names = PythonRuntime::current()->kzuObjectNames();
-    PyObject* found = names != nullptr ? PyDict_GetItem(names, type.nameObject) : nullptr;
-    return found != nullptr && (PyType_Check(found) || PyClass_Check(found)) ? found : nullptr;
-}
+bool isReady(const KzWrapperType& row) noexcept { return row.nameObject != nullptr; }
 
-// The object by the type's interface, null when it has none; the given reference is consumed.
-IKzUnknown* interfaceOf(const KzWrapperType& type, IKzUnknown* taken) noexcept {
-    if (taken == nullptr || &type == &kzUnknownType) return taken;
-    void* found = nullptr;
-    if (kzFailed(taken->QueryInterface(type.iid, &found))) found = nullptr;
-    taken->Release();
-    return static_cast<IKzUnknown*>(found);
-}
-
-void readyType(PyObject* submodule, KzWrapperType& row) {
+void ready(KzWrapperType& row, const char* submodule) {
     PyTypeObject& type = row.type;
     if ((type.tp_flags & Py_TPFLAGS_READY) == 0) {
         // The name is kept for the life of the process, as the type is.
-        const std::string name = std::string(PyModule_GetName(submodule)) + "." + row.name;
-        Py_REFCNT(&type) = 1;  // the generated rows are plain zeros
+        const std::string name = std::string("kz.") + submodule + "." + row.name;
+        Py_REFCNT(&type) = 1;  // generated rows are zero-initialised
         type.tp_name = strdup(name.c_str());
         type.tp_basicsize = sizeof(KzWrapper);
         type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
         type.tp_methods = row.methods;
         type.tp_doc = row.doc;
         kzNonNull(type.tp_name);
+        kzNonNegative(PyType_Ready(&type));
     }
     row.nameObject = kzNonNull(PyString_InternFromString(row.name));  // kept as the type is
-    kzRegisterForeignType(submodule, row.name, type);
+}
+
+// For the first instance. The rows are constant to all who only hand them on.
+KzResult readyFor(const KzWrapperType& type) noexcept {
+    return kzBoundary([&] {
+        kzReadyObjectType(const_cast<KzWrapperType&>(type));
+        return KZe_OK;
+    });
+}
+
+// The class of the type's name in the SDK's support module as a borrowed reference; null if there is none.
+PyObject* supportClass(const KzWrapperType& type) noexcept {
+    if (!isReady(type) && kzFailed(readyFor(type))) return nullptr;
+    PyObject* names = PythonRuntime::current()->kzuObjectNames();
+    PyObject* support = names != nullptr ? PyDict_GetItem(names, type.nameObject) : nullptr;
+    return support != nullptr && (PyType_Check(support) || PyClass_Check(support)) ? support : nullptr;
+}
+
+// The object by the type's interface, or null if it lacks that. Consumes the reference.
+IKzUnknown* interfaceOf(const KzWrapperType& type, IKzUnknown* owned) noexcept {
+    if (owned == nullptr || &type == &kzUnknownType) return owned;
+    void* result = nullptr;
+    if (kzFailed(owned->QueryInterface(type.iid, &result))) result = nullptr;
+    owned->Release();
+    return static_cast<IKzUnknown*>(result);
 }
 
 }  // namespace
@@ -188,26 +203,28 @@ void kzDeallocObject(PyObject* self) {
 
 KzWrapperType kzUnknownType = {{}, "Unknown", &KZu_UNKNOWN, unknownMethods, "Any host object, by its base interface."};
 
-void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& type) {
+void kzAddType(PyObject* module, const char* name, PyTypeObject& type) {
     kzNonNegative(PyType_Ready(&type));
     Py_INCREF(&type);
-    kzNonNegative(PyModule_AddObject(submodule, name, reinterpret_cast<PyObject*>(&type)));
+    kzNonNegative(PyModule_AddObject(module, name, reinterpret_cast<PyObject*>(&type)));
 }
 
-void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row) {
+void kzReadyObjectType(KzWrapperType& row) {
+    if (isReady(row)) return;
     row.type.tp_dealloc = kzDeallocObject;
     row.type.tp_new = PyType_GenericNew;
     row.type.tp_init = objectInit;
     row.type.tp_base = &uncopyableObject.type;
-    readyType(submodule, row);
+    ready(row, "object");
 }
 
-void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row) {
+void kzReadyServiceType(KzWrapperType& row) {
+    if (isReady(row)) return;
     row.type.tp_dealloc = serviceDealloc;
     row.type.tp_new = serviceNew;
     row.type.tp_init = serviceInit;
     row.type.tp_base = &uncopyableService.type;
-    readyType(submodule, row);
+    ready(row, "service");
 }
 
 void kzForgetTypes() noexcept { theSpare.drop(); }
@@ -219,24 +236,30 @@ const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept {
 
 bool kzHold(PyObject* wrapper, IKzUnknown* object) {
     if (object != nullptr) object->AddRef();
-    // The new reference comes first: the object may be alive only through the one held now.
-    IKzUnknown* found = interfaceOf(kzRowOf(Py_TYPE(wrapper)), object);
+    // The new reference comes first: the object may be alive only through the previous target.
+    IKzUnknown* target = interfaceOf(kzRowOf(Py_TYPE(wrapper)), object);
     CKeptObjects& kept = CKeptObjects::instance();
-    if (IKzUnknown* former = std::exchange(kzWrapper(wrapper)->held, found)) kept.letGo(former);
+    if (IKzUnknown* former = std::exchange(kzWrapper(wrapper)->target, target)) kept.letGo(former);
     kept.releaseIdle();
-    return found != nullptr;
+    return target != nullptr;
 }
 
-PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept {
-    IKzUnknown* found = interfaceOf(type, taken);
-    if (found == nullptr) return kzRaise(KZe_NOINTERFACE);
-    auto* made = static_cast<KzWrapper*>(theSpare.take());
-    if (made == nullptr) {
-        found->Release();
+PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* owned) noexcept {
+    IKzUnknown* target = interfaceOf(type, owned);
+    if (target == nullptr) return kzRaise(KZe_NOINTERFACE);
+    if (!isReady(type)) [[unlikely]] {
+        if (const KzResult code = readyFor(type); kzFailed(code)) {
+            target->Release();
+            return kzRaise(code);
+        }
+    }
+    auto* wrapper = static_cast<KzWrapper*>(theSpare.take());
+    if (wrapper == nullptr) {
+        target->Release();
         return PyErr_NoMemory();
     }
-    made->held = found;
-    return PyObject_INIT(reinterpret_cast<PyObject*>(made), const_cast<PyTypeObject*>(&type.type));
+    wrapper->target = target;
+    return PyObject_INIT(reinterpret_cast<PyObject*>(wrapper), const_cast<PyTypeObject*>(&type.type));
 }
 
 PyObject* kzNewUnknown(IKzUnknown* object) noexcept {
@@ -245,14 +268,14 @@ PyObject* kzNewUnknown(IKzUnknown* object) noexcept {
     return kzNewWrapper(kzUnknownType, object);
 }
 
-PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* taken) noexcept {
+PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* owned) noexcept {
     if (type == nullptr) {
-        if (taken != nullptr) return kzNewWrapper(kzUnknownType, taken);
+        if (owned != nullptr) return kzNewWrapper(kzUnknownType, owned);
         Py_RETURN_NONE;
     }
-    PyObject* supporting = taken != nullptr ? supportClass(*type) : nullptr;
-    if (supporting == nullptr) return kzNewWrapper(*type, taken);
-    const CPyRef keep(supporting);  // its own code may take it from the module
-    const CPyRefNull unknown(kzNewWrapper(kzUnknownType, taken));
+    PyObject* supporting = owned != nullptr ? supportClass(*type) : nullptr;
+    if (supporting == nullptr) return kzNewWrapper(*type, owned);
+    const CPyRef keep(supporting);  // its own code may remove it from the module
+    const CPyRefNull unknown(kzNewWrapper(kzUnknownType, owned));
     return unknown.get() != nullptr ? PyObject_CallFunctionObjArgs(keep, unknown.get(), nullptr) : nullptr;
 }

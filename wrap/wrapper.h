@@ -7,37 +7,37 @@
 
 #include "kz/base/object.h"
 
-// Readies a type and adds it to its submodule under its bare name. Throws FAILED.
-void kzRegisterObjectType(PyObject* submodule, KzWrapperType& row);
-void kzRegisterServiceType(PyObject* submodule, KzWrapperType& row);
-// Adds any other type to the submodule of object types: kz.Storage stands there as "storage".
-void kzRegisterForeignType(PyObject* submodule, const char* name, PyTypeObject& type);
+// Makes a type usable, if it is not yet: when a script first asks for it, or for its first instance. Throws FAILED.
+void kzReadyObjectType(KzWrapperType& row);
+void kzReadyServiceType(KzWrapperType& row);
+// Readies a type and adds it to a module.
+void kzAddType(PyObject* module, const char* name, PyTypeObject& type);
 
 extern KzWrapperType kzUnknownType;
 
 // The generated row of a type, or of the type that a Python class derives from.
 const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept;
 
-// Makes a wrapper hold the object by its type's interface, with a reference of its own, instead of what it held; whether
-// it then holds anything. An object that is let go of during a call on it lives until the call has returned.
+// Makes a wrapper refer to the object by its type's interface, with a reference of its own, instead of its previous target.
+// True if it then refers to anything. An object that is released during a call on it lives until that call has returned.
 bool kzHold(PyObject* wrapper, IKzUnknown* object);
 
-// A new wrapper that consumes the reference. Null with an exception set when the object lacks the interface.
-PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* taken) noexcept;
-// What Python gets for an object that a host call returned, whose reference it consumes: an instance of the class of that
-// name in kzu.object if there is one, a wrapper otherwise. Without a type an Unknown wrapper, or None for null.
-[[gnu::visibility("hidden")]] PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* taken) noexcept;
+// A new wrapper that consumes the reference. Null with an exception set if the object lacks the interface.
+PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* owned) noexcept;
+// The Python object for an object that a host call returned; consumes the reference. It is an instance of the class of
+// that name in kzu.object if there is one, else a wrapper. Without a type it is an Unknown wrapper, or None for null.
+[[gnu::visibility("hidden")]] PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* owned) noexcept;
 // A new wrapper of the Unknown type with a reference of its own. Null with an exception set on failure.
 PyObject* kzNewUnknown(IKzUnknown* object) noexcept;
 
-// Object of a Python object: a pointer without a reference, or null. Throws NOINTERFACE for an empty wrapper.
+// The host object behind a Python object as a borrowed reference, or null. Throws NOINTERFACE for an empty wrapper.
 IKzUnknown* kzPeek(PyObject* object);
-// Object to interface: any Python object as a host object, with a new reference. An object that is no wrapper is served
-// by a server instance of its class. A failure leaves `found` null; it may leave a Python exception set.
+// Converts any Python object to a host object with a new reference. An object that is not a wrapper is served by a server
+// instance of its class. On failure `result` is null, and a Python exception may be set.
 [[gnu::visibility("hidden")]] KzResult kzObjectToInterface(PyObject* object, bool noneAllowed,
-                                                           IKzUnknown** found) noexcept;
+                                                           IKzUnknown** result) noexcept;
 
-// What the part that serves Python objects to the host gives to this one.
+// Callbacks by which the part that serves Python objects to the host extends this one, which stands below it.
 struct KzServing {
     IKzUnknown* (*serve)(PyObject* object) = nullptr;    // a host object that the Python object implements; may throw
     PyObject* (*extract)(IKzUnknown* object) = nullptr;  // borrowed; null when the object is not one of ours
@@ -47,7 +47,7 @@ void kzSetServing(const KzServing& serving) noexcept;
 // kz.extract.
 PyObject* kzExtractFunction(PyObject* self, PyObject* args);
 
-// The five methods that every object type begins with; a generated method table starts with these rows.
+// The five methods of every object type. Generated method tables start with their rows.
 PyObject* kzWrapperSet(PyObject* self, PyObject* args);
 PyObject* kzWrapperTest(PyObject* self, PyObject* args);
 PyObject* kzWrapperEq(PyObject* self, PyObject* args);
@@ -61,5 +61,5 @@ PyObject* kzWrapperPeek(PyObject* self, PyObject* args);
         "__peekobj__", kzWrapperPeek, METH_VARARGS, "obj id = __peekobj__()"                                           \
     }
 
-// Drops what is remembered of types, for the end of the interpreter.
+// Frees the memory of past wrappers, when the interpreter ends.
 void kzForgetTypes() noexcept;

@@ -5,10 +5,13 @@
 #include "host/cli/interrupt.h"
 #include "host/cli/line_session.h"
 #include "host/cli/program.h"
+#include "host/cli/standard_streams.h"
 
 #include <csignal>
 #include <iostream>
 #include <unistd.h>
+
+namespace kzhost {
 
 namespace {
 
@@ -22,6 +25,8 @@ int converse(CLineSession& session, CConsoleEditor& editor) {
         case CConsoleEditor::Read::line: {
             const CInterruptScope interrupts;
             session.execute(line);
+            if (const auto status = session.leaving()) return *status;
+            if (CStandardStreams::get().isMidLine()) CStandardStreams::get().out("\n");  // the prompt needs a line
             break;
         }
         }
@@ -32,9 +37,10 @@ int readAll(CLineSession& session) {
     const CInterruptScope interrupts;
     for (std::string line; std::getline(std::cin, line);) {
         if (line.ends_with('\r')) line.pop_back();
-        if (session.execute(line) == exitInterrupted) return exitInterrupted;
+        if (const int status = session.execute(line); status == exitInterrupted || session.leaving()) return status;
     }
     session.finish();
+    if (const auto status = session.leaving()) return *status;
     return session.failed() ? exitFailed : exitOk;
 }
 
@@ -48,3 +54,5 @@ int kzRunConsole(CProgram& program) {
     CConsoleEditor editor(session, program.host());
     return converse(session, editor);
 }
+
+}  // namespace kzhost

@@ -16,6 +16,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+namespace kzhost {
+
 namespace {
 
 constexpr int keptLines = 1000;
@@ -164,3 +166,5 @@ CConsoleEditor::Read CConsoleEditor::read(const std::string& prompt, std::string
     if (!line.empty()) add_history(line.c_str());
     return Read::line;
 }
+
+}  // namespace kzhost

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CConsoleEditor {
 public:
     enum class Read { line, interrupted, end };
@@ -23,3 +25,5 @@ private:
 
 // What the word that ends the line may become: names of the interpreter, or the host's commands inside a text.
 std::vector<std::string> kzCompletions(CLineSession& session, CKzHost& host, const std::string& line);
+
+}  // namespace kzhost

@@ -1,81 +1,59 @@
-// Where lines of the log go while the program runs.
+// What the program shows of the log and of scripts' text while it runs.
 #include "host/cli/console_output.h"
 
-#include "host/core/log_store.h"
-#include "host/core/scripts.h"
+#include "host/cli/standard_streams.h"
 #include "host/state/property_table.h"
 #include "host/state/text.h"
 
+#include "kz/log.h"
 #include "kz/result.h"
 
-#include <nlohmann/json.hpp>
-
-#include <cerrno>
-#include <cstring>
+namespace kzhost {
 
 namespace {
 
-constexpr std::string_view scripts = "scripts";
-constexpr std::string_view tracebackMark = " .. ";
-constexpr std::string_view italicMark = "\x03(f:FONT_ITALIC)";
+bool isOfScripts(const LogLine& line) { return line.subsystem == KZsLOG_SCRIPTS; }
 
-void writeLine(std::FILE* file, const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), file);
-    std::fputc('\n', file);
-    std::fflush(file);
+// Shown already, as it was written; or an entry that only names the script whose text stands below it. An interpreter that
+// does not say where its entries come from puts the name at the top.
+bool isShownElsewhere(const LogLine& line) {
+    switch (line.origin) {
+    case TextOrigin::output:
+    case TextOrigin::error:
+    case TextOrigin::script: return true;
+    case TextOrigin::host: return isOfScripts(line) && line.depth == 0 && kzSucceeded(line.level);
+    default: return false;
+    }
+}
+
+// What is below the name of a script is its text where nothing says otherwise.
+bool isTextOfScript(const LogLine& line) {
+    return line.origin == TextOrigin::host && isOfScripts(line) && kzSucceeded(line.level) && line.level != KZe_WARNING;
 }
 
 }  // namespace
 
-// An entry that only says which script the entries below it come from.
-bool CConsoleOutput::isHeading(const LogLine& line) {
-    if (line.subsystem != scripts || kzFailed(line.level)) return false;
-    return line.depth == 0 || m_host.scripts().takesAsHeading(line.text);
+bool CConsoleOutput::isHidden(const LogLine& line) const {
+    if (isShownElsewhere(line)) return true;
+    if (line.level == KZe_LOG_DEBUG && !m_debug && m_host.properties().get("log.debug") != "1") return true;
+    const bool isNotice = !isOfScripts(line) && kzSucceeded(line.level) && line.origin != TextOrigin::report;
+    return isNotice && (m_quiet || line.text.empty());
 }
 
-// What a script prints are entries of success below its heading. Remarks in italics, and the lines of a traceback that
-// follow the error they belong to, are none of its output.
-bool CConsoleOutput::isForError(const LogLine& line) {
-    const bool isTraceback = m_afterError && line.text.starts_with(tracebackMark);
-    m_afterError = kzFailed(line.level) || isTraceback;
-    return line.subsystem != scripts || kzFailed(line.level) || line.level == KZe_WARNING || isTraceback ||
-           line.text.starts_with(italicMark);
+void CConsoleOutput::operator()(const LogLine& line) const {
+    if (isHidden(line)) return;
+    const std::string text = kzWithoutMarkup(line.text) + "\n";
+    if (isTextOfScript(line)) CStandardStreams::get().out(text);
+    else if (isOfScripts(line) || line.subsystem.empty() || line.depth > 0) CStandardStreams::get().error(text);
+    else CStandardStreams::get().error(line.subsystem + ": " + text);
 }
 
-bool CConsoleOutput::showsDebug() const { return m_debug || m_host.properties().get("log.debug") == "1"; }
-
-void CConsoleOutput::operator()(const LogLine& line) {
-    const std::lock_guard lock(m_lock);
-    if (isHeading(line)) {
-        m_afterError = false;
-        return;
-    }
-    const bool isError = isForError(line);
-    const bool isNotice = line.subsystem != scripts && kzSucceeded(line.level) && !line.text.starts_with(tracebackMark);
-    if ((isNotice && (m_quiet || line.text.empty())) || (line.level == KZe_LOG_DEBUG && !showsDebug())) return;
-    std::string text = kzWithoutMarkup(line.text);
-    if (isError && line.subsystem != scripts && !line.subsystem.empty() && line.depth == 0)
-        text = line.subsystem + ": " + text;
-    writeLine(isError ? m_error : m_out, text);
+int CConsoleOutput::show(const TextPiece& piece) {
+    CStandardStreams& streams = CStandardStreams::get();
+    if (piece.isFlush) return streams.flush();
+    if (piece.origin == TextOrigin::output) return streams.out(piece.text);
+    streams.error(piece.text);
+    return 0;
 }
 
-CLogFile::~CLogFile() {
-    if (m_file != nullptr) std::fclose(m_file);
-}
-
-bool CLogFile::open(const std::string& path, std::string& why) {
-    m_file = std::fopen(path.c_str(), "we");
-    if (m_file == nullptr) why = "the log file " + path + " cannot be written: " + std::strerror(errno);
-    return m_file != nullptr;
-}
-
-void CLogFile::operator()(const LogLine& line) {
-    nlohmann::ordered_json row;
-    row["subsystem"] = line.subsystem;
-    row["entry"] = line.entry;
-    row["level"] = line.level;
-    row["text"] = line.text;
-    row["depth"] = line.depth;
-    const std::lock_guard lock(m_lock);
-    writeLine(m_file, row.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
-}
+}  // namespace kzhost

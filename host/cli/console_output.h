@@ -1,44 +1,28 @@
-// Where lines of the log go while the program runs: scripts' output to standard output, the rest to standard error, and
-// all of it to a file of JSON lines.
+// What the program shows of the log and of scripts' text while it runs.
 #pragma once
 
 #include "host/core/log_store.h"
 #include "host/kz_host.h"
 
-#include <cstdio>
-#include <memory>
-#include <mutex>
-#include <string>
+namespace kzhost {
 
+// The text of scripts goes to standard output as it was written, what they write to their error stream and everything
+// else that the log hears to standard error.
 class CConsoleOutput {
 public:
-    CConsoleOutput(CKzHost& host, bool quiet, bool debug, std::FILE* out = stdout, std::FILE* error = stderr)
-        : m_host(host), m_quiet(quiet), m_debug(debug), m_out(out), m_error(error) {}
-    void operator()(const LogLine& line);
+    CConsoleOutput(CKzHost& host, bool quiet, bool debug) : m_host(host), m_quiet(quiet), m_debug(debug) {}
+
+    // A line of the log.
+    void operator()(const LogLine& line) const;
+    // Text as a module writes it. Answers the system's number of a failure, or 0.
+    static int show(const TextPiece& piece);
 
 private:
-    bool isHeading(const LogLine& line);
-    bool isForError(const LogLine& line);
-    bool showsDebug() const;
+    bool isHidden(const LogLine& line) const;
 
     CKzHost& m_host;
     bool m_quiet;
     bool m_debug;
-    std::FILE* m_out;
-    std::FILE* m_error;
-    std::mutex m_lock;
-    bool m_afterError = false;
 };
 
-// Writes each line at once, so that nothing is lost however the process ends.
-class CLogFile {
-public:
-    ~CLogFile();
-    // False, with the reason in `why`.
-    bool open(const std::string& path, std::string& why);
-    void operator()(const LogLine& line);
-
-private:
-    std::FILE* m_file = nullptr;
-    std::mutex m_lock;
-};
+}  // namespace kzhost

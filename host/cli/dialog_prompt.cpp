@@ -8,6 +8,8 @@
 #include <memory>
 #include <unistd.h>
 
+namespace kzhost {
+
 std::optional<std::string> kzPromptOnTerminal(const DialogQuestion& question) {
     if (!question.problem.empty()) fmt::print(stderr, "{}\n", question.problem);
     const std::string separator = question.description.empty() ? "" : ", ";
@@ -29,3 +31,5 @@ std::optional<std::string> kzPromptOnTerminal(const DialogQuestion& question) {
     if (isatty(STDIN_FILENO) == 0) fmt::print(stderr, "{}\n", answer);  // where nobody has seen it typed
     return answer;
 }
+
+}  // namespace kzhost

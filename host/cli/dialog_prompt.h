@@ -3,5 +3,9 @@
 
 #include "host/state/dialog_board.h"
 
+namespace kzhost {
+
 // Nothing when the input ends or Ctrl-C comes: that cancels the dialog.
 std::optional<std::string> kzPromptOnTerminal(const DialogQuestion& question);
+
+}  // namespace kzhost

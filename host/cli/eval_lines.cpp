@@ -5,13 +5,18 @@
 #include "host/cli/line_session.h"
 #include "host/cli/program.h"
 
+namespace kzhost {
+
 int kzEvalLines(CProgram& program, const std::vector<std::string>& lines) {
     if (const int status = program.start(); status != exitOk) return status;
     CLineSession session(program);
     if (const int status = session.open(); status != exitOk) return status;
     const CInterruptScope interrupts;
     for (const std::string& line : lines)
-        if (const int status = session.execute(line); status == exitInterrupted) return status;
+        if (const int status = session.execute(line); status == exitInterrupted || session.leaving()) return status;
     session.finish();
+    if (const auto status = session.leaving()) return *status;
     return session.failed() ? exitFailed : exitOk;
 }
+
+}  // namespace kzhost

@@ -4,6 +4,10 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CProgram;
 
 int kzEvalLines(CProgram& program, const std::vector<std::string>& lines);
+
+}  // namespace kzhost

@@ -4,6 +4,8 @@
 #include <ctime>
 #include <unistd.h>
 
+namespace kzhost {
+
 namespace {
 
 constexpr int interruptedStatus = 130;
@@ -50,3 +52,5 @@ bool CInterruptScope::takeInterrupt() noexcept {
     theInterrupt = 0;
     return was;
 }
+
+}  // namespace kzhost

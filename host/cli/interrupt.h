@@ -3,6 +3,8 @@
 
 #include <csignal>
 
+namespace kzhost {
+
 // While it lives, SIGINT is noted and handed on to whoever handled it before, as the script's interpreter does. Where
 // nobody did, the signal ends the process as usual; a second one within a second always does.
 class CInterruptScope {
@@ -18,3 +20,5 @@ public:
 private:
     struct sigaction m_former {};
 };
+
+}  // namespace kzhost

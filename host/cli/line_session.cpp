@@ -1,23 +1,29 @@
 // A conversation with a line interpreter.
 #include "host/cli/line_session.h"
 
+#include "host/cli/console_output.h"
 #include "host/cli/interrupt.h"
+#include "host/cli/script_end.h"
+#include "host/cli/standard_streams.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/values.h"
 #include "host/state/property_table.h"
 #include "host/state/text.h"
 
+#include "kz/block_io.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
-#include <cstdio>
 #include <utility>
+
+namespace kzhost {
 
 namespace {
 
-// Takes what a line gives. Errors go where errors go; the rest is what the user asked for.
-class CLineExecution final : public CHosted<"line", CLineExecution, CKzIfc_LineExecution> {
+// Takes what a line gives. Text that comes without its origin is what the user asked for.
+class CLineExecution final
+    : public CHosted<"line", CLineExecution, CKzIfc_LineExecution, CKzIfc_TextOutput, CHeardOutcome> {
 public:
     explicit CLineExecution(bool shows) : m_shows(shows) {}
 
@@ -30,13 +36,24 @@ public:
     }
     KzResult lin_Progress(double /*fraction*/) override { return KZe_OK; }
 
+    KzResult textoutput_Write(const char* origin, std::uint32_t level, std::uint64_t size, const void* text) override {
+        return show({kzOriginOf(kzTextOf(origin)), level, {static_cast<const char*>(text), size}});
+    }
+    KzResult textoutput_Flush(const char* origin) override {
+        return show({kzOriginOf(kzTextOf(origin)), KZe_OK, {}, true});
+    }
+    std::int32_t textoutput_Failure() override { return m_failure; }
+
     const std::vector<std::string>& results() const { return m_results; }
-    bool interrupted() const { return m_interrupted; }
 
 private:
+    KzResult show(const TextPiece& piece) {
+        m_failure = m_shows ? CConsoleOutput::show(piece) : 0;
+        return m_failure == 0 ? KZe_OK : KZe_IO_ERROR;
+    }
+
     bool m_shows;
-    bool m_afterError = false;
-    bool m_interrupted = false;
+    int m_failure = 0;
     std::vector<std::string> m_results;
 };
 
@@ -46,22 +63,13 @@ KzResult CLineExecution::lin_Results(IKzUnknown* values) {
     for (std::uint32_t index = 0; index < held->Count(); ++index)
         kzReadText(m_results.emplace_back(),
                    [&](char* text, std::uint32_t length) { return held->GetString(index, text, length); });
-    if (!m_shows) return KZe_OK;
-    for (const std::string& text : m_results) std::printf("%s\n", text.c_str());
-    std::fflush(stdout);
+    if (m_shows)
+        for (const std::string& text : m_results) CStandardStreams::get().out(text + "\n");
     return KZe_OK;
 }
 
 KzResult CLineExecution::lin_Info(const char* text) {
-    const std::string plain = kzWithoutMarkup(kzTextOf(text));
-    const bool isError =
-        plain.starts_with("ERROR: ") || plain.starts_with("trace") || (m_afterError && plain.starts_with(" .. "));
-    m_afterError = isError;
-    if (plain.find("\"KeyboardInterrupt\"") != std::string::npos && isError) m_interrupted = true;
-    if (!m_shows) return KZe_OK;
-    std::fprintf(isError ? stderr : stdout, "%s\n", plain.c_str());
-    std::fflush(isError ? stderr : stdout);
-    return KZe_OK;
+    return show({TextOrigin::output, KZe_INFO, kzWithoutMarkup(kzTextOf(text)) + "\n"});
 }
 
 }  // namespace
@@ -154,8 +162,10 @@ int CLineSession::pass(const std::string& text) {
     const KzResult code = m_interpreter.Execute(text.c_str(), execution.raw());
     m_pending = promptFor(false).starts_with("..");
     if (kzSucceeded(code)) return exitOk;
+    const ScriptOutcome& end = execution->outcome();
+    if (end.kind == ScriptOutcome::Kind::exit) return *(m_leaving = kzStatusOfExit("the line", end));
     m_failed = true;
-    return execution->interrupted() ? exitInterrupted : exitFailed;
+    return end.kind == ScriptOutcome::Kind::interrupted ? exitInterrupted : exitFailed;
 }
 
 void CLineSession::finish() {
@@ -176,3 +186,5 @@ std::optional<std::vector<std::string>> CLineSession::ask(const std::string& lin
     if (kzFailed(m_interpreter.Execute(line.c_str(), execution.raw()))) return {};
     return execution->results();
 }
+
+}  // namespace kzhost

@@ -10,17 +10,21 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CLineSession {
 public:
     explicit CLineSession(CProgram& program) : m_program(program) {}
 
     // Makes the interpreter. exitOk, or the status to end with after saying why.
     int open();
-    // Runs one line: exitOk, exitFailed, or exitInterrupted.
+    // Runs one line: exitOk, exitFailed, or exitInterrupted. What follows is not run where leaving() has a status.
     int execute(const std::string& line);
     // Ends a statement that is still open.
     void finish();
     bool failed() const { return m_failed; }
+    // The status with which a line asked to leave.
+    std::optional<int> leaving() const { return m_leaving; }
 
     std::string prompt();
     // Whether more lines of a statement are waited for.
@@ -47,4 +51,7 @@ private:
     std::size_t m_passedSize = 0;  // of the statement, as far as the interpreter has seen it
     bool m_pending = false;        // the interpreter has the beginning of a statement
     bool m_failed = false;
+    std::optional<int> m_leaving;
 };
+
+}  // namespace kzhost

@@ -2,15 +2,15 @@
 #include "host/cli/list_servers.h"
 
 #include "host/cli/program.h"
+#include "host/cli/standard_streams.h"
 #include "host/core/module_table.h"
 #include "host/state/text.h"
 
 #include "kz/module.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <cstdio>
+
+namespace kzhost {
 
 int kzListServers(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
@@ -23,13 +23,16 @@ int kzListServers(CProgram& program) {
         classWidth = std::max(classWidth, server.className.size());
         nameWidth = std::max(nameWidth, server.name.size());
     }
-    fmt::print("{:<{}}  {:<{}}  {}\n", "class", classWidth, "name", nameWidth, "module, tags");
+    CStandardStreams& streams = CStandardStreams::get();
+    streams.print("{:<{}}  {:<{}}  {}\n", "class", classWidth, "name", nameWidth, "module, tags");
     for (const KzServer& server : servers) {
         const std::string shown = server.className.empty() ? kzGuidText(server.iid) : server.className;
-        fmt::print("{:<{}}  {:<{}}  {}", shown, classWidth, server.name, nameWidth, server.moduleName);
+        streams.print("{:<{}}  {:<{}}  {}", shown, classWidth, server.name, nameWidth, server.moduleName);
         if (server.className != KZa_MODULE)  // whose tags are its servers
-            for (const auto& [type, value] : CModuleTable::tagsOf(server)) fmt::print("  {}={}", type, value);
-        fmt::print("\n");
+            for (const auto& [type, value] : CModuleTable::tagsOf(server)) streams.print("  {}={}", type, value);
+        streams.out("\n");
     }
     return exitOk;
 }
+
+}  // namespace kzhost

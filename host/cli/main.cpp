@@ -4,16 +4,22 @@
 #include "host/cli/list_servers.h"
 #include "host/cli/program.h"
 #include "host/cli/run_command.h"
+#include "host/cli/run_interpreter.h"
 #include "host/cli/run_script.h"
 #include "host/cli/server_verbs.h"
+#include "host/cli/standard_streams.h"
 #include "host/state/text.h"
 
 #include "kz_version.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cstdio>
 #include <filesystem>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace kzhost;
 
 namespace {
 
@@ -37,7 +43,9 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory)
         ->allow_extra_args(false);
-    app.add_option("--log", options.logFile, "Write the event log to FILE, one JSON object a line")->type_name("FILE");
+    app.add_option("--log", options.logFile,
+                   "Append the event log to FILE, one JSON object a line; - is standard output")
+        ->type_name("FILE");
     app.add_flag("--trace", options.trace, "Show each call of the module to the host");
     app.add_flag("--quiet", options.quiet, "Only output and errors, no notices");
 }
@@ -49,6 +57,58 @@ void takeAliases(ProgramOptions& options, const std::vector<std::string>& aliase
     }
 }
 
+// A command line, and where it stops being ours: what follows belongs to a script or to an interpreter as it stands.
+struct CommandLine {
+    std::vector<std::string> own;
+    std::vector<std::string> rest;
+    bool isForInterpreter = false;
+};
+
+// The place behind the options, and their values, that begin there.
+std::size_t behindOptions(const CLI::App& app, const std::vector<std::string>& words, std::size_t at) {
+    for (; at < words.size() && words[at].size() > 2 && words[at].starts_with("--"); ++at) {
+        const std::size_t equals = words[at].find('=');
+        const CLI::Option* option = app.get_option_no_throw(words[at].substr(0, equals));
+        if (option != nullptr && option->get_expected_max() > 0 && equals == std::string::npos) ++at;
+    }
+    return std::min(at, words.size());
+}
+
+// Without a word there is a text to read, unless somebody sits at a terminal who may not know what to type.
+bool isForInterpreter(const CLI::App& app, const std::string& word) {
+    struct stat input {};
+    if (word.empty()) return fstat(STDIN_FILENO, &input) == 0 && !S_ISCHR(input.st_mode);
+    if (!app.get_subcommands([&](const CLI::App* each) { return each->get_name() == word; }).empty())
+        return word == "python";
+    return word.starts_with('-') || std::filesystem::exists(word);
+}
+
+CommandLine splitCommandLine(const CLI::App& app, std::vector<std::string> words) {
+    CommandLine line;
+    std::size_t at = behindOptions(app, words, 0);
+    const std::string word = at < words.size() ? words[at] : std::string();
+    std::size_t rest = words.size();
+    if (isForInterpreter(app, word)) {
+        line.isForInterpreter = true;
+        rest = word == "python" ? at + 1 : at;
+    } else if (word == "run") {
+        at = behindOptions(app, words, at + 1);
+        const bool isMarked = at < words.size() && words[at] == "--";
+        if (isMarked) words.erase(words.begin() + static_cast<std::ptrdiff_t>(at));
+        if (at < words.size() && (isMarked || !words[at].starts_with('-') || words[at] == "-")) {
+            words.insert(words.begin() + static_cast<std::ptrdiff_t>(at),
+                         "--");  // for the parser: it may begin with a dash
+            rest = at + 2;
+        } else {
+            rest = words.size();
+        }
+    }
+    line.rest.assign(words.begin() + static_cast<std::ptrdiff_t>(rest), words.end());
+    words.resize(line.isForInterpreter ? at : rest);
+    line.own = std::move(words);
+    return line;
+}
+
 // Nothing that the program does was named.
 int askForCommand(const CLI::App& app) {
     std::string names;
@@ -56,28 +116,49 @@ int askForCommand(const CLI::App& app) {
         names += " " + each->get_name();
     const auto words = app.remaining();
     const std::string wrong = words.empty() ? "a command is missing" : "there is no command \"" + words.front() + "\"";
-    CProgram::say(wrong + "; there are:" + names + ". kzhost --help says more.");
+    const std::string otherwise = words.empty() ? "" : ", and no such file";
+    CProgram::say(wrong + "; there are:" + names + otherwise + ". kzhost --help says more.");
     return exitUsage;
 }
 
-int runProgram(int count, char** words) {
+template <class Action> int guarded(Action&& action) {
+    try {
+        return action();
+    } catch (const std::exception& error) {
+        CProgram::say(error.what());
+    } catch (KzResult code) {
+        CProgram::say("stopped by " + kzCodeName(code));
+    }
+    return exitFailed;
+}
+
+int runProgram(int count, char** arguments) {
     CLI::App app("Runs scripts, console lines and commands in a host without windows.", "kzhost");
     ProgramOptions options;
     std::vector<std::string> aliases;
     std::string script;
-    std::vector<std::string> rest;
+    std::vector<std::string> lines;
+    std::vector<std::string> words;  // shown in the help only
     addOptions(app, options, aliases);
     app.set_version_flag("--version", "kzhost " KZ_VERSION);
+    app.footer(
+        "The exit status is 0 for success, 1 for a failure (standard error says which), 2 for a wrong command line, 3\n"
+        "without a module, 4 without its interpreter, the code of a script's sys.exit up to 125, 130 when "
+        "interrupted,\n"
+        "and 141 when nobody reads standard output any more.");
     app.require_subcommand(0, 1);
     app.allow_extras();  // told below, by name
 
     CLI::App* run = app.add_subcommand("run", "Run a script file; its exit code becomes the exit status");
-    run->add_option("SCRIPT", script, "The script file")->required();
-    run->add_option("ARG", rest, "Arguments of the script");
-    run->positionals_at_end();
-    run->prefix_command();
+    run->add_option("SCRIPT", script, "The script file; - is standard input")->required();
+    run->add_option("ARG", words, "Arguments of the script: everything that follows");
+    run->fallthrough();
+    CLI::App* python =
+        app.add_subcommand("python", "Be a Python interpreter with its own options; also by kzhost FILE, "
+                                     "kzhost -c CODE, kzhost -m MODULE and the like");
+    python->add_option("ARG", words, "What the interpreter takes: everything that follows");
     CLI::App* eval = app.add_subcommand("eval", "Run lines as if typed into the console");
-    eval->add_option("LINE", rest, "The lines")->required();
+    eval->add_option("LINE", lines, "The lines")->required();
     CLI::App* console = app.add_subcommand("console", "Type lines; a pipe is read line by line");
     CLI::App* cmd = app.add_subcommand("cmd", "Execute a command string, or print what it queries");
     cmd->add_option("STRING", script, "The command, as \"user.value size 12 type:integer\"")->required();
@@ -85,36 +166,35 @@ int runProgram(int count, char** words) {
     CLI::App* servers = app.add_subcommand("servers", "List the servers that the module offers");
     const CServerVerbs serverVerbs(app);
 
+    app.set_help_flag("--help", "Print this help message and exit");  // -h is the interpreter's
+    CommandLine line = splitCommandLine(app, {arguments + 1, arguments + count});
     try {
-        app.parse(count, words);
+        app.parse(std::vector<std::string>(line.own.rbegin(), line.own.rend()));
     } catch (const CLI::ParseError& error) {
-        const int status = app.exit(error);
+        std::ostringstream out, problem;
+        const int status = app.exit(error, out, problem);
+        CStandardStreams::get().out(out.str());
+        CStandardStreams::get().error(problem.str());
         return status == 0 ? exitOk : exitUsage;
     }
-    if (app.get_subcommands().empty()) return askForCommand(app);
+    if (app.get_subcommands().empty() && !line.isForInterpreter) return askForCommand(app);
     takeAliases(options, aliases);
     CProgram program(std::move(options));
-    if (serverVerbs.parsed()) return serverVerbs.run(program);
-    if (run->parsed()) {
-        for (const std::string& word : run->remaining()) rest.push_back(word);
-        return kzRunScript(program, script, rest);
-    }
-    if (eval->parsed()) return kzEvalLines(program, rest);
-    if (console->parsed()) return kzRunConsole(program);
-    if (cmd->parsed()) return kzRunCommand(program, script);
-    if (commands->parsed()) return kzListCommands(program);
-    return servers->parsed() ? kzListServers(program) : exitUsage;
+    return program.finish(guarded([&] {
+        if (serverVerbs.parsed()) return serverVerbs.run(program);
+        if (line.isForInterpreter) return kzRunInterpreter(program, line.rest);
+        if (run->parsed()) return kzRunScript(program, script, line.rest);
+        if (eval->parsed()) return kzEvalLines(program, lines);
+        if (console->parsed()) return kzRunConsole(program);
+        if (cmd->parsed()) return kzRunCommand(program, script);
+        if (commands->parsed()) return kzListCommands(program);
+        return servers->parsed() ? kzListServers(program) : exitUsage;
+    }));
 }
 
 }  // namespace
 
 int main(int count, char** words) {
-    try {
-        return runProgram(count, words);
-    } catch (const std::exception& error) {
-        CProgram::say(error.what());
-    } catch (KzResult code) {
-        CProgram::say("stopped by " + kzCodeName(code));
-    }
-    return exitFailed;
+    CStandardStreams::ignoreSignals();
+    return CStandardStreams::get().finish(guarded([=] { return runProgram(count, words); }));
 }

@@ -1,6 +1,8 @@
 // Strings, brackets and backslashes of typed text.
 #include "host/cli/open_text.h"
 
+namespace kzhost {
+
 namespace {
 
 bool isTripled(std::string_view rest, char quote) { return rest.size() >= 2 && rest[0] == quote && rest[1] == quote; }
@@ -43,3 +45,5 @@ std::string_view COpenText::readString(std::string_view rest) {
     if (!m_isLong && !m_endsInBackslash) m_quote = '\0';
     return {};
 }
+
+}  // namespace kzhost

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+namespace kzhost {
+
 // Reads brackets, strings and backslashes as lines are added, each once. What is typed may be wrong in any way, which is for
 // the interpreter to say.
 class COpenText {
@@ -31,3 +33,5 @@ private:
     bool m_isLong = false;
     bool m_endsInBackslash = false;
 };
+
+}  // namespace kzhost

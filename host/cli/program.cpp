@@ -1,8 +1,10 @@
 // The program kzhost: setting up its host.
 #include "host/cli/program.h"
 
+#include "host/cli/console_output.h"
 #include "host/cli/dialog_prompt.h"
 #include "host/cli/progress_view.h"
+#include "host/cli/standard_streams.h"
 #include "host/core/listener_table.h"
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
@@ -22,27 +24,29 @@
 #include <filesystem>
 #include <unistd.h>
 
+namespace kzhost {
+
 namespace fs = std::filesystem;
 
-CProgram::CProgram(ProgramOptions options) : m_options(std::move(options)) {}
+CProgram::CProgram(ProgramOptions options) : m_options(std::move(options)) { m_host.emplace(); }
 
 void CProgram::say(const std::string& text) {
     std::string line = "kzhost: " + text;
     for (char& c : line)
         if (c == '\n') c = ' ';
-    std::fprintf(stderr, "%s\n", line.c_str());
+    CStandardStreams::get().error(line + "\n");
 }
 
 // Beside the program lie the folders of an installation: its modules, and the kit with what they need.
 void CProgram::setPaths() {
     const fs::path home = fs::path(CPathAliases::programPath()).parent_path().parent_path();
-    CPathAliases& files = m_host.files();
+    CPathAliases& files = host().files();
     files.setAlias("program", home.string());
     files.setAlias("kit_Python2_7", (home / "kit" / "Python2_7").string());
     if (const std::string config = kzConfigFolder(); !config.empty()) files.setAlias("scripts", config + "/scripts");
     for (const auto& [name, path] : m_options.aliases) files.setAlias(name, path);
     for (const std::string& path : m_options.importPaths)
-        m_host.importPaths().add(fs::absolute(path).lexically_normal().string());
+        host().importPaths().add(fs::absolute(path).lexically_normal().string());
     if (m_options.plugin.empty()) m_options.plugin = (home / "plugins" / "kzPython2.so").string();
 }
 
@@ -53,30 +57,33 @@ int CProgram::start() {
             say(why);
             return exitUsage;
         }
-        m_host.log().addSink([this](const LogLine& line) { m_logFile(line); });
+        host().log().addSink([this](const LogLine& line) { m_logFile(line); });
     }
-    const auto console = std::make_shared<CConsoleOutput>(m_host, m_options.quiet, m_options.trace);
-    m_host.log().addSink([console](const LogLine& line) { (*console)(line); });
-    m_host.log().addSink([this](const LogLine& line) {
-        m_startFailed |= line.level == KZe_STARTUP && line.text.ends_with("subsystem failed to start");
-    });
+    host().log().addSink(CConsoleOutput(host(), m_options.quiet, m_options.trace));
+    host().texts().setViewer(CConsoleOutput::show);
+    host().log().addSink([this](const LogLine& line) { m_startFailed |= line.origin == TextOrigin::startup; });
     const auto progress = std::make_shared<CProgressView>(stderr, isatty(STDERR_FILENO) != 0);
-    if (!m_options.quiet) m_host.monitors().setViewer([progress](const MonitorState& state) { (*progress)(state); });
-    m_host.dialogs().setAsker(kzPromptOnTerminal);
+    if (!m_options.quiet) host().monitors().setViewer([progress](const MonitorState& state) { (*progress)(state); });
+    host().dialogs().setAsker(kzPromptOnTerminal);
     if (m_options.trace) {
-        m_host.properties().set("script.trace", "on");
-        m_host.calls().trace([](std::string_view operation) { say("trace: " + std::string(operation)); });
+        host().properties().set("script.trace", "on");
+        host().calls().trace([](std::string_view operation) { say("trace: " + std::string(operation)); });
     }
-    constexpr std::uint32_t keptEntries = 100000;
-    m_host.log().setLimit(keptEntries);
+    host().log().limits.entries = 100'000;
+    host().log().limits.bytes = std::size_t{64} << 20U;
     setPaths();
-    if (m_host.load(m_options.plugin, why)) return exitOk;
+    if (host().load(m_options.plugin, why)) return exitOk;
     say("the module cannot be loaded: " + why);
     return exitNoModule;
 }
 
+int CProgram::finish(int status) {
+    m_host.reset();
+    return m_logFile.end(CStandardStreams::get().finish(status));
+}
+
 bool CProgram::wakeInterpreter(const std::string& name) {
-    const auto server = m_host.modules().find(KZa_LINEINTERPRETER, name);
+    const auto server = host().modules().find(KZa_LINEINTERPRETER, name);
     if (!server) return true;
     try {
         CKzLoc_Unknown interpreter;
@@ -85,10 +92,12 @@ bool CProgram::wakeInterpreter(const std::string& name) {
         say("the interpreter \"" + name + "\" cannot be made: " + kzCodeName(code));
         return false;
     }
-    if (!m_startFailed) m_host.listeners().beginSession();
+    if (!m_startFailed) host().listeners().beginSession();
     return !m_startFailed;
 }
 
 void CProgram::wakeInterpreters() {
-    for (const KzServer& server : m_host.modules().servers(KZa_LINEINTERPRETER)) wakeInterpreter(server.name);
+    for (const KzServer& server : host().modules().servers(KZa_LINEINTERPRETER)) wakeInterpreter(server.name);
 }
+
+}  // namespace kzhost

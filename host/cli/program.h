@@ -1,23 +1,16 @@
 // The program kzhost: its options, and one function for each thing that it does.
 #pragma once
 
-#include "host/cli/console_output.h"
+#include "host/cli/exit_status.h"
+#include "host/cli/log_file.h"
 #include "host/kz_host.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-// What the program's exit status means.
-enum ExitStatus : int {
-    exitOk = 0,
-    exitFailed = 1,
-    exitUsage = 2,
-    exitNoModule = 3,
-    exitNoInterpreter = 4,
-    exitMostOfScript = 125,
-    exitInterrupted = 130,
-};
+namespace kzhost {
 
 struct ProgramOptions {
     std::string plugin;
@@ -33,7 +26,9 @@ public:
     explicit CProgram(ProgramOptions options);
     // Sets up the host and loads the module. exitOk, or the status to end with after saying why.
     int start();
-    CKzHost& host() { return m_host; }
+    // Ends the host, and says with which status to end: that one, unless output was lost.
+    int finish(int status);
+    CKzHost& host() { return *m_host; }
     const ProgramOptions& options() const { return m_options; }
 
     // Has the interpreter with that server name started, so that a failure is told before anything runs in it.
@@ -50,6 +45,8 @@ private:
 
     ProgramOptions m_options;
     CLogFile m_logFile;  // outlives the host, whose last words go there
-    CKzHost m_host;
+    std::optional<CKzHost> m_host;
     bool m_startFailed = false;
 };
+
+}  // namespace kzhost

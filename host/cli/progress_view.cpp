@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+namespace kzhost {
+
 namespace {
 
 constexpr int barWidth = 40;
@@ -32,3 +34,5 @@ void CProgressView::operator()(const MonitorState& state) {
     }
     std::fflush(m_file);
 }
+
+}  // namespace kzhost

@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+namespace kzhost {
+
 class CProgressView {
 public:
     CProgressView(std::FILE* file, bool isTerminal) : m_file(file), m_isTerminal(isTerminal) {}
@@ -16,3 +18,5 @@ private:
     int m_shown = -1;  // the percentage or tenth that is on show
     bool m_isOpen = false;
 };
+
+}  // namespace kzhost

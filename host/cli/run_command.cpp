@@ -5,6 +5,7 @@
 
 #include "host/cli/interrupt.h"
 #include "host/cli/program.h"
+#include "host/cli/standard_streams.h"
 #include "host/core/command_arguments.h"
 #include "host/core/command_dispatcher.h"
 #include "host/core/command_text.h"
@@ -13,7 +14,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
+
+namespace kzhost {
 
 namespace {
 
@@ -47,7 +49,7 @@ int kzRunCommand(CProgram& program, const std::string& text) {
     const CInterruptScope interrupts;
     const CCommandDispatcher& commands = program.host().commands();
     const CCommandDispatcher::Outcome outcome = commands.perform(text, 0);
-    for (const std::string& answer : outcome.answers) fmt::print("{}\n", answer);
+    for (const std::string& answer : outcome.answers) CStandardStreams::get().out(answer + "\n");
     if (kzSucceeded(outcome.code)) return exitOk;
     return CInterruptScope::takeInterrupt() ? exitInterrupted : exitFailed;
 }
@@ -60,7 +62,10 @@ int kzListCommands(CProgram& program) {
     const std::vector<std::string> names = registry.names();
     std::size_t width = 7;
     for (const std::string& name : names) width = std::max(width, name.size());
-    fmt::print("{:<{}}  {}\n", "command", width, "arguments");
-    for (const std::string& name : names) fmt::print("{:<{}}  {}\n", name, width, usageOf(registry, name));
+    CStandardStreams& streams = CStandardStreams::get();
+    streams.print("{:<{}}  {}\n", "command", width, "arguments");
+    for (const std::string& name : names) streams.print("{:<{}}  {}\n", name, width, usageOf(registry, name));
     return exitOk;
 }
+
+}  // namespace kzhost

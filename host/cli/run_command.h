@@ -3,7 +3,11 @@
 
 #include <string>
 
+namespace kzhost {
+
 class CProgram;
 
 int kzRunCommand(CProgram& program, const std::string& text);
 int kzListCommands(CProgram& program);
+
+}  // namespace kzhost

@@ -3,7 +3,9 @@
 
 #include "host/cli/interrupt.h"
 #include "host/cli/program.h"
+#include "host/cli/script_end.h"
 #include "host/core/message_tables.h"
+#include "host/core/module_table.h"
 #include "host/core/scripts.h"
 #include "host/state/property_table.h"
 #include "host/state/text.h"
@@ -12,28 +14,26 @@
 
 #include <fmt/format.h>
 
+namespace kzhost {
+
 namespace {
 
 bool wasInterrupted(const ScriptEnd& end) {
     const bool signalled = CInterruptScope::takeInterrupt();
-    return kzFailed(end.code) && ((signalled && end.code == KZe_ABORT) ||
-                                  end.message.find("exception \"KeyboardInterrupt\"") != std::string::npos);
+    return end.outcome.kind == ScriptOutcome::Kind::interrupted || (signalled && end.code == KZe_ABORT);
 }
 
 int statusOf(const std::string& path, const ScriptEnd& end) {
-    if (wasInterrupted(end)) {
-        CProgram::say(path + ": interrupted");
-        return exitInterrupted;
-    }
+    if (wasInterrupted(end)) return exitInterrupted;
+    if (end.outcome.kind == ScriptOutcome::Kind::exit) return kzStatusOfExit(path, end.outcome);
     if (kzFailed(end.code)) {
         const std::string message = end.isTold ? end.message : CMessageTables::codeText(end.code);
-        CProgram::say(fmt::format("{}: 0x{:08x} {}: {}", path, end.code, kzCodeName(end.code), message));
+        if (end.outcome.kind != ScriptOutcome::Kind::reported)
+            CProgram::say(fmt::format("{}: 0x{:08x} {}: {}", path, end.code, kzCodeName(end.code), message));
         return exitFailed;
     }
-    if (end.code <= exitMostOfScript) return static_cast<int>(end.code);
-    CProgram::say(fmt::format("{}: ended with {} (0x{:08x}), which is no exit status; it becomes {}", path, end.code,
-                              end.code, static_cast<int>(exitMostOfScript)));
-    return exitMostOfScript;
+    if (end.isTold) CProgram::say(path + ": " + end.message);
+    return kzStatusOfCode(path, end.code);
 }
 
 // The name of the server that takes the script. If none of the modules' own does, those count as well that come to be
@@ -53,16 +53,14 @@ std::string interpreterName(CProgram& program, const CScript& script) {
 
 int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments) {
     std::string problem;
-    const auto joined = kzJoinArguments(arguments, problem);
-    if (!joined) {
-        CProgram::say(problem);
-        return exitUsage;
-    }
     const auto script = kzReadScript(path, problem);
     if (!script) {
         CProgram::say(path + ": " + problem);
         return exitUsage;
     }
+    std::vector<std::string> words = arguments;
+    words.insert(words.begin(), path);
+    script->setWords(std::move(words));
     if (const int status = program.start(); status != exitOk) return status;
     CKzHost& host = program.host();
     const std::string interpreter = interpreterName(program, *script);
@@ -77,5 +75,7 @@ int kzRunScript(CProgram& program, const std::string& path, const std::vector<st
         return exitNoInterpreter;
     }
     const CInterruptScope interrupts;
-    return statusOf(path, program.host().run(script, 0, *joined));
+    return statusOf(path, program.host().run(script, 0, kzJoinArguments(arguments, problem)));
 }
+
+}  // namespace kzhost

@@ -4,6 +4,10 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 class CProgram;
 
 int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments);
+
+}  // namespace kzhost

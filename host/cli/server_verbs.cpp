@@ -1,6 +1,7 @@
 // The verbs check, convert and tree.
 #include "host/cli/server_verbs.h"
 
+#include "host/cli/standard_streams.h"
 #include "host/cli/tree_walk.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
@@ -18,6 +19,8 @@
 
 #include <algorithm>
 #include <filesystem>
+
+namespace kzhost {
 
 namespace {
 
@@ -38,8 +41,8 @@ bool allReadable(const std::vector<std::string>& files) {
 
 int check(CProgram& program, const std::vector<std::string>& files) {
     std::string problem;
-    const auto joined = kzJoinArguments(files, problem);
-    if (!joined) {
+    const std::string joined = kzJoinArguments(files, problem);
+    if (!problem.empty()) {
         CProgram::say(problem);
         return exitUsage;
     }
@@ -47,7 +50,7 @@ int check(CProgram& program, const std::vector<std::string>& files) {
     if (const int status = program.start(); status != exitOk) return status;
     for (const KzServer& server : program.host().modules().servers(KZa_TEXTSCRIPTINTERPRETER))
         if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
-    const ScriptEnd end = program.host().run(CHostRef<CScript>::make("check.py", checkScript), 0, *joined);
+    const ScriptEnd end = program.host().run(CHostRef<CScript>::make("check.py", checkScript), 0, joined);
     if (!kzFailed(end.code)) return end.code == 0 ? exitOk : exitFailed;
     CProgram::say("the files cannot be checked: " + (end.isTold ? end.message : kzCodeName(end.code)));
     return exitFailed;
@@ -85,15 +88,15 @@ int convert(CProgram& program, const std::string& from, const std::string& to, c
     } catch (KzResult code) {
         return failed(code == KZe_NOTSUPPORTED ? to + ": no saver writes such files" : to, code);
     }
-    fmt::print("{}: {} x {} pixels\n", to, image->width(), image->height());
+    CStandardStreams::get().print("{}: {} x {} pixels\n", to, image->width(), image->height());
     return exitOk;
 }
 
 void printRow(const TreeRow& row) {
-    fmt::print("{:{}}", "", row.depth * 2);
+    std::string line(row.depth * 2, ' ');
     for (std::size_t column = 0; column < row.cells.size(); ++column)
-        fmt::print("{}{}", column > 0 ? "  " : "", row.cells[column]);
-    fmt::print("\n");
+        line += (column > 0 ? "  " : "") + row.cells[column];
+    CStandardStreams::get().out(line + "\n");
 }
 
 int printTree(CProgram& program, const std::string& name) {
@@ -131,3 +134,5 @@ int CServerVerbs::run(CProgram& program) const {
     if (m_check->parsed()) return check(program, m_files);
     return m_convert->parsed() ? convert(program, m_from, m_to, m_space) : printTree(program, m_name);
 }
+
+}  // namespace kzhost

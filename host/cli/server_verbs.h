@@ -7,6 +7,8 @@ namespace CLI {
 class App;
 }
 
+namespace kzhost {
+
 class CServerVerbs {
 public:
     explicit CServerVerbs(CLI::App& app);
@@ -24,3 +26,5 @@ private:
     std::string m_space;
     std::string m_name;
 };
+
+}  // namespace kzhost

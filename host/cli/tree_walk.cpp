@@ -6,6 +6,8 @@
 #include "kz/result.h"
 #include "kz/tree.h"
 
+namespace kzhost {
+
 namespace {
 
 // A tree that never ends must not take the host with it.
@@ -66,3 +68,5 @@ private:
 }  // namespace
 
 void kzWalkTree(IKzUnknown* tree, const std::function<void(const TreeRow&)>& take) { CTreeWalk(tree, take).run(); }
+
+}  // namespace kzhost

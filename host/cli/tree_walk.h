@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
 // One node of a tree: how deep it is, and its texts, one for each column of the tree's view.
 struct TreeRow {
     std::uint32_t depth = 0;
@@ -15,3 +17,5 @@ struct TreeRow {
 };
 // Walks the whole tree from its root. Throws the code with which an operation fails.
 void kzWalkTree(IKzUnknown* tree, const std::function<void(const TreeRow&)>& take);
+
+}  // namespace kzhost

@@ -8,6 +8,8 @@
 #include "kz/result.h"
 #include "kz/value.h"
 
+#include <string>
+
 namespace kzhost {
 
 namespace {
@@ -45,12 +47,12 @@ constexpr ArgumentRow historyArguments[] = {
 
 Texts queryHistory(CBuiltinCommand& command, std::uint32_t) { return command.environment().state->history(); }
 
-// The registry holds its commands, so they must not hold it.
+// The registry owns its commands, so they must not own it.
 template <class Function> auto withRegistry(const std::shared_ptr<CCommandRegistry>& registry, Function function) {
-    return [known = std::weak_ptr(registry), function](CBuiltinCommand& command) {
-        const auto held = known.lock();
-        if (!held) throw KZe_NOTAVAILABLE;
-        function(*held, command);
+    return [weak = std::weak_ptr(registry), function](CBuiltinCommand& command) {
+        const auto registry = weak.lock();
+        if (!registry) throw KZe_NOTAVAILABLE;
+        function(*registry, command);
     };
 }
 

@@ -1,4 +1,4 @@
-// The host's own commands as objects.
+// Built-in commands as objects.
 #include "host/commands/builtin_command.h"
 
 #include "host/core/command_text.h"
@@ -12,6 +12,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <memory>
+#include <string_view>
+#include <utility>
 
 namespace kzhost {
 
@@ -23,9 +26,7 @@ void kzAddCommands(CCommandRegistry& registry, std::vector<CommandRow> rows) {
     for (CommandRow& each : rows) {
         const auto row = std::make_shared<const CommandRow>(std::move(each));
         registry.add(row->name, [row, environment = registry.environment()](std::uint32_t tag) {
-            IKzUnknown* command = nullptr;
-            CHostRef<CBuiltinCommand>::make(environment, row, tag).give(&command);
-            return command;
+            return kzMakeObject<CBuiltinCommand>(environment, row, tag);
         });
     }
 }
@@ -100,7 +101,7 @@ KzResult CBuiltinCommand::cmd_Flags(std::uint32_t* flags) {
 
 KzResult CBuiltinCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(m_self, m_row->name, flags, [this] {
+    return m_run.execute(rawSelf(), m_row->name, flags, [this] {
         m_row->execute(*this);
         return KZe_OK;
     });
@@ -188,9 +189,9 @@ KzResult CBuiltinCommand::attr_Value(std::uint32_t index, std::int32_t create, I
 KzResult CBuiltinCommand::askServed(std::uint32_t index,
                                     const std::function<KzResult(const CKzUser_Value& value)>& get) {
     const KzCell cell = cellOf(index);
-    CKzLoc_Unknown made;
-    const KzResult code = m_environment->types->makeValue(typeOf(index), made.out(), &cell);
-    return kzFailed(code) ? code : get(CKzUser_Value(made.raw()));
+    CKzLoc_Unknown object;
+    const KzResult code = m_environment->types->makeValue(typeOf(index), object.out(), &cell);
+    return kzFailed(code) ? code : get(CKzUser_Value(object.raw()));
 }
 
 KzResult CBuiltinCommand::setServed(std::uint32_t index,
@@ -210,7 +211,7 @@ KzResult CBuiltinCommand::refuses(std::uint32_t index, std::string_view text) {
 }
 
 KzResult CBuiltinCommand::attr_GetInt(std::uint32_t index, std::int32_t* value) {
-    if (typeOf(index).isServed) return askServed(index, [value](const auto& held) { return held.GetInt(value); });
+    if (typeOf(index).isServed) return askServed(index, [value](const auto& served) { return served.GetInt(value); });
     const auto number = kzIntegerOf(cellOf(index));
     if (!number) return KZe_INVALIDARG;
     *value = *number;
@@ -218,12 +219,12 @@ KzResult CBuiltinCommand::attr_GetInt(std::uint32_t index, std::int32_t* value) 
 }
 
 KzResult CBuiltinCommand::attr_SetInt(std::uint32_t index, std::int32_t value) {
-    if (typeOf(index).isServed) return setServed(index, [value](const auto& made) { return made.SetInt(value); });
+    if (typeOf(index).isServed) return setServed(index, [value](const auto& served) { return served.SetInt(value); });
     return attr_SetFlt(index, value);
 }
 
 KzResult CBuiltinCommand::attr_GetFlt(std::uint32_t index, double* value) {
-    if (typeOf(index).isServed) return askServed(index, [value](const auto& held) { return held.GetFlt(value); });
+    if (typeOf(index).isServed) return askServed(index, [value](const auto& served) { return served.GetFlt(value); });
     const auto number = kzNumberOf(cellOf(index));
     if (!number) return KZe_INVALIDARG;
     *value = *number;
@@ -231,7 +232,7 @@ KzResult CBuiltinCommand::attr_GetFlt(std::uint32_t index, double* value) {
 }
 
 KzResult CBuiltinCommand::attr_SetFlt(std::uint32_t index, double value) {
-    if (typeOf(index).isServed) return setServed(index, [value](const auto& made) { return made.SetFlt(value); });
+    if (typeOf(index).isServed) return setServed(index, [value](const auto& served) { return served.SetFlt(value); });
     const auto cell = kzCellOf(typeOf(index), value);
     if (!cell) return refuses(index, fmt::format("{}", value));
     m_values[index] = cell;
@@ -242,7 +243,7 @@ KzResult CBuiltinCommand::attr_GetString(std::uint32_t index, char* buffer, std:
     return kzFillText(kzFormatCell(typeOf(index), cellOf(index)), buffer, length);
 }
 
-// A choice is known by its word.
+// Choices are set by their words.
 KzResult CBuiltinCommand::attr_SetString(std::uint32_t index, const char* value) {
     const std::string_view wanted = kzTextOf(value);
     const KzTextValueHint* hints = nullptr;

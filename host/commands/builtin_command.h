@@ -1,4 +1,4 @@
-// The host's own commands: a row says what each is, one class makes them objects.
+// Built-in commands: each is described by a row of a table, and one class implements them all.
 #pragma once
 
 #include "host/core/command_registry.h"
@@ -11,9 +11,11 @@
 #include "kz/value.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kzhost {
@@ -39,7 +41,7 @@ struct CommandRow {
     std::function<void(CBuiltinCommand& command)> execute;
     // The texts that answer a query of that argument; null where nothing can be queried.
     std::function<Texts(CBuiltinCommand& command, std::uint32_t index)> query = nullptr;
-    // Where an argument's type and choices depend on other arguments.
+    // Override an argument's type and choices if these depend on other arguments.
     std::function<const KzValueType*(CBuiltinCommand& command, std::uint32_t index)> type = nullptr;
     std::function<Texts(CBuiltinCommand& command, std::uint32_t index)> choices = nullptr;
     int toggle = -1;
@@ -48,7 +50,7 @@ struct CommandRow {
 inline constexpr std::uint32_t kzOptional = KZfCMDARG_OPTIONAL;
 inline constexpr std::uint32_t kzQueryable = KZfCMDARG_QUERY;
 
-// A row's function that is given the state that it works on in front of its other arguments.
+// Binds the state that a row's function works on to its first parameters.
 template <class Function, class... State> auto kzWith(Function function, const std::shared_ptr<State>&... state) {
     return
         [function, state...](CBuiltinCommand& command, auto... rest) { return function(*state..., command, rest...); };
@@ -56,12 +58,13 @@ template <class Function, class... State> auto kzWith(Function function, const s
 
 // Ends a command with a code and a full sentence.
 [[noreturn]] void kzRefuse(KzResult code, std::string text);
-// What stands for the work of a command that can only be queried.
+// The `execute` of a command that can only be queried.
 void kzOnlyQueried(CBuiltinCommand& command);
 
 void kzAddCommands(CCommandRegistry& registry, std::vector<CommandRow> rows);
 
 class CBuiltinCommand final : public CHosted<"command", CBuiltinCommand, CKzIfc_Command, CKzIfc_Attributes>,
+                              public CHostSelf<CBuiltinCommand>,
                               CServiceBase {
 public:
     CBuiltinCommand(const CommandEnvironmentPtr& environment, std::shared_ptr<const CommandRow> row, std::uint32_t tag);
@@ -100,9 +103,7 @@ public:
     KzResult attr_GetString(std::uint32_t index, char* buffer, std::uint32_t length) override;
     KzResult attr_SetString(std::uint32_t index, const char* value) override;
 
-    void setSelf(IKzUnknown* self) { m_self = self; }
-
-    // For the rows' functions. An argument is known by its name; asking for one that the row lacks is a fault.
+    // For the rows' functions. Throws for an argument that the row lacks.
     const CommandEnvironment& environment() const { return *m_environment; }
     bool has(std::string_view argument) const { return m_values[indexOf(argument)].has_value(); }
     std::string text(std::string_view name) const;
@@ -116,7 +117,7 @@ private:
     std::uint32_t indexOf(std::string_view name) const;
     const KzValueType& typeOf(std::uint32_t index);
     KzCell cellOf(std::uint32_t index) const;
-    // Calls `get` with the value that a module's type has there.
+    // Calls `get` with the argument as a value of its served type.
     KzResult askServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& get);
     KzResult setServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& set);
     KzResult refuses(std::uint32_t index, std::string_view text);
@@ -124,10 +125,9 @@ private:
     CommandEnvironmentPtr m_environment;
     std::shared_ptr<const CommandRow> m_row;
     std::uint32_t m_tag;
-    IKzUnknown* m_self = nullptr;
     CCommandRun m_run;
     std::vector<std::optional<KzCell>> m_values;
-    std::vector<KzTextValueHint> m_hints;  // made for an argument whose choices vary
+    std::vector<KzTextValueHint> m_hints;  // the hints of an argument whose choices vary
 };
 
 }  // namespace kzhost

@@ -16,6 +16,7 @@
 #include "kz/value.h"
 
 #include <algorithm>
+#include <string>
 
 namespace kzhost {
 
@@ -27,12 +28,10 @@ constexpr ArgumentRow serverListArguments[] = {
 };
 
 Texts queryServers(CModuleTable& modules, CBuiltinCommand& command, std::uint32_t index) {
-    Texts texts;
-    for (const KzServer& server : modules.servers(index == 0 ? "" : command.text("class"))) {
-        const std::string& text = index == 0 ? server.className : server.name;
-        if (index == 1 || std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
-    }
-    return texts;
+    if (index == 0) return modules.classNames();
+    Texts names;
+    for (const KzServer& server : modules.servers(command.text("class"))) names.push_back(server.name);
+    return names;
 }
 
 constexpr ArgumentRow moduleUpdateArguments[] = {{"module", KZsTYPE_STRING, 0, "the module's name"}};
@@ -43,7 +42,7 @@ void updateModule(CModuleTable& modules, CListenerTable& listeners, CLogStore& l
         throw CommandTextError{KZe_NOTFOUND, "argument \"module\": there is no module \"" + name + "\""};
 }
 
-// The interpreter knows its files; the host only asks it to look at them.
+// Only the interpreter knows its files, so the host runs a script that reloads them.
 constexpr const char* reloadScript = "# python\n"
                                      "from kzserv import loading\n"
                                      "loading.reload_changed()\n";

@@ -3,10 +3,9 @@
 
 #include <memory>
 
-class CScriptRunner;
-
 namespace kzhost {
 
+class CScriptRunner;
 class CCommandRegistry;
 class CModuleTable;
 

@@ -10,6 +10,8 @@
 #include "kz/result.h"
 #include "kz/value.h"
 
+#include <string>
+
 namespace kzhost {
 
 namespace {

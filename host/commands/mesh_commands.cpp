@@ -5,6 +5,7 @@
 #include "host/core/command_text.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
+#include "host/objects/item.h"
 #include "host/objects/open_scenes.h"
 
 #include "kz/command.h"
@@ -12,6 +13,8 @@
 #include "kz/value.h"
 
 #include "kz/mesh_operation.h"
+
+#include <string>
 
 namespace kzhost {
 
@@ -51,8 +54,8 @@ void operateMesh(CModuleTable& modules, OpenScenes& scenes, CBuiltinCommand& com
         throw CommandTextError{KZe_NOTFOUND, "argument \"operation\": there is no mesh operation \"" + name + "\""};
     const CHostRef<CItem> item = meshItem(scenes, command);
     const CHostRef<CMesh> mesh = item->mesh();
-    CKzLoc_Unknown made;
-    const CKzUser_MeshOperation operation(CModuleTable::spawn(*server, made).raw());
+    CKzLoc_Unknown object;
+    const CKzUser_MeshOperation operation(CModuleTable::spawn(*server, object).raw());
     if (!operation) throw KZe_NOINTERFACE;
     const CMeshData before = mesh->data;
     const KzResult code = operation.Evaluate(mesh.raw(), KZiMESHELT_POINT, KZiMESHOP_MODE_FREEZE);

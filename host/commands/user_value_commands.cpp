@@ -14,6 +14,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
@@ -39,14 +41,14 @@ constexpr ArgumentRow userValueArguments[] = {
 
 const KzValueType* userValueType(CUserValues& values, CBuiltinCommand& command, std::uint32_t index) {
     if (index != 1) return nullptr;
-    if (const auto known = values.find(command.text("name"))) return known->type;
+    if (const auto former = values.find(command.text("name"))) return former->type;
     return nullptr;
 }
 
 Texts userValueChoices(CUserValues& values, CBuiltinCommand& command, std::uint32_t index) {
     if (index != 1) return {};
-    const auto known = values.find(command.text("name"));
-    return known ? known->choices : Texts();
+    const auto former = values.find(command.text("name"));
+    return former ? former->choices : Texts();
 }
 
 UserValue newUserValue(CBuiltinCommand& command, const std::string& name) {
@@ -80,21 +82,21 @@ KzCell userValueCell(const CValueTypeRegistry& types, const UserValue& value, co
 
 void setUserValue(CUserValues& values, CBuiltinCommand& command) {
     const std::string name = command.text("name");
-    const auto known = values.find(name);
+    const auto former = values.find(name);
     if (name.empty()) kzRefuse(KZe_INVALIDARG, "argument \"name\": a value needs a name");
     if (command.flag("delete")) {
         if (!values.remove(name))
             kzRefuse(KZe_NOTFOUND, "argument \"name\": there is no value \"" + name + "\" to delete");
         return;
     }
-    if (known && command.has("type") && command.text("type") != known->type->name)
+    if (former && command.has("type") && command.text("type") != former->type->name)
         kzRefuse(KZe_ALREADYEXISTS, fmt::format("argument \"type\": \"{}\" is of type {} already; delete it first",
-                                                name, known->type->name));
-    UserValue value = known ? *known : newUserValue(command, name);
+                                                name, former->type->name));
+    UserValue value = former ? *former : newUserValue(command, name);
     if (command.has("value")) {
-        // A choice is held as its number once its words are known.
+        // The argument holds a choice as its number once its words are known.
         const std::string text = command.text("value");
-        value.cell = known && command.integer("value") && !known->choices.empty()
+        value.cell = former && command.integer("value") && !former->choices.empty()
                          ? KzCell(*command.integer("value"))
                          : userValueCell(*command.environment().types, value, text);
     }
@@ -103,10 +105,10 @@ void setUserValue(CUserValues& values, CBuiltinCommand& command) {
 
 Texts queryUserValue(CUserValues& values, CBuiltinCommand& command, std::uint32_t index) {
     if (index == 0) return values.names();
-    const auto known = values.find(command.text("name"));
-    if (!known) return {};
-    if (index == 2) return {known->type->name};
-    return index == 3 ? known->choices : Texts{kzFormatCell(*known->type, known->cell)};
+    const auto former = values.find(command.text("name"));
+    if (!former) return {};
+    if (index == 2) return {former->type->name};
+    return index == 3 ? former->choices : Texts{kzFormatCell(*former->type, former->cell)};
 }
 
 }  // namespace

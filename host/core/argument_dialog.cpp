@@ -3,6 +3,7 @@
 
 #include "host/core/command_arguments.h"
 #include "host/core/command_text.h"
+#include "host/core/refusal.h"
 #include "host/state/dialog_board.h"
 #include "host/state/text.h"
 
@@ -10,30 +11,27 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <optional>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace kzhost {
 
 namespace {
 
-constexpr int mostTries = 10;  // for one answer, so that a pipe without end comes to one
-
-std::string textOf(KzResult code, const char* text) {
-    return kzSucceeded(code) ? std::string(kzTextOf(text)) : std::string();
-}
-
-bool isRefusal(KzResult code) { return kzFailed(code) && code != KZe_NOTIMPL; }
+constexpr int mostTries = 10;  // for one answer, so that an endless pipe cannot keep the dialog open
 
 class CArgumentDialog {
 public:
     CArgumentDialog(const CDialogBoard& board, CCommandArguments& arguments) : m_board(board), m_arguments(arguments) {}
 
-    // A command that asks by itself is asked nothing more. An answer may enable an argument that was passed over, so the
-    // search for the next one begins anew each time.
+    // A command with a dialog of its own needs no other. An answer may enable an argument that was skipped, so each search
+    // for the next argument starts from the beginning.
     KzResult run() {
         const CKzUser_Command& command = m_arguments.command();
         if (const KzResult code = command.Interact(); code != KZe_NOTIMPL) return code;
-        if (const KzResult code = command.DialogInit(); isRefusal(code)) return code;
+        if (const KzResult code = command.DialogInit(); kzRefuses(code)) return code;
         std::vector<std::uint32_t> waiting = order();
         for (;;) {
             const auto next =
@@ -46,12 +44,11 @@ public:
     }
 
 private:
-    // As the command lays its dialog out: names, and a mark for all that it does not name.
+    // The order that the command asks for: names, and a mark that stands for all other arguments.
     std::vector<std::uint32_t> order() const {
-        const char* format = nullptr;
-        const KzResult code = m_arguments.command().DialogFormatting(&format);
-        const std::string text = textOf(code, format);
-        std::istringstream words(text.empty() ? KZs_DLGFMT_SKIP : text);
+        const CKzUser_Command& command = m_arguments.command();
+        const std::string format = kzAnswer([&](const char** text) { return command.DialogFormatting(text); });
+        std::istringstream words(format.empty() ? KZs_DLGFMT_SKIP : format);
         std::vector<std::uint32_t> named;
         std::optional<std::size_t> others;
         for (std::string word; words >> word;)
@@ -80,17 +77,13 @@ private:
     DialogQuestion questionOf(std::uint32_t index) const {
         const CKzUser_Command& command = m_arguments.command();
         DialogQuestion question;
-        const char* text = nullptr;
-        KzResult code = command.UserName(&text);
-        question.command = textOf(code, text);
-        code = command.ArgUserName(index, &text);
-        question.argument = textOf(code, text);
+        question.command = kzAnswer([&](const char** text) { return command.UserName(text); });
+        question.argument = kzAnswer([&](const char** text) { return command.ArgUserName(index, text); });
         if (question.argument.empty()) question.argument = m_arguments.nameOf(index);
-        code = command.ArgDesc(index, &text);
-        question.description = textOf(code, text);
+        question.description = kzAnswer([&](const char** text) { return command.ArgDesc(index, text); });
         question.expected = m_arguments.expected(index);
-        code = command.ArgExample(index, &text);
-        if (const std::string example = textOf(code, text); !example.empty()) question.expected += ", as " + example;
+        const std::string example = kzAnswer([&](const char** text) { return command.ArgExample(index, text); });
+        if (!example.empty()) question.expected += ", as " + example;
         question.present = kzAttributeText(m_arguments.attributes(), index);
         return question;
     }
@@ -109,7 +102,7 @@ private:
                 continue;
             }
             const KzResult code = m_arguments.command().DialogArgChange(index);
-            return isRefusal(code) ? code : KZe_OK;
+            return kzRefuses(code) ? code : KZe_OK;
         }
     }
 

@@ -1,4 +1,4 @@
-// Giving arguments to any command through its interfaces.
+// Sets the arguments of any command through its interfaces.
 #include "host/core/command_arguments.h"
 
 #include "host/core/reasons.h"
@@ -18,10 +18,6 @@ namespace kzhost {
 namespace {
 
 constexpr std::uint32_t mostArguments = 1000;
-
-std::string ownText(KzResult code, const char* text) {
-    return kzSucceeded(code) && text != nullptr ? text : std::string();
-}
 
 }  // namespace
 
@@ -53,9 +49,7 @@ CCommandArguments::CCommandArguments(CValueTypeRegistry& types, IKzUnknown* comm
 }
 
 std::string CCommandArguments::nameOf(std::uint32_t index) const {
-    const char* name = nullptr;
-    const KzResult code = m_attributes.Name(index, &name);
-    return ownText(code, name);
+    return kzAnswer([&](const char** name) { return m_attributes.Name(index, name); });
 }
 
 std::uint32_t CCommandArguments::find(const std::string& name) const {
@@ -72,31 +66,31 @@ std::uint32_t CCommandArguments::find(const std::string& name) const {
                                        name, names)};
 }
 
-// One without a name takes the first place that is free.
-std::uint32_t CCommandArguments::placeOf(const ArgumentText& argument, std::vector<bool>& given) const {
+// An argument without a name takes the first free place.
+std::uint32_t CCommandArguments::placeOf(const ArgumentText& argument, std::vector<bool>& isAssigned) const {
     if (argument.name.empty()) {
-        const auto free = std::find(given.begin(), given.end(), false);
-        if (free == given.end())
-            throw CommandTextError{given.empty() ? KZe_CMD_HAS_NO_ARGUMENTS : KZe_CMD_TOO_MANY_ARGUMENTS,
+        const auto free = std::find(isAssigned.begin(), isAssigned.end(), false);
+        if (free == isAssigned.end())
+            throw CommandTextError{isAssigned.empty() ? KZe_CMD_HAS_NO_ARGUMENTS : KZe_CMD_TOO_MANY_ARGUMENTS,
                                    fmt::format("\"{}\" at position {} is one argument too many; the command takes {}",
-                                               argument.value, argument.at, given.size())};
+                                               argument.value, argument.at, isAssigned.size())};
         *free = true;
-        return static_cast<std::uint32_t>(free - given.begin());
+        return static_cast<std::uint32_t>(free - isAssigned.begin());
     }
     const std::uint32_t index = find(argument.name);
-    if (given[index])
+    if (isAssigned[index])
         throw CommandTextError{
             KZe_CMD_ARGUMENT_ALREADY_SET,
             fmt::format("argument \"{}\" at position {} is given twice", argument.name, argument.at)};
-    given[index] = true;
+    isAssigned[index] = true;
     return index;
 }
 
 std::optional<std::uint32_t> CCommandArguments::assign(const std::vector<ArgumentText>& arguments) {
     std::optional<std::uint32_t> query;
-    std::vector<bool> given(count());
+    std::vector<bool> isAssigned(count());
     for (const ArgumentText& argument : arguments) {
-        const std::uint32_t index = placeOf(argument, given);
+        const std::uint32_t index = placeOf(argument, isAssigned);
         if (!argument.isQuery) set(index, argument.value);
         else if (query)
             throw CommandTextError{KZe_CMD_TOO_MANY_QUERIES_MARKED,
@@ -114,7 +108,7 @@ void CCommandArguments::set(std::uint32_t index, const std::string& value) {
     give(index, text, put(index, text));
 }
 
-// A choice is known by its word, whoever's command it is: one that takes no numbers is given the word itself.
+// Choices are set by their words. A command that takes no numbers gets the word itself.
 KzResult CCommandArguments::put(std::uint32_t index, const std::string& text) {
     const KzValueType* type = typeOf(index);
     const KzTextValueHint* choices = choicesOf(index, type);
@@ -137,34 +131,34 @@ const KzTextValueHint* CCommandArguments::choicesOf(std::uint32_t index, const K
     return hints;
 }
 
-// A command may read what users type in a way of its own.
+// A command may parse what users type by itself.
 void CCommandArguments::answer(std::uint32_t index, const std::string& text) {
     const KzResult code = m_command->ArgParseString(index, text.c_str());
     if (code == KZe_NOTIMPL) set(index, text);
     else give(index, text, code);
 }
 
-// The code says how the text was taken as it is. A module's attributes may take numbers only as numbers.
+// `code` is the result of setting the text as it is. A module's attributes may accept numbers only as numbers.
 void CCommandArguments::give(std::uint32_t index, const std::string& text, KzResult code) {
     if (code == KZe_NOTIMPL)
         if (const auto integer = kzParseInteger(text)) code = m_attributes->SetInt(index, *integer);
     if (code == KZe_NOTIMPL)
         if (const auto number = kzParseNumber(text)) code = m_attributes->SetFlt(index, *number);
     if (kzSucceeded(code)) return;
-    if (code == KZe_INVALIDARG) code = KZe_CMD_ERROR_SETTING_DATATYPE;  // a module's value says no more
+    if (code == KZe_INVALIDARG) code = KZe_CMD_ERROR_SETTING_DATATYPE;  // a module's value gives no other code
     throw CommandTextError{code,
                            fmt::format("argument \"{}\": \"{}\" is not {}", nameOf(index), text, expected(index))};
 }
 
 std::string CCommandArguments::expected(std::uint32_t index) const {
-    const char* text = nullptr;
-    if (kzSucceeded(m_command->ArgTypeDesc(index, &text)) && !kzTextOf(text).empty()) return text;
-    const KzValueType* known = typeOf(index);
-    if (const KzTextValueHint* choices = choicesOf(index, known)) return kzOneOf(choices);
-    return known != nullptr ? m_types.expects(*known) : "what it takes";
+    std::string text = kzAnswer([&](const char** answer) { return m_command->ArgTypeDesc(index, answer); });
+    if (!text.empty()) return text;
+    const KzValueType* type = typeOf(index);
+    if (const KzTextValueHint* choices = choicesOf(index, type)) return kzOneOf(choices);
+    return type != nullptr ? m_types.expects(*type) : "what it takes";
 }
 
-// "a|b" goes to the value after the present one, where the argument is a toggle.
+// For a toggle, "a|b" means the value after the present one.
 std::string CCommandArguments::toggled(std::uint32_t index, const std::string& value) {
     std::uint32_t flags = 0;
     const bool isToggle = kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & KZfCMDARG_TOGGLE) != 0;
@@ -186,7 +180,7 @@ std::string CCommandArguments::toggled(std::uint32_t index, const std::string& v
 std::uint32_t CCommandArguments::count() const {
     const std::uint32_t count = m_attributes.Count();
     if (count <= mostArguments) return count;
-    throw CommandTextError{KZe_CMD_BAD_DEFINITION, fmt::format("it says that it takes {} arguments", count)};
+    throw CommandTextError{KZe_CMD_BAD_DEFINITION, fmt::format("the command claims to take {} arguments", count)};
 }
 
 std::uint32_t CCommandArguments::flagsOf(std::uint32_t index) const {
@@ -212,9 +206,7 @@ std::optional<std::uint32_t> CCommandArguments::missing() const {
 void CCommandArguments::requireGiven() const {
     const auto index = missing();
     if (!index) return;
-    const char* text = nullptr;
-    const KzResult code = m_command->ArgDesc(*index, &text);
-    const std::string meaning = ownText(code, text);
+    const std::string meaning = kzAnswer([&](const char** text) { return m_command->ArgDesc(*index, text); });
     throw CommandTextError{KZe_CMD_MISSING_ARGS, fmt::format("argument \"{}\" is missing{}{}", nameOf(*index),
                                                              meaning.empty() ? "" : "; it is ", meaning)};
 }

@@ -4,6 +4,7 @@
 #include "host/core/command_text.h"
 #include "host/core/log_store.h"
 #include "host/core/message_tables.h"
+#include "host/core/module_table.h"
 #include "host/core/scripts.h"
 #include "host/core/value_type_registry.h"
 #include "host/state/path_aliases.h"
@@ -19,17 +20,10 @@ namespace kzhost {
 namespace {
 
 std::string messageOf(const CKzUser_Command& command, KzResult code) {
-    CKzLoc_Unknown told;
-    if (kzFailed(command.Message(told.out()))) return CMessageTables::codeText(code);
-    const CKzUser_Message message(told.raw());
+    CKzLoc_Unknown object;
+    if (kzFailed(command.Message(object.out()))) return CMessageTables::codeText(code);
+    const CKzUser_Message message(object.raw());
     return message ? CMessageTables::reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
-}
-
-KzResult verdictOf(const CKzUser_Command& command, KzResult code) {
-    CKzLoc_Unknown told;
-    if (kzFailed(code) || kzFailed(command.Message(told.out()))) return code;
-    const CKzUser_Message message(told.raw());
-    return message && kzFailed(message.Code()) ? message.Code() : code;
 }
 
 }  // namespace
@@ -113,7 +107,7 @@ CCommandDispatcher::Outcome CCommandDispatcher::performCommand(const MarkedComma
         }
         return outcome;
     }
-    outcome.code = verdictOf(command, command.Execute(marked.flags));
+    outcome.code = command.Execute(marked.flags);
     if (kzFailed(outcome.code)) outcome.message = messageOf(command, outcome.code);
     return outcome;
 }

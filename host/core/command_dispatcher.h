@@ -10,12 +10,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
-
-class CScriptRunner;
 
 namespace kzhost {
 
+class CScriptRunner;
 class CPathAliases;
 
 class CCommandDispatcher {
@@ -26,14 +26,14 @@ public:
 
     const CCommandRegistry& registry() const { return *m_registry; }
 
-    // A whole string without its marks: spawns and gives the arguments; what is marked for a query.
+    // Spawns the command of a whole string without marks and sets its arguments. Returns the argument marked for a query.
     std::optional<std::uint32_t> parse(std::string_view text, CKzUser_Command& command) const;
 
-    // "@file args", or a script file's name with its alias, in front of its arguments.
+    // True for "@file args", and for the aliased path of a script file followed by its arguments.
     bool isScript(std::string_view text) const;
     CKzUser_Command& spawnScript(std::string_view text, CKzUser_Command& command) const;
 
-    // Parses and runs a whole string, marks and all. The texts are a query's answer.
+    // Parses and runs a whole string, marks included. The answers are those of a query.
     struct Outcome {
         KzResult code = 0;
         std::string message;
@@ -42,7 +42,7 @@ public:
     };
     Outcome perform(std::string_view text, std::uint32_t flags) const;
 
-    // Tells what was wrong with a string, in the log, and gives its code.
+    // Logs what is wrong with a command string and returns the code.
     KzResult report(const std::string& name, const CommandTextError& error) const;
 
 private:

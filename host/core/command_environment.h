@@ -3,10 +3,9 @@
 
 #include <memory>
 
-class CLogStore;
-
 namespace kzhost {
 
+class CLogStore;
 class CCommandState;
 class CDialogBoard;
 class CListenerTable;

@@ -17,7 +17,7 @@ namespace kzhost {
 
 namespace {
 
-constexpr unsigned deepestAlias = 20;
+constexpr std::uint32_t deepestAlias = 20;
 
 }  // namespace
 
@@ -50,7 +50,7 @@ CKzUser_Command& CCommandRegistry::spawn(std::string_view text, CKzUser_Command&
     std::string definition(text);
     std::string name = kzFirstWord(definition);
     bool isAlias = false;
-    for (unsigned depth = 0; const auto alias = m_environment->state->alias(name); ++depth) {
+    for (std::uint32_t depth = 0; const auto alias = m_environment->state->alias(name); ++depth) {
         if (depth == deepestAlias)
             throw CommandTextError{KZe_CMD_BAD_DEFINITION, "the alias \"" + name + "\" leads back to itself"};
         definition = *alias;
@@ -73,9 +73,9 @@ void CCommandRegistry::make(const std::string& name, CKzUser_Command& command) c
     if (const auto builtin = m_builtin.find(name); builtin != m_builtin.end()) {
         command.take(builtin->second(tag));
     } else if (const auto server = m_modules->find(KZa_COMMAND, name)) {
-        CKzLoc_Unknown made;
-        CModuleTable::spawn(*server, made);
-        command.set(CHostRef<CServedCommand>::make(m_environment, made.raw(), name, tag).raw());
+        CKzLoc_Unknown object;
+        CModuleTable::spawn(*server, object);
+        command.set(CHostRef<CServedCommand>::make(m_environment, object.raw(), name, tag).raw());
     } else {
         throw CommandTextError{KZe_CMD_UNKNOWN_COMMAND, "there is no command \"" + name + "\""};
     }

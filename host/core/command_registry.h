@@ -7,9 +7,11 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kzhost {
@@ -21,14 +23,14 @@ public:
     CCommandRegistry(CommandEnvironmentPtr environment, std::shared_ptr<CModuleTable> modules)
         : m_environment(std::move(environment)), m_modules(std::move(modules)) {}
 
-    // A command of the host's own. `make` gives a new object with one reference that knows itself by that tag.
+    // Adds a built-in command. `make` returns a new object with that tag and one reference.
     using Make = std::function<IKzUnknown*(std::uint32_t tag)>;
     void add(const std::string& name, Make make) { m_builtin[name] = std::move(make); }
 
     std::vector<std::string> names() const;
     bool has(const std::string& name) const;
 
-    // Whoever listens is told. False when the name is taken already, or is no alias.
+    // Both notify the listeners. False if the name is taken already, or is no alias.
     bool addAlias(const std::string& alias, const std::string& definition) const;
     bool removeAlias(const std::string& alias) const;
     std::optional<std::string> alias(const std::string& name) const;

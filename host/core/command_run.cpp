@@ -1,4 +1,4 @@
-// How any command is executed.
+// The execution of any command.
 #include "host/core/command_run.h"
 
 #include "host/core/argument_dialog.h"
@@ -6,6 +6,7 @@
 #include "host/core/listener_table.h"
 #include "host/core/log_store.h"
 #include "host/core/message_tables.h"
+#include "host/core/refusal.h"
 #include "host/state/command_state.h"
 #include "host/state/text.h"
 
@@ -27,6 +28,7 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
     try {
         code = prepare(command, flags);
         if (!kzFailed(code)) code = body();
+        if (!kzFailed(code) && kzFailed(m_message->msg_Code())) code = m_message->msg_Code();
     } catch (const CommandTextError& error) {
         code = error.code;
         text = error.text;
@@ -43,20 +45,19 @@ KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std:
     return code;
 }
 
-// What comes before the work: whether the command can be used, what its dialog asks, what it gets ready. Being disabled is
-// an answer of its own; a module without opinion is enabled.
+// Checks that the command is enabled, runs its dialog and lets it prepare. A module that does not implement Enable is
+// enabled.
 KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
-    const auto refuses = [](KzResult code) { return kzFailed(code) && code != KZe_NOTIMPL; };
     CCommandArguments arguments(*m_environment->types, command);
-    if (const KzResult code = arguments.command().Enable(m_message.raw()); refuses(code)) return code;
+    if (const KzResult code = arguments.command().Enable(m_message.raw()); kzRefuses(code)) return code;
     arguments.requireEnabled();
     if (const KzResult code = kzAskArguments(*m_environment->dialogs, arguments, flags); kzFailed(code)) return code;
     arguments.requireGiven();
     const KzResult code = arguments.command().PreExecute();
-    return refuses(code) ? code : KZe_OK;
+    return kzRefuses(code) ? code : KZe_OK;
 }
 
-// The history holds what users and scripts ran, not what commands run inside.
+// The history holds what users and scripts ran, not what commands ran in turn.
 void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::uint32_t flags) {
     std::uint32_t what = 0;
     const CCommandArguments arguments(*m_environment->types, command);
@@ -66,19 +67,17 @@ void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::ui
     m_environment->state->remember(arguments.write(name));
 }
 
-// A command that has put its own reason into the message keeps it.
+// A reason that the command itself has put into the message stays.
 void CCommandRun::tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags) {
-    const char* key = nullptr;
-    m_message->msg_Key(&key);
     if (kzSucceeded(m_message->msg_Code())) m_message->msg_SetCode(code);
-    if (kzTextOf(key).empty()) {
+    if (!m_message->hasText()) {
         m_message->msg_SetMessage("commands", "failed", 0);
         m_message->msg_SetArgumentString(1, name.c_str());
         m_message->msg_SetArgumentString(2, (text.empty() ? CMessageTables::codeText(code) : text).c_str());
     }
-    const CKzUser_Message held(m_message.raw());
+    const CKzUser_Message asMessage(m_message.raw());
     if ((flags & KZfCMD_EXEC_NOALERTS) == 0)
-        m_environment->log->write("commands", code, CMessageTables::textOf(*held.ptr()));
+        m_environment->log->write("commands", code, CMessageTables::textOf(*asMessage.ptr()));
 }
 
 }  // namespace kzhost

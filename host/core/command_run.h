@@ -1,4 +1,4 @@
-// How any command is executed: who hears of it, where its failure is told, and what is remembered.
+// The execution of any command: it notifies listeners, reports failures and writes the history.
 #pragma once
 
 #include "host/core/command_environment.h"
@@ -9,6 +9,8 @@
 #include "kz/command.h"
 
 #include <functional>
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
@@ -16,7 +18,7 @@ class CCommandRun {
 public:
     explicit CCommandRun(CommandEnvironmentPtr environment) : m_environment(std::move(environment)) {}
 
-    // Calls `body`, which returns a code or throws one or a CommandTextError. The message afterwards says how it went.
+    // Calls `body`, which returns a code or throws one or a CommandTextError. Afterwards the message holds the outcome.
     KzResult execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
                      const std::function<KzResult()>& body);
     const CHostRef<CMessage>& message() const { return m_message; }

@@ -3,20 +3,21 @@
 
 #include <exception>
 #include <iterator>
+#include <utility>
 
 namespace kzhost {
 
 bool CJobThreads::start(std::function<void()> work) noexcept {
-    std::list<Thread> over;  // joined on the way out, without the lock
+    std::list<Thread> over;  // joined on return, without the lock
     const std::lock_guard lock(m_lock);
     for (auto each = m_threads.begin(); each != m_threads.end();) {
         const auto next = std::next(each);
         if (each->isOver) over.splice(over.end(), m_threads, each);
         each = next;
     }
-    std::list<Thread> made;
+    std::list<Thread> started;
     try {
-        Thread& mine = made.emplace_back();
+        Thread& mine = started.emplace_back();
         mine.thread = std::jthread([&mine, work = std::move(work)]() mutable {
             work();
             work = nullptr;
@@ -25,7 +26,7 @@ bool CJobThreads::start(std::function<void()> work) noexcept {
     } catch (const std::exception&) {
         return false;
     }
-    m_threads.splice(m_threads.end(), made);
+    m_threads.splice(m_threads.end(), started);
     return true;
 }
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <vector>
 
 namespace kzhost {
 

@@ -5,10 +5,9 @@
 
 #include <string>
 
-class CLogStore;
-
 namespace kzhost {
 
+class CLogStore;
 class CListenerTable;
 class CModuleTable;
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace kzhost {
@@ -22,9 +23,9 @@ constexpr ListenerClass classes[] = {
 };
 
 bool has(IKzUnknown* object, const KzGuid& iid) {
-    void* found = nullptr;
-    if (kzFailed(object->QueryInterface(&iid, &found)) || found == nullptr) return false;
-    static_cast<IKzUnknown*>(found)->Release();
+    void* interface = nullptr;
+    if (kzFailed(object->QueryInterface(&iid, &interface)) || interface == nullptr) return false;
+    static_cast<IKzUnknown*>(interface)->Release();
     return true;
 }
 
@@ -46,28 +47,29 @@ KzResult CListenerTable::add(IKzUnknown* object) {
     const bool listens =
         std::any_of(std::begin(classes), std::end(classes), [&](const auto& each) { return has(object, each.iid); });
     if (!listens) return KZe_INVALIDARG;
-    const auto held = std::make_shared<CKzLoc_Unknown>(object);
+    const auto listener = std::make_shared<CKzLoc_Unknown>(object);
     const std::lock_guard lock(m_lock);
-    m_listeners.push_back(held);
+    m_listeners.push_back(listener);
     return KZe_OK;
 }
 
 KzResult CListenerTable::remove(IKzUnknown* object) {
     if (object == nullptr) return KZe_INVALIDARG;
-    Held gone;
-    for (const Held& held : all())
-        if (isSame(held->raw(), object)) gone = held;
+    ListenerRef match;
+    for (const ListenerRef& listener : all())
+        if (isSame(listener->raw(), object)) match = listener;
     const std::lock_guard lock(m_lock);
-    return gone && std::erase(m_listeners, gone) != 0 ? KZe_OK : KZe_NOTFOUND;
+    return match && std::erase(m_listeners, match) != 0 ? KZe_OK : KZe_NOTFOUND;
 }
 
 std::size_t CListenerTable::count(std::string_view className) const {
-    const auto held = all();
-    if (className.empty()) return held.size();
+    const auto listeners = all();
+    if (className.empty()) return listeners.size();
     for (const ListenerClass& each : classes) {
         if (className != each.name) continue;
-        return static_cast<std::size_t>(std::count_if(
-            held.begin(), held.end(), [&](const Held& listener) { return has(listener->raw(), each.iid); }));
+        return static_cast<std::size_t>(
+            std::count_if(listeners.begin(), listeners.end(),
+                          [&](const ListenerRef& listener) { return has(listener->raw(), each.iid); }));
     }
     return 0;
 }
@@ -81,7 +83,7 @@ void CListenerTable::moduleUpdated(const char* module) {
     session([module](IKzSessionListener& listener) { listener.ModuleUpdated(module); });
 }
 
-std::vector<CListenerTable::Held> CListenerTable::all() const {
+std::vector<CListenerTable::ListenerRef> CListenerTable::all() const {
     const std::lock_guard lock(m_lock);
     return m_listeners;
 }
@@ -111,7 +113,7 @@ void CListenerTable::endSession() {
 }
 
 void CListenerTable::clear() {
-    std::vector<Held> dropped;
+    std::vector<ListenerRef> dropped;
     const std::lock_guard lock(m_lock);
     dropped.swap(m_listeners);
 }

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kzhost {
@@ -21,37 +22,37 @@ public:
     // Attaches every listener interface that the object has; INVALIDARG when it has none.
     KzResult add(IKzUnknown* object);
     KzResult remove(IKzUnknown* object);
-    // How many there are of a class ("sessionlistener"), or of all with an empty name.
+    // How many listeners there are of a class ("sessionlistener"), or of all with an empty name.
     std::size_t count(std::string_view className) const;
 
-    // Whether a server is met for the first time; each is made a listener once.
+    // True the first time a server is named: each becomes a listener once.
     bool expects(const std::string& server);
 
     void moduleUpdated(const char* module);
     void session(const std::function<void(IKzSessionListener&)>& tell) { each<CKzLoc_SessionListener>(tell); }
     void commands(const std::function<void(IKzCmdSysListener&)>& tell) { each<CKzLoc_CmdSysListener>(tell); }
-    // Not told is what they write to the log themselves while they are told: that would never end.
+    // What a listener itself writes to the log while it is called is not announced: that would never end.
     void log(const std::function<void(IKzLogListener&)>& tell);
-    // Tells listeners that everything is there, once.
+    // Tells the listeners, once, that the host is ready.
     void beginSession();
-    // Tells listeners good-bye and lets go of them, while the modules that made them are still there.
+    // Tells the listeners that the host shuts down and releases them, while their modules are still loaded.
     void endSession();
     void clear();
 
 private:
-    using Held = std::shared_ptr<CKzLoc_Unknown>;
-    std::vector<Held> all() const;
+    using ListenerRef = std::shared_ptr<CKzLoc_Unknown>;
+    std::vector<ListenerRef> all() const;
 
-    // Called on a copy and without the lock: a listener may come and go while it is told.
+    // Works on a copy, without the lock: listeners may be added and removed while one is called.
     template <class Wrapper, class Tell> void each(const Tell& tell) {
-        for (const Held& held : all()) {
+        for (const ListenerRef& reference : all()) {
             Wrapper listener;
-            if (listener.set(held->raw())) tell(*listener.ptr());
+            if (listener.set(reference->raw())) tell(*listener.ptr());
         }
     }
 
     mutable std::mutex m_lock;
-    std::vector<Held> m_listeners;
+    std::vector<ListenerRef> m_listeners;
     std::set<std::string> m_servers;
     bool m_inSession = false;
 };

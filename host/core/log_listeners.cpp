@@ -5,6 +5,8 @@
 #include "host/core/log_store.h"
 #include "host/core/object.h"
 
+namespace kzhost {
+
 namespace {
 
 void tellLine(CLogStore& log, CListenerTable& listeners, const LogLine& line) {
@@ -29,3 +31,5 @@ void kzTellListeners(CLogStore& log, const std::shared_ptr<CListenerTable>& list
         });
     });
 }
+
+}  // namespace kzhost

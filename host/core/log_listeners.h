@@ -4,9 +4,13 @@
 #include <memory>
 
 namespace kzhost {
+
 class CListenerTable;
-}
 class CLogStore;
 
 // From now on the log tells the listeners.
-void kzTellListeners(CLogStore& log, const std::shared_ptr<kzhost::CListenerTable>& listeners);
+void kzTellListeners(CLogStore& log, const std::shared_ptr<CListenerTable>& listeners);
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

@@ -3,9 +3,12 @@
 
 #include "host/state/text.h"
 
+#include "kz/base/text_output.h"
 #include "kz/result.h"
 
 #include <algorithm>
+
+namespace kzhost {
 
 namespace {
 
@@ -13,33 +16,50 @@ namespace {
 std::mutex theLock;
 using Locked = std::lock_guard<std::mutex>;
 
-template <class Items> std::uint32_t dropOldest(Items& items, std::uint32_t limit, Items& dropped) {
-    std::uint32_t count = 0;
-    for (; limit != 0 && items.size() > limit; ++count) {
-        dropped.push_back(std::move(items.front()));  // freed by the caller, without the lock
-        items.pop_front();
-    }
-    return count;
-}
-
 KzResult giveAt(const std::deque<CHostRef<CLogEntry>>& entries, std::uint32_t index, IKzUnknown** entry) {
     const Locked lock(theLock);
     return index < entries.size() ? entries[index].give(entry) : KZe_OUTOFBOUNDS;
 }
 
-LogLine lineOf(const std::string& subsystem, std::uint64_t id, std::uint64_t parent, KzResult level,
-               const std::string& text, unsigned depth) {
-    return {subsystem, id, parent, level, text, depth};
+}  // namespace
+
+const CEntryList::Entries& CEntryList::all() const {
+    static const Entries none;
+    return m_entries ? *m_entries : none;
 }
 
-}  // namespace
+void CEntryList::add(const CHostRef<CLogEntry>& entry) {
+    if (!m_entries) m_entries = std::make_unique<Entries>();
+    m_entries->push_back(entry);
+    m_bytes += entry->m_text.size();
+}
+
+std::uint32_t CEntryList::shorten(const LogLimits& limits, Entries& dropped) {
+    const auto isTooMuch = [this](std::uint32_t entries, std::size_t bytes) {
+        return all().size() > 1 && ((entries != 0 && m_entries->size() > entries) || (bytes != 0 && m_bytes > bytes));
+    };
+    std::uint32_t count = 0;
+    for (; isTooMuch(limits.entries, limits.bytes); ++count) {
+        m_bytes -= m_entries->front()->m_text.size();
+        dropped.push_back(std::move(m_entries->front()));
+        m_entries->pop_front();
+    }
+    return count;
+}
+
+CEntryList::Entries CEntryList::takeAll() {
+    Entries taken;
+    if (m_entries) taken.swap(*m_entries);
+    m_bytes = 0;
+    return taken;
+}
 
 CLogEntry::CLogEntry(std::weak_ptr<CLogStore> store, KzResult level, std::string text)
     : m_store(std::move(store)), m_level(level), m_text(std::move(text)) {}
 
 CLogEntry::~CLogEntry() {
     if (m_isPlaced) return;
-    if (const auto store = m_store.lock()) store->giveUp(lineOf("", m_id, 0, m_level, m_text, 0));
+    if (const auto store = m_store.lock()) store->giveUp({"", m_id, 0, m_level, m_text, 0, m_origin, ""});
 }
 
 KzResult CLogEntry::logentry_Desc(const char** text) {
@@ -68,11 +88,11 @@ KzResult CLogEntry::logentry_AddEntry(IKzUnknown* child) {
 
 std::uint32_t CLogEntry::logentry_ChildCount() {
     const Locked lock(theLock);
-    return static_cast<std::uint32_t>(m_children.size());
+    return static_cast<std::uint32_t>(m_children.all().size());
 }
 
 KzResult CLogEntry::logentry_ChildByIndex(std::uint32_t index, IKzUnknown** child) {
-    return giveAt(m_children, index, child);
+    return giveAt(m_children.all(), index, child);
 }
 
 KzResult CLogEntry::logentry_Parent(IKzUnknown** parent) {
@@ -90,14 +110,16 @@ std::uint32_t CLogEntry::logentry_InfoCount() {
 KzResult CLogEntry::logentry_InfoByIndex(std::uint32_t index, const char** name, const char** value) {
     const Locked lock(theLock);
     if (index >= m_infos.size()) return KZe_OUTOFBOUNDS;
-    *name = m_infos[index].first.c_str();
-    *value = m_infos[index].second.c_str();
+    const auto info = std::next(m_infos.begin(), index);
+    *name = info->first.c_str();
+    *value = info->second.c_str();
     return KZe_OK;
 }
 
 KzResult CLogEntry::logentry_SetInfo(const char* name, const char* value) {
     if (name == nullptr || *name == '\0') return KZe_INVALIDARG;
     const Locked lock(theLock);
+    if (std::string_view(name) == kzOriginInfo) m_origin = kzOriginOf(kzTextOf(value));
     const auto known =
         std::find_if(m_infos.begin(), m_infos.end(), [&](const auto& info) { return info.first == name; });
     if (known != m_infos.end()) known->second = kzTextOf(value);
@@ -121,18 +143,18 @@ KzResult CLogSubsystem::log_AddEntry(IKzUnknown* entry) {
 
 std::uint32_t CLogSubsystem::log_EntryCount() {
     const Locked lock(theLock);
-    return static_cast<std::uint32_t>(m_entries.size());
+    return static_cast<std::uint32_t>(m_entries.all().size());
 }
 
 KzResult CLogSubsystem::log_EntryByIndex(std::uint32_t index, IKzUnknown** entry) {
-    return giveAt(m_entries, index, entry);
+    return giveAt(m_entries.all(), index, entry);
 }
 
 KzResult CLogSubsystem::log_Clear() {
-    std::deque<CHostRef<CLogEntry>> dropped;
+    CEntryList::Entries dropped;
     {
         const Locked lock(theLock);
-        dropped.swap(m_entries);
+        dropped = m_entries.takeAll();
         m_dropped = 0;
     }
     if (const auto store = m_store.lock(); store && store->m_subsystemSink)
@@ -187,47 +209,54 @@ void CLogStore::write(const std::string& subsystemName, KzResult level, std::str
 
 void CLogStore::place(CLogSubsystem& subsystem, const CHostRef<CLogEntry>& entry) {
     std::vector<LogLine> lines;
-    std::deque<CHostRef<CLogEntry>> dropped;
+    CEntryList::Entries dropped;
     {
         const Locked lock(theLock);
         if (entry->m_isPlaced || entry->m_parent != 0) return;
-        subsystem.m_entries.push_back(entry);
-        subsystem.m_dropped += dropOldest(subsystem.m_entries, m_limit, dropped);
-        settle(*entry, subsystem.m_name, 0, 0, lines);
+        subsystem.m_entries.add(entry);
+        subsystem.m_dropped += subsystem.m_entries.shorten(limits, dropped);
+        settle(*entry, subsystem.m_name, nullptr, lines);
     }
     announce(lines);
 }
 
 KzResult CLogStore::placeBelow(CLogEntry& parent, const CHostRef<CLogEntry>& child) {
     std::vector<LogLine> lines;
-    std::deque<CHostRef<CLogEntry>> dropped;
+    CEntryList::Entries dropped;
     {
         const Locked lock(theLock);
         if (child->m_isPlaced || child->m_parent != 0) return KZe_ALREADYEXISTS;
         if (contains(*child, parent)) return KZe_INVALIDARG;  // an entry below itself
-        parent.m_children.push_back(child);
-        dropOldest(parent.m_children, m_limit, dropped);
+        parent.m_children.add(child);
+        parent.m_children.shorten(limits, dropped);
         child->m_parent = parent.m_id;
-        if (parent.m_isPlaced) settle(*child, parent.m_subsystem, parent.m_id, parent.m_depth + 1, lines);
+        if (parent.m_isPlaced) settle(*child, parent.m_subsystem, &parent, lines);
     }
     announce(lines);
     return KZe_OK;
 }
 
 bool CLogStore::contains(const CLogEntry& tree, const CLogEntry& wanted) const {
-    return &tree == &wanted || std::any_of(tree.m_children.begin(), tree.m_children.end(),
+    return &tree == &wanted || std::any_of(tree.m_children.all().begin(), tree.m_children.all().end(),
                                            [&](const auto& child) { return contains(*child, wanted); });
 }
 
 // An entry has found its place, and with it whatever was added below it before.
-void CLogStore::settle(CLogEntry& entry, const std::string& subsystem, std::uint64_t parent, unsigned depth,
+void CLogStore::settle(CLogEntry& entry, const std::string& subsystem, const CLogEntry* parent,
                        std::vector<LogLine>& lines) {
     entry.m_isPlaced = true;
     entry.m_subsystem = subsystem;
-    entry.m_parent = parent;
-    entry.m_depth = depth;
-    lines.push_back(lineOf(subsystem, entry.m_id, parent, entry.m_level, entry.m_text, depth));
-    for (const auto& child : entry.m_children) settle(*child, subsystem, entry.m_id, depth + 1, lines);
+    entry.m_parent = parent != nullptr ? parent->m_id : 0;
+    entry.m_depth = parent != nullptr ? parent->m_depth + 1 : 0;
+    if (entry.m_origin == TextOrigin::script) entry.m_script = std::make_shared<const std::string>(entry.m_text);
+    else if (parent != nullptr) entry.m_script = parent->m_script;
+    lines.push_back(lineOf(entry));
+    for (const auto& child : entry.m_children.all()) settle(*child, subsystem, &entry, lines);
+}
+
+LogLine CLogStore::lineOf(const CLogEntry& entry) {
+    return {entry.m_subsystem, entry.m_id,    entry.m_parent, entry.m_level,
+            entry.m_text,      entry.m_depth, entry.m_origin, entry.m_script ? *entry.m_script : std::string()};
 }
 
 void CLogStore::announce(const std::vector<LogLine>& lines) {
@@ -257,9 +286,8 @@ void CLogStore::addSink(LogSink sink) {
 }
 
 void CLogStore::collect(const CHostRef<CLogEntry>& entry, std::vector<LogLine>& lines) const {
-    lines.push_back(
-        lineOf(entry->m_subsystem, entry->m_id, entry->m_parent, entry->m_level, entry->m_text, entry->m_depth));
-    for (const auto& child : entry->m_children) collect(child, lines);
+    lines.push_back(lineOf(*entry));
+    for (const auto& child : entry->m_children.all()) collect(child, lines);
 }
 
 std::vector<LogLine> CLogStore::lines(const std::string& subsystem) const {
@@ -267,7 +295,7 @@ std::vector<LogLine> CLogStore::lines(const std::string& subsystem) const {
     std::vector<LogLine> found;
     for (const std::string& name : m_order) {
         if (!subsystem.empty() && name != subsystem) continue;
-        for (const auto& entry : m_subsystems.at(name)->m_entries) collect(entry, found);
+        for (const auto& entry : m_subsystems.at(name)->m_entries.all()) collect(entry, found);
     }
     return found;
 }
@@ -277,7 +305,7 @@ CHostRef<CLogEntry> CLogStore::findAmong(const std::deque<CHostRef<CLogEntry>>& 
     for (std::size_t left = entries.size(); left-- > 0;) {
         const auto& entry = entries[left];
         if (entry->m_id == id) return entry;
-        if (auto below = findAmong(entry->m_children, id)) return below;
+        if (auto below = findAmong(entry->m_children.all(), id)) return below;
     }
     return {};
 }
@@ -285,7 +313,7 @@ CHostRef<CLogEntry> CLogStore::findAmong(const std::deque<CHostRef<CLogEntry>>& 
 CHostRef<CLogEntry> CLogStore::find(const std::string& subsystem, std::uint64_t id) const {
     const Locked lock(theLock);
     const auto found = m_subsystems.find(subsystem);
-    return found != m_subsystems.end() ? findAmong(found->second->m_entries, id) : CHostRef<CLogEntry>();
+    return found != m_subsystems.end() ? findAmong(found->second->m_entries.all(), id) : CHostRef<CLogEntry>();
 }
 
 double CLogStore::now() const {
@@ -306,3 +334,5 @@ void CLogStore::close() {
     const std::lock_guard lock(m_sinkLock);
     m_sinks = std::make_shared<const Sinks>();
 }
+
+}  // namespace kzhost

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/core/object.h"
+#include "host/state/text_board.h"
 
 #include "kz/log.h"
 
@@ -9,11 +10,16 @@
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <list>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
+namespace kzhost {
+
+class CLogEntry;
 class CLogStore;
 
 // A line as it comes into the log.
@@ -24,8 +30,31 @@ struct LogLine {
     KzResult level = 0;
     std::string text;
     unsigned depth = 0;
+    TextOrigin origin = TextOrigin::host;
+    std::string script;  // below whose heading it stands; empty outside of scripts
 };
 using LogSink = std::function<void(const LogLine&)>;
+
+// How much a subsystem, and an entry below it, keeps; 0 stands for no limit.
+struct LogLimits {
+    std::atomic<std::uint32_t> entries = 0;
+    std::atomic<std::size_t> bytes = 0;  // of text
+};
+
+// The entries of a subsystem or below an entry, the oldest first.
+class CEntryList {
+public:
+    using Entries = std::deque<CHostRef<CLogEntry>>;
+    const Entries& all() const;
+    void add(const CHostRef<CLogEntry>& entry);
+    // Takes out what is too much, but never the newest, and says how many. The caller frees it, without the log's lock.
+    std::uint32_t shorten(const LogLimits& limits, Entries& dropped);
+    Entries takeAll();
+
+private:
+    std::unique_ptr<Entries> m_entries;  // most entries have none
+    std::size_t m_bytes = 0;
+};
 
 class CLogEntry final : public CHosted<"log entry", CLogEntry, CKzIfc_LogEntry> {
 public:
@@ -46,19 +75,22 @@ public:
 
 private:
     friend class CLogStore;
+    friend class CEntryList;
 
     std::weak_ptr<CLogStore> m_store;
     std::uint64_t m_id = 0;
     KzResult m_level;
     std::string m_text;
     double m_time = 0;
+    TextOrigin m_origin = TextOrigin::host;
     // Where it stands. All of this is guarded by the log's lock.
     bool m_isPlaced = false;  // reached from a subsystem
     std::string m_subsystem;
     std::uint64_t m_parent = 0;
     unsigned m_depth = 0;
-    std::deque<CHostRef<CLogEntry>> m_children;
-    std::deque<std::pair<std::string, std::string>> m_infos;  // a deque: what was handed out stays where it is
+    std::shared_ptr<const std::string> m_script;
+    CEntryList m_children;
+    std::list<std::pair<std::string, std::string>> m_infos;  // a list: what was handed out stays where it is
 };
 
 class CLogSubsystem final : public CHosted<"log subsystem", CLogSubsystem, CKzIfc_Log> {
@@ -83,7 +115,7 @@ private:
 
     std::weak_ptr<CLogStore> m_store;
     std::string m_name;
-    std::deque<CHostRef<CLogEntry>> m_entries;
+    CEntryList m_entries;
     std::uint32_t m_dropped = 0;
     std::uint32_t m_echoLevel = 0;
 };
@@ -111,9 +143,7 @@ public:
     // Every line of a subsystem (or of all, with an empty name) as plain text, for tests and queries.
     std::vector<LogLine> lines(const std::string& subsystem = {}) const;
 
-    // How many entries a subsystem, and an entry below it, keeps; 0 keeps all. The oldest go first.
-    void setLimit(std::uint32_t limit) { m_limit = limit; }
-    std::uint32_t limit() const { return m_limit; }
+    LogLimits limits;
 
     double now() const;
     void giveUp(LogLine line) noexcept;
@@ -126,19 +156,22 @@ private:
     friend class CLogSubsystem;
 
     using Sinks = std::vector<LogSink>;
+    static LogLine lineOf(const CLogEntry& entry);
     static CHostRef<CLogEntry> findAmong(const std::deque<CHostRef<CLogEntry>>& entries, std::uint64_t id);
     void collect(const CHostRef<CLogEntry>& entry, std::vector<LogLine>& lines) const;
-    void settle(CLogEntry& entry, const std::string& subsystem, std::uint64_t parent, unsigned depth,
-                std::vector<LogLine>& lines);
+    void settle(CLogEntry& entry, const std::string& subsystem, const CLogEntry* parent, std::vector<LogLine>& lines);
     void announce(const std::vector<LogLine>& lines);
     bool contains(const CLogEntry& tree, const CLogEntry& wanted) const;
 
     std::map<std::string, CHostRef<CLogSubsystem>> m_subsystems;
     std::vector<std::string> m_order;
     std::uint64_t m_nextId = 1;
-    std::atomic<std::uint32_t> m_limit = 0;
     SubsystemSink m_subsystemSink;
     std::mutex m_sinkLock;
     std::shared_ptr<const Sinks> m_sinks = std::make_shared<const Sinks>();
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
+
+}  // namespace kzhost
+
+using namespace kzhost;  // for the sources outside of the namespace

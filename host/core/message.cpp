@@ -1,6 +1,7 @@
 // Messages.
 #include "host/core/message.h"
 
+#include "host/core/values.h"
 #include "host/state/text.h"
 
 #include "kz/result.h"
@@ -11,13 +12,11 @@
 namespace kzhost {
 
 std::string kzMessageText(IKzMessage& message, KzResult (IKzMessage::*get)(const char**)) {
-    const char* text = nullptr;
-    return kzSucceeded((message.*get)(&text)) && text != nullptr ? text : std::string();
+    return kzAnswer([&](const char** text) { return (message.*get)(text); });
 }
 
 std::string kzMessageArgument(IKzMessage& message, std::uint32_t index) {
-    const char* text = nullptr;
-    return kzSucceeded(message.Argument(index, &text)) && text != nullptr ? text : std::string();
+    return kzAnswer([&](const char** text) { return message.Argument(index, text); });
 }
 
 std::uint32_t CMessage::msg_Code() { return m_code; }
@@ -48,11 +47,8 @@ KzResult CMessage::msg_SetArgumentString(std::uint32_t index, const char* text) 
 }
 
 KzResult CMessage::msg_SetArgumentObject(std::uint32_t index, IKzUnknown* value) {
-    const CKzUser_Value held(value);
-    if (!held) return KZe_INVALIDARG;
-    char text[1024];
-    const KzResult code = held->GetString(text, sizeof text);
-    return kzFailed(code) && code != KZe_SHORTBUFFER ? code : msg_SetArgumentString(index, text);
+    if (!CKzUser_Value(value)) return KZe_INVALIDARG;
+    return msg_SetArgumentString(index, kzValueText(value).c_str());
 }
 
 KzResult CMessage::msg_Table(const char** table) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/core/object.h"
+#include "host/state/script_outcome.h"
 
 #include "kz/message.h"
 
@@ -13,7 +14,7 @@ namespace kzhost {
 // How many arguments a message text can name: %1 to %9.
 inline constexpr std::uint32_t kzMessageArguments = 9;
 
-class CMessage final : public CHosted<"message", CMessage, CKzIfc_Message> {
+class CMessage final : public CHosted<"message", CMessage, CKzIfc_Message, CHeardOutcome> {
 public:
     std::uint32_t msg_Code() override;
     KzResult msg_SetCode(std::uint32_t code) override;
@@ -27,8 +28,9 @@ public:
     KzResult msg_Argument(std::uint32_t index, const char** text) override;
     KzResult msg_Reset() override;
 
-    bool isSilent() const { return kzSucceeded(m_code) && m_key.empty(); }
-    // Takes over what another message says.
+    bool hasText() const { return !m_key.empty(); }
+    bool isSilent() const { return kzSucceeded(m_code) && !hasText(); }
+    // Copies the contents of another message.
     void copyFrom(IKzMessage& other);
 
 private:
@@ -38,7 +40,7 @@ private:
     std::array<std::string, kzMessageArguments> m_arguments;
 };
 
-// A text that any message answers, its table or its key, and one of its arguments; empty where it has none.
+// The table or key of any message, and one of its arguments; empty if there is none.
 std::string kzMessageText(IKzMessage& message, KzResult (IKzMessage::*get)(const char**));
 std::string kzMessageArgument(IKzMessage& message, std::uint32_t index);
 

@@ -1,4 +1,4 @@
-// The host's own texts: its message tables, and what result codes mean.
+// The host's message tables, and the meanings of result codes.
 #include "host/core/message_tables.h"
 
 #include "host/core/message.h"
@@ -82,7 +82,7 @@ constexpr MeaningRow meanings[] = {
     {KZe_CMD_BAD_DEFINITION, "the definition is not a command"},
 };
 
-// A table's text is fixed, the arguments are not: a percent sign in an argument means nothing.
+// Arguments are inserted verbatim: a percent sign in an argument has no meaning.
 std::string filledIn(std::string_view text, IKzMessage& message) {
     std::string filled;
     for (std::size_t at = 0; at < text.size(); ++at) {

@@ -1,4 +1,4 @@
-// The host's own texts: its message tables, and what result codes mean.
+// The host's message tables, and the meanings of result codes.
 #pragma once
 
 #include "kz/message.h"
@@ -11,13 +11,13 @@ namespace kzhost {
 
 class CMessageTables {
 public:
-    // The text with its arguments in place. A message without a key gives the text of its code; one whose key has no
-    // text shows table, key and arguments as they are.
+    // The text with its arguments filled in. Without a key it is the meaning of the code; for an unknown key it shows
+    // table, key and arguments as they are.
     static std::string textOf(IKzMessage& message);
-    // Why an operation failed with that code, as its message says; a message that says nothing leaves it to the code.
+    // The reason why an operation failed: the message's text, or the meaning of the code if the message is empty.
     static std::string reasonOf(IKzMessage& message, KzResult code);
     static std::optional<std::string_view> find(std::string_view table, std::string_view key);
-    // What a result code means, in a sentence without a full stop.
+    // The meaning of a result code, without a full stop.
     static std::string codeText(KzResult code);
 };
 

@@ -10,13 +10,11 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 namespace kzhost {
 
 namespace {
-
-// Text answers may be null: a module is not to be trusted with that.
-std::string ownText(const char* text) { return text != nullptr ? text : std::string(); }
 
 KzTags readTags(IKzUnknown* object) {
     KzTags tags;
@@ -25,7 +23,7 @@ KzTags readTags(IKzUnknown* object) {
     for (std::uint32_t index = 0; index < count; ++index) {
         KzTagRecord record{};
         if (kzSucceeded(description.Describe(index, &record)))
-            tags.emplace_back(ownText(record.type), ownText(record.tag));
+            tags.emplace_back(kzString(record.type), kzString(record.tag));
     }
     return tags;
 }
@@ -40,14 +38,14 @@ CLibrary::~CLibrary() {
 
 bool CLibrary::open(const std::string& path, std::string& why) {
     m_handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (m_handle == nullptr) why = ownText(dlerror());
+    if (m_handle == nullptr) why = kzString(dlerror());
     return m_handle != nullptr;
 }
 
 void* CLibrary::symbol(const char* name, std::string& why) const {
-    void* found = dlsym(m_handle, name);
-    if (found == nullptr) why = ownText(dlerror());
-    return found;
+    void* address = dlsym(m_handle, name);
+    if (address == nullptr) why = kzString(dlerror());
+    return address;
 }
 
 KzServer& KzServer::operator=(const KzServer& other) {
@@ -61,7 +59,7 @@ KzServer& KzServer::operator=(const KzServer& other) {
 
 std::string kzClassNameOf(const KzGuid& iid) {
     for (const KzIdentityRow& row : kzIdentityRows)
-        if (row.iid == iid) return ownText(row.server);
+        if (row.iid == iid) return kzString(row.server);
     return {};
 }
 
@@ -108,48 +106,48 @@ KzResult CModuleTable::adopt(const std::string& name, const std::string& path, I
 }
 
 std::vector<KzServer> CModuleTable::describe(const Source& source, std::uint32_t from, std::uint32_t to) {
-    std::vector<KzServer> found;
+    std::vector<KzServer> list;
     const CKzUser_TagDescription description(source.module.raw());
     for (std::uint32_t index = from; index < to; ++index) {
         KzTagRecord record{};
-        if (kzFailed(description.Describe(index, &record)) || ownText(record.type) != "server" ||
+        if (kzFailed(description.Describe(index, &record)) || kzString(record.type) != "server" ||
             record.info == nullptr)
             continue;
         KzServer server;
-        server.name = ownText(record.tag);
+        server.name = kzString(record.tag);
         server.iid = *record.info;
         server.className = kzClassNameOf(server.iid);
         server.moduleName = source.name;
         server.module.copy(source.module);
-        found.push_back(server);
+        list.push_back(server);
     }
-    return found;
+    return list;
 }
 
-// Asks the module first and takes its answers in afterwards: it may call back while it is asked.
+// Asks the module without the lock, as it may call back.
 void CModuleTable::read(Source& source) const {
     const std::uint32_t count = CKzUser_TagDescription(source.module.raw()).Count();
-    std::vector<KzServer> found = describe(source, 0, count);
+    std::vector<KzServer> list = describe(source, 0, count);
     const std::lock_guard lock(m_lock);
-    source.servers = std::move(found);
+    source.servers = std::move(list);
     source.records = count;
     source.isStale = false;
 }
 
-// False when the list has not simply grown.
+// False if the list has changed in any other way than growing at its end.
 bool CModuleTable::readEnd(Source& source, std::vector<KzServer>& added) {
     const std::uint32_t count = CKzUser_TagDescription(source.module.raw()).Count();
     const std::uint32_t former = source.records;
     if (former == 0 || count <= former) return false;
-    const std::vector<KzServer> found = describe(source, former - 1, count);
+    const std::vector<KzServer> end = describe(source, former - 1, count);
     const std::lock_guard lock(m_lock);
-    const bool hasGrown = source.records == former && !found.empty() && !source.servers.empty() &&
-                          isSame(found.front(), source.servers.back());
+    const bool hasGrown = source.records == former && !end.empty() && !source.servers.empty() &&
+                          isSame(end.front(), source.servers.back());
     if (!hasGrown) return false;
-    source.servers.insert(source.servers.end(), found.begin() + 1, found.end());
+    source.servers.insert(source.servers.end(), end.begin() + 1, end.end());
     source.records = count;
     source.isStale = true;
-    added.insert(added.end(), found.begin() + 1, found.end());
+    added.insert(added.end(), end.begin() + 1, end.end());
     return true;
 }
 
@@ -163,7 +161,7 @@ void CModuleTable::refresh() const {
     for (const auto& source : stale) read(*source);
 }
 
-// A module may offer module servers: sources of further servers, which change while it runs.
+// A module may serve modules: sources of further servers, which may change at any time.
 void CModuleTable::readInner(const Source& outer) {
     for (const KzServer& server : outer.servers) {
         if (server.iid != KZu_MODULE) continue;
@@ -181,13 +179,13 @@ void CModuleTable::readInner(const Source& outer) {
 }
 
 KzResult CModuleTable::update(std::string_view name, std::vector<KzServer>& added) {
-    std::vector<std::shared_ptr<Source>> wanted;
+    std::vector<std::shared_ptr<Source>> sources;
     {
         const std::lock_guard lock(m_lock);
         for (const auto& source : m_sources)
-            if (source->name == name) wanted.push_back(source);
+            if (source->name == name) sources.push_back(source);
     }
-    for (const auto& source : wanted) {
+    for (const auto& source : sources) {
         if (readEnd(*source, added)) continue;
         const std::vector<KzServer> former = source->servers;
         read(*source);
@@ -197,11 +195,11 @@ KzResult CModuleTable::update(std::string_view name, std::vector<KzServer>& adde
         };
         std::copy_if(source->servers.begin(), source->servers.end(), std::back_inserter(added), isNew);
     }
-    return wanted.empty() ? KZe_NOTFOUND : KZe_OK;
+    return sources.empty() ? KZe_NOTFOUND : KZe_OK;
 }
 
 bool CModuleTable::remove(std::string_view pathOrName) {
-    std::vector<std::shared_ptr<Source>> gone;
+    std::vector<std::shared_ptr<Source>> removal;
     {
         const std::lock_guard lock(m_lock);
         const auto outer = std::find_if(m_sources.begin(), m_sources.end(), [&](const auto& source) {
@@ -210,11 +208,11 @@ bool CModuleTable::remove(std::string_view pathOrName) {
         if (outer == m_sources.end()) return false;
         const std::string path = (*outer)->path;
         const auto ours = [&](const auto& source) { return source->path == path; };
-        std::copy_if(m_sources.begin(), m_sources.end(), std::back_inserter(gone), ours);
+        std::copy_if(m_sources.begin(), m_sources.end(), std::back_inserter(removal), ours);
         std::erase_if(m_sources, ours);
     }
-    for (const auto& source : gone) source->servers.clear();
-    while (!gone.empty()) gone.pop_back();  // the outer one was first in, so its object goes last
+    for (const auto& source : removal) source->servers.clear();
+    while (!removal.empty()) removal.pop_back();  // the outer one was first in, so its object goes last
     return true;
 }
 
@@ -235,11 +233,18 @@ void CModuleTable::clear() {
 std::vector<KzServer> CModuleTable::servers(std::string_view className) const {
     refresh();
     const std::lock_guard lock(m_lock);
-    std::vector<KzServer> found;
+    std::vector<KzServer> list;
     for (const auto& source : m_sources)
         for (const KzServer& server : source->servers)
-            if (className.empty() || server.className == className) found.push_back(server);
-    return found;
+            if (className.empty() || server.className == className) list.push_back(server);
+    return list;
+}
+
+std::vector<std::string> CModuleTable::classNames() const {
+    std::vector<std::string> names;
+    for (const KzServer& server : servers())
+        if (std::find(names.begin(), names.end(), server.className) == names.end()) names.push_back(server.className);
+    return names;
 }
 
 std::optional<KzServer> CModuleTable::find(std::string_view className, std::string_view name) const {
@@ -253,9 +258,9 @@ std::optional<KzServer> CModuleTable::find(std::string_view className, std::stri
 
 std::vector<std::pair<std::string, std::string>> CModuleTable::modules() const {
     const std::lock_guard lock(m_lock);
-    std::vector<std::pair<std::string, std::string>> found;
-    for (const auto& source : m_sources) found.emplace_back(source->name, source->path);
-    return found;
+    std::vector<std::pair<std::string, std::string>> list;
+    for (const auto& source : m_sources) list.emplace_back(source->name, source->path);
+    return list;
 }
 
 CKzLoc_Unknown& CModuleTable::spawn(const KzServer& server, CKzLoc_Unknown& object) {

@@ -1,4 +1,4 @@
-// The modules that a host has loaded and the servers that they offer.
+// The modules loaded into a host, and their servers.
 #pragma once
 
 #include "host/core/object.h"
@@ -11,11 +11,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kzhost {
 
-// A shared object, loaded or not.
+// A handle of a shared library.
 class CLibrary {
 public:
     CLibrary() = default;
@@ -23,10 +24,10 @@ public:
     CLibrary(const CLibrary&) = delete;
     CLibrary& operator=(const CLibrary&) = delete;
 
-    // False, with the reason in `why`.
+    // False, with the reason in `why`, if it cannot be loaded.
     bool open(const std::string& path, std::string& why);
     void* symbol(const char* name, std::string& why) const;
-    // Normally a library stays: other libraries may have taken hold of what it brought along.
+    // By default a library stays loaded, as other libraries may use its dependencies.
     void closeOnDestruction() { m_closes = true; }
 
 private:
@@ -34,7 +35,7 @@ private:
     bool m_closes = false;
 };
 
-// One server as its module lists it.
+// One server in a module's list.
 struct KzServer {
     std::string name;
     KzGuid iid{};
@@ -51,29 +52,31 @@ using KzTags = std::vector<std::pair<std::string, std::string>>;
 
 class CModuleTable {
 public:
-    // What modules are given as their host, as long as there is one; held by whoever made it.
+    // The borrowed reference that modules get as their host; null once there is none.
     void setApplication(IKzUnknown* application) noexcept { m_application = application; }
-    // Loads the file and takes in its module; false with a full sentence in `why`.
+    // Loads the file and adopts its module. False, with a full sentence in `why`, on failure.
     bool load(const std::string& path, std::string& why);
-    // Takes in a module object: gives it the application, reads its servers.
+    // Adds a module object: hands it the application and reads its servers.
     KzResult adopt(const std::string& name, const std::string& path, IKzUnknown* object, IKzUnknown* application);
-    // Takes in how the servers of that module have changed, and adds those that are new to `added`; NOTFOUND when there is
-    // no module of that name. A list that has grown is read from its former end, so that a module may announce its servers
-    // one by one; all of it is read again when it is next asked for.
+    // Reads the changed servers of that module and appends new ones to `added`; NOTFOUND for an unknown module. Of a list
+    // that has grown only the new end is read, so that announcing servers one by one costs linear time; the whole list
+    // is read again when somebody next asks for servers.
     KzResult update(std::string_view name, std::vector<KzServer>& added);
     bool remove(std::string_view pathOrName);
-    // Gives up everything, each module's own object last.
+    // Releases all modules and their servers, each module object last.
     void clear();
     void closeLibraries() { m_closesLibraries = true; }
 
-    // Servers of that class ("command"), or all with an empty name, in the order of registration.
+    // The servers of a class ("command"), or of all classes with an empty name, in the order of registration.
     std::vector<KzServer> servers(std::string_view className = {}) const;
+    // The classes of those servers, each once.
+    std::vector<std::string> classNames() const;
     std::optional<KzServer> find(std::string_view className, std::string_view name) const;
     std::vector<std::pair<std::string, std::string>> modules() const;  // name and path
 
     // A new instance of the server with one reference; throws the module's code.
     static CKzLoc_Unknown& spawn(const KzServer& server, CKzLoc_Unknown& object);
-    // Its tags; none when it has none. Makes an instance where the module has no other way to tell.
+    // The server's tags. Makes an instance if the module has no other way to list them.
     static KzTags tagsOf(const KzServer& server);
 
 private:
@@ -85,8 +88,8 @@ private:
         CKzUser_Module module;
         bool isInner = false;
         std::vector<KzServer> servers;
-        std::uint32_t records = 0;  // how long the module's list was when it was read
-        bool isStale = false;       // only the end of the list has been read since it changed
+        std::uint32_t records = 0;  // the length of the module's list when it was read
+        bool isStale = false;       // only the end of the changed list has been read
     };
 
     static std::vector<KzServer> describe(const Source& source, std::uint32_t from, std::uint32_t to);

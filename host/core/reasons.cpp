@@ -1,4 +1,4 @@
-// Why an operation of the host's own objects fails.
+// The reasons for failures of the host's objects.
 #include "host/core/reasons.h"
 
 #include "host/core/log_store.h"
@@ -14,12 +14,12 @@ namespace kzhost {
 namespace {
 
 constexpr const char* subsystem = "objects";
-constexpr std::size_t mostReasons = 8;      // that one place writes
-constexpr std::uint64_t mostFailures = 64;  // after which a place says nothing new
+constexpr std::size_t mostReasons = 8;      // written by one place
+constexpr std::uint64_t mostFailures = 64;  // after which a place writes no new reasons
 constexpr std::size_t mostNames = 12;
 
-// Objects do not know their host, and outlive it. These are the books of the hosts that run, the latest last; never
-// destroyed, for objects may be called while the process ends.
+// Objects do not know their host and may outlive it. These are the books of all running hosts, the latest last. Never
+// destroyed, as objects may be called while the process exits.
 struct OpenBooks {
     std::mutex lock;
     std::vector<std::weak_ptr<CReasonBook>> books;
@@ -48,12 +48,12 @@ std::shared_ptr<CReasonBook> CReasonBook::open(std::shared_ptr<CLogStore> log) {
     return book;
 }
 
-// A full place costs no text. The log is told outside of the lock: whoever listens to it may fail as well.
+// A full place formats no text. The log is written without the lock, as its listeners may fail and get here, too.
 void CReasonBook::tell(const char* place, const std::function<std::string()>& reason) {
     {
         const std::lock_guard lock(m_lock);
         Place& failed = m_places[place];
-        if (failed.told.size() >= mostReasons || failed.failures >= mostFailures) {
+        if (failed.texts.size() >= mostReasons || failed.failures >= mostFailures) {
             ++failed.failures;
             return;
         }
@@ -63,8 +63,8 @@ void CReasonBook::tell(const char* place, const std::function<std::string()>& re
         const std::lock_guard lock(m_lock);
         Place& failed = m_places[place];
         ++failed.failures;
-        if (std::find(failed.told.begin(), failed.told.end(), text) != failed.told.end()) return;
-        failed.told.push_back(text);
+        if (std::find(failed.texts.begin(), failed.texts.end(), text) != failed.texts.end()) return;
+        failed.texts.push_back(text);
     }
     m_log->write(subsystem, KZe_INFO, fmt::format("{}: {}", place, text));
 }
@@ -76,7 +76,7 @@ void CReasonBook::writeCounts() {
         places.swap(m_places);
     }
     for (const auto& [name, place] : places)
-        if (const std::uint64_t more = place.failures - place.told.size(); more > 0)
+        if (const std::uint64_t more = place.failures - place.texts.size(); more > 0)
             m_log->write(subsystem, KZe_INFO,
                          fmt::format("{}: failed {} more time{}", name, more, more == 1 ? "" : "s"));
 }

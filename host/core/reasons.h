@@ -1,5 +1,5 @@
-// Why an operation of the host's own objects fails. The caller gets a code; the log gets one line that says what was
-// asked and what there is: "Item.ChannelLookup: there is no channel "X"; there are pos.X, pos.Y, ...".
+// The reasons for failures of the host's objects. The caller gets a code; the log gets one line that says what was asked
+// for and what there is: "Item.ChannelLookup: there is no channel "X"; there are pos.X, pos.Y, ...".
 #pragma once
 
 #include "kz/base/types.h"
@@ -10,28 +10,28 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
-
-class CLogStore;
 
 namespace kzhost {
 
-// The reasons that one host has told. A script that probes in a loop must not fill the log, so each reason is written
-// once, a place writes a few different ones, and the others are counted until the host ends.
+class CLogStore;
+// The reasons that one host has logged. A script that probes in a loop must not flood the log, so each reason is written
+// once, each place writes a few different reasons, and the rest are counted until the host ends.
 class CReasonBook {
 public:
-    // A book for that log. The latest one that is still held hears of failures.
+    // Opens a book for that log. Failures go to the latest book that is still alive.
     static std::shared_ptr<CReasonBook> open(std::shared_ptr<CLogStore> log);
 
     void tell(const char* place, const std::function<std::string()>& reason);
-    // Writes how often places failed without a line, and begins anew.
+    // Writes the counts of failures without a line, and resets them.
     void writeCounts();
 
 private:
     explicit CReasonBook(std::shared_ptr<CLogStore> log) : m_log(std::move(log)) {}
 
     struct Place {
-        std::vector<std::string> told;
+        std::vector<std::string> texts;
         std::uint64_t failures = 0;
     };
     std::shared_ptr<CLogStore> m_log;
@@ -39,8 +39,8 @@ private:
     std::map<std::string, Place, std::less<>> m_places;
 };
 
-// Tells the reason in the log of the running host and returns the code, to be returned or thrown. `place` names the
-// operation and is a literal; the reason is asked for only where it is written.
+// Logs the reason in the running host and returns the code, for the caller to return or throw. `place` is a literal that
+// names the operation; `reason` is called only if a line is written.
 KzResult kzBecause(KzResult code, const char* place, const std::function<std::string()>& reason) noexcept;
 
 // "there is no channel "X"; there are A, B, C, ... (20 in all)"

@@ -4,6 +4,7 @@
 #include "host/core/log_store.h"
 #include "host/core/message.h"
 #include "host/core/message_tables.h"
+#include "host/core/module_table.h"
 #include "host/core/reasons.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
@@ -18,7 +19,10 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <sstream>
+
+namespace kzhost {
 
 namespace fs = std::filesystem;
 
@@ -44,7 +48,10 @@ std::string normalised(std::string_view raw) {
     return text;
 }
 
+constexpr std::string_view standardInput = "-";
+
 std::optional<std::string> readAll(const std::string& path, std::string& problem) {
+    if (path == standardInput) return std::string(std::istreambuf_iterator<char>(std::cin), {});
     std::error_code error;
     if (!fs::exists(path, error)) problem = "there is no such file";
     else if (fs::is_directory(path, error)) problem = "this is a folder, not a script";
@@ -63,11 +70,12 @@ std::string lineOfOffset(std::string_view text, std::size_t offset) {
     return std::to_string(1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(offset), '\n'));
 }
 
-// What stands for the script's first line where that line says nothing: "#python" for a file that matches the file
-// pattern of the server "python".
-std::string headerFromPattern(const KzServer& server, const std::string& path) {
+// What stands for the script's first line where that line says nothing: the script's own other header, or "#python" for a
+// file that matches the file pattern of the server "python".
+std::string otherHeader(const KzServer& server, const CScript& script) {
+    if (!script.otherHeader().empty()) return script.otherHeader();
     for (const auto& [type, value] : CModuleTable::tagsOf(server))
-        if (type == "loader.dosPattern" && fnmatch(value.c_str(), fs::path(path).filename().c_str(), 0) == 0)
+        if (type == "loader.dosPattern" && fnmatch(value.c_str(), fs::path(script.path()).filename().c_str(), 0) == 0)
             return "#" + server.name;
     return {};
 }
@@ -78,10 +86,17 @@ bool takes(IKzTextScriptInterpreter& interpreter, const std::string& header) {
 
 }  // namespace
 
-CScript::CScript(std::string path, std::string text)
-    : m_path(std::move(path)), m_name(fs::path(m_path).filename().string()), m_text(std::move(text)) {
+CScript::CScript(std::string path, std::string text, std::string otherHeader)
+    : m_path(std::move(path)), m_name(fs::path(m_path).filename().string()), m_text(std::move(text)),
+      m_otherHeader(std::move(otherHeader)) {
     std::istringstream lines(m_text);
     for (std::string line; std::getline(lines, line);) m_lines.push_back(line);
+}
+
+KzResult CScript::wordlist_ByIndex(std::uint32_t index, const char** word) {
+    if (index >= m_words.size()) return KZe_OUTOFBOUNDS;
+    *word = m_words[index].c_str();
+    return KZe_OK;
 }
 
 KzResult CScript::scr_Hash(const char** name) {
@@ -127,7 +142,8 @@ CHostRef<CScript> kzReadScript(const std::string& path, std::string& problem) {
         problem = "this is not a text: line " + lineOfOffset(*raw, zero) + " holds a zero byte";
         return {};
     }
-    return CHostRef<CScript>::make(path, normalised(*raw));
+    if (path != standardInput) return CHostRef<CScript>::make(path, normalised(*raw));
+    return CHostRef<CScript>::make("<stdin>", normalised(*raw), KZsSCRIPTHEADER_PYTHON);
 }
 
 std::optional<std::string> kzFindScript(const CPathAliases& files, const std::string& name) {
@@ -137,7 +153,7 @@ std::optional<std::string> kzFindScript(const CPathAliases& files, const std::st
     return path;
 }
 
-std::optional<std::string> kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem) {
+std::string kzJoinArguments(const std::vector<std::string>& arguments, std::string& problem) {
     std::string joined;
     for (std::size_t index = 0; index < arguments.size(); ++index) {
         const std::string& argument = arguments[index];
@@ -149,7 +165,6 @@ std::optional<std::string> kzJoinArguments(const std::vector<std::string>& argum
                 " ({}) has a double quote beside a blank or at its start, and there is no way to escape it: "
                 "leave out the quotes or the blanks",
                 argument));
-        if (!problem.empty()) return {};
         joined += (index > 0 ? " " : "") + (blanks ? '"' + argument + '"' : argument);
     }
     return joined;
@@ -157,7 +172,7 @@ std::optional<std::string> kzJoinArguments(const std::vector<std::string>& argum
 
 std::size_t CScriptRunner::depth() const {
     const std::lock_guard lock(m_lock);
-    return m_running.size();
+    return m_running;
 }
 
 // One that cannot be made takes no script, and keeps no other from it.
@@ -175,8 +190,7 @@ std::optional<KzServer> CScriptRunner::interpreterFor(const CScript& script, CKz
         }
         const CKzUser_TextScriptInterpreter held(interpreter.raw());
         const bool isComment = first.starts_with('#');
-        if (held &&
-            ((isComment && takes(*held.ptr(), first)) || takes(*held.ptr(), headerFromPattern(server, script.path()))))
+        if (held && ((isComment && takes(*held.ptr(), first)) || takes(*held.ptr(), otherHeader(server, script))))
             return server;
     }
     interpreter.clear();
@@ -195,24 +209,19 @@ KzResult CScriptRunner::run(const CHostRef<CScript>& script, std::uint32_t flags
         });
     {
         const std::lock_guard lock(m_lock);
-        m_running.push_back({script->path(), m_running.empty()});
+        ++m_running;
     }
     // An interpreter in Python is never given a null object.
     const auto unheard = message == nullptr ? CHostRef<CMessage>::make() : CHostRef<CMessage>();
     const KzResult code = held->Run(script.raw(), flags, args, message != nullptr ? message : unheard.raw());
     const std::lock_guard lock(m_lock);
-    if (!m_running.empty()) m_running.pop_back();
+    if (m_running > 0) --m_running;
     return code;
-}
-
-bool CScriptRunner::takesAsHeading(const std::string& text) {
-    const std::lock_guard lock(m_lock);
-    if (m_running.empty() || m_running.back().hasHeading || m_running.back().name != text) return false;
-    m_running.back().hasHeading = true;
-    return true;
 }
 
 void CScriptRunner::clear() {
     const std::lock_guard lock(m_lock);
-    m_running.clear();
+    m_running = 0;
 }
+
+}  // namespace kzhost

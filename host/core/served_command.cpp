@@ -1,10 +1,13 @@
-// Commands that modules implement, as the host hands them out.
+// The host's front for commands that modules implement.
 #include "host/core/served_command.h"
 
 #include "host/state/text.h"
 
 #include "kz/message.h"
 #include "kz/result.h"
+
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
@@ -16,8 +19,8 @@ CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* in
 }
 
 IKzUnknown* CServedCommand::subObject(const KzGuid& iid) {
-    void* found = nullptr;
-    return kzSucceeded(m_inner.ptr()->QueryInterface(&iid, &found)) ? static_cast<IKzUnknown*>(found) : nullptr;
+    void* interface = nullptr;
+    return kzSucceeded(m_inner.ptr()->QueryInterface(&iid, &interface)) ? static_cast<IKzUnknown*>(interface) : nullptr;
 }
 
 KzResult CServedCommand::cmd_Tag(std::uint32_t* tag) {
@@ -31,11 +34,10 @@ KzResult CServedCommand::cmd_Name(const char** name) {
 }
 
 IKzUnknown* CServedCommand::ownMessage(CKzUser_Message& message) const {
-    CKzLoc_Unknown told;
-    const char* key = nullptr;
-    if (kzFailed(m_inner.Message(told.out())) || !message.set(told.raw())) return nullptr;
-    const bool hasKey = kzSucceeded(message.Key(&key)) && !kzTextOf(key).empty();
-    return hasKey || kzFailed(message.Code()) ? message.raw() : nullptr;
+    CKzLoc_Unknown object;
+    if (kzFailed(m_inner.Message(object.out())) || !message.set(object.raw())) return nullptr;
+    const bool hasText = !kzMessageText(*message.ptr(), &IKzMessage::Key).empty();
+    return hasText || kzFailed(message.Code()) ? message.raw() : nullptr;
 }
 
 KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
@@ -43,15 +45,14 @@ KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
     return m_run.message()->isSilent() && ownMessage(own) != nullptr ? own.get(message) : m_run.message().give(message);
 }
 
-// What the module's message says goes into the run's, which the log and the listeners are told.
+// The module's message is copied into the run's message, which goes to the log and the listeners.
 KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(m_self, m_name, flags, [this, flags] {
+    return m_run.execute(rawSelf(), m_name, flags, [this, flags] {
         const KzResult code = m_inner.Execute(flags);
         CKzUser_Message own;
-        if (ownMessage(own) == nullptr) return code;
-        m_run.message()->copyFrom(*own.ptr());
-        return kzFailed(own.Code()) ? own.Code() : code;
+        if (ownMessage(own) != nullptr) m_run.message()->copyFrom(*own.ptr());
+        return code;
     });
 }
 

@@ -1,4 +1,4 @@
-// Commands that modules implement, as the host hands them out.
+// The host's front for commands that modules implement.
 #pragma once
 
 #include "host/core/command_run.h"
@@ -7,17 +7,20 @@
 
 #include "kz/command.h"
 
+#include <string>
+
 namespace kzhost {
 
-// The module's object behind the host's own front: executing it tells the listeners, and there is always a message that
-// says how it went, the module's own where it has something to say. Everything else is the module's.
-class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>, CServiceBase {
+// Forwards every operation to the module's object. Executing it also notifies the listeners, and there is always a message
+// with the outcome: the module's own if it says anything.
+class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>,
+                             public CHostSelf<CServedCommand>,
+                             CServiceBase {
 public:
     CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name, std::uint32_t tag);
 
-    // Other interfaces, the attributes above all, are the module's own.
+    // Other interfaces, above all the attributes, are those of the module's object.
     IKzUnknown* subObject(const KzGuid& iid);
-    void setSelf(IKzUnknown* self) { m_self = self; }
 
     KzResult cmd_Tag(std::uint32_t* tag) override;
     KzResult cmd_Name(const char** name) override;
@@ -85,7 +88,7 @@ public:
 private:
     // The module's own message if it says anything; null otherwise.
     IKzUnknown* ownMessage(CKzUser_Message& message) const;
-    // Where the module has no name for people, the command's own serves.
+    // Falls back to the command's name where the module has no name for people.
     KzResult orName(KzResult code, const char** name) {
         return kzSucceeded(code) && *name != nullptr ? code : cmd_Name(name);
     }
@@ -94,7 +97,6 @@ private:
     std::string m_name;
     std::uint32_t m_tag;
     CCommandRun m_run;
-    IKzUnknown* m_self = nullptr;
 };
 
 }  // namespace kzhost

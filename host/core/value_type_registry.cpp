@@ -1,6 +1,7 @@
-// The value types of a host, its own and those that modules serve.
+// The value types of a host, built-in ones and those that modules serve.
 #include "host/core/value_type_registry.h"
 
+#include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/state/text.h"
@@ -16,7 +17,7 @@ namespace kzhost {
 
 namespace {
 
-// People's text where the type has one of its own, otherwise the exact one.
+// Uses the conversion for people if the type has one, otherwise the exact conversion.
 template <class Operation> KzResult convert(IKzUnknown* value, bool nice, const Operation& operation) {
     if (nice)
         if (const CKzUser_StringConversionNice conversion(value); conversion)
@@ -33,10 +34,10 @@ const KzValueType* CValueTypeRegistry::find(std::string_view name) {
     if (!server) return nullptr;
     {
         const std::lock_guard lock(m_lock);
-        if (const auto known = m_served.find(name); known != m_served.end()) return &known->second;
+        if (const auto entry = m_served.find(name); entry != m_served.end()) return &entry->second;
     }
-    CKzLoc_Unknown made;
-    const CKzUser_Value value(CModuleTable::spawn(*server, made).raw());
+    CKzLoc_Unknown object;
+    const CKzUser_Value value(CModuleTable::spawn(*server, object).raw());
     KzValueType type{m_texts.keep(name), value.Type(), {}, {}, {}, true};
     type.expects = m_texts.keep("a value of the type " + std::string(name));
     const std::lock_guard lock(m_lock);
@@ -57,37 +58,37 @@ const KzValueType& CValueTypeRegistry::need(KzResult code, const char* place, st
 }
 
 std::string CValueTypeRegistry::expects(const KzValueType& type) const {
-    const std::vector<std::string> offered = type.isServed ? choices(type.name) : std::vector<std::string>();
-    std::string expected = offered.empty() ? std::string(type.expects) : "one of";
+    const std::vector<std::string> choiceNames = type.isServed ? choices(type.name) : std::vector<std::string>();
+    std::string expected = choiceNames.empty() ? std::string(type.expects) : "one of";
     constexpr std::size_t most = 20;
-    for (std::size_t at = 0; at < std::min(offered.size(), most); ++at) expected += " " + offered[at];
-    return offered.size() > most ? expected + " ..." : expected;
+    for (std::size_t at = 0; at < std::min(choiceNames.size(), most); ++at) expected += " " + choiceNames[at];
+    return choiceNames.size() > most ? expected + " ..." : expected;
 }
 
 KzResult CValueTypeRegistry::makeValue(const KzValueType& type, IKzUnknown** value, const KzCell* cell) const {
     if (!type.isServed) return CHostRef<CValue>::make(type, cell != nullptr ? *cell : kzEmptyCell(type)).give(value);
     const auto server = m_modules->find(KZa_VALUE, type.name);
     if (!server) return KZe_NOTFOUND;
-    CKzLoc_Unknown made;
-    CModuleTable::spawn(*server, made);
+    CKzLoc_Unknown object;
+    CModuleTable::spawn(*server, object);
     const auto* text = cell != nullptr ? std::get_if<std::string>(cell) : nullptr;
     if (text != nullptr)
-        if (const KzResult code = kzSetValueText(made.raw(), text->c_str()); kzFailed(code)) return code;
-    return made.get(value);
+        if (const KzResult code = kzSetValueText(object.raw(), text->c_str()); kzFailed(code)) return code;
+    return object.get(value);
 }
 
 CHostRef<CValueArray> CValueTypeRegistry::makeArray(const KzValueType& type) const {
     return CHostRef<CValueArray>::make(
-        type, [held = shared_from_this(), &type](IKzUnknown** value) { return held->makeValue(type, value); });
+        type, [registry = shared_from_this(), &type](IKzUnknown** value) { return registry->makeValue(type, value); });
 }
 
 std::optional<KzCell> CValueTypeRegistry::cellBy(const KzValueType& type,
                                                  const std::function<KzResult(const CKzUser_Value& value)>& set) const {
-    CKzLoc_Unknown made;
-    if (const KzResult code = makeValue(type, made.out()); kzFailed(code)) throw code;
-    if (kzFailed(set(CKzUser_Value(made.raw())))) return {};
-    if (const auto own = CHostRef<CValue>::of(made.raw())) return own->cell();
-    return kzValueText(made.raw());
+    CKzLoc_Unknown object;
+    if (const KzResult code = makeValue(type, object.out()); kzFailed(code)) throw code;
+    if (kzFailed(set(CKzUser_Value(object.raw())))) return {};
+    if (const auto own = CHostRef<CValue>::of(object.raw())) return own->cell();
+    return kzValueText(object.raw());
 }
 
 std::optional<KzCell> CValueTypeRegistry::cellOfText(const KzValueType& type, std::string_view text) const {
@@ -111,15 +112,15 @@ std::vector<std::string> CValueTypeRegistry::choices(std::string_view type) cons
     CKzLoc_Unknown value;
     CModuleTable::spawn(*server, value);
     const CKzUser_UIValueHints hints(value.raw());
-    std::vector<std::string> offered;
-    if (!hints || (hints.Flags() & KZfVALHINT_POPUPS) == 0) return offered;
-    constexpr std::uint32_t mostChoices = 10000;  // a count that cannot be meant must not keep the host busy
+    std::vector<std::string> choiceNames;
+    if (!hints || (hints.Flags() & KZfVALHINT_POPUPS) == 0) return choiceNames;
+    constexpr std::uint32_t mostChoices = 10000;  // a nonsensical count must not keep the host busy
     const std::uint32_t count = std::min(hints.PopCount(), mostChoices);
     for (std::uint32_t index = 0; index < count; ++index) {
-        const char* name = nullptr;
-        if (kzSucceeded(hints.PopInternalName(index, &name))) offered.emplace_back(kzTextOf(name));
+        std::string name = kzAnswer([&](const char** text) { return hints.PopInternalName(index, text); });
+        if (!name.empty()) choiceNames.push_back(std::move(name));
     }
-    return offered;
+    return choiceNames;
 }
 
 }  // namespace kzhost

@@ -18,14 +18,14 @@ const KzValueType& knownType(std::string_view name) {
     return *type;
 }
 
-// What the other value is in terms of `type`. Numbers cross as numbers, so that nothing is lost; the rest as text.
+// Converts the other value to `type`. Numbers are converted as numbers, to lose nothing, and all else as text.
 KzCell converted(IKzUnknown* other, const KzValueType& type) {
     if (const auto own = CHostRef<CValue>::of(other); own && own->type().storage == type.storage) return own->cell();
-    const CKzUser_Value held(other);
-    if (!held) throw KZe_INVALIDARG;
+    const CKzUser_Value asValue(other);
+    if (!asValue) throw KZe_INVALIDARG;
     double number = 0;
     if (type.storage == KZiVALUE_TYPE_INTEGER || type.storage == KZiVALUE_TYPE_FLOAT)
-        if (kzSucceeded(held->GetFlt(&number)))
+        if (kzSucceeded(asValue->GetFlt(&number)))
             if (const auto cell = kzCellOf(type, number)) return *cell;
     const std::string text = kzValueText(other);
     const auto cell = kzParseCell(type, text);
@@ -138,7 +138,7 @@ CValueArray::CValueArray(std::string_view type)
           return CHostRef<CValue>::make(known, kzEmptyCell(known)).give(value);
       }) {}
 
-// A served type may be gone before the array is, so nothing of it is kept but its name.
+// A served type may be gone before the array is, so the array keeps only its name.
 CValueArray::CValueArray(const KzValueType& type, Make make)
     : m_typeName(type.name), m_storage(type.storage), m_make(std::move(make)) {}
 
@@ -150,7 +150,7 @@ CValueArray::Element CValueArray::at(std::uint32_t index) const {
     return m_values[index];
 }
 
-CValueArray::Element CValueArray::made() const {
+CValueArray::Element CValueArray::newElement() const {
     CKzLoc_Unknown object;
     if (const KzResult code = m_make(object.out()); kzFailed(code)) throw code;
     Element element;
@@ -159,7 +159,7 @@ CValueArray::Element CValueArray::made() const {
 }
 
 template <class Set> KzResult CValueArray::add(const Set& set) {
-    const Element element = made();
+    const Element element = newElement();
     const KzResult code = set(element.value);
     if (kzSucceeded(code)) m_values.push_back(element);
     return code;
@@ -176,19 +176,19 @@ KzResult CValueArray::va_TypeName(const char** type) {
 }
 
 KzResult CValueArray::va_AddInt(std::int32_t value) {
-    return add([&](const CKzUser_Value& made) { return made.SetInt(value); });
+    return add([&](const CKzUser_Value& element) { return element.SetInt(value); });
 }
 
 KzResult CValueArray::va_AddFloat(double value) {
-    return add([&](const CKzUser_Value& made) { return made.SetFlt(value); });
+    return add([&](const CKzUser_Value& element) { return element.SetFlt(value); });
 }
 
 KzResult CValueArray::va_AddString(const char* value) {
-    return add([&](const CKzUser_Value& made) { return kzSetValueText(made.raw(), value); });
+    return add([&](const CKzUser_Value& element) { return kzSetValueText(element.raw(), value); });
 }
 
 KzResult CValueArray::va_AddValue(IKzUnknown* value) {
-    return add([&](const CKzUser_Value& made) { return kzCopyValue(made.raw(), value); });
+    return add([&](const CKzUser_Value& element) { return kzCopyValue(element.raw(), value); });
 }
 
 KzResult CValueArray::va_AddEmptyValue(IKzUnknown** value) {
@@ -208,11 +208,11 @@ KzResult CValueArray::va_Reset() {
 }
 
 KzResult CValueArray::va_Lookup(const char* value, std::uint32_t* index) {
-    const Element wanted = made();
-    if (const KzResult code = kzSetValueText(wanted->raw(), value); kzFailed(code)) return code;
+    const Element sample = newElement();
+    if (const KzResult code = kzSetValueText(sample->raw(), value); kzFailed(code)) return code;
     for (std::uint32_t at = 0; at < m_values.size(); ++at) {
-        const Element held = m_values[at];
-        if (kzCompareValues(held->raw(), wanted->raw()) != 0) continue;
+        const Element element = m_values[at];
+        if (kzCompareValues(element->raw(), sample->raw()) != 0) continue;
         *index = at;
         return KZe_OK;
     }
@@ -222,7 +222,7 @@ KzResult CValueArray::va_Lookup(const char* value, std::uint32_t* index) {
     });
 }
 
-// As a list, since the order that a module's values claim to have may contradict itself.
+// Sorts a list, whose sort is safe even if the comparison of a module's values is inconsistent.
 KzResult CValueArray::va_Sort(std::int32_t descending) {
     std::list<Element> sorted(m_values.begin(), m_values.end());
     sorted.sort([&](const Element& left, const Element& right) {

@@ -4,32 +4,19 @@
 #include "host/core/object.h"
 #include "host/state/value_types.h"
 
-#include "kz/result.h"
 #include "kz/value.h"
 
-#include <algorithm>
 #include <deque>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace kzhost {
 
-// Reads a text with `read(buffer, length)`, into a buffer that grows until it is long enough. Empty after a failure,
-// whose code is returned.
-template <class Read> KzResult kzReadText(std::string& text, const Read& read) {
-    constexpr std::size_t longest = std::size_t{1} << 26U;  // an object that never has enough must not take all memory
-    KzResult code = KZe_SHORTBUFFER;
-    for (std::size_t size = 256; code == KZe_SHORTBUFFER && size <= longest; size *= 2) {
-        text.assign(size, '\0');
-        code = read(text.data(), static_cast<std::uint32_t>(size));
-    }
-    text.resize(kzFailed(code) ? 0 : std::min(text.size(), text.find('\0')));
-    return code;
-}
-
-// Any value, the host's or a module's. A module's value may lack operations; then its text stands in for it.
+// These work on any value, the host's or a module's. Where a module's value lacks an operation, its text is used instead.
 KzResult kzGetValueText(IKzUnknown* value, char* buffer, std::uint32_t length);
-std::string kzValueText(IKzUnknown* value);  // the exact one; throws the code with which it cannot be had
+std::string kzValueText(IKzUnknown* value);  // the exact text; throws the code of a failure
 KzResult kzSetValueText(IKzUnknown* value, const char* text);
 KzResult kzCopyValue(IKzUnknown* target, IKzUnknown* source);
 int kzCompareValues(IKzUnknown* left, IKzUnknown* right);
@@ -54,7 +41,6 @@ public:
 
     const KzValueType& type() const { return *m_type; }
     const KzCell& cell() const { return m_cell; }
-    void setCell(KzCell cell) { m_cell = std::move(cell); }
 
 private:
     KzResult refuses(const char* place, std::string_view text) const;
@@ -63,12 +49,12 @@ private:
     KzCell m_cell;
 };
 
-// A list of values of one type, whoever makes them.
+// A list of values of one type, built-in or served.
 class CValueArray final : public CHosted<"value array", CValueArray, CKzIfc_ValueArray> {
 public:
     using Make = std::function<KzResult(IKzUnknown** value)>;
 
-    // Of one of the host's own types; throws INVALIDARG for an unknown one.
+    // An array of a built-in type; throws INVALIDARG for an unknown one.
     explicit CValueArray(std::string_view type);
     CValueArray(const KzValueType& type, Make make);
 
@@ -109,10 +95,10 @@ private:
         CKzUser_Value value;
     };
 
-    // Throws OUTOFBOUNDS. A reference of its own, since a module's value may change the array while it is called.
+    // Throws OUTOFBOUNDS. Returns an owned reference, as a module's value may change the array while it is called.
     Element at(std::uint32_t index) const;
-    Element made() const;  // throws the code with which none can be made
-    // Adds a new value once it has taken what it is to be.
+    Element newElement() const;  // throws the code with which making one fails
+    // Appends a new value if `set` succeeds on it.
     template <class Set> KzResult add(const Set& set);
 
     std::string m_typeName;

@@ -1,17 +1,22 @@
 // Reading and writing the channels of a scene's items. Nothing is animated here: a value is the same at all times.
-#include "host/core/object.h"
-#include "host/objects/scene.h"
+#include "host/objects/channels.h"
 
 #include "host/core/reasons.h"
 #include "host/core/values.h"
+#include "host/objects/locator.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
+
+#include <cmath>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
 namespace {
 
-// What reading and writing share.
+// The base of readers and writers.
 class CChannelAccess {
 public:
     CChannelAccess(CHostRef<CScene> scene, std::string action, double time)
@@ -25,7 +30,7 @@ protected:
     }
     CItem::Channel& at(IKzUnknown* item, std::int32_t channel) const { return at(item).channel(channel); }
     std::int32_t named(IKzUnknown* item, const char* name) const { return at(item).channelIndex(kzTextOf(name)); }
-    // A channel with a value of its own.
+    // A channel with a stored value; throws for computed ones.
     const ChannelInfo& stored(IKzUnknown* item, std::int32_t channel) const {
         const ChannelInfo& info = at(item, channel).info;
         if (info.type == nullptr)
@@ -86,36 +91,36 @@ public:
         return CHostRef<CValue>::make(*stored(item, channel).type, cell(item, channel)).give(value);
     }
     KzResult channelread_Value(IKzUnknown* item, std::int32_t channel, IKzUnknown* target) override {
-        const CKzUser_Value held(target);
+        const CKzUser_Value asValue(target);
         const auto value = CHostRef<CValue>::make(*stored(item, channel).type, cell(item, channel));
-        return held ? held->Copy(value.raw()) : KZe_INVALIDARG;
+        return asValue ? asValue->Copy(value.raw()) : KZe_INVALIDARG;
     }
     KzResult channelread_Vector(IKzUnknown* item, std::int32_t firstChannel, KzVector3* value) override {
-        KzVector3 found{};
-        for (std::int32_t i = 0; i < 3; ++i) found.v[i] = number(item, firstChannel + i);
-        *value = found;
+        KzVector3 vector{};
+        for (std::int32_t i = 0; i < 3; ++i) vector.v[i] = number(item, firstChannel + i);
+        *value = vector;
         return KZe_OK;
     }
     KzResult channelread_Color(IKzUnknown* item, std::int32_t firstChannel, KzFVector3* color) override {
-        KzVector3 found{};
-        if (const KzResult code = channelread_Vector(item, firstChannel, &found); kzFailed(code)) return code;
-        *color = kzNarrow(found);
+        KzVector3 vector{};
+        if (const KzResult code = channelread_Vector(item, firstChannel, &vector); kzFailed(code)) return code;
+        *color = kzNarrow(vector);
         return KZe_OK;
     }
     KzResult channelread_Matrix(IKzUnknown* item, std::int32_t channel, KzMatrix4* matrix) override {
         CItem& owner = at(item);
         switch (owner.channel(channel).info.kind) {
-        case ChannelKind::localMatrix: *matrix = owner.localMatrix(); return KZe_OK;
-        case ChannelKind::worldMatrix: *matrix = owner.worldMatrix(); return KZe_OK;
+        case ChannelKind::localMatrix: *matrix = kzLocalMatrix(owner); return KZe_OK;
+        case ChannelKind::worldMatrix: *matrix = kzWorldMatrix(owner); return KZe_OK;
         case ChannelKind::stored: break;
         }
         return KZe_INVALIDARG;
     }
     bool channelread_IsAnimated(IKzUnknown* /*item*/, std::int32_t /*channel*/) override { return false; }
     std::uint32_t channelread_ValueSource(IKzUnknown* item, std::int32_t channel) override {
-        const CItem::Channel& found = at(item, channel);
-        if (found.info.type == nullptr) return KZiCHANSOURCE_DRIVEN;
-        return found.value ? KZiCHANSOURCE_SCENE : KZiCHANSOURCE_DEFAULT;
+        const CItem::Channel& source = at(item, channel);
+        if (source.info.type == nullptr) return KZiCHANSOURCE_DRIVEN;
+        return source.value ? KZiCHANSOURCE_SCENE : KZiCHANSOURCE_DEFAULT;
     }
 
 private:
@@ -124,9 +129,9 @@ private:
         return at(item, channel).cell();
     }
     double number(IKzUnknown* item, std::int32_t channel) const {
-        const auto found = kzNumberOf(cell(item, channel));
-        if (!found) throw KZe_INVALIDARG;
-        return *found;
+        const auto value = kzNumberOf(cell(item, channel));
+        if (!value) throw KZe_INVALIDARG;
+        return *value;
     }
 
     std::string m_text;
@@ -215,7 +220,7 @@ KzResult CChannelWrite::channelwrite_EncodedInteger(IKzUnknown* item, std::int32
                      [&] { return kzIsNot(kzTextOf(text), kzOneOf(info.hints->rows())); });
 }
 
-// All three or none.
+// Sets all three channels or none.
 KzResult CChannelWrite::channelwrite_Vector(IKzUnknown* item, std::int32_t firstChannel, const KzVector3* value) {
     const KzVector3& wanted = kzGiven(value);
     std::optional<KzCell> before[3];
@@ -230,11 +235,11 @@ KzResult CChannelWrite::channelwrite_Vector(IKzUnknown* item, std::int32_t first
 }  // namespace
 
 IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double time) {
-    return CChannelRead::polymorph().wrap(std::make_unique<CChannelRead>(std::move(scene), std::move(action), time));
+    return kzMakeObject<CChannelRead>(std::move(scene), std::move(action), time);
 }
 
 IKzUnknown* kzMakeChannelWrite(CHostRef<CScene> scene, std::string action, double time) {
-    return CChannelWrite::polymorph().wrap(std::make_unique<CChannelWrite>(std::move(scene), std::move(action), time));
+    return kzMakeObject<CChannelWrite>(std::move(scene), std::move(action), time);
 }
 
 }  // namespace kzhost

@@ -1,6 +1,8 @@
 // Edges of a mesh.
 #include "host/objects/edge.h"
 
+#include <algorithm>
+
 namespace kzhost {
 
 KzResult CEdge::edge_MoveToEnds(KzElementId start, KzElementId end) {

@@ -1,5 +1,5 @@
-// Tables of the elements of a mesh. An id is a number that no two elements of any mesh ever share, so that an id which
-// a mesh did not give out is simply not found; nothing is ever read through it.
+// Tables of the elements of a mesh. An id is a number that is unique among the elements of all meshes, so a foreign id is
+// simply not found. It is never dereferenced.
 #pragma once
 
 #include "kz/result.h"
@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace kzhost {
@@ -23,29 +24,29 @@ public:
         element.id = kzNewElementId();
         return keep(std::move(element));
     }
-    // Adds an element that has its id already.
+    // Adds an element that already has an id.
     Element& keep(Element element) {
         m_places.emplace(element.id, static_cast<std::uint32_t>(m_elements.size()));
         m_elements.push_back(std::move(element));
         return m_elements.back();
     }
     Element* find(KzElementId id) {
-        const auto found = m_places.find(id);
-        return found != m_places.end() ? &m_elements[found->second] : nullptr;
+        const auto place = m_places.find(id);
+        return place != m_places.end() ? &m_elements[place->second] : nullptr;
     }
     Element& at(KzElementId id) {
-        Element* found = find(id);
-        if (found == nullptr) throw KZe_NOTFOUND;
-        return *found;
+        Element* element = find(id);
+        if (element == nullptr) throw KZe_NOTFOUND;
+        return *element;
     }
     Element& byIndex(std::uint32_t index) {
         if (index >= m_elements.size()) throw KZe_OUTOFBOUNDS;
         return m_elements[index];
     }
-    // -1 when it is not here.
+    // -1 if there is no such element.
     std::int32_t indexOf(KzElementId id) const {
-        const auto found = m_places.find(id);
-        return found != m_places.end() ? static_cast<std::int32_t>(found->second) : -1;
+        const auto place = m_places.find(id);
+        return place != m_places.end() ? static_cast<std::int32_t>(place->second) : -1;
     }
     bool has(KzElementId id) const { return m_places.contains(id); }
     std::uint32_t size() const { return static_cast<std::uint32_t>(m_elements.size()); }

@@ -22,14 +22,14 @@ PixelFormat knownFormat(std::uint32_t code) {
 }  // namespace
 
 void CImage::resize(std::int32_t width, std::int32_t height, std::uint32_t format) {
-    const PixelFormat wanted = knownFormat(format);
+    const PixelFormat pixelFormat = knownFormat(format);
     if (width < 1 || height < 1 || width > longestSide || height > longestSide) throw KZe_INVALIDARG;
-    const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * wanted.bytes();
+    const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * pixelFormat.bytes();
     if (bytes > mostBytes) throw KZe_OUTOFMEMORY;
     m_bytes = std::vector<std::byte>(bytes);
     m_width = width;
     m_height = height;
-    m_format = wanted;
+    m_format = pixelFormat;
     m_facts = nullptr;
 }
 
@@ -97,8 +97,8 @@ KzResult CImage::imgw_Fill(const KzFVector3* color, double alpha) {
 
 namespace {
 
-// Lines where the image has them, otherwise pixel by pixel. What reads them has more room than a line needs, since some
-// give more than they were asked for.
+// Reads whole lines where the image supports it, otherwise single pixels. The buffer is longer than a line, as some images
+// write more than requested.
 class CLineReader {
 public:
     CLineReader(IKzImage& source, CImage& target)
@@ -128,12 +128,12 @@ private:
 }  // namespace
 
 CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format) {
-    const CKzUser_Image held(source);
-    if (!held) throw KZe_INVALIDARG;
+    const CKzUser_Image asImage(source);
+    if (!asImage) throw KZe_INVALIDARG;
     std::int32_t width = 0, height = 0;
-    if (const KzResult code = held->Size(&width, &height); kzFailed(code)) throw code;
-    auto copy = CHostRef<CImage>::make(width, height, format != 0 ? format : held->Format());
-    CLineReader reader(*held.ptr(), *copy);
+    if (const KzResult code = asImage->Size(&width, &height); kzFailed(code)) throw code;
+    auto copy = CHostRef<CImage>::make(width, height, format != 0 ? format : asImage->Format());
+    CLineReader reader(*asImage.ptr(), *copy);
     for (std::int32_t y = 0; y < height; ++y)
         if (const KzResult code = reader.read(y); kzFailed(code)) throw code;
     if (const auto own = CHostRef<CImage>::of(source)) copy->setFacts(own->facts());

@@ -1,11 +1,13 @@
 // An image in memory, as an object.
 #pragma once
 
+#include "host/objects/arguments.h"
 #include "host/objects/pixels.h"
-#include "host/objects/self.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kzhost {

@@ -8,6 +8,7 @@
 #include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/core/refusal.h"
 #include "host/objects/monitor.h"
 #include "host/objects/picture_library.h"
 #include "host/objects/safe_save.h"
@@ -66,7 +67,7 @@ std::string tagOf(const KzServer& server, const std::string& wanted) {
     return {};
 }
 
-// A loader that names no pattern looks at every file.
+// A loader without a pattern is tried on every file.
 bool mayTake(const KzServer& server, const std::string& path) {
     const std::string pattern = tagOf(server, KZsTAG_LOADER_PATTERN);
     const std::string name = std::filesystem::path(path).filename().string();
@@ -77,7 +78,7 @@ bool recognises(const CKzUser_Loader& loader, const std::string& path, const CHo
     return loader && kzSucceeded(loader.Recognize(path.c_str(), info.raw())) && info->isImage();
 }
 
-// The image becomes the host's: whatever its loader does from now on, it can be read, and it can be changed.
+// Copies the image into one of the host's, which stays readable and writable whatever the loader does later.
 CHostRef<CImage> loadWith(const CKzUser_Loader& loader, const std::string& path, const CHostRef<CLoaderInfo>& info,
                           IKzUnknown* monitor) {
     const auto target = CHostRef<CImageTarget>::make();
@@ -87,11 +88,11 @@ CHostRef<CImage> loadWith(const CKzUser_Loader& loader, const std::string& path,
         ~CleanUp() { loader.Cleanup(); }
     } const cleanUp{loader};
     if (kzFailed(code)) throw code;
-    if (!target->image()) throw KZe_FAILED;  // it promised one
+    if (!target->image()) throw KZe_FAILED;  // its success promised one
     return kzCopyImage(target->image().raw(), 0);
 }
 
-// "saver.dosType" is an extension in whatever letter case.
+// "saver.dosType" is an extension; letter case does not matter.
 bool isFor(const KzServer& server, const std::string& path) {
     const std::string extension = std::filesystem::path(path).extension().string();
     const std::string type = tagOf(server, KZsTAG_SAVER_TYPE);
@@ -100,7 +101,7 @@ bool isFor(const KzServer& server, const std::string& path) {
 
 }  // namespace
 
-// A monitor of the host's own, where the caller brings none: servers in Python are never given a null object.
+// Provides a monitor if the caller passes none, as servers in Python never get a null object.
 class CImageFiles::CProgress {
 public:
     CProgress(const CImageFiles& files, const char* title, IKzUnknown* monitor) : m_monitor(monitor) {
@@ -123,8 +124,8 @@ private:
 CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* monitor) const {
     for (const KzServer& server : m_modules->servers(KZa_LOADER)) {
         if (!mayTake(server, path)) continue;
-        CKzLoc_Unknown made;
-        const CKzUser_Loader loader(CModuleTable::spawn(server, made).raw());
+        CKzLoc_Unknown object;
+        const CKzUser_Loader loader(CModuleTable::spawn(server, object).raw());
         const auto info = CHostRef<CLoaderInfo>::make();
         if (!recognises(loader, path, info)) continue;
         try {
@@ -132,20 +133,20 @@ CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* mo
         } catch (KzResult code) {
             m_log->write(KZsLOG_IMAGES, code,
                          path + ": the loader \"" + server.name + "\" failed: " + CMessageTables::codeText(code));
-            throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // somebody has recognised it
+            throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // a loader did recognise it
         }
     }
     throw KZe_NOTSUPPORTED;
 }
 
-// Why an image cannot be saved is the saver's to say.
+// Asks the saver whether it takes the image, and logs its reason if it does not.
 KzResult CImageFiles::verify(const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) const {
     const auto message = CHostRef<CMessage>::make();
     const KzResult code = saver.Verify(image, message.raw());
-    if (!kzFailed(code) || code == KZe_NOTIMPL) return KZe_OK;
-    const CKzUser_Message held(message.raw());
+    if (!kzRefuses(code)) return KZe_OK;
+    const CKzUser_Message asMessage(message.raw());
     m_log->write(KZsLOG_IMAGES, code,
-                 "the saver \"" + name + "\" refuses the image: " + CMessageTables::reasonOf(*held.ptr(), code));
+                 "the saver \"" + name + "\" refuses the image: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
     return code;
 }
 
@@ -153,8 +154,8 @@ KzResult CImageFiles::saveServed(IKzUnknown* image, const std::string& path, con
                                  const std::string& file, IKzUnknown* monitor) const {
     for (const KzServer& server : m_modules->servers(KZa_SAVER)) {
         if (name.empty() ? !isFor(server, path) : server.name != name) continue;
-        CKzLoc_Unknown made;
-        const CKzUser_Saver saver(CModuleTable::spawn(server, made).raw());
+        CKzLoc_Unknown object;
+        const CKzUser_Saver saver(CModuleTable::spawn(server, object).raw());
         if (!saver) return KZe_NOINTERFACE;
         const KzResult code = verify(saver, server.name, image);
         return kzFailed(code) ? code : saver.Save(image, file.c_str(), monitor);
@@ -224,7 +225,7 @@ std::vector<std::string> CImageFiles::spaces() const { return kzPictures(*m_file
 CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, const std::string& target) const {
     const auto own = CHostRef<CImage>::of(image);
     const auto facts = own ? own->facts() : nullptr;
-    std::string from(kzTextOf(source));
+    std::string from = kzString(source);
     IPictureFiles& library = kzPictures(*m_files);
     if (source == nullptr && (!facts || !library.fact(*facts, KZsIMGKEY_COLORSPACE, from)))
         throw kzBecause(KZe_INVALIDARG, "ColorMapping.MapImage",
@@ -267,7 +268,7 @@ KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std
     KzResult code = own != nullptr ? saveOwn(*own, image, path, file.path())
                                    : saveServed(image, path, saver, file.path(), progress.monitor());
     if (kzSucceeded(code) && kzFailed(code = file.commit()))
-        m_log->write(KZsLOG_IMAGES, code, path + ": its saver wrote no file that could take its place");
+        m_log->write(KZsLOG_IMAGES, code, path + ": the saver wrote no file to replace it");
     if (kzSucceeded(code))
         m_listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
     return code;

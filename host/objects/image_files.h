@@ -10,12 +10,12 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
-
-class CLogStore;
 
 namespace kzhost {
 
+class CLogStore;
 class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;
@@ -31,12 +31,12 @@ public:
         : m_context(std::move(context)), m_modules(std::move(modules)), m_listeners(std::move(listeners)),
           m_log(std::move(log)), m_monitors(std::move(monitors)), m_files(std::move(files)) {}
 
-    // Reads an image file: by itself what it knows, others with the first loader that recognises them. Throws NOTFOUND when
-    // there is no such file, NOTSUPPORTED when nobody recognises it, and the code with which a loader fails. The monitor
-    // may be null.
+    // Reads an image file: the host's own formats natively, others with the first loader that recognises them. Throws
+    // NOTFOUND if there is no such file, NOTSUPPORTED if no loader recognises it, and the code of a loader that fails. The
+    // monitor may be null.
     CHostRef<CImage> load(const std::string& path, IKzUnknown* monitor) const;
-    // Writes it with the named saver or, without a name, with the one for the file's extension. NOTSUPPORTED when there
-    // is none. The file is replaced only when the saver is done.
+    // Writes a file with the named saver or, without a name, with the saver for the file's extension. NOTSUPPORTED if there
+    // is none. The file is replaced only if saving succeeds.
     KzResult save(IKzUnknown* image, const std::string& path, const std::string& saver, IKzUnknown* monitor) const;
 
     // What a file says beside its pixels: NOTFOUND when it says nothing of the kind.

@@ -1,8 +1,8 @@
-// Items: names, place in the tree, channels and tags.
-#include "host/core/object.h"
-#include "host/objects/scene.h"
+// Items of a scene: names, place in the tree, channels and tags.
+#include "host/objects/item.h"
 
 #include "host/core/reasons.h"
+#include "host/objects/item_channel.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
@@ -12,6 +12,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -28,7 +33,7 @@ std::string rangeOf(const ChannelInfo& info) {
 CItem::CItem(CScene& scene, const ItemType& type, std::string ident)
     : m_scene(&scene), m_type(type), m_ident(std::move(ident)) {
     for (const ChannelInfo& info : type.channels) m_channels.push_back({info, {}});
-    if (std::string_view(type.name) == KZsITYPE_MESH) m_mesh = CMesh::create();
+    if (std::string_view(type.name) == KZsITYPE_MESH) m_mesh = CHostRef<CMesh>::make();
 }
 
 CScene& CItem::scene() const {
@@ -51,7 +56,7 @@ CHostRef<CMesh>& CItem::mesh() {
     return m_mesh;
 }
 
-// Without a name it is called by its type.
+// Without a name, the type serves as one.
 std::string CItem::baseName() const {
     if (!m_name.empty()) return m_name;
     std::string name = m_type.name;
@@ -106,16 +111,16 @@ bool CItem::isAbove(const CItem& other) const {
 }
 
 KzResult CItem::item_SetParent(IKzUnknown* parent, std::int32_t position) {
-    CItem* wanted = parent != nullptr ? kzOwn<CItem>(parent).object() : nullptr;
-    if (m_type.number == KZiITYPE_ROOT || (wanted != nullptr && !wanted->isIn(scene()))) return KZe_INVALIDARG;
-    if (wanted != nullptr && (wanted == this || isAbove(*wanted))) return KZeGRAPH_CYCLIC;
+    CItem* newParent = parent != nullptr ? kzOwn<CItem>(parent).object() : nullptr;
+    if (m_type.number == KZiITYPE_ROOT || (newParent != nullptr && !newParent->isIn(scene()))) return KZe_INVALIDARG;
+    if (newParent != nullptr && (newParent == this || isAbove(*newParent))) return KZeGRAPH_CYCLIC;
     std::vector<CItem*>& left = siblings();
-    std::vector<CItem*>& joined = wanted != nullptr ? wanted->m_children : scene().roots();
-    joined.reserve(joined.size() + 1);  // from here on nothing can fail
+    std::vector<CItem*>& newSiblings = newParent != nullptr ? newParent->m_children : scene().roots();
+    newSiblings.reserve(newSiblings.size() + 1);  // from here on nothing can fail
     std::erase(left, this);
-    const bool appends = position < 0 || static_cast<std::size_t>(position) > joined.size();
-    joined.insert(appends ? joined.end() : joined.begin() + position, this);
-    m_parent = wanted;
+    const bool appends = position < 0 || static_cast<std::size_t>(position) > newSiblings.size();
+    newSiblings.insert(appends ? newSiblings.end() : newSiblings.begin() + position, this);
+    m_parent = newParent;
     scene().touch();
     return KZe_OK;
 }
@@ -138,8 +143,8 @@ KzResult CItem::item_SubByIndex(std::uint32_t index, IKzUnknown** item) {
 std::int32_t CItem::item_RootPosition() {
     if (m_parent != nullptr) return -1;
     const auto& roots = scene().roots();
-    const auto found = std::find(roots.begin(), roots.end(), this);
-    return found != roots.end() ? static_cast<std::int32_t>(found - roots.begin()) : -1;
+    const auto place = std::find(roots.begin(), roots.end(), this);
+    return place != roots.end() ? static_cast<std::int32_t>(place - roots.begin()) : -1;
 }
 
 CItem::Channel& CItem::channel(std::int32_t index) {
@@ -237,7 +242,7 @@ KzResult CItem::item_ChannelAdd(const char* name, const char* type, IKzUnknown**
 }
 
 KzResult CItem::item_ChannelRemove(const char* name) {
-    removeChannel(std::string(kzTextOf(name)));
+    removeChannel(kzString(name));
     return KZe_OK;
 }
 

@@ -1,16 +1,20 @@
-// One channel of an item: what it is like, and describing a new one.
-#include "host/core/object.h"
-#include "host/objects/scene.h"
+// One channel of an item: its description, and the definition of a new one.
+#include "host/objects/item_channel.h"
 
 #include "host/core/values.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
+#include <memory>
+#include <optional>
+#include <span>
+#include <utility>
+
 namespace kzhost {
 
 namespace {
 
-// Finds its channel by name each time: channels come and go.
+// Looks its channel up by name each time, as channels come and go.
 class CChannelOf {
 public:
     CChannelOf(CHostRef<CItem> item, std::string name) : m_item(std::move(item)), m_name(std::move(name)) {}
@@ -20,7 +24,7 @@ protected:
     const CHostRef<CItem>& itemRef() const { return m_item; }
     std::int32_t index() const { return m_item->channelIndex(m_name); }
     ChannelInfo& info() const { return m_item->channel(index()).info; }
-    // Channels of the item's type are as they are.
+    // The channels of the item's type cannot be changed.
     ChannelInfo& ownInfo() const {
         if ((info().flags & KZfCHAN_USER) == 0) throw KZe_NOACCESS;
         return info();
@@ -85,16 +89,16 @@ public:
     std::uint32_t itemchannel_Flags() override { return info().flags; }
 
 private:
-    static KzResult limit(const std::optional<double>& found, double* value) {
-        if (!found) return KZe_NOTAVAILABLE;
-        *value = *found;
+    static KzResult limit(const std::optional<double>& number, double* value) {
+        if (!number) return KZe_NOTAVAILABLE;
+        *value = *number;
         return KZe_OK;
     }
 
     std::string m_text;
 };
 
-// The components of each form of vector, as they end the names of its channels.
+// The components of each form of vector, as suffixes of channel names.
 std::span<const char* const> componentsOf(std::uint32_t form) {
     static constexpr const char* xyzw[] = {".X", ".Y", ".Z", ".W"};
     static constexpr const char* rgba[] = {".R", ".G", ".B", ".A"};
@@ -160,7 +164,7 @@ private:
     std::uint32_t m_count = 1;
 };
 
-// The channel makes room for one of each component. What follows speaks of the first.
+// Replaces the channel by one for each component. Later calls refer to the first of them.
 KzResult CAddChannel::addchannel_SetVector(std::uint32_t form) {
     const auto components = componentsOf(form);
     if (components.empty()) return KZe_OK;
@@ -184,11 +188,11 @@ KzResult CAddChannel::addchannel_SetVector(std::uint32_t form) {
 
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel) {
     std::string name = item->channel(channel).info.name;
-    return CItemChannel::polymorph().wrap(std::make_unique<CItemChannel>(std::move(item), std::move(name)));
+    return kzMakeObject<CItemChannel>(std::move(item), std::move(name));
 }
 
 IKzUnknown* kzMakeAddChannel(CHostRef<CItem> item, std::string channel) {
-    return CAddChannel::polymorph().wrap(std::make_unique<CAddChannel>(std::move(item), std::move(channel)));
+    return kzMakeObject<CAddChannel>(std::move(item), std::move(channel));
 }
 
 }  // namespace kzhost

@@ -1,9 +1,10 @@
-// The types of items that the host knows.
+// The types of items.
 #include "host/objects/item_types.h"
 
 #include "kz/mesh.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kzhost {
 
@@ -136,9 +137,9 @@ const ItemType* kzFindItemType(std::int32_t number) {
 
 const ItemType* kzFindItemType(std::string_view name) {
     const auto types = kzItemTypes();
-    const auto found =
+    const auto match =
         std::find_if(types.begin(), types.end(), [&](const ItemType& type) { return name == type.name; });
-    return found != types.end() ? &*found : nullptr;
+    return match != types.end() ? &*match : nullptr;
 }
 
 bool kzIsItemType(std::int32_t type, std::int32_t base) {

@@ -1,4 +1,4 @@
-// The types of items that the host knows, and the channels that their items have.
+// The types of items, and their channels.
 #pragma once
 
 #include "host/state/value_types.h"
@@ -13,6 +13,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kzhost {
@@ -30,7 +31,7 @@ private:
     std::vector<KzTextValueHint> m_rows;
 };
 
-// How the value of a channel comes about.
+// How the value of a channel is obtained.
 enum class ChannelKind { stored, localMatrix, worldMatrix };
 
 struct ChannelInfo {
@@ -50,14 +51,14 @@ struct ItemType {
     std::int32_t number = 0;
     const char* name = nullptr;
     std::int32_t base = KZiITYPE_NONE;
-    std::vector<ChannelInfo> channels;  // those of the base first
+    std::vector<ChannelInfo> channels;  // starting with those of the base type
 };
 
 std::span<const ItemType> kzItemTypes();
 // Null for an unknown type.
 const ItemType* kzFindItemType(std::int32_t number);
 const ItemType* kzFindItemType(std::string_view name);
-// Whether the type is `base` or is based on it.
+// True if the type is `base` or is derived from it.
 bool kzIsItemType(std::int32_t type, std::int32_t base);
 
 }  // namespace kzhost

@@ -1,4 +1,4 @@
-// A mesh as an object: counting, measuring and changing it as a whole.
+// A mesh as an object: operations on the whole mesh.
 #include "host/objects/mesh.h"
 
 #include "host/core/object.h"
@@ -8,7 +8,10 @@
 #include "host/objects/point.h"
 #include "host/objects/polygon.h"
 
+#include <algorithm>
+#include <cmath>
 #include <set>
+#include <utility>
 
 namespace kzhost {
 
@@ -52,25 +55,27 @@ bool CMesh::mesh_IsCompatible(IKzUnknown* other) {
 }
 
 KzResult CMesh::mesh_PointByIndex(std::uint32_t index, IKzUnknown** point) {
-    return CPoint::create(self().raw(), data, data.points.byIndex(index).id).give(point);
+    return CHostRef<CPoint>::make(self().raw(), data, data.points.byIndex(index).id).give(point);
 }
 
 KzResult CMesh::mesh_PolygonByIndex(std::uint32_t index, IKzUnknown** polygon) {
-    return CPolygon::create(self().raw(), data, data.polygons.byIndex(index).id).give(polygon);
+    return CHostRef<CPolygon>::make(self().raw(), data, data.polygons.byIndex(index).id).give(polygon);
 }
 
 KzResult CMesh::mesh_EdgeByIndex(std::uint32_t index, IKzUnknown** edge) {
-    return CEdge::create(self().raw(), data, data.edges().byIndex(index).id).give(edge);
+    return CHostRef<CEdge>::make(self().raw(), data, data.edges().byIndex(index).id).give(edge);
 }
 
 KzResult CMesh::mesh_MapByIndex(std::uint32_t index, IKzUnknown** map) {
-    return CMeshMap::create(self().raw(), data, data.maps.byIndex(index).id).give(map);
+    return CHostRef<CMeshMap>::make(self().raw(), data, data.maps.byIndex(index).id).give(map);
 }
 
-KzResult CMesh::mesh_Points(IKzUnknown** point) { return CPoint::create(self().raw(), data).give(point); }
-KzResult CMesh::mesh_Polygons(IKzUnknown** polygon) { return CPolygon::create(self().raw(), data).give(polygon); }
-KzResult CMesh::mesh_Edges(IKzUnknown** edge) { return CEdge::create(self().raw(), data).give(edge); }
-KzResult CMesh::mesh_Maps(IKzUnknown** map) { return CMeshMap::create(self().raw(), data).give(map); }
+KzResult CMesh::mesh_Points(IKzUnknown** point) { return CHostRef<CPoint>::make(self().raw(), data).give(point); }
+KzResult CMesh::mesh_Polygons(IKzUnknown** polygon) {
+    return CHostRef<CPolygon>::make(self().raw(), data).give(polygon);
+}
+KzResult CMesh::mesh_Edges(IKzUnknown** edge) { return CHostRef<CEdge>::make(self().raw(), data).give(edge); }
+KzResult CMesh::mesh_Maps(IKzUnknown** map) { return CHostRef<CMeshMap>::make(self().raw(), data).give(map); }
 
 KzElementId CMesh::mesh_EdgeByEnds(KzElementId start, KzElementId end) {
     const MeshEdge* edge = data.edgeBetween(start, end);
@@ -79,16 +84,16 @@ KzElementId CMesh::mesh_EdgeByEnds(KzElementId start, KzElementId end) {
 
 KzResult CMesh::mesh_BoundingBox(std::int32_t mark, KzBounds* box) {
     bool isEmpty = true;
-    KzBounds found{};
+    KzBounds bounds{};
     for (const MeshPoint& point : data.points) {
         if (!kzIsMeant(point.marks, mark)) continue;
-        if (std::exchange(isEmpty, false)) found = {point.position, point.position};
+        if (std::exchange(isEmpty, false)) bounds = {point.position, point.position};
         for (const double coordinate : point.position.v)
             if (!std::isfinite(coordinate)) return KZeINFINITE_BOUND;
-        kzExtend(found, point.position);
+        kzExtend(bounds, point.position);
     }
     if (isEmpty) return KZe_NOTFOUND;
-    *box = found;
+    *box = bounds;
     return KZe_OK;
 }
 
@@ -105,7 +110,7 @@ double CMesh::mesh_Area() {
     return area;
 }
 
-// The volumes between the origin and each triangle, signed by the side that it shows.
+// Sums the signed volumes of the tetrahedra between the origin and each triangle.
 double CMesh::mesh_Volume() {
     for (const MeshEdge& edge : data.edges())
         if (edge.polygons.size() != 2) return 0;
@@ -135,17 +140,20 @@ KzResult CMesh::mesh_AddPoints(std::uint32_t count, double* positions, std::uint
     return KZe_OK;
 }
 
+void CMesh::checkPoints(std::uint32_t first, std::uint32_t count, const double* positions) const {
+    if (count > 0 && positions == nullptr) throw KZe_INVALIDARG;
+    if (first > data.points.size() || count > data.points.size() - first) throw KZe_OUTOFBOUNDS;
+}
+
 KzResult CMesh::mesh_Positions(std::uint32_t first, std::uint32_t count, double* positions) {
-    if (count > 0 && positions == nullptr) return KZe_INVALIDARG;
-    if (first > data.points.size() || count > data.points.size() - first) return KZe_OUTOFBOUNDS;
+    checkPoints(first, count, positions);
     for (std::uint32_t i = 0; i < count; ++i, positions += 3)
         std::copy_n(data.points.byIndex(first + i).position.v, 3, positions);
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_SetPositions(std::uint32_t first, std::uint32_t count, double* positions) {
-    if (count > 0 && positions == nullptr) return KZe_INVALIDARG;
-    if (first > data.points.size() || count > data.points.size() - first) return KZe_OUTOFBOUNDS;
+    checkPoints(first, count, positions);
     for (std::uint32_t i = 0; i < count; ++i, positions += 3)
         std::copy_n(positions, 3, data.points.byIndex(first + i).position.v);
     data.changed(KZfMESHEDIT_POSITION);
@@ -169,7 +177,7 @@ KzResult CMesh::mesh_RemovePoints(std::int32_t mark) {
     return KZe_OK;
 }
 
-// Points that no polygon used before stay: they are not left over by this.
+// Removes only points that these polygons alone used. Other unused points stay.
 KzResult CMesh::mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) {
     std::set<KzElementId> touched;
     for (const MeshPolygon& polygon : data.polygons)
@@ -189,7 +197,7 @@ KzResult CMesh::mesh_Clear() {
 KzResult CMesh::mesh_Copy(IKzUnknown* source) {
     const auto other = kzOwn<CMesh>(source);
     if (other.object() == this) return KZe_OK;
-    CMeshData copy = data;  // its serial numbers go on
+    CMeshData copy = data;  // keeps its serial numbers
     copy.clear();
     kzMergeMesh(copy, other->data, kzIdentity(), kzMergeEverything);
     data = std::move(copy);
@@ -197,9 +205,9 @@ KzResult CMesh::mesh_Copy(IKzUnknown* source) {
 }
 
 KzResult CMesh::mesh_Duplicate(IKzUnknown** mesh) {
-    const auto made = CMesh::create();
-    if (const KzResult code = made->mesh_Copy(self().raw()); kzFailed(code)) return code;
-    return made.give(mesh);
+    const auto copy = CHostRef<CMesh>::make();
+    if (const KzResult code = copy->mesh_Copy(self().raw()); kzFailed(code)) return code;
+    return copy.give(mesh);
 }
 
 KzResult CMesh::mesh_Merge(IKzUnknown* other, std::uint32_t flags) {
@@ -207,7 +215,7 @@ KzResult CMesh::mesh_Merge(IKzUnknown* other, std::uint32_t flags) {
     return mesh_MergeWithTransform(other, &identity, flags);
 }
 
-// A merge that fails half-way must change nothing, and the other mesh may be this very one.
+// Works on a copy: a failed merge must change nothing, and the other mesh may be this one.
 KzResult CMesh::mesh_MergeWithTransform(IKzUnknown* other, const KzMatrix4* xfrm, std::uint32_t flags) {
     const auto source = kzOwn<CMesh>(other);
     CMeshData merged = data;

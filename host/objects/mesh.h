@@ -1,8 +1,8 @@
 // A mesh as an object.
 #pragma once
 
+#include "host/objects/arguments.h"
 #include "host/objects/mesh_data.h"
-#include "host/objects/self.h"
 
 namespace kzhost {
 
@@ -60,6 +60,9 @@ public:
     KzResult mesh_Item(IKzUnknown** item) override;
 
 private:
+    // Throws what is wrong with a caller's buffer for the positions of these points.
+    void checkPoints(std::uint32_t first, std::uint32_t count, const double* positions) const;
+
     int m_openEdits = 0;
 };
 

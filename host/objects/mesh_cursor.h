@@ -1,24 +1,25 @@
-// Cursors: they stand at one element of a mesh at a time, hold the mesh, and survive the element's removal.
+// The base of cursors: a cursor stands at one element of a mesh at a time, owns a reference to the mesh, and survives the
+// removal of its element.
 #pragma once
 
+#include "host/objects/arguments.h"
 #include "host/objects/mesh_data.h"
-#include "host/objects/self.h"
 
 #include "kz/object.h"
 
 namespace kzhost {
 
-// What all cursors share. `Class::table(data)` is the table of the elements that it stands at.
+// `Class::table(data)` is the table of the elements at which the cursor stands.
 template <class Class, class Element> class CMeshCursor : public CHostSelf<Class> {
 public:
-    // `mesh` is the object whose data these are, and keeps them alive.
+    // `mesh` is the object that owns the data.
     CMeshCursor(IKzUnknown* mesh, CMeshData& data, KzElementId id = nullptr) : m_mesh(mesh), m_data(data), m_id(id) {}
 
 protected:
     CMeshData& data() const { return m_data; }
     CElementTable<Element>& table() const { return Class::table(data()); }
 
-    // NOTAVAILABLE when the cursor stands nowhere, or where the element has been removed.
+    // Throws NOTAVAILABLE if the cursor stands nowhere or its element has been removed.
     Element& here() const {
         Element* element = table().find(m_id);
         if (element == nullptr) throw KZe_NOTAVAILABLE;
@@ -29,8 +30,8 @@ protected:
     std::uint32_t index() const { return static_cast<std::uint32_t>(table().indexOf(m_id)); }
     bool isAt() const { return hereOrNull() != nullptr; }
     std::uint32_t mapDimension(KzElementId map) const {
-        const MeshMapData* found = data().maps.find(map);
-        return found != nullptr ? found->dimension : 0;
+        const MeshMapData* mapData = data().maps.find(map);
+        return mapData != nullptr ? mapData->dimension : 0;
     }
 
     KzResult moveTo(KzElementId id) {
@@ -42,21 +43,21 @@ protected:
         return KZe_OK;
     }
     void leave() { m_id = nullptr; }
-    // From nowhere to the first one.
+    // From nowhere it moves to the first element.
     KzResult next() { return moveToIndex(static_cast<std::uint32_t>(table().indexOf(m_id) + 1)); }
     KzResult giveMesh(IKzUnknown** mesh) const { return m_mesh.get(mesh); }
 
-    // The visitor may change the mesh, move the cursor or drop it: what is walked over is fixed at the start, what has
-    // gone meanwhile is passed over, and the cursor holds itself.
+    // The visitor may change the mesh, move the cursor or release it: the elements are listed at the start, removed ones are
+    // skipped, and a reference keeps the cursor alive.
     template <class Test> KzResult visit(IKzUnknown* visitor, Test test) {
-        const CKzUser_Visitor held(visitor);
-        if (!held) return KZe_INVALIDARG;
+        const CKzUser_Visitor asVisitor(visitor);
+        if (!asVisitor) return KZe_INVALIDARG;
         const auto keeper = this->self();
         for (KzElementId id : table().ids()) {
             const Element* element = table().find(id);
             if (element == nullptr || !test(*element)) continue;
             m_id = id;
-            const KzResult code = held->Evaluate();
+            const KzResult code = asVisitor->Evaluate();
             if (code == KZe_ABORT) return KZe_OK;
             if (kzFailed(code)) return code;
         }

@@ -1,4 +1,4 @@
-// What a mesh consists of.
+// The data of a mesh.
 #include "host/objects/mesh_data.h"
 
 namespace kzhost {
@@ -53,30 +53,30 @@ const MeshMapType* kzFindMapType(std::int32_t type) noexcept {
 }
 
 const std::vector<float>* MeshMapData::find(KzElementId point, KzElementId polygon) const {
-    auto found = values.find({point, polygon});
-    if (found == values.end() && polygon != nullptr) found = values.find({point, nullptr});
-    return found != values.end() ? &found->second : nullptr;
+    auto entry = values.find({point, polygon});
+    if (entry == values.end() && polygon != nullptr) entry = values.find({point, nullptr});
+    return entry != values.end() ? &entry->second : nullptr;
 }
 
 std::span<const MeshCorner> CMeshData::cornersAt(KzElementId point) {
     edges();
-    const auto found = m_corners.find(point);
-    return found != m_corners.end() ? std::span<const MeshCorner>(found->second) : std::span<const MeshCorner>();
+    const auto entry = m_corners.find(point);
+    return entry != m_corners.end() ? std::span<const MeshCorner>(entry->second) : std::span<const MeshCorner>();
 }
 
 MeshEdge* CMeshData::edgeBetween(KzElementId start, KzElementId end) {
     CElementTable<MeshEdge>& all = edges();
-    const auto found = m_edgeByEnds.find(endsOf(start, end));
-    return found != m_edgeByEnds.end() ? all.find(found->second) : nullptr;
+    const auto entry = m_edgeByEnds.find(endsOf(start, end));
+    return entry != m_edgeByEnds.end() ? all.find(entry->second) : nullptr;
 }
 
 void CMeshData::joinEdge(KzElementId start, KzElementId end, KzElementId polygon, CElementTable<MeshEdge>& edges,
                          std::map<MeshMapData::Place, KzElementId>& byEnds) {
     const auto [entry, isNew] = byEnds.try_emplace(endsOf(start, end), nullptr);
     if (isNew) {
-        const auto known = m_edgeByEnds.find(entry->first);
+        const auto former = m_edgeByEnds.find(entry->first);
         MeshEdge edge{.start = start, .end = end, .polygons = {}, .crease = 0, .marks = 0, .id = kzNewElementId()};
-        if (const MeshEdge* old = known != m_edgeByEnds.end() ? m_edges.find(known->second) : nullptr) {
+        if (const MeshEdge* old = former != m_edgeByEnds.end() ? m_edges.find(former->second) : nullptr) {
             edge.id = old->id;
             edge.marks = old->marks;
             edge.crease = old->crease;
@@ -86,7 +86,7 @@ void CMeshData::joinEdge(KzElementId start, KzElementId end, KzElementId polygon
     edges.at(entry->second).polygons.push_back(polygon);
 }
 
-// An edge that is still there keeps its id and its own values.
+// An edge that existed before keeps its id and its values.
 CElementTable<MeshEdge>& CMeshData::connect() {
     CElementTable<MeshEdge> edges;
     std::map<MeshMapData::Place, KzElementId> byEnds;
@@ -128,9 +128,9 @@ MeshPolygon& CMeshData::addPolygon(std::int32_t type, std::vector<KzElementId> c
 }
 
 MeshMapData* CMeshData::findMap(std::int32_t type, std::string_view name) {
-    const auto found = std::find_if(maps.begin(), maps.end(),
+    const auto match = std::find_if(maps.begin(), maps.end(),
                                     [&](const MeshMapData& map) { return map.type == type && map.name == name; });
-    return found != maps.end() ? &*found : nullptr;
+    return match != maps.end() ? &*match : nullptr;
 }
 
 MeshMapData& CMeshData::addMap(std::int32_t type, const std::string& name, std::uint32_t dimension,
@@ -152,7 +152,7 @@ void CMeshData::clear() {
     changed(KZmMESHEDIT_GEOMETRY | KZfMESHEDIT_MAPS);
 }
 
-// The sum over a fan of triangles copes with corners that are in no plane and with concave outlines.
+// Summing over a fan of triangles handles non-planar and concave polygons.
 KzVector3 CMeshData::normalOf(const MeshPolygon& polygon) {
     KzVector3 sum{};
     const KzVector3 origin = points.at(polygon.points.front()).position;
@@ -168,7 +168,7 @@ KzVector3 CMeshData::centerOf(const MeshPolygon& polygon) {
     return sum * (1.0 / static_cast<double>(polygon.points.size()));
 }
 
-// Values of corners and points that are gone.
+// Drops the values of removed corners and points.
 void CMeshData::dropLostValues() {
     const auto isLost = [&](const auto& entry) {
         const auto& [point, polygon] = entry.first;
@@ -191,7 +191,7 @@ std::uint32_t CMeshData::serial(std::uint32_t changes) const {
 }
 
 std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points) {
-    // More corners than any polygon has are a mistake, and nobody knows where such a list would end.
+    // A count beyond any sensible polygon is a mistake, and the buffer would hardly be that long.
     constexpr std::uint32_t mostCorners = 0xFFFF;
     if (count == 0 || count > mostCorners || points == nullptr) throw KZe_INVALIDARG;
     return {points, points + count};

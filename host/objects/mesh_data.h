@@ -1,4 +1,4 @@
-// What a mesh consists of: points, polygons, maps, and the edges that follow from the polygons.
+// The data of a mesh: points, polygons, maps, and the edges derived from the polygons.
 #pragma once
 
 #include "host/objects/elements.h"
@@ -8,10 +8,16 @@
 #include "kz/mesh_element.h"
 #include "kz/mesh_map.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <span>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -75,17 +81,17 @@ public:
     MeshMapData& addMap(std::int32_t type, const std::string& name, std::uint32_t dimension, std::uint32_t flags);
     MeshMapData* findMap(std::int32_t type, std::string_view name);
 
-    // Points go with the polygons that use them.
+    // Removing a point removes the polygons that use it.
     template <class Test> void removePoints(Test test) {
-        std::unordered_map<KzElementId, bool> gone;
+        std::unordered_set<KzElementId> removedIds;
         for (const MeshPoint& point : points)
-            if (test(point)) gone.emplace(point.id, true);
-        const auto usesGone = [&](const MeshPolygon& polygon) {
+            if (test(point)) removedIds.insert(point.id);
+        const auto usesRemoved = [&](const MeshPolygon& polygon) {
             return std::any_of(polygon.points.begin(), polygon.points.end(),
-                               [&](KzElementId point) { return gone.contains(point); });
+                               [&](KzElementId point) { return removedIds.contains(point); });
         };
-        polygons.removeIf(usesGone);
-        points.removeIf([&](const MeshPoint& point) { return gone.contains(point.id); });
+        polygons.removeIf(usesRemoved);
+        points.removeIf([&](const MeshPoint& point) { return removedIds.contains(point.id); });
         dropLostValues();
         changed(KZfMESHEDIT_POINTS | KZfMESHEDIT_POLYGONS | KZfMESHEDIT_VERTICES);
     }
@@ -117,12 +123,12 @@ private:
     std::array<std::uint32_t, 32> m_serials{};
 };
 
-// What the types of polygons are like.
+// The properties of a type of polygon.
 struct MeshPolygonType {
     std::int32_t type;
     const char* name;
-    bool isClosed;            // the last point joins the first
-    std::uint32_t mergeFlag;  // which flag of a merge takes it along
+    bool isClosed;            // an edge joins the last point to the first
+    std::uint32_t mergeFlag;  // the flag of a merge that includes it
 };
 std::span<const MeshPolygonType> kzPolygonTypes() noexcept;
 // Throws INVALIDARG for an unknown type.
@@ -131,16 +137,16 @@ const MeshPolygonType& kzPolygonType(std::int32_t type);
 struct MeshMapType {
     std::int32_t type;
     const char* name;
-    std::uint32_t dimension;  // 0: as the map says
+    std::uint32_t dimension;  // 0 if each map has its own
     std::uint32_t flags;
 };
 std::span<const MeshMapType> kzMapTypes() noexcept;
 const MeshMapType* kzFindMapType(std::int32_t type) noexcept;
 
-// The corners in a caller's buffer. Throws what is wrong with the count or the buffer.
+// The corners in a caller's buffer. Throws INVALIDARG for a bad count or a null buffer.
 std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points);
 
-// Whether an element with these marks is meant; 0 means all.
+// True if an element with these marks is selected by `wanted`; 0 selects all elements.
 inline bool kzIsMeant(std::int32_t marks, std::int32_t wanted) { return wanted == 0 || (marks & wanted) != 0; }
 
 }  // namespace kzhost

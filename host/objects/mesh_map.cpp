@@ -1,8 +1,12 @@
-// Maps of a mesh.
+// Maps of a mesh: their values at points and corners.
 #include "host/objects/mesh_map.h"
 
 #include "host/core/reasons.h"
 #include "host/state/text.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
 
 namespace kzhost {
 
@@ -11,27 +15,27 @@ namespace {
 constexpr std::int32_t mostDimensions = 64;
 
 MeshMapData& mapAt(CMeshData& data, KzElementId map, const MeshMapData::Place& place) {
-    MeshMapData& found = data.maps.at(map);
+    MeshMapData& mapData = data.maps.at(map);
     if (!data.points.has(place.first)) throw KZe_NOTFOUND;
-    if (place.second == nullptr) return found;
+    if (place.second == nullptr) return mapData;
     const auto& corners = data.polygons.at(place.second).points;
     if (std::find(corners.begin(), corners.end(), place.first) == corners.end()) throw KZe_NOTFOUND;
-    return found;
+    return mapData;
 }
 
 }  // namespace
 
 KzResult kzReadMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, float* values) {
-    const auto* found = mapAt(data, map, place).find(place.first, place.second);
-    if (found == nullptr) return KZe_NOTFOUND;
-    std::copy(found->begin(), found->end(), &kzGiven(values));
+    const auto* source = mapAt(data, map, place).find(place.first, place.second);
+    if (source == nullptr) return KZe_NOTFOUND;
+    std::copy(source->begin(), source->end(), &kzGiven(values));
     return KZe_OK;
 }
 
 KzResult kzWriteMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, const float* values) {
-    MeshMapData& found = mapAt(data, map, place);
-    if (place.second != nullptr && (found.flags & KZfMESHMAP_CORNER) == 0) return KZe_NOTSUPPORTED;
-    found.values[place].assign(&kzGiven(values), &kzGiven(values) + found.dimension);
+    MeshMapData& target = mapAt(data, map, place);
+    if (place.second != nullptr && (target.flags & KZfMESHMAP_CORNER) == 0) return KZe_NOTSUPPORTED;
+    target.values[place].assign(&kzGiven(values), &kzGiven(values) + target.dimension);
     data.changed(KZfMESHEDIT_MAPVALUES);
     return KZe_OK;
 }
@@ -60,11 +64,11 @@ KzResult CMeshMap::meshmap_Name(const char** name) {
 }
 
 KzResult CMeshMap::meshmap_SetName(const char* name) {
-    const std::string wanted(kzTextOf(name));
-    if (wanted.empty()) return KZe_INVALIDARG;
-    if (const MeshMapData* taken = data().findMap(here().type, wanted); taken != nullptr && taken != &here())
+    const std::string newName(kzTextOf(name));
+    if (newName.empty()) return KZe_INVALIDARG;
+    if (const MeshMapData* other = data().findMap(here().type, newName); other != nullptr && other != &here())
         return KZe_ALREADYEXISTS;
-    here().name = wanted;
+    here().name = newName;
     data().changed(KZfMESHEDIT_MAPS);
     return KZe_OK;
 }
@@ -75,9 +79,9 @@ KzResult CMeshMap::meshmap_SetFlags(std::uint32_t mask, std::uint32_t flags) {
 }
 
 KzResult CMeshMap::meshmap_Add(std::int32_t type, const char* name, KzElementId* map) {
-    const MeshMapType* known = kzFindMapType(type);
-    if (known == nullptr || known->dimension == 0 || kzTextOf(name).empty()) return KZe_INVALIDARG;
-    *map = data().addMap(type, name, known->dimension, known->flags).id;
+    const MeshMapType* row = kzFindMapType(type);
+    if (row == nullptr || row->dimension == 0 || kzTextOf(name).empty()) return KZe_INVALIDARG;
+    *map = data().addMap(type, name, row->dimension, row->flags).id;
     return moveTo(*map);
 }
 
@@ -88,7 +92,7 @@ KzResult CMeshMap::meshmap_AddCustom(const char* name, std::int32_t dimension, s
 }
 
 KzResult CMeshMap::meshmap_Remove() {
-    data().maps.removeIf([gone = here().id](const MeshMapData& map) { return map.id == gone; });
+    data().maps.removeIf([id = here().id](const MeshMapData& map) { return map.id == id; });
     data().changed(KZfMESHEDIT_MAPS);
     return KZe_OK;
 }

@@ -1,5 +1,10 @@
-// Bringing the elements of one mesh into another.
+// Merges one mesh into another.
 #include "host/objects/mesh_merge.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -53,7 +58,7 @@ void CMerge::addPoint(const MeshPoint& point) {
     m_points[point.id] = m_target.points.add(added).id;
 }
 
-// Without a flag for any type all of them come along.
+// Without a flag for any type, all types are merged.
 bool CMerge::takes(const MeshPolygon& polygon) const {
     if (has(KZf_MESHMERGE_POLY_MARKED) && (polygon.marks & select) == 0) return false;
     if (has(KZm_MESHMERGE_POLY_TYPES) && !has(kzPolygonType(polygon.type).mergeFlag)) return false;
@@ -64,7 +69,7 @@ bool CMerge::takes(const MeshPolygon& polygon) const {
 void CMerge::addPolygon(const MeshPolygon& polygon) {
     std::vector<KzElementId> corners;
     for (KzElementId point : polygon.points) corners.push_back(m_points.at(point));
-    // A matrix that mirrors would turn the polygon's back to the front.
+    // A mirroring matrix would turn polygons inside out.
     if (has(KZf_MESHMERGE_POLY_FLIP) != (kzTurnDeterminant(m_matrix) < 0)) std::reverse(corners.begin(), corners.end());
     MeshPolygon& added = m_target.addPolygon(polygon.type, std::move(corners));
     added.marks = polygon.marks;
@@ -102,7 +107,7 @@ void CMerge::addValues(const MeshMapData& from, MeshMapData& to) {
 
 }  // namespace
 
-// Normals stay at right angles to the surface also where the matrix scales by different amounts.
+// Transforms by the cofactor matrix, so that normals stay perpendicular under non-uniform scales.
 void kzTurnNormal(std::vector<float>& values, const KzMatrix4& matrix) {
     if (values.size() < 3) return;
     const auto row = [&](int i) { return KzVector3{{matrix.m[i][0], matrix.m[i][1], matrix.m[i][2]}}; };

@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_data.h"
 
+#include <vector>
+
 namespace kzhost {
 
 // Brings the elements of one mesh into another, by the flags of a merge.

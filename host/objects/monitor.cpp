@@ -4,6 +4,9 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
@@ -21,7 +24,7 @@ KzResult CMonitor::mon_Initialize(std::uint32_t count) {
     return show();
 }
 
-// More steps than announced are no error: the estimate was wrong, the work is what counts.
+// More steps than announced are no error: the count was an estimate.
 KzResult CMonitor::mon_Increment(std::uint32_t count) {
     enter("Monitor.Increment");
     m_state.done += count;

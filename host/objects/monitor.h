@@ -7,6 +7,9 @@
 
 #include "kz/dialog.h"
 
+#include <memory>
+#include <string>
+
 namespace kzhost {
 
 class CMonitor final : public CHosted<"monitor", CMonitor, CKzIfc_Monitor>, CServiceBase {

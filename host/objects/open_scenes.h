@@ -9,7 +9,7 @@
 namespace kzhost {
 
 struct OpenScenes {
-    std::vector<CHostRef<CScene>> list;  // the current one is the last
+    std::vector<CHostRef<CScene>> list;  // the last one is the current scene
 };
 
 }  // namespace kzhost

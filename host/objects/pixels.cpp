@@ -5,12 +5,13 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace kzhost {
 
 namespace {
 
-// Not-a-number becomes 0.
+// Converts to an integer component. NaN becomes 0.
 template <class Integer> Integer rounded(float value) {
     constexpr float most = std::numeric_limits<Integer>::max();
     return value > 0 ? static_cast<Integer>(std::lround(std::min(value, 1.0F) * most)) : Integer{0};
@@ -77,7 +78,7 @@ PixelColor kzReadPixel(const PixelFormat& format, const std::byte* pixel) noexce
     return color;
 }
 
-// Grey is what the eye makes of the three colours.
+// Grey is the luminance of the colour.
 void kzWritePixel(const PixelFormat& format, const PixelColor& color, std::byte* pixel) noexcept {
     if (format.components == 1) {
         const bool isGrey = color[0] == color[1] && color[1] == color[2];

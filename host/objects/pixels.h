@@ -17,7 +17,7 @@ struct PixelFormat {
     // 1 and 2 integers of so many bytes, 3 half floats, 4 single floats.
     std::uint32_t kind() const { return code & static_cast<std::uint32_t>(KZmIMG_FORMAT_KIND); }
     std::size_t bytes() const { return static_cast<std::size_t>(components) * componentBytes; }
-    // Nothing for formats that this host does not keep.
+    // Nothing for formats that this host does not support.
     static std::optional<PixelFormat> of(std::uint32_t code) noexcept;
 };
 
@@ -25,7 +25,7 @@ using PixelColor = std::array<float, 4>;  // red, green, blue, alpha; 0 to 1 whe
 
 PixelColor kzReadPixel(const PixelFormat& format, const std::byte* pixel) noexcept;
 void kzWritePixel(const PixelFormat& format, const PixelColor& color, std::byte* pixel) noexcept;
-// A run of pixels from one format to another; the same format is copied as it is.
+// Converts a run of pixels. Pixels of the same format are copied verbatim.
 void kzConvertPixels(const PixelFormat& from, const std::byte* source, const PixelFormat& to, std::byte* target,
                      std::size_t count) noexcept;
 

@@ -3,6 +3,9 @@
 
 #include "host/objects/mesh_map.h"
 
+#include <algorithm>
+#include <vector>
+
 namespace kzhost {
 
 KzResult CPoint::point_MoveToVertex(KzElementId polygon, std::int32_t vertex) {
@@ -51,10 +54,10 @@ KzResult CPoint::point_PolygonByIndex(std::uint32_t index, KzElementId* polygon,
 }
 
 std::vector<const MeshEdge*> CPoint::edgesHere() {
-    std::vector<const MeshEdge*> found;
+    std::vector<const MeshEdge*> list;
     for (const MeshEdge& edge : data().edges())
-        if (isAt() && (edge.start == id() || edge.end == id())) found.push_back(&edge);
-    return found;
+        if (isAt() && (edge.start == id() || edge.end == id())) list.push_back(&edge);
+    return list;
 }
 
 const MeshEdge& CPoint::edgeHere(std::uint32_t index) {
@@ -106,7 +109,7 @@ KzResult CPoint::point_Copy(KzElementId source, KzElementId* point) {
 }
 
 KzResult CPoint::point_Remove() {
-    data().removePoints([gone = here().id](const MeshPoint& point) { return point.id == gone; });
+    data().removePoints([id = here().id](const MeshPoint& point) { return point.id == id; });
     return KZe_OK;
 }
 

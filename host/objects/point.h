@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_cursor.h"
 
+#include <vector>
+
 namespace kzhost {
 
 class CPoint final : public CHosted<"point", CPoint, CKzIfc_Point>, public CMeshCursor<CPoint, MeshPoint> {

@@ -4,6 +4,10 @@
 #include "host/objects/mesh_map.h"
 #include "host/state/text.h"
 
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 namespace kzhost {
 
 KzElementId CPolygon::corner(std::int64_t vertex) const {
@@ -36,8 +40,8 @@ KzResult CPolygon::polygon_VertexByIndex(std::uint32_t index, KzElementId* point
 std::int32_t CPolygon::polygon_VertexIndex(KzElementId point) {
     if (!isAt()) return -1;
     const auto& corners = here().points;
-    const auto found = std::find(corners.begin(), corners.end(), point);
-    return found != corners.end() ? static_cast<std::int32_t>(found - corners.begin()) : -1;
+    const auto corner = std::find(corners.begin(), corners.end(), point);
+    return corner != corners.end() ? static_cast<std::int32_t>(corner - corners.begin()) : -1;
 }
 
 KzResult CPolygon::polygon_SetVertexPoint(std::int32_t vertex, KzElementId point) {
@@ -53,7 +57,7 @@ KzResult CPolygon::polygon_SetVertices(std::uint32_t count, KzElementId* points,
     return setCorners(std::move(corners));
 }
 
-// In front of the vertex; at the end when there is none of that number.
+// Inserts before that vertex; a number equal to the count appends.
 KzResult CPolygon::polygon_InsertVertex(std::int32_t vertex, KzElementId point) {
     auto corners = here().points;
     if (vertex < 0 || static_cast<std::size_t>(vertex) > corners.size()) return KZe_OUTOFBOUNDS;
@@ -75,8 +79,8 @@ std::uint32_t CPolygon::polygon_EdgeCount() {
 KzResult CPolygon::polygon_EdgeByIndex(std::uint32_t index, KzElementId* edge) {
     const auto& corners = here().points;
     if (index >= polygon_EdgeCount()) return KZe_OUTOFBOUNDS;
-    const MeshEdge* found = data().edgeBetween(corners[index], corners[(index + 1) % corners.size()]);
-    *edge = found != nullptr ? found->id : nullptr;
+    const MeshEdge* between = data().edgeBetween(corners[index], corners[(index + 1) % corners.size()]);
+    *edge = between != nullptr ? between->id : nullptr;
     return KZe_OK;
 }
 
@@ -120,8 +124,8 @@ KzResult CPolygon::polygon_TriangleByIndex(std::uint32_t index, std::uint32_t* a
 
 KzResult CPolygon::polygon_Tag(std::int32_t type, const char** tag) {
     const auto& tags = here().tags;
-    const auto found = tags.find(type);
-    *tag = found != tags.end() ? found->second.c_str() : nullptr;
+    const auto entry = tags.find(type);
+    *tag = entry != tags.end() ? entry->second.c_str() : nullptr;
     return KZe_OK;
 }
 
@@ -167,7 +171,7 @@ KzResult CPolygon::polygon_Flip() {
 }
 
 KzResult CPolygon::polygon_Remove() {
-    data().removePolygons([gone = here().id](const MeshPolygon& polygon) { return polygon.id == gone; });
+    data().removePolygons([id = here().id](const MeshPolygon& polygon) { return polygon.id == id; });
     return KZe_OK;
 }
 

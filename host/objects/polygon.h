@@ -3,6 +3,8 @@
 
 #include "host/objects/mesh_cursor.h"
 
+#include <vector>
+
 namespace kzhost {
 
 class CPolygon final : public CHosted<"polygon", CPolygon, CKzIfc_Polygon>, public CMeshCursor<CPolygon, MeshPolygon> {

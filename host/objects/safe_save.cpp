@@ -1,4 +1,4 @@
-// Files that take the place of older ones only when they are complete.
+// Replaces files only by complete ones.
 #include "host/objects/safe_save.h"
 
 #include "kz/result.h"

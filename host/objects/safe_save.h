@@ -1,4 +1,4 @@
-// Files that take the place of older ones only when they are complete.
+// Replaces files only by complete ones.
 #pragma once
 
 #include "kz/base/types.h"
@@ -8,8 +8,8 @@
 
 namespace kzhost {
 
-// Whoever saves is given a file of the same name in a folder of its own beside the target. A save that fails half-way
-// leaves what was there before, and nothing else.
+// The saver writes to a file of the same name in a temporary folder beside the target. A save that fails half-way leaves
+// the former file, and nothing else.
 class CSafeSave {
 public:
     // Throws NOACCESS when nothing can be written there.
@@ -21,13 +21,13 @@ public:
     std::string path() const {
         return m_folder.empty() ? m_target.string() : (m_folder / m_target.filename()).string();
     }
-    // Puts the file, and any that were written beside it, in their place. FAILED when there is none, NOACCESS when it
+    // Moves the file, and any others written beside it, to the target folder. FAILED if there is no file, NOACCESS if it
     // cannot be moved.
     KzResult commit();
 
 private:
     std::filesystem::path m_target;
-    std::filesystem::path m_folder;  // empty where the target is no file but a device
+    std::filesystem::path m_folder;  // empty if the target is a device
 };
 
 }  // namespace kzhost

@@ -1,37 +1,41 @@
 // Scenes: their items by type, name and identifier.
 #include "host/objects/scene.h"
 
-#include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/objects/channels.h"
+#include "host/objects/item.h"
 #include "host/state/text.h"
 
 #include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace kzhost {
 
 namespace {
 
-// Every action shares the values of the scene; there are no others.
+// All actions share the values of the scene. Throws NOTFOUND for an unknown action.
 std::string actionName(const char* action) {
-    const std::string wanted(kzTextOf(action));
-    static const std::vector<std::string> known = {KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP,
-                                                   KZs_ACTIONLAYER_STATIC};
-    if (wanted.empty() || std::find(known.begin(), known.end(), wanted) != known.end()) return wanted;
-    throw kzBecause(KZe_NOTFOUND, "Scene.Channels", [&] { return kzThereIsNo("action", wanted, known); });
+    const std::string name(kzTextOf(action));
+    static const std::vector<std::string> actions = {KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP,
+                                                     KZs_ACTIONLAYER_STATIC};
+    if (name.empty() || std::find(actions.begin(), actions.end(), name) != actions.end()) return name;
+    throw kzBecause(KZe_NOTFOUND, "Scene.Channels", [&] { return kzThereIsNo("action", name, actions); });
 }
 
-KzResult handOver(IKzUnknown* made, IKzUnknown** out) {
-    *out = made;
-    return made != nullptr ? KZe_OK : KZe_FAILED;
+KzResult handOver(IKzUnknown* object, IKzUnknown** out) {
+    *out = object;
+    return object != nullptr ? KZe_OK : KZe_FAILED;
 }
 
 }  // namespace
 
 CHostRef<CScene> CScene::open(std::string name) {
-    auto made = CScene::create(std::move(name));
-    made->add(*kzFindItemType(KZiITYPE_ROOT));
-    made->m_isModified = false;
-    return made;
+    auto scene = CHostRef<CScene>::make(std::move(name));
+    scene->add(*kzFindItemType(KZiITYPE_ROOT));
+    scene->m_isModified = false;
+    return scene;
 }
 
 CScene::~CScene() { close(); }
@@ -43,16 +47,16 @@ void CScene::close() {
 }
 
 CHostRef<CItem> CScene::add(const ItemType& type) {
-    auto made = CItem::create(*this, type, std::string(type.name) + std::to_string(m_nextIdent++));
-    m_items.push_back(made);
-    if (type.number != KZiITYPE_ROOT) m_roots.push_back(made.object());
+    auto item = CHostRef<CItem>::make(*this, type, std::string(type.name) + std::to_string(m_nextIdent++));
+    m_items.push_back(item);
+    if (type.number != KZiITYPE_ROOT) m_roots.push_back(item.object());
     touch();
-    return made;
+    return item;
 }
 
 std::string CScene::uniqueName(const CItem& item) const {
     const std::string base = item.baseName();
-    unsigned same = 0;
+    std::uint32_t same = 0;
     for (const auto& other : m_items) {
         if (other->baseName() == base) ++same;
         if (other.object() == &item) break;
@@ -85,22 +89,22 @@ KzResult CScene::scene_SetModified(std::int32_t modified) {
 }
 
 KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
-    const ItemType* known = kzFindItemType(type);
+    const ItemType* row = kzFindItemType(type);
     if (m_items.empty()) return KZe_NOTAVAILABLE;
-    if (known == nullptr || type == KZiITYPE_ANY || type == KZiITYPE_ROOT) return KZe_INVALIDARG;
-    return add(*known).give(item);
+    if (row == nullptr || type == KZiITYPE_ANY || type == KZiITYPE_ROOT) return KZe_INVALIDARG;
+    return add(*row).give(item);
 }
 
-// What is below the item goes with it.
+// Removes the item with all its descendants.
 KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
     const auto removed = kzOwn<CItem>(item);
     if (!removed->isIn(*this) || removed->item_Type() == KZiITYPE_ROOT) return KZe_INVALIDARG;
-    std::vector<CItem*> gone{removed.object()};
-    for (std::size_t i = 0; i < gone.size(); ++i)
-        for (CItem* child : gone[i]->children()) gone.push_back(child);
+    std::vector<CItem*> subtree{removed.object()};
+    for (std::size_t i = 0; i < subtree.size(); ++i)
+        for (CItem* child : subtree[i]->children()) subtree.push_back(child);
     std::erase(removed->parent() != nullptr ? removed->parent()->children() : m_roots, removed.object());
-    for (CItem* each : gone) each->leave();
-    std::erase_if(m_items, [this](const auto& held) { return !held->isIn(*this); });
+    for (CItem* each : subtree) each->leave();
+    std::erase_if(m_items, [this](const auto& each) { return !each->isIn(*this); });
     touch();
     return KZe_OK;
 }
@@ -111,24 +115,24 @@ std::uint32_t CScene::scene_ItemCount(std::int32_t type) {
 }
 
 KzResult CScene::scene_ItemByIndex(std::int32_t type, std::uint32_t index, IKzUnknown** item) {
-    for (const auto& held : m_items)
-        if (held->item_TestType(type) && index-- == 0) return held.give(item);
+    for (const auto& each : m_items)
+        if (each->item_TestType(type) && index-- == 0) return each.give(item);
     return KZe_OUTOFBOUNDS;
 }
 
 KzResult CScene::scene_ItemLookup(const char* name, IKzUnknown** item) {
-    for (const auto& held : m_items)
-        if (kzTextOf(name) == uniqueName(*held)) return held.give(item);
+    for (const auto& each : m_items)
+        if (kzTextOf(name) == uniqueName(*each)) return each.give(item);
     return kzBecause(KZe_NOTFOUND, "Scene.ItemLookup", [&] {
-        return kzThereIsNo("item", kzTextOf(name), m_items, [this](const auto& held) { return uniqueName(*held); });
+        return kzThereIsNo("item", kzTextOf(name), m_items, [this](const auto& each) { return uniqueName(*each); });
     });
 }
 
 KzResult CScene::scene_ItemByIdent(const char* ident, IKzUnknown** item) {
-    for (const auto& held : m_items)
-        if (kzTextOf(ident) == held->ident()) return held.give(item);
+    for (const auto& each : m_items)
+        if (kzTextOf(ident) == each->ident()) return each.give(item);
     return kzBecause(KZe_NOTFOUND, "Scene.ItemByIdent", [&] {
-        return kzThereIsNo("item", kzTextOf(ident), m_items, [](const auto& held) { return held->ident(); });
+        return kzThereIsNo("item", kzTextOf(ident), m_items, [](const auto& each) { return each->ident(); });
     });
 }
 

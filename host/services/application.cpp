@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 namespace kzhost {
 
@@ -32,7 +33,7 @@ public:
         : CServiceBase(std::move(context)), m_services(std::move(services)), m_queries(std::move(queries)),
           m_log(std::move(log)), m_properties(std::move(properties)) {}
 
-    // Where the support layer finds the services.
+    // Services are sub-objects: QueryInterface hands them out.
     IKzUnknown* subObject(const KzGuid& iid) { return m_services->make(iid); }
 
     KzResult applicationservice_ServiceByName(const char* name, IKzUnknown** service) override;
@@ -65,13 +66,12 @@ public:
     KzResult applicationservice_SetProperty(const char* name, const char* value) override {
         enter("Application.SetProperty");
         if (kzTextOf(name).empty()) return KZe_INVALIDARG;
-        m_properties->set(name, std::string(kzTextOf(value)));
+        m_properties->set(name, kzString(value));
         return KZe_OK;
     }
 
 private:
     std::atomic<bool> m_quitting = false;
-
     std::shared_ptr<CServiceRegistry> m_services;
     std::shared_ptr<const QueryEnvironment> m_queries;
     std::shared_ptr<CLogStore> m_log;
@@ -80,19 +80,19 @@ private:
 
 KzResult CApplication::applicationservice_ServiceByName(const char* name, IKzUnknown** service) {
     enter("Application.ServiceByName");
-    IKzUnknown* made = kzMakeNamedService(m_services, m_queries, kzTextOf(name));
-    if (made == nullptr)
+    IKzUnknown* object = kzMakeNamedService(m_services, m_queries, kzTextOf(name));
+    if (object == nullptr)
         return kzBecause(KZe_NOTFOUND, "Application.ServiceByName",
                          [&] { return kzThereIsNo("service", kzTextOf(name), m_services->names()); });
-    *service = made;
+    *service = object;
     return KZe_OK;
 }
 
 KzResult CApplication::applicationservice_Property(const char* name, const char** value) {
     enter("Application.Property");
-    const auto found = m_properties->get(std::string(kzTextOf(name)));
-    if (!found) return KZe_NOTFOUND;
-    *value = lend(*found);
+    const auto property = m_properties->get(kzString(name));
+    if (!property) return KZe_NOTFOUND;
+    *value = lend(*property);
     return KZe_OK;
 }
 
@@ -101,8 +101,8 @@ KzResult CApplication::applicationservice_Property(const char* name, const char*
 IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
                               std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
                               std::shared_ptr<CPropertyTable> properties) {
-    return CApplication::polymorph().wrap(std::make_unique<CApplication>(
-        std::move(context), std::move(services), std::move(queries), std::move(log), std::move(properties)));
+    return kzMakeObject<CApplication>(std::move(context), std::move(services), std::move(queries), std::move(log),
+                                      std::move(properties));
 }
 
 }  // namespace kzhost

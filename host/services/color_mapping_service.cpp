@@ -3,14 +3,17 @@
 
 #include "host/core/object.h"
 #include "host/core/service_base.h"
+#include "host/objects/arguments.h"
 #include "host/objects/image_files.h"
-#include "host/objects/self.h"
 
 #include "kz/color_mapping.h"
 
 #include <strings.h>
 
 #include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
@@ -58,8 +61,7 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeColorMappingService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CImageFiles> images) {
-    return CColorMappingService::polymorph().wrap(
-        std::make_unique<CColorMappingService>(std::move(context), std::move(images)));
+    return kzMakeObject<CColorMappingService>(std::move(context), std::move(images));
 }
 
 }  // namespace kzhost

@@ -16,13 +16,19 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 namespace kzhost {
 
 namespace {
 
 std::string nameOf(const CKzUser_Command& command) {
-    const char* name = nullptr;
-    return kzSucceeded(command.Name(&name)) && name != nullptr ? name : "unknown";
+    std::string name = kzAnswer([&](const char** text) { return command.Name(text); });
+    return name.empty() ? "unknown" : name;
 }
 
 class CCommandService final : public CHosted<"command service", CCommandService, CKzIfc_CommandService>, CServiceBase {
@@ -35,9 +41,9 @@ public:
     KzResult commandservice_Lookup(const char* name, std::uint32_t* tag) override;
     KzResult commandservice_LookupTag(std::uint32_t tag, const char** name) override {
         enter("Command.LookupTag");
-        const auto known = m_state->nameOf(tag);
-        if (!known) return KZe_NOTFOUND;
-        *name = keep(*known);
+        const auto entry = m_state->nameOf(tag);
+        if (!entry) return KZe_NOTFOUND;
+        *name = keep(*entry);
         return KZe_OK;
     }
     KzResult commandservice_CommandCount(std::uint32_t* count) override {
@@ -47,10 +53,7 @@ public:
     }
     KzResult commandservice_CommandByIndex(std::uint32_t index, const char** name) override {
         enter("Command.CommandByIndex");
-        const std::vector<std::string> names = m_dispatcher->registry().names();
-        if (index >= names.size()) return KZe_OUTOFBOUNDS;
-        *name = keep(names[index]);
-        return KZe_OK;
+        return giveName(m_dispatcher->registry().names(), index, name);
     }
     KzResult commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) override;
     KzResult commandservice_SpawnFromString(const char* args, std::uint32_t* flags, std::int32_t* queryIndex,
@@ -60,7 +63,7 @@ public:
                                                const char** rest) override;
     bool commandservice_IsCommand(const char* name) override {
         enter("Command.IsCommand");
-        return m_dispatcher->registry().has(std::string(kzTextOf(name)));
+        return m_dispatcher->registry().has(kzString(name));
     }
     KzResult commandservice_IsImplicitScript(const char* definition) override {
         enter("Command.IsImplicitScript");
@@ -80,8 +83,8 @@ public:
     }
     KzResult commandservice_Execute(IKzUnknown* command, std::uint32_t flags) override {
         enter("Command.ExecuteCommand");
-        const CKzUser_Command held(command);
-        return held ? held.Execute(flags) : KZe_INVALIDARG;
+        const CKzUser_Command asCommand(command);
+        return asCommand ? asCommand.Execute(flags) : KZe_INVALIDARG;
     }
     KzResult commandservice_ExecuteString(std::uint32_t flags, const char* text, IKzUnknown* message) override;
     KzResult commandservice_ExecuteArgString(std::uint32_t flags, std::int32_t queryMode, const char* args) override;
@@ -89,7 +92,7 @@ public:
     KzResult commandservice_AliasCreate(const char* alias, const char* definition, std::uint32_t flags) override;
     KzResult commandservice_AliasRemove(const char* alias) override {
         enter("Command.AliasRemove");
-        return m_dispatcher->registry().removeAlias(std::string(kzTextOf(alias))) ? KZe_OK : KZe_CMD_NOT_ALIASED;
+        return m_dispatcher->registry().removeAlias(kzString(alias)) ? KZe_OK : KZe_CMD_NOT_ALIASED;
     }
     KzResult commandservice_AliasLookup(const char* alias, const char** definition) override;
     std::uint32_t commandservice_ExecDepth() override { return m_state->depth(); }
@@ -105,15 +108,15 @@ public:
     }
     KzResult commandservice_HistoryByIndex(std::uint32_t index, const char** text) override {
         enter("Command.HistoryByIndex");
-        auto found = m_state->historyAt(index);
-        if (!found) return KZe_OUTOFBOUNDS;
-        *text = lend(std::move(*found));
+        auto line = m_state->historyAt(index);
+        if (!line) return KZe_OUTOFBOUNDS;
+        *text = lend(std::move(*line));
         return KZe_OK;
     }
 
 private:
-    // A string that is wrong is told about in the log, once, where it is parsed.
-    template <class Action> KzResult told(const std::string& name, Action&& action) const {
+    // Runs the action. An error in a command string goes to the log, once, where the string is parsed.
+    template <class Action> KzResult reporting(const std::string& name, Action&& action) const {
         try {
             return action();
         } catch (const CommandTextError& error) {
@@ -128,20 +131,20 @@ private:
 
 KzResult CCommandService::commandservice_Lookup(const char* name, std::uint32_t* tag) {
     enter("Command.Lookup");
-    const std::string wanted(kzTextOf(name));
-    if (!m_dispatcher->registry().has(wanted))
+    const std::string commandName(kzTextOf(name));
+    if (!m_dispatcher->registry().has(commandName))
         return kzBecause(KZe_CMD_UNKNOWN_COMMAND, "Command.Lookup",
-                         [&] { return kzThereIsNo("command", wanted, m_dispatcher->registry().names()); });
-    *tag = m_state->tagOf(wanted);
+                         [&] { return kzThereIsNo("command", commandName, m_dispatcher->registry().names()); });
+    *tag = m_state->tagOf(commandName);
     return KZe_OK;
 }
 
 KzResult CCommandService::commandservice_Spawn(std::uint32_t tag, const char* name, IKzUnknown** command) {
     enter("Command.Spawn");
-    const std::string wanted = tag != 0 ? m_state->nameOf(tag).value_or("") : std::string(kzTextOf(name));
-    return told(wanted, [&] {
-        CKzUser_Command made;
-        return m_dispatcher->registry().spawn(wanted, made).get(command);
+    const std::string commandName = tag != 0 ? m_state->nameOf(tag).value_or("") : kzString(name);
+    return reporting(commandName, [&] {
+        CKzUser_Command object;
+        return m_dispatcher->registry().spawn(commandName, object).get(command);
     });
 }
 
@@ -149,36 +152,37 @@ KzResult CCommandService::commandservice_SpawnFromString(const char* args, std::
                                                          std::int32_t* queryIndex, IKzUnknown** command) {
     enter("Command.SpawnFromString");
     const MarkedCommand marked = kzStripMarks(0, kzTextOf(args));
-    return told(marked.rest.substr(0, marked.rest.find(' ')), [&] {
-        CKzUser_Command made;
-        const auto query = m_dispatcher->parse(marked.rest, made);
+    return reporting(marked.rest.substr(0, marked.rest.find(' ')), [&] {
+        CKzUser_Command object;
+        const auto query = m_dispatcher->parse(marked.rest, object);
         *flags = marked.flags;
         *queryIndex = query ? static_cast<std::int32_t>(*query) : KZiCMD_QUERYINDEX_NONE;
-        return made.get(command);
+        return object.get(command);
     });
 }
 
-// On when the argument that switches has the value it was given; without one, when it is true now.
+// On if the queried value of the toggle argument equals the given one or, without a given value, if it is true.
 KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, std::int32_t* state,
                                                            IKzUnknown** value) {
     enter("Command.GetToggleArgState");
-    const CKzUser_Command held(command);
+    const CKzUser_Command asCommand(command);
     std::uint32_t index = 0;
-    if (!held) return KZe_INVALIDARG;
-    if (kzFailed(held.ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
+    if (!asCommand) return KZe_INVALIDARG;
+    if (kzFailed(asCommand.ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
     const CKzUser_Attributes attributes(command);
     const std::string wanted = kzAttributeText(attributes, index);
-    const std::vector<std::string> now = kzQueryTexts(*m_types, held, index);
+    const std::vector<std::string> now = kzQueryTexts(*m_types, asCommand, index);
     const std::string present = now.empty() ? std::string() : now.front();
     const bool isOn = wanted.empty() ? !present.empty() && present != "0" && present != "false" : present == wanted;
     *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
     const char* type = nullptr;
     attributes.TypeName(index, &type);
-    CKzLoc_Unknown made;
-    const KzValueType& known = m_types->need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.GetToggleArgState", kzTextOf(type));
-    if (const KzResult code = m_types->makeValue(known, made.out()); kzFailed(code)) return code;
-    if (!now.empty()) kzSetValueText(made.raw(), present.c_str());
-    return made.get(value);
+    CKzLoc_Unknown object;
+    const KzValueType& valueType =
+        m_types->need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.GetToggleArgState", kzTextOf(type));
+    if (const KzResult code = m_types->makeValue(valueType, object.out()); kzFailed(code)) return code;
+    if (!now.empty()) kzSetValueText(object.raw(), present.c_str());
+    return object.get(value);
 }
 
 KzResult CCommandService::commandservice_ProcessStringFlags(std::uint32_t flags, const char* text,
@@ -187,23 +191,23 @@ KzResult CCommandService::commandservice_ProcessStringFlags(std::uint32_t flags,
     const MarkedCommand marked = kzStripMarks(flags, kzTextOf(text));
     if (marked.rest.empty()) return KZe_CMD_BAD_DEFINITION;
     *newFlags = marked.flags;
-    *rest = text + (kzTextOf(text).size() - marked.rest.size());  // the end of the caller's own text
+    *rest = text + (kzTextOf(text).size() - marked.rest.size());  // points into the caller's own text
     return KZe_OK;
 }
 
 KzResult CCommandService::commandservice_SpawnImplicitScript(const char* definition, IKzUnknown** command) {
     enter("Command.SpawnImplicitScript");
-    return told("@", [&] {
-        CKzUser_Command made;
-        return m_dispatcher->spawnScript(kzTextOf(definition), made).get(command);
+    return reporting("@", [&] {
+        CKzUser_Command object;
+        return m_dispatcher->spawnScript(kzTextOf(definition), object).get(command);
     });
 }
 
 KzResult CCommandService::commandservice_ParseArgString(IKzUnknown* command, std::uint32_t /*alertFlags*/,
                                                         const char* args) {
     enter("Command.ParseArgString");
-    const CKzUser_Command held(command);
-    return told(nameOf(held), [&] {
+    const CKzUser_Command asCommand(command);
+    return reporting(nameOf(asCommand), [&] {
         CCommandArguments(*m_types, command).assign(kzParseArguments(kzTextOf(args)));
         return KZe_OK;
     });
@@ -212,14 +216,14 @@ KzResult CCommandService::commandservice_ParseArgString(IKzUnknown* command, std
 KzResult CCommandService::commandservice_ParseAttribObject(IKzUnknown* command, std::uint32_t /*alertFlags*/,
                                                            IKzUnknown* args) {
     enter("Command.ParseAttribObject");
-    const CKzUser_Attributes given(args);
-    if (!given) return KZe_INVALIDARG;
-    return told(nameOf(CKzUser_Command(command)), [&] {
+    const CKzUser_Attributes source(args);
+    if (!source) return KZe_INVALIDARG;
+    return reporting(nameOf(CKzUser_Command(command)), [&] {
         CCommandArguments arguments(*m_types, command);
-        for (std::uint32_t index = 0; index < given.Count(); ++index) {
+        for (std::uint32_t index = 0; index < source.Count(); ++index) {
             const char* name = nullptr;
-            if (const KzResult code = given.Name(index, &name); kzFailed(code)) return code;
-            arguments.assignByName(std::string(kzTextOf(name)), kzAttributeText(given, index));
+            if (const KzResult code = source.Name(index, &name); kzFailed(code)) return code;
+            arguments.assignByName(kzString(name), kzAttributeText(source, index));
         }
         return KZe_OK;
     });
@@ -229,16 +233,16 @@ KzResult CCommandService::commandservice_QueryArgString(IKzUnknown* command, std
                                                         const char* args, std::int32_t includesName,
                                                         IKzUnknown** values, std::uint32_t* queryIndex) {
     enter("Command.QueryArgString");
-    const CKzUser_Command held(command);
+    const CKzUser_Command asCommand(command);
     std::string_view text = kzTextOf(args);
-    return told(nameOf(held), [&] {
+    return reporting(nameOf(asCommand), [&] {
         if (includesName != 0) kzFirstWord(text, &text);
-        const std::vector<ArgumentText> given = kzParseArguments(text);
-        // Without a mark the caller goes on to execute the command and parses the string then.
-        if (std::none_of(given.begin(), given.end(), [](const ArgumentText& each) { return each.isQuery; }))
+        const std::vector<ArgumentText> arguments = kzParseArguments(text);
+        // Without a query mark the caller goes on to parse the string and execute the command.
+        if (std::none_of(arguments.begin(), arguments.end(), [](const ArgumentText& each) { return each.isQuery; }))
             return KZe_CMD_NO_QUERY_MARKED;
-        *queryIndex = CCommandArguments(*m_types, command).assign(given).value();
-        kzQueryTexts(*m_types, held, *queryIndex, values);
+        *queryIndex = CCommandArguments(*m_types, command).assign(arguments).value();
+        kzQueryTexts(*m_types, asCommand, *queryIndex, values);
         return KZe_OK;
     });
 }
@@ -252,10 +256,10 @@ KzResult CCommandService::commandservice_QueryIndex(IKzUnknown* command, std::ui
 KzResult CCommandService::commandservice_ExecuteString(std::uint32_t flags, const char* text, IKzUnknown* message) {
     enter("Command.ExecuteString");
     const CCommandDispatcher::Outcome outcome = m_dispatcher->perform(kzTextOf(text), flags);
-    if (const CKzUser_Message told(message); told && kzFailed(outcome.code)) {
-        told.SetCode(outcome.code);
-        told.SetMessage("commands", "said", 0);
-        told.SetArgumentString(1, outcome.message.c_str());
+    if (const CKzUser_Message asMessage(message); asMessage && kzFailed(outcome.code)) {
+        asMessage.SetCode(outcome.code);
+        asMessage.SetMessage("commands", "said", 0);
+        asMessage.SetArgumentString(1, outcome.message.c_str());
     }
     return outcome.code;
 }
@@ -282,9 +286,9 @@ KzResult CCommandService::commandservice_AliasCreate(const char* alias, const ch
 
 KzResult CCommandService::commandservice_AliasLookup(const char* alias, const char** definition) {
     enter("Command.AliasLookup");
-    const auto known = m_state->alias(std::string(kzTextOf(alias)));
-    if (!known) return KZe_CMD_NOT_ALIASED;
-    *definition = lend(*known);
+    const auto text = m_state->alias(kzString(alias));
+    if (!text) return KZe_CMD_NOT_ALIASED;
+    *definition = lend(*text);
     return KZe_OK;
 }
 
@@ -293,8 +297,7 @@ KzResult CCommandService::commandservice_AliasLookup(const char* alias, const ch
 IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context,
                                  std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandState> state,
                                  std::shared_ptr<CValueTypeRegistry> types) {
-    return CCommandService::polymorph().wrap(std::make_unique<CCommandService>(
-        std::move(context), std::move(dispatcher), std::move(state), std::move(types)));
+    return kzMakeObject<CCommandService>(std::move(context), std::move(dispatcher), std::move(state), std::move(types));
 }
 
 }  // namespace kzhost

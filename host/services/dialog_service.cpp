@@ -1,4 +1,4 @@
-// The dialog service of a host without windows: messages go to the log, monitors to whoever shows them.
+// The dialog service of a host without windows: messages go to the log, and monitors to the monitor board.
 #include "host/services/dialog_service.h"
 
 #include "host/core/log_store.h"
@@ -13,6 +13,8 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+#include <utility>
+
 namespace kzhost {
 
 namespace {
@@ -23,7 +25,7 @@ public:
                    std::shared_ptr<CLogStore> log)
         : CServiceBase(std::move(context)), m_monitors(std::move(monitors)), m_log(std::move(log)) {}
 
-    // Nobody is there to answer: the message goes to the log and the answer is the cautious one.
+    // Logs the message and returns the cautious answer, as nobody is there to answer.
     KzResult stddialogservice_MessageOpen(IKzUnknown* message, std::uint32_t style, const char* help,
                                           std::uint32_t* answer) override;
     KzResult stddialogservice_FileOpen(const char*, const char*, std::int32_t, const char*, IKzUnknown**) override {
@@ -43,13 +45,13 @@ public:
     }
     KzResult stddialogservice_MonitorAllocate(const char* title, IKzUnknown** monitor) override {
         enter("StdDialog.MonitorAllocate");
-        return CHostRef<CMonitor>::make(context(), m_monitors, std::string(kzTextOf(title))).give(monitor);
+        return CHostRef<CMonitor>::make(context(), m_monitors, kzString(title)).give(monitor);
     }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown* monitor) override {
         enter("StdDialog.MonitorReleaseObj");
-        const auto held = CHostRef<CMonitor>::of(monitor);
-        if (!held) return KZe_INVALIDARG;
-        held->end();
+        const auto own = CHostRef<CMonitor>::of(monitor);
+        if (!own) return KZe_INVALIDARG;
+        own->end();
         return KZe_OK;
     }
     KzResult stddialogservice_MonitorDepth(std::uint32_t* depth) override {
@@ -72,9 +74,9 @@ private:
 KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::uint32_t style, const char* /*help*/,
                                                       std::uint32_t* answer) {
     enter("StdDialog.MessageOpen");
-    const CKzUser_Message held(message);
-    if (!held) return KZe_INVALIDARG;
-    m_log->write("dialogs", held->Code(), CMessageTables::textOf(*held.ptr()));
+    const CKzUser_Message asMessage(message);
+    if (!asMessage) return KZe_INVALIDARG;
+    m_log->write("dialogs", asMessage->Code(), CMessageTables::textOf(*asMessage.ptr()));
     *answer = style == KZiMSGDIALOG_YESNO      ? KZeMSGDIALOG_NO
               : style == KZiMSGDIALOG_OKCANCEL ? KZeMSGDIALOG_CANCEL
                                                : KZeMSGDIALOG_OK;
@@ -85,8 +87,7 @@ KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::
 
 IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
                                 std::shared_ptr<CLogStore> log) {
-    return CDialogService::polymorph().wrap(
-        std::make_unique<CDialogService>(std::move(context), std::move(monitors), std::move(log)));
+    return kzMakeObject<CDialogService>(std::move(context), std::move(monitors), std::move(log));
 }
 
 }  // namespace kzhost

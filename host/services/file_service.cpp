@@ -7,6 +7,7 @@
 #include "host/core/values.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
+#include "host/state/version.h"
 
 #include "kz/file.h"
 #include "kz/result.h"
@@ -15,8 +16,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace kzhost {
 
@@ -31,17 +35,17 @@ KzResult codeOf(const std::error_code& error) {
     return error == std::errc::file_exists ? KZe_ALREADYEXISTS : KZe_FAILED;
 }
 
-std::string environment(const char* name, const std::string& otherwise) {
-    const char* value = std::getenv(name);
-    return value != nullptr && *value != '\0' ? value : otherwise;
+std::string environmentOr(const char* name, const char* fallback) {
+    const std::string value = kzEnvironment(name);
+    return value.empty() ? fallback : value;
 }
 
-// The named places of this machine and program; empty for unknown names.
+// The path of a named place; empty for an unknown name.
 std::string placeOf(std::string_view name) {
     if (name == KZs_FILE_EXENAME) return CPathAliases::programPath();
     if (name == KZs_FILE_PROGRAM) return fs::path(CPathAliases::programPath()).parent_path().string();
-    if (name == KZs_FILE_TEMP) return environment("TMPDIR", "/tmp");
-    if (name == KZs_FILE_USER || name == "documents") return environment("HOME", "/");
+    if (name == KZs_FILE_TEMP) return environmentOr("TMPDIR", "/tmp");
+    if (name == KZs_FILE_USER || name == "documents") return environmentOr("HOME", "/");
     return {};
 }
 
@@ -155,7 +159,7 @@ KzResult CFileService::fileservice_AliasSet(const char* name, const char* path) 
     enter("File.AliasSet");
     const std::string_view wanted = kzTextOf(name);
     if (wanted.empty() || wanted.find_first_of(":/") != std::string_view::npos) return KZe_INVALIDARG;
-    m_files->setAlias(std::string(wanted), std::string(kzTextOf(path)));
+    m_files->setAlias(std::string(wanted), kzString(path));
     return KZe_OK;
 }
 
@@ -172,7 +176,7 @@ std::string CFileService::freeName(const fs::path& folder, const std::string& st
                                    const std::string& extension) const {
     const std::string ending = extension.empty() || extension.starts_with('.') ? extension : "." + extension;
     std::error_code error;
-    for (unsigned number = 0;; ++number) {
+    for (std::uint32_t number = 0;; ++number) {
         const fs::path name =
             folder / fmt::format("{}{}{}", stem, number == 0 ? "" : fmt::format("_{}", number), ending);
         if (!fs::exists(name, error)) return name.string();
@@ -183,23 +187,22 @@ KzResult CFileService::fileservice_UniqueName(const char* path, const char* exte
                                               std::uint32_t length) {
     enter("File.UniqueName");
     const fs::path wanted = m_files->place(path);
-    return kzFillText(freeName(wanted.parent_path(), wanted.filename().string(), std::string(kzTextOf(extension))),
-                      buffer, length);
+    return kzFillText(freeName(wanted.parent_path(), wanted.filename().string(), kzString(extension)), buffer, length);
 }
 
 KzResult CFileService::fileservice_TempName(const char* prefix, const char* extension, char* buffer,
                                             std::uint32_t length) {
     enter("File.TempName");
-    const std::string stem = std::string(kzTextOf(prefix)) + std::to_string(getpid());
+    const std::string stem = kzString(prefix) + std::to_string(getpid());
     if (stem.find('/') != std::string::npos) return KZe_INVALIDARG;
-    return kzFillText(freeName(placeOf(KZs_FILE_TEMP), stem, std::string(kzTextOf(extension))), buffer, length);
+    return kzFillText(freeName(placeOf(KZs_FILE_TEMP), stem, kzString(extension)), buffer, length);
 }
 
 KzResult CFileService::fileservice_ModifiedTime(const char* path, double* seconds) {
     enter("File.ModifiedTime");
-    struct stat found {};
-    if (stat(existing(path).c_str(), &found) != 0) return KZe_NOTFOUND;
-    *seconds = static_cast<double>(found.st_mtim.tv_sec) + static_cast<double>(found.st_mtim.tv_nsec) * 1e-9;
+    struct stat entry {};
+    if (stat(existing(path).c_str(), &entry) != 0) return KZe_NOTFOUND;
+    *seconds = static_cast<double>(entry.st_mtim.tv_sec) + static_cast<double>(entry.st_mtim.tv_nsec) * 1e-9;
     return KZe_OK;
 }
 
@@ -218,7 +221,7 @@ KzResult CFileService::fileservice_ReadLines(const char* path, IKzUnknown* /*vis
 }  // namespace
 
 IKzUnknown* kzMakeFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files) {
-    return CFileService::polymorph().wrap(std::make_unique<CFileService>(std::move(context), std::move(files)));
+    return kzMakeObject<CFileService>(std::move(context), std::move(files));
 }
 
 }  // namespace kzhost

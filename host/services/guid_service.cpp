@@ -1,4 +1,4 @@
-// The GUID service: what each identifier of the SDK is called.
+// The GUID service: the names of the SDK's identifiers.
 #include "host/services/guid_service.h"
 
 #include "host/core/object.h"
@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace kzhost {
 
@@ -19,9 +20,9 @@ namespace {
 
 const KzIdentityRow* findRow(const KzGuid* iid) {
     if (iid == nullptr) return nullptr;
-    const auto found = std::find_if(std::begin(kzIdentityRows), std::end(kzIdentityRows),
+    const auto match = std::find_if(std::begin(kzIdentityRows), std::end(kzIdentityRows),
                                     [iid](const KzIdentityRow& row) { return row.iid == *iid; });
-    return found != std::end(kzIdentityRows) ? found : nullptr;
+    return match != std::end(kzIdentityRows) ? match : nullptr;
 }
 
 class CGuidService final : public CHosted<"GUID service", CGuidService, CKzIfc_GUIDService>, CServiceBase {
@@ -43,7 +44,7 @@ public:
             return KZe_OK;
         }
         return kzBecause(KZe_NOTFOUND, "GUID.LookupName",
-                         [&] { return "there is no server class \"" + std::string(kzTextOf(name)) + "\""; });
+                         [&] { return "there is no server class \"" + kzString(name) + "\""; });
     }
     KzResult guidservice_FromText(const char* text, KzGuid* iid) override {
         enter("GUID.FromText");
@@ -61,7 +62,7 @@ public:
     void* guidservice_Global(const KzGuid* iid) override {
         enter("GUID.Global");
         const KzIdentityRow* row = findRow(iid);
-        // The interface says pointer, the rows are constant: nobody has any business changing an identity.
+        // The interface has a non-const pointer, though nobody may change an identifier.
         return row != nullptr ? const_cast<KzGuid*>(&row->iid) : nullptr;
     }
     bool guidservice_IsKnown(const KzGuid* iid) override {
@@ -84,7 +85,7 @@ public:
 }  // namespace
 
 IKzUnknown* kzMakeGuidService(std::shared_ptr<ServiceContext> context) {
-    return CGuidService::polymorph().wrap(std::make_unique<CGuidService>(std::move(context)));
+    return kzMakeObject<CGuidService>(std::move(context));
 }
 
 }  // namespace kzhost

@@ -15,7 +15,8 @@
 #include "kz/listener.h"
 #include "kz/result.h"
 
-#include <algorithm>
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
@@ -48,8 +49,8 @@ public:
         return KZe_OK;
     }
     KzResult fac_Spawn(IKzUnknown** object) override {
-        CKzLoc_Unknown made;
-        return CModuleTable::spawn(m_server, made).get(object);
+        CKzLoc_Unknown instance;
+        return CModuleTable::spawn(m_server, instance).get(object);
     }
     KzResult fac_InfoTag(const char* type, const char** value) override;
     std::uint32_t fac_TagCount() override { return static_cast<std::uint32_t>(CModuleTable::tagsOf(m_server).size()); }
@@ -67,11 +68,11 @@ KzResult CServerFactory::fac_InfoTag(const char* type, const char** value) {
     return KZe_NOTFOUND;
 }
 
-class CHostServiceObject final : public CHosted<"host service", CHostServiceObject, CKzIfc_HostService>, CServiceBase {
+class CHostService final : public CHosted<"host service", CHostService, CKzIfc_HostService>, CServiceBase {
 public:
-    CHostServiceObject(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
-                       std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
-                       std::shared_ptr<CLogStore> log)
+    CHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                 std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
+                 std::shared_ptr<CLogStore> log)
         : CServiceBase(std::move(context)), m_modules(std::move(modules)), m_files(std::move(files)),
           m_listeners(std::move(listeners)), m_log(std::move(log)) {}
 
@@ -92,8 +93,8 @@ public:
     }
     KzResult hostservice_SpawnServer(const char* type, const char* name, IKzUnknown** object) override {
         enter("Host.SpawnServer");
-        CKzLoc_Unknown made;
-        return CModuleTable::spawn(require(type, name), made).get(object);
+        CKzLoc_Unknown instance;
+        return CModuleTable::spawn(require(type, name), instance).get(object);
     }
     KzResult hostservice_ModuleCount(std::uint32_t* count) override {
         enter("Host.ModuleCount");
@@ -104,7 +105,7 @@ public:
     KzResult hostservice_ModuleAdd(const char* path) override;
     KzResult hostservice_ModuleRemove(const char* /*path*/) override {
         enter("Host.ModuleRemove");
-        return KZe_NOTSUPPORTED;  // the caller may be the very module that would go
+        return KZe_NOTSUPPORTED;  // the caller may be in the module to be unloaded
     }
     KzResult hostservice_ModuleUpdate(const char* name) override;
     KzResult hostservice_DefaultServer(const char* type, IKzUnknown** server) override {
@@ -115,15 +116,12 @@ public:
     KzResult hostservice_ServerTag(const char* type, const char* name, const char* tag, const char** value) override;
     KzResult hostservice_ClassCount(std::uint32_t* count) override {
         enter("Host.ClassCount");
-        *count = static_cast<std::uint32_t>(classes().size());
+        *count = static_cast<std::uint32_t>(m_modules->classNames().size());
         return KZe_OK;
     }
     KzResult hostservice_ClassByIndex(std::uint32_t index, const char** type) override {
         enter("Host.ClassByIndex");
-        const auto all = classes();
-        if (index >= all.size()) return KZe_OUTOFBOUNDS;
-        *type = keep(all[index]);
-        return KZe_OK;
+        return giveName(m_modules->classNames(), index, type);
     }
     bool hostservice_IsServer(const char* type, const char* name) override {
         enter("Host.IsServer");
@@ -135,15 +133,14 @@ private:
         return CHostRef<CServerFactory>::make(context(), server).give(out);
     }
     KzServer require(const char* type, const char* name) const {
-        const auto found = m_modules->find(kzTextOf(type), kzTextOf(name));
-        if (!found)
+        const auto server = m_modules->find(kzTextOf(type), kzTextOf(name));
+        if (!server)
             throw kzBecause(KZe_NOTFOUND, "Host.Server", [&] {
-                return kzThereIsNo(std::string(kzTextOf(type)) + " server", kzTextOf(name),
-                                   m_modules->servers(kzTextOf(type)), [](const auto& each) { return each.name; });
+                return kzThereIsNo(kzString(type) + " server", kzTextOf(name), m_modules->servers(kzTextOf(type)),
+                                   [](const auto& each) { return each.name; });
             });
-        return *found;
+        return *server;
     }
-    std::vector<std::string> classes() const;
 
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<CPathAliases> m_files;
@@ -151,14 +148,7 @@ private:
     std::shared_ptr<CLogStore> m_log;
 };
 
-std::vector<std::string> CHostServiceObject::classes() const {
-    std::vector<std::string> names;
-    for (const KzServer& server : m_modules->servers())
-        if (std::find(names.begin(), names.end(), server.className) == names.end()) names.push_back(server.className);
-    return names;
-}
-
-KzResult CHostServiceObject::hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) {
+KzResult CHostService::hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) {
     enter("Host.ModuleByIndex");
     const auto all = m_modules->modules();
     if (index >= all.size()) return KZe_OUTOFBOUNDS;
@@ -170,7 +160,7 @@ KzResult CHostServiceObject::hostservice_ModuleByIndex(std::uint32_t index, IKzU
     return giveFactory(row, module);
 }
 
-KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
+KzResult CHostService::hostservice_ModuleAdd(const char* path) {
     enter("Host.ModuleAdd");
     const auto file = m_files->resolve(kzTextOf(path));
     if (!file) return KZe_NOTFOUND;
@@ -180,18 +170,17 @@ KzResult CHostServiceObject::hostservice_ModuleAdd(const char* path) {
     return KZe_FAILED;
 }
 
-KzResult CHostServiceObject::hostservice_ModuleUpdate(const char* name) {
+KzResult CHostService::hostservice_ModuleUpdate(const char* name) {
     enter("Host.ModuleUpdate");
-    const std::string wanted(kzTextOf(name));
-    const KzResult code = kzUpdateModule(*m_modules, *m_listeners, *m_log, wanted);
+    const std::string module(kzTextOf(name));
+    const KzResult code = kzUpdateModule(*m_modules, *m_listeners, *m_log, module);
     if (code != KZe_NOTFOUND) return code;
     return kzBecause(code, "Host.ModuleUpdate", [&] {
-        return kzThereIsNo("module", wanted, m_modules->modules(), [](const auto& each) { return each.first; });
+        return kzThereIsNo("module", module, m_modules->modules(), [](const auto& each) { return each.first; });
     });
 }
 
-KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char* name, const char* tag,
-                                                   const char** value) {
+KzResult CHostService::hostservice_ServerTag(const char* type, const char* name, const char* tag, const char** value) {
     enter("Host.ServerTag");
     for (const auto& [key, text] : CModuleTable::tagsOf(require(type, name))) {
         if (key != kzTextOf(tag)) continue;
@@ -206,8 +195,8 @@ KzResult CHostServiceObject::hostservice_ServerTag(const char* type, const char*
 IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
                               std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
                               std::shared_ptr<CLogStore> log) {
-    return CHostServiceObject::polymorph().wrap(std::make_unique<CHostServiceObject>(
-        std::move(context), std::move(modules), std::move(files), std::move(listeners), std::move(log)));
+    return kzMakeObject<CHostService>(std::move(context), std::move(modules), std::move(files), std::move(listeners),
+                                      std::move(log));
 }
 
 }  // namespace kzhost

@@ -4,10 +4,10 @@
 #include <memory>
 
 class IKzUnknown;
-class CLogStore;
 
 namespace kzhost {
 
+class CLogStore;
 class CPathAliases;
 class CListenerTable;
 class CModuleTable;

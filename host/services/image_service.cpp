@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kzhost {
 
@@ -35,11 +36,11 @@ public:
     }
     KzResult imageservice_Save(IKzUnknown* image, const char* path, const char* saver, IKzUnknown* monitor) override {
         enter("Image.Save");
-        return m_images->save(image, m_files->place(path), std::string(kzTextOf(saver)), monitor);
+        return m_images->save(image, m_files->place(path), kzString(saver), monitor);
     }
     KzResult imageservice_Metadata(const char* path, const char* key, char* value, std::uint32_t length) override {
         enter("Image.Metadata");
-        return kzFillText(m_images->fact(m_files->place(path), std::string(kzTextOf(key))), value, length);
+        return kzFillText(m_images->fact(m_files->place(path), kzString(key)), value, length);
     }
     KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                std::int32_t height, IKzUnknown** image) override;
@@ -48,8 +49,8 @@ public:
                                   double* fraction) override;
     std::uint32_t imageservice_PixelBytes(std::uint32_t format) override {
         enter("Image.PixelBytes");
-        const auto known = PixelFormat::of(format);
-        return known ? static_cast<std::uint32_t>(known->bytes()) : 0;
+        const auto pixelFormat = PixelFormat::of(format);
+        return pixelFormat ? static_cast<std::uint32_t>(pixelFormat->bytes()) : 0;
     }
 
 private:
@@ -76,15 +77,15 @@ KzResult CImageService::imageservice_Flip(IKzUnknown* source, std::int32_t axis,
     enter("Image.Flip");
     if (axis < KZiIMG_FLIP_HORIZONTAL || axis > KZiIMG_FLIP_BOTH) return KZe_INVALIDARG;
     const auto whole = kzCopyImage(source, 0);
-    const auto turned = CHostRef<CImage>::make(whole->width(), whole->height(), whole->format().code);
+    const auto mirror = CHostRef<CImage>::make(whole->width(), whole->height(), whole->format().code);
     for (std::int32_t y = 0; y < whole->height(); ++y)
         for (std::int32_t x = 0; x < whole->width(); ++x) {
             const std::int32_t toX = axis != KZiIMG_FLIP_VERTICAL ? whole->width() - 1 - x : x;
             const std::int32_t toY = axis != KZiIMG_FLIP_HORIZONTAL ? whole->height() - 1 - y : y;
-            kzConvertPixels(whole->format(), whole->at(x, y), turned->format(), turned->at(toX, toY), 1);
+            kzConvertPixels(whole->format(), whole->at(x, y), mirror->format(), mirror->at(toX, toY), 1);
         }
-    turned->setFacts(whole->facts());
-    return turned.give(image);
+    mirror->setFacts(whole->facts());
+    return mirror.give(image);
 }
 
 KzResult CImageService::imageservice_Compare(IKzUnknown* first, IKzUnknown* second, double tolerance, double* greatest,
@@ -112,8 +113,7 @@ KzResult CImageService::imageservice_Compare(IKzUnknown* first, IKzUnknown* seco
 
 IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
                                std::shared_ptr<CImageFiles> images) {
-    return CImageService::polymorph().wrap(
-        std::make_unique<CImageService>(std::move(context), std::move(files), std::move(images)));
+    return kzMakeObject<CImageService>(std::move(context), std::move(files), std::move(images));
 }
 
 }  // namespace kzhost

@@ -9,6 +9,8 @@
 #include "kz/listener.h"
 #include "kz/result.h"
 
+#include <utility>
+
 namespace kzhost {
 
 namespace {
@@ -48,8 +50,7 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeListenerService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CListenerTable> listeners) {
-    return CListenerService::polymorph().wrap(
-        std::make_unique<CListenerService>(std::move(context), std::move(listeners)));
+    return kzMakeObject<CListenerService>(std::move(context), std::move(listeners));
 }
 
 }  // namespace kzhost

@@ -8,10 +8,15 @@
 #include "host/core/service_base.h"
 #include "host/state/text.h"
 
+#include "kz/base/text_output.h"
+#include "kz/block_io.h"
 #include "kz/message.h"
 #include "kz/result.h"
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -51,15 +56,17 @@ const InfoBlockRow* findBlock(std::string_view name) {
         {"script", {{"file", "string"}, {"line", "integer"}}},
         {"command", {{"command", "string"}, {"argument", "string"}, {"expected", "string"}}},
     };
-    const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const auto& row) { return name == row.name; });
-    return found != blocks.end() ? &*found : nullptr;
+    const auto block = std::find_if(blocks.begin(), blocks.end(), [&](const auto& row) { return name == row.name; });
+    return block != blocks.end() ? &*block : nullptr;
 }
 
-class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService>, CServiceBase {
+class CLogService final : public CHosted<"log service", CLogService, CKzIfc_LogService, CKzIfc_TextOutput>,
+                          CServiceBase {
 public:
     CLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
-                std::shared_ptr<CListenerTable> listeners)
-        : CServiceBase(std::move(context)), m_log(std::move(log)), m_listeners(std::move(listeners)) {}
+                std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CTextBoard> texts)
+        : CServiceBase(std::move(context)), m_log(std::move(log)), m_listeners(std::move(listeners)),
+          m_texts(std::move(texts)) {}
 
     KzResult logservice_SubSystemCount(std::uint32_t* count) override {
         enter("Log.SubSystemCount");
@@ -78,13 +85,13 @@ public:
     }
     KzResult logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) override {
         enter("Log.CreateEntry");
-        return m_log->create(level, std::string(kzTextOf(text))).give(entry);
+        return m_log->create(level, kzString(text)).give(entry);
     }
     KzResult logservice_CreateEntryMessage(IKzUnknown* message, IKzUnknown** entry) override {
         enter("Log.CreateEntryMessage");
-        const CKzUser_Message held(message);
-        if (!held) return KZe_INVALIDARG;
-        return m_log->create(held->Code(), CMessageTables::textOf(*held.ptr())).give(entry);
+        const CKzUser_Message asMessage(message);
+        if (!asMessage) return KZe_INVALIDARG;
+        return m_log->create(asMessage->Code(), CMessageTables::textOf(*asMessage.ptr())).give(entry);
     }
     KzResult logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
                                         IKzUnknown** entry) override;
@@ -95,27 +102,44 @@ public:
     }
     KzResult logservice_DebugOut(std::uint32_t level, const char* text) override {
         enter("Log.DebugOut");
-        m_log->write("debug", level, std::string(kzTextOf(text)));
+        m_log->write("debug", level, kzString(text));
         return KZe_OK;
     }
     KzResult logservice_SetMaxEntries(std::uint32_t count) override {
         enter("Log.SetMaxEntries");
-        m_log->setLimit(count);
+        m_log->limits.entries = count;
         return KZe_OK;
     }
     std::uint32_t logservice_MaxEntries() override {
         enter("Log.MaxEntries");
-        return m_log->limit();
+        return m_log->limits.entries;
     }
     KzResult logservice_Flush() override {
         enter("Log.Flush");
         m_listeners->log([](IKzLogListener& listener) { listener.Flushed(); });
-        return KZe_OK;  // every line is passed on as it comes
+        return KZe_OK;  // lines are never buffered
     }
 
+    KzResult textoutput_Write(const char* origin, std::uint32_t level, std::uint64_t size, const void* text) override {
+        enter("TextOutput.Write");
+        return show({kzOriginOf(kzTextOf(origin)), level, {static_cast<const char*>(text), size}});
+    }
+    KzResult textoutput_Flush(const char* origin) override {
+        enter("TextOutput.Flush");
+        return show({kzOriginOf(kzTextOf(origin)), KZe_OK, {}, true});
+    }
+    std::int32_t textoutput_Failure() override { return t_failure; }
+
 private:
+    KzResult show(const TextPiece& piece) const {
+        t_failure = m_texts->show(piece);
+        return t_failure == 0 ? KZe_OK : KZe_IO_ERROR;
+    }
+
+    static inline thread_local std::int32_t t_failure = 0;
     std::shared_ptr<CLogStore> m_log;
     std::shared_ptr<CListenerTable> m_listeners;
+    std::shared_ptr<CTextBoard> m_texts;
 };
 
 KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char* text, const char* block,
@@ -123,17 +147,16 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
     enter("Log.CreateEntryInfo");
     const InfoBlockRow* row = findBlock(kzTextOf(block));
     if (row == nullptr) return KZe_NOTFOUND;
-    const auto made = m_log->create(level, std::string(kzTextOf(text)));
-    for (const auto& [name, type] : row->fields) made->logentry_SetInfo(name, "");
-    return made.give(entry);
+    const auto logEntry = m_log->create(level, kzString(text));
+    for (const auto& [name, type] : row->fields) logEntry->logentry_SetInfo(name, "");
+    return logEntry.give(entry);
 }
 
 }  // namespace
 
 IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
-                             std::shared_ptr<CListenerTable> listeners) {
-    return CLogService::polymorph().wrap(
-        std::make_unique<CLogService>(std::move(context), std::move(log), std::move(listeners)));
+                             std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CTextBoard> texts) {
+    return kzMakeObject<CLogService>(std::move(context), std::move(log), std::move(listeners), std::move(texts));
 }
 
 }  // namespace kzhost

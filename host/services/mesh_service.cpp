@@ -1,11 +1,13 @@
-// The mesh service: makes meshes, and tells what types of polygons and maps there are.
+// The mesh service: makes meshes, and lists the types of polygons and maps.
 #include "host/services/mesh_service.h"
 
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
-#include "host/objects/scene.h"
+#include "host/objects/item.h"
 #include "host/state/text.h"
+
+#include <utility>
 
 namespace kzhost {
 
@@ -17,9 +19,9 @@ public:
 
     KzResult meshservice_Create(IKzUnknown** mesh) override {
         enter("Mesh.Create");
-        return CMesh::create().give(mesh);
+        return CHostRef<CMesh>::make().give(mesh);
     }
-    // Nothing deforms or animates meshes here: all ways to an item lead to its one mesh.
+    // Meshes are neither deformed nor animated here: an item has one mesh.
     KzResult meshservice_FromItem(IKzUnknown* item, double /*time*/, std::int32_t /*evaluated*/,
                                   IKzUnknown** mesh) override {
         enter("Mesh.FromItem");
@@ -41,15 +43,15 @@ public:
     }
     KzResult meshservice_MapTypeName(std::int32_t type, const char** name) override {
         enter("Mesh.MapTypeName");
-        const MeshMapType* known = kzFindMapType(type);
-        if (known == nullptr) return KZe_NOTFOUND;
-        *name = known->name;
+        const MeshMapType* row = kzFindMapType(type);
+        if (row == nullptr) return KZe_NOTFOUND;
+        *name = row->name;
         return KZe_OK;
     }
     std::uint32_t meshservice_MapTypeDimension(std::int32_t type) override {
         enter("Mesh.MapTypeDimension");
-        const MeshMapType* known = kzFindMapType(type);
-        return known != nullptr ? known->dimension : 0;
+        const MeshMapType* row = kzFindMapType(type);
+        return row != nullptr ? row->dimension : 0;
     }
     std::uint32_t meshservice_PolygonTypeCount() override {
         enter("Mesh.PolygonTypeCount");
@@ -79,7 +81,7 @@ public:
 }  // namespace
 
 IKzUnknown* kzMakeMeshService(std::shared_ptr<ServiceContext> context) {
-    return CMeshService::polymorph().wrap(std::make_unique<CMeshService>(std::move(context)));
+    return kzMakeObject<CMeshService>(std::move(context));
 }
 
 }  // namespace kzhost

@@ -12,6 +12,8 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+#include <utility>
+
 namespace kzhost {
 
 namespace {
@@ -27,17 +29,15 @@ public:
     }
     KzResult messageservice_MessageText(IKzUnknown* message, char* buffer, std::uint32_t length) override {
         enter("Message.MessageText");
-        const CKzUser_Message held(message);
-        return held ? kzFillText(CMessageTables::textOf(*held.ptr()), buffer, length) : KZe_INVALIDARG;
+        const CKzUser_Message asMessage(message);
+        return asMessage ? kzFillText(CMessageTables::textOf(*asMessage.ptr()), buffer, length) : KZe_INVALIDARG;
     }
     KzResult messageservice_TableText(const char* table, const char* key, char* buffer, std::uint32_t length) override {
         enter("Message.TableText");
         const auto text = CMessageTables::find(kzTextOf(table), kzTextOf(key));
         if (text) return kzFillText(*text, buffer, length);
-        return kzBecause(KZe_NOTFOUND, "Message.TableText", [&] {
-            return "the table \"" + std::string(kzTextOf(table)) + "\" has no text \"" + std::string(kzTextOf(key)) +
-                   "\"";
-        });
+        return kzBecause(KZe_NOTFOUND, "Message.TableText",
+                         [&] { return "the table \"" + kzString(table) + "\" has no text \"" + kzString(key) + "\""; });
     }
     KzResult messageservice_TableHas(const char* table, const char* key) override {
         enter("Message.TableHas");
@@ -49,9 +49,9 @@ public:
     }
     KzResult messageservice_ReportToLog(const char* subsystem, IKzUnknown* message) override {
         enter("Message.ReportToLog");
-        const CKzUser_Message held(message);
-        if (!held || kzTextOf(subsystem).empty()) return KZe_INVALIDARG;
-        m_log->write(subsystem, held->Code(), CMessageTables::textOf(*held.ptr()));
+        const CKzUser_Message asMessage(message);
+        if (!asMessage || kzTextOf(subsystem).empty()) return KZe_INVALIDARG;
+        m_log->write(subsystem, asMessage->Code(), CMessageTables::textOf(*asMessage.ptr()));
         return KZe_OK;
     }
     KzResult messageservice_Language(const char** code) override {
@@ -67,7 +67,7 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log) {
-    return CMessageService::polymorph().wrap(std::make_unique<CMessageService>(std::move(context), std::move(log)));
+    return kzMakeObject<CMessageService>(std::move(context), std::move(log));
 }
 
 }  // namespace kzhost

@@ -4,10 +4,10 @@
 #include <memory>
 
 class IKzUnknown;
-class CLogStore;
 
 namespace kzhost {
 
+class CLogStore;
 struct ServiceContext;
 
 IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log);

@@ -1,4 +1,4 @@
-// The platform service: the machine, the program, and where scripts are imported from.
+// The platform service: the machine, the program, and the import paths.
 #include "host/services/platform_service.h"
 
 #include "host/core/object.h"
@@ -14,14 +14,14 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <utility>
+
 namespace kzhost {
 
 namespace {
-
-std::string environment(std::string_view name) {
-    const char* value = std::getenv(std::string(name).c_str());
-    return value != nullptr ? value : std::string();
-}
 
 class CPlatformService final : public CHosted<"platform service", CPlatformService, CKzIfc_PlatformService>,
                                CServiceBase {
@@ -50,10 +50,7 @@ public:
     }
     KzResult platformservice_ImportPathByIndex(std::uint32_t index, const char** path) override {
         enter("Platform.ImportPathByIndex");
-        const auto all = m_importPaths->all();
-        if (index >= all.size()) return KZe_OUTOFBOUNDS;
-        *path = keep(all[index]);
-        return KZe_OK;
+        return giveName(m_importPaths->all(), index, path);
     }
     KzResult platformservice_ImportPathAdd(const char* path) override {
         enter("Platform.ImportPathAdd");
@@ -81,14 +78,14 @@ public:
     }
     KzResult platformservice_UserName(const char** name) override {
         enter("Platform.UserName");
-        return giveIfAny(environment("USER"), name);
+        return giveIfAny(kzEnvironment("USER"), name);
     }
     KzResult platformservice_HostName(const char** name) override {
         return system("Platform.HostName", &utsname::nodename, name);
     }
     KzResult platformservice_Environment(const char* name, const char** value) override {
         enter("Platform.Environment");
-        return giveIfAny(environment(kzTextOf(name)), value);
+        return giveIfAny(kzEnvironment(kzString(name)), value);
     }
     bool platformservice_IsHeadless() override { return true; }
     KzResult platformservice_OpenURL(const char* /*url*/) override { return headless("Platform.OpenURL"); }
@@ -111,7 +108,7 @@ private:
         if (uname(&names) != 0) return KZe_FAILED;
         return giveIfAny(names.*field, out);
     }
-    // Nothing can be shown: there is no desktop behind this host.
+    // There is no desktop to show anything on.
     KzResult headless(const char* operation) const {
         enter(operation);
         return KZe_NOTAVAILABLE;
@@ -125,8 +122,7 @@ private:
 
 IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
                                   std::shared_ptr<CImportPaths> importPaths) {
-    return CPlatformService::polymorph().wrap(
-        std::make_unique<CPlatformService>(std::move(context), std::move(files), std::move(importPaths)));
+    return kzMakeObject<CPlatformService>(std::move(context), std::move(files), std::move(importPaths));
 }
 
 }  // namespace kzhost

@@ -1,12 +1,15 @@
-// The scene service: makes, finds and closes scenes, and knows all item types.
+// The scene service: makes, finds and closes scenes, and lists the item types.
 #include "host/services/scene_service.h"
 
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/objects/item.h"
 #include "host/objects/open_scenes.h"
-#include "host/objects/scene.h"
 #include "host/state/text.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace kzhost {
 
@@ -19,7 +22,7 @@ public:
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
         enter("Scene.Create");
-        m_scenes->list.push_back(CScene::open(std::string(kzTextOf(name))));
+        m_scenes->list.push_back(CScene::open(kzString(name)));
         return m_scenes->list.back().give(scene);
     }
     KzResult sceneservice_Close(IKzUnknown* scene) override {
@@ -53,31 +56,31 @@ public:
     }
     KzResult sceneservice_SetCurrent(IKzUnknown* scene) override {
         enter("Scene.SetCurrent");
-        const auto wanted = kzOwn<CScene>(scene);
+        const auto current = kzOwn<CScene>(scene);
         auto& open = m_scenes->list;
-        const auto found =
-            std::find_if(open.begin(), open.end(), [&](const auto& each) { return each.object() == wanted.object(); });
-        if (found == open.end()) return KZe_NOTFOUND;
-        std::rotate(found, found + 1, open.end());
+        const auto place =
+            std::find_if(open.begin(), open.end(), [&](const auto& each) { return each.object() == current.object(); });
+        if (place == open.end()) return KZe_NOTFOUND;
+        std::rotate(place, place + 1, open.end());
         return KZe_OK;
     }
     KzResult sceneservice_ItemTypeLookup(const char* name, std::int32_t* type) override {
         enter("Scene.ItemTypeLookup");
-        const ItemType* known = kzFindItemType(kzTextOf(name));
-        *type = known != nullptr ? known->number : KZiITYPE_UNKNOWN;
-        if (known != nullptr) return KZe_OK;
+        const ItemType* row = kzFindItemType(kzTextOf(name));
+        *type = row != nullptr ? row->number : KZiITYPE_UNKNOWN;
+        if (row != nullptr) return KZe_OK;
         return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeLookup", [&] {
             return kzThereIsNo("item type", kzTextOf(name), kzItemTypes(), [](const auto& each) { return each.name; });
         });
     }
     KzResult sceneservice_ItemTypeName(std::int32_t type, const char** name) override {
         enter("Scene.ItemTypeName");
-        *name = known(type).name;
+        *name = requireType(type).name;
         return KZe_OK;
     }
     KzResult sceneservice_ItemTypeSuper(std::int32_t type, std::int32_t* base) override {
         enter("Scene.ItemTypeSuper");
-        *base = known(type).base;
+        *base = requireType(type).base;
         return KZe_OK;
     }
     bool sceneservice_ItemTypeTest(std::int32_t type, std::int32_t base) override {
@@ -120,10 +123,10 @@ public:
     }
 
 private:
-    static const ItemType& known(std::int32_t type) {
-        const ItemType* found = kzFindItemType(type);
-        if (found == nullptr) throw KZe_NOTFOUND;
-        return *found;
+    static const ItemType& requireType(std::int32_t type) {
+        const ItemType* row = kzFindItemType(type);
+        if (row == nullptr) throw KZe_NOTFOUND;
+        return *row;
     }
     static CItem& located(IKzUnknown* locator) {
         const auto item = kzOwn<CItem>(locator);
@@ -132,18 +135,18 @@ private:
     }
     static KzVector3 vectorOf(CItem& item, const char* firstChannel) {
         const std::int32_t first = item.channelIndex(firstChannel);
-        KzVector3 found{};
-        for (std::int32_t i = 0; i < 3; ++i) found.v[i] = kzNumberOf(item.channel(first + i).cell()).value_or(0);
-        return found;
+        KzVector3 vector{};
+        for (std::int32_t i = 0; i < 3; ++i) vector.v[i] = kzNumberOf(item.channel(first + i).cell()).value_or(0);
+        return vector;
     }
     static KzResult setVector(IKzUnknown* locator, const char* firstChannel, const KzVector3* value, double time,
                               const char* action) {
         CItem& item = located(locator);
         CKzUser_ChannelWrite write;
-        CKzLoc_Unknown made;
-        if (const KzResult code = item.scene().scene_WriteChannels(action, time, made.out()); kzFailed(code))
+        CKzLoc_Unknown access;
+        if (const KzResult code = item.scene().scene_WriteChannels(action, time, access.out()); kzFailed(code))
             return code;
-        write.set(made.raw());
+        write.set(access.raw());
         return write.Vector(locator, item.channelIndex(firstChannel), value);
     }
 
@@ -153,7 +156,7 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes) {
-    return CSceneService::polymorph().wrap(std::make_unique<CSceneService>(std::move(context), std::move(scenes)));
+    return kzMakeObject<CSceneService>(std::move(context), std::move(scenes));
 }
 
 }  // namespace kzhost

@@ -1,4 +1,4 @@
-// The script services: what scripts may ask about the running host.
+// The script services: queries of scripts about the running host.
 #include "host/services/script_queries.h"
 
 #include "host/core/command_arguments.h"
@@ -9,6 +9,7 @@
 #include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/core/refusal.h"
 #include "host/core/scripts.h"
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
@@ -23,8 +24,11 @@
 #include "kz/script.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <iterator>
+#include <string>
+#include <utility>
 
 namespace kzhost {
 
@@ -38,7 +42,7 @@ struct Selection {
 struct AttributeRow {
     const char* name;
     const char* type;
-    // Appends the answers; throws QUERY_NEED_SELECTION when it needs an element and none is selected.
+    // Appends the answers. Throws QUERY_NEED_SELECTION if the attribute needs an element and none is selected.
     void (*answer)(const QueryEnvironment& host, const Selection& selection,
                    const std::function<void(std::string)>& add);
 };
@@ -53,7 +57,7 @@ const std::string& needElement(const Selection& selection) {
     return selection.element;
 }
 
-// A new command as the selected string says: its name, and arguments if they matter.
+// A new command from the selected string: a name, optionally with arguments.
 CKzUser_Command& selectedCommand(const QueryEnvironment& host, const Selection& selection, CKzUser_Command& command) {
     try {
         host.dispatcher->parse(needElement(selection), command);
@@ -79,7 +83,7 @@ constexpr AttributeRow commandAttributes[] = {
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
          for (const std::string& name : host.dispatcher->registry().names()) add(name);
      }},
-    {"exists", KZsTYPE_BOOLEAN,  // whether the selected name is a command
+    {"exists", KZsTYPE_BOOLEAN,  // true if the selected name is a command
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
          add(host.dispatcher->registry().has(needElement(selection)) ? "true" : "false");
      }},
@@ -87,31 +91,31 @@ constexpr AttributeRow commandAttributes[] = {
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
          CKzUser_Command command;
          eachArgument(host, selectedCommand(host, selection, command),
-                      [&](const CCommandArguments& known, std::uint32_t index) { add(known.nameOf(index)); });
+                      [&](const CCommandArguments& arguments, std::uint32_t index) { add(arguments.nameOf(index)); });
      }},
-    {"argumentsEnabled", KZsTYPE_BOOLEAN,  // for each of them, as it is now
+    {"argumentsEnabled", KZsTYPE_BOOLEAN,  // for each argument, its present state
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
          CKzUser_Command command;
          eachArgument(host, selectedCommand(host, selection, command),
-                      [&](const CCommandArguments& known, std::uint32_t index) {
-                          add(known.isEnabled(index) ? "true" : "false");
+                      [&](const CCommandArguments& arguments, std::uint32_t index) {
+                          add(arguments.isEnabled(index) ? "true" : "false");
                       });
      }},
-    {"dialog", KZsTYPE_STRING,  // for each of them, the value with which its dialog begins
+    {"dialog", KZsTYPE_STRING,  // for each argument, the initial value of its dialog
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
          CKzUser_Command command;
          const KzResult code = selectedCommand(host, selection, command).DialogInit();
-         if (kzFailed(code) && code != KZe_NOTIMPL) throw code;
-         eachArgument(host, command, [&](const CCommandArguments& known, std::uint32_t index) {
-             add(kzAttributeText(known.attributes(), index));
+         if (kzRefuses(code)) throw code;
+         eachArgument(host, command, [&](const CCommandArguments& arguments, std::uint32_t index) {
+             add(kzAttributeText(arguments.attributes(), index));
          });
      }},
-    {"enabled", KZsTYPE_BOOLEAN,  // whether the selected command can be used
+    {"enabled", KZsTYPE_BOOLEAN,  // true if the selected command is enabled
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
          CKzUser_Command command;
          const auto message = CHostRef<CMessage>::make();
          const KzResult code = selectedCommand(host, selection, command).Enable(message.raw());
-         add(kzFailed(code) && code != KZe_NOTIMPL ? "false" : "true");
+         add(kzRefuses(code) ? "false" : "true");
      }},
     {"history", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
@@ -141,15 +145,12 @@ constexpr AttributeRow hostAttributes[] = {
      }},
     {"classes", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
-         std::vector<std::string> seen;
-         for (const KzServer& server : host.modules->servers())
-             if (std::find(seen.begin(), seen.end(), server.className) == seen.end())
-                 add(seen.emplace_back(server.className));
+         for (const std::string& name : host.modules->classNames()) add(name);
      }},
     {"services", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
-         if (const auto known = host.services.lock())
-             for (const std::string& name : known->names()) add(name);
+         if (const auto registry = host.services.lock())
+             for (const std::string& name : registry->names()) add(name);
      }},
 };
 
@@ -184,7 +185,7 @@ constexpr AttributeRow valueAttributes[] = {
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
          for (const std::string& name : host.types->names()) add(name);
      }},
-    {"choices", KZsTYPE_STRING,  // of the selected type, where a module serves it with hints
+    {"choices", KZsTYPE_STRING,  // of the selected type, if a module serves it with hints
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
          for (const std::string& choice : host.types->choices(needElement(selection))) add(choice);
      }},
@@ -224,7 +225,7 @@ private:
     Selection m_selection;
 };
 
-// No name asks for the attribute that is selected.
+// Without a name, looks up the selected attribute.
 KzResult CScriptQuery::sq_Lookup(const char* name, std::uint32_t* index) {
     enter("ScriptQuery.Lookup");
     const std::string_view wanted = kzTextOf(name).empty() ? std::string_view(m_selection.attribute) : kzTextOf(name);
@@ -244,7 +245,7 @@ KzResult CScriptQuery::sq_Select(const char* attribute, const char* which) {
     std::uint32_t index = 0;
     if (!kzTextOf(attribute).empty())
         if (const KzResult code = sq_Lookup(attribute, &index); kzFailed(code)) return code;
-    m_selection = {std::string(kzTextOf(attribute)), std::string(kzTextOf(which))};
+    m_selection = {kzString(attribute), kzString(which)};
     return KZe_OK;
 }
 
@@ -311,7 +312,7 @@ IKzUnknown* kzMakeNamedService(const std::shared_ptr<CServiceRegistry>& services
         service.raw()->AddRef();
         return service.raw();
     }
-    return CNamedService::polymorph().wrap(std::make_unique<CNamedService>(services, queries, std::string(name)));
+    return kzMakeObject<CNamedService>(services, queries, std::string(name));
 }
 
 }  // namespace kzhost

@@ -1,4 +1,4 @@
-// The script services: what scripts may ask about the running host.
+// The script services: queries of scripts about the running host.
 #pragma once
 
 #include "kz/base/types.h"
@@ -7,12 +7,12 @@
 #include <span>
 #include <string_view>
 
-class CLogStore;
-class CScriptRunner;
 class IKzUnknown;
 
 namespace kzhost {
 
+class CLogStore;
+class CScriptRunner;
 class CCommandDispatcher;
 class CPathAliases;
 class CModuleTable;
@@ -21,7 +21,7 @@ class CServiceRegistry;
 class CValueTypeRegistry;
 struct ServiceContext;
 
-// What the answers are taken from.
+// The parts of the host that answer queries.
 struct QueryEnvironment {
     std::shared_ptr<ServiceContext> context;
     std::shared_ptr<CCommandDispatcher> dispatcher;
@@ -31,16 +31,16 @@ struct QueryEnvironment {
     std::shared_ptr<CPropertyTable> properties;
     std::shared_ptr<CScriptRunner> scripts;
     std::shared_ptr<CValueTypeRegistry> types;
-    std::weak_ptr<CServiceRegistry> services;  // which holds what asks here
+    std::weak_ptr<CServiceRegistry> services;  // weak: the registry owns services that hold this
 };
 
-// The names of the services that answer scripts.
+// The names of the services that scripts can query.
 std::span<const char* const> kzQueryServices();
 
-// A new query object of that service; QUERY_UNKNOWN_SERVICE when it answers no scripts.
+// A new query object of that service; QUERY_UNKNOWN_SERVICE if scripts cannot query it.
 KzResult kzMakeQuery(const std::shared_ptr<const QueryEnvironment>& host, std::string_view service, IKzUnknown** query);
 
-// The service of that name as scripts find it: it answers queries, and hands out the service itself. Null when there is
+// The service of that name for scripts: an object that answers queries and hands out the service itself. Null if there is
 // no such service.
 IKzUnknown* kzMakeNamedService(const std::shared_ptr<CServiceRegistry>& services,
                                const std::shared_ptr<const QueryEnvironment>& queries, std::string_view name);

@@ -14,6 +14,10 @@
 #include "kz/result.h"
 #include "kz/script.h"
 
+#include <string>
+#include <string_view>
+#include <utility>
+
 namespace kzhost {
 
 namespace {
@@ -26,7 +30,7 @@ public:
         : CServiceBase(std::move(context)), m_scripts(std::move(scripts)), m_modules(std::move(modules)),
           m_files(std::move(files)), m_log(std::move(log)), m_queries(std::move(queries)) {}
 
-    // The host keeps no collections of scripts: they are files.
+    // Scripts are files here, so there are no script managers.
     KzResult scriptsysservice_ManagerCount(std::uint32_t* count) override {
         enter("ScriptSys.ManagerCount");
         *count = 0;
@@ -48,7 +52,7 @@ public:
     KzResult scriptsysservice_RunText(const char* text, std::uint32_t flags, const char* args,
                                       IKzUnknown* message) override {
         enter("ScriptSys.RunText");
-        const auto script = CHostRef<CScript>::make("<text>", std::string(kzTextOf(text)));
+        const auto script = CHostRef<CScript>::make("<text>", kzString(text));
         return m_scripts->run(script, flags, args, message);
     }
     KzResult scriptsysservice_InterpreterCount(std::uint32_t* count) override {
@@ -109,8 +113,8 @@ KzResult CScriptService::scriptsysservice_InterpreterByIndex(std::uint32_t index
     enter("ScriptSys.InterpreterByIndex");
     const auto all = m_modules->servers(KZa_TEXTSCRIPTINTERPRETER);
     if (index >= all.size()) return KZe_OUTOFBOUNDS;
-    CKzLoc_Unknown made;
-    return CModuleTable::spawn(all[index], made).get(interpreter);
+    CKzLoc_Unknown object;
+    return CModuleTable::spawn(all[index], object).get(interpreter);
 }
 
 KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name, IKzUnknown** interpreter) {
@@ -121,8 +125,8 @@ KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name
             return kzThereIsNo("line interpreter", kzTextOf(name), m_modules->servers(KZa_LINEINTERPRETER),
                                [](const auto& each) { return each.name; });
         });
-    CKzLoc_Unknown made;
-    return CModuleTable::spawn(*server, made).get(interpreter);
+    CKzLoc_Unknown object;
+    return CModuleTable::spawn(*server, object).get(interpreter);
 }
 
 }  // namespace
@@ -130,9 +134,8 @@ KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name
 IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptRunner> scripts,
                                 std::shared_ptr<CModuleTable> modules, std::shared_ptr<CPathAliases> files,
                                 std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries) {
-    return CScriptService::polymorph().wrap(std::make_unique<CScriptService>(std::move(context), std::move(scripts),
-                                                                             std::move(modules), std::move(files),
-                                                                             std::move(log), std::move(queries)));
+    return kzMakeObject<CScriptService>(std::move(context), std::move(scripts), std::move(modules), std::move(files),
+                                        std::move(log), std::move(queries));
 }
 
 }  // namespace kzhost

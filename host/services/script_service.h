@@ -4,11 +4,11 @@
 #include <memory>
 
 class IKzUnknown;
-class CLogStore;
-class CScriptRunner;
 
 namespace kzhost {
 
+class CLogStore;
+class CScriptRunner;
 class CPathAliases;
 class CModuleTable;
 struct QueryEnvironment;

@@ -9,14 +9,18 @@
 #include "kz/thread.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace kzhost {
@@ -41,7 +45,7 @@ public:
     }
 
 private:
-    // Whoever does not hold it cannot leave it: unlocking then would be undefined.
+    // A no-op for a thread that does not hold the mutex, as unlocking it would be undefined behaviour.
     void leave() {
         if (m_holder.load() != std::this_thread::get_id()) return;
         if (--m_depth == 0) m_holder = std::thread::id();
@@ -50,10 +54,10 @@ private:
 
     std::recursive_mutex m_mutex;
     std::atomic<std::thread::id> m_holder;
-    unsigned m_depth = 0;
+    std::uint32_t m_depth = 0;
 };
 
-// Outlives its group for as long as threads work on it.
+// The queue of a group's jobs, shared with the threads that run them.
 class CGroupWork {
 public:
     void add(IKzUnknown* job) {
@@ -71,11 +75,11 @@ public:
     }
     std::uint32_t running() const { return m_running; }
 
-    // One more thread will run it, or one does not any more.
+    // Count the threads that run the jobs.
     void enter() { ++m_running; }
     void leave();
     void run();
-    // Until no thread runs it but those that wait themselves: a job may well wait for the others.
+    // Waits until all running threads are themselves waiting here: a job may wait for the other jobs.
     void wait();
 
 private:
@@ -136,7 +140,7 @@ public:
         m_work->wait();
         return KZe_OK;
     }
-    // A job cannot be stopped from outside: those that have not started are dropped, the others are waited for.
+    // Running jobs cannot be stopped: drops those that have not started, and waits for the others.
     KzResult threadgroup_Kill() override {
         m_work->drop();
         m_work->wait();
@@ -153,21 +157,21 @@ private:
 };
 
 KzResult CThreadGroup::threadgroup_AddJob(IKzUnknown* job) {
-    const CKzUser_ThreadJob held(job);
-    if (!held) return KZe_INVALIDARG;
-    m_work->add(held.raw());
+    const CKzUser_ThreadJob asThreadJob(job);
+    if (!asThreadJob) return KZe_INVALIDARG;
+    m_work->add(asThreadJob.raw());
     ++m_jobCount;
     return KZe_OK;
 }
 
 KzResult CThreadGroup::threadgroup_Execute() {
-    const std::size_t wanted = std::min<std::size_t>(m_work->waiting(), processors());
-    for (std::size_t started = 0; started < wanted; ++started) {
+    const std::size_t threads = std::min<std::size_t>(m_work->waiting(), processors());
+    for (std::size_t started = 0; started < threads; ++started) {
         std::function<void()> run = [work = m_work] { work->run(); };
         m_work->enter();
         if (m_threads->start(std::move(run))) continue;
         m_work->leave();
-        return started == 0 ? KZe_NOTAVAILABLE : KZe_OK;  // the threads that did start take all jobs
+        return started == 0 ? KZe_NOTAVAILABLE : KZe_OK;  // the started threads run all jobs
     }
     return KZe_OK;
 }
@@ -198,19 +202,19 @@ private:
     CKzUser_ThreadSlotClient m_client;
     std::mutex m_lock;
     std::map<std::thread::id, void*> m_values;
-    std::map<void*, std::unique_ptr<std::byte[]>> m_blocks;  // values of the host's own making
+    std::map<void*, std::unique_ptr<std::byte[]>> m_blocks;  // values allocated by the host
 };
 
 KzResult CThreadSlot::threadslot_Get(void** value) {
     {
         const std::lock_guard lock(m_lock);
-        const auto found = m_values.find(std::this_thread::get_id());
-        if (found != m_values.end()) {
-            *value = found->second;
+        const auto entry = m_values.find(std::this_thread::get_id());
+        if (entry != m_values.end()) {
+            *value = entry->second;
             return KZe_OK;
         }
     }
-    *value = allocate();  // without the lock: the client may well ask for its own slot
+    *value = allocate();  // without the lock, as the client may use its own slot
     exchange(*value);
     return KZe_OK;
 }
@@ -219,8 +223,8 @@ void CThreadSlot::exchange(void* value) {
     void* former = nullptr;
     {
         const std::lock_guard lock(m_lock);
-        const auto found = m_values.find(std::this_thread::get_id());
-        if (found != m_values.end()) former = found->second;
+        const auto entry = m_values.find(std::this_thread::get_id());
+        if (entry != m_values.end()) former = entry->second;
         if (value != nullptr) m_values[std::this_thread::get_id()] = value;
         else m_values.erase(std::this_thread::get_id());
     }
@@ -303,8 +307,8 @@ private:
     std::shared_ptr<CJobThreads> m_jobThreads;
 };
 
-// Runs a piece of work on several threads and gives back the first failure. The calling thread only waits, so that it
-// may hold locks that the others need not know.
+// Runs work on several threads and returns the first failure. The calling thread only waits, so it may hold any lock that
+// the work does not need.
 template <class Work> KzResult onThreads(std::size_t count, Work&& work) {
     std::atomic<KzResult> verdict = KZe_OK;
     std::vector<std::jthread> threads;
@@ -317,19 +321,19 @@ template <class Work> KzResult onThreads(std::size_t count, Work&& work) {
     return verdict;
 }
 
-// Both ends belong to the range.
+// The range includes both ends.
 KzResult CThreadService::threadservice_ProcessRange(IKzUnknown* shared, std::int32_t first, std::int32_t last,
                                                     IKzUnknown* worker) {
     enter("Thread.ProcessRange");
-    const CKzUser_ThreadRangeWorker held(worker);
-    if (!held) return KZe_INVALIDARG;
+    const CKzUser_ThreadRangeWorker asThreadRangeWorker(worker);
+    if (!asThreadRangeWorker) return KZe_INVALIDARG;
     if (last < first) return KZe_OK;
     const std::int64_t total = std::int64_t{last} - first + 1;
     const std::int64_t parts = std::min<std::int64_t>(total, processors());
     return onThreads(static_cast<std::size_t>(parts), [&](std::size_t index) {
         const auto part = static_cast<std::int64_t>(index);
-        return held->Execute(static_cast<std::int32_t>(first + total * part / parts),
-                             static_cast<std::int32_t>(first + total * (part + 1) / parts - 1), shared);
+        return asThreadRangeWorker->Execute(static_cast<std::int32_t>(first + total * part / parts),
+                                            static_cast<std::int32_t>(first + total * (part + 1) / parts - 1), shared);
     });
 }
 
@@ -339,9 +343,9 @@ KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
     if (!whole) return KZe_INVALIDARG;
     std::deque<CKzUser_SharedWork> shares;
     for (std::uint32_t index = 1; index < processors(); ++index) {
-        CKzLoc_Unknown made;
-        if (kzFailed(whole->Spawn(made.out()))) break;  // work that cannot be shared is done by one
-        if (!shares.emplace_back(made.raw())) return KZe_NOINTERFACE;
+        CKzLoc_Unknown object;
+        if (kzFailed(whole->Spawn(object.out()))) break;  // work that cannot be shared runs on one thread
+        if (!shares.emplace_back(object.raw())) return KZe_NOINTERFACE;
         if (kzFailed(shares.back()->Share(work, 1))) {
             shares.pop_back();
             break;
@@ -357,8 +361,7 @@ KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
 }  // namespace
 
 IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads) {
-    return CThreadService::polymorph().wrap(
-        std::make_unique<CThreadService>(std::move(context), std::move(jobThreads)));
+    return kzMakeObject<CThreadService>(std::move(context), std::move(jobThreads));
 }
 
 }  // namespace kzhost

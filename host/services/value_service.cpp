@@ -15,6 +15,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace kzhost {
 
@@ -49,15 +53,12 @@ public:
     }
     KzResult valueservice_TypeByIndex(std::uint32_t index, const char** type) override {
         enter("Value.TypeByIndex");
-        const std::vector<std::string> names = m_types->names();
-        if (index >= names.size()) return KZe_OUTOFBOUNDS;
-        *type = keep(names[index]);
-        return KZe_OK;
+        return giveName(m_types->names(), index, type);
     }
     std::uint32_t valueservice_ValueType(const char* type) override {
         enter("Value.ValueType");
-        const KzValueType* known = m_types->find(kzTextOf(type));
-        return known != nullptr ? known->storage : static_cast<std::uint32_t>(KZiVALUE_TYPE_UNKNOWN);
+        const KzValueType* row = m_types->find(kzTextOf(type));
+        return row != nullptr ? row->storage : static_cast<std::uint32_t>(KZiVALUE_TYPE_UNKNOWN);
     }
     KzResult valueservice_TextHintEncode(std::int32_t value, const KzTextValueHint* hints, char* buffer,
                                          std::uint32_t length) override;
@@ -107,35 +108,35 @@ KzResult CValueService::valueservice_TextHintEncode(std::int32_t value, const Kz
 KzResult CValueService::valueservice_TextHintDecode(const char* text, const KzTextValueHint* hints,
                                                     std::int32_t* value) {
     enter("Value.TextHintDecode");
-    const std::string_view wanted = kzTextOf(text);
-    const auto number = kzParseInteger(wanted);
+    const std::string_view word = kzTextOf(text);
+    const auto number = kzParseInteger(word);
     const KzTextValueHint* first = hints;
     const KzTextValueHint* inexact = nullptr;
     for (; hints != nullptr && hints->text != nullptr; ++hints) {
-        if (wanted == hints->text) {
+        if (word == hints->text) {
             *value = hints->value;
             return KZe_OK;
         }
-        if (inexact == nullptr && (sameWord(wanted, hints->text) || number == hints->value)) inexact = hints;
+        if (inexact == nullptr && (sameWord(word, hints->text) || number == hints->value)) inexact = hints;
     }
     if (inexact == nullptr)
         return kzBecause(KZe_NOTFOUND, "Value.TextHintDecode",
-                         [&] { return kzIsNot(wanted, first != nullptr ? kzOneOf(first) : "in an empty list"); });
+                         [&] { return kzIsNot(word, first != nullptr ? kzOneOf(first) : "in an empty list"); });
     *value = inexact->value;
     return KZe_OK_INEXACT_MATCH;
 }
 
 KzResult CValueService::valueservice_Duplicate(IKzUnknown* source, IKzUnknown** value) {
     enter("Value.Duplicate");
-    const CKzUser_Value held(source);
+    const CKzUser_Value asValue(source);
     const char* type = nullptr;
-    if (!held) return KZe_INVALIDARG;
-    if (const KzResult code = held->TypeName(&type); kzFailed(code)) return code;
-    CKzLoc_Unknown made;
-    const KzValueType& known = m_types->need(KZe_NOTFOUND, "Value.Duplicate", kzTextOf(type));
-    if (const KzResult code = m_types->makeValue(known, made.out()); kzFailed(code)) return code;
-    const KzResult code = kzCopyValue(made.raw(), source);
-    return kzFailed(code) ? code : made.get(value);
+    if (!asValue) return KZe_INVALIDARG;
+    if (const KzResult code = asValue->TypeName(&type); kzFailed(code)) return code;
+    CKzLoc_Unknown object;
+    const KzValueType& valueType = m_types->need(KZe_NOTFOUND, "Value.Duplicate", kzTextOf(type));
+    if (const KzResult code = m_types->makeValue(valueType, object.out()); kzFailed(code)) return code;
+    const KzResult code = kzCopyValue(object.raw(), source);
+    return kzFailed(code) ? code : object.get(value);
 }
 
 KzResult CValueService::valueservice_EncodeText(IKzUnknown* value, std::int32_t nice, char* buffer,
@@ -144,23 +145,23 @@ KzResult CValueService::valueservice_EncodeText(IKzUnknown* value, std::int32_t 
     if (const auto own = CHostRef<CValue>::of(value))
         return kzFillText(kzFormatCell(own->type(), own->cell(), nice != 0), buffer, length);
     if (const KzResult code = kzEncodeServed(value, nice != 0, buffer, length); code != KZe_NOTIMPL) return code;
-    const CKzUser_Value held(value);
-    return held ? held->GetString(buffer, length) : KZe_INVALIDARG;
+    const CKzUser_Value asValue(value);
+    return asValue ? asValue->GetString(buffer, length) : KZe_INVALIDARG;
 }
 
 KzResult CValueService::valueservice_DecodeText(const char* text, std::int32_t nice, IKzUnknown* value) {
     enter("Value.DecodeText");
     if (!CHostRef<CValue>::of(value))
         if (const KzResult code = kzDecodeServed(value, nice != 0, text); code != KZe_NOTIMPL) return code;
-    const CKzUser_Value held(value);
-    return held ? held->SetString(text) : KZe_INVALIDARG;
+    const CKzUser_Value asValue(value);
+    return asValue ? asValue->SetString(text) : KZe_INVALIDARG;
 }
 
 KzResult CValueService::valueservice_SetUnitSystem(const char* system) {
     enter("Value.SetUnitSystem");
-    for (const std::string_view known : unitSystems) {
-        if (kzTextOf(system) != known) continue;
-        m_properties->set("units", std::string(known));
+    for (const std::string_view name : unitSystems) {
+        if (kzTextOf(system) != name) continue;
+        m_properties->set("units", std::string(name));
         return KZe_OK;
     }
     return kzBecause(KZe_INVALIDARG, "Value.SetUnitSystem", [&] {
@@ -178,8 +179,7 @@ KzResult CValueService::valueservice_ScriptQuery(IKzUnknown** query) {
 IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypeRegistry> types,
                                std::shared_ptr<CPropertyTable> properties,
                                std::shared_ptr<const QueryEnvironment> queries) {
-    return CValueService::polymorph().wrap(std::make_unique<CValueService>(std::move(context), std::move(types),
-                                                                           std::move(properties), std::move(queries)));
+    return kzMakeObject<CValueService>(std::move(context), std::move(types), std::move(properties), std::move(queries));
 }
 
 }  // namespace kzhost

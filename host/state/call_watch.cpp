@@ -1,5 +1,7 @@
-// Failures on demand, counts and traces of service operations.
+// Fault injection, call counts and tracing of service operations.
 #include "host/state/call_watch.h"
+
+#include <utility>
 
 namespace kzhost {
 
@@ -25,8 +27,8 @@ void CCallWatch::count(bool on) {
 
 int CCallWatch::countOf(const std::string& operation) const {
     const std::lock_guard lock(m_lock);
-    const auto found = m_counts.find(operation);
-    return found == m_counts.end() ? 0 : found->second;
+    const auto entry = m_counts.find(operation);
+    return entry == m_counts.end() ? 0 : entry->second;
 }
 
 void CCallWatch::trace(Tracer tracer) {
@@ -41,11 +43,11 @@ void CCallWatch::watched(const char* operation) {
     const std::lock_guard lock(m_lock);
     if (m_tracer) m_tracer(operation);
     if (m_counting) ++m_counts[operation];
-    const auto found = m_faults.find(std::string_view(operation));
-    if (found == m_faults.end()) return;
-    const KzResult code = found->second.code;
-    if (found->second.left > 0 && --found->second.left == 0) {
-        m_faults.erase(found);
+    const auto entry = m_faults.find(std::string_view(operation));
+    if (entry == m_faults.end()) return;
+    const KzResult code = entry->second.code;
+    if (entry->second.left > 0 && --entry->second.left == 0) {
+        m_faults.erase(entry);
         updateWatching();
     }
     throw code;

@@ -1,5 +1,4 @@
-// What passes between module and host, for tests and tracing: every service operation announces itself here, and can be
-// made to fail.
+// Fault injection, call counts and tracing of service operations. Every operation of a service calls `enter`.
 #pragma once
 
 #include "kz/base/types.h"
@@ -15,16 +14,16 @@ namespace kzhost {
 
 class CCallWatch {
 public:
-    // Throws the code that the operation is to fail with, if any. Costs one load while nobody watches.
+    // Throws the injected code, if any. Costs one relaxed load while nothing is watched.
     void enter(const char* operation) {
         if (m_watching.load(std::memory_order_relaxed)) watched(operation);
     }
 
-    // The operation ("Log.CreateEntry") fails with that code: the next `times` times, or always.
+    // Makes the operation ("Log.CreateEntry") fail with that code, the next `times` times or always.
     static constexpr int always = -1;
     void fail(const std::string& operation, KzResult code, int times);
     void heal();
-    // Counts calls from now on.
+    // Starts or stops counting calls; either resets the counts.
     void count(bool on);
     int countOf(const std::string& operation) const;
 

@@ -1,4 +1,4 @@
-// What the command service keeps between calls.
+// The state of the command service.
 #include "host/state/command_state.h"
 
 namespace kzhost {
@@ -32,8 +32,8 @@ bool CCommandState::removeAlias(const std::string& alias) {
 
 std::optional<std::string> CCommandState::alias(const std::string& name) const {
     const std::lock_guard lock(m_lock);
-    const auto found = m_aliases.find(name);
-    return found != m_aliases.end() ? std::optional(found->second) : std::nullopt;
+    const auto entry = m_aliases.find(name);
+    return entry != m_aliases.end() ? std::optional(entry->second) : std::nullopt;
 }
 
 std::vector<std::string> CCommandState::aliases() const {

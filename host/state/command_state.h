@@ -1,4 +1,4 @@
-// What the command service keeps between calls: names and their numbers, aliases, the history, and what runs now.
+// The state of the command service: the numbers of names, aliases, the history, and the commands that run.
 #pragma once
 
 #include <cstdint>
@@ -14,18 +14,18 @@ namespace kzhost {
 
 class CCommandState {
 public:
-    // The number of that name in this session, given at first sight. Never 0.
+    // The number of that name in this session, assigned on first use. Never 0.
     std::uint32_t tagOf(const std::string& name);
     std::optional<std::string> nameOf(std::uint32_t tag) const;
 
-    // False when there is such an alias already.
+    // False if the alias exists already.
     bool addAlias(const std::string& alias, const std::string& definition);
     bool removeAlias(const std::string& alias);
     std::optional<std::string> alias(const std::string& name) const;
     std::vector<std::string> aliases() const;
 
     void remember(const std::string& text);
-    // The newest commands, oldest first: at most 1000 of them and 16 MiB of text. The newest is there whatever its size.
+    // The latest commands, oldest first: at most 1000 commands and 16 MiB of text, but always the latest one.
     std::vector<std::string> history() const;
     std::uint32_t historyCount() const;
     std::optional<std::string> historyAt(std::uint32_t index) const;
@@ -33,7 +33,7 @@ public:
     std::uint32_t depth() const;
     std::uint32_t flags() const;  // of the innermost running command
 
-    // One command runs for as long as this lives.
+    // A guard: one more command runs for as long as it lives.
     class Depth {
     public:
         Depth(CCommandState& system, std::uint32_t flags);

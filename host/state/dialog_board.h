@@ -1,4 +1,4 @@
-// Questions of the host's dialogs, and whoever answers them.
+// The questions of the host's dialogs, and the callback that answers them.
 #pragma once
 
 #include <functional>
@@ -9,20 +9,20 @@
 
 namespace kzhost {
 
-// What is asked about one argument.
+// The question for one argument.
 struct DialogQuestion {
     std::string command;
     std::string argument;  // its name for people
     std::string description;
     std::string expected;  // "an integer"
-    std::string present;   // what it is if nothing is answered; empty for none
+    std::string present;   // the value that an empty answer keeps; empty for none
     std::string problem;   // what was wrong with the last answer
 };
 
-// Whoever answers. Where nobody does, every value stays as it is.
+// Holds the callback that answers. Without one, every value stays as it is.
 class CDialogBoard {
 public:
-    // An empty text keeps the present value; nothing at all cancels the dialog.
+    // Returns the answer: an empty text keeps the present value, no text cancels the dialog.
     using Asker = std::function<std::optional<std::string>(const DialogQuestion&)>;
     void setAsker(Asker asker) {
         const std::lock_guard lock(m_lock);

@@ -1,4 +1,4 @@
-// The folders that scripts import from.
+// The folders from which scripts import modules.
 #pragma once
 
 #include <mutex>

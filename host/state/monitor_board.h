@@ -1,4 +1,4 @@
-// Progress monitors: what they report, and to whom.
+// The state of progress monitors, and the callback that shows it.
 #pragma once
 
 #include "kz/base/types.h"
@@ -7,10 +7,11 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace kzhost {
 
-// How far a monitored task is. A monitor that was never initialised has no steps.
+// The progress of a task. A monitor that was never initialised has no steps.
 struct MonitorState {
     std::string title;
     std::uint64_t steps = 0;
@@ -29,7 +30,7 @@ public:
         const std::lock_guard lock(m_lock);
         if (m_viewer) m_viewer(state);
     }
-    // Every monitor asks its task to stop.
+    // While set, every monitor asks its task to abort.
     void abort(bool on) noexcept { m_aborts = on; }
     bool aborts() const noexcept { return m_aborts; }
     std::atomic<std::uint32_t> alive = 0;

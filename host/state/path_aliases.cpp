@@ -1,4 +1,4 @@
-// Path aliases and what they stand for.
+// Path aliases and the folders that they stand for.
 #include "host/state/path_aliases.h"
 
 #include "kz/result.h"
@@ -16,7 +16,7 @@ std::string joined(const std::string& folder, std::string_view rest) {
     return rest.empty() ? folder : (fs::path(folder) / rest).string();
 }
 
-// What follows `folder` in `path`; nothing when the path is not below it.
+// The path relative to the folder; nothing if it is not below the folder.
 std::optional<std::string_view> below(std::string_view path, std::string_view folder) {
     if (!path.starts_with(folder)) return {};
     path.remove_prefix(folder.size());
@@ -47,9 +47,9 @@ std::optional<std::string> CPathAliases::expand(std::string_view path) const {
     if (colon == std::string_view::npos || path.substr(0, colon).find('/') != std::string_view::npos)
         return std::string(path);
     const std::lock_guard lock(m_lock);
-    const auto found = m_aliases.find(path.substr(0, colon));
-    if (found == m_aliases.end()) return {};
-    return joined(found->second, path.substr(colon + 1));
+    const auto alias = m_aliases.find(path.substr(0, colon));
+    if (alias == m_aliases.end()) return {};
+    return joined(alias->second, path.substr(colon + 1));
 }
 
 std::string CPathAliases::place(const char* path) const {

@@ -1,4 +1,4 @@
-// Path aliases ("module:Scripts") and what they stand for.
+// Path aliases ("module:Scripts") and the folders that they stand for.
 #pragma once
 
 #include <map>
@@ -13,18 +13,18 @@ namespace kzhost {
 
 class CPathAliases {
 public:
-    // An empty path removes the alias. The name comes without its colon.
+    // Sets an alias, named without its colon. An empty path removes it.
     void setAlias(const std::string& name, const std::string& path);
     std::vector<std::pair<std::string, std::string>> aliases() const;
 
-    // The local path that an aliased one stands for, whether or not anything is there; a path without an alias is
-    // itself. Nothing when the alias is unknown.
+    // The local path for an aliased one, whether or not it exists; a path without an alias is returned as it is. Empty
+    // for an unknown alias.
     std::optional<std::string> expand(std::string_view path) const;
-    // As expand, for a caller's file, which must be named and need not exist; throws INVALIDARG or NOTFOUND.
+    // As expand, but throws: INVALIDARG for a null or empty path, NOTFOUND for an unknown alias.
     std::string place(const char* path) const;
-    // As expand, but only for what exists.
+    // As expand, but empty unless the path exists.
     std::optional<std::string> resolve(std::string_view path) const;
-    // The shortest aliased form of a local path; the path itself when no alias covers it.
+    // The shortest aliased form of a local path; the path itself if it is below no alias.
     std::string shorten(std::string_view path) const;
 
     // The path of the running program.

@@ -12,8 +12,8 @@ void CPropertyTable::set(const std::string& name, std::string value) {
 
 std::optional<std::string> CPropertyTable::get(const std::string& name) const {
     const std::lock_guard lock(m_lock);
-    const auto found = m_values.find(name);
-    return found != m_values.end() ? std::optional(found->second) : std::nullopt;
+    const auto entry = m_values.find(name);
+    return entry != m_values.end() ? std::optional(entry->second) : std::nullopt;
 }
 
 }  // namespace kzhost

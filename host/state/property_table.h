@@ -1,4 +1,4 @@
-// Named texts that host, program and modules leave for each other.
+// Named texts through which host, program and modules share settings.
 #pragma once
 
 #include <map>

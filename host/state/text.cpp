@@ -57,9 +57,9 @@ std::optional<KzGuid> kzGuidOfText(std::string_view text) noexcept {
 std::string kzCodeDigits(KzResult code) { return fmt::format("{:08x}", code); }
 
 std::string kzCodeName(KzResult code) {
-    const auto found = std::find_if(std::rbegin(kzCodeRows), std::rend(kzCodeRows),
+    const auto match = std::find_if(std::rbegin(kzCodeRows), std::rend(kzCodeRows),
                                     [code](const KzCodeRow& row) { return row.code == code; });
-    return found != std::rend(kzCodeRows) ? found->name : kzCodeDigits(code);
+    return match != std::rend(kzCodeRows) ? match->name : kzCodeDigits(code);
 }
 
 std::optional<KzResult> kzCodeOfName(std::string_view name) noexcept {

@@ -1,4 +1,4 @@
-// Texts whose address stays valid.
+// Interned texts.
 #pragma once
 
 #include <mutex>
@@ -8,7 +8,7 @@
 
 namespace kzhost {
 
-// Gives texts an address that stays valid for as long as the pool lives, however often the same text is asked for.
+// Interns texts: equal texts share one copy, whose address stays valid for as long as the pool lives.
 class CTextPool {
 public:
     const char* keep(std::string_view text) {

@@ -1,4 +1,4 @@
-// The value types that the host knows.
+// The value types of the host.
 #include "host/state/value_types.h"
 
 #include "kz/value.h"
@@ -9,6 +9,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <numbers>
 
@@ -79,9 +80,9 @@ std::optional<KzCell> parseColor(std::string_view text) {
 }  // namespace
 
 const KzValueType* kzFindType(std::string_view name) noexcept {
-    const auto* found =
+    const auto* match =
         std::find_if(std::begin(types), std::end(types), [&](const auto& type) { return name == type.name; });
-    return found != std::end(types) ? found : nullptr;
+    return match != std::end(types) ? match : nullptr;
 }
 
 std::span<const KzValueType> kzValueTypes() noexcept { return types; }
@@ -145,7 +146,7 @@ std::optional<std::int32_t> kzIntegerOf(const KzCell& cell) noexcept {
     if (const auto* number = std::get_if<std::int32_t>(&cell)) return *number;
     if (const auto* text = std::get_if<std::string>(&cell)) return kzParseInteger(*text);
     const auto number = kzNumberOf(cell);
-    // What is cut off behind the point does not count. A comparison with NaN is false.
+    // The fraction is truncated, so it may exceed the limits. Comparisons with NaN are false.
     using Limits = std::numeric_limits<std::int32_t>;
     const bool fits = number && *number > Limits::min() - 1.0 && *number < Limits::max() + 1.0;
     return fits ? std::optional(static_cast<std::int32_t>(*number)) : std::nullopt;

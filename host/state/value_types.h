@@ -1,4 +1,4 @@
-// The value types that the host knows: how each is stored, read from text and shown.
+// The value types of the host: how each is stored, parsed and formatted.
 #pragma once
 
 #include "kz/base/types.h"
@@ -23,34 +23,34 @@ struct KzUnit {
 struct KzValueType {
     const char* name;
     std::uint32_t storage;     // an iVALUE_TYPE constant
-    std::string_view expects;  // what text it reads, for messages
+    std::string_view expects;  // the text that it parses, for error messages
     std::span<const KzUnit> units;
-    std::string_view niceUnit;  // in which people see it
-    bool isServed = false;      // by a module; its cells are the exact texts of its values
+    std::string_view niceUnit;  // the unit shown to people
+    bool isServed = false;      // by a module; its cells hold the exact texts of its values
 };
 
-// Null for a type that the host does not know.
+// Null for an unknown type.
 const KzValueType* kzFindType(std::string_view name) noexcept;
 std::span<const KzValueType> kzValueTypes() noexcept;
 
 KzCell kzEmptyCell(const KzValueType& type);
-// Reads a text as that type; nothing when it is none.
+// Parses a text as that type; nothing if it is malformed.
 std::optional<KzCell> kzParseCell(const KzValueType& type, std::string_view text);
-// The text that reads back as the same value, or with `nice` the one that people like.
+// The text that parses back to the same value, or with `nice` a rounded text with its unit, for people.
 std::string kzFormatCell(const KzValueType& type, const KzCell& cell, bool nice = false);
 
-// The cell as an integer or a number; nothing where it stands for none.
+// The cell converted to an integer or a number; nothing if it has no such value.
 std::optional<std::int32_t> kzIntegerOf(const KzCell& cell) noexcept;
 std::optional<double> kzNumberOf(const KzCell& cell) noexcept;
-// A cell of that type made from an integer or a number; nothing where the type takes none.
+// A number converted to a cell of that type; nothing if the type takes no such number.
 std::optional<KzCell> kzCellOf(const KzValueType& type, double number);
 
-// A whole text as a number or an integer.
+// Parse a whole text as a number or an integer.
 std::optional<double> kzParseNumber(std::string_view text) noexcept;
 std::optional<std::int32_t> kzParseInteger(std::string_view text) noexcept;
 
-// The words of a table of hints, as "one of off on", and the number of the choice that a text names: by its word, or by
-// what the type reads as one of the numbers.
+// The words of a table of hints, as "one of off on"; and the number of the choice that a text names, either by its word or
+// by a number of the table.
 std::string kzOneOf(const KzTextValueHint* hints);
 std::optional<std::int32_t> kzChoiceOf(const KzTextValueHint* hints, const KzValueType& type, std::string_view text);
 

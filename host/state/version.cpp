@@ -1,18 +1,19 @@
-// Who this host is.
+// Who this host is, and where its user's files are.
 #include "host/state/version.h"
 
 #include <cstdlib>
 
 namespace kzhost {
 
+std::string kzEnvironment(const std::string& name) {
+    const char* value = std::getenv(name.c_str());
+    return value != nullptr ? value : std::string();
+}
+
 std::string kzConfigFolder() {
-    const auto environment = [](const char* name) {
-        const char* value = std::getenv(name);
-        return std::string(value != nullptr ? value : "");
-    };
-    const std::string config = environment("XDG_CONFIG_HOME");
+    const std::string config = kzEnvironment("XDG_CONFIG_HOME");
     if (!config.empty()) return config + "/kzhost";
-    const std::string home = environment("HOME");
+    const std::string home = kzEnvironment("HOME");
     return home.empty() ? std::string() : home + "/.config/kzhost";
 }
 

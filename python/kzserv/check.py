@@ -34,7 +34,7 @@ class Interface(object):
         return sorted(name for name, function in self.methods.items() if '(required)' in (function.__doc__ or ''))
 
 
-INTERFACES = dict((base, Interface(base)) for base in vars(kzifc).values() if inspect.isclass(base))
+INTERFACES = dict((base, Interface(base)) for base in (getattr(kzifc, name) for name in kzifc.__all__))
 
 
 class Blessing(object):

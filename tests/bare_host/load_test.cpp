@@ -32,6 +32,19 @@ TEST(load, is_refused_a_second_time_with_a_reason) {
     });
 }
 
+// A host that takes lines alone gets an unfinished one when it is flushed, and every end in the required texts.
+TEST(load, suffices_for_output_in_lines) {
+    kzInChild("lines alone", [] {
+        CBareHost host;
+        ASSERT_TRUE(host.load());
+        host.run("import sys\nfor text in 'a', 'b\\0', 'c': sys.stdout.write(text); sys.stdout.flush()\nprint 'd',\n"
+                 "sys.stderr.write('e')");
+        EXPECT_EQ(host.execute("import sys; print 'f',; sys.exit(3)"), KZe_FAILED);
+        for (const char* line : {"\na\n", "\nb\\x00\n", "\nc\n", "\nd\n", "\ne\n", "\nf\n", "\nsys.exit() exception\n"})
+            EXPECT_TRUE(("\n" + host.log()).find(line) != std::string::npos) << line << " in " << host.log();
+    });
+}
+
 namespace {
 
 // A host that says what a test wants it to say of its description.

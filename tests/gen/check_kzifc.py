@@ -13,11 +13,14 @@ sys.modules['kz'] = kz
 sys.path.insert(0, sys.argv[1])
 import kzifc
 
+assert not marked, 'classes are made when they are asked for'
+for name in kzifc.__all__:
+    getattr(kzifc, name)
 adapters = json.loads(subprocess.check_output(sys.argv[2:]))['adapters']
 assert sorted(marked) == sorted(':' + str(name) for name in adapters), 'marks and adapters differ'
 for mark, cls in marked.items():
     name = mark[1:]
-    assert getattr(kzifc, name) is cls and cls.__bases__ == (object,), name
+    assert getattr(kzifc, name) is cls and (cls.__bases__, cls.__module__) == ((object,), 'kzifc'), name
     methods = [key for key in vars(cls) if not key.startswith('__')]
     assert len(methods) == adapters[name]['forwarded'], (name, methods)
     for method in methods:

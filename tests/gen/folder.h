@@ -25,7 +25,7 @@ public:
         load(path(), completeness, diagnostics);
         std::string text = diagnostics.text();
         const std::string own = m_folder.path() + "/";
-        for (size_t at = text.find(own); at != std::string::npos; at = text.find(own)) text.erase(at, own.size());
+        for (std::size_t at = text.find(own); at != std::string::npos; at = text.find(own)) text.erase(at, own.size());
         return text;
     }
 

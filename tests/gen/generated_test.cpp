@@ -9,11 +9,11 @@
 namespace {
 
 struct Values : CKzImpl_ValueArray {
-    uint32_t va_Count() override {
+    std::uint32_t va_Count() override {
         if (fails) throw KzResult{KZe_NOTREADY};
         return 3;
     }
-    KzResult va_GetInt(uint32_t index, int32_t* value) override {
+    KzResult va_GetInt(std::uint32_t index, std::int32_t* value) override {
         if (index == 1) throw KzResult{KZe_OUTOFBOUNDS};
         if (index == 2) throw std::runtime_error("anything");
         if (index == 3) throw std::bad_alloc();
@@ -37,7 +37,7 @@ TEST(Generated, CallsReachTheObjectAndNothingIsThrownBack) {
     Served served(values);
     CKzUser_ValueArray user;
     ASSERT_TRUE(user.take(served.spawn()));
-    int32_t value = 0;
+    std::int32_t value = 0;
     EXPECT_EQ(user.Count(), 3U);
     EXPECT_EQ(user.GetInt(0, &value), KZe_OK);
     EXPECT_EQ(value, 42);
@@ -52,7 +52,7 @@ TEST(Generated, CallsReachTheObjectAndNothingIsThrownBack) {
 
 TEST(Generated, AnEmptyUserObjectHasNoInterface) {
     const CKzUser_ValueArray user;
-    int32_t value = 7;
+    std::int32_t value = 7;
     EXPECT_EQ(user.GetInt(0, &value), KZe_NOINTERFACE);
     EXPECT_EQ(user.Count(), 0U);
     EXPECT_EQ(value, 7);

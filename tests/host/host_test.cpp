@@ -2,8 +2,11 @@
 // do or see.
 #include "tests/support/host_test.h"
 #include "host/cli/progress_view.h"
+#include "host/core/log_store.h"
+#include "host/core/module_table.h"
 #include "host/core/reasons.h"
 #include "host/core/service_registry.h"
+#include "host/state/path_aliases.h"
 #include "host/state/text.h"
 #include "tests/support/threads.h"
 
@@ -21,6 +24,8 @@
 #include "kz_paths.h"
 
 #include <deque>
+#include <iterator>
+#include <sstream>
 
 namespace {
 
@@ -63,11 +68,7 @@ TEST_F(HostTest, MonitorsReportTheirStepsAndEnd) {
 }
 
 TEST(ProgressView, IsDrawnOnlyWhenItChanges) {
-    const std::pair<bool, const char*> cases[] = {
-        {false, "Load: 0% (0 of 1000)\nLoad: 25% (250 of 1000)\nLoad: 50% (500 of 1000)\nLoad: 75% (750 of 1000)\n"
-                "Load: 100% (1000 of 1000)\n"},
-        {true, nullptr}};
-    for (const auto& [isTerminal, expected] : cases) {
+    const auto shown = [](bool isTerminal) {
         char* text = nullptr;
         std::size_t size = 0;
         std::FILE* file = open_memstream(&text, &size);
@@ -75,14 +76,12 @@ TEST(ProgressView, IsDrawnOnlyWhenItChanges) {
         for (std::uint64_t done = 0; done <= 1000; ++done) view({"Load", 1000, done, false});
         view({"Load", 1000, 1000, true});
         std::fclose(file);
-        if (expected != nullptr) {
-            EXPECT_EQ(std::string(text), expected);
-        } else {
-            EXPECT_EQ(std::count(text, text + size, '\r'), 101);
-            EXPECT_EQ(text[size - 1], '\n');
-        }
-        std::free(text);
-    }
+        return std::string(std::unique_ptr<char, void (*)(void*)>(text, std::free).get());
+    };
+    EXPECT_EQ(shown(false), "Load: 0% (0 of 1000)\nLoad: 25% (250 of 1000)\nLoad: 50% (500 of 1000)\n"
+                            "Load: 75% (750 of 1000)\nLoad: 100% (1000 of 1000)\n");
+    EXPECT_EQ(std::ranges::count(shown(true), '\r'), 101);
+    EXPECT_TRUE(shown(true).ends_with('\n'));
 }
 
 TEST_F(HostTest, AShortBufferIsSaidAndNeverOverrun) {
@@ -102,13 +101,9 @@ TEST_F(HostTest, AShortBufferIsSaidAndNeverOverrun) {
     char cut[4] = "";
     EXPECT_EQ(kzFillText("ab\xC3\xA9", cut, sizeof cut), KZe_SHORTBUFFER);
     EXPECT_STREQ(cut, "ab") << "a character must not be cut in two";
-}
-
-TEST_F(HostTest, NoHintsAreNoChoices) {
-    char text[16] = "old";
-    EXPECT_EQ(ServiceOf<CKzUser_ValueService>(host().application())->TextHintEncode(5, nullptr, text, sizeof text),
-              KZe_OK_NO_CHOICES);
-    EXPECT_STREQ(text, "");
+    const ServiceOf<CKzUser_ValueService> values(host().application());
+    EXPECT_EQ(values->TextHintEncode(5, nullptr, cut, sizeof cut), KZe_OK_NO_CHOICES);
+    EXPECT_STREQ(cut, "") << "no hints";
 }
 
 TEST(TextTest, CodesHaveNamesAndMarkupGoes) {
@@ -116,10 +111,8 @@ TEST(TextTest, CodesHaveNamesAndMarkupGoes) {
     EXPECT_EQ(kzCodeOfName("NOTFOUND"), 0x80000017U);
     EXPECT_EQ(kzCodeOfName("nothing"), std::nullopt);
     EXPECT_EQ(kzWithoutMarkup("\x03(f:FONT_ITALIC) kz\x03(f:FONT_DEFAULT)"), " kz");
-    EXPECT_EQ(kzWithoutMarkup("a\x03"
-                              "b \x03(open"),
-              "a\x03"
-              "b \x03(open");
+    const std::string unmarked = std::string("a\x03") + "b \x03(open";
+    EXPECT_EQ(kzWithoutMarkup(unmarked), unmarked);
 }
 
 CKzUser_LogEntry entryOf(const CKzUser_LogService& log, const char* text) {
@@ -135,6 +128,14 @@ TEST_F(HostTest, AnEntryThatNobodyPlacedIsNotLost) {
     host().log().clear();  // of what was logged, not of who listens
     { const auto lost = entryOf(service, "lost"); }
     EXPECT_EQ(heard, "[]lost");
+    host().log().limits.bytes = 12;
+    for (const char* kept : {"1.", "1.22.", "1.22.333.", "333.55555.", "longer than all that is kept."}) {
+        const std::string text = kept;
+        host().log().write("short", KZe_INFO, text.substr(text.rfind('.', text.size() - 2) + 1));
+        std::string all;
+        for (const LogLine& line : host().log().lines("short")) all += line.text;
+        EXPECT_EQ(all, kept) << "the oldest go first";
+    }
     host().failOperation("Log.SubSystemLookup", KZe_FAILED, 1);
     CKzLoc_Unknown none;
     for (const KzResult code : {KZe_FAILED, KZe_OK}) EXPECT_EQ(service->SubSystemLookup("python", none.out()), code);
@@ -236,14 +237,11 @@ TEST_F(HostTest, AListOfServersThatGrowsIsReadFromItsEnd) {
         for (const KzServer& server : host().modules().servers("command")) all += server.name + " ";
         return all;
     };
-    module->names = {"a", "b"};
-    EXPECT_EQ(names(), "a b ");
-    module->names = {"c", "b", "d"};
-    EXPECT_EQ(names(), "c b d ");
-    module->names = {"x", "y", "z", "w"};
-    EXPECT_EQ(names(), "x y z w ");
-    module->names.clear();
-    EXPECT_EQ(names(), "");
+    for (const char* text : {"a b ", "c b d ", "x y z w ", ""}) {
+        std::istringstream words(text);
+        module->names = {std::istream_iterator<std::string>(words), {}};
+        EXPECT_EQ(names(), text);
+    }
 }
 
 // The module as it is shipped: loaded, read, unloaded, and its library closed.

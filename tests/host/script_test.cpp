@@ -1,4 +1,7 @@
 // Script files, their arguments, and how the host finds who runs them; here Python.
+#include "host/core/log_store.h"
+#include "host/core/scripts.h"
+#include "host/state/path_aliases.h"
 #include "tests/support/host_test.h"
 
 #include "kz/result.h"
@@ -9,23 +12,16 @@ namespace {
 
 TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
     const CTestFolder folder;
+    const std::string mark = "\xEF\xBB\xBF", accent = "\xC3\xA9\n";
     const std::pair<std::string, std::string> cases[] = {{"a\r\nb\rc\n", "a\nb\nc\n"},
-                                                         {"\xEF\xBB\xBF"
-                                                          "a\n",
-                                                          "a\n"},
-                                                         {"\xEF\xBB\xBF"
-                                                          "\xC3\xA9\n",
-                                                          "\xEF\xBB\xBF"
-                                                          "\xC3\xA9\n"},
+                                                         {mark + "a\n", "a\n"},
+                                                         {mark + accent, mark + accent},
                                                          {"", ""},
                                                          {"no end", "no end"}};
     for (const auto& [content, expected] : cases) {
         std::string problem;
         const auto script = kzReadScript(folder.write("s.py", content), problem);
-        ASSERT_TRUE(script) << problem;
-        const char* text = nullptr;
-        EXPECT_EQ(script->scr_Buffer(&text), KZe_OK);
-        EXPECT_EQ(text, expected);
+        EXPECT_EQ(script ? kzAnswer([&](const char** text) { return script->scr_Buffer(text); }) : problem, expected);
     }
 }
 
@@ -37,13 +33,8 @@ TEST(ScriptFileTest, ArgumentsAreJoinedOrRefused) {
         {{""}, nullptr}};
     for (const auto& [arguments, expected] : cases) {
         std::string problem;
-        const auto joined = kzJoinArguments(arguments, problem);
-        ASSERT_EQ(joined.has_value(), expected != nullptr) << problem;
-        if (joined) {
-            EXPECT_EQ(*joined, expected);
-        } else {
-            EXPECT_NE(problem.find("argument 1"), std::string::npos) << problem;
-        }
+        const std::string joined = kzJoinArguments(arguments, problem);
+        EXPECT_EQ(problem.empty() ? joined : problem.substr(0, 10), expected != nullptr ? expected : "argument 1");
     }
 }
 
@@ -76,7 +67,7 @@ TEST_F(ScriptTest, ARunIsHandedEverythingAndItsMessageComesBack) {
     EXPECT_EQ(end.message, "The script ended: gone");
     std::string told;
     for (const LogLine& line : host().log().lines("scripts")) told += line.text + "|";
-    EXPECT_EQ(told, m_folder.path("a.py") + "|'' args|7|");
+    EXPECT_EQ(told, m_folder.path("a.py") + "|'" + m_folder.path("a.py") + "' args|7|");
     EXPECT_FALSE(run(m_folder.write("a.py", "")).isTold);
     EXPECT_EQ(host().scripts().depth(), 0U);
 }

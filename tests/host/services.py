@@ -46,6 +46,11 @@ def check_every_type_reads_its_own_text_and_keeps_the_bounds_of_its_arrays():
         values.DecodeText(values.EncodeText(value, 0), 0, other)
         equal((kind, value.Compare(other)), (kind, 0))
         values.DecodeText(values.EncodeText(value, 1), 0, other)  # what people see can be typed
+        text = values.EncodeText(value, 0)
+        kz.eval('user.value kept {%s} type:%s choices:%s' % (text, kind, '{a;b}' if kind == 'choice' else '{}'))
+        found, index = commands.QueryArgString(commands.Spawn(0, 'user.value'), 0, 'kept ?', 0)
+        equal((kind, found.GetString(0), kz.eval('user.value kept type:?')), (kind, text, kind))
+        kz.eval('user.value kept delete:true')
         array.AddEmptyValue()
         equal((kind, array.Type(), array.Count()), (kind, value.Type(), 1))
         fails('OUTOFBOUNDS', (array.GetString, 1), (array.GetFloat, 1), (array.GetInt, 1), (array.Remove, 1))
@@ -79,6 +84,10 @@ def check_message_texts_are_filled_with_their_arguments():
             getattr(message, step[0])(*step[1:])
         equal(messages.MessageText(message), text)
     fails('OUTOFBOUNDS', (message.SetArgumentInt, 0, 1), (message.SetArgumentInt, 10, 1))
+    text = values.CreateValue('string')
+    text.SetString('x' * 1500)
+    message.SetArgumentObject(2, text)
+    equal(messages.MessageText(message), 'other:key "%s"' % ('x' * 1500))
     for key in ('exception', 'script_err', 'exit_code', 'exit_code_msg', 'exit_msg'):
         equal((key, code_of(messages.TableHas, 'pythonintr', key)), (key, None))
     fails('NOTFOUND', (messages.TableHas, 'pythonintr', 'nothing'))

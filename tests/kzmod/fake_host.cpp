@@ -3,6 +3,7 @@
 
 #include "host/core/message.h"
 #include "host/core/values.h"
+#include "host/state/call_watch.h"
 #include "host/state/text.h"
 #include "tests/support/host_test.h"
 

@@ -1,6 +1,7 @@
 // kz.Service and kz.Monitor.
 #include "python_fixture.h"
 
+#include "host/core/log_store.h"
 #include "module/runtime.h"
 #include "tests/support/python_text.h"
 

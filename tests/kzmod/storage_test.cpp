@@ -74,8 +74,8 @@ TEST_F(Storage, ObjectsOfKzAreNeitherCopiedNorGivenKeywords) {
          {each + "r = [o for o in objects for w in ways if ' cannot be copied or pickled; ' not in text(w, o)]", "[]"},
          {each + "r = [t for t in types if 'takes no keyword arguments' not in text(t, size=1)]", "[]"},
          {each + "r = text(copy.copy, objects[4])",
-          "'kz.object.Item objects cannot be copied or pickled; another wrapper of the same object is made by calling "
-          "the type with it'"}});
+          "'kz.object.Item objects cannot be copied or pickled; call the type with it to get another wrapper of the "
+          "same object'"}});
 }
 
 TEST_F(Storage, LargeMemoryIsTouchedWhenItIsUsed) {

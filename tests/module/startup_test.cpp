@@ -1,6 +1,8 @@
 // Start-up: what it gives to Python, what it survives, and what is said when it fails.
 #include "host/core/service_registry.h"
+#include "host/state/call_watch.h"
 #include "host/state/import_paths.h"
+#include "host/state/path_aliases.h"
 
 #include "tests/support/child.h"
 #include "tests/support/host_test.h"

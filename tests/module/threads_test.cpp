@@ -1,4 +1,5 @@
 // Entering Python from many threads.
+#include "host/core/log_store.h"
 #include "tests/support/host_test.h"
 #include "tests/support/threads.h"
 
@@ -39,6 +40,7 @@ TEST_F(threads, share_python_with_threads_of_its_own) {
         EXPECT_EQ(host.run("import __main__\nfor i in xrange(2000): __main__.hits.append(i)").code, KZe_OK);
     });
     session.run("for t in threads: t.join()\n\n");
+    EXPECT_EQ(session.run("type(threading.currentThread()).__name__\n"), "= _MainThread\n");
     EXPECT_EQ(session.run("len(hits)\n"), "= 16000\n");
 }
 

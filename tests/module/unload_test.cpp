@@ -1,4 +1,6 @@
 // Unload: whatever Python code has left behind, the process goes on.
+#include "host/core/scripts.h"
+#include "host/state/path_aliases.h"
 #include "tests/support/child.h"
 #include "tests/support/host_test.h"
 

@@ -157,7 +157,6 @@ class Visitor(kzifc.Visitor):
         self.visit(self)
 
 
-
 def check_visitors_may_change_what_they_visit():
     mesh, ids = box()
     point = mesh.Points()

@@ -1,4 +1,5 @@
 // The console: when a statement is complete, what it answers, and what it keeps.
+#include "host/state/call_watch.h"
 #include "tests/support/host_test.h"
 
 #include "kz/module.h"

@@ -38,7 +38,7 @@ TEST_F(output, comes_line_by_line) {
            {"print 'a',", {"a"}},
            {"import sys\nsys.stdout.write('a\\nb')\nsys.stdout.write('c\\n\\nd')", {"a", "bc", "", "d"}},
            {"import sys\nsys.stdout.writelines(['a', 'b\\n', u'c'])", {"ab", "c"}},
-           {"import sys\nsys.stdout.write('a')\nsys.stdout.flush()\nsys.stdout.write('b')", {"a", "b"}},
+           {"import sys\nsys.stdout.write('a')\nsys.stdout.flush()\nsys.stdout.write('b')", {"ab"}},
            {"import sys\nsys.stdout.write('out')\nsys.stderr.write('err\\n')\nprint 'more'",
             {"out", "[00000002] err", "more"}},
            {"import kz\nprint 'held',\nkz.out('between')\nprint 'after'", {"held", "between", "after"}},

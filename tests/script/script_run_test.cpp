@@ -1,6 +1,8 @@
 // Script runs: what a script is given, how it ended, and that it leaves nothing behind.
 #include "host/core/message.h"
 
+#include "host/core/scripts.h"
+#include "host/state/call_watch.h"
 #include "tests/support/host_test.h"
 
 #include "kz/module.h"
@@ -117,7 +119,7 @@ TEST_F(script_run, starts_afresh_and_leaves_nothing_behind) {
         {"import sys\nsys.stdout = sys.__stdout__\nsys.stderr = sys.__stderr__", 0},
         {"import __main__\n__main__.__dict__.clear()", 0},
         {"print 1", 0},
-        {"import sys\nsys.modules.clear()", KZe_FAILED},
+        {"import sys\nsys.modules.clear()", 0},
         {"1/0", KZe_FAILED}};
     for (const auto& [script, code] : runs) EXPECT_EQ(host.run(script).code, code) << script;
     EXPECT_EQ(host.run("").code, 0U);

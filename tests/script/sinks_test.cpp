@@ -1,4 +1,5 @@
 // Sinks that fail, write and push others while they are told something.
+#include "host/core/log_store.h"
 #include "module/output.h"
 #include "module/py_lock.h"
 #include "tests/support/host_test.h"

@@ -40,11 +40,11 @@ std::vector<Constants> groups(const std::vector<std::string_view>& families) {
     return all;
 }
 
-int64_t integer(const Constant& constant) { return std::get<IntegerValue>(constant.value).value; }
+int64_t integerOf(const Constant& constant) { return std::get<IntegerValue>(constant.value).value; }
 
 std::string textOf(const Constant& constant) {
     const auto* text = std::get_if<TextValue>(&constant.value);
-    return text != nullptr ? text->text : std::to_string(integer(constant));
+    return text != nullptr ? text->text : std::to_string(integerOf(constant));
 }
 
 std::string place(const Constant& constant) { return toString(constant.at) + " " + constant.name; }
@@ -55,8 +55,8 @@ TEST(Consistency, FlagsThatStandTogetherAreDistinctBits) {
     for (const Constants& group : groups({"f", "f_"})) {
         int64_t used = 0;
         for (const Constant* flag : group) {
-            EXPECT_EQ(used & integer(*flag), 0) << place(*flag);
-            used |= integer(*flag);
+            EXPECT_EQ(used & integerOf(*flag), 0) << place(*flag);
+            used |= integerOf(*flag);
         }
     }
 }
@@ -75,13 +75,13 @@ TEST(Consistency, ValuesThatStandTogetherDiffer) {
 TEST(Consistency, AMaskCoversWhatIsThere) {
     std::map<std::string, int64_t> bits;
     for (const Constants& group : groups({"f", "f_", "i"}))
-        for (const Constant* each : group) bits[stem(each->name)] |= integer(*each);
+        for (const Constant* each : group) bits[stem(each->name)] |= integerOf(*each);
     for (const Constants& group : groups({"m", "m_"}))
         for (const Constant* mask : group) {
             const std::string name = stem(mask->name).substr(1);
-            const bool coversFlags = (integer(*mask) & ~bits["f" + name]) == 0;
-            EXPECT_NE(integer(*mask), 0) << place(*mask);
-            EXPECT_TRUE(coversFlags || (integer(*mask) & bits["i" + name]) != 0) << place(*mask);
+            const bool coversFlags = (integerOf(*mask) & ~bits["f" + name]) == 0;
+            EXPECT_NE(integerOf(*mask), 0) << place(*mask);
+            EXPECT_TRUE(coversFlags || (integerOf(*mask) & bits["i" + name]) != 0) << place(*mask);
         }
 }
 
@@ -114,8 +114,9 @@ TEST(Consistency, AnInterfaceHasOneConvention) {
         std::set<Kind> kinds;
         for (const Method& method : each->methods) {
             const auto outputs = method.outputs();
-            const bool isInteger = outputs.empty() ? kzgen::isInteger(method.returns.kind)
-                                                   : outputs.size() == 1 && kzgen::isInteger(outputs[0]->type.kind);
+            const bool isInteger = outputs.empty()
+                                       ? info(method.returns.kind).has(kzgen::integer)
+                                       : outputs.size() == 1 && info(outputs[0]->type.kind).has(kzgen::integer);
             if (method.name.ends_with("Count") && isInteger && method.inert == Inert::No)
                 counts.emplace(!method.inputs().empty(), method.returns.kind);
             if (method.inputs().empty() && method.returns.kind == Kind::String && outputs.empty())

@@ -21,8 +21,8 @@ std::string valueOf(const std::string& name) {
         for (const Code& code : header.codes)
             if (code.name == name || code.symbol() == name) return fmt::format("0x{:08X}", code.value);
         for (const Interface& each : header.interfaces) {
-            if ("u_" + each.symbol == name) return pythonLiteral(each.guid.text);
-            if (each.server && "a_" + each.symbol == name) return pythonLiteral(*each.server);
+            if ("u_" + each.symbol == name) return pythonLiteral(each.guid);
+            if (each.server && "a_" + each.symbol == name) return pythonLiteral(TextValue{*each.server});
         }
     }
     return "nothing";
@@ -60,7 +60,11 @@ constexpr std::string_view values =
 // Name and Python format of every method, in order.
 std::vector<std::string> formats(const Interface& each) {
     std::vector<std::string> all;
-    for (const Method& method : each.methods) all.push_back(method.name + buildFormat(method));
+    for (const Method& method : each.methods) {
+        std::string letters;
+        for (const Parameter* input : method.inputs()) letters += info(input->type.kind).letter;
+        all.push_back(method.name + "(" + letters + ")");
+    }
     return all;
 }
 

@@ -156,13 +156,16 @@ private:
             {'d', {"1.5", {.real = 1.5}}},
             {'z', {"'text'", {.pointer = const_cast<char*>("text")}}},
             {'O', {"object 1", {.pointer = m_object}}},
-            {'V', {"(1.5, 2.5, -3.5)", {.pointer = m_doubles}}},
-            {'v', {"(1.5, 2.5, -3.5)", {.pointer = m_floats}}},
+            {'V', {"(1.5, 2.5, -3.5, 4.5)", {.pointer = m_doubles}}},
+            {'v', {"(1.5, 2.5, -3.5, 4.5)", {.pointer = m_floats}}},
             {'A', {"storage ?", {.pointer = &m_buffers[m_arrays * 8]}}}};
         const auto number = static_cast<std::int64_t>(m_inputs.size()) + 2;
         const auto found = known.find(*letter);
         m_seen += " " + (found != known.end() ? found->second.first : std::to_string(number));
         m_inputs.push_back(found != known.end() ? found->second.second : LoopbackWord{.integer = number});
+        if (*letter == 'V' || *letter == 'v')  // as many numbers as the digit says
+            for (int more = 4 - (*++letter - '0'); more > 0; --more)
+                m_seen.replace(m_seen.rfind(','), m_seen.npos, ")");
         if (*letter != 'A') return;
         ++letter;
         ++m_arrays;
@@ -219,8 +222,8 @@ private:
     LoopbackWord m_answer;
     std::uint64_t m_memory[12 * 4];
     std::uint64_t m_buffers[4 * 8];
-    double m_doubles[3] = {1.5, 2.5, -3.5};
-    float m_floats[3] = {1.5F, 2.5F, -3.5F};
+    double m_doubles[4] = {1.5, 2.5, -3.5, 4.5};
+    float m_floats[4] = {1.5F, 2.5F, -3.5F, 4.5F};
 };
 
 // However a method fails, a result operation answers with the code, and the others with zero.

@@ -338,7 +338,7 @@ def check_the_meta_object_goes_to_the_constructor():
 
 def check_a_raising_constructor_fails_the_spawn():
     name = bless(derived(Command, __init__=lambda self: throw(error)))
-    for error in (NotImplementedError('later'), LookupError('x'), SystemExit(3), KeyboardInterrupt(), MemoryError()):
+    for error in (NotImplementedError('later'), LookupError('x'), SystemExit(3), MemoryError()):
         told()
         told('python')
         fails('FAILED', (spawn, name))

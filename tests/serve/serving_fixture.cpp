@@ -1,6 +1,7 @@
 // The module on the reference host, and its Python names.
 #include "serving_fixture.h"
 
+#include "host/core/log_store.h"
 #include "serve/adapters.h"
 #include "tests/support/python_text.h"
 #include "wrap/wrapper.h"

@@ -66,6 +66,13 @@ protected:
     Ended run(const std::vector<std::string>& words, const std::string& input = {}) const {
         return finish(start(words, input));
     }
+    // The program in a command line of the shell.
+    Ended shell(const std::string& words) const {
+        const std::string command = "(" + (program + (" " + words)) + ") 2>" + path("err") + " >" + path("out");
+        setenv("COMMAND", command.c_str(), 1);
+        const int status = std::system("bash -c \"$COMMAND\"");
+        return {WEXITSTATUS(status), contents("out"), contents("err")};
+    }
     Ended runText(const std::string& text) const { return run({"run", write("script.py", text)}); }
 
     // How a run is to have ended: its status, all of its output, and parts of what it said besides.

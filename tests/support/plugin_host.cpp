@@ -1,6 +1,10 @@
 // The reference host with the plug-in in it.
 #include "tests/support/plugin_host.h"
 
+#include "host/core/log_store.h"
+#include "host/core/module_table.h"
+#include "host/core/scripts.h"
+#include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
 #include "kz/result.h"
@@ -76,6 +80,8 @@ std::string CPluginHost::log(const std::string& subsystem) const {
     }
     return text;
 }
+
+void CPluginHost::clearLog() { host.log().clear(); }
 
 std::string CPluginHost::alive() {
     return std::regex_replace(kzLiveInstanceNames(), std::regex("log [a-z]* x[0-9]* |[A-Za-z]* service x[0-9]* "), "");

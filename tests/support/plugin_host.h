@@ -1,13 +1,8 @@
 // The reference host with the plug-in in it, and short ways to run scripts and console lines and to read the log.
 #pragma once
 
-#include "host/core/log_store.h"
-#include "host/core/module_table.h"
 #include "host/core/object.h"
-#include "host/core/scripts.h"
 #include "host/kz_host.h"
-#include "host/state/call_watch.h"
-#include "host/state/path_aliases.h"
 #include "tests/support/folder.h"
 
 #include "kz/script.h"
@@ -77,7 +72,7 @@ public:
     // The log of a subsystem, one line each: two blanks for each level of depth, the entry's code unless it is 1, and
     // its text.
     std::string log(const std::string& subsystem) const;
-    void clearLog() { host.log().clear(); }
+    void clearLog();
 
     // Objects that are alive, by name, without those of the log and the services, which the host keeps.
     static std::string alive();

@@ -98,9 +98,6 @@ CRecord& CRecord::note(PyObject* owned) {
 }
 
 CRecord& CRecord::in(const char* text) { return note(Py_BuildValue("z", text)); }
-CRecord& CRecord::in(const KzGuid* guid) {
-    return note(PyString_FromStringAndSize(reinterpret_cast<const char*>(guid), sizeof *guid));
-}
 CRecord& CRecord::in(IKzUnknown* object) { return address(object); }
 CRecord& CRecord::address(const void* value) {
     return note(PyLong_FromUnsignedLong(reinterpret_cast<std::uintptr_t>(value)));

@@ -9,6 +9,7 @@
 #include "kz/base/polymorph.h"
 
 #include <concepts>
+#include <cstring>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -33,15 +34,11 @@ public:
     template <std::integral Value> CRecord& in(Value value) { return note(PyLong_FromLongLong(value)); }
     template <std::floating_point Value> CRecord& in(Value value) { return note(PyFloat_FromDouble(value)); }
     CRecord& in(const char* text);
-    CRecord& in(const KzGuid* guid);
     CRecord& in(IKzUnknown* object);
     CRecord& in(const KzTextValueHint* hints);
     CRecord& in(const KzBlockList* blocks);
     CRecord& address(const void* value);
-    template <class Numbers> CRecord& in(const Numbers* numbers) {
-        using Number = NumberOf<Numbers>;
-        return inNumbers(reinterpret_cast<const Number*>(numbers), sizeof *numbers / sizeof(Number));
-    }
+    template <class Struct> CRecord& in(const Struct* value) { return note(noted(*value)); }
 
     CRecord& out(bool* place) { return *place = PyObject_IsTrue(next()) == 1, *this; }
     template <std::integral Value> CRecord& out(Value* place) {
@@ -55,10 +52,7 @@ public:
     CRecord& out(const KzTextValueHint** place);
     CRecord& text(char* buffer, std::uint32_t length);
     CRecord& outAddress(void* place);
-    template <class Numbers> CRecord& out(Numbers* numbers) {
-        using Number = NumberOf<Numbers>;
-        return outNumbers(reinterpret_cast<Number*>(numbers), sizeof *numbers / sizeof(Number));
-    }
+    template <class Struct> CRecord& out(Struct* place) { return lay(*place, next()), *this; }
 
     KzResult code();
     void nothing();
@@ -78,25 +72,36 @@ public:
     }
 
 private:
-    template <class T>
-    static constexpr bool isSingle =
-        std::is_same_v<T, KzFVector2> || std::is_same_v<T, KzFVector3> || std::is_same_v<T, KzFVector4> ||
-        std::is_same_v<T, KzFMatrix3> || std::is_same_v<T, KzFMatrix4>;
-    template <class T> using NumberOf = std::conditional_t<isSingle<T>, float, double>;
-
     CRecord& note(PyObject* owned);
-    template <class Number> CRecord& inNumbers(const Number* numbers, std::size_t count) {
-        PyObject* list = PyList_New(0);
-        for (std::size_t index = 0; index < count; ++index)
-            PyList_Append(list, CPyRef(PyFloat_FromDouble(numbers[index]), CPyRef::owned));
-        return note(list);
+
+    // Structs of numbers are noted and laid out as lists of them, any other struct as its bytes.
+    template <class Number> static auto numbersOf(Number& value) {
+        if constexpr (requires { value.v[0]; }) return std::span(value.v);
+        else if constexpr (requires { value.m[0][0]; })
+            return std::span(&value.m[0][0], sizeof value / sizeof value.m[0][0]);
+        else if constexpr (requires { value.min.v[0]; }) return std::span(&value.min.v[0], 6);
     }
-    template <class Number> CRecord& outNumbers(Number* numbers, std::size_t count) {
-        PyObject* values = next();
-        for (std::size_t index = 0; index < count; ++index)
-            numbers[index] =
-                static_cast<Number>(PyFloat_AsDouble(PyList_GetItem(values, static_cast<Py_ssize_t>(index))));
-        return *this;
+    template <class Struct> static PyObject* noted(const Struct& value) {
+        static_assert(std::is_trivially_copyable_v<Struct>);
+        if constexpr (std::is_void_v<decltype(numbersOf(value))>) {
+            return PyString_FromStringAndSize(reinterpret_cast<const char*>(&value), sizeof value);
+        } else {
+            PyObject* list = PyList_New(0);
+            for (const auto number : numbersOf(value))
+                PyList_Append(list, CPyRef(PyFloat_FromDouble(number), CPyRef::owned));
+            return list;
+        }
+    }
+    template <class Struct> static void lay(Struct& place, PyObject* answer) {
+        static_assert(std::is_trivially_copyable_v<Struct>);
+        if constexpr (std::is_void_v<decltype(numbersOf(place))>) {
+            if (PyString_Size(answer) == sizeof place) std::memcpy(&place, PyString_AsString(answer), sizeof place);
+            else PyErr_SetString(PyExc_ValueError, "the answer has not the size of the struct");
+        } else {
+            for (Py_ssize_t index = 0; auto& number : numbersOf(place))
+                number = static_cast<std::remove_reference_t<decltype(number)>>(
+                    PyFloat_AsDouble(PyList_GetItem(answer, index++)));
+        }
     }
     PyObject* next();
 

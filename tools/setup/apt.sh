@@ -45,15 +45,25 @@ has_candidate() {
     [[ $policy == *"Candidate: "* && $policy != *"Candidate: (none)"* ]]
 }
 
+all_have_candidates() {
+    local package
+    for package in "$@"; do has_candidate "$package" || return 1; done
+}
+
+apt_install() {
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get "${KZ_APT_OPTIONS[@]}" install -y --no-install-recommends "$@"
+}
+
 # Installs what is missing of the given packages, all or none.
 install_packages() {
     local missing
     mapfile -t missing < <(missing_packages "$@")
     [ ${#missing[@]} -eq 0 ] && return
-    apt_update
     say "installing ${missing[*]}"
-    quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get "${KZ_APT_OPTIONS[@]}" install -y \
-        --no-install-recommends "${missing[@]}"
+    # The lists are read again only where those of an earlier time do not serve.
+    all_have_candidates "${missing[@]}" && apt_install "${missing[@]}" >/dev/null 2>&1 && return
+    apt_update
+    quietly apt_install "${missing[@]}"
 }
 
 # Installs packages that the build can do without: COST says what is lost if they cannot be had.

@@ -1,0 +1,17 @@
+// What the program's exit status means.
+#pragma once
+
+namespace kzhost {
+
+enum ExitStatus : int {
+    exitOk = 0,
+    exitFailed = 1,
+    exitUsage = 2,
+    exitNoModule = 3,
+    exitNoInterpreter = 4,
+    exitMostOfScript = 125,
+    exitInterrupted = 130,
+    exitReaderGone = 141,  // as of a program that SIGPIPE ends
+};
+
+}  // namespace kzhost

@@ -1,0 +1,11 @@
+// What an operation's code says where the operation is optional.
+#pragma once
+
+#include "kz/result.h"
+
+namespace kzhost {
+
+// True for a failure. An operation that a module does not implement has nothing against what is asked.
+inline bool kzRefuses(KzResult code) noexcept { return kzFailed(code) && code != KZe_NOTIMPL; }
+
+}  // namespace kzhost
