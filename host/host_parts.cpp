@@ -21,6 +21,7 @@
 #include "host/core/value_type_registry.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
 #include "host/services/file_service.h"
@@ -45,6 +46,7 @@
 #include "host/state/property_table.h"
 #include "host/state/user_values.h"
 
+#include "kz/color_mapping.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
 #include "kz/file.h"
@@ -81,6 +83,7 @@ void addServices(const HostParts& host) {
     const auto add = [&](const char* name, const KzGuid& iid, auto make, const auto&... parts) {
         services.add(name, iid, [=, context = host.context] { return make(context, parts...); });
     };
+    add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
     add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
     add("file", KZu_FILESERVICE, kzMakeFileService, host.files);
@@ -115,7 +118,7 @@ HostParts::HostParts()
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()), scenes(std::make_shared<OpenScenes>()),
-      images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors)),
+      images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);

@@ -6,6 +6,8 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 readonly pyflakes=$root/build/pyflakes
+# All other Python code is Python 2.7.
+readonly python3_files=('tools/*.py' 'examples/farm/r*.py' 'tests/objects/pictures/*.py')
 
 fix=0 all=0 failed=0
 for argument in "$@"; do
@@ -76,8 +78,8 @@ check_description() {
 # no fault: tests keep objects alive with them.
 check_python() {
     local sources tools found
-    mapfile -t sources < <(git ls-files '*.py' ':!tools/*' ':!fuzz/seeds/*')
-    mapfile -t tools < <(git ls-files 'tools/*.py')
+    mapfile -t sources < <(git ls-files '*.py' "${python3_files[@]/#/:!}" ':!fuzz/seeds/*')
+    mapfile -t tools < <(git ls-files "${python3_files[@]}")
     [ -d "$pyflakes/pyflakes" ] || { fail "pyflakes is not installed, so the Python code was not checked"; return 0; }
     found=$({ PYTHONPATH=$pyflakes "${KZ_PYTHON2:-python2.7}" -m pyflakes "${sources[@]}"
         PYTHONPATH=$pyflakes python3 -m pyflakes "${tools[@]}"; } 2>&1 | grep -v 'is assigned to but never used') || true

@@ -5,6 +5,8 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/apt.sh"
+. "$root/tools/setup/farm.sh"
+. "$root/tools/setup/pictures.sh"
 . "$root/tools/setup/previous_release.sh"
 . "$root/tools/setup/pyside2.sh"
 . "$root/tools/setup/pyflakes.sh"
@@ -15,7 +17,7 @@ readonly pyflakes=$root/build/pyflakes
 
 readonly groups='build test symbols lint fuzz coverage'
 readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
-    libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libpng-dev zlib1g-dev)
+    libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev)
 readonly python_packages=(python2.7 libpython2.7-dev)
 
 # The groups that a verb of ./dev with its arguments needs: what a script runs with comes without what checks the tree.
@@ -64,6 +66,8 @@ set_up_test() {
     [ -n "${KZ_PYTHON2:-}" ] ||
         install_optional "checks that use Python's own test-suite are skipped" libpython2.7-testsuite
     install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
+    install_pictures
+    install_farm
     pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
         say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
 }

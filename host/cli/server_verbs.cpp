@@ -69,7 +69,7 @@ int failed(const std::string& what, KzResult code) {
     return exitFailed;
 }
 
-int convert(CProgram& program, const std::string& from, const std::string& to) {
+int convert(CProgram& program, const std::string& from, const std::string& to, const std::string& space) {
     if (const int status = startAll(program); status != exitOk) return status;
     CKzHost& host = program.host();
     CHostRef<CImage> image;
@@ -77,6 +77,11 @@ int convert(CProgram& program, const std::string& from, const std::string& to) {
         image = host.images().load(from, nullptr);
     } catch (KzResult code) {
         return failed(code == KZe_NOTSUPPORTED ? from + ": no loader takes this file" : from, code);
+    }
+    try {
+        if (!space.empty()) image = host.images().inSpace(image.raw(), nullptr, space);
+    } catch (KzResult code) {
+        return failed(from + " in the colour space \"" + space + "\"", code);
     }
     try {
         if (const KzResult code = host.images().save(image.raw(), to, {}, nullptr); kzFailed(code)) throw code;
@@ -118,6 +123,8 @@ CServerVerbs::CServerVerbs(CLI::App& app)
     m_check->add_option("FILE", m_files, "The files")->required();
     m_convert->add_option("FROM", m_from, "The image to read")->required();
     m_convert->add_option("TO", m_to, "The file to write; its extension names the format")->required();
+    m_convert->add_option("--colorspace", m_space, "Convert the colours to this colour space, as linear or sRGB")
+        ->type_name("NAME");
     m_tree->add_option("NAME", m_name, "The tree's server name")->required();
 }
 
@@ -125,7 +132,7 @@ bool CServerVerbs::parsed() const { return m_check->parsed() || m_convert->parse
 
 int CServerVerbs::run(CProgram& program) const {
     if (m_check->parsed()) return check(program, m_files);
-    return m_convert->parsed() ? convert(program, m_from, m_to) : printTree(program, m_name);
+    return m_convert->parsed() ? convert(program, m_from, m_to, m_space) : printTree(program, m_name);
 }
 
 }  // namespace kzhost

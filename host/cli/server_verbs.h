@@ -23,6 +23,7 @@ private:
     std::vector<std::string> m_files;
     std::string m_from;
     std::string m_to;
+    std::string m_space;
     std::string m_name;
 };
 

@@ -30,6 +30,7 @@ void CImage::resize(std::int32_t width, std::int32_t height, std::uint32_t forma
     m_width = width;
     m_height = height;
     m_format = pixelFormat;
+    m_facts = nullptr;
 }
 
 std::byte* CImage::at(std::int32_t x, std::int32_t y) {
@@ -135,6 +136,7 @@ CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format) {
     CLineReader reader(*asImage.ptr(), *copy);
     for (std::int32_t y = 0; y < height; ++y)
         if (const KzResult code = reader.read(y); kzFailed(code)) throw code;
+    if (const auto own = CHostRef<CImage>::of(source)) copy->setFacts(own->facts());
     return copy;
 }
 

@@ -5,10 +5,14 @@
 #include "host/objects/pixels.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kzhost {
+
+class PictureFacts;
 
 class CImage final : public CHosted<"image", CImage, CKzIfc_Image, CKzIfc_ImageWrite> {
 public:
@@ -31,6 +35,9 @@ public:
     const PixelFormat& format() const { return m_format; }
     // What a line takes in any format; throws NOTSUPPORTED for an unknown one.
     std::uint32_t lineBytes(std::uint32_t format) const;
+    // What the file that it comes from says beside the pixels; null without one. A new size forgets it.
+    const std::shared_ptr<const PictureFacts>& facts() const { return m_facts; }
+    void setFacts(std::shared_ptr<const PictureFacts> facts) { m_facts = std::move(facts); }
     // Where a pixel begins; throws OUTOFBOUNDS.
     std::byte* at(std::int32_t x, std::int32_t y);
 
@@ -41,10 +48,12 @@ private:
     std::int32_t m_height = 0;
     PixelFormat m_format;
     double m_aspect = 1;
+    std::shared_ptr<const PictureFacts> m_facts;
     std::vector<std::byte> m_bytes;
 };
 
-// A copy, in that format, of anybody's image: what it answers is checked, not believed. 0 keeps its own format.
+// A copy, in that format, of anybody's image: what it answers is checked, not believed. 0 keeps its own format. What a file
+// said of the host's own images is copied, too.
 CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format);
 
 }  // namespace kzhost

@@ -1,4 +1,4 @@
-// Reading and writing image files: the host's own format, and the loaders and savers that modules offer.
+// Reading and writing image files: the host's own formats, and the loaders and savers that modules offer.
 #include "host/objects/image_files.h"
 
 #include "host/core/listener_table.h"
@@ -7,10 +7,12 @@
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
+#include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/monitor.h"
-#include "host/objects/png_file.h"
+#include "host/objects/picture_library.h"
 #include "host/objects/safe_save.h"
+#include "host/pictures/picture_files.h"
 #include "host/state/text.h"
 
 #include "kz/dialog.h"
@@ -21,6 +23,7 @@
 #include <fnmatch.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace kzhost {
@@ -96,12 +99,6 @@ bool isFor(const KzServer& server, const std::string& path) {
     return !type.empty() && !extension.empty() && strcasecmp(type.c_str(), extension.c_str() + 1) == 0;
 }
 
-// Decides by the saver's name or, without one, by the file's extension.
-bool isPng(const std::string& saver, const std::string& path) {
-    const std::string extension = std::filesystem::path(path).extension().string();
-    return saver.empty() ? strcasecmp(extension.c_str(), ".png") == 0 : strcasecmp(saver.c_str(), "png") == 0;
-}
-
 }  // namespace
 
 // Provides a monitor if the caller passes none, as servers in Python never get a null object.
@@ -166,11 +163,98 @@ KzResult CImageFiles::saveServed(IKzUnknown* image, const std::string& path, con
     return KZe_NOTSUPPORTED;
 }
 
+void CImageFiles::withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const {
+    try {
+        work(kzPictures(*m_files));
+    } catch (const std::exception& error) {
+        m_log->write(KZsLOG_IMAGES, KZe_FAILED, path + ": " + error.what());
+        throw KZe_FAILED;
+    }
+}
+
+std::function<void(const std::string& text)> CImageFiles::notes(const std::string& path) const {
+    return [this, path](const std::string& text) { m_log->write(KZsLOG_IMAGES, KZe_WARNING, path + ": " + text); };
+}
+
+CHostRef<CImage> CImageFiles::loadOwn(const PictureFormat& format, const std::string& path) const {
+    CHostRef<CImage> image;
+    withLibrary(path, [&](IPictureFiles& library) {
+        const auto makeRoom = [&](const PictureShape& shape) {
+            image = CHostRef<CImage>::make(shape.width, shape.height, shape.components << 8U | shape.kind);
+            return image->at(0, 0);
+        };
+        const PictureFactsPtr facts = library.load(format.library, path, makeRoom, notes(path));
+        image->setFacts(facts);
+    });
+    return image;
+}
+
+// Somebody else's image is copied in the format that it says it has, if that is one.
+KzResult CImageFiles::saveOwn(const PictureFormat& format, IKzUnknown* image, const std::string& path,
+                              const std::string& file) const {
+    auto own = CHostRef<CImage>::of(image);
+    if (!own) own = kzCopyImage(image, PixelFormat::of(CKzUser_Image(image).Format()) ? 0 : KZiIMG_FORMAT_RGBA32);
+    const PixelFormat pixels = kzPixelsFor(format, own->format());
+    if (own->format().components == 4 && pixels.components < 4)
+        notes(path)(std::string("alpha is lost, since ") + format.name + " files have none");
+    if (own->format().code != pixels.code) own = kzCopyImage(own.raw(), pixels.code);
+    withLibrary(path, [&](IPictureFiles& library) {
+        const PictureShape shape{own->width(), own->height(), pixels.components, pixels.kind()};
+        library.save(format.library, file, shape, own->at(0, 0), own->facts().get(), notes(path));
+    });
+    return KZe_OK;
+}
+
+std::string CImageFiles::fact(const std::string& path, const std::string& key) const {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
+    const PictureFormat* const format = kzPictureFormatOf(path);
+    if (format == nullptr) throw KZe_NOTSUPPORTED;
+    std::string value;
+    bool isSaid = false;
+    withLibrary(path, [&](IPictureFiles& library) {
+        const auto noPixels = [](const PictureShape&) -> std::byte* { return nullptr; };
+        isSaid = library.fact(*library.load(format->library, path, noPixels, notes(path)), key, value);
+    });
+    if (!isSaid) throw KZe_NOTFOUND;
+    return value;
+}
+
+std::vector<std::string> CImageFiles::spaces() const { return kzPictures(*m_files).spaces(); }
+
+CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, const std::string& target) const {
+    const auto own = CHostRef<CImage>::of(image);
+    const auto facts = own ? own->facts() : nullptr;
+    std::string from = kzString(source);
+    IPictureFiles& library = kzPictures(*m_files);
+    if (source == nullptr && (!facts || !library.fact(*facts, KZsIMGKEY_COLORSPACE, from)))
+        throw kzBecause(KZe_INVALIDARG, "ColorMapping.MapImage",
+                        [] { return "the image does not say its colour space; name the one that it is in"; });
+    for (const std::string& space : {from, target})
+        if (const auto known = library.spaces(); std::none_of(known.begin(), known.end(), [&](const std::string& each) {
+                return strcasecmp(each.c_str(), space.c_str()) == 0;
+            }))
+            throw kzBecause(KZe_NOTFOUND, "ColorMapping.MapImage",
+                            [&] { return kzThereIsNo("colour space", space, known); });
+    const std::uint32_t components =
+        PixelFormat::of(CKzUser_Image(image).Format()).value_or(PixelFormat{0, 4}).components;
+    const bool isSame = strcasecmp(from.c_str(), target.c_str()) == 0;  // only says which space it is
+    auto mapped = kzCopyImage(image, isSame && own ? 0 : components << 8U | 4U);
+    if (!isSame)
+        withLibrary("colour space \"" + target + "\"", [&](IPictureFiles&) {
+            library.map(mapped->width(), mapped->height(), components, reinterpret_cast<float*>(mapped->at(0, 0)), from,
+                        target);
+        });
+    mapped->setFacts(library.inSpace(facts.get(), target));
+    return mapped;
+}
+
 CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor) const {
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
     const CProgress progress(*this, "Loading", monitor);
-    auto image = kzIsPng(path) ? kzLoadPng(path) : loadServed(path, progress.monitor());
+    const PictureFormat* const own = kzPictureFormatOf(path);
+    auto image = own != nullptr ? loadOwn(*own, path) : loadServed(path, progress.monitor());
     m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
     return image;
 }
@@ -180,10 +264,9 @@ KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std
     if (!CKzUser_Image(image)) return KZe_INVALIDARG;
     const CProgress progress(*this, "Saving", monitor);
     CSafeSave file(path);
-    KzResult code = KZe_OK;
-    if (!isPng(saver, path)) code = saveServed(image, path, saver, file.path(), progress.monitor());
-    else if (const auto own = CHostRef<CImage>::of(image)) code = kzSavePng(*own, file.path());
-    else code = kzSavePng(*kzCopyImage(image, KZiIMG_FORMAT_RGBA32), file.path());
+    const PictureFormat* const own = kzPictureFormatFor(saver, path);
+    KzResult code = own != nullptr ? saveOwn(*own, image, path, file.path())
+                                   : saveServed(image, path, saver, file.path(), progress.monitor());
     if (kzSucceeded(code) && kzFailed(code = file.commit()))
         m_log->write(KZsLOG_IMAGES, code, path + ": the saver wrote no file to replace it");
     if (kzSucceeded(code))

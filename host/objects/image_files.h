@@ -1,14 +1,17 @@
-// Reading and writing image files: the host's own format, and the loaders and savers that modules offer.
+// Reading and writing image files: the host's own formats, and the loaders and savers that modules offer.
 #pragma once
 
 #include "host/core/object.h"
 #include "host/objects/image.h"
+#include "host/objects/picture_library.h"
 
 #include "kz/loader.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -16,26 +19,40 @@ class CLogStore;
 class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;
+class CPathAliases;
+class IPictureFiles;
 struct ServiceContext;
 
 class CImageFiles {
 public:
     CImageFiles(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
                 std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CLogStore> log,
-                std::shared_ptr<CMonitorBoard> monitors)
+                std::shared_ptr<CMonitorBoard> monitors, std::shared_ptr<CPathAliases> files)
         : m_context(std::move(context)), m_modules(std::move(modules)), m_listeners(std::move(listeners)),
-          m_log(std::move(log)), m_monitors(std::move(monitors)) {}
+          m_log(std::move(log)), m_monitors(std::move(monitors)), m_files(std::move(files)) {}
 
-    // Reads an image file: PNG files natively, others with the first loader that recognises them. Throws NOTFOUND if there
-    // is no such file, NOTSUPPORTED if no loader recognises it, and the code of a loader that fails. The monitor may be
-    // null.
+    // Reads an image file: the host's own formats natively, others with the first loader that recognises them. Throws
+    // NOTFOUND if there is no such file, NOTSUPPORTED if no loader recognises it, and the code of a loader that fails. The
+    // monitor may be null.
     CHostRef<CImage> load(const std::string& path, IKzUnknown* monitor) const;
     // Writes a file with the named saver or, without a name, with the saver for the file's extension. NOTSUPPORTED if there
     // is none. The file is replaced only if saving succeeds.
     KzResult save(IKzUnknown* image, const std::string& path, const std::string& saver, IKzUnknown* monitor) const;
 
+    // What a file says beside its pixels: NOTFOUND when it says nothing of the kind.
+    std::string fact(const std::string& path, const std::string& key) const;
+    // The image in another colour space, in single floats; by a null source, from the one that its file says.
+    CHostRef<CImage> inSpace(IKzUnknown* image, const char* source, const std::string& target) const;
+    std::vector<std::string> spaces() const;
+
 private:
     class CProgress;
+    CHostRef<CImage> loadOwn(const PictureFormat& format, const std::string& path) const;
+    KzResult saveOwn(const PictureFormat& format, IKzUnknown* image, const std::string& path,
+                     const std::string& file) const;
+    // Runs work of the library, and tells why it failed.
+    void withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const;
+    std::function<void(const std::string& text)> notes(const std::string& path) const;
     CHostRef<CImage> loadServed(const std::string& path, IKzUnknown* monitor) const;
     KzResult verify(const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) const;
     KzResult saveServed(IKzUnknown* image, const std::string& path, const std::string& name, const std::string& file,
@@ -46,6 +63,7 @@ private:
     std::shared_ptr<CListenerTable> m_listeners;
     std::shared_ptr<CLogStore> m_log;
     std::shared_ptr<CMonitorBoard> m_monitors;
+    std::shared_ptr<CPathAliases> m_files;
 };
 
 }  // namespace kzhost

@@ -38,6 +38,10 @@ public:
         enter("Image.Save");
         return m_images->save(image, m_files->place(path), kzString(saver), monitor);
     }
+    KzResult imageservice_Metadata(const char* path, const char* key, char* value, std::uint32_t length) override {
+        enter("Image.Metadata");
+        return kzFillText(m_images->fact(m_files->place(path), kzString(key)), value, length);
+    }
     KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                std::int32_t height, IKzUnknown** image) override;
     KzResult imageservice_Flip(IKzUnknown* source, std::int32_t axis, IKzUnknown** image) override;
@@ -65,6 +69,7 @@ KzResult CImageService::imageservice_Crop(IKzUnknown* source, std::int32_t x, st
     for (std::int32_t line = 0; line < height; ++line)
         kzConvertPixels(whole->format(), whole->at(x, y + line), part->format(), part->at(0, line),
                         static_cast<std::size_t>(width));
+    part->setFacts(whole->facts());
     return part.give(image);
 }
 
@@ -79,6 +84,7 @@ KzResult CImageService::imageservice_Flip(IKzUnknown* source, std::int32_t axis,
             const std::int32_t toY = axis != KZiIMG_FLIP_HORIZONTAL ? whole->height() - 1 - y : y;
             kzConvertPixels(whole->format(), whole->at(x, y), mirror->format(), mirror->at(toX, toY), 1);
         }
+    mirror->setFacts(whole->facts());
     return mirror.give(image);
 }
 

@@ -1,6 +1,9 @@
 // The example scripts that work on objects: what they print, and the file that one of them writes.
 #include "tests/support/kzhost_run.h"
 
+#include <algorithm>
+#include <sstream>
+
 namespace {
 
 class ExamplesTest : public KzHostTest {
@@ -49,6 +52,81 @@ TEST_F(ExamplesTest, ScenesAreBuiltAndRead) {
            "items: ['Arm'] ['Tool', 'Tool (2)']\nTool is below Arm\nturned by 1.5708, visible: off\n"
            "speed stays 25.0\ntool in the world: (10.0, 2.0, 0.0)\nangle of its axis: 90 degrees\n"
            "valid after the removal: False\n");
+}
+
+std::size_t countOf(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) ++count;
+    return count;
+}
+
+class FarmTest : public KzHostTest {
+protected:
+    // What kzhost does when its job is the first for an asset: it fails, or a worker dies under it, before or after the
+    // result is there. One asset takes for ever. Parent is the worker of Dask, the shell of a job of GNU parallel.
+    static constexpr const char* faulty = "#!/bin/sh\necho \"$4\" >>FOLDER/jobs\nfirst() { mkdir \"$4.seen\"; }\n"
+                                          "case $4 in\n*again*) first \"$@\" && exit 75 ;;\n"
+                                          "*before*) first \"$@\" && kill -9 $PPID && exit ;;\n"
+                                          "*after*) first \"$@\" && PROGRAM \"$@\" && kill -9 $PPID && exit ;;\n"
+                                          "*hangs*) exec sleep 60 ;;\nesac\nexec PROGRAM \"$@\"\n";
+
+    FarmTest() {
+        std::filesystem::create_directory(path("assets"));
+        const std::string closed = R"({"points": [[0,0,0],[1,0,0],[0,1,0],[0,0,1]],)"
+                                   R"( "polygons": [[0,2,1],[0,1,3],[1,2,3],[2,0,3]]})";
+        for (const auto& [name, wanted] : jobs) write("assets/" + name + ".mesh", closed);
+        write("assets/open.mesh", R"({"points": [[0,0,0],[1,0,0],[0,1,0]], "polygons": [[0,2,1]]})");
+        std::string text = faulty;
+        for (std::size_t at = 0; (at = text.find("PROGRAM")) != std::string::npos;) text.replace(at, 7, program);
+        std::filesystem::permissions(write("faulty", text), std::filesystem::perms::owner_all);
+        setenv("HOME", path("home").c_str(), 1);
+    }
+    int farm(const std::string& command) const {
+        const int status = std::system((command + " >" + path("out") + " 2>" + path("err") + " </dev/null").c_str());
+        return WEXITSTATUS(status);
+    }
+    // One line for each asset, in spite of all; as many jobs as its accidents made necessary.
+    void expectAll() const {
+        EXPECT_NE(contents("out").find("6 files: 4 good, 1 with faults, 1 without a result\n"), std::string::npos)
+            << contents("out") << contents("err");
+        const std::string report = contents("results/report.jsonl"), started = contents("jobs");
+        EXPECT_EQ(countOf(report, "\n"), jobs.size() + 1) << report;
+        for (const auto& [name, wanted] : jobs) {
+            EXPECT_EQ(countOf(report, name + ".mesh\""), 1U) << name << report;
+            EXPECT_GE(countOf(started, name + ".mesh\n"), wanted) << name;
+        }
+        std::filesystem::directory_iterator files(path("results"));
+        EXPECT_EQ(
+            std::count_if(begin(files), end(files), [](const auto& f) { return f.path().extension() == ".result"; }),
+            5);
+    }
+
+    const std::vector<std::pair<std::string, std::size_t>> jobs = {
+        {"a good", 1}, {"again", 2}, {"before", 2}, {"after", 2}, {"hangs", 3}};
+    const std::string farms = KZ_SOURCE_DIR "/examples/farm/";
+};
+
+TEST_F(FarmTest, GnuParallelLosesNothingAndDoesNothingTwice) {
+    if (std::system("parallel --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "GNU parallel is not installed";
+    const std::string command = farms + "run_parallel.sh " + path("assets") + " " + path("results") + " --jobs 3";
+    EXPECT_EQ(farm("KZ_FARM_SECONDS=3 KZHOST=" + path("faulty") + " " + command), 1);
+    expectAll();
+    const std::string before = contents("results/report.jsonl");
+    EXPECT_EQ(farm(std::string("KZHOST=") + program + " " + command), 3) << contents("err");
+    const std::string after = contents("results/report.jsonl");
+    std::istringstream lines(before);  // what had a result keeps it
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_EQ(countOf(after, line), line.find("hangs") == std::string::npos ? 1U : 0U) << line;
+    EXPECT_EQ(countOf(after, "null"), 0U);
+}
+
+TEST_F(FarmTest, DaskLosesNothingAndDoesNothingTwice) {
+    const std::string python = KZ_SOURCE_DIR "/build/dask/bin/python";
+    if (!std::filesystem::exists(python)) GTEST_SKIP() << "Dask is not installed";
+    EXPECT_EQ(farm("cd " + path() + " && " + python + " " + farms +
+                   "run_dask.py assets results --workers 3 --seconds 3 " + "--kzhost " + path("faulty")),
+              1);
+    expectAll();
 }
 
 }  // namespace

@@ -67,6 +67,27 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
         {write("a.png", "TIMG 1 1\n1\n"), "no loader takes this file"}};
     for (const auto& [file, why] : failures) expect(run({"convert", file, path("c.timg")}), 1, "", {why});
     EXPECT_TRUE(run({"convert", image, path("c.tga")}).says("no saver writes such files"));
+    // Pictures of 16 bits keep them, unless a colour space is asked for.
+    const std::string picture = KZ_SOURCE_DIR "/tests/objects/pictures/rgb16.png";
+    expect(run({"convert", picture, path("e.png")}), 0, "FOLDER/e.png: 2 x 2 pixels\n");
+    expect(run({"convert", path("e.png"), path("f.png"), "--colorspace", "linear"}), 0, "FOLDER/f.png: 2 x 2 pixels\n");
+    expect(runText("import kz\nfor name in 'ef':\n    out = kz.Storage('b', 6)\n"
+                   "    kz.service.Image().Load('FOLDER/%s.png' % name, None).GetPixel(0, 0, 0x302, out)\n"
+                   "    print out.get()\n"),
+           0, "(0, 0, 1, 0, 21, 39)\n(0, 0, 0, 0, 45, 5)\n");
+    const std::string noLibrary = "program=" + path("nowhere"), badLibrary = "program=" + path("bad");
+    std::filesystem::create_directories(path("bad/lib"));
+    write("bad/lib/kzPictures.so", "");
+    const std::tuple<std::vector<std::string>, const char*> refused[] = {
+        {{"convert", picture, path("g.hdr")}, "g.hdr: such files cannot say that their colours are sRGB"},
+        {{"convert", picture, path("g.png"), "--colorspace", "x"}, "there is no colour space \"x\"; there are "},
+        {{"--alias", noLibrary, "convert", picture, path("g.png")}, "install libopenimageio-dev and build again"},
+        {{"--alias", badLibrary, "convert", picture, path("g.png")}, "install libopenimageio2.4 or"}};
+    for (const auto& [words, why] : refused) {
+        const Ended ended = run(words);
+        EXPECT_TRUE(ended.says(why)) << why << ended.error;
+        EXPECT_EQ(ended.status, words.back().ends_with("hdr") ? 0 : 1);
+    }
     // Scripts take the same path, and what is loaded is an image of the host's own.
     expect(runText("import kz\nimages = kz.service.Image()\nfolder = 'FOLDER/'\n"
                    "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"

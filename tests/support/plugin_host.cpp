@@ -37,7 +37,10 @@ KzResult CTestConsole::lin_Info(const char* text) {
 
 CNothingAlive::~CNothingAlive() { EXPECT_EQ(isExpected ? kzLiveInstanceCount() : 0, 0U) << kzLiveInstanceNames(); }
 
-CPluginHost::CPluginHost() { host.files().setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7"); }
+CPluginHost::CPluginHost() {
+    host.files().setAlias("program", KZ_BUILD_DIR);
+    host.files().setAlias("kit_Python2_7", KZ_BUILD_DIR "/kit/Python2_7");
+}
 
 CPluginHost& CPluginHost::load() {
     std::string why;

@@ -1,0 +1,67 @@
+// The colour mapping service: the colour spaces that files name, and images in others than they have.
+#include "host/services/color_mapping_service.h"
+
+#include "host/core/object.h"
+#include "host/core/service_base.h"
+#include "host/objects/arguments.h"
+#include "host/objects/image_files.h"
+
+#include "kz/color_mapping.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace kzhost {
+
+namespace {
+
+class CColorMappingService final
+    : public CHosted<"colour mapping service", CColorMappingService, CKzIfc_ColorMappingService>,
+      CServiceBase {
+public:
+    CColorMappingService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CImageFiles> images)
+        : CServiceBase(std::move(context)), m_images(std::move(images)) {}
+
+    // There are no modules of mappings, so a named one is never found.
+    KzResult colormappingservice_SpaceCount(const char* module, std::uint32_t* count) override {
+        enter("ColorMapping.SpaceCount");
+        if (module != nullptr) return KZe_NOTFOUND;
+        *count = static_cast<std::uint32_t>(m_images->spaces().size());
+        return KZe_OK;
+    }
+    KzResult colormappingservice_SpaceByIndex(const char* module, std::uint32_t index, const char** space) override {
+        enter("ColorMapping.SpaceByIndex");
+        if (module != nullptr) return KZe_NOTFOUND;
+        const auto spaces = m_images->spaces();
+        if (index >= spaces.size()) return KZe_OUTOFBOUNDS;
+        *space = keep(spaces[index]);
+        return KZe_OK;
+    }
+    bool colormappingservice_IsSpace(const char* space) override {
+        enter("ColorMapping.IsSpace");
+        const auto spaces = m_images->spaces();
+        return space != nullptr && std::any_of(spaces.begin(), spaces.end(), [&](const std::string& each) {
+                   return strcasecmp(each.c_str(), space) == 0;
+               });
+    }
+    KzResult colormappingservice_MapImage(IKzUnknown* image, const char* source, const char* target,
+                                          IKzUnknown** mapped) override {
+        enter("ColorMapping.MapImage");
+        return m_images->inSpace(image, source, &kzGiven(target)).give(mapped);
+    }
+
+private:
+    std::shared_ptr<CImageFiles> m_images;
+};
+
+}  // namespace
+
+IKzUnknown* kzMakeColorMappingService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CImageFiles> images) {
+    return kzMakeObject<CColorMappingService>(std::move(context), std::move(images));
+}
+
+}  // namespace kzhost
