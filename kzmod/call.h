@@ -1,7 +1,7 @@
 // What all functions of the kz module that call the host have in common: trace lines, and how they raise exceptions.
 #pragma once
 
-#include "module/host_output.h"
+#include "kz/base/object_output.h"
 #include "module/pending_exception.h"
 #include "wrap/result_codes.h"
 

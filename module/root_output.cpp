@@ -1,7 +1,7 @@
 // The bottom of the output stack.
 #include "module/root_output.h"
 
-#include "module/host_output.h"
+#include "kz/base/object_output.h"
 
 #include "kz/base/global_cache.h"
 

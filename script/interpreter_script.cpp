@@ -1,8 +1,8 @@
 // One running script.
 #include "script/interpreter_script.h"
 
+#include "kz/base/object_output.h"
 #include "module/checks.h"
-#include "module/host_output.h"
 #include "module/root_output.h"
 #include "script/outcome.h"
 #include "script/script_surroundings.h"

@@ -1,8 +1,8 @@
 // The console: lines are gathered until they form a statement, which runs in the main dictionaries.
 #include "script/line_interpreter.h"
 
+#include "kz/base/object_output.h"
 #include "module/checks.h"
-#include "module/host_output.h"
 #include "module/output.h"
 #include "module/pending_exception.h"
 #include "module/py_lock.h"

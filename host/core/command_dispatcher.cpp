@@ -10,6 +10,7 @@
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
+#include "kz/base/object_output.h"
 #include "kz/message.h"
 #include "kz/result.h"
 
@@ -21,7 +22,8 @@ namespace {
 
 std::string messageOf(const CKzUser_Command& command, KzResult code) {
     CKzLoc_Unknown object;
-    if (kzFailed(command.Message(object.out()))) return CMessageTables::codeText(code);
+    if (kzFailed(kzTakeOutput(object, [&](IKzUnknown** output) { return command.Message(output); })))
+        return CMessageTables::codeText(code);
     const CKzUser_Message message(object.raw());
     return message ? CMessageTables::reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
 }

@@ -3,6 +3,7 @@
 
 #include "host/state/text.h"
 
+#include "kz/base/object_output.h"
 #include "kz/result.h"
 #include "kz/tables.h"
 
@@ -15,6 +16,11 @@
 namespace kzhost {
 
 namespace {
+
+KzResult generate(const KzServer& server, CKzLoc_Unknown& object) {
+    return kzTakeOutput(
+        object, [&](IKzUnknown** output) { return server.module.Generate(server.name.c_str(), &server.iid, output); });
+}
 
 KzTags readTags(IKzUnknown* object) {
     KzTags tags;
@@ -166,7 +172,7 @@ void CModuleTable::readInner(const Source& outer) {
     for (const KzServer& server : outer.servers) {
         if (server.iid != KZu_MODULE) continue;
         CKzLoc_Unknown object;
-        if (kzFailed(server.module.Generate(server.name.c_str(), &KZu_MODULE, object.out()))) continue;
+        if (kzFailed(generate(server, object))) continue;
         auto inner = std::make_shared<Source>();
         inner->name = server.name;
         inner->path = outer.path;
@@ -264,16 +270,17 @@ std::vector<std::pair<std::string, std::string>> CModuleTable::modules() const {
 }
 
 CKzLoc_Unknown& CModuleTable::spawn(const KzServer& server, CKzLoc_Unknown& object) {
-    if (const KzResult code = server.module.Generate(server.name.c_str(), &server.iid, object.out()); kzFailed(code))
-        throw code;
+    if (const KzResult code = generate(server, object); kzFailed(code)) throw code;
     if (!object) throw KZe_FAILED;
     return object;
 }
 
 KzTags CModuleTable::tagsOf(const KzServer& server) {
     CKzLoc_Unknown tags;
-    if (kzSucceeded(server.module.GetTags(server.name.c_str(), &server.iid, tags.out())) && tags)
-        return readTags(tags.raw());
+    const auto getTags = [&](IKzUnknown** output) {
+        return server.module.GetTags(server.name.c_str(), &server.iid, output);
+    };
+    if (kzSucceeded(kzTakeOutput(tags, getTags)) && tags) return readTags(tags.raw());
     try {
         CKzLoc_Unknown instance;
         return readTags(spawn(server, instance).raw());

@@ -3,6 +3,7 @@
 
 #include "host/state/text.h"
 
+#include "kz/base/object_output.h"
 #include "kz/message.h"
 #include "kz/result.h"
 
@@ -35,7 +36,9 @@ KzResult CServedCommand::cmd_Name(const char** name) {
 
 IKzUnknown* CServedCommand::ownMessage(CKzUser_Message& message) const {
     CKzLoc_Unknown object;
-    if (kzFailed(m_inner.Message(object.out())) || !message.set(object.raw())) return nullptr;
+    if (kzFailed(kzTakeOutput(object, [&](IKzUnknown** output) { return m_inner.Message(output); })) ||
+        !message.set(object.raw()))
+        return nullptr;
     const bool hasText = !kzMessageText(*message.ptr(), &IKzMessage::Key).empty();
     return hasText || kzFailed(message.Code()) ? message.raw() : nullptr;
 }

@@ -5,6 +5,7 @@
 #include "host/core/object.h"
 #include "host/core/service_base.h"
 
+#include "kz/base/object_output.h"
 #include "kz/result.h"
 #include "kz/thread.h"
 
@@ -344,7 +345,8 @@ KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
     std::deque<CKzUser_SharedWork> shares;
     for (std::uint32_t index = 1; index < processors(); ++index) {
         CKzLoc_Unknown object;
-        if (kzFailed(whole->Spawn(object.out()))) break;  // work that cannot be shared runs on one thread
+        if (kzFailed(kzTakeOutput(object, [&](IKzUnknown** output) { return whole->Spawn(output); })))
+            break;  // work that cannot be shared runs on one thread
         if (!shares.emplace_back(object.raw())) return KZe_NOINTERFACE;
         if (kzFailed(shares.back()->Share(work, 1))) {
             shares.pop_back();

@@ -188,21 +188,35 @@ public:
         return KZe_OK;
     }
     KzResult need_SetContext(IKzUnknown* /*application*/) override { return m_code; }
+    // What a failed operation leaves in its output is no reference.
+    KzResult mod_Generate(const char* /*name*/, const KzGuid* /*iid*/, IKzUnknown** object) override {
+        return *object = self, KZe_NOTIMPL;
+    }
+    KzResult mod_GetTags(const char* name, const KzGuid* iid, IKzUnknown** tags) override {
+        return mod_Generate(name, iid, tags);
+    }
+    IKzUnknown* self = nullptr;
 
 private:
     KzResult m_code;
 };
 
 TEST_F(HostTest, OfAModuleTheServersAreTakenInAndOfOneThatRefusesNothing) {
+    CHostRef<OddModule> module;
     for (const KzResult code : {KZe_NOTREADY, KZe_OK}) {
-        const auto module = CHostRef<OddModule>::make(code);
+        module = CHostRef<OddModule>::make(code);
         EXPECT_EQ(host().adopt("odd", module.raw()), code);
         EXPECT_EQ(host().modules().servers().size(), code == KZe_OK ? 1U : 0U);
     }
+    module->self = module.raw();
+    const std::uint32_t references = module.raw()->AddRef();
     CKzLoc_Unknown made;
     EXPECT_EQ(ServiceOf<CKzUser_HostService>(host().application())->SpawnServer("command", "odd", made.out()),
               KZe_NOTIMPL)
         << "the module's own code";
+    EXPECT_TRUE(CModuleTable::tagsOf(host().modules().servers().front()).empty());
+    EXPECT_EQ(module.raw()->AddRef(), references + 1) << "a reference that was never given was released";
+    for (int count = 0; count < 2; ++count) module.raw()->Release();
     std::string why;
     EXPECT_FALSE(host().load("/no/such/module.so", why));
     EXPECT_NE(why.find("/no/such/module.so"), std::string::npos) << why;
