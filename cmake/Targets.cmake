@@ -26,13 +26,14 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
     "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan.supp" "${PROJECT_SOURCE_DIR}/tools/sanitizers/lsan_served.supp")
 file(WRITE "${kz_served_suppressions}" "${kz_general_leaks}${kz_served_leaks}")
 
-# With KEEPS_SERVED the leak checker is told of what servers keep on purpose.
+# With KEEPS_SERVED the leak checker is told of what servers keep on purpose, with DEEP_STACKS it follows allocations through
+# libraries without frame pointers, slowly, so that it recognises what they leak themselves.
 # kz_add_test(NAME SOURCE... [LINK LIBRARY...] [TIMEOUT SECONDS] [LABELS LABEL...])
 # A GoogleTest program whose every TEST is a test of its own, in a process of its own. The plug-in and the kit are there
 # when it runs; "kz_paths.h" tells it where. Its labels are its folder's name and those given; the target
 # kz_tests_LABEL builds all tests with that label.
 function(kz_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "KEEPS_SERVED" "TIMEOUT" "LINK;LABELS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "KEEPS_SERVED;DEEP_STACKS" "TIMEOUT" "LINK;LABELS")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 300)
     endif()
@@ -45,6 +46,9 @@ function(kz_add_test name)
     set(environment "")
     if(arg_KEEPS_SERVED)
         set(environment ENVIRONMENT "LSAN_OPTIONS=suppressions=${kz_served_suppressions}:print_suppressions=0")
+    endif()
+    if(arg_DEEP_STACKS)
+        list(APPEND environment ENVIRONMENT_MODIFICATION "ASAN_OPTIONS=string_append::fast_unwind_on_malloc=0")
     endif()
     foreach(label IN LISTS arg_LABELS)
         if(NOT TARGET kz_tests_${label})
