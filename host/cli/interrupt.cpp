@@ -1,6 +1,8 @@
 // Ctrl-C while scripts run.
 #include "host/cli/interrupt.h"
 
+#include "host/state/monitor_board.h"
+
 #include <ctime>
 #include <unistd.h>
 
@@ -27,6 +29,7 @@ void onInterrupt(int signal) {
     theLast = now;
     theInterrupt = 1;
     if (theFormer.sa_handler == SIG_IGN) return;
+    CMonitorBoard::abortAll();
     if (theFormer.sa_handler != SIG_DFL) {
         theFormer.sa_handler(signal);
         return;

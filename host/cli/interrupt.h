@@ -5,8 +5,9 @@
 
 namespace kzhost {
 
-// While it lives, SIGINT is noted and handed on to whoever handled it before, as the script's interpreter does. Where
-// nobody did, the signal ends the process as usual; a second one within a second always does.
+// While it lives, SIGINT is noted, asks the tasks of all monitors to abort, and is handed on to whoever handled it
+// before, as the script's interpreter does. Where nobody did, the signal ends the process as usual; a second one within
+// a second always does.
 class CInterruptScope {
 public:
     CInterruptScope();

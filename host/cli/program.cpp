@@ -20,7 +20,7 @@
 #include "kz/result.h"
 #include "kz/script.h"
 
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <unistd.h>
 
@@ -62,8 +62,7 @@ int CProgram::start() {
     host().log().addSink(CConsoleOutput(host(), m_options.quiet, m_options.trace));
     host().texts().setViewer(CConsoleOutput::show);
     host().log().addSink([this](const LogLine& line) { m_startFailed |= line.origin == TextOrigin::startup; });
-    const auto progress = std::make_shared<CProgressView>(stderr, isatty(STDERR_FILENO) != 0);
-    if (!m_options.quiet) host().monitors().setViewer([progress](const MonitorState& state) { (*progress)(state); });
+    if (!m_options.quiet) showProgress();
     host().dialogs().setAsker(kzPromptOnTerminal);
     if (m_options.trace) {
         host().properties().set("script.trace", "on");
@@ -75,6 +74,15 @@ int CProgram::start() {
     if (host().load(m_options.plugin, why)) return exitOk;
     say("the module cannot be loaded: " + why);
     return exitNoModule;
+}
+
+void CProgram::showProgress() {
+    const char* terminal = std::getenv("TERM");
+    const bool canDraw = isatty(STDERR_FILENO) != 0 && terminal != nullptr && std::string_view(terminal) != "dumb";
+    const auto view = std::make_shared<CProgressView>(CProgressView::Place{
+        canDraw, [](std::vector<std::string> bars) { CStandardStreams::get().showBelow(std::move(bars)); },
+        [](const std::string& text) { CStandardStreams::get().errorLine(text); }});
+    host().monitors().setViewer([view](const MonitorState& state) { (*view)(state); });
 }
 
 int CProgram::finish(int status) {

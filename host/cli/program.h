@@ -42,6 +42,7 @@ public:
 
 private:
     void setPaths();
+    void showProgress();
 
     ProgramOptions m_options;
     CLogFile m_logFile;  // outlives the host, whose last words go there

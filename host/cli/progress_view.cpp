@@ -3,36 +3,82 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace kzhost {
 
 namespace {
 
 constexpr int barWidth = 40;
+constexpr std::chrono::seconds betweenLines{5};
 
 int percentOf(const MonitorState& state) {
     return state.steps == 0 ? 0 : static_cast<int>(state.done * 100 / state.steps);
 }
 
+// A title must not move the cursor.
+std::string titleOf(const MonitorState& state) {
+    std::string title = state.title;
+    std::ranges::replace_if(
+        title, [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
+    return title;
+}
+
+std::string barOf(const MonitorState& state) {
+    const int percent = percentOf(state);
+    return fmt::format("{} [{:<{}}] {:3}%", titleOf(state),
+                       std::string(static_cast<std::size_t>(percent * barWidth / 100), '#'), barWidth, percent);
+}
+
+std::string lineOf(const MonitorState& state) {
+    return fmt::format("{}: {}% ({} of {})\n", titleOf(state), percentOf(state), state.done, state.steps);
+}
+
 }  // namespace
 
-// Drawn again only when it would look different; a pipe gets one line for each quarter.
 void CProgressView::operator()(const MonitorState& state) {
-    if (state.steps == 0 && !m_isOpen) return;
-    const int percent = percentOf(state);
-    const int step = m_isTerminal ? percent : percent / 25;
-    if (state.ended) {
-        if (m_isTerminal && m_isOpen) fmt::print(m_file, "\n");
-        m_isOpen = false;
-        m_shown = -1;
-    } else if (step != m_shown) {
-        m_shown = step;
-        m_isOpen = true;
-        if (m_isTerminal)
-            fmt::print(m_file, "\r{} [{:<{}}] {:3}%", state.title,
-                       std::string(static_cast<std::size_t>(percent * barWidth / 100), '#'), barWidth, percent);
-        else fmt::print(m_file, "{}: {}% ({} of {})\n", state.title, percent, state.done, state.steps);
+    if (state.ended) end(state);
+    else if (state.steps != 0) step(state);
+}
+
+CProgressView::Row& CProgressView::rowOf(const MonitorState& state) {
+    const auto found = std::ranges::find(m_rows, &state, &Row::monitor);
+    return found != m_rows.end() ? *found : m_rows.emplace_back(Row{&state, "", m_place.now()});
+}
+
+// The bars are drawn again only when they would look different.
+void CProgressView::step(const MonitorState& state) {
+    Row& row = rowOf(state);
+    if (m_place.isTerminal) {
+        if (std::string bar = barOf(state); bar != row.text) {
+            row.text = std::move(bar);
+            showBars();
+        }
+    } else if (const Time now = m_place.now(); now - row.written >= betweenLines) {
+        row.text = lineOf(state);
+        row.written = now;
+        row.isTold = true;
+        m_place.writeLine(row.text);
     }
-    std::fflush(m_file);
+}
+
+// The bar of the whole task stays as a line of text, those of nested work go. Who has read that a task is under way
+// also reads how far it came.
+void CProgressView::end(const MonitorState& state) {
+    const auto found = std::ranges::find(m_rows, &state, &Row::monitor);
+    if (found == m_rows.end()) return;
+    const Row row = *found;
+    m_rows.erase(found);
+    if (m_place.isTerminal) {
+        showBars();
+        if (m_rows.empty()) m_place.writeLine(row.text + "\n");
+    } else if (row.isTold && lineOf(state) != row.text) m_place.writeLine(lineOf(state));
+}
+
+void CProgressView::showBars() const {
+    std::vector<std::string> bars;
+    for (const Row& row : m_rows) bars.push_back(row.text);
+    m_place.showBars(std::move(bars));
 }
 
 }  // namespace kzhost

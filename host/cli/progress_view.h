@@ -1,22 +1,44 @@
-// Shows monitors: a bar on a terminal, lines of text elsewhere.
+// Shows monitors: a bar for each on a terminal, lines of text elsewhere.
 #pragma once
 
 #include "host/state/monitor_board.h"
 
-#include <cstdio>
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
 
 namespace kzhost {
 
 class CProgressView {
 public:
-    CProgressView(std::FILE* file, bool isTerminal) : m_file(file), m_isTerminal(isTerminal) {}
+    using Time = std::chrono::steady_clock::time_point;
+    // Where the view shows itself, and what time it is there.
+    struct Place {
+        bool isTerminal;
+        std::function<void(std::vector<std::string> bars)> showBars;
+        std::function<void(const std::string& text)> writeLine;
+        std::function<Time()> now = [] { return std::chrono::steady_clock::now(); };
+    };
+    explicit CProgressView(Place place) : m_place(std::move(place)) {}
+
+    // A monitor is known by the address of its state, which stays the same until the monitor has ended.
     void operator()(const MonitorState& state);
 
 private:
-    std::FILE* m_file;
-    bool m_isTerminal;
-    int m_shown = -1;  // the percentage or tenth that is on show
-    bool m_isOpen = false;
+    struct Row {
+        const MonitorState* monitor;
+        std::string text;
+        Time written;         // when the last line was written or the task began
+        bool isTold = false;  // a line was written
+    };
+    Row& rowOf(const MonitorState& state);
+    void step(const MonitorState& state);
+    void end(const MonitorState& state);
+    void showBars() const;
+
+    Place m_place;
+    std::vector<Row> m_rows;  // of the monitors that have steps, in the order in which their tasks began
 };
 
 }  // namespace kzhost

@@ -17,7 +17,9 @@ CStandardStreams& CStandardStreams::get() {
     return *streams;
 }
 
-CStandardStreams::CStandardStreams() : m_isInteractive(isatty(STDIN_FILENO) != 0 || isatty(STDOUT_FILENO) != 0) {
+CStandardStreams::CStandardStreams()
+    : m_isInteractive(isatty(STDIN_FILENO) != 0 || isatty(STDOUT_FILENO) != 0),
+      m_sharesTerminal(isatty(STDOUT_FILENO) != 0 && isatty(STDERR_FILENO) != 0) {
     constexpr std::size_t longLine = 1U << 16;
     std::setvbuf(stdout, nullptr, _IOFBF, longLine);
 }
@@ -31,6 +33,15 @@ int CStandardStreams::out(std::string_view text) {
     if (m_isReaderGone) return EPIPE;
     if (text.empty()) return 0;
     m_isMidLine = text.back() != '\n';
+    if (!m_sharesTerminal) return outLocked(text);
+    m_isErrorMidLine = m_isMidLine;
+    eraseBelow();
+    const int failure = outLocked(text);
+    drawBelow();
+    return failure;
+}
+
+int CStandardStreams::outLocked(std::string_view text) {
     const std::size_t lines = m_isInteractive ? text.size() : text.rfind('\n') + 1;
     std::fwrite(text.data(), 1, lines, stdout);
     const int failure = lines > 0 ? flushLocked() : 0;
@@ -57,9 +68,50 @@ int CStandardStreams::flushLocked() {
 
 void CStandardStreams::error(std::string_view text) {
     const std::lock_guard lock(m_lock);
-    if (m_isReaderGone) return;
+    writeError(text);
+}
+
+void CStandardStreams::errorLine(const std::string& text) {
+    const std::lock_guard lock(m_lock);
+    writeError(m_isErrorMidLine ? "\n" + text : text);
+}
+
+void CStandardStreams::writeError(std::string_view text) {
+    if (m_isReaderGone || text.empty()) return;
+    m_isErrorMidLine = text.back() != '\n';
     flushLocked();
+    eraseBelow();
     std::fwrite(text.data(), 1, text.size(), stderr);
+    drawBelow();
+    std::fflush(stderr);
+}
+
+void CStandardStreams::showBelow(std::vector<std::string> lines) {
+    const std::lock_guard lock(m_lock);
+    eraseBelow();
+    m_below = std::move(lines);
+    drawBelow();
+    std::fflush(stderr);
+}
+
+void CStandardStreams::eraseBelow() {
+    if (m_below.empty()) return;
+    std::fputs("\x1b[J", stderr);
+    std::fflush(stderr);  // before text of the other stream
+}
+
+// Going down and up again first makes room at the bottom of the screen, in the same column: scrolling later would leave
+// the saved position behind. The terminal cuts what is wider than itself.
+void CStandardStreams::drawBelow() {
+    if (m_below.empty()) return;
+    constexpr const char* goDown = "\x1b\x44";
+    constexpr const char* saveAndCut = "\x1b\x37\x1b[?7l";
+    constexpr const char* wrapAndRestore = "\x1b[?7h\x1b\x38";
+    std::string drawing;
+    for (std::size_t line = 0; line < m_below.size(); ++line) drawing += goDown;
+    drawing += fmt::format("\x1b[{}A{}", m_below.size(), saveAndCut);
+    for (const std::string& line : m_below) drawing += "\r\n" + line;
+    std::fputs((drawing + wrapAndRestore).c_str(), stderr);
     std::fflush(stderr);
 }
 

@@ -29,6 +29,12 @@ public:
         return out(fmt::format(format, std::forward<Arguments>(arguments)...));
     }
 
+    // Lines that stay below all other text on the terminal to which standard error goes, until there are none. The
+    // cursor remains where text goes on, so that prompts and what is typed stay in place.
+    void showBelow(std::vector<std::string> lines);
+    // A whole line to standard error: after text that has not ended its own, it begins a new one.
+    void errorLine(const std::string& text);
+
     // Whether what was written last has not ended its line.
     bool isMidLine() const { return m_isMidLine; }
     // Something else could not be written, as a full sentence.
@@ -40,14 +46,21 @@ public:
 private:
     CStandardStreams();
     int flushLocked();
+    int outLocked(std::string_view text);
+    void writeError(std::string_view text);
+    void eraseBelow();
+    void drawBelow();
 
     std::mutex m_lock;
     bool m_isInteractive;
+    bool m_sharesTerminal;  // both streams go to one
     bool m_isMidLine = false;
+    bool m_isErrorMidLine = false;
     bool m_isReaderGone = false;
     bool m_hasFailed = false;
     bool m_isLost = false;
     std::vector<std::string> m_failures;
+    std::vector<std::string> m_below;
 };
 
 }  // namespace kzhost

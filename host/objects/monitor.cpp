@@ -4,6 +4,8 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
@@ -27,6 +29,7 @@ KzResult CMonitor::mon_Initialize(std::uint32_t count) {
 // More steps than announced are no error: the count was an estimate.
 KzResult CMonitor::mon_Increment(std::uint32_t count) {
     enter("Monitor.Increment");
+    if (count > std::numeric_limits<std::int32_t>::max()) return KZe_INVALIDARG;  // a caller's negative number
     m_state.done += count;
     if (m_state.steps != 0) m_state.done = std::min(m_state.done, m_state.steps);
     return show();
@@ -41,7 +44,7 @@ void CMonitor::end() {
 
 KzResult CMonitor::show() {
     if (!m_state.ended) m_board->show(m_state);
-    return m_board->aborts() ? KZe_ABORT : KZe_OK;
+    return CMonitorBoard::aborts() != m_formerAborts ? KZe_ABORT : KZe_OK;
 }
 
 }  // namespace kzhost

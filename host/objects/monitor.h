@@ -26,6 +26,7 @@ private:
 
     std::shared_ptr<CMonitorBoard> m_board;
     MonitorState m_state;
+    std::uint32_t m_formerAborts = CMonitorBoard::aborts();  // of which this task knows nothing
 };
 
 }  // namespace kzhost

@@ -30,15 +30,17 @@ public:
         const std::lock_guard lock(m_lock);
         if (m_viewer) m_viewer(state);
     }
-    // While set, every monitor asks its task to abort.
-    void abort(bool on) noexcept { m_aborts = on; }
-    bool aborts() const noexcept { return m_aborts; }
+    // Asks the tasks of all monitors that exist to abort, in every host of the process, as the user's interrupt means
+    // the process. It may be called in a signal handler.
+    static void abortAll() noexcept { ++theAborts; }
+    static std::uint32_t aborts() noexcept { return theAborts; }
     std::atomic<std::uint32_t> alive = 0;
 
 private:
     std::mutex m_lock;
     Viewer m_viewer;
-    std::atomic<bool> m_aborts = false;
+    static inline std::atomic<std::uint32_t> theAborts = 0;
+    static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 };
 
 }  // namespace kzhost

@@ -23,6 +23,8 @@
 #include "kz/value.h"
 #include "kz_paths.h"
 
+#include <fmt/ranges.h>
+
 #include <deque>
 #include <iterator>
 #include <sstream>
@@ -63,27 +65,37 @@ TEST_F(HostTest, MonitorsReportTheirStepsAndEnd) {
     EXPECT_EQ(work->Initialize(4), KZe_OK);
     EXPECT_EQ(work->Increment(1), KZe_OK);
     EXPECT_EQ(work->Increment(9), KZe_OK) << "more than announced";
-    host().monitors().abort(true);
+    EXPECT_EQ(work->Increment(static_cast<std::uint32_t>(-1)), KZe_INVALIDARG);
+    CMonitorBoard::abortAll();
     EXPECT_EQ(work->Increment(1), KZe_ABORT);
     EXPECT_EQ(dialogs->MonitorReleaseObj(work.raw()), KZe_OK);
     EXPECT_EQ(seen, "0/4 1/4 4/4 4/4 4/4.");
 }
 
-TEST(ProgressView, IsDrawnOnlyWhenItChanges) {
+// A task of 1000 steps that takes 18 seconds, with another inside at its end.
+TEST(ProgressView, ShowsATaskForEachMonitor) {
     const auto shown = [](bool isTerminal) {
-        char* text = nullptr;
-        std::size_t size = 0;
-        std::FILE* file = open_memstream(&text, &size);
-        CProgressView view(file, isTerminal);
-        for (std::uint64_t done = 0; done <= 1000; ++done) view({"Load", 1000, done, false});
-        view({"Load", 1000, 1000, true});
-        std::fclose(file);
-        return std::string(std::unique_ptr<char, void (*)(void*)>(text, std::free).get());
+        CProgressView::Time now{};
+        std::vector<std::string> all;
+        CProgressView view({isTerminal, [&](auto bars) { all.push_back(fmt::format("{}\n", fmt::join(bars, "|"))); },
+                            [&](const std::string& line) { all.push_back(line); }, [&] { return now; }});
+        MonitorState load{"Load", 1000, 0}, part{"\x1b[HPart", 2, 1};
+        for (; load.done < 1000; ++load.done, now += std::chrono::milliseconds(18)) view(load);
+        view(part);
+        view(load);
+        for (MonitorState* state : {&part, &load}) {
+            state->ended = true;
+            view(*state);
+        }
+        return all;
     };
-    EXPECT_EQ(shown(false), "Load: 0% (0 of 1000)\nLoad: 25% (250 of 1000)\nLoad: 50% (500 of 1000)\n"
-                            "Load: 75% (750 of 1000)\nLoad: 100% (1000 of 1000)\n");
-    EXPECT_EQ(std::ranges::count(shown(true), '\r'), 101);
-    EXPECT_TRUE(shown(true).ends_with('\n'));
+    EXPECT_EQ(fmt::format("{}", fmt::join(shown(false), "")),
+              "Load: 27% (278 of 1000)\nLoad: 55% (556 of 1000)\nLoad: 83% (834 of 1000)\nLoad: 100% (1000 of 1000)\n");
+    const std::vector<std::string> bars = shown(true);
+    ASSERT_EQ(bars.size(), 100U + 2 + 3) << "it is drawn only when it changes";
+    const std::string whole = "Load [" + std::string(40, '#') + "] 100%";
+    EXPECT_EQ(bars[101], whole + "| [HPart [" + std::string(20, '#') + std::string(20, ' ') + "]  50%\n");
+    EXPECT_EQ(fmt::format("{}", fmt::join(bars.begin() + 102, bars.end(), "")), whole + "\n\n" + whole + "\n");
 }
 
 TEST_F(HostTest, AShortBufferIsSaidAndNeverOverrun) {

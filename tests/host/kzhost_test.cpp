@@ -28,7 +28,11 @@ TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {
          "  threading.Timer(.2, os.kill, (os.getpid(), signal.SIGINT)).start()\n  time.sleep(20)\n"
          "kz.bless(type('Slow', (kzifc.Command,), {'cmd_Execute': slow}), 'slow')\n"
          "try: kz.eval('slow')\nexcept Exception: print 'an interrupt is no error'\n",
-         130, "script.py: 6\n"}};
+         130, "script.py: 6\n"},
+        {"import kz, os, time\nm = kz.Monitor(9)\ntry: m.step(-1)\nexcept RuntimeError: m.step()\n"
+         "try: os.kill(os.getpid(), 2) or time.sleep(20)\nexcept KeyboardInterrupt: kz.Monitor(9).step()\nm.step()\n",
+         1, "script.py: 7\n"},
+        {"import kz\nkz.Monitor(2).step(2)\n", 0, ""}};
     for (const auto& [text, status, error] : cases) {
         const Ended ended = runText(text);
         expect(ended, status, "", {error});
@@ -337,6 +341,19 @@ TEST_F(KzHostTest, PromptsOfScriptsShowBeforeTheAnswer) {
     const Ended ended = run({"run", write("typist.py", std::string(typist) + talk), program, "run", script});
     expect(ended, 0,
            "0 a name? me\nsure? yes\n> FOLDER/ask.py(7)<module>()\n-> print 'hello', name\n(Pdb) c\nhello me\n\n");
+}
+
+TEST_F(KzHostTest, ProgressStaysBelowTheText) {
+    setenv("TERM", "xterm", 1);
+    const std::string script = write("work.py", "import kz, sys\na = kz.Monitor(4)\nprint 'one'\nb = kz.Monitor(2)\n"
+                                                "b.step()\ndel b\nsys.stderr.write('two')\na.step(4)\n");
+    const char* talk = R"(import re
+said = re.sub(r'Progress \[#* *\] +(\d+)%', r'{\1}', heard().replace('\x1b', '^'))
+print os.waitpid(child[0], 0)[1], re.sub(r'\^7\^\[\?7l(.*?)\^\[\?7h\^8', r'<\1>', said.replace('\r\n', '/'))
+)";
+    expect(run({"run", write("typist.py", std::string(typist) + talk), program, "run", script}), 0,
+           "0 ^D^[1A<\r/{0}>^[Jone^D^[1A<\r/{0}>^[J/^D^[1A<\r/{0}>^[J^D^D^[2A<\r/{0}\r/{0}>^[J^D^D^[2A<\r/{0}\r/{50}>"
+           "^[J^D^[1A<\r/{0}>^[Jtwo^D^[1A<\r/{0}>^[J^D^[1A<\r/{100}>^[J/{100}/\n");
 }
 
 TEST_F(KzHostTest, AnInterpreterInPythonRunsItsScripts) {
