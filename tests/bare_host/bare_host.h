@@ -39,11 +39,11 @@ public:
     bool isGone = false;
 };
 
-using BareInterfaces =
-    CImplements<CBareHost, CKzIfc_ApplicationService, CKzIfc_LogService, CKzIfc_Log, CKzIfc_LogEntry,
-                CKzIfc_FileService, CKzIfc_PlatformService, CKzIfc_CommandService, CKzIfc_StdDialogService,
-                CKzIfc_Monitor, CKzIfc_GUIDService, CKzIfc_HostService, CKzIfc_ServiceExtension, CKzIfc_ScriptQuery,
-                CKzIfc_Script, CKzIfc_LineExecution, CKzIfc_Message, CKzIfc_ValueArray>;
+using BareInterfaces = CImplements<CBareHost, CKzIfc_ApplicationService, CKzIfc_LogService, CKzIfc_Log, CKzIfc_LogEntry,
+                                   CKzIfc_FileService, CKzIfc_PlatformService, CKzIfc_CommandService, CKzIfc_Command,
+                                   CKzIfc_StdDialogService, CKzIfc_Monitor, CKzIfc_GUIDService, CKzIfc_HostService,
+                                   CKzIfc_ServiceExtension, CKzIfc_ScriptQuery, CKzIfc_Script, CKzIfc_LineExecution,
+                                   CKzIfc_Message, CKzIfc_ValueArray>;
 
 class CBareHost final : public BareInterfaces {
 public:
@@ -67,8 +67,7 @@ public:
     CBareApplication application;
     std::map<std::string, std::string> aliases;  // "scripts:" and its path
     std::vector<std::string> importPaths;
-    std::string
-        failing;  // an operation of the log, "Log.CreateEntry": it fails and leaves the trap in its object output
+    std::string failing;  // an operation, as "Log.CreateEntry": it fails and leaves the trap in its object output
     CTrap trap;
     std::function<void(const std::string& operation)> whenCalled;
     // Asked before the host's own interfaces.
@@ -77,7 +76,7 @@ public:
     IKzUnknown& self() noexcept { return *m_self.raw(); }
 
     KzResult applicationservice_ServiceByName(const char*, IKzUnknown** out) override {
-        return give("Application", out);
+        return give("Application.ServiceByName", out);
     }
     KzResult logservice_SubSystemLookup(const char*, IKzUnknown** out) override {
         return give("Log.SubSystemLookup", out);
@@ -92,19 +91,53 @@ public:
     KzResult platformservice_ImportPathByIndex(std::uint32_t index, const char** path) override {
         return *path = importPaths[index].c_str(), kzOk;
     }
-    KzResult commandservice_CreateQueryObject(const char*, IKzUnknown** out) override { return give("Values", out); }
-    KzResult stddialogservice_MonitorAllocate(const char*, IKzUnknown** out) override { return give("Monitor", out); }
+    KzResult commandservice_ProcessStringFlags(std::uint32_t, const char* text, std::uint32_t* flags,
+                                               const char** rest) override {
+        return *flags = 0, *rest = text, kzOk;
+    }
+    KzResult commandservice_Lookup(const char*, std::uint32_t* tag) override { return *tag = 1, kzOk; }
+    KzResult commandservice_Spawn(std::uint32_t, const char*, IKzUnknown** out) override {
+        return give("Command.Spawn", out);
+    }
+    KzResult commandservice_SpawnFromString(const char*, std::uint32_t*, std::int32_t*, IKzUnknown** out) override {
+        return give("Command.SpawnFromString", out);
+    }
+    KzResult commandservice_SpawnImplicitScript(const char*, IKzUnknown** out) override {
+        return give("Command.SpawnImplicitScript", out);
+    }
+    KzResult commandservice_IsImplicitScript(const char* text) override { return text[0] == '@' ? kzOk : KZe_NOTFOUND; }
+    KzResult commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** out) override {
+        return *state = 1, give("Command.GetToggleArgState", out);
+    }
+    KzResult commandservice_QueryArgString(IKzUnknown*, std::uint32_t, const char*, std::int32_t, IKzUnknown** out,
+                                           std::uint32_t* index) override {
+        return *index = 0, give("Command.QueryArgString", out);
+    }
+    KzResult commandservice_CreateQueryObject(const char*, IKzUnknown** out) override {
+        return give("Command.CreateQueryObject", out);
+    }
+    KzResult commandservice_ParseAttribObject(IKzUnknown*, std::uint32_t, IKzUnknown*) override { return kzOk; }
+    KzResult cmd_Execute(std::uint32_t) override { return kzOk; }
+    KzResult cmd_Message(IKzUnknown** out) override { return give("Command.Message", out); }
+    KzResult stddialogservice_MonitorAllocate(const char*, IKzUnknown** out) override {
+        return give("Dialog.MonitorAllocate", out);
+    }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown*) override;
     KzResult mon_Initialize(std::uint32_t) override { return kzOk; }
+    KzResult mon_Increment(std::uint32_t) override { return kzOk; }
     void* guidservice_Global(const KzGuid* iid) override;
     KzResult hostservice_ModuleUpdate(const char*) override { return kzOk; }
-    KzResult ser_ScriptQuery(IKzUnknown** out) override { return give("Query", out); }
+    KzResult ser_ScriptQuery(IKzUnknown** out) override { return give("ServiceExtension.ScriptQuery", out); }
+    KzResult sq_Lookup(const char*, std::uint32_t* index) override { return *index = 0, kzOk; }
+    KzResult sq_TypeName(std::uint32_t, const char** type) override { return *type = "string", kzOk; }
+    KzResult sq_Query(std::uint32_t, IKzUnknown*) override { return kzOk; }
     KzResult scr_Hash(const char** name) override { return *name = "bare.py", kzOk; }
     KzResult scr_Buffer(const char** text) override;
     KzResult lin_Results(IKzUnknown*) override { return kzOk; }
     KzResult lin_Info(const char* text) override { return note(text), kzOk; }
     KzResult msg_SetMessage(const char*, const char*, std::uint32_t) override { return kzOk; }
     KzResult va_AddString(const char* text) override { return note(std::string("= ") + text), kzOk; }
+    KzResult va_GetValue(std::uint32_t, IKzUnknown** out) override { return give("ValueArray.GetValue", out); }
 
 private:
     KzResult give(const char* operation, IKzUnknown** object);

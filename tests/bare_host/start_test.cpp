@@ -115,21 +115,42 @@ TEST(start, runs_nothing_of_the_current_folder) {
     });
 }
 
-// Services and objects fail like this wherever wrappers and kz call them, too; the log is what the plug-in itself calls.
-TEST(log, that_fails_is_not_believed) {
-    for (const char* operation : {"Log.SubSystemLookup", "Log.CreateEntry"})
-        kzInChild(operation, [operation] {
-            CBareHost host;
-            ASSERT_TRUE(host.load());
-            bool isCalled = false;
-            host.whenCalled = [&](const std::string& called) { isCalled = isCalled || called == operation; };
-            host.failing = operation;
-            host.run("print 1");
-            host.execute("print 1");
-            EXPECT_TRUE(isCalled);
-            EXPECT_EQ(host.trap.touches, 0U);
-            host.failing.clear();
-            host.unload();
-            EXPECT_EQ(host.references(), 1U);
-        });
+// What a failed operation leaves in its object output is neither used nor released.
+TEST(failure, makes_no_output_of_the_host_count) {
+    const std::pair<const char*, const char*> table[] = {
+        {"Log.SubSystemLookup", "print 1"},
+        {"Log.CreateEntry", "print 1"},
+        {"Log.SubSystemLookup", "kz.service.Log().SubSystemLookup('scripts')"},
+        {"Log.CreateEntry", "kz.service.Log().CreateEntry(1, 'text')"},
+        {"Application.ServiceByName", "kz.Service('a')"},
+        {"ServiceExtension.ScriptQuery", "kz.Service('a')"},
+        {"Command.CreateQueryObject", "kz.Service('a').query('b')"},
+        {"Command.Spawn", "kz.eval('a')"},
+        {"Command.Spawn", "kz.command('a')"},
+        {"Command.SpawnImplicitScript", "kz.eval('@a')"},
+        {"Command.QueryArgString", "kz.eval('a ?')"},
+        {"Command.Message", "kz.command('a')"},
+        {"Command.SpawnFromString", "kz.queryToggle('a')"},
+        {"Command.SpawnFromString", "kz.test('a')"},
+        {"Command.GetToggleArgState", "kz.test('a')"},
+        {"Dialog.MonitorAllocate", "kz.Monitor(2).step()"},
+        {"ValueArray.GetValue", "kz.service.Command().CreateQueryObject('string').GetValue(0)"},
+    };
+    for (const auto& [operation, statement] : table)
+        kzInChild((std::string(operation) + " in " + statement).c_str(),
+                  [operation = operation, statement = statement] {
+                      CBareHost host;
+                      ASSERT_TRUE(host.load());
+                      host.execute("import kz");
+                      bool isCalled = false;
+                      host.whenCalled = [&](const std::string& called) { isCalled = isCalled || called == operation; };
+                      host.failing = operation;
+                      host.run((std::string("import kz\n") + statement).c_str());
+                      host.execute(statement);
+                      EXPECT_TRUE(isCalled);
+                      EXPECT_EQ(host.trap.touches, 0U);
+                      host.failing.clear();
+                      host.unload();
+                      EXPECT_EQ(host.references(), 1U);
+                  });
 }
