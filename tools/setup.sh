@@ -67,7 +67,7 @@ set_up_test() {
         install_optional "checks that use Python's own test-suite are skipped" libpython2.7-testsuite
     install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
     install_pictures
-    install_farm
+    install_farm "$root/build/dask"
     pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
         say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
 }

@@ -61,13 +61,12 @@ TEST_F(FilesTest, AChangedFileIsTakenInWhenTheHostIsTold) {
         "change('a.py', (\"'one'\", \"'four'\"), ('StringConversion)', 'StringConversion, kzifc.Visitor)'))\n"
         "change('b.py', (\"'say'\", \"'say.new'\"), (\"'word', None\", \"'new', None\"))\n"
         "kz.eval('say.new')\nchange('a.py', (\"kz.bless(Say\", '#'))\n");
-    expect(
-        ended, 0,
-        "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\n"
-        "two? two two\none\n--\ntwo\none! one two\n",
-        {"a.py: ZeroDivisionError",
-         "a.py: nothing has changed: the server \"word\" cannot be changed: Text has different interfaces",
-         "b.py: imported", "\"say\" is no longer in the file"});
+    expect(ended, 0,
+           "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\n"
+           "two? two two\none\n--\ntwo\none! one two\n",
+           {"a.py: ZeroDivisionError",
+            "a.py: nothing has changed: the server \"word\" cannot be changed: Text has different interfaces",
+            "b.py: imported", "\"say\" is no longer in the file"});
 }
 
 // A file that fails after it has blessed offers nothing, and is tried again when the host is told to look.
@@ -117,7 +116,8 @@ TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
         {"class Hints(kzifc.UIValueHints):", "class Hints(kzifc.UIValueHints):\n    __slots__ = ()",
          "Hints has __slots__"},
         {"class Hints(kzifc.UIValueHints):",
-         "class M(type): pass\nclass Hints(kzifc.UIValueHints):\n    __metaclass__ = M", "Hints has a different metaclass"},
+         "class M(type): pass\nclass Hints(kzifc.UIValueHints):\n    __metaclass__ = M",
+         "Hints has a different metaclass"},
         {"kz.bless(Text, 'word'", "kz.bless(Text, 'word', {}, Meta())\nkz.bless(Text, 'word'", "blessed twice"},
         {"kz.bless(Text, 'word'", "kz.bless(Hints, 'taken')\nkz.bless(Text, 'word'", "name for UIValueHints already"},
         {"kz.bless(Text, 'word'", "kz.bless(Other, 'more')\nkz.bless(Text, 'word'", ""}};

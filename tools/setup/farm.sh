@@ -16,8 +16,10 @@ fetch_dask() {
     mv "$target.new" "$target"
 }
 
+# Installs both; the environment goes to TARGET.
 install_farm() {
+    local target=$1
     install_optional "checks of farms with GNU parallel are skipped" parallel
-    dask_present "$root/build/dask" || fetch_dask "$root/build/dask" ||
+    dask_present "$target" || fetch_dask "$target" ||
         say "not available: Dask's distributed for Python 3 - checks of farms with it are skipped"
 }
