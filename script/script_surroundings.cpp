@@ -77,7 +77,8 @@ std::vector<std::string> wordsOf(IKzUnknown* object) {
     CKzLoc_WordList list;
     if (!list.set(object)) return words;
     const char* word = nullptr;
-    for (std::uint32_t index = 0; kzSucceeded(list->ByIndex(index, &word)) && word != nullptr; ++index)
+    const std::uint32_t count = list->Count();
+    for (std::uint32_t index = 0; index < count && kzSucceeded(list->ByIndex(index, &word)) && word != nullptr; ++index)
         words.emplace_back(word);
     return words;
 }
@@ -103,6 +104,7 @@ void CScriptSurroundings::install() {
     if (m_folder.get() != nullptr && path != nullptr && PyList_Check(path))
         kzNonNegative(PyList_Insert(path, 0, m_folder));
     if (PySys_SetObject(kzText("argv"), m_words) != 0 || PyDict_SetItemString(modules, "__main__", m_main) != 0) {
+        removeFolder();
         restore();
         throw kzFailedCode;
     }
@@ -117,7 +119,8 @@ void CScriptSurroundings::restore() noexcept {
     setOrDelete("argv", m_formerWords);
 }
 
-CScriptSurroundings::~CScriptSurroundings() {
+void CScriptSurroundings::removeFolder() noexcept {
+    const CPendingException pending;
     PyObject* path = PySys_GetObject(kzText("path"));
     const Py_ssize_t count =
         m_folder.get() != nullptr && path != nullptr && PyList_Check(path) ? PyList_GET_SIZE(path) : 0;
@@ -126,6 +129,10 @@ CScriptSurroundings::~CScriptSurroundings() {
             PyList_SetSlice(path, at, at + 1, nullptr);
             break;
         }
+}
+
+CScriptSurroundings::~CScriptSurroundings() {
+    removeFolder();
     if (theTop == this) {
         theTop = m_below;
         restore();

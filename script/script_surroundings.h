@@ -25,6 +25,7 @@ public:
 
 private:
     void install();
+    void removeFolder() noexcept;
     void restore() noexcept;
 
     CPyRefNull m_folder;  // as it stands on sys.path; null for a text that came from no file
