@@ -29,9 +29,10 @@ KzResult codeOfRaised(PyObject* self, const KzForwardedMethod& method, int argum
         kzSetQuiet(false);
         return KZe_NOTIMPL;
     }
+    const bool isReported = method.signature[0] == 'r';  // by the conversion into a code
     if (argument >= 0) kzExplainArgument(self, method, argument);
-    else if (!kzQuietFlag) kzExplainRaised(self, method);
-    if (method.signature[0] != 'r') {
+    else if (!kzQuietFlag) kzExplainRaised(self, method, isReported);
+    if (!isReported) {
         PyErr_Clear();
         return KZe_FAILED;
     }

@@ -133,12 +133,13 @@ std::string kzWhatCame(PyObject* object) {
     return "an object of the type " + type;
 }
 
-void kzExplainRaised(PyObject* self, const KzForwardedMethod& method) noexcept {
+void kzExplainRaised(PyObject* self, const KzForwardedMethod& method, bool isReported) noexcept {
     kzValueBoundary([=, &method] {
         bool isTold = false;
         std::string text;
         kzWithPending([&](const KzException& exception) {
-            isTold = isWorthTelling(exception.type, exception.value);
+            const bool hasPlace = exception.traceback != nullptr;
+            isTold = !(isReported && hasPlace) && isWorthTelling(exception.type, exception.value);
             if (isTold) text = textOf(exception);
         });
         const CPendingException pending;

@@ -9,8 +9,9 @@
 
 #include <string>
 
-// The method raised the pending exception. Nothing is written if that stands for a silent code or a success.
-void kzExplainRaised(PyObject* self, const KzForwardedMethod& method) noexcept;
+// The method raised the pending exception. Nothing is written if that stands for a silent code or a success, or if a
+// report of the exception with the lines that it passed follows.
+void kzExplainRaised(PyObject* self, const KzForwardedMethod& method, bool isReported) noexcept;
 // The host's input at that index cannot be converted to a Python object; the pending exception says why.
 void kzExplainArgument(PyObject* self, const KzForwardedMethod& method, int index) noexcept;
 // The value that the method returned does not fit: the output at that index, or for -1 the value as a whole.

@@ -109,15 +109,29 @@ CommandLine splitCommandLine(const CLI::App& app, std::vector<std::string> words
     return line;
 }
 
-// Nothing that the program does was named.
-int askForCommand(const CLI::App& app) {
-    std::string names;
-    for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; }))
-        names += " " + each->get_name();
-    const auto words = app.remaining();
-    const std::string wrong = words.empty() ? "a command is missing" : "there is no command \"" + words.front() + "\"";
-    const std::string otherwise = words.empty() ? "" : ", and no such file";
-    CProgram::say(wrong + "; there are:" + names + otherwise + ". kzhost --help says more.");
+// Besides the mark of where the words of a script begin.
+std::vector<std::string> wordsLeft(const CLI::App& app) {
+    std::vector<std::string> words = app.remaining(true);
+    std::erase(words, "--");
+    return words;
+}
+
+// The command line names nothing that the program does, or has words that nobody takes.
+int refuse(const CLI::App& app) {
+    const auto words = wordsLeft(app);
+    const std::string word = words.empty() ? "" : "\"" + words.front() + "\"";
+    std::string wrong;
+    if (word.starts_with("\"--")) {
+        wrong = "there is no option " + word;
+    } else if (!app.get_subcommands().empty()) {
+        wrong = word + " is one word too many for " + app.get_subcommands().front()->get_name();
+    } else {
+        wrong = word.empty() ? "a command is missing" : "there is no command " + word + " and no such file";
+        wrong += "; the commands are:";
+        for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; }))
+            wrong += " " + each->get_name();
+    }
+    CProgram::say(wrong + ". kzhost --help says more.");
     return exitUsage;
 }
 
@@ -177,7 +191,8 @@ int runProgram(int count, char** arguments) {
         CStandardStreams::get().error(problem.str());
         return status == 0 ? exitOk : exitUsage;
     }
-    if (app.get_subcommands().empty() && !line.isForInterpreter) return askForCommand(app);
+    const bool isNothingNamed = app.get_subcommands().empty() && !line.isForInterpreter;
+    if (isNothingNamed || !wordsLeft(app).empty()) return refuse(app);
     takeAliases(options, aliases);
     CProgram program(std::move(options));
     return program.finish(guarded([&] {

@@ -199,7 +199,10 @@ TEST_F(KzHostTest, BadInputIsNamed) {
     const std::string good = write("good.py", "");
     write("broken/site.py", "'Python does not start with a site module that cannot add folders'\n");
     const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
-        {{"--import-path", "/", "fly"}, 2, "there is no command \"fly\"; there are: run"},
+        {{"--import-path", "/", "fly"}, 2, "there is no command \"fly\" and no such file; the commands are: run"},
+        {{"--nonsense", "/dev/null"}, 2, "there is no option \"--nonsense\""},
+        {{"--nonsense", "cmd", "x"}, 2, "there is no option \"--nonsense\""},
+        {{"commands", "x"}, 2, "\"x\" is one word too many for commands"},
         {{"run"}, 2, "SCRIPT"},
         {{"run", path("missing.py")}, 2, "missing.py: there is no such file"},
         {{"run", zero}, 2, "zero.py: this is not a text: line 2 holds a zero byte"},
