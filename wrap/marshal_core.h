@@ -7,35 +7,15 @@
 #include "kz/base/unknown.h"
 #include "kz/result.h"
 
-#include <cstring>
 #include <initializer_list>
 #include <memory>
 #include <vector>
 
 #pragma GCC visibility push(hidden)  // so that the thousands of calls from generated code are direct
 
-// True if a text of one to two words contains a NUL byte.
-template <class Word> bool kzHasZero(const char* text, Py_ssize_t size) noexcept {
-    constexpr Word ones = static_cast<Word>(0x0101010101010101), highs = static_cast<Word>(ones << 7);
-    Word first = 0, last = 0;  // they may overlap
-    std::memcpy(&first, text, sizeof first);
-    std::memcpy(&last, text + size - sizeof last, sizeof last);
-    return ((((first - ones) & ~first) | ((last - ones) & ~last)) & highs) != 0;
-}
-
 // The text of an exact str without NUL bytes, null for None, kzNoText for anything else. Sets no exception.
 extern const char kzNoText[1];
-const char* kzTakeOtherText(PyObject* object) noexcept;
-// Inlined for names, which most texts are.
-inline const char* kzTakeText(PyObject* object) noexcept {
-    if (!PyString_CheckExact(object)) return kzTakeOtherText(object);
-    const char* text = PyString_AS_STRING(object);
-    const Py_ssize_t size = PyString_GET_SIZE(object);
-    if (size >= 8 ? size <= 16 && !kzHasZero<std::uint64_t>(text, size)
-                  : size >= 4 && !kzHasZero<std::uint32_t>(text, size))
-        return text;
-    return kzTakeOtherText(object);
-}
+const char* kzTakeText(PyObject* object) noexcept;
 // Reads a sequence of exactly `count` numbers. FAILED for any other length; a raised Python exception stays set.
 KzResult kzReadNumbers(PyObject* sequence, double* numbers, Py_ssize_t count) noexcept;
 KzResult kzReadNumbers(PyObject* sequence, float* numbers, Py_ssize_t count) noexcept;
