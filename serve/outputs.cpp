@@ -3,7 +3,7 @@
 
 #include "module/pending_exception.h"
 #include "serve/addresses.h"
-#include "wrap/marshal_core.h"
+#include "serve/carrier.h"
 #include "wrap/result_codes.h"
 #include "wrap/wrapper.h"
 
@@ -17,7 +17,7 @@ namespace {
 // A converted value and its destination.
 struct Output {
     char letter;
-    char digit;  // of a vector: how many numbers it has
+    const KzCarrier* carrier;  // of a K
     void* place;
     std::uint32_t length;  // of a text buffer
     union {
@@ -25,7 +25,8 @@ struct Output {
         void* pointer;
         const char* text;
         IKzUnknown* object;
-        double numbers[4];
+        double number;
+        std::byte carried[kzLargestCarried];
     };
 
     KzResult convert(PyObject* value) noexcept;
@@ -36,7 +37,6 @@ struct Output {
 private:
     KzResult convertText(PyObject* value) noexcept;
     KzResult convertObject(PyObject* value) noexcept;
-    bool isVector() const noexcept { return letter == 'V' || letter == 'v'; }
     template <class Value> void put(Value value) const noexcept {
         if (place != nullptr) *static_cast<Value*>(place) = value;
     }
@@ -56,21 +56,20 @@ KzResult unlessRaised() noexcept { return PyErr_Occurred() != nullptr ? lost(KZe
 KzResult Output::convert(PyObject* value) noexcept {
     switch (letter) {
     case 'f':
-    case 'd': numbers[0] = PyFloat_AsDouble(value); return numbers[0] == -1.0 ? unlessRaised() : KZe_OK;
+    case 'd': number = PyFloat_AsDouble(value); return number == -1.0 ? unlessRaised() : KZe_OK;
     case 'p': pointer = PyLong_AsVoidPtr(value); return pointer == nullptr ? unlessRaised() : KZe_OK;
     case 'P': return orLost(kzReadAddress(value, pointer));
     case 'h': return orLost(kzReadHints(value, pointer));
     case 'z':
     case 'T': return convertText(value);
     case 'O': return convertObject(value);
-    case 'V':
-    case 'v': return orLost(kzReadNumbers(value, numbers, digit - '0'));
+    case 'K': return orLost(carrier->fromPython(value, carried));
     default: integer = PyLong_AsLong(value); return integer == -1 ? unlessRaised() : KZe_OK;
     }
 }
 
 void Output::clear() noexcept {
-    std::fill(std::begin(numbers), std::end(numbers), 0.0);  // the largest member, so all others are zero or null too
+    std::memset(carried, 0, sizeof carried);  // the largest member, so all others are zero or null too
     if (letter == 'T') text = "";
     if (letter != 'T' || length > 0) store();
 }
@@ -94,8 +93,8 @@ void Output::store() const noexcept {
     case 'I': put(static_cast<std::uint32_t>(integer)); break;
     case 'n': put(static_cast<std::intptr_t>(integer)); break;
     case 'b': put(integer != 0); break;
-    case 'f': put(static_cast<float>(numbers[0])); break;
-    case 'd': put(numbers[0]); break;
+    case 'f': put(static_cast<float>(number)); break;
+    case 'd': put(number); break;
     case 'z': put(text); break;
     case 'T': std::memcpy(place, text, std::strlen(text) + 1); break;
     case 'p':
@@ -106,10 +105,7 @@ void Output::store() const noexcept {
         put(object);
         break;
     default:
-        for (int index = 0; place != nullptr && index < digit - '0'; ++index) {
-            if (letter == 'V') static_cast<double*>(place)[index] = numbers[index];
-            else static_cast<float*>(place)[index] = static_cast<float>(numbers[index]);
-        }
+        if (place != nullptr) std::memcpy(place, carried, carrier->size);
     }
 }
 
@@ -126,7 +122,7 @@ public:
             output.letter = *letters;
             output.place = const_cast<void*>((places++)->pointer);
             if (*letters == 'T') output.length = static_cast<std::uint32_t>((places++)->integer);
-            if (*letters == 'V' || *letters == 'v') output.digit = *++letters;
+            if (*letters == 'K') output.carrier = &kzCarrierAt(*++letters);
         }
     }
     int count() const noexcept { return m_count; }

@@ -6,6 +6,7 @@
 #include "module/explain.h"
 #include "module/pending_exception.h"
 #include "serve/adapters.h"
+#include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 
 #include "kz/result.h"
@@ -69,7 +70,7 @@ std::vector<std::string> declaredOutputs(const KzForwardedMethod& method) {
     return outputs;
 }
 
-// What each output letter of the signature stands for.
+// What each output letter of the signature stands for; empty for a K, whose class notes what it expects.
 std::vector<std::string> expectedOutputs(const KzForwardedMethod& method) {
     std::vector<std::string> expected;
     for (const char* letter = std::strchr(method.signature, ':') + 1; *letter != '\0'; ++letter) {
@@ -81,8 +82,7 @@ std::vector<std::string> expectedOutputs(const KzForwardedMethod& method) {
         case 'O': expected.emplace_back("an object of the host or one that implements an interface"); break;
         case 'P': expected.emplace_back("an address or a storage"); break;
         case 'h': expected.emplace_back("a dictionary or pairs of integers and strings"); break;
-        case 'V':
-        case 'v': expected.emplace_back(std::string(1, *++letter) + " numbers"); break;
+        case 'K': expected.emplace_back(), ++letter; break;
         default: expected.emplace_back("an integer");
         }
     }
@@ -161,6 +161,7 @@ void kzExplainOutput(PyObject* self, const KzForwardedMethod& method, PyObject* 
     if (code == KZe_SHORTBUFFER || kzQuietFlag) return;
     kzValueBoundary([=, &method] {
         const std::string reason = reasonSuffix();
+        const std::string noted = kzRefusedReason();
         const CPendingException pending;
         const std::vector<std::string> outputs = declaredOutputs(method);
         const std::vector<std::string> expected = expectedOutputs(method);
@@ -179,7 +180,8 @@ void kzExplainOutput(PyObject* self, const KzForwardedMethod& method, PyObject* 
             }
             if (place < outputs.size()) where += " (" + outputs[place] + ")";
         }
-        kzExplain(where, "expected " + wanted + ", got " + kzWhatCame(came) + reason);
+        const bool isNoted = index >= 0 && expected[place].empty();
+        kzExplain(where, isNoted ? noted : "expected " + wanted + ", got " + kzWhatCame(came) + reason);
     });
 }
 

@@ -12,11 +12,11 @@ using PyObject = struct _object;
 
 // One forwarded operation. The signature says how the words are to be read:
 //   first   r  the operation returns a result code     v  nothing, or a plain value, which is its first output
-//   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, V and v with a digit for so many
-//           doubles or floats, A and a storage letter (* for raw bytes)  a buffer of the host and, in a second word, its
-//           length in elements, which is -1 if only the method knows it
+//   then    the inputs:  i I n f d z O  as the interpreter's value-building letters, A and a storage letter (* for
+//           raw bytes)  a buffer of the host and, in a second word, its length in elements, which is -1 if only the method
+//           knows it, K and the letter of a carrier (serve/carrier.h)  the address of a value
 //   :       then the outputs: i I n b f d z O, p an identifier, P an address, h hints, T a text buffer and, in a second
-//           word, its size, V and v with a digit
+//           word, its size, K as above
 struct KzForwardedMethod {
     const char* name;
     const char* signature;
@@ -28,15 +28,12 @@ constexpr bool kzIsOneOf(char letter, const char* letters) noexcept {
     while (*letters != '\0' && *letters != letter) ++letters;
     return letter != '\0' && *letters != '\0';
 }
-constexpr bool kzIsVector(const char* letters) noexcept {
-    return kzIsOneOf(letters[0], "Vv") && kzIsOneOf(letters[1], "1234") && letters[2] == '\0';
-}
 constexpr bool kzCarriesInput(const char* letters) noexcept {
     const bool isBuffer = letters[0] == 'A' && kzIsOneOf(letters[1], "fidubp*") && letters[2] == '\0';
-    return isBuffer || kzIsVector(letters) || (kzIsOneOf(letters[0], "iInfdzO") && letters[1] == '\0');
+    return isBuffer || (kzIsOneOf(letters[0], "iInfdzO") && letters[1] == '\0');
 }
 constexpr bool kzCarriesOutput(const char* letters) noexcept {
-    return kzIsVector(letters) || (kzIsOneOf(letters[0], "iInbfdzOpPhT") && letters[1] == '\0');
+    return kzIsOneOf(letters[0], "iInbfdzOpPhT") && letters[1] == '\0';
 }
 
 // One argument on its way to Python, or the address of one output.

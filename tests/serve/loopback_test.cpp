@@ -3,10 +3,12 @@
 #include "loopback.h"
 #include "serving_fixture.h"
 
+#include "module/error_report.h"
+#include "module/py_lock.h"
 #include "serve/adapters.h"
+#include "serve/carrier.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <map>
 #include <sstream>
@@ -71,9 +73,20 @@ const std::map<char, Output> outputs = {{'i', {"-9", bytesOf(std::int32_t(-9))}}
                                         {'d', {"0.25", bytesOf(0.25)}},
                                         {'T', {"'out'", bytesOf("out")}},
                                         {'z', {"'out'", {}}},
-                                        {'O', {"there", {}}},
-                                        {'V', {"[1.5, 2.5, -3.5, 4.5]", bytesOf(std::array{1.5, 2.5, -3.5, 4.5})}},
-                                        {'v', {"[1.5, 2.5, -3.5, 4.5]", bytesOf(std::array{1.5F, 2.5F, -3.5F, 4.5F})}}};
+                                        {'O', {"there", {}}}};
+
+// Any value of a carried kind. Its Python form is what the carrier makes of it; the marshallers' tests check that.
+const double carried[] = {1.5, 2.5, -3.5, 4.5, 0.25, 6.5, 7.5, 8.5, 9.5, 10.5, 11.5, 12.5, 13.5, 14.5, 15.5, 16.5};
+static_assert(sizeof carried >= kzLargestCarried);
+
+template <class Use> auto withCarried(char letter, Use&& use) {
+    const CPyLock lock;
+    const KzCarrier& carrier = kzCarrierAt(letter);
+    return use(carrier, CPyRefNull(carrier.toPython(carried)));
+}
+std::string pythonFormOf(char letter) {
+    return withCarried(letter, [](const KzCarrier&, const CPyRefNull& value) { return kzStringOf(value); });
+}
 
 // The arguments of one call, by the row's signature, and what is expected on either side.
 class Call {
@@ -91,7 +104,7 @@ public:
         std::ranges::fill(m_buffers, 0);
         std::vector<LoopbackWord> words = m_inputs;
         for (std::size_t index = m_returned ? 1 : 0; index < m_outputs.size(); ++index) {
-            words.push_back({.pointer = withPlaces ? &m_memory[index * 4] : nullptr});
+            words.push_back({.pointer = withPlaces ? &m_memory[index * 16] : nullptr});
             if (m_outputs[index] == "T") words.push_back({.integer = 32});
         }
         words.resize(words.size() + 1);
@@ -114,7 +127,18 @@ public:
     }
 
     // What the last output answers to an object that it cannot convert.
-    KzResult codeOfWrongType() const { return m_outputs.back() == "O" ? KZe_NOTFOUND : KZe_FAILED; }
+    KzResult codeOfWrongType() const {
+        const std::string& output = m_outputs.back();
+        if (output[0] == 'K') {
+            return withCarried(output[1], [](const KzCarrier& carrier, const CPyRefNull&) {
+                std::byte value[kzLargestCarried];
+                const KzResult code = carrier.fromPython(Py_None, value);
+                PyErr_Clear();
+                return code;
+            });
+        }
+        return output == "O" ? KZe_NOTFOUND : KZe_FAILED;
+    }
     bool takesNone() const { return m_outputs.size() == 1 && std::strchr("zPh", m_outputs[0][0]) != nullptr; }
 
     // The first address or table of hints that was stored.
@@ -129,12 +153,13 @@ public:
     }
     void expectUntouched() {
         for (std::size_t index = m_returned ? 1 : 0; index < m_outputs.size(); ++index)
-            EXPECT_EQ(m_memory[index * 4], untouched) << m_row.name << " output " << index;
+            EXPECT_EQ(m_memory[index * 16], untouched) << m_row.name << " output " << index;
         EXPECT_EQ(m_returned ? m_answer.integer : 0, 0) << m_row.name;
     }
     void expectCleared() {
         for (std::size_t index = 0; index < m_outputs.size(); ++index) {
-            const std::size_t size = m_outputs[index] == "T" ? 1 : outputs.at(m_outputs[index][0]).bytes.size();
+            const char letter = m_outputs[index][0];
+            const std::size_t size = letter == 'T' ? 1 : letter == 'K' ? 8 : outputs.at(letter).bytes.size();
             const auto* bytes = static_cast<const char*>(place(index));
             EXPECT_TRUE(std::all_of(bytes, bytes + (size != 0 ? std::min<std::size_t>(size, 8) : 8),
                                     [](char byte) { return byte == 0; }))
@@ -156,19 +181,14 @@ private:
             {'d', {"1.5", {.real = 1.5}}},
             {'z', {"'text'", {.pointer = const_cast<char*>("text")}}},
             {'O', {"object 1", {.pointer = m_object}}},
-            {'V', {"(1.5, 2.5, -3.5, 4.5)", {.pointer = m_doubles}}},
-            {'v', {"(1.5, 2.5, -3.5, 4.5)", {.pointer = m_floats}}},
+            {'K', {*letter == 'K' ? pythonFormOf(letter[1]) : "", {.pointer = const_cast<double*>(carried)}}},
             {'A', {"storage ?", {.pointer = &m_buffers[m_arrays * 8]}}}};
         const auto number = static_cast<std::int64_t>(m_inputs.size()) + 2;
         const auto found = known.find(*letter);
         m_seen += " " + (found != known.end() ? found->second.first : std::to_string(number));
         m_inputs.push_back(found != known.end() ? found->second.second : LoopbackWord{.integer = number});
-        if (*letter == 'V' || *letter == 'v')  // as many numbers as the digit says
-            for (int more = 4 - (*++letter - '0'); more > 0; --more)
-                m_seen.replace(m_seen.rfind(','), m_seen.npos, ")");
-        if (*letter != 'A') return;
-        ++letter;
-        ++m_arrays;
+        if (*letter == 'A') ++m_arrays;
+        if (*letter == 'A' || *letter == 'K') ++letter;
     }
 
     // Puts the sizes of storage in their places.
@@ -186,17 +206,16 @@ private:
 
     void addOutput(const char*& letter) {
         std::string output(1, *letter);
-        if (*letter == 'V' || *letter == 'v') output += *++letter;
+        if (*letter == 'K') output += *++letter;
         m_outputs.push_back(output);
     }
 
     void* place(std::size_t index) {
-        return m_returned && index == 0 ? static_cast<void*>(&m_answer) : &m_memory[index * 4];
+        return m_returned && index == 0 ? static_cast<void*>(&m_answer) : &m_memory[index * 16];
     }
 
     static std::string expressionFor(const std::string& output) {
-        const std::string expression = outputs.at(output[0]).expression;
-        return output.size() == 1 ? expression : expression + "[:" + output[1] + "]";
+        return output[0] == 'K' ? pythonFormOf(output[1]) : outputs.at(output[0]).expression;
     }
 
     bool holds(const std::string& output, const void* stored) {
@@ -207,23 +226,21 @@ private:
             return held.raw() == m_object;
         }
         // What is returned is a word, in which a single number takes double room.
+        if (output[0] == 'K') return std::memcmp(stored, carried, kzCarrierAt(output[1]).size) == 0;
         const std::string& bytes = outputs.at(output == "f" && stored == &m_answer ? 'd' : output[0]).bytes;
-        const std::size_t size = output.size() == 1 ? bytes.size() : bytes.size() / 4 * (output[1] - '0');
-        return std::memcmp(stored, bytes.data(), size) == 0;
+        return std::memcmp(stored, bytes.data(), bytes.size()) == 0;
     }
 
     const LoopbackRow& m_row;
     IKzUnknown* m_object;
     std::vector<LoopbackWord> m_inputs;
-    std::vector<std::string> m_outputs;  // letters, of a vector with its digit
+    std::vector<std::string> m_outputs;  // letters, after a K with the carrier's
     std::string m_seen;
     std::size_t m_arrays = 0;
     bool m_returned = false;
     LoopbackWord m_answer;
-    std::uint64_t m_memory[12 * 4];
+    std::uint64_t m_memory[12 * 16];
     std::uint64_t m_buffers[4 * 8];
-    double m_doubles[4] = {1.5, 2.5, -3.5, 4.5};
-    float m_floats[4] = {1.5F, 2.5F, -3.5F, 4.5F};
 };
 
 // However a method fails, a result operation answers with the code, and the others with zero.
