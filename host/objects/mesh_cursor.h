@@ -64,11 +64,11 @@ protected:
         return KZe_OK;
     }
     KzResult visitMarked(std::int32_t mark, IKzUnknown* visitor) {
-        return visit(visitor, [mark](const Element& element) { return kzIsMeant(element.marks, mark); });
+        return visit(visitor, [mark](const Element& element) { return kzMatchesMarks(element.marks, mark); });
     }
 
     std::int32_t marks() const { return hereOrNull() != nullptr ? hereOrNull()->marks : 0; }
-    bool testMarks(std::int32_t mark) const { return hereOrNull() != nullptr && kzIsMeant(marks(), mark); }
+    bool testMarks(std::int32_t mark) const { return hereOrNull() != nullptr && kzMatchesMarks(marks(), mark); }
     KzResult setMarks(std::int32_t set, std::int32_t clear) {
         Element& element = here();
         element.marks = (element.marks & ~clear) | set;
@@ -81,5 +81,25 @@ private:
     CMeshData& m_data;
     KzElementId m_id;
 };
+
+// What all cursors answer alike. The names of operations begin with their interface's prefix, so no base can override them.
+#define KZ_CURSOR_OPERATIONS(prefix)                                                                                   \
+    using CMeshCursor::CMeshCursor;                                                                                    \
+    using CMeshCursor::table;                                                                                          \
+    KzResult prefix##_MoveTo(KzElementId element) override { return moveTo(element); }                                 \
+    KzResult prefix##_MoveToIndex(std::uint32_t index) override { return moveToIndex(index); }                         \
+    bool prefix##_IsAt() override { return isAt(); }                                                                   \
+    KzElementId prefix##_Id() override { return id(); }                                                                \
+    KzResult prefix##_Mesh(IKzUnknown** mesh) override { return giveMesh(mesh); }
+
+// As above, for elements that users select.
+#define KZ_MARKED_ELEMENT_OPERATIONS(prefix)                                                                           \
+    std::uint32_t prefix##_Index() override { return index(); }                                                        \
+    KzResult prefix##_Enumerate(std::int32_t mark, IKzUnknown* visitor) override {                                     \
+        return visitMarked(mark, visitor);                                                                             \
+    }                                                                                                                  \
+    std::int32_t prefix##_Marks() override { return marks(); }                                                         \
+    KzResult prefix##_SetMarks(std::int32_t set, std::int32_t clear) override { return setMarks(set, clear); }         \
+    bool prefix##_TestMarks(std::int32_t mark) override { return testMarks(mark); }
 
 }  // namespace kzhost
