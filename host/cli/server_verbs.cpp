@@ -24,7 +24,7 @@ namespace kzhost {
 
 namespace {
 
-// The interpreter looks over the files itself; the host only asks it to.
+// The interpreter itself checks the files, as a command.
 constexpr const char* checkScript = "# python\n"
                                     "import sys\n"
                                     "import kz\n"
@@ -56,7 +56,7 @@ int check(CProgram& program, const std::vector<std::string>& files) {
     return exitFailed;
 }
 
-// Starts everything, servers included.
+// Starts the host and all interpreters, which add servers of their own.
 int startAll(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
     for (const KzServer& server : program.host().modules().servers(KZa_LINEINTERPRETER))

@@ -39,9 +39,9 @@ public:
     // is none. The file is replaced only if saving succeeds.
     KzResult save(IKzUnknown* image, const std::string& path, const std::string& saver, IKzUnknown* monitor) const;
 
-    // What a file says beside its pixels: NOTFOUND when it says nothing of the kind.
+    // A field of the file's metadata: NOTFOUND if there is none of that name.
     std::string fact(const std::string& path, const std::string& key) const;
-    // The image in another colour space, in single floats; by a null source, from the one that its file says.
+    // Converts the image to another colour space, in single floats. A null source stands for the one that its file names.
     CHostRef<CImage> inSpace(IKzUnknown* image, const char* source, const std::string& target) const;
     std::vector<std::string> spaces() const;
 
@@ -50,7 +50,7 @@ private:
     CHostRef<CImage> loadOwn(const PictureFormat& format, const std::string& path) const;
     KzResult saveOwn(const PictureFormat& format, IKzUnknown* image, const std::string& path,
                      const std::string& file) const;
-    // Runs work of the library, and tells why it failed.
+    // Runs work of the library, and logs the reason for a failure.
     void withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const;
     std::function<void(const std::string& text)> notes(const std::string& path) const;
     CHostRef<CImage> loadServed(const std::string& path, IKzUnknown* monitor) const;
