@@ -75,15 +75,15 @@ std::vector<std::string> foldersOf(const std::string& path) {
 bool isOwnFolder(PyObject* path, const std::string& folder) {
     char* real = realpath(folder.c_str(), nullptr);
     if (real == nullptr) return false;
-    bool found = false;
-    for (Py_ssize_t index = 0; index < PyList_GET_SIZE(path) && !found; ++index) {
+    bool isPresent = false;
+    for (Py_ssize_t index = 0; index < PyList_GET_SIZE(path) && !isPresent; ++index) {
         PyObject* entry = PyList_GET_ITEM(path, index);
         char* own = PyString_Check(entry) ? realpath(PyString_AS_STRING(entry), nullptr) : nullptr;
-        found = own != nullptr && std::strcmp(own, real) == 0;
+        isPresent = own != nullptr && std::strcmp(own, real) == 0;
         std::free(own);
     }
     std::free(real);
-    return found;
+    return isPresent;
 }
 
 // Where a folder of PYTHONPATH goes on sys.path.

@@ -87,11 +87,11 @@ private:
 // The folder of the user's scripts is passed to site even if it could not be resolved and is empty. Site would take the
 // empty path for the current folder and run the path files in it, which nobody has asked for.
 void addSiteFolder(PyObject* site, PyObject* path) {
-    std::optional<CReplacedAttribute> replaced;
+    std::optional<CReplacedAttribute> guard;
     if (PyString_GET_SIZE(path) == 0)
-        replaced.emplace(site, "makepath", CPyRef(PyCFunction_New(&noFolderFunction, nullptr), CPyRef::owned));
-    const CPyRefNull added(PyObject_CallMethod(site, kzText("addsitedir"), kzText("O"), path));
-    kzNonNull(added.get());
+        guard.emplace(site, "makepath", CPyRef(PyCFunction_New(&noFolderFunction, nullptr), CPyRef::owned));
+    const CPyRefNull result(PyObject_CallMethod(site, kzText("addsitedir"), kzText("O"), path));
+    kzNonNull(result.get());
 }
 
 MainInterpreter* theProgram = nullptr;

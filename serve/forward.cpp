@@ -48,9 +48,9 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     if (name == nullptr) return codeOfRaised(self, method, -1);
     if (!arguments.build(letter, word)) return codeOfRaised(self, method, arguments.count() - 1);
     if (method.signature[0] == 'r' && !kzHavePlaces(letter, word)) return KZe_INVALIDARG;
-    PyObject* returned = kzCallByName(arguments.items(), arguments.count(), name);
+    PyObject* result = kzCallByName(arguments.items(), arguments.count(), name);
     // When memory is short, the interpreter may return an object and still leave an exception pending.
-    if (returned == nullptr || isRaised()) {
+    if (result == nullptr || isRaised()) {
         const KzResult code = codeOfRaised(self, method, -1);
         // A method that raises the name of a success returns no values, but the host is going to read the outputs.
         if (kzSucceeded(code)) kzClearOutputs(letter, word);
@@ -58,10 +58,10 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     }
     // The reference to the returned object is leaked on purpose: the host is given the buffers of returned strings as they
     // are, and may use them for as long as Python lives.
-    int failed = 0;
-    const KzResult code = kzStoreOutputs(returned, letter, word, failed);
+    int failedIndex = 0;
+    const KzResult code = kzStoreOutputs(result, letter, word, failedIndex);
     if (kzFailed(code)) {
-        kzExplainOutput(self, method, returned, failed, code);
+        kzExplainOutput(self, method, result, failedIndex, code);
         PyErr_Clear();
     }
     return code;

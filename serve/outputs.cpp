@@ -43,28 +43,28 @@ private:
 };
 
 // Reports to the log that a value could not be converted. The pending exception, which says why, stays pending.
-KzResult lost(KzResult code) noexcept {
+KzResult logLoss(KzResult code) noexcept {
     const CPendingException pending;
     kzLostException(code);
     return code;
 }
 
-KzResult orLost(KzResult code) noexcept { return kzFailed(code) ? lost(code) : code; }
+KzResult loggingLoss(KzResult code) noexcept { return kzFailed(code) ? logLoss(code) : code; }
 
-KzResult unlessRaised() noexcept { return PyErr_Occurred() != nullptr ? lost(KZe_FAILED) : KZe_OK; }
+KzResult codeOfPending() noexcept { return PyErr_Occurred() != nullptr ? logLoss(KZe_FAILED) : KZe_OK; }
 
 KzResult Output::convert(PyObject* value) noexcept {
     switch (letter) {
     case 'f':
-    case 'd': number = PyFloat_AsDouble(value); return number == -1.0 ? unlessRaised() : KZe_OK;
-    case 'p': pointer = PyLong_AsVoidPtr(value); return pointer == nullptr ? unlessRaised() : KZe_OK;
-    case 'P': return orLost(kzReadAddress(value, pointer));
-    case 'h': return orLost(kzReadHints(value, pointer));
+    case 'd': number = PyFloat_AsDouble(value); return number == -1.0 ? codeOfPending() : KZe_OK;
+    case 'p': pointer = PyLong_AsVoidPtr(value); return pointer == nullptr ? codeOfPending() : KZe_OK;
+    case 'P': return loggingLoss(kzReadAddress(value, pointer));
+    case 'h': return loggingLoss(kzReadHints(value, pointer));
     case 'z':
     case 'T': return convertText(value);
     case 'O': return convertObject(value);
-    case 'K': return orLost(carrier->fromPython(value, carried));
-    default: integer = PyLong_AsLong(value); return integer == -1 ? unlessRaised() : KZe_OK;
+    case 'K': return loggingLoss(carrier->fromPython(value, carried));
+    default: integer = PyLong_AsLong(value); return integer == -1 ? codeOfPending() : KZe_OK;
     }
 }
 
@@ -78,7 +78,7 @@ KzResult Output::convertText(PyObject* value) noexcept {
     text = nullptr;
     if (letter == 'z' && value == Py_None) return KZe_OK;
     text = PyString_AsString(value);
-    if (text == nullptr) return lost(KZe_FAILED);
+    if (text == nullptr) return logLoss(KZe_FAILED);
     const bool fits = letter == 'z' || (place != nullptr && std::strlen(text) < length);
     return fits ? KZe_OK : KZe_SHORTBUFFER;
 }
@@ -127,15 +127,15 @@ public:
     }
     int count() const noexcept { return m_count; }
 
-    KzResult convert(PyObject* returned, int& failed) noexcept {
-        failed = 0;
-        if (m_count == 1) return m_outputs[0].convert(returned);
-        failed = -1;
-        if (!PyTuple_Check(returned) || PyTuple_GET_SIZE(returned) != m_count) return KZe_FAILED;
+    KzResult convert(PyObject* result, int& failedIndex) noexcept {
+        failedIndex = 0;
+        if (m_count == 1) return m_outputs[0].convert(result);
+        failedIndex = -1;
+        if (!PyTuple_Check(result) || PyTuple_GET_SIZE(result) != m_count) return KZe_FAILED;
         for (int index = 0; index < m_count; ++index) {
-            const KzResult code = m_outputs[index].convert(PyTuple_GET_ITEM(returned, index));
+            const KzResult code = m_outputs[index].convert(PyTuple_GET_ITEM(result, index));
             if (kzSucceeded(code)) continue;
-            failed = index;
+            failedIndex = index;
             std::for_each(m_outputs, m_outputs + index, [](const Output& output) { output.drop(); });
             return code;
         }
@@ -159,10 +159,10 @@ private:
 
 }  // namespace
 
-KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places, int& failed) noexcept {
+KzResult kzStoreOutputs(PyObject* result, const char* letters, const KzWord* places, int& failedIndex) noexcept {
     if (*letters == '\0') return KZe_OK;
     COutputs outputs(letters, places);
-    const KzResult code = outputs.convert(returned, failed);
+    const KzResult code = outputs.convert(result, failedIndex);
     if (kzSucceeded(code)) outputs.store();
     return code;
 }

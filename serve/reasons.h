@@ -14,7 +14,7 @@ void kzExplainRaised(PyObject* self, const KzForwardedMethod& method) noexcept;
 // The host's input at that index cannot be converted to a Python object; the pending exception says why.
 void kzExplainArgument(PyObject* self, const KzForwardedMethod& method, int index) noexcept;
 // The value that the method returned does not fit: the output at that index, or for -1 the value as a whole.
-void kzExplainOutput(PyObject* self, const KzForwardedMethod& method, PyObject* returned, int index,
+void kzExplainOutput(PyObject* self, const KzForwardedMethod& method, PyObject* result, int index,
                      KzResult code) noexcept;
 // The constructor raised the pending exception. Written only if that stands for a silent code, since any other exception
 // is reported elsewhere.
@@ -25,4 +25,4 @@ std::string kzPendingReason();
 // The class with its module, "kzserv.servers.watch.Watch".
 std::string kzClassName(PyObject* pythonClass);
 // An object as a sentence mentions it: its repr() if that is short and safe to ask for, otherwise its type.
-std::string kzWhatCame(PyObject* object);
+std::string kzMention(PyObject* object);

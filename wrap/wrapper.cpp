@@ -238,9 +238,9 @@ bool kzHold(PyObject* wrapper, IKzUnknown* object) {
     if (object != nullptr) object->AddRef();
     // The new reference comes first: the object may be alive only through the previous target.
     IKzUnknown* target = interfaceOf(kzRowOf(Py_TYPE(wrapper)), object);
-    CKeptObjects& kept = CKeptObjects::instance();
-    if (IKzUnknown* former = std::exchange(kzWrapper(wrapper)->target, target)) kept.letGo(former);
-    kept.releaseIdle();
+    CKeptObjects& keeper = CKeptObjects::instance();
+    if (IKzUnknown* former = std::exchange(kzWrapper(wrapper)->target, target)) keeper.letGo(former);
+    keeper.releaseIdle();
     return target != nullptr;
 }
 
@@ -273,9 +273,9 @@ PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* owned) noexcept {
         if (owned != nullptr) return kzNewWrapper(kzUnknownType, owned);
         Py_RETURN_NONE;
     }
-    PyObject* supporting = owned != nullptr ? supportClass(*type) : nullptr;
-    if (supporting == nullptr) return kzNewWrapper(*type, owned);
-    const CPyRef keep(supporting);  // its own code may remove it from the module
+    PyObject* supportType = owned != nullptr ? supportClass(*type) : nullptr;
+    if (supportType == nullptr) return kzNewWrapper(*type, owned);
+    const CPyRef keep(supportType);  // its own code may remove it from the module
     const CPyRefNull unknown(kzNewWrapper(kzUnknownType, owned));
     return unknown.get() != nullptr ? PyObject_CallFunctionObjArgs(keep, unknown.get(), nullptr) : nullptr;
 }
