@@ -9,7 +9,7 @@
 #include <dlfcn.h>
 #include <filesystem>
 
-TEST(start, is_refused_where_python_runs_already) {
+TEST(StartTest, IsRefusedWherePythonRunsAlready) {
     for (const bool holdsLock : {false, true})
         kzInChild(holdsLock ? "a thread of that Python" : "another thread", [=] {
             CBareHost host;
@@ -28,7 +28,7 @@ TEST(start, is_refused_where_python_runs_already) {
         });
 }
 
-TEST(start, survives_the_users_environment) {
+TEST(StartTest, SurvivesTheUsersEnvironment) {
     const CTestFolder folder;
     folder.write("foreign/codecs.py", "raise ValueError('foreign')\n");
     folder.write("foreign/friend.py", "word = 'friend'\n");
@@ -83,7 +83,7 @@ TEST(start, survives_the_users_environment) {
 }
 
 // The current folder is nobody's path, though the empty path that stands for no folder could be taken for it.
-TEST(start, runs_nothing_of_the_current_folder) {
+TEST(StartTest, RunsNothingOfTheCurrentFolder) {
     const CTestFolder folder;
     const std::string mark = folder.path("ran");
     const std::string touch = "open('" + mark + "', 'a').close()\n";
@@ -98,10 +98,11 @@ TEST(start, runs_nothing_of_the_current_folder) {
             if (scripts[0] == 'e') host.aliases["scripts:"] = host.aliases["module:"] = "";
             host.importPaths = {""};
             ASSERT_TRUE(host.load());
-            EXPECT_EQ(host.run("import sys, os, site\n"
-                               "assert '' not in sys.path and os.getcwd() not in sys.path, sys.path\n"
-                               "assert site.USER_BASE == site.USER_SITE == ''\n"
-                               "assert site.makepath('a')[0] == os.path.abspath('a')\n"),
+            EXPECT_EQ(host.run(R"(import sys, os, site
+assert '' not in sys.path and os.getcwd() not in sys.path, sys.path
+assert site.USER_BASE == site.USER_SITE == ''
+assert site.makepath('a')[0] == os.path.abspath('a')
+)"),
                       kzOk)
                 << host.log();
             EXPECT_FALSE(std::filesystem::exists(mark));
@@ -116,7 +117,7 @@ TEST(start, runs_nothing_of_the_current_folder) {
 }
 
 // What a failed operation leaves in its object output is neither used nor released.
-TEST(failure, makes_no_output_of_the_host_count) {
+TEST(FailureTest, MakesNoOutputOfTheHostCount) {
     const std::pair<const char*, const char*> table[] = {
         {"Log.SubSystemLookup", "print 1"},
         {"Log.CreateEntry", "print 1"},

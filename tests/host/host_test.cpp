@@ -33,9 +33,9 @@ using namespace kzhost;
 
 namespace {
 
-TEST(Services, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
+TEST(ServicesTest, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
 
-TEST(Services, TakeWhatModulesServeForTheirOwn) {
+TEST(ServicesTest, TakeWhatModulesServeForTheirOwn) {
     CPluginHost host;
     host.nothingAlive.isExpected = false;  // what a method in Python returns is never freed
     host.load().check("host", "served");
@@ -73,7 +73,7 @@ TEST_F(HostTest, MonitorsReportTheirStepsAndEnd) {
 }
 
 // A task of 1000 steps that takes 18 seconds, with another inside at its end.
-TEST(ProgressView, ShowsATaskForEachMonitor) {
+TEST(ProgressViewTest, ShowsATaskForEachMonitor) {
     const auto shown = [](bool isTerminal) {
         CProgressView::Time now{};
         std::vector<std::string> all;

@@ -23,7 +23,8 @@ TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
     for (const auto& [content, expected] : cases) {
         std::string problem;
         const auto script = kzReadScript(folder.write("s.py", content), problem);
-        EXPECT_EQ(script ? kzAnswer([&](const char** text) { return script->scr_Buffer(text); }) : problem, expected);
+        EXPECT_EQ(script ? kzAnswer([&](const char** text) { return script->scr_Buffer(text); }) : problem, expected)
+            << content;
     }
 }
 
@@ -36,7 +37,8 @@ TEST(ScriptFileTest, ArgumentsAreJoinedOrRefused) {
     for (const auto& [arguments, expected] : cases) {
         std::string problem;
         const std::string joined = kzJoinArguments(arguments, problem);
-        EXPECT_EQ(problem.empty() ? joined : problem.substr(0, 10), expected != nullptr ? expected : "argument 1");
+        EXPECT_EQ(problem.empty() ? joined : problem.substr(0, 10), expected != nullptr ? expected : "argument 1")
+            << joined << problem;
     }
 }
 

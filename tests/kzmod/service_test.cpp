@@ -14,9 +14,9 @@ const std::string badSteps = "RuntimeError: Monitor steps must be greater than 0
 
 }  // namespace
 
-class Service : public PythonTest {};
+class ServiceTest : public PythonTest {};
 
-TEST_F(Service, ConstructionFindsTheQueryInterface) {
+TEST_F(ServiceTest, ConstructionFindsTheQueryInterface) {
     check({{"kz.Service('command').name()", "'command'"},
            {"kz.Service('nobody')", "NameError: service 'nobody' not found."},
            {"kz.Service('command')", fails("Application.ServiceByName"), "NameError: service 'command' not found."},
@@ -35,7 +35,7 @@ TEST_F(Service, ConstructionFindsTheQueryInterface) {
             "RuntimeError: no active service interface."}});
 }
 
-TEST_F(Service, SelectsAndQueries) {
+TEST_F(ServiceTest, SelectsAndQueries) {
     for (const char* name : {"one", "two"}) host.host.log().write(name, KZe_INFO, "a");
     host.host.log().write("two", KZe_INFO, "b");
     const std::string asked = "s = kz.Service('log')\ns.select('lines', ";
@@ -64,14 +64,14 @@ TEST_F(Service, SelectsAndQueries) {
                                    "QueryLookup", "QueryTypeName(3)", "CreateQueryObject(integer)", "Query(3)"}));
 }
 
-class Monitor : public PythonTest {
+class MonitorTest : public PythonTest {
 protected:
     int calls(const std::string& name) {
         return static_cast<int>(std::count(host.calls.begin(), host.calls.end(), name));
     }
 };
 
-TEST_F(Monitor, CountsSteps) {
+TEST_F(MonitorTest, CountsSteps) {
     check({{"kz.Monitor() and None", "None"},
            {"kz.Monitor(0) and None", fails("Initialize"), "None"},
            {"kz.Monitor(3) and None", "None"},
@@ -97,13 +97,13 @@ TEST_F(Monitor, CountsSteps) {
                                    "MonitorReleaseObj"}));
 }
 
-TEST_F(Monitor, AParseErrorStaysSetOnAMonitorThatWasMade) {
+TEST_F(MonitorTest, AParseErrorStaysSetOnAMonitorThatWasMade) {
     EXPECT_EQ(outcome("kz.Monitor('x')").substr(0, 21), "result with TypeError");
     EXPECT_EQ(calls("MonitorAllocate(Progress)"), 1);
     EXPECT_EQ(calls("MonitorReleaseObj"), 1);
 }
 
-TEST_F(Monitor, ReleasingAllLeavesThemEmpty) {
+TEST_F(MonitorTest, ReleasingAllLeavesThemEmpty) {
     const CPyRef names = newNames();
     const auto run = [&](const char* source) { EXPECT_EQ(runPython(source, names), "") << source; };
     MainInterpreter& interpreter = PythonRuntime::running();
@@ -123,7 +123,7 @@ TEST_F(Monitor, ReleasingAllLeavesThemEmpty) {
     EXPECT_TRUE(host.calls.empty()) << "they hold no monitor any more";
 }
 
-TEST_F(Monitor, TheHostMayTakeAMonitorAwayInTheMiddleOfAStep) {
+TEST_F(MonitorTest, TheHostMayTakeAMonitorAwayInTheMiddleOfAStep) {
     host.script.onMonitor = [this] {
         host.script.onMonitor = nullptr;
         PythonRuntime::running().releaseMonitors();

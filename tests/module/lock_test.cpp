@@ -8,7 +8,7 @@
 
 #include <thread>
 
-TEST(lock, nests_and_is_released_by_who_took_it) {
+TEST(LockTest, NestsAndIsReleasedByWhoTookIt) {
     CPluginHost host;
     host.adopt(_IKzModule_Create());
     EXPECT_FALSE(CPyLock::isHeld());
@@ -36,7 +36,7 @@ TEST(lock, nests_and_is_released_by_who_took_it) {
     EXPECT_EQ(PyGILState_GetThisThreadState(), PythonRuntime::current()->mainThread());
 }
 
-TEST(lock, gives_each_thread_one_state) {
+TEST(LockTest, GivesEachThreadOneState) {
     CPluginHost host;
     host.adopt(_IKzModule_Create());
     PyThreadState* main = nullptr;
@@ -72,7 +72,7 @@ TEST(lock, gives_each_thread_one_state) {
     EXPECT_NE(ran.get(), nullptr);
 }
 
-TEST(lock, turns_everybody_away_after_unload) {
+TEST(LockTest, TurnsEverybodyAwayAfterUnload) {
     {
         CPluginHost host;
         host.adopt(_IKzModule_Create());

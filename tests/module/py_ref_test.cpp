@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(PyRef, counts_what_it_holds_and_refuses_null) {
+TEST(PyRefTest, CountsWhatItHoldsAndRefusesNull) {
     Py_NoSiteFlag = 1;
     Py_InitializeEx(0);
     PyObject* object = PyList_New(0);

@@ -26,11 +26,11 @@ using namespace kzhost;
 
 namespace {
 
-class Objects : public testing::TestWithParam<const char*> {};
+class ObjectsTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(Objects, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
+TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(, Objects, testing::Values("image", "kzu_objects", "mesh", "scene"));
+INSTANTIATE_TEST_SUITE_P(, ObjectsTest, testing::Values("image", "kzu_objects", "mesh", "scene"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {

@@ -11,7 +11,7 @@ struct Row {
     std::vector<std::string> lines;
 };
 
-class output : public PluginTest {
+class OutputTest : public PluginTest {
 protected:
     void check(const std::vector<Row>& table) {
         for (const auto& [script, lines] : table) {
@@ -32,7 +32,7 @@ protected:
 
 }  // namespace
 
-TEST_F(output, comes_line_by_line) {
+TEST_F(OutputTest, ComesLineByLine) {
     check({{"print 1, 'a', None", {"1 a None"}},
            {"print 'a',\nprint 'b'\nprint", {"a b", ""}},
            {"print 'a',", {"a"}},
@@ -79,7 +79,7 @@ TEST_F(output, comes_line_by_line) {
              "\x03(f:FONT_ITALIC) kz.trace: Disabled - kz.trace\x03(f:FONT_DEFAULT)"}}});
 }
 
-TEST_F(output, shows_exceptions_with_their_frames) {
+TEST_F(OutputTest, ShowsExceptionsWithTheirFrames) {
     raises(
         {{"def a(): b()\ndef b(): c()\ndef c(): raise ValueError('deep')\na()", "ValueError", "; deep", {3, 2, 1, 4}},
          {"class Old:\n  def __str__(self): return 'old'\nraise Old()", "instance", "; old", {3}},
@@ -121,7 +121,7 @@ TEST_F(output, shows_exceptions_with_their_frames) {
 }
 
 // A console in Python may do anything with what it is told.
-TEST(output_of_a_console, that_fails_is_not_lost) {
+TEST(OutputOfAConsoleTest, ThatFailsIsNotLost) {
     const std::string begin = "import kz, kz.service, kzifc\nscripts = kz.service.ScriptSys()\n"
                               "line = scripts.LineInterpreterByName('python')\nclass E(kzifc.LineExecution):\n"
                               "  def lin_Flags(self): return 0\n  def lin_Info(self";

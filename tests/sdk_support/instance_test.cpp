@@ -60,7 +60,7 @@ KzResult query(IKzUnknown* object, const KzGuid* iid, void** found) { return obj
 
 }  // namespace
 
-TEST(instance, answers_for_each_interface_and_counts_once) {
+TEST(InstanceTest, AnswersForEachInterfaceAndCountsOnce) {
     CThings things;
     EXPECT_EQ(things.spawn(&KZu_THREADSERVICE), nullptr);
     EXPECT_EQ(theLiving, 0);
@@ -92,7 +92,7 @@ TEST(instance, answers_for_each_interface_and_counts_once) {
     EXPECT_EQ(kzLiveInstanceCount(), 0U);
 }
 
-TEST(instance, makes_each_sub_object_once_and_takes_it_along) {
+TEST(InstanceTest, MakesEachSubObjectOnceAndTakesItAlong) {
     CThings things;
     {
         CKzLoc_Unknown held;
@@ -108,7 +108,7 @@ TEST(instance, makes_each_sub_object_once_and_takes_it_along) {
     EXPECT_EQ(theLiving, 0);
 }
 
-TEST(instance, may_be_shared_between_threads) {
+TEST(InstanceTest, MayBeSharedBetweenThreads) {
     CThings things;
     CKzLoc_Unknown held;
     *held.out() = things.spawn();
@@ -124,7 +124,7 @@ TEST(instance, may_be_shared_between_threads) {
     EXPECT_EQ(theLiving, 0);
 }
 
-TEST(localized, holds_one_reference_whatever_it_is_given) {
+TEST(LocalizedTest, HoldsOneReferenceWhateverItIsGiven) {
     CThings things;
     IKzUnknown* object = things.spawn();
     {

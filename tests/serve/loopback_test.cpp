@@ -79,13 +79,15 @@ const std::map<char, Output> outputs = {{'i', {"-9", bytesOf(std::int32_t(-9))}}
 const double carried[] = {1.5, 2.5, -3.5, 4.5, 0.25, 6.5, 7.5, 8.5, 9.5, 10.5, 11.5, 12.5, 13.5, 14.5, 15.5, 16.5};
 static_assert(sizeof carried >= kzLargestCarried);
 
-template <class Use> auto withCarried(char letter, Use&& use) {
-    const CPyLock lock;
-    const KzCarrier& carrier = kzCarrierAt(letter);
-    return use(carrier, CPyRefNull(carrier.toPython(carried)));
-}
 std::string pythonFormOf(char letter) {
-    return withCarried(letter, [](const KzCarrier&, const CPyRefNull& value) { return kzStringOf(value); });
+    const CPyLock lock;
+    return kzStringOf(CPyRef(kzCarrierAt(letter).toPython(carried), CPyRef::owned));
+}
+KzResult refusalOf(char letter) {
+    const CPyLock lock;
+    double value[std::size(carried)];
+    const KzResult code = kzCarrierAt(letter).fromPython(Py_None, value);
+    return PyErr_Clear(), code;
 }
 
 // The arguments of one call, by the row's signature, and what is expected on either side.
@@ -129,15 +131,7 @@ public:
     // What the last output answers to an object that it cannot convert.
     KzResult codeOfWrongType() const {
         const std::string& output = m_outputs.back();
-        if (output[0] == 'K') {
-            return withCarried(output[1], [](const KzCarrier& carrier, const CPyRefNull&) {
-                std::byte value[kzLargestCarried];
-                const KzResult code = carrier.fromPython(Py_None, value);
-                PyErr_Clear();
-                return code;
-            });
-        }
-        return output == "O" ? KZe_NOTFOUND : KZe_FAILED;
+        return output[0] == 'K' ? refusalOf(output[1]) : output == "O" ? KZe_NOTFOUND : KZe_FAILED;
     }
     bool takesNone() const { return m_outputs.size() == 1 && std::strchr("zPh", m_outputs[0][0]) != nullptr; }
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(Serving, IsAsScriptsSeeIt) {
+TEST(ServingScriptTest, IsAsScriptsSeeIt) {
     CPluginHost host;
     host.nothingAlive.isExpected = false;  // what a sub-server keeps
     host.load().check("serve", "serving");
@@ -90,7 +90,7 @@ TEST_F(ServingTest, OutlivesPython) {
 }
 
 // What is said when the interpreter ends about instances that nobody will ever free.
-TEST(Leftovers, AreNamedByClass) {
+TEST(LeftoversTest, AreNamedByClass) {
     struct Left {
         const char *body, *made, *said;
     };

@@ -50,6 +50,9 @@ protected:
         for (std::string& word : all) arguments.push_back(word.data());
         arguments.push_back(nullptr);
         write("in", input);
+        std::string label;
+        for (const std::string& word : words) label += word + " ";
+        write("words", label + input + "\n");
         const pid_t child = fork();
         if (child != 0) return child;
         freopen(path("in").c_str(), "r", stdin);
@@ -78,6 +81,7 @@ protected:
     // How a run is to have ended: its status, all of its output, and parts of what it said besides.
     void expect(const Ended& ended, int status, const std::string& out,
                 const std::vector<std::string>& says = {}) const {
+        SCOPED_TRACE(contents("words") + contents("script.py"));
         EXPECT_EQ(ended.status, status) << ended.error;
         EXPECT_EQ(ended.out, inFolder(out)) << ended.error;
         for (const std::string& part : says) EXPECT_TRUE(ended.says(part)) << part << " in " << ended.error;

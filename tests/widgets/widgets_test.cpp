@@ -36,9 +36,9 @@ def unmake(destructor, address):
     getattr(qt, destructor)(ctypes.c_void_p(address))
 )";
 
-class Widgets : public testing::Test {
+class WidgetsTest : public testing::Test {
 protected:
-    Widgets() {
+    WidgetsTest() {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
         setenv("XDG_RUNTIME_DIR", testing::TempDir().c_str(), 1);
         Py_NoSiteFlag = 1;
@@ -49,7 +49,7 @@ protected:
         names = PyModule_GetDict(PyImport_AddModule("__main__"));
         run("import kz, sys");
     }
-    ~Widgets() override {
+    ~WidgetsTest() override {
         m_scope.reset();
         Py_Finalize();
     }
@@ -65,7 +65,7 @@ private:
 };
 
 // PySide2 as set-up unpacks it. Where it is missing, set-up has said so.
-class WidgetsOfPySide2 : public Widgets {
+class WidgetsOfPySide2Test : public WidgetsTest {
 protected:
     void SetUp() override {
 #ifdef Py_REF_DEBUG
@@ -82,7 +82,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Widgets, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
+TEST_F(WidgetsTest, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
     const std::pair<const char*, bool> cases[] = {
         {"", true},
         {"", false},
@@ -102,7 +102,7 @@ TEST_F(Widgets, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
     }
 }
 
-TEST_F(WidgetsOfPySide2, ImportThatFailsHalfWay) {
+TEST_F(WidgetsOfPySide2Test, ImportThatFailsHalfWay) {
     ASSERT_EQ(run("sys.modules['PySide2.QtWidgets'] = None"), "");
     kzImportWidgets();
     EXPECT_EQ(takeException(), "RuntimeError: could not import PySide2.QtWidgets");
@@ -116,7 +116,7 @@ TEST_F(WidgetsOfPySide2, ImportThatFailsHalfWay) {
     EXPECT_EQ(run("unmake('_ZN11QPushButtonD1Ev', address)"), "");
 }
 
-TEST_F(WidgetsOfPySide2, NativeWidgetBecomesAnObjectOfItsClass) {
+TEST_F(WidgetsOfPySide2Test, NativeWidgetBecomesAnObjectOfItsClass) {
     kzImportWidgets();
     ASSERT_EQ(takeException(), "");
     ASSERT_EQ(traced.lines, std::vector<std::string>());
@@ -147,7 +147,7 @@ unmake('_ZN11QPushButtonD1Ev', address)
               "");
 }
 
-TEST_F(WidgetsOfPySide2, ArgumentsThatAreNoWidget) {
+TEST_F(WidgetsOfPySide2Test, ArgumentsThatAreNoWidget) {
     makeNativeOnes();
     ASSERT_EQ(run("address = make('_ZN6QTimerC1EP7QObject')\nblank = ctypes.create_string_buffer(64)\n"
                   "found = 'ValueError: getQWidget() found no widget at '\n"),

@@ -101,7 +101,7 @@ Registered registered() {
     return sum;
 }
 
-class AllMethods : public RecordingTest {
+class AllMethodsTest : public RecordingTest {
 protected:
     void runOnAll(const char* function, long leastCalls) {
         auto counts = run("all_methods", function);
@@ -111,8 +111,8 @@ protected:
     }
 };
 
-TEST_F(AllMethods, CarryEveryKindBothWays) { runOnAll("carry", 2); }
-TEST_F(AllMethods, FailAsTheyShould) { runOnAll("fail", 10); }
+TEST_F(AllMethodsTest, CarryEveryKindBothWays) { runOnAll("carry", 2); }
+TEST_F(AllMethodsTest, FailAsTheyShould) { runOnAll("fail", 10); }
 
 TEST_F(RecordingTest, PlainArgumentsAreReadAsTheParserReadsThem) {
     auto counts = run("lanes", "compare");
