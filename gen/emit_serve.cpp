@@ -160,8 +160,8 @@ std::string carriersText(const Model& model) {
     return text;
 }
 
-// The lengths of the arrays that Python sees: -1 if unknown, otherwise the constant factor and, each after an @, the places
-// of the inputs that multiply it. Raw data has no elements to count.
+// The lengths of the arrays that Python sees: -1 if unknown, otherwise the constant factor and, each after an @, the
+// places of the inputs that multiply it. Raw data has no elements to count.
 std::string lengthsOf(const Method& method) {
     std::string lengths;
     for (const Parameter* input : method.inputs()) {

@@ -14,8 +14,8 @@ constexpr std::string_view radians = "radians";
 
 PyObject* unknownOption(CCall& call, const char* name) { return call.fail(kzFormat("unknown option \"%s\"", name)); }
 
-// None means that no script is running. Required behaviour: null is returned without an exception then, so the caller gets
-// the interpreter's own error for that.
+// None means that no script is running. Required behaviour: null is returned without an exception then, so the caller
+// gets the interpreter's own error for that.
 PyObject* scriptObject(PyObject* object) {
     if (object == Py_None) return nullptr;
     Py_INCREF(object);

@@ -223,8 +223,8 @@ void MainInterpreter::letGo() noexcept {
     releaseMonitors();
 }
 
-// If the kit's library is only a link into a Python installation, that installation is the home, so that the program sees
-// its headers, packages and prefix. A home that the environment names is left to the interpreter.
+// If the kit's library is only a link into a Python installation, that installation is the home, so that the program
+// sees its headers, packages and prefix. A home that the environment names is left to the interpreter.
 void MainInterpreter::setProgramHome() {
     if (!kzHomeOfEnvironment().empty() || !resolve(kitHome, m_home)) return;
     constexpr std::string_view library = "/lib/python2.7";
@@ -280,8 +280,8 @@ void MainInterpreter::initialise() {
 
 // threading takes the thread that imports it first for the main one. Its import is too slow for scripts that do not use
 // it, so it is delayed until another thread first enters, and threading is then told which thread is the main one. The
-// import must not block, because the thread that holds the import lock may be waiting for this one; if it fails for that
-// reason, the next thread that enters tries again.
+// import must not block, because the thread that holds the import lock may be waiting for this one; if it fails for
+// that reason, the next thread that enters tries again.
 void MainInterpreter::importThreading() noexcept {
     if (m_hasThreading) return;
     m_hasThreading = true;
@@ -387,7 +387,8 @@ PyThreadState* MainInterpreter::endingThread() const noexcept {
 
 MainInterpreter::~MainInterpreter() {
     if (m_mainThread == nullptr || m_isProgram) {
-        // The references still hold None and there is no interpreter lock yet, or the program ends its interpreter itself.
+        // The references still hold None and there is no interpreter lock yet, or the program ends its interpreter
+        // itself.
         return;
     }
     const CProcessStateKeeper keeper(m_hostSignals);

@@ -2,9 +2,9 @@
 // receives all text. Only a thread that holds the interpreter lock sees the stack; other threads write directly to the
 // event log. Sinks know nothing of Python.
 //
-// Writing to a sink is re-entrant: the sink may run any code, including Python code, and that code may write again. While
-// a thread is inside a sink, what it writes goes to the topmost sink that it is not inside of. So a sink that fails never
-// receives the report of its own failure.
+// Writing to a sink is re-entrant: the sink may run any code, including Python code, and that code may write again.
+// While a thread is inside a sink, what it writes goes to the topmost sink that it is not inside of. So a sink that
+// fails never receives the report of its own failure.
 #pragma once
 
 #include "module/sink.h"
@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-// RAII guard that pushes a sink. The scopes of one thread nest strictly. A thread that is inside the sink when the scope
-// ends keeps the sink alive until it returns.
+// RAII guard that pushes a sink. The scopes of one thread nest strictly. A thread that is inside the sink when the
+// scope ends keeps the sink alive until it returns.
 class COutputScope {
 public:
     explicit COutputScope(std::shared_ptr<COutput> sink);

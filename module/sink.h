@@ -15,10 +15,12 @@ public:
     virtual void write(const char* text, KzResult code) = 0;
     // As above, with the text's origin: one of the names in kz/base/text_output.h.
     virtual void writeFrom(const char* /*origin*/, const char* text, KzResult code) { write(text, code); }
-    // The stream that receives scripts' text as it is written, in addition to the lines; null if the host accepts only lines.
+    // The stream that receives scripts' text as it is written, in addition to the lines; null if the host accepts only
+    // lines.
     virtual IKzTextOutput* stream() { return nullptr; }
     // The sink's own log entry; null when it has none.
     virtual IKzLogEntry* entry() { return nullptr; }
-    // Called with the sink below when this one is pushed, and again when the sink below is removed first; null at the bottom.
+    // Called with the sink below when this one is pushed, and again when the sink below is removed first; null at the
+    // bottom.
     virtual void attach(std::shared_ptr<COutput> /*below*/) {}
 };

@@ -36,8 +36,8 @@ bool isIdle(const char* at) {
     return true;
 }
 
-// Runs a step that is not part of the script itself. If it throws, the host's message, which may be null, gets the reason,
-// the pending exception is cleared, and the code is rethrown.
+// Runs a step that is not part of the script itself. If it throws, the host's message, which may be null, gets the
+// reason, the pending exception is cleared, and the code is rethrown.
 template <class Step> auto reporting(IKzMessage* message, Step&& step) {
     try {
         return step();

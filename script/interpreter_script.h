@@ -46,10 +46,11 @@ public:
     CInterpreterScript(const CInterpreterScript&) = delete;
     CInterpreterScript& operator=(const CInterpreterScript&) = delete;
 
-    // Sets the message, which may be null, the argument string and the tuple of arguments. The script is then ready to run.
+    // Sets the message, which may be null, the argument string and the tuple of arguments. The script is then ready to
+    // run.
     void prepare(IKzMessage* message, const char* arguments);
-    // Runs the text and returns the code with which it ended. The words become sys.argv; without any, sys.argv holds the
-    // script's name and its arguments.
+    // Runs the text and returns the code with which it ended. The words become sys.argv; without any, sys.argv holds
+    // the script's name and its arguments.
     KzResult execute(const char* text, std::vector<std::string> words);
 
 private:

@@ -17,8 +17,8 @@ namespace {
 // The script that started last. Scripts on several threads may end in any order.
 CScriptSurroundings* theTop = nullptr;
 
-// An ordinary module sets all its names to None when it is destroyed, which would break functions that outlive the script,
-// such as those of a listener or a thread. This one leaves its dictionary alone.
+// An ordinary module sets all its names to None when it is destroyed, which would break functions that outlive the
+// script, such as those of a listener or a thread. This one leaves its dictionary alone.
 void freeMain(PyObject* module) {
     const CPyRefNull names(std::exchange(*_PyObject_GetDictPtr(module), nullptr));
     PyModule_Type.tp_dealloc(module);

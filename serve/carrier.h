@@ -9,7 +9,8 @@ struct KzCarrier {
     std::size_t size;
     // A new reference; null with an exception set on failure.
     PyObject* (*toPython)(const void* value) noexcept;
-    // Notes what was expected if the object does not convert; an exception may be set as well. The value is untouched then.
+    // Notes what was expected if the object does not convert; an exception may be set as well. The value is untouched
+    // then.
     KzResult (*fromPython)(PyObject* object, void* value) noexcept;
 };
 

@@ -1,6 +1,6 @@
-// One call of the host, forwarded to Python: the path that every operation of every adapter takes. The steps are: take the
-// lock, set a pending exception aside, convert the arguments, call the method by its name, convert what it returned, and
-// store all outputs or none. Nothing is allocated on this path apart from the Python objects themselves.
+// One call of the host, forwarded to Python: the path that every operation of every adapter takes. The steps are: take
+// the lock, set a pending exception aside, convert the arguments, call the method by its name, convert what it
+// returned, and store all outputs or none. Nothing is allocated on this path apart from the Python objects themselves.
 #include "serve/arguments.h"
 #include "serve/method_call.h"
 #include "serve/outputs.h"
@@ -39,8 +39,9 @@ KzResult codeOfRaised(PyObject* self, const KzForwardedMethod& method, int argum
 }
 
 KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* word) noexcept {
-    // The host may call while an exception propagates through the Python code that has called the host, for example from
-    // a destructor that releases a host object. The method must not see it, and it must be pending again afterwards.
+    // The host may call while an exception propagates through the Python code that has called the host, for example
+    // from a destructor that releases a host object. The method must not see it, and it must be pending again
+    // afterwards.
     const CPendingException pending;
     CArguments arguments(self);
     const char* letter = method.signature + 1;
@@ -56,8 +57,8 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
         if (kzSucceeded(code)) kzClearOutputs(letter, word);
         return code;
     }
-    // The reference to the returned object is leaked on purpose: the host is given the buffers of returned strings as they
-    // are, and may use them for as long as Python lives.
+    // The reference to the returned object is leaked on purpose: the host is given the buffers of returned strings as
+    // they are, and may use them for as long as Python lives.
     int failedIndex = 0;
     const KzResult code = kzStoreOutputs(result, letter, word, failedIndex);
     if (kzFailed(code)) {

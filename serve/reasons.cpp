@@ -1,5 +1,5 @@
-// Reasons for failed calls. None of this runs for a call that succeeds, so it may look up everything by name: signatures
-// come from the docstrings of the package kzifc, which every server file imports.
+// Reasons for failed calls. None of this runs for a call that succeeds, so it may look up everything by name:
+// signatures come from the docstrings of the package kzifc, which every server file imports.
 #include "serve/reasons.h"
 
 #include "module/error_report.h"

@@ -44,7 +44,8 @@ PyObject** itemsOf(PyObject* sequence) noexcept {
     return nullptr;
 }
 
-// Reads the plain floats at the start of a plain tuple or list. No Python code runs meanwhile, so the items cannot move.
+// Reads the plain floats at the start of a plain tuple or list. No Python code runs meanwhile, so the items cannot
+// move.
 template <class Number> Py_ssize_t takeFloats(PyObject* sequence, Number* numbers, Py_ssize_t count) noexcept {
     PyObject** items = itemsOf(sequence);
     Py_ssize_t index = 0;

@@ -41,8 +41,8 @@ inline void kzSetQuiet(bool quiet) noexcept { kzQuietFlag = quiet; }
 KzResult kzResultOfException(PyObject* type, PyObject* value);
 // Takes the pending exception, reports it unless it is silent or the quiet flag is set (and then clears the flag).
 KzResult kzResultOfPending() noexcept;
-// As kzResultOfException, and fills the message: table "pythonintr", key "exception". Throws FAILED, with the Python error
-// pending, if the exception's value has no text.
+// As kzResultOfException, and fills the message: table "pythonintr", key "exception". Throws FAILED, with the Python
+// error pending, if the exception's value has no text.
 KzResult kzReportToMessage(const KzException& exception, IKzMessage* message);
 
 // A code written as text: a name after "KZe_", hexadecimal after "0x", else decimal; a message after a colon.
@@ -67,7 +67,8 @@ template <class Body> PyObject* kzPythonEntry(Body&& body) noexcept {
     }
 }
 
-// After a failed argument parse: RuntimeError "Error parsing argument list" unless the parser has set an exception. Null.
+// After a failed argument parse: RuntimeError "Error parsing argument list" unless the parser has set an exception.
+// Null.
 PyObject* kzParseFailed() noexcept;
 
 // The functions throw, notimpl, excResult, outEx and lastResult of kz.

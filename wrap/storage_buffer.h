@@ -1,5 +1,5 @@
-// The memory behind a kz.Storage object: a typed, growable array of machine values. The marshallers pass it to the host;
-// kzmod has its Python type.
+// The memory behind a kz.Storage object: a typed, growable array of machine values. The marshallers pass it to the
+// host; kzmod has its Python type.
 #pragma once
 
 #include "module/python.h"
@@ -12,8 +12,8 @@
 
 class StorageType;
 
-// The elements are contiguous and in machine byte order. They are accessed by index only, and each access looks the memory
-// up again, because conversions run Python code that may change the buffer.
+// The elements are contiguous and in machine byte order. They are accessed by index only, and each access looks the
+// memory up again, because conversions run Python code that may change the buffer.
 class CStorageBuffer {
 public:
     CStorageBuffer() = default;
@@ -51,8 +51,8 @@ public:
     void pin() noexcept { ++m_pins; }
     void unpin() noexcept;
 
-    // Replaces calloc, so that tests can make it fail. New memory must be zeroed, so that scripts never see what the process
-    // had there before; calloc does that without touching large memory before it is used.
+    // Replaces calloc, so that tests can make it fail. New memory must be zeroed, so that scripts never see what the
+    // process had there before; calloc does that without touching large memory before it is used.
     using Allocate = void* (*)(std::size_t count, std::size_t size);
     static void setAllocate(Allocate allocate) noexcept;
 

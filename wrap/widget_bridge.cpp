@@ -1,8 +1,8 @@
 // Converts addresses of widgets to PySide2 objects.
 //
 // PySide2 brings its own Qt and its own binding library, and a process must not load either of them twice. So the few
-// functions that are needed are looked up in the libraries that the import of PySide2 has loaded. Their mangled names are
-// part of the ABI of Qt 5 and of Shiboken2, and the same in all releases.
+// functions that are needed are looked up in the libraries that the import of PySide2 has loaded. Their mangled names
+// are part of the ABI of Qt 5 and of Shiboken2, and the same in all releases.
 #include "wrap/widget_bridge.h"
 
 #include "module/output.h"
@@ -45,7 +45,8 @@ struct QtFunctions {
     }
 };
 
-// The first members of every QObject of Qt 5. Its private data, which also start with a dispatch table, point back to it.
+// The first members of every QObject of Qt 5. Its private data, which also start with a dispatch table, point back to
+// it.
 struct QObjectHead {
     struct Data {
         const void* operations;

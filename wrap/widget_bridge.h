@@ -1,5 +1,5 @@
-// Converts the address of a native widget to a PySide2 object. Neither Qt nor PySide2 is needed to build or to load this:
-// if PySide2 can be imported, its own libraries are used, and otherwise there are no widgets.
+// Converts the address of a native widget to a PySide2 object. Neither Qt nor PySide2 is needed to build or to load
+// this: if PySide2 can be imported, its own libraries are used, and otherwise there are no widgets.
 #pragma once
 
 #include "module/python.h"

@@ -18,11 +18,12 @@
 
 namespace {
 
-// The one place where an object is kept while a call on it runs. A host call takes no reference to its object: the wrapper
-// has one, and the call itself can drop it, when the host calls back into Python and Python resets the wrapper. So whoever
-// drops a target hands it over here. If a call on that object is in progress (CPyLock knows the objects of all calls under
-// way), one reference is kept, and the hook that runs when Python is left releases it once the call has returned. Objects
-// are known by address alone, so a wrapper that is reset over and over inside a call keeps alive only what is being called.
+// The one place where an object is kept while a call on it runs. A host call takes no reference to its object: the
+// wrapper has one, and the call itself can drop it, when the host calls back into Python and Python resets the wrapper.
+// So whoever drops a target hands it over here. If a call on that object is in progress (CPyLock knows the objects of
+// all calls under way), one reference is kept, and the hook that runs when Python is left releases it once the call has
+// returned. Objects are known by address alone, so a wrapper that is reset over and over inside a call keeps alive only
+// what is being called.
 class CKeptObjects {
 public:
     static CKeptObjects& instance() noexcept {

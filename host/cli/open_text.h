@@ -6,8 +6,8 @@
 
 namespace kzhost {
 
-// Scans brackets, strings and backslashes as lines are added, each line once. The text may be wrong in any way; reporting
-// that is up to the interpreter.
+// Scans brackets, strings and backslashes as lines are added, each line once. The text may be wrong in any way;
+// reporting that is up to the interpreter.
 class COpenText {
 public:
     // Adds the next line, without its line feed.

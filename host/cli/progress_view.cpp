@@ -62,8 +62,8 @@ void CProgressView::step(const MonitorState& state) {
     }
 }
 
-// The bar of the outermost task remains as a line of text; those of nested tasks disappear. Without a terminal, a task that
-// has written lines also writes its last state.
+// The bar of the outermost task remains as a line of text; those of nested tasks disappear. Without a terminal, a task
+// that has written lines also writes its last state.
 void CProgressView::end(const MonitorState& state) {
     const auto place = std::ranges::find(m_rows, &state, &Row::monitor);
     if (place == m_rows.end()) return;

@@ -100,8 +100,8 @@ void CStandardStreams::eraseBelow() {
     std::fflush(stderr);  // before text on the other stream
 }
 
-// Moving down and up first makes room at the bottom of the screen. Otherwise the screen might scroll later, and the saved
-// cursor position would be wrong. The terminal truncates lines that are too wide.
+// Moving down and up first makes room at the bottom of the screen. Otherwise the screen might scroll later, and the
+// saved cursor position would be wrong. The terminal truncates lines that are too wide.
 void CStandardStreams::drawBelow() {
     if (m_below.empty()) return;
     constexpr const char* goDown = "\x1b\x44";

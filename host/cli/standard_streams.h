@@ -1,5 +1,5 @@
-// The program's standard output and standard error. Everything that it writes there goes through this class, which keeps
-// both in order and remembers every failed write.
+// The program's standard output and standard error. Everything that it writes there goes through this class, which
+// keeps both in order and remembers every failed write.
 #pragma once
 
 #include <fmt/format.h>
@@ -16,12 +16,12 @@ class CStandardStreams {
 public:
     static CStandardStreams& get();
 
-    // Ignores the signals for broken pipes and for files that are too large, so that such writes fail instead of ending the
-    // process: this class handles the failures of the program itself, and scripts get an exception.
+    // Ignores the signals for broken pipes and for files that are too large, so that such writes fail instead of ending
+    // the process: this class handles the failures of the program itself, and scripts get an exception.
     static void ignoreSignals() noexcept;
 
-    // Writes text unchanged: at once to a terminal, otherwise by whole lines, so that the lines of processes that share a
-    // file stay intact. Returns the errno of a failure, or 0.
+    // Writes text unchanged: at once to a terminal, otherwise by whole lines, so that the lines of processes that share
+    // a file stay intact. Returns the errno of a failure, or 0.
     int out(std::string_view text);
     int flush();
     void error(std::string_view text);
@@ -29,8 +29,8 @@ public:
         return out(fmt::format(format, std::forward<Arguments>(arguments)...));
     }
 
-    // Shows lines below all other text, if standard error is a terminal; without lines, removes them. The cursor stays in
-    // the text above, so that prompts and typed text stay in place.
+    // Shows lines below all other text, if standard error is a terminal; without lines, removes them. The cursor stays
+    // in the text above, so that prompts and typed text stay in place.
     void showBelow(std::vector<std::string> lines);
     // Writes a whole line to standard error, after ending a line that is unfinished.
     void errorLine(const std::string& text);

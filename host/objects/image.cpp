@@ -97,8 +97,8 @@ KzResult CImage::imgw_Fill(const KzFVector3* color, double alpha) {
 
 namespace {
 
-// Reads whole lines where the image supports it, otherwise single pixels. The buffer is longer than a line, as some images
-// write more than requested.
+// Reads whole lines where the image supports it, otherwise single pixels. The buffer is longer than a line, as some
+// images write more than requested.
 class CLineReader {
 public:
     CLineReader(IKzImage& source, CImage& target)

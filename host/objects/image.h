@@ -52,8 +52,8 @@ private:
     std::vector<std::byte> m_bytes;
 };
 
-// A copy of any image in that format; 0 keeps its own. The image may be a module's, so its answers are checked. The metadata
-// of the host's own images is copied, too.
+// A copy of any image in that format; 0 keeps its own. The image may be a module's, so its answers are checked. The
+// metadata of the host's own images is copied, too.
 CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format);
 
 }  // namespace kzhost

@@ -1,5 +1,5 @@
-// The base of cursors: a cursor stands at one element of a mesh at a time, owns a reference to the mesh, and survives the
-// removal of its element.
+// The base of cursors: a cursor stands at one element of a mesh at a time, owns a reference to the mesh, and survives
+// the removal of its element.
 #pragma once
 
 #include "host/objects/arguments.h"
@@ -47,8 +47,8 @@ protected:
     KzResult next() { return moveToIndex(static_cast<std::uint32_t>(table().indexOf(m_id) + 1)); }
     KzResult giveMesh(IKzUnknown** mesh) const { return m_mesh.get(mesh); }
 
-    // The visitor may change the mesh, move the cursor or release it: the elements are listed at the start, removed ones are
-    // skipped, and a reference keeps the cursor alive.
+    // The visitor may change the mesh, move the cursor or release it: the elements are listed at the start, removed
+    // ones are skipped, and a reference keeps the cursor alive.
     template <class Test> KzResult visit(IKzUnknown* visitor, Test test) {
         const CKzUser_Visitor asVisitor(visitor);
         if (!asVisitor) return KZe_INVALIDARG;
@@ -82,7 +82,8 @@ private:
     KzElementId m_id;
 };
 
-// What all cursors answer alike. The names of operations begin with their interface's prefix, so no base can override them.
+// What all cursors answer alike. The names of operations begin with their interface's prefix, so no base can override
+// them.
 #define KZ_CURSOR_OPERATIONS(prefix)                                                                                   \
     using CMeshCursor::CMeshCursor;                                                                                    \
     using CMeshCursor::table;                                                                                          \

@@ -17,8 +17,8 @@ template <class Integer> Integer rounded(float value) {
     return value > 0 ? static_cast<Integer>(std::lround(std::min(value, 1.0F) * most)) : Integer{0};
 }
 
-// A half float has one sign bit, five bits of exponent and ten of fraction. Scaling by a power of two adjusts the exponent,
-// for denormals as well.
+// A half float has one sign bit, five bits of exponent and ten of fraction. Scaling by a power of two adjusts the
+// exponent, for denormals as well.
 float fromHalf(std::uint16_t half) {
     const std::uint32_t sign = (half & 0x8000U) << 16U, rest = (half & 0x7fffU) << 13U;
     if (rest >= 0x0f800000U) return std::bit_cast<float>(sign | 0x7f800000U | (rest & 0x007fffffU));  // infinity, NaN

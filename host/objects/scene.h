@@ -1,5 +1,5 @@
-// Scenes: their items by type, name and identifier, the items' channels, and the matrices of locators. One header, because
-// scenes, items and channels refer to each other.
+// Scenes: their items by type, name and identifier, the items' channels, and the matrices of locators. One header,
+// because scenes, items and channels refer to each other.
 #pragma once
 
 #include "host/objects/arguments.h"

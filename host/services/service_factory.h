@@ -1,4 +1,5 @@
-// How services are made. Each service's header declares a factory, with the parts of the host that the service works on.
+// How services are made. Each service's header declares a factory, with the parts of the host that the service works
+// on.
 #pragma once
 
 #include "host/core/object.h"

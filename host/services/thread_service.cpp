@@ -308,8 +308,8 @@ private:
     std::shared_ptr<CJobThreads> m_jobThreads;
 };
 
-// Runs work on several threads and returns the first failure. The calling thread only waits, so it may hold any lock that
-// the work does not need.
+// Runs work on several threads and returns the first failure. The calling thread only waits, so it may hold any lock
+// that the work does not need.
 template <class Work> KzResult onThreads(std::size_t count, Work&& work) {
     std::atomic<KzResult> verdict = KZe_OK;
     std::vector<std::jthread> threads;

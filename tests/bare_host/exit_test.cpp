@@ -18,14 +18,14 @@ using namespace std::chrono_literals;
 
 void nap(std::chrono::milliseconds time = 50ms) { std::this_thread::sleep_for(time); }
 
-// The process ends, and takes its time: its own handler runs when all those of the plug-in have run.
+// Ends the process slowly: this handler runs after all those of the plug-in.
 void slowExit() { nap(); }
 
 template <class Condition> void waitFor(Condition&& condition) {
     while (!condition()) nap(1ms);
 }
 
-// Threads that use Python, and go on doing so whatever it answers.
+// Threads that keep using Python, whatever it answers.
 void keepCalling(CBareHost& host, bool isLoaded) {
     static std::atomic<int> begun;
     for (int index = 0; index < 3; ++index)
@@ -130,7 +130,7 @@ TEST(UnloadTest, IsProofAgainstWhatOtherThreadsDropMeanwhile) {
     const auto endWith = [](const char* name, const char* more) {
         kzInChild(name, [=] {
             kzEndsWithLiveObjects();
-            // A daemon thread that is in the host meanwhile stays there: what it uses outlives the unloading.
+            // A daemon thread may be inside the host and never leave it, so what it uses outlives the unloading.
             auto& host = *new CBareHost();
             static std::atomic<int> released;
             ASSERT_TRUE(host.load());
@@ -145,7 +145,7 @@ TEST(UnloadTest, IsProofAgainstWhatOtherThreadsDropMeanwhile) {
                                    .c_str()),
                       kzOk)
                 << host.log();
-            // The script's end took the monitors; these are in no script.
+            // The end of a script releases its monitors, so these belong to no script.
             host.execute("import kz, __main__; __main__.live = [kz.Monitor() for i in range(20)]");
             host.execute("__main__.kept.extend(__main__.live); del __main__.live[:]; __main__.thread.start()");
             const auto save = reinterpret_cast<void* (*)()>(dlsym(host.library, "PyEval_SaveThread"));

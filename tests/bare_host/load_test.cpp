@@ -47,7 +47,7 @@ TEST(LoadTest, SufficesForOutputInLines) {
 
 namespace {
 
-// A host that says what a test wants it to say of its description.
+// A host with the description that a test gives it.
 class COtherDescription final : public IKzDescription {
 public:
     COtherDescription(const char* hash, std::uint64_t change) : m_hash(hash), m_change(change) {}

@@ -44,7 +44,7 @@ TEST(StartTest, SurvivesTheUsersEnvironment) {
         std::string value;
         const char* line;       // a console line
         const char* answer;     // in the log
-        const char* complaint;  // of the log, with the variable's name; null when there is nothing to complain of
+        const char* complaint;  // in the log, with the variable's name; null for none
     } table[] = {
         {"PYTHONHASHSEED", "abc", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"abc\" is left out"},
         {"PYTHONHASHSEED", "4294967296", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"4294967296\" is left out"},
@@ -116,7 +116,7 @@ assert site.makepath('a')[0] == os.path.abspath('a')
     });
 }
 
-// What a failed operation leaves in its object output is neither used nor released.
+// The object output of a failed operation is neither used nor released.
 TEST(FailureTest, MakesNoOutputOfTheHostCount) {
     const std::pair<const char*, const char*> table[] = {
         {"Log.SubSystemLookup", "print 1"},

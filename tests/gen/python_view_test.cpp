@@ -1,4 +1,4 @@
-// How signatures and values read in Python.
+// Signatures and values as Python documents them.
 #include <gtest/gtest.h>
 
 #include "gen/python_view.h"

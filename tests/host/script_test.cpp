@@ -1,4 +1,4 @@
-// Script files, their arguments, and how the host finds who runs them; here Python.
+// Script files, their arguments, and how the host finds the interpreter for them.
 #include "host/core/log_store.h"
 #include "host/core/scripts.h"
 #include "host/state/path_aliases.h"

@@ -14,7 +14,11 @@ const std::string unparsed = "RuntimeError: command argument parsing failed";
 
 }  // namespace
 
-class EvaluationTest : public PythonTest {};
+using EvaluationTest = PythonTest;
+using CommandTest = PythonTest;
+using ToggleTest = PythonTest;
+using OptionsTest = PythonTest;
+using TraceTest = PythonTest;
 
 TEST_F(EvaluationTest, EndsAsTheHostSays) {
     check({{"kz.eval('do it')", "None"},
@@ -24,7 +28,7 @@ TEST_F(EvaluationTest, EndsAsTheHostSays) {
            {"kz.evalN('ask ?')", answersSeven, "(7,)"},
            {"kz.eval('@script')", "None"},
            {"kz.eval('do it')", fails("IsImplicitScript", KZe_NOTFOUND), "None"},
-           {"kz.eval('do it')", fails("Execute"), "None"},  // the message tells, not the code
+           {"kz.eval('do it')", fails("Execute"), "None"},  // the message counts, not the code
            {"kz.eval('do it')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
            {"kz.eval('@script')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
            {"kz.eval('do it')", fails("Message"), noException},
@@ -73,8 +77,6 @@ TEST_F(EvaluationTest, ACommandMayEvaluateCommands) {
     };
     EXPECT_EQ(outcome("kz.eval('outer')"), "None");
 }
-
-class CommandTest : public PythonTest {};
 
 TEST_F(CommandTest, EndsAsTheHostSays) {
     check({{"kz.command('go')", "None"},
@@ -135,8 +137,6 @@ TEST_F(CommandTest, ArgumentsEndOnePastTheLast) {
     EXPECT_NE(CKzGlobalCache::current()->findSpawner("pyArgAttrib"), nullptr);
 }
 
-class ToggleTest : public PythonTest {};
-
 TEST_F(ToggleTest, IsReadOrRefused) {
     const auto isOn = [](FakeScript& script) { script.toggleState = 2; };
     check({{"kz.queryToggle('t ?')", isOn, "True"},
@@ -150,8 +150,6 @@ TEST_F(ToggleTest, IsReadOrRefused) {
            {"kz.test('t ?')", handsOutNothing("SpawnFromString"), "RuntimeError: error in command string"},
            {"kz.test('t ?')", fails("GetToggleArgState"), "RuntimeError: could not query toggle argument"}});
 }
-
-class OptionsTest : public PythonTest {};
 
 TEST_F(OptionsTest, AreExact) {
     check(
@@ -173,8 +171,6 @@ TEST_F(OptionsTest, ScriptArgumentsAreThoseHeld) {
     interpreter.argument = Py_None;
     interpreter.arguments = Py_None;
 }
-
-class TraceTest : public PythonTest {};
 
 TEST_F(TraceTest, IsSwitchedByBooleansOnly) {
     EXPECT_EQ(outcome("[kz.trace(True), kz.trace(False)]"), "[True, False]");

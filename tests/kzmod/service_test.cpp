@@ -29,7 +29,7 @@ TEST_F(ServiceTest, ConstructionFindsTheQueryInterface) {
            {"kz.Service.__new__(kz.Service).name()", "None"},
            {"kz.Service.__new__(kz.Service).select()", "RuntimeError: no active service interface."},
            {"kz.Service.__new__(kz.Service).queryN('x')", "RuntimeError: no active service interface."},
-           // Constructed anew in vain, it has the new name and no interface.
+           // After a failed second construction it has the new name and no interface.
            {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", "'nobody'"},
            {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('names')",
             "RuntimeError: no active service interface."}});
@@ -87,7 +87,7 @@ TEST_F(MonitorTest, CountsSteps) {
            {"kz.Monitor(3).init(5)", handsOutNothing("MonitorAllocate"), "None"},
            {"kz.Monitor.__new__(kz.Monitor).step()", "None"},
            {"m = kz.Monitor(1)\nm.__init__(2)\nr = m.step()", "None"},
-           // An argument that is no number: the step is made, the error stays.
+           // An argument that is not a number: the step counts, and the error stays pending.
            {"kz.Monitor().step('x')", "result with TypeError: an integer is required"},
            {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"}});
     EXPECT_TRUE(PythonRuntime::running().monitors.isAlone());

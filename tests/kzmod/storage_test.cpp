@@ -1,4 +1,4 @@
-// kz.Storage: element types, sizes, offsets, texts, views on memory of others, and hostile use.
+// kz.Storage: element types, sizes, offsets, texts, views of borrowed memory, and hostile use.
 #include "scripted_host.h"
 
 #include "kzmod/storage_type.h"
@@ -151,7 +151,7 @@ TEST_F(StorageTest, AllocationFailuresChangeNothing) {
 TEST_F(StorageTest, AppendingTakesMemoryNowAndThen) {
     static int allocations = 0;
     CStorageBuffer::setAllocate([](std::size_t count, std::size_t size) {
-        // Room for more is a wish, not a need.
+        // Reserving spare room is optional.
         return ++allocations % 3 == 1 && count * size > 4096 ? nullptr : std::calloc(count, size);
     });
     check({{"s = kz.Storage('i')\nfor i in range(5000): s += (i,)\nr = s.get() == tuple(range(5000)), s.size()",
@@ -168,7 +168,7 @@ TEST_F(StorageTest, ViewsReadAndWriteMemoryOfOthers) {
         EXPECT_EQ(with(view, "s.get()"), "(1.0, 2.0, 3.0)");
         EXPECT_EQ(with(view, "s.set((7, 8))"), "None");
         EXPECT_FLOAT_EQ(memory[1], 8.0F);
-        // What lies beyond the three is not reached, whatever size or type is claimed.
+        // Memory beyond the three elements cannot be accessed, whatever size or type is set.
         EXPECT_EQ(with(view, "[s.setSize(4), len(s)]"), "[None, 4]");
         EXPECT_EQ(with(view, "s[3]"), "IndexError: Out of bounds");
         EXPECT_EQ(with(view, "s.set((1, 1, 1, 1))"), "IndexError: out of bounds");

@@ -53,14 +53,14 @@ TEST(LockTest, GivesEachThreadOneState) {
             EXPECT_NE(own, main);
         }
         EXPECT_FALSE(CPyLock::isHeld());
-        // Another's way into Python is found, not doubled.
+        // A thread state that other code has created is used.
         const PyGILState_STATE other = PyGILState_Ensure();
         EXPECT_FALSE(CPyLock().acquired());
         PyGILState_Release(other);
     }).join();
     const CPyLock lock;
     EXPECT_EQ(PyThreadState_GET(), main);
-    // A thread of Python's that the system gives the number of the one that is over is not taken for it.
+    // A Python thread to which the system gives the number of an ended thread gets a state of its own.
     static PyMethodDef enter{"enter", [](PyObject*, PyObject*) { return PyBool_FromLong(CPyLock().acquired()); },
                              METH_NOARGS, nullptr};
     PyObject* names = PyModule_GetDict(PyImport_AddModule("__main__"));

@@ -1,4 +1,4 @@
-// Owning references: how they change the counts of what they hold.
+// Owning references: how they change reference counts.
 #include "module/py_ref.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The module object: its table of servers, how it is listed, asked and created.
+// The module object: its table of servers, and how servers are listed and created.
 #include "module/this_module.h"
 #include "tests/support/plugin_host.h"
 
@@ -19,7 +19,7 @@ void* limited(void* memory, std::size_t size) {
     return ++theAllocations > theLimit ? nullptr : std::realloc(memory, size);
 }
 
-// From now on that many allocations of the table succeed.
+// Lets this many further allocations of the table succeed.
 void allow(int count) {
     theAllocations = 0;
     theLimit = count;

@@ -1,4 +1,4 @@
-// Start-up: what it gives to Python, what it survives, and what is said when it fails.
+// Start-up: what it sets up, what it survives, and what it reports when it fails.
 #include "host/core/service_registry.h"
 #include "host/state/call_watch.h"
 #include "host/state/import_paths.h"
@@ -51,7 +51,7 @@ Cause without(const KzGuid& service) {
     return [&service](CPluginHost& host) { host.host.services().remove(service); };
 }
 
-// That file, alone in the folder "PATH/NAME", comes first among what Python can import.
+// Puts the file into a folder "PATH/NAME" of its own, which comes first on the import path.
 Cause shadowed(const CTestFolder& folder, const char* name, const char* file, const char* text) {
     return [=, &folder](CPluginHost& host) {
         folder.write(std::string(name) + "/" + file, text);

@@ -26,7 +26,7 @@ TEST_F(ThreadsTest, MayAllEnterFirst) {
 
 TEST_F(ThreadsTest, KeepTheStateThatPythonGaveThem) {
     std::thread([&] {
-        CTestSession session(host);  // Python starts on a thread that is not the host's first
+        CTestSession session(host);  // Python starts on a thread that is not the host's main thread
         session.run("import threading, thread\nlocal = threading.local()\nlocal.mine = 1\n");
         EXPECT_EQ(session.run("local.mine\n"), "= 1\n");
     }).join();

@@ -1,4 +1,4 @@
-// Unload: whatever Python code has left behind, the process goes on.
+// Unload: the process survives whatever Python code has left behind.
 #include "host/core/scripts.h"
 #include "host/state/path_aliases.h"
 #include "tests/support/child.h"
@@ -56,7 +56,7 @@ TEST_F(UnloadTest, PassesOnWhatIsPrintedLast) {
              "def late():\n  time.sleep(0.1)\n  print 'thread'\nthreading.Thread(target=late).start()\nprint 'half',");
     host.host.unload();
     EXPECT_EQ(host.log("scripts"), "test.py\n  half\n");
-    // The blank is the print statement's, which goes on behind 'half': who shows text as it comes sees "half thread".
+    // The print statement writes the blank, because text that is shown as it is written reads "half thread".
     EXPECT_EQ(host.log("python"), " thread\nexit\n");
 }
 

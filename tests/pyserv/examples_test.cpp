@@ -35,7 +35,7 @@ TEST_F(ExampleServersTest, ATreeIsPrinted) {
     for (const char* endless : {"deep", "wide"}) EXPECT_TRUE(run({"tree", endless}).says("OUTOFBOUNDS")) << endless;
 }
 
-// What a script sees of a command is what it sees of the host's own.
+// Scripts use these commands like the host's own.
 TEST_F(ExampleServersTest, CommandsAreExecutedQueriedAndDisabled) {
     const std::tuple<const char*, int, const char*, const char*> cases[] = {
         {"text.repeat hello count:3", 0, "hello hello hello\n", ""},
@@ -88,7 +88,7 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
         EXPECT_TRUE(ended.says(why)) << why << ended.error;
         EXPECT_EQ(ended.status, words.back().ends_with("hdr") ? 0 : 1);
     }
-    // Scripts take the same path, and what is loaded is an image of the host's own.
+    // Scripts use the same loader and saver, and get an image of the host.
     expect(runText("import kz\nimages = kz.service.Image()\nfolder = 'FOLDER/'\n"
                    "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
                    "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
@@ -138,7 +138,7 @@ TEST_F(ExampleServersTest, ValuesOfAServedTypeAreTheHostsOwn) {
     EXPECT_EQ(ended.error, "");
 }
 
-// The lines that documents show, as a reader types them one after another.
+// The lines that the documents show, typed one after another.
 TEST_F(ExampleServersTest, WhatDocumentsShowWorks) {
     std::filesystem::create_directory_symlink(examples, path("examples"));
     write("in", "\n\ntrue\n+\n");
@@ -159,7 +159,7 @@ TEST_F(ExampleServersTest, WhatDocumentsShowWorks) {
     EXPECT_GE(count, 29);
 }
 
-// What the front page shows as Python is what the examples have.
+// The Python code on the front page is that of the examples.
 TEST(ReadmeTest, ShowsTheExamplesAsTheyAre) {
     const std::string page = contentsOf(KZ_SOURCE_DIR "/README.md"), opening = "```python\n";
     for (const char* example : {"examples/servers/lift.py", "examples/operate.py"}) {
@@ -171,7 +171,7 @@ TEST(ReadmeTest, ShowsTheExamplesAsTheyAre) {
     }
 }
 
-// Every call from the session's begin to its end, in order.
+// Every call from the start of the session to its end, in order.
 TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
     importPaths.pop_back();
     serve("all.py", R"(import kz, kzifc
@@ -227,7 +227,7 @@ command failed: mesh.operate: argument "item": there is no mesh item "b" (800000
 )");
 }
 
-// What the host asks on standard error, and what its answers come to.
+// The questions on standard error, and the effect of the answers.
 TEST_F(ExampleServersTest, ADialogAsksForArguments) {
     const std::tuple<const char*, const char*, int, std::string, std::vector<std::string>> cases[] = {
         {"??text.banner",
@@ -242,7 +242,7 @@ TEST_F(ExampleServersTest, ADialogAsksForArguments) {
         {"?text.banner", "ab\n", 1, "", {"the dialog was cancelled"}},
         {"??text.banner ab", "\n\n\n", 0, "         ab         \n", {"[ab]: "}},
         {"text.banner ab mark:x", "", 1, "", {"argument \"mark\" cannot be used now"}},
-        {"??file.alias", "here\n/tmp\n", 0, "", {"File Alias: alias", "File Alias: path"}},  // the host's own ask, too
+        {"??file.alias", "here\n/tmp\n", 0, "", {"File Alias: alias", "File Alias: path"}},  // the host's own, too
     };
     for (const auto& [command, answers, status, out, told] : cases) {
         const Ended ended = run({"cmd", command}, answers);

@@ -1,4 +1,4 @@
-// The console: when a statement is complete, what it answers, and what it keeps.
+// The console: when a statement is complete, its results, and its state.
 #include "host/state/call_watch.h"
 #include "tests/support/host_test.h"
 
@@ -121,7 +121,7 @@ TEST_F(ConsoleTest, TakesLongPastes) {
     for (int line = 0; line < 1000; ++line) block += "  total += 1\n";
     EXPECT_EQ(session.run(block + "\ntotal\n"), "= 1000\n");
     EXPECT_EQ(session.run("len('" + std::string(100'000, 'x') + "')\n"), "= 100000\n");
-    // Deeper than the compiler goes: an error, not the end of the process.
+    // Nested too deeply for the compiler, which must not end the process.
     const std::string deep = session.run(std::string(5000, '(') + std::string(5000, ')') + "\n1\n");
     EXPECT_TRUE(deep.ends_with("code 80000002\n= 1\n")) << deep;
 }

@@ -1,4 +1,4 @@
-// What scripts print, write and raise, as it comes to the log.
+// What scripts print, write and raise, as the log has it.
 #include "tests/support/child.h"
 #include "tests/support/host_test.h"
 
@@ -107,7 +107,7 @@ TEST_F(OutputTest, ShowsExceptionsWithTheirFrames) {
             {"[00000002] Heading",
              "[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
              " .. test.py: 2"}},
-           // Looking at an exception that is being handled does not take it away.
+           // Reading an exception that is being handled does not clear it.
            {"import kz\ntry:\n  try: 1/0\n  except: kz.outEx(); print kz.excResult() == kz.excResult(); raise\n"
             "except ZeroDivisionError: print 'raised'",
             {"[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
@@ -120,7 +120,7 @@ TEST_F(OutputTest, ShowsExceptionsWithTheirFrames) {
     EXPECT_GT(std::count(deep.begin(), deep.end(), '\n'), 900);
 }
 
-// A console in Python may do anything with what it is told.
+// A console in Python may do anything with a line of output.
 TEST(OutputOfAConsoleTest, ThatFailsIsNotLost) {
     const std::string begin = "import kz, kz.service, kzifc\nscripts = kz.service.ScriptSys()\n"
                               "line = scripts.LineInterpreterByName('python')\nclass E(kzifc.LineExecution):\n"
@@ -130,7 +130,7 @@ TEST(OutputOfAConsoleTest, ThatFailsIsNotLost) {
     // The rest of its line, what is told below the heading, and what the log gets.
     const std::tuple<const char*, const char*, const char*> table[] = {
         {", text): print 'heard', text", "  heard 1\n", ""},
-        {", text): print 'heard', text,", "  heard heard 1\n", ""},  // the console is told the rest of its line, too
+        {", text): print 'heard', text,", "  heard heard 1\n", ""},  // the console gets the rest of its line, too
         {"): pass",
          "  [80000000] Unhandled exception \"TypeError\"; lin_Info() takes exactly 1 argument (2 given)\n  1\n",
          "[00000002] LineExecution.lin_Info of __main__.E: it raised TypeError: lin_Info() takes exactly 1 argument (2 "

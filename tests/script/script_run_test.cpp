@@ -1,4 +1,4 @@
-// Script runs: what a script is given, how it ended, and that it leaves nothing behind.
+// Script runs: the script's environment, how it ended, and that it leaves nothing behind.
 #include "host/core/message.h"
 
 #include "host/core/scripts.h"

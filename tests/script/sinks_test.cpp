@@ -1,4 +1,4 @@
-// Sinks that fail, write and push others while they are told something.
+// Sinks that fail, write and push other sinks while they are being called.
 #include "host/core/log_store.h"
 #include "module/output.h"
 #include "module/py_lock.h"
@@ -58,7 +58,7 @@ TEST_F(SinksTest, PassWhatTheyWriteWhileTheyAreToldToTheSinkBelow) {
         kzSetTracing(true);
         kzTrace("name", "t", 1);
         kzSetTracing(false);
-        throw KZe_FAILED;  // it costs nobody what comes next
+        throw KZe_FAILED;  // later texts still arrive
     }));
     kzWrite("a", 1);
     EXPECT_EQ(heard, "upper<a lower<b >lower lower<t >lower ");
@@ -76,7 +76,7 @@ TEST_F(SinksTest, EndHoweverDeepTheyPushOthers) {
     EXPECT_EQ(host.log("python"), "x\n");
 }
 
-// A host that tells its listeners even of what they write themselves.
+// A host that notifies listeners even of what they write themselves.
 TEST_F(SinksTest, BelowTheLogIsStandardError) {
     int told = 0;
     host.host.log().addSink([&](const LogLine& line) {

@@ -85,7 +85,7 @@ TEST(ConsistencyTest, AMaskCoversWhatIsThere) {
         }
 }
 
-// One name, one kind: a script's author learns it once. Only an index that may be -1 has a sign.
+// Parameters of one name are of one kind. Only an index that may be -1 is signed.
 TEST(ConsistencyTest, ParametersOfOneNameAreOfOneKind) {
     const std::map<std::string, std::set<Kind>> kinds = {{"time", {Kind::Double}},
                                                          {"flags", {Kind::Uint}},
@@ -106,7 +106,7 @@ TEST(ConsistencyTest, ParametersOfOneNameAreOfOneKind) {
             }
 }
 
-// Counts, floats and what an object is called are learned once for each interface.
+// Within an interface, counts, floating-point numbers and names follow one convention.
 TEST(ConsistencyTest, AnInterfaceHasOneConvention) {
     for (const Interface* each : describedInterfaces()) {
         std::set<std::pair<bool, Kind>> counts;  // with inputs, what is returned
@@ -127,7 +127,7 @@ TEST(ConsistencyTest, AnInterfaceHasOneConvention) {
             kinds.insert(method.returns.kind);
             for (const Parameter& parameter : method.parameters) kinds.insert(parameter.type.kind);
         }
-        // Values of their own width are what a stream and a value are about.
+        // Streams and values exist to carry numbers of several widths.
         const bool isStream = each->name == "BlockRead" || each->name == "BlockWrite";
         const bool isValue = each->name == "Value" && !each->service;
         EXPECT_FALSE(kinds.contains(Kind::Float) && kinds.contains(Kind::Double) && !isStream)
@@ -139,7 +139,7 @@ TEST(ConsistencyTest, AnInterfaceHasOneConvention) {
     }
 }
 
-// What a wrapper of one type cannot hold, and an adapter does not take: who has nothing to give says NOTFOUND.
+// A wrapper of a fixed type cannot be null, and adapters refuse null. NOTFOUND stands for no object.
 TEST(ConsistencyTest, NoTypedObjectIsPromisedToBeNull) {
     const auto isNullable = [](const Parameter* input) {
         return input->type.kind == Kind::String || input->type.kind == Kind::Object ||

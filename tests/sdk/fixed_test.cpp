@@ -1,4 +1,4 @@
-// What is fixed one by one: identities, values, and methods whose order and signature others have compiled in.
+// Identities, values and methods that must never change, because other programs have compiled them in.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -80,7 +80,7 @@ struct Signature {
     const char* text;
 };
 
-// Methods that the plug-in itself calls or answers, and those that stand for a kind of signature.
+// Methods that the plug-in itself calls or implements, and examples of each kind of signature.
 constexpr Signature signatures[] = {
     {"Mesh", false, "MergeWithTransform(object other,matrix xfrm,integer flags)"},
     {"GeoCacheSurface", false, "(vector pos,matrix rot,vector scl) = GetXfrm(integer endpoint)"},

@@ -18,8 +18,8 @@ namespace {
 
 PyMethodDef functions[] = {{"getQWidget", kzGetQWidgetFunction, METH_VARARGS, nullptr}, {nullptr, nullptr, 0, nullptr}};
 
-// Objects that Qt made and Python knows nothing of, by the library's own constructors. The longest of them is shorter
-// than the room that it is given.
+// Objects that Qt's own constructors have made and Python does not know. The largest of them is smaller
+// than the memory for it.
 constexpr const char* makeNative = R"(
 import ctypes
 from PySide2 import QtWidgets
@@ -64,7 +64,7 @@ private:
     std::unique_ptr<COutputScope> m_scope;
 };
 
-// PySide2 as set-up unpacks it. Where it is missing, set-up has said so.
+// PySide2 as set-up unpacks it. If it is missing, set-up has reported that.
 class WidgetsOfPySide2Test : public WidgetsTest {
 protected:
     void SetUp() override {
@@ -91,7 +91,7 @@ TEST_F(WidgetsTest, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
         {"import _ctypes; sys.modules['shiboken2'] = _ctypes", true},  // a library, but another one
     };
     for (const auto& [prepare, tracing] : cases) {
-        ASSERT_EQ(run(prepare), "");
+        EXPECT_EQ(run(prepare), "");
         kzSetTracing(tracing);
         traced.lines.clear();
         kzImportWidgets();
