@@ -143,7 +143,7 @@ void MainInterpreter::prependIfResolved(const char* alias) {
 
 void MainInterpreter::start(KzProgress& progress, const std::function<void()>& importSupport) {
     if (Py_IsInitialized() != 0) {
-        kzWrite("Python runs in this process already, started by somebody else: this module cannot start its own",
+        kzWrite("Python runs in this process already, started by another component: this module cannot start its own",
                 KZe_STARTUP);
         throw KZe_NOTAVAILABLE;
     }

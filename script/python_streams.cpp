@@ -142,7 +142,7 @@ PyObject* streamClose(PyObject* object, PyObject* args) { return streamFlush(obj
 PyMethodDef streamMethods[] = {
     {"write", streamWrite, METH_O, "Pass text to the current output as it is; the log gets a line when it ends."},
     {"writelines", streamWriteLines, METH_O, "Write each string of a sequence."},
-    {"flush", streamFlush, METH_NOARGS, "Have an unfinished line shown."},
+    {"flush", streamFlush, METH_NOARGS, "Show an unfinished line."},
     {"isatty", streamIsATty, METH_NOARGS, "False."},
     {"fileno", streamFileno, METH_NOARGS, "The descriptor of the process's own stream."},
     {"close", streamClose, METH_NOARGS, "As flush: the stream stays open."},

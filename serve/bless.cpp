@@ -142,7 +142,7 @@ PyObject* checkFunction(PyObject* /*self*/, PyObject* args) {
 
 PyMethodDef servingFunctions[] = {
     {"check", checkFunction, METH_VARARGS,
-     "(type, taken) = check(cls, name, tags, meta)\n\nLooks a blessing over as kz.bless does, and blesses nothing."},
+     "(type, taken) = check(cls, name, tags, meta)\n\nChecks a blessing as kz.bless does, without blessing."},
     {nullptr, nullptr, 0, nullptr},
 };
 
@@ -195,7 +195,7 @@ PyObject* kzTestifcFunction(PyObject* /*self*/, PyObject* args) {
 KzServing kzPythonServing() noexcept { return {serveObject, kzPythonObjectOf}; }
 
 void kzAddServingModule() {
-    kzNonNull(Py_InitModule3("_kzserv", servingFunctions, "What the package kzserv needs of the module."));
+    kzNonNull(Py_InitModule3("_kzserv", servingFunctions, "The functions that the package kzserv needs."));
 }
 
 void kzReleaseServers() {

@@ -238,7 +238,7 @@ KzResult CHintTable::add(PyObject* key, PyObject* text) {
     const long value = PyInt_AsLong(key);
     if (value == -1 && PyErr_Occurred() != nullptr) return refuse(key, "an integer for each key");
     const CPyRefNull string(PyObject_Str(text));
-    constexpr const char* expected = "a text without zero bytes for each value";
+    constexpr const char* expected = "a text without NUL bytes for each value";
     if (string.get() == nullptr) return refuse(text, expected);
     const char* characters = kzTakeText(string);
     if (characters == kzNoText)

@@ -154,12 +154,12 @@ int runProgram(int count, char** arguments) {
     run->add_option("ARG", words, "Arguments of the script: everything that follows");
     run->fallthrough();
     CLI::App* python =
-        app.add_subcommand("python", "Be a Python interpreter with its own options; also by kzhost FILE, "
+        app.add_subcommand("python", "Run as a Python interpreter with its own options; also by kzhost FILE, "
                                      "kzhost -c CODE, kzhost -m MODULE and the like");
-    python->add_option("ARG", words, "What the interpreter takes: everything that follows");
+    python->add_option("ARG", words, "The interpreter's command line: everything that follows");
     CLI::App* eval = app.add_subcommand("eval", "Run lines as if typed into the console");
     eval->add_option("LINE", lines, "The lines")->required();
-    CLI::App* console = app.add_subcommand("console", "Type lines; a pipe is read line by line");
+    CLI::App* console = app.add_subcommand("console", "Type Python lines; a pipe is read line by line");
     CLI::App* cmd = app.add_subcommand("cmd", "Execute a command string, or print what it queries");
     cmd->add_option("STRING", script, "The command, as \"user.value size 12 type:integer\"")->required();
     CLI::App* commands = app.add_subcommand("commands", "List the commands and their arguments");

@@ -117,7 +117,7 @@ int printTree(CProgram& program, const std::string& name) {
 }  // namespace
 
 CServerVerbs::CServerVerbs(CLI::App& app)
-    : m_check(app.add_subcommand("check", "Look over server files before they are used; 1 if anything is wrong")),
+    : m_check(app.add_subcommand("check", "Check server files before they are used; 1 if anything is wrong")),
       m_convert(app.add_subcommand("convert", "Convert an image with the loaders and savers of the modules")),
       m_tree(app.add_subcommand("tree", "Print a tree that a module serves")) {
     m_check->add_option("FILE", m_files, "The files")->required();

@@ -229,7 +229,7 @@ CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, con
     IPictureFiles& library = kzPictures(*m_files);
     if (source == nullptr && (!facts || !library.fact(*facts, KZsIMGKEY_COLORSPACE, from)))
         throw kzBecause(KZe_INVALIDARG, "ColorMapping.MapImage",
-                        [] { return "the image does not say its colour space; name the one that it is in"; });
+                        [] { return "the image does not name its colour space; pass the one that it has"; });
     for (const std::string& space : {from, target})
         if (const auto names = library.spaces(); std::none_of(names.begin(), names.end(), [&](const std::string& each) {
                 return strcasecmp(each.c_str(), space.c_str()) == 0;

@@ -46,13 +46,13 @@ TEST(StartTest, SurvivesTheUsersEnvironment) {
         const char* answer;     // in the log
         const char* complaint;  // in the log, with the variable's name; null for none
     } table[] = {
-        {"PYTHONHASHSEED", "abc", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"abc\" is left out"},
-        {"PYTHONHASHSEED", "4294967296", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"4294967296\" is left out"},
+        {"PYTHONHASHSEED", "abc", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"abc\" is ignored"},
+        {"PYTHONHASHSEED", "4294967296", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"4294967296\" is ignored"},
         {"PYTHONHASHSEED", "random", "__import__('sys').flags.hash_randomization", "= 1\n", nullptr},
         {"PYTHONHASHSEED", "77", "hash('a') == -4766264447219163441", "= ", nullptr},
         {"PYTHONPATH", all, "__import__('package').word", "= mine\n", "foreign\" comes after the standard library"},
         {"PYTHONPATH", all, "__import__('friend').word", "= friend\n", "PYTHONPATH: "},
-        {"PYTHONPATH", all, "__import__('json').dumps(u'a'.encode('utf-8'))", "= \"a\"\n", "python3\" is left out"},
+        {"PYTHONPATH", all, "__import__('json').dumps(u'a'.encode('utf-8'))", "= \"a\"\n", "python3\" is ignored"},
         {"PYTHONPATH", all, "__import__('only3').word", "No module named only3", "leaving\" comes after"},
         {"PYTHONPATH", folder.path("mine"), "__import__('os').environ['PYTHONPATH'][-4:]", "= mine\n", nullptr},
         {"PYTHONPATH", kzBareKit + "extra64/Python/lib/python2.7", "1 + 1", "= 2\n", nullptr},
@@ -78,7 +78,7 @@ TEST(StartTest, SurvivesTheUsersEnvironment) {
         ASSERT_TRUE(host.load());
         host.execute("1 + 1");
         EXPECT_TRUE(host.hasLogged("= 2\n")) << host.log();
-        EXPECT_TRUE(host.hasLogged("PYTHONHOME: \"" + folder.path("foreign") + "\" is left out")) << host.log();
+        EXPECT_TRUE(host.hasLogged("PYTHONHOME: \"" + folder.path("foreign") + "\" is ignored")) << host.log();
     });
 }
 

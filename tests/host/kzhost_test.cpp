@@ -202,7 +202,7 @@ TEST_F(KzHostTest, BadInputIsNamed) {
         {{"--import-path", "/", "fly"}, 2, "there is no command \"fly\"; there are: run"},
         {{"run"}, 2, "SCRIPT"},
         {{"run", path("missing.py")}, 2, "missing.py: there is no such file"},
-        {{"run", zero}, 2, "zero.py: this is not a text: line 2 holds a zero byte"},
+        {{"run", zero}, 2, "zero.py: this is not a text: line 2 contains a NUL byte"},
         {{"run", path()}, 2, "folder"},
         {{"run", none}, 2, "none.txt: no interpreter takes this script"},
         {{"check", "a \"b"}, 2, "argument 1 (a \"b)"},

@@ -87,7 +87,7 @@ TEST_F(ScriptTest, TheScriptServiceRunsByPathAliasAndName) {
     EXPECT_EQ(scripts->Run(nullptr, 0, "", nullptr), KZe_INVALIDARG);
     EXPECT_EQ(scripts->Run("bad.py", 0, "", nullptr), KZe_SCRIPT_ERROR);
     ASSERT_EQ(host().log().lines("scripts").size(), 1U);
-    EXPECT_NE(host().log().lines("scripts")[0].text.find("line 1 holds a zero byte"), std::string::npos);
+    EXPECT_NE(host().log().lines("scripts")[0].text.find("line 1 contains a NUL byte"), std::string::npos);
 }
 
 }  // namespace
