@@ -1,4 +1,5 @@
-// Part "serve": for each header the adapters by which Python implements its interfaces, and the list of all adapters.
+// Part "serve": for each header the adapters by which Python implements its interfaces, the list of all
+// adapters, and how the kinds that the relay does not know itself get to Python and back.
 // Part "loopback": every operation of every adapter as a row by which a test can call it.
 #include <algorithm>
 #include <iterator>
@@ -17,10 +18,10 @@ namespace {
 // "r" or "v", the inputs, a colon, the outputs. A plain return value is the first output.
 std::string signatureOf(const Method& method) {
     std::string signature = method.returns.kind == Kind::Result ? "r" : "v";
-    for (const Parameter* input : method.inputs()) signature += info(input->type.kind).from;
+    for (const Parameter* input : method.inputs()) signature += info(input->type.kind).relayLetters(false);
     signature += ":";
-    if (method.returnsPlainValue()) signature += info(method.returns.kind).to;
-    for (const Parameter* output : method.outputs()) signature += info(output->type.kind).to;
+    if (method.returnsPlainValue()) signature += info(method.returns.kind).relayLetters(true);
+    for (const Parameter* output : method.outputs()) signature += info(output->type.kind).relayLetters(true);
     return signature;
 }
 
@@ -118,7 +119,7 @@ std::string headerText(const Header& header) {
 void emitKindChecks(Text out) {
     for (const KindInfo& kind : allKinds()) {
         for (const auto& [check, letters] : {std::pair("Input", kind.from), std::pair("Output", kind.to)}) {
-            if (!letters.empty()) {
+            if (!letters.empty() && letters != "K") {
                 fmt::format_to(out,
                                "static_assert(kzCarries{}(\"{}\"), \"{}: gen/kinds.def and serve/relay.h differ\");\n",
                                check, letters, kind.fullName());
@@ -146,8 +147,21 @@ std::string listText(const Model& model) {
     return text;
 }
 
-// The lengths of the arrays that Python sees: -1 if unknown, otherwise the constant factor and, each after an @, the places
-// of the inputs that multiply it. Raw data has no elements to count.
+// The classes that carry a kind are checked when the row is compiled, which names the kind.
+std::string carriersText(const Model& model) {
+    std::string text = openingLines("//", "The kinds that their classes carry, in the order of their letters.", model);
+    const Text out = std::back_inserter(text);
+    fmt::format_to(out, "#include \"serve/carrier.h\"\n\nusing namespace kz_marshal;\n\n"
+                        "constexpr KzCarrier kzCarriers[] = {{\n");
+    for (const KindInfo& kind : allKinds())
+        if (kind.isCarriedByClass())
+            fmt::format_to(out, "    kzCarrierOf<{}, {}>(\"{}\"),\n", kind.in, kind.out, kind.name);
+    fmt::format_to(out, "}};\n");
+    return text;
+}
+
+// The lengths of the arrays that Python sees: -1 if unknown, otherwise the constant factor and, each after an @, the
+// places of the inputs that multiply it. Raw data has no elements to count.
 std::string lengthsOf(const Method& method) {
     std::string lengths;
     for (const Parameter* input : method.inputs()) {
@@ -199,6 +213,7 @@ void emitLoopback(const Model& model, Output& output) {
 void emitServe(const Model& model, Output& output) {
     for (const Header& header : model.headers) output.write(header.name + ".cpp", headerText(header));
     output.write("adapters.cpp", listText(model));
+    output.write("carriers.cpp", carriersText(model));
 }
 
 }  // namespace kzgen

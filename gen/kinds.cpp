@@ -2,6 +2,7 @@
 #include "kinds.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace kzgen {
 
@@ -36,13 +37,21 @@ constexpr bool isForwardedAsAllowed(const KindInfo& row) {
            (row.to.empty() || row.fits(KindUse::Output) || row.fits(KindUse::Return));
 }
 
+constexpr bool hasClassesIfCarried(const KindInfo& row) {
+    const bool hasClasses = row.fits(KindUse::Input) && row.fits(KindUse::Output);
+    return !row.isCarriedByClass() || (row.passing == ByAddress && hasClasses);
+}
+
+static_assert(std::ranges::count_if(rows, &KindInfo::isCarriedByClass) <= 26, "carriers have the letters A to Z");
+
 template <Kind kind> constexpr const KindInfo& rowOf = rows[static_cast<std::size_t>(kind)];
 
 #define KZ_KIND(kind, ...)                                                                                             \
     static_assert(isNamedOnce(rowOf<Kind::kind>), #kind ": another kind has that name");                               \
     static_assert(hasLetterOfInput(rowOf<Kind::kind>), #kind ": every input, and nothing else, has a parser letter");  \
     static_assert(isOpenIfArray(rowOf<Kind::kind>), #kind ": arrays, and nothing else, have open templates");          \
-    static_assert(isForwardedAsAllowed(rowOf<Kind::kind>), #kind ": adapters carry it where no operation has it");
+    static_assert(isForwardedAsAllowed(rowOf<Kind::kind>), #kind ": adapters carry it where no operation has it");     \
+    static_assert(hasClassesIfCarried(rowOf<Kind::kind>), #kind ": a K needs an address, and both classes");
 #include "kinds.def"
 
 }  // namespace
@@ -52,6 +61,13 @@ std::string KindInfo::parameterType(bool output) const {
     const std::size_t stars =
         passing == ByValue || passing == ByAddress ? (output || passing == ByAddress ? 1 : 0) : (output ? 2 : 1);
     return (isConst ? "const " : "") + std::string(type) + std::string(stars, '*');
+}
+
+std::string KindInfo::relayLetters(bool output) const {
+    std::string letters(output ? to : from);
+    if (letters == "K")
+        letters += static_cast<char>('A' + std::count_if(rows, this, std::mem_fn(&KindInfo::isCarriedByClass)));
+    return letters;
 }
 
 std::string KindInfo::fullName() const { return std::string(name) + (has(array) ? "[]" : ""); }

@@ -50,6 +50,10 @@ struct KindInfo {
     }
     // The C++ type of a parameter.
     [[nodiscard]] std::string parameterType(bool output) const;
+    // True if its classes carry it for adapters, too.
+    [[nodiscard]] constexpr bool isCarriedByClass() const { return from == "K" || to == "K"; }
+    // What stands for it in the signature of an adapter's operation.
+    [[nodiscard]] std::string relayLetters(bool output) const;
     // "float[]": the name as the description language writes it, brackets and all.
     [[nodiscard]] std::string fullName() const;
 };

@@ -14,8 +14,8 @@ constexpr std::string_view radians = "radians";
 
 PyObject* unknownOption(CCall& call, const char* name) { return call.fail(kzFormat("unknown option \"%s\"", name)); }
 
-// None means that no script is running. Required behaviour: null is returned without an exception then, so the caller gets
-// the interpreter's own error for that.
+// None means that no script is running. Required behaviour: null is returned without an exception then, so the caller
+// gets the interpreter's own error for that.
 PyObject* scriptObject(PyObject* object) {
     if (object == Py_None) return nullptr;
     Py_INCREF(object);
@@ -48,12 +48,12 @@ PyObject* kzOptionFunction(PyObject* /*self*/, PyObject* args) {
 
 PyObject* kzTraceFunction(PyObject* /*self*/, PyObject* args) {
     return kzCall("kz.trace", [args](CCall& call) -> PyObject* {
-        PyObject* wanted = nullptr;
+        PyObject* argument = nullptr;
         // Required behaviour: without an argument, this returns the flag and leaves the parser's error pending. Scripts
         // read the flag that way inside a try block.
-        if (PyArg_ParseTuple(args, "O", &wanted) == 0) return PyBool_FromLong(kzTracing() ? 1 : 0);
-        if (!PyBool_Check(wanted)) return call.fail("kz.trace requires a boolean argument");
-        const bool on = wanted == Py_True;
+        if (PyArg_ParseTuple(args, "O", &argument) == 0) return PyBool_FromLong(kzTracing() ? 1 : 0);
+        if (!PyBool_Check(argument)) return call.fail("kz.trace requires a boolean argument");
+        const bool on = argument == Py_True;
         // Traced before and after the change: only one of the two lines is written, while tracing is on.
         call.trace(on ? "Enabled" : "Disabled");
         kzSetTracing(on);

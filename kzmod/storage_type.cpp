@@ -150,8 +150,8 @@ PyObject* storageGet(PyObject* self, PyObject* args) {
         if (PyArg_ParseTuple(args, "|i", &count) == 0) return kzParseFailed();
         const std::size_t rest = buffer.size() - buffer.offset();
         const bool all = PyTuple_GET_SIZE(args) == 0;
-        const std::size_t wanted = all ? rest : static_cast<std::size_t>(std::max(count, 0));
-        return buffer.type()->readRange(buffer, buffer.offset(), std::min(wanted, rest));
+        const std::size_t length = all ? rest : static_cast<std::size_t>(std::max(count, 0));
+        return buffer.type()->readRange(buffer, buffer.offset(), std::min(length, rest));
     });
 }
 

@@ -75,15 +75,15 @@ std::vector<std::string> foldersOf(const std::string& path) {
 bool isOwnFolder(PyObject* path, const std::string& folder) {
     char* real = realpath(folder.c_str(), nullptr);
     if (real == nullptr) return false;
-    bool found = false;
-    for (Py_ssize_t index = 0; index < PyList_GET_SIZE(path) && !found; ++index) {
+    bool isPresent = false;
+    for (Py_ssize_t index = 0; index < PyList_GET_SIZE(path) && !isPresent; ++index) {
         PyObject* entry = PyList_GET_ITEM(path, index);
         char* own = PyString_Check(entry) ? realpath(PyString_AS_STRING(entry), nullptr) : nullptr;
-        found = own != nullptr && std::strcmp(own, real) == 0;
+        isPresent = own != nullptr && std::strcmp(own, real) == 0;
         std::free(own);
     }
     std::free(real);
-    return found;
+    return isPresent;
 }
 
 // Where a folder of PYTHONPATH goes on sys.path.
@@ -94,7 +94,7 @@ Place placeOf(PyObject* path, const std::string& folder) {
     const bool hasCodecs = hasModule(folder, "codecs") || hasModule(folder, "encodings");
     if (isOwnFolder(path, folder)) return Place::nowhere;
     if (hasCodecs && hasModule(folder, "os")) {
-        tell(variable, folder, "is left out: it holds the library of another Python");
+        tell(variable, folder, "is ignored: it contains the library of another Python");
         return Place::nowhere;
     }
     if (!hasCodecs) return Place::front;
@@ -110,7 +110,7 @@ std::string kzHomeOfEnvironment() {
     const std::string home = valueOf("PYTHONHOME");
     const std::string prefix = home.substr(0, home.find(delimiter));
     if (prefix.empty() || hasModule(prefix + "/" + library, "os")) return home;
-    tell("PYTHONHOME", home, std::string("is left out: it holds no ") + library);
+    tell("PYTHONHOME", home, std::string("is ignored: it contains no ") + library);
     return {};
 }
 
@@ -120,7 +120,7 @@ void kzInitialiseInEnvironment() {
     Py_GetPath();  // computes the path, without PYTHONPATH, and caches it for good
     Py_IgnoreEnvironmentFlag = ignored;
     if (const std::string seed = valueOf("PYTHONHASHSEED"); ignored == 0 && !isHashSeed(seed)) {
-        tell("PYTHONHASHSEED", seed, R"(is left out: it is neither "random" nor a number from 0 to 4294967295)");
+        tell("PYTHONHASHSEED", seed, R"(is ignored: it is neither "random" nor a number from 0 to 4294967295)");
         readSwitches();
         Py_IgnoreEnvironmentFlag = 1;
     }

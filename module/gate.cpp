@@ -89,11 +89,11 @@ bool CGate::isEmpty() noexcept { return theInside == 0; }
 bool CGate::isInside() noexcept { return t_visitor.depth != 0; }
 
 void CGate::describe(char* text, std::size_t size) noexcept {
-    std::size_t used = 0;
+    std::size_t end = 0;
     std::uint32_t named = 0;
     const auto add = [&](const char* format, auto... values) {
-        const int length = std::snprintf(text + used, size - used, format, values...);
-        if (length > 0) used = std::min(used + static_cast<std::size_t>(length), size - 1);
+        const int length = std::snprintf(text + end, size - end, format, values...);
+        if (length > 0) end = std::min(end + static_cast<std::size_t>(length), size - 1);
     };
     text[0] = '\0';
     for (const Visit& visit : theVisits) {

@@ -87,11 +87,11 @@ private:
 // The folder of the user's scripts is passed to site even if it could not be resolved and is empty. Site would take the
 // empty path for the current folder and run the path files in it, which nobody has asked for.
 void addSiteFolder(PyObject* site, PyObject* path) {
-    std::optional<CReplacedAttribute> replaced;
+    std::optional<CReplacedAttribute> guard;
     if (PyString_GET_SIZE(path) == 0)
-        replaced.emplace(site, "makepath", CPyRef(PyCFunction_New(&noFolderFunction, nullptr), CPyRef::owned));
-    const CPyRefNull added(PyObject_CallMethod(site, kzText("addsitedir"), kzText("O"), path));
-    kzNonNull(added.get());
+        guard.emplace(site, "makepath", CPyRef(PyCFunction_New(&noFolderFunction, nullptr), CPyRef::owned));
+    const CPyRefNull result(PyObject_CallMethod(site, kzText("addsitedir"), kzText("O"), path));
+    kzNonNull(result.get());
 }
 
 MainInterpreter* theProgram = nullptr;
@@ -143,7 +143,7 @@ void MainInterpreter::prependIfResolved(const char* alias) {
 
 void MainInterpreter::start(KzProgress& progress, const std::function<void()>& importSupport) {
     if (Py_IsInitialized() != 0) {
-        kzWrite("Python runs in this process already, started by somebody else: this module cannot start its own",
+        kzWrite("Python runs in this process already, started by another component: this module cannot start its own",
                 KZe_STARTUP);
         throw KZe_NOTAVAILABLE;
     }
@@ -223,8 +223,8 @@ void MainInterpreter::letGo() noexcept {
     releaseMonitors();
 }
 
-// If the kit's library is only a link into a Python installation, that installation is the home, so that the program sees
-// its headers, packages and prefix. A home that the environment names is left to the interpreter.
+// If the kit's library is only a link into a Python installation, that installation is the home, so that the program
+// sees its headers, packages and prefix. A home that the environment names is left to the interpreter.
 void MainInterpreter::setProgramHome() {
     if (!kzHomeOfEnvironment().empty() || !resolve(kitHome, m_home)) return;
     constexpr std::string_view library = "/lib/python2.7";
@@ -280,8 +280,8 @@ void MainInterpreter::initialise() {
 
 // threading takes the thread that imports it first for the main one. Its import is too slow for scripts that do not use
 // it, so it is delayed until another thread first enters, and threading is then told which thread is the main one. The
-// import must not block, because the thread that holds the import lock may be waiting for this one; if it fails for that
-// reason, the next thread that enters tries again.
+// import must not block, because the thread that holds the import lock may be waiting for this one; if it fails for
+// that reason, the next thread that enters tries again.
 void MainInterpreter::importThreading() noexcept {
     if (m_hasThreading) return;
     m_hasThreading = true;
@@ -387,7 +387,8 @@ PyThreadState* MainInterpreter::endingThread() const noexcept {
 
 MainInterpreter::~MainInterpreter() {
     if (m_mainThread == nullptr || m_isProgram) {
-        // The references still hold None and there is no interpreter lock yet, or the program ends its interpreter itself.
+        // The references still hold None and there is no interpreter lock yet, or the program ends its interpreter
+        // itself.
         return;
     }
     const CProcessStateKeeper keeper(m_hostSignals);

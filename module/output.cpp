@@ -76,7 +76,7 @@ Sink nextToTell() {
     return sink != sinks.rend() ? *sink : bottom();
 }
 
-// Whoever reports something must not fail because the report does.
+// A failed report must not make the caller fail.
 template <class Action> void tell(Sink (*choose)(), const char* text, Action&& action) noexcept {
     flushHeldText();
     try {
@@ -85,25 +85,25 @@ template <class Action> void tell(Sink (*choose)(), const char* text, Action&& a
             std::fprintf(stderr, "%s\n", text);
             return;
         }
-        COutput& told = *sink;
+        COutput& target = *sink;
         const Telling telling(std::move(sink));
-        action(told);
+        action(target);
     } catch (KzResult) {
     } catch (const std::exception&) {
     }
 }
 
-template <class Action> KzPassed pass(Action&& action) noexcept {
-    KzPassed passed;
+template <class Action> KzPassResult pass(Action&& action) noexcept {
+    KzPassResult result;
     kzValueBoundary([&] {
         Sink sink = CLockState::isHeld() ? nextToTell() : nullptr;
         IKzTextOutput* stream = sink != nullptr ? sink->stream() : nullptr;
         if (stream == nullptr) return;
         const Telling telling(std::move(sink));
-        passed = {true, action(*stream), 0};
-        if (kzFailed(passed.code)) passed.failure = stream->Failure();
+        result = {true, action(*stream), 0};
+        if (kzFailed(result.code)) result.failure = stream->Failure();
     });
-    return passed;
+    return result;
 }
 
 // For threads without the interpreter lock, which must not touch the stack: during a start that fails, an unload that
@@ -136,11 +136,11 @@ void kzWriteFrom(const char* origin, const char* text, KzResult code) noexcept {
     tell(nextToTell, text, [=](COutput& sink) { sink.writeFrom(origin, text, code); });
 }
 
-KzPassed kzPass(const char* origin, std::string_view text, KzResult level) noexcept {
+KzPassResult kzPass(const char* origin, std::string_view text, KzResult level) noexcept {
     return pass([=](IKzTextOutput& stream) { return stream.Write(origin, level, text.size(), text.data()); });
 }
 
-KzPassed kzPassOn(const char* origin) noexcept {
+KzPassResult kzPassOn(const char* origin) noexcept {
     return pass([=](IKzTextOutput& stream) { return stream.Flush(origin); });
 }
 
@@ -155,9 +155,9 @@ void kzTrace(const char* name, const char* message, KzResult code) noexcept {
 }
 
 std::string kzVisible(std::string text) {
-    constexpr std::string_view shown = "\\x00";
-    for (std::size_t at = text.find('\0'); at != std::string::npos; at = text.find('\0', at + shown.size()))
-        text.replace(at, 1, shown);
+    constexpr std::string_view escape = "\\x00";
+    for (std::size_t at = text.find('\0'); at != std::string::npos; at = text.find('\0', at + escape.size()))
+        text.replace(at, 1, escape);
     return text;
 }
 

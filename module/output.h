@@ -2,9 +2,9 @@
 // receives all text. Only a thread that holds the interpreter lock sees the stack; other threads write directly to the
 // event log. Sinks know nothing of Python.
 //
-// Writing to a sink is re-entrant: the sink may run any code, including Python code, and that code may write again. While
-// a thread is inside a sink, what it writes goes to the topmost sink that it is not inside of. So a sink that fails never
-// receives the report of its own failure.
+// Writing to a sink is re-entrant: the sink may run any code, including Python code, and that code may write again.
+// While a thread is inside a sink, what it writes goes to the topmost sink that it is not inside of. So a sink that
+// fails never receives the report of its own failure.
 #pragma once
 
 #include "module/sink.h"
@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-// RAII guard that pushes a sink. The scopes of one thread nest strictly. A thread that is inside the sink when the scope
-// ends keeps the sink alive until it returns.
+// RAII guard that pushes a sink. The scopes of one thread nest strictly. A thread that is inside the sink when the
+// scope ends keeps the sink alive until it returns.
 class COutputScope {
 public:
     explicit COutputScope(std::shared_ptr<COutput> sink);
@@ -28,7 +28,7 @@ private:
 // Writes a text to the topmost sink that this thread is not inside of. Best effort: a failure to write is dropped. When
 // the calls nest too deeply, or the bottom sink keeps failing, the text goes to the process's standard error.
 void kzWrite(const char* text, KzResult code) noexcept;
-// Does the same for another author, one of the names in kz/base/text_output.h; the author of kzWrite is the module.
+// As above for another origin, one of the names in kz/base/text_output.h; the origin of kzWrite is the module.
 void kzWriteFrom(const char* origin, const char* text, KzResult code) noexcept;
 // Writes a text to the event log, whatever sink is on top.
 void kzLog(const char* text, KzResult code) noexcept;
@@ -36,15 +36,15 @@ void kzLog(const char* text, KzResult code) noexcept;
 void kzTrace(const char* name, const char* message, KzResult code) noexcept;
 
 // How the topmost sink accepted a text that was passed to it unchanged.
-struct KzPassed {
-    bool isTaken = false;  // false if the sink accepts only whole lines
+struct KzPassResult {
+    bool isAccepted = false;  // false if the sink accepts only whole lines
     KzResult code = 0;
     int failure = 0;  // the errno of a failed write
 };
 // Passes a script's text to the topmost sink at once, without splitting it into lines. Needs the interpreter lock.
-KzPassed kzPass(const char* origin, std::string_view text, KzResult level) noexcept;
+KzPassResult kzPass(const char* origin, std::string_view text, KzResult level) noexcept;
 // Makes the host show everything that was passed so far.
-KzPassed kzPassOn(const char* origin) noexcept;
+KzPassResult kzPassOn(const char* origin) noexcept;
 
 // The text with each NUL byte written as \x00. The host would take a NUL for the end and lose the rest.
 std::string kzVisible(std::string text);

@@ -23,14 +23,14 @@ public:
         if (!CGate::enter(what)) throw KZe_NOTAVAILABLE;
     }
     ~CGatePass() {
-        if (!m_kept) CGate::leave();
+        if (!m_staysInside) CGate::leave();
     }
     CGatePass(const CGatePass&) = delete;
     CGatePass& operator=(const CGatePass&) = delete;
-    void keep() noexcept { m_kept = true; }
+    void keep() noexcept { m_staysInside = true; }
 
 private:
-    bool m_kept = false;
+    bool m_staysInside = false;
 };
 
 }  // namespace
@@ -43,17 +43,17 @@ void CPyLock::acquire(const char* what) {
     }
     CGatePass pass(what);
     PythonRuntime::ensureStarted(what);
-    PyThreadState* known = t_own != nullptr ? t_own : PyGILState_GetThisThreadState();
-    PyThreadState* thread = known != nullptr ? known : CThreadStates::take();
+    PyThreadState* existing = t_own != nullptr ? t_own : PyGILState_GetThisThreadState();
+    PyThreadState* thread = existing != nullptr ? existing : CThreadStates::take();
     if (thread == nullptr) throw KZe_OUTOFMEMORY;
-    if (t_own == nullptr && (known == nullptr || thread == PythonRuntime::current()->mainThread())) {
+    if (t_own == nullptr && (existing == nullptr || thread == PythonRuntime::current()->mainThread())) {
         t_own = thread;
         CThreadStates::watch(t_own);
     }
     PyEval_AcquireThread(thread);
     pass.keep();
     m_thread = thread;
-    if (known != nullptr) return;
+    if (existing != nullptr) return;
     PyThreadState_Clear(thread);  // drops what a previous owner has left in a recycled state
     PythonRuntime::running().importThreading();
 }

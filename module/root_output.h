@@ -8,7 +8,7 @@
 // A trace line in the host log's inline style markup.
 std::string kzTraceMarkup(const char* name, const char* message);
 
-// Creates a log entry that names its author; `entry` stays empty if the log cannot create one.
+// Creates a log entry that names its origin; `entry` stays empty if the log cannot create one.
 void kzMakeEntry(CKzLoc_Unknown& entry, IKzLogService* log, const char* origin, const char* text, KzResult code);
 
 // Writes entries of the log subsystem "python".

@@ -13,12 +13,14 @@ public:
     virtual void trace(const char* name, const char* message, KzResult code) = 0;
     // One text with a result code as its level.
     virtual void write(const char* text, KzResult code) = 0;
-    // The same with who wrote it: one of the names in kz/base/text_output.h.
+    // As above, with the text's origin: one of the names in kz/base/text_output.h.
     virtual void writeFrom(const char* /*origin*/, const char* text, KzResult code) { write(text, code); }
-    // Where scripts' text goes as it is written, besides the lines that it makes; null when the host takes lines alone.
+    // The stream that receives scripts' text as it is written, in addition to the lines; null if the host accepts only
+    // lines.
     virtual IKzTextOutput* stream() { return nullptr; }
     // The sink's own log entry; null when it has none.
     virtual IKzLogEntry* entry() { return nullptr; }
-    // Passes the sink below, when this one is pushed and again when the one below is removed first; null at the bottom.
+    // Called with the sink below when this one is pushed, and again when the sink below is removed first; null at the
+    // bottom.
     virtual void attach(std::shared_ptr<COutput> /*below*/) {}
 };

@@ -27,7 +27,7 @@ CPyRef tupleOf(const std::vector<std::string>& texts) {
     return tuple;
 }
 
-// Whether a line holds no code: white space up to its end or up to a comment.
+// Whether a line contains no code, only white space and perhaps a comment.
 bool isIdle(const char* at) {
     while (*at != '\0' && *at != '\n' && *at != '#') {
         if (std::isspace(static_cast<unsigned char>(*at)) == 0) return false;
@@ -36,8 +36,8 @@ bool isIdle(const char* at) {
     return true;
 }
 
-// Runs a step that is not part of the script itself. If Python makes it fail, its code passes through as before, but the
-// host's message, which may be null, says why, and the exception is no longer pending.
+// Runs a step that is not part of the script itself. If it throws, the host's message, which may be null, gets the
+// reason, the pending exception is cleared, and the code is rethrown.
 template <class Step> auto reporting(IKzMessage* message, Step&& step) {
     try {
         return step();
@@ -56,30 +56,31 @@ CScriptOutput::CScriptOutput(std::string label) : m_label(std::move(label)) {
 }
 
 void CScriptOutput::place(IKzUnknown* entry) {
-    const std::shared_ptr<COutput> below = m_below;  // which may be popped while it is asked
+    const std::shared_ptr<COutput> below = m_below;  // the call may pop that sink
     if (IKzLogEntry* parent = below ? below->entry() : nullptr) {
         parent->AddEntry(entry);
         return;
     }
     CKzLoc_Log scripts;
-    if (kzSucceeded(kzObtain(scripts, [&](IKzUnknown** found) { return m_log->SubSystemLookup("scripts", found); })))
+    if (kzSucceeded(
+            kzObtain(scripts, [&](IKzUnknown** subsystem) { return m_log->SubSystemLookup("scripts", subsystem); })))
         scripts->AddEntry(entry);
 }
 
 IKzLogEntry* CScriptOutput::entry() {
     if (m_entry || !m_log) return m_entry.ptr();
-    CKzLoc_Unknown made;
-    kzMakeEntry(made, m_log.ptr(), kzFromScript, m_label.c_str(), KZe_INFO);
-    if (!m_entry.set(made.raw())) return nullptr;
+    CKzLoc_Unknown newEntry;
+    kzMakeEntry(newEntry, m_log.ptr(), kzFromScript, m_label.c_str(), KZe_INFO);
+    if (!m_entry.set(newEntry.raw())) return nullptr;
     place(m_entry.raw());
     return m_entry.ptr();
 }
 
 void CScriptOutput::writeFrom(const char* origin, const char* text, KzResult code) {
     IKzLogEntry* parent = entry();
-    CKzLoc_Unknown made;
-    if (m_log) kzMakeEntry(made, m_log.ptr(), origin, text, code);
-    if (parent != nullptr && made) parent->AddEntry(made.raw());
+    CKzLoc_Unknown newEntry;
+    if (m_log) kzMakeEntry(newEntry, m_log.ptr(), origin, text, code);
+    if (parent != nullptr && newEntry) parent->AddEntry(newEntry.raw());
 }
 
 void CScriptOutput::trace(const char* name, const char* message, KzResult code) {

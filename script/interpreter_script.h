@@ -37,19 +37,20 @@ private:
     CKzLoc_LogEntry m_entry;
 };
 
-// Lives exactly as long as one run. The interpreter lock is held all the while.
+// Exists for exactly one run, with the interpreter lock held throughout.
 class CInterpreterScript {
 public:
-    // Saves what belongs to the running script and takes it for this one. `message` may be null.
+    // Saves the state of the script that has been running so far, and resets it for this one.
     CInterpreterScript(const std::string& name, std::uint32_t executionFlags);
     ~CInterpreterScript();
     CInterpreterScript(const CInterpreterScript&) = delete;
     CInterpreterScript& operator=(const CInterpreterScript&) = delete;
 
-    // Attaches the message, sets the argument string and its tuple, and makes the script ready to run.
+    // Sets the message, which may be null, the argument string and the tuple of arguments. The script is then ready to
+    // run.
     void prepare(IKzMessage* message, const char* arguments);
-    // Runs the text and says how it ended. The words are what sys.argv is to hold; none, and they are the script's name
-    // with the tuple of its arguments.
+    // Runs the text and returns the code with which it ended. The words become sys.argv; without any, sys.argv holds
+    // the script's name and its arguments.
     KzResult execute(const char* text, std::vector<std::string> words);
 
 private:
@@ -70,10 +71,10 @@ private:
     std::optional<COutputScope> m_scope;
 };
 
-// Splits an argument string: blanks separate, double quotes hold together, nothing escapes, empty tokens are dropped.
+// Splits an argument string at blanks. Double quotes group, there are no escapes, and empty tokens are dropped.
 std::vector<std::string> splitArguments(const char* text);
 
-// Cuts trailing lines that hold nothing but white space or a comment. The walk stops at the last line with code on it.
+// Removes trailing lines that contain only white space or a comment.
 void trimTrailingLines(std::string& text);
 
 }  // namespace Python_Script

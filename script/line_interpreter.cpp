@@ -1,4 +1,4 @@
-// The console: lines are gathered until they form a statement, which runs in the main dictionaries.
+// The console: collects lines until they form a statement, and runs it in the main dictionaries.
 #include "script/line_interpreter.h"
 
 #include "kz/base/object_output.h"
@@ -27,7 +27,7 @@ namespace {
 
 constexpr KzTagRecord tags[] = {{"server.username", "Python", nullptr}};
 
-// Shows on the console what a line writes.
+// Writes the output of a line to the console.
 class CExecOutput : public COutput {
 public:
     explicit CExecOutput(IKzUnknown* execution) {
@@ -39,20 +39,20 @@ public:
     }
     void write(const char* text, KzResult code) override { writeFrom(kzFromModule, text, code); }
     void writeFrom(const char* origin, const char* text, KzResult code) override {
-        if (m_stream && (origin == kzFromOutput || origin == kzFromError)) return;  // it was passed as it was written
+        if (m_stream && (origin == kzFromOutput || origin == kzFromError)) return;  // the stream has shown it
         inform(origin, kzFailed(code) ? std::string("ERROR: ") + text : text, code);
     }
     IKzTextOutput* stream() override { return m_stream.ptr(); }
     IKzLineExecution* console() const { return m_execution.ptr(); }
 
 private:
-    // What the console does not take goes to the sink below, which is where writing leads while this one is told.
+    // What the console does not accept goes to the sink below: while a sink is being called, writing bypasses it.
     void inform(const char* origin, const std::string& text, KzResult code) {
         if (!m_execution) return;
         const std::string line = text + "\n";
-        const KzResult told =
+        const KzResult result =
             m_stream ? m_stream->Write(origin, code, line.size(), line.data()) : m_execution->Info(text.c_str());
-        if (kzFailed(told)) kzWriteFrom(origin, text.c_str(), code);
+        if (kzFailed(result)) kzWriteFrom(origin, text.c_str(), code);
     }
 
     CKzLoc_LineExecution m_execution;
@@ -69,7 +69,7 @@ public:
 private:
     static void endPrintedLine();
     static KzResult endByException(IKzLineExecution* console);
-    bool isToWait(bool wasPending, bool isEmptyLine);
+    bool needsMoreLines(bool wasPending, bool isEmptyLine);
     KzResult run(IKzUnknown* execution);
     void passResults(PyObject* result, IKzLineExecution* console);
 
@@ -77,7 +77,7 @@ private:
     CKzUser_CommandService m_commands;
 };
 
-// One failed compile of the pending text; nullopt when it compiled.
+// Why a text does not compile.
 struct CompileError {
     bool isSyntax;
     std::string text;
@@ -99,7 +99,7 @@ void reportStartFailure(KzResult code) {
     kzWrite(step.empty() ? "error thrown on startup" : ("init failed: " + step).c_str(), code);
 }
 
-// Python is started when the console is made, so that a failure is told before the first line.
+// Starts Python at once, so that a failure is reported before the first line is typed.
 CLineInterpreter::CLineInterpreter() {
     if (CKzGlobalCache* cache = CKzGlobalCache::current()) m_commands.take(cache->service(KZu_COMMANDSERVICE));
     try {
@@ -131,11 +131,11 @@ KzResult CLineInterpreter::lin_Execute(const char* line, IKzUnknown* execution) 
     const bool wasPending = !m_pending.empty();
     if (wasPending) m_pending += '\n';
     m_pending += text;
-    return isToWait(wasPending, text.empty()) ? KZe_OK : run(execution);
+    return needsMoreLines(wasPending, text.empty()) ? KZe_OK : run(execution);
 }
 
-// A block that is complete goes on until an empty line ends it.
-bool CLineInterpreter::isToWait(bool wasPending, bool isEmptyLine) {
+// Even a complete block continues until an empty line ends it.
+bool CLineInterpreter::needsMoreLines(bool wasPending, bool isEmptyLine) {
     switch (checkCompleteness(m_pending)) {
     case Completeness::incomplete: return true;
     case Completeness::complete: return wasPending && !isEmptyLine;
@@ -164,13 +164,13 @@ KzResult CLineInterpreter::run(IKzUnknown* execution) {
     return KZe_OK;
 }
 
-// As at Python's own prompt, a print statement that ends in a comma ends its line here.
+// As at Python's own prompt, a line that a print statement with a trailing comma has left open ends here.
 void CLineInterpreter::endPrintedLine() {
     const CPendingException pending;
     if (Py_FlushLine() != 0) PyErr_Clear();
 }
 
-// A host that hears how lines end is told of sys.exit(), and does what was asked; to others it is an exception.
+// Passes sys.exit() to a console that offers IKzScriptOutcome; for any other console it is an ordinary exception.
 KzResult CLineInterpreter::endByException(IKzLineExecution* console) {
     const CScriptOutcome outcome(console);
     if (!outcome) return kzResultOfPending();
@@ -186,7 +186,7 @@ KzResult CLineInterpreter::endByException(IKzLineExecution* console) {
 
 std::vector<std::string> textsOf(PyObject* result) {
     if (PyString_Check(result) || PyUnicode_Check(result) || PySequence_Check(result) == 0) return {kzStringOf(result)};
-    const CPyRefNull items(PySequence_List(result));  // a copy: making texts runs code that may change the sequence
+    const CPyRefNull items(PySequence_List(result));  // a copy: str() may run code that changes the sequence
     kzNonNull(items.get());
     std::vector<std::string> texts;
     for (Py_ssize_t index = 0; index < PyList_GET_SIZE(items.get()); ++index) {
@@ -207,7 +207,7 @@ void CLineInterpreter::passResults(PyObject* result, IKzLineExecution* console) 
     if (!m_commands) throw KZe_FAILED;
     CKzLoc_ValueArray values;
     kzTrue(kzSucceeded(
-        kzObtain(values, [&](IKzUnknown** found) { return m_commands->CreateQueryObject("string", found); })));
+        kzObtain(values, [&](IKzUnknown** array) { return m_commands->CreateQueryObject("string", array); })));
     for (const std::string& text : texts) kzTrue(kzSucceeded(values->AddString(kzVisible(text).c_str())));
     if (console != nullptr) console->Results(values.raw());
 }
@@ -219,12 +219,12 @@ Completeness checkCompleteness(std::string& text) {
     if (!error) return Completeness::complete;
     if (!error->isSyntax) return Completeness::error;
     text += '\n';
-    const std::optional<CompileError> second = compileError(text);
-    if (!second || !second->isSyntax) return Completeness::incomplete;
+    const std::optional<CompileError> withNewline = compileError(text);
+    if (!withNewline || !withNewline->isSyntax) return Completeness::incomplete;
     text += "\n\n";
-    const std::optional<CompileError> third = compileError(text);
-    if (!third) return Completeness::incomplete;
-    return second->text == third->text ? Completeness::error : Completeness::incomplete;
+    const std::optional<CompileError> withBlankLines = compileError(text);
+    if (!withBlankLines) return Completeness::incomplete;
+    return withNewline->text == withBlankLines->text ? Completeness::error : Completeness::incomplete;
 }
 
 void registerServer(CKzThisModule& module) {

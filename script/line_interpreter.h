@@ -7,7 +7,7 @@ namespace Python_LineInterp {
 
 void registerServer(CKzThisModule& module);
 
-// Whether a text is a whole statement. Newlines that the test appends stay in the text.
+// Whether a text is a complete statement. The test may append newlines to it.
 enum class Completeness { complete, incomplete, error };
 Completeness checkCompleteness(std::string& text);
 

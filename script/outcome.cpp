@@ -1,4 +1,4 @@
-// How scripts and console lines end.
+// Reports how scripts and console lines end.
 #include "script/outcome.h"
 
 #include "module/output.h"

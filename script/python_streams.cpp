@@ -1,4 +1,4 @@
-// Python's own output.
+// The objects behind sys.stdout and sys.stderr.
 #include "script/python_streams.h"
 
 #include "module/checks.h"
@@ -19,61 +19,61 @@
 namespace {
 
 struct Stream {
-    PyObject_HEAD std::string* held;  // text after the last line feed; one of theHeldTexts, or null
+    PyObject_HEAD std::string* partialLine;  // text after the last line feed: one of thePartialLines, or null
     const char* origin;
     KzResult level;
     int descriptor;
     int softspace;  // the print statement keeps its state here
-    bool isPassed;  // the host takes text as it is written
+    bool isDirect;  // the host gets text as it is written
     bool isMidLine;
 };
 
-constexpr std::size_t mostHeld =
-    1U << 20;  // a line that never ends, as that of a progress bar, must not fill the memory
+// Bounds the memory for a line that never ends, such as that of a progress bar.
+constexpr std::size_t longestPartialLine = 1U << 20;
 
 Stream* self(PyObject* object) { return reinterpret_cast<Stream*>(object); }
 
-// The streams outlive the interpreter where something still refers to them, so what they hold is not theirs to free.
-CKzForever<std::array<std::string, 2>> theHeldTexts;
+// A stream that something still refers to outlives the interpreter, so it does not own its buffer.
+CKzForever<std::array<std::string, 2>> thePartialLines;
 Stream* theStreams[2] = {nullptr, nullptr};  // borrowed from sys; the types are never subclassed
 
 void writeLine(const Stream& stream, std::string line) {
     kzWriteFrom(stream.origin, kzVisible(std::move(line)).c_str(), stream.level);
 }
 
-// As Python's own files report it. Without a number there is nobody to tell: the text went wherever it could.
-void checkPassed(const KzPassed& passed) {
-    if (!passed.isTaken || passed.failure == 0) return;
-    errno = passed.failure;
+// Raises IOError as Python's own files do. A failure without an errno is dropped.
+void raiseIfFailed(const KzPassResult& result) {
+    if (!result.isAccepted || result.failure == 0) return;
+    errno = result.failure;
     PyErr_SetFromErrno(PyExc_IOError);
     throw kzFailedCode;
 }
 
-KzPassed pass(Stream& stream, std::string_view text) {
-    const KzPassed passed = kzPass(stream.origin, text, stream.level);
-    stream.isPassed = passed.isTaken;
+KzPassResult pass(Stream& stream, std::string_view text) {
+    const KzPassResult result = kzPass(stream.origin, text, stream.level);
+    stream.isDirect = result.isAccepted;
     stream.isMidLine = text.back() != '\n';
-    return passed;
+    return result;
 }
 
-void flushHeld(Stream& stream) {
-    if (stream.held == nullptr || stream.held->empty()) return;
-    const std::string line = std::move(*stream.held);
-    stream.held->clear();
-    // Where the text has become a line of its own, the next one starts without a blank.
-    if (!stream.isPassed) stream.softspace = 0;
+void flushPartialLine(Stream& stream) {
+    if (stream.partialLine == nullptr || stream.partialLine->empty()) return;
+    const std::string line = std::move(*stream.partialLine);
+    stream.partialLine->clear();
+    // The text is a line of its own now, so print must not write a blank before the next one.
+    if (!stream.isDirect) stream.softspace = 0;
     writeLine(stream, line);
 }
 
 void flushOthers(const Stream& stream) {
     for (Stream* other : theStreams)
-        if (other != nullptr && other != &stream) flushHeld(*other);
+        if (other != nullptr && other != &stream) flushPartialLine(*other);
 }
 
 void append(Stream& stream, const char* text, std::size_t size) {
     if (size == 0) return;
-    const KzPassed passed = pass(stream, {text, size});
-    if (!passed.isTaken) flushOthers(stream);
+    const KzPassResult result = pass(stream, {text, size});
+    if (!result.isAccepted) flushOthers(stream);
     std::string_view rest(text, size);
     const auto takeLine = [&rest](std::size_t feed) {
         const std::string_view line = rest.substr(0, feed);
@@ -81,16 +81,16 @@ void append(Stream& stream, const char* text, std::size_t size) {
         return line;
     };
     if (std::size_t feed = rest.find('\n'); feed != std::string_view::npos) {
-        // The held text is taken out first: while a line is written, the flush hook must not see the next one.
-        std::string line = std::move(*stream.held);
-        stream.held->clear();
-        stream.softspace = 0;  // for what is printed by whoever is told of the line
+        // Emptied first, because writing a line calls the flush hook, which must not see this text again.
+        std::string line = std::move(*stream.partialLine);
+        stream.partialLine->clear();
+        stream.softspace = 0;  // for log listeners that print
         writeLine(stream, std::move(line.append(takeLine(feed))));
         while ((feed = rest.find('\n')) != std::string_view::npos) writeLine(stream, std::string(takeLine(feed)));
     }
-    stream.held->append(rest);  // behind what the host's listeners may have printed meanwhile
-    if (stream.held->size() > mostHeld) flushHeld(stream);
-    checkPassed(passed);
+    stream.partialLine->append(rest);  // after anything that log listeners have printed meanwhile
+    if (stream.partialLine->size() > longestPartialLine) flushPartialLine(stream);
+    raiseIfFailed(result);
 }
 
 PyObject* streamWrite(PyObject* object, PyObject* text) {
@@ -110,8 +110,8 @@ PyObject* streamWriteLines(PyObject* object, PyObject* lines) {
         const CPyRefNull iterator(PyObject_GetIter(lines));
         kzNonNull(iterator.get());
         for (CPyRefNull line(PyIter_Next(iterator)); line.get() != nullptr; line.adopt(PyIter_Next(iterator))) {
-            const CPyRefNull written(streamWrite(object, line));
-            kzNonNull(written.get());
+            const CPyRefNull result(streamWrite(object, line));
+            kzNonNull(result.get());
         }
         if (PyErr_Occurred() != nullptr) return nullptr;
         Py_RETURN_NONE;
@@ -120,29 +120,29 @@ PyObject* streamWriteLines(PyObject* object, PyObject* lines) {
 
 PyObject* streamFlush(PyObject* object, PyObject* /*args*/) {
     return kzPythonEntry([=] {
-        const KzPassed passed = kzPassOn(self(object)->origin);
-        checkPassed(passed);
-        if (!passed.isTaken) flushHeld(*self(object));
+        const KzPassResult result = kzPassOn(self(object)->origin);
+        raiseIfFailed(result);
+        if (!result.isAccepted) flushPartialLine(*self(object));
         Py_RETURN_NONE;
     });
 }
 
-// Never a terminal: what is written becomes entries of a log.
+// Never a terminal, because output becomes log entries.
 PyObject* streamIsATty(PyObject* /*object*/, PyObject* /*args*/) { Py_RETURN_FALSE; }
 
-// The process's own stream, for code that hands it to a child process.
+// The descriptor of the process's own stream, for code that passes it to a child process.
 PyObject* streamFileno(PyObject* object, PyObject* /*args*/) { return PyInt_FromLong(self(object)->descriptor); }
 
 PyObject* streamTrue(PyObject* /*object*/, PyObject* /*args*/) { Py_RETURN_TRUE; }
 PyObject* streamFalse(PyObject* /*object*/, PyObject* /*args*/) { Py_RETURN_FALSE; }
 
-// Closing the process's output is nobody's business; what is held back is passed on.
+// Only flushes: a script must not close the output of the process.
 PyObject* streamClose(PyObject* object, PyObject* args) { return streamFlush(object, args); }
 
 PyMethodDef streamMethods[] = {
     {"write", streamWrite, METH_O, "Pass text to the current output as it is; the log gets a line when it ends."},
     {"writelines", streamWriteLines, METH_O, "Write each string of a sequence."},
-    {"flush", streamFlush, METH_NOARGS, "Have an unfinished line shown."},
+    {"flush", streamFlush, METH_NOARGS, "Show an unfinished line."},
     {"isatty", streamIsATty, METH_NOARGS, "False."},
     {"fileno", streamFileno, METH_NOARGS, "The descriptor of the process's own stream."},
     {"close", streamClose, METH_NOARGS, "As flush: the stream stays open."},
@@ -177,10 +177,10 @@ PyMemberDef streamMembers[] = {
 };
 
 void streamFree(PyObject* object) {
-    for (Stream*& known : theStreams)
-        if (known == self(object)) known = nullptr;
-    flushHeld(*self(object));
-    self(object)->held = nullptr;
+    for (Stream*& slot : theStreams)
+        if (slot == self(object)) slot = nullptr;
+    flushPartialLine(*self(object));
+    self(object)->partialLine = nullptr;
     Py_TYPE(object)->tp_free(object);
 }
 
@@ -203,15 +203,15 @@ PyTypeObject streamType = describe();
 void flushStreams() noexcept {
     for (Stream* stream : theStreams) {
         if (stream == nullptr) continue;
-        kzValueBoundary([stream] { flushHeld(*stream); });
+        kzValueBoundary([stream] { flushPartialLine(*stream); });
     }
 }
 
 void install(const char* name, const char* original, int descriptor, const char* origin, KzResult level) {
     const CPyRefNull object(kzNonNull(PyType_GenericAlloc(&streamType, 0)));
     Stream* stream = self(object);
-    stream->held = &(*theHeldTexts)[descriptor == STDERR_FILENO ? 1 : 0];
-    stream->held->clear();
+    stream->partialLine = &(*thePartialLines)[descriptor == STDERR_FILENO ? 1 : 0];
+    stream->partialLine->clear();
     stream->origin = origin;
     stream->level = level;
     stream->descriptor = descriptor;
@@ -231,12 +231,12 @@ void kzInstallStreams() {
 
 void kzPrintLine(std::string line) {
     Stream* out = theStreams[0];
-    const bool endsAnother = out != nullptr && out->isPassed && out->isMidLine;
-    const KzPassed passed = kzPass(kzFromOutput, (endsAnother ? "\n" : "") + line + "\n", 1);
+    const bool endsAnother = out != nullptr && out->isDirect && out->isMidLine;
+    const KzPassResult result = kzPass(kzFromOutput, (endsAnother ? "\n" : "") + line + "\n", 1);
     if (out != nullptr) {
         out->isMidLine = false;
         out->softspace = 0;
     }
     kzWriteFrom(kzFromOutput, kzVisible(std::move(line)).c_str(), 1);
-    checkPassed(passed);
+    raiseIfFailed(result);
 }

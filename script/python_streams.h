@@ -1,15 +1,16 @@
-// Python's own output: the objects that stand as sys.stdout and sys.stderr.
+// The objects behind sys.stdout and sys.stderr.
 //
-// What is written reaches the host twice. A host that takes text as it is written gets it at once, byte for byte; this is
-// what a person sees. The log gets whole lines: a line is held here until its end comes, until something else is written
-// to the log, or until the script ends. A host that takes only lines gets an unfinished one when it is flushed, too.
+// Output reaches the host in two ways. A host that offers IKzTextOutput gets the bytes at once and unchanged; this is
+// what the user sees. The log gets whole lines: an unfinished line is buffered until it is complete, until something
+// else is written to the log, or until the script ends. If the host has no IKzTextOutput, flush() writes the unfinished
+// line, too.
 #pragma once
 
 #include <string>
 
-// Puts the streams into sys, as the current and as the original ones. Throws FAILED.
+// Installs the streams in sys, as stdout and stderr and as __stdout__ and __stderr__. Throws FAILED.
 void kzInstallStreams();
 
-// A line of a script's text that does not come through a stream: kz.out. An unfinished line of sys.stdout ends first.
-// Throws FAILED, with IOError pending, when the host cannot write it.
+// Writes a line for kz.out, after ending an unfinished line of sys.stdout. Throws FAILED, with IOError pending, if the
+// host cannot write it.
 void kzPrintLine(std::string line);

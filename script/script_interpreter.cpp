@@ -33,7 +33,7 @@ KzResult CInterpreter::tsi_ValidateHeader(const char* header) {
     return header != nullptr && std::strstr(header, "python") != nullptr ? KZe_OK : KZe_SCRIPT_UNKNOWN;
 }
 
-// What the script is called: its path, or the name that a user knows it by.
+// The script's path or, without one, its user name.
 std::string identify(IKzScript& script) {
     const char* path = nullptr;
     if (kzSucceeded(script.Hash(&path)) && path != nullptr) return path;
@@ -41,7 +41,7 @@ std::string identify(IKzScript& script) {
     return kzSucceeded(script.UserName(&name)) && name != nullptr ? name : "";
 }
 
-// The text without its trailing idle lines; the script's own text where memory for a copy is short.
+// The text without its trailing idle lines, or the unchanged text if there is no memory for a copy.
 class CTrimmedText {
 public:
     explicit CTrimmedText(const char* text) : m_text(text) {
@@ -61,19 +61,19 @@ private:
 };
 
 KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const char* args, IKzUnknown* message) {
-    CKzLoc_Script held;
-    CKzLoc_Message heldMessage;
-    heldMessage.set(message);
-    if (!held.set(script)) return KZe_INVALIDARG;
-    const std::string name = identify(*held.ptr());
+    CKzLoc_Script typedScript;
+    CKzLoc_Message typedMessage;
+    typedMessage.set(message);
+    if (!typedScript.set(script)) return KZe_INVALIDARG;
+    const std::string name = identify(*typedScript.ptr());
     const char* source = nullptr;
-    if (const KzResult code = held->Buffer(&source); kzFailed(code)) return code;
+    if (const KzResult code = typedScript->Buffer(&source); kzFailed(code)) return code;
     const CTrimmedText text(source != nullptr ? source : "");
 
     CPyLock lock("a script");
     kzSetQuiet(false);
     CInterpreterScript run(name, flags);
-    run.prepare(heldMessage.ptr(), args);
+    run.prepare(typedMessage.ptr(), args);
     return run.execute(text.get(), wordsOf(script));
 }
 

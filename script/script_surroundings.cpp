@@ -14,11 +14,11 @@ namespace Python_Script {
 
 namespace {
 
-// The innermost script. Scripts of several threads may end in any order.
+// The script that started last. Scripts on several threads may end in any order.
 CScriptSurroundings* theTop = nullptr;
 
-// An ordinary module sets all its names to None when it goes, and takes them from the functions that live on: a listener,
-// a thread. This one leaves them to whoever uses them.
+// An ordinary module sets all its names to None when it is destroyed, which would break functions that outlive the
+// script, such as those of a listener or a thread. This one leaves its dictionary alone.
 void freeMain(PyObject* module) {
     const CPyRefNull names(std::exchange(*_PyObject_GetDictPtr(module), nullptr));
     PyModule_Type.tp_dealloc(module);
@@ -26,13 +26,13 @@ void freeMain(PyObject* module) {
 
 PyTypeObject& mainType() {
     static PyTypeObject type = [] {
-        PyTypeObject made{};
-        Py_REFCNT(&made) = 1;
-        made.tp_name = "module";
-        made.tp_base = &PyModule_Type;
-        made.tp_dealloc = freeMain;
-        made.tp_flags = Py_TPFLAGS_DEFAULT;
-        return made;
+        PyTypeObject fields{};
+        Py_REFCNT(&fields) = 1;
+        fields.tp_name = "module";
+        fields.tp_base = &PyModule_Type;
+        fields.tp_dealloc = freeMain;
+        fields.tp_flags = Py_TPFLAGS_DEFAULT;
+        return fields;
     }();
     kzNonNegative(PyType_Ready(&type));
     return type;
@@ -56,7 +56,7 @@ PyObject* listOf(const std::vector<std::string>& words) {
     return list.release();
 }
 
-// The folder that the file really lies in. What was typed or piped in lies in the current one, which has no name.
+// The file's folder, with links resolved. For a script from standard input it is "", the current folder.
 PyObject* folderOf(const std::string& path, const std::vector<std::string>& words) {
     if (words.front() == "-") return textOf("").release();
     char* real = access(path.c_str(), F_OK) == 0 ? realpath(path.c_str(), nullptr) : nullptr;

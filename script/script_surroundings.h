@@ -1,4 +1,4 @@
-// What Python code expects around a script while it runs.
+// The environment that Python code expects while a script runs.
 #pragma once
 
 #include "module/py_ref.h"
@@ -10,14 +10,14 @@ class IKzUnknown;
 
 namespace Python_Script {
 
-// The words of an object that offers a word list; none of any other.
+// The words of an object that offers IKzWordList; empty for any other object.
 std::vector<std::string> wordsOf(IKzUnknown* object);
 
-// While it lives, sys.argv holds the words, the script's folder comes first on sys.path, and __main__ is a module whose
-// names are those that the script runs in, so that its classes pickle. Needs the interpreter lock throughout.
+// RAII guard: while it exists, sys.argv holds the words, the script's folder comes first on sys.path, and __main__ is a
+// module with the script's dictionary, so that its classes can be pickled. Needs the interpreter lock throughout.
 class CScriptSurroundings {
 public:
-    // `names` become the script's; the words begin with what the script was started as. Throws FAILED.
+    // `names` is the script's dictionary; the first word is the name by which the script was started. Throws FAILED.
     CScriptSurroundings(const std::string& path, PyObject* names, const std::vector<std::string>& words);
     ~CScriptSurroundings();
     CScriptSurroundings(const CScriptSurroundings&) = delete;
@@ -28,7 +28,7 @@ private:
     void removeFolder() noexcept;
     void restore() noexcept;
 
-    CPyRefNull m_folder;  // as it stands on sys.path; null for a text that came from no file
+    CPyRefNull m_folder;  // the entry on sys.path; null if the script has no file
     CPyRefNull m_words;
     CPyRefNull m_main;
     CPyRefNull m_formerWords;

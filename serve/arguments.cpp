@@ -1,7 +1,7 @@
 // Converting what the host passes to Python objects.
 #include "serve/arguments.h"
 
-#include "wrap/marshal_core.h"
+#include "serve/carrier.h"
 #include "wrap/result_codes.h"
 #include "wrap/storage_buffer.h"
 #include "wrap/storage_elements.h"
@@ -39,13 +39,11 @@ PyObject* CArguments::make(const char*& letter, const KzWord*& word) noexcept {
     case 'z': return kzMakeString(static_cast<const char*>(value.pointer));
     case 'O': return kzNewUnknown(static_cast<IKzUnknown*>(const_cast<void*>(value.pointer)));
     case 'A': return makeView(*++letter, word);
-    default: break;
+    default: {
+        const KzCarrier& carrier = kzCarrierAt(*++letter);
+        return value.pointer != nullptr ? carrier.toPython(value.pointer) : kzRaise(KZe_FAILED);
     }
-    if (value.pointer == nullptr) return kzRaise(KZe_FAILED);
-    const bool isDouble = *letter == 'V';
-    const Py_ssize_t count = *++letter - '0';
-    if (isDouble) return kzMakeNumbers(static_cast<const double*>(value.pointer), count);
-    return kzMakeNumbers(static_cast<const float*>(value.pointer), count);
+    }
 }
 
 PyObject* CArguments::makeView(char element, const KzWord*& word) noexcept {

@@ -106,7 +106,7 @@ struct Blessing {
 Blessing examine(const CRefusal& refusal, PyObject* pythonClass, PyObject* tags, PyObject* meta) {
     CKzPythonPolymorph& polymorph = refusal.polymorphFor(pythonClass, meta);
     if (tags != Py_None && !PyDict_Check(tags)) {
-        refusal.explain("expected a dictionary of tags, got " + kzWhatCame(tags));
+        refusal.explain("expected a dictionary of tags, got " + kzMention(tags));
         throw KZe_INVALIDARG;
     }
     const KzGuid* type = kzServerType(*polymorph.firstInterface());
@@ -135,14 +135,14 @@ PyObject* checkFunction(PyObject* /*self*/, PyObject* args) {
         PyObject* meta = nullptr;
         if (PyArg_ParseTuple(args, "OsOO", &pythonClass, &name, &tags, &meta) == 0) return kzParseFailed();
         const KzGuid* type = examine(CRefusal("kz.bless", name), pythonClass, tags, meta).type;
-        const bool isTaken = CServerList::instance().find(name, type).has_value();
-        return Py_BuildValue("NO", PyLong_FromVoidPtr(const_cast<KzGuid*>(type)), isTaken ? Py_True : Py_False);
+        const bool isAccepted = CServerList::instance().find(name, type).has_value();
+        return Py_BuildValue("NO", PyLong_FromVoidPtr(const_cast<KzGuid*>(type)), isAccepted ? Py_True : Py_False);
     });
 }
 
 PyMethodDef servingFunctions[] = {
     {"check", checkFunction, METH_VARARGS,
-     "(type, taken) = check(cls, name, tags, meta)\n\nLooks a blessing over as kz.bless does, and blesses nothing."},
+     "(type, taken) = check(cls, name, tags, meta)\n\nChecks a blessing as kz.bless does, without blessing."},
     {nullptr, nullptr, 0, nullptr},
 };
 
@@ -195,7 +195,7 @@ PyObject* kzTestifcFunction(PyObject* /*self*/, PyObject* args) {
 KzServing kzPythonServing() noexcept { return {serveObject, kzPythonObjectOf}; }
 
 void kzAddServingModule() {
-    kzNonNull(Py_InitModule3("_kzserv", servingFunctions, "What the package kzserv needs of the module."));
+    kzNonNull(Py_InitModule3("_kzserv", servingFunctions, "The functions that the package kzserv needs."));
 }
 
 void kzReleaseServers() {

@@ -42,8 +42,8 @@ void collectInterfaces(PyObject* pythonClass, CKzPythonPolymorph& polymorph) {
     for (Py_ssize_t index = 0; bases != nullptr && index < PyTuple_GET_SIZE(bases); ++index) {
         PyObject* base = PyTuple_GET_ITEM(bases, index);
         if (base == pythonClass || !PyType_Check(base)) continue;
-        if (const auto marked = theTables->bases.find(base); marked != theTables->bases.end())
-            polymorph.append(marked->second.adapter->make());
+        if (const auto entry = theTables->bases.find(base); entry != theTables->bases.end())
+            polymorph.append(entry->second.adapter->make());
         else collectInterfaces(base, polymorph);
     }
 }
@@ -58,7 +58,7 @@ template <class Reason> void require(bool condition, KzResult code, std::string*
 // One (class, meta) of a list of sub-servers.
 CKzPythonPolymorph& subServerOf(PyObject* item, std::string* why) {
     require(PySequence_Check(item) != 0 && PySequence_Size(item) == 2, KZe_FAILED, why,
-            [item] { return "expected a pair of a class and its meta object, got " + kzWhatCame(item); });
+            [item] { return "expected a pair of a class and its meta object, got " + kzMention(item); });
     const CPyRef pythonClass(PySequence_GetItem(item, 0), CPyRef::owned);
     const CPyRef meta(PySequence_GetItem(item, 1), CPyRef::owned);
     return kzPolymorphFor(pythonClass, meta, why);
@@ -91,7 +91,7 @@ void collectSubServers(PyObject* meta, CKzPythonPolymorph& polymorph, std::strin
 void kzRequireClass(PyObject* object, std::string* why) {
     require(PyType_Check(object), KZe_FAILED, why, [object] {
         return PyClass_Check(object) ? "expected a class derived from object, got an old-style class"
-                                     : "expected a class, got " + kzWhatCame(object);
+                                     : "expected a class, got " + kzMention(object);
     });
 }
 
@@ -103,13 +103,13 @@ void kzMarkInterfaceBase(PyObject* pythonClass, const char* interfaceName) {
 CKzPythonPolymorph& kzPolymorphFor(PyObject* pythonClass, PyObject* meta, std::string* why) {
     kzRequireClass(pythonClass, why);
     const ClassAndMeta key(pythonClass, meta);
-    if (const auto known = theTables->polymorphs.find(key); known != theTables->polymorphs.end()) return *known->second;
-    auto owned = std::make_unique<CKzPythonPolymorph>(pythonClass);
-    collectInterfaces(pythonClass, *owned);
-    require(owned->recordCount() != 0, KZe_INVALIDARG, why, [pythonClass] {
+    if (const auto entry = theTables->polymorphs.find(key); entry != theTables->polymorphs.end()) return *entry->second;
+    auto newPolymorph = std::make_unique<CKzPythonPolymorph>(pythonClass);
+    collectInterfaces(pythonClass, *newPolymorph);
+    require(newPolymorph->recordCount() != 0, KZe_INVALIDARG, why, [pythonClass] {
         return "the class " + kzClassName(pythonClass) + " implements no interface: derive it from a class of kzifc";
     });
-    CKzPythonPolymorph& polymorph = *(theTables->polymorphs[key] = std::move(owned));
+    CKzPythonPolymorph& polymorph = *(theTables->polymorphs[key] = std::move(newPolymorph));
     if (meta != Py_None) {
         polymorph.setMeta(meta);
         collectSubServers(meta, polymorph, why);

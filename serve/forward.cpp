@@ -1,6 +1,6 @@
-// One call of the host, forwarded to Python: the path that every operation of every adapter takes. The steps are: take the
-// lock, set a pending exception aside, convert the arguments, call the method by its name, convert what it returned, and
-// store all outputs or none. Nothing is allocated on this path apart from the Python objects themselves.
+// One call of the host, forwarded to Python: the path that every operation of every adapter takes. The steps are: take
+// the lock, set a pending exception aside, convert the arguments, call the method by its name, convert what it
+// returned, and store all outputs or none. Nothing is allocated on this path apart from the Python objects themselves.
 #include "serve/arguments.h"
 #include "serve/method_call.h"
 #include "serve/outputs.h"
@@ -40,8 +40,9 @@ KzResult codeOfRaised(PyObject* self, const KzForwardedMethod& method, int argum
 }
 
 KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* word) noexcept {
-    // The host may call while an exception propagates through the Python code that has called the host, for example from
-    // a destructor that releases a host object. The method must not see it, and it must be pending again afterwards.
+    // The host may call while an exception propagates through the Python code that has called the host, for example
+    // from a destructor that releases a host object. The method must not see it, and it must be pending again
+    // afterwards.
     const CPendingException pending;
     CArguments arguments(self);
     const char* letter = method.signature + 1;
@@ -49,20 +50,20 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     if (name == nullptr) return codeOfRaised(self, method, -1);
     if (!arguments.build(letter, word)) return codeOfRaised(self, method, arguments.count() - 1);
     if (method.signature[0] == 'r' && !kzHavePlaces(letter, word)) return KZe_INVALIDARG;
-    PyObject* returned = kzCallByName(arguments.items(), arguments.count(), name);
+    PyObject* result = kzCallByName(arguments.items(), arguments.count(), name);
     // When memory is short, the interpreter may return an object and still leave an exception pending.
-    if (returned == nullptr || isRaised()) {
+    if (result == nullptr || isRaised()) {
         const KzResult code = codeOfRaised(self, method, -1);
         // A method that raises the name of a success returns no values, but the host is going to read the outputs.
         if (kzSucceeded(code)) kzClearOutputs(letter, word);
         return code;
     }
-    // The reference to the returned object is leaked on purpose: the host is given the buffers of returned strings as they
-    // are, and may use them for as long as Python lives.
-    int failed = 0;
-    const KzResult code = kzStoreOutputs(returned, letter, word, failed);
+    // The reference to the returned object is leaked on purpose: the host is given the buffers of returned strings as
+    // they are, and may use them for as long as Python lives.
+    int failedIndex = 0;
+    const KzResult code = kzStoreOutputs(result, letter, word, failedIndex);
     if (kzFailed(code)) {
-        kzExplainOutput(self, method, returned, failed, code);
+        kzExplainOutput(self, method, result, failedIndex, code);
         PyErr_Clear();
     }
     return code;

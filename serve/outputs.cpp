@@ -3,7 +3,7 @@
 
 #include "module/pending_exception.h"
 #include "serve/addresses.h"
-#include "wrap/marshal_core.h"
+#include "serve/carrier.h"
 #include "wrap/result_codes.h"
 #include "wrap/wrapper.h"
 
@@ -17,7 +17,7 @@ namespace {
 // A converted value and its destination.
 struct Output {
     char letter;
-    char digit;  // of a vector: how many numbers it has
+    const KzCarrier* carrier;  // of a K
     void* place;
     std::uint32_t length;  // of a text buffer
     union {
@@ -25,7 +25,8 @@ struct Output {
         void* pointer;
         const char* text;
         IKzUnknown* object;
-        double numbers[4];
+        double number;
+        std::byte carried[kzLargestCarried];
     };
 
     KzResult convert(PyObject* value) noexcept;
@@ -36,41 +37,39 @@ struct Output {
 private:
     KzResult convertText(PyObject* value) noexcept;
     KzResult convertObject(PyObject* value) noexcept;
-    bool isVector() const noexcept { return letter == 'V' || letter == 'v'; }
     template <class Value> void put(Value value) const noexcept {
         if (place != nullptr) *static_cast<Value*>(place) = value;
     }
 };
 
 // Reports to the log that a value could not be converted. The pending exception, which says why, stays pending.
-KzResult lost(KzResult code) noexcept {
+KzResult logLoss(KzResult code) noexcept {
     const CPendingException pending;
     kzLostException(code);
     return code;
 }
 
-KzResult orLost(KzResult code) noexcept { return kzFailed(code) ? lost(code) : code; }
+KzResult loggingLoss(KzResult code) noexcept { return kzFailed(code) ? logLoss(code) : code; }
 
-KzResult unlessRaised() noexcept { return PyErr_Occurred() != nullptr ? lost(KZe_FAILED) : KZe_OK; }
+KzResult codeOfPending() noexcept { return PyErr_Occurred() != nullptr ? logLoss(KZe_FAILED) : KZe_OK; }
 
 KzResult Output::convert(PyObject* value) noexcept {
     switch (letter) {
     case 'f':
-    case 'd': numbers[0] = PyFloat_AsDouble(value); return numbers[0] == -1.0 ? unlessRaised() : KZe_OK;
-    case 'p': pointer = PyLong_AsVoidPtr(value); return pointer == nullptr ? unlessRaised() : KZe_OK;
-    case 'P': return orLost(kzReadAddress(value, pointer));
-    case 'h': return orLost(kzReadHints(value, pointer));
+    case 'd': number = PyFloat_AsDouble(value); return number == -1.0 ? codeOfPending() : KZe_OK;
+    case 'p': pointer = PyLong_AsVoidPtr(value); return pointer == nullptr ? codeOfPending() : KZe_OK;
+    case 'P': return loggingLoss(kzReadAddress(value, pointer));
+    case 'h': return loggingLoss(kzReadHints(value, pointer));
     case 'z':
     case 'T': return convertText(value);
     case 'O': return convertObject(value);
-    case 'V':
-    case 'v': return orLost(kzReadNumbers(value, numbers, digit - '0'));
-    default: integer = PyLong_AsLong(value); return integer == -1 ? unlessRaised() : KZe_OK;
+    case 'K': return loggingLoss(carrier->fromPython(value, carried));
+    default: integer = PyLong_AsLong(value); return integer == -1 ? codeOfPending() : KZe_OK;
     }
 }
 
 void Output::clear() noexcept {
-    std::fill(std::begin(numbers), std::end(numbers), 0.0);  // the largest member, so all others are zero or null too
+    std::memset(carried, 0, sizeof carried);  // the largest member, so all others are zero or null too
     if (letter == 'T') text = "";
     if (letter != 'T' || length > 0) store();
 }
@@ -79,7 +78,7 @@ KzResult Output::convertText(PyObject* value) noexcept {
     text = nullptr;
     if (letter == 'z' && value == Py_None) return KZe_OK;
     text = PyString_AsString(value);
-    if (text == nullptr) return lost(KZe_FAILED);
+    if (text == nullptr) return logLoss(KZe_FAILED);
     const bool fits = letter == 'z' || (place != nullptr && std::strlen(text) < length);
     return fits ? KZe_OK : KZe_SHORTBUFFER;
 }
@@ -94,8 +93,8 @@ void Output::store() const noexcept {
     case 'I': put(static_cast<std::uint32_t>(integer)); break;
     case 'n': put(static_cast<std::intptr_t>(integer)); break;
     case 'b': put(integer != 0); break;
-    case 'f': put(static_cast<float>(numbers[0])); break;
-    case 'd': put(numbers[0]); break;
+    case 'f': put(static_cast<float>(number)); break;
+    case 'd': put(number); break;
     case 'z': put(text); break;
     case 'T': std::memcpy(place, text, std::strlen(text) + 1); break;
     case 'p':
@@ -106,10 +105,7 @@ void Output::store() const noexcept {
         put(object);
         break;
     default:
-        for (int index = 0; place != nullptr && index < digit - '0'; ++index) {
-            if (letter == 'V') static_cast<double*>(place)[index] = numbers[index];
-            else static_cast<float*>(place)[index] = static_cast<float>(numbers[index]);
-        }
+        if (place != nullptr) std::memcpy(place, carried, carrier->size);
     }
 }
 
@@ -126,20 +122,20 @@ public:
             output.letter = *letters;
             output.place = const_cast<void*>((places++)->pointer);
             if (*letters == 'T') output.length = static_cast<std::uint32_t>((places++)->integer);
-            if (*letters == 'V' || *letters == 'v') output.digit = *++letters;
+            if (*letters == 'K') output.carrier = &kzCarrierAt(*++letters);
         }
     }
     int count() const noexcept { return m_count; }
 
-    KzResult convert(PyObject* returned, int& failed) noexcept {
-        failed = 0;
-        if (m_count == 1) return m_outputs[0].convert(returned);
-        failed = -1;
-        if (!PyTuple_Check(returned) || PyTuple_GET_SIZE(returned) != m_count) return KZe_FAILED;
+    KzResult convert(PyObject* result, int& failedIndex) noexcept {
+        failedIndex = 0;
+        if (m_count == 1) return m_outputs[0].convert(result);
+        failedIndex = -1;
+        if (!PyTuple_Check(result) || PyTuple_GET_SIZE(result) != m_count) return KZe_FAILED;
         for (int index = 0; index < m_count; ++index) {
-            const KzResult code = m_outputs[index].convert(PyTuple_GET_ITEM(returned, index));
+            const KzResult code = m_outputs[index].convert(PyTuple_GET_ITEM(result, index));
             if (kzSucceeded(code)) continue;
-            failed = index;
+            failedIndex = index;
             std::for_each(m_outputs, m_outputs + index, [](const Output& output) { output.drop(); });
             return code;
         }
@@ -163,10 +159,10 @@ private:
 
 }  // namespace
 
-KzResult kzStoreOutputs(PyObject* returned, const char* letters, const KzWord* places, int& failed) noexcept {
+KzResult kzStoreOutputs(PyObject* result, const char* letters, const KzWord* places, int& failedIndex) noexcept {
     if (*letters == '\0') return KZe_OK;
     COutputs outputs(letters, places);
-    const KzResult code = outputs.convert(returned, failed);
+    const KzResult code = outputs.convert(result, failedIndex);
     if (kzSucceeded(code)) outputs.store();
     return code;
 }

@@ -1,11 +1,12 @@
-// Reasons for failed calls. None of this runs for a call that succeeds, so it may look up everything by name: signatures
-// come from the docstrings of the package kzifc, which every server file imports.
+// Reasons for failed calls. None of this runs for a call that succeeds, so it may look up everything by name:
+// signatures come from the docstrings of the package kzifc, which every server file imports.
 #include "serve/reasons.h"
 
 #include "module/error_report.h"
 #include "module/explain.h"
 #include "module/pending_exception.h"
 #include "serve/adapters.h"
+#include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 
 #include "kz/result.h"
@@ -22,8 +23,8 @@ const char* interfaceOf(const KzForwardedMethod& method) noexcept {
     const auto owns = [&method](const KzAdapterRow* row) {
         return std::ranges::any_of(row->methods, [&method](const auto& each) { return &each == &method; });
     };
-    const auto found = std::ranges::find_if(kzAdapters, owns);
-    return found != kzAdapters.end() ? (*found)->name : "?";
+    const auto adapter = std::ranges::find_if(kzAdapters, owns);
+    return adapter != kzAdapters.end() ? (*adapter)->name : "?";
 }
 
 // "Command.cmd_ArgFlags of kzserv.servers.watch.Watch".
@@ -44,13 +45,13 @@ std::string stringOf(const CPyRefNull& object) {
 }
 
 // The method of the base class in kzifc.
-CPyRefNull declared(const KzForwardedMethod& method) {
+CPyRefNull baseMethod(const KzForwardedMethod& method) {
     PyObject* modules = PyImport_GetModuleDict();
     return attribute(attribute(PyDict_GetItemString(modules, "kzifc"), interfaceOf(method)), method.name);
 }
 
 std::string nameOfInput(const KzForwardedMethod& method, int index) {
-    const CPyRefNull names = attribute(attribute(attribute(declared(method), "im_func"), "func_code"), "co_varnames");
+    const CPyRefNull names = attribute(attribute(attribute(baseMethod(method), "im_func"), "func_code"), "co_varnames");
     if (names.get() == nullptr || !PyTuple_Check(names.get()) || index + 1 >= PyTuple_GET_SIZE(names.get())) return {};
     PyObject* name = PyTuple_GET_ITEM(names.get(), index + 1);
     return PyString_Check(name) ? " " + quoted(PyString_AS_STRING(name)) : std::string();
@@ -58,7 +59,7 @@ std::string nameOfInput(const KzForwardedMethod& method, int index) {
 
 // The declared outputs, "integer type" and "string text" of "(integer type,string text) = stag_ByIndex(integer index)".
 std::vector<std::string> declaredOutputs(const KzForwardedMethod& method) {
-    const std::string text = stringOf(attribute(declared(method), "__doc__"));
+    const std::string text = stringOf(attribute(baseMethod(method), "__doc__"));
     const std::size_t end = text.find(" = ");
     if (end == std::string::npos) return {};
     std::vector<std::string> outputs(1);
@@ -69,7 +70,7 @@ std::vector<std::string> declaredOutputs(const KzForwardedMethod& method) {
     return outputs;
 }
 
-// What each output letter of the signature stands for.
+// What each output letter of the signature stands for; empty for a K, whose class notes what it expects.
 std::vector<std::string> expectedOutputs(const KzForwardedMethod& method) {
     std::vector<std::string> expected;
     for (const char* letter = std::strchr(method.signature, ':') + 1; *letter != '\0'; ++letter) {
@@ -81,8 +82,7 @@ std::vector<std::string> expectedOutputs(const KzForwardedMethod& method) {
         case 'O': expected.emplace_back("an object of the host or one that implements an interface"); break;
         case 'P': expected.emplace_back("an address or a storage"); break;
         case 'h': expected.emplace_back("a dictionary or pairs of integers and strings"); break;
-        case 'V':
-        case 'v': expected.emplace_back(std::string(1, *++letter) + " numbers"); break;
+        case 'K': expected.emplace_back(), ++letter; break;
         default: expected.emplace_back("an integer");
         }
     }
@@ -119,7 +119,7 @@ std::string kzClassName(PyObject* pythonClass) {
     return (module.empty() ? module : module + ".") + (name.empty() ? "?" : name);
 }
 
-std::string kzWhatCame(PyObject* object) {
+std::string kzMention(PyObject* object) {
     constexpr Py_ssize_t longest = 60;
     const std::string type = Py_TYPE(object)->tp_name;
     if (object == Py_None || PyBool_Check(object) || PyInt_CheckExact(object) || PyLong_CheckExact(object) ||
@@ -156,31 +156,33 @@ void kzExplainArgument(PyObject* self, const KzForwardedMethod& method, int inde
     });
 }
 
-void kzExplainOutput(PyObject* self, const KzForwardedMethod& method, PyObject* returned, int index,
+void kzExplainOutput(PyObject* self, const KzForwardedMethod& method, PyObject* result, int index,
                      KzResult code) noexcept {
     // A buffer that is too short is no failure, because the host retries with a longer one.
     if (code == KZe_SHORTBUFFER || kzQuietFlag) return;
     kzValueBoundary([=, &method] {
         const std::string reason = reasonSuffix();
+        const std::string notedReason = kzRefusedReason();
         const CPendingException pending;
         const std::vector<std::string> outputs = declaredOutputs(method);
         const std::vector<std::string> expected = expectedOutputs(method);
         const std::size_t place = static_cast<std::size_t>(std::max(index, 0));
         std::string where = placeOf(self, method) + ", result";
-        std::string wanted = place < expected.size() ? expected[place] : "something else";
-        PyObject* came = returned;
+        std::string expectation = place < expected.size() ? expected[place] : "something else";
+        PyObject* actual = result;
         if (index < 0) {
-            wanted = "a tuple of " + std::to_string(expected.size()) + " items";
+            expectation = "a tuple of " + std::to_string(expected.size()) + " items";
             for (std::size_t each = 0; each < outputs.size(); ++each)
-                wanted += (each == 0 ? ": " : ", ") + outputs[each];
+                expectation += (each == 0 ? ": " : ", ") + outputs[each];
         } else {
             if (expected.size() > 1) {
                 where += " " + std::to_string(index + 1);
-                came = PyTuple_GET_ITEM(returned, index);
+                actual = PyTuple_GET_ITEM(result, index);
             }
             if (place < outputs.size()) where += " (" + outputs[place] + ")";
         }
-        kzExplain(where, "expected " + wanted + ", got " + kzWhatCame(came) + reason);
+        const bool isNoted = index >= 0 && expected[place].empty();
+        kzExplain(where, isNoted ? notedReason : "expected " + expectation + ", got " + kzMention(actual) + reason);
     });
 }
 

@@ -1,4 +1,4 @@
-// The type of modules that are filled as they are used.
+// The type of modules that create their attributes on first use.
 #include "wrap/lazy_module.h"
 
 #include "module/checks.h"
@@ -9,12 +9,12 @@
 
 namespace {
 
-// Keeps the cycle collector away while thousands of objects are made that all stay.
+// RAII guard that disables the cycle collector while thousands of permanent objects are created.
 class CCollectorPause {
 public:
-    CCollectorPause() : m_collector(PyImport_ImportModule("gc")), m_was(call("isenabled")) { call("disable"); }
+    CCollectorPause() : m_collector(PyImport_ImportModule("gc")), m_formerState(call("isenabled")) { call("disable"); }
     ~CCollectorPause() {
-        if (m_was.get() == Py_True) call("enable");
+        if (m_formerState.get() == Py_True) call("enable");
         PyErr_Clear();
     }
     CCollectorPause(const CCollectorPause&) = delete;
@@ -27,64 +27,63 @@ private:
     }
 
     CPyRefNull m_collector;
-    CPyRefNull m_was;
+    CPyRefNull m_formerState;
 };
 
-// An instance is one of the interpreter's modules with the names behind it; null once all of them are there.
+// An instance is an ordinary module object, followed by a pointer to its names: null once all attributes exist.
 const KzLazyNames*& namesOf(PyObject* module) {
     return *reinterpret_cast<const KzLazyNames**>(reinterpret_cast<char*>(module) + PyModule_Type.tp_basicsize);
 }
 
-// Names that somebody has set since stay as they are. The names are not interned, which would take as long again as
-// everything else about them.
+// Attributes that a script has set meanwhile are kept. The names are not interned, which would double the time.
 void fill(PyObject* module) {
     const KzLazyNames* names = std::exchange(namesOf(module), nullptr);
     if (names == nullptr) return;
     const CCollectorPause pause;
-    PyObject* known = PyModule_GetDict(module);
+    PyObject* dictionary = PyModule_GetDict(module);
     const CPyRef all(PyDict_New(), CPyRef::owned);
-    names->makeAll([&](const char* name, PyObject* made) {
-        const CPyRef owned(made, CPyRef::owned);
+    names->makeAll([&](const char* name, PyObject* value) {
+        const CPyRef owned(value, CPyRef::owned);
         const CPyRef key(PyString_FromString(name), CPyRef::owned);
         kzNonNegative(PyDict_SetItem(all, key, owned));
     });
-    kzNonNegative(PyDict_Merge(known, all, 0));
+    kzNonNegative(PyDict_Merge(dictionary, all, 0));
 }
 
 PyObject* find(PyObject* module, PyObject* name) {
     const KzLazyNames* names = namesOf(module);
-    const CPyRefNull made(names != nullptr ? names->find(PyString_AS_STRING(name)) : nullptr);
-    if (made.get() == nullptr) return nullptr;
-    kzNonNegative(PyDict_SetItem(PyModule_GetDict(module), name, made));
-    Py_INCREF(made.get());
-    return made;
+    const CPyRefNull value(names != nullptr ? names->find(PyString_AS_STRING(name)) : nullptr);
+    if (value.get() == nullptr) return nullptr;
+    kzNonNegative(PyDict_SetItem(PyModule_GetDict(module), name, value));
+    Py_INCREF(value.get());
+    return value;
 }
 
 PyObject* getAttribute(PyObject* module, PyObject* name) {
     return kzPythonEntry([=]() -> PyObject* {
         if (PyString_Check(name) && std::strcmp(PyString_AS_STRING(name), "__dict__") == 0) fill(module);
-        PyObject* found = PyObject_GenericGetAttr(module, name);
-        if (found != nullptr || PyString_Check(name) == 0 || PyErr_ExceptionMatches(PyExc_AttributeError) == 0)
-            return found;
+        PyObject* value = PyObject_GenericGetAttr(module, name);
+        if (value != nullptr || PyString_Check(name) == 0 || PyErr_ExceptionMatches(PyExc_AttributeError) == 0)
+            return value;
         {
             const CPendingException pending;
-            found = find(module, name);
+            value = find(module, name);
         }
-        if (found != nullptr) PyErr_Clear();
-        return found;
+        if (value != nullptr) PyErr_Clear();
+        return value;
     });
 }
 
 PyTypeObject& lazyType() {
     static PyTypeObject type = [] {
-        PyTypeObject made{};
-        Py_REFCNT(&made) = 1;
-        made.tp_name = "module";
-        made.tp_base = &PyModule_Type;
-        made.tp_basicsize = PyModule_Type.tp_basicsize + static_cast<Py_ssize_t>(sizeof(KzLazyNames*));
-        made.tp_getattro = getAttribute;
-        made.tp_flags = Py_TPFLAGS_DEFAULT;
-        return made;
+        PyTypeObject fields{};
+        Py_REFCNT(&fields) = 1;
+        fields.tp_name = "module";
+        fields.tp_base = &PyModule_Type;
+        fields.tp_basicsize = PyModule_Type.tp_basicsize + static_cast<Py_ssize_t>(sizeof(KzLazyNames*));
+        fields.tp_getattro = getAttribute;
+        fields.tp_flags = Py_TPFLAGS_DEFAULT;
+        return fields;
     }();
     kzNonNegative(PyType_Ready(&type));
     return type;

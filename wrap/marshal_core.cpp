@@ -37,14 +37,15 @@ bool hasLength(PyObject* sequence, Py_ssize_t count) noexcept {
     return PySequence_Size(sequence) == count;
 }
 
-// Where the items of a plain tuple or list stand; null for any other sequence.
+// The items of a plain tuple or list; null for any other sequence.
 PyObject** itemsOf(PyObject* sequence) noexcept {
     if (PyTuple_CheckExact(sequence)) return reinterpret_cast<PyTupleObject*>(sequence)->ob_item;
     if (PyList_CheckExact(sequence)) return reinterpret_cast<PyListObject*>(sequence)->ob_item;
     return nullptr;
 }
 
-// Takes the plain floats that a plain tuple or list begins with: no code runs while they are read, so nothing can move.
+// Reads the plain floats at the start of a plain tuple or list. No Python code runs meanwhile, so the items cannot
+// move.
 template <class Number> Py_ssize_t takeFloats(PyObject* sequence, Number* numbers, Py_ssize_t count) noexcept {
     PyObject** items = itemsOf(sequence);
     Py_ssize_t index = 0;
@@ -229,18 +230,18 @@ KzResult CStoragePin::pin(PyObject* object) noexcept {
 
 KzResult CStoragePin::holds(std::initializer_list<std::int64_t> factors) const noexcept {
     if (m_memory == nullptr) return KZe_OK;
-    std::uint64_t needed = 1;
+    std::uint64_t bytes = 1;
     for (const std::int64_t factor : factors) {
         if (factor == kzUnknownSize) {
             kzNoteRefused(m_storage, "another argument that says how long the storage has to be");
             return KZe_INVALIDARG;
         }
         if (factor < 0) return KZe_OK;
-        if (__builtin_mul_overflow(needed, static_cast<std::uint64_t>(factor), &needed)) needed = UINT64_MAX;
+        if (__builtin_mul_overflow(bytes, static_cast<std::uint64_t>(factor), &bytes)) bytes = UINT64_MAX;
     }
-    const std::uint64_t there = kzStorageBuffer(m_storage).readableBytes();
-    if (needed <= there) return KZe_OK;
-    kzNoteRefused(m_storage, "a storage of at least %zu bytes", needed);
+    const std::uint64_t available = kzStorageBuffer(m_storage).readableBytes();
+    if (bytes <= available) return KZe_OK;
+    kzNoteRefused(m_storage, "a storage of at least %zu bytes", bytes);
     return KZe_INVALIDARG;
 }
 
@@ -250,17 +251,18 @@ KzResult CHintTable::add(PyObject* key, PyObject* text) {
     const long value = PyInt_AsLong(key);
     if (value == -1 && PyErr_Occurred() != nullptr) return refuse(key, "an integer for each key");
     const CPyRefNull string(PyObject_Str(text));
-    constexpr const char* expected = "a text without zero bytes for each value";
+    constexpr const char* expected = "a text without NUL bytes for each value";
     if (string.get() == nullptr) return refuse(text, expected);
     const char* characters = kzTakeText(string);
-    if (characters == kzNoText) return refuse(text, expected, KZe_INVALIDARG);  // the host would see only its beginning
+    if (characters == kzNoText)
+        return refuse(text, expected, KZe_INVALIDARG);  // the host would see only the part before the NUL byte
     m_texts.push_back(string.get());
     Py_INCREF(string.get());
     m_rows.push_back({static_cast<std::int32_t>(value), characters});
     return KZe_OK;
 }
 
-// The list is a copy that nobody else knows: making texts may change what it was taken from.
+// The list is a private copy, because str() may run code that changes the original.
 KzResult CHintTable::addPairs(PyObject* list) {
     kzNonNull(list);
     for (Py_ssize_t index = 0; index < PyList_GET_SIZE(list); ++index) {
@@ -288,7 +290,7 @@ KzTextValueHint* CHintTable::keep() noexcept {
     const auto bytes = static_cast<Py_ssize_t>(m_rows.size() * sizeof(KzTextValueHint));
     PyObject* memory = PyByteArray_FromStringAndSize(reinterpret_cast<const char*>(m_rows.data()), bytes);
     if (memory == nullptr) return nullptr;
-    m_texts.clear();  // their references are not given back
+    m_texts.clear();  // their references are kept for good
     return reinterpret_cast<KzTextValueHint*>(PyByteArray_AS_STRING(memory));
 }
 

@@ -18,7 +18,7 @@
 namespace {
 
 struct Signature {
-    std::string called;                   // "kz.object.Mesh.AddPoint"
+    std::string method;                   // "kz.object.Mesh.AddPoint"
     std::vector<std::string> parameters;  // "vector pos"
 };
 
@@ -73,15 +73,15 @@ bool isRefused(PyObject* args, std::string format, std::size_t index) {
 // The index of the argument that the parser refused. The parser does not tell, so each argument is parsed again, except
 // those whose conversion may run Python code; the first of those is blamed if no other fails.
 std::size_t refusedIndex(PyObject* args, const std::string& format) {
-    std::size_t blamed = format.size();
+    std::size_t culprit = format.size();
     for (std::size_t index = 0; index < format.size(); ++index) {
         if (format[index] == 'O') continue;
         PyObject* item = PyTuple_GET_ITEM(args, static_cast<Py_ssize_t>(index));
         const bool hasCode = PyInstance_Check(item) || PyType_HasFeature(Py_TYPE(item), Py_TPFLAGS_HEAPTYPE);
         if (!hasCode && isRefused(args, format, index)) return index;
-        if (hasCode && blamed == format.size()) blamed = index;
+        if (hasCode && culprit == format.size()) culprit = index;
     }
-    return blamed;
+    return culprit;
 }
 
 void explainParsed(PyObject* self, PyObject* args, std::intptr_t slot, const std::string& format) {
@@ -94,12 +94,12 @@ void explainParsed(PyObject* self, PyObject* args, std::intptr_t slot, const std
     }
     if (index < format.size()) {
         kzNoteRefused(PyTuple_GET_ITEM(args, static_cast<Py_ssize_t>(index)), "%s", expectedBy(format[index]));
-        kzExplainRefused(signature.called, index, signature.parameters.at(index));
+        kzExplainRefused(signature.method, index, signature.parameters.at(index));
         return;
     }
     std::string expected;
     for (const std::string& parameter : signature.parameters) expected += (expected.empty() ? "" : ", ") + parameter;
-    kzExplain(signature.called, "expected (" + expected + "), got " + std::to_string(count) + " arguments");
+    kzExplain(signature.method, "expected (" + expected + "), got " + std::to_string(count) + " arguments");
 }
 
 }  // namespace
@@ -107,7 +107,7 @@ void explainParsed(PyObject* self, PyObject* args, std::intptr_t slot, const std
 PyObject* kzRefuse(PyObject* self, std::intptr_t slot, KzResult code, std::size_t index) noexcept {
     kzValueBoundary([=] {
         const Signature signature = signatureOf(self, slot);
-        kzExplainRefused(signature.called, index, signature.parameters.at(index));
+        kzExplainRefused(signature.method, index, signature.parameters.at(index));
     });
     return kzRaise(code);
 }

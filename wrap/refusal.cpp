@@ -56,12 +56,12 @@ std::string kzRefusedReason() {
     return reason;
 }
 
-void kzExplainRefused(const std::string& called, std::size_t index, const std::string& name) {
-    kzExplain(called + ", argument " + std::to_string(index + 1) + " '" + name + "'", kzRefusedReason());
+void kzExplainRefused(const std::string& function, std::size_t index, const std::string& name) {
+    kzExplain(function + ", argument " + std::to_string(index + 1) + " '" + name + "'", kzRefusedReason());
 }
 
-PyObject* kzRefuseArgument(const std::string& called, std::size_t index, const std::string& name,
+PyObject* kzRefuseArgument(const std::string& function, std::size_t index, const std::string& name,
                            KzResult code) noexcept {
-    kzValueBoundary([&] { kzExplainRefused(called, index, name); });
+    kzValueBoundary([&] { kzExplainRefused(function, index, name); });
     return kzRaise(code);
 }

@@ -1,4 +1,4 @@
-// The submodules of kz. What the headers give them is made when it is asked for: a script uses a few of thousands of names.
+// The submodules of kz. Their attributes are created on first use, because a script uses only a few of thousands.
 #include "wrap/registration.h"
 
 #include "module/checks.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Each kind of row that a header has: where, what it is called, and a new reference to what it stands for.
+// For each kind of row that a header has: the list of rows, the name of a row, and a new reference to its attribute.
 struct Symbols {
     static constexpr auto rows = &KzHeaderRows::symbols;
     static const char* nameOf(const KzSymbolRow& row) { return row.name; }
@@ -59,7 +59,7 @@ template <class Kind> PyObject* find(const char* name) {
     return nullptr;
 }
 
-template <class Kind> void makeAll(const std::function<void(const char* name, PyObject* made)>& take) {
+template <class Kind> void makeAll(const std::function<void(const char* name, PyObject* value)>& take) {
     for (const KzHeaderRows* header : kzHeaders)
         for (const auto& row : header->*Kind::rows) take(Kind::nameOf(row), Kind::make(row));
 }

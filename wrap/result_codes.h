@@ -24,7 +24,7 @@ bool kzIsSilent(KzResult code) noexcept;
 [[gnu::visibility("hidden")]] extern KzResult kzLastResultCode;
 inline void kzSetLastResult(KzResult code) noexcept { kzLastResultCode = code; }
 
-// Set: the next conversion of a pending exception to a code is not reported.
+// If set, the next conversion of a pending exception to a code is not reported.
 [[gnu::visibility("hidden")]] extern bool kzQuietFlag;
 inline void kzSetQuiet(bool quiet) noexcept { kzQuietFlag = quiet; }
 
@@ -32,17 +32,17 @@ inline void kzSetQuiet(bool quiet) noexcept { kzQuietFlag = quiet; }
 // Python-callable function can return it.
 [[gnu::visibility("hidden")]] PyObject* kzRaise(KzResult code) noexcept;
 
-// Ctrl-C in a method that the host called for Python goes through the host as a code, like any exception. Where the
-// host's call fails and returns to Python, that Python code is to see the interrupt, not an error that it may handle.
-// Makes it pending again, once; false when this call was not interrupted.
+// A KeyboardInterrupt in a Python method that the host called passes through the host as a code, like any exception. If
+// Python code had called the host, it must see the interrupt again, and not an error that it might handle. Makes the
+// interrupt pending, once; false if the call that has just failed was not interrupted.
 [[gnu::visibility("hidden")]] bool kzRaiseInterrupt() noexcept;
 
 // The code for an exception.
 KzResult kzResultOfException(PyObject* type, PyObject* value);
 // Takes the pending exception, reports it unless it is silent or the quiet flag is set (and then clears the flag).
 KzResult kzResultOfPending() noexcept;
-// As kzResultOfException, and fills the message: table "pythonintr", key "exception". Throws FAILED, with the Python error
-// pending, if the exception's value has no text.
+// As kzResultOfException, and fills the message: table "pythonintr", key "exception". Throws FAILED, with the Python
+// error pending, if the exception's value has no text.
 KzResult kzReportToMessage(const KzException& exception, IKzMessage* message);
 
 // A code written as text: a name after "KZe_", hexadecimal after "0x", else decimal; a message after a colon.
@@ -54,7 +54,7 @@ struct KzCodeText {
 // Throws FAILED, with the Python error pending, if the object has no text.
 KzCodeText kzResultOfText(PyObject* object);
 
-// A caught code that can go nowhere (a destructor, a clean-up path) is logged, unless it is a success or silent.
+// Logs a caught code that cannot be passed on (in a destructor or during clean-up), unless it is a success or silent.
 void kzLostException(KzResult code) noexcept;
 
 // Runs the body of a Python-callable function: a thrown code becomes the pending exception (unless a failed Python call
@@ -67,7 +67,8 @@ template <class Body> PyObject* kzPythonEntry(Body&& body) noexcept {
     }
 }
 
-// After a failed argument parse: RuntimeError "Error parsing argument list" unless the parser has set an exception. Null.
+// After a failed argument parse: RuntimeError "Error parsing argument list" unless the parser has set an exception.
+// Null.
 PyObject* kzParseFailed() noexcept;
 
 // The functions throw, notimpl, excResult, outEx and lastResult of kz.

@@ -23,16 +23,16 @@ void CStorageBuffer::setAllocate(Allocate allocate) noexcept {
 }
 
 void CStorageBuffer::refer(void* memory, std::size_t extent, const StorageType* type, std::size_t elements) noexcept {
-    m_owned = memory == nullptr;
+    m_isOwned = memory == nullptr;
     m_memory = std::shared_ptr<void>(std::shared_ptr<void>(), memory);  // points there and owns nothing
-    m_capacity = m_owned ? 0 : extent;
+    m_capacity = m_isOwned ? 0 : extent;
     m_type = type;
-    m_size = m_owned ? 0 : elements;
+    m_size = m_isOwned ? 0 : elements;
     m_offset = 0;
 }
 
 bool CStorageBuffer::reserve(const StorageType& type, std::size_t elements, Room room) noexcept {
-    if (!m_owned) return true;
+    if (!m_isOwned) return true;
     const std::size_t width = type.elementSize();
     if (elements > SIZE_MAX / width) return false;
     const std::size_t bytes = elements * width;
@@ -46,7 +46,7 @@ bool CStorageBuffer::allocate(std::size_t bytes) noexcept {
         std::shared_ptr<void> memory(theAllocate(bytes, 1), std::free);
         if (!memory) return false;
         if (m_memory) std::memcpy(memory.get(), m_memory.get(), std::min(m_capacity, bytes));
-        if (m_memory && m_pins != 0) m_replaced.push_back(m_memory);
+        if (m_memory && m_pins != 0) m_formerMemory.push_back(m_memory);
         m_memory.swap(memory);
     } catch (const std::bad_alloc&) {
         return false;
@@ -95,7 +95,7 @@ std::size_t CStorageBuffer::readableBytes() const noexcept {
 }
 
 void CStorageBuffer::unpin() noexcept {
-    if (--m_pins == 0) m_replaced.clear();
+    if (--m_pins == 0) m_formerMemory.clear();
 }
 
 void kzSetStorageType(PyTypeObject& type) noexcept { theStorageType = &type; }

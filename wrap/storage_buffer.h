@@ -1,5 +1,5 @@
-// The memory behind a kz.Storage object: a typed, growable array of machine values. Argument marshalling passes it to
-// the host; its Python type stands above, in kzmod.
+// The memory behind a kz.Storage object: a typed, growable array of machine values. The marshallers pass it to the
+// host; kzmod has its Python type.
 #pragma once
 
 #include "module/python.h"
@@ -12,48 +12,47 @@
 
 class StorageType;
 
-// The elements are contiguous, in machine byte order, from the start of the memory on. Elements are read and written by
-// index only, and every access looks at the buffer as it is then: conversions run Python code, which may change it.
+// The elements are contiguous and in machine byte order. They are accessed by index only, and each access looks the
+// memory up again, because conversions run Python code that may change the buffer.
 class CStorageBuffer {
 public:
     CStorageBuffer() = default;
     CStorageBuffer(const CStorageBuffer&) = delete;
     CStorageBuffer& operator=(const CStorageBuffer&) = delete;
 
-    // Makes the buffer refer to memory that somebody else owns. `extent` is its size in bytes, SIZE_MAX when unknown.
+    // Makes the buffer refer to borrowed memory. `extent` is its size in bytes, SIZE_MAX if unknown.
     void refer(void* memory, std::size_t extent, const StorageType* type, std::size_t elements) noexcept;
 
     const StorageType* type() const noexcept { return m_type; }
     void* memory() const noexcept { return m_memory.get(); }
     std::size_t size() const noexcept { return m_size; }  // elements
     std::size_t offset() const noexcept { return m_offset; }
-    bool owned() const noexcept { return m_owned; }
-    bool writable() const noexcept { return m_writable; }
-    void setWritable(bool writable) noexcept { m_writable = writable; }
+    bool owned() const noexcept { return m_isOwned; }
+    bool writable() const noexcept { return m_isWritable; }
+    void setWritable(bool writable) noexcept { m_isWritable = writable; }
 
-    // Takes another element type for the size that it has. False when memory for it could not be had; nothing has
-    // changed then.
+    // Changes the element type; the number of elements stays. False, with nothing changed, if memory is short.
     bool setType(const StorageType& type) noexcept;
-    // Changes the size. What fits of the contents is kept, memory never shrinks, and memory that is not owned stays as it
-    // is. False when memory could not be had; nothing has changed then.
+    // Changes the number of elements. Contents that fit are kept, memory never shrinks, and borrowed memory is never
+    // reallocated. False, with nothing changed, if memory is short.
     bool resize(std::size_t elements) noexcept { return resize(elements, Room::exact); }
-    // As resize, with room for as much again where memory is to be had: many small appends cost what one large one does.
+    // As resize, but reserves room for as much again if possible, so that appending takes amortised constant time.
     bool grow(std::size_t elements) noexcept { return resize(elements, Room::spare); }
     bool setOffset(std::size_t offset) noexcept;  // false past the end
-    // Gives the size and offset back after a step that failed; both were valid before.
+    // Restores the size and offset, which were valid before, after a step that failed.
     void restore(std::size_t size, std::size_t offset) noexcept;
 
-    // Where the element is; null when it is out of bounds or beyond what is known of memory that is not owned.
+    // The address of the element; null if it is out of bounds or beyond the known extent of borrowed memory.
     void* at(std::size_t index) const noexcept;
-    // How many bytes from the start may be read.
+    // The number of bytes from the start that may be read.
     std::size_t readableBytes() const noexcept;
 
-    // While pinned, memory that is replaced is kept until the last pin is gone.
+    // While the buffer is pinned, memory that is replaced is kept, until the last pin is removed.
     void pin() noexcept { ++m_pins; }
     void unpin() noexcept;
 
-    // Stands in for calloc, so that a failure can be had on demand. All of the memory is defined, so that nothing of what
-    // the process had there before is ever handed out, and large memory is not touched before it is used.
+    // Replaces calloc, so that tests can make it fail. New memory must be zeroed, so that scripts never see what the
+    // process had there before; calloc does that without touching large memory before it is used.
     using Allocate = void* (*)(std::size_t count, std::size_t size);
     static void setAllocate(Allocate allocate) noexcept;
 
@@ -68,11 +67,11 @@ private:
     const StorageType* m_type = nullptr;
     std::size_t m_size = 0;
     std::size_t m_offset = 0;    // in elements, at most the size
-    std::size_t m_capacity = 0;  // bytes: those allocated, or the extent of memory that is not owned
-    bool m_owned = true;
-    bool m_writable = true;
+    std::size_t m_capacity = 0;  // bytes: those allocated, or the extent of borrowed memory
+    bool m_isOwned = true;
+    bool m_isWritable = true;
     std::size_t m_pins = 0;
-    std::vector<std::shared_ptr<void>> m_replaced;
+    std::vector<std::shared_ptr<void>> m_formerMemory;
 };
 
 // The Python object's layout.
@@ -80,9 +79,9 @@ struct KzStorage {
     PyObject_HEAD CStorageBuffer* buffer;
 };
 
-// Tells this side which type is kz.Storage, before any of the following is used.
+// Registers the type kz.Storage. Call it before any of the following.
 void kzSetStorageType(PyTypeObject& type) noexcept;
-// That type; null before.
+// The registered type; null if there is none yet.
 PyTypeObject* kzStorageTypeObject() noexcept;
 
 // Whether the object's very type is kz.Storage; an instance of a subclass is not.
@@ -93,10 +92,10 @@ inline CStorageBuffer& kzStorageBuffer(PyObject* storage) noexcept {
     return *reinterpret_cast<KzStorage*>(storage)->buffer;
 }
 
-// The start of the memory, null when there is none. Object and memory stay until the pin is taken back, whatever Python
-// does to the storage.
+// Pins the storage and returns the start of its memory, null if there is none. Object and memory stay valid until the
+// storage is unpinned, whatever Python does to it.
 void* kzPinStorage(PyObject* storage) noexcept;
 void kzUnpinStorage(PyObject* storage) noexcept;
 
-// Ends a view's use of the memory, when that is about to go away: it is an empty storage of its own from then on.
+// Detaches a view from memory that is about to become invalid. The view is an empty storage from then on.
 void kzEndStorageView(PyObject* storage) noexcept;

@@ -73,7 +73,7 @@ public:
         Element element{};
         fromPython(value, element);
         if (PyErr_Occurred() != nullptr) return KZe_FAILED;
-        // Only now: the conversion may have changed the buffer.
+        // Looked up only now, because the conversion may have changed the buffer.
         void* place = placeOf(buffer, index);
         if (place == nullptr) return KZe_OUTOFBOUNDS;
         std::memcpy(place, &element, sizeof element);

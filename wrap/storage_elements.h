@@ -3,12 +3,13 @@
 
 #include "wrap/element_type.h"
 
-// By letter: f and d (float and double), i and u (32-bit, signed and unsigned), b (byte), p (pointer). Null for others.
+// The type by its letter: f and d (float and double), i and u (32-bit, signed and unsigned), b (byte), p (pointer).
+// Null for others.
 const StorageType* kzFindStorageType(char letter) noexcept;
-// The one with letter b.
+// Whether it is the one with letter b.
 bool kzIsByteType(const StorageType* type) noexcept;
 
-// A new storage object on memory that it does not own. With an element type's letter the memory is known to hold that
-// many elements; without (0) its extent is the host's business, and scripts set the type and size and may not assign to
-// it as a whole. Null memory makes an empty storage of its own. Null with an exception set on failure.
+// A new storage object over borrowed memory. With the letter of an element type, the memory has that many elements.
+// With 0 its extent is unknown: scripts set the type and size, and cannot assign to it as a whole. Over null memory,
+// the storage is empty and owns its memory. Null with an exception set on failure.
 PyObject* kzNewStorageView(void* memory, std::size_t elements, char letter) noexcept;

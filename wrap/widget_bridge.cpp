@@ -1,8 +1,8 @@
-// PySide2's widgets by their addresses.
+// Converts addresses of widgets to PySide2 objects.
 //
-// PySide2 carries a Qt and a binding library of its own, and a process must not hold two of either. So the few functions
-// that are needed are looked up in what the import of PySide2 has loaded. They are named as the binary interfaces of
-// Qt 5 and Shiboken2 fix them, which any release of these serves.
+// PySide2 brings its own Qt and its own binding library, and a process must not load either of them twice. So the few
+// functions that are needed are looked up in the libraries that the import of PySide2 has loaded. Their mangled names
+// are part of the ABI of Qt 5 and of Shiboken2, and the same in all releases.
 #include "wrap/widget_bridge.h"
 
 #include "module/output.h"
@@ -35,7 +35,7 @@ struct ShibokenFunctions {
 
 struct QtFunctions {
     const char* (*className)(const void* meta);                 // QMetaObject::className
-    const void* (*cast)(const void* meta, const void* object);  // QMetaObject::cast: null when it is of another class
+    const void* (*cast)(const void* meta, const void* object);  // QMetaObject::cast: null if it is of another class
     const void* widgetMeta;                                     // QWidget::staticMetaObject
 
     bool find(const CLoadedLibrary& library) noexcept {
@@ -45,7 +45,8 @@ struct QtFunctions {
     }
 };
 
-// How every QObject of Qt 5 begins. The private data, which also starts with a table, point back to their object.
+// The first members of every QObject of Qt 5. Its private data, which also start with a dispatch table, point back to
+// it.
 struct QObjectHead {
     struct Data {
         const void* operations;
@@ -57,8 +58,8 @@ struct QObjectHead {
 
 ShibokenFunctions theShiboken;
 QtFunctions theQt;
-PyTypeObject** theWidgetTypes = nullptr;  // PySide2's type table; non-null when PySide2 is there
-PyTypeObject* theWidgetType = nullptr;    // the table keeps it alive as long as there is an interpreter
+PyTypeObject** theWidgetTypes = nullptr;  // PySide2's type table; null without PySide2
+PyTypeObject* theWidgetType = nullptr;    // borrowed: the table keeps it alive until the interpreter ends
 
 const char* fileOf(PyObject* module) {
     const char* file = module != nullptr ? PyModule_GetFilename(module) : nullptr;
@@ -66,7 +67,7 @@ const char* fileOf(PyObject* module) {
     return file;
 }
 
-// Shiboken's extension module lies in a package of its name, or is the module of that name itself.
+// Shiboken's extension module is either inside a package of its name or the module of that name itself.
 bool findShiboken() {
     for (const char* name : {"shiboken2.shiboken2", "shiboken2"}) {
         const CPyRefNull module(PyImport_ImportModule(name));
@@ -76,13 +77,13 @@ bool findShiboken() {
     return false;
 }
 
-// The table is a bare array in which a type's place differs from release to release; the module's own name for the type
-// leads to the same one in all of them.
+// The table is a bare array, and a type's index in it differs between releases. So the type is found by its name in the
+// module.
 PyTypeObject* widgetTypeOf(PyObject* module) {
-    const CPyRefNull found(PyObject_GetAttrString(module, "QWidget"));
-    if (found.get() == nullptr) PyErr_Clear();
-    if (found.get() == nullptr || !PyType_Check(found.get())) return nullptr;
-    auto* type = reinterpret_cast<PyTypeObject*>(found.get());
+    const CPyRefNull attribute(PyObject_GetAttrString(module, "QWidget"));
+    if (attribute.get() == nullptr) PyErr_Clear();
+    if (attribute.get() == nullptr || !PyType_Check(attribute.get())) return nullptr;
+    auto* type = reinterpret_cast<PyTypeObject*>(attribute.get());
     const bool isShibokens = std::strcmp(Py_TYPE(type)->tp_name, "Shiboken.ObjectType") == 0;
     return isShibokens && std::strcmp(type->tp_name, widgetTypeName) == 0 ? type : nullptr;
 }
@@ -106,7 +107,7 @@ void importFailed(const char* text) {
     PyErr_SetString(PyExc_RuntimeError, text);
 }
 
-// The class of the widget at an address; null when no widget of PySide2's Qt is there.
+// The name of the class of the widget at an address; null if no widget of PySide2's Qt is there.
 const char* widgetClass(void* address) {
     QObjectHead head{};
     QObjectHead::Data data{};
@@ -131,7 +132,7 @@ bool readAddress(PyObject* args, void*& address) {
 
 bool haveWidgets() {
     if (theWidgetTypes == nullptr) kzImportWidgets();
-    PyErr_Clear();  // no PySide2 is no fault of the caller's
+    PyErr_Clear();  // a missing PySide2 is not the caller's error
     return theWidgetType != nullptr;
 }
 

@@ -18,11 +18,12 @@
 
 namespace {
 
-// The one place where an object is kept while a call on it runs. A host call takes no reference to its object: the wrapper
-// has one, and the call itself can drop it, when the host calls back into Python and Python resets the wrapper. So whoever
-// drops a target hands it over here. If a call on that object is in progress (CPyLock knows the objects of all calls under
-// way), one reference is kept, and the hook that runs when Python is left releases it once the call has returned. Objects
-// are known by address alone, so a wrapper that is reset over and over inside a call keeps alive only what is being called.
+// The one place where an object is kept while a call on it runs. A host call takes no reference to its object: the
+// wrapper has one, and the call itself can drop it, when the host calls back into Python and Python resets the wrapper.
+// So whoever drops a target hands it over here. If a call on that object is in progress (CPyLock knows the objects of
+// all calls under way), one reference is kept, and the hook that runs when Python is left releases it once the call has
+// returned. Objects are known by address alone, so a wrapper that is reset over and over inside a call keeps alive only
+// what is being called.
 class CKeptObjects {
 public:
     static CKeptObjects& instance() noexcept {
@@ -238,9 +239,9 @@ bool kzHold(PyObject* wrapper, IKzUnknown* object) {
     if (object != nullptr) object->AddRef();
     // The new reference comes first: the object may be alive only through the previous target.
     IKzUnknown* target = interfaceOf(kzRowOf(Py_TYPE(wrapper)), object);
-    CKeptObjects& kept = CKeptObjects::instance();
-    if (IKzUnknown* former = std::exchange(kzWrapper(wrapper)->target, target)) kept.letGo(former);
-    kept.releaseIdle();
+    CKeptObjects& keeper = CKeptObjects::instance();
+    if (IKzUnknown* former = std::exchange(kzWrapper(wrapper)->target, target)) keeper.letGo(former);
+    keeper.releaseIdle();
     return target != nullptr;
 }
 
@@ -273,9 +274,9 @@ PyObject* kzNewReturned(const KzWrapperType* type, IKzUnknown* owned) noexcept {
         if (owned != nullptr) return kzNewWrapper(kzUnknownType, owned);
         Py_RETURN_NONE;
     }
-    PyObject* supporting = owned != nullptr ? supportClass(*type) : nullptr;
-    if (supporting == nullptr) return kzNewWrapper(*type, owned);
-    const CPyRef keep(supporting);  // its own code may remove it from the module
+    PyObject* supportType = owned != nullptr ? supportClass(*type) : nullptr;
+    if (supportType == nullptr) return kzNewWrapper(*type, owned);
+    const CPyRef keep(supportType);  // its own code may remove it from the module
     const CPyRefNull unknown(kzNewWrapper(kzUnknownType, owned));
     return unknown.get() != nullptr ? PyObject_CallFunctionObjArgs(keep, unknown.get(), nullptr) : nullptr;
 }

@@ -14,8 +14,8 @@ namespace {
 
 bool isOfScripts(const LogLine& line) { return line.subsystem == KZsLOG_SCRIPTS; }
 
-// Shown already, as it was written; or an entry that only names the script whose text stands below it. An interpreter that
-// does not say where its entries come from puts the name at the top.
+// True for text that was shown when it was written, and for entries that only name the script whose text follows. If an
+// interpreter does not give the origin of its entries, the name is at the top level.
 bool isShownElsewhere(const LogLine& line) {
     switch (line.origin) {
     case TextOrigin::output:
@@ -26,7 +26,7 @@ bool isShownElsewhere(const LogLine& line) {
     }
 }
 
-// What is below the name of a script is its text where nothing says otherwise.
+// Without an origin, the entries below a script's name are taken for its output.
 bool isTextOfScript(const LogLine& line) {
     return line.origin == TextOrigin::host && isOfScripts(line) && kzSucceeded(line.level) && line.level != KZe_WARNING;
 }

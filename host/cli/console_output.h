@@ -6,15 +6,15 @@
 
 namespace kzhost {
 
-// The text of scripts goes to standard output as it was written, what they write to their error stream and everything
-// else that the log hears to standard error.
+// The output of scripts goes to standard output unchanged. Their error output and everything else in the log goes to
+// standard error.
 class CConsoleOutput {
 public:
     CConsoleOutput(CKzHost& host, bool quiet, bool debug) : m_host(host), m_quiet(quiet), m_debug(debug) {}
 
     // A line of the log.
     void operator()(const LogLine& line) const;
-    // Text as a module writes it. Answers the system's number of a failure, or 0.
+    // Text as a module writes it. Returns the errno of a failure, or 0.
     static int show(const TextPiece& piece);
 
 private:

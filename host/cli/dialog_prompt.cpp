@@ -20,9 +20,9 @@ std::optional<std::string> kzPromptOnTerminal(const DialogQuestion& question) {
                               question.description, question.expected, question.present));
     char* line = nullptr;
     std::size_t room = 0;
-    // The stream that scripts read from, so that none of its lines is lost between them.
+    // Through stdio, as scripts do: another buffer would keep lines from them.
     const auto length = getline(&line, &room, stdin);
-    const std::unique_ptr<char, decltype(&std::free)> owned(line, std::free);
+    const std::unique_ptr<char, decltype(&std::free)> guard(line, std::free);
     if (length < 0) {
         std::clearerr(stdin);  // after Ctrl-C it can be read again
         streams.error("\n");
@@ -30,7 +30,7 @@ std::optional<std::string> kzPromptOnTerminal(const DialogQuestion& question) {
     }
     std::string answer(line, static_cast<std::size_t>(length));
     while (!answer.empty() && (answer.back() == '\n' || answer.back() == '\r')) answer.pop_back();
-    if (isatty(STDIN_FILENO) == 0) streams.error(answer + "\n");  // where nobody has seen it typed
+    if (isatty(STDIN_FILENO) == 0) streams.error(answer + "\n");  // a terminal has shown it already
     return answer;
 }
 

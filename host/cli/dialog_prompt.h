@@ -1,11 +1,11 @@
-// Dialogs of kzhost: the question on standard error, the answer a line of standard input.
+// The dialogs of kzhost: the question goes to standard error, and the answer is a line of standard input.
 #pragma once
 
 #include "host/state/dialog_board.h"
 
 namespace kzhost {
 
-// Nothing when the input ends or Ctrl-C comes: that cancels the dialog.
+// Nothing if the input ends or Ctrl-C is pressed, which cancels the dialog.
 std::optional<std::string> kzPromptOnTerminal(const DialogQuestion& question);
 
 }  // namespace kzhost

@@ -11,7 +11,7 @@ enum ExitStatus : int {
     exitNoInterpreter = 4,
     exitMostOfScript = 125,
     exitInterrupted = 130,
-    exitReaderGone = 141,  // as of a program that SIGPIPE ends
+    exitReaderGone = 141,  // that of a program killed by SIGPIPE
 };
 
 }  // namespace kzhost

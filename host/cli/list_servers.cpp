@@ -1,4 +1,4 @@
-// kzhost servers: what the host knows, as a table.
+// kzhost servers: a table of all servers.
 #include "host/cli/list_servers.h"
 
 #include "host/cli/program.h"
@@ -26,9 +26,9 @@ int kzListServers(CProgram& program) {
     CStandardStreams& streams = CStandardStreams::get();
     streams.print("{:<{}}  {:<{}}  {}\n", "class", classWidth, "name", nameWidth, "module, tags");
     for (const KzServer& server : servers) {
-        const std::string shown = server.className.empty() ? kzGuidText(server.iid) : server.className;
-        streams.print("{:<{}}  {:<{}}  {}", shown, classWidth, server.name, nameWidth, server.moduleName);
-        if (server.className != KZa_MODULE)  // whose tags are its servers
+        const std::string label = server.className.empty() ? kzGuidText(server.iid) : server.className;
+        streams.print("{:<{}}  {:<{}}  {}", label, classWidth, server.name, nameWidth, server.moduleName);
+        if (server.className != KZa_MODULE)  // the tags of a module are its servers
             for (const auto& [type, value] : CModuleTable::tagsOf(server)) streams.print("  {}={}", type, value);
         streams.out("\n");
     }

@@ -1,4 +1,4 @@
-// kzhost servers: what the host knows, as a table.
+// kzhost servers: a table of all servers.
 #pragma once
 
 namespace kzhost {

@@ -74,8 +74,8 @@ void CLogFile::write(std::string row) {
     }
     const std::lock_guard lock(m_lock);
     for (std::string_view rest = row; !rest.empty();) {
-        const ssize_t written = ::write(m_file, rest.data(), rest.size());
-        if (written >= 0) rest.remove_prefix(static_cast<std::size_t>(written));
+        const ssize_t size = ::write(m_file, rest.data(), rest.size());
+        if (size >= 0) rest.remove_prefix(static_cast<std::size_t>(size));
         else if (errno != EINTR) {
             if (!std::exchange(m_hasFailed, true))
                 CStandardStreams::get().fail("the log file " + m_path + " cannot be written: " + std::strerror(errno));

@@ -9,8 +9,8 @@
 
 namespace kzhost {
 
-// Each row goes to the end of the file in one write, so that nothing is lost however the process ends, and that any number
-// of processes may share a file.
+// Each row is appended to the file in a single write. So nothing is lost, however the process ends, and any number of
+// processes can share a file.
 class CLogFile {
 public:
     CLogFile() = default;
@@ -18,10 +18,10 @@ public:
     CLogFile(const CLogFile&) = delete;
     CLogFile& operator=(const CLogFile&) = delete;
 
-    // "-" is standard output. False, with the reason in `why`.
+    // "-" is standard output. On failure false, with the reason in `why`.
     bool open(const std::string& path, std::string& why);
     void operator()(const LogLine& line);
-    // The last row: how the program ends, and how long it took. Answers the status, or that of a log that was lost.
+    // Writes the last row: the exit status and the run time. Returns the status, or that of a lost log.
     int end(int status);
 
 private:

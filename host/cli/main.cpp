@@ -23,7 +23,7 @@ using namespace kzhost;
 
 namespace {
 
-// "NAME=PATH"; empty when it is good, a full sentence when not.
+// Checks "NAME=PATH". Returns an empty text or a full sentence that says what is wrong.
 std::string checkAlias(const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0 || equals + 1 == text.size())
@@ -57,14 +57,14 @@ void takeAliases(ProgramOptions& options, const std::vector<std::string>& aliase
     }
 }
 
-// A command line, and where it stops being ours: what follows belongs to a script or to an interpreter as it stands.
+// A command line, and the place from which its words are passed unchanged to a script or an interpreter.
 struct CommandLine {
     std::vector<std::string> own;
     std::vector<std::string> rest;
     bool isForInterpreter = false;
 };
 
-// The place behind the options, and their values, that begin there.
+// The index of the first word after the options, and their values, that start at this index.
 std::size_t behindOptions(const CLI::App& app, const std::vector<std::string>& words, std::size_t at) {
     for (; at < words.size() && words[at].size() > 2 && words[at].starts_with("--"); ++at) {
         const std::size_t equals = words[at].find('=');
@@ -74,7 +74,7 @@ std::size_t behindOptions(const CLI::App& app, const std::vector<std::string>& w
     return std::min(at, words.size());
 }
 
-// Without a word there is a text to read, unless somebody sits at a terminal who may not know what to type.
+// Without words a script is read from standard input, unless that is a terminal: its user may need help instead.
 bool isForInterpreter(const CLI::App& app, const std::string& word) {
     struct stat input {};
     if (word.empty()) return fstat(STDIN_FILENO, &input) == 0 && !S_ISCHR(input.st_mode);
@@ -97,7 +97,7 @@ CommandLine splitCommandLine(const CLI::App& app, std::vector<std::string> words
         if (isMarked) words.erase(words.begin() + static_cast<std::ptrdiff_t>(at));
         if (at < words.size() && (isMarked || !words[at].starts_with('-') || words[at] == "-")) {
             words.insert(words.begin() + static_cast<std::ptrdiff_t>(at),
-                         "--");  // for the parser: it may begin with a dash
+                         "--");  // for the parser, because the next word may begin with a dash
             rest = at + 2;
         } else {
             rest = words.size();
@@ -161,19 +161,19 @@ int runProgram(int count, char** arguments) {
         "interrupted,\n"
         "and 141 when nobody reads standard output any more.");
     app.require_subcommand(0, 1);
-    app.allow_extras();  // told below, by name
+    app.allow_extras();  // reported below, by name
 
     CLI::App* run = app.add_subcommand("run", "Run a script file; its exit code becomes the exit status");
     run->add_option("SCRIPT", script, "The script file; - is standard input")->required();
     run->add_option("ARG", words, "Arguments of the script: everything that follows");
     run->fallthrough();
     CLI::App* python =
-        app.add_subcommand("python", "Be a Python interpreter with its own options; also by kzhost FILE, "
+        app.add_subcommand("python", "Run as a Python interpreter with its own options; also by kzhost FILE, "
                                      "kzhost -c CODE, kzhost -m MODULE and the like");
-    python->add_option("ARG", words, "What the interpreter takes: everything that follows");
+    python->add_option("ARG", words, "The interpreter's command line: everything that follows");
     CLI::App* eval = app.add_subcommand("eval", "Run lines as if typed into the console");
     eval->add_option("LINE", lines, "The lines")->required();
-    CLI::App* console = app.add_subcommand("console", "Type lines; a pipe is read line by line");
+    CLI::App* console = app.add_subcommand("console", "Type Python lines; a pipe is read line by line");
     CLI::App* cmd = app.add_subcommand("cmd", "Execute a command string, or print what it queries");
     cmd->add_option("STRING", script, "The command, as \"user.value size 12 type:integer\"")->required();
     CLI::App* commands = app.add_subcommand("commands", "List the commands and their arguments");

@@ -30,8 +30,8 @@ void COpenText::add(std::string_view line) {
     }
 }
 
-// What follows the string that the text is in. One of a single quote ends with its line, right or wrong, unless a backslash
-// carries it on.
+// Returns what follows the string in which the text ends. A string in single quotes ends with its line, closed or not,
+// unless a backslash continues it.
 std::string_view COpenText::readString(std::string_view rest) {
     for (std::size_t at = 0; at < rest.size(); ++at) {
         const char c = rest[at];

@@ -1,4 +1,4 @@
-// Typed lines that belong to one line of the program, because something is open that only further lines can close.
+// Collects typed lines into one logical line while a bracket, a string or a backslash at the end demands another.
 #pragma once
 
 #include <string>
@@ -6,11 +6,11 @@
 
 namespace kzhost {
 
-// Reads brackets, strings and backslashes as lines are added, each once. What is typed may be wrong in any way, which is for
-// the interpreter to say.
+// Scans brackets, strings and backslashes as lines are added, each line once. The text may be wrong in any way;
+// reporting that is up to the interpreter.
 class COpenText {
 public:
-    // The next line, without its end. The first one begins outside of everything.
+    // Adds the next line, without its line feed.
     void add(std::string_view line);
     void clear() { *this = {}; }
 
@@ -18,9 +18,9 @@ public:
     const std::string& text() const { return m_text; }
     bool empty() const { return m_isEmpty; }
     bool endsInBackslash() const { return m_endsInBackslash; }
-    // Whether the next line belongs to the same line of the program.
+    // Whether the next line belongs to the same logical line.
     bool isOpen() const { return m_endsInBackslash || isInside(); }
-    // Whether the text is inside brackets or a string of three quotes, where no interpreter takes it for whole.
+    // Whether the text ends inside brackets or a triple-quoted string, so that it cannot be complete.
     bool isInside() const { return m_depth > 0 || (m_quote != '\0' && m_isLong); }
 
 private:

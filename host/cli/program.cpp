@@ -37,7 +37,7 @@ void CProgram::say(const std::string& text) {
     CStandardStreams::get().error(line + "\n");
 }
 
-// Beside the program lie the folders of an installation: its modules, and the kit with what they need.
+// The folders of an installation are beside the program: its modules, and the kit with the files that they need.
 void CProgram::setPaths() {
     const fs::path home = fs::path(CPathAliases::programPath()).parent_path().parent_path();
     CPathAliases& files = host().files();

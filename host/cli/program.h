@@ -24,17 +24,17 @@ struct ProgramOptions {
 class CProgram {
 public:
     explicit CProgram(ProgramOptions options);
-    // Sets up the host and loads the module. exitOk, or the status to end with after saying why.
+    // Sets up the host and loads the module. Returns exitOk or, after reporting a failure, the exit status for it.
     int start();
-    // Ends the host, and says with which status to end: that one, unless output was lost.
+    // Ends the host. Returns the exit status: the given one, unless output was lost.
     int finish(int status);
     CKzHost& host() { return *m_host; }
     const ProgramOptions& options() const { return m_options; }
 
-    // Has the interpreter with that server name started, so that a failure is told before anything runs in it.
+    // Starts the interpreter with that server name, so that a failure is reported before anything runs in it.
     bool wakeInterpreter(const std::string& name);
 
-    // Has all of them started, for what needs the servers that only they know. A failure is told, and goes on.
+    // Starts all interpreters, because only they know some of the servers. Failures are reported and otherwise ignored.
     void wakeInterpreters();
 
     // One line on standard error.
@@ -45,7 +45,7 @@ private:
     void showProgress();
 
     ProgramOptions m_options;
-    CLogFile m_logFile;  // outlives the host, whose last words go there
+    CLogFile m_logFile;  // outlives the host, which logs until its end
     std::optional<CKzHost> m_host;
     bool m_startFailed = false;
 };

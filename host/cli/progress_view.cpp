@@ -16,7 +16,7 @@ int percentOf(const MonitorState& state) {
     return state.steps == 0 ? 0 : static_cast<int>(state.done * 100 / state.steps);
 }
 
-// A title must not move the cursor.
+// Replaces control characters, because a title must not move the cursor.
 std::string titleOf(const MonitorState& state) {
     std::string title = state.title;
     std::ranges::replace_if(
@@ -42,11 +42,11 @@ void CProgressView::operator()(const MonitorState& state) {
 }
 
 CProgressView::Row& CProgressView::rowOf(const MonitorState& state) {
-    const auto found = std::ranges::find(m_rows, &state, &Row::monitor);
-    return found != m_rows.end() ? *found : m_rows.emplace_back(Row{&state, "", m_place.now()});
+    const auto row = std::ranges::find(m_rows, &state, &Row::monitor);
+    return row != m_rows.end() ? *row : m_rows.emplace_back(Row{&state, "", m_place.now()});
 }
 
-// The bars are drawn again only when they would look different.
+// The bars are redrawn only when they change.
 void CProgressView::step(const MonitorState& state) {
     Row& row = rowOf(state);
     if (m_place.isTerminal) {
@@ -54,25 +54,25 @@ void CProgressView::step(const MonitorState& state) {
             row.text = std::move(bar);
             showBars();
         }
-    } else if (const Time now = m_place.now(); now - row.written >= betweenLines) {
+    } else if (const Time now = m_place.now(); now - row.lastLine >= betweenLines) {
         row.text = lineOf(state);
-        row.written = now;
-        row.isTold = true;
+        row.lastLine = now;
+        row.hasLine = true;
         m_place.writeLine(row.text);
     }
 }
 
-// The bar of the whole task stays as a line of text, those of nested work go. Who has read that a task is under way
-// also reads how far it came.
+// The bar of the outermost task remains as a line of text; those of nested tasks disappear. Without a terminal, a task
+// that has written lines also writes its last state.
 void CProgressView::end(const MonitorState& state) {
-    const auto found = std::ranges::find(m_rows, &state, &Row::monitor);
-    if (found == m_rows.end()) return;
-    const Row row = *found;
-    m_rows.erase(found);
+    const auto place = std::ranges::find(m_rows, &state, &Row::monitor);
+    if (place == m_rows.end()) return;
+    const Row row = *place;
+    m_rows.erase(place);
     if (m_place.isTerminal) {
         showBars();
         if (m_rows.empty()) m_place.writeLine(row.text + "\n");
-    } else if (row.isTold && lineOf(state) != row.text) m_place.writeLine(lineOf(state));
+    } else if (row.hasLine && lineOf(state) != row.text) m_place.writeLine(lineOf(state));
 }
 
 void CProgressView::showBars() const {

@@ -13,7 +13,7 @@ namespace kzhost {
 class CProgressView {
 public:
     using Time = std::chrono::steady_clock::time_point;
-    // Where the view shows itself, and what time it is there.
+    // The output of the view, and its clock.
     struct Place {
         bool isTerminal;
         std::function<void(std::vector<std::string> bars)> showBars;
@@ -22,15 +22,15 @@ public:
     };
     explicit CProgressView(Place place) : m_place(std::move(place)) {}
 
-    // A monitor is known by the address of its state, which stays the same until the monitor has ended.
+    // A monitor is identified by the address of its state, which does not change until the monitor has ended.
     void operator()(const MonitorState& state);
 
 private:
     struct Row {
         const MonitorState* monitor;
         std::string text;
-        Time written;         // when the last line was written or the task began
-        bool isTold = false;  // a line was written
+        Time lastLine;         // when the last line was written, or the task began
+        bool hasLine = false;  // a line was written
     };
     Row& rowOf(const MonitorState& state);
     void step(const MonitorState& state);

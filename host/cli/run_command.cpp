@@ -25,11 +25,11 @@ std::string usageOf(const CCommandRegistry& registry, const std::string& name) {
     std::string usage;
     try {
         CKzUser_Command command;
-        const CCommandArguments known(*registry.environment()->types, registry.spawn(name, command).raw());
-        for (std::uint32_t index = 0; index < known.count(); ++index) {
+        const CCommandArguments arguments(*registry.environment()->types, registry.spawn(name, command).raw());
+        for (std::uint32_t index = 0; index < arguments.count(); ++index) {
             std::uint32_t flags = 0;
-            known.command().ArgFlags(index, &flags);
-            const std::string argument = known.nameOf(index) + ((flags & KZfCMDARG_QUERY) != 0 ? "?" : "");
+            arguments.command().ArgFlags(index, &flags);
+            const std::string argument = arguments.nameOf(index) + ((flags & KZfCMDARG_QUERY) != 0 ? "?" : "");
             usage += (flags & KZfCMDARG_OPTIONAL) != 0 ? "[" + argument + "] " : argument + " ";
         }
     } catch (KzResult code) {
@@ -42,7 +42,7 @@ std::string usageOf(const CCommandRegistry& registry, const std::string& name) {
 
 }  // namespace
 
-// What went wrong is told by the log, on standard error.
+// The log reports failures, on standard error.
 int kzRunCommand(CProgram& program, const std::string& text) {
     if (const int status = program.start(); status != exitOk) return status;
     program.wakeInterpreters();

@@ -14,7 +14,7 @@ namespace kzhost {
 int kzRunInterpreter(CProgram& program, const std::vector<std::string>& words) {
     if (const int status = program.start(); status != exitOk) return status;
     const auto commandLine = CHostRef<CScript>::make("the command line", "");
-    // By its full path: an interpreter finds its library from there, and tells its scripts how to start it again.
+    // The full path, from which the interpreter finds its library and which becomes sys.executable.
     std::vector<std::string> all = {CPathAliases::programPath()};
     all.insert(all.end(), words.begin(), words.end());
     commandLine->setWords(std::move(all));

@@ -1,4 +1,4 @@
-// kzhost as an interpreter: a command line as the interpreter's own program takes it.
+// kzhost as a Python interpreter, with the command line of Python's own program.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@ namespace kzhost {
 
 class CProgram;
 
-// Runs it with these words, which come without the program's name. The process may end inside.
+// Runs the interpreter with these words, without the name of the program. It may end the process.
 int kzRunInterpreter(CProgram& program, const std::vector<std::string>& words);
 
 }  // namespace kzhost

@@ -36,8 +36,8 @@ int statusOf(const std::string& path, const ScriptEnd& end) {
     return kzStatusOfCode(path, end.code);
 }
 
-// The name of the server that takes the script. If none of the modules' own does, those count as well that come to be
-// when the interpreters start.
+// The name of the server that accepts the script. If no server of a module does, all interpreters are started, because
+// they may add servers.
 std::string interpreterName(CProgram& program, const CScript& script) {
     CKzHost& host = program.host();
     CKzLoc_Unknown interpreter;

@@ -1,4 +1,4 @@
-// Which exit status the end of a script or line gives.
+// The exit status for the end of a script or line.
 #pragma once
 
 #include "host/state/script_outcome.h"
@@ -7,7 +7,7 @@
 
 namespace kzhost {
 
-// The status for a script or line that asked to end. What its text says besides the status is told under that name.
+// The status for a script or line that has requested its end. A message in its text is reported under that name.
 int kzStatusOfExit(const std::string& name, const ScriptOutcome& end);
 // The status for a result code of success.
 int kzStatusOfCode(const std::string& name, KzResult code);

@@ -24,7 +24,7 @@ namespace kzhost {
 
 namespace {
 
-// The interpreter looks over the files itself; the host only asks it to.
+// The interpreter itself checks the files, as a command.
 constexpr const char* checkScript = "# python\n"
                                     "import sys\n"
                                     "import kz\n"
@@ -56,7 +56,7 @@ int check(CProgram& program, const std::vector<std::string>& files) {
     return exitFailed;
 }
 
-// Starts everything, servers included.
+// Starts the host and all interpreters, which add servers of their own.
 int startAll(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
     for (const KzServer& server : program.host().modules().servers(KZa_LINEINTERPRETER))
@@ -117,7 +117,7 @@ int printTree(CProgram& program, const std::string& name) {
 }  // namespace
 
 CServerVerbs::CServerVerbs(CLI::App& app)
-    : m_check(app.add_subcommand("check", "Look over server files before they are used; 1 if anything is wrong")),
+    : m_check(app.add_subcommand("check", "Check server files before they are used; 1 if anything is wrong")),
       m_convert(app.add_subcommand("convert", "Convert an image with the loaders and savers of the modules")),
       m_tree(app.add_subcommand("tree", "Print a tree that a module serves")) {
     m_check->add_option("FILE", m_files, "The files")->required();

@@ -1,4 +1,4 @@
-// What kzhost does with servers of its modules: checking their files, converting images, printing trees.
+// The verbs of kzhost that work with servers: check their files, convert images, print trees.
 #pragma once
 
 #include "host/cli/program.h"

@@ -54,7 +54,7 @@ int CStandardStreams::flush() {
     return flushLocked();
 }
 
-// What could not be written is given up: trying again at each later text would only repeat the failure.
+// Drops text that could not be written: later attempts would only repeat the failure.
 int CStandardStreams::flushLocked() {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return 0;
     const int failure = errno != 0 ? errno : EIO;
@@ -97,11 +97,11 @@ void CStandardStreams::showBelow(std::vector<std::string> lines) {
 void CStandardStreams::eraseBelow() {
     if (m_below.empty()) return;
     std::fputs("\x1b[J", stderr);
-    std::fflush(stderr);  // before text of the other stream
+    std::fflush(stderr);  // before text on the other stream
 }
 
-// Going down and up again first makes room at the bottom of the screen, in the same column: scrolling later would leave
-// the saved position behind. The terminal cuts what is wider than itself.
+// Moving down and up first makes room at the bottom of the screen. Otherwise the screen might scroll later, and the
+// saved cursor position would be wrong. The terminal truncates lines that are too wide.
 void CStandardStreams::drawBelow() {
     if (m_below.empty()) return;
     constexpr const char* goDown = "\x1b\x44";

@@ -1,5 +1,5 @@
-// The program's standard output and standard error. All that it writes there goes through here, so that both stay in order
-// and nothing that could not be written is forgotten.
+// The program's standard output and standard error. Everything that it writes there goes through this class, which
+// keeps both in order and remembers every failed write.
 #pragma once
 
 #include <fmt/format.h>
@@ -16,12 +16,12 @@ class CStandardStreams {
 public:
     static CStandardStreams& get();
 
-    // Writing to what nobody reads any more, or to a file that is full, fails instead of ending the process: the program's
-    // own output is handled here, and scripts get the exception that they expect.
+    // Ignores the signals for broken pipes and for files that are too large, so that such writes fail instead of ending
+    // the process: this class handles the failures of the program itself, and scripts get an exception.
     static void ignoreSignals() noexcept;
 
-    // Text as it is, nothing added. Where somebody sits before the program it shows at once; elsewhere line by line, so
-    // that processes that share a file do not tear each other's lines. Answers the system's number of a failure, or 0.
+    // Writes text unchanged: at once to a terminal, otherwise by whole lines, so that the lines of processes that share
+    // a file stay intact. Returns the errno of a failure, or 0.
     int out(std::string_view text);
     int flush();
     void error(std::string_view text);
@@ -29,18 +29,18 @@ public:
         return out(fmt::format(format, std::forward<Arguments>(arguments)...));
     }
 
-    // Lines that stay below all other text on the terminal to which standard error goes, until there are none. The
-    // cursor remains where text goes on, so that prompts and what is typed stay in place.
+    // Shows lines below all other text, if standard error is a terminal; without lines, removes them. The cursor stays
+    // in the text above, so that prompts and typed text stay in place.
     void showBelow(std::vector<std::string> lines);
-    // A whole line to standard error: after text that has not ended its own, it begins a new one.
+    // Writes a whole line to standard error, after ending a line that is unfinished.
     void errorLine(const std::string& text);
 
-    // Whether what was written last has not ended its line.
+    // Whether the text that was written last ends in an unfinished line.
     bool isMidLine() const { return m_isMidLine; }
-    // Something else could not be written, as a full sentence.
+    // Records that something else could not be written, as a full sentence.
     void fail(std::string why);
 
-    // The status with which the program ends: that one, unless output was lost.
+    // The exit status: the given one, unless output was lost.
     int finish(int status);
 
 private:

@@ -10,7 +10,7 @@ namespace kzhost {
 
 namespace {
 
-// A tree that never ends must not take the host with it.
+// An infinite tree must not exhaust the host's memory or stack.
 constexpr std::uint32_t deepest = 256;
 constexpr std::uint32_t mostRows = 1000000;
 constexpr std::uint32_t mostColumns = 1000;

@@ -10,7 +10,7 @@
 
 namespace kzhost {
 
-// One node of a tree: how deep it is, and its texts, one for each column of the tree's view.
+// One node of a tree: its depth, and one text for each column of the tree's view.
 struct TreeRow {
     std::uint32_t depth = 0;
     std::vector<std::string> cells;

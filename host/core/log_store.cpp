@@ -48,10 +48,10 @@ std::uint32_t CEntryList::shorten(const LogLimits& limits, Entries& dropped) {
 }
 
 CEntryList::Entries CEntryList::takeAll() {
-    Entries taken;
-    if (m_entries) taken.swap(*m_entries);
+    Entries entries;
+    if (m_entries) entries.swap(*m_entries);
     m_bytes = 0;
-    return taken;
+    return entries;
 }
 
 CLogEntry::CLogEntry(std::weak_ptr<CLogStore> store, KzResult level, std::string text)
@@ -98,8 +98,8 @@ KzResult CLogEntry::logentry_ChildByIndex(std::uint32_t index, IKzUnknown** chil
 KzResult CLogEntry::logentry_Parent(IKzUnknown** parent) {
     const auto store = m_store.lock();
     if (!store || m_parent == 0) return KZe_NOTFOUND;
-    const auto found = store->find(m_subsystem, m_parent);
-    return found ? found.give(parent) : KZe_NOTFOUND;
+    const auto entry = store->find(m_subsystem, m_parent);
+    return entry ? entry.give(parent) : KZe_NOTFOUND;
 }
 
 std::uint32_t CLogEntry::logentry_InfoCount() {
@@ -159,11 +159,6 @@ KzResult CLogSubsystem::log_Clear() {
     }
     if (const auto store = m_store.lock(); store && store->m_subsystemSink)
         store->m_subsystemSink(CLogStore::Event::cleared, store->subsystem(m_name));
-    return KZe_OK;
-}
-
-KzResult CLogSubsystem::log_SetEchoLevel(std::uint32_t level) {
-    m_echoLevel = level;
     return KZe_OK;
 }
 

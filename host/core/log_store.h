@@ -104,11 +104,9 @@ public:
     std::uint32_t log_EntryCount() override;
     KzResult log_EntryByIndex(std::uint32_t index, IKzUnknown** entry) override;
     KzResult log_Clear() override;
-    KzResult log_SetEchoLevel(std::uint32_t level) override;
     std::uint32_t log_DroppedCount() override;
 
     const std::string& name() const { return m_name; }
-    std::uint32_t echoLevel() const { return m_echoLevel; }
 
 private:
     friend class CLogStore;
@@ -117,7 +115,6 @@ private:
     std::string m_name;
     CEntryList m_entries;
     std::uint32_t m_dropped = 0;
-    std::uint32_t m_echoLevel = 0;
 };
 
 class CLogStore : public std::enable_shared_from_this<CLogStore> {

@@ -85,7 +85,7 @@ bool CModuleTable::load(const std::string& path, std::string& why) {
     }
     const std::string name = std::filesystem::path(path).stem().string();
     if (const KzResult code = adopt(name, path, object.raw(), application.raw()); kzFailed(code)) {
-        why = path + ": the module does not take its host (" + kzCodeName(code) + ")";
+        why = path + ": the module refuses its host (" + kzCodeName(code) + ")";
         return false;
     }
     const std::lock_guard lock(m_lock);

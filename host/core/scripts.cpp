@@ -139,7 +139,7 @@ CHostRef<CScript> kzReadScript(const std::string& path, std::string& problem) {
     const auto raw = readAll(path, problem);
     if (!raw) return {};
     if (const std::size_t zero = raw->find('\0'); zero != std::string::npos) {
-        problem = "this is not a text: line " + lineOfOffset(*raw, zero) + " holds a zero byte";
+        problem = "this is not a text: line " + lineOfOffset(*raw, zero) + " contains a NUL byte";
         return {};
     }
     if (path != standardInput) return CHostRef<CScript>::make(path, normalised(*raw));

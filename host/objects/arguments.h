@@ -15,7 +15,7 @@ template <class Class> CHostRef<Class> kzOwn(IKzUnknown* object) {
 }
 
 // The value of an argument that must not be null.
-template <class Value> Value& kzGiven(Value* value) {
+template <class Value> Value& kzNotNull(Value* value) {
     if (value == nullptr) throw KZe_INVALIDARG;
     return *value;
 }

@@ -182,14 +182,14 @@ public:
     }
     KzResult channelwrite_Vector(IKzUnknown* item, std::int32_t firstChannel, const KzVector3* value) override;
     KzResult channelwrite_Color(IKzUnknown* item, std::int32_t firstChannel, const KzFVector3* color) override {
-        const KzFVector3& rgb = kzGiven(color);
+        const KzFVector3& rgb = kzNotNull(color);
         const KzVector3 wide{{rgb.v[0], rgb.v[1], rgb.v[2]}};
         return channelwrite_Vector(item, firstChannel, &wide);
     }
     KzResult channelwrite_ValueObj(IKzUnknown* item, std::int32_t channel, IKzUnknown* value) override {
-        const auto converted = CHostRef<CValue>::make(stored(item, channel).type->name);
-        if (const KzResult code = converted->val_Copy(value); kzFailed(code)) return code;
-        return put(item, channel, converted->cell());
+        const auto copy = CHostRef<CValue>::make(stored(item, channel).type->name);
+        if (const KzResult code = copy->val_Copy(value); kzFailed(code)) return code;
+        return put(item, channel, copy->cell());
     }
     KzResult channelwrite_Increment(IKzUnknown* item, std::int32_t channel, double amount) override {
         const ChannelInfo& info = stored(item, channel);
@@ -221,12 +221,12 @@ KzResult CChannelWrite::channelwrite_EncodedInteger(IKzUnknown* item, std::int32
 
 // Sets all three channels or none.
 KzResult CChannelWrite::channelwrite_Vector(IKzUnknown* item, std::int32_t firstChannel, const KzVector3* value) {
-    const KzVector3& wanted = kzGiven(value);
+    const KzVector3& vector = kzNotNull(value);
     std::optional<KzCell> before[3];
     for (std::int32_t i = 0; i < 3; ++i) before[i] = at(item, firstChannel + i).value;
     KzResult code = KZe_OK;
     for (std::int32_t i = 0; i < 3 && kzSucceeded(code); ++i)
-        code = kzBoundary([&] { return channelwrite_Double(item, firstChannel + i, wanted.v[i]); });
+        code = kzBoundary([&] { return channelwrite_Double(item, firstChannel + i, vector.v[i]); });
     for (std::int32_t i = 0; i < 3 && kzFailed(code); ++i) at(item, firstChannel + i).value = before[i];
     return code;
 }

@@ -88,7 +88,7 @@ KzResult CImage::imgw_SetAspect(double aspect) {
 }
 
 KzResult CImage::imgw_Fill(const KzFVector3* color, double alpha) {
-    const KzFVector3& rgb = kzGiven(color);
+    const KzFVector3& rgb = kzNotNull(color);
     const PixelColor fill{rgb.v[0], rgb.v[1], rgb.v[2], static_cast<float>(alpha)};
     for (std::int32_t y = 0; y < m_height; ++y)
         for (std::int32_t x = 0; x < m_width; ++x) kzWritePixel(m_format, fill, at(x, y));
@@ -97,8 +97,8 @@ KzResult CImage::imgw_Fill(const KzFVector3* color, double alpha) {
 
 namespace {
 
-// Reads whole lines where the image supports it, otherwise single pixels. The buffer is longer than a line, as some images
-// write more than requested.
+// Reads whole lines where the image supports it, otherwise single pixels. The buffer is longer than a line, as some
+// images write more than requested.
 class CLineReader {
 public:
     CLineReader(IKzImage& source, CImage& target)

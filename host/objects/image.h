@@ -16,7 +16,7 @@ class PictureFacts;
 
 class CImage final : public CHosted<"image", CImage, CKzIfc_Image, CKzIfc_ImageWrite> {
 public:
-    // Throws INVALIDARG for a size that is none or too large, NOTSUPPORTED for a format that is not kept.
+    // Throws INVALIDARG for a size that is not positive or too large, NOTSUPPORTED for a format that cannot be stored.
     CImage(std::int32_t width, std::int32_t height, std::uint32_t format) { resize(width, height, format); }
 
     KzResult img_Size(std::int32_t* width, std::int32_t* height) override;
@@ -33,12 +33,12 @@ public:
     std::int32_t width() const { return m_width; }
     std::int32_t height() const { return m_height; }
     const PixelFormat& format() const { return m_format; }
-    // What a line takes in any format; throws NOTSUPPORTED for an unknown one.
+    // The bytes of a line in any format; throws NOTSUPPORTED for an unknown one.
     std::uint32_t lineBytes(std::uint32_t format) const;
-    // What the file that it comes from says beside the pixels; null without one. A new size forgets it.
+    // The metadata of the file from which the image was read; null without a file, and after a change of the size.
     const std::shared_ptr<const PictureFacts>& facts() const { return m_facts; }
     void setFacts(std::shared_ptr<const PictureFacts> facts) { m_facts = std::move(facts); }
-    // Where a pixel begins; throws OUTOFBOUNDS.
+    // The address of a pixel; throws OUTOFBOUNDS.
     std::byte* at(std::int32_t x, std::int32_t y);
 
 private:
@@ -52,8 +52,8 @@ private:
     std::vector<std::byte> m_bytes;
 };
 
-// A copy, in that format, of anybody's image: what it answers is checked, not believed. 0 keeps its own format. What a file
-// said of the host's own images is copied, too.
+// A copy of any image in that format; 0 keeps its own. The image may be a module's, so its answers are checked. The
+// metadata of the host's own images is copied, too.
 CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format);
 
 }  // namespace kzhost

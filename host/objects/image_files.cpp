@@ -61,9 +61,9 @@ private:
     CKzUser_Image m_image;
 };
 
-std::string tagOf(const KzServer& server, const std::string& wanted) {
+std::string tagOf(const KzServer& server, const std::string& name) {
     for (const auto& [type, value] : CModuleTable::tagsOf(server))
-        if (type == wanted) return value;
+        if (type == name) return value;
     return {};
 }
 
@@ -88,7 +88,7 @@ CHostRef<CImage> loadWith(const CKzUser_Loader& loader, const std::string& path,
         ~CleanUp() { loader.Cleanup(); }
     } const cleanUp{loader};
     if (kzFailed(code)) throw code;
-    if (!target->image()) throw KZe_FAILED;  // its success promised one
+    if (!target->image()) throw KZe_FAILED;  // it has reported success without one
     return kzCopyImage(target->image().raw(), 0);
 }
 
@@ -133,13 +133,13 @@ CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* mo
         } catch (KzResult code) {
             m_log->write(KZsLOG_IMAGES, code,
                          path + ": the loader \"" + server.name + "\" failed: " + CMessageTables::codeText(code));
-            throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // a loader did recognise it
+            throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // a loader has recognised it
         }
     }
     throw KZe_NOTSUPPORTED;
 }
 
-// Asks the saver whether it takes the image, and logs its reason if it does not.
+// Asks the saver whether it accepts the image, and logs its reason if it does not.
 KzResult CImageFiles::verify(const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) const {
     const auto message = CHostRef<CMessage>::make();
     const KzResult code = saver.Verify(image, message.raw());
@@ -189,7 +189,7 @@ CHostRef<CImage> CImageFiles::loadOwn(const PictureFormat& format, const std::st
     return image;
 }
 
-// Somebody else's image is copied in the format that it says it has, if that is one.
+// An image of a module is copied in the format that it reports, if that format exists.
 KzResult CImageFiles::saveOwn(const PictureFormat& format, IKzUnknown* image, const std::string& path,
                               const std::string& file) const {
     auto own = CHostRef<CImage>::of(image);
@@ -229,16 +229,16 @@ CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, con
     IPictureFiles& library = kzPictures(*m_files);
     if (source == nullptr && (!facts || !library.fact(*facts, KZsIMGKEY_COLORSPACE, from)))
         throw kzBecause(KZe_INVALIDARG, "ColorMapping.MapImage",
-                        [] { return "the image does not say its colour space; name the one that it is in"; });
+                        [] { return "the image does not name its colour space; pass the one that it has"; });
     for (const std::string& space : {from, target})
-        if (const auto known = library.spaces(); std::none_of(known.begin(), known.end(), [&](const std::string& each) {
+        if (const auto names = library.spaces(); std::none_of(names.begin(), names.end(), [&](const std::string& each) {
                 return strcasecmp(each.c_str(), space.c_str()) == 0;
             }))
             throw kzBecause(KZe_NOTFOUND, "ColorMapping.MapImage",
-                            [&] { return kzThereIsNo("colour space", space, known); });
+                            [&] { return kzThereIsNo("colour space", space, names); });
     const std::uint32_t components =
         PixelFormat::of(CKzUser_Image(image).Format()).value_or(PixelFormat{0, 4}).components;
-    const bool isSame = strcasecmp(from.c_str(), target.c_str()) == 0;  // only says which space it is
+    const bool isSame = strcasecmp(from.c_str(), target.c_str()) == 0;  // no conversion is needed then
     auto mapped = kzCopyImage(image, isSame && own ? 0 : components << 8U | 4U);
     if (!isSame)
         withLibrary("colour space \"" + target + "\"", [&](IPictureFiles&) {

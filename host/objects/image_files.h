@@ -32,16 +32,17 @@ public:
           m_log(std::move(log)), m_monitors(std::move(monitors)), m_files(std::move(files)) {}
 
     // Reads an image file: the host's own formats natively, others with the first loader that recognises them. Throws
-    // NOTFOUND if there is no such file, NOTSUPPORTED if no loader recognises it, and the code of a loader that fails. The
-    // monitor may be null.
+    // NOTFOUND if there is no such file, NOTSUPPORTED if no loader recognises it, and the code of a loader that fails.
+    // The monitor may be null.
     CHostRef<CImage> load(const std::string& path, IKzUnknown* monitor) const;
-    // Writes a file with the named saver or, without a name, with the saver for the file's extension. NOTSUPPORTED if there
-    // is none. The file is replaced only if saving succeeds.
+    // Writes a file with the named saver or, without a name, with the saver for the file's extension. NOTSUPPORTED if
+    // there is none. The file is replaced only if saving succeeds.
     KzResult save(IKzUnknown* image, const std::string& path, const std::string& saver, IKzUnknown* monitor) const;
 
-    // What a file says beside its pixels: NOTFOUND when it says nothing of the kind.
+    // A field of the file's metadata: NOTFOUND if there is none of that name.
     std::string fact(const std::string& path, const std::string& key) const;
-    // The image in another colour space, in single floats; by a null source, from the one that its file says.
+    // Converts the image to another colour space, in single floats. A null source stands for the one that its file
+    // names.
     CHostRef<CImage> inSpace(IKzUnknown* image, const char* source, const std::string& target) const;
     std::vector<std::string> spaces() const;
 
@@ -50,7 +51,7 @@ private:
     CHostRef<CImage> loadOwn(const PictureFormat& format, const std::string& path) const;
     KzResult saveOwn(const PictureFormat& format, IKzUnknown* image, const std::string& path,
                      const std::string& file) const;
-    // Runs work of the library, and tells why it failed.
+    // Runs work of the library, and logs the reason for a failure.
     void withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const;
     std::function<void(const std::string& text)> notes(const std::string& path) const;
     CHostRef<CImage> loadServed(const std::string& path, IKzUnknown* monitor) const;

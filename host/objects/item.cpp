@@ -113,10 +113,10 @@ KzResult CItem::item_SetParent(IKzUnknown* parent, std::int32_t position) {
     CItem* newParent = parent != nullptr ? kzOwn<CItem>(parent).object() : nullptr;
     if (m_type.number == KZiITYPE_ROOT || (newParent != nullptr && !newParent->isIn(scene()))) return KZe_INVALIDARG;
     if (newParent != nullptr && (newParent == this || isAbove(*newParent))) return KZeGRAPH_CYCLIC;
-    std::vector<CItem*>& left = siblings();
+    std::vector<CItem*>& oldSiblings = siblings();
     std::vector<CItem*>& newSiblings = newParent != nullptr ? newParent->m_children : scene().roots();
     newSiblings.reserve(newSiblings.size() + 1);  // from here on nothing can fail
-    std::erase(left, this);
+    std::erase(oldSiblings, this);
     const bool appends = position < 0 || static_cast<std::size_t>(position) > newSiblings.size();
     newSiblings.insert(appends ? newSiblings.end() : newSiblings.begin() + position, this);
     m_parent = newParent;

@@ -86,7 +86,7 @@ KzResult CMesh::mesh_BoundingBox(std::int32_t mark, KzBounds* box) {
     bool isEmpty = true;
     KzBounds bounds{};
     for (const MeshPoint& point : data.points) {
-        if (!kzIsMeant(point.marks, mark)) continue;
+        if (!kzMatchesMarks(point.marks, mark)) continue;
         if (std::exchange(isEmpty, false)) bounds = {point.position, point.position};
         for (const double coordinate : point.position.v)
             if (!std::isfinite(coordinate)) return KZeINFINITE_BOUND;
@@ -125,7 +125,7 @@ double CMesh::mesh_Volume() {
 }
 
 KzResult CMesh::mesh_AddPoint(const KzVector3* position, KzElementId* point) {
-    *point = data.addPoint(kzGiven(position)).id;
+    *point = data.addPoint(kzNotNull(position)).id;
     return KZe_OK;
 }
 
@@ -173,7 +173,7 @@ KzResult CMesh::mesh_Reserve(std::int32_t points, std::int32_t polygons, std::in
 }
 
 KzResult CMesh::mesh_RemovePoints(std::int32_t mark) {
-    data.removePoints([mark](const MeshPoint& point) { return kzIsMeant(point.marks, mark); });
+    data.removePoints([mark](const MeshPoint& point) { return kzMatchesMarks(point.marks, mark); });
     return KZe_OK;
 }
 
@@ -181,8 +181,8 @@ KzResult CMesh::mesh_RemovePoints(std::int32_t mark) {
 KzResult CMesh::mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) {
     std::set<KzElementId> touched;
     for (const MeshPolygon& polygon : data.polygons)
-        if (kzIsMeant(polygon.marks, mark)) touched.insert(polygon.points.begin(), polygon.points.end());
-    data.removePolygons([mark](const MeshPolygon& polygon) { return kzIsMeant(polygon.marks, mark); });
+        if (kzMatchesMarks(polygon.marks, mark)) touched.insert(polygon.points.begin(), polygon.points.end());
+    data.removePolygons([mark](const MeshPolygon& polygon) { return kzMatchesMarks(polygon.marks, mark); });
     if (keepPoints == 0)
         data.removePoints(
             [&](const MeshPoint& point) { return touched.contains(point.id) && data.cornersAt(point.id).empty(); });
@@ -219,18 +219,18 @@ KzResult CMesh::mesh_Merge(IKzUnknown* other, std::uint32_t flags) {
 KzResult CMesh::mesh_MergeWithTransform(IKzUnknown* other, const KzMatrix4* xfrm, std::uint32_t flags) {
     const auto source = kzOwn<CMesh>(other);
     CMeshData merged = data;
-    kzMergeMesh(merged, source->data, kzGiven(xfrm), flags);
+    kzMergeMesh(merged, source->data, kzNotNull(xfrm), flags);
     data = std::move(merged);
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_Transform(const KzMatrix4* xfrm, std::int32_t mark) {
-    const KzMatrix4& matrix = kzGiven(xfrm);
+    const KzMatrix4& matrix = kzNotNull(xfrm);
     for (MeshPoint& point : data.points)
-        if (kzIsMeant(point.marks, mark)) point.position = kzPlace(point.position, matrix);
+        if (kzMatchesMarks(point.marks, mark)) point.position = kzPlace(point.position, matrix);
     for (MeshMapData& map : data.maps)
         for (auto& [place, values] : map.values)
-            if (map.type == KZi_MAPTYPE_NORMAL && kzIsMeant(data.points.at(place.first).marks, mark))
+            if (map.type == KZi_MAPTYPE_NORMAL && kzMatchesMarks(data.points.at(place.first).marks, mark))
                 kzTurnNormal(values, matrix);
     data.changed(KZfMESHEDIT_POSITION);
     return KZe_OK;
@@ -238,7 +238,7 @@ KzResult CMesh::mesh_Transform(const KzMatrix4* xfrm, std::int32_t mark) {
 
 KzResult CMesh::mesh_Flip(std::int32_t mark) {
     for (MeshPolygon& polygon : data.polygons)
-        if (kzIsMeant(polygon.marks, mark)) std::reverse(polygon.points.begin() + 1, polygon.points.end());
+        if (kzMatchesMarks(polygon.marks, mark)) std::reverse(polygon.points.begin() + 1, polygon.points.end());
     data.changed(KZfMESHEDIT_VERTICES);
     return KZe_OK;
 }
@@ -276,7 +276,7 @@ KzResult CMesh::mesh_SetMarks(std::int32_t elements, std::int32_t set, std::int3
 bool CMesh::mesh_AnyMarked(std::int32_t elements, std::int32_t mark) {
     const auto any = [&](auto& table) {
         return std::any_of(table.begin(), table.end(),
-                           [&](const auto& element) { return kzIsMeant(element.marks, mark); });
+                           [&](const auto& element) { return kzMatchesMarks(element.marks, mark); });
     };
     switch (elements) {
     case KZiMESHELT_POINT: return any(data.points);

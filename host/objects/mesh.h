@@ -60,7 +60,7 @@ public:
     KzResult mesh_Item(IKzUnknown** item) override;
 
 private:
-    // Throws what is wrong with a caller's buffer for the positions of these points.
+    // Throws a code if a caller's buffer for the positions of these points is unsuitable.
     void checkPoints(std::uint32_t first, std::uint32_t count, const double* positions) const;
 
     int m_openEdits = 0;

@@ -1,5 +1,5 @@
-// The base of cursors: a cursor stands at one element of a mesh at a time, owns a reference to the mesh, and survives the
-// removal of its element.
+// The base of cursors: a cursor stands at one element of a mesh at a time, owns a reference to the mesh, and survives
+// the removal of its element.
 #pragma once
 
 #include "host/objects/arguments.h"
@@ -47,8 +47,8 @@ protected:
     KzResult next() { return moveToIndex(static_cast<std::uint32_t>(table().indexOf(m_id) + 1)); }
     KzResult giveMesh(IKzUnknown** mesh) const { return m_mesh.get(mesh); }
 
-    // The visitor may change the mesh, move the cursor or release it: the elements are listed at the start, removed ones are
-    // skipped, and a reference keeps the cursor alive.
+    // The visitor may change the mesh, move the cursor or release it: the elements are listed at the start, removed
+    // ones are skipped, and a reference keeps the cursor alive.
     template <class Test> KzResult visit(IKzUnknown* visitor, Test test) {
         const CKzUser_Visitor asVisitor(visitor);
         if (!asVisitor) return KZe_INVALIDARG;
@@ -64,11 +64,11 @@ protected:
         return KZe_OK;
     }
     KzResult visitMarked(std::int32_t mark, IKzUnknown* visitor) {
-        return visit(visitor, [mark](const Element& element) { return kzIsMeant(element.marks, mark); });
+        return visit(visitor, [mark](const Element& element) { return kzMatchesMarks(element.marks, mark); });
     }
 
     std::int32_t marks() const { return hereOrNull() != nullptr ? hereOrNull()->marks : 0; }
-    bool testMarks(std::int32_t mark) const { return hereOrNull() != nullptr && kzIsMeant(marks(), mark); }
+    bool testMarks(std::int32_t mark) const { return hereOrNull() != nullptr && kzMatchesMarks(marks(), mark); }
     KzResult setMarks(std::int32_t set, std::int32_t clear) {
         Element& element = here();
         element.marks = (element.marks & ~clear) | set;
@@ -81,5 +81,26 @@ private:
     CMeshData& m_data;
     KzElementId m_id;
 };
+
+// What all cursors answer alike. The names of operations begin with their interface's prefix, so no base can override
+// them.
+#define KZ_CURSOR_OPERATIONS(prefix)                                                                                   \
+    using CMeshCursor::CMeshCursor;                                                                                    \
+    using CMeshCursor::table;                                                                                          \
+    KzResult prefix##_MoveTo(KzElementId element) override { return moveTo(element); }                                 \
+    KzResult prefix##_MoveToIndex(std::uint32_t index) override { return moveToIndex(index); }                         \
+    bool prefix##_IsAt() override { return isAt(); }                                                                   \
+    KzElementId prefix##_Id() override { return id(); }                                                                \
+    KzResult prefix##_Mesh(IKzUnknown** mesh) override { return giveMesh(mesh); }
+
+// As above, for elements that users select.
+#define KZ_MARKED_ELEMENT_OPERATIONS(prefix)                                                                           \
+    std::uint32_t prefix##_Index() override { return index(); }                                                        \
+    KzResult prefix##_Enumerate(std::int32_t mark, IKzUnknown* visitor) override {                                     \
+        return visitMarked(mark, visitor);                                                                             \
+    }                                                                                                                  \
+    std::int32_t prefix##_Marks() override { return marks(); }                                                         \
+    KzResult prefix##_SetMarks(std::int32_t set, std::int32_t clear) override { return setMarks(set, clear); }         \
+    bool prefix##_TestMarks(std::int32_t mark) override { return testMarks(mark); }
 
 }  // namespace kzhost

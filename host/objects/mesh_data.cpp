@@ -122,9 +122,9 @@ MeshPolygon& CMeshData::addPolygon(std::int32_t type, std::vector<KzElementId> c
     MeshPolygon polygon;
     polygon.type = type;
     polygon.points = std::move(corners);
-    MeshPolygon& added = polygons.add(std::move(polygon));
+    MeshPolygon& result = polygons.add(std::move(polygon));
     changed(KZfMESHEDIT_POLYGONS | KZfMESHEDIT_VERTICES);
-    return added;
+    return result;
 }
 
 MeshMapData* CMeshData::findMap(std::int32_t type, std::string_view name) {

@@ -53,7 +53,7 @@ struct MeshMapData {
     std::map<Place, std::vector<float>> values;
     KzElementId id = nullptr;
 
-    // What the point has as a corner of the polygon, or else by itself; null when it has nothing.
+    // The value of the point as a corner of the polygon, or else of the point itself; null if it has neither.
     const std::vector<float>* find(KzElementId point, KzElementId polygon) const;
 };
 
@@ -76,7 +76,7 @@ public:
 
     MeshPoint& addPoint(const KzVector3& position);
     MeshPolygon& addPolygon(std::int32_t type, std::vector<KzElementId> corners);
-    // Throws what is wrong with the corners of a polygon of that type.
+    // Throws a code if a polygon of that type cannot have these corners.
     void checkCorners(std::int32_t type, const std::vector<KzElementId>& corners) const;
     MeshMapData& addMap(std::int32_t type, const std::string& name, std::uint32_t dimension, std::uint32_t flags);
     MeshMapData* findMap(std::int32_t type, std::string_view name);
@@ -106,7 +106,7 @@ public:
     KzVector3 centerOf(const MeshPolygon& polygon);
     double areaOf(const MeshPolygon& polygon) { return kzLength(normalOf(polygon)) / 2; }
 
-    // Counts a change of those kinds; edges are found anew after a change of the topology.
+    // Records changes of those kinds; after a change of the topology the edges are computed anew.
     void changed(std::uint32_t changes);
     std::uint32_t serial(std::uint32_t changes) const;
 
@@ -147,6 +147,6 @@ const MeshMapType* kzFindMapType(std::int32_t type) noexcept;
 std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points);
 
 // True if an element with these marks is selected by `wanted`; 0 selects all elements.
-inline bool kzIsMeant(std::int32_t marks, std::int32_t wanted) { return wanted == 0 || (marks & wanted) != 0; }
+inline bool kzMatchesMarks(std::int32_t marks, std::int32_t mask) { return mask == 0 || (marks & mask) != 0; }
 
 }  // namespace kzhost

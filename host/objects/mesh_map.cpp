@@ -28,14 +28,14 @@ MeshMapData& mapAt(CMeshData& data, KzElementId map, const MeshMapData::Place& p
 KzResult kzReadMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, float* values) {
     const auto* source = mapAt(data, map, place).find(place.first, place.second);
     if (source == nullptr) return KZe_NOTFOUND;
-    std::copy(source->begin(), source->end(), &kzGiven(values));
+    std::copy(source->begin(), source->end(), &kzNotNull(values));
     return KZe_OK;
 }
 
 KzResult kzWriteMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, const float* values) {
     MeshMapData& target = mapAt(data, map, place);
     if (place.second != nullptr && (target.flags & KZfMESHMAP_CORNER) == 0) return KZe_NOTSUPPORTED;
-    target.values[place].assign(&kzGiven(values), &kzGiven(values) + target.dimension);
+    target.values[place].assign(&kzNotNull(values), &kzNotNull(values) + target.dimension);
     data.changed(KZfMESHEDIT_MAPVALUES);
     return KZe_OK;
 }
@@ -128,16 +128,16 @@ KzResult CMeshMap::meshmap_SetValue(KzElementId point, KzElementId polygon, floa
 
 KzResult CMeshMap::meshmap_SetAll(float* values, std::int32_t mark) {
     MeshMapData& map = here();
-    const std::vector<float> value(&kzGiven(values), &kzGiven(values) + map.dimension);
+    const std::vector<float> value(&kzNotNull(values), &kzNotNull(values) + map.dimension);
     for (const MeshPoint& point : data().points)
-        if (kzIsMeant(point.marks, mark)) map.values[{point.id, nullptr}] = value;
+        if (kzMatchesMarks(point.marks, mark)) map.values[{point.id, nullptr}] = value;
     data().changed(KZfMESHEDIT_MAPVALUES);
     return KZe_OK;
 }
 
 KzResult CMeshMap::meshmap_Scale(float factor, std::int32_t mark) {
     for (auto& [place, values] : here().values)
-        if (kzIsMeant(data().points.at(place.first).marks, mark))
+        if (kzMatchesMarks(data().points.at(place.first).marks, mark))
             for (float& value : values) value *= factor;
     data().changed(KZfMESHEDIT_MAPVALUES);
     return KZe_OK;

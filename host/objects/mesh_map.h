@@ -8,19 +8,13 @@ namespace kzhost {
 class CMeshMap final : public CHosted<"mesh map", CMeshMap, CKzIfc_MeshMap>, public CMeshCursor<CMeshMap, MeshMapData> {
 public:
     static CElementTable<MeshMapData>& table(CMeshData& data) { return data.maps; }
-    using CMeshCursor::CMeshCursor;
-    using CMeshCursor::table;
+    KZ_CURSOR_OPERATIONS(meshmap)
 
-    KzResult meshmap_MoveTo(KzElementId map) override { return moveTo(map); }
-    KzResult meshmap_MoveToIndex(std::uint32_t index) override { return moveToIndex(index); }
     KzResult meshmap_MoveToName(std::int32_t type, const char* name) override;
     KzResult meshmap_Enumerate(std::int32_t type, IKzUnknown* visitor) override;
-    bool meshmap_IsAt() override { return isAt(); }
-    KzElementId meshmap_Id() override { return id(); }
     std::int32_t meshmap_Type() override { return isAt() ? here().type : 0; }
     KzResult meshmap_Name(const char** name) override;
     KzResult meshmap_SetName(const char* name) override;
-    KzResult meshmap_Mesh(IKzUnknown** mesh) override { return giveMesh(mesh); }
     std::uint32_t meshmap_Dimension() override { return isAt() ? here().dimension : 0; }
     std::uint32_t meshmap_Flags() override { return isAt() ? here().flags : 0; }
     KzResult meshmap_SetFlags(std::uint32_t mask, std::uint32_t flags) override;
@@ -39,7 +33,7 @@ public:
     KzResult meshmap_Range(std::int32_t component, float* minimum, float* maximum) override;
 };
 
-// Reading and writing map values at a place that the mesh must have; NOTFOUND where there is no map or value.
+// Read, write and clear the value of a map at a point or corner. NOTFOUND if there is no such map, place or value.
 KzResult kzReadMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, float* values);
 KzResult kzWriteMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place, const float* values);
 KzResult kzClearMapValue(CMeshData& data, KzElementId map, MeshMapData::Place place);

@@ -53,9 +53,9 @@ void CMerge::addPoint(const MeshPoint& point) {
             return;
         }
     }
-    MeshPoint added{.position = position, .marks = point.marks};
-    if (has(KZfMESHMERGE_POINT_SELECT)) added.marks |= select;
-    m_points[point.id] = m_target.points.add(added).id;
+    MeshPoint copy{.position = position, .marks = point.marks};
+    if (has(KZfMESHMERGE_POINT_SELECT)) copy.marks |= select;
+    m_points[point.id] = m_target.points.add(copy).id;
 }
 
 // Without a flag for any type, all types are merged.
@@ -71,16 +71,16 @@ void CMerge::addPolygon(const MeshPolygon& polygon) {
     for (KzElementId point : polygon.points) corners.push_back(m_points.at(point));
     // A mirroring matrix would turn polygons inside out.
     if (has(KZf_MESHMERGE_POLY_FLIP) != (kzTurnDeterminant(m_matrix) < 0)) std::reverse(corners.begin(), corners.end());
-    MeshPolygon& added = m_target.addPolygon(polygon.type, std::move(corners));
-    added.marks = polygon.marks;
-    if (has(KZf_MESHMERGE_POLY_SELECT)) added.marks |= select;
+    MeshPolygon& copy = m_target.addPolygon(polygon.type, std::move(corners));
+    copy.marks = polygon.marks;
+    if (has(KZf_MESHMERGE_POLY_SELECT)) copy.marks |= select;
     for (const auto& [type, tag] : polygon.tags) {
         const bool isKept = (type == KZi_PTAG_SURFACE && has(KZf_MESHMERGE_POLY_MATERIAL)) ||
                             (type == KZi_PTAG_PIECE && has(KZf_MESHMERGE_POLY_PART)) ||
                             (type == KZi_PTAG_SET && has(KZf_MESHMERGE_POLY_SETS));
-        if (isKept) added.tags[type] = tag;
+        if (isKept) copy.tags[type] = tag;
     }
-    m_polygons[polygon.id] = added.id;
+    m_polygons[polygon.id] = copy.id;
 }
 
 void CMerge::addMap(const MeshMapData& map) {
@@ -100,8 +100,8 @@ void CMerge::addValues(const MeshMapData& from, MeshMapData& to) {
         if (point == m_points.end() || (isCorner && (!has(KZf_MESHMERGE_POLY_MAPS) || polygon == m_polygons.end())))
             continue;
         if (!isCorner && !has(KZfMESHMERGE_POINT_MAPS | KZfMESHMERGE_POINT_NEWMAPS)) continue;
-        auto& added = to.values[{point->second, isCorner ? polygon->second : nullptr}] = value;
-        if (from.type == KZi_MAPTYPE_NORMAL) kzTurnNormal(added, m_matrix);
+        auto& target = to.values[{point->second, isCorner ? polygon->second : nullptr}] = value;
+        if (from.type == KZi_MAPTYPE_NORMAL) kzTurnNormal(target, m_matrix);
     }
 }
 

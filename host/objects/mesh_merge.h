@@ -1,4 +1,4 @@
-// Bringing the elements of one mesh into another.
+// Merges one mesh into another.
 #pragma once
 
 #include "host/objects/mesh_data.h"
@@ -7,14 +7,14 @@
 
 namespace kzhost {
 
-// Brings the elements of one mesh into another, by the flags of a merge.
+// Adds the elements of one mesh to another, by the flags of a merge.
 void kzMergeMesh(CMeshData& target, const CMeshData& source, const KzMatrix4& matrix, std::uint32_t flags);
 
 // The flags of a merge that leaves nothing out and changes nothing.
 inline constexpr std::uint32_t kzMergeEverything = KZfMESHMERGE_POINT_MAPS | KZfMESHMERGE_POINT_NEWMAPS |
                                                    KZf_MESHMERGE_POLY_MATERIAL | KZf_MESHMERGE_POLY_PART |
                                                    KZf_MESHMERGE_POLY_SETS | KZf_MESHMERGE_POLY_MAPS;
-// A stored normal goes with what it stands on.
+// Transforms a normal.
 void kzTurnNormal(std::vector<float>& values, const KzMatrix4& matrix);
 
 }  // namespace kzhost

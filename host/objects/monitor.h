@@ -1,4 +1,4 @@
-// A progress monitor, as a task holds it.
+// A progress monitor of a task.
 #pragma once
 
 #include "host/core/object.h"
@@ -26,7 +26,7 @@ private:
 
     std::shared_ptr<CMonitorBoard> m_board;
     MonitorState m_state;
-    std::uint32_t m_formerAborts = CMonitorBoard::aborts();  // of which this task knows nothing
+    std::uint32_t m_formerAborts = CMonitorBoard::aborts();  // those before this task began
 };
 
 }  // namespace kzhost

@@ -1,4 +1,4 @@
-// The formats of picture files that the host reads and writes itself, and the library that does it.
+// The formats of picture files that the host itself reads and writes, and the library that does the work.
 #include "host/objects/picture_library.h"
 
 #include "host/core/reasons.h"
@@ -42,23 +42,23 @@ constexpr PictureFormat formats[] = {
 };
 
 template <class Test> const PictureFormat* find(Test test) {
-    const auto* const found = std::find_if(std::begin(formats), std::end(formats), test);
-    return found != std::end(formats) ? found : nullptr;
+    const auto* const format = std::find_if(std::begin(formats), std::end(formats), test);
+    return format != std::end(formats) ? format : nullptr;
 }
 
 bool holds(std::uint32_t set, std::uint32_t number) { return (set >> number & 1U) != 0; }
 
-// The first larger one keeps everything; where there is none, the largest keeps most.
-std::uint32_t nearest(std::uint32_t set, std::uint32_t wanted) {
-    for (std::uint32_t number = wanted; number <= 4; ++number)
+// The next larger number loses nothing; if there is none, the largest loses the least.
+std::uint32_t nearest(std::uint32_t set, std::uint32_t number) {
+    for (; number <= 4; ++number)
         if (holds(set, number)) return number;
     return static_cast<std::uint32_t>(std::bit_width(set)) - 1;
 }
 
 // Bytes are exact as half floats, integers of 16 bits only as single ones, and half floats nearest to those in 16 bits.
-std::uint32_t kindFor(std::uint32_t kinds, std::uint32_t wanted) {
-    if (holds(kinds, wanted)) return wanted;
-    return wanted == 2 && holds(kinds, 4) ? 4 : nearest(kinds, wanted);
+std::uint32_t kindFor(std::uint32_t kinds, std::uint32_t kind) {
+    if (holds(kinds, kind)) return kind;
+    return kind == 2 && holds(kinds, 4) ? 4 : nearest(kinds, kind);
 }
 
 std::string libraryPath(const CPathAliases& files) {
@@ -91,11 +91,11 @@ const PictureFormat* kzPictureFormatFor(const std::string& saver, const std::str
 
 PixelFormat kzPixelsFor(const PictureFormat& format, const PixelFormat& image) {
     std::uint32_t components = nearest(format.components, image.components), kind = kindFor(format.kinds, image.kind());
-    if (components == 1 && kind == 3) kind = 4;  // there is no such pixel format
+    if (components == 1 && kind == 3) kind = 4;  // there is no pixel format with grey half floats
     return *PixelFormat::of(components << 8U | kind);
 }
 
-// A failure is not remembered: whoever installs what is missing need not start again.
+// A failure is not remembered, so the missing library can be installed while the program runs.
 IPictureFiles& kzPictures(const CPathAliases& files) {
     static std::mutex lock;
     static IPictureFiles* pictures = nullptr;

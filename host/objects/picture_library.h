@@ -1,4 +1,4 @@
-// The formats of picture files that the host reads and writes itself, and the library that does it.
+// The formats of picture files that the host itself reads and writes, and the library that does the work.
 #pragma once
 
 #include "host/objects/image.h"
@@ -13,22 +13,22 @@ class CPathAliases;
 class IPictureFiles;
 
 struct PictureFormat {
-    const char* name;     // as a saver's name, in any letter case
-    const char* library;  // what the library calls it
+    const char* name;     // the name of its saver, in any letter case
+    const char* library;  // its name in the library
     std::span<const std::string_view> extensions;
-    std::span<const std::string_view> marks;  // how such files begin
-    std::uint32_t components;                 // the set of those that it keeps, and likewise the kinds: 1 << number
+    std::span<const std::string_view> marks;  // the first bytes of such files
+    std::uint32_t components;  // bit set of the numbers of components that it stores, and likewise of the kinds
     std::uint32_t kinds;
 };
 
-// Null when it is none of the host's own.
+// The format of an existing file; null if it is none of these.
 const PictureFormat* kzPictureFormatOf(const std::string& path);
-// By the saver's name or, without one, by the file's. Null when it is none of the host's own.
+// The format by the saver's name or, without one, by the name of the file. Null if it is none of these.
 const PictureFormat* kzPictureFormatFor(const std::string& saver, const std::string& path);
-// The pixel format in which such a file keeps all that it can of an image.
+// The pixel format in which such a file loses the least of an image.
 PixelFormat kzPixelsFor(const PictureFormat& format, const PixelFormat& image);
 
-// Loads the library at the first call. Throws NOTAVAILABLE, and the log says what to install.
+// Loads the library in the first call. Throws NOTAVAILABLE on failure, and the log says what to install.
 IPictureFiles& kzPictures(const CPathAliases& files);
 
 }  // namespace kzhost

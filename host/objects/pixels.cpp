@@ -17,15 +17,15 @@ template <class Integer> Integer rounded(float value) {
     return value > 0 ? static_cast<Integer>(std::lround(std::min(value, 1.0F) * most)) : Integer{0};
 }
 
-// Of a half float the sign has one bit, the exponent five and the fraction ten. Scaling by a power of two does what the
-// different exponents need, denormals included.
+// A half float has one sign bit, five bits of exponent and ten of fraction. Scaling by a power of two adjusts the
+// exponent, for denormals as well.
 float fromHalf(std::uint16_t half) {
     const std::uint32_t sign = (half & 0x8000U) << 16U, rest = (half & 0x7fffU) << 13U;
     if (rest >= 0x0f800000U) return std::bit_cast<float>(sign | 0x7f800000U | (rest & 0x007fffffU));  // infinity, NaN
     return std::bit_cast<float>(sign | std::bit_cast<std::uint32_t>(std::bit_cast<float>(rest) * 0x1p112F));
 }
 
-// To the nearest, ties to even; what is too large becomes infinity.
+// Rounds to nearest, ties to even. Values that are too large become infinity.
 std::uint16_t toHalf(float value) {
     const auto bits = std::bit_cast<std::uint32_t>(value);
     const std::uint32_t sign = bits >> 16U & 0x8000U, rest = bits & 0x7fffffffU;

@@ -14,7 +14,7 @@ struct PixelFormat {
     std::uint32_t components = 0;  // 1 grey, 3 with colour, 4 with alpha
     std::uint32_t componentBytes = 0;
 
-    // 1 and 2 integers of so many bytes, 3 half floats, 4 single floats.
+    // 1 and 2 for integers of so many bytes, 3 for half floats, 4 for single floats.
     std::uint32_t kind() const { return code & static_cast<std::uint32_t>(KZmIMG_FORMAT_KIND); }
     std::size_t bytes() const { return static_cast<std::size_t>(components) * componentBytes; }
     // Nothing for formats that this host does not support.

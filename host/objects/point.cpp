@@ -20,13 +20,13 @@ KzResult CPoint::point_Position(KzFVector3* position) {
 }
 
 KzResult CPoint::point_SetPosition(const KzVector3* position) {
-    here().position = kzGiven(position);
+    here().position = kzNotNull(position);
     data().changed(KZfMESHEDIT_POSITION);
     return KZe_OK;
 }
 
 KzResult CPoint::point_Move(const KzVector3* offset) {
-    here().position = here().position + kzGiven(offset);
+    here().position = here().position + kzNotNull(offset);
     data().changed(KZfMESHEDIT_POSITION);
     return KZe_OK;
 }
@@ -94,7 +94,7 @@ KzResult CPoint::point_SetMapValue(KzElementId map, float* values) {
 KzResult CPoint::point_ClearMapValue(KzElementId map) { return kzClearMapValue(data(), map, {here().id, nullptr}); }
 
 KzResult CPoint::point_Add(const KzVector3* position, KzElementId* point) {
-    *point = data().addPoint(kzGiven(position)).id;
+    *point = data().addPoint(kzNotNull(position)).id;
     return moveTo(*point);
 }
 

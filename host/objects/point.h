@@ -10,18 +10,11 @@ namespace kzhost {
 class CPoint final : public CHosted<"point", CPoint, CKzIfc_Point>, public CMeshCursor<CPoint, MeshPoint> {
 public:
     static CElementTable<MeshPoint>& table(CMeshData& data) { return data.points; }
-    using CMeshCursor::CMeshCursor;
-    using CMeshCursor::table;
+    KZ_CURSOR_OPERATIONS(point)
+    KZ_MARKED_ELEMENT_OPERATIONS(point)
 
-    KzResult point_MoveTo(KzElementId point) override { return moveTo(point); }
-    KzResult point_MoveToIndex(std::uint32_t index) override { return moveToIndex(index); }
     KzResult point_MoveToVertex(KzElementId polygon, std::int32_t vertex) override;
     void point_Leave() override { leave(); }
-    bool point_IsAt() override { return isAt(); }
-    KzElementId point_Id() override { return id(); }
-    std::uint32_t point_Index() override { return index(); }
-    KzResult point_Mesh(IKzUnknown** mesh) override { return giveMesh(mesh); }
-    KzResult point_Enumerate(std::int32_t mark, IKzUnknown* visitor) override { return visitMarked(mark, visitor); }
     KzResult point_Next() override { return next(); }
     KzResult point_Position(KzFVector3* position) override;
     KzResult point_SetPosition(const KzVector3* position) override;
@@ -34,9 +27,6 @@ public:
     std::uint32_t point_NeighborCount() override { return point_EdgeCount(); }
     KzResult point_NeighborByIndex(std::uint32_t index, KzElementId* point) override;
     bool point_IsBoundary() override;
-    std::int32_t point_Marks() override { return marks(); }
-    KzResult point_SetMarks(std::int32_t set, std::int32_t clear) override { return setMarks(set, clear); }
-    bool point_TestMarks(std::int32_t mark) override { return testMarks(mark); }
     KzResult point_MapValue(KzElementId map, float* values) override;
     KzResult point_SetMapValue(KzElementId map, float* values) override;
     KzResult point_ClearMapValue(KzElementId map) override;

@@ -158,10 +158,10 @@ KzResult CPolygon::polygon_Add(std::int32_t type, std::uint32_t count, KzElement
 
 KzResult CPolygon::polygon_AddLike(KzElementId source, std::uint32_t count, KzElementId* points, KzElementId* polygon) {
     const std::int32_t type = data().polygons.at(source).type;
-    const KzElementId added = data().addPolygon(type, kzCorners(count, points)).id;
-    data().polygons.at(added).tags = data().polygons.at(source).tags;
-    *polygon = added;
-    return moveTo(added);
+    const KzElementId copy = data().addPolygon(type, kzCorners(count, points)).id;
+    data().polygons.at(copy).tags = data().polygons.at(source).tags;
+    *polygon = copy;
+    return moveTo(copy);
 }
 
 KzResult CPolygon::polygon_Flip() {

@@ -10,17 +10,10 @@ namespace kzhost {
 class CPolygon final : public CHosted<"polygon", CPolygon, CKzIfc_Polygon>, public CMeshCursor<CPolygon, MeshPolygon> {
 public:
     static CElementTable<MeshPolygon>& table(CMeshData& data) { return data.polygons; }
-    using CMeshCursor::CMeshCursor;
-    using CMeshCursor::table;
+    KZ_CURSOR_OPERATIONS(polygon)
+    KZ_MARKED_ELEMENT_OPERATIONS(polygon)
 
-    KzResult polygon_MoveTo(KzElementId polygon) override { return moveTo(polygon); }
-    KzResult polygon_MoveToIndex(std::uint32_t index) override { return moveToIndex(index); }
     void polygon_Leave() override { leave(); }
-    bool polygon_IsAt() override { return isAt(); }
-    KzElementId polygon_Id() override { return id(); }
-    std::uint32_t polygon_Index() override { return index(); }
-    KzResult polygon_Mesh(IKzUnknown** mesh) override { return giveMesh(mesh); }
-    KzResult polygon_Enumerate(std::int32_t mark, IKzUnknown* visitor) override { return visitMarked(mark, visitor); }
     KzResult polygon_Next() override { return next(); }
     std::int32_t polygon_Type() override { return isAt() ? here().type : 0; }
     KzResult polygon_SetType(std::int32_t type) override;
@@ -42,9 +35,6 @@ public:
     std::uint32_t polygon_TriangleCount() override;
     KzResult polygon_TriangleByIndex(std::uint32_t index, std::uint32_t* a, std::uint32_t* b,
                                      std::uint32_t* c) override;
-    std::int32_t polygon_Marks() override { return marks(); }
-    KzResult polygon_SetMarks(std::int32_t set, std::int32_t clear) override { return setMarks(set, clear); }
-    bool polygon_TestMarks(std::int32_t mark) override { return testMarks(mark); }
     KzResult polygon_Tag(std::int32_t type, const char** tag) override;
     KzResult polygon_SetTag(std::int32_t type, const char* tag) override;
     KzResult polygon_MapValue(std::int32_t vertex, KzElementId map, float* values) override;

@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 CSafeSave::CSafeSave(const std::string& target) {
     std::error_code error;
-    m_target = fs::weakly_canonical(target, error);  // a link stays a link
+    m_target = fs::weakly_canonical(target, error);  // resolves links, so that a link stays one
     if (error || m_target.filename().empty() || fs::is_directory(m_target, error)) throw KZe_NOACCESS;
     if (fs::exists(m_target, error) && !fs::is_regular_file(m_target, error)) return;
     std::string name = (m_target.parent_path() / ".kzsaveXXXXXX").string();

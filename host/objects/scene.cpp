@@ -95,12 +95,12 @@ KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
 
 // Removes the item with all its descendants.
 KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
-    const auto removed = kzOwn<CItem>(item);
-    if (!removed->isIn(*this) || removed->item_Type() == KZiITYPE_ROOT) return KZe_INVALIDARG;
-    std::vector<CItem*> subtree{removed.object()};
+    const auto top = kzOwn<CItem>(item);
+    if (!top->isIn(*this) || top->item_Type() == KZiITYPE_ROOT) return KZe_INVALIDARG;
+    std::vector<CItem*> subtree{top.object()};
     for (std::size_t i = 0; i < subtree.size(); ++i)
         for (CItem* child : subtree[i]->children()) subtree.push_back(child);
-    std::erase(removed->parent() != nullptr ? removed->parent()->children() : m_roots, removed.object());
+    std::erase(top->parent() != nullptr ? top->parent()->children() : m_roots, top.object());
     for (CItem* each : subtree) each->leave();
     std::erase_if(m_items, [this](const auto& each) { return !each->isIn(*this); });
     touch();

@@ -1,5 +1,5 @@
-// Scenes: their items by type, name and identifier, the items' channels, and the matrices of locators. One header, since
-// scenes, items and channels hand each other out.
+// Scenes: their items by type, name and identifier, the items' channels, and the matrices of locators. One header,
+// because scenes, items and channels refer to each other.
 #pragma once
 
 #include "host/objects/arguments.h"
@@ -106,7 +106,7 @@ public:
     void addChannel(ChannelInfo info);  // throws ALREADYEXISTS
     void removeChannel(const std::string& name);
     double number(const char* channelName);
-    // Sets a channel; throws the reason why it cannot be set.
+    // Sets a channel; throws a code if it cannot be set.
     void write(std::int32_t index, KzCell cell);
 
     CScene& scene() const;  // throws NOTAVAILABLE once the item is removed

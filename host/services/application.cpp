@@ -98,11 +98,6 @@ KzResult CApplication::applicationservice_Property(const char* name, const char*
 
 }  // namespace
 
-IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
-                              std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
-                              std::shared_ptr<CPropertyTable> properties) {
-    return kzMakeObject<CApplication>(std::move(context), std::move(services), std::move(queries), std::move(log),
-                                      std::move(properties));
-}
+decltype(kzMakeApplication) kzMakeApplication = kzMakeService<CApplication>;
 
 }  // namespace kzhost

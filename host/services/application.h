@@ -1,9 +1,7 @@
 // The application object: every service of the host behind one pointer.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
@@ -11,10 +9,7 @@ class CLogStore;
 class CPropertyTable;
 class CServiceRegistry;
 struct QueryEnvironment;
-struct ServiceContext;
 
-IKzUnknown* kzMakeApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
-                              std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
-                              std::shared_ptr<CPropertyTable> properties);
+extern const ServiceFactory<CServiceRegistry, const QueryEnvironment, CLogStore, CPropertyTable> kzMakeApplication;
 
 }  // namespace kzhost

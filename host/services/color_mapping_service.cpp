@@ -1,4 +1,4 @@
-// The colour mapping service: the colour spaces that files name, and images in others than they have.
+// The colour mapping service: lists the colour spaces that files name, and converts images between them.
 #include "host/services/color_mapping_service.h"
 
 #include "host/core/object.h"
@@ -51,7 +51,7 @@ public:
     KzResult colormappingservice_MapImage(IKzUnknown* image, const char* source, const char* target,
                                           IKzUnknown** mapped) override {
         enter("ColorMapping.MapImage");
-        return m_images->inSpace(image, source, &kzGiven(target)).give(mapped);
+        return m_images->inSpace(image, source, &kzNotNull(target)).give(mapped);
     }
 
 private:
@@ -60,8 +60,6 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakeColorMappingService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CImageFiles> images) {
-    return kzMakeObject<CColorMappingService>(std::move(context), std::move(images));
-}
+decltype(kzMakeColorMappingService) kzMakeColorMappingService = kzMakeService<CColorMappingService>;
 
 }  // namespace kzhost

@@ -1,15 +1,12 @@
-// The colour mapping service: the colour spaces that files name, and images in others than they have.
+// The colour mapping service: lists the colour spaces that files name, and converts images between them.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CImageFiles;
-struct ServiceContext;
 
-IKzUnknown* kzMakeColorMappingService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CImageFiles> images);
+extern const ServiceFactory<CImageFiles> kzMakeColorMappingService;
 
 }  // namespace kzhost

@@ -151,11 +151,11 @@ KzResult CCommandService::commandservice_Spawn(std::uint32_t tag, const char* na
 KzResult CCommandService::commandservice_SpawnFromString(const char* args, std::uint32_t* flags,
                                                          std::int32_t* queryIndex, IKzUnknown** command) {
     enter("Command.SpawnFromString");
-    const MarkedCommand marked = kzStripMarks(0, kzTextOf(args));
-    return reporting(marked.rest.substr(0, marked.rest.find(' ')), [&] {
+    const MarkedCommand parts = kzStripMarks(0, kzTextOf(args));
+    return reporting(parts.rest.substr(0, parts.rest.find(' ')), [&] {
         CKzUser_Command object;
-        const auto query = m_dispatcher->parse(marked.rest, object);
-        *flags = marked.flags;
+        const auto query = m_dispatcher->parse(parts.rest, object);
+        *flags = parts.flags;
         *queryIndex = query ? static_cast<std::int32_t>(*query) : KZiCMD_QUERYINDEX_NONE;
         return object.get(command);
     });
@@ -170,10 +170,10 @@ KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, 
     if (!asCommand) return KZe_INVALIDARG;
     if (kzFailed(asCommand.ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
     const CKzUser_Attributes attributes(command);
-    const std::string wanted = kzAttributeText(attributes, index);
+    const std::string onValue = kzAttributeText(attributes, index);
     const std::vector<std::string> now = kzQueryTexts(*m_types, asCommand, index);
     const std::string present = now.empty() ? std::string() : now.front();
-    const bool isOn = wanted.empty() ? !present.empty() && present != "0" && present != "false" : present == wanted;
+    const bool isOn = onValue.empty() ? !present.empty() && present != "0" && present != "false" : present == onValue;
     *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
     const char* type = nullptr;
     attributes.TypeName(index, &type);
@@ -188,10 +188,10 @@ KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, 
 KzResult CCommandService::commandservice_ProcessStringFlags(std::uint32_t flags, const char* text,
                                                             std::uint32_t* newFlags, const char** rest) {
     enter("Command.ProcessStringFlags");
-    const MarkedCommand marked = kzStripMarks(flags, kzTextOf(text));
-    if (marked.rest.empty()) return KZe_CMD_BAD_DEFINITION;
-    *newFlags = marked.flags;
-    *rest = text + (kzTextOf(text).size() - marked.rest.size());  // points into the caller's own text
+    const MarkedCommand command = kzStripMarks(flags, kzTextOf(text));
+    if (command.rest.empty()) return KZe_CMD_BAD_DEFINITION;
+    *newFlags = command.flags;
+    *rest = text + (kzTextOf(text).size() - command.rest.size());  // points into the caller's own text
     return KZe_OK;
 }
 
@@ -294,10 +294,6 @@ KzResult CCommandService::commandservice_AliasLookup(const char* alias, const ch
 
 }  // namespace
 
-IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context,
-                                 std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandState> state,
-                                 std::shared_ptr<CValueTypeRegistry> types) {
-    return kzMakeObject<CCommandService>(std::move(context), std::move(dispatcher), std::move(state), std::move(types));
-}
+decltype(kzMakeCommandService) kzMakeCommandService = kzMakeService<CCommandService>;
 
 }  // namespace kzhost

@@ -1,19 +1,14 @@
 // The command service.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CCommandDispatcher;
 class CCommandState;
 class CValueTypeRegistry;
-struct ServiceContext;
 
-IKzUnknown* kzMakeCommandService(std::shared_ptr<ServiceContext> context,
-                                 std::shared_ptr<CCommandDispatcher> dispatcher, std::shared_ptr<CCommandState> state,
-                                 std::shared_ptr<CValueTypeRegistry> types);
+extern const ServiceFactory<CCommandDispatcher, CCommandState, CValueTypeRegistry> kzMakeCommandService;
 
 }  // namespace kzhost

@@ -85,9 +85,6 @@ KzResult CDialogService::stddialogservice_MessageOpen(IKzUnknown* message, std::
 
 }  // namespace
 
-IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
-                                std::shared_ptr<CLogStore> log) {
-    return kzMakeObject<CDialogService>(std::move(context), std::move(monitors), std::move(log));
-}
+decltype(kzMakeDialogService) kzMakeDialogService = kzMakeService<CDialogService>;
 
 }  // namespace kzhost

@@ -1,17 +1,13 @@
-// The dialog service of a host without windows: messages go to the log, monitors to whoever shows them.
+// The dialog service of a host without windows: messages go to the log, and monitors to the monitor board.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CLogStore;
 class CMonitorBoard;
-struct ServiceContext;
 
-IKzUnknown* kzMakeDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
-                                std::shared_ptr<CLogStore> log);
+extern const ServiceFactory<CMonitorBoard, CLogStore> kzMakeDialogService;
 
 }  // namespace kzhost

@@ -157,9 +157,9 @@ KzResult CFileService::fileservice_AliasByIndex(std::uint32_t index, const char*
 
 KzResult CFileService::fileservice_AliasSet(const char* name, const char* path) {
     enter("File.AliasSet");
-    const std::string_view wanted = kzTextOf(name);
-    if (wanted.empty() || wanted.find_first_of(":/") != std::string_view::npos) return KZe_INVALIDARG;
-    m_files->setAlias(std::string(wanted), kzString(path));
+    const std::string_view alias = kzTextOf(name);
+    if (alias.empty() || alias.find_first_of(":/") != std::string_view::npos) return KZe_INVALIDARG;
+    m_files->setAlias(std::string(alias), kzString(path));
     return KZe_OK;
 }
 
@@ -186,8 +186,8 @@ std::string CFileService::freeName(const fs::path& folder, const std::string& st
 KzResult CFileService::fileservice_UniqueName(const char* path, const char* extension, char* buffer,
                                               std::uint32_t length) {
     enter("File.UniqueName");
-    const fs::path wanted = m_files->place(path);
-    return kzFillText(freeName(wanted.parent_path(), wanted.filename().string(), kzString(extension)), buffer, length);
+    const fs::path target = m_files->place(path);
+    return kzFillText(freeName(target.parent_path(), target.filename().string(), kzString(extension)), buffer, length);
 }
 
 KzResult CFileService::fileservice_TempName(const char* prefix, const char* extension, char* buffer,
@@ -220,8 +220,6 @@ KzResult CFileService::fileservice_ReadLines(const char* path, IKzUnknown* /*vis
 
 }  // namespace
 
-IKzUnknown* kzMakeFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files) {
-    return kzMakeObject<CFileService>(std::move(context), std::move(files));
-}
+decltype(kzMakeFileService) kzMakeFileService = kzMakeService<CFileService>;
 
 }  // namespace kzhost

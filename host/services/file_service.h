@@ -1,15 +1,12 @@
 // The file service: aliases, named places, and simple operations on files.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CPathAliases;
-struct ServiceContext;
 
-IKzUnknown* kzMakeFileService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files);
+extern const ServiceFactory<CPathAliases> kzMakeFileService;
 
 }  // namespace kzhost

@@ -84,8 +84,6 @@ public:
 
 }  // namespace
 
-IKzUnknown* kzMakeGuidService(std::shared_ptr<ServiceContext> context) {
-    return kzMakeObject<CGuidService>(std::move(context));
-}
+decltype(kzMakeGuidService) kzMakeGuidService = kzMakeService<CGuidService>;
 
 }  // namespace kzhost

@@ -1,14 +1,10 @@
-// The GUID service: what each identifier of the SDK is called.
+// The GUID service: the names of the SDK's identifiers.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
-struct ServiceContext;
-
-IKzUnknown* kzMakeGuidService(std::shared_ptr<ServiceContext> context);
+extern const ServiceFactory<> kzMakeGuidService;
 
 }  // namespace kzhost

@@ -192,11 +192,6 @@ KzResult CHostService::hostservice_ServerTag(const char* type, const char* name,
 
 }  // namespace
 
-IKzUnknown* kzMakeHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
-                              std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
-                              std::shared_ptr<CLogStore> log) {
-    return kzMakeObject<CHostService>(std::move(context), std::move(modules), std::move(files), std::move(listeners),
-                                      std::move(log));
-}
+decltype(kzMakeHostService) kzMakeHostService = kzMakeService<CHostService>;
 
 }  // namespace kzhost

@@ -111,9 +111,6 @@ KzResult CImageService::imageservice_Compare(IKzUnknown* first, IKzUnknown* seco
 
 }  // namespace
 
-IKzUnknown* kzMakeImageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
-                               std::shared_ptr<CImageFiles> images) {
-    return kzMakeObject<CImageService>(std::move(context), std::move(files), std::move(images));
-}
+decltype(kzMakeImageService) kzMakeImageService = kzMakeService<CImageService>;
 
 }  // namespace kzhost

@@ -49,8 +49,6 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakeListenerService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CListenerTable> listeners) {
-    return kzMakeObject<CListenerService>(std::move(context), std::move(listeners));
-}
+decltype(kzMakeListenerService) kzMakeListenerService = kzMakeService<CListenerService>;
 
 }  // namespace kzhost

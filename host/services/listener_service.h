@@ -1,15 +1,12 @@
 // The listener service.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CListenerTable;
-struct ServiceContext;
 
-IKzUnknown* kzMakeListenerService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CListenerTable> listeners);
+extern const ServiceFactory<CListenerTable> kzMakeListenerService;
 
 }  // namespace kzhost

@@ -154,9 +154,6 @@ KzResult CLogService::logservice_CreateEntryInfo(std::uint32_t level, const char
 
 }  // namespace
 
-IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
-                             std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CTextBoard> texts) {
-    return kzMakeObject<CLogService>(std::move(context), std::move(log), std::move(listeners), std::move(texts));
-}
+decltype(kzMakeLogService) kzMakeLogService = kzMakeService<CLogService>;
 
 }  // namespace kzhost

@@ -1,18 +1,14 @@
 // The log service.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CLogStore;
 class CListenerTable;
 class CTextBoard;
-struct ServiceContext;
 
-IKzUnknown* kzMakeLogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log,
-                             std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CTextBoard> texts);
+extern const ServiceFactory<CLogStore, CListenerTable, CTextBoard> kzMakeLogService;
 
 }  // namespace kzhost

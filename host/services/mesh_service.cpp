@@ -80,8 +80,6 @@ public:
 
 }  // namespace
 
-IKzUnknown* kzMakeMeshService(std::shared_ptr<ServiceContext> context) {
-    return kzMakeObject<CMeshService>(std::move(context));
-}
+decltype(kzMakeMeshService) kzMakeMeshService = kzMakeService<CMeshService>;
 
 }  // namespace kzhost

@@ -1,14 +1,10 @@
-// The mesh service: makes meshes, and tells what types of polygons and maps there are.
+// The mesh service: makes meshes, and lists the types of polygons and maps.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
-struct ServiceContext;
-
-IKzUnknown* kzMakeMeshService(std::shared_ptr<ServiceContext> context);
+extern const ServiceFactory<> kzMakeMeshService;
 
 }  // namespace kzhost

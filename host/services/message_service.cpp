@@ -66,8 +66,6 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log) {
-    return kzMakeObject<CMessageService>(std::move(context), std::move(log));
-}
+decltype(kzMakeMessageService) kzMakeMessageService = kzMakeService<CMessageService>;
 
 }  // namespace kzhost

@@ -1,15 +1,12 @@
 // The message service.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CLogStore;
-struct ServiceContext;
 
-IKzUnknown* kzMakeMessageService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CLogStore> log);
+extern const ServiceFactory<CLogStore> kzMakeMessageService;
 
 }  // namespace kzhost

@@ -120,9 +120,6 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
-                                  std::shared_ptr<CImportPaths> importPaths) {
-    return kzMakeObject<CPlatformService>(std::move(context), std::move(files), std::move(importPaths));
-}
+decltype(kzMakePlatformService) kzMakePlatformService = kzMakeService<CPlatformService>;
 
 }  // namespace kzhost

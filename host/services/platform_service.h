@@ -1,17 +1,13 @@
-// The platform service: the machine, the program, and where scripts are imported from.
+// The platform service: the machine, the program, and the import paths.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CPathAliases;
 class CImportPaths;
-struct ServiceContext;
 
-IKzUnknown* kzMakePlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
-                                  std::shared_ptr<CImportPaths> importPaths);
+extern const ServiceFactory<CPathAliases, CImportPaths> kzMakePlatformService;
 
 }  // namespace kzhost

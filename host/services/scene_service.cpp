@@ -155,8 +155,6 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakeSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes) {
-    return kzMakeObject<CSceneService>(std::move(context), std::move(scenes));
-}
+decltype(kzMakeSceneService) kzMakeSceneService = kzMakeService<CSceneService>;
 
 }  // namespace kzhost

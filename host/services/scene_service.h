@@ -1,15 +1,12 @@
-// The scene service: makes, finds and closes scenes, and knows all item types.
+// The scene service: makes, finds and closes scenes, and lists the item types.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 struct OpenScenes;
-struct ServiceContext;
 
-IKzUnknown* kzMakeSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes);
+extern const ServiceFactory<OpenScenes> kzMakeSceneService;
 
 }  // namespace kzhost

@@ -228,15 +228,16 @@ private:
 // Without a name, looks up the selected attribute.
 KzResult CScriptQuery::sq_Lookup(const char* name, std::uint32_t* index) {
     enter("ScriptQuery.Lookup");
-    const std::string_view wanted = kzTextOf(name).empty() ? std::string_view(m_selection.attribute) : kzTextOf(name);
-    if (wanted.empty()) return KZe_QUERY_NEED_SELECTION;
+    const std::string_view attribute =
+        kzTextOf(name).empty() ? std::string_view(m_selection.attribute) : kzTextOf(name);
+    if (attribute.empty()) return KZe_QUERY_NEED_SELECTION;
     for (std::uint32_t at = 0; at < m_service.attributes.size(); ++at) {
-        if (wanted != m_service.attributes[at].name) continue;
+        if (attribute != m_service.attributes[at].name) continue;
         *index = at;
         return KZe_OK;
     }
     return kzBecause(KZe_QUERY_UNKNOWN_ATTRIBUTE, "ScriptQuery.Lookup", [&] {
-        return kzThereIsNo("attribute", wanted, m_service.attributes, [](const auto& each) { return each.name; });
+        return kzThereIsNo("attribute", attribute, m_service.attributes, [](const auto& each) { return each.name; });
     });
 }
 

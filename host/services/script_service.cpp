@@ -93,12 +93,13 @@ private:
 };
 
 CHostRef<CScript> CScriptService::read(const char* name) const {
-    const std::string_view wanted = kzTextOf(name);
-    if (wanted.empty()) throw KZe_INVALIDARG;
-    const auto path = kzFindScript(*m_files, std::string(wanted));
+    const std::string_view scriptName = kzTextOf(name);
+    if (scriptName.empty()) throw KZe_INVALIDARG;
+    const auto path = kzFindScript(*m_files, std::string(scriptName));
     if (!path)
         throw kzBecause(KZe_NOTFOUND, "ScriptSys", [&] {
-            return "there is no script \"" + std::string(wanted) + "\", neither as a path nor in the folder scripts:";
+            return "there is no script \"" + std::string(scriptName) +
+                   "\", neither as a path nor in the folder scripts:";
         });
     std::string problem;
     auto script = kzReadScript(*path, problem);
@@ -131,11 +132,6 @@ KzResult CScriptService::scriptsysservice_LineInterpreterByName(const char* name
 
 }  // namespace
 
-IKzUnknown* kzMakeScriptService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CScriptRunner> scripts,
-                                std::shared_ptr<CModuleTable> modules, std::shared_ptr<CPathAliases> files,
-                                std::shared_ptr<CLogStore> log, std::shared_ptr<const QueryEnvironment> queries) {
-    return kzMakeObject<CScriptService>(std::move(context), std::move(scripts), std::move(modules), std::move(files),
-                                        std::move(log), std::move(queries));
-}
+decltype(kzMakeScriptService) kzMakeScriptService = kzMakeService<CScriptService>;
 
 }  // namespace kzhost

@@ -63,21 +63,21 @@ class CGroupWork {
 public:
     void add(IKzUnknown* job) {
         const std::lock_guard lock(m_lock);
-        m_waiting.emplace_back(job);
+        m_queue.emplace_back(job);
     }
-    std::size_t waiting() {
+    std::size_t queueLength() {
         const std::lock_guard lock(m_lock);
-        return m_waiting.size();
+        return m_queue.size();
     }
     void drop() {
-        std::deque<CKzUser_ThreadJob> dropped;
+        std::deque<CKzUser_ThreadJob> jobs;
         const std::lock_guard lock(m_lock);
-        dropped.swap(m_waiting);
+        jobs.swap(m_queue);
     }
-    std::uint32_t running() const { return m_running; }
+    std::uint32_t threadCount() const { return m_threadCount; }
 
     // Count the threads that run the jobs.
-    void enter() { ++m_running; }
+    void enter() { ++m_threadCount; }
     void leave();
     void run();
     // Waits until all running threads are themselves waiting here: a job may wait for the other jobs.
@@ -90,8 +90,8 @@ private:
 
     std::mutex m_lock;
     std::condition_variable m_changed;
-    std::deque<CKzUser_ThreadJob> m_waiting;
-    std::atomic<std::uint32_t> m_running = 0;
+    std::deque<CKzUser_ThreadJob> m_queue;
+    std::atomic<std::uint32_t> m_threadCount = 0;
     std::uint32_t m_waitingInside = 0;
 };
 
@@ -99,15 +99,15 @@ thread_local const CGroupWork* CGroupWork::theCurrent = nullptr;
 
 void CGroupWork::leave() {
     const std::lock_guard lock(m_lock);
-    --m_running;
+    --m_threadCount;
     m_changed.notify_all();
 }
 
 bool CGroupWork::take(CKzUser_ThreadJob& job) {
     const std::lock_guard lock(m_lock);
-    if (m_waiting.empty()) return false;
-    job.copy(m_waiting.front());
-    m_waiting.pop_front();
+    if (m_queue.empty()) return false;
+    job.copy(m_queue.front());
+    m_queue.pop_front();
     return true;
 }
 
@@ -126,7 +126,7 @@ void CGroupWork::wait() {
     const std::uint32_t mine = theCurrent == this ? 1 : 0;
     m_waitingInside += mine;
     m_changed.notify_all();
-    m_changed.wait(lock, [this] { return m_running <= m_waitingInside; });
+    m_changed.wait(lock, [this] { return m_threadCount <= m_waitingInside; });
     m_waitingInside -= mine;
 }
 
@@ -147,9 +147,9 @@ public:
         m_work->wait();
         return KZe_OK;
     }
-    bool threadgroup_Running() override { return m_work->running() != 0; }
+    bool threadgroup_Running() override { return m_work->threadCount() != 0; }
     std::uint32_t threadgroup_JobCount() override { return m_jobCount; }
-    std::uint32_t threadgroup_RunningCount() override { return m_work->running(); }
+    std::uint32_t threadgroup_RunningCount() override { return m_work->threadCount(); }
 
 private:
     std::shared_ptr<CJobThreads> m_threads;
@@ -166,7 +166,7 @@ KzResult CThreadGroup::threadgroup_AddJob(IKzUnknown* job) {
 }
 
 KzResult CThreadGroup::threadgroup_Execute() {
-    const std::size_t threads = std::min<std::size_t>(m_work->waiting(), processors());
+    const std::size_t threads = std::min<std::size_t>(m_work->queueLength(), processors());
     for (std::size_t started = 0; started < threads; ++started) {
         std::function<void()> run = [work = m_work] { work->run(); };
         m_work->enter();
@@ -308,8 +308,8 @@ private:
     std::shared_ptr<CJobThreads> m_jobThreads;
 };
 
-// Runs work on several threads and returns the first failure. The calling thread only waits, so it may hold any lock that
-// the work does not need.
+// Runs work on several threads and returns the first failure. The calling thread only waits, so it may hold any lock
+// that the work does not need.
 template <class Work> KzResult onThreads(std::size_t count, Work&& work) {
     std::atomic<KzResult> verdict = KZe_OK;
     std::vector<std::jthread> threads;
@@ -362,8 +362,6 @@ KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
 
 }  // namespace
 
-IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads) {
-    return kzMakeObject<CThreadService>(std::move(context), std::move(jobThreads));
-}
+decltype(kzMakeThreadService) kzMakeThreadService = kzMakeService<CThreadService>;
 
 }  // namespace kzhost

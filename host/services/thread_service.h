@@ -1,15 +1,12 @@
 // The thread service: the global lock, atomic counters, mutexes, groups of jobs and values for each thread.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CJobThreads;
-struct ServiceContext;
 
-IKzUnknown* kzMakeThreadService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CJobThreads> jobThreads);
+extern const ServiceFactory<CJobThreads> kzMakeThreadService;
 
 }  // namespace kzhost

@@ -176,10 +176,6 @@ KzResult CValueService::valueservice_ScriptQuery(IKzUnknown** query) {
 
 }  // namespace
 
-IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypeRegistry> types,
-                               std::shared_ptr<CPropertyTable> properties,
-                               std::shared_ptr<const QueryEnvironment> queries) {
-    return kzMakeObject<CValueService>(std::move(context), std::move(types), std::move(properties), std::move(queries));
-}
+decltype(kzMakeValueService) kzMakeValueService = kzMakeService<CValueService>;
 
 }  // namespace kzhost

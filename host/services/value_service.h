@@ -1,19 +1,14 @@
 // The value service: creating values, text hints, conversions and units.
 #pragma once
 
-#include <memory>
-
-class IKzUnknown;
+#include "host/services/service_factory.h"
 
 namespace kzhost {
 
 class CPropertyTable;
 class CValueTypeRegistry;
 struct QueryEnvironment;
-struct ServiceContext;
 
-IKzUnknown* kzMakeValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypeRegistry> types,
-                               std::shared_ptr<CPropertyTable> properties,
-                               std::shared_ptr<const QueryEnvironment> queries);
+extern const ServiceFactory<CValueTypeRegistry, CPropertyTable, const QueryEnvironment> kzMakeValueService;
 
 }  // namespace kzhost

@@ -46,7 +46,7 @@ void CCallWatch::watched(const char* operation) {
     const auto entry = m_faults.find(std::string_view(operation));
     if (entry == m_faults.end()) return;
     const KzResult code = entry->second.code;
-    if (entry->second.left > 0 && --entry->second.left == 0) {
+    if (entry->second.remaining > 0 && --entry->second.remaining == 0) {
         m_faults.erase(entry);
         updateWatching();
     }

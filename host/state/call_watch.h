@@ -33,7 +33,7 @@ public:
 private:
     struct Fault {
         KzResult code = 0;
-        int left = 0;
+        int remaining = 0;
     };
     void watched(const char* operation);
     void updateWatching();

@@ -15,8 +15,8 @@ std::uint32_t CCommandState::tagOf(const std::string& name) {
 
 std::optional<std::string> CCommandState::nameOf(std::uint32_t tag) const {
     const std::lock_guard lock(m_lock);
-    for (const auto& [name, known] : m_tags)
-        if (known == tag) return name;
+    for (const auto& [name, number] : m_tags)
+        if (number == tag) return name;
     return {};
 }
 
@@ -70,22 +70,22 @@ std::vector<std::string> CCommandState::history() const {
 
 std::uint32_t CCommandState::depth() const {
     const std::lock_guard lock(m_lock);
-    return static_cast<std::uint32_t>(m_running.size());
+    return static_cast<std::uint32_t>(m_runs.size());
 }
 
 std::uint32_t CCommandState::flags() const {
     const std::lock_guard lock(m_lock);
-    return m_running.empty() ? 0 : m_running.back();
+    return m_runs.empty() ? 0 : m_runs.back();
 }
 
 CCommandState::Depth::Depth(CCommandState& system, std::uint32_t flags) : m_system(system) {
     const std::lock_guard lock(system.m_lock);
-    system.m_running.push_back(flags);
+    system.m_runs.push_back(flags);
 }
 
 CCommandState::Depth::~Depth() {
     const std::lock_guard lock(m_system.m_lock);
-    m_system.m_running.pop_back();
+    m_system.m_runs.pop_back();
 }
 
 }  // namespace kzhost

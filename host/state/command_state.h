@@ -51,7 +51,7 @@ private:
     std::map<std::string, std::string> m_aliases;
     std::deque<std::string> m_history;
     std::size_t m_historyBytes = 0;
-    std::vector<std::uint32_t> m_running;
+    std::vector<std::uint32_t> m_runs;
 };
 
 }  // namespace kzhost

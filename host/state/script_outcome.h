@@ -1,4 +1,4 @@
-// How a script or console line ended, where its interpreter says more than a code.
+// How a script or console line ended, if its interpreter reports more than a code.
 #pragma once
 
 #include "kz/base/text_output.h"
@@ -10,13 +10,13 @@ namespace kzhost {
 struct ScriptOutcome {
     enum class Kind { unknown, exit, interrupted, reported };
     Kind kind = Kind::unknown;
-    // Of an exit:
+    // For an exit:
     KzResult code = 0;
-    bool isCode = true;  // the text holds the code
+    bool isCode = true;  // whether the text starts with a code
     std::string text;    // a code, a message after a colon, or both
 };
 
-// The part of an object that hears it.
+// The part of an object that receives the outcome.
 class CScriptOutcomeListener : public CKzImpl_ScriptOutcome {
 public:
     KzResult scriptoutcome_Exit(std::uint32_t code, bool isCode, const char* text) override {

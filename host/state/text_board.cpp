@@ -22,8 +22,8 @@ constexpr std::array<std::pair<TextOrigin, std::string_view>, 7> names = {{{Text
 }  // namespace
 
 TextOrigin kzOriginOf(std::string_view name) noexcept {
-    const auto* found = std::find_if(names.begin(), names.end(), [=](const auto& row) { return row.second == name; });
-    return found != names.end() ? found->first : TextOrigin::host;
+    const auto* row = std::find_if(names.begin(), names.end(), [=](const auto& row) { return row.second == name; });
+    return row != names.end() ? row->first : TextOrigin::host;
 }
 
 std::string_view kzOriginName(TextOrigin origin) noexcept { return names[static_cast<std::size_t>(origin)].second; }

@@ -1,4 +1,4 @@
-// Text that modules print, as it was written, and whoever shows it.
+// The text that modules print, and the callback that shows it.
 #pragma once
 
 #include "kz/base/types.h"
@@ -9,7 +9,7 @@
 
 namespace kzhost {
 
-// Who wrote a text or an entry of the log. `host` stands for whoever does not say.
+// The origin of a text or of a log entry; `host` if it does not name one.
 enum class TextOrigin { host, module, report, startup, script, output, error };
 
 TextOrigin kzOriginOf(std::string_view name) noexcept;
@@ -18,14 +18,14 @@ std::string_view kzOriginName(TextOrigin origin) noexcept;
 struct TextPiece {
     TextOrigin origin = TextOrigin::output;
     KzResult level = 0;
-    std::string_view text;  // without an end of its own
-    bool isFlush = false;   // no text: what came before is to be seen now
+    std::string_view text;  // not NUL-terminated
+    bool isFlush = false;   // no text: show everything that came before
 };
 
-// Where nobody shows text it is only kept in the log.
+// Without a viewer, text is only kept in the log.
 class CTextBoard {
 public:
-    // Answers the system's number of why the text could not be written, or 0.
+    // Returns the errno of a failed write, or 0.
     using Viewer = std::function<int(const TextPiece&)>;
     void setViewer(Viewer viewer) { m_viewer = std::move(viewer); }
     int show(const TextPiece& piece) const { return m_viewer ? m_viewer(piece) : 0; }

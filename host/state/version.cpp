@@ -1,4 +1,4 @@
-// Who this host is, and where its user's files are.
+// The host's name and version, and the folder of its user's files.
 #include "host/state/version.h"
 
 #include <cstdlib>

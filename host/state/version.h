@@ -1,4 +1,4 @@
-// Who this host is, and where its user's files are.
+// The host's name and version, and the folder of its user's files.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ inline constexpr std::uint32_t kzHostBuild = 1;
 
 // The value of an environment variable; empty when it is not set.
 std::string kzEnvironment(const std::string& name);
-// Where the user's own settings and scripts are; empty when there is no home.
+// The folder of the user's settings and scripts; empty if there is no home.
 std::string kzConfigFolder();
 
 }  // namespace kzhost

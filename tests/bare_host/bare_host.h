@@ -18,7 +18,7 @@ protected:
     static void appendTo(CKzGenericPolymorph& polymorph) { (polymorph.append(kzMakeRecord<Interfaces<Self>>()), ...); }
 };
 
-// What a failing operation leaves in its object output. Whoever touches it believed a failure.
+// What a failing operation leaves in its object output: using it ignores the failure.
 class CTrap final : public IKzUnknown {
 public:
     KzResult QueryInterface(const KzGuid*, void**) override { return ++touches, kzNoInterface; }
@@ -55,7 +55,7 @@ public:
     void unload();
     void* library = nullptr;
     CKzLoc_Unknown module;
-    KzResult refusal = kzOk;  // what the module answered to its host
+    KzResult refusal = kzOk;  // the module's answer to its host
 
     // One of the plug-in's servers.
     KzResult spawn(const KzGuid& iid, CKzLoc_Unknown& server) const;

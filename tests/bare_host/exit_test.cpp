@@ -18,14 +18,14 @@ using namespace std::chrono_literals;
 
 void nap(std::chrono::milliseconds time = 50ms) { std::this_thread::sleep_for(time); }
 
-// The process ends, and takes its time: its own handler runs when all those of the plug-in have run.
+// Ends the process slowly: this handler runs after all those of the plug-in.
 void slowExit() { nap(); }
 
 template <class Condition> void waitFor(Condition&& condition) {
     while (!condition()) nap(1ms);
 }
 
-// Threads that use Python, and go on doing so whatever it answers.
+// Threads that keep using Python, whatever it answers.
 void keepCalling(CBareHost& host, bool isLoaded) {
     static std::atomic<int> begun;
     for (int index = 0; index < 3; ++index)
@@ -43,7 +43,7 @@ void keepCalling(CBareHost& host, bool isLoaded) {
 
 }  // namespace
 
-TEST(exit, is_survived_by_threads_that_are_inside) {
+TEST(ExitTest, IsSurvivedByThreadsThatAreInside) {
     kzInChild("never unloaded", [] {
         std::atexit(slowExit);
         auto& host = *new CBareHost();
@@ -53,7 +53,7 @@ TEST(exit, is_survived_by_threads_that_are_inside) {
     });
 }
 
-TEST(exit, does_not_call_a_host_that_has_gone) {
+TEST(ExitTest, DoesNotCallAHostThatHasGone) {
     kzInChild("never unloaded", [] {
         kzEndsWithLiveObjects();
         auto& host = *new CBareHost();
@@ -63,7 +63,7 @@ TEST(exit, does_not_call_a_host_that_has_gone) {
     });
 }
 
-TEST(exit, registers_nothing_to_run_then) {
+TEST(ExitTest, RegistersNothingToRunThen) {
     const auto lines = [](const char* command) {
         std::string text;
         FILE* pipe = popen(command, "r");
@@ -78,7 +78,7 @@ TEST(exit, registers_nothing_to_run_then) {
     EXPECT_EQ(used.find("atexit"), std::string::npos) << used.substr(used.find("atexit"), 40);
 }
 
-TEST(unload, gives_up_when_python_does_not_finish_starting) {
+TEST(UnloadTest, GivesUpWhenPythonDoesNotFinishStarting) {
     const CTestFolder folder;
     folder.write("servers/slow.py", "import time\ntime.sleep(1000)\n");
     kzInChild("a server file that waits", [&] {
@@ -109,7 +109,7 @@ TEST(unload, gives_up_when_python_does_not_finish_starting) {
     });
 }
 
-TEST(unload, says_who_is_inside_when_it_gives_up) {
+TEST(UnloadTest, SaysWhoIsInsideWhenItGivesUp) {
     kzInChild("a script that waits", [] {
         std::atexit(slowExit);
         auto& host = *new CBareHost();
@@ -126,11 +126,11 @@ TEST(unload, says_who_is_inside_when_it_gives_up) {
 // Every kind of object of ours, dropped by a daemon thread while the interpreter ends: whatever runs Python code then
 // gives it the lock, and it takes the next object from its list. Whoever holds the main thread up there (the host that
 // is given a monitor back) does the same.
-TEST(unload, is_proof_against_what_other_threads_drop_meanwhile) {
+TEST(UnloadTest, IsProofAgainstWhatOtherThreadsDropMeanwhile) {
     const auto endWith = [](const char* name, const char* more) {
         kzInChild(name, [=] {
             kzEndsWithLiveObjects();
-            // A daemon thread that is in the host meanwhile stays there: what it uses outlives the unloading.
+            // A daemon thread may be inside the host and never leave it, so what it uses outlives the unloading.
             auto& host = *new CBareHost();
             static std::atomic<int> released;
             ASSERT_TRUE(host.load());
@@ -145,7 +145,7 @@ TEST(unload, is_proof_against_what_other_threads_drop_meanwhile) {
                                    .c_str()),
                       kzOk)
                 << host.log();
-            // The script's end took the monitors; these are in no script.
+            // The end of a script releases its monitors, so these belong to no script.
             host.execute("import kz, __main__; __main__.live = [kz.Monitor() for i in range(20)]");
             host.execute("__main__.kept.extend(__main__.live); del __main__.live[:]; __main__.thread.start()");
             const auto save = reinterpret_cast<void* (*)()>(dlsym(host.library, "PyEval_SaveThread"));
@@ -169,7 +169,7 @@ TEST(unload, is_proof_against_what_other_threads_drop_meanwhile) {
                             "class Local(threading.local): pass\nsys.local = Local()\nsys.local.late = kept[5:9]\n");
 }
 
-TEST(unload, needs_no_memory) {
+TEST(UnloadTest, NeedsNoMemory) {
     if (!CShortMemory::works()) GTEST_SKIP() << "the sanitizer has the allocator";
     for (const bool elsewhere : {false, true})
         kzInChild(elsewhere ? "on another thread" : "on the thread that started", [elsewhere] {

@@ -12,7 +12,7 @@
 #include <dlfcn.h>
 #include <fstream>
 
-TEST(load, is_refused_a_second_time_with_a_reason) {
+TEST(LoadTest, IsRefusedASecondTimeWithAReason) {
     const CTestFolder folder;
     kzInChild("loaded again", [&] {
         CBareHost first;
@@ -33,7 +33,7 @@ TEST(load, is_refused_a_second_time_with_a_reason) {
 }
 
 // A host that takes lines alone gets an unfinished one when it is flushed, and every end in the required texts.
-TEST(load, suffices_for_output_in_lines) {
+TEST(LoadTest, SufficesForOutputInLines) {
     kzInChild("lines alone", [] {
         CBareHost host;
         ASSERT_TRUE(host.load());
@@ -47,7 +47,7 @@ TEST(load, suffices_for_output_in_lines) {
 
 namespace {
 
-// A host that says what a test wants it to say of its description.
+// A host with the description that a test gives it.
 class COtherDescription final : public IKzDescription {
 public:
     COtherDescription(const char* hash, std::uint64_t change) : m_hash(hash), m_change(change) {}
@@ -69,7 +69,7 @@ private:
 
 }  // namespace
 
-TEST(load, is_refused_in_a_host_of_another_description) {
+TEST(LoadTest, IsRefusedInAHostOfAnotherDescription) {
     const std::tuple<const char*, std::uint64_t, bool> table[] = {
         {kzDescriptionHash, 0, false},
         {kzDescriptionHash, 1, false},

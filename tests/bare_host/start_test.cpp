@@ -9,7 +9,7 @@
 #include <dlfcn.h>
 #include <filesystem>
 
-TEST(start, is_refused_where_python_runs_already) {
+TEST(StartTest, IsRefusedWherePythonRunsAlready) {
     for (const bool holdsLock : {false, true})
         kzInChild(holdsLock ? "a thread of that Python" : "another thread", [=] {
             CBareHost host;
@@ -28,7 +28,7 @@ TEST(start, is_refused_where_python_runs_already) {
         });
 }
 
-TEST(start, survives_the_users_environment) {
+TEST(StartTest, SurvivesTheUsersEnvironment) {
     const CTestFolder folder;
     folder.write("foreign/codecs.py", "raise ValueError('foreign')\n");
     folder.write("foreign/friend.py", "word = 'friend'\n");
@@ -44,15 +44,15 @@ TEST(start, survives_the_users_environment) {
         std::string value;
         const char* line;       // a console line
         const char* answer;     // in the log
-        const char* complaint;  // of the log, with the variable's name; null when there is nothing to complain of
+        const char* complaint;  // in the log, with the variable's name; null for none
     } table[] = {
-        {"PYTHONHASHSEED", "abc", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"abc\" is left out"},
-        {"PYTHONHASHSEED", "4294967296", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"4294967296\" is left out"},
+        {"PYTHONHASHSEED", "abc", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"abc\" is ignored"},
+        {"PYTHONHASHSEED", "4294967296", "1 + 1", "= 2\n", "PYTHONHASHSEED: \"4294967296\" is ignored"},
         {"PYTHONHASHSEED", "random", "__import__('sys').flags.hash_randomization", "= 1\n", nullptr},
         {"PYTHONHASHSEED", "77", "hash('a') == -4766264447219163441", "= ", nullptr},
         {"PYTHONPATH", all, "__import__('package').word", "= mine\n", "foreign\" comes after the standard library"},
         {"PYTHONPATH", all, "__import__('friend').word", "= friend\n", "PYTHONPATH: "},
-        {"PYTHONPATH", all, "__import__('json').dumps(u'a'.encode('utf-8'))", "= \"a\"\n", "python3\" is left out"},
+        {"PYTHONPATH", all, "__import__('json').dumps(u'a'.encode('utf-8'))", "= \"a\"\n", "python3\" is ignored"},
         {"PYTHONPATH", all, "__import__('only3').word", "No module named only3", "leaving\" comes after"},
         {"PYTHONPATH", folder.path("mine"), "__import__('os').environ['PYTHONPATH'][-4:]", "= mine\n", nullptr},
         {"PYTHONPATH", kzBareKit + "extra64/Python/lib/python2.7", "1 + 1", "= 2\n", nullptr},
@@ -78,12 +78,12 @@ TEST(start, survives_the_users_environment) {
         ASSERT_TRUE(host.load());
         host.execute("1 + 1");
         EXPECT_TRUE(host.hasLogged("= 2\n")) << host.log();
-        EXPECT_TRUE(host.hasLogged("PYTHONHOME: \"" + folder.path("foreign") + "\" is left out")) << host.log();
+        EXPECT_TRUE(host.hasLogged("PYTHONHOME: \"" + folder.path("foreign") + "\" is ignored")) << host.log();
     });
 }
 
 // The current folder is nobody's path, though the empty path that stands for no folder could be taken for it.
-TEST(start, runs_nothing_of_the_current_folder) {
+TEST(StartTest, RunsNothingOfTheCurrentFolder) {
     const CTestFolder folder;
     const std::string mark = folder.path("ran");
     const std::string touch = "open('" + mark + "', 'a').close()\n";
@@ -98,10 +98,11 @@ TEST(start, runs_nothing_of_the_current_folder) {
             if (scripts[0] == 'e') host.aliases["scripts:"] = host.aliases["module:"] = "";
             host.importPaths = {""};
             ASSERT_TRUE(host.load());
-            EXPECT_EQ(host.run("import sys, os, site\n"
-                               "assert '' not in sys.path and os.getcwd() not in sys.path, sys.path\n"
-                               "assert site.USER_BASE == site.USER_SITE == ''\n"
-                               "assert site.makepath('a')[0] == os.path.abspath('a')\n"),
+            EXPECT_EQ(host.run(R"(import sys, os, site
+assert '' not in sys.path and os.getcwd() not in sys.path, sys.path
+assert site.USER_BASE == site.USER_SITE == ''
+assert site.makepath('a')[0] == os.path.abspath('a')
+)"),
                       kzOk)
                 << host.log();
             EXPECT_FALSE(std::filesystem::exists(mark));
@@ -115,8 +116,8 @@ TEST(start, runs_nothing_of_the_current_folder) {
     });
 }
 
-// What a failed operation leaves in its object output is neither used nor released.
-TEST(failure, makes_no_output_of_the_host_count) {
+// The object output of a failed operation is neither used nor released.
+TEST(FailureTest, MakesNoOutputOfTheHostCount) {
     const std::pair<const char*, const char*> table[] = {
         {"Log.SubSystemLookup", "print 1"},
         {"Log.CreateEntry", "print 1"},

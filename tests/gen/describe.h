@@ -1,4 +1,4 @@
-// Reads descriptions that stand in the text of a test.
+// Reads descriptions from texts in a test.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ struct Described {
     Diagnostics diagnostics;
 };
 
-// An interface I around the methods, the first of which stands on line 6.
+// An interface I with these methods, the first of which is on line 6.
 inline std::string interfaceOf(const std::string& methods, const std::string& attributes = "") {
     return "// An interface.\n[uuid(\"00000000-0000-0000-0000-00000000AbCd\")" + attributes + "]\ninterface I {\n" +
            methods + "};\n";

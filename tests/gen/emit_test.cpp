@@ -24,7 +24,7 @@ Model loadTiny() {
 
 }  // namespace
 
-TEST(Emit, AnUnchangedFileKeepsItsDate) {
+TEST(EmitTest, AnUnchangedFileKeepsItsDate) {
     const Folder folder({{"same", "text"}, {"other", "text"}});
     const auto longAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
     fs::last_write_time(folder.path() / "same", longAgo);
@@ -37,13 +37,13 @@ TEST(Emit, AnUnchangedFileKeepsItsDate) {
     EXPECT_EQ(contentsOf(folder.path() / "other"), "texts");
 }
 
-TEST(Emit, WhatCannotBeWrittenIsSaid) {
+TEST(EmitTest, WhatCannotBeWrittenIsSaid) {
     const Folder folder(Files{{"file", ""}});
     Output output(folder.path() / "file");
     EXPECT_THROW(output.write("below", "text"), std::exception);
 }
 
-TEST(Emit, TheReferenceLeadsFromTheIndexToEveryName) {
+TEST(EmitTest, TheReferenceLeadsFromTheIndexToEveryName) {
     const Folder folder;
     Output output(folder.path());
     emitDocs(loadTiny(), output);
@@ -65,7 +65,7 @@ TEST(Emit, TheReferenceLeadsFromTheIndexToEveryName) {
     EXPECT_NE(contentsOf(folder.path() / "index.html").find("tiny.html#TinyService"), std::string::npos);
 }
 
-TEST(Emit, ASignatureStandsForTheMethodsAlone) {
+TEST(EmitTest, ASignatureStandsForTheMethodsAlone) {
     const auto row = [](const std::string& methods) {
         const Described described(interfaceOf(methods));
         EXPECT_EQ(described.errors(), "");

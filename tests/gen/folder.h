@@ -1,4 +1,4 @@
-// A folder of files for the length of a test.
+// A folder of files that exists during a test.
 #pragma once
 
 #include <map>

@@ -5,7 +5,7 @@
 
 namespace kzgen {
 
-TEST(Folder, WorkInProgressMayLackHeaders) {
+TEST(FolderTest, WorkInProgressMayLackHeaders) {
     const Folder folder({{"headers.txt", "one\nlater\n"},
                          {"one.idl", "// One.\nheader one;\n\n// A.\n[uuid(\"00000000-0000-0000-0000-000000000001\")]\n"
                                      "interface A { void X(object<Later> b); };\n"}});
@@ -15,7 +15,7 @@ TEST(Folder, WorkInProgressMayLackHeaders) {
               "one.idl:6:22: error: found object<Later>, expected the name of an interface\n");
 }
 
-TEST(Folder, WithoutAList) {
+TEST(FolderTest, WithoutAList) {
     EXPECT_EQ(Folder().errors(Completeness::Whole),
               "headers.txt:1:1: error: found no such file, expected the list of headers\n");
 }

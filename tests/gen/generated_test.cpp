@@ -32,7 +32,7 @@ public:
 
 }  // namespace
 
-TEST(Generated, CallsReachTheObjectAndNothingIsThrownBack) {
+TEST(GeneratedTest, CallsReachTheObjectAndNothingIsThrownBack) {
     Values values;
     Served served(values);
     CKzUser_ValueArray user;
@@ -50,7 +50,7 @@ TEST(Generated, CallsReachTheObjectAndNothingIsThrownBack) {
     EXPECT_FALSE(served.hasInstances());
 }
 
-TEST(Generated, AnEmptyUserObjectHasNoInterface) {
+TEST(GeneratedTest, AnEmptyUserObjectHasNoInterface) {
     const CKzUser_ValueArray user;
     std::int32_t value = 7;
     EXPECT_EQ(user.GetInt(0, &value), KZe_NOINTERFACE);

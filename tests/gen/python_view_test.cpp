@@ -1,4 +1,4 @@
-// How signatures and values read in Python.
+// Signatures and values as Python documents them.
 #include <gtest/gtest.h>
 
 #include "gen/python_view.h"
@@ -40,7 +40,7 @@ id = Rest(string g,id i,pointer p,unsigned[] u,int[] n,hints h,blocks b,quaterni
 
 }  // namespace
 
-TEST(PythonView, SignaturesAsDocumentation) {
+TEST(PythonViewTest, SignaturesAsDocumentation) {
     const Described described(interfaceOf(std::string(methods)) +
                               "// H.\n[uuid(\"00000000-0000-0000-0000-000000000001\"), nowrap] interface Hidden { };");
     ASSERT_EQ(described.errors(), "");
@@ -50,7 +50,7 @@ TEST(PythonView, SignaturesAsDocumentation) {
     EXPECT_EQ(text, documentation);
 }
 
-TEST(PythonView, ConstantsAsLiterals) {
+TEST(PythonViewTest, ConstantsAsLiterals) {
     const Described described(
         "const sA = \"it's \\\"so\\\"\\n\";\nconst iB = -5;\nconst fC = 0x80000000;\n"
         "const i_D = 'EXEN';\nconst e_E = 0x8480000CL;\nconst dF = 1.5e-3;\n"
@@ -71,7 +71,7 @@ iH 7L
 )");
 }
 
-TEST(Summary, IsTheBlockAboveAndTheCommentBehind) {
+TEST(SummaryTest, IsTheBlockAboveAndTheCommentBehind) {
     const Described described(interfaceOf("  // Above,\n  // in two lines.\n  void A();   // Behind,\n"
                                           "              // going on.\n  void B();\n\n  // Of nobody.\n\n  void C();\n"
                                           "  void D(int a,\n         int b);   // After the last line.\n"));

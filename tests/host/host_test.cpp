@@ -1,5 +1,5 @@
-// The host's services: what scripts see of them is checked by the script beside this file; here stands what only C++ can
-// do or see.
+// The host's services: what scripts see of them is checked by the script beside this file; here stands what only C++
+// can do or see.
 #include "tests/support/host_test.h"
 #include "host/cli/progress_view.h"
 #include "host/core/log_store.h"
@@ -33,9 +33,9 @@ using namespace kzhost;
 
 namespace {
 
-TEST(Services, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
+TEST(ServicesTest, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
 
-TEST(Services, TakeWhatModulesServeForTheirOwn) {
+TEST(ServicesTest, TakeWhatModulesServeForTheirOwn) {
     CPluginHost host;
     host.nothingAlive.isExpected = false;  // what a method in Python returns is never freed
     host.load().check("host", "served");
@@ -73,7 +73,7 @@ TEST_F(HostTest, MonitorsReportTheirStepsAndEnd) {
 }
 
 // A task of 1000 steps that takes 18 seconds, with another inside at its end.
-TEST(ProgressView, ShowsATaskForEachMonitor) {
+TEST(ProgressViewTest, ShowsATaskForEachMonitor) {
     const auto shown = [](bool isTerminal) {
         CProgressView::Time now{};
         std::vector<std::string> all;
@@ -139,7 +139,7 @@ TEST_F(HostTest, AnEntryThatNobodyPlacedIsNotLost) {
     const ServiceOf<CKzUser_LogService> service(host().application());
     std::string heard;
     host().log().addSink([&](const LogLine& line) { heard += "[" + line.subsystem + "]" + line.text; });
-    host().log().clear();  // of what was logged, not of who listens
+    host().log().clear();  // clears the entries but not the listeners
     { const auto lost = entryOf(service, "lost"); }
     EXPECT_EQ(heard, "[]lost");
     host().log().limits.bytes = 12;
@@ -188,7 +188,7 @@ TEST_F(HostTest, TheApplicationAnswersEveryServiceAndNothingElse) {
     EXPECT_EQ(ServiceOf<CKzUser_ApplicationService>(host().application()).Property("a", &value), KZe_NOTFOUND);
 }
 
-// Lists what is no server, and may refuse its host.
+// Its list also has entries that are no servers, and it may refuse its host.
 class OddModule final
     : public CHosted<"odd module", OddModule, CKzIfc_Module, CKzIfc_TagDescription, CKzIfc_NeedContext> {
 public:
@@ -200,7 +200,7 @@ public:
         return KZe_OK;
     }
     KzResult need_SetContext(IKzUnknown* /*application*/) override { return m_code; }
-    // What a failed operation leaves in its output is no reference.
+    // The output of a failed operation is no reference.
     KzResult mod_Generate(const char* /*name*/, const KzGuid* /*iid*/, IKzUnknown** object) override {
         return *object = self, KZe_NOTIMPL;
     }
@@ -258,7 +258,7 @@ TEST_F(HostTest, AListOfServersThatGrowsIsReadFromItsEnd) {
     }
     EXPECT_EQ(module->asked, 2000);
     EXPECT_TRUE(service->IsServer("command", "s999"));
-    // Whatever else becomes of the list is seen at the latest when somebody asks.
+    // Any other change of the list is noticed when a server is requested.
     const auto names = [&] {
         service->ModuleUpdate("growing");
         std::string all;

@@ -40,7 +40,7 @@ TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {
     }
 }
 
-// Each with its standard output, its standard error, and how it is called: as a script, or as lines.
+// Each text with its standard output and standard error, run as a script and as console lines.
 TEST_F(KzHostTest, TextArrivesAsWritten) {
     write("inner.py", "print 'inner'\n");
     serve("untrue.py", "import kz.service\nlog = kz.service.Log()\nlog.SubSystemLookup('x').AddEntry("
@@ -176,7 +176,7 @@ TEST_F(KzHostTest, ItIsAPythonInterpreterWhenAskedToBeOne) {
     for (const char* unused : {"import threading", "import kzifc._command"}) EXPECT_FALSE(lazy.says(unused)) << unused;
 }
 
-// A sample of the interpreter's own tests; which of the others fail, and why, docs/limits.md says.
+// A sample of the interpreter's own tests. docs/limits.md lists those that fail, with reasons.
 TEST_F(KzHostTest, TheInterpretersOwnTestsPass) {
     if (run({"-c", "import test.test_cmd_line"}).status != 0) GTEST_SKIP() << "Python's test-suite is not installed";
     std::filesystem::current_path(path());
@@ -205,7 +205,7 @@ TEST_F(KzHostTest, BadInputIsNamed) {
         {{"commands", "x"}, 2, "\"x\" is one word too many for commands"},
         {{"run"}, 2, "SCRIPT"},
         {{"run", path("missing.py")}, 2, "missing.py: there is no such file"},
-        {{"run", zero}, 2, "zero.py: this is not a text: line 2 holds a zero byte"},
+        {{"run", zero}, 2, "zero.py: this is not a text: line 2 contains a NUL byte"},
         {{"run", path()}, 2, "folder"},
         {{"run", none}, 2, "none.txt: no interpreter takes this script"},
         {{"check", "a \"b"}, 2, "argument 1 (a \"b)"},
@@ -310,7 +310,7 @@ TEST_F(KzHostTest, LongBlocksAreTakenAsShortOnesAre) {
            {"invalid syntax", "name 'f' is not defined"});
 }
 
-// Each text is typed when the prompt shows, Ctrl-C and Ctrl-D among them. A program that stays silent is ended.
+// Types each text, Ctrl-C and Ctrl-D included, when the prompt appears. A program that shows none is killed.
 constexpr const char* typist = R"(import kz, os, pty, select, signal
 program, child = kz.args()[0], pty.fork()
 if not child[0]: os.execl(program, program, *kz.args()[1:])
@@ -390,14 +390,14 @@ TEST_F(KzHostTest, ThePlainSignalStillEndsIt) {
     for (int wait = 0; wait < 400 && contents("out").empty(); ++wait) usleep(50000);
     kill(child, SIGINT);
     usleep(100000);
-    kill(child, SIGINT);  // the hard way, should the script not have heard the first
+    kill(child, SIGINT);  // again, in case the script has missed the first one
     const int status = finish(child).status;
     EXPECT_TRUE(status == 130 || status == 256 + SIGINT) << status;
 }
 
 }  // namespace
 
-// The host's description is another one than the plug-in's: an interface that both know has other methods.
+// The description of the host differs from the plug-in's: an interface that both know has other methods.
 TEST_F(KzHostTest, SaysWhyThePluginRefusesIt) {
     std::string plugin = testing::internal::ReadEntireFile(std::fopen(KZ_BUILD_DIR "/plugins/kzPython2.so", "rb"));
     const auto change = [&](std::string_view found) {

@@ -1,4 +1,4 @@
-// Script files, their arguments, and how the host finds who runs them; here Python.
+// Script files, their arguments, and how the host finds the interpreter for them.
 #include "host/core/log_store.h"
 #include "host/core/scripts.h"
 #include "host/state/path_aliases.h"
@@ -23,7 +23,8 @@ TEST(ScriptFileTest, LineEndsAndMarksAreTakenCareOf) {
     for (const auto& [content, expected] : cases) {
         std::string problem;
         const auto script = kzReadScript(folder.write("s.py", content), problem);
-        EXPECT_EQ(script ? kzAnswer([&](const char** text) { return script->scr_Buffer(text); }) : problem, expected);
+        EXPECT_EQ(script ? kzAnswer([&](const char** text) { return script->scr_Buffer(text); }) : problem, expected)
+            << content;
     }
 }
 
@@ -36,7 +37,8 @@ TEST(ScriptFileTest, ArgumentsAreJoinedOrRefused) {
     for (const auto& [arguments, expected] : cases) {
         std::string problem;
         const std::string joined = kzJoinArguments(arguments, problem);
-        EXPECT_EQ(problem.empty() ? joined : problem.substr(0, 10), expected != nullptr ? expected : "argument 1");
+        EXPECT_EQ(problem.empty() ? joined : problem.substr(0, 10), expected != nullptr ? expected : "argument 1")
+            << joined << problem;
     }
 }
 
@@ -85,7 +87,7 @@ TEST_F(ScriptTest, TheScriptServiceRunsByPathAliasAndName) {
     EXPECT_EQ(scripts->Run(nullptr, 0, "", nullptr), KZe_INVALIDARG);
     EXPECT_EQ(scripts->Run("bad.py", 0, "", nullptr), KZe_SCRIPT_ERROR);
     ASSERT_EQ(host().log().lines("scripts").size(), 1U);
-    EXPECT_NE(host().log().lines("scripts")[0].text.find("line 1 holds a zero byte"), std::string::npos);
+    EXPECT_NE(host().log().lines("scripts")[0].text.find("line 1 contains a NUL byte"), std::string::npos);
 }
 
 }  // namespace

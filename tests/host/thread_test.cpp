@@ -31,7 +31,7 @@ TEST_F(ThreadTest, TheGlobalLockIsRecursiveAndExcludesOthers) {
         m_threads->Leave();
     });
     EXPECT_EQ(shared, 8000);
-    m_threads->Leave();  // by one who does not hold it
+    m_threads->Leave();  // by a thread that does not hold it
     m_threads->Enter();
     m_threads->Leave();
 }

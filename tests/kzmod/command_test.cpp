@@ -14,9 +14,13 @@ const std::string unparsed = "RuntimeError: command argument parsing failed";
 
 }  // namespace
 
-class Evaluation : public PythonTest {};
+using EvaluationTest = PythonTest;
+using CommandTest = PythonTest;
+using ToggleTest = PythonTest;
+using OptionsTest = PythonTest;
+using TraceTest = PythonTest;
 
-TEST_F(Evaluation, EndsAsTheHostSays) {
+TEST_F(EvaluationTest, EndsAsTheHostSays) {
     check({{"kz.eval('do it')", "None"},
            {"kz.evalN('do it')", "None"},
            {"kz.eval('ask ?')", answersSeven, "7"},
@@ -24,7 +28,7 @@ TEST_F(Evaluation, EndsAsTheHostSays) {
            {"kz.evalN('ask ?')", answersSeven, "(7,)"},
            {"kz.eval('@script')", "None"},
            {"kz.eval('do it')", fails("IsImplicitScript", KZe_NOTFOUND), "None"},
-           {"kz.eval('do it')", fails("Execute"), "None"},  // the message tells, not the code
+           {"kz.eval('do it')", fails("Execute"), "None"},  // the message counts, not the code
            {"kz.eval('do it')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
            {"kz.eval('@script')", breaks, "RuntimeError: command failed: The script ended: it broke (80000017)"},
            {"kz.eval('do it')", fails("Message"), noException},
@@ -43,7 +47,7 @@ TEST_F(Evaluation, EndsAsTheHostSays) {
            {"kz.eval(3)", "TypeError: argument 1 must be string, not int"}});
 }
 
-TEST_F(Evaluation, GivesTheHostTextAndFlags) {
+TEST_F(EvaluationTest, GivesTheHostTextAndFlags) {
     outcome("kz.eval('!do  it now', 8)");
     EXPECT_EQ(host.calls, (Strings{"ProcessStringFlags(8,!do  it now)", "IsImplicitScript", "Spawn(0,do  it now)",
                                    "ParseArgString(34,  it now)", "Execute(34)", "Message"}));
@@ -55,7 +59,7 @@ TEST_F(Evaluation, GivesTheHostTextAndFlags) {
     EXPECT_TRUE(host.called("Hints(5)"));
 }
 
-TEST_F(Evaluation, MessageTextIsCutAfter199Bytes) {
+TEST_F(EvaluationTest, MessageTextIsCutAfter199Bytes) {
     host.script.messageCode = KZe_FAILED;
     host.script.messageText = std::string(1000, 'x');
     const std::string text = "The script ended: " + std::string(199, 'x');
@@ -64,7 +68,7 @@ TEST_F(Evaluation, MessageTextIsCutAfter199Bytes) {
     EXPECT_EQ(outcome("kz.eval('do')"), "RuntimeError: command failed:  (80000000)");
 }
 
-TEST_F(Evaluation, ACommandMayEvaluateCommands) {
+TEST_F(EvaluationTest, ACommandMayEvaluateCommands) {
     host.script.onExecute = [this] {
         host.script.onExecute = nullptr;
         host.script.numbers = {1, 2};
@@ -74,9 +78,7 @@ TEST_F(Evaluation, ACommandMayEvaluateCommands) {
     EXPECT_EQ(outcome("kz.eval('outer')"), "None");
 }
 
-class Command : public PythonTest {};
-
-TEST_F(Command, EndsAsTheHostSays) {
+TEST_F(CommandTest, EndsAsTheHostSays) {
     check({{"kz.command('go')", "None"},
            {"kz.command()", "RuntimeError: missing required command name"},
            {"kz.command('a', 'b')", "RuntimeError: extra positional arguments"},
@@ -101,7 +103,7 @@ TEST_F(Command, EndsAsTheHostSays) {
             "None"}});
 }
 
-TEST_F(Command, KeywordsReachTheHostAsText) {
+TEST_F(CommandTest, KeywordsReachTheHostAsText) {
     EXPECT_EQ(outcome("kz.command('?go', flag=True)"), "None");
     EXPECT_TRUE(host.called("Spawn(77,null)"));
     EXPECT_TRUE(host.called("ParseAttribObject(9,flag=True)"));
@@ -112,7 +114,7 @@ TEST_F(Command, KeywordsReachTheHostAsText) {
     EXPECT_TRUE(host.called("ParseAttribObject(9)"));
 }
 
-TEST_F(Command, ArgumentsEndOnePastTheLast) {
+TEST_F(CommandTest, ArgumentsEndOnePastTheLast) {
     CKzLoc_Attributes spawned;
     CArgAttrib& arguments = kzSpawnArguments(spawned);
     arguments.names = {"size"};
@@ -135,9 +137,7 @@ TEST_F(Command, ArgumentsEndOnePastTheLast) {
     EXPECT_NE(CKzGlobalCache::current()->findSpawner("pyArgAttrib"), nullptr);
 }
 
-class Toggle : public PythonTest {};
-
-TEST_F(Toggle, IsReadOrRefused) {
+TEST_F(ToggleTest, IsReadOrRefused) {
     const auto isOn = [](FakeScript& script) { script.toggleState = 2; };
     check({{"kz.queryToggle('t ?')", isOn, "True"},
            {"kz.queryToggle('t ?')", "False"},
@@ -151,9 +151,7 @@ TEST_F(Toggle, IsReadOrRefused) {
            {"kz.test('t ?')", fails("GetToggleArgState"), "RuntimeError: could not query toggle argument"}});
 }
 
-class Options : public PythonTest {};
-
-TEST_F(Options, AreExact) {
+TEST_F(OptionsTest, AreExact) {
     check(
         {{"kz.option('queryAnglesAs')", "'radians'"},
          {"[kz.setOption('queryAnglesAs', 'degrees'), kz.option('queryAnglesAs')]", "[None, 'degrees']"},
@@ -164,7 +162,7 @@ TEST_F(Options, AreExact) {
          {"kz.option('%s')", "RuntimeError: unknown option \"%s\""}});
 }
 
-TEST_F(Options, ScriptArgumentsAreThoseHeld) {
+TEST_F(OptionsTest, ScriptArgumentsAreThoseHeld) {
     check({{"kz.arg()", noException}, {"kz.args()", noException}});
     MainInterpreter& interpreter = PythonRuntime::running();
     interpreter.argument = CPyRef(PyString_FromString("a b"), CPyRef::owned);
@@ -174,16 +172,14 @@ TEST_F(Options, ScriptArgumentsAreThoseHeld) {
     interpreter.arguments = Py_None;
 }
 
-class Trace : public PythonTest {};
-
-TEST_F(Trace, IsSwitchedByBooleansOnly) {
+TEST_F(TraceTest, IsSwitchedByBooleansOnly) {
     EXPECT_EQ(outcome("[kz.trace(True), kz.trace(False)]"), "[True, False]");
     EXPECT_EQ(traced.lines, (Strings{"kz.trace: Enabled", "kz.trace: Disabled"}));
     check({{"kz.trace(1)", "RuntimeError: kz.trace requires a boolean argument"},
            {"kz.trace()", "result with TypeError: function takes exactly 1 argument (0 given)"}});
 }
 
-TEST_F(Trace, TellsEveryStep) {
+TEST_F(TraceTest, TellsEveryStep) {
     const std::tuple<const char*, const char*, const char*> table[] = {
         // what fails besides the message, the source, and the line that is traced
         {"", "kz.eval(3)", "execute/query: failed: expected string argument"},

@@ -78,7 +78,7 @@ protected:
     // The outcome of the source, as in Case. Fails the test if the source leaves an exception, a host object or a
     // reference behind.
     static std::string outcome(const std::string& source);
-    // The lines that are traced meanwhile.
+    // The trace lines of the source.
     Strings linesOf(const char* source);
     // Runs each case three times, between the given texts and on a fresh script.
     void check(const std::vector<Case>& cases, const std::string& before = {}, const std::string& after = {});

@@ -14,9 +14,9 @@ const std::string badSteps = "RuntimeError: Monitor steps must be greater than 0
 
 }  // namespace
 
-class Service : public PythonTest {};
+class ServiceTest : public PythonTest {};
 
-TEST_F(Service, ConstructionFindsTheQueryInterface) {
+TEST_F(ServiceTest, ConstructionFindsTheQueryInterface) {
     check({{"kz.Service('command').name()", "'command'"},
            {"kz.Service('nobody')", "NameError: service 'nobody' not found."},
            {"kz.Service('command')", fails("Application.ServiceByName"), "NameError: service 'command' not found."},
@@ -29,13 +29,13 @@ TEST_F(Service, ConstructionFindsTheQueryInterface) {
            {"kz.Service.__new__(kz.Service).name()", "None"},
            {"kz.Service.__new__(kz.Service).select()", "RuntimeError: no active service interface."},
            {"kz.Service.__new__(kz.Service).queryN('x')", "RuntimeError: no active service interface."},
-           // Constructed anew in vain, it has the new name and no interface.
+           // After a failed second construction it has the new name and no interface.
            {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\nr = s.name()", "'nobody'"},
            {"s = kz.Service('command')\ntry: s.__init__('nobody')\nexcept NameError: pass\ns.query('names')",
             "RuntimeError: no active service interface."}});
 }
 
-TEST_F(Service, SelectsAndQueries) {
+TEST_F(ServiceTest, SelectsAndQueries) {
     for (const char* name : {"one", "two"}) host.host.log().write(name, KZe_INFO, "a");
     host.host.log().write("two", KZe_INFO, "b");
     const std::string asked = "s = kz.Service('log')\ns.select('lines', ";
@@ -64,14 +64,14 @@ TEST_F(Service, SelectsAndQueries) {
                                    "QueryLookup", "QueryTypeName(3)", "CreateQueryObject(integer)", "Query(3)"}));
 }
 
-class Monitor : public PythonTest {
+class MonitorTest : public PythonTest {
 protected:
     int calls(const std::string& name) {
         return static_cast<int>(std::count(host.calls.begin(), host.calls.end(), name));
     }
 };
 
-TEST_F(Monitor, CountsSteps) {
+TEST_F(MonitorTest, CountsSteps) {
     check({{"kz.Monitor() and None", "None"},
            {"kz.Monitor(0) and None", fails("Initialize"), "None"},
            {"kz.Monitor(3) and None", "None"},
@@ -87,7 +87,7 @@ TEST_F(Monitor, CountsSteps) {
            {"kz.Monitor(3).init(5)", handsOutNothing("MonitorAllocate"), "None"},
            {"kz.Monitor.__new__(kz.Monitor).step()", "None"},
            {"m = kz.Monitor(1)\nm.__init__(2)\nr = m.step()", "None"},
-           // An argument that is no number: the step is made, the error stays.
+           // An argument that is not a number: the step counts, and the error stays pending.
            {"kz.Monitor().step('x')", "result with TypeError: an integer is required"},
            {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"}});
     EXPECT_TRUE(PythonRuntime::running().monitors.isAlone());
@@ -97,13 +97,13 @@ TEST_F(Monitor, CountsSteps) {
                                    "MonitorReleaseObj"}));
 }
 
-TEST_F(Monitor, AParseErrorStaysSetOnAMonitorThatWasMade) {
+TEST_F(MonitorTest, AParseErrorStaysSetOnAMonitorThatWasMade) {
     EXPECT_EQ(outcome("kz.Monitor('x')").substr(0, 21), "result with TypeError");
     EXPECT_EQ(calls("MonitorAllocate(Progress)"), 1);
     EXPECT_EQ(calls("MonitorReleaseObj"), 1);
 }
 
-TEST_F(Monitor, ReleasingAllLeavesThemEmpty) {
+TEST_F(MonitorTest, ReleasingAllLeavesThemEmpty) {
     const CPyRef names = newNames();
     const auto run = [&](const char* source) { EXPECT_EQ(runPython(source, names), "") << source; };
     MainInterpreter& interpreter = PythonRuntime::running();
@@ -123,7 +123,7 @@ TEST_F(Monitor, ReleasingAllLeavesThemEmpty) {
     EXPECT_TRUE(host.calls.empty()) << "they hold no monitor any more";
 }
 
-TEST_F(Monitor, TheHostMayTakeAMonitorAwayInTheMiddleOfAStep) {
+TEST_F(MonitorTest, TheHostMayTakeAMonitorAwayInTheMiddleOfAStep) {
     host.script.onMonitor = [this] {
         host.script.onMonitor = nullptr;
         PythonRuntime::running().releaseMonitors();

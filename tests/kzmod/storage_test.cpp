@@ -1,4 +1,4 @@
-// kz.Storage: element types, sizes, offsets, texts, views on memory of others, and hostile use.
+// kz.Storage: element types, sizes, offsets, texts, views of borrowed memory, and hostile use.
 #include "scripted_host.h"
 
 #include "kzmod/storage_type.h"
@@ -7,7 +7,7 @@
 #include "wrap/storage_buffer.h"
 #include "wrap/storage_elements.h"
 
-class Storage : public PythonTest {
+class StorageTest : public PythonTest {
 protected:
     // The outcome of an expression with `s` as the object.
     std::string with(PyObject* s, const std::string& expression) {
@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(Storage, ElementsKeepWhatTheirTypeCanHold) {
+TEST_F(StorageTest, ElementsKeepWhatTheirTypeCanHold) {
     check({{"keep('f', (0.1, -2))", "(0.10000000149011612, -2.0)"},
            {"keep('float', [1])", "(1.0,)"},
            {"keep('d', (0.1, 3))", "(0.1, 3.0)"},
@@ -30,7 +30,7 @@ TEST_F(Storage, ElementsKeepWhatTheirTypeCanHold) {
           "def keep(letter, values):\n  s = kz.Storage(letter)\n  s.set(values)\n  return s.get()\nr = ");
 }
 
-TEST_F(Storage, ErrorsAreExact) {
+TEST_F(StorageTest, ErrorsAreExact) {
     check({{"kz.Storage('x')", "RuntimeError: Unknown storage type 'x'"},
            {"kz.Storage('')", "RuntimeError: Unknown storage type ''"},
            {"kz.Storage('f', -1)", "RuntimeError: Size must be larger than zero"},
@@ -59,7 +59,7 @@ TEST_F(Storage, ErrorsAreExact) {
            {"s = kz.Storage('f')\ns += 3", "RuntimeError: Expected a sequence"}});
 }
 
-TEST_F(Storage, ObjectsOfKzAreNeitherCopiedNorGivenKeywords) {
+TEST_F(StorageTest, ObjectsOfKzAreNeitherCopiedNorGivenKeywords) {
     const std::string each =
         "import copy, pickle, cPickle\n"
         "def text(f, *a, **k):\n  try: f(*a, **k)\n  except TypeError as e: return str(e)\n"
@@ -78,14 +78,15 @@ TEST_F(Storage, ObjectsOfKzAreNeitherCopiedNorGivenKeywords) {
           "same object'"}});
 }
 
-TEST_F(Storage, LargeMemoryIsTouchedWhenItIsUsed) {
-    EXPECT_EQ(outcome("def resident(): return int(open('/proc/self/statm').read().split()[1]) * 4096\n"
-                      "before = resident()\ns = kz.Storage('d', 2 ** 27)\n"
-                      "r = [resident() - before < 2 ** 24, s[0], s[2 ** 27 - 1]]"),
+TEST_F(StorageTest, LargeMemoryIsTouchedWhenItIsUsed) {
+    EXPECT_EQ(outcome(R"(def resident(): return int(open('/proc/self/statm').read().split()[1]) * 4096
+before = resident()
+s = kz.Storage('d', 2 ** 27)
+r = [resident() - before < 2 ** 24, s[0], s[2 ** 27 - 1]])"),
               "[True, 0.0, 0.0]");
 }
 
-TEST_F(Storage, SizeOffsetAndContents) {
+TEST_F(StorageTest, SizeOffsetAndContents) {
     check(
         {{"s = kz.Storage('float', 4)\nr = [len(s), s.size(), s.offset(4), s.offset(), s.offset(1), s.offset(), "
           "len(s.get())]",
@@ -103,7 +104,7 @@ TEST_F(Storage, SizeOffsetAndContents) {
          {"class Sub(kz.Storage): pass\ns = Sub('i', 2)\nr = s.get()", "(0, 0)"}});
 }
 
-TEST_F(Storage, AFailedAssignmentKeepsTheSizeAndWhatItWrote) {
+TEST_F(StorageTest, AFailedAssignmentKeepsTheSizeAndWhatItWrote) {
     const std::string kept = "['TypeError', 'an integer is required', ";
     check({{"s.set((9, 'x', 7))", kept + "(9, 2, 3)]"},
            {"s.set((9, 'x', 7, 6, 5))", kept + "(9, 2, 3)]"},
@@ -114,7 +115,7 @@ TEST_F(Storage, AFailedAssignmentKeepsTheSizeAndWhatItWrote) {
           "\nexcept Exception as e: r = [type(e).__name__, str(e), s.get()]");
 }
 
-TEST_F(Storage, SequencesMayLieAndChange) {
+TEST_F(StorageTest, SequencesMayLieAndChange) {
     const std::string classes = "class Say(object):\n  def __init__(self, act): self.act = act\n"
                                 "  def __int__(self): self.act(); return 5\nclass Liar(object):\n"
                                 "  def __init__(self, *lengths): self.lengths = list(lengths)\n"
@@ -135,7 +136,7 @@ TEST_F(Storage, SequencesMayLieAndChange) {
           classes);
 }
 
-TEST_F(Storage, AllocationFailuresChangeNothing) {
+TEST_F(StorageTest, AllocationFailuresChangeNothing) {
     CStorageBuffer::setAllocate(
         [](std::size_t count, std::size_t size) { return count * size < 300 ? std::calloc(count, size) : nullptr; });
     const std::string failed = "'Allocation failied', ";
@@ -147,10 +148,10 @@ TEST_F(Storage, AllocationFailuresChangeNothing) {
     CStorageBuffer::setAllocate(nullptr);
 }
 
-TEST_F(Storage, AppendingTakesMemoryNowAndThen) {
+TEST_F(StorageTest, AppendingTakesMemoryNowAndThen) {
     static int allocations = 0;
     CStorageBuffer::setAllocate([](std::size_t count, std::size_t size) {
-        // Room for more is a wish, not a need.
+        // Reserving spare room is optional.
         return ++allocations % 3 == 1 && count * size > 4096 ? nullptr : std::calloc(count, size);
     });
     check({{"s = kz.Storage('i')\nfor i in range(5000): s += (i,)\nr = s.get() == tuple(range(5000)), s.size()",
@@ -159,7 +160,7 @@ TEST_F(Storage, AppendingTakesMemoryNowAndThen) {
     CStorageBuffer::setAllocate(nullptr);
 }
 
-TEST_F(Storage, ViewsReadAndWriteMemoryOfOthers) {
+TEST_F(StorageTest, ViewsReadAndWriteMemoryOfOthers) {
     float memory[4] = {1, 2, 3, 99};
     {
         const CPyRef view(kzNewStorageView(memory, 3, 'f'), CPyRef::owned);
@@ -167,7 +168,7 @@ TEST_F(Storage, ViewsReadAndWriteMemoryOfOthers) {
         EXPECT_EQ(with(view, "s.get()"), "(1.0, 2.0, 3.0)");
         EXPECT_EQ(with(view, "s.set((7, 8))"), "None");
         EXPECT_FLOAT_EQ(memory[1], 8.0F);
-        // What lies beyond the three is not reached, whatever size or type is claimed.
+        // Memory beyond the three elements cannot be accessed, whatever size or type is set.
         EXPECT_EQ(with(view, "[s.setSize(4), len(s)]"), "[None, 4]");
         EXPECT_EQ(with(view, "s[3]"), "IndexError: Out of bounds");
         EXPECT_EQ(with(view, "s.set((1, 1, 1, 1))"), "IndexError: out of bounds");
@@ -191,7 +192,7 @@ TEST_F(Storage, ViewsReadAndWriteMemoryOfOthers) {
     with(Py_None, "s");
 }
 
-TEST_F(Storage, PinnedMemoryStaysWhateverPythonDoes) {
+TEST_F(StorageTest, PinnedMemoryStaysWhateverPythonDoes) {
     PyObject* storage = PyObject_CallFunction(reinterpret_cast<PyObject*>(&kzStorageType), kzText("si"), "i", 2);
     with(storage, "s.set((11, 12))");
     auto* memory = static_cast<std::int32_t*>(kzPinStorage(storage));
@@ -205,13 +206,13 @@ TEST_F(Storage, PinnedMemoryStaysWhateverPythonDoes) {
     kzUnpinStorage(storage);
 }
 
-TEST_F(Storage, ASubclassIsNotPassedToTheHost) {
+TEST_F(StorageTest, ASubclassIsNotPassedToTheHost) {
     const CPyRef names = newNames();
     const CPyRefNull subclass(PyRun_String("type('Sub', (kz.Storage,), {})()", Py_eval_input, names, names));
     EXPECT_FALSE(kzIsStorage(subclass));
 }
 
-TEST_F(Storage, MethodsClearTheQuietFlag) {
+TEST_F(StorageTest, MethodsClearTheQuietFlag) {
     for (const char* source : {"kz.Storage()", "kz.Storage('f', 1).get()", "kz.Storage('f', 1)[0]"}) {
         kzSetQuiet(true);
         outcome(source);

@@ -28,9 +28,9 @@ void hinted(FakeScript& script) { script.hasHints = true; }
 
 }  // namespace
 
-class Values : public PythonTest {};
+class ValuesTest : public PythonTest {};
 
-TEST_F(Values, TakeTheShapeAskedFor) {
+TEST_F(ValuesTest, TakeTheShapeAskedFor) {
     check({
         {"[kz.eval('q ?'), kz.eval1('q ?'), kz.evalN('q ?')]", integers({}), "[None, None, ()]"},
         {"[kz.eval('q ?'), kz.eval1('q ?'), kz.evalN('q ?')]", integers({-5}), "[-5, -5, (-5,)]"},
@@ -43,14 +43,14 @@ TEST_F(Values, TakeTheShapeAskedFor) {
     });
 }
 
-TEST_F(Values, HintsGiveIntegersTheirTexts) {
+TEST_F(ValuesTest, HintsGiveIntegersTheirTexts) {
     check({{"kz.eval('q ?')", with(integers({1, 3, 2}), hinted), "('one', 3, 'two')"},
            {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("Hints")), "1"},
            {"kz.eval('q ?')", with(with(integers({1}), hinted), fails("Value.TextHintEncode")), "None"},
            {"kz.eval('q ?')", with(array(KZiVALUE_TYPE_FLOAT, "float", {1}), hinted), "1.0"}});
 }
 
-TEST_F(Values, AnglesAreScaledByTheFixedFactor) {
+TEST_F(ValuesTest, AnglesAreScaledByTheFixedFactor) {
     const auto quarter = array(KZiVALUE_TYPE_FLOAT, "angle", {1.5707963267948966});
     const char* inDegrees = "kz.setOption('queryAnglesAs', 'degrees') or kz.eval('q ?')";
     check({{"kz.eval('q ?')", quarter, "1.5707963267948966"},
@@ -60,7 +60,7 @@ TEST_F(Values, AnglesAreScaledByTheFixedFactor) {
            {"kz.setOption('queryAnglesAs', 'radians') or kz.eval('q ?')", quarter, "1.5707963267948966"}});
 }
 
-TEST_F(Values, FailuresDiscardEverything) {
+TEST_F(ValuesTest, FailuresDiscardEverything) {
     check({{"kz.eval('q ?')", fails("Type"), "RuntimeError: internal: could not get value type"},
            {"kz.eval('q ?')", fails("TypeName"), "RuntimeError: internal: could not get value type name."},
            {"kz.eval('q ?')", with(integers({1, 2}), badAt(1)), "RuntimeError: "},
@@ -69,7 +69,7 @@ TEST_F(Values, FailuresDiscardEverything) {
            {"kz.eval('q ?')", with(strings({"first", "second"}), badAt(0)), "RuntimeError: "}});
 }
 
-TEST_F(Values, TraceShowsNumbersAsCharacters) {
+TEST_F(ValuesTest, TraceShowsNumbersAsCharacters) {
     const auto linesOf = [this](const std::function<void(FakeScript&)>& setUp) {
         host.set(setUp);
         return PythonTest::linesOf("kz.eval('q ?')");

@@ -8,7 +8,7 @@
 
 #include <thread>
 
-TEST(lock, nests_and_is_released_by_who_took_it) {
+TEST(LockTest, NestsAndIsReleasedByWhoTookIt) {
     CPluginHost host;
     host.adopt(_IKzModule_Create());
     EXPECT_FALSE(CPyLock::isHeld());
@@ -36,7 +36,7 @@ TEST(lock, nests_and_is_released_by_who_took_it) {
     EXPECT_EQ(PyGILState_GetThisThreadState(), PythonRuntime::current()->mainThread());
 }
 
-TEST(lock, gives_each_thread_one_state) {
+TEST(LockTest, GivesEachThreadOneState) {
     CPluginHost host;
     host.adopt(_IKzModule_Create());
     PyThreadState* main = nullptr;
@@ -53,14 +53,14 @@ TEST(lock, gives_each_thread_one_state) {
             EXPECT_NE(own, main);
         }
         EXPECT_FALSE(CPyLock::isHeld());
-        // Another's way into Python is found, not doubled.
+        // A thread state that other code has created is used.
         const PyGILState_STATE other = PyGILState_Ensure();
         EXPECT_FALSE(CPyLock().acquired());
         PyGILState_Release(other);
     }).join();
     const CPyLock lock;
     EXPECT_EQ(PyThreadState_GET(), main);
-    // A thread of Python's that the system gives the number of the one that is over is not taken for it.
+    // A Python thread to which the system gives the number of an ended thread gets a state of its own.
     static PyMethodDef enter{"enter", [](PyObject*, PyObject*) { return PyBool_FromLong(CPyLock().acquired()); },
                              METH_NOARGS, nullptr};
     PyObject* names = PyModule_GetDict(PyImport_AddModule("__main__"));
@@ -72,7 +72,7 @@ TEST(lock, gives_each_thread_one_state) {
     EXPECT_NE(ran.get(), nullptr);
 }
 
-TEST(lock, turns_everybody_away_after_unload) {
+TEST(LockTest, TurnsEverybodyAwayAfterUnload) {
     {
         CPluginHost host;
         host.adopt(_IKzModule_Create());

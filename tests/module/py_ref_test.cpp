@@ -1,9 +1,9 @@
-// Owning references: how they change the counts of what they hold.
+// Owning references: how they change reference counts.
 #include "module/py_ref.h"
 
 #include <gtest/gtest.h>
 
-TEST(PyRef, counts_what_it_holds_and_refuses_null) {
+TEST(PyRefTest, CountsWhatItHoldsAndRefusesNull) {
     Py_NoSiteFlag = 1;
     Py_InitializeEx(0);
     PyObject* object = PyList_New(0);

@@ -1,4 +1,4 @@
-// The module object: its table of servers, how it is listed, asked and created.
+// The module object: its table of servers, and how servers are listed and created.
 #include "module/this_module.h"
 #include "tests/support/plugin_host.h"
 
@@ -19,7 +19,7 @@ void* limited(void* memory, std::size_t size) {
     return ++theAllocations > theLimit ? nullptr : std::realloc(memory, size);
 }
 
-// From now on that many allocations of the table succeed.
+// Lets this many further allocations of the table succeed.
 void allow(int count) {
     theAllocations = 0;
     theLimit = count;
@@ -30,7 +30,7 @@ class CNothing : public CKzImpl_NeedContext {};
 
 }  // namespace
 
-TEST(server_table, grows_by_twenty_and_keeps_its_order) {
+TEST(ServerTableTest, GrowsByTwentyAndKeepsItsOrder) {
     CKzPolymorph<CNothing> polymorph;
     CServerTable table;
     std::deque<std::string> names;
@@ -44,7 +44,7 @@ TEST(server_table, grows_by_twenty_and_keeps_its_order) {
     EXPECT_EQ(table.classId(0), nullptr);       // no interface yet
 }
 
-TEST(server_table, is_empty_after_any_allocation_failed) {
+TEST(ServerTableTest, IsEmptyAfterAnyAllocationFailed) {
     CKzPolymorph<CNothing> polymorph;
     for (int failing = 0; failing < 6; ++failing) {
         allow(failing);
@@ -58,7 +58,7 @@ TEST(server_table, is_empty_after_any_allocation_failed) {
     CServerTable::setReallocate(nullptr);
 }
 
-TEST(server_table, lists_and_generates) {
+TEST(ServerTableTest, ListsAndGenerates) {
     CPluginHost host;
     host.adopt(_IKzModule_Create());
     CKzLoc_Unknown again;
@@ -94,7 +94,7 @@ TEST(server_table, lists_and_generates) {
     EXPECT_EQ(module.Generate("python", &KZu_LINEINTERPRETER, nullptr), KZe_INVALIDARG);
 }
 
-TEST(server_table, may_be_filled_after_a_failed_attempt) {
+TEST(ServerTableTest, MayBeFilledAfterAFailedAttempt) {
     allow(1);
     EXPECT_EQ(_IKzModule_Create(), nullptr);
     EXPECT_EQ(CKzThisModule::instance().lifeState(), CKzThisModule::unloaded);

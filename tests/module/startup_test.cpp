@@ -1,4 +1,4 @@
-// Start-up: what it gives to Python, what it survives, and what is said when it fails.
+// Start-up: what it sets up, what it survives, and what it reports when it fails.
 #include "host/core/service_registry.h"
 #include "host/state/call_watch.h"
 #include "host/state/import_paths.h"
@@ -51,7 +51,7 @@ Cause without(const KzGuid& service) {
     return [&service](CPluginHost& host) { host.host.services().remove(service); };
 }
 
-// That file, alone in the folder "PATH/NAME", comes first among what Python can import.
+// Puts the file into a folder "PATH/NAME" of its own, which comes first on the import path.
 Cause shadowed(const CTestFolder& folder, const char* name, const char* file, const char* text) {
     return [=, &folder](CPluginHost& host) {
         folder.write(std::string(name) + "/" + file, text);
@@ -63,7 +63,7 @@ constexpr const char* good = "= 2\n";
 
 }  // namespace
 
-TEST(startup, survives_what_is_not_needed) {
+TEST(StartupTest, SurvivesWhatIsNotNeeded) {
     const CTestFolder folder;
     const char* servers = "kzserv/__init__.py";
     const auto heading = [&](const std::string& text, int line) {
@@ -91,7 +91,7 @@ TEST(startup, survives_what_is_not_needed) {
             "kzu.object failed to import\n[80000000] Unhandled exception \"ImportError\"; No module named object\n"}});
 }
 
-TEST(startup, says_what_failed) {
+TEST(StartupTest, SaysWhatFailed) {
     const CTestFolder folder;
     const auto said = [](const std::string& why) { return why + "\n[80000018] Python subsystem failed to start\n"; };
     check({{"no file service", without(KZu_FILESERVICE), "code 80000000\n", said("[80000000] error thrown on startup")},
@@ -103,7 +103,7 @@ TEST(startup, says_what_failed) {
             said("[80000000] init failed: importing kzu")}});
 }
 
-TEST(startup, orders_the_import_paths) {
+TEST(StartupTest, OrdersTheImportPaths) {
     CPluginHost host;
     const CTestFolder folder;
     for (const char* name : {"P", "Q", "R"}) host.host.importPaths().add(folder.path() + "/" + name);
@@ -123,7 +123,7 @@ TEST(startup, orders_the_import_paths) {
     EXPECT_EQ(session.run("site.USER_SITE in sys.path, sys.prefix\n"), "= True " + kit + "\n");
 }
 
-TEST(startup, leaves_the_process_as_it_was) {
+TEST(StartupTest, LeavesTheProcessAsItWas) {
     std::setlocale(LC_ALL, "C");
     std::signal(SIGUSR1, SIG_IGN);
     struct sigaction before[NSIG] = {};
@@ -151,7 +151,7 @@ TEST(startup, leaves_the_process_as_it_was) {
     kzInChildKilledBy(SIGINT, "an interrupt after unload", [] { std::raise(SIGINT); });
 }
 
-TEST(startup, lets_extension_modules_find_the_interpreter) {
+TEST(StartupTest, LetsExtensionModulesFindTheInterpreter) {
     CPluginHost host;
     CTestSession session(host.load());
     for (const char* name : {"_json", "ctypes", "ssl", "sqlite3", "decimal", "bz2", "xml.etree.cElementTree"})

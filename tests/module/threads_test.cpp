@@ -10,9 +10,9 @@
 
 using namespace kzhost;
 
-using threads = PluginTest;
+using ThreadsTest = PluginTest;
 
-TEST_F(threads, may_all_enter_first) {
+TEST_F(ThreadsTest, MayAllEnterFirst) {
     onThreads(8, 1, [&](int index) {
         CTestSession session(host);
         const std::string number = std::to_string(index);
@@ -24,9 +24,9 @@ TEST_F(threads, may_all_enter_first) {
     EXPECT_EQ(host.log("python"), "");
 }
 
-TEST_F(threads, keep_the_state_that_python_gave_them) {
+TEST_F(ThreadsTest, KeepTheStateThatPythonGaveThem) {
     std::thread([&] {
-        CTestSession session(host);  // Python starts on a thread that is not the host's first
+        CTestSession session(host);  // Python starts on a thread that is not the host's main thread
         session.run("import threading, thread\nlocal = threading.local()\nlocal.mine = 1\n");
         EXPECT_EQ(session.run("local.mine\n"), "= 1\n");
     }).join();
@@ -35,7 +35,7 @@ TEST_F(threads, keep_the_state_that_python_gave_them) {
     EXPECT_EQ(session.run("import sys\nlen(sys._current_frames())\n"), "= 1\n");
 }
 
-TEST_F(threads, share_python_with_threads_of_its_own) {
+TEST_F(ThreadsTest, SharePythonWithThreadsOfItsOwn) {
     session.run("import threading\nhits = []\ndef work():\n  for i in xrange(2000): hits.append(i)\n\n"
                 "threads = [threading.Thread(target=work) for i in range(4)]\nfor t in threads: t.start()\n\n");
     onThreads(4, 1, [&](int) {
@@ -46,7 +46,7 @@ TEST_F(threads, share_python_with_threads_of_its_own) {
     EXPECT_EQ(session.run("len(hits)\n"), "= 16000\n");
 }
 
-TEST_F(threads, of_scripts_end_in_any_order) {
+TEST_F(ThreadsTest, OfScriptsEndInAnyOrder) {
     // Two scripts on two host threads: the one that began first ends first.
     host.run("import threading, __builtin__\n__builtin__.e = [threading.Event() for i in range(3)]");
     std::thread first([&] { host.run("print 'a'\ne[0].set()\ne[1].wait(20)\nprint 'a'"); });
@@ -62,7 +62,7 @@ TEST_F(threads, of_scripts_end_in_any_order) {
     EXPECT_EQ(texts.size(), 6U) << texts;
 }
 
-TEST_F(threads, are_turned_away_while_python_goes) {
+TEST_F(ThreadsTest, AreTurnedAwayWhilePythonGoes) {
     std::vector<std::unique_ptr<CTestSession>> sessions;
     for (int index = 0; index < 4; ++index) sessions.push_back(std::make_unique<CTestSession>(host));
     std::atomic<bool> isOver = false;

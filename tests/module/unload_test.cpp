@@ -1,4 +1,4 @@
-// Unload: whatever Python code has left behind, the process goes on.
+// Unload: the process survives whatever Python code has left behind.
 #include "host/core/scripts.h"
 #include "host/state/path_aliases.h"
 #include "tests/support/child.h"
@@ -11,9 +11,9 @@
 
 using namespace kzhost;
 
-using unload = PluginTest;
+using UnloadTest = PluginTest;
 
-TEST(unload_in_a_child, survives_what_scripts_leave_behind) {
+TEST(UnloadInAChildTest, SurvivesWhatScriptsLeaveBehind) {
     const std::pair<const char*, const char*> table[] = {
         {"an exit handler that leaves", "import atexit, sys\natexit.register(sys.exit, 3)"},
         {"an exit function that leaves", "import sys\ndef f(): raise SystemExit(3)\nsys.exitfunc = f"},
@@ -51,23 +51,23 @@ TEST(unload_in_a_child, survives_what_scripts_leave_behind) {
     }
 }
 
-TEST_F(unload, passes_on_what_is_printed_last) {
+TEST_F(UnloadTest, PassesOnWhatIsPrintedLast) {
     host.run("import atexit, threading, time\ndef f(): print 'exit'\natexit.register(f)\n"
              "def late():\n  time.sleep(0.1)\n  print 'thread'\nthreading.Thread(target=late).start()\nprint 'half',");
     host.host.unload();
     EXPECT_EQ(host.log("scripts"), "test.py\n  half\n");
-    // The blank is the print statement's, which goes on behind 'half': who shows text as it comes sees "half thread".
+    // The print statement writes the blank, because text that is shown as it is written reads "half thread".
     EXPECT_EQ(host.log("python"), " thread\nexit\n");
 }
 
-TEST(unload_of_an_idle_host, is_for_good) {
+TEST(UnloadOfAnIdleHostTest, IsForGood) {
     CPluginHost host;
     host.load().host.unload();  // nothing ran, nothing is started
     std::string why;
     EXPECT_FALSE(CKzHost().load(host.host.files().expand("module:kzPython2.so").value_or(""), why));
 }
 
-TEST_F(unload, lets_servers_outlive_python) {
+TEST_F(UnloadTest, LetsServersOutlivePython) {
     CKzLoc_Unknown scripts;
     host.spawn(KZa_TEXTSCRIPTINTERPRETER, scripts);
     EXPECT_EQ(session.run("if 1:\n"), "");
@@ -79,7 +79,7 @@ TEST_F(unload, lets_servers_outlive_python) {
     EXPECT_EQ(session.execute("  1"), KZe_NOTAVAILABLE);
 }
 
-TEST_F(unload, from_within_a_script_is_survived) {
+TEST_F(UnloadTest, FromWithinAScriptIsSurvived) {
     host.nothingAlive.isExpected = false;  // what the script was using
     const auto begin = std::chrono::steady_clock::now();
     session.console->whenTold = [&] { host.host.unload(); };

@@ -62,8 +62,8 @@ std::size_t countOf(const std::string& text, const std::string& part) {
 
 class FarmTest : public KzHostTest {
 protected:
-    // What kzhost does when its job is the first for an asset: it fails, or a worker dies under it, before or after the
-    // result is there. One asset takes for ever. Parent is the worker of Dask, the shell of a job of GNU parallel.
+    // Stands for kzhost in the first job of an asset: it fails, or its worker is killed, before or after the
+    // result is written. One asset never ends. The parent is Dask's worker, or the shell of a job of GNU parallel.
     static constexpr const char* faulty = "#!/bin/sh\necho \"$4\" >>FOLDER/jobs\nfirst() { mkdir \"$4.seen\"; }\n"
                                           "case $4 in\n*again*) first \"$@\" && exit 75 ;;\n"
                                           "*before*) first \"$@\" && kill -9 $PPID && exit ;;\n"
@@ -85,7 +85,7 @@ protected:
         const int status = std::system((command + " >" + path("out") + " 2>" + path("err") + " </dev/null").c_str());
         return WEXITSTATUS(status);
     }
-    // One line for each asset, in spite of all; as many jobs as its accidents made necessary.
+    // One line for each asset nevertheless, and as many jobs as it needed.
     void expectAll() const {
         EXPECT_NE(contents("out").find("6 files: 4 good, 1 with faults, 1 without a result\n"), std::string::npos)
             << contents("out") << contents("err");
@@ -114,7 +114,7 @@ TEST_F(FarmTest, GnuParallelLosesNothingAndDoesNothingTwice) {
     const std::string before = contents("results/report.jsonl");
     EXPECT_EQ(farm(std::string("KZHOST=") + program + " " + command), 3) << contents("err");
     const std::string after = contents("results/report.jsonl");
-    std::istringstream lines(before);  // what had a result keeps it
+    std::istringstream lines(before);  // existing results are kept
     for (std::string line; std::getline(lines, line);)
         EXPECT_EQ(countOf(after, line), line.find("hangs") == std::string::npos ? 1U : 0U) << line;
     EXPECT_EQ(countOf(after, "null"), 0U);

@@ -1,4 +1,4 @@
-// The host's objects, used by the scripts beside this file, and what only other modules can ask of them.
+// The host's objects: the scripts beside this file use them, and here are the calls that only other modules can make.
 #include "tests/sdk/described.h"
 #include "tests/support/host_test.h"
 
@@ -26,11 +26,11 @@ using namespace kzhost;
 
 namespace {
 
-class Objects : public testing::TestWithParam<const char*> {};
+class ObjectsTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(Objects, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
+TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(, Objects, testing::Values("image", "kzu_objects", "mesh", "scene"));
+INSTANTIATE_TEST_SUITE_P(, ObjectsTest, testing::Values("image", "kzu_objects", "mesh", "scene"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -100,7 +100,7 @@ private:
     std::deque<Named> m_objects;
 };
 
-// Calls an operation with zeros and nulls only. However many it takes, more of them do no harm.
+// Calls an operation with zeros and null pointers only. Surplus arguments do no harm.
 KzResult callWithNulls(IKzUnknown* object, std::size_t method) {
     constexpr std::size_t unknownMethods = 3;
     using Operation = KzResult (*)(IKzUnknown*, void*, void*, void*, void*, void*, void*, void*, void*);
@@ -115,7 +115,7 @@ bool isRequiredInput(const kzgen::Parameter& parameter) {
     return !parameter.output && kinds.contains(parameter.type.kind);
 }
 
-// Scripts pass no null places; other modules do.
+// Scripts never pass a null pointer for an output, but other modules may.
 TEST_F(HostTest, NullIsRefusedByEveryOperationThatNeedsMore) {
     const std::set<std::string> mayBeNull = {"Command.Enable", "Command.ExecuteString", "Item.SetParent",
                                              "Listener.FirePort", "ScriptSys.RunText"};

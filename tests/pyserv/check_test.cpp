@@ -62,7 +62,7 @@ const Case cases[] = {
       "11: server \"?b\": no command string calls it; the name of a command is one word, and begins with a letter",
       "12: server \"\": no command string calls it; the name of a command is one word, and begins with a letter",
       "12: server \"\": arguments is not a list of Argument"}},
-    // Classes that are only given to the host as objects, and those that others derive from.
+    // Classes that the host gets only as objects, and base classes.
     {"class Base(Loader):\n    def load_Cancle(self): pass\n    def load_Recognise(self): pass\n"
      "class Job(ThreadJob):\n    def __init__(self, any, thing): pass\n    def job_Run(self): pass\n"
      "class Soup(TriangleSoup):\n    def soup_TestBox(self): pass\n    def soup_Polygon(self, a, b, c): pass\n"

@@ -35,7 +35,7 @@ TEST_F(ExampleServersTest, ATreeIsPrinted) {
     for (const char* endless : {"deep", "wide"}) EXPECT_TRUE(run({"tree", endless}).says("OUTOFBOUNDS")) << endless;
 }
 
-// What a script sees of a command is what it sees of the host's own.
+// Scripts use these commands like the host's own.
 TEST_F(ExampleServersTest, CommandsAreExecutedQueriedAndDisabled) {
     const std::tuple<const char*, int, const char*, const char*> cases[] = {
         {"text.repeat hello count:3", 0, "hello hello hello\n", ""},
@@ -88,7 +88,7 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
         EXPECT_TRUE(ended.says(why)) << why << ended.error;
         EXPECT_EQ(ended.status, words.back().ends_with("hdr") ? 0 : 1);
     }
-    // Scripts take the same path, and what is loaded is an image of the host's own.
+    // Scripts use the same loader and saver, and get an image of the host.
     expect(runText("import kz\nimages = kz.service.Image()\nfolder = 'FOLDER/'\n"
                    "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
                    "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
@@ -138,7 +138,7 @@ TEST_F(ExampleServersTest, ValuesOfAServedTypeAreTheHostsOwn) {
     EXPECT_EQ(ended.error, "");
 }
 
-// The lines that documents show, as a reader types them one after another.
+// The lines that the documents show, typed one after another.
 TEST_F(ExampleServersTest, WhatDocumentsShowWorks) {
     std::filesystem::create_directory_symlink(examples, path("examples"));
     write("in", "\n\ntrue\n+\n");
@@ -159,8 +159,8 @@ TEST_F(ExampleServersTest, WhatDocumentsShowWorks) {
     EXPECT_GE(count, 29);
 }
 
-// What the front page shows as Python is what the examples have.
-TEST(Readme, ShowsTheExamplesAsTheyAre) {
+// The Python code on the front page is that of the examples.
+TEST(ReadmeTest, ShowsTheExamplesAsTheyAre) {
     const std::string page = contentsOf(KZ_SOURCE_DIR "/README.md"), opening = "```python\n";
     for (const char* example : {"examples/servers/lift.py", "examples/operate.py"}) {
         const std::size_t start = page.find(opening, page.find("`" + std::string(example) + "`")) + opening.size();
@@ -171,17 +171,20 @@ TEST(Readme, ShowsTheExamplesAsTheyAre) {
     }
 }
 
-// Every call from the session's begin to its end, in order.
+// Every call from the start of the session to its end, in order.
 TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
     importPaths.pop_back();
-    serve("all.py", "import kz, kzifc\n"
-                    "def tell(name, *args): open('FOLDER/heard', 'a').write(name.replace('event_', '.') + ' ')\n"
-                    "class Session(kzifc.SessionListener): pass\nclass Commands(kzifc.CmdSysListener): pass\n"
-                    "class Log(kzifc.LogListener): pass\nfor cls in (Session, Commands, Log):\n"
-                    "    for name in vars(cls.__bases__[0]):\n"
-                    "        if name[0] != '_' and name != 'sesl_ModuleUpdated':\n"
-                    "            setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))\n"
-                    "    kz.bless(cls, 'all')\n");
+    serve("all.py", R"(import kz, kzifc
+def tell(name, *args): open('FOLDER/heard', 'a').write(name.replace('event_', '.') + ' ')
+class Session(kzifc.SessionListener): pass
+class Commands(kzifc.CmdSysListener): pass
+class Log(kzifc.LogListener): pass
+for cls in (Session, Commands, Log):
+    for name in vars(cls.__bases__[0]):
+        if name[0] != '_' and name != 'sesl_ModuleUpdated':
+            setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))
+    kz.bless(cls, 'all')
+)");
     const Ended ended =
         runText("import kz\nprint 'out'\nkz.eval('command.alias b user.value')\nkz.eval('command.unalias b')\n"
                 "from kzu.command import Command\nclass New(Command):\n"
@@ -207,23 +210,24 @@ TEST_F(ExampleServersTest, AMeshOperationChangesTheHostsMesh) {
                      "    def mop_Evaluate(self, mesh, elements, mode):\n"
                      "        kz.object.Mesh(mesh).Clear()\n        raise ValueError('half-way')\n"
                      "kz.bless(Half, 'half')\n");
-    expect(
-        runText("import kz\nscenes = kz.service.Scene()\n"
-                "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
-                "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
-                "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
-                "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
-                "tell('mesh.operate half')\ntell('mesh.operate none')\n"
-                "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n"),
-        0,
-        "command failed: mesh.operate: there is no scene, and so no mesh (80000017)\n"
-        "command failed: mesh.operate: the current scene has no mesh item (80000017)\n"
-        "command failed: mesh.operate: the operation failed (80000000)\n"
-        "command failed: mesh.operate: argument \"operation\": there is no mesh operation \"none\" (80000017)\n"
-        "command failed: mesh.operate: argument \"item\": there is no mesh item \"b\" (80000017)\n(1.0, 2.0, 3.0)\n");
+    expect(runText("import kz\nscenes = kz.service.Scene()\n"
+                   "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
+                   "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
+                   "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
+                   "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
+                   "tell('mesh.operate half')\ntell('mesh.operate none')\n"
+                   "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n"),
+           0,
+           R"(command failed: mesh.operate: there is no scene, and so no mesh (80000017)
+command failed: mesh.operate: the current scene has no mesh item (80000017)
+command failed: mesh.operate: the operation failed (80000000)
+command failed: mesh.operate: argument "operation": there is no mesh operation "none" (80000017)
+command failed: mesh.operate: argument "item": there is no mesh item "b" (80000017)
+(1.0, 2.0, 3.0)
+)");
 }
 
-// What the host asks on standard error, and what its answers come to.
+// The questions on standard error, and the effect of the answers.
 TEST_F(ExampleServersTest, ADialogAsksForArguments) {
     const std::tuple<const char*, const char*, int, std::string, std::vector<std::string>> cases[] = {
         {"??text.banner",
@@ -238,17 +242,19 @@ TEST_F(ExampleServersTest, ADialogAsksForArguments) {
         {"?text.banner", "ab\n", 1, "", {"the dialog was cancelled"}},
         {"??text.banner ab", "\n\n\n", 0, "         ab         \n", {"[ab]: "}},
         {"text.banner ab mark:x", "", 1, "", {"argument \"mark\" cannot be used now"}},
-        {"??file.alias", "here\n/tmp\n", 0, "", {"File Alias: alias", "File Alias: path"}},  // the host's own ask, too
+        {"??file.alias", "here\n/tmp\n", 0, "", {"File Alias: alias", "File Alias: path"}},  // the host's own, too
     };
     for (const auto& [command, answers, status, out, told] : cases) {
         const Ended ended = run({"cmd", command}, answers);
         expect(ended, status, out, told);
         EXPECT_EQ(ended.says("mark, "), std::string(answers).find("true") != std::string::npos) << ended.error;
     }
-    expect(runText("import kz\ncommands = kz.Service('command')\n"
-                   "for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):\n"
-                   "    commands.select('enabled', line)\n"
-                   "    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')\n"),
+    expect(runText(R"(import kz
+commands = kz.Service('command')
+for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):
+    commands.select('enabled', line)
+    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')
+)"),
            0,
            "1 (1, 1, 1, 0) ('', '20', 'false', '*')\n1 (1, 1, 1, 1) ('', '20', 'true', '*')\n"
            "0 () ()\n1 (1, 1) ('', '')\n");

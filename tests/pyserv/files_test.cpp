@@ -99,7 +99,7 @@ TEST_F(FilesTest, AFileCountsWholeOrNotAtAll) {
             "e.py: imported"});
 }
 
-// What is written over the file, and why nothing has changed: neither the class, nor its tags, nor its sub-server.
+// The new text of the file, and the reason why neither the class, nor its tags, nor its sub-server changes.
 TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
     const std::string text = "import kz, kzifc\nWORD = 'one'\nclass Hints(kzifc.UIValueHints):\n"
                              "    def uiv_PopInternalName(self, index): return WORD\n"

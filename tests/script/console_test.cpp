@@ -1,4 +1,4 @@
-// The console: when a statement is complete, what it answers, and what it keeps.
+// The console: when a statement is complete, its results, and its state.
 #include "host/state/call_watch.h"
 #include "tests/support/host_test.h"
 
@@ -14,7 +14,7 @@ struct Session {
     const char* heard;
 };
 
-class console : public PluginTest {
+class ConsoleTest : public PluginTest {
 protected:
     void check(std::initializer_list<Session> table) {
         for (const auto& [lines, heard] : table) EXPECT_EQ(session.run(lines), heard) << lines;
@@ -23,7 +23,7 @@ protected:
 
 }  // namespace
 
-TEST_F(console, runs_a_statement_as_soon_as_it_is_complete) {
+TEST_F(ConsoleTest, RunsAStatementAsSoonAsItIsComplete) {
     check({{"1+1\nfor i in range(3):\n  print i\n\nx = 5\nx*2\n", "= 2\n0\n1\n2\n= 10\n"},
            {"if 0:\n  1\nelse:\n  print 'no'\n\n", "no\n"},
            {"try:\n  1/0\nexcept ZeroDivisionError:\n  print 'caught'\nfinally:\n  print 'done'\n\n", "caught\ndone\n"},
@@ -43,7 +43,7 @@ TEST_F(console, runs_a_statement_as_soon_as_it_is_complete) {
             "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 2)\ncode 80000000\n"}});
 }
 
-TEST_F(console, answers_values_as_texts) {
+TEST_F(ConsoleTest, AnswersValuesAsTexts) {
     check({{"None\n", ""},
            {"'a b'\n", "= a b\n"},
            {"u'\\xe9'\n", "= \xC3\xA9\n"},
@@ -62,7 +62,7 @@ TEST_F(console, answers_values_as_texts) {
            {"'still here'\n", "= still here\n"}});
 }
 
-TEST_F(console, reports_what_a_line_raises_and_stays_ready) {
+TEST_F(ConsoleTest, ReportsWhatALineRaisesAndStaysReady) {
     check({{"1/0\n",
             "ERROR: Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n .. <stdin>: 1\n"
             "code 80000000\n"},
@@ -86,7 +86,7 @@ TEST_F(console, reports_what_a_line_raises_and_stays_ready) {
            {"1+1\n", "= 2\n"}});
 }
 
-TEST_F(console, prompts_and_forgets) {
+TEST_F(ConsoleTest, PromptsAndForgets) {
     EXPECT_EQ(session.execute(""), KZe_SCRIPT_LINEISCOMMENT);
     EXPECT_EQ(session.prompt() + session.prompt(true), ">>> ... ");
     EXPECT_EQ(session.execute("if 1:"), KZe_OK);
@@ -102,7 +102,7 @@ TEST_F(console, prompts_and_forgets) {
     EXPECT_EQ(other.run("shared\n"), "= 1\n");
 }
 
-TEST_F(console, works_without_anyone_to_hear_it) {
+TEST_F(ConsoleTest, WorksWithoutAnyoneToHearIt) {
     CKzUser_LineInterpreter bare;
     CKzLoc_Unknown object;
     bare.set(host.spawn(KZa_LINEINTERPRETER, object).raw());
@@ -116,12 +116,12 @@ TEST_F(console, works_without_anyone_to_hear_it) {
     EXPECT_EQ(session.run("2\n"), "= 2\n");
 }
 
-TEST_F(console, takes_long_pastes) {
+TEST_F(ConsoleTest, TakesLongPastes) {
     std::string block = "total = 0\nif 1:\n";
     for (int line = 0; line < 1000; ++line) block += "  total += 1\n";
     EXPECT_EQ(session.run(block + "\ntotal\n"), "= 1000\n");
     EXPECT_EQ(session.run("len('" + std::string(100'000, 'x') + "')\n"), "= 100000\n");
-    // Deeper than the compiler goes: an error, not the end of the process.
+    // Nested too deeply for the compiler, which must not end the process.
     const std::string deep = session.run(std::string(5000, '(') + std::string(5000, ')') + "\n1\n");
     EXPECT_TRUE(deep.ends_with("code 80000002\n= 1\n")) << deep;
 }

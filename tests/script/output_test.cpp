@@ -1,4 +1,4 @@
-// What scripts print, write and raise, as it comes to the log.
+// What scripts print, write and raise, as the log has it.
 #include "tests/support/child.h"
 #include "tests/support/host_test.h"
 
@@ -11,7 +11,7 @@ struct Row {
     std::vector<std::string> lines;
 };
 
-class output : public PluginTest {
+class OutputTest : public PluginTest {
 protected:
     void check(const std::vector<Row>& table) {
         for (const auto& [script, lines] : table) {
@@ -32,7 +32,7 @@ protected:
 
 }  // namespace
 
-TEST_F(output, comes_line_by_line) {
+TEST_F(OutputTest, ComesLineByLine) {
     check({{"print 1, 'a', None", {"1 a None"}},
            {"print 'a',\nprint 'b'\nprint", {"a b", ""}},
            {"print 'a',", {"a"}},
@@ -79,7 +79,7 @@ TEST_F(output, comes_line_by_line) {
              "\x03(f:FONT_ITALIC) kz.trace: Disabled - kz.trace\x03(f:FONT_DEFAULT)"}}});
 }
 
-TEST_F(output, shows_exceptions_with_their_frames) {
+TEST_F(OutputTest, ShowsExceptionsWithTheirFrames) {
     raises(
         {{"def a(): b()\ndef b(): c()\ndef c(): raise ValueError('deep')\na()", "ValueError", "; deep", {3, 2, 1, 4}},
          {"class Old:\n  def __str__(self): return 'old'\nraise Old()", "instance", "; old", {3}},
@@ -107,7 +107,7 @@ TEST_F(output, shows_exceptions_with_their_frames) {
             {"[00000002] Heading",
              "[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
              " .. test.py: 2"}},
-           // Looking at an exception that is being handled does not take it away.
+           // Reading an exception that is being handled does not clear it.
            {"import kz\ntry:\n  try: 1/0\n  except: kz.outEx(); print kz.excResult() == kz.excResult(); raise\n"
             "except ZeroDivisionError: print 'raised'",
             {"[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
@@ -120,15 +120,15 @@ TEST_F(output, shows_exceptions_with_their_frames) {
     EXPECT_GT(std::count(deep.begin(), deep.end(), '\n'), 900);
 }
 
-// A console in Python may do anything with what it is told.
-TEST(output_of_a_console, that_fails_is_not_lost) {
+// A console in Python may do anything with a line of output.
+TEST(OutputOfAConsoleTest, ThatFailsIsNotLost) {
     const std::string begin = "import kz, kz.service, kzifc\nscripts = kz.service.ScriptSys()\n"
                               "line = scripts.LineInterpreterByName('python')\nclass E(kzifc.LineExecution):\n"
                               "  def lin_Flags(self): return 0\n  def lin_Info(self";
     // The rest of its line, what is told below the heading, and what the log gets.
     const std::tuple<const char*, const char*, const char*> table[] = {
         {", text): print 'heard', text", "  heard 1\n", ""},
-        {", text): print 'heard', text,", "  heard heard 1\n", ""},  // the console is told the rest of its line, too
+        {", text): print 'heard', text,", "  heard heard 1\n", ""},  // the console gets the rest of its line, too
         {"): pass",
          "  [80000000] Unhandled exception \"TypeError\"; lin_Info() takes exactly 1 argument (2 given)\n  1\n",
          "[00000002] LineExecution.lin_Info of __main__.E: it raised TypeError: lin_Info() takes exactly 1 argument (2 "

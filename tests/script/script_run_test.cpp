@@ -1,4 +1,4 @@
-// Script runs: what a script is given, how it ended, and that it leaves nothing behind.
+// Script runs: the script's environment, how it ended, and that it leaves nothing behind.
 #include "host/core/message.h"
 
 #include "host/core/scripts.h"
@@ -12,9 +12,9 @@
 
 using namespace kzhost;
 
-using script_run = PluginTest;
+using ScriptRunTest = PluginTest;
 
-TEST_F(script_run, is_asked_by_the_word_python) {
+TEST_F(ScriptRunTest, IsAskedByTheWordPython) {
     CKzLoc_Unknown object;
     const CKzUser_TextScriptInterpreter interpreter(host.spawn(KZa_TEXTSCRIPTINTERPRETER, object).raw());
     const std::pair<const char*, KzResult> table[] = {
@@ -37,7 +37,7 @@ TEST_F(script_run, is_asked_by_the_word_python) {
     EXPECT_EQ(interpreter->Run(CHostRef<CScript>::make("quiet.py", "1/0").raw(), 0, nullptr, nullptr), KZe_FAILED);
 }
 
-TEST_F(script_run, splits_its_arguments) {
+TEST_F(ScriptRunTest, SplitsItsArguments) {
     const std::pair<const char*, const char*> table[] = {{"", "()"},
                                                          {"   ", "()"},
                                                          {"\"\"", "()"},
@@ -55,7 +55,7 @@ TEST_F(script_run, splits_its_arguments) {
     EXPECT_EQ(host.output("import kz\nkz.out(repr(kz.arg()))", "  "), "test.py\n  '  '\n");
 }
 
-TEST_F(script_run, tells_how_it_ended) {
+TEST_F(ScriptRunTest, TellsHowItEnded) {
     const std::tuple<const char*, KzResult, const char*> table[] = {
         {"pass", KZe_OK, nullptr},
         {"", KZe_OK, nullptr},
@@ -112,7 +112,7 @@ TEST_F(script_run, tells_how_it_ended) {
     }
 }
 
-TEST_F(script_run, starts_afresh_and_leaves_nothing_behind) {
+TEST_F(ScriptRunTest, StartsAfreshAndLeavesNothingBehind) {
     const std::pair<const char*, KzResult> runs[] = {
         {"leftover = 1\nimport kz\ndel kz", 0},
         {"assert 'leftover' not in globals()\nkz.out('there')", 0},
@@ -127,7 +127,7 @@ TEST_F(script_run, starts_afresh_and_leaves_nothing_behind) {
     EXPECT_EQ(host.run("").code, 0U);
 }
 
-TEST_F(script_run, keeps_what_belongs_to_the_outer_script) {
+TEST_F(ScriptRunTest, KeepsWhatBelongsToTheOuterScript) {
     const CTestFolder folder;
     const std::string inner = folder.write(
         "inner.py", "#python\nimport kz, sys\nkz.setOption('queryAnglesAs', 'degrees')\nkz.out('in', kz.args())\n"
@@ -144,7 +144,7 @@ TEST_F(script_run, keeps_what_belongs_to_the_outer_script) {
             inner + ": 6\n  out bad result: FAILED\n  " + inner + "\n    in ('2',)\n  7 own arguments radians\n");
 }
 
-TEST_F(script_run, trims_nothing_but_idle_lines_at_the_end) {
+TEST_F(ScriptRunTest, TrimsNothingButIdleLinesAtTheEnd) {
     const std::pair<const char*, const char*> table[] = {{"print 1\n\n  \n# c\n   # d", "1"},
                                                          {"print len('''\n# kept\n\n''')", "9"},
                                                          {"print 1 # c", "1"},
@@ -154,7 +154,7 @@ TEST_F(script_run, trims_nothing_but_idle_lines_at_the_end) {
         EXPECT_EQ(host.output(script), std::string("test.py\n  ") + printed + "\n") << script;
 }
 
-TEST_F(script_run, reports_when_it_cannot_be_read_or_reached) {
+TEST_F(ScriptRunTest, ReportsWhenItCannotBeReadOrReached) {
     for (const char* operation : {"Log.SubSystemLookup", "Log.CreateEntry"}) {
         host.host.failOperation(operation, KZe_NOACCESS);
         EXPECT_EQ(host.run("import kz\nkz.out(1)\nprint 2\n1/0").code, KZe_FAILED) << operation;
@@ -163,7 +163,7 @@ TEST_F(script_run, reports_when_it_cannot_be_read_or_reached) {
     EXPECT_EQ(host.output("print 1"), "test.py\n  1\n");
 }
 
-TEST_F(script_run, keeps_nothing_however_often_it_runs) {
+TEST_F(ScriptRunTest, KeepsNothingHoweverOftenItRuns) {
     // The interpreter's debug build counts every reference; the others count what the collector knows.
     session.run("import gc, sys\ncount = getattr(sys, 'gettotalrefcount', lambda: len(gc.get_objects()))\n");
     const char* scripts[] = {"import kz\nkz.out(kz.args())\nprint 1,",

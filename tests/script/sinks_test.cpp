@@ -1,4 +1,4 @@
-// Sinks that fail, write and push others while they are told something.
+// Sinks that fail, write and push other sinks while they are being called.
 #include "host/core/log_store.h"
 #include "module/output.h"
 #include "module/py_lock.h"
@@ -27,13 +27,13 @@ private:
     std::function<void()> m_whenTold;
 };
 
-class sinks : public testing::Test {
+class SinksTest : public testing::Test {
 protected:
-    sinks() {
+    SinksTest() {
         host.adopt(_IKzModule_Create());
         m_lock.emplace();
     }
-    ~sinks() override { m_lock.reset(); }
+    ~SinksTest() override { m_lock.reset(); }
 
     auto sink(const char* name, std::function<void()> whenTold) {
         return std::make_shared<Sink>(heard, name, std::move(whenTold));
@@ -51,21 +51,21 @@ private:
 
 }  // namespace
 
-TEST_F(sinks, pass_what_they_write_while_they_are_told_to_the_sink_below) {
+TEST_F(SinksTest, PassWhatTheyWriteWhileTheyAreToldToTheSinkBelow) {
     const COutputScope lower(sink("lower", writes("c")));
     const COutputScope upper(sink("upper", [] {
         kzWrite("b", 1);
         kzSetTracing(true);
         kzTrace("name", "t", 1);
         kzSetTracing(false);
-        throw KZe_FAILED;  // it costs nobody what comes next
+        throw KZe_FAILED;  // later texts still arrive
     }));
     kzWrite("a", 1);
     EXPECT_EQ(heard, "upper<a lower<b >lower lower<t >lower ");
     EXPECT_EQ(host.log("python"), "c\nc\n");
 }
 
-TEST_F(sinks, end_however_deep_they_push_others) {
+TEST_F(SinksTest, EndHoweverDeepTheyPushOthers) {
     std::function<void()> nest;
     nest = [&] {
         const COutputScope another(sink("s", nest));
@@ -76,8 +76,8 @@ TEST_F(sinks, end_however_deep_they_push_others) {
     EXPECT_EQ(host.log("python"), "x\n");
 }
 
-// A host that tells its listeners even of what they write themselves.
-TEST_F(sinks, below_the_log_is_standard_error) {
+// A host that notifies listeners even of what they write themselves.
+TEST_F(SinksTest, BelowTheLogIsStandardError) {
     int told = 0;
     host.host.log().addSink([&](const LogLine& line) {
         if (line.subsystem == "python" && ++told < 100) kzWrite("again", 1);
@@ -88,7 +88,7 @@ TEST_F(sinks, below_the_log_is_standard_error) {
     EXPECT_EQ(host.log("python"), "first\nagain\nfirst\nagain\n");
 }
 
-TEST_F(sinks, live_until_they_have_been_told) {
+TEST_F(SinksTest, LiveUntilTheyHaveBeenTold) {
     std::optional<COutputScope> scope;
     std::weak_ptr<Sink> kept;
     {

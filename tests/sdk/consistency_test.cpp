@@ -51,7 +51,7 @@ std::string place(const Constant& constant) { return toString(constant.at) + " "
 
 }  // namespace
 
-TEST(Consistency, FlagsThatStandTogetherAreDistinctBits) {
+TEST(ConsistencyTest, FlagsThatStandTogetherAreDistinctBits) {
     for (const Constants& group : groups({"f", "f_"})) {
         int64_t used = 0;
         for (const Constant* flag : group) {
@@ -61,7 +61,7 @@ TEST(Consistency, FlagsThatStandTogetherAreDistinctBits) {
     }
 }
 
-TEST(Consistency, ValuesThatStandTogetherDiffer) {
+TEST(ConsistencyTest, ValuesThatStandTogetherDiffer) {
     for (const Constants& group : groups({"i", "i_", "s", "s_", "v", "a"})) {
         std::map<std::string, const Constant*> seen;
         for (const Constant* each : group) {
@@ -72,7 +72,7 @@ TEST(Consistency, ValuesThatStandTogetherDiffer) {
 }
 
 // It covers no bit that is not a flag, unless it picks a field out of the values of an enumeration.
-TEST(Consistency, AMaskCoversWhatIsThere) {
+TEST(ConsistencyTest, AMaskCoversWhatIsThere) {
     std::map<std::string, int64_t> bits;
     for (const Constants& group : groups({"f", "f_", "i"}))
         for (const Constant* each : group) bits[stem(each->name)] |= integerOf(*each);
@@ -85,8 +85,8 @@ TEST(Consistency, AMaskCoversWhatIsThere) {
         }
 }
 
-// One name, one kind: a script's author learns it once. Only an index that may be -1 has a sign.
-TEST(Consistency, ParametersOfOneNameAreOfOneKind) {
+// Parameters of one name are of one kind. Only an index that may be -1 is signed.
+TEST(ConsistencyTest, ParametersOfOneNameAreOfOneKind) {
     const std::map<std::string, std::set<Kind>> kinds = {{"time", {Kind::Double}},
                                                          {"flags", {Kind::Uint}},
                                                          {"count", {Kind::Uint}},
@@ -106,8 +106,8 @@ TEST(Consistency, ParametersOfOneNameAreOfOneKind) {
             }
 }
 
-// Counts, floats and what an object is called are learned once for each interface.
-TEST(Consistency, AnInterfaceHasOneConvention) {
+// Within an interface, counts, floating-point numbers and names follow one convention.
+TEST(ConsistencyTest, AnInterfaceHasOneConvention) {
     for (const Interface* each : describedInterfaces()) {
         std::set<std::pair<bool, Kind>> counts;  // with inputs, what is returned
         std::set<Kind> names;
@@ -127,7 +127,7 @@ TEST(Consistency, AnInterfaceHasOneConvention) {
             kinds.insert(method.returns.kind);
             for (const Parameter& parameter : method.parameters) kinds.insert(parameter.type.kind);
         }
-        // Values of their own width are what a stream and a value are about.
+        // Streams and values exist to carry numbers of several widths.
         const bool isStream = each->name == "BlockRead" || each->name == "BlockWrite";
         const bool isValue = each->name == "Value" && !each->service;
         EXPECT_FALSE(kinds.contains(Kind::Float) && kinds.contains(Kind::Double) && !isStream)
@@ -139,8 +139,8 @@ TEST(Consistency, AnInterfaceHasOneConvention) {
     }
 }
 
-// What a wrapper of one type cannot hold, and an adapter does not take: who has nothing to give says NOTFOUND.
-TEST(Consistency, NoTypedObjectIsPromisedToBeNull) {
+// A wrapper of a fixed type cannot be null, and adapters refuse null. NOTFOUND stands for no object.
+TEST(ConsistencyTest, NoTypedObjectIsPromisedToBeNull) {
     const auto isNullable = [](const Parameter* input) {
         return input->type.kind == Kind::String || input->type.kind == Kind::Object ||
                input->type.kind == Kind::Pointer;
@@ -159,7 +159,7 @@ TEST(Consistency, NoTypedObjectIsPromisedToBeNull) {
         }
 }
 
-TEST(Consistency, EveryGroupOfConstantsSaysWhatItIsFor) {
+TEST(ConsistencyTest, EveryGroupOfConstantsSaysWhatItIsFor) {
     for (const Header& header : described().headers) {
         const auto expect = [](const auto& each) {
             EXPECT_FALSE(each.group.begins && each.group.sentence.empty()) << toString(each.at) << " " << each.name;
@@ -169,7 +169,7 @@ TEST(Consistency, EveryGroupOfConstantsSaysWhatItIsFor) {
     }
 }
 
-TEST(Consistency, AServerTypeNameIsOneLowerCaseWord) {
+TEST(ConsistencyTest, AServerTypeNameIsOneLowerCaseWord) {
     std::map<std::string, std::string> owners;
     for (const Interface* each : describedInterfaces()) {
         if (!each->server) continue;

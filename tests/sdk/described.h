@@ -1,4 +1,4 @@
-// The SDK description itself, read once, for tests of what it holds.
+// The SDK description itself, read once, for tests of its contents.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ inline std::vector<const Interface*> describedInterfaces() {
     return all;
 }
 
-// The interface or service with that name; an empty one, and a failure, when there is none.
+// The interface or service with that name; if there is none, an empty one and a failure of the test.
 inline const Interface& describedInterface(std::string_view name, bool service = false) {
     static const Interface none;
     for (const Interface* each : describedInterfaces())

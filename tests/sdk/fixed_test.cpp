@@ -1,4 +1,4 @@
-// What is fixed one by one: identities, values, and methods whose order and signature others have compiled in.
+// Identities, values and methods that must never change, because other programs have compiled them in.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -80,7 +80,7 @@ struct Signature {
     const char* text;
 };
 
-// Methods that the plug-in itself calls or answers, and those that stand for a kind of signature.
+// Methods that the plug-in itself calls or implements, and examples of each kind of signature.
 constexpr Signature signatures[] = {
     {"Mesh", false, "MergeWithTransform(object other,matrix xfrm,integer flags)"},
     {"GeoCacheSurface", false, "(vector pos,matrix rot,vector scl) = GetXfrm(integer endpoint)"},
@@ -100,7 +100,7 @@ constexpr Signature signatures[] = {
 
 }  // namespace
 
-TEST(FixedValues, AreWhatOthersHaveCompiledIn) {
+TEST(FixedValuesTest, AreWhatOthersHaveCompiledIn) {
     for (const std::string_view list : {identities, values}) {
         for (const std::string& each : words(list)) {
             const std::string name = each.substr(0, each.find('='));
@@ -109,14 +109,14 @@ TEST(FixedValues, AreWhatOthersHaveCompiledIn) {
     }
 }
 
-TEST(FixedMethods, StandInTheirOrder) {
+TEST(FixedMethodsTest, StandInTheirOrder) {
     EXPECT_EQ(formats(describedInterface("Command")), words(required::commandMethods));
     EXPECT_EQ(names(describedInterface("CmdSysListener")), words(required::commandEvents));
     EXPECT_EQ(names(describedInterface("DTBBadgeOverride")), words(required::badgeMethods));
     EXPECT_EQ(names(describedInterface("TextScriptInterpreter")), words("ValidateHeader Compile Run"));
 }
 
-TEST(FixedMethods, ReadTheSameInTheirDocumentation) {
+TEST(FixedMethodsTest, ReadTheSameInTheirDocumentation) {
     for (const Signature& signature : signatures) {
         std::vector<std::string> texts;
         for (const Method& method : describedInterface(signature.interface, signature.service).methods)

@@ -6,7 +6,7 @@
 
 namespace required {
 
-// A command's methods with the arguments that Python gets, as they follow each other.
+// A command's methods in their order, with the arguments that Python gets.
 inline constexpr std::string_view commandMethods =
     "Tag() Name() UserName() ButtonName() Desc() Tooltip() Help() Example() Icon() Flags() PostExecFlags() "
     "PostExecBehaviorFlags() PostExecHints() SandboxGUID() Message() Enable(O) ContainedEnable() Interact() "
@@ -21,7 +21,7 @@ inline constexpr std::string_view commandEvents =
     "BlockEnd BlockEndedPostMode RefireBegin RefireEnd RefiringNext PostModeBegin PostModeEnd PostModeRestart "
     "PostModeUndoNext UserUndo UserRedo";
 
-// What a badge of the preset browser asks.
+// The methods of a badge of the preset browser.
 inline constexpr std::string_view badgeMethods =
     "BadgesSupported BadgeIsAlwaysVisible BadgeOverride BadgeTooltip BadgeStarRatingOverride BadgeAction "
     "BadgeStarRatingAction";

@@ -1,4 +1,4 @@
-// Objects with several interfaces: spawning, queries, reference counts and what hangs on them.
+// Objects with several interfaces: spawning, queries, reference counts and sub-objects.
 #include "tests/support/threads.h"
 
 #include "kz/base/global_cache.h"
@@ -15,7 +15,7 @@ namespace {
 
 std::atomic<int> theLiving = 0;
 
-// Two interfaces of its own, and a third by a sub-object.
+// Has two interfaces of its own, and a third through a sub-object.
 class CThing : public CKzImpl_TagDescription, public CKzImpl_NeedContext {
 public:
     CThing() { ++theLiving; }
@@ -23,20 +23,20 @@ public:
     std::uint32_t tag_Count() override { return 7; }
 };
 
-// Asks the object it belongs to for an interface when it goes.
+// Asks its outer object for an interface when it is destroyed.
 class CPart : public CKzImpl_Module {
 public:
     ~CPart() override {
-        const CKzUser_TagDescription owner(m_outer);
+        const CKzUser_TagDescription owner(outer);
         EXPECT_EQ(owner.Count(), 7U);
     }
-    IKzUnknown* m_outer = nullptr;
+    IKzUnknown* outer = nullptr;
 };
 
 class CParts final : public CKzPolymorph<CPart> {
 public:
     CParts() { append(kzMakeRecord<CKzIfc_Module<CPart>>()); }
-    void spawned(void* object, IKzUnknown* /*slot*/) override { static_cast<CPart*>(object)->m_outer = outer; }
+    void spawned(void* object, IKzUnknown* /*slot*/) override { static_cast<CPart*>(object)->outer = outer; }
     IKzUnknown* outer = nullptr;
 };
 
@@ -60,7 +60,7 @@ KzResult query(IKzUnknown* object, const KzGuid* iid, void** found) { return obj
 
 }  // namespace
 
-TEST(instance, answers_for_each_interface_and_counts_once) {
+TEST(InstanceTest, AnswersForEachInterfaceAndCountsOnce) {
     CThings things;
     EXPECT_EQ(things.spawn(&KZu_THREADSERVICE), nullptr);
     EXPECT_EQ(theLiving, 0);
@@ -92,7 +92,7 @@ TEST(instance, answers_for_each_interface_and_counts_once) {
     EXPECT_EQ(kzLiveInstanceCount(), 0U);
 }
 
-TEST(instance, makes_each_sub_object_once_and_takes_it_along) {
+TEST(InstanceTest, MakesEachSubObjectOnceAndTakesItAlong) {
     CThings things;
     {
         CKzLoc_Unknown held;
@@ -108,7 +108,7 @@ TEST(instance, makes_each_sub_object_once_and_takes_it_along) {
     EXPECT_EQ(theLiving, 0);
 }
 
-TEST(instance, may_be_shared_between_threads) {
+TEST(InstanceTest, MayBeSharedBetweenThreads) {
     CThings things;
     CKzLoc_Unknown held;
     *held.out() = things.spawn();
@@ -124,7 +124,7 @@ TEST(instance, may_be_shared_between_threads) {
     EXPECT_EQ(theLiving, 0);
 }
 
-TEST(localized, holds_one_reference_whatever_it_is_given) {
+TEST(LocalizedTest, HoldsOneReferenceWhateverItIsGiven) {
     CThings things;
     IKzUnknown* object = things.spawn();
     {

@@ -26,7 +26,7 @@ using LoopbackCaller = LoopbackWord (*)(IKzUnknown*, LoopbackMethod, const Loopb
 struct LoopbackRow {
     const char* interfaceName;
     const char* name;       // of the Python method; empty when the operation never reaches Python
-    const char* signature;  // the relay's, or for an operation that never reaches Python what it answers
+    const char* signature;  // the relay's; for an operation that never reaches Python, its answer
     const char* lengths;    // of its array inputs: -1 when unknown, or a factor and, each after an @, inputs
     LoopbackMethod method;
     LoopbackCaller caller;

@@ -1,4 +1,4 @@
-// Blessed classes as servers: scripts can do and see most of it, and do so in the script beside this file.
+// Blessed classes as servers. Scripts can check most of this, in the file beside this one.
 #include "serving_fixture.h"
 #include "tests/support/child.h"
 #include "tests/support/threads.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(Serving, IsAsScriptsSeeIt) {
+TEST(ServingScriptTest, IsAsScriptsSeeIt) {
     CPluginHost host;
     host.nothingAlive.isExpected = false;  // what a sub-server keeps
     host.load().check("serve", "serving");
@@ -89,8 +89,8 @@ TEST_F(ServingTest, OutlivesPython) {
     held.clear();
 }
 
-// What is said when the interpreter ends about instances that nobody will ever free.
-TEST(Leftovers, AreNamedByClass) {
+// The report about instances that are never freed, at the end of the interpreter.
+TEST(LeftoversTest, AreNamedByClass) {
     struct Left {
         const char *body, *made, *said;
     };
@@ -101,7 +101,7 @@ TEST(Leftovers, AreNamedByClass) {
         {"pass", "a, b = A(), B(); a.to, b.to = kz.object.Unknown(b), kz.object.Unknown(a); del a, b",
          "__main__.A (1), __main__.B (1)"},
         {"pass", "a = A(); a.to = kzu.object.Value(a); a.to.set(a); del a", "__main__.A (1)"},
-        // Held from elsewhere, and freed by and by, or kept on purpose.
+        // Referenced from elsewhere and freed later, or kept on purpose.
         {"def __init__(self): self.me = kz.object.Unknown(self)", "a = sys.kept = A()", ""},
         {"def __init__(self): self.me = kz.object.Unknown(self)", "B.kept = a = A()", ""},
         {"pass", "sys.kept = kz.object.Unknown(A())", ""},

@@ -20,7 +20,7 @@ def marked(name):
     return made
 
 
-Command, Attributes, Listener = map(marked, ('Command', 'Attributes', 'ActionListener'))
+Command, Attributes, Color, Listener = map(marked, ('Command', 'Attributes', 'Color', 'ActionListener'))
 
 
 def told(subsystem='scripts'):
@@ -265,8 +265,10 @@ def check_values_are_zero_unless_returned():
         equal((body, kz.object.Attributes(names['Counted']()).Count(), len(told())), (body, expected, lines))
 
 
-# A method of a Command and of Attributes, how it is called, and what the log says of its answer.
+# A method of a Command, of Attributes or of a Color, how it is called, and what the log says of its answer.
 WHY = [
+    ('def color_RGBA(self): return 1, 2, 3', ('RGBA',), 'Color.color_RGBA of serving.Explained, result (vector rgba): '
+     'expected a sequence of 4 numbers, got a tuple of length 3'),
     ("def cmd_ArgFlags(self, index): raise ValueError('off')", ('ArgFlags', 5), None),  # its traceback says it all
     ('def cmd_ArgFlags(self): return 1', ('ArgFlags', 5),
      'Command.cmd_ArgFlags of serving.Explained: it raised TypeError: cmd_ArgFlags() takes exactly 1 argument'),
@@ -292,8 +294,8 @@ WHY = [
 def check_answers_that_do_not_fit_are_explained():
     for body, call, expected in WHY:
         names = dict(globals())
-        exec 'class Explained(Command, Attributes):\n    ' + body in names
-        made = (kz.object.Attributes if 'attr_' in body else kz.object.Command)(names['Explained']())
+        exec 'class Explained(Command, Attributes, Color):\n    ' + body in names
+        made = dict(attr=kz.object.Attributes, colo=kz.object.Color).get(body[4:8], kz.object.Command)(names['Explained']())
         told('python')
         code_of(getattr(made, call[0]), *call[1:])
         lines = told('python')

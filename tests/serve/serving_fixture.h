@@ -26,14 +26,14 @@ protected:
     std::string run(const std::string& source) const;
     // The value of an expression, as str().
     std::string value(const std::string& expression) const;
-    // Gives a host object a name in Python, in a wrapper of its own.
+    // Binds a name in Python to a new wrapper of a host object.
     void name(const char* name, IKzUnknown* object) const;
     // A new instance of a blessed command; null when it could not be spawned.
     IKzUnknown* spawn(const char* name, const KzGuid& iid = KZu_COMMAND) const;
-    // Blesses a class derived from Command whose body is given, and spawns it under a name of its own. `Blessed` is the
+    // Blesses a class derived from Command with this body, under a new name, and spawns it. `Blessed` is the
     // class, `it` in Python the instance.
     CKzUser_Command command(const std::string& body) const;
-    // What the module told the host since the last time.
+    // The entries that the module has logged since the last call.
     TestLog told();
     // The module server "python".
     IKzModule& server() const { return *static_cast<IKzModule*>(m_server.raw()); }

@@ -1,4 +1,4 @@
-// A folder for the length of a test.
+// A folder that exists during a test.
 #pragma once
 
 #include <cstdlib>
@@ -31,7 +31,7 @@ public:
         const std::filesystem::path file = m_path / name;
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << text;
-        // Python knows by the second which text it compiled: what it kept of an earlier one would pass for this one.
+        // Python compares times in seconds, so it might use the compiled form of an earlier text.
         std::filesystem::remove(file.string() + "c");
         return file.string();
     }

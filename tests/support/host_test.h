@@ -9,7 +9,7 @@
 
 using namespace kzhost;
 
-// A service of the given host, not of the module that the program might be.
+// A service of this host, not of the module that is linked to the program.
 template <class User> class ServiceOf : public User {
 public:
     explicit ServiceOf(IKzUnknown* application) { this->set(application); }
@@ -20,7 +20,7 @@ protected:
     void TearDown() override { m_host.reset(); }
     CKzHost& host() { return m_host->host; }
     void load() { m_host->load(); }
-    // What was taken from the host before lives on.
+    // Objects that were taken from the host before stay valid.
     void restart() {
         m_host->nothingAlive.isExpected = false;
         m_host.reset();
@@ -38,7 +38,7 @@ protected:
     CTestSession session{host.load()};
 };
 
-// What an operation writes into a caller's buffer.
+// The text that an operation writes into a caller's buffer.
 template <class Operation> std::string textOf(Operation&& operation, std::size_t size = 4096) {
     std::string text(size, '\0');
     const KzResult code = operation(text.data(), static_cast<std::uint32_t>(size));

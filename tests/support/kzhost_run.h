@@ -1,4 +1,4 @@
-// Runs kzhost as its users do, in a folder of the test's own, from which it takes server files.
+// Runs kzhost as its users do, in a temporary folder, from which it imports server files.
 #pragma once
 
 #include "kz_paths.h"
@@ -28,7 +28,7 @@ protected:
     }
 
     std::string path(const std::string& name = {}) const { return m_folder.path() + "/" + name; }
-    // In texts, "FOLDER/" stands for the test's folder.
+    // Replaces "FOLDER/" by the path of the test's folder.
     std::string inFolder(std::string text) const {
         for (std::size_t at = 0; (at = text.find("FOLDER/")) != std::string::npos;) text.replace(at, 7, path());
         return text;
@@ -36,11 +36,11 @@ protected:
     std::string write(const std::string& name, const std::string& text) const {
         return m_folder.write(name, inFolder(text));
     }
-    // A file that the host finds by itself.
+    // Writes a server file.
     std::string serve(const std::string& name, const std::string& text) const { return write("servers/" + name, text); }
     std::string contents(const std::string& name) const { return contentsOf(path(name)); }
 
-    // Starts the program with its output in the files "out" and "err" and a text as its input.
+    // Starts the program with its output in the files "out" and "err" and the input as a file.
     pid_t start(const std::vector<std::string>& words, const std::string& input = {}) const {
         std::vector<std::string> all = {program};
         for (const std::string& each : importPaths) all.insert(all.end(), {"--import-path", each});
@@ -50,6 +50,9 @@ protected:
         for (std::string& word : all) arguments.push_back(word.data());
         arguments.push_back(nullptr);
         write("in", input);
+        std::string label;
+        for (const std::string& word : words) label += word + " ";
+        write("words", label + input + "\n");
         const pid_t child = fork();
         if (child != 0) return child;
         freopen(path("in").c_str(), "r", stdin);
@@ -66,7 +69,7 @@ protected:
     Ended run(const std::vector<std::string>& words, const std::string& input = {}) const {
         return finish(start(words, input));
     }
-    // The program in a command line of the shell.
+    // Runs the program in a command line of the shell.
     Ended shell(const std::string& words) const {
         const std::string command = "(" + (program + (" " + words)) + ") 2>" + path("err") + " >" + path("out");
         setenv("COMMAND", command.c_str(), 1);
@@ -75,9 +78,10 @@ protected:
     }
     Ended runText(const std::string& text) const { return run({"run", write("script.py", text)}); }
 
-    // How a run is to have ended: its status, all of its output, and parts of what it said besides.
+    // Checks the status of a run, its whole standard output, and parts of its standard error.
     void expect(const Ended& ended, int status, const std::string& out,
                 const std::vector<std::string>& says = {}) const {
+        SCOPED_TRACE(contents("words") + contents("script.py"));
         EXPECT_EQ(ended.status, status) << ended.error;
         EXPECT_EQ(ended.out, inFolder(out)) << ended.error;
         for (const std::string& part : says) EXPECT_TRUE(ended.says(part)) << part << " in " << ended.error;

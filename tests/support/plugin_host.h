@@ -16,7 +16,7 @@ using namespace kzhost;
 // The plug-in that is linked to the test.
 extern "C" IKzUnknown* _IKzModule_Create();
 
-// A console as the plug-in sees it: remembers what it is told.
+// A console as the plug-in sees it, which records what it receives.
 class CTestConsole final : public CHosted<"test console", CTestConsole, CKzIfc_LineExecution> {
 public:
     KzResult lin_Results(IKzUnknown* values) override;
@@ -28,13 +28,13 @@ public:
     std::function<void()> whenTold;  // runs with each line, inside the call
 };
 
-// At its end no object of the host may be alive, unless a test has said so.
+// Checks in its destructor that no object of the host is alive, unless the test expects that.
 struct CNothingAlive {
     ~CNothingAlive();
     bool isExpected = true;
 };
 
-// The host as an adopted module sees it: services are asked for from the test first.
+// The host as an adopted module sees it: the test may provide services of its own.
 class CTestApplication final : public IKzUnknown {
 public:
     KzResult QueryInterface(const KzGuid* iid, void** object) override {
@@ -57,18 +57,18 @@ public:
 
     // Loads the plug-in of the build tree as a host does.
     CPluginHost& load();
-    // Takes in the plug-in that is linked to the test.
+    // Adopts the plug-in that is linked to the test.
     CPluginHost& adopt(IKzUnknown* module);
 
     CTestApplication application;
     CKzHost host;
 
-    // Runs a text as the script "test.py" and says how it ended.
+    // Runs a text as the script "test.py" and returns how it ended.
     ScriptEnd run(const std::string& text, const std::string& args = {});
-    // The same, and what the scripts subsystem of the log gained.
+    // As above, and returns the new entries of the log subsystem "scripts".
     std::string output(const std::string& text, const std::string& args = {});
 
-    // Runs the checks of a Python module in a folder of the tests. What they find wrong fails the test.
+    // Runs the checks of a Python module in a folder of the tests, and fails the test if one of them does.
     void check(const std::string& folder, const std::string& module);
 
     // The log of a subsystem, one line each: two blanks for each level of depth, the entry's code unless it is 1, and
@@ -79,17 +79,17 @@ public:
     // Objects that are alive, by name, without those of the log and the services, which the host keeps.
     static std::string alive();
 
-    // A new instance of one of the plug-in's servers ("lineinterpreter"); empty when it cannot be had.
+    // A new instance of one of the plug-in's servers ("lineinterpreter"); empty on failure.
     CKzLoc_Unknown& spawn(const char* className, CKzLoc_Unknown& object);
 };
 
-// A console session: lines go in, and what the console was told comes out as one text.
+// A console session, which returns the output of lines as one text.
 class CTestSession {
 public:
     explicit CTestSession(CPluginHost& host);
 
     KzResult execute(const std::string& line);
-    // Runs each line; the answer is what was printed and, behind "= ", the results; a failure code ends it.
+    // Runs each line. Returns what was printed and, after "= ", the results; a failure code comes last.
     std::string run(const std::string& lines);
     std::string prompt(bool continued = false) const;
     void reset() const { m_interpreter->Reset(); }

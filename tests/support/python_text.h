@@ -1,4 +1,4 @@
-// Python in the process of the test: what its statements raise and its expressions are worth, as texts.
+// Python in the process of the test: exceptions of statements and values of expressions as texts.
 #pragma once
 
 #include "module/error_report.h"
@@ -24,7 +24,7 @@ inline std::string takeException() {
     return kzExceptionName(exception.type, exception.value) + ": " + kzStringOf(exception.value);
 }
 
-// What the statements end with; empty when they end well.
+// Runs statements and returns the exception that they raise; empty if there is none.
 inline std::string runPython(const std::string& source, PyObject* names) {
     const CPyRefNull done(PyRun_String(source.c_str(), Py_file_input, names, names));
     return takeException();

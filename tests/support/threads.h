@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-// Runs the body on that many threads, which begin together, as often as asked on each; returns when all have ended.
+// Runs the body on that many threads, which start together, so many times on each. Waits for all of them.
 template <class Body> void onThreads(int count, int rounds, Body&& body) {
     std::latch start(count);
     std::vector<std::jthread> threads;

@@ -18,8 +18,8 @@ namespace {
 
 PyMethodDef functions[] = {{"getQWidget", kzGetQWidgetFunction, METH_VARARGS, nullptr}, {nullptr, nullptr, 0, nullptr}};
 
-// Objects that Qt made and Python knows nothing of, by the library's own constructors. The longest of them is shorter
-// than the room that it is given.
+// Objects that Qt's own constructors have made and Python does not know. The largest of them is smaller
+// than the memory for it.
 constexpr const char* makeNative = R"(
 import ctypes
 from PySide2 import QtWidgets
@@ -36,9 +36,9 @@ def unmake(destructor, address):
     getattr(qt, destructor)(ctypes.c_void_p(address))
 )";
 
-class Widgets : public testing::Test {
+class WidgetsTest : public testing::Test {
 protected:
-    Widgets() {
+    WidgetsTest() {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
         setenv("XDG_RUNTIME_DIR", testing::TempDir().c_str(), 1);
         Py_NoSiteFlag = 1;
@@ -49,7 +49,7 @@ protected:
         names = PyModule_GetDict(PyImport_AddModule("__main__"));
         run("import kz, sys");
     }
-    ~Widgets() override {
+    ~WidgetsTest() override {
         m_scope.reset();
         Py_Finalize();
     }
@@ -64,8 +64,8 @@ private:
     std::unique_ptr<COutputScope> m_scope;
 };
 
-// PySide2 as set-up unpacks it. Where it is missing, set-up has said so.
-class WidgetsOfPySide2 : public Widgets {
+// PySide2 as set-up unpacks it. If it is missing, set-up has reported that.
+class WidgetsOfPySide2Test : public WidgetsTest {
 protected:
     void SetUp() override {
 #ifdef Py_REF_DEBUG
@@ -82,7 +82,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Widgets, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
+TEST_F(WidgetsTest, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
     const std::pair<const char*, bool> cases[] = {
         {"", true},
         {"", false},
@@ -91,7 +91,7 @@ TEST_F(Widgets, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
         {"import _ctypes; sys.modules['shiboken2'] = _ctypes", true},  // a library, but another one
     };
     for (const auto& [prepare, tracing] : cases) {
-        ASSERT_EQ(run(prepare), "");
+        EXPECT_EQ(run(prepare), "");
         kzSetTracing(tracing);
         traced.lines.clear();
         kzImportWidgets();
@@ -102,7 +102,7 @@ TEST_F(Widgets, FailedImportIsTracedAndPendingAndCostsScriptsNothing) {
     }
 }
 
-TEST_F(WidgetsOfPySide2, ImportThatFailsHalfWay) {
+TEST_F(WidgetsOfPySide2Test, ImportThatFailsHalfWay) {
     ASSERT_EQ(run("sys.modules['PySide2.QtWidgets'] = None"), "");
     kzImportWidgets();
     EXPECT_EQ(takeException(), "RuntimeError: could not import PySide2.QtWidgets");
@@ -116,7 +116,7 @@ TEST_F(WidgetsOfPySide2, ImportThatFailsHalfWay) {
     EXPECT_EQ(run("unmake('_ZN11QPushButtonD1Ev', address)"), "");
 }
 
-TEST_F(WidgetsOfPySide2, NativeWidgetBecomesAnObjectOfItsClass) {
+TEST_F(WidgetsOfPySide2Test, NativeWidgetBecomesAnObjectOfItsClass) {
     kzImportWidgets();
     ASSERT_EQ(takeException(), "");
     ASSERT_EQ(traced.lines, std::vector<std::string>());
@@ -147,7 +147,7 @@ unmake('_ZN11QPushButtonD1Ev', address)
               "");
 }
 
-TEST_F(WidgetsOfPySide2, ArgumentsThatAreNoWidget) {
+TEST_F(WidgetsOfPySide2Test, ArgumentsThatAreNoWidget) {
     makeNativeOnes();
     ASSERT_EQ(run("address = make('_ZN6QTimerC1EP7QObject')\nblank = ctypes.create_string_buffer(64)\n"
                   "found = 'ValueError: getQWidget() found no widget at '\n"),

@@ -134,7 +134,7 @@ CRecord& CRecord::out(const char** place) {
     return *this;
 }
 
-// An operation that fails keeps its object and leaves in its output what nobody may touch.
+// A failing operation releases no object, and leaves a pointer in its output that must not be used.
 CRecord& CRecord::out(IKzUnknown** place) {
     outAddress(place);
     if (!kzFailed(recorder().code)) return *this;
@@ -166,7 +166,7 @@ CRecord& CRecord::out(const KzTextValueHint** place) {
     return *this;
 }
 
-// As a host does it: what fits is written, and too short a buffer is told where there is a code to tell it by.
+// Like a host, writes what fits, and reports a short buffer if the operation returns a code.
 CRecord& CRecord::text(char* buffer, std::uint32_t length) {
     PyObject* text = next();
     const std::string value(PyString_AsString(text), static_cast<std::size_t>(PyString_Size(text)));
@@ -248,7 +248,7 @@ PyObject* elsewhereFunction(PyObject* /*self*/, PyObject* callable) {
 
 PyObject* reasonsFunction(PyObject* /*self*/, PyObject* /*args*/) {
     const std::string reasons = recorder().host->log("python");
-    kzTellRepeatedReasons();  // so that the same is told again
+    kzTellRepeatedReasons();  // so that the same reason is written again
     recorder().host->clearLog();
     kzReleaseOutput();  // it holds a part of the log
     return PyString_FromString(reasons.c_str());
@@ -257,7 +257,7 @@ PyObject* reasonsFunction(PyObject* /*self*/, PyObject* /*args*/) {
 PyObject* serveFunction(PyObject* /*self*/, PyObject* stem) {
     const KzRecorderRow* row = findRow(stem);
     if (row == nullptr) return nullptr;
-    // Made beforehand: making an object asks the host for services, too.
+    // Made first, because making an object asks the host for services, too.
     recorder().service = make(*row);
     recorder().serviceId = *row->iid;
     return PyLong_FromVoidPtr(recorder().service);

@@ -1,5 +1,5 @@
-// What generated recording objects are made of. Each call of one notes what it was given, as Python objects, and answers
-// with what a test has laid out for it. The conversions are the recorder's own: nothing of the marshalling is used.
+// The base of generated recording objects. Each call records its arguments as Python objects, and answers
+// with what a test has prepared. The conversions are independent of the marshallers.
 #pragma once
 
 #include "module/py_ref.h"
@@ -23,7 +23,7 @@ struct KzRecorderRow {
 // One for each wrapped interface and service; the generator writes them.
 extern const std::span<const KzRecorderRow> kzRecorders;
 
-// One call under way. The generated method names its inputs, then its outputs, then what it returns.
+// One call. The generated method passes its inputs, then its outputs, then the type that it returns.
 class CRecord {
 public:
     CRecord(IKzUnknown* object, const char* method);
@@ -112,23 +112,23 @@ private:
     bool m_asked;
 };
 
-// The Python module "recorder", by which scripts make recording objects, lay out answers and read what was noted:
+// The Python module "recorder", with which scripts make recording objects, prepare answers and read the records:
 //   make(stem)            the address of a new object, with a reference that the caller owns
 //   release(address)      gives a reference back
 //   answer(code, values)  what the next calls answer: outputs in order, then a returned value
-//   ask(names)            these methods answer 2 from now on and are not noted: a length is asked of them
-//   calls()               what was noted since the last time: [(method, object's address, [input, ...]), ...]
+//   ask(names)            from now on these methods answer 2 and are not recorded, because they are asked for lengths
+//   calls()               the calls since the last time: [(method, object's address, [input, ...]), ...]
 //   during(callable[, otherwise])  called at the end of the next host call, as a host calls back into Python, or by the
 //                         interpreter's own means of entering; None for nothing
 //   elsewhere(callable)   called on a thread of the host's, while this one waits without the lock
-//   reasons()             what the log says that was refused since the last time
+//   reasons()             the reasons for refusals that were logged since the last time
 //   serve(stem)           the address of a recording service that the host hands out once
 //   alive()               which host objects are alive, and how many of each
 //   fail(text)            a failure of the test
 void kzAddRecorderModule(CPluginHost& host);
 
-// The recording service for the identity, if a script has laid one out that nobody took yet; null otherwise.
+// The recording service for the identity, if a script has prepared one that is not taken yet; null otherwise.
 IKzUnknown* kzRecordingService(const KzGuid& iid);
 
-// Clears the pending exception and says what it was.
+// Clears the pending exception and returns its text.
 std::string kzTakeException();

@@ -138,10 +138,6 @@ INPUTS = {
     'uint': [(0, 0), (5, 5), (2 ** 32 - 1, 2 ** 32 - 1), (-1, 2 ** 32 - 1), (2 ** 40 + 9, 9), (-2L, 2 ** 32 - 2)],
     'size': SIZES, 'id': ADDRESSES, 'pointer': ADDRESSES,
     'float': SINGLES, 'double': DOUBLES, 'string': texts(), 'guid': guids(), 'object': objects(),
-    'vector2': numbers(1, 2, False), 'vector3': numbers(1, 3, False), 'vector4': numbers(1, 4, False),
-    'fvector2': numbers(1, 2, True), 'fvector3': numbers(1, 3, True), 'fvector4': numbers(1, 4, True),
-    'matrix3': numbers(3, 3, False), 'matrix4': numbers(4, 4, False),
-    'fmatrix3': numbers(3, 3, True), 'fmatrix4': numbers(4, 4, True),
     'bounds': numbers(2, 3, False), 'quaternion': numbers(1, 4, False),
     'float[]': arrays('f'), 'double[]': arrays('d'), 'int[]': arrays('i'), 'uint[]': arrays('u'),
     'byte[]': arrays('b'), 'id[]': arrays('p'), 'data[]': arrays('b'),
@@ -227,24 +223,11 @@ OUTPUTS = {
     'float': [(each, each) for each in FLOATS] + [(0.1, narrow(0.1))],
     'double': [(each, each) for each in FLOATS] + [(0.1, 0.1)],
     'string': [(each, each) for each in STRINGS], 'text': [('t' * each, 't' * each) for each in LENGTHS],
-    'vector2': answers(1, 2, False), 'vector3': answers(1, 3, False), 'vector4': answers(1, 4, False),
-    'fvector2': answers(1, 2, True), 'fvector3': answers(1, 3, True), 'fvector4': answers(1, 4, True),
-    'matrix3': answers(3, 3, False), 'matrix4': answers(4, 4, False),
-    'fmatrix3': answers(3, 3, True), 'fmatrix4': answers(4, 4, True),
     'bounds': answers(2, 3, False), 'quaternion': answers(1, 4, False),
     'float[]': [(address(View.bytes), View(False)), (0, View(True))],
     'hints': [(each, each) for each in ([], [(3, 'three')], [(-1, 'less'), (1, 'more')])] + [(None, [])],
 }
 OUTPUTS['uint[]'] = OUTPUTS['data[]'] = OUTPUTS['float[]']
-
-
-def endless(table):
-    for kind, values in table.items():
-        table[kind] = values if isinstance(values, types.GeneratorType) else itertools.cycle(values)
-
-
-endless(INPUTS)
-endless(OUTPUTS)
 
 
 def argument(kind):
@@ -307,10 +290,16 @@ WRONG = {
     'blocks': [(each, INVALID) for each in (5, [5], [(1,)], [(1, u'x')])] + [([('a', 'x')], (TypeError, None))],
 }
 WRONG.update((kind, NO_STORAGE) for kind in INPUTS if kind.endswith('[]'))
-for prefix in ('', 'f'):
-    WRONG.update((prefix + 'vector%d' % size, badly_shaped(1, size, (TypeError, None))) for size in (2, 3, 4))
-    WRONG.update((prefix + 'matrix%d' % size, badly_shaped(size, size, (TypeError, None))) for size in (3, 4))
+for name, rows, columns in [('vector%d' % n, 1, n) for n in (2, 3, 4)] + [('matrix%d' % n, n, n) for n in (3, 4)]:
+    for prefix, single in (('', False), ('f', True)):
+        INPUTS[prefix + name] = numbers(rows, columns, single)
+        OUTPUTS[prefix + name] = answers(rows, columns, single)
+        WRONG[prefix + name] = badly_shaped(rows, columns, (TypeError, None))
 WRONG['quaternion'] = WRONG['vector4']
+
+for table in INPUTS, OUTPUTS:  # each kind has values without end
+    for kind, values in table.items():
+        table[kind] = values if isinstance(values, types.GeneratorType) else itertools.cycle(values)
 
 
 def wrong(kind):

@@ -1,4 +1,4 @@
-// The wrappers of the whole SDK. The scripts beside this file hold the cases; here stands what has to come of them.
+// The wrappers of the whole SDK. The scripts beside this file have the cases, and this file the expected counts.
 #include "module/py_lock.h"
 #include "tests/support/plugin_host.h"
 #include "tests/wrap/recorder.h"
@@ -44,13 +44,13 @@ protected:
         }
     }
 
-    // Runs a function of a script beside this file. What it finds wrong it reports itself; what it returns is a
+    // Runs a function of a script beside this file. The script reports faults itself, and the function returns a
     // dictionary of counts. No host object may be left.
     std::map<std::string, long> run(const char* script, const char* function) {
         const CPyRefNull kept(PyImport_ImportModule("values"));  // holds objects of its own
         const std::string alive = CPluginHost::alive();
         std::map<std::string, long> counts = call(script, function);
-        // What was let go of inside host calls goes with the outermost lock, what holds itself with the collector.
+        // Objects dropped inside host calls are released with the outermost lock, and cycles by the collector.
         m_lock.reset();
         m_lock.emplace();
         PyGC_Collect();
@@ -101,7 +101,7 @@ Registered registered() {
     return sum;
 }
 
-class AllMethods : public RecordingTest {
+class AllMethodsTest : public RecordingTest {
 protected:
     void runOnAll(const char* function, long leastCalls) {
         auto counts = run("all_methods", function);
@@ -111,8 +111,8 @@ protected:
     }
 };
 
-TEST_F(AllMethods, CarryEveryKindBothWays) { runOnAll("carry", 2); }
-TEST_F(AllMethods, FailAsTheyShould) { runOnAll("fail", 10); }
+TEST_F(AllMethodsTest, CarryEveryKindBothWays) { runOnAll("carry", 2); }
+TEST_F(AllMethodsTest, FailAsTheyShould) { runOnAll("fail", 10); }
 
 TEST_F(RecordingTest, PlainArgumentsAreReadAsTheParserReadsThem) {
     auto counts = run("lanes", "compare");
@@ -129,7 +129,7 @@ TEST_F(RecordingTest, TypesHoldTheirObjects) {
     EXPECT_EQ(counts["services"], 50);
     EXPECT_EQ(counts["results"], 172);
     EXPECT_GT(counts["symbols"], 5000);
-    // Of the names that share a code the last one registered stands.
+    // If several names share a code, the last one counts.
     EXPECT_STREQ(kzResultName(0), "OK");
     EXPECT_STREQ(kzResultName(KZe_ABORT), "ABORT");
 }

@@ -1,6 +1,6 @@
-// Text as it was written, and how scripts end: what the required channels, whose texts end at a zero byte and say nothing
-// about themselves, have no room for. Hosts may offer both interfaces and modules may use them; without them everything
-// works through the required channels alone. They are not described themselves, and they never change.
+// The text of scripts as they write it, and how scripts end. The required channels cannot carry this, because their
+// texts are NUL-terminated and have no origin. A host may offer both interfaces, and a module may use them; without
+// them the required channels suffice. Neither interface is in the description, and neither ever changes.
 #pragma once
 
 #include "kz/base/boundary.h"
@@ -12,37 +12,37 @@
 inline constexpr KzGuid KZu_TEXTOUTPUT{0xE3AC9995, 0xA0DC, 0x564C, {0xB0, 0x8A, 0xC7, 0x44, 0x0C, 0x32, 0x7A, 0xB6}};
 inline constexpr KzGuid KZu_SCRIPTOUTCOME{0x4BB3F240, 0x6484, 0x530C, {0x9A, 0xA9, 0x1C, 0x1C, 0x72, 0x3E, 0x17, 0xC4}};
 
-// Who wrote a text. An entry of the log carries the name as its information "origin"; one without it is the host's own.
+// The origins of texts. A log entry carries the name as its information "origin"; one without it is the host's own.
 inline constexpr char kzOriginInfo[] = "origin";
 inline constexpr char kzFromOutput[] = "output";    // a script's text
 inline constexpr char kzFromError[] = "error";      // a script's error stream
 inline constexpr char kzFromModule[] = "message";   // the module
 inline constexpr char kzFromReport[] = "report";    // the module, about an exception that nobody caught
-inline constexpr char kzFromScript[] = "script";    // nobody: the entry names a script, whose text stands below it
+inline constexpr char kzFromScript[] = "script";    // the name of a script, whose text is in the child entries
 inline constexpr char kzFromStartup[] = "startup";  // the module, whose interpreter cannot be used
 
 // Offered by the host's log service for the text of scripts, and by a LineExecution for that of its line.
 class IKzTextOutput : public IKzUnknown {
 public:
-    // Text with its length. It goes on where the last one of its origin ended: no line end is implied.
+    // Writes `size` bytes. The text continues the last one of its origin: no line end is implied.
     virtual KzResult Write(const char* origin, std::uint32_t level, std::uint64_t size, const void* text) = 0;
-    // What was written so far is to be seen now, even though its line has not ended.
+    // Shows everything that was written so far, even if its line is unfinished.
     virtual KzResult Flush(const char* origin) = 0;
-    // The system's number (errno) of what made the last operation of this thread fail, or 0.
+    // The errno of this thread's last operation, or 0 if it did not fail.
     virtual std::int32_t Failure() = 0;
 
 protected:
     ~IKzTextOutput() = default;
 };
 
-// Offered by the message that a script is run with, and by a LineExecution. Told once, before the run returns.
+// Offered by the message that a script is run with, and by a LineExecution. Called once, before the run returns.
 class IKzScriptOutcome : public IKzUnknown {
 public:
-    // It asked to end. The code was read from that text, or the text holds none and the code is what stands for that.
+    // The script has called sys.exit(). `isCode` is false if the text contains no code, and the code is a substitute.
     virtual KzResult Exit(std::uint32_t code, bool isCode, const char* text) = 0;
-    // The user stopped it.
+    // The user has interrupted it.
     virtual KzResult Interrupted() = 0;
-    // An exception ended it, and the log says which.
+    // It was ended by an exception that the log has.
     virtual KzResult Reported() = 0;
 
 protected:
