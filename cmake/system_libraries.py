@@ -6,7 +6,11 @@ import subprocess
 
 
 def output(*command):
-    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
+    """What a program prints; nothing if there is no such program."""
+    try:
+        return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
+    except FileNotFoundError:
+        return ""
 
 
 def is_elf(path):
