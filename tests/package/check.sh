@@ -59,6 +59,12 @@ CMAKE
 "$cmake" -DCMAKE_PREFIX_PATH="$prefix" -P "$work/version.cmake" 2>&1 | grep -qE '^0 [0-9.]+$' ||
     fail "the installed version counts as version 99"
 
+mv "$home/plugins" "$work/plugins"
+echo 'find_package(kzPython2 CONFIG REQUIRED COMPONENTS runtime)' >>"$work/example/CMakeLists.txt"
+[[ $("$cmake" "$work/built" 2>&1) == *"the component runtime is not installed there"* ]] ||
+    fail "a missing component is found"
+mv "$work/plugins" "$home/plugins"
+
 # Symbols stand apart, under the build ID.
 id=$(readelf -n "$prefix/bin/kzhost" | sed -n 's/.*Build ID: //p')
 [ -z "$(nm "$prefix/bin/kzhost" 2>/dev/null)" ] || fail "kzhost has its symbols"
