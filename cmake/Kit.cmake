@@ -32,7 +32,7 @@ function(kz_add_kit_package name)
         list(APPEND compiled "${to}c")
     endforeach()
     add_custom_command(OUTPUT ${compiled} DEPENDS ${copies}
-        COMMAND "${KZ_PYTHON2}" "${PROJECT_SOURCE_DIR}/cmake/compile_package.py" ${copies}
+        COMMAND "${KZ_PYTHON2}" "${PROJECT_SOURCE_DIR}/cmake/compile_package.py" "${KZ_KIT_HOME}" ${copies}
         COMMENT "Kit: ${name}, compiled"
         VERBATIM)
     add_custom_target(kz_kit_${name} DEPENDS ${copies} ${compiled})

@@ -5,8 +5,9 @@
 function(kz_add_library name kind)
     cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "LINK")
     add_library(${name} ${kind} ${arg_UNPARSED_ARGUMENTS})
-    target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
-    target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE kz_options)
+    target_include_directories(${name} PUBLIC
+        "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>" "$<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>")
+    target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE "$<BUILD_INTERFACE:kz_options>")
 endfunction()
 
 # kz_add_program(NAME SOURCE... [LINK LIBRARY...]): an executable in bin/.

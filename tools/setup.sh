@@ -16,7 +16,7 @@ readonly stamps=$root/build/setup
 readonly pyside2=$root/build/pyside2
 readonly pyflakes=$root/build/pyflakes
 
-readonly groups='build test symbols lint fuzz coverage'
+readonly groups='build test package symbols lint fuzz coverage'
 readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
     libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev)
 readonly python_packages=(python2.7 libpython2.7-dev)
@@ -27,6 +27,7 @@ groups_for() {
         run | console | build | bench | docs) echo build ;;
         test) echo build test ;;
         lint) echo build lint ;;
+        package) echo build package ;;
         fuzz) echo build symbols fuzz ;;
         coverage) echo build test coverage ;;
         *) echo "$groups" ;;
@@ -67,11 +68,17 @@ set_up_test() {
     [ -n "${KZ_PYTHON2:-}" ] ||
         install_optional "checks that use Python's own test-suite are skipped" libpython2.7-testsuite
     install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
+    install_optional "the test 'package' fails" patchelf
     install_pictures
     install_farm "$root/build/dask"
     install_checkers "$root/build/checkers"
     pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
         say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
+}
+
+set_up_package() {
+    install_packages patchelf dpkg-dev file mmdebstrap || die "what makes packages could not be installed"
+    install_pictures
 }
 
 set_up_symbols() {

@@ -35,6 +35,9 @@ std::string checkAlias(const std::string& text) {
 void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>& aliases) {
     app.add_option("--plugin", options.plugin, "The module to load, instead of the one beside the program")
         ->type_name("FILE");
+    app.add_option("--module", options.modules, "Load a further module, a plug-in in C++ (may be repeated)")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
     app.add_option("--alias", aliases, "Let NAME: stand for PATH in file names (may be repeated)")
         ->type_name("NAME=PATH")
         ->check(checkAlias)

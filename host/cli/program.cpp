@@ -37,9 +37,20 @@ void CProgram::say(const std::string& text) {
     CStandardStreams::get().error(line + "\n");
 }
 
-// The folders of an installation are beside the program: its modules, and the kit with the files that they need.
-void CProgram::setPaths() {
+namespace {
+
+// The folder with the modules and the kit: beside the program's own in a build tree, under lib in an installation.
+fs::path homeOfProgram() {
     const fs::path home = fs::path(CPathAliases::programPath()).parent_path().parent_path();
+    const fs::path installed = home / "lib" / "kzPython2";
+    std::error_code error;
+    return fs::exists(installed, error) ? installed : home;
+}
+
+}  // namespace
+
+void CProgram::setPaths() {
+    const fs::path home = homeOfProgram();
     CPathAliases& files = host().files();
     files.setAlias("program", home.string());
     files.setAlias("kit_Python2_7", (home / "kit" / "Python2_7").string());
@@ -71,9 +82,15 @@ int CProgram::start() {
     host().log().limits.entries = 100'000;
     host().log().limits.bytes = std::size_t{64} << 20U;
     setPaths();
-    if (host().load(m_options.plugin, why)) return exitOk;
-    say("the module cannot be loaded: " + why);
-    return exitNoModule;
+    // The plug-in comes last: "module:" stands for the folder of the module that was loaded last.
+    std::vector<std::string> modules = m_options.modules;
+    modules.push_back(m_options.plugin);
+    for (const std::string& module : modules) {
+        if (host().load(module, why)) continue;
+        say("the module cannot be loaded: " + why);
+        return exitNoModule;
+    }
+    return exitOk;
 }
 
 void CProgram::showProgress() {

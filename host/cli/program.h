@@ -14,6 +14,7 @@ namespace kzhost {
 
 struct ProgramOptions {
     std::string plugin;
+    std::vector<std::string> modules;  // loaded before the plug-in
     std::vector<std::pair<std::string, std::string>> aliases;
     std::vector<std::string> importPaths;
     std::string logFile;

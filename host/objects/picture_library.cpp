@@ -105,7 +105,7 @@ IPictureFiles& kzPictures(const CPathAliases& files) {
     std::error_code error;
     if (!std::filesystem::exists(path, error))
         throw kzBecause(KZe_NOTAVAILABLE, "Image", [&] {
-            return path + " is missing, as it is when OpenImageIO was not there when this program was built: install "
+            return path + " is missing: install the package kzpython2-pictures or, where this program is built, "
                           "libopenimageio-dev and build again";
         });
     void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);

@@ -1,0 +1,37 @@
+# Debian packages of what is installed, one for each component: "./dev package" makes them.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME kzpython2)
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGE_CONTACT "${PROJECT_NAME} maintainers <maintainers@kzpython2.invalid>")
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_COMPONENTS_ALL runtime development symbols)
+if(TARGET kzPictures)
+    list(APPEND CPACK_COMPONENTS_ALL pictures)
+endif()
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION devel)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+
+# kz_package(COMPONENT NAME DEPENDS SUMMARY)
+macro(kz_package component name depends summary)
+    string(TOUPPER ${component} kz_upper)
+    set(CPACK_DEBIAN_${kz_upper}_PACKAGE_NAME ${name})
+    set(CPACK_DEBIAN_${kz_upper}_PACKAGE_DEPENDS "${depends}")
+    set(CPACK_COMPONENT_${kz_upper}_DESCRIPTION "${summary}")
+endmacro()
+set(kz_same "kzpython2 (= ${PROJECT_VERSION}-1)")
+kz_package(runtime kzpython2 "" "Python 2.7 scripting for a content-creation host
+ The plug-in with its interpreter and standard library, and the reference host.")
+kz_package(pictures kzpython2-pictures "${kz_same}" "Picture files for kzhost
+ The library with which the reference host reads and writes picture files.")
+kz_package(development kzpython2-dev "${kz_same}" "What hosts and plug-ins for kzPython2 are built with
+ The headers of the SDK, its support library, its description and the generator.")
+kz_package(symbols kzpython2-dbg "${kz_same}" "Symbols of kzPython2 for debuggers
+ They are found by build ID.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS kzpython2-pictures)
+set(CPACK_DEBIAN_SYMBOLS_PACKAGE_SHLIBDEPS OFF)
+include(CPack)
