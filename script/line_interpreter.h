@@ -7,8 +7,4 @@ namespace Python_LineInterp {
 
 void registerServer(CKzThisModule& module);
 
-// Whether a text is a whole statement. Newlines that the test appends stay in the text.
-enum class Completeness { complete, incomplete, error };
-Completeness checkCompleteness(std::string& text);
-
 }  // namespace Python_LineInterp
