@@ -1,0 +1,24 @@
+// The results of a line on the screen, no more than fits at once.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace kzhost {
+
+class CResultView {
+public:
+    // Shows as many as fit and says how many are left. Where nobody sits at a terminal, shows all.
+    void show(const std::vector<std::string>& results);
+    // Shows the next ones. False if none are left.
+    bool showMore();
+    void forget() { m_rest.clear(); }
+
+private:
+    void showScreenful();
+
+    std::vector<std::string> m_rest;  // lines of the screen, the next one last
+};
+
+}  // namespace kzhost
