@@ -102,27 +102,32 @@ Words splitParameters(std::string_view line) {
     return parameters;
 }
 
-// Wrapper methods have it in the first line of their documentation; the functions of scripts have names of arguments, and
-// their documentation says what they are for.
+// What the interpreter says of a name: nothing of what is neither a function nor a constant; the value of a constant; a
+// function's documentation, with the names of its arguments behind if a script defines it.
+constexpr const char* question =
+    "(lambda f: [f.__doc__ or ''] + [n for g in [getattr(f, 'im_func', f)] if hasattr(g, 'func_code') for n in "
+    "g.func_code.co_varnames[:g.func_code.co_argcount]] if callable(f) else ['= ' + repr(f)] if isinstance(f, (int, "
+    "long, "
+    "float, str)) else [])";
+
+// Wrapper methods have their signature in the first line of their documentation. That of other functions says what they
+// are for.
 std::optional<Signature> signatureOf(CLineSession& session, const std::string& function) {
-    const auto answer =
-        session.ask("(lambda f: [f.__doc__ or ''] + [n for g in [getattr(f, 'im_func', f)] if hasattr(g, "
-                    "'func_code') for n in g.func_code.co_varnames[:g.func_code.co_argcount]])(" +
-                    function + ")");
+    const auto answer = session.ask(question + ("(" + function + ")"));
     if (!answer || answer->empty()) return std::nullopt;
     const std::string text = trimmed(answer->front());
     const std::string first = text.substr(0, text.find('\n'));
-    if (answer->size() == 1) {
-        if (text.empty()) return std::nullopt;
-        const std::size_t second = text.find_first_not_of(" \t\n", first.size());
-        const std::string more =
-            second != std::string::npos ? text.substr(second, text.find('\n', second) - second) : "";
-        return Signature{more.empty() ? first : first + "\n" + more, splitParameters(first)};
+    if (answer->size() > 1) {
+        Words names(answer->begin() + 1, answer->end());
+        if (names.front() == "self") names.erase(names.begin());
+        const std::string shown = fmt::format("{}({})", function, fmt::join(names, ", "));
+        return Signature{first.empty() ? shown : shown + "\n" + first, std::move(names)};
     }
-    Words names(answer->begin() + 1, answer->end());
-    if (names.front() == "self") names.erase(names.begin());
-    const std::string shown = fmt::format("{}({})", function, fmt::join(names, ", "));
-    return Signature{first.empty() ? shown : shown + "\n" + first, std::move(names)};
+    if (text.empty()) return std::nullopt;
+    const std::size_t second = std::min(text.find_first_not_of(" \t\n", first.size()), text.size());
+    const std::string more = text.substr(second, text.find('\n', second) - second);
+    const std::string shown = text.starts_with("= ") ? function + " " + first : first;
+    return Signature{more.empty() ? shown : shown + "\n" + more, splitParameters(first)};
 }
 
 // The names in the description of the current argument: its own, its type, its family of constants.

@@ -35,11 +35,11 @@ void onInterrupt(int /*signal*/) {}
 
 // As the terminal gives it. Prompts go to standard error: standard output may be a file.
 ILineEditor::Read readPlain(const std::string& prompt, std::string& line) {
-    std::fputs(prompt.c_str(), stderr);
     struct sigaction action {};
     struct sigaction former {};
     action.sa_handler = onInterrupt;  // without restarting, so that reading ends
     sigaction(SIGINT, &action, &former);
+    std::fputs(prompt.c_str(), stderr);
     char* text = nullptr;
     std::size_t room = 0;
     errno = 0;

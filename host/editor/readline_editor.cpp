@@ -180,7 +180,7 @@ void showBelow(const std::string& note, std::vector<std::string> words) {
     std::vector<char*> list = {const_cast<char*>("")};
     for (std::string& word : words) list.push_back(word.data());
     list.push_back(nullptr);
-    if (words.empty()) rl_crlf();
+    if (words.size() < 2) rl_crlf();
     else rl_display_match_list(list.data(), static_cast<int>(words.size()), static_cast<int>(widest));
     if (left > 0) std::fprintf(rl_outstream, "... and %zu more\n", left);
     rl_on_new_line();
@@ -193,14 +193,13 @@ int complete(int /*count*/, int key) {
     const std::string line(rl_line_buffer, static_cast<std::size_t>(rl_point));
     if (line.substr(line.rfind('\n') + 1).find_first_not_of(" \t") == std::string::npos) return rl_insert(1, key);
     const Completion found = theCompleter ? theCompleter(line) : Completion();
-    const std::size_t typed = line.size() - std::min(found.start, line.size());
-    const std::size_t common = found.words.empty() ? 0 : commonLength(found.words);
+    const std::string word = line.substr(std::min(found.start, line.size()));
+    const std::string common = found.words.empty() ? "" : found.words.front().substr(0, commonLength(found.words));
+    const bool isLonger = !word.starts_with(common);
     const bool isAgain = rl_last_func == complete && lastPoint == rl_point;
-    if (common > typed || (common > 0 && !found.words.front().starts_with(line.substr(found.start))))
-        replaceWord(found.start, found.words.front().substr(0, common));
-    else if (isAgain || !found.note.empty())
-        showBelow(found.note, found.words.size() > 1 ? found.words : std::vector<std::string>());
-    else if (found.words.size() != 1) rl_ding();
+    if (isLonger) replaceWord(found.start, common);
+    if (!found.note.empty() || (isAgain && !isLonger && found.words.size() > 1)) showBelow(found.note, found.words);
+    else if (!isLonger) rl_ding();
     lastPoint = rl_point;
     return 0;
 }
