@@ -155,6 +155,14 @@ void CLineInterpreter::endPrintedLine() {
     if (Py_FlushLine() != 0) PyErr_Clear();
 }
 
+// Where pdb.pm() looks, as at Python's own prompt.
+void keepForDebugger(const KzException& exception) {
+    const std::pair<const char*, PyObject*> kept[] = {
+        {"last_type", exception.type}, {"last_value", exception.value}, {"last_traceback", exception.traceback}};
+    for (const auto& [name, object] : kept)
+        if (PySys_SetObject(kzText(name), object != nullptr ? object : Py_None) != 0) PyErr_Clear();
+}
+
 // A host that hears how lines end is told of sys.exit(), and does what was asked; to others it is an exception.
 KzResult CLineInterpreter::endByException(IKzLineExecution* console) {
     const CScriptOutcome outcome(console);
@@ -166,6 +174,7 @@ KzResult CLineInterpreter::endByException(IKzLineExecution* console) {
     }
     outcome.fail(exception);
     const std::string source = markedSource(exception);
+    keepForDebugger(exception);
     exception.restore();
     const KzResult code = kzResultOfPending();
     if (!source.empty()) kzWriteFrom(kzFromReport, kzVisible(source).c_str(), KZe_INFO);

@@ -8,7 +8,7 @@
 #include "host/cli/standard_streams.h"
 #include "host/cli/terminal_guard.h"
 
-#include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <unistd.h>
 
@@ -27,16 +27,31 @@ void runLines(CLineSession& session, const std::string& lines) {
     }
 }
 
+void endStatement(CLineSession& session) {
+    const CInterruptScope interrupts;
+    session.finish();
+}
+
+// As Python does before its own first prompt.
+void runStartupFile(CLineSession& session) {
+    const char* const file = std::getenv("PYTHONSTARTUP");
+    if (file == nullptr || *file == '\0' || session.language() != "python") return;
+    runLines(session, "execfile(__import__('os').environ['PYTHONSTARTUP'])");
+}
+
 // A line that is Ctrl-C'd away is no failure. Ctrl-D ends a statement that is still open, and otherwise the console.
 int converse(CLineSession& session, CConsoleEditor& editor) {
     std::string line;
+    session.stopAtScreenful();
+    runStartupFile(session);
+    if (const auto status = session.leaving()) return *status;
     for (;;) {
         CTerminalGuard::watchSignals();
         switch (editor.read(session.prompt(), line)) {
         case ILineEditor::Read::end:
             CStandardStreams::get().out("\n");
             if (!session.isContinued()) return exitOk;
-            session.finish();
+            endStatement(session);
             break;
         case ILineEditor::Read::interrupted:
             CStandardStreams::get().out("\n");

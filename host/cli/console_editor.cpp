@@ -10,7 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <iterator>
 #include <memory>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace kzhost {
@@ -31,29 +34,46 @@ ILineEditor* loadEditor(const CPathAliases& files) {
     return nullptr;
 }
 
-void onInterrupt(int /*signal*/) {}
+int theInterrupts = -1;  // a counter of the kernel's, so that none is lost before reading begins
+
+void onInterrupt(int /*signal*/) {
+    const int error = errno;
+    eventfd_write(theInterrupts, 1);
+    errno = error;
+}
+
+// False if Ctrl-C came first.
+bool waitForLine() {
+    for (;;) {
+        pollfd sources[] = {{theInterrupts, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+        eventfd_t count = 0;
+        if (poll(sources, std::size(sources), -1) < 0 && errno == EINTR) continue;
+        return sources[0].revents == 0 || eventfd_read(theInterrupts, &count) != 0;
+    }
+}
 
 // As the terminal gives it. Prompts go to standard error: standard output may be a file.
 ILineEditor::Read readPlain(const std::string& prompt, std::string& line) {
+    if (theInterrupts < 0) theInterrupts = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     struct sigaction action {};
     struct sigaction former {};
-    action.sa_handler = onInterrupt;  // without restarting, so that reading ends
+    action.sa_handler = onInterrupt;
     sigaction(SIGINT, &action, &former);
     std::fputs(prompt.c_str(), stderr);
+    const bool isTyped = waitForLine();
+    sigaction(SIGINT, &former, nullptr);
+    if (!isTyped) return ILineEditor::Read::interrupted;
     char* text = nullptr;
     std::size_t room = 0;
-    errno = 0;
     const auto length = getline(&text, &room, stdin);
-    const bool isInterrupted = length < 0 && errno == EINTR;
     const std::unique_ptr<char, decltype(&std::free)> owned(text, std::free);
-    sigaction(SIGINT, &former, nullptr);
-    if (length >= 0) {
-        line.assign(text, static_cast<std::size_t>(length));
-        if (line.ends_with('\n')) line.pop_back();
-        return ILineEditor::Read::line;
+    if (length < 0) {
+        std::clearerr(stdin);
+        return ILineEditor::Read::end;
     }
-    std::clearerr(stdin);
-    return isInterrupted ? ILineEditor::Read::interrupted : ILineEditor::Read::end;
+    line.assign(text, static_cast<std::size_t>(length));
+    if (line.ends_with('\n')) line.pop_back();
+    return ILineEditor::Read::line;
 }
 
 }  // namespace

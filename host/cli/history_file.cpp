@@ -69,10 +69,10 @@ std::string decoded(const std::string& text) {
 void replace(const std::string& path, const std::vector<std::string>& lines) {
     const std::string fresh = path + ".new";
     std::ofstream stream(fresh, std::ios::trunc | std::ios::binary);
-    fs::permissions(fresh, fs::perms::owner_read | fs::perms::owner_write);
+    std::error_code error;
+    fs::permissions(fresh, fs::perms::owner_read | fs::perms::owner_write, error);
     for (const std::string& line : lines) stream << encoded(line);
     stream.close();
-    std::error_code error;
     if (stream) fs::rename(fresh, path, error);
     else fs::remove(fresh, error);
 }
@@ -110,7 +110,7 @@ void CHistoryFile::append(const std::string& line) const {
     const int file = open(m_path.c_str(), O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600);
     if (file < 0) return;
     const std::string text = encoded(line);
-    if (write(file, text.data(), text.size()) < 0) errno = 0;  // a history is worth no failure
+    [[maybe_unused]] const ssize_t written = write(file, text.data(), text.size());  // a history is worth no failure
     close(file);
 }
 

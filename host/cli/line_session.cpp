@@ -87,6 +87,7 @@ int CLineSession::open() {
         CProgram::say("the interpreter \"" + servers.front().name + "\" failed to start");
         return exitNoInterpreter;
     }
+    m_language = servers.front().name;
     CKzLoc_Unknown interpreter, asked;
     m_interpreter.set(CModuleTable::spawn(servers.front(), interpreter).raw());
     m_asked.set(CModuleTable::spawn(servers.front(), asked).raw());

@@ -23,6 +23,7 @@ public:
     int execute(const std::string& line);
     // Ends a statement that is still open.
     void finish();
+    const std::string& language() const { return m_language; }
     bool failed() const { return m_failed; }
     // The status with which a line asked to leave.
     std::optional<int> leaving() const { return m_leaving; }
@@ -33,6 +34,8 @@ public:
     void reset();
     // Lines that an open bracket or string joins with the next one, with an end of line behind them.
     std::string openText() const { return m_open.empty() ? std::string() : m_open.text() + "\n"; }
+    // Results stop at the end of the screen from now on.
+    void stopAtScreenful() { m_results.stopAtScreenful(); }
     // Shows more of results that were too long for the screen. False if there is no more.
     bool showMore() { return m_results.showMore(); }
 
@@ -60,6 +63,7 @@ private:
     bool m_pending = false;        // the interpreter has the beginning of a statement
     bool m_failed = false;
     std::optional<int> m_leaving;
+    std::string m_language;
 };
 
 }  // namespace kzhost

@@ -51,7 +51,7 @@ void addRows(std::vector<std::string>& rows, std::string_view text, std::size_t 
 
 void CResultView::show(const std::vector<std::string>& results) {
     m_rest.clear();
-    const Screen screen = screenSize();
+    const Screen screen = m_stops ? screenSize() : Screen();
     for (const std::string& text : results) {
         if (screen.rows == 0) CStandardStreams::get().out(text + "\n");
         else addRows(m_rest, text, screen.columns);

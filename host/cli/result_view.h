@@ -9,7 +9,9 @@ namespace kzhost {
 
 class CResultView {
 public:
-    // Shows as many as fit and says how many are left. Where nobody sits at a terminal, shows all.
+    // From now on no more than fits at once is shown: somebody is there who can ask for more.
+    void stopAtScreenful() { m_stops = true; }
+    // Shows the results, or as many as fit, and says how many are left.
     void show(const std::vector<std::string>& results);
     // Shows the next ones. False if none are left.
     bool showMore();
@@ -18,6 +20,7 @@ public:
 private:
     void showScreenful();
 
+    bool m_stops = false;
     std::vector<std::string> m_rest;  // lines of the screen, the next one last
 };
 

@@ -187,12 +187,36 @@ void showBelow(const std::string& note, std::vector<std::string> words) {
     rl_forced_update_display();
 }
 
+// What scripts have the interpreter's module complete, where the console knows nothing.
+void askScripts(Completion& completion, const std::string& line) {
+    if (rl_attempted_completion_function == nullptr) return;
+    completion.start = line.find_last_of(" \t\n\"'()[]{}<>=+-*/%,;:&|^~!#$?`\\") + 1;
+    char** const matches =
+        rl_attempted_completion_function(line.c_str() + completion.start, static_cast<int>(completion.start), rl_point);
+    if (matches == nullptr) return;
+    for (char** each = matches[1] != nullptr ? matches + 1 : matches; *each != nullptr; ++each)
+        completion.words.emplace_back(*each);
+    for (char** each = matches; *each != nullptr; ++each) std::free(*each);
+    std::free(matches);
+}
+
+// The library's functions cannot pass an exception on.
+Completion completionOf(const std::string& line) noexcept {
+    try {
+        Completion completion = theCompleter ? theCompleter(line) : Completion();
+        if (completion.words.empty() && completion.note.empty()) askScripts(completion, line);
+        return completion;
+    } catch (...) {
+        return {};
+    }
+}
+
 // Tab. At the beginning of a line it indents.
 int complete(int /*count*/, int key) {
     static int lastPoint = -1;
     const std::string line(rl_line_buffer, static_cast<std::size_t>(rl_point));
     if (line.substr(line.rfind('\n') + 1).find_first_not_of(" \t") == std::string::npos) return rl_insert(1, key);
-    const Completion found = theCompleter ? theCompleter(line) : Completion();
+    const Completion found = completionOf(line);
     const std::string word = line.substr(std::min(found.start, line.size()));
     const std::string common = found.words.empty() ? "" : found.words.front().substr(0, commonLength(found.words));
     const bool isLonger = !word.starts_with(common);
@@ -204,10 +228,11 @@ int complete(int /*count*/, int key) {
     return 0;
 }
 
-// The interpreter's module makes Tab an ordinary key when it is imported, as pdb does.
+// The interpreter's module makes Tab an ordinary key when it is imported, and pdb lets it complete without a question.
 void bindTab() {
     const rl_command_func_t* const bound = rl_function_of_keyseq("\t", nullptr, nullptr);
-    if (bound == rl_insert || bound == rl_tab_insert) rl_bind_key('\t', complete);
+    for (const rl_command_func_t* each : {rl_insert, rl_tab_insert, rl_complete})
+        if (bound == each) rl_bind_key('\t', complete);
 }
 
 class CReadlineEditor final : public ILineEditor {

@@ -31,7 +31,7 @@ class Terminal(object):
     def read(self, wanted, atPrompt=True):
         """Reads until that shows, or nothing comes any more. The answer is what came, without what moves the cursor."""
         raw = shown = ''
-        while wanted not in shown or atPrompt and not shown.endswith(('>>> ', '... ')):
+        while wanted not in shown or atPrompt and not shown.endswith(('>>> ', '... ', '(Pdb) ')):
             if not select.select([self.keys], [], [], 20)[0]:
                 break
             raw += os.read(self.keys, 4096)
@@ -42,6 +42,8 @@ class Terminal(object):
         os.write(self.keys, typed)
         shown = self.read(wanted, typed.endswith(('\r', '\n', '\x03', '\x04')))
         checks.equal((typed, wanted in shown or shown), (typed, True))
+        if wanted not in shown:
+            raise EOFError('the rest is not typed')
 
     def end(self, typed=None, sent=None):
         """The status, and whether the terminal is as it was."""
@@ -63,14 +65,17 @@ TYPED = (
     ("'\xe6\x97\xa5e\xcc\x81b", 'b'), ('\x01', 5 * '\x08'),  # a wide character takes two columns, a combining one none
     ("\x05\x02\x7f\xc3\xbc\x05'\r", '\n\xe6\x97\xa5\xc3\xbcb\n'),
     ('\x1b[200~for i in 1, 2:\n\tprint i\n\nprint "x"\x1b[201~', '"x"'), ('\r', '\n1\n2\nx\n'),
+    ('started / 0\r', 'modulo by zero'), ('import pdb; pdb.pm()\r', '(Pdb) '), ('p started\r', '\n1\n'), ('q\r', ''),
     ('def\r', '\n    def\n      ^\n'),
     ('from __future__ import division\r', ''), ('1/2\r', '\n0.5\n'),
     ('range(100)\r', '\n21\n... 78 more lines: Enter shows'), ('\r', '\n43\n... 56 more'), ("'a' * 170\r", '\naaa'),
+    ("import subprocess; subprocess.call(['%s', 'eval', 'range(60)'])\r" % PROGRAM, '\n59\n'),
     ('half a line\x03', '^C\n'),
     ('if 1:\r', ''), ('\t', 4 * ' '), ('print 3\r', ''), ('\x04', '\n3\n'),
     ("import os; os.system('stty -a')\r", ' icanon iexten echo '),
     ('import kz, pdb, readline, rlcompleter\r', ''), ('readline.get_history_item(1)\r', '\n1+1\n'),
-    ('kz.object.MeshBl\t', 'end'), ('\x15kz.symbol.fMESHMERGE_POINT_MAPS\t', ' = 1\n'),
+    ("readline.set_completer(lambda text, n: ['zz_owned'][n:] and 'zz_owned')\r", ''), ('zz_o\t', 'wned'),
+    ('\x15kz.object.MeshBl\t', 'end'), ('\x15kz.symbol.fMESHMERGE_POINT_MAPS\t', ' = 1\n'),
     ('\x15kz.object.Mesh.AddPoint(\t', 'position'), ('\x15list.sor\t', 't'), ("\x15kz.eval('user.v\t", 'alue'),
     ('\x15def merge(fMESHMERGE, path=1): "Merges."\r\r', ''), ('merge(\t', 'merge(fMESHMERGE, path)\nMerges.'),
     ('\x15merge(fMESHM\t', 'kz.symbol.fMESHMERGE_POINT_'),
@@ -80,7 +85,11 @@ TYPED = (
 
 
 def check_a_conversation():
+    os.environ['PYTHONSTARTUP'] = os.path.dirname(HISTORY) + '.py'
+    with open(os.environ['PYTHONSTARTUP'], 'w') as stream:
+        stream.write('started = 1')
     terminal = Terminal()
+    del os.environ['PYTHONSTARTUP']
     for typed, wanted in TYPED:
         terminal.type(typed, wanted)
     checks.equal(terminal.end('exit(5)\r'), (5 << 8, True))
