@@ -2,7 +2,7 @@
 #include "fuzz/fuzzer.h"
 
 #include "module/python.h"
-#include "script/line_interpreter.h"
+#include "script/statement.h"
 
 #include <algorithm>
 #include <string>
@@ -15,7 +15,8 @@ void startPython() {
 }
 
 bool compiles(const std::string& text) {
-    PyObject* code = Py_CompileString(text.c_str(), "<stdin>", Py_file_input);
+    int futures = 0;
+    PyObject* code = Python_LineInterp::compileStatement(text, Py_file_input, futures);
     Py_XDECREF(code);
     PyErr_Clear();
     return code != nullptr;

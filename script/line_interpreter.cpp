@@ -8,6 +8,7 @@
 #include "module/py_lock.h"
 #include "module/runtime.h"
 #include "script/outcome.h"
+#include "script/statement.h"
 #include "script/static_tags.h"
 #include "wrap/result_codes.h"
 
@@ -19,7 +20,6 @@
 #include "kz/value.h"
 
 #include <memory>
-#include <optional>
 
 namespace Python_LineInterp {
 
@@ -74,24 +74,9 @@ private:
     void passResults(PyObject* result, IKzLineExecution* console);
 
     std::string m_pending;
+    int m_futures = 0;  // the compiler's flags of what was imported from __future__
     CKzUser_CommandService m_commands;
 };
-
-// Why a text does not compile.
-struct CompileError {
-    bool isSyntax;
-    std::string text;
-};
-
-std::optional<CompileError> compileError(const std::string& text) {
-    const CPyRefNull code(Py_CompileString(text.c_str(), "<stdin>", Py_file_input));
-    if (code.get() != nullptr) return std::nullopt;
-    const KzException exception = KzException::fetch();
-    const bool isSyntax =
-        exception.type.get() != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SyntaxError) != 0;
-    return CompileError{isSyntax, exception.value.get() != nullptr ? kzReadableText(exception.value).value_or("")
-                                                                   : std::string()};
-}
 
 void reportStartFailure(KzResult code) {
     const PythonRuntime* runtime = PythonRuntime::current();
@@ -134,9 +119,9 @@ KzResult CLineInterpreter::lin_Execute(const char* line, IKzUnknown* execution) 
     return needsMoreLines(wasPending, text.empty()) ? KZe_OK : run(execution);
 }
 
-// Even a complete block continues until an empty line ends it.
+// A block that is complete goes on until an empty line ends it.
 bool CLineInterpreter::needsMoreLines(bool wasPending, bool isEmptyLine) {
-    switch (checkCompleteness(m_pending)) {
+    switch (checkCompleteness(m_pending, m_futures)) {
     case Completeness::incomplete: return true;
     case Completeness::complete: return wasPending && !isEmptyLine;
     case Completeness::error: return false;
@@ -150,10 +135,10 @@ KzResult CLineInterpreter::run(IKzUnknown* execution) {
     const std::string statement = std::move(m_pending);
     m_pending.clear();
     MainInterpreter& interpreter = *kzNonNull(PythonRuntime::current()->interpreter(), KZe_NOTAVAILABLE);
-    CPyRefNull code(Py_CompileString(statement.c_str(), "<stdin>", Py_eval_input));
+    CPyRefNull code(compileStatement(statement, Py_eval_input, m_futures));
     if (code.get() == nullptr) {
         PyErr_Clear();
-        code.adopt(Py_CompileString(statement.c_str(), "<stdin>", Py_file_input));
+        code.adopt(compileStatement(statement, Py_file_input, m_futures));
     }
     const CPyRefNull result(code.get() == nullptr ? nullptr
                                                   : PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()),
@@ -170,18 +155,30 @@ void CLineInterpreter::endPrintedLine() {
     if (Py_FlushLine() != 0) PyErr_Clear();
 }
 
-// Passes sys.exit() to a console that offers IKzScriptOutcome; for any other console it is an ordinary exception.
+// Where pdb.pm() looks, as at Python's own prompt.
+void keepForDebugger(const KzException& exception) {
+    const std::pair<const char*, PyObject*> kept[] = {
+        {"last_type", exception.type}, {"last_value", exception.value}, {"last_traceback", exception.traceback}};
+    for (const auto& [name, object] : kept)
+        if (PySys_SetObject(kzText(name), object != nullptr ? object : Py_None) != 0) PyErr_Clear();
+}
+
+// A host that hears how lines end is told of sys.exit(), and does what was asked; to others it is an exception.
 KzResult CLineInterpreter::endByException(IKzLineExecution* console) {
     const CScriptOutcome outcome(console);
-    if (!outcome) return kzResultOfPending();
     KzException exception = KzException::fetch();
-    if (exception.type.get() != nullptr && PyErr_GivenExceptionMatches(exception.type, PyExc_SystemExit) != 0) {
+    if (outcome && exception.type.get() != nullptr &&
+        PyErr_GivenExceptionMatches(exception.type, PyExc_SystemExit) != 0) {
         outcome.exit(exception, kzResultOfText(exception.value).code);
         return kzResultOfException(exception.type, exception.value);
     }
     outcome.fail(exception);
-    PyErr_Restore(exception.type.release(), exception.value.release(), exception.traceback.release());
-    return kzResultOfPending();
+    const std::string source = markedSource(exception);
+    keepForDebugger(exception);
+    exception.restore();
+    const KzResult code = kzResultOfPending();
+    if (!source.empty()) kzWriteFrom(kzFromReport, kzVisible(source).c_str(), KZe_INFO);
+    return code;
 }
 
 std::vector<std::string> textsOf(PyObject* result) {
@@ -209,23 +206,13 @@ void CLineInterpreter::passResults(PyObject* result, IKzLineExecution* console) 
     kzTrue(kzSucceeded(
         kzObtain(values, [&](IKzUnknown** array) { return m_commands->CreateQueryObject("string", array); })));
     for (const std::string& text : texts) kzTrue(kzSucceeded(values->AddString(kzVisible(text).c_str())));
-    if (console != nullptr) console->Results(values.raw());
+    if (console == nullptr || console->Results(values.raw()) != KZe_OK) return;
+    // As at Python's own prompt, "_" is the last result that was shown. A console that only looks something up answers
+    // with another success.
+    if (PyDict_SetItemString(PyEval_GetBuiltins(), "_", result) != 0) PyErr_Clear();
 }
 
 }  // namespace
-
-Completeness checkCompleteness(std::string& text) {
-    std::optional<CompileError> error = compileError(text);
-    if (!error) return Completeness::complete;
-    if (!error->isSyntax) return Completeness::error;
-    text += '\n';
-    const std::optional<CompileError> withNewline = compileError(text);
-    if (!withNewline || !withNewline->isSyntax) return Completeness::incomplete;
-    text += "\n\n";
-    const std::optional<CompileError> withBlankLines = compileError(text);
-    if (!withBlankLines) return Completeness::incomplete;
-    return withNewline->text == withBlankLines->text ? Completeness::error : Completeness::incomplete;
-}
 
 void registerServer(CKzThisModule& module) {
     static CKzForever<CKzPolymorph<CLineInterpreter>> polymorph;

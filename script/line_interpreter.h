@@ -7,8 +7,4 @@ namespace Python_LineInterp {
 
 void registerServer(CKzThisModule& module);
 
-// Whether a text is a complete statement. The test may append newlines to it.
-enum class Completeness { complete, incomplete, error };
-Completeness checkCompleteness(std::string& text);
-
 }  // namespace Python_LineInterp

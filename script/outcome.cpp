@@ -22,8 +22,10 @@ bool isCode(std::string text) {
 void CScriptOutcome::exit(const KzException& exception, KzResult code) const {
     if (!m_listener) return;
     std::string text;
-    if (exception.value.get() != nullptr && exception.value.get() != Py_None)
-        text = kzReadableText(exception.value).value_or("");
+    const CPyRefNull value(exception.value.get() != nullptr ? PyObject_GetAttrString(exception.value, "code")
+                                                            : nullptr);
+    if (value.get() == nullptr) PyErr_Clear();
+    if (exception.value.get() != nullptr && value.get() != Py_None) text = kzReadableText(exception.value).value_or("");
     m_listener->Exit(code, text.empty() || isCode(text), kzVisible(text).c_str());
 }
 

@@ -18,7 +18,7 @@ readonly pyflakes=$root/build/pyflakes
 
 readonly groups='build test package symbols lint fuzz coverage'
 readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
-    libfmt-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev)
+    libfmt-dev libcli11-dev nlohmann-json3-dev libreadline-dev libgtest-dev)
 readonly python_packages=(python2.7 libpython2.7-dev)
 
 # The groups that a verb of ./dev with its arguments needs: what a script runs with comes without what checks the tree.

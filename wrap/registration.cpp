@@ -64,19 +64,26 @@ template <class Kind> void makeAll(const std::function<void(const char* name, Py
         for (const auto& row : header->*Kind::rows) take(Kind::nameOf(row), Kind::make(row));
 }
 
-template <class Kind> PyObject* addSubmodule(PyObject* kz, const char* name) {
+void document(PyObject* module, const char* text) {
+    kzNonNegative(PyObject_SetAttrString(module, "__doc__", CPyRef(PyString_FromString(text), CPyRef::owned)));
+}
+
+template <class Kind> PyObject* addSubmodule(PyObject* kz, const char* name, const char* text) {
     static constexpr KzLazyNames names{find<Kind>, makeAll<Kind>};
-    return kzAddLazyModule(kz, name, names);
+    PyObject* module = kzAddLazyModule(kz, name, names);
+    document(module, text);
+    return module;
 }
 
 }  // namespace
 
 void kzAddSubmodules(PyObject* kz, PyTypeObject& storage) {
-    addSubmodule<Services>(kz, "service");
-    PyObject* object = addSubmodule<Objects>(kz, "object");
-    addSubmodule<Results>(kz, "result");
-    addSubmodule<Symbols>(kz, "symbol");
+    addSubmodule<Services>(kz, "service", "The host's services: kz.service.Scene() and the like.");
+    PyObject* object = addSubmodule<Objects>(kz, "object", "Types of the host's objects, one for each interface.");
+    addSubmodule<Results>(kz, "result", "The result codes that operations of the host end with.");
+    addSubmodule<Symbols>(kz, "symbol", "The constants of the host's SDK. help('kz.symbol.NAME') shows one.");
     PyObject* ifc = kzNonNull(PyImport_AddModule((std::string(PyModule_GetName(kz)) + ".ifc").c_str()));
+    document(ifc, "Empty: base classes for servers are in the package kzifc.");
     Py_INCREF(ifc);
     kzNonNegative(PyModule_AddObject(kz, "ifc", ifc));
     kzReadyObjectType(kzUnknownType);

@@ -1,29 +1,27 @@
-// A line editor on the terminal: its history lasts from one session to the next, and it completes names.
+// Lines typed on a terminal: edited, completed and kept where the line editor is there, and as the terminal gives them
+// otherwise.
 #pragma once
 
-#include "host/cli/line_session.h"
-
-#include <string>
-#include <vector>
+#include "host/cli/history_file.h"
+#include "host/editor/line_editor.h"
 
 namespace kzhost {
 
+class CKzHost;
+class CLineSession;
+
 class CConsoleEditor {
 public:
-    enum class Read { line, interrupted, end };
-
     CConsoleEditor(CLineSession& session, CKzHost& host);
     ~CConsoleEditor();
     CConsoleEditor(const CConsoleEditor&) = delete;
     CConsoleEditor& operator=(const CConsoleEditor&) = delete;
 
-    Read read(const std::string& prompt, std::string& line);
+    ILineEditor::Read read(const std::string& prompt, std::string& line);
 
 private:
-    std::string m_historyFile;
+    CHistoryFile m_history;
+    ILineEditor* m_editor;
 };
-
-// What the word that ends the line may become: names of the interpreter, or the host's commands inside a text.
-std::vector<std::string> kzCompletions(CLineSession& session, CKzHost& host, const std::string& line);
 
 }  // namespace kzhost

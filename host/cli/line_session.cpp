@@ -25,7 +25,8 @@ namespace {
 class CLineExecution final
     : public CHosted<"line", CLineExecution, CKzIfc_LineExecution, CKzIfc_TextOutput, CHeardOutcome> {
 public:
-    explicit CLineExecution(bool shows) : m_shows(shows) {}
+    // Without a view nothing is shown, and to the interpreter the results were only looked up.
+    explicit CLineExecution(CResultView* view) : m_view(view) {}
 
     KzResult lin_Results(IKzUnknown* values) override;
     KzResult lin_Info(const char* text) override;
@@ -48,11 +49,11 @@ public:
 
 private:
     KzResult show(const TextPiece& piece) {
-        m_failure = m_shows ? CConsoleOutput::show(piece) : 0;
+        m_failure = m_view != nullptr ? CConsoleOutput::show(piece) : 0;
         return m_failure == 0 ? KZe_OK : KZe_IO_ERROR;
     }
 
-    bool m_shows;
+    CResultView* m_view;
     int m_failure = 0;
     std::vector<std::string> m_results;
 };
@@ -63,8 +64,8 @@ KzResult CLineExecution::lin_Results(IKzUnknown* values) {
     for (std::uint32_t index = 0; index < held->Count(); ++index)
         kzReadText(m_results.emplace_back(),
                    [&](char* text, std::uint32_t length) { return held->GetString(index, text, length); });
-    if (m_shows)
-        for (const std::string& text : m_results) CStandardStreams::get().out(text + "\n");
+    if (m_view == nullptr) return KZe_FALSE;
+    m_view->show(m_results);
     return KZe_OK;
 }
 
@@ -86,9 +87,11 @@ int CLineSession::open() {
         CProgram::say("the interpreter \"" + servers.front().name + "\" failed to start");
         return exitNoInterpreter;
     }
-    CKzLoc_Unknown made;
-    m_interpreter.set(CModuleTable::spawn(servers.front(), made).raw());
-    return m_interpreter ? exitOk : exitNoInterpreter;
+    m_language = servers.front().name;
+    CKzLoc_Unknown interpreter, asked;
+    m_interpreter.set(CModuleTable::spawn(servers.front(), interpreter).raw());
+    m_asked.set(CModuleTable::spawn(servers.front(), asked).raw());
+    return m_interpreter && m_asked ? exitOk : exitNoInterpreter;
 }
 
 std::string CLineSession::promptFor(bool continued) {
@@ -107,6 +110,7 @@ bool CLineSession::isDue(std::size_t size) const {
 }
 
 int CLineSession::execute(const std::string& line) {
+    m_results.forget();
     if (!isContinued()) m_passedSize = 0;
     m_open.add(line);
     if (m_open.isOpen()) return tryOpen();
@@ -157,7 +161,7 @@ int CLineSession::endBlock() {
 }
 
 int CLineSession::pass(const std::string& text) {
-    const auto execution = CHostRef<CLineExecution>::make(true);
+    const auto execution = CHostRef<CLineExecution>::make(&m_results);
     CInterruptScope::takeInterrupt();
     const KzResult code = m_interpreter.Execute(text.c_str(), execution.raw());
     m_pending = promptFor(false).starts_with("..");
@@ -181,9 +185,11 @@ void CLineSession::reset() {
     m_pending = false;
 }
 
-std::optional<std::vector<std::string>> CLineSession::ask(const std::string& line) {
-    const auto execution = CHostRef<CLineExecution>::make(false);
-    if (kzFailed(m_interpreter.Execute(line.c_str(), execution.raw()))) return {};
+std::optional<std::vector<std::string>> CLineSession::ask(const std::string& expression) {
+    const auto execution = CHostRef<CLineExecution>::make(nullptr);
+    const KzResult code = m_asked.Execute(expression.c_str(), execution.raw());
+    m_asked.Reset();
+    if (kzFailed(code)) return {};
     return execution->results();
 }
 

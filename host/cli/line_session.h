@@ -3,6 +3,7 @@
 
 #include "host/cli/open_text.h"
 #include "host/cli/program.h"
+#include "host/cli/result_view.h"
 
 #include "kz/script.h"
 
@@ -22,6 +23,7 @@ public:
     int execute(const std::string& line);
     // Ends a statement that is still open.
     void finish();
+    const std::string& language() const { return m_language; }
     bool failed() const { return m_failed; }
     // The status with which a line asked to leave.
     std::optional<int> leaving() const { return m_leaving; }
@@ -30,9 +32,16 @@ public:
     // Whether more lines of a statement are waited for.
     bool isContinued() const { return m_pending || !m_open.empty(); }
     void reset();
+    // Lines that an open bracket or string joins with the next one, with an end of line behind them.
+    std::string openText() const { return m_open.empty() ? std::string() : m_open.text() + "\n"; }
+    // Results stop at the end of the screen from now on.
+    void stopAtScreenful() { m_results.stopAtScreenful(); }
+    // Shows more of results that were too long for the screen. False if there is no more.
+    bool showMore() { return m_results.showMore(); }
 
-    // The texts that a line gives, without showing them; nothing when it fails.
-    std::optional<std::vector<std::string>> ask(const std::string& line);
+    // The texts that an expression gives, without showing them; nothing when it fails. The statement in work is none of
+    // its business.
+    std::optional<std::vector<std::string>> ask(const std::string& expression);
 
 private:
     std::string promptFor(bool continued);
@@ -46,12 +55,15 @@ private:
 
     CProgram& m_program;
     CKzUser_LineInterpreter m_interpreter;
+    CKzUser_LineInterpreter m_asked;  // another of the same kind
+    CResultView m_results;
     COpenText m_open;              // lines that belong together, not yet given to the interpreter
     std::string m_block;           // whole lines of the statement that the interpreter has the beginning of
     std::size_t m_passedSize = 0;  // of the statement, as far as the interpreter has seen it
     bool m_pending = false;        // the interpreter has the beginning of a statement
     bool m_failed = false;
     std::optional<int> m_leaving;
+    std::string m_language;
 };
 
 }  // namespace kzhost

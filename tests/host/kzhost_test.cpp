@@ -323,21 +323,12 @@ def heard():
     return text
 )";
 
-constexpr const char* inConsole = R"(texts = [heard()]
-for typed in '20 + 1\n', 'half a line\x03', '20 + 2\n', '\x04':
-    os.write(child[1], typed)
-    texts.append(heard())
-print os.waitpid(child[0], 0)[1], ['>>> ' in text for text in texts], '22' in texts[3]
-)";
-
-TEST_F(KzHostTest, TheTerminalConsoleKeepsItsHistoryThroughCtrlC) {
+TEST_F(KzHostTest, TheConsoleIsAsPythonsPrompt) {
     setenv("XDG_STATE_HOME", path("state").c_str(), 1);
-    expect(run({"run", write("typist.py", std::string(typist) + inConsole), program, "console"}), 0,
-           "0 [True, True, True, True, False] True\n");
-    const std::string history = contents("state/kzhost/history");
-    for (const char* line : {"20\\040+\\0401", "20\\040+\\0402"})
-        EXPECT_NE(history.find(line), std::string::npos) << history;
-    EXPECT_EQ(history.find("half"), std::string::npos) << "it was thrown away";
+    setenv("TERM", "xterm", 1);
+    importPaths = {KZ_SOURCE_DIR "/tests/support"};
+    const Ended ended = run({"run", KZ_SOURCE_DIR "/tests/host/console.py", program});
+    EXPECT_NE(ended.out.find(" checks, 0 failed\n"), std::string::npos) << ended.out << ended.error;
 }
 
 TEST_F(KzHostTest, PromptsOfScriptsShowBeforeTheAnswer) {

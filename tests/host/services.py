@@ -2,6 +2,7 @@
 import ctypes
 import math
 import os
+import pydoc
 import tempfile
 
 import kz
@@ -280,3 +281,17 @@ def check_servers_are_created_and_read_again():
     equal((host.ServerCount('visitor'), host.ServerCount('')), (before[0] + 1, before[1] + 1))
     fails('NOTFOUND', (host.SpawnServer, 'visitor', 'other'), (host.SpawnServer, None, None),
           (host.ModuleUpdate, 'nobody'))
+
+
+def check_help_says_something_of_everything():
+    for module in (kz, kz.object, kz.service, kz.symbol, kz.result, kz.ifc):
+        for number, (name, value) in enumerate(sorted(vars(module).items())):
+            path = module.__name__ + '.' + name
+            if type(value) is type(kz.Service):
+                things = [value] + [each for key, each in vars(value).items() if not key.startswith('__')]
+                equal((path, [thing for thing in things if not thing.__doc__]), (path, []))
+            elif isinstance(value, (int, long, float, str)) and not name.startswith('__'):
+                if number % 100 == 0:  # rendering takes long
+                    equal((path, path + ' = ' in pydoc.plain(pydoc.render_doc(path))), (path, True))
+            else:
+                equal((path, bool(value is None or value.__doc__)), (path, True))

@@ -47,6 +47,9 @@ TEST_F(ConsoleTest, AnswersValuesAsTexts) {
     check({{"None\n", ""},
            {"'a b'\n", "= a b\n"},
            {"u'\\xe9'\n", "= \xC3\xA9\n"},
+           {"len(u'\xC3\xA9'), len('\xC3\xA9')\n", "= 1 2\n"},
+           {"# -*- coding: latin-1 -*-\n_\n", "= 1 2\n"},
+           {"None\n_ * 2\n_[1:3]\n", "= 1 2 1 2\n= 2 1\n"},
            {"''\n", "= \n"},
            {"(1, None, 'x', u'\\xe9')\n", "= 1 None x \xC3\xA9\n"},
            {"[]\n", "=\n"},
@@ -66,11 +69,15 @@ TEST_F(ConsoleTest, ReportsWhatALineRaisesAndStaysReady) {
     check({{"1/0\n",
             "ERROR: Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n .. <stdin>: 1\n"
             "code 80000000\n"},
-           {"for\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\ncode 80000000\n"},
-           {"  indented\n",
-            "ERROR: Unhandled exception \"IndentationError\"; unexpected indent (<stdin>, line 1)\ncode 80000000\n"},
-           {"def f():\n  return 1\n 2\n\n", "ERROR: Unhandled exception \"IndentationError\"; unindent does not match "
-                                            "any outer indentation level (<stdin>, line 6)\ncode 80000000\n"},
+           {"for\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\n"
+                     "    for\n      ^\ncode 80000000\n"},
+           {"  indented\n", "ERROR: Unhandled exception \"IndentationError\"; unexpected indent (<stdin>, line 1)\n"
+                            "    indented\n    ^\ncode 80000000\n"},
+           {"def f():\n  return 1\n 2\n\n",
+            "ERROR: Unhandled exception \"IndentationError\"; unindent does not match "
+            "any outer indentation level (<stdin>, line 6)\n    2\n    ^\ncode 80000000\n"},
+           {"'\xE6\x97\xA5' 1\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\n"
+                                  "    '\xE6\x97\xA5' 1\n        ^\ncode 80000000\n"},
            {"import sys\nsys.exit(3)\n", "sys.exit() exception\n .. <stdin>: 1\ncode 80000000\n"},
            {"raise KeyboardInterrupt\n",
             "ERROR: Unhandled exception \"KeyboardInterrupt\"\n .. <stdin>: 1\ncode 80000000\n"},
@@ -83,7 +90,10 @@ TEST_F(ConsoleTest, ReportsWhatALineRaisesAndStaysReady) {
            {"import sys; sys.stderr.write('told\\n'); print 'out',\n", "told\nout\n"},
            {"kz.trace(True); kz.out('x'); kz.trace(False)\n",
             "trace: kz.trace - Enabled\nx\ntrace: kz.trace - Disabled\n"},
-           {"1+1\n", "= 2\n"}});
+           {"1+1\n", "= 2\n"},
+           {"from __future__ import division, print_function\n1 / 2; print(3, end='.')\n1 / 2\nprint 4\n",
+            "3.\n= 0.5\nERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\n"
+            "    print 4\n          ^\ncode 80000000\n"}});
 }
 
 TEST_F(ConsoleTest, PromptsAndForgets) {
