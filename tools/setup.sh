@@ -8,12 +8,11 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/farm.sh"
 . "$root/tools/setup/pictures.sh"
 . "$root/tools/setup/previous_release.sh"
-. "$root/tools/setup/pyside2.sh"
 . "$root/tools/setup/python3.sh"
 . "$root/tools/setup/pyflakes.sh"
+. "$root/tools/setup/wheels.sh"
 
 readonly stamps=$root/build/setup
-readonly pyside2=$root/build/pyside2
 readonly pyflakes=$root/build/pyflakes
 
 readonly groups='build test package symbols lint fuzz coverage'
@@ -72,8 +71,9 @@ set_up_test() {
     install_pictures
     install_farm "$root/build/dask"
     install_checkers "$root/build/checkers"
-    pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
-        say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
+    install_wheels "$root/build/pyside2" PySide2/QtWidgets.so "checks of kz.getQWidget with real widgets are skipped" \
+        'PySide2==5.14.*' 'shiboken2==5.14.*'
+    install_wheels "$root/build/numpy" numpy/__init__.py "the example with numpy is not checked" 'numpy==1.16.*'
 }
 
 set_up_package() {

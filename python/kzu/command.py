@@ -23,11 +23,18 @@ class Argument(object):
     optional   the caller may omit it; without a default it is None then
     toggle     kz.queryToggle queries this argument
     query      the argument can be queried, which calls the command's query()
+    choices    the words that an argument of the type "choice" can be; execute gets one of them, and query returns one
     label      the name that users see
     desc       what it is for
     """
 
-    def __init__(self, name, kind, default=None, optional=False, toggle=False, query=False, label=None, desc=None):
+    def __init__(self, name, kind, default=None, optional=False, toggle=False, query=False, label=None, desc=None,
+                 choices=()):
+        if choices and kind != kz.symbol.sTYPE_CHOICE:
+            raise ValueError('argument "%s": choices are for the type "choice", not "%s"' % (name, kind))
+        if choices and default is not None and default not in choices:
+            raise ValueError('argument "%s": the default %r is not one of %s' % (name, default, ', '.join(choices)))
+        self.choices = list(choices)
         self.name, self.kind, self.default = name, kind, default
         self.optional = optional or default is not None
         self.toggle, self.query, self.label, self.desc = toggle, query, label, desc
@@ -121,7 +128,7 @@ class Command(kzifc.Command, kzifc.Attributes):
         answer = self.query(self.arguments[index].name)
         values = wrappers.ValueArray(values)
         for value in answer if isinstance(answer, (list, tuple)) else [answer]:
-            values.append(value)
+            values.append(self._number(index, value))
 
     # Dialogs. What the caller has passed stays; the initial values of other arguments are up to the command.
 
@@ -184,6 +191,9 @@ class Command(kzifc.Command, kzifc.Attributes):
     def attr_TypeName(self, index):
         return self._argument(index).kind
 
+    def attr_Hints(self, index):
+        return list(enumerate(self._argument(index).choices)) or _refuse(kz.symbol.e_NOTFOUND)
+
     def attr_Value(self, index, create):
         return self._value_object(index) if create else self._passed(index)
 
@@ -203,7 +213,7 @@ class Command(kzifc.Command, kzifc.Attributes):
         self._set(index, 'SetFlt', value)
 
     def attr_SetString(self, index, value):
-        self._set(index, 'SetString', value)
+        self._assign({self._argument(index).name: value})
 
     # Values are kept as objects of the host, which converts them as it does everywhere. Their dictionary is created on
     # first use, so that derived classes need not call __init__ of this class.
@@ -236,11 +246,20 @@ class Command(kzifc.Command, kzifc.Attributes):
 
     def _assign(self, values):
         for name, value in values.items():
+            value = self._number(self.attr_Lookup(name), value)
             kind = 'SetInt' if isinstance(value, (int, long)) else 'SetFlt' if isinstance(value, float) else 'SetString'
             self._set(self.attr_Lookup(name), kind, value)
 
+    def _number(self, index, value):
+        """A word of a choice as the number that the host has for it; every other value as it is."""
+        choices = self._argument(index).choices
+        return choices.index(value) if value in choices else value
+
     def _python_value(self, index):
         value = wrappers.Value(self._values()[index])
+        choices = self.arguments[index].choices
+        if choices:
+            return choices[value.GetInt()] if 0 <= value.GetInt() < len(choices) else _refuse(kz.symbol.e_OUTOFBOUNDS)
         if self.arguments[index].kind == kz.symbol.sTYPE_BOOLEAN:
             return bool(value.GetInt())
         return value.get()

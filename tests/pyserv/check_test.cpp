@@ -53,6 +53,10 @@ const Case cases[] = {
       "10: server \"a\": kzu.command has no excute; did you mean execute?",
       "11: server \"a\": query is called with 1 argument after self, but takes 0",
       "14: server \"a\": prepare is not a method"}},
+    {"from kzu.command import *\nArgument('a', 'string', choices=['b'])\n",
+     {"4: it cannot be imported: ValueError: argument \"a\": choices are for the type \"choice\", not \"string\""}},
+    {"from kzu.command import *\nArgument('a', 'choice', choices=('b', 'c'), default='d')\n",
+     {"4: it cannot be imported: ValueError: argument \"a\": the default 'd' is not one of b, c"}},
     {"from kzu.command import *\nclass A(Command):\n    arguments = Argument('text', 'string'),\n"
      "    def execute(self, txt, more=1): pass\nclass B(A):\n    def execute(self, **values): pass\n"
      "class C(A): arguments = 'text'\nkz.bless(A, 'a b')\nkz.bless(B, '?b')\nkz.bless(C, '')\n",

@@ -1,0 +1,1 @@
+import kz; print "The host measures in", kz.eval("unit.system ?"), "units."
