@@ -248,7 +248,10 @@ void CCompleter::addNames() {
     const auto names = m_session.ask(
         object.empty() ? "sorted(set(globals().keys() + dir(__builtins__) + __import__('keyword').kwlist))"
                        : "dir(" + object + ")");
-    if (names) take(*names, object.empty() ? "" : object + ".", m_word.substr(object.empty() ? 0 : dot + 1));
+    if (!names) return;
+    Words shown = *names;
+    if (m_word.empty() || m_word.ends_with('.')) std::erase_if(shown, [](const auto& name) { return name[0] == '_'; });
+    take(shown, object.empty() ? "" : object + ".", m_word.substr(object.empty() ? 0 : dot + 1));
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ namespace {
 
 // What was typed or pasted, which may be several lines. What fails on a terminal has been seen there.
 void runLines(CLineSession& session, const std::string& lines) {
-    const CInterruptScope interrupts;
+    const CInterruptScope interrupts(CInterruptScope::Second::isAnother);
     for (std::size_t start = 0, end = 0; end != std::string::npos; start = end + 1) {
         end = lines.find('\n', start);
         const std::string line = lines.substr(start, end - start);
@@ -28,7 +28,7 @@ void runLines(CLineSession& session, const std::string& lines) {
 }
 
 void endStatement(CLineSession& session) {
-    const CInterruptScope interrupts;
+    const CInterruptScope interrupts(CInterruptScope::Second::isAnother);
     session.finish();
 }
 

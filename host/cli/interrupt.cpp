@@ -13,6 +13,7 @@ namespace {
 constexpr int interruptedStatus = 130;
 
 volatile std::sig_atomic_t theInterrupt = 0;
+volatile std::sig_atomic_t theSecondEndsAll = 1;
 timespec theLast{};
 struct sigaction theFormer {};
 
@@ -25,7 +26,7 @@ bool isWithinASecond(const timespec& now) {
 void onInterrupt(int signal) {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    if (isWithinASecond(now)) _exit(interruptedStatus);
+    if (theSecondEndsAll != 0 && isWithinASecond(now)) _exit(interruptedStatus);
     theLast = now;
     theInterrupt = 1;
     if (theFormer.sa_handler == SIG_IGN) return;
@@ -40,7 +41,8 @@ void onInterrupt(int signal) {
 
 }  // namespace
 
-CInterruptScope::CInterruptScope() {
+CInterruptScope::CInterruptScope(Second second) {
+    theSecondEndsAll = second == Second::endsAll ? 1 : 0;
     struct sigaction action {};
     action.sa_handler = onInterrupt;
     sigemptyset(&action.sa_mask);

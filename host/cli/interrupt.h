@@ -7,10 +7,12 @@ namespace kzhost {
 
 // While it lives, SIGINT is noted, asks the tasks of all monitors to abort, and is handed on to whoever handled it
 // before, as the script's interpreter does. Where nobody did, the signal ends the process as usual; a second one within
-// a second always does.
+// a second always does, except in a conversation, whose user would lose it.
 class CInterruptScope {
 public:
-    CInterruptScope();
+    enum class Second { endsAll, isAnother };
+
+    explicit CInterruptScope(Second second = Second::endsAll);
     ~CInterruptScope();
     CInterruptScope(const CInterruptScope&) = delete;
     CInterruptScope& operator=(const CInterruptScope&) = delete;

@@ -32,7 +32,7 @@ class Terminal(object):
         """Reads until that shows, or nothing comes any more. The answer is what came, without what moves the cursor."""
         raw = shown = ''
         while wanted not in shown or atPrompt and not shown.endswith(('>>> ', '... ', '(Pdb) ')):
-            if not select.select([self.keys], [], [], 20)[0]:
+            if not select.select([self.keys], [], [], 10)[0]:
                 break
             raw += os.read(self.keys, 4096)
             shown = re.sub('\x1b\\[[?0-9;]*[A-Za-z]|[\r\x07]', '', raw)
@@ -92,6 +92,11 @@ def check_a_conversation():
     del os.environ['PYTHONSTARTUP']
     for typed, wanted in TYPED:
         terminal.type(typed, wanted)
+    for typed, wanted in (('import time\rtry: print 6 * 7; time.sleep(60)\rexcept: print "once"; time.sleep(60)\r\r', '\n42\n'),
+                          ('\x03', 'once\n'), ('\x03', 'KeyboardInterrupt')):
+        os.write(terminal.keys, typed)
+        checks.equal((typed, wanted in terminal.read(wanted, False)), (typed, True))
+    terminal.read('>>> ')
     checks.equal(terminal.end('exit(5)\r'), (5 << 8, True))
 
 
