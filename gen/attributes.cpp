@@ -13,7 +13,7 @@ void rejectUnknown(const Attribute& attribute, const AttributeRules& rules, Diag
     std::vector<std::string_view> names;
     for (const AttributeRule& rule : rules) names.push_back(rule.name);
     const std::string expected =
-        names.empty() ? "attributes only on interfaces, services and methods"
+        names.empty() ? "attributes only on interfaces, services, methods and groups of constants"
                       : fmt::format("one of {}{}", fmt::join(names, ", "), didYouMean(attribute.name.text, names));
     diagnostics.error(attribute.name.at, "attribute " + inQuotes(attribute.name.text), expected);
 }

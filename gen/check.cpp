@@ -4,10 +4,12 @@
 #include <cctype>
 #include <map>
 #include <regex>
+#include <set>
 
 #include <fmt/format.h>
 
 #include "check_methods.h"
+#include "families.h"
 #include "load.h"
 #include "names.h"
 #include "text.h"
@@ -34,16 +36,13 @@ public:
             if (header.summary.empty() && !header.name.empty())
                 missingSummary(header.at, "header " + inQuotes(header.name));
             for (const Interface& each : header.interfaces) interface(header, each);
-            const Constant* before = nullptr;
-            for (const Constant& each : header.constants) {
-                constant(each);
-                purposeOf(each, before);
-                before = &each;
-            }
+            for (const Constant& each : header.constants) constant(each);
+            purposes(header);
             for (const Code& each : header.codes) code(each);
             for (const Table& each : header.tables) table(header, each);
         }
         prefixes();
+        checkFamilies(m_model, m_completeness, m_errors);
     }
 
 private:
@@ -119,18 +118,21 @@ private:
     }
 
     // An identity is a number like any other until a sentence says what takes it.
-    void purposeOf(const Constant& each, const Constant* before) {
-        const bool isFirst = each.group.begins || before == nullptr || familyOf(before->name) != "u_";
-        if (m_completeness == Completeness::Partial || familyOf(each.name) != "u_" || !isFirst) return;
-        static const std::regex method("([A-Z][A-Za-z0-9]*)\\.([A-Z][A-Za-z0-9]*)");
-        const std::string& text = each.group.sentence;
-        const bool names =
-            std::any_of(std::sregex_iterator(text.begin(), text.end(), method), std::sregex_iterator(),
-                        [&](const auto& match) { return m_model.hasMethod(match.str(1), match.str(2)); });
-        if (!names) {
-            m_errors.error(each.at, "identity " + inQuotes(each.name) + " of no method",
-                           "a comment above it that names a method which takes or returns it, as Interface.Method");
+    void purposes(const Header& header) {
+        std::set<std::size_t> seen;
+        for (const Constant& each : header.constants) {
+            if (m_completeness == Completeness::Whole && familyOf(each.name) == "u_" &&
+                seen.insert(each.group).second && !namesMethod(header.groups[each.group].summary)) {
+                m_errors.error(each.at, "identity " + inQuotes(each.name) + " of no method",
+                               "a comment above it that names a method which takes or returns it, as Interface.Method");
+            }
         }
+    }
+
+    bool namesMethod(const std::string& text) const {
+        static const std::regex method("([A-Z][A-Za-z0-9]*)\\.([A-Z][A-Za-z0-9]*)");
+        return std::any_of(std::sregex_iterator(text.begin(), text.end(), method), std::sregex_iterator(),
+                           [&](const auto& match) { return m_model.hasMethod(match.str(1), match.str(2)); });
     }
 
     // A size for each constant that can stand where the table is looked up.

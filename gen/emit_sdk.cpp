@@ -75,9 +75,16 @@ std::string constantText(const Constant& constant) {
     return std::visit(Visitor{constant}, constant.value);
 }
 
+// What precedes a constant or code: the comment of its group where that begins, and its own.
+template <class Each> std::string commentsOn(const Header& header, const std::vector<Each>& all, const Each& each) {
+    const bool begins = &each == all.data() || (&each)[-1].group != each.group;
+    const std::string text = begins ? commentLines("", "//", header.groups[each.group].summary) : "";
+    return (text.empty() ? "" : "\n") + text + commentLines("", "//", each.summary);
+}
+
 void emitConstants(const Header& header, Text out) {
     for (const Constant& constant : header.constants) {
-        fmt::format_to(out, "{}", commentLines("", "//", constant.summary));
+        fmt::format_to(out, "{}", commentsOn(header, header.constants, constant));
         if (constant.name == "u_UNKNOWN") {  // the base has it already
             fmt::format_to(out, "static_assert(KZu_UNKNOWN == KzGuid{});\n",
                            guidInitialiser(std::get<Guid>(constant.value)));
@@ -89,7 +96,7 @@ void emitConstants(const Header& header, Text out) {
 
 void emitCodes(const Header& header, Text out) {
     for (const Code& code : header.codes) {
-        fmt::format_to(out, "{}inline constexpr KzResult KZ{} = 0x{:08X};\n", commentLines("", "//", code.summary),
+        fmt::format_to(out, "{}inline constexpr KzResult KZ{} = 0x{:08X};\n", commentsOn(header, header.codes, code),
                        code.symbol(), code.value);
     }
     for (const auto& [base, name] : baseCodes) {

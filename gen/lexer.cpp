@@ -183,7 +183,7 @@ private:
 
     void mark() {
         const char c = peek();
-        if (std::string_view("[](){}<>,;=*").find(c) == std::string_view::npos) {
+        if (std::string_view("[](){}<>,;:=*|").find(c) == std::string_view::npos) {
             const bool printable = std::isprint(static_cast<unsigned char>(c)) != 0;
             m_errors.error(here(), printable ? fmt::format("'{}'", c) : fmt::format("byte 0x{:02X}", std::uint8_t(c)),
                            c == '\t' ? "blanks for indentation" : "a name, a number, a text or punctuation");
@@ -245,12 +245,18 @@ std::string Comments::above(std::uint32_t line) const {
     return text;
 }
 
+std::string Comments::behind(std::uint32_t line) const {
+    std::string text;
+    if (const Comment* comment = at(line); comment != nullptr && !comment->ownLine) {
+        append(text, comment->text);
+        for (std::uint32_t next = line + 1; continuesTrailing(next); ++next) append(text, at(next)->text);
+    }
+    return text;
+}
+
 std::string Comments::summary(std::uint32_t firstLine, std::uint32_t lastLine) const {
     std::string text = above(firstLine);
-    if (const Comment* behind = at(lastLine); behind != nullptr && !behind->ownLine) {
-        append(text, behind->text);
-        for (std::uint32_t next = lastLine + 1; continuesTrailing(next); ++next) append(text, at(next)->text);
-    }
+    append(text, behind(lastLine));
     return text;
 }
 

@@ -25,8 +25,9 @@ class Comments {
 public:
     void add(std::uint32_t line, std::uint32_t column, bool ownLine, std::string text);
     [[nodiscard]] std::string summary(std::uint32_t firstLine, std::uint32_t lastLine) const;
-    // Only the block directly above.
+    // Its parts: only the block directly above, and only the comment behind with the lines that continue it.
     [[nodiscard]] std::string above(std::uint32_t line) const;
+    [[nodiscard]] std::string behind(std::uint32_t line) const;
 
     // True if the comment on this line continues the one behind the declaration above it.
     [[nodiscard]] bool continuesTrailing(std::uint32_t line) const;

@@ -8,6 +8,7 @@
 
 #include "census.h"
 #include "emit.h"
+#include "families.h"
 #include "load.h"
 #include "sha1.h"
 
@@ -24,14 +25,16 @@ using Words = std::vector<std::string_view>;
 void print(std::FILE* stream, std::string_view text) { std::fwrite(text.data(), 1, text.size(), stream); }
 
 int usage() {
-    std::string text = "usage: kzgen check [--partial] IDLDIR      report every error in the description\n"
+    std::string text = "usage: kzgen check [--partial] [--unused-families] IDLDIR\n"
+                       "                                           report every error in the description\n"
                        "       kzgen stats [--partial] [--json] IDLDIR\n"
                        "                                           count what it describes\n"
                        "       kzgen mint NAME...                  derive GUIDs from names\n"
                        "       kzgen emit [--partial] IDLDIR OUTDIR --part PART...\n"
                        "                                           write generated files; the parts are:\n";
     for (const Part& part : parts()) text += fmt::format("           {:<8} {}\n", part.name, part.purpose);
-    text += "--partial: headers.txt and object<...> may name headers and interfaces that do not exist yet.\n";
+    text += "--partial: headers.txt and object<...> may name headers and interfaces that do not exist yet.\n"
+            "--unused-families: also report integer constants that no method takes or returns.\n";
     print(stderr, text);
     return exitUsage;
 }
@@ -43,9 +46,10 @@ Completeness takeCompleteness(Words& words) {
 }
 
 // Loads a description and prints its errors. True if there were none.
-bool loaded(std::string_view folder, Completeness completeness, Model& model) {
+bool loaded(std::string_view folder, Completeness completeness, Model& model, bool unusedFamilies = false) {
     Diagnostics diagnostics;
     model = load(folder, completeness, diagnostics);
+    if (unusedFamilies) checkUnusedFamilies(model, diagnostics);
     print(stderr, diagnostics.text());
     if (!diagnostics.empty())
         print(stderr, fmt::format("{} error{}\n", diagnostics.count(), diagnostics.count() == 1 ? "" : "s"));
@@ -54,9 +58,10 @@ bool loaded(std::string_view folder, Completeness completeness, Model& model) {
 
 int runCheck(Words words) {
     const Completeness completeness = takeCompleteness(words);
+    const bool unusedFamilies = takeFlag(words, "--unused-families");
     Model model;
     if (words.size() != 1) return usage();
-    return loaded(words[0], completeness, model) ? exitGood : exitErrors;
+    return loaded(words[0], completeness, model, unusedFamilies) ? exitGood : exitErrors;
 }
 
 int runStats(Words words) {

@@ -27,11 +27,18 @@ struct Factor {
     Place at;
 };
 
+// The constants that a value may be, by the beginning of their names.
+struct Family {
+    std::string name;
+    Place at;
+};
+
 struct Type {
     Kind kind = Kind::Void;
     std::string name;            // object<Ifc>: the interface; pointer<Struct>: the struct, as in "const KzGuid"
     std::vector<Factor> length;  // of an array
     std::string unsized;         // of an array without a length, the reason for that
+    std::vector<Family> families;
     Place at;
 };
 
@@ -119,17 +126,17 @@ struct TextValue {
 
 using Value = std::variant<IntegerValue, RealValue, TextValue, Guid>;
 
-// Constants and codes on lines below each other are a group; the comment above the first one says what all are for.
+// Constants and codes on consecutive lines.
 struct Group {
-    bool begins = false;
-    std::string sentence;  // of the group that begins
+    std::string summary;  // the comment above the first of them
+    std::string used;     // where their values appear, if no method takes or returns them
 };
 
 struct Constant {
     std::string name;  // without the prefix KZ
     Value value;
-    std::string summary;
-    Group group;
+    std::string summary;    // without that of its group
+    std::size_t group = 0;  // of the header
     Place at;
 };
 
@@ -138,7 +145,7 @@ struct Code {
     std::uint32_t value = 0;
     bool headerOwn = false;  // an `error`: eNAME, not e_NAME
     std::string summary;
-    Group group;
+    std::size_t group = 0;
     Place at;
 
     [[nodiscard]] std::string symbol() const { return (headerOwn ? "e" : "e_") + name; }
@@ -163,6 +170,7 @@ struct Header {
     std::string path;
     std::string hash;  // of the file that it was read from
     std::vector<Interface> interfaces;
+    std::vector<Group> groups;
     std::vector<Constant> constants;
     std::vector<Code> codes;
     std::vector<Table> tables;

@@ -19,6 +19,7 @@ const AttributeRules interfaceAttributes = {
 };
 const AttributeRules methodAttributes = {
     {"inert", Argument::Optional}, {"required", Argument::None}, {"again", Argument::None}};
+const AttributeRules groupAttributes = {{"used", Argument::Text}};
 
 class Parser {
 public:
@@ -61,8 +62,7 @@ private:
         if (m_tokens.at("interface") || m_tokens.at("service")) {
             interfaceDeclaration(start, attributes);
         } else if (m_tokens.at("const")) {
-            fitting(attributes, {}, m_errors);
-            constantDeclaration(start);
+            constantDeclaration(start, attributes);
         } else if (m_tokens.at("code") || m_tokens.at("error")) {
             fitting(attributes, {}, m_errors);
             codeDeclaration(start);
@@ -126,6 +126,7 @@ private:
                 method.parameters.push_back(this->parameter());
             } while (m_tokens.accept(","));
         if (!m_tokens.accept(")")) m_tokens.fail("',' or ')'");
+        method.returns.families = families();
         m_tokens.expectEnd();
         method.summary = m_tokens.summaryFrom(start);
         return method;
@@ -148,7 +149,18 @@ private:
         const Token name = m_tokens.expectName("the parameter's name");
         parameter.name = name.text;
         parameter.at = name.at;
+        parameter.type.families = families();
         return parameter;
+    }
+
+    // ": NAME | NAME ...", or nothing.
+    std::vector<Family> families() {
+        std::vector<Family> all;
+        if (m_tokens.accept(":")) do {
+                const Token name = m_tokens.expectName("the beginning of constants' names");
+                all.push_back({name.text, name.at});
+            } while (m_tokens.accept("|"));
+        return all;
     }
 
     // A kind and its arguments. An unknown kind is reported and replaced by one that causes no further errors.
@@ -224,7 +236,7 @@ private:
 
     // Constants
 
-    void constantDeclaration(const Token& start) {
+    void constantDeclaration(const Token& start, const Attributes& attributes) {
         m_tokens.take();
         Constant constant;
         const Token name = m_tokens.expectName("the constant's name");
@@ -233,8 +245,8 @@ private:
         m_tokens.expect("=");
         constant.value = value();
         m_tokens.expectEnd();
-        constant.summary = m_tokens.summaryFrom(start);
-        constant.group = group(start);
+        constant.summary = m_tokens.comments().behind(m_tokens.previous().at.line);
+        constant.group = group(start, fitting(attributes, groupAttributes, m_errors));
         m_header.constants.push_back(std::move(constant));
     }
 
@@ -251,17 +263,22 @@ private:
             m_tokens.reject(number, "an unsigned value of 32 bits");
         code.value = static_cast<std::uint32_t>(value.value);
         m_tokens.expectEnd();
-        code.summary = m_tokens.summaryFrom(start);
-        code.group = group(start);
+        code.summary = m_tokens.comments().behind(m_tokens.previous().at.line);
+        code.group = group(start, {});
         m_header.codes.push_back(std::move(code));
     }
 
-    // Of the constant or code just read.
-    Group group(const Token& start) {
+    // The group of the constant or code just read, which may begin one.
+    std::size_t group(const Token& start, const Attributes& attributes) {
         const bool follows =
             start.at.line == m_lastConstant + 1 || m_tokens.comments().continuesTrailing(start.at.line - 1);
         m_lastConstant = m_tokens.previous().at.line;
-        return {!follows, follows ? "" : m_tokens.comments().above(start.at.line)};
+        if (!follows) m_header.groups.push_back({m_tokens.comments().above(start.at.line), ""});
+        for (const Attribute& used : attributes) {
+            if (follows) m_errors.error(used.name.at, "attribute 'used' within a group", "it above the first constant");
+            else m_header.groups.back().used = used.argument->text;
+        }
+        return m_header.groups.size() - 1;
     }
 
     void tableDeclaration(const Token& start) {

@@ -161,8 +161,8 @@ TEST(Consistency, NoTypedObjectIsPromisedToBeNull) {
 
 TEST(Consistency, EveryGroupOfConstantsSaysWhatItIsFor) {
     for (const Header& header : described().headers) {
-        const auto expect = [](const auto& each) {
-            EXPECT_FALSE(each.group.begins && each.group.sentence.empty()) << toString(each.at) << " " << each.name;
+        const auto expect = [&](const auto& each) {
+            EXPECT_NE(header.groups[each.group].summary, "") << toString(each.at) << " " << each.name;
         };
         std::ranges::for_each(header.constants, expect);
         std::ranges::for_each(header.codes, expect);
