@@ -120,7 +120,7 @@ Census takeCensus(const Model& model) {
     census.types = {std::string(unknownName), "storage"};
     for (const Header& header : model.headers) {
         for (const Interface& each : header.interfaces) countInterface(census, each);
-        for (const Constant& each : header.constants) ++census.constants[familyOf(each.name)];
+        for (const Constant& each : header.constants) ++census.constants[lettersOf(each.name)];
         for (const Code& each : header.codes) {
             ++census.constants[each.headerOwn ? "e" : "e_"];
             census.resultCodes.push_back(each.name);

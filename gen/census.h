@@ -30,7 +30,7 @@ struct Census {
     std::size_t voidMethods = 0;
     std::map<std::string, std::size_t> parameters;  // "integer i" -> uses as an argument in those methods
     std::map<std::string, std::size_t> returns;     // "vector" -> uses as a return value or an output
-    std::map<std::string, std::size_t> constants;   // by family
+    std::map<std::string, std::size_t> constants;   // by letters
     std::vector<std::string> resultCodes;           // sorted
 };
 

@@ -86,20 +86,21 @@ private:
 
     void constant(const Constant& each) {
         symbol(each.name, each.at);
-        const std::string family = familyOf(each.name);
-        if (family.empty() || family == "e") {
-            m_errors.error(each.at, "constant " + inQuotes(each.name),
-                           family == "e"
-                               ? "'error' for a header's own result code"
-                               : "a name of a family: u_ a_ s_ i_ f_ m_ v_ e_, or s i f m v a d and a capital");
+        const std::string letters = lettersOf(each.name);
+        if (letters.empty() || letters == "e") {
+            m_errors.error(
+                each.at, "constant " + inQuotes(each.name),
+                letters == "e"
+                    ? "'error' for a header's own result code"
+                    : "a name that begins with u_ a_ s_ i_ f_ m_ v_ e_, or with s i f m v a d and a capital");
             return;
         }
-        const bool wantsGuid = family == "u_";
-        const bool wantsText = family == "a_" || family[0] == 's';
-        const bool wantsReal = family == "v_" || family == "d";
+        const bool wantsGuid = letters == "u_";
+        const bool wantsText = letters == "a_" || letters[0] == 's';
+        const bool wantsReal = letters == "v_" || letters == "d";
         const auto mismatch = [&](std::string_view value) {
             m_errors.error(each.at, fmt::format("{} as the value of {}", kindOf(each.value), inQuotes(each.name)),
-                           fmt::format("{}, as the family '{}' has", value, family));
+                           fmt::format("{}, as names with '{}' have", value, letters));
         };
         if (wantsGuid && !std::holds_alternative<Guid>(each.value)) {
             mismatch("uuid(\"...\")");
@@ -111,7 +112,8 @@ private:
             mismatch("an integer");
         } else if (wantsGuid) {
             identity(std::get<Guid>(each.value));
-        } else if (const auto* integer = std::get_if<IntegerValue>(&each.value); integer != nullptr && family == "e_") {
+        } else if (const auto* integer = std::get_if<IntegerValue>(&each.value);
+                   integer != nullptr && letters == "e_") {
             if (integer->value < 0 || integer->value > std::int64_t{UINT32_MAX} || !integer->isLong)
                 mismatch("an unsigned value of 32 bits with an L");
         }
@@ -121,7 +123,7 @@ private:
     void purposes(const Header& header) {
         std::set<std::size_t> seen;
         for (const Constant& each : header.constants) {
-            if (m_completeness == Completeness::Whole && familyOf(each.name) == "u_" &&
+            if (m_completeness == Completeness::Whole && lettersOf(each.name) == "u_" &&
                 seen.insert(each.group).second && !namesMethod(header.groups[each.group].summary)) {
                 m_errors.error(each.at, "identity " + inQuotes(each.name) + " of no method",
                                "a comment above it that names a method which takes or returns it, as Interface.Method");

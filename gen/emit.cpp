@@ -19,6 +19,9 @@ const std::vector<Part>& parts() {
         {"loopback", "rows by which a test calls every operation of the adapters", &emitLoopback},
         {"kzifc", "Python base classes of servers", &emitKzifc},
         {"recorder", "recording implementations of all wrapped interfaces, for tests", &emitRecorder},
+        {"model", "everything in the description as one JSON file", &emitModel},
+        {"manifest", "names, texts and values for help() and for comparison at run time", &emitManifest},
+        {"stubs", "types of kz and kzifc for editors and type checkers", &emitStubs},
         {"docs", "HTML reference of the SDK as Python sees it", &emitDocs},
     };
     return all;

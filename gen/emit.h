@@ -49,5 +49,8 @@ void emitLoopback(const Model& model, Output& output);
 void emitDocs(const Model& model, Output& output);
 void emitKzifc(const Model& model, Output& output);
 void emitRecorder(const Model& model, Output& output);
+void emitModel(const Model& model, Output& output);
+void emitManifest(const Model& model, Output& output);
+void emitStubs(const Model& model, Output& output);
 
 }  // namespace kzgen

@@ -106,18 +106,6 @@ std::string implementation(const Interface& each, const Method& method) {
                        method.required ? " (required)" : "");
 }
 
-std::string lengthText(const Type& array) {
-    std::vector<std::string> factors;
-    for (const Factor& factor : array.length) {
-        const bool isMethod = factor.kind == Factor::Kind::Method;
-        const std::string arguments = fmt::format("{}", fmt::join(factor.arguments, ", "));
-        factors.push_back(isMethod                             ? fmt::format("{}({})", factor.name, arguments)
-                          : factor.kind == Factor::Kind::Table ? fmt::format("{}[{}]", factor.name, arguments)
-                                                               : factor.name);
-    }
-    return fmt::format("{}", fmt::join(factors, " * "));
-}
-
 // The method's summary, and how much its arrays hold.
 std::string remarks(const Method& method) {
     std::string text = method.summary;
@@ -125,7 +113,7 @@ std::string remarks(const Method& method) {
         if (!info(each.type.kind).has(array)) continue;
         const std::string_view between = text.empty() ? "" : text.ends_with('.') ? " " : "; ";
         text += each.type.length.empty() ? fmt::format("{}{}: {}", between, each.name, each.type.unsized)
-                                         : fmt::format("{}{} holds {} {}", between, each.name, lengthText(each.type),
+                                         : fmt::format("{}{} holds {} {}", between, each.name, lengthFormula(each.type),
                                                        each.type.kind == Kind::DataArray ? "bytes" : "elements");
     }
     return text;
@@ -164,12 +152,17 @@ struct NamedValue {
     std::string name;
     std::string value;
     std::string summary;
+    const Group* group;
 };
 
 void emitValues(std::string_view title, std::string_view module, const std::vector<NamedValue>& values, Text out) {
     if (values.empty()) return;
     fmt::format_to(out, "<h2>{}</h2>\n<p class=\"note\">In <code>{}</code>.</p>\n<table>\n", title, module);
+    const Group* last = nullptr;
     for (const NamedValue& each : values) {
+        if (each.group != last && !each.group->summary.empty())
+            fmt::format_to(out, "<tr><td colspan=\"3\">{}</td></tr>\n", htmlText(each.group->summary));
+        last = each.group;
         fmt::format_to(out, "<tr id=\"{0}.{1}\"><td><code>{1}</code></td><td><code>{2}</code></td><td>{3}</td></tr>\n",
                        module, each.name, htmlText(each.value), htmlText(each.summary));
     }
@@ -185,14 +178,15 @@ void emitSizes(const Table& table, Text out) {
 
 std::vector<NamedValue> symbols(const Header& header) {
     std::vector<NamedValue> all;
-    for (const Symbol& each : symbolsOf(header)) all.push_back({each.name, pythonLiteral(each.value), each.summary});
+    for (const Symbol& each : symbolsOf(header))
+        all.push_back({each.name, pythonLiteral(each.value), each.summary, each.group});
     return all;
 }
 
 std::vector<NamedValue> resultCodes(const Header& header) {
     std::vector<NamedValue> all;
     for (const Code& each : header.codes)
-        all.push_back({each.name, fmt::format("0x{:08X}L", each.value), each.summary});
+        all.push_back({each.name, fmt::format("0x{:08X}L", each.value), each.summary, &header.groups[each.group]});
     return all;
 }
 

@@ -128,7 +128,7 @@ private:
 
 // Whether the checker demands that some method takes or returns the constant.
 bool needsUse(const Constant& constant) {
-    const std::string letters = familyOf(constant.name);
+    const std::string letters = lettersOf(constant.name);
     return std::holds_alternative<IntegerValue>(constant.value) && !letters.empty() &&
            std::string_view("ifm").find(letters[0]) != std::string_view::npos;
 }
@@ -141,6 +141,14 @@ bool isOfFamily(std::string_view constant, std::string_view family) {
         return name.starts_with(family) && (name.size() == family.size() || name[family.size()] == '_');
     };
     return family.size() > 1 && (isWithin(constant) || (family[0] == 'f' && isWithin(flagsOfMask(constant))));
+}
+
+std::vector<std::string> familyMembers(const Model& model, std::string_view family) {
+    std::vector<std::string> members;
+    for (const Header& header : model.headers)
+        for (const Symbol& each : symbolsOf(header))
+            if (isOfFamily(each.name, family)) members.push_back(each.name);
+    return members;
 }
 
 void checkFamilies(const Model& model, Completeness completeness, Diagnostics& diagnostics) {

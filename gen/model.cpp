@@ -87,7 +87,7 @@ std::string Model::wrapperName(const Type& type) const {
     return interface != nullptr && interface->wrapped ? type.name : std::string(unknownName);
 }
 
-std::string familyOf(std::string_view constantName) {
+std::string lettersOf(std::string_view constantName) {
     if (constantName.size() < 2) return {};
     const char letter = constantName[0];
     if (constantName[1] == '_' && std::string_view("uasifmve").find(letter) != std::string_view::npos)

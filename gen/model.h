@@ -194,7 +194,7 @@ struct Model {
 // The interface that every object has. It is not described: its three operations are part of every interface.
 inline constexpr std::string_view unknownName = "Unknown";
 
-// Two letters at most: "u_", "s", ...; empty when the name belongs to no family.
-std::string familyOf(std::string_view constantName);
+// What a name begins with and its value follows from: "u_", "s", ...; empty for a name that begins otherwise.
+std::string lettersOf(std::string_view constantName);
 
 }  // namespace kzgen

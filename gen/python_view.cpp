@@ -45,6 +45,38 @@ std::string docString(const Model& model, const Method& method, const std::strin
     return fmt::format("{}{}({})", returnsDoc(model, method), name, joined(arguments));
 }
 
+std::string lengthFormula(const Type& array) {
+    std::vector<std::string> factors;
+    for (const Factor& factor : array.length) {
+        const bool isMethod = factor.kind == Factor::Kind::Method;
+        const std::string arguments = fmt::format("{}", fmt::join(factor.arguments, ", "));
+        factors.push_back(isMethod                             ? fmt::format("{}({})", factor.name, arguments)
+                          : factor.kind == Factor::Kind::Table ? fmt::format("{}[{}]", factor.name, arguments)
+                                                               : factor.name);
+    }
+    return fmt::format("{}", fmt::join(factors, " * "));
+}
+
+std::string typeText(const Type& type) {
+    std::string text = type.kind == Kind::Object && !type.name.empty() ? type.name : std::string(info(type.kind).name);
+    if (info(type.kind).has(array)) text += "[" + lengthFormula(type) + "]";
+    std::vector<std::string_view> families;
+    for (const Family& family : type.families) families.push_back(family.name);
+    return families.empty() ? text : fmt::format("{} of {}", text, fmt::join(families, " | "));
+}
+
+std::string signature(const Method& method, const std::string& name) {
+    const auto named = [](const Parameter* each) { return each->name + ": " + typeText(each->type); };
+    std::vector<std::string> inputs;
+    std::vector<std::string> outputs;
+    if (method.returnsPlainValue()) outputs.push_back(typeText(method.returns));
+    for (const Parameter* input : method.inputs()) inputs.push_back(named(input));
+    for (const Parameter* output : method.outputs()) outputs.push_back(named(output));
+    const std::string result = fmt::format("{}", fmt::join(outputs, ", "));
+    return fmt::format("{}({}){}{}", name, fmt::join(inputs, ", "), outputs.empty() ? "" : " -> ",
+                       outputs.size() > 1 ? "(" + result + ")" : result);
+}
+
 std::string pythonMethodName(const Interface& interface, const Method& method) {
     const bool forwarded = interface.adapter && !interface.adapter->empty() && method.inert == Inert::No;
     return forwarded ? *interface.adapter + "_" + method.name : std::string();
@@ -77,12 +109,13 @@ std::vector<Symbol> symbolsOf(const Header& header) {
         if (each.hasSymbol) all.push_back({"u_" + each.symbol, each.guid, ""});
         if (each.server) all.push_back({"a_" + each.symbol, TextValue{*each.server}, ""});
     }
-    for (const Constant& each : header.constants) all.push_back({each.name, each.value, each.summary});
+    for (const Constant& each : header.constants)
+        all.push_back({each.name, each.value, each.summary, &header.groups[each.group]});
     for (const Code& each : header.codes) {
         // A code of the command system is always a long, one of a header's own where it does not fit an int of 32 bits.
         const bool isLong = !each.headerOwn || each.value > std::uint32_t{INT32_MAX};
-        all.push_back(
-            {each.symbol(), IntegerValue{each.value, isLong, fmt::format("0x{:X}", each.value)}, each.summary});
+        all.push_back({each.symbol(), IntegerValue{each.value, isLong, fmt::format("0x{:X}", each.value)}, each.summary,
+                       &header.groups[each.group]});
     }
     return all;
 }

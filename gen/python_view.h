@@ -18,6 +18,13 @@ std::string docString(const Model& model, const Method& method);
 // The same under another name, as a Python class implements it.
 std::string docString(const Model& model, const Method& method, const std::string& name);
 
+// The types that the description knows, for people: "Find(name: string, flags: uint of fFIND) -> (index: int, item: Item)".
+std::string signature(const Method& method, const std::string& name);
+// "3 * count"
+std::string lengthFormula(const Type& array);
+// "float[3 * count]", "Item", "uint of fFIND | fFILTER".
+std::string typeText(const Type& type);
+
 // "cmd_Execute"; empty for a method that is not forwarded.
 std::string pythonMethodName(const Interface& interface, const Method& method);
 // An input's name in the Python method, changed where the language has taken it.
@@ -31,6 +38,7 @@ struct Symbol {
     std::string name;
     Value value;
     std::string summary;
+    const Group* group = nullptr;  // none for what an interface brings along
 };
 
 // Everything that the header puts into kz.symbol, in its order.

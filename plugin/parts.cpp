@@ -13,6 +13,7 @@
 #include "wrap/result_codes.h"
 #include "wrap/widget_bridge.h"
 
+#include "kz/tables.h"
 #include "kz_version.h"
 
 namespace {
@@ -53,6 +54,7 @@ constexpr KzModuleParts::NamedType types[] = {{"Service", &kzServiceType}, {"Mon
 
 void addSubmodules(PyObject* kz) {
     kzNonNegative(PyModule_AddStringConstant(kz, "__version__", KZ_VERSION));
+    kzNonNegative(PyModule_AddStringConstant(kz, "__description__", kzDescriptionHash));
     kzReadyStorageType();
     kzAddType(kz, "Storage", kzStorageType);
     kzAddSubmodules(kz, kzStorageType);

@@ -9,6 +9,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/pictures.sh"
 . "$root/tools/setup/previous_release.sh"
 . "$root/tools/setup/pyside2.sh"
+. "$root/tools/setup/python3.sh"
 . "$root/tools/setup/pyflakes.sh"
 
 readonly stamps=$root/build/setup
@@ -68,6 +69,7 @@ set_up_test() {
     install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
     install_pictures
     install_farm "$root/build/dask"
+    install_checkers "$root/build/checkers"
     pyside2_present "$pyside2" || share_pyside2 "$pyside2" || fetch_pyside2 "$pyside2" ||
         say "not available: PySide2 for Python 2.7 - checks of kz.getQWidget with real widgets are skipped"
 }

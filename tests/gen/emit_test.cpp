@@ -57,9 +57,9 @@ TEST(Emit, TheReferenceLeadsFromTheIndexToEveryName) {
         EXPECT_NE(page.find("id=\"" + anchor + "\""), std::string::npos) << anchor;
         ++links;
     }
-    EXPECT_EQ(links, 31U);
+    EXPECT_EQ(links, 36U);
     for (const char* text : {"string text = Name(integer index,pointer record)", "thg_Changed(other, color)",
-                             "color holds 3 elements", "a &lt; b &amp; c"}) {
+                             "color holds 3 elements", "a &lt; b &amp; c", "How a thing is made.", "and never stops"}) {
         EXPECT_NE(page.find(text), std::string::npos) << text;
     }
     EXPECT_NE(contentsOf(folder.path() / "index.html").find("tiny.html#TinyService"), std::string::npos);

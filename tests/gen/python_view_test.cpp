@@ -50,6 +50,20 @@ TEST(PythonView, SignaturesAsDocumentation) {
     EXPECT_EQ(text, documentation);
 }
 
+TEST(PythonView, SignaturesAsTheDescriptionHasThem) {
+    const Described described(interfaceOf("  result A(object<I> other, uint flags : fA | fB, out object o);\n"
+                                          "  int B(data[Size(n) * 4] d, int n, out text t : sT) : fA;\n"
+                                          "  uint Size(int n);\n  void C(byte[\"unknown\"] b);\n") +
+                              "const fA = 1;\nconst fB = 2;\nconst sT = \"\";\n");
+    ASSERT_EQ(described.errors(), "");
+    std::string text;
+    for (const Method& method : described.model.headers[0].interfaces[0].methods)
+        text += signature(method, method.name) + "\n";
+    EXPECT_EQ(text, "A(other: I, flags: uint of fA | fB) -> o: object\n"
+                    "B(d: data[Size(n) * 4], n: int) -> (int of fA, t: text of sT)\n"
+                    "Size(n: int) -> uint\nC(b: byte[])\n");
+}
+
 TEST(PythonView, ConstantsAsLiterals) {
     const Described described(
         "const sA = \"it's \\\"so\\\"\\n\";\nconst iB = -5;\nconst fC = 0x80000000;\n"

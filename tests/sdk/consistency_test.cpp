@@ -14,12 +14,12 @@ namespace kzgen {
 
 namespace {
 
-// Constants of one family that stand on lines below each other and share the first part of their names: "fCMD_EXEC_"
+// Constants with the same letters that stand on lines below each other and share the first part of their names: "fCMD_EXEC_"
 // and "fCMD_" may be one group, a blank line or a comment between them makes them two.
 using Constants = std::vector<const Constant*>;
 
 std::string stem(const std::string& name) {
-    const size_t family = familyOf(name).size();
+    const size_t family = lettersOf(name).size();
     return name.substr(0, name.find('_', family));
 }
 
@@ -29,7 +29,7 @@ std::vector<Constants> groups(const std::vector<std::string_view>& families) {
         for (const Header& header : described().headers) {
             const Constant* last = nullptr;
             for (const Constant& constant : header.constants) {
-                if (familyOf(constant.name) != family) continue;
+                if (lettersOf(constant.name) != family) continue;
                 const bool follows =
                     last != nullptr && constant.at.line == last->at.line + 1 && stem(constant.name) == stem(last->name);
                 if (!follows) all.emplace_back();

@@ -1,0 +1,1 @@
+# Nothing is in it: it is for what a host adds.

@@ -1,0 +1,1 @@
+# Utilities for Python code in the host.
