@@ -1,7 +1,6 @@
 """Calls every method of every wrapper on recording host objects."""
 import collections
 import gc
-import re
 import sys
 
 import kz
