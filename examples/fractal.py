@@ -42,7 +42,7 @@ def color_at(x, y):
 
 def paint(image, limit):
     """Returns whether all rows were painted. Only this thread touches the image and the monitor."""
-    waiting, finished = range(HEIGHT), []
+    waiting, finished = range(HEIGHT), []  # type: list, list
     group = kz.service.Thread().CreateGroup()
     for _ in range(kz.service.Thread().ProcessorCount()):
         group.AddJob(Painter(waiting, finished))

@@ -77,7 +77,10 @@ Json methodJson(const Model& model, const Interface& each, const Method& method)
 }
 
 Json interfaceJson(const Model& model, const Interface& each) {
-    Json json = {{"name", each.name}, {"service", each.service}, {"identity", each.guid.text}};
+    Json json = {{"name", each.name},
+                 {"service", each.service},
+                 {"adapter", each.adapter.has_value()},
+                 {"identity", each.guid.text}};
     if (each.wrapped) json["type"] = (each.service ? "kz.service." : "kz.object.") + each.name;
     if (each.adapter && !each.adapter->empty()) json["base"] = "kzifc." + each.name;
     if (each.hasSymbol) json["symbol"] = "u_" + each.symbol;

@@ -140,7 +140,7 @@ bool isOfFamily(std::string_view constant, std::string_view family) {
     const auto isWithin = [&](std::string_view name) {
         return name.starts_with(family) && (name.size() == family.size() || name[family.size()] == '_');
     };
-    return family.size() > 2 && (isWithin(constant) || (family[0] == 'f' && isWithin(flagsOfMask(constant))));
+    return family.size() > 1 && (isWithin(constant) || (family[0] == 'f' && isWithin(flagsOfMask(constant))));
 }
 
 std::vector<std::string> familyMembers(const Model& model, std::string_view family) {

@@ -9,7 +9,7 @@ import kz
 import kzifc
 from kzu.command import Argument, Command
 
-state = {'path': None, 'lines': []}
+state = {'path': None, 'lines': []}  # type: dict
 
 
 class Record(Command):

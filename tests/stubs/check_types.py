@@ -62,4 +62,4 @@ with tempfile.TemporaryDirectory() as cache:
         at = [each for each in refused if each.startswith('%s:%d:' % (wrong, number))]
         if bool(words) != any(words in each for each in at) or at and not words:
             found.append('line %d, %r: %s' % (number, line, at))
-sys.exit('\n'.join(found))
+sys.exit('\n'.join(found) or 0)

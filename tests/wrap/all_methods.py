@@ -1,7 +1,6 @@
 """Calls every method of every wrapper on recording host objects."""
 import collections
 import gc
-import re
 import sys
 
 import kz
@@ -145,20 +144,6 @@ class Method(object):
             if kz.lastResult() != code:
                 self.complain('the last result is %#x instead of %#x', kz.lastResult(), code)
 
-    def check_doc(self):
-        """The documentation read back gives the description."""
-        text = getattr(type(self.wrapper), self.name).__doc__
-        match = re.match(r'^(?:(.*) = )?(\w+)\((.*)\)$', text)
-        outputs, name, inputs = match.groups() if match else ('', '', '')
-        if outputs and len(self.first + self.outputs) > 1:
-            outputs = outputs[1:-1] if outputs.startswith('(') and outputs.endswith(')') else 'no tuple'
-        expected = [documented(kind, given) for kind, given in self.inputs]
-        returned = [documented(kind, '').strip() for kind in self.first] + [
-            documented(kind, '' if kind.startswith('object') else given).strip() for kind, given in self.outputs]
-        found = [part.split(',') if part else [] for part in (inputs, outputs)]
-        if [name] + found != [self.name, expected, returned]:
-            self.complain('documented as %r', text)
-
 
 PLAIN = {'int': 'integer', 'uint': 'integer', 'size': 'integer', 'bool': 'boolean', 'float': 'float', 'double': 'float',
          'string': 'string', 'text': 'string', 'guid': 'string', 'uint[]': 'unsigned[]'}
@@ -206,7 +191,6 @@ def carry():
     def work(method, isService):
         for code in (0, 0, 1, 2) if method.hasCode else (0, 0):
             method.carry(code)
-        method.check_doc()
     return each_method(work)
 
 

@@ -21,7 +21,7 @@ def format(color):
 
 
 def mix(first, second, mode):
-    rule = {'average': lambda a, b: (a + b) // 2, 'lighter': max, 'darker': min}[mode]
+    rule = {'average': lambda a, b: (a + b) // 2, 'lighter': max, 'darker': min}[mode]  # type: Any
     return tuple(rule(a, b) for a, b in zip(first, second))
 
 

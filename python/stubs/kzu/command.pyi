@@ -13,7 +13,8 @@ class Argument:
     label: Optional[str]
     desc: Optional[str]
     def __init__(self, name: str, kind: str, default: Any = ..., optional: bool = ..., toggle: bool = ...,
-                 query: bool = ..., label: Optional[str] = ..., desc: Optional[str] = ...) -> None: ...
+                 query: bool = ..., label: Optional[str] = ..., desc: Optional[str] = ...,
+                 choices: Optional[Sequence[str]] = ...) -> None: ...
 
 class Command(kzifc.Command, kzifc.Attributes):
     """The base class of commands. Override execute, and as needed query, enabled, argument_enabled, prepare and
