@@ -10,7 +10,7 @@ import sys
 import kz
 
 try:
-    import numpy
+    import numpy  # type: ignore
 except ImportError:
     print "This example needs numpy 1.16 for Python 2.7 in an import path."
     sys.exit(77)

@@ -12,6 +12,7 @@ import checks
 
 PROGRAM = sys.argv[1]
 HISTORY = os.environ['XDG_STATE_HOME'] + '/kzhost/history'
+os.makedirs(os.path.dirname(HISTORY), 0700)
 
 
 class Terminal(object):

@@ -190,8 +190,7 @@ for cls in (Session, Commands, Log):
     EXPECT_EQ(contents("heard"),
               "sesl_SystemReady cmdsys.SystemReady log.SubsystemAdded log.EntryAdded log.ChildEntryAdded " + command +
                   "cmdsys.AliasAdded " + done + command + "cmdsys.AliasRemoved " + done + "cmdsys.CommandAdded " +
-                  command + command + "log.Cleared " + done +
-                  "log.SubsystemAdded log.EntryAdded log.SubsystemAdded log.EntryAdded " + done +
+                  command + command + "log.Cleared " + done + "log.SubsystemAdded log.EntryAdded " + done +
                   "log.Flushed sesl_ShuttingDown sesl_ShutDown ")
         << ended.error;
 }

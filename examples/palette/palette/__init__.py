@@ -21,8 +21,8 @@ def format(color):
 
 
 def mix(first, second, mode):
-    rule = {'average': lambda a, b: (a + b) // 2, 'lighter': max, 'darker': min}[mode]  # type: Any
-    return tuple(rule(a, b) for a, b in zip(first, second))
+    rules = {'average': lambda a, b: (a + b) // 2, 'lighter': max, 'darker': min}  # type: dict
+    return tuple(rules[mode](a, b) for a, b in zip(first, second))
 
 
 def read(lines):
