@@ -77,7 +77,8 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
     const std::tuple<std::vector<std::string>, const char*> refused[] = {
         {{"convert", picture, path("g.hdr")}, "g.hdr: such files cannot say that their colours are sRGB"},
         {{"convert", picture, path("g.png"), "--colorspace", "x"}, "there is no colour space \"x\"; there are "},
-        {{"--alias", noLibrary, "convert", picture, path("g.png")}, "kzpython2-pictures or, where this program is built, libopenimageio-dev"},
+        {{"--alias", noLibrary, "convert", picture, path("g.png")},
+         "kzpython2-pictures or, where this program is built, libopenimageio-dev"},
         {{"--alias", badLibrary, "convert", picture, path("g.png")}, "install libopenimageio2.4 or"}};
     for (const auto& [words, why] : refused) {
         const Ended ended = run(words);
