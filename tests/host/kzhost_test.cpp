@@ -324,7 +324,7 @@ def heard():
 )";
 
 TEST_F(KzHostTest, TheConsoleIsAsPythonsPrompt) {
-    setenv("XDG_STATE_HOME", path("state").c_str(), 1);
+    setenv("XDG_STATE_HOME", path().c_str(), 1);
     setenv("TERM", "xterm", 1);
     importPaths = {KZ_SOURCE_DIR "/tests/support"};
     const Ended ended = run({"run", KZ_SOURCE_DIR "/tests/host/console.py", program});
