@@ -152,6 +152,15 @@ std::string placesCheck(const Method& method) {
     return needed ? fmt::format("kzNeedPlaces({}); ", fmt::join(places, ", ")) : std::string();
 }
 
+// Which operations the class defines itself, in the order of the description. Only hosts that report it instantiate this.
+void emitOverrides(const Interface& each, Text out) {
+    std::string members;
+    for (const Method& method : each.methods)
+        members += fmt::format("{}&T::{}_{}", members.empty() ? "" : ", ", each.prefix(), method.name);
+    fmt::format_to(out, "    static constexpr auto overrides() {{ return kzOverrides<Implementation>({}); }}\n",
+                   members);
+}
+
 void emitSlot(const Interface& each, Text out) {
     fmt::format_to(out,
                    "template <class T> class CKzIfc_{0} : public CKzSlot<IKz{0}> {{\npublic:\n"
@@ -166,6 +175,7 @@ void emitSlot(const Interface& each, Text out) {
                        returnType(method.returns), method.name, parameterList(method, Names::Declared), boundary,
                        placesCheck(method), each.prefix(), method.name, parameterList(method, Names::Passed));
     }
+    emitOverrides(each, out);
     fmt::format_to(out, "\nprivate:\n    T& self() const {{ return *static_cast<T*>(this->object()); }}\n}};\n\n");
 }
 

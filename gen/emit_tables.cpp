@@ -1,4 +1,5 @@
-// kz/tables.h: every identity and every result code of the SDK with its name, for hosts that look them up.
+// kz/tables.h: every identity and every result code of the SDK with its name, for hosts that look them up. kz/methods.h:
+// the names of all methods, for hosts that report what they offer and use.
 #include "emit_tables.h"
 
 #include <fmt/format.h>
@@ -6,6 +7,7 @@
 #include <iterator>
 
 #include "cpp_view.h"
+#include "python_view.h"
 #include "sha1.h"
 #include "text.h"
 
@@ -29,6 +31,34 @@ std::string identityRow(const Interface& each) {
                        each.symbol, server, each.service, toHex(sha1(signatureText(each))).substr(0, 16));
 }
 
+std::string joined(const std::vector<std::string>& words) { return fmt::format("{}", fmt::join(words, " ")); }
+
+std::string methodsRow(const Interface& each) {
+    std::vector<std::string> methods;
+    std::vector<std::string> operations;
+    for (const Method& method : each.methods) {
+        methods.push_back(method.name);
+        if (std::string operation = pythonMethodName(each, method); !operation.empty())
+            operations.push_back(std::move(operation));
+    }
+    return fmt::format("    {{{}, \"{}\", {}, {}, {}, \"{}\",\n     \"{}\"}},\n", guidInitialiser(each.guid), each.name,
+                       each.service, each.wrapped, each.adapter.has_value(), joined(methods), joined(operations));
+}
+
+void emitMethods(const Model& model, Output& output) {
+    std::string text = openingLines("//", "Every interface with the names of its methods.", model);
+    text += "#pragma once\n\n#include \"kz/base/unknown.h\"\n\n"
+            "// Both lists are separated by spaces, and in the order of the description.\n"
+            "struct KzMethodsRow {\n    KzGuid iid;\n    const char* name;\n    bool isService;\n"
+            "    bool isWrapped;          // scripts have a type for it\n"
+            "    bool isServed;           // Python classes can implement it\n    const char* methods;\n"
+            "    const char* operations;  // the names of a Python class's methods\n};\n\n"
+            "inline constexpr KzMethodsRow kzMethodsRows[] = {\n";
+    for (const Header& header : model.headers)
+        for (const Interface& each : header.interfaces) text += methodsRow(each);
+    output.write("kz/methods.h", text + "};\n");
+}
+
 }  // namespace
 
 void emitTables(const Model& model, Output& output) {
@@ -50,6 +80,7 @@ void emitTables(const Model& model, Output& output) {
         for (const Code& code : header.codes)
             fmt::format_to(std::back_inserter(text), "    {{0x{:08X}, \"{}\"}},\n", code.value, code.name);
     output.write("kz/tables.h", text + "};\n");
+    emitMethods(model, output);
 }
 
 }  // namespace kzgen

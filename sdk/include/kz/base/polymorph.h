@@ -4,9 +4,11 @@
 
 #include "kz/base/object.h"
 
+#include <array>
 #include <memory>
 #include <new>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 class CKzInstance;
@@ -47,6 +49,15 @@ private:
 };
 
 inline constexpr std::size_t kzSlotSize = sizeof(CKzSlot<IKzUnknown>*) + sizeof(CKzSlotState);
+
+// Whether each member function is declared by another class than the implementation base, whose operations only answer
+// that they are not implemented.
+template <class Base, class... Members> constexpr auto kzOverrides(Members... members) {
+    const auto isOverride = []<class Result, class Owner, class... Arguments>(Result (Owner::*)(Arguments...)) {
+        return !std::is_same_v<Owner, Base>;
+    };
+    return std::array<bool, sizeof...(Members)>{isOverride(members)...};
+}
 
 // Describes one interface of a server class: its GUID, its index in the list, and how to construct its slot.
 class CKzInterfaceRecord {
