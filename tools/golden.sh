@@ -35,3 +35,4 @@ errors              tests/gen/faulty/errors.expected
 census              tests/sdk/census.expected
 FILES
 [ -z "$differs" ] || die "if each of these differences is meant, run './dev golden' and commit the files that it writes"
+[ "$check" = --check ] || "$root/tools/host_coverage.sh"

@@ -1,5 +1,6 @@
 // kzhost: runs scripts and lines in the reference host.
 #include "host/cli/console.h"
+#include "host/cli/coverage.h"
 #include "host/cli/eval_lines.h"
 #include "host/cli/list_servers.h"
 #include "host/cli/program.h"
@@ -181,6 +182,11 @@ int runProgram(int count, char** arguments) {
     cmd->add_option("STRING", script, "The command, as \"user.value size 12 type:integer\"")->required();
     CLI::App* commands = app.add_subcommand("commands", "List the commands and their arguments");
     CLI::App* servers = app.add_subcommand("servers", "List the servers that the module offers");
+    CLI::App* coverage =
+        app.add_subcommand("coverage", "Show which methods of the SDK work here, and what is called of servers");
+    coverage->add_option("NAME", script, "An interface, service or kind of server, method by method");
+    bool asJson = false;
+    coverage->add_flag("--json", asJson, "Print it as JSON, as in docs/coverage.json");
     const CServerVerbs serverVerbs(app);
 
     app.set_help_flag("--help", "Print this help message and exit");  // -h is the interpreter's
@@ -196,6 +202,7 @@ int runProgram(int count, char** arguments) {
     }
     const bool isNothingNamed = app.get_subcommands().empty() && !line.isForInterpreter;
     if (isNothingNamed || !wordsLeft(app).empty()) return refuse(app);
+    if (coverage->parsed()) return kzShowCoverage(script, asJson);
     takeAliases(options, aliases);
     CProgram program(std::move(options));
     return program.finish(guarded([&] {

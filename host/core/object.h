@@ -1,6 +1,8 @@
 // How the host makes objects: instances of the support layer that wrap C++ objects, and references to both sides.
 #pragma once
 
+#include "host/state/hosted.h"
+
 #include "kz/base/polymorph.h"
 
 #include <algorithm>
@@ -72,6 +74,7 @@ public:
 
 private:
     static CHostPolymorph<Class>& make() {
+        (kzNoteHosted<Class, Slots<Class>>(), ...);
         auto* polymorph = new CHostPolymorph<Class>();
         polymorph->nameOnce(name.text);
         (polymorph->append(kzMakeRecord<Slots<Class>>()), ...);

@@ -21,6 +21,9 @@ namespace {
 
 class CDialogService final : public CHosted<"dialog service", CDialogService, CKzIfc_StdDialogService>, CServiceBase {
 public:
+    static constexpr std::string_view needsWindow[] = {"FileOpen", "FileSave", "FolderOpen", "ColorOpen",
+                                                       "StringEntry"};
+
     CDialogService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CMonitorBoard> monitors,
                    std::shared_ptr<CLogStore> log)
         : CServiceBase(std::move(context)), m_monitors(std::move(monitors)), m_log(std::move(log)) {}

@@ -26,6 +26,8 @@ namespace {
 class CPlatformService final : public CHosted<"platform service", CPlatformService, CKzIfc_PlatformService>,
                                CServiceBase {
 public:
+    static constexpr std::string_view needsWindow[] = {"OpenURL", "ShowPath"};
+
     CPlatformService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
                      std::shared_ptr<CImportPaths> importPaths)
         : CServiceBase(std::move(context)), m_files(std::move(files)), m_importPaths(std::move(importPaths)) {}

@@ -40,6 +40,33 @@ TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {
     }
 }
 
+TEST_F(KzHostTest, CoverageIsTrue) {
+    const std::pair<std::vector<std::string>, const char*> lines[] = {
+        {{"coverage"}, "kzifc.MeshOperation"},
+        {{"coverage", "Mesh"}, "kz.object.Mesh.PointCount                           works\n"},
+        {{"coverage", "Mesh"}, "kz.service.Mesh.CreateBag                           not implemented\n"},
+        {{"coverage", "StdDialog"}, "kz.service.StdDialog.FileOpen                       needs a window\n"},
+        {{"coverage", "Force"}, "  there is no such object\n"},
+        {{"coverage", "Loader"}, "kzifc.Loader.load_Recognize                         called\n"},
+        {{"coverage", "Loader"}, "kzifc.Loader.load_SpawnOptions                      never called\n"}};
+    for (const auto& [words, line] : lines) {
+        const Ended ended = run(words);
+        EXPECT_NE(ended.out.find(line), std::string::npos) << line << ended.out;
+    }
+    expect(run({"coverage", "Mush"}), 2, "", {"there is no interface, service or kind of server \"Mush\""});
+    // What the description calls a service's method without arguments answers as the table says.
+    write("coverage.json", run({"coverage", "--json"}).out);
+    expect(runText("import json, kz.service\nservices = json.load(open('FOLDER/coverage.json'))['services']\n"
+                   "wrong, count = [], 0\nfor name in services:\n    service = getattr(kz.service, name)()\n"
+                   "    for method in dir(service):\n        call = getattr(service, method)\n"
+                   "        if not str(call.__doc__).partition(' = ')[2].startswith(method + '()'): continue\n"
+                   "        count, listed = count + 1, method in services[name]\n"
+                   "        try: found = bool(call()) or listed\n        except NotImplementedError: found = False\n"
+                   "        except Exception: found = True\n        if found != listed: wrong.append(method)\n"
+                   "print wrong, count > 50\n"),
+           0, "[] True\n");
+}
+
 // Each text with its standard output and standard error, run as a script and as console lines.
 TEST_F(KzHostTest, TextArrivesAsWritten) {
     write("inner.py", "print 'inner'\n");

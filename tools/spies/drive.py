@@ -1,0 +1,149 @@
+"""Has the host use the spies in as many ways as it can. Only the host may call their operations here.
+
+    KZ_SPIES=/tmp/noted kzhost --import-path tools/spies run tools/spies/drive.py FOLDER
+"""
+
+import inspect
+import time
+
+import kz
+import kzifc
+import kz.service as service
+from kz import symbol
+from kzserv.servers import spies
+
+FOLDER, = kz.args()
+commands, values, messages, threads = service.Command(), service.Value(), service.Message(), service.Thread()
+images, meshes, scenes = service.Image(), service.Mesh(), service.Scene()
+
+
+def attempt(call, *args):
+    """A spy that answers little makes many calls fail."""
+    try:
+        return call(*args)
+    except (RuntimeError, NotImplementedError, LookupError, TypeError):
+        return None
+
+
+def all_done(kind, **answers):
+    """A class of spies whose operations all answer that they went well."""
+    return spies.spy_class(kind, **dict(dict.fromkeys(spies.operations(kind), spies.done), **answers))
+
+
+def drive_commands():
+    image, array, client = images.Create(1, 1, symbol.iIMG_FORMAT_GREY, 0), values.CreateValueArray('string'), \
+        messages.Allocate()
+    passed = {'message': client, 'client': client, 'source': commands.Spawn(0, 'log.clear'), 'values': array,
+              'text': '1', 'argument': -1, 'image': image}
+    command = kz.object.Command(commands.Spawn(0, 'spied.command'))
+    for operation in spies.operations('Command'):
+        names = inspect.getargspec(getattr(kzifc.Command, operation)).args[1:]
+        attempt(getattr(command, operation[len('cmd_'):]), *[passed.get(name, 0) for name in names])
+    for text in ('spied.command a', '??spied.command', '?spied.command', 'spied.command state:true', 'bare.command',
+                 'spied.command text:?', 'spied.command a count:2 size:1.5 mode:two', 'spied.command a state:?'):
+        attempt(kz.eval, text)
+    attempt(kz.queryToggle, 'spied.command state:?')
+    attempt(commands.GetToggleArgState, command)
+    attempt(commands.ParseArgString, command, 0, 'a true')
+    attempt(commands.ParseAttribObject, command, 0, commands.Spawn(0, 'log.clear'))
+    attempt(commands.ParseAttribObject, commands.Spawn(0, 'log.lines'), 0, command)
+    attempt(commands.ToString, command)
+    attempt(commands.AliasCreate, 'alias', 'spied.command a', 0)
+    attempt(kz.eval, 'alias')
+    attempt(commands.AliasRemove, 'alias')
+    for name, attributes in (('command', 'exists arguments argumentsEnabled dialog enabled'), ('value', 'choices')):
+        query = kz.Service(name)
+        for attribute in attributes.split():
+            for selected in ('spied.command', 'spied'):
+                attempt(query.select, attribute, selected)
+                attempt(query.queryN, attribute)
+
+
+def drive_values():
+    for kind in ('spied', 'spied.number'):
+        made, other = values.CreateValue(kind), values.CreateValue('string')
+        for nice in (0, 1):
+            attempt(values.EncodeText, made, nice)
+            attempt(values.DecodeText, '2', nice, made)
+        attempt(values.Duplicate, made)
+        attempt(values.Convert, made, other)
+        attempt(values.Convert, other, made)
+        attempt(values.Convert, made, values.CreateValue(kind))
+        array = values.CreateValueArray(kind)
+        for call, value in ((array.AddString, '3'), (array.AddInt, 3), (array.AddFloat, 3.0), (array.AddValue, made)):
+            attempt(call, value)
+        for call in (array.GetString, array.GetInt, array.GetFloat, array.GetValue):
+            attempt(call, 0)
+        attempt(array.Sort, 0)
+        attempt(array.Lookup, '3')
+        attempt(kz.eval, 'user.value kept 7 type:' + kind)
+        attempt(kz.eval, 'user.value kept ?')
+        message = messages.Allocate()
+        message.SetMessage('pythonintr', 'exit_msg', 0)
+        attempt(message.SetArgumentObject, 1, made)
+        attempt(messages.MessageText, message)
+
+
+def drive_messages():
+    """Whatever takes a message takes one of Python's."""
+    message = all_done('Message', msg_Code=symbol.e_FAILED, msg_Table='pythonintr', msg_Key='exit_msg',
+                       msg_Argument='why')()
+    attempt(messages.MessageText, message)
+    attempt(service.StdDialog().MessageOpen, message, 0, '')
+    attempt(service.Log().CreateEntryMessage, message)
+    attempt(commands.ExecuteString, 0, 'nothing', message)
+    attempt(commands.Spawn(0, 'log.clear').Enable, message)
+    attempt(kz.eval, '@' + FOLDER + '/script.spied')
+
+
+def drive_threads():
+    """Work that the host shares among threads while Python waits would wait for Python, and is not of use here."""
+    group = threads.CreateGroup()
+    group.AddJob(all_done('ThreadJob')())
+    group.Execute()
+    while group.Running():
+        time.sleep(0.01)
+    slot = threads.CreateSlot(0, all_done('ThreadSlotClient', tsc_Alloc=spies.ADDRESS)())
+    attempt(slot.Get)
+    attempt(slot.Clear)
+
+
+def drive_models():
+    scene = scenes.Create('driven')
+    item = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_MESH))
+    mesh = meshes.FromItem(item, 0.0, 0)
+    mesh.AddPoint((0, 0, 0))
+    visitor = all_done('Visitor')()
+    attempt(mesh.Points().Enumerate, 0, visitor)
+    attempt(kz.eval, 'mesh.operate spied')
+    attempt(kz.evalN, 'mesh.operate operation:?')
+    read, write = scene.Channels('edit', 0.0), scene.WriteChannels('edit', 0.0)
+    for channel in range(item.ChannelCount()):
+        attempt(read.Value, item, channel, values.CreateValue('spied.number'))
+        attempt(write.ValueObj, item, channel, values.CreateValue('spied.number'))
+
+
+def drive_pictures():
+    picture = attempt(images.Load, FOLDER + '/a.spied', None)
+    for source, name in ((picture, 'b.spied'), (spies.Lines(), 'c.spied'), (spies.Lines(), 'd.png')):
+        attempt(images.Save, source, FOLDER + '/' + name, None, None)
+
+
+def drive_listeners():
+    listener = service.Listener()
+    every = spies.spy_class('SessionListener', 'CmdSysListener', 'LogListener')()
+    attempt(listener.AddListener, every)
+    log = service.Log()
+    lines = log.SubSystemLookup('driven')
+    entry = log.CreateEntry(1, 'entry')
+    lines.AddEntry(entry)
+    entry.AddEntry(log.CreateEntry(1, 'child'))
+    attempt(lines.Clear)
+    attempt(log.Flush)
+    attempt(kz.eval, 'log.clear driven')
+    attempt(listener.RemoveListener, every)
+
+
+for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_pictures,
+              drive_listeners):
+    drive()
