@@ -11,6 +11,7 @@
 #include "serve/server_list.h"
 #include "wrap/result_codes.h"
 
+#include "kz/base/global_cache.h"
 #include "kz/host.h"
 #include "kz/result.h"
 
@@ -91,6 +92,13 @@ void updateHost(const CRefusal& refusal) {
                         (host ? kzResultName(code) : "it has no host service"));
 }
 
+// Whether the host may call objects with that interface: it need not say.
+bool isCalled(const KzGuid& iid) {
+    CKzLoc_ServerUse host;
+    kzTakeService(host);
+    return !host || host->Calls(&iid);
+}
+
 void markBase(const CRefusal& refusal, PyObject* pythonClass, const char* interfaceName) {
     refusal.unless(kzFindAdapter(interfaceName) != nullptr, "no interface of that name can be implemented in Python",
                    KZe_INVALIDARG);
@@ -123,6 +131,8 @@ void blessServer(const CRefusal& refusal, PyObject* pythonClass, const char* nam
         refusal.explain("there is a server of that name for " + kzFirstInterfaceName(polymorph) + " already");
     CServerList::instance().add(name, type, polymorph, tags);
     updateHost(refusal);
+    if (!isCalled(*type))
+        refusal.explain("this host never calls servers of the kind " + kzFirstInterfaceName(polymorph));
 }
 
 // The result of a dry run: the server's type as a number, and whether the name is taken.
@@ -140,9 +150,18 @@ PyObject* checkFunction(PyObject* /*self*/, PyObject* args) {
     });
 }
 
+PyObject* isCalledFunction(PyObject* /*self*/, PyObject* name) {
+    return kzPythonEntry([name]() -> PyObject* {
+        const KzAdapterRow* adapter = kzFindAdapter(kzText(PyString_AsString(name)));
+        return PyBool_FromLong(isCalled(kzNonNull(adapter, KZe_INVALIDARG)->make()->iid()) ? 1 : 0);
+    });
+}
+
 PyMethodDef servingFunctions[] = {
     {"check", checkFunction, METH_VARARGS,
      "(type, taken) = check(cls, name, tags, meta)\n\nChecks a blessing as kz.bless does, without blessing."},
+    {"is_called", isCalledFunction, METH_O,
+     "called = is_called(kind)\n\nWhether the host calls servers of that kind. True if it does not say."},
     {nullptr, nullptr, 0, nullptr},
 };
 

@@ -7,12 +7,14 @@
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
 #include "host/services/script_queries.h"
+#include "host/state/driven_servers.h"
 #include "host/state/property_table.h"
 #include "host/state/text.h"
 #include "host/state/version.h"
 
 #include "kz/application.h"
 #include "kz/base/description.h"
+#include "kz/host.h"
 #include "kz/result.h"
 #include "kz/script.h"
 
@@ -24,8 +26,9 @@ namespace kzhost {
 
 namespace {
 
-class CApplication final : public CHosted<"application", CApplication, CKzIfc_ApplicationService, CKzIfc_Description>,
-                           CServiceBase {
+class CApplication final
+    : public CHosted<"application", CApplication, CKzIfc_ApplicationService, CKzIfc_Description, CKzIfc_ServerUse>,
+      CServiceBase {
 public:
     CApplication(std::shared_ptr<ServiceContext> context, std::shared_ptr<CServiceRegistry> services,
                  std::shared_ptr<const QueryEnvironment> queries, std::shared_ptr<CLogStore> log,
@@ -35,6 +38,8 @@ public:
 
     // Services are sub-objects: QueryInterface hands them out.
     IKzUnknown* subObject(const KzGuid& iid) { return m_services->make(iid); }
+
+    bool serveruse_Calls(const KzGuid* iid) override { return iid != nullptr && kzCallsServers(*iid); }
 
     KzResult applicationservice_ServiceByName(const char* name, IKzUnknown** service) override;
     std::uint32_t applicationservice_Version() override { return kzHostVersion; }

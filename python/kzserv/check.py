@@ -3,8 +3,8 @@
 The files are imported, but what they bless is only recorded, so the host does not see it. Then every class is
 compared with the interfaces that it implements. The findings are names that look misspelt, methods that cannot take
 what the host passes, methods of interfaces that the class does not have, and required methods that are missing.
-Classes that are not blessed but derive from an interface are checked as well, because the file may pass their objects
-to the host.
+A note tells of an interface that this host never calls, though others may. Classes that are not blessed but derive
+from an interface are checked as well, because the file may pass their objects to the host.
 """
 
 import ast
@@ -13,6 +13,7 @@ import os
 import re
 import sys
 
+import _kzserv
 import kz
 import kzifc
 
@@ -47,11 +48,11 @@ class Blessing(object):
 
 
 class Finding(object):
-    def __init__(self, path, line, text):
-        self.path, self.line, self.text = path, line, text
+    def __init__(self, path, line, text, is_note=False):
+        self.path, self.line, self.text, self.is_note = path, line, text, is_note
 
     def __str__(self):
-        return '%s:%d: %s' % (self.path, self.line, self.text)
+        return '%s:%d: %s%s' % (self.path, self.line, 'note: ' if self.is_note else '', self.text)
 
 
 def interfaces_of(cls):
@@ -80,8 +81,8 @@ class ClassCheck(object):
         self.types = types  # the names of the value types that the file blesses
         self.findings = []
 
-    def tell(self, line, text):
-        self.findings.append(Finding(self.path, line, '%s: %s' % (self.title, text)))
+    def tell(self, line, text, is_note=False):
+        self.findings.append(Finding(self.path, line, '%s: %s' % (self.title, text), is_note))
 
     def run(self, meta=None, is_blessed=True):
         if not isinstance(self.cls, type):
@@ -93,6 +94,8 @@ class ClassCheck(object):
             return self.findings
         self.methods = {}
         for interface in self.interfaces:
+            if not _kzserv.is_called(interface.name):
+                self.tell(self.line, 'this host never calls %s' % interface.name, is_note=True)
             self.methods.update(interface.methods)
         self.attributes = own_attributes(self.cls)
         for name, value in sorted(self.attributes.items()):
@@ -295,4 +298,4 @@ def main(paths):
         findings += FileCheck(os.path.abspath(path)).run()
     for finding in findings:
         print finding
-    return 1 if findings else 0
+    return 1 if any(not finding.is_note for finding in findings) else 0
