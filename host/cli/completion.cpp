@@ -103,15 +103,15 @@ Words splitParameters(std::string_view line) {
 }
 
 // What the interpreter says of a name: nothing of what is neither a function nor a constant; the value of a constant; a
-// function's documentation, with the names of its arguments behind if a script defines it.
+// function's documentation, with the names of its arguments behind if a script defines it. That of a wrapper method begins
+// with its signature, in which an argument names its family of constants.
 constexpr const char* question =
-    "(lambda f: [f.__doc__ or ''] + [n for g in [getattr(f, 'im_func', f)] if hasattr(g, 'func_code') for n in "
+    "(lambda f: [__import__('kzserv.description', fromlist=['']).completed(f)] + [n for g in [getattr(f, 'im_func', f)] if hasattr(g, 'func_code') for n in "
     "g.func_code.co_varnames[:g.func_code.co_argcount]] if callable(f) else ['= ' + repr(f)] if isinstance(f, (int, "
     "long, "
     "float, str)) else [])";
 
-// Wrapper methods have their signature in the first line of their documentation. That of other functions says what they
-// are for.
+// The documentation of functions that no wrapper is behind says what they are for.
 std::optional<Signature> signatureOf(CLineSession& session, const std::string& function) {
     const auto answer = session.ask(question + ("(" + function + ")"));
     if (!answer || answer->empty()) return std::nullopt;

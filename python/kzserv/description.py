@@ -64,19 +64,38 @@ class Texts(object):
                 return text
 
 
+_texts = []
+
+
+def texts():
+    """The texts of the plug-in's own description, read once. Raises EnvironmentError or ValueError."""
+    if not _texts:
+        _texts.append(Texts(load()))
+    return _texts[0]
+
+
+def completed(thing):
+    """The signature of a method, and what is remarked on it; for anything else, and without a description, its docstring."""
+    try:
+        text = texts().find(thing)
+    except (EnvironmentError, ValueError):
+        text = None
+    return text or getattr(thing, '__doc__', None) or ''
+
+
 def extend_help():
     """From now on pydoc shows these texts below docstrings. Does so once."""
     plain = pydoc.getdoc
     if hasattr(plain, 'without_description'):
         return
     try:
-        texts = Texts(load())
+        texts()
     except (EnvironmentError, ValueError) as error:
         sys.stderr.write('help() shows docstrings alone: %s\n' % error)
         return
 
     def getdoc(thing):
-        return '\n\n'.join(filter(None, (plain(thing), texts.find(thing))))
+        return '\n\n'.join(filter(None, (plain(thing), texts().find(thing))))
     getdoc.without_description = plain
     pydoc.getdoc = getdoc
 
