@@ -1,5 +1,6 @@
 // Part "wrap": for each header its wrapper types with one thunk a method, its constants and its result codes.
 #include <iterator>
+#include <set>
 
 #include <fmt/format.h>
 
@@ -128,13 +129,32 @@ std::string emitRows(std::string_view type, const std::string& name, const std::
     return name;
 }
 
+// The header's own wrapper types and those that its methods return. They are declared where they are used, because a list of
+// all would make every description a part of every source.
+std::set<std::string> namedTypes(const Model& model, const Header& header) {
+    std::set<std::string> names;
+    for (const Interface& each : header.interfaces) {
+        if (!each.wrapped) continue;
+        names.insert(each.stem());
+        for (const Method& method : each.methods) {
+            names.insert(typedWrapper(model, method.returns));
+            for (const Parameter* output : method.outputs()) names.insert(typedWrapper(model, output->type));
+        }
+    }
+    names.erase("");
+    return names;
+}
+
 std::string headerText(const Model& model, const Header& header) {
     std::string text = openingLines("//", header.summary, header);
     const Text out = std::back_inserter(text);
     fmt::format_to(out,
-                   "#include \"wrap/generated/types.h\"\n#include \"wrap/marshal.h\"\n\n#include \"kz/{}.h\"\n\n"
+                   "#include \"wrap/marshal.h\"\n#include \"wrap/registration.h\"\n\n#include \"kz/{}.h\"\n\n"
                    "using namespace kz_marshal;\n\n",
                    header.name);
+    for (const std::string& type : namedTypes(model, header))
+        fmt::format_to(out, "extern KzWrapperType kzType_{};\n", type);
+    fmt::format_to(out, "\n");
     for (const Interface& each : header.interfaces)
         if (each.wrapped) emitType(model, each, out);
     fmt::format_to(out, "namespace {{\n\n");
@@ -143,22 +163,10 @@ std::string headerText(const Model& model, const Header& header) {
     const std::string services = emitRows("constexpr KzWrapperType*", name + "_services", typeRows(header, true), out);
     const std::string symbols = emitRows("constexpr KzSymbolRow", name + "_symbols", symbolRows(header), out);
     const std::string results = emitRows("constexpr KzResultRow", name + "_results", resultRows(header), out);
-    fmt::format_to(out, "}}  // namespace\n\nconst KzHeaderRows kzHeader_{0} = {{\"{0}\", {1}, {2}, {3}, {4}}};\n",
+    fmt::format_to(out,
+                   "}}  // namespace\n\nextern const KzHeaderRows kzHeader_{0};\nconst KzHeaderRows kzHeader_{0} = "
+                   "{{\"{0}\", {1}, {2}, {3}, {4}}};\n",
                    name, objects, services, symbols, results);
-    return text;
-}
-
-std::string typesText(const Model& model) {
-    std::string text = openingLines("//", "Every wrapper type and every header's rows.", model);
-    const Text out = std::back_inserter(text);
-    fmt::format_to(out, "#pragma once\n\n#include \"wrap/registration.h\"\n\n");
-    for (const Header& header : model.headers) {
-        for (const Interface& each : header.interfaces)
-            if (each.wrapped) fmt::format_to(out, "extern KzWrapperType kzType_{};\n", each.stem());
-    }
-    fmt::format_to(out, "\n");
-    for (const Header& header : model.headers)
-        fmt::format_to(out, "extern const KzHeaderRows kzHeader_{};\n", header.name);
     return text;
 }
 
@@ -183,8 +191,10 @@ void emitKindChecks(Text out) {
 std::string listText(const Model& model) {
     std::string text = openingLines("//", "The headers in the order of registration.", model);
     const Text out = std::back_inserter(text);
-    fmt::format_to(out, "#include \"wrap/generated/types.h\"\n#include \"wrap/marshal_kinds.h\"\n\n"
-                        "namespace {{\n\nusing namespace kz_marshal;\n\n");
+    fmt::format_to(out, "#include \"wrap/marshal_kinds.h\"\n#include \"wrap/registration.h\"\n\n");
+    for (const Header& header : model.headers)
+        fmt::format_to(out, "extern const KzHeaderRows kzHeader_{};\n", header.name);
+    fmt::format_to(out, "\nnamespace {{\n\nusing namespace kz_marshal;\n\n");
     emitKindChecks(out);
     fmt::format_to(out, "\nconstexpr const KzHeaderRows* all[] = {{\n");
     for (const Header& header : model.headers) fmt::format_to(out, "    &kzHeader_{},\n", header.name);
@@ -196,7 +206,6 @@ std::string listText(const Model& model) {
 
 void emitWrap(const Model& model, Output& output) {
     for (const Header& header : model.headers) output.write(header.name + ".cpp", headerText(model, header));
-    output.write("types.h", typesText(model));
     output.write("headers.cpp", listText(model));
 }
 
