@@ -112,7 +112,8 @@ HostParts::HostParts()
       userValues(std::make_shared<CUserValues>()), jobThreads(std::make_shared<CJobThreads>()),
       listeners(std::make_shared<CListenerTable>()), log(std::make_shared<CLogStore>()),
       reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
-      types(std::make_shared<CValueTypeRegistry>(modules)), scripts(std::make_shared<CScriptRunner>(modules, log)),
+      types(std::make_shared<CValueTypeRegistry>(modules, properties)),
+      scripts(std::make_shared<CScriptRunner>(modules, log)),
       environment(std::make_shared<CommandEnvironment>(
           CommandEnvironment{context, commandState, dialogs, listeners, log, types})),
       registry(std::make_shared<CCommandRegistry>(environment, modules)),

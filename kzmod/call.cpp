@@ -29,8 +29,21 @@ PyObject* CCall::keepPending() noexcept {
 PyObject* CCall::finish(PyObject* result) noexcept {
     if (m_exception == nullptr) return result;
     const CPyRefNull unused(result);
-    if (!kzRaiseInterrupt()) PyErr_SetString(m_exception, m_text.c_str());
+    if (!kzRaiseInterrupt()) raiseNoted();
     return nullptr;
+}
+
+void CCall::raiseNoted() const noexcept {
+    if (kzSucceeded(m_code)) return PyErr_SetString(m_exception, m_text.c_str());
+    kzSetLastResult(m_code);
+    const CPyRefNull error(PyObject_CallFunction(m_exception, const_cast<char*>("s"), m_text.c_str()));
+    if (error.get() == nullptr) return;
+    const CPyRefNull code(PyLong_FromUnsignedLong(m_code));
+    const CPyRefNull reason(PyString_FromStringAndSize(m_reason.data(), static_cast<Py_ssize_t>(m_reason.size())));
+    if (code.get() != nullptr && reason.get() != nullptr &&
+        PyObject_SetAttrString(error.get(), "code", code.get()) == 0 &&
+        PyObject_SetAttrString(error.get(), "reason", reason.get()) == 0)
+        PyErr_SetObject(m_exception, error.get());
 }
 
 std::string kzFormat(const char* format, const std::string& first, const std::string& second) {

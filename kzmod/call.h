@@ -31,6 +31,13 @@ public:
     }
     PyObject* failAs(const char* label, std::string text, PyObject* type = PyExc_RuntimeError);
 
+    // Notes why the host has failed, for the last result and for the exception's attributes `code` and `reason`: the texts
+    // of the exceptions themselves are fixed.
+    void blame(KzResult code, std::string reason = {}) {
+        m_code = code;
+        m_reason = std::move(reason);
+    }
+
     // Sets the pending exception of a failed Python call aside until the kz function has released everything. Always null.
     PyObject* keepPending() noexcept;
 
@@ -38,9 +45,13 @@ public:
     PyObject* finish(PyObject* result) noexcept;
 
 private:
+    void raiseNoted() const noexcept;
+
     const char* m_label;
     PyObject* m_exception = nullptr;  // borrowed: one of the interpreter's own classes
     std::string m_text;
+    KzResult m_code = 0;
+    std::string m_reason;
     std::optional<CPendingException> m_pending;
 };
 

@@ -25,19 +25,19 @@ std::string labelOf(const CKzUser_Command& command) {
     return std::string("kz.command(") + name + ")";
 }
 
-// The first 199 bytes of the message's text.
 std::string messageText(IKzUnknown* message) {
     CKzUser_MessageService messages;
     kzTakeService(messages);
     std::string text;
     kzReadText(text, [&](char* buffer, std::uint32_t length) { return messages.MessageText(message, buffer, length); });
-    return text.substr(0, 199);
+    return text;
 }
 
-std::string failureText(IKzUnknown* message, KzResult code) {
+// With the first 199 bytes of the message's text.
+std::string failureText(const std::string& text, KzResult code) {
     char digits[16];
     std::snprintf(digits, sizeof digits, "%08x", code);
-    return "command failed: " + messageText(message) + " (" + digits + ")";
+    return "command failed: " + text.substr(0, 199) + " (" + digits + ")";
 }
 
 // The steps of one kz.command call.
@@ -52,8 +52,9 @@ public:
     }
 
 private:
-    bool refuse(const char* phrase) {
+    bool refuse(const char* phrase, KzResult code = KZe_OK) {
         m_error += phrase;
+        kzBlame(m_call, m_command, code);
         return false;
     }
 
@@ -74,8 +75,8 @@ private:
         const std::string text = convert([&] { return kzStrictStringOf(PyTuple_GET_ITEM(args, 0)); });
         const char* rest = nullptr;
         const std::uint32_t flags = PythonRuntime::running().executionFlags;
-        if (kzFailed(m_service.ProcessStringFlags(flags, text.c_str(), &m_flags, &rest)) || rest == nullptr)
-            return refuse("error processing command prefix flags");
+        const KzResult code = m_service.ProcessStringFlags(flags, text.c_str(), &m_flags, &rest);
+        if (kzFailed(code) || rest == nullptr) return refuse("error processing command prefix flags", code);
         m_name = rest;  // copied: the host's own text lives only until its next call
         m_label = "kz.command(" + m_name + ")";
         m_call.setLabel(m_label.c_str());
@@ -85,17 +86,17 @@ private:
 
     bool spawn() {
         std::uint32_t tag = 0;
-        if (kzFailed(m_service.Lookup(m_name.c_str(), &tag)) || tag == 0) return refuse("not found");
-        const KzResult code =
-            kzObtain(m_command, [&](IKzUnknown** object) { return m_service.Spawn(tag, nullptr, object); });
-        return kzSucceeded(code) || refuse("could not spawn command");
+        KzResult code = m_service.Lookup(m_name.c_str(), &tag);
+        if (kzFailed(code) || tag == 0) return refuse("not found", kzFailed(code) ? code : KZe_NOTFOUND);
+        code = kzObtain(m_command, [&](IKzUnknown** object) { return m_service.Spawn(tag, nullptr, object); });
+        return kzSucceeded(code) || refuse("could not spawn command", code);
     }
 
     bool parse(PyObject* keywords) {
         CArgAttrib& arguments = kzSpawnArguments(m_attributes);
         convert([&] { kzTextsOfDict(keywords, arguments.names, arguments.values); });
         const KzResult code = m_service.ParseAttribObject(m_command.raw(), scriptAlertFlags, m_attributes.raw());
-        return kzSucceeded(code) || refuse("could not parse argument list.");
+        return kzSucceeded(code) || refuse("could not parse argument list.", code);
     }
 
     CCall& m_call;
@@ -110,6 +111,14 @@ private:
 
 }  // namespace
 
+void kzBlame(CCall& call, const CKzUser_Command& command, KzResult code) {
+    CKzUser_Message message;
+    const bool isTold = command && kzFailed(code) &&
+                        kzSucceeded(kzObtain(message, [&](IKzUnknown** object) { return command.Message(object); })) &&
+                        kzFailed(message.Code());
+    call.blame(code, isTold ? messageText(message.raw()) : kzResultName(code));
+}
+
 bool kzExecuteCommand(CCall& call, const CKzUser_Command& command, std::uint32_t flags) {
     {
         const CPyLock lock;      // the command may be implemented in Python
@@ -123,8 +132,11 @@ bool kzExecuteCommand(CCall& call, const CKzUser_Command& command, std::uint32_t
         return false;
     }
     const KzResult code = message.Code();
-    if (kzFailed(code)) call.failAs(label.c_str(), failureText(message.raw(), code));
-    return kzSucceeded(code);
+    if (kzSucceeded(code)) return true;
+    std::string text = messageText(message.raw());
+    call.failAs(label.c_str(), failureText(text, code));
+    call.blame(code, std::move(text));
+    return false;
 }
 
 PyObject* kzCommandFunction(PyObject* /*self*/, PyObject* args, PyObject* keywords) {

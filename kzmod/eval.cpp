@@ -18,19 +18,22 @@ public:
 
     PyObject* run(const char* text, std::uint32_t flags) {
         const char* rest = nullptr;
-        if (kzFailed(m_service.ProcessStringFlags(flags, text, &m_flags, &rest)) || rest == nullptr)
-            return m_call.fail("error processing command prefix flags");
+        KzResult code = m_service.ProcessStringFlags(flags, text, &m_flags, &rest);
+        if (kzFailed(code) || rest == nullptr) return refuse("error processing command prefix flags", code);
         m_text = rest;  // copied: the host's own text lives only until its next call
         // FALSE, a success code, also means no.
         const KzResult isScript = m_service.IsImplicitScript(m_text.c_str());
         if (kzSucceeded(isScript) && isScript != KZe_FALSE) return runScript();
-        if (kzFailed(
-                kzObtain(m_command, [&](IKzUnknown** object) { return m_service.Spawn(0, m_text.c_str(), object); })))
-            return m_call.fail("command could not be found");
-        return query();
+        code = kzObtain(m_command, [&](IKzUnknown** object) { return m_service.Spawn(0, m_text.c_str(), object); });
+        return kzSucceeded(code) ? query() : refuse("command could not be found", code);
     }
 
 private:
+    PyObject* refuse(const char* text, KzResult code) {
+        kzBlame(m_call, m_command, code);
+        return m_call.fail(text);
+    }
+
     PyObject* execute() {
         if (!kzExecuteCommand(m_call, m_command, m_flags)) return nullptr;
         Py_RETURN_NONE;
@@ -39,7 +42,7 @@ private:
     PyObject* runScript() {
         const KzResult code = kzObtain(
             m_command, [&](IKzUnknown** object) { return m_service.SpawnImplicitScript(m_text.c_str(), object); });
-        return kzSucceeded(code) ? execute() : m_call.fail("error spawning script");
+        return kzSucceeded(code) ? execute() : refuse("error spawning script", code);
     }
 
     PyObject* query() {
@@ -49,7 +52,7 @@ private:
             return m_service.QueryArgString(m_command.raw(), m_flags, m_text.c_str(), 1, object, &index);
         });
         if (code == KZe_CMD_NO_QUERY_MARKED) return parseAndExecute();
-        if (kzFailed(code)) return m_call.fail(cannotParse);
+        if (kzFailed(code)) return refuse(cannotParse, code);
         // The attributes object owns the hints, so it has to live until the values are converted.
         const CKzUser_Attributes attributes(m_command.raw());
         const KzTextValueHint* hints = nullptr;
@@ -59,10 +62,9 @@ private:
 
     PyObject* parseAndExecute() {
         const std::size_t blank = m_text.find(' ');
-        if (blank != std::string::npos &&
-            kzFailed(m_service.ParseArgString(m_command.raw(), m_flags, m_text.c_str() + blank)))
-            return m_call.fail(cannotParse);
-        return execute();
+        if (blank == std::string::npos) return execute();
+        const KzResult code = m_service.ParseArgString(m_command.raw(), m_flags, m_text.c_str() + blank);
+        return kzSucceeded(code) ? execute() : refuse(cannotParse, code);
     }
 
     CCall& m_call;

@@ -90,8 +90,10 @@ PyObject* serviceSelect(PyObject* self, PyObject* args) {
         const char* attribute = "";
         const char* which = nullptr;
         if (PyArg_ParseTuple(args, "|ss", &attribute, &which) == 0) return kzParseFailed();
-        if (kzFailed(state.query.Select(attribute, which)))
+        if (const KzResult code = state.query.Select(attribute, which); kzFailed(code)) {
+            call.blame(code, kzResultName(code));
             return call.fail(kzFormat("select failed on service '%s' for '%s'.", state.name, attribute));
+        }
         Py_RETURN_NONE;
     });
 }
@@ -115,8 +117,10 @@ PyObject* queryInShape(PyObject* self, PyObject* args, KzShape shape) noexcept {
         const char* attribute = "";
         if (PyArg_ParseTuple(args, "|s", &attribute) == 0) return kzParseFailed();
         CKzUser_ValueArray values;
-        if (kzFailed(queryAttribute(state.query, attribute, values)))
+        if (const KzResult code = queryAttribute(state.query, attribute, values); kzFailed(code)) {
+            call.blame(code, kzResultName(code));
             return call.fail(kzFormat("query failed on service '%s' for attribute '%s'.", state.name, attribute));
+        }
         return kzConvertValues(call, values, nullptr, shape);
     });
 }

@@ -1,5 +1,5 @@
 // kz.queryToggle and kz.test, which query whether a toggle command is on.
-#include "kzmod/call.h"
+#include "kzmod/command.h"
 #include "kzmod/functions.h"
 
 #include "kz/base/global_cache.h"
@@ -11,18 +11,22 @@ class CToggle {
 public:
     CToggle() { kzTakeService(m_service); }
 
-    bool spawn(const char* text) {
+    KzResult spawn(const char* text) {
         std::uint32_t flags = 0;
         std::int32_t index = -1;
-        return kzSucceeded(kzObtain(
-            m_command, [&](IKzUnknown** object) { return m_service.SpawnFromString(text, &flags, &index, object); }));
+        return kzObtain(m_command,
+                        [&](IKzUnknown** object) { return m_service.SpawnFromString(text, &flags, &index, object); });
     }
 
-    bool query() {
+    KzResult query() {
         CKzLoc_Unknown value;
-        return m_command && kzSucceeded(kzTakeOutput(value, [&](IKzUnknown** object) {
-                   return m_service.GetToggleArgState(m_command.raw(), &m_state, object);
-               }));
+        return kzTakeOutput(
+            value, [&](IKzUnknown** object) { return m_service.GetToggleArgState(m_command.raw(), &m_state, object); });
+    }
+
+    PyObject* fail(CCall& call, const char* text, KzResult code) const {
+        kzBlame(call, m_command, code);
+        return call.fail(text);
     }
 
     bool isOn() const noexcept { return m_state != 0; }
@@ -44,7 +48,7 @@ PyObject* kzQueryToggleFunction(PyObject* /*self*/, PyObject* args) {
         }
         // A command that cannot be queried counts as off, because menus query commands that may not exist.
         CToggle toggle;
-        if (!toggle.spawn(text) || !toggle.query()) {
+        if (kzFailed(toggle.spawn(text)) || kzFailed(toggle.query())) {
             call.trace("failed: error querying the command");
             Py_RETURN_FALSE;
         }
@@ -58,8 +62,10 @@ PyObject* kzTestFunction(PyObject* /*self*/, PyObject* args) {
         const char* text = nullptr;
         if (PyArg_ParseTuple(args, "s", &text) == 0) return kzParseFailed();
         CToggle toggle;
-        if (!toggle.spawn(text)) return call.fail("error in command string");
-        if (!toggle.query()) return call.fail("could not query toggle argument");
+        if (const KzResult code = toggle.spawn(text); kzFailed(code))
+            return toggle.fail(call, "error in command string", code);
+        if (const KzResult code = toggle.query(); kzFailed(code))
+            return toggle.fail(call, "could not query toggle argument", code);
         return PyBool_FromLong(toggle.isOn() ? 1 : 0);
     });
 }

@@ -2,6 +2,8 @@
 #include "host/commands/alias_commands.h"
 
 #include "host/commands/builtin_command.h"
+#include "host/core/command_text.h"
+#include "host/core/reasons.h"
 #include "host/state/command_state.h"
 
 #include "kz/command.h"
@@ -24,14 +26,19 @@ void addAlias(const CCommandRegistry& registry, CBuiltinCommand& command) {
     const std::string definition = command.text(KZsARG_ALIAS_COMMAND);
     if (definition.empty())
         kzRefuse(KZe_CMD_MISSING_ARGS, "argument \"command\" is missing; it is what the alias stands for");
+    if (!kzIsCommandName(alias))
+        kzRefuse(KZe_INVALIDARG, "argument \"alias\": \"" + alias +
+                                     "\" is not one word without braces and quotes that begins with none of ! ? @");
     if (!registry.addAlias(alias, definition))
         kzRefuse(KZe_CMD_ALREADY_EXISTS, "argument \"alias\": there is a command or alias \"" + alias + "\" already");
 }
 
 Texts queryAlias(CBuiltinCommand& command, std::uint32_t index) {
     if (index == 0) return command.environment().state->aliases();
-    const auto definition = command.environment().state->alias(command.text(KZsARG_ALIAS_NAME));
-    return definition ? Texts{*definition} : Texts();
+    const std::string alias = command.text(KZsARG_ALIAS_NAME);
+    const auto definition = command.environment().state->alias(alias);
+    if (!definition) kzRefuse(KZe_CMD_NOT_ALIASED, kzThereIsNo("alias", alias, command.environment().state->aliases()));
+    return {*definition};
 }
 
 constexpr ArgumentRow unaliasArguments[] = {{KZsARG_ALIAS_NAME, KZsTYPE_STRING, 0, "the alias"}};

@@ -34,7 +34,7 @@ void kzAddCommands(CCommandRegistry& registry, std::vector<CommandRow> rows) {
 CBuiltinCommand::CBuiltinCommand(const CommandEnvironmentPtr& environment, std::shared_ptr<const CommandRow> row,
                                  std::uint32_t tag)
     : CServiceBase(environment->context), m_environment(environment), m_row(std::move(row)), m_tag(tag),
-      m_run(environment), m_values(m_row->arguments.size()) {}
+      m_run(environment, m_row->name), m_values(m_row->arguments.size()) {}
 
 const ArgumentRow& CBuiltinCommand::argument(std::uint32_t index) const {
     if (index >= m_row->arguments.size()) throw KZe_OUTOFBOUNDS;
@@ -57,7 +57,7 @@ const KzValueType& CBuiltinCommand::typeOf(std::uint32_t index) {
     return *type;
 }
 
-KzCell CBuiltinCommand::cellOf(std::uint32_t index) const {
+const KzCell& CBuiltinCommand::cellOf(std::uint32_t index) const {
     argument(index);
     if (!m_values[index]) throw KZe_NOTFOUND;
     return *m_values[index];
@@ -72,6 +72,12 @@ std::string CBuiltinCommand::text(std::string_view name) const {
 std::optional<std::int32_t> CBuiltinCommand::integer(std::string_view name) const {
     const std::uint32_t index = indexOf(name);
     return m_values[index] ? kzIntegerOf(*m_values[index]) : std::nullopt;
+}
+
+std::optional<std::int32_t> CBuiltinCommand::choice(std::string_view name) const {
+    const auto& cell = m_values[indexOf(name)];
+    const auto* number = cell ? std::get_if<std::int32_t>(&*cell) : nullptr;
+    return number != nullptr ? std::optional(*number) : std::nullopt;
 }
 
 KzResult CBuiltinCommand::cmd_Tag(std::uint32_t* tag) {
@@ -101,7 +107,7 @@ KzResult CBuiltinCommand::cmd_Flags(std::uint32_t* flags) {
 
 KzResult CBuiltinCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(rawSelf(), m_row->name, flags, [this] {
+    return m_run.execute(rawSelf(), flags, [this] {
         m_row->execute(*this);
         return KZe_OK;
     });
@@ -145,11 +151,13 @@ KzResult CBuiltinCommand::cmd_Query(std::uint32_t index, IKzUnknown* values) {
     enter("Command.Query");
     const CKzUser_ValueArray target(values);
     if (!target) return KZe_INVALIDARG;
-    if (m_row->query == nullptr || (argument(index).flags & KZfCMDARG_QUERY) == 0)
-        return KZe_CMD_ARGUMENT_NOT_QUERYABLE;
-    for (const std::string& text : m_row->query(*this, index))
-        if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) return code;
-    return KZe_OK;
+    return m_run.query([&] {
+        if (m_row->query == nullptr || (argument(index).flags & KZfCMDARG_QUERY) == 0)
+            return KZe_CMD_ARGUMENT_NOT_QUERYABLE;
+        for (const std::string& text : m_row->query(*this, index))
+            if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) return code;
+        return KZe_OK;
+    });
 }
 
 KzResult CBuiltinCommand::attr_Name(std::uint32_t index, const char** name) {
@@ -212,7 +220,11 @@ KzResult CBuiltinCommand::refuses(std::uint32_t index, std::string_view text) {
 
 KzResult CBuiltinCommand::attr_GetInt(std::uint32_t index, std::int32_t* value) {
     if (typeOf(index).isServed) return askServed(index, [value](const auto& served) { return served.GetInt(value); });
-    const auto number = kzIntegerOf(cellOf(index));
+    const KzCell& cell = cellOf(index);
+    const KzTextValueHint* hints = nullptr;
+    const auto* word = std::get_if<std::string>(&cell);
+    const bool isWord = word != nullptr && kzSucceeded(attr_Hints(index, &hints));
+    const auto number = isWord ? kzChoiceOf(hints, typeOf(index), *word) : kzIntegerOf(cell);
     if (!number) return KZe_INVALIDARG;
     *value = *number;
     return KZe_OK;
@@ -240,7 +252,7 @@ KzResult CBuiltinCommand::attr_SetFlt(std::uint32_t index, double value) {
 }
 
 KzResult CBuiltinCommand::attr_GetString(std::uint32_t index, char* buffer, std::uint32_t length) {
-    return kzFillText(kzFormatCell(typeOf(index), cellOf(index)), buffer, length);
+    return kzFillCell(typeOf(index), cellOf(index), buffer, length);
 }
 
 // Choices are set by their words.

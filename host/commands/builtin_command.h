@@ -3,6 +3,7 @@
 
 #include "host/core/command_registry.h"
 #include "host/core/command_run.h"
+#include "host/core/host_command.h"
 #include "host/core/object.h"
 #include "host/core/service_base.h"
 #include "host/state/value_types.h"
@@ -63,9 +64,10 @@ void kzOnlyQueried(CBuiltinCommand& command);
 
 void kzAddCommands(CCommandRegistry& registry, std::vector<CommandRow> rows);
 
-class CBuiltinCommand final : public CHosted<"command", CBuiltinCommand, CKzIfc_Command, CKzIfc_Attributes>,
-                              public CHostSelf<CBuiltinCommand>,
-                              CServiceBase {
+class CBuiltinCommand final
+    : public CHosted<"command", CBuiltinCommand, CKzIfc_Command, CKzIfc_Attributes, CKzIfc_HostCommand>,
+      public CHostSelf<CBuiltinCommand>,
+      CServiceBase {
 public:
     CBuiltinCommand(const CommandEnvironmentPtr& environment, std::shared_ptr<const CommandRow> row, std::uint32_t tag);
 
@@ -103,11 +105,15 @@ public:
     KzResult attr_GetString(std::uint32_t index, char* buffer, std::uint32_t length) override;
     KzResult attr_SetString(std::uint32_t index, const char* value) override;
 
+    void hostcommand_Fail(KzResult code, const std::string& text) override { m_run.fail(code, text); }
+
     // For the rows' functions. Throws for an argument that the row lacks.
     const CommandEnvironment& environment() const { return *m_environment; }
     bool has(std::string_view argument) const { return m_values[indexOf(argument)].has_value(); }
     std::string text(std::string_view name) const;
     std::optional<std::int32_t> integer(std::string_view name) const;
+    // The number of a choice that was set as one; nothing for a text, which has yet to be looked up.
+    std::optional<std::int32_t> choice(std::string_view name) const;
     bool flag(std::string_view argument) const { return integer(argument).value_or(0) != 0; }
     const CommandRow& row() const { return *m_row; }
     CCommandRun& run() { return m_run; }
@@ -116,7 +122,7 @@ private:
     const ArgumentRow& argument(std::uint32_t index) const;
     std::uint32_t indexOf(std::string_view name) const;
     const KzValueType& typeOf(std::uint32_t index);
-    KzCell cellOf(std::uint32_t index) const;
+    const KzCell& cellOf(std::uint32_t index) const;
     // Calls `get` with the argument as a value of its served type.
     KzResult askServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& get);
     KzResult setServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& set);

@@ -7,6 +7,7 @@
 #include "host/core/listener_table.h"
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
+#include "host/core/needed_names.h"
 #include "host/core/object.h"
 #include "host/core/scripts.h"
 #include "host/state/command_state.h"
@@ -30,7 +31,7 @@ constexpr ArgumentRow serverListArguments[] = {
 Texts queryServers(CModuleTable& modules, CBuiltinCommand& command, std::uint32_t index) {
     if (index == 0) return modules.classNames();
     Texts names;
-    for (const KzServer& server : modules.servers(command.text("class"))) names.push_back(server.name);
+    for (const KzServer& server : modules.servers(kzNeedClass(command.text("class")))) names.push_back(server.name);
     return names;
 }
 

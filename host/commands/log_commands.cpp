@@ -3,6 +3,7 @@
 
 #include "host/commands/builtin_command.h"
 #include "host/core/log_store.h"
+#include "host/core/needed_names.h"
 #include "host/state/property_table.h"
 #include "host/state/text.h"
 
@@ -40,7 +41,7 @@ Texts queryLog(CLogStore& log, CBuiltinCommand& command, std::uint32_t index) {
         for (const auto& subsystem : log.subsystems()) texts.push_back(subsystem->name());
         return texts;
     }
-    const auto lines = log.lines(command.text(KZsARG_LOG_SUBSYSTEM));
+    const auto lines = log.lines(kzNeedSubsystem(log, command.text(KZsARG_LOG_SUBSYSTEM)));
     if (index == 2) return {std::to_string(lines.size())};
     for (const LogLine& line : lines) texts.push_back(kzWithoutMarkup(line.text));
     return texts;

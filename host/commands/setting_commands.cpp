@@ -2,6 +2,7 @@
 #include "host/commands/setting_commands.h"
 
 #include "host/commands/builtin_command.h"
+#include "host/core/reasons.h"
 #include "host/state/path_aliases.h"
 #include "host/state/property_table.h"
 
@@ -32,11 +33,15 @@ void setFileAlias(CPathAliases& files, CBuiltinCommand& command) {
 }
 
 Texts queryFileAlias(CPathAliases& files, CBuiltinCommand& command, std::uint32_t index) {
-    Texts texts;
-    for (const auto& [name, path] : files.aliases())
-        if (index == 0) texts.push_back(name);
-        else if (name == command.text(KZsARG_ALIAS_NAME)) texts.push_back(path);
-    return texts;
+    Texts names, paths;
+    const std::string wanted = command.text(KZsARG_ALIAS_NAME);
+    for (const auto& [name, path] : files.aliases()) {
+        names.push_back(name);
+        if (name == wanted) paths.push_back(path);
+    }
+    if (index == 0) return names;
+    if (paths.empty()) kzRefuse(KZe_NOTFOUND, kzThereIsNo("file alias", wanted, names));
+    return paths;
 }
 
 constexpr const char* unitSystems[] = {KZsUNITSYSTEM_SI, KZsUNITSYSTEM_METRIC, KZsUNITSYSTEM_ENGLISH};

@@ -53,13 +53,17 @@ Texts userValueChoices(CUserValues& values, CBuiltinCommand& command, std::uint3
 
 UserValue newUserValue(CBuiltinCommand& command, const std::string& name) {
     UserValue value;
-    const std::string type = command.has("type") ? command.text("type") : KZsTYPE_STRING;
+    value.choices = splitChoices(command.text("choices"));
+    const std::string type =
+        command.has("type") ? command.text("type") : (value.choices.empty() ? KZsTYPE_STRING : KZsTYPE_CHOICE);
     value.type = command.environment().types->find(type);
     if (value.type == nullptr)
         kzRefuse(KZe_CMD_DATATYPE_UNAVAILABLE,
                  "argument \"type\": " + kzThereIsNo("value type", type, command.environment().types->names()));
     value.cell = command.environment().types->cellBy(*value.type, [](const auto&) { return KZe_OK; }).value();
-    value.choices = splitChoices(command.text("choices"));
+    if (type != KZsTYPE_CHOICE && !value.choices.empty())
+        kzRefuse(KZe_INVALIDARG,
+                 "argument \"choices\": a value of type " + type + " has none, only one of type choice");
     if (type == KZsTYPE_CHOICE && value.choices.empty())
         kzRefuse(KZe_CMD_MISSING_ARGS,
                  "argument \"choices\" is missing: the choice \"" + name + "\" needs words, as {red;green}");
@@ -94,19 +98,20 @@ void setUserValue(CUserValues& values, CBuiltinCommand& command) {
                                                 name, former->type->name));
     UserValue value = former ? *former : newUserValue(command, name);
     if (command.has("value")) {
-        // The argument holds a choice as its number once its words are known.
-        const std::string text = command.text("value");
-        value.cell = former && command.integer("value") && !former->choices.empty()
-                         ? KzCell(*command.integer("value"))
-                         : userValueCell(*command.environment().types, value, text);
+        // A word that was set before the choices were known is still a text.
+        const auto choice = value.choices.empty() ? std::nullopt : command.choice("value");
+        value.cell =
+            choice ? KzCell(*choice) : userValueCell(*command.environment().types, value, command.text("value"));
     }
     values.set(name, std::move(value));
 }
 
 Texts queryUserValue(CUserValues& values, CBuiltinCommand& command, std::uint32_t index) {
     if (index == 0) return values.names();
-    const auto former = values.find(command.text("name"));
-    if (!former) return {};
+    if (!command.has("name")) kzRefuse(KZe_CMD_MISSING_ARGS, "the name of the value is missing");
+    const std::string name = command.text("name");
+    const auto former = values.find(name);
+    if (!former) kzRefuse(KZe_NOTFOUND, kzThereIsNo("user value", name, values.names()));
     if (index == 2) return {former->type->name};
     return index == 3 ? former->choices : Texts{kzFormatCell(*former->type, former->cell)};
 }

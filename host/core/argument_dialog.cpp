@@ -84,7 +84,9 @@ private:
         question.expected = m_arguments.expected(index);
         const std::string example = kzAnswer([&](const char** text) { return command.ArgExample(index, text); });
         if (!example.empty()) question.expected += ", as " + example;
-        question.present = kzAttributeText(m_arguments.attributes(), index);
+        question.isSecret = m_arguments.isSecret(index);
+        if (!question.isSecret) question.present = m_arguments.shown(index);
+        else if (m_arguments.isSet(index)) question.present = "***";
         return question;
     }
 

@@ -1,17 +1,23 @@
 // Sets the arguments of any command through its interfaces.
 #include "host/core/command_arguments.h"
 
+#include "host/core/host_command.h"
+#include "host/core/message.h"
+#include "host/core/message_tables.h"
 #include "host/core/reasons.h"
 #include "host/core/values.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
+#include "kz/base/object_output.h"
+#include "kz/message.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 
 namespace kzhost {
 
@@ -19,27 +25,25 @@ namespace {
 
 constexpr std::uint32_t mostArguments = 1000;
 
-}  // namespace
-
-std::vector<std::string> kzQueryTexts(CValueTypeRegistry& types, const CKzUser_Command& command, std::uint32_t index,
-                                      IKzUnknown** array) {
-    const CKzUser_Attributes attributes(command.raw());
-    const char* type = nullptr;
-    if (const KzResult code = attributes.TypeName(index, &type); kzFailed(code)) throw code;
-    const auto values = types.makeArray(types.need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.Query", kzTextOf(type)));
-    if (const KzResult code = command.Query(index, values.raw()); kzFailed(code)) throw code;
-    std::vector<std::string> texts;
-    const CKzUser_ValueArray read(values.raw());
-    for (std::uint32_t at = 0; at < values->va_Count(); ++at)
-        kzReadText(texts.emplace_back(),
-                   [&](char* text, std::uint32_t length) { return read.GetString(at, text, length); });
-    if (array != nullptr) values.give(array);
-    return texts;
+// What the command's message says of a failure, without the command's name where the text is the host's own.
+std::string reasonOf(const CKzUser_Command& command, KzResult code) {
+    CKzLoc_Unknown object;
+    if (kzFailed(kzTakeOutput(object, [&](IKzUnknown** output) { return command.Message(output); })))
+        return CMessageTables::codeText(code);
+    const CKzUser_Message message(object.raw());
+    if (!message || kzSucceeded(message.Code())) return CMessageTables::codeText(code);
+    const bool isNamed = kzMessageText(*message.ptr(), &IKzMessage::Table) == "commands" &&
+                         kzMessageText(*message.ptr(), &IKzMessage::Key) == "failed";
+    return isNamed ? kzMessageArgument(*message.ptr(), 2) : CMessageTables::textOf(*message.ptr());
 }
+
+}  // namespace
 
 std::string kzAttributeText(const CKzUser_Attributes& attributes, std::uint32_t index) {
     std::string text;
-    kzReadText(text, [&](char* buffer, std::uint32_t length) { return attributes.GetString(index, buffer, length); });
+    const auto read = [&](char* buffer, std::uint32_t length) { return attributes.GetString(index, buffer, length); };
+    if (kzReadText(text, read) == KZe_SHORTBUFFER)
+        throw CommandTextError{KZe_SHORTBUFFER, fmt::format("the text of argument {} is too long", index + 1)};
     return text;
 }
 
@@ -66,16 +70,23 @@ std::uint32_t CCommandArguments::find(const std::string& name) const {
                                        name, names)};
 }
 
-// An argument without a name takes the first free place.
+// A value without a name goes to the first argument that is not read-only and that neither the string nor an alias has set.
 std::uint32_t CCommandArguments::placeOf(const ArgumentText& argument, std::vector<bool>& isAssigned) const {
     if (argument.name.empty()) {
-        const auto free = std::find(isAssigned.begin(), isAssigned.end(), false);
-        if (free == isAssigned.end())
+        const CKzLoc_HostCommand own(m_command.raw());
+        const std::vector<bool> presets = own ? own->Presets() : std::vector<bool>();
+        const auto isTaken = [&](std::size_t index) {
+            return isAssigned[index] || (index < presets.size() && presets[index]) ||
+                   (!argument.isQuery && (flagsOf(static_cast<std::uint32_t>(index)) & KZfCMDARG_READONLY) != 0);
+        };
+        std::size_t free = 0;
+        while (free < isAssigned.size() && isTaken(free)) ++free;
+        if (free == isAssigned.size())
             throw CommandTextError{isAssigned.empty() ? KZe_CMD_HAS_NO_ARGUMENTS : KZe_CMD_TOO_MANY_ARGUMENTS,
                                    fmt::format("\"{}\" at position {} is one argument too many; the command takes {}",
                                                argument.value, argument.at, isAssigned.size())};
-        *free = true;
-        return static_cast<std::uint32_t>(free - isAssigned.begin());
+        isAssigned[free] = true;
+        return static_cast<std::uint32_t>(free);
     }
     const std::uint32_t index = find(argument.name);
     if (isAssigned[index])
@@ -87,11 +98,27 @@ std::uint32_t CCommandArguments::placeOf(const ArgumentText& argument, std::vect
 }
 
 std::optional<std::uint32_t> CCommandArguments::assign(const std::vector<ArgumentText>& arguments) {
-    std::optional<std::uint32_t> query;
     std::vector<bool> isAssigned(count());
+    return assign(arguments, isAssigned);
+}
+
+std::optional<std::uint32_t> CCommandArguments::preset(const std::vector<ArgumentText>& arguments) {
+    std::vector<bool> isAssigned(count());
+    const auto query = assign(arguments, isAssigned);
+    if (const CKzLoc_HostCommand own(m_command.raw()); own) {
+        std::vector<bool>& presets = own->Presets();
+        presets.resize(isAssigned.size());
+        std::transform(isAssigned.begin(), isAssigned.end(), presets.begin(), presets.begin(), std::logical_or<>());
+    }
+    return query;
+}
+
+std::optional<std::uint32_t> CCommandArguments::assign(const std::vector<ArgumentText>& arguments,
+                                                       std::vector<bool>& isAssigned) {
+    std::optional<std::uint32_t> query;
     for (const ArgumentText& argument : arguments) {
         const std::uint32_t index = placeOf(argument, isAssigned);
-        if (!argument.isQuery) set(index, argument.value);
+        if (!argument.isQuery) set(index, argument.isQuoted ? argument.value : toggled(index, argument.value));
         else if (query)
             throw CommandTextError{KZe_CMD_TOO_MANY_QUERIES_MARKED,
                                    fmt::format("only one argument can be queried at a time, not \"{}\" and \"{}\"",
@@ -101,10 +128,32 @@ std::optional<std::uint32_t> CCommandArguments::assign(const std::vector<Argumen
     return query;
 }
 
-void CCommandArguments::assignByName(const std::string& name, const std::string& value) { set(find(name), value); }
+std::vector<std::string> CCommandArguments::query(std::uint32_t index, IKzUnknown** array) const {
+    std::vector<std::string> texts;
+    try {
+        const std::string type = kzAnswer([&](const char** name) { return m_attributes.TypeName(index, name); });
+        const auto values = m_types.makeArray(m_types.need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.Query", type));
+        if (const KzResult code = m_command.Query(index, values.raw()); kzFailed(code))
+            throw CommandTextError{code, fmt::format("argument \"{}\": {}", nameOf(index), reasonOf(m_command, code))};
+        const CKzUser_ValueArray read(values.raw());
+        for (std::uint32_t at = 0; at < values->va_Count(); ++at)
+            if (const auto get = [&](char* text, std::uint32_t length) { return read.GetString(at, text, length); };
+                kzReadText(texts.emplace_back(), get) == KZe_SHORTBUFFER)
+                throw KZe_SHORTBUFFER;
+        if (array != nullptr) values.give(array);
+    } catch (KzResult code) {
+        throw CommandTextError{code, fmt::format("argument \"{}\": {}", nameOf(index), CMessageTables::codeText(code))};
+    }
+    return texts;
+}
 
-void CCommandArguments::set(std::uint32_t index, const std::string& value) {
-    const std::string text = toggled(index, value);
+void CCommandArguments::assignByName(const std::string& name, const std::string& value) {
+    const std::uint32_t index = find(name);
+    set(index, toggled(index, value));
+}
+
+void CCommandArguments::set(std::uint32_t index, const std::string& text) {
+    requireSettable(index, text);
     give(index, text, put(index, text));
 }
 
@@ -117,6 +166,17 @@ KzResult CCommandArguments::put(std::uint32_t index, const std::string& text) {
     if (!choice) return KZe_CMD_ERROR_SETTING_DATATYPE;
     const KzResult code = m_attributes->SetInt(index, *choice);
     return code == KZe_NOTIMPL ? m_attributes->SetString(index, text.c_str()) : code;
+}
+
+// The log says what a value was refused, so a password that no value of the type takes must not get there.
+void CCommandArguments::requireSettable(std::uint32_t index, const std::string& text) {
+    const std::uint32_t flags = flagsOf(index);
+    if ((flags & KZfCMDARG_READONLY) != 0)
+        throw CommandTextError{KZe_CMD_ERROR_SETTING_DATATYPE,
+                               fmt::format("argument \"{}\" cannot be set, only queried", nameOf(index))};
+    const KzValueType* type = (flags & KZfCMDARG_PASSWORD) != 0 ? typeOf(index) : nullptr;
+    if (type != nullptr && !type->isServed && choicesOf(index, type) == nullptr && !kzParseCell(*type, text))
+        give(index, text, KZe_INVALIDARG);
 }
 
 const KzValueType* CCommandArguments::typeOf(std::uint32_t index) const {
@@ -133,8 +193,9 @@ const KzTextValueHint* CCommandArguments::choicesOf(std::uint32_t index, const K
 
 // A command may parse what users type by itself.
 void CCommandArguments::answer(std::uint32_t index, const std::string& text) {
+    requireSettable(index, text);
     const KzResult code = m_command->ArgParseString(index, text.c_str());
-    if (code == KZe_NOTIMPL) set(index, text);
+    if (code == KZe_NOTIMPL) set(index, toggled(index, text));
     else give(index, text, code);
 }
 
@@ -146,8 +207,8 @@ void CCommandArguments::give(std::uint32_t index, const std::string& text, KzRes
         if (const auto number = kzParseNumber(text)) code = m_attributes->SetFlt(index, *number);
     if (kzSucceeded(code)) return;
     if (code == KZe_INVALIDARG) code = KZe_CMD_ERROR_SETTING_DATATYPE;  // a module's value gives no other code
-    throw CommandTextError{code,
-                           fmt::format("argument \"{}\": \"{}\" is not {}", nameOf(index), text, expected(index))};
+    const std::string shown = isSecret(index) ? "the password" : "\"" + text + "\"";
+    throw CommandTextError{code, fmt::format("argument \"{}\": {} is not {}", nameOf(index), shown, expected(index))};
 }
 
 std::string CCommandArguments::expected(std::uint32_t index) const {
@@ -169,7 +230,7 @@ std::string CCommandArguments::toggled(std::uint32_t index, const std::string& v
         choices.push_back(value.substr(at, end - at));
         at = end + 1;
     }
-    const std::vector<std::string> present = kzQueryTexts(m_types, m_command, index);
+    const std::vector<std::string> present = query(index);
     for (std::size_t at = 0; at < choices.size() && !present.empty(); ++at) {
         put(index, choices[at]);
         if (kzAttributeText(m_attributes, index) == present.front()) return choices[(at + 1) % choices.size()];
@@ -219,10 +280,35 @@ void CCommandArguments::requireEnabled() const {
     }
 }
 
+std::string CCommandArguments::wordOf(std::uint32_t index, const std::string& answer) const {
+    const KzTextValueHint* choice = choicesOf(index, typeOf(index));
+    const auto number = choice != nullptr ? kzParseInteger(answer) : std::nullopt;
+    const char* word = number ? kzWordOf(choice, *number) : nullptr;
+    return word != nullptr ? word : answer;
+}
+
+// As text, a choice would be a number, which may also be the word of another choice.
+std::string CCommandArguments::exactText(std::uint32_t index) const {
+    std::int32_t number = 0;
+    const KzTextValueHint* choice = choicesOf(index, typeOf(index));
+    const bool isChoice = choice != nullptr && kzSucceeded(m_attributes->GetInt(index, &number));
+    const char* word = isChoice ? kzWordOf(choice, number) : nullptr;
+    return word != nullptr ? word : kzAttributeText(m_attributes, index);
+}
+
+std::string CCommandArguments::shown(std::uint32_t index) const {
+    const std::string text = exactText(index);
+    const KzValueType* type = typeOf(index);
+    const auto cell = type != nullptr && !type->isServed && type->storage == KZiVALUE_TYPE_FLOAT
+                          ? kzParseCell(*type, text)
+                          : std::nullopt;
+    return cell ? m_types.shown(*type, *cell) : text;
+}
+
 std::string CCommandArguments::write(const std::string& name) const {
     std::string text = name;
     for (std::uint32_t index = 0; index < count(); ++index)
-        if (isSet(index)) text += " " + nameOf(index) + ":" + kzWriteArgument(kzAttributeText(m_attributes, index));
+        if (isSet(index) && !isSecret(index)) text += " " + kzWriteArgument(nameOf(index), exactText(index));
     return text;
 }
 

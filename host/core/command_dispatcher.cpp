@@ -2,6 +2,7 @@
 #include "host/core/command_dispatcher.h"
 
 #include "host/core/command_text.h"
+#include "host/core/host_command.h"
 #include "host/core/log_store.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
@@ -33,10 +34,12 @@ std::string messageOf(const CKzUser_Command& command, KzResult code) {
 CValueTypeRegistry& CCommandDispatcher::types() const { return *m_registry->environment()->types; }
 
 std::optional<std::uint32_t> CCommandDispatcher::parse(std::string_view text, CKzUser_Command& command) const {
-    m_registry->spawn(text, command);
+    std::optional<std::uint32_t> query;
+    m_registry->spawn(text, command, &query);
     std::string_view rest;
     kzFirstWord(text, &rest);
-    return CCommandArguments(types(), command.raw()).assign(kzParseArguments(rest));
+    const auto marked = CCommandArguments(types(), command.raw()).assign(kzParseArguments(rest));
+    return marked ? marked : query;
 }
 
 std::string CCommandDispatcher::scriptOf(std::string_view text, std::string_view* rest) const {
@@ -55,17 +58,21 @@ std::string CCommandDispatcher::scriptOf(std::string_view text, std::string_view
 }
 
 bool CCommandDispatcher::isScript(std::string_view text) const {
-    if (text.starts_with(KZsCMD_SCRIPTMARK)) return true;  // spawning it tells what may be wrong
     try {
-        return !scriptOf(text).empty();
+        const CommandDefinition definition = m_registry->resolve(0, text);
+        if (definition.text.starts_with(KZsCMD_SCRIPTMARK)) return true;  // spawning it tells what may be wrong
+        return !scriptOf(definition.text).empty();
     } catch (const CommandTextError&) {
         return false;
     }
 }
 
 CKzUser_Command& CCommandDispatcher::spawnScript(std::string_view text, CKzUser_Command& command) const {
+    CommandDefinition definition = m_registry->resolve(0, text);
+    for (auto more = definition.arguments.rbegin(); more != definition.arguments.rend(); ++more)
+        definition.text += *more;
     std::string_view rest;
-    const std::string name = scriptOf(text, &rest);
+    const std::string name = scriptOf(definition.text, &rest);
     if (name.empty())
         throw CommandTextError{KZe_CMD_BAD_DEFINITION,
                                "after @ the name of a script file is expected, as @scripts:test.py"};
@@ -77,8 +84,21 @@ CKzUser_Command& CCommandDispatcher::spawnScript(std::string_view text, CKzUser_
     return command;
 }
 
+CKzUser_Command& CCommandDispatcher::spawn(std::string_view text, CKzUser_Command& command) const {
+    return isScript(text) ? spawnScript(text, command) : m_registry->spawn(text, command);
+}
+
+MarkedCommand CCommandDispatcher::stripMarks(std::uint32_t flags, std::string_view text) const {
+    MarkedCommand marked = kzStripMarks(flags, text);
+    try {
+        marked.flags = m_registry->resolve(marked.flags, marked.rest).flags;
+    } catch (const CommandTextError&) {  // spawning it tells what is wrong
+    }
+    return marked;
+}
+
 CCommandDispatcher::Outcome CCommandDispatcher::perform(std::string_view text, std::uint32_t flags) const {
-    const MarkedCommand marked = kzStripMarks(flags, text);
+    const MarkedCommand marked = stripMarks(flags, text);
     Outcome outcome;
     try {
         return performCommand(marked);
@@ -88,7 +108,7 @@ CCommandDispatcher::Outcome CCommandDispatcher::perform(std::string_view text, s
         outcome.code = kzCodeOfException();
         outcome.message = CMessageTables::codeText(outcome.code);
     }
-    report(marked.rest.substr(0, marked.rest.find(' ')), {outcome.code, outcome.message});
+    report(marked.rest.substr(0, marked.rest.find_first_of(" \t\n\r")), {outcome.code, outcome.message});
     return outcome;
 }
 
@@ -101,12 +121,9 @@ CCommandDispatcher::Outcome CCommandDispatcher::performCommand(const MarkedComma
     else query = parse(marked.rest, command);
     outcome.isQuery = query.has_value();
     if (query) {
-        try {
-            outcome.answers = kzQueryTexts(types(), command, *query);
-        } catch (KzResult code) {
-            const std::string name = CCommandArguments(types(), command.raw()).nameOf(*query);
-            throw CommandTextError{code, "argument \"" + name + "\": " + CMessageTables::codeText(code)};
-        }
+        const CCommandArguments arguments(types(), command.raw());
+        for (const std::string& answer : arguments.query(*query))
+            outcome.answers.push_back(arguments.wordOf(*query, answer));
         return outcome;
     }
     outcome.code = command.Execute(marked.flags);
@@ -114,7 +131,8 @@ CCommandDispatcher::Outcome CCommandDispatcher::performCommand(const MarkedComma
     return outcome;
 }
 
-KzResult CCommandDispatcher::report(const std::string& name, const CommandTextError& error) const {
+KzResult CCommandDispatcher::report(const std::string& name, const CommandTextError& error, IKzUnknown* command) const {
+    if (const CKzLoc_HostCommand own(command); own) own->Fail(error.code, error.text);
     const std::string prefix = error.code == KZe_CMD_UNKNOWN_COMMAND || name.empty() ? "" : name + ": ";
     m_registry->environment()->log->write("commands", error.code, prefix + error.text);
     return error.code;

@@ -29,9 +29,15 @@ public:
     // Spawns the command of a whole string without marks and sets its arguments. Returns the argument marked for a query.
     std::optional<std::uint32_t> parse(std::string_view text, CKzUser_Command& command) const;
 
-    // True for "@file args", and for the aliased path of a script file followed by its arguments.
+    // True for "@file args", for the aliased path of a script file followed by its arguments, and for an alias of either.
     bool isScript(std::string_view text) const;
     CKzUser_Command& spawnScript(std::string_view text, CKzUser_Command& command) const;
+    // The command, or the script, of that name or string. Throws CommandTextError.
+    CKzUser_Command& spawn(std::string_view text, CKzUser_Command& command) const;
+
+    // The flags set by the marks in front of the string and of the definitions of its aliases, and the string without its
+    // marks.
+    MarkedCommand stripMarks(std::uint32_t flags, std::string_view text) const;
 
     // Parses and runs a whole string, marks included. The answers are those of a query.
     struct Outcome {
@@ -42,8 +48,9 @@ public:
     };
     Outcome perform(std::string_view text, std::uint32_t flags) const;
 
-    // Logs what is wrong with a command string and returns the code.
-    KzResult report(const std::string& name, const CommandTextError& error) const;
+    // Logs what is wrong with a command string and returns the code. The command, where there is one, has it as its
+    // message.
+    KzResult report(const std::string& name, const CommandTextError& error, IKzUnknown* command = nullptr) const;
 
 private:
     CValueTypeRegistry& types() const;

@@ -15,34 +15,50 @@
 
 namespace kzhost {
 
-KzResult CCommandRun::execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
-                              const std::function<KzResult()>& body) {
+template <class Body> CCommandRun::Verdict CCommandRun::verdictOf(const Body& body) const {
+    try {
+        const KzResult code = body();
+        return {kzSucceeded(code) && kzFailed(m_message->msg_Code()) ? m_message->msg_Code() : code, {}};
+    } catch (const CommandTextError& error) {
+        return {error.code, error.text};
+    } catch (...) {
+        return {kzCodeOfException(), {}};
+    }
+}
+
+KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags, const std::function<KzResult()>& body) {
     if (flags == ~0U) flags = KZfCMD_EXEC_DEFAULT;
     m_message->msg_Reset();
     const CommandEnvironment& environment = *m_environment;
     environment.listeners->commands(
         [&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
     const CCommandState::Depth depth(*environment.state, flags);
-    KzResult code = KZe_OK;
-    std::string text;
-    try {
-        code = prepare(command, flags);
-        if (!kzFailed(code)) code = body();
-        if (!kzFailed(code) && kzFailed(m_message->msg_Code())) code = m_message->msg_Code();
-    } catch (const CommandTextError& error) {
-        code = error.code;
-        text = error.text;
-    } catch (...) {
-        code = kzCodeOfException();
+    std::string line;
+    const Verdict verdict = verdictOf([&] {
+        const KzResult code = prepare(command, flags);
+        if (kzFailed(code)) return code;
+        line = historyLine(command, flags);
+        return body();
+    });
+    if (kzFailed(verdict.code)) {
+        tell(verdict);
+        if ((flags & KZfCMD_EXEC_NOALERTS) == 0) environment.log->write("commands", verdict.code, reason());
+    } else if (!line.empty()) {
+        environment.state->remember(std::move(line));
     }
-    if (kzFailed(code)) tell(name, code, text, flags);
-    else if (environment.state->depth() == 1) remember(command, name, flags);
-    const int succeeded = kzSucceeded(code) ? 1 : 0;
+    const int succeeded = kzSucceeded(verdict.code) ? 1 : 0;
     environment.listeners->commands([&](IKzCmdSysListener& each) {
         each.ExecuteResult(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0, succeeded);
         each.ExecutePost(command, 0, 0);
     });
-    return code;
+    return verdict.code;
+}
+
+KzResult CCommandRun::query(const std::function<KzResult()>& body) {
+    m_message->msg_Reset();
+    const Verdict verdict = verdictOf(body);
+    if (kzFailed(verdict.code)) tell(verdict);
+    return verdict.code;
 }
 
 // Checks that the command is enabled, runs its dialog and lets it prepare. A module that does not implement Enable is
@@ -57,27 +73,44 @@ KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
     return kzRefuses(code) ? code : KZe_OK;
 }
 
-// The history holds what users and scripts ran, not what commands ran in turn.
-void CCommandRun::remember(IKzUnknown* command, const std::string& name, std::uint32_t flags) {
+// The history holds what users and scripts ran, not what commands ran in turn. The line is written before the command
+// runs, as what it does may change what its arguments mean.
+std::string CCommandRun::historyLine(IKzUnknown* command, std::uint32_t flags) const {
     std::uint32_t what = 0;
     const CCommandArguments arguments(*m_environment->types, command);
-    if ((flags & KZfCMD_EXEC_NOHISTORY) != 0 ||
+    if (m_environment->state->depth() > 1 || (flags & KZfCMD_EXEC_NOHISTORY) != 0 ||
         (kzSucceeded(arguments.command().Flags(&what)) && (what & KZfCMD_QUIET) != 0))
-        return;
-    m_environment->state->remember(arguments.write(name));
+        return {};
+    return arguments.write(m_name);
+}
+
+void CCommandRun::fail(KzResult code, const std::string& text) {
+    m_message->msg_Reset();
+    tell({code, text});
+}
+
+void CCommandRun::adopt(IKzMessage& message) {
+    m_message->copyFrom(message);
+    const CKzUser_Message own(m_message.raw());
+    const bool isNameless = kzMessageText(*own.ptr(), &IKzMessage::Table) == "commands" &&
+                            kzMessageText(*own.ptr(), &IKzMessage::Key) == "failed" &&
+                            kzMessageArgument(*own.ptr(), 1).empty();
+    if (isNameless) m_message->msg_SetArgumentString(1, m_name.c_str());
+}
+
+std::string CCommandRun::reason() const {
+    const CKzUser_Message message(m_message.raw());
+    return CMessageTables::textOf(*message.ptr());
 }
 
 // A reason that the command itself has put into the message stays.
-void CCommandRun::tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags) {
-    if (kzSucceeded(m_message->msg_Code())) m_message->msg_SetCode(code);
-    if (!m_message->hasText()) {
-        m_message->msg_SetMessage("commands", "failed", 0);
-        m_message->msg_SetArgumentString(1, name.c_str());
-        m_message->msg_SetArgumentString(2, (text.empty() ? CMessageTables::codeText(code) : text).c_str());
-    }
-    const CKzUser_Message asMessage(m_message.raw());
-    if ((flags & KZfCMD_EXEC_NOALERTS) == 0)
-        m_environment->log->write("commands", code, CMessageTables::textOf(*asMessage.ptr()));
+void CCommandRun::tell(const Verdict& verdict) {
+    if (kzSucceeded(m_message->msg_Code())) m_message->msg_SetCode(verdict.code);
+    if (m_message->hasText()) return;
+    const std::string text = verdict.text.empty() ? CMessageTables::codeText(verdict.code) : verdict.text;
+    m_message->msg_SetMessage("commands", "failed", 0);
+    m_message->msg_SetArgumentString(1, m_name.c_str());
+    m_message->msg_SetArgumentString(2, text.c_str());
 }
 
 }  // namespace kzhost

@@ -1,4 +1,5 @@
-// The execution of any command: it notifies listeners, reports failures and writes the history.
+// The execution of any command: it notifies listeners, reports failures and writes the history. The command's message tells
+// how the last execution went, or why its arguments were refused or a query failed.
 #pragma once
 
 #include "host/core/command_environment.h"
@@ -16,19 +17,32 @@ namespace kzhost {
 
 class CCommandRun {
 public:
-    explicit CCommandRun(CommandEnvironmentPtr environment) : m_environment(std::move(environment)) {}
+    CCommandRun(CommandEnvironmentPtr environment, std::string name)
+        : m_environment(std::move(environment)), m_name(std::move(name)) {}
 
     // Calls `body`, which returns a code or throws one or a CommandTextError. Afterwards the message holds the outcome.
-    KzResult execute(IKzUnknown* command, const std::string& name, std::uint32_t flags,
-                     const std::function<KzResult()>& body);
+    KzResult execute(IKzUnknown* command, std::uint32_t flags, const std::function<KzResult()>& body);
+    // As above for a query, which only leaves its reason in the message.
+    KzResult query(const std::function<KzResult()>& body);
+    // Puts a failure into the message.
+    void fail(KzResult code, const std::string& text);
+    // Copies the message of a module's command, which may leave it to the host to name the command.
+    void adopt(IKzMessage& message);
     const CHostRef<CMessage>& message() const { return m_message; }
 
 private:
+    struct Verdict {
+        KzResult code = 0;
+        std::string text;  // a reason that was thrown
+    };
+    template <class Body> Verdict verdictOf(const Body& body) const;
     KzResult prepare(IKzUnknown* command, std::uint32_t flags);
-    void remember(IKzUnknown* command, const std::string& name, std::uint32_t flags);
-    void tell(const std::string& name, KzResult code, const std::string& text, std::uint32_t flags);
+    std::string historyLine(IKzUnknown* command, std::uint32_t flags) const;  // empty for a command left out of it
+    std::string reason() const;
+    void tell(const Verdict& verdict);
 
     CommandEnvironmentPtr m_environment;
+    std::string m_name;
     CHostRef<CMessage> m_message = CHostRef<CMessage>::make();
 };
 

@@ -12,31 +12,56 @@ namespace kzhost {
 
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 bool isNameCharacter(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '.'; }
+bool isWrapper(char c) { return c == '{' || c == '"'; }
 
 class CArgumentReader {
 public:
     explicit CArgumentReader(std::string_view text) : m_text(text) {}
 
     bool skipBlanks() {
-        while (m_at < m_text.size() && isBlank(m_text[m_at])) ++m_at;
+        while (m_at < m_text.size() && kzIsBlank(m_text[m_at])) ++m_at;
         return m_at < m_text.size();
     }
 
     ArgumentText next() {
         ArgumentText argument;
         argument.at = m_at + 1;
-        argument.name = takeName();
-        if (m_at < m_text.size() && m_text[m_at] == '{') argument.value = takeBraces();
-        else if (m_at < m_text.size() && m_text[m_at] == '"') argument.value = takeQuotes();
-        else argument.value = takeWord(argument);
+        if (!takeWrapped(argument)) {
+            argument.name = takeName();
+            if (argument.name.empty()) takeWord(argument);
+        }
+        // What stands in front of a colon was the name.
+        if (!argument.name.empty() && !takeWrapped(argument)) takeWord(argument);
         return argument;
+    }
+
+    // A text in braces or quotes, or a word.
+    std::string first() {
+        if (!skipBlanks()) return {};
+        ArgumentText wrapped;
+        if (takeWrapped(wrapped)) return wrapped.name + wrapped.value;
+        return takeUntilBlank();
     }
 
     std::string_view rest() const { return m_text.substr(m_at); }
 
 private:
+    // A text in braces or quotes: the argument's name if a colon follows, otherwise its value. False if there is none.
+    bool takeWrapped(ArgumentText& argument) {
+        if (m_at >= m_text.size() || !isWrapper(m_text[m_at])) return false;
+        argument.isQuoted = m_text[m_at] == '"';
+        std::string text = argument.isQuoted ? takeQuotes() : takeBraces();
+        if (argument.name.empty() && !text.empty() && m_at < m_text.size() && m_text[m_at] == ':') {
+            ++m_at;
+            argument.name = std::move(text);
+        } else {
+            requireBlank();
+            argument.value = std::move(text);
+        }
+        return true;
+    }
+
     // "key:", where a value follows directly.
     std::string takeName() {
         std::size_t end = m_at;
@@ -50,49 +75,78 @@ private:
     std::string takeBraces() {
         const std::size_t start = m_at;
         std::size_t depth = 0;
-        for (; m_at < m_text.size(); ++m_at) {
+        do {
+            if (m_at == m_text.size())
+                throw CommandTextError{KZe_CMD_UNBALANCED_BRACES,
+                                       fmt::format("the brace at position {} is not closed", start + 1)};
             if (m_text[m_at] == '{') ++depth;
-            if (m_text[m_at] == '}' && --depth == 0) return closed(start);
-        }
-        throw CommandTextError{KZe_CMD_UNBALANCED_BRACES,
-                               fmt::format("the brace at position {} is not closed", start + 1)};
+            if (m_text[m_at] == '}') --depth;
+            ++m_at;
+        } while (depth > 0);
+        return std::string(m_text.substr(start + 1, m_at - start - 2));
     }
 
+    // Two quotes inside stand for one.
     std::string takeQuotes() {
-        const std::size_t start = m_at;
-        m_at = m_text.find('"', start + 1);
-        if (m_at != std::string_view::npos) return closed(start);
-        throw CommandTextError{KZe_CMD_UNBALANCED_BRACES,
-                               fmt::format("the quote at position {} is not closed", start + 1)};
+        const std::size_t start = m_at++;
+        std::string value;
+        for (;; ++m_at) {
+            const std::size_t end = m_text.find('"', m_at);
+            if (end == std::string_view::npos)
+                throw CommandTextError{KZe_CMD_UNBALANCED_BRACES,
+                                       fmt::format("the quote at position {} is not closed", start + 1)};
+            value += m_text.substr(m_at, end - m_at);
+            m_at = end + 1;
+            if (m_at == m_text.size() || m_text[m_at] != '"') return value;
+            value += '"';
+        }
     }
 
-    // What stands between the marks at `start` and here; nothing may follow directly.
-    std::string closed(std::size_t start) {
-        std::string value(m_text.substr(start + 1, m_at - start - 1));
-        ++m_at;
-        if (m_at < m_text.size() && !isBlank(m_text[m_at]))
+    void requireBlank() const {
+        if (m_at < m_text.size() && !kzIsBlank(m_text[m_at]))
             throw CommandTextError{KZe_CMD_BAD_DEFINITION,
                                    fmt::format("a blank is expected at position {}, after the closing {}", m_at + 1,
                                                m_text[m_at - 1] == '}' ? "brace" : "quote")};
-        return value;
     }
 
-    std::string takeWord(ArgumentText& argument) {
+    std::string takeUntilBlank() {
         const std::size_t start = m_at;
-        while (m_at < m_text.size() && !isBlank(m_text[m_at])) ++m_at;
-        std::string word(m_text.substr(start, m_at - start));
-        if (word.empty())
+        while (m_at < m_text.size() && !kzIsBlank(m_text[m_at])) ++m_at;
+        return std::string(m_text.substr(start, m_at - start));
+    }
+
+    void takeWord(ArgumentText& argument) {
+        argument.value = takeUntilBlank();
+        if (argument.value.empty())
             throw CommandTextError{
                 KZe_CMD_ERROR_ARG_MISSING_VALUE,
                 fmt::format("argument \"{}\" at position {} has no value; an empty text is written {{}}", argument.name,
                             argument.at)};
-        argument.isQuery = word == KZsCMD_QUERYMARK;
-        return word;
+        argument.isQuery = argument.value == KZsCMD_QUERYMARK;
+        argument.isQuoted = false;
     }
 
     std::string_view m_text;
     std::size_t m_at = 0;
 };
+
+std::string quoted(std::string_view text) {
+    std::string all = "\"";
+    for (const char c : text) {
+        if (c == '"') all += '"';
+        all += c;
+    }
+    return all + '"';
+}
+
+bool isBalanced(std::string_view text) {
+    std::ptrdiff_t depth = 0;
+    for (const char c : text) {
+        depth += c == '{' ? 1 : (c == '}' ? -1 : 0);
+        if (depth < 0) return false;
+    }
+    return depth == 0;
+}
 
 }  // namespace
 
@@ -107,7 +161,7 @@ MarkedCommand kzStripMarks(std::uint32_t flags, std::string_view text) {
         {KZsCMD_NODIALOG, KZfCMD_EXEC_NODIALOG},
         {KZsCMD_SHOWDIALOG, KZfCMD_EXEC_SHOWDIALOG},
     };
-    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && kzIsBlank(text.front())) text.remove_prefix(1);
     for (const Mark& each : marks) {
         if (!text.starts_with(each.mark)) continue;
         text.remove_prefix(each.mark.size());
@@ -115,25 +169,30 @@ MarkedCommand kzStripMarks(std::uint32_t flags, std::string_view text) {
         flags |= each.flag;
         break;
     }
-    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && kzIsBlank(text.front())) text.remove_prefix(1);
     return {flags, std::string(text)};
 }
 
 std::string kzFirstWord(std::string_view text, std::string_view* rest) {
     CArgumentReader reader(text);
-    if (!reader.skipBlanks()) return {};
-    const bool wrapped = reader.rest().front() == '{' || reader.rest().front() == '"';
-    std::string word;
-    if (wrapped) {
-        word = reader.next().value;
-    } else {
-        const std::string_view left = reader.rest();
-        const auto end = std::find_if(left.begin(), left.end(), isBlank);
-        word.assign(left.begin(), end);
-    }
-    const std::string_view left = reader.rest();
-    if (rest != nullptr) *rest = wrapped ? left : left.substr(word.size());
+    std::string word = reader.first();
+    if (rest != nullptr) *rest = reader.rest();
     return word;
+}
+
+bool kzIsCommandName(std::string_view name) noexcept {
+    constexpr std::string_view marks = "!?@";
+    return !name.empty() && marks.find(name.front()) == std::string_view::npos &&
+           std::none_of(name.begin(), name.end(), [](char c) { return kzIsBlank(c) || isWrapper(c) || c == '}'; });
+}
+
+void kzRequireBlankAfterName(std::string_view text) {
+    std::string_view rest;
+    kzFirstWord(text, &rest);
+    const auto argument = std::find_if_not(rest.begin(), rest.end(), kzIsBlank);
+    if (argument != rest.end() && std::find(rest.begin(), argument, ' ') == argument)
+        throw CommandTextError{KZe_CMD_BAD_DEFINITION, fmt::format("a blank is expected at position {}, after the name",
+                                                                   text.size() - rest.size() + 1)};
 }
 
 std::vector<ArgumentText> kzParseArguments(std::string_view text) {
@@ -142,20 +201,17 @@ std::vector<ArgumentText> kzParseArguments(std::string_view text) {
     return arguments;
 }
 
-std::string kzWriteArgument(std::string_view value) {
+std::string kzWriteArgument(std::string_view name, std::string_view value) {
+    const bool isPlainName = std::all_of(name.begin(), name.end(), isNameCharacter);
+    std::string start = (isPlainName ? std::string(name) : quoted(name)) + ":";
     const bool isPlain =
-        !value.empty() && value != KZsCMD_QUERYMARK && std::all_of(value.begin(), value.end(), [](char c) {
-            return !isBlank(c) && c != ':' && c != '{' && c != '}' && c != '"' && c != '|';
+        !value.empty() && value != KZsCMD_QUERYMARK && std::none_of(value.begin(), value.end(), [](char c) {
+            return kzIsBlank(c) || isWrapper(c) || c == ':' || c == '}' || c == '|';
         });
-    if (isPlain) return std::string(value);
-    std::ptrdiff_t depth = 0;
-    bool balanced = true;
-    for (const char c : value) {
-        depth += c == '{' ? 1 : (c == '}' ? -1 : 0);
-        balanced = balanced && depth >= 0;
-    }
-    // Unbalanced braces can only stand between quotes.
-    return balanced && depth == 0 ? "{" + std::string(value) + "}" : "\"" + std::string(value) + "\"";
+    if (isPlain) return start += value;
+    // In braces, a bar between words still makes a toggle.
+    if (isBalanced(value) && value.find('|') == std::string_view::npos) return (start + '{').append(value) + '}';
+    return start + quoted(value);
 }
 
 }  // namespace kzhost

@@ -135,6 +135,7 @@ void CModuleTable::read(Source& source) const {
     const std::uint32_t count = CKzUser_TagDescription(source.module.raw()).Count();
     std::vector<KzServer> list = describe(source, 0, count);
     const std::lock_guard lock(m_lock);
+    ++m_changes;
     source.servers = std::move(list);
     source.records = count;
     source.isStale = false;
@@ -151,6 +152,7 @@ bool CModuleTable::readEnd(Source& source, std::vector<KzServer>& added) {
                           isSame(end.front(), source.servers.back());
     if (!hasGrown) return false;
     source.servers.insert(source.servers.end(), end.begin() + 1, end.end());
+    ++m_changes;
     source.records = count;
     source.isStale = true;
     added.insert(added.end(), end.begin() + 1, end.end());
@@ -216,6 +218,7 @@ bool CModuleTable::remove(std::string_view pathOrName) {
         const auto ours = [&](const auto& source) { return source->path == path; };
         std::copy_if(m_sources.begin(), m_sources.end(), std::back_inserter(removal), ours);
         std::erase_if(m_sources, ours);
+        ++m_changes;
     }
     for (const auto& source : removal) source->servers.clear();
     while (!removal.empty()) removal.pop_back();  // the outer one was first in, so its object goes last
@@ -267,6 +270,11 @@ std::vector<std::pair<std::string, std::string>> CModuleTable::modules() const {
     std::vector<std::pair<std::string, std::string>> list;
     for (const auto& source : m_sources) list.emplace_back(source->name, source->path);
     return list;
+}
+
+std::uint64_t CModuleTable::changes() const {
+    const std::lock_guard lock(m_lock);
+    return m_changes;
 }
 
 CKzLoc_Unknown& CModuleTable::spawn(const KzServer& server, CKzLoc_Unknown& object) {

@@ -73,6 +73,8 @@ public:
     std::vector<std::string> classNames() const;
     std::optional<KzServer> find(std::string_view className, std::string_view name) const;
     std::vector<std::pair<std::string, std::string>> modules() const;  // name and path
+    // A number that changes with the lists of servers.
+    std::uint64_t changes() const;
 
     // A new instance of the server with one reference; throws the module's code.
     static CKzLoc_Unknown& spawn(const KzServer& server, CKzLoc_Unknown& object);
@@ -101,6 +103,7 @@ private:
     IKzUnknown* m_application = nullptr;
     mutable std::recursive_mutex m_lock;
     std::vector<std::shared_ptr<Source>> m_sources;
+    mutable std::uint64_t m_changes = 0;
     bool m_closesLibraries = false;
 };
 

@@ -15,7 +15,7 @@ namespace kzhost {
 CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name,
                                std::uint32_t tag)
     : CServiceBase(environment->context), m_inner(inner), m_name(std::move(name)), m_tag(tag),
-      m_run(std::move(environment)) {
+      m_run(std::move(environment), m_name) {
     if (!m_inner) throw KZe_NOINTERFACE;
 }
 
@@ -48,14 +48,22 @@ KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
     return m_run.message()->isSilent() && ownMessage(own) != nullptr ? own.get(message) : m_run.message().give(message);
 }
 
-// The module's message is copied into the run's message, which goes to the log and the listeners.
+template <class Operation> KzResult CServedCommand::told(const Operation& operation) {
+    const KzResult code = operation();
+    CKzUser_Message own;
+    if (ownMessage(own) != nullptr) m_run.adopt(*own.ptr());
+    return code;
+}
+
 KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(rawSelf(), m_name, flags, [this, flags] {
-        const KzResult code = m_inner.Execute(flags);
-        CKzUser_Message own;
-        if (ownMessage(own) != nullptr) m_run.message()->copyFrom(*own.ptr());
-        return code;
+    return m_run.execute(rawSelf(), flags, [this, flags] { return told([&] { return m_inner.Execute(flags); }); });
+}
+
+KzResult CServedCommand::cmd_Query(std::uint32_t index, IKzUnknown* values) {
+    return m_run.query([&] {
+        const KzResult code = m_inner.Query(index, values);
+        return kzFailed(code) ? told([code] { return code; }) : code;
     });
 }
 

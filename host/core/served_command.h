@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/core/command_run.h"
+#include "host/core/host_command.h"
 #include "host/core/object.h"
 #include "host/core/service_base.h"
 
@@ -13,7 +14,7 @@ namespace kzhost {
 
 // Forwards every operation to the module's object. Executing it also notifies the listeners, and there is always a message
 // with the outcome: the module's own if it says anything.
-class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command>,
+class CServedCommand final : public CHosted<"served command", CServedCommand, CKzIfc_Command, CKzIfc_HostCommand>,
                              public CHostSelf<CServedCommand>,
                              CServiceBase {
 public:
@@ -83,9 +84,13 @@ public:
     }
     KzResult cmd_NotifyRemoveClient(IKzUnknown* client) override { return m_inner.NotifyRemoveClient(client); }
     KzResult cmd_Copy(IKzUnknown* source) override { return m_inner.Copy(source); }
-    KzResult cmd_Query(std::uint32_t index, IKzUnknown* values) override { return m_inner.Query(index, values); }
+    KzResult cmd_Query(std::uint32_t index, IKzUnknown* values) override;
+
+    void hostcommand_Fail(KzResult code, const std::string& text) override { m_run.fail(code, text); }
 
 private:
+    // Runs an operation of the module's object. The module's message, if it says anything, is copied into the run's.
+    template <class Operation> KzResult told(const Operation& operation);
     // The module's own message if it says anything; null otherwise.
     IKzUnknown* ownMessage(CKzUser_Message& message) const;
     // Falls back to the command's name where the module has no name for people.

@@ -4,6 +4,7 @@
 #include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/state/property_table.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
@@ -63,6 +64,10 @@ std::string CValueTypeRegistry::expects(const KzValueType& type) const {
     constexpr std::size_t most = 20;
     for (std::size_t at = 0; at < std::min(choiceNames.size(), most); ++at) expected += " " + choiceNames[at];
     return choiceNames.size() > most ? expected + " ..." : expected;
+}
+
+std::string CValueTypeRegistry::shown(const KzValueType& type, const KzCell& cell) const {
+    return kzShowCell(type, cell, m_properties->get("units").value_or(KZsUNITSYSTEM_SI));
 }
 
 KzResult CValueTypeRegistry::makeValue(const KzValueType& type, IKzUnknown** value, const KzCell* cell) const {

@@ -19,11 +19,13 @@
 namespace kzhost {
 
 class CModuleTable;
+class CPropertyTable;
 
 // Looks up value types in the host's own table and among the value servers of its modules.
 class CValueTypeRegistry : public std::enable_shared_from_this<CValueTypeRegistry> {
 public:
-    explicit CValueTypeRegistry(std::shared_ptr<CModuleTable> modules) : m_modules(std::move(modules)) {}
+    CValueTypeRegistry(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CPropertyTable> properties)
+        : m_modules(std::move(modules)), m_properties(std::move(properties)) {}
 
     // The type of that name; null if there is none.
     const KzValueType* find(std::string_view name);
@@ -33,6 +35,8 @@ public:
     const KzValueType& need(KzResult code, const char* place, std::string_view name);
     // The texts that the type parses, for error messages.
     std::string expects(const KzValueType& type) const;
+    // The cell for people, in the present system of units.
+    std::string shown(const KzValueType& type, const KzCell& cell) const;
     // The choices offered by the hints of a served type, as internal names.
     std::vector<std::string> choices(std::string_view type) const;
 
@@ -46,6 +50,7 @@ public:
 
 private:
     std::shared_ptr<CModuleTable> m_modules;
+    std::shared_ptr<CPropertyTable> m_properties;
     CTextPool m_texts;
     mutable std::mutex m_lock;
     std::map<std::string, KzValueType, std::less<>> m_served;  // the served types used so far, at stable addresses

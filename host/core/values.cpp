@@ -116,7 +116,7 @@ KzResult CValue::val_SetFlt(double value) {
 }
 
 KzResult CValue::val_GetString(char* buffer, std::uint32_t length) {
-    return kzFillText(kzFormatCell(*m_type, m_cell), buffer, length);
+    return kzFillCell(*m_type, m_cell, buffer, length);
 }
 
 KzResult CValue::val_SetString(const char* value) {

@@ -17,6 +17,7 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -116,12 +117,19 @@ public:
 
 private:
     // Runs the action. An error in a command string goes to the log, once, where the string is parsed.
-    template <class Action> KzResult reporting(const std::string& name, Action&& action) const {
+    template <class Action>
+    KzResult reporting(const std::string& name, Action&& action, IKzUnknown* command = nullptr) const {
         try {
             return action();
         } catch (const CommandTextError& error) {
-            return m_dispatcher->report(name, error);
+            return m_dispatcher->report(name, error, command);
         }
+    }
+    // As above, for the arguments of a command; INVALIDARG for another object.
+    template <class Action> KzResult withArguments(IKzUnknown* command, Action&& action) const {
+        CCommandArguments arguments(*m_types, command);
+        return reporting(
+            nameOf(arguments.command()), [&] { return action(arguments); }, command);
     }
 
     std::shared_ptr<CCommandDispatcher> m_dispatcher;
@@ -144,18 +152,18 @@ KzResult CCommandService::commandservice_Spawn(std::uint32_t tag, const char* na
     const std::string commandName = tag != 0 ? m_state->nameOf(tag).value_or("") : kzString(name);
     return reporting(commandName, [&] {
         CKzUser_Command object;
-        return m_dispatcher->registry().spawn(commandName, object).get(command);
+        return m_dispatcher->spawn(commandName, object).get(command);
     });
 }
 
 KzResult CCommandService::commandservice_SpawnFromString(const char* args, std::uint32_t* flags,
                                                          std::int32_t* queryIndex, IKzUnknown** command) {
     enter("Command.SpawnFromString");
-    const MarkedCommand parts = kzStripMarks(0, kzTextOf(args));
-    return reporting(parts.rest.substr(0, parts.rest.find(' ')), [&] {
+    const MarkedCommand marked = m_dispatcher->stripMarks(0, kzTextOf(args));
+    return reporting(marked.rest.substr(0, marked.rest.find_first_of(" \t\n\r")), [&] {
         CKzUser_Command object;
-        const auto query = m_dispatcher->parse(parts.rest, object);
-        *flags = parts.flags;
+        const auto query = m_dispatcher->parse(marked.rest, object);
+        *flags = marked.flags;
         *queryIndex = query ? static_cast<std::int32_t>(*query) : KZiCMD_QUERYINDEX_NONE;
         return object.get(command);
     });
@@ -165,33 +173,28 @@ KzResult CCommandService::commandservice_SpawnFromString(const char* args, std::
 KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, std::int32_t* state,
                                                            IKzUnknown** value) {
     enter("Command.GetToggleArgState");
-    const CKzUser_Command asCommand(command);
-    std::uint32_t index = 0;
-    if (!asCommand) return KZe_INVALIDARG;
-    if (kzFailed(asCommand.ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
-    const CKzUser_Attributes attributes(command);
-    const std::string onValue = kzAttributeText(attributes, index);
-    const std::vector<std::string> now = kzQueryTexts(*m_types, asCommand, index);
-    const std::string present = now.empty() ? std::string() : now.front();
-    const bool isOn = onValue.empty() ? !present.empty() && present != "0" && present != "false" : present == onValue;
-    *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
-    const char* type = nullptr;
-    attributes.TypeName(index, &type);
-    CKzLoc_Unknown object;
-    const KzValueType& valueType =
-        m_types->need(KZe_CMD_DATATYPE_UNAVAILABLE, "Command.GetToggleArgState", kzTextOf(type));
-    if (const KzResult code = m_types->makeValue(valueType, object.out()); kzFailed(code)) return code;
-    if (!now.empty()) kzSetValueText(object.raw(), present.c_str());
-    return object.get(value);
+    return withArguments(command, [&](const CCommandArguments& arguments) {
+        std::uint32_t index = 0;
+        if (kzFailed(arguments.command().ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
+        const std::string wanted = kzAttributeText(arguments.attributes(), index);
+        CKzLoc_Unknown array, object;
+        const std::vector<std::string> now = arguments.query(index, array.out());
+        const std::string present = now.empty() ? std::string() : now.front();
+        const bool isOn = wanted.empty() ? !present.empty() && present != "0" && present != "false" : present == wanted;
+        *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
+        const CKzUser_ValueArray values(array.raw());
+        const KzResult code = now.empty() ? values.AddEmptyValue(object.out()) : values.GetValue(0, object.out());
+        return kzFailed(code) ? code : object.get(value);
+    });
 }
 
 KzResult CCommandService::commandservice_ProcessStringFlags(std::uint32_t flags, const char* text,
                                                             std::uint32_t* newFlags, const char** rest) {
     enter("Command.ProcessStringFlags");
-    const MarkedCommand command = kzStripMarks(flags, kzTextOf(text));
-    if (command.rest.empty()) return KZe_CMD_BAD_DEFINITION;
-    *newFlags = command.flags;
-    *rest = text + (kzTextOf(text).size() - command.rest.size());  // points into the caller's own text
+    const MarkedCommand marked = m_dispatcher->stripMarks(flags, kzTextOf(text));
+    if (marked.rest.empty()) return KZe_CMD_BAD_DEFINITION;
+    *newFlags = marked.flags;
+    *rest = text + (kzTextOf(text).size() - marked.rest.size());  // points into the caller's own text
     return KZe_OK;
 }
 
@@ -206,9 +209,8 @@ KzResult CCommandService::commandservice_SpawnImplicitScript(const char* definit
 KzResult CCommandService::commandservice_ParseArgString(IKzUnknown* command, std::uint32_t /*alertFlags*/,
                                                         const char* args) {
     enter("Command.ParseArgString");
-    const CKzUser_Command asCommand(command);
-    return reporting(nameOf(asCommand), [&] {
-        CCommandArguments(*m_types, command).assign(kzParseArguments(kzTextOf(args)));
+    return withArguments(command, [&](CCommandArguments& arguments) {
+        arguments.assign(kzParseArguments(kzTextOf(args)));
         return KZe_OK;
     });
 }
@@ -218,8 +220,7 @@ KzResult CCommandService::commandservice_ParseAttribObject(IKzUnknown* command, 
     enter("Command.ParseAttribObject");
     const CKzUser_Attributes source(args);
     if (!source) return KZe_INVALIDARG;
-    return reporting(nameOf(CKzUser_Command(command)), [&] {
-        CCommandArguments arguments(*m_types, command);
+    return withArguments(command, [&](CCommandArguments& arguments) {
         for (std::uint32_t index = 0; index < source.Count(); ++index) {
             const char* name = nullptr;
             if (const KzResult code = source.Name(index, &name); kzFailed(code)) return code;
@@ -233,24 +234,32 @@ KzResult CCommandService::commandservice_QueryArgString(IKzUnknown* command, std
                                                         const char* args, std::int32_t includesName,
                                                         IKzUnknown** values, std::uint32_t* queryIndex) {
     enter("Command.QueryArgString");
-    const CKzUser_Command asCommand(command);
-    std::string_view text = kzTextOf(args);
-    return reporting(nameOf(asCommand), [&] {
-        if (includesName != 0) kzFirstWord(text, &text);
-        const std::vector<ArgumentText> arguments = kzParseArguments(text);
+    return withArguments(command, [&](CCommandArguments& arguments) {
+        std::string_view text = kzTextOf(args);
+        std::optional<std::uint32_t> query;
+        if (includesName != 0) {
+            if (m_dispatcher->registry().alias(kzFirstWord(text, &text))) {
+                CKzUser_Command another;  // to see which argument the alias marks
+                m_dispatcher->registry().spawn(kzTextOf(args), another, &query);
+            }
+        }
+        const std::vector<ArgumentText> given = kzParseArguments(text);
         // Without a query mark the caller goes on to parse the string and execute the command.
-        if (std::none_of(arguments.begin(), arguments.end(), [](const ArgumentText& each) { return each.isQuery; }))
+        if (!query && std::none_of(given.begin(), given.end(), [](const ArgumentText& each) { return each.isQuery; }))
             return KZe_CMD_NO_QUERY_MARKED;
-        *queryIndex = CCommandArguments(*m_types, command).assign(arguments).value();
-        kzQueryTexts(*m_types, asCommand, *queryIndex, values);
+        const auto marked = arguments.assign(given);
+        *queryIndex = marked ? *marked : query.value();
+        arguments.query(*queryIndex, values);
         return KZe_OK;
     });
 }
 
 KzResult CCommandService::commandservice_QueryIndex(IKzUnknown* command, std::uint32_t index, IKzUnknown** values) {
     enter("Command.QueryIndex");
-    kzQueryTexts(*m_types, CKzUser_Command(command), index, values);
-    return KZe_OK;
+    return withArguments(command, [&](const CCommandArguments& arguments) {
+        arguments.query(index, values);
+        return KZe_OK;
+    });
 }
 
 KzResult CCommandService::commandservice_ExecuteString(std::uint32_t flags, const char* text, IKzUnknown* message) {
@@ -280,7 +289,7 @@ KzResult CCommandService::commandservice_AliasCreate(const char* alias, const ch
                                                      std::uint32_t /*flags*/) {
     enter("Command.AliasCreate");
     const std::string name(kzTextOf(alias));
-    if (name.empty() || name != kzFirstWord(name) || kzTextOf(definition).empty()) return KZe_INVALIDARG;
+    if (!kzIsCommandName(name) || kzTextOf(definition).empty()) return KZe_INVALIDARG;
     return m_dispatcher->registry().addAlias(name, definition) ? KZe_OK : KZe_CMD_ALREADY_EXISTS;
 }
 

@@ -7,6 +7,7 @@
 #include "host/core/log_store.h"
 #include "host/core/message.h"
 #include "host/core/module_table.h"
+#include "host/core/needed_names.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
@@ -59,23 +60,15 @@ const std::string& needElement(const Selection& selection) {
 
 // A new command from the selected string: a name, optionally with arguments.
 CKzUser_Command& selectedCommand(const QueryEnvironment& host, const Selection& selection, CKzUser_Command& command) {
-    try {
-        host.dispatcher->parse(needElement(selection), command);
-    } catch (const CommandTextError& error) {
-        throw error.code;
-    }
+    host.dispatcher->parse(needElement(selection), command);
     return command;
 }
 
 // Calls `tell` for each of the selected command's arguments.
 template <class Tell>
 void eachArgument(const QueryEnvironment& host, const CKzUser_Command& command, const Tell& tell) {
-    try {
-        const CCommandArguments arguments(*host.types, command.raw());
-        for (std::uint32_t index = 0; index < arguments.count(); ++index) tell(arguments, index);
-    } catch (const CommandTextError& error) {
-        throw error.code;
-    }
+    const CCommandArguments arguments(*host.types, command.raw());
+    for (std::uint32_t index = 0; index < arguments.count(); ++index) tell(arguments, index);
 }
 
 constexpr AttributeRow commandAttributes[] = {
@@ -107,7 +100,7 @@ constexpr AttributeRow commandAttributes[] = {
          const KzResult code = selectedCommand(host, selection, command).DialogInit();
          if (kzRefuses(code)) throw code;
          eachArgument(host, command, [&](const CCommandArguments& arguments, std::uint32_t index) {
-             add(kzAttributeText(arguments.attributes(), index));
+             add(arguments.isSecret(index) ? "" : kzAttributeText(arguments.attributes(), index));
          });
      }},
     {"enabled", KZsTYPE_BOOLEAN,  // true if the selected command is enabled
@@ -141,7 +134,7 @@ constexpr AttributeRow hostAttributes[] = {
      }},
     {"servers", KZsTYPE_STRING,  // of the selected class, or all
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
-         for (const KzServer& server : host.modules->servers(selection.element)) add(server.name);
+         for (const KzServer& server : host.modules->servers(kzNeedClass(selection.element))) add(server.name);
      }},
     {"classes", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
@@ -161,11 +154,12 @@ constexpr AttributeRow logAttributes[] = {
      }},
     {"count", KZsTYPE_INTEGER,  // of lines, children included
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
-         add(std::to_string(host.log->lines(needElement(selection)).size()));
+         add(std::to_string(host.log->lines(kzNeedSubsystem(*host.log, needElement(selection))).size()));
      }},
     {"lines", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
-         for (const LogLine& line : host.log->lines(needElement(selection))) add(kzWithoutMarkup(line.text));
+         for (const LogLine& line : host.log->lines(kzNeedSubsystem(*host.log, needElement(selection))))
+             add(kzWithoutMarkup(line.text));
      }},
 };
 
@@ -176,7 +170,9 @@ constexpr AttributeRow fileAttributes[] = {
      }},
     {"path", KZsTYPE_STRING,  // of the selected aliased path
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
-         if (const auto path = host.files->expand(needElement(selection))) add(*path);
+         const auto path = host.files->expand(needElement(selection));
+         if (!path) throw CommandTextError{KZe_NOTFOUND, "there is no alias for \"" + selection.element + "\""};
+         add(*path);
      }},
 };
 
@@ -187,7 +183,8 @@ constexpr AttributeRow valueAttributes[] = {
      }},
     {"choices", KZsTYPE_STRING,  // of the selected type, if a module serves it with hints
      [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
-         for (const std::string& choice : host.types->choices(needElement(selection))) add(choice);
+         const auto& type = host.types->need(KZe_NOTFOUND, "ScriptQuery.Query", needElement(selection));
+         for (const std::string& choice : host.types->choices(type.name)) add(choice);
      }},
     {"units", KZsTYPE_STRING,
      [](const QueryEnvironment& host, const Selection&, const auto& add) {
@@ -254,9 +251,13 @@ KzResult CScriptQuery::sq_Query(std::uint32_t index, IKzUnknown* values) {
     enter("ScriptQuery.Query");
     const CKzUser_ValueArray target(values);
     if (!target) return KZe_INVALIDARG;
-    row(index).answer(*m_host, m_selection, [&](const std::string& text) {
-        if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) throw code;
-    });
+    try {
+        row(index).answer(*m_host, m_selection, [&](const std::string& text) {
+            if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) throw code;
+        });
+    } catch (const CommandTextError& error) {
+        return kzBecause(error.code, "ScriptQuery.Query", [&error] { return error.text; });
+    }
     return KZe_OK;
 }
 

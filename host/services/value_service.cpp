@@ -143,7 +143,8 @@ KzResult CValueService::valueservice_EncodeText(IKzUnknown* value, std::int32_t 
                                                 std::uint32_t length) {
     enter("Value.EncodeText");
     if (const auto own = CHostRef<CValue>::of(value))
-        return kzFillText(kzFormatCell(own->type(), own->cell(), nice != 0), buffer, length);
+        return nice != 0 ? kzFillText(m_types->shown(own->type(), own->cell()), buffer, length)
+                         : kzFillCell(own->type(), own->cell(), buffer, length);
     if (const KzResult code = kzEncodeServed(value, nice != 0, buffer, length); code != KZe_NOTIMPL) return code;
     const CKzUser_Value asValue(value);
     return asValue ? asValue->GetString(buffer, length) : KZe_INVALIDARG;

@@ -1,6 +1,8 @@
 // The state of the command service.
 #include "host/state/command_state.h"
 
+#include <utility>
+
 namespace kzhost {
 
 namespace {
@@ -43,10 +45,10 @@ std::vector<std::string> CCommandState::aliases() const {
     return names;
 }
 
-void CCommandState::remember(const std::string& text) {
+void CCommandState::remember(std::string text) {
     const std::lock_guard lock(m_lock);
-    m_history.push_back(text);
     m_historyBytes += text.size();
+    m_history.push_back(std::move(text));
     while (m_history.size() > longestHistory || (m_historyBytes > mostHistoryBytes && m_history.size() > 1)) {
         m_historyBytes -= m_history.front().size();
         m_history.pop_front();
@@ -70,22 +72,26 @@ std::vector<std::string> CCommandState::history() const {
 
 std::uint32_t CCommandState::depth() const {
     const std::lock_guard lock(m_lock);
-    return static_cast<std::uint32_t>(m_runs.size());
+    const auto own = m_running.find(std::this_thread::get_id());
+    return own != m_running.end() ? static_cast<std::uint32_t>(own->second.size()) : 0;
 }
 
 std::uint32_t CCommandState::flags() const {
     const std::lock_guard lock(m_lock);
-    return m_runs.empty() ? 0 : m_runs.back();
+    const auto own = m_running.find(std::this_thread::get_id());
+    return own != m_running.end() ? own->second.back() : 0;
 }
 
 CCommandState::Depth::Depth(CCommandState& system, std::uint32_t flags) : m_system(system) {
     const std::lock_guard lock(system.m_lock);
-    system.m_runs.push_back(flags);
+    system.m_running[std::this_thread::get_id()].push_back(flags);
 }
 
 CCommandState::Depth::~Depth() {
     const std::lock_guard lock(m_system.m_lock);
-    m_system.m_runs.pop_back();
+    const auto own = m_system.m_running.find(std::this_thread::get_id());
+    own->second.pop_back();
+    if (own->second.empty()) m_system.m_running.erase(own);
 }
 
 }  // namespace kzhost

@@ -1,4 +1,4 @@
-// The state of the command service: the numbers of names, aliases, the history, and the commands that run.
+// The state of the command service: the numbers of names, aliases, the history, and the commands that each thread runs.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace kzhost {
@@ -24,16 +25,17 @@ public:
     std::optional<std::string> alias(const std::string& name) const;
     std::vector<std::string> aliases() const;
 
-    void remember(const std::string& text);
+    void remember(std::string text);
     // The latest commands, oldest first: at most 1000 commands and 16 MiB of text, but always the latest one.
     std::vector<std::string> history() const;
     std::uint32_t historyCount() const;
     std::optional<std::string> historyAt(std::uint32_t index) const;
 
+    // Of the commands that the calling thread runs:
     std::uint32_t depth() const;
-    std::uint32_t flags() const;  // of the innermost running command
+    std::uint32_t flags() const;  // of the innermost one
 
-    // A guard: one more command runs for as long as it lives.
+    // A guard: one more command runs on this thread for as long as it lives.
     class Depth {
     public:
         Depth(CCommandState& system, std::uint32_t flags);
@@ -51,7 +53,7 @@ private:
     std::map<std::string, std::string> m_aliases;
     std::deque<std::string> m_history;
     std::size_t m_historyBytes = 0;
-    std::vector<std::uint32_t> m_runs;
+    std::map<std::thread::id, std::vector<std::uint32_t>> m_running;  // without threads that run none
 };
 
 }  // namespace kzhost

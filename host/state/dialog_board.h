@@ -14,9 +14,10 @@ struct DialogQuestion {
     std::string command;
     std::string argument;  // its name for people
     std::string description;
-    std::string expected;  // "an integer"
-    std::string present;   // the value that an empty answer keeps; empty for none
-    std::string problem;   // what was wrong with the last answer
+    std::string expected;   // "an integer"
+    std::string present;    // the value that an empty answer keeps; empty for none
+    bool isSecret = false;  // a password, which is not to be seen
+    std::string problem;    // what was wrong with the last answer
 };
 
 // Holds the callback that answers. Without one, every value stays as it is.

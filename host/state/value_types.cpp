@@ -1,6 +1,8 @@
 // The value types of the host.
 #include "host/state/value_types.h"
 
+#include "host/state/text.h"
+
 #include "kz/value.h"
 
 #include <fmt/format.h>
@@ -18,8 +20,10 @@ namespace kzhost {
 namespace {
 
 constexpr KzUnit angleUnits[] = {{"deg", std::numbers::pi / 180}, {"rad", 1}};
-constexpr KzUnit distanceUnits[] = {{"mm", 0.001},  {"cm", 0.01},   {"km", 1000},     {"um", 1e-6},
-                                    {"in", 0.0254}, {"ft", 0.3048}, {"mi", 1609.344}, {"m", 1}};
+constexpr KzUnit distanceUnits[] = {{"um", 1e-6, KZsUNITSYSTEM_METRIC},      {"mm", 0.001, KZsUNITSYSTEM_METRIC},
+                                    {"cm", 0.01, KZsUNITSYSTEM_METRIC},      {"in", 0.0254, KZsUNITSYSTEM_ENGLISH},
+                                    {"ft", 0.3048, KZsUNITSYSTEM_ENGLISH},   {"km", 1000, KZsUNITSYSTEM_METRIC},
+                                    {"mi", 1609.344, KZsUNITSYSTEM_ENGLISH}, {"m", 1, "si metric"}};
 constexpr KzUnit percentUnits[] = {{"%", 0.01}};
 constexpr KzUnit timeUnits[] = {{"ms", 0.001}, {"min", 60}, {"s", 1}};
 
@@ -29,7 +33,7 @@ constexpr KzValueType types[] = {
     {KZsTYPE_FLOAT, KZiVALUE_TYPE_FLOAT, "a number, as 1.5 or 2e-3", {}, ""},
     {KZsTYPE_STRING, KZiVALUE_TYPE_STRING, "a text", {}, ""},
     {KZsTYPE_ANGLE, KZiVALUE_TYPE_FLOAT, "an angle in radians, or with a unit, as 90deg", angleUnits, "deg"},
-    {KZsTYPE_DISTANCE, KZiVALUE_TYPE_FLOAT, "a distance in metres, or with a unit, as 20mm or 3ft", distanceUnits, "m"},
+    {KZsTYPE_DISTANCE, KZiVALUE_TYPE_FLOAT, "a distance in metres, or with a unit, as 20mm or 3ft", distanceUnits, ""},
     {KZsTYPE_PERCENT, KZiVALUE_TYPE_FLOAT, "a fraction, as 0.5, or percent, as 50%", percentUnits, "%"},
     {KZsTYPE_TIME, KZiVALUE_TYPE_FLOAT, "a time in seconds, or with a unit, as 40ms", timeUnits, "s"},
     {KZsTYPE_CHOICE, KZiVALUE_TYPE_INTEGER, "the number of a choice", {}, ""},
@@ -37,6 +41,21 @@ constexpr KzValueType types[] = {
     {KZsTYPE_FILEPATH, KZiVALUE_TYPE_STRING, "a path", {}, ""},
     {KZsTYPE_COLOR, KZiVALUE_TYPE_OBJECT, "three numbers for red, green and blue, as {1.0 0.5 0.0}", {}, ""},
 };
+
+// The largest unit of the system that is not larger than the value, or its smallest one. Zero is shown as one would be.
+const KzUnit* shownUnit(const KzValueType& type, double number, std::string_view system) {
+    const double size = number == 0.0 ? 1.0 : std::abs(number);
+    const KzUnit* best = nullptr;
+    for (const KzUnit& unit : type.units) {
+        if (unit.suffix == type.niceUnit && unit.systems.empty()) return &unit;
+        if (unit.systems.find(system) == std::string_view::npos) continue;
+        const bool fits = unit.factor <= size;
+        const bool isBetter =
+            best == nullptr || (best->factor <= size ? fits && unit.factor > best->factor : unit.factor < best->factor);
+        if (isBetter) best = &unit;
+    }
+    return best;
+}
 
 std::string_view trimmed(std::string_view text) {
     const auto isBlank = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
@@ -126,7 +145,7 @@ std::optional<KzCell> kzParseCell(const KzValueType& type, std::string_view text
     return number ? std::optional(KzCell(*number)) : std::nullopt;
 }
 
-std::string kzFormatCell(const KzValueType& type, const KzCell& cell, bool nice) {
+std::string kzFormatCell(const KzValueType& type, const KzCell& cell) {
     if (const auto* text = std::get_if<std::string>(&cell)) return *text;
     if (const auto* color = std::get_if<KzColor>(&cell))
         return fmt::format("{} {} {}", (*color)[0], (*color)[1], (*color)[2]);
@@ -134,12 +153,19 @@ std::string kzFormatCell(const KzValueType& type, const KzCell& cell, bool nice)
         if (std::string_view(type.name) == KZsTYPE_BOOLEAN) return *number != 0 ? "true" : "false";
         return std::to_string(*number);
     }
-    const double number = std::get<double>(cell);
-    if (nice)
-        for (const KzUnit& unit : type.units)
-            if (unit.suffix == type.niceUnit)
-                return fmt::format("{:.6g}{}{}", number / unit.factor, unit.suffix == "%" ? "" : " ", unit.suffix);
-    return fmt::format("{}", number);
+    return fmt::format("{}", std::get<double>(cell));
+}
+
+std::string kzShowCell(const KzValueType& type, const KzCell& cell, std::string_view unitSystem) {
+    const auto* number = std::get_if<double>(&cell);
+    const KzUnit* unit = number != nullptr ? shownUnit(type, *number, unitSystem) : nullptr;
+    if (unit == nullptr) return kzFormatCell(type, cell);
+    return fmt::format("{:.6g}{}{}", *number / unit->factor, unit->suffix == "%" ? "" : " ", unit->suffix);
+}
+
+KzResult kzFillCell(const KzValueType& type, const KzCell& cell, char* buffer, std::uint32_t length) {
+    const auto* text = std::get_if<std::string>(&cell);
+    return text != nullptr ? kzFillText(*text, buffer, length) : kzFillText(kzFormatCell(type, cell), buffer, length);
 }
 
 std::optional<std::int32_t> kzIntegerOf(const KzCell& cell) noexcept {
@@ -176,6 +202,12 @@ std::string kzOneOf(const KzTextValueHint* hints) {
     std::string all = "one of";
     for (; hints->text != nullptr; ++hints) all += std::string(" ") + hints->text;
     return all;
+}
+
+const char* kzWordOf(const KzTextValueHint* hints, std::int32_t number) noexcept {
+    for (; hints->text != nullptr; ++hints)
+        if (hints->value == number) return hints->text;
+    return nullptr;
 }
 
 std::optional<std::int32_t> kzChoiceOf(const KzTextValueHint* hints, const KzValueType& type, std::string_view text) {

@@ -24,19 +24,22 @@ class Argument(object):
     toggle     kz.queryToggle queries this argument
     query      the argument can be queried, which calls the command's query()
     choices    the words that an argument of the type "choice" can be; execute gets one of them, and query returns one
+    password   its value is neither shown nor kept in the history or the log
+    read_only  it can be queried but not set
     label      the name that users see
     desc       what it is for
     """
 
     def __init__(self, name, kind, default=None, optional=False, toggle=False, query=False, label=None, desc=None,
-                 choices=()):
+                 choices=(), password=False, read_only=False):
         if choices and kind != kz.symbol.sTYPE_CHOICE:
             raise ValueError('argument "%s": choices are for the type "choice", not "%s"' % (name, kind))
         if choices and default is not None and default not in choices:
             raise ValueError('argument "%s": the default %r is not one of %s' % (name, default, ', '.join(choices)))
         self.choices = list(choices)
         self.name, self.kind, self.default = name, kind, default
-        self.optional = optional or default is not None
+        self.optional = optional or read_only or default is not None
+        self.password, self.read_only = password, read_only
         self.toggle, self.query, self.label, self.desc = toggle, query, label, desc
 
 
@@ -120,15 +123,31 @@ class Command(kzifc.Command, kzifc.Attributes):
                 values[each.name] = each.default
             else:
                 _refuse(kz.symbol.e_CMD_MISSING_ARGS)
-        self.execute(**values)
+        self._explaining(self.execute, **values)
 
     def cmd_Query(self, index, values):
         if not self._argument(index).query:
             _refuse(kz.symbol.e_CMD_ARGUMENT_NOT_QUERYABLE)
-        answer = self.query(self.arguments[index].name)
+        answer = self._explaining(self.query, self.arguments[index].name)
         values = wrappers.ValueArray(values)
         for value in answer if isinstance(answer, (list, tuple)) else [answer]:
             values.append(self._number(index, value))
+
+    def cmd_Message(self):
+        return self.__dict__.get('_failure') or _refuse(kz.symbol.e_NOTIMPL)
+
+    def _explaining(self, method, *names, **values):
+        """Calls the method. If it raises, the command's message says what; a code that it raises speaks for itself."""
+        self._failure = None
+        try:
+            return method(*names, **values)
+        except Exception as error:
+            if not str(error).startswith('bad result: ') and not isinstance(error, NotImplementedError):
+                self._failure = kz.service.Message().Allocate()
+                self._failure.SetCode(kz.excResult())
+                self._failure.SetMessage('commands', 'failed', 0)  # with a first argument the host fills in
+                self._failure.SetArgumentString(2, '%s: %s' % (type(error).__name__, error))
+            raise
 
     # Dialogs. What the caller has passed stays; the initial values of other arguments are up to the command.
 
@@ -148,6 +167,8 @@ class Command(kzifc.Command, kzifc.Attributes):
         flags = kz.symbol.fCMDARG_OPTIONAL if each.optional else 0
         flags |= kz.symbol.fCMDARG_QUERY if each.query else 0
         flags |= kz.symbol.fCMDARG_TOGGLE if each.toggle else 0
+        flags |= kz.symbol.fCMDARG_PASSWORD if each.password else 0
+        flags |= kz.symbol.fCMDARG_READONLY if each.read_only else 0
         return flags | (kz.symbol.fCMDARG_VALUE_SET if self._is_set(index) else 0)
 
     def cmd_ArgEnable(self, index):
@@ -204,7 +225,7 @@ class Command(kzifc.Command, kzifc.Attributes):
         return self._passed(index).GetFlt()
 
     def attr_GetString(self, index):
-        return self._passed(index).GetString()
+        return kz.service.Value().EncodeText(self._passed(index), 0)
 
     def attr_SetInt(self, index, value):
         self._set(index, 'SetInt', value)
@@ -239,7 +260,10 @@ class Command(kzifc.Command, kzifc.Attributes):
     def _set(self, index, method, value):
         target = kz.service.Value().CreateValue(self._argument(index).kind)
         try:
-            getattr(target, method)(value)
+            if method == 'SetString':
+                kz.service.Value().DecodeText(value, 0, target)
+            else:
+                getattr(target, method)(value)
         except Exception:
             _refuse(kz.symbol.e_INVALIDARG)
         self._values()[index] = target

@@ -100,7 +100,7 @@ class Value(_Object, kz.object.Value):
             return int(self.GetInt())
         if kind == kz.symbol.iVALUE_TYPE_FLOAT:
             return self.GetFlt()
-        return self.GetString()
+        return kz.service.Value().EncodeText(self, 0)
 
     def _shown(self):
         return ' %s %r' % (self.TypeName(), self.get())

@@ -1,10 +1,13 @@
 // Commands: their strings, the host's own ones, a module's, and what is told when something is wrong.
 #include "host/core/command_dispatcher.h"
 #include "host/core/log_store.h"
+#include "host/state/command_state.h"
 #include "host/state/text.h"
 #include "tests/support/host_test.h"
 
 #include "kz/result.h"
+
+#include <thread>
 
 using namespace kzhost;
 
@@ -16,6 +19,7 @@ TEST(CommandTextTest, StringsAreTakenApart) {
         {"a b", "|a |b"},
         {"  key:value\tother:{two words} ", "key|value other|two words"},
         {"{a {nested} b} \"c {\"", "|a {nested} b |c {"},
+        {R"("a ""b""" """" key:"" "k ""y":"1 " {k}:2 "k":{3} {a}:?)", R"(|a "b" |" key| k "y|1  k|2 k|3 a|? !)"},
         {"key:\"q q\" ?", "key|q q |? !"},
         {"key:? {?}", "key|? ! |?"},
         {"key:{} scripts:a.py", "key| scripts|a.py"},
@@ -31,8 +35,18 @@ TEST(CommandTextTest, StringsAreTakenApart) {
 
 TEST(CommandTextTest, WhatIsWrittenIsReadBack) {
     for (const char* value : {"plain", "two words", "", "?", "a:b", "{x}", "}{", "{", "say \"hi\"", "tab\there", "a|b"})
-        for (const ArgumentText& argument : kzParseArguments("key:" + kzWriteArgument(value)))
+        for (const ArgumentText& argument : kzParseArguments(kzWriteArgument("key", value)))
             EXPECT_EQ(argument.name + argument.value + (argument.isQuery ? "!" : ""), std::string("key") + value);
+}
+
+TEST(LongTextTest, IsReadWholeInFewCalls) {
+    const std::string text((1U << 26U) + 9, 'x');
+    std::string result;
+    int calls = 0;
+    const auto read = [&](char* buffer, std::uint32_t length) { return ++calls, kzFillText(text, buffer, length); };
+    EXPECT_EQ(kzReadText(result, read), KZe_OK);
+    EXPECT_TRUE(result == text && calls < 8) << result.size() << " bytes in " << calls << " calls";
+    EXPECT_EQ(kzReadText(result, [](char*, std::uint32_t) { return KZe_SHORTBUFFER; }), KZe_SHORTBUFFER);
 }
 
 class CommandTest : public HostTest {
@@ -87,6 +101,21 @@ TEST_F(CommandTest, WhatIsWrongIsNamed) {
         {"unit.system miles", "!CMD_ERROR_SETTING_DATATYPE",
          "unit.system: argument \"system\": \"miles\" is not one of si metric english"},
         {"server.list", "!CMD_NOT_EXECUTABLE", nullptr},
+        {"user.value\tsize 3", "!CMD_BAD_DEFINITION", "user.value: a blank is expected at position 11, after the name"},
+        {"user.value nope value:?", "!NOTFOUND",
+         "user.value: argument \"value\": there is no user value \"nope\"; there are mood, size"},
+        {"user.value value:?", "!CMD_MISSING_ARGS", nullptr},
+        {"user.value value:sad name:mood", "!CMD_ERROR_SETTING_DATATYPE",
+         "user.value: argument \"value\": \"sad\" is not one of calm, glad, wild"},
+        {"user.value new x type:string choices:{x;y}", "!INVALIDARG", nullptr},
+        {"command.alias nope command:?", "!CMD_NOT_ALIASED", nullptr},
+        {"command.alias {two words} log.clear", "!INVALIDARG", nullptr},
+        {"file.alias nope path:?", "!NOTFOUND",
+         "file.alias: argument \"path\": there is no file alias \"nope\"; there are"},
+        {"log.lines nope count:?", "!NOTFOUND",
+         "log.lines: argument \"count\": there is no subsystem \"nope\"; there are"},
+        {"server.list nope name:?", "!NOTFOUND",
+         "server.list: argument \"name\": there is no class of servers \"nope\""},
         {"@", "!CMD_BAD_DEFINITION", nullptr},
         {"@missing.py", "!NOTFOUND", "script.run: argument \"fileName\": there is no script \"missing.py\""}};
     for (const auto& [text, expected, told] : cases) {
@@ -112,6 +141,44 @@ TEST_F(CommandTest, AliasesStandForStringsButNotForThemselves) {
     EXPECT_EQ(perform("command.history ?"),
               "command.alias alias:big command:{user.value size 100 type:integer}/user.value name:size value:100 "
               "type:integer/command.alias alias:loop command:loop/command.unalias alias:loop");
+}
+
+TEST_F(CommandTest, AliasesKeepTheirMarksAndArguments) {
+    for (const char* alias : {"set user.value", "size {!set size}", "ask {size value:?}", "lost {!!@nothing.py}"})
+        EXPECT_EQ(perform(std::string("command.alias ") + alias), "done");
+    EXPECT_EQ(perform("size 5 integer"), "done") << "these follow the alias's own";
+    EXPECT_EQ(perform("ask"), "5");
+    EXPECT_EQ(perform("lost a b"), "!NOTFOUND");
+    const ServiceOf<CKzUser_CommandService> service(host().application());
+    const std::pair<const char*, std::uint32_t> cases[] = {{"set", 0},
+                                                           {"?size 3", KZfCMD_EXEC_SHOWDIALOG | KZfCMD_EXEC_NODIALOG},
+                                                           {"ask", KZfCMD_EXEC_NODIALOG},
+                                                           {"{size} \"", KZfCMD_EXEC_NODIALOG}};
+    for (const auto& [text, expected] : cases) {
+        std::uint32_t flags = 99;
+        const char* rest = nullptr;
+        EXPECT_EQ(service->ProcessStringFlags(0, text, &flags, &rest), KZe_OK) << text;
+        EXPECT_EQ(flags, expected) << text;
+    }
+    CKzLoc_Unknown command, values;
+    std::uint32_t index = 0;
+    EXPECT_EQ(service->IsImplicitScript("lost a"), KZe_OK);
+    EXPECT_EQ(service->Spawn(0, "ask", command.out()), KZe_OK);
+    EXPECT_EQ(service->QueryArgString(command.raw(), 0, "ask", 1, values.out(), &index), KZe_OK);
+    EXPECT_EQ(index, 1U);
+}
+
+TEST_F(CommandTest, WhatRunsBelongsToItsThread) {
+    CCommandState& state = *host().commands().registry().environment()->state;
+    const CCommandState::Depth own(state, KZfCMD_EXEC_NODIALOG);
+    EXPECT_EQ(perform("user.value inner 1"), "done");
+    EXPECT_EQ(state.historyCount(), 0U) << "another command runs it";
+    std::jthread([&] {
+        EXPECT_EQ(state.flags() + state.depth(), 0U);
+        EXPECT_EQ(perform("user.value outer 1"), "done");
+    }).join();
+    EXPECT_EQ(state.history(), std::vector<std::string>{"user.value name:outer value:1"});
+    EXPECT_EQ(state.flags(), KZfCMD_EXEC_NODIALOG);
 }
 
 TEST_F(CommandTest, OfLongTextsOnlyTheLastAreKept) {

@@ -287,12 +287,24 @@ TEST_F(KzHostTest, LinesAreEvaluatedWithTheirResults) {
 }
 
 TEST_F(KzHostTest, CommandsAreExecutedQueriedAndListed) {
-    expect(run({"cmd", "unit.system ?"}), 0, "0\n");
+    expect(run({"cmd", "unit.system ?"}), 0, "si\n");
     expect(run({"cmd", "unit.system miles"}), 1, "", {"\"system\": \"miles\" is not one of si metric english"});
     EXPECT_NE(run({"commands"}).out.find("user.value       name? [value?] [type?] [choices?] [delete]"),
               std::string::npos);
     expect(run({"cmd", "@" + write("script.py", "print 'ran'\n")}), 0, "ran\n");
     EXPECT_NE(run({"servers"}).out.find("lineinterpreter"), std::string::npos);
+}
+
+TEST_F(KzHostTest, PasswordsAreAskedForWithoutBeingShown) {
+    serve("login.py", "import kz, kzu.command\n"
+                      "class Login(kzu.command.Command):\n"
+                      "  arguments = [kzu.command.Argument('pin', 'integer', password=True)]\n"
+                      "  def execute(self, pin): print pin\n"
+                      "kz.bless(Login, 'login')\n");
+    expect(run({"cmd", "?login"}, "471x\n4711\n"), 0, "4711\n", {"the password is not an integer"});
+    const Ended shown = run({"cmd", "??login pin:4710"}, "4712\n");
+    expect(shown, 0, "4712\n", {"[***]"});
+    EXPECT_FALSE(shown.says("471")) << shown.error;
 }
 
 TEST_F(KzHostTest, ThePipedConsoleGoesOnAfterAFailure) {

@@ -7,7 +7,7 @@ import kzifc
 import kzu.command
 from checks import code_of, equal, fails, result_of
 from kz.symbol import (
-    e_INVALIDARG, e_NOACCESS, e_NOTFOUND, fCMDARG_OPTIONAL, fCMDARG_QUERY, iIMG_FORMAT_GREY, iVALUE_TYPE_INTEGER,
+    e_INVALIDARG, e_NOACCESS, e_NOTFOUND, fCMDARG_OPTIONAL, fCMDARG_QUERY, fCMD_HIDDEN, iIMG_FORMAT_GREY, iVALUE_TYPE_INTEGER,
     iVALUE_TYPE_STRING)
 
 commands, values, log = kz.service.Command(), kz.service.Value(), kz.service.Log()
@@ -83,6 +83,56 @@ def check_a_command_speaks_for_itself():
     equal(code_of(kz.extract, command), 'kz.extract: the object is not implemented in Python')
 
 
+class Login(kzu.command.Command):
+    """Hidden, with a password, an argument that can only be queried, and one with a name that has to be quoted."""
+    flags = fCMD_HIDDEN
+    arguments = [kzu.command.Argument('state', 'integer', query=True, read_only=True),
+                 kzu.command.Argument('pin', 'integer', password=True, query=True),
+                 kzu.command.Argument('my "name"', 'string', optional=True)]
+
+    def execute(self, **given):
+        Login.given = given
+        if given['pin'] == 1:
+            raise KeyError('locked')
+
+    def query(self, name):
+        return [7] if name == 'state' else {}['no ' + name]
+
+
+kz.bless(Login, 'login')
+
+
+def failure_of(function, *arguments, **named):
+    try:
+        return function(*arguments, **named)
+    except RuntimeError as error:
+        return error.code, error.reason, kz.lastResult() == error.code
+
+
+def check_secrets_stay_out_of_the_history_and_the_log():
+    kz.bless(Login, 'two words')
+    kz.eval('login 4711')
+    equal(Login.given, {'state': None, 'pin': 4711, 'my "name"': None})
+    kz.command('login', **{'pin': 4711, 'my "name"': 'a "b"'})
+    line = kz.evalN('command.history ?')[-1]
+    equal(line, 'login "my ""name""":{a "b"}')
+    bad = 0x8480000A
+    equal(failure_of(kz.eval, 'login 4711s'), (bad, 'login: argument "pin": the password is not an integer, as 12 or -3', True))
+    equal(failure_of(kz.command, 'login', pin=1, state=2), (bad, 'login: argument "state" cannot be set, only queried', True))
+    equal(any('4711' in text for each in ('commands', 'objects', 'python')
+              for text in kz.evalN('log.lines %s text:?' % each)), False)
+    listed = kz.Service('command').queryN('commands')
+    equal(('login' in listed, 'two words' in listed, kz.eval('login ?')), (False, False, 7))
+    equal(commands.IsCommand('two words'), False)
+
+
+def check_a_query_explains_its_failure_as_an_execution_does():
+    equal(failure_of(kz.eval, 'login 1'), (0x80000017, "login: KeyError: 'locked'", True))
+    equal(failure_of(kz.eval, 'login pin:?'), (0x80000017, 'login: argument "pin": KeyError: \'no pin\'', True))
+    equal(last_line('commands'), 'login: argument "pin": KeyError: \'no pin\'')
+    equal(failure_of(kz.eval, 'nothing ?'), (0x84800001, 'CMD_UNKNOWN_COMMAND', True))
+
+
 # Arguments
 
 class Hint(ctypes.Structure):
@@ -139,7 +189,7 @@ def check_arguments_are_taken_alike():
         twin = twin_of(name)
         for text in texts:
             equal((name, text, given(twin, text)), (name, text, given(name, text)))
-    for text, says in (('True', 'log.debug state:true'), ('off', 'log.debug state:false')):
+    for text, says in (('True', 'log.debug state:on'), ('off', 'log.debug state:off')):
         equal(given('log.debug', text), (None, says))
     equal(given('log.lines', 'a b -2147483648'), (None, 'log.lines subsystem:a text:b count:-2147483648'))
 
@@ -231,7 +281,7 @@ def user_value(kind):
     own = attributes.Value(1, 1)
     second = kz.eval('user.value %s ?' % name), attributes.GetString(1), own.TypeName() == kind, attributes.TypeName(1)
     kz.eval('user.value %s delete:true' % name)
-    return first, second[:3], second[3] == kind, kz.eval('user.value %s ?' % name)
+    return first, second[:3], second[3] == kind, code_of(kz.eval, 'user.value %s ?' % name)
 
 
 def argument(kind):
@@ -287,6 +337,7 @@ OF_NUMBERS = [
 def check_served_types_do_what_the_hosts_own_do():
     kz.bless(Number, 'served')
     kz.bless(Lean, 'lean')
+    equal(argument('lean')[:2], (('7', ('7',)), '8'))
     for own, served, uses in (('integer', 'served', USES + OF_NUMBERS), ('string', 'lean', USES)):
         for number, use in enumerate(uses):
             equal((served, number, result_of(use, served)), (served, number, result_of(use, own)))

@@ -3,6 +3,7 @@ import ctypes
 import math
 import os
 import pydoc
+import random
 import tempfile
 
 import kz
@@ -250,6 +251,34 @@ def check_a_command_is_parsed_queried_and_executed_step_by_step():
     fails('INVALIDARG', (commands.ParseArgString, None, 0, 'x'), (commands.Execute, array, 0))
 
 
+def check_the_history_sets_every_text_again():
+    chance = random.Random(1)
+    for _ in range(300):
+        text = ''.join(chance.choice('""{{}}\\ \n\t|:?;a\xff\x01') for _ in range(chance.randrange(8)))
+        kz.command('user.value', name='kept', value=text)
+        line = kz.evalN('command.history ?')[-1]
+        kz.command('user.value', name='kept', value='other')
+        kz.eval(line)
+        equal((line, kz.eval('user.value kept value:?')), (line, text))
+    kz.eval('user.value word type:choice choices:{3;2;1}')  # of which each is also the number of another one
+    for word in '123':
+        kz.command('user.value', value=word, name='word')
+        line = kz.evalN('command.history ?')[-1]
+        kz.eval('user.value word 3')
+        kz.eval(line)
+        equal((line, kz.eval('user.value word value:?')), (line, word))
+
+
+def check_lengths_are_shown_in_the_system_of_units():
+    length = values.CreateValue('distance')
+    for system, shown in (('metric', ['0 m', '2 cm', '-1.5 km', '0.5 um']), ('english', ['0 ft', '0.787402 in']),
+                          ('si', ['0 m', '0.02 m', '-1500 m', '5e-07 m'])):
+        kz.eval('unit.system ' + system)
+        for number, text in zip((0, 0.02, -1500, 5e-7), shown):
+            length.SetFlt(number)
+            equal((system, values.EncodeText(length, 1)), (system, text))
+
+
 def asked(service, attribute, element):
     query = kz.service.ScriptSys().ServiceQuery(service)
     query.Select(attribute, element)
@@ -271,6 +300,8 @@ def check_script_services_answer_for_the_running_host():
     fails('QUERY_NEED_SELECTION', (asked, 'log', 'count', ''))
     fails('QUERY_UNKNOWN_ATTRIBUTE', (asked, 'log', 'nothing', ''))
     fails('CMD_UNKNOWN_COMMAND', (asked, 'command', 'arguments', 'nothing'))
+    for query in (('log', 'lines'), ('host', 'servers'), ('value', 'choices'), ('file', 'path')):
+        fails('NOTFOUND', (asked,) + query + ('nothing:',))
     equal(code_of(kz.Service, 'thread'), "service 'thread' has no script interface.")
 
 

@@ -68,6 +68,22 @@ TEST_F(EvaluationTest, MessageTextIsCutAfter199Bytes) {
     EXPECT_EQ(outcome("kz.eval('do')"), "RuntimeError: command failed:  (80000000)");
 }
 
+TEST_F(EvaluationTest, ExceptionsSayWhatTheHostSaid) {
+    const auto told = [](const char* operation) {
+        return [=](FakeScript& script) { script.fails[operation] = KZe_NOACCESS, script.messageCode = KZe_NOTFOUND; };
+    };
+    const auto said = [](const std::string& source) {
+        return "try: " + source + "\nexcept RuntimeError as e: r = (e.code == kz.lastResult(), e.code, e.reason)";
+    };
+    const std::string code = "(True, 2147483657L, ";
+    check({{said("kz.eval('ask ?')"), told("QueryArgString"), code + "'The script ended: it broke')"},
+           {said("kz.eval('do it')"), told("ParseArgString"), code + "'The script ended: it broke')"},
+           {said("kz.command('go')"), told("ParseAttribObject"), code + "'The script ended: it broke')"},
+           {said("kz.eval('do')"), fails("Spawn", KZe_NOACCESS), code + "'NOACCESS')"},
+           {said("kz.test('do')"), told("GetToggleArgState"), code + "'The script ended: it broke')"},
+           {said("kz.Service('log').select('a')"), fails("ScriptQuery.Select", KZe_NOACCESS), code + "'NOACCESS')"}});
+}
+
 TEST_F(EvaluationTest, ACommandMayEvaluateCommands) {
     host.script.onExecute = [this] {
         host.script.onExecute = nullptr;
