@@ -225,7 +225,10 @@ def change_wrapper():
     if isinstance(target, kz.Storage):
         changes = [('setSize', target.setSize, state.random.choice((1, 2, 5000))), ('set', target.set, (1, 2, 3)),
                    ('setType', target.setType, state.random.choice('fibdupx')), ('offset', target.offset, 1),
-                   ('+=', target.__iadd__, (4, 5)), ('get', target.get), ('[]', target.__getitem__, 0)]
+                   ('+=', target.__iadd__, (4, 5)), ('get', target.get), ('[]', target.__getitem__, 0),
+                   ('[:]', target.__getitem__, slice(None, None, state.random.choice((-1, 1, 3)))),
+                   ('[:]=', target.__setitem__, slice(0, 2), target),
+                   ('view', lambda: setattr(state, 'view', memoryview(target)))]
     elif hasattr(target, 'set'):
         changes = [('set', target.set, None), ('set', target.set, other), ('__init__', target.__init__, other),
                    ('drop', drop, target), ('==', target.__eq__, other)]
@@ -299,6 +302,8 @@ def overrun(memory):
     attempt('view[]', memory.__setitem__, state.random.choice((0, size - 1, size, -1)), 1)
     attempt('view.setSize', memory.setSize, state.random.choice((1, size, size * 1000)))
     attempt('view[]', memory.__setitem__, len(memory) - 1, 1)
+    attempt('view[:]', memory.__setitem__, slice(0, 3), (1, 1, 1))
+    attempt('memoryview', memoryview, memory)
 
 
 def hostile(wanted):

@@ -2,6 +2,8 @@
 #include "kzmod/storage_type.h"
 
 #include "kzmod/call.h"
+#include "kzmod/storage_export.h"
+#include "kzmod/storage_slice.h"
 #include "kzmod/types.h"
 #include "module/checks.h"
 #include "wrap/storage_buffer.h"
@@ -19,6 +21,8 @@ constexpr const char* noType = "Storage data type not set";
 constexpr const char* noSize = "Size must be larger than zero";
 constexpr const char* noMemory = "Allocation failied";  // spelled so: tools match the text
 constexpr const char* outOfBounds = "Out of bounds";
+constexpr const char* isFixed =
+    "The storage's memory cannot grow or move, because a memoryview, an array or a buffer uses it";
 
 // Every method clears the quiet flag first, as those of the wrapper types do.
 template <class Body> PyObject* storageCall(PyObject* self, Body&& body) noexcept {
@@ -26,11 +30,15 @@ template <class Body> PyObject* storageCall(PyObject* self, Body&& body) noexcep
     return kzCall("kz.Storage", [&](CCall& call) -> PyObject* { return body(call, kzStorageBuffer(self)); });
 }
 
+bool refuseMemory(CCall& call, const CStorageBuffer& buffer) {
+    const bool fixed = buffer.fixed();
+    return call.fail(fixed ? isFixed : noMemory, fixed ? PyExc_BufferError : PyExc_MemoryError) != nullptr;
+}
+
 bool resize(CCall& call, CStorageBuffer& buffer, std::size_t elements, bool isToGrow = false) {
     if (buffer.type() == nullptr) return call.fail(noType) != nullptr;
     if (elements == 0) return call.fail(noSize) != nullptr;
-    return (isToGrow ? buffer.grow(elements) : buffer.resize(elements)) ||
-           call.fail(noMemory, PyExc_MemoryError) != nullptr;
+    return (isToGrow ? buffer.grow(elements) : buffer.resize(elements)) || refuseMemory(call, buffer);
 }
 
 bool resizeFromPython(CCall& call, CStorageBuffer& buffer, int elements) {
@@ -43,7 +51,7 @@ bool setType(CCall& call, CStorageBuffer& buffer, const char* text) {
         call.fail(kzFormat("Unknown storage type '%s'", std::string(text, *text != '\0' ? 1 : 0)));
         return false;
     }
-    return buffer.setType(*type) || call.fail(noMemory, PyExc_MemoryError) != nullptr;
+    return buffer.setType(*type) || refuseMemory(call, buffer);
 }
 
 PyObject* storageNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
@@ -91,19 +99,10 @@ PyObject* storageSetSize(PyObject* self, PyObject* args) {
     });
 }
 
-// The sequence to read the items from. For a storage that is a copy of its elements, because it may be assigned to
-// itself.
-CPyRef itemsOf(PyObject* sequence) {
-    if (!PyObject_TypeCheck(sequence, &kzStorageType)) return CPyRef(sequence);
-    const CStorageBuffer& source = kzStorageBuffer(sequence);
-    if (source.type() == nullptr) return CPyRef(PyTuple_New(0), CPyRef::owned);
-    return CPyRef(source.type()->readRange(source, 0, source.size()), CPyRef::owned);
-}
-
 // Writes the items from element `start` on and resizes the buffer to fit; appending reserves room for more. A failure
 // restores the size but keeps the elements that were written before it.
 bool assign(CCall& call, CStorageBuffer& buffer, PyObject* sequence, std::size_t start) {
-    const CPyRef items = itemsOf(sequence);
+    const CPyRef items = kzStorageItems(sequence);
     const auto count = static_cast<std::size_t>(kzNonNegative(PySequence_Size(items)));
     const std::size_t size = buffer.size();
     const std::size_t offset = buffer.offset();
@@ -217,6 +216,16 @@ int storageSetItem(PyObject* self, Py_ssize_t index, PyObject* value) {
     });
 }
 
+// The elements as they are now: the interpreter's own way would start at the size, whatever the offset is.
+PyObject* storageReversed(PyObject* self, PyObject* /*none*/) {
+    return storageCall(self, [](CCall& call, CStorageBuffer& buffer) -> PyObject* {
+        const CPyRef backward(PyInt_FromLong(-1), CPyRef::owned),
+            all(PySlice_New(nullptr, nullptr, backward), CPyRef::owned);
+        const CPyRefNull elements(kzStorageSlice(call, buffer, all));
+        return elements.get() != nullptr ? PySeqIter_New(elements) : nullptr;
+    });
+}
+
 PyMethodDef methods[] = {
     {"setType", storageSetType, METH_VARARGS,
      "Set the element type for buffer: float, double, int, byte, unsigned, pointer"},
@@ -227,13 +236,15 @@ PyMethodDef methods[] = {
     {"string", storageString, METH_VARARGS, "Read out the contents of the buffer as a string"},
     {"size", storageSize, METH_VARARGS, "Return the size of the buffer"},
     {"offset", storageOffset, METH_VARARGS, "Set or read the offset in the buffer"},
+    {"__reversed__", storageReversed, METH_NOARGS, "Iterate from the last element to the one at the offset"},
     {nullptr, nullptr, 0, nullptr},
 };
 
 // Subscripts go through the mapping slots, because the interpreter adds the length to a negative index of a sequence.
 bool indexOf(PyObject* key, Py_ssize_t& index) {
     if (PyIndex_Check(key) == 0) {
-        PyErr_Format(PyExc_TypeError, "kz.Storage indices must be integers, not %.200s", Py_TYPE(key)->tp_name);
+        PyErr_Format(PyExc_TypeError, "kz.Storage indices must be integers or slices, not %.200s",
+                     Py_TYPE(key)->tp_name);
         return false;
     }
     index = PyNumber_AsSsize_t(key, nullptr);  // clipped if it is too large, which is out of bounds as well
@@ -241,12 +252,21 @@ bool indexOf(PyObject* key, Py_ssize_t& index) {
 }
 
 PyObject* storageSubscript(PyObject* self, PyObject* key) {
+    if (PySlice_Check(key))
+        return storageCall(self,
+                           [key](CCall& call, CStorageBuffer& buffer) { return kzStorageSlice(call, buffer, key); });
     Py_ssize_t index = 0;
     return indexOf(key, index) ? storageItem(self, index) : nullptr;
 }
 
 int storageSetSubscript(PyObject* self, PyObject* key, PyObject* value) {
     Py_ssize_t index = 0;
+    if (PySlice_Check(key) && value != nullptr) {
+        kzSetQuiet(false);
+        return kzInitCall("kz.Storage",
+                          [=](CCall& call) { return kzAssignStorageSlice(call, kzStorageBuffer(self), key, value); });
+    }
+    if (PySlice_Check(key)) return storageSetItem(self, 0, nullptr);
     return indexOf(key, index) ? storageSetItem(self, index, value) : -1;
 }
 
@@ -273,6 +293,8 @@ PyTypeObject describe() noexcept {
                             .type();
     type.tp_as_sequence = &sequence;
     type.tp_as_mapping = &mapping;
+    type.tp_as_buffer = &kzStorageExports;
+    type.tp_flags |= Py_TPFLAGS_HAVE_NEWBUFFER;
     return type;
 }
 

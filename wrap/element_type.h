@@ -20,4 +20,7 @@ public:
     virtual PyObject* readRange(const CStorageBuffer& buffer, std::size_t start, std::size_t count) const = 0;
     virtual PyObject* readElement(const CStorageBuffer& buffer, std::size_t index) const = 0;
     virtual KzResult writeElement(CStorageBuffer& buffer, PyObject* value, std::size_t index) const = 0;
+    // The letters that the struct module has for elements that look the same in memory, if they have the same size. The
+    // last one is that of exported memory.
+    virtual const char* formats() const noexcept = 0;
 };

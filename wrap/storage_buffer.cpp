@@ -37,6 +37,7 @@ bool CStorageBuffer::reserve(const StorageType& type, std::size_t elements, Room
     if (elements > SIZE_MAX / width) return false;
     const std::size_t bytes = elements * width;
     if (m_memory && bytes <= m_capacity) return true;
+    if (fixed()) return false;
     const bool isToDouble = room == Room::spare && bytes / 2 < m_capacity && m_capacity <= SIZE_MAX / 2;
     return (isToDouble && allocate(m_capacity * 2)) || allocate(bytes);
 }

@@ -31,10 +31,10 @@ public:
     bool writable() const noexcept { return m_isWritable; }
     void setWritable(bool writable) noexcept { m_isWritable = writable; }
 
-    // Changes the element type; the number of elements stays. False, with nothing changed, if memory is short.
+    // Changes the element type; the number of elements stays. False, with nothing changed, if memory is short or fixed.
     bool setType(const StorageType& type) noexcept;
     // Changes the number of elements. Contents that fit are kept, memory never shrinks, and borrowed memory is never
-    // reallocated. False, with nothing changed, if memory is short.
+    // reallocated. False, with nothing changed, if memory is short or fixed.
     bool resize(std::size_t elements) noexcept { return resize(elements, Room::exact); }
     // As resize, but reserves room for as much again if possible, so that appending takes amortised constant time.
     bool grow(std::size_t elements) noexcept { return resize(elements, Room::spare); }
@@ -50,6 +50,12 @@ public:
     // While the buffer is pinned, memory that is replaced is kept, until the last pin is removed.
     void pin() noexcept { ++m_pins; }
     void unpin() noexcept;
+
+    // While memory is exported, it stays where it is: a step that needs other memory fails. Who reads through the
+    // interpreter's old buffer interface never says that it is done, and so never ends its export.
+    void beginExport() noexcept { ++m_exports; }
+    void endExport() noexcept { --m_exports; }
+    bool fixed() const noexcept { return m_exports != 0 && m_memory != nullptr; }
 
     // Replaces calloc, so that tests can make it fail. New memory must be zeroed, so that scripts never see what the
     // process had there before; calloc does that without touching large memory before it is used.
@@ -71,6 +77,7 @@ private:
     bool m_isOwned = true;
     bool m_isWritable = true;
     std::size_t m_pins = 0;
+    std::size_t m_exports = 0;
     std::vector<std::shared_ptr<void>> m_formerMemory;
 };
 

@@ -35,6 +35,9 @@ void fromPython(PyObject* object, void*& value) {
 
 template <class Element> class StorageTypeImpl final : public StorageType {
 public:
+    explicit constexpr StorageTypeImpl(const char* formats) noexcept : m_formats(formats) {}
+
+    const char* formats() const noexcept override { return m_formats; }
     std::size_t elementSize() const noexcept override { return sizeof(Element); }
 
     KzResult fill(CStorageBuffer& buffer, PyObject* sequence, std::size_t start, std::size_t count) const override {
@@ -85,14 +88,16 @@ private:
     void* placeOf(const CStorageBuffer& buffer, std::size_t index) const {
         return buffer.type() == this ? buffer.at(index) : nullptr;
     }
+
+    const char* m_formats;
 };
 
-const StorageTypeImpl<float> floatType;
-const StorageTypeImpl<std::int32_t> intType;
-const StorageTypeImpl<std::uint8_t> byteType;
-const StorageTypeImpl<double> doubleType;
-const StorageTypeImpl<std::uint32_t> unsignedType;
-const StorageTypeImpl<void*> pointerType;
+const StorageTypeImpl<float> floatType("f");
+const StorageTypeImpl<std::int32_t> intType("li");
+const StorageTypeImpl<std::uint8_t> byteType("B");
+const StorageTypeImpl<double> doubleType("d");
+const StorageTypeImpl<std::uint32_t> unsignedType("LI");
+const StorageTypeImpl<void*> pointerType("LPQ");
 
 struct LetterRow {
     char letter;

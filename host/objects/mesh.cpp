@@ -12,8 +12,20 @@
 #include <cmath>
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace kzhost {
+
+namespace {
+
+// Throws a code if the table lacks some of these elements, or if the caller's buffer for them is null.
+template <class Table>
+void checkRange(const Table& table, std::uint32_t first, std::uint32_t count, const void* buffer) {
+    if (count > 0 && buffer == nullptr) throw KZe_INVALIDARG;
+    if (first > table.size() || count > table.size() - first) throw KZe_OUTOFBOUNDS;
+}
+
+}  // namespace
 
 KzResult CMesh::mesh_PointCount(std::uint32_t* count) {
     *count = data.points.size();
@@ -140,20 +152,15 @@ KzResult CMesh::mesh_AddPoints(std::uint32_t count, double* positions, std::uint
     return KZe_OK;
 }
 
-void CMesh::checkPoints(std::uint32_t first, std::uint32_t count, const double* positions) const {
-    if (count > 0 && positions == nullptr) throw KZe_INVALIDARG;
-    if (first > data.points.size() || count > data.points.size() - first) throw KZe_OUTOFBOUNDS;
-}
-
 KzResult CMesh::mesh_Positions(std::uint32_t first, std::uint32_t count, double* positions) {
-    checkPoints(first, count, positions);
+    checkRange(data.points, first, count, positions);
     for (std::uint32_t i = 0; i < count; ++i, positions += 3)
         std::copy_n(data.points.byIndex(first + i).position.v, 3, positions);
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_SetPositions(std::uint32_t first, std::uint32_t count, double* positions) {
-    checkPoints(first, count, positions);
+    checkRange(data.points, first, count, positions);
     for (std::uint32_t i = 0; i < count; ++i, positions += 3)
         std::copy_n(positions, 3, data.points.byIndex(first + i).position.v);
     data.changed(KZfMESHEDIT_POSITION);
@@ -162,6 +169,49 @@ KzResult CMesh::mesh_SetPositions(std::uint32_t first, std::uint32_t count, doub
 
 KzResult CMesh::mesh_AddPolygon(std::int32_t type, std::uint32_t count, KzElementId* points, KzElementId* polygon) {
     *polygon = data.addPolygon(type, kzCorners(count, points)).id;
+    return KZe_OK;
+}
+
+// Adds the polygons only when all are known to be sound, and reads each value of the caller's once, since others may
+// write there meanwhile.
+KzResult CMesh::mesh_AddPolygons(std::int32_t type, std::uint32_t count, std::uint32_t* sizes, std::uint32_t corners,
+                                 std::uint32_t* points, std::uint32_t* first) {
+    if (count > 0 && (sizes == nullptr || points == nullptr)) return KZe_INVALIDARG;
+    if (count > INT32_MAX - data.polygons.size()) return KZe_GEO_SIZE_LIMIT;
+    std::vector<MeshPolygon> polygons(count);
+    for (MeshPolygon& polygon : polygons) {
+        const std::uint32_t size = *sizes++;
+        if (!kzCanHaveCorners(type, size) || size > corners) return KZe_INVALIDARG;
+        corners -= size;
+        polygon.type = type;
+        polygon.points.reserve(size);
+        for (std::uint32_t i = 0; i < size; ++i) polygon.points.push_back(data.points.byIndex(*points++).id);
+    }
+    if (corners != 0) return KZe_INVALIDARG;
+    *first = data.polygons.size();
+    data.polygons.reserve(count);
+    for (MeshPolygon& polygon : polygons) data.polygons.add(std::move(polygon));
+    data.changed(KZfMESHEDIT_POLYGONS | KZfMESHEDIT_VERTICES);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_PolygonSizes(std::uint32_t first, std::uint32_t count, std::uint32_t* sizes) {
+    checkRange(data.polygons, first, count, sizes);
+    for (std::uint32_t i = 0; i < count; ++i)
+        *sizes++ = static_cast<std::uint32_t>(data.polygons.byIndex(first + i).points.size());
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_PolygonPoints(std::uint32_t first, std::uint32_t count, std::uint32_t corners,
+                                   std::uint32_t* points, std::uint32_t* written) {
+    checkRange(data.polygons, first, count, points);
+    std::size_t needed = 0;
+    for (std::uint32_t i = 0; i < count; ++i) needed += data.polygons.byIndex(first + i).points.size();
+    if (needed > corners) return KZe_SHORTBUFFER;
+    for (std::uint32_t i = 0; i < count; ++i)
+        for (const KzElementId point : data.polygons.byIndex(first + i).points)
+            *points++ = static_cast<std::uint32_t>(data.points.indexOf(point));
+    *written = static_cast<std::uint32_t>(needed);
     return KZe_OK;
 }
 

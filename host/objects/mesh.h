@@ -41,6 +41,11 @@ public:
     KzResult mesh_SetPositions(std::uint32_t first, std::uint32_t count, double* positions) override;
     KzResult mesh_AddPolygon(std::int32_t type, std::uint32_t count, KzElementId* points,
                              KzElementId* polygon) override;
+    KzResult mesh_AddPolygons(std::int32_t type, std::uint32_t count, std::uint32_t* sizes, std::uint32_t corners,
+                              std::uint32_t* points, std::uint32_t* first) override;
+    KzResult mesh_PolygonSizes(std::uint32_t first, std::uint32_t count, std::uint32_t* sizes) override;
+    KzResult mesh_PolygonPoints(std::uint32_t first, std::uint32_t count, std::uint32_t corners, std::uint32_t* points,
+                                std::uint32_t* written) override;
     KzResult mesh_Reserve(std::int32_t points, std::int32_t polygons, std::int32_t vertices) override;
     KzResult mesh_RemovePoints(std::int32_t mark) override;
     KzResult mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) override;
@@ -60,9 +65,6 @@ public:
     KzResult mesh_Item(IKzUnknown** item) override;
 
 private:
-    // Throws a code if a caller's buffer for the positions of these points is unsuitable.
-    void checkPoints(std::uint32_t first, std::uint32_t count, const double* positions) const;
-
     int m_openEdits = 0;
 };
 

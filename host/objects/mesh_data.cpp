@@ -5,6 +5,9 @@ namespace kzhost {
 
 namespace {
 
+// A count beyond any sensible polygon is a mistake, and the buffer would hardly be that long.
+constexpr std::uint32_t mostCorners = 0xFFFF;
+
 constexpr MeshPolygonType polygonTypes[] = {
     {KZi_POLYTYPE_FACE, "face", true, KZf_MESHMERGE_POLY_FACES},
     {KZi_POLYTYPE_SUBDIV, "subdiv", true, KZf_MESHMERGE_POLY_SUBDIV},
@@ -106,7 +109,7 @@ CElementTable<MeshEdge>& CMeshData::connect() {
 }
 
 void CMeshData::checkCorners(std::int32_t type, const std::vector<KzElementId>& corners) const {
-    if (corners.size() < (kzPolygonType(type).isClosed ? 3U : 2U)) throw KZe_INVALIDARG;
+    if (!kzCanHaveCorners(type, corners.size())) throw KZe_INVALIDARG;
     for (KzElementId point : corners)
         if (!points.has(point)) throw KZe_NOTFOUND;
 }
@@ -190,9 +193,11 @@ std::uint32_t CMeshData::serial(std::uint32_t changes) const {
     return sum;
 }
 
+bool kzCanHaveCorners(std::int32_t type, std::size_t count) {
+    return count >= (kzPolygonType(type).isClosed ? 3U : 2U) && count <= mostCorners;
+}
+
 std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points) {
-    // A count beyond any sensible polygon is a mistake, and the buffer would hardly be that long.
-    constexpr std::uint32_t mostCorners = 0xFFFF;
     if (count == 0 || count > mostCorners || points == nullptr) throw KZe_INVALIDARG;
     return {points, points + count};
 }

@@ -143,6 +143,8 @@ struct MeshMapType {
 std::span<const MeshMapType> kzMapTypes() noexcept;
 const MeshMapType* kzFindMapType(std::int32_t type) noexcept;
 
+// Whether a polygon of that type may have so many corners. Throws INVALIDARG for an unknown type.
+bool kzCanHaveCorners(std::int32_t type, std::size_t count);
 // The corners in a caller's buffer. Throws INVALIDARG for a bad count or a null buffer.
 std::vector<KzElementId> kzCorners(std::uint32_t count, const KzElementId* points);
 

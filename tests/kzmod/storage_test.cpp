@@ -50,8 +50,7 @@ TEST_F(StorageTest, ErrorsAreExact) {
            {"s = kz.Storage('f', 4)\ns[-4] = 1", "IndexError: Out of bounds"},
            {"kz.Storage('f', 4)[2 ** 70]", "IndexError: Out of bounds"},
            {"kz.Storage('f', 4)[True], kz.Storage('f', 4)[1L]", "(0.0, 0.0)"},
-           {"kz.Storage('f', 4)['x']", "TypeError: kz.Storage indices must be integers, not str"},
-           {"kz.Storage('f', 4)[1:2]", "TypeError: kz.Storage indices must be integers, not slice"},
+           {"kz.Storage('f', 4)['x']", "TypeError: kz.Storage indices must be integers or slices, not str"},
            {"[list(kz.Storage('b', 2)), 0 in kz.Storage('b', 2)]", "[[0, 0], True]"},
            {"kz.Storage('f', 4).__setitem__(4, 1)", "IndexError: Out of bounds"},
            {"kz.Storage()[0]", "IndexError: Out of bounds"},
@@ -136,6 +135,62 @@ TEST_F(StorageTest, SequencesMayLieAndChange) {
           classes);
 }
 
+TEST_F(StorageTest, SlicesAreThoseOfLists) {
+    check({{"marks = None, -9, -2, 0, 1, 4, 9, 2 ** 70\nr = []\n"
+            "for key in [slice(a, b, c) for a in marks for b in marks for c in (None, 1, 2, -1, -3, 9)]:\n"
+            "  each, expected = s[:], range(6)\n  if list(s[key]) != expected[key]: r.append(key)\n"
+            "  new = range(10, 10 + len(expected[key]))\n  each[key] = new\n"
+            "  if key.step not in (None, 1) or new: expected[key] = new\n  if list(each) != expected: "
+            "r.append(list(each))",
+            "[]"},
+           {"for o in 2, 6:\n  s.offset(o)\n  r = r, list(s), list(reversed(s)), s[1:3].get(), len(s[:])",
+            "((None, [2, 3, 4, 5], [5, 4, 3, 2], (3, 4), 4), [], [], (), 0)"},
+           {"r, back = [], reversed(s)\nfor i in s:\n  r.append(i)\n  s.setSize(3)\nr += back",
+            "[0, 1, 2, 5, 4, 3, 2, 1, 0]"},
+           {"s[1:] = s[:-1]\ns[::-1] = s\nr = s.get()", "(4, 3, 2, 1, 0, 0)"},
+           {"d = kz.Storage('d', 2)\nd[:] = (7.5, 8)\ns[:2], s[2:4] = d, memoryview(s)[1:3]\nr = s.get()",
+            "(7, 8, 8, 2, 4, 5)"},
+           {"s[1:3] = 7", "RuntimeError: Expected a sequence"},
+           {"s[1:3] = 'ab'", "TypeError: an integer is required"},
+           {"try: s[1:3] = (7, 'x')\nexcept TypeError: r = s.get()", "(0, 1, 2, 3, 4, 5)"},
+           {"del s[1:3]", "TypeError: Storage elements cannot be deleted"},
+           {"r = s[:Say(lambda: s.setSize(1))]", "IndexError: Out of bounds"},
+           {"s[:Say(lambda: s.setType('b'))] = range(5)", "IndexError: Out of bounds"},
+           {"s[:2] = [Say(lambda: s.setSize(1)), 2]", "ValueError: A slice of 1 elements cannot take 2"}},
+          "class Say(object):\n  def __init__(self, act): self.act = act\n  def __int__(self): self.act(); return 5\n"
+          "  __index__ = __int__\nr, s = None, kz.Storage('i', 6)\ns.set(range(6))\n");
+}
+
+TEST_F(StorageTest, MemoryInUseStaysWhereItIs) {
+    const std::string refused =
+        "BufferError: The storage's memory cannot grow or move, because a memoryview, an array or a buffer uses it";
+    check(
+        {{"r = []\nfor each in 'fibdup':\n  m = memoryview(kz.Storage(each, 3))\n"
+          "  r.append('%s %d %s %s %d' % (m.format, m.itemsize, len(m), m.strides == (m.itemsize,), m.readonly))",
+          "['f 4 3 True 0', 'i 4 3 True 0', 'B 1 3 True 0', 'd 8 3 True 0', 'I 4 3 True 0', 'Q 8 3 True 0']"},
+         {"a, b = socket.socketpair()\nt = kz.Storage('i', 3)\nr = a.send(s), b.recv_into(t), t.get()",
+          "(12, 12, (1, 2, 3))"},
+         {"class Sub(kz.Storage): pass\ns = Sub('i', 2)\ns.view = memoryview(s)\nlost = weakref.ref(s)\n"
+          "r = [len(s.view)]\ndel s\ngc.collect()\nr.append(lost())",
+          "[2, None]"},
+         {"del s\nr = struct.unpack('3i', v.tobytes())", "(1, 2, 3)"},
+         {"memoryview(kz.Storage())", "BufferError: Storage data type not set"},
+         {"r = []\nfor f, x in (s.setSize, 4), (s.set, 'ab' * 9), (s.__iadd__, [1]), (s.setType, 'd'):\n"
+          "  try: f(x)\n  except BufferError: r += s.get()",
+          "[1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3]"},
+         {"w = v[1:]\ndel v\ns.setSize(4)", refused},
+         {"str(buffer(s))\ndel v\ns.setSize(4)", refused},  // the end of a buffer is not known
+         {"s.setSize(1)\ns.setType('f')\ns.setSize(3)\nr = [len(v), len(s)]", "[3, 3]"},
+         {"e = kz.Storage('i')\nv = memoryview(e)\ne.setSize(4)\nr = [len(v), v.tobytes(), len(e)]", "[0, '', 4]"},
+         // The thread writes into the memory without Python's lock.
+         {"i, o = os.pipe()\nf = os.fdopen(i, 'rb', 0)\nt = threading.Thread(target=lambda: f.readinto(s))\nt.start()\n"
+          "del v\nr = None\nwhile not r:\n  try: s.setSize(len(s) + 1)\n  except BufferError: r = 'refused'\n"
+          "os.write(o, 'abcd' * len(s))\nos.close(o)\nt.join()\nr = r, set(s) == set([0x64636261])",
+          "('refused', True)"}},
+        "import gc, os, socket, struct, threading, weakref\ns = kz.Storage('i')\ns.set((1, 2, 3))\nv = "
+        "memoryview(s)\n");
+}
+
 TEST_F(StorageTest, AllocationFailuresChangeNothing) {
     CStorageBuffer::setAllocate(
         [](std::size_t count, std::size_t size) { return count * size < 300 ? std::calloc(count, size) : nullptr; });
@@ -168,9 +223,14 @@ TEST_F(StorageTest, ViewsReadAndWriteMemoryOfOthers) {
         EXPECT_EQ(with(view, "s.get()"), "(1.0, 2.0, 3.0)");
         EXPECT_EQ(with(view, "s.set((7, 8))"), "None");
         EXPECT_FLOAT_EQ(memory[1], 8.0F);
+        for (const char* use : {"memoryview(s)", "str(buffer(s))"})
+            EXPECT_EQ(with(view, use).substr(0, 56), "BufferError: The storage shows memory of the host, which");
+        EXPECT_EQ(with(view, "[s.__setitem__(slice(1, 2), s[:1]), memoryview(s[:]).shape]"), "[None, (2L,)]");
+        EXPECT_FLOAT_EQ(memory[1], 7.0F);
         // Memory beyond the three elements cannot be accessed, whatever size or type is set.
         EXPECT_EQ(with(view, "[s.setSize(4), len(s)]"), "[None, 4]");
         EXPECT_EQ(with(view, "s[3]"), "IndexError: Out of bounds");
+        EXPECT_EQ(with(view, "s[:]"), "IndexError: Out of bounds");
         EXPECT_EQ(with(view, "s.set((1, 1, 1, 1))"), "IndexError: out of bounds");
         EXPECT_EQ(with(view, "[s.setType('d'), s[1]]"), "IndexError: Out of bounds");
         EXPECT_EQ(with(view, "[s.setType('b'), s.setSize(13), s.set((1,) * 12)] and s.string()"),

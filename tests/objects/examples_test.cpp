@@ -85,6 +85,20 @@ TEST_F(GalleryTest, ShowsWhatTheExamplesDoWithNumpy) {
     runSections(true);
 }
 
+// The sessions of docs/storage.md do what the page shows; the last one needs numpy.
+TEST_F(GalleryTest, ShowsWhatStoragesDo) {
+    const bool hasNumpy = std::filesystem::exists(path("build/numpy/numpy"));
+    const Ended ended = run({"--import-path", path("build/numpy"), "run", write("sessions.py", R"(import doctest, sys
+page = open(sys.argv[1]).read()
+if sys.argv[2] == "0": page = page[:page.index('    >>> import numpy')]
+test = doctest.DocTestParser().get_doctest(page, {}, 'page', 'storage.md', 0)
+print doctest.DocTestRunner(optionflags=doctest.ELLIPSIS).run(test).failed, len(test.examples) > 30
+)"),
+                             KZ_SOURCE_DIR "/docs/storage.md", hasNumpy ? "1" : "0"});
+    expect(ended, 0, "0 True\n");
+    if (!hasNumpy) GTEST_SKIP() << "numpy for Python 2.7 is not installed";
+}
+
 std::size_t countOf(const std::string& text, const std::string& part) {
     std::size_t count = 0;
     for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) ++count;

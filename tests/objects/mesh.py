@@ -63,6 +63,26 @@ def check_buffers_of_positions_keep_their_bounds():
     fails('INFINITE_BOUND', (mesh.BoundingBox, 0))
 
 
+def check_polygons_go_in_and_out_in_bulk():
+    (mesh, ids), other, face = box(), kz.service.Mesh().Create(), i_POLYTYPE_FACE
+    positions, sizes, corners = storage('d', *[0] * 24), storage('u', *[0] * 6), storage('u', *[0] * 24)
+    mesh.Positions(0, 8, positions)
+    mesh.PolygonSizes(0, 6, sizes)
+    equal([mesh.PolygonPoints(0, 6, 24, corners), corners.get()], [24, sum(QUADS, ())])
+    other.AddPoints(8, positions)
+    for wrong in ((1, 6, sizes, 24, corners), (face, 5, sizes, 24, corners), (face, 6, sizes, 23, corners),
+                  (face, 2, storage('u', 4, 2), 6, corners), (face, 6, sizes, 24, None),
+                  (face, 1, storage('u', 65536), 65536, storage('u', *[0] * 65536))):
+        fails('INVALIDARG', (other.AddPolygons,) + wrong)
+    fails('OUTOFBOUNDS', (other.AddPolygons, face, 2, sizes, 8, storage('u', 0, 1, 2, 3, 4, 5, 6, 8)))
+    equal([other.PolygonCount(), other.AddPolygons(face, 6, sizes, 24, corners), other.Volume()], [0, 0, 2])
+    equal([mesh.IsCompatible(other), other.AddPolygons(face, 1, storage('u', 3), 3, corners)], [True, 6])
+    equal([other.PolygonPoints(5, 2, 7, corners), corners.get(7), counts(other)],
+          [7, QUADS[5] + (3, 2, 1), [8, 13, 7, 27, 0]])
+    fails('SHORTBUFFER', (other.PolygonPoints, 0, 7, 24, corners))
+    fails('OUTOFBOUNDS', (other.PolygonPoints, 6, 2, 24, corners), (other.PolygonSizes, 7, 1, sizes))
+
+
 MERGES = [
     (MOVED, 0, [16, 24, 12, 48, 0], 4, (0, 0, 0), (7, 1, 1)),
     (MIRRORED, 0, [16, 24, 12, 48, 0], 4, (-2, 0, 0), (2, 1, 1)),
