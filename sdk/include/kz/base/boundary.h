@@ -11,7 +11,8 @@ KzResult kzCodeOfException() noexcept;
 
 // Throws INVALIDARG when a caller has passed a null pointer for one of its outputs.
 template <class... Places> void kzNeedPlaces(Places*... places) {
-    if (((places == nullptr) || ...)) throw kzInvalidArgument;
+    const bool isOneMissing = ((places == nullptr) || ...);
+    if (isOneMissing) throw kzInvalidArgument;
 }
 
 // Runs an operation that returns a result code: a thrown code becomes the result.
