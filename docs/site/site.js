@@ -5,7 +5,7 @@
   function complete() {
     document.querySelectorAll('.md-typeset__scrollwrap, pre > code').forEach(each => { each.tabIndex = 0; });
     document.querySelectorAll('.md-search').forEach(each => each.setAttribute('aria-label', 'Search'));
-    document.querySelectorAll('.md-nav .md-nav, .md-code__nav').forEach(each => each.setAttribute('role', 'group'));
+    document.querySelectorAll('.md-code__nav').forEach((each, at) => each.setAttribute('aria-label', 'Code ' + (at + 1)));
   }
   complete();
   new MutationObserver(complete).observe(document.body, { childList: true, subtree: true });
