@@ -15,7 +15,7 @@ const axe = readFileSync(required.resolve('axe-core/axe.min.js'), 'utf8');
 
 const sample = ['index.html', 'docs/servers.html', 'docs/farm.html', 'examples/index.html', 'reference/index.html',
   'reference/kz.html', 'reference/codes.html', 'reference/commands.html', 'reference/mesh/index.html',
-  'reference/mesh/Mesh.html', 'reference/command/Command.html', 'reference/storage.html'];
+  'reference/mesh/Mesh.html', 'reference/command/Command.html', 'docs/guides/command.html'];
 
 // What is typed, and what one of the first results has to lead to.
 const searches = [['mesh add', 'reference/mesh/Mesh.html'], ['bless', 'reference/kz.html#bless'],
@@ -57,22 +57,33 @@ function checkLinks() {
 const pause = milliseconds => new Promise(done => setTimeout(done, milliseconds));
 const open = (page, path) => page.goto(pathToFileURL(resolve(site, path)).href);
 
-async function checkAccess(page) {
-  for (const scheme of ['light', 'dark'])
-    for (const width of [1400, 420]) {
-      await page.emulateMediaFeatures([{ name: 'prefers-color-scheme', value: scheme }]);
-      await page.setViewport({ width, height: 900 });
-      for (const path of sample) {
-        await open(page, path);
-        await pause(300);  // colours fade in
-        const { violations } = await page.evaluate(`${axe}; axe.run({ preload: false })`);
-        for (const each of violations)
-          fault(`${path}, ${scheme}, ${width} wide: ${each.id}: ${each.help}: ${each.nodes[0].html.slice(0, 160)}`);
-        if (await page.evaluate(() => document.documentElement.scrollWidth > innerWidth))
-          fault(`${path}, ${scheme}: wider than a window of ${width}`);
-      }
+// A page whose faults while it loads are kept, as is whatever it asks of a network.
+function watched(page) {
+  page.on('pageerror', error => fault(`${page.url()}: ${error.message}`));
+  page.on('requestfailed', request => fault(`${page.url()}: ${request.url()} cannot be loaded`));
+  page.on('request', request => /^https?:/.test(request.url()) && fault(`${page.url()} asks for ${request.url()}`));
+  return page;
+}
+
+// The theme remembers the colours that a page was first shown in, so each scheme gets a profile of its own.
+async function checkAccess(browser, scheme) {
+  const page = watched(await (await browser.createBrowserContext()).newPage());
+  await page.emulateMediaFeatures([{ name: 'prefers-color-scheme', value: scheme }]);
+  for (const width of [1400, 420]) {
+    await page.setViewport({ width, height: 900 });
+    for (const path of sample) {
+      await open(page, path);
+      await pause(300);  // colours fade in
+      const { violations } = await page.evaluate(`${axe}; axe.run({ preload: false })`);
+      for (const each of violations)
+        fault(`${path}, ${scheme}, ${width} wide: ${each.id}: ${each.help}: ${each.nodes[0].html.slice(0, 160)}`);
+      const [colours, isTooWide] = await page.evaluate(() =>
+        [document.body.dataset.mdColorScheme, document.documentElement.scrollWidth > innerWidth]);
+      if ((colours === 'slate') !== (scheme === 'dark')) fault(`${path} is ${colours} where it should be ${scheme}`);
+      if (isTooWide) fault(`${path}, ${scheme}: wider than a window of ${width}`);
     }
-  console.log(`${sample.length} pages, light and dark, wide and narrow`);
+  }
+  console.log(`${sample.length} pages, ${scheme}, wide and narrow`);
 }
 
 async function resultsOf(page, words) {
@@ -119,11 +130,8 @@ async function checkKeyboard(page) {
 checkLinks();
 const browser = await required('puppeteer-core').launch({ executablePath: browserPath, args: ['--no-sandbox'] });
 try {
-  const page = await browser.newPage();
-  page.on('pageerror', error => fault(`${page.url()}: ${error.message}`));
-  page.on('requestfailed', request => fault(`${page.url()}: ${request.url()} cannot be loaded`));
-  page.on('request', request => /^https?:/.test(request.url()) && fault(`${page.url()} asks for ${request.url()}`));
-  await checkAccess(page);
+  for (const scheme of ['light', 'dark']) await checkAccess(browser, scheme);
+  const page = watched(await browser.newPage());
   await checkSearch(page);
   await checkKeyboard(page);
 } finally {

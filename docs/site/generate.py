@@ -93,7 +93,8 @@ class Site:
 
     def documents(self):
         inside = [str(path.relative_to(self.tree)) for path in sorted((self.tree / 'docs').rglob('*.md'))]
-        for name in DOCUMENTS + [each for each in inside if not each.startswith('docs/site/')]:
+        self.copied = DOCUMENTS + [each for each in inside if not each.startswith('docs/site/')]
+        for name in self.copied:
             self.copy_document(name)
         for name in ('site.css', 'site.js', 'iframe-worker.js'):
             shutil.copyfile(HERE / name, self.pages / name)
@@ -135,8 +136,11 @@ class Site:
         self.documents()
         self.written_reference()
         configuration = yaml.safe_load((HERE / 'mkdocs.yml').read_text())
+        named = set(re.findall(r"'([^']+\.md)'", str(configuration['nav'])))
         for section in configuration['nav']:
             for title, entries in section.items():
+                if title == 'Guides':  # with the documents that no section names
+                    entries.extend(name for name in self.copied if name not in named)
                 if title == 'Reference':
                     entries.append({'Headers': self.described_reference()})
         configuration['docs_dir'] = self.pages.name

@@ -63,7 +63,7 @@ class Reference:
 
     def filters(self):
         return {'link': self.link, 'method_links': self.method_links, 'signature': self.signature,
-                'prose': self.prose, 'family_link': self.family_link, 'code_link': self.code_link}
+                'prose': self.prose, 'sentence': self.sentence, 'family_link': self.family_link, 'code_link': self.code_link}
 
     @staticmethod
     def anchor(here, target, text):
@@ -97,6 +97,13 @@ class Reference:
         text = re.sub(r'`([^`]+)`', r'<code>\1</code>', html.escape(text, quote=False))
         return Markup(WORD.sub(
             lambda match: self.code_link(match.group(), here) if match.group() in self.codes else match.group(), text))
+
+    def sentence(self, text, here):
+        """A remark, which may be a few words, as a sentence."""
+        first = text.split(None, 1)[0]
+        if first.islower() and not first.startswith('`'):
+            text = text[0].upper() + text[1:]
+        return self.prose(text if text[-1] in '.:!?' else text + '.', here)
 
     # Signatures
 
@@ -172,8 +179,10 @@ class Families:
     @staticmethod
     def common(names):
         """What the names of a group have in common: "sTAG_..." of several, a name that stands alone."""
-        if all(re.match('[uae]_', name) for name in names):
+        if all(re.match('[ua]_', name) for name in names):
             return 'Identities and server types'
+        if all(re.match('e_?[A-Z]', name) for name in names):
+            return 'Result codes by their other names'
         if len(names) == 1:
             return names[0]
         beginning = posixpath.commonprefix(names)
