@@ -119,7 +119,7 @@ foreach(component IN ITEMS development runtime)
 endforeach()
 
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${kz_doc} COMPONENT runtime)
-install(DIRECTORY docs examples DESTINATION ${kz_doc} COMPONENT runtime PATTERN "*.pyc" EXCLUDE)
+install(DIRECTORY docs examples DESTINATION ${kz_doc} COMPONENT runtime PATTERN "*.pyc" EXCLUDE PATTERN docs/site EXCLUDE)
 
 # Last, when everything is there: the bill of materials of this component, or of all. The libraries that no installed file
 # names, because they are linked statically or are headers alone, are told by one of their files.

@@ -22,7 +22,6 @@ const std::vector<Part>& parts() {
         {"model", "everything in the description as one JSON file", &emitModel},
         {"manifest", "names, texts and values for help() and for comparison at run time", &emitManifest},
         {"stubs", "types of kz and kzifc for editors and type checkers", &emitStubs},
-        {"docs", "HTML reference of the SDK as Python sees it", &emitDocs},
     };
     return all;
 }

@@ -46,7 +46,6 @@ void emitSdk(const Model& model, Output& output);
 void emitWrap(const Model& model, Output& output);
 void emitServe(const Model& model, Output& output);
 void emitLoopback(const Model& model, Output& output);
-void emitDocs(const Model& model, Output& output);
 void emitKzifc(const Model& model, Output& output);
 void emitRecorder(const Model& model, Output& output);
 void emitModel(const Model& model, Output& output);

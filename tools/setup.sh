@@ -10,12 +10,13 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/previous_release.sh"
 . "$root/tools/setup/python3.sh"
 . "$root/tools/setup/pyflakes.sh"
+. "$root/tools/setup/site.sh"
 . "$root/tools/setup/wheels.sh"
 
 readonly stamps=$root/build/setup
 readonly pyflakes=$root/build/pyflakes
 
-readonly groups='build test package symbols lint fuzz coverage'
+readonly groups='build test package symbols lint fuzz coverage site'
 readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
     libfmt-dev libcli11-dev nlohmann-json3-dev libreadline-dev libgtest-dev)
 readonly python_packages=(python2.7 libpython2.7-dev)
@@ -23,7 +24,8 @@ readonly python_packages=(python2.7 libpython2.7-dev)
 # The groups that a verb of ./dev with its arguments needs: what a script runs with comes without what checks the tree.
 groups_for() {
     case $1 in
-        run | console | build | bench | docs) echo build ;;
+        run | console | build | bench) echo build ;;
+        docs) echo build site ;;
         test) echo build test ;;
         lint) echo build lint ;;
         package) echo build package ;;
@@ -31,7 +33,10 @@ groups_for() {
         coverage) echo build test coverage ;;
         *) echo "$groups" ;;
     esac
-    case ${2:-} in asan | tsan | pydebug) echo symbols ;; esac
+    case ${2:-} in
+        asan | tsan | pydebug) echo symbols ;;
+        --check) [ "$1" != docs ] || echo site_check ;;
+    esac
 }
 
 # What a finished set-up depends on: these scripts and the interpreter that was asked for.
@@ -95,6 +100,12 @@ set_up_lint() {
 }
 
 set_up_fuzz() { install_optional "'./dev fuzz' is not guided by coverage" clang libclang-rt-dev; }
+set_up_site() { install_site "$root/build/site" || die "MkDocs, which makes the documentation, could not be installed"; }
+
+set_up_site_check() {
+    install_site_check "$root/build/site-check" || die "what checks the documentation could not be installed"
+}
+
 set_up_coverage() { install_optional "coverage cannot be reported" gcovr; }
 
 # With --if-needed, groups that an earlier run has set up are left alone.

@@ -1,28 +1,14 @@
-// Output of the generator for a tiny description, and how files are written.
+// How the generator writes files, and what its tables say.
 #include <gtest/gtest.h>
 
 #include "gen/emit.h"
 #include "gen/emit_tables.h"
-#include "kz_paths.h"
 #include "tests/gen/describe.h"
 #include "tests/gen/folder.h"
 
 namespace kzgen {
 
-namespace {
-
 namespace fs = std::filesystem;
-
-const fs::path tiny = fs::path(KZ_SOURCE_DIR) / "tests/gen/tiny";
-
-Model loadTiny() {
-    Diagnostics diagnostics;
-    Model model = load(tiny, Completeness::Whole, diagnostics);
-    EXPECT_EQ(diagnostics.text(), "");
-    return model;
-}
-
-}  // namespace
 
 TEST(EmitTest, AnUnchangedFileKeepsItsDate) {
     const Folder folder({{"same", "text"}, {"other", "text"}});
@@ -41,28 +27,6 @@ TEST(EmitTest, WhatCannotBeWrittenIsSaid) {
     const Folder folder(Files{{"file", ""}});
     Output output(folder.path() / "file");
     EXPECT_THROW(output.write("below", "text"), std::exception);
-}
-
-TEST(EmitTest, TheReferenceLeadsFromTheIndexToEveryName) {
-    const Folder folder;
-    Output output(folder.path());
-    emitDocs(loadTiny(), output);
-    const std::string entries = contentsOf(folder.path() / "entries.js");
-    const std::string page = contentsOf(folder.path() / "tiny.html");
-    std::size_t links = 0;
-    for (std::size_t at = entries.find("tiny.html#"); at != std::string::npos;
-         at = entries.find("tiny.html#", at + 1)) {
-        const std::size_t start = at + std::string("tiny.html#").size();
-        const std::string anchor = entries.substr(start, entries.find('"', start) - start);
-        EXPECT_NE(page.find("id=\"" + anchor + "\""), std::string::npos) << anchor;
-        ++links;
-    }
-    EXPECT_EQ(links, 36U);
-    for (const char* text : {"string text = Name(integer index,pointer record)", "thg_Changed(other, color)",
-                             "color holds 3 elements", "a &lt; b &amp; c", "How a thing is made.", "and never stops"}) {
-        EXPECT_NE(page.find(text), std::string::npos) << text;
-    }
-    EXPECT_NE(contentsOf(folder.path() / "index.html").find("tiny.html#TinyService"), std::string::npos);
 }
 
 TEST(EmitTest, ASignatureStandsForTheMethodsAlone) {

@@ -1,4 +1,4 @@
-// The examples do what examples/README.md shows, and those for farms lose nothing.
+// The examples and the guides do what their pages show, and the examples for farms lose nothing.
 #include "tests/support/kzhost_run.h"
 
 #include <algorithm>
@@ -15,8 +15,10 @@ protected:
     }
 
     // Runs the commands of the sections with (or without) numpy, and compares what they print and paint with the page.
+    // Code with a title is written to the file of that name first.
     void runSections(bool withNumpy) {
         std::istringstream lines(page);
+        const std::string opening = "```python title=\"";
         std::string section, pictures, command, shows;
         bool isCommand = false;
         int status = 0;
@@ -28,6 +30,15 @@ protected:
         for (std::string line; std::getline(lines, line);) {
             const std::size_t picture = line.find("](pictures/");
             if (line.starts_with("```")) runCommand();
+            if (line.starts_with(opening)) {
+                const std::string name = line.substr(opening.size(), line.rfind('"') - opening.size());
+                std::filesystem::create_directories(std::filesystem::path(path(name)).parent_path());
+                std::string code;
+                while (std::getline(lines, line) && line != "```") code += line + "\n";
+                write(name, code);
+                continue;
+            }
+            EXPECT_TRUE(!line.starts_with("```") || line == "```" || line == "```console") << "nobody runs " << line;
             if (line.starts_with("## ")) section = "";
             section += line;
             if (line.starts_with("$ ")) runCommand();
@@ -66,8 +77,17 @@ private:
                                            "    if images.Compare(made, shown, 0)[0] > 0.005: print name, 'differs'\n";
 
 protected:
-    const std::string page = contentsOf(KZ_SOURCE_DIR "/examples/README.md");
+    std::string page = contentsOf(KZ_SOURCE_DIR "/examples/README.md");
 };
+
+TEST_F(GalleryTest, ShowsWhatTheGuidesDo) {
+    for (const auto& entry : std::filesystem::directory_iterator(KZ_SOURCE_DIR "/docs/guides")) {
+        SCOPED_TRACE(entry.path().filename());
+        page = contentsOf(entry.path().string());
+        runSections(false);
+        std::filesystem::remove_all(path("tools"));  // the servers of one page
+    }
+}
 
 TEST_F(GalleryTest, ShowsWhatTheExamplesPrintAndPaint) {
     for (const char* folder : {"", "/servers"})
