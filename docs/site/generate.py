@@ -33,12 +33,22 @@ def signature(function):
     return text if returned == 'None' else '%s -> %s' % (text, returned)
 
 
+def described(functions):
+    """Functions of a stub by name: the signatures of one with overloads stand together."""
+    entries = {}
+    for each in functions:
+        entry = entries.setdefault(each.name, {'name': each.name, 'signatures': [], 'doc': ''})
+        entry['signatures'].append(signature(each))
+        entry['doc'] = entry['doc'] or ast.get_docstring(each) or ''
+    return list(entries.values())
+
+
 def stub_entries(path):
     """The functions and the classes, with their methods, of a stub."""
     functions, classes = [], []
     for node in ast.parse(path.read_text()).body:
         if isinstance(node, ast.FunctionDef):
-            functions.append({'name': node.name, 'signature': signature(node), 'doc': ast.get_docstring(node) or ''})
+            functions.append(node)
         elif isinstance(node, ast.ClassDef):
             members = [each for each in node.body if isinstance(each, ast.FunctionDef)]
             data = [each for each in node.body if isinstance(each, ast.AnnAssign)]
@@ -46,9 +56,8 @@ def stub_entries(path):
                 'name': node.name, 'doc': ast.get_docstring(node) or '',
                 'bases': [ast.unparse(base) for base in node.bases],
                 'data': [(each.target.id, ast.unparse(each.annotation)) for each in data],
-                'methods': [{'name': each.name, 'signature': signature(each), 'doc': ast.get_docstring(each) or ''}
-                            for each in members]})
-    return {'functions': functions, 'classes': classes}
+                'methods': described(members)})
+    return {'functions': described(functions), 'classes': classes}
 
 
 class Site:

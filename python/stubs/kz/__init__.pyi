@@ -74,16 +74,19 @@ class Storage:
     def __init__(self, __type: str = ..., __size: int = ...) -> None: ...
     def setType(self, __type: str) -> None:
         """Sets the type of the elements: float, double, int, byte, unsigned, pointer."""
-    def setSize(self, __size: int) -> None: ...
+    def setSize(self, __size: int) -> None:
+        """Sets the number of elements. New ones are zero; BufferError when the memory is in use."""
     def set(self, __values: Sequence[float]) -> None:
         """Fills the storage from its offset on."""
     def get(self, __count: int = ...) -> Tuple[Any, ...]:
         """The elements from the offset on, or so many of them."""
     def string(self) -> str:
         """The contents as bytes."""
-    def size(self) -> int: ...
+    def size(self) -> int:
+        """The number of elements, wherever the offset is."""
     @overload
-    def offset(self) -> int: ...
+    def offset(self) -> int:
+        """The place from which get, set, indices, slices and iteration count; with an argument, moves it."""
     @overload
     def offset(self, __offset: int) -> None: ...
     def __len__(self) -> int: ...
