@@ -67,7 +67,8 @@ function watched(page) {
 
 // The theme remembers the colours that a page was first shown in, so each scheme gets a profile of its own.
 async function checkAccess(browser, scheme) {
-  const page = watched(await (await browser.createBrowserContext()).newPage());
+  const profile = await browser.createBrowserContext();
+  const page = watched(await profile.newPage());
   await page.emulateMediaFeatures([{ name: 'prefers-color-scheme', value: scheme }]);
   for (const width of [1400, 420]) {
     await page.setViewport({ width, height: 900 });
@@ -83,6 +84,7 @@ async function checkAccess(browser, scheme) {
       if (isTooWide) fault(`${path}, ${scheme}: wider than a window of ${width}`);
     }
   }
+  await profile.close();
   console.log(`${sample.length} pages, ${scheme}, wide and narrow`);
 }
 
