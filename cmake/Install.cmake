@@ -64,6 +64,7 @@ if(kz_library_folder IN_LIST CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES)
 endif()
 kz_install_binary(kzhost bin runtime)
 kz_install_binary(kzPython2 ${kz_home}/plugins runtime)
+kz_install_binary(kzLineEditor ${kz_home}/lib runtime)
 if(TARGET kzPictures)
     kz_install_binary(kzPictures ${kz_home}/lib pictures)
 endif()
@@ -122,13 +123,10 @@ install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${kz_doc} COMPONENT
 install(DIRECTORY docs examples DESTINATION ${kz_doc} COMPONENT runtime PATTERN "*.pyc" EXCLUDE PATTERN docs/site EXCLUDE)
 
 # Last, when everything is there: the bill of materials of this component, or of all. The libraries that no installed file
-# names, because they are linked statically or are headers alone, are told by one of their files.
+# names, because they are headers alone, are told by one of their files.
 find_path(kz_cli11_folder CLI/CLI.hpp)
 find_path(kz_json_folder nlohmann/json.hpp)
-foreach(library IN ITEMS edit tinfo bsd md)
-    list(APPEND kz_linked "${KZ_${library}_ARCHIVE}")
-endforeach()
-set(kz_linked ${kz_linked} "${kz_cli11_folder}/CLI/CLI.hpp" "${kz_json_folder}/nlohmann/json.hpp")
+set(kz_linked "${kz_cli11_folder}/CLI/CLI.hpp" "${kz_json_folder}/nlohmann/json.hpp")
 string(CONFIGURE [=[
 set(FOLDER "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
 set(BILL "@PROJECT_BINARY_DIR@/bill_of_materials.txt")
