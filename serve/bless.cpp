@@ -11,6 +11,7 @@
 #include "serve/server_list.h"
 #include "wrap/result_codes.h"
 
+#include "kz/base/boundary.h"
 #include "kz/base/global_cache.h"
 #include "kz/host.h"
 #include "kz/result.h"
@@ -92,11 +93,13 @@ void updateHost(const CRefusal& refusal) {
                         (host ? kzResultName(code) : "it has no host service"));
 }
 
-// Whether the host may call objects with that interface: it need not say.
-bool isCalled(const KzGuid& iid) {
-    CKzLoc_ServerUse host;
-    kzTakeService(host);
-    return !host || host->Calls(&iid);
+// True if the host says that it never calls objects with that interface. The blessing counts whatever it answers.
+bool isNeverCalled(const KzGuid& iid) noexcept {
+    return kzValueBoundary([&] {
+        CKzLoc_ServerUse host;
+        kzTakeService(host);
+        return host && !host->Calls(&iid);
+    });
 }
 
 void markBase(const CRefusal& refusal, PyObject* pythonClass, const char* interfaceName) {
@@ -131,7 +134,7 @@ void blessServer(const CRefusal& refusal, PyObject* pythonClass, const char* nam
         refusal.explain("there is a server of that name for " + kzFirstInterfaceName(polymorph) + " already");
     CServerList::instance().add(name, type, polymorph, tags);
     updateHost(refusal);
-    if (!isCalled(*type))
+    if (isNeverCalled(*type))
         refusal.explain("this host never calls servers of the kind " + kzFirstInterfaceName(polymorph));
 }
 
@@ -152,8 +155,8 @@ PyObject* checkFunction(PyObject* /*self*/, PyObject* args) {
 
 PyObject* isCalledFunction(PyObject* /*self*/, PyObject* name) {
     return kzPythonEntry([name]() -> PyObject* {
-        const KzAdapterRow* adapter = kzFindAdapter(kzText(PyString_AsString(name)));
-        return PyBool_FromLong(isCalled(kzNonNull(adapter, KZe_INVALIDARG)->make()->iid()) ? 1 : 0);
+        const KzAdapterRow* adapter = kzFindAdapter(kzNonNull(PyString_AsString(name)));
+        return PyBool_FromLong(isNeverCalled(kzNonNull(adapter, KZe_INVALIDARG)->make()->iid()) ? 0 : 1);
     });
 }
 

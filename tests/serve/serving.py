@@ -93,6 +93,8 @@ REFUSED = [
     ("kz.testifc(Good, 'nonsense')", FAILED, "expected 8-4-4-4-12 hexadecimal digits, got 'nonsense'"),
     ("kz.testifc(Good(), COMMAND)", FAILED, NO_CLASS + 'an object of the type Derived'),
     ("kz.testifc(Bad, COMMAND)", INVALID, NO_INTERFACE % 'Derived'),
+    ("__import__('_kzserv').is_called(5)", 'TypeError: expected string or Unicode object, int found'),
+    ("__import__('_kzserv').is_called('Nonsense')", INVALID),
     ("kz.bless(Deep, 'hostile.deep')", 'RuntimeError: maximum recursion depth exceeded'),
     ("kz.bless(Good, 'hostile.endless', {}, Endless())", 'RuntimeError: maximum recursion depth exceeded'),
     ("kz.bless(Good, 'hostile.shrinking', {}, Meta(Shrinking()))", 'KeyboardInterrupt: '),
