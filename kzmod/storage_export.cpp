@@ -29,8 +29,9 @@ bool canExport(const CStorageBuffer& buffer, bool isToWrite) noexcept {
 
 int exportView(PyObject* self, Py_buffer* view, int flags) {
     CStorageBuffer& buffer = kzStorageBuffer(self);
-    const auto asked = [flags](int flag) { return (flags & flag) == flag; };
-    if (view == nullptr || !canExport(buffer, asked(PyBUF_WRITABLE))) return -1;
+    const auto isAsked = [flags](int flag) { return (flags & flag) == flag; };
+    if (view == nullptr) refuse("A storage is exported to views only");
+    if (view == nullptr || !canExport(buffer, isAsked(PyBUF_WRITABLE))) return -1;
     *view = Py_buffer{};
     view->buf = startOf(buffer);
     view->len = static_cast<Py_ssize_t>(buffer.readableBytes());
@@ -39,9 +40,9 @@ int exportView(PyObject* self, Py_buffer* view, int flags) {
     view->ndim = 1;
     view->smalltable[0] = view->len / view->itemsize;
     const char* formats = buffer.type()->formats();
-    if (asked(PyBUF_FORMAT)) view->format = const_cast<char*>(formats + std::strlen(formats) - 1);
-    if (asked(PyBUF_ND)) view->shape = &view->smalltable[0];
-    if (asked(PyBUF_STRIDES)) view->strides = &view->itemsize;
+    if (isAsked(PyBUF_FORMAT)) view->format = const_cast<char*>(formats + std::strlen(formats) - 1);
+    if (isAsked(PyBUF_ND)) view->shape = &view->smalltable[0];
+    if (isAsked(PyBUF_STRIDES)) view->strides = &view->itemsize;
     view->obj = self;
     Py_INCREF(self);
     buffer.beginExport();
