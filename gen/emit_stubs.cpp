@@ -19,8 +19,8 @@ constexpr std::string_view imports = "from typing import Optional, Sequence, Tup
 
 // The types of values without those of objects, which depend on the model.
 struct PythonTypes {
-    std::string_view given;  // what Python may pass
-    std::string_view got;    // what Python gets
+    std::string_view input;   // what Python may pass
+    std::string_view output;  // what Python gets
 };
 
 PythonTypes pythonTypes(Kind kind) {
@@ -55,7 +55,7 @@ PythonTypes pythonTypes(Kind kind) {
 }
 
 // What a script passes: a wrapper of the type, an object whose type is not known, or an instance of a Python class.
-std::string givenObject(const Model& model, const Type& type) {
+std::string objectInput(const Model& model, const Type& type) {
     const Interface* interface = type.name.empty() ? nullptr : model.find(type.name);
     if (interface == nullptr) return "object";
     std::string types;
@@ -64,12 +64,12 @@ std::string givenObject(const Model& model, const Type& type) {
     return types.empty() ? "object" : "Union[" + types + "kz.object.Unknown, None]";
 }
 
-std::string given(const Model& model, const Type& type) {
-    return type.kind == Kind::Object ? givenObject(model, type) : std::string(pythonTypes(type.kind).given);
+std::string inputType(const Model& model, const Type& type) {
+    return type.kind == Kind::Object ? objectInput(model, type) : std::string(pythonTypes(type.kind).input);
 }
 
-std::string got(const Model& model, const Type& type) {
-    if (type.kind != Kind::Object) return std::string(pythonTypes(type.kind).got);
+std::string outputType(const Model& model, const Type& type) {
+    if (type.kind != Kind::Object) return std::string(pythonTypes(type.kind).output);
     const std::string wrapper = model.wrapperName(type);
     return wrapper.empty() || wrapper == unknownName ? "kz.object.Unknown" : "_returned." + wrapper;
 }
@@ -91,8 +91,8 @@ std::string stubName(const Parameter& input) {
 
 // "    def Name(self, a: int, b: str) -> None:" with the texts of the method.
 void emitMethod(const Model& model, const Method& method, const std::string& name, bool served, Text out) {
-    const auto taken = served ? &got : &given;
-    const auto answered = served ? &given : &got;
+    const auto taken = served ? &outputType : &inputType;
+    const auto answered = served ? &inputType : &outputType;
     fmt::format_to(out, "    def {}(self", name);
     for (const Parameter* input : method.inputs()) {
         const std::string inputName = served ? stubName(*input) : "__" + input->name;  // a wrapper takes no keywords

@@ -106,11 +106,11 @@ Words splitParameters(std::string_view line) {
 // function's documentation, with the names of its arguments behind if a script defines it. That of a wrapper method begins
 // with its signature, in which an argument names its family of constants.
 constexpr const char* question =
-    "(lambda f: [__import__('kzserv.description', fromlist=['']).completed(f)] + [n for g in [getattr(f, 'im_func', "
+    "(lambda f: [__import__('kzserv.description', fromlist=['']).documentation(f)] + [n for g in [getattr(f, "
+    "'im_func', "
     "f)] if hasattr(g, 'func_code') for n in "
     "g.func_code.co_varnames[:g.func_code.co_argcount]] if callable(f) else ['= ' + repr(f)] if isinstance(f, (int, "
-    "long, "
-    "float, str)) else [])";
+    "long, float, str)) else [])";
 
 // The documentation of functions that no wrapper is behind says what they are for.
 std::optional<Signature> signatureOf(CLineSession& session, const std::string& function) {

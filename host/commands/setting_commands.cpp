@@ -34,13 +34,13 @@ void setFileAlias(CPathAliases& files, CBuiltinCommand& command) {
 
 Texts queryFileAlias(CPathAliases& files, CBuiltinCommand& command, std::uint32_t index) {
     Texts names, paths;
-    const std::string wanted = command.text(KZsARG_ALIAS_NAME);
+    const std::string alias = command.text(KZsARG_ALIAS_NAME);
     for (const auto& [name, path] : files.aliases()) {
         names.push_back(name);
-        if (name == wanted) paths.push_back(path);
+        if (name == alias) paths.push_back(path);
     }
     if (index == 0) return names;
-    if (paths.empty()) kzRefuse(KZe_NOTFOUND, kzThereIsNo("file alias", wanted, names));
+    if (paths.empty()) kzRefuse(KZe_NOTFOUND, kzThereIsNo("file alias", alias, names));
     return paths;
 }
 

@@ -38,8 +38,8 @@ std::optional<std::uint32_t> CCommandDispatcher::parse(std::string_view text, CK
     m_registry->spawn(text, command, &query);
     std::string_view rest;
     kzFirstWord(text, &rest);
-    const auto marked = CCommandArguments(types(), command.raw()).assign(kzParseArguments(rest));
-    return marked ? marked : query;
+    const auto own = CCommandArguments(types(), command.raw()).assign(kzParseArguments(rest));
+    return own ? own : query;
 }
 
 std::string CCommandDispatcher::scriptOf(std::string_view text, std::string_view* rest) const {

@@ -39,7 +39,7 @@ bool CCommandRegistry::isHidden(const KzServer& server) const {
             m_hidden.clear();
             m_hiddenAsOf = changes;
         }
-        if (const auto [known, isNew] = m_hidden.try_emplace(server.name, false); !isNew) return known->second;
+        if (const auto [row, isNew] = m_hidden.try_emplace(server.name, false); !isNew) return row->second;
     }
     std::uint32_t flags = 0;
     try {
@@ -97,7 +97,7 @@ CKzUser_Command& CCommandRegistry::spawn(std::string_view text, CKzUser_Command&
     make(name, command);
     CCommandArguments arguments(*m_environment->types, command.raw());
     for (std::size_t outer = definition.arguments.size(); outer > 0; rest = definition.arguments[--outer])
-        if (const auto marked = arguments.preset(kzParseArguments(rest)); marked && query != nullptr) *query = marked;
+        if (const auto index = arguments.preset(kzParseArguments(rest)); index && query != nullptr) *query = index;
     return command;
 }
 

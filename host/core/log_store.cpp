@@ -120,9 +120,9 @@ KzResult CLogEntry::logentry_SetInfo(const char* name, const char* value) {
     if (name == nullptr || *name == '\0') return KZe_INVALIDARG;
     const Locked lock(theLock);
     if (std::string_view(name) == kzOriginInfo) m_origin = kzOriginOf(kzTextOf(value));
-    const auto known =
-        std::find_if(m_infos.begin(), m_infos.end(), [&](const auto& info) { return info.first == name; });
-    if (known != m_infos.end()) known->second = kzTextOf(value);
+    const auto info =
+        std::find_if(m_infos.begin(), m_infos.end(), [&](const auto& each) { return each.first == name; });
+    if (info != m_infos.end()) info->second = kzTextOf(value);
     else m_infos.emplace_back(name, kzTextOf(value));
     return KZe_OK;
 }
@@ -178,17 +178,17 @@ CHostRef<CLogEntry> CLogStore::create(KzResult level, std::string text) {
 CHostRef<CLogSubsystem> CLogStore::subsystem(const std::string& name) {
     {
         const Locked lock(theLock);
-        if (const auto found = m_subsystems.find(name); found != m_subsystems.end()) return found->second;
+        if (const auto place = m_subsystems.find(name); place != m_subsystems.end()) return place->second;
     }
-    auto made = CHostRef<CLogSubsystem>::make(weak_from_this(), name);
+    auto subsystem = CHostRef<CLogSubsystem>::make(weak_from_this(), name);
     {
         const Locked lock(theLock);
-        const auto [place, isNew] = m_subsystems.try_emplace(name, made);
+        const auto [place, isNew] = m_subsystems.try_emplace(name, subsystem);
         if (!isNew) return place->second;
         m_order.push_back(name);
     }
-    if (m_subsystemSink) m_subsystemSink(Event::added, made);
-    return made;
+    if (m_subsystemSink) m_subsystemSink(Event::added, subsystem);
+    return subsystem;
 }
 
 std::vector<CHostRef<CLogSubsystem>> CLogStore::subsystems() const {
@@ -287,12 +287,12 @@ void CLogStore::collect(const CHostRef<CLogEntry>& entry, std::vector<LogLine>& 
 
 std::vector<LogLine> CLogStore::lines(const std::string& subsystem) const {
     const Locked lock(theLock);
-    std::vector<LogLine> found;
+    std::vector<LogLine> rows;
     for (const std::string& name : m_order) {
         if (!subsystem.empty() && name != subsystem) continue;
-        for (const auto& entry : m_subsystems.at(name)->m_entries.all()) collect(entry, found);
+        for (const auto& entry : m_subsystems.at(name)->m_entries.all()) collect(entry, rows);
     }
-    return found;
+    return rows;
 }
 
 // What is looked for is nearly always among the last that came.
@@ -307,8 +307,8 @@ CHostRef<CLogEntry> CLogStore::findAmong(const std::deque<CHostRef<CLogEntry>>& 
 
 CHostRef<CLogEntry> CLogStore::find(const std::string& subsystem, std::uint64_t id) const {
     const Locked lock(theLock);
-    const auto found = m_subsystems.find(subsystem);
-    return found != m_subsystems.end() ? findAmong(found->second->m_entries.all(), id) : CHostRef<CLogEntry>();
+    const auto place = m_subsystems.find(subsystem);
+    return place != m_subsystems.end() ? findAmong(place->second->m_entries.all(), id) : CHostRef<CLogEntry>();
 }
 
 double CLogStore::now() const {

@@ -15,10 +15,10 @@
 namespace kzhost {
 
 const std::string& kzNeedSubsystem(const CLogStore& log, const std::string& name) {
-    std::vector<std::string> known{"commands", "objects", "python", "scripts"};
-    for (const auto& each : log.subsystems()) known.push_back(each->name());
-    if (name.empty() || std::find(known.begin(), known.end(), name) != known.end()) return name;
-    throw CommandTextError{KZe_NOTFOUND, kzThereIsNo("subsystem", name, known)};
+    std::vector<std::string> names{"commands", "objects", "python", "scripts"};
+    for (const auto& each : log.subsystems()) names.push_back(each->name());
+    if (name.empty() || std::find(names.begin(), names.end(), name) != names.end()) return name;
+    throw CommandTextError{KZe_NOTFOUND, kzThereIsNo("subsystem", name, names)};
 }
 
 const std::string& kzNeedClass(const std::string& name) {

@@ -89,12 +89,12 @@ KzResult kzBecause(KzResult code, const char* place, const std::function<std::st
     return code;
 }
 
-std::string kzThereIsNo(std::string_view kind, std::string_view name, const std::vector<std::string>& known) {
+std::string kzThereIsNo(std::string_view kind, std::string_view name, const std::vector<std::string>& names) {
     const std::string shown = fmt::format("there is no {} \"{}\"; there are ", kind, name);
-    if (known.empty()) return shown + "none";
-    const auto end = known.begin() + static_cast<std::ptrdiff_t>(std::min(known.size(), mostNames));
-    return fmt::format("{}{}{}", shown, fmt::join(known.begin(), end, ", "),
-                       end == known.end() ? "" : fmt::format(", ... ({} in all)", known.size()));
+    if (names.empty()) return shown + "none";
+    const auto end = names.begin() + static_cast<std::ptrdiff_t>(std::min(names.size(), mostNames));
+    return fmt::format("{}{}{}", shown, fmt::join(names.begin(), end, ", "),
+                       end == names.end() ? "" : fmt::format(", ... ({} in all)", names.size()));
 }
 
 std::string kzIsNot(std::string_view text, std::string_view expected) {

@@ -44,13 +44,13 @@ private:
 KzResult kzBecause(KzResult code, const char* place, const std::function<std::string()>& reason) noexcept;
 
 // "there is no channel "X"; there are A, B, C, ... (20 in all)"
-std::string kzThereIsNo(std::string_view kind, std::string_view name, const std::vector<std::string>& known);
+std::string kzThereIsNo(std::string_view kind, std::string_view name, const std::vector<std::string>& names);
 // As above, for anything with names: `nameOf` is called with each element.
 template <class Range, class NameOf>
 std::string kzThereIsNo(std::string_view kind, std::string_view name, const Range& range, const NameOf& nameOf) {
-    std::vector<std::string> known;
-    for (const auto& each : range) known.emplace_back(nameOf(each));
-    return kzThereIsNo(kind, name, known);
+    std::vector<std::string> names;
+    for (const auto& each : range) names.emplace_back(nameOf(each));
+    return kzThereIsNo(kind, name, names);
 }
 // ""twelve" is not an integer, as 12 or -3"
 std::string kzIsNot(std::string_view text, std::string_view expected);

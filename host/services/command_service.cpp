@@ -176,11 +176,12 @@ KzResult CCommandService::commandservice_GetToggleArgState(IKzUnknown* command, 
     return withArguments(command, [&](const CCommandArguments& arguments) {
         std::uint32_t index = 0;
         if (kzFailed(arguments.command().ToggleArg(&index))) return KZe_CMD_TOGGLE_NO_ARGUMENT;
-        const std::string wanted = kzAttributeText(arguments.attributes(), index);
+        const std::string onValue = kzAttributeText(arguments.attributes(), index);
         CKzLoc_Unknown array, object;
         const std::vector<std::string> now = arguments.query(index, array.out());
         const std::string present = now.empty() ? std::string() : now.front();
-        const bool isOn = wanted.empty() ? !present.empty() && present != "0" && present != "false" : present == wanted;
+        const bool isOn =
+            onValue.empty() ? !present.empty() && present != "0" && present != "false" : present == onValue;
         *state = isOn ? KZiCMD_TOGGLE_ON : KZiCMD_TOGGLE_OFF;
         const CKzUser_ValueArray values(array.raw());
         const KzResult code = now.empty() ? values.AddEmptyValue(object.out()) : values.GetValue(0, object.out());
@@ -237,18 +238,16 @@ KzResult CCommandService::commandservice_QueryArgString(IKzUnknown* command, std
     return withArguments(command, [&](CCommandArguments& arguments) {
         std::string_view text = kzTextOf(args);
         std::optional<std::uint32_t> query;
-        if (includesName != 0) {
-            if (m_dispatcher->registry().alias(kzFirstWord(text, &text))) {
-                CKzUser_Command another;  // to see which argument the alias marks
-                m_dispatcher->registry().spawn(kzTextOf(args), another, &query);
-            }
+        if (includesName != 0 && m_dispatcher->registry().alias(kzFirstWord(text, &text))) {
+            CKzUser_Command another;  // to see which argument the alias marks
+            m_dispatcher->registry().spawn(kzTextOf(args), another, &query);
         }
-        const std::vector<ArgumentText> given = kzParseArguments(text);
+        const std::vector<ArgumentText> texts = kzParseArguments(text);
         // Without a query mark the caller goes on to parse the string and execute the command.
-        if (!query && std::none_of(given.begin(), given.end(), [](const ArgumentText& each) { return each.isQuery; }))
+        if (!query && std::none_of(texts.begin(), texts.end(), [](const ArgumentText& each) { return each.isQuery; }))
             return KZe_CMD_NO_QUERY_MARKED;
-        const auto marked = arguments.assign(given);
-        *queryIndex = marked ? *marked : query.value();
+        const auto own = arguments.assign(texts);
+        *queryIndex = own ? *own : query.value();
         arguments.query(*queryIndex, values);
         return KZe_OK;
     });

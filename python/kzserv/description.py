@@ -74,7 +74,7 @@ def texts():
     return _texts[0]
 
 
-def completed(thing):
+def documentation(thing):
     """The signature of a method, and what is remarked on it; for anything else, and without a description, its docstring."""
     try:
         text = texts().find(thing)
