@@ -83,7 +83,7 @@ file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/kz_version.h" CONTENT [=[
 # kz_add_plugin(): links the object libraries of all folders that are there into the one plug-in.
 function(kz_add_plugin)
     set(parts "")
-    foreach(part IN ITEMS kz_module kz_wrap kz_wrap_methods kz_kzmod kz_serve kz_serve_adapters kz_script kz_plugin)
+    foreach(part IN ITEMS kz_module kz_wrap kz_observe kz_wrap_methods kz_kzmod kz_serve kz_serve_adapters kz_script kz_plugin)
         if(TARGET ${part})
             list(APPEND parts ${part})
         endif()

@@ -6,6 +6,7 @@
 #include "kzmod/types.h"
 #include "module/checks.h"
 #include "module/parts.h"
+#include "observe/watchers.h"
 #include "script/out_function.h"
 #include "script/python_streams.h"
 #include "serve/bless.h"
@@ -59,17 +60,20 @@ void addSubmodules(PyObject* kz) {
     kzAddType(kz, "Storage", kzStorageType);
     kzAddSubmodules(kz, kzStorageType);
     kzAddServingModule();
+    kzObserveModule(kz, functions, {&kzServiceType, &kzMonitorType});
 }
 
 void forgetPython() {
     kzForgetServers();
     kzForgetTypes();
     kzForgetResultNames();
+    kzEndWatching();
 }
 
 }  // namespace
 
 void kzComposeParts() {
+    kzStartWatching();
     KzModuleParts parts;
     parts.functions = functions;
     parts.types = types;

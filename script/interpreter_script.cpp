@@ -3,6 +3,7 @@
 
 #include "kz/base/object_output.h"
 #include "module/checks.h"
+#include "module/crossing_watch.h"
 #include "module/root_output.h"
 #include "script/outcome.h"
 #include "script/script_surroundings.h"
@@ -135,8 +136,9 @@ KzResult CInterpreterScript::execute(const char* text, std::vector<std::string> 
     const CScriptSurroundings surroundings(m_name, names, words);
     // Compiled under the script's own name, so that tracebacks say where they come from.
     const CPyRefNull code(Py_CompileString(text, m_name.c_str(), Py_file_input));
-    const CPyRefNull result(
-        code.get() == nullptr ? nullptr : PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()), names, names));
+    const CPyRefNull result(code.get() == nullptr ? nullptr : kzWatchedEntry(m_name.c_str(), "script", nullptr, [&] {
+        return PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()), names, names);
+    }));
     return result.get() != nullptr ? KZe_OK : analyseEnd();
 }
 

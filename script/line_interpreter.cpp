@@ -2,6 +2,7 @@
 #include "script/line_interpreter.h"
 
 #include "kz/base/object_output.h"
+#include "module/crossing_watch.h"
 #include "module/checks.h"
 #include "module/output.h"
 #include "module/pending_exception.h"
@@ -140,9 +141,9 @@ KzResult CLineInterpreter::run(IKzUnknown* execution) {
         PyErr_Clear();
         code.adopt(compileStatement(statement, Py_file_input, m_futures));
     }
-    const CPyRefNull result(code.get() == nullptr ? nullptr
-                                                  : PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()),
-                                                                    interpreter.globals, interpreter.locals));
+    const CPyRefNull result(code.get() == nullptr ? nullptr : kzWatchedEntry("console", "line", nullptr, [&] {
+        return PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()), interpreter.globals, interpreter.locals);
+    }));
     if (output->stream() != nullptr) endPrintedLine();
     if (result.get() == nullptr) return endByException(output->console());
     if (result.get() != Py_None) passResults(result, output->console());

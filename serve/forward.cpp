@@ -6,6 +6,7 @@
 #include "serve/outputs.h"
 #include "serve/reasons.h"
 
+#include "module/crossing_watch.h"
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "wrap/result_codes.h"
@@ -39,6 +40,17 @@ KzResult codeOfRaised(PyObject* self, const KzForwardedMethod& method, int argum
     return kzResultOfPending();
 }
 
+PyObject* callWatched(CArguments& arguments, const KzForwardedMethod& method, PyObject* name) noexcept {
+    PyObject** items = arguments.items();
+    const KzCrossing crossing{KzCrossing::toPython, Py_TYPE(items[0])->tp_name, method.name, items[0], items + 1,
+                              arguments.count() - 1};
+    PyObject* unused = nullptr;
+    kzCrossingWatch->begin(crossing, unused);
+    PyObject* result = kzCallByName(items, arguments.count(), name);
+    kzCrossingWatch->end(crossing, result);
+    return result;
+}
+
 KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* word) noexcept {
     // The host may call while an exception propagates through the Python code that has called the host, for example
     // from a destructor that releases a host object. The method must not see it, and it must be pending again
@@ -50,7 +62,8 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     if (name == nullptr) return codeOfRaised(self, method, -1);
     if (!arguments.build(letter, word)) return codeOfRaised(self, method, arguments.count() - 1);
     if (method.signature[0] == 'r' && !kzHavePlaces(letter, word)) return KZe_INVALIDARG;
-    PyObject* result = kzCallByName(arguments.items(), arguments.count(), name);
+    PyObject* result = kzCrossingWatch == nullptr ? kzCallByName(arguments.items(), arguments.count(), name)
+                                                  : callWatched(arguments, method, name);
     // When memory is short, the interpreter may return an object and still leave an exception pending.
     if (result == nullptr || isRaised()) {
         const KzResult code = codeOfRaised(self, method, -1);

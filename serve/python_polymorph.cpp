@@ -2,6 +2,7 @@
 #include "serve/python_polymorph.h"
 
 #include "module/checks.h"
+#include "module/crossing_watch.h"
 #include "module/py_lock.h"
 #include "serve/inheritor.h"
 #include "serve/reasons.h"
@@ -64,7 +65,9 @@ CKzPythonPolymorph* CKzPythonPolymorph::subServerFor(const KzGuid& iid) const {
 }
 
 PyObject* CKzPythonPolymorph::makeInstance() const {
-    return m_meta.get() == Py_None ? PyObject_CallObject(m_class, nullptr) : callWith(m_class, m_meta);
+    return kzWatchedEntry(m_className.c_str(), "__init__", nullptr, [this] {
+        return m_meta.get() == Py_None ? PyObject_CallObject(m_class, nullptr) : callWith(m_class, m_meta);
+    });
 }
 
 void CKzPythonPolymorph::explainSilentFailure() const noexcept { kzExplainSilentInit(m_class); }
@@ -74,6 +77,7 @@ IKzUnknown* CKzPythonPolymorph::spawnFor(PyObject* instance) {
     t_nextInstance = instance;
     try {
         IKzUnknown* spawned = spawn();
+        if (kzCrossingWatch != nullptr && spawned != nullptr) kzCrossingWatch->made(instance);
         Py_CLEAR(t_nextInstance);
         return spawned;
     } catch (...) {
@@ -89,6 +93,7 @@ void CKzPythonPolymorph::freeObject(void* object) noexcept {
     kzValueBoundary([object] {
         const CPyLock lock;
         const CPyRefNull released(static_cast<PyObject*>(object));
+        if (kzCrossingWatch != nullptr) kzCrossingWatch->gone(released);
     });
 }
 

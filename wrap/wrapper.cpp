@@ -2,6 +2,7 @@
 #include "wrap/wrapper.h"
 
 #include "module/checks.h"
+#include "module/crossing_watch.h"
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
@@ -103,7 +104,25 @@ void letGo(PyObject* self) noexcept {
     }
 }
 
+// Tells whoever watches of a new wrapper, and returns it.
+PyObject* tellMade(PyObject* wrapper) noexcept {
+    if (kzCrossingWatch != nullptr) [[unlikely]]
+        kzCrossingWatch->made(wrapper);
+    return wrapper;
+}
+
+void tellGone(PyObject* wrapper) noexcept {
+    if (kzCrossingWatch != nullptr) [[unlikely]]
+        kzCrossingWatch->gone(wrapper);
+}
+
+PyObject* objectNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
+    PyObject* self = type->tp_alloc(type, 0);
+    return self != nullptr ? tellMade(self) : nullptr;
+}
+
 void serviceDealloc(PyObject* self) {
+    tellGone(self);
     letGo(self);
     Py_TYPE(self)->tp_free(self);
 }
@@ -141,7 +160,7 @@ PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/)
         IKzUnknown* target = service.raw();
         target->AddRef();
         kzWrapper(self)->target = target;
-        return self;
+        return tellMade(self);
     });
 }
 
@@ -195,7 +214,10 @@ IKzUnknown* interfaceOf(const KzWrapperType& type, IKzUnknown* owned) noexcept {
 
 }  // namespace
 
+KzTypeHook kzTypeHook = nullptr;
+
 void kzDeallocObject(PyObject* self) {
+    tellGone(self);
     letGo(self);
     PyTypeObject* type = Py_TYPE(self);
     if ((type->tp_flags & Py_TPFLAGS_HEAPTYPE) != 0) type->tp_free(self);
@@ -213,10 +235,11 @@ void kzAddType(PyObject* module, const char* name, PyTypeObject& type) {
 void kzReadyObjectType(KzWrapperType& row) {
     if (isReady(row)) return;
     row.type.tp_dealloc = kzDeallocObject;
-    row.type.tp_new = PyType_GenericNew;
+    row.type.tp_new = objectNew;
     row.type.tp_init = objectInit;
     row.type.tp_base = &uncopyableObject.type;
     ready(row, "object");
+    if (kzTypeHook != nullptr) kzTypeHook(row.type, false);
 }
 
 void kzReadyServiceType(KzWrapperType& row) {
@@ -226,6 +249,7 @@ void kzReadyServiceType(KzWrapperType& row) {
     row.type.tp_init = serviceInit;
     row.type.tp_base = &uncopyableService.type;
     ready(row, "service");
+    if (kzTypeHook != nullptr) kzTypeHook(row.type, true);
 }
 
 void kzForgetTypes() noexcept { theSpare.drop(); }
@@ -260,7 +284,8 @@ PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* owned) noexcept {
         return PyErr_NoMemory();
     }
     wrapper->target = target;
-    return PyObject_INIT(reinterpret_cast<PyObject*>(wrapper), const_cast<PyTypeObject*>(&type.type));
+    return tellMade(
+        PyObject_INIT(reinterpret_cast<PyObject*>(wrapper), const_cast<PyTypeObject*>(&type.type)));
 }
 
 PyObject* kzNewUnknown(IKzUnknown* object) noexcept {

@@ -13,6 +13,10 @@ void kzReadyServiceType(KzWrapperType& row);
 // Readies a type and adds it to a module.
 void kzAddType(PyObject* module, const char* name, PyTypeObject& type);
 
+// Called for each type once, when it has been readied. Null for none; set before Python starts.
+using KzTypeHook = void (*)(PyTypeObject& type, bool isService) noexcept;
+extern KzTypeHook kzTypeHook;
+
 extern KzWrapperType kzUnknownType;
 
 // The generated row of a type, or of the type that a Python class derives from.

@@ -1,0 +1,122 @@
+// Python values in short.
+#include "observe/short_text.h"
+
+#include "wrap/wrapper_object.h"
+
+#include <frameobject.h>
+
+#include <array>
+#include <cstdio>
+
+namespace {
+
+constexpr std::size_t longestText = 60;
+constexpr Py_ssize_t mostItems = 6;
+constexpr int deepest = 3;
+
+template <class... Values> std::string format(const char* text, Values... values) {
+    std::array<char, 64> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), text, values...);
+    return buffer.data();
+}
+
+std::string quoted(std::string_view text) {
+    std::string result = "'";
+    for (const char c : text.substr(0, longestText))
+        if (c == '\n') result += "\\n";
+        else if (static_cast<unsigned char>(c) < ' ') result += format("\\x%02x", c);
+        else result += c;
+    return result + (text.size() > longestText ? "...'" : "'");
+}
+
+std::string textOfUnicode(PyObject* value) {
+    std::string text = "u'";
+    const Py_UNICODE* characters = PyUnicode_AS_UNICODE(value);
+    const Py_ssize_t size = PyUnicode_GET_SIZE(value);
+    for (Py_ssize_t at = 0; at < size && at < static_cast<Py_ssize_t>(longestText); ++at)
+        text += characters[at] >= ' ' && characters[at] < 0x7F
+                    ? std::string(1, static_cast<char>(characters[at]))
+                    : format("\\u%04x", static_cast<unsigned>(characters[at]));
+    return text + (size > static_cast<Py_ssize_t>(longestText) ? "...'" : "'");
+}
+
+std::string textOf(PyObject* value, int depth);
+
+std::string textOfItems(PyObject* sequence, const char* brackets, int depth) {
+    const Py_ssize_t size = PySequence_Fast_GET_SIZE(sequence);
+    std::string text(1, brackets[0]);
+    for (Py_ssize_t at = 0; at < size && at < mostItems; ++at)
+        text += (at != 0 ? ", " : "") + textOf(PySequence_Fast_GET_ITEM(sequence, at), depth + 1);
+    return text + (size > mostItems ? ", ..." : "") + brackets[1];
+}
+
+// Only of exact types: what a subclass does would be Python code.
+std::string textOf(PyObject* value, int depth) {
+    if (value == nullptr) return "null";
+    if (value == Py_None) return "None";
+    if (PyBool_Check(value)) return value == Py_True ? "True" : "False";
+    if (PyInt_CheckExact(value)) return format("%ld", PyInt_AS_LONG(value));
+    if (PyFloat_CheckExact(value)) return format("%.12g", PyFloat_AS_DOUBLE(value));
+    if (PyString_CheckExact(value))
+        return quoted({PyString_AS_STRING(value), static_cast<std::size_t>(PyString_GET_SIZE(value))});
+    if (PyUnicode_CheckExact(value)) return textOfUnicode(value);
+    if (PyLong_CheckExact(value)) {
+        int overflow = 0;
+        const long long number = PyLong_AsLongLongAndOverflow(value, &overflow);
+        return overflow == 0 ? format("%lld", number) : "a long integer";
+    }
+    if (depth < deepest && PyTuple_CheckExact(value)) return textOfItems(value, "()", depth);
+    if (depth < deepest && PyList_CheckExact(value)) return textOfItems(value, "[]", depth);
+    if (PyType_Check(value)) return reinterpret_cast<PyTypeObject*>(value)->tp_name;
+    return std::string("<") + Py_TYPE(value)->tp_name + ">";
+}
+
+}  // namespace
+
+std::string kzShortText(PyObject* value) { return textOf(value, 0); }
+
+std::string kzShortArguments(const KzCrossing& crossing) {
+    std::string text = "(";
+    for (Py_ssize_t at = 0; at < crossing.count; ++at)
+        text += (at != 0 ? ", " : "") + kzShortText(crossing.arguments[at]);
+    return text + (crossing.keywords != nullptr ? ", **" + kzShortText(crossing.keywords) : "") + ")";
+}
+
+std::string kzShortException() {
+    const PyThreadState* thread = PyThreadState_GET();
+    if (thread->curexc_type == nullptr) return "";
+    std::string text = PyType_Check(thread->curexc_type)
+                           ? reinterpret_cast<PyTypeObject*>(thread->curexc_type)->tp_name
+                           : "an old-style exception";
+    if (const std::size_t dot = text.rfind('.'); dot != std::string::npos) text.erase(0, dot + 1);
+    PyObject* value = thread->curexc_value;
+    if (value == nullptr) return text;
+    if (PyExceptionInstance_Check(value) && !PyInstance_Check(value)) {
+        PyObject* args = reinterpret_cast<PyBaseExceptionObject*>(value)->args;
+        value = args != nullptr && PyTuple_GET_SIZE(args) == 1 ? PyTuple_GET_ITEM(args, 0) : args;
+    }
+    return text + ": " + kzShortText(value);
+}
+
+std::string kzNameOf(const KzCrossing& crossing) { return std::string(crossing.owner) + "." + crossing.method; }
+
+std::string kzCurrentLine() {
+    PyFrameObject* frame = PyThreadState_GET()->frame;
+    if (frame == nullptr) return "";
+    return std::string(PyString_AS_STRING(frame->f_code->co_filename)) + ":" +
+           std::to_string(PyFrame_GetLineNumber(frame));
+}
+
+std::string kzJsonString(const std::string& text) {
+    // The interpreter's decoder knows what UTF-8 is; the encoder then writes valid UTF-8.
+    std::string result = "\"";
+    PyObject* decoded = PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace");
+    PyObject* encoded = decoded != nullptr ? PyUnicode_AsUTF8String(decoded) : nullptr;
+    for (const char c : encoded != nullptr ? std::string_view(PyString_AS_STRING(encoded)) : std::string_view())
+        if (c == '"' || c == '\\') (result += '\\') += c;
+        else if (static_cast<unsigned char>(c) < ' ') result += format("\\u%04x", c);
+        else result += c;
+    Py_XDECREF(encoded);
+    Py_XDECREF(decoded);
+    return result + "\"";
+}

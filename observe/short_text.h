@@ -1,0 +1,19 @@
+// Python values in short, for people. None of this runs Python code, so it may be used anywhere.
+#pragma once
+
+#include "module/crossing_watch.h"
+
+#include <string>
+
+// One value on one line: numbers and texts as Python writes them, long ones cut, wrappers and other objects by their type.
+std::string kzShortText(PyObject* value);
+// The arguments, in parentheses.
+std::string kzShortArguments(const KzCrossing& crossing);
+// The pending exception: its type, and its value if that is a text.
+std::string kzShortException();
+// "kz.object.Mesh.PointCount", "kz.eval", "MyCommand.cmd_Execute".
+std::string kzNameOf(const KzCrossing& crossing);
+// The Python line that is running, as "FILE:LINE"; empty if there is none.
+std::string kzCurrentLine();
+// As a JSON string with its quotes. Bytes that are not UTF-8 become U+FFFD.
+std::string kzJsonString(const std::string& text);
