@@ -21,8 +21,8 @@ struct KzCrossing {
 class CCrossingWatch {
 public:
     virtual ~CCrossingWatch() = default;
-    // Before a call. True if the watch answers in place of the host: `answer` is the result then, or null with an exception
-    // pending, and `end` does not follow. Only calls to the host can be answered.
+    // Before a call. True if the watch answers it, so that it is not made: `answer` is the result then, or null with an
+    // exception pending, and `end` does not follow.
     virtual bool begin(const KzCrossing& crossing, PyObject*& answer) noexcept = 0;
     // After the call; the result is null if an exception is pending.
     virtual void end(const KzCrossing& crossing, PyObject* result) noexcept = 0;
@@ -35,14 +35,16 @@ public:
 extern CCrossingWatch* kzCrossingWatch;
 
 // Runs the body, which returns a new reference or null with an exception pending, as one call into Python.
-template <class Body>
-PyObject* kzWatchedEntry(const char* owner, const char* method, PyObject* self, Body&& body) noexcept {
+template <class Body, class... Arguments>
+PyObject* kzWatchedEntry(const char* owner, const char* method, PyObject* self, Body&& body,
+                         Arguments... arguments) noexcept {
     CCrossingWatch* watch = kzCrossingWatch;
     if (watch == nullptr) return body();
-    const KzCrossing crossing{KzCrossing::toPython, owner, method, self, nullptr, 0};
-    PyObject* unused = nullptr;
-    watch->begin(crossing, unused);
-    PyObject* result = body();
+    PyObject* const items[] = {arguments..., nullptr};
+    const KzCrossing crossing{KzCrossing::toPython, owner, method, self, items, sizeof...(arguments)};
+    PyObject* result = nullptr;
+    if (watch->begin(crossing, result)) return result;
+    result = body();
     watch->end(crossing, result);
     return result;
 }

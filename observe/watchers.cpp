@@ -5,6 +5,7 @@
 #include "observe/call_trace.h"
 #include "observe/leak_report.h"
 #include "observe/observed.h"
+#include "observe/python_watch.h"
 
 #include "module/crossing_watch.h"
 #include "module/pending_exception.h"
@@ -23,6 +24,8 @@ namespace {
 
 // What a watch does may itself call the host or run Python code; that is not watched.
 KZ_THREAD_LOCAL thread_local bool t_isWatching = false;
+
+bool theModuleIsNeeded = false;
 
 class CWatchers final : public CCrossingWatch {
 public:
@@ -70,10 +73,18 @@ std::string fileOf(const char* variable) {
 void readEnvironment() {
     if (const std::string file = fileOf("KZ_TRACE_CALLS"); !file.empty()) theWatchers->add(kzMakeCallTrace(file));
     if (const std::string file = fileOf("KZ_PROFILE_CALLS"); !file.empty()) theWatchers->add(kzMakeCallProfile(file));
+    for (const auto& [variable, mode] : {std::pair("KZ_RECORD", "record"), std::pair("KZ_REPLAY", "replay")})
+        if (const std::string file = fileOf(variable); !file.empty()) {
+            theWatchers->add(kzMakePythonWatch(mode, file));
+            theModuleIsNeeded = true;
+        }
     if (const std::string mode = fileOf("KZ_LEAKS"); !mode.empty()) theWatchers->add(kzMakeLeakReport(mode));
 }
 
 }  // namespace
+
+CWatchedAgain::CWatchedAgain() noexcept { t_isWatching = false; }
+CWatchedAgain::~CWatchedAgain() { t_isWatching = true; }
 
 void kzStartWatching() noexcept {
     if (kzCrossingWatch != nullptr) return;
@@ -88,6 +99,7 @@ void kzStartWatching() noexcept {
 void kzObserveModule(PyObject* kz, const PyMethodDef* functions, std::initializer_list<PyTypeObject*> types) noexcept {
     if (kzCrossingWatch == nullptr) return;
     kzObserveFunctions(kz, functions);
+    if (theModuleIsNeeded) kzAddObserveModule();
     for (PyTypeObject* type : types) kzObserveType(*type, KzMaking::byInit);
 }
 

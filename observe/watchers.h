@@ -2,6 +2,8 @@
 //
 //   KZ_TRACE_CALLS=FILE    each call, as a trace that viewers of the Chrome format open (call_trace.h)
 //   KZ_PROFILE_CALLS=FILE  the time of the calls, summed by method; - is standard error (call_profile.h)
+//   KZ_RECORD=FILE         what the host answers to a script (python_watch.h)
+//   KZ_REPLAY=FILE         plays a recording to a script, in place of the host
 //   KZ_LEAKS=report|error  what is still alive at the end (leak_report.h)
 //
 // The variables work in any host. In a file name, %p stands for the number of the process.
@@ -10,6 +12,15 @@
 #include "module/python.h"
 
 #include <initializer_list>
+
+// RAII guard: what a watch runs in its scope is watched again.
+class CWatchedAgain {
+public:
+    CWatchedAgain() noexcept;
+    ~CWatchedAgain();
+    CWatchedAgain(const CWatchedAgain&) = delete;
+    CWatchedAgain& operator=(const CWatchedAgain&) = delete;
+};
 
 // Reads the environment, once, and watches if it asks for anything. Called at load.
 void kzStartWatching() noexcept;

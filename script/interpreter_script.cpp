@@ -136,9 +136,11 @@ KzResult CInterpreterScript::execute(const char* text, std::vector<std::string> 
     const CScriptSurroundings surroundings(m_name, names, words);
     // Compiled under the script's own name, so that tracebacks say where they come from.
     const CPyRefNull code(Py_CompileString(text, m_name.c_str(), Py_file_input));
-    const CPyRefNull result(code.get() == nullptr ? nullptr : kzWatchedEntry(m_name.c_str(), "script", nullptr, [&] {
-        return PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()), names, names);
-    }));
+    const auto run = [&] { return PyEval_EvalCode(reinterpret_cast<PyCodeObject*>(code.get()), names, names); };
+    const CPyRefNull result(code.get() == nullptr
+                                ? nullptr
+                                : kzWatchedEntry(m_name.c_str(), "script", nullptr, run, m_interpreter.argument.get(),
+                                                 m_interpreter.arguments.get()));
     return result.get() != nullptr ? KZe_OK : analyseEnd();
 }
 

@@ -44,9 +44,9 @@ PyObject* callWatched(CArguments& arguments, const KzForwardedMethod& method, Py
     PyObject** items = arguments.items();
     const KzCrossing crossing{KzCrossing::toPython, Py_TYPE(items[0])->tp_name, method.name, items[0], items + 1,
                               arguments.count() - 1};
-    PyObject* unused = nullptr;
-    kzCrossingWatch->begin(crossing, unused);
-    PyObject* result = kzCallByName(items, arguments.count(), name);
+    PyObject* result = nullptr;
+    if (kzCrossingWatch->begin(crossing, result)) return result;
+    result = kzCallByName(items, arguments.count(), name);
     kzCrossingWatch->end(crossing, result);
     return result;
 }

@@ -65,9 +65,10 @@ CKzPythonPolymorph* CKzPythonPolymorph::subServerFor(const KzGuid& iid) const {
 }
 
 PyObject* CKzPythonPolymorph::makeInstance() const {
-    return kzWatchedEntry(m_className.c_str(), "__init__", nullptr, [this] {
+    const auto make = [this] {
         return m_meta.get() == Py_None ? PyObject_CallObject(m_class, nullptr) : callWith(m_class, m_meta);
-    });
+    };
+    return kzWatchedEntry(m_className.c_str(), "__init__", nullptr, make, m_class.get(), m_meta.get());
 }
 
 void CKzPythonPolymorph::explainSilentFailure() const noexcept { kzExplainSilentInit(m_class); }
@@ -92,8 +93,14 @@ void CKzPythonPolymorph::freeObject(void* object) noexcept {
     // If Python has ended, the guard throws: the object is gone with the interpreter, and there is nothing to release.
     kzValueBoundary([object] {
         const CPyLock lock;
-        const CPyRefNull released(static_cast<PyObject*>(object));
-        if (kzCrossingWatch != nullptr) kzCrossingWatch->gone(released);
+        CPyRefNull released(static_cast<PyObject*>(object));
+        if (kzCrossingWatch == nullptr) return;
+        kzCrossingWatch->gone(released);
+        const auto release = [&]() -> PyObject* {
+            released.adopt(nullptr);
+            Py_RETURN_NONE;
+        };
+        const CPyRefNull done(kzWatchedEntry(Py_TYPE(released.get())->tp_name, "__del__", released, release));
     });
 }
 

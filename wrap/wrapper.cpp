@@ -259,6 +259,12 @@ const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept {
     return *reinterpret_cast<const KzWrapperType*>(type);
 }
 
+bool kzIsWrapperType(const PyTypeObject* type) noexcept {
+    for (; type != nullptr; type = type->tp_base)
+        if (type->tp_dealloc == kzDeallocObject || type->tp_dealloc == serviceDealloc) return true;
+    return false;
+}
+
 bool kzHold(PyObject* wrapper, IKzUnknown* object) {
     if (object != nullptr) object->AddRef();
     // The new reference comes first: the object may be alive only through the previous target.

@@ -22,6 +22,9 @@ extern KzWrapperType kzUnknownType;
 // The generated row of a type, or of the type that a Python class derives from.
 const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept;
 
+// True for the type of objects or services, and for a Python class that derives from one.
+bool kzIsWrapperType(const PyTypeObject* type) noexcept;
+
 // Makes a wrapper refer to the object by its type's interface, with a reference of its own, instead of its previous target.
 // True if it then refers to anything. An object that is released during a call on it lives until that call has returned.
 bool kzHold(PyObject* wrapper, IKzUnknown* object);
