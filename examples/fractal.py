@@ -16,7 +16,7 @@ WIDTH, HEIGHT, DEPTH = 96, 64, 50
 
 
 class Painter(kzifc.ThreadJob):
-    """Takes rows until there are none left. Lists are safe to share: pop and append happen at once."""
+    """Takes rows until there are none left. Lists and dictionaries are safe to share: a pop or a store happens at once."""
 
     def __init__(self, waiting, finished):
         self.waiting, self.finished = waiting, finished
@@ -27,7 +27,7 @@ class Painter(kzifc.ThreadJob):
                 y = self.waiting.pop()
             except IndexError:
                 return
-            self.finished.append((y, [value for x in range(WIDTH) for value in color_at(x, y)]))
+            self.finished[y] = [value for x in range(WIDTH) for value in color_at(x, y)]
 
 
 def color_at(x, y):
@@ -41,8 +41,8 @@ def color_at(x, y):
 
 
 def paint(image, limit):
-    """Returns whether all rows were painted. Only this thread touches the image and the monitor."""
-    waiting, finished = range(HEIGHT), []  # type: list, list
+    """Returns whether all rows were painted. Only this thread calls the host, with one row after the other."""
+    waiting, finished = range(HEIGHT)[::-1], {}  # type: list, dict
     group = kz.service.Thread().CreateGroup()
     for _ in range(kz.service.Thread().ProcessorCount()):
         group.AddJob(Painter(waiting, finished))
@@ -52,10 +52,11 @@ def paint(image, limit):
     try:
         while done < HEIGHT:
             time.sleep(0.01)
-            for y, colors in finished[done:]:
+            while done in finished:
+                colors = finished[done]
                 line = kz.Storage("byte", len(colors))
                 line.set(colors)
-                image.SetLine(y, kz.symbol.iIMG_FORMAT_RGB24, line.size(), line)
+                image.SetLine(done, kz.symbol.iIMG_FORMAT_RGB24, line.size(), line)
                 done += 1
                 monitor.step()  # fails after Ctrl-C
                 if done == limit:

@@ -37,7 +37,7 @@ public:
     bool begin(const KzCrossing& crossing, PyObject*& answer) override {
         const CPendingException pending;
         const CUntraced untraced;
-        if (m_watcher.get() == nullptr && !start(crossing)) return false;
+        if (m_watcher.get() == nullptr && !start(crossing)) return endScript(crossing, answer);
         const CPyRef arguments(PyTuple_New(crossing.count), CPyRef::owned);
         for (Py_ssize_t at = 0; at < crossing.count; ++at) {
             Py_INCREF(crossing.arguments[at]);
@@ -80,19 +80,34 @@ public:
     }
 
 private:
+    // The meta objects of classes that were blessed before, which the host passes to each instance.
+    void rememberMeta(const KzCrossing& crossing) {
+        if (crossing.direction == KzCrossing::toHost && std::strcmp(crossing.method, "bless") == 0 && crossing.count > 3)
+            m_metas.emplace_back(crossing.arguments[3]);
+    }
+
     // True once the recorder or player is there. The outermost script is what it begins with.
     bool start(const KzCrossing& crossing) {
         const bool isScript = crossing.direction == KzCrossing::toPython && std::strcmp(crossing.method, "script") == 0;
-        if (!isScript || m_hasFailed) return false;
+        if (!isScript || m_hasFailed) return rememberMeta(crossing), false;
         const CPyRefNull package(PyImport_ImportModule("kzserv.recording"));
         const CPyRef living(PyList_New(0), CPyRef::owned);
         for (PyObject* each : m_living) kzNonNegative(PyList_Append(living, each));
+        for (const CPyRef& each : std::exchange(m_metas, {})) kzNonNegative(PyList_Append(living, each));
         if (package.get() != nullptr)
             m_watcher.adopt(PyObject_CallMethod(package, kzText("start"), kzText("sssOOO"), m_mode.c_str(),
                                                 m_file.c_str(), crossing.owner, crossing.arguments[0],
                                                 crossing.arguments[1], living.get()));
         if (m_watcher.get() == nullptr) tellFailure();
         return false;  // the script itself is no call of a script
+    }
+
+    // A script whose recording cannot be played must not go on with the host that plays it.
+    bool endScript(const KzCrossing& crossing, PyObject*& answer) const {
+        if (!m_hasFailed || m_mode != "replay" || crossing.direction == KzCrossing::toPython) return false;
+        PyErr_SetObject(PyExc_SystemExit, CPyRef(PyInt_FromLong(1), CPyRef::owned));
+        answer = nullptr;
+        return true;
     }
 
     // What the player returns is None to go on, (value,) for a result, and (None, exception) for a failure. What it raises
@@ -116,10 +131,12 @@ private:
         return true;
     }
 
-    // Gives up: the recorder or player has failed, which must not harm the script. Always false.
+    // Gives up; a recorder that has failed must not harm the script. A player that ends the script has said why. Always
+    // false.
     bool tellFailure() {
         m_hasFailed = true;
-        kzTellException(("the " + m_mode + " has failed").c_str());
+        if (PyErr_ExceptionMatches(PyExc_SystemExit) != 0) PyErr_Clear();
+        else kzTellException(("the " + m_mode + " has failed").c_str());
         m_watcher.adopt(nullptr);
         return false;
     }
@@ -127,6 +144,7 @@ private:
     std::string m_mode;
     std::string m_file;
     std::vector<PyObject*> m_living;  // borrowed: what the host held before the script began
+    std::vector<CPyRef> m_metas;
     CPyRefNull m_watcher;  // null until a script has begun
     bool m_hasFailed = false;
 };

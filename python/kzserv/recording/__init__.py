@@ -23,6 +23,8 @@ on another, below what happened in between:
                     a reference back, script(...) runs another script
     < VALUE         what that returned; a method that raised is followed by "!" as well
     ~ INDEX VALUE   what the call has written to the storage that is its argument of that index
+    & INDEX CONTENTS
+                    the file that the argument of that index names, if the call has changed it
     | LEVEL ORIGIN SUBSYSTEM TEXT
                     a line that was written to the log meanwhile
     + instance(N)   the host has got a reference to a Python object

@@ -2,13 +2,15 @@
 
 import ast
 import json
+import os
+import shutil
 import thread
 
 import kz
 
 import _kzobserve
 from kzserv.recording.recorder import HEADER, LOCAL
-from kzserv.recording.values import Reader, Refused, Writer, class_name, dotted, fill
+from kzserv.recording.values import Reader, Refused, Writer, dotted, fill, settle_chance, unpacked
 
 
 class Difference(SystemExit):
@@ -20,7 +22,7 @@ class Event(object):
 
     def __init__(self, kind, text, line):
         self.kind, self.text, self.line = kind, text, line
-        self.events, self.fills, self.end = [], [], None
+        self.events, self.fills, self.files, self.end = [], [], [], None
 
 
 def job_of(text):
@@ -45,8 +47,8 @@ def parse(lines):
             raise Refused('line %d is indented too far' % number)
         if mark in ('=', '<', '!'):
             opened[depth].end = mark, rest
-        elif mark == '~':
-            opened[depth].fills.append(rest)
+        elif mark in '~&':
+            (opened[depth].fills if mark == '~' else opened[depth].files).append(rest)
         else:
             event = Event(mark, rest, number) if mark in ('>', '|', '+', '@') else Event('', body, number)
             lists[depth].append(event)
@@ -102,11 +104,12 @@ class Player(object):
         self.entered = 0
         self.jobs = {}
         self.frames = {}
+        self.folders = []  # to be removed at the end
         with open(path) as stream:
             lines = stream.read().splitlines()
         if not lines or lines[0] != HEADER:
             self.fail('it does not begin with "%s"' % HEADER)
-        self.header = json.loads(lines[1])
+        settle_chance(json.loads(lines[1])['seed'])
         events, refused = parse(lines[2:])
         if refused:
             self.fail(refused)
@@ -132,6 +135,8 @@ class Player(object):
             self.reader.at_hand.clear()
         text = self.writer.call(owner, method, target, args, keywords)
         self.reader.note(args)
+        if owner == 'kz' and method == 'bless':
+            self.reader.living.extend(args[3:])
         event = self.next_call(frames[-1])
         if event is None or event.text != text:
             self.fail(self.told(event, text))
@@ -145,6 +150,8 @@ class Player(object):
             return
         event = self.next_call(self.frames[self.main][0]) if self.difference is None else None
         self.frames = {}
+        for folder in self.folders:
+            shutil.rmtree(folder, True)
         if event is not None:
             self.fail('the script has ended, where line %d expects\n  %s' % (event.line, event.text))
 
@@ -160,7 +167,12 @@ class Player(object):
         self.play(event.events)
         for change in event.fills:
             index, _, text = change.partition(' ')
-            fill(args[int(index)], self.reader.packed(text))
+            fill(args[int(index)], self.reader.contents_of(text))
+        for change in event.files:
+            index, _, text = change.partition(' ')
+            self.make_folders(args[int(index):][:1])
+            with open(args[int(index)], 'wb') as stream:
+                stream.write(unpacked(ast.literal_eval(text)))
         mark, text = event.end or ('!', "RuntimeError('the recording ends here')")
         if mark == '!':
             answer = None, self.reader.exception(text)
@@ -230,6 +242,7 @@ class Player(object):
     def call_python(self, event):
         node = ast.parse(event.text, mode='eval').body
         args = [self.reader.made(each) for each in node.args]
+        self.make_folders(args)
         try:
             if isinstance(node.func, ast.Attribute):
                 target = self.reader.made(node.func.value)
@@ -242,6 +255,13 @@ class Player(object):
             return '!', self.writer.exception(problem)
         self.reader.note((result,))
         return ('<', self.writer.value(result)) if result is not NotImplemented else (None, None)
+
+    def make_folders(self, args):
+        """The host may have made the folder of a file that it names."""
+        for each in args:
+            if isinstance(each, str) and os.path.isabs(each) and not os.path.exists(os.path.dirname(each)):
+                os.makedirs(os.path.dirname(each))
+                self.folders.append(os.path.dirname(each))
 
     def do_new(self, event, kind, meta):
         instance = _kzobserve.enter(kind, *(() if meta is None else (meta,)))

@@ -2,13 +2,14 @@
 
 import json
 import thread
+import time
 import zlib
 
 import kz
 import kzifc
 
 import _kzobserve
-from kzserv.recording.values import Refused, Writer, contents, is_sized, row_of, shown_storage
+from kzserv.recording.values import Refused, Writer, contents, file_state, packed, row_of, settle_chance, shown_storage
 
 HEADER = 'kz-recording 1'
 
@@ -36,7 +37,7 @@ class Call(object):
 
     def __init__(self, to_host, is_written):
         self.to_host, self.is_written = to_host, is_written
-        self.storages = ()
+        self.storages = self.files = ()
 
 
 class Recorder(object):
@@ -52,8 +53,10 @@ class Recorder(object):
         self.refused = None
         self.ours = {}  # by thread: how many calls deep the tap is at work, which is not recorded
         self.line(HEADER)
-        self.line(json.dumps({'script': script, 'argument': argument, 'words': words,
+        seed = int(time.time() * 1000) & 0xFFFFFFFF
+        self.line(json.dumps({'script': script, 'argument': argument, 'words': words, 'seed': seed,
                               'description': kz.__description__}, sort_keys=True))
+        settle_chance(seed)
         self.tap = kz.object.Unknown(LogTap(self))
         kz.service.Listener().AddListener(self.tap)
 
@@ -125,7 +128,8 @@ class Recorder(object):
         if call.to_host:
             text = self.writer.call(owner, method, target, args, keywords)
             call.storages = [(index, each, zlib.crc32(contents(each))) for index, each in enumerate(args)
-                             if isinstance(each, kz.Storage) and is_sized(each)]
+                             if isinstance(each, kz.Storage)]
+            call.files = [(index, each, file_state(each)) for index, each in enumerate(args) if isinstance(each, str)]
         elif method == '__init__':
             text = '> new(%s)' % ', '.join(map(value, args))
         elif method == '__del__':
@@ -148,6 +152,10 @@ class Recorder(object):
         for index, storage, before in call.storages:
             if zlib.crc32(contents(storage)) != before:
                 self.line('%s~ %d %s' % (indent, index, shown_storage(storage, True)))
+        for index, path, before in call.files:
+            if file_state(path) not in (before, None, False):
+                with open(path, 'rb') as stream:
+                    self.line('%s& %d %r' % (indent, index, packed(stream.read())))
         if exception is not None:
             self.line('%s! %s' % (indent, self.writer.exception(exception)))
         else:

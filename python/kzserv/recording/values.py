@@ -2,8 +2,12 @@
 
 import ast
 import base64
+import os
+import random
+import stat
 import struct
 import sys
+import tempfile
 import types
 import weakref
 import zlib
@@ -19,6 +23,14 @@ NAMES = {'None': None, 'True': True, 'False': False}
 
 class Refused(Exception):
     """Something that cannot be recorded. The text says what, and why."""
+
+
+def settle_chance(seed):
+    """Lets random numbers and the names of temporary files be those of the recording's seed."""
+    random.seed(seed)
+    names = tempfile._RandomNameSequence()
+    names._rng, names._rng_pid = random.Random(seed), os.getpid()
+    tempfile._name_sequence = names
 
 
 def row_of(kind):
@@ -87,28 +99,49 @@ class Numbers(object):
 KINDS = {'B': 'b', 'f': 'f', 'd': 'd', 'i': 'i', 'I': 'u', 'Q': 'p'}
 
 
+LARGEST = 1 << 32  # elements; a view of memory whose size only the host knows has more
+
+
 def contents(storage):
-    return memoryview(storage).tobytes()
+    return memoryview(storage).tobytes() if is_typed(storage) else b''
 
 
-def fill(storage, packed):
-    raw = zlib.decompress(base64.b64decode(packed))
-    struct.pack_into('%ds' % len(raw), storage, 0, raw)
-
-
-def is_sized(storage):
+def is_typed(storage):
     try:
-        return len(storage) >= 0
-    except (TypeError, ValueError, OverflowError, BufferError, RuntimeError):
+        return bool(memoryview(storage).format)
+    except BufferError:
         return False
 
 
+def fill(storage, packed):
+    raw = unpacked(packed)
+    if raw:
+        struct.pack_into('%ds' % len(raw), storage, 0, raw)
+
+
+def packed(raw):
+    return base64.b64encode(zlib.compress(raw, 9))
+
+
+def unpacked(text):
+    return zlib.decompress(base64.b64decode(text))
+
+
+def file_state(value):
+    """What tells whether a file has changed, if the value is the name of one; else None."""
+    try:
+        state = os.stat(value)
+    except (TypeError, ValueError, EnvironmentError):
+        return None
+    return stat.S_ISREG(state.st_mode) and (state.st_ino, state.st_mtime, state.st_size)
+
+
 def shown_storage(storage, with_contents):
-    if not is_sized(storage):
-        raise Refused('raw memory of the host, whose size nobody tells')
+    if storage.size() > LARGEST or (storage.size() and not is_typed(storage)):
+        raise Refused('raw memory of the host, of which nobody knows what it is')
     raw = contents(storage)
-    kind = KINDS[memoryview(storage).format]
-    tail = repr(base64.b64encode(zlib.compress(raw, 9))) if with_contents else '%d' % (zlib.crc32(raw) & 0xFFFFFFFF)
+    kind = KINDS[memoryview(storage).format] if is_typed(storage) else ''
+    tail = repr(packed(raw)) if with_contents else '%d' % (zlib.crc32(raw) & 0xFFFFFFFF)
     return 'storage(%r, %d, %s)' % (kind, len(storage), tail)
 
 
@@ -197,8 +230,8 @@ class Reader(object):
         """The number in the text of an object."""
         return ast.parse(text, mode='eval').body.args[0].n
 
-    def packed(self, text):
-        """The contents in the text of a storage."""
+    def contents_of(self, text):
+        """The packed contents in the text of a storage."""
         return ast.parse(text, mode='eval').body.args[2].s
 
     def value(self, text):
@@ -258,7 +291,7 @@ class Reader(object):
         return _kzobserve.ghost(kind, number)
 
     def make_storage(self, kind, length, packed):
-        storage = kz.Storage(kind, length)
+        storage = kz.Storage(kind, length) if kind else kz.Storage()
         if packed:
             fill(storage, packed)
         return storage
