@@ -17,6 +17,9 @@ class Difference(SystemExit):
     """The script does something else than the one that was recorded. Ends it with status 1."""
 
 
+ENDING = ('=', '<', '!', '~', '&')
+
+
 class Event(object):
     """A line of a recording, and for a call what happened inside it and how it ended."""
 
@@ -31,8 +34,19 @@ def job_of(text):
     return int(number), text
 
 
+def read(lines):
+    """The events of a recording."""
+    if not lines or lines[0] != HEADER:
+        raise Refused('it does not begin with "%s"' % HEADER)
+    try:
+        settle_chance(json.loads(lines[1])['seed'])
+    except (ValueError, LookupError, TypeError):
+        raise Refused('its second line is not what it should be')
+    return parse(lines[2:])
+
+
 def parse(lines):
-    """The events of a recording's lines, as trees, and what it was refused for."""
+    """The events of a recording's lines, as trees."""
     lists, opened = [[]], []
     for count, line in enumerate(lines):
         body = line.lstrip(' ')
@@ -40,14 +54,14 @@ def parse(lines):
         mark, _, rest = body.partition(' ')
         number = count + 3  # the header has two lines
         if mark == 'refused':
-            return lists[0], ast.literal_eval(rest)
+            raise Refused(ast.literal_eval(rest))
         if body == 'end':
-            return lists[0], None
-        if depth >= len(lists):
+            return lists[0]
+        if depth >= len(lists) or (mark in ENDING and depth >= len(opened)):
             raise Refused('line %d is indented too far' % number)
         if mark in ('=', '<', '!'):
             opened[depth].end = mark, rest
-        elif mark in '~&':
+        elif mark in ('~', '&'):
             (opened[depth].fills if mark == '~' else opened[depth].files).append(rest)
         else:
             event = Event(mark, rest, number) if mark in ('>', '|', '+', '@') else Event('', body, number)
@@ -56,7 +70,7 @@ def parse(lines):
                 del lists[depth + 1:], opened[depth:]
                 lists.append(event.events)
                 opened.append(event)
-    return lists[0], 'it is not whole: the script that was recorded has not come to its end'
+    raise Refused('it is not whole: the script that was recorded has not come to its end')
 
 
 class Frame(object):
@@ -107,12 +121,10 @@ class Player(object):
         self.folders = []  # to be removed at the end
         with open(path) as stream:
             lines = stream.read().splitlines()
-        if not lines or lines[0] != HEADER:
-            self.fail('it does not begin with "%s"' % HEADER)
-        settle_chance(json.loads(lines[1])['seed'])
-        events, refused = parse(lines[2:])
-        if refused:
-            self.fail(refused)
+        try:
+            events = read(lines)
+        except Refused as problem:
+            self.fail(str(problem))
         self.main = thread.get_ident()
         self.frames[self.main] = [Frame(events)]
 
@@ -131,6 +143,12 @@ class Player(object):
         frames = self.frames.get(thread.get_ident())
         if not frames:
             raise RuntimeError('the recording is over')
+        try:
+            return self.step(frames, owner, method, target, args, keywords)
+        except Refused as problem:
+            self.fail(str(problem))
+
+    def step(self, frames, owner, method, target, args, keywords):
         if len(frames) == 1:
             self.reader.at_hand.clear()
         text = self.writer.call(owner, method, target, args, keywords)
@@ -173,7 +191,9 @@ class Player(object):
             self.make_folders(args[int(index):][:1])
             with open(args[int(index)], 'wb') as stream:
                 stream.write(unpacked(ast.literal_eval(text)))
-        mark, text = event.end or ('!', "RuntimeError('the recording ends here')")
+        if event.end is None:
+            raise Refused('the call in line %d has no end' % event.line)
+        mark, text = event.end
         if mark == '!':
             answer = None, self.reader.exception(text)
         else:

@@ -1,6 +1,7 @@
 """Writes recordings."""
 
 import json
+import re
 import thread
 import time
 import zlib
@@ -51,6 +52,7 @@ class Recorder(object):
         self.jobs = {}                                   # the numbers of the threads that the host has entered beside
         self.jobs_count = 0
         self.refused = None
+        self.raw = raw_methods()
         self.ours = {}  # by thread: how many calls deep the tap is at work, which is not recorded
         self.line(HEADER)
         seed = int(time.time() * 1000) & 0xFFFFFFFF
@@ -126,6 +128,8 @@ class Recorder(object):
             raise Refused('it is called on another thread, beside the script, and the order of such calls is chance')
         value = self.writer.value
         if call.to_host:
+            if '%s.%s' % (owner, method) in self.raw:
+                raise Refused('it returns raw memory of the host, as an address')
             text = self.writer.call(owner, method, target, args, keywords)
             call.storages = [(index, each, zlib.crc32(contents(each))) for index, each in enumerate(args)
                              if isinstance(each, kz.Storage)]
@@ -181,6 +185,16 @@ class Recorder(object):
         self.main = None
         self.stream.close()
         kz.service.Listener().RemoveListener(self.tap)
+
+
+def raw_methods():
+    """The methods that hand out addresses, from which a script could read. Those of identities only name things."""
+    from kzserv import description
+    manifest = description.load()
+    return frozenset('kz.%s.%s.%s' % (module, name, method) for module in ('object', 'service')
+                     for name, (_, methods) in manifest[module].iteritems()
+                     if name != 'GUID' and not name.endswith('Translation')
+                     for method, signature, _ in methods if re.search('->.*pointer', signature))
 
 
 def origin_of(entry):
