@@ -105,7 +105,7 @@ TEST_F(RecordingTest, RefusesByNameWhatItCannotRepeat) {
     const std::pair<const char*, const char*> rows[] = {
         {"thread = threading.Thread(target=lambda: kz.eval('log.lines count:?'))\nthread.start()\nthread.join()",
          "kz.eval: it is called on another thread, beside the script"},
-        {"kz.service.GL().NativeContext()", "kz.service.GL.NativeContext: it returns raw memory of the host"},
+        {"kz.object.GLViewport().NativeContext()", "kz.object.GLViewport.NativeContext: it returns raw memory of the host"},
     };
     for (const auto& [code, says] : rows) {
         const std::string script = "import kz, threading\ntry:\n    " + std::string(code) + "\nexcept Exception: pass\nprint 'done'\n";
