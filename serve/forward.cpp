@@ -48,6 +48,7 @@ PyObject* callWatched(CArguments& arguments, const KzForwardedMethod& method, Py
     kzCrossingWatch->begin(crossing, unused);
     PyObject* result = kzCallByName(items, arguments.count(), name);
     kzCrossingWatch->end(crossing, result);
+    if (result != nullptr) kzCrossingWatch->kept(result);
     return result;
 }
 

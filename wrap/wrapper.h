@@ -22,6 +22,9 @@ extern KzWrapperType kzUnknownType;
 // The generated row of a type, or of the type that a Python class derives from.
 const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept;
 
+// True for the type of objects or services, and for a Python class that derives from one.
+bool kzIsWrapperType(const PyTypeObject* type) noexcept;
+
 // Makes a wrapper refer to the object by its type's interface, with a reference of its own, instead of its previous target.
 // True if it then refers to anything. An object that is released during a call on it lives until that call has returned.
 bool kzHold(PyObject* wrapper, IKzUnknown* object);
@@ -47,6 +50,8 @@ struct KzServing {
     PyObject* (*extract)(IKzUnknown* object) = nullptr;  // borrowed; null when the object is not one of ours
 };
 void kzSetServing(const KzServing& serving) noexcept;
+// The Python instance that implements the host object, as a borrowed reference; null if none does.
+PyObject* kzInstanceServedAs(IKzUnknown* object) noexcept;
 
 // kz.extract.
 PyObject* kzExtractFunction(PyObject* self, PyObject* args);
