@@ -1,6 +1,7 @@
 // kz.Monitor: the progress of a script, which the host displays.
 #include "kzmod/call.h"
 #include "kzmod/types.h"
+#include "module/crossing_watch.h"
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
@@ -79,7 +80,12 @@ int monitorInit(PyObject* self, PyObject* args, PyObject* keywords) {
     });
 }
 
+PyObject* monitorNew(PyTypeObject* type, PyObject* args, PyObject* keywords) {
+    return kzTellMade(PyType_GenericNew(type, args, keywords));
+}
+
 void monitorDealloc(PyObject* self) {
+    kzTellGone(self);
     {
         const CPendingException keep;
         replaceRecord(self, nullptr);
@@ -124,5 +130,5 @@ KzUncopyable uncopyable("kz.Monitor(steps) makes another one");
 }  // namespace
 
 PyTypeObject kzMonitorType = KzTypeRow{"kz.Monitor", "Monitor objects", sizeof(MonitorObject), methods,
-                                       uncopyable,   PyType_GenericNew, monitorInit,           monitorDealloc}
+                                       uncopyable,   monitorNew,        monitorInit,           monitorDealloc}
                                  .type();

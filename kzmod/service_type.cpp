@@ -1,6 +1,7 @@
 // kz.Service: the queries of a script to a service of the host.
 #include "kzmod/types.h"
 #include "kzmod/value_conversion.h"
+#include "module/crossing_watch.h"
 #include "module/pending_exception.h"
 
 #include "kz/application.h"
@@ -30,10 +31,11 @@ ServicePointer& stateOf(PyObject* self) { return reinterpret_cast<ServiceObject*
 PyObject* serviceNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
     PyObject* self = type->tp_alloc(type, 0);
     if (self != nullptr) new (&stateOf(self)) ServicePointer();
-    return self;
+    return kzTellMade(self);
 }
 
 void serviceDealloc(PyObject* self) {
+    kzTellGone(self);
     {
         const CPendingException keep;
         stateOf(self).~ServicePointer();

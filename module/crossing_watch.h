@@ -4,6 +4,8 @@
 
 #include "module/python.h"
 
+#include <cstdint>
+
 // One call. Everything is borrowed for the time of the call.
 struct KzCrossing {
     enum Direction { toHost, toPython };
@@ -15,6 +17,7 @@ struct KzCrossing {
     PyObject* const* arguments;  // without `self`
     Py_ssize_t count;
     PyObject* keywords = nullptr;
+    bool isAside = false;  // no call of a function or method, but what goes on beside them (kzWatchedAside)
 };
 
 // Sees every call, with the interpreter lock held. It must leave a pending exception as it is.
@@ -26,13 +29,33 @@ public:
     virtual bool begin(const KzCrossing& crossing, PyObject*& answer) noexcept = 0;
     // After the call; the result is null if an exception is pending.
     virtual void end(const KzCrossing& crossing, PyObject* result) noexcept = 0;
-    // A wrapper or a served instance has been made, or is about to be freed.
-    virtual void made(PyObject* object) noexcept = 0;
+    // An object that refers to one of the host has been made, or a host object for an instance (isServed); it is about to be
+    // freed.
+    virtual void made(PyObject* object, bool isServed) noexcept = 0;
     virtual void gone(PyObject* object) noexcept = 0;
+    // The object is never released, on purpose, so it is no leak, and neither is anything that it refers to.
+    virtual void kept(PyObject* object) noexcept = 0;
+    // Before Python ends: the served instance is never freed, because it keeps a wrapper of itself, or others that do the
+    // same keep one of it. True if the watch is going to report that.
+    virtual bool keepsItself(PyObject* instance) noexcept = 0;
+    // After Python has ended: a host object for the instance is still there, with that many references.
+    virtual void remains(PyObject* instance, std::uint32_t references) noexcept = 0;
 };
 
 // Null if nobody watches. Set before Python starts, and for good.
 extern CCrossingWatch* kzCrossingWatch;
+
+// Tells whoever watches of a new object that refers to one of the host, and returns it.
+inline PyObject* kzTellMade(PyObject* object, bool isServed = false) noexcept {
+    if (kzCrossingWatch != nullptr) [[unlikely]]
+        if (object != nullptr) kzCrossingWatch->made(object, isServed);
+    return object;
+}
+
+inline void kzTellGone(PyObject* object) noexcept {
+    if (kzCrossingWatch != nullptr) [[unlikely]]
+        kzCrossingWatch->gone(object);
+}
 
 // Runs the body, which returns a new reference or null with an exception pending, as one call into Python.
 template <class Body, class... Arguments>
@@ -45,6 +68,21 @@ PyObject* kzWatchedEntry(const char* owner, const char* method, PyObject* self, 
     PyObject* result = nullptr;
     if (watch->begin(crossing, result)) return result;
     result = body();
+    watch->end(crossing, result);
+    return result;
+}
+
+// Runs the body as above. What it does is no call of a function or method, but something that goes on beside them, and that
+// a watch cannot replace: text that Python passes to the host, the import of the servers, the release of an instance.
+template <class Body>
+PyObject* kzWatchedAside(KzCrossing::Direction direction, const char* owner, const char* method, PyObject* argument,
+                         Body&& body) noexcept {
+    CCrossingWatch* watch = kzCrossingWatch;
+    if (watch == nullptr) return body();
+    const KzCrossing crossing{direction, owner, method, nullptr, &argument, argument != nullptr ? 1 : 0, nullptr, true};
+    PyObject* unused = nullptr;
+    watch->begin(crossing, unused);
+    PyObject* result = body();
     watch->end(crossing, result);
     return result;
 }

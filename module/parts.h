@@ -19,6 +19,7 @@ struct KzModuleParts {
     void (*importWidgets)() = nullptr;              // the widget bridge; leaves an exception pending if it is missing
     void (*releaseServers)() = nullptr;             // releases the Python objects that blessed servers own
     void (*forgetPython)() = nullptr;               // after finalisation: clears cached pointers without a release
+    void (*finish)(bool hasEnded) = [](bool) {};    // last of all; also if Python has never started, or cannot end
 };
 
 void kzSetParts(const KzModuleParts& parts) noexcept;

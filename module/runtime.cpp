@@ -2,6 +2,7 @@
 #include "module/runtime.h"
 
 #include "module/checks.h"
+#include "module/crossing_watch.h"
 #include "module/error_report.h"
 #include "module/explain.h"
 #include "module/gate.h"
@@ -145,8 +146,9 @@ PyObject* PythonRuntime::findKzuObjectNames() {
 void PythonRuntime::importServers() {
     PyEval_AcquireThread(m_mainThread);
     {
-        const CPyRefNull result(
-            PyRun_String("import kzserv\n", Py_file_input, m_interpreter->globals, m_interpreter->locals));
+        const CPyRefNull result(kzWatchedAside(KzCrossing::toPython, "kzserv", "import", nullptr, [this] {
+            return PyRun_String("import kzserv\n", Py_file_input, m_interpreter->globals, m_interpreter->locals);
+        }));
         if (result.get() == nullptr) kzTellException("importing servers (kzserv) failed");
     }
     PyEval_ReleaseThread(m_mainThread);
@@ -178,7 +180,8 @@ KzResult PythonRuntime::adopt() {
     const CPyRef registered(PyObject_CallMethod(atExit, kzText("register"), kzText("O"), function.get()),
                             CPyRef::owned);
     kzNonNegative(Py_AtExit(programEnded));
-    const CPyRefNull servers(PyImport_ImportModule("kzserv"));
+    const CPyRefNull servers(kzWatchedAside(KzCrossing::toPython, "kzserv", "import", nullptr,
+                                            [] { return PyImport_ImportModule("kzserv"); }));
     if (servers.get() == nullptr) kzTellException("importing servers (kzserv) failed");
     theReady = true;
     return KZe_OK;
@@ -205,6 +208,7 @@ void PythonRuntime::programEnded() {
     CLockState::setOurs(false);
     theOnlyRuntime->m_state = shutDown;
     theOnlyRuntime->m_interpreter.reset();
+    theParts.finish(true);
 }
 
 // Waits until all threads have left. False if they do not, or if the calling thread itself is inside.
@@ -226,12 +230,13 @@ bool PythonRuntime::stop() noexcept {
         // Nothing is destroyed while threads may use it, and no lock is taken that they may hold.
         if (runtime != nullptr) runtime->m_state = shutDown;
         tellWhoStays();
+        theParts.finish(false);
         return false;
     }
     CThreadStates::end();
     theReady = false;
-    if (runtime == nullptr) return true;
-    runtime->end();
+    if (runtime != nullptr) runtime->end();
+    theParts.finish(true);
     theRuntime = nullptr;
     return true;
 }

@@ -6,5 +6,5 @@
 #include <memory>
 #include <string>
 
-// Throws FAILED, with a line in the log, if the file cannot be written.
+// Throws FAILED, with a line on standard error, if the file cannot be written.
 std::unique_ptr<CCallWatcher> kzMakeCallTrace(const std::string& file);

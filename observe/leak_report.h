@@ -7,6 +7,6 @@
 #include <memory>
 #include <string>
 
-// The mode is "report" or "error", which says the level of the lines in the log. Throws INVALIDARG, with a line in the log,
-// for another one.
+// The mode is "report" or "error", which says the level of the lines in the log. Throws INVALIDARG, with a line on standard
+// error, for another one.
 std::unique_ptr<CCallWatcher> kzMakeLeakReport(const std::string& mode);

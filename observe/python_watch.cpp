@@ -61,8 +61,10 @@ public:
         raised.restore();
     }
 
-    void made(PyObject* object) override {
-        if (kzIsWrapperType(Py_TYPE(object))) return;
+    bool onlyLooks() const override { return false; }
+
+    void made(PyObject* object, bool isServed) override {
+        if (!isServed) return;
         if (m_watcher.get() == nullptr) return m_living.push_back(object);
         const CPendingException pending;
         const CUntraced untraced;
@@ -225,8 +227,12 @@ PyMethodDef functions[] = {
 
 }  // namespace
 
-std::unique_ptr<CCallWatcher> kzMakePythonWatch(const std::string& mode, const std::string& file) {
-    return std::make_unique<CPythonWatch>(mode, file);
+std::unique_ptr<CCallWatcher> kzMakeRecorder(const std::string& file) {
+    return std::make_unique<CPythonWatch>("record", file);
+}
+
+std::unique_ptr<CCallWatcher> kzMakePlayer(const std::string& file) {
+    return std::make_unique<CPythonWatch>("replay", file);
 }
 
 void kzAddObserveModule() {

@@ -6,7 +6,8 @@
 #include <memory>
 #include <string>
 
-// The mode is "record" or "replay". Nothing happens until a script runs.
-std::unique_ptr<CCallWatcher> kzMakePythonWatch(const std::string& mode, const std::string& file);
+// Nothing happens until a script runs.
+std::unique_ptr<CCallWatcher> kzMakeRecorder(const std::string& file);
+std::unique_ptr<CCallWatcher> kzMakePlayer(const std::string& file);
 // Adds the module _kzobserve, by which the package does what Python alone cannot.
 void kzAddObserveModule();

@@ -7,6 +7,7 @@
 #include "kz/result.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
@@ -14,17 +15,19 @@
 
 namespace {
 
-void tellFailure(const std::string& path) {
-    kzLog((path + " cannot be written: " + std::strerror(errno)).c_str(), KZe_FAILED);
-}
+std::string reason(const std::string& path) { return path + " cannot be written: " + std::strerror(errno); }
 
 }  // namespace
+
+void kzTellUnusable(const std::string& text) noexcept {
+    std::fprintf(stderr, "kzPython2: %s\n", text.c_str());  // the host has not passed its log yet
+}
 
 CReportFile::CReportFile(const std::string& path)
     : m_path(path), m_owner(getpid()),
       m_file(path == "-" ? dup(STDERR_FILENO) : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
     if (m_file >= 0) return;
-    tellFailure(path);
+    kzTellUnusable(reason(path));
     throw kzFailedCode;
 }
 
@@ -38,7 +41,7 @@ void CReportFile::write(const std::string& text) noexcept {
         const ssize_t written = ::write(m_file, text.data() + at, text.size() - at);
         if (written >= 0) at += static_cast<std::size_t>(written);
         else if (errno != EINTR) {
-            tellFailure(m_path);
+            kzLog(reason(m_path).c_str(), KZe_FAILED);
             close(std::exchange(m_file, -1));
         }
     }

@@ -3,9 +3,12 @@
 
 #include <string>
 
+// Says, while the environment is read, what is wrong with a variable.
+void kzTellUnusable(const std::string& text) noexcept;
+
 class CReportFile {
 public:
-    // "-" is standard error. Throws FAILED, with a line in the log that says why, if the file cannot be opened.
+    // "-" is standard error. Throws FAILED, with a line on standard error that says why, if the file cannot be opened.
     explicit CReportFile(const std::string& path);
     ~CReportFile();
     CReportFile(const CReportFile&) = delete;

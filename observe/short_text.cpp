@@ -1,6 +1,9 @@
 // Python values in short.
 #include "observe/short_text.h"
 
+#include "module/pending_exception.h"
+#include "module/py_ref.h"
+#include "wrap/result_codes.h"
 #include "wrap/wrapper_object.h"
 
 #include <frameobject.h>
@@ -50,6 +53,16 @@ std::string textOfItems(PyObject* sequence, const char* brackets, int depth) {
     return text + (size > mostItems ? ", ..." : "") + brackets[1];
 }
 
+std::string textOfDict(PyObject* dict, int depth) {
+    std::string text = "{";
+    PyObject* key = nullptr;
+    PyObject* value = nullptr;
+    Py_ssize_t count = 0;
+    for (Py_ssize_t place = 0; PyDict_Next(dict, &place, &key, &value) != 0 && count < mostItems; ++count)
+        text += (count != 0 ? ", " : "") + textOf(key, depth + 1) + ": " + textOf(value, depth + 1);
+    return text + (PyDict_Size(dict) > mostItems ? ", ...}" : "}");
+}
+
 // Only of exact types: what a subclass does would be Python code.
 std::string textOf(PyObject* value, int depth) {
     if (value == nullptr) return "null";
@@ -67,6 +80,7 @@ std::string textOf(PyObject* value, int depth) {
     }
     if (depth < deepest && PyTuple_CheckExact(value)) return textOfItems(value, "()", depth);
     if (depth < deepest && PyList_CheckExact(value)) return textOfItems(value, "[]", depth);
+    if (depth < deepest && PyDict_CheckExact(value)) return textOfDict(value, depth);
     if (PyType_Check(value)) return reinterpret_cast<PyTypeObject*>(value)->tp_name;
     return std::string("<") + Py_TYPE(value)->tp_name + ">";
 }
@@ -85,9 +99,8 @@ std::string kzShortArguments(const KzCrossing& crossing) {
 std::string kzShortException() {
     const PyThreadState* thread = PyThreadState_GET();
     if (thread->curexc_type == nullptr) return "";
-    std::string text = PyType_Check(thread->curexc_type)
-                           ? reinterpret_cast<PyTypeObject*>(thread->curexc_type)->tp_name
-                           : "an old-style exception";
+    std::string text = PyType_Check(thread->curexc_type) ? reinterpret_cast<PyTypeObject*>(thread->curexc_type)->tp_name
+                                                         : "an old-style exception";
     if (const std::size_t dot = text.rfind('.'); dot != std::string::npos) text.erase(0, dot + 1);
     PyObject* value = thread->curexc_value;
     if (value == nullptr) return text;
@@ -98,7 +111,31 @@ std::string kzShortException() {
     return text + ": " + kzShortText(value);
 }
 
+std::string kzShortCode() {
+    const PyThreadState* thread = PyThreadState_GET();
+    PyObject* type = thread->curexc_type;
+    PyObject* value = thread->curexc_value;
+    PyObject** fields = value != nullptr ? _PyObject_GetDictPtr(value) : nullptr;
+    PyObject* code = fields != nullptr && *fields != nullptr ? PyDict_GetItemString(*fields, "code") : nullptr;
+    if (code != nullptr && PyInt_CheckExact(code)) return kzResultName(static_cast<KzResult>(PyInt_AS_LONG(code)));
+    if (code != nullptr && PyLong_CheckExact(code))
+        return kzResultName(static_cast<KzResult>(PyLong_AsUnsignedLongMask(code)));
+    // The text of a class of the script's own would be Python code.
+    const bool isBuiltin = type != nullptr && PyType_Check(type) &&
+                           (reinterpret_cast<PyTypeObject*>(type)->tp_flags & Py_TPFLAGS_HEAPTYPE) == 0;
+    const CPendingException pending;
+    return isBuiltin ? kzResultName(kzResultOfException(type, value)) : "";
+}
+
 std::string kzNameOf(const KzCrossing& crossing) { return std::string(crossing.owner) + "." + crossing.method; }
+
+std::string kzLineOfMethod(PyObject* self, const char* method) {
+    const CPyRefNull name(PyString_FromString(method));
+    PyObject* function = name.get() != nullptr ? _PyType_Lookup(Py_TYPE(self), name) : nullptr;
+    if (function == nullptr || !PyFunction_Check(function)) return "";
+    const auto* code = reinterpret_cast<PyCodeObject*>(PyFunction_GET_CODE(function));
+    return std::string(PyString_AS_STRING(code->co_filename)) + ":" + std::to_string(code->co_firstlineno);
+}
 
 std::string kzCurrentLine() {
     PyFrameObject* frame = PyThreadState_GET()->frame;

@@ -11,9 +11,13 @@ std::string kzShortText(PyObject* value);
 std::string kzShortArguments(const KzCrossing& crossing);
 // The pending exception: its type, and its value if that is a text.
 std::string kzShortException();
+// The name of the result code that the pending exception stands for; empty if only Python code could tell.
+std::string kzShortCode();
 // "kz.object.Mesh.PointCount", "kz.eval", "MyCommand.cmd_Execute".
 std::string kzNameOf(const KzCrossing& crossing);
 // The Python line that is running, as "FILE:LINE"; empty if there is none.
 std::string kzCurrentLine();
+// The line on which a method of the object's class begins, as "FILE:LINE"; empty if it is no function of Python.
+std::string kzLineOfMethod(PyObject* self, const char* method);
 // As a JSON string with its quotes. Bytes that are not UTF-8 become U+FFFD.
 std::string kzJsonString(const std::string& text);

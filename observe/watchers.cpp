@@ -14,18 +14,19 @@
 #include "kz/base/boundary.h"
 #include "kz/base/forever.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
 
 // What a watch does may itself call the host or run Python code; that is not watched.
 KZ_THREAD_LOCAL thread_local bool t_isWatching = false;
-
-bool theModuleIsNeeded = false;
 
 class CWatchers final : public CCrossingWatch {
 public:
@@ -34,30 +35,62 @@ public:
 
     bool begin(const KzCrossing& crossing, PyObject*& answer) noexcept override {
         bool isAnswered = false;
-        each([&](CCallWatcher& watcher) { isAnswered = isAnswered || watcher.begin(crossing, answer); });
+        const auto begin = [&](CCallWatcher& watcher) {
+            if (watcher.onlyLooks() || !isAnswered) isAnswered |= watcher.begin(crossing, answer);
+        };
+        each(begin, crossing.isAside);
+        const auto endAtOnce = [&](CCallWatcher& watcher) {
+            if (watcher.onlyLooks()) watcher.end(crossing, answer);
+        };
+        if (isAnswered) each(endAtOnce, crossing.isAside);
         return isAnswered;
     }
     void end(const KzCrossing& crossing, PyObject* result) noexcept override {
-        each([&](CCallWatcher& watcher) { watcher.end(crossing, result); });
+        each([&](CCallWatcher& watcher) { watcher.end(crossing, result); }, crossing.isAside);
     }
-    void made(PyObject* object) noexcept override {
-        each([=](CCallWatcher& watcher) { watcher.made(object); });
+    void made(PyObject* object, bool isServed) noexcept override {
+        each([=](CCallWatcher& watcher) { watcher.made(object, isServed); });
     }
     void gone(PyObject* object) noexcept override {
         each([=](CCallWatcher& watcher) { watcher.gone(object); });
     }
+    void kept(PyObject* object) noexcept override {
+        each([=](CCallWatcher& watcher) { watcher.kept(object); });
+    }
+    bool keepsItself(PyObject* instance) noexcept override {
+        bool isReported = false;
+        each([&](CCallWatcher& watcher) { isReported |= watcher.keepsItself(instance); });
+        return isReported;
+    }
+    void remains(PyObject* instance, std::uint32_t references) noexcept override {
+        each([=](CCallWatcher& watcher) { watcher.remains(instance, references); });
+    }
+    void prepareEnd() noexcept {
+        each([](CCallWatcher& watcher) { watcher.prepareEnd(); });
+    }
+    // Once. What comes later is seen by nobody who only looks.
     void finish() noexcept {
+        if (m_isFinishing.exchange(true)) return;
         each([](CCallWatcher& watcher) { watcher.finish(); });
+        const std::lock_guard lock(m_lock);
+        m_hasEnded = true;
     }
 
 private:
-    template <class Step> void each(Step&& step) noexcept {
+    template <class Step> void each(Step&& step, bool isAside = false) noexcept {
         if (std::exchange(t_isWatching, true)) return;
-        for (const auto& watcher : m_watchers) kzValueBoundary([&] { step(*watcher); });
+        for (const auto& watcher : m_watchers) {
+            std::unique_lock lock(m_lock, std::defer_lock);
+            if (watcher->onlyLooks()) lock.lock();
+            if (lock.owns_lock() ? !m_hasEnded : !isAside) kzValueBoundary([&] { step(*watcher); });
+        }
         t_isWatching = false;
     }
 
     std::vector<std::unique_ptr<CCallWatcher>> m_watchers;
+    std::mutex m_lock;
+    bool m_hasEnded = false;
+    std::atomic<bool> m_isFinishing = false;
 };
 
 CKzForever<CWatchers> theWatchers;
@@ -70,15 +103,19 @@ std::string fileOf(const char* variable) {
     return file;
 }
 
+// A variable whose value cannot be used is without effect; whoever makes the watch has said why.
+void readVariable(const char* variable, std::unique_ptr<CCallWatcher> (*make)(const std::string& value)) noexcept {
+    kzValueBoundary([=] {
+        if (const std::string value = fileOf(variable); !value.empty()) theWatchers->add(make(value));
+    });
+}
+
 void readEnvironment() {
-    if (const std::string file = fileOf("KZ_TRACE_CALLS"); !file.empty()) theWatchers->add(kzMakeCallTrace(file));
-    if (const std::string file = fileOf("KZ_PROFILE_CALLS"); !file.empty()) theWatchers->add(kzMakeCallProfile(file));
-    for (const auto& [variable, mode] : {std::pair("KZ_RECORD", "record"), std::pair("KZ_REPLAY", "replay")})
-        if (const std::string file = fileOf(variable); !file.empty()) {
-            theWatchers->add(kzMakePythonWatch(mode, file));
-            theModuleIsNeeded = true;
-        }
-    if (const std::string mode = fileOf("KZ_LEAKS"); !mode.empty()) theWatchers->add(kzMakeLeakReport(mode));
+    readVariable("KZ_TRACE_CALLS", kzMakeCallTrace);
+    readVariable("KZ_PROFILE_CALLS", kzMakeCallProfile);
+    readVariable("KZ_RECORD", kzMakeRecorder);
+    readVariable("KZ_REPLAY", kzMakePlayer);
+    readVariable("KZ_LEAKS", kzMakeLeakReport);
 }
 
 }  // namespace
@@ -88,7 +125,7 @@ CWatchedAgain::~CWatchedAgain() { t_isWatching = true; }
 
 void kzStartWatching() noexcept {
     if (kzCrossingWatch != nullptr) return;
-    kzValueBoundary(readEnvironment);
+    readEnvironment();
     if (theWatchers->isEmpty()) return;
     kzCrossingWatch = &*theWatchers;
     kzTypeHook = [](PyTypeObject& type, bool isService) noexcept {
@@ -99,8 +136,12 @@ void kzStartWatching() noexcept {
 void kzObserveModule(PyObject* kz, const PyMethodDef* functions, std::initializer_list<PyTypeObject*> types) noexcept {
     if (kzCrossingWatch == nullptr) return;
     kzObserveFunctions(kz, functions);
-    if (theModuleIsNeeded) kzAddObserveModule();
+    kzAddObserveModule();
     for (PyTypeObject* type : types) kzObserveType(*type, KzMaking::byInit);
+}
+
+void kzPrepareEndOfWatching() noexcept {
+    if (kzCrossingWatch != nullptr) theWatchers->prepareEnd();
 }
 
 void kzEndWatching() noexcept {

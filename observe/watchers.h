@@ -26,5 +26,7 @@ public:
 void kzStartWatching() noexcept;
 // After the kz module has been built: observes its functions and types. A no-op if nobody watches.
 void kzObserveModule(PyObject* kz, const PyMethodDef* functions, std::initializer_list<PyTypeObject*> types) noexcept;
-// After the interpreter has ended: the watches write what they have.
+// Before the interpreter ends, with its lock held.
+void kzPrepareEndOfWatching() noexcept;
+// After the interpreter has ended, or has been left as it is because threads are inside: the watches write what they have.
 void kzEndWatching() noexcept;

@@ -10,6 +10,7 @@
 #include "script/out_function.h"
 #include "script/python_streams.h"
 #include "serve/bless.h"
+#include "serve/leftovers.h"
 #include "wrap/registration.h"
 #include "wrap/result_codes.h"
 #include "wrap/widget_bridge.h"
@@ -63,10 +64,19 @@ void addSubmodules(PyObject* kz) {
     kzObserveModule(kz, functions, {&kzServiceType, &kzMonitorType});
 }
 
+void releaseServers() {
+    kzPrepareEndOfWatching();
+    kzReleaseServers();
+}
+
 void forgetPython() {
     kzForgetServers();
     kzForgetTypes();
     kzForgetResultNames();
+}
+
+void finish(bool hasEnded) {
+    if (hasEnded) kzTellRemainingObjects();
     kzEndWatching();
 }
 
@@ -80,8 +90,9 @@ void kzComposeParts() {
     parts.addSubmodules = addSubmodules;
     parts.installStreams = kzInstallStreams;
     parts.importWidgets = kzImportWidgets;
-    parts.releaseServers = kzReleaseServers;
+    parts.releaseServers = releaseServers;
     parts.forgetPython = forgetPython;
+    parts.finish = finish;
     kzSetParts(parts);
     kzSetServing(kzPythonServing());
 }

@@ -2,6 +2,7 @@
 #include "script/python_streams.h"
 
 #include "module/checks.h"
+#include "module/crossing_watch.h"
 #include "module/output.h"
 #include "module/py_ref.h"
 #include "wrap/result_codes.h"
@@ -93,7 +94,9 @@ void append(Stream& stream, const char* text, std::size_t size) {
     raiseIfFailed(result);
 }
 
-PyObject* streamWrite(PyObject* object, PyObject* text) {
+const char* nameOf(const Stream& stream) { return stream.descriptor == STDERR_FILENO ? "sys.stderr" : "sys.stdout"; }
+
+PyObject* writeText(PyObject* object, PyObject* text) {
     return kzPythonEntry([=]() -> PyObject* {
         const CPyRefNull encoded(PyUnicode_Check(text) ? PyUnicode_AsUTF8String(text) : nullptr);
         if (PyUnicode_Check(text)) kzNonNull(encoded.get());
@@ -103,6 +106,11 @@ PyObject* streamWrite(PyObject* object, PyObject* text) {
         append(*self(object), bytes, static_cast<std::size_t>(size));
         Py_RETURN_NONE;
     });
+}
+
+PyObject* streamWrite(PyObject* object, PyObject* text) {
+    return kzWatchedAside(KzCrossing::toHost, nameOf(*self(object)), "write", text,
+                          [=] { return writeText(object, text); });
 }
 
 PyObject* streamWriteLines(PyObject* object, PyObject* lines) {
@@ -118,13 +126,18 @@ PyObject* streamWriteLines(PyObject* object, PyObject* lines) {
     });
 }
 
-PyObject* streamFlush(PyObject* object, PyObject* /*args*/) {
+PyObject* flushText(PyObject* object) {
     return kzPythonEntry([=] {
         const KzPassResult result = kzPassOn(self(object)->origin);
         raiseIfFailed(result);
         if (!result.isAccepted) flushPartialLine(*self(object));
         Py_RETURN_NONE;
     });
+}
+
+PyObject* streamFlush(PyObject* object, PyObject* /*args*/) {
+    return kzWatchedAside(KzCrossing::toHost, nameOf(*self(object)), "flush", nullptr,
+                          [=] { return flushText(object); });
 }
 
 // Never a terminal, because output becomes log entries.

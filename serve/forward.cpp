@@ -48,6 +48,7 @@ PyObject* callWatched(CArguments& arguments, const KzForwardedMethod& method, Py
     if (kzCrossingWatch->begin(crossing, result)) return result;
     result = kzCallByName(items, arguments.count(), name);
     kzCrossingWatch->end(crossing, result);
+    if (result != nullptr) kzCrossingWatch->kept(result);
     return result;
 }
 

@@ -7,6 +7,7 @@
 // are not followed count as references from elsewhere, so that nothing is reported that is still in use.
 #include "serve/leftovers.h"
 
+#include "module/crossing_watch.h"
 #include "module/error_report.h"
 #include "module/output.h"
 #include "serve/class_interfaces.h"
@@ -25,12 +26,6 @@ namespace {
 
 // Bounds the memory and time of the search.
 constexpr std::size_t mostNodes = 1U << 16;
-
-bool isWrapper(PyObject* object) noexcept {
-    for (const PyTypeObject* type = Py_TYPE(object); type != nullptr; type = type->tp_base)
-        if (type->tp_dealloc == kzDeallocObject) return true;
-    return false;
-}
 
 class CLeftovers {
 public:
@@ -90,7 +85,7 @@ private:
         const Node node = m_nodes.at(key);
         auto* object = static_cast<PyObject*>(node.object);
         if (node.isHostObject) return (this->*step)(object, object);
-        if (isWrapper(object))
+        if (kzIsWrapperType(Py_TYPE(object)))
             if (const CKzInstance* instance = kzInstanceOf(kzWrapper(object)->target)) (this->*step)(instance, nullptr);
         Visit visit{*this, step};
         if (PyObject_IS_GC(object) && Py_TYPE(object)->tp_traverse != nullptr)
@@ -118,14 +113,17 @@ private:
         m_order.push_back(key);
     }
 
-    // An instance counts once, even if several host objects stand for it.
+    // An instance counts once, even if several host objects stand for it, and not at all if a watch is going to report it.
     std::map<std::string, std::size_t> classesOf(const std::vector<const void*>& all) const {
         std::set<void*> instances;
         for (const void* key : all)
             if (const Node& node = m_nodes.at(key); node.isHostObject && !node.isAlive) instances.insert(node.object);
         std::map<std::string, std::size_t> classes;
-        for (void* instance : instances)
-            ++classes[kzClassName(reinterpret_cast<PyObject*>(Py_TYPE(static_cast<PyObject*>(instance))))];
+        for (void* each : instances) {
+            auto* instance = static_cast<PyObject*>(each);
+            const bool isReported = kzCrossingWatch != nullptr && kzCrossingWatch->keepsItself(instance);
+            if (!isReported) ++classes[kzClassName(reinterpret_cast<PyObject*>(Py_TYPE(instance)))];
+        }
         return classes;
     }
 
@@ -153,5 +151,14 @@ void kzTellLeftovers() noexcept {
         for (const CKzPythonPolymorph* polymorph : kzPythonPolymorphs())
             for (const KzLiveInstance& living : kzLiveInstancesOf(*polymorph)) leftovers.add(living);
         tell(leftovers.find());
+    });
+}
+
+void kzTellRemainingObjects() noexcept {
+    if (kzCrossingWatch == nullptr) return;
+    kzValueBoundary([] {
+        for (const CKzPythonPolymorph* polymorph : kzPythonPolymorphs())
+            for (const KzLiveInstance& living : kzLiveInstancesOf(*polymorph))
+                kzCrossingWatch->remains(static_cast<PyObject*>(living.object), living.references);
     });
 }

@@ -78,7 +78,7 @@ IKzUnknown* CKzPythonPolymorph::spawnFor(PyObject* instance) {
     t_nextInstance = instance;
     try {
         IKzUnknown* spawned = spawn();
-        if (kzCrossingWatch != nullptr && spawned != nullptr) kzCrossingWatch->made(instance);
+        if (spawned != nullptr) kzTellMade(instance, true);
         Py_CLEAR(t_nextInstance);
         return spawned;
     } catch (...) {
@@ -91,16 +91,15 @@ void* CKzPythonPolymorph::createObject() { return std::exchange(t_nextInstance, 
 
 void CKzPythonPolymorph::freeObject(void* object) noexcept {
     // If Python has ended, the guard throws: the object is gone with the interpreter, and there is nothing to release.
-    kzValueBoundary([object] {
+    kzValueBoundary([=, this] {
         const CPyLock lock;
         CPyRefNull released(static_cast<PyObject*>(object));
-        if (kzCrossingWatch == nullptr) return;
-        kzCrossingWatch->gone(released);
-        const auto release = [&]() -> PyObject* {
+        PyObject* instance = released;
+        const CPyRefNull done(kzWatchedEntry(m_className.c_str(), "release", instance, [&]() -> PyObject* {
+            kzTellGone(instance);
             released.adopt(nullptr);
             Py_RETURN_NONE;
-        };
-        const CPyRefNull done(kzWatchedEntry(Py_TYPE(released.get())->tp_name, "__del__", released, release));
+        }));
     });
 }
 
@@ -123,6 +122,7 @@ IKzUnknown* CKzPythonPolymorph::makeSubObject(CKzPythonPolymorph& server) {
     }
     // The reference from makeInstance is leaked on purpose: a sub-object's instance has to outlive its host object, because
     // what it has handed out belongs to the outer object and may be used for as long as that one lives.
+    if (kzCrossingWatch != nullptr) kzCrossingWatch->kept(instance);
     return server.spawnFor(instance);
 }
 
@@ -134,7 +134,9 @@ void CKzPythonPolymorph::inherit(void* object, void* other) {
         PyErr_Clear();
         return;
     }
-    const CPyRefNull result(callWith(method, static_cast<PyObject*>(other)));
+    auto* instance = static_cast<PyObject*>(object);
+    const CPyRefNull result(kzWatchedEntry(m_className.c_str(), "inherit", instance,
+                                           [&] { return callWith(method, static_cast<PyObject*>(other)); }));
     if (result.get() != nullptr) return;
     throw kzResultOfPending();
 }

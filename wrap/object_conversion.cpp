@@ -51,6 +51,10 @@ CKzLoc_Unknown& convertArgument(PyObject* self, const char* method, PyObject* ar
 
 void kzSetServing(const KzServing& serving) noexcept { theServing = serving; }
 
+PyObject* kzInstanceServedAs(IKzUnknown* object) noexcept {
+    return object != nullptr && theServing.extract != nullptr ? theServing.extract(object) : nullptr;
+}
+
 IKzUnknown* kzPeek(PyObject* object) {
     if (object == Py_None || isZero(object)) return nullptr;
     if (kzIsWrapper(object)) return kzNonNull(kzWrapper(object)->target, KZe_NOINTERFACE);
@@ -83,7 +87,7 @@ PyObject* kzExtractFunction(PyObject* /*self*/, PyObject* args) {
         if (PyArg_ParseTuple(args, "O", &source) == 0) return kzParseFailed();
         IKzUnknown* object = kzPeek(source);
         if (object == nullptr) Py_RETURN_NONE;
-        PyObject* instance = theServing.extract != nullptr ? theServing.extract(object) : nullptr;
+        PyObject* instance = kzInstanceServedAs(object);
         if (instance == nullptr) {
             PyErr_SetString(PyExc_TypeError, "kz.extract: the object is not implemented in Python");
             return nullptr;

@@ -104,25 +104,12 @@ void letGo(PyObject* self) noexcept {
     }
 }
 
-// Tells whoever watches of a new wrapper, and returns it.
-PyObject* tellMade(PyObject* wrapper) noexcept {
-    if (kzCrossingWatch != nullptr) [[unlikely]]
-        kzCrossingWatch->made(wrapper);
-    return wrapper;
-}
-
-void tellGone(PyObject* wrapper) noexcept {
-    if (kzCrossingWatch != nullptr) [[unlikely]]
-        kzCrossingWatch->gone(wrapper);
-}
-
 PyObject* objectNew(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
-    PyObject* self = type->tp_alloc(type, 0);
-    return self != nullptr ? tellMade(self) : nullptr;
+    return kzTellMade(type->tp_alloc(type, 0));
 }
 
 void serviceDealloc(PyObject* self) {
-    tellGone(self);
+    kzTellGone(self);
     letGo(self);
     Py_TYPE(self)->tp_free(self);
 }
@@ -160,7 +147,7 @@ PyObject* serviceNew(PyTypeObject* type, PyObject* args, PyObject* /*keywords*/)
         IKzUnknown* target = service.raw();
         target->AddRef();
         kzWrapper(self)->target = target;
-        return tellMade(self);
+        return kzTellMade(self);
     });
 }
 
@@ -217,7 +204,7 @@ IKzUnknown* interfaceOf(const KzWrapperType& type, IKzUnknown* owned) noexcept {
 KzTypeHook kzTypeHook = nullptr;
 
 void kzDeallocObject(PyObject* self) {
-    tellGone(self);
+    kzTellGone(self);
     letGo(self);
     PyTypeObject* type = Py_TYPE(self);
     if ((type->tp_flags & Py_TPFLAGS_HEAPTYPE) != 0) type->tp_free(self);
@@ -290,8 +277,7 @@ PyObject* kzNewWrapper(const KzWrapperType& type, IKzUnknown* owned) noexcept {
         return PyErr_NoMemory();
     }
     wrapper->target = target;
-    return tellMade(
-        PyObject_INIT(reinterpret_cast<PyObject*>(wrapper), const_cast<PyTypeObject*>(&type.type)));
+    return kzTellMade(PyObject_INIT(reinterpret_cast<PyObject*>(wrapper), const_cast<PyTypeObject*>(&type.type)));
 }
 
 PyObject* kzNewUnknown(IKzUnknown* object) noexcept {

@@ -50,6 +50,8 @@ struct KzServing {
     PyObject* (*extract)(IKzUnknown* object) = nullptr;  // borrowed; null when the object is not one of ours
 };
 void kzSetServing(const KzServing& serving) noexcept;
+// The Python instance that implements the host object, as a borrowed reference; null if none does.
+PyObject* kzInstanceServedAs(IKzUnknown* object) noexcept;
 
 // kz.extract.
 PyObject* kzExtractFunction(PyObject* self, PyObject* args);

@@ -36,7 +36,8 @@ bool isTextOfScript(const LogLine& line) {
 bool CConsoleOutput::isHidden(const LogLine& line) const {
     if (isShownElsewhere(line)) return true;
     if (line.level == KZe_LOG_DEBUG && !m_debug && m_host.properties().get("log.debug") != "1") return true;
-    const bool isNotice = !isOfScripts(line) && kzSucceeded(line.level) && line.origin != TextOrigin::report;
+    const bool isNotice = !isOfScripts(line) && kzSucceeded(line.level) && line.origin != TextOrigin::report &&
+                          line.origin != TextOrigin::leaks;
     return isNotice && (m_quiet || line.text.empty());
 }
 

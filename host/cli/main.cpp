@@ -50,6 +50,7 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
     app.add_option("--log", options.logFile,
                    "Append the event log to FILE, one JSON object a line; - is standard output")
         ->type_name("FILE");
+    options.watch.addTo(app);
     app.add_flag("--trace", options.trace, "Show each call of the module to the host");
     app.add_flag("--quiet", options.quiet, "Only output and errors, no notices");
 }
@@ -69,8 +70,9 @@ struct CommandLine {
 };
 
 // The index of the first word after the options, and their values, that start at this index.
-std::size_t behindOptions(const CLI::App& app, const std::vector<std::string>& words, std::size_t at) {
+std::size_t behindOptions(const CLI::App& app, std::vector<std::string>& words, std::size_t at) {
     for (; at < words.size() && words[at].size() > 2 && words[at].starts_with("--"); ++at) {
+        if (words[at] == "--profile") words[at] += "=-";  // or the parser would take the next word for its file
         const std::size_t equals = words[at].find('=');
         const CLI::Option* option = app.get_option_no_throw(words[at].substr(0, equals));
         if (option != nullptr && option->get_expected_max() > 0 && equals == std::string::npos) ++at;

@@ -72,7 +72,10 @@ int CProgram::start() {
     }
     host().log().addSink(CConsoleOutput(host(), m_options.quiet, m_options.trace));
     host().texts().setViewer(CConsoleOutput::show);
-    host().log().addSink([this](const LogLine& line) { m_startFailed |= line.origin == TextOrigin::startup; });
+    host().log().addSink([this](const LogLine& line) {
+        m_startFailed |= line.origin == TextOrigin::startup;
+        m_hasLeaks |= line.origin == TextOrigin::leaks && kzFailed(line.level);
+    });
     if (!m_options.quiet) showProgress();
     host().dialogs().setAsker(kzPromptOnTerminal);
     if (m_options.trace) {
@@ -82,6 +85,16 @@ int CProgram::start() {
     host().log().limits.entries = 100'000;
     host().log().limits.bytes = std::size_t{64} << 20U;
     setPaths();
+    return loadModules();
+}
+
+int CProgram::loadModules() {
+    std::string why;
+    const CWatchVariables watches(m_options.watch, why);
+    if (!why.empty()) {
+        say(why);
+        return exitUsage;
+    }
     // The plug-in comes last: "module:" stands for the folder of the module that was loaded last.
     std::vector<std::string> modules = m_options.modules;
     modules.push_back(m_options.plugin);
@@ -104,6 +117,7 @@ void CProgram::showProgress() {
 
 int CProgram::finish(int status) {
     m_host.reset();
+    if (status == exitOk && m_hasLeaks) status = exitFailed;
     return m_logFile.end(CStandardStreams::get().finish(status));
 }
 

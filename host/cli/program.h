@@ -3,6 +3,7 @@
 
 #include "host/cli/exit_status.h"
 #include "host/cli/log_file.h"
+#include "host/cli/watch_options.h"
 #include "host/kz_host.h"
 
 #include <optional>
@@ -18,6 +19,7 @@ struct ProgramOptions {
     std::vector<std::pair<std::string, std::string>> aliases;
     std::vector<std::string> importPaths;
     std::string logFile;
+    WatchOptions watch;
     bool trace = false;
     bool quiet = false;
 };
@@ -27,9 +29,11 @@ public:
     explicit CProgram(ProgramOptions options);
     // Sets up the host and loads the module. Returns exitOk or, after reporting a failure, the exit status for it.
     int start();
-    // Ends the host. Returns the exit status: the given one, unless output was lost.
+    // Ends the host. Returns the exit status: the given one, unless output was lost, or objects that count as a failure.
     int finish(int status);
     CKzHost& host() { return *m_host; }
+    // Whether the module has reported leaks as failures.
+    bool hasLeaks() const { return m_hasLeaks; }
     const ProgramOptions& options() const { return m_options; }
 
     // Starts the interpreter with that server name, so that a failure is reported before anything runs in it.
@@ -44,11 +48,13 @@ public:
 private:
     void setPaths();
     void showProgress();
+    int loadModules();
 
     ProgramOptions m_options;
     CLogFile m_logFile;  // outlives the host, which logs until its end
     std::optional<CKzHost> m_host;
     bool m_startFailed = false;
+    bool m_hasLeaks = false;
 };
 
 }  // namespace kzhost

@@ -3,6 +3,7 @@
 
 #include <exception>
 #include <iterator>
+#include <pthread.h>
 #include <utility>
 
 namespace kzhost {
@@ -19,6 +20,7 @@ bool CJobThreads::start(std::function<void()> work) noexcept {
     try {
         Thread& mine = started.emplace_back();
         mine.thread = std::jthread([&mine, work = std::move(work)]() mutable {
+            pthread_setname_np(pthread_self(), "job");
             work();
             work = nullptr;
             mine.isOver = true;

@@ -11,13 +11,14 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::array<std::pair<TextOrigin, std::string_view>, 7> names = {{{TextOrigin::host, "host"},
+constexpr std::array<std::pair<TextOrigin, std::string_view>, 8> names = {{{TextOrigin::host, "host"},
                                                                            {TextOrigin::module, kzFromModule},
                                                                            {TextOrigin::report, kzFromReport},
                                                                            {TextOrigin::startup, kzFromStartup},
                                                                            {TextOrigin::script, kzFromScript},
                                                                            {TextOrigin::output, kzFromOutput},
-                                                                           {TextOrigin::error, kzFromError}}};
+                                                                           {TextOrigin::error, kzFromError},
+                                                                           {TextOrigin::leaks, kzFromLeaks}}};
 
 }  // namespace
 

@@ -132,7 +132,7 @@ class Player(object):
 
     def begin(self, to_host, owner, method, target, args, keywords):
         if not to_host:
-            if method not in ('script', '__del__'):
+            if method not in ('script', 'release'):
                 return None,  # the host that plays has no say
             self.entered += 1
             return None

@@ -136,7 +136,7 @@ class Recorder(object):
             call.files = [(index, each, file_state(each)) for index, each in enumerate(args) if isinstance(each, str)]
         elif method == '__init__':
             text = '> new(%s)' % ', '.join(map(value, args))
-        elif method == '__del__':
+        elif method == 'release':
             text = '> release(%s)' % value(target)
         elif method == 'script':
             text = '> script(%s)' % ', '.join(map(value, (owner,) + args))
