@@ -57,8 +57,8 @@ template <class Body> PyObject* watched(const KzCrossing& crossing, Body&& body)
 PyObject* call(PyObject* object, PyObject* args, PyObject* keywords) {
     const Observed& target = *observed(object);
     PyObject** items = reinterpret_cast<PyTupleObject*>(args)->ob_item;
-    const KzCrossing crossing{KzCrossing::toHost, target.owner, target.name, target.self, items, PyTuple_GET_SIZE(args),
-                              keywords};
+    const KzCrossing crossing{KzCrossing::toHost,     target.owner, target.name, target.self, items,
+                              PyTuple_GET_SIZE(args), keywords};
     const CPyRef keep(object);
     return watched(crossing, [&] { return PyObject_Call(target.callable, args, keywords); });
 }
@@ -121,7 +121,7 @@ const Constructor& constructorOf(const PyTypeObject* type) {
 }
 
 KzCrossing construction(PyTypeObject* type, const char* method, PyObject* self, PyObject* args, PyObject* keywords) {
-    return {KzCrossing::toHost, type->tp_name, method, self, reinterpret_cast<PyTupleObject*>(args)->ob_item,
+    return {KzCrossing::toHost,     type->tp_name, method, self, reinterpret_cast<PyTupleObject*>(args)->ob_item,
             PyTuple_GET_SIZE(args), keywords};
 }
 

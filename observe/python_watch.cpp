@@ -61,8 +61,6 @@ public:
         raised.restore();
     }
 
-    bool onlyLooks() const override { return false; }
-
     void made(PyObject* object, bool isServed) override {
         if (!isServed) return;
         if (m_watcher.get() == nullptr) return m_living.push_back(object);
@@ -84,7 +82,8 @@ public:
 private:
     // The meta objects of classes that were blessed before, which the host passes to each instance.
     void rememberMeta(const KzCrossing& crossing) {
-        if (crossing.direction == KzCrossing::toHost && std::strcmp(crossing.method, "bless") == 0 && crossing.count > 3)
+        if (crossing.direction == KzCrossing::toHost && std::strcmp(crossing.method, "bless") == 0 &&
+            crossing.count > 3)
             m_metas.emplace_back(crossing.arguments[3]);
     }
 
@@ -178,8 +177,10 @@ PyObject* writeFunction(PyObject* /*self*/, PyObject* args) {
     const char* origin = nullptr;
     const char* text = nullptr;
     unsigned long code = 0;
-    if (PyArg_ParseTuple(args, "ssk", &origin, &text, &code) == 0) return nullptr;
-    kzWriteFrom(origin, text, static_cast<KzResult>(code));
+    int isForLog = 0;
+    if (PyArg_ParseTuple(args, "ssk|i", &origin, &text, &code, &isForLog) == 0) return nullptr;
+    if (isForLog != 0) kzLog(text, static_cast<KzResult>(code));
+    else kzWriteFrom(origin, text, static_cast<KzResult>(code));
     Py_RETURN_NONE;
 }
 
@@ -217,11 +218,11 @@ PyMethodDef functions[] = {
     {"fill", fillFunction, METH_VARARGS,
      "done = fill(wrapper, number)\n\nMakes a new wrapper refer to a ghost. False for what is no wrapper."},
     {"number", numberFunction, METH_O, "number = number(object)\n\nThe number of its ghost, or 0."},
-    {"write", writeFunction, METH_VARARGS, "write(origin, text, code)\n\nWrites to the log as the module does."},
+    {"write", writeFunction, METH_VARARGS,
+     "write(origin, text, code, is_for_log=0)\n\nWrites where the script's output goes, or to the log itself."},
     {"enter", enterFunction, METH_VARARGS,
      "result = enter(callable, *args)\n\nCalls as the host would: what is called is watched."},
-    {"run", runFunction, METH_VARARGS,
-     "code = run(name, text, argument, words)\n\nRuns a script as the host would."},
+    {"run", runFunction, METH_VARARGS, "code = run(name, text, argument, words)\n\nRuns a script as the host would."},
     {nullptr, nullptr, 0, nullptr},
 };
 

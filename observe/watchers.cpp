@@ -53,6 +53,11 @@ public:
     }
     void gone(PyObject* object) noexcept override {
         each([=](CCallWatcher& watcher) { watcher.gone(object); });
+        if (!t_isWatching) return;
+        // A watch that runs Python code may have had the last reference, and would take the next object at this address
+        // for this one.
+        for (const auto& watcher : m_watchers)
+            if (!watcher->onlyLooks()) kzValueBoundary([&] { watcher->gone(object); });
     }
     void kept(PyObject* object) noexcept override {
         each([=](CCallWatcher& watcher) { watcher.kept(object); });

@@ -173,6 +173,11 @@ int runProgram(int count, char** arguments) {
     run->add_option("SCRIPT", script, "The script file; - is standard input")->required();
     run->add_option("ARG", words, "Arguments of the script: everything that follows");
     run->fallthrough();
+    CLI::App* replay = app.add_subcommand("replay", "Run a script with what --record has kept, in place of the host");
+    replay->add_option("FILE", options.watch.replay, "The recording, which knows the script's arguments")
+        ->required()
+        ->check(CLI::ExistingFile);
+    replay->add_option("SCRIPT", script, "The script file")->required();
     CLI::App* python =
         app.add_subcommand("python", "Run as a Python interpreter with its own options; also by kzhost FILE, "
                                      "kzhost -c CODE, kzhost -m MODULE and the like");
@@ -202,6 +207,10 @@ int runProgram(int count, char** arguments) {
         CStandardStreams::get().error(problem.str());
         return status == 0 ? exitOk : exitUsage;
     }
+    if (!options.watch.record.empty() && !run->parsed()) {
+        CProgram::say("--record needs run: only scripts can be replayed");
+        return exitUsage;
+    }
     const bool isNothingNamed = app.get_subcommands().empty() && !line.isForInterpreter;
     if (isNothingNamed || !wordsLeft(app).empty()) return refuse(app);
     if (coverage->parsed()) return kzShowCoverage(script, asJson);
@@ -211,6 +220,7 @@ int runProgram(int count, char** arguments) {
         if (serverVerbs.parsed()) return serverVerbs.run(program);
         if (line.isForInterpreter) return kzRunInterpreter(program, line.rest);
         if (run->parsed()) return kzRunScript(program, script, line.rest);
+        if (replay->parsed()) return kzRunScript(program, script, kzRecordedWords(program.options().watch.replay));
         if (eval->parsed()) return kzEvalLines(program, lines);
         if (console->parsed()) return kzRunConsole(program);
         if (cmd->parsed()) return kzRunCommand(program, script);

@@ -75,6 +75,7 @@ int CProgram::start() {
     host().log().addSink([this](const LogLine& line) {
         m_startFailed |= line.origin == TextOrigin::startup;
         m_hasLeaks |= line.origin == TextOrigin::leaks && kzFailed(line.level);
+        m_hasDifferences |= line.origin == TextOrigin::replay;
     });
     if (!m_options.quiet) showProgress();
     host().dialogs().setAsker(kzPromptOnTerminal);
@@ -117,7 +118,7 @@ void CProgram::showProgress() {
 
 int CProgram::finish(int status) {
     m_host.reset();
-    if (status == exitOk && m_hasLeaks) status = exitFailed;
+    if (status == exitOk && (m_hasLeaks || m_hasDifferences)) status = exitFailed;
     return m_logFile.end(CStandardStreams::get().finish(status));
 }
 

@@ -55,6 +55,7 @@ private:
     std::optional<CKzHost> m_host;
     bool m_startFailed = false;
     bool m_hasLeaks = false;
+    bool m_hasDifferences = false;  // from the recording that was made or played
 };
 
 }  // namespace kzhost

@@ -1,12 +1,14 @@
-// --trace-calls, --profile and --leaks.
+// --trace-calls, --profile, --leaks and --record.
 #include "host/cli/watch_options.h"
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <unistd.h>
 
 namespace kzhost {
@@ -36,6 +38,8 @@ void WatchOptions::addTo(CLI::App& app) {
     app.add_option("--profile", profile, "Sum up these calls by method, in FILE or on standard error")
         ->type_name("[=FILE]")
         ->expected(0, 1);
+    app.add_option("--record", record, "Write what the host answers to the script of run to FILE, for replay")
+        ->type_name("FILE");
     app.add_option("--leaks", leaks,
                    "Say what refers to objects of the host in the end, and by which line; with error, it is a failure")
         ->type_name("report|error")
@@ -44,13 +48,30 @@ void WatchOptions::addTo(CLI::App& app) {
         });
 }
 
+// The words that a recording's script ran with; none if the file is no recording, which whoever plays it will tell.
+std::vector<std::string> kzRecordedWords(const std::string& file) {
+    std::ifstream stream(file);
+    std::string line;
+    std::getline(stream, line);
+    std::getline(stream, line);
+    const auto header = nlohmann::json::parse(line, nullptr, false);
+    std::vector<std::string> words;
+    if (header.is_object() && header.contains("words") && header["words"].is_array())
+        for (const auto& word : header["words"])
+            if (word.is_string()) words.push_back(word.get<std::string>());
+    return words;
+}
+
 CWatchVariables::CWatchVariables(const WatchOptions& options, std::string& why) {
     const std::string trace = withProcess(options.trace), profile = withProcess(options.profile);
-    for (const auto& [option, file] : {std::pair("--trace-calls", trace), std::pair("--profile", profile)})
+    for (const auto& [option, file] :
+         {std::pair("--trace-calls", trace), std::pair("--profile", profile), std::pair("--record", options.record)})
         if (why.empty()) why = whyUnwritable(option, file);
     set("KZ_TRACE_CALLS", trace);
     set("KZ_PROFILE_CALLS", profile);
     set("KZ_LEAKS", options.leaks);
+    set("KZ_RECORD", options.record);
+    set("KZ_REPLAY", options.replay);
 }
 
 CWatchVariables::~CWatchVariables() {

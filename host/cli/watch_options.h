@@ -16,9 +16,14 @@ struct WatchOptions {
     std::string trace;    // a file, or empty
     std::string profile;  // a file, - for standard error, or empty
     std::string leaks;    // "report", "error", or empty
+    std::string record;   // a file, or empty
+    std::string replay;   // a recording that is played, or empty
 
     void addTo(CLI::App& app);
 };
+
+// The words that a recording's script ran with.
+std::vector<std::string> kzRecordedWords(const std::string& file);
 
 // Sets the module's variables, from which it learns while it is loaded what to watch, and restores the environment in the
 // end, so that child processes do not write to the same files.

@@ -11,14 +11,15 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::array<std::pair<TextOrigin, std::string_view>, 8> names = {{{TextOrigin::host, "host"},
+constexpr std::array<std::pair<TextOrigin, std::string_view>, 9> names = {{{TextOrigin::host, "host"},
                                                                            {TextOrigin::module, kzFromModule},
                                                                            {TextOrigin::report, kzFromReport},
                                                                            {TextOrigin::startup, kzFromStartup},
                                                                            {TextOrigin::script, kzFromScript},
                                                                            {TextOrigin::output, kzFromOutput},
                                                                            {TextOrigin::error, kzFromError},
-                                                                           {TextOrigin::leaks, kzFromLeaks}}};
+                                                                           {TextOrigin::leaks, kzFromLeaks},
+                                                                           {TextOrigin::replay, kzFromReplay}}};
 
 }  // namespace
 

@@ -10,7 +10,7 @@
 namespace kzhost {
 
 // The origin of a text or of a log entry; `host` if it does not name one.
-enum class TextOrigin { host, module, report, startup, script, output, error, leaks };
+enum class TextOrigin { host, module, report, startup, script, output, error, leaks, replay };
 
 TextOrigin kzOriginOf(std::string_view name) noexcept;
 std::string_view kzOriginName(TextOrigin origin) noexcept;

@@ -51,15 +51,13 @@ def class_name(kind):
 
 def find(name):
     """The class of that full name, whose module must have been imported."""
-    if name.startswith('service.'):
-        return getattr(kz.service, name[len('service.'):])
-    if '.' not in name:
-        return getattr(kz.object, name)
-    module, _, name = name.rpartition('.')
+    if name.startswith('service.') or '.' not in name:
+        name = 'kz.' + (name if '.' in name else 'object.' + name)
+    module, _, attribute = name.rpartition('.')
     try:
-        return getattr(sys.modules[module], name)
+        return getattr(sys.modules[module], attribute)
     except (KeyError, AttributeError):
-        raise Refused('there is no %s.%s here' % (module, name))
+        raise Refused('there is no %s here' % name)
 
 
 class Numbers(object):

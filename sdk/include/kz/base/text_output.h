@@ -20,6 +20,7 @@ inline constexpr char kzFromModule[] = "message";   // the module
 inline constexpr char kzFromReport[] = "report";    // the module, about an exception that nobody caught
 inline constexpr char kzFromScript[] = "script";    // the name of a script, whose text is in the child entries
 inline constexpr char kzFromLeaks[] = "leaks";      // the module, about what is still alive when Python has ended
+inline constexpr char kzFromReplay[] = "replay";    // the module, about a recording that is of no use or is not matched
 inline constexpr char kzFromStartup[] = "startup";  // the module, whose interpreter cannot be used
 
 // Offered by the host's log service for the text of scripts, and by a LineExecution for that of its line.
