@@ -47,7 +47,7 @@ TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {
     for (const auto& [text, status, error] : cases) {
         const Ended ended = runText(text);
         expect(ended, status, "", {error});
-        EXPECT_FALSE(ended.says("FAILED")) << "one report is enough: " << ended.error;
+        EXPECT_FALSE(ended.says("FAILED")) << text << "\none report is enough: " << ended.error;
     }
 }
 
@@ -117,7 +117,7 @@ TEST_F(KzHostTest, TextArrivesAsWritten) {
          "", "27"}};
     for (const auto& [text, out, error] : cases)
         for (const bool asLines : {false, true}) {
-            SCOPED_TRACE(asLines ? "console" : "run");
+            SCOPED_TRACE((asLines ? "console: " : "run: ") + text);
             const Ended ended = asLines ? run({"--quiet", "console"}, inFolder(text))
                                         : run({"--quiet", "run", write("script.py", text)});
             expect(ended, 0, out);
@@ -142,6 +142,7 @@ TEST_F(KzHostTest, OutputThatIsLostEndsWithAReason) {
          "kzhost: the log file /dev/full cannot be written: No space"},
         {"run " + lines + head, 141, ""}};
     for (const auto& [words, status, error] : cases) {
+        SCOPED_TRACE(words);
         const Ended ended = shell(words);
         expect(ended, status, "", {error});
         EXPECT_EQ(ended.error.empty(), *error == '\0') << ended.error;
@@ -386,7 +387,7 @@ TEST_F(KzHostTest, LongBlocksAreTakenAsShortOnesAre) {
     std::string block = "def f():\n  n = 0\n";
     for (int at = 0; at < 300; ++at) block.append("  if n >= 0:\n    n += \\\n    1\n    s = '''\n\n'''\n");
     for (const char* end : {"  return n, len(s)\n\nf()\n", "  return n, len(s)\n\n\nf()"})
-        EXPECT_EQ(run({"console"}, block + end).out, "300\n2\n");
+        EXPECT_EQ(run({"console"}, block + end).out, "300\n2\n") << end;
     expect(run({"console"}, block + "  return (]\n\nf()\n'on'\n"), 1, "on\n",
            {"invalid syntax", "name 'f' is not defined"});
 }

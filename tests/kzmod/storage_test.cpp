@@ -252,7 +252,7 @@ TEST_F(StorageTest, ViewsReadAndWriteMemoryOfOthers) {
         EXPECT_EQ(with(view, "s.set((7, 8))"), "None");
         EXPECT_FLOAT_EQ(memory[1], 8.0F);
         for (const char* use : {"memoryview(s)", "str(buffer(s))"})
-            EXPECT_EQ(with(view, use).substr(0, 56), "BufferError: The storage shows memory of the host, which");
+            EXPECT_EQ(with(view, use).substr(0, 56), "BufferError: The storage shows memory of the host, which") << use;
         EXPECT_EQ(with(view, "[s.__setitem__(slice(1, 2), s[:1]), memoryview(s[:]).shape]"), "[None, (2L,)]");
         EXPECT_FLOAT_EQ(memory[1], 7.0F);
         // Memory beyond the three elements cannot be accessed, whatever size or type is set.

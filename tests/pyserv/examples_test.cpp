@@ -100,7 +100,7 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
     for (const auto& [words, why] : refused) {
         const Ended ended = run(words);
         EXPECT_TRUE(ended.says(why)) << why << ended.error;
-        EXPECT_EQ(ended.status, words.back().ends_with("hdr") ? 0 : 1);
+        EXPECT_EQ(ended.status, words.back().ends_with("hdr") ? 0 : 1) << why;
     }
     // Scripts use the same loader and saver, and get an image of the host.
     expect(runText(R"(
@@ -220,9 +220,7 @@ TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
         print 'out'
         kz.eval('command.alias b user.value'); kz.eval('command.unalias b')
         class New(Command):
-            def execute(self):
-                kz.eval('log.clear scripts')
-                raise ValueError
+            def execute(self): kz.eval('log.clear scripts'); raise ValueError
         kz.bless(New, 'new')
         try: kz.eval('new')
         except RuntimeError: pass
@@ -241,9 +239,7 @@ TEST_F(ExampleServersTest, AMeshOperationThatFailsChangesNothing) {
     serve("half.py", R"(
         import kz, kzifc
         class Half(kzifc.MeshOperation):
-            def mop_Evaluate(self, mesh, elements, mode):
-                kz.object.Mesh(mesh).Clear()
-                raise ValueError('half-way')
+            def mop_Evaluate(self, mesh, elements, mode): kz.object.Mesh(mesh).Clear(); raise ValueError('half-way')
         kz.bless(Half, 'half'))"_lines);
     expect(runText(R"(
         import kz
@@ -268,11 +264,12 @@ TEST_F(ExampleServersTest, AMeshOperationThatFailsChangesNothing) {
 
 // The questions on standard error, and the effect of the answers.
 TEST_F(ExampleServersTest, ADialogAsksForArguments) {
+    const std::string edge = std::string(30, '+') + "\n";
     const std::tuple<const char*, const char*, int, std::string, std::vector<std::string>> cases[] = {
         {"??text.banner",
          "a text that is rather long\n\nmaybe\ntrue\n+\n",
          0,
-         "++++++++++++++++++++++++++++++\n+ a text that is rather long +\n++++++++++++++++++++++++++++++\n",
+         edge + "+ a text that is rather long +\n" + edge,
          {"text, What to print (a text) []: a text", "width, How long the line is (an integer, as 12 or -3) [26]",
           "\"maybe\" is not true or false", "mark, What the frame is made of (a text) [*]"}},
         {"?text.banner", "ab\n4\n\n", 0, " ab \n", {"[20]: 4", "[false]"}},
@@ -286,7 +283,8 @@ TEST_F(ExampleServersTest, ADialogAsksForArguments) {
     for (const auto& [command, answers, status, out, told] : cases) {
         const Ended ended = run({"cmd", command}, answers);
         expect(ended, status, out, told);
-        EXPECT_EQ(ended.says("mark, "), std::string(answers).find("true") != std::string::npos) << ended.error;
+        EXPECT_EQ(ended.says("mark, "), std::string(answers).find("true") != std::string::npos)
+            << command << ended.error;
     }
     expect(runText(R"(
         import kz

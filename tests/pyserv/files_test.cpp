@@ -51,9 +51,7 @@ TEST_F(FilesTest, AChangedFileIsTakenInWhenTheHostIsTold) {
             def __init__(self, meta): self.meta = meta
             def str_Encode(self): return WORD + self.meta.tail
         class Say(Command):
-            def execute(self):
-                super(Say, self).enabled()
-                kz.out(WORD)
+            def execute(self): super(Say, self).enabled(); kz.out(WORD)
         kz.bless(Say, 'say', {'word': WORD})
         kz.bless(Text, 'word', None, Meta()))"_lines;
     write("text", text);
@@ -127,8 +125,7 @@ TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
         class Hints(kzifc.UIValueHints):
             def uiv_PopInternalName(self, index): return WORD
         class Other(Hints): pass
-        class Meta(object):
-            _sub_ifcs = [(Hints, None)]
+        class Meta(object): _sub_ifcs = [(Hints, None)]
         class Base(kzifc.StringConversion): pass
         class Text(kzifc.Value, Base):
             def __init__(self, meta): pass

@@ -51,7 +51,7 @@ TEST_F(ScriptRunTest, SplitsItsArguments) {
                                                          {"\xC3\xA9", "('\\xc3\\xa9',)"}};
     for (const auto& [args, tuple] : table) {
         const std::string text = host.output("import kz; kz.out(repr(kz.args())); kz.out(repr(kz.arg()))", args);
-        EXPECT_TRUE(text.starts_with(std::string("test.py\n  ") + tuple + "\n")) << text;
+        EXPECT_TRUE(text.starts_with(std::string("test.py\n  ") + tuple + "\n")) << args << ": " << text;
     }
     EXPECT_EQ(host.output("import kz; kz.out(repr(kz.arg()))", "  "), "test.py\n  '  '\n");
 }
@@ -109,7 +109,7 @@ TEST_F(ScriptRunTest, TellsHowItEnded) {
         std::string told;
         for (const char* each : texts) told += (told.empty() || *each == '\0' ? "" : "|") + std::string(each);
         EXPECT_EQ(told, expected) << text;
-        EXPECT_EQ(message->msg_Code(), told.starts_with("exception") ? KZe_FAILED : KZe_OK);
+        EXPECT_EQ(message->msg_Code(), told.starts_with("exception") ? KZe_FAILED : KZe_OK) << text;
     }
 }
 
