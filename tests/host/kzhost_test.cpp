@@ -445,8 +445,8 @@ TEST_F(KzHostTest, ProgressStaysBelowTheText) {
         import kz, sys; a = kz.Monitor(4); print 'one'
         b = kz.Monitor(2); b.step(); del b; sys.stderr.write('two'); a.step(4))"_lines);
     const std::string talk = R"(
-        said = re.sub(r'Progress \[#* *\] +(\d+)%', r'{\1}', heard().replace('\x1b', '^'))
-        print os.waitpid(child[0], 0)[1], re.sub(r'\^7\^\[\?7l(.*?)\^\[\?7h\^8', r'<\1>', said.replace('\r\n', '/')))"_lines;
+        said = re.sub(r'Progress \[#* *\] +(\d+)%', r'{\1}', heard().replace('\x1b', '^').replace('\r\n', '/'))
+        print os.waitpid(child[0], 0)[1], re.sub(r'\^7\^\[\?7l(.*?)\^\[\?7h\^8', r'<\1>', said))"_lines;
     expect(run({"run", write("typist.py", typist + talk), program, "run", script}), 0,
            "0 ^D^[1A<\r/{0}>^[Jone^D^[1A<\r/{0}>^[J/^D^[1A<\r/{0}>^[J^D^D^[2A<\r/{0}\r/{0}>^[J^D^D^[2A<\r/{0}\r/{50}>"
            "^[J^D^[1A<\r/{0}>^[Jtwo^D^[1A<\r/{0}>^[J^D^[1A<\r/{100}>^[J/{100}/\n");

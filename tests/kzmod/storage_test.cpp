@@ -180,7 +180,8 @@ TEST_F(StorageTest, MemoryInUseStaysWhereItIs) {
             r = []
             for each in 'fibdup':
               m = memoryview(kz.Storage(each, 3))
-              r.append('%s %d %s %s %d' % (m.format, m.itemsize, len(m), m.strides == (m.itemsize,), m.readonly)))"_lines,
+              strides = m.strides == (m.itemsize,)
+              r.append('%s %d %s %s %d' % (m.format, m.itemsize, len(m), strides, m.readonly)))"_lines,
             "['f 4 3 True 0', 'i 4 3 True 0', 'B 1 3 True 0', 'd 8 3 True 0', 'I 4 3 True 0', 'Q 8 3 True 0']"},
            {"a, b = socket.socketpair(); t = kz.Storage('i', 3); r = a.send(s), b.recv_into(t), t.get()",
             "(12, 12, (1, 2, 3))"},

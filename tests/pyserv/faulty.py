@@ -1,5 +1,5 @@
 # -*- coding: utf-8 -*-
-"""Servers as people get them wrong. Behind each "#:" stands what the checker says of that line, or of the line above."""
+"""Servers as people get them wrong. Behind each "#:" stands what the checker says of that line or the one above."""
 import kz
 import kzu.command
 from kzu.command import Argument
@@ -13,7 +13,8 @@ class Good(Command):
 kz.bless(Good, 'good', {'k': 1})
 
 class Misspelt(Command):
-    def cmd_Excute(self, flags): pass  #: server "misspelt": no interface has a method cmd_Excute; did you mean cmd_Execute?
+    def cmd_Excute(self, flags): pass
+    #: server "misspelt": no interface has a method cmd_Excute; did you mean cmd_Execute?
 kz.bless(Misspelt, 'misspelt')  #: server "misspelt": the method cmd_Execute, which Command requires, is missing
 
 class Counts(Command):
@@ -27,7 +28,8 @@ kz.bless(Counts, 'counts')
 
 class Odd(Command):
     def cmd_Execute(self, *rest): pass
-    def cmd_argtype(self, index): pass  #: server "odd": no interface has a method cmd_argtype; did you mean cmd_ArgType?
+    def cmd_argtype(self, index): pass
+    #: server "odd": no interface has a method cmd_argtype; did you mean cmd_ArgType?
     def comd_Flags(self): pass  #: server "odd": no interface has a method comd_Flags; did you mean cmd_Flags?
     def tree_Count(self): pass  #: server "odd": tree_Count belongs to Tree, which the class does not implement
     def my_Helper(self): pass

@@ -155,10 +155,12 @@ TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
         const Ended ended = runText(R"(
             import kz, shutil
             host, values = kz.service.Host(), kz.service.Value()
-            held = values.CreateValue('word'); hints = kz.object.UIValueHints(held)
+            held = values.CreateValue('word')
+            hints = kz.object.UIValueHints(held)
             shutil.copy('FOLDER/changed', 'FOLDER/servers/a.py'); kz.eval('server.reload')
             from kzserv.servers import a
-            print a.WORD, values.EncodeText(held, 0), hints.PopInternalName(0), host.ServerTag('value', 'word', 'word'))"_lines);
+            tag = host.ServerTag('value', 'word', 'word')
+            print a.WORD, values.EncodeText(held, 0), hints.PopInternalName(0), tag)"_lines);
         expect(ended, 0, *why != '\0' ? "one one one one\n" : "two two two two\n", {why});
         EXPECT_EQ(ended.says("a.py: imported"), *why == '\0') << ended.error;
     }
