@@ -7,6 +7,7 @@
 #include "host/state/path_aliases.h"
 #include "host/state/property_table.h"
 #include "kz_paths.h"
+#include "tests/support/lines.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -24,23 +25,25 @@ constexpr int rounds = 7;
 constexpr double target = 1.5;
 
 // Scripts that leave in `cost` what `n` elements cost.
-constexpr const char* prints = "begin = time.clock()\n"
-                               "for i in xrange(n): print i,\n"
-                               "cost = time.clock() - begin\n";
-constexpr const char* appends = "s = kz.Storage('i')\n"
-                                "begin = time.clock()\n"
-                                "for i in xrange(n): s += (i,)\n"
-                                "cost = time.clock() - begin\n";
-constexpr const char* blessings = "import kzifc\n"
-                                  "classes = [type('C', (kzifc.Command,), {}) for i in xrange(n)]\n"
-                                  "begin = time.clock()\n"
-                                  "for i, c in enumerate(classes): kz.bless(c, 'bench.%r.%d' % (begin, i))\n"
-                                  "cost = time.clock() - begin\n";
+const std::string prints = R"(
+    begin = time.clock()
+    for i in xrange(n): print i,
+    cost = time.clock() - begin)"_lines;
+const std::string appends = R"(
+    s, begin = kz.Storage('i'), time.clock()
+    for i in xrange(n): s += (i,)
+    cost = time.clock() - begin)"_lines;
+const std::string blessings = R"(
+    import kzifc
+    classes, begin = [type('C', (kzifc.Command,), {}) for i in xrange(n)], time.clock()
+    for i, c in enumerate(classes): kz.bless(c, 'bench.%r.%d' % (begin, i))
+    cost = time.clock() - begin)"_lines;
 // What the process has gained when that many texts of a megabyte have been executed.
-constexpr const char* texts = "def memory(): return int(open('/proc/self/statm').read().split()[1]) * 4096\n"
-                              "before = memory()\n"
-                              "for i in xrange(n): kz.eval('user.value bench {%d%s}' % (i, 'x' * 2 ** 20))\n"
-                              "cost = memory() - before\n";
+const std::string texts = R"(
+    def memory(): return int(open('/proc/self/statm').read().split()[1]) * 4096
+    before = memory()
+    for i in xrange(n): kz.eval('user.value bench {%d%s}' % (i, 'x' * 2 ** 20))
+    cost = memory() - before)"_lines;
 
 class CGrowthHost {
 public:
@@ -51,7 +54,7 @@ public:
         std::fprintf(stderr, "%s\n", why.c_str());
         std::exit(2);
     }
-    double run(const char* body, int n) {
+    double run(const std::string& body, int n) {
         const std::string text = "import kz, kz.service, time\nn = " + std::to_string(n) + "\n" + body +
                                  "kz.service.Application().SetProperty('bench', repr(float(cost)))\n";
         if (kzFailed(m_host.run(CHostRef<CScript>::make("bench.py", text), 0, "").code)) {

@@ -6,6 +6,7 @@
 #include "module/py_ref.h"
 #include "serve/adapters.h"
 #include "serve/class_interfaces.h"
+#include "tests/support/lines.h"
 #include "wrap/result_codes.h"
 
 #include "kz/command.h"
@@ -138,13 +139,14 @@ bool runAll() {
     return good && nested <= 5;
 }
 
-constexpr const char* source = "import kz\n"
-                               "class Command(object): pass\n"
-                               "kz.bless(Command, ':Command')\n"
-                               "class Served(Command):\n"
-                               "    def cmd_Execute(self, flags): pass\n"
-                               "    def cmd_ArgClear(self, index): raise NotImplementedError\n"
-                               "served = Served()\n";
+const std::string source = R"(
+    import kz
+    class Command(object): pass
+    kz.bless(Command, ':Command')
+    class Served(Command):
+        def cmd_Execute(self, flags): pass
+        def cmd_ArgClear(self, index): raise NotImplementedError
+    served = Served())"_lines;
 
 }  // namespace
 
@@ -155,7 +157,7 @@ int main(int count, char** arguments) {
     {
         const CPyLock lock;
         PyObject* names = PyModule_GetDict(PyImport_AddModule("__main__"));
-        const CPyRefNull done(PyRun_String(source, Py_file_input, names, names));
+        const CPyRefNull done(PyRun_String(source.c_str(), Py_file_input, names, names));
         theInstance = PyDict_GetItemString(names, "served");
         if (theInstance == nullptr) return 2;
         command.take(kzPolymorphFor(reinterpret_cast<PyObject*>(Py_TYPE(theInstance)), Py_None).spawnFor(theInstance));

@@ -36,3 +36,22 @@ build_quietly() {
     printf './dev: the build failed; all of its output is in build/%s.log\n' "$1" >&2
     exit 2
 }
+
+# For scripts that keep golden files of what PROGRAM makes: with "--check" behind it they compare, otherwise the program is
+# built and the files are written anew.
+start_golden() {
+    check=${2:-} differs=
+    [ "$check" = --check ] || build_preset release "$1"
+    work=$(mktemp -d)
+    trap 'rm -rf "$work"' EXIT
+}
+
+# Compares a file in $work with the golden FILE, or replaces that.
+settle_golden() {
+    if [ "$check" != --check ]; then cp "$work/$1" "$root/$2"
+    else diff -u --label "$2" --label "as it is now" "$root/$2" "$work/$1" || differs=yes; fi
+}
+
+end_golden() {
+    [ -z "$differs" ] || die "if each of these differences is meant, run './dev golden' and commit the files that it writes"
+}

@@ -6,12 +6,8 @@
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-check=${1:-}
+start_golden kzgen "${1:-}"
 kzgen=${2:-$root/build/release/bin/kzgen}
-[ "$check" = --check ] || build_preset release kzgen
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 for part in sdk wrap serve kzifc; do
     "$kzgen" emit "$root/tests/gen/tiny" "$work/$part" --part $part
 done
@@ -19,20 +15,11 @@ done
 (cd "$root/tests/gen" && "$kzgen" check --unused-families faulty) 2>"$work/errors" &&
     die "kzgen finds no fault in tests/gen/faulty"
 
-differs=
-while read -r output expected; do
-    if [ "$check" != --check ]; then
-        cp "$work/$output" "$root/$expected"
-    else
-        diff -u --label "$expected" --label "as kzgen writes it now" "$root/$expected" "$work/$output" || differs=yes
-    fi
-done <<'FILES'
-sdk/kz/tiny.h       tests/gen/tiny/tiny.h.expected
-wrap/tiny.cpp       tests/gen/tiny/wrapper.cpp.expected
-serve/tiny.cpp      tests/gen/tiny/adapter.cpp.expected
-kzifc/_tiny.py      tests/gen/tiny/kzifc.py.expected
-errors              tests/gen/faulty/errors.expected
-census              tests/sdk/census.expected
-FILES
-[ -z "$differs" ] || die "if each of these differences is meant, run './dev golden' and commit the files that it writes"
+settle_golden sdk/kz/tiny.h tests/gen/tiny/tiny.h.expected
+settle_golden wrap/tiny.cpp tests/gen/tiny/wrapper.cpp.expected
+settle_golden serve/tiny.cpp tests/gen/tiny/adapter.cpp.expected
+settle_golden kzifc/_tiny.py tests/gen/tiny/kzifc.py.expected
+settle_golden errors tests/gen/faulty/errors.expected
+settle_golden census tests/sdk/census.expected
+end_golden
 [ "$check" = --check ] || "$root/tools/host_coverage.sh"

@@ -5,12 +5,8 @@
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-check=${1:-}
+start_golden kzhost "${1:-}"
 kzhost=${2:-$root/build/release/bin/kzhost}
-[ "$check" = --check ] || build_preset release kzhost
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 export KZ_SPIES=$work/noted
 
 # Spies that answer little make many calls fail, and the log says so; whether the host works is for other tests.
@@ -25,12 +21,6 @@ spied convert "$work/a.spied" "$work/b.spied"
 spied cmd '??spied.command' <<<$'a\n\n1\n1\none\n'
 spied commands
 
-# Compares a table with the file that shows it, or replaces the file.
-differs=
-settle() {
-    if [ "$check" != --check ]; then cp "$1" "$root/$2"
-    else diff -u --label "$2" --label "as it is now" "$root/$2" "$1" || differs=yes; fi
-}
 {
     printf '// What the host calls of Python servers: a row for each kind. ./dev golden records it anew.\n'
     LC_ALL=C sort -u "$KZ_SPIES" | awk '
@@ -38,8 +28,8 @@ settle() {
         { printf " %s", $2 }
         END { print "\"}," }'
 } >"$work/driven"
-settle "$work/driven" host/state/driven_servers.def
+settle_golden driven host/state/driven_servers.def
 [ "$check" = --check ] || build_preset release kzhost
 "$kzhost" coverage --json >"$work/coverage"
-settle "$work/coverage" docs/coverage.json
-[ -z "$differs" ] || die "if each of these differences is meant, run './dev golden' and commit the files that it writes"
+settle_golden coverage docs/coverage.json
+end_golden

@@ -6,6 +6,6 @@
 namespace kzhost {
 
 // Of everything, or of the interface, service and kind of server of that name.
-int kzShowCoverage(const std::string& name, bool asJson);
+int kzShowCoverage(const std::string& name, bool isJson);
 
 }  // namespace kzhost

@@ -67,7 +67,7 @@ int CLogFile::end(int status) {
     return CStandardStreams::get().finish(status);
 }
 
-void CLogFile::write(std::string row) {
+void CLogFile::write(const std::string& row) {
     if (m_path == "-") {
         CStandardStreams::get().out(row);
         return;

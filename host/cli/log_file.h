@@ -25,7 +25,7 @@ public:
     int end(int status);
 
 private:
-    void write(std::string row);
+    void write(const std::string& row);
 
     std::string m_path;
     int m_file = -1;

@@ -32,8 +32,8 @@ OpenBooks& openBooks() {
 std::shared_ptr<CReasonBook> latestBook() {
     OpenBooks& open = openBooks();
     const std::lock_guard lock(open.lock);
-    for (auto each = open.books.rbegin(); each != open.books.rend(); ++each)
-        if (auto book = each->lock()) return book;
+    for (std::size_t at = open.books.size(); at > 0; --at)
+        if (auto book = open.books[at - 1].lock()) return book;
     return nullptr;
 }
 

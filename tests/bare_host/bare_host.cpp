@@ -54,10 +54,10 @@ KzResult CBareHost::spawn(const KzGuid& iid, CKzLoc_Unknown& server) const {
     return CKzUser_Module(module.raw()).Generate("python", &iid, server.out());
 }
 
-KzResult CBareHost::run(const char* script) {
+KzResult CBareHost::run(const std::string& script) {
     CKzLoc_Unknown interpreter;
     if (const KzResult code = spawn(KZu_TEXTSCRIPTINTERPRETER, interpreter); kzFailed(code)) return code;
-    t_script = script;
+    t_script = script.c_str();
     return CKzUser_TextScriptInterpreter(interpreter.raw()).Run(m_self.raw(), 0, "", m_self.raw());
 }
 

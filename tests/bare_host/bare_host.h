@@ -4,6 +4,7 @@
 
 #include "kz/all.h"
 #include "kz_paths.h"
+#include "tests/support/lines.h"
 
 #include <functional>
 #include <map>
@@ -59,7 +60,7 @@ public:
 
     // One of the plug-in's servers.
     KzResult spawn(const KzGuid& iid, CKzLoc_Unknown& server) const;
-    KzResult run(const char* script);
+    KzResult run(const std::string& script);
     KzResult execute(const char* line);  // in a console of its own
     std::string log() const;
     bool hasLogged(const std::string& part) const { return log().find(part) != std::string::npos; }

@@ -34,7 +34,7 @@ void keepCalling(CBareHost& host, bool isLoaded) {
             host.spawn(KZu_LINEINTERPRETER, console);
             for (++begun;;) {
                 CKzUser_LineInterpreter(console.raw()).Execute("print sum(range(200))", &host.self());
-                if (isLoaded) host.run("print 1\nimport kz\nkz.Monitor(), kz.service.Log()\nnone");
+                if (isLoaded) host.run("print 1; import kz; kz.Monitor(), kz.service.Log(); none");
             }
         }).detach();
     waitFor([] { return begun == 3; });
@@ -58,7 +58,7 @@ TEST(ExitTest, DoesNotCallAHostThatHasGone) {
         kzEndsWithLiveObjects();
         auto& host = *new CBareHost();
         ASSERT_TRUE(host.load());
-        EXPECT_EQ(host.run("import kz, __main__\nprint 1\n__main__.kept = [kz.service.Log(), kz.Monitor()]"), kzOk);
+        EXPECT_EQ(host.run("import kz, __main__; print 1; __main__.kept = [kz.service.Log(), kz.Monitor()]"), kzOk);
         host.application.isGone = true;
     });
 }
@@ -80,7 +80,7 @@ TEST(ExitTest, RegistersNothingToRunThen) {
 
 TEST(UnloadTest, GivesUpWhenPythonDoesNotFinishStarting) {
     const CTestFolder folder;
-    folder.write("servers/slow.py", "import time\ntime.sleep(1000)\n");
+    folder.write("servers/slow.py", "import time; time.sleep(1000)\n");
     kzInChild("a server file that waits", [&] {
         std::atexit(slowExit);
         auto& host = *new CBareHost();
@@ -115,7 +115,7 @@ TEST(UnloadTest, SaysWhoIsInsideWhenItGivesUp) {
         auto& host = *new CBareHost();
         ASSERT_TRUE(host.load());
         host.execute("1");
-        std::thread([&host] { host.run("import time\nprint 'inside'\ntime.sleep(1000)"); }).detach();
+        std::thread([&host] { host.run("import time; print 'inside'; time.sleep(1000)"); }).detach();
         waitFor([&] { return host.hasLogged("inside"); });
         keepCalling(host, false);
         host.module.clear();
@@ -127,22 +127,27 @@ TEST(UnloadTest, SaysWhoIsInsideWhenItGivesUp) {
 // gives it the lock, and it takes the next object from its list. Whoever holds the main thread up there (the host that
 // is given a monitor back) does the same.
 TEST(UnloadTest, IsProofAgainstWhatOtherThreadsDropMeanwhile) {
-    const auto endWith = [](const char* name, const char* more) {
+    const auto endWith = [](const char* name, const std::string& more) {
         kzInChild(name, [=] {
             kzEndsWithLiveObjects();
             // A daemon thread may be inside the host and never leave it, so what it uses outlives the unloading.
             auto& host = *new CBareHost();
             static std::atomic<int> released;
             ASSERT_TRUE(host.load());
-            EXPECT_EQ(host.run(("import kz, sys, threading, time, __main__\nclass Pause(object):\n"
-                                "  def __del__(self, sleep=time.sleep): sleep(0.03)\n"
-                                "def drop(kept, sleep=time.sleep):\n  while kept:\n    kept.pop()\n    sleep(0.002)\n"
-                                "kept = []\nfor i in range(40):\n"
-                                "  kept += [kz.Monitor(2), kz.Storage('d', 9), kz.service.Log(), kz.Service('a'),\n"
-                                "           kz.service.Log().SubSystemLookup('a')]\n"
-                                "thread = threading.Thread(target=drop, args=(kept,))\nthread.daemon = True\n" +
-                                std::string(more))
-                                   .c_str()),
+            EXPECT_EQ(host.run(R"(
+                import kz, sys, threading, time, __main__
+                class Pause(object):
+                  def __del__(self, sleep=time.sleep): sleep(0.03)
+                def drop(kept, sleep=time.sleep):
+                  while kept:
+                    kept.pop()
+                    sleep(0.002)
+                kept = []
+                for i in range(40):
+                  kept += [kz.Monitor(2), kz.Storage('d', 9), kz.service.Log(), kz.Service('a'),
+                           kz.service.Log().SubSystemLookup('a')]
+                thread = threading.Thread(target=drop, args=(kept,)); thread.daemon = True)"_lines +
+                               more),
                       kzOk)
                 << host.log();
             // The end of a script releases its monitors, so these belong to no script.
@@ -161,12 +166,15 @@ TEST(UnloadTest, IsProofAgainstWhatOtherThreadsDropMeanwhile) {
         });
     };
     endWith("held in __main__", "__main__.kept, __main__.thread, __main__.p = kept, thread, Pause()\n");
-    endWith("held in sys", "__main__.kept, __main__.thread = kept, thread\nsys.p = Pause()\n"
-                           "sys.modules['a'] = type(sys)('a')\nsys.modules['a'].p = Pause()\n");
-    endWith("held at exit", "import atexit\n__main__.kept, __main__.thread = kept, thread\n"
-                            "atexit.register(time.sleep, 0.03)\nimport codecs\n"
-                            "codecs.register(lambda name, late=kept[:5]: None)\n"
-                            "class Local(threading.local): pass\nsys.local = Local()\nsys.local.late = kept[5:9]\n");
+    endWith("held in sys", R"(
+        __main__.kept, __main__.thread = kept, thread; sys.p = Pause()
+        sys.modules['a'] = type(sys)('a'); sys.modules['a'].p = Pause())"_lines);
+    endWith("held at exit", R"(
+        import atexit; __main__.kept, __main__.thread = kept, thread
+        atexit.register(time.sleep, 0.03)
+        import codecs; codecs.register(lambda name, late=kept[:5]: None)
+        class Local(threading.local): pass
+        sys.local = Local(); sys.local.late = kept[5:9])"_lines);
 }
 
 TEST(UnloadTest, NeedsNoMemory) {
@@ -175,7 +183,7 @@ TEST(UnloadTest, NeedsNoMemory) {
         kzInChild(elsewhere ? "on another thread" : "on the thread that started", [elsewhere] {
             CBareHost host;
             ASSERT_TRUE(host.load());
-            EXPECT_EQ(host.run("import atexit, sys, threading\natexit.register(sys.exit, 3)"), kzOk);
+            EXPECT_EQ(host.run("import atexit, sys, threading; atexit.register(sys.exit, 3)"), kzOk);
             const auto unload = [&] {
                 const CShortMemory none;
                 host.module.clear();

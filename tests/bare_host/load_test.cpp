@@ -37,8 +37,11 @@ TEST(LoadTest, SufficesForOutputInLines) {
     kzInChild("lines alone", [] {
         CBareHost host;
         ASSERT_TRUE(host.load());
-        host.run("import sys\nfor text in 'a', 'b\\0', 'c': sys.stdout.write(text); sys.stdout.flush()\nprint 'd',\n"
-                 "sys.stderr.write('e')");
+        host.run(R"(
+            import sys
+            for text in 'a', 'b\0', 'c': sys.stdout.write(text); sys.stdout.flush()
+            print 'd',
+            sys.stderr.write('e'))"_lines);
         EXPECT_EQ(host.execute("import sys; print 'f',; sys.exit(3)"), KZe_FAILED);
         for (const char* line : {"\na\n", "\nb\\x00\n", "\nc\n", "\nd\n", "\ne\n", "\nf\n", "\nsys.exit() exception\n"})
             EXPECT_TRUE(("\n" + host.log()).find(line) != std::string::npos) << line << " in " << host.log();

@@ -32,7 +32,7 @@ TEST(StartTest, SurvivesTheUsersEnvironment) {
     const CTestFolder folder;
     folder.write("foreign/codecs.py", "raise ValueError('foreign')\n");
     folder.write("foreign/friend.py", "word = 'friend'\n");
-    folder.write("leaving/encodings/__init__.py", "import os\nos._exit(3)\n");
+    folder.write("leaving/encodings/__init__.py", "import os; os._exit(3)\n");
     for (const char* name : {"codecs.py", "encodings/__init__.py", "os.py", "site.py"})
         folder.write(std::string("python3/") + name, "def f(*, a=None): pass\n");
     folder.write("python3/only3.py", "word = 3\n");
@@ -98,11 +98,11 @@ TEST(StartTest, RunsNothingOfTheCurrentFolder) {
             if (scripts[0] == 'e') host.aliases["scripts:"] = host.aliases["module:"] = "";
             host.importPaths = {""};
             ASSERT_TRUE(host.load());
-            EXPECT_EQ(host.run(R"(import sys, os, site
-assert '' not in sys.path and os.getcwd() not in sys.path, sys.path
-assert site.USER_BASE == site.USER_SITE == ''
-assert site.makepath('a')[0] == os.path.abspath('a')
-)"),
+            EXPECT_EQ(host.run(R"(
+                import sys, os, site
+                assert '' not in sys.path and os.getcwd() not in sys.path, sys.path
+                assert site.USER_BASE == site.USER_SITE == ''
+                assert site.makepath('a')[0] == os.path.abspath('a'))"_lines),
                       kzOk)
                 << host.log();
             EXPECT_FALSE(std::filesystem::exists(mark));
@@ -112,7 +112,7 @@ assert site.makepath('a')[0] == os.path.abspath('a')
         folder.write("own/site.py", "calls = []\ndef addsitedir(path): calls.append(path)\n");
         host.importPaths = {folder.path("own")};
         ASSERT_TRUE(host.load());
-        EXPECT_EQ(host.run("import site\nassert site.calls == [''], site.calls\n"), kzOk) << host.log();
+        EXPECT_EQ(host.run("import site; assert site.calls == [''], site.calls\n"), kzOk) << host.log();
     });
 }
 
@@ -146,7 +146,7 @@ TEST(FailureTest, MakesNoOutputOfTheHostCount) {
                       bool isCalled = false;
                       host.whenCalled = [&](const std::string& called) { isCalled = isCalled || called == operation; };
                       host.failing = operation;
-                      host.run((std::string("import kz\n") + statement).c_str());
+                      host.run(std::string("import kz\n") + statement);
                       host.execute(statement);
                       EXPECT_TRUE(isCalled);
                       EXPECT_EQ(host.trap.touches, 0U);

@@ -5,6 +5,7 @@
 
 #include "gen/load.h"
 #include "gen/parser.h"
+#include "tests/support/lines.h"
 
 namespace kzgen {
 

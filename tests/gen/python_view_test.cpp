@@ -51,44 +51,58 @@ TEST(PythonViewTest, SignaturesAsDocumentation) {
 }
 
 TEST(PythonViewTest, SignaturesAsTheDescriptionHasThem) {
-    const Described described(interfaceOf("  result A(object<I> other, uint flags : fA | fB, out object o);\n"
-                                          "  int B(data[Size(n) * 4] d, int n, out text t : sT) : fA;\n"
-                                          "  uint Size(int n);\n  void C(byte[\"unknown\"] b);\n") +
-                              "const fA = 1;\nconst fB = 2;\nconst sT = \"\";\n");
+    const Described described(interfaceOf(R"(
+        result A(object<I> other, uint flags : fA | fB, out object o);
+        int B(data[Size(n) * 4] d, int n, out text t : sT) : fA;
+        uint Size(int n);
+        void C(byte["unknown"] b);)"_lines) +
+                              R"(const fA = 1; const fB = 2; const sT = "";)");
     ASSERT_EQ(described.errors(), "");
     std::string text;
     for (const Method& method : described.model.headers[0].interfaces[0].methods)
         text += signature(method, method.name) + "\n";
-    EXPECT_EQ(text, "A(other: I, flags: uint of fA | fB) -> o: object\n"
-                    "B(d: data[Size(n) * 4], n: int) -> (int of fA, t: text of sT)\n"
-                    "Size(n: int) -> uint\nC(b: byte[])\n");
+    EXPECT_EQ(text, R"(
+        A(other: I, flags: uint of fA | fB) -> o: object
+        B(d: data[Size(n) * 4], n: int) -> (int of fA, t: text of sT)
+        Size(n: int) -> uint
+        C(b: byte[]))"_lines);
 }
 
 TEST(PythonViewTest, ConstantsAsLiterals) {
-    const Described described(
-        "const sA = \"it's \\\"so\\\"\\n\";\nconst iB = -5;\nconst fC = 0x80000000;\n"
-        "const i_D = 'EXEN';\nconst e_E = 0x8480000CL;\nconst dF = 1.5e-3;\n"
-        "// For I.A.\nconst u_G = uuid(\"FB552E5F-746E-4d74-885C-40A931B82B84\");\nconst iH = 7L;\n" +
-        interfaceOf("  void A();\n"));
+    const Described described(R"(
+        const sA = "it's \"so\"\n"; const iB = -5; const fC = 0x80000000;
+        const i_D = 'EXEN'; const e_E = 0x8480000CL; const dF = 1.5e-3;
+        // For I.A.
+        const u_G = uuid("FB552E5F-746E-4d74-885C-40A931B82B84"); const iH = 7L;)"_lines +
+                              interfaceOf("  void A();\n"));
     ASSERT_EQ(described.errors(), "");
     std::string literals;
     for (const Constant& constant : described.model.headers[0].constants)
         literals += constant.name + " " + pythonLiteral(constant.value) + "\n";
-    EXPECT_EQ(literals, R"(sA 'it\'s "so"\n'
-iB -5
-fC 0x80000000
-i_D 0x4558454E
-e_E 0x8480000CL
-dF 1.5e-3
-u_G 'FB552E5F-746E-4d74-885C-40A931B82B84'
-iH 7L
-)");
+    EXPECT_EQ(literals, R"(
+        sA 'it\'s "so"\n'
+        iB -5
+        fC 0x80000000
+        i_D 0x4558454E
+        e_E 0x8480000CL
+        dF 1.5e-3
+        u_G 'FB552E5F-746E-4d74-885C-40A931B82B84'
+        iH 7L)"_lines);
 }
 
 TEST(SummaryTest, IsTheBlockAboveAndTheCommentBehind) {
-    const Described described(interfaceOf("  // Above,\n  // in two lines.\n  void A();   // Behind,\n"
-                                          "              // going on.\n  void B();\n\n  // Of nobody.\n\n  void C();\n"
-                                          "  void D(int a,\n         int b);   // After the last line.\n"));
+    const Described described(interfaceOf(R"(
+        // Above,
+        // in two lines.
+        void A();   // Behind,
+                    // going on.
+        void B();
+
+        // Of nobody.
+
+        void C();
+        void D(int a,
+               int b);   // After the last line.)"_lines));
     std::string summaries;
     for (const Method& method : described.model.headers[0].interfaces[0].methods)
         summaries += method.name + ": " + method.summary + "\n";

@@ -7,36 +7,47 @@
 #include "kz/tables.h"
 
 #include <csignal>
+#include <regex>
 
 namespace {
 
 TEST_F(KzHostTest, TheStatusSaysHowAScriptEnded) {
-    const std::tuple<const char*, int, const char*> cases[] = {
-        {"x = 1\n", 0, ""},
+    const std::tuple<std::string, int, const char*> cases[] = {
+        {"x = 1", 0, ""},
         {"", 0, ""},
-        {"import sys\nsys.exit()\n", 0, ""},
-        {"import sys\nsys.exit(7)\n", 7, ""},
-        {"import sys\nsys.exit(125)\n", 125, ""},
-        {"import sys\nsys.exit(126)\n", 125, "it becomes 125"},
-        {"import sys\nsys.exit('0x80000017')\n", 1, "80000017 NOTFOUND: "},
-        {"import sys\nsys.exit('error: gone')\n", 0, "error: gone (the status is 0, because this text is no code)"},
-        {"import sys\nsys.exit('0: done')\n", 0, "script.py: done\n"},
-        {"1/0\n", 1, "Unhandled exception \"ZeroDivisionError\""},
-        {"raise ValueError('exception \"KeyboardInterrupt\"')\n", 1, "ValueError"},
-        {"raise KeyboardInterrupt\n", 130, "Unhandled exception \"KeyboardInterrupt\""},
-        {"import kz, kzifc, os, signal, threading, time\ndef slow(self, flags):\n"
-         "  threading.Timer(.2, os.kill, (os.getpid(), signal.SIGINT)).start()\n  time.sleep(20)\n"
-         "kz.bless(type('Slow', (kzifc.Command,), {'cmd_Execute': slow}), 'slow')\n"
-         "try: kz.eval('slow')\nexcept Exception: print 'an interrupt is no error'\n",
+        {"import sys; sys.exit()", 0, ""},
+        {"import sys; sys.exit(7)", 7, ""},
+        {"import sys; sys.exit(125)", 125, ""},
+        {"import sys; sys.exit(126)", 125, "it becomes 125"},
+        {"import sys; sys.exit('0x80000017')", 1, "80000017 NOTFOUND: "},
+        {"import sys; sys.exit('error: gone')", 0, "error: gone (the status is 0, because this text is no code)"},
+        {"import sys; sys.exit('0: done')", 0, "script.py: done\n"},
+        {"1/0", 1, "Unhandled exception \"ZeroDivisionError\""},
+        {"raise ValueError('exception \"KeyboardInterrupt\"')", 1, "ValueError"},
+        {"raise KeyboardInterrupt", 130, "Unhandled exception \"KeyboardInterrupt\""},
+        {R"(
+            import kz, kzifc, os, signal, threading, time
+            def slow(self, flags):
+              threading.Timer(.2, os.kill, (os.getpid(), signal.SIGINT)).start()
+              time.sleep(20)
+            kz.bless(type('Slow', (kzifc.Command,), {'cmd_Execute': slow}), 'slow')
+            try: kz.eval('slow')
+            except Exception: print 'an interrupt is no error')"_lines,
          130, "script.py: 6\n"},
-        {"import kz, os, time\nm = kz.Monitor(9)\ntry: m.step(-1)\nexcept RuntimeError: m.step()\n"
-         "try: os.kill(os.getpid(), 2) or time.sleep(20)\nexcept KeyboardInterrupt: kz.Monitor(9).step()\nm.step()\n",
+        {R"(
+            import kz, os, time
+            m = kz.Monitor(9)
+            try: m.step(-1)
+            except RuntimeError: m.step()
+            try: os.kill(os.getpid(), 2) or time.sleep(20)
+            except KeyboardInterrupt: kz.Monitor(9).step()
+            m.step())"_lines,
          1, "script.py: 7\n"},
-        {"import kz\nkz.Monitor(2).step(2)\n", 0, ""}};
+        {"import kz; kz.Monitor(2).step(2)", 0, ""}};
     for (const auto& [text, status, error] : cases) {
         const Ended ended = runText(text);
         expect(ended, status, "", {error});
-        EXPECT_FALSE(ended.says("FAILED")) << "one report is enough: " << ended.error;
+        EXPECT_FALSE(ended.says("FAILED")) << text << "\none report is enough: " << ended.error;
     }
 }
 
@@ -56,14 +67,20 @@ TEST_F(KzHostTest, CoverageIsTrue) {
     expect(run({"coverage", "Mush"}), 2, "", {"there is no interface, service or kind of server \"Mush\""});
     // What the description calls a service's method without arguments answers as the table says.
     write("coverage.json", run({"coverage", "--json"}).out);
-    expect(runText("import json, kz.service\nservices = json.load(open('FOLDER/coverage.json'))['services']\n"
-                   "wrong, count = [], 0\nfor name in services:\n    service = getattr(kz.service, name)()\n"
-                   "    for method in dir(service):\n        call = getattr(service, method)\n"
-                   "        if not str(call.__doc__).partition(' = ')[2].startswith(method + '()'): continue\n"
-                   "        count, listed = count + 1, method in services[name]\n"
-                   "        try: found = bool(call()) or listed\n        except NotImplementedError: found = False\n"
-                   "        except Exception: found = True\n        if found != listed: wrong.append(method)\n"
-                   "print wrong, count > 50\n"),
+    expect(runText(R"(
+        import json, kz.service
+        services, wrong, count = json.load(open('FOLDER/coverage.json'))['services'], [], 0
+        for name in services:
+            service = getattr(kz.service, name)()
+            for method in dir(service):
+                call = getattr(service, method)
+                if not str(call.__doc__).partition(' = ')[2].startswith(method + '()'): continue
+                count, listed = count + 1, method in services[name]
+                try: found = bool(call()) or listed
+                except NotImplementedError: found = False
+                except Exception: found = True
+                if found != listed: wrong.append(method)
+        print wrong, count > 50)"_lines),
            0, "[] True\n");
 }
 
@@ -72,7 +89,7 @@ TEST_F(KzHostTest, TextArrivesAsWritten) {
     write("inner.py", "print 'inner'\n");
     serve("untrue.py", "import kz.service\nlog = kz.service.Log()\nlog.SubSystemLookup('x').AddEntry("
                        "log.CreateEntry(0x80000018, 'Python subsystem failed to start'))\n");
-    const std::tuple<const char*, std::string, const char*> cases[] = {
+    const std::tuple<std::string, std::string, const char*> cases[] = {
         {"print 'trace of the matrix'\nprint ' .. x'\nprint 'ERROR: x'\n", "trace of the matrix\n .. x\nERROR: x\n",
          ""},
         {"import sys\nsys.stderr.write(' .. e')\nsys.stdout.write('o')\nsys.stderr.write('f')\n", "o", " .. ef"},
@@ -81,18 +98,26 @@ TEST_F(KzHostTest, TextArrivesAsWritten) {
         {"print 'a\\0b\\r\\x1b[1m\\x03(c)\\xff'\n", std::string("a\0b\r\x1b[1m\x03(c)\xff\n", 14), ""},
         {"import kz\nprint 'held',\nkz.out('line')\nprint 'more',\n", "held\nline\nmore\n", ""},
         {"import kz\nprint 'FOLDER/inner.py'\nkz.eval('@FOLDER/inner.py')\n", "FOLDER/inner.py\ninner\n", ""},
-        {"import atexit, threading, time\ndef late(): time.sleep(.2); print 'late'\n\n"
-         "threading.Thread(target=late).start()\n_ = atexit.register(eval, "
-         "'__import__(\"sys\").stdout.write(\"end\")')\n",
+        {R"(
+            import atexit, threading, time
+            def late(): time.sleep(.2); print 'late'
+
+            threading.Thread(target=late).start()
+            _ = atexit.register(eval, '__import__("sys").stdout.write("end")'))"_lines,
          "late\nend", ""},
         {"import os\nr, w = os.pipe()\nos.close(r)\ntry: os.write(w, 'x')\nexcept OSError as e: print e.errno\n\n",
          "32\n", ""},
-        {"import os, resource\nresource.setrlimit(resource.RLIMIT_FSIZE, (999, 999))\nf = open('FOLDER/f', 'wb', 0)\n"
-         "try: f.write('x' * 2000)\nexcept IOError as e: sys = os.write(2, str(e.errno))\n\n",
+        {R"(
+            import os, resource
+            resource.setrlimit(resource.RLIMIT_FSIZE, (999, 999))
+            f = open('FOLDER/f', 'wb', 0)
+            try: f.write('x' * 2000)
+            except IOError as e: sys = os.write(2, str(e.errno))
+            )"_lines,
          "", "27"}};
     for (const auto& [text, out, error] : cases)
         for (const bool asLines : {false, true}) {
-            SCOPED_TRACE(asLines ? "console" : "run");
+            SCOPED_TRACE((asLines ? "console: " : "run: ") + text);
             const Ended ended = asLines ? run({"--quiet", "console"}, inFolder(text))
                                         : run({"--quiet", "run", write("script.py", text)});
             expect(ended, 0, out);
@@ -117,6 +142,7 @@ TEST_F(KzHostTest, OutputThatIsLostEndsWithAReason) {
          "kzhost: the log file /dev/full cannot be written: No space"},
         {"run " + lines + head, 141, ""}};
     for (const auto& [words, status, error] : cases) {
+        SCOPED_TRACE(words);
         const Ended ended = shell(words);
         expect(ended, status, "", {error});
         EXPECT_EQ(ended.error.empty(), *error == '\0') << ended.error;
@@ -140,23 +166,26 @@ TEST_F(KzHostTest, LinesLeaveWithTheirStatus) {
 TEST_F(KzHostTest, AScriptFindsWhatItExpects) {
     write("helper.py", "import sys\nargv = sys.argv\n");
     write("inner/inner.py", "import sys\nprint sys.argv[1:], sys.path[0] == 'FOLDER/inner'\nf\n");
-    const std::string script =
-        write("outer.py", R"(import helper, kz, multiprocessing, pickle, subprocess, sys, __main__
-class C(object): pass
-def f(x): return 2 * x
-before = sys.argv, sys.path[0], __main__
-print __name__, __file__ == 'FOLDER/outer.py', sys.argv == ['FOLDER/outer.py'] + list(kz.args()), helper.argv[1:]
-done = pickle.loads(pickle.dumps(C())).__class__ is C, multiprocessing.Pool(1).map(f, [2])
-print done
-print subprocess.check_output([sys.executable, '-c', 'import kz, sys; print kz.__name__, sys.argv[1:]', 'x'])
-try: kz.eval('@FOLDER/inner/inner.py "a b" c')
-except RuntimeError: print before == (sys.argv, sys.path[0], sys.modules['__main__'])
-)");
+    const std::string script = write("outer.py", R"(
+        import helper, kz, multiprocessing, pickle, subprocess, sys, __main__
+        class C(object): pass
+        def f(x): return 2 * x
+        before = sys.argv, sys.path[0], __main__
+        print __name__, __file__ == 'FOLDER/outer.py', sys.argv == [__file__] + list(kz.args()), helper.argv[1:]
+        done = pickle.loads(pickle.dumps(C())).__class__ is C, multiprocessing.Pool(1).map(f, [2])
+        print done
+        print subprocess.check_output([sys.executable, '-c', 'import kz, sys; print kz.__name__, sys.argv[1:]', 'x'])
+        try: kz.eval('@FOLDER/inner/inner.py "a b" c')
+        except RuntimeError: print before == (sys.argv, sys.path[0], sys.modules['__main__']))"_lines);
     importPaths.clear();
     expect(run({"run", "--quiet", "--", script, "12", "-1", "", "a \"b", "--quiet", "--help"}), 0,
-           "__main__ True True ['12', '-1', '', 'a \"b', '--quiet', '--help']\n(True, [4])\nkz ['x']\n\n['a b', 'c'] "
-           "True\n"
-           "True\n",
+           R"(
+               __main__ True True ['12', '-1', '', 'a "b', '--quiet', '--help']
+               (True, [4])
+               kz ['x']
+
+               ['a b', 'c'] True
+               True)"_lines,
            {"name 'f' is not defined"});
     expect(run({"run", "-", "--x"}, "import sys; print sys.argv, sys.path[0] == '', '__file__' in globals()"), 0,
            "['-', '--x'] True False\n");
@@ -164,40 +193,37 @@ except RuntimeError: print before == (sys.argv, sys.path[0], sys.modules['__main
 }
 
 TEST_F(KzHostTest, ItIsAPythonInterpreterWhenAskedToBeOne) {
-    const std::string file = write("file.py", "import kz, sys\nprint sys.argv[1:], kz.args()\n");
-    serve("toy.py", "import kz, kzifc\nclass Toy(kzifc.Command):\n"
-                    "    def cmd_Execute(self, flags): kz.out('toy')\nkz.bless(Toy, 'toy')\n");
-    const std::tuple<std::vector<std::string>, const char*, int, const char*, const char*> cases[] = {
-        {{file, "--help", "", "a \"b"}, "", 0, "['--help', '', 'a \"b'] ('--help', '', 'a \"b')\n", ""},
-        {{"python", file, "run"}, "", 0, "['run'] ('run',)\n", ""},
-        {{"-c", "import sys; print sys.argv; sys.exit(3)", "a"}, "", 3, "['-c', 'a']\n", ""},
-        {{"-c", "raise SystemExit('bye')"}, "", 1, "", "bye\n"},
-        {{"-c", "print 1; import kz; kz.eval('toy'); print 2; kz.eval('no.such')"},
-         "",
-         1,
-         "1\ntoy\n2\n",
-         "RuntimeError"},
-        {{"-c", "import atexit, kz; atexit.register(kz.out, 'end'); print kz.symbol.iVALUE_TYPE_STRING"},
-         "",
-         0,
-         "3\nend\n",
-         ""},
-        {{"-W", "error", "-c", "import warnings; warnings.warn('x')"}, "", 1, "", "UserWarning: x"},
-        {{"-ES", "-c", "import sys; print 'site' in sys.modules, sys.flags.ignore_environment"},
-         "",
-         0,
-         "False 1\n",
-         ""},
-        {{"-m", "json.tool"}, "[1]", 0, "[\n    1\n]\n", ""},
-        {{"-"}, "print 'read'", 0, "read\n", ""},
-        {{}, "import sys; print sys.executable == '" KZ_BUILD_DIR "/bin/kzhost'", 0, "True\n", ""},
-        {{"-V"}, "", 0, "", "Python 2.7"},
-        {{"-v", "-c", "import kz"}, "", 0, "", "import kzu.object # precompiled"},
-        {{path("run")}, "", 0, "a file\n", ""},
-        {{"run"}, "", 2, "", "SCRIPT"}};
+    const std::string file = write("file.py", "import kz, sys; print sys.argv[1:], kz.args()");
+    serve("toy.py", R"(
+        import kz, kzifc
+        class Toy(kzifc.Command):
+            def cmd_Execute(self, flags): kz.out('toy')
+        kz.bless(Toy, 'toy'))"_lines);
+    const struct {
+        std::vector<std::string> words;
+        int status;
+        const char* out;
+        const char* error = "";
+        const char* input = "";
+    } cases[] = {
+        {{file, "--help", "", "a \"b"}, 0, "['--help', '', 'a \"b'] ('--help', '', 'a \"b')\n"},
+        {{"python", file, "run"}, 0, "['run'] ('run',)\n"},
+        {{"-c", "import sys; print sys.argv; sys.exit(3)", "a"}, 3, "['-c', 'a']\n"},
+        {{"-c", "raise SystemExit('bye')"}, 1, "", "bye\n"},
+        {{"-c", "print 1; import kz; kz.eval('toy'); print 2; kz.eval('no')"}, 1, "1\ntoy\n2\n", "RuntimeError"},
+        {{"-c", "import atexit, kz; atexit.register(kz.out, 'e'); print kz.symbol.iVALUE_TYPE_STRING"}, 0, "3\ne\n"},
+        {{"-W", "error", "-c", "import warnings; warnings.warn('x')"}, 1, "", "UserWarning: x"},
+        {{"-ES", "-c", "import sys; print 'site' in sys.modules, sys.flags.ignore_environment"}, 0, "False 1\n"},
+        {{"-m", "json.tool"}, 0, "[\n    1\n]\n", "", "[1]"},
+        {{"-"}, 0, "read\n", "", "print 'read'"},
+        {{}, 0, "True\n", "", "import sys; print sys.executable == '" KZ_BUILD_DIR "/bin/kzhost'"},
+        {{"-V"}, 0, "", "Python 2.7"},
+        {{"-v", "-c", "import kz"}, 0, "", "import kzu.object # precompiled"},
+        {{path("run")}, 0, "a file\n"},
+        {{"run"}, 2, "", "SCRIPT"}};
     write("run", "print 'a file'\n");
     std::filesystem::current_path(path());
-    for (const auto& [words, input, status, out, error] : cases) expect(run(words, input), status, out, {error});
+    for (const auto& [words, status, out, error, input] : cases) expect(run(words, input), status, out, {error});
     importPaths.clear();
     const Ended lazy = run({"-v", "-c", "import kz; kz.symbol, kz.object"});
     for (const char* unused : {"import threading", "import kzifc._command"}) EXPECT_FALSE(lazy.says(unused)) << unused;
@@ -213,9 +239,17 @@ TEST_F(KzHostTest, TheInterpretersOwnTestsPass) {
 }
 
 TEST_F(KzHostTest, OutputAndErrorsGoTheirWays) {
-    const Ended ended = runText("import kz, sys\r\nprint 'one'\r\nkz.out('two', 2)\r\nsys.stderr.write('remark\\n')\r\n"
-                                "kz.out(' .. no trace')\r\ndef f():\r\n    raise ValueError('wrong')\r\nf()\r\n");
-    expect(ended, 1, "one\ntwo 2\n .. no trace\n",
+    std::string script = R"(
+        import kz, sys
+        print 'one'
+        kz.out('two', 2)
+        sys.stderr.write('remark\n')
+        kz.out(' .. no trace')
+        def f():
+            raise ValueError('wrong')
+        f())"_lines;
+    for (std::size_t at = 0; (at = script.find('\n', at)) != std::string::npos; at += 2) script.insert(at, "\r");
+    expect(runText(script), 1, "one\ntwo 2\n .. no trace\n",
            {"remark\n", "Unhandled exception \"ValueError\"; wrong\n", "script.py: 7\n", "script.py: 8\n"});
 }
 
@@ -296,11 +330,12 @@ TEST_F(KzHostTest, CommandsAreExecutedQueriedAndListed) {
 }
 
 TEST_F(KzHostTest, PasswordsAreAskedForWithoutBeingShown) {
-    serve("login.py", "import kz, kzu.command\n"
-                      "class Login(kzu.command.Command):\n"
-                      "  arguments = [kzu.command.Argument('pin', 'integer', password=True)]\n"
-                      "  def execute(self, pin): print pin\n"
-                      "kz.bless(Login, 'login')\n");
+    serve("login.py", R"(
+        import kz, kzu.command
+        class Login(kzu.command.Command):
+          arguments = [kzu.command.Argument('pin', 'integer', password=True)]
+          def execute(self, pin): print pin
+        kz.bless(Login, 'login'))"_lines);
     expect(run({"cmd", "?login"}, "471x\n4711\n"), 0, "4711\n", {"the password is not an integer"});
     const Ended shown = run({"cmd", "??login pin:4710"}, "4712\n");
     expect(shown, 0, "4712\n", {"[***]"});
@@ -314,14 +349,18 @@ TEST_F(KzHostTest, ThePipedConsoleGoesOnAfterAFailure) {
 }
 
 TEST_F(KzHostTest, APastedScriptRunsAsAtThePromptOfPython) {
-    const std::string typed = "s = '''a\nb\n\nc'''\ns\nx = 1 + \\\n2\nx\nif 1:\n  y = [1,\n\n  '''p\n\nq''']\n\ny[1]\n"
-                              "(  # no end\ndef g\n'it\\\ns' '(' # (\n";
-    EXPECT_EQ(run({"console"}, typed).out, "a\nb\n\nc\n3\np\n\nq\nits(\n");
     std::string script, expected;
     for (int at = 0; at < 150; ++at) {
-        const std::string number = std::to_string(at);
-        script += "def f" + number + "(a,\n    b=" + number +
-                  "):\n    \"\"\"It's\n\n    \"long\".\"\"\"\n    return a + b\n\nf" + number + "(1)\n";
+        script += std::regex_replace(R"(
+            def fN(a,
+                b=N):
+                """It's
+
+                "long"."""
+                return a + b
+
+            fN(1))"_lines,
+                                     std::regex("N"), std::to_string(at));
         expected += std::to_string(at + 1) + "\n";
     }
     const Ended ended = run({"console"}, script);
@@ -336,7 +375,11 @@ TEST_F(KzHostTest, WhatIsTypedRunsOnce) {
         {"n = [\n0]\nn[0] += 1; n = (n + \\\n[1,\n\n2]) \\\n+ [3]\nn\n", "1\n1\n2\n3\n"},
         {"if 1:\n  print 'a', \\\n  'b'\n\n", "a b\n"},
         {"'it\\\n is'\n'it\\\n'\n", "it is\nit\n"},
-        {"# no \\\n'(' # ( \\\n\"(\"\n", "(\n(\n"}};
+        {"# no \\\n'(' # ( \\\n\"(\"\n", "(\n(\n"},
+        {"s = '''a\nb\n\nc'''\ns\n", "a\nb\n\nc\n"},
+        {"x = 1 + \\\n2\nx\n", "3\n"},
+        {"if 1:\n  y = [1,\n\n  '''p\n\nq''']\n\ny[1]\n", "p\n\nq\n"},
+        {"(  # no end\ndef g\n'it\\\ns' '(' # (\n", "its(\n"}};
     for (const auto& [typed, out] : table) EXPECT_EQ(run({"console"}, typed).out, out) << typed;
 }
 
@@ -344,23 +387,23 @@ TEST_F(KzHostTest, LongBlocksAreTakenAsShortOnesAre) {
     std::string block = "def f():\n  n = 0\n";
     for (int at = 0; at < 300; ++at) block.append("  if n >= 0:\n    n += \\\n    1\n    s = '''\n\n'''\n");
     for (const char* end : {"  return n, len(s)\n\nf()\n", "  return n, len(s)\n\n\nf()"})
-        EXPECT_EQ(run({"console"}, block + end).out, "300\n2\n");
+        EXPECT_EQ(run({"console"}, block + end).out, "300\n2\n") << end;
     expect(run({"console"}, block + "  return (]\n\nf()\n'on'\n"), 1, "on\n",
            {"invalid syntax", "name 'f' is not defined"});
 }
 
 // Types each text, Ctrl-C and Ctrl-D included, when the prompt appears. A program that shows none is killed.
-constexpr const char* typist = R"(import kz, os, pty, select, signal
-program, child = kz.args()[0], pty.fork()
-if not child[0]: os.execl(program, program, *kz.args()[1:])
-def heard():
-    text = ''
-    while not text.endswith(('>>> ', '? ', '(Pdb) ')):
-        if not select.select([child[1]], [], [], 60)[0]: os.kill(child[0], signal.SIGKILL)
-        try: text += os.read(child[1], 512) or 1 / 0
-        except OSError: break
-    return text
-)";
+const std::string typist = R"(
+    import kz, os, pty, re, select, signal
+    program, child = kz.args()[0], pty.fork()
+    if not child[0]: os.execl(program, program, *kz.args()[1:])
+    def heard():
+        text = ''
+        while not text.endswith(('>>> ', '? ', '(Pdb) ')):
+            if not select.select([child[1]], [], [], 60)[0]: os.kill(child[0], signal.SIGKILL)
+            try: text += os.read(child[1], 512) or 1 / 0
+            except OSError: break
+        return text)"_lines;
 
 TEST_F(KzHostTest, TheConsoleIsAsPythonsPrompt) {
     setenv("XDG_STATE_HOME", path().c_str(), 1);
@@ -371,39 +414,58 @@ TEST_F(KzHostTest, TheConsoleIsAsPythonsPrompt) {
 }
 
 TEST_F(KzHostTest, PromptsOfScriptsShowBeforeTheAnswer) {
-    const std::string script = write("ask.py", "import pdb, sys\nprint 'a',\nname = raw_input('name? ')\n"
-                                               "sys.stdout.write('sure? ')\nsys.stdin.readline()\npdb.set_trace()\n"
-                                               "print 'hello', name\n");
-    const char* talk =
-        "said = ''\nfor answer in 'me', 'yes', 'c':\n    said += heard()\n    os.write(child[1], answer + "
-        "'\\n')\nsaid += heard()\nprint os.waitpid(child[0], 0)[1], said.replace('\\r', '')\n";
-    const Ended ended = run({"run", write("typist.py", std::string(typist) + talk), program, "run", script});
-    expect(ended, 0,
-           "0 a name? me\nsure? yes\n> FOLDER/ask.py(7)<module>()\n-> print 'hello', name\n(Pdb) c\nhello me\n\n");
+    const std::string script = write("ask.py", R"(
+        import pdb, sys
+        print 'a',
+        name = raw_input('name? ')
+        sys.stdout.write('sure? ')
+        sys.stdin.readline()
+        pdb.set_trace()
+        print 'hello', name)"_lines);
+    const std::string talk = R"(
+        said = ''
+        for answer in 'me', 'yes', 'c':
+            said += heard()
+            os.write(child[1], answer + '\n')
+        said += heard()
+        print os.waitpid(child[0], 0)[1], said.replace('\r', ''))"_lines;
+    expect(run({"run", write("typist.py", typist + talk), program, "run", script}), 0, R"(
+        0 a name? me
+        sure? yes
+        > FOLDER/ask.py(7)<module>()
+        -> print 'hello', name
+        (Pdb) c
+        hello me
+        )"_lines);
 }
 
 TEST_F(KzHostTest, ProgressStaysBelowTheText) {
     setenv("TERM", "xterm", 1);
-    const std::string script = write("work.py", "import kz, sys\na = kz.Monitor(4)\nprint 'one'\nb = kz.Monitor(2)\n"
-                                                "b.step()\ndel b\nsys.stderr.write('two')\na.step(4)\n");
-    const char* talk = R"(import re
-said = re.sub(r'Progress \[#* *\] +(\d+)%', r'{\1}', heard().replace('\x1b', '^'))
-print os.waitpid(child[0], 0)[1], re.sub(r'\^7\^\[\?7l(.*?)\^\[\?7h\^8', r'<\1>', said.replace('\r\n', '/'))
-)";
-    expect(run({"run", write("typist.py", std::string(typist) + talk), program, "run", script}), 0,
+    const std::string script = write("work.py", R"(
+        import kz, sys; a = kz.Monitor(4); print 'one'
+        b = kz.Monitor(2); b.step(); del b; sys.stderr.write('two'); a.step(4))"_lines);
+    const std::string talk = R"(
+        said = re.sub(r'Progress \[#* *\] +(\d+)%', r'{\1}', heard().replace('\x1b', '^').replace('\r\n', '/'))
+        print os.waitpid(child[0], 0)[1], re.sub(r'\^7\^\[\?7l(.*?)\^\[\?7h\^8', r'<\1>', said))"_lines;
+    expect(run({"run", write("typist.py", typist + talk), program, "run", script}), 0,
            "0 ^D^[1A<\r/{0}>^[Jone^D^[1A<\r/{0}>^[J/^D^[1A<\r/{0}>^[J^D^D^[2A<\r/{0}\r/{0}>^[J^D^D^[2A<\r/{0}\r/{50}>"
            "^[J^D^[1A<\r/{0}>^[Jtwo^D^[1A<\r/{0}>^[J^D^[1A<\r/{100}>^[J/{100}/\n");
 }
 
 TEST_F(KzHostTest, AnInterpreterInPythonRunsItsScripts) {
-    serve("toy.py",
-          "import kz, kzifc\nclass Toy(kzifc.TextScriptInterpreter):\n    def tsi_ValidateHeader(self, header):\n"
-          "        if not header.startswith('#toy'): kz.throw(kz.symbol.e_SCRIPT_UNKNOWN, True)\n"
-          "    def tsi_Run(self, script, flags, args, message):\n        text = kz.object.Script(script).Buffer()\n"
-          "        kz.out('toy', text.split()[-1], args)\n        if 'bad' in text: kz.throw(kz.symbol.e_NOACCESS, "
-          "True)\nclass Broken(Toy):\n    def __init__(self): raise ValueError('never')\n"
-          "kz.bless(Toy, 'toy', {'loader.dosPattern': '*.toy'})\n"
-          "kz.bless(Broken, 'broken', {'loader.dosPattern': '*.*'})\n");
+    serve("toy.py", R"(
+        import kz, kzifc
+        class Toy(kzifc.TextScriptInterpreter):
+            def tsi_ValidateHeader(self, header):
+                if not header.startswith('#toy'): kz.throw(kz.symbol.e_SCRIPT_UNKNOWN, True)
+            def tsi_Run(self, script, flags, args, message):
+                text = kz.object.Script(script).Buffer()
+                kz.out('toy', text.split()[-1], args)
+                if 'bad' in text: kz.throw(kz.symbol.e_NOACCESS, True)
+        class Broken(Toy):
+            def __init__(self): raise ValueError('never')
+        kz.bless(Toy, 'toy', {'loader.dosPattern': '*.toy'})
+        kz.bless(Broken, 'broken', {'loader.dosPattern': '*.*'}))"_lines);
     const std::string good = write("good.toy", "play"), bad = write("bad.toy", "bad"),
                       named = write("named", "#toy me");
     expect(run({"cmd", "@" + good + " a"}), 0, "toy play a\n");

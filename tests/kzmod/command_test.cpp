@@ -114,8 +114,12 @@ TEST_F(CommandTest, EndsAsTheHostSays) {
            {"kz.command('go', a='x\\0y')", "TypeError: expected string without null bytes"},
            {"kz.command('go', **{'x\\0y': 1})", "TypeError: expected string without null bytes"},
            // The dictionary of a ** call is the caller's own.
-           {"d = {'a': 1}\nclass Sly(object):\n  def __str__(self):\n    d.clear(); return 'sly'\n"
-            "d['b'] = Sly()\nr = kz.command('go', **d)",
+           {R"(
+               d = {'a': 1}
+               class Sly(object):
+                 def __str__(self): d.clear(); return 'sly'
+               d['b'] = Sly()
+               r = kz.command('go', **d))"_lines,
             "None"}});
 }
 

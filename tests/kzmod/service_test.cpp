@@ -43,7 +43,7 @@ TEST_F(ServiceTest, SelectsAndQueries) {
            {"kz.Service('command').select('a')", fails("ScriptQuery.Select"),
             "RuntimeError: select failed on service 'command' for 'a'."},
            {"kz.Service('command').select(1)", "TypeError: argument 1 must be string, not int"},
-           {"s = kz.Service('host')\ns.select('servers', 'visitor')\nr = [s.query(), s.query1(), s.queryN()]",
+           {"s = kz.Service('host'); s.select('servers', 'visitor'); r = [s.query(), s.query1(), s.queryN()]",
             "[None, None, ()]"},
            {asked + "'one')\nr = [s.query(), s.query1(), s.queryN()]", "['a', 'a', ('a',)]"},
            {asked + "'two')\nr = [s.query('lines'), s.query1(), s.queryN()]", "[('a', 'b'), 'a', ('a', 'b')]"},
@@ -59,7 +59,7 @@ TEST_F(ServiceTest, SelectsAndQueries) {
            {"kz.Service('command').query('names')", handsOutNothing("CreateQueryObject"), queryFailed},
            {"kz.Service('command').query('names')", fails("ScriptQuery.Query"), queryFailed}});
     host.set();
-    EXPECT_EQ(outcome("s = kz.Service('recorded')\ns.select()\ns.select('a')\ns.select('a', 'b')\nr = s.query()"),
+    EXPECT_EQ(outcome("s = kz.Service('recorded'); s.select(); s.select('a'); s.select('a', 'b'); r = s.query()"),
               "None");
     EXPECT_EQ(host.calls, (Strings{"RecordedService", "RecordedQuery", "Select(,null)", "Select(a,null)", "Select(a,b)",
                                    "QueryLookup", "QueryTypeName(3)", "CreateQueryObject(integer)", "Query(3)"}));
@@ -87,13 +87,13 @@ TEST_F(MonitorTest, CountsSteps) {
            {"kz.Monitor(3).step(5)", fails("MonitorAllocate"), "None"},
            {"kz.Monitor(3).init(5)", handsOutNothing("MonitorAllocate"), "None"},
            {"kz.Monitor.__new__(kz.Monitor).step()", "None"},
-           {"m = kz.Monitor(1)\nm.__init__(2)\nr = m.step()", "None"},
+           {"m = kz.Monitor(1); m.__init__(2); r = m.step()", "None"},
            // An argument that is not a number: the step counts, and the error stays pending.
            {"kz.Monitor().step('x')", "result with TypeError: an integer is required"},
            {"kz.Monitor().step('x')", fails("Increment"), "RuntimeError: Error incrementing monitor"}});
     EXPECT_TRUE(PythonRuntime::running().monitors.isAlone());
     host.set();
-    outcome("m = kz.Monitor(7)\nm.step()\nm.step(5)\nr = None");
+    outcome("m = kz.Monitor(7); m.step(); m.step(5); r = None");
     EXPECT_EQ(host.calls, (Strings{"MonitorAllocate(Progress)", "Initialize(7)", "Increment(1)", "Increment(5)",
                                    "MonitorReleaseObj"}));
 }

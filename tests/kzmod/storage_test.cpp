@@ -47,7 +47,7 @@ TEST_F(StorageTest, ErrorsAreExact) {
            {"kz.Storage('f', 4).offset(5)", "RuntimeError: Can't offset past end of buffer"},
            {"kz.Storage('f', 4)[4]", "IndexError: Out of bounds"},
            {"kz.Storage('f', 4)[-1]", "IndexError: Out of bounds"},
-           {"s = kz.Storage('f', 4)\ns[-4] = 1", "IndexError: Out of bounds"},
+           {"s = kz.Storage('f', 4); s[-4] = 1", "IndexError: Out of bounds"},
            {"kz.Storage('f', 4)[2 ** 70]", "IndexError: Out of bounds"},
            {"kz.Storage('f', 4)[True], kz.Storage('f', 4)[1L]", "(0.0, 0.0)"},
            {"kz.Storage('f', 4)['x']", "TypeError: kz.Storage indices must be integers or slices, not str"},
@@ -55,26 +55,28 @@ TEST_F(StorageTest, ErrorsAreExact) {
            {"kz.Storage('f', 4).__setitem__(4, 1)", "IndexError: Out of bounds"},
            {"kz.Storage()[0]", "IndexError: Out of bounds"},
            {"kz.Storage('f', 4).__delitem__(0)", "TypeError: Storage elements cannot be deleted"},
-           {"s = kz.Storage('f')\ns += 3", "RuntimeError: Expected a sequence"}});
+           {"s = kz.Storage('f'); s += 3", "RuntimeError: Expected a sequence"}});
 }
 
 TEST_F(StorageTest, ObjectsOfKzAreNeitherCopiedNorGivenKeywords) {
-    const std::string each =
-        "import copy, pickle, cPickle\n"
-        "def text(f, *a, **k):\n  try: f(*a, **k)\n  except TypeError as e: return str(e)\n"
-        "class Sub(kz.Storage): pass\n"
-        "class Own(kz.Storage):\n  def __init__(self, size=1): kz.Storage.__init__(self, 'i', size)\n"
-        "  def __reduce__(self): return Own, ()\n"
-        "types = [kz.Storage, kz.Service, kz.Monitor, kz.object.Unknown, kz.object.Item, kz.service.GUID, Sub]\n"
-        "objects = [kz.Service('log') if t is kz.Service else t() for t in types]\n"
-        "ways = [copy.copy, copy.deepcopy, pickle.dumps, lambda o: cPickle.dumps(o, 2)]\n";
-    check(
-        {{each + "r = [w(Own(size=3)) and 1 for w in ways[:2]]", "[1, 1]"},
-         {each + "r = [o for o in objects for w in ways if ' cannot be copied or pickled; ' not in text(w, o)]", "[]"},
-         {each + "r = [t for t in types if 'takes no keyword arguments' not in text(t, size=1)]", "[]"},
-         {each + "r = text(copy.copy, objects[4])",
-          "'kz.object.Item objects cannot be copied or pickled; call the type with it to get another wrapper of the "
-          "same object'"}});
+    check({{"r = [w(Own(size=3)) and 1 for w in ways[:2]]", "[1, 1]"},
+           {"r = [o for o in objects for w in ways if ' cannot be copied or pickled; ' not in text(w, o)]", "[]"},
+           {"r = [t for t in types if 'takes no keyword arguments' not in text(t, size=1)]", "[]"},
+           {"r = text(copy.copy, objects[4])",
+            "'kz.object.Item objects cannot be copied or pickled; call the type with it to get another wrapper of the "
+            "same object'"}},
+          R"(
+        import copy, pickle, cPickle
+        def text(f, *a, **k):
+          try: f(*a, **k)
+          except TypeError as e: return str(e)
+        class Sub(kz.Storage): pass
+        class Own(kz.Storage):
+          def __init__(self, size=1): kz.Storage.__init__(self, 'i', size)
+          def __reduce__(self): return Own, ()
+        types = [kz.Storage, kz.Service, kz.Monitor, kz.object.Unknown, kz.object.Item, kz.service.GUID, Sub]
+        objects = [kz.Service('log') if t is kz.Service else t() for t in types]
+        ways = [copy.copy, copy.deepcopy, pickle.dumps, lambda o: cPickle.dumps(o, 2)])"_lines);
 }
 
 TEST_F(StorageTest, LargeMemoryIsTouchedWhenItIsUsed) {
@@ -90,16 +92,16 @@ TEST_F(StorageTest, SizeOffsetAndContents) {
         {{"s = kz.Storage('float', 4)\nr = [len(s), s.size(), s.offset(4), s.offset(), s.offset(1), s.offset(), "
           "len(s.get())]",
           "[4, 4, None, 4, None, 4, 3]"},
-         {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\nr = [s[0], s.get(1), s.get(9), s.get(-3)]",
+         {"s = kz.Storage('i', 3); s.set((1, 2, 3)); s.offset(1); r = [s[0], s.get(1), s.get(9), s.get(-3)]",
           "[2, (2,), (2, 3), ()]"},
-         {"s = kz.Storage('i', 3)\ns.set((1, 2, 3))\ns.offset(1)\ns[1] = 9\ns.set((7, 8, 9))\ns.offset(0)\nr = s.get()",
+         {"s = kz.Storage('i', 3); s.set((1, 2, 3)); s.offset(1); s[1] = 9; s.set((7, 8, 9)); s.offset(0); r = s.get()",
           "(1, 7, 8, 9)"},
-         {"s = kz.Storage('i')\ns += (1, 2)\nt = s\ns += [3]\nr = [s.get(), s is t, list(s)]",
+         {"s = kz.Storage('i'); s += (1, 2); t = s; s += [3]; r = [s.get(), s is t, list(s)]",
           "[(1, 2, 3), True, [1, 2, 3]]"},
-         {"s = kz.Storage('i', 4)\ns.offset(3)\ns.setSize(2)\nr = s.get()", "()"},
-         {"s = kz.Storage('b')\ns.set((97, 98, 99, 0, 100))\ns.offset(2)\nr = s.string()", "'abc'"},
-         {"s = kz.Storage('b')\ns.set((97, 98))\ns.string()", "RuntimeError: String buffer is unterminated"},
-         {"s = kz.Storage('b', 3)\ns.setType('d')\ns.set((1, 2, 3))\nr = s.get()", "(1.0, 2.0, 3.0)"},
+         {"s = kz.Storage('i', 4); s.offset(3); s.setSize(2); r = s.get()", "()"},
+         {"s = kz.Storage('b'); s.set((97, 98, 99, 0, 100)); s.offset(2); r = s.string()", "'abc'"},
+         {"s = kz.Storage('b'); s.set((97, 98)); s.string()", "RuntimeError: String buffer is unterminated"},
+         {"s = kz.Storage('b', 3); s.setType('d'); s.set((1, 2, 3)); r = s.get()", "(1.0, 2.0, 3.0)"},
          {"class Sub(kz.Storage): pass\ns = Sub('i', 2)\nr = s.get()", "(0, 0)"}});
 }
 
@@ -115,40 +117,46 @@ TEST_F(StorageTest, AFailedAssignmentKeepsTheSizeAndWhatItWrote) {
 }
 
 TEST_F(StorageTest, SequencesMayLieAndChange) {
-    const std::string classes = "class Say(object):\n  def __init__(self, act): self.act = act\n"
-                                "  def __int__(self): self.act(); return 5\nclass Liar(object):\n"
-                                "  def __init__(self, *lengths): self.lengths = list(lengths)\n"
-                                "  def __len__(self): return self.lengths.pop(0)\n"
-                                "  def __getitem__(self, i): return i\ns = kz.Storage('i', 2)\n";
-    check({{"x = [1, 2, 3]\nx[0] = Say(lambda: x.__delslice__(1, 3))\ns.set(x)", "IndexError: list index out of range"},
-           {"x = [1, 2, 3]\nx[0] = Say(lambda: x.append(4))\ns.set(x)\nr = s.get()", "(5, 2, 3)"},
-           {"s.set([1, Say(lambda: s.setSize(50000)), 3])\nr = s.get(3)", "(1, 5, 3)"},
+    const std::string classes = R"(
+        class Say(object):
+          def __init__(self, act): self.act = act
+          def __int__(self): self.act(); return 5
+        class Liar(object):
+          def __init__(self, *lengths): self.lengths = list(lengths)
+          def __len__(self): return self.lengths.pop(0)
+          def __getitem__(self, i): return i
+        s = kz.Storage('i', 2))"_lines;
+    check({{"x = [1, 2, 3]; x[0] = Say(lambda: x.__delslice__(1, 3)); s.set(x)", "IndexError: list index out of range"},
+           {"x = [1, 2, 3]; x[0] = Say(lambda: x.append(4)); s.set(x); r = s.get()", "(5, 2, 3)"},
+           {"s.set([1, Say(lambda: s.setSize(50000)), 3]); r = s.get(3)", "(1, 5, 3)"},
            {"s.set([1, Say(lambda: s.setSize(1)), 3])", "IndexError: out of bounds"},
            {"s.set([1, Say(lambda: s.setType('d')), 3])", "IndexError: out of bounds"},
            {"s[1] = Say(lambda: s.setSize(1))", "IndexError: out of bounds"},
-           {"s.set([Say(lambda: s.set([1] * 9)), 2])\nr = [s[0], s[1], len(s)]", "[5, 2, 9]"},
+           {"s.set([Say(lambda: s.set([1] * 9)), 2]); r = [s[0], s[1], len(s)]", "[5, 2, 9]"},
            {"s.set(Liar(3, 2))", "RuntimeError: bad result: FAILED"},
-           {"s.set(Liar(2, 2))\nr = s.get()", "(0, 1)"},
-           {"s.set((3, 4))\ns.set(s)\ns += s\nr = s.get()", "(3, 4, 3, 4)"},
-           {"d = kz.Storage('d')\nd.set((1.5, 2))\ns.set(d)\nr = s.get()", "(1, 2)"},
-           {"s.set(s.get() * 100000)\nr = len(s)", "200000"}},
+           {"s.set(Liar(2, 2)); r = s.get()", "(0, 1)"},
+           {"s.set((3, 4)); s.set(s); s += s; r = s.get()", "(3, 4, 3, 4)"},
+           {"d = kz.Storage('d'); d.set((1.5, 2)); s.set(d); r = s.get()", "(1, 2)"},
+           {"s.set(s.get() * 100000); r = len(s)", "200000"}},
           classes);
 }
 
 TEST_F(StorageTest, SlicesAreThoseOfLists) {
-    check({{"marks = None, -9, -2, 0, 1, 4, 9, 2 ** 70\nr = []\n"
-            "for key in [slice(a, b, c) for a in marks for b in marks for c in (None, 1, 2, -1, -3, 9)]:\n"
-            "  each, expected = s[:], range(6)\n  if list(s[key]) != expected[key]: r.append(key)\n"
-            "  new = range(10, 10 + len(expected[key]))\n  each[key] = new\n"
-            "  if key.step not in (None, 1) or new: expected[key] = new\n  if list(each) != expected: "
-            "r.append(list(each))",
+    check({{R"(
+        marks = None, -9, -2, 0, 1, 4, 9, 2 ** 70; r = []
+        for key in [slice(a, b, c) for a in marks for b in marks for c in (None, 1, 2, -1, -3, 9)]:
+          each, expected = s[:], range(6)
+          if list(s[key]) != expected[key]: r.append(key)
+          new = range(10, 10 + len(expected[key])); each[key] = new
+          if key.step not in (None, 1) or new: expected[key] = new
+          if list(each) != expected: r.append(list(each)))"_lines,
             "[]"},
            {"for o in 2, 6:\n  s.offset(o)\n  r = r, list(s), list(reversed(s)), s[1:3].get(), len(s[:])",
             "((None, [2, 3, 4, 5], [5, 4, 3, 2], (3, 4), 4), [], [], (), 0)"},
            {"r, back = [], reversed(s)\nfor i in s:\n  r.append(i)\n  s.setSize(3)\nr += back",
             "[0, 1, 2, 5, 4, 3, 2, 1, 0]"},
-           {"s[1:] = s[:-1]\ns[::-1] = s\nr = s.get()", "(4, 3, 2, 1, 0, 0)"},
-           {"d = kz.Storage('d', 2)\nd[:] = (7.5, 8)\ns[:2], s[2:4] = d, memoryview(s)[1:3]\nr = s.get()",
+           {"s[1:] = s[:-1]; s[::-1] = s; r = s.get()", "(4, 3, 2, 1, 0, 0)"},
+           {"d = kz.Storage('d', 2); d[:] = (7.5, 8); s[:2], s[2:4] = d, memoryview(s)[1:3]; r = s.get()",
             "(7, 8, 8, 2, 4, 5)"},
            {"s[1:3] = 7", "RuntimeError: Expected a sequence"},
            {"s[1:3] = 'ab'", "TypeError: an integer is required"},
@@ -157,48 +165,69 @@ TEST_F(StorageTest, SlicesAreThoseOfLists) {
            {"r = s[:Say(lambda: s.setSize(1))]", "IndexError: Out of bounds"},
            {"s[:Say(lambda: s.setType('b'))] = range(5)", "IndexError: Out of bounds"},
            {"s[:2] = [Say(lambda: s.setSize(1)), 2]", "ValueError: A slice of 1 elements cannot take 2"}},
-          "class Say(object):\n  def __init__(self, act): self.act = act\n  def __int__(self): self.act(); return 5\n"
-          "  __index__ = __int__\nr, s = None, kz.Storage('i', 6)\ns.set(range(6))\n");
+          R"(
+              class Say(object):
+                def __init__(self, act): self.act = act
+                def __int__(self): self.act(); return 5
+                __index__ = __int__
+              r, s = None, kz.Storage('i', 6); s.set(range(6)))"_lines);
 }
 
 TEST_F(StorageTest, MemoryInUseStaysWhereItIs) {
     const std::string refused =
         "BufferError: The storage's memory cannot grow or move, because a memoryview, an array or a buffer uses it";
-    check(
-        {{"r = []\nfor each in 'fibdup':\n  m = memoryview(kz.Storage(each, 3))\n"
-          "  r.append('%s %d %s %s %d' % (m.format, m.itemsize, len(m), m.strides == (m.itemsize,), m.readonly))",
-          "['f 4 3 True 0', 'i 4 3 True 0', 'B 1 3 True 0', 'd 8 3 True 0', 'I 4 3 True 0', 'Q 8 3 True 0']"},
-         {"a, b = socket.socketpair()\nt = kz.Storage('i', 3)\nr = a.send(s), b.recv_into(t), t.get()",
-          "(12, 12, (1, 2, 3))"},
-         {"class Sub(kz.Storage): pass\ns = Sub('i', 2)\ns.view = memoryview(s)\nlost = weakref.ref(s)\n"
-          "r = [len(s.view)]\ndel s\ngc.collect()\nr.append(lost())",
-          "[2, None]"},
-         {"del s\nr = struct.unpack('3i', v.tobytes())", "(1, 2, 3)"},
-         {"memoryview(kz.Storage())", "BufferError: Storage data type not set"},
-         {"r = []\nfor f, x in (s.setSize, 4), (s.set, 'ab' * 9), (s.__iadd__, [1]), (s.setType, 'd'):\n"
-          "  try: f(x)\n  except BufferError: r += s.get()",
-          "[1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3]"},
-         {"w = v[1:]\ndel v\ns.setSize(4)", refused},
-         {"str(buffer(s))\ndel v\ns.setSize(4)", refused},  // the end of a buffer is not known
-         {"s.setSize(1)\ns.setType('f')\ns.setSize(3)\nr = [len(v), len(s)]", "[3, 3]"},
-         {"e = kz.Storage('i')\nv = memoryview(e)\ne.setSize(4)\nr = [len(v), v.tobytes(), len(e)]", "[0, '', 4]"},
-         // The thread writes into the memory without Python's lock.
-         {"i, o = os.pipe()\nf = os.fdopen(i, 'rb', 0)\nt = threading.Thread(target=lambda: f.readinto(s))\nt.start()\n"
-          "del v\nr = None\nwhile not r:\n  try: s.setSize(len(s) + 1)\n  except BufferError: r = 'refused'\n"
-          "os.write(o, 'abcd' * len(s))\nos.close(o)\nt.join()\nr = r, set(s) == set([0x64636261])",
-          "('refused', True)"}},
-        "import gc, os, socket, struct, threading, weakref\ns = kz.Storage('i')\ns.set((1, 2, 3))\nv = "
-        "memoryview(s)\n");
+    check({{R"(
+            r = []
+            for each in 'fibdup':
+              m = memoryview(kz.Storage(each, 3))
+              strides = m.strides == (m.itemsize,)
+              r.append('%s %d %s %s %d' % (m.format, m.itemsize, len(m), strides, m.readonly)))"_lines,
+            "['f 4 3 True 0', 'i 4 3 True 0', 'B 1 3 True 0', 'd 8 3 True 0', 'I 4 3 True 0', 'Q 8 3 True 0']"},
+           {"a, b = socket.socketpair(); t = kz.Storage('i', 3); r = a.send(s), b.recv_into(t), t.get()",
+            "(12, 12, (1, 2, 3))"},
+           {R"(
+             class Sub(kz.Storage): pass
+             s = Sub('i', 2); s.view = memoryview(s); lost = weakref.ref(s); r = [len(s.view)]
+             del s; gc.collect(); r.append(lost()))"_lines,
+            "[2, None]"},
+           {"del s; r = struct.unpack('3i', v.tobytes())", "(1, 2, 3)"},
+           {"memoryview(kz.Storage())", "BufferError: Storage data type not set"},
+           {R"(
+             r = []
+             for f, x in (s.setSize, 4), (s.set, 'ab' * 9), (s.__iadd__, [1]), (s.setType, 'd'):
+               try: f(x)
+               except BufferError: r += s.get())"_lines,
+            "[1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3]"},
+           {"w = v[1:]; del v; s.setSize(4)", refused},
+           {"str(buffer(s)); del v; s.setSize(4)", refused},  // the end of a buffer is not known
+           {"s.setSize(1); s.setType('f'); s.setSize(3); r = [len(v), len(s)]", "[3, 3]"},
+           {"e = kz.Storage('i'); v = memoryview(e); e.setSize(4); r = [len(v), v.tobytes(), len(e)]", "[0, '', 4]"},
+           // The thread writes into the memory without Python's lock.
+           {R"(
+             i, o = os.pipe(); f = os.fdopen(i, 'rb', 0)
+             t = threading.Thread(target=lambda: f.readinto(s)); t.start(); del v; r = None
+             while not r:
+               try: s.setSize(len(s) + 1)
+               except BufferError: r = 'refused'
+             os.write(o, 'abcd' * len(s)); os.close(o); t.join()
+             r = r, set(s) == set([0x64636261]))"_lines,
+            "('refused', True)"}},
+          R"(
+            import gc, os, socket, struct, threading, weakref; s = kz.Storage('i')
+            s.set((1, 2, 3)); v = memoryview(s))"_lines);
 }
 
 TEST_F(StorageTest, AllocationFailuresChangeNothing) {
     CStorageBuffer::setAllocate(
         [](std::size_t count, std::size_t size) { return count * size < 300 ? std::calloc(count, size) : nullptr; });
     const std::string failed = "'Allocation failied', ";
-    check({{"s = kz.Storage('i')\ns.set([1] * 50)\nr = []\n"
-            "def tries(f, *a):\n  try: f(*a)\n  except MemoryError as e: r.append(str(e))\n"
-            "tries(s.setSize, 100)\ntries(s.set, [2] * 100)\ntries(s.__iadd__, [1] * 50)\ntries(s.setType, 'd')\n"
-            "tries(kz.Storage, 'd', 70)\nr.append(s.get() == (1,) * 50)",
+    check({{R"(
+        s = kz.Storage('i'); s.set([1] * 50); r = []
+        def tries(f, *a):
+          try: f(*a)
+          except MemoryError as e: r.append(str(e))
+        tries(s.setSize, 100); tries(s.set, [2] * 100); tries(s.__iadd__, [1] * 50)
+        tries(s.setType, 'd'); tries(kz.Storage, 'd', 70); r.append(s.get() == (1,) * 50))"_lines,
             "[" + failed + failed + failed + failed + failed + "True]"}});
     CStorageBuffer::setAllocate(nullptr);
 }
@@ -224,7 +253,7 @@ TEST_F(StorageTest, ViewsReadAndWriteMemoryOfOthers) {
         EXPECT_EQ(with(view, "s.set((7, 8))"), "None");
         EXPECT_FLOAT_EQ(memory[1], 8.0F);
         for (const char* use : {"memoryview(s)", "str(buffer(s))"})
-            EXPECT_EQ(with(view, use).substr(0, 56), "BufferError: The storage shows memory of the host, which");
+            EXPECT_EQ(with(view, use).substr(0, 56), "BufferError: The storage shows memory of the host, which") << use;
         EXPECT_EQ(with(view, "[s.__setitem__(slice(1, 2), s[:1]), memoryview(s[:]).shape]"), "[None, (2L,)]");
         EXPECT_FLOAT_EQ(memory[1], 7.0F);
         // Memory beyond the three elements cannot be accessed, whatever size or type is set.

@@ -65,10 +65,13 @@ TEST(LockTest, GivesEachThreadOneState) {
                              METH_NOARGS, nullptr};
     PyObject* names = PyModule_GetDict(PyImport_AddModule("__main__"));
     PyDict_SetItemString(names, "enter", CPyRefNull(PyCFunction_New(&enter, nullptr)));
-    const CPyRefNull ran(PyRun_String("import threading\nanswers = []\n"
-                                      "thread = threading.Thread(target=lambda: answers.append(enter()))\n"
-                                      "thread.start()\nthread.join()\nassert answers == [False]\n",
-                                      Py_file_input, names, names));
+    const std::string source = R"(
+        import threading
+        answers = []
+        thread = threading.Thread(target=lambda: answers.append(enter()))
+        thread.start(); thread.join()
+        assert answers == [False])"_lines;
+    const CPyRefNull ran(PyRun_String(source.c_str(), Py_file_input, names, names));
     EXPECT_NE(ran.get(), nullptr);
 }
 

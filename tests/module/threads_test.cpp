@@ -36,8 +36,15 @@ TEST_F(ThreadsTest, KeepTheStateThatPythonGaveThem) {
 }
 
 TEST_F(ThreadsTest, SharePythonWithThreadsOfItsOwn) {
-    session.run("import threading\nhits = []\ndef work():\n  for i in xrange(2000): hits.append(i)\n\n"
-                "threads = [threading.Thread(target=work) for i in range(4)]\nfor t in threads: t.start()\n\n");
+    session.run(R"(
+        import threading
+        hits = []
+        def work():
+          for i in xrange(2000): hits.append(i)
+
+        threads = [threading.Thread(target=work) for i in range(4)]
+        for t in threads: t.start()
+        )"_lines);
     onThreads(4, 1, [&](int) {
         EXPECT_EQ(host.run("import __main__\nfor i in xrange(2000): __main__.hits.append(i)").code, KZe_OK);
     });

@@ -14,28 +14,38 @@ using namespace kzhost;
 using UnloadTest = PluginTest;
 
 TEST(UnloadInAChildTest, SurvivesWhatScriptsLeaveBehind) {
-    const std::pair<const char*, const char*> table[] = {
-        {"an exit handler that leaves", "import atexit, sys\natexit.register(sys.exit, 3)"},
+    const std::pair<const char*, std::string> table[] = {
+        {"an exit handler that leaves", "import atexit, sys; atexit.register(sys.exit, 3)"},
         {"an exit function that leaves", "import sys\ndef f(): raise SystemExit(3)\nsys.exitfunc = f"},
-        {"an exit handler that fails", "import atexit\natexit.register(int, 'x')"},
-        {"a daemon thread", "import threading, time\ndef f():\n  while True: time.sleep(0.001)\n"
-                            "t = threading.Thread(target=f)\nt.daemon = True\nt.start()"},
+        {"an exit handler that fails", "import atexit; atexit.register(int, 'x')"},
+        {"a daemon thread", R"(
+            import threading, time
+            def f():
+              while True: time.sleep(0.001)
+            t = threading.Thread(target=f); t.daemon = True; t.start())"_lines},
         {"a busy daemon thread",
          "import threading\ndef f():\n  while True: pass\nt = threading.Thread(target=f)\nt.daemon = True\nt.start()"},
-        {"a raw thread", "import thread, time\nthread.start_new_thread(time.sleep, (60,))"},
-        {"an object that prints when it goes",
-         "import __main__\nclass D(object):\n  def __del__(self):\n    import sys\n    sys.stdout.write('gone')\n"
-         "__main__.d = D()"},
+        {"a raw thread", "import thread, time; thread.start_new_thread(time.sleep, (60,))"},
+        {"an object that prints when it goes", R"(
+            import __main__
+            class D(object):
+              def __del__(self): import sys; sys.stdout.write('gone')
+            __main__.d = D())"_lines},
         {"wrappers",
-         "import kz, __main__\n__main__.kept = [kz.service.Log(), kz.object.Unknown(), kz.Service('hostservice')]"},
-        {"a host that calls back late",
-         "import kz, sys\nclass D(object):\n  def __init__(self, log): self.log = log\n"
-         "  def __del__(self): self.log.CreateEntry(1, 'late')\nsys.kept = D(kz.service.Log())"},
-        {"an object that has its thread's state asked for",
-         "import ctypes, sys\nclass D(object):\n  def __del__(self, call=ctypes.PYFUNCTYPE(None)(int)): call()\n"
-         "sys.kept = D()"},
-        {"no modules", "import sys\nsys.modules.clear()"},
-        {"no streams", "import sys\ndel sys.stdout, sys.stderr, sys.__stdout__, sys.__stderr__"}};
+         "import kz, __main__; __main__.kept = [kz.service.Log(), kz.object.Unknown(), kz.Service('hostservice')]"},
+        {"a host that calls back late", R"(
+            import kz, sys
+            class D(object):
+              def __init__(self, log): self.log = log
+              def __del__(self): self.log.CreateEntry(1, 'late')
+            sys.kept = D(kz.service.Log()))"_lines},
+        {"an object that has its thread's state asked for", R"(
+            import ctypes, sys
+            class D(object):
+              def __del__(self, call=ctypes.PYFUNCTYPE(None)(int)): call()
+            sys.kept = D())"_lines},
+        {"no modules", "import sys; sys.modules.clear()"},
+        {"no streams", "import sys; del sys.stdout, sys.stderr, sys.__stdout__, sys.__stderr__"}};
     for (const bool elsewhere : {false, true}) {
         SCOPED_TRACE(elsewhere ? "unloaded on another thread" : "unloaded on the same thread");
         for (const auto& [name, script] : table)
@@ -52,8 +62,13 @@ TEST(UnloadInAChildTest, SurvivesWhatScriptsLeaveBehind) {
 }
 
 TEST_F(UnloadTest, PassesOnWhatIsPrintedLast) {
-    host.run("import atexit, threading, time\ndef f(): print 'exit'\natexit.register(f)\n"
-             "def late():\n  time.sleep(0.1)\n  print 'thread'\nthreading.Thread(target=late).start()\nprint 'half',");
+    host.run(R"(
+        import atexit, threading, time
+        def f(): print 'exit'
+        atexit.register(f)
+        def late(): time.sleep(0.1); print 'thread'
+        threading.Thread(target=late).start()
+        print 'half',)"_lines);
     host.host.unload();
     EXPECT_EQ(host.log("scripts"), "test.py\n  half\n");
     // The print statement writes the blank, because text that is shown as it is written reads "half thread".

@@ -71,10 +71,13 @@ private:
         return false;
     }
 
-    static constexpr const char* compare = "import kz\nimages = kz.service.Image()\ndef same(name):\n"
-                                           "    made, shown = [images.Load('FOLDER/' + folder + name, None)\n"
-                                           "                   for folder in ('', 'examples/pictures/')]\n"
-                                           "    if images.Compare(made, shown, 0)[0] > 0.005: print name, 'differs'\n";
+    const std::string compare = R"(
+        import kz
+        images = kz.service.Image()
+        def same(name):
+            made, shown = [images.Load('FOLDER/' + folder + name, None)
+                           for folder in ('', 'examples/pictures/')]
+            if images.Compare(made, shown, 0)[0] > 0.005: print name, 'differs')"_lines;
 
 protected:
     std::string page = contentsOf(KZ_SOURCE_DIR "/examples/README.md");
@@ -108,14 +111,14 @@ TEST_F(GalleryTest, ShowsWhatTheExamplesDoWithNumpy) {
 // The sessions of docs/storage.md do what the page shows; the last one needs numpy.
 TEST_F(GalleryTest, ShowsWhatStoragesDo) {
     const bool hasNumpy = std::filesystem::exists(path("build/numpy/numpy"));
-    const Ended ended = run({"--import-path", path("build/numpy"), "run", write("sessions.py", R"(import doctest, sys
-page = open(sys.argv[1]).read()
-if sys.argv[2] == "0": page = page[:page.index('    >>> import numpy')]
-test = doctest.DocTestParser().get_doctest(page, {}, 'page', 'storage.md', 0)
-print doctest.DocTestRunner(optionflags=doctest.ELLIPSIS).run(test).failed, len(test.examples) > 30
-)"),
-                             KZ_SOURCE_DIR "/docs/storage.md", hasNumpy ? "1" : "0"});
-    expect(ended, 0, "0 True\n");
+    const std::string script = write("sessions.py", R"(
+        import doctest, sys
+        page = open(sys.argv[1]).read()
+        if sys.argv[2] == "0": page = page[:page.index('    >>> import numpy')]
+        test = doctest.DocTestParser().get_doctest(page, {}, 'page', 'storage.md', 0)
+        print doctest.DocTestRunner(optionflags=doctest.ELLIPSIS).run(test).failed, len(test.examples) > 30)"_lines);
+    if (hasNumpy) importPaths.push_back(path("build/numpy"));
+    expect(run({"run", script, KZ_SOURCE_DIR "/docs/storage.md", hasNumpy ? "1" : "0"}), 0, "0 True\n");
     if (!hasNumpy) GTEST_SKIP() << "numpy for Python 2.7 is not installed";
 }
 
@@ -129,11 +132,17 @@ class FarmTest : public KzHostTest {
 protected:
     // Stands for kzhost in the first job of an asset: it fails, or its worker is killed, before or after the
     // result is written. One asset never ends. The parent is Dask's worker, or the shell of a job of GNU parallel.
-    static constexpr const char* faulty = "#!/bin/sh\necho \"$4\" >>FOLDER/jobs\nfirst() { mkdir \"$4.seen\"; }\n"
-                                          "case $4 in\n*again*) first \"$@\" && exit 75 ;;\n"
-                                          "*before*) first \"$@\" && kill -9 $PPID && exit ;;\n"
-                                          "*after*) first \"$@\" && PROGRAM \"$@\" && kill -9 $PPID && exit ;;\n"
-                                          "*hangs*) exec sleep 60 ;;\nesac\nexec PROGRAM \"$@\"\n";
+    const std::string faulty = R"(
+        #!/bin/sh
+        echo "$4" >>FOLDER/jobs
+        first() { mkdir "$4.seen"; }
+        case $4 in
+        *again*) first "$@" && exit 75 ;;
+        *before*) first "$@" && kill -9 $PPID && exit ;;
+        *after*) first "$@" && PROGRAM "$@" && kill -9 $PPID && exit ;;
+        *hangs*) exec sleep 60 ;;
+        esac
+        exec PROGRAM "$@")"_lines;
 
     FarmTest() {
         std::filesystem::create_directory(path("assets"));

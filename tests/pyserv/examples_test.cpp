@@ -23,11 +23,18 @@ TEST_F(ExampleServersTest, TheyAreListedWithTheirTags) {
 
 TEST_F(ExampleServersTest, ABadTreeEnds) {
     EXPECT_EQ(run({"tree", "nowhere"}).status, 1);
-    serve("endless.py", "import kz, kzifc\nclass Deep(kzifc.Tree, kzifc.TreeView):\n    def tree_ToRoot(self): pass\n"
-                        "    def tree_Count(self): return 1\n    def tree_SetCurrent(self, index): pass\n"
-                        "    def tree_ToChild(self): pass\n    def treeview_ColumnCount(self): return 1\n"
-                        "class Wide(Deep):\n    def treeview_ColumnCount(self): return 0xffffffff\n"
-                        "kz.bless(Deep, 'deep')\nkz.bless(Wide, 'wide')\n");
+    serve("endless.py", R"(
+        import kz, kzifc
+        class Deep(kzifc.Tree, kzifc.TreeView):
+            def tree_ToRoot(self): pass
+            def tree_Count(self): return 1
+            def tree_SetCurrent(self, index): pass
+            def tree_ToChild(self): pass
+            def treeview_ColumnCount(self): return 1
+        class Wide(Deep):
+            def treeview_ColumnCount(self): return 0xffffffff
+        kz.bless(Deep, 'deep')
+        kz.bless(Wide, 'wide'))"_lines);
     for (const char* endless : {"deep", "wide"}) EXPECT_TRUE(run({"tree", endless}).says("OUTOFBOUNDS")) << endless;
 }
 
@@ -43,14 +50,21 @@ TEST_F(ExampleServersTest, CommandsAreExecutedQueriedAndDisabled) {
         {"text.repeat text:?", 1, "", ""},
         {"text.never", 1, "", "Never: there is nothing to do"}};
     for (const auto& [command, status, out, error] : cases) expect(run({"cmd", command}), status, out, {error});
-    expect(runText("import kz\nfrom kzserv.servers import watch\nkz.eval('text.repeat hi count:2')\n"
-                   "kz.command('text.repeat', text='a', loud=True)\n"
-                   "print kz.queryToggle('text.repeat loud:?'), repr(kz.eval('text.repeat loud:?'))\n"
-                   "try: kz.eval('text.never')\nexcept RuntimeError as error: print error\n"
-                   "print [line for line in watch.HEARD if line.startswith('text.')]\n"),
-           0,
-           "hi hi\nA\nTrue 1\ncommand failed: Never: there is nothing to do (84800004)\n"
-           "['text.repeat done', 'text.repeat done', 'text.never failed']\n");
+    expect(runText(R"(
+        import kz
+        from kzserv.servers import watch
+        kz.eval('text.repeat hi count:2')
+        kz.command('text.repeat', text='a', loud=True)
+        print kz.queryToggle('text.repeat loud:?'), repr(kz.eval('text.repeat loud:?'))
+        try: kz.eval('text.never')
+        except RuntimeError as error: print error
+        print [line for line in watch.HEARD if line.startswith('text.')])"_lines),
+           0, R"(
+        hi hi
+        A
+        True 1
+        command failed: Never: there is nothing to do (84800004)
+        ['text.repeat done', 'text.repeat done', 'text.never failed'])"_lines);
 }
 
 TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
@@ -67,9 +81,12 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
     const std::string picture = KZ_SOURCE_DIR "/tests/objects/pictures/rgb16.png";
     expect(run({"convert", picture, path("e.png")}), 0, "FOLDER/e.png: 2 x 2 pixels\n");
     expect(run({"convert", path("e.png"), path("f.png"), "--colorspace", "linear"}), 0, "FOLDER/f.png: 2 x 2 pixels\n");
-    expect(runText("import kz\nfor name in 'ef':\n    out = kz.Storage('b', 6)\n"
-                   "    kz.service.Image().Load('FOLDER/%s.png' % name, None).GetPixel(0, 0, 0x302, out)\n"
-                   "    print out.get()\n"),
+    expect(runText(R"(
+        import kz
+        for name in 'ef':
+            out = kz.Storage('b', 6)
+            kz.service.Image().Load('FOLDER/%s.png' % name, None).GetPixel(0, 0, 0x302, out)
+            print out.get())"_lines),
            0, "(0, 0, 1, 0, 21, 39)\n(0, 0, 0, 0, 45, 5)\n");
     const std::string noLibrary = "program=" + path("nowhere"), badLibrary = "program=" + path("bad");
     std::filesystem::create_directories(path("bad/lib"));
@@ -83,28 +100,38 @@ TEST_F(ExampleServersTest, AnImageGoesThroughLoaderAndSaver) {
     for (const auto& [words, why] : refused) {
         const Ended ended = run(words);
         EXPECT_TRUE(ended.says(why)) << why << ended.error;
-        EXPECT_EQ(ended.status, words.back().ends_with("hdr") ? 0 : 1);
+        EXPECT_EQ(ended.status, words.back().ends_with("hdr") ? 0 : 1) << why;
     }
     // Scripts use the same loader and saver, and get an image of the host.
-    expect(runText("import kz\nimages = kz.service.Image()\nfolder = 'FOLDER/'\n"
-                   "image = images.Load(folder + 'a.timg', None)\nnine = kz.Storage('b', 1)\nnine.set((9,))\n"
-                   "kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)\n"
-                   "images.Save(image, folder + 'd.png', None, None)\n"
-                   "images.Save(images.Load(folder + 'd.png', None), folder + 'd.any', 'textimage', None)\n"
-                   "print open(folder + 'd.any').read().split()[-2:]\n"
-                   "from kzserv.servers import watch\nprint len([h for h in watch.HEARD if folder in h])\n"),
+    expect(runText(R"(
+        import kz
+        images, folder, nine = kz.service.Image(), 'FOLDER/', kz.Storage('b', 1)
+        image = images.Load(folder + 'a.timg', None)
+        nine.set((9,))
+        kz.object.ImageWrite(image).SetPixel(2, 1, kz.symbol.iIMG_FORMAT_GREY, nine)
+        images.Save(image, folder + 'd.png', None, None)
+        images.Save(images.Load(folder + 'd.png', None), folder + 'd.any', 'textimage', None)
+        print open(folder + 'd.any').read().split()[-2:]
+        from kzserv.servers import watch
+        print len([h for h in watch.HEARD if folder in h]))"_lines),
            0, "['5', '9']\n4\n");
 }
 
 TEST_F(ExampleServersTest, ASaverThatFailsLeavesWhatWasThere) {
-    serve("bad.py", "import kz, kzifc, os\nclass Half(kzifc.Saver):\n    def sav_Save(self, source, path, monitor):\n"
-                    "        open(path, 'w').write('half')\n        open(path + '.more', 'w').close()\n"
-                    "        if 'whole' not in path: raise ValueError('half-way')\n"
-                    "class Nothing(kzifc.Saver):\n    def sav_Save(self, source, path, monitor): pass\n"
-                    "kz.bless(Half, 'half', {'saver.dosType': 'half'})\n"
-                    "kz.bless(Nothing, 'nothing', {'saver.dosType': 'nothing'})\nclass Strict(Nothing):\n"
-                    "    def sav_Verify(self, source, message): kz.throw(kz.symbol.e_NOACCESS, True)\n"
-                    "kz.bless(Strict, 'strict', {'saver.dosType': 'strict'})\n");
+    serve("bad.py", R"(
+        import kz, kzifc, os
+        class Half(kzifc.Saver):
+            def sav_Save(self, source, path, monitor):
+                open(path, 'w').write('half')
+                open(path + '.more', 'w').close()
+                if 'whole' not in path: raise ValueError('half-way')
+        class Nothing(kzifc.Saver):
+            def sav_Save(self, source, path, monitor): pass
+        kz.bless(Half, 'half', {'saver.dosType': 'half'})
+        kz.bless(Nothing, 'nothing', {'saver.dosType': 'nothing'})
+        class Strict(Nothing):
+            def sav_Verify(self, source, message): kz.throw(kz.symbol.e_NOACCESS, True)
+        kz.bless(Strict, 'strict', {'saver.dosType': 'strict'}))"_lines);
     const std::string image = write("a.timg", "TIMG 1 1\n7\n");
     const std::tuple<const char*, int, const char*> cases[] = {
         {"to/a.half", 1, "half-way"},
@@ -124,13 +151,18 @@ TEST_F(ExampleServersTest, ASaverThatFailsLeavesWhatWasThere) {
 }
 
 TEST_F(ExampleServersTest, ValuesOfAServedTypeAreTheHostsOwn) {
-    const Ended ended =
-        runText("import kz, kzu.object\nvalues = kz.service.Value()\nday = values.CreateValue('weekday')\n"
-                "values.DecodeText(' Friday ', 1, day)\nprint kzu.object.Value(day), values.EncodeText(day, 0)\n"
-                "hints = kz.object.UIValueHints(day)\nprint hints.PopCount(), hints.PopUserName(6)\n"
-                "query = kz.service.ScriptSys().ServiceQuery('value')\nquery.Select('choices', 'weekday')\n"
-                "found = values.CreateValueArray('string')\n"
-                "query.Query(query.Lookup('choices'), found)\nprint kzu.object.ValueArray(found)[:2]\n");
+    const Ended ended = runText(R"(
+        import kz, kzu.object
+        values = kz.service.Value()
+        day, choices = values.CreateValue('weekday'), values.CreateValueArray('string')
+        values.DecodeText(' Friday ', 1, day)
+        print kzu.object.Value(day), values.EncodeText(day, 0)
+        hints = kz.object.UIValueHints(day)
+        print hints.PopCount(), hints.PopUserName(6)
+        query = kz.service.ScriptSys().ServiceQuery('value')
+        query.Select('choices', 'weekday')
+        query.Query(query.Lookup('choices'), choices)
+        print kzu.object.ValueArray(choices)[:2])"_lines);
     expect(ended, 0, "<Value weekday 4> friday\n7 Sunday\n['monday', 'tuesday']\n");
     EXPECT_EQ(ended.error, "");
 }
@@ -171,22 +203,28 @@ TEST(ReadmeTest, ShowsTheExamplesAsTheyAre) {
 // Every call from the start of the session to its end, in order.
 TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
     importPaths.pop_back();
-    serve("all.py", R"(import kz, kzifc
-def tell(name, *args): open('FOLDER/heard', 'a').write(name.replace('event_', '.') + ' ')
-class Session(kzifc.SessionListener): pass
-class Commands(kzifc.CmdSysListener): pass
-class Log(kzifc.LogListener): pass
-for cls in (Session, Commands, Log):
-    for name in vars(cls.__bases__[0]):
-        if name[0] != '_' and name != 'sesl_ModuleUpdated':
-            setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))
-    kz.bless(cls, 'all')
-)");
-    const Ended ended =
-        runText("import kz\nprint 'out'\nkz.eval('command.alias b user.value')\nkz.eval('command.unalias b')\n"
-                "from kzu.command import Command\nclass New(Command):\n"
-                "    def execute(self):\n        kz.eval('log.clear scripts')\n        raise ValueError\n"
-                "kz.bless(New, 'new')\ntry: kz.eval('new')\nexcept RuntimeError: pass\nkz.service.Log().Flush()\n");
+    serve("all.py", R"(
+        import kz, kzifc
+        def tell(name, *args): open('FOLDER/heard', 'a').write(name.replace('event_', '.') + ' ')
+        class Session(kzifc.SessionListener): pass
+        class Commands(kzifc.CmdSysListener): pass
+        class Log(kzifc.LogListener): pass
+        for cls in (Session, Commands, Log):
+            for name in vars(cls.__bases__[0]):
+                if name[0] != '_' and name != 'sesl_ModuleUpdated':
+                    setattr(cls, name, (lambda name: lambda self, *args: tell(name, *args))(name))
+            kz.bless(cls, 'all'))"_lines);
+    const Ended ended = runText(R"(
+        import kz
+        from kzu.command import Command
+        print 'out'
+        kz.eval('command.alias b user.value'); kz.eval('command.unalias b')
+        class New(Command):
+            def execute(self): kz.eval('log.clear scripts'); raise ValueError
+        kz.bless(New, 'new')
+        try: kz.eval('new')
+        except RuntimeError: pass
+        kz.service.Log().Flush())"_lines);
     const std::string command = "cmdsys.ExecutePre ", done = "cmdsys.ExecuteResult cmdsys.ExecutePost ";
     EXPECT_EQ(contents("heard"),
               "sesl_SystemReady cmdsys.SystemReady log.SubsystemAdded log.EntryAdded log.ChildEntryAdded " + command +
@@ -198,34 +236,40 @@ for cls in (Session, Commands, Log):
 
 // The command says why it cannot run an operation, and an operation that fails changes nothing.
 TEST_F(ExampleServersTest, AMeshOperationThatFailsChangesNothing) {
-    serve("half.py", "import kz, kzifc\nclass Half(kzifc.MeshOperation):\n"
-                     "    def mop_Evaluate(self, mesh, elements, mode):\n"
-                     "        kz.object.Mesh(mesh).Clear()\n        raise ValueError('half-way')\n"
-                     "kz.bless(Half, 'half')\n");
-    expect(runText("import kz\nscenes = kz.service.Scene()\n"
-                   "def tell(text):\n    try: kz.eval(text)\n    except RuntimeError as error: print error\n"
-                   "tell('mesh.operate half')\nscene = scenes.Create('a')\ntell('mesh.operate half')\n"
-                   "item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))\n"
-                   "mesh = kz.service.Mesh().FromItem(item, 0.0, 0)\nmesh.AddPoint((1, 2, 3))\n"
-                   "tell('mesh.operate half')\ntell('mesh.operate none')\n"
-                   "tell('mesh.operate half item:b')\nprint mesh.PointByIndex(0).Position()\n"),
-           0,
-           R"(command failed: mesh.operate: there is no scene, and so no mesh (80000017)
-command failed: mesh.operate: the current scene has no mesh item (80000017)
-command failed: mesh.operate: the operation failed (80000000)
-command failed: mesh.operate: argument "operation": there is no mesh operation "none" (80000017)
-command failed: mesh.operate: argument "item": there is no mesh item "b" (80000017)
-(1.0, 2.0, 3.0)
-)");
+    serve("half.py", R"(
+        import kz, kzifc
+        class Half(kzifc.MeshOperation):
+            def mop_Evaluate(self, mesh, elements, mode): kz.object.Mesh(mesh).Clear(); raise ValueError('half-way')
+        kz.bless(Half, 'half'))"_lines);
+    expect(runText(R"(
+        import kz
+        scenes = kz.service.Scene()
+        def tell(text):
+            try: kz.eval(text)
+            except RuntimeError as error: print error
+        tell('mesh.operate half'); scene = scenes.Create('a'); tell('mesh.operate half')
+        item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))
+        mesh = kz.service.Mesh().FromItem(item, 0.0, 0)
+        mesh.AddPoint((1, 2, 3))
+        for words in 'half', 'none', 'half item:b': tell('mesh.operate ' + words)
+        print mesh.PointByIndex(0).Position())"_lines),
+           0, R"(
+        command failed: mesh.operate: there is no scene, and so no mesh (80000017)
+        command failed: mesh.operate: the current scene has no mesh item (80000017)
+        command failed: mesh.operate: the operation failed (80000000)
+        command failed: mesh.operate: argument "operation": there is no mesh operation "none" (80000017)
+        command failed: mesh.operate: argument "item": there is no mesh item "b" (80000017)
+        (1.0, 2.0, 3.0))"_lines);
 }
 
 // The questions on standard error, and the effect of the answers.
 TEST_F(ExampleServersTest, ADialogAsksForArguments) {
+    const std::string edge = std::string(30, '+') + "\n";
     const std::tuple<const char*, const char*, int, std::string, std::vector<std::string>> cases[] = {
         {"??text.banner",
          "a text that is rather long\n\nmaybe\ntrue\n+\n",
          0,
-         "++++++++++++++++++++++++++++++\n+ a text that is rather long +\n++++++++++++++++++++++++++++++\n",
+         edge + "+ a text that is rather long +\n" + edge,
          {"text, What to print (a text) []: a text", "width, How long the line is (an integer, as 12 or -3) [26]",
           "\"maybe\" is not true or false", "mark, What the frame is made of (a text) [*]"}},
         {"?text.banner", "ab\n4\n\n", 0, " ab \n", {"[20]: 4", "[false]"}},
@@ -239,17 +283,20 @@ TEST_F(ExampleServersTest, ADialogAsksForArguments) {
     for (const auto& [command, answers, status, out, told] : cases) {
         const Ended ended = run({"cmd", command}, answers);
         expect(ended, status, out, told);
-        EXPECT_EQ(ended.says("mark, "), std::string(answers).find("true") != std::string::npos) << ended.error;
+        EXPECT_EQ(ended.says("mark, "), std::string(answers).find("true") != std::string::npos)
+            << command << ended.error;
     }
-    expect(runText(R"(import kz
-commands = kz.Service('command')
-for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):
-    commands.select('enabled', line)
-    print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog')
-)"),
-           0,
-           "1 (1, 1, 1, 0) ('', '20', 'false', '*')\n1 (1, 1, 1, 1) ('', '20', 'true', '*')\n"
-           "0 () ()\n1 (1, 1) ('', '')\n");
+    expect(runText(R"(
+        import kz
+        commands = kz.Service('command')
+        for line in ('text.banner', 'text.banner frame:true', 'text.never', 'file.alias'):
+            commands.select('enabled', line)
+            print commands.query(), commands.queryN('argumentsEnabled'), commands.queryN('dialog'))"_lines),
+           0, R"(
+        1 (1, 1, 1, 0) ('', '20', 'false', '*')
+        1 (1, 1, 1, 1) ('', '20', 'true', '*')
+        0 () ()
+        1 (1, 1) ('', ''))"_lines);
 }
 
 }  // namespace

@@ -38,32 +38,48 @@ TEST_F(FilesTest, FilesOfOneNameInTwoFoldersAreBothImported) {
 
 // Objects that the host holds, and those that it makes from then on, are what the file says now.
 TEST_F(FilesTest, AChangedFileIsTakenInWhenTheHostIsTold) {
-    const std::string text = "import kz, kzifc\nfrom kzu.command import Command\nWORD = 'one'\n"
-                             "class Hints(kzifc.UIValueHints):\n    def uiv_PopInternalName(self, index): return WORD\n"
-                             "class Meta(object):\n    _sub_ifcs = [(Hints, None)]\n    tail = '!'\n"
-                             "class Text(kzifc.Value, kzifc.StringConversion):\n"
-                             "    def __init__(self, meta): self.meta = meta\n"
-                             "    def str_Encode(self): return WORD + self.meta.tail\n"
-                             "class Say(Command):\n    def execute(self):\n        super(Say, self).enabled()\n"
-                             "        kz.out(WORD)\n"
-                             "kz.bless(Say, 'say', {'word': WORD})\nkz.bless(Text, 'word', None, Meta())\n";
+    const std::string text = R"(
+        import kz, kzifc
+        from kzu.command import Command
+        WORD = 'one'
+        class Hints(kzifc.UIValueHints):
+            def uiv_PopInternalName(self, index): return WORD
+        class Meta(object):
+            _sub_ifcs = [(Hints, None)]
+            tail = '!'
+        class Text(kzifc.Value, kzifc.StringConversion):
+            def __init__(self, meta): self.meta = meta
+            def str_Encode(self): return WORD + self.meta.tail
+        class Say(Command):
+            def execute(self): super(Say, self).enabled(); kz.out(WORD)
+        kz.bless(Say, 'say', {'word': WORD})
+        kz.bless(Text, 'word', None, Meta()))"_lines;
     write("text", text);
     serve("a.py", text);
-    const Ended ended = runText(
-        "import kz\nvalues = kz.service.Value()\nheld = values.CreateValue('word')\ntext = open('FOLDER/text').read()\n"
-        "def change(name, *pairs):\n    print '--'\n    changed = text\n"
-        "    for old, new in pairs: changed = changed.replace(old, new)\n"
-        "    open('FOLDER/servers/' + name, 'w').write(changed)\n    kz.eval('server.reload')\n    show()\n"
-        "def show():\n    kz.eval('say')\n    print values.EncodeText(held, 0), "
-        "kz.object.UIValueHints(held).PopInternalName(0), kz.service.Host().ServerTag('command', 'say', 'word')\n"
-        "show()\nchange('a.py', (\"'one'\", \"'two'\"), (\"'!'\", \"'?'\"))\n"
-        "change('a.py', (\"'one'\", \"'three'; 1/0\"))\n"
-        "change('a.py', (\"'one'\", \"'four'\"), ('StringConversion)', 'StringConversion, kzifc.Visitor)'))\n"
-        "change('b.py', (\"'say'\", \"'say.new'\"), (\"'word', None\", \"'new', None\"))\n"
-        "kz.eval('say.new')\nchange('a.py', (\"kz.bless(Say\", '#'))\n");
-    expect(ended, 0,
-           "one\none! one one\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\ntwo? two two\n--\ntwo\n"
-           "two? two two\none\n--\ntwo\none! one two\n",
+    const Ended ended = runText(R"(
+        import kz
+        values = kz.service.Value()
+        held = values.CreateValue('word')
+        text = open('FOLDER/text').read()
+        def change(name, *pairs):
+            changed = text
+            for old, new in pairs: changed = changed.replace(old, new)
+            open('FOLDER/servers/' + name, 'w').write(changed)
+            kz.eval('server.reload')
+            show()
+        def show():
+            kz.eval('say')
+            hints, host = kz.object.UIValueHints(held), kz.service.Host()
+            print values.EncodeText(held, 0), hints.PopInternalName(0), host.ServerTag('command', 'say', 'word')
+        show()
+        change('a.py', ("'one'", "'two'"), ("'!'", "'?'"))
+        change('a.py', ("'one'", "'three'; 1/0"))
+        change('a.py', ("'one'", "'four'"), ('StringConversion)', 'StringConversion, kzifc.Visitor)'))
+        change('b.py', ("'say'", "'say.new'"), ("'word', None", "'new', None"))
+        kz.eval('say.new')
+        change('a.py', ("kz.bless(Say", '#')))"_lines);
+    const std::string two = "two\ntwo? two two\n";
+    expect(ended, 0, "one\none! one one\n" + two + two + two + two + "one\ntwo\none! one two\n",
            {"a.py: ZeroDivisionError",
             "a.py: nothing has changed: the server \"word\" cannot be changed: Text has different interfaces",
             "b.py: imported", "\"say\" is no longer in the file"});
@@ -85,12 +101,14 @@ TEST_F(FilesTest, AFileCountsWholeOrNotAtAll) {
     serve("x.py", opening + visitor("broken") + "from kzserv.servers import b\n");
     serve("z.py", opening + visitor("last") + "import blessing\n");
     write("blessing.py", opening + visitor("aside"));
-    const Ended ended =
-        runText("import kz\nNAMES = 'hidden late half twin free lacking json broken last aside'.split()\n"
-                "def show(): print [n for n in NAMES if kz.service.Host().IsServer('visitor', n)]\n"
-                "show()\nopen('FOLDER/dependency.py', 'w')\nkz.eval('server.reload')\nshow()\n"
-                "open('FOLDER/servers/b.py', 'a').write('\\n'); kz.eval('server.reload')\n"
-                "kz.object.Visitor(kz.service.Host().SpawnServer('visitor', 'late')).Evaluate()\n");
+    const Ended ended = runText(R"(
+        import kz
+        NAMES = 'hidden late half twin free lacking json broken last aside'.split()
+        def show(): print [n for n in NAMES if kz.service.Host().IsServer('visitor', n)]
+        show()
+        open('FOLDER/dependency.py', 'w'); kz.eval('server.reload'); show()
+        open('FOLDER/servers/b.py', 'a').write('\n'); kz.eval('server.reload')
+        kz.object.Visitor(kz.service.Host().SpawnServer('visitor', 'late')).Evaluate())"_lines);
     expect(ended, 0, "['late', 'json', 'last', 'aside']\n['late', 'lacking', 'json', 'last', 'aside']\nword\n",
            {".hidden.py: not imported, as its name begins with a dot", "b.py: ZeroDivisionError", "e.py: ImportError",
             "c.py: the server \"twin\" is blessed twice", "d.py: RuntimeError: bad result: FAILED",
@@ -101,13 +119,18 @@ TEST_F(FilesTest, AFileCountsWholeOrNotAtAll) {
 
 // The new text of the file, and the reason why neither the class, nor its tags, nor its sub-server changes.
 TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
-    const std::string text = "import kz, kzifc\nWORD = 'one'\nclass Hints(kzifc.UIValueHints):\n"
-                             "    def uiv_PopInternalName(self, index): return WORD\n"
-                             "class Other(Hints): pass\nclass Meta(object):\n    _sub_ifcs = [(Hints, None)]\n"
-                             "class Base(kzifc.StringConversion): pass\n"
-                             "class Text(kzifc.Value, Base):\n    def __init__(self, meta): pass\n"
-                             "    def str_Encode(self): return super(Text, self).__class__.__name__ and WORD\n"
-                             "kz.bless(Text, 'word', {'word': WORD}, Meta())\n";
+    const std::string text = R"(
+        import kz, kzifc
+        WORD = 'one'
+        class Hints(kzifc.UIValueHints):
+            def uiv_PopInternalName(self, index): return WORD
+        class Other(Hints): pass
+        class Meta(object): _sub_ifcs = [(Hints, None)]
+        class Base(kzifc.StringConversion): pass
+        class Text(kzifc.Value, Base):
+            def __init__(self, meta): pass
+            def str_Encode(self): return super(Text, self).__class__.__name__ and WORD
+        kz.bless(Text, 'word', {'word': WORD}, Meta()))"_lines;
     const std::tuple<std::string, std::string, const char*> changes[] = {
         {"Hints(kzifc.UIValueHints)", "Hints(kzifc.UIValueHints, kzifc.Visitor)", "Hints has different interfaces"},
         {"Hints(kzifc.UIValueHints):", "Hints(kzifc.UIValueHints, Exception):", "deallocator differs"},
@@ -129,36 +152,40 @@ TEST_F(FilesTest, AChangeIsTakenInWholeOrNotAtAll) {
         changed.replace(changed.find(what), what.size(), change);
         serve("a.py", text);
         write("changed", changed);
-        const Ended ended =
-            runText("import kz, shutil\nvalues = kz.service.Value()\nheld = values.CreateValue('word')\n"
-                    "hints = kz.object.UIValueHints(held)\nshutil.copy('FOLDER/changed', 'FOLDER/servers/a.py')\n"
-                    "kz.eval('server.reload')\nfrom kzserv.servers import a\nprint a.WORD, values.EncodeText(held, 0), "
-                    "hints.PopInternalName(0), kz.service.Host().ServerTag('value', 'word', 'word')\n");
+        const Ended ended = runText(R"(
+            import kz, shutil
+            host, values = kz.service.Host(), kz.service.Value()
+            held = values.CreateValue('word')
+            hints = kz.object.UIValueHints(held)
+            shutil.copy('FOLDER/changed', 'FOLDER/servers/a.py'); kz.eval('server.reload')
+            from kzserv.servers import a
+            tag = host.ServerTag('value', 'word', 'word')
+            print a.WORD, values.EncodeText(held, 0), hints.PopInternalName(0), tag)"_lines);
         expect(ended, 0, *why != '\0' ? "one one one one\n" : "two two two two\n", {why});
         EXPECT_EQ(ended.says("a.py: imported"), *why == '\0') << ended.error;
     }
 }
 
-// A server, the script that spawns it, what that prints, and a part of what the log gets.
-const std::tuple<const char*, const char*, const char*, const char*> badServers[] = {
-    {"class A(kzifc.Visitor):\n    def __new__(cls): return None\n",
-     "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "RuntimeError\n", ""},
-    {"class A(kzifc.Visitor):\n    def __del__(self): raise ValueError('gone')\n", "spawn()\nprint 'on'", "on\n", ""},
-    {"kept = []\nclass A(kzifc.Visitor):\n    def __del__(self): kept.append(self)\n"
-     "    def vis_Evaluate(self): kz.out('seen')\n",
-     "spawn()\nfrom kzserv.servers import bad\nkz.object.Visitor(bad.kept[0]).Evaluate()\ndel bad.kept[:]\nprint 'on'",
-     "seen\non\n", ""}};
+// What a server has, the script that spawns it, and what that prints.
+const std::tuple<const char*, const char*, const char*> badServers[] = {
+    {"    def __new__(cls): return None", "tell(lambda: kz.object.Visitor(spawn()).Evaluate())", "RuntimeError\n"},
+    {"    def __del__(self): raise ValueError('gone')", "spawn(); print 'on'", "on\n"},
+    {"    def __del__(self): kept.append(self)\n    def vis_Evaluate(self): kz.out('seen')",
+     "spawn(); kz.object.Visitor(bad.kept[0]).Evaluate(); del bad.kept[:]; print 'on'", "seen\non\n"}};
 
 TEST_F(FilesTest, BadServersFailWithACodeAndTheHostGoesOn) {
-    for (const auto& [server, script, out, error] : badServers) {
-        serve("bad.py", std::string("import kz, kzifc\n") + server + "kz.bless(A, 'bad')\n");
-        const Ended ended =
-            runText("import kz\ndef spawn(kind='visitor'): return kz.service.Host().SpawnServer(kind, 'bad')\n"
-                    "def tell(action):\n    try: action()\n"
-                    "    except Exception as error: print type(error).__name__\n" +
-                    std::string(script) + "\n");
+    for (const auto& [server, script, out] : badServers) {
         SCOPED_TRACE(server);
-        expect(ended, 0, out, {error});
+        serve("bad.py", std::string("import kz, kzifc\nkept = []\nclass A(kzifc.Visitor):\n") + server +
+                            "\nkz.bless(A, 'bad')\n");
+        const std::string opening = R"(
+            import kz
+            from kzserv.servers import bad
+            def spawn(): return kz.service.Host().SpawnServer('visitor', 'bad')
+            def tell(action):
+                try: action()
+                except Exception as error: print type(error).__name__)"_lines;
+        expect(runText(opening + script), 0, out);
     }
 }
 

@@ -11,8 +11,13 @@ namespace {
 
 struct Session {
     const char* lines;
-    const char* heard;
+    std::string heard;
 };
+
+// What is heard of an exception: its type and text, the lines below, and the code.
+std::string error(const std::string& what, const std::string& below, const char* code = "80000000") {
+    return "ERROR: Unhandled exception " + what + "\n" + below + "\ncode " + code + "\n";
+}
 
 class ConsoleTest : public PluginTest {
 protected:
@@ -58,42 +63,34 @@ TEST_F(ConsoleTest, AnswersValuesAsTexts) {
            {"'a\\0b'\n", "= a\\x00b\n"},
            {"x = []\nx.append(x)\nx\n", "= [[...]]\n"},
            {"class Bad(object):\n  def __str__(self): raise ValueError('no text')\n\nBad()\n",
-            "ERROR: Unhandled exception \"ValueError\"; no text\n .. <stdin>: 5\ncode 80000000\n"},
-           {"class Endless(object):\n  def __getitem__(self, i): raise KeyError('item')\n  def "
-            "__len__(self): return 1\n\nEndless()\n",
-            "ERROR: Unhandled exception \"KeyError\"; 'item'\n .. <stdin>: 5\ncode 80000000\n"},
+            error("\"ValueError\"; no text", " .. <stdin>: 5")},
+           {"class Bad(object):\n  def __getitem__(self, i): raise KeyError('item')\n  def __len__(self): return "
+            "1\n\nBad()\n",
+            error("\"KeyError\"; 'item'", " .. <stdin>: 5")},
            {"'still here'\n", "= still here\n"}});
 }
 
 TEST_F(ConsoleTest, ReportsWhatALineRaisesAndStaysReady) {
-    check({{"1/0\n",
-            "ERROR: Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n .. <stdin>: 1\n"
-            "code 80000000\n"},
-           {"for\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\n"
-                     "    for\n      ^\ncode 80000000\n"},
-           {"  indented\n", "ERROR: Unhandled exception \"IndentationError\"; unexpected indent (<stdin>, line 1)\n"
-                            "    indented\n    ^\ncode 80000000\n"},
+    const std::string first = " .. <stdin>: 1", syntax = "\"SyntaxError\"; invalid syntax (<stdin>, line 1)";
+    check({{"1/0\n", error("\"ZeroDivisionError\"; integer division or modulo by zero", first)},
+           {"for\n", error(syntax, "    for\n      ^")},
+           {"  indented\n", error("\"IndentationError\"; unexpected indent (<stdin>, line 1)", "    indented\n    ^")},
            {"def f():\n  return 1\n 2\n\n",
-            "ERROR: Unhandled exception \"IndentationError\"; unindent does not match "
-            "any outer indentation level (<stdin>, line 6)\n    2\n    ^\ncode 80000000\n"},
-           {"'\xE6\x97\xA5' 1\n", "ERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\n"
-                                  "    '\xE6\x97\xA5' 1\n        ^\ncode 80000000\n"},
+            error("\"IndentationError\"; unindent does not match any outer indentation level (<stdin>, line 6)",
+                  "    2\n    ^")},
+           {"'\xE6\x97\xA5' 1\n", error(syntax, "    '\xE6\x97\xA5' 1\n        ^")},
            {"import sys\nsys.exit(3)\n", "sys.exit() exception\n .. <stdin>: 1\ncode 80000000\n"},
-           {"raise KeyboardInterrupt\n",
-            "ERROR: Unhandled exception \"KeyboardInterrupt\"\n .. <stdin>: 1\ncode 80000000\n"},
-           {"raise LookupError('gone')\n",
-            "ERROR: Unhandled exception \"LookupError\"; gone\n .. <stdin>: 1\ncode 80000017\n"},
+           {"raise KeyboardInterrupt\n", error("\"KeyboardInterrupt\"", first)},
+           {"raise LookupError('gone')\n", error("\"LookupError\"; gone", first, "80000017")},
            {"import kz\nkz.throw(0x80000003, 1)\n", "code 80000003\n"},
-           {"kz.throw(0x80000003)\n",
-            "ERROR: Unhandled exception \"TypeError\"; invalid argument\n .. <stdin>: 1\ncode 80000003\n"},
+           {"kz.throw(0x80000003)\n", error("\"TypeError\"; invalid argument", first, "80000003")},
            {"kz.notimpl()\n", "code 80000001\n"},
            {"import sys; sys.stderr.write('told\\n'); print 'out',\n", "told\nout\n"},
            {"kz.trace(True); kz.out('x'); kz.trace(False)\n",
             "trace: kz.trace - Enabled\nx\ntrace: kz.trace - Disabled\n"},
            {"1+1\n", "= 2\n"},
            {"from __future__ import division, print_function\n1 / 2; print(3, end='.')\n1 / 2\nprint 4\n",
-            "3.\n= 0.5\nERROR: Unhandled exception \"SyntaxError\"; invalid syntax (<stdin>, line 1)\n"
-            "    print 4\n          ^\ncode 80000000\n"}});
+            "3.\n= 0.5\n" + error(syntax, "    print 4\n          ^")}});
 }
 
 TEST_F(ConsoleTest, PromptsAndForgets) {

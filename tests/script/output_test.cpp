@@ -7,7 +7,7 @@
 namespace {
 
 struct Row {
-    const char* script;
+    std::string script;
     std::vector<std::string> lines;
 };
 
@@ -60,19 +60,24 @@ TEST_F(OutputTest, ComesLineByLine) {
            {"import sys\ntry: sys.stdout.write(5)\nexcept TypeError: print 'refused'", {"refused"}},
            {"import sys\ntry: sys.stdout.writelines(['x', 5])\nexcept TypeError: print 'refused'", {"xrefused"}},
            {"import sys\nsys.stdout.write(buffer('b'))\nsys.stdout.write(bytearray('c'))", {"bc"}},
-           {"import sys\nout = sys.stdout\nsys.stdout = None\ntry: print 'gone'\nexcept AttributeError: sys.stdout "
-            "= out\nprint 'here'",
+           {R"(
+               import sys
+               out, sys.stdout = sys.stdout, None
+               try: print 'gone'
+               except AttributeError: sys.stdout = out
+               print 'here')"_lines,
             {"here"}},
-           {"import StringIO, sys\nold, sys.stdout = sys.stdout, StringIO.StringIO()\nprint 'kept'\n"
-            "text = sys.stdout.getvalue()\nsys.stdout = old\nprint repr(text)",
+           {R"(
+               import StringIO, sys
+               old, sys.stdout = sys.stdout, StringIO.StringIO()
+               print 'kept'
+               text, sys.stdout = sys.stdout.getvalue(), old
+               print repr(text))"_lines,
             {"'kept\\n'"}},
            {"import logging\nlogging.warning('careful')", {"[00000002] WARNING:root:careful"}},
-           {"import threading\nt = threading.Thread(target=lambda: kz.out('from a thread'))\nimport "
-            "kz\nt.start()\nt.join()",
-            {"from a thread"}},
-           {"import subprocess, sys\np = subprocess.Popen(['true'], stdout=sys.stdout, stderr=sys.stderr)\nprint "
-            "p.wait()",
-            {"0"}},
+           {"import kz, threading\nt = threading.Thread(target=lambda: kz.out('thread'))\nt.start()\nt.join()",
+            {"thread"}},
+           {"import subprocess, sys\nprint subprocess.call(['true'], stdout=sys.stdout, stderr=sys.stderr)", {"0"}},
            {"class D(object):\n  def __del__(self): print 'dying'\nd = D()\ndel d", {"dying"}},
            {"import kz\nkz.trace(True)\nkz.trace(False)",
             {"\x03(f:FONT_ITALIC) kz.trace: Enabled - kz.trace\x03(f:FONT_DEFAULT)",
@@ -108,8 +113,12 @@ TEST_F(OutputTest, ShowsExceptionsWithTheirFrames) {
              "[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
              " .. test.py: 2"}},
            // Reading an exception that is being handled does not clear it.
-           {"import kz\ntry:\n  try: 1/0\n  except: kz.outEx(); print kz.excResult() == kz.excResult(); raise\n"
-            "except ZeroDivisionError: print 'raised'",
+           {R"(
+               import kz
+               try:
+                 try: 1/0
+                 except: kz.outEx(); print kz.excResult() == kz.excResult(); raise
+               except ZeroDivisionError: print 'raised')"_lines,
             {"[80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero",
              " .. test.py: 3", "True", "raised"}},
            {"import kz, sys\ntry: sys.exit(1)\nexcept SystemExit: kz.outEx()",
@@ -122,9 +131,13 @@ TEST_F(OutputTest, ShowsExceptionsWithTheirFrames) {
 
 // A console in Python may do anything with a line of output.
 TEST(OutputOfAConsoleTest, ThatFailsIsNotLost) {
-    const std::string begin = "import kz, kz.service, kzifc\nscripts = kz.service.ScriptSys()\n"
-                              "line = scripts.LineInterpreterByName('python')\nclass E(kzifc.LineExecution):\n"
-                              "  def lin_Flags(self): return 0\n  def lin_Info(self";
+    const std::string begin = R"(
+        import kz, kz.service, kzifc
+        scripts = kz.service.ScriptSys()
+        line = scripts.LineInterpreterByName('python')
+        class E(kzifc.LineExecution):
+          def lin_Flags(self): return 0)"_lines +
+                              "  def lin_Info(self";
     // The rest of its line, what is told below the heading, and what the log gets.
     const std::tuple<const char*, const char*, const char*> table[] = {
         {", text): print 'heard', text", "  heard 1\n", ""},

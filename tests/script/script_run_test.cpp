@@ -9,6 +9,7 @@
 #include "kz/result.h"
 
 #include <cstdlib>
+#include <regex>
 
 using namespace kzhost;
 
@@ -49,35 +50,35 @@ TEST_F(ScriptRunTest, SplitsItsArguments) {
                                                          {"\"", "()"},
                                                          {"\xC3\xA9", "('\\xc3\\xa9',)"}};
     for (const auto& [args, tuple] : table) {
-        const std::string text = host.output("import kz\nkz.out(repr(kz.args()))\nkz.out(repr(kz.arg()))", args);
-        EXPECT_TRUE(text.starts_with(std::string("test.py\n  ") + tuple + "\n")) << text;
+        const std::string text = host.output("import kz; kz.out(repr(kz.args())); kz.out(repr(kz.arg()))", args);
+        EXPECT_TRUE(text.starts_with(std::string("test.py\n  ") + tuple + "\n")) << args << ": " << text;
     }
-    EXPECT_EQ(host.output("import kz\nkz.out(repr(kz.arg()))", "  "), "test.py\n  '  '\n");
+    EXPECT_EQ(host.output("import kz; kz.out(repr(kz.arg()))", "  "), "test.py\n  '  '\n");
 }
 
 TEST_F(ScriptRunTest, TellsHowItEnded) {
     const std::tuple<const char*, KzResult, const char*> table[] = {
         {"pass", KZe_OK, nullptr},
         {"", KZe_OK, nullptr},
-        {"import sys\nsys.exit()", KZe_OK, nullptr},
+        {"import sys; sys.exit()", KZe_OK, nullptr},
         {"raise SystemExit", KZe_OK, nullptr},
-        {"import sys\nsys.exit(None)", KZe_OK, nullptr},
-        {"import sys\nsys.exit('')", KZe_OK, nullptr},
-        {"import sys\nsys.exit(0)", KZe_OK, "exit_code|OK"},
-        {"import sys\nsys.exit(1234)", 1234, "exit_code|<unknown code>"},
-        {"import sys\nsys.exit('word')", KZe_OK, "exit_code|OK"},
-        {"import sys\nsys.exit(-1)", 0xFFFFFFFFU, "exit_code|<unknown code>"},
-        {"import sys\nsys.exit(99999999999999999999)", 0xFFFFFFFFU, "exit_code|<unknown code>"},
-        {"import sys\nsys.exit('KZe_NOTFOUND:no mesh')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|no mesh"},
-        {"import sys\nsys.exit('KZe_NOTFOUND:a:b')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|a:b"},
-        {"import sys\nsys.exit(u'KZe_NOTFOUND:\\xe9')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|\xC3\xA9"},
-        {"import sys\nsys.exit('KZe_NOSUCH:why')", KZe_FAILED, "exit_code_msg|FAILED|why"},
-        {"import sys\nsys.exit('KZe_NOTFOUND:')", KZe_NOTFOUND, "exit_code|NOTFOUND"},
-        {"import sys\nsys.exit('0x80000019')", KZe_DISABLED, "exit_code|DISABLED"},
-        {"import sys\nsys.exit('0X80000019:off')", KZe_DISABLED, "exit_code_msg|DISABLED|off"},
-        {"import sys\nsys.exit(':only words')", KZe_FAILED, "exit_msg|only words"},
-        {"import sys\nsys.exit(':')", KZe_FAILED, nullptr},
-        {"import sys\nsys.exit((1, 2))", KZe_OK, "exit_code|OK"},
+        {"import sys; sys.exit(None)", KZe_OK, nullptr},
+        {"import sys; sys.exit('')", KZe_OK, nullptr},
+        {"import sys; sys.exit(0)", KZe_OK, "exit_code|OK"},
+        {"import sys; sys.exit(1234)", 1234, "exit_code|<unknown code>"},
+        {"import sys; sys.exit('word')", KZe_OK, "exit_code|OK"},
+        {"import sys; sys.exit(-1)", 0xFFFFFFFFU, "exit_code|<unknown code>"},
+        {"import sys; sys.exit(99999999999999999999)", 0xFFFFFFFFU, "exit_code|<unknown code>"},
+        {"import sys; sys.exit('KZe_NOTFOUND:no mesh')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|no mesh"},
+        {"import sys; sys.exit('KZe_NOTFOUND:a:b')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|a:b"},
+        {"import sys; sys.exit(u'KZe_NOTFOUND:\\xe9')", KZe_NOTFOUND, "exit_code_msg|NOTFOUND|\xC3\xA9"},
+        {"import sys; sys.exit('KZe_NOSUCH:why')", KZe_FAILED, "exit_code_msg|FAILED|why"},
+        {"import sys; sys.exit('KZe_NOTFOUND:')", KZe_NOTFOUND, "exit_code|NOTFOUND"},
+        {"import sys; sys.exit('0x80000019')", KZe_DISABLED, "exit_code|DISABLED"},
+        {"import sys; sys.exit('0X80000019:off')", KZe_DISABLED, "exit_code_msg|DISABLED|off"},
+        {"import sys; sys.exit(':only words')", KZe_FAILED, "exit_msg|only words"},
+        {"import sys; sys.exit(':')", KZe_FAILED, nullptr},
+        {"import sys; sys.exit((1, 2))", KZe_OK, "exit_code|OK"},
         {"raise ValueError('bad')", KZe_FAILED, "script_err|Unhandled exception \"ValueError\" @ test.py: line 1; bad"},
         {"def f():\n  g()\ndef g():\n  raise KeyError\nf()", KZe_FAILED,
          "script_err|Unhandled exception \"KeyError\" @ test.py: line 4 / test.py: line 2 / test.py: line 5; "},
@@ -108,20 +109,20 @@ TEST_F(ScriptRunTest, TellsHowItEnded) {
         std::string told;
         for (const char* each : texts) told += (told.empty() || *each == '\0' ? "" : "|") + std::string(each);
         EXPECT_EQ(told, expected) << text;
-        EXPECT_EQ(message->msg_Code(), told.starts_with("exception") ? KZe_FAILED : KZe_OK);
+        EXPECT_EQ(message->msg_Code(), told.starts_with("exception") ? KZe_FAILED : KZe_OK) << text;
     }
 }
 
 TEST_F(ScriptRunTest, StartsAfreshAndLeavesNothingBehind) {
     const std::pair<const char*, KzResult> runs[] = {
-        {"leftover = 1\nimport kz\ndel kz", 0},
-        {"assert 'leftover' not in globals()\nkz.out('there')", 0},
-        {"import sys\nsys.stdout = None\nsys.stderr = 5\nprint 'lost'", KZe_FAILED},
-        {"import sys\nassert sys.stdout is not None\nprint 'back'", KZe_FAILED},
-        {"import sys\nsys.stdout = sys.__stdout__\nsys.stderr = sys.__stderr__", 0},
-        {"import __main__\n__main__.__dict__.clear()", 0},
+        {"leftover = 1; import kz; del kz", 0},
+        {"assert 'leftover' not in globals(); kz.out('there')", 0},
+        {"import sys; sys.stdout = None; sys.stderr = 5; print 'lost'", KZe_FAILED},
+        {"import sys; assert sys.stdout is not None; print 'back'", KZe_FAILED},
+        {"import sys; sys.stdout = sys.__stdout__; sys.stderr = sys.__stderr__", 0},
+        {"import __main__; __main__.__dict__.clear()", 0},
         {"print 1", 0},
-        {"import sys\nsys.modules.clear()", 0},
+        {"import sys; sys.modules.clear()", 0},
         {"1/0", KZe_FAILED}};
     for (const auto& [script, code] : runs) EXPECT_EQ(host.run(script).code, code) << script;
     EXPECT_EQ(host.run("").code, 0U);
@@ -129,19 +130,35 @@ TEST_F(ScriptRunTest, StartsAfreshAndLeavesNothingBehind) {
 
 TEST_F(ScriptRunTest, KeepsWhatBelongsToTheOuterScript) {
     const CTestFolder folder;
-    const std::string inner = folder.write(
-        "inner.py", "#python\nimport kz, sys\nkz.setOption('queryAnglesAs', 'degrees')\nkz.out('in', kz.args())\n"
-                    "if kz.args() == ('2',): sys.exit(7)\n1/0\n");
-    const std::string outer = "import kz, kz.service\nrun = kz.service.ScriptSys().Run\nprint 'unfinished',\n"
-                              "try: run('" +
-                              inner + "', 0, '1 \"2 3\"', None)\nexcept RuntimeError as e: kz.out('out', e)\nrun('" +
-                              inner + "', 0, '2', None)\nkz.out(kz.lastResult(), kz.arg(), kz.option('queryAnglesAs'))";
-    EXPECT_EQ(
-        host.output(outer, "own arguments"),
-        "test.py\n  unfinished\n  " + inner +
-            "\n    in ('1', '2 3')\n"
-            "    [80000000] Unhandled exception \"ZeroDivisionError\"; integer division or modulo by zero\n     .. " +
-            inner + ": 6\n  out bad result: FAILED\n  " + inner + "\n    in ('2',)\n  7 own arguments radians\n");
+    const std::string inner = folder.write("inner.py", R"(
+        #python
+        import kz, sys
+        kz.setOption('queryAnglesAs', 'degrees')
+        kz.out('in', kz.args())
+        if kz.args() == ('2',): sys.exit(7)
+        1/0)"_lines);
+    const auto withInner = [&](const std::string& text) {
+        return std::regex_replace(text, std::regex("INNER"), inner);
+    };
+    const std::string outer = withInner(R"(
+        import kz, kz.service
+        run = kz.service.ScriptSys().Run
+        print 'unfinished',
+        try: run('INNER', 0, '1 "2 3"', None)
+        except RuntimeError as e: kz.out('out', e)
+        run('INNER', 0, '2', None)
+        kz.out(kz.lastResult(), kz.arg(), kz.option('queryAnglesAs')))"_lines);
+    EXPECT_EQ(host.output(outer, "own arguments"), withInner(R"(
+        test.py
+          unfinished
+          INNER
+            in ('1', '2 3')
+            [80000000] Unhandled exception "ZeroDivisionError"; integer division or modulo by zero
+             .. INNER: 6
+          out bad result: FAILED
+          INNER
+            in ('2',)
+          7 own arguments radians)"_lines));
 }
 
 TEST_F(ScriptRunTest, TrimsNothingButIdleLinesAtTheEnd) {
@@ -157,7 +174,7 @@ TEST_F(ScriptRunTest, TrimsNothingButIdleLinesAtTheEnd) {
 TEST_F(ScriptRunTest, ReportsWhenItCannotBeReadOrReached) {
     for (const char* operation : {"Log.SubSystemLookup", "Log.CreateEntry"}) {
         host.host.failOperation(operation, KZe_NOACCESS);
-        EXPECT_EQ(host.run("import kz\nkz.out(1)\nprint 2\n1/0").code, KZe_FAILED) << operation;
+        EXPECT_EQ(host.run("import kz; kz.out(1); print 2; 1/0").code, KZe_FAILED) << operation;
         host.host.calls().heal();
     }
     EXPECT_EQ(host.output("print 1"), "test.py\n  1\n");
@@ -165,11 +182,11 @@ TEST_F(ScriptRunTest, ReportsWhenItCannotBeReadOrReached) {
 
 TEST_F(ScriptRunTest, KeepsNothingHoweverOftenItRuns) {
     // The interpreter's debug build counts every reference; the others count what the collector knows.
-    session.run("import gc, sys\ncount = getattr(sys, 'gettotalrefcount', lambda: len(gc.get_objects()))\n");
-    const char* scripts[] = {"import kz\nkz.out(kz.args())\nprint 1,",
+    session.run("import gc, sys; count = getattr(sys, 'gettotalrefcount', lambda: len(gc.get_objects()))\n");
+    const char* scripts[] = {"import kz; kz.out(kz.args()); print 1,",
                              "1/0",
                              "x = (",
-                             "import sys\nsys.exit('KZe_NOTFOUND:x')",
+                             "import sys; sys.exit('KZe_NOTFOUND:x')",
                              "class C:\n  def f(self): pass\nC().f()",
                              "import kz\ntry: 1/0\nexcept: kz.outEx(); kz.excResult()"};
     const auto count = [&] {

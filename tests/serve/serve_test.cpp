@@ -16,8 +16,11 @@ TEST(ServingScriptTest, IsAsScriptsSeeIt) {
 }
 
 TEST_F(ServingTest, WhatTheHostAsksWronglyIsRefused) {
-    run("class Textless(object):\n    def __str__(self): raise MemoryError\nclass Odd(Command): pass\n"
-        "kz.bless(Odd, 'odd', {Textless(): 1})\n");
+    run(R"(
+        class Textless(object):
+            def __str__(self): raise MemoryError
+        class Odd(Command): pass
+        kz.bless(Odd, 'odd', {Textless(): 1}))"_lines);
     CKzLoc_Unknown found;
     EXPECT_EQ(server().GetTags("odd", &KZu_COMMAND, found.out()), KZe_FAILED);
     EXPECT_EQ(server().GetTags("odd", &KZu_ACTIONLISTENER, found.out()), KZe_NOTFOUND);
@@ -108,8 +111,8 @@ TEST(LeftoversTest, AreNamedByClass) {
         {"def cmd_Message(self): self.me = kz.object.Unknown(self); return self",
          "try: kz.object.Command(A()).Message()\nexcept TypeError: pass\nsys.exc_clear()", ""},
         {"pass",
-         "B._sub_ifcs = [(A, None)]; kz.bless(B, 'b', None, B)\nB.__init__ = lambda self, meta: None\n"
-         "sys.kept = kz.service.Host().SpawnServer('actionlistener', 'b')\nkz.object.Command(sys.kept)",
+         "B._sub_ifcs = [(A, None)]; kz.bless(B, 'b', None, B); B.__init__ = lambda self, meta: None; "
+         "sys.kept = kz.service.Host().SpawnServer('actionlistener', 'b'); kz.object.Command(sys.kept)",
          ""}};
     for (const auto& each : cases)
         kzInChild(each.made, [&each] {

@@ -3,6 +3,7 @@
 
 #include "kz_paths.h"
 #include "tests/support/folder.h"
+#include "tests/support/lines.h"
 
 #include <gtest/gtest.h>
 

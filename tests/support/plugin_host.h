@@ -4,6 +4,7 @@
 #include "host/core/object.h"
 #include "host/kz_host.h"
 #include "tests/support/folder.h"
+#include "tests/support/lines.h"
 
 #include "kz/script.h"
 
