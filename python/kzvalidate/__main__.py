@@ -4,6 +4,7 @@
 """
 
 import argparse
+import errno
 import json
 import marshal
 import os
@@ -18,9 +19,11 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 LEFT = 70           # see recorder.py
 CRASHES = 20        # after so many crashes of one server at one level the rest of the level is left out
-PATIENCE = 120.0    # seconds for a child, beside the limit for a call
+PATIENCE = 20.0     # seconds without another call, beside the limit for one, after which a child counts as stuck
 FAMILIES = {'threads': 'raises', 'state': 'raises'}  # what would be told twice
 TOGETHER = (['1', '2', '3', '4'], ['5'], ['6'], ['7'], ['8'], ['9'], ['10'], ['10_end'])  # levels that share a child
+TUNING = (('limit', float), ('slow', float), ('rounds', int))
+DEFAULTS = {'limit': 10.0, 'slow': 1.0, 'rounds': 1000}
 OPENING = 'Puts servers through what hosts do with them. docs/validator.md says what the levels are.'
 
 
@@ -31,9 +34,8 @@ def parsed(words):
     parser.add_argument('--seed', type=int, default=1)
     parser.add_argument('--json', action='store_true')
     parser.add_argument('--only', default='', metavar='TEXT')
-    parser.add_argument('--limit', type=float, default=10.0, metavar='SECONDS')
-    parser.add_argument('--slow', type=float, default=1.0, metavar='SECONDS')
-    parser.add_argument('--rounds', type=int, default=1000, metavar='N')
+    for name, kind in TUNING:
+        parser.add_argument('--' + name, type=kind, default=DEFAULTS[name])
     parser.add_argument('--host', action='append', default=[])
     return parser.parse_args(words)
 
@@ -96,19 +98,21 @@ class Children(object):
                     open(os.devnull) as nothing:
                 child = subprocess.Popen(command, stdin=nothing, stdout=out, stderr=err, cwd=scratch, close_fds=True,
                                          preexec_fn=os.setpgrp)
-                is_late = self.wait(child)
+                is_late = self.wait(child, os.path.join(folder, 'crumb'))
             return Ended(folder, child.returncode, read(os.path.join(folder, 'err')), is_late)
         finally:
             shutil.rmtree(folder, ignore_errors=True)
 
-    def wait(self, child):
-        """Waits for the child, and kills it, and what it has started, when it takes too long."""
-        end = time.time() + PATIENCE + self.options.limit
-        pause = 0.002
+    def wait(self, child, path):
+        """Waits for the child, and kills it, and what it has started, when it makes no calls any more."""
+        patience = PATIENCE + self.options.limit
+        end, crumb, pause = time.time() + patience, '', 0.002
         try:
             while child.poll() is None and time.time() < end:
                 time.sleep(pause)
                 pause = min(pause * 1.5, 0.05)
+                if read(path) != crumb:
+                    end, crumb = time.time() + patience, read(path)
             return child.returncode is None
         finally:
             try:
@@ -131,16 +135,19 @@ class Validation(object):
         for source in self.options.sources:
             ended = self.children.run(source)
             if ended.get('unusable'):
-                sys.stderr.write('kzhost: %s\n' % ended.get('unusable').encode('utf-8'))
-                return 2
+                return refuse(ended.get('unusable'))
             self.take(ended, source, source, set())
             if not ended.is_done:
                 self.crashed(ended, source, source, set(), {})
                 continue
-            for index, target in enumerate(ended.get('targets')):
-                if self.options.only in target['name']:
-                    self.servers += 1
-                    self.validate(source, index, target, ended.get('places'))
+            chosen = [(index, target) for index, target in enumerate(ended.get('targets'))
+                      if as_text(self.options.only) in target['name']]
+            if not chosen and not self.findings:
+                return refuse(u'%s: there is no server%s' % (
+                    as_text(source), u' with "%s" in its name' % as_text(self.options.only) if self.options.only else u''))
+            for index, target in chosen:
+                self.servers += 1
+                self.validate(source, index, target, ended.get('places'))
         return 1 if self.findings else 0
 
     def validate(self, source, index, target, places):
@@ -192,9 +199,15 @@ class Validation(object):
         if key in known:
             return
         known.add(key)
-        words = ['kzhost'] + self.options.host + ['validate', source] + ([] if server == source else ['--only', server])
+        words = ['kzhost'] + self.options.host + ['validate', source] + (
+            [] if as_text(server) == as_text(source) else ['--only', server])
         words += ['--level', str(finding['level']), '--seed', str(self.options.seed)]
-        finding.update(server=server, command=' '.join(map(pipes.quote, words)))
+        for name, _ in TUNING:
+            if getattr(self.options, name) != DEFAULTS[name]:
+                words += ['--' + name, '%g' % getattr(self.options, name)]
+        if not finding['file']:  # a server in C++ does not say where it is
+            finding.update(file=as_text(source), line=1)
+        finding.update(server=as_text(server), command=' '.join(pipes.quote(as_text(each)) for each in words))
         self.findings.append(finding)
         self.show('')
         if self.options.json:
@@ -208,9 +221,9 @@ class Validation(object):
         sys.stdout.flush()
 
     def summary(self):
-        text = '%d servers, level %d, seed %d: %s' % (
-            self.servers, self.options.level, self.options.seed,
-            '%d findings' % len(self.findings) if self.findings else 'nothing found')
+        text = '%s, level %d, seed %d: %s' % (
+            plural(self.servers, 'server'), self.options.level, self.options.seed,
+            plural(len(self.findings), 'finding') if self.findings else 'nothing found')
         self.show('')
         if not self.options.json:
             sys.stdout.write(text + '\n')
@@ -220,6 +233,19 @@ class Validation(object):
         if sys.stderr.isatty():
             sys.stderr.write('\r\033[K' + text)
             sys.stderr.flush()
+
+
+def as_text(value):
+    return value.decode('utf-8', 'replace') if isinstance(value, str) else value
+
+
+def plural(count, noun):
+    return '%d %s%s' % (count, noun, '' if count == 1 else 's')
+
+
+def refuse(text):
+    sys.stderr.write('kzhost: %s\n' % text.encode('utf-8'))
+    return 2
 
 
 def signal_name(number):
@@ -240,6 +266,13 @@ def main(words):
         if status != 2:
             validation.summary()
         return status
+    except KeyboardInterrupt:
+        return 130
+    except IOError as error:
+        if error.errno != errno.EPIPE:
+            raise
+        os.dup2(os.open(os.devnull, os.O_WRONLY), 1)  # what is left is for nobody
+        return 141
     finally:
         validation.children.close()
 

@@ -28,6 +28,10 @@ _HERE = os.path.dirname(os.path.abspath(__file__))
 _now = time.time
 
 
+def _text(value):
+    return value.decode('utf-8', 'replace') if isinstance(value, str) else value
+
+
 class Report(object):
     """The file of findings, one JSON object a line, and the crumb: what is being called, which outlives a crash."""
 
@@ -39,7 +43,7 @@ class Report(object):
             self.memory = mmap.mmap(stream.fileno(), CRUMB)
 
     def write(self, **row):
-        os.write(self.findings, json.dumps(row, ensure_ascii=False, encoding='latin-1').encode('utf-8') + '\n')
+        os.write(self.findings, json.dumps(row) + '\n')
 
     def crumb(self, text):
         self.memory[:CRUMB] = text[:CRUMB].ljust(CRUMB, '\0')
@@ -64,7 +68,7 @@ class Recorder(object):
         self.accidents = None  # what a slip of the author's is called and what was expected; None: nothing, now
         self.last = None       # the object that was returned last
         self.is_strict = True  # whether values count, too, and not only their types
-        self.is_alone = True   # whether one thread calls, so that what is printed is of one call
+        self.threads = 1       # how many threads call, and share Python's time
         self.behind = {}       # by class and method, what the recorder stands in for
 
     # Findings
@@ -74,8 +78,8 @@ class Recorder(object):
         if key not in self.known:
             self.known.add(key)
             self.report.write(finding=dict(
-                severity=severity, label=place.label, code=code, seen=str(seen), expected=expected, file=place.path,
-                line=place.line, trace=trace))
+                severity=severity, label=place.label, code=code, seen=_text(seen), expected=_text(expected),
+                file=_text(place.path), line=place.line, trace=_text(trace)))
 
     # Standing in for methods
 
@@ -152,7 +156,7 @@ class Recorder(object):
             except BaseException:
                 self.judge_exception(method, place)
                 raise
-        if method.is_question and self.is_alone and self.printed() != printed:
+        if method.is_question and self.threads == 1 and self.printed() != printed:
             self.tell(place, 'output', 'wrote to standard output', 'an answer alone: the host asks this often',
                       severity='warning')
         wrong = shapes.problem(method, returned, self.is_strict)
@@ -214,13 +218,13 @@ class Recorder(object):
             pause(min(0.1, limit / 5))
             for ident, calls in self.calls.items():
                 for place, since in calls[:1]:  # the outermost is what the host waits for
-                    if _now() - since > limit:
+                    if _now() - since > limit * self.threads:
                         self.give_up(ident, calls[-1][0])
 
     def give_up(self, ident, place):
         frame = sys._current_frames().get(ident)
         frames = [entry for entry in traceback.extract_stack(frame) if os.path.dirname(entry[0]) != _HERE]
-        self.tell(place, 'hang', 'has not returned after %g s' % self.settings['limit'], 'an end: the host waits for it',
+        self.tell(place, 'hang', 'has not returned after %g s' % (self.settings['limit'] * self.threads), 'an end: the host waits for it',
                   '; '.join('%s:%d in %s' % each[:3] for each in reversed(frames[-8:])))
         self.report.crumb(place.label)
         os._exit(LEFT)

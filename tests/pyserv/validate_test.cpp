@@ -74,7 +74,8 @@ TEST_F(ValidateTest, WrongCommandLinesAreRefusedAndABrokenFileIsAFinding) {
           "import kz, kzifc\nclass A(kzifc.Visitor):\n    def vis_Evaluate(self): pass\nkz.bless(A, 'named')\n");
     expect(run({"validate", "nmaed"}), 2, "", {"no server \"nmaed\"; did you mean \"named\"?"});
     expect(run({"validate", "named", "--level", "11"}), 2, "", {"--level: Value 11 not in range 1 to 10"});
-    expect(run({"validate", "named", "--level", "2"}), 0, "1 servers, level 2, seed 1: nothing found\n");
+    expect(run({"validate", "named", "--level", "2"}), 0, "1 server, level 2, seed 1: nothing found\n");
+    expect(run({"validate", "named", "--only", "x"}), 2, "", {"named: there is no server with \"x\" in its name"});
     const Ended broken = run({"validate", write("broken.py", "import kz\n1/0\n")});
     EXPECT_EQ(broken.status, 1);
     EXPECT_NE(broken.out.find("broken.py:2: error: level 1: import of "), std::string::npos) << broken.out;
