@@ -143,8 +143,8 @@ class Validation(object):
             chosen = [(index, target) for index, target in enumerate(ended.get('targets'))
                       if as_text(self.options.only) in target['name']]
             if not chosen and not self.findings:
-                return refuse(u'%s: there is no server%s' % (
-                    as_text(source), u' with "%s" in its name' % as_text(self.options.only) if self.options.only else u''))
+                name = u' with "%s" in its name' % as_text(self.options.only) if self.options.only else u''
+                return refuse(u'%s: there is no server%s' % (as_text(source), name))
             for index, target in chosen:
                 self.servers += 1
                 self.validate(source, index, target, ended.get('places'))
@@ -185,9 +185,9 @@ class Validation(object):
                 'the process does not end' if ended.is_late else \
                 'the process dies of %s' % signal_name(-ended.status) if ended.status < 0 else \
                 'ends the process with the status %s' % ended.status
-            self.tell(dict(severity='error', label=label, code='crash', seen=seen, level=ended.level, file=path, line=line,
-                           expected='a process that goes on', trace=ended.crumb[:200] + last_lines(ended.output)),
-                      source, server, known)
+            self.tell(dict(severity='error', label=label, code='crash', seen=seen, level=ended.level, file=path,
+                           line=line, expected='a process that goes on',
+                           trace=ended.crumb[:200] + last_lines(ended.output)), source, server, known)
             is_fresh = not ended.is_done
         if skip is None or label in skip or not is_fresh:
             return False
@@ -249,7 +249,8 @@ def refuse(text):
 
 
 def signal_name(number):
-    names = [name for name, value in vars(signal).items() if value == number and name.startswith('SIG') and name[3] != '_']
+    names = [name for name, value in sorted(vars(signal).items())
+             if value == number and name.startswith('SIG') and name[3] != '_']
     return 'signal %d (%s)' % (number, names[0] if names else 'unknown')
 
 

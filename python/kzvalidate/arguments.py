@@ -25,7 +25,8 @@ _TEXTS = ['', 'x' * 100000, '\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80', '\xff\xfe', 
 _ODD = {
     'int': [0, -1, 2 ** 31 - 1, -2 ** 31], 'uint': [0, 2, 2 ** 32 - 1, 2 ** 31], 'size': [0, -1, 2 ** 63 - 1, -2 ** 63],
     'id': [0], 'pointer': [0], 'string': _TEXTS, 'guid': ['00000000-0000-0000-0000-000000000000'],
-    'float': [0.0, -1.0, NAN, INFINITY, -INFINITY, 1e38], 'double': [0.0, -1.0, NAN, INFINITY, -INFINITY, 1e308, 5e-324]}
+    'float': [0.0, -1.0, NAN, INFINITY, -INFINITY, 1e38],
+    'double': [0.0, -1.0, NAN, INFINITY, -INFINITY, 1e308, 5e-324]}
 _SIZES = {'vector2': 2, 'vector3': 3, 'vector4': 4, 'fvector2': 2, 'fvector3': 3, 'fvector4': 4, 'quaternion': 4}
 
 
@@ -79,7 +80,7 @@ _classes = {}
 
 
 def stand_in(kind):
-    """A new object that has the interface, if Python can have it, or else one that has none that a server may ask for."""
+    """A new object that has the interface if Python can implement it, or else one that lacks it."""
     kind = kind if hasattr(kzifc, kind or '') else 'StringTag'
     if kind not in _classes:
         methods = dict((str(each.name), _stand_in_method(each)) for each in shapes.methods(kind))
@@ -196,7 +197,7 @@ class Supply(object):
         return kz.Storage(_LETTERS[value.element], elements)
 
     def odd(self, method, value):
-        """The odd values of one parameter. Its other kinds of object are such as lack the interface or belong to others."""
+        """The odd values of one parameter. Odd objects lack the interface, or have only that."""
         kind = value.kind
         if kind in _SIZES:
             return [[each] * _SIZES[kind] for each in _ODD['double'][:5]]

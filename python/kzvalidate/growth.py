@@ -9,6 +9,7 @@ MEASURED = 0.2       # of the rounds, and at least 50, which come after them
 BUDGET = 15.0        # seconds for the rounds of one server, of which a slow one gets fewer
 PER_METHOD = 60
 MEMORY = 32 << 10    # bytes for each round
+NOTHING_LEFT = 'nothing left of an object that the host has released'
 _SIZED = (list, dict, set, bytearray)
 _OURS = ('kzvalidate', '__main__')
 _PASSING = ('frame', 'tuple', 'cell', 'traceback', 'instancemethod')  # of which calls make some that stay for a while
@@ -140,9 +141,9 @@ class Growth(object):
             if alone and not self.measured(PER_METHOD, 'none of them', end):
                 found = True
                 self.recorder.tell(self.stage.place_of(method), 'leak', 'in %d calls: %s' % (
-                    PER_METHOD, '; '.join(alone[:3])), 'nothing left of an object that the host has released')
+                    PER_METHOD, '; '.join(alone[:3])), NOTHING_LEFT)
         if not found:
-            self.recorder.tell(self.stage.birth(), 'leak', '; '.join(grown[:3]), 'nothing left of an object that the host has released')
+            self.recorder.tell(self.stage.birth(), 'leak', '; '.join(grown[:3]), NOTHING_LEFT)
 
     def tell_slower(self):
         for method, times in self.times.values():
@@ -151,5 +152,5 @@ class Growth(object):
                 continue
             first, last = sorted(times[:part])[part // 4], min(times[-part:])  # a busy machine slows some calls
             if last > 3 * first and last - first > 50e-6:
-                self.recorder.tell(self.stage.place_of(method), 'slower', 'takes %.2f ms at the beginning and %.2f ms after '
-                                   '%d calls' % (first * 1e3, last * 1e3, len(times)), 'calls that do not become slower')
+                seen = 'takes %.2f ms at first and %.2f ms after %d calls' % (first * 1e3, last * 1e3, len(times))
+                self.recorder.tell(self.stage.place_of(method), 'slower', seen, 'calls that do not become slower')

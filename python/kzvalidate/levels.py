@@ -1,4 +1,4 @@
-"""The levels: what a server is put through at each of them. Each assumes that the ones below it have been gone through."""
+"""What a server is put through at each level, on the assumption that it has passed those below."""
 
 import sys
 import threading

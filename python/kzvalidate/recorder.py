@@ -1,5 +1,5 @@
-"""What stands between the host and the author's methods in a child: it sees what comes in, what goes back and how long it
-takes, and writes what it finds."""
+"""What stands between the host and the author's methods in a child. It sees what comes in, what goes back and how long
+that takes, and writes what it finds."""
 
 import contextlib
 import ctypes
@@ -26,6 +26,8 @@ _ACCIDENTS = (TypeError, AttributeError, NameError, ZeroDivisionError, Assertion
               ReferenceError, SystemError, UnboundLocalError)
 _HERE = os.path.dirname(os.path.abspath(__file__))
 _now = time.time
+_COMMANDS = {'cmd_Execute': 'execute', 'cmd_Query': 'query', 'cmd_Enable': 'enabled', 'cmd_DialogInit': 'prepare',
+             'cmd_ArgEnable': 'argument_enabled', 'cmd_DialogArgChange': 'argument_changed'}
 
 
 def _text(value):
@@ -107,8 +109,7 @@ class Recorder(object):
     def written_by(cls, name, value):
         """The function that the author wrote: of a command of kzu the one that the library calls for the method."""
         function = function_of(value)[0]
-        own = {'cmd_Execute': 'execute', 'cmd_Query': 'query', 'cmd_Enable': 'enabled', 'cmd_ArgEnable': 'argument_enabled',
-               'cmd_DialogInit': 'prepare', 'cmd_DialogArgChange': 'argument_changed'}.get(name)
+        own = _COMMANDS.get(name)
         if function is not None and function.__module__ == 'kzu.command':
             named = getattr(cls, own or '', None)
             return getattr(named, 'im_func', None) or function
@@ -133,8 +134,7 @@ class Recorder(object):
                 try:
                     function(self, *given)
                 except BaseException:
-                    recorder.tell(place, 'raises', described(), 'a creation that succeeds' if given or place.label.endswith(
-                        '_init__') else 'an end without an exception', traced())
+                    recorder.tell(place, 'raises', 'raised ' + described(), 'no exception', traced())
                     raise
         return recorded
 
@@ -171,7 +171,7 @@ class Recorder(object):
                 self.tell(place, 'exit', 'raised ' + described(), 'a result or an error: a server cannot end the host',
                           traced())
             elif 'bad result: <unknown code>' in str(value):
-                self.tell(place, 'code', 'failed with a code that does not exist', 'a code of kz.symbol.e_...', traced())
+                self.tell(place, 'code', 'failed with a code that does not exist', 'one of kz.symbol.e_...', traced())
             elif self.accidents and (place.label, 'raises') not in self.known and is_accident(kind, value, trace):
                 self.tell(place, self.accidents[0], 'raised ' + described(), self.accidents[1], traced())
         except UnicodeError:
@@ -223,16 +223,15 @@ class Recorder(object):
 
     def give_up(self, ident, place):
         frame = sys._current_frames().get(ident)
-        frames = [entry for entry in traceback.extract_stack(frame) if os.path.dirname(entry[0]) != _HERE]
-        self.tell(place, 'hang', 'has not returned after %g s' % (self.settings['limit'] * self.threads), 'an end: the host waits for it',
-                  '; '.join('%s:%d in %s' % each[:3] for each in reversed(frames[-8:])))
+        seen = 'has not returned after %g s' % (self.settings['limit'] * self.threads)
+        self.tell(place, 'hang', seen, 'an end: the host waits for it', _lines(traceback.extract_stack(frame)))
         self.report.crumb(place.label)
         os._exit(LEFT)
 
 
 def is_accident(kind, value, trace):
-    """Whether an exception is a slip of the author's, and not an answer. What a `raise` of the author's code raises is an
-    answer, and so is what the host's own objects raise."""
+    """Whether an exception is a slip of the author's and not an answer. What a `raise` statement raises is an answer,
+    and so is what the host's own objects raise."""
     if not isinstance(kind, type) or not issubclass(kind, _ACCIDENTS):
         return 'recursion depth' in str(value)
     if kind is TypeError and str(value) in _CODES:
@@ -251,5 +250,9 @@ def described():
 
 def traced():
     """Where the exception that is being handled was raised, innermost first."""
-    entries = [each for each in traceback.extract_tb(sys.exc_info()[2]) if os.path.dirname(each[0]) != _HERE]
-    return '; '.join('%s:%d in %s' % each[:3] for each in reversed(entries[-8:]))
+    return _lines(traceback.extract_tb(sys.exc_info()[2]))
+
+
+def _lines(entries):
+    others = [each for each in entries if os.path.dirname(each[0]) != _HERE]
+    return '; '.join('%s:%d in %s' % each[:3] for each in reversed(others[-8:]))

@@ -1,5 +1,5 @@
-"""What the reference host does with the kinds of server that it uses, from the beginning to the end. The servers' methods
-are called by the host here, as in a session; what they answer goes past the recorder all the same."""
+"""What the reference host does with the kinds of server that it uses, from the beginning to the end. The host itself
+calls the servers here, as in a session; what they answer goes past the recorder all the same."""
 
 import os
 
@@ -35,7 +35,7 @@ def _place(stage, kind, method):
 
 
 def drive_command(stage):
-    """Each argument gets a value of its type. All of them are set, then each is queried, and the command has a dialog."""
+    """It is executed with a value of its type for each argument, with and without a dialog, and each one is queried."""
     name, commands, values = stage.target.name, service.Command(), service.Value()
     attributes = kz.object.Attributes(commands.Spawn(0, name))
     words = []
@@ -118,8 +118,9 @@ def drive_tree(stage):
                 return True
         return True
     if not walk(0):
-        stage.recorder.tell(_place(stage, 'Tree', 'tree_ToChild'), 'walk', 'the walk has come to %d nodes and does not end' %
-                            len(seen), 'at most %d nodes, %d deep' % (MOST, DEEPEST))
+        stage.recorder.tell(_place(stage, 'Tree', 'tree_ToChild'), 'walk',
+                            'the walk has come to %d nodes and does not end' % len(seen),
+                            'at most %d nodes, %d deep' % (MOST, DEEPEST))
 
 
 def drive_value(stage):
@@ -132,8 +133,8 @@ def drive_value(stage):
         attempt(values.DecodeText, text, nice, other)
         again = attempt(values.EncodeText, other, nice)
         if again != text:
-            stage.recorder.tell(_place(stage, 'Value', 'str_Decode'), 'text', 'its text %r is read back as %r' % (text, again),
-                                'the same value')
+            stage.recorder.tell(_place(stage, 'Value', 'str_Decode'), 'text',
+                                'its text %r is read back as %r' % (text, again), 'the same value')
     for call in (lambda: value.Copy(other), lambda: values.Duplicate(value),
                  lambda: values.Convert(value, values.CreateValue('string')), lambda: value.Compare(other),
                  lambda: kz.eval('user.value kept ? type:' + kind)):
@@ -152,7 +153,8 @@ def drive_listeners(stage):
     entry = log.CreateEntry(1, 'entry')
     lines.AddEntry(entry)
     entry.AddEntry(log.CreateEntry(0x80000000, 'child'))
-    for text in ('user.value heard 1', 'user.value heard ?', 'log.clear validated', 'no.such.command', 'module.update python'):
+    for text in ('user.value heard 1', 'user.value heard ?', 'log.clear validated', 'no.such.command',
+                 'module.update python'):
         attempt(kz.eval, text)
     attempt(log.Flush)
     attempt(listeners.RemoveListener, listener)

@@ -115,7 +115,7 @@ def shown(value):
 
 
 def problem(method, returned, is_strict):
-    """What is wrong with what a method has returned, as (what was seen, what was expected); None if nothing is. Families and
+    """What is wrong with a returned value, as (what was seen, what was expected); None if nothing is. Families and
     finite numbers count only for a strict check."""
     if not method.outputs:
         if isinstance(returned, (int, long)) and returned & 0xFFFFFFFF >= 0x80000000:

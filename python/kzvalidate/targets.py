@@ -40,7 +40,7 @@ class Target(object):
         return [each for each in shapes.methods(kind) if each.name in attributes]
 
     def view(self, object, kind):
-        """What its methods are called on: a wrapper, or for interfaces that only hosts call the Python object itself."""
+        """What its methods are called on: a wrapper, or where there is no type for one the Python object itself."""
         wrapper = getattr(kz.object, kind, None)
         return wrapper(object) if wrapper is not None else Direct(kz.extract(object))
 

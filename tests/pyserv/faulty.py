@@ -21,7 +21,7 @@ class Curve(kzifc.Curve):
     def curve_KnotCount(self): return 2
     def curve_KnotPosition(self, index): return [NUMBERS[:2] + (0.0,), NUMBERS][index]
     def curve_KnotAdd(self, position, before): return 1
-    def curve_KnotRemove(self, index): kz.throw(kz.symbol.e_OUTOFBOUNDS if index > 1 else kz.symbol.e_NOTSUPPORTED, True)
+    def curve_KnotRemove(self, index): kz.throw(kz.symbol.e_NOTSUPPORTED, True)
     def curve_KnotParam(self, index): return float(index)
     def curve_Param(self, distance): return distance if distance - distance == 0 else 0.0
     def curve_Length(self): return 1.0
@@ -130,7 +130,8 @@ plant('L2-ThreadJob.job_Execute-missing', kzifc.ThreadJob)
 plant('L2-MeshOperation.mop_Evaluate-crash', Operation, mop_Evaluate=lambda *given: ctypes.string_at(0))
 plant('L2-Curve.curve_Position-output', curve_Position=printing)
 kz.bless(Failing, 'L3-Command.cmd_Execute-raises')
-plant('L3-StringConversion.str_Decode-text', Number, str_Decode=lambda self, text: setattr(self, 'day', len(text or '')))
+plant('L3-StringConversion.str_Decode-text', Number,
+      str_Decode=lambda self, text: setattr(self, 'day', len(text or '')))
 kz.bless(Endless, 'L3-Tree.tree_ToChild-walk')
 plant('L4-Curve.curve_Closest-result', curve_Closest=lambda self, position: (0.5, 1.0, 2.0))
 plant('L4-Curve.curve_Degree-slow', curve_Degree=lambda self: time.sleep(.8) or 1)
