@@ -13,6 +13,7 @@ constexpr const char* faulty = KZ_SOURCE_DIR "/tests/pyserv/faulty.py";
 
 class ValidateTest : public KzHostTest {
 protected:
+    ValidateTest() { ignoreLeaks(); }
     // What was found, each as "LEVEL-METHOD-KIND", by server.
     std::map<std::string, std::multiset<std::string>> validate(const std::string& only,
                                                                const std::string& level) const {
