@@ -32,7 +32,7 @@ class Banner(Command):
 
     def argument_changed(self, name):
         if name == 'text':
-            return {'width': max(len(self.value('text')), self.value('width'))}
+            return {'width': max(len(self.value('text') or ''), self.value('width'))}
 
     def argument_enabled(self, name):
         return 'there is no frame' if name == 'mark' and not self.value('frame') else None

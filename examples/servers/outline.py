@@ -73,6 +73,8 @@ class Outline(kzifc.Tree, kzifc.TreeView):
         return self.COLUMNS[index]
 
     def treeview_Name(self, column):
+        if not 0 <= column < len(self.COLUMNS):
+            kz.throw(kz.symbol.e_OUTOFBOUNDS, True)
         return self.child()[column]
 
 

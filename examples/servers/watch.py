@@ -1,7 +1,7 @@
 """Listeners: what happens in the session, which commands run, and what the log gets.
 
 The host makes one object of each listener when it reads the module's servers, and tells it everything from then on.
-What they hear is gathered in HEARD.
+The last hundred things that they hear are in HEARD.
 
     kzhost --import-path examples eval "kz.eval('text.repeat a')" "from kzserv.servers import watch" "print watch.HEARD"
 """
@@ -12,23 +12,28 @@ import kzifc
 HEARD = []
 
 
+def hear(text):
+    HEARD.append(text)
+    del HEARD[:-100]  # a session may last for days
+
+
 class Session(kzifc.SessionListener):
     def sesl_SystemReady(self):
-        HEARD.append('ready')
+        hear('ready')
 
     def sesl_FileOpened(self, path):
-        HEARD.append('opened ' + path)
+        hear('opened ' + path)
 
     def sesl_FileSaved(self, path):
-        HEARD.append('saved ' + path)
+        hear('saved ' + path)
 
     def sesl_ModuleUpdated(self, module):
-        HEARD.append('updated ' + module)
+        hear('updated ' + module)
 
 
 class Commands(kzifc.CmdSysListener):
     def cmdsysevent_ExecuteResult(self, command, kind, sandboxed, post, succeeded):
-        HEARD.append('%s %s' % (kz.object.Command(command).Name(), 'done' if succeeded else 'failed'))
+        hear('%s %s' % (kz.object.Command(command).Name(), 'done' if succeeded else 'failed'))
 
 
 class Errors(kzifc.LogListener):
@@ -37,7 +42,7 @@ class Errors(kzifc.LogListener):
     def logevent_EntryAdded(self, subsystem, entry):
         entry = kz.object.LogEntry(entry)
         if entry.Type() & 0x80000000:
-            HEARD.append('error ' + entry.Desc())
+            hear('error ' + entry.Desc())
 
 
 kz.bless(Session, 'watch.session')

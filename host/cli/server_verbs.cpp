@@ -1,6 +1,7 @@
-// The verbs check, convert and tree.
+// The verbs check, validate, convert and tree.
 #include "host/cli/server_verbs.h"
 
+#include "host/cli/run_interpreter.h"
 #include "host/cli/standard_streams.h"
 #include "host/cli/tree_walk.h"
 #include "host/core/message_tables.h"
@@ -54,6 +55,47 @@ int check(CProgram& program, const std::vector<std::string>& files) {
     if (!kzFailed(end.code)) return end.code == 0 ? exitOk : exitFailed;
     CProgram::say("the files cannot be checked: " + (end.isTold ? end.message : kzCodeName(end.code)));
     return exitFailed;
+}
+
+// The host options that a child of the validator gets as well. It has a folder of its own.
+std::vector<std::string> hostOptions(const ProgramOptions& options) {
+    std::vector<std::string> words;
+    const auto add = [&](const std::string& option, const std::string& path) {
+        words.push_back(option + std::filesystem::absolute(path).lexically_normal().string());
+    };
+    if (!options.plugin.empty()) add("--plugin=", options.plugin);
+    for (const std::string& module : options.modules) add("--module=", module);
+    for (const auto& [name, path] : options.aliases) add("--alias=" + name + "=", path);
+    for (const std::string& path : options.importPaths) add("--import-path=", path);
+    return words;
+}
+
+// The validator is a Python program that does not touch this process's host: what it looks at may crash or hang.
+int validate(CProgram& program, const Validation& wanted) {
+    std::vector<std::string> words = {"-m", "kzvalidate"};
+    for (const std::string& word : hostOptions(program.options())) words.push_back("--host=" + word);
+    words.insert(words.end(), {fmt::format("--level={}", wanted.level), fmt::format("--seed={}", wanted.seed),
+                               fmt::format("--rounds={}", wanted.rounds), fmt::format("--limit={}", wanted.limit),
+                               fmt::format("--slow={}", wanted.slow), "--only=" + wanted.only});
+    if (wanted.json) words.emplace_back("--json");
+    words.emplace_back("--");
+    words.insert(words.end(), wanted.sources.begin(), wanted.sources.end());
+    return kzRunInterpreter(program, words);
+}
+
+void addValidation(CLI::App& verb, Validation& wanted) {
+    verb.add_option("FILE|NAME", wanted.sources, "Server files, or names of servers")->required();
+    verb.add_option("--level", wanted.level, "How far it goes, from 1 (made and destroyed) to 10; 5 unless given")
+        ->check(CLI::Range(1, 10));
+    verb.add_option("--seed", wanted.seed, "Other random calls; the same seed makes the same ones");
+    verb.add_option("--only", wanted.only, "Only servers with this in their names")->type_name("TEXT");
+    verb.add_option("--limit", wanted.limit, "Seconds after which a call counts as endless; 10 unless given")
+        ->check(CLI::PositiveNumber);
+    verb.add_option("--slow", wanted.slow, "Seconds after which a call counts as slow; 1 unless given")
+        ->check(CLI::PositiveNumber);
+    verb.add_option("--rounds", wanted.rounds, "Objects that level 9 makes of each server; 1000 unless given")
+        ->check(CLI::Range(1, 1'000'000));
+    verb.add_flag("--json", wanted.json, "Print each finding as a line of JSON");
 }
 
 // Starts the host and all interpreters, which add servers of their own.
@@ -118,9 +160,11 @@ int printTree(CProgram& program, const std::string& name) {
 
 CServerVerbs::CServerVerbs(CLI::App& app)
     : m_check(app.add_subcommand("check", "Check server files before they are used; 1 if anything is wrong")),
+      m_validate(app.add_subcommand("validate", "Put servers through what hosts do; 1 if anything is found")),
       m_convert(app.add_subcommand("convert", "Convert an image with the loaders and savers of the modules")),
       m_tree(app.add_subcommand("tree", "Print a tree that a module serves")) {
     m_check->add_option("FILE", m_files, "The files")->required();
+    addValidation(*m_validate, m_validation);
     m_convert->add_option("FROM", m_from, "The image to read")->required();
     m_convert->add_option("TO", m_to, "The file to write; its extension names the format")->required();
     m_convert->add_option("--colorspace", m_space, "Convert the colours to this colour space, as linear or sRGB")
@@ -128,10 +172,13 @@ CServerVerbs::CServerVerbs(CLI::App& app)
     m_tree->add_option("NAME", m_name, "The tree's server name")->required();
 }
 
-bool CServerVerbs::parsed() const { return m_check->parsed() || m_convert->parsed() || m_tree->parsed(); }
+bool CServerVerbs::parsed() const {
+    return m_check->parsed() || m_validate->parsed() || m_convert->parsed() || m_tree->parsed();
+}
 
 int CServerVerbs::run(CProgram& program) const {
     if (m_check->parsed()) return check(program, m_files);
+    if (m_validate->parsed()) return validate(program, m_validation);
     return m_convert->parsed() ? convert(program, m_from, m_to, m_space) : printTree(program, m_name);
 }
 

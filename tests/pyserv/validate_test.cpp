@@ -1,0 +1,85 @@
+// kzhost validate: the faults that it finds, and the level at which it does.
+#include "tests/support/kzhost_run.h"
+
+#include <nlohmann/json.hpp>
+
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace {
+
+constexpr const char* planted = KZ_SOURCE_DIR "/tests/pyserv/planted.py";
+
+class ValidateTest : public KzHostTest {
+protected:
+    ValidateTest() { ignoreLeaks(); }
+    // What was found, each as "LEVEL-METHOD-KIND", by server.
+    std::map<std::string, std::multiset<std::string>> validate(const std::string& only,
+                                                               const std::string& level) const {
+        std::map<std::string, std::multiset<std::string>> found;
+        const Ended ended = run({"validate", planted, "--only", only, "--level", level, "--json", "--rounds", "60",
+                                 "--limit", "2", "--slow", "0.5"});
+        std::istringstream stream(ended.out);
+        for (std::string line; std::getline(stream, line);) {
+            const auto row = nlohmann::json::parse(line);
+            found[row["server"]].insert("L" + std::to_string(row["level"].get<int>()) + "-" +
+                                        row["label"].get<std::string>() + "-" + row["code"].get<std::string>());
+            EXPECT_GE(row["line"].get<int>(), 1) << line;
+        }
+        EXPECT_EQ(ended.status, found.empty() ? 0 : 1) << ended.error;
+        return found;
+    }
+};
+
+// Each server of the file is called after its only fault and the level that promises it. A fault that a lower level
+// finds has that level in its finding.
+TEST_F(ValidateTest, EveryFaultIsFoundAtItsLevelAndNothingElse) {
+    const std::string text = contentsOf(planted);
+    const std::regex name("'(L(\\d+)-[^']+)'");
+    std::map<std::string, std::map<std::string, std::multiset<std::string>>> expected;
+    for (std::sregex_iterator at(text.begin(), text.end(), name), end; at != end; ++at)
+        expected[(*at)[2]][(*at)[1]].insert((*at)[1]);
+    ASSERT_EQ(expected.size(), 10U);
+    for (const auto& [level, servers] : expected) EXPECT_EQ(validate("L" + level + "-", level), servers);
+    EXPECT_TRUE(validate("clean", "10").empty());
+}
+
+// A server that answers as the description says is clean, of whatever kind it is.
+TEST_F(ValidateTest, WhatAnswersAsDescribedIsClean) {
+    const std::string file = write("kinds.py", R"(
+import kz, kzifc
+from kzvalidate import arguments, shapes
+def well(method):
+    return lambda self, *given: arguments.answer(method)
+for kind in kzifc.__all__[::5]:
+    kz.bless(type(kind, (getattr(kzifc, kind),), dict((each.name, well(each)) for each in shapes.methods(kind))), kind)
+)");
+    expect(run({"validate", file}), 0, "41 servers, level 5, seed 1: nothing found\n");
+}
+
+TEST_F(ValidateTest, TheExamplesPassAtEveryLevel) {
+    importPaths.emplace_back(KZ_SOURCE_DIR "/examples/palette");
+    std::vector<std::string> words = {"validate", "--level", "10", "--rounds", "100"};
+    for (const char* folder : {"/examples/servers", "/examples/palette/servers"})
+        for (const auto& entry : std::filesystem::directory_iterator(KZ_SOURCE_DIR + std::string(folder)))
+            if (entry.path().extension() == ".py") words.push_back(entry.path().string());
+    ASSERT_GE(words.size(), 14U);
+    const Ended ended = run(words);
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_TRUE(ended.out.ends_with("servers, level 10, seed 1: nothing found\n")) << ended.out;
+}
+
+TEST_F(ValidateTest, WrongCommandLinesAreRefusedAndABrokenFileIsAFinding) {
+    serve("named.py",
+          "import kz, kzifc\nclass A(kzifc.Visitor):\n    def vis_Evaluate(self): pass\nkz.bless(A, 'named')\n");
+    expect(run({"validate", "nmaed"}), 2, "", {"no server \"nmaed\"; did you mean \"named\"?"});
+    expect(run({"validate", "named", "--level", "11"}), 2, "", {"--level: Value 11 not in range 1 to 10"});
+    expect(run({"validate", "named", "--level", "2"}), 0, "1 server, level 2, seed 1: nothing found\n");
+    expect(run({"validate", "named", "--only", "x"}), 2, "", {"named: there is no server with \"x\" in its name"});
+    const Ended broken = run({"validate", write("broken.py", "import kz\n1/0\n")});
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_NE(broken.out.find("broken.py:2: error: level 1: import of "), std::string::npos) << broken.out;
+}
+
+}  // namespace
