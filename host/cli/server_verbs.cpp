@@ -135,7 +135,7 @@ int convert(CProgram& program, const std::string& from, const std::string& to, c
 }
 
 void printRow(const TreeRow& row) {
-    std::string line(row.depth * 2, ' ');
+    std::string line(std::size_t{2} * row.depth, ' ');
     for (std::size_t column = 0; column < row.cells.size(); ++column)
         line += (column > 0 ? "  " : "") + row.cells[column];
     CStandardStreams::get().out(line + "\n");

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <termios.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace kzhost {
@@ -22,12 +23,19 @@ int theTerminal = -1;             // a descriptor of our own: quit() closes stan
 termios theSettings{};
 bool theUsesEscapes = false;
 
+bool areSame(const termios& one, const termios& other) noexcept {
+    const auto numbers = [](const termios& all) {
+        return std::tie(all.c_iflag, all.c_oflag, all.c_cflag, all.c_lflag, all.c_line, all.c_ispeed, all.c_ospeed);
+    };
+    return numbers(one) == numbers(other) && std::memcmp(one.c_cc, other.c_cc, sizeof one.c_cc) == 0;
+}
+
 // Does only what a signal handler may do. Where nothing was changed, nothing is set or written.
 void restore() noexcept {
     if (theOwner != getpid()) return;
     const int error = errno;
     termios now{};
-    if (tcgetattr(theTerminal, &now) == 0 && std::memcmp(&now, &theSettings, sizeof now) != 0) {
+    if (tcgetattr(theTerminal, &now) == 0 && !areSame(now, theSettings)) {
         // From the background this would stop the process instead.
         sigset_t output;
         sigset_t former;
@@ -77,7 +85,7 @@ void CTerminalGuard::watchSignals() {
 }  // namespace kzhost
 
 // What os._exit() calls. The C library has no hook for this end, but asks whether the program has a function of that name.
-extern "C" [[noreturn, gnu::visibility("default")]] void _exit(int status) {
+extern "C" [[gnu::noreturn, gnu::visibility("default")]] void _exit(int status) {
     kzhost::restore();
     for (;;) syscall(SYS_exit_group, status);
 }
