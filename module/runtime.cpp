@@ -8,6 +8,7 @@
 #include "module/lock_state.h"
 #include "module/output.h"
 #include "module/parts.h"
+#include "module/stop.h"
 #include "module/thread_states.h"
 
 #include "kz/base/boundary.h"
@@ -100,6 +101,7 @@ void PythonRuntime::begin(const std::function<void()>& start) {
     m_progress = "";
     m_mainThread = m_interpreter->mainThread();
     CThreadStates::begin(m_mainThread);
+    CStopper::begin(m_mainThread->interp);
 }
 
 MainInterpreter& PythonRuntime::running() {
@@ -191,6 +193,7 @@ PyObject* PythonRuntime::endOfProgram(PyObject* /*self*/, PyObject* /*args*/) {
     if (theProgram == getpid()) {
         Py_BEGIN_ALLOW_THREADS;
         if (!CGate::isInside() && !waitUntilEmpty()) tellWhoStays();
+        CStopper::end();
         Py_END_ALLOW_THREADS;
     }
     kzValueBoundary([] { theParts.releaseServers(); });
@@ -230,7 +233,7 @@ bool PythonRuntime::stop() noexcept {
     }
     CThreadStates::end();
     theReady = false;
-    if (runtime == nullptr) return true;
+    if (runtime == nullptr) return CStopper::end(), true;
     runtime->end();
     theRuntime = nullptr;
     return true;

@@ -90,6 +90,7 @@ int CProgram::start() {
         say("the module cannot be loaded: " + why);
         return exitNoModule;
     }
+    m_stopWatch.emplace(host(), [this](int status) { m_logFile.end(CStandardStreams::get().finish(status)); });
     return exitOk;
 }
 
@@ -104,6 +105,8 @@ void CProgram::showProgress() {
 
 int CProgram::finish(int status) {
     m_host.reset();
+    m_stopWatch.reset();
+    if (CStopWatch::isProgramStopped()) status = exitInterrupted;
     return m_logFile.end(CStandardStreams::get().finish(status));
 }
 

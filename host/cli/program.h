@@ -3,6 +3,7 @@
 
 #include "host/cli/exit_status.h"
 #include "host/cli/log_file.h"
+#include "host/cli/stop_watch.h"
 #include "host/kz_host.h"
 
 #include <optional>
@@ -18,6 +19,7 @@ struct ProgramOptions {
     std::vector<std::pair<std::string, std::string>> aliases;
     std::vector<std::string> importPaths;
     std::string logFile;
+    std::optional<int> debugPort;
     bool trace = false;
     bool quiet = false;
 };
@@ -48,6 +50,7 @@ private:
     ProgramOptions m_options;
     CLogFile m_logFile;  // outlives the host, which logs until its end
     std::optional<CKzHost> m_host;
+    std::optional<CStopWatch> m_stopWatch;  // outlives the host, whose end can be stopped, too
     bool m_startFailed = false;
 };
 

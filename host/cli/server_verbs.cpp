@@ -1,6 +1,7 @@
 // The verbs check, convert and tree.
 #include "host/cli/server_verbs.h"
 
+#include "host/cli/debugger.h"
 #include "host/cli/standard_streams.h"
 #include "host/cli/tree_walk.h"
 #include "host/core/message_tables.h"
@@ -61,7 +62,7 @@ int startAll(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
     for (const KzServer& server : program.host().modules().servers(KZa_LINEINTERPRETER))
         if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
-    return exitOk;
+    return kzWaitForDebugger(program);
 }
 
 int failed(const std::string& what, KzResult code) {

@@ -1,0 +1,253 @@
+// Ending Python code from outside: who does what when.
+#include "module/stop.h"
+
+#include "module/checks.h"
+#include "module/output.h"
+#include "module/py_ref.h"
+#include "module/stack_report.h"
+
+#include "kz/base/boundary.h"
+#include "kz/base/forever.h"
+#include "kz/result.h"
+
+#include <frameobject.h>
+#include <pythread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <cstring>
+#include <mutex>
+#include <semaphore.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto patienceForLock = 2s;     // before the stacks are reported without it
+constexpr auto patienceForEnd = 1s;      // before every line raises
+constexpr auto patienceForOthers = 10s;  // for what no script or line waits for
+constexpr auto betweenSweeps = 50ms;
+
+sem_t theWake;
+std::atomic<pid_t> thePreparedProcess{0};
+std::atomic<bool> theEnding{false};
+std::atomic<PyThreadState*> theState{nullptr};  // the sweeps' own; null while there is no Python to stop
+std::atomic<bool> theEveryLine{false};
+CKzForever<std::thread> theThread;
+
+// Guarded by the interpreter lock.
+std::uint32_t theRuns = 0;
+std::uint32_t theDoomedRuns = 0;  // those that the last stop is to end
+std::uint32_t theStops = 0;
+
+// What a thread had as its trace function, such as a debugger's, and whether this stop has raised in it.
+enum Kept : Py_ssize_t { keptFunction, keptObject, keptRaised, keptCount };
+
+void giveBack(PyObject* kept) noexcept {
+    PyObject* object = PyList_GET_ITEM(kept, keptObject);
+    void* function = PyLong_AsVoidPtr(PyList_GET_ITEM(kept, keptFunction));
+    PyEval_SetTrace(reinterpret_cast<Py_tracefunc>(function), object != Py_None ? object : nullptr);
+}
+
+bool isNamed(const PyFrameObject* frame, const char* name) noexcept {
+    return std::strncmp(PyString_AS_STRING(frame->f_code->co_name), name, std::strlen(name)) == 0;
+}
+
+// What the module threading does when a thread ends. Whoever joins the thread would wait for ever if this were left out.
+bool isEndOfThread(const PyFrameObject* frame) noexcept {
+    for (const PyFrameObject* each = frame; each != nullptr; each = each->f_back) {
+        const bool isItself = each == frame && isNamed(each, "__bootstrap");
+        if (!isItself && !isNamed(each, "__stop") && !isNamed(each, "__delete")) continue;
+        PyObject* module = PyDict_GetItemString(each->f_globals, "__name__");
+        if (module != nullptr && PyString_Check(module) && std::strcmp(PyString_AS_STRING(module), "threading") == 0)
+            return true;
+    }
+    return false;
+}
+
+// The trace function. A thread gets back its own one when its outermost frame is left.
+int endFrame(PyObject* kept, PyFrameObject* frame, int what, PyObject* /*arg*/) {
+    const bool isOutermost = frame->f_back == nullptr;
+    if (isOutermost && what == PyTrace_RETURN) giveBack(kept);
+    if (what != PyTrace_CALL && what != PyTrace_LINE) return 0;
+    if ((PyList_GET_ITEM(kept, keptRaised) == Py_True && !theEveryLine) || isEndOfThread(frame)) return 0;
+    Py_INCREF(Py_True);
+    PyList_SetItem(kept, keptRaised, Py_True);
+    if (isOutermost && what == PyTrace_CALL) giveBack(kept);  // this frame will not be entered
+    PyErr_SetString(PyExc_KeyboardInterrupt, "stopped from outside");
+    return -1;
+}
+
+// Makes that thread end what it runs. The calling thread holds the interpreter lock, under a state of its own.
+void doom(PyThreadState* thread) {
+    PyObject* object = thread->c_traceobj != nullptr ? thread->c_traceobj : Py_None;
+    const CPyRef kept(
+        Py_BuildValue("[NOO]", PyLong_FromVoidPtr(reinterpret_cast<void*>(thread->c_tracefunc)), object, Py_False),
+        CPyRef::owned);
+    PyThreadState* own = PyThreadState_Swap(thread);
+    PyEval_SetTrace(endFrame, kept);
+    PyThreadState_Swap(own);
+}
+
+// One stop, from the request on until nothing is left to end.
+class CStop {
+public:
+    explicit CStop(PyThreadState* own) : m_own(own), m_interpreter(own->interp) {}
+    // Runs the stop. Further requests are further posts of the semaphore.
+    void run();
+
+private:
+    void sweepUntilOver();
+    void sweep();
+    void beginSweeps();
+    void doomAll(bool isFirst);
+    bool isOver() const;
+
+    PyThreadState* m_own;
+    PyInterpreterState* m_interpreter;
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    bool m_isRequested = true;
+    bool m_hasBegun = false;
+    bool m_isOver = false;
+    bool m_isAnyLeft = false;  // guarded by the interpreter lock
+};
+
+void tell(const char* how, const std::string& stacks) noexcept {
+    if (stacks.empty()) return;
+    kzValueBoundary([&] { kzWriteFrom(kzFromReport, (how + (":\n" + stacks)).c_str(), KZe_FAILED); });
+}
+
+void CStop::beginSweeps() {
+    theDoomedRuns = theRuns;
+    ++theStops;
+    theEveryLine = false;
+    m_start = std::chrono::steady_clock::now();
+    const std::string stacks = kzStackReport(m_interpreter, true);
+    Py_BEGIN_ALLOW_THREADS;  // listeners of the host's log may be written in Python
+    tell("Stopped from outside; this is where Python was", stacks);
+    Py_END_ALLOW_THREADS;
+}
+
+// Everything that runs now is to end. Afterwards, what is entered new ends only if one of the doomed runs may wait for it.
+void CStop::sweep() {
+    bool isFirst = false;
+    {
+        const std::lock_guard lock(m_lock);
+        isFirst = std::exchange(m_isRequested, false) && theDoomedRuns == 0 && (!m_hasBegun || theRuns > 0);
+    }
+    if (isFirst) beginSweeps();
+    doomAll(isFirst);
+}
+
+void CStop::doomAll(bool isFirst) {
+    m_isAnyLeft = false;
+    for (PyThreadState* each = PyInterpreterState_ThreadHead(m_interpreter); each != nullptr;
+         each = PyThreadState_Next(each)) {
+        const bool isDoomed = each->c_tracefunc == endFrame;
+        if (!isDoomed && each->frame != nullptr && each != m_own && (isFirst || theDoomedRuns > 0)) doom(each);
+        m_isAnyLeft |= each->c_tracefunc == endFrame;
+    }
+}
+
+bool CStop::isOver() const {
+    const bool isWaiting = m_isAnyLeft && std::chrono::steady_clock::now() - m_start < patienceForOthers;
+    return theEnding || (theDoomedRuns == 0 && !isWaiting);
+}
+
+void CStop::sweepUntilOver() {
+    for (bool isOver = false; !isOver;) {
+        PyEval_AcquireThread(m_own);
+        m_own->thread_id = PyThread_get_thread_ident();
+        kzValueBoundary([&] {
+            if (!theEnding) sweep();
+        });
+        PyErr_Clear();
+        isOver = this->isOver();
+        PyEval_ReleaseThread(m_own);
+        std::unique_lock lock(m_lock);
+        m_hasBegun = true;
+        m_isOver = isOver = isOver && (!m_isRequested || theEnding);
+        m_changed.notify_all();
+        if (!isOver) m_changed.wait_for(lock, betweenSweeps, [this] { return m_isRequested || theEnding; });
+    }
+}
+
+void CStop::run() {
+    std::thread sweeper([this] { sweepUntilOver(); });
+    std::unique_lock lock(m_lock);
+    if (!m_changed.wait_for(lock, patienceForLock, [this] { return m_hasBegun; }) && !theEnding) {
+        lock.unlock();
+        tell("Asked to stop, but code in C that Python called does not let it; this is where Python seems to be",
+             kzStackReport(m_interpreter, false));
+        lock.lock();
+    }
+    while (!m_changed.wait_for(lock, patienceForEnd, [this] { return m_isOver; })) {
+        if (m_hasBegun) theEveryLine = true;
+        if (sem_trywait(&theWake) == 0) m_isRequested = true;
+        m_changed.notify_all();
+    }
+    lock.unlock();
+    sweeper.join();
+}
+
+void waitForRequests() noexcept {
+    for (;;) {
+        while (sem_wait(&theWake) != 0 && errno == EINTR) continue;
+        if (theEnding) return;
+        kzValueBoundary([] {
+            if (PyThreadState* own = theState) CStop(own).run();
+        });
+    }
+}
+
+}  // namespace
+
+void CStopper::prepare() {
+    static std::mutex once;
+    const std::lock_guard lock(once);
+    if (thePreparedProcess == getpid() && !theEnding) return;
+    kzTrue(thePreparedProcess == 0 && !theEnding, KZe_NOTAVAILABLE);
+    kzTrue(sem_init(&theWake, 0, 0) == 0, KZe_OUTOFMEMORY);
+    sigset_t all, former;  // signals are for the threads of the host
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &former);
+    const KzResult code = kzBoundary([] {
+        *theThread = std::thread(waitForRequests);
+        return KZe_OK;
+    });
+    pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    kzSucceed(code);
+    thePreparedProcess = getpid();
+}
+
+bool CStopper::request() noexcept {
+    if (theEnding || thePreparedProcess != getpid()) return false;
+    const int error = errno;
+    sem_post(&theWake);
+    errno = error;
+    return true;
+}
+
+void CStopper::begin(PyInterpreterState* interpreter) noexcept { theState = PyThreadState_New(interpreter); }
+
+void CStopper::end() noexcept {
+    theEnding = true;
+    theState = nullptr;
+    if (thePreparedProcess != getpid()) return;
+    sem_post(&theWake);
+    if (theThread->joinable()) theThread->join();
+}
+
+CStoppableRun::CStoppableRun() noexcept : m_stopsBefore(theStops) { ++theRuns; }
+
+CStoppableRun::~CStoppableRun() {
+    --theRuns;
+    if (m_stopsBefore != theStops && theDoomedRuns > 0) --theDoomedRuns;
+}

@@ -1,0 +1,40 @@
+// Ending Python code from outside.
+//
+// A request must not wait and may come from a signal handler, so it only wakes a thread that exists already. For each stop
+// this thread starts another one, which takes the interpreter lock and gives every Python thread a trace function that
+// raises KeyboardInterrupt: once, and after a second or a further request at every line, so that no handler goes on for
+// long. If the lock cannot be had, because code in C keeps it, the first thread reports where Python is all the same.
+#pragma once
+
+#include "module/python.h"
+
+#include "kz/base/types.h"
+
+#include <cstdint>
+
+class CStopper {
+public:
+    // Makes the thread. Needs no Python, and is a no-op when repeated. Throws NOTAVAILABLE after the end.
+    static void prepare();
+    // Asks for the end of everything that Python runs now. For any thread, and for signal handlers. False if there is no
+    // such thread, because nobody has prepared for it or in a forked child.
+    static bool request() noexcept;
+
+    // Called when Python has started, on a thread that has a state of its own.
+    static void begin(PyInterpreterState* interpreter) noexcept;
+    // Called before Python is finalised, without the interpreter lock: no stop begins any more, and none is in work.
+    static void end() noexcept;
+};
+
+// RAII guard for a script or a console line. As long as one is running that a stop is to end, what is entered new ends as
+// well: the jobs that it waits for. Needs the interpreter lock.
+class CStoppableRun {
+public:
+    CStoppableRun() noexcept;
+    ~CStoppableRun();
+    CStoppableRun(const CStoppableRun&) = delete;
+    CStoppableRun& operator=(const CStoppableRun&) = delete;
+
+private:
+    std::uint32_t m_stopsBefore;
+};
