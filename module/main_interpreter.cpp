@@ -321,6 +321,9 @@ void MainInterpreter::installHooks() noexcept {
         PyObject* hook = PyDict_GetItemString(PyModule_GetDict(threading), name);
         PyObject* function = PySys_GetObject(kzText(setter));
         if (hook == nullptr || hook == Py_None || function == nullptr) continue;
+        // Debuggers ignore threads that threading does not know.
+        const CPyRefNull known(PyObject_CallMethod(threading, kzText("currentThread"), nullptr));
+        if (known.get() == nullptr) PyErr_Clear();
         const CPyRefNull result(PyObject_CallFunctionObjArgs(function, hook, nullptr));
         if (result.get() == nullptr) kzTellException("the hook of threading for new threads failed");
     }

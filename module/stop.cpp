@@ -11,7 +11,6 @@
 #include "kz/result.h"
 
 #include <frameobject.h>
-#include <pythread.h>
 
 #include <atomic>
 #include <cerrno>
@@ -28,10 +27,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto patienceForLock = 2s;     // before the stacks are reported without it
+constexpr auto patienceForLock = 500ms;  // before the stacks are reported without it
 constexpr auto patienceForEnd = 1s;      // before every line raises
-constexpr auto patienceForOthers = 10s;  // for what no script or line waits for
-constexpr auto betweenSweeps = 50ms;
+constexpr auto patienceForOthers = 3s;   // for what no script or line waits for
+constexpr auto betweenSweeps = 20ms;
+constexpr auto betweenJobs = 200ms;  // in which a thread may have taken the next one
 
 sem_t theWake;
 std::atomic<pid_t> thePreparedProcess{0};
@@ -41,8 +41,7 @@ std::atomic<bool> theEveryLine{false};
 CKzForever<std::thread> theThread;
 
 // Guarded by the interpreter lock.
-std::uint32_t theRuns = 0;
-std::uint32_t theDoomedRuns = 0;  // those that the last stop is to end
+CStoppableRun* theRuns = nullptr;
 std::uint32_t theStops = 0;
 
 // What a thread had as its trace function, such as a debugger's, and whether this stop has raised in it.
@@ -105,7 +104,7 @@ private:
     void sweepUntilOver();
     void sweep();
     void beginSweeps();
-    void doomAll(bool isFirst);
+    void doomAll();
     bool isOver() const;
 
     PyThreadState* m_own;
@@ -116,7 +115,7 @@ private:
     bool m_isRequested = true;
     bool m_hasBegun = false;
     bool m_isOver = false;
-    bool m_isAnyLeft = false;  // guarded by the interpreter lock
+    std::chrono::steady_clock::time_point m_lastSeen;  // when something was left to end
 };
 
 void tell(const char* how, const std::string& stacks) noexcept {
@@ -125,7 +124,6 @@ void tell(const char* how, const std::string& stacks) noexcept {
 }
 
 void CStop::beginSweeps() {
-    theDoomedRuns = theRuns;
     ++theStops;
     theEveryLine = false;
     m_start = std::chrono::steady_clock::now();
@@ -135,36 +133,36 @@ void CStop::beginSweeps() {
     Py_END_ALLOW_THREADS;
 }
 
-// Everything that runs now is to end. Afterwards, what is entered new ends only if one of the doomed runs may wait for it.
+// Everything that runs now is to end, and what is entered while it does, because somebody may wait for that.
 void CStop::sweep() {
     bool isFirst = false;
     {
         const std::lock_guard lock(m_lock);
-        isFirst = std::exchange(m_isRequested, false) && theDoomedRuns == 0 && (!m_hasBegun || theRuns > 0);
+        isFirst =
+            std::exchange(m_isRequested, false) && !CStoppableRun::isAnyDoomed() && (!m_hasBegun || theRuns != nullptr);
     }
     if (isFirst) beginSweeps();
-    doomAll(isFirst);
+    doomAll();
 }
 
-void CStop::doomAll(bool isFirst) {
-    m_isAnyLeft = false;
+void CStop::doomAll() {
     for (PyThreadState* each = PyInterpreterState_ThreadHead(m_interpreter); each != nullptr;
          each = PyThreadState_Next(each)) {
         const bool isDoomed = each->c_tracefunc == endFrame;
-        if (!isDoomed && each->frame != nullptr && each != m_own && (isFirst || theDoomedRuns > 0)) doom(each);
-        m_isAnyLeft |= each->c_tracefunc == endFrame;
+        if (!isDoomed && each->frame != nullptr && !CStoppableRun::isNewOn(each)) doom(each);
+        if (each->c_tracefunc == endFrame) m_lastSeen = std::chrono::steady_clock::now();
     }
 }
 
 bool CStop::isOver() const {
-    const bool isWaiting = m_isAnyLeft && std::chrono::steady_clock::now() - m_start < patienceForOthers;
-    return theEnding || (theDoomedRuns == 0 && !isWaiting);
+    const auto now = std::chrono::steady_clock::now();
+    const bool isWaiting = now - m_lastSeen < betweenJobs && now - m_start < patienceForOthers;
+    return theEnding || (!CStoppableRun::isAnyDoomed() && !isWaiting);
 }
 
 void CStop::sweepUntilOver() {
     for (bool isOver = false; !isOver;) {
         PyEval_AcquireThread(m_own);
-        m_own->thread_id = PyThread_get_thread_ident();
         kzValueBoundary([&] {
             if (!theEnding) sweep();
         });
@@ -235,7 +233,11 @@ bool CStopper::request() noexcept {
     return true;
 }
 
-void CStopper::begin(PyInterpreterState* interpreter) noexcept { theState = PyThreadState_New(interpreter); }
+void CStopper::begin(PyInterpreterState* interpreter) noexcept {
+    PyThreadState* state = PyThreadState_New(interpreter);
+    if (state != nullptr) state->thread_id = 0;  // debuggers search the states for the calling thread's number
+    theState = state;
+}
 
 void CStopper::end() noexcept {
     theEnding = true;
@@ -245,9 +247,24 @@ void CStopper::end() noexcept {
     if (theThread->joinable()) theThread->join();
 }
 
-CStoppableRun::CStoppableRun() noexcept : m_stopsBefore(theStops) { ++theRuns; }
+CStoppableRun::CStoppableRun() noexcept
+    : m_thread(PyThreadState_GET()), m_stopsBefore(theStops), m_below(std::exchange(theRuns, this)) {}
 
 CStoppableRun::~CStoppableRun() {
-    --theRuns;
-    if (m_stopsBefore != theStops && theDoomedRuns > 0) --theDoomedRuns;
+    CStoppableRun** place = &theRuns;  // not always the first: scripts on several threads end in any order
+    while (*place != this) place = &(*place)->m_below;
+    *place = m_below;
+}
+
+bool CStoppableRun::isAnyDoomed() noexcept {
+    for (const CStoppableRun* each = theRuns; each != nullptr; each = each->m_below)
+        if (each->m_stopsBefore != theStops) return true;
+    return false;
+}
+
+bool CStoppableRun::isNewOn(const PyThreadState* thread) noexcept {
+    bool isNew = false;
+    for (const CStoppableRun* each = theRuns; each != nullptr; each = each->m_below)
+        if (each->m_thread == thread) isNew = each->m_stopsBefore == theStops;  // in the end that of the outermost
+    return isNew;
 }

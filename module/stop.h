@@ -26,8 +26,8 @@ public:
     static void end() noexcept;
 };
 
-// RAII guard for a script or a console line. As long as one is running that a stop is to end, what is entered new ends as
-// well: the jobs that it waits for. Needs the interpreter lock.
+// RAII guard for a script or a console line. A stop goes on as long as one is running that it is to end, and leaves alone
+// those that have begun since. Needs the interpreter lock.
 class CStoppableRun {
 public:
     CStoppableRun() noexcept;
@@ -35,6 +35,13 @@ public:
     CStoppableRun(const CStoppableRun&) = delete;
     CStoppableRun& operator=(const CStoppableRun&) = delete;
 
+    // Whether one is running that the last stop is to end.
+    static bool isAnyDoomed() noexcept;
+    // Whether that thread is inside of one that has begun since the last stop.
+    static bool isNewOn(const PyThreadState* thread) noexcept;
+
 private:
+    PyThreadState* m_thread;
     std::uint32_t m_stopsBefore;
+    CStoppableRun* m_below;
 };
