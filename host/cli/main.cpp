@@ -37,7 +37,7 @@ std::string checkAlias(const std::string& text) {
 std::string checkPort(const std::string& text) {
     const bool isNumber = !text.empty() && text.size() < 6 && text.find_first_not_of("0123456789") == text.npos;
     if (isNumber && std::stoi(text) < 65536) return {};
-    return "--debug " + text + " should be a port from 1 to 65535, as 5678, or 0 for any free one";
+    return text + " should be a port from 1 to 65535, as 5678, or 0 for any free one";
 }
 
 void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>& aliases) {

@@ -90,7 +90,7 @@ CStopWatch::CStopWatch(CKzHost& host, std::function<void(int)> endLog) : m_endLo
     sigset_t all, former;  // the other threads handle signals
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &former);
-    m_thread = std::thread([this] { watch(); });
+    m_thread = std::make_unique<std::thread>([this] { watch(); });
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
     theWatchedProcess = getpid();
     struct sigaction action {};
@@ -101,9 +101,13 @@ CStopWatch::CStopWatch(CKzHost& host, std::function<void(int)> endLog) : m_endLo
 }
 
 CStopWatch::~CStopWatch() {
+    if (theWatchedProcess != getpid()) {
+        static_cast<void>(m_thread.release());  // a forked child does not have the thread
+        return;
+    }
     m_isEnding = true;
     wake();
-    m_thread.join();
+    m_thread->join();
 }
 
 void CStopWatch::watch() {

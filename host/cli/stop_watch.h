@@ -7,6 +7,7 @@
 #include <chrono>
 #include <functional>
 #include <list>
+#include <memory>
 #include <thread>
 
 namespace kzhost {
@@ -50,7 +51,7 @@ private:
     std::function<void(int)> m_endLog;
     bool m_isWarned = false;  // that the line of a console does not end
     std::atomic<bool> m_isEnding = false;
-    std::thread m_thread;
+    std::unique_ptr<std::thread> m_thread;
 };
 
 }  // namespace kzhost
