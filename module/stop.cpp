@@ -40,16 +40,17 @@ std::atomic<PyThreadState*> theState{nullptr};  // the sweeps' own; null while t
 std::atomic<bool> theEveryLine{false};
 CKzForever<std::thread> theThread;
 
-// Guarded by the interpreter lock.
-CStoppableRun* theRuns = nullptr;
-std::uint32_t theStops = 0;
+std::atomic<std::uint32_t> theRequests{0};
+CStoppableRun* theRuns = nullptr;  // guarded by the interpreter lock
 
-// What a thread had as its trace function, such as a debugger's, and whether this stop has raised in it.
-enum Kept : Py_ssize_t { keptFunction, keptObject, keptRaised, keptCount };
+// What a thread had as its trace function, such as a debugger's.
+enum Kept : Py_ssize_t { keptFunction, keptObject };
 
+// Ends the stop of the calling thread.
 void giveBack(PyObject* kept) noexcept {
     PyObject* object = PyList_GET_ITEM(kept, keptObject);
     void* function = PyLong_AsVoidPtr(PyList_GET_ITEM(kept, keptFunction));
+    Py_CLEAR(PyThreadState_GET()->async_exc);
     PyEval_SetTrace(reinterpret_cast<Py_tracefunc>(function), object != Py_None ? object : nullptr);
 }
 
@@ -74,23 +75,28 @@ int endFrame(PyObject* kept, PyFrameObject* frame, int what, PyObject* /*arg*/) 
     const bool isOutermost = frame->f_back == nullptr;
     if (isOutermost && what == PyTrace_RETURN) giveBack(kept);
     if (what != PyTrace_CALL && what != PyTrace_LINE) return 0;
-    if ((PyList_GET_ITEM(kept, keptRaised) == Py_True && !theEveryLine) || isEndOfThread(frame)) return 0;
-    Py_INCREF(Py_True);
-    PyList_SetItem(kept, keptRaised, Py_True);
+    if (!theEveryLine || isEndOfThread(frame)) return 0;
     if (isOutermost && what == PyTrace_CALL) giveBack(kept);  // this frame will not be entered
-    PyErr_SetString(PyExc_KeyboardInterrupt, "stopped from outside");
+    PyErr_SetNone(PyExc_KeyboardInterrupt);
     return -1;
+}
+
+// Interrupts that thread soon, wherever it is: a loop that is a single instruction does not call its trace function.
+void interrupt(PyThreadState* thread) noexcept {
+    if (thread->async_exc != nullptr || thread->frame == nullptr || isEndOfThread(thread->frame)) return;
+    Py_INCREF(PyExc_KeyboardInterrupt);
+    thread->async_exc = PyExc_KeyboardInterrupt;
 }
 
 // Makes that thread end what it runs. The calling thread holds the interpreter lock, under a state of its own.
 void doom(PyThreadState* thread) {
     PyObject* object = thread->c_traceobj != nullptr ? thread->c_traceobj : Py_None;
-    const CPyRef kept(
-        Py_BuildValue("[NOO]", PyLong_FromVoidPtr(reinterpret_cast<void*>(thread->c_tracefunc)), object, Py_False),
-        CPyRef::owned);
+    const CPyRef kept(Py_BuildValue("[NO]", PyLong_FromVoidPtr(reinterpret_cast<void*>(thread->c_tracefunc)), object),
+                      CPyRef::owned);
     PyThreadState* own = PyThreadState_Swap(thread);
     PyEval_SetTrace(endFrame, kept);
     PyThreadState_Swap(own);
+    interrupt(thread);
 }
 
 // One stop, from the request on until nothing is left to end.
@@ -112,6 +118,7 @@ private:
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
     std::mutex m_lock;
     std::condition_variable m_changed;
+    std::uint32_t m_requests = 0;  // as many as there were when the sweeps began
     bool m_isRequested = true;
     bool m_hasBegun = false;
     bool m_isOver = false;
@@ -124,7 +131,7 @@ void tell(const char* how, const std::string& stacks) noexcept {
 }
 
 void CStop::beginSweeps() {
-    ++theStops;
+    m_requests = theRequests;
     theEveryLine = false;
     m_start = std::chrono::steady_clock::now();
     const std::string stacks = kzStackReport(m_interpreter, true);
@@ -138,8 +145,8 @@ void CStop::sweep() {
     bool isFirst = false;
     {
         const std::lock_guard lock(m_lock);
-        isFirst =
-            std::exchange(m_isRequested, false) && !CStoppableRun::isAnyDoomed() && (!m_hasBegun || theRuns != nullptr);
+        isFirst = std::exchange(m_isRequested, false) && !CStoppableRun::isAnyOlderThan(m_requests) &&
+                  (!m_hasBegun || theRuns != nullptr);
     }
     if (isFirst) beginSweeps();
     doomAll();
@@ -150,6 +157,7 @@ void CStop::doomAll() {
          each = PyThreadState_Next(each)) {
         const bool isDoomed = each->c_tracefunc == endFrame;
         if (!isDoomed && each->frame != nullptr && !CStoppableRun::isNewOn(each)) doom(each);
+        if (isDoomed && theEveryLine) interrupt(each);
         if (each->c_tracefunc == endFrame) m_lastSeen = std::chrono::steady_clock::now();
     }
 }
@@ -157,7 +165,7 @@ void CStop::doomAll() {
 bool CStop::isOver() const {
     const auto now = std::chrono::steady_clock::now();
     const bool isWaiting = now - m_lastSeen < betweenJobs && now - m_start < patienceForOthers;
-    return theEnding || (!CStoppableRun::isAnyDoomed() && !isWaiting);
+    return theEnding || (!CStoppableRun::isAnyOlderThan(theRequests) && !isWaiting);
 }
 
 void CStop::sweepUntilOver() {
@@ -227,6 +235,7 @@ void CStopper::prepare() {
 
 bool CStopper::request() noexcept {
     if (theEnding || thePreparedProcess != getpid()) return false;
+    ++theRequests;
     const int error = errno;
     sem_post(&theWake);
     errno = error;
@@ -248,7 +257,7 @@ void CStopper::end() noexcept {
 }
 
 CStoppableRun::CStoppableRun() noexcept
-    : m_thread(PyThreadState_GET()), m_stopsBefore(theStops), m_below(std::exchange(theRuns, this)) {}
+    : m_thread(PyThreadState_GET()), m_requestsBefore(theRequests), m_below(std::exchange(theRuns, this)) {}
 
 CStoppableRun::~CStoppableRun() {
     CStoppableRun** place = &theRuns;  // not always the first: scripts on several threads end in any order
@@ -256,15 +265,16 @@ CStoppableRun::~CStoppableRun() {
     *place = m_below;
 }
 
-bool CStoppableRun::isAnyDoomed() noexcept {
+bool CStoppableRun::isAnyOlderThan(std::uint32_t requests) noexcept {
     for (const CStoppableRun* each = theRuns; each != nullptr; each = each->m_below)
-        if (each->m_stopsBefore != theStops) return true;
+        if (each->m_requestsBefore < requests) return true;
     return false;
 }
 
 bool CStoppableRun::isNewOn(const PyThreadState* thread) noexcept {
     bool isNew = false;
     for (const CStoppableRun* each = theRuns; each != nullptr; each = each->m_below)
-        if (each->m_thread == thread) isNew = each->m_stopsBefore == theStops;  // in the end that of the outermost
+        if (each->m_thread == thread)
+            isNew = each->m_requestsBefore == theRequests;  // in the end that of the outermost
     return isNew;
 }

@@ -1,9 +1,8 @@
 // Ending Python code from outside.
 //
 // A request must not wait and may come from a signal handler, so it only wakes a thread that exists already. For each stop
-// this thread starts another one, which takes the interpreter lock and gives every Python thread a trace function that
-// raises KeyboardInterrupt: once, and after a second or a further request at every line, so that no handler goes on for
-// long. If the lock cannot be had, because code in C keeps it, the first thread reports where Python is all the same.
+// this thread starts another one, which takes the interpreter lock and interrupts every Python thread with KeyboardInterrupt.
+// After a second or a further request, a trace function raises it at every line, so that no handler goes on for long. If the lock cannot be had, because code in C keeps it, the first thread reports where Python is all the same.
 #pragma once
 
 #include "module/python.h"
@@ -35,13 +34,13 @@ public:
     CStoppableRun(const CStoppableRun&) = delete;
     CStoppableRun& operator=(const CStoppableRun&) = delete;
 
-    // Whether one is running that the last stop is to end.
-    static bool isAnyDoomed() noexcept;
-    // Whether that thread is inside of one that has begun since the last stop.
+    // Whether one is running that began before there were so many requests.
+    static bool isAnyOlderThan(std::uint32_t requests) noexcept;
+    // Whether that thread is inside of one that has begun since the last request.
     static bool isNewOn(const PyThreadState* thread) noexcept;
 
 private:
     PyThreadState* m_thread;
-    std::uint32_t m_stopsBefore;
+    std::uint32_t m_requestsBefore;
     CStoppableRun* m_below;
 };

@@ -17,7 +17,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly stamps=$root/build/setup
 readonly pyflakes=$root/build/pyflakes
 
-readonly groups='build test debugger package symbols lint fuzz coverage site'
+readonly groups='build test package symbols lint fuzz coverage site'
 readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
     libfmt-dev libcli11-dev nlohmann-json3-dev libreadline-dev libgtest-dev)
 readonly python_packages=(python2.7 libpython2.7-dev)
