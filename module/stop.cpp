@@ -103,13 +103,14 @@ void doom(PyThreadState* thread) {
 class CStop {
 public:
     explicit CStop(PyThreadState* own) : m_own(own), m_interpreter(own->interp) {}
-    // Runs the stop. Further requests are further posts of the semaphore.
+    // Runs the stop, and with it those that are asked for meanwhile.
     void run();
 
 private:
     void sweepUntilOver();
     void sweep();
     void beginSweeps();
+    bool isAnyToEnd() const;
     void doomAll();
     bool isOver() const;
 
@@ -119,7 +120,6 @@ private:
     std::mutex m_lock;
     std::condition_variable m_changed;
     std::uint32_t m_requests = 0;  // as many as there were when the sweeps began
-    bool m_isRequested = true;
     bool m_hasBegun = false;
     bool m_isOver = false;
     std::chrono::steady_clock::time_point m_lastSeen;  // when something was left to end
@@ -142,14 +142,17 @@ void CStop::beginSweeps() {
 
 // Everything that runs now is to end, and what is entered while it does, because somebody may wait for that.
 void CStop::sweep() {
-    bool isFirst = false;
-    {
-        const std::lock_guard lock(m_lock);
-        isFirst = std::exchange(m_isRequested, false) && !CStoppableRun::isAnyOlderThan(m_requests) &&
-                  (!m_hasBegun || theRuns != nullptr);
+    if (m_requests != theRequests) {
+        if (CStoppableRun::isAnyOlderThan(m_requests)) theEveryLine = true;
+        else if (isAnyToEnd()) beginSweeps();
     }
-    if (isFirst) beginSweeps();
     doomAll();
+}
+
+bool CStop::isAnyToEnd() const {
+    PyThreadState* each = PyInterpreterState_ThreadHead(m_interpreter);
+    while (each != nullptr && (each->frame == nullptr || CStoppableRun::isNewOn(each))) each = PyThreadState_Next(each);
+    return each != nullptr;
 }
 
 void CStop::doomAll() {
@@ -179,9 +182,9 @@ void CStop::sweepUntilOver() {
         PyEval_ReleaseThread(m_own);
         std::unique_lock lock(m_lock);
         m_hasBegun = true;
-        m_isOver = isOver = isOver && (!m_isRequested || theEnding);
+        m_isOver = isOver;
         m_changed.notify_all();
-        if (!isOver) m_changed.wait_for(lock, betweenSweeps, [this] { return m_isRequested || theEnding; });
+        if (!isOver) m_changed.wait_for(lock, betweenSweeps, [] { return theEnding.load(); });
     }
 }
 
@@ -196,7 +199,6 @@ void CStop::run() {
     }
     while (!m_changed.wait_for(lock, patienceForEnd, [this] { return m_isOver; })) {
         if (m_hasBegun) theEveryLine = true;
-        if (sem_trywait(&theWake) == 0) m_isRequested = true;
         m_changed.notify_all();
     }
     lock.unlock();
