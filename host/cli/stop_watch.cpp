@@ -2,8 +2,9 @@
 #include "host/cli/stop_watch.h"
 
 #include "host/cli/exit_status.h"
-#include "host/cli/program.h"
+#include "host/cli/standard_streams.h"
 #include "host/core/module_table.h"
+#include "host/kz_host.h"
 
 #include <cerrno>
 #include <csignal>
@@ -28,6 +29,8 @@ std::atomic<pid_t> theWatchedProcess{0};
 std::atomic<int> theRequests{0};
 std::atomic<int> theLines{0};
 std::atomic<bool> theConversation{false};
+
+void say(const std::string& text) { CStandardStreams::get().errorLine("kzhost: " + text); }
 
 void wake() noexcept {
     const int error = errno;
@@ -146,13 +149,13 @@ void CStopWatch::stopOnce() {
 void CStopWatch::giveUp() {
     if (!theConversation || m_isWarned) endProcess();
     m_isWarned = true;
-    CProgram::say("the line does not end: code in C keeps the interpreter or waits; kzhost stop " +
-                  std::to_string(getpid()) + " now ends the console");
+    say("the line does not end: code in C keeps the interpreter or waits; kzhost stop " + std::to_string(getpid()) +
+        " now ends the console");
 }
 
 void CStopWatch::endProcess() {
     const auto last = std::async(std::launch::async, [this] {
-        CProgram::say("ended by force, because code in C keeps the interpreter or waits");
+        say("ended by force, because code in C keeps the interpreter or waits");
         m_endLog(exitInterrupted);
     });
     last.wait_for(patienceAfterMore);  // others may have stopped while they were writing

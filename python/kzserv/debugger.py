@@ -21,8 +21,8 @@ def listen(port):
         import debugpy
     except ImportError as error:
         return 0, MISSING % error
-    # The process that speaks with the debugger outlives this one. Whoever reads what the script prints through a pipe would
-    # wait for that process if it kept the pipe open.
+    # The process that speaks with the debugger outlives this one. Whoever reads what the script prints through a pipe
+    # would wait for that process if it kept the pipe open.
     start = subprocess.Popen
     try:
         with open(os.devnull, "r+") as nowhere:

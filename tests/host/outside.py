@@ -49,17 +49,21 @@ def check_stops():
     table = (
         (stop, ('run',), OUTER + READY + 'outer()',
          '\\(spin\\)\n .. outside\\d+.py: 7 \\(outer\\)\n .. outside\\d+.py: 11 \\(<module>\\)\n'),
-        (interrupt_twice, ('run',), OUTER + 'told = False\nwhile True:\n  try:\n    if not told:\n      told = True\n      '
-         + READY.replace('\n', '; ', 1) + '    outer()\n  except: pass', 'where Python was:\n'),
+        (interrupt_twice, ('run',), OUTER
+         + 'told = 0\nwhile 1:\n  try:\n    if not told:\n      told = 1\n      ' + READY
+         .replace('\n', '; ', 1) + '    outer()\n  except: pass', 'where Python was:\n'),
         (stop_twice, ('run',), READY + 'def sums():\n  return sum(xrange(10 ** 12))\nsums()',
          'code in C .*\nthread \\d+\n .. outside\\d+.py: 4 \\(sums\\)\n .*\nkzhost: ended by force'),
         (stop, ('run',), READY + 'import time\nwhile True: time.sleep(600)', 'exception "KeyboardInterrupt"'),
         (stop, ('run',), 'import threading, time\nt = threading.Thread(target=time.sleep, args=(600,), name="idler")\n'
          't.start()\n' + READY + 't.join()', 'thread \\d+ "idler"\n(.*\n)*thread \\d+ "MainThread"\n'),
-        (stop, ('run',), 'begun = []\n' + JOB % ('begun.append(1)\n    while True: pass', 9) + 'while not begun: time.sleep(.01)\n' + READY + WAIT,
+        (stop, ('run',), 'begun = []\n' + JOB % ('begun.append(1)\n    while True: pass', 9)
+         + 'while not begun: time.sleep(.01)\n' + READY + WAIT,
          '\\(job_Execute\\)\n(.*\n)*thread \\d+ "MainThread"\n(.*\n)* .. outside\\d+.py: \\d+ \\(<module>\\)\n'),
-        (stop, ('run',), 'import atexit\n' + SPIN + 'atexit.register(spin)\n' + READY, '\\(spin\\)\n .. .*\\(_run_exitf'),
-        (stop, ('run',), READY + 'import kz\nopen("in.py", "w").write(%r)\nwhile True:\n  try: kz.eval("@in.py")\n  except: pass'
+        (stop, ('run',), 'import atexit\n'
+         + SPIN + 'atexit.register(spin)\n' + READY, '\\(spin\\)\n .. .*\\(_run_exitf'),
+        (stop, ('run',), READY
+         + 'import kz\nopen("in.py", "w").write(%r)\nwhile True:\n  try: kz.eval("@in.py")\n  except: pass'
          % (SPIN + 'spin()'), 'in.py: 5 \\(<module>\\)\n .. outside\\d+.py: 6 \\(<module>\\)\n'),
         (stop, (), 'import kz\n' + SPIN + READY + 'spin()', '\\(spin\\)\n'))
     for ask, options, text, wanted in table:
@@ -135,7 +139,8 @@ def check_debugger():
         thread = debugger.read('stopped')['threadId']
         stack = debugger.ask('stackTrace', threadId=thread)['stackFrames']
         scope = debugger.ask('scopes', frameId=stack[0]['id'])['scopes'][0]['variablesReference']
-        names = dict((each['name'], each['value']) for each in debugger.ask('variables', variablesReference=scope)['variables'])
+        variables = debugger.ask('variables', variablesReference=scope)['variables']
+        names = dict((each['name'], each['value']) for each in variables)
         value = debugger.ask('evaluate', expression='1 + 1', frameId=stack[0]['id'])['result']
         seen.append(([(each['name'], each['line']) for each in stack], names.get('inside'), names.get('last'), value))
         debugger.ask(command, threadId=thread)
