@@ -8,6 +8,7 @@
 #include "module/output.h"
 #include "module/parts.h"
 #include "module/pending_exception.h"
+#include "module/stop.h"
 #include "module/thread_states.h"
 
 #include "kz/base/global_cache.h"
@@ -50,9 +51,17 @@ void runSource(const char* source) {
     kzNonNull(result.get());
 }
 
+// Exit functions, and threads that finalisation waits for before them, can still be stopped; what follows them cannot.
+void endStopping() noexcept {
+    Py_BEGIN_ALLOW_THREADS;
+    CStopper::end();
+    Py_END_ALLOW_THREADS;
+}
+
 PyObject* runExitFunction(PyObject* holder, PyObject* /*args*/) {
     const CPyRefNull result(PyObject_CallObject(PyList_GET_ITEM(holder, 0), nullptr));
     if (result.get() == nullptr) kzTellException();
+    endStopping();
     Py_RETURN_NONE;
 }
 
@@ -302,6 +311,24 @@ void MainInterpreter::importThreading() noexcept {
     PyErr_Clear();
 }
 
+// A thread of the host begins here, so it is one of those that threading.settrace and setprofile are for. Debuggers and
+// profilers reach it that way.
+void MainInterpreter::installHooks() noexcept {
+    PyObject* threading = PyDict_GetItemString(PyImport_GetModuleDict(), "threading");
+    if (threading == nullptr || !PyModule_Check(threading)) return;
+    for (const auto& [name, setter] :
+         {std::pair{"_trace_hook", "settrace"}, std::pair{"_profile_hook", "setprofile"}}) {
+        PyObject* hook = PyDict_GetItemString(PyModule_GetDict(threading), name);
+        PyObject* function = PySys_GetObject(kzText(setter));
+        if (hook == nullptr || hook == Py_None || function == nullptr) continue;
+        // Debuggers ignore threads that threading does not know.
+        const CPyRefNull known(PyObject_CallMethod(threading, kzText("currentThread"), nullptr));
+        if (known.get() == nullptr) PyErr_Clear();
+        const CPyRefNull result(PyObject_CallFunctionObjArgs(function, hook, nullptr));
+        if (result.get() == nullptr) kzTellException("the hook of threading for new threads failed");
+    }
+}
+
 void MainInterpreter::prepareEnd() {
     m_guardedFunction = kzNonNull(Py_BuildValue("[O]", Py_None));
     m_exitGuard = kzNonNull(PyCFunction_New(&exitFunction, m_guardedFunction));
@@ -315,7 +342,7 @@ void MainInterpreter::prepareEnd() {
 void MainInterpreter::guardExitFunction() noexcept {
     PyObject* names = m_exitName != nullptr ? m_mainThread->interp->sysdict : nullptr;
     PyObject* function = names != nullptr ? PyDict_GetItem(names, m_exitName) : nullptr;
-    if (function == nullptr) return;
+    if (function == nullptr) return endStopping();
     Py_INCREF(function);
     if (PyList_SetItem(m_guardedFunction, 0, function) != 0 || PyDict_SetItem(names, m_exitName, m_exitGuard) != 0)
         PyErr_Clear();

@@ -60,8 +60,10 @@ public:
     int runProgram(const std::vector<std::string>& words, void (*importKz)());
     // Sets up kz in the running program's interpreter, as `start` does in a new one. Throws the same codes.
     void adopt(KzProgress& progress, const std::function<void()>& importSupport);
-    // Called for each thread of the host that enters Python for the first time. Needs the interpreter lock.
+    // Both are called for each thread of the host that enters Python for the first time. Need the interpreter lock.
     void importThreading() noexcept;
+    // As above, also for a thread that has taken over the state of one that has ended.
+    void installHooks() noexcept;
     // Releases every Python object, before the interpreter ends. Needs the interpreter lock.
     void letGo() noexcept;
 

@@ -55,7 +55,9 @@ void CPyLock::acquire(const char* what) {
     m_thread = thread;
     if (existing != nullptr) return;
     PyThreadState_Clear(thread);  // drops what a previous owner has left in a recycled state
-    PythonRuntime::running().importThreading();
+    MainInterpreter& interpreter = PythonRuntime::running();
+    interpreter.importThreading();
+    interpreter.installHooks();
 }
 
 bool CPyLock::isCalled(const void* object) noexcept {

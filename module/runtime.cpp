@@ -9,6 +9,7 @@
 #include "module/lock_state.h"
 #include "module/output.h"
 #include "module/parts.h"
+#include "module/stop.h"
 #include "module/thread_states.h"
 
 #include "kz/base/boundary.h"
@@ -101,6 +102,7 @@ void PythonRuntime::begin(const std::function<void()>& start) {
     m_progress = "";
     m_mainThread = m_interpreter->mainThread();
     CThreadStates::begin(m_mainThread);
+    CStopper::begin(m_mainThread->interp);
 }
 
 MainInterpreter& PythonRuntime::running() {
@@ -194,6 +196,7 @@ PyObject* PythonRuntime::endOfProgram(PyObject* /*self*/, PyObject* /*args*/) {
     if (theProgram == getpid()) {
         Py_BEGIN_ALLOW_THREADS;
         if (!CGate::isInside() && !waitUntilEmpty()) tellWhoStays();
+        CStopper::end();
         Py_END_ALLOW_THREADS;
     }
     kzValueBoundary([] { theParts.releaseServers(); });
@@ -236,6 +239,7 @@ bool PythonRuntime::stop() noexcept {
     CThreadStates::end();
     theReady = false;
     if (runtime != nullptr) runtime->end();
+    else CStopper::end();
     theParts.finish(true);
     theRuntime = nullptr;
     return true;

@@ -8,6 +8,7 @@
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
 #include "module/runtime.h"
+#include "module/stop.h"
 #include "script/outcome.h"
 #include "script/statement.h"
 #include "script/static_tags.h"
@@ -113,6 +114,7 @@ KzResult CLineInterpreter::lin_Execute(const char* line, IKzUnknown* execution) 
     const std::string_view text = line != nullptr ? line : "";
     if (m_pending.empty() && text.empty()) return KZe_SCRIPT_LINEISCOMMENT;
     CPyLock lock("a console line");
+    const CStoppableRun stoppable;
     kzSetQuiet(false);
     const bool wasPending = !m_pending.empty();
     if (wasPending) m_pending += '\n';

@@ -2,6 +2,7 @@
 #include "script/script_interpreter.h"
 
 #include "module/py_lock.h"
+#include "module/stop.h"
 #include "script/interpreter_script.h"
 #include "script/script_surroundings.h"
 #include "script/static_tags.h"
@@ -22,9 +23,14 @@ constexpr KzTagRecord tags[] = {
     {"saver.dosType", "PY", nullptr},
 };
 
-class CInterpreter : public CKzImpl_TextScriptInterpreter, public CStaticTags<tags>, public CKzImpl_InterpreterProgram {
+class CInterpreter : public CKzImpl_TextScriptInterpreter,
+                     public CStaticTags<tags>,
+                     public CKzImpl_InterpreterProgram,
+                     public CKzImpl_InterpreterStop {
 public:
     KzResult interpreterprogram_Main(IKzUnknown* words, std::int32_t* status) override;
+    KzResult interpreterstop_Prepare() override;
+    KzResult interpreterstop_Stop() override;
     KzResult tsi_ValidateHeader(const char* header) override;
     KzResult tsi_Run(IKzUnknown* script, std::uint32_t flags, const char* args, IKzUnknown* message) override;
 };
@@ -72,6 +78,7 @@ KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const ch
 
     CPyLock lock("a script");
     kzSetQuiet(false);
+    const CStoppableRun stoppable;
     CInterpreterScript run(name, flags);
     run.prepare(typedMessage.ptr(), args);
     return run.execute(text.get(), wordsOf(script));
@@ -85,6 +92,13 @@ KzResult CInterpreter::interpreterprogram_Main(IKzUnknown* words, std::int32_t* 
     return KZe_OK;
 }
 
+KzResult CInterpreter::interpreterstop_Prepare() {
+    CStopper::prepare();
+    return KZe_OK;
+}
+
+KzResult CInterpreter::interpreterstop_Stop() { return CStopper::request() ? KZe_OK : KZe_NOTAVAILABLE; }
+
 }  // namespace
 
 void registerServer(CKzThisModule& module) {
@@ -93,6 +107,7 @@ void registerServer(CKzThisModule& module) {
         polymorph->append(kzMakeRecord<CKzIfc_TextScriptInterpreter<CInterpreter>>());
         polymorph->append(kzMakeRecord<CKzIfc_TagDescription<CInterpreter>>());
         polymorph->append(kzMakeRecord<CKzIfc_InterpreterProgram<CInterpreter>>());
+        polymorph->append(kzMakeRecord<CKzIfc_InterpreterStop<CInterpreter>>());
     }
     module.addServer("python", &*polymorph);
 }

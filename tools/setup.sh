@@ -5,6 +5,7 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/apt.sh"
+. "$root/tools/setup/debugger.sh"
 . "$root/tools/setup/farm.sh"
 . "$root/tools/setup/pictures.sh"
 . "$root/tools/setup/previous_release.sh"
@@ -26,6 +27,7 @@ groups_for() {
     case $1 in
         run | console | build | bench) echo build ;;
         docs) echo build site ;;
+        debugger) echo debugger ;;
         test) echo build test ;;
         lint) echo build lint ;;
         package) echo build package ;;
@@ -76,10 +78,14 @@ set_up_test() {
     install_pictures
     install_farm "$root/build/dask"
     install_checkers "$root/build/checkers"
+    install_debugger "$root/build/data/kzhost/debugger" ||
+        say "not available: debugpy for Python 2.7 - the test 'KzHostTest.ObeysStopsAndDebuggers' fails"
     install_wheels "$root/build/pyside2" PySide2/QtWidgets.so "checks of kz.getQWidget with real widgets are skipped" \
         'PySide2==5.14.*' 'shiboken2==5.14.*'
     install_wheels "$root/build/numpy" numpy/__init__.py "the example with numpy is not checked" 'numpy==1.16.*'
 }
+
+set_up_debugger() { install_debugger "$(debugger_folder)" || die "debugpy could not be fetched"; }
 
 set_up_package() {
     install_packages patchelf dpkg-dev file mmdebstrap || die "what makes packages could not be installed"

@@ -2,6 +2,7 @@
 #include "host/cli/console.h"
 
 #include "host/cli/console_editor.h"
+#include "host/cli/debugger.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/line_session.h"
 #include "host/cli/program.h"
@@ -18,7 +19,7 @@ namespace {
 
 // What was typed or pasted, which may be several lines. What fails on a terminal has been seen there.
 void runLines(CLineSession& session, const std::string& lines) {
-    const CInterruptScope interrupts(CInterruptScope::Second::isAnother);
+    const CInterruptScope interrupts(CInterruptScope::Second::endsLine);
     for (std::size_t start = 0, end = 0; end != std::string::npos; start = end + 1) {
         end = lines.find('\n', start);
         const std::string line = lines.substr(start, end - start);
@@ -28,7 +29,7 @@ void runLines(CLineSession& session, const std::string& lines) {
 }
 
 void endStatement(CLineSession& session) {
-    const CInterruptScope interrupts(CInterruptScope::Second::isAnother);
+    const CInterruptScope interrupts(CInterruptScope::Second::endsLine);
     session.finish();
 }
 
@@ -82,8 +83,10 @@ int kzRunConsole(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
     CLineSession session(program);
     if (const int status = session.open(); status != exitOk) return status;
+    if (const int status = kzWaitForDebugger(program); status != exitOk) return status;
     if (isatty(STDIN_FILENO) == 0) return readAll(session);
     const CTerminalGuard guard;
+    CStopWatch::holdConversation();
     CConsoleEditor editor(session, program.host());
     return converse(session, editor);
 }

@@ -6,11 +6,11 @@
 namespace kzhost {
 
 // While it lives, SIGINT is noted, asks the tasks of all monitors to abort, and is handed on to whoever handled it
-// before, as the script's interpreter does. Where nobody did, the signal ends the process as usual; a second one within
-// a second always does, except in a conversation, whose user would lose it.
+// before, as the script's interpreter does. Where nobody did, the signal ends the process as usual. A second one within
+// two seconds stops what runs, as `kzhost stop` does: the program, or only the line of a conversation.
 class CInterruptScope {
 public:
-    enum class Second { endsAll, isAnother };
+    enum class Second { endsAll, endsLine };
 
     explicit CInterruptScope(Second second = Second::endsAll);
     ~CInterruptScope();
@@ -22,6 +22,7 @@ public:
 
 private:
     struct sigaction m_former {};
+    Second m_second;
 };
 
 }  // namespace kzhost

@@ -9,6 +9,7 @@
 #include "host/cli/run_script.h"
 #include "host/cli/server_verbs.h"
 #include "host/cli/standard_streams.h"
+#include "host/cli/stop_process.h"
 #include "host/state/text.h"
 
 #include "kz_version.h"
@@ -33,6 +34,12 @@ std::string checkAlias(const std::string& text) {
     return {};
 }
 
+std::string checkPort(const std::string& text) {
+    const bool isNumber = !text.empty() && text.size() < 6 && text.find_first_not_of("0123456789") == text.npos;
+    if (isNumber && std::stoi(text) < 65536) return {};
+    return text + " should be a port from 1 to 65535, as 5678, or 0 for any free one";
+}
+
 void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>& aliases) {
     app.add_option("--plugin", options.plugin, "The module to load, instead of the one beside the program")
         ->type_name("FILE");
@@ -51,6 +58,10 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
                    "Append the event log to FILE, one JSON object a line; - is standard output")
         ->type_name("FILE");
     options.watch.addTo(app);
+    app.add_option("--debug", options.debugPort,
+                   "Wait on this port of 127.0.0.1 until a debugger has attached, and then run")
+        ->type_name("PORT")
+        ->check(checkPort);
     app.add_flag("--trace", options.trace, "Show each call of the module to the host");
     app.add_flag("--quiet", options.quiet, "Only output and errors, no notices");
 }
@@ -164,8 +175,8 @@ int runProgram(int count, char** arguments) {
     app.footer(
         "The exit status is 0 for success, 1 for a failure (standard error says which), 2 for a wrong command line, 3\n"
         "without a module, 4 without its interpreter, the code of a script's sys.exit up to 125, 130 when "
-        "interrupted,\n"
-        "and 141 when nobody reads standard output any more.");
+        "interrupted\n"
+        "or stopped, and 141 when nobody reads standard output any more.");
     app.require_subcommand(0, 1);
     app.allow_extras();  // reported below, by name
 
@@ -187,6 +198,8 @@ int runProgram(int count, char** arguments) {
     CLI::App* console = app.add_subcommand("console", "Type Python lines; a pipe is read line by line");
     CLI::App* cmd = app.add_subcommand("cmd", "Execute a command string, or print what it queries");
     cmd->add_option("STRING", script, "The command, as \"user.value size 12 type:integer\"")->required();
+    CLI::App* stop = app.add_subcommand("stop", "End what another kzhost runs, which tells where it was");
+    stop->add_option("PID", script, "The number of its process")->required();
     CLI::App* commands = app.add_subcommand("commands", "List the commands and their arguments");
     CLI::App* servers = app.add_subcommand("servers", "List the servers that the module offers");
     CLI::App* coverage =
@@ -214,6 +227,12 @@ int runProgram(int count, char** arguments) {
     const bool isNothingNamed = app.get_subcommands().empty() && !line.isForInterpreter;
     if (isNothingNamed || !wordsLeft(app).empty()) return refuse(app);
     if (coverage->parsed()) return kzShowCoverage(script, asJson);
+    if (stop->parsed()) return kzStopProcess(script);
+    if (options.debugPort && line.isForInterpreter) {
+        CProgram::say("--debug is for what the host runs, as kzhost run; a program of Python's own starts with "
+                      "kzhost -m debugpy");
+        return exitUsage;
+    }
     takeAliases(options, aliases);
     CProgram program(std::move(options));
     return program.finish(guarded([&] {

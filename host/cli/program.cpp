@@ -104,6 +104,7 @@ int CProgram::loadModules() {
         say("the module cannot be loaded: " + why);
         return exitNoModule;
     }
+    m_stopWatch.emplace(host(), [this](int status) { m_logFile.end(CStandardStreams::get().finish(status)); });
     return exitOk;
 }
 
@@ -118,7 +119,9 @@ void CProgram::showProgress() {
 
 int CProgram::finish(int status) {
     m_host.reset();
+    m_stopWatch.reset();
     if (status == exitOk && (m_hasLeaks || m_hasDifferences)) status = exitFailed;
+    if (CStopWatch::isProgramStopped()) status = exitInterrupted;
     return m_logFile.end(CStandardStreams::get().finish(status));
 }
 

@@ -3,6 +3,7 @@
 
 #include "host/cli/exit_status.h"
 #include "host/cli/log_file.h"
+#include "host/cli/stop_watch.h"
 #include "host/cli/watch_options.h"
 #include "host/kz_host.h"
 
@@ -20,6 +21,7 @@ struct ProgramOptions {
     std::vector<std::string> importPaths;
     std::string logFile;
     WatchOptions watch;
+    std::optional<int> debugPort;
     bool trace = false;
     bool quiet = false;
 };
@@ -53,6 +55,7 @@ private:
     ProgramOptions m_options;
     CLogFile m_logFile;  // outlives the host, which logs until its end
     std::optional<CKzHost> m_host;
+    std::optional<CStopWatch> m_stopWatch;  // outlives the host, whose end can be stopped, too
     bool m_startFailed = false;
     bool m_hasLeaks = false;
     bool m_hasDifferences = false;  // from the recording that was made or played

@@ -3,6 +3,7 @@
 
 #include "kz/command.h"
 
+#include "host/cli/debugger.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/program.h"
 #include "host/cli/standard_streams.h"
@@ -46,6 +47,7 @@ std::string usageOf(const CCommandRegistry& registry, const std::string& name) {
 int kzRunCommand(CProgram& program, const std::string& text) {
     if (const int status = program.start(); status != exitOk) return status;
     program.wakeInterpreters();
+    if (const int status = kzWaitForDebugger(program); status != exitOk) return status;
     const CInterruptScope interrupts;
     const CCommandDispatcher& commands = program.host().commands();
     const CCommandDispatcher::Outcome outcome = commands.perform(text, 0);

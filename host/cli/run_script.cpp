@@ -1,6 +1,7 @@
 // kzhost run: one script from start to exit status.
 #include "host/cli/run_script.h"
 
+#include "host/cli/debugger.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/program.h"
 #include "host/cli/script_end.h"
@@ -13,6 +14,8 @@
 #include "kz/result.h"
 
 #include <fmt/format.h>
+
+#include <filesystem>
 
 namespace kzhost {
 
@@ -51,8 +54,11 @@ std::string interpreterName(CProgram& program, const CScript& script) {
 
 }  // namespace
 
-int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments) {
+int kzRunScript(CProgram& program, const std::string& file, const std::vector<std::string>& arguments) {
     std::string problem;
+    // A debugger knows the files by their whole paths.
+    const bool isDebugged = program.options().debugPort && file != "-";
+    const std::string path = isDebugged ? std::filesystem::absolute(file).lexically_normal().string() : file;
     const auto script = kzReadScript(path, problem);
     if (!script) {
         CProgram::say(path + ": " + problem);
@@ -74,7 +80,9 @@ int kzRunScript(CProgram& program, const std::string& path, const std::vector<st
         CProgram::say(path + ": the interpreter \"" + interpreter + "\" failed to start");
         return exitNoInterpreter;
     }
+    if (const int status = kzWaitForDebugger(program); status != exitOk) return status;
     const CInterruptScope interrupts;
+    if (CStopWatch::isProgramStopped()) return exitInterrupted;
     return statusOf(path, program.host().run(script, 0, kzJoinArguments(arguments, problem)));
 }
 

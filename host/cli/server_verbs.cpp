@@ -1,6 +1,7 @@
 // The verbs check, validate, convert and tree.
 #include "host/cli/server_verbs.h"
 
+#include "host/cli/debugger.h"
 #include "host/cli/run_interpreter.h"
 #include "host/cli/standard_streams.h"
 #include "host/cli/tree_walk.h"
@@ -103,7 +104,7 @@ int startAll(CProgram& program) {
     if (const int status = program.start(); status != exitOk) return status;
     for (const KzServer& server : program.host().modules().servers(KZa_LINEINTERPRETER))
         if (!program.wakeInterpreter(server.name)) return exitNoInterpreter;
-    return exitOk;
+    return kzWaitForDebugger(program);
 }
 
 int failed(const std::string& what, KzResult code) {

@@ -5,8 +5,10 @@ import re
 import select
 import signal
 import struct
+import subprocess
 import sys
 import termios
+import time
 
 import checks
 
@@ -100,6 +102,20 @@ def check_a_conversation():
         checks.equal((typed, wanted in terminal.read(wanted, False)), (typed, True))
     terminal.type('\x03', 'KeyboardInterrupt')
     checks.equal(terminal.end('exit(5)\r'), (5 << 8, True))
+
+
+def check_a_line_is_stopped():
+    """By Ctrl-C twice and by another process, and the console goes on."""
+    terminal = Terminal()
+    spin = 'exec "told = 0\\nwhile 1:\\n try:\\n  if not told: told = 1; print 10 * 10\\n  while 1: 1\\n except: pass"'
+    for stop in (lambda: os.write(terminal.keys, '\x03') and time.sleep(0.1) or os.write(terminal.keys, '\x03'),
+                 lambda: subprocess.call((PROGRAM, 'stop', str(terminal.child)))):
+        os.write(terminal.keys, spin + '\r')
+        checks.equal('\n100\n' in terminal.read('\n100\n', False), True)
+        stop()
+        checks.equal('this is where Python was' in terminal.read('KeyboardInterrupt'), True)
+        terminal.type('6 * 7\r', '\n42\n')
+    checks.equal(terminal.end('\x04'), (0, True))
 
 
 def check_the_terminal_is_as_it_was():

@@ -8,6 +8,7 @@
 #include "kz/module.h"
 #include "kz/result.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <regex>
 
@@ -36,6 +37,36 @@ TEST_F(ScriptRunTest, IsAskedByTheWordPython) {
     EXPECT_EQ(tags.Describe(3, &record), KZe_OUTOFBOUNDS);
     EXPECT_EQ(interpreter->Run(nullptr, 0, "", nullptr), KZe_INVALIDARG);
     EXPECT_EQ(interpreter->Run(CHostRef<CScript>::make("quiet.py", "1/0").raw(), 0, nullptr, nullptr), KZe_FAILED);
+}
+
+CKzUser_InterpreterStop theStop;
+
+// Before the start, from a signal handler, twice, after the script's end, and after the interpreter's.
+TEST_F(ScriptRunTest, IsStoppedFromOutside) {
+    CKzLoc_Unknown object;
+    theStop.set(host.spawn(KZa_TEXTSCRIPTINTERPRETER, object).raw());
+    EXPECT_EQ(theStop.Stop(), KZe_NOTAVAILABLE);
+    EXPECT_EQ(theStop.Prepare(), KZe_OK);
+    EXPECT_EQ(theStop.Prepare(), KZe_OK);
+    std::signal(SIGUSR1, [](int) { EXPECT_EQ(theStop.Stop(), KZe_OK); });
+    const std::string swallow = "\n  while True:\n    try: spin()\n    except: pass\n";
+    for (const std::string stops : {"kill(getpid(), 10)", "kill(getpid(), 10); kill(getpid(), 10)"}) {
+        EXPECT_EQ(theStop.Stop(), KZe_OK);
+        EXPECT_EQ(host.run("import sys\nassert sys.gettrace() is None").code, KZe_OK) << "it began after the stop";
+        host.clearLog();
+        EXPECT_EQ(
+            host.run("from os import *\nimport sys\nsys.settrace(lambda *a: None)\ndef spin():\n  while True: pass\n"
+                     "def swallow():" +
+                     swallow + stops + "\ntry: swallow()\nfinally: f = sys.gettrace")
+                .code,
+            KZe_FAILED);
+        EXPECT_NE(host.log("python").find("where Python was:\nthread "), std::string::npos) << host.log("python");
+        EXPECT_EQ(host.run("import sys\nassert sys.gettrace()\nsys.settrace(None)").code, KZe_OK) << "given back";
+    }
+    host.host.unload();
+    EXPECT_EQ(theStop.Stop(), KZe_NOTAVAILABLE);
+    EXPECT_EQ(theStop.Prepare(), KZe_NOTAVAILABLE);
+    theStop.clear();
 }
 
 TEST_F(ScriptRunTest, SplitsItsArguments) {
