@@ -2,8 +2,8 @@
 #include "script/line_interpreter.h"
 
 #include "kz/base/object_output.h"
-#include "module/crossing_watch.h"
 #include "module/checks.h"
+#include "module/crossing_watch.h"
 #include "module/output.h"
 #include "module/pending_exception.h"
 #include "module/py_lock.h"
