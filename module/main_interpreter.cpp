@@ -288,23 +288,22 @@ void MainInterpreter::initialise() {
 }
 
 // threading takes the thread that imports it first for the main one. Its import is too slow for scripts that do not use
-// it, so it is delayed until another thread first enters, and threading is then told which thread is the main one. The
-// import must not block, because the thread that holds the import lock may be waiting for this one; if it fails for
+// it, so it is delayed until another thread first enters, and the entry of the main thread is then corrected. The import
+// must not block, because the thread that holds the import lock may be waiting for this one; if it fails for
 // that reason, the next thread that enters tries again.
 void MainInterpreter::importThreading() noexcept {
     if (m_hasThreading) return;
     m_hasThreading = true;
     kzValueBoundary([this] {
         if (PyDict_GetItemString(PyImport_GetModuleDict(), "threading") != nullptr) return;
-        static PyMethodDef row = {"get_ident", [](PyObject* ident, PyObject*) { return Py_INCREF(ident), ident; },
-                                  METH_NOARGS, nullptr};
-        const CPyRef ident(PyInt_FromLong(m_mainThread->thread_id), CPyRef::owned);
-        const CPyRef mainIdent(PyCFunction_New(&row, ident), CPyRef::owned);
-        const CPyRef low(PyImport_ImportModuleNoBlock("thread"), CPyRef::owned);
-        const CPyRef ownIdent(PyObject_GetAttrString(low, "get_ident"), CPyRef::owned);
-        const CReplacedAttribute replaced(low, "get_ident", mainIdent);
         const CPyRef threading(PyImport_ImportModuleNoBlock("threading"), CPyRef::owned);
-        kzNonNegative(PyObject_SetAttrString(threading, "_get_ident", ownIdent));
+        const CPyRef active(PyObject_GetAttrString(threading, "_active"), CPyRef::owned);
+        const CPyRef own(PyInt_FromLong(PyThread_get_thread_ident()), CPyRef::owned);
+        const CPyRef main(PyDict_GetItem(active, own));
+        const CPyRef ident(PyInt_FromLong(m_mainThread->thread_id), CPyRef::owned);
+        kzNonNegative(PyDict_DelItem(active, own));
+        kzNonNegative(PyObject_SetAttrString(main, "_Thread__ident", ident));
+        kzNonNegative(PyDict_SetItem(active, ident, main));
     });
     if (PyErr_Occurred() == nullptr) return;
     m_hasThreading = false;
