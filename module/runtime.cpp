@@ -170,6 +170,8 @@ int PythonRuntime::runProgram(const std::vector<std::string>& words) {
     });
 }
 
+bool PythonRuntime::isProgram() noexcept { return theProgram == getpid(); }
+
 // Runs when the program imports kz. The importing thread, which may be any thread, holds the interpreter lock.
 KzResult PythonRuntime::adopt() {
     const CStartTurn turn;

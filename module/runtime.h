@@ -41,6 +41,8 @@ public:
     // status, or ends the process. The interpreter is the program's own until the program imports kz, when it becomes ours.
     // Throws NOTAVAILABLE if Python has been started or unload has begun.
     static int runProgram(const std::vector<std::string>& words);
+    // Whether Python is a program of its own in this process.
+    static bool isProgram() noexcept;
 
     // Starts Python unless that has happened. Throws the code of a failed start, now and on every later call, and
     // NOTAVAILABLE after shut-down. The calling thread must have passed the gate, to do `what`.

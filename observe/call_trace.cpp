@@ -31,7 +31,8 @@ KZ_THREAD_LOCAL thread_local bool t_isNamed = false;
 // The name that Python's threading knows the calling thread by; empty for a thread of the host. All of this only looks into
 // dictionaries.
 std::string nameInPython() {
-    PyObject* threading = PyDict_GetItemString(PyImport_GetModuleDict(), "threading");
+    PyObject* modules = PyThreadState_GET()->interp->modules;  // null at the very end
+    PyObject* threading = modules != nullptr ? PyDict_GetItemString(modules, "threading") : nullptr;
     PyObject* active = threading != nullptr && PyModule_Check(threading)
                            ? PyDict_GetItemString(PyModule_GetDict(threading), "_active")
                            : nullptr;

@@ -7,22 +7,27 @@
 //   an object refers to, directly or through others.
 // - The interpreter clears its modules at the end, but its collector does not run any more. So a wrapper is no leak that a
 //   module refers to: it dies with the module, or stays behind because it is part of a cycle there.
+//
+// A program of its own ends before its host does, which therefore still has the servers that it has created.
 #include "observe/leak_report.h"
 
 #include "observe/report_file.h"
 #include "observe/short_text.h"
 
 #include "module/output.h"
+#include "module/runtime.h"
 #include "wrap/wrapper.h"
 
 #include "kz/base/text_output.h"
 #include "kz/result.h"
 
 #include <map>
+#include <string_view>
 #include <tuple>
 #include <unistd.h>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -92,6 +97,7 @@ public:
         entry->second.type = Py_TYPE(object)->tp_name;
         entry->second.origin = line.empty() ? "by the host" : "in " + line;
         entry->second.isServed = isServed;
+        entry->second.isSpawned = object == std::exchange(m_spawned, nullptr);
     }
 
     void gone(PyObject* object) override {
@@ -109,6 +115,12 @@ public:
                 "for " + kzNameOf(crossing) + " in " + kzLineOfMethod(crossing.self, crossing.method);
         }
         return false;
+    }
+
+    // The host creates its servers through their classes.
+    void end(const KzCrossing& crossing, PyObject* result) override {
+        const bool isSpawn = crossing.direction == KzCrossing::toPython && crossing.self == nullptr;
+        if (isSpawn && std::string_view(crossing.method) == "__init__") m_spawned = result;
     }
 
     void kept(PyObject* object) override {
@@ -134,7 +146,8 @@ public:
         if (garbage != nullptr) fromModules.exclude(garbage);
         fromModules.follow(modules);
         for (auto& [object, living] : m_alive)
-            living.isExempt = fromKept.contains(object) || (!living.isServed && fromModules.contains(object));
+            living.isExempt = fromKept.contains(object) || (!living.isServed && fromModules.contains(object)) ||
+                              (living.isSpawned && PythonRuntime::isProgram());
         m_hasEnd = true;
     }
 
@@ -164,6 +177,7 @@ private:
         std::string note;
         std::size_t times = 0;         // how often it has been made and not freed
         std::uint32_t references = 0;  // to its host objects
+        bool isSpawned = false;
         bool isExempt = false;
 
         // Instances first, because they are what keeps others.
@@ -197,7 +211,8 @@ private:
 
     KzResult m_level;
     int m_owner = getpid();
-    bool m_hasEnd = false;  // prepareEnd has run
+    bool m_hasEnd = false;          // prepareEnd has run
+    PyObject* m_spawned = nullptr;  // the last instance that was created for the host; not owned
     std::unordered_map<PyObject*, Living> m_alive;
     std::vector<PyObject*> m_kept;  // each owned by nobody, and never freed
 };

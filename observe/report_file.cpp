@@ -1,10 +1,7 @@
 // Files of reports.
 #include "observe/report_file.h"
 
-#include "module/output.h"
-
 #include "kz/base/codes.h"
-#include "kz/result.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -20,7 +17,7 @@ std::string reason(const std::string& path) { return path + " cannot be written:
 }  // namespace
 
 void kzTellUnusable(const std::string& text) noexcept {
-    std::fprintf(stderr, "kzPython2: %s\n", text.c_str());  // the host has not passed its log yet
+    std::fprintf(stderr, "kzPython2: %s\n", text.c_str());  // the host may not have passed its log yet
 }
 
 CReportFile::CReportFile(const std::string& path)
@@ -41,7 +38,7 @@ void CReportFile::write(const std::string& text) noexcept {
         const ssize_t written = ::write(m_file, text.data() + at, text.size() - at);
         if (written >= 0) at += static_cast<std::size_t>(written);
         else if (errno != EINTR) {
-            kzLog(reason(m_path).c_str(), KZe_FAILED);
+            kzTellUnusable(reason(m_path));
             close(std::exchange(m_file, -1));
         }
     }

@@ -3,7 +3,7 @@
 
 #include <string>
 
-// Says, while the environment is read, what is wrong with a variable.
+// Says on standard error what is wrong with a file or a variable.
 void kzTellUnusable(const std::string& text) noexcept;
 
 class CReportFile {
@@ -14,7 +14,7 @@ public:
     CReportFile(const CReportFile&) = delete;
     CReportFile& operator=(const CReportFile&) = delete;
 
-    // Best effort: after the first failure, which the log tells, nothing more is written.
+    // Best effort: after the first failure, which standard error tells, nothing more is written.
     void write(const std::string& text) noexcept;
 
 private:

@@ -8,6 +8,7 @@
 
 #include <frameobject.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -127,7 +128,10 @@ std::string kzShortCode() {
     return isBuiltin ? kzResultName(kzResultOfException(type, value)) : "";
 }
 
-std::string kzNameOf(const KzCrossing& crossing) { return std::string(crossing.owner) + "." + crossing.method; }
+std::string kzNameOf(const KzCrossing& crossing) {
+    if (std::string_view(crossing.method) == "script") return std::string("script ") + crossing.owner;
+    return std::string(crossing.owner) + "." + crossing.method;
+}
 
 std::string kzLineOfMethod(PyObject* self, const char* method) {
     const CPyRefNull name(PyString_FromString(method));
@@ -145,15 +149,18 @@ std::string kzCurrentLine() {
 }
 
 std::string kzJsonString(const std::string& text) {
-    // The interpreter's decoder knows what UTF-8 is; the encoder then writes valid UTF-8.
+    std::string_view valid = text;
+    CPyRefNull encoded(nullptr);
+    if (std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) {
+        // The interpreter's decoder knows what UTF-8 is; the encoder then writes valid UTF-8.
+        const CPyRefNull decoded(PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace"));
+        if (decoded.get() != nullptr) encoded.adopt(PyUnicode_AsUTF8String(decoded));
+        valid = encoded.get() != nullptr ? PyString_AS_STRING(encoded.get()) : "";
+    }
     std::string result = "\"";
-    PyObject* decoded = PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace");
-    PyObject* encoded = decoded != nullptr ? PyUnicode_AsUTF8String(decoded) : nullptr;
-    for (const char c : encoded != nullptr ? std::string_view(PyString_AS_STRING(encoded)) : std::string_view())
+    for (const char c : valid)
         if (c == '"' || c == '\\') (result += '\\') += c;
         else if (static_cast<unsigned char>(c) < ' ') result += format("\\u%04x", c);
         else result += c;
-    Py_XDECREF(encoded);
-    Py_XDECREF(decoded);
     return result + "\"";
 }

@@ -13,7 +13,7 @@ std::string kzShortArguments(const KzCrossing& crossing);
 std::string kzShortException();
 // The name of the result code that the pending exception stands for; empty if only Python code could tell.
 std::string kzShortCode();
-// "kz.object.Mesh.PointCount", "kz.eval", "MyCommand.cmd_Execute".
+// "kz.object.Mesh.PointCount", "kz.eval", "MyCommand.cmd_Execute", "script FILE".
 std::string kzNameOf(const KzCrossing& crossing);
 // The Python line that is running, as "FILE:LINE"; empty if there is none.
 std::string kzCurrentLine();

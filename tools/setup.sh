@@ -80,6 +80,7 @@ set_up_test() {
     install_checkers "$root/build/checkers"
     install_debugger "$root/build/data/kzhost/debugger" ||
         say "not available: debugpy for Python 2.7 - the test 'KzHostTest.ObeysStopsAndDebuggers' fails"
+    install_trace_processor "$root/build/trace-processor"
     install_wheels "$root/build/pyside2" PySide2/QtWidgets.so "checks of kz.getQWidget with real widgets are skipped" \
         'PySide2==5.14.*' 'shiboken2==5.14.*'
     install_wheels "$root/build/numpy" numpy/__init__.py "the example with numpy is not checked" 'numpy==1.16.*'

@@ -44,7 +44,7 @@ void WatchOptions::addTo(CLI::App& app) {
                    "Say what refers to objects of the host in the end, and by which line; with error, it is a failure")
         ->type_name("report|error")
         ->check([](const std::string& mode) {
-            return mode == "report" || mode == "error" ? "" : "--leaks=" + mode + " should be report or error";
+            return mode == "report" || mode == "error" ? "" : "\"" + mode + "\" should be report or error";
         });
 }
 

@@ -110,16 +110,24 @@ TEST(UnloadTest, GivesUpWhenPythonDoesNotFinishStarting) {
 }
 
 TEST(UnloadTest, SaysWhoIsInsideWhenItGivesUp) {
-    kzInChild("a script that waits", [] {
+    const CTestFolder folder;
+    kzInChild("a script that waits", [&folder] {
         std::atexit(slowExit);
+        setenv("KZ_LEAKS", "report", 1);
+        setenv("KZ_PROFILE_CALLS", (folder.path() + "/table").c_str(), 1);
         auto& host = *new CBareHost();
         ASSERT_TRUE(host.load());
         host.execute("1");
-        std::thread([&host] { host.run("import time; print 'inside'; time.sleep(1000)"); }).detach();
+        std::thread([&host] {
+            host.run("import kz.service, time\nlog = kz.service.Log()\nprint 'inside'\ntime.sleep(1000)");
+        }).detach();
         waitFor([&] { return host.hasLogged("inside"); });
         keepCalling(host, false);
         host.module.clear();
-        EXPECT_TRUE(host.hasLogged("(a script)")) << host.log().substr(host.log().size() - 300);
+        for (const char* line :
+             {"(a script)", "Python has not ended", "1 kz.service.Log, made in bare.py:2, 1 reference"})
+            EXPECT_TRUE(host.hasLogged(line)) << line << host.log().substr(host.log().size() - 900);
+        EXPECT_NE(contentsOf(folder.path() + "/table").find("had not returned at the end"), std::string::npos);
     });
 }
 

