@@ -298,7 +298,7 @@ void MainInterpreter::importThreading() noexcept {
         if (PyDict_GetItemString(PyImport_GetModuleDict(), "threading") != nullptr) return;
         const CPyRef threading(PyImport_ImportModuleNoBlock("threading"), CPyRef::owned);
         const CPyRef active(PyObject_GetAttrString(threading, "_active"), CPyRef::owned);
-        const CPyRef own(PyInt_FromLong(PyThread_get_thread_ident()), CPyRef::owned);
+        const CPyRef own(PyInt_FromLong(PyThreadState_GET()->thread_id), CPyRef::owned);
         const CPyRef main(PyDict_GetItem(active, own));
         const CPyRef ident(PyInt_FromLong(m_mainThread->thread_id), CPyRef::owned);
         kzNonNegative(PyDict_DelItem(active, own));
