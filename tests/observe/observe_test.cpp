@@ -59,7 +59,7 @@ TEST_F(ObserveTest, TracesHaveEveryCall) {
     const std::tuple<const char*, int, std::vector<const char*>> cases[] = {
         {"import kz\nkz.eval('twice')\n",
          0,
-         {"kzserv.import|kz.bless|(Twice, 'twice', {}, None)|None|None", "kz.eval|Twice.__init__|()|<Twice>|None",
+         {"kzserv.import|kz.bless|(Twice, 'twice', {}, None)|None|None", "kz.eval|Twice.__init__|(Twice, None)|<Twice>|None",
           "kz.eval|Twice.cmd_Flags|()|LookupError: ()|NOTFOUND", "kz.eval|Twice.cmd_Execute|(0)|None|None",
           "Twice.cmd_Execute|kz.arg|()|''|None", "kz.eval|Twice.release|()|None|None"}},
         {"import kz, sys\nsys.stdout.write('\\xc3\\xa4')\nsys.stderr.write('\"\\xff')\nm = kz.Monitor(2)\nm.step(1)\n"
@@ -79,7 +79,7 @@ TEST_F(ObserveTest, TracesHaveEveryCall) {
         // Ended abruptly, by a child of fork, too.
         {"import kz, os\nif not os.fork(): kz.eval('child'); os._exit(0)\nos.wait()\nkz.arg()\nos._exit(3)\n",
          3,
-         {"script FOLDER/script.py|()|None|None", "kz.arg|()|''|None"}},
+         {"script FOLDER/script.py|('', ())|None|None", "kz.arg|()|''|None"}},
         {"import kz, os\nkz.arg()\nos.kill(os.getpid(), 9)\n", 265, {"kz.arg|()|''|None"}}};
     for (const auto& [script, status, rows] : cases) {
         const Ended ended = run({"--trace-calls", path("t"), "run", write("script.py", script)});
