@@ -10,6 +10,7 @@ import kzu.object
 
 from kzvalidate import growth, sequences, shapes
 from kzvalidate.arguments import described, manner
+from kzvalidate.executions import Executions, is_command
 from kzvalidate.recorder import Place
 from kzvalidate.targets import bound
 
@@ -34,6 +35,7 @@ class Stage(object):
     def __init__(self, target, recorder, supply, settings):
         self.target, self.recorder, self.supply, self.settings = target, recorder, supply, settings
         self.random = supply.random
+        self._executions = None
 
     def run(self, level):
         self.recorder.accidents = ORDINARY
@@ -41,6 +43,13 @@ class Stage(object):
         self.recorder.report.write(level=number)
         self.recorder.is_strict = number in ORDINARY_LEVELS
         self.perform(level)
+
+    @property
+    def executions(self):
+        """How the server is executed with arguments, if it is a command."""
+        if self._executions is None and is_command(self.target):
+            self._executions = Executions(self)
+        return self._executions
 
     def perform(self, level):
         self.end = time.time() + BUDGET
@@ -170,6 +179,12 @@ class Stage(object):
         """Every method with odd arguments, one at a time. It may refuse them as it likes."""
         object = self.new()
         self.questions(object, ORDINARY)
+        if self.executions is not None:
+            for given in self.executions.odd():
+                if time.time() > self.end:
+                    return
+                self.recorder.accidents = None
+                self.executions.execute(given)
         for view, method in list(self.each_method(object)):
             for place, value in enumerate(method.inputs):
                 for odd in self.supply.odd(method, value):
@@ -197,7 +212,9 @@ class Stage(object):
             if self.random.random() < .1:
                 objects[self.random.randrange(TURNS)] = self.new()
             pairs = list(self.each_method(self.random.choice(objects)))
-            if pairs:
+            if self.executions is not None and self.random.random() < .3:
+                self.executions.execute(self.executions.random(self.random))
+            elif pairs:
                 view, method = self.random.choice(pairs)
                 self.call(view, method, self.supply.hostile(method))
         for object in objects:

@@ -70,6 +70,7 @@ class Recorder(object):
         self.accidents = None  # what a slip of the author's is called and what was expected; None: nothing, now
         self.last = None       # the object that was returned last
         self.is_strict = True  # whether values count, too, and not only their types
+        self.situation = ''    # what beside the arguments of a call tells it from others
         self.threads = 1       # how many threads call, and share Python's time
         self.behind = {}       # by class and method, what the recorder stands in for
 
@@ -149,7 +150,7 @@ class Recorder(object):
 
     def call(self, method, place, called, given):
         printed = self.printed() if method.is_question else 0
-        self.report.crumb('%s(%s)' % (place.label, ', '.join(map(shapes.shown, given))))
+        self.report.crumb('%s(%s)%s' % (place.label, ', '.join(map(shapes.shown, given)), self.situation))
         with self.under_way(place):
             try:
                 returned = called(*given)
@@ -223,7 +224,8 @@ class Recorder(object):
 
     def give_up(self, ident, place):
         frame = sys._current_frames().get(ident)
-        seen = 'has not returned after %g s' % (self.settings['limit'] * self.threads)
+        seen = 'has not returned after %g s%s' % (
+            self.settings['limit'] * self.threads, ', with' + self.situation if self.situation else '')
         self.tell(place, 'hang', seen, 'an end: the host waits for it', _lines(traceback.extract_stack(frame)))
         self.report.crumb(place.label)
         os._exit(LEFT)
