@@ -78,7 +78,7 @@ class Executions(object):
         except (Exception, KeyboardInterrupt):
             return
         recorder = self.stage.recorder
-        recorder.situation = ''.join(' %s:%s' % (argument.name, value if value == argument.word else shapes.shown(value))
-                                     for argument, _, value in given)
+        recorder.situation = ''.join(' %s:%s' % (each.name, value if value == each.word else shapes.shown(value))
+                                     for each, _, value in given)
         self.stage.call(self.stage.view(object, 'Command'), self.method, [0])
         recorder.situation = ''

@@ -17,7 +17,7 @@ from kzvalidate.targets import bound
 ORDINARY_LEVELS = (1, 2, 3, 4, 7, 9)  # at which a server is given nothing odd, which it might give back
 TURNS = 3
 SAMPLES = 10  # of what a slow call does, in the time that it may take
-QUICK = 0.02  # seconds of calls between which Python may change threads at every instruction, which slows others too much
+QUICK = 0.02  # seconds: if all calls together take longer, changing threads at every instruction slows them too much
 HOSTILE_CALLS = 500
 THREADS, ROUNDS = 4, 10
 BUDGET = 60.0  # seconds for a level of a server, at which odd calls come to an end

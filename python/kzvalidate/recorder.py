@@ -247,7 +247,8 @@ class Recorder(object):
             pause(min(0.1, limit / 5))
             for ident, calls in self.calls.items():
                 for place, since in calls[:1]:  # the outermost is what the host waits for
-                    allowed = max(limit, SHARED * self.took.get(place.label, 0) if self.threads > 1 else 0) * self.threads
+                    alone = self.took.get(place.label, 0) if self.threads > 1 else 0
+                    allowed = max(limit, SHARED * alone) * self.threads
                     if _now() - since > allowed:
                         self.give_up(ident, calls[-1][0], allowed)
             if any(self.calls.values()):
