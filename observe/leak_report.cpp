@@ -164,7 +164,7 @@ public:
             ++sums.objects;
             sums.references += living.isServed ? living.references : Py_REFCNT(object);
         }
-        if (leaks.empty()) return tell("nothing is left", KZe_INFO);
+        if (leaks.empty()) return tell("nothing is left; what modules hold does not count", KZe_INFO);
         if (!m_hasEnd) tell("Python has not ended, so these are all wrappers and instances that there are:", KZe_INFO);
         tellAll(leaks);
     }

@@ -155,7 +155,7 @@ void CStopWatch::giveUp() {
 
 void CStopWatch::endProcess() {
     const auto last = std::async(std::launch::async, [this] {
-        say("ended by force, because code in C keeps the interpreter or waits");
+        say("ended by force, because code in C keeps the interpreter or waits\n");
         m_endLog(exitInterrupted);
     });
     last.wait_for(patienceAfterMore);  // others may have stopped while they were writing

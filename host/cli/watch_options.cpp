@@ -35,7 +35,8 @@ void WatchOptions::addTo(CLI::App& app) {
     app.add_option("--trace-calls", trace,
                    "Write each call between Python and the host to FILE, a trace for Perfetto and Chrome's viewer")
         ->type_name("FILE");
-    app.add_option("--profile", profile, "Sum up these calls by method, in FILE or on standard error")
+    app.add_option("--profile", profile,
+                   "Sum up these calls by method, on standard error or, after an equals sign, in FILE")
         ->type_name("[=FILE]")
         ->expected(0, 1);
     app.add_option("--record", record, "Write what the host answers to the script of run to FILE, for replay")

@@ -18,8 +18,9 @@ import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 LEFT = 70           # see recorder.py
+EVERY = 60.0        # seconds between lines that say how far it is
 CRASHES = 20        # after so many crashes of one server at one level the rest of the level is left out
-PATIENCE = 20.0     # seconds without another call, beside the limit for one, after which a child counts as stuck
+PATIENCE = 20.0     # seconds without a sign of life, beside the limit for a call, after which a child counts as stuck
 FAMILIES = {'threads': 'raises', 'state': 'raises'}  # what would be told twice
 TOGETHER = (['1', '2', '3', '4'], ['5'], ['6'], ['7'], ['8'], ['9'], ['10'], ['10_end'])  # levels that share a child
 TUNING = (('limit', float), ('slow', float), ('rounds', int))
@@ -45,7 +46,7 @@ class Ended(object):
 
     def __init__(self, folder, status, output, is_late):
         self.rows = read_rows(os.path.join(folder, 'findings'))
-        self.crumb = read(os.path.join(folder, 'crumb')).rstrip('\0')
+        self.crumb = read(os.path.join(folder, 'crumb')).partition('\0')[0]
         self.status, self.output, self.is_late, self.level = status, output, is_late, 1
         self.is_done = any('done' in row or 'targets' in row or 'unusable' in row for row in self.rows)
 
@@ -71,11 +72,30 @@ def read_rows(path):
     return rows
 
 
+class Progress(object):
+    """Says on standard error what is being done: on a terminal as it begins, elsewhere every minute."""
+
+    def __init__(self, is_quiet):
+        self.is_terminal, self.is_quiet = sys.stderr.isatty(), is_quiet
+        self.start, self.said, self.text = time.time(), time.time(), ''
+
+    def show(self, text):
+        self.text = text
+        if self.is_terminal:
+            sys.stderr.write('\r\033[K' + text)
+
+    def tick(self):
+        now = time.time()
+        if not self.is_terminal and not self.is_quiet and self.text and now - self.said >= EVERY:
+            self.said = now
+            sys.stderr.write('kzhost: %s, after %d s\n' % (self.text, now - self.start))
+
+
 class Children(object):
     """Starts children, one after the other, each in an empty folder."""
 
-    def __init__(self, options):
-        self.options = options
+    def __init__(self, options, progress):
+        self.options, self.progress = options, progress
         self.work = tempfile.mkdtemp(prefix='validate')
         self.description = os.path.join(self.work, 'description')
         with open(os.path.join(os.path.dirname(HERE), 'kzserv', 'description.json')) as stream:
@@ -104,13 +124,14 @@ class Children(object):
             shutil.rmtree(folder, ignore_errors=True)
 
     def wait(self, child, path):
-        """Waits for the child, and kills it, and what it has started, when it makes no calls any more."""
+        """Waits for the child, and kills it, and what it has started, when it shows no sign of life any more."""
         patience = PATIENCE + self.options.limit
         end, crumb, pause = time.time() + patience, '', 0.002
         try:
             while child.poll() is None and time.time() < end:
                 time.sleep(pause)
                 pause = min(pause * 1.5, 0.05)
+                self.progress.tick()
                 if read(path) != crumb:
                     end, crumb = time.time() + patience, read(path)
             return child.returncode is None
@@ -127,7 +148,8 @@ class Children(object):
 
 class Validation(object):
     def __init__(self, options):
-        self.options, self.children = options, Children(options)
+        self.options, self.progress = options, Progress(options.json)
+        self.children = Children(options, self.progress)
         self.findings = []
         self.servers = 0
 
@@ -155,7 +177,7 @@ class Validation(object):
         for together in TOGETHER:
             levels = [level for level in together if int(level.partition('_')[0]) <= self.options.level]
             for _ in range(CRASHES):
-                self.show('%s: level %s' % (target['name'], ' '.join(levels)))
+                self.progress.show('%s: level %s' % (target['name'].encode('utf-8'), ' '.join(levels)))
                 ended = self.children.run(source, index, levels, skip) if levels else None
                 if ended is None or self.take(ended, source, target['name'], known):
                     break
@@ -209,7 +231,7 @@ class Validation(object):
             finding.update(file=as_text(source), line=1)
         finding.update(server=as_text(server), command=' '.join(pipes.quote(as_text(each)) for each in words))
         self.findings.append(finding)
-        self.show('')
+        self.progress.show('')
         if self.options.json:
             text = json.dumps(finding, sort_keys=True)
         else:
@@ -224,15 +246,9 @@ class Validation(object):
         text = '%s, level %d, seed %d: %s' % (
             plural(self.servers, 'server'), self.options.level, self.options.seed,
             plural(len(self.findings), 'finding') if self.findings else 'nothing found')
-        self.show('')
+        self.progress.show('')
         if not self.options.json:
             sys.stdout.write(text + '\n')
-
-    def show(self, text):
-        """The progress, on a terminal."""
-        if sys.stderr.isatty():
-            sys.stderr.write('\r\033[K' + text)
-            sys.stderr.flush()
 
 
 def as_text(value):

@@ -205,6 +205,10 @@ class Supply(object):
             return [None, self.array(value, HUGE)]
         if kind == 'object':
             return [stand_in('Visitor'), stand_in(value.interface), stand_in('Value')]
+        return self.odd_values(kind)
+
+    @staticmethod
+    def odd_values(kind):
         return _ODD.get(kind, [])
 
     def hostile(self, method):

@@ -19,7 +19,7 @@ from kzvalidate import arguments, levels, shapes, targets  # noqa: E402
 from kzvalidate.recorder import Recorder, Report  # noqa: E402
 
 
-MEMORY = 4 << 30  # bytes that a server may use
+MEMORY = 1 << 30  # bytes that a server may use
 
 
 def main(folder):

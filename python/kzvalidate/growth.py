@@ -45,14 +45,14 @@ class Picture(object):
         with open('/proc/self/statm') as stream:
             self.memory = int(stream.read().split()[1]) * os.sysconf('SC_PAGE_SIZE')
 
-    def grown(self, before, rounds, ours):
+    def grown(self, before, rounds, ours, unit):
         """What grew by one or more in nearly every round, the most telling first, as texts."""
         enough = 0.8 * rounds
         found = []
         for each in gc.get_objects():
             more = len(each) - before.sizes[id(each)] if id(each) in before.sizes and _is_sized(each) else 0
             if more >= enough and id(each) not in ours:
-                found.append('%s grows by %d' % (_name_of(each), round(float(more) / rounds)))
+                found.append('%s grows by %d with each %s' % (_name_of(each), round(float(more) / rounds), unit))
         for kind, count in self.counts.items():
             more = count - before.counts.get(kind, 0) - self.kept.get(kind, 0) + before.kept.get(kind, 0)
             if more >= enough and kind.__name__ not in _PASSING and not (found and kind in (list, dict)):
@@ -117,7 +117,7 @@ class Growth(object):
         if done < 10:
             return []
         ours.update(id(times) for _, times in self.times.values())
-        return Picture(self.recorder.kept).grown(before, done, ours)
+        return Picture(self.recorder.kept).grown(before, done, ours, 'call' if only else 'object')
 
     def run(self):
         start = time.time()
@@ -140,7 +140,7 @@ class Growth(object):
             alone = self.measured(PER_METHOD, method.name, end)
             if alone and not self.measured(PER_METHOD, 'none of them', end):
                 found = True
-                self.recorder.tell(self.stage.place_of(method), 'leak', 'in %d calls: %s' % (
+                self.recorder.tell(self.stage.place_of(method), 'leak', 'in %d calls of the method of this line: %s' % (
                     PER_METHOD, '; '.join(alone[:3])), NOTHING_LEFT)
         if not found:
             self.recorder.tell(self.stage.birth(), 'leak', '; '.join(grown[:3]), NOTHING_LEFT)

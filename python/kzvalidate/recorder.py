@@ -18,7 +18,8 @@ from kzserv import files
 from kzserv.methods import function_of, is_method
 from kzvalidate import shapes
 
-CRUMB = 400
+CRUMB, BEAT = 400, 20  # bytes of the file in which the parent sees that the child lives
+SHARED = 20  # how many times as long as alone a call may take for each of the threads that share Python
 LEFT = 70  # the exit status of a child that the watchdog has ended
 _RAISE = dis.opmap['RAISE_VARARGS']
 _CODES = ('no interface', 'invalid argument')  # TypeErrors that stand for codes
@@ -40,15 +41,21 @@ class Report(object):
     def __init__(self, folder):
         self.findings = os.open(os.path.join(folder, 'findings'), os.O_WRONLY | os.O_APPEND | os.O_CREAT, 0o600)
         with open(os.path.join(folder, 'crumb'), 'wb') as stream:
-            stream.write('\0' * CRUMB)
+            stream.write('\0' * (CRUMB + BEAT))
         with open(os.path.join(folder, 'crumb'), 'r+b') as stream:
-            self.memory = mmap.mmap(stream.fileno(), CRUMB)
+            self.memory = mmap.mmap(stream.fileno(), CRUMB + BEAT)
+        self.beats = 0
 
     def write(self, **row):
         os.write(self.findings, json.dumps(row) + '\n')
 
     def crumb(self, text):
         self.memory[:CRUMB] = text[:CRUMB].ljust(CRUMB, '\0')
+
+    def beat(self):
+        """Tells the parent that the watchdog runs, and so will end a call that does not return."""
+        self.beats += 1
+        self.memory[CRUMB:] = ('%d' % self.beats).ljust(BEAT, '\0')
 
 
 class Place(object):
@@ -70,6 +77,8 @@ class Recorder(object):
         self.accidents = None  # what a slip of the author's is called and what was expected; None: nothing, now
         self.last = None       # the object that was returned last
         self.is_strict = True  # whether values count, too, and not only their types
+        self.took = {}         # by label, how long a call has taken on one thread
+        self.situation = ''    # what beside the arguments of a call tells it from others
         self.threads = 1       # how many threads call, and share Python's time
         self.behind = {}       # by class and method, what the recorder stands in for
 
@@ -149,7 +158,7 @@ class Recorder(object):
 
     def call(self, method, place, called, given):
         printed = self.printed() if method.is_question else 0
-        self.report.crumb('%s(%s)' % (place.label, ', '.join(map(shapes.shown, given))))
+        self.report.crumb('%s(%s)%s' % (place.label, ', '.join(map(shapes.shown, given)), self.situation))
         with self.under_way(place):
             try:
                 returned = called(*given)
@@ -205,6 +214,26 @@ class Recorder(object):
             self.kept[type(last)] -= 1
             ctypes.pythonapi.Py_DecRef(ctypes.py_object(last))
 
+    @contextlib.contextmanager
+    def sampled(self, pause):
+        """Gives a list that gets the line at which this thread is, again and again: of the function that was called
+        last, as a text."""
+        lines, ident, is_over = [], thread.get_ident(), []
+
+        def sample():
+            while not is_over:
+                time.sleep(pause)
+                entries = _lines(traceback.extract_stack(sys._current_frames().get(ident)))
+                lines.append(entries.partition(';')[0])
+        sampler = threading.Thread(target=sample)
+        sampler.daemon = True
+        sampler.start()
+        try:
+            yield lines
+        finally:
+            is_over.append(True)
+            sampler.join()
+
     # The watchdog
 
     def start_watchdog(self):
@@ -218,12 +247,20 @@ class Recorder(object):
             pause(min(0.1, limit / 5))
             for ident, calls in self.calls.items():
                 for place, since in calls[:1]:  # the outermost is what the host waits for
-                    if _now() - since > limit * self.threads:
-                        self.give_up(ident, calls[-1][0])
+                    alone = self.took.get(place.label, 0) if self.threads > 1 else 0
+                    allowed = max(limit, SHARED * alone) * self.threads
+                    if _now() - since > allowed:
+                        self.give_up(ident, calls[-1][0], allowed)
+            if any(self.calls.values()):
+                self.report.beat()
 
-    def give_up(self, ident, place):
+    def give_up(self, ident, place, allowed):
         frame = sys._current_frames().get(ident)
-        seen = 'has not returned after %g s' % (self.settings['limit'] * self.threads)
+        seen = 'has not returned after %.3g s' % allowed
+        if self.threads > 1:
+            seen += ' while %d threads called it' % self.threads
+        if self.situation:
+            seen += ', with' + self.situation
         self.tell(place, 'hang', seen, 'an end: the host waits for it', _lines(traceback.extract_stack(frame)))
         self.report.crumb(place.label)
         os._exit(LEFT)

@@ -7,6 +7,7 @@ import kz
 import kz.service as service
 from kz import symbol
 
+from kzvalidate.executions import arguments_of, attempt
 from kzvalidate.recorder import Place
 
 DEEPEST, MOST = 100, 10000
@@ -22,13 +23,6 @@ def drive(stage, kind):
             pass  # a server may refuse what it is used for; a slip in it has been told
 
 
-def attempt(call, *given):
-    try:
-        return call(*given)
-    except (Exception, KeyboardInterrupt):
-        return None
-
-
 def _place(stage, kind, method):
     return stage.recorder.behind.get((stage.target.cls, method)) or Place(
         '%s.%s' % (kind, method), path=stage.target.place.path, line=stage.target.place.line)
@@ -36,16 +30,8 @@ def _place(stage, kind, method):
 
 def drive_command(stage):
     """It is executed with a value of its type for each argument, with and without a dialog, and each one is queried."""
-    name, commands, values = stage.target.name, service.Command(), service.Value()
-    attributes = kz.object.Attributes(commands.Spawn(0, name))
-    words = []
-    for index in range(attributes.Count()):
-        kind = attempt(attributes.TypeName, index) or 'string'
-        value = attempt(values.CreateValue, kind)
-        text = {'integer': '1', 'float': '1.5', 'string': 'text', 'boolean': 'true'}.get(kind) or (
-            attempt(values.EncodeText, value, 0) if value is not None else None) or '1'
-        hints = attempt(attributes.Hints, index)
-        words.append((attributes.Name(index), hints[0][1] if hints else text))
+    name, commands = stage.target.name, service.Command()
+    words = [(each.name, each.word) for each in arguments_of(kz.object.Attributes(commands.Spawn(0, name)))]
     line = name + ''.join(' %s:{%s}' % word for word in words)
     for text in [line, name, '?' + line, '??' + line, '!' + line] + ['%s %s:?' % (name, word) for word, _ in words]:
         attempt(kz.evalN if text.endswith('?') else kz.eval, text)

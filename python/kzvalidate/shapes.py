@@ -131,7 +131,7 @@ def problem(method, returned, is_strict):
         wrong = _wrong(output, item, is_strict)
         if wrong:
             return 'returned %s as "%s"%s' % (shown(item), output.name, ': ' + wrong if wrong is not True else ''), \
-                method.expected
+                output.text
     return None
 
 

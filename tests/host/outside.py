@@ -53,7 +53,7 @@ def check_stops():
          + 'told = 0\nwhile 1:\n  try:\n    if not told:\n      told = 1\n      ' + READY
          .replace('\n', '; ', 1) + '    outer()\n  except: pass', 'where Python was:\n'),
         (stop_twice, ('run',), READY + 'def sums():\n  return sum(xrange(10 ** 12))\nsums()',
-         'code in C .*\nthread \\d+\n .. outside\\d+.py: 4 \\(sums\\)\n .*\nkzhost: ended by force'),
+         'code in C .*\nthread \\d+\n .. outside\\d+.py: 4 \\(sums\\)\n .*\nkzhost: ended by force.*\n$'),
         (stop, ('run',), READY + 'import time\nwhile True: time.sleep(600)', 'exception "KeyboardInterrupt"'),
         (stop, ('run',), 'import threading, time\nt = threading.Thread(target=time.sleep, args=(600,), name="idler")\n'
          't.start()\n' + READY + 't.join()', 'thread \\d+ "idler"\n(.*\n)*thread \\d+ "MainThread"\n'),

@@ -118,6 +118,14 @@ class Failing(kzu.command.Command):
     def execute(self, size): return size.text
 
 
+class Rows(kzu.command.Command):
+    """Endless with -1 or 0 for the second argument."""
+    arguments = [kzu.command.Argument('size', 'integer', default=9), kzu.command.Argument('step', 'integer', default=3)]
+    def execute(self, size, step):
+        at = 0
+        while at < min(size, 100): at += min(step, 100)
+
+
 kz.bless(Curve, 'clean')
 kz.bless(Operation, 'clean')
 plant('L1-Curve.__init__-raises', __init__=lambda self: 1 / 0)
@@ -140,6 +148,7 @@ plant('L4-Curve.curve_SetClosed-exit', curve_SetClosed=lambda self, closed: sys.
 plant('L2-Curve.curve_KnotCount-code', curve_KnotCount=lambda self: kz.throw(0x8123ABCD))
 plant('L4-Curve.curve_Sample-raises', curve_Sample=lambda self, number, positions: positions.fill(0.0))
 plant('L5-Curve.curve_KnotRemove-hang', curve_KnotRemove=down)
+kz.bless(Rows, 'L5-Command.cmd_Execute-hang')
 plant('L5-Curve.curve_Param-result', curve_Param=lambda self, distance: distance if distance < 1e30 else 'far')
 plant('L5-Curve.curve_IsClosed-state', curve_IsClosed=lambda self: getattr(self, 'closed', 0) < 2 or self.nothing)
 plant('L6-Curve.curve_KnotAdd-crash',

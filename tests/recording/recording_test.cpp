@@ -25,7 +25,8 @@ protected:
         const Ended replayed = run(replay);
         EXPECT_EQ(replayed.status, recorded.status);
         EXPECT_EQ(replayed.out, recorded.out);
-        EXPECT_TRUE(!isDeterministic || replayed.error == recorded.error) << replayed.error << "and not\n" << recorded.error;
+        EXPECT_TRUE(!isDeterministic || replayed.error == recorded.error) << replayed.error << "and not\n"
+                                                                          << recorded.error;
         EXPECT_FALSE(contents("it.rec").empty());
     }
 
@@ -97,6 +98,7 @@ TEST_F(RecordingTest, TellsTheFirstDifference) {
          {"it.rec: the script calls\n  Mesh(2).PointByIndex(8)\nwhere line 7 expects\n", "PointByIndex(7)\n"}},
         {"PointByIndex(7)", "PointCount()", {"calls\n  Mesh(2).PointCount()\n"}},
         {"print kz.eval1('log.lines count:?')", "print 1", {"the script has ended, where line 9 expects\n  kz.eval1("}},
+        {"print kz.eval1('log.lines count:?')", "1/0", {"the script failed before line 9, which expects\n  kz.eval1("}},
         {"'caught'",
          "kz.eval('log.clear')",
          {"the script calls\n  kz.eval('log.clear')\nwhere the recorded one has ended"}},

@@ -171,7 +171,9 @@ class Player(object):
         for folder in self.folders:
             shutil.rmtree(folder, True)
         if event is not None:
-            self.fail('the script has ended, where line %d expects\n  %s' % (event.line, event.text))
+            is_exit = exception is None or isinstance(exception, SystemExit)
+            how = 'has ended, where line %d' if is_exit else 'failed before line %d, which'
+            self.fail('the script ' + how % event.line + ' expects\n  ' + event.text)
 
     def made(self, thing):
         pass
