@@ -3,7 +3,7 @@
 
 #include "observe/ghost.h"
 #include "observe/short_text.h"
-#include "observe/watchers.h"
+#include "observe/watching.h"
 
 #include "module/checks.h"
 #include "module/error_report.h"

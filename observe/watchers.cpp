@@ -6,6 +6,7 @@
 #include "observe/leak_report.h"
 #include "observe/observed.h"
 #include "observe/python_watch.h"
+#include "observe/watching.h"
 
 #include "module/crossing_watch.h"
 #include "module/pending_exception.h"
@@ -24,9 +25,6 @@
 #include <vector>
 
 namespace {
-
-// What a watch does may itself call the host or run Python code; that is not watched.
-KZ_THREAD_LOCAL thread_local bool t_isWatching = false;
 
 class CWatchers final : public CCrossingWatch {
 public:
@@ -52,8 +50,7 @@ public:
         each([=](CCallWatcher& watcher) { watcher.made(object, isServed); });
     }
     void gone(PyObject* object) noexcept override {
-        each([=](CCallWatcher& watcher) { watcher.gone(object); });
-        if (!t_isWatching) return;
+        if (each([=](CCallWatcher& watcher) { watcher.gone(object); })) return;
         // A watch that runs Python code may have had the last reference, and would take the next object at this address
         // for this one.
         for (const auto& watcher : m_watchers)
@@ -82,14 +79,16 @@ public:
     }
 
 private:
-    template <class Step> void each(Step&& step, bool isAside = false) noexcept {
-        if (std::exchange(t_isWatching, true)) return;
+    // False if the thread is inside of a watch already.
+    template <class Step> bool each(Step&& step, bool isAside = false) noexcept {
+        const CWatching watching;
+        if (!watching.isFirst()) return false;
         for (const auto& watcher : m_watchers) {
             std::unique_lock lock(m_lock, std::defer_lock);
             if (watcher->onlyLooks()) lock.lock();
             if (lock.owns_lock() ? !m_hasEnded : !isAside) kzValueBoundary([&] { step(*watcher); });
         }
-        t_isWatching = false;
+        return true;
     }
 
     std::vector<std::unique_ptr<CCallWatcher>> m_watchers;
@@ -124,9 +123,6 @@ void readEnvironment() {
 }
 
 }  // namespace
-
-CWatchedAgain::CWatchedAgain() noexcept { t_isWatching = false; }
-CWatchedAgain::~CWatchedAgain() { t_isWatching = true; }
 
 void kzStartWatching() noexcept {
     if (kzCrossingWatch != nullptr) return;

@@ -13,15 +13,6 @@
 
 #include <initializer_list>
 
-// RAII guard: what a watch runs in its scope is watched again.
-class CWatchedAgain {
-public:
-    CWatchedAgain() noexcept;
-    ~CWatchedAgain();
-    CWatchedAgain(const CWatchedAgain&) = delete;
-    CWatchedAgain& operator=(const CWatchedAgain&) = delete;
-};
-
 // Reads the environment, once, and watches if it asks for anything. Called at load.
 void kzStartWatching() noexcept;
 // After the kz module has been built: observes its functions and types. A no-op if nobody watches.

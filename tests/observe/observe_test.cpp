@@ -60,9 +60,10 @@ TEST_F(ObserveTest, TracesHaveEveryCall) {
     const std::tuple<const char*, int, std::vector<const char*>> cases[] = {
         {"import kz\nkz.eval('twice')\n",
          0,
-         {"kzserv.import|kz.bless|(Twice, 'twice', {}, None)|None|None", "kz.eval|Twice.__init__|(Twice, None)|<Twice>|None",
-          "kz.eval|Twice.cmd_Flags|()|LookupError: ()|NOTFOUND", "kz.eval|Twice.cmd_Execute|(0)|None|None",
-          "Twice.cmd_Execute|kz.arg|()|''|None", "kz.eval|Twice.release|()|None|None"}},
+         {"kzserv.import|kz.bless|(Twice, 'twice', {}, None)|None|None",
+          "kz.eval|Twice.__init__|(Twice, None)|<Twice>|None", "kz.eval|Twice.cmd_Flags|()|LookupError: ()|NOTFOUND",
+          "kz.eval|Twice.cmd_Execute|(0)|None|None", "Twice.cmd_Execute|kz.arg|()|''|None",
+          "kz.eval|Twice.release|()|None|None"}},
         {"import kz, sys\nsys.stdout.write('\\xc3\\xa4')\nsys.stderr.write('\"\\xff')\nm = kz.Monitor(2)\nm.step(1)\n"
          "try: kz.service.Scene().ItemTypeLookup('?')\nexcept LookupError: kz.Service('command').query('commands')[0]\n"
          "sys.stdout.flush()\n",

@@ -44,7 +44,8 @@ protected:
     // For children that end with what servers have returned, which adapters keep on purpose.
     static void ignoreLeaks() {
         const char* options = getenv("ASAN_OPTIONS");
-        setenv("ASAN_OPTIONS", (std::string(options != nullptr ? options : "") + ":detect_leaks=0:quarantine_size_mb=0").c_str(), 1);
+        setenv("ASAN_OPTIONS",
+               (std::string(options != nullptr ? options : "") + ":detect_leaks=0:quarantine_size_mb=0").c_str(), 1);
     }
 
     // Starts the program with its output in the files "out" and "err" and the input as a file.
