@@ -99,7 +99,7 @@ private:
 
 CKzForever<CWatchers> theWatchers;
 
-// The variable's value with %p replaced. Null if it is not set or empty.
+// The variable's value with %p replaced; empty if it is not set.
 std::string fileOf(const char* variable) {
     const char* value = std::getenv(variable);
     std::string file = value != nullptr ? value : "";
