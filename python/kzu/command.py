@@ -143,10 +143,11 @@ class Command(kzifc.Command, kzifc.Attributes):
             return method(*names, **values)
         except Exception as error:
             if not str(error).startswith('bad result: ') and not isinstance(error, NotImplementedError):
-                self._failure = kz.service.Message().Allocate()
-                self._failure.SetCode(kz.excResult())
-                self._failure.SetMessage('commands', 'failed', 0)  # with a first argument the host fills in
-                self._failure.SetArgumentString(2, '%s: %s' % (type(error).__name__, error))
+                failure = kz.service.Message().Allocate()
+                failure.SetCode(kz.excResult())
+                failure.SetMessage('commands', 'failed', 0)  # with a first argument the host fills in
+                failure.SetArgumentString(2, '%s: %s' % (type(error).__name__, error))
+                self._failure = failure  # only now, since other threads may execute this object
             raise
 
     # Dialogs. What the caller has passed stays; the initial values of other arguments are up to the command.
