@@ -41,7 +41,7 @@ class Processor(object):
     def read(self, size):
         data = self.bridge.stdout.read(size)
         if len(data) < size:
-            raise ConnectionError('the trace processor has ended')
+            raise OSError('the trace processor has ended')
         return data
 
     def close(self):

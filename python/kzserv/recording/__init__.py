@@ -34,8 +34,6 @@ Values are Python's own. Objects of the host are their type and a number, in the
 are their type, length and contents; as arguments, a checksum of the contents.
 """
 
-from kzserv.recording.values import Refused
-
 
 def start(mode, path, script, argument, words, living):
     """The recorder or player for a script that is about to run; `living` are the Python objects that the host holds."""
