@@ -1,41 +1,24 @@
 // Reading the stacks of Python threads without relying on what they point to.
 #include "module/stack_report.h"
 
+#include "module/memory_probe.h"
+
 #include "kz/base/boundary.h"
 
 #include <frameobject.h>
 
 #include <algorithm>
 #include <cstring>
-#include <fcntl.h>
 #include <pthread.h>
-#include <unistd.h>
 
 namespace {
 
 constexpr int mostThreads = 1000;
 constexpr int mostFrames = 100;
 
-// Copies memory that may be gone: the system does it, by way of a pipe, and refuses what cannot be read.
-class CMemoryCopier {
+// Reads Python objects that may be gone.
+class CObjectProbe : public CMemoryProbe {
 public:
-    CMemoryCopier() noexcept {
-        if (pipe2(m_ends, O_CLOEXEC | O_NONBLOCK) != 0) m_ends[0] = m_ends[1] = -1;
-    }
-    ~CMemoryCopier() {
-        for (const int end : m_ends)
-            if (end >= 0) close(end);
-    }
-    CMemoryCopier(const CMemoryCopier&) = delete;
-    CMemoryCopier& operator=(const CMemoryCopier&) = delete;
-
-    // At most a page.
-    bool copy(const void* from, void* to, std::size_t size) const noexcept {
-        if (from == nullptr || size == 0) return false;
-        const ssize_t written = write(m_ends[1], from, size);
-        return written > 0 && read(m_ends[0], to, static_cast<std::size_t>(written)) == written &&
-               static_cast<std::size_t>(written) == size;
-    }
     // A Python object of exactly that type.
     template <class Object> bool object(const void* from, const PyTypeObject& type, Object& to) const noexcept {
         return copy(from, &to, sizeof to) && Py_TYPE(&to) == &type;
@@ -49,13 +32,10 @@ public:
         const auto* bytes = reinterpret_cast<const char*>(from) + offsetof(PyStringObject, ob_sval);
         return text.empty() || copy(bytes, text.data(), text.size()) ? text : "?";
     }
-
-private:
-    int m_ends[2] = {-1, -1};
 };
 
 // The table has pairs of bytes: by how much the address grows, and by how much the line does.
-int lineOf(const CMemoryCopier& memory, const PyCodeObject& code, int instruction) {
+int lineOf(const CObjectProbe& memory, const PyCodeObject& code, int instruction) {
     PyStringObject head;
     int line = code.co_firstlineno;
     if (!memory.object(code.co_lnotab, PyString_Type, head)) return line;
@@ -68,7 +48,7 @@ int lineOf(const CMemoryCopier& memory, const PyCodeObject& code, int instructio
     return line;
 }
 
-std::string framesOf(const CMemoryCopier& memory, const void* top) {
+std::string framesOf(const CObjectProbe& memory, const void* top) {
     std::string text;
     PyFrameObject frame;
     PyCodeObject code;
@@ -102,7 +82,7 @@ std::string nameOf(const PyThreadState& thread) {
 std::string kzStackReport(PyInterpreterState* interpreter, bool holdsLock) noexcept {
     std::string report;
     kzValueBoundary([&] {
-        const CMemoryCopier memory;
+        const CObjectProbe memory;
         PyInterpreterState state;
         PyThreadState thread;
         if (!memory.copy(interpreter, &state, sizeof state)) return;

@@ -5,10 +5,10 @@
 // are part of the ABI of Qt 5 and of Shiboken2, and the same in all releases.
 #include "wrap/widget_bridge.h"
 
+#include "module/memory_probe.h"
 #include "module/output.h"
 #include "module/py_ref.h"
 #include "wrap/loaded_library.h"
-#include "wrap/memory_probe.h"
 
 #include "kz/result.h"
 
