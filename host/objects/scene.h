@@ -2,8 +2,8 @@
 // because scenes, items and channels refer to each other.
 #pragma once
 
+#include "host/document/item_types.h"
 #include "host/objects/arguments.h"
-#include "host/objects/item_types.h"
 #include "host/objects/mesh.h"
 
 #include <map>

@@ -1,5 +1,5 @@
 // The types of items.
-#include "host/objects/item_types.h"
+#include "host/document/item_types.h"
 
 #include "kz/mesh.h"
 
