@@ -37,6 +37,7 @@
 #include "host/services/script_queries.h"
 #include "host/services/script_service.h"
 #include "host/services/thread_service.h"
+#include "host/services/undo_service.h"
 #include "host/services/value_service.h"
 #include "host/state/command_state.h"
 #include "host/state/dialog_board.h"
@@ -61,6 +62,7 @@
 #include "kz/scene.h"
 #include "kz/script.h"
 #include "kz/thread.h"
+#include "kz/undo.h"
 #include "kz/value.h"
 
 namespace kzhost {
@@ -99,6 +101,7 @@ void addServices(const HostParts& host) {
     add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
         host.queries);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
+    add("undo", KZu_UNDOSERVICE, kzMakeUndoService, host.scenes);
     add("value", KZu_VALUESERVICE, kzMakeValueService, host.types, host.properties, host.queries);
 }
 

@@ -64,7 +64,6 @@ void operateMesh(CModuleTable& modules, OpenScenes& scenes, CBuiltinCommand& com
         mesh->data.changed(~0U);
         throw code;
     }
-    if (item->item_IsValid()) item->scene().touch();
 }
 
 }  // namespace

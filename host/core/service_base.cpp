@@ -5,12 +5,5 @@
 
 namespace kzhost {
 
-const char* CServiceBase::lend(std::string text) {
-    thread_local std::array<std::string, 8> theTexts;
-    thread_local std::size_t theNext = 0;
-    std::string& place = theTexts[theNext++ % theTexts.size()];
-    place = std::move(text);
-    return place.c_str();
-}
 
 }  // namespace kzhost

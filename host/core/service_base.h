@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/state/call_watch.h"
+#include "host/state/text.h"
 #include "host/state/text_pool.h"
 
 #include "kz/result.h"
@@ -38,9 +39,7 @@ protected:
         *name = keep(names[index]);
         return KZe_OK;
     }
-    // A text for a caller who copies it soon. Each thread keeps its last few, so that memory does not grow with the
-    // number of calls.
-    static const char* lend(std::string text);
+    static const char* lend(std::string text) { return kzLend(std::move(text)); }
 
 private:
     std::shared_ptr<ServiceContext> m_context;

@@ -1,11 +1,15 @@
 // Reading and writing the channels of a scene's items. Nothing is animated here: a value is the same at all times.
-#include "host/objects/scene.h"
+#include "host/objects/item.h"
 
 #include "host/core/reasons.h"
 #include "host/core/values.h"
+#include "host/objects/scene.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <string>
@@ -22,16 +26,15 @@ public:
         : m_scene(std::move(scene)), m_action(std::move(action)), m_time(time) {}
 
 protected:
-    CItem& at(IKzUnknown* item) const {
-        const auto own = kzOwn<CItem>(item);
-        if (!own->isIn(*m_scene)) throw KZe_INVALIDARG;
-        return *own;
+    CItemReading at(IKzUnknown* item) const {
+        auto reading = kzOwn<CItem>(item)->read();
+        if (&reading->document != &m_scene->document()) throw KZe_INVALIDARG;
+        return reading;
     }
-    CItem::Channel& at(IKzUnknown* item, std::int32_t channel) const { return at(item).channel(channel); }
-    std::int32_t named(IKzUnknown* item, const char* name) const { return at(item).channelIndex(kzTextOf(name)); }
+    std::int32_t named(IKzUnknown* item, const char* name) const { return kzChannelIndex(*at(item), kzTextOf(name)); }
     // A channel with a stored value; throws for computed ones.
-    const ChannelInfo& stored(IKzUnknown* item, std::int32_t channel) const {
-        const ChannelInfo& info = at(item, channel).info;
+    static const ChannelInfo& stored(const Item& item, std::int32_t channel) {
+        const ChannelInfo& info = kzChannelAt(item, channel);
         if (info.type == nullptr)
             throw kzBecause(KZe_INVALIDARG, "Channels",
                             [&] { return "the channel \"" + info.name + "\" is a matrix that is computed"; });
@@ -48,11 +51,36 @@ protected:
     }
     double time() const { return m_time; }
 
+    CWorkspace& workspace() const { return m_scene->document().workspace(); }
+
 private:
     CHostRef<CScene> m_scene;
     std::string m_action;
     double m_time;
 };
+
+std::string rangeOf(const ChannelInfo& info) {
+    if (!info.minimum) return fmt::format("only values up to {}", *info.maximum);
+    if (!info.maximum) return fmt::format("only values from {}", *info.minimum);
+    return fmt::format("only values from {} to {}", *info.minimum, *info.maximum);
+}
+
+}  // namespace
+
+void kzWriteChannel(Item& item, const ChannelInfo& channel, KzCell cell, CEdit& edit) {
+    const auto refuse = [&](KzResult code, const std::string& why) {
+        return kzBecause(code, "ChannelWrite", [&] { return fmt::format("the channel \"{}\" {}", channel.name, why); });
+    };
+    if ((channel.flags & (KZfCHAN_READONLY | KZfCHAN_LOCKED)) != 0) throw refuse(KZe_NOACCESS, "cannot be written");
+    if (const auto number = kzNumberOf(cell)) {
+        if (!std::isfinite(*number)) throw refuse(KZe_INVALIDARG, fmt::format("takes no {}", *number));
+        if (*number < channel.minimum.value_or(*number) || *number > channel.maximum.value_or(*number))
+            throw refuse(KZe_OUTOFBOUNDS, fmt::format("takes no {}, {}", *number, rangeOf(channel)));
+    }
+    edit.setValue(item, channel, std::move(cell));
+}
+
+namespace {
 
 class CChannelRead final : public CHosted<"channel reader", CChannelRead, CKzIfc_ChannelRead>, CChannelAccess {
 public:
@@ -79,22 +107,24 @@ public:
     }
     KzResult channelread_EncodedInteger(IKzUnknown* item, std::int32_t channel, const char** text) override;
     KzResult channelread_String(IKzUnknown* item, std::int32_t channel, const char** text) override {
-        m_text = kzFormatCell(*stored(item, channel).type, cell(item, channel));
-        *text = m_text.c_str();
+        const auto reading = at(item);
+        const ChannelInfo& info = stored(*reading, channel);
+        *text = kzLend(kzFormatCell(*info.type, reading->valueOf(info)));
         return KZe_OK;
     }
     KzResult channelread_StringByName(IKzUnknown* item, const char* name, const char** text) override {
         return channelread_String(item, named(item, name), text);
     }
     KzResult channelread_ValueObj(IKzUnknown* item, std::int32_t channel, IKzUnknown** value) override {
-        return CHostRef<CValue>::make(*stored(item, channel).type, cell(item, channel)).give(value);
+        return valueAt(item, channel).give(value);
     }
     KzResult channelread_Value(IKzUnknown* item, std::int32_t channel, IKzUnknown* target) override {
         const CKzUser_Value asValue(target);
-        const auto value = CHostRef<CValue>::make(*stored(item, channel).type, cell(item, channel));
+        const auto value = valueAt(item, channel);
         return asValue ? asValue->Copy(value.raw()) : KZe_INVALIDARG;
     }
     KzResult channelread_Vector(IKzUnknown* item, std::int32_t firstChannel, KzVector3* value) override {
+        const auto reading = at(item);  // all three of one moment
         KzVector3 vector{};
         for (std::int32_t i = 0; i < 3; ++i) vector.v[i] = number(item, firstChannel + i);
         *value = vector;
@@ -107,38 +137,47 @@ public:
         return KZe_OK;
     }
     KzResult channelread_Matrix(IKzUnknown* item, std::int32_t channel, KzMatrix4* matrix) override {
-        CItem& owner = at(item);
-        switch (owner.channel(channel).info.kind) {
-        case ChannelKind::localMatrix: *matrix = kzLocalMatrix(owner); return KZe_OK;
-        case ChannelKind::worldMatrix: *matrix = kzWorldMatrix(owner); return KZe_OK;
-        case ChannelKind::stored: break;
+        const auto owner = at(item);
+        switch (kzChannelAt(*owner, channel).kind) {
+        case ChannelKind::localMatrix: *matrix = kzLocalMatrix(*owner); return KZe_OK;
+        case ChannelKind::worldMatrix: *matrix = kzWorldMatrix(*owner); return KZe_OK;
+        default: return KZe_INVALIDARG;
         }
-        return KZe_INVALIDARG;
     }
-    bool channelread_IsAnimated(IKzUnknown* /*item*/, std::int32_t /*channel*/) override { return false; }
+    bool channelread_IsAnimated(IKzUnknown* item, std::int32_t channel) override {
+        const auto owner = at(item);
+        const auto state = owner->values.find(&kzChannelAt(*owner, channel));
+        return state != owner->values.end() &&
+               std::ranges::any_of(state->second.actions, [](const auto& each) { return each.curve != nullptr; });
+    }
     std::uint32_t channelread_ValueSource(IKzUnknown* item, std::int32_t channel) override {
-        const CItem::Channel& source = at(item, channel);
-        if (source.info.type == nullptr) return KZiCHANSOURCE_DRIVEN;
-        return source.value ? KZiCHANSOURCE_SCENE : KZiCHANSOURCE_DEFAULT;
+        const auto owner = at(item);
+        const ChannelInfo& info = kzChannelAt(*owner, channel);
+        if (info.type == nullptr) return KZiCHANSOURCE_DRIVEN;
+        return owner->values.contains(&info) ? KZiCHANSOURCE_SCENE : KZiCHANSOURCE_DEFAULT;
     }
 
 private:
-    const KzCell& cell(IKzUnknown* item, std::int32_t channel) const {
-        stored(item, channel);
-        return at(item, channel).cell();
+    KzCell cell(IKzUnknown* item, std::int32_t channel) const {
+        const auto reading = at(item);
+        return reading->valueOf(stored(*reading, channel));
+    }
+    CHostRef<CValue> valueAt(IKzUnknown* item, std::int32_t channel) const {
+        const auto reading = at(item);
+        const ChannelInfo& info = stored(*reading, channel);
+        return CHostRef<CValue>::make(*info.type, reading->valueOf(info));
     }
     double number(IKzUnknown* item, std::int32_t channel) const {
         const auto value = kzNumberOf(cell(item, channel));
         if (!value) throw KZe_INVALIDARG;
         return *value;
     }
-
-    std::string m_text;
 };
 
 KzResult CChannelRead::channelread_EncodedInteger(IKzUnknown* item, std::int32_t channel, const char** text) {
-    const ChannelInfo& info = stored(item, channel);
-    const auto whole = kzIntegerOf(cell(item, channel));
+    const auto reading = at(item);
+    const ChannelInfo& info = stored(*reading, channel);
+    const auto whole = kzIntegerOf(reading->valueOf(info));
     if (!whole || !info.hints) return KZe_INVALIDARG;
     for (const auto* row = info.hints->rows(); row->text != nullptr; ++row) {
         if (row->value != *whole) continue;
@@ -156,7 +195,9 @@ public:
     double channelwrite_Time() override { return time(); }
     KzResult channelwrite_SetTime(double time) override { return setTime(time); }
     KzResult channelwrite_Double(IKzUnknown* item, std::int32_t channel, double value) override {
-        return put(item, channel, kzCellOf(*stored(item, channel).type, value));
+        const auto owner = at(item);
+        const ChannelInfo& info = stored(*owner, channel);
+        return put(*owner, info, kzCellOf(*info.type, value));
     }
     KzResult channelwrite_DoubleByName(IKzUnknown* item, const char* name, double value) override {
         return channelwrite_Double(item, named(item, name), value);
@@ -169,13 +210,14 @@ public:
     }
     KzResult channelwrite_EncodedInteger(IKzUnknown* item, std::int32_t channel, const char* text) override;
     KzResult channelwrite_String(IKzUnknown* item, std::int32_t channel, const char* text) override {
-        const ChannelInfo& info = stored(item, channel);
+        const auto owner = at(item);
+        const ChannelInfo& info = stored(*owner, channel);
         const auto cell = kzParseCell(*info.type, kzTextOf(text));
         if (!cell)
             return kzBecause(KZe_INVALIDARG, "ChannelWrite.String", [&] {
                 return "the channel \"" + info.name + "\": " + kzIsNot(kzTextOf(text), info.type->expects);
             });
-        return put(item, channel, cell);
+        return put(*owner, info, cell);
     }
     KzResult channelwrite_StringByName(IKzUnknown* item, const char* name, const char* text) override {
         return channelwrite_String(item, named(item, name), text);
@@ -187,31 +229,42 @@ public:
         return channelwrite_Vector(item, firstChannel, &wide);
     }
     KzResult channelwrite_ValueObj(IKzUnknown* item, std::int32_t channel, IKzUnknown* value) override {
-        const auto copy = CHostRef<CValue>::make(stored(item, channel).type->name);
+        const char* type = stored(*at(item), channel).type->name;
+        const auto copy = CHostRef<CValue>::make(type);  // a module's value is asked without the lock
         if (const KzResult code = copy->val_Copy(value); kzFailed(code)) return code;
-        return put(item, channel, copy->cell());
+        const auto owner = at(item);
+        const ChannelInfo& info = stored(*owner, channel);
+        return info.type == &copy->type() ? put(*owner, info, copy->cell()) : KZe_INVALIDARG;
     }
     KzResult channelwrite_Increment(IKzUnknown* item, std::int32_t channel, double amount) override {
-        const ChannelInfo& info = stored(item, channel);
-        const auto before = kzNumberOf(at(item, channel).cell());
+        const auto owner = at(item);
+        const ChannelInfo& info = stored(*owner, channel);
+        const auto before = kzNumberOf(owner->valueOf(info));
         if (!before) return KZe_INVALIDARG;
         const bool isWhole = info.storageType() == static_cast<std::uint32_t>(KZiCHANTYPE_INTEGER);
-        return put(item, channel, kzCellOf(*info.type, isWhole ? std::round(*before + amount) : *before + amount));
+        return put(*owner, info, kzCellOf(*info.type, isWhole ? std::round(*before + amount) : *before + amount));
     }
     KzResult channelwrite_Reset(IKzUnknown* item, std::int32_t channel) override {
-        return put(item, channel, stored(item, channel).initial);
+        const auto owner = at(item);
+        CEdit edit(workspace());
+        edit.setValue(*owner, stored(*owner, channel), {});
+        edit.commit();
+        return KZe_OK;
     }
 
 private:
-    KzResult put(IKzUnknown* item, std::int32_t channel, std::optional<KzCell> cell) {
+    KzResult put(Item& item, const ChannelInfo& channel, std::optional<KzCell> cell) {
         if (!cell) return KZe_INVALIDARG;
-        at(item).write(channel, std::move(*cell));
+        CEdit edit(workspace());
+        kzWriteChannel(item, channel, std::move(*cell), edit);
+        edit.commit();
         return KZe_OK;
     }
 };
 
 KzResult CChannelWrite::channelwrite_EncodedInteger(IKzUnknown* item, std::int32_t channel, const char* text) {
-    const ChannelInfo& info = stored(item, channel);
+    const auto owner = at(item);
+    const ChannelInfo& info = stored(*owner, channel);
     if (!info.hints) return KZe_INVALIDARG;
     for (const auto* row = info.hints->rows(); row->text != nullptr; ++row)
         if (kzTextOf(text) == row->text) return channelwrite_Integer(item, channel, row->value);
@@ -222,13 +275,16 @@ KzResult CChannelWrite::channelwrite_EncodedInteger(IKzUnknown* item, std::int32
 // Sets all three channels or none.
 KzResult CChannelWrite::channelwrite_Vector(IKzUnknown* item, std::int32_t firstChannel, const KzVector3* value) {
     const KzVector3& vector = kzNotNull(value);
-    std::optional<KzCell> before[3];
-    for (std::int32_t i = 0; i < 3; ++i) before[i] = at(item, firstChannel + i).value;
-    KzResult code = KZe_OK;
-    for (std::int32_t i = 0; i < 3 && kzSucceeded(code); ++i)
-        code = kzBoundary([&] { return channelwrite_Double(item, firstChannel + i, vector.v[i]); });
-    for (std::int32_t i = 0; i < 3 && kzFailed(code); ++i) at(item, firstChannel + i).value = before[i];
-    return code;
+    CEdit edit(workspace());
+    const auto owner = at(item);
+    for (std::int32_t i = 0; i < 3; ++i) {
+        const ChannelInfo& info = stored(*owner, firstChannel + i);
+        auto cell = kzCellOf(*info.type, vector.v[i]);
+        if (!cell) return KZe_INVALIDARG;
+        kzWriteChannel(*owner, info, std::move(*cell), edit);
+    }
+    edit.commit();
+    return KZe_OK;
 }
 
 }  // namespace

@@ -1,20 +1,39 @@
 // One channel of an item: its description, and the definition of a new one.
-#include "host/objects/scene.h"
+#include "host/objects/item.h"
 
+#include "host/core/reasons.h"
 #include "host/core/values.h"
+#include "host/objects/scene.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
+#include <algorithm>
+#include <cctype>
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace kzhost {
 
 namespace {
 
-// Looks its channel up by name each time, as channels come and go.
+// "levelOfDetail.X" is shown as "Level Of Detail X".
+std::string kzUserNameOf(std::string_view name) {
+    std::string text;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const char letter = name[i] == '.' ? ' ' : name[i];
+        const bool begins = i == 0 || name[i - 1] == '.';
+        const bool isUpper = std::isupper(static_cast<unsigned char>(letter)) != 0;
+        if (isUpper && !begins && std::islower(static_cast<unsigned char>(name[i - 1])) != 0) text += ' ';
+        text += begins ? static_cast<char>(std::toupper(static_cast<unsigned char>(letter))) : letter;
+    }
+    return text;
+}
+
+// Looks its channel up by name each time, as channels come and go. What is read of it is copied under the lock.
 class CChannelOf {
 public:
     CChannelOf(CHostRef<CItem> item, std::string name) : m_item(std::move(item)), m_name(std::move(name)) {}
@@ -22,12 +41,26 @@ public:
 protected:
     CItem& item() const { return *m_item; }
     const CHostRef<CItem>& itemRef() const { return m_item; }
-    std::int32_t index() const { return m_item->channelIndex(m_name); }
-    ChannelInfo& info() const { return m_item->channel(index()).info; }
-    // The channels of the item's type cannot be changed.
-    ChannelInfo& ownInfo() const {
-        if ((info().flags & KZfCHAN_USER) == 0) throw KZe_NOACCESS;
-        return info();
+    std::int32_t index() const { return kzChannelIndex(*m_item->read(), m_name); }
+    ChannelInfo info() const {
+        const auto item = m_item->read();
+        return kzChannelAt(*item, kzChannelIndex(*item, m_name));
+    }
+    // Changes the description of a user channel: `change(description)` throws what is wrong. Those of the item's type cannot
+    // be changed.
+    template <class Change> KzResult describe(const Change& change) {
+        CEdit edit(m_item->workspace());
+        const auto item = m_item->read();
+        const ChannelInfo& channel = kzChannelAt(*item, kzChannelIndex(*item, m_name));
+        if ((channel.flags & KZfCHAN_USER) == 0)
+            return kzBecause(KZe_NOACCESS, "ItemChannel", [&] {
+                return "the channel \"" + channel.name + "\" belongs to the type " + item->type.name;
+            });
+        ChannelInfo description = channel;
+        change(description);
+        edit.describeChannel(*item, channel, std::move(description));
+        edit.commit();
+        return KZe_OK;
     }
     const std::string& name() const { return m_name; }
     void rename(std::string name) { m_name = std::move(name); }
@@ -44,17 +77,57 @@ public:
     KzResult itemchannel_Item(IKzUnknown** item) override { return itemRef().give(item); }
     std::uint32_t itemchannel_Index() override { return static_cast<std::uint32_t>(index()); }
     KzResult itemchannel_Name(const char** name) override {
-        *name = info().name.c_str();
+        *name = kzLend(info().name);
         return KZe_OK;
     }
     KzResult itemchannel_FullName(const char** name) override {
-        m_text = item().scene().uniqueName(item()) + ":" + info().name;
-        *name = m_text.c_str();
+        const auto item = this->item().read();
+        *name = kzLend(item->uniqueName + ":" + info().name);
         return KZe_OK;
     }
     std::uint32_t itemchannel_StorageType() override { return info().storageType(); }
     KzResult itemchannel_EvalType(const char** type) override {
         *type = info().type != nullptr ? info().type->name : KZsCHANEVAL_MATRIX;
+        return KZe_OK;
+    }
+    KzResult itemchannel_SetName(const char* name) override {
+        const std::string wanted = kzString(name);
+        if (wanted.empty()) return KZe_INVALIDARG;
+        const KzResult code = describe([&](ChannelInfo& channel) {
+            if (wanted != channel.name && item().read()->findChannel(wanted) >= 0) throw KZe_ALREADYEXISTS;
+            channel.name = wanted;
+        });
+        if (kzSucceeded(code)) rename(wanted);
+        return code;
+    }
+    KzResult itemchannel_UserName(const char** name) override {
+        *name = kzLend(kzUserNameOf(info().name));
+        return KZe_OK;
+    }
+    KzResult itemchannel_VectorName(const char** name) override {
+        const ChannelInfo channel = info();
+        *name = kzLend(channel.vectorSize > 1 ? channel.name.substr(0, channel.name.rfind('.')) : channel.name);
+        return KZe_OK;
+    }
+    KzResult itemchannel_VectorComponent(std::uint32_t component, IKzUnknown** itemChannel) override;
+    KzResult itemchannel_SetDefault(IKzUnknown* value) override {
+        const std::string text = kzValueText(value);
+        return describe([&](ChannelInfo& channel) {
+            const auto cell = kzParseCell(*channel.type, text);
+            if (!cell) throw kzBecause(KZe_INVALIDARG, "ItemChannel.SetDefault", [&] { return kzIsNot(text, channel.type->expects); });
+            channel.initial = *cell;
+        });
+    }
+    KzResult itemchannel_IsInput(bool* input) override {
+        const auto owner = item().read();
+        const ChannelInfo& channel = kzChannelAt(*owner, index());
+        *input = std::ranges::any_of(owner->outputs, [&](const auto& link) { return link->sourceChannel == &channel; });
+        return KZe_OK;
+    }
+    KzResult itemchannel_IsDriven(bool* driven) override {
+        const auto owner = item().read();
+        const ChannelInfo& channel = kzChannelAt(*owner, index());
+        *driven = std::ranges::any_of(owner->inputs, [&](const auto& link) { return link->targetChannel == &channel; });
         return KZe_OK;
     }
     bool itemchannel_IsVector() override { return info().vectorSize > 1; }
@@ -72,9 +145,9 @@ public:
         return KZe_OK;
     }
     KzResult itemchannel_DefaultString(const char** value) override {
-        if (info().type == nullptr) return KZe_NOTAVAILABLE;
-        m_text = kzFormatCell(*info().type, info().initial);
-        *value = m_text.c_str();
+        const ChannelInfo channel = info();
+        if (channel.type == nullptr) return KZe_NOTAVAILABLE;
+        *value = kzLend(kzFormatCell(*channel.type, channel.initial));
         return KZe_OK;
     }
     KzResult itemchannel_Hints(const KzTextValueHint** hints) override {
@@ -83,8 +156,7 @@ public:
         return KZe_OK;
     }
     KzResult itemchannel_SetHints(const KzTextValueHint* hints) override {
-        ownInfo().hints = std::make_shared<COwnedHints>(hints);
-        return KZe_OK;
+        return describe([&](ChannelInfo& channel) { channel.hints = std::make_shared<COwnedHints>(hints); });
     }
     std::uint32_t itemchannel_Flags() override { return info().flags; }
 
@@ -94,9 +166,20 @@ private:
         *value = *number;
         return KZe_OK;
     }
-
-    std::string m_text;
 };
+
+// The components stand in a row, in the order of their letters.
+KzResult CItemChannel::itemchannel_VectorComponent(std::uint32_t component, IKzUnknown** itemChannel) {
+    const auto owner = item().read();
+    const std::int32_t own = index();
+    const ChannelInfo& channel = kzChannelAt(*owner, own);
+    if (component >= channel.vectorSize) return KZe_OUTOFBOUNDS;
+    const std::string vector = channel.name.substr(0, channel.name.rfind('.') + 1);
+    std::int32_t first = own;
+    while (channel.vectorSize > 1 && first > 0 && kzChannelAt(*owner, first - 1).name.starts_with(vector)) --first;
+    *itemChannel = kzMakeItemChannel(itemRef(), first + static_cast<std::int32_t>(component));
+    return KZe_OK;
+}
 
 // The components of each form of vector, as suffixes of channel names.
 std::span<const char* const> componentsOf(std::uint32_t form) {
@@ -139,26 +222,24 @@ public:
     KzResult addchannel_SetVector(std::uint32_t form) override;
     KzResult addchannel_SetRange(double minimum, double maximum) override {
         if (!(minimum <= maximum)) return KZe_INVALIDARG;
-        ownInfo().minimum = minimum;
-        ownInfo().maximum = maximum;
-        ownInfo().flags |= KZfCHAN_FLOATRANGE;
-        return KZe_OK;
+        return describe([&](ChannelInfo& channel) {
+            channel.minimum = minimum;
+            channel.maximum = maximum;
+            channel.flags |= KZfCHAN_FLOATRANGE;
+        });
     }
     KzResult addchannel_SetHints(const KzTextValueHint* hints) override {
-        ownInfo().hints = std::make_shared<COwnedHints>(hints);
-        return KZe_OK;
+        return describe([&](ChannelInfo& channel) { channel.hints = std::make_shared<COwnedHints>(hints); });
     }
     KzResult addchannel_SetInternal() override {
-        ownInfo().flags |= KZfCHAN_HIDDEN | KZfCHAN_NOANIM;
-        return KZe_OK;
+        return describe([](ChannelInfo& channel) { channel.flags |= KZfCHAN_HIDDEN | KZfCHAN_NOANIM; });
     }
     std::uint32_t addchannel_ChannelCount() override { return m_count; }
 
 private:
     KzResult setDefault(const std::optional<KzCell>& cell) {
         if (!cell) return KZe_INVALIDARG;
-        ownInfo().initial = *cell;
-        return KZe_OK;
+        return describe([&](ChannelInfo& channel) { channel.initial = *cell; });
     }
 
     std::uint32_t m_count = 1;
@@ -168,17 +249,20 @@ private:
 KzResult CAddChannel::addchannel_SetVector(std::uint32_t form) {
     const auto components = componentsOf(form);
     if (components.empty()) return KZe_OK;
-    const ChannelInfo scalar = ownInfo();
+    CEdit edit(item().workspace());
+    const auto owner = item().read();
+    const ChannelInfo scalar = info();
     for (const char* component : components)
-        if (item().hasChannel(scalar.name + component)) return KZe_ALREADYEXISTS;
-    item().removeChannel(scalar.name);
+        if (owner->findChannel(scalar.name + component) >= 0) return KZe_ALREADYEXISTS;
+    edit.removeChannel(*owner, kzChannelAt(*owner, index()));
     for (const char* component : components) {
         ChannelInfo each = scalar;
         each.name += component;
         each.flags |= KZfCHAN_VECTOR;
         each.vectorSize = static_cast<std::uint32_t>(components.size());
-        item().addChannel(std::move(each));
+        kzAddChannel(*owner, std::move(each), edit);
     }
+    edit.commit();
     rename(scalar.name + components[0]);
     m_count += static_cast<std::uint32_t>(components.size()) - 1;
     return KZe_OK;
@@ -187,7 +271,7 @@ KzResult CAddChannel::addchannel_SetVector(std::uint32_t form) {
 }  // namespace
 
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel) {
-    std::string name = item->channel(channel).info.name;
+    std::string name = kzChannelAt(*item->read(), channel).name;
     return kzMakeObject<CItemChannel>(std::move(item), std::move(name));
 }
 

@@ -21,24 +21,30 @@ KzMatrix4 rotation(int axis, double angle) {
 // The axes in order of rotation, indexed by the constants of rotation orders.
 constexpr int axesOf[][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
 
+// The value of a channel of numbers.
+double number(const Item& item, const char* channel) {
+    const std::int32_t index = item.findChannel(channel);
+    return index >= 0 ? kzNumberOf(item.valueOf(*item.channelAt(static_cast<std::size_t>(index)))).value_or(0) : 0;
+}
+
 }  // namespace
 
-KzMatrix4 kzLocalMatrix(CItem& item) {
+KzMatrix4 kzLocalMatrix(const Item& item) {
     KzMatrix4 matrix = kzIdentity();
-    if (!item.hasChannel(KZsICHAN_LOCATOR_LOCALMATRIX)) return matrix;
+    if (item.findChannel(KZsICHAN_LOCATOR_LOCALMATRIX) < 0) return matrix;
     const char* scales[] = {KZsICHAN_XFRMSCALE_SCL_X, KZsICHAN_XFRMSCALE_SCL_Y, KZsICHAN_XFRMSCALE_SCL_Z};
     const char* angles[] = {KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMROTATION_ROT_Y, KZsICHAN_XFRMROTATION_ROT_Z};
     const char* places[] = {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMPOSITION_POS_Y, KZsICHAN_XFRMPOSITION_POS_Z};
-    for (int axis = 0; axis < 3; ++axis) matrix.m[axis][axis] = item.number(scales[axis]);
-    const auto order = static_cast<std::size_t>(std::clamp(item.number(KZsICHAN_XFRMROTATION_ORDER), 0.0, 5.0));
-    for (const int axis : axesOf[order]) matrix = matrix * rotation(axis, item.number(angles[axis]));
-    for (int axis = 0; axis < 3; ++axis) matrix.m[3][axis] = item.number(places[axis]);
+    for (int axis = 0; axis < 3; ++axis) matrix.m[axis][axis] = number(item, scales[axis]);
+    const auto order = static_cast<std::size_t>(std::clamp(number(item, KZsICHAN_XFRMROTATION_ORDER), 0.0, 5.0));
+    for (const int axis : axesOf[order]) matrix = matrix * rotation(axis, number(item, angles[axis]));
+    for (int axis = 0; axis < 3; ++axis) matrix.m[3][axis] = number(item, places[axis]);
     return matrix;
 }
 
-KzMatrix4 kzWorldMatrix(CItem& item) {
+KzMatrix4 kzWorldMatrix(const Item& item) {
     KzMatrix4 matrix = kzLocalMatrix(item);
-    for (CItem* parent = item.parent(); parent != nullptr; parent = parent->parent())
+    for (const Item* parent = item.parent; parent != nullptr; parent = parent->parent)
         matrix = matrix * kzLocalMatrix(*parent);
     return matrix;
 }

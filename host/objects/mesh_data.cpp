@@ -180,7 +180,16 @@ void CMeshData::dropLostValues() {
     for (MeshMapData& map : maps) std::erase_if(map.values, isLost);
 }
 
+void CMeshData::assign(const CMeshData& other) {
+    const auto serials = m_serials;
+    *this = other;
+    m_serials = serials;
+    for (std::uint32_t& each : m_serials) ++each;
+}
+
+// Marks come and go with the selection, and make no step of the history.
 void CMeshData::changed(std::uint32_t changes) {
+    if ((changes & ~static_cast<std::uint32_t>(KZfMESHEDIT_MARKS)) != 0) m_watch.changed();
     for (std::size_t bit = 0; bit < m_serials.size(); ++bit)
         if ((changes >> bit & 1U) != 0) ++m_serials[bit];
     if ((changes & KZmMESHEDIT_TOPOLOGY) != 0) m_isCurrent = false;

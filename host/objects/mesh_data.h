@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <map>
 #include <span>
 #include <string>
@@ -63,6 +64,24 @@ struct MeshCorner {
     std::int32_t vertex = 0;
 };
 
+// Hears of the first change since it was last asked. It belongs to one mesh: a copy of the data has none.
+class CMeshWatch {
+public:
+    CMeshWatch() = default;
+    CMeshWatch(const CMeshWatch& /*other*/) {}
+    CMeshWatch& operator=(const CMeshWatch& /*other*/) { return *this; }
+
+    void set(std::function<void()> firstChange) { m_firstChange = std::move(firstChange); }
+    void changed() {
+        if (m_firstChange && !std::exchange(m_isChanged, true)) m_firstChange();
+    }
+    bool take() { return std::exchange(m_isChanged, false); }
+
+private:
+    std::function<void()> m_firstChange;
+    bool m_isChanged = false;
+};
+
 class CMeshData {
 public:
     CElementTable<MeshPoint> points;
@@ -109,6 +128,9 @@ public:
     // Records changes of those kinds; after a change of the topology the edges are computed anew.
     void changed(std::uint32_t changes);
     std::uint32_t serial(std::uint32_t changes) const;
+    CMeshWatch& watch() noexcept { return m_watch; }
+    // Takes over what the other one has; the serial numbers go on from here.
+    void assign(const CMeshData& other);
 
 private:
     CElementTable<MeshEdge>& connect();
@@ -121,6 +143,7 @@ private:
     std::unordered_map<KzElementId, std::vector<MeshCorner>> m_corners;
     bool m_isCurrent = false;
     std::array<std::uint32_t, 32> m_serials{};
+    CMeshWatch m_watch;
 };
 
 // The properties of a type of polygon.

@@ -1,10 +1,11 @@
-// Scenes: their items by type, name and identifier.
+// The objects of documents: their items by type, name and identifier.
 #include "host/objects/scene.h"
 
 #include "host/core/reasons.h"
 #include "host/state/text.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,112 +28,148 @@ KzResult handOver(IKzUnknown* object, IKzUnknown** out) {
     return object != nullptr ? KZe_OK : KZe_FAILED;
 }
 
+// The names of a document's items, for an error. There may be very many.
+template <class Text> std::vector<std::string> someNames(const CDocument& document, Text Item::* name) {
+    std::vector<std::string> names;
+    document.each(KZiITYPE_ANY, [&](const Item& item) { names.push_back(item.*name); });
+    return names;
+}
+
+// Does not keep the object: an open document is kept by the list of open scenes.
+struct SceneObject final : ItemAttachment {
+    explicit SceneObject(CScene& scene) : scene(scene) {}
+    CScene& scene;
+};
+
 }  // namespace
 
-CHostRef<CScene> CScene::open(std::string name) {
-    auto scene = CHostRef<CScene>::make(std::move(name));
-    scene->add(*kzFindItemType(KZiITYPE_ROOT));
-    scene->m_isModified = false;
+CHostRef<CScene> kzOpenScene(CWorkspace& workspace, std::string name) {
+    auto scene = CHostRef<CScene>::make(workspace.open(std::move(name)));
+    scene->document().object = std::make_unique<SceneObject>(*scene);
     return scene;
 }
+
+CHostRef<CScene> kzObjectOf(CDocument& document) { return static_cast<SceneObject&>(*document.object).scene.self(); }
 
 CScene::~CScene() { close(); }
 
 void CScene::close() {
-    for (const auto& item : m_items) item->leave();
-    m_items.clear();
-    m_roots.clear();
+    const CReading reading(m_document->workspace());
+    m_document->object.reset();
+    m_document->workspace().close(*m_document);
 }
 
-CHostRef<CItem> CScene::add(const ItemType& type) {
-    auto item = CHostRef<CItem>::make(*this, type, std::string(type.name) + std::to_string(m_nextIdent++));
-    m_items.push_back(item);
-    if (type.number != KZiITYPE_ROOT) m_roots.push_back(item.object());
-    touch();
-    return item;
-}
-
-std::string CScene::uniqueName(const CItem& item) const {
-    const std::string base = item.baseName();
-    std::uint32_t same = 0;
-    for (const auto& other : m_items) {
-        if (other->baseName() == base) ++same;
-        if (other.object() == &item) break;
-    }
-    return same > 1 ? base + " (" + std::to_string(same) + ")" : base;
+CDocument& CScene::open() const {
+    if (!m_document->isOpen()) throw KZe_NOTAVAILABLE;
+    return *m_document;
 }
 
 KzResult CScene::scene_Filename(const char** path) {
-    *path = m_filename.empty() ? nullptr : m_filename.c_str();
+    const CReading reading(m_document->workspace());
+    *path = m_document->filename().empty() ? nullptr : kzLend(m_document->filename());
     return KZe_OK;
 }
 
 KzResult CScene::scene_SetFilename(const char* path) {
-    m_filename = kzTextOf(path);
+    CEdit edit(m_document->workspace());
+    edit.setFilename(open(), kzString(path));
+    edit.commit();
     return KZe_OK;
 }
 
+// A scene with a file is called as that is, without its folder and extension.
 KzResult CScene::scene_Name(const char** name) {
-    *name = m_name.c_str();
+    const CReading reading(m_document->workspace());
+    const std::string& path = m_document->filename();
+    *name = kzLend(path.empty() ? m_document->name() : std::filesystem::path(path).stem().string());
     return KZe_OK;
 }
 
 KzResult CScene::scene_Root(IKzUnknown** item) {
-    return m_items.empty() ? KZe_NOTAVAILABLE : m_items.front().give(item);
+    const CReading reading(m_document->workspace());
+    return kzGiveItem(open().root(), item);
+}
+
+bool CScene::scene_IsModified() {
+    const CReading reading(m_document->workspace());
+    return m_document->isModified();
 }
 
 KzResult CScene::scene_SetModified(std::int32_t modified) {
-    m_isModified = modified != 0;
+    m_document->workspace().setModified(open(), modified != 0);
     return KZe_OK;
 }
 
 KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
+    CEdit edit(m_document->workspace());
     const ItemType* row = kzFindItemType(type);
-    if (m_items.empty()) return KZe_NOTAVAILABLE;
+    CDocument& document = open();
     if (row == nullptr || type == KZiITYPE_ANY || type == KZiITYPE_ROOT) return KZe_INVALIDARG;
-    return add(*row).give(item);
+    Item& added = edit.add(document, *row);
+    edit.commit();
+    return kzGiveItem(&added, item);
 }
 
-// Removes the item with all its descendants.
+// Listeners hear of the item and of those below it while these are still whole. One that changes the tree meanwhile
+// changes what goes.
 KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
     const auto top = kzOwn<CItem>(item);
-    if (!top->isIn(*this) || top->item_Type() == KZiITYPE_ROOT) return KZe_INVALIDARG;
-    std::vector<CItem*> subtree{top.object()};
-    for (std::size_t i = 0; i < subtree.size(); ++i)
-        for (CItem* child : subtree[i]->children()) subtree.push_back(child);
-    std::erase(top->parent() != nullptr ? top->parent()->children() : m_roots, top.object());
-    for (CItem* each : subtree) each->leave();
-    std::erase_if(m_items, [this](const auto& each) { return !each->isIn(*this); });
-    touch();
+    DocumentEvents removing;
+    {
+        const auto reading = top->read();
+        if (&reading->document != m_document.get() || top->type().number == KZiITYPE_ROOT) return KZe_INVALIDARG;
+        removing = kzRemoving(*reading);
+    }
+    for (const DocumentEvent& event : removing) m_document->workspace().tell(event);
+    CEdit edit(m_document->workspace());
+    edit.remove(*top->read());
+    edit.commit();
     return KZe_OK;
 }
 
 std::uint32_t CScene::scene_ItemCount(std::int32_t type) {
-    return static_cast<std::uint32_t>(
-        std::count_if(m_items.begin(), m_items.end(), [type](const auto& item) { return item->item_TestType(type); }));
+    const CReading reading(m_document->workspace());
+    return static_cast<std::uint32_t>(m_document->count(type));
 }
 
 KzResult CScene::scene_ItemByIndex(std::int32_t type, std::uint32_t index, IKzUnknown** item) {
-    for (const auto& each : m_items)
-        if (each->item_TestType(type) && index-- == 0) return each.give(item);
-    return KZe_OUTOFBOUNDS;
+    const CReading reading(m_document->workspace());
+    Item* found = m_document->at(type, index);
+    return found != nullptr ? kzGiveItem(found, item) : KZe_OUTOFBOUNDS;
 }
 
 KzResult CScene::scene_ItemLookup(const char* name, IKzUnknown** item) {
-    for (const auto& each : m_items)
-        if (kzTextOf(name) == uniqueName(*each)) return each.give(item);
+    const CReading reading(m_document->workspace());
+    if (Item* found = m_document->byName(kzTextOf(name))) return kzGiveItem(found, item);
     return kzBecause(KZe_NOTFOUND, "Scene.ItemLookup", [&] {
-        return kzThereIsNo("item", kzTextOf(name), m_items, [this](const auto& each) { return uniqueName(*each); });
+        return kzThereIsNo("item", kzTextOf(name), someNames(*m_document, &Item::uniqueName));
     });
 }
 
 KzResult CScene::scene_ItemByIdent(const char* ident, IKzUnknown** item) {
-    for (const auto& each : m_items)
-        if (kzTextOf(ident) == each->ident()) return each.give(item);
+    const CReading reading(m_document->workspace());
+    if (Item* found = m_document->byIdent(kzTextOf(ident))) return kzGiveItem(found, item);
     return kzBecause(KZe_NOTFOUND, "Scene.ItemByIdent", [&] {
-        return kzThereIsNo("item", kzTextOf(ident), m_items, [](const auto& each) { return each->ident(); });
+        return kzThereIsNo("item", kzTextOf(ident), someNames(*m_document, &Item::ident));
     });
 }
+
+KzResult CScene::scene_GraphLookup(const char* name, IKzUnknown** graph) {
+    const GraphInfo* info = kzFindGraph(kzTextOf(name));
+    if (info != nullptr) return handOver(kzMakeSceneGraph(self(), *info), graph);
+    return kzBecause(KZe_NOTFOUND, "Scene.GraphLookup", [&] {
+        return kzThereIsNo("graph", kzTextOf(name), kzGraphs(), [](const GraphInfo& each) { return each.name; });
+    });
+}
+
+KzResult CScene::scene_GraphByIndex(std::uint32_t index, IKzUnknown** graph) {
+    return index < kzGraphs().size() ? handOver(kzMakeSceneGraph(self(), kzGraphs()[index]), graph) : KZe_OUTOFBOUNDS;
+}
+
+// Scenes here refer to no others, and none refers to them.
+bool CScene::scene_IsReference() { return false; }
+std::uint32_t CScene::scene_SubSceneCount() { return 0; }
+KzResult CScene::scene_SubSceneByIndex(std::uint32_t /*index*/, IKzUnknown** /*scene*/) { return KZe_OUTOFBOUNDS; }
 
 KzResult CScene::scene_Channels(const char* action, double time, IKzUnknown** read) {
     return handOver(kzMakeChannelRead(self(), actionName(action), time), read);

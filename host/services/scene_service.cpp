@@ -22,7 +22,7 @@ public:
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
         enter("Scene.Create");
-        m_scenes->list.push_back(CScene::open(kzString(name)));
+        m_scenes->list.push_back(kzOpenScene(*m_scenes->workspace, kzString(name)));
         return m_scenes->list.back().give(scene);
     }
     KzResult sceneservice_Close(IKzUnknown* scene) override {
@@ -44,10 +44,10 @@ public:
     KzResult sceneservice_Lookup(const char* path, IKzUnknown** scene) override {
         enter("Scene.Lookup");
         for (const auto& open : m_scenes->list)
-            if (!open->filename().empty() && open->filename() == kzTextOf(path)) return open.give(scene);
+            if (!open->document().filename().empty() && open->document().filename() == kzTextOf(path)) return open.give(scene);
         return kzBecause(KZe_NOTFOUND, "Scene.Lookup", [&] {
             return kzThereIsNo("open scene", kzTextOf(path), m_scenes->list,
-                               [](const auto& open) { return open->filename(); });
+                               [](const auto& open) { return open->document().filename(); });
         });
     }
     KzResult sceneservice_Current(IKzUnknown** scene) override {
@@ -100,10 +100,10 @@ public:
     KzResult sceneservice_LocatorTransform(IKzUnknown* locator, double /*time*/, KzVector3* position, KzVector3* angles,
                                            KzVector3* scale) override {
         enter("Scene.LocatorTransform");
-        CItem& item = located(locator);
-        *position = vectorOf(item, KZsICHAN_XFRMPOSITION_POS_X);
-        *angles = vectorOf(item, KZsICHAN_XFRMROTATION_ROT_X);
-        *scale = vectorOf(item, KZsICHAN_XFRMSCALE_SCL_X);
+        const auto item = located(locator);
+        *position = vectorOf(*item, KZsICHAN_XFRMPOSITION_POS_X);
+        *angles = vectorOf(*item, KZsICHAN_XFRMROTATION_ROT_X);
+        *scale = vectorOf(*item, KZsICHAN_XFRMSCALE_SCL_X);
         return KZe_OK;
     }
     KzResult sceneservice_SetLocatorPosition(IKzUnknown* locator, const KzVector3* position, double time,
@@ -128,26 +128,28 @@ private:
         if (row == nullptr) throw KZe_NOTFOUND;
         return *row;
     }
-    static CItem& located(IKzUnknown* locator) {
-        const auto item = kzOwn<CItem>(locator);
-        if (!item->hasChannel(KZsICHAN_LOCATOR_WORLDMATRIX)) throw KZe_INVALIDARG;
-        return *item;
+    static CItemReading located(IKzUnknown* locator) {
+        auto item = kzOwn<CItem>(locator)->read();
+        if (item->findChannel(KZsICHAN_LOCATOR_WORLDMATRIX) < 0) throw KZe_INVALIDARG;
+        return item;
     }
-    static KzVector3 vectorOf(CItem& item, const char* firstChannel) {
-        const std::int32_t first = item.channelIndex(firstChannel);
+    static KzVector3 vectorOf(const Item& item, const char* firstChannel) {
+        const std::int32_t first = kzChannelIndex(item, firstChannel);
         KzVector3 vector{};
-        for (std::int32_t i = 0; i < 3; ++i) vector.v[i] = kzNumberOf(item.channel(first + i).cell()).value_or(0);
+        for (std::int32_t i = 0; i < 3; ++i)
+            vector.v[i] = kzNumberOf(item.valueOf(kzChannelAt(item, first + i))).value_or(0);
         return vector;
     }
     static KzResult setVector(IKzUnknown* locator, const char* firstChannel, const KzVector3* value, double time,
                               const char* action) {
-        CItem& item = located(locator);
+        const auto item = located(locator);
         CKzUser_ChannelWrite write;
         CKzLoc_Unknown access;
-        if (const KzResult code = item.scene().scene_WriteChannels(action, time, access.out()); kzFailed(code))
+        if (const KzResult code = kzObjectOf(item->document)->scene_WriteChannels(action, time, access.out());
+            kzFailed(code))
             return code;
         write.set(access.raw());
-        return write.Vector(locator, item.channelIndex(firstChannel), value);
+        return write.Vector(locator, kzChannelIndex(*item, firstChannel), value);
     }
 
     std::shared_ptr<OpenScenes> m_scenes;

@@ -4,6 +4,7 @@
 #include "kz/result.h"
 #include "kz/tables.h"
 
+#include <array>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -28,6 +29,14 @@ template <class Number> bool readHex(std::string_view digits, Number& number) no
 }
 
 }  // namespace
+
+const char* kzLend(std::string text) {
+    thread_local std::array<std::string, 8> theTexts;
+    thread_local std::size_t theNext = 0;
+    std::string& place = theTexts[theNext++ % theTexts.size()];
+    place = std::move(text);
+    return place.c_str();
+}
 
 KzResult kzFillText(std::string_view text, char* buffer, std::uint32_t length) noexcept {
     if (buffer == nullptr) return KZe_INVALIDARG;

@@ -15,6 +15,10 @@ namespace kzhost {
 // Copies a text into a caller's buffer as a NUL-terminated string. Returns SHORTBUFFER if it had to be truncated.
 KzResult kzFillText(std::string_view text, char* buffer, std::uint32_t length) noexcept;
 
+// Keeps a text for a caller who copies it soon. Each thread keeps its last few, so that memory does not grow with the number
+// of calls.
+const char* kzLend(std::string text);
+
 // The text as a string; empty for a null pointer.
 inline std::string kzString(const char* text) { return std::string(kzTextOf(text)); }
 

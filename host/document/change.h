@@ -1,0 +1,60 @@
+// Changes of documents. A change is made, reversed and made again by one function, which exchanges what the document has
+// with what the change keeps: whatever can be done can be undone, without code of its own for that.
+#pragma once
+
+#include "host/document/document_event.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kzhost {
+
+enum class Direction { forward, reverse };
+
+constexpr Direction opposite(Direction direction) noexcept {
+    return direction == Direction::forward ? Direction::reverse : Direction::forward;
+}
+
+class CChange {
+public:
+    explicit CChange(CDocument* document) : m_document(document) {}
+    CChange(const CChange&) = delete;
+    CChange& operator=(const CChange&) = delete;
+    virtual ~CChange() = default;
+
+    virtual void apply(Direction direction, DocumentEvents& events) = 0;
+    // What listeners must hear before it is applied.
+    virtual void announce(Direction /*direction*/, DocumentEvents& /*events*/) {}
+    // A change of somebody else's is applied without the lock, because it calls foreign code.
+    virtual bool isForeign() const { return false; }
+    virtual std::size_t memory() const { return 0; }
+    // Null for a change that belongs to no document.
+    CDocument* document() const noexcept { return m_document; }
+
+private:
+    CDocument* m_document;
+};
+
+using ChangeList = std::vector<std::unique_ptr<CChange>>;
+
+// The change that a function object makes: `exchange(direction, events)`.
+template <class Exchange> class CExchange final : public CChange {
+public:
+    CExchange(CDocument* document, Exchange exchange) : CChange(document), m_exchange(std::move(exchange)) {}
+    void apply(Direction direction, DocumentEvents& events) override { m_exchange(direction, events); }
+    void announce(Direction direction, DocumentEvents& events) override {
+        if constexpr (requires { m_exchange.announce(direction, events); }) m_exchange.announce(direction, events);
+    }
+    std::size_t memory() const override {
+        if constexpr (requires { m_exchange.memory(); }) return sizeof *this + m_exchange.memory();
+        else return sizeof *this;
+    }
+
+private:
+    Exchange m_exchange;
+};
+
+}  // namespace kzhost

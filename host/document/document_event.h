@@ -1,0 +1,51 @@
+// What happens to documents, as it is told to those who listen.
+#pragma once
+
+#include "host/document/item.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kzhost {
+
+// `item`, `other`, `text` and the numbers mean what the comment at the kind says; the rest is empty.
+struct DocumentEvent {
+    enum class Kind {
+        itemAdded,
+        itemRemoving,  // the item is still whole
+        itemRemoved,   // text: the identifier
+        renamed,       // text: the former name
+        parented,      // other: the former parent
+        moved,         // first: the position
+        flags,         // first: the flags that are different now
+        tag,           // first: the code
+        source,        // other: the new source
+        channelAdded,  // text: the channel
+        channelRemoved,
+        channelValue,  // text: the channel
+        linkAdded,     // text: the graph; item and other: its ends
+        linkRemoved,
+        linkMoved,  // first: the position
+        channelLinkAdded,  // item and other: its ends; first and second: their channels
+        channelLinkRemoved,
+        filename,
+        modified,  // first: nonzero while there are unsaved changes
+        packageAdded,  // text: the package
+        packageRemoved,
+        geometry,  // of the item
+        history,   // a step was added, undone, redone or removed
+        selection,
+    };
+    Kind kind;
+    CDocument* document = nullptr;
+    ItemRef item = {};
+    ItemRef other = {};
+    std::string text = {};
+    std::int64_t first = 0, second = 0;
+};
+
+using DocumentEvents = std::vector<DocumentEvent>;
+using DocumentSink = std::function<void(const DocumentEvent&)>;
+
+}  // namespace kzhost

@@ -1,0 +1,367 @@
+// Changes of documents. Each is written once, as an exchange: called again, it reverses itself.
+#include "host/document/edit.h"
+
+#include "host/document/presence.h"
+
+#include "kz/scene_graph.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kzhost {
+
+namespace {
+
+using Kind = DocumentEvent::Kind;
+
+void insertAt(std::vector<Item*>& list, std::size_t index, Item* item) {
+    list.insert(list.begin() + static_cast<std::ptrdiff_t>(std::min(index, list.size())), item);
+}
+
+std::size_t indexIn(const std::vector<Item*>& list, const Item* item) {
+    return static_cast<std::size_t>(std::find(list.begin(), list.end(), item) - list.begin());
+}
+
+}  // namespace
+
+CEdit::CEdit(CWorkspace& workspace) : m_hold(workspace), m_workspace(workspace), m_firstEvent(workspace.m_events.size()) {
+    workspace.refuseWhileMoving();
+    workspace.keepGeometry();
+}
+
+CEdit::~CEdit() {
+    if (m_changes.empty()) return;
+    DocumentEvents none;
+    while (!m_changes.empty()) {
+        if (CDocument* document = m_changes.back()->document()) ++document->m_stamp;
+        m_changes.back()->apply(Direction::reverse, none);
+        m_changes.pop_back();
+    }
+    m_workspace.m_events.resize(std::min(m_firstEvent, m_workspace.m_events.size()));
+}
+
+void CEdit::run(std::unique_ptr<CChange> change) {
+    m_changes.reserve(m_changes.size() + 1);
+    if (CDocument* document = change->document()) ++document->m_stamp;
+    change->apply(Direction::forward, m_workspace.m_events);
+    m_changes.push_back(std::move(change));
+}
+
+// Each document that changed gets a new revision, which goes with the change: undoing all the way back to what was saved,
+// there is nothing to be saved.
+void CEdit::commit() {
+    std::vector<CDocument*> documents;
+    for (const auto& change : m_changes) {
+        CDocument* document = change->document();
+        if (document != nullptr && std::find(documents.begin(), documents.end(), document) == documents.end())
+            documents.push_back(document);
+    }
+    for (CDocument* document : documents)
+        make(document, [document, revision = ++m_workspace.m_lastRevision](Direction, DocumentEvents& events) mutable {
+            const bool wasModified = document->isModified();
+            std::swap(document->m_revision, revision);
+            if (wasModified != document->isModified())
+                events.push_back({.kind = Kind::modified, .document = document, .first = document->isModified()});
+        });
+    m_workspace.keep(std::exchange(m_changes, {}));
+}
+
+Item& CEdit::add(CDocument& document, const ItemType& type, std::string ident) {
+    if (ident.empty()) ident = document.newIdent(type);
+    const auto item = std::make_shared<Item>(document, type, std::move(ident), ++document.m_lastSerial);
+    make(&document, CDocument::Presence{item, nullptr, last, true});
+    return *item;
+}
+
+namespace {
+
+// An item and everything below it, the highest first.
+std::vector<Item*> subtreeOf(Item& item) {
+    std::vector<Item*> subtree{&item};
+    for (std::size_t i = 0; i < subtree.size(); ++i)
+        subtree[i]->children.each([&](Item& child) { subtree.push_back(&child); });
+    return subtree;
+}
+
+}  // namespace
+
+DocumentEvents kzRemoving(Item& item) {
+    DocumentEvents events;
+    for (Item* each : subtreeOf(item))
+        events.push_back({.kind = Kind::itemRemoving, .document = &item.document, .item = each->shared_from_this()});
+    return events;
+}
+
+void CEdit::remove(Item& item) {
+    const std::vector<Item*> subtree = subtreeOf(item);
+    for (std::size_t i = subtree.size(); i-- > 0;) removeOne(*subtree[i]);
+}
+
+void CEdit::removeOne(Item& item) {
+    std::vector<std::string> graphs;
+    for (const auto& [graph, links] : item.links) graphs.push_back(graph);
+    for (const std::string& graph : graphs) unlinkAll(graph, item);
+    while (!item.inputs.empty()) unlinkChannels(*item.inputs.back());
+    while (!item.outputs.empty()) unlinkChannels(*item.outputs.back());
+    while (!item.instances.empty()) setSource(*item.instances.back(), nullptr);
+    if (item.source != nullptr) setSource(item, nullptr);
+    CDocument& document = item.document;
+    make(&document, CDocument::Presence{item.shared_from_this(), item.parent, document.siblingsOf(item).positionOf(item), false});
+}
+
+void CEdit::place(Item& item, Item* parent, std::size_t position) {
+    make(&item.document, [item = item.shared_from_this(), parent, position](Direction, DocumentEvents& events) mutable {
+        CDocument& document = item->document;
+        Item* oldParent = item->parent;
+        auto& siblings = document.siblings(oldParent);
+        const std::size_t oldPosition = siblings.positionOf(*item);
+        siblings.erase(*item);
+        item->parent = parent;
+        auto& newSiblings = document.siblings(parent);
+        newSiblings.insert(std::min(position, newSiblings.size()), *item);
+        const auto newPosition = static_cast<std::int64_t>(newSiblings.positionOf(*item));
+        if (oldParent != parent)
+            events.push_back({.kind = Kind::parented, .document = &document, .item = item,
+                              .other = oldParent != nullptr ? oldParent->shared_from_this() : nullptr});
+        else events.push_back({.kind = Kind::moved, .document = &document, .item = item, .first = newPosition});
+        parent = oldParent;
+        position = oldPosition;
+    });
+}
+
+void CEdit::rename(Item& item, std::string name) {
+    make(&item.document, [item = item.shared_from_this(), name = std::move(name), number = std::uint32_t{0}](
+                             Direction, DocumentEvents& events) mutable {
+        CNameIndex& names = item->document.m_names;
+        names.leave(*item);
+        std::swap(item->name, name);
+        names.enter(*item, std::exchange(number, item->number));
+        events.push_back({.kind = Kind::renamed, .document = &item->document, .item = item, .text = name});
+    });
+}
+
+void CEdit::setTag(Item& item, std::uint32_t code, std::optional<std::string> text) {
+    make(&item.document, [item = item.shared_from_this(), code, text = std::move(text)](Direction, DocumentEvents& events) mutable {
+        std::optional<std::string> before;
+        if (const auto tag = item->tags.find(code); tag != item->tags.end()) before = std::move(tag->second);
+        if (text) item->tags[code] = std::move(*text);
+        else item->tags.erase(code);
+        text = std::move(before);
+        events.push_back({.kind = Kind::tag, .document = &item->document, .item = item, .first = code});
+    });
+}
+
+void CEdit::setFlags(Item& item, std::uint32_t flags) {
+    make(&item.document, [item = item.shared_from_this(), flags](Direction, DocumentEvents& events) mutable {
+        std::swap(item->flags, flags);
+        events.push_back({.kind = Kind::flags, .document = &item->document, .item = item, .first = item->flags ^ flags});
+    });
+}
+
+void CEdit::setSource(Item& item, Item* source) {
+    make(&item.document, [item = item.shared_from_this(), source, index = last](Direction, DocumentEvents& events) mutable {
+        Item* before = item->source;
+        std::size_t oldIndex = last;
+        if (before != nullptr) {
+            oldIndex = indexIn(before->instances, item.get());
+            std::erase(before->instances, item.get());
+        }
+        if (source != nullptr) insertAt(source->instances, index, item.get());
+        item->source = source;
+        events.push_back({.kind = Kind::source, .document = &item->document, .item = item,
+                          .other = source != nullptr ? source->shared_from_this() : nullptr});
+        source = before;
+        index = oldIndex;
+    });
+}
+
+void CEdit::setChannel(Item& item, const ChannelInfo& channel, ChannelState state) {
+    make(&item.document, [item = item.shared_from_this(), channel = &channel, state = std::move(state)](
+                             Direction, DocumentEvents& events) mutable {
+        const auto entry = item->values.find(channel);
+        ChannelState before;
+        if (entry != item->values.end()) before = std::move(entry->second);
+        if (state.empty()) item->values.erase(channel);
+        else if (entry != item->values.end()) entry->second = std::move(state);
+        else item->values.emplace(channel, std::move(state));
+        state = std::move(before);
+        events.push_back({.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+    });
+}
+
+void CEdit::setValue(Item& item, const ChannelInfo& channel, std::optional<KzCell> value) {
+    ChannelState state;
+    if (const auto entry = item.values.find(&channel); entry != item.values.end()) state.actions = entry->second.actions;
+    state.value = std::move(value);
+    setChannel(item, channel, std::move(state));
+}
+
+namespace {
+
+// Puts a user channel at its place or takes it away. Its value is gone before, and comes back after.
+struct ChannelPresence {
+    ItemRef item;
+    std::shared_ptr<ChannelInfo> channel;
+    std::size_t index;
+    bool adds;
+
+    void operator()(Direction direction, DocumentEvents& events) {
+        auto& channels = item->userChannels;
+        const bool isAdded = adds == (direction == Direction::forward);
+        const auto place = channels.begin() + static_cast<std::ptrdiff_t>(index);
+        if (isAdded) channels.insert(place, channel);
+        else channels.erase(place);
+        events.push_back({.kind = isAdded ? Kind::channelAdded : Kind::channelRemoved, .document = &item->document,
+                          .item = item, .text = channel->name});
+    }
+};
+
+}  // namespace
+
+const ChannelInfo& CEdit::addChannel(Item& item, ChannelInfo channel) {
+    auto owned = std::make_shared<ChannelInfo>(std::move(channel));
+    make(&item.document, ChannelPresence{item.shared_from_this(), owned, item.userChannels.size(), true});
+    return *owned;
+}
+
+void CEdit::removeChannel(Item& item, const ChannelInfo& channel) {
+    const auto isOf = [&](const auto& link) { return link->sourceChannel == &channel || link->targetChannel == &channel; };
+    for (auto* links : {&item.inputs, &item.outputs})
+        for (auto link = links->begin(); (link = std::find_if(links->begin(), links->end(), isOf)) != links->end();)
+            unlinkChannels(**link);
+    if (item.values.contains(&channel)) setChannel(item, channel, {});
+    const auto index = static_cast<std::size_t>(item.indexOf(channel)) - item.type.channels.size();
+    make(&item.document, ChannelPresence{item.shared_from_this(), item.userChannels[index], index, false});
+}
+
+void CEdit::describeChannel(Item& item, const ChannelInfo& channel, ChannelInfo description) {
+    const auto index = static_cast<std::size_t>(item.indexOf(channel)) - item.type.channels.size();
+    make(&item.document, [item = item.shared_from_this(), channel = item.userChannels[index],
+                          description = std::move(description)](Direction, DocumentEvents& events) mutable {
+        std::swap(*channel, description);
+        events.push_back({.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+    });
+}
+
+namespace {
+
+// A link of a graph of items, with its place among the links of either end.
+struct LinkPresence {
+    std::string graph;
+    ItemRef source, target;
+    std::size_t sourceIndex, targetIndex;
+    bool adds;
+
+    void operator()(Direction direction, DocumentEvents& events) {
+        const bool isAdded = adds == (direction == Direction::forward);
+        auto& forward = source->links[graph].forward;
+        auto& reverse = target->links[graph].reverse;
+        if (isAdded) {
+            insertAt(forward, sourceIndex, target.get());
+            insertAt(reverse, targetIndex, source.get());
+        } else {
+            sourceIndex = indexIn(forward, target.get());
+            targetIndex = indexIn(reverse, source.get());
+            forward.erase(forward.begin() + static_cast<std::ptrdiff_t>(sourceIndex));
+            reverse.erase(reverse.begin() + static_cast<std::ptrdiff_t>(targetIndex));
+        }
+        for (Item* end : {source.get(), target.get()}) {
+            const auto links = end->links.find(graph);
+            if (links != end->links.end() && links->second.forward.empty() && links->second.reverse.empty())
+                end->links.erase(links);
+        }
+        events.push_back({.kind = isAdded ? Kind::linkAdded : Kind::linkRemoved, .document = &source->document,
+                          .item = source, .other = target, .text = graph});
+    }
+};
+
+}  // namespace
+
+void CEdit::link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex) {
+    make(&source.document, LinkPresence{std::move(graph), source.shared_from_this(), target.shared_from_this(), sourceIndex,
+                                        targetIndex, true});
+}
+
+void CEdit::unlink(const std::string& graph, Item& source, Item& target) {
+    make(&source.document, LinkPresence{graph, source.shared_from_this(), target.shared_from_this(), 0, 0, false});
+}
+
+void CEdit::unlinkAll(const std::string& graph, Item& item) {
+    const auto links = [&]() -> const ItemLinks* {
+        const auto entry = item.links.find(graph);
+        return entry != item.links.end() ? &entry->second : nullptr;
+    };
+    while (links() != nullptr && !links()->forward.empty()) unlink(graph, item, *links()->forward.back());
+    while (links() != nullptr && !links()->reverse.empty()) unlink(graph, *links()->reverse.back(), item);
+}
+
+namespace {
+
+struct ChannelLinkPresence {
+    std::shared_ptr<ChannelLink> link;
+    ItemRef source, target;
+    std::size_t outputIndex, inputIndex;
+    bool adds;
+
+    using Links = std::vector<std::shared_ptr<ChannelLink>>;
+    static void insert(Links& links, std::size_t index, const std::shared_ptr<ChannelLink>& link) {
+        links.insert(links.begin() + static_cast<std::ptrdiff_t>(std::min(index, links.size())), link);
+    }
+    static std::size_t erase(Links& links, const std::shared_ptr<ChannelLink>& link) {
+        const auto place = std::find(links.begin(), links.end(), link);
+        const auto index = static_cast<std::size_t>(place - links.begin());
+        if (place != links.end()) links.erase(place);
+        return index;
+    }
+    void operator()(Direction direction, DocumentEvents& events) {
+        const bool isAdded = adds == (direction == Direction::forward);
+        if (isAdded) {
+            insert(source->outputs, outputIndex, link);
+            insert(target->inputs, inputIndex, link);
+        } else {
+            outputIndex = erase(source->outputs, link);
+            inputIndex = erase(target->inputs, link);
+        }
+        events.push_back({.kind = isAdded ? Kind::channelLinkAdded : Kind::channelLinkRemoved,
+                          .document = &source->document, .item = source, .other = target, .text = KZsGRAPH_CHANLINKS,
+                          .first = source->indexOf(*link->sourceChannel), .second = target->indexOf(*link->targetChannel)});
+    }
+};
+
+}  // namespace
+
+void CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel) {
+    auto link = std::make_shared<ChannelLink>(ChannelLink{&source, &sourceChannel, &target, &targetChannel, {}});
+    make(&source.document,
+         ChannelLinkPresence{std::move(link), source.shared_from_this(), target.shared_from_this(), last, last, true});
+}
+
+void CEdit::unlinkChannels(ChannelLink& link) {
+    const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
+                                    [&](const auto& each) { return each.get() == &link; });
+    make(&link.source->document, ChannelLinkPresence{*owned, link.source->shared_from_this(),
+                                                     link.target->shared_from_this(), 0, 0, false});
+}
+
+void CEdit::setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value) {
+    const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
+                                    [&](const auto& each) { return each.get() == &link; });
+    make(&link.source->document, [link = *owned, source = link.source->shared_from_this(), name, value = std::move(value)](
+                                     Direction, DocumentEvents& /*events*/) mutable {
+        std::optional<std::string> before;
+        if (const auto entry = link->attributes.find(name); entry != link->attributes.end())
+            before = std::move(entry->second);
+        if (value) link->attributes[name] = std::move(*value);
+        else link->attributes.erase(name);
+        value = std::move(before);
+    });
+}
+
+void CEdit::setFilename(CDocument& document, std::string path) {
+    make(&document, [document = &document, path = std::move(path)](Direction, DocumentEvents& events) mutable {
+        std::swap(document->m_filename, path);
+        events.push_back({.kind = Kind::filename, .document = document, .text = document->m_filename});
+    });
+}
+
+}  // namespace kzhost

@@ -1,0 +1,74 @@
+// Changes documents. An edit holds the lock; what it has done is reversed when it goes without a commit, so that an
+// operation is made as a whole or not at all. Arguments must be valid: who offers an operation to others checks them first.
+#pragma once
+
+#include "host/document/workspace.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace kzhost {
+
+class CEdit {
+public:
+    // Throws NOTREADY while steps are undone or redone.
+    explicit CEdit(CWorkspace& workspace);
+    CEdit(const CEdit&) = delete;
+    CEdit& operator=(const CEdit&) = delete;
+    ~CEdit();
+    // Records what was done.
+    void commit();
+
+    // A new item, as the last root. Without an identifier it gets a new one.
+    Item& add(CDocument& document, const ItemType& type, std::string ident = {});
+    // With everything below it and all links to these.
+    void remove(Item& item);
+    // Null makes it a root. Past the end, it becomes the last.
+    void place(Item& item, Item* parent, std::size_t position);
+    void rename(Item& item, std::string name);
+    // Without a text, the tag goes.
+    void setTag(Item& item, std::uint32_t code, std::optional<std::string> text);
+    void setFlags(Item& item, std::uint32_t flags);
+    void setSource(Item& item, Item* source);
+
+    void setChannel(Item& item, const ChannelInfo& channel, ChannelState state);
+    void setValue(Item& item, const ChannelInfo& channel, std::optional<KzCell> value);
+    const ChannelInfo& addChannel(Item& item, ChannelInfo channel);
+    void removeChannel(Item& item, const ChannelInfo& channel);
+    // Changes the description of a user channel.
+    void describeChannel(Item& item, const ChannelInfo& channel, ChannelInfo description);
+
+    // Positions are among the links of each end; past the end, the link becomes the last.
+    static constexpr std::size_t last = SIZE_MAX;
+    void link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex);
+    void unlink(const std::string& graph, Item& source, Item& target);
+    void unlinkAll(const std::string& graph, Item& item);
+    void linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel);
+    void unlinkChannels(ChannelLink& link);
+    void setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value);
+
+    void setFilename(CDocument& document, std::string path);
+    // A change of another kind. `exchange(direction, events)` is called at once.
+    template <class Exchange> void make(CDocument* document, Exchange exchange);
+
+private:
+    void run(std::unique_ptr<CChange> change);
+    void removeOne(Item& item);
+
+    CWorkspace::CHold m_hold;
+    CWorkspace& m_workspace;
+    ChangeList m_changes;
+    std::size_t m_firstEvent;
+};
+
+template <class Exchange> void CEdit::make(CDocument* document, Exchange exchange) {
+    run(std::make_unique<CExchange<Exchange>>(document, std::move(exchange)));
+}
+
+// What listeners must hear before an item is removed. The lock must be held.
+DocumentEvents kzRemoving(Item& item);
+
+}  // namespace kzhost

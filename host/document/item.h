@@ -1,0 +1,114 @@
+// One item of a document as plain data: its name and place, its channels, tags and links.
+#pragma once
+
+#include "host/document/item_types.h"
+#include "host/document/ordered_items.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace kzhost {
+
+class CChange;
+class CDocument;
+struct EnvelopeData;
+struct Item;
+using ItemRef = std::shared_ptr<Item>;
+
+// What an action says about a channel: a value, or a curve over time.
+struct ActionValue {
+    std::string action;
+    std::optional<KzCell> value;
+    std::shared_ptr<const EnvelopeData> curve;
+};
+
+// What is stored for one channel. A channel of which nothing is stored has its default value.
+struct ChannelState {
+    std::optional<KzCell> value;  // without time
+    std::vector<ActionValue> actions;
+
+    bool empty() const noexcept { return !value && actions.empty(); }
+};
+
+// Whatever the floors above keep with an item: the object that stands for it, or its geometry.
+struct ItemAttachment {
+    ItemAttachment();
+    ItemAttachment(const ItemAttachment&) = delete;
+    ItemAttachment& operator=(const ItemAttachment&) = delete;
+    virtual ~ItemAttachment();
+    // For the copy of an item; null for what is not copied.
+    virtual std::shared_ptr<ItemAttachment> copy() const { return nullptr; }
+    // What has changed since the last time, as one change that has been made; null if nothing has.
+    virtual std::unique_ptr<CChange> takeChange(const ItemRef& item);
+};
+
+// A link from one item to another in a graph of items. Each end keeps its links in order.
+struct ItemLinks {
+    std::vector<Item*> forward, reverse;
+};
+
+// A link from a channel of one item to a channel of another.
+struct ChannelLink {
+    Item* source;
+    const ChannelInfo* sourceChannel;
+    Item* target;
+    const ChannelInfo* targetChannel;
+    std::map<std::string, std::string> attributes;
+
+    bool joins(const ChannelLink& other) const {
+        return source == other.source && sourceChannel == other.sourceChannel && target == other.target &&
+               targetChannel == other.targetChannel;
+    }
+};
+
+struct Item : std::enable_shared_from_this<Item> {
+    Item(CDocument& document, const ItemType& type, std::string ident, std::int64_t serial)
+        : document(document), type(type), ident(std::move(ident)), serial(serial) {}
+
+    CDocument& document;
+    const ItemType& type;
+    const std::string ident;
+    std::int64_t serial;  // the order of creation
+    bool isPresent = false;
+
+    std::string name;        // given by the user; empty without one
+    std::string uniqueName;  // as shown
+    std::uint32_t number = 0;  // tells items of one name apart; 1 is not shown
+
+    std::int64_t siblingKey = 0;
+    Item* parent = nullptr;
+    COrderedItems<&Item::siblingKey> children;
+
+    std::vector<std::shared_ptr<ChannelInfo>> userChannels;
+    std::unordered_map<const ChannelInfo*, ChannelState> values;
+    std::map<std::uint32_t, std::string> tags;
+    std::uint32_t flags = KZfITEM_VISIBLE | KZfITEM_SELECTABLE | KZfITEM_RENDERABLE;
+    Item* source = nullptr;  // the item that this is an instance of
+    std::vector<Item*> instances;
+
+    std::map<std::string, ItemLinks, std::less<>> links;  // by the name of the graph
+    std::vector<std::shared_ptr<ChannelLink>> inputs, outputs;
+
+    std::unique_ptr<ItemAttachment> object;    // goes last: it may hold what stands for the item
+    std::shared_ptr<ItemAttachment> geometry;  // of a mesh
+
+    std::size_t channelCount() const { return type.channels.size() + userChannels.size(); }
+    // Null past the end.
+    const ChannelInfo* channelAt(std::size_t index) const;
+    // -1 if there is none.
+    std::int32_t findChannel(std::string_view name) const;
+    std::int32_t indexOf(const ChannelInfo& channel) const;
+    bool owns(const ChannelInfo& channel) const { return indexOf(channel) >= 0; }
+    // The value without time.
+    const KzCell& valueOf(const ChannelInfo& channel) const;
+    // The name, or else what the type is called.
+    std::string baseName() const;
+    bool isAbove(const Item& other) const;
+};
+
+}  // namespace kzhost

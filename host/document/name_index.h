@@ -1,0 +1,34 @@
+// The items of a document by the names under which they are shown. Items of one name are numbered: "Box", "Box (2)".
+// A number is given when an item takes the name and stays until it gives the name up, so that removing one item renames no
+// other. Numbers that are free again are given out first.
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace kzhost {
+
+struct Item;
+
+class CNameIndex {
+public:
+    // Null if no item has that name.
+    Item* find(std::string_view uniqueName) const;
+    // Names the item after its base name, with that number if it is free, otherwise (and for 0) with the lowest free one.
+    void enter(Item& item, std::uint32_t number);
+    void leave(Item& item);
+
+private:
+    struct Numbers {
+        std::uint32_t next = 1;
+        std::set<std::uint32_t> freed;  // below `next`
+    };
+    // What keeps the texts of the keys is each item's unique name.
+    std::unordered_map<std::string_view, Item*> m_items;
+    std::unordered_map<std::string, Numbers> m_numbers;
+};
+
+}  // namespace kzhost

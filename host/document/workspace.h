@@ -1,0 +1,114 @@
+// What the documents of one host share: the lock, the history, and who hears of changes.
+//
+// Every reader and writer holds the lock, for a moment: never while it calls a listener, a module or Python, each of
+// which may want another lock. What is to be told is kept until the outermost edit of the thread has let go of the lock, and
+// is then told on that thread, in order. While steps are undone or redone, a change that belongs to a module is applied with the
+// lock released; until the step is done, other threads cannot change anything and get NOTREADY.
+#pragma once
+
+#include "host/document/document.h"
+#include "host/document/undo_history.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace kzhost {
+
+class CWorkspace : public std::enable_shared_from_this<CWorkspace> {
+public:
+    std::shared_ptr<CDocument> open(std::string name);
+    // Removes everything. Items that are still referenced have no document any more.
+    void close(CDocument& document);
+
+    // Whether there are changes that a save would keep.
+    void setModified(CDocument& document, bool modified);
+
+    // Called for each event, without the lock.
+    void setSink(DocumentSink sink);
+    // Tells an event of which others must hear before it happens. The caller must not hold the lock.
+    void tell(const DocumentEvent& event) const;
+
+    // The history. Blocks may be opened by any thread; a step is undone and redone by one thread at a time.
+    std::uint32_t state() const;  // iUNDO_STATE
+    bool isUndoing() const;
+    void beginBlock(std::string name, std::uint32_t flags);
+    void endBlock();      // throws NOTAVAILABLE if no block is open
+    void discardBlock();  // throws NOTAVAILABLE if no block is open
+    std::size_t blockDepth() const;
+    // Closes the blocks that were opened since there were that many, as one that raises leaves them open.
+    void endBlocksAbove(std::size_t depth);
+    void suspend(bool on);
+    // Throws NOTAVAILABLE if there are fewer steps or while a block is open.
+    void undo(std::size_t steps) { move(Direction::reverse, steps); }
+    void redo(std::size_t steps) { move(Direction::forward, steps); }
+    std::size_t stepCount(Direction direction);
+    std::string stepName(Direction direction, std::size_t index);  // throws OUTOFBOUNDS
+    void clear(Direction direction);
+    void setLimits(std::size_t steps, std::size_t bytes);
+    // Records a change of a module's that has been made; or makes it and records it. What it changes in documents while it
+    // is applied is its own matter, and is not recorded besides.
+    void record(std::unique_ptr<CChange> change);
+    void make(std::unique_ptr<CChange> change);
+
+    // The geometry of the item begins to differ from what the history has of it. It is recorded with what comes next: the next
+    // edit by this thread, the end of the block, or a look at the history.
+    void noteGeometry(const ItemRef& item);
+
+private:
+    friend class CReading;
+    friend class CEdit;
+
+    // Holds the lock; the outermost one of a thread tells the events when it goes.
+    class CHold {
+    public:
+        explicit CHold(CWorkspace& workspace);
+        CHold(const CHold&) = delete;
+        CHold& operator=(const CHold&) = delete;
+        ~CHold();
+
+    private:
+        CWorkspace& m_workspace;
+    };
+    // Lets go of the lock for a moment, after telling what has happened up to then.
+    template <class Call> void unlocked(const Call& call);
+    void tellAll(DocumentEvents events) const;
+    void refuseWhileMoving() const;
+    bool isOwnChange() const;
+    void move(Direction direction, std::size_t steps);
+    void applyAll(ChangeList& changes, Direction direction);
+    void applyOne(CChange& change, Direction direction);
+    void applyForeign(CChange& change, Direction direction);
+    void historyChanged();
+    void keep(ChangeList changes);
+    void keepGeometry();
+
+    mutable std::recursive_mutex m_mutex;
+    int m_depth = 0;
+    DocumentEvents m_events;
+    CUndoHistory m_history;
+    enum class Moving { no, undoing, redoing } m_moving = Moving::no;
+    int m_foreign = 0;  // changes of modules that are being applied
+    std::thread::id m_mover;
+    mutable std::mutex m_sinkMutex;
+    std::shared_ptr<const DocumentSink> m_sink;
+    std::uint64_t m_lastRevision = 0;
+    struct ChangedGeometry {
+        ItemRef item;
+        std::thread::id thread;
+    };
+    std::vector<ChangedGeometry> m_geometry;
+};
+
+// Keeps documents as they are while it lives. Short: nobody is called meanwhile.
+class CReading {
+public:
+    explicit CReading(const CWorkspace& workspace) : m_lock(workspace.m_mutex) {}
+
+private:
+    std::unique_lock<std::recursive_mutex> m_lock;
+};
+
+}  // namespace kzhost
