@@ -111,7 +111,7 @@ public:
         switch (owner.channel(channel).info.kind) {
         case ChannelKind::localMatrix: *matrix = kzLocalMatrix(owner); return KZe_OK;
         case ChannelKind::worldMatrix: *matrix = kzWorldMatrix(owner); return KZe_OK;
-        case ChannelKind::stored: break;
+        default: break;
         }
         return KZe_INVALIDARG;
     }
