@@ -39,7 +39,7 @@ std::string CDocument::newIdent(const ItemType& type) {
 // The root item has no place among the roots.
 void CDocument::enter(Item& item, Item* parent, std::size_t position) {
     m_items.emplace(item.ident, item.shared_from_this());
-    for (const ItemType* type = &item.type; type != nullptr; type = kzFindItemType(type->base))
+    for (const ItemType* type = &item.type; type != nullptr; type = type->super)
         m_byType[type->number].insertByKey(item);
     item.parent = parent;
     if (&item != m_root.get()) siblings(parent).insert(std::min(position, siblings(parent).size()), item);
@@ -52,7 +52,7 @@ void CDocument::leave(Item& item) {
     m_names.leave(item);
     siblings(item.parent).erase(item);
     item.parent = nullptr;
-    for (const ItemType* type = &item.type; type != nullptr; type = kzFindItemType(type->base))
+    for (const ItemType* type = &item.type; type != nullptr; type = type->super)
         m_byType[type->number].erase(item);
     m_items.erase(item.ident);
 }

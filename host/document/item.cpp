@@ -13,27 +13,22 @@ ItemAttachment::~ItemAttachment() = default;
 std::unique_ptr<CChange> ItemAttachment::takeChange(const ItemRef& /*item*/) { return nullptr; }
 
 const ChannelInfo* Item::channelAt(std::size_t index) const {
-    if (index < type.channels.size()) return &type.channels[index];
+    if (index < type.channels.size()) return &type.channels[index].get();
     index -= type.channels.size();
     return index < userChannels.size() ? userChannels[index].get() : nullptr;
 }
 
 std::int32_t Item::findChannel(std::string_view wanted) const {
-    if (const std::int32_t index = type.channelIndex(wanted); index >= 0) return index;
+    if (const std::int32_t index = type.index(wanted); index >= 0) return index;
     for (std::size_t i = 0; i < userChannels.size(); ++i)
-        if (userChannels[i]->name == wanted) return static_cast<std::int32_t>(type.channels.size() + i);
+        if (userChannels[i]->name == wanted || (userChannels[i]->vectorSize > 1 && userChannels[i]->vectorName() == wanted))
+            return static_cast<std::int32_t>(type.channels.size() + i);
     return -1;
 }
 
 std::int32_t Item::indexOf(const ChannelInfo& channel) const {
-    const ChannelInfo* first = type.channels.data();
-    if (std::greater_equal<>()(&channel, first) && std::less<>()(&channel, first + type.channels.size()))
-        return static_cast<std::int32_t>(&channel - first);
-    const auto place = std::find_if(userChannels.begin(), userChannels.end(),
-                                    [&](const auto& each) { return each.get() == &channel; });
-    return place != userChannels.end()
-               ? static_cast<std::int32_t>(type.channels.size() + static_cast<std::size_t>(place - userChannels.begin()))
-               : -1;
+    const std::int32_t index = findChannel(channel.name);
+    return index >= 0 && channelAt(static_cast<std::size_t>(index)) == &channel ? index : -1;
 }
 
 const KzCell& Item::valueOf(const ChannelInfo& channel) const {
@@ -43,6 +38,7 @@ const KzCell& Item::valueOf(const ChannelInfo& channel) const {
 
 std::string Item::baseName() const {
     if (!name.empty()) return name;
+    if (const char* prefix = type.tag(KZs_ITEMTAG_PREFIX)) return prefix;
     std::string text = type.name;
     text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
     return text;

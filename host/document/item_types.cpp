@@ -1,151 +1,106 @@
 // The types of items.
 #include "host/document/item_types.h"
 
-#include "kz/mesh.h"
+#include "host/document/types/type_tables.h"
 
-#include <algorithm>
+#include "kz/result.h"
+
+#include <mutex>
 #include <utility>
 
 namespace kzhost {
 
-namespace {
-
-constexpr KzTextValueHint visibility[] = {{KZiLOCATOR_VIS_DEFAULT, "default"},
-                                          {KZiLOCATOR_VIS_ON, "on"},
-                                          {KZiLOCATOR_VIS_OFF, "off"},
-                                          {KZiLOCATOR_VIS_NEVER, "never"},
-                                          {0, nullptr}};
-constexpr KzTextValueHint rotationOrders[] = {{KZiROTORDER_XYZ, "xyz"},
-                                              {KZiROTORDER_XZY, "xzy"},
-                                              {KZiROTORDER_YXZ, "yxz"},
-                                              {KZiROTORDER_YZX, "yzx"},
-                                              {KZiROTORDER_ZXY, "zxy"},
-                                              {KZiROTORDER_ZYX, "zyx"},
-                                              {0, nullptr}};
-
-struct ChannelRow {
-    const char* name;
-    const char* type;
-    double initial = 0;
-    const KzTextValueHint* hints = nullptr;
-    std::uint32_t vectorSize = 1;
-};
-
-constexpr ChannelRow locatorChannels[] = {
-    {KZsICHAN_XFRMPOSITION_POS_X, "distance", 0, nullptr, 3},
-    {KZsICHAN_XFRMPOSITION_POS_Y, "distance", 0, nullptr, 3},
-    {KZsICHAN_XFRMPOSITION_POS_Z, "distance", 0, nullptr, 3},
-    {KZsICHAN_XFRMROTATION_ROT_X, "angle", 0, nullptr, 3},
-    {KZsICHAN_XFRMROTATION_ROT_Y, "angle", 0, nullptr, 3},
-    {KZsICHAN_XFRMROTATION_ROT_Z, "angle", 0, nullptr, 3},
-    {KZsICHAN_XFRMROTATION_ORDER, "integer", KZiROTORDER_ZXY, rotationOrders},
-    {KZsICHAN_XFRMSCALE_SCL_X, "float", 1, nullptr, 3},
-    {KZsICHAN_XFRMSCALE_SCL_Y, "float", 1, nullptr, 3},
-    {KZsICHAN_XFRMSCALE_SCL_Z, "float", 1, nullptr, 3},
-    {KZsICHAN_LOCATOR_SIZE, "distance", 1},
-    {KZsICHAN_LOCATOR_VISIBLE, "integer", KZiLOCATOR_VIS_DEFAULT, visibility},
-    {KZsICHAN_LOCATOR_LOCK, "boolean"},
-    {KZsICHAN_LOCATOR_DISSOLVE, "percent"},
-};
-constexpr ChannelRow meshChannels[] = {
-    {KZsICHAN_MESH_SMOOTHING, "boolean", 1},
-    {KZsICHAN_MESH_SMOOTHANGLE, "angle", 0.7},
-    {KZsICHAN_MESH_LEVELVIEW, "integer", 2},
-    {KZsICHAN_MESH_LEVELRENDER, "integer", 3},
-};
-constexpr ChannelRow sceneChannels[] = {
-    {KZsICHAN_SCENE_TITLE, "string"}, {KZsICHAN_SCENE_AUTHOR, "string"}, {KZsICHAN_SCENE_SEED, "integer"}};
-constexpr ChannelRow commentChannels[] = {{KZsICHAN_COMMENT_TEXT, "string"}, {KZsICHAN_COMMENT_WIDTH, "distance", 1}};
-
-ChannelInfo described(const ChannelRow& row) {
-    ChannelInfo channel;
-    channel.name = row.name;
-    channel.type = kzFindType(row.type);
-    channel.initial = kzCellOf(*channel.type, row.initial).value_or(kzEmptyCell(*channel.type));
-    channel.vectorSize = row.vectorSize;
-    if (row.vectorSize > 1) channel.flags |= KZfCHAN_VECTOR;
-    if (row.hints != nullptr) channel.hints = std::make_shared<COwnedHints>(row.hints);
-    return channel;
-}
-
-ChannelInfo matrixChannel(const char* name, ChannelKind kind) {
-    ChannelInfo channel;
-    channel.name = name;
-    channel.kind = kind;
-    channel.flags = KZfCHAN_READONLY | KZfCHAN_NOANIM;
-    return channel;
-}
-
-class CTypeList {
-public:
-    CTypeList() {
-        add(KZsITYPE_ANY, KZiITYPE_NONE);                  // iITYPE_ANY
-        add(KZsITYPE_SCENE, KZiITYPE_ANY, sceneChannels);  // iITYPE_ROOT
-        const std::int32_t locator = add(KZsITYPE_LOCATORSUPER, KZiITYPE_ANY, locatorChannels);
-        m_types.back().channels.push_back(matrixChannel(KZsICHAN_LOCATOR_LOCALMATRIX, ChannelKind::localMatrix));
-        m_types.back().channels.push_back(matrixChannel(KZsICHAN_LOCATOR_WORLDMATRIX, ChannelKind::worldMatrix));
-        add(KZsITYPE_LOCATOR, locator);
-        add(KZsITYPE_GROUPLOCATOR, locator);
-        add(KZsITYPE_MESH, locator, meshChannels);
-        add(KZsITYPE_FOLDER, KZiITYPE_ANY);
-        add(KZsITYPE_COMMENT, KZiITYPE_ANY, commentChannels);
+ItemType::ItemType(std::int32_t ownNumber, const ItemType* baseType, ItemTypeDeclaration declaration)
+    : m_declaration(std::move(declaration)), number(ownNumber), name(m_declaration.name.c_str()),
+      base(baseType != nullptr ? baseType->number : KZiITYPE_NONE), super(baseType) {
+    if (super != nullptr) {
+        channels = super->channels;
+        m_indices = super->m_indices;
     }
-    std::span<const ItemType> types() const { return m_types; }
-
-private:
-    // Numbers count from 1, so that the first two types get the numbers that are fixed.
-    std::int32_t add(const char* name, std::int32_t base, std::span<const ChannelRow> channels = {}) {
-        ItemType type;
-        type.number = static_cast<std::int32_t>(m_types.size()) + 1;
-        type.name = name;
-        type.base = base;
-        if (base != KZiITYPE_NONE) type.channels = m_types[static_cast<std::size_t>(base) - 1].channels;
-        for (const ChannelRow& row : channels) type.channels.push_back(described(row));
-        m_types.push_back(std::move(type));
-        return m_types.back().number;
+    const std::size_t inherited = channels.size();
+    for (const ChannelInfo& channel : m_declaration.channels) {
+        const auto next = static_cast<std::int32_t>(channels.size());
+        const auto [entry, isNew] = m_indices.emplace(channel.name, next);
+        const auto place = static_cast<std::size_t>(entry->second);
+        if (isNew) channels.emplace_back(channel);
+        else if (place < inherited && channels[place].get().name == channel.name) channels[place] = channel;
+        else throw KZe_ALREADYEXISTS;
+        m_indices.emplace(channel.vectorName(), next);
     }
-
-    std::vector<ItemType> m_types;
-};
-
-}  // namespace
-
-COwnedHints::COwnedHints(const KzTextValueHint* hints) {
-    for (; hints != nullptr && hints->text != nullptr; ++hints)
-        m_rows.push_back({hints->value, m_texts.emplace_back(hints->text).c_str()});
-    m_rows.push_back({0, nullptr});
 }
 
-std::uint32_t ChannelInfo::storageType() const {
-    if (type == nullptr) return KZiCHANTYPE_MATRIX;
-    if (std::holds_alternative<std::int32_t>(initial)) return KZiCHANTYPE_INTEGER;
-    if (std::holds_alternative<double>(initial)) return KZiCHANTYPE_FLOAT;
-    return std::holds_alternative<std::string>(initial) ? KZiCHANTYPE_STRING : KZiCHANTYPE_STORAGE;
+std::int32_t ItemType::index(std::string_view channel) const {
+    const auto entry = m_indices.find(channel);
+    return entry != m_indices.end() ? entry->second : -1;
 }
 
-std::span<const ItemType> kzItemTypes() {
-    static const CTypeList theTypes;
-    return theTypes.types();
+const ChannelInfo* ItemType::channel(std::string_view channel) const {
+    const std::int32_t place = index(channel);
+    return place >= 0 ? &channels[static_cast<std::size_t>(place)].get() : nullptr;
 }
 
-const ItemType* kzFindItemType(std::int32_t number) {
-    const auto types = kzItemTypes();
-    return number >= 1 && static_cast<std::size_t>(number) <= types.size()
-               ? &types[static_cast<std::size_t>(number) - 1]
-               : nullptr;
+bool ItemType::isA(std::int32_t other) const {
+    for (const ItemType* type = this; type != nullptr; type = type->super)
+        if (type->number == other) return true;
+    return false;
 }
 
-const ItemType* kzFindItemType(std::string_view name) {
-    const auto types = kzItemTypes();
-    const auto match =
-        std::find_if(types.begin(), types.end(), [&](const ItemType& type) { return name == type.name; });
-    return match != types.end() ? &*match : nullptr;
+const char* ItemType::tag(std::string_view tag) const {
+    const auto entry = m_declaration.tags.find(tag);
+    return entry != m_declaration.tags.end() ? entry->second.c_str() : nullptr;
 }
+
+CItemTypeTable::CItemTypeTable() { rows::addTypes(*this); }
+
+const ItemType& CItemTypeTable::add(ItemTypeDeclaration declaration) {
+    const std::lock_guard lock(m_mutex);
+    const auto super = m_byName.find(declaration.base);
+    if (super == m_byName.end() && !m_types.empty()) throw KZe_NOTFOUND;
+    if (m_byName.contains(declaration.name)) throw KZe_ALREADYEXISTS;
+    const ItemType* base = super != m_byName.end() ? super->second : nullptr;
+    auto type =
+        std::make_unique<const ItemType>(static_cast<std::int32_t>(m_types.size()) + 1, base, std::move(declaration));
+    m_types.reserve(m_types.size() + 1);  // so that nothing can fail once the name is known
+    m_byName.emplace(type->name, type.get());
+    m_types.push_back(std::move(type));
+    return *m_types.back();
+}
+
+const ItemType* CItemTypeTable::find(std::int32_t number) const {
+    const std::shared_lock lock(m_mutex);
+    const bool isKnown = number >= 1 && static_cast<std::size_t>(number) <= m_types.size();
+    return isKnown ? m_types[static_cast<std::size_t>(number) - 1].get() : nullptr;
+}
+
+const ItemType* CItemTypeTable::find(std::string_view name) const {
+    const std::shared_lock lock(m_mutex);
+    const auto entry = m_byName.find(name);
+    return entry != m_byName.end() ? entry->second : nullptr;
+}
+
+std::size_t CItemTypeTable::size() const {
+    const std::shared_lock lock(m_mutex);
+    return m_types.size();
+}
+
+CItemTypeTable& kzItemTypeTable() {
+    static CItemTypeTable theTable;
+    return theTable;
+}
+
+const ItemType* kzFindItemType(std::int32_t number) { return kzItemTypeTable().find(number); }
+
+const ItemType* kzFindItemType(std::string_view name) { return kzItemTypeTable().find(name); }
 
 bool kzIsItemType(std::int32_t type, std::int32_t base) {
-    for (const ItemType* row = kzFindItemType(type); row != nullptr; row = kzFindItemType(row->base))
-        if (row->number == base) return true;
-    return false;
+    const ItemType* row = kzFindItemType(type);
+    return row != nullptr && row->isA(base);
+}
+
+const std::vector<ChannelInfo>* kzFindChannelPackage(std::string_view name) {
+    static const auto thePackages = rows::channelPackages();
+    const auto entry = thePackages.find(name);
+    return entry != thePackages.end() ? &entry->second : nullptr;
 }
 
 }  // namespace kzhost

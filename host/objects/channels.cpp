@@ -74,7 +74,7 @@ void kzWriteChannel(Item& item, const ChannelInfo& channel, KzCell cell, CEdit& 
     if ((channel.flags & (KZfCHAN_READONLY | KZfCHAN_LOCKED)) != 0) throw refuse(KZe_NOACCESS, "cannot be written");
     if (const auto number = kzNumberOf(cell)) {
         if (!std::isfinite(*number)) throw refuse(KZe_INVALIDARG, fmt::format("takes no {}", *number));
-        if (*number < channel.minimum.value_or(*number) || *number > channel.maximum.value_or(*number))
+        if ((channel.minimum || channel.maximum || channel.hints) && !channel.takes(*number))
             throw refuse(KZe_OUTOFBOUNDS, fmt::format("takes no {}, {}", *number, rangeOf(channel)));
     }
     edit.setValue(item, channel, std::move(cell));
@@ -138,11 +138,10 @@ public:
     }
     KzResult channelread_Matrix(IKzUnknown* item, std::int32_t channel, KzMatrix4* matrix) override {
         const auto owner = at(item);
-        switch (kzChannelAt(*owner, channel).kind) {
-        case ChannelKind::localMatrix: *matrix = kzLocalMatrix(*owner); return KZe_OK;
-        case ChannelKind::worldMatrix: *matrix = kzWorldMatrix(*owner); return KZe_OK;
-        default: return KZe_INVALIDARG;
-        }
+        const auto value = kzMatrixOf(*owner, kzChannelAt(*owner, channel));
+        if (!value) return KZe_INVALIDARG;
+        *matrix = *value;
+        return KZe_OK;
     }
     bool channelread_IsAnimated(IKzUnknown* item, std::int32_t channel) override {
         const auto owner = at(item);

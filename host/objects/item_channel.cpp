@@ -87,7 +87,7 @@ public:
     }
     std::uint32_t itemchannel_StorageType() override { return info().storageType(); }
     KzResult itemchannel_EvalType(const char** type) override {
-        *type = info().type != nullptr ? info().type->name : KZsCHANEVAL_MATRIX;
+        *type = kzLend(info().evalType());
         return KZe_OK;
     }
     KzResult itemchannel_SetName(const char* name) override {
@@ -106,7 +106,7 @@ public:
     }
     KzResult itemchannel_VectorName(const char** name) override {
         const ChannelInfo channel = info();
-        *name = kzLend(channel.vectorSize > 1 ? channel.name.substr(0, channel.name.rfind('.')) : channel.name);
+        *name = kzLend(std::string(channel.vectorName()));
         return KZe_OK;
     }
     KzResult itemchannel_VectorComponent(std::uint32_t component, IKzUnknown** itemChannel) override;
@@ -174,9 +174,9 @@ KzResult CItemChannel::itemchannel_VectorComponent(std::uint32_t component, IKzU
     const std::int32_t own = index();
     const ChannelInfo& channel = kzChannelAt(*owner, own);
     if (component >= channel.vectorSize) return KZe_OUTOFBOUNDS;
-    const std::string vector = channel.name.substr(0, channel.name.rfind('.') + 1);
+    const std::string_view vector = channel.vectorName();
     std::int32_t first = own;
-    while (channel.vectorSize > 1 && first > 0 && kzChannelAt(*owner, first - 1).name.starts_with(vector)) --first;
+    while (channel.vectorSize > 1 && first > 0 && kzChannelAt(*owner, first - 1).vectorName() == vector) --first;
     *itemChannel = kzMakeItemChannel(itemRef(), first + static_cast<std::int32_t>(component));
     return KZe_OK;
 }

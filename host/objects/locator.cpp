@@ -49,4 +49,15 @@ KzMatrix4 kzWorldMatrix(const Item& item) {
     return matrix;
 }
 
+std::optional<KzMatrix4> kzMatrixOf(const Item& item, const ChannelInfo& channel) {
+    switch (channel.kind) {
+    case ChannelKind::matrix: return kzIdentity();
+    case ChannelKind::localMatrix: return kzLocalMatrix(item);
+    case ChannelKind::worldMatrix: return kzWorldMatrix(item);
+    case ChannelKind::parentMatrix: return item.parent != nullptr ? kzWorldMatrix(*item.parent) : kzIdentity();
+    case ChannelKind::inverseMatrix: return kzInverse(kzWorldMatrix(item));
+    default: return {};
+    }
+}
+
 }  // namespace kzhost

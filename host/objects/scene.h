@@ -5,6 +5,7 @@
 #include "host/objects/item.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace kzhost {
@@ -61,5 +62,7 @@ void kzWriteChannel(Item& item, const ChannelInfo& channel, KzCell cell, CEdit& 
 // Scales first, then rotates, then moves. The identity for an item that is no locator.
 KzMatrix4 kzLocalMatrix(const Item& item);
 KzMatrix4 kzWorldMatrix(const Item& item);
+// The value of a channel that is a matrix; nothing for others.
+std::optional<KzMatrix4> kzMatrixOf(const Item& item, const ChannelInfo& channel);
 
 }  // namespace kzhost
