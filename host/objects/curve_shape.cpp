@@ -11,7 +11,7 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::size_t framesInPiece = 32;
+constexpr std::size_t framesInPiece = 64;
 
 using Piece = std::array<KzVector3, 4>;
 
@@ -115,11 +115,10 @@ double distanceToBox(const Piece& piece, const KzVector3& position) {
 
 std::size_t CurveDefinition::segmentCount() const { return knots.size() < 2 ? 1 : knots.size() - (isClosed ? 0 : 1); }
 
-CCurveShape::CCurveShape(const CurveDefinition& definition) {
+CCurveShape::CCurveShape(const CurveDefinition& definition) : m_isClosed(definition.isClosed) {
     addPieces(definition);
     m_lengths.push_back(0);
     for (const Piece& piece : m_pieces) m_lengths.push_back(m_lengths.back() + lengthIn(piece, 1));
-    addFrames(definition.isClosed);
 }
 
 // A part of degree 2 is two parabolas, which meet half-way between the control points of the cubic with those tangents.
@@ -243,13 +242,13 @@ CCurveShape::Frame CCurveShape::transport(const Frame& from, double param) const
     return to;
 }
 
-void CCurveShape::addFrames(bool isClosed) {
+void CCurveShape::addFrames() const {
     const KzVector3 start = tangent(0);
     m_frames.push_back({position(0), start, kzAcross(start)});
     const std::size_t count = m_pieces.size() * framesInPiece;
     for (std::size_t i = 1; i <= count; ++i)
         m_frames.push_back(transport(m_frames.back(), static_cast<double>(i) / static_cast<double>(count)));
-    if (!isClosed) return;
+    if (!m_isClosed) return;
     const Frame &first = m_frames.front(), &last = m_frames.back();
     const KzVector3 around = turned(last.normal, last.tangent, first.tangent);
     m_twist = std::atan2(kzDot(kzCross(first.normal, around), first.tangent), kzDot(first.normal, around));
@@ -257,6 +256,7 @@ void CCurveShape::addFrames(bool isClosed) {
 
 // A closed curve's frames come back to where they started: the rest is spread over the curve.
 KzVector3 CCurveShape::normal(double param) const {
+    if (m_frames.empty()) addFrames();
     const double at = std::clamp(param, 0.0, 1.0);
     const auto index = static_cast<std::size_t>(at * static_cast<double>(m_frames.size() - 1));
     const Frame frame = transport(m_frames[index], at);

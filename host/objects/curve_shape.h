@@ -23,7 +23,8 @@ struct CurveDefinition {
     std::size_t segmentCount() const;
 };
 
-// A curve that does not change, with at least one knot. All methods take parameters from 0 to 1.
+// A curve that does not change, with at least one knot. All methods take parameters from 0 to 1. One thread at a time may
+// use it.
 class CCurveShape {
 public:
     explicit CCurveShape(const CurveDefinition& definition);
@@ -50,15 +51,17 @@ private:
     };
 
     void addPieces(const CurveDefinition& definition);
-    void addFrames(bool isClosed);
+    void addFrames() const;
     Place place(double param) const;
     Frame transport(const Frame& from, double param) const;
     double lengthIn(const Piece& piece, double end) const;
 
     std::vector<Piece> m_pieces;
     std::vector<double> m_lengths;  // from the start to the end of each piece, after a 0
-    std::vector<Frame> m_frames;    // at even steps of the parameter, `framesInPiece` for each piece and one at the end
-    double m_twist = 0;             // what the frames of a closed curve turn in total
+    bool m_isClosed;
+    // At even steps of the parameter, when a normal is asked for: `framesInPiece` for each piece and one at the end.
+    mutable std::vector<Frame> m_frames;
+    mutable double m_twist = 0;  // what the frames of a closed curve turn in total
 };
 
 }  // namespace kzhost
