@@ -26,8 +26,9 @@ public:
         return KZe_OK;
     }
     KzResult curve_SetKnotPosition(std::uint32_t index, const KzVector3* position) override {
+        const KzVector3& place = checked(position);
         if (index >= knots().size()) return KZe_OUTOFBOUNDS;
-        knots()[index] = checked(position);
+        knots()[index] = place;
         return change();
     }
     KzResult curve_KnotAdd(const KzVector3* position, std::int32_t before, std::uint32_t* index) override {

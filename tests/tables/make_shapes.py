@@ -108,7 +108,8 @@ def interpolant(knots, degree, closed, tension):
 
 
 def curves():
-    for degree, closed, tension in ((1, False, 0), (2, False, 0), (2, True, .3), (3, False, 0), (3, True, 0), (3, False, .5)):
+    for degree, closed, tension in ((1, False, 0), (2, False, 0), (2, True, .3), (3, False, 0), (3, True, 0),
+                                    (3, False, .5)):
         knots = rng.uniform(-3, 3, (6, 3))
         at = interpolant(knots, degree, closed, tension)
         first, second = at.derivative(), at.derivative(2)
