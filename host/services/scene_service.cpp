@@ -4,8 +4,11 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/objects/curve.h"
+#include "host/objects/envelope.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
+#include "host/objects/transform_values.h"
 #include "host/state/text.h"
 
 #include <algorithm>
@@ -95,6 +98,31 @@ public:
         enter("Scene.ItemTypeByIndex");
         if (index >= kzItemTypes().size()) return KZe_OUTOFBOUNDS;
         *type = kzItemTypes()[index].number;
+        return KZe_OK;
+    }
+    KzResult sceneservice_CreateMatrix(IKzUnknown** matrix) override {
+        enter("Scene.CreateMatrix");
+        *matrix = kzMakeMatrix(4, kzIdentity());
+        return KZe_OK;
+    }
+    KzResult sceneservice_CreateQuaternion(IKzUnknown** rotation) override {
+        enter("Scene.CreateQuaternion");
+        *rotation = kzMakeQuaternion();
+        return KZe_OK;
+    }
+    KzResult sceneservice_CreateEnvelope(std::int32_t integer, IKzUnknown** envelope) override {
+        enter("Scene.CreateEnvelope");
+        *envelope = kzMakeEnvelope(kzMakeEnvelopeHome(integer != 0));
+        return KZe_OK;
+    }
+    KzResult sceneservice_CreateWalker(const char* name, IKzUnknown** walker) override {
+        enter("Scene.CreateWalker");
+        if (kzTextOf(name) == "Curve") *walker = kzMakeCurve({});
+        else if (kzTextOf(name) == "PathStep") *walker = kzMakePathStep();
+        else
+            return kzBecause(KZe_NOTFOUND, "Scene.CreateWalker", [&] {
+                return kzThereIsNo("walker", kzTextOf(name), {"Curve", "PathStep"});
+            });
         return KZe_OK;
     }
     KzResult sceneservice_LocatorTransform(IKzUnknown* locator, double /*time*/, KzVector3* position, KzVector3* angles,

@@ -8,6 +8,7 @@
 #include "kz/channel.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
+#include "kz/envelope.h"
 #include "kz/image.h"
 #include "kz/item.h"
 #include "kz/log.h"
@@ -30,7 +31,7 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(, ObjectsTest, testing::Values("image", "kzu_objects", "mesh", "scene"));
+INSTANTIATE_TEST_SUITE_P(, ObjectsTest, testing::Values("image", "kzu_objects", "mesh", "scene", "shapes"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -61,6 +62,11 @@ public:
         mesh.Edges(add("edge"));
         mesh.Maps(add("map"));
         ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_GREY, 0, add("image"));
+        scenes->CreateEnvelope(0, add("envelope"));
+        CKzUser_Envelope(last()).Keys(add("keyframe"));
+        for (const char* walker : {"Curve", "PathStep"}) scenes->CreateWalker(walker, add(walker));
+        scenes->CreateMatrix(add("matrix"));
+        scenes->CreateQuaternion(add("quaternion"));
         values->CreateValue("float", add("value"));
         values->CreateValueArray("float", add("values"));
         values->ScriptQuery(add("query"));

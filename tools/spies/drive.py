@@ -123,6 +123,16 @@ def drive_models():
         attempt(write.ValueObj, item, channel, values.CreateValue('spied.number'))
 
 
+def drive_curves():
+    walk = kz.object.PathStep(scenes.CreateWalker('PathStep'))
+    walk.SetCount(3)
+    for length in (0.0, 2.0):
+        walk.Begin(spies.spy_class('Curve', curve_Length=length, curve_LengthTo=lambda self, param: param * length,
+                                   curve_Position=lambda self, param: (param, 0, 0), curve_Param=.5)(), 0, 1)
+        for _ in range(3):
+            attempt(walk.Step)
+
+
 def drive_pictures():
     picture = attempt(images.Load, FOLDER + '/a.spied', None)
     for source, name in ((picture, 'b.spied'), (spies.Lines(), 'c.spied'), (spies.Lines(), 'd.png')):
@@ -144,6 +154,6 @@ def drive_listeners():
     attempt(listener.RemoveListener, every)
 
 
-for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_pictures,
-              drive_listeners):
+for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves,
+              drive_pictures, drive_listeners):
     drive()
