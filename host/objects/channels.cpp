@@ -26,11 +26,7 @@ public:
         : m_scene(std::move(scene)), m_action(std::move(action)), m_time(time) {}
 
 protected:
-    CItemReading at(IKzUnknown* item) const {
-        auto reading = kzOwn<CItem>(item)->read();
-        if (&reading->document != &m_scene->document()) throw KZe_INVALIDARG;
-        return reading;
-    }
+    CItemReading at(IKzUnknown* item) const { return kzOwn<CItem>(item)->readIn(m_scene->document()); }
     std::int32_t named(IKzUnknown* item, const char* name) const { return kzChannelIndex(*at(item), kzTextOf(name)); }
     // A channel with a stored value; throws for computed ones.
     static const ChannelInfo& stored(const Item& item, std::int32_t channel) {

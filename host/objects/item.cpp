@@ -98,6 +98,12 @@ CItemReading CItem::read() const {
     return {*m_workspace, *m_item};
 }
 
+CItemReading CItem::readIn(const CDocument& document) const {
+    const CReading reading(*m_workspace);
+    if (m_item == nullptr || !m_item->isPresent || &m_item->document != &document) throw KZe_INVALIDARG;
+    return {*m_workspace, *m_item};
+}
+
 CHostRef<CMesh> CItem::mesh() {
     const auto item = read();
     if (std::string_view(m_type.name) != KZsITYPE_MESH)

@@ -75,7 +75,9 @@ public:
     CWorkspace& workspace() const noexcept { return *m_workspace; }
     // The item; throws NOTAVAILABLE once it has left its scene.
     CItemReading read() const;
-    // As above, also for an item that was removed and could come back by undoing.
+    // As above; throws INVALIDARG for an item that is not in that document.
+    CItemReading readIn(const CDocument& document) const;
+    // As `read`, also for an item that was removed and could come back by undoing.
     CItemReading readKept() const;
     // The mesh of a mesh item; throws INVALIDARG for others.
     CHostRef<CMesh> mesh();

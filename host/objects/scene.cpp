@@ -116,8 +116,8 @@ KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
     const auto top = kzOwn<CItem>(item);
     DocumentEvents removing;
     {
-        const auto reading = top->read();
-        if (&reading->document != m_document.get() || top->type().number == KZiITYPE_ROOT) return KZe_INVALIDARG;
+        const auto reading = top->readIn(*m_document);
+        if (top->type().number == KZiITYPE_ROOT) return KZe_INVALIDARG;
         removing = kzRemoving(*reading);
     }
     for (const DocumentEvent& event : removing) m_document->workspace().tell(event);

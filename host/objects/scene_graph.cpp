@@ -30,11 +30,7 @@ protected:
     const GraphInfo& graph() const noexcept { return m_graph; }
     CDocument& document() const { return m_scene->document(); }
     CWorkspace& workspace() const { return document().workspace(); }
-    CItemReading own(IKzUnknown* item) const {
-        auto reading = kzOwn<CItem>(item)->read();
-        if (&reading->document != &document()) throw KZe_INVALIDARG;
-        return reading;
-    }
+    CItemReading own(IKzUnknown* item) const { return kzOwn<CItem>(item)->readIn(document()); }
     void requireWritable() const {
         if (m_graph.isReadOnly)
             throw kzBecause(KZe_NOACCESS, "ItemGraph", [&] { return fmt::format("the links of the graph \"{}\" are the host's", m_graph.name); });
@@ -94,7 +90,7 @@ private:
 
 // The operations that both kinds of graphs share. They differ in the interfaces that they have besides.
 template <class Class, KzHostName name, template <class> class Links>
-class CSceneGraph : public CHosted<name, Class, CKzIfc_SceneGraph, Links>, public CHostSelf<Class>, protected CGraph<Class> {
+class CSceneGraph : public CHosted<name, Class, CKzIfc_SceneGraph, Links>, public CHostSelf<Class>, public CGraph<Class> {
 public:
     using CGraph<Class>::CGraph;
 

@@ -28,7 +28,7 @@ def check_items_form_a_tree():
     scene, a, b, c = new(('locator', 'a', None), ('mesh', 'b', 0), ('mesh', 'b', 1))
     equal(names(b, c), ['b', 'b (2)'])
     b.SetName(None)
-    equal(names(b, c), ['Mesh', 'b'])
+    equal(names(b, c), ['Mesh', 'b (2)'])
     equal(a.IsAncestor(c), True)
     fails('GRAPH_CYCLIC', (a.SetParent, c, -1), (a.SetParent, a, -1))
     fails('INVALIDARG', (a.SetParent, scene, -1))
@@ -36,7 +36,7 @@ def check_items_form_a_tree():
     c.SetParent(None, 0)
     equal(a.RootPosition(), 1)
     c.SetParent(a, 0)
-    equal([item.__peekobj__() for item in (a.SubByIndex(0), c.Parent(), scene.ItemLookup('b'))],
+    equal([item.__peekobj__() for item in (a.SubByIndex(0), c.Parent(), scene.ItemLookup('b (2)'))],
           [item.__peekobj__() for item in (c, a, c)])
     equal((scene.ItemCount(TYPE('locatorSuper')), scene.ItemCount(TYPE('mesh'))), (3, 2))
     fails('OUTOFBOUNDS', (a.SubByIndex, 2), (scene.ItemByIndex, TYPE('mesh'), 2))
