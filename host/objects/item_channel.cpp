@@ -111,6 +111,7 @@ public:
     }
     KzResult itemchannel_VectorComponent(std::uint32_t component, IKzUnknown** itemChannel) override;
     KzResult itemchannel_SetDefault(IKzUnknown* value) override {
+        if (!CKzUser_Value(value)) return KZe_INVALIDARG;
         const std::string text = kzValueText(value);
         return describe([&](ChannelInfo& channel) {
             const auto cell = kzParseCell(*channel.type, text);
