@@ -61,6 +61,7 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     const char* letter = method.signature + 1;
     PyObject* name = nameOf(method);
     if (name == nullptr) return codeOfRaised(self, method, -1);
+    if (kzCrossingWatch == nullptr && kzIsUnimplemented(self, name)) return KZe_NOTIMPL;
     if (!arguments.build(letter, word)) return codeOfRaised(self, method, arguments.count() - 1);
     if (method.signature[0] == 'r' && !kzHavePlaces(letter, word)) return KZe_INVALIDARG;
     PyObject* result = kzCrossingWatch == nullptr ? kzCallByName(arguments.items(), arguments.count(), name)

@@ -75,3 +75,10 @@ PyObject* kzCallByName(PyObject** items, int count, PyObject* name) noexcept {
     const CPyRefNull function = plainMethod(items[0], name);
     return function.get() != nullptr ? callFunction(function, items, count) : callAttribute(items, count, name);
 }
+
+bool kzIsUnimplemented(PyObject* object, PyObject* name) noexcept {
+    static PyObject* const package = PyString_InternFromString("kzifc");  // as each of its modules is called
+    const CPyRefNull function = plainMethod(object, name);
+    return function.get() != nullptr && package != nullptr &&
+           reinterpret_cast<PyFunctionObject*>(function.get())->func_module == package;
+}

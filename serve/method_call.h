@@ -7,3 +7,7 @@
 // of an attribute look-up and a call, whatever the attribute is, but calling a plain method of the object's class makes
 // neither a bound method nor a tuple.
 PyObject* kzCallByName(PyObject** items, int count, PyObject* name) noexcept;
+
+// Whether the object's method of that name is the one of a base class of kzifc, which only raises that it is not
+// implemented, so that calling it would be in vain.
+bool kzIsUnimplemented(PyObject* object, PyObject* name) noexcept;

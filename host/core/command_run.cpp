@@ -35,9 +35,10 @@ KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags, const st
     const CCommandState::Depth depth(*environment.state, flags);
     std::string line;
     const Verdict verdict = verdictOf([&] {
-        const KzResult code = prepare(command, flags);
+        CCommandArguments arguments(*m_environment->types, command);
+        const KzResult code = prepare(arguments, flags);
         if (kzFailed(code)) return code;
-        line = historyLine(command, flags);
+        line = historyLine(arguments, flags);
         return body();
     });
     if (kzFailed(verdict.code)) {
@@ -63,21 +64,23 @@ KzResult CCommandRun::query(const std::function<KzResult()>& body) {
 
 // Checks that the command is enabled, runs its dialog and lets it prepare. A module that does not implement Enable is
 // enabled.
-KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
-    CCommandArguments arguments(*m_environment->types, command);
+KzResult CCommandRun::prepare(CCommandArguments& arguments, std::uint32_t flags) {
     if (const KzResult code = arguments.command().Enable(m_message.raw()); kzRefuses(code)) return code;
     arguments.requireEnabled();
-    if (const KzResult code = kzAskArguments(*m_environment->dialogs, arguments, flags); kzFailed(code)) return code;
+    if (kzWantsDialog(arguments, flags)) {
+        if (const KzResult code = kzAskArguments(*m_environment->dialogs, arguments); kzFailed(code)) return code;
+        arguments.forget();
+    }
     arguments.requireGiven();
     const KzResult code = arguments.command().PreExecute();
+    if (code != KZe_NOTIMPL) arguments.forget();  // it may have set arguments
     return kzRefuses(code) ? code : KZe_OK;
 }
 
 // The history holds what users and scripts ran, not what commands ran in turn. The line is written before the command
 // runs, as what it does may change what its arguments mean.
-std::string CCommandRun::historyLine(IKzUnknown* command, std::uint32_t flags) const {
+std::string CCommandRun::historyLine(const CCommandArguments& arguments, std::uint32_t flags) const {
     std::uint32_t what = 0;
-    const CCommandArguments arguments(*m_environment->types, command);
     if (m_environment->state->depth() > 1 || (flags & KZfCMD_EXEC_NOHISTORY) != 0 ||
         (kzSucceeded(arguments.command().Flags(&what)) && (what & KZfCMD_QUIET) != 0))
         return {};
