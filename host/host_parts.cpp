@@ -3,6 +3,7 @@
 
 #include "host/commands/alias_commands.h"
 #include "host/commands/builtin_server_commands.h"
+#include "host/commands/document_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
 #include "host/commands/script_commands.h"
@@ -19,6 +20,7 @@
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
 #include "host/core/value_type_registry.h"
+#include "host/objects/document_undo.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
 #include "host/services/color_mapping_service.h"
@@ -72,6 +74,10 @@ namespace {
 void addCommands(const HostParts& host) {
     kzAddAliasCommands(host.registry);
     kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
+    kzAddSceneCommands(*host.registry, host.scenes);
+    kzAddItemCommands(*host.registry, host.scenes);
+    kzAddChannelCommands(*host.registry, host.scenes);
+    kzAddUndoCommands(*host.registry, host.scenes);
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
@@ -115,13 +121,13 @@ HostParts::HostParts()
       userValues(std::make_shared<CUserValues>()), jobThreads(std::make_shared<CJobThreads>()),
       listeners(std::make_shared<CListenerTable>()), log(std::make_shared<CLogStore>()),
       reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
-      types(std::make_shared<CValueTypeRegistry>(modules, properties)),
-      scripts(std::make_shared<CScriptRunner>(modules, log)),
+      types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
+      undo(kzMakeUndoBlocks(scenes->workspace)), scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
       environment(std::make_shared<CommandEnvironment>(
-          CommandEnvironment{context, commandState, dialogs, listeners, log, types})),
+          CommandEnvironment{context, commandState, dialogs, listeners, log, types, undo})),
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
-      services(std::make_shared<CServiceRegistry>()), scenes(std::make_shared<OpenScenes>()),
+      services(std::make_shared<CServiceRegistry>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {

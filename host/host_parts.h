@@ -22,6 +22,7 @@ class CPropertyTable;
 class CReasonBook;
 class CServiceRegistry;
 class CTextBoard;
+class CUndoBlocks;
 class CUserValues;
 class CValueTypeRegistry;
 struct CommandEnvironment;
@@ -49,13 +50,14 @@ struct HostParts {
     std::shared_ptr<CReasonBook> reasons;
     std::shared_ptr<CModuleTable> modules;
     std::shared_ptr<CValueTypeRegistry> types;
+    std::shared_ptr<OpenScenes> scenes;  // from above the core, as commands and scripts make steps of its history
+    std::shared_ptr<CUndoBlocks> undo;
     std::shared_ptr<CScriptRunner> scripts;
     std::shared_ptr<CommandEnvironment> environment;
     std::shared_ptr<CCommandRegistry> registry;
     std::shared_ptr<CCommandDispatcher> dispatcher;
     std::shared_ptr<CServiceRegistry> services;
     // Parts that use both
-    std::shared_ptr<OpenScenes> scenes;
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<QueryEnvironment> queries;
 };

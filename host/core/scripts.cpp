@@ -6,6 +6,7 @@
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/reasons.h"
+#include "host/core/undo_blocks.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
@@ -213,6 +214,7 @@ KzResult CScriptRunner::run(const CHostRef<CScript>& script, std::uint32_t flags
     }
     // An interpreter in Python is never given a null object.
     const auto unheard = message == nullptr ? CHostRef<CMessage>::make() : CHostRef<CMessage>();
+    const CUndoBlock blocks(m_undo.get(), UndoKind::untouched, {});  // closes what the script leaves open
     const KzResult code = held->Run(script.raw(), flags, args, message != nullptr ? message : unheard.raw());
     const std::lock_guard lock(m_lock);
     if (m_running > 0) --m_running;

@@ -16,6 +16,7 @@ namespace kzhost {
 class CLogStore;
 class CModuleTable;
 class CPathAliases;
+class CUndoBlocks;
 struct KzServer;
 
 // A script with its text: line ends are line feeds whatever the file has.
@@ -64,8 +65,9 @@ std::string kzJoinArguments(const std::vector<std::string>& arguments, std::stri
 // Runs scripts, and knows how many run inside each other now.
 class CScriptRunner {
 public:
-    CScriptRunner(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CLogStore> log)
-        : m_modules(std::move(modules)), m_log(std::move(log)) {}
+    CScriptRunner(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CLogStore> log,
+                  std::shared_ptr<CUndoBlocks> undo)
+        : m_modules(std::move(modules)), m_log(std::move(log)), m_undo(std::move(undo)) {}
 
     std::size_t depth() const;
     // The server that takes the script, and an instance of it; neither when none does.
@@ -76,6 +78,7 @@ public:
 private:
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<CLogStore> m_log;
+    std::shared_ptr<CUndoBlocks> m_undo;
     mutable std::mutex m_lock;
     std::size_t m_running = 0;
 };

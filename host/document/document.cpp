@@ -52,8 +52,7 @@ void CDocument::leave(Item& item) {
     m_names.leave(item);
     siblings(item.parent).erase(item);
     item.parent = nullptr;
-    for (const ItemType* type = &item.type; type != nullptr; type = type->super)
-        m_byType[type->number].erase(item);
+    for (const ItemType* type = &item.type; type != nullptr; type = type->super) m_byType[type->number].erase(item);
     m_items.erase(item.ident);
 }
 

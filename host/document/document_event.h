@@ -26,11 +26,11 @@ struct DocumentEvent {
         channelValue,  // text: the channel
         linkAdded,     // text: the graph; item and other: its ends
         linkRemoved,
-        linkMoved,  // first: the position
+        linkMoved,         // first: the position
         channelLinkAdded,  // item and other: its ends; first and second: their channels
         channelLinkRemoved,
         filename,
-        modified,  // first: nonzero while there are unsaved changes
+        modified,      // first: nonzero while there are unsaved changes
         packageAdded,  // text: the package
         packageRemoved,
         geometry,  // of the item

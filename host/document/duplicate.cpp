@@ -27,7 +27,8 @@ Item& copyOf(const Item& source, CEdit& edit) {
     if (source.flags != copy.flags) edit.setFlags(copy, source.flags);
     for (const auto& [code, text] : source.tags) edit.setTag(copy, code, text);
     for (const auto& channel : source.userChannels) edit.addChannel(copy, *channel);
-    for (const auto& [channel, state] : source.values) edit.setChannel(copy, counterpart(source, *channel, copy), state);
+    for (const auto& [channel, state] : source.values)
+        edit.setChannel(copy, counterpart(source, *channel, copy), state);
     if (source.geometry != nullptr) copy.geometry = source.geometry->copy();
     return copy;
 }

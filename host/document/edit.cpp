@@ -24,7 +24,8 @@ std::size_t indexIn(const std::vector<Item*>& list, const Item* item) {
 
 }  // namespace
 
-CEdit::CEdit(CWorkspace& workspace) : m_hold(workspace), m_workspace(workspace), m_firstEvent(workspace.m_events.size()) {
+CEdit::CEdit(CWorkspace& workspace)
+    : m_hold(workspace), m_workspace(workspace), m_firstEvent(workspace.m_events.size()) {
     workspace.refuseWhileMoving();
     workspace.keepGeometry();
 }
@@ -106,7 +107,8 @@ void CEdit::removeOne(Item& item) {
     while (!item.instances.empty()) setSource(*item.instances.back(), nullptr);
     if (item.source != nullptr) setSource(item, nullptr);
     CDocument& document = item.document;
-    make(&document, CDocument::Presence{item.shared_from_this(), item.parent, document.siblingsOf(item).positionOf(item), false});
+    make(&document,
+         CDocument::Presence{item.shared_from_this(), item.parent, document.siblingsOf(item).positionOf(item), false});
 }
 
 void CEdit::place(Item& item, Item* parent, std::size_t position) {
@@ -121,7 +123,9 @@ void CEdit::place(Item& item, Item* parent, std::size_t position) {
         newSiblings.insert(std::min(position, newSiblings.size()), *item);
         const auto newPosition = static_cast<std::int64_t>(newSiblings.positionOf(*item));
         if (oldParent != parent)
-            events.push_back({.kind = Kind::parented, .document = &document, .item = item,
+            events.push_back({.kind = Kind::parented,
+                              .document = &document,
+                              .item = item,
                               .other = oldParent != nullptr ? oldParent->shared_from_this() : nullptr});
         else events.push_back({.kind = Kind::moved, .document = &document, .item = item, .first = newPosition});
         parent = oldParent;
@@ -130,8 +134,8 @@ void CEdit::place(Item& item, Item* parent, std::size_t position) {
 }
 
 void CEdit::rename(Item& item, std::string name) {
-    make(&item.document, [item = item.shared_from_this(), name = std::move(name), number = std::uint32_t{0}](
-                             Direction, DocumentEvents& events) mutable {
+    make(&item.document, [item = item.shared_from_this(), name = std::move(name),
+                          number = std::uint32_t{0}](Direction, DocumentEvents& events) mutable {
         CNameIndex& names = item->document.m_names;
         names.leave(*item);
         std::swap(item->name, name);
@@ -141,43 +145,48 @@ void CEdit::rename(Item& item, std::string name) {
 }
 
 void CEdit::setTag(Item& item, std::uint32_t code, std::optional<std::string> text) {
-    make(&item.document, [item = item.shared_from_this(), code, text = std::move(text)](Direction, DocumentEvents& events) mutable {
-        std::optional<std::string> before;
-        if (const auto tag = item->tags.find(code); tag != item->tags.end()) before = std::move(tag->second);
-        if (text) item->tags[code] = std::move(*text);
-        else item->tags.erase(code);
-        text = std::move(before);
-        events.push_back({.kind = Kind::tag, .document = &item->document, .item = item, .first = code});
-    });
+    make(&item.document,
+         [item = item.shared_from_this(), code, text = std::move(text)](Direction, DocumentEvents& events) mutable {
+             std::optional<std::string> before;
+             if (const auto tag = item->tags.find(code); tag != item->tags.end()) before = std::move(tag->second);
+             if (text) item->tags[code] = std::move(*text);
+             else item->tags.erase(code);
+             text = std::move(before);
+             events.push_back({.kind = Kind::tag, .document = &item->document, .item = item, .first = code});
+         });
 }
 
 void CEdit::setFlags(Item& item, std::uint32_t flags) {
     make(&item.document, [item = item.shared_from_this(), flags](Direction, DocumentEvents& events) mutable {
         std::swap(item->flags, flags);
-        events.push_back({.kind = Kind::flags, .document = &item->document, .item = item, .first = item->flags ^ flags});
+        events.push_back(
+            {.kind = Kind::flags, .document = &item->document, .item = item, .first = item->flags ^ flags});
     });
 }
 
 void CEdit::setSource(Item& item, Item* source) {
-    make(&item.document, [item = item.shared_from_this(), source, index = last](Direction, DocumentEvents& events) mutable {
-        Item* before = item->source;
-        std::size_t oldIndex = last;
-        if (before != nullptr) {
-            oldIndex = indexIn(before->instances, item.get());
-            std::erase(before->instances, item.get());
-        }
-        if (source != nullptr) insertAt(source->instances, index, item.get());
-        item->source = source;
-        events.push_back({.kind = Kind::source, .document = &item->document, .item = item,
-                          .other = source != nullptr ? source->shared_from_this() : nullptr});
-        source = before;
-        index = oldIndex;
-    });
+    make(&item.document,
+         [item = item.shared_from_this(), source, index = last](Direction, DocumentEvents& events) mutable {
+             Item* before = item->source;
+             std::size_t oldIndex = last;
+             if (before != nullptr) {
+                 oldIndex = indexIn(before->instances, item.get());
+                 std::erase(before->instances, item.get());
+             }
+             if (source != nullptr) insertAt(source->instances, index, item.get());
+             item->source = source;
+             events.push_back({.kind = Kind::source,
+                               .document = &item->document,
+                               .item = item,
+                               .other = source != nullptr ? source->shared_from_this() : nullptr});
+             source = before;
+             index = oldIndex;
+         });
 }
 
 void CEdit::setChannel(Item& item, const ChannelInfo& channel, ChannelState state) {
-    make(&item.document, [item = item.shared_from_this(), channel = &channel, state = std::move(state)](
-                             Direction, DocumentEvents& events) mutable {
+    make(&item.document, [item = item.shared_from_this(), channel = &channel,
+                          state = std::move(state)](Direction, DocumentEvents& events) mutable {
         const auto entry = item->values.find(channel);
         ChannelState before;
         if (entry != item->values.end()) before = std::move(entry->second);
@@ -185,13 +194,15 @@ void CEdit::setChannel(Item& item, const ChannelInfo& channel, ChannelState stat
         else if (entry != item->values.end()) entry->second = std::move(state);
         else item->values.emplace(channel, std::move(state));
         state = std::move(before);
-        events.push_back({.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+        events.push_back(
+            {.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
     });
 }
 
 void CEdit::setValue(Item& item, const ChannelInfo& channel, std::optional<KzCell> value) {
     ChannelState state;
-    if (const auto entry = item.values.find(&channel); entry != item.values.end()) state.actions = entry->second.actions;
+    if (const auto entry = item.values.find(&channel); entry != item.values.end())
+        state.actions = entry->second.actions;
     state.value = std::move(value);
     setChannel(item, channel, std::move(state));
 }
@@ -211,8 +222,10 @@ struct ChannelPresence {
         const auto place = channels.begin() + static_cast<std::ptrdiff_t>(index);
         if (isAdded) channels.insert(place, channel);
         else channels.erase(place);
-        events.push_back({.kind = isAdded ? Kind::channelAdded : Kind::channelRemoved, .document = &item->document,
-                          .item = item, .text = channel->name});
+        events.push_back({.kind = isAdded ? Kind::channelAdded : Kind::channelRemoved,
+                          .document = &item->document,
+                          .item = item,
+                          .text = channel->name});
     }
 };
 
@@ -225,7 +238,9 @@ const ChannelInfo& CEdit::addChannel(Item& item, ChannelInfo channel) {
 }
 
 void CEdit::removeChannel(Item& item, const ChannelInfo& channel) {
-    const auto isOf = [&](const auto& link) { return link->sourceChannel == &channel || link->targetChannel == &channel; };
+    const auto isOf = [&](const auto& link) {
+        return link->sourceChannel == &channel || link->targetChannel == &channel;
+    };
     for (auto* links : {&item.inputs, &item.outputs})
         for (auto link = links->begin(); (link = std::find_if(links->begin(), links->end(), isOf)) != links->end();)
             unlinkChannels(**link);
@@ -239,7 +254,8 @@ void CEdit::describeChannel(Item& item, const ChannelInfo& channel, ChannelInfo 
     make(&item.document, [item = item.shared_from_this(), channel = item.userChannels[index],
                           description = std::move(description)](Direction, DocumentEvents& events) mutable {
         std::swap(*channel, description);
-        events.push_back({.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+        events.push_back(
+            {.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
     });
 }
 
@@ -270,16 +286,19 @@ struct LinkPresence {
             if (links != end->links.end() && links->second.forward.empty() && links->second.reverse.empty())
                 end->links.erase(links);
         }
-        events.push_back({.kind = isAdded ? Kind::linkAdded : Kind::linkRemoved, .document = &source->document,
-                          .item = source, .other = target, .text = graph});
+        events.push_back({.kind = isAdded ? Kind::linkAdded : Kind::linkRemoved,
+                          .document = &source->document,
+                          .item = source,
+                          .other = target,
+                          .text = graph});
     }
 };
 
 }  // namespace
 
 void CEdit::link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex) {
-    make(&source.document, LinkPresence{std::move(graph), source.shared_from_this(), target.shared_from_this(), sourceIndex,
-                                        targetIndex, true});
+    make(&source.document, LinkPresence{std::move(graph), source.shared_from_this(), target.shared_from_this(),
+                                        sourceIndex, targetIndex, true});
 }
 
 void CEdit::unlink(const std::string& graph, Item& source, Item& target) {
@@ -323,14 +342,19 @@ struct ChannelLinkPresence {
             inputIndex = erase(target->inputs, link);
         }
         events.push_back({.kind = isAdded ? Kind::channelLinkAdded : Kind::channelLinkRemoved,
-                          .document = &source->document, .item = source, .other = target, .text = KZsGRAPH_CHANLINKS,
-                          .first = source->indexOf(*link->sourceChannel), .second = target->indexOf(*link->targetChannel)});
+                          .document = &source->document,
+                          .item = source,
+                          .other = target,
+                          .text = KZsGRAPH_CHANLINKS,
+                          .first = source->indexOf(*link->sourceChannel),
+                          .second = target->indexOf(*link->targetChannel)});
     }
 };
 
 }  // namespace
 
-void CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel) {
+void CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
+                         const ChannelInfo& targetChannel) {
     auto link = std::make_shared<ChannelLink>(ChannelLink{&source, &sourceChannel, &target, &targetChannel, {}});
     make(&source.document,
          ChannelLinkPresence{std::move(link), source.shared_from_this(), target.shared_from_this(), last, last, true});
@@ -339,15 +363,15 @@ void CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& t
 void CEdit::unlinkChannels(ChannelLink& link) {
     const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
                                     [&](const auto& each) { return each.get() == &link; });
-    make(&link.source->document, ChannelLinkPresence{*owned, link.source->shared_from_this(),
-                                                     link.target->shared_from_this(), 0, 0, false});
+    make(&link.source->document,
+         ChannelLinkPresence{*owned, link.source->shared_from_this(), link.target->shared_from_this(), 0, 0, false});
 }
 
 void CEdit::setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value) {
     const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
                                     [&](const auto& each) { return each.get() == &link; });
-    make(&link.source->document, [link = *owned, source = link.source->shared_from_this(), name, value = std::move(value)](
-                                     Direction, DocumentEvents& /*events*/) mutable {
+    make(&link.source->document, [link = *owned, source = link.source->shared_from_this(), name,
+                                  value = std::move(value)](Direction, DocumentEvents& /*events*/) mutable {
         std::optional<std::string> before;
         if (const auto entry = link->attributes.find(name); entry != link->attributes.end())
             before = std::move(entry->second);

@@ -21,7 +21,8 @@ const ChannelInfo* Item::channelAt(std::size_t index) const {
 std::int32_t Item::findChannel(std::string_view wanted) const {
     if (const std::int32_t index = type.index(wanted); index >= 0) return index;
     for (std::size_t i = 0; i < userChannels.size(); ++i)
-        if (userChannels[i]->name == wanted || (userChannels[i]->vectorSize > 1 && userChannels[i]->vectorName() == wanted))
+        if (userChannels[i]->name == wanted ||
+            (userChannels[i]->vectorSize > 1 && userChannels[i]->vectorName() == wanted))
             return static_cast<std::int32_t>(type.channels.size() + i);
     return -1;
 }

@@ -76,8 +76,8 @@ struct Item : std::enable_shared_from_this<Item> {
     std::int64_t serial;  // the order of creation
     bool isPresent = false;
 
-    std::string name;        // given by the user; empty without one
-    std::string uniqueName;  // as shown
+    std::string name;          // given by the user; empty without one
+    std::string uniqueName;    // as shown
     std::uint32_t number = 0;  // tells items of one name apart; 1 is not shown
 
     std::int64_t siblingKey = 0;

@@ -89,7 +89,8 @@ void CWorkspace::setModified(CDocument& document, bool modified) {
 // Other threads wait for the end of undoing by asking again: they may hold what the change of a module waits for.
 void CWorkspace::refuseWhileMoving() const {
     if (m_moving == Moving::no || isOwnChange()) return;
-    throw kzBecause(KZe_NOTREADY, "Document", [] { return "steps are being undone or redone, so nothing else may change"; });
+    throw kzBecause(KZe_NOTREADY, "Document",
+                    [] { return "steps are being undone or redone, so nothing else may change"; });
 }
 
 bool CWorkspace::isOwnChange() const { return m_foreign > 0 && m_mover == std::this_thread::get_id(); }

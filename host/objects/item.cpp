@@ -76,7 +76,9 @@ CHostRef<CItem> kzObjectOf(Item& item) {
     return static_cast<ItemObject&>(*item.object).item;
 }
 
-KzResult kzGiveItem(Item* item, IKzUnknown** out) { return item != nullptr ? kzObjectOf(*item).give(out) : KZe_NOTFOUND; }
+KzResult kzGiveItem(Item* item, IKzUnknown** out) {
+    return item != nullptr ? kzObjectOf(*item).give(out) : KZe_NOTFOUND;
+}
 
 CItem::CItem(Item& item)
     : m_workspace(item.document.workspace().shared_from_this()), m_type(item.type), m_item(&item) {}
@@ -141,7 +143,8 @@ KzResult CItem::item_Ident(const char** ident) {
 }
 
 KzResult CItem::item_SetIdent(const char* /*ident*/) {
-    return kzBecause(KZe_NOTAVAILABLE, "Item.SetIdent", [] { return "identifiers are set only while a scene is loaded"; });
+    return kzBecause(KZe_NOTAVAILABLE, "Item.SetIdent",
+                     [] { return "identifiers are set only while a scene is loaded"; });
 }
 
 KzResult CItem::item_TypeName(const char** type) {
@@ -176,9 +179,8 @@ KzResult CItem::item_SetParent(IKzUnknown* parent, std::int32_t position) {
         return KZe_INVALIDARG;
     if (above != nullptr && above->type.number == KZiITYPE_ROOT) above = nullptr;
     if (above != nullptr && (above == &*item || item->isAbove(*above)))
-        return kzBecause(KZeGRAPH_CYCLIC, "Item.SetParent", [&] {
-            return fmt::format("\"{}\" is below \"{}\"", above->uniqueName, item->uniqueName);
-        });
+        return kzBecause(KZeGRAPH_CYCLIC, "Item.SetParent",
+                         [&] { return fmt::format("\"{}\" is below \"{}\"", above->uniqueName, item->uniqueName); });
     edit.place(*item, above, position < 0 ? CEdit::last : static_cast<std::size_t>(position));
     edit.commit();
     return KZe_OK;

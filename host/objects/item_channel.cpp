@@ -115,7 +115,9 @@ public:
         const std::string text = kzValueText(value);
         return describe([&](ChannelInfo& channel) {
             const auto cell = kzParseCell(*channel.type, text);
-            if (!cell) throw kzBecause(KZe_INVALIDARG, "ItemChannel.SetDefault", [&] { return kzIsNot(text, channel.type->expects); });
+            if (!cell)
+                throw kzBecause(KZe_INVALIDARG, "ItemChannel.SetDefault",
+                                [&] { return kzIsNot(text, channel.type->expects); });
             channel.initial = *cell;
         });
     }

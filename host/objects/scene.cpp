@@ -29,7 +29,7 @@ KzResult handOver(IKzUnknown* object, IKzUnknown** out) {
 }
 
 // The names of a document's items, for an error. There may be very many.
-template <class Text> std::vector<std::string> someNames(const CDocument& document, Text Item::* name) {
+template <class Text> std::vector<std::string> someNames(const CDocument& document, Text Item::*name) {
     std::vector<std::string> names;
     document.each(KZiITYPE_ANY, [&](const Item& item) { names.push_back(item.*name); });
     return names;
@@ -141,17 +141,15 @@ KzResult CScene::scene_ItemByIndex(std::int32_t type, std::uint32_t index, IKzUn
 KzResult CScene::scene_ItemLookup(const char* name, IKzUnknown** item) {
     const CReading reading(m_document->workspace());
     if (Item* found = m_document->byName(kzTextOf(name))) return kzGiveItem(found, item);
-    return kzBecause(KZe_NOTFOUND, "Scene.ItemLookup", [&] {
-        return kzThereIsNo("item", kzTextOf(name), someNames(*m_document, &Item::uniqueName));
-    });
+    return kzBecause(KZe_NOTFOUND, "Scene.ItemLookup",
+                     [&] { return kzThereIsNo("item", kzTextOf(name), someNames(*m_document, &Item::uniqueName)); });
 }
 
 KzResult CScene::scene_ItemByIdent(const char* ident, IKzUnknown** item) {
     const CReading reading(m_document->workspace());
     if (Item* found = m_document->byIdent(kzTextOf(ident))) return kzGiveItem(found, item);
-    return kzBecause(KZe_NOTFOUND, "Scene.ItemByIdent", [&] {
-        return kzThereIsNo("item", kzTextOf(ident), someNames(*m_document, &Item::ident));
-    });
+    return kzBecause(KZe_NOTFOUND, "Scene.ItemByIdent",
+                     [&] { return kzThereIsNo("item", kzTextOf(ident), someNames(*m_document, &Item::ident)); });
 }
 
 KzResult CScene::scene_GraphLookup(const char* name, IKzUnknown** graph) {

@@ -33,11 +33,13 @@ protected:
     CItemReading own(IKzUnknown* item) const { return kzOwn<CItem>(item)->readIn(document()); }
     void requireWritable() const {
         if (m_graph.isReadOnly)
-            throw kzBecause(KZe_NOACCESS, "ItemGraph", [&] { return fmt::format("the links of the graph \"{}\" are the host's", m_graph.name); });
+            throw kzBecause(KZe_NOACCESS, "ItemGraph",
+                            [&] { return fmt::format("the links of the graph \"{}\" are the host's", m_graph.name); });
     }
     KzResult cyclic(const Item& source, const Item& target) const {
         return kzBecause(KZeGRAPH_CYCLIC, "SceneGraph", [&] {
-            return fmt::format("\"{}\" leads to \"{}\" in the graph \"{}\" already", target.uniqueName, source.uniqueName, m_graph.name);
+            return fmt::format("\"{}\" leads to \"{}\" in the graph \"{}\" already", target.uniqueName,
+                               source.uniqueName, m_graph.name);
         });
     }
 
@@ -51,7 +53,8 @@ protected:
         if (m_stamp != document().stamp()) {
             m_roots.clear();
             document().each(KZiITYPE_ANY, [&](Item& item) {
-                const bool takesPart = m_graph.isReadOnly ? &item != document().root() : !kzNextIn(item, m_graph, true).empty();
+                const bool takesPart =
+                    m_graph.isReadOnly ? &item != document().root() : !kzNextIn(item, m_graph, true).empty();
                 if (takesPart && kzNextIn(item, m_graph, false).empty()) m_roots.push_back(&item);
             });
             m_stamp = document().stamp();
@@ -90,7 +93,9 @@ private:
 
 // The operations that both kinds of graphs share. They differ in the interfaces that they have besides.
 template <class Class, KzHostName name, template <class> class Links>
-class CSceneGraph : public CHosted<name, Class, CKzIfc_SceneGraph, Links>, public CHostSelf<Class>, public CGraph<Class> {
+class CSceneGraph : public CHosted<name, Class, CKzIfc_SceneGraph, Links>,
+                    public CHostSelf<Class>,
+                    public CGraph<Class> {
 public:
     using CGraph<Class>::CGraph;
 
@@ -109,7 +114,8 @@ public:
         CEdit edit(this->workspace());
         const auto own = this->own(item);
         this->requireWritable();
-        if (this->graph().type == static_cast<std::uint32_t>(KZiGRAPHTYPE_ITEM)) edit.unlinkAll(this->graph().name, *own);
+        if (this->graph().type == static_cast<std::uint32_t>(KZiGRAPHTYPE_ITEM))
+            edit.unlinkAll(this->graph().name, *own);
         while (this->graph().type != static_cast<std::uint32_t>(KZiGRAPHTYPE_ITEM) && !own->inputs.empty())
             edit.unlinkChannels(*own->inputs.back());
         while (this->graph().type != static_cast<std::uint32_t>(KZiGRAPHTYPE_ITEM) && !own->outputs.empty())
@@ -268,7 +274,8 @@ private:
     ChannelLink* find(const End& source, const End& target) const {
         const auto from = own(source.item);
         const auto to = own(target.item);
-        const ChannelLink wanted{&*from, &kzChannelAt(*from, source.channel), &*to, &kzChannelAt(*to, target.channel), {}};
+        const ChannelLink wanted{
+            &*from, &kzChannelAt(*from, source.channel), &*to, &kzChannelAt(*to, target.channel), {}};
         const auto match = std::find_if(from->outputs.begin(), from->outputs.end(),
                                         [&](const auto& each) { return each->joins(wanted); });
         return match != from->outputs.end() ? match->get() : nullptr;
@@ -288,7 +295,8 @@ private:
                 links.push_back(each.get());
         return links;
     }
-    KzResult at(const End& end, std::uint32_t index, bool forward, IKzUnknown** other, std::int32_t* otherChannel) const {
+    KzResult at(const End& end, std::uint32_t index, bool forward, IKzUnknown** other,
+                std::int32_t* otherChannel) const {
         const CReading reading(workspace());
         const auto all = links(end, forward);
         if (index >= all.size()) return KZe_OUTOFBOUNDS;
@@ -301,7 +309,8 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph) {
-    if (graph.type == static_cast<std::uint32_t>(KZiGRAPHTYPE_CHANNEL)) return kzMakeObject<CChannelGraph>(std::move(scene), graph);
+    if (graph.type == static_cast<std::uint32_t>(KZiGRAPHTYPE_CHANNEL))
+        return kzMakeObject<CChannelGraph>(std::move(scene), graph);
     return kzMakeObject<CItemGraph>(std::move(scene), graph);
 }
 

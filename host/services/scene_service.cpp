@@ -47,7 +47,8 @@ public:
     KzResult sceneservice_Lookup(const char* path, IKzUnknown** scene) override {
         enter("Scene.Lookup");
         for (const auto& open : m_scenes->list)
-            if (!open->document().filename().empty() && open->document().filename() == kzTextOf(path)) return open.give(scene);
+            if (!open->document().filename().empty() && open->document().filename() == kzTextOf(path))
+                return open.give(scene);
         return kzBecause(KZe_NOTFOUND, "Scene.Lookup", [&] {
             return kzThereIsNo("open scene", kzTextOf(path), m_scenes->list,
                                [](const auto& open) { return open->document().filename(); });
