@@ -21,6 +21,7 @@
 #include "host/core/value_type_registry.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/services/absent_services.h"
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
@@ -100,6 +101,8 @@ void addServices(const HostParts& host) {
         host.queries);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
     add("value", KZu_VALUESERVICE, kzMakeValueService, host.types, host.properties, host.queries);
+    for (const AbsentService& each : kzAbsentServices())
+        services.add(each.name, *each.iid, [make = each.make, context = host.context] { return make(context); });
 }
 
 }  // namespace
