@@ -37,6 +37,7 @@ using namespace kzhost;
 namespace {
 
 TEST(ServicesTest, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
+TEST(ServicesTest, OfFilesAndTheRestAnswerToo) { CPluginHost().load().check("host", "more_services"); }
 
 TEST(ServicesTest, TakeWhatModulesServeForTheirOwn) {
     CPluginHost host;
