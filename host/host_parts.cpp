@@ -15,7 +15,9 @@
 #include "host/core/log_listeners.h"
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
+#include "host/core/notifier_table.h"
 #include "host/core/reasons.h"
+#include "host/core/result_cache.h"
 #include "host/core/scripts.h"
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
@@ -23,6 +25,8 @@
 #include "host/objects/document_undo.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/services/absent_services.h"
+#include "host/services/cache_service.h"
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
@@ -30,17 +34,22 @@
 #include "host/services/guid_service.h"
 #include "host/services/host_service.h"
 #include "host/services/image_service.h"
+#include "host/services/io_service.h"
 #include "host/services/listener_service.h"
 #include "host/services/log_service.h"
 #include "host/services/mesh_service.h"
 #include "host/services/message_service.h"
+#include "host/services/network_service.h"
+#include "host/services/notify_service.h"
 #include "host/services/platform_service.h"
 #include "host/services/scene_service.h"
 #include "host/services/script_queries.h"
 #include "host/services/script_service.h"
+#include "host/services/text_encoding_service.h"
 #include "host/services/thread_service.h"
 #include "host/services/undo_service.h"
 #include "host/services/value_service.h"
+#include "host/services/vertex_feature_service.h"
 #include "host/state/command_state.h"
 #include "host/state/dialog_board.h"
 #include "host/state/import_paths.h"
@@ -49,6 +58,9 @@
 #include "host/state/property_table.h"
 #include "host/state/user_values.h"
 
+#include "kz/block_io.h"
+#include "kz/buffer.h"
+#include "kz/cache.h"
 #include "kz/color_mapping.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
@@ -56,6 +68,7 @@
 #include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/image.h"
+#include "kz/kit.h"
 #include "kz/listener.h"
 #include "kz/log.h"
 #include "kz/mesh.h"
@@ -64,6 +77,7 @@
 #include "kz/scene.h"
 #include "kz/script.h"
 #include "kz/thread.h"
+#include "kz/triangle.h"
 #include "kz/undo.h"
 #include "kz/value.h"
 
@@ -91,6 +105,7 @@ void addServices(const HostParts& host) {
     const auto add = [&](const char* name, const KzGuid& iid, auto make, const auto&... parts) {
         services.add(name, iid, [=, context = host.context] { return make(context, parts...); });
     };
+    add("cache", KZu_CACHESERVICE, kzMakeCacheService, host.results);
     add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
     add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
@@ -98,17 +113,24 @@ void addServices(const HostParts& host) {
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
+    add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
+    add("network", KZu_NETWORKSERVICE, kzMakeNetworkService, host.files);
+    add("notifysys", KZu_NOTIFYSYSSERVICE, kzMakeNotifyService, host.notifiers, host.commandState);
     add("platform", KZu_PLATFORMSERVICE, kzMakePlatformService, host.files, host.importPaths);
     add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes);
     add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
         host.queries);
+    add("textencoding", KZu_TEXTENCODINGSERVICE, kzMakeTextEncodingService);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
     add("undo", KZu_UNDOSERVICE, kzMakeUndoService, host.scenes);
     add("value", KZu_VALUESERVICE, kzMakeValueService, host.types, host.properties, host.queries);
+    add("vertexfeature", KZu_VERTEXFEATURESERVICE, kzMakeVertexFeatureService);
+    for (const AbsentService& each : kzAbsentServices())
+        services.add(each.name, *each.iid, [make = each.make, context = host.context] { return make(context); });
 }
 
 }  // namespace
@@ -121,6 +143,7 @@ HostParts::HostParts()
       userValues(std::make_shared<CUserValues>()), jobThreads(std::make_shared<CJobThreads>()),
       listeners(std::make_shared<CListenerTable>()), log(std::make_shared<CLogStore>()),
       reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
+      notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
       types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
       undo(kzMakeUndoBlocks(scenes->workspace)), scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
       environment(std::make_shared<CommandEnvironment>(
@@ -132,6 +155,7 @@ HostParts::HostParts()
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);
+    commandState->whenIdle = [waiting = notifiers.get()] { waiting->sendDeferred(); };
     addCommands(*this);
     addServices(*this);
 }

@@ -18,8 +18,10 @@ class CJobThreads;
 class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;
+class CNotifierTable;
 class CPropertyTable;
 class CReasonBook;
+class CResultCache;
 class CServiceRegistry;
 class CTextBoard;
 class CUndoBlocks;
@@ -49,6 +51,8 @@ struct HostParts {
     std::shared_ptr<CLogStore> log;
     std::shared_ptr<CReasonBook> reasons;
     std::shared_ptr<CModuleTable> modules;
+    std::shared_ptr<CNotifierTable> notifiers;
+    std::shared_ptr<CResultCache> results;
     std::shared_ptr<CValueTypeRegistry> types;
     std::shared_ptr<OpenScenes> scenes;  // from above the core, as commands and scripts make steps of its history
     std::shared_ptr<CUndoBlocks> undo;

@@ -8,8 +8,10 @@
 #include "host/core/message.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
+#include "host/core/notifier_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/core/result_cache.h"
 #include "host/core/scripts.h"
 #include "host/core/service_base.h"
 #include "host/host_parts.h"
@@ -36,6 +38,8 @@ CKzHost::CKzHost() : m_parts(std::make_unique<HostParts>()) {
 
 CKzHost::~CKzHost() {
     listeners().endSession();
+    m_parts->notifiers->clear();
+    m_parts->results->dropAll(nullptr);
     unload();
     listeners().endSession();
     reasons().writeCounts();

@@ -201,13 +201,17 @@ std::optional<KzServer> CScriptRunner::interpreterFor(const CScript& script, CKz
 KzResult CScriptRunner::run(const CHostRef<CScript>& script, std::uint32_t flags, const char* args,
                             IKzUnknown* message) {
     CKzLoc_Unknown interpreter;
-    interpreterFor(*script, interpreter);
+    const auto server = interpreterFor(*script, interpreter);
     const CKzUser_TextScriptInterpreter held(interpreter.raw());
     if (!held)
         return kzBecause(KZe_SCRIPT_UNKNOWN, "Script.Run", [&] {
             return kzThereIsNo("interpreter for", script->path(), m_modules->servers(KZa_TEXTSCRIPTINTERPRETER),
                                [](const auto& each) { return each.name; });
         });
+    const auto all = m_modules->servers(KZa_TEXTSCRIPTINTERPRETER);
+    const auto own =
+        std::find_if(all.begin(), all.end(), [&](const KzServer& each) { return each.name == server->name; });
+    script->setInterpreter(static_cast<std::uint32_t>(own - all.begin()));
     {
         const std::lock_guard lock(m_lock);
         ++m_running;

@@ -31,6 +31,7 @@ public:
     KzResult scr_Length(std::uint32_t* bytes) override;
     KzResult scr_LineCount(std::uint32_t* count) override;
     KzResult scr_LineByIndex(std::uint32_t index, const char** line) override;
+    std::uint32_t scr_Interpreter() override { return m_interpreter; }
     KzResult scr_FilePath(const char** path) override { return scr_Hash(path); }
     KzResult scr_Flags(std::uint32_t* flags) override;
 
@@ -40,6 +41,7 @@ public:
     const std::string& path() const { return m_path; }
     std::string header() const { return m_lines.empty() ? std::string() : m_lines.front(); }
     const std::string& otherHeader() const { return m_otherHeader; }
+    void setInterpreter(std::uint32_t index) { m_interpreter = index; }
     // What it is started with, its own name first.
     void setWords(std::vector<std::string> words) { m_words = std::move(words); }
 
@@ -50,6 +52,7 @@ private:
     std::string m_otherHeader;
     std::vector<std::string> m_lines;
     std::vector<std::string> m_words;
+    std::uint32_t m_interpreter = 0xFFFFFFFF;  // none before it runs
 };
 
 // Reads a script file, or standard input where the path is "-"; empty, with a full sentence in `problem`, when it cannot be read or holds no text.

@@ -88,10 +88,13 @@ CCommandState::Depth::Depth(CCommandState& system, std::uint32_t flags) : m_syst
 }
 
 CCommandState::Depth::~Depth() {
-    const std::lock_guard lock(m_system.m_lock);
+    std::unique_lock lock(m_system.m_lock);
     const auto own = m_system.m_running.find(std::this_thread::get_id());
     own->second.pop_back();
-    if (own->second.empty()) m_system.m_running.erase(own);
+    if (!own->second.empty()) return;
+    m_system.m_running.erase(own);
+    lock.unlock();
+    if (m_system.whenIdle) m_system.whenIdle();
 }
 
 }  // namespace kzhost

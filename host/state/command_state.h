@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -30,6 +31,9 @@ public:
     std::vector<std::string> history() const;
     std::uint32_t historyCount() const;
     std::optional<std::string> historyAt(std::uint32_t index) const;
+
+    // Called on a thread whose outermost command has ended.
+    std::function<void()> whenIdle;
 
     // Of the commands that the calling thread runs:
     std::uint32_t depth() const;

@@ -1,0 +1,13 @@
+// The I/O service: streams, block stores, and the rules for files that have moved.
+#pragma once
+
+#include "host/services/service_factory.h"
+
+namespace kzhost {
+
+class CPathAliases;
+struct OpenScenes;
+
+extern const ServiceFactory<CPathAliases, OpenScenes> kzMakeIOService;
+
+}  // namespace kzhost
