@@ -18,9 +18,13 @@ class CJobThreads;
 class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;
+class CPersistence;
+class CPreferences;
+class CPresets;
 class CPropertyTable;
 class CReasonBook;
 class CServiceRegistry;
+class CSessionMemory;
 class CTextBoard;
 class CUserValues;
 class CValueTypeRegistry;
@@ -39,6 +43,7 @@ struct HostParts {
     std::shared_ptr<CPathAliases> files;
     std::shared_ptr<CImportPaths> importPaths;
     std::shared_ptr<CMonitorBoard> monitors;
+    std::shared_ptr<CPreferences> preferences;
     std::shared_ptr<CPropertyTable> properties;
     std::shared_ptr<CTextBoard> texts;
     std::shared_ptr<CUserValues> userValues;
@@ -49,6 +54,8 @@ struct HostParts {
     std::shared_ptr<CReasonBook> reasons;
     std::shared_ptr<CModuleTable> modules;
     std::shared_ptr<CValueTypeRegistry> types;
+    std::shared_ptr<CPersistence> persistence;
+    std::shared_ptr<CSessionMemory> memory;
     std::shared_ptr<CScriptRunner> scripts;
     std::shared_ptr<CommandEnvironment> environment;
     std::shared_ptr<CCommandRegistry> registry;
@@ -57,6 +64,7 @@ struct HostParts {
     // Parts that use both
     std::shared_ptr<OpenScenes> scenes;
     std::shared_ptr<CImageFiles> images;
+    std::shared_ptr<CPresets> presets;
     std::shared_ptr<QueryEnvironment> queries;
 };
 
