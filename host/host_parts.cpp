@@ -6,6 +6,7 @@
 #include "host/commands/document_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
+#include "host/commands/preset_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/user_value_commands.h"
@@ -16,17 +17,20 @@
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
 #include "host/core/notifier_table.h"
+#include "host/core/persistence.h"
 #include "host/core/reasons.h"
 #include "host/core/result_cache.h"
 #include "host/core/scripts.h"
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
+#include "host/core/session_memory.h"
 #include "host/core/value_type_registry.h"
 #include "host/objects/document_undo.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
+#include "host/objects/presets.h"
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
@@ -41,7 +45,9 @@
 #include "host/services/message_service.h"
 #include "host/services/network_service.h"
 #include "host/services/notify_service.h"
+#include "host/services/persistence_service.h"
 #include "host/services/platform_service.h"
+#include "host/services/preset_services.h"
 #include "host/services/scene_service.h"
 #include "host/services/script_queries.h"
 #include "host/services/script_service.h"
@@ -55,6 +61,7 @@
 #include "host/state/import_paths.h"
 #include "host/state/monitor_board.h"
 #include "host/state/path_aliases.h"
+#include "host/state/preferences.h"
 #include "host/state/property_table.h"
 #include "host/state/user_values.h"
 
@@ -73,7 +80,9 @@
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
+#include "kz/persist.h"
 #include "kz/platform.h"
+#include "kz/preset_browser.h"
 #include "kz/scene.h"
 #include "kz/script.h"
 #include "kz/thread.h"
@@ -94,6 +103,7 @@ void addCommands(const HostParts& host) {
     kzAddUndoCommands(*host.registry, host.scenes);
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
+    kzAddPresetCommands(*host.registry, host.presets, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
     kzAddUserValueCommands(*host.registry, host.userValues);
@@ -120,7 +130,11 @@ void addServices(const HostParts& host) {
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
     add("network", KZu_NETWORKSERVICE, kzMakeNetworkService, host.files);
     add("notifysys", KZu_NOTIFYSYSSERVICE, kzMakeNotifyService, host.notifiers, host.commandState);
+    add("persistence", KZu_PERSISTENCESERVICE, kzMakePersistenceService, host.persistence);
     add("platform", KZu_PLATFORMSERVICE, kzMakePlatformService, host.files, host.importPaths);
+    add("presetbrowser", KZu_PRESETBROWSERSERVICE, kzMakePresetBrowserService, host.presets, host.files);
+    add("presetdestination", KZu_PRESETDESTINATIONSERVICE, kzMakePresetDestinationService, host.presets, host.files);
+    add("presetpackage", KZu_PRESETPACKAGESERVICE, kzMakePresetPackageService, host.files);
     add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes);
     add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
         host.queries);
@@ -139,23 +153,32 @@ HostParts::HostParts()
     : context(std::make_shared<ServiceContext>()), commandState(std::make_shared<CCommandState>()),
       dialogs(std::make_shared<CDialogBoard>()), files(std::make_shared<CPathAliases>()),
       importPaths(std::make_shared<CImportPaths>()), monitors(std::make_shared<CMonitorBoard>()),
-      properties(std::make_shared<CPropertyTable>()), texts(std::make_shared<CTextBoard>()),
+      preferences(std::make_shared<CPreferences>()), properties(std::make_shared<CPropertyTable>()), texts(std::make_shared<CTextBoard>()),
       userValues(std::make_shared<CUserValues>()), jobThreads(std::make_shared<CJobThreads>()),
       listeners(std::make_shared<CListenerTable>()), log(std::make_shared<CLogStore>()),
       reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
       types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
-      undo(kzMakeUndoBlocks(scenes->workspace)), scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
+      undo(kzMakeUndoBlocks(scenes->workspace)),
+      persistence(std::make_shared<CPersistence>(preferences, types, log)),
+      memory(std::make_shared<CSessionMemory>(CSessionMemory::Parts{commandState, log, persistence, preferences,
+                                                                    properties, userValues, types})),
+      scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
       environment(std::make_shared<CommandEnvironment>(
           CommandEnvironment{context, commandState, dialogs, listeners, log, types, undo})),
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
+      presets(std::make_shared<CPresets>(modules, scenes)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);
     commandState->whenIdle = [waiting = notifiers.get()] { waiting->sendDeferred(); };
+    modules->whenAdded([weak = std::weak_ptr(persistence)](const KzServer& server) {
+        const auto entries = weak.lock();
+        if (entries && server.className == KZa_PERSISTENCECLIENT) entries->configureServer(server);
+    });
     addCommands(*this);
     addServices(*this);
 }

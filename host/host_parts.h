@@ -19,10 +19,14 @@ class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;
 class CNotifierTable;
+class CPersistence;
+class CPreferences;
+class CPresets;
 class CPropertyTable;
 class CReasonBook;
 class CResultCache;
 class CServiceRegistry;
+class CSessionMemory;
 class CTextBoard;
 class CUndoBlocks;
 class CUserValues;
@@ -42,6 +46,7 @@ struct HostParts {
     std::shared_ptr<CPathAliases> files;
     std::shared_ptr<CImportPaths> importPaths;
     std::shared_ptr<CMonitorBoard> monitors;
+    std::shared_ptr<CPreferences> preferences;
     std::shared_ptr<CPropertyTable> properties;
     std::shared_ptr<CTextBoard> texts;
     std::shared_ptr<CUserValues> userValues;
@@ -56,6 +61,8 @@ struct HostParts {
     std::shared_ptr<CValueTypeRegistry> types;
     std::shared_ptr<OpenScenes> scenes;  // from above the core, as commands and scripts make steps of its history
     std::shared_ptr<CUndoBlocks> undo;
+    std::shared_ptr<CPersistence> persistence;
+    std::shared_ptr<CSessionMemory> memory;
     std::shared_ptr<CScriptRunner> scripts;
     std::shared_ptr<CommandEnvironment> environment;
     std::shared_ptr<CCommandRegistry> registry;
@@ -63,6 +70,7 @@ struct HostParts {
     std::shared_ptr<CServiceRegistry> services;
     // Parts that use both
     std::shared_ptr<CImageFiles> images;
+    std::shared_ptr<CPresets> presets;
     std::shared_ptr<QueryEnvironment> queries;
 };
 

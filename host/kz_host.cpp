@@ -14,6 +14,7 @@
 #include "host/core/result_cache.h"
 #include "host/core/scripts.h"
 #include "host/core/service_base.h"
+#include "host/core/session_memory.h"
 #include "host/host_parts.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
@@ -40,6 +41,7 @@ CKzHost::~CKzHost() {
     listeners().endSession();
     m_parts->notifiers->clear();
     m_parts->results->dropAll(nullptr);
+    memory().close();
     unload();
     listeners().endSession();
     reasons().writeCounts();
@@ -61,6 +63,7 @@ CLogStore& CKzHost::log() const { return *m_parts->log; }
 CModuleTable& CKzHost::modules() const { return *m_parts->modules; }
 CMonitorBoard& CKzHost::monitors() const { return *m_parts->monitors; }
 CPropertyTable& CKzHost::properties() const { return *m_parts->properties; }
+CSessionMemory& CKzHost::memory() const { return *m_parts->memory; }
 CReasonBook& CKzHost::reasons() const { return *m_parts->reasons; }
 CScriptRunner& CKzHost::scripts() const { return *m_parts->scripts; }
 CServiceRegistry& CKzHost::services() const { return *m_parts->services; }

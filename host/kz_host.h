@@ -25,6 +25,7 @@ class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
 class CServiceRegistry;
+class CSessionMemory;
 class CTextBoard;
 struct HostParts;
 template <class Class> class CHostRef;
@@ -60,6 +61,7 @@ public:
     CModuleTable& modules() const;
     CMonitorBoard& monitors() const;
     CPropertyTable& properties() const;
+    CSessionMemory& memory() const;
     CReasonBook& reasons() const;
     CScriptRunner& scripts() const;
     CServiceRegistry& services() const;

@@ -57,6 +57,10 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
     app.add_option("--log", options.logFile,
                    "Append the event log to FILE, one JSON object a line; - is standard output")
         ->type_name("FILE");
+    app.add_option("--preferences", options.preferences,
+                   "Keep aliases, user values, units and the history in FILE, not in the user's preferences")
+        ->type_name("FILE");
+    app.add_flag("!--no-preferences", options.usesPreferences, "Neither read nor write the user's preferences");
     options.watch.addTo(app);
     app.add_option("--debug", options.debugPort,
                    "Wait on this port of 127.0.0.1 until a debugger has attached, and then run")
@@ -234,6 +238,8 @@ int runProgram(int count, char** arguments) {
         return exitUsage;
     }
     takeAliases(options, aliases);
+    if (eval->parsed() || console->parsed() || cmd->parsed()) options.memory = MemoryUse::interactive;
+    else if (run->parsed() || line.isForInterpreter) options.memory = MemoryUse::script;
     CProgram program(std::move(options));
     return program.finish(guarded([&] {
         if (serverVerbs.parsed()) return serverVerbs.run(program);

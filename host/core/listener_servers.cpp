@@ -45,6 +45,7 @@ KzResult kzUpdateModule(CModuleTable& modules, CListenerTable& listeners, CLogSt
     for (const KzServer& server : added)
         if (server.className == KZa_COMMAND)
             listeners.commands([&](IKzCmdSysListener& each) { each.CommandAdded(server.name.c_str()); });
+    for (const KzServer& server : added) modules.announce(server);
     listeners.moduleUpdated(name.c_str());
     return KZe_OK;
 }

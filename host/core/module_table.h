@@ -5,6 +5,7 @@
 
 #include "kz/module.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -65,6 +66,11 @@ public:
     // and using servers one by one costs linear time. The whole list is read again when somebody asks for all servers, or
     // for one that seems not to be there.
     KzResult update(std::string_view name, std::vector<KzServer>& added);
+    // Called by whoever announces new servers, with each of them.
+    void whenAdded(std::function<void(const KzServer&)> tell) { m_whenAdded = std::move(tell); }
+    void announce(const KzServer& server) const {
+        if (m_whenAdded) m_whenAdded(server);
+    }
     bool remove(std::string_view pathOrName);
     // Releases all modules and their servers, each module object last.
     void clear();
@@ -116,6 +122,7 @@ private:
     std::vector<std::shared_ptr<Source>> m_sources;
     mutable std::uint64_t m_changes = 0;
     bool m_closesLibraries = false;
+    std::function<void(const KzServer&)> m_whenAdded;
 };
 
 // The class name that the SDK gives an interface; empty when it has none.
