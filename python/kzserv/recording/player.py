@@ -9,7 +9,7 @@ import thread
 import kz
 
 import _kzobserve
-from kzserv.recording.recorder import HEADER, LOCAL
+from kzserv.recording.recorder import FORMAT, LOCAL, VERSION
 from kzserv.recording.values import Reader, Refused, Writer, dotted, fill, settle_chance, unpacked
 
 
@@ -36,8 +36,11 @@ def job_of(text):
 
 def read(lines):
     """The events of a recording."""
-    if not lines or lines[0] != HEADER:
-        raise Refused('it does not begin with "%s"' % HEADER)
+    name, _, version = (lines[0] if lines else '').rpartition(' ')
+    if name != FORMAT:
+        raise Refused('it does not begin with "%s %s"' % (FORMAT, VERSION))
+    if version != VERSION:
+        raise Refused('it has version "%s" of the format, and only version %s can be played here' % (version, VERSION))
     try:
         settle_chance(json.loads(lines[1])['seed'])
     except (ValueError, LookupError, TypeError):

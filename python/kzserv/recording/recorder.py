@@ -12,7 +12,7 @@ import kzifc
 import _kzobserve
 from kzserv.recording.values import Refused, Writer, contents, file_state, packed, row_of, settle_chance, shown_storage
 
-HEADER = 'kz-recording 1'
+FORMAT, VERSION = 'kz-recording', '1'
 
 # What the module does without the host; a player lets it happen.
 LOCAL = frozenset(['out', 'outEx', 'throw', 'notimpl', 'excResult', 'arg', 'args', 'setOption', 'option', 'trace'])
@@ -54,7 +54,7 @@ class Recorder(object):
         self.refused = None
         self.raw = raw_methods()
         self.ours = {}  # by thread: how many calls deep the tap is at work, which is not recorded
-        self.line(HEADER)
+        self.line(FORMAT + ' ' + VERSION)
         seed = int(time.time() * 1000) & 0xFFFFFFFF
         self.line(json.dumps({'script': script, 'argument': argument, 'words': words, 'seed': seed,
                               'description': kz.__description__}, sort_keys=True))
