@@ -62,7 +62,7 @@ public:
             std::exit(2);
         }
         m_host.log().clear();
-        return std::atof(m_host.properties().get("bench").value_or("").c_str());
+        return std::strtod(m_host.properties().get("bench").value_or("").c_str(), nullptr);
     }
 
 private:
