@@ -92,7 +92,9 @@ public:
         m_host.log().clear();
         return property("bench");
     }
-    double property(const char* name) { return std::atof(m_host.properties().get(name).value_or("").c_str()); }
+    double property(const char* name) {
+        return std::strtod(m_host.properties().get(name).value_or("").c_str(), nullptr);
+    }
     CCommandDispatcher& commands() { return m_host.commands(); }
 
 private:

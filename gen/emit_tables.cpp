@@ -31,8 +31,6 @@ std::string identityRow(const Interface& each) {
                        each.symbol, server, each.service, toHex(sha1(signatureText(each))).substr(0, 16));
 }
 
-std::string joined(const std::vector<std::string>& words) { return fmt::format("{}", fmt::join(words, " ")); }
-
 std::string methodsRow(const Interface& each) {
     std::vector<std::string> methods;
     std::vector<std::string> operations;
@@ -44,8 +42,8 @@ std::string methodsRow(const Interface& each) {
             operations.push_back(std::move(operation));
     }
     return fmt::format("    {{{}, \"{}\", {}, {}, {}, \"{}\",\n     \"{}\",\n     \"{}\"}},\n", guidInitialiser(each.guid),
-                       each.name, each.service, each.wrapped, each.adapter.has_value(), joined(methods),
-                       joined(operations), joined(plain));
+                       each.name, each.service, each.wrapped, each.adapter.has_value(), fmt::join(methods, " "),
+                       fmt::join(operations, " "), fmt::join(plain, " "));
 }
 
 void emitMethods(const Model& model, Output& output) {

@@ -16,7 +16,7 @@ namespace kzhost {
 
 namespace {
 
-constexpr const char* classes[] = {KZa_SESSIONLISTENER, KZa_CMDSYSLISTENER, KZa_LOGLISTENER};
+constexpr const char* servedClasses[] = {KZa_SESSIONLISTENER, KZa_CMDSYSLISTENER, KZa_LOGLISTENER};
 
 void attach(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
     KzResult code = KZe_OK;
@@ -31,7 +31,7 @@ void attach(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
 }
 
 void attachIfNew(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
-    const bool listens = std::any_of(std::begin(classes), std::end(classes),
+    const bool listens = std::any_of(std::begin(servedClasses), std::end(servedClasses),
                                      [&](const char* className) { return server.className == className; });
     if (listens && listeners.expects(server.className + ":" + server.name)) attach(listeners, log, server);
 }
