@@ -21,6 +21,7 @@
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
 #include "host/core/value_type_registry.h"
+#include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
 #include "host/services/absent_services.h"
@@ -105,7 +106,7 @@ void addServices(const HostParts& host) {
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
-    add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes);
+    add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
@@ -142,6 +143,7 @@ HostParts::HostParts()
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()), scenes(std::make_shared<OpenScenes>()),
+      redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {

@@ -29,6 +29,7 @@ class CValueTypeRegistry;
 struct CommandEnvironment;
 struct OpenScenes;
 struct QueryEnvironment;
+struct RedirectRules;
 struct ServiceContext;
 
 struct HostParts {
@@ -60,6 +61,7 @@ struct HostParts {
     std::shared_ptr<CServiceRegistry> services;
     // Parts that use both
     std::shared_ptr<OpenScenes> scenes;
+    std::shared_ptr<RedirectRules> redirects;
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<QueryEnvironment> queries;
 };
