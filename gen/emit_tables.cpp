@@ -48,14 +48,15 @@ std::string methodsRow(const Interface& each) {
 
 void emitMethods(const Model& model, Output& output) {
     std::string text = openingLines("//", "Every interface with the names of its methods.", model);
-    text += "#pragma once\n\n#include \"kz/base/unknown.h\"\n\n"
-            "// The lists are separated by spaces, and in the order of the description.\n"
-            "struct KzMethodsRow {\n    KzGuid iid;\n    const char* name;\n    bool isService;\n"
-            "    bool isWrapped;          // scripts have a type for it\n"
-            "    bool isServed;           // Python classes can implement it\n    const char* methods;\n"
-            "    const char* operations;  // the names of a Python class's methods\n"
-            "    const char* plain;       // the methods without a result code, which cannot say that they failed\n};\n\n"
-            "inline constexpr KzMethodsRow kzMethodsRows[] = {\n";
+    text +=
+        "#pragma once\n\n#include \"kz/base/unknown.h\"\n\n"
+        "// The lists are separated by spaces, and in the order of the description.\n"
+        "struct KzMethodsRow {\n    KzGuid iid;\n    const char* name;\n    bool isService;\n"
+        "    bool isWrapped;          // scripts have a type for it\n"
+        "    bool isServed;           // Python classes can implement it\n    const char* methods;\n"
+        "    const char* operations;  // the names of a Python class's methods\n"
+        "    const char* plain;       // the methods without a result code, which cannot say that they failed\n};\n\n"
+        "inline constexpr KzMethodsRow kzMethodsRows[] = {\n";
     for (const Header& header : model.headers)
         for (const Interface& each : header.interfaces) text += methodsRow(each);
     output.write("kz/methods.h", text + "};\n");
@@ -88,11 +89,14 @@ void emitAbsent(const Model& model, Output& output) {
         const std::size_t before = services.size();
         for (const Interface& each : header.interfaces)
             if (each.service) services += absentService(each);
-        if (services.size() > before) fmt::format_to(std::back_inserter(includes), "#include \"kz/{}.h\"\n", header.name);
+        if (services.size() > before)
+            fmt::format_to(std::back_inserter(includes), "#include \"kz/{}.h\"\n", header.name);
     }
     output.write("kz/absent.h",
-                 openingLines("//", "Services that a host cannot offer: each operation answers what the host's class refuses "
-                                    "it with.", model) +
+                 openingLines("//",
+                              "Services that a host cannot offer: each operation answers what the host's class refuses "
+                              "it with.",
+                              model) +
                      "#pragma once\n\n" + includes + "\n#include <string_view>\n" + services);
 }
 

@@ -26,6 +26,7 @@
 #include "host/core/session_memory.h"
 #include "host/core/value_type_registry.h"
 #include "host/objects/document_undo.h"
+#include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
 #include "host/services/absent_services.h"
@@ -123,7 +124,7 @@ void addServices(const HostParts& host) {
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
-    add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes);
+    add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
@@ -169,6 +170,7 @@ HostParts::HostParts()
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()),
+      redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
       presets(std::make_shared<CPresets>(modules, scenes)),
       queries(std::make_shared<QueryEnvironment>(

@@ -34,6 +34,7 @@ class CValueTypeRegistry;
 struct CommandEnvironment;
 struct OpenScenes;
 struct QueryEnvironment;
+struct RedirectRules;
 struct ServiceContext;
 
 struct HostParts {
@@ -69,6 +70,8 @@ struct HostParts {
     std::shared_ptr<CCommandDispatcher> dispatcher;
     std::shared_ptr<CServiceRegistry> services;
     // Parts that use both
+    std::shared_ptr<OpenScenes> scenes;
+    std::shared_ptr<RedirectRules> redirects;
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<CPresets> presets;
     std::shared_ptr<QueryEnvironment> queries;

@@ -19,10 +19,10 @@ public:
     void keep(const Key& key, IKzUnknown* data, double size);
     // NOTFOUND once it has been dropped; hands out a new reference.
     KzResult find(const Key& key, IKzUnknown** data);
-    bool drop(const Key& key);            // false if nothing is kept there
-    void dropAll(const KzGuid* owner);    // null: of all owners
-    double used() const;                  // bytes
-    static double limit();                // bytes: an eighth of the machine's memory
+    bool drop(const Key& key);          // false if nothing is kept there
+    void dropAll(const KzGuid* owner);  // null: of all owners
+    double used() const;                // bytes
+    static double limit();              // bytes: an eighth of the machine's memory
 
 private:
     struct Before {

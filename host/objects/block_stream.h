@@ -84,7 +84,7 @@ private:
 
     std::string m_path;
     std::uint32_t m_type, m_version;
-    std::string m_bytes, m_text;  // the text is that of a stream of texts
+    std::string m_bytes, m_text;        // the text is that of a stream of texts
     std::vector<std::size_t> m_starts;  // of the open blocks' bytes
 };
 

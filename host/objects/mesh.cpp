@@ -6,7 +6,6 @@
 #include "host/objects/mesh_edits.h"
 #include "host/objects/mesh_map.h"
 #include "host/objects/mesh_merge.h"
-#include "host/objects/mesh_tracker.h"
 #include "host/objects/point.h"
 #include "host/objects/polygon.h"
 
@@ -85,17 +84,17 @@ KzResult CMesh::mesh_AddListener(IKzUnknown* listener) {
 
 KzResult CMesh::mesh_RemoveListener(IKzUnknown* listener) {
     const CKzUser_MeshListener user(listener);
+    if (!user) return KZe_INVALIDARG;
     const auto entry = std::find_if(m_listeners.begin(), m_listeners.end(),
-                                    [&](const auto& each) { return user && each->ptr() == user.ptr(); });
+                                    [&](const auto& each) { return each->ptr() == user.ptr(); });
     if (entry == m_listeners.end()) return KZe_NOTFOUND;
     m_listeners.erase(entry);
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_Tracker(IKzUnknown** tracker) {
-    auto made = CHostRef<CMeshTracker>::make();
-    if (const KzResult code = made->meshtracker_Start(self().raw(), ~0U); kzFailed(code)) return code;
-    return made.give(tracker);
+    *tracker = kzMakeMeshTracker(self().raw());
+    return KZe_OK;
 }
 
 // Elements of the copy have the ids of those in this mesh.

@@ -90,4 +90,7 @@ private:
     std::vector<std::shared_ptr<CKzUser_MeshListener>> m_listeners;
 };
 
+// A tracker that has begun to follow the mesh. Throws INVALIDARG for any other object.
+IKzUnknown* kzMakeMeshTracker(IKzUnknown* mesh);
+
 }  // namespace kzhost

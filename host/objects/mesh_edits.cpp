@@ -86,7 +86,8 @@ void replaceValues(CMeshData& data, const std::unordered_map<KzElementId, KzElem
         std::vector<std::pair<MeshMapData::Place, std::vector<float>>> moved;
         for (const auto& [place, value] : map.values) {
             const auto entry = merged.find(place.first);
-            if (entry != merged.end() && place.second != nullptr) moved.push_back({{entry->second, place.second}, value});
+            if (entry != merged.end() && place.second != nullptr)
+                moved.push_back({{entry->second, place.second}, value});
         }
         for (auto& [place, value] : moved) map.values.try_emplace(place, std::move(value));
     }

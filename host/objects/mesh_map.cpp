@@ -224,9 +224,9 @@ KzResult CMeshMap::meshmap_MergeCorners(float tolerance) {
                               [&](float left, float right) { return std::abs(left - right) <= tolerance; });
         };
         const auto own = map.values.find({point.id, nullptr});
-        const bool fits = std::all_of(places.begin(), places.end(), [&](const auto& place) {
-                              return isNear(map.values.at(place));
-                          }) && (isEverywhere || (own != map.values.end() && isNear(own->second)));
+        const bool fits = std::all_of(places.begin(), places.end(),
+                                      [&](const auto& place) { return isNear(map.values.at(place)); }) &&
+                          (isEverywhere || (own != map.values.end() && isNear(own->second)));
         if (!fits) continue;
         for (const auto& place : places) map.values.erase(place);
         map.values[{point.id, nullptr}] = first;

@@ -7,6 +7,14 @@
 
 namespace kzhost {
 
+IKzUnknown* kzMakeMeshTracker(IKzUnknown* mesh) {
+    const auto tracker = CHostRef<CMeshTracker>::make();
+    IKzUnknown* object = nullptr;
+    for (const KzResult code : {tracker->meshtracker_Start(mesh, ~0U), tracker.give(&object)})
+        if (kzFailed(code)) throw code;
+    return object;
+}
+
 KzResult CMeshTracker::meshtracker_Start(IKzUnknown* mesh, std::uint32_t changes) {
     m_mesh = kzOwn<CMesh>(mesh);
     m_kinds = changes;
@@ -54,12 +62,11 @@ KzResult CMeshTracker::meshtracker_ChangedPoints(std::uint32_t changes, IKzUnkno
     std::vector<KzElementId> changed;
     for (const MeshPoint& point : now().points) {
         const MeshPoint* before = m_old.points.find(point.id);
-        const bool isChanged =
-            before == nullptr
-                ? (kinds & KZfMESHEDIT_POINTS) != 0
-                : ((kinds & KZfMESHEDIT_POSITION) != 0 &&
-                   !std::equal(point.position.v, point.position.v + 3, before->position.v)) ||
-                      ((kinds & KZfMESHEDIT_MARKS) != 0 && point.marks != before->marks);
+        const bool isChanged = before == nullptr
+                                   ? (kinds & KZfMESHEDIT_POINTS) != 0
+                                   : ((kinds & KZfMESHEDIT_POSITION) != 0 &&
+                                      !std::equal(point.position.v, point.position.v + 3, before->position.v)) ||
+                                         ((kinds & KZfMESHEDIT_MARKS) != 0 && point.marks != before->marks);
         if (isChanged) changed.push_back(point.id);
     }
     return visit(changed, visitor);

@@ -80,7 +80,8 @@ KzResult CPoint::point_NeighborByIndex(std::uint32_t index, KzElementId* point) 
 
 bool CPoint::point_IsBoundary() {
     const auto edges = edgesHere();
-    return std::any_of(edges.begin(), edges.end(), [&](KzElementId edge) { return data().edges().at(edge).polygons.size() == 1; });
+    return std::any_of(edges.begin(), edges.end(),
+                       [&](KzElementId edge) { return data().edges().at(edge).polygons.size() == 1; });
 }
 
 bool CPoint::point_IsOnCurve() {

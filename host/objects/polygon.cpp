@@ -199,6 +199,7 @@ bool CPolygon::goesOn(const MeshPolygon& from, const MeshEdge& edge, const MeshP
 }
 
 KzResult CPolygon::polygon_EnumerateConnected(KzElementId start, std::uint32_t flags, IKzUnknown* visitor) {
+    kzNotNull(visitor);
     std::vector<KzElementId> queue{data().polygons.at(start).id};
     std::unordered_set<KzElementId> reached{start};
     for (std::size_t at = 0; at < queue.size(); ++at) {

@@ -173,8 +173,8 @@ std::optional<CRaycast::Hit> CRaycast::closest(const KzVector3& position, double
     return nearest;
 }
 
-KzResult CRaycast::raycast_Shoot(const KzVector3* origin, const KzVector3* direction, double limit,
-                                 std::uint32_t flags, bool* hit) {
+KzResult CRaycast::raycast_Shoot(const KzVector3* origin, const KzVector3* direction, double limit, std::uint32_t flags,
+                                 bool* hit) {
     if (!m_isBuilt) return KZe_NOTREADY;
     if (!(kzLength(kzNotNull(direction)) > 0) || !(limit >= 0)) return KZe_INVALIDARG;
     m_last = shoot(kzNotNull(origin), *direction, limit > 0 ? limit : std::numeric_limits<double>::infinity(), flags);
@@ -216,9 +216,9 @@ KzResult CRaycast::raycast_Normal(std::int32_t smooth, KzVector3* normal) {
     const auto& [a, b, c] = face.corners;
     *normal = kzUnit(kzCross(b - a, c - a));
     CMeshData& data = m_meshes[face.mesh].mesh->data;
-    const bool isWhole = data.polygons.has(face.polygon) &&
-                         std::all_of(face.points.begin(), face.points.end(),
-                                     [&](KzElementId point) { return data.points.has(point); });
+    const bool isWhole =
+        data.polygons.has(face.polygon) &&
+        std::all_of(face.points.begin(), face.points.end(), [&](KzElementId point) { return data.points.has(point); });
     if (smooth == 0 || !isWhole) return KZe_OK;
     KzVector3 sum{};
     for (std::size_t at = 0; at < 3; ++at) {

@@ -30,8 +30,9 @@ bool isStreamType(std::uint32_t type) {
 class CIOService final : public CHosted<"I/O service", CIOService, CKzIfc_IOService>, CServiceBase {
 public:
     CIOService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
-               std::shared_ptr<OpenScenes> scenes)
-        : CServiceBase(std::move(context)), m_files(std::move(files)), m_scenes(std::move(scenes)) {}
+               std::shared_ptr<OpenScenes> scenes, std::shared_ptr<RedirectRules> redirects)
+        : CServiceBase(std::move(context)), m_files(std::move(files)), m_scenes(std::move(scenes)),
+          m_redirects(std::move(redirects)) {}
 
     KzResult ioservice_OpenRead(const char* path, std::uint32_t type, IKzUnknown** stream) override {
         enter("IO.OpenRead");
@@ -41,7 +42,8 @@ public:
             return CHostRef<CBlockRead>::make(kzReadStream(place, type), items()).give(stream);
         } catch (KzResult code) {
             return kzBecause(code, "IO.OpenRead", [&] {
-                return "\"" + place + (code == KZe_NOTFOUND ? "\" does not exist" : "\" is no whole stream of that type");
+                return "\"" + place +
+                       (code == KZe_NOTFOUND ? "\" does not exist" : "\" is no whole stream of that type");
             });
         }
     }
@@ -98,7 +100,7 @@ public:
     }
     KzResult ioservice_Redirect(IKzUnknown** redirect) override {
         enter("IO.Redirect");
-        return m_redirect.give(redirect);
+        return CHostRef<CFileRedirect>::make(m_redirects).give(redirect);
     }
 
 private:
@@ -115,13 +117,7 @@ private:
 
     std::shared_ptr<CPathAliases> m_files;
     std::shared_ptr<OpenScenes> m_scenes;
-    CHostRef<CFileRedirect> m_redirect = sharedRedirect();
-
-    // All loaders of the process follow the same rules.
-    static const CHostRef<CFileRedirect>& sharedRedirect() {
-        static const auto* redirect = new CHostRef<CFileRedirect>(CHostRef<CFileRedirect>::make());
-        return *redirect;
-    }
+    std::shared_ptr<RedirectRules> m_redirects;
 };
 
 }  // namespace

@@ -7,7 +7,8 @@ namespace kzhost {
 
 class CPathAliases;
 struct OpenScenes;
+struct RedirectRules;
 
-extern const ServiceFactory<CPathAliases, OpenScenes> kzMakeIOService;
+extern const ServiceFactory<CPathAliases, OpenScenes, RedirectRules> kzMakeIOService;
 
 }  // namespace kzhost

@@ -41,9 +41,8 @@ std::string pathOf(const char* place, const char* url) {
         }
         return path;
     }
-    throw kzBecause(KZe_NOTAVAILABLE, place, [&] {
-        return "\"" + kzString(url) + "\": this host fetches only file:///PATH";
-    });
+    throw kzBecause(KZe_NOTAVAILABLE, place,
+                    [&] { return "\"" + kzString(url) + "\": this host fetches only file:///PATH"; });
 }
 
 class CNetworkService final : public CHosted<"network service", CNetworkService, CKzIfc_NetworkService>, CServiceBase {
@@ -100,7 +99,8 @@ public:
     }
     KzResult networkservice_Send(const char* peer, const char* /*text*/, double /*timeout*/) override {
         enter("Network.Send");
-        return kzBecause(KZe_NOTAVAILABLE, "Network.Send", [&] { return "there is no peer \"" + kzString(peer) + "\""; });
+        return kzBecause(KZe_NOTAVAILABLE, "Network.Send",
+                         [&] { return "there is no peer \"" + kzString(peer) + "\""; });
     }
 
 private:

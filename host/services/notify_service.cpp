@@ -22,8 +22,7 @@ public:
 
     KzResult notifysysservice_Lookup(const char* name, const char* arguments, IKzUnknown** notifier) override {
         enter("NotifySys.Lookup");
-        return found("NotifySys.Lookup", name,
-                     m_notifiers->lookup(kzString(name), kzString(arguments), notifier));
+        return found("NotifySys.Lookup", name, m_notifiers->lookup(kzString(name), kzString(arguments), notifier));
     }
     KzResult notifysysservice_Send(const char* name, const char* arguments, std::uint32_t flags) override {
         enter("NotifySys.Send");

@@ -109,9 +109,9 @@ public:
         try {
             const std::string found = convert(bytes, m_encoding.name, KZs_TEXTENC_UTF32LE);
             if (found.size() != 4) return KZe_NOTFOUND;
-            *character = static_cast<std::uint8_t>(found[0]) | static_cast<std::uint32_t>(
-                static_cast<std::uint8_t>(found[1])) << 8U | static_cast<std::uint32_t>(
-                static_cast<std::uint8_t>(found[2])) << 16U;
+            *character = static_cast<std::uint8_t>(found[0]) |
+                         static_cast<std::uint32_t>(static_cast<std::uint8_t>(found[1])) << 8U |
+                         static_cast<std::uint32_t>(static_cast<std::uint8_t>(found[2])) << 16U;
             return KZe_OK;
         } catch (KzResult) {
             return KZe_NOTFOUND;

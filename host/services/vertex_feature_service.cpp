@@ -96,7 +96,7 @@ private:
                                         [code](const Feature& feature) { return feature.code == code; });
         return each != std::end(features) ? each : nullptr;
     }
-    static KzResult give(std::int32_t code, const char** text, const char* Feature::* member) {
+    static KzResult give(std::int32_t code, const char** text, const char* Feature::*member) {
         const Feature* each = find(code);
         if (each == nullptr) return KZe_NOTFOUND;
         *text = each->*member;

@@ -56,7 +56,8 @@ TEST_F(KzHostTest, CoverageIsTrue) {
         {{"coverage"}, "kzifc.MeshOperation"},
         {{"coverage", "Mesh"}, "kz.object.Mesh.PointCount                           works\n"},
         {{"coverage", "Mesh"}, "kz.service.Mesh.CreateBag                           not implemented\n"},
-        {{"coverage", "StdDialog"}, "kz.service.StdDialog.FileOpen                       needs a window or a renderer\n"},
+        {{"coverage", "StdDialog"},
+         "kz.service.StdDialog.FileOpen                       needs a window or a renderer\n"},
         {{"coverage", "Force"}, "  there is no such object\n"},
         {{"coverage", "Loader"}, "kzifc.Loader.load_Recognize                         called\n"},
         {{"coverage", "Loader"}, "kzifc.Loader.load_SpawnOptions                      never called\n"}};

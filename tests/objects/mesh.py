@@ -211,7 +211,8 @@ def check_a_polygon_knows_its_shape():
     equal([square.IsPlanar(0), square.Closest((0.25, 2, 0.75))[0], square.Normal()], [True, 2, (0, 1, 0)])
     equal(square.Intersect((0.5, 3, 0.5), (0, -2, 0)), (1.5, (0, 1, 0)))
     fails('NOTFOUND', (square.Intersect, (2, 3, 0.5), (0, -1, 0)))
-    equal([polygon_of((0, 0, 0), (0, 0, 1), (1, 0.1, 1), (1, 0, 0))[1].IsPlanar(t) for t in (0.02, 0.03)], [False, True])
+    bent = polygon_of((0, 0, 0), (0, 0, 1), (1, 0.1, 1), (1, 0, 0))[1]
+    equal([bent.IsPlanar(tolerance) for tolerance in (0.02, 0.03)], [False, True])
     mesh, arrow = polygon_of((0, 0, 0), (4, 0, 0), (1, 1, 0), (0, 4, 0))  # concave at the third corner
     areas = []
     for method in (0, 1, 2):
