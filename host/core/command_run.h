@@ -39,7 +39,8 @@ private:
     };
     template <class Body> Verdict verdictOf(const Body& body) const;
     KzResult prepare(CCommandArguments& arguments, std::uint32_t flags);
-    std::string historyLine(const CCommandArguments& arguments, std::uint32_t flags) const;  // empty for a command left out of it
+    std::string historyLine(const CCommandArguments& arguments,
+                            std::uint32_t flags) const;  // empty for a command left out of it
     std::string reason() const;
     void tell(const Verdict& verdict);
 

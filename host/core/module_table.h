@@ -100,8 +100,8 @@ private:
         bool isInner = false;
         std::vector<KzServer> servers;
         std::unordered_map<std::string, std::size_t> index;  // of the first server with that class and name
-        std::uint32_t records = 0;  // the length of the module's list when it was read
-        bool isStale = false;       // only the end of the changed list has been read
+        std::uint32_t records = 0;                           // the length of the module's list when it was read
+        bool isStale = false;                                // only the end of the changed list has been read
 
         void add(std::vector<KzServer> more);
     };
