@@ -165,7 +165,8 @@ bool comparePrice(CGrowthHost& host) {
     bool good = true;
     if (kzSelected("executed from the host")) {
         const std::vector<double> times = kzInterleave({perform("bench.clear none"), perform("log.clear none")});
-        good &= kzPrintRatio("executed from the host", times[0], times[1], 3);
+        // Here each of the methods that the host calls takes the interpreter lock.
+        good &= kzPrintRatio("executed from the host", times[0], times[1], 4.5);
     }
     if (kzSelected("executed from Python")) {
         host.run(turns, 1);

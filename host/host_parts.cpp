@@ -29,9 +29,9 @@
 #include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/presets.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
-#include "host/objects/presets.h"
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
@@ -154,23 +154,21 @@ HostParts::HostParts()
     : context(std::make_shared<ServiceContext>()), commandState(std::make_shared<CCommandState>()),
       dialogs(std::make_shared<CDialogBoard>()), files(std::make_shared<CPathAliases>()),
       importPaths(std::make_shared<CImportPaths>()), monitors(std::make_shared<CMonitorBoard>()),
-      preferences(std::make_shared<CPreferences>()), properties(std::make_shared<CPropertyTable>()), texts(std::make_shared<CTextBoard>()),
-      userValues(std::make_shared<CUserValues>()), jobThreads(std::make_shared<CJobThreads>()),
-      listeners(std::make_shared<CListenerTable>()), log(std::make_shared<CLogStore>()),
-      reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
+      preferences(std::make_shared<CPreferences>()), properties(std::make_shared<CPropertyTable>()),
+      texts(std::make_shared<CTextBoard>()), userValues(std::make_shared<CUserValues>()),
+      jobThreads(std::make_shared<CJobThreads>()), listeners(std::make_shared<CListenerTable>()),
+      log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
       types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
-      undo(kzMakeUndoBlocks(scenes->workspace)),
-      persistence(std::make_shared<CPersistence>(preferences, types, log)),
-      memory(std::make_shared<CSessionMemory>(CSessionMemory::Parts{commandState, log, persistence, preferences,
-                                                                    properties, userValues, types})),
+      undo(kzMakeUndoBlocks(scenes->workspace)), persistence(std::make_shared<CPersistence>(preferences, types, log)),
+      memory(std::make_shared<CSessionMemory>(
+          CSessionMemory::Parts{commandState, log, persistence, preferences, properties, userValues, types})),
       scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
       environment(std::make_shared<CommandEnvironment>(
           CommandEnvironment{context, commandState, dialogs, listeners, log, types, undo})),
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
-      services(std::make_shared<CServiceRegistry>()),
-      redirects(std::make_shared<RedirectRules>()),
+      services(std::make_shared<CServiceRegistry>()), redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
       presets(std::make_shared<CPresets>(modules, scenes)),
       queries(std::make_shared<QueryEnvironment>(

@@ -26,7 +26,8 @@ constexpr ArgumentRow saveArguments[] = {
 };
 constexpr ArgumentRow listArguments[] = {
     {"name", KZsTYPE_STRING, kzOptional | kzQueryable, "queried, the user's own presets"},
-    {KZsARG_PRESET_TYPE, KZsTYPE_STRING, kzOptional | kzQueryable, "queried, the category of the preset with that name"},
+    {KZsARG_PRESET_TYPE, KZsTYPE_STRING, kzOptional | kzQueryable,
+     "queried, the category of the preset with that name"},
 };
 constexpr ArgumentRow applyArguments[] = {
     {"name", KZsTYPE_STRING, 0, nameMeaning},
@@ -50,7 +51,8 @@ std::string nameOf(CBuiltinCommand& command) {
 
 void savePreset(CPresets& presets, OpenScenes& scenes, CBuiltinCommand& command) {
     CKzLoc_Unknown item;
-    const std::string type = command.has(KZsARG_PRESET_TYPE) ? command.text(KZsARG_PRESET_TYPE) : KZsPRESETTYPE_CHANNELS;
+    const std::string type =
+        command.has(KZsARG_PRESET_TYPE) ? command.text(KZsARG_PRESET_TYPE) : KZsPRESETTYPE_CHANNELS;
     presets.save(CPresets::pathOf(nameOf(command)), type, findItem(scenes, command, item).raw(), nullptr);
 }
 
@@ -73,23 +75,21 @@ void applyPreset(CPresets& presets, OpenScenes& scenes, CBuiltinCommand& command
     const std::string path = CPresets::pathOf(name);
     std::error_code error;
     if (std::filesystem::exists(path, error)) presets.apply(path, item.raw());
-    else if (!presets.doByName(name, item.raw()))
-        kzRefuse(KZe_NOTFOUND, kzThereIsNo("preset", name, presets.names()));
+    else if (!presets.doByName(name, item.raw())) kzRefuse(KZe_NOTFOUND, kzThereIsNo("preset", name, presets.names()));
 }
 
 }  // namespace
 
 void kzAddPresetCommands(CCommandRegistry& registry, const std::shared_ptr<CPresets>& presets,
                          const std::shared_ptr<OpenScenes>& scenes) {
-    kzAddCommands(registry,
-                  {
-                      {"preset.save", "Save Preset", "saves the settings of an item as a preset", KZfCMD_UI,
-                       saveArguments, kzWith(savePreset, presets, scenes), kzWith(querySave, presets)},
-                      {"preset.list", "List Presets", "the user's own presets", KZfCMD_UI, listArguments, kzOnlyQueried,
-                       kzWith(queryList, presets)},
-                      {"preset.apply", "Apply Preset", "applies a preset to an item", KZfCMD_MODEL, applyArguments,
-                       kzWith(applyPreset, presets, scenes)},
-                  });
+    kzAddCommands(registry, {
+                                {"preset.save", "Save Preset", "saves the settings of an item as a preset", KZfCMD_UI,
+                                 saveArguments, kzWith(savePreset, presets, scenes), kzWith(querySave, presets)},
+                                {"preset.list", "List Presets", "the user's own presets", KZfCMD_UI, listArguments,
+                                 kzOnlyQueried, kzWith(queryList, presets)},
+                                {"preset.apply", "Apply Preset", "applies a preset to an item", KZfCMD_MODEL,
+                                 applyArguments, kzWith(applyPreset, presets, scenes)},
+                            });
 }
 
 }  // namespace kzhost

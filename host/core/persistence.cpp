@@ -143,8 +143,9 @@ PersistentNode& CPersistence::define(const std::string& name, std::uint32_t kind
 PersistentNode& CPersistence::begin(const std::string& name, std::uint32_t kind) {
     const std::lock_guard lock(m_lock);
     if (kind > KZiPERSIST_LIST)
-        throw kzBecause(KZe_INVALIDARG, "Persistence.Begin",
-                        [&] { return kzIsNot(std::to_string(kind), "a kind of entry that holds others, from 0 to 2"); });
+        throw kzBecause(KZe_INVALIDARG, "Persistence.Begin", [&] {
+            return kzIsNot(std::to_string(kind), "a kind of entry that holds others, from 0 to 2");
+        });
     PersistentNode& node = define(name, kind, nullptr);
     m_open.push_back(&node);
     return node;
@@ -208,7 +209,8 @@ KzResult CPersistence::configure(const std::string& name, IKzUnknown* object) {
     if (kzFailed(code)) return code;
     const Client& kept = *m_clients.emplace_back(std::move(client));
     if (hasData(*kept.root))
-        tell(kept, [](const auto& each, IKzUnknown* root) { return each.Loaded(root); }, "Loaded");
+        tell(
+            kept, [](const auto& each, IKzUnknown* root) { return each.Loaded(root); }, "Loaded");
     return KZe_OK;
 }
 
@@ -229,9 +231,8 @@ PersistentNode& CPersistence::sub(PersistentNode& node, std::string_view name) c
     const std::lock_guard lock(m_lock);
     for (const auto& each : node.subs)
         if (each->name == name) return *each;
-    throw kzBecause(KZe_NOTFOUND, "Persistence", [&] {
-        return kzThereIsNo("entry", name, node.subs, [](const auto& each) { return each->name; });
-    });
+    throw kzBecause(KZe_NOTFOUND, "Persistence",
+                    [&] { return kzThereIsNo("entry", name, node.subs, [](const auto& each) { return each->name; }); });
 }
 
 // What follows the name of a hash or list is the key or the number of an instance, which is then selected.
@@ -286,9 +287,8 @@ void CPersistence::select(PersistentNode& node, const std::string& key) const {
     std::size_t index = 0;
     const auto [end, error] = std::from_chars(key.data(), key.data() + key.size(), index);
     if (error != std::errc() || end != key.data() + key.size() || index >= all.size())
-        throw kzBecause(KZe_NOTFOUND, "PersistentEntry.Select", [&] {
-            return "there is no instance " + key + "; there are " + std::to_string(all.size());
-        });
+        throw kzBecause(KZe_NOTFOUND, "PersistentEntry.Select",
+                        [&] { return "there is no instance " + key + "; there are " + std::to_string(all.size()); });
     node.selected = all[index];
 }
 
@@ -302,10 +302,12 @@ void CPersistence::append(PersistentNode& node, const std::string& key) {
         std::uint32_t last = 0;
         if (!all.empty()) std::from_chars(all.back().data(), all.back().data() + all.back().size(), last);
         const std::string number = std::to_string(last + 1);
-        chosen = std::string(10 - std::min<std::size_t>(number.size(), 10), '0') + number + "." + std::to_string(getpid());
+        chosen =
+            std::string(10 - std::min<std::size_t>(number.size(), 10), '0') + number + "." + std::to_string(getpid());
     } else if (key.empty() || std::find(all.begin(), all.end(), key) != all.end()) {
         throw kzBecause(key.empty() ? KZe_INVALIDARG : KZe_ALREADYEXISTS, "PersistentEntry.Append", [&] {
-            return key.empty() ? std::string("an instance needs a key") : "there is an instance \"" + key + "\" already";
+            return key.empty() ? std::string("an instance needs a key")
+                               : "there is an instance \"" + key + "\" already";
         });
     }
     m_preferences->set(kind, pathOf(node) + "/" + escaped(chosen), {});
@@ -343,7 +345,8 @@ KzResult CPersistence::import(const std::string& path) {
         if (std::any_of(all.records.begin(), all.records.end(), [&](const auto& record) {
                 return record.first.first == kind && record.first.second.starts_with(client->root->name + "/");
             }))
-            tell(*client, [](const auto& each, IKzUnknown* root) { return each.Loaded(root); }, "Loaded");
+            tell(
+                *client, [](const auto& each, IKzUnknown* root) { return each.Loaded(root); }, "Loaded");
     return KZe_OK;
 }
 
@@ -351,7 +354,8 @@ KzResult CPersistence::exportTo(const std::string& name, const std::string& path
     PreferenceRecords all;
     std::string why;
     for (const std::string& each : m_preferences->names(kind, name))
-        if (each == name || each.starts_with(name + "/")) all.records[{kind, each}] = m_preferences->get(kind, each).value();
+        if (each == name || each.starts_with(name + "/"))
+            all.records[{kind, each}] = m_preferences->get(kind, each).value();
     if (kzWritePreferences(path, all, why)) return KZe_OK;
     return kzBecause(KZe_NOACCESS, "Persistence.Export", [&] { return why; });
 }
@@ -365,7 +369,8 @@ void CPersistence::finish() {
         clients.swap(m_clients);
     }
     for (const auto& client : clients)
-        tell(*client, [](const auto& each, IKzUnknown* root) { return each.Storing(root); }, "Storing");
+        tell(
+            *client, [](const auto& each, IKzUnknown* root) { return each.Storing(root); }, "Storing");
 }
 
 }  // namespace kzhost

@@ -62,8 +62,9 @@ void CSessionMemory::takeValues() {
         m_unread.insert(name);
         m_parts.log->write("preferences", KZe_CMD_DATATYPE_UNAVAILABLE,
                            "the user value \"" + name + "\" is not available: " +
-                               (fields.empty() ? "it has no type" : "nothing here takes it as a value of the type \"" +
-                                                                        fields.front() + "\""));
+                               (fields.empty()
+                                    ? "it has no type"
+                                    : "nothing here takes it as a value of the type \"" + fields.front() + "\""));
     }
 }
 
@@ -87,8 +88,7 @@ void CSessionMemory::keepAliases() {
     for (const std::string& name : preferences.names(aliasKind))
         if (!m_parts.commands->alias(name)) preferences.remove(aliasKind, name);
     for (const std::string& name : m_parts.commands->aliases())
-        if (auto definition = m_parts.commands->alias(name))
-            preferences.set(aliasKind, name, {std::move(*definition)});
+        if (auto definition = m_parts.commands->alias(name)) preferences.set(aliasKind, name, {std::move(*definition)});
 }
 
 void CSessionMemory::close() {

@@ -20,7 +20,7 @@ class CValueTypeRegistry;
 // Of the user's preferences, what a session reads and writes.
 enum class MemoryUse {
     none,
-    script,       // reads all but the history, and writes only what is explicitly kept: user values and persistent entries
+    script,  // reads all but the history, and writes only what is explicitly kept: user values and persistent entries
     interactive,  // reads and writes all
 };
 

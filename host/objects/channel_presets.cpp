@@ -48,7 +48,11 @@ struct Access {
 
 // Nothing for a channel without a stored value, such as a matrix.
 std::optional<std::string> textOf(const Access& access, std::int32_t channel) {
+    CKzLoc_Unknown object;
     const char* text = nullptr;
+    if (kzFailed(access.item.ChannelByIndex(channel, object.out()))) return {};
+    const std::uint32_t storage = CKzUser_ItemChannel(object.raw()).StorageType();
+    if (storage == KZiCHANTYPE_NONE || storage == KZiCHANTYPE_MATRIX || storage == KZiCHANTYPE_OBJECT) return {};
     if (kzFailed(access.read.String(access.item.raw(), channel, &text))) return {};
     return kzString(text);
 }
@@ -86,7 +90,7 @@ public:
         *kind = "item";
         return KZe_OK;
     }
-    KzResult ptyp_Save(const char* path, IKzUnknown* source, IKzUnknown* thumbnail) override;
+    KzResult ptyp_Save(const char* path, IKzUnknown* source) override;
     bool ptyp_CanApplyTo(const char* path, IKzUnknown* destination) override {
         return itemTypeOf(readPreset(path)) == Access(destination).type;
     }
@@ -119,9 +123,7 @@ KzResult CChannelPresets::ptyp_Apply(const char* path, IKzUnknown* destination) 
     return former.empty() ? KZePRESET_ALREADY_APPLIED : KZe_OK;
 }
 
-KzResult CChannelPresets::ptyp_Save(const char* path, IKzUnknown* source, IKzUnknown* thumbnail) {
-    if (thumbnail != nullptr)
-        return kzBecause(KZe_NOTSUPPORTED, "Presets", [] { return "values of channels have no thumbnail"; });
+KzResult CChannelPresets::ptyp_Save(const char* path, IKzUnknown* source) {
     const Access access(source);
     PreferenceRecords all;
     all.records[{presetKind, "type"}] = {KZsPRESETTYPE_CHANNELS};

@@ -24,10 +24,11 @@ constexpr const char* itemKind = "item";
 }  // namespace
 
 CPresets::CPresets(std::shared_ptr<CModuleTable> modules, std::shared_ptr<OpenScenes> scenes)
-    : m_modules(std::move(modules)), m_scenes(std::move(scenes)),
-      m_kinds{{KZu_PRESETDEST_ITEM, itemKind},        {KZu_PRESETDEST_MATERIAL, "material"},
-              {KZu_PRESETDEST_TOOL, "tool"},          {KZu_PRESETDEST_VIEW, "view"},
-              {KZu_PRESETDEST_ASSEMBLY, "assembly"},  {KZu_PRESETDEST_CHANNELS, "channels"}} {}
+    : m_modules(std::move(modules)),
+      m_scenes(std::move(scenes)), m_kinds{
+                                       {KZu_PRESETDEST_ITEM, itemKind},       {KZu_PRESETDEST_MATERIAL, "material"},
+                                       {KZu_PRESETDEST_TOOL, "tool"},         {KZu_PRESETDEST_VIEW, "view"},
+                                       {KZu_PRESETDEST_ASSEMBLY, "assembly"}, {KZu_PRESETDEST_CHANNELS, "channels"}} {}
 
 std::vector<std::string> CPresets::types() const {
     std::vector<std::string> names{KZsPRESETTYPE_CHANNELS};
@@ -61,8 +62,7 @@ bool CPresets::recognize(const std::string& path, RecognizedPreset& preset) cons
 
 void CPresets::require(const std::string& path, RecognizedPreset& preset) const {
     std::error_code error;
-    if (!fs::exists(path, error))
-        throw kzBecause(KZe_NOTFOUND, "Presets", [&] { return "there is no file " + path; });
+    if (!fs::exists(path, error)) throw kzBecause(KZe_NOTFOUND, "Presets", [&] { return "there is no file " + path; });
     if (recognize(path, preset)) return;
     throw kzBecause(KZe_NOTFOUND, "Presets", [&] {
         std::string text = "no type of presets knows the file " + path + "; there are";
@@ -84,7 +84,8 @@ void CPresets::save(const std::string& path, const std::string& type, IKzUnknown
     make(type, object);
     std::error_code error;
     fs::create_directories(fs::path(path).parent_path(), error);
-    const KzResult code = object.Save(path.c_str(), source, thumbnail);
+    KzResult code = object.Save(path.c_str(), source);
+    if (kzSucceeded(code) && thumbnail != nullptr) code = object.StoreThumbnail(path.c_str(), thumbnail);
     if (kzFailed(code)) throw code == KZe_NOTIMPL ? KZe_NOTSUPPORTED : code;
 }
 
@@ -126,8 +127,9 @@ void CPresets::registerKind(const KzGuid& kind, const std::string& name) {
     const std::lock_guard lock(m_lock);
     for (const auto& [known, knownName] : m_kinds)
         if (known == kind || knownName == name)
-            throw kzBecause(KZe_ALREADYEXISTS, "PresetDestination.Register",
-                            [&known = knownName] { return "the kind of destinations \"" + known + "\" has that name or identity"; });
+            throw kzBecause(KZe_ALREADYEXISTS, "PresetDestination.Register", [&known = knownName] {
+                return "the kind of destinations \"" + known + "\" has that name or identity";
+            });
     m_kinds.emplace_back(kind, name);
 }
 
@@ -147,11 +149,11 @@ std::vector<std::string> CPresets::candidates(const std::string& path) const {
     std::vector<std::string> idents;
     if (m_scenes->list.empty()) return idents;
     const CKzUser_Scene scene(m_scenes->list.back().raw());
-    const std::uint32_t count = scene.ItemCount(-1);
+    const std::uint32_t count = scene.ItemCount(KZiITYPE_ANY);
     for (std::uint32_t index = 0; index < count; ++index) {
         CKzLoc_Unknown object;
         const char* ident = nullptr;
-        if (kzFailed(scene.ItemByIndex(-1, index, object.out()))) continue;
+        if (kzFailed(scene.ItemByIndex(KZiITYPE_ANY, index, object.out()))) continue;
         const CKzUser_Item item(object.raw());
         if (preset.type.CanApplyTo(path.c_str(), object.raw()) && kzSucceeded(item.Ident(&ident)))
             idents.push_back(kzString(ident));

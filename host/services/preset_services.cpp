@@ -67,7 +67,7 @@ public:
         RecognizedPreset preset;
         const std::string place = m_files->place(path);
         if (!m_presets->recognize(place, preset)) return KZe_NOTFOUND;
-        return preset.type.Metrics(place.c_str(), flags, nullptr, metrics);
+        return preset.type.Metrics(place.c_str(), flags, metrics);
     }
     KzResult presetbrowserservice_Apply(const char* path, IKzUnknown* destination, std::uint32_t /*flags*/) override {
         enter("PresetBrowser.Apply");
@@ -172,8 +172,7 @@ public:
         const PresetPackage package = kzReadPackage(m_files->place(path));
         if (progress && !package.presets.empty())
             progress.Initialize(static_cast<std::uint32_t>(package.presets.size()));
-        return kzInstallPackage(package, target,
-                                [&] { return progress && kzFailed(progress.Increment(1)); });
+        return kzInstallPackage(package, target, [&] { return progress && kzFailed(progress.Increment(1)); });
     }
     bool presetpackageservice_IsPackage(const char* path) override {
         enter("PresetPackage.IsPackage");
@@ -185,7 +184,8 @@ private:
     Open::iterator open(const char* path) {
         const auto package = m_open.find(m_files->place(path));
         if (package != m_open.end()) return package;
-        throw kzBecause(KZe_NOTREADY, "PresetPackage", [&] { return kzString(path) + " was not created, or is closed"; });
+        throw kzBecause(KZe_NOTREADY, "PresetPackage",
+                        [&] { return kzString(path) + " was not created, or is closed"; });
     }
 
     std::shared_ptr<CPathAliases> m_files;

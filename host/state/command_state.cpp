@@ -59,8 +59,9 @@ void CCommandState::remember(std::string text) {
 
 void CCommandState::precede(std::vector<std::string> lines) {
     const std::lock_guard lock(m_lock);
-    for (auto line = lines.rbegin(); line != lines.rend() && m_history.size() < longestHistory &&
-                                     m_historyBytes + line->size() <= mostHistoryBytes; ++line) {
+    for (auto line = lines.rbegin();
+         line != lines.rend() && m_history.size() < longestHistory && m_historyBytes + line->size() <= mostHistoryBytes;
+         ++line) {
         m_historyBytes += line->size();
         m_history.push_front(std::move(*line));
     }

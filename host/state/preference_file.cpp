@@ -77,7 +77,8 @@ bool kzReplaceFile(const std::string& path, const std::string& text, std::string
     const std::string target = error ? path : linked.string();
     std::string fresh = target + ".XXXXXX";
     const CDescriptor file(mkostemp(fresh.data(), O_CLOEXEC));
-    const bool isWritten = file.get() >= 0 && writeAll(file.get(), text) && std::rename(fresh.c_str(), target.c_str()) == 0;
+    const bool isWritten =
+        file.get() >= 0 && writeAll(file.get(), text) && std::rename(fresh.c_str(), target.c_str()) == 0;
     if (!isWritten) {
         why = path + " cannot be written: " + reasonOfErrno();
         if (file.get() >= 0) unlink(fresh.c_str());

@@ -94,7 +94,8 @@ std::optional<PreferenceRecords> kzParsePreferences(std::string_view text, Prefe
         const std::size_t end = text.find('\n', at);
         auto fields = fieldsOf(text.substr(at, end - at));
         if (!fields || fields->size() < 2 || fields->front().empty())
-            return refuse("line " + std::to_string(number + 1) + " should be a kind and a name with a tab between them");
+            return refuse("line " + std::to_string(number + 1) +
+                          " should be a kind and a name with a tab between them");
         PreferenceKey key{std::move((*fields)[0]), std::move((*fields)[1])};
         fields->erase(fields->begin(), fields->begin() + 2);
         if (key.first == historyKind) all.history.push_back(std::move(key.second));

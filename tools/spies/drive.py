@@ -154,6 +154,24 @@ def drive_listeners():
     attempt(listener.RemoveListener, every)
 
 
-for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves,
-              drive_pictures, drive_listeners):
+def drive_memory():
+    entries = service.Persistence()
+    define = lambda: entries.AddValue('number', 'integer', '1')
+    for answer in spies.done, lambda self: define() and None:
+        attempt(entries.Configure, 'driven', all_done('PersistenceClient', cc_Setup=answer)())
+    attempt(lambda: entries.Lookup('driven/number').Value().SetInt(2))
+    attempt(entries.Configure, 'driven', all_done('PersistenceClient')())
+    scene = scenes.Create('presets')
+    item = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_MESH))
+    item.SetName('driven')
+    path, browser, destinations = FOLDER + '/a.spied', service.PresetBrowser(), service.PresetDestination()
+    attempt(browser.Save, path, 'spied', item, None)
+    attempt(browser.Metrics, path, 0)
+    attempt(destinations.Accepts, item, path)
+    attempt(kz.eval, 'preset.apply {%s} driven' % path)
+    attempt(kz.eval, 'preset.apply unknown driven')
+
+
+for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
+              drive_listeners, drive_memory):
     drive()
