@@ -70,7 +70,6 @@ struct HostParts {
     std::shared_ptr<CCommandDispatcher> dispatcher;
     std::shared_ptr<CServiceRegistry> services;
     // Parts that use both
-    std::shared_ptr<OpenScenes> scenes;
     std::shared_ptr<RedirectRules> redirects;
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<CPresets> presets;
