@@ -35,7 +35,7 @@ std::string checkAlias(const std::string& text) {
 }
 
 std::string checkPort(const std::string& text) {
-    const bool isNumber = !text.empty() && text.size() < 6 && text.find_first_not_of("0123456789") == text.npos;
+    const bool isNumber = !text.empty() && text.size() < 6 && text.find_first_not_of("0123456789") == std::string::npos;
     if (isNumber && std::stoi(text) < 65536) return {};
     return text + " should be a port from 1 to 65535, as 5678, or 0 for any free one";
 }
