@@ -1,6 +1,8 @@
 // A document: the items of one scene, found by identifier, name and type.
 #include "host/document/document.h"
 
+#include "host/document/animation.h"
+#include "host/document/evaluation.h"
 #include "host/document/presence.h"
 #include "host/document/workspace.h"
 
@@ -9,7 +11,8 @@
 
 namespace kzhost {
 
-CDocument::CDocument(CWorkspace& workspace, std::string name) : m_workspace(workspace), m_name(std::move(name)) {
+CDocument::CDocument(CWorkspace& workspace, std::string name)
+    : m_workspace(workspace), m_name(std::move(name)), m_evaluation(std::make_unique<CEvaluation>(*this)) {
     const ItemType& type = *kzFindItemType(KZiITYPE_ROOT);
     m_root = std::make_shared<Item>(*this, type, newIdent(type), ++m_lastSerial);
     enter(*m_root, nullptr, 0);
@@ -56,7 +59,35 @@ void CDocument::leave(Item& item) {
     m_items.erase(item.ident);
 }
 
+void CDocument::changed(const DocumentEvents& events, std::size_t first) {
+    using Kind = DocumentEvent::Kind;
+    ++m_stamp;
+    for (; first < events.size(); ++first) {
+        const DocumentEvent& event = events[first];
+        for (Item* item : {event.item.get(), event.other.get()}) {
+            if (item == nullptr) continue;
+            item->stamp = m_stamp;
+            if (kzIsActionItem(*item)) m_actionStamp = m_stamp;
+        }
+        switch (event.kind) {
+        case Kind::channelValue:
+        case Kind::keyAdded:
+        case Kind::keyRemoved:
+        case Kind::keyMoved:
+        case Kind::envelope:
+        case Kind::renamed:
+        case Kind::modified:
+        case Kind::currentTime:
+        case Kind::playRange:
+        case Kind::tag:
+        case Kind::flags: break;
+        default: m_structureStamp = m_stamp;
+        }
+    }
+}
+
 void CDocument::close() {
+    m_evaluation->clear();
     for (auto& [ident, item] : m_items) {
         item->isPresent = false;
         item->parent = nullptr;

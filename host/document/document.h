@@ -14,7 +14,10 @@
 
 namespace kzhost {
 
+class CEvaluation;
 class CWorkspace;
+struct DocumentEvent;
+using DocumentEvents = std::vector<DocumentEvent>;
 
 class CDocument {
 public:
@@ -30,6 +33,12 @@ public:
     bool isModified() const noexcept { return m_revision != m_savedRevision; }
     // Counts up whenever anything changes, also by undoing.
     std::uint64_t stamp() const noexcept { return m_stamp; }
+    // The stamps of the latest change that added or removed items, links, channels or packages, and of the latest one of an
+    // action's item.
+    std::uint64_t structureStamp() const noexcept { return m_structureStamp; }
+    std::uint64_t actionStamp() const noexcept { return m_actionStamp; }
+    // What evaluates the channels.
+    CEvaluation& evaluation() const noexcept { return *m_evaluation; }
 
     // The item of the scene itself; null once the document is closed.
     Item* root() const noexcept { return m_root.get(); }
@@ -56,6 +65,8 @@ private:
     struct Presence;
 
     std::string newIdent(const ItemType& type);
+    // A change has told these events, from the first one on.
+    void changed(const DocumentEvents& events, std::size_t first);
     void enter(Item& item, Item* parent, std::size_t position);
     void leave(Item& item);
     COrderedItems<&Item::siblingKey>& siblings(Item* parent) { return parent != nullptr ? parent->children : m_roots; }
@@ -69,7 +80,8 @@ private:
     std::unordered_map<std::int32_t, COrderedItems<&Item::serial>> m_byType;
     CNameIndex m_names;
     std::int64_t m_lastSerial = 0;
-    std::uint64_t m_revision = 0, m_savedRevision = 0, m_stamp = 0;
+    std::uint64_t m_revision = 0, m_savedRevision = 0, m_stamp = 0, m_structureStamp = 0, m_actionStamp = 0;
+    std::unique_ptr<CEvaluation> m_evaluation;
 };
 
 }  // namespace kzhost

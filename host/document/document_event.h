@@ -36,6 +36,12 @@ struct DocumentEvent {
         geometry,  // of the item
         history,   // a step was added, undone, redone or removed
         selection,
+        keyAdded,    // text: the channel; time
+        keyRemoved,  // as above
+        keyMoved,    // text: the channel; oldTime and time
+        envelope,    // text: the channel, several of whose keys have changed
+        currentTime,  // time
+        playRange,    // oldTime and time: its start and end
     };
     Kind kind;
     CDocument* document = nullptr;
@@ -43,6 +49,7 @@ struct DocumentEvent {
     ItemRef other = {};
     std::string text = {};
     std::int64_t first = 0, second = 0;
+    double time = 0, oldTime = 0;  // seconds
 };
 
 using DocumentEvents = std::vector<DocumentEvent>;

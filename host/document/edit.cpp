@@ -3,6 +3,7 @@
 
 #include "host/document/presence.h"
 
+#include "kz/action.h"
 #include "kz/scene_graph.h"
 
 #include <algorithm>
@@ -34,8 +35,7 @@ CEdit::~CEdit() {
     if (m_changes.empty()) return;
     DocumentEvents none;
     while (!m_changes.empty()) {
-        if (CDocument* document = m_changes.back()->document()) ++document->m_stamp;
-        m_changes.back()->apply(Direction::reverse, none);
+        m_workspace.apply(*m_changes.back(), Direction::reverse, none);
         m_changes.pop_back();
     }
     m_workspace.m_events.resize(std::min(m_firstEvent, m_workspace.m_events.size()));
@@ -43,8 +43,7 @@ CEdit::~CEdit() {
 
 void CEdit::run(std::unique_ptr<CChange> change) {
     m_changes.reserve(m_changes.size() + 1);
-    if (CDocument* document = change->document()) ++document->m_stamp;
-    change->apply(Direction::forward, m_workspace.m_events);
+    m_workspace.apply(*change, Direction::forward, m_workspace.m_events);
     m_changes.push_back(std::move(change));
 }
 
@@ -184,6 +183,22 @@ void CEdit::setSource(Item& item, Item* source) {
          });
 }
 
+namespace {
+
+// The time of a scene is in channels of its root item.
+void tellTime(const Item& root, const ChannelInfo& channel, DocumentEvents& events) {
+    const auto number = [&](const char* name) {
+        return kzNumberOf(root.valueOf(*root.type.channel(name))).value_or(0);
+    };
+    if (channel.name == KZsICHAN_SCENETIME_CURRENT)
+        events.push_back({.kind = Kind::currentTime, .document = &root.document, .time = number(KZsICHAN_SCENETIME_CURRENT)});
+    if (channel.name == KZsICHAN_SCENETIME_CURRENTSTART || channel.name == KZsICHAN_SCENETIME_CURRENTEND)
+        events.push_back({.kind = Kind::playRange, .document = &root.document,
+                          .time = number(KZsICHAN_SCENETIME_CURRENTEND), .oldTime = number(KZsICHAN_SCENETIME_CURRENTSTART)});
+}
+
+}  // namespace
+
 void CEdit::setChannel(Item& item, const ChannelInfo& channel, ChannelState state) {
     make(&item.document, [item = item.shared_from_this(), channel = &channel,
                           state = std::move(state)](Direction, DocumentEvents& events) mutable {
@@ -196,6 +211,7 @@ void CEdit::setChannel(Item& item, const ChannelInfo& channel, ChannelState stat
         state = std::move(before);
         events.push_back(
             {.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+        if (item->type.number == KZiITYPE_ROOT) tellTime(*item, *channel, events);
     });
 }
 

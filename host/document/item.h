@@ -16,7 +16,7 @@ namespace kzhost {
 
 class CChange;
 class CDocument;
-struct EnvelopeData;
+class EnvelopeData;
 struct Item;
 using ItemRef = std::shared_ptr<Item>;
 
@@ -75,6 +75,7 @@ struct Item : std::enable_shared_from_this<Item> {
     const std::string ident;
     std::int64_t serial;  // the order of creation
     bool isPresent = false;
+    std::uint64_t stamp = 0;  // that of the document when anything about the item last changed
 
     std::string name;          // given by the user; empty without one
     std::string uniqueName;    // as shown

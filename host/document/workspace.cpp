@@ -227,8 +227,13 @@ void CWorkspace::applyOne(CChange& change, Direction direction) {
     DocumentEvents before;
     change.announce(direction, before);
     if (!before.empty()) unlocked([&] { tellAll(std::move(before)); });
-    if (CDocument* document = change.document()) ++document->m_stamp;
-    change.apply(direction, m_events);
+    apply(change, direction, m_events);
+}
+
+void CWorkspace::apply(CChange& change, Direction direction, DocumentEvents& events) {
+    const std::size_t first = events.size();
+    change.apply(direction, events);
+    if (CDocument* document = change.document()) document->changed(events, first);
 }
 
 void CWorkspace::applyForeign(CChange& change, Direction direction) {
@@ -281,8 +286,8 @@ void CWorkspace::keepGeometry() {
     for (const ItemRef& item : items) {
         auto change = item->geometry != nullptr ? item->geometry->takeChange(item) : nullptr;
         if (change == nullptr) continue;
-        ++item->document.m_stamp;
         m_events.push_back({.kind = DocumentEvent::Kind::geometry, .document = &item->document, .item = item});
+        item->document.changed(m_events, m_events.size() - 1);
         ChangeList changes;
         changes.push_back(std::move(change));
         keep(std::move(changes));

@@ -17,6 +17,8 @@
 
 namespace kzhost {
 
+class ModifierSource;
+
 class CWorkspace : public std::enable_shared_from_this<CWorkspace> {
 public:
     std::shared_ptr<CDocument> open(std::string name);
@@ -53,6 +55,10 @@ public:
     void record(std::unique_ptr<CChange> change);
     void make(std::unique_ptr<CChange> change);
 
+    // Who makes the modifiers of modules; without one there are none.
+    void setModifierSource(std::shared_ptr<ModifierSource> source) { m_modifiers = std::move(source); }
+    const std::shared_ptr<ModifierSource>& modifierSource() const noexcept { return m_modifiers; }
+
     // The geometry of the item begins to differ from what the history has of it. It is recorded with what comes next: the next
     // edit by this thread, the end of the block, or a look at the history.
     void noteGeometry(const ItemRef& item);
@@ -79,6 +85,7 @@ private:
     bool isOwnChange() const;
     void move(Direction direction, std::size_t steps);
     void applyAll(ChangeList& changes, Direction direction);
+    static void apply(CChange& change, Direction direction, DocumentEvents& events);
     void applyOne(CChange& change, Direction direction);
     void applyForeign(CChange& change, Direction direction);
     void historyChanged();
@@ -95,6 +102,7 @@ private:
     mutable std::mutex m_sinkMutex;
     std::shared_ptr<const DocumentSink> m_sink;
     std::uint64_t m_lastRevision = 0;
+    std::shared_ptr<ModifierSource> m_modifiers;  // set once, while the host is made
     struct ChangedGeometry {
         ItemRef item;
         std::thread::id thread;

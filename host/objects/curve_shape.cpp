@@ -1,7 +1,7 @@
 // Curves through knots.
 #include "host/objects/curve_shape.h"
 
-#include "host/objects/transform_values.h"
+#include "host/document/transform_values.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 // The matrices of locators, from their channels and their parents.
 #include "host/objects/scene.h"
-#include "host/objects/transform_values.h"
+#include "host/document/transform_values.h"
 
 #include <algorithm>
 #include <cmath>

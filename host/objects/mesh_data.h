@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/objects/elements.h"
-#include "host/objects/vectors.h"
+#include "host/document/vectors.h"
 
 #include "kz/mesh.h"
 #include "kz/mesh_element.h"

@@ -2,7 +2,7 @@
 #include "host/core/reasons.h"
 #include "host/objects/arguments.h"
 #include "host/objects/curve.h"
-#include "host/objects/transform_values.h"
+#include "host/document/transform_values.h"
 
 #include "kz/result.h"
 

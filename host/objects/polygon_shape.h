@@ -1,7 +1,7 @@
 // The shape of one polygon: its triangles, its plane, and where places and rays meet it.
 #pragma once
 
-#include "host/objects/vectors.h"
+#include "host/document/vectors.h"
 
 #include <array>
 #include <cstdint>

@@ -8,7 +8,7 @@
 #include "host/objects/envelope.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
-#include "host/objects/transform_values.h"
+#include "host/objects/transforms.h"
 #include "host/state/text.h"
 
 #include <algorithm>
