@@ -21,6 +21,7 @@
 #include "host/core/value_type_registry.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/scene_files.h"
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
@@ -97,7 +98,7 @@ void addServices(const HostParts& host) {
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
     add("platform", KZu_PLATFORMSERVICE, kzMakePlatformService, host.files, host.importPaths);
-    add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes);
+    add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes, host.sceneFiles, host.files);
     add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
         host.queries);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
@@ -123,6 +124,7 @@ HostParts::HostParts()
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()), scenes(std::make_shared<OpenScenes>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
+      sceneFiles(std::make_shared<CSceneFiles>(context, modules, listeners, log, monitors, scenes)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);

@@ -20,6 +20,7 @@ class CModuleTable;
 class CMonitorBoard;
 class CPropertyTable;
 class CReasonBook;
+class CSceneFiles;
 class CServiceRegistry;
 class CTextBoard;
 class CUserValues;
@@ -57,6 +58,7 @@ struct HostParts {
     // Parts that use both
     std::shared_ptr<OpenScenes> scenes;
     std::shared_ptr<CImageFiles> images;
+    std::shared_ptr<CSceneFiles> sceneFiles;
     std::shared_ptr<QueryEnvironment> queries;
 };
 

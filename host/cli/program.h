@@ -20,6 +20,7 @@ struct ProgramOptions {
     std::vector<std::pair<std::string, std::string>> aliases;
     std::vector<std::string> importPaths;
     std::string logFile;
+    std::string scene;  // loaded before the script runs
     WatchOptions watch;
     std::optional<int> debugPort;
     bool trace = false;

@@ -66,6 +66,12 @@ void CEdit::commit() {
     m_workspace.keep(std::exchange(m_changes, {}));
 }
 
+void CEdit::commitLoaded(CDocument& document) {
+    m_changes.clear();
+    m_workspace.m_events.resize(std::min(m_firstEvent, m_workspace.m_events.size()));
+    document.m_savedRevision = document.m_revision;
+}
+
 Item& CEdit::add(CDocument& document, const ItemType& type, std::string ident) {
     if (ident.empty()) ident = document.newIdent(type);
     const auto item = std::make_shared<Item>(document, type, std::move(ident), ++document.m_lastSerial);
@@ -129,8 +135,8 @@ void CEdit::place(Item& item, Item* parent, std::size_t position) {
     });
 }
 
-void CEdit::rename(Item& item, std::string name) {
-    make(&item.document, [item = item.shared_from_this(), name = std::move(name), number = std::uint32_t{0}](
+void CEdit::rename(Item& item, std::string name, std::uint32_t number) {
+    make(&item.document, [item = item.shared_from_this(), name = std::move(name), number](
                              Direction, DocumentEvents& events) mutable {
         CNameIndex& names = item->document.m_names;
         names.leave(*item);
@@ -330,10 +336,12 @@ struct ChannelLinkPresence {
 
 }  // namespace
 
-void CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel) {
+ChannelLink& CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
+                                 const ChannelInfo& targetChannel, std::size_t targetIndex) {
     auto link = std::make_shared<ChannelLink>(ChannelLink{&source, &sourceChannel, &target, &targetChannel, {}});
     make(&source.document,
-         ChannelLinkPresence{std::move(link), source.shared_from_this(), target.shared_from_this(), last, last, true});
+         ChannelLinkPresence{link, source.shared_from_this(), target.shared_from_this(), last, targetIndex, true});
+    return *link;
 }
 
 void CEdit::unlinkChannels(ChannelLink& link) {

@@ -76,6 +76,18 @@ CHostRef<CItem> kzObjectOf(Item& item) {
     return static_cast<ItemObject&>(*item.object).item;
 }
 
+CMeshData* kzMeshOf(const Item& item) {
+    auto* geometry = dynamic_cast<MeshGeometry*>(item.geometry.get());
+    return geometry != nullptr ? &geometry->mesh->data : nullptr;
+}
+
+void kzGiveMesh(Item& item, const CMeshData& mesh) {
+    auto geometry = std::make_shared<MeshGeometry>();
+    geometry->mesh->data.assign(mesh);
+    geometry->recorded = std::make_shared<const CMeshData>(mesh);
+    item.geometry = std::move(geometry);
+}
+
 KzResult kzGiveItem(Item* item, IKzUnknown** out) { return item != nullptr ? kzObjectOf(*item).give(out) : KZe_NOTFOUND; }
 
 CItem::CItem(Item& item)
