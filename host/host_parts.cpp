@@ -30,6 +30,7 @@
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/presets.h"
+#include "host/objects/scene_files.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
 #include "host/services/color_mapping_service.h"
@@ -136,7 +137,7 @@ void addServices(const HostParts& host) {
     add("presetbrowser", KZu_PRESETBROWSERSERVICE, kzMakePresetBrowserService, host.presets, host.files);
     add("presetdestination", KZu_PRESETDESTINATIONSERVICE, kzMakePresetDestinationService, host.presets, host.files);
     add("presetpackage", KZu_PRESETPACKAGESERVICE, kzMakePresetPackageService, host.files);
-    add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes);
+    add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes, host.sceneFiles, host.files);
     add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
         host.queries);
     add("textencoding", KZu_TEXTENCODINGSERVICE, kzMakeTextEncodingService);
@@ -171,6 +172,7 @@ HostParts::HostParts()
       services(std::make_shared<CServiceRegistry>()), redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
       presets(std::make_shared<CPresets>(modules, scenes)),
+      sceneFiles(std::make_shared<CSceneFiles>(context, modules, listeners, log, monitors, scenes)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);

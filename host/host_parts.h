@@ -25,6 +25,7 @@ class CPresets;
 class CPropertyTable;
 class CReasonBook;
 class CResultCache;
+class CSceneFiles;
 class CServiceRegistry;
 class CSessionMemory;
 class CTextBoard;
@@ -73,6 +74,7 @@ struct HostParts {
     std::shared_ptr<RedirectRules> redirects;
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<CPresets> presets;
+    std::shared_ptr<CSceneFiles> sceneFiles;
     std::shared_ptr<QueryEnvironment> queries;
 };
 

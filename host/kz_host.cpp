@@ -57,6 +57,7 @@ CCommandDispatcher& CKzHost::commands() const { return *m_parts->dispatcher; }
 CDialogBoard& CKzHost::dialogs() const { return *m_parts->dialogs; }
 CPathAliases& CKzHost::files() const { return *m_parts->files; }
 CImageFiles& CKzHost::images() const { return *m_parts->images; }
+CSceneFiles& CKzHost::sceneFiles() const { return *m_parts->sceneFiles; }
 CImportPaths& CKzHost::importPaths() const { return *m_parts->importPaths; }
 CListenerTable& CKzHost::listeners() const { return *m_parts->listeners; }
 CLogStore& CKzHost::log() const { return *m_parts->log; }

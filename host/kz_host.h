@@ -18,6 +18,7 @@ class CCommandDispatcher;
 class CDialogBoard;
 class CPathAliases;
 class CImageFiles;
+class CSceneFiles;
 class CImportPaths;
 class CListenerTable;
 class CModuleTable;
@@ -55,6 +56,7 @@ public:
     CDialogBoard& dialogs() const;
     CPathAliases& files() const;
     CImageFiles& images() const;
+    CSceneFiles& sceneFiles() const;
     CImportPaths& importPaths() const;
     CListenerTable& listeners() const;
     CLogStore& log() const;

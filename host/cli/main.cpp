@@ -7,6 +7,7 @@
 #include "host/cli/run_command.h"
 #include "host/cli/run_interpreter.h"
 #include "host/cli/run_script.h"
+#include "host/cli/scene_verbs.h"
 #include "host/cli/server_verbs.h"
 #include "host/cli/standard_streams.h"
 #include "host/cli/stop_process.h"
@@ -54,6 +55,8 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory)
         ->allow_extra_args(false);
+    app.add_option("--scene", options.scene, "Load this scene before the script of run, as its current scene")
+        ->type_name("FILE");
     app.add_option("--log", options.logFile,
                    "Append the event log to FILE, one JSON object a line; - is standard output")
         ->type_name("FILE");
@@ -212,6 +215,7 @@ int runProgram(int count, char** arguments) {
     bool asJson = false;
     coverage->add_flag("--json", asJson, "Print it as JSON, as in docs/coverage.json");
     const CServerVerbs serverVerbs(app);
+    const CSceneVerbs sceneVerbs(app);
 
     app.set_help_flag("--help", "Print this help message and exit");  // -h is the interpreter's
     CommandLine line = splitCommandLine(app, {arguments + 1, arguments + count});
@@ -226,6 +230,10 @@ int runProgram(int count, char** arguments) {
     }
     if (!options.watch.record.empty() && !run->parsed()) {
         CProgram::say("--record needs run: only scripts can be replayed");
+        return exitUsage;
+    }
+    if (!options.scene.empty() && !run->parsed()) {
+        CProgram::say("--scene is for run: kzhost --scene FILE run SCRIPT");
         return exitUsage;
     }
     const bool isNothingNamed = app.get_subcommands().empty() && !line.isForInterpreter;
@@ -243,6 +251,7 @@ int runProgram(int count, char** arguments) {
     CProgram program(std::move(options));
     return program.finish(guarded([&] {
         if (serverVerbs.parsed()) return serverVerbs.run(program);
+        if (sceneVerbs.parsed()) return sceneVerbs.run(program);
         if (line.isForInterpreter) return kzRunInterpreter(program, line.rest);
         if (run->parsed()) return kzRunScript(program, script, line.rest);
         if (replay->parsed()) return kzRunScript(program, script, kzRecordedWords(program.options().watch.replay));

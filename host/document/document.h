@@ -31,6 +31,8 @@ public:
     const std::string& filename() const noexcept { return m_filename; }
     bool isOpen() const noexcept { return m_root != nullptr; }
     bool isModified() const noexcept { return m_revision != m_savedRevision; }
+    // Tells states of the document apart; undoing comes back to the same one.
+    std::uint64_t revision() const noexcept { return m_revision; }
     // Counts up whenever anything changes, also by undoing.
     std::uint64_t stamp() const noexcept { return m_stamp; }
     // The stamps of the latest change that added or removed items, links, channels or packages, and of the latest one of an

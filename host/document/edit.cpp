@@ -66,6 +66,12 @@ void CEdit::commit() {
     m_workspace.keep(std::exchange(m_changes, {}));
 }
 
+void CEdit::commitLoaded(CDocument& document) {
+    m_changes.clear();
+    m_workspace.m_events.resize(std::min(m_firstEvent, m_workspace.m_events.size()));
+    document.m_savedRevision = document.m_revision;
+}
+
 Item& CEdit::add(CDocument& document, const ItemType& type, std::string ident) {
     if (ident.empty()) ident = document.newIdent(type);
     const auto item = std::make_shared<Item>(document, type, std::move(ident), ++document.m_lastSerial);
@@ -132,15 +138,15 @@ void CEdit::place(Item& item, Item* parent, std::size_t position) {
     });
 }
 
-void CEdit::rename(Item& item, std::string name) {
-    make(&item.document, [item = item.shared_from_this(), name = std::move(name),
-                          number = std::uint32_t{0}](Direction, DocumentEvents& events) mutable {
-        CNameIndex& names = item->document.m_names;
-        names.leave(*item);
-        std::swap(item->name, name);
-        names.enter(*item, std::exchange(number, item->number));
-        events.push_back({.kind = Kind::renamed, .document = &item->document, .item = item, .text = name});
-    });
+void CEdit::rename(Item& item, std::string name, std::uint32_t number) {
+    make(&item.document,
+         [item = item.shared_from_this(), name = std::move(name), number](Direction, DocumentEvents& events) mutable {
+             CNameIndex& names = item->document.m_names;
+             names.leave(*item);
+             std::swap(item->name, name);
+             names.enter(*item, std::exchange(number, item->number));
+             events.push_back({.kind = Kind::renamed, .document = &item->document, .item = item, .text = name});
+         });
 }
 
 void CEdit::setTag(Item& item, std::uint32_t code, std::optional<std::string> text) {
@@ -191,10 +197,13 @@ void tellTime(const Item& root, const ChannelInfo& channel, DocumentEvents& even
         return kzNumberOf(root.valueOf(*root.type.channel(name))).value_or(0);
     };
     if (channel.name == KZsICHAN_SCENETIME_CURRENT)
-        events.push_back({.kind = Kind::currentTime, .document = &root.document, .time = number(KZsICHAN_SCENETIME_CURRENT)});
+        events.push_back(
+            {.kind = Kind::currentTime, .document = &root.document, .time = number(KZsICHAN_SCENETIME_CURRENT)});
     if (channel.name == KZsICHAN_SCENETIME_CURRENTSTART || channel.name == KZsICHAN_SCENETIME_CURRENTEND)
-        events.push_back({.kind = Kind::playRange, .document = &root.document,
-                          .time = number(KZsICHAN_SCENETIME_CURRENTEND), .oldTime = number(KZsICHAN_SCENETIME_CURRENTSTART)});
+        events.push_back({.kind = Kind::playRange,
+                          .document = &root.document,
+                          .time = number(KZsICHAN_SCENETIME_CURRENTEND),
+                          .oldTime = number(KZsICHAN_SCENETIME_CURRENTSTART)});
 }
 
 }  // namespace
@@ -369,11 +378,12 @@ struct ChannelLinkPresence {
 
 }  // namespace
 
-void CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
-                         const ChannelInfo& targetChannel) {
+ChannelLink& CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
+                                 const ChannelInfo& targetChannel, std::size_t targetIndex) {
     auto link = std::make_shared<ChannelLink>(ChannelLink{&source, &sourceChannel, &target, &targetChannel, {}});
     make(&source.document,
-         ChannelLinkPresence{std::move(link), source.shared_from_this(), target.shared_from_this(), last, last, true});
+         ChannelLinkPresence{link, source.shared_from_this(), target.shared_from_this(), last, targetIndex, true});
+    return *link;
 }
 
 void CEdit::unlinkChannels(ChannelLink& link) {

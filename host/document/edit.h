@@ -21,6 +21,9 @@ public:
     ~CEdit();
     // Records what was done.
     void commit();
+    // Ends the making of a document: what was done to it is no step of the history, has nobody to hear of it, and leaves
+    // nothing to be saved.
+    void commitLoaded(CDocument& document);
 
     // A new item, as the last root. Without an identifier it gets a new one.
     Item& add(CDocument& document, const ItemType& type, std::string ident = {});
@@ -28,7 +31,8 @@ public:
     void remove(Item& item);
     // Null makes it a root. Past the end, it becomes the last.
     void place(Item& item, Item* parent, std::size_t position);
-    void rename(Item& item, std::string name);
+    // The number tells the item from others of its name, if it is free; 0 takes the first that is.
+    void rename(Item& item, std::string name, std::uint32_t number = 0);
     // Without a text, the tag goes.
     void setTag(Item& item, std::uint32_t code, std::optional<std::string> text);
     void setFlags(Item& item, std::uint32_t flags);
@@ -46,7 +50,8 @@ public:
     void link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex);
     void unlink(const std::string& graph, Item& source, Item& target);
     void unlinkAll(const std::string& graph, Item& item);
-    void linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel);
+    ChannelLink& linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
+                              const ChannelInfo& targetChannel, std::size_t targetIndex = last);
     void unlinkChannels(ChannelLink& link);
     void setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value);
 

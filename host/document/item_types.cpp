@@ -50,7 +50,14 @@ const char* ItemType::tag(std::string_view tag) const {
     return entry != m_declaration.tags.end() ? entry->second.c_str() : nullptr;
 }
 
-CItemTypeTable::CItemTypeTable() { rows::addTypes(*this); }
+CItemTypeTable::CItemTypeTable() {
+    rows::addTypes(*this);
+    m_ownCount = m_types.size();
+}
+
+bool CItemTypeTable::isOwn(const ItemType& type) const {
+    return type.number >= 1 && static_cast<std::size_t>(type.number) <= m_ownCount;
+}
 
 const ItemType& CItemTypeTable::add(ItemTypeDeclaration declaration) {
     const std::lock_guard lock(m_mutex);

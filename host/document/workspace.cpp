@@ -86,6 +86,27 @@ void CWorkspace::setModified(CDocument& document, bool modified) {
     m_events.push_back({.kind = DocumentEvent::Kind::modified, .document = &document, .first = modified});
 }
 
+void CWorkspace::forget(CDocument& document) {
+    const CHold hold(*this);
+    keepGeometry();
+    m_history.forget(document);
+    historyChanged();
+}
+
+// Undoing does not take the name of the file back: that is where the document is now.
+void CWorkspace::setSaved(CDocument& document, std::uint64_t revision, std::string path) {
+    const CHold hold(*this);
+    const bool wasModified = document.isModified();
+    document.m_savedRevision = revision;
+    if (document.m_filename != path) {
+        document.m_filename = std::move(path);
+        m_events.push_back({.kind = DocumentEvent::Kind::filename, .document = &document, .text = document.m_filename});
+    }
+    if (wasModified != document.isModified())
+        m_events.push_back(
+            {.kind = DocumentEvent::Kind::modified, .document = &document, .first = document.isModified()});
+}
+
 // Other threads wait for the end of undoing by asking again: they may hold what the change of a module waits for.
 void CWorkspace::refuseWhileMoving() const {
     if (m_moving == Moving::no || isOwnChange()) return;

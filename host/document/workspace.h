@@ -27,6 +27,10 @@ public:
 
     // Whether there are changes that a save would keep.
     void setModified(CDocument& document, bool modified);
+    // The document was saved as it was at that revision, and in that file from now on.
+    void setSaved(CDocument& document, std::uint64_t revision, std::string path);
+    // Whatever was done to the document is no step of the history any more.
+    void forget(CDocument& document);
 
     // Called for each event, without the lock.
     void setSink(DocumentSink sink);

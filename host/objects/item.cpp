@@ -80,6 +80,18 @@ KzResult kzGiveItem(Item* item, IKzUnknown** out) {
     return item != nullptr ? kzObjectOf(*item).give(out) : KZe_NOTFOUND;
 }
 
+CMeshData* kzMeshOf(const Item& item) {
+    auto* geometry = dynamic_cast<MeshGeometry*>(item.geometry.get());
+    return geometry != nullptr ? &geometry->mesh->data : nullptr;
+}
+
+void kzGiveMesh(Item& item, const CMeshData& mesh) {
+    auto geometry = std::make_shared<MeshGeometry>();
+    geometry->mesh->data.assign(mesh);
+    geometry->recorded = std::make_shared<const CMeshData>(mesh);
+    item.geometry = std::move(geometry);
+}
+
 CItem::CItem(Item& item)
     : m_workspace(item.document.workspace().shared_from_this()), m_type(item.type), m_item(&item) {}
 

@@ -92,6 +92,11 @@ private:
 CHostRef<CItem> kzObjectOf(Item& item);
 KzResult kzGiveItem(Item* item, IKzUnknown** out);
 
+// The mesh of an item; null if it has none. The lock must be held.
+CMeshData* kzMeshOf(const Item& item);
+// Gives a mesh to an item that is new in its document. It is no step of the history.
+void kzGiveMesh(Item& item, const CMeshData& mesh);
+
 // The channel at that index or of that name; throws OUTOFBOUNDS or NOTFOUND. The lock must be held.
 const ChannelInfo& kzChannelAt(const Item& item, std::int32_t index);
 std::int32_t kzChannelIndex(const Item& item, std::string_view name);

@@ -99,6 +99,11 @@ public:
     CElementTable<MeshMapData> maps;
 
     CElementTable<MeshEdge>& edges() { return m_isCurrent ? m_edges : connect(); }
+    // Whether any edge has a value of its own. Asking does not compute the edges.
+    bool hasEdgeValues() const {
+        return std::any_of(m_edges.begin(), m_edges.end(),
+                           [](const MeshEdge& edge) { return edge.crease != 0 || edge.marks != 0; });
+    }
     // The corners that stand at a point.
     std::span<const MeshCorner> cornersAt(KzElementId point);
     // The edges that end at a point, in their order.

@@ -169,6 +169,11 @@ bool CScene::scene_IsReference() { return false; }
 std::uint32_t CScene::scene_SubSceneCount() { return 0; }
 KzResult CScene::scene_SubSceneByIndex(std::uint32_t /*index*/, IKzUnknown** /*scene*/) { return KZe_OUTOFBOUNDS; }
 
+KzResult CScene::scene_Assets(IKzUnknown** assets) {
+    open();
+    return handOver(kzMakeSceneAssets(self()), assets);
+}
+
 KzResult CScene::scene_Channels(const char* action, double time, IKzUnknown** read) {
     return handOver(kzMakeChannelRead(self(), actionName(action), time), read);
 }

@@ -34,6 +34,7 @@ public:
     KzResult scene_WriteChannels(const char* action, double time, IKzUnknown** write) override;
     std::uint32_t scene_SubSceneCount() override;
     KzResult scene_SubSceneByIndex(std::uint32_t index, IKzUnknown** scene) override;
+    KzResult scene_Assets(IKzUnknown** assets) override;
 
     CDocument& document() const noexcept { return *m_document; }
     // Removes all items. Items that are still referenced become invalid.
@@ -49,6 +50,9 @@ private:
 CHostRef<CScene> kzOpenScene(CWorkspace& workspace, std::string name);
 // The object of an open document: always the same one. The lock must be held.
 CHostRef<CScene> kzObjectOf(CDocument& document);
+
+// The files that the items of a scene name in their channels.
+IKzUnknown* kzMakeSceneAssets(CHostRef<CScene> scene);
 
 IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph);
 

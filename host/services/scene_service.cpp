@@ -1,4 +1,4 @@
-// The scene service: makes, finds and closes scenes, and lists the item types.
+// The scene service: makes, loads, saves, finds and closes scenes, and lists the item types.
 #include "host/services/scene_service.h"
 
 #include "host/core/object.h"
@@ -8,7 +8,10 @@
 #include "host/objects/envelope.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
+#include "host/objects/scene_files.h"
+#include "host/document/transform_values.h"
 #include "host/objects/transforms.h"
+#include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
 #include <algorithm>
@@ -20,13 +23,29 @@ namespace {
 
 class CSceneService final : public CHosted<"scene service", CSceneService, CKzIfc_SceneService>, CServiceBase {
 public:
-    CSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes)
-        : CServiceBase(std::move(context)), m_scenes(std::move(scenes)) {}
+    CSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes,
+                  std::shared_ptr<CSceneFiles> files, std::shared_ptr<CPathAliases> aliases)
+        : CServiceBase(std::move(context)), m_scenes(std::move(scenes)), m_files(std::move(files)),
+          m_aliases(std::move(aliases)) {}
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
         enter("Scene.Create");
         m_scenes->list.push_back(kzOpenScene(*m_scenes->workspace, kzString(name)));
         return m_scenes->list.back().give(scene);
+    }
+    KzResult sceneservice_Load(const char* path, IKzUnknown* monitor, IKzUnknown** scene) override {
+        enter("Scene.Load");
+        return m_files->load(m_aliases->place(path), monitor).give(scene);
+    }
+    KzResult sceneservice_Import(const char* path, IKzUnknown* scene, IKzUnknown* monitor) override {
+        enter("Scene.Import");
+        m_files->import(m_aliases->place(path), *kzOwn<CScene>(scene), monitor);
+        return KZe_OK;
+    }
+    KzResult sceneservice_Save(IKzUnknown* scene, const char* path, const char* format) override {
+        enter("Scene.Save");
+        const std::string place = kzTextOf(path).empty() ? std::string() : m_aliases->place(path);
+        return m_files->save(*kzOwn<CScene>(scene), place, kzString(format));
     }
     KzResult sceneservice_Close(IKzUnknown* scene) override {
         enter("Scene.Close");
@@ -46,9 +65,9 @@ public:
     }
     KzResult sceneservice_Lookup(const char* path, IKzUnknown** scene) override {
         enter("Scene.Lookup");
+        const std::string place = m_aliases->expand(kzTextOf(path)).value_or(std::string());
         for (const auto& open : m_scenes->list)
-            if (!open->document().filename().empty() && open->document().filename() == kzTextOf(path))
-                return open.give(scene);
+            if (!place.empty() && open->document().filename() == place) return open.give(scene);
         return kzBecause(KZe_NOTFOUND, "Scene.Lookup", [&] {
             return kzThereIsNo("open scene", kzTextOf(path), m_scenes->list,
                                [](const auto& open) { return open->document().filename(); });
@@ -182,6 +201,8 @@ private:
     }
 
     std::shared_ptr<OpenScenes> m_scenes;
+    std::shared_ptr<CSceneFiles> m_files;
+    std::shared_ptr<CPathAliases> m_aliases;
 };
 
 }  // namespace

@@ -330,6 +330,25 @@ TEST_F(KzHostTest, CommandsAreExecutedQueriedAndListed) {
     EXPECT_NE(run({"servers"}).out.find("lineinterpreter"), std::string::npos);
 }
 
+TEST_F(KzHostTest, ScenesAreShownConvertedAndOpened) {
+    const std::string scene = write("a.kzscene", "kzscene 1\nscene \"a\"\nitem \"mesh\" \"m\"\nvalue \"pos.X\" 2\nmesh\n"
+                                                 "point 0 0 0\npoint 1 0 0\npoint 0 1 0\npolygon face 0 0 1 2\nend 1\n");
+    const std::string facts = "  1 mesh\n  3 points, 1 polygons\n  from 2 0 0 to 3 1 0 m\n";
+    expect(run({"scene", "info", scene}), 0, "FOLDER/a.kzscene\n" + facts);
+    expect(run({"scene", "convert", scene, path("b.kzscene")}), 0, "FOLDER/b.kzscene\n" + facts);
+    expect(run({"scene", "info", path("b.kzscene")}), 0, "FOLDER/b.kzscene\n" + facts);
+    const std::string script = write("s.py", "import kz; print kz.service.Scene().Current().Name()");
+    expect(run({"--scene", scene, "run", script}), 0, "a\n");
+    const std::string bad = write("bad.kzscene", "kzscene 9\n");
+    const std::tuple<std::vector<std::string>, int, const char*> refused[] = {
+        {{"scene", "info", bad}, 1, "line 1, column 9: the format has version 9"},
+        {{"scene", "convert", scene, path("a.nothing")}, 1, "no saver of scenes is for this extension"},
+        {{"--scene", bad, "run", script}, 1, "line 1, column 9"},
+        {{"--scene", scene, "eval", "1"}, 2, "--scene is for run"},
+        {{"scene"}, 2, "subcommand"}};
+    for (const auto& [words, status, why] : refused) expect(run(words), status, "", {why});
+}
+
 TEST_F(KzHostTest, PasswordsAreAskedForWithoutBeingShown) {
     serve("login.py", R"(
         import kz, kzu.command

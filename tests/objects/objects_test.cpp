@@ -31,7 +31,7 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(, ObjectsTest, testing::Values("image", "kzu_objects", "mesh", "scene", "shapes"));
+INSTANTIATE_TEST_SUITE_P(, ObjectsTest, testing::Values("files", "image", "kzu_objects", "mesh", "scene", "shapes"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -50,6 +50,7 @@ public:
         scenes->Create("test", add("scene"));
         const CKzUser_Scene scene(last());
         scene.Channels(nullptr, 0, add("channel reader"));
+        scene.Assets(add("scene assets"));
         scene.WriteChannels(nullptr, 0, add("channel writer"));
         scene.ItemAdd(type, add("item"));
         const CKzUser_Item item(last());
