@@ -28,6 +28,7 @@
 #include "host/objects/document_undo.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/served_modifiers.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
 #include "host/objects/presets.h"
@@ -159,6 +160,7 @@ HostParts::HostParts()
       reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
       types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
+      modifiers(std::make_shared<CServedModifiers>(modules)),
       undo(kzMakeUndoBlocks(scenes->workspace)),
       persistence(std::make_shared<CPersistence>(preferences, types, log)),
       memory(std::make_shared<CSessionMemory>(CSessionMemory::Parts{commandState, log, persistence, preferences,
@@ -179,6 +181,7 @@ HostParts::HostParts()
         const auto entries = weak.lock();
         if (entries && server.className == KZa_PERSISTENCECLIENT) entries->configureServer(server);
     });
+    scenes->workspace->setModifierSource(modifiers);
     addCommands(*this);
     addServices(*this);
 }

@@ -25,6 +25,7 @@ class CPresets;
 class CPropertyTable;
 class CReasonBook;
 class CResultCache;
+class CServedModifiers;
 class CServiceRegistry;
 class CSessionMemory;
 class CTextBoard;
@@ -60,6 +61,7 @@ struct HostParts {
     std::shared_ptr<CResultCache> results;
     std::shared_ptr<CValueTypeRegistry> types;
     std::shared_ptr<OpenScenes> scenes;  // from above the core, as commands and scripts make steps of its history
+    std::shared_ptr<CServedModifiers> modifiers;
     std::shared_ptr<CUndoBlocks> undo;
     std::shared_ptr<CPersistence> persistence;
     std::shared_ptr<CSessionMemory> memory;

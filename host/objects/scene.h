@@ -58,11 +58,8 @@ IKzUnknown* kzMakeChannelWrite(CHostRef<CScene> scene, std::string action, doubl
 // Sets the value of a channel; throws a code, and logs the reason, if it takes no such value.
 void kzWriteChannel(Item& item, const ChannelInfo& channel, KzCell cell, CEdit& edit);
 
-// The matrices of locators, from their channels and their parents. The lock must be held.
-// Scales first, then rotates, then moves. The identity for an item that is no locator.
-KzMatrix4 kzLocalMatrix(const Item& item);
-KzMatrix4 kzWorldMatrix(const Item& item);
-// The value of a channel that is a matrix; nothing for others.
-std::optional<KzMatrix4> kzMatrixOf(const Item& item, const ChannelInfo& channel);
+// Where an item is at that time: from its own space to the world. The identity for one that is no locator. The caller must
+// not hold the lock.
+KzMatrix4 kzWorldMatrix(CItem& item, double time);
 
 }  // namespace kzhost
