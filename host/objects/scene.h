@@ -32,6 +32,9 @@ public:
     KzResult scene_GraphByIndex(std::uint32_t index, IKzUnknown** graph) override;
     KzResult scene_Channels(const char* action, double time, IKzUnknown** read) override;
     KzResult scene_WriteChannels(const char* action, double time, IKzUnknown** write) override;
+    std::uint32_t scene_ActionCount(std::uint32_t types) override;
+    KzResult scene_ActionByIndex(std::uint32_t index, IKzUnknown** clip) override;
+    KzResult scene_ActionAdd(const char* name, std::int32_t type, IKzUnknown** clip) override;
     std::uint32_t scene_SubSceneCount() override;
     KzResult scene_SubSceneByIndex(std::uint32_t index, IKzUnknown** scene) override;
 
@@ -51,6 +54,9 @@ CHostRef<CScene> kzOpenScene(CWorkspace& workspace, std::string name);
 CHostRef<CScene> kzObjectOf(CDocument& document);
 
 IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph);
+
+// An action as the document calls it.
+IKzUnknown* kzMakeActionClip(CHostRef<CScene> scene, std::string action);
 
 // Readers and writers of the channels of a scene's items.
 IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double time);
