@@ -14,6 +14,7 @@
 #include <bit>
 #include <cstring>
 #include <unordered_set>
+#include <utility>
 
 namespace kzhost {
 
@@ -97,13 +98,15 @@ std::vector<EvaluatedValue> CEvaluation::read(std::span<const ChannelRef> channe
     CWorkspace& workspace = m_document.workspace();
     const auto& source = workspace.modifierSource();
     const auto modifiers = source != nullptr ? source->modifiers(m_document) : nullptr;
-    std::unique_ptr<Request> request;
+    // What may be the last reference to a module's object goes without the lock.
+    std::shared_ptr<const ModifierSet> former;
+    std::unique_ptr<Request> request, next;
     CModifier::Outputs outputs;
     for (int attempt = 0;;) {
         {
             const CReading reading(workspace);
             if (m_modifiers != modifiers || m_entries.size() > mostEntries) clear();
-            m_modifiers = modifiers;
+            former = std::exchange(m_modifiers, modifiers);
             if (request != nullptr && (request->stamp == m_document.stamp() || ++attempt >= mostAttempts))
                 keep(request->key, std::move(outputs), std::move(request->from), request->stamp);
             std::vector<EvaluatedValue> values;
@@ -111,9 +114,10 @@ std::vector<EvaluatedValue> CEvaluation::read(std::span<const ChannelRef> channe
                 for (const ChannelRef& each : channels) values.push_back(evaluate(keyOf(*each.item, *each.channel, time)));
                 return values;
             } catch (const ModuleIsNeeded&) {
-                request = std::move(m_request);
+                next = std::move(m_request);
             }
         }
+        request = std::move(next);
         outputs = runUnlocked(*request);
     }
 }

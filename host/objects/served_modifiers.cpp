@@ -134,7 +134,13 @@ std::shared_ptr<const ModifierSet> CServedModifiers::modifiers(CDocument& docume
     set->index();
     if (set->all.empty()) known.set = nullptr;
     else if (known.set == nullptr || known.set->all != set->all) known.set = std::move(set);
+    std::vector<Known> closed;  // which go without the lock
     const std::lock_guard guard(m_lock);
+    std::erase_if(m_known, [&](auto& each) {
+        if (each.second.root == nullptr || each.second.root->isPresent) return false;
+        closed.push_back(std::move(each.second));
+        return true;
+    });
     std::swap(m_known[&document], known);
     return m_known[&document].set;
 }
