@@ -66,6 +66,20 @@ const std::string turns = R"(
     for which in 0, 1:
         kz.service.Application().SetProperty('bench.%d' % which, repr(sorted(pair[which] for pair in times)[50]))
     cost = 0)"_lines;
+// All driven by one channel, which changes first.
+const std::string driven = R"(
+    scenes = kz.service.Scene()
+    scene, kind = scenes.Create('bench'), scenes.ItemTypeLookup('locator')
+    items, links = [scene.ItemAdd(kind) for i in xrange(n + 1)], scene.GraphLookup('channelLinks')
+    source, x = items.pop(), items[0].ChannelLookup('pos.X')
+    for item in items: links.AddLink(source, x, item, x)
+    write, read = scene.WriteChannels(None, 0.0), scene.Channels(None, 0.0)
+    for item in items: read.Double(item, x)
+    begin = time.clock()
+    write.Double(source, x, 2.0)
+    for item in items: read.Double(item, x)
+    cost = time.clock() - begin
+    scenes.Close(scene))"_lines;
 // What the process has gained when that many texts of a megabyte have been executed.
 const std::string texts = R"(
     def memory(): return int(open('/proc/self/statm').read().split()[1]) * 4096
@@ -183,6 +197,7 @@ int main(int count, char** arguments) {
     CGrowthHost host;
     bool good = contest("print with a comma at the end", 20000, [&](int n) { return host.run(prints, n); });
     good &= contest("appending to a storage", 20000, [&](int n) { return host.run(appends, n); });
+    good &= contest("evaluating driven channels", 1000, [&](int n) { return host.run(driven, n); });
     good &= contest("blessing classes", 500, [&](int n) { return host.run(blessings, n); });
     good &= contest("blessing classes and using them", 100, [&](int n) { return host.run(used, n); });
     good &= compareKept("memory that command texts keep", 50, host);

@@ -31,6 +31,7 @@
 #include "host/objects/open_scenes.h"
 #include "host/objects/presets.h"
 #include "host/objects/scene_files.h"
+#include "host/objects/served_modifiers.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
 #include "host/services/color_mapping_service.h"
@@ -161,7 +162,8 @@ HostParts::HostParts()
       log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
       types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
-      undo(kzMakeUndoBlocks(scenes->workspace)), persistence(std::make_shared<CPersistence>(preferences, types, log)),
+      modifiers(std::make_shared<CServedModifiers>(modules)), undo(kzMakeUndoBlocks(scenes->workspace)),
+      persistence(std::make_shared<CPersistence>(preferences, types, log)),
       memory(std::make_shared<CSessionMemory>(
           CSessionMemory::Parts{commandState, log, persistence, preferences, properties, userValues, types})),
       scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
@@ -181,6 +183,7 @@ HostParts::HostParts()
         const auto entries = weak.lock();
         if (entries && server.className == KZa_PERSISTENCECLIENT) entries->configureServer(server);
     });
+    scenes->workspace->setModifierSource(modifiers);
     addCommands(*this);
     addServices(*this);
 }

@@ -26,6 +26,7 @@ class CPropertyTable;
 class CReasonBook;
 class CResultCache;
 class CSceneFiles;
+class CServedModifiers;
 class CServiceRegistry;
 class CSessionMemory;
 class CTextBoard;
@@ -62,6 +63,7 @@ struct HostParts {
     std::shared_ptr<CResultCache> results;
     std::shared_ptr<CValueTypeRegistry> types;
     std::shared_ptr<OpenScenes> scenes;  // from above the core, as commands and scripts make steps of its history
+    std::shared_ptr<CServedModifiers> modifiers;
     std::shared_ptr<CUndoBlocks> undo;
     std::shared_ptr<CPersistence> persistence;
     std::shared_ptr<CSessionMemory> memory;

@@ -18,6 +18,7 @@
 #include "host/host_parts.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/served_modifiers.h"
 #include "host/services/application.h"
 #include "host/state/call_watch.h"
 #include "host/state/path_aliases.h"
@@ -47,6 +48,7 @@ CKzHost::~CKzHost() {
     reasons().writeCounts();
     scripts().clear();
     m_parts->scenes->list.clear();
+    m_parts->modifiers->clear();
     modules().clear();
     log().close();
     modules().setApplication(nullptr);
@@ -82,6 +84,7 @@ KzResult CKzHost::adopt(const std::string& name, IKzUnknown* module) {
 
 void CKzHost::unload() {
     m_parts->jobThreads->finish();  // jobs belong to modules
+    m_parts->modifiers->clear();
     modules().clear();
 }
 

@@ -32,7 +32,7 @@ const ItemType& poseType() {
 }
 
 std::optional<KzCell> cellAt(const ActionValue& action, const ChannelInfo& channel, double time) {
-    if (action.curve == nullptr) return action.value;
+    if (action.curve == nullptr || action.curve->keys().empty()) return action.value;
     const auto number = action.curve->value(time);
     return number ? kzFit(channel, *number) : std::nullopt;
 }
@@ -147,7 +147,8 @@ std::shared_ptr<const EnvelopeData> kzCurveOf(const Item& item, const ChannelInf
 
 const ActionValue* kzKeyedAction(const Item& item, const ChannelInfo& channel) {
     for (const char* action : {KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP})
-        if (const ActionValue* value = kzActionValue(item, channel, action); value != nullptr && value->curve) return value;
+        if (const ActionValue* value = kzActionValue(item, channel, action); value != nullptr && value->curve && !value->curve->keys().empty())
+            return value;
     return nullptr;
 }
 

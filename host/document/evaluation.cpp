@@ -14,6 +14,7 @@
 #include <bit>
 #include <cstring>
 #include <unordered_set>
+#include <utility>
 
 namespace kzhost {
 
@@ -38,12 +39,18 @@ std::optional<double> kzNumberOf(const EvaluatedValue& value) {
     return cell != nullptr ? kzNumberOf(*cell) : std::nullopt;
 }
 
+ChannelRef kzChannelRef(Item& item, const ChannelInfo& channel) {
+    const auto own = std::ranges::find(item.userChannels, &channel, &std::shared_ptr<ChannelInfo>::get);
+    if (own != item.userChannels.end()) return {item.shared_from_this(), *own};
+    return {item.shared_from_this(), {std::shared_ptr<void>(), &channel}};  // a type's, which stays
+}
+
 void ModifierSet::index() {
     for (const auto& modifier : all) {
         m_byItem.emplace(modifier->item.get(), modifier.get());
         for (std::size_t i = 0; i < modifier->outputs.size(); ++i) {
             const ChannelRef& channel = modifier->outputs[i].channel;
-            m_writers[{channel.item.get(), channel.channel}].push_back({modifier.get(), i});
+            m_writers[{channel.item.get(), channel.channel.get()}].push_back({modifier.get(), i});
         }
     }
 }
@@ -81,7 +88,7 @@ std::size_t CEvaluation::KeyHash::operator()(const Key& key) const noexcept {
 }
 
 EvaluatedValue CEvaluation::read(Item& item, const ChannelInfo& channel, double time) {
-    const ChannelRef one{item.shared_from_this(), &channel};
+    const ChannelRef one = kzChannelRef(item, channel);
     return read(std::span(&one, 1), time).front();
 }
 
@@ -91,13 +98,15 @@ std::vector<EvaluatedValue> CEvaluation::read(std::span<const ChannelRef> channe
     CWorkspace& workspace = m_document.workspace();
     const auto& source = workspace.modifierSource();
     const auto modifiers = source != nullptr ? source->modifiers(m_document) : nullptr;
-    std::unique_ptr<Request> request;
+    // What may be the last reference to a module's object goes without the lock.
+    std::shared_ptr<const ModifierSet> former;
+    std::unique_ptr<Request> request, next;
     CModifier::Outputs outputs;
     for (int attempt = 0;;) {
         {
             const CReading reading(workspace);
             if (m_modifiers != modifiers || m_entries.size() > mostEntries) clear();
-            m_modifiers = modifiers;
+            former = std::exchange(m_modifiers, modifiers);
             if (request != nullptr && (request->stamp == m_document.stamp() || ++attempt >= mostAttempts))
                 keep(request->key, std::move(outputs), std::move(request->from), request->stamp);
             std::vector<EvaluatedValue> values;
@@ -105,9 +114,10 @@ std::vector<EvaluatedValue> CEvaluation::read(std::span<const ChannelRef> channe
                 for (const ChannelRef& each : channels) values.push_back(evaluate(keyOf(*each.item, *each.channel, time)));
                 return values;
             } catch (const ModuleIsNeeded&) {
-                request = std::move(m_request);
+                next = std::move(m_request);
             }
         }
+        request = std::move(next);
         outputs = runUnlocked(*request);
     }
 }
@@ -182,7 +192,8 @@ EvaluatedValue CEvaluation::evaluate(const Key& root) {
             beginAgain(top);
         }
         if (expand(top)) continue;
-        keep(top.key, compute(top), std::move(top.from), m_document.stamp());
+        auto values = compute(top);
+        keep(top.key, std::move(values), std::move(top.from), m_document.stamp());
         leave();
     }
     return valueOf(root);
@@ -198,6 +209,7 @@ bool CEvaluation::isPossiblyFresh(const Key& key, const Entry& entry) const {
     if (key.item->stamp > entry.computed || m_document.actionStamp() > entry.computed) return false;
     if (key.layer != ofModifier || key.subject == nullptr) return true;
     const auto& modifier = *static_cast<const CModifier*>(key.subject);
+    if (modifier.readsAnyTime && entry.computed < m_document.stamp()) return false;
     const auto isOld = [&](const ItemRef& item) { return item->stamp <= entry.computed; };
     return std::ranges::all_of(modifier.watched, isOld) && std::ranges::all_of(modifier.inputs, [&](const auto& input) {
                return input.reads != CModifier::Reads::links || isOld(input.channel.item);

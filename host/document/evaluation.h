@@ -23,10 +23,12 @@
 
 namespace kzhost {
 
+// A channel that stays there however the item changes.
 struct ChannelRef {
     ItemRef item;
-    const ChannelInfo* channel;
+    std::shared_ptr<const ChannelInfo> channel;
 };
+ChannelRef kzChannelRef(Item& item, const ChannelInfo& channel);
 
 // Nothing, a stored value, or a matrix.
 using EvaluatedValue = std::variant<std::monostate, KzCell, KzMatrix4>;
@@ -63,6 +65,7 @@ public:
     std::string server;
     std::vector<Input> inputs;
     std::vector<Output> outputs;
+    bool readsAnyTime = false;     // whatever changes in the document may matter
     std::vector<ItemRef> watched;  // it also depends on everything of these items
     std::vector<ItemRef> first;    // items whose modifiers run before
 };

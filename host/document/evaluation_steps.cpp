@@ -40,11 +40,13 @@ EvaluatedValue converted(const EvaluatedValue& value, const ChannelInfo& channel
     if (std::holds_alternative<KzMatrix4>(value)) return isMatrix(channel) ? value : EvaluatedValue();
     if (channel.type == nullptr) return {};
     if (const auto number = kzNumberOf(value); number && !std::holds_alternative<std::string>(channel.initial)) {
-        auto cell = kzFit(channel, *number);
-        return cell ? EvaluatedValue(std::move(*cell)) : EvaluatedValue();
+        const auto cell = kzFit(channel, *number);
+        if (!cell) return {};
+        return EvaluatedValue(std::in_place_type<KzCell>, *cell);
     }
     const auto* cell = std::get_if<KzCell>(&value);
-    return cell != nullptr && cell->index() == channel.initial.index() ? value : EvaluatedValue();
+    if (cell == nullptr || cell->index() != channel.initial.index()) return {};
+    return value;
 }
 
 EvaluatedValue storedValue(const Item& item, const ChannelInfo& channel, double time) {
@@ -195,7 +197,7 @@ std::vector<EvaluatedValue> CEvaluation::computeRun(const Frame& frame) {
     const HostModifier& own = *kzHostModifier(frame.key.item->type);
     std::vector<EvaluatedValue> outputs;
     for (const double number : own.compute(inputsOf(frame, own))) {
-        if (std::isfinite(number)) outputs.emplace_back(KzCell(number));
+        if (std::isfinite(number)) outputs.emplace_back(std::in_place_type<KzCell>, number);
         else {
             outputs.emplace_back();
             kzBecause(KZe_OUTOFBOUNDS, "Evaluation", [&] {
@@ -226,13 +228,15 @@ EvaluatedValue CEvaluation::computeChannel(const Frame& frame) {
     const Item& item = *frame.key.item;
     const auto& channel = *static_cast<const ChannelInfo*>(frame.key.subject);
     const auto orStored = [&](EvaluatedValue value) {
-        return std::holds_alternative<std::monostate>(value) ? storedValue(item, channel, frame.key.time) : value;
+        if (std::holds_alternative<std::monostate>(value)) return storedValue(item, channel, frame.key.time);
+        return value;
     };
     if (frame.key.layer > 0) {
         const std::size_t output = m_modifiers->writersOf(item, channel)[frame.key.layer - 1].output;
-        const EvaluatedValue value =
-            frame.from.size() > 1 ? converted(valueOf(frame.from[1], output), channel) : EvaluatedValue();
-        return std::holds_alternative<std::monostate>(value) ? valueOf(frame.from[0]) : value;
+        if (frame.from.size() < 2) return valueOf(frame.from[0]);
+        const EvaluatedValue value = converted(valueOf(frame.from[1], output), channel);
+        if (std::holds_alternative<std::monostate>(value)) return valueOf(frame.from[0]);
+        return value;
     }
     if (const HostModifier* own = kzHostModifier(item.type); own != nullptr)
         if (const auto output = kzOutputOf(*own, channel.name))

@@ -48,10 +48,10 @@ KzResult CRaycast::raycast_AddMesh(IKzUnknown* mesh, const KzMatrix4* xfrm, std:
     return KZe_OK;
 }
 
-KzResult CRaycast::raycast_AddItem(IKzUnknown* item, double /*time*/, std::uint32_t* index) {
+KzResult CRaycast::raycast_AddItem(IKzUnknown* item, double time, std::uint32_t* index) {
     const auto own = kzOwn<CItem>(item);
     *index = static_cast<std::uint32_t>(m_meshes.size());
-    add(own->mesh(), kzWorldMatrix(*own->read()));
+    add(own->mesh(), kzWorldMatrix(*own, time));
     return KZe_OK;
 }
 

@@ -2,6 +2,7 @@
 #include "host/objects/scene.h"
 
 #include "host/core/reasons.h"
+#include "host/document/animation.h"
 #include "host/state/text.h"
 
 #include <algorithm>
@@ -14,13 +15,17 @@ namespace kzhost {
 
 namespace {
 
-// All actions share the values of the scene. Throws NOTFOUND for an unknown action.
-std::string actionName(const char* action) {
+// What the document calls the action; empty for null. Throws NOTFOUND for an unknown one.
+std::string actionOf(const CDocument& document, const char* action) {
     const std::string name(kzTextOf(action));
-    static const std::vector<std::string> actions = {KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP,
-                                                     KZs_ACTIONLAYER_STATIC};
-    if (name.empty() || std::find(actions.begin(), actions.end(), name) != actions.end()) return name;
-    throw kzBecause(KZe_NOTFOUND, "Scene.Channels", [&] { return kzThereIsNo("action", name, actions); });
+    if (name.empty()) return name;
+    const CReading reading(document.workspace());
+    if (auto found = kzFindAction(document, name)) return *found;
+    throw kzBecause(KZe_NOTFOUND, "Scene.Channels", [&] {
+        std::vector<std::string> names(kzSceneActions.begin(), kzSceneActions.end());
+        for (const Item* item : kzActionItems(document)) names.push_back(item->name);
+        return kzThereIsNo("action", name, names);
+    });
 }
 
 KzResult handOver(IKzUnknown* object, IKzUnknown** out) {
@@ -175,11 +180,11 @@ KzResult CScene::scene_Assets(IKzUnknown** assets) {
 }
 
 KzResult CScene::scene_Channels(const char* action, double time, IKzUnknown** read) {
-    return handOver(kzMakeChannelRead(self(), actionName(action), time), read);
+    return handOver(kzMakeChannelRead(self(), actionOf(*m_document, action), time), read);
 }
 
 KzResult CScene::scene_WriteChannels(const char* action, double time, IKzUnknown** write) {
-    return handOver(kzMakeChannelWrite(self(), actionName(action), time), write);
+    return handOver(kzMakeChannelWrite(self(), actionOf(*m_document, action), time), write);
 }
 
 }  // namespace kzhost

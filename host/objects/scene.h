@@ -32,6 +32,9 @@ public:
     KzResult scene_GraphByIndex(std::uint32_t index, IKzUnknown** graph) override;
     KzResult scene_Channels(const char* action, double time, IKzUnknown** read) override;
     KzResult scene_WriteChannels(const char* action, double time, IKzUnknown** write) override;
+    std::uint32_t scene_ActionCount(std::uint32_t types) override;
+    KzResult scene_ActionByIndex(std::uint32_t index, IKzUnknown** clip) override;
+    KzResult scene_ActionAdd(const char* name, std::int32_t type, IKzUnknown** clip) override;
     std::uint32_t scene_SubSceneCount() override;
     KzResult scene_SubSceneByIndex(std::uint32_t index, IKzUnknown** scene) override;
     KzResult scene_Assets(IKzUnknown** assets) override;
@@ -56,17 +59,17 @@ IKzUnknown* kzMakeSceneAssets(CHostRef<CScene> scene);
 
 IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph);
 
+// An action as the document calls it.
+IKzUnknown* kzMakeActionClip(CHostRef<CScene> scene, std::string action);
+
 // Readers and writers of the channels of a scene's items.
 IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double time);
 IKzUnknown* kzMakeChannelWrite(CHostRef<CScene> scene, std::string action, double time);
 // Sets the value of a channel; throws a code, and logs the reason, if it takes no such value.
 void kzWriteChannel(Item& item, const ChannelInfo& channel, KzCell cell, CEdit& edit);
 
-// The matrices of locators, from their channels and their parents. The lock must be held.
-// Scales first, then rotates, then moves. The identity for an item that is no locator.
-KzMatrix4 kzLocalMatrix(const Item& item);
-KzMatrix4 kzWorldMatrix(const Item& item);
-// The value of a channel that is a matrix; nothing for others.
-std::optional<KzMatrix4> kzMatrixOf(const Item& item, const ChannelInfo& channel);
+// Where an item is at that time: from its own space to the world. The identity for one that is no locator. The caller must
+// not hold the lock.
+KzMatrix4 kzWorldMatrix(CItem& item, double time);
 
 }  // namespace kzhost

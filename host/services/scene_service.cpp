@@ -4,6 +4,7 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/document/evaluation.h"
 #include "host/objects/curve.h"
 #include "host/objects/envelope.h"
 #include "host/objects/open_scenes.h"
@@ -15,6 +16,8 @@
 #include "host/state/text.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <utility>
 
 namespace kzhost {
@@ -145,13 +148,24 @@ public:
             });
         return KZe_OK;
     }
-    KzResult sceneservice_LocatorTransform(IKzUnknown* locator, double /*time*/, KzVector3* position, KzVector3* angles,
+    KzResult sceneservice_LocatorTransform(IKzUnknown* locator, double time, KzVector3* position, KzVector3* angles,
                                            KzVector3* scale) override {
         enter("Scene.LocatorTransform");
-        const auto item = located(locator);
-        *position = vectorOf(*item, KZsICHAN_XFRMPOSITION_POS_X);
-        *angles = vectorOf(*item, KZsICHAN_XFRMROTATION_ROT_X);
-        *scale = vectorOf(*item, KZsICHAN_XFRMSCALE_SCL_X);
+        if (!std::isfinite(time)) return KZe_INVALIDARG;
+        std::vector<ChannelRef> channels;
+        CEvaluation* evaluation = nullptr;
+        {
+            const auto item = located(locator);
+            evaluation = &item->document.evaluation();
+            for (const char* name : {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMSCALE_SCL_X})
+                for (std::int32_t i = 0, first = kzChannelIndex(*item, name); i < 3; ++i)
+                    channels.push_back(kzChannelRef(*item, kzChannelAt(*item, first + i)));
+        }
+        const auto values = evaluation->read(channels, time);  // all of one moment
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            KzVector3& vector = *std::array{position, angles, scale}[i / 3];
+            vector.v[i % 3] = kzNumberOf(values[i]).value_or(0);
+        }
         return KZe_OK;
     }
     KzResult sceneservice_SetLocatorPosition(IKzUnknown* locator, const KzVector3* position, double time,
@@ -180,13 +194,6 @@ private:
         auto item = kzOwn<CItem>(locator)->read();
         if (item->findChannel(KZsICHAN_LOCATOR_WORLDMATRIX) < 0) throw KZe_INVALIDARG;
         return item;
-    }
-    static KzVector3 vectorOf(const Item& item, const char* firstChannel) {
-        const std::int32_t first = kzChannelIndex(item, firstChannel);
-        KzVector3 vector{};
-        for (std::int32_t i = 0; i < 3; ++i)
-            vector.v[i] = kzNumberOf(item.valueOf(kzChannelAt(item, first + i))).value_or(0);
-        return vector;
     }
     static KzResult setVector(IKzUnknown* locator, const char* firstChannel, const KzVector3* value, double time,
                               const char* action) {
