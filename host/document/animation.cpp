@@ -49,7 +49,8 @@ KzCell layeredCell(const Item& item, const ChannelInfo& channel, double time, st
         return cell;
     };
     if (time != KZiCHANTIME_SETUP)
-        if (const auto cell = take(KZiCHANSOURCE_ACTION, cellOf(item, channel, KZs_ACTIONLAYER_ANIM, time))) return *cell;
+        if (const auto cell = take(KZiCHANSOURCE_ACTION, cellOf(item, channel, KZs_ACTIONLAYER_ANIM, time)))
+            return *cell;
     if (const auto cell = take(KZiCHANSOURCE_SETUP, cellOf(item, channel, KZs_ACTIONLAYER_SETUP, time))) return *cell;
     const auto state = item.values.find(&channel);
     const bool isSet = state != item.values.end() && state->second.value;
@@ -103,7 +104,9 @@ void mixIn(const ActiveClip& clip, const ChannelInfo& channel, double time, KzCe
 
 }  // namespace
 
-bool kzIsSceneAction(std::string_view action) { return std::ranges::find(kzSceneActions, action) != kzSceneActions.end(); }
+bool kzIsSceneAction(std::string_view action) {
+    return std::ranges::find(kzSceneActions, action) != kzSceneActions.end();
+}
 
 bool kzIsActionItem(const Item& item) { return &item.type == &clipType() || &item.type == &poseType(); }
 
@@ -147,7 +150,8 @@ std::shared_ptr<const EnvelopeData> kzCurveOf(const Item& item, const ChannelInf
 
 const ActionValue* kzKeyedAction(const Item& item, const ChannelInfo& channel) {
     for (const char* action : {KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP})
-        if (const ActionValue* value = kzActionValue(item, channel, action); value != nullptr && value->curve && !value->curve->keys().empty())
+        if (const ActionValue* value = kzActionValue(item, channel, action);
+            value != nullptr && value->curve && !value->curve->keys().empty())
             return value;
     return nullptr;
 }
@@ -182,7 +186,8 @@ KzCell kzStoredCell(const Item& item, const ChannelInfo& channel, double time, s
         if (edit) from = KZiCHANSOURCE_EDIT;
         cell = edit ? *edit : layeredCell(item, channel, time, from);
         if (!edit && time != KZiCHANTIME_SETUP)
-            for (const ActiveClip& clip : activeClips(item, state->second, time)) mixIn(clip, channel, time, cell, from);
+            for (const ActiveClip& clip : activeClips(item, state->second, time))
+                mixIn(clip, channel, time, cell, from);
     }
     if (source != nullptr) *source = from;
     return cell;
@@ -209,8 +214,12 @@ struct KeyNote {
             if (change.kind == Kind::keyRemoved) told.kind = Kind::keyAdded;
             if (change.kind == Kind::keyMoved) std::swap(told.time, told.oldTime);
         }
-        events.push_back({.kind = told.kind, .document = &item->document, .item = item, .text = channel,
-                          .time = told.time, .oldTime = told.oldTime});
+        events.push_back({.kind = told.kind,
+                          .document = &item->document,
+                          .item = item,
+                          .text = channel,
+                          .time = told.time,
+                          .oldTime = told.oldTime});
     }
 };
 
@@ -231,8 +240,8 @@ void kzSetAction(Item& item, const ChannelInfo& channel, ActionValue value, CEdi
     edit.setChannel(item, channel, std::move(state));
 }
 
-void kzSetCurve(Item& item, const ChannelInfo& channel, std::string_view action, std::shared_ptr<const EnvelopeData> curve,
-                KeyChange change, CEdit& edit) {
+void kzSetCurve(Item& item, const ChannelInfo& channel, std::string_view action,
+                std::shared_ptr<const EnvelopeData> curve, KeyChange change, CEdit& edit) {
     if (curve != nullptr && kzActionValue(item, channel, KZs_ACTIONLAYER_EDIT) != nullptr)
         kzSetAction(item, channel, {KZs_ACTIONLAYER_EDIT, {}, nullptr}, edit);
     kzSetAction(item, channel, {std::string(action), {}, std::move(curve)}, edit);

@@ -20,8 +20,8 @@
 
 namespace kzhost {
 
-inline constexpr std::array<const char*, 4> kzSceneActions = {KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP,
-                                              KZs_ACTIONLAYER_STATIC};
+inline constexpr std::array<const char*, 4> kzSceneActions = {KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM,
+                                                              KZs_ACTIONLAYER_SETUP, KZs_ACTIONLAYER_STATIC};
 // Whether the action is one of those that every scene has. Other actions are called by their items' identifiers.
 bool kzIsSceneAction(std::string_view action);
 bool kzIsActionItem(const Item& item);
@@ -59,8 +59,8 @@ struct KeyChange {
 // Sets what the action says; without a value and a curve, it says nothing from then on.
 void kzSetAction(Item& item, const ChannelInfo& channel, ActionValue value, CEdit& edit);
 // As above, and listeners hear how the keys changed. A value that was not keyed yet goes.
-void kzSetCurve(Item& item, const ChannelInfo& channel, std::string_view action, std::shared_ptr<const EnvelopeData> curve,
-                KeyChange change, CEdit& edit);
+void kzSetCurve(Item& item, const ChannelInfo& channel, std::string_view action,
+                std::shared_ptr<const EnvelopeData> curve, KeyChange change, CEdit& edit);
 // An envelope that suits the channel, without keys.
 EnvelopeData kzNewCurve(const ChannelInfo& channel);
 

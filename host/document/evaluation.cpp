@@ -111,7 +111,8 @@ std::vector<EvaluatedValue> CEvaluation::read(std::span<const ChannelRef> channe
                 keep(request->key, std::move(outputs), std::move(request->from), request->stamp);
             std::vector<EvaluatedValue> values;
             try {
-                for (const ChannelRef& each : channels) values.push_back(evaluate(keyOf(*each.item, *each.channel, time)));
+                for (const ChannelRef& each : channels)
+                    values.push_back(evaluate(keyOf(*each.item, *each.channel, time)));
                 return values;
             } catch (const ModuleIsNeeded&) {
                 next = std::move(m_request);
@@ -144,7 +145,8 @@ CModifier::Outputs CEvaluation::runUnlocked(const Request& request) const {
         return outputs;
     } catch (KzResult code) {
         kzBecause(code, "Evaluation", [&] {
-            return fmt::format("{} failed with {}; its channels keep what is stored", nameOf(request.key), kzCodeName(code));
+            return fmt::format("{} failed with {}; its channels keep what is stored", nameOf(request.key),
+                               kzCodeName(code));
         });
     } catch (const std::exception& error) {
         kzBecause(KZe_FAILED, "Evaluation", [&] { return fmt::format("{}: {}", nameOf(request.key), error.what()); });
@@ -184,7 +186,8 @@ EvaluatedValue CEvaluation::evaluate(const Key& root) {
         }
         if (top.phase < 0) {
             Entry& entry = m_entries.at(top.key);
-            if (std::ranges::all_of(top.from, [&](const Key& key) { return m_entries.at(key).changed <= entry.computed; })) {
+            if (std::ranges::all_of(top.from,
+                                    [&](const Key& key) { return m_entries.at(key).changed <= entry.computed; })) {
                 entry.verified = m_document.stamp();
                 leave();
                 continue;
@@ -242,8 +245,7 @@ void CEvaluation::refuseCircle(const std::vector<Frame>& stack, const Key& key) 
 }
 
 std::string CEvaluation::nameOf(const Key& key) const {
-    if (key.layer != ofModifier)
-        return key.item->uniqueName + ":" + static_cast<const ChannelInfo*>(key.subject)->name;
+    if (key.layer != ofModifier) return key.item->uniqueName + ":" + static_cast<const ChannelInfo*>(key.subject)->name;
     if (key.subject == nullptr) return key.item->uniqueName;
     const auto& modifier = *static_cast<const CModifier*>(key.subject);
     std::string text = fmt::format("the modifier \"{}\" of {}", modifier.server, key.item->uniqueName);

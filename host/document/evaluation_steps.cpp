@@ -20,14 +20,17 @@ namespace kzhost {
 namespace {
 
 constexpr const char* scales[] = {KZsICHAN_XFRMSCALE_SCL_X, KZsICHAN_XFRMSCALE_SCL_Y, KZsICHAN_XFRMSCALE_SCL_Z};
-constexpr const char* angles[] = {KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMROTATION_ROT_Y, KZsICHAN_XFRMROTATION_ROT_Z};
-constexpr const char* places[] = {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMPOSITION_POS_Y, KZsICHAN_XFRMPOSITION_POS_Z};
+constexpr const char* angles[] = {KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMROTATION_ROT_Y,
+                                  KZsICHAN_XFRMROTATION_ROT_Z};
+constexpr const char* places[] = {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMPOSITION_POS_Y,
+                                  KZsICHAN_XFRMPOSITION_POS_Z};
 
 const ChannelInfo* matrixChannel(const Item& item, const char* name) { return item.type.channel(name); }
 
 Item* locatorAbove(const Item& item) {
     Item* parent = item.parent;
-    while (parent != nullptr && matrixChannel(*parent, KZsICHAN_LOCATOR_WORLDMATRIX) == nullptr) parent = parent->parent;
+    while (parent != nullptr && matrixChannel(*parent, KZsICHAN_LOCATOR_WORLDMATRIX) == nullptr)
+        parent = parent->parent;
     return parent;
 }
 
@@ -150,12 +153,14 @@ bool CEvaluation::expandRun(Frame& frame, int phase) {
         for (const ItemRef& first : modifier.first)
             for (const CModifier* other : m_modifiers->of(*first))
                 if (other != &modifier) frame.from.push_back({first.get(), other, time, ofModifier});
-        for (std::size_t i = 0; i < modifier.inputs.size(); ++i) std::ranges::copy(inputKeys(modifier, i, time), std::back_inserter(frame.from));
+        for (std::size_t i = 0; i < modifier.inputs.size(); ++i)
+            std::ranges::copy(inputKeys(modifier, i, time), std::back_inserter(frame.from));
         return frame.from.size() > before;
     }
     const HostModifier& own = *kzHostModifier(item.type);
     if (phase == 0) {
-        for (std::size_t i = 0; i < own.inputs.size(); ++i) std::ranges::copy(inputKeys(item, own.inputs[i], time), std::back_inserter(frame.from));
+        for (std::size_t i = 0; i < own.inputs.size(); ++i)
+            std::ranges::copy(inputKeys(item, own.inputs[i], time), std::back_inserter(frame.from));
     } else if (phase == 1 && own.times) {
         const ChannelInfo& input = *item.type.channel(KZsICHAN_CHANMODIFY_INPUT);
         for (const double each : own.times(inputsOf(frame, own)))
@@ -201,8 +206,8 @@ std::vector<EvaluatedValue> CEvaluation::computeRun(const Frame& frame) {
         else {
             outputs.emplace_back();
             kzBecause(KZe_OUTOFBOUNDS, "Evaluation", [&] {
-                return fmt::format("{}:{} cannot be computed from its inputs; it keeps what is stored", nameOf(frame.key),
-                                   own.outputs[outputs.size() - 1]);
+                return fmt::format("{}:{} cannot be computed from its inputs; it keeps what is stored",
+                                   nameOf(frame.key), own.outputs[outputs.size() - 1]);
             });
         }
     }
@@ -211,11 +216,13 @@ std::vector<EvaluatedValue> CEvaluation::computeRun(const Frame& frame) {
 
 // Leaves the evaluation, which comes back when the module has computed it; or answers at once if there is nothing to compute.
 std::vector<EvaluatedValue> CEvaluation::request(const Frame& frame, const CModifier& modifier) {
-    const auto isLinked = [&](const auto& input) { return !linksTo(*input.channel.item, *input.channel.channel).empty(); };
+    const auto isLinked = [&](const auto& input) {
+        return !linksTo(*input.channel.item, *input.channel.channel).empty();
+    };
     for (const auto& input : modifier.inputs)
         if (input.isRequired && !isLinked(input)) return CModifier::Outputs(modifier.outputs.size());
-    auto request = std::make_unique<Request>(
-        Request{frame.key, modifier.shared_from_this(), {}, frame.from, m_document.stamp()});
+    auto request =
+        std::make_unique<Request>(Request{frame.key, modifier.shared_from_this(), {}, frame.from, m_document.stamp()});
     for (std::size_t i = 0; i < modifier.inputs.size(); ++i) {
         auto& values = request->inputs.emplace_back();
         for (const Key& key : inputKeys(modifier, i, frame.key.time)) values.push_back(valueOf(key));

@@ -189,7 +189,8 @@ private:
         for (const auto& [item, channel] : channels()) {
             const auto curve = kzCurveOf(*item, *channel, m_action);
             if (curve == nullptr || curve->keys().empty()) continue;
-            range = {std::min(range.first, curve->keys().front().time), std::max(range.second, curve->keys().back().time)};
+            range = {std::min(range.first, curve->keys().front().time),
+                     std::max(range.second, curve->keys().back().time)};
         }
         return range;
     }
@@ -205,7 +206,8 @@ private:
                 key.time = newTime(key.time);
                 for (EnvelopeSide* side : {&key.in, &key.out}) side->slope *= slopeFactor;
                 if (!kzIsEnvelopeNumber(key.time) || (!keys.empty() && key.time <= keys.back().time))
-                    throw kzBecause(KZe_INVALIDARG, "ActionClip", [&] { return fmt::format("no key fits at {}", key.time); });
+                    throw kzBecause(KZe_INVALIDARG, "ActionClip",
+                                    [&] { return fmt::format("no key fits at {}", key.time); });
                 keys.push_back(key);
             }
             auto moved = std::make_shared<EnvelopeData>(*curve);
@@ -263,7 +265,8 @@ KzResult CScene::scene_ActionAdd(const char* name, std::int32_t type, IKzUnknown
     CEdit edit(m_document->workspace());
     const std::string wanted = kzString(name);
     if (type == KZiACTIONCLIP_TYPE_SETUP)
-        return kzBecause(KZe_INVALIDARG, "Scene.ActionAdd", [] { return "a scene has one setup; clips and poses are added"; });
+        return kzBecause(KZe_INVALIDARG, "Scene.ActionAdd",
+                         [] { return "a scene has one setup; clips and poses are added"; });
     if (wanted.empty() || (type != KZiACTIONCLIP_TYPE_ANIM && type != KZiACTIONCLIP_TYPE_POSE)) return KZe_INVALIDARG;
     if (kzFindAction(open(), wanted)) return KZe_ALREADYEXISTS;
     const bool isPose = type == KZiACTIONCLIP_TYPE_POSE;

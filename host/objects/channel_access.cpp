@@ -67,7 +67,8 @@ KzResult refusal(KzResult code, const ChannelInfo& channel, const std::string& w
 }  // namespace
 
 void kzCheckWrite(const ChannelInfo& channel, const KzCell& cell) {
-    if ((channel.flags & (KZfCHAN_READONLY | KZfCHAN_LOCKED)) != 0) throw refusal(KZe_NOACCESS, channel, "cannot be written");
+    if ((channel.flags & (KZfCHAN_READONLY | KZfCHAN_LOCKED)) != 0)
+        throw refusal(KZe_NOACCESS, channel, "cannot be written");
     const auto number = kzNumberOf(cell);
     if (!number) return;
     if (!std::isfinite(*number)) throw refusal(KZe_INVALIDARG, channel, fmt::format("takes no {}", *number));
@@ -76,7 +77,8 @@ void kzCheckWrite(const ChannelInfo& channel, const KzCell& cell) {
 }
 
 void kzCheckKeys(const Item& item, const ChannelInfo& channel, std::string_view action) {
-    if ((channel.flags & (KZfCHAN_READONLY | KZfCHAN_LOCKED)) != 0) throw refusal(KZe_NOACCESS, channel, "cannot be written");
+    if ((channel.flags & (KZfCHAN_READONLY | KZfCHAN_LOCKED)) != 0)
+        throw refusal(KZe_NOACCESS, channel, "cannot be written");
     if (channel.kind == ChannelKind::gradient && action == KZs_ACTIONLAYER_STATIC) return;
     if ((channel.flags & KZfCHAN_NOANIM) != 0) throw refusal(KZe_NOACCESS, channel, "takes no keys");
     if (!kzTakesKeys(item.document, action))
@@ -126,9 +128,11 @@ KeyChange differenceOf(const EnvelopeData* before, const EnvelopeData& after) {
         return at == shorter.size() || (shorter[at].id == longer[at + 1].id && shorter.back().id == longer.back().id);
     };
     if (keys.size() == old.size() + 1)
-        if (const std::size_t at = commonKeys(old, keys); oneMore(old, keys, at)) return {Kind::keyAdded, keys[at].time};
+        if (const std::size_t at = commonKeys(old, keys); oneMore(old, keys, at))
+            return {Kind::keyAdded, keys[at].time};
     if (keys.size() + 1 == old.size())
-        if (const std::size_t at = commonKeys(keys, old); oneMore(keys, old, at)) return {Kind::keyRemoved, old[at].time};
+        if (const std::size_t at = commonKeys(keys, old); oneMore(keys, old, at))
+            return {Kind::keyRemoved, old[at].time};
     KeyChange moved;
     for (std::size_t i = 0; keys.size() == old.size() && i < keys.size(); ++i) {
         if (keys[i].id != old[i].id || (moved.kind == Kind::keyMoved && keys[i].time != old[i].time)) return {};

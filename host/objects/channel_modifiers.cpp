@@ -70,7 +70,8 @@ public:
 private:
     CChannelPlan& plan() const {
         if (m_plan == nullptr)
-            throw kzBecause(KZe_NOTAVAILABLE, "ChannelModSetup", [] { return "channels are declared in Allocate or Define only"; });
+            throw kzBecause(KZe_NOTAVAILABLE, "ChannelModSetup",
+                            [] { return "channels are declared in Allocate or Define only"; });
         return *m_plan;
     }
     KzResult add(const CHostRef<CItem>& item, const char* channel, std::uint32_t flags, CModifier::Reads reads,
@@ -146,7 +147,9 @@ public:
         if (!std::isfinite(value)) return KZe_INVALIDARG;
         return write(index, KzCell(value));
     }
-    KzResult channelmodifier_WriteInteger(std::uint32_t index, std::int32_t value) override { return write(index, KzCell(value)); }
+    KzResult channelmodifier_WriteInteger(std::uint32_t index, std::int32_t value) override {
+        return write(index, KzCell(value));
+    }
     KzResult channelmodifier_WriteMatrix(std::uint32_t index, const KzMatrix4* matrix) override {
         return write(index, kzNotNull(matrix));
     }

@@ -69,7 +69,8 @@ public:
         std::vector<ChannelRef> channels;
         {
             const auto owner = at(item);
-            for (std::int32_t i = 0; i < 3; ++i) channels.push_back(kzChannelRef(*owner, stored(*owner, firstChannel + i)));
+            for (std::int32_t i = 0; i < 3; ++i)
+                channels.push_back(kzChannelRef(*owner, stored(*owner, firstChannel + i)));
         }
         const auto cells = read(channels);
         KzVector3 vector{};
@@ -153,10 +154,12 @@ private:
     std::vector<KzCell> read(const std::vector<ChannelRef>& channels) const {
         std::vector<KzCell> cells;
         if (action().empty()) {
-            for (auto& value : document().evaluation().read(channels, time())) cells.push_back(std::get<KzCell>(std::move(value)));
+            for (auto& value : document().evaluation().read(channels, time()))
+                cells.push_back(std::get<KzCell>(std::move(value)));
         } else {
             const CReading reading(workspace());
-            for (const auto& [item, channel] : channels) cells.push_back(kzStoredCell(*item, *channel, time(), action()));
+            for (const auto& [item, channel] : channels)
+                cells.push_back(kzStoredCell(*item, *channel, time(), action()));
         }
         return cells;
     }

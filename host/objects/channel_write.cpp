@@ -137,7 +137,8 @@ public:
         kzSetCurve(*owner, info, from, nullptr, {}, edit);
         const bool isCurrent = action().empty();
         if (isCurrent) kzSetAction(*owner, info, {KZs_ACTIONLAYER_EDIT, {}, nullptr}, edit);
-        if (kept) kzSetAction(*owner, info, {isCurrent ? KZs_ACTIONLAYER_STATIC : from, std::move(kept), nullptr}, edit);
+        if (kept)
+            kzSetAction(*owner, info, {isCurrent ? KZs_ACTIONLAYER_STATIC : from, std::move(kept), nullptr}, edit);
         edit.commit();
         return KZe_OK;
     }
@@ -188,8 +189,8 @@ private:
         const auto kind = isThere ? DocumentEvent::Kind::envelope : DocumentEvent::Kind::keyAdded;
         kzSetCurve(item, channel, into, std::move(curve), {kind, time}, edit);
     }
-    static KzResult setKey(Item& item, const ChannelInfo& channel, const std::string& into, const KzCell& cell, double time,
-                           bool creates, CEdit& edit) {
+    static KzResult setKey(Item& item, const ChannelInfo& channel, const std::string& into, const KzCell& cell,
+                           double time, bool creates, CEdit& edit) {
         kzCheckKeys(item, channel, into);
         auto before = kzCurveOf(item, channel, into);
         if (before == nullptr) before = std::make_shared<EnvelopeData>(kzNewCurve(channel));
@@ -230,7 +231,8 @@ KzResult CChannelWrite::channelwrite_Keys(IKzUnknown* item, std::int32_t channel
     for (std::uint32_t i = 0; i < count; ++i) {
         if (!kzIsEnvelopeNumber(times[i]) || !kzIsEnvelopeNumber(values[i]) || (i > 0 && times[i] <= times[i - 1]))
             return kzBecause(KZe_INVALIDARG, "ChannelWrite.Keys", [&] {
-                return fmt::format("key {} is {} at {}; both must be finite, and times must ascend", i, values[i], times[i]);
+                return fmt::format("key {} is {} at {}; both must be finite, and times must ascend", i, values[i],
+                                   times[i]);
             });
         kzCheckWrite(info, values[i]);
         keys[i].time = times[i];

@@ -38,8 +38,8 @@ struct Run {
     std::optional<double> otherTime = {};
 };
 
-class CEvaluationAttributes final
-    : public CHosted<"evaluation", CEvaluationAttributes, CKzIfc_Evaluation>, public CHostSelf<CEvaluationAttributes> {
+class CEvaluationAttributes final : public CHosted<"evaluation", CEvaluationAttributes, CKzIfc_Evaluation>,
+                                    public CHostSelf<CEvaluationAttributes> {
 public:
     explicit CEvaluationAttributes(CHostRef<CItem> item) : m_item(std::move(item)) {}
 
@@ -53,7 +53,8 @@ public:
                 return modifier.inputs.size() - 1;
             };
             const bool writes = has(each.flags, KZfECHAN_WRITE);
-            if (has(each.flags, KZfECHAN_READ)) each.input = add(writes ? CModifier::Reads::before : CModifier::Reads::value);
+            if (has(each.flags, KZfECHAN_READ))
+                each.input = add(writes ? CModifier::Reads::before : CModifier::Reads::value);
             if (has(each.flags, KZfECHAN_MULTI)) each.links = add(CModifier::Reads::links);
             if (!writes) continue;
             each.output = modifier.outputs.size();
@@ -68,15 +69,18 @@ public:
     }
     void end() {
         const std::lock_guard guard(m_lock);
-        const auto own = std::ranges::find(m_runs, std::this_thread::get_id(), &std::pair<std::thread::id, Run*>::first);
+        const auto own =
+            std::ranges::find(m_runs, std::this_thread::get_id(), &std::pair<std::thread::id, Run*>::first);
         if (own != m_runs.end()) m_runs.erase(own);
     }
 
-    KzResult evaluation_AddChannel(IKzUnknown* item, std::int32_t channel, std::uint32_t flags, std::uint32_t* index) override {
+    KzResult evaluation_AddChannel(IKzUnknown* item, std::int32_t channel, std::uint32_t flags,
+                                   std::uint32_t* index) override {
         const auto owner = kzOwn<CItem>(item)->read();
         return add({flags, kzChannelRef(*owner, kzChannelAt(*owner, channel))}, index);
     }
-    KzResult evaluation_AddChannelName(IKzUnknown* item, const char* name, std::uint32_t flags, std::uint32_t* index) override {
+    KzResult evaluation_AddChannelName(IKzUnknown* item, const char* name, std::uint32_t flags,
+                                       std::uint32_t* index) override {
         return evaluation_AddChannel(item, kzChannelIndex(*kzOwn<CItem>(item)->read(), kzTextOf(name)), flags, index);
     }
     KzResult evaluation_AddTime(std::uint32_t* index) override { return add({KZfECHAN_READ, {}, true}, index); }
@@ -85,7 +89,8 @@ public:
         readsAnyTime = true;
         return code;
     }
-    KzResult evaluation_AddGraph(IKzUnknown* item, const char* graph, std::uint32_t flags, std::uint32_t* index) override {
+    KzResult evaluation_AddGraph(IKzUnknown* item, const char* graph, std::uint32_t flags,
+                                 std::uint32_t* index) override {
         if (kzFindGraph(kzTextOf(graph)) == nullptr) return KZe_NOTFOUND;
         const auto owner = kzOwn<CItem>(item)->read();
         const KzResult code = add({flags & ~static_cast<std::uint32_t>(KZfECHAN_WRITE)}, index);
@@ -148,14 +153,17 @@ public:
     KzResult evaluation_WriteDouble(std::uint32_t index, double value) override {
         return std::isfinite(value) ? write(index, KzCell(value)) : KZe_INVALIDARG;
     }
-    KzResult evaluation_WriteInteger(std::uint32_t index, std::int32_t value) override { return write(index, KzCell(value)); }
+    KzResult evaluation_WriteInteger(std::uint32_t index, std::int32_t value) override {
+        return write(index, KzCell(value));
+    }
     KzResult evaluation_WriteMatrix(std::uint32_t index, const KzMatrix4* matrix) override {
         return write(index, kzNotNull(matrix));
     }
     KzResult evaluation_SetAlternateTime(double time) override {
         if (!std::isfinite(time)) return KZe_INVALIDARG;
         if (!readsAnyTime)
-            return kzBecause(KZe_NOACCESS, "Evaluation.SetAlternateTime", [] { return "AddFullTime declares that other times are read"; });
+            return kzBecause(KZe_NOACCESS, "Evaluation.SetAlternateTime",
+                             [] { return "AddFullTime declares that other times are read"; });
         running().otherTime = time;
         return KZe_OK;
     }
@@ -182,7 +190,8 @@ public:
 private:
     KzResult add(Attribute attribute, std::uint32_t* index) {
         if (!m_isOpen)
-            return kzBecause(KZe_NOTAVAILABLE, "Evaluation", [] { return "channels are added in EvalModifier.Alloc only"; });
+            return kzBecause(KZe_NOTAVAILABLE, "Evaluation",
+                             [] { return "channels are added in EvalModifier.Alloc only"; });
         attributes.push_back(std::move(attribute));
         *index = static_cast<std::uint32_t>(attributes.size()) - 1;
         return KZe_OK;
@@ -193,12 +202,14 @@ private:
     }
     Run* current() const {
         const std::lock_guard guard(m_lock);
-        const auto own = std::ranges::find(m_runs, std::this_thread::get_id(), &std::pair<std::thread::id, Run*>::first);
+        const auto own =
+            std::ranges::find(m_runs, std::this_thread::get_id(), &std::pair<std::thread::id, Run*>::first);
         return own != m_runs.end() ? own->second : nullptr;
     }
     Run& running() const {
         if (Run* run = current()) return *run;
-        throw kzBecause(KZe_NOTAVAILABLE, "Evaluation", [] { return "values are read and written in Modifier.Evaluate only"; });
+        throw kzBecause(KZe_NOTAVAILABLE, "Evaluation",
+                        [] { return "values are read and written in Modifier.Evaluate only"; });
     }
     EvaluatedValue read(std::uint32_t index) const {
         const Attribute& attribute = at(index);
@@ -206,14 +217,17 @@ private:
         if (attribute.isTime) return KzCell(run.otherTime.value_or(run.time));
         if (!attribute.input) throw KZe_NOACCESS;
         if (!run.otherTime) return run.inputs.at(*attribute.input).front();
-        return attribute.channel.item->document.evaluation().read(std::span(&attribute.channel, 1), *run.otherTime).front();
+        return attribute.channel.item->document.evaluation()
+            .read(std::span(&attribute.channel, 1), *run.otherTime)
+            .front();
     }
     KzResult write(std::uint32_t index, EvaluatedValue value) const {
         const Attribute& attribute = at(index);
         Run& run = running();
         if (!attribute.output) return KZe_NOACCESS;
         if (run.otherTime)
-            return kzBecause(KZe_NOTAVAILABLE, "Evaluation", [] { return "only the time that is evaluated can be written"; });
+            return kzBecause(KZe_NOTAVAILABLE, "Evaluation",
+                             [] { return "only the time that is evaluated can be written"; });
         run.outputs.at(*attribute.output) = std::move(value);
         return KZe_OK;
     }
@@ -231,7 +245,8 @@ private:
 
 class CEvalPlan final : public CServedModifier {
 public:
-    explicit CEvalPlan(CHostRef<CItem> item) : owner(std::move(item)), attributes(CHostRef<CEvaluationAttributes>::make(owner)) {
+    explicit CEvalPlan(CHostRef<CItem> item)
+        : owner(std::move(item)), attributes(CHostRef<CEvaluationAttributes>::make(owner)) {
         const auto reading = owner->read();
         CModifier::item = reading->shared_from_this();
     }
@@ -264,7 +279,8 @@ public:
             CKzLoc_Unknown before;
             const char* type = nullptr;
             if (kzFailed(modifier.RequiredByIndex(i, before.out(), &type))) break;
-            if (const auto other = CHostRef<CItem>::of(before.raw())) first.push_back(other->read()->shared_from_this());
+            if (const auto other = CHostRef<CItem>::of(before.raw()))
+                first.push_back(other->read()->shared_from_this());
         }
     }
     const CHostRef<CItem> owner;
@@ -276,8 +292,8 @@ public:
 }  // namespace
 
 // Without a Next of its own, a server has one modifier for each item of its tag's type.
-ServedModifiers kzDeclareEvalModifiers(const KzServer& server, CDocument& document, const std::vector<CHostRef<CItem>>& items,
-                                       const ModifiersByItem& known) {
+ServedModifiers kzDeclareEvalModifiers(const KzServer& server, CDocument& document,
+                                       const std::vector<CHostRef<CItem>>& items, const ModifiersByItem& known) {
     CKzLoc_Unknown object;
     const CKzUser_EvalModifier source(CModuleTable::spawn(server, object).raw());
     if (!source) throw KZe_NOINTERFACE;

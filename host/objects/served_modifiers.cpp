@@ -56,7 +56,8 @@ ServedModifiers CServedModifiers::declare(CDocument& document, const ModifiersBy
     ServedModifiers declared;
     const std::uint64_t changes = m_modules->changes();
     auto servers = m_modules->servers();
-    std::erase_if(servers, [](const KzServer& each) { return std::ranges::find(classes, each.className) == std::end(classes); });
+    std::erase_if(servers,
+                  [](const KzServer& each) { return std::ranges::find(classes, each.className) == std::end(classes); });
     if (servers.empty()) m_noServersAt = changes;
     for (const KzServer& server : servers) {
         const KzTags tags = CModuleTable::tagsOf(server);
@@ -71,11 +72,14 @@ ServedModifiers CServedModifiers::declare(CDocument& document, const ModifiersBy
             }
             if (kzFailed(code))
                 kzBecause(code, "Evaluation", [&] {
-                    return "the " + server.className + " \"" + server.name + "\" declares no modifier: " + kzCodeName(code);
+                    return "the " + server.className + " \"" + server.name +
+                           "\" declares no modifier: " + kzCodeName(code);
                 });
         };
         if (server.className == KZa_EVALMODIFIER)
-            attempt([&] { std::ranges::move(kzDeclareEvalModifiers(server, document, items, known), std::back_inserter(declared)); });
+            attempt([&] {
+                std::ranges::move(kzDeclareEvalModifiers(server, document, items, known), std::back_inserter(declared));
+            });
         else
             for (const auto& item : items)
                 attempt([&] {
@@ -112,7 +116,8 @@ std::shared_ptr<const ModifierSet> CServedModifiers::modifiers(CDocument& docume
             entry = {};
             if (document.root() != nullptr) entry.root = document.root()->shared_from_this();
         }
-        if ((entry.servers == servers && entry.structure == document.structureStamp()) || isDeclaring || !document.isOpen())
+        if ((entry.servers == servers && entry.structure == document.structureStamp()) || isDeclaring ||
+            !document.isOpen())
             return entry.set;
         known = entry;
         known.servers = servers;

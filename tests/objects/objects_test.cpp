@@ -53,6 +53,7 @@ public:
         scene.Channels(nullptr, 0, add("channel reader"));
         scene.Assets(add("scene assets"));
         scene.WriteChannels(nullptr, 0, add("channel writer"));
+        scene.ActionByIndex(0, add("action clip"));
         scene.ItemAdd(type, add("item"));
         const CKzUser_Item item(last());
         item.ChannelByIndex(0, add("item channel"));

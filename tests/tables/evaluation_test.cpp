@@ -37,7 +37,8 @@ struct Scene {
     void set(Item& item, const std::string& name, double value) {
         edit([&](CEdit& edit) { edit.setValue(item, channel(item, name), kzFit(channel(item, name), value)); });
     }
-    void key(Item& item, const std::string& name, std::vector<std::pair<double, double>> keys, const std::string& action) {
+    void key(Item& item, const std::string& name, std::vector<std::pair<double, double>> keys,
+             const std::string& action) {
         EnvelopeData curve;
         for (const auto& [time, value] : keys) {
             const std::size_t index = curve.add(time, value);
@@ -72,7 +73,8 @@ TEST(EvaluationTest, ModifiersComputeWhatTheTableHas) {
         if (row["ramps"]) scene.key(item, "input", {{0, 0}, {2, 4}}, KZs_ACTIONLAYER_ANIM);
         for (std::size_t i = 0; i < table["times"].size(); ++i) {
             const double expected = row["values"][i].get<double>();
-            EXPECT_NEAR(scene.read(item, row["output"], table["times"][i]), expected, 1e-11 * std::max(1.0, std::abs(expected)))
+            EXPECT_NEAR(scene.read(item, row["output"], table["times"][i]), expected,
+                        1e-11 * std::max(1.0, std::abs(expected)))
                 << row["type"] << row["channels"].dump() << " at " << table["times"][i];
         }
     }
@@ -104,11 +106,15 @@ TEST(EvaluationTest, ComputesOnlyWhatIsAskedAndHasChanged) {
     scene.set(source, "pos.Y", 1);
     EXPECT_LE(cost([&] { readAll(6); }), 1U) << "after a change of another channel";
     scene.set(source, "pos.X", 5);
-    EXPECT_EQ(cost([&] { EXPECT_EQ(scene.read(*driven[0], "pos.Y"), 10); }), 5U) << "source, input, modifier, output, target";
+    EXPECT_EQ(cost([&] { EXPECT_EQ(scene.read(*driven[0], "pos.Y"), 10); }), 5U)
+        << "source, input, modifier, output, target";
     readAll(10);
     scene.workspace->undo(1);
     readAll(6);
-    EXPECT_EQ(std::get<KzMatrix4>(scene.document->evaluation().read(*driven[0], Scene::channel(*driven[0], "worldMatrix"), 0)).m[3][1], 6);
+    EXPECT_EQ(
+        std::get<KzMatrix4>(scene.document->evaluation().read(*driven[0], Scene::channel(*driven[0], "worldMatrix"), 0))
+            .m[3][1],
+        6);
 }
 
 TEST(EvaluationTest, NamesCircles) {
@@ -163,8 +169,8 @@ TEST(EvaluationTest, ActionsLieAboveEachOther) {
     scene.set(clip, "active", 1);
     expect(100);
     scene.set(clip, "weight", 0.5);
-    for (const auto& [mode, value] : {std::pair{KZiACTIONBLEND_REPLACE, 57.5}, {KZiACTIONBLEND_ADD, 65.0},
-                                      {KZiACTIONBLEND_MULTIPLY, 15 * 50.5}}) {
+    for (const auto& [mode, value] :
+         {std::pair{KZiACTIONBLEND_REPLACE, 57.5}, {KZiACTIONBLEND_ADD, 65.0}, {KZiACTIONBLEND_MULTIPLY, 15 * 50.5}}) {
         scene.set(clip, "blendMode", mode);
         expect(value);
     }
