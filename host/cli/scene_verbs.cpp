@@ -40,15 +40,15 @@ struct SceneFacts {
         std::fill(std::begin(low), std::end(low), std::numeric_limits<double>::infinity());
         std::fill(std::begin(high), std::end(high), -std::numeric_limits<double>::infinity());
         const CReading reading(document.workspace());
-        document.each(KZiITYPE_ANY, [&](const Item& item) {
+        document.each(KZiITYPE_ANY, [&](Item& item) {
             if (&item != document.root()) ++types[item.type.name];
             if (const CMeshData* mesh = kzMeshOf(item)) addMesh(item, *mesh);
         });
     }
-    void addMesh(const Item& item, const CMeshData& mesh) {
+    void addMesh(Item& item, const CMeshData& mesh) {
         points += mesh.points.size();
         polygons += mesh.polygons.size();
-        const KzMatrix4 place = kzWorldMatrix(item);
+        const KzMatrix4 place = kzWorldMatrix(*kzObjectOf(item), 0);
         for (const MeshPoint& point : mesh.points) {
             const KzVector3 world = kzPlace(point.position, place);
             for (int axis = 0; axis < 3; ++axis) {
