@@ -108,8 +108,6 @@ bool kzIsSceneAction(std::string_view action) {
     return std::ranges::find(kzSceneActions, action) != kzSceneActions.end();
 }
 
-bool kzIsActionItem(const Item& item) { return &item.type == &clipType() || &item.type == &poseType(); }
-
 std::vector<Item*> kzActionItems(const CDocument& document) {
     std::vector<Item*> items;
     for (const ItemType* type : {&clipType(), &poseType()})

@@ -24,7 +24,6 @@ inline constexpr std::array<const char*, 4> kzSceneActions = {KZs_ACTIONLAYER_ED
                                                               KZs_ACTIONLAYER_SETUP, KZs_ACTIONLAYER_STATIC};
 // Whether the action is one of those that every scene has. Other actions are called by their items' identifiers.
 bool kzIsSceneAction(std::string_view action);
-bool kzIsActionItem(const Item& item);
 // The items of the added actions, in order of creation.
 std::vector<Item*> kzActionItems(const CDocument& document);
 // The action of that name, as ActionValue calls it; nothing if there is none.

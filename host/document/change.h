@@ -38,6 +38,12 @@ private:
     CDocument* m_document;
 };
 
+// Geometry of an item of which the history keeps what it was.
+struct RecordedGeometry : ItemAttachment {
+    // What has changed since the last time, as one change that has been made; null if nothing has.
+    virtual std::unique_ptr<CChange> takeChange(const ItemRef& item) = 0;
+};
+
 using ChangeList = std::vector<std::unique_ptr<CChange>>;
 
 // The change that a function object makes: `exchange(direction, events)`.

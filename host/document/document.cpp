@@ -1,10 +1,7 @@
 // A document: the items of one scene, found by identifier, name and type.
 #include "host/document/document.h"
 
-#include "host/document/animation.h"
-#include "host/document/evaluation.h"
-#include "host/document/presence.h"
-#include "host/document/workspace.h"
+#include "host/document/document_event.h"
 
 #include <algorithm>
 #include <utility>
@@ -12,7 +9,7 @@
 namespace kzhost {
 
 CDocument::CDocument(CWorkspace& workspace, std::string name)
-    : m_workspace(workspace), m_name(std::move(name)), m_evaluation(std::make_unique<CEvaluation>(*this)) {
+    : m_workspace(workspace), m_name(std::move(name)) {
     const ItemType& type = *kzFindItemType(KZiITYPE_ROOT);
     m_root = std::make_shared<Item>(*this, type, newIdent(type), ++m_lastSerial);
     enter(*m_root, nullptr, 0);
@@ -87,7 +84,7 @@ void CDocument::changed(const DocumentEvents& events, std::size_t first) {
 }
 
 void CDocument::close() {
-    m_evaluation->clear();
+    if (evaluation != nullptr) evaluation->clear();
     for (auto& [ident, item] : m_items) {
         item->isPresent = false;
         item->parent = nullptr;
@@ -106,24 +103,6 @@ void CDocument::close() {
     for (auto& [ident, item] : m_items) items.push_back(item);
     m_items.clear();
     m_root.reset();
-}
-
-void CDocument::Presence::operator()(Direction direction, DocumentEvents& events) {
-    CDocument& document = item->document;
-    if (isAdded(direction)) {
-        document.enter(*item, parent, position);
-        events.push_back({.kind = DocumentEvent::Kind::itemAdded, .document = &document, .item = item});
-    } else {
-        parent = item->parent;
-        position = document.siblings(parent).positionOf(*item);
-        document.leave(*item);
-        events.push_back({.kind = DocumentEvent::Kind::itemRemoved, .document = &document, .text = item->ident});
-    }
-}
-
-void CDocument::Presence::announce(Direction direction, DocumentEvents& events) const {
-    if (!isAdded(direction))
-        events.push_back({.kind = DocumentEvent::Kind::itemRemoving, .document = &item->document, .item = item});
 }
 
 }  // namespace kzhost

@@ -14,7 +14,6 @@
 
 namespace kzhost {
 
-class CEvaluation;
 class CWorkspace;
 struct DocumentEvent;
 using DocumentEvents = std::vector<DocumentEvent>;
@@ -40,7 +39,6 @@ public:
     std::uint64_t structureStamp() const noexcept { return m_structureStamp; }
     std::uint64_t actionStamp() const noexcept { return m_actionStamp; }
     // What evaluates the channels.
-    CEvaluation& evaluation() const noexcept { return *m_evaluation; }
 
     // The item of the scene itself; null once the document is closed.
     Item* root() const noexcept { return m_root.get(); }
@@ -60,6 +58,7 @@ public:
     }
 
     std::unique_ptr<ItemAttachment> object;  // what stands for the document
+    std::unique_ptr<DocumentAttachment> evaluation;  // made when something is first evaluated
 
 private:
     friend class CEdit;
@@ -83,7 +82,6 @@ private:
     CNameIndex m_names;
     std::int64_t m_lastSerial = 0;
     std::uint64_t m_revision = 0, m_savedRevision = 0, m_stamp = 0, m_structureStamp = 0, m_actionStamp = 0;
-    std::unique_ptr<CEvaluation> m_evaluation;
 };
 
 }  // namespace kzhost

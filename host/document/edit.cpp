@@ -42,7 +42,8 @@ CEdit::~CEdit() {
 }
 
 void CEdit::run(std::unique_ptr<CChange> change) {
-    m_changes.reserve(m_changes.size() + 1);
+    // Room beforehand, so that nothing can fail once the change is made; twice as much, as an edit may be long.
+    if (m_changes.size() == m_changes.capacity()) m_changes.reserve(2 * m_changes.size() + 8);
     m_workspace.apply(*change, Direction::forward, m_workspace.m_events);
     m_changes.push_back(std::move(change));
 }

@@ -253,4 +253,10 @@ std::string CEvaluation::nameOf(const Key& key) const {
     return text;
 }
 
+CEvaluation& kzEvaluationOf(CDocument& document) {
+    const CReading reading(document.workspace());
+    if (document.evaluation == nullptr) document.evaluation = std::make_unique<CEvaluation>(document);
+    return static_cast<CEvaluation&>(*document.evaluation);
+}
+
 }  // namespace kzhost

@@ -96,7 +96,7 @@ public:
     virtual std::shared_ptr<const ModifierSet> modifiers(CDocument& document) = 0;
 };
 
-class CEvaluation {
+class CEvaluation final : public DocumentAttachment {
 public:
     explicit CEvaluation(CDocument& document) : m_document(document) {}
 
@@ -108,7 +108,7 @@ public:
     bool isDriven(const Item& item, const ChannelInfo& channel) const;
     // How many values have been computed so far.
     std::uint64_t computations() const noexcept { return m_computations; }
-    void clear();
+    void clear() override;
 
 private:
     // A value of a channel after so many of its modifiers; or, without a channel, what a modifier computes.
@@ -182,5 +182,8 @@ private:
     std::uint64_t m_computations = 0;
     mutable std::unordered_map<const Item*, LinkIndex> m_links;
 };
+
+// The evaluation of an open document, made when it is first asked for.
+CEvaluation& kzEvaluationOf(CDocument& document);
 
 }  // namespace kzhost

@@ -1,16 +1,12 @@
 // Items: their channels by index and name, and what they are called.
 #include "host/document/item.h"
 
-#include "host/document/change.h"
+#include "kz/action.h"
 
 #include <algorithm>
 #include <cctype>
 
 namespace kzhost {
-
-ItemAttachment::ItemAttachment() = default;
-ItemAttachment::~ItemAttachment() = default;
-std::unique_ptr<CChange> ItemAttachment::takeChange(const ItemRef& /*item*/) { return nullptr; }
 
 const ChannelInfo* Item::channelAt(std::size_t index) const {
     if (index < type.channels.size()) return &type.channels[index].get();
@@ -49,6 +45,12 @@ bool Item::isAbove(const Item& other) const {
     for (const Item* item = other.parent; item != nullptr; item = item->parent)
         if (item == this) return true;
     return false;
+}
+
+bool kzIsActionItem(const Item& item) {
+    static const ItemType* const clip = kzFindItemType(KZsITYPE_ACTIONCLIP);
+    static const ItemType* const pose = kzFindItemType(KZsITYPE_ACTIONPOSE);
+    return &item.type == clip || &item.type == pose;
 }
 
 }  // namespace kzhost

@@ -14,7 +14,6 @@
 
 namespace kzhost {
 
-class CChange;
 class CDocument;
 class EnvelopeData;
 struct Item;
@@ -37,14 +36,12 @@ struct ChannelState {
 
 // Whatever the floors above keep with an item: the object that stands for it, or its geometry.
 struct ItemAttachment {
-    ItemAttachment();
+    ItemAttachment() = default;
     ItemAttachment(const ItemAttachment&) = delete;
     ItemAttachment& operator=(const ItemAttachment&) = delete;
-    virtual ~ItemAttachment();
+    virtual ~ItemAttachment() = default;
     // For the copy of an item; null for what is not copied.
     virtual std::shared_ptr<ItemAttachment> copy() const { return nullptr; }
-    // What has changed since the last time, as one change that has been made; null if nothing has.
-    virtual std::unique_ptr<CChange> takeChange(const ItemRef& item);
 };
 
 // A link from one item to another in a graph of items. Each end keeps its links in order.
@@ -64,6 +61,15 @@ struct ChannelLink {
         return source == other.source && sourceChannel == other.sourceChannel && target == other.target &&
                targetChannel == other.targetChannel;
     }
+};
+
+// Whatever the floors above keep with a document, until it is closed.
+struct DocumentAttachment {
+    DocumentAttachment() = default;
+    DocumentAttachment(const DocumentAttachment&) = delete;
+    DocumentAttachment& operator=(const DocumentAttachment&) = delete;
+    virtual ~DocumentAttachment() = default;
+    virtual void clear() = 0;
 };
 
 struct Item : std::enable_shared_from_this<Item> {
@@ -111,5 +117,8 @@ struct Item : std::enable_shared_from_this<Item> {
     std::string baseName() const;
     bool isAbove(const Item& other) const;
 };
+
+// Whether the item is an action: a clip or a pose.
+bool kzIsActionItem(const Item& item);
 
 }  // namespace kzhost

@@ -51,7 +51,9 @@ const char* ItemType::tag(std::string_view tag) const {
 }
 
 CItemTypeTable::CItemTypeTable() {
-    rows::addTypes(*this);
+    rows::eachType([this](rows::TypeDescription type) {
+        add({std::move(type.name), std::move(type.base), std::move(type.channels), std::move(type.tags)});
+    });
     m_ownCount = m_types.size();
 }
 

@@ -305,7 +305,8 @@ void CWorkspace::keepGeometry() {
         return true;
     });
     for (const ItemRef& item : items) {
-        auto change = item->geometry != nullptr ? item->geometry->takeChange(item) : nullptr;
+        auto* geometry = dynamic_cast<RecordedGeometry*>(item->geometry.get());
+        auto change = geometry != nullptr ? geometry->takeChange(item) : nullptr;
         if (change == nullptr) continue;
         m_events.push_back({.kind = DocumentEvent::Kind::geometry, .document = &item->document, .item = item});
         item->document.changed(m_events, m_events.size() - 1);

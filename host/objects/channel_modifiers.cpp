@@ -120,7 +120,7 @@ public:
         if (!has(use.flags, KZfCHMOD_ALLTIME)) return KZe_NOACCESS;
         if (!std::isfinite(time)) return KZe_INVALIDARG;
         const ChannelRef& channel = m_plan->inputs[use.index].channel;
-        const auto found = channel.item->document.evaluation().read(std::span(&channel, 1), time).front();
+        const auto found = kzEvaluationOf(channel.item->document).read(std::span(&channel, 1), time).front();
         const auto number = kzNumberOf(found);
         if (!number) return KZe_INVALIDARG;
         *value = *number;

@@ -86,7 +86,7 @@ public:
     }
     KzResult channelread_Matrix(IKzUnknown* item, std::int32_t channel, KzMatrix4* matrix) override {
         const auto ref = channelOf(item, channel);
-        const auto value = document().evaluation().read(std::span(&ref, 1), time()).front();
+        const auto value = kzEvaluationOf(document()).read(std::span(&ref, 1), time()).front();
         const auto* found = std::get_if<KzMatrix4>(&value);
         if (found == nullptr)
             return kzBecause(KZe_INVALIDARG, "ChannelRead.Matrix", [&] {
@@ -133,9 +133,9 @@ public:
     std::uint32_t channelread_ValueSource(IKzUnknown* item, std::int32_t channel) override {
         const ChannelRef ref = channelOf(item, channel);
         const bool isEvaluated = action().empty();
-        if (isEvaluated) document().evaluation().read(std::span(&ref, 1), time());  // which finds the modifiers
+        if (isEvaluated) kzEvaluationOf(document()).read(std::span(&ref, 1), time());  // which finds the modifiers
         const CReading reading(workspace());
-        if (isEvaluated && document().evaluation().isDriven(*ref.item, *ref.channel)) return KZiCHANSOURCE_DRIVEN;
+        if (isEvaluated && kzEvaluationOf(document()).isDriven(*ref.item, *ref.channel)) return KZiCHANSOURCE_DRIVEN;
         std::uint32_t source = KZiCHANSOURCE_DEFAULT;
         kzStoredCell(*ref.item, *ref.channel, time(), &source);
         return source;
@@ -154,7 +154,7 @@ private:
     std::vector<KzCell> read(const std::vector<ChannelRef>& channels) const {
         std::vector<KzCell> cells;
         if (action().empty()) {
-            for (auto& value : document().evaluation().read(channels, time()))
+            for (auto& value : kzEvaluationOf(document()).read(channels, time()))
                 cells.push_back(std::get<KzCell>(std::move(value)));
         } else {
             const CReading reading(workspace());
@@ -196,7 +196,7 @@ KzMatrix4 kzWorldMatrix(CItem& item, double time) {
         const ChannelInfo* found = owner->type.channel(KZsICHAN_LOCATOR_WORLDMATRIX);
         if (found == nullptr) return kzIdentity();
         channel = kzChannelRef(*owner, *found);
-        evaluation = &owner->document.evaluation();
+        evaluation = &kzEvaluationOf(owner->document);
     }
     const auto value = evaluation->read(std::span(&channel, 1), time).front();
     const auto* matrix = std::get_if<KzMatrix4>(&value);

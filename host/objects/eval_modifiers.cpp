@@ -217,7 +217,7 @@ private:
         if (attribute.isTime) return KzCell(run.otherTime.value_or(run.time));
         if (!attribute.input) throw KZe_NOACCESS;
         if (!run.otherTime) return run.inputs.at(*attribute.input).front();
-        return attribute.channel.item->document.evaluation()
+        return kzEvaluationOf(attribute.channel.item->document)
             .read(std::span(&attribute.channel, 1), *run.otherTime)
             .front();
     }

@@ -3,7 +3,6 @@
 
 #include "host/core/reasons.h"
 #include "host/document/duplicate.h"
-#include "host/objects/scene.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
@@ -29,7 +28,7 @@ struct ItemObject final : ItemAttachment {
 };
 
 // The mesh of an item, and what the history has of it: the data as they were when a change was last recorded.
-struct MeshGeometry final : ItemAttachment, std::enable_shared_from_this<MeshGeometry> {
+struct MeshGeometry final : RecordedGeometry, std::enable_shared_from_this<MeshGeometry> {
     CHostRef<CMesh> mesh = CHostRef<CMesh>::make();
     std::shared_ptr<const CMeshData> recorded = std::make_shared<const CMeshData>();
 
@@ -178,7 +177,7 @@ bool CItem::item_IsReferenced() { return (read()->flags & KZfITEM_REFERENCE) != 
 
 bool CItem::item_IsInstance() { return read()->source != nullptr; }
 
-KzResult CItem::item_Scene(IKzUnknown** scene) { return kzObjectOf(read()->document).give(scene); }
+KzResult CItem::item_Scene(IKzUnknown** scene) { return static_cast<DocumentObject&>(*read()->document.object).give(scene); }
 
 KzResult CItem::item_Parent(IKzUnknown** parent) { return kzGiveItem(read()->parent, parent); }
 

@@ -23,6 +23,11 @@ private:
     Item& m_item;
 };
 
+// What a document keeps to find the object that stands for it.
+struct DocumentObject : ItemAttachment {
+    virtual KzResult give(IKzUnknown** scene) const = 0;
+};
+
 class CItem final : public CHosted<"item", CItem, CKzIfc_Item>, public CHostSelf<CItem> {
 public:
     explicit CItem(Item& item);

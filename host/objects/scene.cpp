@@ -41,8 +41,9 @@ template <class Text> std::vector<std::string> someNames(const CDocument& docume
 }
 
 // Does not keep the object: an open document is kept by the list of open scenes.
-struct SceneObject final : ItemAttachment {
+struct SceneObject final : DocumentObject {
     explicit SceneObject(CScene& scene) : scene(scene) {}
+    KzResult give(IKzUnknown** out) const override { return scene.self().give(out); }
     CScene& scene;
 };
 

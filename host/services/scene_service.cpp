@@ -156,7 +156,7 @@ public:
         CEvaluation* evaluation = nullptr;
         {
             const auto item = located(locator);
-            evaluation = &item->document.evaluation();
+            evaluation = &kzEvaluationOf(item->document);
             for (const char* name : {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMSCALE_SCL_X})
                 for (std::int32_t i = 0, first = kzChannelIndex(*item, name); i < 3; ++i)
                     channels.push_back(kzChannelRef(*item, kzChannelAt(*item, first + i)));

@@ -57,9 +57,9 @@ struct Scene {
         edit([&](CEdit& edit) { edit.linkChannels(source, channel(source, from), target, channel(target, to)); });
     }
     double read(Item& item, const std::string& name, double time = 0) {
-        return kzNumberOf(document->evaluation().read(item, channel(item, name), time)).value_or(NAN);
+        return kzNumberOf(kzEvaluationOf(*document).read(item, channel(item, name), time)).value_or(NAN);
     }
-    std::uint64_t computations() const { return document->evaluation().computations(); }
+    std::uint64_t computations() const { return kzEvaluationOf(*document).computations(); }
 };
 
 TEST(EvaluationTest, ModifiersComputeWhatTheTableHas) {
@@ -112,7 +112,7 @@ TEST(EvaluationTest, ComputesOnlyWhatIsAskedAndHasChanged) {
     scene.workspace->undo(1);
     readAll(6);
     EXPECT_EQ(
-        std::get<KzMatrix4>(scene.document->evaluation().read(*driven[0], Scene::channel(*driven[0], "worldMatrix"), 0))
+        std::get<KzMatrix4>(kzEvaluationOf(*scene.document).read(*driven[0], Scene::channel(*driven[0], "worldMatrix"), 0))
             .m[3][1],
         6);
 }
@@ -218,7 +218,7 @@ TEST(EvaluationTest, ReadersNeverSeeHalfOfAChange) {
     for (int i = 0; i < 2; ++i)
         readers.emplace_back([&] {
             while (!isDone || reads < 10) {
-                const auto values = scene.document->evaluation().read(both, 0);
+                const auto values = kzEvaluationOf(*scene.document).read(both, 0);
                 torn += *kzNumberOf(values[0]) != -*kzNumberOf(values[1]);
                 ++reads;
             }
