@@ -123,6 +123,12 @@ std::vector<EvaluatedValue> CEvaluation::read(std::span<const ChannelRef> channe
     }
 }
 
+std::shared_ptr<const ModifierSet> CEvaluation::releaseModifiers() {
+    const CReading reading(m_document.workspace());
+    clear();
+    return std::exchange(m_modifiers, nullptr);
+}
+
 void CEvaluation::clear() {
     m_entries.clear();
     m_links.clear();

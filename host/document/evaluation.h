@@ -109,6 +109,8 @@ public:
     // How many values have been computed so far.
     std::uint64_t computations() const noexcept { return m_computations; }
     void clear() override;
+    // Lets go of the modules' modifiers, for the caller to release without the lock.
+    std::shared_ptr<const ModifierSet> releaseModifiers();
 
 private:
     // A value of a channel after so many of its modifiers; or, without a channel, what a modifier computes.

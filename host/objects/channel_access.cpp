@@ -19,9 +19,7 @@ CChannelAccess::CChannelAccess(CHostRef<CScene> scene, std::string action, doubl
 }
 
 CItemReading CChannelAccess::at(IKzUnknown* item) const {
-    auto reading = kzOwn<CItem>(item)->read();
-    if (&reading->document != &document()) throw KZe_INVALIDARG;
-    return reading;
+    return kzOwn<CItem>(item)->readIn(document());
 }
 
 std::int32_t CChannelAccess::named(IKzUnknown* item, const char* name) const {

@@ -152,8 +152,12 @@ std::shared_ptr<const ModifierSet> CServedModifiers::modifiers(CDocument& docume
 
 void CServedModifiers::clear() {
     std::map<CDocument*, Known> known;
-    const std::lock_guard guard(m_lock);
-    known.swap(m_known);
+    {
+        const std::lock_guard guard(m_lock);
+        known.swap(m_known);
+    }
+    for (const auto& [document, each] : known)
+        if (each.root->isPresent) kzEvaluationOf(*document).releaseModifiers();
 }
 
 }  // namespace kzhost

@@ -1,7 +1,7 @@
 """Channels over time: keys, actions, envelopes, links and the modifiers of Python classes."""
 import kz
 import kzifc
-from checks import equal, fails, near
+from checks import equal, fails, near, storage
 from kz.symbol import (fCHMOD_ALLTIME, fECHAN_READ, fECHAN_WRITE, iCHANSOURCE_ACTION, iCHANSOURCE_DRIVEN,
                        iCHANSOURCE_EDIT, iCHANTIME_SETUP, s_EVALTAG_TYPE)
 
@@ -21,13 +21,13 @@ def at(scene, item, name, time=0.0, action=None):
 def check_keys_are_written_read_and_undone():
     scene, item = new('locator')
     x, write = item.ChannelLookup('pos.X'), scene.WriteChannels(None, 0.0)
-    write.Keys(item, x, (0.0, 2.0), (1.0, 5.0))
-    near(at(scene, item, 'pos.X', 1.0), 3.0)
+    write.Keys(item, x, 2, storage('d', 0.0, 2.0), storage('d', 1.0, 5.0))
+    near([at(scene, item, 'pos.X', 1.0)], [3.0])
     write.DoubleKey(item, x, 9.0, 1.0, 1)
     equal((at(scene, item, 'pos.X', 1.0), scene.Channels(None, 0.0).IsAnimated(item, x)), (9.0, True))
     fails('NOTFOUND', (write.DoubleKey, item, x, 1.0, 7.0, 0), (scene.Channels(None, 0.0).Envelope, item, x + 1))
     UNDO.Undo(1)
-    near(at(scene, item, 'pos.X', 1.0), 3.0)
+    near([at(scene, item, 'pos.X', 1.0)], [3.0])
     UNDO.Undo(1)
     equal(at(scene, item, 'pos.X', 1.0), 0.0)
     UNDO.Redo(2)
@@ -51,8 +51,8 @@ def check_locators_follow_their_channels():
     scene, parent, child = new('locator', 'locator')
     child.SetParent(parent, -1)
     write = scene.WriteChannels(None, 0.0)
-    write.Keys(parent, parent.ChannelLookup('pos.Y'), (0.0, 1.0), (0.0, 2.0))
-    scene.GraphLookup('channelLinks').AddLink(parent, parent.ChannelLookup('pos.Y'), child, child.ChannelLookup('pos.X'))
+    write.Keys(parent, parent.ChannelLookup('pos.Y'), 2, storage('d', 0.0, 1.0), storage('d', 0.0, 2.0))
+    kz.object.ChannelGraph(scene.GraphLookup('channelLinks')).AddLink(parent, parent.ChannelLookup('pos.Y'), child, child.ChannelLookup('pos.X'))
     place = scene.Channels(None, 1.0).Matrix(child, child.ChannelLookup('worldMatrix'))[3][:3]
     equal((place, SCENES.LocatorTransform(child, 1.0)[0]), ((2.0, 2.0, 0.0), (2.0, 0.0, 0.0)))
     equal(scene.Channels(None, 0.0).ValueSource(child, child.ChannelLookup('pos.X')), iCHANSOURCE_DRIVEN)
@@ -89,6 +89,9 @@ class Adding(kzifc.Modifier):
         self.x = self.evaluation.AddChannelName(item, 'pos.X', fECHAN_READ)
         self.z = self.evaluation.AddChannelName(item, 'pos.Z', fECHAN_READ | fECHAN_WRITE)
 
+    def mod_Free(self):
+        self.evaluation = None
+
     def mod_Evaluate(self):
         self.evaluation.WriteDouble(self.z, self.evaluation.ReadDouble(self.x) + self.evaluation.ReadDouble(self.z))
 
@@ -116,7 +119,7 @@ def check_clips_are_mixed_in_and_moved():
     equal((scene.ActionCount(0), [scene.ActionByIndex(i).Name() for i in range(5)], clip.Type()),
           (5, ['edit', 'animation', 'setup', 'scene', 'walk'], 0))
     fails('NOTAVAILABLE', (clip.Range,), (scene.ActionByIndex(0).SetActive, 1))
-    clip.Write(0.0).Keys(item, x, (0.0, 2.0), (3.0, 5.0))
+    clip.Write(0.0).Keys(item, x, 2, storage('d', 0.0, 2.0), storage('d', 3.0, 5.0))
     equal((clip.IsActive(), at(scene, item, 'pos.X'), at(scene, item, 'pos.X', 0.0, 'walk')), (False, 1.0, 3.0))
     clip.SetActive(1)
     clip.SetBlend(0.5, 0)

@@ -154,7 +154,7 @@ def check_assets_are_found_and_gathered():
         for i, name in enumerate(('a.png', 'other/a.png', 'a.png')):
             open(at(name), 'w').write(name)
             clip = scene.ItemAdd(TYPE('videoStill'))
-            scene.WriteChannels(s_ACTIONLAYER_EDIT, 0).StringByName(clip, 'filename', at(name))
+            scene.WriteChannels(None, 0).StringByName(clip, 'filename', at(name))
         assets = scene.Assets()
         equal((assets.Count(), assets.ByIndex(1)[1]), (3, 'filename'))
         file = assets.Reference(1)

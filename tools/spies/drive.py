@@ -172,6 +172,41 @@ def drive_memory():
     attempt(kz.eval, 'preset.apply unknown driven')
 
 
+def drive_time():
+    """Modifiers of each kind, which are asked again after a change and after the structure is another one."""
+    def declare(self, setup):
+        kz.object.ChannelModSetup(setup).AddInput('pos.X', 0)
+        kz.object.ChannelModSetup(setup).AddOutput('pos.Y', 0)
+
+    def declare_alone(self, setup):
+        declare(self, setup)
+        return self
+
+    def attach(self, item, index, evaluation):
+        kz.object.Evaluation(evaluation).AddChannelName(kz.object.Item(item), 'pos.Z', symbol.fECHAN_WRITE)
+        return all_done('Modifier', mod_RequiredCount=0)()
+
+    tags = {symbol.s_EVALTAG_TYPE: 'groupLocator'}
+    operator = all_done('ChannelModOperator')
+    kz.bless(all_done('ChannelModItem', cmod_Allocate=declare_alone), 'spied.modItem', tags)
+    kz.bless(all_done('ChannelModManager', cman_Define=declare, cman_Allocate=lambda self, modifier: operator()),
+             'spied.modManager', tags)
+    kz.bless(spies.spy_class('EvalModifier', eval_Alloc=attach), 'spied.modifier', tags)
+    scene = scenes.Create('time')
+    items = [scene.ItemAdd(scenes.ItemTypeLookup('groupLocator')) for _ in range(2)]
+    for time in range(3):
+        for item in items:
+            for channel in ('pos.Y', 'pos.Z'):
+                attempt(scene.Channels(None, float(time)).DoubleByName, item, channel)
+        attempt(scene.WriteChannels(None, 0.0).DoubleByName, items[0], 'pos.X', float(time))
+        items[1].SetParent(items[0] if time else None, -1)
+    scenes.Close(scene)
+    undo = service.Undo()
+    undo.Apply(all_done('Undo')())
+    undo.Undo(1)
+    undo.Redo(1)
+
+
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
-              drive_listeners, drive_memory):
+              drive_listeners, drive_memory, drive_time):
     drive()
