@@ -194,12 +194,12 @@ def drive_time():
     kz.bless(spies.spy_class('EvalModifier', eval_Alloc=attach), 'spied.modifier', tags)
     scene = scenes.Create('time')
     items = [scene.ItemAdd(scenes.ItemTypeLookup('groupLocator')) for _ in range(2)]
-    for time in range(3):
+    for moment in range(3):
         for item in items:
             for channel in ('pos.Y', 'pos.Z'):
-                attempt(scene.Channels(None, float(time)).DoubleByName, item, channel)
-        attempt(scene.WriteChannels(None, 0.0).DoubleByName, items[0], 'pos.X', float(time))
-        items[1].SetParent(items[0] if time else None, -1)
+                attempt(scene.Channels(None, float(moment)).DoubleByName, item, channel)
+        attempt(scene.WriteChannels(None, 0.0).DoubleByName, items[0], 'pos.X', float(moment))
+        items[1].SetParent(items[0] if moment else None, -1)
     scenes.Close(scene)
     undo = service.Undo()
     undo.Apply(all_done('Undo')())
