@@ -41,9 +41,9 @@ std::string methodsRow(const Interface& each) {
         if (std::string operation = pythonMethodName(each, method); !operation.empty())
             operations.push_back(std::move(operation));
     }
-    return fmt::format("    {{{}, \"{}\", {}, {}, {}, \"{}\",\n     \"{}\",\n     \"{}\"}},\n", guidInitialiser(each.guid),
-                       each.name, each.service, each.wrapped, each.adapter.has_value(), fmt::join(methods, " "),
-                       fmt::join(operations, " "), fmt::join(plain, " "));
+    return fmt::format("    {{{}, \"{}\", {}, {}, {}, \"{}\",\n     \"{}\",\n     \"{}\"}},\n",
+                       guidInitialiser(each.guid), each.name, each.service, each.wrapped, each.adapter.has_value(),
+                       fmt::join(methods, " "), fmt::join(operations, " "), fmt::join(plain, " "));
 }
 
 void emitMethods(const Model& model, Output& output) {

@@ -24,7 +24,7 @@ struct ProgramOptions {
     std::optional<std::string> preferences;  // the file of the user's preferences, if not the usual one
     bool usesPreferences = true;
     MemoryUse memory = MemoryUse::none;  // what the verb does with them
-    std::string scene;  // loaded before the script runs
+    std::string scene;                   // loaded before the script runs
     WatchOptions watch;
     std::optional<int> debugPort;
     bool trace = false;

@@ -8,8 +8,7 @@
 
 namespace kzhost {
 
-CDocument::CDocument(CWorkspace& workspace, std::string name)
-    : m_workspace(workspace), m_name(std::move(name)) {
+CDocument::CDocument(CWorkspace& workspace, std::string name) : m_workspace(workspace), m_name(std::move(name)) {
     const ItemType& type = *kzFindItemType(KZiITYPE_ROOT);
     m_root = std::make_shared<Item>(*this, type, newIdent(type), ++m_lastSerial);
     enter(*m_root, nullptr, 0);

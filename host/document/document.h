@@ -57,7 +57,7 @@ public:
         if (const auto entry = m_byType.find(type); entry != m_byType.end()) entry->second.each(visit);
     }
 
-    std::unique_ptr<ItemAttachment> object;  // what stands for the document
+    std::unique_ptr<ItemAttachment> object;          // what stands for the document
     std::unique_ptr<DocumentAttachment> evaluation;  // made when something is first evaluated
 
 private:

@@ -36,10 +36,10 @@ struct DocumentEvent {
         geometry,  // of the item
         history,   // a step was added, undone, redone or removed
         selection,
-        keyAdded,    // text: the channel; time
-        keyRemoved,  // as above
-        keyMoved,    // text: the channel; oldTime and time
-        envelope,    // text: the channel, several of whose keys have changed
+        keyAdded,     // text: the channel; time
+        keyRemoved,   // as above
+        keyMoved,     // text: the channel; oldTime and time
+        envelope,     // text: the channel, several of whose keys have changed
         currentTime,  // time
         playRange,    // oldTime and time: its start and end
     };

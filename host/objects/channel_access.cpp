@@ -18,9 +18,7 @@ CChannelAccess::CChannelAccess(CHostRef<CScene> scene, std::string action, doubl
     if (!std::isfinite(time)) throw KZe_INVALIDARG;
 }
 
-CItemReading CChannelAccess::at(IKzUnknown* item) const {
-    return kzOwn<CItem>(item)->readIn(document());
-}
+CItemReading CChannelAccess::at(IKzUnknown* item) const { return kzOwn<CItem>(item)->readIn(document()); }
 
 std::int32_t CChannelAccess::named(IKzUnknown* item, const char* name) const {
     return kzChannelIndex(*at(item), kzTextOf(name));

@@ -177,7 +177,9 @@ bool CItem::item_IsReferenced() { return (read()->flags & KZfITEM_REFERENCE) != 
 
 bool CItem::item_IsInstance() { return read()->source != nullptr; }
 
-KzResult CItem::item_Scene(IKzUnknown** scene) { return static_cast<DocumentObject&>(*read()->document.object).give(scene); }
+KzResult CItem::item_Scene(IKzUnknown** scene) {
+    return static_cast<DocumentObject&>(*read()->document.object).give(scene);
+}
 
 KzResult CItem::item_Parent(IKzUnknown** parent) { return kzGiveItem(read()->parent, parent); }
 

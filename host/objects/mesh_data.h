@@ -1,8 +1,8 @@
 // The data of a mesh: points, polygons, maps, and the edges derived from the polygons.
 #pragma once
 
-#include "host/objects/elements.h"
 #include "host/document/vectors.h"
+#include "host/objects/elements.h"
 
 #include "kz/mesh.h"
 #include "kz/mesh_element.h"

@@ -5,12 +5,12 @@
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/document/evaluation.h"
+#include "host/document/transform_values.h"
 #include "host/objects/curve.h"
 #include "host/objects/envelope.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
 #include "host/objects/scene_files.h"
-#include "host/document/transform_values.h"
 #include "host/objects/transforms.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
@@ -157,7 +157,8 @@ public:
         {
             const auto item = located(locator);
             evaluation = &kzEvaluationOf(item->document);
-            for (const char* name : {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMSCALE_SCL_X})
+            for (const char* name :
+                 {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMSCALE_SCL_X})
                 for (std::int32_t i = 0, first = kzChannelIndex(*item, name); i < 3; ++i)
                     channels.push_back(kzChannelRef(*item, kzChannelAt(*item, first + i)));
         }
