@@ -99,7 +99,7 @@ check_scripts() {
 # other. Compilers cannot tell.
 check_names() {
     local twice
-    twice=$(git ls-files '*.h' | xargs grep -hoP '^(template <.*> )?(class|struct) \K\w+(?=[^;]*\{)' | sort | uniq -d)
+    twice=$(git ls-files '*.h' | xargs grep -hoP '^(template <.*> )?(class|struct) \K\w+(::\w+)*(?=[^;]*\{)' | sort | uniq -d)
     [ -z "$twice" ] || fail "defined in more than one header: ${twice//$'\n'/ }"
 }
 

@@ -333,8 +333,9 @@ TEST_F(KzHostTest, CommandsAreExecutedQueriedAndListed) {
 }
 
 TEST_F(KzHostTest, ScenesAreShownConvertedAndOpened) {
-    const std::string scene = write("a.kzscene", "kzscene 1\nscene \"a\"\nitem \"mesh\" \"m\"\nvalue \"pos.X\" 2\nmesh\n"
-                                                 "point 0 0 0\npoint 1 0 0\npoint 0 1 0\npolygon face 0 0 1 2\nend 1\n");
+    const std::string scene =
+        write("a.kzscene", "kzscene 1\nscene \"a\"\nitem \"mesh\" \"m\"\nvalue \"pos.X\" 2\nmesh\n"
+                           "point 0 0 0\npoint 1 0 0\npoint 0 1 0\npolygon face 0 0 1 2\nend 1\n");
     const std::string facts = "  1 mesh\n  3 points, 1 polygons\n  from 2 0 0 to 3 1 0 m\n";
     expect(run({"scene", "info", scene}), 0, "FOLDER/a.kzscene\n" + facts);
     expect(run({"scene", "convert", scene, path("b.kzscene")}), 0, "FOLDER/b.kzscene\n" + facts);
@@ -607,7 +608,8 @@ TEST_F(KzHostTest, PreferencesSurviveManyWritersAndBadFiles) {
     EXPECT_NE(kept.find("future\tname\t\\011x\nvalue\tw\tunknown\t1\nvalue\tx\tstring\t1\n"), std::string::npos)
         << kept;
     setenv("KZ_PREFERENCES", "/dev/full/preferences", 1);
-    EXPECT_TRUE(run({"cmd", "user.value y 1 life:config"}).says("/dev/full/preferences cannot be read and stay as they are: "));
+    EXPECT_TRUE(
+        run({"cmd", "user.value y 1 life:config"}).says("/dev/full/preferences cannot be read and stay as they are: "));
 }
 
 TEST_F(KzHostTest, ProgressStaysBelowTheText) {

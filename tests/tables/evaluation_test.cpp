@@ -111,10 +111,10 @@ TEST(EvaluationTest, ComputesOnlyWhatIsAskedAndHasChanged) {
     readAll(10);
     scene.workspace->undo(1);
     readAll(6);
-    EXPECT_EQ(
-        std::get<KzMatrix4>(kzEvaluationOf(*scene.document).read(*driven[0], Scene::channel(*driven[0], "worldMatrix"), 0))
-            .m[3][1],
-        6);
+    EXPECT_EQ(std::get<KzMatrix4>(
+                  kzEvaluationOf(*scene.document).read(*driven[0], Scene::channel(*driven[0], "worldMatrix"), 0))
+                  .m[3][1],
+              6);
 }
 
 TEST(EvaluationTest, NamesCircles) {
