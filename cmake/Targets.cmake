@@ -1,9 +1,5 @@
 # The ways to add a target: libraries, tests, and the plug-in that the object libraries end up in.
 
-# With CMAKE_UNITY_BUILD that many sources are compiled at a time. Reading headers takes a compiler about as long as compiling
-# what our sources say, so that is by far the quickest way to build from nothing.
-set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
-
 # kz_add_library(NAME OBJECT|STATIC SOURCE... [LINK LIBRARY...])
 # Sources include each other from the top of the tree ("wrap/marshal.h"), generated ones from the top of the build tree.
 function(kz_add_library name kind)

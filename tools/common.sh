@@ -12,19 +12,11 @@ is_preset() { [[ " $presets " == *" $1 "* ]]; }
 jobs_wanted() { echo "${KZ_JOBS:-$(nproc)}"; }
 
 # Configures a preset when there is no build tree yet, or when OpenImageIO has come since; ninja notices other changes by
-# itself. Where only the release build's kzhost is wanted (only_to_run), a new tree compiles many sources at a time, which
-# halves the time to the first script; the next verb that builds more returns to one at a time, for those who change them.
-only_to_run=
+# itself.
 configure() {
-    local tree=$root/build/$1 unity=()
-    if [ -n "$only_to_run" ] && [ ! -f "$tree/build.ninja" ]; then unity=(-DCMAKE_UNITY_BUILD=ON)
-    elif [ -z "$only_to_run" ] && [ "$1" = release ] &&
-        grep -qs '^CMAKE_UNITY_BUILD:.*=ON' "$tree/CMakeCache.txt"; then
-        unity=(-DCMAKE_UNITY_BUILD=OFF)
-    elif [ -f "$tree/build.ninja" ] && { grep -q kzPictures "$tree/build.ninja" || ! pkg-config --exists OpenImageIO; }; then
-        return
-    fi
-    (cd "$root" && cmake --preset "$1" "${unity[@]}")
+    local ninja=$root/build/$1/build.ninja
+    [ -f "$ninja" ] && { grep -q kzPictures "$ninja" || ! pkg-config --exists OpenImageIO; } && return
+    (cd "$root" && cmake --preset "$1")
 }
 
 # Builds TARGETs (default: everything) of a preset.

@@ -3,7 +3,6 @@
 
 start_kzhost() {
     [ -f "$root/host/CMakeLists.txt" ] || die "there is no reference host in this tree"
-    only_to_run=yes
     build_quietly release kzhost
     exec "$root/build/release/bin/kzhost" "$@"
 }
