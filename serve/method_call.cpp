@@ -71,14 +71,19 @@ PyObject* callAttribute(PyObject** items, int count, PyObject* name) noexcept {
 
 }  // namespace
 
-PyObject* kzCallByName(PyObject** items, int count, PyObject* name) noexcept {
-    const CPyRefNull function = plainMethod(items[0], name);
-    return function.get() != nullptr ? callFunction(function, items, count) : callAttribute(items, count, name);
+CPyRefNull kzPlainMethod(PyObject* object, PyObject* name) noexcept { return plainMethod(object, name); }
+
+PyObject* kzCallMethod(PyObject* plainMethod, PyObject** items, int count, PyObject* name) noexcept {
+    return plainMethod != nullptr ? callFunction(plainMethod, items, count) : callAttribute(items, count, name);
 }
 
-bool kzIsUnimplemented(PyObject* object, PyObject* name) noexcept {
+PyObject* kzCallByName(PyObject** items, int count, PyObject* name) noexcept {
+    const CPyRefNull function = plainMethod(items[0], name);
+    return kzCallMethod(function, items, count, name);
+}
+
+bool kzIsUnimplemented(PyObject* plainMethod) noexcept {
     static PyObject* const package = PyString_InternFromString("kzifc");  // as each of its modules is called
-    const CPyRefNull function = plainMethod(object, name);
-    return function.get() != nullptr && package != nullptr &&
-           reinterpret_cast<PyFunctionObject*>(function.get())->func_module == package;
+    return plainMethod != nullptr && package != nullptr &&
+           reinterpret_cast<PyFunctionObject*>(plainMethod)->func_module == package;
 }

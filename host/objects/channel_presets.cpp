@@ -28,6 +28,7 @@ constexpr const char* channelKind = "channel";
 // The item behind a destination with a reader and a writer of its channels.
 struct Access {
     explicit Access(IKzUnknown* object) : item(object) {
+        if (object == nullptr) throw KZe_INVALIDARG;
         CKzLoc_Unknown owner, reader, writer;
         const char* name = nullptr;
         if (!item || kzFailed(item.Scene(owner.out())) || kzFailed(item.TypeName(&name)))
@@ -92,14 +93,15 @@ public:
     }
     KzResult ptyp_Save(const char* path, IKzUnknown* source) override;
     bool ptyp_CanApplyTo(const char* path, IKzUnknown* destination) override {
-        return itemTypeOf(readPreset(path)) == Access(destination).type;
+        const Access access(destination);
+        return itemTypeOf(readPreset(path)) == access.type;
     }
 };
 
 // A value that is refused leaves the item as it was.
 KzResult CChannelPresets::ptyp_Apply(const char* path, IKzUnknown* destination) {
-    const PreferenceRecords all = readPreset(path);
     const Access access(destination);
+    const PreferenceRecords all = readPreset(path);
     if (itemTypeOf(all) != access.type)
         throw kzBecause(KZe_NOTSUPPORTED, "Presets", [&] {
             return "the preset is for items of the type " + itemTypeOf(all) + ", not " + access.type;

@@ -38,8 +38,9 @@ public:
         enter("PresetBrowser.Open");
         return noWindow("PresetBrowser.Open");
     }
-    KzResult presetbrowserservice_Close(IKzUnknown* /*source*/) override {
+    KzResult presetbrowserservice_Close(IKzUnknown* source) override {
         enter("PresetBrowser.Close");
+        if (source == nullptr) return KZe_INVALIDARG;
         return noWindow("PresetBrowser.Close");
     }
     KzResult presetbrowserservice_TypeCount(std::uint32_t* count) override {

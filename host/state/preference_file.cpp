@@ -105,7 +105,7 @@ PreferenceRecords CPreferenceFile::read(std::string& why) {
 PreferenceRecords CPreferenceFile::readLocked(std::string& why) {
     const auto text = textOf(m_path);
     if (!text) {
-        if (errno == ENOENT) return {};
+        if (errno == ENOENT || errno == ENOTDIR) return {};
         m_isKept = true;  // whatever is in it, it must not be replaced
         why = "the preferences in " + m_path + " cannot be read and stay as they are: " + reasonOfErrno();
         return {};

@@ -67,7 +67,6 @@ class Command(kzifc.Command, kzifc.Attributes):
     label = None
     description = None
     flags = 0
-    _failure = None
     _passed_values = {}  # until the instance has any, so that derived classes need not call __init__ of this class
 
     def execute(self, **values):
@@ -139,8 +138,7 @@ class Command(kzifc.Command, kzifc.Attributes):
             else:
                 _refuse(kz.symbol.e_CMD_MISSING_ARGS)
             index += 1
-        if self._failure is not None:
-            self._failure = None
+        self.__dict__.pop('cmd_Message', None)
         try:
             self.execute(**values)
         except Exception as error:
@@ -150,7 +148,7 @@ class Command(kzifc.Command, kzifc.Attributes):
     def cmd_Query(self, index, values):
         if not self._argument(index).query:
             _refuse(kz.symbol.e_CMD_ARGUMENT_NOT_QUERYABLE)
-        self._failure = None
+        self.__dict__.pop('cmd_Message', None)
         try:
             answer = self.query(self.arguments[index].name)
         except Exception as error:
@@ -160,20 +158,16 @@ class Command(kzifc.Command, kzifc.Attributes):
         for value in answer if isinstance(answer, (list, tuple)) else [answer]:
             values.append(self._number(index, value))
 
-    def cmd_Message(self):
-        failure = self._failure
-        if failure is None:
-            raise NotImplementedError
-        return failure
-
     def _explain(self, error):
-        """Has the command's message say what was raised; a code speaks for itself."""
+        """Gives the command a message that says what was raised; a code speaks for itself. Without a failure there is no
+        cmd_Message but that of kzifc, which the host need not call.
+        """
         if not str(error).startswith('bad result: ') and not isinstance(error, NotImplementedError):
             failure = kz.service.Message().Allocate()
             failure.SetCode(kz.excResult())
             failure.SetMessage('commands', 'failed', 0)  # with a first argument the host fills in
             failure.SetArgumentString(2, '%s: %s' % (type(error).__name__, error))
-            self._failure = failure  # only now, since other threads may execute this object
+            self.cmd_Message = lambda: failure  # only now, since other threads may execute this object
 
     # Dialogs. What the caller has passed stays; the initial values of other arguments are up to the command.
 

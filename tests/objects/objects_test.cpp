@@ -14,6 +14,8 @@
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
+#include "kz/persist.h"
+#include "kz/preset_browser.h"
 #include "kz/result.h"
 #include "kz/scene.h"
 #include "kz/thread.h"
@@ -70,6 +72,8 @@ public:
         for (const char* walker : {"Curve", "PathStep"}) scenes->CreateWalker(walker, add(walker));
         scenes->CreateMatrix(add("matrix"));
         scenes->CreateQuaternion(add("quaternion"));
+        ServiceOf<CKzUser_PersistenceService>(application)->Begin("test", 0, add("persistent entry"));
+        ServiceOf<CKzUser_PresetBrowserService>(application)->TypeByIndex(0, add("preset type"));
         values->CreateValue("float", add("value"));
         values->CreateValueArray("float", add("values"));
         values->ScriptQuery(add("query"));
