@@ -103,6 +103,7 @@ void addCommands(const HostParts& host) {
     kzAddSceneCommands(*host.registry, host.scenes);
     kzAddItemCommands(*host.registry, host.scenes);
     kzAddChannelCommands(*host.registry, host.scenes);
+    kzAddKeyCommands(*host.registry, host.scenes);
     kzAddUndoCommands(*host.registry, host.scenes);
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
