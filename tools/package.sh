@@ -2,7 +2,7 @@
 # ./dev package: makes the Debian packages in build/release/packages.
 # ./dev package PREFIX: installs into a folder, which may be moved afterwards.
 # ./dev package --check: makes the packages and tries them in a clean Debian of this release: installs them, runs a script,
-# and builds the host and the plug-in of sdk/example there.
+# paints a picture, reads a model, and builds the host and the plug-in of sdk/example there.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -26,13 +26,17 @@ install() { apt-get -qq install -y --no-install-recommends "$@" >log 2>&1 || { c
 install ./kzpython2_*.deb
 env -i kzhost run /usr/share/doc/kzpython2/examples/hello.py
 env -i kzhost -c 'import ctypes, curses, readline, sqlite3, ssl; print ssl.OPENSSL_VERSION'
+install ./kzpython2-pictures_*.deb ./kzpython2-models_*.deb
+env -i kzhost run /usr/share/doc/kzpython2/examples/image.py painted.png
+printf 'o Triangle\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n' >triangle.obj
+env -i kzhost scene info triangle.obj
 install ./kzpython2-dev_*.deb ./kzpython2-dbg_*.deb g++ cmake make
 cmake -S /usr/share/kzPython2/sdk/example -B /built >log
 cmake --build /built >log
 home=/usr/lib/kzPython2
 env -i /built/host $home/kit/Python2_7 /usr/share/kzPython2/sdk/example/script.py $home/plugins/kzPython2.so \
     /built/greeter.so
-apt-get -qq purge -y kzpython2 kzpython2-dev kzpython2-dbg >log
+apt-get -qq purge -y 'kzpython2*' >log
 ! find /usr /etc /var/lib/dpkg/info -iname '*kzpython2*' | grep .
 TRIAL
 }
