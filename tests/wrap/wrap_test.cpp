@@ -1,5 +1,6 @@
 // The wrappers of the whole SDK. The scripts beside this file have the cases, and this file the expected counts.
 #include "module/py_lock.h"
+#include "tests/prove/proof.h"
 #include "tests/support/plugin_host.h"
 #include "tests/wrap/recorder.h"
 
@@ -113,6 +114,13 @@ protected:
 
 TEST_F(AllMethodsTest, CarryEveryKindBothWays) { runOnAll("carry", 2); }
 TEST_F(AllMethodsTest, FailAsTheyShould) { runOnAll("fail", 10); }
+
+TEST_F(AllMethodsTest, LeaveNoReferences) {
+    auto counts = run("growth", "grow");
+    EXPECT_EQ(counts["methods"], registered().methods);
+    for (const char* figure : {"methods", "calls", "grown"}) kzFigure(figure, static_cast<double>(counts[figure]));
+    EXPECT_EQ(counts["grown"], 0);
+}
 
 TEST_F(RecordingTest, PlainArgumentsAreReadAsTheParserReadsThem) {
     auto counts = run("lanes", "compare");

@@ -36,6 +36,25 @@ def row(number, name, minutes, what, wanted, plant=None):
     return keep
 
 
+GROWTH = ("wrap/wrap_test", "AllMethodsTest.LeaveNoReferences"), ("serve/loopback_test", "GrowthTest.*")
+
+
+@row(1, "references", 12, "references that 1000 calls of every wrapper and adapter leave behind, succeeding and failing",
+     "0 in 7 of 7 rounds, beyond what adapters keep on purpose",
+     plant=("wrap/marshal_core.cpp", "        const CPyRefNull item(itemOf(sequence, index));\n",
+            "        const CPyRefNull item(itemOf(sequence, index));\n        Py_XINCREF(item.get());\n"))
+def references(work):
+    results = [work.test("pydebug", program, tests) for program, tests in GROWTH]
+    return all(passed for passed, _ in results), "; ".join(told(figures) for _, figures in results)
+
+
+@row(5, "exceptions", 1, "every adapter method raises each kind of exception and returns each wrong shape",
+     "no success code, no exit, one log line that names the method")
+def exceptions(work):
+    passed, figures = work.test("release", "serve/loopback_test", "LoopbackTest.*")
+    return passed, told(figures)
+
+
 @row(8, "cycles", 1, "load, use and unload in one process, with RTLD_LOCAL, start and stop on different threads",
      "300 cycles, growth no more than a bare interpreter's")
 def cycles(work):

@@ -1,0 +1,80 @@
+// References that calls of adapters leave behind: none but the one to what a method has returned, which is kept on purpose.
+#include "loopback_call.h"
+
+#include "tests/prove/proof.h"
+
+#include <set>
+
+namespace {
+
+// All references that there are, in the interpreter's debug build; otherwise those to what most calls touch.
+Py_ssize_t references([[maybe_unused]] PyObject* names) {
+#ifdef Py_REF_DEBUG
+    return _Py_GetRefTotal();
+#else
+    std::set<PyObject*> touched = {Py_None, Py_True, Py_False};
+    for (const char* name : {"given", "answer", "it", "note", "there", "seen"})
+        touched.insert(PyDict_GetItemString(names, name));
+    Py_ssize_t sum = 0;
+    for (PyObject* each : touched) sum += Py_REFCNT(each);
+    return sum;
+#endif
+}
+
+class GrowthTest : public LoopbackTest {
+protected:
+    // Calls with one answer, in rounds; each call that returns something may keep one reference, and no other.
+    void expectNoGrowth(Call& call, IKzUnknown* server, const std::string& answered, bool returns) {
+        EXPECT_EQ(run("given = " + (returns ? answered : "None")), "") << answered;
+        answer(returns ? "lambda: given" : answered);
+        forgetLog();
+        const CPyLock lock;
+        call.run(server);  // what is made once is there now
+        for (int round = 0; round < m_rounds; ++round) {
+            const Py_ssize_t before = references(m_globals);
+            for (int turn = 0; turn < m_calls; ++turn) call.run(server);
+            const Py_ssize_t growth = references(m_globals) - before - (returns ? m_calls : 0);
+            m_done += m_calls;
+            if (growth == 0) continue;
+            m_grown += 1;
+            ADD_FAILURE() << call.expectedSeen() << " answered by " << answered << ": " << growth
+                          << " references in round " << round << " of " << m_calls << " calls";
+        }
+    }
+
+    std::vector<std::string> wrongAnswers(const Call& call) {
+        if (call.outputCount() == 0) return {};
+        if (call.outputCount() == 1) return {"Answering()"};
+        const std::string good = call.good();
+        return {"None", "()", "list(" + good + ")", good + " + (0,)", good + "[1:]", good + "[:-1] + (Answering(),)"};
+    }
+
+    int m_rounds = kzProofLength(2, 7);
+    int m_calls = kzProofLength(1, 48);  // of each answer, of which there are about 21
+    PyObject* m_globals = reinterpret_cast<PyObject*>(std::stoull(value("id(globals())")));
+    double m_done = 0, m_grown = 0;
+};
+
+TEST_F(GrowthTest, OfAdaptersIsWhatTheyKeep) {
+    double methods = 0;
+    CKzLoc_Unknown server;
+    std::string current;
+    for (const LoopbackRow& row : loopbackRows()) {
+        if (row.name[0] == '\0') continue;
+        if (current != row.interfaceName) serve(current = row.interfaceName, true, server);
+        run("gc.collect()");
+        Call call(row, &there);
+        run(call.typed() ? "typed = True" : "typed = False");
+        expectNoGrowth(call, server.raw(), call.good(), true);
+        for (const auto& [function, code] : raised) expectNoGrowth(call, server.raw(), function, false);
+        for (const std::string& wrong : wrongAnswers(call)) expectNoGrowth(call, server.raw(), wrong, true);
+        ++methods;
+    }
+    run("given = None");
+    kzFigure("methods", methods);
+    kzFigure("rounds", m_rounds);
+    kzFigure("calls", m_done);
+    kzFigure("rounds with growth", m_grown);
+}
+
+}  // namespace
