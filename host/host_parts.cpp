@@ -25,6 +25,7 @@
 #include "host/core/service_registry.h"
 #include "host/core/session_memory.h"
 #include "host/core/value_type_registry.h"
+#include "host/objects/auto_save.h"
 #include "host/objects/document_undo.h"
 #include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
@@ -177,10 +178,14 @@ HostParts::HostParts()
       presets(std::make_shared<CPresets>(modules, scenes)),
       sceneFiles(std::make_shared<CSceneFiles>(
           SceneFileParts{context, modules, listeners, log, monitors, scenes, files, userValues, redirects})),
+      autoSave(std::make_shared<CAutoSave>(userValues, scenes, sceneFiles, modules, log)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);
-    commandState->whenIdle = [waiting = notifiers.get()] { waiting->sendDeferred(); };
+    commandState->whenIdle = [waiting = notifiers.get(), saving = autoSave.get()] {
+        waiting->sendDeferred();
+        saving->check();
+    };
     modules->whenAdded([weak = std::weak_ptr(persistence)](const KzServer& server) {
         const auto entries = weak.lock();
         if (entries && server.className == KZa_PERSISTENCECLIENT) entries->configureServer(server);

@@ -7,6 +7,7 @@ namespace kzhost {
 
 class CLogStore;
 class CScriptRunner;
+class CAutoSave;
 class CCommandDispatcher;
 class CCommandRegistry;
 class CCommandState;
@@ -77,6 +78,7 @@ struct HostParts {
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<CPresets> presets;
     std::shared_ptr<CSceneFiles> sceneFiles;
+    std::shared_ptr<CAutoSave> autoSave;
     std::shared_ptr<QueryEnvironment> queries;
 };
 

@@ -1,11 +1,8 @@
 // Rules that find files which have moved.
 #include "host/objects/file_redirect.h"
 
-#include "host/core/module_table.h"
 #include "host/state/text.h"
 
-#include <climits>
-#include <cstring>
 #include <filesystem>
 #include <fnmatch.h>
 
@@ -33,22 +30,6 @@ std::string RedirectRules::find(const std::string& path, std::uint32_t& how) {
     for (const Rule& rule : rules) {
         const std::string place = rule.apply(path, how);
         if (!place.empty() && fs::exists(place, error)) return place;
-    }
-    return {};
-}
-
-std::string kzLocate(const CModuleTable& modules, RedirectRules& rules, const std::string& path,
-                     const char* fileClass) {
-    std::uint32_t how = 0;
-    if (std::string place = rules.find(path, how); !place.empty()) return place;
-    std::error_code error;
-    for (const KzServer& server : modules.servers(KZa_FILEREDIRECT)) {
-        CKzLoc_Unknown object;
-        const CKzUser_FileRedirect redirect(CModuleTable::spawn(server, object).raw());
-        std::string place(PATH_MAX, '\0');
-        if (!redirect || kzFailed(redirect.Locate(path.c_str(), fileClass, place.data(), PATH_MAX, &how))) continue;
-        place.resize(std::strlen(place.c_str()));
-        if (fs::exists(place, error)) return place;
     }
     return {};
 }

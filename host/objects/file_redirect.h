@@ -29,11 +29,6 @@ struct RedirectRules {
     std::string find(const std::string& path, std::uint32_t& how);
 };
 
-class CModuleTable;
-
-// Where a missing file is, by the rules or else by the servers of modules that know; empty if nobody does.
-std::string kzLocate(const CModuleTable& modules, RedirectRules& rules, const std::string& path, const char* fileClass);
-
 class CFileRedirect final : public CHosted<"file redirect", CFileRedirect, CKzIfc_FileRedirect> {
 public:
     explicit CFileRedirect(std::shared_ptr<RedirectRules> rules) : m_rules(std::move(rules)) {}

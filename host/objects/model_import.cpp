@@ -285,9 +285,6 @@ private:
         const fs::path place = (folder / file).lexically_normal();
         if (fs::exists(place, error)) return place.string();
         if (const fs::path beside = folder / place.filename(); fs::exists(beside, error)) return beside.string();
-        std::string found = m_import.locate ? m_import.locate(place.string()) : std::string();
-        if (!found.empty()) return found;
-        m_notes.push_back("the texture " + place.string() + " is missing");
         return place.string();
     }
 

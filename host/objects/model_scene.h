@@ -14,8 +14,6 @@ namespace kzhost {
 struct ModelImport {
     std::string folder;       // against which the model names files
     bool joinsPoints = true;  // vertices at one place become one point
-    // Where a file is that is not at its place; empty if that is unknown.
-    std::function<std::string(const std::string& path)> locate;
 };
 
 // Adds what the model has, as roots. What a document cannot hold goes to the notes.

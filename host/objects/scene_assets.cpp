@@ -2,6 +2,7 @@
 #include "host/objects/scene.h"
 
 #include "host/core/reasons.h"
+#include "host/objects/moved_files.h"
 #include "host/state/text.h"
 
 #include "kz/loader.h"
@@ -21,11 +22,6 @@ namespace kzhost {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A channel that names a file, by the identifier of its item.
-struct Asset {
-    std::string ident, channel, path;
-};
 
 // The file that one channel names.
 class CFileReference final : public CHosted<"file reference", CFileReference, CKzIfc_FileReference> {
@@ -95,24 +91,13 @@ public:
 
 private:
     CDocument& document() const { return m_scene->document(); }
-    std::vector<Asset> all() const;
+    std::vector<FileChannel> all() const {
+        const CReading reading(document().workspace());
+        return kzFileChannels(document());
+    }
 
     CHostRef<CScene> m_scene;
 };
-
-std::vector<Asset> CSceneAssets::all() const {
-    std::vector<Asset> assets;
-    const CReading reading(document().workspace());
-    document().each(KZiITYPE_ANY, [&](const Item& item) {
-        for (std::size_t i = 0; i < item.channelCount(); ++i) {
-            const ChannelInfo& channel = *item.channelAt(i);
-            if (channel.type == nullptr || std::string_view(channel.type->name) != KZsTYPE_FILEPATH) continue;
-            const auto* path = std::get_if<std::string>(&item.valueOf(channel));
-            if (path != nullptr && !path->empty()) assets.push_back({item.ident, channel.name, *path});
-        }
-    });
-    return assets;
-}
 
 // All files are copied before a path changes, and only then does a moved file leave its place: a failure half-way leaves the
 // scene and its files as they were. Files of one name from different folders get different names.
@@ -123,7 +108,7 @@ KzResult CSceneAssets::sceneassets_Gather(const char* folder, std::int32_t copy)
     std::map<std::string, fs::path> places;
     std::set<fs::path> taken;
     const auto assets = all();
-    for (const Asset& asset : assets) {
+    for (const FileChannel& asset : assets) {
         if (places.contains(asset.path)) continue;
         if (!fs::is_regular_file(asset.path, error))
             return kzBecause(KZe_NOTFOUND, "SceneAssets.Gather",
@@ -146,7 +131,7 @@ KzResult CSceneAssets::sceneassets_Gather(const char* folder, std::int32_t copy)
                              [&] { return fmt::format("\"{}\" cannot be copied: {}", path, error.message()); });
     }
     CEdit edit(document().workspace());
-    for (const Asset& asset : assets)
+    for (const FileChannel& asset : assets)
         if (Item* item = document().byIdent(asset.ident))
             kzWriteChannel(*item, kzChannelAt(*item, kzChannelIndex(*item, asset.channel)),
                            places.at(asset.path).string(), edit);

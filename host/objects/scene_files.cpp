@@ -6,11 +6,12 @@
 #include "host/core/message.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
+#include "host/core/reasons.h"
 #include "host/core/refusal.h"
-#include "host/objects/file_redirect.h"
 #include "host/objects/file_servers.h"
 #include "host/objects/model_program.h"
 #include "host/objects/model_scene.h"
+#include "host/objects/moved_files.h"
 #include "host/objects/safe_save.h"
 #include "host/objects/scene_file.h"
 #include "host/state/user_values.h"
@@ -45,9 +46,8 @@ public:
     bool sceneloadertarget_IsImport() override { return m_isImport; }
     // Imported items belong to no other.
     KzResult sceneloadertarget_Root(IKzUnknown** /*parent*/) override { return KZe_NOTFOUND; }
-    // Files are not watched here.
-    KzResult sceneloadertarget_AddDependency(const char* path) override {
-        return kzTextOf(path).empty() ? KZe_INVALIDARG : KZe_OK;
+    KzResult sceneloadertarget_AddDependency(const char* /*path*/) override {
+        return kzBecause(KZe_NOTIMPL, "SceneLoaderTarget.AddDependency", [] { return "this host watches no files"; });
     }
 
 private:
@@ -100,8 +100,8 @@ void CSceneFiles::readOwn(CDocument& document, const std::string& path, bool isI
         const std::string text = wholeText(path);
         CEdit edit(document.workspace());
         kzReadScene(text, document, edit, isImport);
-        if (isImport) return edit.commit();
-        edit.commitLoaded(document);
+        if (isImport) edit.commit();
+        else edit.commitLoaded(document);
     } catch (const std::exception& error) {
         throw refuse(KZe_FAILED, path, error.what());
     }
@@ -125,9 +125,12 @@ bool CSceneFiles::loadServed(CScene& scene, const std::string& path, bool isImpo
 }
 
 void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
-    if (hasOwnExtension(path) || beginsAsOwn(path)) return readOwn(scene.document(), path, isImport);
-    if (!loadServed(scene, path, isImport, monitor)) return loadForeign(scene, path, isImport, monitor);
-    if (!isImport) scene.document().workspace().forget(scene.document());
+    if (hasOwnExtension(path) || beginsAsOwn(path)) readOwn(scene.document(), path, isImport);
+    else if (!loadServed(scene, path, isImport, monitor)) loadForeign(scene, path, isImport, monitor);
+    else if (!isImport) scene.document().workspace().forget(scene.document());
+    std::vector<std::string> notes;
+    kzFollowMovedFiles(scene.document(), isImport, {m.modules, m.files, m.redirects}, notes);
+    note(path, notes);
 }
 
 // A monitor says when its user wants to stop.
@@ -142,12 +145,9 @@ void CSceneFiles::note(const std::string& path, const std::vector<std::string>& 
 }
 
 void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
-    const auto locate = [&](const std::string& file) {
-        return kzLocate(*m.modules, *m.redirects, file, KZsFILECLASS_IMAGE);
-    };
     const auto joins = m.values->find(kzJoinPoints);
     const ModelImport import{fs::absolute(path).parent_path().string(),
-                             !joins || kzNumberOf(joins->cell).value_or(1) != 0, locate};
+                             !joins || kzNumberOf(joins->cell).value_or(1) != 0};
     std::vector<std::string> notes;
     try {
         const Model model = kzReadModel(*m.files, path, goesOn(monitor));

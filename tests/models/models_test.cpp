@@ -3,24 +3,33 @@
 #include "host/document/document.h"
 #include "host/document/transform_values.h"
 #include "host/objects/item.h"
+#include "host/objects/moved_files.h"
 #include "host/objects/scene.h"
 #include "host/objects/scene_files.h"
 #include "host/state/path_aliases.h"
+#include "host/state/text.h"
 #include "tests/support/host_test.h"
 
+#include "kz/base/object_output.h"
+#include "kz/channel.h"
+#include "kz/clip.h"
 #include "kz/command.h"
 #include "kz/lighting.h"
+#include "kz/loader.h"
 #include "kz/log.h"
 #include "kz/material.h"
 #include "kz/mesh.h"
+#include "kz/module.h"
 #include "kz/render_item.h"
 #include "kz/scene.h"
+#include "kz/texture.h"
 #include "kz_paths.h"
 
 #include <nlohmann/json.hpp>
 
 #include <fstream>
 #include <set>
+#include <tuple>
 
 namespace {
 
@@ -181,6 +190,104 @@ TEST_F(ModelsTest, AreReadByOthersAsTheyWereWritten) {
         EXPECT_EQ(WEXITSTATUS(std::system((command + " >" + folder.path() + "/out 2>/dev/null").c_str())), 0);
         EXPECT_EQ(contentsOf(folder.path() + "/out"), "the same\n");
     }
+}
+
+// A module in C++ that loads scenes of one texture each, and knows where the textures are.
+class LineLoader final : public CHosted<"line loader", LineLoader, CKzIfc_Loader> {
+public:
+    KzResult load_Recognize(const char* path, IKzUnknown* info) override {
+        if (!std::string_view(path).ends_with(".line")) return KZe_NOTFOUND;
+        return CKzUser_LoaderInfo(info).SetClass(KZsFILECLASS_SCENE);
+    }
+    KzResult load_LoadObject(const char* path, IKzUnknown* /*info*/, IKzUnknown* /*monitor*/,
+                             IKzUnknown* target) override {
+        CKzUser_Scene scene;
+        CKzUser_Item item;
+        CKzUser_ChannelWrite write;
+        kzObtain(scene, [&](IKzUnknown** out) { return CKzUser_SceneLoaderTarget(target).Scene(out); });
+        kzObtain(item, [&](IKzUnknown** out) { return scene.ItemAdd(typeNamed(KZsITYPE_VIDEOSTILL), out); });
+        kzObtain(write, [&](IKzUnknown** out) { return scene.WriteChannels(nullptr, 0, out); });
+        std::string text = contentsOf(path);
+        if (text.empty()) return KZe_ABORT;
+        return write.StringByName(item.raw(), KZsICHAN_VIDEOSTILL_FILENAME, text.c_str());
+    }
+};
+
+class Finder final : public CHosted<"finder", Finder, CKzIfc_FileRedirect> {
+public:
+    KzResult fileredirect_Locate(const char* path, const char* /*fileClass*/, char* found, std::uint32_t length,
+                                 std::uint32_t* how) override {
+        if (std::string_view(path) != "/gone/a.png") return KZe_NOTFOUND;
+        *how = KZeREMAP_DIRECT;
+        return kzFillText(KZ_SOURCE_DIR "/tests/objects/pictures/rgb16.png", found, length);
+    }
+};
+
+class LineModule final : public CHosted<"line module", LineModule, CKzIfc_Module, CKzIfc_TagDescription> {
+public:
+    std::uint32_t tag_Count() override { return 2; }
+    KzResult tag_Describe(std::uint32_t index, KzTagRecord* record) override {
+        *record = index == 0 ? KzTagRecord{"server", "line", &KZu_LOADER}
+                             : KzTagRecord{"server", "finder", &KZu_FILEREDIRECT};
+        return KZe_OK;
+    }
+    KzResult mod_Generate(const char* /*name*/, const KzGuid* iid, IKzUnknown** object) override {
+        return *iid == KZu_LOADER ? CHostRef<LineLoader>::make().give(object) : CHostRef<Finder>::make().give(object);
+    }
+};
+
+TEST_F(ModelsTest, OfModulesInCppAreLoadedWithTheFilesThatTheyName) {
+    ASSERT_EQ(host().adopt("lines", CHostRef<LineModule>::make().raw()), KZe_OK);
+    const CTestFolder folder;
+    const std::pair<const char*, std::string> rows[] = {
+        {"/gone/a.png", KZ_SOURCE_DIR "/tests/objects/pictures/rgb16.png"}, {"/gone/b.png", "/gone/b.png"}};
+    for (const auto& [written, found] : rows)
+        load(folder.write("a.line", written), [&](CDocument& document) {
+            const auto files = kzFileChannels(document);
+            ASSERT_EQ(files.size(), 1U);
+            EXPECT_EQ(files.front().path, found);
+            EXPECT_FALSE(document.isModified());
+        });
+    const auto log = host().log().lines(KZsLOG_FILES);
+    EXPECT_EQ(log.back().text, folder.path() + "/a.line: the file /gone/b.png is missing");
+    folder.write("a.line", "");
+    EXPECT_THROW(host().sceneFiles().load(folder.path() + "/a.line", nullptr), KzResult);
+}
+
+// Whatever a file does to its reader, and whoever is missing, the host has a reason in its log.
+TEST_F(ModelsTest, SurviveTheirReader) {
+    const CTestFolder folder;
+    const std::string big = folder.write("big.obj", ""),
+                      model = folder.write("a.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    std::filesystem::resize_file(big, (std::uintmax_t{1} << 30U) + 1);
+    const auto program = [&](const std::string& text) {
+        const std::string path = folder.write("lib/kzModels", text);
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+        host().files().setAlias("program", folder.path());
+    };
+    const std::tuple<std::string, std::string, KzResult, std::string> rows[] = {
+        {"", big, KZe_FAILED, "the file is larger than 1 GiB"},
+        {"#!/bin/sh\nkill -SEGV $$\n", model, KZe_FAILED, "its reader or writer crashed: Segmentation fault"},
+        {"#!/bin/sh\nhead -c 1000 /dev/zero | tr '\\0' '\\377'\n", model, KZe_FAILED, "the model is not whole"},
+        {"#!/bin/sh\nexec printf half\n", model, KZe_FAILED, "the model is not whole"},
+        {"#!/bin/sh\necho wrong >&2; exit 1\n", model, KZe_FAILED, "wrong"},
+        {"#!/bin/sh\nexit 2\n", model, KZe_NOTSUPPORTED, "no loader of scenes recognises the file"}};
+    for (const auto& [text, path, code, reason] : rows) {
+        if (!text.empty()) program(text);
+        KzResult found = KZe_OK;
+        try {
+            host().sceneFiles().load(path, nullptr);
+        } catch (KzResult thrown) {
+            found = thrown;
+        }
+        EXPECT_EQ(found, code) << text;
+        EXPECT_NE(host().log().lines(KZsLOG_FILES).back().text.find(path + ": " + reason), std::string::npos)
+            << host().log().lines(KZsLOG_FILES).back().text;
+    }
+    std::filesystem::remove(folder.path() + "/lib/kzModels");
+    EXPECT_THROW(host().sceneFiles().load(model, nullptr), KzResult);
+    EXPECT_NE(host().log().lines("objects").back().text.find("install the package kzpython2-models"),
+              std::string::npos);
 }
 
 }  // namespace

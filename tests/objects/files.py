@@ -27,6 +27,7 @@ class Loader(kzifc.Loader):
 
     def load_LoadObject(self, path, info, monitor, target):
         target = kz.object.SceneLoaderTarget(target)
+        fails('NOTIMPL', (target.AddDependency, path))
         scene = target.Scene()
         for line in open(path):
             name, place = line.split()[0], [float(word) for word in line.split()[1:]]
@@ -209,3 +210,63 @@ def check_a_history_makes_the_same_document():
         fails('NOTSUPPORTED', (apply, preset, item, kz.symbol.f_PRESETAPPLY_ADD))
         fails('INVALIDARG', (apply, preset, item, 0x100))
         equal((len(kept), len(texts[0].splitlines()) > 25, texts[0]), (len(MACRO), True, texts[1]))
+
+
+def check_moved_files_are_found():
+    rules = kz.service.IO().Redirect()
+    with folder() as at:
+        os.mkdir(at('new'))
+        for name in ('new/a.png', 'new/b.jpg'):
+            open(at(name), 'w').close()
+        scene = SCENES.Create('moved')
+        names = ('old/a.png', 'b.png', 'none.png', 'new/a.png')
+        for name in names:
+            scene.WriteChannels(None, 0).StringByName(scene.ItemAdd(TYPE('videoStill')), 'filename', at(name))
+        SCENES.Save(scene, at('moved.kzscene'), None)
+        rules.AddRule(at('old'), at('new'), kz.symbol.iREMAPRULE_FOLDER)
+        rules.AddRule('b.png', at('new/b.jpg'), kz.symbol.iREMAPRULE_NAME)
+        found = [at(name) for name in ('new/a.png', 'new/b.jpg', 'none.png', 'new/a.png')]
+        paths = lambda scene: [scene.Assets().Reference(i).Path() for i in range(scene.Assets().Count())]
+        steps = UNDO.Count()[0]
+        again = SCENES.Load(at('moved.kzscene'), None)
+        equal((paths(again), again.IsModified(), UNDO.Count()[0]), (found, False, steps))
+        SCENES.Import(at('moved.kzscene'), again, None)
+        equal((paths(again), UNDO.Count()[0]), (found + found, steps + 1))
+        rules.Clear()
+        for each in (scene, again):
+            SCENES.Close(each)
+
+
+class AutoSave(kzifc.AutoSaveListener):
+    folders = []
+
+    def asl_SaveNow(self, folder):
+        kz.eval('user.value autosaved 1 type:integer')  # a command does not start another save
+        self.folders.append(folder)
+        raise ValueError('which keeps nobody from saving')
+
+
+def check_copies_are_saved():
+    kz.bless(AutoSave, 'copies')
+    for index in range(SCENES.Count()):
+        SCENES.ByIndex(index).SetModified(0)
+    with folder() as at:
+        for name, value in (('folder', at('copies') + ' type:string'), ('interval', '0 type:float'),
+                            ('revisions', '2 type:integer'), ('active', 'true type:boolean')):
+            kz.eval('user.value autosave.%s %s' % (name, value))
+        equal(os.path.exists(at('copies')), False)  # nothing has changed
+        scene = made()
+        SCENES.Save(scene, at('a.kzscene'), None)
+        for name in ('one', 'two', 'three'):
+            scene.ItemByIndex(TYPE('locator'), 0).SetName(name)
+            for number in 1, 2:  # nothing has changed since the first time
+                kz.eval('user.value autosaved %d type:integer' % number)
+        names = sorted(os.listdir(at('copies')))
+        equal([(name[0], name[-10:]) for name in names], [('a', '.1.kzscene'), ('a', '.2.kzscene')])
+        for name, first in zip(names, ('three', 'two')):
+            copy = SCENES.Load(os.path.join(at('copies'), name), None)
+            equal(copy.ItemByIndex(TYPE('locator'), 0).Name(), first)
+            SCENES.Close(copy)
+        equal((AutoSave.folders, scene.Filename(), scene.IsModified()), ([at('copies')] * 3, at('a.kzscene'), True))
+        kz.eval('user.value autosave.active false')
+        SCENES.Close(scene)

@@ -1,0 +1,34 @@
+// Files that a scene names and that have moved since it was saved.
+#pragma once
+
+#include "host/document/document.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kzhost {
+
+class CModuleTable;
+class CPathAliases;
+struct RedirectRules;
+
+struct MovedFiles {
+    std::shared_ptr<CModuleTable> modules;
+    std::shared_ptr<CPathAliases> files;
+    std::shared_ptr<RedirectRules> rules;
+};
+
+// A channel that names a file, by the identifier of its item.
+struct FileChannel {
+    std::string ident, channel, path;
+};
+// All of a document that name one. The lock must be held.
+std::vector<FileChannel> kzFileChannels(const CDocument& document);
+
+// Finds the missing files of a document by the rules, or else by the servers of modules that know, and has its channels name
+// them where they are. It belongs to the making of a new document; of an import, it is an edit. The notes say what was found
+// and what was not. The caller must not hold the lock.
+void kzFollowMovedFiles(CDocument& document, bool isImport, const MovedFiles& by, std::vector<std::string>& notes);
+
+}  // namespace kzhost
