@@ -38,6 +38,7 @@
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
+#include "host/services/dir_cache_service.h"
 #include "host/services/file_service.h"
 #include "host/services/guid_service.h"
 #include "host/services/host_service.h"
@@ -75,6 +76,7 @@
 #include "kz/color_mapping.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
+#include "kz/dir_cache.h"
 #include "kz/file.h"
 #include "kz/guid.h"
 #include "kz/host.h"
@@ -124,6 +126,8 @@ void addServices(const HostParts& host) {
     add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
     add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
+    add("dircache", KZu_DIRCACHESERVICE, kzMakeDirCacheService, host.modules, host.preferences, host.images,
+        host.notifiers, host.files);
     add("file", KZu_FILESERVICE, kzMakeFileService, host.files);
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);

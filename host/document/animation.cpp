@@ -90,10 +90,36 @@ double blended(double below, double value, double weight, std::int32_t mode) {
     }
 }
 
+// Where a clip is at a moment of the scene: the time of its own, and how much of its weight it has.
+struct ClipPlace {
+    double time = 0, strength = 0;
+};
+
+// From its start on, a clip plays the part of its keys from its start to its end, as often as it loops, with its speed;
+// backwards from the end if that is negative. Before and after that it has no part.
+ClipPlace placeIn(const Item& clip, double time) {
+    const auto setting = [&](const char* name) { return settingOf(clip, name, time); };
+    const double start = setting(KZsICHAN_ACTIONCLIP_START), end = setting(KZsICHAN_ACTIONCLIP_END);
+    const double speed = setting(KZsICHAN_ACTIONCLIP_SPEED), loops = setting(KZsICHAN_ACTIONCLIP_LOOPS);
+    const double length = end - start, passed = time - start;
+    if (!(length > 0) || !(passed >= 0)) return {};
+    const double run = passed * std::abs(speed), whole = loops > 0 ? loops * length : HUGE_VAL;
+    if (run > whole) return {};
+    const double phase = run == whole ? length : std::fmod(run, length);
+    ClipPlace place{speed < 0 ? end - phase : start + phase, 1};
+    const auto fade = [&](double reach, double seconds) {
+        if (seconds > 0) place.strength = std::min(place.strength, reach / seconds);
+    };
+    fade(passed, setting(KZsICHAN_ACTIONCLIP_FADEIN));
+    if (speed != 0) fade((whole - run) / std::abs(speed), setting(KZsICHAN_ACTIONCLIP_FADEOUT));
+    return place;
+}
+
 // A value that is no number is taken from the last clip that has any weight.
 void mixIn(const ActiveClip& clip, const ChannelInfo& channel, double time, KzCell& cell, std::uint32_t& source) {
-    const double weight = settingOf(*clip.item, KZsICHAN_ACTIONCLIP_WEIGHT, time);
-    const auto own = cellAt(*clip.value, channel, time);
+    const ClipPlace place = placeIn(*clip.item, time);
+    const double weight = place.strength * settingOf(*clip.item, KZsICHAN_ACTIONCLIP_WEIGHT, time);
+    const auto own = cellAt(*clip.value, channel, place.time);
     if (!own || weight == 0) return;
     const auto mode = static_cast<std::int32_t>(settingOf(*clip.item, KZsICHAN_ACTIONCLIP_BLEND, time));
     const auto below = kzNumberOf(cell), value = kzNumberOf(*own);
@@ -139,6 +165,25 @@ const ActionValue* kzActionValue(const Item& item, const ChannelInfo& channel, s
     if (state == item.values.end()) return nullptr;
     const auto value = std::ranges::find(state->second.actions, action, &ActionValue::action);
     return value != state->second.actions.end() ? &*value : nullptr;
+}
+
+bool kzSays(const Item& item, const ChannelInfo& channel, std::string_view action) {
+    if (action != KZs_ACTIONLAYER_STATIC) return kzActionValue(item, channel, action) != nullptr;
+    const auto state = item.values.find(&channel);
+    return state != item.values.end() && state->second.value;
+}
+
+ActionChannels kzActionChannels(const CDocument& document, std::string_view action) {
+    ActionChannels channels;
+    document.each(KZiITYPE_ANY, [&](Item& item) {
+        if (item.values.empty()) return;
+        const auto first = static_cast<std::ptrdiff_t>(channels.size());
+        for (const auto& [channel, state] : item.values)
+            if (kzSays(item, *channel, action)) channels.emplace_back(item.shared_from_this(), channel);
+        std::sort(channels.begin() + first, channels.end(),
+                  [&](const auto& a, const auto& b) { return item.indexOf(*a.second) < item.indexOf(*b.second); });
+    });
+    return channels;
 }
 
 std::shared_ptr<const EnvelopeData> kzCurveOf(const Item& item, const ChannelInfo& channel, std::string_view action) {

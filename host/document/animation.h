@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kzhost {
@@ -35,6 +36,10 @@ std::int32_t kzActionType(const CDocument& document, std::string_view action);
 
 // What the action says of the channel; null if nothing. The values of "scene" are not among these, its gradients are.
 const ActionValue* kzActionValue(const Item& item, const ChannelInfo& channel, std::string_view action);
+bool kzSays(const Item& item, const ChannelInfo& channel, std::string_view action);
+// The channels of which the action says something, in the order of items and of their channels.
+using ActionChannels = std::vector<std::pair<ItemRef, const ChannelInfo*>>;
+ActionChannels kzActionChannels(const CDocument& document, std::string_view action);
 std::shared_ptr<const EnvelopeData> kzCurveOf(const Item& item, const ChannelInfo& channel, std::string_view action);
 // The action that has the channel's keys; null if it has none.
 const ActionValue* kzKeyedAction(const Item& item, const ChannelInfo& channel);

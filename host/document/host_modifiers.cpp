@@ -1,14 +1,18 @@
 // The modifiers that the host has of its own.
 #include "host/document/host_modifiers.h"
 
+#include "host/core/reasons.h"
 #include "host/document/animation.h"
+#include "host/document/expression.h"
 #include "host/document/vectors.h"
 
 #include "kz/channel_mod.h"
 #include "kz/item.h"
+#include "kz/result.h"
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstring>
 #include <map>
 #include <numbers>
@@ -175,6 +179,58 @@ double relation(const HostInputs& in) {
     return curve != nullptr && !curve->keys().empty() ? curve->value(in[0]).value_or(NAN) : in[0];
 }
 
+// The moments at which a spring looks at its input: sixty in a second, or so many that it can still be computed.
+Numbers springTimes(const HostInputs& in) {
+    constexpr double rate = 60, most = 36'000;
+    const double start = in[3], length = in.time - start;
+    if (!(length > 0)) return {in.time};
+    const double count = std::min(std::ceil(length * rate), most);
+    Numbers times;
+    for (double i = 0; i < count; ++i) times.push_back(start + length * i / count);
+    times.push_back(in.time);
+    return times;
+}
+
+// A mass on a damped spring that follows the input, at rest at the start. Between two moments the input is taken to be
+// straight, for which the motion is known exactly, however stiff the spring is.
+double spring(const HostInputs& in) {
+    const double stiffness = in[0] / in[2], damping = in[1] / in[2] / 2;
+    const std::size_t steps = in.atTimes.size() - 1;
+    double place = in.atTimes.front(), speed = 0;
+    if (steps == 0 || stiffness == 0) return place;
+    const double step = (in.time - in[3]) / static_cast<double>(steps);
+    const std::complex<double> root = std::sqrt(std::complex<double>(damping * damping - stiffness));
+    const auto up = std::exp((root - damping) * step), down = std::exp((-root - damping) * step);
+    const double even = ((up + down) / 2.0).real();
+    const double odd = std::abs(root) * step > 1e-9 ? ((up - down) / (2.0 * root)).real() : step * up.real();
+    for (std::size_t i = 0; i < steps; ++i) {
+        const double slope = (in.atTimes[i + 1] - in.atTimes[i]) / step, lag = 2 * damping / stiffness * slope;
+        const double offset = place - (in.atTimes[i] - lag), drift = speed - slope;
+        place = in.atTimes[i + 1] - lag + offset * even + (drift + damping * offset) * odd;
+        speed = slope + drift * even - (damping * drift + stiffness * offset) * odd;
+    }
+    return place;
+}
+
+// A formula that cannot be understood leaves what is stored, and the log says why.
+double expression(const HostInputs& in) {
+    const ChannelInfo* channel = in.item.type.channel(KZsICHAN_MODEXPRESSION_TEXT);
+    const auto* text = std::get_if<std::string>(&in.item.valueOf(*channel));
+    if (text == nullptr || text->empty()) return in[2];
+    std::string why;
+    const auto number = kzCalculate(
+        *text,
+        [&](std::string_view name) -> std::optional<double> {
+            if (name == "t") return in.time;
+            return name == "input" ? std::optional(in[2]) : std::nullopt;
+        },
+        why);
+    if (!number)
+        kzBecause(KZe_INVALIDARG, "modifierExpression",
+                  [&] { return "the expression of \"" + in.item.uniqueName + "\", " + why; });
+    return number.value_or(NAN);
+}
+
 // Between the value of the input named first and the result, as the strength says; all of the former while it is switched off.
 using Function = double (*)(const HostInputs&);
 HostModifier scalar(const char* type, std::vector<HostModifier::Input> inputs, Function function,
@@ -262,7 +318,22 @@ std::vector<HostModifier> makeRows() {
                 {"point2.Z"},
                 {KZsICHAN_MODDISTANCE_SCALE}},
                distance),
+        scalar(KZsITYPE_MODSPRING,
+               {{KZsICHAN_MODSPRING_STIFFNESS},
+                {KZsICHAN_MODSPRING_DAMPING},
+                {KZsICHAN_MODSPRING_MASS},
+                {KZsICHAN_MODSPRING_START}},
+               spring, nullptr, springTimes),
+        scalar(KZsITYPE_MODEXPRESSION, {}, expression),
         scalar(KZsITYPE_MODRELATION, {{KZsICHAN_MODRELATION_INPUT}}, relation, KZsICHAN_MODRELATION_INPUT),
+    };
+    // The result is to be had under a name of its own, too.
+    HostModifier& formula = rows[rows.size() - 2];
+    formula.outputs.push_back(KZsICHAN_MODEXPRESSION_RESULT);
+    formula.compute = [compute = formula.compute](const HostInputs& in) {
+        Numbers numbers = compute(in);
+        numbers.push_back(numbers.front());
+        return numbers;
     };
     rows.push_back({KZsITYPE_MATHVECTOR,
                     {{KZsICHAN_MATHVECTOR_OPERATION},

@@ -1,5 +1,6 @@
 // The actions of a scene as objects: those that every scene has, and the added ones, which are items.
 #include "host/core/reasons.h"
+#include "host/document/action_copy.h"
 #include "host/document/animation.h"
 #include "host/objects/scene.h"
 #include "host/state/text.h"
@@ -118,6 +119,21 @@ public:
         edit.commit();
         return KZe_OK;
     }
+    KzResult actionclip_CopyTo(IKzUnknown* target, double time, std::uint32_t flags) override {
+        const std::string into = kzActionOf(target, document());
+        constexpr std::uint32_t what = KZfACTIONCOPY_KEYS | KZfACTIONCOPY_CONSTANTS;
+        constexpr std::uint32_t how = KZfACTIONCOPY_MERGE | KZfACTIONCOPY_MIRROR | KZfACTIONCOPY_OFFSET;
+        const bool isOntoItself = into == m_action && (flags & KZfACTIONCOPY_MIRROR) == 0;
+        if (!kzIsEnvelopeNumber(time) || (flags & what) == 0 || (flags & ~(what | how)) != 0 || isOntoItself)
+            return KZe_INVALIDARG;
+        CEdit edit(workspace());
+        itemOrNull();
+        kzCopyAction(document(), m_action, into, time, flags, edit);
+        edit.commit();
+        return KZe_OK;
+    }
+    const std::string& action() const { return m_action; }
+    CDocument& document() const { return m_scene->document(); }
     KzResult actionclip_SetBlend(double weight, std::int32_t mode) override {
         if (!(weight >= 0 && weight <= 1) || mode < KZiACTIONBLEND_REPLACE || mode > KZiACTIONBLEND_MULTIPLY)
             return KZe_INVALIDARG;
@@ -129,9 +145,6 @@ public:
     }
 
 private:
-    using Channels = std::vector<std::pair<ItemRef, const ChannelInfo*>>;
-
-    CDocument& document() const { return m_scene->document(); }
     CWorkspace& workspace() const { return document().workspace(); }
     CItemReading at(IKzUnknown* item) const {
         auto reading = kzOwn<CItem>(item)->read();
@@ -149,11 +162,7 @@ private:
         const ChannelInfo* channel = item.type.channel(KZsICHAN_ACTIONCLIP_ACTIVE);
         return channel != nullptr && kzNumberOf(item.valueOf(*channel)).value_or(0) != 0;
     }
-    bool says(const Item& item, const ChannelInfo& channel) const {
-        if (m_action != KZs_ACTIONLAYER_STATIC) return kzActionValue(item, channel, m_action) != nullptr;
-        const auto state = item.values.find(&channel);
-        return state != item.values.end() && state->second.value;
-    }
+    bool says(const Item& item, const ChannelInfo& channel) const { return kzSays(item, channel, m_action); }
     // Only clips are switched and mixed; poses are applied by hand.
     void put(const char* name, double value, CEdit& edit) const {
         Item* own = itemOrNull();
@@ -168,18 +177,10 @@ private:
         edit.commit();
         return KZe_OK;
     }
-    // In the order of items and of their channels, as of the document's present state.
-    const Channels& channels() {
+    // As of the document's present state.
+    const ActionChannels& channels() {
         if (m_stamp == document().stamp() && m_isListed) return m_channels;
-        m_channels.clear();
-        document().each(KZiITYPE_ANY, [&](Item& item) {
-            if (item.values.empty()) return;
-            const std::size_t first = m_channels.size();
-            for (const auto& [channel, state] : item.values)
-                if (says(item, *channel)) m_channels.emplace_back(item.shared_from_this(), channel);
-            std::sort(m_channels.begin() + static_cast<std::ptrdiff_t>(first), m_channels.end(),
-                      [&](const auto& a, const auto& b) { return item.indexOf(*a.second) < item.indexOf(*b.second); });
-        });
+        m_channels = kzActionChannels(document(), m_action);
         m_stamp = document().stamp();
         m_isListed = true;
         return m_channels;
@@ -196,7 +197,7 @@ private:
     }
     // Direct slopes change with the times, so that the curves keep their shapes.
     template <class NewTime> void moveKeys(const NewTime& newTime, double slopeFactor, CEdit& edit) {
-        const Channels all = channels();
+        const ActionChannels all = channels();
         for (const auto& [item, channel] : all) {
             const auto curve = kzCurveOf(*item, *channel, m_action);
             if (curve == nullptr) continue;
@@ -218,7 +219,7 @@ private:
 
     const CHostRef<CScene> m_scene;
     const std::string m_action;
-    Channels m_channels;
+    ActionChannels m_channels;
     std::uint64_t m_stamp = 0;
     bool m_isListed = false;
 };
@@ -239,6 +240,12 @@ std::uint32_t bitOf(std::int32_t type) {
 
 IKzUnknown* kzMakeActionClip(CHostRef<CScene> scene, std::string action) {
     return kzMakeObject<CActionClip>(std::move(scene), std::move(action));
+}
+
+std::string kzActionOf(IKzUnknown* clip, const CDocument& document) {
+    const auto own = kzOwn<CActionClip>(clip);
+    if (&own->document() != &document) throw KZe_INVALIDARG;
+    return own->action();
 }
 
 std::uint32_t CScene::scene_ActionCount(std::uint32_t types) {

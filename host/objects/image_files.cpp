@@ -146,6 +146,13 @@ std::string CImageFiles::fact(const std::string& path, const std::string& key) c
 
 std::vector<std::string> CImageFiles::spaces() const { return kzPictures(*m_files).spaces(); }
 
+void CImageFiles::mapPixels(std::int32_t count, std::uint32_t components, float* pixels, const std::string& source,
+                            const std::string& target) const {
+    if (source == target) return;
+    withLibrary("colour space \"" + target + "\"",
+                [&](IPictureFiles& library) { library.map(count, 1, components, pixels, source, target); });
+}
+
 CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, const std::string& target) const {
     const auto own = CHostRef<CImage>::of(image);
     const auto facts = own ? own->facts() : nullptr;

@@ -45,6 +45,9 @@ public:
     // names.
     CHostRef<CImage> inSpace(IKzUnknown* image, const char* source, const std::string& target) const;
     std::vector<std::string> spaces() const;
+    // Maps a row of single floats in place. The spaces must be among those.
+    void mapPixels(std::int32_t count, std::uint32_t components, float* pixels, const std::string& source,
+                   const std::string& target) const;
 
 private:
     CHostRef<CImage> loadOwn(const PictureFormat& format, const std::string& path) const;

@@ -6,6 +6,7 @@
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
+#include "kz/action.h"
 #include "kz/mesh.h"
 #include "kz/scene_graph.h"
 
@@ -128,6 +129,10 @@ CHostRef<CMesh> CItem::mesh() {
     auto& geometry = static_cast<MeshGeometry&>(*item->geometry);
     geometry.watch(item->shared_from_this());
     return geometry.mesh;
+}
+
+IKzUnknown* CItem::subObject(const KzGuid& iid) {
+    return iid == KZu_POSEITEM && std::string_view(m_type.name) == KZsITYPE_ACTIONPOSE ? kzMakePose(self()) : nullptr;
 }
 
 KzResult CItem::item_Name(const char** name) {

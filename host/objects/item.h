@@ -87,6 +87,9 @@ public:
     // The mesh of a mesh item; throws INVALIDARG for others.
     CHostRef<CMesh> mesh();
 
+    // What items of some types are besides.
+    IKzUnknown* subObject(const KzGuid& iid);
+
 private:
     const std::shared_ptr<CWorkspace> m_workspace;
     const ItemType& m_type;
@@ -105,6 +108,9 @@ void kzGiveMesh(Item& item, const CMeshData& mesh);
 // The channel at that index or of that name; throws OUTOFBOUNDS or NOTFOUND. The lock must be held.
 const ChannelInfo& kzChannelAt(const Item& item, std::int32_t index);
 std::int32_t kzChannelIndex(const Item& item, std::string_view name);
+
+// The pose that an item of that type is.
+IKzUnknown* kzMakePose(CHostRef<CItem> item);
 
 // One channel of an item: its description, and the definition of a new one.
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel);

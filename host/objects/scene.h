@@ -61,6 +61,8 @@ IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph);
 
 // An action as the document calls it.
 IKzUnknown* kzMakeActionClip(CHostRef<CScene> scene, std::string action);
+// The action that the object stands for; throws INVALIDARG for one of another document.
+std::string kzActionOf(IKzUnknown* clip, const CDocument& document);
 
 // Readers and writers of the channels of a scene's items.
 IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double time);

@@ -5,6 +5,7 @@
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/objects/arguments.h"
+#include "host/objects/color_mapping.h"
 #include "host/objects/image_files.h"
 #include "host/state/text.h"
 
@@ -13,7 +14,10 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cctype>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -73,6 +77,32 @@ public:
                    return strcasecmp(each.c_str(), space) == 0;
                });
     }
+    KzResult colormappingservice_Mapping(const char* source, const char* target, std::uint32_t flags,
+                                         IKzUnknown** mapping) override {
+        enter("ColorMapping.Mapping");
+        constexpr std::uint32_t exact = KZfCMAP_CREATE_INVERSE | KZfCMAP_CREATE_NOCLAMP | KZfCMAP_CREATE_BAKED;
+        if ((flags & KZfCMAP_CREATE_ADAPT) != 0)
+            return kzBecause(KZe_NOTSUPPORTED, "ColorMapping.Mapping",
+                             [] { return "mappings do not adapt to the white point of their target"; });
+        if ((flags & ~exact) != 0) return KZe_INVALIDARG;
+        const auto lower = [](const char* space) {
+            std::string name = kzString(&kzNotNull(space));
+            for (char& letter : name) letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+            return name;
+        };
+        const std::lock_guard guard(m_lock);
+        CKzLoc_Unknown& made = m_mappings[{lower(source), lower(target)}];
+        if (made.raw() == nullptr) *made.out() = kzMakeColorMapping(m_images, kzString(source), kzString(target));
+        return made.get(mapping);
+    }
+    KzResult colormappingservice_MapColor(const char* source, const char* target, const KzFVector3* color,
+                                          KzFVector3* mapped) override {
+        enter("ColorMapping.MapColor");
+        CKzLoc_Unknown mapping;
+        if (const KzResult code = colormappingservice_Mapping(source, target, 0, mapping.out()); kzFailed(code))
+            return code;
+        return CKzUser_ColorMapping(mapping.raw())->MapColor(color, mapped);
+    }
     KzResult colormappingservice_MapImage(IKzUnknown* image, const char* source, const char* target,
                                           IKzUnknown** mapped) override {
         enter("ColorMapping.MapImage");
@@ -81,6 +111,8 @@ public:
 
 private:
     std::shared_ptr<CImageFiles> m_images;
+    std::mutex m_lock;
+    std::map<std::pair<std::string, std::string>, CKzLoc_Unknown> m_mappings;  // made once, whatever their flags
 };
 
 }  // namespace

@@ -5,10 +5,13 @@
 #include "host/core/command_dispatcher.h"
 #include "host/core/command_text.h"
 #include "host/core/object.h"
+#include "host/core/partial_arguments.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/core/undo_blocks.h"
 #include "host/core/value_type_registry.h"
 #include "host/core/values.h"
+#include "host/objects/command_help.h"
 #include "host/state/command_state.h"
 #include "host/state/text.h"
 
@@ -102,10 +105,31 @@ public:
         *flags = m_state->flags();
         return KZe_OK;
     }
-    // Nothing that a command does can be undone here.
     bool commandservice_IsUndoLocked() override {
         enter("Command.IsUndoLocked");
-        return true;
+        const auto& undo = m_dispatcher->registry().environment()->undo;
+        return undo != nullptr && undo->isSuspended();
+    }
+    KzResult commandservice_ParseArgStringPartial(IKzUnknown* command, const char* args, std::uint32_t* argument,
+                                                  std::uint32_t* position) override {
+        enter("Command.ParseArgStringPartial");
+        CCommandArguments arguments(*m_types, command);
+        try {
+            const PartialArgument partial = kzPartialArgument(arguments, kzTextOf(args));
+            if (!partial.index) return KZe_NOTFOUND;
+            *argument = *partial.index;
+            *position = static_cast<std::uint32_t>(partial.value);
+        } catch (const CommandTextError& error) {
+            return m_dispatcher->report(nameOf(arguments.command()), error, command);
+        }
+        return KZe_OK;
+    }
+    KzResult commandservice_Help(const char* command, IKzUnknown** help) override {
+        enter("Command.Help");
+        if (!m_dispatcher->registry().has(kzString(command))) return KZe_NOTFOUND;
+        CKzUser_Command object;
+        *help = kzMakeCommandHelp(m_dispatcher->registry().spawn(kzString(command), object).raw());
+        return KZe_OK;
     }
     KzResult commandservice_HistoryCount(std::uint32_t* count) override {
         enter("Command.HistoryCount");

@@ -4,6 +4,7 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/objects/image_edits.h"
 #include "host/objects/image_files.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
@@ -67,6 +68,20 @@ public:
     KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                std::int32_t height, IKzUnknown** image) override;
     KzResult imageservice_Flip(IKzUnknown* source, std::int32_t axis, IKzUnknown** image) override;
+    KzResult imageservice_Scale(IKzUnknown* source, std::int32_t width, std::int32_t height, std::int32_t filter,
+                                IKzUnknown** image) override {
+        enter("Image.Scale");
+        if (width < 1 || height < 1 || filter < KZiIMG_FILTER_NEAREST || filter > KZiIMG_FILTER_SINC)
+            return KZe_INVALIDARG;
+        return kzScaleImage(source, width, height, filter).give(image);
+    }
+    KzResult imageservice_Compose(IKzUnknown* target, IKzUnknown* source, std::int32_t x, std::int32_t y,
+                                  std::int32_t blend, double opacity) override {
+        enter("Image.Compose");
+        if (!(opacity >= 0 && opacity <= 1) || blend < KZiIMG_BLEND_NORMAL || blend > KZiIMG_BLEND_BURN)
+            return KZe_INVALIDARG;
+        return kzComposeImages(target, source, x, y, blend, opacity);
+    }
     KzResult imageservice_Compare(IKzUnknown* first, IKzUnknown* second, double tolerance, double* greatest,
                                   double* fraction) override;
     std::uint32_t imageservice_PixelBytes(std::uint32_t format) override {

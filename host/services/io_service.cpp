@@ -8,6 +8,7 @@
 #include "host/objects/block_stream.h"
 #include "host/objects/file_redirect.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/proxy_options.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
@@ -34,6 +35,11 @@ public:
         : CServiceBase(std::move(context)), m_files(std::move(files)), m_scenes(std::move(scenes)),
           m_redirects(std::move(redirects)) {}
 
+    KzResult ioservice_CreateOptions(IKzUnknown* attributes, IKzUnknown** options) override {
+        enter("IO.CreateOptions");
+        *options = kzMakeProxyOptions(attributes);
+        return KZe_OK;
+    }
     KzResult ioservice_OpenRead(const char* path, std::uint32_t type, IKzUnknown** stream) override {
         enter("IO.OpenRead");
         if (!isStreamType(type)) return KZe_INVALIDARG;

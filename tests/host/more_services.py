@@ -1,11 +1,12 @@
 """Services beside those of services.py: streams and block stores, encodings, caches, notifiers, files of URLs, and
 those that this host cannot offer."""
 import os
+import shutil
 import tempfile
 
 import kz
 import kzifc
-from checks import code_of, equal, fails, near, storage
+from checks import code_of, equal, fails, near, result_of, storage
 from kz.symbol import (fBLOCKSTORE_CHECKSUM, fBLOCKSTORE_CREATE, fBLOCKSTORE_READ, fNOTIFY_LABEL, fNOTIFY_VALUE, i_STREAM_BINARY, i_STREAM_CONFIG, i_STREAM_TEXT,
                        i_TBLX_FEATURE_UV, iREMAPRULE_FOLDER, iREMAPRULE_NAME, iREMAPRULE_PATTERN, sBLOCKSTORE_INDEXED,
                        sBLOCKSTORE_PLAIN, sNOTIFIER_UNITS, u_CACHEOWNER_IMAGES, u_CACHEOWNER_SCENE)
@@ -217,3 +218,96 @@ def check_every_service_answers_or_says_why_not():
     log = kz.service.Log().SubSystemLookup('objects')
     lines = [log.EntryByIndex(index).Desc() for index in range(log.EntryCount())]
     equal([line for line in lines if 'Render.State' in line], ['Render.State: this host has no renderer'])
+
+
+class Metrics(kzifc.DirCacheFileMetrics):
+    def dcfilemetrics_Metrics(self, path, metrics):
+        if not path.endswith('.txt'):
+            kz.throw(kz.result.NOTIMPL)
+        metrics = kz.object.Attributes(metrics)
+        metrics.SetInt(metrics.Lookup('itemCount'), len(open(path).read()))
+        metrics.SetString(metrics.Lookup('caption'), 'a text')
+        fails('CMD_ERROR_SETTING_DATATYPE', (metrics.SetString, metrics.Lookup('bitDepth'), 'many'))
+        fails('NOTFOUND', (metrics.Lookup, 'nothing'), (metrics.GetInt, metrics.Lookup('bitDepth')))
+
+
+def check_folders_are_read_and_kept():
+    kz.bless(Metrics, 'test.metrics')
+    root, cache = os.path.realpath(tempfile.mkdtemp()), kz.service.DirCache()
+    try:
+        os.mkdir(root + '/sub')
+        for name in ('b.txt', 'a.kzscene', '.hidden', 'sub/c.txt'):
+            open(os.path.join(root, name), 'w').write(name)
+        os.symlink(root, root + '/sub/again')
+        image = kz.service.Image().Create(8, 4, kz.symbol.iIMG_FORMAT_RGB24, 0)
+        kz.service.Image().Save(image, root + '/p.png', None, None)
+        entry = cache.Lookup(root + '/./sub/..')
+        names = lambda what=3, of=entry: [of.ChildByIndex(what, i).Name() for i in range(of.ChildCount(what))]
+        equal((entry.Path(), names()), (root, []))
+        cache.Scan(entry, 0)
+        equal((names(), names(1), names(2)), (['a.kzscene', 'b.txt', 'p.png', 'sub'], ['a.kzscene', 'b.txt', 'p.png'], ['sub']))
+        scene, text, picture, sub = [entry.ChildByIndex(3, i) for i in range(4)]
+        equal((text.UserName(), text.FileSize(), text.FileClass(), scene.FileClass(), picture.FileClass(), sub.IsDirectory()),
+              ('b', 5.0, None, 'scene', 'image', True))
+        equal((picture.Thumbnail(4, 4).Size(), picture.Thumbnail(100, 100).Size(), text.Metric('size').GetFlt()), ((4, 2), (8, 4), 5.0))
+        fails('NOTAVAILABLE', (sub.FileSize,))
+        fails('NOTREADY', (text.Metric, 'caption'))
+        fails('NOTFOUND', (text.Thumbnail, 4, 4), (text.Metric, 'nothing'), (cache.Scan, text, 0))
+        cache.Scan(entry, kz.symbol.fDCSCAN_RECURSE | kz.symbol.fDCSCAN_METRICS | kz.symbol.fDCSCAN_HIDDEN)
+        equal((names()[0], names(3, sub), text.Metric('itemCount').GetInt(), text.Metric('caption').GetString()),
+              ('.hidden', ['again', 'c.txt'], 5, 'a text'))
+        open(root + '/b.txt', 'a').write('more')
+        equal(text.FileSize(), 5.0)
+        text.Refresh()
+        equal((text.FileSize(), text.Metric('itemCount').GetInt(), text.Parent().Path()), (9.0, 9, root))
+        os.remove(root + '/a.kzscene')
+        cache.Invalidate(root + '/a.kzscene')
+        equal(scene.IsSynthetic(), True)
+        cache.BasePathAdd('files', root, -1)
+        fails('ALREADYEXISTS', (cache.BasePathAdd, 'files', root + '/', 0))
+        fails('NOTFOUND', (entry.Parent,), (cache.BasePathCount, 'nothing'), (cache.BasePathRemove, 'clips', root))
+        equal((cache.BasePathCount('files'), cache.BasePathByIndex('files', 0)), (1, root))
+        cache.BasePathRemove('files', root)
+        stars = kz.service.Value().CreateValue('integer')
+        stars.SetInt(4)
+        cache.SetMark(text, 'stars', stars)
+        equal((cache.Mark(text, 'stars').GetInt(), cache.Mark(text, 'stars').TypeName()), (4, 'integer'))
+        cache.SetMark(text, 'stars', None)
+        fails('NOTFOUND', (cache.Mark, text, 'stars'), (cache.Mark, sub, 'stars'))
+        equal(cache.IsScanning(), False)
+    finally:
+        shutil.rmtree(root)
+
+
+def check_commands_say_what_they_are_and_where_a_text_ends():
+    commands = kz.service.Command()
+    help = commands.Help('user.value')
+    equal((help.Command(), help.UserName(), help.ArgCount(), help.ArgText(0)), (
+        'user.value', 'User Value', commands_count('user.value'), ('name', "the value's name; queried, the names of all values")))
+    fails('NOTFOUND', (commands.Help, 'nothing'), (help.Example,), (help.ArgChoice, 0, 'x'))
+    fails('OUTOFBOUNDS', (help.ArgText, 99), (help.ArgChoice, 99, 'x'))
+    for text, expected in (('', (0, 0)), ('size val', (1, 5)), ('{two words} value:{1 2', (1, 18)), ('type:int', (2, 5)),
+                           ('x ""', (1, 2)), ('nothing:1', 'NOTFOUND'), ('x {', (1, 2)), ('{x}y z', 'CMD_BAD_DEFINITION')):
+        equal((text, result_of(commands.ParseArgStringPartial, commands.Spawn(0, 'user.value'), text)), (text, expected))
+    kz.service.Undo().Suspend(1)
+    locked = commands.IsUndoLocked()
+    kz.service.Undo().Suspend(0)
+    equal((locked, commands.IsUndoLocked()), (True, False))
+
+
+def commands_count(name):
+    return kz.object.Attributes(kz.service.Command().Spawn(0, name)).Count()
+
+
+def check_options_know_their_defaults():
+    attributes = kz.object.Attributes(kz.service.Command().Spawn(0, 'user.value'))
+    attributes.SetString(0, 'plain')
+    options = io.CreateOptions(attributes)
+    equal((options.IsDefault(), options.Summary()), (True, ''))
+    attributes.SetString(0, 'two words')
+    equal((options.IsDefault(), options.Summary(), options.Attributes().GetString(0)), (False, 'name:{two words}', 'two words'))
+    options.Reset()
+    equal((options.IsDefault(), attributes.GetString(0)), (True, 'plain'))
+    attributes.SetString(1, 'x')
+    fails('NOTAVAILABLE', (options.Reset,))
+    fails('INVALIDARG', (io.CreateOptions, None), (io.CreateOptions, kz.service.Scene().Create('none')))

@@ -178,3 +178,67 @@ def check_commands_edit_keys():
     UNDO.Undo(2)
     equal(len(kz.eval('key.list %s time:?' % where)), 4)
     SCENES.Close(scene)
+
+
+def check_clips_are_copied():
+    scene, left, right, actor = new('locator', 'locator', 'actor')
+    left.SetName('Left Hand')
+    right.SetName('Right Hand')
+    source, target = scene.ActionAdd('source', 0), scene.ActionAdd('target', 0)
+    x, y, z = [left.ChannelLookup('pos.' + axis) for axis in 'XYZ']
+    source.Write(0.0).Keys(left, x, 2, storage('d', 1.0, 2.0), storage('d', 3.0, 5.0))
+    source.Write(0.0).Double(left, y, 7.0)
+    target.Write(0.0).Keys(left, x, 2, storage('d', 10.5, 11.0), storage('d', 0.0, 1.0))
+    keys = lambda item, channel=x: [(key.Time(), key.Value(1)) for key in walked(target.Read(0.0).Envelope(item, channel).Keys())]
+    for flags, item, expected in (
+            (1, left, [(10.0, 3.0), (11.0, 5.0)]), (1 | 4, left, [(10.0, 3.0), (10.5, 0.0), (11.0, 1.0)]),
+            (1 | 8, right, [(10.0, -3.0), (11.0, -5.0)]), (1 | 16, left, [(10.0, 0.0), (11.0, 2.0)])):
+        source.CopyTo(target, 10.0, flags)
+        equal((flags, keys(item), target.TestChannel(left, y)), (flags, expected, False))
+        UNDO.Undo(1)
+    source.CopyTo(target, 10.0, 2)
+    equal((target.Read(0.0).Double(left, y), keys(left)[0]), (7.0, (10.5, 0.0)))
+    fails('INVALIDARG', (source.CopyTo, target, 0.0, 4), (source.CopyTo, source, 0.0, 1), (source.CopyTo, target, 0.0, 0x81))
+    fails('NOACCESS', (source.CopyTo, scene.ActionAdd('still', 1), 0.0, 1))
+    fails('NOTAVAILABLE', (scene.ActionAdd('empty', 0).CopyTo, target, 0.0, 3))
+
+
+def walked(cursor):
+    """A cursor that stands at each of its keys in turn."""
+    while True:
+        try:
+            cursor.Next()
+        except IndexError:
+            return
+        yield cursor
+
+
+def check_poses_are_captured_and_applied():
+    scene, item, actor = new('locator', 'actor')
+    clip, pose_clip = scene.ActionByIndex(1), scene.ActionAdd('pose', 1)
+    x, y = item.ChannelLookup('pos.X'), item.ChannelLookup('pos.Y')
+    for channel, value in ((x, 2.0), (y, 3.0)):
+        clip.Write(0.0).DoubleKey(item, channel, value, 0.0, 1)
+        clip.Write(0.0).DoubleKey(item, channel, value * 3, 2.0, 1)
+    pose_item = scene.ItemLookup('pose')
+    pose = kz.object.PoseItem(pose_item)
+    fails('NOTFOUND', (pose.Actor,))
+    equal(pose.ChannelCount(), 0)
+    pose.Capture(clip, 1.0)
+    equal([pose.Value(i) for i in range(3)], [4.0, 6.0, 0.0])
+    equal((pose.ChannelByIndex(1)[1], pose_clip.ChannelCount()), (y, 2))
+    fails('OUTOFBOUNDS', (pose.ChannelByIndex, 2), (pose.SetValue, 2, 1.0))
+    pose.SetValue(1, 10.0)
+    equal([pose.IsMatch(scene.Channels(None, 1.0), within) for within in (3.9, 4.0)], [False, True])
+    pose.Apply(clip, 1.0, 0.0)
+    equal(at(scene, item, 'pos.Y', 1.0), 6.0)
+    pose.Apply(clip, 1.0, 0.5)
+    near([at(scene, item, 'pos.X', 1.0), at(scene, item, 'pos.Y', 1.0)], [4.0, 8.0])
+    pose.Apply(clip, 1.0, 1.0)
+    equal(pose.IsMatch(scene.Channels(None, 1.0), 0.0), True)
+    UNDO.Undo(2)
+    equal(at(scene, item, 'pos.Y', 1.0), 6.0)
+    fails('INVALIDARG', (pose.Apply, clip, 1.0, 1.5), (pose.Apply, SCENES.Create('other').ActionByIndex(1), 1.0, 1.0))
+    fails('NOACCESS', (pose.Apply, pose_clip, 1.0, 1.0))
+    pose_item.SetParent(actor, -1)
+    equal(pose.Actor().Ident(), actor.Ident())

@@ -1,5 +1,6 @@
 """Images through their interfaces: pixels of every format, lines, and files."""
 import json
+import math
 import os
 import tempfile
 
@@ -196,3 +197,87 @@ def check_anybodys_image_can_be_saved_flipped_and_cropped():
     IMAGES.Crop(flipped, 2, 1, 2, 1).GetLine(0, iIMG_FORMAT_RGBA32, 8, line)
     equal((line[0], line[4]), (255, 0))  # the diagonal runs the other way now
     fails('OUTOFBOUNDS', (IMAGES.Crop, flipped, 3, 1, 2, 1), (IMAGES.Crop, flipped, -1, 0, 2 ** 31 - 1, 1))
+
+
+def row(*values):
+    image = IMAGES.Create(len(values), 1, kz.symbol.iIMG_FORMAT_GREYFP, 0)
+    kz.object.ImageWrite(image).SetLine(0, kz.symbol.iIMG_FORMAT_GREYFP, 4 * len(values), storage('f', *values))
+    return image
+
+
+def line(image):
+    read, (width, _) = storage('f', *(image.Size()[0] * (0.0,))), image.Size()
+    image.GetLine(0, kz.symbol.iIMG_FORMAT_GREYFP, 4 * width, read)
+    return read.get()
+
+
+def check_images_are_scaled():
+    """Against each filter's definition, by other means: integrals, interpolation, cubics by their slopes, sums of sincs."""
+    values = [0.1, 0.9, 0.3, 0.6, 0.2]
+    at = lambda i: values[max(0, min(len(values) - 1, i))]
+    integral = lambda x: sum(values[:int(x)]) + (x - int(x)) * at(int(x))
+
+    def cubic(x):
+        i, t = int(math.floor(x)), x - math.floor(x)
+        low, high = (at(i + 1) - at(i - 1)) / 2, (at(i + 2) - at(i)) / 2
+        return ((2 * t ** 3 - 3 * t * t + 1) * at(i) + (t ** 3 - 2 * t * t + t) * low
+                + (3 * t * t - 2 * t ** 3) * at(i + 1) + (t ** 3 - t * t) * high)
+
+    def sinc(x, width):
+        weights = [(i, (math.sin(math.pi * d) / (math.pi * d) * math.sin(math.pi * d / 3) / (math.pi * d / 3) if d else 1))
+                   for i in range(-20, 25) for d in [(i - x) / width] if abs(d) < 3]
+        return sum(at(i) * weight for i, weight in weights) / sum(weight for _, weight in weights)
+
+    for size in (1, 3, 5, 8):
+        step = 5.0 / size
+        centers = [(i + 0.5) * step - 0.5 for i in range(size)]
+        for number, expected in enumerate((
+                [at(int(math.floor(x + 0.5))) for x in centers],
+                [at(int(math.floor(x))) * (1 - x + math.floor(x)) + at(int(math.floor(x)) + 1) * (x - math.floor(x)) for x in centers],
+                [cubic(x) for x in centers], [(integral((i + 1) * step) - integral(i * step)) / step for i in range(size)],
+                [sinc(x, max(1.0, step)) for x in centers])):
+            near(line(IMAGES.Scale(row(*values), size, 1, number)), expected, 1e-6)
+    square = IMAGES.Create(2, 2, kz.symbol.iIMG_FORMAT_RGBA32, 0)
+    kz.object.ImageWrite(square).SetPixel(0, 0, kz.symbol.iIMG_FORMAT_RGBA32, storage('b', 200, 100, 50, 255))
+    pixel = storage('b', 0, 0, 0, 0)
+    IMAGES.Scale(square, 1, 1, kz.symbol.iIMG_FILTER_AREA).GetPixel(0, 0, kz.symbol.iIMG_FORMAT_RGBA32, pixel)
+    equal(tuple(pixel.get()), (200, 100, 50, 64))  # what is not there has no colour
+    fails('INVALIDARG', (IMAGES.Scale, square, 0, 1, 0), (IMAGES.Scale, square, 1, 1, 5), (IMAGES.Scale, None, 1, 1, 0))
+
+
+def check_images_are_laid_over_each_other():
+    t, s = 0.75, 0.25
+    for blend, expected in enumerate((s, t + s, t - s, t - s, t * s, t / s, 1 - (1 - t) * (1 - s), 1 - 2 * (1 - t) * (1 - s),
+                                      (1 - 2 * s) * t * t + 2 * s * t, 2 * t * s, s, t, t / (1 - s), 1 - (1 - t) / s)):
+        target = row(t, t, t)
+        IMAGES.Compose(target, row(s, s), 1, 0, blend, 0.5)
+        near(line(target), [t] + 2 * [t + (expected - t) / 2], 1e-6)
+    target = row(t, t)
+    IMAGES.Compose(target, row(s, s, s), -2, 0, 0, 1.0)
+    near(line(target), [s, t], 1e-6)
+    IMAGES.Compose(target, row(1.0), 2 ** 31 - 1, -2 ** 31, 0, 1.0)
+    near(line(target), [s, t], 1e-6)
+    fails('INVALIDARG', (IMAGES.Compose, target, row(s), 0, 0, 14, 1.0), (IMAGES.Compose, target, row(s), 0, 0, 0, 1.5))
+
+
+def check_colours_are_mapped():
+    colors = kz.service.ColorMapping()
+    srgb = lambda x: 12.92 * x if x <= 0.0031308 else 1.055 * x ** (1 / 2.4) - 0.055
+    values = (0.002, 0.25, 0.8)
+    mapping = colors.Mapping('LINEAR', 'srgb', 0)
+    near(colors.MapColor('linear', 'sRGB', values), map(srgb, values), 1e-5)
+    near(mapping.MapInverse(mapping.MapColor(values)), values, 1e-5)
+    equal((mapping.Source(), mapping.Target(), mapping.Flags(),
+           mapping.__peekobj__() == colors.Mapping('linear', 'sRGB', 0).__peekobj__()), ('linear', 'sRGB', 2 | 8, True))
+    pixels = storage('f', *(values + (0.5, 9.0) + values + (1.0, 9.0)))
+    mapping.MapFloats(2, 4, 5, pixels)
+    near(pixels.get(), map(srgb, values) + [0.5, 9.0] + map(srgb, values) + [1.0, 9.0], 1e-5)
+    pixels = storage('b', 0, 64, 255)
+    mapping.MapBytes(1, 3, 3, pixels)
+    equal(tuple(pixels.get()), (0, int(round(255 * srgb(64 / 255.0))), 255))
+    equal(mapping.LinearPart(), ((1.0, 0.0, 0.0), (0.0, 1.0, 0.0), (0.0, 0.0, 1.0)))
+    equal(colors.Mapping('sRGB', 'sRGB', 0).Flags() & 1, 1)
+    floats = storage('f', 1.0, 2.0, 3.0)
+    fails('NOTFOUND', (colors.Mapping, 'linear', 'nothing', 0), (colors.MapColor, 'nothing', 'linear', values))
+    fails('NOTSUPPORTED', (colors.Mapping, 'linear', 'sRGB', 8))
+    fails('INVALIDARG', (mapping.MapFloats, 1, 2, 3, floats), (mapping.MapFloats, 1, 3, 2, floats))

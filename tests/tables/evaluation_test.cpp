@@ -1,6 +1,7 @@
 // Evaluation: the host's modifiers against modifiers.json, which make_modifiers.py has computed by other means, and what is
 // computed when, by links, clips and threads.
 #include "host/document/evaluation.h"
+#include "host/document/expression.h"
 #include "host/document/workspace.h"
 #include "kz_paths.h"
 
@@ -37,6 +38,9 @@ struct Scene {
     void set(Item& item, const std::string& name, double value) {
         edit([&](CEdit& edit) { edit.setValue(item, channel(item, name), kzFit(channel(item, name), value)); });
     }
+    void setText(Item& item, const std::string& name, const std::string& text) {
+        edit([&](CEdit& edit) { edit.setValue(item, channel(item, name), KzCell(text)); });
+    }
     void key(Item& item, const std::string& name, std::vector<std::pair<double, double>> keys,
              const std::string& action) {
         EnvelopeData curve;
@@ -70,6 +74,7 @@ TEST(EvaluationTest, ModifiersComputeWhatTheTableHas) {
         Scene scene;
         Item& item = scene.add(row["type"].get<std::string>().c_str());
         for (const auto& [name, value] : row["channels"].items()) scene.set(item, name, value.get<double>());
+        if (row["expression"] != "") scene.setText(item, "expression", row["expression"]);
         if (row["ramps"]) scene.key(item, "input", {{0, 0}, {2, 4}}, KZs_ACTIONLAYER_ANIM);
         for (std::size_t i = 0; i < table["times"].size(); ++i) {
             const double expected = row["values"][i].get<double>();
@@ -77,6 +82,49 @@ TEST(EvaluationTest, ModifiersComputeWhatTheTableHas) {
                         1e-11 * std::max(1.0, std::abs(expected)))
                 << row["type"] << row["channels"].dump() << " at " << table["times"][i];
         }
+    }
+}
+
+TEST(EvaluationTest, FormulasThatAreWrongLeaveWhatIsStored) {
+    std::string why;
+    const auto nothing = [](std::string_view) { return std::nullopt; };
+    for (const auto& [formula, expected] : {std::pair{"1 +", "at position 4: the formula ends too early"},
+                                            {"1 2", "at position 3: \"2\" is not expected"},
+                                            {"t", "at position 1: nothing is called \"t\""},
+                                            {"(1", "at position 3: \")\" is expected"},
+                                            {"max(1)", "at position 6: \",\" is expected"},
+                                            {"fly(1)", "at position 1: there is no function \"fly\""},
+                                            {"1 + $", "at position 5: a value is expected"},
+                                            {"inf", "at position 1: nothing is called \"inf\""}}) {
+        EXPECT_FALSE(kzCalculate(formula, nothing, why)) << formula;
+        EXPECT_EQ(why, expected);
+    }
+    EXPECT_FALSE(kzCalculate(std::string(100'000, '('), nothing, why));
+    EXPECT_EQ(kzCalculate(std::string(100'001, '-') + "1", nothing, why), -1);
+    Scene scene;
+    Item &formula = scene.add("modifierExpression"), &item = scene.add("locator");
+    scene.set(formula, "output", 3);
+    scene.link(formula, "output", item, "pos.X");
+    for (const auto& [text, expected] : {std::pair{"2 * t", 2.0}, {"2 *", 3.0}, {"sqrt(-1)", 3.0}, {"t + 4", 5.0}}) {
+        scene.setText(formula, "expression", text);
+        EXPECT_EQ(scene.read(item, "pos.X", 1), expected) << text;
+    }
+}
+
+TEST(EvaluationTest, ClipsPlayAsTheTableHas) {
+    std::ifstream file(KZ_SOURCE_DIR "/tests/tables/modifiers.json");
+    const auto table = nlohmann::json::parse(file);
+    ASSERT_GT(table["clips"].size(), 4U);
+    for (const auto& row : table["clips"]) {
+        Scene scene;
+        Item &item = scene.add("locator"), &clip = scene.add("actionclip");
+        scene.set(item, "pos.X", 10);
+        scene.key(item, "pos.X", {{0, 0}, {2, 4}}, clip.ident);
+        scene.set(clip, "active", 1);
+        for (const auto& [name, value] : row["channels"].items()) scene.set(clip, name, value.get<double>());
+        for (std::size_t i = 0; i < table["times"].size(); ++i)
+            EXPECT_NEAR(scene.read(item, "pos.X", table["times"][i]), row["values"][i].get<double>(), 1e-9)
+                << row["channels"] << " at " << table["times"][i];
     }
 }
 

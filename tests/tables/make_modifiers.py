@@ -4,7 +4,7 @@ import json
 import pathlib
 
 import numpy as np
-import scipy
+import scipy.linalg
 from scipy.interpolate import make_interp_spline
 
 TIMES = [-1.25, -0.5, 0.0, 0.3, 1.0, 2.75, 7.1]
@@ -36,8 +36,8 @@ WAVES = {'sine': lambda p: 0.5 + np.sin(2 * np.pi * p) / 2, 'triangle': lambda p
 rows = []
 
 
-def row(kind, channels, function, outputs='output', ramps=False):
-    rows.append({'type': kind, 'channels': channels, 'ramps': ramps, 'output': outputs,
+def row(kind, channels, function, outputs='output', ramps=False, text=''):
+    rows.append({'type': kind, 'channels': channels, 'ramps': ramps, 'output': outputs, 'expression': text,
                  'values': [float(function(t)) for t in TIMES]})
 
 
@@ -81,6 +81,43 @@ for index, holds in enumerate((False, True, False, True, True, False)):
 row('modifierDistance', {'point1.X': 1, 'point2.Y': 4, 'point2.Z': -2, 'scale': 0.5},
     lambda t: np.linalg.norm([1, -4, 2]) / 2)
 
-table = {'made with': 'NumPy %s, SciPy %s' % (np.__version__, scipy.__version__), 'times': TIMES, 'rows': rows}
+
+
+def spring(t, stiffness, damping, mass, start):
+    """Exactly, by the exponential of the matrix of (place, speed, input, slope of the input) between the ramp's corners."""
+    state = np.array([ramp(start), 0.0])
+    corners = [start] + [c for c in (0.0, 2.0) if start < c < t] + [max(t, start)]
+    for begin, end in zip(corners, corners[1:]):
+        slope = (ramp(end) - ramp(begin)) / (end - begin) if end > begin else 0
+        system = np.array([[0, 1, 0, 0], [-stiffness / mass, -damping / mass, stiffness / mass, 0], [0, 0, 0, 1], [0, 0, 0, 0.0]])
+        state = (scipy.linalg.expm(system * (end - begin)) @ [*state, ramp(begin), slope])[:2]
+    return state[0] if t > start else ramp(t)
+
+
+for stiffness, damping, mass in ((50, 5, 1), (25, 20, 4), (100, 90, 1), (4e4, 50, 0.01), (0, 1, 1)):
+    row('modifierSpring', {'stiffness': stiffness, 'damping': damping, 'mass': mass, 'startTime': -2},
+        lambda t: spring(t, stiffness, damping, mass, -2), ramps=True)
+for text, function in (
+        ('2 * sin(t) + input / 4', lambda t: 2 * np.sin(t) + ramp(t) / 4), ('-2 ^ 2 + 2^3^2 - (1 - 2 - 3)', lambda t: -4 + 512 + 4),
+        ('t % 1.5 + 2 ^ -1', lambda t: np.mod(t, 1.5) + 0.5), ('if(t > 0.5, max(1, t), min(-1, t)) * pi', lambda t: np.pi * (max(1, t) if t > 0.5 else min(-1, t))),
+        ('clamp(t, 0, 1) + mix(1, 5, 0.25)+.5e1', lambda t: np.clip(t, 0, 1) + 7), ('floor(t) + ceil(t) - abs(t) + sign(t)', lambda t: np.floor(t) + np.ceil(t) - abs(t) + np.sign(t)),
+        ('atan2(t, 2) * exp(-t) >= 0', lambda t: float(np.arctan2(t, 2) * np.exp(-t) >= 0))):
+    for output in ('output', 'result'):
+        row('modifierExpression', {}, function, output, ramps=True, text=text)
+
+clips = []
+for start, end, speed, loops, fade_in, fade_out, weight in ((0, 5, 1, 1, 0, 0, 1), (-1, 1.5, 1, 1, 0, 0, 0.5), (0.25, 1, 0.5, 0, 0, 0, 1),
+                                                            (-1, 0.7, 2, 3, 0.5, 1, 1), (0, 2, -1.5, 0, 2, 0, 1), (-2, 2, 0.5, 1, 1, 6, 0.25)):
+    stop = start + (loops * (end - start) / abs(speed) if loops else 1e6)
+    own = lambda t: start + np.remainder((t - start) * abs(speed), end - start)
+    clips.append({
+        'channels': {'clipStart': start, 'clipEnd': end, 'clipSpeed': speed, 'clipLoops': loops, 'fadeIn': fade_in,
+                     'fadeOut': fade_out, 'weight': weight},
+        'values': [10.0 if not start <= t <= stop else float(
+            10 + (ramp(own(t) if speed > 0 else end + start - own(t)) - 10) * weight
+            * np.interp(t, [start, start + fade_in, stop - fade_out, stop], [fade_in == 0, 1, 1, fade_out == 0]))
+                   for t in TIMES]})
+
+table = {'clips': clips, 'made with': 'NumPy %s, SciPy %s' % (np.__version__, scipy.__version__), 'times': TIMES, 'rows': rows}
 pathlib.Path(__file__).with_name('modifiers.json').write_text(
     json.dumps(table, indent=1).replace('\n   ', ' ').replace('\n  ', ' ') + '\n')

@@ -47,7 +47,12 @@ def drive_commands():
     attempt(commands.ParseArgString, command, 0, 'a true')
     attempt(commands.ParseAttribObject, command, 0, commands.Spawn(0, 'log.clear'))
     attempt(commands.ParseAttribObject, commands.Spawn(0, 'log.lines'), 0, command)
+    attempt(commands.ParseArgStringPartial, command, 'a t')
     attempt(commands.ToString, command)
+    help = commands.Help('spied.command')
+    for say in help.Command, help.UserName, help.Desc, help.Example:
+        attempt(say)
+    attempt(help.ArgText, 0)
     attempt(commands.AliasCreate, 'alias', 'spied.command a', 0)
     attempt(kz.eval, 'alias')
     attempt(commands.AliasRemove, 'alias')
@@ -172,6 +177,13 @@ def drive_memory():
     attempt(kz.eval, 'preset.apply unknown driven')
 
 
+def drive_folders():
+    cache = service.DirCache()
+    kz.bless(all_done('DirCacheFileMetrics'), 'spied.metrics')
+    attempt(cache.Scan, cache.Lookup(FOLDER), symbol.fDCSCAN_METRICS)
+    attempt(cache.Lookup(FOLDER + '/a.spied').Thumbnail, 1, 1)
+
+
 def drive_time():
     """Modifiers of each kind, which are asked again after a change and after the structure is another one."""
     def declare(self, setup):
@@ -208,5 +220,5 @@ def drive_time():
 
 
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
-              drive_listeners, drive_memory, drive_time):
+              drive_listeners, drive_memory, drive_folders, drive_time):
     drive()
