@@ -84,10 +84,15 @@ KzResult CSceneFiles::refuse(KzResult code, const std::string& path, const std::
 void CSceneFiles::readOwn(CDocument& document, const std::string& path, bool isImport) const {
     try {
         const std::string text = wholeText(path);
-        CEdit edit(document.workspace());
-        kzReadScene(text, document, edit, isImport);
-        if (isImport) return edit.commit();
-        edit.commitLoaded(document);
+        RenamedItems renamed;
+        CPackageLoad load(document, CPackageLoad::Kind::whole);
+        {
+            CEdit edit(document.workspace());
+            renamed = kzReadScene(text, document, edit, isImport);
+            if (isImport) edit.commit();
+            else edit.commitLoaded(document);
+        }
+        load.finish(!isImport, renamed);
     } catch (const std::exception& error) {
         throw refuse(KZe_FAILED, path, error.what());
     }
@@ -111,9 +116,15 @@ bool CSceneFiles::loadServed(CScene& scene, const std::string& path, bool isImpo
 }
 
 void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
-    if (hasOwnExtension(path) || beginsAsOwn(path)) return readOwn(scene.document(), path, isImport);
-    if (!loadServed(scene, path, isImport, monitor))
-        throw refuse(KZe_NOTSUPPORTED, path, "no loader of scenes recognises the file");
+    kzUpdateItemTypes(*m_scenes->workspace);
+    if (hasOwnExtension(path) || beginsAsOwn(path)) {
+        readOwn(scene.document(), path, isImport);
+    } else {
+        CPackageLoad load(scene.document(), CPackageLoad::Kind::loader);
+        if (!loadServed(scene, path, isImport, monitor))
+            throw refuse(KZe_NOTSUPPORTED, path, "no loader of scenes recognises the file");
+        load.finish(!isImport);
+    }
     if (!isImport) scene.document().workspace().forget(scene.document());
 }
 
@@ -170,6 +181,7 @@ KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const st
 }
 
 KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
+    if (const CItemPackages* packages = kzItemPackages(*m_scenes->workspace)) packages->collectData(scene.document());
     std::string text;
     {
         const CReading reading(*m_scenes->workspace);
