@@ -70,7 +70,7 @@ const std::string turns = R"(
 const std::string driven = R"(
     scenes = kz.service.Scene()
     scene, kind = scenes.Create('bench'), scenes.ItemTypeLookup('locator')
-    items, links = [scene.ItemAdd(kind) for i in xrange(n + 1)], scene.GraphLookup('channelLinks')
+    items, links = [scene.ItemAdd(kind) for i in xrange(n + 1)], kz.object.ChannelGraph(scene.GraphLookup('channelLinks'))
     source, x = items.pop(), items[0].ChannelLookup('pos.X')
     for item in items: links.AddLink(source, x, item, x)
     write, read = scene.WriteChannels(None, 0.0), scene.Channels(None, 0.0)

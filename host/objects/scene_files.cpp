@@ -7,10 +7,15 @@
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/refusal.h"
+#include "host/objects/file_redirect.h"
 #include "host/objects/file_servers.h"
+#include "host/objects/model_program.h"
+#include "host/objects/model_scene.h"
 #include "host/objects/safe_save.h"
 #include "host/objects/scene_file.h"
+#include "host/state/user_values.h"
 
+#include "kz/dialog.h"
 #include "kz/loader.h"
 #include "kz/log.h"
 #include "kz/message.h"
@@ -61,6 +66,15 @@ bool beginsAsOwn(const std::string& path) {
     return std::string_view(head, sizeof head) == "kzscene ";
 }
 
+// The foreign format by its name or, without one, by the extension; empty if it is none.
+std::string foreignFormat(const std::string& path, const std::string& format) {
+    const std::string extension = fs::path(path).extension().string();
+    const std::string wanted = !format.empty() || extension.empty() ? format : extension.substr(1);
+    for (const std::string_view each : kzModelFormats)
+        if (strcasecmp(wanted.c_str(), std::string(each).c_str()) == 0) return std::string(each);
+    return {};
+}
+
 std::string wholeText(const std::string& path) {
     std::error_code error;
     const std::uintmax_t size = fs::file_size(path, error);
@@ -77,7 +91,7 @@ std::string wholeText(const std::string& path) {
 }  // namespace
 
 KzResult CSceneFiles::refuse(KzResult code, const std::string& path, const std::string& why) const {
-    m_log->write(KZsLOG_FILES, code, path + ": " + why);
+    m.log->write(KZsLOG_FILES, code, path + ": " + why);
     return code;
 }
 
@@ -111,27 +125,60 @@ bool CSceneFiles::loadServed(CScene& scene, const std::string& path, bool isImpo
         CWorkspace& workspace;
         const std::size_t depth = workspace.blockDepth();
         ~Blocks() { workspace.endBlocksAbove(depth); }
-    } const blocks{*m_scenes->workspace};
-    return !kzLoadServed(*m_modules, path, KZsFILECLASS_SCENE, load, failed).empty();
+    } const blocks{*m.scenes->workspace};
+    return !kzLoadServed(*m.modules, path, KZsFILECLASS_SCENE, load, failed).empty();
 }
 
 void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
-    kzUpdateItemTypes(*m_scenes->workspace);
+    kzUpdateItemTypes(*m.scenes->workspace);
     if (hasOwnExtension(path) || beginsAsOwn(path)) {
         readOwn(scene.document(), path, isImport);
     } else {
         CPackageLoad load(scene.document(), CPackageLoad::Kind::loader);
-        if (!loadServed(scene, path, isImport, monitor))
-            throw refuse(KZe_NOTSUPPORTED, path, "no loader of scenes recognises the file");
+        if (!loadServed(scene, path, isImport, monitor)) loadForeign(scene, path, isImport, monitor);
         load.finish(!isImport);
     }
     if (!isImport) scene.document().workspace().forget(scene.document());
 }
 
+// A monitor says when its user wants to stop.
+static ModelGoesOn goesOn(IKzUnknown* monitor) {
+    return [monitor = std::make_shared<CKzUser_Monitor>(monitor)] {
+        return !*monitor || monitor->Increment(0) != KZe_ABORT;
+    };
+}
+
+void CSceneFiles::note(const std::string& path, const std::vector<std::string>& notes) const {
+    for (const std::string& each : notes) m.log->write(KZsLOG_FILES, KZe_WARNING, path + ": " + each);
+}
+
+void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
+    const auto locate = [&](const std::string& file) {
+        return kzLocate(*m.modules, *m.redirects, file, KZsFILECLASS_IMAGE);
+    };
+    const auto joins = m.values->find(kzJoinPoints);
+    const ModelImport import{fs::absolute(path).parent_path().string(),
+                             !joins || kzNumberOf(joins->cell).value_or(1) != 0, locate};
+    std::vector<std::string> notes;
+    try {
+        const Model model = kzReadModel(*m.files, path, goesOn(monitor));
+        CDocument& document = scene.document();
+        CEdit edit(document.workspace());
+        kzAddModel(model, import, document, edit, notes);
+        if (isImport) edit.commit();
+        else edit.commitLoaded(document);
+    } catch (const ModelUnknown&) {
+        throw refuse(KZe_NOTSUPPORTED, path, "no loader of scenes recognises the file");
+    } catch (const std::exception& error) {
+        throw refuse(KZe_FAILED, path, error.what());
+    }
+    note(path, notes);
+}
+
 CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
-    const CFileProgress progress(m_context, m_monitors, "Loading", monitor);
+    const CFileProgress progress(m.context, m.monitors, "Loading", monitor);
     std::string name = fs::path(path).stem().string();
     if (beginsAsOwn(path)) try {
             std::string head(4096, '\0');
@@ -141,24 +188,24 @@ CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor)
             name = kzSceneName(head);
         } catch (const SceneFileError&) {  // said when the file is read
         }
-    auto scene = kzOpenScene(*m_scenes->workspace, name);
+    auto scene = kzOpenScene(*m.scenes->workspace, name);
     try {
         loadInto(*scene, path, false, progress.monitor());
     } catch (...) {
         scene->close();
         throw;
     }
-    m_scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
-    m_scenes->list.push_back(scene);
-    m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    m.scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
+    m.scenes->list.push_back(scene);
+    m.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
     return scene;
 }
 
 void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* monitor) const {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
-    const CFileProgress progress(m_context, m_monitors, "Importing", monitor);
-    CWorkspace& workspace = *m_scenes->workspace;
+    const CFileProgress progress(m.context, m.monitors, "Importing", monitor);
+    CWorkspace& workspace = *m.scenes->workspace;
     workspace.beginBlock("Import " + fs::path(path).filename().string(), KZfUNDO_BLOCK_NOEMPTY);
     const std::size_t depth = workspace.blockDepth();
     try {
@@ -168,7 +215,7 @@ void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* mon
         throw;
     }
     workspace.endBlocksAbove(depth - 1);
-    m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    m.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
 }
 
 KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const std::string& path) const {
@@ -181,10 +228,10 @@ KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const st
 }
 
 KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
-    if (const CItemPackages* packages = kzItemPackages(*m_scenes->workspace)) packages->collectData(scene.document());
+    if (const CItemPackages* packages = kzItemPackages(*m.scenes->workspace)) packages->collectData(scene.document());
     std::string text;
     {
-        const CReading reading(*m_scenes->workspace);
+        const CReading reading(*m.scenes->workspace);
         if (!scene.document().isOpen()) return KZe_NOTAVAILABLE;
         text = kzWriteScene(scene.document());
     }
@@ -193,7 +240,9 @@ KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
 }
 
 KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const std::string& format) const {
-    const auto server = kzFindSaver(*m_modules, path, format, KZsFILECLASS_SCENE);
+    const auto server = kzFindSaver(*m.modules, path, format, KZsFILECLASS_SCENE);
+    if (const std::string foreign = foreignFormat(path, format); !server && !foreign.empty())
+        return saveForeign(scene, path, foreign);
     if (!server)
         return refuse(KZe_NOTSUPPORTED, path,
                       format.empty() ? "no saver of scenes is for this extension"
@@ -210,7 +259,7 @@ KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const s
                       "the saver \"" + server->name +
                           "\" refuses the scene: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
     }
-    const CFileProgress progress(m_context, m_monitors, "Saving", nullptr);
+    const CFileProgress progress(m.context, m.monitors, "Saving", nullptr);
     CSafeSave file(path);
     code = saver.Save(scenes.raw(), file.path().c_str(), progress.monitor());
     if (kzFailed(code))
@@ -219,13 +268,29 @@ KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const s
     return code;
 }
 
+KzResult CSceneFiles::saveForeign(CScene& scene, const std::string& path, const std::string& format) const {
+    const CFileProgress progress(m.context, m.monitors, "Saving", nullptr);
+    CSafeSave file(path);
+    std::vector<std::string> notes;
+    try {
+        const std::string folder = fs::absolute(path).parent_path().string();
+        kzWriteModel(*m.files, kzModelOf(scene.document(), folder, notes), format, file.path(),
+                     goesOn(progress.monitor()));
+    } catch (const std::exception& error) {
+        return refuse(KZe_FAILED, path, error.what());
+    }
+    note(path, notes);
+    const KzResult code = file.commit();
+    return kzFailed(code) ? refuse(code, path, "the file cannot be replaced") : code;
+}
+
 // The scene may change while it is being written. What is then unsaved are the changes since it was read.
 KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::string& format) const {
     std::string path = given;
     std::uint64_t revision = 0;
     bool isOwnFile = false;
     {
-        const CReading reading(*m_scenes->workspace);
+        const CReading reading(*m.scenes->workspace);
         if (!scene.document().isOpen()) return KZe_NOTAVAILABLE;
         if (path.empty()) path = scene.document().filename();
         isOwnFile = path == scene.document().filename();
@@ -235,8 +300,8 @@ KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::s
     const bool isOwn = format.empty() ? hasOwnExtension(path) : format == kzSceneFormat;
     const KzResult code = isOwn ? saveCopy(scene, path) : saveServed(scene, path, format);
     if (kzFailed(code)) return code;
-    if (isOwn || isOwnFile) m_scenes->workspace->setSaved(scene.document(), revision, path);
-    m_listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
+    if (isOwn || isOwnFile) m.scenes->workspace->setSaved(scene.document(), revision, path);
+    m.listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
     return code;
 }
 
