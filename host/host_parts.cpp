@@ -29,6 +29,7 @@
 #include "host/objects/document_undo.h"
 #include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
+#include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/presets.h"
 #include "host/objects/scene_files.h"
@@ -86,6 +87,7 @@
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
+#include "kz/package.h"
 #include "kz/persist.h"
 #include "kz/platform.h"
 #include "kz/preset_browser.h"
@@ -168,8 +170,8 @@ HostParts::HostParts()
       log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
       types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
-      modifiers(std::make_shared<CServedModifiers>(modules)), undo(kzMakeUndoBlocks(scenes->workspace)),
-      persistence(std::make_shared<CPersistence>(preferences, types, log)),
+      modifiers(std::make_shared<CServedModifiers>(modules)), packages(std::make_shared<CItemPackages>(modules)),
+      undo(kzMakeUndoBlocks(scenes->workspace)), persistence(std::make_shared<CPersistence>(preferences, types, log)),
       memory(std::make_shared<CSessionMemory>(
           CSessionMemory::Parts{commandState, log, persistence, preferences, properties, userValues, types})),
       scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
@@ -190,11 +192,13 @@ HostParts::HostParts()
         waiting->sendDeferred();
         saving->check();
     };
-    modules->whenAdded([weak = std::weak_ptr(persistence)](const KzServer& server) {
-        const auto entries = weak.lock();
-        if (entries && server.className == KZa_PERSISTENCECLIENT) entries->configureServer(server);
+    modules->whenAdded([entries = std::weak_ptr(persistence), types = std::weak_ptr(packages)](const KzServer& server) {
+        if (const auto each = entries.lock(); each && server.className == KZa_PERSISTENCECLIENT)
+            each->configureServer(server);
+        if (const auto each = types.lock(); each && server.className == KZa_PACKAGE) each->types().declare(server);
     });
     scenes->workspace->setModifierSource(modifiers);
+    scenes->workspace->setItemKeeper(packages);
     addCommands(*this);
     addServices(*this);
 }

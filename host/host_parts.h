@@ -15,6 +15,7 @@ class CDialogBoard;
 class CPathAliases;
 class CImageFiles;
 class CImportPaths;
+class CItemPackages;
 class CJobThreads;
 class CListenerTable;
 class CModuleTable;
@@ -65,6 +66,7 @@ struct HostParts {
     std::shared_ptr<CValueTypeRegistry> types;
     std::shared_ptr<OpenScenes> scenes;  // from above the core, as commands and scripts make steps of its history
     std::shared_ptr<CServedModifiers> modifiers;
+    std::shared_ptr<CItemPackages> packages;
     std::shared_ptr<CUndoBlocks> undo;
     std::shared_ptr<CPersistence> persistence;
     std::shared_ptr<CSessionMemory> memory;

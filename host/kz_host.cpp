@@ -17,6 +17,7 @@
 #include "host/core/session_memory.h"
 #include "host/host_parts.h"
 #include "host/objects/image_files.h"
+#include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/served_modifiers.h"
 #include "host/services/application.h"
@@ -85,6 +86,7 @@ KzResult CKzHost::adopt(const std::string& name, IKzUnknown* module) {
 void CKzHost::unload() {
     m_parts->jobThreads->finish();  // jobs belong to modules
     m_parts->modifiers->clear();
+    m_parts->packages->clear();
     modules().clear();
 }
 

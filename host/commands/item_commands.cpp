@@ -2,6 +2,7 @@
 #include "host/commands/document_commands.h"
 #include "host/commands/document_targets.h"
 #include "host/core/reasons.h"
+#include "host/objects/item_packages.h"
 
 #include "kz/command.h"
 #include "kz/result.h"
@@ -44,7 +45,8 @@ Texts queryItems(OpenScenes& scenes, CBuiltinCommand& /*command*/, std::uint32_t
     return kzItemNames(scenes);
 }
 
-Texts queryTypes(CBuiltinCommand& /*command*/, std::uint32_t /*index*/) {
+Texts queryTypes(OpenScenes& scenes, CBuiltinCommand& /*command*/, std::uint32_t /*index*/) {
+    kzUpdateItemTypes(*scenes.workspace);
     Texts names;
     for (const ItemType& type : kzItemTypes()) names.emplace_back(type.name);
     return names;
@@ -57,13 +59,17 @@ void setParent(const CHostRef<CItem>& item, const CHostRef<CItem>& parent, std::
 void createItem(OpenScenes& scenes, CBuiltinCommand& command) {
     const CHostRef<CScene> scene = kzCurrentScene(scenes);
     const std::string typeName = command.text("type");
+    kzUpdateItemTypes(*scenes.workspace);
     const ItemType* type = kzFindItemType(typeName);
     if (type == nullptr)
-        kzRefuse(KZe_NOTFOUND, "argument \"type\": " + kzThereIsNo("item type", typeName, queryTypes(command, 0)));
+        kzRefuse(KZe_NOTFOUND,
+                 "argument \"type\": " + kzThereIsNo("item type", typeName, queryTypes(scenes, command, 0)));
     const auto parent = command.has("parent") ? kzItemArgument(scenes, command, "parent") : CHostRef<CItem>();
     CKzLoc_Unknown added;
     if (const KzResult code = scene->scene_ItemAdd(type->number, added.out()); kzFailed(code))
-        kzRefuse(code, fmt::format("argument \"type\": a scene takes no item of the type {}", typeName));
+        kzRefuse(code, !kzItemTypeTable().isOwn(*type)
+                           ? fmt::format("the package \"{}\" makes no item: {}", typeName, kzCodeName(code))
+                           : fmt::format("argument \"type\": a scene takes no item of the type {}", typeName));
     const auto item = kzOwn<CItem>(added.raw());
     if (command.has("name")) kzDemand(item->item_SetName(command.text("name").c_str()), "item.rename");
     if (parent) setParent(item, parent, -1);
@@ -71,6 +77,9 @@ void createItem(OpenScenes& scenes, CBuiltinCommand& command) {
 
 void deleteItem(OpenScenes& scenes, CBuiltinCommand& command) {
     const CHostRef<CItem> item = kzItemArgument(scenes, command, "item");
+    if (const auto package = kzItemPackages(*scenes.workspace)->whoKeeps(*item))
+        kzRefuse(KZe_NOACCESS, fmt::format("argument \"item\": the package \"{}\" does not let \"{}\" be removed",
+                                           *package, command.text("item")));
     if (kzFailed(kzCurrentScene(scenes)->scene_ItemRemove(item.raw())))
         kzRefuse(KZe_INVALIDARG, "argument \"item\": the item of the scene itself stays");
 }
@@ -119,7 +128,7 @@ Texts queryTag(OpenScenes& scenes, CBuiltinCommand& command, std::uint32_t index
 void kzAddItemCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes) {
     kzAddCommands(registry, {
                                 {"item.create", "Create Item", "adds an item to the current scene", changesScene,
-                                 createArguments, kzWith(createItem, scenes), queryTypes},
+                                 createArguments, kzWith(createItem, scenes), kzWith(queryTypes, scenes)},
                                 {"item.delete", "Delete Item", "removes an item and everything below it", changesScene,
                                  deleteArguments, kzWith(deleteItem, scenes), kzWith(queryItems, scenes)},
                                 {"item.duplicate", "Duplicate Item", "copies an item", changesScene, duplicateArguments,

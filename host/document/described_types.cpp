@@ -25,14 +25,14 @@ bool sameChannel(const ChannelInfo& a, const ChannelInfo& b) {
            a.objectType == b.objectType && sameHints(a.hints.get(), b.hints.get());
 }
 
-bool isDescribedBy(const ItemType& type, const ItemTypeDeclaration& declaration, const ItemType& base) {
+}  // namespace
+
+bool kzIsDescribedBy(const ItemType& type, const ItemTypeDeclaration& declaration, const ItemType& base) {
     const auto& own = type.declaration();
     return type.super == &base && own.name == declaration.name && own.tags == declaration.tags &&
            std::equal(own.channels.begin(), own.channels.end(), declaration.channels.begin(),
                       declaration.channels.end(), sameChannel);
 }
-
-}  // namespace
 
 const ItemType& kzDescribedType(const ItemTypeDeclaration& declaration, const ItemType& base) {
     static std::mutex theLock;
@@ -40,7 +40,7 @@ const ItemType& kzDescribedType(const ItemTypeDeclaration& declaration, const It
     const std::lock_guard lock(theLock);
     const auto [first, last] = theTypes.equal_range(declaration.name);
     for (auto entry = first; entry != last; ++entry)
-        if (isDescribedBy(*entry->second, declaration, base)) return *entry->second;
+        if (kzIsDescribedBy(*entry->second, declaration, base)) return *entry->second;
     auto type = std::make_unique<const ItemType>(KZiITYPE_UNKNOWN, &base, declaration);
     return *theTypes.emplace(declaration.name, std::move(type))->second;
 }

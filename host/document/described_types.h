@@ -16,6 +16,9 @@ namespace kzhost {
 // type, which stays. Throws ALREADYEXISTS if two channels have one name.
 const ItemType& kzDescribedType(const ItemTypeDeclaration& declaration, const ItemType& base);
 
+// Whether the type is what a declaration with that base would make.
+bool kzIsDescribedBy(const ItemType& type, const ItemTypeDeclaration& declaration, const ItemType& base);
+
 // The same text for as long as the process lives; null for an empty one, and once there are very many.
 const char* kzInterned(std::string_view text);
 

@@ -14,8 +14,8 @@ struct DocumentEvent {
     enum class Kind {
         itemAdded,
         itemRemoving,  // the item is still whole
-        itemRemoved,   // text: the identifier
-        renamed,       // text: the former name
+        itemRemoved,   // text: the identifier; other: the item
+        renamed,       // text: the former name, as the user gave it
         parented,      // other: the former parent
         moved,         // first: the position
         flags,         // first: the flags that are different now

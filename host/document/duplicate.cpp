@@ -21,7 +21,7 @@ const ChannelInfo& counterpart(const Item& original, const ChannelInfo& channel,
     return *copy.channelAt(static_cast<std::size_t>(original.indexOf(channel)));
 }
 
-Item& copyOf(const Item& source, CEdit& edit) {
+Item& copyOf(Item& source, CEdit& edit) {
     Item& copy = edit.add(source.document, source.type);
     if (!source.name.empty()) edit.rename(copy, source.name);
     if (source.flags != copy.flags) edit.setFlags(copy, source.flags);
@@ -29,6 +29,8 @@ Item& copyOf(const Item& source, CEdit& edit) {
     for (const auto& channel : source.userChannels) edit.addChannel(copy, *channel);
     for (const auto& [channel, state] : source.values)
         edit.setChannel(copy, counterpart(source, *channel, copy), state);
+    copy.modules.data = source.modules.data;
+    copy.modules.original = source.weak_from_this();
     if (source.geometry != nullptr) copy.geometry = source.geometry->copy();
     return copy;
 }

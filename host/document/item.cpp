@@ -35,6 +35,7 @@ const KzCell& Item::valueOf(const ChannelInfo& channel) const {
 
 std::string Item::baseName() const {
     if (!name.empty()) return name;
+    if (!modules.name.empty()) return modules.name;
     if (const char* prefix = type.tag(KZs_ITEMTAG_PREFIX)) return prefix;
     std::string text = type.name;
     text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));

@@ -44,6 +44,19 @@ struct ItemAttachment {
     virtual std::shared_ptr<ItemAttachment> copy() const { return nullptr; }
 };
 
+// What modules keep with an item of a type that they have added.
+struct ModuleState {
+    struct Data {
+        std::uint32_t version = 0;
+        std::string bytes;
+    };
+    std::map<std::string, Data, std::less<>> data;  // as last written or read, by the name of the server
+    std::string name;                               // what a module calls an item that has no name
+    std::weak_ptr<Item> original;                   // that a new item is a copy of
+    bool hadInstance = false;
+    std::uint32_t refusal = 0;  // the code with which a module failed to complete the item
+};
+
 // A link from one item to another in a graph of items. Each end keeps its links in order.
 struct ItemLinks {
     std::vector<Item*> forward, reverse;
@@ -101,6 +114,8 @@ struct Item : std::enable_shared_from_this<Item> {
     std::map<std::string, ItemLinks, std::less<>> links;  // by the name of the graph
     std::vector<std::shared_ptr<ChannelLink>> inputs, outputs;
 
+    ModuleState modules;
+
     std::unique_ptr<ItemAttachment> object;    // goes last: it may hold what stands for the item
     std::shared_ptr<ItemAttachment> geometry;  // of a mesh
 
@@ -113,7 +128,7 @@ struct Item : std::enable_shared_from_this<Item> {
     bool owns(const ChannelInfo& channel) const { return indexOf(channel) >= 0; }
     // The value without time.
     const KzCell& valueOf(const ChannelInfo& channel) const;
-    // The name, or else what the type is called.
+    // The name, or else what a module calls the item, or the type's title.
     std::string baseName() const;
     bool isAbove(const Item& other) const;
 };

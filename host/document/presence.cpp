@@ -12,7 +12,8 @@ void CDocument::Presence::operator()(Direction direction, DocumentEvents& events
         parent = item->parent;
         position = document.siblings(parent).positionOf(*item);
         document.leave(*item);
-        events.push_back({.kind = DocumentEvent::Kind::itemRemoved, .document = &document, .text = item->ident});
+        events.push_back(
+            {.kind = DocumentEvent::Kind::itemRemoved, .document = &document, .other = item, .text = item->ident});
     }
 }
 

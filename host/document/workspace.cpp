@@ -2,6 +2,7 @@
 #include "host/document/workspace.h"
 
 #include "host/core/reasons.h"
+#include "host/document/item_keeper.h"
 
 #include "kz/result.h"
 #include "kz/undo.h"
@@ -9,6 +10,15 @@
 #include <utility>
 
 namespace kzhost {
+
+namespace {
+
+thread_local int theUnchanged = 0;
+
+}  // namespace
+
+CUnchanged::CUnchanged() noexcept { ++theUnchanged; }
+CUnchanged::~CUnchanged() { --theUnchanged; }
 
 CWorkspace::CHold::CHold(CWorkspace& workspace) : m_workspace(workspace) {
     workspace.m_mutex.lock();
@@ -55,6 +65,7 @@ void CWorkspace::tell(const DocumentEvent& event) const {
         sink = m_sink;
     }
     try {
+        if (m_keeper != nullptr) m_keeper->tell(event);
         if (sink != nullptr && *sink) (*sink)(event);
     } catch (...) {  // nobody's change fails because of a listener
         kzBecause(KZe_FAILED, "Document", [] { return "a listener of changes failed"; });
@@ -86,6 +97,20 @@ void CWorkspace::setModified(CDocument& document, bool modified) {
     m_events.push_back({.kind = DocumentEvent::Kind::modified, .document = &document, .first = modified});
 }
 
+void CWorkspace::setModuleName(Item& item, std::string name) {
+    const CHold hold(*this);
+    if (!item.isPresent || item.modules.name == name) return;
+    CDocument& document = item.document;
+    document.m_names.leave(item);
+    item.modules.name = std::move(name);
+    document.m_names.enter(item, item.number);
+    m_events.push_back({.kind = DocumentEvent::Kind::renamed,
+                        .document = &document,
+                        .item = item.shared_from_this(),
+                        .text = item.name});
+    document.changed(m_events, m_events.size() - 1);
+}
+
 void CWorkspace::forget(CDocument& document) {
     const CHold hold(*this);
     keepGeometry();
@@ -109,6 +134,9 @@ void CWorkspace::setSaved(CDocument& document, std::uint64_t revision, std::stri
 
 // Other threads wait for the end of undoing by asking again: they may hold what the change of a module waits for.
 void CWorkspace::refuseWhileMoving() const {
+    if (theUnchanged > 0)
+        throw kzBecause(KZe_NOTREADY, "Document",
+                        [] { return "an item comes back by undoing as it was, so nothing may change meanwhile"; });
     if (m_moving == Moving::no || isOwnChange()) return;
     throw kzBecause(KZe_NOTREADY, "Document",
                     [] { return "steps are being undone or redone, so nothing else may change"; });

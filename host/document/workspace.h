@@ -17,6 +17,7 @@
 
 namespace kzhost {
 
+class ItemKeeper;
 class ModifierSource;
 
 class CWorkspace : public std::enable_shared_from_this<CWorkspace> {
@@ -34,6 +35,11 @@ public:
 
     // Called for each event, without the lock.
     void setSink(DocumentSink sink);
+    // Who completes new items; set once, while the host is made.
+    void setItemKeeper(std::shared_ptr<ItemKeeper> keeper) { m_keeper = std::move(keeper); }
+    const std::shared_ptr<ItemKeeper>& itemKeeper() const noexcept { return m_keeper; }
+    // What a module calls an item while the user gives it no name. It is no step of the history.
+    void setModuleName(Item& item, std::string name);
     // Tells an event of which others must hear before it happens. The caller must not hold the lock.
     void tell(const DocumentEvent& event) const;
 
@@ -106,12 +112,22 @@ private:
     mutable std::mutex m_sinkMutex;
     std::shared_ptr<const DocumentSink> m_sink;
     std::uint64_t m_lastRevision = 0;
+    std::shared_ptr<ItemKeeper> m_keeper;
     std::shared_ptr<ModifierSource> m_modifiers;  // set once, while the host is made
     struct ChangedGeometry {
         ItemRef item;
         std::thread::id thread;
     };
     std::vector<ChangedGeometry> m_geometry;
+};
+
+// While it lives, whatever its thread wants to change in documents is refused: NOTREADY.
+class CUnchanged {
+public:
+    CUnchanged() noexcept;
+    CUnchanged(const CUnchanged&) = delete;
+    CUnchanged& operator=(const CUnchanged&) = delete;
+    ~CUnchanged();
 };
 
 // Keeps documents as they are while it lives. Short: nobody is called meanwhile.

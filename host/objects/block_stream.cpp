@@ -238,6 +238,7 @@ KzResult CBlockRead::blockread_ReadBytes(std::uint32_t size, std::uint8_t* bytes
 }
 
 CBlockWrite::~CBlockWrite() {
+    if (m_path.empty()) return;
     try {
         while (!m_starts.empty()) blockwrite_Close();
         CSafeSave save(m_path);
@@ -257,7 +258,14 @@ CBlockWrite::~CBlockWrite() {
     }
 }
 
+std::string CBlockWrite::finish() {
+    while (!m_starts.empty()) blockwrite_Close();
+    m_isFinished = true;
+    return std::exchange(m_bytes, {});
+}
+
 KzResult CBlockWrite::add(const void* bytes, std::size_t size, const char* word, const std::string& shown) {
+    if (m_isFinished) return KZe_NOTAVAILABLE;
     if (size > UINT32_MAX - m_bytes.size()) return KZe_IO_ERROR;
     m_bytes.append(static_cast<const char*>(bytes), size);
     if (isForPeople(m_type)) m_text += fmt::format("{:{}}{} {}\n", "", 2 * m_starts.size(), word, shown);

@@ -63,8 +63,13 @@ class CBlockWrite final : public CHosted<"block writer", CBlockWrite, CKzIfc_Blo
 public:
     CBlockWrite(std::string path, std::uint32_t type, std::uint32_t version)
         : m_path(std::move(path)), m_type(type), m_version(version) {}
+    // Writes to memory, for the one who then calls finish.
+    explicit CBlockWrite(std::uint32_t version) : m_type(KZi_STREAM_BINARY), m_version(version) {}
     // Writes the file. Nobody is left to hear of a failure, so the log tells.
     ~CBlockWrite() override;
+
+    // The bytes so far, with all blocks closed. Whoever goes on writing gets NOTAVAILABLE.
+    std::string finish();
 
     KzResult blockwrite_Open(std::uint32_t ident) override;
     KzResult blockwrite_Close() override;
@@ -86,6 +91,7 @@ private:
     std::uint32_t m_type, m_version;
     std::string m_bytes, m_text;        // the text is that of a stream of texts
     std::vector<std::size_t> m_starts;  // of the open blocks' bytes
+    bool m_isFinished = false;
 };
 
 }  // namespace kzhost

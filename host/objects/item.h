@@ -74,6 +74,7 @@ public:
     KzResult item_SetTag(std::uint32_t code, const char* text) override;
     std::uint32_t item_Flags() override;
     KzResult item_SetFlags(std::uint32_t mask, std::uint32_t flags) override;
+    KzResult item_Object(const char* type, IKzUnknown** object) override;
     KzResult item_Duplicate(std::int32_t deep, IKzUnknown** item) override;
 
     const ItemType& type() const noexcept { return m_type; }
@@ -112,8 +113,9 @@ std::int32_t kzChannelIndex(const Item& item, std::string_view name);
 // The pose that an item of that type is.
 IKzUnknown* kzMakePose(CHostRef<CItem> item);
 
-// One channel of an item: its description, and the definition of a new one.
+// One channel of an item: its description.
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel);
+// Describes a new channel of the item further.
 IKzUnknown* kzMakeAddChannel(CHostRef<CItem> item, std::string channel);
 // The channel of that name and type; throws INVALIDARG for an unknown type.
 ChannelInfo kzNewChannel(std::string name, std::string_view type);

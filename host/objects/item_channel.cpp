@@ -1,4 +1,4 @@
-// One channel of an item: its description, and the definition of a new one.
+// One channel of an item: its description.
 #include "host/objects/item.h"
 
 #include "host/core/reasons.h"
@@ -13,7 +13,6 @@
 #include <cctype>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -200,102 +199,11 @@ KzResult CItemChannel::itemchannel_VectorComponent(std::uint32_t component, IKzU
     return KZe_OK;
 }
 
-// The components of each form of vector, as suffixes of channel names.
-std::span<const char* const> componentsOf(std::uint32_t form) {
-    static constexpr const char* xyzw[] = {".X", ".Y", ".Z", ".W"};
-    static constexpr const char* rgba[] = {".R", ".G", ".B", ".A"};
-    static constexpr const char* uvw[] = {".U", ".V", ".W"};
-    switch (static_cast<std::int32_t>(form)) {
-    case KZiCHANVEC_SCALAR: return {};
-    case KZiCHANVEC_XY: return std::span(xyzw).first(2);
-    case KZiCHANVEC_XYZ: return std::span(xyzw).first(3);
-    case KZiCHANVEC_XYZW: return xyzw;
-    case KZiCHANVEC_RGB: return std::span(rgba).first(3);
-    case KZiCHANVEC_RGBA: return rgba;
-    case KZiCHANVEC_UV: return std::span(uvw).first(2);
-    case KZiCHANVEC_UVW: return uvw;
-    default: throw KZe_INVALIDARG;
-    }
-}
-
-class CAddChannel final : public CHosted<"new channel", CAddChannel, CKzIfc_AddChannel>, CChannelOf {
-public:
-    using CChannelOf::CChannelOf;
-
-    KzResult addchannel_NewChannel(const char* name, const char* type) override {
-        CKzLoc_Unknown another;
-        const KzResult code = item().item_ChannelAdd(name, type, another.out());
-        if (kzSucceeded(code)) {
-            rename(name);
-            ++m_count;
-        }
-        return code;
-    }
-    KzResult addchannel_SetDefault(double value, std::int32_t integer) override {
-        const bool isWhole = std::holds_alternative<std::int32_t>(info().initial);
-        return setDefault(kzCellOf(*info().type, isWhole ? integer : value));
-    }
-    KzResult addchannel_SetDefaultString(const char* text) override {
-        return setDefault(kzParseCell(*info().type, kzTextOf(text)));
-    }
-    KzResult addchannel_SetVector(std::uint32_t form) override;
-    KzResult addchannel_SetRange(double minimum, double maximum) override {
-        if (!(minimum <= maximum)) return KZe_INVALIDARG;
-        return describe([&](ChannelInfo& channel) {
-            channel.minimum = minimum;
-            channel.maximum = maximum;
-            channel.flags |= KZfCHAN_FLOATRANGE;
-        });
-    }
-    KzResult addchannel_SetHints(const KzTextValueHint* hints) override {
-        return describe([&](ChannelInfo& channel) { channel.hints = std::make_shared<COwnedHints>(hints); });
-    }
-    KzResult addchannel_SetInternal() override {
-        return describe([](ChannelInfo& channel) { channel.flags |= KZfCHAN_HIDDEN | KZfCHAN_NOANIM; });
-    }
-    std::uint32_t addchannel_ChannelCount() override { return m_count; }
-
-private:
-    KzResult setDefault(const std::optional<KzCell>& cell) {
-        if (!cell) return KZe_INVALIDARG;
-        return describe([&](ChannelInfo& channel) { channel.initial = *cell; });
-    }
-
-    std::uint32_t m_count = 1;
-};
-
-// Replaces the channel by one for each component. Later calls refer to the first of them.
-KzResult CAddChannel::addchannel_SetVector(std::uint32_t form) {
-    const auto components = componentsOf(form);
-    if (components.empty()) return KZe_OK;
-    CEdit edit(item().workspace());
-    const auto owner = item().read();
-    const ChannelInfo scalar = info();
-    for (const char* component : components)
-        if (owner->findChannel(scalar.name + component) >= 0) return KZe_ALREADYEXISTS;
-    edit.removeChannel(*owner, kzChannelAt(*owner, index()));
-    for (const char* component : components) {
-        ChannelInfo each = scalar;
-        each.name += component;
-        each.flags |= KZfCHAN_VECTOR;
-        each.vectorSize = static_cast<std::uint32_t>(components.size());
-        kzAddChannel(*owner, std::move(each), edit);
-    }
-    edit.commit();
-    rename(scalar.name + components[0]);
-    m_count += static_cast<std::uint32_t>(components.size()) - 1;
-    return KZe_OK;
-}
-
 }  // namespace
 
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel) {
     std::string name = kzChannelAt(*item->read(), channel).name;
     return kzMakeObject<CItemChannel>(std::move(item), std::move(name));
-}
-
-IKzUnknown* kzMakeAddChannel(CHostRef<CItem> item, std::string channel) {
-    return kzMakeObject<CAddChannel>(std::move(item), std::move(channel));
 }
 
 }  // namespace kzhost

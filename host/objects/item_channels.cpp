@@ -4,7 +4,6 @@
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/state/text.h"
-#include "host/state/value_types.h"
 
 #include <fmt/format.h>
 
@@ -30,19 +29,6 @@ std::int32_t kzChannelIndex(const Item& item, std::string_view name) {
                                [&](std::size_t each) { return item.channelAt(each)->name; });
         });
     return index;
-}
-
-ChannelInfo kzNewChannel(std::string name, std::string_view type) {
-    ChannelInfo channel;
-    channel.name = std::move(name);
-    channel.type = kzFindType(type);
-    if (channel.name.empty()) throw KZe_INVALIDARG;
-    if (channel.type == nullptr)
-        throw kzBecause(KZe_INVALIDARG, "Item.ChannelAdd", [&] {
-            return kzThereIsNo("value type", type, kzValueTypes(), [](const auto& each) { return each.name; });
-        });
-    channel.initial = kzEmptyCell(*channel.type);
-    return channel;
 }
 
 void kzAddChannel(Item& item, ChannelInfo channel, CEdit& edit) {

@@ -3,6 +3,7 @@
 
 #include "host/core/reasons.h"
 #include "host/document/animation.h"
+#include "host/objects/item_packages.h"
 #include "host/state/text.h"
 
 #include <algorithm>
@@ -60,6 +61,7 @@ CHostRef<CScene> kzObjectOf(CDocument& document) { return static_cast<SceneObjec
 CScene::~CScene() { close(); }
 
 void CScene::close() {
+    if (const auto& keeper = m_document->workspace().itemKeeper()) keeper->closing(*m_document);
     const CReading reading(m_document->workspace());
     m_document->object.reset();
     m_document->workspace().close(*m_document);
@@ -107,13 +109,10 @@ KzResult CScene::scene_SetModified(std::int32_t modified) {
 }
 
 KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
-    CEdit edit(m_document->workspace());
     const ItemType* row = kzFindItemType(type);
-    CDocument& document = open();
     if (row == nullptr || type == KZiITYPE_ANY || type == KZiITYPE_ROOT) return KZe_INVALIDARG;
-    Item& added = edit.add(document, *row);
-    edit.commit();
-    return kzGiveItem(&added, item);
+    return kzAddItem(
+        m_document->workspace(), [&](CEdit& edit) -> Item& { return edit.add(open(), *row); }, item);
 }
 
 // Listeners hear of the item and of those below it while these are still whole. One that changes the tree meanwhile
@@ -126,9 +125,14 @@ KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
         if (top->type().number == KZiITYPE_ROOT) return KZe_INVALIDARG;
         removing = kzRemoving(*reading);
     }
+    CItemPackages* packages = kzItemPackages(m_document->workspace());
+    const auto inside = packages != nullptr ? packages->madeInside(*top) : std::vector<CHostRef<CItem>>();
     for (const DocumentEvent& event : removing) m_document->workspace().tell(event);
     CEdit edit(m_document->workspace());
     edit.remove(*top->read());
+    for (const auto& each : inside)
+        if (const auto item = each->readKept(); item->isPresent && each->type().number != KZiITYPE_ROOT)
+            edit.remove(*item);
     edit.commit();
     return KZe_OK;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/document/edit.h"
+#include "host/objects/item_packages.h"
 #include "host/objects/scene_words.h"
 
 #include <string>
@@ -17,9 +18,9 @@ std::string kzWriteScene(const CDocument& document);
 // The name that the document of that text had. Throws SceneFileError.
 std::string kzSceneName(std::string_view text);
 
-// Adds what the text describes. A new document becomes the one that was written; with `isImport`, the document keeps what it
+// Adds what the text describes, and returns the identifiers that an import has replaced. A new document becomes the one that was written; with `isImport`, the document keeps what it
 // has, also as scene item, and items whose identifiers are taken get new ones. Throws SceneFileError, and then the caller's
 // edit is to be dropped.
-void kzReadScene(std::string_view text, CDocument& document, CEdit& edit, bool isImport);
+RenamedItems kzReadScene(std::string_view text, CDocument& document, CEdit& edit, bool isImport);
 
 }  // namespace kzhost

@@ -98,10 +98,15 @@ KzResult CSceneFiles::refuse(KzResult code, const std::string& path, const std::
 void CSceneFiles::readOwn(CDocument& document, const std::string& path, bool isImport) const {
     try {
         const std::string text = wholeText(path);
-        CEdit edit(document.workspace());
-        kzReadScene(text, document, edit, isImport);
-        if (isImport) edit.commit();
-        else edit.commitLoaded(document);
+        RenamedItems renamed;
+        CPackageLoad load(document, CPackageLoad::Kind::whole);
+        {
+            CEdit edit(document.workspace());
+            renamed = kzReadScene(text, document, edit, isImport);
+            if (isImport) edit.commit();
+            else edit.commitLoaded(document);
+        }
+        load.finish(!isImport, renamed);
     } catch (const std::exception& error) {
         throw refuse(KZe_FAILED, path, error.what());
     }
@@ -125,12 +130,18 @@ bool CSceneFiles::loadServed(CScene& scene, const std::string& path, bool isImpo
 }
 
 void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
-    if (hasOwnExtension(path) || beginsAsOwn(path)) readOwn(scene.document(), path, isImport);
-    else if (!loadServed(scene, path, isImport, monitor)) loadForeign(scene, path, isImport, monitor);
-    else if (!isImport) scene.document().workspace().forget(scene.document());
+    kzUpdateItemTypes(*m.scenes->workspace);
+    if (hasOwnExtension(path) || beginsAsOwn(path)) {
+        readOwn(scene.document(), path, isImport);
+    } else {
+        CPackageLoad load(scene.document(), CPackageLoad::Kind::loader);
+        if (!loadServed(scene, path, isImport, monitor)) loadForeign(scene, path, isImport, monitor);
+        load.finish(!isImport);
+    }
     std::vector<std::string> notes;
     kzFollowMovedFiles(scene.document(), isImport, {m.modules, m.files, m.redirects}, notes);
     note(path, notes);
+    if (!isImport) scene.document().workspace().forget(scene.document());
 }
 
 // A monitor says when its user wants to stop.
@@ -217,6 +228,7 @@ KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const st
 }
 
 KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
+    if (const CItemPackages* packages = kzItemPackages(*m.scenes->workspace)) packages->collectData(scene.document());
     std::string text;
     {
         const CReading reading(*m.scenes->workspace);

@@ -6,6 +6,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <charconv>
+
 namespace kzhost {
 
 namespace {
@@ -39,6 +42,7 @@ const std::map<std::string_view, CSceneReader::Row>& CSceneReader::statements() 
                                                          {"name", {&R::name, Part::item}},
                                                          {"flags", {&R::flags, Part::item}},
                                                          {"tag", {&R::tag, Part::item}},
+                                                         {"data", {&R::data, Part::item}},
                                                          {"value", {&R::value, Part::item}},
                                                          {"action", {&R::action, Part::item}},
                                                          {"envelope", {&R::envelope, Part::item}},
@@ -87,6 +91,23 @@ void CSceneReader::flags() { m_edit.setFlags(current(), m_in.uint32()); }
 void CSceneReader::tag() {
     const std::uint32_t code = kzReadCode(m_in);
     m_edit.setTag(current(), code, m_in.text());
+}
+
+// The bytes are those of a module that this host may not have.
+void CSceneReader::data() {
+    const std::string package = m_in.text();
+    const std::uint32_t version = m_in.uint32();
+    const std::string_view digits = m_in.word();
+    auto [entry, isNew] = current().modules.data.emplace(package, ModuleState::Data{version, {}});
+    if (!isNew) m_in.fail("the item has data of \"" + package + "\" already");
+    std::string& bytes = entry->second.bytes;
+    for (std::size_t at = 0; at < digits.size(); at += 2) {
+        std::uint8_t byte = 0;
+        const char* end = digits.data() + std::min(at + 2, digits.size());
+        if (std::from_chars(digits.data() + at, end, byte, 16).ptr != digits.data() + at + 2)
+            m_in.fail("data are bytes, each of two hexadecimal digits");
+        bytes += static_cast<char>(byte);
+    }
 }
 
 void CSceneReader::mesh() {
@@ -179,8 +200,17 @@ std::string kzSceneName(std::string_view text) {
     return readHead(in);
 }
 
-void kzReadScene(std::string_view text, CDocument& document, CEdit& edit, bool isImport) {
-    CSceneReader(text, document, edit, isImport).run();
+RenamedItems CSceneReader::renamed() const {
+    RenamedItems renamed;
+    for (const auto& [ident, item] : m_items)
+        if (item != nullptr && item->ident != ident) renamed.emplace(ident, item->ident);
+    return renamed;
+}
+
+RenamedItems kzReadScene(std::string_view text, CDocument& document, CEdit& edit, bool isImport) {
+    CSceneReader reader(text, document, edit, isImport);
+    reader.run();
+    return isImport ? reader.renamed() : RenamedItems();
 }
 
 }  // namespace kzhost

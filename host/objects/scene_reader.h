@@ -53,6 +53,7 @@ public:
     CSceneReader(std::string_view text, CDocument& document, CEdit& edit, bool isImport)
         : m_in(text), m_document(document), m_edit(edit), m_isImport(isImport) {}
     void run();
+    RenamedItems renamed() const;
 
 private:
     using Statement = void (CSceneReader::*)();
@@ -77,6 +78,7 @@ private:
     void name();
     void flags();
     void tag();
+    void data();
     void value();
     void action();
     void envelope();

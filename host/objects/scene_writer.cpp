@@ -6,6 +6,8 @@
 #include "host/objects/scene_kinds.h"
 #include "host/objects/scene_mesh_text.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <set>
 #include <string>
@@ -140,6 +142,12 @@ void CSceneWriter::item(Item& item) {
     if (!item.name.empty() || item.number != 1) m_out.line("name").text(item.name).integer(item.number);
     m_out.line("flags").integer(item.flags);
     for (const auto& [code, text] : item.tags) m_out.line("tag").text(kzCodeText(code)).text(text);
+    for (const auto& [package, data] : item.modules.data) {
+        m_out.line("data").text(package).integer(data.version);
+        std::string digits;
+        for (const char each : data.bytes) digits += fmt::format("{:02x}", static_cast<unsigned char>(each));
+        m_out.word(digits);
+    }
     for (const auto& info : item.userChannels) channel(*info);
     values(item);
     if (CMeshData* mesh = kzMeshOf(item); mesh != nullptr && mesh->points.size() + mesh->maps.size() > 0)

@@ -8,6 +8,7 @@
 #include "host/document/transform_values.h"
 #include "host/objects/curve.h"
 #include "host/objects/envelope.h"
+#include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
 #include "host/objects/scene_files.h"
@@ -185,7 +186,30 @@ public:
         return setVector(locator, KZsICHAN_XFRMSCALE_SCL_X, scale, time, action);
     }
 
+    KzResult sceneservice_ItemTypeTag(std::int32_t type, const char* tag, const char** value) override {
+        enter("Scene.ItemTypeTag");
+        const ItemType& row = requireType(type);
+        *value = row.tag(kzTextOf(tag));
+        if (*value != nullptr) return KZe_OK;
+        return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeTag", [&] {
+            return kzThereIsNo("tag", kzTextOf(tag), row.declaration().tags,
+                               [](const auto& each) { return each.first; });
+        });
+    }
+    KzResult sceneservice_ItemTypePackage(std::int32_t type, IKzUnknown** package) override {
+        enter("Scene.ItemTypePackage");
+        const auto found = kzItemPackages(*m_scenes->workspace)->types().find(requireType(type).name);
+        if (found == nullptr || found->type->number != type) return KZe_NOTFOUND;
+        *package = found->object.raw();
+        (*package)->AddRef();
+        return KZe_OK;
+    }
+
 private:
+    void enter(const char* operation) {
+        CServiceBase::enter(operation);
+        kzUpdateItemTypes(*m_scenes->workspace);
+    }
     static const ItemType& requireType(std::int32_t type) {
         const ItemType* row = kzFindItemType(type);
         if (row == nullptr) throw KZe_NOTFOUND;
