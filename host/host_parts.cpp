@@ -19,6 +19,7 @@
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
 #include "host/core/value_type_registry.h"
+#include "host/objects/document_listeners.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
 #include "host/services/color_mapping_service.h"
@@ -28,14 +29,17 @@
 #include "host/services/guid_service.h"
 #include "host/services/host_service.h"
 #include "host/services/image_service.h"
+#include "host/services/layer_service.h"
 #include "host/services/listener_service.h"
 #include "host/services/log_service.h"
 #include "host/services/mesh_service.h"
 #include "host/services/message_service.h"
+#include "host/services/packet_service.h"
 #include "host/services/platform_service.h"
 #include "host/services/scene_service.h"
 #include "host/services/script_queries.h"
 #include "host/services/script_service.h"
+#include "host/services/selection_service.h"
 #include "host/services/thread_service.h"
 #include "host/services/undo_service.h"
 #include "host/services/value_service.h"
@@ -58,9 +62,11 @@
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
+#include "kz/packet.h"
 #include "kz/platform.h"
 #include "kz/scene.h"
 #include "kz/script.h"
+#include "kz/selection.h"
 #include "kz/thread.h"
 #include "kz/undo.h"
 #include "kz/value.h"
@@ -92,14 +98,17 @@ void addServices(const HostParts& host) {
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
+    add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
+    add("packet", KZu_PACKETSERVICE, kzMakePacketService, host.scenes);
     add("platform", KZu_PLATFORMSERVICE, kzMakePlatformService, host.files, host.importPaths);
     add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes);
     add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
         host.queries);
+    add("selection", KZu_SELECTIONSERVICE, kzMakeSelectionService, host.scenes, host.modules);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
     add("undo", KZu_UNDOSERVICE, kzMakeUndoService, host.scenes);
     add("value", KZu_VALUESERVICE, kzMakeValueService, host.types, host.properties, host.queries);
@@ -126,6 +135,7 @@ HostParts::HostParts()
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);
+    kzTellListeners(scenes, listeners);
     addCommands(*this);
     addServices(*this);
 }

@@ -65,6 +65,8 @@ void CDocument::close() {
         item->inputs.clear();
         item->outputs.clear();
         item->links.clear();
+        item->channelMembers.clear();
+        item->channelGroups.clear();
         item->instances.clear();
         item->source = nullptr;
     }
@@ -86,6 +88,7 @@ void CDocument::Presence::operator()(Direction direction, DocumentEvents& events
     } else {
         parent = item->parent;
         position = document.siblings(parent).positionOf(*item);
+        document.m_workspace.selection().purge(*item, events);
         document.leave(*item);
         events.push_back({.kind = DocumentEvent::Kind::itemRemoved, .document = &document, .text = item->ident});
     }

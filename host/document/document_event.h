@@ -35,7 +35,12 @@ struct DocumentEvent {
         packageRemoved,
         geometry,  // of the item
         history,   // a step was added, undone, redone or removed
-        selection,
+        groupMembers,      // of the item: channels joined or left
+        selectionCurrent,  // first: the type, as for the others
+        selectionAdded,    // second: the subtype
+        selectionRemoved,  // second: the subtype
+        selectionCleared,
+        selectionTime,  // number: seconds
     };
     Kind kind;
     CDocument* document = nullptr;
@@ -43,6 +48,7 @@ struct DocumentEvent {
     ItemRef other = {};
     std::string text = {};
     std::int64_t first = 0, second = 0;
+    double number = 0;
 };
 
 using DocumentEvents = std::vector<DocumentEvent>;

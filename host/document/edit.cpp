@@ -97,13 +97,30 @@ void CEdit::remove(Item& item) {
     for (std::size_t i = subtree.size(); i-- > 0;) removeOne(*subtree[i]);
 }
 
+// An instance keeps what it showed when its source goes.
+void CEdit::detach(Item& instance) {
+    Item& source = *instance.source;
+    for (const auto& [channel, state] : source.values) {
+        const std::int32_t index = instance.findChannel(channel->name);
+        const ChannelInfo* own = index >= 0 ? instance.channelAt(static_cast<std::size_t>(index)) : nullptr;
+        if (own != nullptr && !instance.values.contains(own)) setChannel(instance, *own, state);
+    }
+    if (source.geometry != nullptr) instance.geometry = source.geometry->copy();
+    setSource(instance, source.source);
+}
+
 void CEdit::removeOne(Item& item) {
+    m_workspace.m_selection.drop(item, *this);
     std::vector<std::string> graphs;
     for (const auto& [graph, links] : item.links) graphs.push_back(graph);
     for (const std::string& graph : graphs) unlinkAll(graph, item);
     while (!item.inputs.empty()) unlinkChannels(*item.inputs.back());
     while (!item.outputs.empty()) unlinkChannels(*item.outputs.back());
-    while (!item.instances.empty()) setSource(*item.instances.back(), nullptr);
+    while (!item.channelMembers.empty())
+        removeMember(item, *item.channelMembers.back().item, *item.channelMembers.back().channel);
+    while (!item.channelGroups.empty())
+        removeMember(*item.channelGroups.back().item, item, *item.channelGroups.back().channel);
+    while (!item.instances.empty()) detach(*item.instances.back());
     if (item.source != nullptr) setSource(item, nullptr);
     CDocument& document = item.document;
     make(&document, CDocument::Presence{item.shared_from_this(), item.parent, document.siblingsOf(item).positionOf(item), false});
@@ -229,6 +246,10 @@ void CEdit::removeChannel(Item& item, const ChannelInfo& channel) {
     for (auto* links : {&item.inputs, &item.outputs})
         for (auto link = links->begin(); (link = std::find_if(links->begin(), links->end(), isOf)) != links->end();)
             unlinkChannels(**link);
+    m_workspace.m_selection.dropChannel(item, channel.name, *this);
+    const std::vector<ChannelMember> groups = item.channelGroups;
+    for (const ChannelMember& group : groups)
+        if (group.channel == &channel) removeMember(*group.item, item, channel);
     if (item.values.contains(&channel)) setChannel(item, channel, {});
     const auto index = static_cast<std::size_t>(item.indexOf(channel)) - item.type.channels.size();
     make(&item.document, ChannelPresence{item.shared_from_this(), item.userChannels[index], index, false});
@@ -283,6 +304,7 @@ void CEdit::link(std::string graph, Item& source, std::size_t sourceIndex, Item&
 }
 
 void CEdit::unlink(const std::string& graph, Item& source, Item& target) {
+    m_workspace.m_selection.dropLink(source, target, graph, *this);
     make(&source.document, LinkPresence{graph, source.shared_from_this(), target.shared_from_this(), 0, 0, false});
 }
 
@@ -337,6 +359,7 @@ void CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& t
 }
 
 void CEdit::unlinkChannels(ChannelLink& link) {
+    m_workspace.m_selection.dropLink(*link.source, *link.target, kzLinkText(link), *this);
     const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
                                     [&](const auto& each) { return each.get() == &link; });
     make(&link.source->document, ChannelLinkPresence{*owned, link.source->shared_from_this(),
@@ -355,6 +378,41 @@ void CEdit::setAttribute(ChannelLink& link, const std::string& name, std::option
         else link->attributes.erase(name);
         value = std::move(before);
     });
+}
+
+namespace {
+
+// A channel's membership, with its place in the group.
+struct MemberPresence {
+    ItemRef group, item;
+    const ChannelInfo* channel;
+    std::size_t index;
+    bool adds;
+
+    void operator()(Direction direction, DocumentEvents& events) {
+        const ChannelMember member{item.get(), channel};
+        auto& members = group->channelMembers;
+        if (adds == (direction == Direction::forward)) {
+            members.insert(members.begin() + static_cast<std::ptrdiff_t>(std::min(index, members.size())), member);
+            item->channelGroups.push_back({group.get(), channel});
+        } else {
+            const auto place = std::find(members.begin(), members.end(), member);
+            index = static_cast<std::size_t>(place - members.begin());
+            members.erase(place);
+            std::erase(item->channelGroups, ChannelMember{group.get(), channel});
+        }
+        events.push_back({.kind = Kind::groupMembers, .document = &group->document, .item = group});
+    }
+};
+
+}  // namespace
+
+void CEdit::addMember(Item& group, Item& item, const ChannelInfo& channel) {
+    make(&group.document, MemberPresence{group.shared_from_this(), item.shared_from_this(), &channel, last, true});
+}
+
+void CEdit::removeMember(Item& group, Item& item, const ChannelInfo& channel) {
+    make(&group.document, MemberPresence{group.shared_from_this(), item.shared_from_this(), &channel, 0, false});
 }
 
 void CEdit::setFilename(CDocument& document, std::string path) {

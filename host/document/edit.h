@@ -48,15 +48,21 @@ public:
     void unlinkAll(const std::string& graph, Item& item);
     void linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel);
     void unlinkChannels(ChannelLink& link);
+    // A channel joins or leaves a group.
+    void addMember(Item& group, Item& item, const ChannelInfo& channel);
+    void removeMember(Item& group, Item& item, const ChannelInfo& channel);
     void setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value);
 
     void setFilename(CDocument& document, std::string path);
     // A change of another kind. `exchange(direction, events)` is called at once.
     template <class Exchange> void make(CDocument* document, Exchange exchange);
+    // A change that is told, but not recorded: it stays when the edit goes without a commit.
+    template <class Exchange> void apply(Exchange exchange) { exchange(Direction::forward, m_workspace.m_events); }
 
 private:
     void run(std::unique_ptr<CChange> change);
     void removeOne(Item& item);
+    void detach(Item& instance);
 
     CWorkspace::CHold m_hold;
     CWorkspace& m_workspace;

@@ -11,6 +11,8 @@ namespace kzhost {
 ItemAttachment::ItemAttachment() = default;
 ItemAttachment::~ItemAttachment() = default;
 std::unique_ptr<CChange> ItemAttachment::takeChange(const ItemRef& /*item*/) { return nullptr; }
+bool ItemAttachment::hasElement(const SelectionPacket& /*packet*/) { return false; }
+void ItemAttachment::markElement(const SelectionPacket& /*packet*/, bool /*isSelected*/) {}
 
 const ChannelInfo* Item::channelAt(std::size_t index) const {
     if (index < type.channels.size()) return &type.channels[index].get();
@@ -33,7 +35,10 @@ std::int32_t Item::indexOf(const ChannelInfo& channel) const {
 
 const KzCell& Item::valueOf(const ChannelInfo& channel) const {
     const auto state = values.find(&channel);
-    return state != values.end() && state->second.value ? *state->second.value : channel.initial;
+    if (state != values.end() && state->second.value) return *state->second.value;
+    if (source == nullptr) return channel.initial;
+    const std::int32_t index = source->findChannel(channel.name);
+    return index >= 0 ? source->valueOf(*source->channelAt(static_cast<std::size_t>(index))) : channel.initial;
 }
 
 std::string Item::baseName() const {
@@ -42,6 +47,12 @@ std::string Item::baseName() const {
     std::string text = type.name;
     text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
     return text;
+}
+
+Item& Item::shapeOwner() {
+    Item* owner = this;
+    while (owner->source != nullptr) owner = owner->source;
+    return *owner;
 }
 
 bool Item::isAbove(const Item& other) const {

@@ -16,6 +16,7 @@ namespace kzhost {
 
 class CChange;
 class CDocument;
+struct SelectionPacket;
 struct EnvelopeData;
 struct Item;
 using ItemRef = std::shared_ptr<Item>;
@@ -45,6 +46,9 @@ struct ItemAttachment {
     virtual std::shared_ptr<ItemAttachment> copy() const { return nullptr; }
     // What has changed since the last time, as one change that has been made; null if nothing has.
     virtual std::unique_ptr<CChange> takeChange(const ItemRef& item);
+    // Of a mesh: whether it has the element for which the packet stands, and the mark that shows it as selected.
+    virtual bool hasElement(const SelectionPacket& packet);
+    virtual void markElement(const SelectionPacket& packet, bool isSelected);
 };
 
 // A link from one item to another in a graph of items. Each end keeps its links in order.
@@ -64,6 +68,13 @@ struct ChannelLink {
         return source == other.source && sourceChannel == other.sourceChannel && target == other.target &&
                targetChannel == other.targetChannel;
     }
+};
+
+// A channel that is a member of a group; seen from the channel, the group in which it is.
+struct ChannelMember {
+    Item* item;
+    const ChannelInfo* channel;
+    bool operator==(const ChannelMember&) const = default;
 };
 
 struct Item : std::enable_shared_from_this<Item> {
@@ -93,6 +104,8 @@ struct Item : std::enable_shared_from_this<Item> {
 
     std::map<std::string, ItemLinks, std::less<>> links;  // by the name of the graph
     std::vector<std::shared_ptr<ChannelLink>> inputs, outputs;
+    std::vector<ChannelMember> channelMembers;  // of a group
+    std::vector<ChannelMember> channelGroups;   // the groups that have channels of this item
 
     std::unique_ptr<ItemAttachment> object;    // goes last: it may hold what stands for the item
     std::shared_ptr<ItemAttachment> geometry;  // of a mesh
@@ -109,6 +122,8 @@ struct Item : std::enable_shared_from_this<Item> {
     // The name, or else what the type is called.
     std::string baseName() const;
     bool isAbove(const Item& other) const;
+    // The item that has the geometry: the source of an instance, else the item itself.
+    Item& shapeOwner();
 };
 
 }  // namespace kzhost

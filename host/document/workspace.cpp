@@ -75,6 +75,7 @@ void CWorkspace::close(CDocument& document) {
     m_history.forget(document);
     std::erase_if(m_geometry, [&](const auto& each) { return &each.item->document == &document; });
     std::erase_if(m_events, [&](const DocumentEvent& event) { return event.document == &document; });
+    m_selection.forget(document, m_events);
     document.close();
     historyChanged();
 }
@@ -284,6 +285,7 @@ void CWorkspace::keepGeometry() {
         m_events.push_back({.kind = DocumentEvent::Kind::geometry, .document = &item->document, .item = item});
         ChangeList changes;
         changes.push_back(std::move(change));
+        m_selection.dropLostElements(*item, changes, m_events);
         keep(std::move(changes));
     }
 }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "host/document/document.h"
+#include "host/document/selection.h"
 #include "host/document/undo_history.h"
 
 #include <memory>
@@ -53,6 +54,10 @@ public:
     void record(std::unique_ptr<CChange> change);
     void make(std::unique_ptr<CChange> change);
 
+    // Under the lock.
+    CSelection& selection() noexcept { return m_selection; }
+    const CSelection& selection() const noexcept { return m_selection; }
+
     // The geometry of the item begins to differ from what the history has of it. It is recorded with what comes next: the next
     // edit by this thread, the end of the block, or a look at the history.
     void noteGeometry(const ItemRef& item);
@@ -88,6 +93,7 @@ private:
     mutable std::recursive_mutex m_mutex;
     int m_depth = 0;
     DocumentEvents m_events;
+    CSelection m_selection;
     CUndoHistory m_history;
     enum class Moving { no, undoing, redoing } m_moving = Moving::no;
     int m_foreign = 0;  // changes of modules that are being applied

@@ -71,6 +71,8 @@ public:
     KzResult item_SetFlags(std::uint32_t mask, std::uint32_t flags) override;
     KzResult item_Duplicate(std::int32_t deep, IKzUnknown** item) override;
 
+    // A group has its members as an interface of its own.
+    IKzUnknown* subObject(const KzGuid& iid);
     const ItemType& type() const noexcept { return m_type; }
     CWorkspace& workspace() const noexcept { return *m_workspace; }
     // The item; throws NOTAVAILABLE once it has left its scene.

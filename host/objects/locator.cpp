@@ -30,15 +30,25 @@ double number(const Item& item, const char* channel) {
 
 }  // namespace
 
-KzMatrix4 kzLocalMatrix(const Item& item) {
+KzMatrix4 kzScaleOf(const Item& item) {
     KzMatrix4 matrix = kzIdentity();
-    if (item.findChannel(KZsICHAN_LOCATOR_LOCALMATRIX) < 0) return matrix;
     const char* scales[] = {KZsICHAN_XFRMSCALE_SCL_X, KZsICHAN_XFRMSCALE_SCL_Y, KZsICHAN_XFRMSCALE_SCL_Z};
-    const char* angles[] = {KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMROTATION_ROT_Y, KZsICHAN_XFRMROTATION_ROT_Z};
-    const char* places[] = {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMPOSITION_POS_Y, KZsICHAN_XFRMPOSITION_POS_Z};
     for (int axis = 0; axis < 3; ++axis) matrix.m[axis][axis] = number(item, scales[axis]);
+    return matrix;
+}
+
+KzMatrix4 kzRotationOf(const Item& item) {
+    KzMatrix4 matrix = kzIdentity();
+    const char* angles[] = {KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMROTATION_ROT_Y, KZsICHAN_XFRMROTATION_ROT_Z};
     const auto order = static_cast<std::size_t>(std::clamp(number(item, KZsICHAN_XFRMROTATION_ORDER), 0.0, 5.0));
     for (const int axis : axesOf[order]) matrix = matrix * rotation(axis, number(item, angles[axis]));
+    return matrix;
+}
+
+KzMatrix4 kzLocalMatrix(const Item& item) {
+    if (item.findChannel(KZsICHAN_LOCATOR_LOCALMATRIX) < 0) return kzIdentity();
+    const char* places[] = {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMPOSITION_POS_Y, KZsICHAN_XFRMPOSITION_POS_Z};
+    KzMatrix4 matrix = kzScaleOf(item) * kzRotationOf(item);
     for (int axis = 0; axis < 3; ++axis) matrix.m[3][axis] = number(item, places[axis]);
     return matrix;
 }

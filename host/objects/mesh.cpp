@@ -3,6 +3,7 @@
 
 #include "host/core/object.h"
 #include "host/objects/edge.h"
+#include "host/objects/item.h"
 #include "host/objects/mesh_map.h"
 #include "host/objects/mesh_merge.h"
 #include "host/objects/point.h"
@@ -336,6 +337,11 @@ bool CMesh::mesh_AnyMarked(std::int32_t elements, std::int32_t mark) {
     }
 }
 
-KzResult CMesh::mesh_Item(IKzUnknown** /*item*/) { return KZe_NOTFOUND; }
+KzResult CMesh::mesh_Item(IKzUnknown** item) {
+    const ItemRef own = owner.lock();
+    if (own == nullptr) return KZe_NOTFOUND;
+    const CReading reading(own->document.workspace());
+    return own->isPresent ? kzGiveItem(own.get(), item) : KZe_NOTFOUND;
+}
 
 }  // namespace kzhost

@@ -179,4 +179,8 @@ KzResult CScene::scene_WriteChannels(const char* action, double time, IKzUnknown
     return handOver(kzMakeChannelWrite(self(), actionName(action), time), write);
 }
 
+KzResult CScene::scene_Contents(IKzUnknown** contents) {
+    return handOver(kzMakeSceneContents(m_document->workspace().shared_from_this()), contents);
+}
+
 }  // namespace kzhost

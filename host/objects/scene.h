@@ -32,6 +32,7 @@ public:
     KzResult scene_GraphByIndex(std::uint32_t index, IKzUnknown** graph) override;
     KzResult scene_Channels(const char* action, double time, IKzUnknown** read) override;
     KzResult scene_WriteChannels(const char* action, double time, IKzUnknown** write) override;
+    KzResult scene_Contents(IKzUnknown** contents) override;
     std::uint32_t scene_SubSceneCount() override;
     KzResult scene_SubSceneByIndex(std::uint32_t index, IKzUnknown** scene) override;
 
@@ -50,6 +51,12 @@ CHostRef<CScene> kzOpenScene(CWorkspace& workspace, std::string name);
 // The object of an open document: always the same one. The lock must be held.
 CHostRef<CScene> kzObjectOf(CDocument& document);
 
+// An empty part of a scene.
+IKzUnknown* kzMakeSceneContents(std::shared_ptr<CWorkspace> workspace);
+
+// A walker that stands nowhere yet.
+IKzUnknown* kzMakeTransformScan();
+
 IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph);
 
 // Readers and writers of the channels of a scene's items.
@@ -61,7 +68,11 @@ void kzWriteChannel(Item& item, const ChannelInfo& channel, KzCell cell, CEdit& 
 // The matrices of locators, from their channels and their parents. The lock must be held.
 // Scales first, then rotates, then moves. The identity for an item that is no locator.
 KzMatrix4 kzLocalMatrix(const Item& item);
+KzMatrix4 kzScaleOf(const Item& item);
+KzMatrix4 kzRotationOf(const Item& item);
 KzMatrix4 kzWorldMatrix(const Item& item);
+// The box of the meshes of the item and of all that is below it, in the item's own space. Nothing if there are no points.
+std::optional<KzBounds> kzBoundsOf(Item& item);
 // The value of a channel that is a matrix; nothing for others.
 std::optional<KzMatrix4> kzMatrixOf(const Item& item, const ChannelInfo& channel);
 

@@ -5,7 +5,10 @@
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/objects/curve.h"
+#include "host/objects/document_listeners.h"
 #include "host/objects/envelope.h"
+#include "host/objects/group.h"
+#include "host/objects/item_collection.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
 #include "host/objects/transform_values.h"
@@ -25,15 +28,26 @@ public:
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
         enter("Scene.Create");
-        m_scenes->list.push_back(kzOpenScene(*m_scenes->workspace, kzString(name)));
-        return m_scenes->list.back().give(scene);
+        const auto made = kzOpenScene(*m_scenes->workspace, kzString(name));
+        const auto previous = change([&](auto& list) { list.push_back(made); });
+        kzTellSceneListeners(*m_scenes, [&](IKzSceneItemListener& each) { each.SceneCreated(made.raw()); });
+        tellCurrent(previous);
+        return made.give(scene);
     }
     KzResult sceneservice_Close(IKzUnknown* scene) override {
         enter("Scene.Close");
         const auto closed = kzOwn<CScene>(scene);
-        if (std::erase_if(m_scenes->list, [&](const auto& open) { return open.object() == closed.object(); }) == 0)
-            return KZe_NOTFOUND;
+        if (!isOpen(closed)) return KZe_NOTFOUND;
+        kzTellSceneListeners(*m_scenes, [&](IKzSceneItemListener& each) { each.SceneClosing(closed.raw()); });
+        if (!isOpen(closed)) return KZe_NOTFOUND;  // a listener was faster
+        const std::string path = closed->document().filename();
+        const auto previous = change(
+            [&](auto& list) { std::erase_if(list, [&](const auto& each) { return each.object() == closed.object(); }); });
         closed->close();
+        kzTellSceneListeners(*m_scenes, [&](IKzSceneItemListener& each) {
+            each.SceneClosed(path.empty() ? nullptr : path.c_str());
+        });
+        tellCurrent(previous.object() != closed.object() ? previous : CHostRef<CScene>(), previous.object() == closed.object());
         return KZe_OK;
     }
     std::uint32_t sceneservice_Count() override {
@@ -60,11 +74,12 @@ public:
     KzResult sceneservice_SetCurrent(IKzUnknown* scene) override {
         enter("Scene.SetCurrent");
         const auto current = kzOwn<CScene>(scene);
-        auto& open = m_scenes->list;
-        const auto place =
-            std::find_if(open.begin(), open.end(), [&](const auto& each) { return each.object() == current.object(); });
-        if (place == open.end()) return KZe_NOTFOUND;
-        std::rotate(place, place + 1, open.end());
+        if (!isOpen(current)) return KZe_NOTFOUND;
+        tellCurrent(change([&](auto& list) {
+            const auto place =
+                std::find_if(list.begin(), list.end(), [&](const auto& each) { return each.object() == current.object(); });
+            std::rotate(place, place + 1, list.end());
+        }));
         return KZe_OK;
     }
     KzResult sceneservice_ItemTypeLookup(const char* name, std::int32_t* type) override {
@@ -100,6 +115,20 @@ public:
         *type = kzItemTypes()[index].number;
         return KZe_OK;
     }
+    KzResult sceneservice_ItemTypeTag(std::int32_t type, const char* tag, const char** value) override {
+        enter("Scene.ItemTypeTag");
+        const char* text = requireType(type).tag(kzTextOf(tag));
+        if (text == nullptr)
+            return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeTag", [&] {
+                return "the type " + std::string(requireType(type).name) + " has no tag \"" + kzString(tag) + "\"";
+            });
+        *value = lend(text);
+        return KZe_OK;
+    }
+    KzResult sceneservice_CreateCollection(IKzUnknown** items) override {
+        enter("Scene.CreateCollection");
+        return CHostRef<CItemCollection>::make(m_scenes->workspace).give(items);
+    }
     KzResult sceneservice_CreateMatrix(IKzUnknown** matrix) override {
         enter("Scene.CreateMatrix");
         *matrix = kzMakeMatrix(4, kzIdentity());
@@ -119,9 +148,11 @@ public:
         enter("Scene.CreateWalker");
         if (kzTextOf(name) == "Curve") *walker = kzMakeCurve({});
         else if (kzTextOf(name) == "PathStep") *walker = kzMakePathStep();
+        else if (kzTextOf(name) == "GroupEnumerator") *walker = kzMakeGroupEnumerator();
+        else if (kzTextOf(name) == "TransformScan") *walker = kzMakeTransformScan();
         else
             return kzBecause(KZe_NOTFOUND, "Scene.CreateWalker", [&] {
-                return kzThereIsNo("walker", kzTextOf(name), {"Curve", "PathStep"});
+                return kzThereIsNo("walker", kzTextOf(name), {"Curve", "GroupEnumerator", "PathStep", "TransformScan"});
             });
         return KZe_OK;
     }
@@ -150,7 +181,40 @@ public:
         return setVector(locator, KZsICHAN_XFRMSCALE_SCL_X, scale, time, action);
     }
 
+    KzResult sceneservice_Bounds(IKzUnknown* item, double /*time*/, KzBounds* box) override {
+        enter("Scene.Bounds");
+        const auto own = kzOwn<CItem>(item)->read();
+        const auto bounds = kzBoundsOf(*own);
+        if (!bounds) return KZeINFINITE_BOUND;
+        *box = *bounds;
+        return KZe_OK;
+    }
+
 private:
+    bool isOpen(const CHostRef<CScene>& scene) const {
+        const CReading reading(*m_scenes->workspace);
+        return static_cast<bool>(m_scenes->find(&scene->document()));
+    }
+    // Changes the list of scenes, and returns the one that was the current one before.
+    template <class Change> CHostRef<CScene> change(const Change& change) {
+        CEdit edit(*m_scenes->workspace);
+        const auto before = m_scenes->current();
+        change(m_scenes->list);
+        if (m_scenes->current().object() != before.object()) m_scenes->workspace->selection().sceneChanged(edit);
+        edit.commit();
+        return before;
+    }
+    // Tells of the current scene if it is another one now.
+    void tellCurrent(const CHostRef<CScene>& previous, bool isClosed = false) {
+        CHostRef<CScene> current;
+        {
+            const CReading reading(*m_scenes->workspace);
+            current = m_scenes->current();
+        }
+        if (current.object() == previous.object() && !isClosed) return;
+        kzTellSceneListeners(*m_scenes,
+                             [&](IKzSceneItemListener& each) { each.SceneCurrent(current.raw(), previous.raw()); });
+    }
     static const ItemType& requireType(std::int32_t type) {
         const ItemType* row = kzFindItemType(type);
         if (row == nullptr) throw KZe_NOTFOUND;
