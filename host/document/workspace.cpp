@@ -283,9 +283,9 @@ void CWorkspace::keepGeometry() {
         if (change == nullptr) continue;
         ++item->document.m_stamp;
         m_events.push_back({.kind = DocumentEvent::Kind::geometry, .document = &item->document, .item = item});
-        ChangeList changes;
-        changes.push_back(std::move(change));
+        ChangeList changes;  // undone from the end: the elements are back before they are selected again
         m_selection.dropLostElements(*item, changes, m_events);
+        changes.push_back(std::move(change));
         keep(std::move(changes));
     }
 }
