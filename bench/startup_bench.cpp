@@ -31,6 +31,7 @@ double millisecondsOf(const rusage& used) { return milliseconds(used.ru_utime) +
 // The process's own time, so that what else the machine does counts on neither side. Negative when it failed.
 double run(std::vector<std::string> words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     const pid_t child = fork();

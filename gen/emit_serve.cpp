@@ -106,7 +106,7 @@ void emitAdapter(const Interface& each, Text out) {
                    each.name, each.symbol, forwardsAnything(each) ? methodTable(each) : "{}");
 }
 
-std::string headerText(const Header& header) {
+std::string adapterSource(const Header& header) {
     std::string text = openingLines("//", "Adapters: " + header.summary, header);
     const Text out = std::back_inserter(text);
     fmt::format_to(out, "#include \"serve/adapters.h\"\n\n#include \"kz/{}.h\"\n\n", header.name);
@@ -211,7 +211,7 @@ void emitLoopback(const Model& model, Output& output) {
 }
 
 void emitServe(const Model& model, Output& output) {
-    for (const Header& header : model.headers) output.write(header.name + ".cpp", headerText(header));
+    for (const Header& header : model.headers) output.write(header.name + ".cpp", adapterSource(header));
     output.write("adapters.cpp", listText(model));
     output.write("carriers.cpp", carriersText(model));
 }

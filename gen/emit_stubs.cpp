@@ -33,7 +33,7 @@ PythonTypes pythonTypes(Kind kind) {
     case Kind::Pointer: return {"int", "int"};
     case Kind::Float:
     case Kind::Double: return {"float", "float"};
-    case Kind::String: return {"_kinds.Text", "str"};
+    case Kind::String:
     case Kind::Text: return {"_kinds.Text", "str"};
     case Kind::Guid: return {"str", "str"};
     case Kind::Vector2:

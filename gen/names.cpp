@@ -26,7 +26,7 @@ constexpr std::string_view capitalWords =
     " None True False NULL EOF TRUE FALSE BUFSIZ DOMAIN OVERFLOW UNDERFLOW QueryInterface AddRef Release ";
 
 // Types that generated Python code uses under these names.
-constexpr std::string_view pythonTypes = " NotImplementedError Unknown ";
+constexpr std::string_view pythonTypeNames = " NotImplementedError Unknown ";
 
 bool contains(std::string_view words, std::string_view name) {
     return words.find(" " + std::string(name) + " ") != std::string_view::npos;
@@ -42,7 +42,7 @@ bool isMethodName(std::string_view name) {
     return !name.empty() && isUpper(name[0]) && isPlain(name) && !contains(capitalWords, name);
 }
 
-bool isTypeName(std::string_view name) { return isMethodName(name) && !contains(pythonTypes, name); }
+bool isTypeName(std::string_view name) { return isMethodName(name) && !contains(pythonTypeNames, name); }
 
 bool isParameterName(std::string_view name) {
     return !name.empty() && !isUpper(name[0]) && isPlain(name) && !contains(cppWords, name) && !name.starts_with("kz");

@@ -11,8 +11,6 @@ namespace kzgen {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& parts) { return fmt::format("{}", fmt::join(parts, ",")); }
-
 // Outputs read like arguments, but a returned object says only what it is.
 std::string outputDoc(const Model& model, const Parameter& output) {
     const std::string type = returnDocType(model, output.type);
@@ -24,7 +22,7 @@ std::string returnsDoc(const Model& model, const Method& method) {
     if (method.returnsPlainValue()) parts.push_back(returnDocType(model, method.returns));
     for (const Parameter* output : method.outputs()) parts.push_back(outputDoc(model, *output));
     if (parts.empty()) return {};
-    return (parts.size() == 1 ? parts.front() : "(" + joined(parts) + ")") + " = ";
+    return (parts.size() == 1 ? parts.front() : fmt::format("({})", fmt::join(parts, ","))) + " = ";
 }
 
 }  // namespace
@@ -42,7 +40,7 @@ std::string docString(const Model& model, const Method& method, const std::strin
     std::vector<std::string> arguments;
     for (const Parameter* input : method.inputs())
         arguments.push_back(argumentDocType(input->type) + " " + input->name);
-    return fmt::format("{}{}({})", returnsDoc(model, method), name, joined(arguments));
+    return fmt::format("{}{}({})", returnsDoc(model, method), name, fmt::join(arguments, ","));
 }
 
 std::string lengthFormula(const Type& array) {

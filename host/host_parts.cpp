@@ -3,8 +3,10 @@
 
 #include "host/commands/alias_commands.h"
 #include "host/commands/builtin_server_commands.h"
+#include "host/commands/document_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
+#include "host/commands/preset_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/user_value_commands.h"
@@ -14,14 +16,25 @@
 #include "host/core/log_listeners.h"
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
+#include "host/core/notifier_table.h"
+#include "host/core/persistence.h"
 #include "host/core/reasons.h"
+#include "host/core/result_cache.h"
 #include "host/core/scripts.h"
 #include "host/core/service_base.h"
 #include "host/core/service_registry.h"
+#include "host/core/session_memory.h"
 #include "host/core/value_type_registry.h"
 #include "host/objects/document_listeners.h"
+#include "host/objects/document_undo.h"
+#include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/presets.h"
+#include "host/objects/scene_files.h"
+#include "host/objects/served_modifiers.h"
+#include "host/services/absent_services.h"
+#include "host/services/cache_service.h"
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
@@ -29,28 +42,39 @@
 #include "host/services/guid_service.h"
 #include "host/services/host_service.h"
 #include "host/services/image_service.h"
+#include "host/services/io_service.h"
 #include "host/services/layer_service.h"
 #include "host/services/listener_service.h"
 #include "host/services/log_service.h"
 #include "host/services/mesh_service.h"
 #include "host/services/message_service.h"
+#include "host/services/network_service.h"
+#include "host/services/notify_service.h"
 #include "host/services/packet_service.h"
+#include "host/services/persistence_service.h"
 #include "host/services/platform_service.h"
+#include "host/services/preset_services.h"
 #include "host/services/scene_service.h"
 #include "host/services/script_queries.h"
 #include "host/services/script_service.h"
 #include "host/services/selection_service.h"
+#include "host/services/text_encoding_service.h"
 #include "host/services/thread_service.h"
 #include "host/services/undo_service.h"
 #include "host/services/value_service.h"
+#include "host/services/vertex_feature_service.h"
 #include "host/state/command_state.h"
 #include "host/state/dialog_board.h"
 #include "host/state/import_paths.h"
 #include "host/state/monitor_board.h"
 #include "host/state/path_aliases.h"
+#include "host/state/preferences.h"
 #include "host/state/property_table.h"
 #include "host/state/user_values.h"
 
+#include "kz/block_io.h"
+#include "kz/buffer.h"
+#include "kz/cache.h"
 #include "kz/color_mapping.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
@@ -58,16 +82,20 @@
 #include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/image.h"
+#include "kz/kit.h"
 #include "kz/listener.h"
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
 #include "kz/packet.h"
+#include "kz/persist.h"
 #include "kz/platform.h"
+#include "kz/preset_browser.h"
 #include "kz/scene.h"
 #include "kz/script.h"
 #include "kz/selection.h"
 #include "kz/thread.h"
+#include "kz/triangle.h"
 #include "kz/undo.h"
 #include "kz/value.h"
 
@@ -78,8 +106,15 @@ namespace {
 void addCommands(const HostParts& host) {
     kzAddAliasCommands(host.registry);
     kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
+    kzAddSceneCommands(*host.registry, host.scenes);
+    kzAddItemCommands(*host.registry, host.scenes);
+    kzAddSelectCommands(*host.registry, host.modules, host.scenes);
+    kzAddLayerCommands(*host.registry, host.scenes);
+    kzAddChannelCommands(*host.registry, host.scenes);
+    kzAddUndoCommands(*host.registry, host.scenes);
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
+    kzAddPresetCommands(*host.registry, host.presets, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
     kzAddUserValueCommands(*host.registry, host.userValues);
@@ -91,6 +126,7 @@ void addServices(const HostParts& host) {
     const auto add = [&](const char* name, const KzGuid& iid, auto make, const auto&... parts) {
         services.add(name, iid, [=, context = host.context] { return make(context, parts...); });
     };
+    add("cache", KZu_CACHESERVICE, kzMakeCacheService, host.results);
     add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
     add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
@@ -99,19 +135,30 @@ void addServices(const HostParts& host) {
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
     add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
+    add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
     add("packet", KZu_PACKETSERVICE, kzMakePacketService, host.scenes);
+    add("network", KZu_NETWORKSERVICE, kzMakeNetworkService, host.files);
+    add("notifysys", KZu_NOTIFYSYSSERVICE, kzMakeNotifyService, host.notifiers, host.commandState);
+    add("persistence", KZu_PERSISTENCESERVICE, kzMakePersistenceService, host.persistence);
     add("platform", KZu_PLATFORMSERVICE, kzMakePlatformService, host.files, host.importPaths);
-    add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes);
+    add("presetbrowser", KZu_PRESETBROWSERSERVICE, kzMakePresetBrowserService, host.presets, host.files);
+    add("presetdestination", KZu_PRESETDESTINATIONSERVICE, kzMakePresetDestinationService, host.presets, host.files);
+    add("presetpackage", KZu_PRESETPACKAGESERVICE, kzMakePresetPackageService, host.files);
+    add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes, host.sceneFiles, host.files);
     add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
         host.queries);
     add("selection", KZu_SELECTIONSERVICE, kzMakeSelectionService, host.scenes, host.modules);
+    add("textencoding", KZu_TEXTENCODINGSERVICE, kzMakeTextEncodingService);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
     add("undo", KZu_UNDOSERVICE, kzMakeUndoService, host.scenes);
     add("value", KZu_VALUESERVICE, kzMakeValueService, host.types, host.properties, host.queries);
+    add("vertexfeature", KZu_VERTEXFEATURESERVICE, kzMakeVertexFeatureService);
+    for (const AbsentService& each : kzAbsentServices())
+        services.add(each.name, *each.iid, [make = each.make, context = host.context] { return make(context); });
 }
 
 }  // namespace
@@ -120,22 +167,41 @@ HostParts::HostParts()
     : context(std::make_shared<ServiceContext>()), commandState(std::make_shared<CCommandState>()),
       dialogs(std::make_shared<CDialogBoard>()), files(std::make_shared<CPathAliases>()),
       importPaths(std::make_shared<CImportPaths>()), monitors(std::make_shared<CMonitorBoard>()),
-      properties(std::make_shared<CPropertyTable>()), texts(std::make_shared<CTextBoard>()),
-      userValues(std::make_shared<CUserValues>()), jobThreads(std::make_shared<CJobThreads>()),
-      listeners(std::make_shared<CListenerTable>()), log(std::make_shared<CLogStore>()),
-      reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
-      types(std::make_shared<CValueTypeRegistry>(modules, properties)),
-      scripts(std::make_shared<CScriptRunner>(modules, log)),
+      preferences(std::make_shared<CPreferences>()), properties(std::make_shared<CPropertyTable>()),
+      texts(std::make_shared<CTextBoard>()), userValues(std::make_shared<CUserValues>()),
+      jobThreads(std::make_shared<CJobThreads>()), listeners(std::make_shared<CListenerTable>()),
+      log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
+      notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
+      types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
+      modifiers(std::make_shared<CServedModifiers>(modules)), undo(kzMakeUndoBlocks(scenes->workspace)),
+      persistence(std::make_shared<CPersistence>(preferences, types, log)),
+      memory(std::make_shared<CSessionMemory>(
+          CSessionMemory::Parts{commandState, log, persistence, preferences, properties, userValues, types})),
+      scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
       environment(std::make_shared<CommandEnvironment>(
-          CommandEnvironment{context, commandState, dialogs, listeners, log, types})),
+          CommandEnvironment{context, commandState, dialogs, listeners, log, types, undo})),
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
-      services(std::make_shared<CServiceRegistry>()), scenes(std::make_shared<OpenScenes>()),
+      services(std::make_shared<CServiceRegistry>()), redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
+      presets(std::make_shared<CPresets>(modules, scenes)),
+      sceneFiles(std::make_shared<CSceneFiles>(context, modules, listeners, log, monitors, scenes)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);
     kzTellListeners(scenes, listeners);
+    commandState->whenIdle = [waiting = notifiers.get()] { waiting->sendDeferred(); };
+    modules->whenAdded([weak = std::weak_ptr(persistence)](const KzServer& server) {
+        const auto entries = weak.lock();
+        if (entries && server.className == KZa_PERSISTENCECLIENT) entries->configureServer(server);
+    });
+    scenes->workspace->setModifierSource(modifiers);
+    scenes->workspace->setWriter([weak = std::weak_ptr(sceneFiles), aliases = files](
+                                     CDocument& document, const char* path, const char* format) -> KzResult {
+        const auto writer = weak.lock();
+        if (writer == nullptr) return KZe_NOTAVAILABLE;
+        return writer->write(*kzObjectOf(document), aliases->place(path), kzString(format));
+    });
     addCommands(*this);
     addServices(*this);
 }

@@ -18,15 +18,25 @@ class CJobThreads;
 class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;
+class CNotifierTable;
+class CPersistence;
+class CPreferences;
+class CPresets;
 class CPropertyTable;
 class CReasonBook;
+class CResultCache;
+class CSceneFiles;
+class CServedModifiers;
 class CServiceRegistry;
+class CSessionMemory;
 class CTextBoard;
+class CUndoBlocks;
 class CUserValues;
 class CValueTypeRegistry;
 struct CommandEnvironment;
 struct OpenScenes;
 struct QueryEnvironment;
+struct RedirectRules;
 struct ServiceContext;
 
 struct HostParts {
@@ -39,6 +49,7 @@ struct HostParts {
     std::shared_ptr<CPathAliases> files;
     std::shared_ptr<CImportPaths> importPaths;
     std::shared_ptr<CMonitorBoard> monitors;
+    std::shared_ptr<CPreferences> preferences;
     std::shared_ptr<CPropertyTable> properties;
     std::shared_ptr<CTextBoard> texts;
     std::shared_ptr<CUserValues> userValues;
@@ -48,15 +59,24 @@ struct HostParts {
     std::shared_ptr<CLogStore> log;
     std::shared_ptr<CReasonBook> reasons;
     std::shared_ptr<CModuleTable> modules;
+    std::shared_ptr<CNotifierTable> notifiers;
+    std::shared_ptr<CResultCache> results;
     std::shared_ptr<CValueTypeRegistry> types;
+    std::shared_ptr<OpenScenes> scenes;  // from above the core, as commands and scripts make steps of its history
+    std::shared_ptr<CServedModifiers> modifiers;
+    std::shared_ptr<CUndoBlocks> undo;
+    std::shared_ptr<CPersistence> persistence;
+    std::shared_ptr<CSessionMemory> memory;
     std::shared_ptr<CScriptRunner> scripts;
     std::shared_ptr<CommandEnvironment> environment;
     std::shared_ptr<CCommandRegistry> registry;
     std::shared_ptr<CCommandDispatcher> dispatcher;
     std::shared_ptr<CServiceRegistry> services;
     // Parts that use both
-    std::shared_ptr<OpenScenes> scenes;
+    std::shared_ptr<RedirectRules> redirects;
     std::shared_ptr<CImageFiles> images;
+    std::shared_ptr<CPresets> presets;
+    std::shared_ptr<CSceneFiles> sceneFiles;
     std::shared_ptr<QueryEnvironment> queries;
 };
 

@@ -8,13 +8,17 @@
 #include "host/core/message.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
+#include "host/core/notifier_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/core/result_cache.h"
 #include "host/core/scripts.h"
 #include "host/core/service_base.h"
+#include "host/core/session_memory.h"
 #include "host/host_parts.h"
 #include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
+#include "host/objects/served_modifiers.h"
 #include "host/services/application.h"
 #include "host/state/call_watch.h"
 #include "host/state/path_aliases.h"
@@ -36,11 +40,15 @@ CKzHost::CKzHost() : m_parts(std::make_unique<HostParts>()) {
 
 CKzHost::~CKzHost() {
     listeners().endSession();
+    m_parts->notifiers->clear();
+    m_parts->results->dropAll(nullptr);
+    memory().close();
     unload();
     listeners().endSession();
     reasons().writeCounts();
     scripts().clear();
     m_parts->scenes->list.clear();
+    m_parts->modifiers->clear();
     modules().clear();
     log().close();
     modules().setApplication(nullptr);
@@ -51,12 +59,14 @@ CCommandDispatcher& CKzHost::commands() const { return *m_parts->dispatcher; }
 CDialogBoard& CKzHost::dialogs() const { return *m_parts->dialogs; }
 CPathAliases& CKzHost::files() const { return *m_parts->files; }
 CImageFiles& CKzHost::images() const { return *m_parts->images; }
+CSceneFiles& CKzHost::sceneFiles() const { return *m_parts->sceneFiles; }
 CImportPaths& CKzHost::importPaths() const { return *m_parts->importPaths; }
 CListenerTable& CKzHost::listeners() const { return *m_parts->listeners; }
 CLogStore& CKzHost::log() const { return *m_parts->log; }
 CModuleTable& CKzHost::modules() const { return *m_parts->modules; }
 CMonitorBoard& CKzHost::monitors() const { return *m_parts->monitors; }
 CPropertyTable& CKzHost::properties() const { return *m_parts->properties; }
+CSessionMemory& CKzHost::memory() const { return *m_parts->memory; }
 CReasonBook& CKzHost::reasons() const { return *m_parts->reasons; }
 CScriptRunner& CKzHost::scripts() const { return *m_parts->scripts; }
 CServiceRegistry& CKzHost::services() const { return *m_parts->services; }
@@ -74,6 +84,7 @@ KzResult CKzHost::adopt(const std::string& name, IKzUnknown* module) {
 
 void CKzHost::unload() {
     m_parts->jobThreads->finish();  // jobs belong to modules
+    m_parts->modifiers->clear();
     modules().clear();
 }
 

@@ -119,16 +119,16 @@ PyObject* monitorStep(PyObject* self, PyObject* args) {
     });
 }
 
-PyMethodDef methods[] = {
+PyMethodDef monitorMethods[] = {
     {"init", monitorInitMethod, METH_VARARGS, "Initialize the monitor with the total number of steps"},
     {"step", monitorStep, METH_VARARGS, "Increment the monitor by one or by step it by an arbitrary amount"},
     {nullptr, nullptr, 0, nullptr},
 };
 
-KzUncopyable uncopyable("kz.Monitor(steps) makes another one");
+KzUncopyable uncopyableMonitor("kz.Monitor(steps) makes another one");
 
 }  // namespace
 
-PyTypeObject kzMonitorType = KzTypeRow{"kz.Monitor", "Monitor objects", sizeof(MonitorObject), methods,
-                                       uncopyable,   monitorNew,        monitorInit,           monitorDealloc}
+PyTypeObject kzMonitorType = KzTypeRow{"kz.Monitor",      "Monitor objects", sizeof(MonitorObject), monitorMethods,
+                                       uncopyableMonitor, monitorNew,        monitorInit,           monitorDealloc}
                                  .type();

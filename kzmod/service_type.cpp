@@ -131,7 +131,7 @@ PyObject* serviceQuery(PyObject* self, PyObject* args) { return queryInShape(sel
 PyObject* serviceQuery1(PyObject* self, PyObject* args) { return queryInShape(self, args, KzShape::single); }
 PyObject* serviceQueryN(PyObject* self, PyObject* args) { return queryInShape(self, args, KzShape::tuple); }
 
-PyMethodDef methods[] = {
+PyMethodDef serviceMethods[] = {
     {"name", serviceName, METH_NOARGS, "Return the name of the script service."},
     {"select", serviceSelect, METH_VARARGS, "Select a an attribute (and element) for query."},
     {"query", serviceQuery, METH_VARARGS, "Query an attribute from the selection."},
@@ -140,11 +140,11 @@ PyMethodDef methods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-KzUncopyable uncopyable("kz.Service(name) makes another one");
+KzUncopyable uncopyableService("kz.Service(name) makes another one");
 
 }  // namespace
 
-PyTypeObject kzServiceType =
-    KzTypeRow{"kz.Service", "Script query objects", sizeof(ServiceObject), methods, uncopyable, serviceNew,
-              serviceInit,  serviceDealloc}
-        .type();
+PyTypeObject kzServiceType = KzTypeRow{"kz.Service",   "Script query objects", sizeof(ServiceObject),
+                                       serviceMethods, uncopyableService,      serviceNew,
+                                       serviceInit,    serviceDealloc}
+                                 .type();

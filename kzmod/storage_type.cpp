@@ -226,7 +226,7 @@ PyObject* storageReversed(PyObject* self, PyObject* /*none*/) {
     });
 }
 
-PyMethodDef methods[] = {
+PyMethodDef storageMethods[] = {
     {"setType", storageSetType, METH_VARARGS,
      "Set the element type for buffer: float, double, int, byte, unsigned, pointer"},
     {"setSize", storageSetSize, METH_VARARGS, "Set the number of elements in the buffer"},
@@ -285,11 +285,11 @@ PySequenceMethods sequence{
 
 PyMappingMethods mapping{storageLength, storageSubscript, storageSetSubscript};
 
-KzUncopyable uncopyable("to copy the elements: copy = kz.Storage(type, size); copy.set(storage.get())");
+KzUncopyable uncopyableStorage("to copy the elements: copy = kz.Storage(type, size); copy.set(storage.get())");
 
 PyTypeObject describe() noexcept {
-    PyTypeObject type = KzTypeRow{"kz.Storage", "Storage objects", sizeof(KzStorage), methods,
-                                  uncopyable,   storageNew,        storageInit,       storageDealloc}
+    PyTypeObject type = KzTypeRow{"kz.Storage",      "Storage objects", sizeof(KzStorage), storageMethods,
+                                  uncopyableStorage, storageNew,        storageInit,       storageDealloc}
                             .type();
     type.tp_as_sequence = &sequence;
     type.tp_as_mapping = &mapping;

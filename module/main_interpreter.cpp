@@ -103,7 +103,7 @@ void addSiteFolder(PyObject* site, PyObject* path) {
     kzNonNull(result.get());
 }
 
-MainInterpreter* theProgram = nullptr;
+MainInterpreter* theInterpreter = nullptr;
 void (*theFirstModule)() = nullptr;  // the initialiser that zipimport had before
 
 }  // namespace
@@ -186,14 +186,14 @@ int MainInterpreter::runProgram(const std::vector<std::string>& words, void (*im
     setProgramHome();
     kzExposeInterpreterSymbols();
     kzTrue(PyImport_AppendInittab(kzText("kz"), importKz) == 0, KZe_OUTOFMEMORY);
-    theProgram = this;
+    theInterpreter = this;
     // Every start imports zipimport first, when sys.path is set up and nothing has been searched for in it yet.
     for (struct _inittab* row = PyImport_Inittab; row->name != nullptr; ++row)
         if (std::strcmp(row->name, "zipimport") == 0)
             theFirstModule = std::exchange(row->initfunc, [] {
                 theFirstModule();
                 if (PyErr_Occurred() != nullptr) return;
-                kzValueBoundary([] { theProgram->extendProgramPath(); });
+                kzValueBoundary([] { theInterpreter->extendProgramPath(); });
                 PyErr_Clear();  // the interpreter works without these folders, too
             });
     std::vector<std::string> texts = words;  // the interpreter keeps pointers to them

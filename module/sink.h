@@ -22,5 +22,5 @@ public:
     virtual IKzLogEntry* entry() { return nullptr; }
     // Called with the sink below when this one is pushed, and again when the sink below is removed first; null at the
     // bottom.
-    virtual void attach(std::shared_ptr<COutput> /*below*/) {}
+    virtual void attach(const std::shared_ptr<COutput>& /*below*/) {}
 };

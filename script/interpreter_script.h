@@ -25,7 +25,7 @@ public:
     void writeFrom(const char* origin, const char* text, KzResult code) override;
     IKzTextOutput* stream() override { return m_stream.ptr(); }
     IKzLogEntry* entry() override;
-    void attach(std::shared_ptr<COutput> below) override { m_below = std::move(below); }
+    void attach(const std::shared_ptr<COutput>& below) override { m_below = below; }
 
 private:
     void place(IKzUnknown* entry);

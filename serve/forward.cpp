@@ -61,9 +61,14 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     const char* letter = method.signature + 1;
     PyObject* name = nameOf(method);
     if (name == nullptr) return codeOfRaised(self, method, -1);
+    CPyRefNull function;
+    if (kzCrossingWatch == nullptr) {
+        function = kzPlainMethod(self, name);
+        if (kzIsUnimplemented(function)) return KZe_NOTIMPL;
+    }
     if (!arguments.build(letter, word)) return codeOfRaised(self, method, arguments.count() - 1);
     if (method.signature[0] == 'r' && !kzHavePlaces(letter, word)) return KZe_INVALIDARG;
-    PyObject* result = kzCrossingWatch == nullptr ? kzCallByName(arguments.items(), arguments.count(), name)
+    PyObject* result = kzCrossingWatch == nullptr ? kzCallMethod(function, arguments.items(), arguments.count(), name)
                                                   : callWatched(arguments, method, name);
     // When memory is short, the interpreter may return an object and still leave an exception pending.
     if (result == nullptr || isRaised()) {

@@ -71,7 +71,19 @@ PyObject* callAttribute(PyObject** items, int count, PyObject* name) noexcept {
 
 }  // namespace
 
+CPyRefNull kzPlainMethod(PyObject* object, PyObject* name) noexcept { return plainMethod(object, name); }
+
+PyObject* kzCallMethod(PyObject* plainMethod, PyObject** items, int count, PyObject* name) noexcept {
+    return plainMethod != nullptr ? callFunction(plainMethod, items, count) : callAttribute(items, count, name);
+}
+
 PyObject* kzCallByName(PyObject** items, int count, PyObject* name) noexcept {
     const CPyRefNull function = plainMethod(items[0], name);
-    return function.get() != nullptr ? callFunction(function, items, count) : callAttribute(items, count, name);
+    return kzCallMethod(function, items, count, name);
+}
+
+bool kzIsUnimplemented(PyObject* plainMethod) noexcept {
+    static PyObject* const package = PyString_InternFromString("kzifc");  // as each of its modules is called
+    return plainMethod != nullptr && package != nullptr &&
+           reinterpret_cast<PyFunctionObject*>(plainMethod)->func_module == package;
 }

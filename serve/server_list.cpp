@@ -18,18 +18,6 @@
 
 namespace {
 
-// The key of the index, ordered by name and then by type. The name points into an entry, or to the text looked for.
-struct NameAndType {
-    std::string_view name;
-    KzGuid type;
-    bool operator<(const NameAndType& other) const noexcept {
-        if (const int order = name.compare(other.name); order != 0) return order < 0;
-        const auto fields = [](const KzGuid& guid) { return std::tie(guid.data1, guid.data2, guid.data3); };
-        if (fields(type) != fields(other.type)) return fields(type) < fields(other.type);
-        return std::memcmp(type.data4, other.type.data4, sizeof type.data4) < 0;
-    }
-};
-
 // The GUID service, fetched once.
 class CGuids {
 public:
@@ -61,6 +49,18 @@ PyObject* newInstance(const CKzPythonPolymorph& polymorph) {
 }  // namespace
 
 struct CServerList::State {
+    // The key of the index, ordered by name and then by type. The name points into an entry, or to the text looked for.
+    struct NameAndType {
+        std::string_view name;
+        KzGuid type;
+        bool operator<(const NameAndType& other) const noexcept {
+            if (const int order = name.compare(other.name); order != 0) return order < 0;
+            const auto fields = [](const KzGuid& guid) { return std::tie(guid.data1, guid.data2, guid.data3); };
+            if (fields(type) != fields(other.type)) return fields(type) < fields(other.type);
+            return std::memcmp(type.data4, other.type.data4, sizeof type.data4) < 0;
+        }
+    };
+
     mutable std::mutex lock;
     std::deque<CServerData> servers;
     std::map<NameAndType, std::uint32_t> index;

@@ -7,7 +7,7 @@ set -euo pipefail
 
 start_golden kzhost "${1:-}"
 kzhost=${2:-$root/build/release/bin/kzhost}
-export KZ_SPIES=$work/noted
+export KZ_SPIES=$work/noted KZ_PREFERENCES='' XDG_CONFIG_HOME=$work/config
 
 # Spies that answer little make many calls fail, and the log says so; whether the host works is for other tests.
 spied() {

@@ -7,7 +7,7 @@ set -euo pipefail
 
 readonly pyflakes=$root/build/pyflakes
 # All other Python code is Python 2.7.
-readonly python3_files=('tools/*.py' cmake/{bill_of_materials,carry_libraries,system_libraries}.py 'examples/farm/r*.py' 'tests/objects/pictures/*.py' 'tests/stubs/check_*.py' 'docs/site/[gr]*.py')
+readonly python3_files=('tools/*.py' cmake/{bill_of_materials,carry_libraries,system_libraries}.py 'examples/farm/r*.py' 'tests/objects/pictures/*.py' 'tests/tables/*.py' 'tests/stubs/check_*.py' 'docs/site/[gr]*.py')
 
 fix=0 all=0 failed=0
 for argument in "$@"; do
@@ -99,7 +99,7 @@ check_scripts() {
 # other. Compilers cannot tell.
 check_names() {
     local twice
-    twice=$(git ls-files '*.h' | xargs grep -hoP '^(template <.*> )?(class|struct) \K\w+(?=[^;]*\{)' | sort | uniq -d)
+    twice=$(git ls-files '*.h' | xargs grep -hoP '^(template <.*> )?(class|struct) \K\w+(::\w+)*(?=[^;]*\{)' | sort | uniq -d)
     [ -z "$twice" ] || fail "defined in more than one header: ${twice//$'\n'/ }"
 }
 

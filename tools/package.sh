@@ -51,12 +51,15 @@ check() {
     printf 'the packages install, run and go in a clean %s\n' "$codename"
 }
 
+case ${1:-} in
+    '' | --check) ;;
+    -*) die "usage: ./dev package [PREFIX | --check]" ;;
+esac
 build_preset release kzhost kzgen kz_sdk kz_run_time
 case ${1:-} in
     '' | --check)
         rm -rf "$packages"
         (cd "$build" && cpack)
         [ -z "${1:-}" ] || check ;;
-    -*) die "usage: ./dev package [PREFIX | --check]" ;;
     *) cmake --install "$build" --prefix "$(realpath -m "$1")" ;;
 esac

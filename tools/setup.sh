@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# setup.sh [--if-needed] [VERB [ARGUMENT]]: makes this machine able to do what a verb of ./dev does, or everything. Asks
+# ./dev setup [--if-needed] [VERB [ARGUMENT]]: makes this machine able to do what a verb of ./dev does, or everything. Asks
 # nothing, may be run again, is quiet when all is there. With --if-needed it leaves alone what an earlier run has set up.
 set -euo pipefail
 

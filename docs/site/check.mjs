@@ -23,6 +23,7 @@ const searches = [['mesh add', 'reference/mesh/Mesh.html'], ['bless', 'reference
   ['262144', 'reference/mesh/index.html#f_MESHMERGE_POLY'], ['OUTOFBOUNDS', 'codes.html#OUTOFBOUNDS'],
   ['mop_Evaluate', 'MeshOperation.html#Evaluate'], ['user.value', 'commands.html#user.value']];
 
+const patience = 120000;  // milliseconds; a busy machine is slow, and that is no fault of the site
 const faults = [];
 const fault = text => faults.push(text);
 
@@ -91,9 +92,9 @@ async function checkAccess(browser, scheme) {
 async function resultsOf(page, words) {
   await open(page, 'reference/index.html');
   await page.keyboard.press('/');
-  await page.waitForFunction(() => document.activeElement.matches('input.md-search__input'), { timeout: 5000 });
+  await page.waitForFunction(() => document.activeElement.matches('input.md-search__input'), { timeout: patience });
   await page.keyboard.type(words);
-  await page.waitForSelector('.md-search-result__item a', { timeout: 30000 });
+  await page.waitForSelector('.md-search-result__item a', { timeout: patience });
   return page.$$eval('.md-search-result__item', items => items.slice(0, 8).map(
     item => [...item.querySelectorAll('a')].map(link => link.href.replace(/\?h=[^#]*/, ''))));
 }
@@ -101,7 +102,7 @@ async function resultsOf(page, words) {
 async function checkSearch(page) {
   await page.setViewport({ width: 1400, height: 900 });
   for (const [words, wanted] of searches) {
-    const results = await resultsOf(page, words).catch(() => []);
+    const results = await resultsOf(page, words).catch(error => [error.message]);
     if (!results.flat().some(link => link.includes(wanted)))
       fault(`the search for "${words}" should find ${wanted}, not ${results.flat().slice(0, 4).join(' ')}`);
   }
@@ -111,7 +112,7 @@ async function checkSearch(page) {
 async function checkKeyboard(page) {
   await resultsOf(page, 'bless');
   await page.keyboard.press('ArrowDown');
-  await Promise.all([page.waitForNavigation({ timeout: 10000 }), page.keyboard.press('Enter')])
+  await Promise.all([page.waitForNavigation({ timeout: patience }), page.keyboard.press('Enter')])
     .catch(() => fault('Enter on a result of the search leads nowhere'));
   await open(page, 'index.html');
   const reached = new Set();

@@ -51,8 +51,8 @@ class Reference:
             return None
         table = self.coverage['services' if each['service'] else 'objects']
         name = '%s.%s' % (each.get('type', each['name']), method['name'])
-        if name in self.coverage.get('needs a window', ()):
-            return 'needs a window'
+        if name in self.coverage.get('needs a window or a renderer', ()):
+            return 'needs a window or a renderer'
         return 'works' if method['name'] in table.get(each['name'], ()) else 'answers NOTIMPL'
 
     def is_called(self, each, method):

@@ -53,7 +53,7 @@ struct Subject {
     std::string_view stateOf(std::string_view method) const {
         if (kind == server) return used.contains(method) ? "called" : "never called";
         if (used.contains(method)) return "works";
-        if (needsWindow.contains(method)) return "needs a window";
+        if (needsWindow.contains(method)) return "needs a window or a renderer";
         return isHere ? "not implemented" : "there is no such object";
     }
 };
@@ -144,7 +144,7 @@ std::string asJson(const std::vector<Subject>& subjects) {
         }
         text += fmt::format(",\n  \"{}\": {{\n{}\n  }}", groupNames[kind], fmt::join(lines, ",\n"));
     }
-    return fmt::format("{},\n  \"needs a window\": [{}\n  ]\n}}\n", text, fmt::join(window, ","));
+    return fmt::format("{},\n  \"needs a window or a renderer\": [{}\n  ]\n}}\n", text, fmt::join(window, ","));
 }
 
 std::string overview(const std::vector<Subject>& subjects) {

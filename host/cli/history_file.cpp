@@ -4,13 +4,14 @@
 // octal digits, and a backslash as two. A first line that names a format is no entry.
 #include "host/cli/history_file.h"
 
+#include "host/state/file_lock.h"
+
 #include <fmt/format.h>
 
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <sys/file.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -21,24 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view formatLine = "_HiStOrY_";
-
-// Held by whoever writes. It is a file beside the history, which may be replaced by a shorter one.
-class CFileLock {
-public:
-    explicit CFileLock(const std::string& path)
-        : m_file(open((path + ".lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600)) {
-        while (m_file >= 0 && flock(m_file, LOCK_EX) != 0 && errno == EINTR) {
-        }
-    }
-    ~CFileLock() {
-        if (m_file >= 0) close(m_file);
-    }
-    CFileLock(const CFileLock&) = delete;
-    CFileLock& operator=(const CFileLock&) = delete;
-
-private:
-    int m_file;
-};
 
 std::string encoded(const std::string& line) {
     std::string text;

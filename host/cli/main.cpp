@@ -7,6 +7,7 @@
 #include "host/cli/run_command.h"
 #include "host/cli/run_interpreter.h"
 #include "host/cli/run_script.h"
+#include "host/cli/scene_verbs.h"
 #include "host/cli/server_verbs.h"
 #include "host/cli/standard_streams.h"
 #include "host/cli/stop_process.h"
@@ -35,7 +36,7 @@ std::string checkAlias(const std::string& text) {
 }
 
 std::string checkPort(const std::string& text) {
-    const bool isNumber = !text.empty() && text.size() < 6 && text.find_first_not_of("0123456789") == text.npos;
+    const bool isNumber = !text.empty() && text.size() < 6 && text.find_first_not_of("0123456789") == std::string::npos;
     if (isNumber && std::stoi(text) < 65536) return {};
     return text + " should be a port from 1 to 65535, as 5678, or 0 for any free one";
 }
@@ -54,9 +55,15 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory)
         ->allow_extra_args(false);
+    app.add_option("--scene", options.scene, "Load this scene before the script of run, as its current scene")
+        ->type_name("FILE");
     app.add_option("--log", options.logFile,
                    "Append the event log to FILE, one JSON object a line; - is standard output")
         ->type_name("FILE");
+    app.add_option("--preferences", options.preferences,
+                   "Keep aliases, user values, units and the history in FILE, not in the user's preferences")
+        ->type_name("FILE");
+    app.add_flag("!--no-preferences", options.usesPreferences, "Neither read nor write the user's preferences");
     options.watch.addTo(app);
     app.add_option("--debug", options.debugPort,
                    "Wait on this port of 127.0.0.1 until a debugger has attached, and then run")
@@ -208,6 +215,7 @@ int runProgram(int count, char** arguments) {
     bool asJson = false;
     coverage->add_flag("--json", asJson, "Print it as JSON, as in docs/coverage.json");
     const CServerVerbs serverVerbs(app);
+    const CSceneVerbs sceneVerbs(app);
 
     app.set_help_flag("--help", "Print this help message and exit");  // -h is the interpreter's
     CommandLine line = splitCommandLine(app, {arguments + 1, arguments + count});
@@ -224,6 +232,10 @@ int runProgram(int count, char** arguments) {
         CProgram::say("--record needs run: only scripts can be replayed");
         return exitUsage;
     }
+    if (!options.scene.empty() && !run->parsed()) {
+        CProgram::say("--scene is for run: kzhost --scene FILE run SCRIPT");
+        return exitUsage;
+    }
     const bool isNothingNamed = app.get_subcommands().empty() && !line.isForInterpreter;
     if (isNothingNamed || !wordsLeft(app).empty()) return refuse(app);
     if (coverage->parsed()) return kzShowCoverage(script, asJson);
@@ -234,9 +246,12 @@ int runProgram(int count, char** arguments) {
         return exitUsage;
     }
     takeAliases(options, aliases);
+    if (eval->parsed() || console->parsed() || cmd->parsed()) options.memory = MemoryUse::interactive;
+    else if (run->parsed() || line.isForInterpreter) options.memory = MemoryUse::script;
     CProgram program(std::move(options));
     return program.finish(guarded([&] {
         if (serverVerbs.parsed()) return serverVerbs.run(program);
+        if (sceneVerbs.parsed()) return sceneVerbs.run(program);
         if (line.isForInterpreter) return kzRunInterpreter(program, line.rest);
         if (run->parsed()) return kzRunScript(program, script, line.rest);
         if (replay->parsed()) return kzRunScript(program, script, kzRecordedWords(program.options().watch.replay));

@@ -104,6 +104,8 @@ int CProgram::loadModules() {
         say("the module cannot be loaded: " + why);
         return exitNoModule;
     }
+    if (m_options.usesPreferences)
+        host().memory().open(m_options.preferences.value_or(CPreferenceFile::usualPath()), m_options.memory);
     m_stopWatch.emplace(host(), [this](int status) { m_logFile.end(CStandardStreams::get().finish(status)); });
     return exitOk;
 }

@@ -5,6 +5,7 @@
 #include "host/cli/log_file.h"
 #include "host/cli/stop_watch.h"
 #include "host/cli/watch_options.h"
+#include "host/core/session_memory.h"
 #include "host/kz_host.h"
 
 #include <optional>
@@ -20,6 +21,10 @@ struct ProgramOptions {
     std::vector<std::pair<std::string, std::string>> aliases;
     std::vector<std::string> importPaths;
     std::string logFile;
+    std::optional<std::string> preferences;  // the file of the user's preferences, if not the usual one
+    bool usesPreferences = true;
+    MemoryUse memory = MemoryUse::none;  // what the verb does with them
+    std::string scene;                   // loaded before the script runs
     WatchOptions watch;
     std::optional<int> debugPort;
     bool trace = false;

@@ -4,6 +4,7 @@
 #include "host/cli/debugger.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/program.h"
+#include "host/cli/scene_verbs.h"
 #include "host/cli/script_end.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
@@ -81,6 +82,7 @@ int kzRunScript(CProgram& program, const std::string& file, const std::vector<st
         return exitNoInterpreter;
     }
     if (const int status = kzWaitForDebugger(program); status != exitOk) return status;
+    if (!program.options().scene.empty() && !kzOpenSceneFile(program, program.options().scene)) return exitFailed;
     const CInterruptScope interrupts;
     if (CStopWatch::isProgramStopped()) return exitInterrupted;
     return statusOf(path, program.host().run(script, 0, kzJoinArguments(arguments, problem)));

@@ -8,6 +8,6 @@ namespace kzhost {
 
 class CProgram;
 
-int kzRunScript(CProgram& program, const std::string& path, const std::vector<std::string>& arguments);
+int kzRunScript(CProgram& program, const std::string& file, const std::vector<std::string>& arguments);
 
 }  // namespace kzhost

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <future>
 #include <semaphore.h>
@@ -47,7 +48,7 @@ void onStopSignal(int /*signal*/, siginfo_t* info, void* /*context*/) {
 void wakeThreads() noexcept {
     std::error_code error;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", error)) {
-        const auto thread = static_cast<pid_t>(std::atoi(task.path().filename().c_str()));
+        const auto thread = static_cast<pid_t>(std::strtol(task.path().filename().c_str(), nullptr, 10));
         if (thread != gettid()) syscall(SYS_tgkill, getpid(), thread, CStopWatch::signalNumber());
     }
 }

@@ -70,12 +70,12 @@ void operateMesh(CModuleTable& modules, OpenScenes& scenes, CBuiltinCommand& com
 
 void kzAddMeshCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
                        const std::shared_ptr<OpenScenes>& scenes) {
-    kzAddCommands(
-        registry,
-        {
-            {"mesh.operate", "Operate on Mesh", "runs a mesh operation on a mesh of the current scene", KZfCMD_MODEL,
-             meshOperateArguments, kzWith(operateMesh, modules, scenes), kzWith(queryOperations, modules)},
-        });
+    kzAddCommands(registry,
+                  {
+                      {"mesh.operate", "Operate on Mesh", "runs a mesh operation on a mesh of the current scene",
+                       KZfCMD_UNDO | KZfCMD_MODEL, meshOperateArguments, kzWith(operateMesh, modules, scenes),
+                       kzWith(queryOperations, modules)},
+                  });
 }
 
 }  // namespace kzhost

@@ -9,6 +9,7 @@
 
 #include "kz/command.h"
 #include "kz/result.h"
+#include "kz/user_value.h"
 #include "kz/value.h"
 
 #include <fmt/format.h>
@@ -31,12 +32,17 @@ Texts splitChoices(const std::string& text) {
     return choices;
 }
 
+constexpr KzTextValueHint lifeHints[] = {{KZiUSERVALUE_LIFE_TEMPORARY, KZsUSERVALUE_LIFE_TEMPORARY},
+                                         {KZiUSERVALUE_LIFE_CONFIG, KZsUSERVALUE_LIFE_CONFIG},
+                                         {0, nullptr}};
 constexpr ArgumentRow userValueArguments[] = {
     {"name", KZsTYPE_STRING, kzQueryable, "the value's name; queried, the names of all values"},
     {"value", KZsTYPE_STRING, kzOptional | kzQueryable, "what it is to be"},
     {"type", KZsTYPE_STRING, kzOptional | kzQueryable, "its type, when it is new"},
     {"choices", KZsTYPE_STRING, kzOptional | kzQueryable, "the words of a choice, as {red;green;blue}"},
     {"delete", KZsTYPE_BOOLEAN, kzOptional, "whether it is to go"},
+    {KZsARG_USERVALUE_LIFE, KZsTYPE_CHOICE, kzOptional | kzQueryable,
+     "how long it lives: temporary, until the session ends, or config, which keeps it for later sessions", lifeHints},
 };
 
 const KzValueType* userValueType(CUserValues& values, CBuiltinCommand& command, std::uint32_t index) {
@@ -103,6 +109,7 @@ void setUserValue(CUserValues& values, CBuiltinCommand& command) {
         value.cell =
             choice ? KzCell(*choice) : userValueCell(*command.environment().types, value, command.text("value"));
     }
+    if (const auto life = command.integer(KZsARG_USERVALUE_LIFE)) value.life = static_cast<ValueLife>(*life);
     values.set(name, std::move(value));
 }
 
@@ -113,6 +120,7 @@ Texts queryUserValue(CUserValues& values, CBuiltinCommand& command, std::uint32_
     const auto former = values.find(name);
     if (!former) kzRefuse(KZe_NOTFOUND, kzThereIsNo("user value", name, values.names()));
     if (index == 2) return {former->type->name};
+    if (index == 5) return {std::to_string(static_cast<int>(former->life))};
     return index == 3 ? former->choices : Texts{kzFormatCell(*former->type, former->cell)};
 }
 

@@ -32,8 +32,10 @@ public:
         const CKzUser_Command& command = m_arguments.command();
         if (const KzResult code = command.Interact(); code != KZe_NOTIMPL) return code;
         if (const KzResult code = command.DialogInit(); kzRefuses(code)) return code;
+        m_arguments.forget();
         std::vector<std::uint32_t> waiting = order();
         for (;;) {
+            m_arguments.forget();  // what the command has just heard may change all arguments
             const auto next =
                 std::find_if(waiting.begin(), waiting.end(), [this](std::uint32_t each) { return canAsk(each); });
             if (next == waiting.end()) return KZe_OK;
@@ -114,10 +116,13 @@ private:
 
 }  // namespace
 
-KzResult kzAskArguments(const CDialogBoard& board, CCommandArguments& arguments, std::uint32_t flags) {
-    const bool isWanted = (flags & KZfCMD_EXEC_FORCEDIALOG) != 0 ||
-                          ((flags & KZfCMD_EXEC_SHOWDIALOG) != 0 && arguments.missing().has_value());
-    if (!isWanted || (flags & KZfCMD_EXEC_NODIALOG) != 0) return KZe_OK;
+bool kzWantsDialog(const CCommandArguments& arguments, std::uint32_t flags) {
+    if ((flags & KZfCMD_EXEC_NODIALOG) != 0) return false;
+    return (flags & KZfCMD_EXEC_FORCEDIALOG) != 0 ||
+           ((flags & KZfCMD_EXEC_SHOWDIALOG) != 0 && arguments.missing().has_value());
+}
+
+KzResult kzAskArguments(const CDialogBoard& board, CCommandArguments& arguments) {
     return CArgumentDialog(board, arguments).run();
 }
 

@@ -8,8 +8,9 @@ namespace kzhost {
 class CCommandArguments;
 class CDialogBoard;
 
-// Asks for what the flags of an execution want asked: what is missing, or everything. Returns the code with which the
-// command refuses; throws CommandTextError when the dialog is cancelled.
-KzResult kzAskArguments(const CDialogBoard& board, CCommandArguments& arguments, std::uint32_t flags);
+// Whether the flags of an execution want something asked: what is missing, or everything.
+bool kzWantsDialog(const CCommandArguments& arguments, std::uint32_t flags);
+// Returns the code with which the command refuses; throws CommandTextError when the dialog is cancelled.
+KzResult kzAskArguments(const CDialogBoard& board, CCommandArguments& arguments);
 
 }  // namespace kzhost

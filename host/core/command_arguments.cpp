@@ -159,6 +159,7 @@ void CCommandArguments::set(std::uint32_t index, const std::string& text) {
 
 // Choices are set by their words. A command that takes no numbers gets the word itself.
 KzResult CCommandArguments::put(std::uint32_t index, const std::string& text) {
+    m_flags.clear();
     const KzValueType* type = typeOf(index);
     const KzTextValueHint* choices = choicesOf(index, type);
     if (choices == nullptr) return m_attributes->SetString(index, text.c_str());
@@ -194,6 +195,7 @@ const KzTextValueHint* CCommandArguments::choicesOf(std::uint32_t index, const K
 // A command may parse what users type by itself.
 void CCommandArguments::answer(std::uint32_t index, const std::string& text) {
     requireSettable(index, text);
+    m_flags.clear();
     const KzResult code = m_command->ArgParseString(index, text.c_str());
     if (code == KZe_NOTIMPL) set(index, toggled(index, text));
     else give(index, text, code);
@@ -221,9 +223,7 @@ std::string CCommandArguments::expected(std::uint32_t index) const {
 
 // For a toggle, "a|b" means the value after the present one.
 std::string CCommandArguments::toggled(std::uint32_t index, const std::string& value) {
-    std::uint32_t flags = 0;
-    const bool isToggle = kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & KZfCMDARG_TOGGLE) != 0;
-    if (!isToggle || value.find('|') == std::string::npos) return value;
+    if (value.find('|') == std::string::npos || (flagsOf(index) & KZfCMDARG_TOGGLE) == 0) return value;
     std::vector<std::string> choices;
     for (std::size_t at = 0; at <= value.size();) {
         const std::size_t end = std::min(value.find('|', at), value.size());
@@ -239,14 +239,21 @@ std::string CCommandArguments::toggled(std::uint32_t index, const std::string& v
 }
 
 std::uint32_t CCommandArguments::count() const {
-    const std::uint32_t count = m_attributes.Count();
-    if (count <= mostArguments) return count;
-    throw CommandTextError{KZe_CMD_BAD_DEFINITION, fmt::format("the command claims to take {} arguments", count)};
+    if (!m_count) m_count = m_attributes.Count();
+    if (*m_count <= mostArguments) return *m_count;
+    throw CommandTextError{KZe_CMD_BAD_DEFINITION, fmt::format("the command claims to take {} arguments", *m_count)};
 }
 
-std::uint32_t CCommandArguments::flagsOf(std::uint32_t index) const {
+std::optional<std::uint32_t> CCommandArguments::givenFlags(std::uint32_t index) const {
+    const auto [entry, isNew] = m_flags.try_emplace(index);
     std::uint32_t flags = 0;
-    return kzSucceeded(m_command->ArgFlags(index, &flags)) ? flags : 0;
+    if (isNew && kzSucceeded(m_command->ArgFlags(index, &flags))) entry->second = flags;
+    return entry->second;
+}
+
+void CCommandArguments::forget() {
+    m_count.reset();
+    m_flags.clear();
 }
 
 KzResult CCommandArguments::enabledCode(std::uint32_t index) const {
@@ -256,11 +263,8 @@ KzResult CCommandArguments::enabledCode(std::uint32_t index) const {
 
 std::optional<std::uint32_t> CCommandArguments::missing() const {
     constexpr std::uint32_t notMissing = KZfCMDARG_OPTIONAL | KZfCMDARG_VALUE_SET;
-    for (std::uint32_t index = 0; index < count(); ++index) {
-        std::uint32_t flags = 0;
-        if (kzSucceeded(m_command->ArgFlags(index, &flags)) && (flags & notMissing) == 0 && isEnabled(index))
-            return index;
-    }
+    for (std::uint32_t index = 0; index < count(); ++index)
+        if (const auto flags = givenFlags(index); flags && (*flags & notMissing) == 0 && isEnabled(index)) return index;
     return {};
 }
 

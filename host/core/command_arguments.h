@@ -1,4 +1,5 @@
-// Sets the arguments of any command, the host's or a module's, through its interfaces alone.
+// Sets the arguments of any command, the host's or a module's, through its interfaces alone. Each question to a module's
+// command may run a method in Python, so what cannot have changed is not asked twice.
 #pragma once
 
 #include "host/core/command_text.h"
@@ -6,6 +7,7 @@
 
 #include "kz/command.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,7 +42,11 @@ public:
     std::string shown(std::uint32_t index) const;
     // The kind of value that the argument takes, such as "an integer".
     std::string expected(std::uint32_t index) const;
-    std::uint32_t flagsOf(std::uint32_t index) const;  // 0 when the command does not say
+    // 0 when the command does not say.
+    std::uint32_t flagsOf(std::uint32_t index) const { return givenFlags(index).value_or(0); }
+    // The number of arguments and their flags are asked for once, until a value is set here, or the command has had an
+    // opportunity to change them and `forget` is called.
+    void forget();
     bool isSecret(std::uint32_t index) const { return (flagsOf(index) & KZfCMDARG_PASSWORD) != 0; }
     bool isSet(std::uint32_t index) const { return (flagsOf(index) & KZfCMDARG_VALUE_SET) != 0; }
     bool isEnabled(std::uint32_t index) const { return !kzFailed(enabledCode(index)); }
@@ -52,6 +58,7 @@ public:
     void requireEnabled() const;
 
 private:
+    std::optional<std::uint32_t> givenFlags(std::uint32_t index) const;
     KzResult enabledCode(std::uint32_t index) const;
     std::uint32_t find(const std::string& name) const;
     std::optional<std::uint32_t> assign(const std::vector<ArgumentText>& arguments, std::vector<bool>& isAssigned);
@@ -70,6 +77,8 @@ private:
     CValueTypeRegistry& m_types;
     CKzUser_Command m_command;
     CKzUser_Attributes m_attributes;
+    mutable std::optional<std::uint32_t> m_count;
+    mutable std::map<std::uint32_t, std::optional<std::uint32_t>> m_flags;
 };
 
 // The text of an attribute's value; empty when it has none. Throws CommandTextError for one that is too long.

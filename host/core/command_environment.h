@@ -9,6 +9,7 @@ class CLogStore;
 class CCommandState;
 class CDialogBoard;
 class CListenerTable;
+class CUndoBlocks;
 class CValueTypeRegistry;
 struct ServiceContext;
 
@@ -19,6 +20,7 @@ struct CommandEnvironment {
     std::shared_ptr<CListenerTable> listeners;
     std::shared_ptr<CLogStore> log;
     std::shared_ptr<CValueTypeRegistry> types;
+    std::shared_ptr<CUndoBlocks> undo;
 };
 using CommandEnvironmentPtr = std::shared_ptr<const CommandEnvironment>;
 

@@ -7,6 +7,7 @@
 #include "host/core/log_store.h"
 #include "host/core/message_tables.h"
 #include "host/core/refusal.h"
+#include "host/core/undo_blocks.h"
 #include "host/state/command_state.h"
 #include "host/state/text.h"
 
@@ -14,6 +15,18 @@
 #include "kz/result.h"
 
 namespace kzhost {
+
+namespace {
+
+// Commands that say nothing about themselves are taken to be undoable. One that changes the scene and does not say that it
+// can be undone leaves no step, and one that only changes what is shown has nothing to do with the history.
+UndoKind undoKindOf(std::uint32_t what, std::uint32_t flags) {
+    if ((flags & KZfCMD_EXEC_NOUNDO) != 0) return UndoKind::noStep;
+    if ((what & KZmCMD_TYPE) == 0 || (what & KZfCMD_UNDO) != 0) return UndoKind::block;
+    return (what & KZfCMD_MODEL) != 0 ? UndoKind::noStep : UndoKind::untouched;
+}
+
+}  // namespace
 
 template <class Body> CCommandRun::Verdict CCommandRun::verdictOf(const Body& body) const {
     try {
@@ -35,9 +48,13 @@ KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags, const st
     const CCommandState::Depth depth(*environment.state, flags);
     std::string line;
     const Verdict verdict = verdictOf([&] {
-        const KzResult code = prepare(command, flags);
+        CCommandArguments arguments(*m_environment->types, command);
+        const KzResult code = prepare(arguments, flags);
         if (kzFailed(code)) return code;
-        line = historyLine(command, flags);
+        std::uint32_t what = 0;
+        if (kzFailed(arguments.command().Flags(&what))) what = 0;
+        line = historyLine(arguments, what, flags);
+        const CUndoBlock block(environment.undo.get(), undoKindOf(what, flags), m_name);
         return body();
     });
     if (kzFailed(verdict.code)) {
@@ -63,23 +80,24 @@ KzResult CCommandRun::query(const std::function<KzResult()>& body) {
 
 // Checks that the command is enabled, runs its dialog and lets it prepare. A module that does not implement Enable is
 // enabled.
-KzResult CCommandRun::prepare(IKzUnknown* command, std::uint32_t flags) {
-    CCommandArguments arguments(*m_environment->types, command);
+KzResult CCommandRun::prepare(CCommandArguments& arguments, std::uint32_t flags) {
     if (const KzResult code = arguments.command().Enable(m_message.raw()); kzRefuses(code)) return code;
     arguments.requireEnabled();
-    if (const KzResult code = kzAskArguments(*m_environment->dialogs, arguments, flags); kzFailed(code)) return code;
+    if (kzWantsDialog(arguments, flags)) {
+        if (const KzResult code = kzAskArguments(*m_environment->dialogs, arguments); kzFailed(code)) return code;
+        arguments.forget();
+    }
     arguments.requireGiven();
     const KzResult code = arguments.command().PreExecute();
+    if (code != KZe_NOTIMPL) arguments.forget();  // it may have set arguments
     return kzRefuses(code) ? code : KZe_OK;
 }
 
 // The history holds what users and scripts ran, not what commands ran in turn. The line is written before the command
 // runs, as what it does may change what its arguments mean.
-std::string CCommandRun::historyLine(IKzUnknown* command, std::uint32_t flags) const {
-    std::uint32_t what = 0;
-    const CCommandArguments arguments(*m_environment->types, command);
-    if (m_environment->state->depth() > 1 || (flags & KZfCMD_EXEC_NOHISTORY) != 0 ||
-        (kzSucceeded(arguments.command().Flags(&what)) && (what & KZfCMD_QUIET) != 0))
+std::string CCommandRun::historyLine(const CCommandArguments& arguments, std::uint32_t what,
+                                     std::uint32_t flags) const {
+    if (m_environment->state->depth() > 1 || (flags & KZfCMD_EXEC_NOHISTORY) != 0 || (what & KZfCMD_QUIET) != 0)
         return {};
     return arguments.write(m_name);
 }

@@ -15,6 +15,8 @@
 
 namespace kzhost {
 
+class CCommandArguments;
+
 class CCommandRun {
 public:
     CCommandRun(CommandEnvironmentPtr environment, std::string name)
@@ -36,8 +38,9 @@ private:
         std::string text;  // a reason that was thrown
     };
     template <class Body> Verdict verdictOf(const Body& body) const;
-    KzResult prepare(IKzUnknown* command, std::uint32_t flags);
-    std::string historyLine(IKzUnknown* command, std::uint32_t flags) const;  // empty for a command left out of it
+    KzResult prepare(CCommandArguments& arguments, std::uint32_t flags);
+    std::string historyLine(const CCommandArguments& arguments, std::uint32_t what,
+                            std::uint32_t flags) const;  // empty for a command left out of it
     std::string reason() const;
     void tell(const Verdict& verdict);
 

@@ -27,7 +27,8 @@ void attach(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
 }
 
 void attachIfNew(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
-    if (CListenerTable::isClass(server.className) && listeners.expects(server.className + ":" + server.name)) attach(listeners, log, server);
+    if (CListenerTable::isClass(server.className) && listeners.expects(server.className + ":" + server.name))
+        attach(listeners, log, server);
 }
 
 }  // namespace
@@ -39,6 +40,7 @@ KzResult kzUpdateModule(CModuleTable& modules, CListenerTable& listeners, CLogSt
     for (const KzServer& server : added)
         if (server.className == KZa_COMMAND)
             listeners.commands([&](IKzCmdSysListener& each) { each.CommandAdded(server.name.c_str()); });
+    for (const KzServer& server : added) modules.announce(server);
     listeners.moduleUpdated(name.c_str());
     return KZe_OK;
 }

@@ -48,8 +48,8 @@ bool isSame(IKzUnknown* left, IKzUnknown* right) {
 
 KzResult CListenerTable::add(IKzUnknown* object) {
     if (object == nullptr) return KZe_INVALIDARG;
-    const bool listens =
-        std::any_of(std::begin(classes), std::end(classes), [&](const auto& each) { return answers(object, each.iid); });
+    const bool listens = std::any_of(std::begin(classes), std::end(classes),
+                                     [&](const auto& each) { return answers(object, each.iid); });
     if (!listens) return KZe_INVALIDARG;
     const auto listener = std::make_shared<CKzLoc_Unknown>(object);
     const std::lock_guard lock(m_lock);
@@ -79,7 +79,8 @@ std::size_t CListenerTable::count(std::string_view className) const {
 }
 
 bool CListenerTable::isClass(std::string_view className) {
-    return std::any_of(std::begin(classes), std::end(classes), [&](const auto& each) { return className == each.name; });
+    return std::any_of(std::begin(classes), std::end(classes),
+                       [&](const auto& each) { return className == each.name; });
 }
 
 bool CListenerTable::has(const ListenerRef& reference) const {

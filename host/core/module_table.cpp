@@ -36,6 +36,18 @@ KzTags readTags(IKzUnknown* object) {
 
 bool isSame(const KzServer& one, const KzServer& other) { return one.name == other.name && one.iid == other.iid; }
 
+std::string keyOf(std::string_view className, std::string_view name) {
+    return std::string(className).append(1, '\n').append(name);
+}
+
+// Whether the module's list still has the server in its place.
+bool isListed(const KzServer& server) {
+    const CKzUser_TagDescription description(server.module.raw());
+    KzTagRecord record{};
+    return kzSucceeded(description.Describe(server.record, &record)) && kzString(record.type) == "server" &&
+           record.info != nullptr && kzString(record.tag) == server.name && *record.info == server.iid;
+}
+
 }  // namespace
 
 CLibrary::~CLibrary() {
@@ -59,6 +71,7 @@ KzServer& KzServer::operator=(const KzServer& other) {
     iid = other.iid;
     className = other.className;
     moduleName = other.moduleName;
+    record = other.record;
     module.copy(other.module);
     return *this;
 }
@@ -67,6 +80,13 @@ std::string kzClassNameOf(const KzGuid& iid) {
     for (const KzIdentityRow& row : kzIdentityRows)
         if (row.iid == iid) return kzString(row.server);
     return {};
+}
+
+void CModuleTable::Source::add(std::vector<KzServer> more) {
+    for (KzServer& server : more) {
+        index.try_emplace(keyOf(server.className, server.name), servers.size());
+        servers.push_back(std::move(server));
+    }
 }
 
 bool CModuleTable::load(const std::string& path, std::string& why) {
@@ -124,6 +144,7 @@ std::vector<KzServer> CModuleTable::describe(const Source& source, std::uint32_t
         server.iid = *record.info;
         server.className = kzClassNameOf(server.iid);
         server.moduleName = source.name;
+        server.record = index;
         server.module.copy(source.module);
         list.push_back(server);
     }
@@ -136,7 +157,9 @@ void CModuleTable::read(Source& source) const {
     std::vector<KzServer> list = describe(source, 0, count);
     const std::lock_guard lock(m_lock);
     ++m_changes;
-    source.servers = std::move(list);
+    source.servers.clear();
+    source.index.clear();
+    source.add(std::move(list));
     source.records = count;
     source.isStale = false;
 }
@@ -146,16 +169,17 @@ bool CModuleTable::readEnd(Source& source, std::vector<KzServer>& added) {
     const std::uint32_t count = CKzUser_TagDescription(source.module.raw()).Count();
     const std::uint32_t former = source.records;
     if (former == 0 || count <= former) return false;
-    const std::vector<KzServer> end = describe(source, former - 1, count);
+    std::vector<KzServer> end = describe(source, former - 1, count);
     const std::lock_guard lock(m_lock);
     const bool hasGrown = source.records == former && !end.empty() && !source.servers.empty() &&
                           isSame(end.front(), source.servers.back());
     if (!hasGrown) return false;
-    source.servers.insert(source.servers.end(), end.begin() + 1, end.end());
+    end.erase(end.begin());
+    added.insert(added.end(), end.begin(), end.end());
+    source.add(std::move(end));
     ++m_changes;
     source.records = count;
     source.isStale = true;
-    added.insert(added.end(), end.begin() + 1, end.end());
     return true;
 }
 
@@ -220,7 +244,7 @@ bool CModuleTable::remove(std::string_view pathOrName) {
         std::erase_if(m_sources, ours);
         ++m_changes;
     }
-    for (const auto& source : removal) source->servers.clear();
+    for (const auto& source : removal) source->servers.clear(), source->index.clear();
     while (!removal.empty()) removal.pop_back();  // the outer one was first in, so its object goes last
     return true;
 }
@@ -257,11 +281,20 @@ std::vector<std::string> CModuleTable::classNames() const {
 }
 
 std::optional<KzServer> CModuleTable::find(std::string_view className, std::string_view name) const {
-    refresh();
+    const std::string key = keyOf(className, name);
+    auto found = match(key);
+    if (!found || (found->isStale && !isListed(found->server))) {
+        refresh();
+        found = match(key);
+    }
+    return found ? std::optional(found->server) : std::nullopt;
+}
+
+std::optional<CModuleTable::Match> CModuleTable::match(const std::string& key) const {
     const std::lock_guard lock(m_lock);
     for (const auto& source : m_sources)
-        for (const KzServer& server : source->servers)
-            if (server.className == className && server.name == name) return server;
+        if (const auto entry = source->index.find(key); entry != source->index.end())
+            return Match{source->servers[entry->second], source->isStale};
     return {};
 }
 

@@ -5,12 +5,14 @@
 
 #include "kz/module.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -41,6 +43,7 @@ struct KzServer {
     KzGuid iid{};
     std::string className;  // empty when the SDK knows no such class
     std::string moduleName;
+    std::uint32_t record = 0;  // its place in the module's list
     CKzUser_Module module;
 
     KzServer() = default;
@@ -59,9 +62,15 @@ public:
     // Adds a module object: hands it the application and reads its servers.
     KzResult adopt(const std::string& name, const std::string& path, IKzUnknown* object, IKzUnknown* application);
     // Reads the changed servers of that module and appends new ones to `added`; NOTFOUND for an unknown module. Of a list
-    // that has grown only the new end is read, so that announcing servers one by one costs linear time; the whole list
-    // is read again when somebody next asks for servers.
+    // that has grown only the new end is read, and a server that is found by its name is checked alone, so that announcing
+    // and using servers one by one costs linear time. The whole list is read again when somebody asks for all servers, or
+    // for one that seems not to be there.
     KzResult update(std::string_view name, std::vector<KzServer>& added);
+    // Called by whoever announces new servers, with each of them.
+    void whenAdded(std::function<void(const KzServer&)> tell) { m_whenAdded = std::move(tell); }
+    void announce(const KzServer& server) const {
+        if (m_whenAdded) m_whenAdded(server);
+    }
     bool remove(std::string_view pathOrName);
     // Releases all modules and their servers, each module object last.
     void clear();
@@ -90,14 +99,22 @@ private:
         CKzUser_Module module;
         bool isInner = false;
         std::vector<KzServer> servers;
-        std::uint32_t records = 0;  // the length of the module's list when it was read
-        bool isStale = false;       // only the end of the changed list has been read
+        std::unordered_map<std::string, std::size_t> index;  // of the first server with that class and name
+        std::uint32_t records = 0;                           // the length of the module's list when it was read
+        bool isStale = false;                                // only the end of the changed list has been read
+
+        void add(std::vector<KzServer> more);
+    };
+    struct Match {
+        KzServer server;
+        bool isStale = false;
     };
 
     static std::vector<KzServer> describe(const Source& source, std::uint32_t from, std::uint32_t to);
     void read(Source& source) const;
     bool readEnd(Source& source, std::vector<KzServer>& added);
     void refresh() const;
+    std::optional<Match> match(const std::string& key) const;
     void readInner(const Source& outer);
 
     IKzUnknown* m_application = nullptr;
@@ -105,6 +122,7 @@ private:
     std::vector<std::shared_ptr<Source>> m_sources;
     mutable std::uint64_t m_changes = 0;
     bool m_closesLibraries = false;
+    std::function<void(const KzServer&)> m_whenAdded;
 };
 
 // The class name that the SDK gives an interface; empty when it has none.

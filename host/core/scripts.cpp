@@ -6,6 +6,7 @@
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/reasons.h"
+#include "host/core/undo_blocks.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
@@ -200,19 +201,24 @@ std::optional<KzServer> CScriptRunner::interpreterFor(const CScript& script, CKz
 KzResult CScriptRunner::run(const CHostRef<CScript>& script, std::uint32_t flags, const char* args,
                             IKzUnknown* message) {
     CKzLoc_Unknown interpreter;
-    interpreterFor(*script, interpreter);
+    const auto server = interpreterFor(*script, interpreter);
     const CKzUser_TextScriptInterpreter held(interpreter.raw());
     if (!held)
         return kzBecause(KZe_SCRIPT_UNKNOWN, "Script.Run", [&] {
             return kzThereIsNo("interpreter for", script->path(), m_modules->servers(KZa_TEXTSCRIPTINTERPRETER),
                                [](const auto& each) { return each.name; });
         });
+    const auto all = m_modules->servers(KZa_TEXTSCRIPTINTERPRETER);
+    const auto own =
+        std::find_if(all.begin(), all.end(), [&](const KzServer& each) { return each.name == server->name; });
+    script->setInterpreter(static_cast<std::uint32_t>(own - all.begin()));
     {
         const std::lock_guard lock(m_lock);
         ++m_running;
     }
     // An interpreter in Python is never given a null object.
     const auto unheard = message == nullptr ? CHostRef<CMessage>::make() : CHostRef<CMessage>();
+    const CUndoBlock blocks(m_undo.get(), UndoKind::untouched, {});  // closes what the script leaves open
     const KzResult code = held->Run(script.raw(), flags, args, message != nullptr ? message : unheard.raw());
     const std::lock_guard lock(m_lock);
     if (m_running > 0) --m_running;

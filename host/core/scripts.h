@@ -16,6 +16,7 @@ namespace kzhost {
 class CLogStore;
 class CModuleTable;
 class CPathAliases;
+class CUndoBlocks;
 struct KzServer;
 
 // A script with its text: line ends are line feeds whatever the file has.
@@ -30,6 +31,7 @@ public:
     KzResult scr_Length(std::uint32_t* bytes) override;
     KzResult scr_LineCount(std::uint32_t* count) override;
     KzResult scr_LineByIndex(std::uint32_t index, const char** line) override;
+    std::uint32_t scr_Interpreter() override { return m_interpreter; }
     KzResult scr_FilePath(const char** path) override { return scr_Hash(path); }
     KzResult scr_Flags(std::uint32_t* flags) override;
 
@@ -39,6 +41,7 @@ public:
     const std::string& path() const { return m_path; }
     std::string header() const { return m_lines.empty() ? std::string() : m_lines.front(); }
     const std::string& otherHeader() const { return m_otherHeader; }
+    void setInterpreter(std::uint32_t index) { m_interpreter = index; }
     // What it is started with, its own name first.
     void setWords(std::vector<std::string> words) { m_words = std::move(words); }
 
@@ -49,6 +52,7 @@ private:
     std::string m_otherHeader;
     std::vector<std::string> m_lines;
     std::vector<std::string> m_words;
+    std::uint32_t m_interpreter = 0xFFFFFFFF;  // none before it runs
 };
 
 // Reads a script file, or standard input where the path is "-"; empty, with a full sentence in `problem`, when it cannot be read or holds no text.
@@ -64,8 +68,9 @@ std::string kzJoinArguments(const std::vector<std::string>& arguments, std::stri
 // Runs scripts, and knows how many run inside each other now.
 class CScriptRunner {
 public:
-    CScriptRunner(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CLogStore> log)
-        : m_modules(std::move(modules)), m_log(std::move(log)) {}
+    CScriptRunner(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CLogStore> log,
+                  std::shared_ptr<CUndoBlocks> undo)
+        : m_modules(std::move(modules)), m_log(std::move(log)), m_undo(std::move(undo)) {}
 
     std::size_t depth() const;
     // The server that takes the script, and an instance of it; neither when none does.
@@ -76,6 +81,7 @@ public:
 private:
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<CLogStore> m_log;
+    std::shared_ptr<CUndoBlocks> m_undo;
     mutable std::mutex m_lock;
     std::size_t m_running = 0;
 };

@@ -45,6 +45,7 @@ IKzUnknown* CServedCommand::ownMessage(CKzUser_Message& message) const {
 
 KzResult CServedCommand::cmd_Message(IKzUnknown** message) {
     CKzUser_Message own;
+    if (std::exchange(m_isToldAll, false)) return m_run.message().give(message);
     return m_run.message()->isSilent() && ownMessage(own) != nullptr ? own.get(message) : m_run.message().give(message);
 }
 
@@ -57,7 +58,12 @@ template <class Operation> KzResult CServedCommand::told(const Operation& operat
 
 KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(rawSelf(), flags, [this, flags] { return told([&] { return m_inner.Execute(flags); }); });
+    m_isToldAll = false;
+    return m_run.execute(rawSelf(), flags, [this, flags] {
+        const KzResult code = told([&] { return m_inner.Execute(flags); });
+        m_isToldAll = true;
+        return code;
+    });
 }
 
 KzResult CServedCommand::cmd_Query(std::uint32_t index, IKzUnknown* values) {

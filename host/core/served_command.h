@@ -101,6 +101,7 @@ private:
     CKzUser_Command m_inner;
     std::string m_name;
     std::uint32_t m_tag;
+    bool m_isToldAll = false;  // the run's message has what the module's object had to say
     CCommandRun m_run;
 };
 

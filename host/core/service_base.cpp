@@ -3,7 +3,4 @@
 
 #include <array>
 
-namespace kzhost {
-
-
-}  // namespace kzhost
+namespace kzhost {}  // namespace kzhost

@@ -1,8 +1,7 @@
 // A document: the items of one scene, found by identifier, name and type.
 #include "host/document/document.h"
 
-#include "host/document/presence.h"
-#include "host/document/workspace.h"
+#include "host/document/document_event.h"
 
 #include <algorithm>
 #include <utility>
@@ -52,12 +51,55 @@ void CDocument::leave(Item& item) {
     m_names.leave(item);
     siblings(item.parent).erase(item);
     item.parent = nullptr;
-    for (const ItemType* type = &item.type; type != nullptr; type = type->super)
-        m_byType[type->number].erase(item);
+    for (const ItemType* type = &item.type; type != nullptr; type = type->super) m_byType[type->number].erase(item);
     m_items.erase(item.ident);
 }
 
+namespace {
+
+// An instance shows what its source has.
+void stampAll(Item& item, std::uint64_t stamp) {
+    item.stamp = stamp;
+    std::vector<Item*> open = item.instances;
+    while (!open.empty()) {
+        Item* instance = open.back();
+        open.pop_back();
+        instance->stamp = stamp;
+        open.insert(open.end(), instance->instances.begin(), instance->instances.end());
+    }
+}
+
+}  // namespace
+
+void CDocument::changed(const DocumentEvents& events, std::size_t first) {
+    using Kind = DocumentEvent::Kind;
+    ++m_stamp;
+    for (; first < events.size(); ++first) {
+        const DocumentEvent& event = events[first];
+        for (Item* item : {event.item.get(), event.other.get()}) {
+            if (item == nullptr) continue;
+            stampAll(*item, m_stamp);
+            if (kzIsActionItem(*item)) m_actionStamp = m_stamp;
+        }
+        switch (event.kind) {
+        case Kind::channelValue:
+        case Kind::keyAdded:
+        case Kind::keyRemoved:
+        case Kind::keyMoved:
+        case Kind::envelope:
+        case Kind::renamed:
+        case Kind::modified:
+        case Kind::currentTime:
+        case Kind::playRange:
+        case Kind::tag:
+        case Kind::flags: break;
+        default: m_structureStamp = m_stamp;
+        }
+    }
+}
+
 void CDocument::close() {
+    if (evaluation != nullptr) evaluation->clear();
     for (auto& [ident, item] : m_items) {
         item->isPresent = false;
         item->parent = nullptr;
@@ -78,25 +120,6 @@ void CDocument::close() {
     for (auto& [ident, item] : m_items) items.push_back(item);
     m_items.clear();
     m_root.reset();
-}
-
-void CDocument::Presence::operator()(Direction direction, DocumentEvents& events) {
-    CDocument& document = item->document;
-    if (isAdded(direction)) {
-        document.enter(*item, parent, position);
-        events.push_back({.kind = DocumentEvent::Kind::itemAdded, .document = &document, .item = item});
-    } else {
-        parent = item->parent;
-        position = document.siblings(parent).positionOf(*item);
-        document.m_workspace.selection().purge(*item, events);
-        document.leave(*item);
-        events.push_back({.kind = DocumentEvent::Kind::itemRemoved, .document = &document, .text = item->ident});
-    }
-}
-
-void CDocument::Presence::announce(Direction direction, DocumentEvents& events) const {
-    if (!isAdded(direction))
-        events.push_back({.kind = DocumentEvent::Kind::itemRemoving, .document = &item->document, .item = item});
 }
 
 }  // namespace kzhost

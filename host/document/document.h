@@ -15,6 +15,8 @@
 namespace kzhost {
 
 class CWorkspace;
+struct DocumentEvent;
+using DocumentEvents = std::vector<DocumentEvent>;
 
 class CDocument {
 public:
@@ -28,8 +30,15 @@ public:
     const std::string& filename() const noexcept { return m_filename; }
     bool isOpen() const noexcept { return m_root != nullptr; }
     bool isModified() const noexcept { return m_revision != m_savedRevision; }
+    // Tells states of the document apart; undoing comes back to the same one.
+    std::uint64_t revision() const noexcept { return m_revision; }
     // Counts up whenever anything changes, also by undoing.
     std::uint64_t stamp() const noexcept { return m_stamp; }
+    // The stamps of the latest change that added or removed items, links, channels or packages, and of the latest one of an
+    // action's item.
+    std::uint64_t structureStamp() const noexcept { return m_structureStamp; }
+    std::uint64_t actionStamp() const noexcept { return m_actionStamp; }
+    // What evaluates the channels.
 
     // The item of the scene itself; null once the document is closed.
     Item* root() const noexcept { return m_root.get(); }
@@ -48,7 +57,8 @@ public:
         if (const auto entry = m_byType.find(type); entry != m_byType.end()) entry->second.each(visit);
     }
 
-    std::unique_ptr<ItemAttachment> object;  // what stands for the document
+    std::unique_ptr<ItemAttachment> object;          // what stands for the document
+    std::unique_ptr<DocumentAttachment> evaluation;  // made when something is first evaluated
 
 private:
     friend class CEdit;
@@ -56,6 +66,8 @@ private:
     struct Presence;
 
     std::string newIdent(const ItemType& type);
+    // A change has told these events, from the first one on.
+    void changed(const DocumentEvents& events, std::size_t first);
     void enter(Item& item, Item* parent, std::size_t position);
     void leave(Item& item);
     COrderedItems<&Item::siblingKey>& siblings(Item* parent) { return parent != nullptr ? parent->children : m_roots; }
@@ -69,7 +81,7 @@ private:
     std::unordered_map<std::int32_t, COrderedItems<&Item::serial>> m_byType;
     CNameIndex m_names;
     std::int64_t m_lastSerial = 0;
-    std::uint64_t m_revision = 0, m_savedRevision = 0, m_stamp = 0;
+    std::uint64_t m_revision = 0, m_savedRevision = 0, m_stamp = 0, m_structureStamp = 0, m_actionStamp = 0;
 };
 
 }  // namespace kzhost

@@ -26,21 +26,28 @@ struct DocumentEvent {
         channelValue,  // text: the channel
         linkAdded,     // text: the graph; item and other: its ends
         linkRemoved,
-        linkMoved,  // first: the position
+        linkMoved,         // first: the position
         channelLinkAdded,  // item and other: its ends; first and second: their channels
         channelLinkRemoved,
         filename,
-        modified,  // first: nonzero while there are unsaved changes
+        modified,      // first: nonzero while there are unsaved changes
         packageAdded,  // text: the package
         packageRemoved,
-        geometry,  // of the item
-        history,   // a step was added, undone, redone or removed
+        geometry,    // of the item
+        batchBegin,  // many events of the document follow
+        batchEnd,
+        history,           // a step was added, undone, redone or removed
         groupMembers,      // of the item: channels joined or left
         selectionCurrent,  // first: the type, as for the others
         selectionAdded,    // second: the subtype
         selectionRemoved,  // second: the subtype
         selectionCleared,
-        selectionTime,  // number: seconds
+        keyAdded,     // text: the channel; time
+        keyRemoved,   // as above
+        keyMoved,     // text: the channel; oldTime and time
+        envelope,     // text: the channel, several of whose keys have changed
+        currentTime,  // time
+        playRange,    // oldTime and time: its start and end
     };
     Kind kind;
     CDocument* document = nullptr;
@@ -48,7 +55,7 @@ struct DocumentEvent {
     ItemRef other = {};
     std::string text = {};
     std::int64_t first = 0, second = 0;
-    double number = 0;
+    double time = 0, oldTime = 0;  // seconds
 };
 
 using DocumentEvents = std::vector<DocumentEvent>;

@@ -2,6 +2,7 @@
 #include "host/document/duplicate.h"
 
 #include "host/core/reasons.h"
+#include "host/document/animation.h"
 #include "host/document/graphs.h"
 
 #include "kz/result.h"
@@ -35,7 +36,7 @@ std::string identFor(const Item& source, CDocument& target, bool keepsIdent) {
     return source.ident;
 }
 
-// An instance has what its source has, until something is set on it.
+// An instance has what its source has, until something is set on it. Its copy is one, too, in the same document.
 Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) {
     const bool isInstance = (flags & KZfITEMCOPY_INSTANCE) != 0;
     Item& copy = edit.add(target, source.type, identFor(source, target, (flags & KZfITEMCOPY_KEEPIDENT) != 0));
@@ -43,20 +44,19 @@ Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) 
     if (source.flags != copy.flags) edit.setFlags(copy, source.flags);
     for (const auto& [code, text] : source.tags) edit.setTag(copy, code, text);
     for (const auto& channel : source.userChannels) edit.addChannel(copy, *channel);
-    if (isInstance) {
-        edit.setSource(copy, &source);
-        return copy;
-    }
-    for (const Item* layer = &source; layer != nullptr; layer = layer->source)
+    Item* shown = isInstance ? &source : &source.document == &target ? source.source : nullptr;
+    if (shown != nullptr) edit.setSource(copy, shown);
+    if (isInstance) return copy;
+    for (const Item* layer = &source; layer != shown; layer = layer->source)
         for (auto [channel, state] : layer->values) {
-            const std::int32_t index = copy.findChannel(channel->name);
-            const ChannelInfo* own = index >= 0 ? copy.channelAt(static_cast<std::size_t>(index)) : nullptr;
-            if (own == nullptr || copy.values.contains(own)) continue;
+            const ChannelInfo* own = copy.channel(channel->name);
+            if (own == nullptr || own->type != channel->type || copy.values.contains(own)) continue;
             if ((flags & KZfITEMCOPY_ANIMATION) == 0)
                 std::erase_if(state.actions, [](const ActionValue& each) { return each.curve != nullptr; });
             if (!state.empty()) edit.setChannel(copy, *own, std::move(state));
         }
-    if (const auto& geometry = source.shapeOwner().geometry) copy.geometry = geometry->copy();
+    if (const auto& geometry = source.shapeOwner().geometry; geometry != nullptr && shown == nullptr)
+        copy.geometry = geometry->copy();
     return copy;
 }
 
@@ -93,6 +93,26 @@ void copyReferences(Item& copy, const std::unordered_map<std::string_view, Item*
     for (auto& [channel, ident] : changes) edit.setValue(copy, *channel, KzCell(std::move(ident)));
 }
 
+// Actions that are copied, too, are named by their copies. Those of another document that are not are left out.
+void copyActions(const Item& original, Item& copy, const Copies& copies, CEdit& edit) {
+    std::vector<std::pair<const ChannelInfo*, ChannelState>> changes;
+    for (const auto& [channel, state] : copy.values) {
+        ChannelState changed = state;
+        bool isChanged = false;
+        for (auto each = changed.actions.begin(); each != changed.actions.end();) {
+            const Item* action = kzIsSceneAction(each->action) ? nullptr : original.document.byIdent(each->action);
+            const Item* copied = action != nullptr ? find(copies, action) : nullptr;
+            const bool isLost = copied == nullptr && &original.document != &copy.document;
+            isChanged = isChanged || copied != nullptr || (isLost && !kzIsSceneAction(each->action));
+            if (copied != nullptr) each->action = copied->ident;
+            if (isLost && !kzIsSceneAction(each->action)) each = changed.actions.erase(each);
+            else ++each;
+        }
+        if (isChanged) changes.emplace_back(channel, std::move(changed));
+    }
+    for (auto& [channel, state] : changes) edit.setChannel(copy, *channel, std::move(state));
+}
+
 void joinGroups(const Item& original, Item& copy, const Copies& copies, CEdit& edit) {
     if (&original.document != &copy.document) return;
     const std::vector<Item*> groups = kzLinksOf(original, KZsGRAPH_GROUPS).reverse;
@@ -105,6 +125,7 @@ void finish(const std::vector<std::pair<Item*, Item*>>& pairs, const Copies& cop
     for (const auto& [original, copy] : pairs) byIdent.emplace(original->ident, copy);
     for (const auto& [original, copy] : pairs) {
         copyReferences(*copy, byIdent, edit);
+        copyActions(*original, *copy, copies, edit);
         if ((flags & KZfITEMCOPY_LINKS) != 0) copyLinks(*original, *copy, copies, edit);
         if ((flags & KZfITEMCOPY_GROUPS) != 0) joinGroups(*original, *copy, copies, edit);
     }
@@ -116,7 +137,6 @@ Item& kzDuplicate(Item& source, bool deep, CEdit& edit) {
     constexpr std::uint32_t flags = KZfITEMCOPY_LINKS | KZfITEMCOPY_ANIMATION;
     const std::uint32_t below = deep ? KZfITEMCOPY_CHILDREN : 0;
     Item& top = *kzDuplicateAll({&source}, source.document, flags | below, edit).front();
-    if (source.source != nullptr) edit.setSource(top, source.source);
     edit.place(top, source.parent, source.document.siblingsOf(source).positionOf(source) + 1);
     return top;
 }

@@ -3,6 +3,7 @@
 
 #include "host/document/presence.h"
 
+#include "kz/action.h"
 #include "kz/scene_graph.h"
 
 #include <algorithm>
@@ -24,7 +25,8 @@ std::size_t indexIn(const std::vector<Item*>& list, const Item* item) {
 
 }  // namespace
 
-CEdit::CEdit(CWorkspace& workspace) : m_hold(workspace), m_workspace(workspace), m_firstEvent(workspace.m_events.size()) {
+CEdit::CEdit(CWorkspace& workspace)
+    : m_hold(workspace), m_workspace(workspace), m_firstEvent(workspace.m_events.size()) {
     workspace.refuseWhileMoving();
     workspace.keepGeometry();
 }
@@ -33,17 +35,16 @@ CEdit::~CEdit() {
     if (m_changes.empty()) return;
     DocumentEvents none;
     while (!m_changes.empty()) {
-        if (CDocument* document = m_changes.back()->document()) ++document->m_stamp;
-        m_changes.back()->apply(Direction::reverse, none);
+        m_workspace.apply(*m_changes.back(), Direction::reverse, none);
         m_changes.pop_back();
     }
     m_workspace.m_events.resize(std::min(m_firstEvent, m_workspace.m_events.size()));
 }
 
 void CEdit::run(std::unique_ptr<CChange> change) {
-    m_changes.reserve(m_changes.size() + 1);
-    if (CDocument* document = change->document()) ++document->m_stamp;
-    change->apply(Direction::forward, m_workspace.m_events);
+    // Room beforehand, so that nothing can fail once the change is made; twice as much, as an edit may be long.
+    if (m_changes.size() == m_changes.capacity()) m_changes.reserve(2 * m_changes.size() + 8);
+    m_workspace.apply(*change, Direction::forward, m_workspace.m_events);
     m_changes.push_back(std::move(change));
 }
 
@@ -64,6 +65,12 @@ void CEdit::commit() {
                 events.push_back({.kind = Kind::modified, .document = document, .first = document->isModified()});
         });
     m_workspace.keep(std::exchange(m_changes, {}));
+}
+
+void CEdit::commitLoaded(CDocument& document) {
+    m_changes.clear();
+    m_workspace.m_events.resize(std::min(m_firstEvent, m_workspace.m_events.size()));
+    document.m_savedRevision = document.m_revision;
 }
 
 Item& CEdit::add(CDocument& document, const ItemType& type, std::string ident) {
@@ -101,11 +108,16 @@ void CEdit::remove(Item& item) {
 void CEdit::detach(Item& instance) {
     Item& source = *instance.source;
     for (const auto& [channel, state] : source.values) {
-        const std::int32_t index = instance.findChannel(channel->name);
-        const ChannelInfo* own = index >= 0 ? instance.channelAt(static_cast<std::size_t>(index)) : nullptr;
-        if (own != nullptr && !instance.values.contains(own)) setChannel(instance, *own, state);
+        const ChannelInfo* own = instance.channel(channel->name);
+        if (own != nullptr && own->type == channel->type && !instance.values.contains(own))
+            setChannel(instance, *own, state);
     }
-    if (source.geometry != nullptr) instance.geometry = source.geometry->copy();
+    if (source.geometry != nullptr)
+        make(&instance.document, [instance = instance.shared_from_this(),
+                                  geometry = source.geometry->copy()](Direction, DocumentEvents& events) mutable {
+            std::swap(instance->geometry, geometry);
+            events.push_back({.kind = Kind::geometry, .document = &instance->document, .item = instance});
+        });
     setSource(instance, source.source);
 }
 
@@ -123,7 +135,8 @@ void CEdit::removeOne(Item& item) {
     while (!item.instances.empty()) detach(*item.instances.back());
     if (item.source != nullptr) setSource(item, nullptr);
     CDocument& document = item.document;
-    make(&document, CDocument::Presence{item.shared_from_this(), item.parent, document.siblingsOf(item).positionOf(item), false});
+    make(&document,
+         CDocument::Presence{item.shared_from_this(), item.parent, document.siblingsOf(item).positionOf(item), false});
 }
 
 void CEdit::place(Item& item, Item* parent, std::size_t position) {
@@ -138,7 +151,9 @@ void CEdit::place(Item& item, Item* parent, std::size_t position) {
         newSiblings.insert(std::min(position, newSiblings.size()), *item);
         const auto newPosition = static_cast<std::int64_t>(newSiblings.positionOf(*item));
         if (oldParent != parent)
-            events.push_back({.kind = Kind::parented, .document = &document, .item = item,
+            events.push_back({.kind = Kind::parented,
+                              .document = &document,
+                              .item = item,
                               .other = oldParent != nullptr ? oldParent->shared_from_this() : nullptr});
         else events.push_back({.kind = Kind::moved, .document = &document, .item = item, .first = newPosition});
         parent = oldParent;
@@ -146,55 +161,79 @@ void CEdit::place(Item& item, Item* parent, std::size_t position) {
     });
 }
 
-void CEdit::rename(Item& item, std::string name) {
-    make(&item.document, [item = item.shared_from_this(), name = std::move(name), number = std::uint32_t{0}](
-                             Direction, DocumentEvents& events) mutable {
-        CNameIndex& names = item->document.m_names;
-        names.leave(*item);
-        std::swap(item->name, name);
-        names.enter(*item, std::exchange(number, item->number));
-        events.push_back({.kind = Kind::renamed, .document = &item->document, .item = item, .text = name});
-    });
+void CEdit::rename(Item& item, std::string name, std::uint32_t number) {
+    make(&item.document,
+         [item = item.shared_from_this(), name = std::move(name), number](Direction, DocumentEvents& events) mutable {
+             CNameIndex& names = item->document.m_names;
+             names.leave(*item);
+             std::swap(item->name, name);
+             names.enter(*item, std::exchange(number, item->number));
+             events.push_back({.kind = Kind::renamed, .document = &item->document, .item = item, .text = name});
+         });
 }
 
 void CEdit::setTag(Item& item, std::uint32_t code, std::optional<std::string> text) {
-    make(&item.document, [item = item.shared_from_this(), code, text = std::move(text)](Direction, DocumentEvents& events) mutable {
-        std::optional<std::string> before;
-        if (const auto tag = item->tags.find(code); tag != item->tags.end()) before = std::move(tag->second);
-        if (text) item->tags[code] = std::move(*text);
-        else item->tags.erase(code);
-        text = std::move(before);
-        events.push_back({.kind = Kind::tag, .document = &item->document, .item = item, .first = code});
-    });
+    make(&item.document,
+         [item = item.shared_from_this(), code, text = std::move(text)](Direction, DocumentEvents& events) mutable {
+             std::optional<std::string> before;
+             if (const auto tag = item->tags.find(code); tag != item->tags.end()) before = std::move(tag->second);
+             if (text) item->tags[code] = std::move(*text);
+             else item->tags.erase(code);
+             text = std::move(before);
+             events.push_back({.kind = Kind::tag, .document = &item->document, .item = item, .first = code});
+         });
 }
 
 void CEdit::setFlags(Item& item, std::uint32_t flags) {
     make(&item.document, [item = item.shared_from_this(), flags](Direction, DocumentEvents& events) mutable {
         std::swap(item->flags, flags);
-        events.push_back({.kind = Kind::flags, .document = &item->document, .item = item, .first = item->flags ^ flags});
+        events.push_back(
+            {.kind = Kind::flags, .document = &item->document, .item = item, .first = item->flags ^ flags});
     });
 }
 
 void CEdit::setSource(Item& item, Item* source) {
-    make(&item.document, [item = item.shared_from_this(), source, index = last](Direction, DocumentEvents& events) mutable {
-        Item* before = item->source;
-        std::size_t oldIndex = last;
-        if (before != nullptr) {
-            oldIndex = indexIn(before->instances, item.get());
-            std::erase(before->instances, item.get());
-        }
-        if (source != nullptr) insertAt(source->instances, index, item.get());
-        item->source = source;
-        events.push_back({.kind = Kind::source, .document = &item->document, .item = item,
-                          .other = source != nullptr ? source->shared_from_this() : nullptr});
-        source = before;
-        index = oldIndex;
-    });
+    make(&item.document,
+         [item = item.shared_from_this(), source, index = last](Direction, DocumentEvents& events) mutable {
+             Item* before = item->source;
+             std::size_t oldIndex = last;
+             if (before != nullptr) {
+                 oldIndex = indexIn(before->instances, item.get());
+                 std::erase(before->instances, item.get());
+             }
+             if (source != nullptr) insertAt(source->instances, index, item.get());
+             item->source = source;
+             events.push_back({.kind = Kind::source,
+                               .document = &item->document,
+                               .item = item,
+                               .other = source != nullptr ? source->shared_from_this() : nullptr});
+             source = before;
+             index = oldIndex;
+         });
 }
 
+namespace {
+
+// The time of a scene is in channels of its root item.
+void tellTime(const Item& root, const ChannelInfo& channel, DocumentEvents& events) {
+    const auto number = [&](const char* name) {
+        return kzNumberOf(root.valueOf(*root.type.channel(name))).value_or(0);
+    };
+    if (channel.name == KZsICHAN_SCENETIME_CURRENT)
+        events.push_back(
+            {.kind = Kind::currentTime, .document = &root.document, .time = number(KZsICHAN_SCENETIME_CURRENT)});
+    if (channel.name == KZsICHAN_SCENETIME_CURRENTSTART || channel.name == KZsICHAN_SCENETIME_CURRENTEND)
+        events.push_back({.kind = Kind::playRange,
+                          .document = &root.document,
+                          .time = number(KZsICHAN_SCENETIME_CURRENTEND),
+                          .oldTime = number(KZsICHAN_SCENETIME_CURRENTSTART)});
+}
+
+}  // namespace
+
 void CEdit::setChannel(Item& item, const ChannelInfo& channel, ChannelState state) {
-    make(&item.document, [item = item.shared_from_this(), channel = &channel, state = std::move(state)](
-                             Direction, DocumentEvents& events) mutable {
+    make(&item.document, [item = item.shared_from_this(), channel = &channel,
+                          state = std::move(state)](Direction, DocumentEvents& events) mutable {
         const auto entry = item->values.find(channel);
         ChannelState before;
         if (entry != item->values.end()) before = std::move(entry->second);
@@ -202,13 +241,16 @@ void CEdit::setChannel(Item& item, const ChannelInfo& channel, ChannelState stat
         else if (entry != item->values.end()) entry->second = std::move(state);
         else item->values.emplace(channel, std::move(state));
         state = std::move(before);
-        events.push_back({.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+        events.push_back(
+            {.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+        if (item->type.number == KZiITYPE_ROOT) tellTime(*item, *channel, events);
     });
 }
 
 void CEdit::setValue(Item& item, const ChannelInfo& channel, std::optional<KzCell> value) {
     ChannelState state;
-    if (const auto entry = item.values.find(&channel); entry != item.values.end()) state.actions = entry->second.actions;
+    if (const auto entry = item.values.find(&channel); entry != item.values.end())
+        state.actions = entry->second.actions;
     state.value = std::move(value);
     setChannel(item, channel, std::move(state));
 }
@@ -228,8 +270,10 @@ struct ChannelPresence {
         const auto place = channels.begin() + static_cast<std::ptrdiff_t>(index);
         if (isAdded) channels.insert(place, channel);
         else channels.erase(place);
-        events.push_back({.kind = isAdded ? Kind::channelAdded : Kind::channelRemoved, .document = &item->document,
-                          .item = item, .text = channel->name});
+        events.push_back({.kind = isAdded ? Kind::channelAdded : Kind::channelRemoved,
+                          .document = &item->document,
+                          .item = item,
+                          .text = channel->name});
     }
 };
 
@@ -242,7 +286,9 @@ const ChannelInfo& CEdit::addChannel(Item& item, ChannelInfo channel) {
 }
 
 void CEdit::removeChannel(Item& item, const ChannelInfo& channel) {
-    const auto isOf = [&](const auto& link) { return link->sourceChannel == &channel || link->targetChannel == &channel; };
+    const auto isOf = [&](const auto& link) {
+        return link->sourceChannel == &channel || link->targetChannel == &channel;
+    };
     for (auto* links : {&item.inputs, &item.outputs})
         for (auto link = links->begin(); (link = std::find_if(links->begin(), links->end(), isOf)) != links->end();)
             unlinkChannels(**link);
@@ -260,159 +306,9 @@ void CEdit::describeChannel(Item& item, const ChannelInfo& channel, ChannelInfo 
     make(&item.document, [item = item.shared_from_this(), channel = item.userChannels[index],
                           description = std::move(description)](Direction, DocumentEvents& events) mutable {
         std::swap(*channel, description);
-        events.push_back({.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+        events.push_back(
+            {.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
     });
-}
-
-namespace {
-
-// A link of a graph of items, with its place among the links of either end.
-struct LinkPresence {
-    std::string graph;
-    ItemRef source, target;
-    std::size_t sourceIndex, targetIndex;
-    bool adds;
-
-    void operator()(Direction direction, DocumentEvents& events) {
-        const bool isAdded = adds == (direction == Direction::forward);
-        auto& forward = source->links[graph].forward;
-        auto& reverse = target->links[graph].reverse;
-        if (isAdded) {
-            insertAt(forward, sourceIndex, target.get());
-            insertAt(reverse, targetIndex, source.get());
-        } else {
-            sourceIndex = indexIn(forward, target.get());
-            targetIndex = indexIn(reverse, source.get());
-            forward.erase(forward.begin() + static_cast<std::ptrdiff_t>(sourceIndex));
-            reverse.erase(reverse.begin() + static_cast<std::ptrdiff_t>(targetIndex));
-        }
-        for (Item* end : {source.get(), target.get()}) {
-            const auto links = end->links.find(graph);
-            if (links != end->links.end() && links->second.forward.empty() && links->second.reverse.empty())
-                end->links.erase(links);
-        }
-        events.push_back({.kind = isAdded ? Kind::linkAdded : Kind::linkRemoved, .document = &source->document,
-                          .item = source, .other = target, .text = graph});
-    }
-};
-
-}  // namespace
-
-void CEdit::link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex) {
-    make(&source.document, LinkPresence{std::move(graph), source.shared_from_this(), target.shared_from_this(), sourceIndex,
-                                        targetIndex, true});
-}
-
-void CEdit::unlink(const std::string& graph, Item& source, Item& target) {
-    m_workspace.m_selection.dropLink(source, target, graph, *this);
-    make(&source.document, LinkPresence{graph, source.shared_from_this(), target.shared_from_this(), 0, 0, false});
-}
-
-void CEdit::unlinkAll(const std::string& graph, Item& item) {
-    const auto links = [&]() -> const ItemLinks* {
-        const auto entry = item.links.find(graph);
-        return entry != item.links.end() ? &entry->second : nullptr;
-    };
-    while (links() != nullptr && !links()->forward.empty()) unlink(graph, item, *links()->forward.back());
-    while (links() != nullptr && !links()->reverse.empty()) unlink(graph, *links()->reverse.back(), item);
-}
-
-namespace {
-
-struct ChannelLinkPresence {
-    std::shared_ptr<ChannelLink> link;
-    ItemRef source, target;
-    std::size_t outputIndex, inputIndex;
-    bool adds;
-
-    using Links = std::vector<std::shared_ptr<ChannelLink>>;
-    static void insert(Links& links, std::size_t index, const std::shared_ptr<ChannelLink>& link) {
-        links.insert(links.begin() + static_cast<std::ptrdiff_t>(std::min(index, links.size())), link);
-    }
-    static std::size_t erase(Links& links, const std::shared_ptr<ChannelLink>& link) {
-        const auto place = std::find(links.begin(), links.end(), link);
-        const auto index = static_cast<std::size_t>(place - links.begin());
-        if (place != links.end()) links.erase(place);
-        return index;
-    }
-    void operator()(Direction direction, DocumentEvents& events) {
-        const bool isAdded = adds == (direction == Direction::forward);
-        if (isAdded) {
-            insert(source->outputs, outputIndex, link);
-            insert(target->inputs, inputIndex, link);
-        } else {
-            outputIndex = erase(source->outputs, link);
-            inputIndex = erase(target->inputs, link);
-        }
-        events.push_back({.kind = isAdded ? Kind::channelLinkAdded : Kind::channelLinkRemoved,
-                          .document = &source->document, .item = source, .other = target, .text = KZsGRAPH_CHANLINKS,
-                          .first = source->indexOf(*link->sourceChannel), .second = target->indexOf(*link->targetChannel)});
-    }
-};
-
-}  // namespace
-
-void CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel) {
-    auto link = std::make_shared<ChannelLink>(ChannelLink{&source, &sourceChannel, &target, &targetChannel, {}});
-    make(&source.document,
-         ChannelLinkPresence{std::move(link), source.shared_from_this(), target.shared_from_this(), last, last, true});
-}
-
-void CEdit::unlinkChannels(ChannelLink& link) {
-    m_workspace.m_selection.dropLink(*link.source, *link.target, kzLinkText(link), *this);
-    const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
-                                    [&](const auto& each) { return each.get() == &link; });
-    make(&link.source->document, ChannelLinkPresence{*owned, link.source->shared_from_this(),
-                                                     link.target->shared_from_this(), 0, 0, false});
-}
-
-void CEdit::setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value) {
-    const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
-                                    [&](const auto& each) { return each.get() == &link; });
-    make(&link.source->document, [link = *owned, source = link.source->shared_from_this(), name, value = std::move(value)](
-                                     Direction, DocumentEvents& /*events*/) mutable {
-        std::optional<std::string> before;
-        if (const auto entry = link->attributes.find(name); entry != link->attributes.end())
-            before = std::move(entry->second);
-        if (value) link->attributes[name] = std::move(*value);
-        else link->attributes.erase(name);
-        value = std::move(before);
-    });
-}
-
-namespace {
-
-// A channel's membership, with its place in the group.
-struct MemberPresence {
-    ItemRef group, item;
-    const ChannelInfo* channel;
-    std::size_t index;
-    bool adds;
-
-    void operator()(Direction direction, DocumentEvents& events) {
-        const ChannelMember member{item.get(), channel};
-        auto& members = group->channelMembers;
-        if (adds == (direction == Direction::forward)) {
-            members.insert(members.begin() + static_cast<std::ptrdiff_t>(std::min(index, members.size())), member);
-            item->channelGroups.push_back({group.get(), channel});
-        } else {
-            const auto place = std::find(members.begin(), members.end(), member);
-            index = static_cast<std::size_t>(place - members.begin());
-            members.erase(place);
-            std::erase(item->channelGroups, ChannelMember{group.get(), channel});
-        }
-        events.push_back({.kind = Kind::groupMembers, .document = &group->document, .item = group});
-    }
-};
-
-}  // namespace
-
-void CEdit::addMember(Item& group, Item& item, const ChannelInfo& channel) {
-    make(&group.document, MemberPresence{group.shared_from_this(), item.shared_from_this(), &channel, last, true});
-}
-
-void CEdit::removeMember(Item& group, Item& item, const ChannelInfo& channel) {
-    make(&group.document, MemberPresence{group.shared_from_this(), item.shared_from_this(), &channel, 0, false});
 }
 
 void CEdit::setFilename(CDocument& document, std::string path) {

@@ -12,15 +12,16 @@
 
 namespace kzhost {
 
-class CEdit {
+class CEdit final : public CChanges {
 public:
     // Throws NOTREADY while steps are undone or redone.
     explicit CEdit(CWorkspace& workspace);
-    CEdit(const CEdit&) = delete;
-    CEdit& operator=(const CEdit&) = delete;
     ~CEdit();
     // Records what was done.
     void commit();
+    // Ends the making of a document: what was done to it is no step of the history, has nobody to hear of it, and leaves
+    // nothing to be saved.
+    void commitLoaded(CDocument& document);
 
     // A new item, as the last root. Without an identifier it gets a new one.
     Item& add(CDocument& document, const ItemType& type, std::string ident = {});
@@ -28,7 +29,8 @@ public:
     void remove(Item& item);
     // Null makes it a root. Past the end, it becomes the last.
     void place(Item& item, Item* parent, std::size_t position);
-    void rename(Item& item, std::string name);
+    // The number tells the item from others of its name, if it is free; 0 takes the first that is.
+    void rename(Item& item, std::string name, std::uint32_t number = 0);
     // Without a text, the tag goes.
     void setTag(Item& item, std::uint32_t code, std::optional<std::string> text);
     void setFlags(Item& item, std::uint32_t flags);
@@ -44,9 +46,13 @@ public:
     // Positions are among the links of each end; past the end, the link becomes the last.
     static constexpr std::size_t last = SIZE_MAX;
     void link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex);
+    // To those places among the other links.
+    void moveLink(const std::string& graph, Item& source, std::size_t sourceIndex, Item& target,
+                  std::size_t targetIndex);
     void unlink(const std::string& graph, Item& source, Item& target);
     void unlinkAll(const std::string& graph, Item& item);
-    void linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel);
+    ChannelLink& linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
+                              const ChannelInfo& targetChannel, std::size_t targetIndex = last);
     void unlinkChannels(ChannelLink& link);
     // A channel joins or leaves a group.
     void addMember(Item& group, Item& item, const ChannelInfo& channel);
@@ -54,13 +60,10 @@ public:
     void setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value);
 
     void setFilename(CDocument& document, std::string path);
-    // A change of another kind. `exchange(direction, events)` is called at once.
-    template <class Exchange> void make(CDocument* document, Exchange exchange);
-    // A change that is told, but not recorded: it stays when the edit goes without a commit.
-    template <class Exchange> void apply(Exchange exchange) { exchange(Direction::forward, m_workspace.m_events); }
 
 private:
-    void run(std::unique_ptr<CChange> change);
+    void run(std::unique_ptr<CChange> change) override;
+    DocumentEvents& events() override { return m_workspace.m_events; }
     void removeOne(Item& item);
     void detach(Item& instance);
 
@@ -69,10 +72,6 @@ private:
     ChangeList m_changes;
     std::size_t m_firstEvent;
 };
-
-template <class Exchange> void CEdit::make(CDocument* document, Exchange exchange) {
-    run(std::make_unique<CExchange<Exchange>>(document, std::move(exchange)));
-}
 
 // What listeners must hear before an item is removed. The lock must be held.
 DocumentEvents kzRemoving(Item& item);

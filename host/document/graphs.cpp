@@ -38,7 +38,8 @@ constexpr std::array<GraphInfo, 15> theGraphs{{
 std::span<const GraphInfo> kzGraphs() noexcept { return theGraphs; }
 
 const GraphInfo* kzFindGraph(std::string_view name) noexcept {
-    const auto match = std::find_if(theGraphs.begin(), theGraphs.end(), [&](const auto& graph) { return name == graph.name; });
+    const auto match =
+        std::find_if(theGraphs.begin(), theGraphs.end(), [&](const auto& graph) { return name == graph.name; });
     return match != theGraphs.end() ? &*match : nullptr;
 }
 
@@ -112,7 +113,8 @@ bool kzWouldClose(Item& source, Item& target, const GraphInfo& graph) {
     return false;
 }
 
-bool kzChannelsWouldClose(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel) {
+bool kzChannelsWouldClose(Item& source, const ChannelInfo& sourceChannel, Item& target,
+                          const ChannelInfo& targetChannel) {
     using End = std::pair<const Item*, const ChannelInfo*>;
     const End wanted{&source, &sourceChannel};
     std::vector<End> open{{&target, &targetChannel}};

@@ -29,6 +29,7 @@ std::vector<Item*> kzNextIn(const Item& item, const GraphInfo& graph, bool forwa
 std::vector<Item*> kzReach(Item& start, const GraphInfo& graph, bool forward);
 // True if a link from one to the other would close a loop.
 bool kzWouldClose(Item& source, Item& target, const GraphInfo& graph);
-bool kzChannelsWouldClose(Item& source, const ChannelInfo& sourceChannel, Item& target, const ChannelInfo& targetChannel);
+bool kzChannelsWouldClose(Item& source, const ChannelInfo& sourceChannel, Item& target,
+                          const ChannelInfo& targetChannel);
 
 }  // namespace kzhost

@@ -14,10 +14,8 @@
 
 namespace kzhost {
 
-class CChange;
 class CDocument;
-struct SelectionPacket;
-struct EnvelopeData;
+class EnvelopeData;
 struct Item;
 using ItemRef = std::shared_ptr<Item>;
 
@@ -38,17 +36,12 @@ struct ChannelState {
 
 // Whatever the floors above keep with an item: the object that stands for it, or its geometry.
 struct ItemAttachment {
-    ItemAttachment();
+    ItemAttachment() = default;
     ItemAttachment(const ItemAttachment&) = delete;
     ItemAttachment& operator=(const ItemAttachment&) = delete;
-    virtual ~ItemAttachment();
+    virtual ~ItemAttachment() = default;
     // For the copy of an item; null for what is not copied.
     virtual std::shared_ptr<ItemAttachment> copy() const { return nullptr; }
-    // What has changed since the last time, as one change that has been made; null if nothing has.
-    virtual std::unique_ptr<CChange> takeChange(const ItemRef& item);
-    // Of a mesh: whether it has the element for which the packet stands, and the mark that shows it as selected.
-    virtual bool hasElement(const SelectionPacket& packet);
-    virtual void markElement(const SelectionPacket& packet, bool isSelected);
 };
 
 // A link from one item to another in a graph of items. Each end keeps its links in order.
@@ -77,6 +70,15 @@ struct ChannelMember {
     bool operator==(const ChannelMember&) const = default;
 };
 
+// Whatever the floors above keep with a document, until it is closed.
+struct DocumentAttachment {
+    DocumentAttachment() = default;
+    DocumentAttachment(const DocumentAttachment&) = delete;
+    DocumentAttachment& operator=(const DocumentAttachment&) = delete;
+    virtual ~DocumentAttachment() = default;
+    virtual void clear() = 0;
+};
+
 struct Item : std::enable_shared_from_this<Item> {
     Item(CDocument& document, const ItemType& type, std::string ident, std::int64_t serial)
         : document(document), type(type), ident(std::move(ident)), serial(serial) {}
@@ -86,9 +88,10 @@ struct Item : std::enable_shared_from_this<Item> {
     const std::string ident;
     std::int64_t serial;  // the order of creation
     bool isPresent = false;
+    std::uint64_t stamp = 0;  // that of the document when anything about the item last changed
 
-    std::string name;        // given by the user; empty without one
-    std::string uniqueName;  // as shown
+    std::string name;          // given by the user; empty without one
+    std::string uniqueName;    // as shown
     std::uint32_t number = 0;  // tells items of one name apart; 1 is not shown
 
     std::int64_t siblingKey = 0;
@@ -115,8 +118,11 @@ struct Item : std::enable_shared_from_this<Item> {
     const ChannelInfo* channelAt(std::size_t index) const;
     // -1 if there is none.
     std::int32_t findChannel(std::string_view name) const;
+    const ChannelInfo* channel(std::string_view name) const;  // null if there is none
     std::int32_t indexOf(const ChannelInfo& channel) const;
     bool owns(const ChannelInfo& channel) const { return indexOf(channel) >= 0; }
+    // What is stored for a channel, null if nothing is. Of an instance that has nothing itself, that of its source.
+    const ChannelState* stateOf(const ChannelInfo& channel) const;
     // The value without time.
     const KzCell& valueOf(const ChannelInfo& channel) const;
     // The name, or else what the type is called.
@@ -125,5 +131,8 @@ struct Item : std::enable_shared_from_this<Item> {
     // The item that has the geometry: the source of an instance, else the item itself.
     Item& shapeOwner();
 };
+
+// Whether the item is an action: a clip or a pose.
+bool kzIsActionItem(const Item& item);
 
 }  // namespace kzhost

@@ -50,7 +50,16 @@ const char* ItemType::tag(std::string_view tag) const {
     return entry != m_declaration.tags.end() ? entry->second.c_str() : nullptr;
 }
 
-CItemTypeTable::CItemTypeTable() { rows::addTypes(*this); }
+CItemTypeTable::CItemTypeTable() {
+    rows::eachType([this](rows::TypeDescription type) {
+        add({std::move(type.name), std::move(type.base), std::move(type.channels), std::move(type.tags)});
+    });
+    m_ownCount = m_types.size();
+}
+
+bool CItemTypeTable::isOwn(const ItemType& type) const {
+    return type.number >= 1 && static_cast<std::size_t>(type.number) <= m_ownCount;
+}
 
 const ItemType& CItemTypeTable::add(ItemTypeDeclaration declaration) {
     const std::lock_guard lock(m_mutex);

@@ -56,6 +56,7 @@ public:
     bool isA(std::int32_t other) const;
     // The text of a server tag, such as s_ITEMTAG_PREFIX; null if the type has none of that name.
     const char* tag(std::string_view tag) const;
+    const ItemTypeDeclaration& declaration() const noexcept { return m_declaration; }
 };
 
 // All types of items. A type that is in the table stays, at its address.
@@ -70,6 +71,8 @@ public:
     const ItemType* find(std::int32_t number) const;
     const ItemType* find(std::string_view name) const;
     std::size_t size() const;
+    // Whether it is one of the host's own types, which every host has.
+    bool isOwn(const ItemType& type) const;
     // Those that are there now, in the order of their numbers, which count from 1.
     auto all() const {
         return std::views::iota(std::size_t{1}, size() + 1) |
@@ -81,6 +84,7 @@ private:
     mutable std::shared_mutex m_mutex;
     std::vector<std::unique_ptr<const ItemType>> m_types;
     std::unordered_map<std::string_view, const ItemType*> m_byName;
+    std::size_t m_ownCount = 0;
 };
 
 // The table that all scenes of the process share, and its parts.

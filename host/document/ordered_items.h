@@ -14,7 +14,7 @@ struct Item;
 
 // The order of siblings. Each item has a key, of which there are gaps, so that an item goes between two others without
 // moving them; once a gap is used up, all keys are given out anew. `key` is the member of the item that holds it.
-template <std::int64_t Item::* key> class COrderedItems {
+template <std::int64_t Item::*key> class COrderedItems {
 public:
     std::size_t size() const noexcept { return m_tree.size(); }
     bool empty() const noexcept { return m_tree.empty(); }
@@ -27,7 +27,9 @@ public:
         for (;;) {
             const std::int64_t before = position == 0 ? low : keyAt(position - 1, low);
             const std::int64_t after = keyAt(position, high);
-            const std::int64_t middle = after == high ? before + gap : before == low ? after - gap : between(before, after);
+            const std::int64_t middle = after == high   ? before + gap
+                                        : before == low ? after - gap
+                                                        : between(before, after);
             if (middle > before && middle < after) {
                 item.*key = middle;
                 m_tree.insert({middle, &item});

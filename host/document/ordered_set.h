@@ -5,6 +5,7 @@
 #include <ext/pb_ds/assoc_container.hpp>
 #include <ext/pb_ds/tree_policy.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -52,6 +53,12 @@ public:
         for (const auto& [key, value] : m_order)
             if (!test(value)) kept.add(value, key);
         swap(kept);
+    }
+    // Whether it has the same elements in the same order.
+    bool isSameAs(const COrderedSet& other) const {
+        return size() == other.size() &&
+               std::equal(m_order.begin(), m_order.end(), other.m_order.begin(),
+                          [](const auto& a, const auto& b) { return &*a.second == &*b.second; });
     }
     void clear() {
         m_keys.clear();

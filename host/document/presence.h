@@ -2,9 +2,9 @@
 // them goes before and comes back after.
 #pragma once
 
+#include "host/document/change.h"
 #include "host/document/document.h"
 #include "host/document/document_event.h"
-#include "host/document/change.h"
 
 namespace kzhost {
 

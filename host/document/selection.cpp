@@ -1,7 +1,6 @@
 // What is selected, and the changes of that. Each change is an exchange, as those of documents are.
 #include "host/document/selection.h"
 
-#include "host/document/edit.h"
 #include "host/document/graphs.h"
 
 #include "kz/result.h"
@@ -31,9 +30,9 @@ constexpr TypeRow rows[] = {
     {KZi_SELTYP_CHANNEL, KZsSELTYP_CHANNEL, "Channel", "Channels", undo, PacketKind::channel},
     {KZi_SELTYP_LINK, KZsSELTYP_LINK, "Link", "Links", undo, PacketKind::link},
     {KZi_SELTYP_NODE, KZsSELTYP_NODE, "Node", "Nodes", undo, PacketKind::none},
-    {KZi_SELTYP_TIME, KZsSELTYP_TIME, "Time", "Times", KZfSELTYP_SINGLE, PacketKind::none},
+    {KZi_SELTYP_TIME, KZsSELTYP_TIME, "Time", "Times", undo | KZfSELTYP_SINGLE, PacketKind::none},
     {KZi_SELTYP_KEY, KZsSELTYP_KEY, "Key", "Keys", undo, PacketKind::none},
-    {KZi_SELTYP_ACTION, KZsSELTYP_ACTIONLAYER, "Action", "Actions", undo, PacketKind::none},
+    {KZi_SELTYP_ACTION, KZsSELTYP_ACTIONLAYER, "Action", "Actions", undo, PacketKind::action},
     {KZi_SELTYP_GROUP, KZsSELTYP_GROUP, "Group", "Groups", undo, PacketKind::item},
     {KZi_SELTYP_POINT, KZsSELTYP_POINT, "Vertex", "Vertices", element, PacketKind::vertex},
     {KZi_SELTYP_EDGE, KZsSELTYP_EDGE, "Edge", "Edges", element, PacketKind::edge},
@@ -47,6 +46,15 @@ constexpr TypeRow rows[] = {
 bool isPresent(const std::weak_ptr<Item>& reference) {
     const ItemRef item = reference.lock();
     return item != nullptr && item->isPresent;
+}
+
+RecordedGeometry* geometryOf(Item& item) { return dynamic_cast<RecordedGeometry*>(item.shapeOwner().geometry.get()); }
+
+// Shows an element of a mesh as selected.
+void mark(const SelectionPacket& packet, bool isSelected) {
+    const ItemRef item = packet.item.lock();
+    if (RecordedGeometry* geometry = item != nullptr ? geometryOf(*item) : nullptr)
+        geometry->markElement(packet, isSelected);
 }
 
 bool isLinked(const Item& source, const Item& target, const std::string& text) {
@@ -87,13 +95,14 @@ bool SelectionPacket::isAlive() const {
     case PacketKind::center:
     case PacketKind::pivot: return isPresent(item);
     case PacketKind::scene: return document != nullptr;
+    case PacketKind::action: return document != nullptr && (numbers[0] == 0 || isPresent(item));
     case PacketKind::channel: return isPresent(item) && owner->findChannel(text) >= 0;
     case PacketKind::link: return isPresent(item) && isPresent(other) && isLinked(*owner, *other.lock(), text);
     case PacketKind::vertex:
     case PacketKind::edge:
     case PacketKind::polygon: {
         if (!isPresent(item)) return false;
-        const auto& geometry = owner->shapeOwner().geometry;
+        RecordedGeometry* geometry = geometryOf(*owner);
         return geometry != nullptr && geometry->hasElement(*this);
     }
     default: return true;
@@ -186,7 +195,7 @@ CSelection::Typed CSelection::of(const Item& item) const {
 
 void CSelection::markElements(const Item& item) const {
     for (const auto& [type, packet] : of(item))
-        if (packet->isElement() && item.geometry != nullptr) item.geometry->markElement(*packet, true);
+        if (packet->isElement()) mark(*packet, true);
 }
 
 // A packet comes into the list of its type, or leaves it.
@@ -211,7 +220,7 @@ struct ListExchange {
     void operator()(Direction /*direction*/, DocumentEvents& events) { selection->exchange(type, packets, events); }
 };
 
-template <class Exchange> void CSelection::run(std::int32_t type, Exchange exchange, CEdit& edit) {
+template <class Exchange> void CSelection::run(std::int32_t type, Exchange exchange, CChanges& edit) {
     if ((find(type)->flags & KZfSELTYP_UNDO) != 0) edit.make(nullptr, std::move(exchange));
     else edit.apply(std::move(exchange));
 }
@@ -223,7 +232,7 @@ void CSelection::tell(DocumentEvents& events, DocumentEvent event) {
 void CSelection::noteEntered(std::int32_t type, const PacketRef& packet) {
     for (const ItemRef& item : {packet->item.lock(), packet->other.lock()})
         if (item != nullptr) m_byItem[item.get()].emplace(std::pair(type, packet->address), packet);
-    if (packet->isElement()) packet->item.lock()->shapeOwner().geometry->markElement(*packet, true);
+    if (packet->isElement()) mark(*packet, true);
 }
 
 void CSelection::noteLeft(std::int32_t type, const PacketRef& packet) {
@@ -233,9 +242,7 @@ void CSelection::noteLeft(std::int32_t type, const PacketRef& packet) {
         entry->second.erase(std::pair(type, packet->address));
         if (entry->second.empty()) m_byItem.erase(entry);
     }
-    if (!packet->isElement()) return;
-    if (const ItemRef item = packet->item.lock(); item != nullptr && item->shapeOwner().geometry != nullptr)
-        item->shapeOwner().geometry->markElement(*packet, false);
+    if (packet->isElement()) mark(*packet, false);
 }
 
 bool CSelection::enter(std::int32_t type, const PacketRef& packet, PacketList::Key key, DocumentEvents& events) {
@@ -268,7 +275,7 @@ void CSelection::exchange(std::int32_t type, PacketList& packets, DocumentEvents
     if (!chosen.list.empty()) chosen.recent = chosen.list.last();
 }
 
-void CSelection::add(std::int32_t type, const PacketRef& packet, CEdit& edit) {
+void CSelection::add(std::int32_t type, const PacketRef& packet, CChanges& edit) {
     const PacketList& selected = list(type);
     if (selected.has(*packet)) return;
     if (!selected.empty() && (find(type)->flags & KZfSELTYP_SINGLE) != 0) {
@@ -277,23 +284,42 @@ void CSelection::add(std::int32_t type, const PacketRef& packet, CEdit& edit) {
         return replace(type, std::move(single), edit);
     }
     run(type, PacketPresence{this, type, packet, selected.nextKey(), true}, edit);
+    m_history.note(type, {packet, true});
 }
 
-void CSelection::remove(std::int32_t type, const PacketRef& packet, CEdit& edit) {
-    if (list(type).has(*packet)) run(type, PacketPresence{this, type, packet, 0, false}, edit);
+void CSelection::remove(std::int32_t type, const PacketRef& packet, CChanges& edit) {
+    if (!list(type).has(*packet)) return;
+    run(type, PacketPresence{this, type, packet, 0, false}, edit);
+    m_history.note(type, {packet, false});
 }
 
-void CSelection::replace(std::int32_t type, PacketList packets, CEdit& edit) {
+void CSelection::replace(std::int32_t type, PacketList packets, CChanges& edit) {
     const PacketList& selected = list(type);
-    if (packets.size() == selected.size()) {
-        bool isSame = true;
-        for (std::size_t i = 0; isSame && i < packets.size(); ++i) isSame = packets.at(i) == selected.at(i);
-        if (isSame) return;
-    }
+    if (packets.isSameAs(selected)) return;
+    SelectionStep former;
+    if (!m_history.isMoving()) former.list = selected;
     run(type, ListExchange{this, type, std::move(packets)}, edit);
+    m_history.note(type, std::move(former));
 }
 
-void CSelection::setCurrentType(std::int32_t type, CEdit& edit) {
+bool CSelection::step(std::int32_t type, bool isBack, CChanges& edit) {
+    return m_history.move(type, isBack, [&](SelectionStep& step, bool back) {
+        if (step.packet == nullptr) {
+            PacketList before = list(type), wanted = std::move(step.list);
+            wanted.removeIf([](const PacketRef& packet) { return !packet->isAlive(); });
+            const bool differs = !wanted.isSameAs(before);
+            if (differs) replace(type, std::move(wanted), edit);
+            step.list = std::move(before);
+            return differs;
+        }
+        const bool had = list(type).has(*step.packet);
+        if (step.adds != back && step.packet->isAlive()) add(type, step.packet, edit);
+        else if (step.adds == back) remove(type, step.packet, edit);
+        return list(type).has(*step.packet) != had;
+    });
+}
+
+void CSelection::setCurrentType(std::int32_t type, CChanges& edit) {
     if (m_current.front() == type) return;
     const auto place = std::find(m_current.begin(), m_current.end(), type);
     std::rotate(m_current.begin(), place, place + 1);
@@ -301,29 +327,24 @@ void CSelection::setCurrentType(std::int32_t type, CEdit& edit) {
         [&](Direction, DocumentEvents& events) { tell(events, {.kind = Kind::selectionCurrent, .first = type}); });
 }
 
-void CSelection::setTime(double time, CEdit& edit) {
-    if (m_time == time) return;
-    m_time = time;
-    edit.apply([&](Direction, DocumentEvents& events) { tell(events, {.kind = Kind::selectionTime, .number = time}); });
-}
-
-template <class Test> void CSelection::dropIf(const Item& item, const Test& test, CEdit& edit) {
+template <class Test> void CSelection::dropIf(const Item& item, const Test& test, CChanges& edit) {
+    const CSelectionHistory::Moving nobodysChoice(m_history);
     for (const auto& [type, packet] : of(item))
         if (test(*packet)) remove(type, packet, edit);
 }
 
-void CSelection::drop(const Item& item, CEdit& edit) {
+void CSelection::drop(const Item& item, CChanges& edit) {
     dropIf(
         item, [](const SelectionPacket&) { return true; }, edit);
 }
 
-void CSelection::dropChannel(const Item& item, const std::string& channel, CEdit& edit) {
+void CSelection::dropChannel(const Item& item, const std::string& channel, CChanges& edit) {
     dropIf(
         item, [&](const SelectionPacket& each) { return each.kind == PacketKind::channel && each.text == channel; },
         edit);
 }
 
-void CSelection::dropLink(const Item& source, const Item& target, const std::string& text, CEdit& edit) {
+void CSelection::dropLink(const Item& source, const Item& target, const std::string& text, CChanges& edit) {
     const auto isOf = [&](const SelectionPacket& each) {
         return each.kind == PacketKind::link && each.text == text && each.item.lock().get() == &source &&
                each.other.lock().get() == &target;
@@ -344,7 +365,7 @@ void CSelection::dropLostElements(const Item& item, ChangeList& changes, Documen
     }
 }
 
-void CSelection::sceneChanged(CEdit& edit) {
+void CSelection::sceneChanged(CChanges& edit) {
     for (const auto& each : m_types)
         if ((each->flags & KZfSELTYP_SCENE) != 0) replace(each->type, {}, edit);
 }
@@ -362,7 +383,7 @@ void CSelection::forget(const CDocument& document, DocumentEvents& events) {
     }
 }
 
-void CSelection::endBatch(CEdit& edit) {
+void CSelection::endBatch(CChanges& edit) {
     if (m_batches == 0) throw KZe_NOTREADY;
     if (--m_batches > 0) return;
     edit.apply([&](Direction, DocumentEvents& events) {

@@ -8,6 +8,7 @@
 #include "host/document/change.h"
 #include "host/document/item.h"
 #include "host/document/ordered_set.h"
+#include "host/document/selection_history.h"
 
 #include <array>
 #include <cstddef>
@@ -23,8 +24,6 @@
 
 namespace kzhost {
 
-class CEdit;
-
 enum class PacketKind : std::uint8_t {
     none,
     item,
@@ -37,6 +36,7 @@ enum class PacketKind : std::uint8_t {
     center,
     pivot,
     vertexMap,  // text: the name; numbers: the type
+    action,     // document; text: the action; of an added one its item, and 1 as the first number
     preset,     // text: the path
     served      // numbers: the type, and the address that stands for the element
 };
@@ -45,7 +45,7 @@ enum class PacketKind : std::uint8_t {
 struct PacketSubject {
     PacketKind kind = PacketKind::none;
     ItemRef item = {}, other = {};
-    CDocument* document = nullptr;  // of a scene
+    CDocument* document = nullptr;  // of a scene, and of an action
     std::array<std::uintptr_t, 3> numbers{};
     std::string text = {};
 };
@@ -103,7 +103,6 @@ public:
     PacketRef recent(std::int32_t type) const;
     // The one of these types that came first; 0 for an empty list.
     std::int32_t currentType(const std::vector<std::int32_t>& among) const;
-    double time() const noexcept { return m_time; }
     // The selected packets of that item, of all types.
     using Typed = std::vector<std::pair<std::int32_t, PacketRef>>;
     Typed of(const Item& item) const;
@@ -111,26 +110,28 @@ public:
     void markElements(const Item& item) const;
 
     // These are recorded in the edit if the type says so. Each ignores what is the case already.
-    void add(std::int32_t type, const PacketRef& packet, CEdit& edit);
-    void remove(std::int32_t type, const PacketRef& packet, CEdit& edit);
-    void replace(std::int32_t type, PacketList packets, CEdit& edit);
-    void setCurrentType(std::int32_t type, CEdit& edit);
-    void setTime(double time, CEdit& edit);
+    void add(std::int32_t type, const PacketRef& packet, CChanges& edit);
+    void remove(std::int32_t type, const PacketRef& packet, CChanges& edit);
+    void replace(std::int32_t type, PacketList packets, CChanges& edit);
+    void setCurrentType(std::int32_t type, CChanges& edit);
+    // To what was selected before, and back again. False if there is no other selection in that direction.
+    bool goBack(std::int32_t type, CChanges& edit) { return step(type, true, edit); }
+    bool goForward(std::int32_t type, CChanges& edit) { return step(type, false, edit); }
     // Everything that stands for the item, its link or its channel leaves.
-    void drop(const Item& item, CEdit& edit);
-    void dropChannel(const Item& item, const std::string& channel, CEdit& edit);
-    void dropLink(const Item& source, const Item& target, const std::string& text, CEdit& edit);
+    void drop(const Item& item, CChanges& edit);
+    void dropChannel(const Item& item, const std::string& channel, CChanges& edit);
+    void dropLink(const Item& source, const Item& target, const std::string& text, CChanges& edit);
     // As drop, for an item that goes without an edit that knows of the selection.
     void purge(const Item& item, DocumentEvents& events);
     // Takes elements out that the item's geometry has lost. Appends changes that have been made.
     void dropLostElements(const Item& item, ChangeList& changes, DocumentEvents& events);
     // Another scene is the current one, or this one is closed.
-    void sceneChanged(CEdit& edit);
+    void sceneChanged(CChanges& edit);
     void forget(const CDocument& document, DocumentEvents& events);
 
     // Between these, what happens is kept for listeners until the last batch ends.
     void beginBatch() { ++m_batches; }
-    void endBatch(CEdit& edit);  // throws NOTREADY without a batch
+    void endBatch(CChanges& edit);  // throws NOTREADY without a batch
 
 private:
     friend struct PacketPresence;
@@ -139,9 +140,10 @@ private:
         PacketList list;
         std::weak_ptr<SelectionPacket> recent;
     };
-    template <class Exchange> void run(std::int32_t type, Exchange exchange, CEdit& edit);
+    template <class Exchange> void run(std::int32_t type, Exchange exchange, CChanges& edit);
+    bool step(std::int32_t type, bool isBack, CChanges& edit);
     void tell(DocumentEvents& events, DocumentEvent event);
-    template <class Test> void dropIf(const Item& item, const Test& test, CEdit& edit);
+    template <class Test> void dropIf(const Item& item, const Test& test, CChanges& edit);
     bool enter(std::int32_t type, const PacketRef& packet, PacketList::Key key, DocumentEvents& events);
     std::optional<PacketList::Key> leave(std::int32_t type, const PacketRef& packet, DocumentEvents& events);
     void exchange(std::int32_t type, PacketList& packets, DocumentEvents& events);
@@ -155,9 +157,9 @@ private:
     std::size_t m_nextSweep = 4096;
     std::uintptr_t m_lastAddress = 0x1000;
     std::map<std::int32_t, Chosen> m_chosen;
+    CSelectionHistory m_history;
     std::unordered_map<const Item*, std::map<std::pair<std::int32_t, const void*>, PacketRef>> m_byItem;
     std::vector<std::int32_t> m_current;  // the latest first
-    double m_time = 0;
     int m_batches = 0;
     DocumentEvents m_waiting;
 };

@@ -1,8 +1,9 @@
-// A list whose copies share what is equal in them. Copying one of 10,000 elements and changing one of them costs a few
-// hundred pointers and a chunk of elements, so each state of a document can be kept.
+// A list whose copies share what is equal in them, so that each state of a document can be kept. Copying a list and
+// changing an element copies the pointers to all chunks and one chunk, whose size grows with the root of the list's.
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <iterator>
 #include <memory>
@@ -34,9 +35,10 @@ public:
 
     void assign(const std::vector<Value>& values) {
         m_chunks.clear();
-        for (std::size_t start = 0; start < values.size(); start += half) {
+        const std::size_t step = halfChunk(values.size());
+        for (std::size_t start = 0; start < values.size(); start += step) {
             const auto first = values.begin() + static_cast<std::ptrdiff_t>(start);
-            const auto count = std::min(half, values.size() - start);
+            const auto count = std::min(step, values.size() - start);
             m_chunks.push_back(std::make_shared<Chunk>(first, first + static_cast<std::ptrdiff_t>(count)));
         }
         countFrom(0);
@@ -52,8 +54,8 @@ public:
         const std::size_t chunk = chunkOf(std::min(index, size() - 1));
         auto copy = std::make_shared<Chunk>(*m_chunks[chunk]);
         copy->insert(copy->begin() + static_cast<std::ptrdiff_t>(index - m_starts[chunk]), std::move(value));
-        if (copy->size() > 2 * half) {
-            const auto middle = copy->begin() + half;
+        if (copy->size() > 2 * halfChunk(size())) {
+            const auto middle = copy->begin() + static_cast<std::ptrdiff_t>(copy->size() / 2);
             const auto next = m_chunks.begin() + static_cast<std::ptrdiff_t>(chunk) + 1;
             m_chunks.insert(next, std::make_shared<Chunk>(middle, copy->end()));
             copy->erase(middle, copy->end());
@@ -81,8 +83,11 @@ public:
 
 private:
     using Chunk = std::vector<Value>;
-    static constexpr std::size_t half = 32;
 
+    // Copying a pointer costs about as much as copying eight elements, which this weighs against each other.
+    static std::size_t halfChunk(std::size_t size) {
+        return std::max<std::size_t>(32, static_cast<std::size_t>(std::sqrt(2.0 * static_cast<double>(size))));
+    }
     std::size_t chunkOf(std::size_t index) const {
         return static_cast<std::size_t>(std::upper_bound(m_starts.begin(), m_starts.end(), index) - m_starts.begin()) -
                1;

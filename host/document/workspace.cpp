@@ -6,6 +6,7 @@
 #include "kz/result.h"
 #include "kz/undo.h"
 
+#include <set>
 #include <utility>
 
 namespace kzhost {
@@ -61,8 +62,16 @@ void CWorkspace::tell(const DocumentEvent& event) const {
     }
 }
 
+// Listeners hear beforehand of many changes to a document, so that they may wait for the end of them.
 void CWorkspace::tellAll(DocumentEvents events) const {
+    constexpr std::size_t many = 100;
+    std::set<CDocument*> documents;
+    if (events.size() >= many)
+        for (const DocumentEvent& event : events)
+            if (event.document != nullptr) documents.insert(event.document);
+    for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchBegin, .document = document});
     for (const DocumentEvent& event : events) tell(event);
+    for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchEnd, .document = document});
 }
 
 std::shared_ptr<CDocument> CWorkspace::open(std::string name) {
@@ -87,10 +96,32 @@ void CWorkspace::setModified(CDocument& document, bool modified) {
     m_events.push_back({.kind = DocumentEvent::Kind::modified, .document = &document, .first = modified});
 }
 
+void CWorkspace::forget(CDocument& document) {
+    const CHold hold(*this);
+    keepGeometry();
+    m_history.forget(document);
+    historyChanged();
+}
+
+// Undoing does not take the name of the file back: that is where the document is now.
+void CWorkspace::setSaved(CDocument& document, std::uint64_t revision, std::string path) {
+    const CHold hold(*this);
+    const bool wasModified = document.isModified();
+    document.m_savedRevision = revision;
+    if (document.m_filename != path) {
+        document.m_filename = std::move(path);
+        m_events.push_back({.kind = DocumentEvent::Kind::filename, .document = &document, .text = document.m_filename});
+    }
+    if (wasModified != document.isModified())
+        m_events.push_back(
+            {.kind = DocumentEvent::Kind::modified, .document = &document, .first = document.isModified()});
+}
+
 // Other threads wait for the end of undoing by asking again: they may hold what the change of a module waits for.
 void CWorkspace::refuseWhileMoving() const {
     if (m_moving == Moving::no || isOwnChange()) return;
-    throw kzBecause(KZe_NOTREADY, "Document", [] { return "steps are being undone or redone, so nothing else may change"; });
+    throw kzBecause(KZe_NOTREADY, "Document",
+                    [] { return "steps are being undone or redone, so nothing else may change"; });
 }
 
 bool CWorkspace::isOwnChange() const { return m_foreign > 0 && m_mover == std::this_thread::get_id(); }
@@ -227,8 +258,13 @@ void CWorkspace::applyOne(CChange& change, Direction direction) {
     DocumentEvents before;
     change.announce(direction, before);
     if (!before.empty()) unlocked([&] { tellAll(std::move(before)); });
-    if (CDocument* document = change.document()) ++document->m_stamp;
-    change.apply(direction, m_events);
+    apply(change, direction, m_events);
+}
+
+void CWorkspace::apply(CChange& change, Direction direction, DocumentEvents& events) {
+    const std::size_t first = events.size();
+    change.apply(direction, events);
+    if (CDocument* document = change.document()) document->changed(events, first);
 }
 
 void CWorkspace::applyForeign(CChange& change, Direction direction) {
@@ -279,10 +315,11 @@ void CWorkspace::keepGeometry() {
         return true;
     });
     for (const ItemRef& item : items) {
-        auto change = item->geometry != nullptr ? item->geometry->takeChange(item) : nullptr;
+        auto* geometry = dynamic_cast<RecordedGeometry*>(item->geometry.get());
+        auto change = geometry != nullptr ? geometry->takeChange(item) : nullptr;
         if (change == nullptr) continue;
-        ++item->document.m_stamp;
         m_events.push_back({.kind = DocumentEvent::Kind::geometry, .document = &item->document, .item = item});
+        item->document.changed(m_events, m_events.size() - 1);
         ChangeList changes;  // undone from the end: the elements are back before they are selected again
         m_selection.dropLostElements(*item, changes, m_events);
         changes.push_back(std::move(change));

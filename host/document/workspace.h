@@ -10,6 +10,7 @@
 #include "host/document/selection.h"
 #include "host/document/undo_history.h"
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -17,6 +18,8 @@
 #include <vector>
 
 namespace kzhost {
+
+class ModifierSource;
 
 class CWorkspace : public std::enable_shared_from_this<CWorkspace> {
 public:
@@ -26,6 +29,10 @@ public:
 
     // Whether there are changes that a save would keep.
     void setModified(CDocument& document, bool modified);
+    // The document was saved as it was at that revision, and in that file from now on.
+    void setSaved(CDocument& document, std::uint64_t revision, std::string path);
+    // Whatever was done to the document is no step of the history any more.
+    void forget(CDocument& document);
 
     // Called for each event, without the lock.
     void setSink(DocumentSink sink);
@@ -57,6 +64,14 @@ public:
     // Under the lock.
     CSelection& selection() noexcept { return m_selection; }
     const CSelection& selection() const noexcept { return m_selection; }
+    // Who makes the modifiers of modules; without one there are none.
+    void setModifierSource(std::shared_ptr<ModifierSource> source) { m_modifiers = std::move(source); }
+    const std::shared_ptr<ModifierSource>& modifierSource() const noexcept { return m_modifiers; }
+
+    // Who writes documents into files: in that format, or the one of the path's extension.
+    using Writer = std::function<KzResult(CDocument& document, const char* path, const char* format)>;
+    void setWriter(Writer writer) { m_writer = std::move(writer); }
+    const Writer& writer() const noexcept { return m_writer; }
 
     // The geometry of the item begins to differ from what the history has of it. It is recorded with what comes next: the next
     // edit by this thread, the end of the block, or a look at the history.
@@ -84,6 +99,7 @@ private:
     bool isOwnChange() const;
     void move(Direction direction, std::size_t steps);
     void applyAll(ChangeList& changes, Direction direction);
+    static void apply(CChange& change, Direction direction, DocumentEvents& events);
     void applyOne(CChange& change, Direction direction);
     void applyForeign(CChange& change, Direction direction);
     void historyChanged();
@@ -101,6 +117,8 @@ private:
     mutable std::mutex m_sinkMutex;
     std::shared_ptr<const DocumentSink> m_sink;
     std::uint64_t m_lastRevision = 0;
+    std::shared_ptr<ModifierSource> m_modifiers;  // set once, while the host is made
+    Writer m_writer;                              // as above
     struct ChangedGeometry {
         ItemRef item;
         std::thread::id thread;

@@ -1,7 +1,7 @@
 // Curves through knots.
 #include "host/objects/curve_shape.h"
 
-#include "host/objects/transform_values.h"
+#include "host/document/transform_values.h"
 
 #include <algorithm>
 #include <cmath>
@@ -177,7 +177,7 @@ double CCurveShape::curvature(double param) const {
 }
 
 double CCurveShape::lengthIn(const Piece& piece, double end) const {
-    return lengthOf(piece, 0, end, lengthByPlaces(piece, 0, end), 1e-14 * sizeOf(piece), 16);
+    return lengthOf(piece, 0, end, lengthByPlaces(piece, 0, end), 1e-13 * sizeOf(piece), 16);
 }
 
 double CCurveShape::lengthTo(double param) const {

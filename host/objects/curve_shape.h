@@ -1,7 +1,7 @@
 // Curves through knots: positions, lengths, frames and closest points by a parameter from 0 to 1.
 #pragma once
 
-#include "host/objects/vectors.h"
+#include "host/document/vectors.h"
 
 #include "kz/envelope.h"
 

@@ -13,7 +13,8 @@ namespace {
 
 using Kind = DocumentEvent::Kind;
 
-// An event with the objects that listeners get. Each is empty if the event has none.
+// An event with the objects that listeners get. Each is empty if the event has none, but servers in Python take no null: what
+// was a root has been below the item of the scene, and what is no instance any more is its own source.
 struct ToldEvent {
     const DocumentEvent& event;
     CHostRef<CScene> scene;
@@ -62,6 +63,8 @@ void tellOfScene(IKzSceneItemListener& listener, const ToldEvent& told) {
     case Kind::itemRemoved: return listener.ItemRemoved(scene, told.text());
     case Kind::filename: return listener.SceneFilename(scene, told.textOrNull());
     case Kind::modified: return listener.SceneModified(scene, told.first());
+    case Kind::batchBegin: return listener.BatchBegin(scene);
+    case Kind::batchEnd: return listener.BatchEnd(scene);
     default: return;
     }
 }
@@ -74,15 +77,22 @@ void tellOfSelection(IKzSelectionListener& listener, const DocumentEvent& event)
     case Kind::selectionAdded: return listener.Added(type, subtype);
     case Kind::selectionRemoved: return listener.Removed(type, subtype);
     case Kind::selectionCleared: return listener.Cleared(type);
-    case Kind::selectionTime: return listener.Time(event.number);
+    case Kind::currentTime: return listener.Time(event.time);
     default: return;
     }
 }
 
-bool isOfSelection(Kind kind) { return kind >= Kind::selectionCurrent && kind <= Kind::selectionTime; }
+// The time selection is the current time of the current scene.
+bool isOfSelection(const OpenScenes& scenes, const DocumentEvent& event) {
+    if (event.kind != Kind::currentTime)
+        return event.kind >= Kind::selectionCurrent && event.kind <= Kind::selectionCleared;
+    const CReading reading(*scenes.workspace);
+    const auto current = scenes.current();
+    return current && &current->document() == event.document;
+}
 
 void tellAll(const OpenScenes& scenes, CListenerTable& listeners, const DocumentEvent& event) {
-    if (isOfSelection(event.kind))
+    if (isOfSelection(scenes, event))
         return listeners.each<CKzLoc_SelectionListener>(
             [&](IKzSelectionListener& each) { tellOfSelection(each, event); });
     if (listeners.count(KZa_SCENEITEMLISTENER) == 0) return;
@@ -93,6 +103,8 @@ void tellAll(const OpenScenes& scenes, CListenerTable& listeners, const Document
         if (!told.scene) return;
         if (event.item != nullptr) told.item = kzObjectOf(*event.item);
         if (event.other != nullptr) told.other = kzObjectOf(*event.other);
+        else if (event.kind == Kind::parented) told.other = kzObjectOf(*told.scene->document().root());
+        else told.other = told.item;
     }
     listeners.each<CKzLoc_SceneItemListener>([&](IKzSceneItemListener& each) {
         if (told.item) tellOfItem(each, told);
@@ -107,10 +119,6 @@ void kzTellListeners(const std::shared_ptr<OpenScenes>& scenes, const std::share
     scenes->workspace->setSink([weak = std::weak_ptr(scenes), listeners](const DocumentEvent& event) {
         if (const auto open = weak.lock()) tellAll(*open, *listeners, event);
     });
-}
-
-void kzTellSceneListeners(const OpenScenes& scenes, const std::function<void(IKzSceneItemListener&)>& tell) {
-    if (scenes.listeners != nullptr) scenes.listeners->each<CKzLoc_SceneItemListener>(tell);
 }
 
 }  // namespace kzhost

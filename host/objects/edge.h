@@ -20,6 +20,8 @@ public:
     bool edge_IsBoundary() override { return edge_PolygonCount() == 1; }
     bool edge_IsManifold() override { return isAt() && edge_PolygonCount() <= 2; }
     KzResult edge_Angle(double* angle) override;
+    KzResult edge_NextInLoop(KzElementId from, KzElementId* edge) override;
+    KzResult edge_NextInRing(KzElementId polygon, KzElementId* edge) override;
     double edge_Crease() override { return isAt() ? here().crease : 0; }
     KzResult edge_SetCrease(double crease) override;
 };

@@ -1,6 +1,6 @@
 // Groups: their members, and a walk through them. Items are members by a link of the graph of groups; channels are listed
 // with the group.
-#include "host/objects/group.h"
+#include "host/objects/scene.h"
 
 #include "host/core/reasons.h"
 #include "host/document/graphs.h"
@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <memory>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -22,13 +23,15 @@ namespace {
 
 constexpr const char* graph = KZsGRAPH_GROUPS;
 
+// The object of the item keeps this one, which therefore keeps nothing of it.
 class CGroupItem final : public CHosted<"group", CGroupItem, CKzIfc_GroupItem> {
 public:
-    explicit CGroupItem(CHostRef<CItem> group) : m_group(std::move(group)) {}
+    explicit CGroupItem(Item& group)
+        : m_workspace(group.document.workspace().shared_from_this()), m_group(group.weak_from_this()) {}
 
     KzResult groupitem_AddItem(IKzUnknown* item) override {
-        CEdit edit(m_group->workspace());
-        const auto group = m_group->read();
+        CEdit edit(*m_workspace);
+        const auto group = read();
         const auto member = inScene(item);
         if (has(*group, *member)) return exists(*group, *member);
         if (kzWouldClose(*group, *member, *kzFindGraph(graph)))
@@ -40,8 +43,8 @@ public:
         return KZe_OK;
     }
     KzResult groupitem_RemoveItem(IKzUnknown* item) override {
-        CEdit edit(m_group->workspace());
-        const auto group = m_group->read();
+        CEdit edit(*m_workspace);
+        const auto group = read();
         const auto member = inScene(item);
         if (!has(*group, *member)) return KZe_NOTFOUND;
         edit.unlink(graph, *group, *member);
@@ -49,20 +52,20 @@ public:
         return KZe_OK;
     }
     bool groupitem_TestItem(IKzUnknown* item) override {
-        const auto group = m_group->read();
+        const auto group = read();
         return has(*group, *inScene(item));
     }
     std::uint32_t groupitem_ItemCount() override {
-        return static_cast<std::uint32_t>(kzLinksOf(*m_group->read(), graph).forward.size());
+        return static_cast<std::uint32_t>(kzLinksOf(*read(), graph).forward.size());
     }
     KzResult groupitem_ItemByIndex(std::uint32_t index, IKzUnknown** item) override {
-        const auto group = m_group->read();
+        const auto group = read();
         const auto& members = kzLinksOf(*group, graph).forward;
         return index < members.size() ? kzGiveItem(members[index], item) : KZe_OUTOFBOUNDS;
     }
     KzResult groupitem_AddChannel(IKzUnknown* item, std::int32_t channel) override {
-        CEdit edit(m_group->workspace());
-        const auto group = m_group->read();
+        CEdit edit(*m_workspace);
+        const auto group = read();
         const auto owner = inScene(item);
         const ChannelInfo& info = kzChannelAt(*owner, channel);
         if (has(*group, *owner, info)) return exists(*group, *owner);
@@ -71,8 +74,8 @@ public:
         return KZe_OK;
     }
     KzResult groupitem_RemoveChannel(IKzUnknown* item, std::int32_t channel) override {
-        CEdit edit(m_group->workspace());
-        const auto group = m_group->read();
+        CEdit edit(*m_workspace);
+        const auto group = read();
         const auto owner = inScene(item);
         const ChannelInfo& info = kzChannelAt(*owner, channel);
         if (!has(*group, *owner, info)) return KZe_NOTFOUND;
@@ -81,23 +84,23 @@ public:
         return KZe_OK;
     }
     bool groupitem_TestChannel(IKzUnknown* item, std::int32_t channel) override {
-        const auto group = m_group->read();
+        const auto group = read();
         const auto owner = inScene(item);
         return has(*group, *owner, kzChannelAt(*owner, channel));
     }
     std::uint32_t groupitem_ChannelCount() override {
-        return static_cast<std::uint32_t>(m_group->read()->channelMembers.size());
+        return static_cast<std::uint32_t>(read()->channelMembers.size());
     }
     KzResult groupitem_ChannelByIndex(std::uint32_t index, IKzUnknown** item, std::int32_t* channel) override {
-        const auto group = m_group->read();
+        const auto group = read();
         if (index >= group->channelMembers.size()) return KZe_OUTOFBOUNDS;
         const ChannelMember& member = group->channelMembers[index];
         *channel = member.item->indexOf(*member.channel);
         return kzGiveItem(member.item, item);
     }
     KzResult groupitem_Clear() override {
-        CEdit edit(m_group->workspace());
-        const auto group = m_group->read();
+        CEdit edit(*m_workspace);
+        const auto group = read();
         while (!kzLinksOf(*group, graph).forward.empty())
             edit.unlink(graph, *group, *kzLinksOf(*group, graph).forward.back());
         while (!group->channelMembers.empty())
@@ -107,7 +110,13 @@ public:
     }
 
 private:
-    CItemReading inScene(IKzUnknown* item) const { return kzOwn<CItem>(item)->readIn(m_group->read()->document); }
+    CItemReading read() const {
+        const CReading reading(*m_workspace);
+        const ItemRef group = m_group.lock();
+        if (group == nullptr || !group->isPresent) throw KZe_NOTAVAILABLE;
+        return {*m_workspace, *group};
+    }
+    CItemReading inScene(IKzUnknown* item) const { return kzOwn<CItem>(item)->readIn(read()->document); }
     // An item is in few groups, and a group may have many members: so the member is asked.
     static bool has(const Item& group, const Item& member) {
         const auto& groups = kzLinksOf(member, graph).reverse;
@@ -123,7 +132,8 @@ private:
         });
     }
 
-    const CHostRef<CItem> m_group;
+    const std::shared_ptr<CWorkspace> m_workspace;
+    const std::weak_ptr<Item> m_group;
 };
 
 class CGroupEnumerator final : public CHosted<"group enumerator", CGroupEnumerator, CKzIfc_GroupEnumerator>,
@@ -195,7 +205,11 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakeGroupItem(CHostRef<CItem> group) { return kzMakeObject<CGroupItem>(std::move(group)); }
+IKzUnknown* kzMakeGroupItem(CHostRef<CItem> group) try {
+    return kzMakeObject<CGroupItem>(*group->readKept());
+} catch (KzResult) {
+    return nullptr;  // it has gone
+}
 
 IKzUnknown* kzMakeGroupEnumerator() { return kzMakeObject<CGroupEnumerator>(); }
 

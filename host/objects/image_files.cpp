@@ -9,7 +9,7 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
-#include "host/objects/monitor.h"
+#include "host/objects/file_servers.h"
 #include "host/objects/picture_library.h"
 #include "host/objects/safe_save.h"
 #include "host/pictures/picture_files.h"
@@ -20,7 +20,6 @@
 #include "kz/loader.h"
 #include "kz/message.h"
 
-#include <fnmatch.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -29,22 +28,6 @@
 namespace kzhost {
 
 namespace {
-
-class CLoaderInfo final : public CHosted<"loader info", CLoaderInfo, CKzIfc_LoaderInfo> {
-public:
-    KzResult linf_SetClass(const char* fileClass) override {
-        m_fileClass = kzTextOf(fileClass);
-        return KZe_OK;
-    }
-    KzResult linf_SetFormat(const char* /*format*/) override { return KZe_OK; }
-    bool linf_TestClass(const char* fileClass) override { return kzTextOf(fileClass) == KZsFILECLASS_IMAGE; }
-    KzResult linf_SetFlags(std::uint32_t /*flags*/) override { return KZe_OK; }
-
-    bool isImage() const { return m_fileClass == KZsFILECLASS_IMAGE; }
-
-private:
-    std::string m_fileClass;
-};
 
 class CImageTarget final : public CHosted<"image loader target", CImageTarget, CKzIfc_ImageLoaderTarget> {
 public:
@@ -61,82 +44,25 @@ private:
     CKzUser_Image m_image;
 };
 
-std::string tagOf(const KzServer& server, const std::string& name) {
-    for (const auto& [type, value] : CModuleTable::tagsOf(server))
-        if (type == name) return value;
-    return {};
-}
-
-// A loader without a pattern is tried on every file.
-bool mayTake(const KzServer& server, const std::string& path) {
-    const std::string pattern = tagOf(server, KZsTAG_LOADER_PATTERN);
-    const std::string name = std::filesystem::path(path).filename().string();
-    return pattern.empty() || fnmatch(pattern.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
-}
-
-bool recognises(const CKzUser_Loader& loader, const std::string& path, const CHostRef<CLoaderInfo>& info) {
-    return loader && kzSucceeded(loader.Recognize(path.c_str(), info.raw())) && info->isImage();
-}
-
-// Copies the image into one of the host's, which stays readable and writable whatever the loader does later.
-CHostRef<CImage> loadWith(const CKzUser_Loader& loader, const std::string& path, const CHostRef<CLoaderInfo>& info,
-                          IKzUnknown* monitor) {
-    const auto target = CHostRef<CImageTarget>::make();
-    const KzResult code = loader.LoadObject(path.c_str(), info.raw(), monitor, target.raw());
-    struct CleanUp {
-        const CKzUser_Loader& loader;
-        ~CleanUp() { loader.Cleanup(); }
-    } const cleanUp{loader};
-    if (kzFailed(code)) throw code;
-    if (!target->image()) throw KZe_FAILED;  // it has reported success without one
-    return kzCopyImage(target->image().raw(), 0);
-}
-
-// "saver.dosType" is an extension; letter case does not matter.
-bool isFor(const KzServer& server, const std::string& path) {
-    const std::string extension = std::filesystem::path(path).extension().string();
-    const std::string type = tagOf(server, KZsTAG_SAVER_TYPE);
-    return !type.empty() && !extension.empty() && strcasecmp(type.c_str(), extension.c_str() + 1) == 0;
-}
-
 }  // namespace
 
-// Provides a monitor if the caller passes none, as servers in Python never get a null object.
-class CImageFiles::CProgress {
-public:
-    CProgress(const CImageFiles& files, const char* title, IKzUnknown* monitor) : m_monitor(monitor) {
-        if (monitor != nullptr) return;
-        m_own = CHostRef<CMonitor>::make(files.m_context, files.m_monitors, title);
-        m_monitor.set(m_own.raw());
-    }
-    ~CProgress() {
-        if (m_own) m_own->end();
-    }
-    CProgress(const CProgress&) = delete;
-    CProgress& operator=(const CProgress&) = delete;
-    IKzUnknown* monitor() const { return m_monitor.raw(); }
-
-private:
-    CHostRef<CMonitor> m_own;
-    CKzLoc_Unknown m_monitor;
-};
-
+// The image is copied into one of the host's, which stays readable and writable whatever the loader does later.
 CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* monitor) const {
-    for (const KzServer& server : m_modules->servers(KZa_LOADER)) {
-        if (!mayTake(server, path)) continue;
-        CKzLoc_Unknown object;
-        const CKzUser_Loader loader(CModuleTable::spawn(server, object).raw());
-        const auto info = CHostRef<CLoaderInfo>::make();
-        if (!recognises(loader, path, info)) continue;
-        try {
-            return loadWith(loader, path, info, monitor);
-        } catch (KzResult code) {
-            m_log->write(KZsLOG_IMAGES, code,
-                         path + ": the loader \"" + server.name + "\" failed: " + CMessageTables::codeText(code));
-            throw code == KZe_NOTSUPPORTED ? KZe_FAILED : code;  // a loader has recognised it
-        }
-    }
-    throw KZe_NOTSUPPORTED;
+    CHostRef<CImage> image;
+    const auto load = [&](const CKzUser_Loader& loader, IKzUnknown* info) -> KzResult {
+        const auto target = CHostRef<CImageTarget>::make();
+        const KzResult code = loader.LoadObject(path.c_str(), info, monitor, target.raw());
+        if (kzFailed(code)) return code;
+        if (!target->image()) return KZe_FAILED;  // it has reported success without one
+        image = kzCopyImage(target->image().raw(), 0);
+        return KZe_OK;
+    };
+    const auto failed = [&](const std::string& server, KzResult code) {
+        m_log->write(KZsLOG_IMAGES, code,
+                     path + ": the loader \"" + server + "\" failed: " + CMessageTables::codeText(code));
+    };
+    if (kzLoadServed(*m_modules, path, KZsFILECLASS_IMAGE, load, failed).empty()) throw KZe_NOTSUPPORTED;
+    return image;
 }
 
 // Asks the saver whether it accepts the image, and logs its reason if it does not.
@@ -152,15 +78,13 @@ KzResult CImageFiles::verify(const CKzUser_Saver& saver, const std::string& name
 
 KzResult CImageFiles::saveServed(IKzUnknown* image, const std::string& path, const std::string& name,
                                  const std::string& file, IKzUnknown* monitor) const {
-    for (const KzServer& server : m_modules->servers(KZa_SAVER)) {
-        if (name.empty() ? !isFor(server, path) : server.name != name) continue;
-        CKzLoc_Unknown object;
-        const CKzUser_Saver saver(CModuleTable::spawn(server, object).raw());
-        if (!saver) return KZe_NOINTERFACE;
-        const KzResult code = verify(saver, server.name, image);
-        return kzFailed(code) ? code : saver.Save(image, file.c_str(), monitor);
-    }
-    return KZe_NOTSUPPORTED;
+    const auto server = kzFindSaver(*m_modules, path, name, KZsFILECLASS_IMAGE);
+    if (!server) return KZe_NOTSUPPORTED;
+    CKzLoc_Unknown object;
+    const CKzUser_Saver saver(CModuleTable::spawn(*server, object).raw());
+    if (!saver) return KZe_NOINTERFACE;
+    const KzResult code = verify(saver, server->name, image);
+    return kzFailed(code) ? code : saver.Save(image, file.c_str(), monitor);
 }
 
 void CImageFiles::withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const {
@@ -252,7 +176,7 @@ CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, con
 CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor) const {
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
-    const CProgress progress(*this, "Loading", monitor);
+    const CFileProgress progress(m_context, m_monitors, "Loading", monitor);
     const PictureFormat* const own = kzPictureFormatOf(path);
     auto image = own != nullptr ? loadOwn(*own, path) : loadServed(path, progress.monitor());
     m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
@@ -262,7 +186,7 @@ CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor)
 KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std::string& saver,
                            IKzUnknown* monitor) const {
     if (!CKzUser_Image(image)) return KZe_INVALIDARG;
-    const CProgress progress(*this, "Saving", monitor);
+    const CFileProgress progress(m_context, m_monitors, "Saving", monitor);
     CSafeSave file(path);
     const PictureFormat* const own = kzPictureFormatFor(saver, path);
     KzResult code = own != nullptr ? saveOwn(*own, image, path, file.path())

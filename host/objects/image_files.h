@@ -47,7 +47,6 @@ public:
     std::vector<std::string> spaces() const;
 
 private:
-    class CProgress;
     CHostRef<CImage> loadOwn(const PictureFormat& format, const std::string& path) const;
     KzResult saveOwn(const PictureFormat& format, IKzUnknown* image, const std::string& path,
                      const std::string& file) const;

@@ -3,9 +3,7 @@
 
 #include "host/core/reasons.h"
 #include "host/document/duplicate.h"
-#include "host/objects/group.h"
 #include "host/objects/mesh_marks.h"
-#include "host/objects/scene.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
@@ -25,14 +23,15 @@ namespace kzhost {
 namespace {
 
 // Keeps the object of an item, and tells it when the item goes.
-struct ItemObject final : ItemAttachment {
+struct ItemObject final : AttachedObject {
     explicit ItemObject(CHostRef<CItem> item) : item(std::move(item)) {}
     ~ItemObject() override { item->forget(); }
+    KzResult give(IKzUnknown** object) const override { return item.give(object); }
     CHostRef<CItem> item;
 };
 
 // The mesh of an item, and what the history has of it: the data as they were when a change was last recorded.
-struct MeshGeometry final : ItemAttachment, std::enable_shared_from_this<MeshGeometry> {
+struct MeshGeometry final : RecordedGeometry, std::enable_shared_from_this<MeshGeometry> {
     CHostRef<CMesh> mesh = CHostRef<CMesh>::make();
     std::shared_ptr<const CMeshData> recorded = std::make_shared<const CMeshData>();
 
@@ -92,7 +91,21 @@ CHostRef<CItem> kzObjectOf(Item& item) {
     return static_cast<ItemObject&>(*item.object).item;
 }
 
-KzResult kzGiveItem(Item* item, IKzUnknown** out) { return item != nullptr ? kzObjectOf(*item).give(out) : KZe_NOTFOUND; }
+KzResult kzGiveItem(Item* item, IKzUnknown** out) {
+    return item != nullptr ? kzObjectOf(*item).give(out) : KZe_NOTFOUND;
+}
+
+CMeshData* kzMeshOf(const Item& item) {
+    auto* geometry = dynamic_cast<MeshGeometry*>(item.geometry.get());
+    return geometry != nullptr ? &geometry->mesh->data : nullptr;
+}
+
+void kzGiveMesh(Item& item, const CMeshData& mesh) {
+    auto geometry = std::make_shared<MeshGeometry>();
+    geometry->mesh->data.assign(mesh);
+    geometry->recorded = std::make_shared<const CMeshData>(mesh);
+    item.geometry = std::move(geometry);
+}
 
 CItem::CItem(Item& item)
     : m_workspace(item.document.workspace().shared_from_this()), m_type(item.type), m_item(&item) {}
@@ -165,7 +178,8 @@ KzResult CItem::item_Ident(const char** ident) {
 }
 
 KzResult CItem::item_SetIdent(const char* /*ident*/) {
-    return kzBecause(KZe_NOTAVAILABLE, "Item.SetIdent", [] { return "identifiers are set only while a scene is loaded"; });
+    return kzBecause(KZe_NOTAVAILABLE, "Item.SetIdent",
+                     [] { return "identifiers are set only while a scene is loaded"; });
 }
 
 KzResult CItem::item_TypeName(const char** type) {
@@ -187,7 +201,9 @@ bool CItem::item_IsReferenced() { return (read()->flags & KZfITEM_REFERENCE) != 
 
 bool CItem::item_IsInstance() { return read()->source != nullptr; }
 
-KzResult CItem::item_Scene(IKzUnknown** scene) { return kzObjectOf(read()->document).give(scene); }
+KzResult CItem::item_Scene(IKzUnknown** scene) {
+    return static_cast<AttachedObject&>(*read()->document.object).give(scene);
+}
 
 KzResult CItem::item_Parent(IKzUnknown** parent) { return kzGiveItem(read()->parent, parent); }
 
@@ -200,9 +216,8 @@ KzResult CItem::item_SetParent(IKzUnknown* parent, std::int32_t position) {
         return KZe_INVALIDARG;
     if (above != nullptr && above->type.number == KZiITYPE_ROOT) above = nullptr;
     if (above != nullptr && (above == &*item || item->isAbove(*above)))
-        return kzBecause(KZeGRAPH_CYCLIC, "Item.SetParent", [&] {
-            return fmt::format("\"{}\" is below \"{}\"", above->uniqueName, item->uniqueName);
-        });
+        return kzBecause(KZeGRAPH_CYCLIC, "Item.SetParent",
+                         [&] { return fmt::format("\"{}\" is below \"{}\"", above->uniqueName, item->uniqueName); });
     edit.place(*item, above, position < 0 ? CEdit::last : static_cast<std::size_t>(position));
     edit.commit();
     return KZe_OK;

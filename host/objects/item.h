@@ -3,6 +3,7 @@
 
 #include "host/document/edit.h"
 #include "host/objects/arguments.h"
+#include "host/objects/attached_object.h"
 #include "host/objects/mesh.h"
 
 #include <memory>
@@ -94,9 +95,17 @@ private:
 CHostRef<CItem> kzObjectOf(Item& item);
 KzResult kzGiveItem(Item* item, IKzUnknown** out);
 
+// The mesh of an item; null if it has none. The lock must be held.
+CMeshData* kzMeshOf(const Item& item);
+// Gives a mesh to an item that is new in its document. It is no step of the history.
+void kzGiveMesh(Item& item, const CMeshData& mesh);
+
 // The channel at that index or of that name; throws OUTOFBOUNDS or NOTFOUND. The lock must be held.
 const ChannelInfo& kzChannelAt(const Item& item, std::int32_t index);
 std::int32_t kzChannelIndex(const Item& item, std::string_view name);
+
+// The members of an item of a group type.
+IKzUnknown* kzMakeGroupItem(CHostRef<CItem> group);
 
 // One channel of an item: its description, and the definition of a new one.
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel);

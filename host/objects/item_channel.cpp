@@ -3,6 +3,8 @@
 
 #include "host/core/reasons.h"
 #include "host/core/values.h"
+#include "host/objects/channel_access.h"
+#include "host/objects/envelope.h"
 #include "host/objects/scene.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
@@ -111,10 +113,13 @@ public:
     }
     KzResult itemchannel_VectorComponent(std::uint32_t component, IKzUnknown** itemChannel) override;
     KzResult itemchannel_SetDefault(IKzUnknown* value) override {
+        if (!CKzUser_Value(value)) return KZe_INVALIDARG;
         const std::string text = kzValueText(value);
         return describe([&](ChannelInfo& channel) {
             const auto cell = kzParseCell(*channel.type, text);
-            if (!cell) throw kzBecause(KZe_INVALIDARG, "ItemChannel.SetDefault", [&] { return kzIsNot(text, channel.type->expects); });
+            if (!cell)
+                throw kzBecause(KZe_INVALIDARG, "ItemChannel.SetDefault",
+                                [&] { return kzIsNot(text, channel.type->expects); });
             channel.initial = *cell;
         });
     }
@@ -159,6 +164,20 @@ public:
         return describe([&](ChannelInfo& channel) { channel.hints = std::make_shared<COwnedHints>(hints); });
     }
     std::uint32_t itemchannel_Flags() override { return info().flags; }
+    KzResult itemchannel_Envelope(const char* action, IKzUnknown** envelope) override {
+        const auto owner = item().read();
+        const ChannelInfo& channel = kzChannelAt(*owner, index());
+        std::string known;
+        if (const std::string_view name = kzTextOf(action); !name.empty()) {
+            const auto found = kzFindAction(owner->document, name);
+            if (!found) return KZe_NOTFOUND;
+            known = *found;
+        }
+        if (!kzHasKeys(*owner, channel, known)) return KZe_NOTFOUND;
+        *envelope = kzMakeEnvelope(
+            kzChannelEnvelope(itemRef(), kzChannelRef(*owner, channel), kzEnvelopeAction(*owner, channel, known)));
+        return KZe_OK;
+    }
 
 private:
     static KzResult limit(const std::optional<double>& number, double* value) {

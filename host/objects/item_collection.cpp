@@ -74,12 +74,13 @@ KzResult CItemCollection::itemcollection_AddSelection(IKzUnknown* scene, std::in
 }
 
 KzResult CItemCollection::itemcollection_AddGraph(IKzUnknown* item, const char* graph, std::int32_t forward) {
+    const auto own = kzOwn<CItem>(item);
     const GraphInfo* info = kzFindGraph(kzTextOf(graph));
     if (info == nullptr)
         return kzBecause(KZe_NOTFOUND, "ItemCollection.AddGraph", [&] {
             return kzThereIsNo("graph", kzTextOf(graph), kzGraphs(), [](const GraphInfo& each) { return each.name; });
         });
-    const auto start = kzOwn<CItem>(item)->read();
+    const auto start = own->read();
     for (Item* each : kzReach(*start, *info, forward != 0))
         if (each != &*start) add(*each);
     return KZe_OK;

@@ -2,7 +2,7 @@
 #include "host/objects/layers.h"
 
 #include "host/core/reasons.h"
-#include "host/objects/transform_values.h"
+#include "host/document/transform_values.h"
 
 #include "kz/mesh.h"
 #include "kz/result.h"
@@ -63,6 +63,20 @@ std::unordered_set<KzElementId> selectedPoints(CMeshData& mesh) {
     return points;
 }
 
+void setFlag(Item& item, std::int32_t flag, bool isSet, CEdit& edit) {
+    const auto bit = static_cast<std::uint32_t>(flag);
+    const std::uint32_t flags = isSet ? item.flags | bit : item.flags & ~bit;
+    if (flags != item.flags) edit.setFlags(item, flags);
+}
+
+// The main layer is the one that comes last.
+void select(Item& item, bool isSelected, bool isMain, CEdit& edit) {
+    CSelection& selection = item.document.workspace().selection();
+    const auto packet = selection.packet({.kind = PacketKind::item, .item = item.shared_from_this()});
+    if ((isMain && kzMainLayer(item.document) != &item) || !isSelected) selection.remove(KZi_SELTYP_ITEM, packet, edit);
+    if (isSelected) selection.add(KZi_SELTYP_ITEM, packet, edit);
+}
+
 // A layer while it is scanned. Edits are made on a mesh of its own.
 struct ScannedLayer {
     CHostRef<CItem> item;
@@ -72,8 +86,9 @@ struct ScannedLayer {
 
 class CLayerScan final : public CHosted<"layer scan", CLayerScan, CKzIfc_LayerScan> {
 public:
-    CLayerScan(std::shared_ptr<CWorkspace> workspace, std::vector<ScannedLayer> layers, std::uint32_t flags)
-        : m_workspace(std::move(workspace)), m_layers(std::move(layers)), m_flags(flags) {}
+    CLayerScan(std::shared_ptr<CWorkspace> workspace, std::vector<ScannedLayer> layers, std::uint32_t flags,
+               double time)
+        : m_workspace(std::move(workspace)), m_layers(std::move(layers)), m_flags(flags), m_time(time) {}
 
     std::uint32_t layerscan_Count() override { return static_cast<std::uint32_t>(m_layers.size()); }
     KzResult layerscan_Item(std::uint32_t index, IKzUnknown** item) override { return at(index).item.give(item); }
@@ -101,7 +116,7 @@ public:
         return !m_isOver && index < m_layers.size() ? m_layers[index].state : 0;
     }
     KzResult layerscan_Transform(std::uint32_t index, KzMatrix4* xfrm) override {
-        *xfrm = kzWorldMatrix(*at(index).item->read());
+        *xfrm = kzWorldMatrix(*at(index).item, m_time);
         return KZe_OK;
     }
     // All layers or, when one has gone, none.
@@ -132,6 +147,7 @@ private:
     const std::shared_ptr<CWorkspace> m_workspace;
     std::vector<ScannedLayer> m_layers;
     const std::uint32_t m_flags;
+    const double m_time;
     bool m_isOver = false;
 };
 
@@ -166,36 +182,51 @@ std::uint32_t kzLayerState(const Item& layer) {
     return state;
 }
 
-CHostRef<CMesh> kzMeshOf(Item& layer) { return kzObjectOf(layer)->mesh(); }
-
-void kzExtendByLayer(Item& layer, const KzMatrix4& matrix, bool selectedOnly, std::optional<KzBounds>& box) {
-    CMeshData& mesh = kzMeshOf(layer)->data;
-    const auto selected = selectedOnly ? selectedPoints(mesh) : std::unordered_set<KzElementId>();
-    for (const MeshPoint& point : mesh.points) {
-        if (selectedOnly && !selected.contains(point.id)) continue;
-        const KzVector3 place = kzPlace(point.position, matrix);
-        if (!box) box = KzBounds{place, place};
-        kzExtend(*box, place);
-    }
+void kzSetLayerState(Item& layer, std::uint32_t mask, std::uint32_t state, CEdit& edit) {
+    const auto asks = [&](std::int32_t flag) { return (mask & static_cast<std::uint32_t>(flag)) != 0; };
+    const auto wants = [&](std::int32_t flag) { return (state & mask & static_cast<std::uint32_t>(flag)) != 0; };
+    const bool toBack = wants(KZf_LAYER_BACKGROUND);
+    if (asks(KZf_LAYER_VISIBLE) || asks(KZf_LAYER_BACKGROUND))
+        setFlag(layer, KZfITEM_VISIBLE, toBack || wants(KZf_LAYER_VISIBLE), edit);
+    if (asks(KZf_LAYER_LOCKED)) setFlag(layer, KZfITEM_LOCKED, wants(KZf_LAYER_LOCKED), edit);
+    const bool isMain = wants(KZf_LAYER_MAIN);
+    if (isMain || asks(KZf_LAYER_ACTIVE) || toBack)
+        select(layer, isMain || (wants(KZf_LAYER_ACTIVE) && !toBack), isMain, edit);
 }
 
-std::optional<KzBounds> kzBoundsOf(Item& item) {
+std::vector<CHostRef<CItem>> kzLayersBelow(Item& item) {
     std::vector<Item*> layers;
     if (kzIsLayer(item)) layers.push_back(&item);
     collect(item, layers);
-    const auto inverse = kzInverse(kzWorldMatrix(item));
+    std::vector<CHostRef<CItem>> objects;
+    for (Item* layer : layers) objects.push_back(kzObjectOf(*layer));
+    return objects;
+}
+
+std::optional<KzBounds> kzBoundsOf(const std::vector<CHostRef<CItem>>& layers, const KzMatrix4& fromWorld,
+                                   bool selectedOnly, double time) {
     std::optional<KzBounds> box;
-    for (Item* layer : layers)
-        kzExtendByLayer(*layer, layer == &item || !inverse ? kzIdentity() : kzWorldMatrix(*layer) * *inverse, false,
-                        box);
+    for (const auto& layer : layers) {
+        const KzMatrix4 matrix = kzWorldMatrix(*layer, time) * fromWorld;
+        const auto mesh = layer->mesh();
+        const auto reading = layer->read();
+        const auto selected = selectedOnly ? selectedPoints(mesh->data) : std::unordered_set<KzElementId>();
+        for (const MeshPoint& point : mesh->data.points) {
+            if (selectedOnly && !selected.contains(point.id)) continue;
+            const KzVector3 place = kzPlace(point.position, matrix);
+            if (!box) box = KzBounds{place, place};
+            kzExtend(*box, place);
+        }
+    }
     return box;
 }
 
 IKzUnknown* kzMakeLayerScan(std::shared_ptr<CWorkspace> workspace, const std::vector<Item*>& layers,
-                            std::uint32_t flags) {
+                            std::uint32_t flags, double time) {
     std::vector<ScannedLayer> scanned;
-    for (Item* layer : layers) scanned.push_back({kzObjectOf(*layer), kzMeshOf(*layer), {}, kzLayerState(*layer)});
-    return kzMakeObject<CLayerScan>(std::move(workspace), std::move(scanned), flags);
+    for (Item* layer : layers)
+        scanned.push_back({kzObjectOf(*layer), kzObjectOf(*layer)->mesh(), {}, kzLayerState(*layer)});
+    return kzMakeObject<CLayerScan>(std::move(workspace), std::move(scanned), flags, time);
 }
 
 }  // namespace kzhost

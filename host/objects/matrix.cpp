@@ -1,7 +1,7 @@
 // Matrices that are computed with, as objects.
 #include "host/core/reasons.h"
 #include "host/objects/arguments.h"
-#include "host/objects/transform_values.h"
+#include "host/objects/transforms.h"
 
 #include "kz/result.h"
 

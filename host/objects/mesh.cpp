@@ -2,8 +2,10 @@
 #include "host/objects/mesh.h"
 
 #include "host/core/object.h"
+#include "host/document/workspace.h"
+#include "host/objects/attached_object.h"
 #include "host/objects/edge.h"
-#include "host/objects/item.h"
+#include "host/objects/mesh_edits.h"
 #include "host/objects/mesh_map.h"
 #include "host/objects/mesh_merge.h"
 #include "host/objects/point.h"
@@ -11,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 #include <set>
 #include <utility>
 #include <vector>
@@ -26,7 +29,105 @@ void checkRange(const Table& table, std::uint32_t first, std::uint32_t count, co
     if (first > table.size() || count > table.size() - first) throw KZe_OUTOFBOUNDS;
 }
 
+// All meshes, for marks that end everywhere at once. Never destroyed, as modules may hold meshes while the process exits.
+struct LiveMeshes {
+    std::mutex lock;
+    std::set<CMesh*> meshes;
+};
+LiveMeshes& liveMeshes() {
+    static auto* live = new LiveMeshes();
+    return *live;
+}
+
+constexpr std::uint32_t everything = KZmMESHEDIT_GEOMETRY | KZfMESHEDIT_MAPS | KZfMESHEDIT_TAGS | KZfMESHEDIT_MARKS;
+
 }  // namespace
+
+CMesh::CMesh() {
+    data.identity.tell = [this](std::uint32_t changes) { tellListeners(changes); };
+    LiveMeshes& live = liveMeshes();
+    const std::lock_guard lock(live.lock);
+    live.meshes.insert(this);
+}
+
+CMesh::~CMesh() {
+    for (const auto& listener : m_listeners) listener->Destroyed();
+    LiveMeshes& live = liveMeshes();
+    const std::lock_guard lock(live.lock);
+    live.meshes.erase(this);
+}
+
+void CMesh::clearMark(std::int32_t mark) {
+    LiveMeshes& live = liveMeshes();
+    const std::lock_guard lock(live.lock);
+    for (CMesh* mesh : live.meshes) {
+        const auto clear = [mark](auto& table) {
+            for (auto& element : table) element.marks &= ~mark;
+        };
+        clear(mesh->data.points);
+        clear(mesh->data.edges());
+        clear(mesh->data.polygons);
+    }
+}
+
+// Works on a copy: a listener may remove itself.
+void CMesh::tellListeners(std::uint32_t changes) {
+    const auto keeper = self();
+    const auto listeners = m_listeners;
+    for (const auto& listener : listeners) listener->Changed(changes);
+}
+
+KzResult CMesh::mesh_AddListener(IKzUnknown* listener) {
+    auto user = std::make_shared<CKzUser_MeshListener>(listener);
+    if (!*user) return KZe_INVALIDARG;
+    m_listeners.push_back(std::move(user));
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_RemoveListener(IKzUnknown* listener) {
+    const CKzUser_MeshListener user(listener);
+    if (!user) return KZe_INVALIDARG;
+    const auto entry = std::find_if(m_listeners.begin(), m_listeners.end(),
+                                    [&](const auto& each) { return each->ptr() == user.ptr(); });
+    if (entry == m_listeners.end()) return KZe_NOTFOUND;
+    m_listeners.erase(entry);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Tracker(IKzUnknown** tracker) {
+    *tracker = kzMakeMeshTracker(self().raw());
+    return KZe_OK;
+}
+
+// Elements of the copy have the ids of those in this mesh.
+KzResult CMesh::mesh_Snapshot(IKzUnknown** frozen) {
+    auto copy = CHostRef<CMesh>::make();
+    data.edges();
+    copy->data = data;
+    copy->data.identity.isFrozen = true;
+    return copy.give(frozen);
+}
+
+KzResult CMesh::mesh_Weld(double distance, std::int32_t mark, std::uint32_t* removed) {
+    const CMeshEdit edit(data);
+    if (!(distance >= 0)) return KZe_INVALIDARG;
+    *removed = kzWeld(data, distance, mark);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Mirror(const KzVector3* position, const KzVector3* normal, std::int32_t mark, std::int32_t weld) {
+    const CMeshEdit edit(data);
+    if (!(kzLength(kzNotNull(normal)) > 0)) return KZe_INVALIDARG;
+    kzMirror(data, kzNotNull(position), *normal, mark, weld != 0);
+    return KZe_OK;
+}
+
+KzResult CMesh::mesh_Triangulate(std::int32_t mark, std::int32_t method) {
+    const CMeshEdit edit(data);
+    if (method < KZiTRIANGULATE_FAN || method > KZiTRIANGULATE_QUALITY) return KZe_INVALIDARG;
+    kzTriangulateMesh(data, mark, method);
+    return KZe_OK;
+}
 
 KzResult CMesh::mesh_PointCount(std::uint32_t* count) {
     *count = data.points.size();
@@ -138,11 +239,13 @@ double CMesh::mesh_Volume() {
 }
 
 KzResult CMesh::mesh_AddPoint(const KzVector3* position, KzElementId* point) {
+    const CMeshEdit edit(data);
     *point = data.addPoint(kzNotNull(position)).id;
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_AddPoints(std::uint32_t count, double* positions, std::uint32_t* first) {
+    const CMeshEdit edit(data);
     if (count > 0 && positions == nullptr) return KZe_INVALIDARG;
     if (count > INT32_MAX - data.points.size()) return KZe_GEO_SIZE_LIMIT;
     *first = data.points.size();
@@ -161,6 +264,7 @@ KzResult CMesh::mesh_Positions(std::uint32_t first, std::uint32_t count, double*
 }
 
 KzResult CMesh::mesh_SetPositions(std::uint32_t first, std::uint32_t count, double* positions) {
+    const CMeshEdit edit(data);
     checkRange(data.points, first, count, positions);
     for (std::uint32_t i = 0; i < count; ++i, positions += 3)
         std::copy_n(positions, 3, data.points.byIndex(first + i).position.v);
@@ -169,6 +273,7 @@ KzResult CMesh::mesh_SetPositions(std::uint32_t first, std::uint32_t count, doub
 }
 
 KzResult CMesh::mesh_AddPolygon(std::int32_t type, std::uint32_t count, KzElementId* points, KzElementId* polygon) {
+    const CMeshEdit edit(data);
     *polygon = data.addPolygon(type, kzCorners(count, points)).id;
     return KZe_OK;
 }
@@ -177,6 +282,7 @@ KzResult CMesh::mesh_AddPolygon(std::int32_t type, std::uint32_t count, KzElemen
 // write there meanwhile.
 KzResult CMesh::mesh_AddPolygons(std::int32_t type, std::uint32_t count, std::uint32_t* sizes, std::uint32_t corners,
                                  std::uint32_t* points, std::uint32_t* first) {
+    const CMeshEdit edit(data);
     if (count > 0 && (sizes == nullptr || points == nullptr)) return KZe_INVALIDARG;
     if (count > INT32_MAX - data.polygons.size()) return KZe_GEO_SIZE_LIMIT;
     std::vector<MeshPolygon> polygons(count);
@@ -224,12 +330,14 @@ KzResult CMesh::mesh_Reserve(std::int32_t points, std::int32_t polygons, std::in
 }
 
 KzResult CMesh::mesh_RemovePoints(std::int32_t mark) {
+    const CMeshEdit edit(data);
     data.removePoints([mark](const MeshPoint& point) { return kzMatchesMarks(point.marks, mark); });
     return KZe_OK;
 }
 
 // Removes only points that these polygons alone used. Other unused points stay.
 KzResult CMesh::mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) {
+    const CMeshEdit edit(data);
     std::set<KzElementId> touched;
     for (const MeshPolygon& polygon : data.polygons)
         if (kzMatchesMarks(polygon.marks, mark)) touched.insert(polygon.points.begin(), polygon.points.end());
@@ -241,17 +349,20 @@ KzResult CMesh::mesh_RemovePolygons(std::int32_t mark, std::int32_t keepPoints) 
 }
 
 KzResult CMesh::mesh_Clear() {
+    const CMeshEdit edit(data);
     data.clear();
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_Copy(IKzUnknown* source) {
+    const CMeshEdit edit(data);
     const auto other = kzOwn<CMesh>(source);
     if (other.object() == this) return KZe_OK;
     CMeshData copy = data;  // keeps its serial numbers
     copy.clear();
     kzMergeMesh(copy, other->data, kzIdentity(), kzMergeEverything);
     data = std::move(copy);
+    data.changed(everything);
     return KZe_OK;
 }
 
@@ -268,14 +379,17 @@ KzResult CMesh::mesh_Merge(IKzUnknown* other, std::uint32_t flags) {
 
 // Works on a copy: a failed merge must change nothing, and the other mesh may be this one.
 KzResult CMesh::mesh_MergeWithTransform(IKzUnknown* other, const KzMatrix4* xfrm, std::uint32_t flags) {
+    const CMeshEdit edit(data);
     const auto source = kzOwn<CMesh>(other);
     CMeshData merged = data;
     kzMergeMesh(merged, source->data, kzNotNull(xfrm), flags);
     data = std::move(merged);
+    data.changed(everything);
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_Transform(const KzMatrix4* xfrm, std::int32_t mark) {
+    const CMeshEdit edit(data);
     const KzMatrix4& matrix = kzNotNull(xfrm);
     for (MeshPoint& point : data.points)
         if (kzMatchesMarks(point.marks, mark)) point.position = kzPlace(point.position, matrix);
@@ -288,6 +402,7 @@ KzResult CMesh::mesh_Transform(const KzMatrix4* xfrm, std::int32_t mark) {
 }
 
 KzResult CMesh::mesh_Flip(std::int32_t mark) {
+    const CMeshEdit edit(data);
     for (MeshPolygon& polygon : data.polygons)
         if (kzMatchesMarks(polygon.marks, mark)) std::reverse(polygon.points.begin() + 1, polygon.points.end());
     data.changed(KZfMESHEDIT_VERTICES);
@@ -295,22 +410,27 @@ KzResult CMesh::mesh_Flip(std::int32_t mark) {
 }
 
 KzResult CMesh::mesh_BeginEdit(std::uint32_t /*changes*/) {
-    ++m_openEdits;
+    if (data.identity.isFrozen) return KZe_NOACCESS;
+    ++m_openGroups;
+    ++data.identity.openEdits;
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_EndEdit() {
-    if (m_openEdits == 0) return KZe_NOTREADY;
-    --m_openEdits;
+    if (m_openGroups == 0) return KZe_NOTREADY;
+    --m_openGroups;
+    CMeshEdit::end(data.identity);
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_Changed(std::uint32_t changes) {
+    const CMeshEdit edit(data);
     data.changed(changes);
     return KZe_OK;
 }
 
 KzResult CMesh::mesh_SetMarks(std::int32_t elements, std::int32_t set, std::int32_t clear) {
+    const CMeshEdit edit(data);
     const auto mark = [&](auto& table) {
         for (auto& element : table) element.marks = (element.marks & ~clear) | set;
     };
@@ -341,7 +461,7 @@ KzResult CMesh::mesh_Item(IKzUnknown** item) {
     const ItemRef own = owner.lock();
     if (own == nullptr) return KZe_NOTFOUND;
     const CReading reading(own->document.workspace());
-    return own->isPresent ? kzGiveItem(own.get(), item) : KZe_NOTFOUND;
+    return own->isPresent ? static_cast<AttachedObject&>(*own->object).give(item) : KZe_NOTFOUND;
 }
 
 }  // namespace kzhost

@@ -4,12 +4,20 @@
 #include "host/objects/arguments.h"
 #include "host/objects/mesh_data.h"
 
+#include "kz/mesh_tracker.h"
+
+#include <memory>
+#include <vector>
+
 namespace kzhost {
 
 struct Item;
 
 class CMesh final : public CHosted<"mesh", CMesh, CKzIfc_Mesh>, public CHostSelf<CMesh> {
 public:
+    CMesh();
+    ~CMesh() override;
+
     CMeshData data;
     std::weak_ptr<Item> owner;  // whose mesh this is
 
@@ -18,7 +26,7 @@ public:
     KzResult mesh_EdgeCount(std::uint32_t* count) override;
     KzResult mesh_MapCount(std::uint32_t* count) override;
     KzResult mesh_VertexCount(std::uint32_t* count) override;
-    bool mesh_IsEditable() override { return true; }
+    bool mesh_IsEditable() override { return !data.identity.isFrozen; }
     bool mesh_IsValid() override { return true; }
     bool mesh_IsCompatible(IKzUnknown* other) override;
     KzResult mesh_PointByIndex(std::uint32_t index, IKzUnknown** point) override;
@@ -66,9 +74,26 @@ public:
     KzResult mesh_SetMarks(std::int32_t elements, std::int32_t set, std::int32_t clear) override;
     bool mesh_AnyMarked(std::int32_t elements, std::int32_t mark) override;
     KzResult mesh_Item(IKzUnknown** item) override;
+    KzResult mesh_Weld(double distance, std::int32_t mark, std::uint32_t* removed) override;
+    KzResult mesh_Mirror(const KzVector3* position, const KzVector3* normal, std::int32_t mark,
+                         std::int32_t weld) override;
+    KzResult mesh_Triangulate(std::int32_t mark, std::int32_t method) override;
+    KzResult mesh_AddListener(IKzUnknown* listener) override;
+    KzResult mesh_RemoveListener(IKzUnknown* listener) override;
+    KzResult mesh_Tracker(IKzUnknown** tracker) override;
+    KzResult mesh_Snapshot(IKzUnknown** frozen) override;
+
+    // Takes the mark from all elements of all meshes.
+    static void clearMark(std::int32_t mark);
 
 private:
-    int m_openEdits = 0;
+    void tellListeners(std::uint32_t changes);
+
+    int m_openGroups = 0;
+    std::vector<std::shared_ptr<CKzUser_MeshListener>> m_listeners;
 };
+
+// A tracker that has begun to follow the mesh. Throws INVALIDARG for any other object.
+IKzUnknown* kzMakeMeshTracker(IKzUnknown* mesh);
 
 }  // namespace kzhost

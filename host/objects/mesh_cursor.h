@@ -70,6 +70,7 @@ protected:
     std::int32_t marks() const { return hereOrNull() != nullptr ? hereOrNull()->marks : 0; }
     bool testMarks(std::int32_t mark) const { return hereOrNull() != nullptr && kzMatchesMarks(marks(), mark); }
     KzResult setMarks(std::int32_t set, std::int32_t clear) {
+        const CMeshEdit edit(data());
         Element& element = here();
         element.marks = (element.marks & ~clear) | set;
         data().changed(KZfMESHEDIT_MARKS);

@@ -17,6 +17,8 @@ constexpr MeshPolygonType polygonTypes[] = {
     {KZi_POLYTYPE_BEZIER, "bezier", false, KZf_MESHMERGE_POLY_CURVES},
     {KZi_POLYTYPE_SPLINE, "spline", false, KZf_MESHMERGE_POLY_CURVES},
     {KZi_POLYTYPE_PATCH, "patch", true, KZf_MESHMERGE_POLY_FACES},
+    {KZi_POLYTYPE_TEXT, "text", false, KZf_MESHMERGE_POLY_CURVES},
+    {KZi_POLYTYPE_SUBCURVE, "subcurve", false, KZf_MESHMERGE_POLY_CURVES},
 };
 
 constexpr MeshMapType mapTypes[] = {
@@ -28,6 +30,8 @@ constexpr MeshMapType mapTypes[] = {
     {KZi_MAPTYPE_RGB, "rgb", 3, KZfMESHMAP_POINT | KZfMESHMAP_CORNER},
     {KZi_MAPTYPE_RGBA, "rgba", 4, KZfMESHMAP_POINT | KZfMESHMAP_CORNER},
     {KZi_MAPTYPE_NORMAL, "normal", 3, KZfMESHMAP_POINT | KZfMESHMAP_CORNER | KZfMESHMAP_UNIT},
+    {KZi_MAPTYPE_TANGENT, "tangent", 6, KZfMESHMAP_POINT | KZfMESHMAP_CORNER | KZfMESHMAP_UNIT},
+    {KZi_MAPTYPE_PARTICLE, "particle", 1, KZfMESHMAP_POINT},
     {KZi_MAPTYPE_VELOCITY, "velocity", 3, KZfMESHMAP_POINT},
     {KZi_MAPTYPE_RADIUS, "radius", 1, KZfMESHMAP_POINT},
     {KZi_MAPTYPE_CUSTOM, "custom", 0, KZfMESHMAP_POINT | KZfMESHMAP_CORNER},
@@ -67,6 +71,12 @@ std::span<const MeshCorner> CMeshData::cornersAt(KzElementId point) {
     return entry != m_corners.end() ? std::span<const MeshCorner>(entry->second) : std::span<const MeshCorner>();
 }
 
+std::span<const KzElementId> CMeshData::edgesAt(KzElementId point) {
+    edges();
+    const auto entry = m_edgesAt.find(point);
+    return entry != m_edgesAt.end() ? std::span<const KzElementId>(entry->second) : std::span<const KzElementId>();
+}
+
 MeshEdge* CMeshData::edgeBetween(KzElementId start, KzElementId end) {
     CElementTable<MeshEdge>& all = edges();
     const auto entry = m_edgeByEnds.find(endsOf(start, end));
@@ -102,6 +112,9 @@ CElementTable<MeshEdge>& CMeshData::connect() {
             if (goesOn) joinEdge(polygon.points[i], polygon.points[(i + 1) % count], polygon.id, edges, byEnds);
         }
     }
+    m_edgesAt.clear();
+    for (const MeshEdge& edge : edges)
+        for (const KzElementId end : {edge.start, edge.end}) m_edgesAt[end].push_back(edge.id);
     m_edges = std::move(edges);
     m_edgeByEnds = std::move(byEnds);
     m_isCurrent = true;
@@ -152,6 +165,7 @@ void CMeshData::clear() {
     polygons.clear();
     points.clear();
     maps.clear();
+    m_sources.clear();
     changed(KZmMESHEDIT_GEOMETRY | KZfMESHEDIT_MAPS);
 }
 
@@ -189,10 +203,17 @@ void CMeshData::assign(const CMeshData& other) {
 
 // Marks come and go with the selection, and make no step of the history.
 void CMeshData::changed(std::uint32_t changes) {
-    if ((changes & ~static_cast<std::uint32_t>(KZfMESHEDIT_MARKS)) != 0) m_watch.changed();
+    if ((changes & ~static_cast<std::uint32_t>(KZfMESHEDIT_MARKS)) != 0) watch().changed();
     for (std::size_t bit = 0; bit < m_serials.size(); ++bit)
         if ((changes >> bit & 1U) != 0) ++m_serials[bit];
     if ((changes & KZmMESHEDIT_TOPOLOGY) != 0) m_isCurrent = false;
+    identity.pending |= changes;
+}
+
+void CMeshEdit::end(MeshIdentity& identity) {
+    if (--identity.openEdits > 0) return;
+    const std::uint32_t changes = std::exchange(identity.pending, 0);
+    if (changes != 0 && identity.tell) identity.tell(changes);
 }
 
 std::uint32_t CMeshData::serial(std::uint32_t changes) const {

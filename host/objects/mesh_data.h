@@ -1,8 +1,8 @@
 // The data of a mesh: points, polygons, maps, and the edges derived from the polygons.
 #pragma once
 
+#include "host/document/vectors.h"
 #include "host/objects/elements.h"
-#include "host/objects/vectors.h"
 
 #include "kz/mesh.h"
 #include "kz/mesh_element.h"
@@ -64,13 +64,9 @@ struct MeshCorner {
     std::int32_t vertex = 0;
 };
 
-// Hears of the first change since it was last asked. It belongs to one mesh: a copy of the data has none.
+// Hears of the first change since it was last asked.
 class CMeshWatch {
 public:
-    CMeshWatch() = default;
-    CMeshWatch(const CMeshWatch& /*other*/) {}
-    CMeshWatch& operator=(const CMeshWatch& /*other*/) { return *this; }
-
     void set(std::function<void()> firstChange) { m_firstChange = std::move(firstChange); }
     void changed() {
         if (m_firstChange && !std::exchange(m_isChanged, true)) m_firstChange();
@@ -82,15 +78,36 @@ private:
     bool m_isChanged = false;
 };
 
+// What belongs to a mesh rather than to its content: assigning content leaves it as it is.
+struct MeshIdentity {
+    MeshIdentity() = default;
+    MeshIdentity(const MeshIdentity&) noexcept {}
+    MeshIdentity& operator=(const MeshIdentity&) noexcept { return *this; }
+
+    std::function<void(std::uint32_t changes)> tell;  // is called when the outermost edit ends
+    std::uint32_t pending = 0;                        // changes that nobody was told of
+    int openEdits = 0;
+    bool isFrozen = false;
+    CMeshWatch watch;  // of the history
+};
+
 class CMeshData {
 public:
+    MeshIdentity identity;
     CElementTable<MeshPoint> points;
     CElementTable<MeshPolygon> polygons;
     CElementTable<MeshMapData> maps;
 
     CElementTable<MeshEdge>& edges() { return m_isCurrent ? m_edges : connect(); }
+    // Whether any edge has a value of its own. Asking does not compute the edges.
+    bool hasEdgeValues() const {
+        return std::any_of(m_edges.begin(), m_edges.end(),
+                           [](const MeshEdge& edge) { return edge.crease != 0 || edge.marks != 0; });
+    }
     // The corners that stand at a point.
     std::span<const MeshCorner> cornersAt(KzElementId point);
+    // The edges that end at a point, in their order.
+    std::span<const KzElementId> edgesAt(KzElementId point);
     MeshEdge* edgeBetween(KzElementId start, KzElementId end);
 
     MeshPoint& addPoint(const KzVector3& position);
@@ -127,8 +144,14 @@ public:
 
     // Records changes of those kinds; after a change of the topology the edges are computed anew.
     void changed(std::uint32_t changes);
+    void noteCopy(KzElementId copy, KzElementId source) { m_sources[copy] = source; }
+    // The element that this one is a copy of; null if it was made from scratch.
+    KzElementId sourceOf(KzElementId copy) const {
+        const auto entry = m_sources.find(copy);
+        return entry != m_sources.end() ? entry->second : nullptr;
+    }
     std::uint32_t serial(std::uint32_t changes) const;
-    CMeshWatch& watch() noexcept { return m_watch; }
+    CMeshWatch& watch() noexcept { return identity.watch; }
     // Takes over what the other one has; the serial numbers go on from here.
     void assign(const CMeshData& other);
 
@@ -141,9 +164,29 @@ private:
     CElementTable<MeshEdge> m_edges;
     std::map<MeshMapData::Place, KzElementId> m_edgeByEnds;
     std::unordered_map<KzElementId, std::vector<MeshCorner>> m_corners;
+    std::unordered_map<KzElementId, std::vector<KzElementId>> m_edgesAt;
+    std::unordered_map<KzElementId, KzElementId> m_sources;
     bool m_isCurrent = false;
     std::array<std::uint32_t, 32> m_serials{};
-    CMeshWatch m_watch;
+};
+
+// One operation that changes a mesh. Edits nest, and whoever follows the mesh hears of their changes together, when the
+// outermost one ends.
+class CMeshEdit {
+public:
+    // Throws NOACCESS if the mesh cannot be edited.
+    explicit CMeshEdit(CMeshData& data) : m_identity(data.identity) {
+        if (m_identity.isFrozen) throw KZe_NOACCESS;
+        ++m_identity.openEdits;
+    }
+    ~CMeshEdit() { end(m_identity); }
+    CMeshEdit(const CMeshEdit&) = delete;
+    CMeshEdit& operator=(const CMeshEdit&) = delete;
+
+    static void end(MeshIdentity& identity);
+
+private:
+    MeshIdentity& m_identity;
 };
 
 // The properties of a type of polygon.

@@ -30,6 +30,11 @@ public:
     KzResult meshmap_SetValue(KzElementId point, KzElementId polygon, float* values) override;
     KzResult meshmap_SetAll(float* values, std::int32_t mark) override;
     KzResult meshmap_Scale(float factor, std::int32_t mark) override;
+    KzResult meshmap_Copy(KzElementId source) override;
+    KzResult meshmap_Default(float** values) override;
+    KzResult meshmap_Mirror(std::int32_t axis, KzElementId target) override;
+    KzResult meshmap_MergeCorners(float tolerance) override;
+    KzResult meshmap_SplitCorners(std::int32_t mark) override;
     KzResult meshmap_Range(std::int32_t component, float* minimum, float* maximum) override;
 };
 

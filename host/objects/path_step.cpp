@@ -1,8 +1,8 @@
 // Walks along curves step by step.
 #include "host/core/reasons.h"
+#include "host/document/transform_values.h"
 #include "host/objects/arguments.h"
 #include "host/objects/curve.h"
-#include "host/objects/transform_values.h"
 
 #include "kz/result.h"
 

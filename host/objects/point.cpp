@@ -1,9 +1,11 @@
 // Points of a mesh.
 #include "host/objects/point.h"
 
+#include "host/objects/mesh_edits.h"
 #include "host/objects/mesh_map.h"
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 namespace kzhost {
@@ -20,12 +22,14 @@ KzResult CPoint::point_Position(KzFVector3* position) {
 }
 
 KzResult CPoint::point_SetPosition(const KzVector3* position) {
+    const CMeshEdit edit(data());
     here().position = kzNotNull(position);
     data().changed(KZfMESHEDIT_POSITION);
     return KZe_OK;
 }
 
 KzResult CPoint::point_Move(const KzVector3* offset) {
+    const CMeshEdit edit(data());
     here().position = here().position + kzNotNull(offset);
     data().changed(KZfMESHEDIT_POSITION);
     return KZe_OK;
@@ -53,18 +57,14 @@ KzResult CPoint::point_PolygonByIndex(std::uint32_t index, KzElementId* polygon,
     return KZe_OK;
 }
 
-std::vector<const MeshEdge*> CPoint::edgesHere() {
-    std::vector<const MeshEdge*> list;
-    for (const MeshEdge& edge : data().edges())
-        if (isAt() && (edge.start == id() || edge.end == id())) list.push_back(&edge);
-    return list;
+std::span<const KzElementId> CPoint::edgesHere() {
+    return isAt() ? data().edgesAt(id()) : std::span<const KzElementId>();
 }
 
 const MeshEdge& CPoint::edgeHere(std::uint32_t index) {
-    const KzElementId point = here().id;
-    for (const MeshEdge& edge : data().edges())
-        if ((edge.start == point || edge.end == point) && index-- == 0) return edge;
-    throw KZe_OUTOFBOUNDS;
+    const auto edges = data().edgesAt(here().id);
+    if (index >= edges.size()) throw KZe_OUTOFBOUNDS;
+    return data().edges().at(edges[index]);
 }
 
 KzResult CPoint::point_EdgeByIndex(std::uint32_t index, KzElementId* edge) {
@@ -80,7 +80,23 @@ KzResult CPoint::point_NeighborByIndex(std::uint32_t index, KzElementId* point) 
 
 bool CPoint::point_IsBoundary() {
     const auto edges = edgesHere();
-    return std::any_of(edges.begin(), edges.end(), [](const MeshEdge* edge) { return edge->polygons.size() == 1; });
+    return std::any_of(edges.begin(), edges.end(),
+                       [&](KzElementId edge) { return data().edges().at(edge).polygons.size() == 1; });
+}
+
+bool CPoint::point_IsOnCurve() {
+    if (!isAt()) return false;
+    const auto corners = data().cornersAt(id());
+    return std::any_of(corners.begin(), corners.end(), [&](const MeshCorner& corner) {
+        return !kzPolygonType(data().polygons.at(corner.polygon).type).isClosed;
+    });
+}
+
+KzResult CPoint::point_NormalOf(KzElementId polygon, KzElementId map, KzVector3* normal) {
+    const auto& corners = data().polygons.at(polygon).points;
+    if (std::find(corners.begin(), corners.end(), here().id) == corners.end()) return KZe_NOTFOUND;
+    *normal = kzCornerNormal(data(), here().id, polygon, map);
+    return KZe_OK;
 }
 
 KzResult CPoint::point_MapValue(KzElementId map, float* values) {
@@ -94,12 +110,15 @@ KzResult CPoint::point_SetMapValue(KzElementId map, float* values) {
 KzResult CPoint::point_ClearMapValue(KzElementId map) { return kzClearMapValue(data(), map, {here().id, nullptr}); }
 
 KzResult CPoint::point_Add(const KzVector3* position, KzElementId* point) {
+    const CMeshEdit edit(data());
     *point = data().addPoint(kzNotNull(position)).id;
     return moveTo(*point);
 }
 
 KzResult CPoint::point_Copy(KzElementId source, KzElementId* point) {
+    const CMeshEdit edit(data());
     const KzElementId copy = data().points.add(MeshPoint(data().points.at(source))).id;
+    data().noteCopy(copy, source);
     for (MeshMapData& map : data().maps)
         if (const auto value = map.values.find({source, nullptr}); value != map.values.end())
             map.values[{copy, nullptr}] = std::vector<float>(value->second);
@@ -109,6 +128,7 @@ KzResult CPoint::point_Copy(KzElementId source, KzElementId* point) {
 }
 
 KzResult CPoint::point_Remove() {
+    const CMeshEdit edit(data());
     data().removePoints([id = here().id](const MeshPoint& point) { return point.id == id; });
     return KZe_OK;
 }

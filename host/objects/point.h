@@ -3,7 +3,7 @@
 
 #include "host/objects/mesh_cursor.h"
 
-#include <vector>
+#include <span>
 
 namespace kzhost {
 
@@ -27,6 +27,8 @@ public:
     std::uint32_t point_NeighborCount() override { return point_EdgeCount(); }
     KzResult point_NeighborByIndex(std::uint32_t index, KzElementId* point) override;
     bool point_IsBoundary() override;
+    bool point_IsOnCurve() override;
+    KzResult point_NormalOf(KzElementId polygon, KzElementId map, KzVector3* normal) override;
     KzResult point_MapValue(KzElementId map, float* values) override;
     KzResult point_SetMapValue(KzElementId map, float* values) override;
     KzResult point_ClearMapValue(KzElementId map) override;
@@ -36,7 +38,7 @@ public:
     KzResult point_Remove() override;
 
 private:
-    std::vector<const MeshEdge*> edgesHere();
+    std::span<const KzElementId> edgesHere();
     const MeshEdge& edgeHere(std::uint32_t index);
 };
 

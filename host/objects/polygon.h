@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/objects/mesh_cursor.h"
+#include "host/objects/polygon_shape.h"
 
 #include <vector>
 
@@ -30,6 +31,13 @@ public:
     KzResult polygon_Normal(KzVector3* normal) override;
     KzResult polygon_Center(KzVector3* center) override;
     KzResult polygon_Bounds(KzBounds* box) override;
+    KzResult polygon_EnumerateConnected(KzElementId start, std::uint32_t flags, IKzUnknown* visitor) override;
+    KzResult polygon_VertexNormal(std::int32_t vertex, KzElementId map, KzFVector3* normal) override;
+    bool polygon_IsPlanar(double tolerance) override;
+    KzResult polygon_Closest(const KzVector3* position, double* distance, KzFVector3* weights,
+                             std::uint32_t* triangle) override;
+    KzResult polygon_Intersect(const KzVector3* origin, const KzVector3* direction, double* distance,
+                               KzVector3* normal) override;
     double polygon_Area() override { return isAt() ? data().areaOf(here()) : 0; }
     bool polygon_IsClosed() override { return isAt() && kzPolygonType(here().type).isClosed; }
     std::uint32_t polygon_TriangleCount() override;
@@ -51,6 +59,10 @@ public:
 private:
     KzElementId corner(std::int64_t vertex) const;  // throws OUTOFBOUNDS
     KzResult setCorners(std::vector<KzElementId> corners);
+    std::vector<Triangle> triangles();  // none for a curve
+    // Calls the work with the positions of each triangle's corners and its index.
+    template <class Work> void eachTriangle(const Work& work);
+    bool goesOn(const MeshPolygon& from, const MeshEdge& edge, const MeshPolygon& to, std::uint32_t flags);
 };
 
 }  // namespace kzhost

@@ -3,11 +3,29 @@
 
 #include "kz/result.h"
 
+#include <cerrno>
 #include <cstdlib>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace kzhost {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// Sees to it that the file, or the names in the folder, are on the disk: a crash of the machine must not leave an empty file
+// under a name that had a full one. Best effort: some file systems have nothing like it.
+bool reachesDisk(const fs::path& path) {
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) return true;
+    const bool isThere = fsync(file) == 0 || errno == EINVAL || errno == ENOTSUP;
+    close(file);
+    return isThere;
+}
+
+}  // namespace
 
 CSafeSave::CSafeSave(const std::string& target) {
     std::error_code error;
@@ -31,9 +49,11 @@ KzResult CSafeSave::commit() {
     if (const auto former = fs::status(m_target, error); fs::exists(former))
         fs::permissions(path(), former.permissions(), error);
     for (const fs::directory_entry& each : fs::directory_iterator(m_folder, error)) {
+        if (each.is_regular_file(error) && !reachesDisk(each.path())) return KZe_NOACCESS;
         fs::rename(each.path(), m_target.parent_path() / each.path().filename(), error);
         if (error) return KZe_NOACCESS;
     }
+    reachesDisk(m_target.parent_path());
     return error ? KZe_NOACCESS : KZe_OK;
 }
 

@@ -2,6 +2,7 @@
 #include "host/objects/scene.h"
 
 #include "host/core/reasons.h"
+#include "host/document/animation.h"
 #include "host/state/text.h"
 
 #include <algorithm>
@@ -14,13 +15,17 @@ namespace kzhost {
 
 namespace {
 
-// All actions share the values of the scene. Throws NOTFOUND for an unknown action.
-std::string actionName(const char* action) {
+// What the document calls the action; empty for null. Throws NOTFOUND for an unknown one.
+std::string actionOf(const CDocument& document, const char* action) {
     const std::string name(kzTextOf(action));
-    static const std::vector<std::string> actions = {KZs_ACTIONLAYER_EDIT, KZs_ACTIONLAYER_ANIM, KZs_ACTIONLAYER_SETUP,
-                                                     KZs_ACTIONLAYER_STATIC};
-    if (name.empty() || std::find(actions.begin(), actions.end(), name) != actions.end()) return name;
-    throw kzBecause(KZe_NOTFOUND, "Scene.Channels", [&] { return kzThereIsNo("action", name, actions); });
+    if (name.empty()) return name;
+    const CReading reading(document.workspace());
+    if (auto found = kzFindAction(document, name)) return *found;
+    throw kzBecause(KZe_NOTFOUND, "Scene.Channels", [&] {
+        std::vector<std::string> names(kzSceneActions.begin(), kzSceneActions.end());
+        for (const Item* item : kzActionItems(document)) names.push_back(item->name);
+        return kzThereIsNo("action", name, names);
+    });
 }
 
 KzResult handOver(IKzUnknown* object, IKzUnknown** out) {
@@ -29,15 +34,16 @@ KzResult handOver(IKzUnknown* object, IKzUnknown** out) {
 }
 
 // The names of a document's items, for an error. There may be very many.
-template <class Text> std::vector<std::string> someNames(const CDocument& document, Text Item::* name) {
+template <class Text> std::vector<std::string> someNames(const CDocument& document, Text Item::*name) {
     std::vector<std::string> names;
     document.each(KZiITYPE_ANY, [&](const Item& item) { names.push_back(item.*name); });
     return names;
 }
 
 // Does not keep the object: an open document is kept by the list of open scenes.
-struct SceneObject final : ItemAttachment {
+struct SceneObject final : AttachedObject {
     explicit SceneObject(CScene& scene) : scene(scene) {}
+    KzResult give(IKzUnknown** out) const override { return scene.self().give(out); }
     CScene& scene;
 };
 
@@ -141,17 +147,15 @@ KzResult CScene::scene_ItemByIndex(std::int32_t type, std::uint32_t index, IKzUn
 KzResult CScene::scene_ItemLookup(const char* name, IKzUnknown** item) {
     const CReading reading(m_document->workspace());
     if (Item* found = m_document->byName(kzTextOf(name))) return kzGiveItem(found, item);
-    return kzBecause(KZe_NOTFOUND, "Scene.ItemLookup", [&] {
-        return kzThereIsNo("item", kzTextOf(name), someNames(*m_document, &Item::uniqueName));
-    });
+    return kzBecause(KZe_NOTFOUND, "Scene.ItemLookup",
+                     [&] { return kzThereIsNo("item", kzTextOf(name), someNames(*m_document, &Item::uniqueName)); });
 }
 
 KzResult CScene::scene_ItemByIdent(const char* ident, IKzUnknown** item) {
     const CReading reading(m_document->workspace());
     if (Item* found = m_document->byIdent(kzTextOf(ident))) return kzGiveItem(found, item);
-    return kzBecause(KZe_NOTFOUND, "Scene.ItemByIdent", [&] {
-        return kzThereIsNo("item", kzTextOf(ident), someNames(*m_document, &Item::ident));
-    });
+    return kzBecause(KZe_NOTFOUND, "Scene.ItemByIdent",
+                     [&] { return kzThereIsNo("item", kzTextOf(ident), someNames(*m_document, &Item::ident)); });
 }
 
 KzResult CScene::scene_GraphLookup(const char* name, IKzUnknown** graph) {
@@ -171,12 +175,17 @@ bool CScene::scene_IsReference() { return false; }
 std::uint32_t CScene::scene_SubSceneCount() { return 0; }
 KzResult CScene::scene_SubSceneByIndex(std::uint32_t /*index*/, IKzUnknown** /*scene*/) { return KZe_OUTOFBOUNDS; }
 
+KzResult CScene::scene_Assets(IKzUnknown** assets) {
+    open();
+    return handOver(kzMakeSceneAssets(self()), assets);
+}
+
 KzResult CScene::scene_Channels(const char* action, double time, IKzUnknown** read) {
-    return handOver(kzMakeChannelRead(self(), actionName(action), time), read);
+    return handOver(kzMakeChannelRead(self(), actionOf(*m_document, action), time), read);
 }
 
 KzResult CScene::scene_WriteChannels(const char* action, double time, IKzUnknown** write) {
-    return handOver(kzMakeChannelWrite(self(), actionName(action), time), write);
+    return handOver(kzMakeChannelWrite(self(), actionOf(*m_document, action), time), write);
 }
 
 KzResult CScene::scene_Contents(IKzUnknown** contents) {

@@ -1,12 +1,14 @@
 // The object that stands for a document.
 #pragma once
 
+#include "host/document/evaluation.h"
 #include "host/document/graphs.h"
 #include "host/objects/item.h"
 
 #include <memory>
-#include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 namespace kzhost {
 
@@ -33,8 +35,12 @@ public:
     KzResult scene_Channels(const char* action, double time, IKzUnknown** read) override;
     KzResult scene_WriteChannels(const char* action, double time, IKzUnknown** write) override;
     KzResult scene_Contents(IKzUnknown** contents) override;
+    std::uint32_t scene_ActionCount(std::uint32_t types) override;
+    KzResult scene_ActionByIndex(std::uint32_t index, IKzUnknown** clip) override;
+    KzResult scene_ActionAdd(const char* name, std::int32_t type, IKzUnknown** clip) override;
     std::uint32_t scene_SubSceneCount() override;
     KzResult scene_SubSceneByIndex(std::uint32_t index, IKzUnknown** scene) override;
+    KzResult scene_Assets(IKzUnknown** assets) override;
 
     CDocument& document() const noexcept { return *m_document; }
     // Removes all items. Items that are still referenced become invalid.
@@ -54,10 +60,23 @@ CHostRef<CScene> kzObjectOf(CDocument& document);
 // An empty part of a scene.
 IKzUnknown* kzMakeSceneContents(std::shared_ptr<CWorkspace> workspace);
 
-// A walker that stands nowhere yet.
+// Walkers that stand nowhere yet.
 IKzUnknown* kzMakeTransformScan();
+IKzUnknown* kzMakeGroupEnumerator();
+
+// The files that the items of a scene name in their channels.
+IKzUnknown* kzMakeSceneAssets(CHostRef<CScene> scene);
 
 IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph);
+
+// What the object of an action stands for. Throws INVALIDARG for another object.
+struct SceneAction {
+    CHostRef<CScene> scene;
+    std::string action;
+};
+SceneAction kzActionOf(IKzUnknown* clip);
+// An action as the document calls it.
+IKzUnknown* kzMakeActionClip(CHostRef<CScene> scene, std::string action);
 
 // Readers and writers of the channels of a scene's items.
 IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double time);
@@ -65,15 +84,10 @@ IKzUnknown* kzMakeChannelWrite(CHostRef<CScene> scene, std::string action, doubl
 // Sets the value of a channel; throws a code, and logs the reason, if it takes no such value.
 void kzWriteChannel(Item& item, const ChannelInfo& channel, KzCell cell, CEdit& edit);
 
-// The matrices of locators, from their channels and their parents. The lock must be held.
-// Scales first, then rotates, then moves. The identity for an item that is no locator.
-KzMatrix4 kzLocalMatrix(const Item& item);
-KzMatrix4 kzScaleOf(const Item& item);
-KzMatrix4 kzRotationOf(const Item& item);
-KzMatrix4 kzWorldMatrix(const Item& item);
-// The box of the meshes of the item and of all that is below it, in the item's own space. Nothing if there are no points.
-std::optional<KzBounds> kzBoundsOf(Item& item);
-// The value of a channel that is a matrix; nothing for others.
-std::optional<KzMatrix4> kzMatrixOf(const Item& item, const ChannelInfo& channel);
+// Several channels of an item, all of one moment; throws INVALIDARG for one that its type does not have. The caller must not
+// hold the lock.
+std::vector<EvaluatedValue> kzEvaluated(const CItem& item, std::span<const char* const> channels, double time);
+// Where an item is at that time: from its own space to the world. The identity for one that is no locator. As above.
+KzMatrix4 kzWorldMatrix(const CItem& item, double time);
 
 }  // namespace kzhost

@@ -3,6 +3,7 @@
 
 #include "host/core/reasons.h"
 #include "host/document/graphs.h"
+#include "host/objects/item_collection.h"
 #include "host/state/text.h"
 
 #include "kz/object.h"
@@ -33,11 +34,13 @@ protected:
     CItemReading own(IKzUnknown* item) const { return kzOwn<CItem>(item)->readIn(document()); }
     void requireWritable() const {
         if (m_graph.isReadOnly)
-            throw kzBecause(KZe_NOACCESS, "ItemGraph", [&] { return fmt::format("the links of the graph \"{}\" are the host's", m_graph.name); });
+            throw kzBecause(KZe_NOACCESS, "ItemGraph",
+                            [&] { return fmt::format("the links of the graph \"{}\" are the host's", m_graph.name); });
     }
     KzResult cyclic(const Item& source, const Item& target) const {
         return kzBecause(KZeGRAPH_CYCLIC, "SceneGraph", [&] {
-            return fmt::format("\"{}\" leads to \"{}\" in the graph \"{}\" already", target.uniqueName, source.uniqueName, m_graph.name);
+            return fmt::format("\"{}\" leads to \"{}\" in the graph \"{}\" already", target.uniqueName,
+                               source.uniqueName, m_graph.name);
         });
     }
 
@@ -51,7 +54,8 @@ protected:
         if (m_stamp != document().stamp()) {
             m_roots.clear();
             document().each(KZiITYPE_ANY, [&](Item& item) {
-                const bool takesPart = m_graph.isReadOnly ? &item != document().root() : !kzNextIn(item, m_graph, true).empty();
+                const bool takesPart =
+                    m_graph.isReadOnly ? &item != document().root() : !kzNextIn(item, m_graph, true).empty();
                 if (takesPart && kzNextIn(item, m_graph, false).empty()) m_roots.push_back(&item);
             });
             m_stamp = document().stamp();
@@ -90,7 +94,9 @@ private:
 
 // The operations that both kinds of graphs share. They differ in the interfaces that they have besides.
 template <class Class, KzHostName name, template <class> class Links>
-class CSceneGraph : public CHosted<name, Class, CKzIfc_SceneGraph, Links>, public CHostSelf<Class>, public CGraph<Class> {
+class CSceneGraph : public CHosted<name, Class, CKzIfc_SceneGraph, Links>,
+                    public CHostSelf<Class>,
+                    public CGraph<Class> {
 public:
     using CGraph<Class>::CGraph;
 
@@ -109,7 +115,8 @@ public:
         CEdit edit(this->workspace());
         const auto own = this->own(item);
         this->requireWritable();
-        if (this->graph().type == static_cast<std::uint32_t>(KZiGRAPHTYPE_ITEM)) edit.unlinkAll(this->graph().name, *own);
+        if (this->graph().type == static_cast<std::uint32_t>(KZiGRAPHTYPE_ITEM))
+            edit.unlinkAll(this->graph().name, *own);
         while (this->graph().type != static_cast<std::uint32_t>(KZiGRAPHTYPE_ITEM) && !own->inputs.empty())
             edit.unlinkChannels(*own->inputs.back());
         while (this->graph().type != static_cast<std::uint32_t>(KZiGRAPHTYPE_ITEM) && !own->outputs.empty())
@@ -141,9 +148,9 @@ public:
         const auto to = own(target);
         requireWritable();
         if ((graph().flags & KZfGRAPH_ALLOWCYCLES) == 0 && kzWouldClose(*from, *to, graph())) return cyclic(*from, *to);
-        if (isLinked(*from, *to)) edit.unlink(graph().name, *from, *to);
         const auto place = [](std::int32_t index) { return index < 0 ? CEdit::last : static_cast<std::size_t>(index); };
-        edit.link(graph().name, *from, place(sourceIndex), *to, place(targetIndex));
+        if (isLinked(*from, *to)) edit.moveLink(graph().name, *from, place(sourceIndex), *to, place(targetIndex));
+        else edit.link(graph().name, *from, place(sourceIndex), *to, place(targetIndex));
         edit.commit();
         return KZe_OK;
     }
@@ -169,6 +176,12 @@ public:
     std::uint32_t itemgraph_RevCount(IKzUnknown* item) override { return count(item, false); }
     KzResult itemgraph_RevByIndex(IKzUnknown* item, std::uint32_t index, IKzUnknown** other) override {
         return at(item, index, false, other);
+    }
+    KzResult itemgraph_Reach(IKzUnknown* item, std::int32_t forward, IKzUnknown** items) override {
+        const auto collection = CHostRef<CItemCollection>::make(workspace().shared_from_this());
+        if (const KzResult code = collection->itemcollection_AddGraph(item, graph().name, forward); kzFailed(code))
+            return code;
+        return collection.give(items);
     }
 
 private:
@@ -268,7 +281,8 @@ private:
     ChannelLink* find(const End& source, const End& target) const {
         const auto from = own(source.item);
         const auto to = own(target.item);
-        const ChannelLink wanted{&*from, &kzChannelAt(*from, source.channel), &*to, &kzChannelAt(*to, target.channel), {}};
+        const ChannelLink wanted{
+            &*from, &kzChannelAt(*from, source.channel), &*to, &kzChannelAt(*to, target.channel), {}};
         const auto match = std::find_if(from->outputs.begin(), from->outputs.end(),
                                         [&](const auto& each) { return each->joins(wanted); });
         return match != from->outputs.end() ? match->get() : nullptr;
@@ -288,7 +302,8 @@ private:
                 links.push_back(each.get());
         return links;
     }
-    KzResult at(const End& end, std::uint32_t index, bool forward, IKzUnknown** other, std::int32_t* otherChannel) const {
+    KzResult at(const End& end, std::uint32_t index, bool forward, IKzUnknown** other,
+                std::int32_t* otherChannel) const {
         const CReading reading(workspace());
         const auto all = links(end, forward);
         if (index >= all.size()) return KZe_OUTOFBOUNDS;
@@ -301,7 +316,8 @@ private:
 }  // namespace
 
 IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph) {
-    if (graph.type == static_cast<std::uint32_t>(KZiGRAPHTYPE_CHANNEL)) return kzMakeObject<CChannelGraph>(std::move(scene), graph);
+    if (graph.type == static_cast<std::uint32_t>(KZiGRAPHTYPE_CHANNEL))
+        return kzMakeObject<CChannelGraph>(std::move(scene), graph);
     return kzMakeObject<CItemGraph>(std::move(scene), graph);
 }
 

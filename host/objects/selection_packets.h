@@ -16,6 +16,10 @@ struct PacketKindRow {
     const KzGuid* identity;  // by which Packet.PacketByInterface finds it; null for none
     IKzUnknown* (*make)(std::shared_ptr<CWorkspace> workspace);
 };
+// By subject; each is defined in the source of that name.
+std::vector<PacketKindRow> kzItemPackets();
+std::vector<PacketKindRow> kzElementPackets();
+std::vector<PacketKindRow> kzPlacePackets();
 // Those that the document can translate.
 const std::vector<PacketKindRow>& kzPacketKinds();
 // Null for an unknown name.

@@ -2,9 +2,11 @@
 #include "host/services/color_mapping_service.h"
 
 #include "host/core/object.h"
+#include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/objects/arguments.h"
 #include "host/objects/image_files.h"
+#include "host/state/text.h"
 
 #include "kz/color_mapping.h"
 
@@ -26,6 +28,29 @@ public:
     CColorMappingService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CImageFiles> images)
         : CServiceBase(std::move(context)), m_images(std::move(images)) {}
 
+    std::uint32_t colormappingservice_ModuleCount() override {
+        enter("ColorMapping.ModuleCount");
+        return 0;
+    }
+    KzResult colormappingservice_ModuleByIndex(std::uint32_t /*index*/, IKzUnknown** /*module*/) override {
+        enter("ColorMapping.ModuleByIndex");
+        return KZe_OUTOFBOUNDS;
+    }
+    KzResult colormappingservice_ModuleByName(const char* name, IKzUnknown** /*module*/) override {
+        enter("ColorMapping.ModuleByName");
+        return kzBecause(KZe_NOTFOUND, "ColorMapping.ModuleByName",
+                         [&] { return kzThereIsNo("module of mappings", kzTextOf(name), {}); });
+    }
+    // Colour spaces have one name for everybody.
+    KzResult colormappingservice_SpaceUserName(const char* space, const char** name) override {
+        enter("ColorMapping.SpaceUserName");
+        for (const std::string& each : m_images->spaces()) {
+            if (strcasecmp(each.c_str(), kzString(space).c_str()) != 0) continue;
+            *name = keep(each);
+            return KZe_OK;
+        }
+        return KZe_NOTFOUND;
+    }
     // There are no modules of mappings, so a named one is never found.
     KzResult colormappingservice_SpaceCount(const char* module, std::uint32_t* count) override {
         enter("ColorMapping.SpaceCount");

@@ -102,6 +102,11 @@ public:
         *flags = m_state->flags();
         return KZe_OK;
     }
+    // Nothing that a command does can be undone here.
+    bool commandservice_IsUndoLocked() override {
+        enter("Command.IsUndoLocked");
+        return true;
+    }
     KzResult commandservice_HistoryCount(std::uint32_t* count) override {
         enter("Command.HistoryCount");
         *count = m_state->historyCount();

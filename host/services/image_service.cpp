@@ -2,18 +2,34 @@
 #include "host/services/image_service.h"
 
 #include "host/core/object.h"
+#include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/objects/image_files.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace kzhost {
 
 namespace {
+
+// The last digits before the extension; empty if the name has no frame number.
+std::string_view frameDigits(std::string_view path) {
+    const std::size_t name = path.rfind('/') == std::string_view::npos ? 0 : path.rfind('/') + 1;
+    std::size_t end = std::min(path.rfind('.'), path.size());
+    if (end < name) end = path.size();
+    std::size_t start = end;
+    while (start > name && path[start - 1] >= '0' && path[start - 1] <= '9') --start;
+    return path.substr(start, end - start);
+}
 
 class CImageService final : public CHosted<"image service", CImageService, CKzIfc_ImageService>, CServiceBase {
 public:
@@ -42,6 +58,12 @@ public:
         enter("Image.Metadata");
         return kzFillText(m_images->fact(m_files->place(path), kzString(key)), value, length);
     }
+    bool imageservice_IsSequence(const char* path) override {
+        enter("Image.IsSequence");
+        return !frameDigits(kzString(path)).empty();
+    }
+    KzResult imageservice_LoadFrame(const char* path, std::int32_t frame, IKzUnknown* monitor,
+                                    IKzUnknown** image) override;
     KzResult imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                std::int32_t height, IKzUnknown** image) override;
     KzResult imageservice_Flip(IKzUnknown* source, std::int32_t axis, IKzUnknown** image) override;
@@ -57,6 +79,23 @@ private:
     std::shared_ptr<CPathAliases> m_files;
     std::shared_ptr<CImageFiles> m_images;
 };
+
+// The file of that frame has its number, with at least as many digits, in place of the last one in the name.
+KzResult CImageService::imageservice_LoadFrame(const char* path, std::int32_t frame, IKzUnknown* monitor,
+                                               IKzUnknown** image) {
+    enter("Image.LoadFrame");
+    std::string place = m_files->place(path);
+    const std::string_view digits = frameDigits(place);
+    if (frame < 0 || (digits.empty() && frame != 0)) return KZe_OUTOFBOUNDS;
+    if (!digits.empty()) {
+        const auto start = static_cast<std::size_t>(digits.data() - place.data());
+        place.replace(start, digits.size(), fmt::format("{:0{}}", frame, digits.size()));
+    }
+    std::error_code error;
+    if (!digits.empty() && !std::filesystem::exists(place, error))
+        return kzBecause(KZe_OUTOFBOUNDS, "Image.LoadFrame", [&] { return "there is no file \"" + place + "\""; });
+    return m_images->load(place, monitor).give(image);
+}
 
 KzResult CImageService::imageservice_Crop(IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t width,
                                           std::int32_t height, IKzUnknown** image) {

@@ -3,9 +3,9 @@
 
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/document/transform_values.h"
 #include "host/objects/layers.h"
 #include "host/objects/open_scenes.h"
-#include "host/objects/transform_values.h"
 
 #include "kz/result.h"
 #include "kz/scene.h"
@@ -39,21 +39,12 @@ public:
         enter("Layer.State");
         return kzLayerState(*layer(item));
     }
-    // What is in the background is visible and not active.
     KzResult layerservice_SetState(IKzUnknown* item, std::uint32_t mask, std::uint32_t state) override {
         enter("Layer.SetState");
         CEdit edit(workspace());
         const auto own = layer(item);
-        const auto asks = [&](std::int32_t flag) { return (mask & static_cast<std::uint32_t>(flag)) != 0; };
-        const auto wants = [&](std::int32_t flag) { return (state & static_cast<std::uint32_t>(flag)) != 0; };
         if ((mask & ~static_cast<std::uint32_t>(KZm_LAYER_STATE)) != 0) return KZe_INVALIDARG;
-        const bool toBack = asks(KZf_LAYER_BACKGROUND) && wants(KZf_LAYER_BACKGROUND);
-        if (asks(KZf_LAYER_VISIBLE) || asks(KZf_LAYER_BACKGROUND))
-            setFlag(*own, KZfITEM_VISIBLE, toBack || (asks(KZf_LAYER_VISIBLE) && wants(KZf_LAYER_VISIBLE)), edit);
-        if (asks(KZf_LAYER_LOCKED)) setFlag(*own, KZfITEM_LOCKED, wants(KZf_LAYER_LOCKED), edit);
-        const bool isMain = asks(KZf_LAYER_MAIN) && wants(KZf_LAYER_MAIN);
-        if (isMain || asks(KZf_LAYER_ACTIVE) || toBack)
-            select(*own, isMain || (wants(KZf_LAYER_ACTIVE) && !toBack), isMain, edit);
+        kzSetLayerState(*own, mask, state, edit);
         edit.commit();
         return KZe_OK;
     }
@@ -66,7 +57,8 @@ public:
     KzResult layerservice_SetMain(IKzUnknown* item) override {
         enter("Layer.SetMain");
         CEdit edit(workspace());
-        select(*layer(item), true, true, edit);
+        const auto main = static_cast<std::uint32_t>(KZf_LAYER_MAIN);
+        kzSetLayerState(*layer(item), main, main, edit);
         edit.commit();
         return KZe_OK;
     }
@@ -76,13 +68,13 @@ public:
         const std::uint32_t states = flags & static_cast<std::uint32_t>(KZm_LAYER_STATE);
         std::vector<Item*> scanned = layers();
         std::erase_if(scanned, [&](const Item* each) { return (kzLayerState(*each) & states) != states; });
-        *scan = kzMakeLayerScan(m_scenes->workspace, scanned, flags);
+        *scan = kzMakeLayerScan(m_scenes->workspace, scanned, flags, m_scenes->currentTime());
         return KZe_OK;
     }
     KzResult layerservice_ScanItem(IKzUnknown* item, std::uint32_t flags, IKzUnknown** scan) override {
         enter("Layer.ScanItem");
         const auto own = layer(item);
-        *scan = kzMakeLayerScan(m_scenes->workspace, {&*own}, flags);
+        *scan = kzMakeLayerScan(m_scenes->workspace, {&*own}, flags, m_scenes->currentTime());
         return KZe_OK;
     }
     KzResult layerservice_Scene(IKzUnknown** scene) override {
@@ -107,18 +99,17 @@ public:
     KzResult layerservice_WorldToLayer(IKzUnknown* item, const KzVector3* world, KzVector3* local) override {
         enter("Layer.WorldToLayer");
         const KzVector3 place = kzNotNull(world);
-        const auto own = layer(item);
-        const auto inverse = kzInverse(kzWorldMatrix(*own));
+        const auto inverse = kzInverse(matrixOf(item));
         if (!inverse)
             return kzBecause(KZe_NOTAVAILABLE, "Layer.WorldToLayer",
-                             [&] { return "\"" + own->uniqueName + "\" has a scale of 0"; });
+                             [&] { return "\"" + layer(item)->uniqueName + "\" has a scale of 0"; });
         *local = kzPlace(place, *inverse);
         return KZe_OK;
     }
     KzResult layerservice_LayerToWorld(IKzUnknown* item, const KzVector3* local, KzVector3* world) override {
         enter("Layer.LayerToWorld");
         const KzVector3 place = kzNotNull(local);
-        *world = kzPlace(place, kzWorldMatrix(*layer(item)));
+        *world = kzPlace(place, matrixOf(item));
         return KZe_OK;
     }
 
@@ -143,24 +134,23 @@ private:
         return m_layers;
     }
     std::optional<KzBounds> bounds(bool selectedOnly) {
-        const CReading reading(workspace());
-        std::optional<KzBounds> box;
-        for (Item* each : layers())
-            if ((kzLayerState(*each) & active) != 0) kzExtendByLayer(*each, kzWorldMatrix(*each), selectedOnly, box);
-        return box;
+        std::vector<CHostRef<CItem>> chosen;
+        double time = 0;
+        {
+            const CReading reading(workspace());
+            time = m_scenes->currentTime();
+            for (Item* each : layers())
+                if ((kzLayerState(*each) & active) != 0) chosen.push_back(kzObjectOf(*each));
+        }
+        return kzBoundsOf(chosen, kzIdentity(), selectedOnly, time);
     }
-    static void setFlag(Item& item, std::int32_t flag, bool isSet, CEdit& edit) {
-        const auto bit = static_cast<std::uint32_t>(flag);
-        const std::uint32_t flags = isSet ? item.flags | bit : item.flags & ~bit;
-        if (flags != item.flags) edit.setFlags(item, flags);
-    }
-    // The main layer is the one that comes last.
-    void select(Item& item, bool isSelected, bool isMain, CEdit& edit) {
-        CSelection& selection = workspace().selection();
-        const auto packet = selection.packet({.kind = PacketKind::item, .item = item.shared_from_this()});
-        if ((isMain && kzMainLayer(item.document) != &item) || !isSelected)
-            selection.remove(KZi_SELTYP_ITEM, packet, edit);
-        if (isSelected) selection.add(KZi_SELTYP_ITEM, packet, edit);
+    KzMatrix4 matrixOf(IKzUnknown* item) const {
+        double time = 0;
+        {
+            const auto own = layer(item);
+            time = m_scenes->currentTime();
+        }
+        return kzWorldMatrix(*kzOwn<CItem>(item), time);
     }
 
     const std::shared_ptr<OpenScenes> m_scenes;

@@ -4,14 +4,70 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/objects/raycast.h"
 #include "host/objects/scene.h"
 #include "host/state/text.h"
 
+#include <array>
+#include <mutex>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace kzhost {
 
 namespace {
+
+// The marks by name: the fixed ones, and those that were handed out. Meshes know no host, so all hosts share them.
+class CMarkTable {
+public:
+    std::int32_t find(std::string_view name) const {
+        const std::lock_guard lock(m_lock);
+        for (const auto& [mark, text] : m_marks)
+            if (!text.empty() && text == name) return mark;
+        return 0;
+    }
+    std::vector<std::string> names() const {
+        const std::lock_guard lock(m_lock);
+        std::vector<std::string> names;
+        for (const auto& [mark, text] : m_marks)
+            if (!text.empty()) names.push_back(text);
+        return names;
+    }
+    // 0 if all are taken.
+    std::int32_t allocate(std::string_view name) {
+        const std::lock_guard lock(m_lock);
+        for (auto& [mark, text] : m_marks)
+            if (text.empty()) return text = name, mark;
+        return 0;
+    }
+    // False unless it is a user mark that was handed out.
+    bool release(std::int32_t mark) {
+        const std::lock_guard lock(m_lock);
+        for (auto& [each, text] : m_marks)
+            if (each == mark && (mark & KZmMARK_USER) != 0 && !text.empty()) return text.clear(), true;
+        return false;
+    }
+
+private:
+    mutable std::mutex m_lock;
+    std::array<std::pair<std::int32_t, std::string>, 10> m_marks{{{KZfMARK_SELECT, "select"},
+                                                                  {KZfMARK_HIDE, "hide"},
+                                                                  {KZfMARK_LOCK, "lock"},
+                                                                  {KZfMARK_DRAG, "drag"},
+                                                                  {KZfMARK_AUTO, "auto"},
+                                                                  {KZfMARK_VALID, "valid"},
+                                                                  {KZfMARK_USER1, ""},
+                                                                  {KZfMARK_USER2, ""},
+                                                                  {KZfMARK_USER3, ""},
+                                                                  {KZfMARK_USER4, ""}}};
+};
+
+CMarkTable& marks() {
+    static auto* table = new CMarkTable();
+    return *table;
+}
 
 class CMeshService final : public CHosted<"mesh service", CMeshService, CKzIfc_MeshService>, CServiceBase {
 public:
@@ -30,6 +86,33 @@ public:
     KzResult meshservice_EditItem(IKzUnknown* item, const char* /*action*/, IKzUnknown** mesh) override {
         enter("Mesh.EditItem");
         return kzOwn<CItem>(item)->mesh().give(mesh);
+    }
+    KzResult meshservice_Raycast(IKzUnknown* mesh, std::uint32_t flags, IKzUnknown** raycast) override {
+        enter("Mesh.Raycast");
+        auto made = CHostRef<CRaycast>::make(flags);
+        made->add(kzOwn<CMesh>(mesh), kzIdentity());
+        made->build();
+        return made.give(raycast);
+    }
+    KzResult meshservice_MarkLookup(const char* name, std::int32_t* mark) override {
+        enter("Mesh.MarkLookup");
+        *mark = marks().find(kzTextOf(name));
+        if (*mark != 0) return KZe_OK;
+        return kzBecause(KZe_NOTFOUND, "Mesh.MarkLookup",
+                         [&] { return kzThereIsNo("mark", kzTextOf(name), marks().names()); });
+    }
+    KzResult meshservice_AllocateMark(const char* name, std::int32_t* mark) override {
+        enter("Mesh.AllocateMark");
+        if (kzTextOf(name).empty()) return KZe_INVALIDARG;
+        if (marks().find(name) != 0) return KZe_ALREADYEXISTS;
+        *mark = marks().allocate(name);
+        if (*mark != 0) return KZe_OK;
+        return kzBecause(KZe_NOTAVAILABLE, "Mesh.AllocateMark",
+                         [] { return std::string("all four user marks are taken"); });
+    }
+    void meshservice_ReleaseMark(std::int32_t mark) override {
+        enter("Mesh.ReleaseMark");
+        if (marks().release(mark)) CMesh::clearMark(mark);
     }
     std::uint32_t meshservice_MapTypeCount() override {
         enter("Mesh.MapTypeCount");

@@ -1,20 +1,25 @@
-// The scene service: makes, finds and closes scenes, and lists the item types.
+// The scene service: makes, loads, saves, finds and closes scenes, and lists the item types.
 #include "host/services/scene_service.h"
 
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/document/evaluation.h"
+#include "host/document/transform_values.h"
 #include "host/objects/curve.h"
-#include "host/objects/document_listeners.h"
 #include "host/objects/envelope.h"
-#include "host/objects/group.h"
 #include "host/objects/item_collection.h"
+#include "host/objects/layers.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
-#include "host/objects/transform_values.h"
+#include "host/objects/scene_files.h"
+#include "host/objects/transforms.h"
+#include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <utility>
 
 namespace kzhost {
@@ -23,32 +28,34 @@ namespace {
 
 class CSceneService final : public CHosted<"scene service", CSceneService, CKzIfc_SceneService>, CServiceBase {
 public:
-    CSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes)
-        : CServiceBase(std::move(context)), m_scenes(std::move(scenes)) {}
+    CSceneService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes,
+                  std::shared_ptr<CSceneFiles> files, std::shared_ptr<CPathAliases> aliases)
+        : CServiceBase(std::move(context)), m_scenes(std::move(scenes)), m_files(std::move(files)),
+          m_aliases(std::move(aliases)) {}
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
         enter("Scene.Create");
         const auto made = kzOpenScene(*m_scenes->workspace, kzString(name));
-        const auto previous = change([&](auto& list) { list.push_back(made); });
-        kzTellSceneListeners(*m_scenes, [&](IKzSceneItemListener& each) { each.SceneCreated(made.raw()); });
-        tellCurrent(previous);
+        m_scenes->add(made);
         return made.give(scene);
+    }
+    KzResult sceneservice_Load(const char* path, IKzUnknown* monitor, IKzUnknown** scene) override {
+        enter("Scene.Load");
+        return m_files->load(m_aliases->place(path), monitor).give(scene);
+    }
+    KzResult sceneservice_Import(const char* path, IKzUnknown* scene, IKzUnknown* monitor) override {
+        enter("Scene.Import");
+        m_files->import(m_aliases->place(path), *kzOwn<CScene>(scene), monitor);
+        return KZe_OK;
+    }
+    KzResult sceneservice_Save(IKzUnknown* scene, const char* path, const char* format) override {
+        enter("Scene.Save");
+        const std::string place = kzTextOf(path).empty() ? std::string() : m_aliases->place(path);
+        return m_files->save(*kzOwn<CScene>(scene), place, kzString(format));
     }
     KzResult sceneservice_Close(IKzUnknown* scene) override {
         enter("Scene.Close");
-        const auto closed = kzOwn<CScene>(scene);
-        if (!isOpen(closed)) return KZe_NOTFOUND;
-        kzTellSceneListeners(*m_scenes, [&](IKzSceneItemListener& each) { each.SceneClosing(closed.raw()); });
-        if (!isOpen(closed)) return KZe_NOTFOUND;  // a listener was faster
-        const std::string path = closed->document().filename();
-        const auto previous = change(
-            [&](auto& list) { std::erase_if(list, [&](const auto& each) { return each.object() == closed.object(); }); });
-        closed->close();
-        kzTellSceneListeners(*m_scenes, [&](IKzSceneItemListener& each) {
-            each.SceneClosed(path.empty() ? nullptr : path.c_str());
-        });
-        tellCurrent(previous.object() != closed.object() ? previous : CHostRef<CScene>(), previous.object() == closed.object());
-        return KZe_OK;
+        return m_scenes->close(kzOwn<CScene>(scene)) ? KZe_OK : KZe_NOTFOUND;
     }
     std::uint32_t sceneservice_Count() override {
         enter("Scene.Count");
@@ -60,8 +67,9 @@ public:
     }
     KzResult sceneservice_Lookup(const char* path, IKzUnknown** scene) override {
         enter("Scene.Lookup");
+        const std::string place = m_aliases->expand(kzTextOf(path)).value_or(std::string());
         for (const auto& open : m_scenes->list)
-            if (!open->document().filename().empty() && open->document().filename() == kzTextOf(path)) return open.give(scene);
+            if (!place.empty() && open->document().filename() == place) return open.give(scene);
         return kzBecause(KZe_NOTFOUND, "Scene.Lookup", [&] {
             return kzThereIsNo("open scene", kzTextOf(path), m_scenes->list,
                                [](const auto& open) { return open->document().filename(); });
@@ -73,14 +81,7 @@ public:
     }
     KzResult sceneservice_SetCurrent(IKzUnknown* scene) override {
         enter("Scene.SetCurrent");
-        const auto current = kzOwn<CScene>(scene);
-        if (!isOpen(current)) return KZe_NOTFOUND;
-        tellCurrent(change([&](auto& list) {
-            const auto place =
-                std::find_if(list.begin(), list.end(), [&](const auto& each) { return each.object() == current.object(); });
-            std::rotate(place, place + 1, list.end());
-        }));
-        return KZe_OK;
+        return m_scenes->makeCurrent(kzOwn<CScene>(scene)) ? KZe_OK : KZe_NOTFOUND;
     }
     KzResult sceneservice_ItemTypeLookup(const char* name, std::int32_t* type) override {
         enter("Scene.ItemTypeLookup");
@@ -156,13 +157,25 @@ public:
             });
         return KZe_OK;
     }
-    KzResult sceneservice_LocatorTransform(IKzUnknown* locator, double /*time*/, KzVector3* position, KzVector3* angles,
+    KzResult sceneservice_LocatorTransform(IKzUnknown* locator, double time, KzVector3* position, KzVector3* angles,
                                            KzVector3* scale) override {
         enter("Scene.LocatorTransform");
-        const auto item = located(locator);
-        *position = vectorOf(*item, KZsICHAN_XFRMPOSITION_POS_X);
-        *angles = vectorOf(*item, KZsICHAN_XFRMROTATION_ROT_X);
-        *scale = vectorOf(*item, KZsICHAN_XFRMSCALE_SCL_X);
+        if (!std::isfinite(time)) return KZe_INVALIDARG;
+        std::vector<ChannelRef> channels;
+        CEvaluation* evaluation = nullptr;
+        {
+            const auto item = located(locator);
+            evaluation = &kzEvaluationOf(item->document);
+            for (const char* name :
+                 {KZsICHAN_XFRMPOSITION_POS_X, KZsICHAN_XFRMROTATION_ROT_X, KZsICHAN_XFRMSCALE_SCL_X})
+                for (std::int32_t i = 0, first = kzChannelIndex(*item, name); i < 3; ++i)
+                    channels.push_back(kzChannelRef(*item, kzChannelAt(*item, first + i)));
+        }
+        const auto values = evaluation->read(channels, time);  // all of one moment
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            KzVector3& vector = *std::array{position, angles, scale}[i / 3];
+            vector.v[i % 3] = kzNumberOf(values[i]).value_or(0);
+        }
         return KZe_OK;
     }
     KzResult sceneservice_SetLocatorPosition(IKzUnknown* locator, const KzVector3* position, double time,
@@ -181,40 +194,20 @@ public:
         return setVector(locator, KZsICHAN_XFRMSCALE_SCL_X, scale, time, action);
     }
 
-    KzResult sceneservice_Bounds(IKzUnknown* item, double /*time*/, KzBounds* box) override {
+    KzResult sceneservice_Bounds(IKzUnknown* item, double time, KzBounds* box) override {
         enter("Scene.Bounds");
-        const auto own = kzOwn<CItem>(item)->read();
-        const auto bounds = kzBoundsOf(*own);
+        const auto own = kzOwn<CItem>(item);
+        const auto inverse = kzInverse(kzWorldMatrix(*own, time));
+        if (!inverse)
+            return kzBecause(KZe_NOTAVAILABLE, "Scene.Bounds",
+                             [&] { return "\"" + own->read()->uniqueName + "\" has a scale of 0"; });
+        const auto bounds = kzBoundsOf(kzLayersBelow(*own->read()), *inverse, false, time);
         if (!bounds) return KZeINFINITE_BOUND;
         *box = *bounds;
         return KZe_OK;
     }
 
 private:
-    bool isOpen(const CHostRef<CScene>& scene) const {
-        const CReading reading(*m_scenes->workspace);
-        return static_cast<bool>(m_scenes->find(&scene->document()));
-    }
-    // Changes the list of scenes, and returns the one that was the current one before.
-    template <class Change> CHostRef<CScene> change(const Change& change) {
-        CEdit edit(*m_scenes->workspace);
-        const auto before = m_scenes->current();
-        change(m_scenes->list);
-        if (m_scenes->current().object() != before.object()) m_scenes->workspace->selection().sceneChanged(edit);
-        edit.commit();
-        return before;
-    }
-    // Tells of the current scene if it is another one now.
-    void tellCurrent(const CHostRef<CScene>& previous, bool isClosed = false) {
-        CHostRef<CScene> current;
-        {
-            const CReading reading(*m_scenes->workspace);
-            current = m_scenes->current();
-        }
-        if (current.object() == previous.object() && !isClosed) return;
-        kzTellSceneListeners(*m_scenes,
-                             [&](IKzSceneItemListener& each) { each.SceneCurrent(current.raw(), previous.raw()); });
-    }
     static const ItemType& requireType(std::int32_t type) {
         const ItemType* row = kzFindItemType(type);
         if (row == nullptr) throw KZe_NOTFOUND;
@@ -224,13 +217,6 @@ private:
         auto item = kzOwn<CItem>(locator)->read();
         if (item->findChannel(KZsICHAN_LOCATOR_WORLDMATRIX) < 0) throw KZe_INVALIDARG;
         return item;
-    }
-    static KzVector3 vectorOf(const Item& item, const char* firstChannel) {
-        const std::int32_t first = kzChannelIndex(item, firstChannel);
-        KzVector3 vector{};
-        for (std::int32_t i = 0; i < 3; ++i)
-            vector.v[i] = kzNumberOf(item.valueOf(kzChannelAt(item, first + i))).value_or(0);
-        return vector;
     }
     static KzResult setVector(IKzUnknown* locator, const char* firstChannel, const KzVector3* value, double time,
                               const char* action) {
@@ -245,6 +231,8 @@ private:
     }
 
     std::shared_ptr<OpenScenes> m_scenes;
+    std::shared_ptr<CSceneFiles> m_files;
+    std::shared_ptr<CPathAliases> m_aliases;
 };
 
 }  // namespace

@@ -7,8 +7,10 @@
 #include "host/objects/item_collection.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/selection_packets.h"
+#include "host/objects/selection_scope.h"
 #include "host/objects/selection_state.h"
 
+#include "kz/action.h"
 #include "kz/element_translation.h"
 #include "kz/group.h"
 #include "kz/packet_translation.h"
@@ -67,7 +69,8 @@ class CSelectionService final : public CHosted<"selection service", CSelectionSe
 public:
     CSelectionService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes,
                       std::shared_ptr<CModuleTable> modules)
-        : CServiceBase(std::move(context)), m_workspace(scenes->workspace), m_modules(std::move(modules)) {}
+        : CServiceBase(std::move(context)), m_scenes(std::move(scenes)), m_workspace(m_scenes->workspace),
+          m_modules(std::move(modules)) {}
 
     KzResult selectionservice_TypeLookup(const char* name, std::int32_t* type) override {
         enter("Selection.TypeLookup");
@@ -206,13 +209,20 @@ public:
         if (!std::isfinite(time))
             return kzBecause(KZe_INVALIDARG, "Selection.SetTime", [&] { return fmt::format("{} is no time", time); });
         CEdit edit(*m_workspace);
-        selection().setTime(time, edit);
+        const auto scene = m_scenes->current();
+        if (!scene)
+            return kzBecause(KZe_NOTAVAILABLE, "Selection.SetTime",
+                             [] { return "no scene is open, which has the time"; });
+        if (time == m_scenes->currentTime()) return KZe_OK;
+        Item& root = *scene->document().root();
+        edit.setValue(root, *root.type.channel(KZsICHAN_SCENETIME_CURRENT), KzCell(time));
+        edit.commit();
         return KZe_OK;
     }
     double selectionservice_Time() override {
         enter("Selection.Time");
         const CReading reading(*m_workspace);
-        return selection().time();
+        return m_scenes->currentTime();
     }
     KzResult selectionservice_State(const char* types, IKzUnknown** state) override {
         enter("Selection.State");
@@ -327,29 +337,14 @@ private:
         if (kind.type == KZi_SELTYP_GROUP && !packet->item.lock()->type.isA(kzFindItemType(KZsITYPE_GROUP)->number))
             return kzBecause(KZe_INVALIDARG, "Selection.Select",
                              [&] { return "\"" + packet->item.lock()->uniqueName + "\" is no group"; });
-        const bool isSelected = selection().list(kind.type).has(*packet);
-        switch (mode) {
-        case KZiSELMODE_SET: {
-            PacketList single;
-            single.add(packet);
-            selection().replace(kind.type, std::move(single), edit);
-            break;
-        }
-        case KZiSELMODE_ADD: selection().add(kind.type, packet, edit); break;
-        case KZiSELMODE_REMOVE: selection().remove(kind.type, packet, edit); break;
-        case KZiSELMODE_TOGGLE:
-            if (isSelected) selection().remove(kind.type, packet, edit);
-            else selection().add(kind.type, packet, edit);
-            break;
-        default:
-            return kzBecause(KZe_INVALIDARG, "Selection.Select",
-                             [&] { return fmt::format("{} is no mode; there are 0 (set) to 3 (toggle)", mode); });
-        }
-        if (selection().list(kind.type).has(*packet)) selection().setCurrentType(kind.type, edit);
+        PacketList list;
+        list.add(packet);
+        kzSelect(selection(), kind.type, list, mode, edit);
         edit.commit();
         return KZe_OK;
     }
 
+    const std::shared_ptr<OpenScenes> m_scenes;
     const std::shared_ptr<CWorkspace> m_workspace;
     const std::shared_ptr<CModuleTable> m_modules;
     CServedElements m_elements;

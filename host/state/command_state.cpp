@@ -1,6 +1,7 @@
 // The state of the command service.
 #include "host/state/command_state.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kzhost {
@@ -49,10 +50,26 @@ void CCommandState::remember(std::string text) {
     const std::lock_guard lock(m_lock);
     m_historyBytes += text.size();
     m_history.push_back(std::move(text));
+    ++m_sessionLines;
     while (m_history.size() > longestHistory || (m_historyBytes > mostHistoryBytes && m_history.size() > 1)) {
         m_historyBytes -= m_history.front().size();
         m_history.pop_front();
     }
+}
+
+void CCommandState::precede(std::vector<std::string> lines) {
+    const std::lock_guard lock(m_lock);
+    for (auto line = lines.rbegin();
+         line != lines.rend() && m_history.size() < longestHistory && m_historyBytes + line->size() <= mostHistoryBytes;
+         ++line) {
+        m_historyBytes += line->size();
+        m_history.push_front(std::move(*line));
+    }
+}
+
+std::vector<std::string> CCommandState::historyOfSession() const {
+    const std::lock_guard lock(m_lock);
+    return {m_history.end() - static_cast<std::ptrdiff_t>(std::min(m_sessionLines, m_history.size())), m_history.end()};
 }
 
 std::uint32_t CCommandState::historyCount() const {
@@ -88,10 +105,13 @@ CCommandState::Depth::Depth(CCommandState& system, std::uint32_t flags) : m_syst
 }
 
 CCommandState::Depth::~Depth() {
-    const std::lock_guard lock(m_system.m_lock);
+    std::unique_lock lock(m_system.m_lock);
     const auto own = m_system.m_running.find(std::this_thread::get_id());
     own->second.pop_back();
-    if (own->second.empty()) m_system.m_running.erase(own);
+    if (!own->second.empty()) return;
+    m_system.m_running.erase(own);
+    lock.unlock();
+    if (m_system.whenIdle) m_system.whenIdle();
 }
 
 }  // namespace kzhost

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -26,10 +27,17 @@ public:
     std::vector<std::string> aliases() const;
 
     void remember(std::string text);
+    // Puts the commands of former sessions in front.
+    void precede(std::vector<std::string> lines);
+    // What was remembered in this session, as far as it is still there.
+    std::vector<std::string> historyOfSession() const;
     // The latest commands, oldest first: at most 1000 commands and 16 MiB of text, but always the latest one.
     std::vector<std::string> history() const;
     std::uint32_t historyCount() const;
     std::optional<std::string> historyAt(std::uint32_t index) const;
+
+    // Called on a thread whose outermost command has ended.
+    std::function<void()> whenIdle;
 
     // Of the commands that the calling thread runs:
     std::uint32_t depth() const;
@@ -53,6 +61,7 @@ private:
     std::map<std::string, std::string> m_aliases;
     std::deque<std::string> m_history;
     std::size_t m_historyBytes = 0;
+    std::size_t m_sessionLines = 0;
     std::map<std::thread::id, std::vector<std::uint32_t>> m_running;  // without threads that run none
 };
 

@@ -16,14 +16,14 @@ struct HostedInterface {
 
     const KzGuid& iid;
     std::span<const bool> overrides;
-    std::span<const std::string_view> needsWindow;  // methods that only say that there is none
+    std::span<const std::string_view> needsWindow;  // methods that only say what is missing
     const HostedInterface* next;
 };
 
 // The first of all, in no order.
 const HostedInterface* kzHostedInterfaces() noexcept;
 
-// A class says by a list `needsWindow` which of its methods nobody can answer without one.
+// A class says by a list `needsWindow` which of its methods nobody can answer without a window or a renderer.
 template <class Class> constexpr std::span<const std::string_view> kzWindowOperations() {
     if constexpr (requires { Class::needsWindow; }) return Class::needsWindow;
     else return {};

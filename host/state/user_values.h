@@ -14,10 +14,17 @@
 
 namespace kzhost {
 
+// How long a value lives: the first of the lives that the description has.
+enum class ValueLife {
+    temporary,  // until the session ends
+    config,     // it is kept in the user's preferences
+};
+
 struct UserValue {
     const KzValueType* type = nullptr;
     KzCell cell;
     std::vector<std::string> choices;  // of a choice, by their number
+    ValueLife life = ValueLife::temporary;
 };
 
 class CUserValues {

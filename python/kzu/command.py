@@ -28,6 +28,8 @@ class Argument(object):
     read_only  it can be queried but not set
     label      the name that users see
     desc       what it is for
+
+    An argument does not change once it is made: `flags` has what its properties mean to the host.
     """
 
     def __init__(self, name, kind, default=None, optional=False, toggle=False, query=False, label=None, desc=None,
@@ -41,6 +43,15 @@ class Argument(object):
         self.optional = optional or read_only or default is not None
         self.password, self.read_only = password, read_only
         self.toggle, self.query, self.label, self.desc = toggle, query, label, desc
+        symbol = kz.symbol
+        self.flags = ((symbol.fCMDARG_OPTIONAL if self.optional else 0) | (symbol.fCMDARG_QUERY if query else 0) |
+                      (symbol.fCMDARG_TOGGLE if toggle else 0) | (symbol.fCMDARG_PASSWORD if password else 0) |
+                      (symbol.fCMDARG_READONLY if read_only else 0))
+
+
+_VALUE_SET = kz.symbol.fCMDARG_VALUE_SET
+_TOGGLE = kz.symbol.fCMD_TOGGLE
+_STRING = kz.symbol.sTYPE_STRING
 
 
 def _refuse(code):
@@ -56,6 +67,7 @@ class Command(kzifc.Command, kzifc.Attributes):
     label = None
     description = None
     flags = 0
+    _passed_values = {}  # until the instance has any, so that derived classes need not call __init__ of this class
 
     def execute(self, **values):
         """Does the work. Called with the value of each argument as a keyword argument."""
@@ -92,8 +104,10 @@ class Command(kzifc.Command, kzifc.Attributes):
         return self.description or _refuse(kz.symbol.e_NOTIMPL)
 
     def cmd_Flags(self):
-        toggles = any(each.toggle for each in self.arguments)
-        return self.flags | (kz.symbol.fCMD_TOGGLE if toggles else 0)
+        for each in self.arguments:
+            if each.toggle:
+                return self.flags | _TOGGLE
+        return self.flags
 
     def cmd_Enable(self, message):
         reason = self.enabled()
@@ -112,43 +126,48 @@ class Command(kzifc.Command, kzifc.Attributes):
                 return index
         _refuse(kz.symbol.e_NOTFOUND)
 
-    # Executing and querying it.
+    # Executing and querying it. The host asks some of these for every execution, so they are kept short.
 
     def cmd_Execute(self, flags):
-        values = {}
-        for index, each in enumerate(self.arguments):
-            if self._is_set(index):
+        values, index, passed = {}, 0, self._passed_values
+        for each in self.arguments:
+            if index in passed:
                 values[each.name] = self._python_value(index)
             elif each.optional:
                 values[each.name] = each.default
             else:
                 _refuse(kz.symbol.e_CMD_MISSING_ARGS)
-        self._explaining(self.execute, **values)
+            index += 1
+        self.__dict__.pop('cmd_Message', None)
+        try:
+            self.execute(**values)
+        except Exception as error:
+            self._explain(error)
+            raise
 
     def cmd_Query(self, index, values):
         if not self._argument(index).query:
             _refuse(kz.symbol.e_CMD_ARGUMENT_NOT_QUERYABLE)
-        answer = self._explaining(self.query, self.arguments[index].name)
+        self.__dict__.pop('cmd_Message', None)
+        try:
+            answer = self.query(self.arguments[index].name)
+        except Exception as error:
+            self._explain(error)
+            raise
         values = wrappers.ValueArray(values)
         for value in answer if isinstance(answer, (list, tuple)) else [answer]:
             values.append(self._number(index, value))
 
-    def cmd_Message(self):
-        return self.__dict__.get('_failure') or _refuse(kz.symbol.e_NOTIMPL)
-
-    def _explaining(self, method, *names, **values):
-        """Calls the method. If it raises, the command's message says what; a code that it raises speaks for itself."""
-        self._failure = None
-        try:
-            return method(*names, **values)
-        except Exception as error:
-            if not str(error).startswith('bad result: ') and not isinstance(error, NotImplementedError):
-                failure = kz.service.Message().Allocate()
-                failure.SetCode(kz.excResult())
-                failure.SetMessage('commands', 'failed', 0)  # with a first argument the host fills in
-                failure.SetArgumentString(2, '%s: %s' % (type(error).__name__, error))
-                self._failure = failure  # only now, since other threads may execute this object
-            raise
+    def _explain(self, error):
+        """Gives the command a message that says what was raised; a code speaks for itself. Without a failure there is no
+        cmd_Message but that of kzifc, which the host need not call.
+        """
+        if not str(error).startswith('bad result: ') and not isinstance(error, NotImplementedError):
+            failure = kz.service.Message().Allocate()
+            failure.SetCode(kz.excResult())
+            failure.SetMessage('commands', 'failed', 0)  # with a first argument the host fills in
+            failure.SetArgumentString(2, '%s: %s' % (type(error).__name__, error))
+            self.cmd_Message = lambda: failure  # only now, since other threads may execute this object
 
     # Dialogs. What the caller has passed stays; the initial values of other arguments are up to the command.
 
@@ -164,13 +183,11 @@ class Command(kzifc.Command, kzifc.Attributes):
     # The arguments.
 
     def cmd_ArgFlags(self, index):
-        each = self._argument(index)
-        flags = kz.symbol.fCMDARG_OPTIONAL if each.optional else 0
-        flags |= kz.symbol.fCMDARG_QUERY if each.query else 0
-        flags |= kz.symbol.fCMDARG_TOGGLE if each.toggle else 0
-        flags |= kz.symbol.fCMDARG_PASSWORD if each.password else 0
-        flags |= kz.symbol.fCMDARG_READONLY if each.read_only else 0
-        return flags | (kz.symbol.fCMDARG_VALUE_SET if self._is_set(index) else 0)
+        try:
+            flags = self.arguments[index].flags
+        except IndexError:
+            _refuse(kz.symbol.e_OUTOFBOUNDS)
+        return flags | _VALUE_SET if index in self._passed_values else flags
 
     def cmd_ArgEnable(self, index):
         if self.argument_enabled(self._argument(index).name) is not None:
@@ -199,7 +216,10 @@ class Command(kzifc.Command, kzifc.Attributes):
         return len(self.arguments)
 
     def attr_Name(self, index):
-        return self._argument(index).name
+        try:
+            return self.arguments[index].name
+        except IndexError:
+            _refuse(kz.symbol.e_OUTOFBOUNDS)
 
     def attr_Lookup(self, name):
         for index, each in enumerate(self.arguments):
@@ -211,7 +231,10 @@ class Command(kzifc.Command, kzifc.Attributes):
         return kz.service.Value().ValueType(self._argument(index).kind)
 
     def attr_TypeName(self, index):
-        return self._argument(index).kind
+        try:
+            return self.arguments[index].kind
+        except IndexError:
+            _refuse(kz.symbol.e_OUTOFBOUNDS)
 
     def attr_Hints(self, index):
         return list(enumerate(self._argument(index).choices)) or _refuse(kz.symbol.e_NOTFOUND)
@@ -226,7 +249,8 @@ class Command(kzifc.Command, kzifc.Attributes):
         return self._passed(index).GetFlt()
 
     def attr_GetString(self, index):
-        return kz.service.Value().EncodeText(self._passed(index), 0)
+        value = self._passed_values.get(index)
+        return value if type(value) is str else kz.service.Value().EncodeText(self._passed(index), 0)
 
     def attr_SetInt(self, index, value):
         self._set(index, 'SetInt', value)
@@ -235,34 +259,50 @@ class Command(kzifc.Command, kzifc.Attributes):
         self._set(index, 'SetFlt', value)
 
     def attr_SetString(self, index, value):
-        self._assign({self._argument(index).name: value})
+        argument = self._argument(index)
+        if argument.kind == _STRING:
+            self._values()[index] = value
+        elif value in argument.choices:
+            self._set(index, 'SetInt', argument.choices.index(value))
+        else:
+            self._set(index, 'SetString', value)
 
-    # Values are kept as objects of the host, which converts them as it does everywhere. Their dictionary is created on
-    # first use, so that derived classes need not call __init__ of this class.
+    # Values are kept as objects of the host, which converts them as it does everywhere, but for texts, which need no
+    # conversion until somebody asks for the object.
 
     def _values(self):
         return self.__dict__.setdefault('_passed_values', {})
 
     def _argument(self, index):
-        return self.arguments[index] if index < len(self.arguments) else _refuse(kz.symbol.e_OUTOFBOUNDS)
+        try:
+            return self.arguments[index]
+        except IndexError:
+            _refuse(kz.symbol.e_OUTOFBOUNDS)
 
     def _is_set(self, index):
-        return index in self._values()
+        return index in self._passed_values
 
     def _passed(self, index):
         self._argument(index)
-        return self._values()[index] if self._is_set(index) else _refuse(kz.symbol.e_NOTAVAILABLE)
+        value = self._passed_values.get(index)
+        if value is None:
+            _refuse(kz.symbol.e_NOTAVAILABLE)
+        if type(value) is str:
+            self._set(index, 'SetString', value)
+            value = self._passed_values[index]
+        return value
 
     def _value_object(self, index):
         if not self._is_set(index):
             self._values()[index] = kz.service.Value().CreateValue(self._argument(index).kind)
-        return self._values()[index]
+        return self._passed(index)
 
     def _set(self, index, method, value):
-        target = kz.service.Value().CreateValue(self._argument(index).kind)
+        service = kz.service.Value()
+        target = service.CreateValue(self._argument(index).kind)
         try:
             if method == 'SetString':
-                kz.service.Value().DecodeText(value, 0, target)
+                service.DecodeText(value, 0, target)
             else:
                 getattr(target, method)(value)
         except Exception:
@@ -281,10 +321,12 @@ class Command(kzifc.Command, kzifc.Attributes):
         return choices.index(value) if value in choices else value
 
     def _python_value(self, index):
-        value = wrappers.Value(self._values()[index])
-        choices = self.arguments[index].choices
-        if choices:
-            return choices[value.GetInt()] if 0 <= value.GetInt() < len(choices) else _refuse(kz.symbol.e_OUTOFBOUNDS)
-        if self.arguments[index].kind == kz.symbol.sTYPE_BOOLEAN:
+        value, argument = self._passed_values[index], self.arguments[index]
+        if type(value) is str:
+            return value
+        if argument.choices:
+            number = value.GetInt()
+            return argument.choices[number] if 0 <= number < len(argument.choices) else _refuse(kz.symbol.e_OUTOFBOUNDS)
+        if argument.kind == kz.symbol.sTYPE_BOOLEAN:
             return bool(value.GetInt())
-        return value.get()
+        return wrappers.Value(value).get()

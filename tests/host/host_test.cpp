@@ -6,6 +6,7 @@
 #include "host/core/module_table.h"
 #include "host/core/reasons.h"
 #include "host/core/service_registry.h"
+#include "host/state/hosted.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
 #include "tests/support/threads.h"
@@ -18,6 +19,7 @@
 #include "kz/host.h"
 #include "kz/log.h"
 #include "kz/message.h"
+#include "kz/methods.h"
 #include "kz/module.h"
 #include "kz/result.h"
 #include "kz/value.h"
@@ -27,6 +29,7 @@
 
 #include <deque>
 #include <iterator>
+#include <set>
 #include <sstream>
 
 using namespace kzhost;
@@ -34,11 +37,31 @@ using namespace kzhost;
 namespace {
 
 TEST(ServicesTest, AnswerScriptsAsTheirInterfacesSay) { CPluginHost().load().check("host", "services"); }
+TEST(ServicesTest, OfFilesAndTheRestAnswerToo) { CPluginHost().load().check("host", "more_services"); }
 
 TEST(ServicesTest, TakeWhatModulesServeForTheirOwn) {
     CPluginHost host;
     host.nothingAlive.isExpected = false;  // what a method in Python returns is never freed
     host.load().check("host", "served");
+}
+
+// A method without a result code that no class defines would answer 0 or false, and nobody could tell that from an answer.
+TEST(HostedTest, MethodsWithoutAResultCodeComputeTheirAnswer) {
+    std::set<std::string> missing;
+    const auto wordsOf = [](const char* text) {
+        std::istringstream stream(text);
+        return std::vector<std::string>(std::istream_iterator<std::string>(stream), {});
+    };
+    for (const HostedInterface* each = kzHostedInterfaces(); each != nullptr; each = each->next) {
+        const auto* row = std::find_if(std::begin(kzMethodsRows), std::end(kzMethodsRows),
+                                       [&](const KzMethodsRow& candidate) { return candidate.iid == each->iid; });
+        ASSERT_NE(row, std::end(kzMethodsRows));
+        const auto methods = wordsOf(row->methods), plain = wordsOf(row->plain);
+        for (std::size_t at = 0; at < methods.size(); ++at)
+            if (!each->overrides[at] && std::find(plain.begin(), plain.end(), methods[at]) != plain.end())
+                missing.insert(std::string(row->name) + "." + methods[at]);
+    }
+    EXPECT_EQ(missing, std::set<std::string>());
 }
 
 TEST_F(HostTest, ReasonsThatAreNotWrittenAreCounted) {

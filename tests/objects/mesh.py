@@ -4,9 +4,10 @@ import math
 import kz
 import kzifc
 from checks import equal, fails, near, storage
-from kz.symbol import (fMESHMAP_HIDDEN, fMESHMAP_LOCKED, fMESHMERGE_POINT_MARKED, fMESHMERGE_POINT_WELD,
-                       f_MESHMERGE_POLY_CURVES, f_MESHMERGE_POLY_MARKED, i_MAPTYPE_CUSTOM, i_MAPTYPE_TEXTURE,
-                       i_MAPTYPE_WEIGHT, i_POLYTYPE_FACE)
+from kz.symbol import (fMARK_SELECT, fMESHEDIT_POINTS, fMESHEDIT_POSITION, fMESHMAP_HIDDEN, fMESHMAP_LOCKED,
+                       fMESHMERGE_POINT_MARKED, fMESHMERGE_POINT_WELD, fPOLYWALK_TAG, f_MESHMERGE_POLY_CURVES,
+                       f_MESHMERGE_POLY_MARKED, i_MAPTYPE_CUSTOM, i_MAPTYPE_TEXTURE, i_MAPTYPE_WEIGHT,
+                       i_POLYTYPE_FACE, i_PTAG_SURFACE)
 
 MOVED = (1, 0, 0, 0), (0, 1, 0, 0), (0, 0, 1, 0), (5, 0, 0, 1)
 MIRRORED = (-1, 0, 0, 0), (0, 1, 0, 0), (0, 0, 1, 0), (0, 0, 0, 1)
@@ -196,3 +197,154 @@ def check_visitors_may_change_what_they_visit():
     equal((visits_of(lambda visitor: mesh.RemovePoints(1)), mesh.PointCount()), (5, 4))  # the first one removes half
     fails('INVALIDARG', (point.Enumerate, 0, None))
     equal(visits_of(lambda visitor: point.set(None)), 4)  # nobody else holds the cursor
+
+
+def polygon_of(*corners):
+    mesh = kz.service.Mesh().Create()
+    ids = [mesh.AddPoint(corner) for corner in corners]
+    mesh.AddPolygon(i_POLYTYPE_FACE, len(ids), storage('p', *ids))
+    return mesh, mesh.PolygonByIndex(0)
+
+
+def check_a_polygon_knows_its_shape():
+    mesh, square = polygon_of((0, 0, 0), (0, 0, 1), (1, 0, 1), (1, 0, 0))
+    equal([square.IsPlanar(0), square.Closest((0.25, 2, 0.75))[0], square.Normal()], [True, 2, (0, 1, 0)])
+    equal(square.Intersect((0.5, 3, 0.5), (0, -2, 0)), (1.5, (0, 1, 0)))
+    fails('NOTFOUND', (square.Intersect, (2, 3, 0.5), (0, -1, 0)))
+    bent = polygon_of((0, 0, 0), (0, 0, 1), (1, 0.1, 1), (1, 0, 0))[1]
+    equal([bent.IsPlanar(tolerance) for tolerance in (0.02, 0.03)], [False, True])
+    mesh, arrow = polygon_of((0, 0, 0), (4, 0, 0), (1, 1, 0), (0, 4, 0))  # concave at the third corner
+    areas = []
+    for method in (0, 1, 2):
+        copy = mesh.Duplicate()
+        copy.Triangulate(0, method)
+        areas.append((copy.PolygonCount(), round(copy.Area(), 9)))
+    equal(areas, [(2, 4)] * 3)
+    equal(round(mesh.Area(), 9), 4)
+
+
+def check_rays_and_places_find_what_they_meet():
+    mesh, ids = box()
+    rays = kz.service.Mesh().Raycast(mesh, 0)
+    for origin, direction, flags, hit in (((1, 0.5, 9), (0, 0, -2), 0, (4, (1, 0.5, 1), (0, 0, 1))),
+                                          ((1, 0.5, 0.5), (0, 0, -1), 0, None),  # from inside, only back faces
+                                          ((1, 0.5, 0.5), (0, 0, -1), 1, (0.5, (1, 0.5, 0), (0, 0, -1))),
+                                          ((5, 5, 5), (0, 0, -1), 1, None)):
+        found = rays.Shoot(origin, direction, 0, flags)
+        equal((origin, flags, found), (origin, flags, hit is not None))
+        if hit:
+            near([rays.Distance()], hit[:1])
+            near(rays.Position(), hit[1])
+            near(rays.Normal(0), hit[2])
+        else:
+            fails('NOTFOUND', (rays.Distance,), (rays.Position,), (rays.MeshIndex,))
+    equal([rays.Shoot((1, 0.5, 9), (0, 0, -1), 2, 0), rays.Occluded((1, 0.5, 9), (1, 0.5, -9)),
+           rays.Occluded((9, 0, 0), (9, 9, 9)), rays.Closest((1, 0.5, 3), 0), rays.Closest((1, 0.5, 3), 1)],
+          [False, True, False, True, False])
+    fails('INVALIDARG', (rays.Shoot, (0, 0, 0), (0, 0, 0), 0, 0))
+
+
+def check_welding_mirroring_and_loops():
+    mesh, ids = box()
+    doubled = mesh.Duplicate()
+    doubled.Merge(mesh, 0)
+    equal([doubled.PointCount(), doubled.Weld(1e-9, 0), doubled.PointCount()], [16, 8, 8])
+    mirrored = mesh.Duplicate()
+    mirrored.RemovePolygons(0, 1)
+    points = [mirrored.PointByIndex(index).Id() for index in (4, 5, 6, 7)]
+    mirrored.AddPolygon(i_POLYTYPE_FACE, 4, storage('p', *points))
+    mirrored.Mirror((0, 0, 0), (1, 0, 0), 0, 1)
+    equal([mirrored.PolygonCount(), mirrored.PointCount(), mirrored.PolygonByIndex(1).Normal()], [2, 10, (0, 0, 1)])
+    edge = mesh.Edges()
+    edge.MoveToEnds(ids[0], ids[1])
+    ring = edge.NextInRing(mesh.PolygonByIndex(0).Id())
+    edge.MoveTo(ring)
+    equal(sorted(edge.Ends()), sorted([ids[2], ids[3]]))
+    fails('NOTFOUND', (edge.NextInLoop, ids[2]))  # three edges meet at a corner of a box
+    fails('INVALIDARG', (mesh.Weld, -1, 0), (mesh.Mirror, (0, 0, 0), (0, 0, 0), 0, 0), (mesh.Triangulate, 0, 9))
+
+
+class Follower(kzifc.MeshListener):
+    def __init__(self):
+        self.heard = []
+
+    def ml_Changed(self, changes):
+        self.heard.append(changes)
+
+    def ml_Destroyed(self):
+        self.heard.append('end')
+
+
+def check_edits_are_told_once_and_tracked():
+    mesh, ids = box()
+    follower, tracker = Follower(), mesh.Tracker()
+    listener = kz.object.Unknown(follower)
+    mesh.AddListener(listener)
+    mesh.BeginEdit(0)
+    point = mesh.PointByIndex(0)
+    point.Move((0, 0, -1))
+    new = mesh.AddPoint((9, 9, 9))
+    equal(follower.heard, [])
+    mesh.EndEdit()
+    equal(follower.heard, [fMESHEDIT_POSITION | fMESHEDIT_POINTS])
+    mesh.PolygonByIndex(0).Remove()
+    seen = []
+    visitor = type('Seer', (kzifc.Visitor,), {'vis_Evaluate': lambda self: seen.append(tracker.Current())})
+    tracker.ChangedPoints(fMESHEDIT_POSITION | fMESHEDIT_POINTS, visitor())
+    equal(seen, [ids[0], new])
+    equal([tracker.AddedCount(0), tracker.RemovedCount(0), tracker.RemovedCount(2), tracker.OldPosition(ids[0])],
+          [1, 0, 1, (0, 0, 0)])
+    frozen = mesh.Snapshot()
+    fails('NOACCESS', (frozen.AddPoint, (0, 0, 0)), (frozen.PointByIndex(0).Move, (1, 0, 0)), (frozen.Clear,),
+          (frozen.BeginEdit, 0), (frozen.SetMarks, 0, 1, 0))
+    mesh.Clear()
+    equal([frozen.IsEditable(), frozen.PointCount(), frozen.PolygonCount(), mesh.PointCount()], [False, 9, 5, 0])
+    mesh.RemoveListener(listener)
+    fails('NOTFOUND', (mesh.RemoveListener, listener))
+    tracker.Stop()
+    fails('NOTREADY', (tracker.Reset,))
+
+
+def check_maps_are_mirrored_split_and_merged():
+    mesh, square = polygon_of((-1, 0, 0), (-1, 0, 1), (1, 0, 1), (1, 0, 0))
+    ids = [mesh.PointByIndex(index).Id() for index in range(4)]
+    maps = mesh.Maps()
+    weights = maps.Add(i_MAPTYPE_WEIGHT, 'w')
+    values = storage('f', 0.5)
+    maps.SetValue(ids[0], 0, values)
+    maps.Mirror(0, 0)
+    equal([maps.HasValue(point) for point in ids], [False, False, False, True])
+    maps.SplitCorners(0)
+    equal([maps.IsContinuous(ids[3]), maps.ValueCount()], [False, 1])
+    maps.MergeCorners(0)
+    equal([maps.IsContinuous(ids[3]), maps.Value(ids[3], 0, values), values[0]], [True, None, 0.5])
+    maps.Add(i_MAPTYPE_WEIGHT, 'other')
+    maps.Copy(weights)
+    equal([maps.ValueCount(), maps.HasValue(ids[3])], [1, True])
+
+
+def check_marks_are_handed_out_and_taken_back():
+    service = kz.service.Mesh()
+    mesh, ids = box()
+    marks = [service.AllocateMark('mine %d' % number) for number in range(4)]
+    fails('NOTAVAILABLE', (service.AllocateMark, 'one more'))
+    mesh.SetMarks(0, marks[2], 0)
+    equal([service.MarkLookup('select'), service.MarkLookup('mine 2'), mesh.AnyMarked(0, marks[2])],
+          [fMARK_SELECT, marks[2], True])
+    for mark in marks:
+        service.ReleaseMark(mark)
+    equal(mesh.AnyMarked(0, marks[2]), False)
+    fails('NOTFOUND', (service.MarkLookup, 'mine 2'))
+
+
+def check_walks_stop_where_they_are_told():
+    mesh, ids = box()
+    top = mesh.PolygonByIndex(1)
+    top.SetTag(i_PTAG_SURFACE, 'roof')
+    reached = []
+    walk = mesh.Polygons()
+    visitor = type('Walker', (kzifc.Visitor,), {'vis_Evaluate': lambda self: reached.append(walk.Index())})
+    for flags, indices in ((0, range(6)), (fPOLYWALK_TAG, [0, 2, 3, 4, 5])):
+        del reached[:]
+        walk.EnumerateConnected(mesh.PolygonByIndex(0).Id(), flags, visitor())
+        equal((flags, reached), (flags, indices))

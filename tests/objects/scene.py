@@ -3,7 +3,7 @@ import math
 
 import kz
 from checks import equal, fails, near, result_of
-from kz.symbol import (iCHANSOURCE_DEFAULT, iCHANSOURCE_SCENE, iCHANVEC_XYZ, iITYPE_ANY, iITYPE_NONE, iITYPE_ROOT,
+from kz.symbol import (iCHANSOURCE_DEFAULT, iCHANSOURCE_EDIT, iCHANVEC_XYZ, iITYPE_ANY, iITYPE_NONE, iITYPE_ROOT,
                        iITYPE_UNKNOWN, s_ACTIONLAYER_EDIT)
 
 SCENES = kz.service.Scene()
@@ -93,7 +93,7 @@ def check_channels_take_what_their_type_takes():
     write.EncodedInteger(item, visible, 'never')
     fails('NOTFOUND', (write.EncodedInteger, item, visible, 'sometimes'), (scene.Channels, 'no such action', 0))
     equal(read.EncodedInteger(item, visible), 'never')
-    equal(map(read.ValueSource, (item, item), (visible, lock)), [iCHANSOURCE_SCENE, iCHANSOURCE_DEFAULT])
+    equal(map(read.ValueSource, (item, item), (visible, lock)), [iCHANSOURCE_EDIT, iCHANSOURCE_DEFAULT])
     value = kz.object.Value(read.ValueObj(item, x))
     write.ValueObj(item, scale, value)
     equal((value.GetFlt(), read.DoubleByName(item, 'scl.X')), (0.02, 0.02))

@@ -58,6 +58,13 @@ TEST_F(RecordingTest, PlaysEveryExample) {
     expectReplay({"examples/palette/tests/test_palette.py"}, false);  // it tells how long it took
 }
 
+// What an earlier version has recorded: kept.rec and what it prints are never made anew.
+TEST_F(RecordingTest, PlaysWhatAnEarlierVersionRecorded) {
+    std::filesystem::current_path(path());
+    const std::string kept = KZ_SOURCE_DIR "/tests/recording/kept.";
+    expect(run({"replay", kept + "rec", kept + "py"}), 0, contentsOf(kept + "out"));
+}
+
 constexpr const char* small = R"(import kz
 mesh = kz.service.Mesh().Create()
 data = kz.Storage('i', 2)
@@ -142,7 +149,7 @@ TEST_F(RecordingTest, RefusesDamagedRecordings) {
     };
     const std::pair<std::string, const char*> rows[] = {
         {"", "it does not begin with \"kz-recording 1\""},
-        {"kz-recording 2\n", "it does not begin with \"kz-recording 1\""},
+        {"kz-recording 2\n", "it has version \"2\" of the format, and only version 1 can be played here"},
         {"kz-recording 1\n", "its second line"},
         {with("{", "["), "its second line"},
         {with("end\n", ""), "it is not whole"},

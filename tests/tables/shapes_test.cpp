@@ -1,13 +1,14 @@
 // Envelopes, curves and rotations against shapes.json, which make_shapes.py has computed by other means.
 #include "host/document/envelope.h"
+#include "host/document/transform_values.h"
 #include "host/objects/curve_shape.h"
-#include "host/objects/transform_values.h"
 #include "kz_paths.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <fstream>
+#include <random>
 #include <string>
 
 using namespace kzhost;
@@ -62,6 +63,38 @@ TEST(ShapesTest, EnvelopesAgree) {
             expectNear(range, {probe[2], probe[3]}, 1e-10, name + probe.dump());
         }
     }
+}
+
+// Keys live in a list whose copies share chunks: an edit changes one copy, and chunks split and go as the list does.
+TEST(ShapesTest, CopiesOfEditedListsStay) {
+    CSharedList<int> list;
+    std::vector<int> plain;
+    std::vector<std::pair<CSharedList<int>, std::vector<int>>> states;
+    std::minstd_rand random(1);
+    for (int step = 0; step < 3000; ++step) {
+        const std::size_t place = random() % (plain.size() + 1);
+        const auto at = plain.begin() + static_cast<std::ptrdiff_t>(place);
+        if (random() % 8 < (step < 2000 ? 6U : 1U) || plain.empty()) {
+            list.insert(place, step);
+            plain.insert(at, step);
+        } else if (at != plain.end() && random() % 4 == 0) {
+            list.change(place, [&](int& value) { value = -step; });
+            *at = -step;
+        } else if (at != plain.end()) {
+            list.erase(place);
+            plain.erase(at);
+        }
+        if (step % 100 == 0) states.emplace_back(list, plain);
+    }
+    states.emplace_back(list, plain);
+    for (const auto& [state, expected] : states) {
+        CSharedList<int> fresh;
+        fresh.assign(expected);
+        ASSERT_EQ(state.size(), expected.size());
+        EXPECT_TRUE(state == fresh);
+        for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(state[i], expected[i]);
+    }
+    EXPECT_FALSE(states[10].first == states[11].first);
 }
 
 // The extremes of any range, from inside to far outside, are those of its values.

@@ -154,6 +154,109 @@ def drive_listeners():
     attempt(listener.RemoveListener, every)
 
 
-for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves,
-              drive_pictures, drive_listeners):
+def drive_memory():
+    entries = service.Persistence()
+    define = lambda: entries.AddValue('number', 'integer', '1')
+    for answer in spies.done, lambda self: define() and None:
+        attempt(entries.Configure, 'driven', all_done('PersistenceClient', cc_Setup=answer)())
+    attempt(lambda: entries.Lookup('driven/number').Value().SetInt(2))
+    attempt(entries.Configure, 'driven', all_done('PersistenceClient')())
+    scene = scenes.Create('presets')
+    item = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_MESH))
+    item.SetName('driven')
+    path, browser, destinations = FOLDER + '/a.spied', service.PresetBrowser(), service.PresetDestination()
+    attempt(browser.Save, path, 'spied', item, None)
+    attempt(browser.Metrics, path, 0)
+    attempt(destinations.Accepts, item, path)
+    attempt(kz.eval, 'preset.apply {%s} driven' % path)
+    attempt(kz.eval, 'preset.apply unknown driven')
+
+
+def drive_time():
+    """Modifiers of each kind, which are asked again after a change and after the structure is another one."""
+    def declare(self, setup):
+        kz.object.ChannelModSetup(setup).AddInput('pos.X', 0)
+        kz.object.ChannelModSetup(setup).AddOutput('pos.Y', 0)
+
+    def declare_alone(self, setup):
+        declare(self, setup)
+        return self
+
+    def attach(self, item, index, evaluation):
+        kz.object.Evaluation(evaluation).AddChannelName(kz.object.Item(item), 'pos.Z', symbol.fECHAN_WRITE)
+        return all_done('Modifier', mod_RequiredCount=0)()
+
+    tags = {symbol.s_EVALTAG_TYPE: 'groupLocator'}
+    operator = all_done('ChannelModOperator')
+    kz.bless(all_done('ChannelModItem', cmod_Allocate=declare_alone), 'spied.modItem', tags)
+    kz.bless(all_done('ChannelModManager', cman_Define=declare, cman_Allocate=lambda self, modifier: operator()),
+             'spied.modManager', tags)
+    kz.bless(spies.spy_class('EvalModifier', eval_Alloc=attach), 'spied.modifier', tags)
+    scene = scenes.Create('time')
+    items = [scene.ItemAdd(scenes.ItemTypeLookup('groupLocator')) for _ in range(2)]
+    for moment in range(3):
+        for item in items:
+            for channel in ('pos.Y', 'pos.Z'):
+                attempt(scene.Channels(None, float(moment)).DoubleByName, item, channel)
+        attempt(scene.WriteChannels(None, 0.0).DoubleByName, items[0], 'pos.X', float(moment))
+        items[1].SetParent(items[0] if moment else None, -1)
+    scenes.Close(scene)
+    undo = service.Undo()
+    undo.Apply(all_done('Undo')())
+    undo.Undo(1)
+    undo.Redo(1)
+
+
+def drive_selection():
+    """What listeners of scenes and of the selection hear, and whom selections, groups and contents of scenes ask."""
+    ear, listener = spies.spy_class('SceneItemListener', 'SelectionListener')(), service.Listener()
+    selection = service.Selection()
+    attempt(listener.AddListener, ear)
+    scene, other = scenes.Create('chosen'), scenes.Create('other')
+    group, mesh, child = [scene.ItemAdd(scenes.ItemTypeLookup(kind)) for kind in ('group', 'mesh', 'locator')]
+    kz.bless(spies.spy_class('SelectionType', seltyp_Size=1, seltyp_Flags=symbol.fSELTYP_SUBTYPES, seltyp_Compare=0,
+                             seltyp_SubType=1), 'spied.selection')
+    kz.bless(all_done('SelectionOperation', selop_TestPoint=True, selop_TestEdge=True, selop_TestPolygon=True),
+             'spied.operation')
+    attempt(lambda: selection.Replace(selection.TypeLookup('spied.selection'), 2, 2, 'ab'))
+    points = meshes.EditItem(mesh, None)
+    ids = kz.Storage('p', 3)
+    ids.set([points.AddPoint((corner, corner * corner, 0)) for corner in range(3)])
+    points.AddPolygon(symbol.i_POLYTYPE_FACE, 3, ids)
+    attempt(selection.SelectItem, mesh, symbol.iSELMODE_SET)
+    for kind in 'point', 'edge', 'polygon':
+        attempt(kz.eval, 'select.all ' + kind)
+        attempt(kz.eval, 'select.operate spied.operation ' + kind)
+    attempt(kz.eval, 'select.drop polygon')
+    attempt(kz.eval, 'select.clear')
+    attempt(selection.SetTime, 1.0)
+    members, graph = kz.object.GroupItem(group), kz.object.ItemGraph(scene.GraphLookup(symbol.sGRAPH_SCHEMATIC))
+    channels = kz.object.ChannelGraph(scene.GraphLookup(symbol.sGRAPH_CHANLINKS))
+    for call in ((child.SetParent, mesh, -1), (child.SetParent, mesh, 0), (child.SetName, 'a'),
+                 (child.SetTag, 1, 'text'), (child.SetFlags, symbol.fITEM_LOCKED, symbol.fITEM_LOCKED),
+                 (child.ChannelAdd, 'own', 'float'), (child.ChannelRemove, 'own'),
+                 (members.AddItem, child), (graph.AddLink, child, mesh),
+                 (graph.AddLink, child, group), (graph.SetLink, child, 0, group, 0), (graph.DeleteLink, child, mesh),
+                 (channels.AddLink, child, 0, mesh, 0), (channels.DeleteLink, child, 0, mesh, 0),
+                 (scenes.SetCurrent, scene), (scenes.Save, scene, FOLDER + '/a.kzscene', None)):
+        attempt(*call)
+    items = scenes.CreateCollection()
+    items.Add(child)
+    attempt(items.Duplicate, scene, symbol.fITEMCOPY_INSTANCE)
+    for _ in range(60):
+        items.Add(scene.ItemAdd(scenes.ItemTypeLookup('locator')))
+    attempt(items.Duplicate, other, 0)
+    subset = spies.spy_class('SceneSubset', scnsub_TestItem=True, scnsub_TestAction=True)()
+    attempt(scene.Contents().AddSubset, scene, subset)
+    walk = kz.object.GroupEnumerator(scenes.CreateWalker('GroupEnumerator'))
+    attempt(walk.Start, group, 0)
+    attempt(walk.Enumerate, all_done('Visitor')())
+    attempt(scene.ItemRemove, mesh)
+    for each in scene, other:
+        attempt(scenes.Close, each)
+    attempt(listener.RemoveListener, ear)
+
+
+for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
+              drive_listeners, drive_memory, drive_time, drive_selection):
     drive()

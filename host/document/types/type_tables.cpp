@@ -1,7 +1,7 @@
 // Puts the tables of all subjects together.
 #include "host/document/types/type_tables.h"
 
-#include "host/document/item_types.h"
+#include "kz/item.h"
 
 namespace kzhost::rows {
 
@@ -15,8 +15,8 @@ const TypeTable* const tables[] = {
     &volumeTypes,   &cacheTypes,     &renderTypes, &viewTypes,      &schematicTypes,  &itemPackages,
 };
 
-ItemTypeDeclaration declarationOf(const TypeRow& row, const char* category) {
-    ItemTypeDeclaration type{row.name, row.base, describe(row.channels), {}};
+TypeDescription descriptionOf(const TypeRow& row, const char* category) {
+    TypeDescription type{row.name, row.base, describe(row.channels), {}};
     if (*row.base != '\0') type.tags.emplace(KZs_ITEMTAG_SUPERTYPE, row.base);
     type.tags.emplace(KZs_ITEMTAG_CATEGORY, category);
     type.tags.emplace(KZs_ITEMTAG_PREFIX, row.title);
@@ -26,9 +26,9 @@ ItemTypeDeclaration declarationOf(const TypeRow& row, const char* category) {
 
 }  // namespace
 
-void addTypes(CItemTypeTable& table) {
+void eachType(const std::function<void(TypeDescription type)>& visit) {
     for (const TypeTable* each : tables)
-        for (const TypeRow& row : each->types) table.add(declarationOf(row, each->category));
+        for (const TypeRow& row : each->types) visit(descriptionOf(row, each->category));
 }
 
 std::map<std::string, std::vector<ChannelInfo>, std::less<>> channelPackages() {

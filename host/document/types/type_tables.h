@@ -11,9 +11,15 @@
 
 namespace kzhost {
 
-class CItemTypeTable;
-
 namespace rows {
+
+// What a type of items is made of.
+struct TypeDescription {
+    std::string name;
+    std::string base;  // a name, too
+    std::vector<ChannelInfo> channels;
+    std::map<std::string, std::string, std::less<>> tags;  // by s_ITEMTAG names
+};
 
 struct TypeTable {
     const char* category;
@@ -26,7 +32,8 @@ extern const TypeTable sceneTypes, transformTypes, groupTypes, animationTypes, m
     particleTypes, simulationTypes, replicatorTypes, volumeTypes, cacheTypes, renderTypes, viewTypes, schematicTypes,
     itemPackages;
 
-void addTypes(CItemTypeTable& table);
+// The types in an order in which each comes behind its base.
+void eachType(const std::function<void(TypeDescription type)>& visit);
 std::map<std::string, std::vector<ChannelInfo>, std::less<>> channelPackages();
 
 }  // namespace rows

@@ -12,7 +12,7 @@ import kzifc
 import _kzobserve
 from kzserv.recording.values import Refused, Writer, contents, file_state, packed, row_of, settle_chance, shown_storage
 
-HEADER = 'kz-recording 1'
+FORMAT, VERSION = 'kz-recording', '1'
 
 # What the module does without the host; a player lets it happen.
 LOCAL = frozenset(['out', 'outEx', 'throw', 'notimpl', 'excResult', 'arg', 'args', 'setOption', 'option', 'trace'])
@@ -54,7 +54,7 @@ class Recorder(object):
         self.refused = None
         self.raw = raw_methods()
         self.ours = {}  # by thread: how many calls deep the tap is at work, which is not recorded
-        self.line(HEADER)
+        self.line(FORMAT + ' ' + VERSION)
         seed = int(time.time() * 1000) & 0xFFFFFFFF
         self.line(json.dumps({'script': script, 'argument': argument, 'words': words, 'seed': seed,
                               'description': kz.__description__}, sort_keys=True))
@@ -70,7 +70,7 @@ class Recorder(object):
             self.ours[ident] = self.ours.get(ident, 0) + 1
             return
         calls = self.threads.setdefault(ident, [])
-        call = Call(to_host, self.is_wanted(calls, to_host, owner, method))
+        call = Call(to_host, self.is_wanted(calls, to_host, owner, method) and not is_declaration(owner, method, args))
         if call.is_written:
             try:
                 self.write_begin(calls, call, owner, method, target, args, keywords)
@@ -195,6 +195,11 @@ def raw_methods():
                      for name, (_, methods) in manifest[module].iteritems()
                      if name != 'GUID' and not name.endswith('Translation')
                      for method, signature, _ in methods if re.search('->.*pointer', signature))
+
+
+def is_declaration(owner, method, args):
+    """The call blesses a base class of kzifc. That happens at its first import, which may be any script's or server's."""
+    return owner == 'kz' and method == 'bless' and len(args) > 1 and str(args[1]).startswith(':')
 
 
 def origin_of(entry):

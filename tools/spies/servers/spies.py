@@ -135,6 +135,9 @@ SPIES = [
     ('spied', ('Loader',), {'loader.dosPattern': '*.spied'}, dict(load_Recognize=recognize, load_LoadObject=load)),
     ('spied', ('Saver',), {'saver.dosType': 'spied'}, dict(sav_Save=save)),
     ('spied', ('MeshOperation',), {}, dict(mop_Evaluate=done)),
+    ('spied', ('PresetType',), {}, dict(
+        ptyp_Recognize='spied', ptyp_Apply=done, ptyp_Save=done, ptyp_CanApplyTo=True)),
+    ('spied', ('PresetDo',), {}, dict(pdo_DoByName='/dev/null', pdo_Do=done)),
     ('spied', ('TextScriptInterpreter',), {}, dict(
         tsi_ValidateHeader=lambda self, header: no(not header.startswith('# spied')),
         tsi_Run=done)),

@@ -1,5 +1,5 @@
 // Rotations as matrices, quaternions and angles.
-#include "host/objects/transform_values.h"
+#include "host/document/transform_values.h"
 
 #include <limits>
 #include <utility>

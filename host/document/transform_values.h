@@ -1,7 +1,7 @@
 // Rotations as matrices, quaternions and angles. Matrices act on row vectors: the rows are the axes.
 #pragma once
 
-#include "host/objects/vectors.h"
+#include "host/document/vectors.h"
 
 #include "kz/transform.h"
 
@@ -52,9 +52,5 @@ KzQuaternion kzQuaternionOf(const KzMatrix3& rotation);
 KzQuaternion kzQuaternionAbout(const KzVector3& axis, double angle);  // the axis has length 1
 // Along the shorter arc, from the first at 0 to the second at 1.
 KzQuaternion kzBlend(const KzQuaternion& a, const KzQuaternion& b, double weight);
-
-// Objects that compute with them. The size of a matrix is 3 or 4.
-IKzUnknown* kzMakeMatrix(std::uint32_t size, const KzMatrix4& value);
-IKzUnknown* kzMakeQuaternion();
 
 }  // namespace kzhost

@@ -1,0 +1,163 @@
+// The files that the items of a scene name in their channels: where they are, and gathering them in one folder.
+#include "host/objects/scene.h"
+
+#include "host/core/reasons.h"
+#include "host/state/text.h"
+
+#include "kz/loader.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kzhost {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A channel that names a file, by the identifier of its item.
+struct Asset {
+    std::string ident, channel, path;
+};
+
+// The file that one channel names.
+class CFileReference final : public CHosted<"file reference", CFileReference, CKzIfc_FileReference> {
+public:
+    CFileReference(CHostRef<CItem> item, std::string channel)
+        : m_item(std::move(item)), m_channel(std::move(channel)) {}
+
+    KzResult filereference_Path(const char** path) override {
+        *path = kzLend(here());
+        return KZe_OK;
+    }
+    KzResult filereference_SetPath(const char* path) override {
+        CEdit edit(m_item->workspace());
+        const auto item = m_item->read();
+        kzWriteChannel(*item, kzChannelAt(*item, kzChannelIndex(*item, m_channel)), kzString(path), edit);
+        edit.commit();
+        return KZe_OK;
+    }
+    bool filereference_IsFound() override {
+        std::error_code error;
+        return fs::exists(here(), error);
+    }
+    double filereference_ModifiedTime() override {
+        std::error_code error;
+        const auto time = fs::last_write_time(here(), error);
+        if (error) return 0;
+        const auto since = std::chrono::file_clock::to_sys(time).time_since_epoch();
+        return std::chrono::duration<double>(since).count();
+    }
+    // Nothing of a file is kept, so the next one who reads it reads it anew.
+    KzResult filereference_Reload() override { return filereference_IsFound() ? KZe_OK : KZe_NOTFOUND; }
+
+private:
+    std::string here() const {
+        const auto item = m_item->read();
+        const auto* text =
+            std::get_if<std::string>(&item->valueOf(kzChannelAt(*item, kzChannelIndex(*item, m_channel))));
+        return text != nullptr ? *text : std::string();
+    }
+
+    CHostRef<CItem> m_item;
+    std::string m_channel;
+};
+
+// The files as they are at each call.
+class CSceneAssets final : public CHosted<"scene assets", CSceneAssets, CKzIfc_SceneAssets> {
+public:
+    explicit CSceneAssets(CHostRef<CScene> scene) : m_scene(std::move(scene)) {}
+
+    std::uint32_t sceneassets_Count() override { return static_cast<std::uint32_t>(all().size()); }
+    KzResult sceneassets_ByIndex(std::uint32_t index, IKzUnknown** item, const char** ident) override {
+        const auto assets = all();
+        if (index >= assets.size()) return KZe_OUTOFBOUNDS;
+        *ident = kzLend(assets[index].channel);
+        const CReading reading(document().workspace());
+        return kzGiveItem(document().byIdent(assets[index].ident), item);
+    }
+    KzResult sceneassets_Reference(std::uint32_t index, IKzUnknown** file) override {
+        const auto assets = all();
+        if (index >= assets.size()) return KZe_OUTOFBOUNDS;
+        const CReading reading(document().workspace());
+        Item* item = document().byIdent(assets[index].ident);
+        if (item == nullptr) return KZe_NOTFOUND;
+        return CHostRef<CFileReference>::make(kzObjectOf(*item), assets[index].channel).give(file);
+    }
+    KzResult sceneassets_Gather(const char* folder, std::int32_t copy) override;
+
+private:
+    CDocument& document() const { return m_scene->document(); }
+    std::vector<Asset> all() const;
+
+    CHostRef<CScene> m_scene;
+};
+
+std::vector<Asset> CSceneAssets::all() const {
+    std::vector<Asset> assets;
+    const CReading reading(document().workspace());
+    document().each(KZiITYPE_ANY, [&](const Item& item) {
+        for (std::size_t i = 0; i < item.channelCount(); ++i) {
+            const ChannelInfo& channel = *item.channelAt(i);
+            if (channel.type == nullptr || std::string_view(channel.type->name) != KZsTYPE_FILEPATH) continue;
+            const auto* path = std::get_if<std::string>(&item.valueOf(channel));
+            if (path != nullptr && !path->empty()) assets.push_back({item.ident, channel.name, *path});
+        }
+    });
+    return assets;
+}
+
+// All files are copied before a path changes, and only then does a moved file leave its place: a failure half-way leaves the
+// scene and its files as they were. Files of one name from different folders get different names.
+KzResult CSceneAssets::sceneassets_Gather(const char* folder, std::int32_t copy) {
+    const fs::path target = kzString(folder);
+    std::error_code error;
+    if (target.empty()) return KZe_INVALIDARG;
+    std::map<std::string, fs::path> places;
+    std::set<fs::path> taken;
+    const auto assets = all();
+    for (const Asset& asset : assets) {
+        if (places.contains(asset.path)) continue;
+        if (!fs::is_regular_file(asset.path, error))
+            return kzBecause(KZe_NOTFOUND, "SceneAssets.Gather",
+                             [&] { return fmt::format("\"{}\" of \"{}\" is missing", asset.path, asset.channel); });
+        const fs::path source = asset.path;
+        fs::path place = target / source.filename();
+        const auto isFree = [&] {
+            return !taken.contains(place) && (fs::equivalent(source, place, error) || !fs::exists(place, error));
+        };
+        for (int number = 2; !isFree(); ++number)
+            place = target / fmt::format("{}-{}{}", source.stem().string(), number, source.extension().string());
+        taken.insert(place);
+        places.emplace(asset.path, place);
+    }
+    fs::create_directories(target, error);
+    for (const auto& [path, place] : places) {
+        if (fs::equivalent(path, place, error)) continue;
+        if (!fs::copy_file(path, place, error))
+            return kzBecause(KZe_NOACCESS, "SceneAssets.Gather",
+                             [&] { return fmt::format("\"{}\" cannot be copied: {}", path, error.message()); });
+    }
+    CEdit edit(document().workspace());
+    for (const Asset& asset : assets)
+        if (Item* item = document().byIdent(asset.ident))
+            kzWriteChannel(*item, kzChannelAt(*item, kzChannelIndex(*item, asset.channel)),
+                           places.at(asset.path).string(), edit);
+    edit.commit();
+    for (const auto& [path, place] : places)
+        if (copy == 0 && !fs::equivalent(path, place, error)) fs::remove(path, error);
+    return KZe_OK;
+}
+
+}  // namespace
+
+IKzUnknown* kzMakeSceneAssets(CHostRef<CScene> scene) { return kzMakeObject<CSceneAssets>(std::move(scene)); }
+
+}  // namespace kzhost

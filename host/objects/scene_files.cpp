@@ -1,0 +1,238 @@
+// Reading and writing scene files.
+#include "host/objects/scene_files.h"
+
+#include "host/core/listener_table.h"
+#include "host/core/log_store.h"
+#include "host/core/message.h"
+#include "host/core/message_tables.h"
+#include "host/core/module_table.h"
+#include "host/core/refusal.h"
+#include "host/objects/file_servers.h"
+#include "host/objects/safe_save.h"
+#include "host/objects/scene_file.h"
+
+#include "kz/loader.h"
+#include "kz/log.h"
+#include "kz/message.h"
+#include "kz/scene_event.h"
+#include "kz/undo.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+namespace kzhost {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uintmax_t greatestFile = std::uintmax_t{4} << 30U;
+
+class CSceneTarget final : public CHosted<"scene loader target", CSceneTarget, CKzIfc_SceneLoaderTarget> {
+public:
+    CSceneTarget(CHostRef<CScene> scene, bool isImport) : m_scene(std::move(scene)), m_isImport(isImport) {}
+
+    KzResult sceneloadertarget_Scene(IKzUnknown** scene) override { return m_scene.give(scene); }
+    bool sceneloadertarget_IsImport() override { return m_isImport; }
+    // Imported items belong to no other.
+    KzResult sceneloadertarget_Root(IKzUnknown** /*parent*/) override { return KZe_NOTFOUND; }
+    // Files are not watched here.
+    KzResult sceneloadertarget_AddDependency(const char* path) override {
+        return kzTextOf(path).empty() ? KZe_INVALIDARG : KZe_OK;
+    }
+
+private:
+    CHostRef<CScene> m_scene;
+    bool m_isImport;
+};
+
+bool hasOwnExtension(const std::string& path) {
+    return strcasecmp(fs::path(path).extension().c_str(), kzSceneExtension) == 0;
+}
+
+// A file of the host's own format, whatever it is called.
+bool beginsAsOwn(const std::string& path) {
+    char head[8]{};
+    std::ifstream(path, std::ios::binary).read(head, sizeof head);
+    return std::string_view(head, sizeof head) == "kzscene ";
+}
+
+std::string wholeText(const std::string& path) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(path, error);
+    if (error) throw SceneFileError(error.message());
+    if (size > greatestFile) throw SceneFileError("the file is larger than 4 GiB");
+    std::ifstream file(path, std::ios::binary);
+    std::string text(static_cast<std::size_t>(size), '\0');
+    file.read(text.data(), static_cast<std::streamsize>(size));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    if (!file && !file.eof()) throw SceneFileError("the file cannot be read");
+    return text;
+}
+
+}  // namespace
+
+KzResult CSceneFiles::refuse(KzResult code, const std::string& path, const std::string& why) const {
+    m_log->write(KZsLOG_FILES, code, path + ": " + why);
+    return code;
+}
+
+void CSceneFiles::readOwn(CDocument& document, const std::string& path, bool isImport) const {
+    try {
+        const std::string text = wholeText(path);
+        CEdit edit(document.workspace());
+        kzReadScene(text, document, edit, isImport);
+        if (isImport) return edit.commit();
+        edit.commitLoaded(document);
+    } catch (const std::exception& error) {
+        throw refuse(KZe_FAILED, path, error.what());
+    }
+}
+
+// What a server does to the scene goes into the history like anything else, so a scene that is new begins without it.
+bool CSceneFiles::loadServed(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
+    const auto target = CHostRef<CSceneTarget>::make(scene.self(), isImport);
+    const auto load = [&](const CKzUser_Loader& loader, IKzUnknown* info) {
+        return loader.LoadObject(path.c_str(), info, monitor, target.raw());
+    };
+    const auto failed = [&](const std::string& server, KzResult code) {
+        refuse(code, path, "the loader \"" + server + "\" failed: " + CMessageTables::codeText(code));
+    };
+    struct Blocks {  // a loader may have left some open
+        CWorkspace& workspace;
+        const std::size_t depth = workspace.blockDepth();
+        ~Blocks() { workspace.endBlocksAbove(depth); }
+    } const blocks{*m_scenes->workspace};
+    return !kzLoadServed(*m_modules, path, KZsFILECLASS_SCENE, load, failed).empty();
+}
+
+void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
+    if (hasOwnExtension(path) || beginsAsOwn(path)) return readOwn(scene.document(), path, isImport);
+    if (!loadServed(scene, path, isImport, monitor))
+        throw refuse(KZe_NOTSUPPORTED, path, "no loader of scenes recognises the file");
+    if (!isImport) scene.document().workspace().forget(scene.document());
+}
+
+CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
+    const CFileProgress progress(m_context, m_monitors, "Loading", monitor);
+    std::string name = fs::path(path).stem().string();
+    if (beginsAsOwn(path)) try {
+            std::string head(4096, '\0');
+            std::ifstream file(path, std::ios::binary);
+            file.read(head.data(), static_cast<std::streamsize>(head.size()));
+            head.resize(static_cast<std::size_t>(file.gcount()));
+            name = kzSceneName(head);
+        } catch (const SceneFileError&) {  // said when the file is read
+        }
+    auto scene = kzOpenScene(*m_scenes->workspace, name);
+    try {
+        loadInto(*scene, path, false, progress.monitor());
+    } catch (...) {
+        scene->close();
+        throw;
+    }
+    m_scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
+    m_scenes->add(scene);
+    m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    return scene;
+}
+
+void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* monitor) const {
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
+    const CFileProgress progress(m_context, m_monitors, "Importing", monitor);
+    CWorkspace& workspace = *m_scenes->workspace;
+    workspace.beginBlock("Import " + fs::path(path).filename().string(), KZfUNDO_BLOCK_NOEMPTY);
+    const std::size_t depth = workspace.blockDepth();
+    try {
+        loadInto(scene, path, true, progress.monitor());
+    } catch (...) {
+        if (workspace.blockDepth() == depth) workspace.discardBlock();
+        throw;
+    }
+    workspace.endBlocksAbove(depth - 1);
+    m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+}
+
+KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const std::string& path) const {
+    std::ofstream stream(file.path(), std::ios::binary | std::ios::trunc);
+    stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+    stream.close();
+    if (!stream) return refuse(KZe_NOACCESS, path, "the file cannot be written");
+    const KzResult code = file.commit();
+    return kzFailed(code) ? refuse(code, path, "the file cannot be replaced") : code;
+}
+
+KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
+    std::string text;
+    {
+        const CReading reading(*m_scenes->workspace);
+        if (!scene.document().isOpen()) return KZe_NOTAVAILABLE;
+        text = kzWriteScene(scene.document());
+    }
+    CSafeSave file(path);
+    return saveOwn(text, file, path);
+}
+
+KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const std::string& format) const {
+    const auto server = kzFindSaver(*m_modules, path, format, KZsFILECLASS_SCENE);
+    if (!server)
+        return refuse(KZe_NOTSUPPORTED, path,
+                      format.empty() ? "no saver of scenes is for this extension"
+                                     : "there is no saver \"" + format + "\"");
+    CKzLoc_Unknown object;
+    const CKzUser_Saver saver(CModuleTable::spawn(*server, object).raw());
+    if (!saver) return KZe_NOINTERFACE;
+    const auto scenes = scene.self();
+    const auto message = CHostRef<CMessage>::make();
+    KzResult code = saver.Verify(scenes.raw(), message.raw());
+    if (kzRefuses(code)) {
+        const CKzUser_Message asMessage(message.raw());
+        return refuse(code, path,
+                      "the saver \"" + server->name +
+                          "\" refuses the scene: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
+    }
+    const CFileProgress progress(m_context, m_monitors, "Saving", nullptr);
+    CSafeSave file(path);
+    code = saver.Save(scenes.raw(), file.path().c_str(), progress.monitor());
+    if (kzFailed(code))
+        return refuse(code, path, "the saver \"" + server->name + "\" failed: " + CMessageTables::codeText(code));
+    if (kzFailed(code = file.commit())) refuse(code, path, "the saver wrote no file to replace it");
+    return code;
+}
+
+KzResult CSceneFiles::write(CScene& scene, const std::string& path, const std::string& format) const {
+    const bool isOwn = format.empty() ? hasOwnExtension(path) : format == kzSceneFormat;
+    return isOwn ? saveCopy(scene, path) : saveServed(scene, path, format);
+}
+
+// The scene may change while it is being written. What is then unsaved are the changes since it was read.
+KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::string& format) const {
+    std::string path = given;
+    std::uint64_t revision = 0;
+    bool isOwnFile = false;
+    {
+        const CReading reading(*m_scenes->workspace);
+        if (!scene.document().isOpen()) return KZe_NOTAVAILABLE;
+        if (path.empty()) path = scene.document().filename();
+        isOwnFile = path == scene.document().filename();
+        revision = scene.document().revision();
+    }
+    if (path.empty()) return refuse(KZe_INVALIDARG, "Scene.Save", "the scene has no file yet; pass a path");
+    const bool isOwn = format.empty() ? hasOwnExtension(path) : format == kzSceneFormat;
+    const KzResult code = write(scene, path, format);
+    if (kzFailed(code)) return code;
+    if (isOwn || isOwnFile) m_scenes->workspace->setSaved(scene.document(), revision, path);
+    m_scenes->tell([&](IKzSceneItemListener& each) { each.SceneSaved(scene.self().raw(), path.c_str()); });
+    m_listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
+    return code;
+}
+
+}  // namespace kzhost

@@ -1,0 +1,61 @@
+// Reading and writing scene files: the host's own format, what modules offer, and the formats of a library.
+#pragma once
+
+#include "host/objects/open_scenes.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace kzhost {
+
+class CListenerTable;
+class CLogStore;
+class CModuleTable;
+class CMonitorBoard;
+class CSafeSave;
+struct ServiceContext;
+
+inline constexpr const char* kzSceneExtension = ".kzscene";
+inline constexpr const char* kzSceneFormat = "kzscene";
+
+class CSceneFiles {
+public:
+    CSceneFiles(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CLogStore> log,
+                std::shared_ptr<CMonitorBoard> monitors, std::shared_ptr<OpenScenes> scenes)
+        : m_context(std::move(context)), m_modules(std::move(modules)), m_listeners(std::move(listeners)),
+          m_log(std::move(log)), m_monitors(std::move(monitors)), m_scenes(std::move(scenes)) {}
+
+    // Opens a new scene with what the file holds; it becomes the current one. Throws NOTFOUND if there is no such file,
+    // NOTSUPPORTED if nobody knows its format, and otherwise what the loader says; the log has the reason. The monitor may be
+    // null.
+    CHostRef<CScene> load(const std::string& path, IKzUnknown* monitor) const;
+    // Adds what the file holds, as one step of the history, or nothing at all. Throws as above.
+    void import(const std::string& path, CScene& scene, IKzUnknown* monitor) const;
+    // Writes a file in the named format, or that of the path's extension; an empty path stands for the scene's own file.
+    // The file is replaced only if saving succeeds. The scene then has no unsaved changes, if the format keeps everything or
+    // the file is its own.
+    KzResult save(CScene& scene, const std::string& path, const std::string& format) const;
+    // As above, without a file that is the scene's own from then on, and without telling anybody.
+    KzResult write(CScene& scene, const std::string& path, const std::string& format) const;
+    // Writes a copy, in the host's own format, and leaves the scene as it is.
+    KzResult saveCopy(CScene& scene, const std::string& path) const;
+
+private:
+    void loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const;
+    void readOwn(CDocument& document, const std::string& path, bool isImport) const;
+    bool loadServed(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const;
+    KzResult saveOwn(const std::string& text, CSafeSave& file, const std::string& path) const;
+    KzResult saveServed(CScene& scene, const std::string& path, const std::string& format) const;
+    KzResult refuse(KzResult code, const std::string& path, const std::string& why) const;
+
+    std::shared_ptr<ServiceContext> m_context;
+    std::shared_ptr<CModuleTable> m_modules;
+    std::shared_ptr<CListenerTable> m_listeners;
+    std::shared_ptr<CLogStore> m_log;
+    std::shared_ptr<CMonitorBoard> m_monitors;
+    std::shared_ptr<OpenScenes> m_scenes;
+};
+
+}  // namespace kzhost

@@ -1,0 +1,188 @@
+// Reads documents from text: items, and the order of statements.
+#include "host/objects/scene_reader.h"
+
+#include "host/objects/item.h"
+#include "host/objects/scene_codes.h"
+
+#include <fmt/format.h>
+
+namespace kzhost {
+
+namespace {
+
+// Reads the two lines with which a text begins.
+std::string readHead(CSceneWords& in) {
+    if (!in.next() || in.keyword() != "kzscene")
+        CSceneWords::failAt(1, 1, "this is no scene file: it does not begin with \"kzscene\" and a version");
+    const std::int64_t version = in.integer(1, INT32_MAX);
+    if (version > kzSceneFormatVersion)
+        in.fail(
+            fmt::format("the format has version {}; this host reads versions up to {}", version, kzSceneFormatVersion));
+    if (!in.next() || in.keyword() != "scene") in.fail("the statement \"scene\" belongs here");
+    return in.text();
+}
+
+}  // namespace
+
+const std::map<std::string_view, CSceneReader::Row>& CSceneReader::statements() {
+    using R = CSceneReader;
+    static const std::map<std::string_view, Row> theRows{{"type", {&R::type, Part::top}},
+                                                         {"title", {&R::title, Part::type}},
+                                                         {"channel", {&R::channel, Part::item}},
+                                                         {"minimum", {&R::minimum, Part::channel}},
+                                                         {"maximum", {&R::maximum, Part::channel}},
+                                                         {"unit", {&R::unit, Part::channel}},
+                                                         {"object", {&R::object, Part::channel}},
+                                                         {"choices", {&R::choices, Part::channel}},
+                                                         {"choice", {&R::choice, Part::channel}},
+                                                         {"item", {&R::item, Part::top}},
+                                                         {"name", {&R::name, Part::item}},
+                                                         {"flags", {&R::flags, Part::item}},
+                                                         {"tag", {&R::tag, Part::item}},
+                                                         {"value", {&R::value, Part::item}},
+                                                         {"action", {&R::action, Part::item}},
+                                                         {"envelope", {&R::envelope, Part::item}},
+                                                         {"key", {&R::key, Part::envelope}},
+                                                         {"mesh", {&R::mesh, Part::item}},
+                                                         {"place", {&R::place, Part::top}},
+                                                         {"instance", {&R::instance, Part::top}},
+                                                         {"link", {&R::link, Part::top}},
+                                                         {"member", {&R::member, Part::top}},
+                                                         {"wire", {&R::wire, Part::top}},
+                                                         {"attribute", {&R::attribute, Part::wire}},
+                                                         {"end", {&R::end, Part::top}}};
+    return theRows;
+}
+
+void CSceneReader::item() {
+    const std::string typeName = m_in.text();
+    const ItemType* type = kzFindItemType(typeName);
+    if (const auto described = m_types.find(typeName); type == nullptr && described != m_types.end())
+        type = described->second;
+    if (type == nullptr) m_in.fail("there is no type of items \"" + typeName + "\", and the file does not describe it");
+    const std::string ident = m_in.text();
+    if (ident.empty()) m_in.fail("an item needs an identifier");
+    const auto [entry, isNew] = m_items.emplace(ident, nullptr);
+    if (!isNew) m_in.fail("there are two items \"" + ident + "\"");
+    m_isLeftOut = false;
+    if (type->number == KZiITYPE_ROOT) {
+        if (m_items.size() > 1) m_in.fail("the scene item comes first, and there is one");
+        m_isLeftOut = m_isImport;
+        m_item = entry->second = m_isImport ? nullptr : m_document.root();
+        return;
+    }
+    if (type->number == KZiITYPE_ANY) m_in.fail("no item has the type \"" + typeName + "\" itself");
+    const bool isTaken = m_document.byIdent(ident) != nullptr;
+    if (isTaken && !m_isImport) m_in.fail("the identifier is that of the scene item");
+    m_item = entry->second = &m_edit.add(m_document, *type, isTaken ? std::string() : ident);
+}
+
+void CSceneReader::name() {
+    std::string name = m_in.text();
+    const std::uint32_t number = m_in.hasMore() ? static_cast<std::uint32_t>(m_in.integer(1, kzMostItems)) : 0;
+    m_edit.rename(current(), std::move(name), m_isImport ? 0 : number);
+}
+
+void CSceneReader::flags() { m_edit.setFlags(current(), m_in.uint32()); }
+
+void CSceneReader::tag() {
+    const std::uint32_t code = kzReadCode(m_in);
+    m_edit.setTag(current(), code, m_in.text());
+}
+
+void CSceneReader::mesh() {
+    if (std::string_view(current().type.name) != KZsITYPE_MESH)
+        m_in.fail(fmt::format("a {} has no mesh", current().type.name));
+    if (current().geometry != nullptr) m_in.fail("the item has a mesh already");
+    m_mesh.emplace();
+}
+
+void CSceneReader::end() {
+    const auto count = static_cast<std::size_t>(m_in.integer(0, kzMostItems));
+    if (count != m_items.size())
+        m_in.fail(fmt::format("there are {} items, and {} were written", m_items.size(), count));
+    m_isOver = true;
+}
+
+Item& CSceneReader::current() const {
+    if (m_item == nullptr) m_in.fail("an item comes first");
+    return *m_item;
+}
+
+Item* CSceneReader::itemNamed() {
+    const std::string ident = m_in.text();
+    const auto entry = m_items.find(ident);
+    if (entry == m_items.end()) m_in.fail("there is no item \"" + ident + "\"");
+    return entry->second;
+}
+
+void CSceneReader::finishMesh() {
+    if (m_mesh) kzGiveMesh(*m_item, m_mesh->finish());
+    m_mesh.reset();
+}
+
+void CSceneReader::finishPart() {
+    finishChannel();
+    finishEnvelope();
+}
+
+void CSceneReader::finishAll() {
+    finishType();
+    finishPart();
+    finishMesh();
+    for (auto& [info, state] : m_states) m_edit.setChannel(*m_item, *info, std::move(state));
+    m_states.clear();
+    m_item = nullptr;
+    m_isLeftOut = false;
+}
+
+// Channels that refer to items do so by identifiers, some of which an import has changed.
+void CSceneReader::restoreReferences() {
+    for (const auto& [ident, item] : m_items) {
+        if (item == nullptr) continue;
+        std::vector<std::pair<const ChannelInfo*, std::string>> changed;
+        for (const auto& [info, state] : item->values) {
+            const auto* text = state.value ? std::get_if<std::string>(&*state.value) : nullptr;
+            if (info->kind != ChannelKind::itemReference || text == nullptr) continue;
+            const auto target = m_items.find(*text);
+            if (target != m_items.end() && target->second != nullptr && target->second->ident != *text)
+                changed.emplace_back(info, target->second->ident);
+        }
+        for (auto& [info, text] : changed) m_edit.setValue(*item, *info, std::move(text));
+    }
+}
+
+void CSceneReader::run() {
+    readHead(m_in);
+    while (m_in.next()) {
+        if (m_isOver) m_in.fail("nothing belongs behind the end");
+        if (m_mesh && m_mesh->take(m_in)) continue;
+        const auto row = statements().find(m_in.keyword());
+        if (row == statements().end())
+            m_in.fail("there is no statement \"" + std::string(m_in.keyword().substr(0, 40)) + "\"");
+        const bool isAside = row->second.part == Part::type || row->second.part == Part::wire;
+        if (m_isLeftOut && row->second.part != Part::top && !isAside) {
+            m_in.passOver();
+            continue;
+        }
+        if (row->second.part == Part::top) finishAll();
+        else if (row->second.part == Part::item) finishPart();
+        (this->*row->second.run)();
+        if (m_items.size() > static_cast<std::size_t>(kzMostItems)) m_in.fail("there are too many items");
+    }
+    if (!m_isOver) m_in.fail("the file ends before the statement \"end\": it is incomplete");
+    if (m_isImport) restoreReferences();
+    refuseCircles();
+    setSources();
+}
+
+std::string kzSceneName(std::string_view text) {
+    CSceneWords in(text);
+    return readHead(in);
+}
+
+void kzReadScene(std::string_view text, CDocument& document, CEdit& edit, bool isImport) {
+    CSceneReader(text, document, edit, isImport).run();
+}
+
+}  // namespace kzhost

@@ -1,0 +1,137 @@
+"""Channels over time: keys, actions, envelopes, links and the modifiers of Python classes."""
+import kz
+import kzifc
+from checks import equal, fails, near, storage
+from kz.symbol import (fCHMOD_ALLTIME, fECHAN_READ, fECHAN_WRITE, iCHANSOURCE_ACTION, iCHANSOURCE_DRIVEN,
+                       iCHANSOURCE_EDIT, iCHANTIME_SETUP, s_EVALTAG_TYPE)
+
+SCENES, UNDO = kz.service.Scene(), kz.service.Undo()
+TYPE = SCENES.ItemTypeLookup
+
+
+def new(*kinds):
+    scene = SCENES.Create('time')
+    return [scene] + [scene.ItemAdd(TYPE(kind)) for kind in kinds]
+
+
+def at(scene, item, name, time=0.0, action=None):
+    return scene.Channels(action, time).DoubleByName(item, name)
+
+
+def check_keys_are_written_read_and_undone():
+    scene, item = new('locator')
+    x, write = item.ChannelLookup('pos.X'), scene.WriteChannels(None, 0.0)
+    write.Keys(item, x, 2, storage('d', 0.0, 2.0), storage('d', 1.0, 5.0))
+    near([at(scene, item, 'pos.X', 1.0)], [3.0])
+    write.DoubleKey(item, x, 9.0, 1.0, 1)
+    equal((at(scene, item, 'pos.X', 1.0), scene.Channels(None, 0.0).IsAnimated(item, x)), (9.0, True))
+    fails('NOTFOUND', (write.DoubleKey, item, x, 1.0, 7.0, 0), (scene.Channels(None, 0.0).Envelope, item, x + 1))
+    UNDO.Undo(1)
+    near([at(scene, item, 'pos.X', 1.0)], [3.0])
+    UNDO.Undo(1)
+    equal(at(scene, item, 'pos.X', 1.0), 0.0)
+    UNDO.Redo(2)
+    key = write.Envelope(item, x).Keys()
+    key.Last()
+    key.SetTime(3.0)
+    equal(at(scene, item, 'pos.X', 3.0), 5.0)
+    write.Double(item, x, -4.0)  # not keyed yet
+    equal((at(scene, item, 'pos.X', 3.0), scene.Channels(None, 0).ValueSource(item, x)), (-4.0, iCHANSOURCE_EDIT))
+    write.DoubleKey(item, x, 6.0, 3.0, 1)
+    equal((at(scene, item, 'pos.X', 3.0), scene.Channels(None, 0).ValueSource(item, x)), (6.0, iCHANSOURCE_ACTION))
+    scene.WriteChannels('setup', 0.0).Double(item, x, 8.0)
+    equal((at(scene, item, 'pos.X', iCHANTIME_SETUP), at(scene, item, 'pos.X', 0.0)), (8.0, 1.0))
+    write.Remove(item, x, 0)
+    equal((at(scene, item, 'pos.X', 3.0), at(scene, item, 'pos.X', 3.0, 'scene')), (8.0, 0.0))
+    fails('NOACCESS', (scene.WriteChannels('edit', 0).DoubleKey, item, x, 1.0, 0.0, 1))
+    fails('NOTFOUND', (scene.Channels, 'nothing', 0.0))
+
+
+def check_locators_follow_their_channels():
+    scene, parent, child = new('locator', 'locator')
+    child.SetParent(parent, -1)
+    write = scene.WriteChannels(None, 0.0)
+    write.Keys(parent, parent.ChannelLookup('pos.Y'), 2, storage('d', 0.0, 1.0), storage('d', 0.0, 2.0))
+    kz.object.ChannelGraph(scene.GraphLookup('channelLinks')).AddLink(parent, parent.ChannelLookup('pos.Y'), child, child.ChannelLookup('pos.X'))
+    place = scene.Channels(None, 1.0).Matrix(child, child.ChannelLookup('worldMatrix'))[3][:3]
+    equal((place, SCENES.LocatorTransform(child, 1.0)[0]), ((2.0, 2.0, 0.0), (2.0, 0.0, 0.0)))
+    equal(scene.Channels(None, 0.0).ValueSource(child, child.ChannelLookup('pos.X')), iCHANSOURCE_DRIVEN)
+
+
+class Twice(kzifc.ChannelModItem):
+    runs = 0
+
+    def cmod_Allocate(self, setup):
+        setup = kz.object.ChannelModSetup(setup)
+        self.x, self.y = setup.AddInput('pos.X', fCHMOD_ALLTIME), setup.AddOutput('pos.Y', 0)
+        fails('NOTFOUND', (setup.AddInput, 'nothing', 0))
+        kz.throw(kz.result.NOTFOUND)
+
+    def cmod_Evaluate(self, modifier, evaluator):
+        Twice.runs += 1
+        modifier = kz.object.ChannelModifier(modifier)
+        value = modifier.ReadDouble(self.x, 0)
+        if value < 0:
+            raise ValueError('negative')
+        fails('NOACCESS', (modifier.ReadDouble, self.y, 0))
+        fails('OUTOFBOUNDS', (modifier.ReadDouble, self.x, 1), (modifier.ReadDouble, 9, 0))
+        modifier.WriteDouble(self.y, 2 * value + modifier.ReadAtTime(self.x, modifier.Time()))
+
+
+class Add(kzifc.EvalModifier):
+    def eval_Alloc(self, item, index, evaluation):
+        return Adding(item, evaluation)
+
+
+class Adding(kzifc.Modifier):
+    def __init__(self, item, evaluation):
+        self.evaluation, item = kz.object.Evaluation(evaluation), kz.object.Item(item)
+        self.x = self.evaluation.AddChannelName(item, 'pos.X', fECHAN_READ)
+        self.z = self.evaluation.AddChannelName(item, 'pos.Z', fECHAN_READ | fECHAN_WRITE)
+
+    def mod_Free(self):
+        self.evaluation = None
+
+    def mod_Evaluate(self):
+        self.evaluation.WriteDouble(self.z, self.evaluation.ReadDouble(self.x) + self.evaluation.ReadDouble(self.z))
+
+
+def check_python_classes_compute_channels():
+    kz.bless(Twice, 'animation.twice', {s_EVALTAG_TYPE: 'groupLocator'})
+    kz.bless(Add, 'animation.add', {s_EVALTAG_TYPE: 'groupLocator'})
+    scene, item = new('groupLocator')
+    write = scene.WriteChannels(None, 0.0)
+    write.DoubleByName(item, 'pos.X', 2.0)
+    write.DoubleByName(item, 'pos.Z', 10.0)
+    equal([at(scene, item, name) for name in ('pos.Y', 'pos.Z')], [6.0, 12.0])
+    runs = Twice.runs
+    equal((at(scene, item, 'pos.Y'), Twice.runs - runs), (6.0, 0))
+    write.DoubleByName(item, 'pos.X', -1.0)
+    equal([at(scene, item, name) for name in ('pos.Y', 'pos.Z')], [0.0, 9.0])  # what is stored, after an error
+
+
+def check_clips_are_mixed_in_and_moved():
+    scene, item = new('locator')
+    x = item.ChannelLookup('pos.X')
+    scene.WriteChannels(None, 0.0).Double(item, x, 1.0)
+    clip = scene.ActionAdd('walk', 0)
+    fails('ALREADYEXISTS', (scene.ActionAdd, 'walk', 1), (scene.ActionAdd, 'edit', 1))
+    equal((scene.ActionCount(0), [scene.ActionByIndex(i).Name() for i in range(5)], clip.Type()),
+          (5, ['edit', 'animation', 'setup', 'scene', 'walk'], 0))
+    fails('NOTAVAILABLE', (clip.Range,), (scene.ActionByIndex(0).SetActive, 1))
+    clip.Write(0.0).Keys(item, x, 2, storage('d', 0.0, 2.0), storage('d', 3.0, 5.0))
+    equal((clip.IsActive(), at(scene, item, 'pos.X'), at(scene, item, 'pos.X', 0.0, 'walk')), (False, 1.0, 3.0))
+    clip.SetActive(1)
+    clip.SetBlend(0.5, 0)
+    equal(at(scene, item, 'pos.X'), 2.0)
+    clip.Shift(1.0)
+    clip.Scale(2.0, 1.0)
+    equal((clip.Range(), at(scene, item, 'pos.X', 5.0), clip.ChannelCount()), ((1.0, 5.0), 3.0, 1))
+    clip.SetRange(0.0, 1.0)
+    equal((clip.Range(), clip.TestChannel(item, x), clip.ChannelByIndex(0).Name()), ((0.0, 1.0), True, 'pos.X'))
+    clip.RemoveChannel(item, x)
+    equal((clip.TestChannel(item, x), at(scene, item, 'pos.X')), (False, 1.0))
+    fails('NOTFOUND', (clip.RemoveChannel, item, x))
+    UNDO.Undo(8)
+    equal((scene.ActionCount(0), at(scene, item, 'pos.X')), (4, 1.0))
+    fails('NOTAVAILABLE', (clip.Name,))

@@ -1,0 +1,174 @@
+"""Scenes in files: the host's own format, and a loader and a saver in Python for a format of lines 'NAME X Y Z'."""
+import os
+import shutil
+import tempfile
+
+import kz
+import kzifc
+from checks import equal, fails, near
+from kz.symbol import iITYPE_ANY, s_ACTIONLAYER_EDIT, sFILECLASS_IMAGE, sFILECLASS_SCENE
+
+SCENES, UNDO = kz.service.Scene(), kz.service.Undo()
+TYPE = SCENES.ItemTypeLookup
+CLEANED = []
+
+
+def positions(scene):
+    read = scene.Channels(None, 0)
+    locators = [scene.ItemByIndex(TYPE('locator'), i) for i in range(scene.ItemCount(TYPE('locator')))]
+    return [(item.UniqueName(),) + tuple(read.DoubleByName(item, 'pos.' + axis) for axis in 'XYZ') for item in locators]
+
+
+class Loader(kzifc.Loader):
+    def load_Recognize(self, path, info):
+        info = kz.object.LoaderInfo(info)
+        equal((info.TestClass(sFILECLASS_SCENE), info.TestClass(sFILECLASS_IMAGE)), (True, False))
+        info.SetClass(sFILECLASS_IMAGE if 'picture' in path else kz.symbol.u_FILECLASS_SCENE)
+
+    def load_LoadObject(self, path, info, monitor, target):
+        target = kz.object.SceneLoaderTarget(target)
+        scene = target.Scene()
+        for line in open(path):
+            name, place = line.split()[0], [float(word) for word in line.split()[1:]]
+            item = scene.ItemAdd(TYPE('locator'))
+            item.SetName(name + '-new' if target.IsImport() else name)
+            write = scene.WriteChannels(s_ACTIONLAYER_EDIT, 0)
+            for axis, value in zip('XYZ', place):
+                write.DoubleByName(item, 'pos.' + axis, value)
+
+    def load_Cleanup(self):
+        CLEANED.append(self)
+
+
+class Saver(kzifc.Saver):
+    def sav_Verify(self, source, message):
+        if not kz.object.Scene(source).ItemCount(TYPE('locator')):
+            kz.throw(kz.symbol.e_NOTSUPPORTED, True)
+
+    def sav_Save(self, source, path, monitor):
+        with open(path, 'w') as stream:
+            for row in positions(kz.object.Scene(source)):
+                stream.write('%s %r %r %r\n' % row)
+                if 'fail' in path:
+                    raise ValueError('half-way')
+
+
+kz.bless(Loader, 'dots', {'loader.dosPattern': '*.dots', 'file.class': 'scene'})
+kz.bless(Saver, 'dots', {'saver.dosType': 'dots', 'file.class': 'scene'})
+
+
+class folder(object):
+    def __enter__(self):
+        self.path = tempfile.mkdtemp()
+        return lambda name: os.path.join(self.path, name)
+
+    def __exit__(self, *_):
+        shutil.rmtree(self.path)
+
+
+def made():
+    scene = SCENES.Create('made')
+    for name in ('a', 'b'):
+        item = scene.ItemAdd(TYPE('locator'))
+        item.SetName(name)
+    scene.WriteChannels(s_ACTIONLAYER_EDIT, 0).DoubleByName(item, 'pos.Y', 0.1)
+    return scene
+
+
+def check_scenes_are_saved_and_reopened():
+    with folder() as at:
+        scene = made()
+        fails('INVALIDARG', (SCENES.Save, scene, None, None))
+        SCENES.Save(scene, at('a.kzscene'), None)
+        equal((scene.IsModified(), scene.Filename(), scene.Name()), (False, at('a.kzscene'), 'a'))
+        text = open(at('a.kzscene')).read()
+        scene.ItemByIndex(TYPE('locator'), 0).SetName('c')
+        SCENES.Save(scene, at('other'), 'kzscene')  # by name, whatever the file is called
+        equal((scene.IsModified(), open(at('other')).read() == text), (False, False))
+        again = SCENES.Load(at('a.kzscene'), None)
+        equal((positions(again), again.IsModified(), UNDO.Count()[0] > 0), ([('a', 0, 0, 0), ('b', 0, 0.1, 0)], False, True))
+        equal(SCENES.Lookup(at('a.kzscene')).Root().__peekobj__(), again.Root().__peekobj__())
+        equal(SCENES.Current().Root().__peekobj__(), again.Root().__peekobj__())
+        SCENES.Save(again, None, None)
+        equal(open(at('a.kzscene')).read(), text)
+        count = SCENES.Count()
+        open(at('bad.kzscene'), 'w').write(text[:200])
+        os.mkdir(at('folder.kzscene'))
+        fails('FAILED', (SCENES.Load, at('bad.kzscene'), None))
+        fails('NOTFOUND', (SCENES.Load, at('none.kzscene'), None), (SCENES.Lookup, at('none.kzscene')))
+        fails('NOTSUPPORTED', (SCENES.Save, again, at('a.nothing'), None), (SCENES.Save, again, at('a'), 'nothing'))
+        fails('NOACCESS', (SCENES.Save, again, at('none/a.kzscene'), None), (SCENES.Save, again, at('folder.kzscene'), None))
+        equal(SCENES.Count(), count)
+        for each in (scene, again):
+            SCENES.Close(each)
+
+
+def check_imports_are_one_step():
+    with folder() as at:
+        scene = made()
+        SCENES.Save(scene, at('a.kzscene'), None)
+        for name in ('a.kzscene', 'a.dots'):
+            SCENES.Save(scene, at(name), None)
+            before = UNDO.Count()[0]
+            SCENES.Import(at(name), scene, None)
+            equal((len(positions(scene)), UNDO.Count()[0], scene.IsModified()), (4, before + 1, True))
+            UNDO.Undo(1)
+            equal((len(positions(scene)), scene.IsModified()), (2, False))
+        for name in ('bad.dots', 'bad.kzscene'):
+            open(at(name), 'w').write('kzscene 1\nscene ""\nitem "mesh" "m"\n' if 'kz' in name else 'a 1 2 3\nb wrong\n')
+            before = UNDO.Count()[0]
+            fails('FAILED', (SCENES.Import, at(name), scene, None))
+            equal((len(positions(scene)), UNDO.Count()[0]), (2, before))
+        SCENES.Close(scene)
+
+
+def check_python_loads_and_saves_scenes():
+    with folder() as at:
+        scene = made()
+        SCENES.Save(scene, at('a.dots'), None)
+        equal(open(at('a.dots')).read(), 'a 0.0 0.0 0.0\nb 0.0 0.1 0.0\n')
+        equal((scene.Filename(), scene.IsModified()), (None, True))  # the format does not keep everything
+        cleaned, steps = len(CLEANED), UNDO.Count()[0]
+        again = SCENES.Load(at('a.dots'), None)
+        equal((positions(again), again.Filename(), again.IsModified()), (positions(scene), at('a.dots'), False))
+        equal((len(CLEANED), UNDO.Count()[0]), (cleaned + 1, steps))
+        open(at('bad.dots'), 'w').write('a 1 2 3\nb wrong\n')
+        count = SCENES.Count()
+        fails('FAILED', (SCENES.Load, at('bad.dots'), None))
+        shutil.copy(at('a.dots'), at('picture.dots'))
+        fails('NOTSUPPORTED', (SCENES.Load, at('picture.dots'), None))
+        equal((SCENES.Count(), len(CLEANED)), (count, cleaned + 2))
+        shutil.copy(at('a.dots'), at('fail.dots'))
+        fails('FAILED', (SCENES.Save, scene, at('fail.dots'), None))
+        equal((open(at('fail.dots')).read(), len(os.listdir(at('')))), (open(at('a.dots')).read(), 4))
+        empty = SCENES.Create('empty')
+        fails('NOTSUPPORTED', (SCENES.Save, empty, at('empty.dots'), 'dots'))
+        for each in (scene, again, empty):
+            SCENES.Close(each)
+
+
+def check_assets_are_found_and_gathered():
+    with folder() as at:
+        scene = SCENES.Create('assets')
+        os.mkdir(at('other'))
+        for i, name in enumerate(('a.png', 'other/a.png', 'a.png')):
+            open(at(name), 'w').write(name)
+            clip = scene.ItemAdd(TYPE('videoStill'))
+            scene.WriteChannels(None, 0).StringByName(clip, 'filename', at(name))
+        assets = scene.Assets()
+        equal((assets.Count(), assets.ByIndex(1)[1]), (3, 'filename'))
+        file = assets.Reference(1)
+        equal((file.Path(), file.IsFound()), (at('other/a.png'), True))
+        near([file.ModifiedTime()], [os.stat(at('other/a.png')).st_mtime], 1e-5)
+        file.SetPath(at('none.png'))
+        equal((file.IsFound(), file.ModifiedTime()), (False, 0))
+        fails('NOTFOUND', (file.Reload,), (assets.Gather, at('all'), 1))
+        equal(assets.Reference(0).Path(), at('a.png'))
+        file.SetPath(at('other/a.png'))
+        steps = UNDO.Count()[0]
+        assets.Gather(at('all'), 0)
+        equal([assets.Reference(i).Path() for i in range(3)], [at('all/a.png'), at('all/a-2.png'), at('all/a.png')])
+        equal((open(at('all/a-2.png')).read(), os.path.exists(at('a.png')), UNDO.Count()[0]), ('other/a.png', False, steps + 1))
+        fails('OUTOFBOUNDS', (assets.ByIndex, 3), (assets.Reference, 3))
+        equal(scene.ItemCount(iITYPE_ANY), 4)
+        SCENES.Close(scene)
