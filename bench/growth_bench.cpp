@@ -80,6 +80,36 @@ const std::string driven = R"(
     for item in items: read.Double(item, x)
     cost = time.clock() - begin
     scenes.Close(scene))"_lines;
+// What is done to each of so many items of a scene.
+const std::string itemsBefore = R"(
+    import os, tempfile
+    scenes, undo, chosen = kz.service.Scene(), kz.service.Undo(), kz.service.Selection()
+    scene, kind = scenes.Create('bench'), scenes.ItemTypeLookup('locator')
+    top, items = scene.ItemAdd(kind), [scene.ItemAdd(kind) for i in xrange(n)]
+    x, write, read = top.ChannelLookup('pos.X'), scene.WriteChannels(None, 0.0), scene.Channels(None, 0.0)
+    names, path = [item.UniqueName() for item in items], os.path.join(tempfile.mkdtemp(), 'bench.kzscene'))"_lines;
+const std::string itemsAfter = R"(
+    cost = time.clock() - begin
+    if os.path.exists(path): os.remove(path)
+    os.rmdir(os.path.dirname(path))
+    for each in [scenes.ByIndex(i) for i in xrange(scenes.Count())]: scenes.Close(each))"_lines;
+struct ItemWork {
+    const char* name;
+    const char *before, *work;
+};
+constexpr ItemWork itemWorks[] = {
+    {"creating items", "", "for item in items: scene.ItemAdd(kind)"},
+    {"renaming items", "", "for item in items: item.SetName('part')"},
+    {"looking items up", "", "for name in names: scene.ItemLookup(name)"},
+    {"writing channels", "", "for item in items: write.Double(item, x, 2.0)"},
+    {"reading channels", "", "for item in items: read.Double(item, x)"},
+    {"parenting items", "", "for item in items: item.SetParent(top, -1)"},
+    {"removing items", "", "for item in items: scene.ItemRemove(item)"},
+    {"selecting items", "", "for item in items: chosen.SelectItem(item, 1)"},
+    {"undoing", "undo.BlockBegin('all', 0)\nfor item in items: item.SetName('part')\nundo.BlockEnd()", "undo.Undo(1)"},
+    {"saving a scene", "", "scenes.Save(scene, path, None)"},
+    {"loading a scene", "scenes.Save(scene, path, None)", "scenes.Load(path, None)"},
+};
 // What the process has gained when that many texts of a megabyte have been executed.
 const std::string texts = R"(
     def memory(): return int(open('/proc/self/statm').read().split()[1]) * 4096
@@ -198,6 +228,10 @@ int main(int count, char** arguments) {
     bool good = contest("print with a comma at the end", 20000, [&](int n) { return host.run(prints, n); });
     good &= contest("appending to a storage", 20000, [&](int n) { return host.run(appends, n); });
     good &= contest("evaluating driven channels", 1000, [&](int n) { return host.run(driven, n); });
+    for (const auto& [name, before, work] : itemWorks) {
+        const std::string script = itemsBefore + before + "\nbegin = time.clock()\n" + work + "\n" + itemsAfter;
+        good &= contest(name, 1000, [&](int n) { return host.run(script, n); });
+    }
     good &= contest("blessing classes", 500, [&](int n) { return host.run(blessings, n); });
     good &= contest("blessing classes and using them", 100, [&](int n) { return host.run(used, n); });
     good &= compareKept("memory that command texts keep", 50, host);

@@ -26,6 +26,7 @@
 #include "host/core/session_memory.h"
 #include "host/core/value_type_registry.h"
 #include "host/objects/auto_save.h"
+#include "host/objects/document_listeners.h"
 #include "host/objects/document_undo.h"
 #include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
@@ -45,18 +46,21 @@
 #include "host/services/host_service.h"
 #include "host/services/image_service.h"
 #include "host/services/io_service.h"
+#include "host/services/layer_service.h"
 #include "host/services/listener_service.h"
 #include "host/services/log_service.h"
 #include "host/services/mesh_service.h"
 #include "host/services/message_service.h"
 #include "host/services/network_service.h"
 #include "host/services/notify_service.h"
+#include "host/services/packet_service.h"
 #include "host/services/persistence_service.h"
 #include "host/services/platform_service.h"
 #include "host/services/preset_services.h"
 #include "host/services/scene_service.h"
 #include "host/services/script_queries.h"
 #include "host/services/script_service.h"
+#include "host/services/selection_service.h"
 #include "host/services/text_encoding_service.h"
 #include "host/services/thread_service.h"
 #include "host/services/undo_service.h"
@@ -88,11 +92,13 @@
 #include "kz/mesh.h"
 #include "kz/message.h"
 #include "kz/package.h"
+#include "kz/packet.h"
 #include "kz/persist.h"
 #include "kz/platform.h"
 #include "kz/preset_browser.h"
 #include "kz/scene.h"
 #include "kz/script.h"
+#include "kz/selection.h"
 #include "kz/thread.h"
 #include "kz/triangle.h"
 #include "kz/undo.h"
@@ -107,6 +113,8 @@ void addCommands(const HostParts& host) {
     kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
     kzAddSceneCommands(*host.registry, host.scenes);
     kzAddItemCommands(*host.registry, host.scenes);
+    kzAddSelectCommands(*host.registry, host.modules, host.scenes);
+    kzAddLayerCommands(*host.registry, host.scenes);
     kzAddChannelCommands(*host.registry, host.scenes);
     kzAddKeyCommands(*host.registry, host.scenes);
     kzAddUndoCommands(*host.registry, host.scenes);
@@ -134,11 +142,13 @@ void addServices(const HostParts& host) {
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
+    add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
     add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
+    add("packet", KZu_PACKETSERVICE, kzMakePacketService, host.scenes);
     add("network", KZu_NETWORKSERVICE, kzMakeNetworkService, host.files);
     add("notifysys", KZu_NOTIFYSYSSERVICE, kzMakeNotifyService, host.notifiers, host.commandState);
     add("persistence", KZu_PERSISTENCESERVICE, kzMakePersistenceService, host.persistence);
@@ -149,6 +159,7 @@ void addServices(const HostParts& host) {
     add("scene", KZu_SCENESERVICE, kzMakeSceneService, host.scenes, host.sceneFiles, host.files);
     add("script", KZu_SCRIPTSYSSERVICE, kzMakeScriptService, host.scripts, host.modules, host.files, host.log,
         host.queries);
+    add("selection", KZu_SELECTIONSERVICE, kzMakeSelectionService, host.scenes, host.modules);
     add("textencoding", KZu_TEXTENCODINGSERVICE, kzMakeTextEncodingService);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
     add("undo", KZu_UNDOSERVICE, kzMakeUndoService, host.scenes);
@@ -188,6 +199,7 @@ HostParts::HostParts()
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);
+    kzTellListeners(scenes, listeners);
     commandState->whenIdle = [waiting = notifiers.get(), saving = autoSave.get()] {
         waiting->sendDeferred();
         saving->check();
@@ -199,6 +211,12 @@ HostParts::HostParts()
     });
     scenes->workspace->setModifierSource(modifiers);
     scenes->workspace->setItemKeeper(packages);
+    scenes->workspace->setWriter([weak = std::weak_ptr(sceneFiles), aliases = files](
+                                     CDocument& document, const char* path, const char* format) -> KzResult {
+        const auto writer = weak.lock();
+        if (writer == nullptr) return KZe_NOTAVAILABLE;
+        return writer->write(*kzObjectOf(document), aliases->place(path), kzString(format));
+    });
     addCommands(*this);
     addServices(*this);
 }

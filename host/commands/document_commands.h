@@ -1,4 +1,4 @@
-// The commands that change documents: scenes, items, channels, keys, and the history.
+// The commands that change documents: scenes, items, the selection, channels, keys, and the history.
 #pragma once
 
 #include <memory>
@@ -6,12 +6,16 @@
 namespace kzhost {
 
 class CCommandRegistry;
+class CModuleTable;
 struct OpenScenes;
 
 void kzAddSceneCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
 void kzAddItemCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
 void kzAddChannelCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
 void kzAddKeyCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
+void kzAddSelectCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
+                         const std::shared_ptr<OpenScenes>& scenes);
+void kzAddLayerCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
 void kzAddUndoCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
 
 }  // namespace kzhost

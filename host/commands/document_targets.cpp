@@ -2,6 +2,7 @@
 #include "host/commands/document_targets.h"
 
 #include "host/core/reasons.h"
+#include "host/objects/layers.h"
 #include "host/state/text.h"
 
 #include "kz/result.h"
@@ -26,6 +27,22 @@ CHostRef<CItem> kzItemArgument(OpenScenes& scenes, CBuiltinCommand& command, con
         kzRefuse(KZe_NOTFOUND,
                  fmt::format("argument \"{}\": {}", argument, kzThereIsNo("item", name, kzItemNames(scenes))));
     return kzObjectOf(*item);
+}
+
+CHostRef<CItem> kzLayerArgument(OpenScenes& scenes, CBuiltinCommand& command, const char* argument) {
+    if (command.has(argument)) {
+        CHostRef<CItem> item = kzItemArgument(scenes, command, argument);
+        if (!kzIsLayer(*item->read()))
+            kzRefuse(KZe_INVALIDARG, fmt::format("argument \"{}\": \"{}\" is no mesh, and so no layer", argument,
+                                                 command.text(argument)));
+        return item;
+    }
+    const CHostRef<CScene> scene = kzCurrentScene(scenes);
+    const CReading reading(*scenes.workspace);
+    Item* layer = kzMainLayer(scene->document());
+    if (layer == nullptr)
+        kzRefuse(KZe_NOTFOUND, fmt::format("argument \"{}\" is missing, and no layer is active", argument));
+    return kzObjectOf(*layer);
 }
 
 std::int32_t kzChannelArgument(const CHostRef<CItem>& item, CBuiltinCommand& command, const char* argument) {

@@ -10,6 +10,8 @@ namespace kzhost {
 CHostRef<CScene> kzCurrentScene(OpenScenes& scenes);
 // By its name as shown, or else by its identifier.
 CHostRef<CItem> kzItemArgument(OpenScenes& scenes, CBuiltinCommand& command, const char* argument);
+// As above; the main layer when it is left out. A layer is a mesh item.
+CHostRef<CItem> kzLayerArgument(OpenScenes& scenes, CBuiltinCommand& command, const char* argument);
 std::int32_t kzChannelArgument(const CHostRef<CItem>& item, CBuiltinCommand& command, const char* argument);
 // Ends the command if an operation fails. The reason is in the log, where the operation knows it best.
 void kzDemand(KzResult code, const char* what);

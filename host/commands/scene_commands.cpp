@@ -45,19 +45,15 @@ std::size_t sceneArgument(OpenScenes& scenes, CBuiltinCommand& command) {
 }
 
 void newScene(OpenScenes& scenes, CBuiltinCommand& command) {
-    scenes.list.push_back(kzOpenScene(*scenes.workspace, command.text("name")));
+    scenes.add(kzOpenScene(*scenes.workspace, command.text("name")));
 }
 
 void closeScene(OpenScenes& scenes, CBuiltinCommand& command) {
-    const auto place = scenes.list.begin() + static_cast<std::ptrdiff_t>(sceneArgument(scenes, command));
-    const CHostRef<CScene> scene = *place;
-    scenes.list.erase(place);
-    scene->close();
+    scenes.close(CHostRef<CScene>(scenes.list[sceneArgument(scenes, command)]));
 }
 
 void makeCurrent(OpenScenes& scenes, CBuiltinCommand& command) {
-    const auto place = scenes.list.begin() + static_cast<std::ptrdiff_t>(sceneArgument(scenes, command));
-    std::rotate(place, place + 1, scenes.list.end());
+    scenes.makeCurrent(CHostRef<CScene>(scenes.list[sceneArgument(scenes, command)]));
 }
 
 Texts queryScenes(OpenScenes& scenes, CBuiltinCommand& /*command*/, std::uint32_t /*index*/) {

@@ -8,15 +8,11 @@
 
 #include "kz/result.h"
 
-#include <algorithm>
-#include <iterator>
 #include <vector>
 
 namespace kzhost {
 
 namespace {
-
-constexpr const char* servedClasses[] = {KZa_SESSIONLISTENER, KZa_CMDSYSLISTENER, KZa_LOGLISTENER};
 
 void attach(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
     KzResult code = KZe_OK;
@@ -31,9 +27,8 @@ void attach(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
 }
 
 void attachIfNew(CListenerTable& listeners, CLogStore& log, const KzServer& server) {
-    const bool listens = std::any_of(std::begin(servedClasses), std::end(servedClasses),
-                                     [&](const char* className) { return server.className == className; });
-    if (listens && listeners.expects(server.className + ":" + server.name)) attach(listeners, log, server);
+    if (CListenerTable::isClass(server.className) && listeners.expects(server.className + ":" + server.name))
+        attach(listeners, log, server);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #include "host/core/listener_table.h"
 
 #include "kz/result.h"
+#include "kz/scene_event.h"
+#include "kz/selection.h"
 
 #include <algorithm>
 #include <iterator>
@@ -20,9 +22,11 @@ constexpr ListenerClass classes[] = {
     {KZa_SESSIONLISTENER, KZu_SESSIONLISTENER},
     {KZa_CMDSYSLISTENER, KZu_CMDSYSLISTENER},
     {KZa_LOGLISTENER, KZu_LOGLISTENER},
+    {KZa_SCENEITEMLISTENER, KZu_SCENEITEMLISTENER},
+    {KZa_SELECTIONLISTENER, KZu_SELECTIONLISTENER},
 };
 
-bool has(IKzUnknown* object, const KzGuid& iid) {
+bool answers(IKzUnknown* object, const KzGuid& iid) {
     void* interface = nullptr;
     if (kzFailed(object->QueryInterface(&iid, &interface)) || interface == nullptr) return false;
     static_cast<IKzUnknown*>(interface)->Release();
@@ -44,8 +48,8 @@ bool isSame(IKzUnknown* left, IKzUnknown* right) {
 
 KzResult CListenerTable::add(IKzUnknown* object) {
     if (object == nullptr) return KZe_INVALIDARG;
-    const bool listens =
-        std::any_of(std::begin(classes), std::end(classes), [&](const auto& each) { return has(object, each.iid); });
+    const bool listens = std::any_of(std::begin(classes), std::end(classes),
+                                     [&](const auto& each) { return answers(object, each.iid); });
     if (!listens) return KZe_INVALIDARG;
     const auto listener = std::make_shared<CKzLoc_Unknown>(object);
     const std::lock_guard lock(m_lock);
@@ -69,9 +73,19 @@ std::size_t CListenerTable::count(std::string_view className) const {
         if (className != each.name) continue;
         return static_cast<std::size_t>(
             std::count_if(listeners.begin(), listeners.end(),
-                          [&](const ListenerRef& listener) { return has(listener->raw(), each.iid); }));
+                          [&](const ListenerRef& listener) { return answers(listener->raw(), each.iid); }));
     }
     return 0;
+}
+
+bool CListenerTable::isClass(std::string_view className) {
+    return std::any_of(std::begin(classes), std::end(classes),
+                       [&](const auto& each) { return className == each.name; });
+}
+
+bool CListenerTable::has(const ListenerRef& reference) const {
+    const std::lock_guard lock(m_lock);
+    return std::find(m_listeners.begin(), m_listeners.end(), reference) != m_listeners.end();
 }
 
 bool CListenerTable::expects(const std::string& server) {

@@ -39,17 +39,21 @@ public:
     void endSession();
     void clear();
 
-private:
-    using ListenerRef = std::shared_ptr<CKzLoc_Unknown>;
-    std::vector<ListenerRef> all() const;
-
-    // Works on a copy, without the lock: listeners may be added and removed while one is called.
+    // Whether servers of that class are listeners.
+    static bool isClass(std::string_view className);
+    // Tells all who have the wrapper's interface, in the order in which they were added. Works on a copy, without the lock:
+    // listeners may be added and removed while one is called. One that has been removed is not called any more.
     template <class Wrapper, class Tell> void each(const Tell& tell) {
         for (const ListenerRef& reference : all()) {
             Wrapper listener;
-            if (listener.set(reference->raw())) tell(*listener.ptr());
+            if (listener.set(reference->raw()) && has(reference)) tell(*listener.ptr());
         }
     }
+
+private:
+    using ListenerRef = std::shared_ptr<CKzLoc_Unknown>;
+    std::vector<ListenerRef> all() const;
+    bool has(const ListenerRef& reference) const;
 
     mutable std::mutex m_lock;
     std::vector<ListenerRef> m_listeners;

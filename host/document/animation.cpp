@@ -52,10 +52,10 @@ KzCell layeredCell(const Item& item, const ChannelInfo& channel, double time, st
         if (const auto cell = take(KZiCHANSOURCE_ACTION, cellOf(item, channel, KZs_ACTIONLAYER_ANIM, time)))
             return *cell;
     if (const auto cell = take(KZiCHANSOURCE_SETUP, cellOf(item, channel, KZs_ACTIONLAYER_SETUP, time))) return *cell;
-    const auto state = item.values.find(&channel);
-    const bool isSet = state != item.values.end() && state->second.value;
+    const ChannelState* state = item.stateOf(channel);
+    const bool isSet = state != nullptr && state->value;
     source = isSet ? KZiCHANSOURCE_SCENE : KZiCHANSOURCE_DEFAULT;
-    return isSet ? *state->second.value : channel.initial;
+    return isSet ? *state->value : channel.initial;
 }
 
 // A channel of a clip's item, which other clips have no part in.
@@ -161,10 +161,10 @@ bool kzTakesKeys(const CDocument& document, std::string_view action) {
 }
 
 const ActionValue* kzActionValue(const Item& item, const ChannelInfo& channel, std::string_view action) {
-    const auto state = item.values.find(&channel);
-    if (state == item.values.end()) return nullptr;
-    const auto value = std::ranges::find(state->second.actions, action, &ActionValue::action);
-    return value != state->second.actions.end() ? &*value : nullptr;
+    const ChannelState* state = item.stateOf(channel);
+    if (state == nullptr) return nullptr;
+    const auto value = std::ranges::find(state->actions, action, &ActionValue::action);
+    return value != state->actions.end() ? &*value : nullptr;
 }
 
 bool kzSays(const Item& item, const ChannelInfo& channel, std::string_view action) {
@@ -222,15 +222,14 @@ std::optional<KzCell> kzFit(const ChannelInfo& channel, double number) {
 
 KzCell kzStoredCell(const Item& item, const ChannelInfo& channel, double time, std::uint32_t* source) {
     std::uint32_t from = KZiCHANSOURCE_DEFAULT;
-    const auto state = item.values.find(&channel);
+    const ChannelState* state = item.stateOf(channel);
     KzCell cell = channel.initial;
-    if (state != item.values.end()) {
+    if (state != nullptr) {
         const auto edit = time != KZiCHANTIME_SETUP ? cellOf(item, channel, KZs_ACTIONLAYER_EDIT, time) : std::nullopt;
         if (edit) from = KZiCHANSOURCE_EDIT;
         cell = edit ? *edit : layeredCell(item, channel, time, from);
         if (!edit && time != KZiCHANTIME_SETUP)
-            for (const ActiveClip& clip : activeClips(item, state->second, time))
-                mixIn(clip, channel, time, cell, from);
+            for (const ActiveClip& clip : activeClips(item, *state, time)) mixIn(clip, channel, time, cell, from);
     }
     if (source != nullptr) *source = from;
     return cell;

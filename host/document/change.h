@@ -12,6 +12,8 @@
 
 namespace kzhost {
 
+struct SelectionPacket;
+
 enum class Direction { forward, reverse };
 
 constexpr Direction opposite(Direction direction) noexcept {
@@ -42,6 +44,9 @@ private:
 struct RecordedGeometry : ItemAttachment {
     // What has changed since the last time, as one change that has been made; null if nothing has.
     virtual std::unique_ptr<CChange> takeChange(const ItemRef& item) = 0;
+    // Whether it has the element for which the packet stands, and the mark that shows it as selected.
+    virtual bool hasElement(const SelectionPacket& packet) = 0;
+    virtual void markElement(const SelectionPacket& packet, bool isSelected) = 0;
 };
 
 using ChangeList = std::vector<std::unique_ptr<CChange>>;
@@ -61,6 +66,28 @@ public:
 
 private:
     Exchange m_exchange;
+};
+
+// Where changes are made and recorded: an edit.
+class CChanges {
+public:
+    CChanges() = default;
+    CChanges(const CChanges&) = delete;
+    CChanges& operator=(const CChanges&) = delete;
+
+    // A change of another kind. `exchange(direction, events)` is called at once.
+    template <class Exchange> void make(CDocument* document, Exchange exchange) {
+        run(std::make_unique<CExchange<Exchange>>(document, std::move(exchange)));
+    }
+    // A change that is told, but not recorded: it stays when the edit goes without a commit.
+    template <class Exchange> void apply(Exchange exchange) { exchange(Direction::forward, events()); }
+
+protected:
+    ~CChanges() = default;
+
+private:
+    virtual void run(std::unique_ptr<CChange> change) = 0;
+    virtual DocumentEvents& events() = 0;
 };
 
 }  // namespace kzhost

@@ -55,6 +55,22 @@ void CDocument::leave(Item& item) {
     m_items.erase(item.ident);
 }
 
+namespace {
+
+// An instance shows what its source has.
+void stampAll(Item& item, std::uint64_t stamp) {
+    item.stamp = stamp;
+    std::vector<Item*> open = item.instances;
+    while (!open.empty()) {
+        Item* instance = open.back();
+        open.pop_back();
+        instance->stamp = stamp;
+        open.insert(open.end(), instance->instances.begin(), instance->instances.end());
+    }
+}
+
+}  // namespace
+
 void CDocument::changed(const DocumentEvents& events, std::size_t first) {
     using Kind = DocumentEvent::Kind;
     ++m_stamp;
@@ -62,7 +78,7 @@ void CDocument::changed(const DocumentEvents& events, std::size_t first) {
         const DocumentEvent& event = events[first];
         for (Item* item : {event.item.get(), event.other.get()}) {
             if (item == nullptr) continue;
-            item->stamp = m_stamp;
+            stampAll(*item, m_stamp);
             if (kzIsActionItem(*item)) m_actionStamp = m_stamp;
         }
         switch (event.kind) {
@@ -91,6 +107,8 @@ void CDocument::close() {
         item->inputs.clear();
         item->outputs.clear();
         item->links.clear();
+        item->channelMembers.clear();
+        item->channelGroups.clear();
         item->instances.clear();
         item->source = nullptr;
     }

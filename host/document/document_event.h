@@ -33,9 +33,15 @@ struct DocumentEvent {
         modified,      // first: nonzero while there are unsaved changes
         packageAdded,  // text: the package
         packageRemoved,
-        geometry,  // of the item
-        history,   // a step was added, undone, redone or removed
-        selection,
+        geometry,    // of the item
+        batchBegin,  // many events of the document follow
+        batchEnd,
+        history,           // a step was added, undone, redone or removed
+        groupMembers,      // of the item: channels joined or left
+        selectionCurrent,  // first: the type, as for the others
+        selectionAdded,    // second: the subtype
+        selectionRemoved,  // second: the subtype
+        selectionCleared,
         keyAdded,     // text: the channel; time
         keyRemoved,   // as above
         keyMoved,     // text: the channel; oldTime and time

@@ -104,13 +104,35 @@ void CEdit::remove(Item& item) {
     for (std::size_t i = subtree.size(); i-- > 0;) removeOne(*subtree[i]);
 }
 
+// An instance keeps what it showed when its source goes.
+void CEdit::detach(Item& instance) {
+    Item& source = *instance.source;
+    for (const auto& [channel, state] : source.values) {
+        const ChannelInfo* own = instance.channel(channel->name);
+        if (own != nullptr && own->type == channel->type && !instance.values.contains(own))
+            setChannel(instance, *own, state);
+    }
+    if (source.geometry != nullptr)
+        make(&instance.document, [instance = instance.shared_from_this(),
+                                  geometry = source.geometry->copy()](Direction, DocumentEvents& events) mutable {
+            std::swap(instance->geometry, geometry);
+            events.push_back({.kind = Kind::geometry, .document = &instance->document, .item = instance});
+        });
+    setSource(instance, source.source);
+}
+
 void CEdit::removeOne(Item& item) {
+    m_workspace.m_selection.drop(item, *this);
     std::vector<std::string> graphs;
     for (const auto& [graph, links] : item.links) graphs.push_back(graph);
     for (const std::string& graph : graphs) unlinkAll(graph, item);
     while (!item.inputs.empty()) unlinkChannels(*item.inputs.back());
     while (!item.outputs.empty()) unlinkChannels(*item.outputs.back());
-    while (!item.instances.empty()) setSource(*item.instances.back(), nullptr);
+    while (!item.channelMembers.empty())
+        removeMember(item, *item.channelMembers.back().item, *item.channelMembers.back().channel);
+    while (!item.channelGroups.empty())
+        removeMember(*item.channelGroups.back().item, item, *item.channelGroups.back().channel);
+    while (!item.instances.empty()) detach(*item.instances.back());
     if (item.source != nullptr) setSource(item, nullptr);
     CDocument& document = item.document;
     make(&document,
@@ -270,6 +292,10 @@ void CEdit::removeChannel(Item& item, const ChannelInfo& channel) {
     for (auto* links : {&item.inputs, &item.outputs})
         for (auto link = links->begin(); (link = std::find_if(links->begin(), links->end(), isOf)) != links->end();)
             unlinkChannels(**link);
+    m_workspace.m_selection.dropChannel(item, channel.name, *this);
+    const std::vector<ChannelMember> groups = item.channelGroups;
+    for (const ChannelMember& group : groups)
+        if (group.channel == &channel) removeMember(*group.item, item, channel);
     if (item.values.contains(&channel)) setChannel(item, channel, {});
     const auto index = static_cast<std::size_t>(item.indexOf(channel)) - item.type.channels.size();
     make(&item.document, ChannelPresence{item.shared_from_this(), item.userChannels[index], index, false});
@@ -282,129 +308,6 @@ void CEdit::describeChannel(Item& item, const ChannelInfo& channel, ChannelInfo 
         std::swap(*channel, description);
         events.push_back(
             {.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
-    });
-}
-
-namespace {
-
-// A link of a graph of items, with its place among the links of either end.
-struct LinkPresence {
-    std::string graph;
-    ItemRef source, target;
-    std::size_t sourceIndex, targetIndex;
-    bool adds;
-
-    void operator()(Direction direction, DocumentEvents& events) {
-        const bool isAdded = adds == (direction == Direction::forward);
-        auto& forward = source->links[graph].forward;
-        auto& reverse = target->links[graph].reverse;
-        if (isAdded) {
-            insertAt(forward, sourceIndex, target.get());
-            insertAt(reverse, targetIndex, source.get());
-        } else {
-            sourceIndex = indexIn(forward, target.get());
-            targetIndex = indexIn(reverse, source.get());
-            forward.erase(forward.begin() + static_cast<std::ptrdiff_t>(sourceIndex));
-            reverse.erase(reverse.begin() + static_cast<std::ptrdiff_t>(targetIndex));
-        }
-        for (Item* end : {source.get(), target.get()}) {
-            const auto links = end->links.find(graph);
-            if (links != end->links.end() && links->second.forward.empty() && links->second.reverse.empty())
-                end->links.erase(links);
-        }
-        events.push_back({.kind = isAdded ? Kind::linkAdded : Kind::linkRemoved,
-                          .document = &source->document,
-                          .item = source,
-                          .other = target,
-                          .text = graph});
-    }
-};
-
-}  // namespace
-
-void CEdit::link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex) {
-    make(&source.document, LinkPresence{std::move(graph), source.shared_from_this(), target.shared_from_this(),
-                                        sourceIndex, targetIndex, true});
-}
-
-void CEdit::unlink(const std::string& graph, Item& source, Item& target) {
-    make(&source.document, LinkPresence{graph, source.shared_from_this(), target.shared_from_this(), 0, 0, false});
-}
-
-void CEdit::unlinkAll(const std::string& graph, Item& item) {
-    const auto links = [&]() -> const ItemLinks* {
-        const auto entry = item.links.find(graph);
-        return entry != item.links.end() ? &entry->second : nullptr;
-    };
-    while (links() != nullptr && !links()->forward.empty()) unlink(graph, item, *links()->forward.back());
-    while (links() != nullptr && !links()->reverse.empty()) unlink(graph, *links()->reverse.back(), item);
-}
-
-namespace {
-
-struct ChannelLinkPresence {
-    std::shared_ptr<ChannelLink> link;
-    ItemRef source, target;
-    std::size_t outputIndex, inputIndex;
-    bool adds;
-
-    using Links = std::vector<std::shared_ptr<ChannelLink>>;
-    static void insert(Links& links, std::size_t index, const std::shared_ptr<ChannelLink>& link) {
-        links.insert(links.begin() + static_cast<std::ptrdiff_t>(std::min(index, links.size())), link);
-    }
-    static std::size_t erase(Links& links, const std::shared_ptr<ChannelLink>& link) {
-        const auto place = std::find(links.begin(), links.end(), link);
-        const auto index = static_cast<std::size_t>(place - links.begin());
-        if (place != links.end()) links.erase(place);
-        return index;
-    }
-    void operator()(Direction direction, DocumentEvents& events) {
-        const bool isAdded = adds == (direction == Direction::forward);
-        if (isAdded) {
-            insert(source->outputs, outputIndex, link);
-            insert(target->inputs, inputIndex, link);
-        } else {
-            outputIndex = erase(source->outputs, link);
-            inputIndex = erase(target->inputs, link);
-        }
-        events.push_back({.kind = isAdded ? Kind::channelLinkAdded : Kind::channelLinkRemoved,
-                          .document = &source->document,
-                          .item = source,
-                          .other = target,
-                          .text = KZsGRAPH_CHANLINKS,
-                          .first = source->indexOf(*link->sourceChannel),
-                          .second = target->indexOf(*link->targetChannel)});
-    }
-};
-
-}  // namespace
-
-ChannelLink& CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
-                                 const ChannelInfo& targetChannel, std::size_t targetIndex) {
-    auto link = std::make_shared<ChannelLink>(ChannelLink{&source, &sourceChannel, &target, &targetChannel, {}});
-    make(&source.document,
-         ChannelLinkPresence{link, source.shared_from_this(), target.shared_from_this(), last, targetIndex, true});
-    return *link;
-}
-
-void CEdit::unlinkChannels(ChannelLink& link) {
-    const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
-                                    [&](const auto& each) { return each.get() == &link; });
-    make(&link.source->document,
-         ChannelLinkPresence{*owned, link.source->shared_from_this(), link.target->shared_from_this(), 0, 0, false});
-}
-
-void CEdit::setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value) {
-    const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
-                                    [&](const auto& each) { return each.get() == &link; });
-    make(&link.source->document, [link = *owned, source = link.source->shared_from_this(), name,
-                                  value = std::move(value)](Direction, DocumentEvents& /*events*/) mutable {
-        std::optional<std::string> before;
-        if (const auto entry = link->attributes.find(name); entry != link->attributes.end())
-            before = std::move(entry->second);
-        if (value) link->attributes[name] = std::move(*value);
-        else link->attributes.erase(name);
-        value = std::move(before);
     });
 }
 

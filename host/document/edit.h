@@ -12,12 +12,10 @@
 
 namespace kzhost {
 
-class CEdit {
+class CEdit final : public CChanges {
 public:
     // Throws NOTREADY while steps are undone or redone.
     explicit CEdit(CWorkspace& workspace);
-    CEdit(const CEdit&) = delete;
-    CEdit& operator=(const CEdit&) = delete;
     ~CEdit();
     // Records what was done.
     void commit();
@@ -48,30 +46,32 @@ public:
     // Positions are among the links of each end; past the end, the link becomes the last.
     static constexpr std::size_t last = SIZE_MAX;
     void link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex);
+    // To those places among the other links.
+    void moveLink(const std::string& graph, Item& source, std::size_t sourceIndex, Item& target,
+                  std::size_t targetIndex);
     void unlink(const std::string& graph, Item& source, Item& target);
     void unlinkAll(const std::string& graph, Item& item);
     ChannelLink& linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
                               const ChannelInfo& targetChannel, std::size_t targetIndex = last);
     void unlinkChannels(ChannelLink& link);
+    // A channel joins or leaves a group.
+    void addMember(Item& group, Item& item, const ChannelInfo& channel);
+    void removeMember(Item& group, Item& item, const ChannelInfo& channel);
     void setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value);
 
     void setFilename(CDocument& document, std::string path);
-    // A change of another kind. `exchange(direction, events)` is called at once.
-    template <class Exchange> void make(CDocument* document, Exchange exchange);
 
 private:
-    void run(std::unique_ptr<CChange> change);
+    void run(std::unique_ptr<CChange> change) override;
+    DocumentEvents& events() override { return m_workspace.m_events; }
     void removeOne(Item& item);
+    void detach(Item& instance);
 
     CWorkspace::CHold m_hold;
     CWorkspace& m_workspace;
     ChangeList m_changes;
     std::size_t m_firstEvent;
 };
-
-template <class Exchange> void CEdit::make(CDocument* document, Exchange exchange) {
-    run(std::make_unique<CExchange<Exchange>>(document, std::move(exchange)));
-}
 
 // What listeners must hear before an item is removed. The lock must be held.
 DocumentEvents kzRemoving(Item& item);

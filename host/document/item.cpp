@@ -23,14 +23,30 @@ std::int32_t Item::findChannel(std::string_view wanted) const {
     return -1;
 }
 
+const ChannelInfo* Item::channel(std::string_view wanted) const {
+    const std::int32_t index = findChannel(wanted);
+    return index >= 0 ? channelAt(static_cast<std::size_t>(index)) : nullptr;
+}
+
 std::int32_t Item::indexOf(const ChannelInfo& channel) const {
     const std::int32_t index = findChannel(channel.name);
     return index >= 0 && channelAt(static_cast<std::size_t>(index)) == &channel ? index : -1;
 }
 
+const ChannelState* Item::stateOf(const ChannelInfo& channel) const {
+    const ChannelInfo* wanted = &channel;
+    for (const Item* item = this; wanted != nullptr && wanted->type == channel.type;
+         wanted = item->channel(channel.name)) {
+        if (const auto state = item->values.find(wanted); state != item->values.end()) return &state->second;
+        item = item->source;
+        if (item == nullptr) break;
+    }
+    return nullptr;
+}
+
 const KzCell& Item::valueOf(const ChannelInfo& channel) const {
-    const auto state = values.find(&channel);
-    return state != values.end() && state->second.value ? *state->second.value : channel.initial;
+    const ChannelState* state = stateOf(channel);
+    return state != nullptr && state->value ? *state->value : channel.initial;
 }
 
 std::string Item::baseName() const {
@@ -40,6 +56,12 @@ std::string Item::baseName() const {
     std::string text = type.name;
     text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
     return text;
+}
+
+Item& Item::shapeOwner() {
+    Item* owner = this;
+    while (owner->source != nullptr) owner = owner->source;
+    return *owner;
 }
 
 bool Item::isAbove(const Item& other) const {

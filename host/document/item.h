@@ -76,6 +76,13 @@ struct ChannelLink {
     }
 };
 
+// A channel that is a member of a group; seen from the channel, the group in which it is.
+struct ChannelMember {
+    Item* item;
+    const ChannelInfo* channel;
+    bool operator==(const ChannelMember&) const = default;
+};
+
 // Whatever the floors above keep with a document, until it is closed.
 struct DocumentAttachment {
     DocumentAttachment() = default;
@@ -113,6 +120,8 @@ struct Item : std::enable_shared_from_this<Item> {
 
     std::map<std::string, ItemLinks, std::less<>> links;  // by the name of the graph
     std::vector<std::shared_ptr<ChannelLink>> inputs, outputs;
+    std::vector<ChannelMember> channelMembers;  // of a group
+    std::vector<ChannelMember> channelGroups;   // the groups that have channels of this item
 
     ModuleState modules;
 
@@ -124,13 +133,18 @@ struct Item : std::enable_shared_from_this<Item> {
     const ChannelInfo* channelAt(std::size_t index) const;
     // -1 if there is none.
     std::int32_t findChannel(std::string_view name) const;
+    const ChannelInfo* channel(std::string_view name) const;  // null if there is none
     std::int32_t indexOf(const ChannelInfo& channel) const;
     bool owns(const ChannelInfo& channel) const { return indexOf(channel) >= 0; }
+    // What is stored for a channel, null if nothing is. Of an instance that has nothing itself, that of its source.
+    const ChannelState* stateOf(const ChannelInfo& channel) const;
     // The value without time.
     const KzCell& valueOf(const ChannelInfo& channel) const;
     // The name, or else what a module calls the item, or the type's title.
     std::string baseName() const;
     bool isAbove(const Item& other) const;
+    // The item that has the geometry: the source of an instance, else the item itself.
+    Item& shapeOwner();
 };
 
 // Whether the item is an action: a clip or a pose.

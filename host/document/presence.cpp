@@ -1,6 +1,8 @@
 // The change that adds an item to its document or takes it out.
 #include "host/document/presence.h"
 
+#include "host/document/workspace.h"
+
 namespace kzhost {
 
 void CDocument::Presence::operator()(Direction direction, DocumentEvents& events) {
@@ -11,6 +13,7 @@ void CDocument::Presence::operator()(Direction direction, DocumentEvents& events
     } else {
         parent = item->parent;
         position = document.siblings(parent).positionOf(*item);
+        document.m_workspace.selection().purge(*item, events);
         document.leave(*item);
         events.push_back(
             {.kind = DocumentEvent::Kind::itemRemoved, .document = &document, .other = item, .text = item->ident});

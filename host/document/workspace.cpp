@@ -7,6 +7,7 @@
 #include "kz/result.h"
 #include "kz/undo.h"
 
+#include <set>
 #include <utility>
 
 namespace kzhost {
@@ -72,8 +73,16 @@ void CWorkspace::tell(const DocumentEvent& event) const {
     }
 }
 
+// Listeners hear beforehand of many changes to a document, so that they may wait for the end of them.
 void CWorkspace::tellAll(DocumentEvents events) const {
+    constexpr std::size_t many = 100;
+    std::set<CDocument*> documents;
+    if (events.size() >= many)
+        for (const DocumentEvent& event : events)
+            if (event.document != nullptr) documents.insert(event.document);
+    for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchBegin, .document = document});
     for (const DocumentEvent& event : events) tell(event);
+    for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchEnd, .document = document});
 }
 
 std::shared_ptr<CDocument> CWorkspace::open(std::string name) {
@@ -86,6 +95,7 @@ void CWorkspace::close(CDocument& document) {
     m_history.forget(document);
     std::erase_if(m_geometry, [&](const auto& each) { return &each.item->document == &document; });
     std::erase_if(m_events, [&](const DocumentEvent& event) { return event.document == &document; });
+    m_selection.forget(document, m_events);
     document.close();
     historyChanged();
 }
@@ -344,7 +354,8 @@ void CWorkspace::keepGeometry() {
         if (change == nullptr) continue;
         m_events.push_back({.kind = DocumentEvent::Kind::geometry, .document = &item->document, .item = item});
         item->document.changed(m_events, m_events.size() - 1);
-        ChangeList changes;
+        ChangeList changes;  // undone from the end: the elements are back before they are selected again
+        m_selection.dropLostElements(*item, changes, m_events);
         changes.push_back(std::move(change));
         keep(std::move(changes));
     }

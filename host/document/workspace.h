@@ -7,8 +7,10 @@
 #pragma once
 
 #include "host/document/document.h"
+#include "host/document/selection.h"
 #include "host/document/undo_history.h"
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -65,9 +67,17 @@ public:
     void record(std::unique_ptr<CChange> change);
     void make(std::unique_ptr<CChange> change);
 
+    // Under the lock.
+    CSelection& selection() noexcept { return m_selection; }
+    const CSelection& selection() const noexcept { return m_selection; }
     // Who makes the modifiers of modules; without one there are none.
     void setModifierSource(std::shared_ptr<ModifierSource> source) { m_modifiers = std::move(source); }
     const std::shared_ptr<ModifierSource>& modifierSource() const noexcept { return m_modifiers; }
+
+    // Who writes documents into files: in that format, or the one of the path's extension.
+    using Writer = std::function<KzResult(CDocument& document, const char* path, const char* format)>;
+    void setWriter(Writer writer) { m_writer = std::move(writer); }
+    const Writer& writer() const noexcept { return m_writer; }
 
     // The geometry of the item begins to differ from what the history has of it. It is recorded with what comes next: the next
     // edit by this thread, the end of the block, or a look at the history.
@@ -105,6 +115,7 @@ private:
     mutable std::recursive_mutex m_mutex;
     int m_depth = 0;
     DocumentEvents m_events;
+    CSelection m_selection;
     CUndoHistory m_history;
     enum class Moving { no, undoing, redoing } m_moving = Moving::no;
     int m_foreign = 0;  // changes of modules that are being applied
@@ -114,6 +125,7 @@ private:
     std::uint64_t m_lastRevision = 0;
     std::shared_ptr<ItemKeeper> m_keeper;
     std::shared_ptr<ModifierSource> m_modifiers;  // set once, while the host is made
+    Writer m_writer;                              // as above
     struct ChangedGeometry {
         ItemRef item;
         std::thread::id thread;

@@ -144,6 +144,8 @@ public:
         return KZe_OK;
     }
 
+    SceneAction subject() const { return {m_scene, m_action}; }
+
 private:
     CWorkspace& workspace() const { return document().workspace(); }
     CItemReading at(IKzUnknown* item) const {
@@ -237,6 +239,8 @@ std::uint32_t bitOf(std::int32_t type) {
 }
 
 }  // namespace
+
+SceneAction kzActionOf(IKzUnknown* clip) { return kzOwn<CActionClip>(clip)->subject(); }
 
 IKzUnknown* kzMakeActionClip(CHostRef<CScene> scene, std::string action) {
     return kzMakeObject<CActionClip>(std::move(scene), std::move(action));

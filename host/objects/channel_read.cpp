@@ -188,17 +188,25 @@ IKzUnknown* kzMakeChannelRead(CHostRef<CScene> scene, std::string action, double
     return kzMakeObject<CChannelRead>(std::move(scene), std::move(action), time);
 }
 
-KzMatrix4 kzWorldMatrix(CItem& item, double time) {
-    ChannelRef channel;
+std::vector<EvaluatedValue> kzEvaluated(const CItem& item, std::span<const char* const> channels, double time) {
+    std::vector<ChannelRef> wanted;
     CEvaluation* evaluation = nullptr;
     {
         const auto owner = item.read();
-        const ChannelInfo* found = owner->type.channel(KZsICHAN_LOCATOR_WORLDMATRIX);
-        if (found == nullptr) return kzIdentity();
-        channel = kzChannelRef(*owner, *found);
+        for (const char* name : channels) {
+            const ChannelInfo* found = owner->type.channel(name);
+            if (found == nullptr) throw KZe_INVALIDARG;
+            wanted.push_back(kzChannelRef(*owner, *found));
+        }
         evaluation = &kzEvaluationOf(owner->document);
     }
-    const auto value = evaluation->read(std::span(&channel, 1), time).front();
+    return evaluation->read(wanted, time);
+}
+
+KzMatrix4 kzWorldMatrix(const CItem& item, double time) {
+    constexpr const char* channel = KZsICHAN_LOCATOR_WORLDMATRIX;
+    if (item.type().channel(channel) == nullptr) return kzIdentity();
+    const auto value = kzEvaluated(item, std::span(&channel, 1), time).front();
     const auto* matrix = std::get_if<KzMatrix4>(&value);
     return matrix != nullptr ? *matrix : kzIdentity();
 }

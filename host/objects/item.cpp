@@ -4,10 +4,12 @@
 #include "host/core/reasons.h"
 #include "host/document/duplicate.h"
 #include "host/objects/item_packages.h"
+#include "host/objects/mesh_marks.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
 #include "kz/action.h"
+#include "kz/group.h"
 #include "kz/mesh.h"
 #include "kz/scene_graph.h"
 
@@ -23,9 +25,10 @@ namespace kzhost {
 namespace {
 
 // Keeps the object of an item, and tells it when the item goes.
-struct ItemObject final : ItemAttachment {
+struct ItemObject final : AttachedObject {
     explicit ItemObject(CHostRef<CItem> item) : item(std::move(item)) {}
     ~ItemObject() override { item->forget(); }
+    KzResult give(IKzUnknown** object) const override { return item.give(object); }
     CHostRef<CItem> item;
 };
 
@@ -41,6 +44,8 @@ struct MeshGeometry final : RecordedGeometry, std::enable_shared_from_this<MeshG
         return copy;
     }
     std::unique_ptr<CChange> takeChange(const ItemRef& item) override;
+    bool hasElement(const SelectionPacket& packet) override { return kzMarksOf(mesh->data, packet) != nullptr; }
+    void markElement(const SelectionPacket& packet, bool isSelected) override;
     // Reports the first change of each step. The item owns the mesh, so it is named weakly.
     void watch(const ItemRef& item) {
         mesh->data.watch().set([item = std::weak_ptr(item)] {
@@ -54,14 +59,25 @@ struct GeometryExchange {
     std::shared_ptr<MeshGeometry> geometry;
     std::shared_ptr<const CMeshData> state;
 
+    // The marks are those of now: they are no part of the history.
     void operator()(Direction /*direction*/, DocumentEvents& events) {
+        const auto now = std::make_shared<CMeshData>(geometry->mesh->data);
         geometry->mesh->data.assign(*state);
+        kzKeepMarks(*now, geometry->mesh->data);
+        item->document.workspace().selection().markElements(*item);
         geometry->mesh->data.watch().take();
         std::swap(geometry->recorded, state);
         events.push_back({.kind = DocumentEvent::Kind::geometry, .document = &item->document, .item = item});
     }
     std::size_t memory() const { return sizeof *state + 128 * (state->points.size() + state->polygons.size()); }
 };
+
+void MeshGeometry::markElement(const SelectionPacket& packet, bool isSelected) {
+    std::int32_t* marks = kzMarksOf(mesh->data, packet);
+    if (marks == nullptr) return;
+    *marks = isSelected ? *marks | KZfMARK_SELECT : *marks & ~KZfMARK_SELECT;
+    mesh->data.changed(KZfMESHEDIT_MARKS);
+}
 
 std::unique_ptr<CChange> MeshGeometry::takeChange(const ItemRef& item) {
     if (!mesh->data.watch().take()) return nullptr;
@@ -120,7 +136,8 @@ CItemReading CItem::readIn(const CDocument& document) const {
 }
 
 CHostRef<CMesh> CItem::mesh() {
-    const auto item = read();
+    const auto self = read();
+    Item* item = &self->shapeOwner();
     if (std::string_view(m_type.name) != KZsITYPE_MESH)
         throw kzBecause(KZe_INVALIDARG, "Item", [&] {
             return fmt::format("\"{}\" is a {} and has no mesh; items of the type mesh have one", item->uniqueName,
@@ -129,11 +146,15 @@ CHostRef<CMesh> CItem::mesh() {
     if (item->geometry == nullptr) item->geometry = std::make_shared<MeshGeometry>();
     auto& geometry = static_cast<MeshGeometry&>(*item->geometry);
     geometry.watch(item->shared_from_this());
+    geometry.mesh->owner = item->weak_from_this();
     return geometry.mesh;
 }
 
 IKzUnknown* CItem::subObject(const KzGuid& iid) {
-    return iid == KZu_POSEITEM && std::string_view(m_type.name) == KZsITYPE_ACTIONPOSE ? kzMakePose(self()) : nullptr;
+    if (iid == KZu_POSEITEM && std::string_view(m_type.name) == KZsITYPE_ACTIONPOSE) return kzMakePose(self());
+    if (iid == KZu_GROUPITEM && kzIsItemType(m_type.number, kzFindItemType(KZsITYPE_GROUP)->number))
+        return kzMakeGroupItem(self());
+    return nullptr;
 }
 
 KzResult CItem::item_Name(const char** name) {
@@ -184,7 +205,7 @@ bool CItem::item_IsReferenced() { return (read()->flags & KZfITEM_REFERENCE) != 
 bool CItem::item_IsInstance() { return read()->source != nullptr; }
 
 KzResult CItem::item_Scene(IKzUnknown** scene) {
-    return static_cast<DocumentObject&>(*read()->document.object).give(scene);
+    return static_cast<AttachedObject&>(*read()->document.object).give(scene);
 }
 
 KzResult CItem::item_Parent(IKzUnknown** parent) { return kzGiveItem(read()->parent, parent); }

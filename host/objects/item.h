@@ -3,6 +3,7 @@
 
 #include "host/document/edit.h"
 #include "host/objects/arguments.h"
+#include "host/objects/attached_object.h"
 #include "host/objects/mesh.h"
 
 #include <memory>
@@ -21,11 +22,6 @@ public:
 private:
     CReading m_reading;
     Item& m_item;
-};
-
-// What a document keeps to find the object that stands for it.
-struct DocumentObject : ItemAttachment {
-    virtual KzResult give(IKzUnknown** scene) const = 0;
 };
 
 class CItem final : public CHosted<"item", CItem, CKzIfc_Item>, public CHostSelf<CItem> {
@@ -88,7 +84,7 @@ public:
     // The mesh of a mesh item; throws INVALIDARG for others.
     CHostRef<CMesh> mesh();
 
-    // What items of some types are besides.
+    // What items of some types are besides: poses, groups with their members.
     IKzUnknown* subObject(const KzGuid& iid);
 
 private:
@@ -110,6 +106,8 @@ void kzGiveMesh(Item& item, const CMeshData& mesh);
 const ChannelInfo& kzChannelAt(const Item& item, std::int32_t index);
 std::int32_t kzChannelIndex(const Item& item, std::string_view name);
 
+// The members of an item of a group type.
+IKzUnknown* kzMakeGroupItem(CHostRef<CItem> group);
 // The pose that an item of that type is.
 IKzUnknown* kzMakePose(CHostRef<CItem> item);
 

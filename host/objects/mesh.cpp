@@ -2,6 +2,8 @@
 #include "host/objects/mesh.h"
 
 #include "host/core/object.h"
+#include "host/document/workspace.h"
+#include "host/objects/attached_object.h"
 #include "host/objects/edge.h"
 #include "host/objects/mesh_edits.h"
 #include "host/objects/mesh_map.h"
@@ -455,6 +457,11 @@ bool CMesh::mesh_AnyMarked(std::int32_t elements, std::int32_t mark) {
     }
 }
 
-KzResult CMesh::mesh_Item(IKzUnknown** /*item*/) { return KZe_NOTFOUND; }
+KzResult CMesh::mesh_Item(IKzUnknown** item) {
+    const ItemRef own = owner.lock();
+    if (own == nullptr) return KZe_NOTFOUND;
+    const CReading reading(own->document.workspace());
+    return own->isPresent ? static_cast<AttachedObject&>(*own->object).give(item) : KZe_NOTFOUND;
+}
 
 }  // namespace kzhost

@@ -11,12 +11,15 @@
 
 namespace kzhost {
 
+struct Item;
+
 class CMesh final : public CHosted<"mesh", CMesh, CKzIfc_Mesh>, public CHostSelf<CMesh> {
 public:
     CMesh();
     ~CMesh() override;
 
     CMeshData data;
+    std::weak_ptr<Item> owner;  // whose mesh this is
 
     KzResult mesh_PointCount(std::uint32_t* count) override;
     KzResult mesh_PolygonCount(std::uint32_t* count) override;

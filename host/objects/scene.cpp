@@ -42,7 +42,7 @@ template <class Text> std::vector<std::string> someNames(const CDocument& docume
 }
 
 // Does not keep the object: an open document is kept by the list of open scenes.
-struct SceneObject final : DocumentObject {
+struct SceneObject final : AttachedObject {
     explicit SceneObject(CScene& scene) : scene(scene) {}
     KzResult give(IKzUnknown** out) const override { return scene.self().give(out); }
     CScene& scene;
@@ -190,6 +190,10 @@ KzResult CScene::scene_Channels(const char* action, double time, IKzUnknown** re
 
 KzResult CScene::scene_WriteChannels(const char* action, double time, IKzUnknown** write) {
     return handOver(kzMakeChannelWrite(self(), actionOf(*m_document, action), time), write);
+}
+
+KzResult CScene::scene_Contents(IKzUnknown** contents) {
+    return handOver(kzMakeSceneContents(m_document->workspace().shared_from_this()), contents);
 }
 
 }  // namespace kzhost

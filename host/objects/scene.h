@@ -1,12 +1,14 @@
 // The object that stands for a document.
 #pragma once
 
+#include "host/document/evaluation.h"
 #include "host/document/graphs.h"
 #include "host/objects/item.h"
 
 #include <memory>
-#include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 namespace kzhost {
 
@@ -32,6 +34,7 @@ public:
     KzResult scene_GraphByIndex(std::uint32_t index, IKzUnknown** graph) override;
     KzResult scene_Channels(const char* action, double time, IKzUnknown** read) override;
     KzResult scene_WriteChannels(const char* action, double time, IKzUnknown** write) override;
+    KzResult scene_Contents(IKzUnknown** contents) override;
     std::uint32_t scene_ActionCount(std::uint32_t types) override;
     KzResult scene_ActionByIndex(std::uint32_t index, IKzUnknown** clip) override;
     KzResult scene_ActionAdd(const char* name, std::int32_t type, IKzUnknown** clip) override;
@@ -54,11 +57,24 @@ CHostRef<CScene> kzOpenScene(CWorkspace& workspace, std::string name);
 // The object of an open document: always the same one. The lock must be held.
 CHostRef<CScene> kzObjectOf(CDocument& document);
 
+// An empty part of a scene.
+IKzUnknown* kzMakeSceneContents(std::shared_ptr<CWorkspace> workspace);
+
+// Walkers that stand nowhere yet.
+IKzUnknown* kzMakeTransformScan();
+IKzUnknown* kzMakeGroupEnumerator();
+
 // The files that the items of a scene name in their channels.
 IKzUnknown* kzMakeSceneAssets(CHostRef<CScene> scene);
 
 IKzUnknown* kzMakeSceneGraph(CHostRef<CScene> scene, const GraphInfo& graph);
 
+// What the object of an action stands for. Throws INVALIDARG for another object.
+struct SceneAction {
+    CHostRef<CScene> scene;
+    std::string action;
+};
+SceneAction kzActionOf(IKzUnknown* clip);
 // An action as the document calls it.
 IKzUnknown* kzMakeActionClip(CHostRef<CScene> scene, std::string action);
 // The action that the object stands for; throws INVALIDARG for one of another document.
@@ -70,8 +86,10 @@ IKzUnknown* kzMakeChannelWrite(CHostRef<CScene> scene, std::string action, doubl
 // Sets the value of a channel; throws a code, and logs the reason, if it takes no such value.
 void kzWriteChannel(Item& item, const ChannelInfo& channel, KzCell cell, CEdit& edit);
 
-// Where an item is at that time: from its own space to the world. The identity for one that is no locator. The caller must
-// not hold the lock.
-KzMatrix4 kzWorldMatrix(CItem& item, double time);
+// Several channels of an item, all of one moment; throws INVALIDARG for one that its type does not have. The caller must not
+// hold the lock.
+std::vector<EvaluatedValue> kzEvaluated(const CItem& item, std::span<const char* const> channels, double time);
+// Where an item is at that time: from its own space to the world. The identity for one that is no locator. As above.
+KzMatrix4 kzWorldMatrix(const CItem& item, double time);
 
 }  // namespace kzhost

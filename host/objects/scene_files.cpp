@@ -20,6 +20,7 @@
 #include "kz/loader.h"
 #include "kz/log.h"
 #include "kz/message.h"
+#include "kz/scene_event.h"
 #include "kz/undo.h"
 
 #include <strings.h>
@@ -196,7 +197,7 @@ CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor)
         throw;
     }
     m.scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
-    m.scenes->list.push_back(scene);
+    m.scenes->add(scene);
     m.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
     return scene;
 }
@@ -284,6 +285,11 @@ KzResult CSceneFiles::saveForeign(CScene& scene, const std::string& path, const 
     return kzFailed(code) ? refuse(code, path, "the file cannot be replaced") : code;
 }
 
+KzResult CSceneFiles::write(CScene& scene, const std::string& path, const std::string& format) const {
+    const bool isOwn = format.empty() ? hasOwnExtension(path) : format == kzSceneFormat;
+    return isOwn ? saveCopy(scene, path) : saveServed(scene, path, format);
+}
+
 // The scene may change while it is being written. What is then unsaved are the changes since it was read.
 KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::string& format) const {
     std::string path = given;
@@ -298,9 +304,10 @@ KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::s
     }
     if (path.empty()) return refuse(KZe_INVALIDARG, "Scene.Save", "the scene has no file yet; pass a path");
     const bool isOwn = format.empty() ? hasOwnExtension(path) : format == kzSceneFormat;
-    const KzResult code = isOwn ? saveCopy(scene, path) : saveServed(scene, path, format);
+    const KzResult code = write(scene, path, format);
     if (kzFailed(code)) return code;
     if (isOwn || isOwnFile) m.scenes->workspace->setSaved(scene.document(), revision, path);
+    m.scenes->tell([&](IKzSceneItemListener& each) { each.SceneSaved(scene.self().raw(), path.c_str()); });
     m.listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
     return code;
 }

@@ -52,6 +52,8 @@ public:
     // The file is replaced only if saving succeeds. The scene then has no unsaved changes, if the format keeps everything or
     // the file is its own.
     KzResult save(CScene& scene, const std::string& path, const std::string& format) const;
+    // As above, without a file that is the scene's own from then on, and without telling anybody.
+    KzResult write(CScene& scene, const std::string& path, const std::string& format) const;
     // Writes a copy, in the host's own format, and leaves the scene as it is.
     KzResult saveCopy(CScene& scene, const std::string& path) const;
 

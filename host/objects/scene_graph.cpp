@@ -3,6 +3,7 @@
 
 #include "host/core/reasons.h"
 #include "host/document/graphs.h"
+#include "host/objects/item_collection.h"
 #include "host/state/text.h"
 
 #include "kz/object.h"
@@ -147,9 +148,9 @@ public:
         const auto to = own(target);
         requireWritable();
         if ((graph().flags & KZfGRAPH_ALLOWCYCLES) == 0 && kzWouldClose(*from, *to, graph())) return cyclic(*from, *to);
-        if (isLinked(*from, *to)) edit.unlink(graph().name, *from, *to);
         const auto place = [](std::int32_t index) { return index < 0 ? CEdit::last : static_cast<std::size_t>(index); };
-        edit.link(graph().name, *from, place(sourceIndex), *to, place(targetIndex));
+        if (isLinked(*from, *to)) edit.moveLink(graph().name, *from, place(sourceIndex), *to, place(targetIndex));
+        else edit.link(graph().name, *from, place(sourceIndex), *to, place(targetIndex));
         edit.commit();
         return KZe_OK;
     }
@@ -175,6 +176,12 @@ public:
     std::uint32_t itemgraph_RevCount(IKzUnknown* item) override { return count(item, false); }
     KzResult itemgraph_RevByIndex(IKzUnknown* item, std::uint32_t index, IKzUnknown** other) override {
         return at(item, index, false, other);
+    }
+    KzResult itemgraph_Reach(IKzUnknown* item, std::int32_t forward, IKzUnknown** items) override {
+        const auto collection = CHostRef<CItemCollection>::make(workspace().shared_from_this());
+        if (const KzResult code = collection->itemcollection_AddGraph(item, graph().name, forward); kzFailed(code))
+            return code;
+        return collection.give(items);
     }
 
 private:

@@ -3,6 +3,7 @@
 
 #include "host/document/graphs.h"
 
+#include "kz/group.h"
 #include "kz/scene_graph.h"
 
 #include <algorithm>
@@ -25,9 +26,27 @@ void CSceneReader::instance() {
     Item* source = itemNamed();
     if (item == nullptr || source == nullptr || item == m_document.root() || source == m_document.root())
         m_in.fail("the scene item has no instances and is none");
-    if (item->source != nullptr) m_in.fail("the item is an instance already");
+    if (&item->type != &source->type) m_in.fail("an instance has the type of its source");
+    if (item->geometry != nullptr) m_in.fail("an instance has the mesh of its source");
+    if (!m_instances.emplace(item).second) m_in.fail("the item is an instance already");
     m_circles["instances"].add({source, nullptr}, {item, nullptr}, m_in.lineNumber());
-    m_edit.setSource(*item, source);
+    m_sources.emplace_back(item, source);
+}
+
+// Only once it is known that nothing is an instance of itself.
+void CSceneReader::setSources() {
+    for (const auto& [item, source] : m_sources) m_edit.setSource(*item, source);
+}
+
+void CSceneReader::member() {
+    Item* group = itemNamed();
+    Item* item = itemNamed();
+    const ChannelInfo* channel = item != nullptr ? &channelOf(*item) : (m_in.text(), nullptr);
+    if (group == nullptr || !group->type.isA(kzFindItemType(KZsITYPE_GROUP)->number))
+        m_in.fail("only groups have members");
+    if (channel == nullptr) return;  // of the scene item of an import
+    if (!m_members.emplace(group, item, channel).second) m_in.fail("the channel is in the group already");
+    m_edit.addMember(*group, *item, *channel);
 }
 
 // What stands at the end of a link says at which place it is there; without a place, it is behind all others. Answers the

@@ -51,6 +51,7 @@ const std::map<std::string_view, CSceneReader::Row>& CSceneReader::statements() 
                                                          {"place", {&R::place, Part::top}},
                                                          {"instance", {&R::instance, Part::top}},
                                                          {"link", {&R::link, Part::top}},
+                                                         {"member", {&R::member, Part::top}},
                                                          {"wire", {&R::wire, Part::top}},
                                                          {"attribute", {&R::attribute, Part::wire}},
                                                          {"end", {&R::end, Part::top}}};
@@ -193,6 +194,7 @@ void CSceneReader::run() {
     if (!m_isOver) m_in.fail("the file ends before the statement \"end\": it is incomplete");
     if (m_isImport) restoreReferences();
     refuseCircles();
+    setSources();
 }
 
 std::string kzSceneName(std::string_view text) {

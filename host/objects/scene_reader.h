@@ -86,6 +86,7 @@ private:
     void mesh();
     void place();
     void instance();
+    void member();
     void link();
     void wire();
     void attribute();
@@ -100,6 +101,7 @@ private:
     void finishAll();
     void restoreReferences();
     void refuseCircles();
+    void setSources();
 
     Item& current() const;
     Item* itemNamed();
@@ -135,6 +137,9 @@ private:
     std::set<std::tuple<std::string, const Item*, const Item*>> m_links;
     std::set<std::tuple<const ChannelInfo*, const ChannelInfo*, const Item*, const Item*>> m_wires;
     std::map<std::string, CCircles> m_circles;
+    std::unordered_set<const Item*> m_instances;
+    std::vector<std::pair<Item*, Item*>> m_sources;  // instances and their sources
+    std::set<std::tuple<const Item*, const Item*, const ChannelInfo*>> m_members;
     std::map<std::pair<std::string, const Item*>, std::vector<std::size_t>> m_order;  // of the links at a target
     bool m_isOver = false;
 };

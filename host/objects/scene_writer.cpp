@@ -55,6 +55,7 @@ private:
     void links(const std::string& graph);
     void channelLinks(const Item& item);
     void instances(const Item& item);
+    void members(const Item& group);
 
     const CDocument& m_document;
     std::vector<Item*> m_items;
@@ -150,6 +151,7 @@ void CSceneWriter::item(Item& item) {
     }
     for (const auto& info : item.userChannels) channel(*info);
     values(item);
+    if (item.source != nullptr) return;  // the mesh is the source's
     if (CMeshData* mesh = kzMeshOf(item); mesh != nullptr && mesh->points.size() + mesh->maps.size() > 0)
         kzWriteMesh(*mesh, m_out);
 }
@@ -170,6 +172,11 @@ void CSceneWriter::tree(Item& top) {
 
 void CSceneWriter::instances(const Item& item) {
     for (const Item* instance : item.instances) m_out.line("instance").text(instance->ident).text(item.ident);
+}
+
+void CSceneWriter::members(const Item& group) {
+    for (const ChannelMember& member : group.channelMembers)
+        m_out.line("member").text(group.ident).text(member.item->ident).text(member.channel->name);
 }
 
 // Links stand in the order of their sources. Where they stand at their target is written if it does not follow from that.
@@ -209,6 +216,7 @@ std::string CSceneWriter::run() {
     for (const Item* each : m_items)
         for (const auto& [graph, links] : each->links) graphs.insert(graph);
     for (const std::string& graph : graphs) links(graph);
+    for (const Item* each : m_items) members(*each);
     for (const Item* each : m_items) channelLinks(*each);
     m_out.line("end").integer(static_cast<std::int64_t>(m_items.size()));
     return m_out.finish();

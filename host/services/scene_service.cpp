@@ -9,6 +9,8 @@
 #include "host/objects/curve.h"
 #include "host/objects/envelope.h"
 #include "host/objects/item_packages.h"
+#include "host/objects/item_collection.h"
+#include "host/objects/layers.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
 #include "host/objects/scene_files.h"
@@ -34,8 +36,9 @@ public:
 
     KzResult sceneservice_Create(const char* name, IKzUnknown** scene) override {
         enter("Scene.Create");
-        m_scenes->list.push_back(kzOpenScene(*m_scenes->workspace, kzString(name)));
-        return m_scenes->list.back().give(scene);
+        const auto made = kzOpenScene(*m_scenes->workspace, kzString(name));
+        m_scenes->add(made);
+        return made.give(scene);
     }
     KzResult sceneservice_Load(const char* path, IKzUnknown* monitor, IKzUnknown** scene) override {
         enter("Scene.Load");
@@ -53,11 +56,7 @@ public:
     }
     KzResult sceneservice_Close(IKzUnknown* scene) override {
         enter("Scene.Close");
-        const auto closed = kzOwn<CScene>(scene);
-        if (std::erase_if(m_scenes->list, [&](const auto& open) { return open.object() == closed.object(); }) == 0)
-            return KZe_NOTFOUND;
-        closed->close();
-        return KZe_OK;
+        return m_scenes->close(kzOwn<CScene>(scene)) ? KZe_OK : KZe_NOTFOUND;
     }
     std::uint32_t sceneservice_Count() override {
         enter("Scene.Count");
@@ -83,13 +82,7 @@ public:
     }
     KzResult sceneservice_SetCurrent(IKzUnknown* scene) override {
         enter("Scene.SetCurrent");
-        const auto current = kzOwn<CScene>(scene);
-        auto& open = m_scenes->list;
-        const auto place =
-            std::find_if(open.begin(), open.end(), [&](const auto& each) { return each.object() == current.object(); });
-        if (place == open.end()) return KZe_NOTFOUND;
-        std::rotate(place, place + 1, open.end());
-        return KZe_OK;
+        return m_scenes->makeCurrent(kzOwn<CScene>(scene)) ? KZe_OK : KZe_NOTFOUND;
     }
     KzResult sceneservice_ItemTypeLookup(const char* name, std::int32_t* type) override {
         enter("Scene.ItemTypeLookup");
@@ -124,6 +117,20 @@ public:
         *type = kzItemTypes()[index].number;
         return KZe_OK;
     }
+    KzResult sceneservice_ItemTypeTag(std::int32_t type, const char* tag, const char** value) override {
+        enter("Scene.ItemTypeTag");
+        const char* text = requireType(type).tag(kzTextOf(tag));
+        if (text == nullptr)
+            return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeTag", [&] {
+                return "the type " + std::string(requireType(type).name) + " has no tag \"" + kzString(tag) + "\"";
+            });
+        *value = lend(text);
+        return KZe_OK;
+    }
+    KzResult sceneservice_CreateCollection(IKzUnknown** items) override {
+        enter("Scene.CreateCollection");
+        return CHostRef<CItemCollection>::make(m_scenes->workspace).give(items);
+    }
     KzResult sceneservice_CreateMatrix(IKzUnknown** matrix) override {
         enter("Scene.CreateMatrix");
         *matrix = kzMakeMatrix(4, kzIdentity());
@@ -143,9 +150,11 @@ public:
         enter("Scene.CreateWalker");
         if (kzTextOf(name) == "Curve") *walker = kzMakeCurve({});
         else if (kzTextOf(name) == "PathStep") *walker = kzMakePathStep();
+        else if (kzTextOf(name) == "GroupEnumerator") *walker = kzMakeGroupEnumerator();
+        else if (kzTextOf(name) == "TransformScan") *walker = kzMakeTransformScan();
         else
             return kzBecause(KZe_NOTFOUND, "Scene.CreateWalker", [&] {
-                return kzThereIsNo("walker", kzTextOf(name), {"Curve", "PathStep"});
+                return kzThereIsNo("walker", kzTextOf(name), {"Curve", "GroupEnumerator", "PathStep", "TransformScan"});
             });
         return KZe_OK;
     }
@@ -202,6 +211,18 @@ public:
         if (found == nullptr || found->type->number != type) return KZe_NOTFOUND;
         *package = found->object.raw();
         (*package)->AddRef();
+        return KZe_OK;
+    }
+    KzResult sceneservice_Bounds(IKzUnknown* item, double time, KzBounds* box) override {
+        enter("Scene.Bounds");
+        const auto own = kzOwn<CItem>(item);
+        const auto inverse = kzInverse(kzWorldMatrix(*own, time));
+        if (!inverse)
+            return kzBecause(KZe_NOTAVAILABLE, "Scene.Bounds",
+                             [&] { return "\"" + own->read()->uniqueName + "\" has a scale of 0"; });
+        const auto bounds = kzBoundsOf(kzLayersBelow(*own->read()), *inverse, false, time);
+        if (!bounds) return KZeINFINITE_BOUND;
+        *box = *bounds;
         return KZe_OK;
     }
 

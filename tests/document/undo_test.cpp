@@ -5,6 +5,7 @@
 
 #include "kz/result.h"
 #include "kz/scene_graph.h"
+#include "kz/selection.h"
 #include "kz/undo.h"
 
 #include <fmt/format.h>
@@ -43,6 +44,8 @@ std::string describeLinks(const Item& item) {
             fmt::format(" {}:{}", link->sourceChannel->name, describe(link->target) + "." + link->targetChannel->name);
         for (const auto& [name, value] : link->attributes) text += fmt::format("[{}={}]", name, value);
     }
+    for (const ChannelMember& member : item.channelMembers)
+        text += " has " + describe(member.item) + "." + member.channel->name;
     for (const auto& link : item.inputs) text += " from " + describe(link->source) + "." + link->sourceChannel->name;
     return text;
 }
@@ -68,6 +71,9 @@ std::string describe(const CDocument& document) {
     });
     text += "\nroots";
     document.roots().each([&](const Item& item) { text += " " + describe(&item); });
+    text += "\nselected";
+    const PacketList& selected = document.workspace().selection().list(KZi_SELTYP_ITEM);
+    selected.each([&](const PacketRef& packet) { text += " " + describe(packet->item.lock().get()); });
     return text;
 }
 
@@ -91,7 +97,7 @@ public:
 
 private:
     using Edit = void (CRandomEdits::*)(CEdit&);
-    static const Edit edits[14];
+    static const Edit edits[16];
 
     // Not the scene's own item; it makes one if there is none.
     Item& any(CEdit& edit) {
@@ -136,7 +142,28 @@ private:
     void flags(CEdit& edit) { edit.setFlags(any(edit), static_cast<std::uint32_t>(below(64))); }
     void source(CEdit& edit) {
         Item& item = any(edit);
-        edit.setSource(item, below(3) == 0 ? nullptr : &any(edit));
+        Item* source = below(3) == 0 ? nullptr : &any(edit);
+        for (const Item* each = source; each != nullptr; each = each->source)
+            if (each == &item || &each->type != &item.type) return;
+        edit.setSource(item, source);
+    }
+    void member(CEdit& edit) {
+        Item& group = any(edit);
+        Item& item = any(edit);
+        ensureChannel(item, edit);
+        if (!group.channelMembers.empty() && below(2) == 0)
+            edit.removeMember(group, *group.channelMembers[0].item, *group.channelMembers[0].channel);
+        const ChannelInfo& channel = channelOf(item);
+        const auto& members = group.channelMembers;
+        if (std::find(members.begin(), members.end(), ChannelMember{&item, &channel}) == members.end())
+            edit.addMember(group, item, channel);
+    }
+    void select(CEdit& edit) {
+        CSelection& selection = m_workspace->selection();
+        const auto packet = selection.packet({.kind = PacketKind::item, .item = any(edit).shared_from_this()});
+        if (selection.list(KZi_SELTYP_ITEM).has(*packet)) selection.remove(KZi_SELTYP_ITEM, packet, edit);
+        else if (below(9) == 0) selection.replace(KZi_SELTYP_ITEM, {}, edit);
+        else selection.add(KZi_SELTYP_ITEM, packet, edit);
     }
     void value(CEdit& edit) {
         Item& item = any(edit);
@@ -156,7 +183,9 @@ private:
         Item& target = any(edit);
         const GraphInfo& graph = *kzFindGraph(below(2) == 0 ? KZsGRAPH_GROUPS : KZsGRAPH_SCHEMATIC);
         const auto& links = kzLinksOf(source, graph.name).forward;
-        if (std::find(links.begin(), links.end(), &target) != links.end()) edit.unlink(graph.name, source, target);
+        const bool isLinked = std::find(links.begin(), links.end(), &target) != links.end();
+        if (isLinked && below(2) == 0) edit.moveLink(graph.name, source, below(3), target, below(3));
+        else if (isLinked) edit.unlink(graph.name, source, target);
         else if (!kzWouldClose(source, target, graph)) edit.link(graph.name, source, below(3), target, below(3));
     }
     void linkChannels(CEdit& edit) {
@@ -185,11 +214,11 @@ private:
     std::vector<const ItemType*> m_types;
 };
 
-const CRandomEdits::Edit CRandomEdits::edits[14] = {
-    &CRandomEdits::add,           &CRandomEdits::remove,        &CRandomEdits::place,        &CRandomEdits::rename,
-    &CRandomEdits::tag,           &CRandomEdits::flags,         &CRandomEdits::source,       &CRandomEdits::value,
-    &CRandomEdits::addChannel,    &CRandomEdits::link,          &CRandomEdits::linkChannels, &CRandomEdits::duplicate,
-    &CRandomEdits::removeChannel, &CRandomEdits::unlinkChannels};
+const CRandomEdits::Edit CRandomEdits::edits[16] = {
+    &CRandomEdits::add,           &CRandomEdits::remove,         &CRandomEdits::place,        &CRandomEdits::rename,
+    &CRandomEdits::tag,           &CRandomEdits::flags,          &CRandomEdits::source,       &CRandomEdits::value,
+    &CRandomEdits::addChannel,    &CRandomEdits::link,           &CRandomEdits::linkChannels, &CRandomEdits::duplicate,
+    &CRandomEdits::removeChannel, &CRandomEdits::unlinkChannels, &CRandomEdits::member,       &CRandomEdits::select};
 
 TEST(UndoTest, ComesBackToEveryState) {
     CRandomEdits edits(1);

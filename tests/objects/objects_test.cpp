@@ -14,10 +14,12 @@
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
+#include "kz/packet.h"
 #include "kz/persist.h"
 #include "kz/preset_browser.h"
 #include "kz/result.h"
 #include "kz/scene.h"
+#include "kz/selection.h"
 #include "kz/thread.h"
 #include "kz/value.h"
 
@@ -35,6 +37,7 @@ TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("obj
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
                          testing::Values("animation", "files", "image", "kzu_objects", "mesh", "packages", "scene",
+                                         "selection",
                                          "shapes"));
 
 // Everything that the host hands out, and its services, by name.
@@ -61,6 +64,18 @@ public:
         const CKzUser_Item item(last());
         item.ChannelByIndex(0, add("item channel"));
         item.ChannelAdd("own", "float", add("new channel"));
+        scene.Contents(add("contents"));
+        scenes->CreateCollection(add("collection"));
+        ServiceOf<CKzUser_LayerService>(application)->Scan(0, add("layer scan"));
+        ServiceOf<CKzUser_SelectionService>(application)->State(nullptr, add("selection state"));
+        const ServiceOf<CKzUser_PacketService> packets(application);
+        for (std::uint32_t i = 0; i < packets->PacketCount(nullptr); ++i) {
+            const char* name = nullptr;
+            packets->PacketByIndex(nullptr, i, &name);
+            packets->Lookup(name, add(name));
+        }
+        scenes->ItemTypeLookup("group", &type);
+        scene.ItemAdd(type, add("group"));
         ServiceOf<CKzUser_MeshService>(application)->Create(add("mesh"));
         const CKzUser_Mesh mesh(last());
         mesh.Points(add("point"));
@@ -70,7 +85,8 @@ public:
         ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_GREY, 0, add("image"));
         scenes->CreateEnvelope(0, add("envelope"));
         CKzUser_Envelope(last()).Keys(add("keyframe"));
-        for (const char* walker : {"Curve", "PathStep"}) scenes->CreateWalker(walker, add(walker));
+        for (const char* walker : {"Curve", "GroupEnumerator", "PathStep", "TransformScan"})
+            scenes->CreateWalker(walker, add(walker));
         scenes->CreateMatrix(add("matrix"));
         scenes->CreateQuaternion(add("quaternion"));
         ServiceOf<CKzUser_PersistenceService>(application)->Begin("test", 0, add("persistent entry"));

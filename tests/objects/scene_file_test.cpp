@@ -4,6 +4,7 @@
 #include "host/objects/item.h"
 #include "host/objects/scene_file.h"
 
+#include "kz/group.h"
 #include "kz/mesh.h"
 #include "kz/render_item.h"
 #include "kz/scene_graph.h"
@@ -91,6 +92,7 @@ void fill(CDocument& document, std::size_t count, unsigned seed) {
     const ItemType& thing = kzDescribedType(declaration, type(KZsITYPE_LOCATOR));
     const ItemType* const types[] = {&type(KZsITYPE_LOCATOR), &type(KZsITYPE_MESH), &type(KZsITYPE_CAMERA), &thing};
     std::vector<Item*> items;
+    Item& group = edit.add(document, type(KZsITYPE_GROUP));
     for (std::size_t i = 0; i < count; ++i) {
         Item& item = *items.emplace_back(&edit.add(document, *types[below(4)]));
         if (below(3) != 0) edit.rename(item, below(2) != 0 ? "Box" : "K\xC3\xA4se\t");
@@ -108,9 +110,11 @@ void fill(CDocument& document, std::size_t count, unsigned seed) {
         curve->add(2, -1);
         curve->setEndBehavior(KZiENV_NONE, KZiENVSIDE_OUT);
         edit.setChannel(item, channel(item, "pos.Y"), {7.0, {{"edit", 1.0, nullptr}, {"", {}, curve}}});
-        if (item.type.name == std::string_view(KZsITYPE_MESH)) kzGiveMesh(item, someMesh());
+        Item* source = i > 2 && below(2) == 0 ? items[below(i)] : nullptr;
+        if (source != nullptr && &source->type == &item.type) edit.setSource(item, source);
+        else if (item.type.name == std::string_view(KZsITYPE_MESH)) kzGiveMesh(item, someMesh());
+        edit.addMember(group, item, channel(item, below(2) != 0 ? "pos.X" : "own.X"));
         if (below(2) != 0 && i > 0) edit.place(item, items[below(i)], below(3));
-        if (i > 2 && below(3) == 0) edit.setSource(item, items[below(i)]);
         for (const char* graph : {KZsGRAPH_GROUPS, KZsGRAPH_SCHEMATIC})
             if (i > 0) edit.link(graph, item, CEdit::last, *items[below(i)], 0);
         if (i > 0) {
@@ -208,6 +212,9 @@ TEST_F(SceneFileTest, RefusesWithThePlace) {
         {head + "item \"mesh\" \"a\"\nwire \"a\" \"pos.X\" \"a\" \"pos.X\"\nend 1", "closes a circle"},
         {head + "item \"mesh\" \"a\"\nitem \"mesh\" \"b\"\ninstance \"a\" \"b\"\ninstance \"b\" \"a\"\nend 2",
          "closes a circle"},
+        {head + "item \"mesh\" \"a\"\nitem \"camera\" \"b\"\ninstance \"a\" \"b\"", "the type of its source"},
+        {head + "item \"mesh\" \"a\"\nmember \"a\" \"a\" \"pos.X\"", "only groups have members"},
+        {head + "item \"group\" \"a\"\nmember \"a\" \"a\" \"x\"", "has no channel \"x\""},
         {head + "end 1\n", "there are 0 items, and 1 were written"},
         {head + "item \"scene\" \"s\"\n", "the file ends before the statement \"end\""},
     };

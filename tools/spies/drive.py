@@ -219,6 +219,56 @@ def drive_time():
     undo.Redo(1)
 
 
+def drive_selection():
+    """What listeners of scenes and of the selection hear, and whom selections, groups and contents of scenes ask."""
+    ear, listener = spies.spy_class('SceneItemListener', 'SelectionListener')(), service.Listener()
+    selection = service.Selection()
+    attempt(listener.AddListener, ear)
+    scene, other = scenes.Create('chosen'), scenes.Create('other')
+    group, mesh, child = [scene.ItemAdd(scenes.ItemTypeLookup(kind)) for kind in ('group', 'mesh', 'locator')]
+    kz.bless(spies.spy_class('SelectionType', seltyp_Size=1, seltyp_Flags=symbol.fSELTYP_SUBTYPES, seltyp_Compare=0,
+                             seltyp_SubType=1), 'spied.selection')
+    kz.bless(all_done('SelectionOperation', selop_TestPoint=True, selop_TestEdge=True, selop_TestPolygon=True),
+             'spied.operation')
+    attempt(lambda: selection.Replace(selection.TypeLookup('spied.selection'), 2, 2, 'ab'))
+    points = meshes.EditItem(mesh, None)
+    ids = kz.Storage('p', 3)
+    ids.set([points.AddPoint((corner, corner * corner, 0)) for corner in range(3)])
+    points.AddPolygon(symbol.i_POLYTYPE_FACE, 3, ids)
+    attempt(selection.SelectItem, mesh, symbol.iSELMODE_SET)
+    for kind in 'point', 'edge', 'polygon':
+        attempt(kz.eval, 'select.all ' + kind)
+        attempt(kz.eval, 'select.operate spied.operation ' + kind)
+    attempt(kz.eval, 'select.drop polygon')
+    attempt(kz.eval, 'select.clear')
+    attempt(selection.SetTime, 1.0)
+    members, graph = kz.object.GroupItem(group), kz.object.ItemGraph(scene.GraphLookup(symbol.sGRAPH_SCHEMATIC))
+    channels = kz.object.ChannelGraph(scene.GraphLookup(symbol.sGRAPH_CHANLINKS))
+    for call in ((child.SetParent, mesh, -1), (child.SetParent, mesh, 0), (child.SetName, 'a'),
+                 (child.SetTag, 1, 'text'), (child.SetFlags, symbol.fITEM_LOCKED, symbol.fITEM_LOCKED),
+                 (child.ChannelAdd, 'own', 'float'), (child.ChannelRemove, 'own'),
+                 (members.AddItem, child), (graph.AddLink, child, mesh),
+                 (graph.AddLink, child, group), (graph.SetLink, child, 0, group, 0), (graph.DeleteLink, child, mesh),
+                 (channels.AddLink, child, 0, mesh, 0), (channels.DeleteLink, child, 0, mesh, 0),
+                 (scenes.SetCurrent, scene), (scenes.Save, scene, FOLDER + '/a.kzscene', None)):
+        attempt(*call)
+    items = scenes.CreateCollection()
+    items.Add(child)
+    attempt(items.Duplicate, scene, symbol.fITEMCOPY_INSTANCE)
+    for _ in range(60):
+        items.Add(scene.ItemAdd(scenes.ItemTypeLookup('locator')))
+    attempt(items.Duplicate, other, 0)
+    subset = spies.spy_class('SceneSubset', scnsub_TestItem=True, scnsub_TestAction=True)()
+    attempt(scene.Contents().AddSubset, scene, subset)
+    walk = kz.object.GroupEnumerator(scenes.CreateWalker('GroupEnumerator'))
+    attempt(walk.Start, group, 0)
+    attempt(walk.Enumerate, all_done('Visitor')())
+    attempt(scene.ItemRemove, mesh)
+    for each in scene, other:
+        attempt(scenes.Close, each)
+    attempt(listener.RemoveListener, ear)
+
+
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
-              drive_listeners, drive_memory, drive_folders, drive_time):
+              drive_listeners, drive_memory, drive_folders, drive_time, drive_selection):
     drive()
