@@ -74,7 +74,8 @@ KzResult CInterpreter::tsi_Run(IKzUnknown* script, std::uint32_t flags, const ch
     const std::string name = identify(*typedScript.ptr());
     const char* source = nullptr;
     if (const KzResult code = typedScript->Buffer(&source); kzFailed(code)) return code;
-    const CTrimmedText text(source != nullptr ? source : "");
+    if (source == nullptr) return KZe_FAILED;  // a script that nobody has run must not count as one that ended well
+    const CTrimmedText text(source);
 
     CPyLock lock("a script");
     kzSetQuiet(false);

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <dlfcn.h>
+#include <stdexcept>
 #include <unistd.h>
 #include <utility>
 
@@ -82,11 +83,24 @@ std::uint32_t CBareHost::references() noexcept {
     return m_self->Release();
 }
 
-KzResult CBareHost::give(const char* operation, IKzUnknown** object) {
+// For operations without an output that could be null: OK changes nothing in them.
+void CBareHost::enter(const char* operation) {
     if (whenCalled) whenCalled(operation);
+    if (failing != operation || failure == kzOk) return;
+    if (failure == KZe_FALSE) throw std::runtime_error(operation);
+    throw failure;
+}
+
+const char* CBareHost::text(const char* operation, const char* text) {
+    enter(operation);
+    return failing == operation ? nullptr : text;
+}
+
+KzResult CBareHost::give(const char* operation, IKzUnknown** object) {
     if (object == nullptr) return KZe_INVALIDARG;
-    if (failing == operation) return *object = &trap, KZe_NOACCESS;
-    return m_self.get(object);
+    if (failing == operation) *object = failure == kzOk ? nullptr : &trap;
+    enter(operation);
+    return failing == operation ? kzOk : m_self.get(object);
 }
 
 KzResult CBareHost::logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) {
@@ -97,7 +111,7 @@ KzResult CBareHost::logservice_CreateEntry(std::uint32_t level, const char* text
 KzResult CBareHost::fileservice_ToLocalAlias(const char* path, char* local, std::uint32_t length) {
     const std::string text(path);
     const std::size_t colon = text.find(':') + 1;
-    if (whenCalled) whenCalled("File.ToLocalAlias");
+    enter("File.ToLocalAlias");
     const auto found = aliases.find(text.substr(0, colon));
     if (found == aliases.end()) return KZe_NOTFOUND;
     const std::string whole = found->second + text.substr(colon);
@@ -107,12 +121,13 @@ KzResult CBareHost::fileservice_ToLocalAlias(const char* path, char* local, std:
 }
 KzResult CBareHost::stddialogservice_MonitorReleaseObj(IKzUnknown*) {
     note("monitor released");
-    if (whenCalled) whenCalled("Dialog.MonitorReleaseObj");
+    enter("Dialog.MonitorReleaseObj");
     return kzOk;
 }
 void* CBareHost::guidservice_Global(const KzGuid* iid) {
+    enter("GUID.Global");
     for (const KzIdentityRow& row : kzIdentityRows)
         if (row.iid == *iid) return const_cast<KzGuid*>(&row.iid);
     return nullptr;
 }
-KzResult CBareHost::scr_Buffer(const char** text) { return *text = t_script, kzOk; }
+KzResult CBareHost::scr_Buffer(const char** buffer) { return *buffer = text("Script.Buffer", t_script), kzOk; }

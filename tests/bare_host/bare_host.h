@@ -69,6 +69,7 @@ public:
     std::map<std::string, std::string> aliases;  // "scripts:" and its path
     std::vector<std::string> importPaths;
     std::string failing;  // an operation, as "Log.CreateEntry": it fails and leaves the trap in its object output
+    KzResult failure = KZe_NOACCESS;  // with OK it succeeds without an output, and with FALSE it throws an exception
     CTrap trap;
     std::function<void(const std::string& operation)> whenCalled;
     // Asked before the host's own interfaces.
@@ -83,20 +84,22 @@ public:
         return give("Log.SubSystemLookup", out);
     }
     KzResult logservice_CreateEntry(std::uint32_t level, const char* text, IKzUnknown** entry) override;
-    KzResult log_AddEntry(IKzUnknown*) override { return kzOk; }
-    KzResult logentry_AddEntry(IKzUnknown*) override { return kzOk; }
+    KzResult log_AddEntry(IKzUnknown*) override { return enter("LogSystem.AddEntry"), kzOk; }
+    KzResult logentry_AddEntry(IKzUnknown*) override { return enter("LogEntry.AddEntry"), kzOk; }
     KzResult fileservice_ToLocalAlias(const char* path, char* local, std::uint32_t length) override;
     KzResult platformservice_ImportPathCount(std::uint32_t* count) override {
-        return *count = static_cast<std::uint32_t>(importPaths.size()), kzOk;
+        return enter("Platform.ImportPathCount"), *count = static_cast<std::uint32_t>(importPaths.size()), kzOk;
     }
     KzResult platformservice_ImportPathByIndex(std::uint32_t index, const char** path) override {
-        return *path = importPaths[index].c_str(), kzOk;
+        return *path = text("Platform.ImportPathByIndex", importPaths[index].c_str()), kzOk;
     }
     KzResult commandservice_ProcessStringFlags(std::uint32_t, const char* text, std::uint32_t* flags,
                                                const char** rest) override {
-        return *flags = 0, *rest = text, kzOk;
+        return enter("Command.ProcessStringFlags"), *flags = 0, *rest = text, kzOk;
     }
-    KzResult commandservice_Lookup(const char*, std::uint32_t* tag) override { return *tag = 1, kzOk; }
+    KzResult commandservice_Lookup(const char*, std::uint32_t* tag) override {
+        return enter("Command.Lookup"), *tag = 1, kzOk;
+    }
     KzResult commandservice_Spawn(std::uint32_t, const char*, IKzUnknown** out) override {
         return give("Command.Spawn", out);
     }
@@ -106,7 +109,9 @@ public:
     KzResult commandservice_SpawnImplicitScript(const char*, IKzUnknown** out) override {
         return give("Command.SpawnImplicitScript", out);
     }
-    KzResult commandservice_IsImplicitScript(const char* text) override { return text[0] == '@' ? kzOk : KZe_NOTFOUND; }
+    KzResult commandservice_IsImplicitScript(const char* text) override {
+        return enter("Command.IsImplicitScript"), text[0] == '@' ? kzOk : KZe_NOTFOUND;
+    }
     KzResult commandservice_GetToggleArgState(IKzUnknown*, std::int32_t* state, IKzUnknown** out) override {
         return *state = 1, give("Command.GetToggleArgState", out);
     }
@@ -117,30 +122,42 @@ public:
     KzResult commandservice_CreateQueryObject(const char*, IKzUnknown** out) override {
         return give("Command.CreateQueryObject", out);
     }
-    KzResult commandservice_ParseAttribObject(IKzUnknown*, std::uint32_t, IKzUnknown*) override { return kzOk; }
-    KzResult cmd_Execute(std::uint32_t) override { return kzOk; }
+    KzResult commandservice_ParseAttribObject(IKzUnknown*, std::uint32_t, IKzUnknown*) override {
+        return enter("Command.ParseAttribObject"), kzOk;
+    }
+    KzResult cmd_Execute(std::uint32_t) override { return enter("Command.Execute"), kzOk; }
     KzResult cmd_Message(IKzUnknown** out) override { return give("Command.Message", out); }
     KzResult stddialogservice_MonitorAllocate(const char*, IKzUnknown** out) override {
         return give("Dialog.MonitorAllocate", out);
     }
     KzResult stddialogservice_MonitorReleaseObj(IKzUnknown*) override;
-    KzResult mon_Initialize(std::uint32_t) override { return kzOk; }
-    KzResult mon_Increment(std::uint32_t) override { return kzOk; }
+    KzResult mon_Initialize(std::uint32_t) override { return enter("Monitor.Initialize"), kzOk; }
+    KzResult mon_Increment(std::uint32_t) override { return enter("Monitor.Increment"), kzOk; }
     void* guidservice_Global(const KzGuid* iid) override;
-    KzResult hostservice_ModuleUpdate(const char*) override { return kzOk; }
+    KzResult hostservice_ModuleUpdate(const char*) override { return enter("Host.ModuleUpdate"), kzOk; }
     KzResult ser_ScriptQuery(IKzUnknown** out) override { return give("ServiceExtension.ScriptQuery", out); }
-    KzResult sq_Lookup(const char*, std::uint32_t* index) override { return *index = 0, kzOk; }
-    KzResult sq_TypeName(std::uint32_t, const char** type) override { return *type = "string", kzOk; }
-    KzResult sq_Query(std::uint32_t, IKzUnknown*) override { return kzOk; }
-    KzResult scr_Hash(const char** name) override { return *name = "bare.py", kzOk; }
+    KzResult sq_Lookup(const char*, std::uint32_t* index) override {
+        return enter("ScriptQuery.Lookup"), *index = 0, kzOk;
+    }
+    KzResult sq_TypeName(std::uint32_t, const char** type) override {
+        return *type = text("ScriptQuery.TypeName", "string"), kzOk;
+    }
+    KzResult sq_Query(std::uint32_t, IKzUnknown*) override { return enter("ScriptQuery.Query"), kzOk; }
+    KzResult scr_Hash(const char** name) override { return *name = text("Script.Hash", "bare.py"), kzOk; }
     KzResult scr_Buffer(const char** text) override;
-    KzResult lin_Results(IKzUnknown*) override { return kzOk; }
-    KzResult lin_Info(const char* text) override { return note(text), kzOk; }
-    KzResult msg_SetMessage(const char*, const char*, std::uint32_t) override { return kzOk; }
-    KzResult va_AddString(const char* text) override { return note(std::string("= ") + text), kzOk; }
+    KzResult lin_Results(IKzUnknown*) override { return enter("Console.Results"), kzOk; }
+    KzResult lin_Info(const char* text) override { return enter("Console.Info"), note(text), kzOk; }
+    KzResult msg_SetMessage(const char*, const char*, std::uint32_t) override {
+        return enter("Message.SetMessage"), kzOk;
+    }
+    KzResult va_AddString(const char* text) override {
+        return enter("ValueArray.AddString"), note(std::string("= ") + text), kzOk;
+    }
     KzResult va_GetValue(std::uint32_t, IKzUnknown** out) override { return give("ValueArray.GetValue", out); }
 
 private:
+    void enter(const char* operation);
+    const char* text(const char* operation, const char* text);
     KzResult give(const char* operation, IKzUnknown** object);
     void note(const std::string& line);
 

@@ -48,6 +48,14 @@ def references(work):
     return all(passed for passed, _ in results), "; ".join(told(figures) for _, figures in results)
 
 
+@row(4, "refusals", 2, "every operation of the host that the plug-in uses fails in turn, in each way",
+     "the texts and codes that are documented, no success from a failure, nothing held")
+def refusals(work):
+    passed, figures = work.test("release", "prove/proof_test", "RefusalTest.*")
+    more, _ = work.test("release", "bare_host/bare_host_test", "FailureTest.*")
+    return passed and more, told(figures)
+
+
 @row(5, "exceptions", 1, "every adapter method raises each kind of exception and returns each wrong shape",
      "no success code, no exit, one log line that names the method")
 def exceptions(work):
@@ -58,7 +66,7 @@ def exceptions(work):
 @row(8, "cycles", 1, "load, use and unload in one process, with RTLD_LOCAL, start and stop on different threads",
      "300 cycles, growth no more than a bare interpreter's")
 def cycles(work):
-    passed, figures = work.test("release", "prove/lifetime_test", "LifetimeTest.CostsNoMoreThanABareInterpreters")
+    passed, figures = work.test("release", "prove/proof_test", "LifetimeTest.CostsNoMoreThanABareInterpreters")
     return passed, told(figures)
 
 
@@ -66,5 +74,5 @@ def cycles(work):
      "1000 rounds, no crash, no wait over 10 s, late calls get a code",
      plant=("module/gate.cpp", "    if (theGateClosed) {", "    if (theGateClosed && what == nullptr) {"))
 def unload(work):
-    passed, figures = work.test("release", "prove/lifetime_test", "LifetimeTest.EndsUnderTheHandsOfManyThreads")
+    passed, figures = work.test("release", "prove/proof_test", "LifetimeTest.EndsUnderTheHandsOfManyThreads")
     return passed, told(figures)
