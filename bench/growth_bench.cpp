@@ -70,7 +70,7 @@ const std::string turns = R"(
 const std::string driven = R"(
     scenes = kz.service.Scene()
     scene, kind = scenes.Create('bench'), scenes.ItemTypeLookup('locator')
-    items, links = [scene.ItemAdd(kind) for i in xrange(n + 1)], scene.GraphLookup('channelLinks')
+    items, links = [scene.ItemAdd(kind) for i in xrange(n + 1)], kz.object.ChannelGraph(scene.GraphLookup('channelLinks'))
     source, x = items.pop(), items[0].ChannelLookup('pos.X')
     for item in items: links.AddLink(source, x, item, x)
     write, read = scene.WriteChannels(None, 0.0), scene.Channels(None, 0.0)
@@ -230,7 +230,7 @@ int main(int count, char** arguments) {
     good &= contest("evaluating driven channels", 1000, [&](int n) { return host.run(driven, n); });
     for (const auto& [name, before, work] : itemWorks) {
         const std::string script = itemsBefore + before + "\nbegin = time.clock()\n" + work + "\n" + itemsAfter;
-        good &= contest(name, 1000, [&](int n) { return host.run(script, n); });
+        good &= contest(name, 2000, [&](int n) { return host.run(script, n); });
     }
     good &= contest("blessing classes", 500, [&](int n) { return host.run(blessings, n); });
     good &= contest("blessing classes and using them", 100, [&](int n) { return host.run(used, n); });

@@ -1,13 +1,13 @@
 # What "cmake --install" puts where. All of it finds the rest relative to itself, so a prefix may be moved:
 #   bin/kzhost, bin/kzgen
 #   lib/kzPython2/plugins     the plug-in, and beside it the interpreter's library
-#   lib/kzPython2/lib         the picture library
+#   lib/kzPython2/lib         the picture library, and the program for foreign models
 #   lib/kzPython2/kit         the interpreter's home, which the reference host gives to the plug-in
 #   include/kz, lib/libkz_sdk.a, lib/cmake/kzPython2, share/kzPython2/idl, share/kzPython2/sdk   what hosts and plug-ins
 #                             are built with
 #   lib/debug/.build-id       the symbols of all programs and libraries, which are stripped
 #   share/doc/kzpython2       documents, examples, licences and the bills of materials
-# Components: runtime, pictures, development, symbols.
+# Components: runtime, pictures, models, development, symbols.
 
 include(CMakePackageConfigHelpers)
 include(CheckLinkerFlag)
@@ -67,6 +67,9 @@ kz_install_binary(kzPython2 ${kz_home}/plugins runtime)
 kz_install_binary(kzLineEditor ${kz_home}/lib runtime)
 if(TARGET kzPictures)
     kz_install_binary(kzPictures ${kz_home}/lib pictures)
+endif()
+if(TARGET kzModels)
+    kz_install_binary(kzModels ${kz_home}/lib models)
 endif()
 kz_install_binary(kzgen bin development)
 

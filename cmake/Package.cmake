@@ -9,6 +9,9 @@ set(CPACK_COMPONENTS_ALL runtime development symbols)
 if(TARGET kzPictures)
     list(APPEND CPACK_COMPONENTS_ALL pictures)
 endif()
+if(TARGET kzModels)
+    list(APPEND CPACK_COMPONENTS_ALL models)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION devel)
@@ -28,10 +31,12 @@ kz_package(runtime kzpython2 "" "Python 2.7 scripting for a content-creation hos
  The plug-in with its interpreter and standard library, and the reference host.")
 kz_package(pictures kzpython2-pictures "${kz_same}" "Picture files for kzhost
  The library with which the reference host reads and writes picture files.")
+kz_package(models kzpython2-models "${kz_same}" "Foreign models for kzhost
+ The program through which the reference host reads and writes the models of other programs.")
 kz_package(development kzpython2-dev "${kz_same}" "What hosts and plug-ins for kzPython2 are built with
  The headers of the SDK, its support library, its description and the generator.")
 kz_package(symbols kzpython2-dbg "${kz_same}" "Symbols of kzPython2 for debuggers
  They are found by build ID.")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS kzpython2-pictures)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "kzpython2-models, kzpython2-pictures")
 set(CPACK_DEBIAN_SYMBOLS_PACKAGE_SHLIBDEPS OFF)
 include(CPack)

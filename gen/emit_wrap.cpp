@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "emit.h"
+#include "families.h"
 #include "python_view.h"
 #include "text.h"
 
@@ -82,8 +83,9 @@ void emitType(const Model& model, const Interface& each, Text out) {
     fmt::format_to(out, "\nPyMethodDef {}_methods[] = {{\n", each.stem());
     if (!each.service) fmt::format_to(out, "    KZ_GENERIC_METHODS,\n");
     for (const Method& method : each.methods) {
-        fmt::format_to(out, "    {{\"{0}\", {1}_{0}, METH_VARARGS, {2}}},\n", method.name, each.stem(),
-                       literal(docString(model, method), '\"'));
+        // The families of constants stand behind the end of the docstring, where only wrap/constant_names.h looks.
+        fmt::format_to(out, "    {{\"{0}\", {1}_{0}, METH_VARARGS, {2} \"\\0{3}\"}},\n", method.name, each.stem(),
+                       literal(docString(model, method), '\"'), docFamilies(method));
     }
     fmt::format_to(out, "    {{nullptr, nullptr, 0, nullptr}},\n}};\n\n}}  // namespace\n\n");
     fmt::format_to(out, "KzWrapperType kzType_{0} = {{{{}}, \"{1}\", &KZu_{2}, {0}_methods, {3}}};\n\n", each.stem(),
@@ -188,6 +190,24 @@ void emitKindChecks(Text out) {
     }
 }
 
+// Each family of integers that a method takes or returns, with its constants: "fFIND=fFIND_CASE,fFIND_WORD;".
+void emitFamilies(const Model& model, Text out) {
+    std::set<std::string> names;
+    const auto add = [&](const Type& type) {
+        for (const Family& family : type.families) names.insert(family.name);
+    };
+    for (const Header& header : model.headers)
+        for (const Interface& each : header.interfaces)
+            for (const Method& method : each.methods) {
+                add(method.returns);
+                for (const Parameter& parameter : method.parameters) add(parameter.type);
+            }
+    fmt::format_to(out, "const std::string_view kzFamilies =\n");
+    for (const std::string& name : names)
+        fmt::format_to(out, "    \";{}={}\"\n", name, fmt::join(familyMembers(model, name), ","));
+    fmt::format_to(out, "    \";\";\n");
+}
+
 std::string listText(const Model& model) {
     std::string text = openingLines("//", "The headers in the order of registration.", model);
     const Text out = std::back_inserter(text);
@@ -199,6 +219,7 @@ std::string listText(const Model& model) {
     fmt::format_to(out, "\nconstexpr const KzHeaderRows* all[] = {{\n");
     for (const Header& header : model.headers) fmt::format_to(out, "    &kzHeader_{},\n", header.name);
     fmt::format_to(out, "}};\n\n}}  // namespace\n\nconst std::span<const KzHeaderRows* const> kzHeaders(all);\n");
+    emitFamilies(model, out);
     return text;
 }
 

@@ -25,6 +25,12 @@ std::string returnsDoc(const Model& model, const Method& method) {
     return (parts.size() == 1 ? parts.front() : fmt::format("({})", fmt::join(parts, ","))) + " = ";
 }
 
+std::string familyNames(const Type& type, std::string_view separator) {
+    std::vector<std::string_view> names;
+    for (const Family& family : type.families) names.push_back(family.name);
+    return fmt::format("{}", fmt::join(names, separator));
+}
+
 }  // namespace
 
 std::string argumentDocType(const Type& type) { return std::string(info(type.kind).doc); }
@@ -43,6 +49,16 @@ std::string docString(const Model& model, const Method& method, const std::strin
     return fmt::format("{}{}({})", returnsDoc(model, method), name, fmt::join(arguments, ","));
 }
 
+std::string docFamilies(const Method& method) {
+    std::vector<std::string> arguments;
+    std::vector<std::string> results;
+    for (const Parameter* input : method.inputs()) arguments.push_back(familyNames(input->type, "|"));
+    if (method.returnsPlainValue()) results.push_back(familyNames(method.returns, "|"));
+    for (const Parameter* output : method.outputs()) results.push_back(familyNames(output->type, "|"));
+    const std::string all = fmt::format("{};{}", fmt::join(arguments, ","), fmt::join(results, ","));
+    return all.find_first_not_of(",;") == std::string::npos ? "" : all;
+}
+
 std::string lengthFormula(const Type& array) {
     std::vector<std::string> factors;
     for (const Factor& factor : array.length) {
@@ -58,9 +74,8 @@ std::string lengthFormula(const Type& array) {
 std::string typeText(const Type& type) {
     std::string text = type.kind == Kind::Object && !type.name.empty() ? type.name : std::string(info(type.kind).name);
     if (info(type.kind).has(array)) text += "[" + lengthFormula(type) + "]";
-    std::vector<std::string_view> families;
-    for (const Family& family : type.families) families.push_back(family.name);
-    return families.empty() ? text : fmt::format("{} of {}", text, fmt::join(families, " | "));
+    const std::string families = familyNames(type, " | ");
+    return families.empty() ? text : text + " of " + families;
 }
 
 std::string signature(const Method& method, const std::string& name) {

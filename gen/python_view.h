@@ -18,6 +18,10 @@ std::string docString(const Model& model, const Method& method);
 // The same under another name, as a Python class implements it.
 std::string docString(const Model& model, const Method& method, const std::string& name);
 
+// The families of constants of docString's arguments and results, in its order: ",fFIND|fFILTER;iPOLYTYPE". Empty if there
+// are none.
+std::string docFamilies(const Method& method);
+
 // The types that the description knows, for people: "Find(name: string, flags: uint of fFIND) -> (index: int, item: Item)".
 std::string signature(const Method& method, const std::string& name);
 // "3 * count"

@@ -111,6 +111,7 @@ void addCommands(const HostParts& host) {
     kzAddSelectCommands(*host.registry, host.modules, host.scenes);
     kzAddLayerCommands(*host.registry, host.scenes);
     kzAddChannelCommands(*host.registry, host.scenes);
+    kzAddKeyCommands(*host.registry, host.scenes);
     kzAddUndoCommands(*host.registry, host.scenes);
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
@@ -185,7 +186,8 @@ HostParts::HostParts()
       services(std::make_shared<CServiceRegistry>()), redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
       presets(std::make_shared<CPresets>(modules, scenes)),
-      sceneFiles(std::make_shared<CSceneFiles>(context, modules, listeners, log, monitors, scenes)),
+      sceneFiles(std::make_shared<CSceneFiles>(
+          SceneFileParts{context, modules, listeners, log, monitors, scenes, files, userValues, redirects})),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners);

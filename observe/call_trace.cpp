@@ -74,7 +74,7 @@ public:
         return false;
     }
 
-    void end(const KzCrossing& /*crossing*/, PyObject* result) override {
+    void end(const KzCrossing& crossing, PyObject* result) override {
         const std::int64_t time = now();  // before the text is made
         std::string fields = R"("args": {)";
         if (result == nullptr) {
@@ -84,7 +84,7 @@ public:
             fields += R"("exception": )" + kzJsonString(exception) + R"(, "code": )" + kzJsonString(code);
         } else {
             const CPendingException pending;
-            fields += R"("result": )" + kzJsonString(kzShortText(result));
+            fields += R"("result": )" + kzJsonString(kzShortResult(crossing, result));
         }
         event("E", time, fields + "}");
     }

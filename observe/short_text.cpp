@@ -3,6 +3,7 @@
 
 #include "module/pending_exception.h"
 #include "module/py_ref.h"
+#include "wrap/constant_names.h"
 #include "wrap/result_codes.h"
 #include "wrap/wrapper_object.h"
 
@@ -86,15 +87,39 @@ std::string textOf(PyObject* value, int depth) {
     return std::string("<") + Py_TYPE(value)->tp_name + ">";
 }
 
+using Families = std::string_view (*)(const PyMethodDef& method, std::size_t index) noexcept;
+
+// A number by the name of a constant, where the description says which these are.
+std::string textOfNamed(PyObject* value, const PyMethodDef* method, Families families, Py_ssize_t index) {
+    if (method != nullptr && (PyInt_CheckExact(value) || PyLong_CheckExact(value))) {
+        int overflow = 0;
+        const long long number = PyLong_AsLongLongAndOverflow(value, &overflow);
+        std::string name;
+        if (overflow == 0) name = kzConstantName(families(*method, static_cast<std::size_t>(index)), number);
+        if (!name.empty()) return name;
+    }
+    return textOf(value, 0);
+}
+
 }  // namespace
 
 std::string kzShortText(PyObject* value) { return textOf(value, 0); }
 
 std::string kzShortArguments(const KzCrossing& crossing) {
+    const PyMethodDef* method = kzWrapperMethod(crossing.self, crossing.method);
     std::string text = "(";
     for (Py_ssize_t at = 0; at < crossing.count; ++at)
-        text += (at != 0 ? ", " : "") + kzShortText(crossing.arguments[at]);
+        text += (at != 0 ? ", " : "") + textOfNamed(crossing.arguments[at], method, kzArgumentFamilies, at);
     return text + (crossing.keywords != nullptr ? ", **" + kzShortText(crossing.keywords) : "") + ")";
+}
+
+std::string kzShortResult(const KzCrossing& crossing, PyObject* result) {
+    const PyMethodDef* method = kzWrapperMethod(crossing.self, crossing.method);
+    if (!PyTuple_CheckExact(result)) return textOfNamed(result, method, kzResultFamilies, 0);
+    std::string text = "(";
+    for (Py_ssize_t at = 0; at < PyTuple_GET_SIZE(result); ++at)
+        text += (at != 0 ? ", " : "") + textOfNamed(PyTuple_GET_ITEM(result, at), method, kzResultFamilies, at);
+    return text + ")";
 }
 
 std::string kzShortException() {

@@ -7,8 +7,9 @@
 
 // One value on one line: numbers and texts as Python writes them, long ones cut, wrappers and other objects by their type.
 std::string kzShortText(PyObject* value);
-// The arguments, in parentheses.
+// The arguments, in parentheses, and the result; numbers by the names of their constants where the description says which.
 std::string kzShortArguments(const KzCrossing& crossing);
+std::string kzShortResult(const KzCrossing& crossing, PyObject* result);
 // The pending exception: its type, and its value if that is a text.
 std::string kzShortException();
 // The name of the result code that the pending exception stands for; empty if only Python code could tell.

@@ -11,11 +11,12 @@ is_preset() { [[ " $presets " == *" $1 "* ]]; }
 # How many compilers may run at once: all cores, unless KZ_JOBS says otherwise.
 jobs_wanted() { echo "${KZ_JOBS:-$(nproc)}"; }
 
-# Configures a preset when there is no build tree yet, or when OpenImageIO has come since; ninja notices other changes by
-# itself.
+# Configures a preset when there is no build tree yet, or when OpenImageIO or Assimp has come since; ninja notices other
+# changes by itself.
 configure() {
     local ninja=$root/build/$1/build.ninja
-    [ -f "$ninja" ] && { grep -q kzPictures "$ninja" || ! pkg-config --exists OpenImageIO; } && return
+    [ -f "$ninja" ] && { grep -q kzPictures "$ninja" || ! pkg-config --exists OpenImageIO; } &&
+        { grep -q kzModels "$ninja" || ! pkg-config --exists assimp; } && return
     (cd "$root" && cmake --preset "$1")
 }
 

@@ -7,6 +7,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/tools/setup/apt.sh"
 . "$root/tools/setup/debugger.sh"
 . "$root/tools/setup/farm.sh"
+. "$root/tools/setup/models.sh"
 . "$root/tools/setup/pictures.sh"
 . "$root/tools/setup/previous_release.sh"
 . "$root/tools/setup/python3.sh"
@@ -76,6 +77,8 @@ set_up_test() {
     install_optional "PySide2 cannot be imported" libgl1 libglib2.0-0 libfontconfig1 libfreetype6 libx11-6 libxext6
     install_optional "the test 'package' fails" patchelf
     install_pictures
+    install_models
+    install_model_checks "$root/build/models"
     install_farm "$root/build/dask"
     install_checkers "$root/build/checkers"
     install_debugger "$root/build/data/kzhost/debugger" ||
@@ -91,6 +94,7 @@ set_up_debugger() { install_debugger "$(debugger_folder)" || die "debugpy could 
 set_up_package() {
     install_packages patchelf dpkg-dev file mmdebstrap || die "what makes packages could not be installed"
     install_pictures
+    install_models
 }
 
 set_up_symbols() {

@@ -1,9 +1,10 @@
 // Explains why arguments of wrapper methods were refused. The names of the parameters come from the method's docstring,
-// which contains its signature.
+// which contains its signature, and the families of constants from behind it.
 #include "wrap/method_refusal.h"
 
 #include "module/explain.h"
 #include "module/pending_exception.h"
+#include "wrap/constant_names.h"
 #include "wrap/refusal.h"
 #include "wrap/result_codes.h"
 #include "wrap/wrapper.h"
@@ -19,19 +20,22 @@ namespace {
 
 struct Signature {
     std::string method;                   // "kz.object.Mesh.AddPoint"
-    std::vector<std::string> parameters;  // "vector pos"
+    std::vector<std::string> parameters;  // "vector pos", "integer flags : fMESHMERGE"
 };
 
 // The docstring reads "OUTPUTS = NAME(KIND NAME,KIND NAME)".
-std::vector<std::string> parametersOf(std::string_view documentation) {
+std::vector<std::string> parametersOf(const PyMethodDef& method) {
     std::vector<std::string> parameters;
+    std::string_view documentation = method.ml_doc;
     if (const std::size_t equals = documentation.find(" = "); equals != std::string_view::npos)
         documentation.remove_prefix(equals + 3);
     const std::size_t open = documentation.find('(');
     std::string_view rest = documentation.substr(open + 1, documentation.size() - open - 2);
     while (!rest.empty()) {
         const std::size_t comma = std::min(rest.find(','), rest.size());
+        const std::string_view families = kzArgumentFamilies(method, parameters.size());
         parameters.emplace_back(rest.substr(0, comma));
+        if (!families.empty()) parameters.back().append(" : ").append(families);
         rest.remove_prefix(std::min(comma + 1, rest.size()));
     }
     return parameters;
@@ -40,12 +44,10 @@ std::vector<std::string> parametersOf(std::string_view documentation) {
 // The method table is in the order of the interface, whose table of operations starts with those of IKzUnknown.
 Signature signatureOf(PyObject* self, std::intptr_t slot) {
     constexpr std::intptr_t inherited = 3;
-    constexpr std::intptr_t generic = 5;
     const KzWrapperType& row = kzRowOf(Py_TYPE(self));
     const std::intptr_t index = slot / static_cast<std::intptr_t>(sizeof(void*)) - inherited;
-    const bool isObject = row.methods->ml_meth == kzWrapperSet;
-    const PyMethodDef& method = row.methods[index + (isObject ? generic : 0)];
-    return {std::string(row.type.tp_name) + "." + method.ml_name, parametersOf(method.ml_doc)};
+    const PyMethodDef& method = kzOwnMethods(row)[index];
+    return {std::string(row.type.tp_name) + "." + method.ml_name, parametersOf(method)};
 }
 
 const char* expectedBy(char letter) noexcept {

@@ -4,6 +4,7 @@
 #include "wrap/wrapper.h"
 
 #include <span>
+#include <string_view>
 
 // One constant of kz.symbol. The kind says which field holds the value.
 struct KzSymbolRow {
@@ -38,6 +39,9 @@ struct KzHeaderRows {
 
 // All headers, in the order of the SDK.
 extern const std::span<const KzHeaderRows* const> kzHeaders;
+
+// The families of constants that methods name, ";fFIND=fFIND_CASE,fFIND_WORD;".
+extern const std::string_view kzFamilies;
 
 // Makes the submodules service, object, result, symbol and ifc, in that order.
 // `storage` becomes kz.object.storage. Throws FAILED.

@@ -15,6 +15,7 @@
 #include "kz/result.h"
 
 #include <algorithm>
+#include <iterator>
 #include <unordered_set>
 
 namespace {
@@ -244,6 +245,11 @@ void kzForgetTypes() noexcept { theSpare.drop(); }
 const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept {
     while (type->tp_base != nullptr && (type->tp_flags & Py_TPFLAGS_HEAPTYPE) != 0) type = type->tp_base;
     return *reinterpret_cast<const KzWrapperType*>(type);
+}
+
+const PyMethodDef* kzOwnMethods(const KzWrapperType& row) noexcept {
+    static constexpr PyMethodDef generic[] = {KZ_GENERIC_METHODS};
+    return row.methods + (row.methods->ml_meth == kzWrapperSet ? std::size(generic) : 0);
 }
 
 bool kzIsWrapperType(const PyTypeObject* type) noexcept {

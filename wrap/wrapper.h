@@ -22,6 +22,9 @@ extern KzWrapperType kzUnknownType;
 // The generated row of a type, or of the type that a Python class derives from.
 const KzWrapperType& kzRowOf(PyTypeObject* type) noexcept;
 
+// The interface's own methods, which follow the generic ones of an object type, in the order of its table of operations.
+const PyMethodDef* kzOwnMethods(const KzWrapperType& row) noexcept;
+
 // True for the type of objects or services, and for a Python class that derives from one.
 bool kzIsWrapperType(const PyTypeObject* type) noexcept;
 

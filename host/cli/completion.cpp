@@ -1,6 +1,7 @@
 // What may stand where somebody presses Tab in the console.
 #include "host/cli/completion.h"
 
+#include "host/cli/command_completion.h"
 #include "host/cli/line_session.h"
 #include "host/core/command_dispatcher.h"
 
@@ -219,8 +220,9 @@ void CCompleter::completeText() {
     if (namesFile(m_names) || (m_place.call() != nullptr && opensFile(m_place.call()->function))) {
         m_completion.start = start;
         m_completion.words = filesLike(typed);
-    } else if (typed == m_word) {
-        take(m_host.commands().registry().names(), "", m_word);
+    } else if (m_place.string >= m_before) {
+        m_completion = kzCompleteCommand(m_host.commands(), typed, m_place.quote);
+        m_completion.start += start;
     }
 }
 

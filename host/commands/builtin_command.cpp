@@ -74,6 +74,11 @@ std::optional<std::int32_t> CBuiltinCommand::integer(std::string_view name) cons
     return m_values[index] ? kzIntegerOf(*m_values[index]) : std::nullopt;
 }
 
+std::optional<double> CBuiltinCommand::number(std::string_view name) const {
+    const auto& cell = m_values[indexOf(name)];
+    return cell ? kzNumberOf(*cell) : std::nullopt;
+}
+
 std::optional<std::int32_t> CBuiltinCommand::choice(std::string_view name) const {
     const auto& cell = m_values[indexOf(name)];
     const auto* number = cell ? std::get_if<std::int32_t>(&*cell) : nullptr;

@@ -112,6 +112,7 @@ public:
     bool has(std::string_view argument) const { return m_values[indexOf(argument)].has_value(); }
     std::string text(std::string_view name) const;
     std::optional<std::int32_t> integer(std::string_view name) const;
+    std::optional<double> number(std::string_view name) const;
     // The number of a choice that was set as one; nothing for a text, which has yet to be looked up.
     std::optional<std::int32_t> choice(std::string_view name) const;
     bool flag(std::string_view argument) const { return integer(argument).value_or(0) != 0; }

@@ -1,4 +1,4 @@
-// The commands that change documents: scenes, items, channels, the selection, and the history.
+// The commands that change documents: scenes, items, channels, keys, the selection, and the history.
 #pragma once
 
 #include <memory>
@@ -12,6 +12,7 @@ struct OpenScenes;
 void kzAddSceneCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
 void kzAddItemCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
 void kzAddChannelCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
+void kzAddKeyCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);
 void kzAddSelectCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules,
                          const std::shared_ptr<OpenScenes>& scenes);
 void kzAddLayerCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes);

@@ -87,8 +87,8 @@ void kzAddPresetCommands(CCommandRegistry& registry, const std::shared_ptr<CPres
                                  saveArguments, kzWith(savePreset, presets, scenes), kzWith(querySave, presets)},
                                 {"preset.list", "List Presets", "the user's own presets", KZfCMD_UI, listArguments,
                                  kzOnlyQueried, kzWith(queryList, presets)},
-                                {"preset.apply", "Apply Preset", "applies a preset to an item", KZfCMD_MODEL,
-                                 applyArguments, kzWith(applyPreset, presets, scenes)},
+                                {"preset.apply", "Apply Preset", "applies a preset to an item",
+                                 KZfCMD_UNDO | KZfCMD_MODEL, applyArguments, kzWith(applyPreset, presets, scenes)},
                             });
 }
 

@@ -16,7 +16,10 @@ namespace kzhost {
 namespace {
 
 constexpr ArgumentRow undoArguments[] = {
-    {"steps", KZsTYPE_INTEGER, kzOptional | kzQueryable, "how many; one when it is left out; queried, their names"},
+    {"steps", KZsTYPE_INTEGER, kzOptional | kzQueryable,
+     "how many; one when it is left out; queried, how many there are"},
+    {"name", KZsTYPE_STRING, KZfCMDARG_READONLY | kzOptional | kzQueryable,
+     "queried, the names of all steps, the next one first"},
 };
 
 template <Direction direction> void moveInHistory(OpenScenes& scenes, CBuiltinCommand& command) {
@@ -32,11 +35,11 @@ template <Direction direction> void moveInHistory(OpenScenes& scenes, CBuiltinCo
     else workspace.redo(static_cast<std::size_t>(steps));
 }
 
-// The step that is next comes first.
 template <Direction direction>
-Texts namesInHistory(OpenScenes& scenes, CBuiltinCommand& /*command*/, std::uint32_t /*index*/) {
+Texts queryHistory(OpenScenes& scenes, CBuiltinCommand& /*command*/, std::uint32_t index) {
     Texts names;
     const std::size_t count = scenes.workspace->stepCount(direction);
+    if (index == 0) return {fmt::format("{}", count)};
     for (std::size_t i = 0; i < count; ++i) names.push_back(scenes.workspace->stepName(direction, i));
     return names;
 }
@@ -49,11 +52,11 @@ void kzAddUndoCommands(CCommandRegistry& registry, const std::shared_ptr<OpenSce
     for (const char* name : {KZsCMD_APP_UNDO, "undo"})
         rows.push_back({name, "Undo", "undoes the last steps", KZfCMD_UI, undoArguments,
                         kzWith(moveInHistory<Direction::reverse>, scenes),
-                        kzWith(namesInHistory<Direction::reverse>, scenes)});
+                        kzWith(queryHistory<Direction::reverse>, scenes)});
     for (const char* name : {KZsCMD_APP_REDO, "redo"})
         rows.push_back({name, "Redo", "makes undone steps again", KZfCMD_UI, undoArguments,
                         kzWith(moveInHistory<Direction::forward>, scenes),
-                        kzWith(namesInHistory<Direction::forward>, scenes)});
+                        kzWith(queryHistory<Direction::forward>, scenes)});
     kzAddCommands(registry, std::move(rows));
 }
 

@@ -39,6 +39,7 @@ public:
     // For lists: without commands that are hidden.
     std::vector<std::string> names() const;
     bool has(const std::string& name) const;
+    bool isBuiltin(std::string_view name) const { return m_builtin.find(name) != m_builtin.end(); }
 
     // Both notify the listeners. False if the name is taken already or cannot be called, or is no alias.
     bool addAlias(const std::string& alias, const std::string& definition) const;

@@ -164,7 +164,13 @@ void CWorkspace::discardBlock() {
     keepGeometry();
     ChangeList changes = m_history.discardBlock();
     m_moving = Moving::undoing;
-    applyAll(changes, Direction::reverse);
+    try {
+        applyAll(changes, Direction::reverse);
+    } catch (...) {  // what was done is still there, so it has to stay in the history
+        m_moving = Moving::no;
+        keep(std::move(changes));
+        throw;
+    }
     m_moving = Moving::no;
 }
 

@@ -1,8 +1,11 @@
 // Rules that find files which have moved.
 #include "host/objects/file_redirect.h"
 
+#include "host/core/module_table.h"
 #include "host/state/text.h"
 
+#include <climits>
+#include <cstring>
 #include <filesystem>
 #include <fnmatch.h>
 
@@ -24,6 +27,32 @@ std::string RedirectRules::Rule::apply(const std::string& path, std::uint32_t& h
     }
 }
 
+std::string RedirectRules::find(const std::string& path, std::uint32_t& how) {
+    std::error_code error;
+    const std::lock_guard guard(lock);
+    for (const Rule& rule : rules) {
+        const std::string place = rule.apply(path, how);
+        if (!place.empty() && fs::exists(place, error)) return place;
+    }
+    return {};
+}
+
+std::string kzLocate(const CModuleTable& modules, RedirectRules& rules, const std::string& path,
+                     const char* fileClass) {
+    std::uint32_t how = 0;
+    if (std::string place = rules.find(path, how); !place.empty()) return place;
+    std::error_code error;
+    for (const KzServer& server : modules.servers(KZa_FILEREDIRECT)) {
+        CKzLoc_Unknown object;
+        const CKzUser_FileRedirect redirect(CModuleTable::spawn(server, object).raw());
+        std::string place(PATH_MAX, '\0');
+        if (!redirect || kzFailed(redirect.Locate(path.c_str(), fileClass, place.data(), PATH_MAX, &how))) continue;
+        place.resize(std::strlen(place.c_str()));
+        if (fs::exists(place, error)) return place;
+    }
+    return {};
+}
+
 KzResult CFileRedirect::fileredirect_Locate(const char* path, const char* /*fileClass*/, char* found,
                                             std::uint32_t length, std::uint32_t* how) {
     const std::string wanted = kzString(path);
@@ -31,11 +60,8 @@ KzResult CFileRedirect::fileredirect_Locate(const char* path, const char* /*file
     std::error_code error;
     *how = 0;
     if (fs::exists(wanted, error)) return kzFillText(wanted, found, length);
-    const std::lock_guard lock(m_rules->lock);
-    for (const RedirectRules::Rule& rule : m_rules->rules) {
-        const std::string place = rule.apply(wanted, *how);
-        if (!place.empty() && fs::exists(place, error)) return kzFillText(place, found, length);
-    }
+    const std::string place = m_rules->find(wanted, *how);
+    if (!place.empty()) return kzFillText(place, found, length);
     return KZe_NOTFOUND;
 }
 

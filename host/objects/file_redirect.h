@@ -24,7 +24,15 @@ struct RedirectRules {
     };
     std::mutex lock;
     std::vector<Rule> rules;
+
+    // Where a missing file is by the first rule that leads to one; empty if there is none.
+    std::string find(const std::string& path, std::uint32_t& how);
 };
+
+class CModuleTable;
+
+// Where a missing file is, by the rules or else by the servers of modules that know; empty if nobody does.
+std::string kzLocate(const CModuleTable& modules, RedirectRules& rules, const std::string& path, const char* fileClass);
 
 class CFileRedirect final : public CHosted<"file redirect", CFileRedirect, CKzIfc_FileRedirect> {
 public:

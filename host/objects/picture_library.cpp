@@ -2,8 +2,8 @@
 #include "host/objects/picture_library.h"
 
 #include "host/core/reasons.h"
+#include "host/objects/program_part.h"
 #include "host/pictures/picture_files.h"
-#include "host/state/path_aliases.h"
 
 #include <dlfcn.h>
 #include <strings.h>
@@ -61,9 +61,7 @@ std::uint32_t kindFor(std::uint32_t kinds, std::uint32_t kind) {
     return kind == 2 && holds(kinds, 4) ? 4 : nearest(kinds, kind);
 }
 
-std::string libraryPath(const CPathAliases& files) {
-    return files.expand("program:").value_or("") + "/lib/kzPictures.so";
-}
+constexpr ProgramPart theLibrary{"kzPictures.so", "kzpython2-pictures", "libopenimageio-dev"};
 
 }  // namespace
 
@@ -101,13 +99,7 @@ IPictureFiles& kzPictures(const CPathAliases& files) {
     static IPictureFiles* pictures = nullptr;
     const std::lock_guard guard(lock);
     if (pictures != nullptr) return *pictures;
-    const std::string path = libraryPath(files);
-    std::error_code error;
-    if (!std::filesystem::exists(path, error))
-        throw kzBecause(KZe_NOTAVAILABLE, "Image", [&] {
-            return path + " is missing: install the package kzpython2-pictures or, where this program is built, "
-                          "libopenimageio-dev and build again";
-        });
+    const std::string path = kzProgramPart(files, theLibrary, "Image");
     void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     const char* const why = library == nullptr ? dlerror() : nullptr;
     auto* const entry =

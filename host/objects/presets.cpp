@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 
 namespace kzhost {
 
@@ -71,9 +72,19 @@ void CPresets::require(const std::string& path, RecognizedPreset& preset) const 
     });
 }
 
-KzResult CPresets::apply(const std::string& path, IKzUnknown* destination) const {
+KzResult CPresets::apply(const std::string& path, IKzUnknown* destination, bool isStep) const {
+    struct Block {
+        explicit Block(CWorkspace& workspace) : workspace(workspace), depth(workspace.blockDepth()) {
+            workspace.beginBlock("preset", 0);
+        }
+        ~Block() { workspace.endBlocksAbove(depth); }
+        CWorkspace& workspace;
+        const std::size_t depth;
+    };
     RecognizedPreset preset;
     require(path, preset);
+    std::optional<Block> block;
+    if (isStep) block.emplace(*m_scenes->workspace);
     const KzResult code = preset.type.Apply(path.c_str(), destination);
     if (kzFailed(code)) throw code;
     return code;

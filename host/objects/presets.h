@@ -34,8 +34,8 @@ public:
     void make(const std::string& type, CKzUser_PresetType& object) const;
     // False when no type knows the file.
     bool recognize(const std::string& path, RecognizedPreset& preset) const;
-    // Throw the code of a failure, which has been explained.
-    KzResult apply(const std::string& path, IKzUnknown* destination) const;
+    // Throw the code of a failure, which has been explained. All that a preset changes may be one step of the history.
+    KzResult apply(const std::string& path, IKzUnknown* destination, bool isStep = false) const;
     void save(const std::string& path, const std::string& type, IKzUnknown* source, IKzUnknown* thumbnail) const;
     // Has the server of a module that knows the name apply its preset. False if none does.
     bool doByName(const std::string& name, IKzUnknown* destination) const;

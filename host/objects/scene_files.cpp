@@ -7,10 +7,15 @@
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/refusal.h"
+#include "host/objects/file_redirect.h"
 #include "host/objects/file_servers.h"
+#include "host/objects/model_program.h"
+#include "host/objects/model_scene.h"
 #include "host/objects/safe_save.h"
 #include "host/objects/scene_file.h"
+#include "host/state/user_values.h"
 
+#include "kz/dialog.h"
 #include "kz/loader.h"
 #include "kz/log.h"
 #include "kz/message.h"
@@ -62,6 +67,15 @@ bool beginsAsOwn(const std::string& path) {
     return std::string_view(head, sizeof head) == "kzscene ";
 }
 
+// The foreign format by its name or, without one, by the extension; empty if it is none.
+std::string foreignFormat(const std::string& path, const std::string& format) {
+    const std::string extension = fs::path(path).extension().string();
+    const std::string wanted = !format.empty() || extension.empty() ? format : extension.substr(1);
+    for (const std::string_view each : kzModelFormats)
+        if (strcasecmp(wanted.c_str(), std::string(each).c_str()) == 0) return std::string(each);
+    return {};
+}
+
 std::string wholeText(const std::string& path) {
     std::error_code error;
     const std::uintmax_t size = fs::file_size(path, error);
@@ -78,7 +92,7 @@ std::string wholeText(const std::string& path) {
 }  // namespace
 
 KzResult CSceneFiles::refuse(KzResult code, const std::string& path, const std::string& why) const {
-    m_log->write(KZsLOG_FILES, code, path + ": " + why);
+    m.log->write(KZsLOG_FILES, code, path + ": " + why);
     return code;
 }
 
@@ -107,21 +121,54 @@ bool CSceneFiles::loadServed(CScene& scene, const std::string& path, bool isImpo
         CWorkspace& workspace;
         const std::size_t depth = workspace.blockDepth();
         ~Blocks() { workspace.endBlocksAbove(depth); }
-    } const blocks{*m_scenes->workspace};
-    return !kzLoadServed(*m_modules, path, KZsFILECLASS_SCENE, load, failed).empty();
+    } const blocks{*m.scenes->workspace};
+    return !kzLoadServed(*m.modules, path, KZsFILECLASS_SCENE, load, failed).empty();
 }
 
 void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
     if (hasOwnExtension(path) || beginsAsOwn(path)) return readOwn(scene.document(), path, isImport);
-    if (!loadServed(scene, path, isImport, monitor))
-        throw refuse(KZe_NOTSUPPORTED, path, "no loader of scenes recognises the file");
+    if (!loadServed(scene, path, isImport, monitor)) return loadForeign(scene, path, isImport, monitor);
     if (!isImport) scene.document().workspace().forget(scene.document());
+}
+
+// A monitor says when its user wants to stop.
+static ModelGoesOn goesOn(IKzUnknown* monitor) {
+    return [monitor = std::make_shared<CKzUser_Monitor>(monitor)] {
+        return !*monitor || monitor->Increment(0) != KZe_ABORT;
+    };
+}
+
+void CSceneFiles::note(const std::string& path, const std::vector<std::string>& notes) const {
+    for (const std::string& each : notes) m.log->write(KZsLOG_FILES, KZe_WARNING, path + ": " + each);
+}
+
+void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
+    const auto locate = [&](const std::string& file) {
+        return kzLocate(*m.modules, *m.redirects, file, KZsFILECLASS_IMAGE);
+    };
+    const auto joins = m.values->find(kzJoinPoints);
+    const ModelImport import{fs::absolute(path).parent_path().string(),
+                             !joins || kzNumberOf(joins->cell).value_or(1) != 0, locate};
+    std::vector<std::string> notes;
+    try {
+        const Model model = kzReadModel(*m.files, path, goesOn(monitor));
+        CDocument& document = scene.document();
+        CEdit edit(document.workspace());
+        kzAddModel(model, import, document, edit, notes);
+        if (isImport) edit.commit();
+        else edit.commitLoaded(document);
+    } catch (const ModelUnknown&) {
+        throw refuse(KZe_NOTSUPPORTED, path, "no loader of scenes recognises the file");
+    } catch (const std::exception& error) {
+        throw refuse(KZe_FAILED, path, error.what());
+    }
+    note(path, notes);
 }
 
 CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
-    const CFileProgress progress(m_context, m_monitors, "Loading", monitor);
+    const CFileProgress progress(m.context, m.monitors, "Loading", monitor);
     std::string name = fs::path(path).stem().string();
     if (beginsAsOwn(path)) try {
             std::string head(4096, '\0');
@@ -131,24 +178,24 @@ CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor)
             name = kzSceneName(head);
         } catch (const SceneFileError&) {  // said when the file is read
         }
-    auto scene = kzOpenScene(*m_scenes->workspace, name);
+    auto scene = kzOpenScene(*m.scenes->workspace, name);
     try {
         loadInto(*scene, path, false, progress.monitor());
     } catch (...) {
         scene->close();
         throw;
     }
-    m_scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
-    m_scenes->add(scene);
-    m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    m.scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
+    m.scenes->add(scene);
+    m.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
     return scene;
 }
 
 void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* monitor) const {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
-    const CFileProgress progress(m_context, m_monitors, "Importing", monitor);
-    CWorkspace& workspace = *m_scenes->workspace;
+    const CFileProgress progress(m.context, m.monitors, "Importing", monitor);
+    CWorkspace& workspace = *m.scenes->workspace;
     workspace.beginBlock("Import " + fs::path(path).filename().string(), KZfUNDO_BLOCK_NOEMPTY);
     const std::size_t depth = workspace.blockDepth();
     try {
@@ -158,7 +205,7 @@ void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* mon
         throw;
     }
     workspace.endBlocksAbove(depth - 1);
-    m_listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    m.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
 }
 
 KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const std::string& path) const {
@@ -173,7 +220,7 @@ KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const st
 KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
     std::string text;
     {
-        const CReading reading(*m_scenes->workspace);
+        const CReading reading(*m.scenes->workspace);
         if (!scene.document().isOpen()) return KZe_NOTAVAILABLE;
         text = kzWriteScene(scene.document());
     }
@@ -182,7 +229,9 @@ KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
 }
 
 KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const std::string& format) const {
-    const auto server = kzFindSaver(*m_modules, path, format, KZsFILECLASS_SCENE);
+    const auto server = kzFindSaver(*m.modules, path, format, KZsFILECLASS_SCENE);
+    if (const std::string foreign = foreignFormat(path, format); !server && !foreign.empty())
+        return saveForeign(scene, path, foreign);
     if (!server)
         return refuse(KZe_NOTSUPPORTED, path,
                       format.empty() ? "no saver of scenes is for this extension"
@@ -199,13 +248,29 @@ KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const s
                       "the saver \"" + server->name +
                           "\" refuses the scene: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
     }
-    const CFileProgress progress(m_context, m_monitors, "Saving", nullptr);
+    const CFileProgress progress(m.context, m.monitors, "Saving", nullptr);
     CSafeSave file(path);
     code = saver.Save(scenes.raw(), file.path().c_str(), progress.monitor());
     if (kzFailed(code))
         return refuse(code, path, "the saver \"" + server->name + "\" failed: " + CMessageTables::codeText(code));
     if (kzFailed(code = file.commit())) refuse(code, path, "the saver wrote no file to replace it");
     return code;
+}
+
+KzResult CSceneFiles::saveForeign(CScene& scene, const std::string& path, const std::string& format) const {
+    const CFileProgress progress(m.context, m.monitors, "Saving", nullptr);
+    CSafeSave file(path);
+    std::vector<std::string> notes;
+    try {
+        const std::string folder = fs::absolute(path).parent_path().string();
+        kzWriteModel(*m.files, kzModelOf(scene.document(), folder, notes), format, file.path(),
+                     goesOn(progress.monitor()));
+    } catch (const std::exception& error) {
+        return refuse(KZe_FAILED, path, error.what());
+    }
+    note(path, notes);
+    const KzResult code = file.commit();
+    return kzFailed(code) ? refuse(code, path, "the file cannot be replaced") : code;
 }
 
 KzResult CSceneFiles::write(CScene& scene, const std::string& path, const std::string& format) const {
@@ -219,7 +284,7 @@ KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::s
     std::uint64_t revision = 0;
     bool isOwnFile = false;
     {
-        const CReading reading(*m_scenes->workspace);
+        const CReading reading(*m.scenes->workspace);
         if (!scene.document().isOpen()) return KZe_NOTAVAILABLE;
         if (path.empty()) path = scene.document().filename();
         isOwnFile = path == scene.document().filename();
@@ -229,9 +294,9 @@ KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::s
     const bool isOwn = format.empty() ? hasOwnExtension(path) : format == kzSceneFormat;
     const KzResult code = write(scene, path, format);
     if (kzFailed(code)) return code;
-    if (isOwn || isOwnFile) m_scenes->workspace->setSaved(scene.document(), revision, path);
-    m_scenes->tell([&](IKzSceneItemListener& each) { each.SceneSaved(scene.self().raw(), path.c_str()); });
-    m_listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
+    if (isOwn || isOwnFile) m.scenes->workspace->setSaved(scene.document(), revision, path);
+    m.scenes->tell([&](IKzSceneItemListener& each) { each.SceneSaved(scene.self().raw(), path.c_str()); });
+    m.listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
     return code;
 }
 

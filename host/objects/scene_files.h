@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace kzhost {
 
@@ -13,19 +14,33 @@ class CListenerTable;
 class CLogStore;
 class CModuleTable;
 class CMonitorBoard;
+class CPathAliases;
 class CSafeSave;
+class CUserValues;
+struct RedirectRules;
 struct ServiceContext;
 
 inline constexpr const char* kzSceneExtension = ".kzscene";
 inline constexpr const char* kzSceneFormat = "kzscene";
 
+// A user value: whether vertices of foreign models that are at one place become one point, which is so without it.
+inline constexpr const char* kzJoinPoints = "import.joinPoints";
+
+struct SceneFileParts {
+    std::shared_ptr<ServiceContext> context;
+    std::shared_ptr<CModuleTable> modules;
+    std::shared_ptr<CListenerTable> listeners;
+    std::shared_ptr<CLogStore> log;
+    std::shared_ptr<CMonitorBoard> monitors;
+    std::shared_ptr<OpenScenes> scenes;
+    std::shared_ptr<CPathAliases> files;
+    std::shared_ptr<CUserValues> values;
+    std::shared_ptr<RedirectRules> redirects;
+};
+
 class CSceneFiles {
 public:
-    CSceneFiles(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
-                std::shared_ptr<CListenerTable> listeners, std::shared_ptr<CLogStore> log,
-                std::shared_ptr<CMonitorBoard> monitors, std::shared_ptr<OpenScenes> scenes)
-        : m_context(std::move(context)), m_modules(std::move(modules)), m_listeners(std::move(listeners)),
-          m_log(std::move(log)), m_monitors(std::move(monitors)), m_scenes(std::move(scenes)) {}
+    explicit CSceneFiles(SceneFileParts parts) : m(std::move(parts)) {}
 
     // Opens a new scene with what the file holds; it becomes the current one. Throws NOTFOUND if there is no such file,
     // NOTSUPPORTED if nobody knows its format, and otherwise what the loader says; the log has the reason. The monitor may be
@@ -46,16 +61,14 @@ private:
     void loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const;
     void readOwn(CDocument& document, const std::string& path, bool isImport) const;
     bool loadServed(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const;
+    void loadForeign(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const;
     KzResult saveOwn(const std::string& text, CSafeSave& file, const std::string& path) const;
     KzResult saveServed(CScene& scene, const std::string& path, const std::string& format) const;
+    KzResult saveForeign(CScene& scene, const std::string& path, const std::string& format) const;
     KzResult refuse(KzResult code, const std::string& path, const std::string& why) const;
+    void note(const std::string& path, const std::vector<std::string>& notes) const;
 
-    std::shared_ptr<ServiceContext> m_context;
-    std::shared_ptr<CModuleTable> m_modules;
-    std::shared_ptr<CListenerTable> m_listeners;
-    std::shared_ptr<CLogStore> m_log;
-    std::shared_ptr<CMonitorBoard> m_monitors;
-    std::shared_ptr<OpenScenes> m_scenes;
+    const SceneFileParts m;
 };
 
 }  // namespace kzhost

@@ -70,9 +70,15 @@ public:
         if (!m_presets->recognize(place, preset)) return KZe_NOTFOUND;
         return preset.type.Metrics(place.c_str(), flags, metrics);
     }
-    KzResult presetbrowserservice_Apply(const char* path, IKzUnknown* destination, std::uint32_t /*flags*/) override {
+    KzResult presetbrowserservice_Apply(const char* path, IKzUnknown* destination, std::uint32_t flags) override {
         enter("PresetBrowser.Apply");
-        return m_presets->apply(m_files->place(path), destination);
+        constexpr std::uint32_t all =
+            KZf_PRESETAPPLY_UNDO | KZf_PRESETAPPLY_REPLACE | KZf_PRESETAPPLY_ADD | KZf_PRESETAPPLY_SILENT;
+        if ((flags & ~all) != 0) return KZe_INVALIDARG;
+        if ((flags & KZf_PRESETAPPLY_ADD) != 0)
+            return kzBecause(KZe_NOTSUPPORTED, "PresetBrowser.Apply",
+                             [] { return "a preset takes the place of what there is and is never put beside it"; });
+        return m_presets->apply(m_files->place(path), destination, (flags & KZf_PRESETAPPLY_UNDO) != 0);
     }
     KzResult presetbrowserservice_Save(const char* path, const char* type, IKzUnknown* source,
                                        IKzUnknown* thumbnail) override {

@@ -2,6 +2,7 @@
 // changes to what others have written, and renames a complete new file over the former one.
 #include "host/state/preference_file.h"
 
+#include "host/state/descriptor.h"
 #include "host/state/file_lock.h"
 #include "host/state/version.h"
 
@@ -16,21 +17,6 @@ namespace kzhost {
 namespace fs = std::filesystem;
 
 namespace {
-
-// A descriptor that is closed at the end.
-class CDescriptor {
-public:
-    explicit CDescriptor(int file) : m_file(file) {}
-    ~CDescriptor() {
-        if (m_file >= 0) close(m_file);
-    }
-    CDescriptor(const CDescriptor&) = delete;
-    CDescriptor& operator=(const CDescriptor&) = delete;
-    int get() const { return m_file; }
-
-private:
-    int m_file;
-};
 
 // Nothing, with errno set, if the file cannot be read.
 std::optional<std::string> textOf(const std::string& path) {

@@ -33,8 +33,8 @@ CBareHost::CBareHost() {
     aliases["kit_Python2_7:"] = kzBareKit;
 }
 
-bool CBareHost::load() {
-    library = dlopen(KZ_BUILD_DIR "/plugins/kzPython2.so", RTLD_NOW | RTLD_LOCAL);
+bool CBareHost::load(const char* plugin) {
+    library = dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) return false;
     using Create = IKzUnknown* (*)();
     const auto create = reinterpret_cast<Create>(dlsym(library, "_IKzModule_Create"));

@@ -51,8 +51,8 @@ public:
     CBareHost();
     ~CBareHost() override { module.clear(); }
 
-    // The plug-in of the build tree; false when it has no module object for this host or refuses it.
-    bool load();
+    // The plug-in of the build tree, or a copy of it; false when it has no module object for this host or refuses it.
+    bool load(const char* plugin = KZ_BUILD_DIR "/plugins/kzPython2.so");
     void unload();
     void* library = nullptr;
     CKzLoc_Unknown module;

@@ -371,6 +371,15 @@ TEST(UndoTest, ForeignChangesAreCalledInTurn) {
     workspace->redo(1);
     EXPECT_EQ(calls, "forward reverse reverse forward forward ");
     EXPECT_EQ(workspace->stepCount(Direction::reverse), 1U);
+    // A block that cannot be discarded keeps what was done in it, and the history goes on.
+    workspace->beginBlock("broken", 0);
+    add();
+    workspace->record(std::make_unique<CNotedChange>(calls, [] { throw KZe_FAILED; }));
+    EXPECT_EQ(codeOf([&] { workspace->discardBlock(); }), KZe_FAILED);
+    EXPECT_EQ(document->count(KZiITYPE_ANY), 5U);
+    EXPECT_FALSE(workspace->isUndoing());
+    add();
+    EXPECT_EQ(workspace->stepCount(Direction::reverse), 3U);
 }
 
 }  // namespace

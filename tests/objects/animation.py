@@ -1,4 +1,6 @@
 """Channels over time: keys, actions, envelopes, links and the modifiers of Python classes."""
+import math
+
 import kz
 import kzifc
 from checks import equal, fails, near, storage
@@ -135,3 +137,44 @@ def check_clips_are_mixed_in_and_moved():
     UNDO.Undo(8)
     equal((scene.ActionCount(0), at(scene, item, 'pos.X')), (4, 1.0))
     fails('NOTAVAILABLE', (clip.Name,))
+
+
+def check_commands_edit_keys():
+    kz.eval('scene.new keys')
+    for line in ('item.create locator name:{Left Arm}', 'item.create modifierWave name:Wave'):
+        kz.eval(line)
+    where, scene = '{Left Arm} rot.Z ', SCENES.Current()
+    for line in ('key.set %s 0 time:0', 'key.set %s 90deg time:1', 'key.set %s 2.0 time:4', 'key.move %s 4 2',
+                 'key.set %s time:0.5', 'key.slope %s 1 flat', 'key.slope %s 2 slope:3 weight:0.5 side:in',
+                 'key.behavior %s oscillate side:out', 'key.set Wave low value:-1 time:1'):
+        kz.eval(line % where if '%' in line else line)
+    half = scene.Channels('animation', 0.5).DoubleByName(scene.ItemLookup('Left Arm'), 'rot.Z')
+    for query, answer in (
+            ('key.list %s time:?', (0.0, 0.5, 1.0, 2.0)), ('key.list %s value:?', (0.0, half, math.pi / 2, 2.0)),
+            ('key.slope %s 1 type:?', 'flat'), ('key.slope %s 2 side:in slope:?', 3.0), ('key.slope %s 2 side:in weight:?', 0.5),
+            ('key.slope %s 2 type:? side:out', 'auto'), ('key.behavior %s behavior:? side:in', 'constant'),
+            ('key.behavior %s behavior:? side:out', 'oscillate'), ('key.set %s value:? time:3', repr(math.pi / 2)),
+            ('key.range start:?', 0.0), ('key.range end:?', 2.0), ('key.set channel:? item:{Left Arm}', None),
+            ('key.set action:?', ('edit', 'animation', 'setup', 'scene'))):
+        shown = kz.eval(query % where if '%' in query else query)
+        equal((query, 'rot.Z' in shown if answer is None else shown), (query, answer is None or answer))
+    for line, reason in (
+            ('key.move %s 1 2', 'argument "to": there is a key at 2 already'), ('key.delete %s 3', 'has keys at 0, 0.5, 1, 2 only'),
+            ('key.set %s much', 'argument "value": "much" is not an angle'), ('key.slope %s 3 flat', 'has no key at 3, but at 0'),
+            ('key.set Wave waveShape round', 'is not one of sine'), ('key.move Wave high 1 2', 'the channel "high" has no keys'),
+            ('key.set %s 1 action:walk', 'there is no action "walk"'), ('key.range 2 1', 'the end must come after the start')):
+        try:
+            equal((line, kz.eval(line % where if '%' in line else line)), 'a failure')
+        except RuntimeError as error:
+            equal((line, reason in error.reason or error.reason), (line, True))
+    kz.eval('key.interpolation %s linear' % where)
+    near([at(scene, scene.ItemLookup('Left Arm'), 'rot.Z', time) for time in (0.25, 1.5)], [half / 2, (math.pi / 2 + 2) / 2])
+    kz.eval('key.interpolation %s stepped' % where)
+    kz.eval('key.range 0 4')
+    equal((at(scene, scene.ItemLookup('Left Arm'), 'rot.Z', 0.9), kz.eval('key.list %s time:?' % where)[-1]), (0.0, 4.0))
+    kz.eval('key.delete %s 0.5 2' % where)
+    kz.eval('key.delete %s' % where)
+    equal((kz.eval('key.list %s time:?' % where), kz.eval('undo name:?')[:3]), (None, ('key.delete', 'key.delete', 'key.range')))
+    UNDO.Undo(2)
+    equal(len(kz.eval('key.list %s time:?' % where)), 4)
+    SCENES.Close(scene)

@@ -172,3 +172,40 @@ def check_assets_are_found_and_gathered():
         fails('OUTOFBOUNDS', (assets.ByIndex, 3), (assets.Reference, 3))
         equal(scene.ItemCount(iITYPE_ANY), 4)
         SCENES.Close(scene)
+
+
+MACRO = (
+    'item.create mesh name:{Left Box}', 'item.create locator name:"a ""quoted"": {name"', 'item.create modifierWave Wave',
+    'item.parent {Left Box} parent:"a ""quoted"": {name"', 'item.duplicate {Left Box}', 'item.rename {Left Box (2)} Lid',
+    'item.tag Lid NOTE {two words}', 'channel.create Lid height distance', 'channel.value Lid height 25cm',
+    'channel.value Wave waveShape saw', 'channel.link Wave output Lid height', 'key.set Lid pos.X 1.5 time:0',
+    'key.set Lid pos.X 3 time:2', 'key.slope Lid pos.X 0 weight:0.5 side:out', 'key.behavior Lid pos.X offset', 'key.move Lid pos.X 2 2.5',
+    'channel.value Lid pos.Y 0.1', 'item.delete Wave', 'undo', 'item.rename Wave Wind', 'undo', 'redo', 'preset.save macro Lid',
+    'preset.apply macro {Left Box}', 'channel.unlink Wind output Lid height', 'undo 2', 'redo')
+
+
+def check_a_history_makes_the_same_document():
+    with folder() as path:
+        texts = []
+        for lines in (MACRO, None):
+            before = len(kz.evalN('command.history ?'))
+            kz.eval('scene.new macro')
+            for line in lines or kept:
+                kz.eval(line)
+            kept = kz.evalN('command.history ?')[before + 1:]
+            SCENES.Save(SCENES.Current(), path('macro.kzscene'), None)
+            texts.append(open(path('macro.kzscene')).read())
+            SCENES.Close(SCENES.Current())
+        item = SCENES.Create('preset').ItemAdd(TYPE('locator'))
+        item.ChannelAdd('height', 'distance')
+        apply, preset = kz.service.PresetBrowser().Apply, path('lid')
+        kz.service.PresetBrowser().Save(preset, kz.symbol.sPRESETTYPE_CHANNELS, item, None)
+        for name in ('pos.X', 'height'):
+            item.Scene().WriteChannels(None, 0.0).DoubleByName(item, name, 3.0)
+        apply(preset, item, kz.symbol.f_PRESETAPPLY_UNDO)
+        equal(kz.eval('undo name:?')[0], 'preset')
+        UNDO.Undo(1)
+        equal([item.Scene().Channels(None, 0.0).DoubleByName(item, name) for name in ('pos.X', 'height')], [3.0, 3.0])
+        fails('NOTSUPPORTED', (apply, preset, item, kz.symbol.f_PRESETAPPLY_ADD))
+        fails('INVALIDARG', (apply, preset, item, 0x100))
+        equal((len(kept), len(texts[0].splitlines()) > 25, texts[0]), (len(MACRO), True, texts[1]))

@@ -78,6 +78,12 @@ TEST_F(ObserveTest, TracesHaveEveryCall) {
          0,
          {"main|None|script FOLDER/script.py", "job|None|Job.job_Execute", "job|Job.job_Execute|kz.arg",
           "other|None|kz.args"}},
+        // Numbers by their constants' names.
+        {"import kz\nservice = kz.service.Mesh()\nface, mesh = service.PolygonTypeLookup('face'), service.Create()\n"
+         "mesh.Flip(5)\nmesh.SetMarks(kz.symbol.iMESHELT_POLYGON, 0x400001, 0)\n",
+         0,
+         {"PolygonTypeLookup|('face')|i_POLYTYPE_FACE|", "Flip|(fMARK_SELECT|fMARK_LOCK)|None",
+          "SetMarks|(iMESHELT_POLYGON, fMARK_SELECT|0x400000, 0)|"}},
         // Ended abruptly, by a child of fork, too.
         {"import kz, os\nif not os.fork(): kz.eval('child'); os._exit(0)\nos.wait()\nkz.arg()\nos._exit(3)\n",
          3,

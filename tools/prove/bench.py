@@ -1,0 +1,112 @@
+"""What rows work with: builds, programs with a log, figures, and copies of the tree in which a fault is planted."""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import threading
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+BUILDING = threading.Lock()  # one build at a time uses all cores
+
+
+class NotRun(Exception):
+    """The row cannot be run here, for this reason."""
+
+
+class Work:
+    """One run of a row."""
+
+    def __init__(self, row, scale, tree=ROOT):
+        self.row, self.scale, self.tree = row, scale, tree
+        self.folder = ROOT / "build/prove"
+        self.folder.mkdir(parents=True, exist_ok=True)
+        self.log = self.folder / f"{row.number}-{row.name}{'' if tree is ROOT else '-control'}.log"
+        self.log.write_bytes(b"")
+
+    def note(self, text):
+        with open(self.log, "a", encoding="utf-8", errors="replace") as file:
+            file.write(text)
+
+    def run(self, words, timeout=7200, **environment):
+        """Runs a program; its status and all that it printed, which goes to the log, too."""
+        given = dict(os.environ, **{name: str(value) for name, value in environment.items()})
+        self.note(f"$ {' '.join(map(str, words))}\n")
+        try:
+            done = subprocess.run(list(map(str, words)), cwd=self.tree, env=given, timeout=timeout, check=False,
+                                  stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+            status, said = done.returncode, done.stdout.decode("utf-8", "replace")
+        except subprocess.TimeoutExpired as error:
+            status, said = -1, (error.stdout or b"").decode("utf-8", "replace") + "\nstopped: it took too long\n"
+        self.note(said)
+        return status, said
+
+    def build(self, preset, *targets):
+        with BUILDING:
+            status, _ = self.run([self.tree / "tools/build.sh", preset, *targets])
+        if status != 0:
+            raise RuntimeError(f"the build failed; see {self.log.relative_to(ROOT)}")
+        return self.tree / "build" / preset
+
+    def test(self, preset, program, tests, **environment):
+        """Runs tests of a program at the row's length: whether they passed, and their figures by name."""
+        folder, name = program.rsplit("/", 1)
+        built = self.build(preset, name)
+        settings = sanitizer_options(self.tree, preset)
+        status, said = self.run([built / "tests" / folder / name, f"--gtest_filter={tests}"],
+                                **dict(settings, KZ_PROVE=self.scale, **environment))
+        ran = re.search(r"\[  PASSED  \] [1-9]", said) is not None
+        figures = {name: float(value) for name, value in re.findall(r"^figure: (.*) = (\S+)$", said, re.M)}
+        return status == 0 and ran, figures
+
+    def planted(self, plant):
+        """A run in a copy of the tree that has the fault."""
+        copy = copy_of_tree(ROOT / "build/prove/tree")
+        file, before, after = plant
+        text = (ROOT / file).read_text(encoding="utf-8")
+        if text.count(before) != 1:
+            raise RuntimeError(f"the planted fault does not fit {file} any more: {before!r}")
+        write_if_changed(copy / file, text.replace(before, after).encode())
+        return Work(self.row, self.scale, copy)
+
+    def interpreter(self, variant):
+        """The folder of a library of the interpreter that is built for this."""
+        with BUILDING:
+            status, said = self.run([ROOT / "tools/prove/interpreter.sh", variant])
+        if status != 0:
+            raise NotRun(said.strip().splitlines()[-1])
+        return said.strip().splitlines()[-1]
+
+
+def sanitizer_options(tree, preset):
+    """The environment in which ctest runs the tests of the preset."""
+    import json  # pylint: disable=import-outside-toplevel
+    presets = json.loads((tree / "CMakePresets.json").read_text(encoding="utf-8"))["testPresets"]
+    found = next((each.get("environment", {}) for each in presets if each["name"] == preset), {})
+    return {name: value.replace("${sourceDir}", str(tree)) for name, value in found.items()}
+
+
+def write_if_changed(path, content):
+    """Leaves alone what is as it should be, so that it need not be built again."""
+    if not path.exists() or path.read_bytes() != content:
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
+
+
+def copy_of_tree(to):
+    listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT, check=True,
+                            stdout=subprocess.PIPE).stdout.decode().split("\0")
+    names = [name for name in listed if name and (ROOT / name).is_file()]
+    for name in names:
+        write_if_changed(to / name, (ROOT / name).read_bytes())
+        shutil.copymode(ROOT / name, to / name)
+    (to / "build").mkdir(exist_ok=True)
+    for each in (ROOT / "build").iterdir():
+        if each.is_symlink() and not (to / "build" / each.name).is_symlink():
+            (to / "build" / each.name).symlink_to(each.resolve())
+    return to
+
+
+def told(figures):
+    return ", ".join(f"{name} {value:g}" for name, value in figures.items())
