@@ -98,7 +98,9 @@ KzResult kzGiveItem(Item* item, IKzUnknown** out) {
 }
 
 CMeshData* kzMeshOf(const Item& item) {
-    auto* geometry = dynamic_cast<MeshGeometry*>(item.geometry.get());
+    const Item* owner = &item;
+    while (owner->source != nullptr) owner = owner->source;
+    auto* geometry = dynamic_cast<MeshGeometry*>(owner->geometry.get());
     return geometry != nullptr ? &geometry->mesh->data : nullptr;
 }
 

@@ -28,10 +28,8 @@ PacketRef packetOf(Item& item, PacketKind kind, KzElementId first, KzElementId s
 }
 PacketRef packetOf(Item& item, const MeshEdge& edge) { return packetOf(item, PacketKind::edge, edge.start, edge.end); }
 
-CMeshData* meshOf(Item& item) { return kzMeshOf(item.shapeOwner()); }
-
 void addElements(Item& item, std::int32_t type, PacketList& list) {
-    CMeshData* mesh = meshOf(item);
+    CMeshData* mesh = kzMeshOf(item);
     if (mesh == nullptr) return;
     if (type == KZi_SELTYP_POINT)
         for (const MeshPoint& point : mesh->points) list.add(packetOf(item, PacketKind::vertex, point.id));
@@ -110,14 +108,14 @@ PacketList kzGrown(const OpenScenes& scenes, std::int32_t type) {
             item->children.each([&](Item& child) {
                 list.add(selection.packet({.kind = PacketKind::item, .item = child.shared_from_this()}));
             });
-        else if (CMeshData* mesh = packet->isElement() ? meshOf(*item) : nullptr)
+        else if (CMeshData* mesh = packet->isElement() ? kzMeshOf(*item) : nullptr)
             for (const KzElementId point : pointsOf(*packet, *mesh)) addNext(*item, type, *mesh, point, list);
     });
     return list;
 }
 
 PacketRef kzElementPacket(Item& item, std::int32_t type, std::size_t position, std::size_t second) {
-    CMeshData* mesh = meshOf(item);
+    CMeshData* mesh = kzMeshOf(item);
     if (mesh == nullptr) return nullptr;
     const auto isPoint = [&](std::size_t index) { return index < mesh->points.size(); };
     const auto point = [&](std::size_t index) { return mesh->points.byIndex(static_cast<std::uint32_t>(index)).id; };
@@ -137,7 +135,7 @@ PacketRef kzElementPacket(Item& item, std::int32_t type, std::size_t position, s
 
 std::vector<std::size_t> kzElementPositions(const SelectionPacket& packet) {
     const ItemRef item = packet.item.lock();
-    CMeshData* mesh = item != nullptr && packet.isElement() ? meshOf(*item) : nullptr;
+    CMeshData* mesh = item != nullptr && packet.isElement() ? kzMeshOf(*item) : nullptr;
     if (mesh == nullptr) return {};
     const auto place = [&](const auto& table, std::size_t number) {
         return static_cast<std::size_t>(table.indexOf(idOf(packet.numbers[number])));

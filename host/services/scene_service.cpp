@@ -117,16 +117,6 @@ public:
         *type = kzItemTypes()[index].number;
         return KZe_OK;
     }
-    KzResult sceneservice_ItemTypeTag(std::int32_t type, const char* tag, const char** value) override {
-        enter("Scene.ItemTypeTag");
-        const char* text = requireType(type).tag(kzTextOf(tag));
-        if (text == nullptr)
-            return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeTag", [&] {
-                return "the type " + std::string(requireType(type).name) + " has no tag \"" + kzString(tag) + "\"";
-            });
-        *value = lend(text);
-        return KZe_OK;
-    }
     KzResult sceneservice_CreateCollection(IKzUnknown** items) override {
         enter("Scene.CreateCollection");
         return CHostRef<CItemCollection>::make(m_scenes->workspace).give(items);

@@ -224,13 +224,15 @@ def drive_selection():
     ear, listener = spies.spy_class('SceneItemListener', 'SelectionListener')(), service.Listener()
     selection = service.Selection()
     attempt(listener.AddListener, ear)
-    scene, other = scenes.Create('chosen'), scenes.Create('other')
+    other, scene = scenes.Create('other'), scenes.Create('chosen')
     group, mesh, child = [scene.ItemAdd(scenes.ItemTypeLookup(kind)) for kind in ('group', 'mesh', 'locator')]
     kz.bless(spies.spy_class('SelectionType', seltyp_Size=1, seltyp_Flags=symbol.fSELTYP_SUBTYPES, seltyp_Compare=0,
                              seltyp_SubType=1), 'spied.selection')
     kz.bless(all_done('SelectionOperation', selop_TestPoint=True, selop_TestEdge=True, selop_TestPolygon=True),
              'spied.operation')
-    attempt(lambda: selection.Replace(selection.TypeLookup('spied.selection'), 2, 2, 'ab'))
+    packets = kz.Storage('b', 2)
+    packets.set((1, 2))
+    attempt(lambda: selection.Replace(selection.TypeLookup('spied.selection'), 2, 2, packets))
     points = meshes.EditItem(mesh, None)
     ids = kz.Storage('p', 3)
     ids.set([points.AddPoint((corner, corner * corner, 0)) for corner in range(3)])
@@ -250,12 +252,12 @@ def drive_selection():
                  (members.AddItem, child), (graph.AddLink, child, mesh),
                  (graph.AddLink, child, group), (graph.SetLink, child, 0, group, 0), (graph.DeleteLink, child, mesh),
                  (channels.AddLink, child, 0, mesh, 0), (channels.DeleteLink, child, 0, mesh, 0),
-                 (scenes.SetCurrent, scene), (scenes.Save, scene, FOLDER + '/a.kzscene', None)):
+                 (scenes.SetCurrent, other), (scenes.Save, scene, FOLDER + '/a.kzscene', None)):
         attempt(*call)
     items = scenes.CreateCollection()
     items.Add(child)
     attempt(items.Duplicate, scene, symbol.fITEMCOPY_INSTANCE)
-    for _ in range(60):
+    for _ in range(120):
         items.Add(scene.ItemAdd(scenes.ItemTypeLookup('locator')))
     attempt(items.Duplicate, other, 0)
     subset = spies.spy_class('SceneSubset', scnsub_TestItem=True, scnsub_TestAction=True)()
