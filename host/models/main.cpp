@@ -1,5 +1,5 @@
-// The program that reads and writes foreign models for the host, in a process of its own: whatever a file does to a reader,
-// it cannot harm the host.
+// The program that reads and writes foreign models for the host, in a process of its own: whatever a file does to a
+// reader, it cannot harm the host.
 //
 //     kzModels read FILE            writes the model to standard output
 //     kzModels write FORMAT FILE    reads it from standard input

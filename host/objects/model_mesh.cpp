@@ -1,5 +1,5 @@
-// Meshes of foreign models. A vertex of theirs has one normal and one place in each texture, so at a seam there are several at
-// one place; here, one point has values for each of its corners.
+// Meshes of foreign models. A vertex of theirs has one normal and one place in each texture, so at a seam there are
+// several at one place; here, one point has values for each of its corners.
 #include "host/objects/mesh_merge.h"
 #include "host/objects/model_scene.h"
 

@@ -1,5 +1,5 @@
-// The program that reads and writes foreign models. It hands on what it has read in a file in memory, and says what is wrong
-// on a pipe, whose end tells that it is over.
+// The program that reads and writes foreign models. It hands on what it has read in a file in memory, and says what is
+// wrong on a pipe, whose end tells that it is over.
 #include "host/objects/model_program.h"
 
 #include "host/objects/program_part.h"

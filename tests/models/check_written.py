@@ -1,4 +1,5 @@
-# Reads a scene that the host has written in five formats, by trimesh and pygltflib, and compares it with what the host says:
+# Reads a scene that the host has written in five formats, by trimesh and pygltflib, and compares it with what the host
+# says:
 #
 #     python3 check_written.py FOLDER
 #

@@ -2,10 +2,11 @@
 #
 #     python3 make_models.py /usr/share/assimp/models >models.json
 #
-# The tool reads them as they are (-r), so faces are not triangulated, vertices not joined and meshes not split. What it
-# reads with its usual steps is a part of that. Null stands for a file that it does not read within 4 GiB, or crashes on. The
-# box that it prints is wrong where nodes with a place stand below others: it applies them in the wrong order. So the box is
-# computed here, from the vertices and places that the tool writes as JSON, and the wrong one is only held against the print.
+# The tool reads them as they are (-r), so faces are not triangulated, vertices not joined and meshes not split. What
+# it reads with its usual steps is a part of that. Null stands for a file that it does not read within 4 GiB, or
+# crashes on. The box that it prints is wrong where nodes with a place stand below others: it applies them in the wrong
+# order. So the box is computed here, from the vertices and places that the tool writes as JSON, and the wrong one is
+# only held against the print.
 import json
 import math
 import os
@@ -53,8 +54,8 @@ def facts_of(path):
     if text is None:
         return None
     row = [int(re.search(r"^%s: +(\d+)" % name, text, re.MULTILINE).group(1)) for name in COUNTS]
-    printed = [[float(number) for number in re.search(r"^%s point +\((.*)\)" % end, text, re.MULTILINE).group(1).split()]
-               for end in ("Minimum", "Maximum")]
+    ends = [re.search(r"^%s point +\((.*)\)" % end, text, re.MULTILINE).group(1) for end in ("Minimum", "Maximum")]
+    printed = [[float(number) for number in end.split()] for end in ends]
     with tempfile.TemporaryDirectory() as folder:
         if not math.isfinite(sum(printed[0] + printed[1])) or tool("export", path, folder + "/a", "-fassjson") is None:
             return row + [None]

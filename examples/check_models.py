@@ -1,0 +1,97 @@
+# python
+"""An asset check: holds the models of other programs below a folder against a studio's rules.
+
+    kzhost run examples/check_models.py examples/models report.json
+
+The report lists what was measured and what is wrong with each model. The exit status is 0 if all is well and 3 if a
+model breaks a rule or cannot be read, so that a shell script or a farm can act on it.
+"""
+import itertools
+import json
+import os
+import sys
+
+import kz
+
+KINDS = (".dae", ".fbx", ".glb", ".gltf", ".obj", ".ply", ".stl")
+LARGEST = 20.0  # metres
+scenes = kz.service.Scene()
+MESH = scenes.ItemTypeLookup(kz.symbol.sITYPE_MESH)
+
+
+def corners_of(item, mesh, read):
+    """The corners of the mesh's box, in the world."""
+    if not mesh.PointCount():
+        return []
+    place = read.Matrix(item, item.ChannelLookup("worldMatrix"))
+    return [[sum(part * row[axis] for part, row in zip(corner + (1,), place)) for axis in range(3)]
+            for corner in itertools.product(*zip(*mesh.BoundingBox(0)))]
+
+
+def flat_polygons(mesh):
+    """How many polygons have no area: something is wrong with them in every renderer."""
+    polygon = mesh.Polygons()
+    count = 0
+    for index in range(mesh.PolygonCount()):
+        polygon.MoveToIndex(index)
+        count += polygon.Area() < 1e-12
+    return count
+
+
+def measure(scene):
+    read = scene.Channels(None, 0.0)
+    facts = {"meshes": 0, "polygons": 0, "without area": 0, "without UVs": [], "missing files": [], "size": [0, 0, 0]}
+    corners = []
+    for index in range(scene.ItemCount(MESH)):
+        item = scene.ItemByIndex(MESH, index)
+        mesh = kz.service.Mesh().FromItem(item, 0.0, 0)
+        facts["meshes"] += 1
+        facts["polygons"] += mesh.PolygonCount()
+        facts["without area"] += flat_polygons(mesh)
+        maps = [mesh.MapByIndex(number).Type() for number in range(mesh.MapCount())]
+        if kz.symbol.i_MAPTYPE_TEXTURE not in maps:
+            facts["without UVs"].append(item.UniqueName())
+        corners += corners_of(item, mesh, read)
+    if corners:
+        facts["size"] = [round(max(axis) - min(axis), 6) for axis in zip(*corners)]
+    files = [scene.Assets().Reference(index) for index in range(scene.Assets().Count())]
+    facts["missing files"] = [os.path.basename(file.Path()) for file in files if not file.IsFound()]
+    facts["textures"] = len(files)
+    return facts
+
+
+def faults_of(path):
+    """What was measured, and what is wrong."""
+    try:
+        scene = scenes.Load(path, None)
+    except Exception:
+        return {}, ["cannot be read"]  # the log has the reason
+    facts = measure(scene)
+    scenes.Close(scene)
+    unmapped = ", ".join(facts["without UVs"])
+    rules = [(facts["polygons"], "has no polygons"),
+             (max(facts["size"]) <= LARGEST, "is %g m large; is it in metres?" % max(facts["size"])),
+             (not facts["without area"], "has %d polygons without area" % facts["without area"]),
+             (not facts["missing files"], "misses " + ", ".join(facts["missing files"])),
+             (not (facts["textures"] and unmapped), "has textures but no UVs on " + unmapped)]
+    return facts, [fault for is_kept, fault in rules if not is_kept]
+
+
+def main(folder, report=None):
+    paths = [os.path.join(place, name) for place, _, names in os.walk(folder) for name in names]
+    models = sorted(path for path in paths if os.path.splitext(path)[1].lower() in KINDS)
+    results = {}
+    for path in models:
+        facts, faults = faults_of(path)
+        results[path] = {"facts": facts, "faults": faults}
+        for fault in faults or ["good: %(meshes)d meshes, %(polygons)d polygons" % facts]:
+            print "%s %s" % (path, fault)
+    bad = sum(1 for each in results.values() if each["faults"])
+    print "%d models, %d with faults" % (len(results), bad)
+    if report:
+        with open(report, "w") as stream:
+            json.dump(results, stream, indent=4, sort_keys=True)
+    return 3 if bad else 0
+
+
+sys.exit(main(*sys.argv[1:]))
