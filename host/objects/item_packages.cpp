@@ -87,6 +87,11 @@ std::vector<ServedItemRef> CItemPackages::all(const std::function<bool(const Ite
     return found;
 }
 
+std::vector<ServedItemRef> CItemPackages::of(const CDocument& document) const {
+    if (m_types.empty()) return {};
+    return all([&](const Item& item) { return &item.document == &document; });
+}
+
 std::vector<ServedItemRef> CItemPackages::below(const CItem& top) const {
     if (m_types.empty()) return {};
     const auto reading = top.readKept();
@@ -184,7 +189,7 @@ void CItemPackages::tell(const DocumentEvent& event) {
 }
 
 void CItemPackages::closing(CDocument& document) {
-    const auto items = all([&](const Item& item) { return &item.document == &document; });
+    const auto items = of(document);
     {
         const std::lock_guard guard(m_lock);
         for (const auto& each : items) m_items.erase(each->item.get());
@@ -271,8 +276,7 @@ void CItemPackages::collectData(const ServedItem& served) {
 }
 
 void CItemPackages::collectData(const CDocument& document) const {
-    if (m_types.empty()) return;
-    for (const auto& each : all([&](const Item& item) { return &item.document == &document; })) collectData(*each);
+    for (const auto& each : of(document)) collectData(*each);
 }
 
 void CItemPackages::collectData(const CItem& top) const {
