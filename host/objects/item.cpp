@@ -2,8 +2,6 @@
 #include "host/objects/item.h"
 
 #include "host/core/reasons.h"
-#include "host/document/duplicate.h"
-#include "host/objects/item_packages.h"
 #include "host/objects/mesh_marks.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
@@ -309,18 +307,6 @@ KzResult CItem::item_SetFlags(std::uint32_t mask, std::uint32_t flags) {
     edit.setFlags(*item, (item->flags & ~mask) | (flags & mask));
     edit.commit();
     return KZe_OK;
-}
-
-KzResult CItem::item_Duplicate(std::int32_t deep, IKzUnknown** item) {
-    if (m_type.number == KZiITYPE_ROOT) return KZe_INVALIDARG;
-    if (const CItemPackages* packages = kzItemPackages(*m_workspace)) packages->collectData(*this);
-    return kzAddItem(
-        *m_workspace, [&](CEdit& edit) -> Item& { return kzDuplicate(*read(), deep != 0, edit); }, item);
-}
-
-KzResult CItem::item_Object(const char* type, IKzUnknown** object) {
-    const CItemPackages* packages = kzItemPackages(*m_workspace);
-    return packages != nullptr ? packages->instance(*this, kzTextOf(type), object) : KZe_NOTFOUND;
 }
 
 }  // namespace kzhost

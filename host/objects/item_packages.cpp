@@ -4,7 +4,6 @@
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/block_stream.h"
-#include "host/objects/scene.h"
 #include "host/state/text.h"
 
 #include "kz/result.h"
@@ -57,9 +56,15 @@ template <class Call> void eachInstance(const ServedItem& served, const Call& ca
     for (const Part& part : served.parts) call(part.instance);
 }
 
-CHostRef<CScene> sceneOf(CDocument& document) {
-    const CReading reading(document.workspace());
-    return document.isOpen() ? kzObjectOf(document) : CHostRef<CScene>();
+// Calls `use(scene)` unless the document has been closed.
+template <class Use> void withScene(CDocument& document, const Use& use) {
+    CKzLoc_Unknown scene;
+    {
+        const CReading reading(document.workspace());
+        if (!document.isOpen()) return;
+        static_cast<DocumentObject&>(*document.object).give(scene.out());
+    }
+    use(scene.raw());
 }
 
 }  // namespace
@@ -85,6 +90,11 @@ std::vector<ServedItemRef> CItemPackages::all(const std::function<bool(const Ite
         if (isWanted(*item)) found.push_back(served);
     std::ranges::sort(found, {}, [](const ServedItemRef& each) { return each->item->serial; });
     return found;
+}
+
+std::vector<ServedItemRef> CItemPackages::of(const CDocument& document) const {
+    if (m_types.empty()) return {};
+    return all([&](const Item& item) { return &item.document == &document; });
 }
 
 std::vector<ServedItemRef> CItemPackages::below(const CItem& top) const {
@@ -146,8 +156,8 @@ void CItemPackages::added(const ItemRef& item, std::uint32_t flags) {
     if (!original) original = served->object;
     eachInstance(*served, [&](const auto& each) { each.Newborn(original.raw(), flags); });
     refreshName(*served);
-    if (const auto scene = sceneOf(item->document))
-        eachInstance(*served, [&](const auto& each) { each.AddedTo(scene.raw()); });
+    withScene(item->document,
+              [&](IKzUnknown* scene) { eachInstance(*served, [&](const auto& each) { each.AddedTo(scene); }); });
 }
 
 void CItemPackages::tell(const DocumentEvent& event) {
@@ -184,7 +194,7 @@ void CItemPackages::tell(const DocumentEvent& event) {
 }
 
 void CItemPackages::closing(CDocument& document) {
-    const auto items = all([&](const Item& item) { return &item.document == &document; });
+    const auto items = of(document);
     {
         const std::lock_guard guard(m_lock);
         for (const auto& each : items) m_items.erase(each->item.get());
@@ -212,7 +222,7 @@ void CItemPackages::end(ServedItem& served) {
 // A name that changes a channel, which asks for the name, must not go on for ever.
 void CItemPackages::refreshName(ServedItem& served) {
     thread_local bool isNaming = false;
-    if (isNaming || !served.object->read()->name.empty()) return;
+    if (isNaming || !served.object->item_IsValid() || !served.object->read()->name.empty()) return;
     struct Naming {
         Naming() { isNaming = true; }
         ~Naming() { isNaming = false; }
@@ -271,8 +281,7 @@ void CItemPackages::collectData(const ServedItem& served) {
 }
 
 void CItemPackages::collectData(const CDocument& document) const {
-    if (m_types.empty()) return;
-    for (const auto& each : all([&](const Item& item) { return &item.document == &document; })) collectData(*each);
+    for (const auto& each : of(document)) collectData(*each);
 }
 
 void CItemPackages::collectData(const CItem& top) const {
@@ -317,15 +326,15 @@ std::vector<CHostRef<CItem>> CItemPackages::madeInside(const CItem& item) const 
 }
 
 void CItemPackages::postLoad(CDocument& document) {
-    const auto scene = sceneOf(document);
     for (const PackageRef& each : m_types.all()) {
         std::size_t count = 0;
         {
             const CReading reading(document.workspace());
             count = document.count(each->type->number);
         }
-        if (!scene || count == 0) continue;
-        const KzResult code = each->object.PostLoad(scene.raw());
+        if (count == 0) continue;
+        KzResult code = KZe_OK;
+        withScene(document, [&](IKzUnknown* scene) { code = each->object.PostLoad(scene); });
         if (kzRefuses(code))
             kzBecause(code, "Package", [&] {
                 return fmt::format("PostLoad of the package \"{}\" ended with {}", each->name, kzCodeName(code));
@@ -358,11 +367,12 @@ void CPackageLoad::finish(bool isNew, const RenamedItems& renamed) {
         }
     for (const auto& each : begun) eachInstance(*each, [](const auto& instance) { instance.AfterLoad(); });
     m_packages->postLoad(m_document);
-    const auto scene = sceneOf(m_document);
     for (const auto& each : begun) {
-        if (!scene || !each->object->item_IsValid()) continue;
+        if (!each->object->item_IsValid()) continue;
         CItemPackages::refreshName(*each);
-        eachInstance(*each, [&](const auto& instance) { instance.AddedTo(scene.raw()); });
+        withScene(m_document, [&](IKzUnknown* scene) {
+            eachInstance(*each, [&](const auto& instance) { instance.AddedTo(scene); });
+        });
     }
 }
 

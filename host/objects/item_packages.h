@@ -62,10 +62,14 @@ public:
     void collectData(const CDocument& document) const;
     void collectData(const CItem& top) const;
 
+    // Null for an item without instances.
+    ServedItemRef find(const Item* item) const;
+    // The items of the document that have instances, in the order of their creation.
+    std::vector<ServedItemRef> of(const CDocument& document) const;
+
 private:
     friend class CPackageLoad;
 
-    ServedItemRef find(const Item* item) const;
     std::vector<ServedItemRef> all(const std::function<bool(const Item&)>& isWanted) const;
     std::vector<ServedItemRef> below(const CItem& top) const;
     // Null if a package refuses the item, or the item has none. An item without a source is its own.

@@ -60,8 +60,8 @@ class Lamp(kzifc.Package):
         HEARD.append('PostLoad')
 
 
-class Instance(kzifc.PackageInstance, kzifc.StreamIO):
-    notes, friend, fails = '', None, ()
+class Instance(kzifc.PackageInstance, kzifc.StreamIO, kzifc.InstanceAssets):
+    notes, friend, fails, path = '', None, (), ''
 
     def note(self, name, *more):
         if name in Instance.fails:
@@ -97,6 +97,19 @@ class Instance(kzifc.PackageInstance, kzifc.StreamIO):
 
     def pins_AllowRemove(self):
         return self.notes != 'keep'
+
+    def instass_Count(self):
+        return 1
+
+    def instass_IdentByIndex(self, index):
+        return 'photo'
+
+    def instass_Filename(self, ident):
+        return self.path
+
+    def instass_SetFilename(self, ident, path):
+        self.note('SetFilename')
+        self.path = path
 
     def io_Write(self, stream):
         self.note('Write')
@@ -273,5 +286,27 @@ def check_scenes_keep_items_and_their_data():
             line = next(each for each in text.splitlines() if each.startswith('data'))
             open(unknown, 'w').write(text.replace(line, line + '\n' + bad if bad.endswith('00') else bad))
             fails('FAILED', (SCENES.Load, unknown, None))
+    finally:
+        shutil.rmtree(folder)
+
+
+def check_files_of_instances_are_assets():
+    folder = tempfile.mkdtemp()
+    try:
+        scene, item, lamp = new()
+        assets = kz.object.SceneAssets(scene.Assets())
+        equal(assets.Count(), 0)
+        lamp.path = os.path.join(folder, 'photo.png')
+        open(lamp.path, 'w').close()
+        equal((assets.Count(), assets.ByIndex(0)[1]), (1, 'photo'))
+        photo = kz.object.FileReference(assets.Reference(0))
+        equal((photo.Path(), photo.IsFound()), (lamp.path, True))
+        assets.Gather(os.path.join(folder, 'all'), 1)
+        equal((photo.Path(), photo.IsFound()), (os.path.join(folder, 'all', 'photo.png'), True))
+        photo.SetPath('elsewhere')
+        equal((lamp.path, photo.IsFound()), ('elsewhere', False))
+        Instance.fails = ('SetFilename',)
+        fails('FAILED', (photo.SetPath, 'again'))
+        Instance.fails = ()
     finally:
         shutil.rmtree(folder)

@@ -271,6 +271,26 @@ def drive_selection():
     attempt(listener.RemoveListener, ear)
 
 
+def drive_packages():
+    """Items of a package are created, copied, removed, saved and loaded."""
+    kinds = 'PackageInstance', 'StreamIO', 'InstanceAssets'
+    answers = dict.fromkeys([name for kind in kinds for name in spies.operations(kind)], spies.done)
+    answers.update(pins_SynthName='spied', pins_AllowRemove=True, pins_SubCount=1, pins_SubByIndex=None,
+                   instass_Count=1, instass_IdentByIndex='file', instass_Filename=FOLDER + '/a.spied',
+                   io_Write=lambda self, stream: kz.object.BlockWrite(stream).WriteInt(1))
+    instance = spies.spy_class(*kinds, **answers)
+    kz.bless(all_done('Package', pkg_Attach=lambda self: instance(), pkg_TestInterface=False), 'spied.package')
+    scene, path = scenes.Create('packages'), FOLDER + '/packages.kzscene'
+    item = scene.ItemAdd(scenes.ItemTypeLookup('spied.package'))
+    attempt(item.Object, 'spied')
+    attempt(scene.Assets().Gather, FOLDER + '/gathered', 1)
+    attempt(item.Duplicate, 0)
+    attempt(kz.eval, 'item.delete spied')
+    attempt(scenes.Save, scene, path, None)
+    scenes.Close(scene)
+    scenes.Close(scenes.Load(path, None))
+
+
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
-              drive_listeners, drive_memory, drive_folders, drive_time, drive_selection):
+              drive_listeners, drive_memory, drive_folders, drive_time, drive_selection, drive_packages):
     drive()
