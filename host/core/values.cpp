@@ -4,6 +4,7 @@
 #include "host/core/reasons.h"
 #include "host/state/text.h"
 
+#include "kz/block_io.h"
 #include "kz/result.h"
 
 #include <list>
@@ -131,6 +132,39 @@ KzResult CValue::val_GetIntrinsic(void** memory) {
     if (color == nullptr) return KZe_NOTSUPPORTED;
     *memory = color->data();
     return KZe_OK;
+}
+
+// A number, a text, or a colour as a vector: what the cell holds, without the type.
+KzResult CValue::val_Write(IKzUnknown* stream) {
+    const CKzUser_BlockWrite out(stream);
+    if (!out) return KZe_INVALIDARG;
+    if (const auto* number = std::get_if<std::int32_t>(&m_cell)) return out.WriteInt(*number);
+    if (const auto* number = std::get_if<double>(&m_cell)) return out.WriteDouble(*number);
+    if (const auto* text = std::get_if<std::string>(&m_cell)) return out.WriteString(text->c_str());
+    const KzColor& color = std::get<KzColor>(m_cell);
+    const KzVector3 vector{{color[0], color[1], color[2]}};
+    return out.WriteVector(&vector);
+}
+
+// A value that cannot be read stays as it is.
+KzResult CValue::val_Read(IKzUnknown* stream) {
+    const CKzUser_BlockRead in(stream);
+    if (!in) return KZe_INVALIDARG;
+    KzCell cell = kzEmptyCell(*m_type);
+    KzResult code = KZe_OK;
+    if (auto* whole = std::get_if<std::int32_t>(&cell)) {
+        code = in.ReadInt(whole);
+    } else if (auto* number = std::get_if<double>(&cell)) {
+        code = in.ReadDouble(number);
+    } else if (auto* text = std::get_if<std::string>(&cell)) {
+        code = kzReadText(*text, [&](char* buffer, std::uint32_t length) { return in.ReadString(buffer, length); });
+    } else {
+        KzVector3 vector{};
+        code = in.ReadVector(&vector);
+        cell = KzColor{vector.v[0], vector.v[1], vector.v[2]};
+    }
+    if (kzSucceeded(code)) m_cell = std::move(cell);
+    return code;
 }
 
 CValueArray::CValueArray(std::string_view type)

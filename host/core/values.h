@@ -38,6 +38,8 @@ public:
     KzResult val_GetString(char* buffer, std::uint32_t length) override;
     KzResult val_SetString(const char* value) override;
     KzResult val_GetIntrinsic(void** memory) override;
+    KzResult val_Read(IKzUnknown* stream) override;
+    KzResult val_Write(IKzUnknown* stream) override;
 
     const KzValueType& type() const { return *m_type; }
     const KzCell& cell() const { return m_cell; }

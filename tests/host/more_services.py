@@ -35,6 +35,10 @@ def check_streams_read_what_they_wrote_in_both_flavours():
         out.Close()
         out.WriteItem(item)
         out.WriteItem(None)
+        values = [kz.service.Value().CreateValue(name) for name in ('integer', 'distance', 'string', 'color')]
+        for value, text in zip(values, ('-3', '0.1', 'two "words"', '0.25 0.5 1')):
+            value.SetString(text)
+            value.Write(out)
         out.WriteByte(255)
         out.WriteBytes(3, storage('b', 0, 10, 255))
         fails('INVALIDARG', (out.WriteByte, 256), (out.WriteBytes, 1, None))
@@ -47,11 +51,15 @@ def check_streams_read_what_they_wrote_in_both_flavours():
         stream.Close()  # unread
         near([stream.ReadFloat()], [0.1], 1e-8)
         equal((kind, stream.ReadVector(), stream.Remaining()), (kind, (1, -2, 1e-300), 0))
-        fails('IO_SHORTREAD', (stream.ReadInt,), (stream.ReadString,))
+        fails('IO_SHORTREAD', (stream.ReadInt,), (stream.ReadString,), (values[2].Read, stream), (values[3].Read, stream))
         fails('OUTOFBOUNDS', (stream.Open,))
         stream.Close()
         equal((kind, stream.ReadItem().Ident()), (kind, item.Ident()))
         fails('NOTFOUND', (stream.ReadItem,))
+        for value in values:
+            again = kz.service.Value().CreateValue(value.TypeName())
+            again.Read(stream)
+            equal((kind, again.GetString()), (kind, value.GetString()))
         room = storage('b', 0, 0, 0)
         equal((kind, stream.ReadByte(), stream.ReadBytes(3, room), room.get()), (kind, 255, None, (0, 10, 255)))
         fails('IO_ERROR', (io.OpenRead, path('stream'), i_STREAM_BINARY if kind == i_STREAM_TEXT else i_STREAM_TEXT))

@@ -5,9 +5,13 @@
 #include "host/core/service_registry.h"
 #include "host/state/text.h"
 
+#include "kz/action.h"
+#include "kz/block_io.h"
 #include "kz/channel.h"
+#include "kz/color_mapping.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
+#include "kz/dir_cache.h"
 #include "kz/envelope.h"
 #include "kz/image.h"
 #include "kz/item.h"
@@ -96,6 +100,13 @@ public:
         values->ScriptQuery(add("query"));
         ServiceOf<CKzUser_MessageService>(application)->Allocate(add("message"));
         commands->Spawn(0, "user.value", add("command"));
+        IKzUnknown* const command = last();
+        ServiceOf<CKzUser_IOService>(application)->CreateOptions(command, add("options"));
+        commands->Help("user.value", add("help"));
+        ServiceOf<CKzUser_ColorMappingService>(application)->Mapping("linear", "sRGB", 0, add("colour mapping"));
+        ServiceOf<CKzUser_DirCacheService>(application)->Lookup("/", add("directory entry"));
+        scene.ActionAdd("pose", KZiACTIONCLIP_TYPE_POSE, add("pose action"));
+        scene.ItemLookup("pose", add("pose"));
         log->SubSystemLookup("test", add("log"));
         log->CreateEntry(KZe_INFO, "test", add("log entry"));
         dialogs->MonitorAllocate("test", add("monitor"));
