@@ -79,12 +79,14 @@ PythonRuntime* PythonRuntime::current() noexcept { return theRuntime; }
 
 MainInterpreter* PythonRuntime::interpreter() {
     if (m_state != notStarted) return m_state == started ? m_interpreter.get() : nullptr;
-    m_interpreter = std::make_unique<MainInterpreter>();
-    begin([this] { m_interpreter->start(m_progress, [this] { kzuObject(); }); });
+    begin([this] {
+        m_interpreter = std::make_unique<MainInterpreter>();
+        m_interpreter->start(m_progress, [this] { kzuObject(); });
+    });
     return m_interpreter.get();
 }
 
-// With a new record: takes the steps of `start`, or destroys the record.
+// Takes the steps of `start`, or destroys the record. Later entries get the code of its failure, whatever it throws.
 void PythonRuntime::begin(const std::function<void()>& start) {
     m_state = started;
     m_kzuObject = nullptr;
@@ -93,8 +95,8 @@ void PythonRuntime::begin(const std::function<void()>& start) {
     StartAttempt attempt(m_interpreter);
     try {
         start();
-    } catch (KzResult code) {
-        if (kzFailed(code)) m_failure = code;
+    } catch (...) {
+        if (const KzResult code = kzCodeOfException(); kzFailed(code)) m_failure = code;
         throw m_failure;
     }
     attempt.succeeded();

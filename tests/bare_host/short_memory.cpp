@@ -11,35 +11,50 @@
 
 namespace {
 thread_local bool t_isShort = false;
+thread_local bool t_isOneShort = false;
+thread_local long t_succeeding = 0;
+thread_local long t_asked = 0;
+
+bool fails() noexcept {
+    if (!t_isShort) return false;
+    ++t_asked;
+    if (t_succeeding-- > 0) return false;
+    if (t_isOneShort) t_isShort = false;
+    errno = ENOMEM;
+    return true;
 }
+}  // namespace
 
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 
-void* malloc(std::size_t size) { return t_isShort ? (errno = ENOMEM, nullptr) : __libc_malloc(size); }
-void* calloc(std::size_t count, std::size_t size) {
-    return t_isShort ? (errno = ENOMEM, nullptr) : __libc_calloc(count, size);
-}
-void* realloc(void* memory, std::size_t size) {
-    return t_isShort ? (errno = ENOMEM, nullptr) : __libc_realloc(memory, size);
-}
+void* malloc(std::size_t size) { return fails() ? nullptr : __libc_malloc(size); }
+void* calloc(std::size_t count, std::size_t size) { return fails() ? nullptr : __libc_calloc(count, size); }
+void* realloc(void* memory, std::size_t size) { return fails() ? nullptr : __libc_realloc(memory, size); }
 // The interpreter's small objects live in pages of their own.
 void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) {
-    if (t_isShort) return errno = ENOMEM, MAP_FAILED;
+    if (fails()) return MAP_FAILED;
     return reinterpret_cast<void*>(syscall(SYS_mmap, address, size, protection, flags, file, offset));
 }
 }
 
-CShortMemory::CShortMemory() noexcept { t_isShort = true; }
+CShortMemory::CShortMemory(long succeeding, bool isOneShort) noexcept {
+    t_succeeding = succeeding;
+    t_isOneShort = isOneShort;
+    t_asked = 0;
+    t_isShort = true;
+}
 CShortMemory::~CShortMemory() { t_isShort = false; }
+long CShortMemory::asked() noexcept { return t_asked; }
 bool CShortMemory::works() noexcept { return true; }
 
 #else
 
-CShortMemory::CShortMemory() noexcept = default;
+CShortMemory::CShortMemory(long /*succeeding*/, bool /*isOneShort*/) noexcept {}
 CShortMemory::~CShortMemory() = default;
+long CShortMemory::asked() noexcept { return 0; }
 bool CShortMemory::works() noexcept { return false; }
 
 #endif
