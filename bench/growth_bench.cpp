@@ -96,6 +96,7 @@ const std::string itemsAfter = R"(
 struct ItemWork {
     const char* name;
     const char *before, *work;
+    int count = 4000;
 };
 constexpr ItemWork itemWorks[] = {
     {"creating items", "", "for item in items: scene.ItemAdd(kind)"},
@@ -106,9 +107,10 @@ constexpr ItemWork itemWorks[] = {
     {"parenting items", "", "for item in items: item.SetParent(top, -1)"},
     {"removing items", "", "for item in items: scene.ItemRemove(item)"},
     {"selecting items", "", "for item in items: chosen.SelectItem(item, 1)"},
-    {"undoing", "undo.BlockBegin('all', 0)\nfor item in items: item.SetName('part')\nundo.BlockEnd()", "undo.Undo(1)"},
+    {"undoing", "undo.BlockBegin('all', 0)\nfor item in items: item.SetName('part')\nundo.BlockEnd()", "undo.Undo(1)",
+     8000},
     {"saving a scene", "", "scenes.Save(scene, path, None)"},
-    {"loading a scene", "scenes.Save(scene, path, None)", "scenes.Load(path, None)"},
+    {"loading a scene", "scenes.Save(scene, path, None)", "scenes.Load(path, None)", 8000},
 };
 // What the process has gained when that many texts of a megabyte have been executed.
 const std::string texts = R"(
@@ -228,9 +230,9 @@ int main(int count, char** arguments) {
     bool good = contest("print with a comma at the end", 20000, [&](int n) { return host.run(prints, n); });
     good &= contest("appending to a storage", 20000, [&](int n) { return host.run(appends, n); });
     good &= contest("evaluating driven channels", 1000, [&](int n) { return host.run(driven, n); });
-    for (const auto& [name, before, work] : itemWorks) {
+    for (const auto& [name, before, work, count] : itemWorks) {
         const std::string script = itemsBefore + before + "\nbegin = time.clock()\n" + work + "\n" + itemsAfter;
-        good &= contest(name, 4000, [&](int n) { return host.run(script, n); });
+        good &= contest(name, count, [&](int n) { return host.run(script, n); });
     }
     good &= contest("blessing classes", 500, [&](int n) { return host.run(blessings, n); });
     good &= contest("blessing classes and using them", 100, [&](int n) { return host.run(used, n); });
