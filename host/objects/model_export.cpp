@@ -101,9 +101,8 @@ private:
         }
     }
     // Instances show the meshes of their source.
-    std::vector<std::uint32_t> meshesOf(const Item& item) {
-        const Item* owner = &item;
-        while (owner->source != nullptr) owner = owner->source;
+    std::vector<std::uint32_t> meshesOf(Item& item) {
+        const Item* owner = &kzMeshOwner(item);
         const CMeshData* data = kzMeshOf(*owner);
         if (data == nullptr) return {};
         const auto [entry, isNew] = m_meshes.try_emplace(owner);
