@@ -3,6 +3,7 @@
 
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
+#include "host/objects/attached_object.h"
 #include "host/objects/block_stream.h"
 #include "host/state/text.h"
 
@@ -62,7 +63,7 @@ template <class Use> void withScene(CDocument& document, const Use& use) {
     {
         const CReading reading(document.workspace());
         if (!document.isOpen()) return;
-        static_cast<DocumentObject&>(*document.object).give(scene.out());
+        static_cast<const AttachedObject&>(*document.object).give(scene.out());
     }
     use(scene.raw());
 }

@@ -173,7 +173,7 @@ KzResult CSceneAssets::sceneassets_Gather(const char* folder, std::int32_t copy)
     std::map<std::string, fs::path> places;
     std::set<fs::path> taken;
     const auto assets = all();
-    for (const FileChannel& asset : assets) {
+    for (const Asset& asset : assets) {
         if (places.contains(asset.path)) continue;
         if (!fs::is_regular_file(asset.path, error))
             return kzBecause(KZe_NOTFOUND, "SceneAssets.Gather",
