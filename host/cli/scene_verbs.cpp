@@ -42,7 +42,7 @@ struct SceneFacts {
         const CReading reading(document.workspace());
         document.each(KZiITYPE_ANY, [&](Item& item) {
             if (&item != document.root()) ++types[item.type.name];
-            if (const CMeshData* mesh = kzMeshOf(kzMeshOwner(item))) addMesh(item, *mesh);
+            if (const CMeshData* mesh = kzMeshOf(item.shapeOwner())) addMesh(item, *mesh);
         });
     }
     void addMesh(Item& item, const CMeshData& mesh) {

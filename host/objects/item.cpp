@@ -102,13 +102,6 @@ CMeshData* kzMeshOf(const Item& item) {
     return geometry != nullptr ? &geometry->mesh->data : nullptr;
 }
 
-Item& kzMeshOwner(Item& item) {
-    Item* owner = &item;
-    while (owner->geometry == nullptr && owner->source != nullptr && &owner->source->type == &item.type)
-        owner = owner->source;
-    return *owner;
-}
-
 void kzGiveMesh(Item& item, const CMeshData& mesh) {
     auto geometry = std::make_shared<MeshGeometry>();
     geometry->mesh->data.assign(mesh);
@@ -150,11 +143,10 @@ CHostRef<CMesh> CItem::mesh() {
             return fmt::format("\"{}\" is a {} and has no mesh; items of the type mesh have one", item->uniqueName,
                                m_type.name);
         });
-    Item& owner = kzMeshOwner(*item);
-    if (owner.geometry == nullptr) owner.geometry = std::make_shared<MeshGeometry>();
-    auto& geometry = static_cast<MeshGeometry&>(*owner.geometry);
-    geometry.watch(owner.shared_from_this());
-    geometry.mesh->owner = owner.weak_from_this();
+    if (item->geometry == nullptr) item->geometry = std::make_shared<MeshGeometry>();
+    auto& geometry = static_cast<MeshGeometry&>(*item->geometry);
+    geometry.watch(item->shared_from_this());
+    geometry.mesh->owner = item->weak_from_this();
     return geometry.mesh;
 }
 

@@ -99,8 +99,6 @@ KzResult kzGiveItem(Item* item, IKzUnknown** out);
 
 // The mesh of an item; null if it has none. The lock must be held.
 CMeshData* kzMeshOf(const Item& item);
-// Who has the mesh that an item shows: the item itself or, if it has none, the one that it is an instance of.
-Item& kzMeshOwner(Item& item);
 // Gives a mesh to an item that is new in its document. It is no step of the history.
 void kzGiveMesh(Item& item, const CMeshData& mesh);
 

@@ -102,7 +102,7 @@ private:
     }
     // Instances show the meshes of their source.
     std::vector<std::uint32_t> meshesOf(Item& item) {
-        const Item* owner = &kzMeshOwner(item);
+        const Item* owner = &item.shapeOwner();
         const CMeshData* data = kzMeshOf(*owner);
         if (data == nullptr) return {};
         const auto [entry, isNew] = m_meshes.try_emplace(owner);

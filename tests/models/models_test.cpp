@@ -67,7 +67,7 @@ struct Facts {
         cameras = document.count(typeNamed(KZsITYPE_CAMERA));
         lights = document.count(typeNamed(KZsITYPE_LIGHT));
         document.each(typeNamed(KZsITYPE_MESH), [&](Item& item) {
-            const Item& owner = kzMeshOwner(item);
+            const Item& owner = item.shapeOwner();
             const CMeshData& mesh = *kzMeshOf(owner);
             const KzMatrix4 place = kzWorldMatrix(*kzObjectOf(item), 0);
             const bool isShown = (item.flags & KZfITEM_VISIBLE) != 0;
@@ -153,7 +153,7 @@ nlohmann::json describe(CDocument& document) {
         KzMatrix4 local = world;
         if (item.parent != nullptr) local = world * *kzInverse(kzWorldMatrix(*kzObjectOf(*item.parent), 0));
         std::set<std::string> materials;
-        if (const CMeshData* data = kzMeshOf(kzMeshOwner(item))) {
+        if (const CMeshData* data = kzMeshOf(item.shapeOwner())) {
             CMeshData mesh = *data;
             for (MeshPoint& point : mesh.points) point.position = kzPlace(point.position, world);
             for (const MeshPolygon& polygon : mesh.polygons) {
