@@ -40,24 +40,21 @@ def flat_polygons(mesh):
 
 def measure(scene):
     read = scene.Channels(None, 0.0)
-    facts = {"meshes": 0, "polygons": 0, "without area": 0, "without UVs": [], "missing files": [], "size": [0, 0, 0]}
-    corners = []
+    polygons, flat, unmapped, corners = 0, 0, [], []
     for index in range(scene.ItemCount(MESH)):
         item = scene.ItemByIndex(MESH, index)
         mesh = kz.service.Mesh().FromItem(item, 0.0, 0)
-        facts["meshes"] += 1
-        facts["polygons"] += mesh.PolygonCount()
-        facts["without area"] += flat_polygons(mesh)
+        polygons += mesh.PolygonCount()
+        flat += flat_polygons(mesh)
         maps = [mesh.MapByIndex(number).Type() for number in range(mesh.MapCount())]
         if kz.symbol.i_MAPTYPE_TEXTURE not in maps:
-            facts["without UVs"].append(item.UniqueName())
+            unmapped.append(item.UniqueName())
         corners += corners_of(item, mesh, read)
-    if corners:
-        facts["size"] = [round(max(axis) - min(axis), 6) for axis in zip(*corners)]
+    size = [round(max(axis) - min(axis), 6) for axis in zip(*corners)]
     files = [scene.Assets().Reference(index) for index in range(scene.Assets().Count())]
-    facts["missing files"] = [os.path.basename(file.Path()) for file in files if not file.IsFound()]
-    facts["textures"] = len(files)
-    return facts
+    missing = [os.path.basename(file.Path()) for file in files if not file.IsFound()]
+    return {"meshes": scene.ItemCount(MESH), "polygons": polygons, "without area": flat, "without UVs": unmapped,
+            "size": size or [0, 0, 0], "missing files": missing, "textures": len(files)}
 
 
 def faults_of(path):

@@ -148,7 +148,7 @@ void addServices(const HostParts& host) {
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
     add("mesh", KZu_MESHSERVICE, kzMakeMeshService);
     add("message", KZu_MESSAGESERVICE, kzMakeMessageService, host.log);
-    add("packet", KZu_PACKETSERVICE, kzMakePacketService, host.scenes);
+    add("packet", KZu_PACKETSERVICE, kzMakePacketService, host.scenes, host.modules);
     add("network", KZu_NETWORKSERVICE, kzMakeNetworkService, host.files);
     add("notifysys", KZu_NOTIFYSYSSERVICE, kzMakeNotifyService, host.notifiers, host.commandState);
     add("persistence", KZu_PERSISTENCESERVICE, kzMakePersistenceService, host.persistence);

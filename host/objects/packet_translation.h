@@ -35,6 +35,9 @@ public:
     }
     std::uint32_t vpkt_Size() override { return kzPacketSize; }
     std::uint32_t vpkt_Flags() override { return 0; }
+    // The packets belong to the selection, and the description says that none is stored.
+    void vpkt_Cleanup(void* /*packet*/) override {}
+    std::uint32_t vpkt_Serialize(void* /*packet*/, const KzBounds* /*region*/) override { return 0; }
     std::int32_t vpkt_Compare(void* first, void* second) override {
         return std::less<>()(first, second) ? -1 : first != second;
     }

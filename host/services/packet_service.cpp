@@ -1,6 +1,7 @@
 // The packet service: the packets of selections and what translates them.
 #include "host/services/packet_service.h"
 
+#include "host/core/module_table.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/objects/open_scenes.h"
@@ -9,17 +10,21 @@
 #include "kz/packet.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace kzhost {
 
 namespace {
 
-// Packets of selections belong to no category of tools; there are no others here, and nothing that drives their fields.
+// Packets of selections belong to no category of tools, and there are no others here. Fields are those of modules' effects:
+// a category has those whose packets belong to it.
 class CPacketService final : public CHosted<"packet service", CPacketService, CKzIfc_PacketService>, CServiceBase {
 public:
-    CPacketService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes)
-        : CServiceBase(std::move(context)), m_workspace(scenes->workspace) {}
+    CPacketService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes,
+                   std::shared_ptr<CModuleTable> modules)
+        : CServiceBase(std::move(context)), m_workspace(scenes->workspace), m_modules(std::move(modules)) {}
 
     std::uint32_t packetservice_PacketCount(const char* category) override {
         enter("Packet.PacketCount");
@@ -61,8 +66,59 @@ public:
         enter("Packet.Exists");
         return category == nullptr && kzFindPacketKind(kzTextOf(name)) != nullptr;
     }
+    std::uint32_t packetservice_EffectCount(const char* category) override {
+        enter("Packet.EffectCount");
+        return static_cast<std::uint32_t>(fields(category).size());
+    }
+    KzResult packetservice_EffectByIndex(const char* category, std::uint32_t index, const char** name,
+                                         std::int32_t* type) override {
+        enter("Packet.EffectByIndex");
+        const auto all = fields(category);
+        if (index >= all.size()) return KZe_OUTOFBOUNDS;
+        *name = lend(all[index].name);
+        *type = all[index].type;
+        return KZe_OK;
+    }
+    KzResult packetservice_EffectLookup(const char* category, const char* name, IKzUnknown** effect) override {
+        enter("Packet.EffectLookup");
+        const auto all = fields(category);
+        const auto field = std::ranges::find(all, kzTextOf(name), &Field::name);
+        if (field == all.end())
+            return kzBecause(KZe_NOTFOUND, "Packet.EffectLookup", [&] {
+                return kzThereIsNo("field", kzTextOf(name), all, [](const Field& each) { return each.name; });
+            });
+        CKzLoc_Unknown object;
+        *effect = CModuleTable::spawn(field->server, object).raw();
+        (*effect)->AddRef();
+        return KZe_OK;
+    }
 
 private:
+    struct Field {
+        KzServer server;
+        std::string name;
+        std::int32_t type = 0;
+    };
+
+    std::vector<Field> fields(const char* category) {
+        std::vector<Field> all;
+        for (const KzServer& server : m_modules->servers(KZa_PACKETEFFECT)) {
+            CKzLoc_Unknown object;
+            const CKzUser_PacketEffect effect(CModuleTable::spawn(server, object).raw());
+            if (!effect) continue;
+            const auto kind = kzAnswer([&](const char** text) { return effect.Packet(text); });
+            if (category != nullptr && !packetservice_Exists(category, kind.c_str())) continue;
+            const std::uint32_t count = effect.Count();
+            for (std::uint32_t index = 0; index < count; ++index) {
+                const char *name = nullptr, *typeName = nullptr;
+                Field field{server, {}};
+                if (kzFailed(effect.ByIndex(index, &name, &typeName, &field.type))) continue;
+                field.name = kzString(name);
+                all.push_back(std::move(field));
+            }
+        }
+        return all;
+    }
     static const PacketKindRow& need(const char* place, const char* name) {
         if (const PacketKindRow* row = kzFindPacketKind(kzTextOf(name))) return *row;
         throw kzBecause(KZe_NOTFOUND, place, [&] {
@@ -72,6 +128,7 @@ private:
     }
 
     const std::shared_ptr<CWorkspace> m_workspace;
+    const std::shared_ptr<CModuleTable> m_modules;
 };
 
 }  // namespace

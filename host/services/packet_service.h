@@ -5,8 +5,9 @@
 
 namespace kzhost {
 
+class CModuleTable;
 struct OpenScenes;
 
-extern const ServiceFactory<OpenScenes> kzMakePacketService;
+extern const ServiceFactory<OpenScenes, CModuleTable> kzMakePacketService;
 
 }  // namespace kzhost

@@ -608,8 +608,7 @@ TEST_F(KzHostTest, PreferencesSurviveManyWritersAndBadFiles) {
     EXPECT_NE(kept.find("future\tname\t\\011x\nvalue\tw\tunknown\t1\nvalue\tx\tstring\t1\n"), std::string::npos)
         << kept;
     setenv("KZ_PREFERENCES", "/dev/full/preferences", 1);
-    EXPECT_TRUE(
-        run({"cmd", "user.value y 1 life:config"}).says("/dev/full/preferences cannot be read and stay as they are: "));
+    EXPECT_TRUE(run({"cmd", "user.value y 1 life:config"}).says("/dev/full/preferences cannot be written: "));
 }
 
 TEST_F(KzHostTest, ProgressStaysBelowTheText) {

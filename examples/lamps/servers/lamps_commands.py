@@ -4,26 +4,15 @@ import kz
 import lamps
 from kz import symbol
 from kzu.command import Argument, Command
-
-
-def lamps_of(scene):
-    kind = kz.service.Scene().ItemTypeLookup(lamps.TYPE)
-    return [scene.ItemByIndex(kind, index) for index in range(scene.ItemCount(kind))]
-
-
-def lines_of(scene):
-    found = [(item.UniqueName(), lamps.of(item)) for item in lamps_of(scene)]
-    return ['%s: %g W, %g h' % (name, lamp.watts(), lamp.hours) for name, lamp in found] + [
-        'together: %g W' % sum(lamp.watts() for _, lamp in found)]
+from lamps import scene_lamps
 
 
 class List(Command):
     label = 'List Lamps'
     description = 'Prints the lamps of the current scene, and what they need together.'
-    arguments = []
 
     def execute(self):
-        kz.out('\n'.join(lines_of(kz.service.Scene().Current())))
+        kz.out('\n'.join(scene_lamps.lines_of(kz.service.Scene().Current())))
 
 
 class Burn(Command):
@@ -34,7 +23,7 @@ class Burn(Command):
 
     def execute(self, hours):
         scene = kz.service.Scene().Current()
-        for item in lamps_of(scene):
+        for item in scene_lamps.lamps_of(scene):
             lamps.of(item).hours += hours
         scene.SetModified(1)
 

@@ -23,7 +23,7 @@ class Lamp(kzifc.PackageInstance, kzifc.StreamIO):
 
     def pins_Cleanup(self):
         lamps.leave(self.item)
-        self.item = None  # a method's result lives as long as Python, and would keep the item
+        del self.item  # a method's result lives as long as Python, and would keep the item
 
     def pins_SynthName(self):
         return '%g W lamp' % self.watts()

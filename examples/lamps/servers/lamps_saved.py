@@ -3,15 +3,15 @@
 import kz
 import kzifc
 import lamps
-from kzserv.servers import lamps_commands
+from lamps import scene_lamps
 
 
 class Saved(kzifc.SessionListener):
     def sesl_FileSaved(self, path):
         scene = kz.service.Scene().Current()
-        if lamps_commands.lamps_of(scene):
+        if scene_lamps.lamps_of(scene):
             with open(path + '.txt', 'w') as stream:
-                stream.write('\n'.join(lamps_commands.lines_of(scene)) + '\n')
+                stream.write('\n'.join(scene_lamps.lines_of(scene)) + '\n')
 
 
 kz.bless(Saved, 'lamps.saved', {kz.symbol.sSRV_VERSION: lamps.__version__})
