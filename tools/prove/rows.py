@@ -145,7 +145,7 @@ def suite(work, name, words, modules):
     """What the interpreter's own tests come to: the verdict of each module that was run."""
     results = {}
     for start in range(0, len(modules), 40):
-        _, said = work.run([*words, "-m", "test.regrtest", "-v", *modules[start:start + 40]], timeout=3600)
+        _, said = work.run([*words, "-m", "test.regrtest", *modules[start:start + 40]], timeout=3600)
         results.update(re.findall(r"^(test_\w+)$()", said, re.M))
         for verdict, listed in re.findall(r"^\d+ tests? (failed|skipped|OK)[^\n]*:\n((?:    .*\n)+)", said, re.M):
             results.update((module, verdict) for module in listed.split())
