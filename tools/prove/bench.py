@@ -70,11 +70,7 @@ class Work:
     def planted(self, plant):
         """A run in a copy of the tree that has the fault."""
         copy = copy_of_tree(ROOT / "build/prove/tree")
-        file, before, after = plant
-        text = (ROOT / file).read_text(encoding="utf-8")
-        if text.count(before) != 1:
-            raise RuntimeError(f"the planted fault does not fit {file} any more: {before!r}")
-        write_if_changed(copy / file, text.replace(before, after).encode())
+        write_if_changed(copy / plant[0], with_fault(plant).encode())
         return Work(self.row, self.scale, copy)
 
     def interpreter(self, variant):
@@ -84,6 +80,15 @@ class Work:
         if status != 0:
             raise NotRun(said.strip().splitlines()[-1])
         return said.strip().splitlines()[-1]
+
+
+def with_fault(plant):
+    """The text of the file with the planted fault."""
+    file, before, after = plant
+    text = (ROOT / file).read_text(encoding="utf-8")
+    if text.count(before) != 1:
+        raise RuntimeError(f"the planted fault does not fit {file} any more: {before!r}")
+    return text.replace(before, after)
 
 
 def sanitizer_options(tree, preset):

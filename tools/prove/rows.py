@@ -25,6 +25,7 @@ class Row:
     wanted: str
     function: typing.Callable
     control: typing.Optional[typing.Callable] = None
+    plant: typing.Optional[tuple] = None  # a file, a text in it, and the faulty text in its place
 
 
 def row(number, name, minutes, what, wanted, plant=None):
@@ -37,7 +38,7 @@ def row(number, name, minutes, what, wanted, plant=None):
         return control
 
     def keep(function):
-        ROWS.append(Row(number, name, minutes, what, wanted, function, plant and planted(function)))
+        ROWS.append(Row(number, name, minutes, what, wanted, function, plant and planted(function), plant))
         return function
     return keep
 
@@ -146,7 +147,7 @@ def suite(work, name, words, modules):
     results = {}
     for start in range(0, len(modules), 40):
         _, said = work.run([*words, "-m", "test.regrtest", *modules[start:start + 40]], timeout=3600)
-        results.update(re.findall(r"^(test_\w+)$()", said, re.M))
+        results.update(re.findall(r"^\S*.*\[ *\d+/[\d/]+\] (test_\w+)()", said, re.M))
         for verdict, listed in re.findall(r"^\d+ tests? (failed|skipped|OK)[^\n]*:\n((?:    .*\n)+)", said, re.M):
             results.update((module, verdict) for module in listed.split())
     work.note(f"{name}: {results}\n")
