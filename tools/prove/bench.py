@@ -19,10 +19,10 @@ class Work:
     """One run of a row."""
 
     def __init__(self, row, scale, tree=ROOT):
-        self.row, self.scale, self.tree = row, scale, tree
+        self.row, self.scale, self.tree, self.isControl = row, scale, tree, tree is not ROOT
         self.folder = ROOT / "build/prove"
         self.folder.mkdir(parents=True, exist_ok=True)
-        self.log = self.folder / f"{row.number}-{row.name}{'' if tree is ROOT else '-control'}.log"
+        self.log = self.folder / f"{row.number}-{row.name}{'-control' if self.isControl else ''}.log"
         self.log.write_bytes(b"")
 
     def note(self, text):
@@ -53,21 +53,24 @@ class Work:
         """Runs tests of a program at the row's length: whether they passed, and their figures by name."""
         folder, name = program.rsplit("/", 1)
         built = self.build(preset, name)
-        settings = sanitizer_options(self.tree, preset)
-        status, said = self.run([built / "tests" / folder / name, f"--gtest_filter={tests}"],
-                                **dict(settings, KZ_PROVE=self.scale, **environment))
-        ran = re.search(r"\[  PASSED  \] [1-9]", said) is not None
-        figures = {name: float(value) for name, value in re.findall(r"^figure: (.*) = (\S+)$", said, re.M)}
-        return status == 0 and ran, figures
+        settings = dict(sanitizer_options(self.tree, preset), KZ_PROVE=self.scale, **environment)
+        program = built / "tests" / folder / name
+        # Each in a process of its own, because a process can start Python once.
+        _, listed = self.run([program, "--gtest_list_tests", f"--gtest_filter={tests}"])
+        suite, passed, figures = "", [], {}
+        for line in listed.splitlines():
+            if line.endswith("."):
+                suite = line
+            elif line.startswith("  "):
+                status, said = self.run([program, f"--gtest_filter={suite}{line.split()[0]}"], **settings)
+                passed.append(status == 0 and "[  PASSED  ] 1 test" in said)
+                figures.update((name, float(value)) for name, value in re.findall(r"^figure: (.*) = (\S+)$", said, re.M))
+        return bool(passed) and all(passed), figures
 
     def planted(self, plant):
         """A run in a copy of the tree that has the fault."""
         copy = copy_of_tree(ROOT / "build/prove/tree")
-        file, before, after = plant
-        text = (ROOT / file).read_text(encoding="utf-8")
-        if text.count(before) != 1:
-            raise RuntimeError(f"the planted fault does not fit {file} any more: {before!r}")
-        write_if_changed(copy / file, text.replace(before, after).encode())
+        write_if_changed(copy / plant[0], with_fault(plant).encode())
         return Work(self.row, self.scale, copy)
 
     def interpreter(self, variant):
@@ -77,6 +80,15 @@ class Work:
         if status != 0:
             raise NotRun(said.strip().splitlines()[-1])
         return said.strip().splitlines()[-1]
+
+
+def with_fault(plant):
+    """The text of the file with the planted fault."""
+    file, before, after = plant
+    text = (ROOT / file).read_text(encoding="utf-8")
+    if text.count(before) != 1:
+        raise RuntimeError(f"the planted fault does not fit {file} any more: {before!r}")
+    return text.replace(before, after)
 
 
 def sanitizer_options(tree, preset):

@@ -7,7 +7,7 @@ import sys
 import time
 import traceback
 
-from bench import NotRun, ROOT, Work
+from bench import NotRun, ROOT, Work, with_fault
 from rows import ROWS
 
 REACHED, MISSED, NOT_RUN = "reached", "not reached", "not run"
@@ -57,7 +57,13 @@ def main():
     parser.add_argument("--scale", type=float, default=1)
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("row", nargs="*")
+    parser.add_argument("--check", action="store_true", help="only see whether the planted faults still fit the code")
     options = parser.parse_args()
+    if options.check:
+        for each in ROWS:
+            if each.plant:
+                with_fault(each.plant)
+        return
     rows = wanted_rows(options.row)
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
         # The longest come first, so that the short ones fill the gaps.
