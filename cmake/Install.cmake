@@ -87,6 +87,14 @@ if(EXISTS "${kz_python2_settings}")
     install(FILES "${kz_python2_settings}" DESTINATION ${kz_python}/include/python2.7 COMPONENT runtime)
 endif()
 install(DIRECTORY "${KZ_KIT_HOME}/Scripts" DESTINATION ${kz_python} COMPONENT runtime)
+# The stubs, under two names: type checkers look for NAME, and editors whose interpreter is kzhost find the built-in module
+# of that name and read stubs from NAME-stubs alone.
+install(DIRECTORY "${KZ_KIT_HOME}/stubs" DESTINATION ${kz_python} COMPONENT runtime
+    FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi")
+foreach(name IN ITEMS kz kzifc kzu)
+    install(DIRECTORY "${KZ_KIT_HOME}/stubs/${name}/" DESTINATION ${kz_python}/stubs/${name}-stubs COMPONENT runtime
+        FILES_MATCHING PATTERN "*.pyi")
+endforeach()
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 kz_install_code(runtime [=[
 set(PYTHON "${FOLDER}/@kz_python@")

@@ -3,7 +3,7 @@
 
     kzhost run examples/check_pictures.py examples/pictures report.json
 
-The exit status is 0 if all is well and 3 if a picture breaks a rule, so that a shell script or a farm can act on it.
+The exit status is 0 if all is well and 10 if a picture breaks a rule, so that a shell script or a farm can act on it.
 """
 import fnmatch
 import json
@@ -43,7 +43,7 @@ def main(folder, report=None):
     if report:
         with open(report, "w") as stream:
             json.dump(faults, stream, indent=4, sort_keys=True)
-    return 3 if bad else 0
+    return 10 if bad else 0
 
 
 sys.exit(main(*sys.argv[1:]))

@@ -3,7 +3,7 @@
 
     kzhost run examples/contact_sheet.py examples/pictures contact_sheet.png
 
-A file that cannot be read does not stop the others; it is named, and the exit status is 3.
+A file that cannot be read does not stop the others; it is named, and the exit status is 10.
 """
 import glob
 import os
@@ -48,7 +48,7 @@ def main(folder, target):
         paste(writer, image, GAP + column * (CELL + GAP), GAP + row * (CELL + GAP))
         print "%s: %d x %d" % ((os.path.basename(path),) + image.Size())
     images.Save(sheet, target, "PNG", None)
-    return 3 if broken else 0
+    return 10 if broken else 0
 
 
 sys.exit(main(*sys.argv[1:]))

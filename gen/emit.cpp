@@ -21,7 +21,10 @@ const std::vector<Part>& parts() {
         {"recorder", "recording implementations of all wrapped interfaces, for tests", &emitRecorder},
         {"model", "everything in the description as one JSON file", &emitModel},
         {"manifest", "names, texts and values for help() and for comparison at run time", &emitManifest},
-        {"stubs", "types of kz and kzifc for editors and type checkers", &emitStubs},
+        {"stubs",
+         "types of kz and kzifc for editors and type checkers; they import others that are\n"
+         "                    written by hand, and an installation has both",
+         &emitStubs},
     };
     return all;
 }

@@ -26,6 +26,8 @@ install() { apt-get -qq install -y --no-install-recommends "$@" >log 2>&1 || { c
 install ./kzpython2_*.deb
 env -i kzhost run /usr/share/doc/kzpython2/examples/hello.py
 env -i kzhost -c 'import ctypes, curses, readline, sqlite3, ssl; print ssl.OPENSSL_VERSION'
+stubs=/usr/lib/kzPython2/kit/Python2_7/extra64/Python/stubs
+for name in kz kz-stubs; do grep -q 'def Create' $stubs/$name/service.pyi; done
 install ./kzpython2-pictures_*.deb ./kzpython2-models_*.deb
 env -i kzhost run /usr/share/doc/kzpython2/examples/image.py painted.png
 printf 'o Triangle\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n' >triangle.obj

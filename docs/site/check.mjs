@@ -40,6 +40,7 @@ function checkLinks() {
     [path, new Set([...text.matchAll(/\sid="?([^"\s>]+)/g)].map(match => match[1]))]));
   let links = 0;
   for (const [page, text] of pages) {
+    if (text.includes('{ #')) fault(`${relative(site, page)}: a heading shows its attributes`);
     if (page.endsWith('404.html')) continue;  // a server shows it at any address
     for (const match of text.matchAll(/\s(?:href|src)="?([^"\s>]+)/g)) {
       const link = match[1].replaceAll('&amp;', '&');

@@ -63,7 +63,16 @@ class Reference:
 
     def filters(self):
         return {'link': self.link, 'method_links': self.method_links, 'signature': self.signature,
-                'prose': self.prose, 'sentence': self.sentence, 'family_link': self.family_link, 'code_link': self.code_link}
+                'prose': self.prose, 'sentence': self.sentence, 'family_link': self.family_link,
+                'code_link': self.code_link, 'heading': self.heading}
+
+    @staticmethod
+    def heading(name, owner=''):
+        """The attributes of a heading: its anchor, and what the table of contents shows. Markdown would take two
+        underscores among them for emphasis, and show all of it."""
+        if '__' in name:
+            return Markup('{ #%s%s }') % (owner, name.replace('__', '-'))
+        return Markup('{ #%s%s data-toc-label="%s" }') % (owner, name, name)
 
     @staticmethod
     def anchor(here, target, text):

@@ -3,8 +3,8 @@
 
     kzhost run check_asset.py FILE [RESULTS]
 
-Ends with 0 when the asset is good, with 3 when it has faults, and with 75 when the file could not be read this time. Any
-other status is an accident. 0 and 3 are verdicts; after anything else the job may be run again.
+Ends with 0 when the asset is good, with 10 when it has faults, and with 75 when the file could not be read this time. Any
+other status is an accident. 0 and 10 are verdicts; after anything else the job may be run again.
 
 With a folder RESULTS the verdict is a file in it, named by the asset's path. It appears whole or not at all, and an asset
 that has one is not checked again: whoever runs the job twice, even at the same time, finds one result.
@@ -18,7 +18,7 @@ import time
 
 import kz
 
-GOOD, FAULTS, TRY_AGAIN = 0, 3, 75
+GOOD, FAULTS, TRY_AGAIN = 0, 10, 75
 
 
 def build(description):

@@ -2,7 +2,7 @@
 
     python3 report.py RESULTS
 
-Ends with 0 when all assets are good, with 3 when some have faults, and with 1 when some have no result.
+Ends with 0 when all assets are good, with 10 when some have faults, and with 1 when some have no result.
 """
 import json
 import os
@@ -28,9 +28,9 @@ def main(results):
     for row in rows:
         if row['status'] != 0:
             print(f'{row["file"]}: {"; ".join(row["faults"])}')
-    counts = [sum(row['status'] == status for row in rows) for status in (0, 3, None)]
+    counts = [sum(row['status'] == status for row in rows) for status in (0, 10, None)]
     print('{} files: {} good, {} with faults, {} without a result'.format(len(rows), *counts))
-    return 1 if counts[2] else 3 if counts[1] else 0
+    return 1 if counts[2] else 10 if counts[1] else 0
 
 
 if __name__ == '__main__':

@@ -19,5 +19,5 @@ find "$folder" -name '*.mesh' -print0 | sort -z >"$results/files"
 export KZHOST="${KZHOST:-kzhost}" CHECK="$here/check_asset.py" RESULTS="$results"
 # shellcheck disable=SC2016 # the shell of each job puts in the variables
 parallel --null --arg-file "$results/files" --joblog "$results/joblog" --retries 3 --timeout "${KZ_FARM_SECONDS:-60}" \
-    "$@" '"$KZHOST" --quiet run "$CHECK" {} "$RESULTS" || [ $? -eq 3 ]' || true
+    "$@" '"$KZHOST" --quiet run "$CHECK" {} "$RESULTS" || [ $? -eq 10 ]' || true
 exec python3 "$here/report.py" "$results"

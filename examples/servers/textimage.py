@@ -63,7 +63,7 @@ class Saver(kzifc.Saver):
         with open(path, 'wb') as stream:
             stream.write('%s %d %d\n' % (MARK, width, height))
             for y in range(height):
-                image.GetLine(y, GREY, width, line)
+                image.GetLine(y, GREY, line.size(), line)
                 stream.write(' '.join('%d' % value for value in line.get()) + '\n')
 
 

@@ -44,6 +44,8 @@ def main(folder):
     for level in settings['levels']:
         supply.random.seed(zlib.crc32('%s %s %s' % (settings['seed'], target.name, level)))
         stage.run(level)
+    if '2' in settings['levels']:  # the required methods have had all their ordinary arguments
+        recorder.tell_refused()
     report.write(done=True)
 
 

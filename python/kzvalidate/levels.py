@@ -11,7 +11,7 @@ import kzu.object
 from kzvalidate import growth, sequences, shapes
 from kzvalidate.arguments import described, manner
 from kzvalidate.executions import Executions, is_command
-from kzvalidate.recorder import Place
+from kzvalidate.recorder import ORDINARY, Place
 from kzvalidate.targets import bound
 
 ORDINARY_LEVELS = (1, 2, 3, 4, 7, 9)  # at which a server is given nothing odd, which it might give back
@@ -23,7 +23,6 @@ THREADS, ROUNDS = 4, 10
 BUDGET = 60.0  # seconds for a level of a server, at which odd calls come to an end
 REPETITIONS = 3
 
-ORDINARY = 'raises', 'a result, NotImplementedError, or kz.throw(code) where it has none'
 AFTER_ODD = 'state', 'the answers that it gave before it was called with odd arguments'
 AFTER_FAILURE = 'state', 'the answers that it gave before an object that it was given failed or called it back'
 THREADED = 'threads', 'the answers that it gives on one thread'

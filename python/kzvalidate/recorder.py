@@ -23,6 +23,7 @@ SHARED = 20  # how many times as long as alone a call may take for each of the t
 LEFT = 70  # the exit status of a child that the watchdog has ended
 _RAISE = dis.opmap['RAISE_VARARGS']
 _CODES = ('no interface', 'invalid argument')  # TypeErrors that stand for codes
+ORDINARY = 'raises', 'a result, NotImplementedError, or kz.throw(code) where it has none'
 _ACCIDENTS = (TypeError, AttributeError, NameError, ZeroDivisionError, AssertionError, ImportError, SyntaxError,
               ReferenceError, SystemError, UnboundLocalError)
 _HERE = os.path.dirname(os.path.abspath(__file__))
@@ -80,6 +81,8 @@ class Recorder(object):
         self.took = {}         # by label, how long a call has taken on one thread
         self.situation = ''    # what beside the arguments of a call tells it from others
         self.threads = 1       # how many threads call, and share Python's time
+        self.answered = set()  # labels of methods that have returned at least once
+        self.refused = {}      # by label, where the host has refused an argument: (place, what was raised, the lines)
         self.behind = {}       # by class and method, what the recorder stands in for
 
     # Findings
@@ -168,6 +171,7 @@ class Recorder(object):
         if method.is_question and self.threads == 1 and self.printed() != printed:
             self.tell(place, 'output', 'wrote to standard output', 'an answer alone: the host asks this often',
                       severity='warning')
+        self.answered.add(place.label)
         wrong = shapes.problem(method, returned, self.is_strict)
         if wrong:
             self.tell(place, 'result', wrong[0], wrong[1])
@@ -183,10 +187,20 @@ class Recorder(object):
                 self.tell(place, 'code', 'failed with a code that does not exist', 'one of kz.symbol.e_...', traced())
             elif self.accidents and (place.label, 'raises') not in self.known and is_accident(kind, value, trace):
                 self.tell(place, self.accidents[0], 'raised ' + described(), self.accidents[1], traced())
+            elif method.is_required and self.accidents == ORDINARY and is_refusal(kind, value, trace):
+                self.refused.setdefault(place.label, (place, described(), traced()))
         except UnicodeError:
             pass  # an exception whose text is no text is an honest failure, too
         finally:
             del trace
+
+    def tell_refused(self):
+        """Tells of required methods that have never returned because the host refused what they passed. One such failure
+        is an answer, but a method that always fails does nothing."""
+        for label, (place, raised, lines) in sorted(self.refused.items()):
+            if label not in self.answered:
+                self.tell(place, 'refused', 'the host refuses an argument in each call: ' + raised,
+                          'one call that succeeds; the log says what was wrong', lines, severity='warning')
 
     def printed(self):
         """How much has been written to standard output, by Python or below it."""
@@ -278,6 +292,12 @@ def is_accident(kind, value, trace):
     code = trace.tb_frame.f_code
     is_raised = ord(code.co_code[trace.tb_lasti]) == _RAISE
     return kind is AssertionError or not is_raised or os.path.dirname(code.co_filename) == _HERE
+
+
+def is_refusal(kind, value, trace):
+    """Whether a method of the host has refused an argument. What the author throws is an answer."""
+    last = traceback.extract_tb(trace)[-1]
+    return kind is TypeError and str(value) == _CODES[1] and 'throw' not in (last[3] or '')
 
 
 def described():

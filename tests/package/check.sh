@@ -38,6 +38,14 @@ True
 [] True
 True True True
 END
+# The stubs are whole, and an editor completes with them and kzhost.
+python=lib/kzPython2/kit/Python2_7/extra64/Python
+for name in kz kzifc kzu; do
+    diff -r -x '*.pyc' "$build/${python#lib/kzPython2/}/stubs/$name" "$prefix/$python/stubs/$name" ||
+        fail "stubs are missing"
+done
+"$source/tests/stubs/with_checkers.sh" "$source/build/checkers" check_completion.py "$prefix/$python/stubs" \
+    "$prefix/bin/kzhost" || [ $? -eq 77 ] || fail "kzhost and its stubs complete nothing"
 env -i "$prefix/bin/kzgen" check "$prefix/share/kzPython2/idl" || fail "the installed description is not whole"
 
 # A host and a plug-in outside the tree, which know the prefix alone.

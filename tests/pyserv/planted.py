@@ -118,6 +118,13 @@ class Failing(kzu.command.Command):
     def execute(self, size): return size.text
 
 
+class Narrow(kzifc.Saver):
+    """Passes a width where a size in bytes is wanted."""
+    def sav_Save(self, source, path, monitor):
+        image, line = kz.object.Image(source), kz.Storage('b', 12)
+        image.GetLine(0, kz.symbol.iIMG_FORMAT_RGB24, image.Size()[0], line)
+
+
 class Rows(kzu.command.Command):
     """Endless with -1 or 0 for the second argument."""
     arguments = [kzu.command.Argument('size', 'integer', default=9), kzu.command.Argument('step', 'integer', default=3)]
@@ -138,6 +145,7 @@ plant('L2-ThreadJob.job_Execute-missing', kzifc.ThreadJob)
 plant('L2-MeshOperation.mop_Evaluate-crash', Operation, mop_Evaluate=lambda *given: ctypes.string_at(0))
 plant('L2-Curve.curve_Position-output', curve_Position=printing)
 kz.bless(Failing, 'L3-Command.cmd_Execute-raises')
+kz.bless(Narrow, 'L2-Saver.sav_Save-refused', {'saver.dosType': 'NARROW', 'file.class': 'image'})
 plant('L3-StringConversion.str_Decode-text', Number,
       str_Decode=lambda self, text: setattr(self, 'day', len(text or '')))
 kz.bless(Endless, 'L3-Tree.tree_ToChild-walk')
