@@ -8,8 +8,8 @@
 namespace kzhost {
 
 // Throws ModelUnknown if no reader takes the file, and ModelError for what is wrong with it.
-Model kzReadForeign(const std::string& path);
+ForeignModel kzReadForeign(const std::string& path);
 // The format is an extension without its point: gltf, glb, obj, ply or stl. Throws ModelError.
-void kzWriteForeign(const Model& model, const std::string& format, const std::string& path);
+void kzWriteForeign(const ForeignModel& model, const std::string& format, const std::string& path);
 
 }  // namespace kzhost

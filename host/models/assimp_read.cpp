@@ -114,7 +114,7 @@ ModelMaterial materialOf(const aiMaterial& from) {
 }
 
 // The tree, each node behind its parent. A mesh may be shown by several nodes.
-void addNodes(const aiNode* root, Model& model, std::map<std::string, std::uint32_t>& byName) {
+void addNodes(const aiNode* root, ForeignModel& model, std::map<std::string, std::uint32_t>& byName) {
     struct Open {
         const aiNode* node;
         std::uint32_t parent, depth;
@@ -175,7 +175,7 @@ ModelLight lightOf(const aiLight& from) {
     return light;
 }
 
-void noteUnit(const aiScene& scene, Model& model) {
+void noteUnit(const aiScene& scene, ForeignModel& model) {
     double centimetres = 0;
     float narrow = 0;
     if (scene.mMetaData == nullptr) return;
@@ -186,7 +186,7 @@ void noteUnit(const aiScene& scene, Model& model) {
                               " m, and its numbers were read as metres");
 }
 
-void noteLosses(const aiScene& scene, std::size_t embedded, Model& model) {
+void noteLosses(const aiScene& scene, std::size_t embedded, ForeignModel& model) {
     const auto note = [&](std::size_t count, const char* what) {
         if (count > 0) model.notes.push_back(std::to_string(count) + what);
     };
@@ -199,7 +199,7 @@ void noteLosses(const aiScene& scene, std::size_t embedded, Model& model) {
 
 }  // namespace
 
-Model kzReadForeign(const std::string& path) {
+ForeignModel kzReadForeign(const std::string& path) {
     Assimp::Importer importer;
     const aiScene* scene = importer.ReadFile(path, 0);
     if (scene == nullptr) {
@@ -208,7 +208,7 @@ Model kzReadForeign(const std::string& path) {
         if (why.find("bad_alloc") != std::string::npos) throw std::bad_alloc();
         throw ModelError(why.empty() ? "the file cannot be read" : why);
     }
-    Model model;
+    ForeignModel model;
     std::map<std::string, std::uint32_t> byName;
     addNodes(scene->mRootNode, model, byName);
     for (unsigned i = 0; i < scene->mNumMeshes; ++i) model.meshes.push_back(meshOf(*scene->mMeshes[i]));

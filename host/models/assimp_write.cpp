@@ -111,7 +111,7 @@ void fill(Part**& parts, unsigned& count, const std::vector<From>& from, Make ma
     for (const From& each : from) parts[count++] = make(each);
 }
 
-void addNodes(const Model& model, aiScene& scene) {
+void addNodes(const ForeignModel& model, aiScene& scene) {
     std::vector<aiNode*> nodes;
     std::vector<std::vector<aiNode*>> children(model.nodes.size());
     for (const ModelNode& each : model.nodes) {
@@ -123,7 +123,7 @@ void addNodes(const Model& model, aiScene& scene) {
         if (!children[i].empty()) nodes[i]->addChildren(static_cast<unsigned>(children[i].size()), children[i].data());
 }
 
-std::unique_ptr<aiScene> sceneOf(const Model& model, bool isGltf) {
+std::unique_ptr<aiScene> sceneOf(const ForeignModel& model, bool isGltf) {
     auto scene = std::make_unique<aiScene>();
     fill(scene->mMeshes, scene->mNumMeshes, model.meshes, meshOf);
     fill(scene->mMaterials, scene->mNumMaterials, model.materials,
@@ -135,7 +135,7 @@ std::unique_ptr<aiScene> sceneOf(const Model& model, bool isGltf) {
 
 }  // namespace
 
-void kzWriteForeign(const Model& model, const std::string& format, const std::string& path) {
+void kzWriteForeign(const ForeignModel& model, const std::string& format, const std::string& path) {
     struct Row {
         const char *format, *id;
         unsigned steps;

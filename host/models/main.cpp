@@ -45,7 +45,7 @@ void writeAll(std::string_view bytes) {
 int run(int count, char** words) {
     const std::string_view verb = count > 1 ? words[1] : "";
     if (verb == "read" && count == 3) {
-        Model model = kzReadForeign(words[2]);
+        ForeignModel model = kzReadForeign(words[2]);
         CModelBytes out;
         kzFields(out, model);
         writeAll(out.bytes);
@@ -54,7 +54,7 @@ int run(int count, char** words) {
     if (verb == "write" && count == 4) {
         const std::string bytes{std::istreambuf_iterator<char>(std::cin), {}};
         CModelParser in(bytes);
-        Model model;
+        ForeignModel model;
         kzFields(in, model);
         kzCheckModel(model);
         kzWriteForeign(model, words[2], words[3]);

@@ -28,7 +28,7 @@ void checkMesh(const ModelMesh& mesh, std::size_t materials) {
 
 }  // namespace
 
-void kzCheckModel(const Model& model) {
+void kzCheckModel(const ForeignModel& model) {
     for (std::size_t i = 0; i < model.nodes.size(); ++i) {
         const ModelNode& node = model.nodes[i];
         check(i == 0 ? node.parent == ModelNode::none : node.parent < i, "a node comes before its parent");

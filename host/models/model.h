@@ -76,7 +76,7 @@ struct ModelLight {
     std::array<float, 2> size{};
 };
 
-struct Model {
+struct ForeignModel {
     std::vector<ModelNode> nodes;
     std::vector<ModelMesh> meshes;
     std::vector<ModelMaterial> materials;
@@ -113,7 +113,7 @@ template <class Archive> void kzFields(Archive& archive, ModelLight& light) {
     archive(light.node, light.name, light.kind, light.position, light.direction, light.up, light.colour, light.cone,
             light.edge, light.size);
 }
-template <class Archive> void kzFields(Archive& archive, Model& model) {
+template <class Archive> void kzFields(Archive& archive, ForeignModel& model) {
     archive(model.nodes, model.meshes, model.materials, model.cameras, model.lights, model.notes);
 }
 
@@ -182,6 +182,6 @@ private:
 };
 
 // Throws ModelError if an index leads nowhere, a list is of another length than its mesh, or a matrix is not finite.
-void kzCheckModel(const Model& model);
+void kzCheckModel(const ForeignModel& model);
 
 }  // namespace kzhost

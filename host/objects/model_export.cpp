@@ -50,7 +50,7 @@ public:
     CModelExport(CDocument& document, std::string folder, std::vector<std::string>& notes)
         : m_document(document), m_folder(std::move(folder)), m_notes(notes) {}
 
-    Model run() {
+    ForeignModel run() {
         std::vector<ChannelRef> places;
         {
             const CReading reading(m_document.workspace());
@@ -177,7 +177,7 @@ private:
     CDocument& m_document;
     const std::string m_folder;
     std::vector<std::string>& m_notes;
-    Model m_model;
+    ForeignModel m_model;
     std::vector<std::pair<Item*, std::uint32_t>> m_nodes;
     std::map<const Item*, std::vector<std::uint32_t>> m_meshes;
     std::map<std::string, std::uint32_t> m_materials;
@@ -186,7 +186,7 @@ private:
 
 }  // namespace
 
-Model kzModelOf(CDocument& document, const std::string& folder, std::vector<std::string>& notes) {
+ForeignModel kzModelOf(CDocument& document, const std::string& folder, std::vector<std::string>& notes) {
     return CModelExport(document, folder, notes).run();
 }
 

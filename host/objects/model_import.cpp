@@ -92,7 +92,7 @@ std::optional<KzMatrix3> axesOf(const ModelVector& direction, const ModelVector&
 
 class CModelImport {
 public:
-    CModelImport(const Model& model, const ModelImport& import, CDocument& document, CEdit& edit,
+    CModelImport(const ForeignModel& model, const ModelImport& import, CDocument& document, CEdit& edit,
                  std::vector<std::string>& notes)
         : m_model(model), m_import(import), m_document(document), m_edit(edit), m_notes(notes),
           m_items(model.nodes.size()), m_types(model.nodes.size(), KZsITYPE_LOCATOR),
@@ -288,7 +288,7 @@ private:
         return place.string();
     }
 
-    const Model& m_model;
+    const ForeignModel& m_model;
     const ModelImport& m_import;
     CDocument& m_document;
     CEdit& m_edit;
@@ -305,7 +305,7 @@ private:
 
 }  // namespace
 
-void kzAddModel(const Model& model, const ModelImport& import, CDocument& document, CEdit& edit,
+void kzAddModel(const ForeignModel& model, const ModelImport& import, CDocument& document, CEdit& edit,
                 std::vector<std::string>& notes) {
     notes.insert(notes.end(), model.notes.begin(), model.notes.end());
     CModelImport(model, import, document, edit, notes).run();

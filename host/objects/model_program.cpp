@@ -146,7 +146,7 @@ private:
 
 }  // namespace
 
-Model kzReadModel(const CPathAliases& files, const std::string& path, const ModelGoesOn& goesOn) {
+ForeignModel kzReadModel(const CPathAliases& files, const std::string& path, const ModelGoesOn& goesOn) {
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     if (error) throw ModelError(error.message());
@@ -155,13 +155,13 @@ Model kzReadModel(const CPathAliases& files, const std::string& path, const Mode
     run.wait(goesOn);
     const std::string bytes = run.output();
     CModelParser in(bytes);
-    Model model;
+    ForeignModel model;
     kzFields(in, model);
     kzCheckModel(model);
     return model;
 }
 
-void kzWriteModel(const CPathAliases& files, Model model, const std::string& format, const std::string& path,
+void kzWriteModel(const CPathAliases& files, ForeignModel model, const std::string& format, const std::string& path,
                   const ModelGoesOn& goesOn) {
     CModelBytes out;
     kzFields(out, model);

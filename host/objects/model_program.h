@@ -17,8 +17,8 @@ using ModelGoesOn = std::function<bool()>;
 inline constexpr std::string_view kzModelFormats[] = {"gltf", "glb", "obj", "ply", "stl"};  // those that can be written
 
 // Throws ModelUnknown or ModelError with what is wrong, NOTAVAILABLE if the program is not installed, or ABORT.
-Model kzReadModel(const CPathAliases& files, const std::string& path, const ModelGoesOn& goesOn);
-void kzWriteModel(const CPathAliases& files, Model model, const std::string& format, const std::string& path,
+ForeignModel kzReadModel(const CPathAliases& files, const std::string& path, const ModelGoesOn& goesOn);
+void kzWriteModel(const CPathAliases& files, ForeignModel model, const std::string& format, const std::string& path,
                   const ModelGoesOn& goesOn);
 
 }  // namespace kzhost

@@ -17,12 +17,12 @@ struct ModelImport {
 };
 
 // Adds what the model has, as roots. What a document cannot hold goes to the notes.
-void kzAddModel(const Model& model, const ModelImport& import, CDocument& document, CEdit& edit,
+void kzAddModel(const ForeignModel& model, const ModelImport& import, CDocument& document, CEdit& edit,
                 std::vector<std::string>& notes);
 
 // The meshes, places and materials of a document. Files are named relative to the folder if they are below it. The caller
 // must not hold the lock.
-Model kzModelOf(CDocument& document, const std::string& folder, std::vector<std::string>& notes);
+ForeignModel kzModelOf(CDocument& document, const std::string& folder, std::vector<std::string>& notes);
 
 // The mesh of a model with its polygons tagged by the material. The matrix is applied to its points.
 CMeshData kzMeshFrom(const ModelMesh& from, const std::string& material, bool joinsPoints, const KzMatrix4& matrix,

@@ -162,7 +162,7 @@ void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImp
                              !joins || kzNumberOf(joins->cell).value_or(1) != 0};
     std::vector<std::string> notes;
     try {
-        const Model model = kzReadModel(*m.files, path, goesOn(monitor));
+        const ForeignModel model = kzReadModel(*m.files, path, goesOn(monitor));
         CDocument& document = scene.document();
         CEdit edit(document.workspace());
         kzAddModel(model, import, document, edit, notes);

@@ -187,11 +187,11 @@ MACRO = (
 
 def check_a_history_makes_the_same_document():
     with folder() as path:
-        texts = []
-        for lines in (MACRO, None):
+        texts, kept = [], MACRO
+        for _ in range(2):
             before = len(kz.evalN('command.history ?'))
             kz.eval('scene.new macro')
-            for line in lines or kept:
+            for line in kept:
                 kz.eval(line)
             kept = kz.evalN('command.history ?')[before + 1:]
             SCENES.Save(SCENES.Current(), path('macro.kzscene'), None)

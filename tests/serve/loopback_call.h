@@ -68,22 +68,22 @@ template <class Value> std::string bytesOf(const Value& value) {
 }
 
 // For each letter: what Python returns for an output, and what the host then finds in its place.
-struct Output {
+struct OutputPlace {
     std::string expression;
     std::string bytes;
 };
-inline const std::map<char, Output> outputs = {{'i', {"-9", bytesOf(std::int32_t(-9))}},
-                                               {'I', {"0xFFFFFFF0", bytesOf(0xFFFFFFF0U)}},
-                                               {'n', {"1 << 40", bytesOf(std::int64_t(1) << 40)}},
-                                               {'p', {"0x5678", bytesOf(std::int64_t(0x5678))}},
-                                               {'P', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
-                                               {'h', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
-                                               {'b', {"True", bytesOf(true)}},
-                                               {'f', {"0.25", bytesOf(0.25F)}},
-                                               {'d', {"0.25", bytesOf(0.25)}},
-                                               {'T', {"'out'", bytesOf("out")}},
-                                               {'z', {"'out'", {}}},
-                                               {'O', {"there", {}}}};
+inline const std::map<char, OutputPlace> outputs = {{'i', {"-9", bytesOf(std::int32_t(-9))}},
+                                                    {'I', {"0xFFFFFFF0", bytesOf(0xFFFFFFF0U)}},
+                                                    {'n', {"1 << 40", bytesOf(std::int64_t(1) << 40)}},
+                                                    {'p', {"0x5678", bytesOf(std::int64_t(0x5678))}},
+                                                    {'P', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
+                                                    {'h', {"0x7F1234567890", bytesOf(std::int64_t(0x7F1234567890))}},
+                                                    {'b', {"True", bytesOf(true)}},
+                                                    {'f', {"0.25", bytesOf(0.25F)}},
+                                                    {'d', {"0.25", bytesOf(0.25)}},
+                                                    {'T', {"'out'", bytesOf("out")}},
+                                                    {'z', {"'out'", {}}},
+                                                    {'O', {"there", {}}}};
 
 // Any value of a carried kind. Its Python form is what the carrier makes of it; the marshallers' tests check that.
 inline const double carried[] = {1.5, 2.5,  -3.5, 4.5,  0.25, 6.5,  7.5,  8.5,
