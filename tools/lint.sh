@@ -7,7 +7,7 @@ set -euo pipefail
 
 readonly pyflakes=$root/build/pyflakes
 # All other Python code is Python 2.7.
-readonly python3_files=('tools/*.py' 'tools/prove/*.py' cmake/{bill_of_materials,carry_libraries,system_libraries}.py 'examples/farm/r*.py' 'tests/models/*_*.py' 'tests/objects/pictures/*.py' 'tests/tables/*.py' 'tests/stubs/check_*.py' 'docs/site/[gr]*.py')
+readonly python3_files=('tools/*.py' cmake/{bill_of_materials,carry_libraries,system_libraries}.py 'examples/farm/r*.py' 'tests/models/*_*.py' 'tests/objects/pictures/*.py' 'tests/tables/*.py' 'tests/stubs/check_*.py' 'docs/site/[gr]*.py')
 
 fix=0 all=0 failed=0
 for argument in "$@"; do
