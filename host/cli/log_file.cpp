@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 namespace kzhost {
 
@@ -58,9 +59,16 @@ void CLogFile::operator()(const LogLine& line) {
     write(textOf(row));
 }
 
+void CLogFile::setJob(std::string script, std::vector<std::string> arguments) {
+    m_script = std::move(script);
+    m_arguments = std::move(arguments);
+}
+
 int CLogFile::end(int status) {
     if (m_path.empty()) return status;
     Row row = newRow();
+    if (!m_script.empty()) row["script"] = m_script;
+    if (!m_script.empty() || !m_arguments.empty()) row["arguments"] = m_arguments;
     row["status"] = status;
     row["seconds"] = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
     write(textOf(row));

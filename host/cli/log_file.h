@@ -6,6 +6,7 @@
 #include <chrono>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace kzhost {
 
@@ -21,7 +22,10 @@ public:
     // "-" is standard output. On failure false, with the reason in `why`.
     bool open(const std::string& path, std::string& why);
     void operator()(const LogLine& line);
-    // Writes the last row: the exit status and the run time. Returns the status, or that of a lost log.
+    // Called before anything runs: the script, empty for none, and its arguments, which tell runs that share a file
+    // apart.
+    void setJob(std::string script, std::vector<std::string> arguments);
+    // Writes the last row: the job, its exit status and its run time. Returns the status, or that of a lost log.
     int end(int status);
 
 private:
@@ -30,6 +34,8 @@ private:
     std::string m_path;
     int m_file = -1;
     bool m_hasFailed = false;
+    std::string m_script;
+    std::vector<std::string> m_arguments;
     std::mutex m_lock;
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };

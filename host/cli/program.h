@@ -36,6 +36,10 @@ public:
     explicit CProgram(ProgramOptions options);
     // Sets up the host and loads the module. Returns exitOk or, after reporting a failure, the exit status for it.
     int start();
+    // What is about to run, for the last line of the log file. Called before start().
+    void setJob(std::string script, std::vector<std::string> arguments) {
+        m_logFile.setJob(std::move(script), std::move(arguments));
+    }
     // Ends the host. Returns the exit status: the given one, unless output was lost, or objects that count as a failure.
     int finish(int status);
     CKzHost& host() { return *m_host; }

@@ -29,6 +29,7 @@ void failForLeaks(int status, void* /*unused*/) {
 }  // namespace
 
 int kzRunInterpreter(CProgram& program, const std::vector<std::string>& words) {
+    program.setJob("", words);
     if (const int status = program.start(); status != exitOk) return status;
     if (program.options().watch.leaks == "error") on_exit(failForLeaks, nullptr);
     const auto commandLine = CHostRef<CScript>::make("the command line", "");

@@ -65,6 +65,7 @@ int kzRunScript(CProgram& program, const std::string& file, const std::vector<st
         CProgram::say(path + ": " + problem);
         return exitUsage;
     }
+    program.setJob(path, arguments);
     std::vector<std::string> words = arguments;
     words.insert(words.begin(), path);
     script->setWords(std::move(words));

@@ -2,6 +2,9 @@
 #include "host/objects/image.h"
 
 #include "host/core/object.h"
+#include "host/core/reasons.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
@@ -19,11 +22,26 @@ PixelFormat knownFormat(std::uint32_t code) {
     return *format;
 }
 
+// Throws INVALIDARG unless the buffer is there and holds that many bytes.
+void requireLine(const char* place, const void* line, std::size_t size, std::size_t needed) {
+    if (line == nullptr || size < needed)
+        throw kzBecause(KZe_INVALIDARG, place, [&] {
+            return line == nullptr ? "the line is null" : fmt::format("a line takes {} bytes, not {}", needed, size);
+        });
+}
+
+KzResult noPixel(const char* place) {
+    return kzBecause(KZe_INVALIDARG, place, [] { return "the pixel is null"; });
+}
+
 }  // namespace
 
 void CImage::resize(std::int32_t width, std::int32_t height, std::uint32_t format) {
     const PixelFormat pixelFormat = knownFormat(format);
-    if (width < 1 || height < 1 || width > longestSide || height > longestSide) throw KZe_INVALIDARG;
+    if (width < 1 || height < 1 || width > longestSide || height > longestSide)
+        throw kzBecause(KZe_INVALIDARG, "Image", [&] {
+            return fmt::format("the sides are 1 to {} pixels long, not {} x {}", longestSide, width, height);
+        });
     const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * pixelFormat.bytes();
     if (bytes > mostBytes) throw KZe_OUTOFMEMORY;
     m_bytes = std::vector<std::byte>(bytes);
@@ -51,13 +69,13 @@ KzResult CImage::img_Size(std::int32_t* width, std::int32_t* height) {
 }
 
 KzResult CImage::img_GetPixel(std::int32_t x, std::int32_t y, std::uint32_t format, void* pixel) {
-    if (pixel == nullptr) return KZe_INVALIDARG;
+    if (pixel == nullptr) return noPixel("Image.GetPixel");
     kzConvertPixels(m_format, at(x, y), knownFormat(format), static_cast<std::byte*>(pixel), 1);
     return KZe_OK;
 }
 
 KzResult CImage::img_GetLine(std::int32_t y, std::uint32_t format, std::uint32_t size, void* line) {
-    if (line == nullptr || size < lineBytes(format)) return KZe_INVALIDARG;
+    requireLine("Image.GetLine", line, size, lineBytes(format));
     kzConvertPixels(m_format, at(0, y), knownFormat(format), static_cast<std::byte*>(line),
                     static_cast<std::size_t>(m_width));
     return KZe_OK;
@@ -69,20 +87,23 @@ KzResult CImage::imgw_SetSize(std::int32_t width, std::int32_t height, std::uint
 }
 
 KzResult CImage::imgw_SetPixel(std::int32_t x, std::int32_t y, std::uint32_t format, void* pixel) {
-    if (pixel == nullptr) return KZe_INVALIDARG;
+    if (pixel == nullptr) return noPixel("ImageWrite.SetPixel");
     kzConvertPixels(knownFormat(format), static_cast<const std::byte*>(pixel), m_format, at(x, y), 1);
     return KZe_OK;
 }
 
 KzResult CImage::imgw_SetLine(std::int32_t y, std::uint32_t format, std::uint32_t size, void* line) {
-    if (line == nullptr || size < lineBytes(format)) return KZe_INVALIDARG;
+    requireLine("ImageWrite.SetLine", line, size, lineBytes(format));
     kzConvertPixels(knownFormat(format), static_cast<const std::byte*>(line), m_format, at(0, y),
                     static_cast<std::size_t>(m_width));
     return KZe_OK;
 }
 
 KzResult CImage::imgw_SetAspect(double aspect) {
-    if (!(aspect > 0) || !std::isfinite(aspect)) return KZe_INVALIDARG;
+    if (!(aspect > 0) || !std::isfinite(aspect))
+        return kzBecause(KZe_INVALIDARG, "ImageWrite.SetAspect", [&] {
+            return fmt::format("the width of a pixel over its height is above 0, not {}", aspect);
+        });
     m_aspect = aspect;
     return KZe_OK;
 }
@@ -127,9 +148,14 @@ private:
 
 }  // namespace
 
+KzResult kzNoImage(const char* place, IKzUnknown* argument) {
+    return kzBecause(KZe_INVALIDARG, place,
+                     [&] { return argument == nullptr ? "the image is null" : "the object is no image"; });
+}
+
 CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format) {
     const CKzUser_Image asImage(source);
-    if (!asImage) throw KZe_INVALIDARG;
+    if (!asImage) throw kzNoImage("Image", source);
     std::int32_t width = 0, height = 0;
     if (const KzResult code = asImage->Size(&width, &height); kzFailed(code)) throw code;
     auto copy = CHostRef<CImage>::make(width, height, format != 0 ? format : asImage->Format());

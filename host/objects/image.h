@@ -52,6 +52,9 @@ private:
     std::vector<std::byte> m_bytes;
 };
 
+// INVALIDARG, and the reason in the log, for an argument that is null or no image.
+KzResult kzNoImage(const char* place, IKzUnknown* argument);
+
 // A copy of any image in that format; 0 keeps its own. The image may be a module's, so its answers are checked. The
 // metadata of the host's own images is copied, too.
 CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format);

@@ -145,7 +145,7 @@ CHostRef<CImage> kzScaleImage(IKzUnknown* source, std::int32_t width, std::int32
 KzResult kzComposeImages(IKzUnknown* target, IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t blend,
                          double opacity) {
     const CKzUser_ImageWrite write(target);
-    if (!write) return KZe_INVALIDARG;
+    if (!write) return kzBecause(KZe_INVALIDARG, "Image.Compose", [] { return "the target cannot be written"; });
     const auto above = kzCopyImage(source, KZiIMG_FORMAT_RGBAFP), below = kzCopyImage(target, KZiIMG_FORMAT_RGBAFP);
     const auto inside = [](std::int64_t number, std::int32_t size) {
         return static_cast<std::int32_t>(std::clamp<std::int64_t>(number, 0, size));

@@ -33,7 +33,7 @@ class CImageTarget final : public CHosted<"image loader target", CImageTarget, C
 public:
     std::uint32_t imageloadertarget_Wanted() override { return KZfIMGLOAD_IMAGE; }
     KzResult imageloadertarget_SetImage(IKzUnknown* image) override {
-        return m_image.set(image) ? KZe_OK : KZe_INVALIDARG;
+        return m_image.set(image) ? KZe_OK : kzNoImage("ImageLoaderTarget.SetImage", image);
     }
     KzResult imageloadertarget_SetMetadata(const char* /*key*/, const char* /*value*/) override { return KZe_OK; }
     std::int32_t imageloadertarget_Frame() override { return 0; }
@@ -192,7 +192,7 @@ CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor)
 
 KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std::string& saver,
                            IKzUnknown* monitor) const {
-    if (!CKzUser_Image(image)) return KZe_INVALIDARG;
+    if (!CKzUser_Image(image)) return kzNoImage("Image.Save", image);
     const CFileProgress progress(m_context, m_monitors, "Saving", monitor);
     CSafeSave file(path);
     const PictureFormat* const own = kzPictureFormatFor(saver, path);

@@ -2,6 +2,7 @@
 #include "host/objects/mesh.h"
 
 #include "host/core/object.h"
+#include "host/core/reasons.h"
 #include "host/document/workspace.h"
 #include "host/objects/attached_object.h"
 #include "host/objects/edge.h"
@@ -380,9 +381,12 @@ KzResult CMesh::mesh_Merge(IKzUnknown* other, std::uint32_t flags) {
 // Works on a copy: a failed merge must change nothing, and the other mesh may be this one.
 KzResult CMesh::mesh_MergeWithTransform(IKzUnknown* other, const KzMatrix4* xfrm, std::uint32_t flags) {
     const CMeshEdit edit(data);
-    const auto source = kzOwn<CMesh>(other);
+    const auto source = CHostRef<CMesh>::of(other);
+    if (!source)
+        return kzBecause(KZe_INVALIDARG, "Mesh.Merge",
+                         [&] { return other == nullptr ? "the other mesh is null" : "the other object is no mesh"; });
     CMeshData merged = data;
-    kzMergeMesh(merged, source->data, kzNotNull(xfrm), flags);
+    kzMergeMesh(merged, source->data, kzFiniteMatrix("Mesh.MergeWithTransform", xfrm), flags);
     data = std::move(merged);
     data.changed(everything);
     return KZe_OK;
@@ -390,7 +394,7 @@ KzResult CMesh::mesh_MergeWithTransform(IKzUnknown* other, const KzMatrix4* xfrm
 
 KzResult CMesh::mesh_Transform(const KzMatrix4* xfrm, std::int32_t mark) {
     const CMeshEdit edit(data);
-    const KzMatrix4& matrix = kzNotNull(xfrm);
+    const KzMatrix4& matrix = kzFiniteMatrix("Mesh.Transform", xfrm);
     for (MeshPoint& point : data.points)
         if (kzMatchesMarks(point.marks, mark)) point.position = kzPlace(point.position, matrix);
     for (MeshMapData& map : data.maps)

@@ -1,7 +1,13 @@
 // Merges one mesh into another.
 #include "host/objects/mesh_merge.h"
 
+#include "host/core/reasons.h"
+#include "host/objects/arguments.h"
+
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <cmath>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -117,7 +123,20 @@ void kzTurnNormal(std::vector<float>& values, const KzMatrix4& matrix) {
     std::copy_n(turned.v, 3, values.begin());
 }
 
+const KzMatrix4& kzFiniteMatrix(const char* place, const KzMatrix4* matrix) {
+    for (const auto& row : kzNotNull(matrix).m)
+        for (const double number : row)
+            if (!std::isfinite(number))
+                throw kzBecause(KZe_INVALIDARG, place, [&] { return fmt::format("the matrix has {} in it", number); });
+    return *matrix;
+}
+
 void kzMergeMesh(CMeshData& target, const CMeshData& source, const KzMatrix4& matrix, std::uint32_t flags) {
+    constexpr std::uint32_t points = KZfMESHMERGE_POINT_MAPS | KZfMESHMERGE_POINT_NEWMAPS | KZfMESHMERGE_POINT_WELD |
+                                     KZfMESHMERGE_POINT_MARKED | KZfMESHMERGE_POINT_SELECT;
+    if (const std::uint32_t unknown = flags & ~(points | KZm_MESHMERGE_POLY_ALL); unknown != 0)
+        throw kzBecause(KZe_INVALIDARG, "Mesh.Merge",
+                        [&] { return fmt::format("there is no flag 0x{:X} for merges", unknown); });
     CMerge(target, source, matrix, flags).run();
 }
 

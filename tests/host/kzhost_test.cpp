@@ -293,7 +293,7 @@ TEST_F(KzHostTest, TheLogFileHoldsEveryLineAsJson) {
 #endif
     for (std::size_t begun = 0; begun < runs; begun += atOnce) {
         std::vector<pid_t> children;
-        while (children.size() < atOnce) children.push_back(start({"--log", path("log"), "run", script}));
+        while (children.size() < atOnce) children.push_back(start({"--log", path("log"), "run", script, "a \xff"}));
         for (const pid_t child : children) EXPECT_EQ(finish(child).status, 1);
     }
     std::map<int, std::vector<nlohmann::json>> all;  // by process
@@ -312,6 +312,7 @@ TEST_F(KzHostTest, TheLogFileHoldsEveryLineAsJson) {
         EXPECT_EQ(rows[1]["depth"], 1);
         EXPECT_EQ(rows[2]["level"].get<std::string>() + " " + rows[2]["code"].dump(), "FAILED 2147483648");
         EXPECT_LT(rows[2]["entry"].get<int>(), rows[3]["entry"].get<int>());
+        EXPECT_EQ(rows[4]["script"].get<std::string>() + rows[4]["arguments"].dump(), script + "[\"a \uFFFD\"]");
         EXPECT_EQ(rows[4]["status"], 1);
         EXPECT_GT(rows[4]["seconds"].get<double>(), 0);
     }

@@ -6,7 +6,7 @@ import tempfile
 
 import kz
 import kzifc
-from checks import code_of, equal, fails, near, result_of, storage
+from checks import code_of, equal, fails, near, reasons, result_of, storage
 from kz.symbol import (fBLOCKSTORE_CHECKSUM, fBLOCKSTORE_CREATE, fBLOCKSTORE_READ, fNOTIFY_LABEL, fNOTIFY_VALUE, i_STREAM_BINARY, i_STREAM_CONFIG, i_STREAM_TEXT,
                        i_TBLX_FEATURE_UV, iREMAPRULE_FOLDER, iREMAPRULE_NAME, iREMAPRULE_PATTERN, sBLOCKSTORE_INDEXED,
                        sBLOCKSTORE_PLAIN, sNOTIFIER_UNITS, u_CACHEOWNER_IMAGES, u_CACHEOWNER_SCENE)
@@ -223,9 +223,7 @@ def check_every_service_answers_or_says_why_not():
           (absent[3].Cancel,))
     equal([absent[0].IsRendering(), absent[2].Count(), absent[2].Current(), absent[3].IsActive()],
           [False, 0, -1, False])
-    log = kz.service.Log().SubSystemLookup('objects')
-    lines = [log.EntryByIndex(index).Desc() for index in range(log.EntryCount())]
-    equal([line for line in lines if 'Render.State' in line], ['Render.State: this host has no renderer'])
+    equal([line for line in reasons() if 'Render.State' in line], ['Render.State: this host has no renderer'])
 
 
 class Metrics(kzifc.DirCacheFileMetrics):

@@ -6,7 +6,7 @@ import tempfile
 
 import kz
 import kzifc
-from checks import code_of, equal, fails, near, result_of, storage
+from checks import code_of, equal, fails, near, reasons, result_of, storage
 from kz.symbol import (iIMG_FLIP_HORIZONTAL, iIMG_FORMAT_BITMAP, iIMG_FORMAT_GREY, iIMG_FORMAT_GREY16,
                        iIMG_FORMAT_GREYFP, iIMG_FORMAT_INDEX, iIMG_FORMAT_NONE, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGB48,
                        iIMG_FORMAT_RGBA32, iIMG_FORMAT_RGBA64, iIMG_FORMAT_RGBAFP, iIMG_FORMAT_RGBAHALF,
@@ -68,6 +68,14 @@ def check_what_is_outside_or_not_kept_is_refused():
             ('NOTSUPPORTED', 1, 1, iIMG_FORMAT_INDEX)):
         fails(code, (IMAGES.Create, width, height, format, 0), (write.SetSize, width, height, format))
     equal(image.Size(), (3, 2))  # a refused size changes nothing
+    fails('INVALIDARG', (IMAGES.Save, None, 'none.png', None, None), (IMAGES.Compose, kz.service.Scene().Create('none'), image, 0, 0, 0, 1))
+    equal(set([
+        'Image.GetPixel: the pixel is null', 'ImageWrite.SetAspect: the width of a pixel over its height is above 0, not 0',
+        'ImageWrite.SetLine: the line is null', 'ImageWrite.SetLine: a line takes 9 bytes, not 8',
+        'Image.GetLine: a line takes 9 bytes, not 8', 'Image: the sides are 1 to 65536 pixels long, not 0 x 1',
+        'Image: the sides are 1 to 65536 pixels long, not 1 x -1',
+        'Image: the sides are 1 to 65536 pixels long, not 1048576 x 1',
+        'Image.Save: the image is null', 'Image.Compose: the target cannot be written']) - set(reasons()), set())
 
 
 def pixels_of(image):

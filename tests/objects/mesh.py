@@ -3,7 +3,7 @@ import math
 
 import kz
 import kzifc
-from checks import equal, fails, near, storage
+from checks import equal, fails, near, reasons, storage
 from kz.symbol import (fMARK_SELECT, fMESHEDIT_POINTS, fMESHEDIT_POSITION, fMESHMAP_HIDDEN, fMESHMAP_LOCKED,
                        fMESHMERGE_POINT_MARKED, fMESHMERGE_POINT_WELD, fPOLYWALK_TAG, f_MESHMERGE_POLY_CURVES,
                        f_MESHMERGE_POLY_MARKED, i_MAPTYPE_CUSTOM, i_MAPTYPE_TEXTURE, i_MAPTYPE_WEIGHT,
@@ -100,7 +100,12 @@ def check_merges_take_what_the_flags_say():
         mesh.MergeWithTransform(mesh, matrix, flags)
         equal([flags, counts(mesh), mesh.Volume(), mesh.BoundingBox(0)], [flags, numbers, volume, (low, high)])
     mesh, ids = box()
-    fails('INVALIDARG', (mesh.Merge, None, 0), (mesh.Merge, kz.service.Scene().Create('no mesh'), 0))
+    endless = MOVED[:3] + ((float('nan'), 0, 0, 1),)
+    fails('INVALIDARG', (mesh.Merge, None, 0), (mesh.Merge, kz.service.Scene().Create('no mesh'), 0),
+          (mesh.Merge, mesh, 0x80), (mesh.MergeWithTransform, mesh, endless, 0), (mesh.Transform, endless, 0))
+    equal(reasons()[-5:], ['Mesh.Merge: the other mesh is null', 'Mesh.Merge: the other object is no mesh',
+                           'Mesh.Merge: there is no flag 0x80 for merges',
+                           'Mesh.MergeWithTransform: the matrix has nan in it', 'Mesh.Transform: the matrix has nan in it'])
     equal(counts(mesh), [8, 12, 6, 24, 0])
 
 

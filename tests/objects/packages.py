@@ -5,11 +5,11 @@ import tempfile
 
 import kz
 import kzifc
-from checks import equal, fails, near, storage
+from checks import equal, fails, near, reasons, storage
 from kz.symbol import (fNEWBORN_COPY, fNEWBORN_UNDO, iCHANVEC_RGB, s_PKGTAG_SUPERTYPE, s_PKGTAG_TARGET,
                        s_PKGTAG_VERSION)
 
-SCENES, UNDO, LOG = kz.service.Scene(), kz.service.Undo(), kz.service.Log()
+SCENES, UNDO = kz.service.Scene(), kz.service.Undo()
 HEARD, LAST = [], {}
 
 
@@ -19,13 +19,8 @@ def heard():
     return told
 
 
-def lines():
-    log = LOG.SubSystemLookup('objects')
-    return [log.EntryByIndex(index).Desc() for index in range(log.EntryCount())]
-
-
 def says(text):
-    equal((text, any(text in line for line in lines())), (text, True))
+    equal((text, any(text in line for line in reasons())), (text, True))
 
 
 class Lamp(kzifc.Package):

@@ -42,6 +42,12 @@ def fails(code, *calls):
         equal((call, found, getattr(kz.result, found or '', None)), (call, found, getattr(kz.result, code)))
 
 
+def reasons():
+    """Why the host's own objects have refused something, as far as its log tells."""
+    lines = kz.service.Log().SubSystemLookup('objects')
+    return [lines.EntryByIndex(index).Desc() for index in range(lines.EntryCount())]
+
+
 def run(module):
     for name in sorted(vars(module)):
         if name.startswith('check_'):
