@@ -288,8 +288,7 @@ class Command(kzifc.Command, kzifc.Attributes):
         if value is None:
             _refuse(kz.symbol.e_NOTAVAILABLE)
         if type(value) is str:
-            self._set(index, 'SetString', value)
-            value = self._passed_values[index]
+            value = self._set(index, 'SetString', value)  # not what another thread may have set meanwhile
         return value
 
     def _value_object(self, index):
@@ -308,6 +307,7 @@ class Command(kzifc.Command, kzifc.Attributes):
         except Exception:
             _refuse(kz.symbol.e_INVALIDARG)
         self._values()[index] = target
+        return target
 
     def _assign(self, values):
         for name, value in values.items():
