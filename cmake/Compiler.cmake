@@ -8,11 +8,13 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# With paths taken relative to the source tree, several checkouts share one cache.
+# With paths taken relative to the source tree, several checkouts share one cache. The sloppiness is what the cache asks
+# for with precompiled headers: no source of ours depends on the time at which it is compiled.
 find_program(KZ_CCACHE ccache)
 if(KZ_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER
-        "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${KZ_CCACHE}")
+        "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1
+        CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_PCH_EXTSUM=1 "${KZ_CCACHE}")
 endif()
 
 add_library(kz_options INTERFACE)

@@ -1,5 +1,53 @@
 # The ways to add a target: libraries, tests, and the plug-in that the object libraries end up in.
 
+# Reading the standard headers takes a compiler longer than compiling what a source of ours says, so the release build
+# compiles them once. That would hide a missing include: the other presets, and the analysis of sources, go without.
+option(KZ_PRECOMPILE "Compile the standard headers once, with Clang" OFF)
+
+# kz_precompile(NAME OPTION... HEADERS HEADER...): headers for kz_use_precompiled(), with the options of those that use them.
+# CMake's own way names them by absolute paths, with which checkouts could not share one compiler cache; and the cache compares
+# their text in place of them, as the compiled ones have such paths inside.
+function(kz_precompile name)
+    if(NOT KZ_PRECOMPILE)
+        return()
+    endif()
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS")
+    list(TRANSFORM arg_HEADERS REPLACE "(.+)" "#include <\\1>\n")
+    list(JOIN arg_HEADERS "" text)
+    file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/${name}.h" CONTENT "${text}" @ONLY)
+    string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
+    separate_arguments(flags UNIX_COMMAND "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${build_type}}")
+    set(compile "${CMAKE_CXX_COMPILER}" ${flags} -std=c++${CMAKE_CXX_STANDARD} -fPIC -fvisibility=hidden
+        -fvisibility-inlines-hidden ${arg_UNPARSED_ARGUMENTS} -x c++-header ${name}.h)
+    add_custom_command(OUTPUT "${PROJECT_BINARY_DIR}/${name}.pch"
+        COMMAND ${compile} -E -P -o ${name}.pch.sum
+        COMMAND ${compile} -Xclang -fno-pch-timestamp -fpch-instantiate-templates -MD -MF ${name}.pch.d -o ${name}.pch
+        DEPFILE "${PROJECT_BINARY_DIR}/${name}.pch.d" DEPENDS "${PROJECT_BINARY_DIR}/${name}.h"
+        WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" COMMENT "Compiling the headers of ${name}" VERBATIM)
+    add_custom_target(${name} DEPENDS "${PROJECT_BINARY_DIR}/${name}.pch")
+endfunction()
+
+# The target takes those that the variable kz_headers names; a program, as position-independent code like a library's.
+function(kz_use_precompiled name)
+    if(NOT KZ_PRECOMPILE)
+        return()
+    endif()
+    add_dependencies(${name} ${kz_headers})
+    get_target_property(sources ${name} SOURCES)
+    set_property(SOURCE ${sources} APPEND PROPERTY OBJECT_DEPENDS "${PROJECT_BINARY_DIR}/${kz_headers}.pch")
+    target_compile_options(${name} PRIVATE "SHELL:-include-pch ${kz_headers}.pch")
+    get_target_property(kind ${name} TYPE)
+    if(kind STREQUAL EXECUTABLE)
+        set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+        target_compile_options(${name} PRIVATE -fPIC)
+    endif()
+endfunction()
+
+set(kz_standard_list algorithm array atomic charconv chrono cmath cstdint cstring deque filesystem fstream functional limits
+    map memory mutex optional set span sstream string string_view thread unordered_map unordered_set utility variant vector)
+kz_precompile(kz_standard_headers -DFMT_SHARED HEADERS ${kz_standard_list} fmt/format.h)
+set(kz_headers kz_standard_headers)
+
 # kz_add_library(NAME OBJECT|STATIC SOURCE... [LINK LIBRARY...])
 # Sources include each other from the top of the tree ("wrap/marshal.h"), generated ones from the top of the build tree.
 function(kz_add_library name kind)
@@ -8,6 +56,7 @@ function(kz_add_library name kind)
     target_include_directories(${name} PUBLIC
         "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>" "$<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>")
     target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE "$<BUILD_INTERFACE:kz_options>")
+    kz_use_precompiled(${name})
 endfunction()
 
 # kz_add_program(NAME SOURCE... [LINK LIBRARY...]): an executable in bin/.
@@ -17,6 +66,7 @@ function(kz_add_program name)
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
     target_link_libraries(${name} PRIVATE ${arg_LINK} kz_options)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+    kz_use_precompiled(${name})
 endfunction()
 
 # The leak checker's suppressions for tests whose servers keep what they return: the general ones and their own.
@@ -43,6 +93,7 @@ function(kz_add_test name)
     add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
     target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gtest_main kz_options)
+    kz_use_precompiled(${name})
     add_dependencies(${name} kz_run_time)
     set(environment "")
     if(arg_KEEPS_SERVED)

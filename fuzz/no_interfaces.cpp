@@ -2,4 +2,4 @@
 #include "wrap/registration.h"
 
 const std::span<const KzHeaderRows* const> kzHeaders;
-const std::string_view kzFamilies;
+const std::span<const KzFamilyRow> kzFamilies;

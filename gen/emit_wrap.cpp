@@ -190,7 +190,7 @@ void emitKindChecks(Text out) {
     }
 }
 
-// Each family of integers that a method takes or returns, with its constants: "fFIND=fFIND_CASE,fFIND_WORD;".
+// Each family of integers that a method takes or returns, with its constants: "fFIND", "fFIND_CASE,fFIND_WORD".
 void emitFamilies(const Model& model, Text out) {
     std::set<std::string> names;
     const auto add = [&](const Type& type) {
@@ -202,10 +202,10 @@ void emitFamilies(const Model& model, Text out) {
                 add(method.returns);
                 for (const Parameter& parameter : method.parameters) add(parameter.type);
             }
-    fmt::format_to(out, "const std::string_view kzFamilies =\n");
+    fmt::format_to(out, "constexpr KzFamilyRow families[] = {{\n");
     for (const std::string& name : names)
-        fmt::format_to(out, "    \";{}={}\"\n", name, fmt::join(familyMembers(model, name), ","));
-    fmt::format_to(out, "    \";\";\n");
+        fmt::format_to(out, "    {{\"{}\", \"{}\"}},\n", name, fmt::join(familyMembers(model, name), ","));
+    fmt::format_to(out, "}};\n");
 }
 
 std::string listText(const Model& model) {
@@ -218,8 +218,10 @@ std::string listText(const Model& model) {
     emitKindChecks(out);
     fmt::format_to(out, "\nconstexpr const KzHeaderRows* all[] = {{\n");
     for (const Header& header : model.headers) fmt::format_to(out, "    &kzHeader_{},\n", header.name);
-    fmt::format_to(out, "}};\n\n}}  // namespace\n\nconst std::span<const KzHeaderRows* const> kzHeaders(all);\n");
+    fmt::format_to(out, "}};\n\n");
     emitFamilies(model, out);
+    fmt::format_to(out, "\n}}  // namespace\n\nconst std::span<const KzHeaderRows* const> kzHeaders(all);\n"
+                        "const std::span<const KzFamilyRow> kzFamilies(families);\n");
     return text;
 }
 

@@ -18,8 +18,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly stamps=$root/build/setup
 readonly pyflakes=$root/build/pyflakes
 
-readonly groups='build test package symbols lint fuzz coverage site'
-readonly build_packages=(ca-certificates g++ cmake ninja-build ccache pkg-config python3
+readonly groups='build test package gnu symbols lint fuzz coverage site'
+readonly build_packages=(ca-certificates clang cmake ninja-build ccache pkg-config python3
     libfmt-dev libcli11-dev nlohmann-json3-dev libreadline-dev libgtest-dev)
 readonly python_packages=(python2.7 libpython2.7-dev)
 
@@ -33,11 +33,12 @@ groups_for() {
         lint) echo build lint ;;
         package) echo build package ;;
         fuzz) echo build symbols fuzz ;;
-        coverage) echo build test coverage ;;
+        coverage) echo build test gnu coverage ;;
         *) echo "$groups" ;;
     esac
     case ${2:-} in
-        asan | tsan | pydebug) echo symbols ;;
+        asan | tsan) echo gnu symbols ;;
+        pydebug) echo symbols ;;
         --check) [ "$1" != docs ] || echo site_check ;;
     esac
 }
@@ -50,7 +51,7 @@ fingerprint() {
 still_holds() {
     [ "$(cat "$stamps/$1" 2>/dev/null)" = "$fingerprint" ] || return 1
     [ "$1" = build ] || return 0
-    command -v g++ cmake ninja ccache >/dev/null && [ -f /usr/include/CLI/CLI.hpp ] || return 1
+    command -v clang++ cmake ninja ccache >/dev/null && [ -f /usr/include/CLI/CLI.hpp ] || return 1
     [ -n "${KZ_PYTHON2:-}" ] || [ -f /usr/include/python2.7/Python.h ]
 }
 
@@ -97,6 +98,9 @@ set_up_package() {
     install_models
 }
 
+# The compiler of the presets that check memory and threads, and that count what runs: all code is read by two compilers.
+set_up_gnu() { install_packages g++ || die "g++ could not be installed"; }
+
 set_up_symbols() {
     [ -n "${KZ_PYTHON2:-}" ] || install_optional "the preset 'pydebug' cannot be built, and the leak checker does not \
 know the interpreter's functions" python2.7-dbg libpython2.7-dbg
@@ -110,7 +114,7 @@ set_up_lint() {
         say "not available: pyflakes for Python 2.7 - './dev lint' cannot check the Python code"
 }
 
-set_up_fuzz() { install_optional "'./dev fuzz' is not guided by coverage" clang libclang-rt-dev; }
+set_up_fuzz() { install_optional "'./dev fuzz' is not guided by coverage" libclang-rt-dev; }
 set_up_site() { install_site "$root/build/site" || die "MkDocs, which makes the documentation, could not be installed"; }
 
 set_up_site_check() {

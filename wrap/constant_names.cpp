@@ -52,14 +52,12 @@ const KzSymbolRow* integerCalled(std::string_view name) noexcept {
 // The constants with more bits come first, so that those that contain others are found before these.
 Constants constantsOf(std::string_view family) {
     Constants constants;
-    const std::string start = ";" + std::string(family) + "=";
-    const std::size_t at = kzFamilies.find(start);
-    if (at == std::string_view::npos) return constants;
-    std::string_view rest = kzFamilies.substr(at + start.size());
-    std::string_view names = takePart(rest, ';');
+    const auto row = std::ranges::lower_bound(kzFamilies, family, {}, &KzFamilyRow::name);
+    if (row == kzFamilies.end() || row->name != family) return constants;
+    std::string_view names = row->constants;
     while (!names.empty()) {
         const std::string_view name = takePart(names, ',');
-        if (const KzSymbolRow* row = integerCalled(name)) constants.push_back({name, row->number});
+        if (const KzSymbolRow* symbol = integerCalled(name)) constants.push_back({name, symbol->number});
     }
     std::stable_sort(constants.begin(), constants.end(), [](const Constant& left, const Constant& right) {
         return std::popcount(static_cast<std::uint64_t>(left.value)) >

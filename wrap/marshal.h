@@ -194,9 +194,15 @@ template <bool isResult, class Method, class... Parameters, class... TypeList>
     return kzRaise(code);
 }
 
+#ifdef __clang__
+#define KZ_SHARED_COPY [[gnu::noinline]]
+#else
+#define KZ_SHARED_COPY [[gnu::noipa]]
+#endif
+
 // One instance for each signature. Not inlined or cloned, so that all translation units share a single copy.
 template <bool isResult, class Method, class... Parameters, class... TypeList>
-[[gnu::noipa]] PyObject* marshal(PyObject* self, PyObject* args, std::intptr_t slot, TypeList... typeList) noexcept {
+KZ_SHARED_COPY PyObject* marshal(PyObject* self, PyObject* args, std::intptr_t slot, TypeList... typeList) noexcept {
     return marshalHere<isResult, Method, Parameters...>(self, args, slot, typeList...);
 }
 

@@ -40,8 +40,13 @@ struct KzHeaderRows {
 // All headers, in the order of the SDK.
 extern const std::span<const KzHeaderRows* const> kzHeaders;
 
-// The families of constants that methods name, ";fFIND=fFIND_CASE,fFIND_WORD;".
-extern const std::string_view kzFamilies;
+// A family of constants that methods name: "fFIND" and "fFIND_CASE,fFIND_WORD".
+struct KzFamilyRow {
+    std::string_view name;
+    std::string_view constants;
+};
+
+extern const std::span<const KzFamilyRow> kzFamilies;  // by name
 
 // Makes the submodules service, object, result, symbol and ifc, in that order.
 // `storage` becomes kz.object.storage. Throws FAILED.

@@ -51,7 +51,6 @@ std::string kzThereIsNo(std::string_view kind, std::string_view name, const std:
 template <class Range, class NameOf>
 std::string kzThereIsNo(std::string_view kind, std::string_view name, const Range& range, const NameOf& nameOf) {
     std::vector<std::string> names;
-    names.reserve(static_cast<std::size_t>(std::ranges::distance(range)));
     for (const auto& each : range) names.emplace_back(nameOf(each));
     return kzThereIsNo(kind, name, names);
 }

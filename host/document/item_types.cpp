@@ -92,6 +92,14 @@ std::size_t CItemTypeTable::size() const {
     return m_types.size();
 }
 
+std::vector<std::reference_wrapper<const ItemType>> CItemTypeTable::all() const {
+    const std::shared_lock lock(m_mutex);
+    std::vector<std::reference_wrapper<const ItemType>> types;
+    types.reserve(m_types.size());
+    for (const auto& type : m_types) types.emplace_back(*type);
+    return types;
+}
+
 CItemTypeTable& kzItemTypeTable() {
     static CItemTypeTable theTable;
     return theTable;

@@ -9,9 +9,9 @@
 
 #include <cstddef>
 #include <functional>
+#include <functional>
 #include <map>
 #include <memory>
-#include <ranges>
 #include <shared_mutex>
 #include <span>
 #include <string>
@@ -74,11 +74,7 @@ public:
     // Whether it is one of the host's own types, which every host has.
     bool isOwn(const ItemType& type) const;
     // Those that are there now, in the order of their numbers, which count from 1.
-    auto all() const {
-        return std::views::iota(std::size_t{1}, size() + 1) |
-               std::views::transform(
-                   [this](std::size_t number) -> const ItemType& { return *find(static_cast<std::int32_t>(number)); });
-    }
+    std::vector<std::reference_wrapper<const ItemType>> all() const;
 
 private:
     mutable std::shared_mutex m_mutex;

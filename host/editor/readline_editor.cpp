@@ -230,8 +230,8 @@ int complete(int /*count*/, int key) {
 
 // The interpreter's module makes Tab an ordinary key when it is imported, and pdb lets it complete without a question.
 void bindTab() {
-    const rl_command_func_t* const bound = rl_function_of_keyseq("\t", nullptr, nullptr);
-    for (const rl_command_func_t* each : {rl_insert, rl_tab_insert, rl_complete})
+    rl_command_func_t* const bound = rl_function_of_keyseq("\t", nullptr, nullptr);
+    for (rl_command_func_t* each : {rl_insert, rl_tab_insert, rl_complete})
         if (bound == each) rl_bind_key('\t', complete);
 }
 

@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include <ranges>
 #include <utility>
 
 namespace kzhost {
@@ -25,8 +24,9 @@ std::int32_t kzChannelIndex(const Item& item, std::string_view name) {
     const std::int32_t index = item.findChannel(name);
     if (index < 0)
         throw kzBecause(KZe_NOTFOUND, "Item.ChannelLookup", [&] {
-            return kzThereIsNo("channel", name, std::views::iota(std::size_t{0}, item.channelCount()),
-                               [&](std::size_t each) { return item.channelAt(each)->name; });
+            std::vector<std::string> names;
+            for (std::size_t at = 0; at < item.channelCount(); at++) names.push_back(item.channelAt(at)->name);
+            return kzThereIsNo("channel", name, names);
         });
     return index;
 }

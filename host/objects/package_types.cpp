@@ -21,7 +21,7 @@ namespace {
 // Says why there is no type for the package.
 template <class Reason> void refuse(KzResult code, const KzServer& server, const Reason& reason) {
     kzBecause(code, "Package",
-              [&] { return fmt::format("the package \"{}\" adds no item type: {}", server.name, reason()); });
+              [&] { return fmt::format("the package \"{}\" adds no item type: {}", server.name, std::string(reason())); });
 }
 
 // The same package may have been there before: for an earlier host, or in a module that was loaded again.
@@ -61,7 +61,7 @@ void CPackageTypes::update() {
         const auto tag = std::ranges::find(tags, KZs_PKGTAG_SUPERTYPE, &std::pair<std::string, std::string>::first);
         refuse(KZe_NOTFOUND, server, [&] {
             return kzThereIsNo("item type", tag != tags.end() ? tag->second : "", kzItemTypes(),
-                               [](const auto& each) { return each.name; });
+                               [](const ItemType& each) { return each.name; });
         });
     }
     const std::lock_guard guard(m_lock);

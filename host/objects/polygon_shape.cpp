@@ -50,7 +50,7 @@ private:
         return {m_left[(at + count - 1) % count], m_left[at], m_left[(at + 1) % count]};
     }
     bool isEar(const Triangle& triangle) const {
-        const auto& [a, b, c] = triangle;
+        const std::uint32_t a = triangle[0], b = triangle[1], c = triangle[2];
         if (turn(m_corners[a], m_corners[b], m_corners[c], m_normal) <= 0) return false;
         return std::none_of(m_left.begin(), m_left.end(), [&](std::uint32_t other) {
             if (other == a || other == b || other == c) return false;
@@ -147,7 +147,7 @@ double kzOffPlane(std::span<const KzVector3> corners) {
 
 // A place whose foot lies outside is nearest to one of the sides.
 TrianglePlace kzNearest(const KzVector3& position, const std::array<KzVector3, 3>& triangle) {
-    const auto& [a, b, c] = triangle;
+    const KzVector3 &a = triangle[0], &b = triangle[1], &c = triangle[2];
     const KzVector3 normal = kzCross(b - a, c - a);
     TrianglePlace nearest{.distance = -1};
     const auto offer = [&](const std::array<double, 3>& weights) {

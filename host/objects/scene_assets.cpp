@@ -193,7 +193,7 @@ KzResult CSceneAssets::sceneassets_Gather(const char* folder, std::int32_t copy)
         if (fs::equivalent(path, place, error)) continue;
         if (!fs::copy_file(path, place, error))
             return kzBecause(KZe_NOACCESS, "SceneAssets.Gather",
-                             [&] { return fmt::format("\"{}\" cannot be copied: {}", path, error.message()); });
+                             [&error, &path = path] { return fmt::format("\"{}\" cannot be copied: {}", path, error.message()); });
     }
     for (const Asset& asset : assets)
         if (asset.isServed) setServed(servedItem(asset.item), asset.name, places.at(asset.path).string());

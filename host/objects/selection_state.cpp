@@ -54,7 +54,7 @@ KzResult CSelectionState::selectionstate_Merge(IKzUnknown* other) {
     const CReading reading(*m_workspace);
     if (state.object() == this) return KZe_OK;
     for (const auto& [type, list] : state->m_lists)
-        list.each([&](const PacketRef& packet) { m_lists[type].add(packet); });
+        list.each([this, type = type](const PacketRef& packet) { m_lists[type].add(packet); });
     return KZe_OK;
 }
 

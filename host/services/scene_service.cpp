@@ -90,7 +90,7 @@ public:
         *type = row != nullptr ? row->number : KZiITYPE_UNKNOWN;
         if (row != nullptr) return KZe_OK;
         return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeLookup", [&] {
-            return kzThereIsNo("item type", kzTextOf(name), kzItemTypes(), [](const auto& each) { return each.name; });
+            return kzThereIsNo("item type", kzTextOf(name), kzItemTypes(), [](const ItemType& each) { return each.name; });
         });
     }
     KzResult sceneservice_ItemTypeName(std::int32_t type, const char** name) override {
@@ -109,12 +109,12 @@ public:
     }
     std::uint32_t sceneservice_ItemTypeCount() override {
         enter("Scene.ItemTypeCount");
-        return static_cast<std::uint32_t>(kzItemTypes().size());
+        return static_cast<std::uint32_t>(kzItemTypeTable().size());
     }
     KzResult sceneservice_ItemTypeByIndex(std::uint32_t index, std::int32_t* type) override {
         enter("Scene.ItemTypeByIndex");
-        if (index >= kzItemTypes().size()) return KZe_OUTOFBOUNDS;
-        *type = kzItemTypes()[index].number;
+        if (index >= kzItemTypeTable().size()) return KZe_OUTOFBOUNDS;
+        *type = static_cast<std::int32_t>(index) + 1;
         return KZe_OK;
     }
     KzResult sceneservice_CreateCollection(IKzUnknown** items) override {

@@ -104,7 +104,7 @@ TEST_F(ModelsTest, HaveWhatAnotherProgramCounts) {
         SCOPED_TRACE(name);
         const std::size_t lines = host().log().lines(KZsLOG_FILES).size();
         try {
-            load(models + name, [&](CDocument& document) {
+            load(models + name, [&row = row](CDocument& document) {
                 if (row.is_null()) return;
                 const Facts facts(document);
                 EXPECT_EQ((std::vector{facts.meshes, facts.materials, facts.cameras, facts.lights, facts.points}),
@@ -242,7 +242,7 @@ TEST_F(ModelsTest, OfModulesInCppAreLoadedWithTheFilesThatTheyName) {
     const std::pair<const char*, std::string> rows[] = {
         {"/gone/a.png", KZ_SOURCE_DIR "/tests/objects/pictures/rgb16.png"}, {"/gone/b.png", "/gone/b.png"}};
     for (const auto& [written, found] : rows)
-        load(folder.write("a.line", written), [&](CDocument& document) {
+        load(folder.write("a.line", written), [&found = found](CDocument& document) {
             const auto files = kzFileChannels(document);
             ASSERT_EQ(files.size(), 1U);
             EXPECT_EQ(files.front().path, found);
