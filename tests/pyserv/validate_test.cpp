@@ -90,6 +90,7 @@ TEST_F(ValidateTest, WrongCommandLinesAreRefusedAndABrokenFileIsAFinding) {
     serve("named.py",
           "import kz, kzifc\nclass A(kzifc.Visitor):\n    def vis_Evaluate(self): pass\nkz.bless(A, 'named')\n");
     expect(run({"validate", "nmaed"}), 2, "", {"no server \"nmaed\"; did you mean \"named\"?"});
+    expect(run({"validate", path("servers")}), 2, "", {"servers is a folder; name the files in it"});
     expect(run({"validate", "named", "--level", "11"}), 2, "", {"--level: Value 11 not in range 1 to 10"});
     expect(run({"validate", "named", "--level", "2"}), 0, "1 server, level 2, seed 1: nothing found\n");
     expect(run({"validate", "named", "--only", "x"}), 2, "", {"named: there is no server with \"x\" in its name"});
