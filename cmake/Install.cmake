@@ -119,7 +119,6 @@ install(DIRECTORY sdk/include/kz "${PROJECT_BINARY_DIR}/sdk/generated/kz" DESTIN
     FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY sdk/idl DESTINATION share/kzPython2 COMPONENT development)
 install(DIRECTORY sdk/example DESTINATION share/kzPython2/sdk COMPONENT development)
-install(FILES sdk/README.md DESTINATION share/kzPython2/sdk COMPONENT development)
 configure_package_config_file(cmake/kzPython2Config.cmake.in kzPython2Config.cmake
     INSTALL_DESTINATION lib/cmake/kzPython2 NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(kzPython2ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
@@ -130,7 +129,8 @@ foreach(component IN ITEMS development runtime)
         COMPONENT development)
 endforeach()
 
-install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${kz_doc} COMPONENT runtime)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${kz_doc} COMPONENT runtime)
+install(FILES sdk/README.md DESTINATION ${kz_doc}/sdk COMPONENT runtime)  # where links between the documents lead
 install(DIRECTORY docs examples DESTINATION ${kz_doc} COMPONENT runtime PATTERN "*.pyc" EXCLUDE PATTERN docs/site EXCLUDE)
 
 # Last, when everything is there: the bill of materials of this component, or of all. The libraries that no installed file

@@ -3,15 +3,15 @@
 
     kzhost run examples/check_models.py examples/models report.json
 
-The report lists what was measured and what is wrong with each model. The exit status is 0 if all is well and 3 if a
-model breaks a rule or cannot be read, so that a shell script or a farm can act on it.
+The report lists what was measured and what is wrong with each model. The exit status is 0 if all is well and 10 if a
+model breaks a rule or cannot be read.
 """
 import itertools
-import json
 import os
 import sys
 
 import kz
+import rules
 
 KINDS = (".dae", ".fbx", ".glb", ".gltf", ".obj", ".ply", ".stl")
 LARGEST = 20.0  # metres
@@ -57,7 +57,7 @@ def measure(scene):
             "size": size or [0, 0, 0], "missing files": missing, "textures": len(files)}
 
 
-def faults_of(path):
+def examine(path):
     """What was measured, and what is wrong."""
     try:
         scene = scenes.Load(path, None)
@@ -66,29 +66,12 @@ def faults_of(path):
     facts = measure(scene)
     scenes.Close(scene)
     unmapped = ", ".join(facts["without UVs"])
-    rules = [(facts["polygons"], "has no polygons"),
-             (max(facts["size"]) <= LARGEST, "is %g m large; is it in metres?" % max(facts["size"])),
-             (not facts["without area"], "has %d polygons without area" % facts["without area"]),
-             (not facts["missing files"], "misses " + ", ".join(facts["missing files"])),
-             (not (facts["textures"] and unmapped), "has textures but no UVs on " + unmapped)]
-    return facts, [fault for is_kept, fault in rules if not is_kept]
+    return facts, rules.broken([
+        (facts["polygons"], "has no polygons"),
+        (max(facts["size"]) <= LARGEST, "is %g m large; is it in metres?" % max(facts["size"])),
+        (not facts["without area"], "has %d polygons without area" % facts["without area"]),
+        (not facts["missing files"], "misses " + ", ".join(facts["missing files"])),
+        (not (facts["textures"] and unmapped), "has textures but no UVs on " + unmapped)])
 
 
-def main(folder, report=None):
-    paths = [os.path.join(place, name) for place, _, names in os.walk(folder) for name in names]
-    models = sorted(path for path in paths if os.path.splitext(path)[1].lower() in KINDS)
-    results = {}
-    for path in models:
-        facts, faults = faults_of(path)
-        results[path] = {"facts": facts, "faults": faults}
-        for fault in faults or ["good: %(meshes)d meshes, %(polygons)d polygons" % facts]:
-            print "%s %s" % (path, fault)
-    bad = sum(1 for each in results.values() if each["faults"])
-    print "%d models, %d with faults" % (len(results), bad)
-    if report:
-        with open(report, "w") as stream:
-            json.dump(results, stream, indent=4, sort_keys=True)
-    return 3 if bad else 0
-
-
-sys.exit(main(*sys.argv[1:]))
+sys.exit(rules.check("models", KINDS, examine, *sys.argv[1:]))

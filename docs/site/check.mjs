@@ -41,6 +41,7 @@ function checkLinks() {
   let links = 0;
   for (const [page, text] of pages) {
     if (text.includes('{ #')) fault(`${relative(site, page)}: a heading shows its attributes`);
+    if (/<code>[^<]*\\\|/.test(text)) fault(`${relative(site, page)}: a table shows the backslash before a bar`);
     if (page.endsWith('404.html')) continue;  // a server shows it at any address
     for (const match of text.matchAll(/\s(?:href|src)="?([^"\s>]+)/g)) {
       const link = match[1].replaceAll('&amp;', '&');

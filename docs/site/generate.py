@@ -6,6 +6,7 @@ MODEL is what "kzgen emit --part model" writes and COMMANDS what list_commands.p
 pages and, beside itself, the mkdocs.yml that names them. docs/coverage.json is shown where it is there.
 """
 import ast
+import html
 import json
 import pathlib
 import re
@@ -19,6 +20,8 @@ from reference import Reference
 
 HERE = pathlib.Path(__file__).parent
 DOCUMENTS = ['README.md', 'CHANGELOG.md', 'CONTRIBUTING.md', 'SECURITY.md', 'examples/README.md', 'sdk/README.md']
+ROW = re.compile(r'^\|.*$', re.MULTILINE)
+CODE = re.compile(r'`([^`]*\\\|[^`]*)`')
 LINK = re.compile(r'(!?\[[^\]]*\])\(([^)#\s]+)(#[^)\s]*)?\)')
 
 
@@ -78,6 +81,13 @@ class Site:
         text = self.templates.get_template(template).render(here=path, reference=self.reference, **values)
         target.write_text(text)
 
+    @staticmethod
+    def with_bars(text):
+        """Markdown's tables know a bar in code by its backslash, which only some of its readers take away again."""
+        def bars(match):
+            return '<code>%s</code>' % html.escape(match.group(1).replace('\\|', '|')).replace('|', '&#124;')
+        return ROW.sub(lambda row: CODE.sub(bars, row.group()), text)
+
     def copy_document(self, name):
         """Copies a document with the files that it links to. A link to what is no file becomes plain text."""
         source = self.tree / name
@@ -98,7 +108,8 @@ class Site:
         target = self.pages / name
         target.parent.mkdir(parents=True, exist_ok=True)
         weight = 0.5 if name == 'CHANGELOG.md' else 3
-        target.write_text('---\nsearch:\n  boost: %s\n---\n%s' % (weight, LINK.sub(resolve, source.read_text())))
+        text = self.with_bars(LINK.sub(resolve, source.read_text()))
+        target.write_text('---\nsearch:\n  boost: %s\n---\n%s' % (weight, text))
 
     def documents(self):
         inside = [str(path.relative_to(self.tree)) for path in sorted((self.tree / 'docs').rglob('*.md'))]

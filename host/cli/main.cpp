@@ -53,7 +53,7 @@ void addOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>
         ->allow_extra_args(false);
     app.add_option("--import-path", options.importPaths, "A folder that scripts import from (may be repeated)")
         ->type_name("DIR")
-        ->check(CLI::ExistingDirectory)
+        ->check(CLI::Validator(CLI::ExistingDirectory).description(""))  // "DIR:DIR" would look like a list
         ->allow_extra_args(false);
     app.add_option("--scene", options.scene, "Load this scene before the script of run, as its current scene")
         ->type_name("FILE");

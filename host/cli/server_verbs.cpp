@@ -37,7 +37,10 @@ bool allReadable(const std::vector<std::string>& files) {
     const auto missing = std::find_if_not(
         files.begin(), files.end(), [](const std::string& file) { return std::filesystem::is_regular_file(file); });
     if (missing == files.end()) return true;
-    CProgram::say(*missing + ": there is no such file");
+    std::error_code error;
+    const bool isFolder = std::filesystem::is_directory(*missing, error);
+    CProgram::say(*missing + (isFolder ? " is a folder; name the files in it, as in " + *missing + "/*.py"
+                                       : ": there is no such file"));
     return false;
 }
 

@@ -76,6 +76,13 @@ UserValue newUserValue(CBuiltinCommand& command, const std::string& name) {
     return value;
 }
 
+std::string oneOfChoices(const std::vector<std::string>& choices) {
+    std::vector<KzTextValueHint> hints;
+    for (const std::string& word : choices) hints.push_back({static_cast<std::int32_t>(hints.size()), word.c_str()});
+    hints.push_back({0, nullptr});
+    return kzOneOf(hints.data());
+}
+
 KzCell userValueCell(const CValueTypeRegistry& types, const UserValue& value, const std::string& text) {
     const auto choice = std::find(value.choices.begin(), value.choices.end(), text);
     if (choice != value.choices.end()) return static_cast<std::int32_t>(choice - value.choices.begin());
@@ -85,8 +92,7 @@ KzCell userValueCell(const CValueTypeRegistry& types, const UserValue& value, co
     if (!cell || !isIn)
         kzRefuse(KZe_CMD_ERROR_SETTING_DATATYPE,
                  fmt::format("argument \"value\": \"{}\" is not {}", text,
-                             value.choices.empty() ? types.expects(*value.type)
-                                                   : fmt::format("one of {}", fmt::join(value.choices, ", "))));
+                             value.choices.empty() ? types.expects(*value.type) : oneOfChoices(value.choices)));
     return *cell;
 }
 

@@ -22,6 +22,21 @@ namespace kzhost {
 
 namespace {
 
+// Refuses a number that is no constant of a family whose values are contiguous.
+void requireOneOf(const char* place, const char* what, std::int32_t value, std::int32_t first, std::int32_t last,
+                  const char* family) {
+    if (value < first || value > last)
+        throw kzBecause(KZe_INVALIDARG, place, [&] {
+            return fmt::format("the {} is one of {}_..., {} to {}, not {}", what, family, first, last, value);
+        });
+}
+
+void requireSides(const char* place, std::int32_t width, std::int32_t height) {
+    if (width < 1 || height < 1)
+        throw kzBecause(KZe_INVALIDARG, place,
+                        [&] { return fmt::format("the sides are at least 1 pixel long, not {} x {}", width, height); });
+}
+
 // The last digits before the extension; empty if the name has no frame number.
 std::string_view frameDigits(std::string_view path) {
     const std::size_t name = path.rfind('/') == std::string_view::npos ? 0 : path.rfind('/') + 1;
@@ -71,15 +86,17 @@ public:
     KzResult imageservice_Scale(IKzUnknown* source, std::int32_t width, std::int32_t height, std::int32_t filter,
                                 IKzUnknown** image) override {
         enter("Image.Scale");
-        if (width < 1 || height < 1 || filter < KZiIMG_FILTER_NEAREST || filter > KZiIMG_FILTER_SINC)
-            return KZe_INVALIDARG;
+        requireSides("Image.Scale", width, height);
+        requireOneOf("Image.Scale", "filter", filter, KZiIMG_FILTER_NEAREST, KZiIMG_FILTER_SINC, "iIMG_FILTER");
         return kzScaleImage(source, width, height, filter).give(image);
     }
     KzResult imageservice_Compose(IKzUnknown* target, IKzUnknown* source, std::int32_t x, std::int32_t y,
                                   std::int32_t blend, double opacity) override {
         enter("Image.Compose");
-        if (!(opacity >= 0 && opacity <= 1) || blend < KZiIMG_BLEND_NORMAL || blend > KZiIMG_BLEND_BURN)
-            return KZe_INVALIDARG;
+        requireOneOf("Image.Compose", "blend", blend, KZiIMG_BLEND_NORMAL, KZiIMG_BLEND_BURN, "iIMG_BLEND");
+        if (!(opacity >= 0 && opacity <= 1))
+            return kzBecause(KZe_INVALIDARG, "Image.Compose",
+                             [&] { return fmt::format("the opacity is from 0 to 1, not {}", opacity); });
         return kzComposeImages(target, source, x, y, blend, opacity);
     }
     KzResult imageservice_Compare(IKzUnknown* first, IKzUnknown* second, double tolerance, double* greatest,
@@ -101,7 +118,11 @@ KzResult CImageService::imageservice_LoadFrame(const char* path, std::int32_t fr
     enter("Image.LoadFrame");
     std::string place = m_files->place(path);
     const std::string_view digits = frameDigits(place);
-    if (frame < 0 || (digits.empty() && frame != 0)) return KZe_OUTOFBOUNDS;
+    if (frame < 0 || (digits.empty() && frame != 0))
+        return kzBecause(KZe_OUTOFBOUNDS, "Image.LoadFrame", [&] {
+            return digits.empty() ? fmt::format("\"{}\" has no number, so its only frame is 0, not {}", place, frame)
+                                  : fmt::format("frames are counted from 0, not {}", frame);
+        });
     if (!digits.empty()) {
         const auto start = static_cast<std::size_t>(digits.data() - place.data());
         place.replace(start, digits.size(), fmt::format("{:0{}}", frame, digits.size()));
@@ -116,9 +137,13 @@ KzResult CImageService::imageservice_Crop(IKzUnknown* source, std::int32_t x, st
                                           std::int32_t height, IKzUnknown** image) {
     enter("Image.Crop");
     const auto whole = kzCopyImage(source, 0);
-    if (width < 1 || height < 1) return KZe_INVALIDARG;
+    requireSides("Image.Crop", width, height);
     const bool fits = x >= 0 && y >= 0 && width <= whole->width() - x && height <= whole->height() - y;
-    if (!fits) return KZe_OUTOFBOUNDS;
+    if (!fits)
+        return kzBecause(KZe_OUTOFBOUNDS, "Image.Crop", [&] {
+            return fmt::format("{} x {} pixels at ({}, {}) are not all inside an image of {} x {}", width, height, x, y,
+                               whole->width(), whole->height());
+        });
     const auto part = CHostRef<CImage>::make(width, height, whole->format().code);
     for (std::int32_t line = 0; line < height; ++line)
         kzConvertPixels(whole->format(), whole->at(x, y + line), part->format(), part->at(0, line),
@@ -129,7 +154,7 @@ KzResult CImageService::imageservice_Crop(IKzUnknown* source, std::int32_t x, st
 
 KzResult CImageService::imageservice_Flip(IKzUnknown* source, std::int32_t axis, IKzUnknown** image) {
     enter("Image.Flip");
-    if (axis < KZiIMG_FLIP_HORIZONTAL || axis > KZiIMG_FLIP_BOTH) return KZe_INVALIDARG;
+    requireOneOf("Image.Flip", "axis", axis, KZiIMG_FLIP_HORIZONTAL, KZiIMG_FLIP_BOTH, "iIMG_FLIP");
     const auto whole = kzCopyImage(source, 0);
     const auto mirror = CHostRef<CImage>::make(whole->width(), whole->height(), whole->format().code);
     for (std::int32_t y = 0; y < whole->height(); ++y)
@@ -146,7 +171,11 @@ KzResult CImageService::imageservice_Compare(IKzUnknown* first, IKzUnknown* seco
                                              double* fraction) {
     enter("Image.Compare");
     const auto left = kzCopyImage(first, KZiIMG_FORMAT_RGBAFP), right = kzCopyImage(second, KZiIMG_FORMAT_RGBAFP);
-    if (left->width() != right->width() || left->height() != right->height()) return KZe_INVALIDARG;
+    if (left->width() != right->width() || left->height() != right->height())
+        return kzBecause(KZe_INVALIDARG, "Image.Compare", [&] {
+            return fmt::format("the images have the same size, not {} x {} and {} x {}", left->width(), left->height(),
+                               right->width(), right->height());
+        });
     double most = 0;
     std::size_t above = 0;
     const auto count = static_cast<std::size_t>(left->width()) * static_cast<std::size_t>(left->height());

@@ -198,9 +198,13 @@ std::optional<KzCell> kzCellOf(const KzValueType& type, double number) {
     }
 }
 
+// A word with blanks is quoted, or else it would look like several.
 std::string kzOneOf(const KzTextValueHint* hints) {
     std::string all = "one of";
-    for (; hints->text != nullptr; ++hints) all += std::string(" ") + hints->text;
+    for (; hints->text != nullptr; ++hints) {
+        const std::string word = hints->text;
+        all += word.find(' ') == std::string::npos ? " " + word : " \"" + word + "\"";
+    }
     return all;
 }
 

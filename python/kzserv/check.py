@@ -2,7 +2,8 @@
 
 The files are imported, but what they bless is only recorded, so the host does not see it. Then every class is
 compared with the interfaces that it implements. The findings are names that look misspelt, methods that cannot take
-what the host passes, methods of interfaces that the class does not have, and required methods that are missing.
+what the host passes, methods of interfaces that the class does not have, required methods that are missing, and names
+of the SDK in the code that do not exist (kzserv.name_check).
 A note tells of an interface that this host never calls, though others may. Classes that are not blessed but derive
 from an interface are checked as well, because the file may pass their objects to the host.
 """
@@ -17,7 +18,7 @@ import _kzserv
 import kz
 import kzifc
 
-from kzserv import command_check, files
+from kzserv import command_check, files, name_check
 from kzserv.methods import CLOSE, is_method, likeness, line_of, nearest, plural, takes
 
 _METHOD = re.compile('([A-Za-z][A-Za-z0-9]*_)([A-Za-z]\w*)$')
@@ -193,14 +194,15 @@ class FileCheck(object):
         if not name.startswith(':'):
             self.blessings.append(Blessing(cls, name, tags, meta))
 
-    def tell(self, line, text):
-        self.findings.append(Finding(self.path, line, text))
+    def tell(self, line, text, is_note=False):
+        self.findings.append(Finding(self.path, line, text, is_note))
 
     def run(self):
         module = files.new_module(self.path, files.free_name(self.path))
         real, kz.bless = kz.bless, self.bless
         try:
             files.run(module, files.read(self.path))
+            name_check.NameCheck(module, self.tell).run(ast.parse(files.read(self.path)))
         except:
             self.tell_failure(*sys.exc_info())
         finally:

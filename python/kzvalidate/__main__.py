@@ -155,6 +155,8 @@ class Validation(object):
 
     def run(self):
         for source in self.options.sources:
+            if os.path.isdir(source):
+                return refuse(u'%s is a folder; name the files in it, as in %s/*.py' % (as_text(source), as_text(source)))
             ended = self.children.run(source)
             if ended.get('unusable'):
                 return refuse(ended.get('unusable'))

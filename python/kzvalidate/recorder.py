@@ -72,14 +72,14 @@ class Recorder(object):
     def __init__(self, report, settings):
         self.report, self.settings = report, settings
         self.known = set()     # findings that have been written
-        self.calls = {}        # by thread, the calls that are under way: (place, start)
+        self.calls = {}        # by thread, the calls that are under way: (place, start, arguments)
         self.memo = {}         # what has been returned, by value: an adapter keeps every object that it gets
         self.kept = {}         # by type, how many objects have been returned that could not be shared
         self.accidents = None  # what a slip of the author's is called and what was expected; None: nothing, now
         self.last = None       # the object that was returned last
         self.is_strict = True  # whether values count, too, and not only their types
         self.took = {}         # by label, how long a call has taken on one thread
-        self.situation = ''    # what beside the arguments of a call tells it from others
+        self.situation = ''    # what tells calls apart better than their arguments: a command's values or its line
         self.threads = 1       # how many threads call, and share Python's time
         self.answered = set()  # labels of methods that have returned at least once
         self.refused = {}      # by label, where the host has refused an argument: (place, what was raised, the lines)
@@ -151,9 +151,9 @@ class Recorder(object):
         return recorded
 
     @contextlib.contextmanager
-    def under_way(self, place):
+    def under_way(self, place, words=''):
         calls = self.calls.setdefault(thread.get_ident(), [])
-        calls.append((place, _now()))
+        calls.append((place, _now(), words))
         try:
             yield
         finally:
@@ -161,12 +161,15 @@ class Recorder(object):
 
     def call(self, method, place, called, given):
         printed = self.printed() if method.is_question else 0
-        self.report.crumb('%s(%s)%s' % (place.label, ', '.join(map(shapes.shown, given)), self.situation))
-        with self.under_way(place):
+        words = ', '.join(map(shapes.shown, given))
+        self.report.crumb('%s(%s)%s' % (place.label, words, self.situation))
+        words = self.situation.strip() or words
+        words = ', called with ' + words if words else ''
+        with self.under_way(place, words):
             try:
                 returned = called(*given)
             except BaseException:
-                self.judge_exception(method, place)
+                self.judge_exception(method, place, words)
                 raise
         if method.is_question and self.threads == 1 and self.printed() != printed:
             self.tell(place, 'output', 'wrote to standard output', 'an answer alone: the host asks this often',
@@ -174,21 +177,22 @@ class Recorder(object):
         self.answered.add(place.label)
         wrong = shapes.problem(method, returned, self.is_strict)
         if wrong:
-            self.tell(place, 'result', wrong[0], wrong[1])
+            self.tell(place, 'result', wrong[0] + words, wrong[1])
         return self.shared(method, returned)
 
-    def judge_exception(self, method, place):
+    def judge_exception(self, method, place, words):
         kind, value, trace = sys.exc_info()
         try:
             if kind in (SystemExit, KeyboardInterrupt, GeneratorExit):
-                self.tell(place, 'exit', 'raised ' + described(), 'a result or an error: a server cannot end the host',
-                          traced())
+                self.tell(place, 'exit', 'raised ' + described() + words,
+                          'a result or an error: a server cannot end the host', traced())
             elif 'bad result: <unknown code>' in str(value):
-                self.tell(place, 'code', 'failed with a code that does not exist', 'one of kz.symbol.e_...', traced())
+                self.tell(place, 'code', 'failed with a code that does not exist' + words, 'one of kz.symbol.e_...',
+                          traced())
             elif self.accidents and (place.label, 'raises') not in self.known and is_accident(kind, value, trace):
-                self.tell(place, self.accidents[0], 'raised ' + described(), self.accidents[1], traced())
+                self.tell(place, self.accidents[0], 'raised ' + described() + words, self.accidents[1], traced())
             elif method.is_required and self.accidents == ORDINARY and is_refusal(kind, value, trace):
-                self.refused.setdefault(place.label, (place, described(), traced()))
+                self.refused.setdefault(place.label, (place, described() + words, traced()))
         except UnicodeError:
             pass  # an exception whose text is no text is an honest failure, too
         finally:
@@ -260,22 +264,21 @@ class Recorder(object):
         while True:
             pause(min(0.1, limit / 5))
             for ident, calls in self.calls.items():
-                for place, since in calls[:1]:  # the outermost is what the host waits for
+                for place, since, _ in calls[:1]:  # the outermost is what the host waits for
                     alone = self.took.get(place.label, 0) if self.threads > 1 else 0
                     allowed = max(limit, SHARED * alone) * self.threads
                     if _now() - since > allowed:
-                        self.give_up(ident, calls[-1][0], allowed)
+                        self.give_up(ident, calls[-1], allowed)
             if any(self.calls.values()):
                 self.report.beat()
 
-    def give_up(self, ident, place, allowed):
+    def give_up(self, ident, call, allowed):
+        place, _, words = call
         frame = sys._current_frames().get(ident)
         seen = 'has not returned after %.3g s' % allowed
         if self.threads > 1:
             seen += ' while %d threads called it' % self.threads
-        if self.situation:
-            seen += ', with' + self.situation
-        self.tell(place, 'hang', seen, 'an end: the host waits for it', _lines(traceback.extract_stack(frame)))
+        self.tell(place, 'hang', seen + words, 'an end: the host waits for it', _lines(traceback.extract_stack(frame)))
         self.report.crumb(place.label)
         os._exit(LEFT)
 

@@ -34,7 +34,9 @@ def drive_command(stage):
     words = [(each.name, each.word) for each in arguments_of(kz.object.Attributes(commands.Spawn(0, name)))]
     line = name + ''.join(' %s:{%s}' % word for word in words)
     for text in [line, name, '?' + line, '??' + line, '!' + line] + ['%s %s:?' % (name, word) for word, _ in words]:
+        stage.recorder.situation = ' "%s"' % text
         attempt(kz.evalN if text.endswith('?') else kz.eval, text)
+    stage.recorder.situation = ''
     attempt(kz.queryToggle, line)
     query = kz.Service('command')
     for attribute in ('exists', 'arguments', 'argumentsEnabled', 'dialog', 'enabled'):

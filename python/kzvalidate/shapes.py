@@ -108,7 +108,7 @@ def members(value):
 
 def shown(value):
     try:
-        text = repr(value)
+        text = re.sub(' at 0x[0-9a-f]+', '', repr(value))  # an address tells nothing, and differs in each run
     except Exception:
         text = 'a %s without a repr' % type(value).__name__
     return text if len(text) <= 80 else text[:77] + '...'

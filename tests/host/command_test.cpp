@@ -68,6 +68,7 @@ protected:
 TEST_F(CommandTest, WhatIsWrongIsNamed) {
     perform("user.value size 3 type:integer");
     perform("user.value mood calm type:choice choices:{calm;glad;wild}");
+    perform("user.value tone {quite low} type:choice choices:{quite low;high}");
     const std::tuple<const char*, const char*, const char*> cases[] = {
         {"fly away", "!CMD_UNKNOWN_COMMAND", "there is no command \"fly\""},
         {"", "!CMD_BAD_DEFINITION", "a command is expected"},
@@ -75,6 +76,8 @@ TEST_F(CommandTest, WhatIsWrongIsNamed) {
          "user.value: argument \"value\": \"twelve\" is not an integer, as 12 or -3"},
         {"user.value mood sad", "!CMD_ERROR_SETTING_DATATYPE",
          "user.value: argument \"value\": \"sad\" is not one of calm glad wild"},
+        {"user.value tone low", "!CMD_ERROR_SETTING_DATATYPE",
+         "user.value: argument \"value\": \"low\" is not one of \"quite low\" high"},
         {"user.value new 1 type:nothing", "!CMD_DATATYPE_UNAVAILABLE",
          "user.value: argument \"type\": there is no value type \"nothing\""},
         {"user.value size 1 type:float", "!ALREADYEXISTS",
@@ -103,10 +106,10 @@ TEST_F(CommandTest, WhatIsWrongIsNamed) {
         {"server.list", "!CMD_NOT_EXECUTABLE", nullptr},
         {"user.value\tsize 3", "!CMD_BAD_DEFINITION", "user.value: a blank is expected at position 11, after the name"},
         {"user.value nope value:?", "!NOTFOUND",
-         "user.value: argument \"value\": there is no user value \"nope\"; there are mood, size"},
+         "user.value: argument \"value\": there is no user value \"nope\"; there are mood, size, tone"},
         {"user.value value:?", "!CMD_MISSING_ARGS", nullptr},
         {"user.value value:sad name:mood", "!CMD_ERROR_SETTING_DATATYPE",
-         "user.value: argument \"value\": \"sad\" is not one of calm, glad, wild"},
+         "user.value: argument \"value\": \"sad\" is not one of calm glad wild"},
         {"user.value new x type:string choices:{x;y}", "!INVALIDARG", nullptr},
         {"command.alias nope command:?", "!CMD_NOT_ALIASED", nullptr},
         {"command.alias {two words} log.clear", "!INVALIDARG", nullptr},

@@ -46,6 +46,9 @@ for name in kz kzifc kzu; do
 done
 "$source/tests/stubs/with_checkers.sh" "$source/build/checkers" check_completion.py "$prefix/$python/stubs" \
     "$prefix/bin/kzhost" || [ $? -eq 77 ] || fail "kzhost and its stubs complete nothing"
+grep -roP --include='*.md' '\]\(\K[^)#: ]+(?=[)#])' "$prefix/share/doc/kzpython2" | while IFS=: read -r page link; do
+    [ -e "$(dirname "$page")/$link" ] || fail "$page: $link leads nowhere"
+done
 env -i "$prefix/bin/kzgen" check "$prefix/share/kzPython2/idl" || fail "the installed description is not whole"
 
 # A host and a plug-in outside the tree, which know the prefix alone.

@@ -84,6 +84,7 @@ TEST_F(CheckTest, NothingIsBlessedAndNothingIsSaidUnasked) {
 
 TEST_F(CheckTest, FilesThatAreNotThereAreAUsageError) {
     expect(run({"check", path("missing.py")}), 2, "", {"missing.py: there is no such file"});
+    expect(run({"check", path("servers")}), 2, "", {"servers is a folder; name the files in it, as in "});
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 # -*- coding: utf-8 -*-
 """Servers as people get them wrong. Behind each "#:" stands what the checker says of that line or the one above."""
+import sys
+
 import kz
 import kzu.command
 from kzu.command import Argument
@@ -143,3 +145,30 @@ kz.bless(Text, 'text', {u'\xe9': 1}, Subs())
 #: server "text": each item of its _sub_ifcs must be a pair of a class and its meta object
 #: server "text": a key or value of its tags has no str() form
 #: server "text", sub-server Sub: the method sav_Save, which Saver requires, is missing
+
+class Writer(Saver):
+    """Names that show only when a method runs."""
+    images = kz.service.Image()
+    def sav_Save(self, source, path, monitor):
+        from kz.symbol import iIMG_FORMAT_RGB25, iIMG_FORMAT_RGB24
+        #: kz.symbol has no iIMG_FORMAT_RGB25; did you mean iIMG_FORMAT_RGB24?
+        image, other = kz.object.Image(source), self.images
+        picture = kz.object.Image(source)
+        picture.GetLien(0, kz.result.NOTFUOND)  #: kz.object.Image has no GetLien; did you mean GetLine?
+        #: kz.result has no NOTFUOND; did you mean NOTFOUND?
+        image.GetPixle()  #: note: nothing in the SDK has a method GetPixle; did you mean GetPixel?
+        kz.service.Mesh().Craete(kzu.commnd)  #: kz.service.Mesh has no Craete; did you mean Create?
+        #: kzu has no commnd; did you mean command?
+        kz.evall  #: kz has no evall; did you mean eval?
+        return kz.object.Imag(source)  #: kz.object has no Imag; did you mean Image?
+    def good(self, image, kz):
+        kz.nothing, image.Paint, image.getLien(), image.FlipOver(), self.GetSzie(), sys.GetSise()
+        picture = image
+        picture = kz.object.Picture(picture).GetLien
+        try: return Good.kz.later
+        except AttributeError: return lambda picture: picture.nothing
+    def GetSzie(self): pass
+def later():
+    try: return kz.later
+    except AttributeError: return hasattr(kz, 'sooner') and kz.sooner
+kz.bless(Writer, 'writer')

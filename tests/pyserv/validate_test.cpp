@@ -13,8 +13,10 @@ constexpr const char* planted = KZ_SOURCE_DIR "/tests/pyserv/planted.py";
 
 // What some of the findings say.
 const std::map<std::string, std::string> texts = {
+    {"L2-Curve.curve_Position-raises", "has no len(), called with 0.5"},
+    {"L3-Command.cmd_Execute-raises", R"(called with \"L3-Command.cmd_Execute-raises size:{1}\")"},
     {"L4-Curve.curve_Degree-slow", "planted.py:153 in <lambda>"},
-    {"L5-Command.cmd_Execute-hang", "has not returned after 2 s, with size:1 step:0"},
+    {"L5-Command.cmd_Execute-hang", "has not returned after 2 s, called with size:1 step:0"},
     {"L7-Curve.curve_Degree-hang", "has not returned after 8 s while 4 threads called it"},
     {"L9-Curve.curve_Degree-leak", "the list kzserv.servers.planted.kept grows by 1 with each call"},
 };
@@ -88,6 +90,7 @@ TEST_F(ValidateTest, WrongCommandLinesAreRefusedAndABrokenFileIsAFinding) {
     serve("named.py",
           "import kz, kzifc\nclass A(kzifc.Visitor):\n    def vis_Evaluate(self): pass\nkz.bless(A, 'named')\n");
     expect(run({"validate", "nmaed"}), 2, "", {"no server \"nmaed\"; did you mean \"named\"?"});
+    expect(run({"validate", path("servers")}), 2, "", {"servers is a folder; name the files in it"});
     expect(run({"validate", "named", "--level", "11"}), 2, "", {"--level: Value 11 not in range 1 to 10"});
     expect(run({"validate", "named", "--level", "2"}), 0, "1 server, level 2, seed 1: nothing found\n");
     expect(run({"validate", "named", "--only", "x"}), 2, "", {"named: there is no server with \"x\" in its name"});
