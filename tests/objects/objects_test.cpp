@@ -40,8 +40,8 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "files", "image", "kzu_objects", "mesh", "packages", "scene",
-                                         "selection", "shapes"));
+                         testing::Values("animation", "files", "image", "kzu_objects", "mesh", "packages",
+                                         "scene", "selection", "shapes"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -88,7 +88,7 @@ public:
         ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_GREY, 0, add("image"));
         scenes->CreateEnvelope(0, add("envelope"));
         CKzUser_Envelope(last()).Keys(add("keyframe"));
-        for (const char* walker : {"Curve", "GroupEnumerator", "PathStep", "TransformScan"})
+        for (const char* walker : {"Curve", "EvaluationStack", "GroupEnumerator", "PathStep", "TransformScan"})
             scenes->CreateWalker(walker, add(walker));
         scenes->CreateMatrix(add("matrix"));
         scenes->CreateQuaternion(add("quaternion"));
