@@ -175,7 +175,12 @@ void CWorkspace::beginBlock(std::string name, std::uint32_t flags) {
     const CHold hold(*this);
     refuseWhileMoving();
     keepGeometry();
+    if (!m_history.inBlock()) tellLocked(true);
     m_history.beginBlock(std::move(name), flags);
+}
+
+void CWorkspace::tellLocked(bool isLocked) {
+    m_events.push_back({.kind = DocumentEvent::Kind::undoLocked, .first = isLocked});
 }
 
 void CWorkspace::endBlock() {
@@ -183,6 +188,7 @@ void CWorkspace::endBlock() {
     keepGeometry();
     if (!m_history.inBlock()) throw kzBecause(KZe_NOTAVAILABLE, "Undo.BlockEnd", [] { return "no block is open"; });
     if (m_history.endBlock()) historyChanged();
+    if (!m_history.inBlock()) tellLocked(false);
 }
 
 void CWorkspace::discardBlock() {
@@ -196,10 +202,12 @@ void CWorkspace::discardBlock() {
         applyAll(changes, Direction::reverse);
     } catch (...) {  // what was done is still there, so it has to stay in the history
         m_moving = Moving::no;
+        if (!m_history.inBlock()) tellLocked(false);
         keep(std::move(changes));
         throw;
     }
     m_moving = Moving::no;
+    if (!m_history.inBlock()) tellLocked(false);
 }
 
 std::size_t CWorkspace::blockDepth() const {
@@ -210,8 +218,10 @@ std::size_t CWorkspace::blockDepth() const {
 void CWorkspace::endBlocksAbove(std::size_t depth) {
     const CHold hold(*this);
     keepGeometry();
+    const bool wasInBlock = m_history.inBlock();
     while (m_history.blockDepth() > depth)
         if (m_history.endBlock()) historyChanged();
+    if (wasInBlock && !m_history.inBlock()) tellLocked(false);
 }
 
 void CWorkspace::suspend(bool on) {
