@@ -4,6 +4,7 @@
 
 #include "host/core/listener_table.h"
 #include "host/document/animation.h"
+#include "host/document/host_modifiers.h"
 
 #include "kz/command.h"
 #include "kz/eval.h"
@@ -13,7 +14,9 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <set>
 #include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -28,8 +31,10 @@ struct ToldEvent {
     CHostRef<CScene> scene;
     CHostRef<CItem> item, other;
     std::int32_t channel = -1;  // the index of the channel that `text` names
-    std::uint32_t stale = 0;    // what of evaluation it makes out of date, as fEVALINVALID
-    std::uint32_t action = 0;   // how it changes the action that the item is, as fACTIONCHANGE
+    // The channels whose evaluated values follow from it, and what else of evaluation is out of date, as fEVALINVALID.
+    std::vector<std::pair<CHostRef<CItem>, std::int32_t>> driven = {};
+    std::uint32_t stale = 0;
+    std::uint32_t action = 0;  // how it changes the action that the item is, as fACTIONCHANGE
     bool isAction = false;
     bool isCurrent = false;  // of the current scene
 
@@ -126,6 +131,7 @@ void tellOfActions(IKzActionListener& listener, const ToldEvent& told) {
 void tellOfValues(IKzSceneEvalListener& listener, const ToldEvent& told) {
     if (told.event.kind == Kind::channelValue && told.channel >= 0)
         listener.ChannelValue(told.item.raw(), told.channel);
+    for (const auto& [item, channel] : told.driven) listener.ChannelValue(item.raw(), channel);
     if (told.event.kind == Kind::currentTime) listener.TimeChange(told.scene.raw(), told.event.time);
     if (told.stale != 0) listener.AttributesInvalid(told.scene.raw(), told.stale);
 }
@@ -184,8 +190,30 @@ std::uint32_t staleAfter(const DocumentEvent& event) {
     }
 }
 
+// The channels that a channel drives, through links and through the host's own modifiers.
+std::vector<std::pair<CHostRef<CItem>, std::int32_t>> drivenBy(Item& item, const ChannelInfo& channel) {
+    using Place = std::pair<Item*, const ChannelInfo*>;
+    std::vector<Place> reached{{&item, &channel}};
+    std::set<Place> seen(reached.begin(), reached.end());
+    const auto reach = [&](Item& other, const ChannelInfo& info) {
+        if (seen.emplace(&other, &info).second) reached.emplace_back(&other, &info);
+    };
+    for (std::size_t i = 0; i < reached.size(); ++i) {
+        const auto [at, info] = reached[i];
+        for (const auto& link : at->outputs)
+            if (link->sourceChannel == info) reach(*link->target, *link->targetChannel);
+        const HostModifier* own = kzHostModifier(at->type);
+        if (own == nullptr || kzOutputOf(*own, info->name)) continue;
+        for (const char* output : own->outputs) reach(*at, *at->type.channel(output));
+    }
+    std::vector<std::pair<CHostRef<CItem>, std::int32_t>> driven;
+    for (std::size_t i = 1; i < reached.size(); ++i)
+        driven.emplace_back(kzObjectOf(*reached[i].first), reached[i].first->indexOf(*reached[i].second));
+    return driven;
+}
+
 // Empty if the scene is closed.
-ToldEvent toldOf(const OpenScenes& scenes, const DocumentEvent& event) {
+ToldEvent toldOf(const OpenScenes& scenes, const DocumentEvent& event, bool isEvaluationHeard) {
     ToldEvent told{event, {}, {}, {}};
     const CReading reading(*scenes.workspace);
     told.scene = scenes.find(event.document);
@@ -198,6 +226,8 @@ ToldEvent toldOf(const OpenScenes& scenes, const DocumentEvent& event) {
         if (told.isAction) told.action = actionChangeOf(event);
         if (event.kind == Kind::channelValue || (event.kind >= Kind::keyAdded && event.kind <= Kind::envelope))
             told.channel = event.item->findChannel(event.text);
+        if (isEvaluationHeard && event.kind == Kind::channelValue && told.channel >= 0)
+            told.driven = drivenBy(*event.item, kzChannelAt(*event.item, told.channel));
     }
     if (event.other != nullptr) told.other = kzObjectOf(*event.other);
     else if (event.kind == Kind::parented) told.other = kzObjectOf(*told.scene->document().root());
@@ -216,7 +246,7 @@ void tellAll(const OpenScenes& scenes, CListenerTable& listeners, const Document
     if (listeners.count({}) == 0 ||
         std::ranges::none_of(classes, [&](const char* each) { return listeners.count(each) != 0; }))
         return;
-    const ToldEvent told = toldOf(scenes, event);
+    const ToldEvent told = toldOf(scenes, event, listeners.count(KZa_SCENEEVALLISTENER) != 0);
     if (!told.scene) return;
     listeners.each<CKzLoc_SceneItemListener>([&](IKzSceneItemListener& each) {
         if (told.item) tellOfItem(each, told);

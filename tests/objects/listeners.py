@@ -102,8 +102,20 @@ def check_changes_over_time_are_told_in_order():
                               ((clip.RemoveChannel, item, x), [both])):
             equal((call[0], [each[1] for each in told.hears(*call) if each[0] == 'ActionChange']), (call[0], changes))
         equal(told.hears(scene.ItemRemove, clip_item)[0], ('ActionRemove',))
-    told.hears(write.Double, item, x, 3.0)
-    equal(told.ear.heard, [])
+    equal(told.hears(write.Double, item, x, 3.0), [])  # it listens no more
+
+
+def check_values_that_follow_are_told():
+    scene, item, target = new(('locator', 'a', None), ('locator', 'b', None))
+    math = scene.ItemAdd(TYPE('mathBasic'))
+    at, links = lambda item, name: item.ChannelLookup(name), k.ChannelGraph(scene.GraphLookup('channelLinks'))
+    links.AddLink(item, at(item, 'pos.X'), math, at(math, 'input1'))
+    links.AddLink(math, at(math, 'output'), target, at(target, 'pos.Y'))
+    with Listening(ear_of(kzifc.SceneEvalListener)) as told:
+        heard = told.hears(scene.WriteChannels(None, 0.0).DoubleByName, item, 'pos.X', 2.0)
+    equal(heard, [('ChannelValue', channel) for channel in (at(item, 'pos.X'), at(math, 'input1'), at(math, 'output'),
+                                                            at(target, 'pos.Y'))]
+          + [('AttributesInvalid', fEVALINVALID_TRANSFORM)])
 
 
 def check_user_values_files_and_the_log_are_told():

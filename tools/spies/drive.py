@@ -117,7 +117,9 @@ def drive_models():
     scene = scenes.Create('driven')
     item = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_MESH))
     mesh = meshes.FromItem(item, 0.0, 0)
-    attempt(mesh.AddListener, spies.spy_class('MeshListener')())
+    for each in mesh, meshes.Create():
+        attempt(each.AddListener, spies.spy_class('MeshListener')())
+    del each
     mesh.AddPoint((0, 0, 0))
     visitor = all_done('Visitor')()
     attempt(mesh.Points().Enumerate, 0, visitor)
