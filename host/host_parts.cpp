@@ -232,7 +232,7 @@ HostParts::HostParts()
     kzTellListeners(*log, listeners, notifiers);
     kzTellListeners(scenes, listeners, [tell = notifierOf(*this), weak = std::weak_ptr(states)](bool ofHistory) {
         if (ofHistory) tell(KZsNOTIFIER_UNDO, {});
-        if (const auto known = weak.lock()) known->changed();
+        else if (const auto known = weak.lock()) known->changed();
     });
     tellOfSettings(*this);
     commandState->whenIdle = [waiting = notifiers.get(), known = states.get(), saving = autoSave.get()] {

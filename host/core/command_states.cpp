@@ -28,10 +28,15 @@ void CCommandStates::changed() {
         if (m_isAsking || m_commands->depth() > 0) return;
         m_isAsking = true;
     }
+    struct End {
+        CCommandStates& states;
+        ~End() {
+            const std::lock_guard lock(states.m_lock);
+            states.m_isAsking = false;
+        }
+    } const end{*this};
     constexpr int rounds = 3;
     for (int round = 0; round < rounds && isAskedAgain(); ++round) refresh();
-    const std::lock_guard lock(m_lock);
-    m_isAsking = false;
 }
 
 bool CCommandStates::isAskedAgain() {

@@ -83,6 +83,8 @@ void CWorkspace::tellAll(DocumentEvents events) const {
     for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchBegin, .document = document});
     for (const DocumentEvent& event : events) tell(event);
     for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchEnd, .document = document});
+    // For those who only want to know that something has changed, however much it was.
+    if (!events.empty()) tell({.kind = DocumentEvent::Kind::batchEnd});
 }
 
 std::shared_ptr<CDocument> CWorkspace::open(std::string name) {

@@ -269,7 +269,8 @@ void kzTellListeners(const std::shared_ptr<OpenScenes>& scenes, const std::share
             const auto open = weak.lock();
             if (open == nullptr) return;
             tellAll(*open, *listeners, event);
-            notify(event.kind == Kind::history);
+            const bool isEnd = event.kind == Kind::batchEnd && event.document == nullptr;
+            if (isEnd || event.kind == Kind::history) notify(!isEnd);
         });
 }
 
