@@ -11,6 +11,8 @@
 #include "host/commands/setting_commands.h"
 #include "host/commands/user_value_commands.h"
 #include "host/core/command_dispatcher.h"
+#include "host/core/command_registry.h"
+#include "host/core/command_states.h"
 #include "host/core/job_threads.h"
 #include "host/core/listener_table.h"
 #include "host/core/log_listeners.h"
@@ -102,6 +104,7 @@
 #include "kz/thread.h"
 #include "kz/triangle.h"
 #include "kz/undo.h"
+#include "kz/user_value.h"
 #include "kz/value.h"
 
 namespace kzhost {
@@ -169,6 +172,33 @@ void addServices(const HostParts& host) {
         services.add(each.name, *each.iid, [make = each.make, context = host.context] { return make(context); });
 }
 
+// Tells the clients of a notifier that all is to be read again.
+auto notifierOf(const HostParts& host) {
+    return [weak = std::weak_ptr(host.notifiers)](const char* name, const std::string& arguments) {
+        if (const auto notifiers = weak.lock()) notifiers->tell(name, arguments, KZfNOTIFY_REFRESH);
+    };
+}
+
+// User values, aliases of folders, and units.
+void tellOfSettings(const HostParts& host) {
+    const auto tell = notifierOf(host);
+    host.userValues->setSink([tell, listeners = host.listeners](ValueEvent event, const std::string& name) {
+        listeners->each<CKzLoc_UserValueListener>([&](IKzUserValueListener& each) {
+            switch (event) {
+            case ValueEvent::added: return each.Added(name.c_str());
+            case ValueEvent::deleted: return each.Deleted(name.c_str());
+            case ValueEvent::redefined: return each.DefinitionChanged(name.c_str());
+            case ValueEvent::changed: return each.ValueChanged(name.c_str());
+            }
+        });
+        tell(event == ValueEvent::changed ? KZsNOTIFIER_USERVALUE : KZsNOTIFIER_USERVALUE_DEF, name);
+    });
+    host.files->whenSet([tell] { tell(KZsNOTIFIER_PATHS, {}); });
+    host.properties->whenSet([tell](const std::string& name) {
+        if (name == "units") tell(KZsNOTIFIER_UNITS, {});
+    });
+}
+
 }  // namespace
 
 HostParts::HostParts()
@@ -185,10 +215,11 @@ HostParts::HostParts()
       undo(kzMakeUndoBlocks(scenes->workspace)), persistence(std::make_shared<CPersistence>(preferences, types, log)),
       memory(std::make_shared<CSessionMemory>(
           CSessionMemory::Parts{commandState, log, persistence, preferences, properties, userValues, types})),
-      scripts(std::make_shared<CScriptRunner>(modules, log, undo)),
+      scripts(std::make_shared<CScriptRunner>(modules, log, undo, notifiers)),
       environment(std::make_shared<CommandEnvironment>(
-          CommandEnvironment{context, commandState, dialogs, listeners, log, types, undo})),
+          CommandEnvironment{context, commandState, dialogs, listeners, log, notifiers, types, undo})),
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
+      states(std::make_shared<CCommandStates>(registry, notifiers, commandState)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()), redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
@@ -198,13 +229,22 @@ HostParts::HostParts()
       autoSave(std::make_shared<CAutoSave>(userValues, scenes, sceneFiles, modules, log)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
-    kzTellListeners(*log, listeners);
-    kzTellListeners(scenes, listeners);
-    commandState->whenIdle = [waiting = notifiers.get(), saving = autoSave.get()] {
+    kzTellListeners(*log, listeners, notifiers);
+    kzTellListeners(scenes, listeners, [tell = notifierOf(*this), weak = std::weak_ptr(states)](bool ofHistory) {
+        if (ofHistory) tell(KZsNOTIFIER_UNDO, {});
+        else if (const auto known = weak.lock()) known->changed();
+    });
+    tellOfSettings(*this);
+    commandState->whenIdle = [waiting = notifiers.get(), known = states.get(), saving = autoSave.get()] {
         waiting->sendDeferred();
+        known->changed();
         saving->check();
     };
-    modules->whenAdded([entries = std::weak_ptr(persistence), types = std::weak_ptr(packages)](const KzServer& server) {
+    modules->whenListed([tell = notifierOf(*this)] { tell(KZsNOTIFIER_MODULES, {}); });
+    modules->whenAdded([entries = std::weak_ptr(persistence), types = std::weak_ptr(packages),
+                        tell = notifierOf(*this)](const KzServer& server) {
+        tell(KZsNOTIFIER_SERVERS, {});
+        if (server.className == KZa_COMMAND) tell(KZsNOTIFIER_COMMANDS, {});
         if (const auto each = entries.lock(); each && server.className == KZa_PERSISTENCECLIENT)
             each->configureServer(server);
         if (const auto each = types.lock(); each && server.className == KZa_PACKAGE) each->types().declare(server);

@@ -11,6 +11,7 @@ class CAutoSave;
 class CCommandDispatcher;
 class CCommandRegistry;
 class CCommandState;
+class CCommandStates;
 class CDialogBoard;
 class CPathAliases;
 class CImageFiles;
@@ -73,6 +74,7 @@ struct HostParts {
     std::shared_ptr<CScriptRunner> scripts;
     std::shared_ptr<CommandEnvironment> environment;
     std::shared_ptr<CCommandRegistry> registry;
+    std::shared_ptr<CCommandStates> states;
     std::shared_ptr<CCommandDispatcher> dispatcher;
     std::shared_ptr<CServiceRegistry> services;
     // Parts that use both

@@ -2,11 +2,13 @@
 #include "host/commands/builtin_command.h"
 
 #include "host/core/command_text.h"
+#include "host/core/notifier_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/value_type_registry.h"
 #include "host/state/text.h"
 
+#include "kz/message.h"
 #include "kz/result.h"
 
 #include <fmt/format.h>
@@ -108,6 +110,33 @@ KzResult CBuiltinCommand::cmd_Desc(const char** text) {
 KzResult CBuiltinCommand::cmd_Flags(std::uint32_t* flags) {
     *flags = m_row->flags;
     return KZe_OK;
+}
+
+// What it says reaches the user through the message, and whoever executes the command, in any case.
+KzResult CBuiltinCommand::cmd_Enable(IKzUnknown* message) {
+    if (m_row->enable == nullptr) return KZe_OK;
+    try {
+        m_row->enable();
+        return KZe_OK;
+    } catch (const CommandTextError& error) {
+        const CKzUser_Message told(message);
+        told.SetCode(error.code);
+        told.SetMessage("commands", "failed", 0);
+        told.SetArgumentString(1, m_row->name);
+        told.SetArgumentString(2, error.text.c_str());
+        return error.code;
+    }
+}
+
+// Nobody tells when the answer to a single query becomes another one.
+KzResult CBuiltinCommand::cmd_NotifyAddClient(std::int32_t argument, IKzUnknown* client) {
+    if (argument == KZiCMDARG_ALL) return m_environment->notifiers->addToState(m_row->name, client);
+    return kzBecause(KZe_NOTAVAILABLE, "Command.NotifyAddClient",
+                     [] { return "a built-in command tells of its state as a whole: pass iCMDARG_ALL"; });
+}
+
+KzResult CBuiltinCommand::cmd_NotifyRemoveClient(IKzUnknown* client) {
+    return m_environment->notifiers->removeFromState(m_row->name, client);
 }
 
 KzResult CBuiltinCommand::cmd_Execute(std::uint32_t flags) {

@@ -46,6 +46,8 @@ struct CommandRow {
     std::function<const KzValueType*(CBuiltinCommand& command, std::uint32_t index)> type = nullptr;
     std::function<Texts(CBuiltinCommand& command, std::uint32_t index)> choices = nullptr;
     int toggle = -1;
+    // Throws why the command is not enabled at present. Null for one that always is.
+    std::function<void()> enable = nullptr;
 };
 
 inline constexpr std::uint32_t kzOptional = KZfCMDARG_OPTIONAL;
@@ -79,7 +81,7 @@ public:
     KzResult cmd_Tooltip(const char** text) override { return cmd_Desc(text); }
     KzResult cmd_Flags(std::uint32_t* flags) override;
     KzResult cmd_Message(IKzUnknown** message) override { return m_run.message().give(message); }
-    KzResult cmd_Enable(IKzUnknown* /*message*/) override { return KzResult{}; }
+    KzResult cmd_Enable(IKzUnknown* message) override;
     KzResult cmd_Execute(std::uint32_t flags) override;
     KzResult cmd_ToggleArg(std::uint32_t* index) override;
     KzResult cmd_ArgFlags(std::uint32_t index, std::uint32_t* flags) override;
@@ -90,6 +92,8 @@ public:
     KzResult cmd_ArgType(std::uint32_t index, const char** type) override { return attr_TypeName(index, type); }
     KzResult cmd_ArgTypeDesc(std::uint32_t index, const char** text) override;
     KzResult cmd_Query(std::uint32_t index, IKzUnknown* values) override;
+    KzResult cmd_NotifyAddClient(std::int32_t argument, IKzUnknown* client) override;
+    KzResult cmd_NotifyRemoveClient(IKzUnknown* client) override;
 
     std::uint32_t attr_Count() override { return static_cast<std::uint32_t>(m_row->arguments.size()); }
     KzResult attr_Name(std::uint32_t index, const char** name) override;

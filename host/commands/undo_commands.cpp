@@ -1,6 +1,7 @@
 // The commands that go back and forth in the history.
 #include "host/commands/builtin_command.h"
 #include "host/commands/document_commands.h"
+#include "host/core/listener_table.h"
 #include "host/objects/open_scenes.h"
 
 #include "kz/command.h"
@@ -22,17 +23,23 @@ constexpr ArgumentRow undoArguments[] = {
      "queried, the names of all steps, the next one first"},
 };
 
-template <Direction direction> void moveInHistory(OpenScenes& scenes, CBuiltinCommand& command) {
+template <Direction direction> void requireSteps(OpenScenes& scenes, std::size_t steps) {
     constexpr bool isUndo = direction == Direction::reverse;
-    CWorkspace& workspace = *scenes.workspace;
-    const std::int32_t steps = command.integer("steps").value_or(1);
-    if (steps < 1) kzRefuse(KZe_INVALIDARG, fmt::format("argument \"steps\": {} is no number of steps", steps));
-    const std::size_t count = workspace.stepCount(direction);
-    if (count < static_cast<std::size_t>(steps))
+    const std::size_t count = scenes.workspace->stepCount(direction);
+    if (count < steps)
         kzRefuse(isUndo ? KZe_CMD_NOTHING_TO_UNDO : KZe_CMD_NOTHING_TO_REDO,
                  fmt::format("there are {} steps to {}", count, isUndo ? "undo" : "redo"));
-    if (isUndo) workspace.undo(static_cast<std::size_t>(steps));
-    else workspace.redo(static_cast<std::size_t>(steps));
+}
+
+template <Direction direction> void moveInHistory(OpenScenes& scenes, CBuiltinCommand& command) {
+    constexpr bool isUndo = direction == Direction::reverse;
+    const std::int32_t steps = command.integer("steps").value_or(1);
+    if (steps < 1) kzRefuse(KZe_INVALIDARG, fmt::format("argument \"steps\": {} is no number of steps", steps));
+    requireSteps<direction>(scenes, static_cast<std::size_t>(steps));
+    if (isUndo) scenes.workspace->undo(static_cast<std::size_t>(steps));
+    else scenes.workspace->redo(static_cast<std::size_t>(steps));
+    for (std::int32_t step = 0; step < steps; ++step)
+        scenes.listeners->commands([](IKzCmdSysListener& each) { return isUndo ? each.UserUndo() : each.UserRedo(); });
 }
 
 template <Direction direction>
@@ -49,14 +56,15 @@ Texts queryHistory(OpenScenes& scenes, CBuiltinCommand& /*command*/, std::uint32
 // Short names stand for the same commands. They open no block of their own, as a step cannot be undone inside a block.
 void kzAddUndoCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes) {
     std::vector<CommandRow> rows;
+    const auto add = [&]<Direction direction>(const char* name, const char* title, const char* description) {
+        rows.push_back({name, title, description, KZfCMD_UI, undoArguments, kzWith(moveInHistory<direction>, scenes),
+                        kzWith(queryHistory<direction>, scenes)});
+        rows.back().enable = [scenes] { requireSteps<direction>(*scenes, 1); };
+    };
     for (const char* name : {KZsCMD_APP_UNDO, "undo"})
-        rows.push_back({name, "Undo", "undoes the last steps", KZfCMD_UI, undoArguments,
-                        kzWith(moveInHistory<Direction::reverse>, scenes),
-                        kzWith(queryHistory<Direction::reverse>, scenes)});
+        add.operator()<Direction::reverse>(name, "Undo", "undoes the last steps");
     for (const char* name : {KZsCMD_APP_REDO, "redo"})
-        rows.push_back({name, "Redo", "makes undone steps again", KZfCMD_UI, undoArguments,
-                        kzWith(moveInHistory<Direction::forward>, scenes),
-                        kzWith(queryHistory<Direction::forward>, scenes)});
+        add.operator()<Direction::forward>(name, "Redo", "makes undone steps again");
     kzAddCommands(registry, std::move(rows));
 }
 

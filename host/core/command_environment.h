@@ -9,6 +9,7 @@ class CLogStore;
 class CCommandState;
 class CDialogBoard;
 class CListenerTable;
+class CNotifierTable;
 class CUndoBlocks;
 class CValueTypeRegistry;
 struct ServiceContext;
@@ -19,6 +20,7 @@ struct CommandEnvironment {
     std::shared_ptr<CDialogBoard> dialogs;
     std::shared_ptr<CListenerTable> listeners;
     std::shared_ptr<CLogStore> log;
+    std::shared_ptr<CNotifierTable> notifiers;
     std::shared_ptr<CValueTypeRegistry> types;
     std::shared_ptr<CUndoBlocks> undo;
 };

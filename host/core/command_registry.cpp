@@ -5,6 +5,7 @@
 #include "host/core/command_text.h"
 #include "host/core/listener_table.h"
 #include "host/core/module_table.h"
+#include "host/core/notifier_table.h"
 #include "host/core/object.h"
 #include "host/core/served_command.h"
 #include "host/state/command_state.h"
@@ -62,12 +63,14 @@ bool CCommandRegistry::has(const std::string& name) const {
 bool CCommandRegistry::addAlias(const std::string& alias, const std::string& definition) const {
     if (!kzIsCommandName(alias) || has(alias) || !m_environment->state->addAlias(alias, definition)) return false;
     m_environment->listeners->commands([&](IKzCmdSysListener& each) { each.AliasAdded(alias.c_str()); });
+    m_environment->notifiers->tell(KZsNOTIFIER_ALIASES, {}, KZfNOTIFY_REFRESH);
     return true;
 }
 
 bool CCommandRegistry::removeAlias(const std::string& alias) const {
     if (!m_environment->state->removeAlias(alias)) return false;
     m_environment->listeners->commands([&](IKzCmdSysListener& each) { each.AliasRemoved(alias.c_str()); });
+    m_environment->notifiers->tell(KZsNOTIFIER_ALIASES, {}, KZfNOTIFY_REFRESH);
     return true;
 }
 

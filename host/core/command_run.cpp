@@ -6,6 +6,7 @@
 #include "host/core/listener_table.h"
 #include "host/core/log_store.h"
 #include "host/core/message_tables.h"
+#include "host/core/notifier_table.h"
 #include "host/core/refusal.h"
 #include "host/core/undo_blocks.h"
 #include "host/state/command_state.h"
@@ -47,6 +48,7 @@ KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags, const st
         [&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
     const CCommandState::Depth depth(*environment.state, flags);
     std::string line;
+    bool isBlock = false;
     const Verdict verdict = verdictOf([&] {
         CCommandArguments arguments(*m_environment->types, command);
         const KzResult code = prepare(arguments, flags);
@@ -54,14 +56,19 @@ KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags, const st
         std::uint32_t what = 0;
         if (kzFailed(arguments.command().Flags(&what))) what = 0;
         line = historyLine(arguments, what, flags);
-        const CUndoBlock block(environment.undo.get(), undoKindOf(what, flags), m_name);
+        const UndoKind kind = undoKindOf(what, flags);
+        isBlock = kind == UndoKind::block;
+        if (isBlock) environment.listeners->commands([&](IKzCmdSysListener& each) { each.BlockBegin(command, 0); });
+        const CUndoBlock block(environment.undo.get(), kind, m_name);
         return body();
     });
+    if (isBlock) environment.listeners->commands([&](IKzCmdSysListener& each) { each.BlockEnd(command, 0, 0); });
     if (kzFailed(verdict.code)) {
         tell(verdict);
         if ((flags & KZfCMD_EXEC_NOALERTS) == 0) environment.log->write("commands", verdict.code, reason());
     } else if (!line.empty()) {
         environment.state->remember(std::move(line));
+        environment.notifiers->tell(KZsNOTIFIER_HISTORY, {}, KZfNOTIFY_REFRESH);
     }
     const int succeeded = kzSucceeded(verdict.code) ? 1 : 0;
     environment.listeners->commands([&](IKzCmdSysListener& each) {

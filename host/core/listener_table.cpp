@@ -1,9 +1,12 @@
 // Who listens to the host's events.
 #include "host/core/listener_table.h"
 
+#include "kz/action.h"
+#include "kz/eval.h"
 #include "kz/result.h"
 #include "kz/scene_event.h"
 #include "kz/selection.h"
+#include "kz/user_value.h"
 
 #include <algorithm>
 #include <iterator>
@@ -24,7 +27,12 @@ constexpr ListenerClass classes[] = {
     {KZa_LOGLISTENER, KZu_LOGLISTENER},
     {KZa_SCENEITEMLISTENER, KZu_SCENEITEMLISTENER},
     {KZa_SELECTIONLISTENER, KZu_SELECTIONLISTENER},
+    {KZa_ACTIONLISTENER, KZu_ACTIONLISTENER},
+    {KZa_ANIMLISTENER, KZu_ANIMLISTENER},
+    {KZa_SCENEEVALLISTENER, KZu_SCENEEVALLISTENER},
+    {KZa_USERVALUELISTENER, KZu_USERVALUELISTENER},
 };
+static_assert(std::size(classes) < 32);
 
 bool answers(IKzUnknown* object, const KzGuid& iid) {
     void* interface = nullptr;
@@ -44,48 +52,56 @@ bool isSame(IKzUnknown* left, IKzUnknown* right) {
     return left == right || (a != nullptr && a == b);
 }
 
+template <class Matches> std::uint32_t bitWhere(const Matches& matches) {
+    const auto match = std::ranges::find_if(classes, matches);
+    return match != std::end(classes) ? 1U << (match - std::begin(classes)) : 0;
+}
+
 }  // namespace
 
-KzResult CListenerTable::add(IKzUnknown* object) {
+std::uint32_t CListenerTable::bitOf(const KzGuid& iid) {
+    return bitWhere([&](const ListenerClass& each) { return each.iid == iid; });
+}
+
+std::uint32_t CListenerTable::bitOf(std::string_view className) {
+    return bitWhere([&](const ListenerClass& each) { return each.name == className; });
+}
+
+KzResult CListenerTable::add(IKzUnknown* object, std::uint32_t wanted) {
     if (object == nullptr) return KZe_INVALIDARG;
-    const bool listens = std::any_of(std::begin(classes), std::end(classes),
-                                     [&](const auto& each) { return answers(object, each.iid); });
-    if (!listens) return KZe_INVALIDARG;
-    const auto listener = std::make_shared<CKzLoc_Unknown>(object);
+    const auto listener = std::make_shared<Listener>(object);
+    for (const ListenerClass& each : classes)
+        if ((wanted & bitOf(each.iid)) != 0 && answers(object, each.iid)) listener->classes |= bitOf(each.iid);
+    if (listener->classes == 0) return KZe_INVALIDARG;
     const std::lock_guard lock(m_lock);
     m_listeners.push_back(listener);
     return KZe_OK;
 }
 
-KzResult CListenerTable::remove(IKzUnknown* object) {
+KzResult CListenerTable::remove(IKzUnknown* object, std::uint32_t unwanted) {
     if (object == nullptr) return KZe_INVALIDARG;
     ListenerRef match;
-    for (const ListenerRef& listener : all())
-        if (isSame(listener->raw(), object)) match = listener;
+    for (const ListenerRef& listener : all(unwanted))
+        if (isSame(listener->object.raw(), object)) match = listener;
     const std::lock_guard lock(m_lock);
-    return match && std::erase(m_listeners, match) != 0 ? KZe_OK : KZe_NOTFOUND;
+    if (!match || std::ranges::find(m_listeners, match) == m_listeners.end()) return KZe_NOTFOUND;
+    match->classes &= ~unwanted;
+    if (match->classes == 0) std::erase(m_listeners, match);
+    return KZe_OK;
 }
 
 std::size_t CListenerTable::count(std::string_view className) const {
-    const auto listeners = all();
-    if (className.empty()) return listeners.size();
-    for (const ListenerClass& each : classes) {
-        if (className != each.name) continue;
-        return static_cast<std::size_t>(
-            std::count_if(listeners.begin(), listeners.end(),
-                          [&](const ListenerRef& listener) { return answers(listener->raw(), each.iid); }));
-    }
-    return 0;
-}
-
-bool CListenerTable::isClass(std::string_view className) {
-    return std::any_of(std::begin(classes), std::end(classes),
-                       [&](const auto& each) { return className == each.name; });
-}
-
-bool CListenerTable::has(const ListenerRef& reference) const {
+    const std::uint32_t wanted = className.empty() ? everyClass : bitOf(className);
     const std::lock_guard lock(m_lock);
-    return std::find(m_listeners.begin(), m_listeners.end(), reference) != m_listeners.end();
+    return static_cast<std::size_t>(
+        std::ranges::count_if(m_listeners, [&](const auto& each) { return (each->classes & wanted) != 0; }));
+}
+
+bool CListenerTable::isClass(std::string_view className) { return bitOf(className) != 0; }
+
+bool CListenerTable::has(const ListenerRef& reference, std::uint32_t wanted) const {
+    const std::lock_guard lock(m_lock);
+    return (reference->classes & wanted) != 0 && std::ranges::find(m_listeners, reference) != m_listeners.end();
 }
 
 bool CListenerTable::expects(const std::string& server) {
@@ -97,9 +113,12 @@ void CListenerTable::moduleUpdated(const char* module) {
     session([module](IKzSessionListener& listener) { listener.ModuleUpdated(module); });
 }
 
-std::vector<CListenerTable::ListenerRef> CListenerTable::all() const {
+std::vector<CListenerTable::ListenerRef> CListenerTable::all(std::uint32_t wanted) const {
+    std::vector<ListenerRef> listeners;
     const std::lock_guard lock(m_lock);
-    return m_listeners;
+    std::ranges::copy_if(m_listeners, std::back_inserter(listeners),
+                         [&](const auto& each) { return (each->classes & wanted) != 0; });
+    return listeners;
 }
 
 void CListenerTable::log(const std::function<void(IKzLogListener&)>& tell) {

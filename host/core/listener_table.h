@@ -20,8 +20,12 @@ namespace kzhost {
 class CListenerTable {
 public:
     // Attaches every listener interface that the object has; INVALIDARG when it has none.
-    KzResult add(IKzUnknown* object);
-    KzResult remove(IKzUnknown* object);
+    KzResult add(IKzUnknown* object) { return add(object, everyClass); }
+    // Detaches it from whatever it was attached to.
+    KzResult remove(IKzUnknown* object) { return remove(object, everyClass); }
+    // As above, for the listeners of one class only; INVALIDARG for an object of another class.
+    KzResult addTo(std::string_view className, IKzUnknown* object) { return add(object, bitOf(className)); }
+    KzResult removeFrom(std::string_view className, IKzUnknown* object) { return remove(object, bitOf(className)); }
     // How many listeners there are of a class ("sessionlistener"), or of all with an empty name.
     std::size_t count(std::string_view className) const;
 
@@ -44,16 +48,27 @@ public:
     // Tells all who have the wrapper's interface, in the order in which they were added. Works on a copy, without the lock:
     // listeners may be added and removed while one is called. One that has been removed is not called any more.
     template <class Wrapper, class Tell> void each(const Tell& tell) {
-        for (const ListenerRef& reference : all()) {
-            Wrapper listener;
-            if (listener.set(reference->raw()) && has(reference)) tell(*listener.ptr());
-        }
+        Wrapper listener;
+        const std::uint32_t bit = bitOf(listener.guid());
+        for (const ListenerRef& reference : all(bit))
+            if (listener.set(reference->object.raw()) && has(reference, bit)) tell(*listener.ptr());
     }
 
 private:
-    using ListenerRef = std::shared_ptr<CKzLoc_Unknown>;
-    std::vector<ListenerRef> all() const;
-    bool has(const ListenerRef& reference) const;
+    struct Listener {
+        explicit Listener(IKzUnknown* listener) : object(listener) {}
+        CKzLoc_Unknown object;
+        std::uint32_t classes = 0;  // a bit for each class of which it hears; changed under the lock
+    };
+    using ListenerRef = std::shared_ptr<Listener>;
+    static constexpr std::uint32_t everyClass = UINT32_MAX;
+
+    static std::uint32_t bitOf(const KzGuid& iid);
+    static std::uint32_t bitOf(std::string_view className);
+    KzResult add(IKzUnknown* object, std::uint32_t classes);
+    KzResult remove(IKzUnknown* object, std::uint32_t classes);
+    std::vector<ListenerRef> all(std::uint32_t classes) const;
+    bool has(const ListenerRef& reference, std::uint32_t classes) const;
 
     mutable std::mutex m_lock;
     std::vector<ListenerRef> m_listeners;

@@ -118,12 +118,17 @@ KzResult CLogEntry::logentry_InfoByIndex(std::uint32_t index, const char** name,
 
 KzResult CLogEntry::logentry_SetInfo(const char* name, const char* value) {
     if (name == nullptr || *name == '\0') return KZe_INVALIDARG;
-    const Locked lock(theLock);
-    if (std::string_view(name) == kzOriginInfo) m_origin = kzOriginOf(kzTextOf(value));
-    const auto info =
-        std::find_if(m_infos.begin(), m_infos.end(), [&](const auto& each) { return each.first == name; });
-    if (info != m_infos.end()) info->second = kzTextOf(value);
-    else m_infos.emplace_back(name, kzTextOf(value));
+    {
+        const Locked lock(theLock);
+        if (std::string_view(name) == kzOriginInfo) m_origin = kzOriginOf(kzTextOf(value));
+        const auto info =
+            std::find_if(m_infos.begin(), m_infos.end(), [&](const auto& each) { return each.first == name; });
+        if (info != m_infos.end()) info->second = kzTextOf(value);
+        else m_infos.emplace_back(name, kzTextOf(value));
+        if (!m_isPlaced) return KZe_OK;
+    }
+    if (const auto store = m_store.lock(); store && store->m_entrySink)
+        if (const auto entry = store->find(m_subsystem, m_id)) store->m_entrySink(entry);
     return KZe_OK;
 }
 
@@ -157,8 +162,7 @@ KzResult CLogSubsystem::log_Clear() {
         dropped = m_entries.takeAll();
         m_dropped = 0;
     }
-    if (const auto store = m_store.lock(); store && store->m_subsystemSink)
-        store->m_subsystemSink(CLogStore::Event::cleared, store->subsystem(m_name));
+    if (const auto store = m_store.lock()) store->tell(CLogStore::Event::cleared, m_name);
     return KZe_OK;
 }
 
@@ -187,8 +191,12 @@ CHostRef<CLogSubsystem> CLogStore::subsystem(const std::string& name) {
         if (!isNew) return place->second;
         m_order.push_back(name);
     }
-    if (m_subsystemSink) m_subsystemSink(Event::added, subsystem);
+    if (m_subsystemSink) m_subsystemSink(Event::added, subsystem, 0);
     return subsystem;
+}
+
+void CLogStore::tell(Event event, const std::string& name, std::uint32_t dropped) {
+    if (m_subsystemSink) m_subsystemSink(event, subsystem(name), dropped);
 }
 
 std::vector<CHostRef<CLogSubsystem>> CLogStore::subsystems() const {
@@ -212,6 +220,7 @@ void CLogStore::place(CLogSubsystem& subsystem, const CHostRef<CLogEntry>& entry
         subsystem.m_dropped += subsystem.m_entries.shorten(limits, dropped);
         settle(*entry, subsystem.m_name, nullptr, lines);
     }
+    if (!dropped.empty()) tell(Event::full, subsystem.m_name, static_cast<std::uint32_t>(dropped.size()));
     announce(lines);
 }
 

@@ -133,10 +133,15 @@ public:
 
     // Hears of every line once it has a place, in order; also of one that never got a place, when it is given up.
     void addSink(LogSink sink);
-    // Hears of subsystems that are new, and of those that are cleared. Set before anything is logged.
-    enum class Event { added, cleared };
-    using SubsystemSink = std::function<void(Event, const CHostRef<CLogSubsystem>&)>;
-    void setSubsystemSink(SubsystemSink sink) { m_subsystemSink = std::move(sink); }
+    // Hears of subsystems that are new, that are cleared, or that have dropped so many of their oldest entries; and of entries
+    // of the log that have got other information. Set before anything is logged.
+    enum class Event { added, cleared, full };
+    using SubsystemSink = std::function<void(Event, const CHostRef<CLogSubsystem>&, std::uint32_t dropped)>;
+    using EntrySink = std::function<void(const CHostRef<CLogEntry>&)>;
+    void setSinks(SubsystemSink ofSubsystems, EntrySink ofEntries) {
+        m_subsystemSink = std::move(ofSubsystems);
+        m_entrySink = std::move(ofEntries);
+    }
     // Every line of a subsystem (or of all, with an empty name) as plain text, for tests and queries.
     std::vector<LogLine> lines(const std::string& subsystem = {}) const;
 
@@ -150,7 +155,10 @@ public:
     void close();
 
 private:
+    friend class CLogEntry;
     friend class CLogSubsystem;
+
+    void tell(Event event, const std::string& subsystem, std::uint32_t dropped = 0);
 
     using Sinks = std::vector<LogSink>;
     static LogLine lineOf(const CLogEntry& entry);
@@ -164,6 +172,7 @@ private:
     std::vector<std::string> m_order;
     std::uint64_t m_nextId = 1;
     SubsystemSink m_subsystemSink;
+    EntrySink m_entrySink;
     std::mutex m_sinkLock;
     std::shared_ptr<const Sinks> m_sinks = std::make_shared<const Sinks>();
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();

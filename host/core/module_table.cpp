@@ -128,6 +128,7 @@ KzResult CModuleTable::adopt(const std::string& name, const std::string& path, I
         m_sources.push_back(source);
     }
     readInner(*source);
+    if (m_whenListed) m_whenListed();
     return KZe_OK;
 }
 
@@ -246,6 +247,7 @@ bool CModuleTable::remove(std::string_view pathOrName) {
     }
     for (const auto& source : removal) source->servers.clear(), source->index.clear();
     while (!removal.empty()) removal.pop_back();  // the outer one was first in, so its object goes last
+    if (m_whenListed) m_whenListed();
     return true;
 }
 

@@ -71,6 +71,8 @@ public:
     void announce(const KzServer& server) const {
         if (m_whenAdded) m_whenAdded(server);
     }
+    // Called after a module has come or gone, without the lock.
+    void whenListed(std::function<void()> tell) { m_whenListed = std::move(tell); }
     bool remove(std::string_view pathOrName);
     // Releases all modules and their servers, each module object last.
     void clear();
@@ -123,6 +125,7 @@ private:
     mutable std::uint64_t m_changes = 0;
     bool m_closesLibraries = false;
     std::function<void(const KzServer&)> m_whenAdded;
+    std::function<void()> m_whenListed;
 };
 
 // The class name that the SDK gives an interface; empty when it has none.

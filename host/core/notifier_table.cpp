@@ -6,6 +6,8 @@
 
 #include "kz/command.h"
 #include "kz/result.h"
+#include "kz/undo.h"
+#include "kz/user_value.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,9 +18,10 @@ namespace {
 
 // The names that every host has.
 constexpr const char* ownNames[] = {
-    KZsNOTIFIER_COMMANDS, KZsNOTIFIER_ALIASES, KZsNOTIFIER_HISTORY, KZsNOTIFIER_CMDSTATE, KZsNOTIFIER_SCRIPTS,
-    KZsNOTIFIER_RUNNING,  KZsNOTIFIER_MODULES, KZsNOTIFIER_SERVERS, KZsNOTIFIER_LOG,      KZsNOTIFIER_SUBSYSTEMS,
-    KZsNOTIFIER_PATHS,    KZsNOTIFIER_UNITS,   KZsNOTIFIER_ACTIVE,  KZsNOTIFIER_TASKS};
+    KZsNOTIFIER_COMMANDS,  KZsNOTIFIER_ALIASES,      KZsNOTIFIER_HISTORY, KZsNOTIFIER_CMDSTATE, KZsNOTIFIER_SCRIPTS,
+    KZsNOTIFIER_RUNNING,   KZsNOTIFIER_MODULES,      KZsNOTIFIER_SERVERS, KZsNOTIFIER_LOG,      KZsNOTIFIER_SUBSYSTEMS,
+    KZsNOTIFIER_PATHS,     KZsNOTIFIER_UNITS,        KZsNOTIFIER_ACTIVE,  KZsNOTIFIER_TASKS,    KZsNOTIFIER_UNDO,
+    KZsNOTIFIER_USERVALUE, KZsNOTIFIER_USERVALUE_DEF};
 
 // One of the host's own: it keeps its clients and calls them.
 class CNotifier final : public CHosted<"notifier", CNotifier, CKzIfc_Notifier> {
@@ -33,12 +36,13 @@ public:
         *arguments = m_arguments.c_str();
         return KZe_OK;
     }
-    // Works on a copy: a client may remove itself.
+    // Works on a copy: a client may remove itself or others, which then hear nothing any more.
     void noti_Notify(std::uint32_t flags) override {
         std::unique_lock lock(m_lock);
         const auto clients = m_clients;
         lock.unlock();
-        for (const auto& client : clients) client->Event(flags);
+        for (const auto& client : clients)
+            if (has(client)) client->Event(flags);
     }
     KzResult noti_AddClient(IKzUnknown* client) override {
         auto user = std::make_shared<CKzUser_CommandEvent>(client);
@@ -49,10 +53,11 @@ public:
     }
     KzResult noti_RemoveClient(IKzUnknown* client) override {
         const CKzUser_CommandEvent user(client);
-        std::shared_ptr<CKzUser_CommandEvent> removed;  // outlives the lock
+        if (!user) return KZe_INVALIDARG;
+        ClientRef removed;  // outlives the lock
         const std::lock_guard lock(m_lock);
         const auto entry = std::find_if(m_clients.begin(), m_clients.end(),
-                                        [&](const auto& each) { return user && each->ptr() == user.ptr(); });
+                                        [&](const auto& each) { return each->ptr() == user.ptr(); });
         if (entry == m_clients.end()) return KZe_NOTFOUND;
         removed = std::move(*entry);
         m_clients.erase(entry);
@@ -60,9 +65,15 @@ public:
     }
 
 private:
+    using ClientRef = std::shared_ptr<CKzUser_CommandEvent>;
+    bool has(const ClientRef& client) {
+        const std::lock_guard lock(m_lock);
+        return std::ranges::find(m_clients, client) != m_clients.end();
+    }
+
     std::string m_name, m_arguments;
     std::mutex m_lock;
-    std::vector<std::shared_ptr<CKzUser_CommandEvent>> m_clients;
+    std::vector<ClientRef> m_clients;
 };
 
 }  // namespace
@@ -92,6 +103,14 @@ KzResult CNotifierTable::lookup(const std::string& name, const std::string& argu
     return found ? found->get(notifier) : KZe_NOTFOUND;
 }
 
+KzResult CNotifierTable::addToState(const std::string& command, IKzUnknown* client) {
+    return find({KZsNOTIFIER_CMDSTATE, command})->AddClient(client);
+}
+
+KzResult CNotifierTable::removeFromState(const std::string& command, IKzUnknown* client) {
+    return find({KZsNOTIFIER_CMDSTATE, command})->RemoveClient(client);
+}
+
 KzResult CNotifierTable::add(IKzUnknown* notifier) {
     auto user = std::make_shared<CKzUser_Notifier>(notifier);
     if (!*user) return KZe_INVALIDARG;
@@ -109,6 +128,26 @@ KzResult CNotifierTable::send(const std::string& name, const std::string& argume
     if (!notifier) return KZe_NOTFOUND;
     notifier->Notify(flags);
     return KZe_OK;
+}
+
+void CNotifierTable::tell(std::string_view name, std::string_view arguments, std::uint32_t flags) {
+    NotifierRef notifier;
+    {
+        const std::lock_guard lock(m_lock);
+        if (m_notifiers.empty()) return;
+        const auto entry = m_notifiers.find({std::string(name), std::string(arguments)});
+        if (entry == m_notifiers.end()) return;
+        notifier = entry->second;
+    }
+    notifier->Notify(flags);
+}
+
+std::vector<std::string> CNotifierTable::argumentsOf(std::string_view name) const {
+    std::vector<std::string> arguments;
+    const std::lock_guard lock(m_lock);
+    for (const auto& [key, notifier] : m_notifiers)
+        if (key.first == name) arguments.push_back(key.second);
+    return arguments;
 }
 
 KzResult CNotifierTable::defer(const std::string& name, const std::string& arguments, std::uint32_t flags) {

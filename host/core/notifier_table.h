@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -24,9 +25,16 @@ public:
     // The notifier of that name, with a new reference: one that was registered, the host's own, or a module's server of
     // that name. NOTFOUND if there is none.
     KzResult lookup(const std::string& name, const std::string& arguments, IKzUnknown** notifier);
+    // The client hears from then on, or no more, whether the command is enabled.
+    KzResult addToState(const std::string& command, IKzUnknown* client);
+    KzResult removeFromState(const std::string& command, IKzUnknown* client);
     // Replaces one of the same name and arguments.
     KzResult add(IKzUnknown* notifier);
     KzResult send(const std::string& name, const std::string& arguments, std::uint32_t flags);
+    // As send, but does nothing if nobody has asked for that notifier.
+    void tell(std::string_view name, std::string_view arguments, std::uint32_t flags);
+    // The arguments of all notifiers of that name which somebody has asked for.
+    std::vector<std::string> argumentsOf(std::string_view name) const;
     // Sent once by sendDeferred, with all flags that came together.
     KzResult defer(const std::string& name, const std::string& arguments, std::uint32_t flags);
     std::uint32_t deferredCount() const;

@@ -5,6 +5,7 @@
 #include "host/core/message.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
+#include "host/core/notifier_table.h"
 #include "host/core/reasons.h"
 #include "host/core/undo_blocks.h"
 #include "host/state/path_aliases.h"
@@ -212,17 +213,22 @@ KzResult CScriptRunner::run(const CHostRef<CScript>& script, std::uint32_t flags
     const auto own =
         std::find_if(all.begin(), all.end(), [&](const KzServer& each) { return each.name == server->name; });
     script->setInterpreter(static_cast<std::uint32_t>(own - all.begin()));
-    {
-        const std::lock_guard lock(m_lock);
-        ++m_running;
-    }
+    count(true);
     // An interpreter in Python is never given a null object.
     const auto unheard = message == nullptr ? CHostRef<CMessage>::make() : CHostRef<CMessage>();
     const CUndoBlock blocks(m_undo.get(), UndoKind::untouched, {});  // closes what the script leaves open
     const KzResult code = held->Run(script.raw(), flags, args, message != nullptr ? message : unheard.raw());
-    const std::lock_guard lock(m_lock);
-    if (m_running > 0) --m_running;
+    count(false);
     return code;
+}
+
+void CScriptRunner::count(bool begins) {
+    {
+        const std::lock_guard lock(m_lock);
+        if (begins) ++m_running;
+        else if (m_running > 0) --m_running;
+    }
+    m_notifiers->tell(KZsNOTIFIER_RUNNING, {}, KZfNOTIFY_REFRESH);
 }
 
 void CScriptRunner::clear() {

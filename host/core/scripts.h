@@ -15,6 +15,7 @@ namespace kzhost {
 
 class CLogStore;
 class CModuleTable;
+class CNotifierTable;
 class CPathAliases;
 class CUndoBlocks;
 struct KzServer;
@@ -69,8 +70,9 @@ std::string kzJoinArguments(const std::vector<std::string>& arguments, std::stri
 class CScriptRunner {
 public:
     CScriptRunner(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CLogStore> log,
-                  std::shared_ptr<CUndoBlocks> undo)
-        : m_modules(std::move(modules)), m_log(std::move(log)), m_undo(std::move(undo)) {}
+                  std::shared_ptr<CUndoBlocks> undo, std::shared_ptr<CNotifierTable> notifiers)
+        : m_modules(std::move(modules)), m_log(std::move(log)), m_undo(std::move(undo)),
+          m_notifiers(std::move(notifiers)) {}
 
     std::size_t depth() const;
     // The server that takes the script, and an instance of it; neither when none does.
@@ -79,9 +81,12 @@ public:
     void clear();
 
 private:
+    void count(bool begins);
+
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<CLogStore> m_log;
     std::shared_ptr<CUndoBlocks> m_undo;
+    std::shared_ptr<CNotifierTable> m_notifiers;
     mutable std::mutex m_lock;
     std::size_t m_running = 0;
 };

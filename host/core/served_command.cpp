@@ -1,6 +1,7 @@
 // The host's front for commands that modules implement.
 #include "host/core/served_command.h"
 
+#include "host/core/notifier_table.h"
 #include "host/state/text.h"
 
 #include "kz/base/object_output.h"
@@ -14,8 +15,8 @@ namespace kzhost {
 
 CServedCommand::CServedCommand(CommandEnvironmentPtr environment, IKzUnknown* inner, std::string name,
                                std::uint32_t tag)
-    : CServiceBase(environment->context), m_inner(inner), m_name(std::move(name)), m_tag(tag),
-      m_run(std::move(environment), m_name) {
+    : CServiceBase(environment->context), m_environment(std::move(environment)), m_inner(inner),
+      m_name(std::move(name)), m_tag(tag), m_run(m_environment, m_name) {
     if (!m_inner) throw KZe_NOINTERFACE;
 }
 
@@ -64,6 +65,18 @@ KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
         m_isToldAll = true;
         return code;
     });
+}
+
+// Clients that the module does not take hear from the host whether the command is enabled.
+KzResult CServedCommand::cmd_NotifyAddClient(std::int32_t argument, IKzUnknown* client) {
+    const KzResult code = m_inner.NotifyAddClient(argument, client);
+    return code == KZe_NOTIMPL && argument == KZiCMDARG_ALL ? m_environment->notifiers->addToState(m_name, client)
+                                                            : code;
+}
+
+KzResult CServedCommand::cmd_NotifyRemoveClient(IKzUnknown* client) {
+    const KzResult code = m_inner.NotifyRemoveClient(client);
+    return code == KZe_NOTIMPL ? m_environment->notifiers->removeFromState(m_name, client) : code;
 }
 
 KzResult CServedCommand::cmd_Query(std::uint32_t index, IKzUnknown* values) {

@@ -79,10 +79,8 @@ public:
     KzResult cmd_IconImage(std::int32_t width, std::int32_t height, IKzUnknown** image) override {
         return m_inner.IconImage(width, height, image);
     }
-    KzResult cmd_NotifyAddClient(std::int32_t argument, IKzUnknown* client) override {
-        return m_inner.NotifyAddClient(argument, client);
-    }
-    KzResult cmd_NotifyRemoveClient(IKzUnknown* client) override { return m_inner.NotifyRemoveClient(client); }
+    KzResult cmd_NotifyAddClient(std::int32_t argument, IKzUnknown* client) override;
+    KzResult cmd_NotifyRemoveClient(IKzUnknown* client) override;
     KzResult cmd_Copy(IKzUnknown* source) override { return m_inner.Copy(source); }
     KzResult cmd_Query(std::uint32_t index, IKzUnknown* values) override;
 
@@ -98,6 +96,7 @@ private:
         return kzSucceeded(code) && *name != nullptr ? code : cmd_Name(name);
     }
 
+    const CommandEnvironmentPtr m_environment;
     CKzUser_Command m_inner;
     std::string m_name;
     std::uint32_t m_tag;

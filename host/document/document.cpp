@@ -87,6 +87,7 @@ void CDocument::changed(const DocumentEvents& events, std::size_t first) {
         case Kind::keyRemoved:
         case Kind::keyMoved:
         case Kind::envelope:
+        case Kind::action:
         case Kind::renamed:
         case Kind::modified:
         case Kind::currentTime:

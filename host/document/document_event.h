@@ -37,6 +37,7 @@ struct DocumentEvent {
         batchBegin,  // many events of the document follow
         batchEnd,
         history,           // a step was added, undone, redone or removed
+        undoLocked,        // first: nonzero while a block is open, so that nothing can be undone
         groupMembers,      // of the item: channels joined or left
         selectionCurrent,  // first: the type, as for the others
         selectionAdded,    // second: the subtype
@@ -46,6 +47,7 @@ struct DocumentEvent {
         keyRemoved,   // as above
         keyMoved,     // text: the channel; oldTime and time
         envelope,     // text: the channel, several of whose keys have changed
+        action,       // of the item: what an action says of its channel; text: the action; first: fACTIONCHANGE
         currentTime,  // time
         playRange,    // oldTime and time: its start and end
     };

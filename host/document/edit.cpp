@@ -1,6 +1,7 @@
 // Changes of documents. Each is written once, as an exchange: called again, it reverses itself.
 #include "host/document/edit.h"
 
+#include "host/document/envelope.h"
 #include "host/document/presence.h"
 
 #include "kz/action.h"
@@ -231,18 +232,52 @@ void tellTime(const Item& root, const ChannelInfo& channel, DocumentEvents& even
 
 }  // namespace
 
+namespace {
+
+// The times of the first and the last key.
+std::optional<std::pair<double, double>> reachOf(const ActionValue* value) {
+    if (value == nullptr || value->curve == nullptr || value->curve->keys().empty()) return {};
+    return std::pair{value->curve->keys().front().time, value->curve->keys().back().time};
+}
+
+const ActionValue* valueIn(const ChannelState& state, const std::string& action) {
+    const auto value = std::ranges::find(state.actions, action, &ActionValue::action);
+    return value != state.actions.end() ? &*value : nullptr;
+}
+
+// Whether the channel has joined or left actions, and where its keys now begin or end elsewhere.
+void tellActions(const ItemRef& item, const ChannelState& before, const ChannelState& after, DocumentEvents& events) {
+    const auto tell = [&](const std::string& action) {
+        const ActionValue *former = valueIn(before, action), *now = valueIn(after, action);
+        std::uint32_t changes = 0;
+        if ((former == nullptr) != (now == nullptr)) changes |= KZfACTIONCHANGE_CHANNELS;
+        if (reachOf(former) != reachOf(now)) changes |= KZfACTIONCHANGE_RANGE;
+        if (changes == 0) return;
+        events.push_back(
+            {.kind = Kind::action, .document = &item->document, .item = item, .text = action, .first = changes});
+    };
+    for (const ActionValue& each : before.actions) tell(each.action);
+    for (const ActionValue& each : after.actions)
+        if (valueIn(before, each.action) == nullptr) tell(each.action);
+}
+
+}  // namespace
+
 void CEdit::setChannel(Item& item, const ChannelInfo& channel, ChannelState state) {
     make(&item.document, [item = item.shared_from_this(), channel = &channel,
                           state = std::move(state)](Direction, DocumentEvents& events) mutable {
+        static const ChannelState none;
+        const ChannelState* after = &none;
         const auto entry = item->values.find(channel);
         ChannelState before;
         if (entry != item->values.end()) before = std::move(entry->second);
         if (state.empty()) item->values.erase(channel);
-        else if (entry != item->values.end()) entry->second = std::move(state);
-        else item->values.emplace(channel, std::move(state));
+        else if (entry != item->values.end()) after = &(entry->second = std::move(state));
+        else after = &item->values.emplace(channel, std::move(state)).first->second;
         state = std::move(before);
         events.push_back(
             {.kind = Kind::channelValue, .document = &item->document, .item = item, .text = channel->name});
+        if (!state.actions.empty() || !after->actions.empty()) tellActions(item, state, *after, events);
         if (item->type.number == KZiITYPE_ROOT) tellTime(*item, *channel, events);
     });
 }

@@ -2,6 +2,7 @@
 #include "host/document/evaluation.h"
 
 #include "host/core/reasons.h"
+#include "host/document/constraints.h"
 #include "host/document/host_modifiers.h"
 #include "host/document/transform_values.h"
 #include "host/document/workspace.h"
@@ -12,6 +13,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 
@@ -34,9 +36,21 @@ Item* locatorAbove(const Item& item) {
     return parent;
 }
 
-bool isMatrix(const ChannelInfo& channel) {
-    return channel.kind >= ChannelKind::localMatrix || channel.kind == ChannelKind::matrix;
+bool isMatrixObject(const ChannelInfo& channel) {
+    return channel.kind == ChannelKind::object && std::string_view(channel.objectType) == KZsCHANEVAL_MATRIX;
 }
+
+bool isMatrix(const ChannelInfo& channel) {
+    return channel.kind >= ChannelKind::localMatrix || channel.kind == ChannelKind::matrix || isMatrixObject(channel);
+}
+
+// What an item of the type mathMatrix computes from these channels and the linked matrices.
+bool isMatrixMath(const Item& item, const ChannelInfo& channel) {
+    static const ItemType& type = *kzFindItemType(KZsITYPE_MATHMATRIX);
+    return &item.type == &type && channel.name == KZsICHAN_MATHMATRIX_OUTPUT;
+}
+constexpr std::array matrixMathChannels{KZsICHAN_CHANMODIFY_ENABLE, KZsICHAN_CHANMODIFY_STRENGTH,
+                                        KZsICHAN_MATHMATRIX_OPERATION, KZsICHAN_MATHMATRIX_BLEND};
 
 // What drives the channel takes the form that it has.
 EvaluatedValue converted(const EvaluatedValue& value, const ChannelInfo& channel) {
@@ -83,7 +97,8 @@ bool CEvaluation::takesPart(const ModifierSet::Writer& writer, const Item& item,
 }
 
 bool CEvaluation::isDriven(const Item& item, const ChannelInfo& channel) const {
-    if (channel.kind >= ChannelKind::localMatrix || !linksTo(item, channel).empty()) return true;
+    if (channel.kind >= ChannelKind::localMatrix || isMatrixMath(item, channel) || !linksTo(item, channel).empty())
+        return true;
     const HostModifier* own = kzHostModifier(item.type);
     if (own != nullptr && kzOutputOf(*own, channel.name)) return true;
     if (m_modifiers == nullptr) return false;
@@ -116,9 +131,10 @@ bool CEvaluation::expand(Frame& frame) {
     Item& item = *frame.key.item;
     const auto& channel = *static_cast<const ChannelInfo*>(frame.key.subject);
     const double time = frame.key.time;
-    const auto add = [&](Item& other, const char* name) {
-        if (const ChannelInfo* found = other.type.channel(name)) frame.from.push_back(keyOf(other, *found, time));
+    const auto addAt = [&](Item& other, const char* name, double when) {
+        if (const ChannelInfo* found = other.type.channel(name)) frame.from.push_back(keyOf(other, *found, when));
     };
+    const auto add = [&](Item& other, const char* name) { addAt(other, name, time); };
     if (frame.key.layer > 0) {
         const auto& writer = m_modifiers->writersOf(item, channel)[frame.key.layer - 1];
         frame.from.push_back({&item, &channel, time, frame.key.layer - 1});
@@ -130,6 +146,12 @@ bool CEvaluation::expand(Frame& frame) {
         frame.from.push_back({&item, nullptr, time, ofModifier});
     } else if (const auto& links = linksTo(item, channel); !links.empty()) {
         frame.from.push_back(keyOf(*links.front()->source, *links.front()->sourceChannel, time));
+    } else if (isMatrixMath(item, channel)) {
+        for (const char* name : matrixMathChannels) add(item, name);
+        const ChannelInfo& inputs = *item.type.channel(KZsICHAN_MATHMATRIX_INPUTS);
+        for (const ChannelLink* link : linksTo(item, inputs))
+            frame.from.push_back(keyOf(*link->source, *link->sourceChannel, time));
+        if (frame.from.size() == matrixMathChannels.size()) frame.from.push_back(keyOf(item, inputs, time));
     } else if (channel.kind == ChannelKind::localMatrix) {
         for (const auto& names : {scales, angles, places})
             for (int axis = 0; axis < 3; ++axis) add(item, names[axis]);
@@ -138,7 +160,14 @@ bool CEvaluation::expand(Frame& frame) {
         add(item, KZsICHAN_LOCATOR_WORLDMATRIX);
     } else if (channel.kind >= ChannelKind::worldMatrix) {
         if (channel.kind == ChannelKind::worldMatrix) add(item, KZsICHAN_LOCATOR_LOCALMATRIX);
-        if (Item* parent = locatorAbove(item)) add(*parent, KZsICHAN_LOCATOR_WORLDMATRIX);
+        Item* parent = locatorAbove(item);
+        if (parent != nullptr) add(*parent, KZsICHAN_LOCATOR_WORLDMATRIX);
+        const auto constraints =
+            channel.kind == ChannelKind::worldMatrix ? kzConstraintsOf(item) : std::vector<Item*>();
+        if (constraints.empty()) return !frame.from.empty();
+        addAt(item, KZsICHAN_LOCATOR_LOCALMATRIX, KZiCHANTIME_SETUP);
+        if (parent != nullptr) addAt(*parent, KZsICHAN_LOCATOR_WORLDMATRIX, KZiCHANTIME_SETUP);
+        for (Item* each : constraints) frame.from.push_back({each, nullptr, time, ofModifier});
     }
     return !frame.from.empty();
 }
@@ -155,6 +184,22 @@ bool CEvaluation::expandRun(Frame& frame, int phase) {
                 if (other != &modifier) frame.from.push_back({first.get(), other, time, ofModifier});
         for (std::size_t i = 0; i < modifier.inputs.size(); ++i)
             std::ranges::copy(inputKeys(modifier, i, time), std::back_inserter(frame.from));
+        return frame.from.size() > before;
+    }
+    if (kzIsConstraint(item.type)) {
+        const auto channels = kzConstraintChannels(item.type);
+        if (phase == 0)
+            for (const char* name : channels) frame.from.push_back(keyOf(item, *item.type.channel(name), time));
+        if (phase != 1) return phase == 0;
+        // Its numbers are known now, which say whether it also has to know where everything is in the setup.
+        std::vector<double> numbers;
+        for (const Key& key : frame.from) numbers.push_back(kzNumberOf(valueOf(key)).value_or(0));
+        std::vector<double> times{time};
+        if (kzKeepsOffset(numbers)) times.push_back(KZiCHANTIME_SETUP);
+        for (const double when : times)
+            for (Item* source : kzSourcesOf(item))
+                if (const ChannelInfo* world = source->type.channel(KZsICHAN_LOCATOR_WORLDMATRIX))
+                    frame.from.push_back(keyOf(*source, *world, when));
         return frame.from.size() > before;
     }
     const HostModifier& own = *kzHostModifier(item.type);
@@ -199,8 +244,12 @@ std::vector<EvaluatedValue> CEvaluation::compute(const Frame& frame) {
 
 std::vector<EvaluatedValue> CEvaluation::computeRun(const Frame& frame) {
     if (frame.key.subject != nullptr) return request(frame, *static_cast<const CModifier*>(frame.key.subject));
-    const HostModifier& own = *kzHostModifier(frame.key.item->type);
     std::vector<EvaluatedValue> outputs;
+    if (kzIsConstraint(frame.key.item->type)) {  // which has its say where a locator is computed
+        for (const Key& key : frame.from) outputs.push_back(valueOf(key));
+        return outputs;
+    }
+    const HostModifier& own = *kzHostModifier(frame.key.item->type);
     for (const double number : own.compute(inputsOf(frame, own))) {
         if (std::isfinite(number)) outputs.emplace_back(std::in_place_type<KzCell>, number);
         else {
@@ -249,16 +298,81 @@ EvaluatedValue CEvaluation::computeChannel(const Frame& frame) {
         if (const auto output = kzOutputOf(*own, channel.name))
             return orStored(converted(valueOf(frame.from[0], *output), channel));
     if (!linksTo(item, channel).empty()) return orStored(converted(valueOf(frame.from[0]), channel));
-    if (channel.kind >= ChannelKind::localMatrix) return computeMatrix(frame, channel);
+    if (channel.kind >= ChannelKind::localMatrix || isMatrixMath(item, channel)) return computeMatrix(frame, channel);
     return storedValue(item, channel, frame.key.time);
 }
+
+namespace {
+
+// What a matrix is computed from: values of an item.
+struct MatrixSource {
+    const Item& item;
+    const std::vector<EvaluatedValue>& values;
+
+    double number() const { return kzNumberOf(values.front()).value_or(0); }
+    KzMatrix4 matrix() const { return matrixOf(values.front()); }
+    static KzMatrix4 matrixOf(const EvaluatedValue& value) {
+        const auto* matrix = std::get_if<KzMatrix4>(&value);
+        return matrix != nullptr ? *matrix : kzIdentity();
+    }
+};
+using MatrixSources = std::vector<MatrixSource>;
+
+KzMatrix4 constrained(const Constrained& locator, const MatrixSource& constraint) {
+    const ItemType& type = constraint.item.type;
+    std::vector<double> numbers;
+    std::vector<KzMatrix4> sources;
+    for (const EvaluatedValue& value : constraint.values) {
+        if (numbers.size() < kzConstraintChannels(type).size()) numbers.push_back(kzNumberOf(value).value_or(0));
+        else sources.push_back(MatrixSource::matrixOf(value));
+    }
+    return kzConstrain(type, locator, numbers, sources);
+}
+
+// The locator's own matrix and its parent's, if it has one; if there are constraints, both by the setup, and then these in
+// turn.
+KzMatrix4 worldOf(const Item& item, const MatrixSources& from) {
+    const bool hasParent = locatorAbove(item) != nullptr;
+    std::size_t next = 0;
+    const auto take = [&](bool isThere) {
+        return isThere && next < from.size() ? from[next++].matrix() : kzIdentity();
+    };
+    Constrained locator{};
+    locator.own = take(true);
+    locator.parent = take(hasParent);
+    locator.own = locator.own * locator.parent;
+    if (next == from.size()) return locator.own;
+    locator.setup = take(true);
+    locator.setupParent = take(hasParent);
+    locator.setup = locator.setup * locator.setupParent;
+    for (; next < from.size(); ++next) locator.own = constrained(locator, from[next]);
+    return locator.own;
+}
+
+EvaluatedValue matrixMathOf(const MatrixSources& from) {
+    const double strength = from[0].number() != 0 ? from[1].number() : 0;
+    std::vector<KzMatrix4> inputs;
+    for (std::size_t i = matrixMathChannels.size(); i < from.size(); ++i) inputs.push_back(from[i].matrix());
+    if (strength == 0) return inputs.front();
+    const auto result = kzMatrixMath(static_cast<std::int32_t>(from[2].number()), from[3].number(), inputs);
+    if (!result) return EvaluatedValue();
+    return strength == 1 ? *result : kzMixMatrices(inputs.front(), *result, strength);
+}
+
+}  // namespace
 
 EvaluatedValue CEvaluation::computeMatrix(const Frame& frame, const ChannelInfo& channel) const {
     const auto matrix = [&](std::size_t index) {
         const auto* value = index < frame.from.size() ? std::get_if<KzMatrix4>(&valueOf(frame.from[index])) : nullptr;
         return value != nullptr ? *value : kzIdentity();
     };
-    if (channel.kind == ChannelKind::worldMatrix) return matrix(0) * matrix(1);
+    const bool isWorld = channel.kind == ChannelKind::worldMatrix;
+    if (isWorld && frame.from.size() <= 2) return matrix(0) * matrix(1);  // no constraints
+    if (isWorld || isMatrixMath(*frame.key.item, channel)) {
+        MatrixSources from;
+        for (const Key& key : frame.from) from.push_back({*key.item, m_entries.at(key).values});
+        return isWorld ? EvaluatedValue(worldOf(*frame.key.item, from)) : matrixMathOf(from);
+    }
     if (channel.kind == ChannelKind::parentMatrix) return matrix(0);
     if (channel.kind == ChannelKind::inverseMatrix) {
         const auto inverse = kzInverse(matrix(0));

@@ -83,6 +83,8 @@ void CWorkspace::tellAll(DocumentEvents events) const {
     for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchBegin, .document = document});
     for (const DocumentEvent& event : events) tell(event);
     for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchEnd, .document = document});
+    // For those who only want to know that something has changed, however much it was.
+    if (!events.empty()) tell({.kind = DocumentEvent::Kind::batchEnd});
 }
 
 std::shared_ptr<CDocument> CWorkspace::open(std::string name) {
@@ -175,7 +177,12 @@ void CWorkspace::beginBlock(std::string name, std::uint32_t flags) {
     const CHold hold(*this);
     refuseWhileMoving();
     keepGeometry();
+    if (!m_history.inBlock()) tellLocked(true);
     m_history.beginBlock(std::move(name), flags);
+}
+
+void CWorkspace::tellLocked(bool isLocked) {
+    m_events.push_back({.kind = DocumentEvent::Kind::undoLocked, .first = isLocked});
 }
 
 void CWorkspace::endBlock() {
@@ -183,6 +190,7 @@ void CWorkspace::endBlock() {
     keepGeometry();
     if (!m_history.inBlock()) throw kzBecause(KZe_NOTAVAILABLE, "Undo.BlockEnd", [] { return "no block is open"; });
     if (m_history.endBlock()) historyChanged();
+    if (!m_history.inBlock()) tellLocked(false);
 }
 
 void CWorkspace::discardBlock() {
@@ -196,10 +204,12 @@ void CWorkspace::discardBlock() {
         applyAll(changes, Direction::reverse);
     } catch (...) {  // what was done is still there, so it has to stay in the history
         m_moving = Moving::no;
+        if (!m_history.inBlock()) tellLocked(false);
         keep(std::move(changes));
         throw;
     }
     m_moving = Moving::no;
+    if (!m_history.inBlock()) tellLocked(false);
 }
 
 std::size_t CWorkspace::blockDepth() const {
@@ -210,8 +220,10 @@ std::size_t CWorkspace::blockDepth() const {
 void CWorkspace::endBlocksAbove(std::size_t depth) {
     const CHold hold(*this);
     keepGeometry();
+    const bool wasInBlock = m_history.inBlock();
     while (m_history.blockDepth() > depth)
         if (m_history.endBlock()) historyChanged();
+    if (wasInBlock && !m_history.inBlock()) tellLocked(false);
 }
 
 void CWorkspace::suspend(bool on) {

@@ -109,6 +109,7 @@ private:
     void applyOne(CChange& change, Direction direction);
     void applyForeign(CChange& change, Direction direction);
     void historyChanged();
+    void tellLocked(bool isLocked);
     void keep(ChangeList changes);
     void keepGeometry();
 

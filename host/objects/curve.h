@@ -1,7 +1,7 @@
 // Curves as objects, and what walks along them.
 #pragma once
 
-#include "host/objects/curve_shape.h"
+#include "host/document/curve_shape.h"
 
 #include "kz/base/types.h"
 

@@ -47,6 +47,8 @@ bool OpenScenes::close(const CHostRef<CScene>& scene) {
         change([&] { std::erase_if(list, [&](const auto& each) { return each.object() == scene.object(); }); });
     scene->close();
     tell([&](IKzSceneItemListener& each) { each.SceneClosed(path.empty() ? nullptr : path.c_str()); });
+    if (listeners != nullptr && !path.empty())
+        listeners->session([&](IKzSessionListener& each) { each.FileClosed(path.c_str()); });
     const bool wasCurrent = previous.object() == scene.object();
     tellCurrent(wasCurrent ? CHostRef<CScene>() : previous, wasCurrent);
     return true;

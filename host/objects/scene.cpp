@@ -60,9 +60,14 @@ CHostRef<CScene> kzObjectOf(CDocument& document) { return static_cast<SceneObjec
 
 CScene::~CScene() { close(); }
 
+// Meshes go without the lock, as they tell their listeners.
 void CScene::close() {
     if (const auto& keeper = m_document->workspace().itemKeeper()) keeper->closing(*m_document);
+    std::vector<std::shared_ptr<ItemAttachment>> meshes;
     const CReading reading(m_document->workspace());
+    m_document->each(KZiITYPE_ANY, [&](const Item& item) {
+        if (item.geometry != nullptr) meshes.push_back(item.geometry);
+    });
     m_document->object.reset();
     m_document->workspace().close(*m_document);
 }

@@ -8,6 +8,7 @@
 #include "host/document/transform_values.h"
 #include "host/objects/curve.h"
 #include "host/objects/envelope.h"
+#include "host/objects/evaluation_stack.h"
 #include "host/objects/item_collection.h"
 #include "host/objects/item_packages.h"
 #include "host/objects/layers.h"
@@ -21,6 +22,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 namespace kzhost {
@@ -138,14 +140,21 @@ public:
     }
     KzResult sceneservice_CreateWalker(const char* name, IKzUnknown** walker) override {
         enter("Scene.CreateWalker");
-        if (kzTextOf(name) == "Curve") *walker = kzMakeCurve({});
-        else if (kzTextOf(name) == "PathStep") *walker = kzMakePathStep();
-        else if (kzTextOf(name) == "GroupEnumerator") *walker = kzMakeGroupEnumerator();
-        else if (kzTextOf(name) == "TransformScan") *walker = kzMakeTransformScan();
-        else
+        struct Row {
+            const char* name;
+            IKzUnknown* (*make)();
+        };
+        static constexpr Row rows[] = {{"Curve", [] { return kzMakeCurve({}); }},
+                                       {"EvaluationStack", kzMakeEvaluationStack},
+                                       {"GroupEnumerator", kzMakeGroupEnumerator},
+                                       {"PathStep", kzMakePathStep},
+                                       {"TransformScan", kzMakeTransformScan}};
+        const auto row = std::ranges::find_if(rows, [&](const Row& each) { return kzTextOf(name) == each.name; });
+        if (row == std::end(rows))
             return kzBecause(KZe_NOTFOUND, "Scene.CreateWalker", [&] {
-                return kzThereIsNo("walker", kzTextOf(name), {"Curve", "GroupEnumerator", "PathStep", "TransformScan"});
+                return kzThereIsNo("walker", kzTextOf(name), rows, [](const Row& each) { return each.name; });
             });
+        *walker = row->make();
         return KZe_OK;
     }
     KzResult sceneservice_LocatorTransform(IKzUnknown* locator, double time, KzVector3* position, KzVector3* angles,

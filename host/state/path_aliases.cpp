@@ -27,14 +27,15 @@ std::optional<std::string_view> below(std::string_view path, std::string_view fo
 }  // namespace
 
 void CPathAliases::setAlias(const std::string& name, const std::string& path) {
-    const std::lock_guard lock(m_lock);
-    if (path.empty()) {
-        m_aliases.erase(name);
-        return;
-    }
-    std::string folder = fs::absolute(path).lexically_normal().string();
+    std::string folder;
+    if (!path.empty()) folder = fs::absolute(path).lexically_normal().string();
     while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
-    m_aliases[name] = folder;
+    {
+        const std::lock_guard lock(m_lock);
+        if (folder.empty()) m_aliases.erase(name);
+        else m_aliases[name] = folder;
+    }
+    if (m_whenSet) m_whenSet();
 }
 
 std::vector<std::pair<std::string, std::string>> CPathAliases::aliases() const {

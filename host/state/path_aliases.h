@@ -1,6 +1,7 @@
 // Path aliases ("module:Scripts") and the folders that they stand for.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -15,6 +16,8 @@ class CPathAliases {
 public:
     // Sets an alias, named without its colon. An empty path removes it.
     void setAlias(const std::string& name, const std::string& path);
+    // Hears of each alias that is set, without the lock; set once, while the host is made.
+    void whenSet(std::function<void()> tell) { m_whenSet = std::move(tell); }
     std::vector<std::pair<std::string, std::string>> aliases() const;
 
     // The local path for an aliased one, whether or not it exists; a path without an alias is returned as it is. Empty
@@ -33,6 +36,7 @@ public:
 private:
     mutable std::mutex m_lock;
     std::map<std::string, std::string, std::less<>> m_aliases;
+    std::function<void()> m_whenSet;
 };
 
 }  // namespace kzhost

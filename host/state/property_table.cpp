@@ -6,8 +6,12 @@
 namespace kzhost {
 
 void CPropertyTable::set(const std::string& name, std::string value) {
-    const std::lock_guard lock(m_lock);
-    m_values[name] = std::move(value);
+    {
+        const std::lock_guard lock(m_lock);
+        std::string& now = m_values[name];
+        if (std::exchange(now, std::move(value)) == now) return;
+    }
+    if (m_whenSet) m_whenSet(name);
 }
 
 std::optional<std::string> CPropertyTable::get(const std::string& name) const {

@@ -95,7 +95,11 @@ class Adding(kzifc.Modifier):
         self.evaluation = None
 
     def mod_Evaluate(self):
-        self.evaluation.WriteDouble(self.z, self.evaluation.ReadDouble(self.x) + self.evaluation.ReadDouble(self.z))
+        stack, value = kz.object.EvaluationStack(SCENES.CreateWalker('EvaluationStack')), kz.service.Value().CreateValue('float')
+        equal(stack.Current().ReadDouble(self.x), self.evaluation.ReadDouble(self.x))
+        fails('NOACCESS', (stack.Push, 1.0))  # other times are not declared
+        value.SetFlt(self.evaluation.ReadDouble(self.x) + self.evaluation.ReadDouble(self.z))
+        self.evaluation.WriteObject(self.z, value)
 
 
 def check_python_classes_compute_channels():
@@ -110,6 +114,31 @@ def check_python_classes_compute_channels():
     equal((at(scene, item, 'pos.Y'), Twice.runs - runs), (6.0, 0))
     write.DoubleByName(item, 'pos.X', -1.0)
     equal([at(scene, item, name) for name in ('pos.Y', 'pos.Z')], [0.0, 9.0])  # what is stored, after an error
+
+
+def check_evaluations_are_nested():
+    scene, item, other = new('locator', 'locator')
+    stack = kz.object.EvaluationStack(SCENES.CreateWalker('EvaluationStack'))
+    fails('NOTAVAILABLE', (stack.Current,), (stack.Pop,), (stack.Push, 1.0))
+    scene.WriteChannels(None, 0.0).Keys(item, item.ChannelLookup('pos.X'), 2, storage('d', 0.0, 2.0), storage('d', 1.0, 5.0))
+    stack.PushItem(item, 0.0)
+    now = stack.Current()
+    x, time = now.AddChannelName(item, 'pos.X', fECHAN_READ), now.AddTime()
+    y = now.AddChannelName(item, 'pos.Y', fECHAN_WRITE)
+    equal((now.ReadDouble(x), now.Time()), (1.0, 0.0))
+    stack.Push(2.0)
+    later = stack.Current()
+    equal((later.ReadDouble(x), later.ReadDouble(time), stack.Depth()), (5.0, 2.0, 2))
+    later.SetAlternateTime(1.0)
+    near([later.ReadDouble(x)], [3.0])
+    later.ClearAlternate()
+    fails('NOACCESS', (later.WriteDouble, y, 1.0), (later.ReadDouble, y))
+    stack.Pop()
+    equal((later.ReadDouble(x), stack.Current().ReadDouble(x)), (5.0, 1.0))
+    fails('INVALIDARG', (stack.PushItem, item, float('nan')))
+    stack.PushItem(other, 1.0)
+    stack.Clear()
+    equal(stack.Depth(), 0)
 
 
 def check_clips_are_mixed_in_and_moved():

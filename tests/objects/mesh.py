@@ -308,6 +308,13 @@ def check_edits_are_told_once_and_tracked():
     fails('NOTFOUND', (mesh.RemoveListener, listener))
     tracker.Stop()
     fails('NOTREADY', (tracker.Reset,))
+    del follower.heard[:]
+    scene = kz.service.Scene().Create('meshes')
+    item = scene.ItemAdd(kz.service.Scene().ItemTypeLookup('mesh'))
+    kz.service.Mesh().EditItem(item, None).AddListener(listener)
+    equal(follower.heard, [])
+    kz.service.Scene().Close(scene)
+    equal(follower.heard, ['end'])
 
 
 def check_maps_are_mirrored_split_and_merged():

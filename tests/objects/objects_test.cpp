@@ -15,6 +15,7 @@
 #include "kz/envelope.h"
 #include "kz/image.h"
 #include "kz/item.h"
+#include "kz/listener.h"
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
@@ -40,8 +41,8 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "files", "image", "kzu_objects", "mesh", "packages", "scene",
-                                         "selection", "shapes"));
+                         testing::Values("animation", "files", "image", "kzu_objects", "listeners", "mesh", "packages",
+                                         "scene", "selection", "shapes"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -69,6 +70,7 @@ public:
         item.ChannelAdd("own", "float", add("new channel"));
         scene.Contents(add("contents"));
         scenes->CreateCollection(add("collection"));
+        ServiceOf<CKzUser_ListenerService>(application)->PortByName("session", add("listener port"));
         ServiceOf<CKzUser_LayerService>(application)->Scan(0, add("layer scan"));
         ServiceOf<CKzUser_SelectionService>(application)->State(nullptr, add("selection state"));
         const ServiceOf<CKzUser_PacketService> packets(application);
@@ -88,7 +90,7 @@ public:
         ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_GREY, 0, add("image"));
         scenes->CreateEnvelope(0, add("envelope"));
         CKzUser_Envelope(last()).Keys(add("keyframe"));
-        for (const char* walker : {"Curve", "GroupEnumerator", "PathStep", "TransformScan"})
+        for (const char* walker : {"Curve", "EvaluationStack", "GroupEnumerator", "PathStep", "TransformScan"})
             scenes->CreateWalker(walker, add(walker));
         scenes->CreateMatrix(add("matrix"));
         scenes->CreateQuaternion(add("quaternion"));

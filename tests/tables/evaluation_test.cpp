@@ -60,6 +60,23 @@ struct Scene {
     void link(Item& source, const std::string& from, Item& target, const std::string& to) {
         edit([&](CEdit& edit) { edit.linkChannels(source, channel(source, from), target, channel(target, to)); });
     }
+    Item& place(const nlohmann::json& names, const nlohmann::json& numbers, Item* parent = nullptr) {
+        Item& item = add("locator");
+        set(item, "order", KZiROTORDER_ZXY);
+        for (std::size_t i = 0; i < names.size(); ++i) set(item, names[i], numbers[i].get<double>());
+        if (parent != nullptr) edit([&](CEdit& edit) { edit.place(item, parent, CEdit::last); });
+        return item;
+    }
+    void join(const char* graph, Item& source, Item& target) {
+        edit([&](CEdit& edit) { edit.link(graph, source, CEdit::last, target, CEdit::last); });
+    }
+    void expectMatrix(Item& item, const std::string& name, const nlohmann::json& expected, const std::string& title) {
+        const auto value = kzEvaluationOf(*document).read(item, channel(item, name), 0);
+        const auto* matrix = std::get_if<KzMatrix4>(&value);
+        ASSERT_NE(matrix, nullptr) << title;
+        for (std::size_t i = 0; i < 16; ++i)
+            EXPECT_NEAR(matrix->m[i / 4][i % 4], expected[i].get<double>(), 1e-12) << title << " at " << i;
+    }
     double read(Item& item, const std::string& name, double time = 0) {
         return kzNumberOf(kzEvaluationOf(*document).read(item, channel(item, name), time)).value_or(NAN);
     }
@@ -82,6 +99,65 @@ TEST(EvaluationTest, ModifiersComputeWhatTheTableHas) {
                         1e-11 * std::max(1.0, std::abs(expected)))
                 << row["type"] << row["channels"].dump() << " at " << table["times"][i];
         }
+    }
+}
+
+TEST(EvaluationTest, ConstraintsAndMatricesAreAsTheTableHas) {
+    std::ifstream file(KZ_SOURCE_DIR "/tests/tables/modifiers.json");
+    const auto table = nlohmann::json::parse(file);
+    ASSERT_GT(table["constraints"].size(), 15U);
+    for (const auto& row : table["constraints"]) {
+        Scene scene;
+        Item* parent = row["parent"].empty() ? nullptr : &scene.place(table["place"], row["parent"]);
+        Item& locator = scene.place(table["place"], row["own"], parent);
+        Item& constraint = scene.add(row["type"].get<std::string>().c_str());
+        for (const auto& [name, value] : row["channels"].items()) scene.set(constraint, name, value.get<double>());
+        for (const auto& numbers : row["sources"]) {
+            Item& source = scene.place(table["place"], numbers);
+            for (const auto& [name, value] : row["keyed"].items())
+                scene.key(source, name, {{0, value.get<double>()}}, KZs_ACTIONLAYER_ANIM);
+            scene.join(KZsGRAPH_SOURCE, source, constraint);
+        }
+        scene.join(KZsGRAPH_XFRMLOCAL, constraint, locator);
+        scene.expectMatrix(locator, "worldMatrix", row["world"], row["type"].dump() + row["channels"].dump());
+    }
+    for (const auto& row : table["matrices"]) {
+        Scene scene;
+        Item& math = scene.add("mathMatrix");
+        for (const auto& [name, value] : row["channels"].items()) scene.set(math, name, value.get<double>());
+        for (const auto& numbers : row["sources"])
+            scene.link(scene.place(table["place"], numbers), "worldMatrix", math, "matrixInputs");
+        scene.expectMatrix(math, "matrixOutput", row["world"], row["channels"].dump());
+    }
+}
+
+TEST(EvaluationTest, ConstraintsFollowEachChange) {
+    Scene scene;
+    Item &source = scene.add("locator"), &other = scene.add("locator"), &locator = scene.add("locator");
+    Item& constraint = scene.add("constraintPosition");
+    const auto x = [&] {
+        return std::get<KzMatrix4>(
+                   kzEvaluationOf(*scene.document).read(locator, Scene::channel(locator, "worldMatrix"), 0))
+            .m[3][0];
+    };
+    scene.set(source, "pos.X", 4);
+    EXPECT_EQ(x(), 0);
+    scene.join(KZsGRAPH_XFRMLOCAL, constraint, locator);
+    EXPECT_EQ(x(), 0) << "without a source";
+    scene.join(KZsGRAPH_SOURCE, source, constraint);
+    EXPECT_EQ(x(), 4);
+    scene.join(KZsGRAPH_SOURCE, other, constraint);
+    EXPECT_EQ(x(), 2) << "after a link that is none of the locator's";
+    scene.set(constraint, "blend", 0.5);
+    EXPECT_EQ(x(), 1);
+    scene.workspace->undo(2);
+    EXPECT_EQ(x(), 4);
+    scene.join(KZsGRAPH_XFRMLOCAL, scene.add("constraintPosition"), source);
+    scene.join(KZsGRAPH_SOURCE, locator, *source.links.at(KZsGRAPH_XFRMLOCAL).reverse.front());
+    try {
+        ADD_FAILURE() << "two that follow each other are at " << x();
+    } catch (KzResult code) {
+        EXPECT_EQ(code, static_cast<KzResult>(KZeGRAPH_CYCLIC));
     }
 }
 

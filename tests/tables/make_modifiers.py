@@ -6,6 +6,7 @@ import pathlib
 import numpy as np
 import scipy.linalg
 from scipy.interpolate import make_interp_spline
+from scipy.spatial.transform import Rotation, Slerp
 
 TIMES = [-1.25, -0.5, 0.0, 0.3, 1.0, 2.75, 7.1]
 
@@ -118,6 +119,89 @@ for start, end, speed, loops, fade_in, fade_out, weight in ((0, 5, 1, 1, 0, 0, 1
             * np.interp(t, [start, start + fade_in, stop - fade_out, stop], [fade_in == 0, 1, 1, fade_out == 0]))
                    for t in TIMES]})
 
-table = {'clips': clips, 'made with': 'NumPy %s, SciPy %s' % (np.__version__, scipy.__version__), 'times': TIMES, 'rows': rows}
+PLACE = ('pos.X', 'pos.Y', 'pos.Z', 'rot.X', 'rot.Y', 'rot.Z', 'scl.X', 'scl.Y', 'scl.Z')
+OWN, PARENT = (1.5, 2.25, 3, 0.3, -0.4, 0.5, 2, 3, 0.5), (-1, 4, 0.5, 0, 0.7, -0.2, 1, 1, 1)
+FIRST, SECOND = (5, -2, 1, 1.1, 0.2, -0.6, 1.5, 1, 4), (-3, 6, 2, -0.4, 0.9, 0.1, 0.5, 2, 1)
+Y = np.array([0, 1.0, 0])
+
+
+def turned(angles):
+    """About Z first, then X, then Y."""
+    return Rotation.from_euler('zxy', np.asarray(angles)[[2, 0, 1]])
+
+
+def frame(position, rotation, scale):
+    """A point is a row to the left."""
+    matrix = np.eye(4)
+    matrix[:3, :3], matrix[3, :3] = np.diag(scale) @ rotation.as_matrix().T, position
+    return matrix
+
+
+def place(numbers):
+    return frame(numbers[:3], turned(numbers[3:6]), numbers[6:])
+
+
+def between(a, b, weight):
+    return Slerp([0, 1], Rotation.concatenate([a, b]))(weight)
+
+
+def looking(direction, aim, up):
+    direction = direction / np.linalg.norm(direction)
+    above = Y - direction * (Y @ direction)
+    return Rotation.align_vectors([direction, above / np.linalg.norm(above)], [aim, up])[0]
+
+
+def moved(numbers, keyed):
+    return [keyed.get(name, number) for name, number in zip(PLACE, numbers)]
+
+
+P, p0, r0, s0 = place(PARENT), np.array(OWN[:3]), turned(OWN[3:6]), OWN[6:]
+p1, p2, r1, r2 = np.array(FIRST[:3]), np.array(SECOND[:3]), turned(FIRST[3:6]), turned(SECOND[3:6])
+middle, offset = (p1 + p2) / 2, np.array([0.5, -1, 2])
+shift = dict(zip(('offset.X', 'offset.Y', 'offset.Z'), offset))
+KEYED = {'pos.X': 7.0, 'rot.Y': -0.8}
+now1 = moved(FIRST, KEYED)
+toward = middle - p0
+constraints = []
+
+
+def constrain(kind, channels, expected, has_parent=False, keyed={}, one=False):
+    constraints.append({'type': 'constraint' + kind, 'channels': channels, 'own': OWN, 'parent': PARENT if has_parent else [],
+                        'sources': [FIRST] if one else [FIRST, SECOND], 'keyed': keyed,
+                        'world': np.ravel(expected).tolist()})
+
+
+constrain('Position', shift, frame(middle + offset, r0, s0))
+constrain('Position', {'blend': 0.25, 'axisY': 0}, frame(p0 + 0.25 * (middle - p0) * [1, 0, 1], r0, s0))
+constrain('Position', {'enable': 0}, place(OWN))
+constrain('Position', {'compensate': 1}, frame(p0 + [2, 0, 0], r0, s0), keyed=KEYED, one=True)
+inside = frame(np.append(middle, 1) @ np.linalg.inv(P) @ np.eye(4, 3) + offset, r0, s0)
+constrain('Position', dict(shift, space=1), inside @ P, True)
+constrain('Rotation', {}, frame(p0, between(r1, r2, 0.5), s0))
+constrain('Rotation', dict(shift, blend=0.3), frame(p0, between(r0, r1 * turned(offset), 0.3), s0), one=True)
+constrain('Rotation', {'compensate': 1}, frame(p0, turned(now1[3:6]) * r1.inv() * r0, s0), keyed=KEYED, one=True)
+constrain('Rotation', {'axisX': 0}, frame(p0, turned([OWN[3], FIRST[4], FIRST[5]]), s0), one=True)
+constrain('Scale', {'blend': 0.5}, frame(p0, r0, (np.array(s0) + (np.array(FIRST[6:]) + SECOND[6:]) / 2) / 2))
+constrain('Direction', {}, frame(p0, looking(toward, [0, 0, 1], [0, 1, 0]), s0))
+constrain('Direction', {'aimAxis': 3, 'upAxis': 2, 'roll': 0.4},
+          frame(p0, Rotation.from_rotvec(0.4 * toward / np.linalg.norm(toward)) * looking(toward, [-1, 0, 0], [0, 0, 1]), s0))
+for percent in (0, 0.3, 1):
+    constrain('Path', {'pathPercent': percent, 'pathBank': 0.2}, frame(
+        p1 + percent * (p2 - p1), Rotation.from_rotvec(0.2 * (p2 - p1) / np.linalg.norm(p2 - p1)) * looking(p2 - p1, [0, 0, 1], [0, 1, 0]), s0))
+constrain('Path', {'pathPercent': 0.5, 'pathOrient': 0}, frame(middle, r0, s0))
+for low, high in ((0, 1), (9, 20), (0, 50)):
+    length = np.linalg.norm(toward)
+    constrain('Distance', {'minimumDistance': low, 'maximumDistance': high},
+              frame(middle - toward / length * np.clip(length, low, high), r0, s0))
+constrain('Surface', {}, place(OWN))
+
+matrices, first, second = [], place(FIRST), place(SECOND)
+for channels, expected in (({'operation': 0}, first @ second), ({'operation': 1}, np.linalg.inv(first)),
+                           ({'operation': 2}, first.T), ({'operation': 1, 'enable': 0}, first),
+                           ({'operation': 3, 'blend': 0.3}, frame(p1 + 0.3 * (p2 - p1), between(r1, r2, 0.3),
+                                                                  np.array(FIRST[6:]) * 0.7 + np.array(SECOND[6:]) * 0.3))):
+    matrices.append({'channels': channels, 'sources': [FIRST, SECOND], 'world': np.ravel(expected).tolist()})
+
+table = {'place': PLACE, 'constraints': constraints, 'matrices': matrices, 'clips': clips, 'made with': 'NumPy %s, SciPy %s' % (np.__version__, scipy.__version__), 'times': TIMES, 'rows': rows}
 pathlib.Path(__file__).with_name('modifiers.json').write_text(
     json.dumps(table, indent=1).replace('\n   ', ' ').replace('\n  ', ' ') + '\n')

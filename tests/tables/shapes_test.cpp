@@ -1,7 +1,7 @@
 // Envelopes, curves and rotations against shapes.json, which make_shapes.py has computed by other means.
+#include "host/document/curve_shape.h"
 #include "host/document/envelope.h"
 #include "host/document/transform_values.h"
-#include "host/objects/curve_shape.h"
 #include "kz_paths.h"
 
 #include <gtest/gtest.h>

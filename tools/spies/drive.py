@@ -117,6 +117,9 @@ def drive_models():
     scene = scenes.Create('driven')
     item = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_MESH))
     mesh = meshes.FromItem(item, 0.0, 0)
+    for each in mesh, meshes.Create():
+        attempt(each.AddListener, spies.spy_class('MeshListener')())
+    del each
     mesh.AddPoint((0, 0, 0))
     visitor = all_done('Visitor')()
     attempt(mesh.Points().Enumerate, 0, visitor)
@@ -146,17 +149,45 @@ def drive_pictures():
 
 def drive_listeners():
     listener = service.Listener()
-    every = spies.spy_class('SessionListener', 'CmdSysListener', 'LogListener')()
+    every = spies.spy_class('SessionListener', 'CmdSysListener', 'LogListener', 'UserValueListener')()
     attempt(listener.AddListener, every)
     log = service.Log()
     lines = log.SubSystemLookup('driven')
     entry = log.CreateEntry(1, 'entry')
     lines.AddEntry(entry)
     entry.AddEntry(log.CreateEntry(1, 'child'))
+    entry.SetInfo('file', 'driven')
+    limit = log.MaxEntries()
+    log.SetMaxEntries(1)
+    lines.AddEntry(log.CreateEntry(1, 'one too many'))
+    log.SetMaxEntries(limit)
     attempt(lines.Clear)
     attempt(log.Flush)
-    attempt(kz.eval, 'log.clear driven')
+    for line in ('log.clear driven', 'user.value driven 1 type:integer', 'user.value driven 2',
+                 'user.value driven life:config', 'user.value driven delete:true', 'scene.new driven',
+                 'item.create locator', 'undo', 'redo'):
+        attempt(kz.eval, line)
+    attempt(scenes.Save, scenes.Current(), FOLDER + '/closed.kzscene', None)
+    attempt(scenes.Close, scenes.Current())
     attempt(listener.RemoveListener, every)
+
+
+def drive_notifiers():
+    """Clients of the host's notifiers, and a notifier in place of one of these."""
+    notifiers, undo = service.NotifySys(), commands.Spawn(0, 'undo')
+    client = spies.spy_class('CommandEvent')()
+    attempt(notifiers.Register, all_done('Notifier', noti_Name=symbol.sNOTIFIER_CMDSTATE, noti_Args='redo')())
+    for command in undo, commands.Spawn(0, 'redo'):
+        attempt(command.NotifyAddClient, symbol.iCMDARG_ALL, client)
+    attempt(commands.Spawn(0, 'redo').NotifyRemoveClient, client)
+    kz.bless(all_done('Notifier', noti_Name='spied.notifier', noti_Args=''), 'spied.notifier')
+    attempt(notifiers.Send, 'spied.notifier', '', symbol.fNOTIFY_REFRESH)
+    scene = scenes.Create('notified')
+    scene.ItemAdd(scenes.ItemTypeLookup('locator'))
+    kz.bless(all_done('AutoSaveListener'), 'spied.saving')
+    for name, value in (('folder', FOLDER + '/copies type:string'), ('interval', '0 type:float'),
+                        ('active', 'true type:boolean'), ('active', 'false')):
+        attempt(kz.eval, 'user.value autosave.%s %s' % (name, value))
 
 
 def drive_memory():
@@ -196,7 +227,7 @@ def drive_time():
 
     def attach(self, item, index, evaluation):
         kz.object.Evaluation(evaluation).AddChannelName(kz.object.Item(item), 'pos.Z', symbol.fECHAN_WRITE)
-        return all_done('Modifier', mod_RequiredCount=0)()
+        return all_done('Modifier', mod_RequiredCount=1)()
 
     tags = {symbol.s_EVALTAG_TYPE: 'groupLocator'}
     operator = all_done('ChannelModOperator')
@@ -205,6 +236,8 @@ def drive_time():
              'spied.modManager', tags)
     kz.bless(spies.spy_class('EvalModifier', eval_Alloc=attach), 'spied.modifier', tags)
     scene = scenes.Create('time')
+    ear = spies.spy_class('AnimListener', 'ActionListener', 'SceneEvalListener')()
+    attempt(service.Listener().AddListener, ear)
     items = [scene.ItemAdd(scenes.ItemTypeLookup('groupLocator')) for _ in range(2)]
     for moment in range(3):
         for item in items:
@@ -212,6 +245,17 @@ def drive_time():
                 attempt(scene.Channels(None, float(moment)).DoubleByName, item, channel)
         attempt(scene.WriteChannels(None, 0.0).DoubleByName, items[0], 'pos.X', float(moment))
         items[1].SetParent(items[0] if moment else None, -1)
+    times, write = kz.Storage('d', 2), scene.WriteChannels(None, 0.0)
+    times.set((1.0, 2.0))
+    x = items[0].ChannelLookup('pos.X')
+    keys = lambda: write.Envelope(items[0], x).Keys()
+    for call in ((write.Keys, items[0], x, 2, times, times), (lambda: keys().Add(3.0, 1.0),),
+                 (lambda: [key.Last() or key.SetTime(4.0) or key.Remove() for key in [keys()]],),
+                 (service.Selection().SetTime, 1.0), (write.DoubleByName, scene.Root(), 'currentStart', 0.5),
+                 (scene.ActionAdd, 'driven', 0), (lambda: scene.ItemLookup('driven').SetName('renamed'),),
+                 (lambda: scene.ItemRemove(scene.ItemLookup('renamed')),)):
+        attempt(*call)
+    attempt(service.Listener().RemoveListener, ear)
     scenes.Close(scene)
     undo = service.Undo()
     undo.Apply(all_done('Undo')())
@@ -292,5 +336,5 @@ def drive_packages():
 
 
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
-              drive_listeners, drive_memory, drive_folders, drive_time, drive_selection, drive_packages):
+              drive_listeners, drive_notifiers, drive_memory, drive_folders, drive_time, drive_selection, drive_packages):
     drive()

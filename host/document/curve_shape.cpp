@@ -1,5 +1,5 @@
 // Curves through knots.
-#include "host/objects/curve_shape.h"
+#include "host/document/curve_shape.h"
 
 #include "host/document/transform_values.h"
 
