@@ -41,7 +41,7 @@ TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("obj
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
                          testing::Values("animation", "files", "image", "kzu_objects", "mesh", "packages", "scene",
-                                         "selection", "shapes"));
+                                         "selection", "shapes", "solids"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
