@@ -12,6 +12,7 @@ class CCommandDispatcher;
 class CCommandRegistry;
 class CCommandState;
 class CDialogBoard;
+class CDrops;
 class CPathAliases;
 class CImageFiles;
 class CImportPaths;
@@ -80,6 +81,7 @@ struct HostParts {
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<CPresets> presets;
     std::shared_ptr<CSceneFiles> sceneFiles;
+    std::shared_ptr<CDrops> drops;
     std::shared_ptr<CAutoSave> autoSave;
     std::shared_ptr<QueryEnvironment> queries;
 };

@@ -40,8 +40,8 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "files", "image", "kzu_objects", "mesh", "packages", "scene",
-                                         "selection", "shapes", "solids"));
+                         testing::Values("animation", "drops", "files", "image", "kzu_objects", "mesh", "packages",
+                                         "scene", "selection", "shapes", "solids"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
