@@ -121,6 +121,9 @@ def drive_models():
     visitor = all_done('Visitor')()
     attempt(mesh.Points().Enumerate, 0, visitor)
     attempt(kz.eval, 'mesh.operate spied')
+    kz.bless(all_done('MeshOperation'), 'spied.placed',
+             {symbol.sTAG_MESHOP_TRANSFORM: '1'})
+    attempt(kz.eval, 'mesh.operate spied.placed')
     attempt(kz.evalN, 'mesh.operate operation:?')
     read, write = scene.Channels('edit', 0.0), scene.WriteChannels('edit', 0.0)
     for channel in range(item.ChannelCount()):
