@@ -56,7 +56,7 @@ struct ModuleState {
     std::weak_ptr<Item> original;                   // that a new item is a copy of
     bool hadInstance = false;
     std::set<std::string, std::less<>> hadPackages;  // that have had an instance since the item is here
-    std::uint32_t refusal = 0;  // the code with which a module failed to complete the item
+    std::uint32_t refusal = 0;                       // the code with which a module failed to complete the item
 };
 
 // A link from one item to another in a graph of items. Each end keeps its links in order.
