@@ -4,6 +4,7 @@
 #include "host/commands/alias_commands.h"
 #include "host/commands/builtin_server_commands.h"
 #include "host/commands/document_commands.h"
+#include "host/commands/drop_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
 #include "host/commands/preset_commands.h"
@@ -30,6 +31,7 @@
 #include "host/objects/auto_save.h"
 #include "host/objects/document_listeners.h"
 #include "host/objects/document_undo.h"
+#include "host/objects/drops.h"
 #include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
 #include "host/objects/item_packages.h"
@@ -43,6 +45,7 @@
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
 #include "host/services/dir_cache_service.h"
+#include "host/services/drop_service.h"
 #include "host/services/file_service.h"
 #include "host/services/guid_service.h"
 #include "host/services/host_service.h"
@@ -123,6 +126,7 @@ void addCommands(const HostParts& host) {
     kzAddUndoCommands(*host.registry, host.scenes);
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
+    kzAddDropCommands(*host.registry, host.drops, host.scenes);
     kzAddPresetCommands(*host.registry, host.presets, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
@@ -141,6 +145,7 @@ void addServices(const HostParts& host) {
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
     add("dircache", KZu_DIRCACHESERVICE, kzMakeDirCacheService, host.modules, host.preferences, host.images,
         host.notifiers, host.files);
+    add("drop", KZu_DROPSERVICE, kzMakeDropService, host.drops);
     add("file", KZu_FILESERVICE, kzMakeFileService, host.files);
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
@@ -226,6 +231,7 @@ HostParts::HostParts()
       presets(std::make_shared<CPresets>(modules, scenes)),
       sceneFiles(std::make_shared<CSceneFiles>(
           SceneFileParts{context, modules, listeners, log, monitors, scenes, files, userValues, redirects})),
+      drops(std::make_shared<CDrops>(modules, scenes, kzOwnDrops(scenes, presets, sceneFiles))),
       autoSave(std::make_shared<CAutoSave>(userValues, scenes, sceneFiles, modules, log)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {

@@ -13,6 +13,7 @@ class CCommandRegistry;
 class CCommandState;
 class CCommandStates;
 class CDialogBoard;
+class CDrops;
 class CPathAliases;
 class CImageFiles;
 class CImportPaths;
@@ -82,6 +83,7 @@ struct HostParts {
     std::shared_ptr<CImageFiles> images;
     std::shared_ptr<CPresets> presets;
     std::shared_ptr<CSceneFiles> sceneFiles;
+    std::shared_ptr<CDrops> drops;
     std::shared_ptr<CAutoSave> autoSave;
     std::shared_ptr<QueryEnvironment> queries;
 };

@@ -5,6 +5,8 @@
 #include "host/core/command_text.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
+#include "host/core/refusal.h"
+#include "host/document/transform_values.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/scene.h"
 
@@ -12,9 +14,14 @@
 #include "kz/result.h"
 #include "kz/value.h"
 
+#include "kz/mesh.h"
 #include "kz/mesh_operation.h"
+#include "kz/transform.h"
 
+#include <algorithm>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace kzhost {
 
@@ -46,6 +53,32 @@ CHostRef<CItem> meshItem(OpenScenes& open, CBuiltinCommand& command) {
     return kzOwn<CItem>(item.raw());
 }
 
+bool hasTag(const KzTags& tags, std::string_view name) {
+    const auto tag = std::ranges::find(tags, name, &std::pair<std::string, std::string>::first);
+    return tag != tags.end() && tag->second == "1";
+}
+
+// The first kind of elements that the operation works on.
+std::int32_t elementsOf(const KzTags& tags) {
+    constexpr std::pair<const char*, std::int32_t> kinds[] = {
+        {"vertex", KZiMESHELT_POINT}, {"edge", KZiMESHELT_EDGE}, {"polygon", KZiMESHELT_POLYGON}};
+    const auto tag = std::ranges::find(tags, KZsTAG_MESHOP_SELECTION, &std::pair<std::string, std::string>::first);
+    const std::string first = tag != tags.end() ? tag->second.substr(0, tag->second.find(' ')) : std::string();
+    for (const auto& [name, kind] : kinds)
+        if (first == name) return kind;
+    return KZiMESHELT_POINT;
+}
+
+// What the operation wants to know before it is evaluated.
+void prepare(const CKzUser_MeshOperation& operation, const KzTags& tags, const CItem& item) {
+    if (!hasTag(tags, KZsTAG_MESHOP_TRANSFORM)) return;
+    const KzMatrix4 world = kzWorldMatrix(item, 0);
+    const auto axis = [&](int row) { return KzVector3{{world.m[row][0], world.m[row][1], world.m[row][2]}}; };
+    const RotationAndScale parts = kzRotationAndScale(kzMatrixOfRows(axis(0), axis(1), axis(2)));
+    const KzVector3 position = axis(3), rotation = kzEulerOfRotation(parts.rotation, KZiROTORDER_XYZ);
+    if (const KzResult code = operation.SetTransform(&position, &rotation, &parts.scale); kzRefuses(code)) throw code;
+}
+
 // An operation that fails leaves the mesh as it was.
 void operateMesh(CModuleTable& modules, OpenScenes& scenes, CBuiltinCommand& command) {
     const std::string name = command.text("operation");
@@ -57,8 +90,10 @@ void operateMesh(CModuleTable& modules, OpenScenes& scenes, CBuiltinCommand& com
     CKzLoc_Unknown object;
     const CKzUser_MeshOperation operation(CModuleTable::spawn(*server, object).raw());
     if (!operation) throw KZe_NOINTERFACE;
+    const KzTags tags = CModuleTable::tagsOf(*server);
+    prepare(operation, tags, *item);
     const CMeshData before = mesh->data;
-    const KzResult code = operation.Evaluate(mesh.raw(), KZiMESHELT_POINT, KZiMESHOP_MODE_FREEZE);
+    const KzResult code = operation.Evaluate(mesh.raw(), elementsOf(tags), KZiMESHOP_MODE_FREEZE);
     if (kzFailed(code)) {
         mesh->data = before;
         mesh->data.changed(~0U);

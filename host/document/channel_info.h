@@ -55,6 +55,7 @@ struct ChannelInfo {
     std::uint32_t vectorSize = 1;
     const char* unit = nullptr;        // of a plain number, such as "px"; the other types have a unit of their own
     const char* objectType = nullptr;  // of an object
+    std::string package = {};          // that has brought it to the item; empty for one of a type or a user
 
     std::uint32_t storageType() const;  // an iCHANTYPE constant
     const char* evalType() const;       // an sTYPE or sCHANEVAL name

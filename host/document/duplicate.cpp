@@ -44,6 +44,7 @@ Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) 
     if (source.flags != copy.flags) edit.setFlags(copy, source.flags);
     for (const auto& [code, text] : source.tags) edit.setTag(copy, code, text);
     for (const auto& channel : source.userChannels) edit.addChannel(copy, *channel);
+    copy.packages = source.packages;
     Item* shown = isInstance ? &source : &source.document == &target ? source.source : nullptr;
     if (shown != nullptr) edit.setSource(copy, shown);
     copy.modules.data = source.modules.data;

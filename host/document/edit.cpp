@@ -8,6 +8,7 @@
 #include "kz/scene_graph.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace kzhost {
@@ -334,6 +335,50 @@ void CEdit::removeChannel(Item& item, const ChannelInfo& channel) {
     if (item.values.contains(&channel)) setChannel(item, channel, {});
     const auto index = static_cast<std::size_t>(item.indexOf(channel)) - item.type.channels.size();
     make(&item.document, ChannelPresence{item.shared_from_this(), item.userChannels[index], index, false});
+}
+
+namespace {
+
+// A package comes to the item or leaves it, with the data that it has there.
+struct PackagePresence {
+    ItemRef item;
+    std::string name;
+    std::size_t index;
+    bool adds;
+    std::optional<ModuleState::Data> data = {};
+
+    void operator()(Direction direction, DocumentEvents& events) {
+        const bool isAdded = adds == (direction == Direction::forward);
+        const auto place = item->packages.begin() + static_cast<std::ptrdiff_t>(index);
+        if (isAdded) item->packages.insert(place, name);
+        else item->packages.erase(place);
+        auto& all = item->modules.data;
+        if (isAdded && data) all[name] = *std::exchange(data, std::nullopt);
+        else if (const auto entry = all.find(name); entry != all.end()) data = std::move(all.extract(entry).mapped());
+        events.push_back({.kind = isAdded ? Kind::packageAdded : Kind::packageRemoved,
+                          .document = &item->document,
+                          .item = item,
+                          .text = name});
+    }
+};
+
+}  // namespace
+
+void CEdit::addPackage(Item& item, const std::string& name, const std::vector<ChannelInfo>& channels) {
+    for (ChannelInfo channel : channels) {
+        channel.package = name;
+        addChannel(item, std::move(channel));
+    }
+    make(&item.document, PackagePresence{item.shared_from_this(), name, item.packages.size(), true});
+}
+
+void CEdit::removePackage(Item& item, const std::string& name) {
+    const auto place = std::ranges::find(item.packages, name);
+    const auto index = static_cast<std::size_t>(place - item.packages.begin());
+    make(&item.document, PackagePresence{item.shared_from_this(), name, index, false});
+    const auto channels = item.userChannels;
+    for (const auto& channel : channels)
+        if (channel->package == name) removeChannel(item, *channel);
 }
 
 void CEdit::describeChannel(Item& item, const ChannelInfo& channel, ChannelInfo description) {

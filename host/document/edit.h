@@ -40,6 +40,9 @@ public:
     void setValue(Item& item, const ChannelInfo& channel, std::optional<KzCell> value);
     const ChannelInfo& addChannel(Item& item, ChannelInfo channel);
     void removeChannel(Item& item, const ChannelInfo& channel);
+    // The item has not got that package, nor any of the channels. Removing one takes its channels and data along.
+    void addPackage(Item& item, const std::string& name, const std::vector<ChannelInfo>& channels);
+    void removePackage(Item& item, const std::string& name);
     // Changes the description of a user channel.
     void describeChannel(Item& item, const ChannelInfo& channel, ChannelInfo description);
 

@@ -1,6 +1,7 @@
 // The graphs of documents: which there are, and what is linked at any distance.
 #include "host/document/graphs.h"
 
+#include "kz/mesh_operation.h"
 #include "kz/scene_graph.h"
 
 #include <algorithm>
@@ -15,7 +16,7 @@ namespace {
 constexpr std::uint32_t onItems = KZiGRAPHTYPE_ITEM;
 constexpr std::uint32_t evaluates = KZfGRAPH_EVALUATE, copies = KZfGRAPH_COPY, cycles = KZfGRAPH_ALLOWCYCLES;
 
-constexpr std::array<GraphInfo, 15> theGraphs{{
+constexpr std::array<GraphInfo, 16> theGraphs{{
     {KZsGRAPH_PARENT, onItems, KZfGRAPH_SINGLEREV | copies, true},
     {KZsGRAPH_CHANLINKS, KZiGRAPHTYPE_CHANNEL, evaluates | copies, false},
     {KZsGRAPH_GROUPS, onItems, copies, false},
@@ -31,6 +32,7 @@ constexpr std::array<GraphInfo, 15> theGraphs{{
     {KZsGRAPH_ACTION, onItems, copies, false},
     {KZsGRAPH_INPUT, onItems, evaluates | copies, false},
     {KZsGRAPH_ASSEMBLY, onItems, copies, false},
+    {KZsGRAPH_MESHOPS, onItems, evaluates | copies, false},
 }};
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -54,7 +55,8 @@ struct ModuleState {
     std::string name;                               // what a module calls an item that has no name
     std::weak_ptr<Item> original;                   // that a new item is a copy of
     bool hadInstance = false;
-    std::uint32_t refusal = 0;  // the code with which a module failed to complete the item
+    std::set<std::string, std::less<>> hadPackages;  // that have had an instance since the item is here
+    std::uint32_t refusal = 0;                       // the code with which a module failed to complete the item
 };
 
 // A link from one item to another in a graph of items. Each end keeps its links in order.
@@ -111,7 +113,8 @@ struct Item : std::enable_shared_from_this<Item> {
     Item* parent = nullptr;
     COrderedItems<&Item::siblingKey> children;
 
-    std::vector<std::shared_ptr<ChannelInfo>> userChannels;
+    std::vector<std::shared_ptr<ChannelInfo>> userChannels;  // those of packages, too
+    std::vector<std::string> packages;                       // that the item has been given, in that order
     std::unordered_map<const ChannelInfo*, ChannelState> values;
     std::map<std::uint32_t, std::string> tags;
     std::uint32_t flags = KZfITEM_VISIBLE | KZfITEM_SELECTABLE | KZfITEM_RENDERABLE;

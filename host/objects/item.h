@@ -61,6 +61,8 @@ public:
     KzResult item_ChannelPackage(std::int32_t channel, const char** package) override;
     KzResult item_ChannelAdd(const char* name, const char* type, IKzUnknown** description) override;
     KzResult item_ChannelRemove(const char* name) override;
+    KzResult item_PackageAdd(const char* package) override;
+    KzResult item_PackageRemove(const char* package) override;
     bool item_PackageTest(const char* package) override;
     std::uint32_t item_PackageCount() override;
     KzResult item_PackageByIndex(std::uint32_t index, const char** package) override;

@@ -1,8 +1,7 @@
-// The channels of an item's object: by index and name, added, removed, and the packages that they come from.
+// The channels of an item's object: by index and name, added and removed.
 #include "host/objects/item.h"
 
 #include "host/core/reasons.h"
-#include "host/core/service_base.h"
 #include "host/state/text.h"
 
 #include <fmt/format.h>
@@ -59,7 +58,11 @@ KzResult CItem::item_ChannelName(std::int32_t channel, const char** name) {
 }
 
 KzResult CItem::item_ChannelPackage(std::int32_t channel, const char** package) {
-    *package = (kzChannelAt(*read(), channel).flags & KZfCHAN_USER) != 0 ? KZs_CHANPKG_USER : nullptr;
+    const auto item = read();
+    const ChannelInfo& info = kzChannelAt(*item, channel);
+    *package = !info.package.empty()              ? kzLend(info.package)
+               : (info.flags & KZfCHAN_USER) != 0 ? KZs_CHANPKG_USER
+                                                  : nullptr;
     return KZe_OK;
 }
 
@@ -77,23 +80,12 @@ KzResult CItem::item_ChannelRemove(const char* name) {
     const ChannelInfo& channel = kzChannelAt(*item, kzChannelIndex(*item, kzTextOf(name)));
     if ((channel.flags & KZfCHAN_USER) == 0)
         return kzBecause(KZe_NOACCESS, "Item.ChannelRemove", [&] {
-            return fmt::format("the channel \"{}\" belongs to the type {}", channel.name, m_type.name);
+            return channel.package.empty()
+                       ? fmt::format("the channel \"{}\" belongs to the type {}", channel.name, m_type.name)
+                       : fmt::format("the channel \"{}\" belongs to the package {}", channel.name, channel.package);
         });
     edit.removeChannel(*item, channel);
     edit.commit();
-    return KZe_OK;
-}
-
-// The only package that an item can have here is that of the channels which users add.
-bool CItem::item_PackageTest(const char* package) {
-    return kzTextOf(package) == KZs_CHANPKG_USER && item_PackageCount() != 0;
-}
-
-std::uint32_t CItem::item_PackageCount() { return read()->userChannels.empty() ? 0 : 1; }
-
-KzResult CItem::item_PackageByIndex(std::uint32_t index, const char** package) {
-    if (index >= item_PackageCount()) return KZe_OUTOFBOUNDS;
-    *package = KZs_CHANPKG_USER;
     return KZe_OK;
 }
 

@@ -2,7 +2,6 @@
 #include "host/objects/item_collection.h"
 
 #include "host/core/reasons.h"
-#include "host/document/duplicate.h"
 #include "host/objects/scene.h"
 #include "host/state/text.h"
 
@@ -126,16 +125,6 @@ std::uint32_t CItemCollection::itemcollection_CountByType(std::int32_t type) {
 KzResult CItemCollection::itemcollection_ByIndex(std::uint32_t index, IKzUnknown** item) {
     const CReading reading(*m_workspace);
     return index < m_items.size() ? m_items.at(index).give(item) : KZe_OUTOFBOUNDS;
-}
-
-KzResult CItemCollection::itemcollection_Duplicate(IKzUnknown* target, std::uint32_t flags, IKzUnknown** copies) {
-    const auto scene = kzOwn<CScene>(target);
-    CEdit edit(*m_workspace);
-    if (!scene->document().isOpen()) return KZe_NOTAVAILABLE;
-    auto made = CHostRef<CItemCollection>::make(m_workspace);
-    for (Item* copy : kzDuplicateAll(items(), scene->document(), flags, edit)) made->add(*copy);
-    edit.commit();
-    return made.give(copies);
 }
 
 }  // namespace kzhost

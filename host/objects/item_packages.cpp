@@ -4,11 +4,9 @@
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/attached_object.h"
-#include "host/objects/block_stream.h"
 #include "host/state/text.h"
 
 #include "kz/result.h"
-#include "kz/undo.h"
 
 #include <fmt/format.h>
 
@@ -24,18 +22,10 @@ using Part = ServedItem::Part;
 
 thread_local CPackageLoad* theLoad = nullptr;
 
-void explain(KzResult code, const Package& package, const ServedItem& served, const char* operation) {
-    kzBecause(code, "Package", [&] {
-        const CReading reading(served.object->workspace());
-        return fmt::format("{} of the package \"{}\" ended with {} for the item \"{}\"", operation, package.name,
-                           kzCodeName(code), served.item->uniqueName);
-    });
-}
-
 // Attaches the instances one after the other. Throws the code of the one that fails.
 void attach(ServedItem& served, const std::vector<PackageRef>& packages, IKzUnknown* source) {
     for (const PackageRef& package : packages) {
-        Part& part = served.parts.emplace_back();
+        Part& part = *served.parts.emplace_back(std::make_shared<Part>());
         part.package = package;
         CKzLoc_Unknown object;
         const char* operation = "Attach";
@@ -48,13 +38,13 @@ void attach(ServedItem& served, const std::vector<PackageRef>& packages, IKzUnkn
             if (!kzRefuses(code)) continue;
         }
         if (!part.instance) served.parts.pop_back();
-        explain(code, *package, served, operation);
+        kzExplainPackage(code, *package, served, operation);
         throw code;
     }
 }
 
 template <class Call> void eachInstance(const ServedItem& served, const Call& call) {
-    for (const Part& part : served.parts) call(part.instance);
+    for (const auto& part : served.parts) call(part->instance);
 }
 
 // Calls `use(scene)` unless the document has been closed.
@@ -106,7 +96,7 @@ std::vector<ServedItemRef> CItemPackages::below(const CItem& top) const {
 
 // The item may leave its scene while its packages are called.
 ServedItemRef CItemPackages::begin(const ItemRef& item, CHostRef<CItem> source) {
-    const auto packages = m_types.of(item->type);
+    const auto packages = packagesOf(*item);
     if (packages.empty() || find(item.get()) != nullptr) return nullptr;
     auto served = std::make_shared<ServedItem>();
     {
@@ -130,7 +120,75 @@ ServedItemRef CItemPackages::begin(const ItemRef& item, CHostRef<CItem> source) 
     const CReading reading(served->object->workspace());
     item->modules.refusal = kzFailed(code) ? code : KZe_OK;
     item->modules.hadInstance |= kzSucceeded(code);
+    if (kzSucceeded(code)) item->modules.hadPackages.insert(item->packages.begin(), item->packages.end());
     return kzSucceeded(code) ? served : nullptr;
+}
+
+// Those of its type, and then those that it has been given.
+std::vector<PackageRef> CItemPackages::packagesOf(const Item& item) const {
+    auto packages = m_types.of(item.type);
+    const CReading reading(item.document.workspace());
+    for (const std::string& name : item.packages)
+        if (PackageRef guest = m_types.find(name); guest != nullptr && guest->type == nullptr)
+            packages.push_back(std::move(guest));
+    return packages;
+}
+
+void CItemPackages::packageAdded(const ItemRef& item, const std::string& name) {
+    const PackageRef package = m_types.find(name);
+    if (package == nullptr || package->type != nullptr) return;
+    const auto former = find(item.get());
+    const auto isThere = [&](const auto& part) { return part->package->name == name; };
+    if (former != nullptr && std::ranges::any_of(former->parts, isThere)) return;
+    auto served = former != nullptr ? std::make_shared<ServedItem>(*former) : std::make_shared<ServedItem>();
+    bool comesBack = false;
+    {
+        const CReading reading(item->document.workspace());
+        if (!item->isPresent || std::ranges::find(item->packages, name) == item->packages.end()) return;
+        served->item = item;
+        served->object = kzObjectOf(*item);
+        comesBack = !item->modules.hadPackages.insert(name).second;
+    }
+    ServedItem added{.item = item, .object = served->object, .parts = {}};
+    KzResult code = KZe_OK;
+    try {
+        attach(added, {package}, served->object.raw());
+    } catch (KzResult thrown) {
+        code = thrown;
+    }
+    if (kzFailed(code)) end(added);
+    {
+        const CReading reading(item->document.workspace());
+        item->modules.refusal = kzFailed(code) ? code : KZe_OK;
+        if (kzFailed(code)) return;
+        served->parts.push_back(added.parts.front());
+        const std::lock_guard guard(m_lock);
+        m_items[item.get()] = served;
+    }
+    std::optional<CUnchanged> unchanged;
+    if (comesBack) unchanged.emplace();
+    readData(added, {});
+    eachInstance(added, [&](const auto& each) { each.Newborn(added.object.raw(), comesBack ? KZfNEWBORN_UNDO : 0); });
+    refreshName(*served);
+    withScene(item->document,
+              [&](IKzUnknown* scene) { eachInstance(added, [&](const auto& each) { each.AddedTo(scene); }); });
+}
+
+void CItemPackages::packageRemoved(const ItemRef& item, const std::string& name) {
+    const auto former = find(item.get());
+    if (former == nullptr) return;
+    auto served = std::make_shared<ServedItem>(*former);
+    const auto isGone = [&](const auto& part) { return part->package->name == name; };
+    const auto gone = std::ranges::find_if(served->parts, isGone);
+    if (gone == served->parts.end()) return;
+    ServedItem removed{.item = item, .object = served->object, .parts = {*gone}};
+    served->parts.erase(gone);
+    {
+        const std::lock_guard guard(m_lock);
+        if (served->parts.empty()) m_items.erase(item.get());
+        else m_items[item.get()] = served;
+    }
+    end(removed);
 }
 
 // What comes back by undoing has its channels already, and a change now would end what can be redone.
@@ -169,6 +227,8 @@ void CItemPackages::tell(const DocumentEvent& event) {
         else added(event.item, load != nullptr ? KZfNEWBORN_IMPORT : 0);
         return;
     }
+    if (event.kind == Kind::packageAdded) return packageAdded(event.item, event.text);
+    if (event.kind == Kind::packageRemoved) return packageRemoved(event.item, event.text);
     const auto served = find(event.kind == Kind::itemRemoved ? event.other.get() : event.item.get());
     if (served == nullptr) return;
     switch (event.kind) {
@@ -215,7 +275,7 @@ void CItemPackages::clear() {
 
 void CItemPackages::end(ServedItem& served) {
     while (!served.parts.empty()) {
-        served.parts.back().instance.Cleanup();
+        served.parts.back()->instance.Cleanup();
         served.parts.pop_back();
     }
 }
@@ -230,63 +290,10 @@ void CItemPackages::refreshName(ServedItem& served) {
     } const naming;
     for (auto part = served.parts.rbegin(); part != served.parts.rend(); ++part) {
         const char* name = nullptr;
-        if (kzFailed(part->instance.SynthName(&name)) || kzTextOf(name).empty()) continue;
+        if (kzFailed((*part)->instance.SynthName(&name)) || kzTextOf(name).empty()) continue;
         served.hasName = true;
         return served.object->workspace().setModuleName(*served.item, name);
     }
-}
-
-void CItemPackages::readData(ServedItem& served, const RenamedItems& renamed) const {
-    for (Part& part : served.parts) {
-        StreamContent content;
-        {
-            const auto item = served.object->readKept();
-            const auto data = item->modules.data.find(part.package->name);
-            if (!part.io || data == item->modules.data.end()) continue;
-            content = {data->second.version, data->second.bytes};
-        }
-        const auto find = [object = served.object, renamed](const char* ident) -> IKzUnknown* {
-            const auto item = object->read();
-            const auto entry = renamed.find(ident);
-            IKzUnknown* found = nullptr;
-            kzGiveItem(item->document.byIdent(entry != renamed.end() ? entry->second : ident), &found);
-            return found;
-        };
-        const auto stream = CHostRef<CBlockRead>::make(std::move(content), find);
-        std::uint32_t ident = 0, bytes = 0;
-        KzResult code = stream->blockread_Open(&ident, &bytes);
-        if (kzSucceeded(code)) code = part.io.Read(stream.raw());
-        part.keepsOldData = kzFailed(code);
-        if (part.keepsOldData) explain(code, *part.package, served, "Read");
-    }
-}
-
-// Whoever fails to write keeps what it had written before.
-void CItemPackages::collectData(const ServedItem& served) {
-    for (const Part& part : served.parts) {
-        if (!part.io || part.keepsOldData) continue;
-        const auto stream = CHostRef<CBlockWrite>::make(part.package->version);
-        stream->blockwrite_Open(KZi_PTAG_ITEM_DATA);
-        const double empty = stream->blockwrite_Position();
-        const KzResult code = part.io.Write(stream.raw());
-        const bool isEmpty = stream->blockwrite_Position() == empty;
-        std::string bytes = stream->finish();
-        if (kzFailed(code)) {
-            if (code != KZe_NOTIMPL) explain(code, *part.package, served, "Write");
-            continue;
-        }
-        const auto item = served.object->readKept();
-        if (isEmpty) item->modules.data.erase(part.package->name);
-        else item->modules.data[part.package->name] = {part.package->version, std::move(bytes)};
-    }
-}
-
-void CItemPackages::collectData(const CDocument& document) const {
-    for (const auto& each : of(document)) collectData(*each);
-}
-
-void CItemPackages::collectData(const CItem& top) const {
-    for (const auto& each : below(top)) collectData(*each);
 }
 
 KzResult CItemPackages::instance(const CItem& item, std::string_view type, IKzUnknown** object) const {
@@ -294,19 +301,27 @@ KzResult CItemPackages::instance(const CItem& item, std::string_view type, IKzUn
     if (served == nullptr) return KZe_NOTFOUND;
     const std::string wanted(type);
     for (auto part = served->parts.rbegin(); part != served->parts.rend(); ++part)
-        if (part->package->name == wanted || part->package->object.TestInterface(wanted.c_str())) {
-            *object = part->instance.raw();
+        if ((*part)->package->name == wanted || (*part)->package->object.TestInterface(wanted.c_str())) {
+            *object = (*part)->instance.raw();
             (*object)->AddRef();
             return KZe_OK;
         }
     return KZe_NOTFOUND;
 }
 
+KzResult CItemPackages::offered(const CItem& item, const KzGuid& iid, IKzUnknown** object) const {
+    const auto served = find(&*item.read());
+    if (served == nullptr) return KZe_NOTFOUND;
+    for (auto part = served->parts.rbegin(); part != served->parts.rend(); ++part)
+        if (kzSucceeded((*part)->instance.raw()->QueryInterface(&iid, reinterpret_cast<void**>(object)))) return KZe_OK;
+    return KZe_NOTFOUND;
+}
+
 std::optional<std::string> CItemPackages::whoKeeps(const CItem& item) const {
     for (const auto& each : below(item))
-        for (const Part& part : each->parts) {
+        for (const auto& part : each->parts) {
             bool isAllowed = true;
-            if (kzSucceeded(part.instance.AllowRemove(&isAllowed)) && !isAllowed) return part.package->name;
+            if (kzSucceeded(part->instance.AllowRemove(&isAllowed)) && !isAllowed) return part->package->name;
         }
     return {};
 }
@@ -331,7 +346,11 @@ void CItemPackages::postLoad(CDocument& document) {
         std::size_t count = 0;
         {
             const CReading reading(document.workspace());
-            count = document.count(each->type->number);
+            if (each->type != nullptr) count = document.count(each->type->number);
+            else
+                document.each(KZiITYPE_ANY, [&](const Item& item) {
+                    count += std::ranges::find(item.packages, each->name) != item.packages.end() ? 1U : 0U;
+                });
         }
         if (count == 0) continue;
         KzResult code = KZe_OK;
@@ -375,41 +394,6 @@ void CPackageLoad::finish(bool isNew, const RenamedItems& renamed) {
             eachInstance(*each, [&](const auto& instance) { instance.AddedTo(scene); });
         });
     }
-}
-
-KzResult kzAddItem(CWorkspace& workspace, const std::function<Item&(CEdit&)>& add, IKzUnknown** out) {
-    CItemPackages* packages = kzItemPackages(workspace);
-    const bool isServed = packages != nullptr && !packages->types().empty();
-    const std::size_t depth = workspace.blockDepth();
-    if (isServed) workspace.beginBlock({}, KZfUNDO_BLOCK_NOEMPTY);
-    struct Blocks {
-        CWorkspace& workspace;
-        std::size_t depth;
-        ~Blocks() { workspace.endBlocksAbove(depth); }
-    } const blocks{workspace, depth};
-    ItemRef added;
-    {
-        CEdit edit(workspace);
-        added = add(edit).shared_from_this();
-        edit.commit();
-    }
-    KzResult refusal = KZe_OK;
-    {
-        const CReading reading(workspace);
-        std::vector<const Item*> open{added.get()};
-        for (std::size_t i = 0; isServed && i < open.size() && kzSucceeded(refusal); ++i) {
-            refusal = open[i]->modules.refusal;
-            open[i]->children.each([&](const Item& child) { open.push_back(&child); });
-        }
-        if (kzSucceeded(refusal)) return kzGiveItem(added.get(), out);
-    }
-    if (workspace.blockDepth() == depth + 1) workspace.discardBlock();
-    if (added->isPresent) {  // the history is suspended
-        CEdit edit(workspace);
-        edit.remove(*added);
-        edit.commit();
-    }
-    return refusal;
 }
 
 }  // namespace kzhost

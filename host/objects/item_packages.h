@@ -9,7 +9,6 @@
 
 #include "kz/block_io.h"
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -24,7 +23,8 @@ namespace kzhost {
 // Identifiers that an import has replaced, by what they are in the file.
 using RenamedItems = std::unordered_map<std::string, std::string>;
 
-// An item with the instances of its packages, the basic ones first.
+// An item with the instances of its packages, the basic ones first. Other threads may be walking through the parts, so an
+// item that gets another package or loses one is replaced by a new one of these, which shares the rest.
 struct ServedItem {
     struct Part {
         PackageRef package;
@@ -34,11 +34,14 @@ struct ServedItem {
     };
     ItemRef item;
     CHostRef<CItem> object;
-    std::deque<Part> parts;
+    std::vector<std::shared_ptr<Part>> parts;
     bool isDoomed = false;
     bool hasName = false;  // one of the parts names the item
 };
 using ServedItemRef = std::shared_ptr<ServedItem>;
+
+// Logs how an operation of the package ended for the item.
+void kzExplainPackage(KzResult code, const Package& package, const ServedItem& served, const char* operation);
 
 // Packages are always called without the lock of the documents. An instance that fails is named in the log: a new item is then
 // not made at all, while one that is loaded or comes back keeps its channels and data without it.
@@ -47,6 +50,7 @@ public:
     explicit CItemPackages(std::shared_ptr<CModuleTable> modules) : m_types(std::move(modules)) {}
 
     CPackageTypes& types() noexcept { return m_types; }
+    const CPackageTypes& types() const noexcept { return m_types; }
     void tell(const DocumentEvent& event) override;
     void closing(CDocument& document) override;
     // Ends all instances, before their modules go.
@@ -54,6 +58,8 @@ public:
 
     // The instance of the package of that name, or of the one that says that its instances have that interface.
     KzResult instance(const CItem& item, std::string_view type, IKzUnknown** object) const;
+    // The interface of the last instance that has it. NOTFOUND if none does.
+    KzResult offered(const CItem& item, const KzGuid& iid, IKzUnknown** object) const;
     // The package that does not allow the item or one below it to be removed.
     std::optional<std::string> whoKeeps(const CItem& item) const;
     // The items that instances have made inside these, those below included.
@@ -75,6 +81,9 @@ private:
     // Null if a package refuses the item, or the item has none. An item without a source is its own.
     ServedItemRef begin(const ItemRef& item, CHostRef<CItem> source);
     void added(const ItemRef& item, std::uint32_t flags);
+    void packageAdded(const ItemRef& item, const std::string& name);
+    void packageRemoved(const ItemRef& item, const std::string& name);
+    std::vector<PackageRef> packagesOf(const Item& item) const;
     void readData(ServedItem& served, const RenamedItems& renamed) const;
     static void collectData(const ServedItem& served);
     static void refreshName(ServedItem& served);
@@ -91,6 +100,18 @@ CItemPackages* kzItemPackages(const CWorkspace& workspace);
 // Makes the types of new packages known, before types are looked up. The lock must not be held.
 void kzUpdateItemTypes(const CWorkspace& workspace);
 
+// A change of items as one step. If `refusal` then tells a failure, all of it is taken back, and the code is returned.
+struct ItemChange {
+    std::function<void(CEdit&)> make;
+    std::function<KzResult()> refusal;     // of a package that was called meanwhile
+    std::function<void(CEdit&)> takeBack;  // where there is no step to take back: does nothing to what is gone already
+};
+KzResult kzChangeItems(CWorkspace& workspace, const ItemChange& change);
+// The code with which a package has refused one of these items or one below them.
+KzResult kzRefusalOf(std::vector<const Item*> items);
+// The items, and behind them those that their packages say go along with them.
+std::vector<CHostRef<CItem>> kzWithCompanions(const CWorkspace& workspace, std::vector<CHostRef<CItem>> items,
+                                              std::uint32_t purpose);
 // Adds items as one step. If a package refuses one of them, none is added, and its code is returned.
 KzResult kzAddItem(CWorkspace& workspace, const std::function<Item&(CEdit&)>& add, IKzUnknown** out);
 

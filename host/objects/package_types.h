@@ -22,8 +22,13 @@ namespace kzhost {
 struct Package {
     std::string name;
     std::uint32_t version = 0;
-    const ItemType* type = nullptr;
+    const ItemType* type = nullptr;              // null for a guest: a package on items of other types
+    std::vector<ChannelInfo> channels;           // of a guest
+    std::set<std::string, std::less<>> targets;  // the types that take a guest
+    bool isAutomatic = false;                    // every new item of these types has the guest
     CKzUser_Package object;
+
+    bool takes(const ItemType& item) const;
 };
 using PackageRef = std::shared_ptr<const Package>;
 
@@ -39,6 +44,8 @@ public:
     bool empty() const noexcept { return m_isEmpty; }
     // Of the type and of those that it is based on, the basic ones first.
     std::vector<PackageRef> of(const ItemType& type) const;
+    // The guests that every new item of the type has.
+    std::vector<PackageRef> automatic(const ItemType& type) const;
     // Null if there is none of that name.
     PackageRef find(std::string_view name) const;
     std::vector<PackageRef> all() const;
@@ -46,6 +53,9 @@ public:
     void clear();
 
 private:
+    bool declareGuest(const KzServer& server, ItemTypeDeclaration declaration);
+    void add(const std::string& name, std::shared_ptr<Package> package);
+
     std::shared_ptr<CModuleTable> m_modules;
     mutable std::mutex m_lock;  // never held while a package is called
     std::map<std::string, PackageRef, std::less<>> m_packages;

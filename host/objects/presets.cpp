@@ -4,6 +4,7 @@
 #include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/document/step_block.h"
 #include "host/objects/open_scenes.h"
 #include "host/state/text.h"
 #include "host/state/version.h"
@@ -22,6 +23,14 @@ namespace {
 
 constexpr const char* itemKind = "item";
 
+struct OwnType {
+    const char* name;
+    IKzUnknown* (*make)();
+};
+constexpr OwnType ownTypes[] = {{KZsPRESETTYPE_CHANNELS, kzMakeChannelPresets},
+                                {KZsPRESETTYPE_PROFILE, kzMakeProfilePresets},
+                                {KZsPRESETTYPE_COLOR, kzMakeColorPresets}};
+
 }  // namespace
 
 CPresets::CPresets(std::shared_ptr<CModuleTable> modules, std::shared_ptr<OpenScenes> scenes)
@@ -32,14 +41,16 @@ CPresets::CPresets(std::shared_ptr<CModuleTable> modules, std::shared_ptr<OpenSc
                                        {KZu_PRESETDEST_ASSEMBLY, "assembly"}, {KZu_PRESETDEST_CHANNELS, "channels"}} {}
 
 std::vector<std::string> CPresets::types() const {
-    std::vector<std::string> names{KZsPRESETTYPE_CHANNELS};
+    std::vector<std::string> names;
+    for (const OwnType& own : ownTypes) names.emplace_back(own.name);
     for (const KzServer& server : m_modules->servers(KZa_PRESETTYPE)) names.push_back(server.name);
     return names;
 }
 
 void CPresets::make(const std::string& type, CKzUser_PresetType& object) const {
     CKzLoc_Unknown made;
-    if (type == KZsPRESETTYPE_CHANNELS) *made.out() = kzMakeChannelPresets();
+    const auto own = std::ranges::find(ownTypes, type, &OwnType::name);
+    if (own != std::end(ownTypes)) *made.out() = own->make();
     else if (const auto server = m_modules->find(KZa_PRESETTYPE, type)) CModuleTable::spawn(*server, made);
     else throw kzBecause(KZe_NOTFOUND, "Presets", [&] { return kzThereIsNo("preset type", type, types()); });
     if (!object.set(made.raw())) throw KZe_NOINTERFACE;
@@ -73,18 +84,10 @@ void CPresets::require(const std::string& path, RecognizedPreset& preset) const 
 }
 
 KzResult CPresets::apply(const std::string& path, IKzUnknown* destination, bool isStep) const {
-    struct Block {
-        explicit Block(CWorkspace& workspace) : workspace(workspace), depth(workspace.blockDepth()) {
-            workspace.beginBlock("preset", 0);
-        }
-        ~Block() { workspace.endBlocksAbove(depth); }
-        CWorkspace& workspace;
-        const std::size_t depth;
-    };
     RecognizedPreset preset;
     require(path, preset);
-    std::optional<Block> block;
-    if (isStep) block.emplace(*m_scenes->workspace);
+    std::optional<CStepBlock> step;
+    if (isStep) step.emplace(*m_scenes->workspace, "preset");
     const KzResult code = preset.type.Apply(path.c_str(), destination);
     if (kzFailed(code)) throw code;
     return code;

@@ -17,8 +17,10 @@ namespace kzhost {
 class CModuleTable;
 struct OpenScenes;
 
-// The host's own type: the values of an item's channels.
+// The host's own types: the values of an item's channels, and what places for profiles and colors take.
 IKzUnknown* kzMakeChannelPresets();
+IKzUnknown* kzMakeProfilePresets();
+IKzUnknown* kzMakeColorPresets();
 
 struct RecognizedPreset {
     CKzUser_PresetType type;

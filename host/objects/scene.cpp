@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -116,8 +117,20 @@ KzResult CScene::scene_SetModified(std::int32_t modified) {
 KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
     const ItemType* row = kzFindItemType(type);
     if (row == nullptr || type == KZiITYPE_ANY || type == KZiITYPE_ROOT) return KZe_INVALIDARG;
+    const CItemPackages* packages = kzItemPackages(m_document->workspace());
+    const auto guests = packages != nullptr ? packages->types().automatic(*row) : std::vector<PackageRef>();
     return kzAddItem(
-        m_document->workspace(), [&](CEdit& edit) -> Item& { return edit.add(open(), *row); }, item);
+        m_document->workspace(),
+        [&](CEdit& edit) -> Item& {
+            Item& added = edit.add(open(), *row);
+            for (const PackageRef& guest : guests) {
+                const auto isTaken = [&](const auto& channel) { return added.findChannel(channel.name) >= 0; };
+                if (std::ranges::none_of(guest->channels, isTaken))
+                    edit.addPackage(added, guest->name, guest->channels);
+            }
+            return added;
+        },
+        item);
 }
 
 // Listeners hear of the item and of those below it while these are still whole. One that changes the tree meanwhile
@@ -131,11 +144,18 @@ KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
         removing = kzRemoving(*reading);
     }
     CItemPackages* packages = kzItemPackages(m_document->workspace());
-    const auto inside = packages != nullptr ? packages->madeInside(*top) : std::vector<CHostRef<CItem>>();
+    auto others = packages != nullptr ? packages->madeInside(*top) : std::vector<CHostRef<CItem>>();
+    for (auto& each : kzWithCompanions(m_document->workspace(), {top}, KZiCOLLECT_DELETE))
+        if (each.object() != top.object()) others.push_back(std::move(each));
+    for (const auto& each : others) {
+        const CReading reading(m_document->workspace());
+        if (!each->item_IsValid() || each->type().number == KZiITYPE_ROOT) continue;
+        std::ranges::move(kzRemoving(*each->readIn(*m_document)), std::back_inserter(removing));
+    }
     for (const DocumentEvent& event : removing) m_document->workspace().tell(event);
     CEdit edit(m_document->workspace());
     edit.remove(*top->read());
-    for (const auto& each : inside)
+    for (const auto& each : others)
         if (const auto item = each->readKept(); item->isPresent && each->type().number != KZiITYPE_ROOT)
             edit.remove(*item);
     edit.commit();

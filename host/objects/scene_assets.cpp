@@ -32,8 +32,8 @@ struct Asset {
 
 // Calls `use(assets)` for what each instance of the item needs, until one returns true.
 template <class Use> bool anyServed(const ServedItem& served, const Use& use) {
-    for (const ServedItem::Part& part : served.parts)
-        if (const CKzUser_InstanceAssets assets(part.instance.raw()); assets && use(assets)) return true;
+    for (const auto& part : served.parts)
+        if (const CKzUser_InstanceAssets assets(part->instance.raw()); assets && use(assets)) return true;
     return false;
 }
 

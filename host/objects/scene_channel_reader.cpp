@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace kzhost {
@@ -56,6 +57,14 @@ void CSceneReader::minimum() { described().minimum = m_in.finite(); }
 void CSceneReader::maximum() { described().maximum = m_in.finite(); }
 void CSceneReader::unit() { described().unit = kzInterned(m_in.text()); }
 void CSceneReader::object() { described().objectType = kzInterned(m_in.text()); }
+
+void CSceneReader::from() {
+    ChannelInfo& info = described();
+    info.package = m_in.text();
+    if (m_type || std::ranges::find(current().packages, info.package) == current().packages.end())
+        m_in.fail("the item has no package \"" + info.package + "\"");
+    info.flags &= ~KZfCHAN_USER;
+}
 
 void CSceneReader::choices() {
     described();

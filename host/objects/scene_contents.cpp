@@ -3,6 +3,7 @@
 #include "host/document/animation.h"
 #include "host/document/duplicate.h"
 #include "host/objects/item_collection.h"
+#include "host/objects/item_packages.h"
 #include "host/objects/scene.h"
 #include "host/state/text.h"
 
@@ -87,6 +88,7 @@ public:
             CScene& scene;
             ~Closing() { scene.close(); }
         } const closing{*scene};
+        collect(KZiCOLLECT_STORE);
         {
             CEdit edit(*m_workspace);
             merge(scene->document(), haveOwnIdents() ? KZf_SCENEMERGE_KEEPIDENT : 0, edit);
@@ -97,6 +99,18 @@ public:
     }
 
 private:
+    // What goes along with the items, and the data that packages keep with them.
+    void collect(std::uint32_t purpose) {
+        std::vector<CHostRef<CItem>> items;
+        {
+            const CReading reading(*m_workspace);
+            for (Item* item : m_items->items()) items.push_back(kzObjectOf(*item));
+        }
+        for (const auto& each : kzWithCompanions(*m_workspace, std::move(items), purpose)) {
+            m_items->itemcollection_Add(each.raw());
+            kzItemPackages(*m_workspace)->collectData(*each);
+        }
+    }
     void merge(CDocument& document, std::uint32_t flags, CEdit& edit) const {
         const auto has = [&](std::int32_t flag) { return (flags & static_cast<std::uint32_t>(flag)) != 0; };
         const std::vector<Item*> sources = m_items->items();

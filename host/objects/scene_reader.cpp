@@ -36,12 +36,14 @@ const std::map<std::string_view, CSceneReader::Row>& CSceneReader::statements() 
                                                          {"maximum", {&R::maximum, Part::channel}},
                                                          {"unit", {&R::unit, Part::channel}},
                                                          {"object", {&R::object, Part::channel}},
+                                                         {"from", {&R::from, Part::channel}},
                                                          {"choices", {&R::choices, Part::channel}},
                                                          {"choice", {&R::choice, Part::channel}},
                                                          {"item", {&R::item, Part::top}},
                                                          {"name", {&R::name, Part::item}},
                                                          {"flags", {&R::flags, Part::item}},
                                                          {"tag", {&R::tag, Part::item}},
+                                                         {"package", {&R::package, Part::item}},
                                                          {"data", {&R::data, Part::item}},
                                                          {"value", {&R::value, Part::item}},
                                                          {"action", {&R::action, Part::item}},
@@ -92,6 +94,15 @@ void CSceneReader::flags() { m_edit.setFlags(current(), m_in.uint32()); }
 void CSceneReader::tag() {
     const std::uint32_t code = kzReadCode(m_in);
     m_edit.setTag(current(), code, m_in.text());
+}
+
+// As with its data, the host may not have the package.
+void CSceneReader::package() {
+    std::string name = m_in.text();
+    if (name.empty()) m_in.fail("a package needs a name");
+    if (std::ranges::find(current().packages, name) != current().packages.end())
+        m_in.fail("the item has the package \"" + name + "\" already");
+    current().packages.push_back(std::move(name));
 }
 
 // The bytes are those of a module that this host may not have.

@@ -72,12 +72,14 @@ private:
     void maximum();
     void unit();
     void object();
+    void from();
     void choices();
     void choice();
     void item();
     void name();
     void flags();
     void tag();
+    void package();
     void data();
     void value();
     void action();

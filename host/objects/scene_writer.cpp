@@ -81,6 +81,7 @@ void CSceneWriter::channel(const ChannelInfo& info) {
     if (info.maximum) m_out.line("maximum").number(*info.maximum);
     if (info.unit != nullptr) m_out.line("unit").text(info.unit);
     if (info.objectType != nullptr) m_out.line("object").text(info.objectType);
+    if (!info.package.empty()) m_out.line("from").text(info.package);
     if (!info.hints) return;
     m_out.line("choices");
     for (const KzTextValueHint* row = info.hints->rows(); row->text != nullptr; ++row)
@@ -143,6 +144,7 @@ void CSceneWriter::item(Item& item) {
     if (!item.name.empty() || item.number != 1) m_out.line("name").text(item.name).integer(item.number);
     m_out.line("flags").integer(item.flags);
     for (const auto& [code, text] : item.tags) m_out.line("tag").text(kzCodeText(code)).text(text);
+    for (const std::string& package : item.packages) m_out.line("package").text(package);
     for (const auto& [package, data] : item.modules.data) {
         m_out.line("data").text(package).integer(data.version);
         std::string digits;

@@ -46,8 +46,6 @@ constexpr AbsentService services[] = {
      makeAbsent<CKzAbsentIfc_ChannelUIService, "channel UI service", "channels have names for users only in a window">},
     {"deformer", &KZu_DEFORMERSERVICE,
      makeAbsent<CKzAbsentIfc_DeformerService, "deformer service", "this host does not deform meshes">},
-    {"drop", &KZu_DROPSERVICE,
-     makeAbsent<CKzAbsentIfc_DropService, "drop service", "nothing can be dragged without a window">},
     {"imagemonitor", &KZu_IMAGEMONITORSERVICE,
      makeAbsent<CKzAbsentIfc_ImageMonitorService, "image monitor service",
                 "image monitors are windows, and this host has none">},

@@ -4,6 +4,7 @@
 #include "host/core/log_store.h"
 #include "host/core/message_tables.h"
 #include "host/core/object.h"
+#include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/objects/monitor.h"
 #include "host/state/monitor_board.h"
@@ -61,6 +62,10 @@ public:
         enter("StdDialog.MonitorDepth");
         *depth = m_monitors->alive;
         return KZe_OK;
+    }
+    KzResult stddialogservice_AsyncSystem(IKzUnknown** /*system*/) override {
+        enter("StdDialog.AsyncSystem");
+        return kzBecause(KZe_NOTAVAILABLE, "StdDialog.AsyncSystem", [] { return "this host has no background tasks"; });
     }
     bool stddialogservice_IsInteractive() override { return false; }
 

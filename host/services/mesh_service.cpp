@@ -4,6 +4,7 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/objects/mesh_tools.h"
 #include "host/objects/raycast.h"
 #include "host/objects/scene.h"
 #include "host/state/text.h"
@@ -86,6 +87,50 @@ public:
     KzResult meshservice_EditItem(IKzUnknown* item, const char* /*action*/, IKzUnknown** mesh) override {
         enter("Mesh.EditItem");
         return kzOwn<CItem>(item)->mesh().give(mesh);
+    }
+    KzResult meshservice_CreateBag(IKzUnknown** bag) override {
+        enter("Mesh.CreateBag");
+        *bag = kzMakeBagGenerator();
+        return KZe_OK;
+    }
+    KzResult meshservice_CreateFromSurface(IKzUnknown* surface, double edgeLength, IKzUnknown** mesh) override {
+        enter("Mesh.CreateFromSurface");
+        return kzMeshFromSurface(surface, edgeLength).give(mesh);
+    }
+    // What an evaluation has of the item's mesh, which nobody changes any more.
+    KzResult meshservice_FromChannel(IKzUnknown* channels, IKzUnknown* item, std::int32_t channel,
+                                     IKzUnknown** mesh) override {
+        enter("Mesh.FromChannel");
+        const auto own = kzOwn<CItem>(item);
+        if (!CKzUser_ChannelRead(channels)) return KZe_INVALIDARG;
+        if (channel >= 0) {
+            const auto reading = own->read();
+            const ChannelInfo& info = kzChannelAt(*reading, channel);
+            if (info.kind != ChannelKind::object || kzTextOf(info.objectType) != KZsTYPE_MESH)
+                return kzBecause(KZe_INVALIDARG, "Mesh.FromChannel",
+                                 [&] { return "the channel \"" + info.name + "\" holds no mesh"; });
+        }
+        return own->mesh()->mesh_Snapshot(mesh);
+    }
+    KzResult meshservice_Slice(IKzUnknown* mesh, IKzUnknown** slice) override {
+        enter("Mesh.Slice");
+        *slice = kzMakePolygonSlice(kzOwn<CMesh>(mesh));
+        return KZe_OK;
+    }
+    KzResult meshservice_Editor(IKzUnknown* mesh, IKzUnknown** editor) override {
+        enter("Mesh.Editor");
+        *editor = kzMakePolygonEdit(kzOwn<CMesh>(mesh));
+        return KZe_OK;
+    }
+    KzResult meshservice_Drill(IKzUnknown* mesh, IKzUnknown** drill) override {
+        enter("Mesh.Drill");
+        *drill = kzMakeSolidDrill(kzOwn<CMesh>(mesh));
+        return KZe_OK;
+    }
+    KzResult meshservice_Blend(IKzUnknown* from, IKzUnknown* to, IKzUnknown** blend) override {
+        enter("Mesh.Blend");
+        *blend = kzMakeMeshBlend(kzOwn<CMesh>(from), kzOwn<CMesh>(to));
+        return KZe_OK;
     }
     KzResult meshservice_Raycast(IKzUnknown* mesh, std::uint32_t flags, IKzUnknown** raycast) override {
         enter("Mesh.Raycast");

@@ -55,7 +55,7 @@ TEST_F(KzHostTest, CoverageIsTrue) {
     const std::pair<std::vector<std::string>, const char*> lines[] = {
         {{"coverage"}, "kzifc.MeshOperation"},
         {{"coverage", "Mesh"}, "kz.object.Mesh.PointCount                           works\n"},
-        {{"coverage", "Mesh"}, "kz.service.Mesh.CreateBag                           not implemented\n"},
+        {{"coverage", "ColorMapping"}, "kz.service.ColorMapping.LoadConfig                  not implemented\n"},
         {{"coverage", "StdDialog"},
          "kz.service.StdDialog.FileOpen                       needs a window or a renderer\n"},
         {{"coverage", "Force"}, "  there is no such object\n"},
@@ -577,10 +577,10 @@ TEST_F(KzHostTest, PresetsOfTheHostAndOfPythonAreSavedListedAndApplied) {
         packages.Install(package, 'FOLDER/new/place', kz.service.StdDialog().MonitorAllocate('install'))
         print open('FOLDER/new/place/moved').read() == open(folder + 'moved').read())"_lines),
            0, R"(
-        ('called', 'moved') names ('preset.channels', 'names')
+        ('called', 'moved') names ('preset.channels', 'preset.profile', 'preset.color', 'names')
         2.5 A By /brought
         RuntimeError RuntimeError RuntimeError
-        2 item False names 2
+        2 item False names 4
         thumbnail (2L, 1L)
         True False 2
         True)"_lines);

@@ -218,9 +218,9 @@ def check_features_of_vertices_are_known():
 
 
 def check_every_service_answers_or_says_why_not():
-    absent = [kz.service.Render(), kz.service.ValueHUD(), kz.service.View3Dport(), kz.service.Drop()]
+    absent = [kz.service.Render(), kz.service.ValueHUD(), kz.service.View3Dport(), kz.service.Interviewer()]
     fails('NOTAVAILABLE', (absent[0].State,), (absent[1].SetVisible, 1), (absent[2].ViewByIndex, 0),
-          (absent[3].Cancel,))
+          (absent[3].Cancel, None))
     equal([absent[0].IsRendering(), absent[2].Count(), absent[2].Current(), absent[3].IsActive()],
           [False, 0, -1, False])
     equal([line for line in reasons() if 'Render.State' in line], ['Render.State: this host has no renderer'])

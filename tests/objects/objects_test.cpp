@@ -41,8 +41,8 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "files", "image", "kzu_objects", "listeners", "mesh", "packages",
-                                         "scene", "selection", "shapes"));
+                         testing::Values("animation", "drops", "files", "image", "kzu_objects", "listeners", "mesh",
+                                         "packages", "scene", "selection", "shapes", "solids"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {

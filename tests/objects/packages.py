@@ -5,9 +5,9 @@ import tempfile
 
 import kz
 import kzifc
-from checks import equal, fails, near, reasons, storage
-from kz.symbol import (fNEWBORN_COPY, fNEWBORN_UNDO, iCHANVEC_RGB, s_PKGTAG_SUPERTYPE, s_PKGTAG_TARGET,
-                       s_PKGTAG_VERSION)
+from checks import equal, fails, near, reasons, result_of, storage
+from kz.symbol import (fNEWBORN_COPY, fNEWBORN_UNDO, iCHANVEC_RGB, iCOLLECT_DELETE, iCOLLECT_DUPLICATE,
+                       s_PKGTAG_AUTOADD, s_PKGTAG_SUPERTYPE, s_PKGTAG_TARGET, s_PKGTAG_VERSION)
 
 SCENES, UNDO = kz.service.Scene(), kz.service.Undo()
 HEARD, LAST = [], {}
@@ -235,11 +235,102 @@ def check_packages_that_cannot_be_types():
             ('test.raises', Raises, {}, 'SetupChannels ended with FAILED'),
             ('test.orphan', Spot, {s_PKGTAG_SUPERTYPE: 'nothing'}, 'there is no item type "nothing"'),
             ('mesh', Spot, {}, 'there is a type of that name'),
-            ('test.guest', Spot, {s_PKGTAG_TARGET: 'mesh'}, 'this host puts no packages on items of other types')):
+            ('test.guestOfNobody', Spot, {s_PKGTAG_TARGET: 'mesh nothing'}, 'there is no item type "mesh nothing"')):
         kz.bless(kind, name, tags)
         if name != 'mesh':
             fails('NOTFOUND', (SCENES.ItemTypeLookup, name))
         says('the package "%s" adds no item type: %s' % (name, why))
+
+
+class Quiet(Instance):
+    def pins_SynthName(self):
+        return ''
+
+
+class Guest(Lamp):
+    """A package for items of other types, which takes along a companion when its item is copied or removed."""
+    companion = None
+
+    def pkg_SetupChannels(self, channels):
+        kz.object.AddChannel(channels).NewChannel('glow', 'percent')
+
+    def pkg_Attach(self):
+        LAST['lamp'] = Quiet()
+        return LAST['lamp']
+
+    def pkg_CollectItems(self, items, purpose):
+        HEARD.append(('CollectItems', purpose))
+        if Guest.companion:
+            kz.object.ItemCollection(items).Add(Guest.companion)
+
+    def pkg_TestInterface(self, name):
+        return False
+
+
+def check_some_packages_come_to_items_of_other_types():
+    kz.bless(Guest, 'test.guest', {s_PKGTAG_TARGET: 'mesh locator'})
+    kz.bless(Spot, 'test.always', {s_PKGTAG_TARGET: 'camera', s_PKGTAG_AUTOADD: '1'})
+    scene = SCENES.Create('guests')
+    item, other, camera, light = [scene.ItemAdd(SCENES.ItemTypeLookup(kind))
+                                  for kind in ('mesh', 'locator', 'camera', 'material')]
+    packages = lambda: [item.PackageByIndex(index) for index in range(item.PackageCount())]
+    equal((packages(), camera.PackageTest('test.always'), camera.ChannelPackage(camera.ChannelLookup('cone'))),
+          ([], True, 'test.always'))
+    heard()
+    item.PackageAdd('test.guest')
+    equal((heard(), packages()), (['Initialize', ('Newborn', 0), ('AddedTo', 1)], ['test.guest']))
+    guest = LAST['lamp']
+    fails('ALREADYEXISTS', (item.PackageAdd, 'test.guest'))
+    fails('NOTFOUND', (item.PackageAdd, 'nothing'), (item.PackageAdd, 'test.lamp'), (other.PackageRemove, 'test.guest'))
+    fails('NOTSUPPORTED', (light.PackageAdd, 'test.guest'))
+    fails('NOACCESS', (item.ChannelRemove, 'glow'))
+    Instance.fails = ('Initialize',)
+    fails('FAILED', (other.PackageAdd, 'test.guest'))
+    Instance.fails = ()
+    equal((other.PackageCount(), result_of(other.ChannelLookup, 'glow')), (0, 'NOTFOUND'))
+    item.PackageAdd('draw.options')
+    guest.notes = 'kept'
+    scene.WriteChannels(None, 0.0).DoubleByName(item, 'glow', .5)
+    heard()
+    item.PackageRemove('test.guest')
+    equal((heard(), packages()), (['Write', 'Cleanup'], ['draw.options']))
+    UNDO.Undo(1)
+    equal((heard(), packages(), LAST['lamp'].notes, value(scene, item, 'glow')),
+          (['Initialize', 'Read', ('Newborn', fNEWBORN_UNDO), ('AddedTo', 1)], ['test.guest', 'draw.options'], 'kept', .5))
+    copy = item.Duplicate(0)
+    equal((copy.PackageTest('test.guest'), LAST['lamp'].notes, value(scene, copy, 'glow')), (True, 'kept', .5))
+    Guest.companion = other
+    heard()
+    items = SCENES.CreateCollection()
+    items.Add(item)
+    equal((items.Duplicate(scene, 0).Count(), heard()[:2], LAST['lamp'].notes),
+          (2, [('CollectItems', iCOLLECT_DUPLICATE), 'Write'], 'kept'))
+    folder = tempfile.mkdtemp()
+    try:
+        path, part = os.path.join(folder, 'guests.kzscene'), os.path.join(folder, 'part.kzscene')
+        SCENES.Save(scene, path, None)
+        text = open(path).read()
+        equal('package "test.guest"' in text and 'from "test.guest"' in text, True)
+        loaded = SCENES.Load(path, None)
+        found = loaded.ItemByIndex(item.Type(), 0)
+        equal((found.PackageTest('test.guest'), LAST['lamp'].notes, value(loaded, found, 'glow')), (True, 'kept', .5))
+        SCENES.Save(loaded, part, None)
+        equal(open(part).read(), text)
+        open(part, 'w').write(text.replace('test.guest', 'test.gone'))
+        SCENES.Save(SCENES.Load(part, None), part, None)
+        equal(open(part).read(), text.replace('test.guest', 'test.gone'))
+        for bad in ('package ""', 'package "test.guest"\npackage "test.guest"', 'from "test.other"'):
+            line = next(each for each in text.splitlines() if each.startswith(bad.split()[0]))
+            open(part, 'w').write(text.replace(line, bad, 1))
+            fails('FAILED', (SCENES.Load, part, None))
+    finally:
+        shutil.rmtree(folder)
+    heard()
+    scene.ItemRemove(item)
+    equal((heard()[0], item.IsValid(), other.IsValid()), (('CollectItems', iCOLLECT_DELETE), False, False))
+    Guest.companion = None
+    UNDO.Undo(1)
+    equal((item.IsValid(), other.IsValid()), (True, True))
 
 
 def check_scenes_keep_items_and_their_data():

@@ -124,6 +124,9 @@ def drive_models():
     visitor = all_done('Visitor')()
     attempt(mesh.Points().Enumerate, 0, visitor)
     attempt(kz.eval, 'mesh.operate spied')
+    kz.bless(all_done('MeshOperation'), 'spied.placed',
+             {symbol.sTAG_MESHOP_TRANSFORM: '1'})
+    attempt(kz.eval, 'mesh.operate spied.placed')
     attempt(kz.evalN, 'mesh.operate operation:?')
     read, write = scene.Channels('edit', 0.0), scene.WriteChannels('edit', 0.0)
     for channel in range(item.ChannelCount()):
@@ -335,6 +338,62 @@ def drive_packages():
     scenes.Close(scenes.Load(path, None))
 
 
+def drive_drops():
+    """Items of packages that are destinations of every kind take drops, and a server is asked for more."""
+    kz.bless(all_done('Drop', drop_Recognize=True,
+                      drop_ActionList=lambda self, source, destination, actions:
+                      kz.object.AddDropAction(actions).AddAction(1000, 'spied')), 'spied.drop',
+             {symbol.sTAG_DROP_SOURCE: 'url'})
+    scene, path, preset = scenes.Create('drops'), FOLDER + '/dropped.kzscene', FOLDER + '/dropped.preset'
+    mesh = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_MESH))
+    attempt(scenes.Save, scene, path, None)
+    group, types = scene.ItemAdd(scenes.ItemTypeLookup('group')), scenes.ItemTypeLookup(symbol.sITYPE_LOCATOR)
+    here = lambda self: kz.object.Item(group)
+    channel = lambda self: (kz.object.Item(mesh), 0)
+    browser = service.PresetBrowser()
+    for kind, name, drops, answers in (
+            ('LocatorDest', 'locator', ['items c'], dict(locd_Item=here, locd_Location=(1, 2, 3))),
+            ('ClipDest', 'clip', ['items c'], dict(locd_Folder=here, locd_Index=0)),
+            ('ShaderDest', 'shader', ['items c'], dict(locd_Parent=here, locd_Index=0)),
+            ('MeshOpDest', 'meshOperation', ['items d'], dict(locd_Mesh=lambda self: mesh, locd_Index=0, locd_Where=0)),
+            ('MeshDest', 'mesh', ['items m', 'items c'],
+             dict(meshd_Item=lambda self: mesh, meshd_Location=((0, 0, 0), (0, 1, 0)))),
+            ('ChannelDest', 'channel', ['channels c sourceChannel:pos.X'], dict(chand_Channel=channel, chand_Where=1)),
+            ('ItemTypeDest', 'itemType', ['text x'], dict(ityped_Scene=lambda self: scene, ityped_Type=types)),
+            ('GroupDest', 'group', ['items c'], dict(grpd_Group=here)),
+            ('GroupMemberItemDest', 'groupItem', ['items c'], dict(grpmid_Group=here)),
+            ('GroupMemberChanDest', 'groupChannel', ['channels c sourceChannel:pos.X'], dict(grpmcd_Group=here)),
+            ('SceneItemPreDest', 'item', ['items c', 'url x', 'text y'],
+             dict(sipd_Item=here, sipd_Parent=here, sipd_Position=0, sipd_Location=(1, 2, 3))),
+            ('ColorPreDest', 'color', ['color {1 0 0}'], dict(colpd_Color=(1, 1, 1))),
+            ('ShaderPreDest', 'layers', ['files {%s}' % path], dict(spd_Item=here, spd_Place=lambda self: (group, 0))),
+            ('MeshLayerPreDest', 'meshLayer', ['files {%s}' % path],
+             dict(mlpd_Item=lambda self: mesh, mlpd_Mode=1, mlpd_Position=((0, 0, 0), (0, 1, 0)))),
+            ('Profile1DPreDest', 'profile1D', ['preset {%s}' % preset],
+             dict(p1pd_Flags=4, p1pd_KeyCount=2, p1pd_KeyByIndex=lambda self, index: (index, index), p1pd_AddKey=0)),
+            ('Profile2DPreDest', 'profile2D', ['preset {%s}' % preset],
+             dict(p2pd_Flags=1, p2pd_PointCount=2, p2pd_PointByIndex=lambda self, index: (index, index), p2pd_AddPoint=0))):
+        kinds = 'PackageInstance', kind
+        full = dict.fromkeys([each for part in kinds for each in spies.operations(part)], spies.done)
+        instance = spies.spy_class(*kinds, **dict(full, pins_AllowRemove=True, pins_SubCount=0, pins_SynthName='', **answers))
+        kz.bless(all_done('Package', pkg_Attach=lambda self, made=instance: made(), pkg_TestInterface=False,
+                          pkg_SetupChannels=None), 'spied.' + name)
+        scene.ItemAdd(scenes.ItemTypeLookup('spied.' + name)).SetName('target ' + name)
+        for letter, type in (('c', 'locator'), ('d', 'meshOperation'), ('m', 'material')):
+            scene.ItemAdd(scenes.ItemTypeLookup(type)).SetName(letter)
+        if 'Profile' in kind:
+            attempt(browser.Save, preset, symbol.sPRESETTYPE_PROFILE, instance(), None)
+        for dropped in drops:
+            attempt(kz.eval, 'item.drop %s item:{target %s} destination:dest.%s' % (dropped, name, name))
+    attempt(kz.eval, 'item.duplicate {target item}')
+    scenes.Close(scene)
+
+
+def drive_surfaces():
+    attempt(meshes.CreateFromSurface, all_done('TableauSurface', tsrf_SegmentCount=1)(), 0.0)
+
+
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
-              drive_listeners, drive_notifiers, drive_memory, drive_folders, drive_time, drive_selection, drive_packages):
+              drive_listeners, drive_notifiers, drive_memory, drive_folders, drive_time, drive_selection, drive_packages,
+              drive_drops, drive_surfaces):
     drive()
