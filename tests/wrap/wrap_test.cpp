@@ -111,6 +111,7 @@ protected:
         EXPECT_EQ(counts["types"], registered().types);
         EXPECT_EQ(counts["methods"], registered().methods);
         EXPECT_GE(counts["calls"], leastCalls * counts["methods"]);
+        kzFigure("methods", static_cast<double>(counts["methods"]));
     }
 };
 
