@@ -58,15 +58,6 @@ void endStopping() noexcept {
     Py_END_ALLOW_THREADS;
 }
 
-PyObject* runExitFunction(PyObject* holder, PyObject* /*args*/) {
-    const CPyRefNull result(PyObject_CallObject(PyList_GET_ITEM(holder, 0), nullptr));
-    if (result.get() == nullptr) kzTellException();
-    endStopping();
-    Py_RETURN_NONE;
-}
-
-PyMethodDef exitFunction = {"exitfunc", runExitFunction, METH_NOARGS, nullptr};
-
 // Replaces site.makepath, so that "" means no folder instead of the current one.
 PyObject* noFolder(PyObject* /*self*/, PyObject* /*paths*/) { return Py_BuildValue("ss", "", ""); }
 
@@ -103,8 +94,17 @@ void addSiteFolder(PyObject* site, PyObject* path) {
     kzNonNull(result.get());
 }
 
-MainInterpreter* theInterpreter = nullptr;
-void (*theFirstModule)() = nullptr;  // the initialiser that zipimport had before
+MainInterpreter* theInterpreter = nullptr;  // the one that is a program or comes to its end
+void (*theFirstModule)() = nullptr;         // the initialiser that zipimport had before
+
+PyObject* runExitFunction(PyObject* holder, PyObject* /*args*/) {
+    const CPyRefNull result(PyObject_CallObject(PyList_GET_ITEM(holder, 0), nullptr));
+    if (result.get() == nullptr) kzTellException();
+    theInterpreter->exitFunctionsEnded();
+    Py_RETURN_NONE;
+}
+
+PyMethodDef exitFunction = {"exitfunc", runExitFunction, METH_NOARGS, nullptr};
 
 }  // namespace
 
@@ -337,14 +337,22 @@ void MainInterpreter::prepareEnd() {
     kzNonNull(PyObject_CallObject(reinterpret_cast<PyObject*>(&PyFrozenSet_Type), nullptr));
 }
 
-// Finalisation calls sys.exitfunc, and would end the host's process if that raised SystemExit.
+// Finalisation calls sys.exitfunc, and would end the host's process if that raised SystemExit. From here on only the entry
+// of sys holds the guard: a reference of ours would outlive the interpreter, and all of its builtins with it.
 void MainInterpreter::guardExitFunction() noexcept {
-    PyObject* names = m_exitName != nullptr ? m_mainThread->interp->sysdict : nullptr;
-    PyObject* function = names != nullptr ? PyDict_GetItem(names, m_exitName) : nullptr;
-    if (function == nullptr) return endStopping();
+    const CPyRefNull guard(std::exchange(m_exitGuard, nullptr)), holder(std::exchange(m_guardedFunction, nullptr)),
+        name(std::exchange(m_exitName, nullptr));
+    PyObject* names = name.get() != nullptr ? m_mainThread->interp->sysdict : nullptr;
+    PyObject* function = names != nullptr ? PyDict_GetItem(names, name) : nullptr;
+    theInterpreter = this;
+    if (function == nullptr) return exitFunctionsEnded();
     Py_INCREF(function);
-    if (PyList_SetItem(m_guardedFunction, 0, function) != 0 || PyDict_SetItem(names, m_exitName, m_exitGuard) != 0)
-        PyErr_Clear();
+    if (PyList_SetItem(holder, 0, function) != 0 || PyDict_SetItem(names, name, guard) != 0) PyErr_Clear();
+}
+
+void MainInterpreter::exitFunctionsEnded() noexcept {
+    endStopping();
+    if (releaseSupport) releaseSupport();
 }
 
 void MainInterpreter::buildModule() {

@@ -66,6 +66,9 @@ public:
     void installHooks() noexcept;
     // Releases every Python object, before the interpreter ends. Needs the interpreter lock.
     void letGo() noexcept;
+    // Called once the exit functions have run. Needs the interpreter lock.
+    void exitFunctionsEnded() noexcept;
+    std::function<void()> releaseSupport;  // drops the SDK's support package, which exit functions may still need
 
     PyThreadState* mainThread() const noexcept { return m_mainThread; }
     // The state under which the calling thread ends Python: its own, created if necessary, so it is the main thread's

@@ -81,6 +81,10 @@ MainInterpreter* PythonRuntime::interpreter() {
     if (m_state != notStarted) return m_state == started ? m_interpreter.get() : nullptr;
     begin([this] {
         m_interpreter = std::make_unique<MainInterpreter>();
+        m_interpreter->releaseSupport = [this] {
+            m_kzuObjectNames = nullptr;
+            Py_CLEAR(m_kzuObject);
+        };
         m_interpreter->start(m_progress, [this] { kzuObject(); });
     });
     return m_interpreter.get();
@@ -128,7 +132,7 @@ void PythonRuntime::ensureStarted(const char* what) {
 }
 
 PyObject* PythonRuntime::kzuObject() {
-    if (m_kzuObject != nullptr) return m_kzuObject;
+    if (m_kzuObject != nullptr || m_state == shutDown) return m_kzuObject;
     if (m_state == started) {
         const CPyRefNull module(PyImport_ImportModule("kzu.object"));
         if (module.get() == nullptr) {
@@ -137,7 +141,7 @@ PyObject* PythonRuntime::kzuObject() {
         }
     }
     m_kzuObject = PyImport_AddModule("kzu.object");
-    Py_XINCREF(m_kzuObject);  // kept until the interpreter ends: a script may remove it from sys.modules
+    Py_XINCREF(m_kzuObject);  // kept until exit functions have run: a script may remove it from sys.modules
     return m_kzuObject;
 }
 

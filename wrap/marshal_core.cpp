@@ -213,7 +213,9 @@ KzResult kzReadGuid(PyObject* text, KzGuid& guid) noexcept {
     const char* characters = PyString_AS_STRING(text);
     if (std::strlen(characters) != static_cast<std::size_t>(PyString_GET_SIZE(text))) return refuse(text, expected);
     const CKzUser_GUIDService service;
-    return service && kzSucceeded(service->FromText(characters, &guid)) ? KZe_OK : refuse(text, expected);
+    const KzResult code = service ? service->FromText(characters, &guid) : KZe_NOTAVAILABLE;
+    if (kzSucceeded(code)) return KZe_OK;
+    return code == KZe_OUTOFMEMORY ? code : refuse(text, expected);
 }
 
 CStoragePin::~CStoragePin() {

@@ -57,9 +57,10 @@ CEntryList::Entries CEntryList::takeAll() {
 CLogEntry::CLogEntry(std::weak_ptr<CLogStore> store, KzResult level, std::string text)
     : m_store(std::move(store)), m_level(level), m_text(std::move(text)) {}
 
+// The text is moved, since a copy could fail for lack of memory and end the process.
 CLogEntry::~CLogEntry() {
     if (m_isPlaced) return;
-    if (const auto store = m_store.lock()) store->giveUp({"", m_id, 0, m_level, m_text, 0, m_origin, ""});
+    if (const auto store = m_store.lock()) store->giveUp({"", m_id, 0, m_level, std::move(m_text), 0, m_origin, ""});
 }
 
 KzResult CLogEntry::logentry_Desc(const char** text) {

@@ -116,10 +116,9 @@ void CDocument::close() {
     m_roots.clear();
     m_byType.clear();
     m_names = {};
-    // The identifiers are the items' own.
-    std::vector<ItemRef> items;
-    for (auto& [ident, item] : m_items) items.push_back(item);
-    m_items.clear();
+    // The identifiers are the items' own. Nothing is allocated here, since a document also closes when memory has run out.
+    decltype(m_items) items;
+    items.swap(m_items);
     m_root.reset();
 }
 

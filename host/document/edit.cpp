@@ -36,9 +36,12 @@ CEdit::CEdit(CWorkspace& workspace)
 CEdit::~CEdit() {
     if (m_changes.empty()) return;
     DocumentEvents none;
-    while (!m_changes.empty()) {
-        m_workspace.apply(*m_changes.back(), Direction::reverse, none);
-        m_changes.pop_back();
+    try {
+        for (; !m_changes.empty(); m_changes.pop_back()) m_workspace.apply(*m_changes.back(), Direction::reverse, none);
+    } catch (const std::bad_alloc&) {
+        // What is left of the edit stays, and the steps before it do not fit what there is now.
+        for (const auto& change : m_changes)
+            if (change->document() != nullptr) m_workspace.m_history.forget(*change->document());
     }
     m_workspace.m_events.resize(std::min(m_firstEvent, m_workspace.m_events.size()));
 }

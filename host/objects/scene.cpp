@@ -59,7 +59,14 @@ CHostRef<CScene> kzOpenScene(CWorkspace& workspace, std::string name) {
 
 CHostRef<CScene> kzObjectOf(CDocument& document) { return static_cast<SceneObject&>(*document.object).scene.self(); }
 
-CScene::~CScene() { close(); }
+// Without memory to tell anybody of its end, the document stays with the workspace.
+CScene::~CScene() {
+    try {
+        close();
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
 
 // Meshes go without the lock, as they tell their listeners.
 void CScene::close() {

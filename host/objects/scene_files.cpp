@@ -108,6 +108,8 @@ void CSceneFiles::readOwn(CDocument& document, const std::string& path, bool isI
             else edit.commitLoaded(document);
         }
         load.finish(!isImport, renamed);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& error) {
         throw refuse(KZe_FAILED, path, error.what());
     }
@@ -170,6 +172,8 @@ void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImp
         else edit.commitLoaded(document);
     } catch (const ModelUnknown&) {
         throw refuse(KZe_NOTSUPPORTED, path, "no loader of scenes recognises the file");
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& error) {
         throw refuse(KZe_FAILED, path, error.what());
     }
@@ -277,6 +281,8 @@ KzResult CSceneFiles::saveForeign(CScene& scene, const std::string& path, const 
         const std::string folder = fs::absolute(path).parent_path().string();
         kzWriteModel(*m.files, kzModelOf(scene.document(), folder, notes), format, file.path(),
                      goesOn(progress.monitor()));
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& error) {
         return refuse(KZe_FAILED, path, error.what());
     }

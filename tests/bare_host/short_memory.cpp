@@ -6,6 +6,7 @@
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
@@ -49,6 +50,8 @@ CShortMemory::CShortMemory(long succeeding, bool isOneShort) noexcept {
 CShortMemory::~CShortMemory() { t_isShort = false; }
 long CShortMemory::asked() noexcept { return t_asked; }
 bool CShortMemory::works() noexcept { return true; }
+CAmpleMemory::CAmpleMemory() noexcept { m_wasShort = std::exchange(t_isShort, false); }
+CAmpleMemory::~CAmpleMemory() { t_isShort = m_wasShort; }
 
 #else
 
@@ -56,5 +59,7 @@ CShortMemory::CShortMemory(long /*succeeding*/, bool /*isOneShort*/) noexcept {}
 CShortMemory::~CShortMemory() = default;
 long CShortMemory::asked() noexcept { return 0; }
 bool CShortMemory::works() noexcept { return false; }
+CAmpleMemory::CAmpleMemory() noexcept = default;
+CAmpleMemory::~CAmpleMemory() = default;
 
 #endif

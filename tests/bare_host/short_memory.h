@@ -14,3 +14,15 @@ public:
     // Not where a sanitizer has replaced the allocator.
     static bool works() noexcept;
 };
+
+// While this lives allocations succeed again, for code that is not what is tested.
+class CAmpleMemory {
+public:
+    CAmpleMemory() noexcept;
+    ~CAmpleMemory();
+    CAmpleMemory(const CAmpleMemory&) = delete;
+    CAmpleMemory& operator=(const CAmpleMemory&) = delete;
+
+private:
+    bool m_wasShort = false;
+};

@@ -1,4 +1,4 @@
-"""References that calls of wrappers leave behind, whether they succeed or fail: none."""
+"""References that calls of wrappers leave behind, whether they succeed or fail: none. And calls without memory."""
 import os
 import sys
 
@@ -61,3 +61,21 @@ def grow():
                 method.complain('%r: the references grow by %r', arguments, growth)
     return all_methods.each_method(work)
 
+
+def run_out_of_memory():
+    """Calls a method of each signature while memory runs out."""
+    import scarce
+    signatures = set()
+
+    def work(method, _):
+        kinds = [kind.partition(':')[0] for kind, _ in method.inputs + method.outputs]
+        signature = method.returns, len(method.inputs), tuple(kinds), bool(method.lengths)
+        if signature in signatures or len(signatures) == scarce.most:
+            return
+        signatures.add(signature)
+        good = method.arguments()[0]
+        function = getattr(method.wrapper, method.name)
+        scarce.exhaust(method.label, lambda: method.lay_out(0), lambda: function(*good))
+        recorder.answer(0, ())
+    all_methods.each_method(work)
+    return {'signatures': len(signatures)}

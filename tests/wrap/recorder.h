@@ -4,6 +4,7 @@
 
 #include "module/py_ref.h"
 #include "module/python.h"
+#include "tests/bare_host/short_memory.h"
 #include "tests/support/plugin_host.h"
 
 #include "kz/base/polymorph.h"
@@ -105,6 +106,7 @@ private:
     }
     PyObject* next();
 
+    const CAmpleMemory m_ample;  // a recording host is not what runs out of memory
     const char* m_method;
     PyObject* m_inputs;
     Py_ssize_t m_answer = 0;

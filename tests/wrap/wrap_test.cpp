@@ -1,6 +1,8 @@
 // The wrappers of the whole SDK. The scripts beside this file have the cases, and this file the expected counts.
 #include "module/py_lock.h"
+#include "tests/bare_host/short_memory.h"
 #include "tests/prove/proof.h"
+#include "tests/prove/scarcity.h"
 #include "tests/support/plugin_host.h"
 #include "tests/wrap/recorder.h"
 
@@ -109,6 +111,7 @@ protected:
         EXPECT_EQ(counts["types"], registered().types);
         EXPECT_EQ(counts["methods"], registered().methods);
         EXPECT_GE(counts["calls"], leastCalls * counts["methods"]);
+        kzFigure("methods", static_cast<double>(counts["methods"]));
     }
 };
 
@@ -120,6 +123,36 @@ TEST_F(AllMethodsTest, LeaveNoReferences) {
     EXPECT_EQ(counts["methods"], registered().methods);
     for (const char* figure : {"methods", "calls", "grown"}) kzFigure(figure, static_cast<double>(counts[figure]));
     EXPECT_EQ(counts["grown"], 0);
+}
+
+// scarce.exhaust(name, prepare, call): the call with little memory, in children of this process.
+CScarcity* theScarcity = nullptr;
+PyObject* exhaust(PyObject* /*self*/, PyObject* args) {
+    const char* name = nullptr;
+    PyObject *prepare = nullptr, *call = nullptr;
+    if (PyArg_ParseTuple(args, "sOO", &name, &prepare, &call) == 0) return nullptr;
+    theScarcity->exhaust(name, [=](const CScarcity::Scarcely& scarcely) {
+        CPyRefNull(PyObject_CallObject(prepare, nullptr));
+        CPyRefNull result;
+        scarcely([&] { result.adopt(PyObject_CallObject(call, nullptr)); });
+        const bool isTold = (result.get() != nullptr) != (PyErr_Occurred() != nullptr) &&
+                            PyErr_ExceptionMatches(PyExc_SystemError) == 0;
+        PyErr_Clear();
+        CPyRefNull(PyObject_CallObject(prepare, nullptr));
+        const CPyRefNull again(PyObject_CallObject(call, nullptr));
+        return isTold && again.get() != nullptr;
+    });
+    Py_RETURN_NONE;
+}
+
+TEST_F(AllMethodsTest, MayRunOutOfMemory) {
+    if (!CShortMemory::works()) GTEST_SKIP() << "the sanitizer has the allocator";
+    CScarcity scarcity("wrap_test", kzProofLength(8, 3000));
+    theScarcity = &scarcity;
+    static PyMethodDef functions[] = {{"exhaust", exhaust, METH_VARARGS, nullptr}, {}};
+    PyModule_AddIntConstant(Py_InitModule("scarce", functions), "most", kzProofLength(12, 100000));
+    EXPECT_GE(run("growth", "run_out_of_memory")["signatures"], 12);
+    scarcity.tellFigures("a wrapper of each signature");
 }
 
 TEST_F(RecordingTest, PlainArgumentsAreReadAsTheParserReadsThem) {

@@ -2,6 +2,7 @@
 
 import dataclasses
 import json
+import os
 import pathlib
 import re
 import shutil
@@ -73,8 +74,11 @@ def memory(work):
         pool = "the interpreter has no pool, so each object counts"
     except NotRun as reason:
         library, pool = {}, f"small objects are not counted: {reason}"
-    passed, figures = work.test("release", "prove/proof_test", "MemoryTest.*", **library)
-    return passed, f"{told(figures)}; {pool}"
+    programs = [("prove/proof_test", "MemoryTest.*")] if work.isControl else [
+        ("prove/proof_test", "MemoryTest.*"), ("serve/loopback_test", "ScarceTest.*"),
+        ("wrap/wrap_test", "AllMethodsTest.MayRunOutOfMemory")]
+    results = [work.test("release", program, tests, **library) for program, tests in programs]
+    return all(passed for passed, _ in results), "; ".join([*(told(figures) for _, figures in results), pool])
 
 
 @row(4, "refusals", 2, "every operation of the host that the plug-in uses fails in turn, in each way",
@@ -143,8 +147,9 @@ def unload(work):
 
 
 def suite(work, name, words, modules):
-    """What the interpreter's own tests come to: the verdict of each module that was run."""
+    """The modules of the interpreter's own tests that pass, without what the environment asks of interpreters."""
     results = {}
+    words = ["env", *(f"-u{variable}" for variable in os.environ if variable.startswith("PYTHON")), *words]
     for start in range(0, len(modules), 40):
         _, said = work.run([*words, "-m", "test.regrtest", *modules[start:start + 40]], timeout=3600)
         results.update(re.findall(r"^\S*.*\[ *\d+/[\d/]+\] (test_\w+)()", said, re.M))
@@ -167,8 +172,12 @@ def own_tests(work):
     built = work.build("release", "kzhost", "kzPython2")
     bare = suite(work, "bare", ["python2.7"], modules)
     ours = suite(work, "kzhost", [built / "bin/kzhost"], modules)
-    lost = sorted(bare - ours - set(EXCLUDED))
-    return not lost, f"{len(modules)} modules, {len(bare)} pass in a bare interpreter, of which not here: {lost or 'none'}"
+    failed = sorted(bare - ours - set(EXCLUDED))
+    # Some of these tests race with their own threads when the machine is busy: what fails has to fail twice.
+    again = suite(work, "kzhost, a second time", [built / "bin/kzhost"], failed)
+    lost = sorted(set(failed) - again)
+    return not lost, (f"{len(modules)} modules, {len(bare)} pass in a bare interpreter, of which not here: {lost or 'none'}, "
+                      f"and only at the second attempt: {sorted(again) or 'none'}")
 
 
 @row(11, "fuzz", 35, "fuzzing of the parsers and converters, guided by coverage", "an hour in all without a finding",
@@ -181,14 +190,25 @@ def fuzz(work):
     return not failed, f"{seconds} s for each of {len(targets)} targets, findings: {', '.join(failed) or 'none'}"
 
 
-@row(12, "coverage", 15, "lines and branches of hand-written code that the tests execute", "95 % / 90 %")
+# Each of these compares the methods that it has called with the tables from which the plug-in is made.
+CALLED = {"wrappers that succeed": ("wrap/wrap_test", "AllMethodsTest.CarryEveryKindBothWays"),
+          "wrappers that fail": ("wrap/wrap_test", "AllMethodsTest.FailAsTheyShould"),
+          "adapters both ways": ("serve/loopback_test", "LoopbackTest.EveryOperation")}
+
+
+@row(12, "coverage", 15, "lines and branches of hand-written code that the tests execute, and calls of wrappers and adapters",
+     "95 % / 90 %, every one")
 def coverage(work):
+    called = {what: work.test("release", *each) for what, each in CALLED.items()}
+    every = all(passed for passed, _ in called.values())
+    counts = ", ".join(f"{figures.get('methods', 0):g} {what}" for what, (_, figures) in called.items())
     status, _ = work.run([ROOT / "tools/coverage.sh"])
     with open(ROOT / "build/coverage/summary.json", encoding="utf-8") as file:
         files = json.load(file)["files"]
     shares = [sum(each[f"{what}_covered"] for each in files) / max(1, sum(each[f"{what}_total"] for each in files))
               for what in ("line", "branch")]
-    return status == 0 and shares[0] >= .95 and shares[1] >= .9, f"lines {shares[0]:.1%}, branches {shares[1]:.1%}"
+    return every and status == 0 and shares[0] >= .95 and shares[1] >= .9, \
+        f"lines {shares[0]:.1%}, branches {shares[1]:.1%}, {counts}"
 
 
 @row(13, "mutants", 30, "random mutants of hand-written plug-in code that the tests catch", "at least 92 % of 200")
