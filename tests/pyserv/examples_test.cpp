@@ -230,7 +230,8 @@ TEST_F(ExampleServersTest, ListenersHearAllThatHappens) {
     EXPECT_EQ(contents("heard"),
               "sesl_SystemReady cmdsys.SystemReady log.SubsystemAdded log.EntryAdded log.ChildEntryAdded " + command +
                   "cmdsys.AliasAdded " + done + command + "cmdsys.AliasRemoved " + done + "cmdsys.CommandAdded " +
-                  command + command + "log.Cleared " + done + "log.SubsystemAdded log.EntryAdded " + done +
+                  command + "cmdsys.BlockBegin cmdsys.UndoLockout " + command + "log.Cleared " + done +
+                  "cmdsys.UndoLockout cmdsys.BlockEnd log.SubsystemAdded log.EntryAdded " + done +
                   "log.Flushed sesl_ShuttingDown sesl_ShutDown ")
         << ended.error;
 }
