@@ -242,9 +242,13 @@ HostParts::HostParts()
     });
     tellOfSettings(*this);
     commandState->whenIdle = [waiting = notifiers.get(), known = states.get(), saving = autoSave.get()] {
-        waiting->sendDeferred();
-        known->changed();
-        saving->check();
+        try {
+            waiting->sendDeferred();
+            known->changed();
+            saving->check();
+        } catch (...) {  // the command itself has ended, and nobody waits for this
+            kzBecause(KZe_FAILED, "Command", [] { return "what follows the end of a command failed"; });
+        }
     };
     modules->whenListed([tell = notifierOf(*this)] { tell(KZsNOTIFIER_MODULES, {}); });
     modules->whenAdded([entries = std::weak_ptr(persistence), types = std::weak_ptr(packages),

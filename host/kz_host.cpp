@@ -16,6 +16,7 @@
 #include "host/core/service_base.h"
 #include "host/core/session_memory.h"
 #include "host/host_parts.h"
+#include "host/objects/drops.h"
 #include "host/objects/image_files.h"
 #include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
@@ -87,6 +88,7 @@ void CKzHost::unload() {
     m_parts->jobThreads->finish();  // jobs belong to modules
     m_parts->modifiers->clear();
     m_parts->packages->clear();
+    m_parts->drops->end();  // servers of modules wait for its end
     modules().clear();
 }
 

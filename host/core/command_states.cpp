@@ -28,20 +28,20 @@ void CCommandStates::changed() {
         if (m_isAsking || m_commands->depth() > 0) return;
         m_isAsking = true;
     }
-    struct End {
-        CCommandStates& states;
-        ~End() {
-            const std::lock_guard lock(states.m_lock);
-            states.m_isAsking = false;
-        }
-    } const end{*this};
     constexpr int rounds = 3;
-    for (int round = 0; round < rounds && isAskedAgain(); ++round) refresh();
+    try {
+        for (int round = 0; isAskedAgain(round < rounds); ++round) refresh();
+    } catch (...) {
+        isAskedAgain(false);
+        throw;
+    }
 }
 
-bool CCommandStates::isAskedAgain() {
+// Ending and looking for what other threads have changed meanwhile are one step, or else that would be lost.
+bool CCommandStates::isAskedAgain(bool mayAsk) {
     const std::lock_guard lock(m_lock);
-    return std::exchange(m_isDue, false);
+    m_isAsking = mayAsk && std::exchange(m_isDue, false);
+    return m_isAsking;
 }
 
 void CCommandStates::refresh() {

@@ -22,7 +22,7 @@ public:
     void changed();
 
 private:
-    bool isAskedAgain();
+    bool isAskedAgain(bool mayAsk);
     void refresh();
     bool isEnabled(const std::string& name) const;
 

@@ -80,13 +80,12 @@ KzResult CListenerTable::add(IKzUnknown* object, std::uint32_t wanted) {
 
 KzResult CListenerTable::remove(IKzUnknown* object, std::uint32_t unwanted) {
     if (object == nullptr) return KZe_INVALIDARG;
-    ListenerRef match;
-    for (const ListenerRef& listener : all(unwanted))
-        if (isSame(listener->object.raw(), object)) match = listener;
+    std::vector<ListenerRef> matches = all(unwanted);  // outlive the lock
+    std::erase_if(matches, [&](const ListenerRef& each) { return !isSame(each->object.raw(), object); });
+    if (matches.empty()) return KZe_NOTFOUND;
     const std::lock_guard lock(m_lock);
-    if (!match || std::ranges::find(m_listeners, match) == m_listeners.end()) return KZe_NOTFOUND;
-    match->classes &= ~unwanted;
-    if (match->classes == 0) std::erase(m_listeners, match);
+    for (const ListenerRef& each : matches) each->classes &= ~unwanted;
+    std::erase_if(m_listeners, [](const ListenerRef& each) { return each->classes == 0; });
     return KZe_OK;
 }
 

@@ -64,6 +64,11 @@ public:
         return KZe_OK;
     }
 
+    bool hasClients() {
+        const std::lock_guard lock(m_lock);
+        return !m_clients.empty();
+    }
+
 private:
     using ClientRef = std::shared_ptr<CKzUser_CommandEvent>;
     bool has(const ClientRef& client) {
@@ -108,7 +113,14 @@ KzResult CNotifierTable::addToState(const std::string& command, IKzUnknown* clie
 }
 
 KzResult CNotifierTable::removeFromState(const std::string& command, IKzUnknown* client) {
-    return find({KZsNOTIFIER_CMDSTATE, command})->RemoveClient(client);
+    NotifierRef notifier;
+    {
+        const std::lock_guard lock(m_lock);
+        const auto entry = m_notifiers.find({KZsNOTIFIER_CMDSTATE, command});
+        if (entry == m_notifiers.end()) return client != nullptr ? KZe_NOTFOUND : KZe_INVALIDARG;
+        notifier = entry->second;
+    }
+    return notifier->RemoveClient(client);
 }
 
 KzResult CNotifierTable::add(IKzUnknown* notifier) {
@@ -145,8 +157,11 @@ void CNotifierTable::tell(std::string_view name, std::string_view arguments, std
 std::vector<std::string> CNotifierTable::argumentsOf(std::string_view name) const {
     std::vector<std::string> arguments;
     const std::lock_guard lock(m_lock);
-    for (const auto& [key, notifier] : m_notifiers)
-        if (key.first == name) arguments.push_back(key.second);
+    for (const auto& [key, notifier] : m_notifiers) {
+        if (key.first != name) continue;
+        const auto own = CHostRef<CNotifier>::of(notifier->ptr());
+        if (!own || own->hasClients()) arguments.push_back(key.second);
+    }
     return arguments;
 }
 

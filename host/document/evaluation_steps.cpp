@@ -352,7 +352,10 @@ KzMatrix4 worldOf(const Item& item, const MatrixSources& from) {
 EvaluatedValue matrixMathOf(const MatrixSources& from) {
     const double strength = from[0].number() != 0 ? from[1].number() : 0;
     std::vector<KzMatrix4> inputs;
-    for (std::size_t i = matrixMathChannels.size(); i < from.size(); ++i) inputs.push_back(from[i].matrix());
+    for (std::size_t i = matrixMathChannels.size(); i < from.size(); ++i) {
+        if (!std::holds_alternative<KzMatrix4>(from[i].values.front())) return EvaluatedValue();
+        inputs.push_back(from[i].matrix());
+    }
     if (strength == 0) return inputs.front();
     const auto result = kzMatrixMath(static_cast<std::int32_t>(from[2].number()), from[3].number(), inputs);
     if (!result) return EvaluatedValue();

@@ -7,6 +7,7 @@
 #include "kz/result.h"
 #include "kz/undo.h"
 
+#include <new>
 #include <set>
 #include <utility>
 
@@ -94,10 +95,16 @@ std::shared_ptr<CDocument> CWorkspace::open(std::string name) {
 void CWorkspace::close(CDocument& document) {
     const CHold hold(*this);
     if (!document.isOpen()) return;
+    document.object.reset();
     m_history.forget(document);
     std::erase_if(m_geometry, [&](const auto& each) { return &each.item->document == &document; });
     std::erase_if(m_events, [&](const DocumentEvent& event) { return event.document == &document; });
-    m_selection.forget(document, m_events);
+    try {
+        m_selection.forget(document, m_events);
+    } catch (...) {  // it is closed all the same
+        document.close();
+        throw;
+    }
     document.close();
     historyChanged();
 }
@@ -171,7 +178,14 @@ bool CWorkspace::isUndoing() const {
     return m_moving != Moving::no;
 }
 
-void CWorkspace::historyChanged() { m_events.push_back({.kind = DocumentEvent::Kind::history}); }
+// To tell of a change is best effort where it has been made and cannot be taken back, as at the end of a block.
+void CWorkspace::historyChanged() {
+    try {
+        m_events.push_back({.kind = DocumentEvent::Kind::history});
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
 
 void CWorkspace::beginBlock(std::string name, std::uint32_t flags) {
     const CHold hold(*this);
@@ -182,7 +196,11 @@ void CWorkspace::beginBlock(std::string name, std::uint32_t flags) {
 }
 
 void CWorkspace::tellLocked(bool isLocked) {
-    m_events.push_back({.kind = DocumentEvent::Kind::undoLocked, .first = isLocked});
+    try {
+        m_events.push_back({.kind = DocumentEvent::Kind::undoLocked, .first = isLocked});
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 void CWorkspace::endBlock() {

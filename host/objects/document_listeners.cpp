@@ -186,6 +186,10 @@ std::uint32_t staleAfter(const DocumentEvent& event) {
     case Kind::itemRemoved:
     case Kind::moved: return KZfEVALINVALID_HIERARCHY;
     case Kind::parented: return KZfEVALINVALID_HIERARCHY | KZfEVALINVALID_TRANSFORM;
+    case Kind::linkAdded:
+    case Kind::linkRemoved:
+    case Kind::linkMoved:
+        return event.text == KZsGRAPH_XFRMLOCAL || event.text == KZsGRAPH_SOURCE ? KZfEVALINVALID_TRANSFORM : 0;
     default: return 0;
     }
 }
@@ -228,6 +232,16 @@ ToldEvent toldOf(const OpenScenes& scenes, const DocumentEvent& event, bool isEv
             told.channel = event.item->findChannel(event.text);
         if (isEvaluationHeard && event.kind == Kind::channelValue && told.channel >= 0)
             told.driven = drivenBy(*event.item, kzChannelAt(*event.item, told.channel));
+        // The end of a link takes another value with it, and so does all that this end drives.
+        if (isEvaluationHeard && (event.kind == Kind::channelLinkAdded || event.kind == Kind::channelLinkRemoved) &&
+            event.second < static_cast<std::int64_t>(event.other->channelCount())) {
+            told.driven = drivenBy(*event.other, kzChannelAt(*event.other, static_cast<std::int32_t>(event.second)));
+            told.driven.emplace(told.driven.begin(), kzObjectOf(*event.other), static_cast<std::int32_t>(event.second));
+        }
+        for (const auto& [item, channel] : told.driven) {
+            const auto driven = item->readKept();
+            told.stale |= staleAfterValue(*driven, kzChannelAt(*driven, channel).name);
+        }
     }
     if (event.other != nullptr) told.other = kzObjectOf(*event.other);
     else if (event.kind == Kind::parented) told.other = kzObjectOf(*told.scene->document().root());

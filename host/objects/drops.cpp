@@ -213,6 +213,23 @@ CDrops::DragRef CDrops::begin(const std::string& type, IKzUnknown* source, std::
     return drag;
 }
 
+CDrops::DragRef CDrops::active() const {
+    const std::lock_guard lock(m_lock);
+    return m_active;
+}
+
+bool CDrops::activate(DragRef drag) {
+    const std::lock_guard lock(m_lock);
+    if (m_active != nullptr) return false;
+    m_active = std::move(drag);
+    return true;
+}
+
+CDrops::DragRef CDrops::end() {
+    const std::lock_guard lock(m_lock);
+    return std::exchange(m_active, nullptr);
+}
+
 std::vector<CDrops::Offer> CDrops::offers(const Drag& drag, IKzUnknown* destination) const {
     std::vector<Offer> offers;
     const DropKind* kind = kzDropKindOf(destination);

@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -87,10 +88,19 @@ public:
     // is one step of the history. The default action is the one without keys, or else the first.
     void drop(const Drag& drag, IKzUnknown* destination, std::int32_t action) const;
 
+    // The drag that is going on, the only one of its time; null without one.
+    DragRef active() const;
+    // False if another has begun before.
+    bool activate(DragRef drag);
+    // Ends it. Whoever was asked about it is released with what this returns.
+    DragRef end();
+
 private:
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<OpenScenes> m_scenes;
     const std::vector<OwnDrops> m_own;
+    mutable std::mutex m_lock;
+    DragRef m_active;
 };
 
 // The actions that every destination understands, as the command names them. 0 for an unknown name; a server's own actions

@@ -12,13 +12,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <span>
 
 namespace kzhost {
 
 namespace {
 
-using ThreadRun = std::pair<std::thread::id, CEvaluationAttributes::Run*>;
+bool isOfThisThread(const std::pair<std::thread::id, CEvaluationAttributes::Run*>& run) {
+    return run.first == std::this_thread::get_id();
+}
 
 bool has(std::uint32_t flags, std::uint32_t flag) { return (flags & flag) != 0; }
 
@@ -38,6 +41,17 @@ double requireNumber(const EvaluatedValue& value) {
     const auto number = kzNumberOf(value);
     if (!number) throw KZe_INVALIDARG;
     return *number;
+}
+
+// Attributes keep their items, not the scene: it may be closed, and an item removed.
+std::vector<EvaluatedValue> readAt(const CWorkspace& workspace, std::span<const ChannelRef> channels, double time) {
+    Item& item = *channels.front().item;
+    {
+        const CReading reading(workspace);
+        if (!item.isPresent)
+            throw kzBecause(KZe_NOTAVAILABLE, "Evaluation", [] { return "the item is not in its scene any more"; });
+    }
+    return kzEvaluationOf(item.document).read(channels, time);
 }
 
 }  // namespace
@@ -68,17 +82,21 @@ void CEvaluationAttributes::declareInto(CServedModifier& modifier) {
     modifier.readsAnyTime = m_readsAnyTime;
 }
 
+// The same modifier may run inside itself, at another time, so a thread's own run is its last one.
 void CEvaluationAttributes::begin(Run& run) {
-    runningHere().push_back(this);
-    const std::lock_guard lock(m_lock);
-    m_runs.emplace_back(std::this_thread::get_id(), &run);
+    runningHere().reserve(runningHere().size() + 1);
+    {
+        const std::lock_guard lock(m_lock);
+        m_runs.emplace_back(std::this_thread::get_id(), &run);
+    }
+    runningHere().push_back(this);  // cannot fail
 }
 
 void CEvaluationAttributes::end() {
     runningHere().pop_back();
     const std::lock_guard lock(m_lock);
-    const auto own = std::ranges::find(m_runs, std::this_thread::get_id(), &ThreadRun::first);
-    if (own != m_runs.end()) m_runs.erase(own);
+    const auto own = std::find_if(m_runs.rbegin(), m_runs.rend(), isOfThisThread);
+    if (own != m_runs.rend()) m_runs.erase(std::next(own).base());
 }
 
 CHostRef<CEvaluationAttributes> CEvaluationAttributes::running() {
@@ -233,8 +251,8 @@ const KzValueType& CEvaluationAttributes::typeOf(std::uint32_t index) const {
 
 CEvaluationAttributes::Run* CEvaluationAttributes::current() const {
     const std::lock_guard lock(m_lock);
-    const auto own = std::ranges::find(m_runs, std::this_thread::get_id(), &ThreadRun::first);
-    return own != m_runs.end() ? own->second : nullptr;
+    const auto own = std::find_if(m_runs.rbegin(), m_runs.rend(), isOfThisThread);
+    return own != m_runs.rend() ? own->second : nullptr;
 }
 
 CEvaluationAttributes::Run& CEvaluationAttributes::requireRun() const {
@@ -250,7 +268,8 @@ EvaluatedValue CEvaluationAttributes::read(std::uint32_t index) const {
     if (attribute.isTime) return KzCell(other.value_or(run != nullptr ? run->time : 0));
     if (attribute.channel.item == nullptr || !has(attribute.flags, KZfECHAN_READ)) throw KZe_NOACCESS;
     if (!other) return run->inputs.at(*attribute.input).front();
-    return kzEvaluationOf(attribute.channel.item->document).read(std::span(&attribute.channel, 1), *other).front();
+    const ChannelRef channel = attribute.channel;  // a modifier that runs now may add attributes
+    return readAt(m_item->workspace(), std::span(&channel, 1), *other).front();
 }
 
 KzResult CEvaluationAttributes::write(std::uint32_t index, EvaluatedValue value) const {
@@ -278,7 +297,7 @@ std::vector<EvaluatedValue> CEvaluationAttributes::linksOf(std::uint32_t index) 
                 sources.push_back(kzChannelRef(*link->source, *link->sourceChannel));
     }
     if (sources.empty()) sources.push_back(attribute.channel);  // as a modifier has it: the channel's own value
-    return kzEvaluationOf(attribute.channel.item->document).read(sources, m_otherTime.value_or(*m_ownTime));
+    return readAt(m_item->workspace(), sources, m_otherTime.value_or(*m_ownTime));
 }
 
 }  // namespace kzhost

@@ -41,7 +41,8 @@ std::vector<ChannelInfo> channelsFor(const CItem& object, const std::string& nam
     kzUpdateItemTypes(object.workspace());
     const CItemPackages* packages = kzItemPackages(object.workspace());
     const PackageRef guest = packages != nullptr ? packages->types().find(name) : nullptr;
-    const auto* channels = guest != nullptr && guest->type == nullptr ? &guest->channels : kzFindChannelPackage(name);
+    const bool isGuest = guest != nullptr && guest->type == nullptr;
+    const auto* channels = isGuest ? &guest->channels : kzFindChannelPackage(name);
     const auto item = object.read();
     const auto refuse = [&](KzResult code, const std::string& why) {
         return kzBecause(code, "Item.PackageAdd", [&] {
@@ -51,7 +52,7 @@ std::vector<ChannelInfo> channelsFor(const CItem& object, const std::string& nam
     if (has(*item, name)) throw refuse(KZe_ALREADYEXISTS, "it is there already");
     if (channels == nullptr)
         throw refuse(KZe_NOTFOUND, guest != nullptr ? "it is an item type of its own" : "there is no such package");
-    if (channels == &guest->channels && !guest->takes(item->type))
+    if (isGuest && !guest->takes(item->type))
         throw refuse(KZe_NOTSUPPORTED, fmt::format("it is for items of other types than {}", item->type.name));
     for (const ChannelInfo& channel : *channels)
         if (item->findChannel(channel.name) >= 0)
@@ -148,9 +149,14 @@ KzResult CItem::item_Duplicate(std::int32_t deep, IKzUnknown** item) {
     return kzAddItem(
         *m_workspace,
         [&](CEdit& edit) -> Item& {
-            Item& copy = kzDuplicate(*read(), deep != 0, edit);
-            for (std::size_t i = 1; i < sources.size(); ++i)
-                kzDuplicate(*sources[i]->readIn(copy.document), deep != 0, edit);
+            Item& source = *read();
+            if (sources.size() == 1) return kzDuplicate(source, deep != 0, edit);
+            std::vector<Item*> all;  // in one go, so that links among them go with them
+            for (const auto& each : sources) all.push_back(&*each->readIn(source.document));
+            const std::uint32_t below = deep != 0 ? KZfITEMCOPY_CHILDREN : 0;
+            Item& copy =
+                *kzDuplicateAll(all, source.document, KZfITEMCOPY_LINKS | KZfITEMCOPY_ANIMATION | below, edit).front();
+            edit.place(copy, source.parent, source.document.siblingsOf(source).positionOf(source) + 1);
             return copy;
         },
         item);

@@ -241,13 +241,13 @@ public:
     KzResult tableauvertex_Copy(IKzUnknown* source) override {
         const CKzUser_TableauVertex other(source);
         if (!other) return KZe_INVALIDARG;
-        std::vector<Feature> features(other.FeatureCount());
-        for (std::uint32_t i = 0; i < features.size(); ++i) {
+        std::vector<Feature> features;
+        for (std::uint32_t i = 0, count = other.FeatureCount(); i < count; ++i) {
             const char* name = nullptr;
-            if (const KzResult code = other.FeatureByIndex(i, &features[i].type, &name, &features[i].offset);
-                kzFailed(code))
+            Feature& feature = features.emplace_back();
+            if (const KzResult code = other.FeatureByIndex(i, &feature.type, &name, &feature.offset); kzFailed(code))
                 return code;
-            features[i].name = kzString(name);
+            feature.name = kzString(name);
         }
         m_features = std::move(features);
         return KZe_OK;

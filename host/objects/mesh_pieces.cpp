@@ -1,12 +1,14 @@
 // Pieces of polygons.
 #include "host/objects/mesh_pieces.h"
 
+#include "host/core/reasons.h"
 #include "host/objects/mesh_edits.h"
 #include "host/objects/polygon_shape.h"
 
 #include "kz/mesh.h"
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <unordered_set>
 #include <utility>
@@ -181,7 +183,11 @@ bool kzSplitPiece(const Piece& piece, const CutPlane& plane, double tolerance, s
 double kzCutTolerance(CMeshData& data) {
     double size = 0;
     for (const MeshPoint& point : data.points)
-        for (const double each : point.position.v) size = std::max(size, std::abs(each));
+        for (const double each : point.position.v) {
+            if (!std::isfinite(each))
+                throw kzBecause(KZe_INVALIDARG, "Mesh", [] { return "a point of the mesh is at no finite place"; });
+            size = std::max(size, std::abs(each));
+        }
     return std::max(size * 1e-9, 1e-12);
 }
 
@@ -232,6 +238,7 @@ KzElementId CPieceMesh::add(const Piece& piece, CMeshData& source, bool isFlippe
     std::vector<std::vector<double>> weights;
     for (const PieceCorner& corner : kept.corners) weights.push_back(corner.weights);
     KzElementId id = added.id;
+    m_added.insert(id);
     kzMixValues(m_data, source, piece.polygon, id, weights, isFlipped);
     return id;
 }
@@ -265,6 +272,9 @@ void kzMixValues(CMeshData& data, CMeshData& source, KzElementId originId, KzEle
 }
 
 void CPieceMesh::closeGaps() {
+    if (m_added.empty()) return;
+    const std::unordered_set<KzElementId> newPoints(m_newPoints.begin(), m_newPoints.end());
+    std::unordered_set<KzElementId> newEnds;
     std::vector<std::pair<KzElementId, KzElementId>> open;
     std::unordered_set<KzElementId> ends;
     for (const MeshEdge& edge : m_data.edges())
@@ -272,11 +282,15 @@ void CPieceMesh::closeGaps() {
             open.emplace_back(edge.start, edge.end);
             ends.insert({edge.start, edge.end});
         }
+    for (KzElementId point : ends)
+        if (newPoints.contains(point)) newEnds.insert(point);
     for (const auto& [start, end] : open) {
         const KzVector3 from = m_data.points.at(start).position, way = m_data.points.at(end).position - from;
         const double length = kzLength(way);
         std::vector<std::pair<double, KzElementId>> between;
-        for (KzElementId point : ends) {
+        // What was there before and only touches stays apart.
+        const bool isNew = m_added.contains(m_data.edgeBetween(start, end)->polygons.front());
+        for (KzElementId point : isNew ? ends : newEnds) {
             if (point == start || point == end) continue;
             const KzVector3 offset = m_data.points.at(point).position - from;
             const double along = kzDot(offset, way) / (length * length);

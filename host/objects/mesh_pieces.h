@@ -10,6 +10,7 @@
 
 #include <map>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -73,6 +74,7 @@ private:
     std::map<std::pair<KzElementId, KzElementId>, std::vector<KzElementId>> m_onEdges[2];
     std::unordered_map<KzElementId, KzElementId> m_copies;
     std::vector<KzElementId> m_newPoints;
+    std::unordered_set<KzElementId> m_added;  // polygons
 };
 
 // A tolerance for places of a mesh of that size.

@@ -36,8 +36,8 @@ std::vector<CHostRef<CItem>> itemsOf(IKzUnknown* source) {
     const CKzUser_ItemCollection collection(source);
     for (std::uint32_t i = 0, count = collection.Count(); i < count; ++i) {
         CKzLoc_Unknown item;
-        if (kzSucceeded(collection.ByIndex(i, item.out())))
-            if (auto own = CHostRef<CItem>::of(item.raw())) items.push_back(std::move(own));
+        if (kzFailed(collection.ByIndex(i, item.out()))) break;
+        if (auto own = CHostRef<CItem>::of(item.raw())) items.push_back(std::move(own));
     }
     return items;
 }
@@ -47,7 +47,8 @@ std::vector<std::string> textsOf(IKzUnknown* source) {
     const CKzUser_ValueArray array(source);
     for (std::uint32_t i = 0, count = array.Count(); i < count; ++i) {
         CKzLoc_Unknown value;
-        if (kzSucceeded(array.GetValue(i, value.out()))) texts.push_back(kzValueText(value.raw()));
+        if (kzFailed(array.GetValue(i, value.out()))) break;
+        texts.push_back(kzValueText(value.raw()));
     }
     return texts;
 }
@@ -91,14 +92,14 @@ std::optional<TreePlace> treePlaceOf(IKzUnknown* destination) {
 // Puts a locator at a place in the world. Others have no place.
 void putAt(const CHostRef<CItem>& item, const KzVector3& location) {
     std::int32_t channel = -1;
-    KzMatrix4 world = kzIdentity();
+    CHostRef<CItem> parent;
     {
         const auto reading = item->read();
         channel = reading->findChannel(KZsICHAN_XFRMPOSITION_POS_X);
         if (channel < 0) return;
-        if (reading->parent != nullptr) world = kzWorldMatrix(*kzObjectOf(*reading->parent), 0);
+        if (reading->parent != nullptr) parent = kzObjectOf(*reading->parent);
     }
-    const auto inverse = kzInverse(world);
+    const auto inverse = kzInverse(parent ? kzWorldMatrix(*parent, 0) : kzIdentity());  // modules may compute it
     if (!inverse) throw kzBecause(KZe_FAILED, "Drop", [] { return "the parent's place has no inverse"; });
     const KzVector3 position = kzPlace(location, *inverse);
     CKzLoc_Unknown scene, writer;
@@ -107,10 +108,20 @@ void putAt(const CHostRef<CItem>& item, const KzVector3& location) {
     demand(CKzUser_ChannelWrite(writer.raw()).Vector(item.raw(), channel, &position));
 }
 
+// Whether the item leaves a place before that position, so that those behind it move up.
+bool isBefore(const CItem& item, const TreePlace& place, std::int32_t position) {
+    const auto reading = item.read();
+    const Item* parent = place.parent ? &*place.parent->read() : nullptr;
+    if (parent != nullptr && parent == reading->document.root()) parent = nullptr;
+    return reading->parent == parent &&
+           static_cast<std::int32_t>(reading->document.siblingsOf(*reading).positionOf(*reading)) < position;
+}
+
 void put(const std::vector<CHostRef<CItem>>& items, const TreePlace& place) {
     std::int32_t position = place.position;
     for (const auto& item : items) {
         if (place.parent && place.parent.object() == item.object()) continue;
+        if (position > 0 && isBefore(*item, place, position)) --position;
         demand(item->item_SetParent(place.parent ? place.parent.raw() : nullptr, position));
         if (position >= 0) ++position;
         if (place.location) putAt(item, *place.location);

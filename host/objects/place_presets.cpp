@@ -130,9 +130,11 @@ KzResult CProfilePresets::ptyp_Save(const char* path, IKzUnknown* source) {
     const CKzUser_Profile2DPreDest outline(source);
     if (heights) {
         file.form = "1D";
-        file.rows.resize(heights.KeyCount());
-        for (std::uint32_t i = 0; i < file.rows.size(); ++i)
-            demand(heights.KeyByIndex(i, &file.rows[i][0], &file.rows[i][1]));
+        for (std::uint32_t i = 0, count = heights.KeyCount(); i < count; ++i) {
+            double position = 0, height = 0;
+            demand(heights.KeyByIndex(i, &position, &height));
+            file.rows.push_back({position, height});
+        }
     } else if (outline) {
         file.form = (outline.Flags() & KZfPROFILE_CLOSED) != 0 ? "closed" : "2D";
         for (std::uint32_t i = 0, count = outline.PointCount(); i < count; ++i) {

@@ -56,6 +56,7 @@ std::vector<KzElementId> joined(const MeshPolygon& first, const MeshPolygon& sec
         outline.push_back(to);
         if (outline.size() > next.size() || !next.contains(to)) return {};
     }
+    if (outline.size() != next.size()) return {};  // a ring has two outlines
     return outline;
 }
 
@@ -104,6 +105,10 @@ public:
     KzResult polygonedit_Subdivide(std::int32_t level, std::int32_t smooth) override {
         if (level < 1 || level > mostLevels)
             return refuse(KZe_INVALIDARG, fmt::format("level {}; there are 1 to {}", level, mostLevels));
+        constexpr std::size_t mostPolygons = std::size_t{1} << 22;
+        if (chosen().size() > mostPolygons >> (2 * level))
+            return refuse(KZe_GEO_SIZE_LIMIT,
+                          fmt::format("level {} would make more than {} polygons", level, mostPolygons));
         const CMeshEdit edit(data());
         for (std::int32_t i = 0; i < level; ++i) kzSubdivide(data(), chosen(), smooth != 0);
         return KZe_OK;
@@ -114,6 +119,13 @@ public:
 
 private:
     CMeshData& data() const { return m_mesh->data; }
+    // What the polygons say of one of their corners, they say of another.
+    void moveValues(KzElementId from, KzElementId to) const {
+        for (MeshMapData& map : data().maps)
+            for (const MeshPolygon& polygon : data().polygons)
+                if (auto value = map.values.extract({from, polygon.id}))
+                    map.values.try_emplace({to, polygon.id}, std::move(value.mapped()));
+    }
     std::vector<KzElementId> chosen() const {
         std::vector<KzElementId> ids;
         for (const MeshPolygon& polygon : data().polygons)
@@ -248,6 +260,7 @@ KzResult CPolygonEdit::polygonedit_Collapse(KzElementId edge, double fraction, K
     const MeshEdge gone = edgeAt(edge);
     const KzVector3 from = data().points.at(gone.start).position, to = data().points.at(gone.end).position;
     data().points.at(gone.start).position = from + (to - from) * fractionOf(fraction);
+    moveValues(gone.end, gone.start);
     std::unordered_set<KzElementId> flat;
     for (MeshPolygon& polygon : data().polygons) {
         auto& corners = polygon.points;
@@ -313,10 +326,11 @@ KzResult CPolygonEdit::polygonedit_Unweld(std::uint32_t* added) {
             KzElementId own = data().points.add(std::move(copy)).id;
             data().noteCopy(own, corner);
             ++*added;
-            for (MeshMapData& map : data().maps)
-                for (KzElementId polygon : {id, static_cast<KzElementId>(nullptr)})
-                    if (const auto value = map.values.find({corner, polygon}); value != map.values.end())
-                        map.values.try_emplace({own, polygon}, std::vector<float>(value->second));
+            for (MeshMapData& map : data().maps) {
+                if (auto value = map.values.extract({corner, id})) map.values[{own, id}] = std::move(value.mapped());
+                if (const auto value = map.values.find({corner, nullptr}); value != map.values.end())
+                    map.values.try_emplace({own, nullptr}, std::vector<float>(value->second));
+            }
             corner = own;
         }
     data().changed(KZmMESHEDIT_TOPOLOGY);

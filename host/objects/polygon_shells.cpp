@@ -156,6 +156,7 @@ public:
         const std::vector<MeshEdge> edges = m_edges;
         for (const MeshEdge& edge : edges) addStrip(edge);
         for (auto& [id, outline] : outlines) m_data.polygons.at(id).points = std::move(outline);
+        for (const auto& [place, corner] : m_corners) moveValues(place.first, place.second, corner);
         m_data.changed(KZmMESHEDIT_GEOMETRY);
         closeCorners();
         kzDropBare(m_data, {m_ends.begin(), m_ends.end()});
@@ -165,6 +166,15 @@ private:
     static Ends ordered(KzElementId a, KzElementId b) { return std::less<>()(b, a) ? Ends(b, a) : Ends(a, b); }
     bool isBevelled(KzElementId a, KzElementId b) const { return m_isBevelled.contains(ordered(a, b)); }
     KzVector3 at(KzElementId point) { return m_data.points.at(point).position; }
+    // The new corner of a polygon has what the polygon said of the former one, and else what the former point had.
+    void moveValues(KzElementId polygon, KzElementId former, KzElementId corner) {
+        for (MeshMapData& map : m_data.maps) {
+            if (const auto whole = map.values.find({former, nullptr}); whole != map.values.end())
+                map.values.try_emplace({corner, nullptr}, std::vector<float>(whole->second));
+            if (auto own = map.values.extract({former, polygon}))
+                map.values[{corner, polygon}] = std::move(own.mapped());
+        }
+    }
     // How far the sides of the strip are from the edge, for the strip to have the width.
     double distanceFor(KzElementId a, KzElementId b) {
         const MeshEdge& edge = *m_data.edgeBetween(a, b);

@@ -215,6 +215,10 @@ public:
         return cut({planeOf(*position, normal)});
     }
     KzResult polygonslice_Grid(const KzVector3* start, const KzVector3* step, std::uint32_t count) override {
+        constexpr std::uint32_t mostSteps = 10000;
+        if (count > mostSteps)
+            return kzBecause(KZe_INVALIDARG, place,
+                             [&] { return fmt::format("{} steps; there are at most {}", count, mostSteps); });
         std::vector<CutPlane> planes;
         for (std::uint32_t i = 0; i <= count; ++i) planes.push_back(planeOf(*start + *step * i, *step));
         return cut(planes);
@@ -298,11 +302,14 @@ KzResult CPolygonSlice::polygonslice_Curve(IKzUnknown* curves, const KzVector3* 
         const auto& [from, to] = lines[at];
         const double length = kzDot(to - from, across);
         double least = 2, most = -1;
-        for (const PieceCorner& corner : front.front().corners) {
-            if (std::abs(planes[at].distance(corner.position)) > tolerance) continue;
-            const double along = kzDot(corner.position - from, across) / length;
-            least = std::min(least, along), most = std::max(most, along);
-        }
+        // An outline that crosses itself may have all its pieces on one side.
+        for (const auto* side : {&front, &back})
+            for (const Piece& piece : *side)
+                for (const PieceCorner& corner : piece.corners) {
+                    if (std::abs(planes[at].distance(corner.position)) > tolerance) continue;
+                    const double along = kzDot(corner.position - from, across) / length;
+                    least = std::min(least, along), most = std::max(most, along);
+                }
         return least < 1 && most > 0;
     });
 }

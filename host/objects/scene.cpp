@@ -7,8 +7,11 @@
 #include "host/state/text.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
+#include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,25 +62,33 @@ CHostRef<CScene> kzOpenScene(CWorkspace& workspace, std::string name) {
 
 CHostRef<CScene> kzObjectOf(CDocument& document) { return static_cast<SceneObject&>(*document.object).scene.self(); }
 
-// Without memory to tell anybody of its end, the document stays with the workspace.
+// Without memory, its meshes tell nobody of its end, and the document stays, as the selection may still know it.
 CScene::~CScene() {
     try {
         close();
     } catch (const std::bad_alloc&) {
-        return;
+        alignas(std::shared_ptr<CDocument>) std::byte kept[sizeof(std::shared_ptr<CDocument>)];
+        ::new (kept) std::shared_ptr<CDocument>(m_document);  // never destroyed
+        try {
+            m_document->workspace().close(*m_document);
+        } catch (const std::bad_alloc&) {
+            return;
+        }
     }
 }
 
-// Meshes go without the lock, as they tell their listeners.
+// Listeners hear of the end without the lock, and so do those of its meshes.
 void CScene::close() {
-    if (const auto& keeper = m_document->workspace().itemKeeper()) keeper->closing(*m_document);
+    CWorkspace& workspace = m_document->workspace();
+    if (const auto& keeper = workspace.itemKeeper()) keeper->closing(*m_document);
     std::vector<std::shared_ptr<ItemAttachment>> meshes;
-    const CReading reading(m_document->workspace());
-    m_document->each(KZiITYPE_ANY, [&](const Item& item) {
-        if (item.geometry != nullptr) meshes.push_back(item.geometry);
-    });
-    m_document->object.reset();
-    m_document->workspace().close(*m_document);
+    {
+        const CReading reading(workspace);
+        m_document->each(KZiITYPE_ANY, [&](const Item& item) {
+            if (item.geometry != nullptr) meshes.push_back(item.geometry);
+        });
+    }
+    workspace.close(*m_document);
 }
 
 CDocument& CScene::open() const {

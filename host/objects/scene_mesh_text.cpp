@@ -27,6 +27,15 @@ const MeshMapType& mapTypeNamed(CSceneWords& in) {
     in.fail("there is no type of maps \"" + std::string(name) + "\"");
 }
 
+// An edit may leave the value of a corner that the polygon does not have any more.
+bool hasCorner(const CMeshData& mesh, const MeshMapData::Place& place) {
+    if (place.second == nullptr) return true;
+    const auto index = mesh.polygons.indexOf(place.second);
+    if (index < 0) return false;
+    const auto& corners = (mesh.polygons.begin() + index)->points;
+    return std::ranges::find(corners, place.first) != corners.end();
+}
+
 void writeMap(const CMeshData& mesh, const MeshMapData& map, CSceneLines& out) {
     const MeshMapType* type = kzFindMapType(map.type);
     out.line("map")
@@ -37,10 +46,11 @@ void writeMap(const CMeshData& mesh, const MeshMapData& map, CSceneLines& out) {
     using Place = std::pair<std::int32_t, std::int32_t>;  // the values of points come first
     std::vector<std::pair<Place, const std::vector<float>*>> values;
     values.reserve(map.values.size());
-    for (const auto& [place, value] : map.values)
-        values.emplace_back(
-            Place(place.second != nullptr ? mesh.polygons.indexOf(place.second) : -1, mesh.points.indexOf(place.first)),
-            &value);
+    for (const auto& [place, value] : map.values) {
+        if (!hasCorner(mesh, place)) continue;
+        const std::int32_t polygon = place.second != nullptr ? mesh.polygons.indexOf(place.second) : -1;
+        values.emplace_back(Place(polygon, mesh.points.indexOf(place.first)), &value);
+    }
     std::sort(values.begin(), values.end());
     for (const auto& [place, value] : values) {
         if (place.first < 0) out.line("at").integer(place.second);

@@ -10,7 +10,7 @@
 
 #include "kz/selection.h"
 
-#include <mutex>
+#include <charconv>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -37,9 +37,11 @@ std::string typeOf(IKzUnknown* source) {
 std::string withoutEscapes(std::string_view text) {
     std::string plain;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool isEscape = text[i] == '%' && i + 2 < text.size();
-        plain += isEscape ? static_cast<char>(std::strtol(std::string(text.substr(i + 1, 2)).c_str(), nullptr, 16))
-                          : text[i];
+        unsigned code = 0;
+        const char* digits = text.data() + i + 1;
+        const bool isEscape = text[i] == '%' && i + 2 < text.size() &&
+                              std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2 && code != 0;
+        plain += isEscape ? static_cast<char>(code) : text[i];
         if (isEscape) i += 2;
     }
     return plain;
@@ -108,14 +110,14 @@ public:
     KzResult dropservice_Finish(IKzUnknown* destination, std::int32_t action) override {
         enter("Drop.Finish");
         if (destination == nullptr) return KZe_INVALIDARG;
-        const auto drag = end();
+        const auto drag = m_drops->end();
         if (drag == nullptr) return notReady();
         m_drops->drop(*drag, destination, action);
         return KZe_OK;
     }
     KzResult dropservice_Cancel() override {
         enter("Drop.Cancel");
-        return end() != nullptr ? KZe_OK : notReady();
+        return m_drops->end() != nullptr ? KZe_OK : notReady();
     }
     bool dropservice_IsActive() override {
         enter("Drop.IsActive");
@@ -149,30 +151,18 @@ public:
     }
 
 private:
-    CDrops::DragRef active() const {
-        const std::lock_guard lock(m_lock);
-        return m_drag;
-    }
-    CDrops::DragRef end() {
-        const std::lock_guard lock(m_lock);
-        return std::exchange(m_drag, nullptr);
-    }
-    // Servers are asked without the lock, so a drag that begins meanwhile comes first.
+    CDrops::DragRef active() const { return m_drops->active(); }
+    // A drag that begins while servers are asked comes first.
     KzResult begin(const std::string& type, IKzUnknown* source, std::uint32_t flags) {
         auto drag = active() == nullptr ? m_drops->begin(type, source, flags) : nullptr;
-        const std::lock_guard lock(m_lock);
-        if (m_drag != nullptr || drag == nullptr)
-            return kzBecause(KZe_NOTAVAILABLE, "Drop.Begin", [] { return "something else is being dragged"; });
-        m_drag = std::move(drag);
-        return KZe_OK;
+        if (drag != nullptr && m_drops->activate(std::move(drag))) return KZe_OK;
+        return kzBecause(KZe_NOTAVAILABLE, "Drop.Begin", [] { return "something else is being dragged"; });
     }
     static KzResult notReady() {
         return kzBecause(KZe_NOTREADY, "Drop", [] { return "nothing is being dragged"; });
     }
 
     std::shared_ptr<CDrops> m_drops;
-    mutable std::mutex m_lock;
-    CDrops::DragRef m_drag;
 };
 
 }  // namespace

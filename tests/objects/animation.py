@@ -139,6 +139,38 @@ def check_evaluations_are_nested():
     stack.PushItem(other, 1.0)
     stack.Clear()
     equal(stack.Depth(), 0)
+    SCENES.Close(scene)
+    fails('NOTAVAILABLE', (later.ReadDouble, x))
+
+
+class Count(kzifc.EvalModifier):
+    def eval_Alloc(self, item, index, evaluation):
+        return Counting(item, evaluation)
+
+
+class Counting(kzifc.Modifier):
+    """One more than it has computed for a second before."""
+    def __init__(self, item, evaluation):
+        self.evaluation = kz.object.Evaluation(evaluation)
+        self.y = self.evaluation.AddChannelName(kz.object.Item(item), 'pos.Y', fECHAN_READ | fECHAN_WRITE)
+        self.evaluation.AddFullTime()
+
+    def mod_Free(self):
+        self.evaluation = None
+
+    def mod_Evaluate(self):
+        stack, count = kz.object.EvaluationStack(SCENES.CreateWalker('EvaluationStack')), 0.0
+        if self.evaluation.Time() > 0.5:
+            stack.Push(self.evaluation.Time() - 1.0)
+            count = stack.Current().ReadDouble(self.y)
+            stack.Pop()
+        self.evaluation.WriteDouble(self.y, count + 1.0)
+
+
+def check_a_modifier_runs_inside_itself():
+    kz.bless(Count, 'animation.count', {s_EVALTAG_TYPE: 'camera'})
+    scene, item = new('camera')
+    equal(at(scene, item, 'pos.Y', 3.0), 4.0)
 
 
 def check_clips_are_mixed_in_and_moved():

@@ -162,7 +162,11 @@ def check_ports_take_one_kind_of_listeners():
         equal((LISTENER.ListenerCount('animlistener') > 0, LISTENER.ListenerCount('sceneevallistener')), (True, before))
         equal(told.hears(write.DoubleKey, item, item.ChannelLookup('pos.X'), 1.0, 0.5, 1)[0][0], 'KeyAdd')
         fails('INVALIDARG', (port.AddListener, k.Unknown(ear_of(kzifc.LogListener))))
-    fails('NOTFOUND', (port.RemoveListener, k.Unknown(ear)), (LISTENER.PortByName, 'nothing'),
+    unknown = k.Unknown(ear)
+    for attached in (port, LISTENER.PortByName('scene.values')):
+        attached.AddListener(unknown)
+    LISTENER.RemoveListener(unknown)  # from both
+    fails('NOTFOUND', (port.RemoveListener, unknown), (LISTENER.PortByName, 'nothing'),
           (LISTENER.FirePort, 'nothing', scene))
     fails('NOTAVAILABLE', (LISTENER.FirePort, 'session', scene), (LISTENER.FirePort, 'scene.values', item))
     equal(LISTENER.PortByName(u_SCENEPORT_ANIMATION) is not None, True)

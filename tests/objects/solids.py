@@ -1,6 +1,8 @@
 """What edits, cuts and joins meshes. Volumes, areas and the number of holes say whether a result is right."""
 import itertools
 import math
+import os
+import tempfile
 
 import kz
 import kzifc
@@ -9,6 +11,7 @@ from kz import symbol
 
 MESHES = kz.service.Mesh()
 UNIT = ((0, 0, 0), (1, 1, 1))
+FOLDER = tempfile.mkdtemp()
 FACES = ((0, 1, 3, 2), (4, 6, 7, 5), (0, 4, 5, 1), (2, 3, 7, 6), (0, 2, 6, 4), (1, 5, 7, 3))
 MARK = symbol.fMARK_USER1
 
@@ -315,6 +318,46 @@ def check_meshes_of_surfaces_and_evaluations():
     MESHES.Editor(MESHES.EditItem(item, None)).Subdivide(1, 0)
     kz.service.Undo().Undo(1)
     equal(MESHES.EditItem(item, None).PolygonCount(), 8)
+
+
+def check_what_a_cut_does_not_reach_stays():
+    mesh = MESHES.Create()
+    for outline in (((0, 0), (1, 0), (1, 1), (0, 1)), ((1, 0), (2, 0), (2, .5), (1, .5)), ((1, .5), (2, .5), (2, 1), (1, 1))):
+        mesh.AddPolygon(symbol.i_POLYTYPE_FACE, 4, storage('p', *[mesh.AddPoint(place + (0,)) for place in outline]))
+    knife = MESHES.Slice(mesh)
+    knife.Plane((100, 0, 0), (1, 0, 0))
+    equal(mesh.PolygonByIndex(0).VertexCount(), 4)  # it touches the others, and has no points of theirs
+    fails('INVALIDARG', (knife.Grid, (0, 0, 0), (.1, 0, 0), 4294967295))
+    fails('GEO_SIZE_LIMIT', (MESHES.Editor(ball()).Subdivide, 8, 0))
+    crossed, curve = MESHES.Create(), MESHES.Create()
+    places = ((2, -1), (4, 1), (-4, -1), (12, 1), (0, 1))
+    crossed.AddPolygon(symbol.i_POLYTYPE_FACE, 5, storage('p', *[crossed.AddPoint(place + (0,)) for place in places]))
+    ends = [curve.AddPoint((x, 0, 0)) for x in (-10, 20)]
+    curve.AddPolygon(symbol.i_POLYTYPE_POLYLINE, 2, storage('p', *ends))
+    MESHES.Slice(crossed).Curve(curve, (0, 0, -1))
+    mesh.AddPoint((float('nan'), 0, 0))
+    fails('INVALIDARG', (knife.Plane, (.5, 0, 0), (1, 0, 0)))
+
+
+def check_maps_go_with_their_corners():
+    scenes = kz.service.Scene()
+    for edit in (lambda mesh, editor: editor.Unweld(),
+                 lambda mesh, editor: editor.Collapse(mesh.EdgeByIndex(0).Id(), .5)):
+        scene = scenes.Create('maps')
+        item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))
+        mesh = MESHES.EditItem(item, None)
+        mesh.Copy(box())
+        maps, polygon = mesh.Maps(), mesh.Polygons()
+        maps.Add(symbol.i_MAPTYPE_TEXTURE, 'uv')
+        for index in range(6):
+            polygon.MoveToIndex(index)
+            for corner in range(4):
+                polygon.SetMapValue(corner, maps.Id(), storage('f', index, corner))
+        edit(mesh, MESHES.Editor(mesh))
+        path = os.path.join(FOLDER, 'maps.kzscene')
+        scenes.Save(scene, path, None)
+        scenes.Close(scene)
+        scenes.Close(scenes.Load(path, None))
 
 
 class Placed(kzifc.MeshOperation):
