@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <functional>
 #include <map>
 #include <memory>
 #include <shared_mutex>

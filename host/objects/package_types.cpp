@@ -22,8 +22,9 @@ namespace {
 
 // Says why there is no type for the package.
 template <class Reason> void refuse(KzResult code, const KzServer& server, const Reason& reason) {
-    kzBecause(code, "Package",
-              [&] { return fmt::format("the package \"{}\" adds no item type: {}", server.name, std::string(reason())); });
+    kzBecause(code, "Package", [&] {
+        return fmt::format("the package \"{}\" adds no item type: {}", server.name, std::string(reason()));
+    });
 }
 
 // The same package may have been there before: for an earlier host, or in a module that was loaded again.

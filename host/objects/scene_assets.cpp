@@ -192,8 +192,9 @@ KzResult CSceneAssets::sceneassets_Gather(const char* folder, std::int32_t copy)
     for (const auto& [path, place] : places) {
         if (fs::equivalent(path, place, error)) continue;
         if (!fs::copy_file(path, place, error))
-            return kzBecause(KZe_NOACCESS, "SceneAssets.Gather",
-                             [&error, &path = path] { return fmt::format("\"{}\" cannot be copied: {}", path, error.message()); });
+            return kzBecause(KZe_NOACCESS, "SceneAssets.Gather", [&error, &path = path] {
+                return fmt::format("\"{}\" cannot be copied: {}", path, error.message());
+            });
     }
     for (const Asset& asset : assets)
         if (asset.isServed) setServed(servedItem(asset.item), asset.name, places.at(asset.path).string());

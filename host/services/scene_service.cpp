@@ -92,7 +92,8 @@ public:
         *type = row != nullptr ? row->number : KZiITYPE_UNKNOWN;
         if (row != nullptr) return KZe_OK;
         return kzBecause(KZe_NOTFOUND, "Scene.ItemTypeLookup", [&] {
-            return kzThereIsNo("item type", kzTextOf(name), kzItemTypes(), [](const ItemType& each) { return each.name; });
+            return kzThereIsNo("item type", kzTextOf(name), kzItemTypes(),
+                               [](const ItemType& each) { return each.name; });
         });
     }
     KzResult sceneservice_ItemTypeName(std::int32_t type, const char** name) override {

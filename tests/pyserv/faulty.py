@@ -152,7 +152,7 @@ class Writer(Saver):
     def sav_Save(self, source, path, monitor):
         from kz.symbol import iIMG_FORMAT_RGB25, iIMG_FORMAT_RGB24
         #: kz.symbol has no iIMG_FORMAT_RGB25; did you mean iIMG_FORMAT_RGB24?
-        image, other = kz.object.Image(source), self.images
+        image, other, _ = kz.object.Image(source), self.images, (iIMG_FORMAT_RGB25, iIMG_FORMAT_RGB24)
         picture = kz.object.Image(source)
         picture.GetLien(0, kz.result.NOTFUOND)  #: kz.object.Image has no GetLien; did you mean GetLine?
         #: kz.result has no NOTFUOND; did you mean NOTFOUND?

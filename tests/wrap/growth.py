@@ -68,7 +68,7 @@ def run_out_of_memory():
     signatures = set()
 
     def work(method, _):
-        kinds = [kind.partition(':')[0] for kind, _ in method.inputs + method.outputs]
+        kinds = [each[0].partition(':')[0] for each in method.inputs + method.outputs]
         signature = method.returns, len(method.inputs), tuple(kinds), bool(method.lengths)
         if signature in signatures or len(signatures) == scarce.most:
             return

@@ -113,7 +113,7 @@ def late(latencies):
 def fill():
     """Makes the log and the history of commands as long as they get: they keep so many entries and no more."""
     kz.service.Log().SetMaxEntries(200)
-    for _ in xrange(1200):
+    for _ in range(1200):
         run_commands()
     run_jobs()
 
