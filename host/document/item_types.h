@@ -8,6 +8,7 @@
 #include "kz/transform.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
