@@ -98,7 +98,7 @@ TEST_F(ValidateTest, WrongCommandLinesAreRefusedAndABrokenFileIsAFinding) {
                       "sys.exit(validate.main(['" +
                           write("slow.py", "import kz, kzifc\nclass A(kzifc.Visitor): pass\nkz.bless(A, 'slow')\n") +
                           "', '--level=1']))"}),
-           0, "1 server, level 1, seed 1: nothing found\n", {"kzhost: slow: level 1, after 0 s\n"});
+           0, "1 server, level 1, seed 1: nothing found\n", {"kzhost: slow: level 1, after "});
     const Ended broken = run({"validate", write("broken.py", "import kz\n1/0\n")});
     EXPECT_EQ(broken.status, 1);
     EXPECT_NE(broken.out.find("broken.py:2: error: level 1: import of "), std::string::npos) << broken.out;
