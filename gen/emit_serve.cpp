@@ -116,7 +116,7 @@ std::string adapterSource(const Header& header) {
 }
 
 // Where the relay does not know the letters of a kind, the build stops here with the kind's name.
-void emitKindChecks(Text out) {
+void emitAdapterChecks(Text out) {
     for (const KindInfo& kind : allKinds()) {
         for (const auto& [check, letters] : {std::pair("Input", kind.from), std::pair("Output", kind.to)}) {
             if (!letters.empty() && letters != "K") {
@@ -129,7 +129,7 @@ void emitKindChecks(Text out) {
     fmt::format_to(out, "\n");
 }
 
-std::string listText(const Model& model) {
+std::string adapterList(const Model& model) {
     std::vector<std::string> names;
     for (const Header& header : model.headers) {
         for (const Interface& each : header.interfaces)
@@ -139,7 +139,7 @@ std::string listText(const Model& model) {
     std::string text = openingLines("//", "All adapters, ordered by name.", model);
     const Text out = std::back_inserter(text);
     fmt::format_to(out, "#include \"serve/adapters.h\"\n\n");
-    emitKindChecks(out);
+    emitAdapterChecks(out);
     for (const std::string& name : names) fmt::format_to(out, "extern const KzAdapterRow kzAdapter_{};\n", name);
     fmt::format_to(out, "\nnamespace {{\n\nconst KzAdapterRow* const rows[] = {{\n");
     for (const std::string& name : names) fmt::format_to(out, "    &kzAdapter_{},\n", name);
@@ -212,7 +212,7 @@ void emitLoopback(const Model& model, Output& output) {
 
 void emitServe(const Model& model, Output& output) {
     for (const Header& header : model.headers) output.write(header.name + ".cpp", adapterSource(header));
-    output.write("adapters.cpp", listText(model));
+    output.write("adapters.cpp", adapterList(model));
     output.write("carriers.cpp", carriersText(model));
 }
 

@@ -173,7 +173,7 @@ std::string headerText(const Model& model, const Header& header) {
 }
 
 // Where a kind and its classes differ, the build stops here with the kind's name, before any thunk that uses it.
-void emitKindChecks(Text out) {
+void emitKindAsserts(Text out) {
     for (const KindInfo& kind : allKinds()) {
         const std::string_view rest = kind.has(array) ? ", 0>" : "";
         const std::string_view length = kind.kind == Kind::Text ? ", uint32_t" : "";
@@ -208,14 +208,14 @@ void emitFamilies(const Model& model, Text out) {
     fmt::format_to(out, "}};\n");
 }
 
-std::string listText(const Model& model) {
+std::string headerList(const Model& model) {
     std::string text = openingLines("//", "The headers in the order of registration.", model);
     const Text out = std::back_inserter(text);
     fmt::format_to(out, "#include \"wrap/marshal_kinds.h\"\n#include \"wrap/registration.h\"\n\n");
     for (const Header& header : model.headers)
         fmt::format_to(out, "extern const KzHeaderRows kzHeader_{};\n", header.name);
     fmt::format_to(out, "\nnamespace {{\n\nusing namespace kz_marshal;\n\n");
-    emitKindChecks(out);
+    emitKindAsserts(out);
     fmt::format_to(out, "\nconstexpr const KzHeaderRows* all[] = {{\n");
     for (const Header& header : model.headers) fmt::format_to(out, "    &kzHeader_{},\n", header.name);
     fmt::format_to(out, "}};\n\n");
@@ -229,7 +229,7 @@ std::string listText(const Model& model) {
 
 void emitWrap(const Model& model, Output& output) {
     for (const Header& header : model.headers) output.write(header.name + ".cpp", headerText(model, header));
-    output.write("headers.cpp", listText(model));
+    output.write("headers.cpp", headerList(model));
 }
 
 }  // namespace kzgen

@@ -25,7 +25,7 @@ namespace kzhost {
 namespace {
 
 // Standard error already has the reason, from the log.
-int failed(const std::string& path, KzResult code) {
+int fileFailed(const std::string& path, KzResult code) {
     CProgram::say(fmt::format("{}: {}", path, kzCodeName(code)));
     return exitFailed;
 }
@@ -76,7 +76,7 @@ bool kzOpenSceneFile(CProgram& program, const std::string& path) {
         program.host().sceneFiles().load(program.host().files().place(path.c_str()), nullptr);
         return true;
     } catch (KzResult code) {
-        failed(path, code);
+        fileFailed(path, code);
         return false;
     }
 }
@@ -101,14 +101,14 @@ int CSceneVerbs::run(CProgram& program) const {
     try {
         scene = program.host().sceneFiles().load(program.host().files().place(m_from.c_str()), nullptr);
     } catch (KzResult code) {
-        return failed(m_from, code);
+        return fileFailed(m_from, code);
     }
     if (m_convert->parsed()) try {
             const std::string target = program.host().files().place(m_to.c_str());
             const KzResult code = program.host().sceneFiles().save(*scene, target, m_format);
-            if (kzFailed(code)) return failed(m_to, code);
+            if (kzFailed(code)) return fileFailed(m_to, code);
         } catch (KzResult code) {
-            return failed(m_to, code);
+            return fileFailed(m_to, code);
         }
     show(m_convert->parsed() ? m_to : m_from, SceneFacts(scene->document()));
     return exitOk;

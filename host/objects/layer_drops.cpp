@@ -23,16 +23,12 @@ namespace kzhost {
 
 namespace {
 
-void demand(KzResult code) {
-    if (kzRefuses(code)) throw code;
-}
-
 // Asks the place whether it takes the preset. Throws what it says.
 void test(const CKzUser_ShaderPreDest& place, const std::string& path, std::int32_t action) {
     const auto message = CHostRef<CMessage>::make();
     const KzResult code = place.TestPreset(path.c_str(), message.raw());
     if (kzRefuses(code)) throw kzBecause(code, "Drop", [&] { return "the layers do not take " + path; });
-    demand(place.SetAction(action));
+    kzDemandGiven(place.SetAction(action));
 }
 
 CHostRef<CItem> groupOf(const CKzUser_ShaderPreDest& place) {
@@ -42,7 +38,7 @@ CHostRef<CItem> groupOf(const CKzUser_ShaderPreDest& place) {
 }
 
 void remove(CScene& scene, const CHostRef<CItem>& item) {
-    if (item->item_IsValid()) demand(scene.scene_ItemRemove(item.raw()));
+    if (item->item_IsValid()) kzDemandGiven(scene.scene_ItemRemove(item.raw()));
 }
 
 std::vector<CHostRef<CItem>> childrenOf(const CItem& item) {
@@ -65,7 +61,7 @@ void loadLayers(const CSceneFiles& files, const CKzUser_ShaderPreDest& place, co
     test(place, path, action);
     auto parent = groupOf(place);
     CKzLoc_Unknown owner, named;
-    demand(parent->item_Scene(owner.out()));
+    kzDemandGiven(parent->item_Scene(owner.out()));
     const auto scene = kzOwn<CScene>(owner.raw());
     const char* text = nullptr;
     const std::string effect = kzSucceeded(place.Effect(&text)) ? kzString(text) : std::string();
@@ -87,7 +83,7 @@ void loadLayers(const CSceneFiles& files, const CKzUser_ShaderPreDest& place, co
         if (const KzResult code = layer->item_SetParent(parent.raw(), index); kzFailed(code)) throw code;
         if (index >= 0) ++index;
     }
-    demand(place.Applied(layers.front().raw()));
+    kzDemandGiven(place.Applied(layers.front().raw()));
 }
 
 // The mesh items at and below these, with their places in the world.
@@ -111,11 +107,11 @@ void showInstances(CScene& scene, const std::vector<CHostRef<CItem>>& meshes, co
     const auto all = CHostRef<CItemCollection>::make(layer->workspace().shared_from_this());
     for (const auto& mesh : meshes) all->itemcollection_Add(mesh.raw());
     CKzLoc_Unknown copies, copy;
-    demand(all->itemcollection_Duplicate(scene.rawSelf(), KZfITEMCOPY_INSTANCE, copies.out()));
+    kzDemandGiven(all->itemcollection_Duplicate(scene.rawSelf(), KZfITEMCOPY_INSTANCE, copies.out()));
     const CKzUser_ItemCollection instances(copies.raw());
     for (std::uint32_t i = 0; i < instances.Count(); ++i)
         if (kzSucceeded(instances.ByIndex(i, copy.out())))
-            demand(kzOwn<CItem>(copy.raw())->item_SetParent(layer.raw(), -1));
+            kzDemandGiven(kzOwn<CItem>(copy.raw())->item_SetParent(layer.raw(), -1));
 }
 
 void loadMeshes(const CSceneFiles& files, CScene& scene, const CKzUser_MeshLayerPreDest& place,
@@ -132,15 +128,15 @@ void loadMeshes(const CSceneFiles& files, CScene& scene, const CKzUser_MeshLayer
     if (mode == KZiMESHLAYERPRE_INSTANCE) return showInstances(scene, meshes, layer);
     if (mode == KZiMESHLAYERPRE_NEWLAYER) {
         CKzLoc_Unknown added;
-        demand(scene.scene_ItemAdd(kzFindItemType(KZsITYPE_MESH)->number, added.out()));
+        kzDemandGiven(scene.scene_ItemAdd(kzFindItemType(KZsITYPE_MESH)->number, added.out()));
         layer = kzOwn<CItem>(added.raw());
-        demand(layer->item_SetName(std::filesystem::path(path).stem().string().c_str()));
+        kzDemandGiven(layer->item_SetName(std::filesystem::path(path).stem().string().c_str()));
     }
     const auto target = layer->mesh();
-    if (mode == KZiMESHLAYERPRE_REPLACE) demand(target->mesh_Clear());
+    if (mode == KZiMESHLAYERPRE_REPLACE) kzDemandGiven(target->mesh_Clear());
     for (const auto& mesh : meshes) {
         const KzMatrix4 matrix = kzWorldMatrix(*mesh, 0) * movedBy(position);
-        demand(target->mesh_MergeWithTransform(mesh->mesh().raw(), &matrix, kzMergeEverything));
+        kzDemandGiven(target->mesh_MergeWithTransform(mesh->mesh().raw(), &matrix, kzMergeEverything));
     }
     for (const auto& root : roots) remove(scene, root);
 }
@@ -187,7 +183,7 @@ void kzApplyToLayers(const CPresets& presets, const std::string& path, IKzUnknow
     test(place, path, KZiSHADERPRE_COPY);
     const auto group = groupOf(place);
     presets.apply(path, group.raw());
-    demand(place.Applied(group.raw()));
+    kzDemandGiven(place.Applied(group.raw()));
 }
 
 }  // namespace kzhost

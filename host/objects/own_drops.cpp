@@ -2,6 +2,7 @@
 #include "host/objects/drops.h"
 
 #include "host/core/reasons.h"
+#include "host/core/refusal.h"
 #include "host/core/values.h"
 #include "host/document/transform_values.h"
 #include "host/objects/layer_drops.h"
@@ -26,10 +27,6 @@
 namespace kzhost {
 
 namespace {
-
-void demand(KzResult code) {
-    if (kzFailed(code)) throw code;
-}
 
 std::vector<CHostRef<CItem>> itemsOf(IKzUnknown* source) {
     std::vector<CHostRef<CItem>> items;
@@ -103,9 +100,9 @@ void putAt(const CHostRef<CItem>& item, const KzVector3& location) {
     if (!inverse) throw kzBecause(KZe_FAILED, "Drop", [] { return "the parent's place has no inverse"; });
     const KzVector3 position = kzPlace(location, *inverse);
     CKzLoc_Unknown scene, writer;
-    demand(item->item_Scene(scene.out()));
-    demand(CKzUser_Scene(scene.raw()).WriteChannels(nullptr, 0, writer.out()));
-    demand(CKzUser_ChannelWrite(writer.raw()).Vector(item.raw(), channel, &position));
+    kzDemand(item->item_Scene(scene.out()));
+    kzDemand(CKzUser_Scene(scene.raw()).WriteChannels(nullptr, 0, writer.out()));
+    kzDemand(CKzUser_ChannelWrite(writer.raw()).Vector(item.raw(), channel, &position));
 }
 
 // Whether the item leaves a place before that position, so that those behind it move up.
@@ -122,7 +119,7 @@ void put(const std::vector<CHostRef<CItem>>& items, const TreePlace& place) {
     for (const auto& item : items) {
         if (place.parent && place.parent.object() == item.object()) continue;
         if (position > 0 && isBefore(*item, place, position)) --position;
-        demand(item->item_SetParent(place.parent ? place.parent.raw() : nullptr, position));
+        kzDemand(item->item_SetParent(place.parent ? place.parent.raw() : nullptr, position));
         if (position >= 0) ++position;
         if (place.location) putAt(item, *place.location);
     }
@@ -133,8 +130,8 @@ void putCopies(IKzUnknown* source, const TreePlace& place, std::uint32_t flags) 
     CKzLoc_Unknown scene, copies;
     const auto originals = itemsOf(source);
     if (originals.empty()) return;
-    demand(place.parent ? place.parent->item_Scene(scene.out()) : originals.front()->item_Scene(scene.out()));
-    demand(items.Duplicate(scene.raw(), flags, copies.out()));
+    kzDemand(place.parent ? place.parent->item_Scene(scene.out()) : originals.front()->item_Scene(scene.out()));
+    kzDemand(items.Duplicate(scene.raw(), flags, copies.out()));
     auto all = itemsOf(copies.raw());
     all.resize(std::min(all.size(), originals.size()));  // those below the copies come after them
     put(all, place);
@@ -149,21 +146,21 @@ void addToGroup(IKzUnknown* groupItem, const std::vector<CHostRef<CItem>>& items
 
 void addOperations(const CKzUser_MeshOpDest& list, IKzUnknown* mesh, const std::vector<CHostRef<CItem>>& items) {
     CKzLoc_Unknown scene, graph;
-    demand(CKzUser_Item(mesh).Scene(scene.out()));
-    demand(CKzUser_Scene(scene.raw()).GraphLookup(KZsGRAPH_MESHOPS, graph.out()));
+    kzDemand(CKzUser_Item(mesh).Scene(scene.out()));
+    kzDemand(CKzUser_Scene(scene.raw()).GraphLookup(KZsGRAPH_MESHOPS, graph.out()));
     const CKzUser_ItemGraph operations(graph.raw());
     std::int32_t index = list.Index();
     if (index >= 0 && list.Where() == KZiDROPWHERE_BELOW) ++index;
     for (const auto& item : items) {
-        if (!operations.TestLink(mesh, item.raw())) demand(operations.AddLink(mesh, item.raw()));
-        if (index >= 0) demand(operations.SetLink(mesh, index++, item.raw(), 0));
+        if (!operations.TestLink(mesh, item.raw())) kzDemand(operations.AddLink(mesh, item.raw()));
+        if (index >= 0) kzDemand(operations.SetLink(mesh, index++, item.raw(), 0));
     }
 }
 
 void assignMaterial(const CKzUser_MeshDest& destination, IKzUnknown* meshItem, const CHostRef<CItem>& material) {
     const auto mesh = kzOwn<CItem>(meshItem)->mesh();
     const char* name = nullptr;
-    demand(material->item_UniqueName(&name));
+    kzDemand(material->item_UniqueName(&name));
     const std::string tag = kzString(name);
     KzElementId only = nullptr;
     const bool isOne = kzSucceeded(destination.Polygon(&only));
@@ -196,8 +193,8 @@ std::optional<ChannelPlace> channelPlaceOf(IKzUnknown* object) {
 
 CKzUser_ChannelWrite& writerOf(const CHostRef<CItem>& item, CKzUser_ChannelWrite& writer) {
     CKzLoc_Unknown scene, object;
-    demand(item->item_Scene(scene.out()));
-    demand(CKzUser_Scene(scene.raw()).WriteChannels(nullptr, 0, object.out()));
+    kzDemand(item->item_Scene(scene.out()));
+    kzDemand(CKzUser_Scene(scene.raw()).WriteChannels(nullptr, 0, object.out()));
     writer.set(object.raw());
     return writer;
 }
@@ -243,7 +240,7 @@ DropWays itemWays(IKzUnknown* source, IKzUnknown* destination) {
             ways.push_back(
                 {KZi_DROPACTION_APPLY, "Refer to Item", [=] {
                      CKzUser_ChannelWrite write;
-                     demand(
+                     kzDemand(
                          writerOf(place->item, write).ItemRef(place->item.raw(), place->channel, items.back().raw()));
                  }});
     return ways;
@@ -266,20 +263,20 @@ std::vector<ChannelPlace> channelsOf(IKzUnknown* source, const OpenScenes& scene
 
 void linkChannels(const ChannelPlace& from, const ChannelPlace& to) {
     CKzLoc_Unknown scene, graph;
-    demand(to.item->item_Scene(scene.out()));
-    demand(CKzUser_Scene(scene.raw()).GraphLookup(KZsGRAPH_CHANLINKS, graph.out()));
-    demand(CKzUser_ChannelGraph(graph.raw()).AddLink(from.item.raw(), from.channel, to.item.raw(), to.channel));
+    kzDemand(to.item->item_Scene(scene.out()));
+    kzDemand(CKzUser_Scene(scene.raw()).GraphLookup(KZsGRAPH_CHANLINKS, graph.out()));
+    kzDemand(CKzUser_ChannelGraph(graph.raw()).AddLink(from.item.raw(), from.channel, to.item.raw(), to.channel));
 }
 
 void copyChannel(const ChannelPlace& from, const ChannelPlace& to) {
     CKzLoc_Unknown scene, reader;
-    demand(from.item->item_Scene(scene.out()));
-    demand(CKzUser_Scene(scene.raw()).Channels(nullptr, 0, reader.out()));
+    kzDemand(from.item->item_Scene(scene.out()));
+    kzDemand(CKzUser_Scene(scene.raw()).Channels(nullptr, 0, reader.out()));
     const char* text = nullptr;
-    demand(CKzUser_ChannelRead(reader.raw()).String(from.item.raw(), from.channel, &text));
+    kzDemand(CKzUser_ChannelRead(reader.raw()).String(from.item.raw(), from.channel, &text));
     const std::string value = kzString(text);
     CKzUser_ChannelWrite write;
-    demand(writerOf(to.item, write).String(to.item.raw(), to.channel, value.c_str()));
+    kzDemand(writerOf(to.item, write).String(to.item.raw(), to.channel, value.c_str()));
 }
 
 DropWays channelWays(const OpenScenes& scenes, IKzUnknown* source, IKzUnknown* destination) {
@@ -361,7 +358,7 @@ DropWays colorWays(IKzUnknown* source, IKzUnknown* destination) {
     KzFVector3 rgb{};
     for (std::size_t i = 0; i < 3; ++i) rgb.v[i] = static_cast<float>((*color)[i]);
     if (const KzResult code = place->TestColor(&rgb); kzFailed(code) && code != KZe_NOTIMPL) return {};
-    const auto set = [=](std::uint32_t flags) { return [=] { demand(place->SetColor(&rgb, flags)); }; };
+    const auto set = [=](std::uint32_t flags) { return [=] { kzDemand(place->SetColor(&rgb, flags)); }; };
     DropWays ways{{KZi_DROPACTION_APPLY, "Set Color", set(KZfCOLORPREDEST_REPLACE)},
                   {KZi_DROPACTION_CUSTOM, "Set Key", set(KZfCOLORPREDEST_KEYFRAME)}};
     if (KzFVector3 now{}; kzSucceeded(place->Color(&now)))
@@ -378,12 +375,12 @@ DropWays textWays(IKzUnknown* source, IKzUnknown* destination) {
     if (type && kzSucceeded(type.Scene(object->out())))
         return {{KZi_DROPACTION_COPY, "Create Item", [=, number = type.Type()] {
                      CKzLoc_Unknown item;
-                     demand(CKzUser_Scene(object->raw()).ItemAdd(number, item.out()));
-                     demand(CKzUser_Item(item.raw()).SetName(name.c_str()));
+                     kzDemand(CKzUser_Scene(object->raw()).ItemAdd(number, item.out()));
+                     kzDemand(CKzUser_Item(item.raw()).SetName(name.c_str()));
                  }}};
     const CKzUser_SceneItemPreDest place(destination);
     if (place && kzSucceeded(place.Item(object->out())))
-        return {{KZi_DROPACTION_APPLY, "Rename", [=] { demand(CKzUser_Item(object->raw()).SetName(name.c_str())); }}};
+        return {{KZi_DROPACTION_APPLY, "Rename", [=] { kzDemand(CKzUser_Item(object->raw()).SetName(name.c_str())); }}};
     return {};
 }
 

@@ -31,10 +31,6 @@ KzResult refuse(KzResult code, const std::string& why) {
     return kzBecause(code, "Presets", [&] { return why; });
 }
 
-void demand(KzResult code) {
-    if (kzRefuses(code)) throw code;
-}
-
 // What a file holds: the type of the preset, more about it, and rows of numbers.
 struct PlaceFile {
     std::string form;  // "1D", "2D", "closed" or "color"
@@ -70,7 +66,7 @@ KzResult write(const std::string& path, const char* type, const PlaceFile& file)
 
 // The slopes are those of the lines between the keys.
 void applyKeys(const CKzUser_Profile1DPreDest& place, const Numbers& keys) {
-    demand(place.ClearKeys());
+    kzDemandGiven(place.ClearKeys());
     for (const auto& [position, value] : keys) {
         std::uint32_t index = 0;
         if (const KzResult code = place.AddKey(position, value, &index); kzFailed(code)) throw code;
@@ -81,19 +77,19 @@ void applyKeys(const CKzUser_Profile1DPreDest& place, const Numbers& keys) {
     };
     if ((place.Flags() & KZfPROFILE_SLOPES) != 0)
         for (std::size_t i = 0; i < keys.size(); ++i)
-            demand(place.SetKeySlopes(static_cast<std::uint32_t>(i), i > 0 ? slope(i - 1) : 0, slope(i)));
-    if (!keys.empty()) demand(place.SetRange(keys.front()[0], keys.back()[0]));
-    demand(place.Done());
+            kzDemandGiven(place.SetKeySlopes(static_cast<std::uint32_t>(i), i > 0 ? slope(i - 1) : 0, slope(i)));
+    if (!keys.empty()) kzDemandGiven(place.SetRange(keys.front()[0], keys.back()[0]));
+    kzDemandGiven(place.Done());
 }
 
 void applyPoints(const CKzUser_Profile2DPreDest& place, const PlaceFile& file) {
-    demand(place.ClearPoints());
+    kzDemandGiven(place.ClearPoints());
     for (const auto& [x, y] : file.rows) {
         std::uint32_t index = 0;
         if (const KzResult code = place.AddPoint(x, y, &index); kzFailed(code)) throw code;
     }
-    demand(place.SetClosed(file.form == "closed" ? 1 : 0));
-    demand(place.Done());
+    kzDemandGiven(place.SetClosed(file.form == "closed" ? 1 : 0));
+    kzDemandGiven(place.Done());
 }
 
 class CProfilePresets final : public CHosted<"profile presets", CProfilePresets, CKzIfc_PresetType> {
@@ -132,14 +128,14 @@ KzResult CProfilePresets::ptyp_Save(const char* path, IKzUnknown* source) {
         file.form = "1D";
         for (std::uint32_t i = 0, count = heights.KeyCount(); i < count; ++i) {
             double position = 0, height = 0;
-            demand(heights.KeyByIndex(i, &position, &height));
+            kzDemandGiven(heights.KeyByIndex(i, &position, &height));
             file.rows.push_back({position, height});
         }
     } else if (outline) {
         file.form = (outline.Flags() & KZfPROFILE_CLOSED) != 0 ? "closed" : "2D";
         for (std::uint32_t i = 0, count = outline.PointCount(); i < count; ++i) {
             KzVector2 point{};
-            demand(outline.PointByIndex(i, &point));
+            kzDemandGiven(outline.PointByIndex(i, &point));
             file.rows.push_back({point.v[0], point.v[1]});
         }
     } else return refuse(KZe_NOTSUPPORTED, "only a place for profiles has one to save");
