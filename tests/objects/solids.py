@@ -30,7 +30,7 @@ def box(low=UNIT[0], high=UNIT[1], turn=None, faces=FACES):
 
 def ball(middle=(0, 0, 0)):
     mesh = box([each - 1 for each in middle], [each + 1 for each in middle])
-    MESHES.Editor(mesh).Subdivide(3, 1)
+    MESHES.Editor(mesh).Subdivide(2, 1)
     mesh.Triangulate(0, symbol.iTRIANGULATE_FAN)  # flat polygons have exact volumes
     return mesh
 
