@@ -25,7 +25,9 @@ set(KZ_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address,undefi
 if(KZ_SANITIZE)
     add_compile_options(-fsanitize=${KZ_SANITIZE} -fno-omit-frame-pointer)
     # Instrumented code confuses g++'s flow analysis, which then reports values as uninitialised that are not.
-    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        add_compile_options(-Wno-maybe-uninitialized)
+    endif()
     add_link_options(-fsanitize=${KZ_SANITIZE})
 endif()
 if(KZ_SANITIZE MATCHES "undefined")
