@@ -291,13 +291,15 @@ std::string CCommandArguments::wordOf(std::uint32_t index, const std::string& an
     return word != nullptr ? word : answer;
 }
 
-// As text, a choice would be a number, which may also be the word of another choice.
+// As text, a choice would be a number, which may also be the word of another choice. Nothing else needs its type.
 std::string CCommandArguments::exactText(std::uint32_t index) const {
+    std::string text = kzAttributeText(m_attributes, index);
+    if (!kzParseInteger(text)) return text;
     std::int32_t number = 0;
     const KzTextValueHint* choice = choicesOf(index, typeOf(index));
     const bool isChoice = choice != nullptr && kzSucceeded(m_attributes->GetInt(index, &number));
     const char* word = isChoice ? kzWordOf(choice, number) : nullptr;
-    return word != nullptr ? word : kzAttributeText(m_attributes, index);
+    return word != nullptr ? word : text;
 }
 
 std::string CCommandArguments::shown(std::uint32_t index) const {

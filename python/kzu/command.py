@@ -190,7 +190,11 @@ class Command(kzifc.Command, kzifc.Attributes):
         return flags | _VALUE_SET if index in self._passed_values else flags
 
     def cmd_ArgEnable(self, index):
-        if self.argument_enabled(self._argument(index).name) is not None:
+        try:
+            name = self.arguments[index].name
+        except IndexError:
+            _refuse(kz.symbol.e_OUTOFBOUNDS)
+        if self.argument_enabled(name) is not None:
             _refuse(kz.symbol.e_DISABLED)
 
     def cmd_ArgUserName(self, index):
@@ -259,9 +263,12 @@ class Command(kzifc.Command, kzifc.Attributes):
         self._set(index, 'SetFlt', value)
 
     def attr_SetString(self, index, value):
-        argument = self._argument(index)
+        try:
+            argument = self.arguments[index]
+        except IndexError:
+            _refuse(kz.symbol.e_OUTOFBOUNDS)
         if argument.kind == _STRING:
-            self._values()[index] = value
+            self.__dict__.setdefault('_passed_values', {})[index] = value
         elif value in argument.choices:
             self._set(index, 'SetInt', argument.choices.index(value))
         else:
