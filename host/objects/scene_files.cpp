@@ -92,7 +92,7 @@ std::string wholeText(const std::string& path) {
 }  // namespace
 
 KzResult CSceneFiles::refuse(KzResult code, const std::string& path, const std::string& why) const {
-    m.log->write(KZsLOG_FILES, code, path + ": " + why);
+    m_parts.log->write(KZsLOG_FILES, code, path + ": " + why);
     return code;
 }
 
@@ -128,12 +128,12 @@ bool CSceneFiles::loadServed(CScene& scene, const std::string& path, bool isImpo
         CWorkspace& workspace;
         const std::size_t depth = workspace.blockDepth();
         ~Blocks() { workspace.endBlocksAbove(depth); }
-    } const blocks{*m.scenes->workspace};
-    return !kzLoadServed(*m.modules, path, KZsFILECLASS_SCENE, load, failed).empty();
+    } const blocks{*m_parts.scenes->workspace};
+    return !kzLoadServed(*m_parts.modules, path, KZsFILECLASS_SCENE, load, failed).empty();
 }
 
 void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
-    kzUpdateItemTypes(*m.scenes->workspace);
+    kzUpdateItemTypes(*m_parts.scenes->workspace);
     if (hasOwnExtension(path) || beginsAsOwn(path)) {
         readOwn(scene.document(), path, isImport);
     } else {
@@ -142,7 +142,7 @@ void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport
         load.finish(!isImport);
     }
     std::vector<std::string> notes;
-    kzFollowMovedFiles(scene.document(), isImport, {m.modules, m.files, m.redirects}, notes);
+    kzFollowMovedFiles(scene.document(), isImport, {m_parts.modules, m_parts.files, m_parts.redirects}, notes);
     note(path, notes);
     if (!isImport) scene.document().workspace().forget(scene.document());
 }
@@ -155,16 +155,16 @@ static ModelGoesOn goesOn(IKzUnknown* monitor) {
 }
 
 void CSceneFiles::note(const std::string& path, const std::vector<std::string>& notes) const {
-    for (const std::string& each : notes) m.log->write(KZsLOG_FILES, KZe_WARNING, path + ": " + each);
+    for (const std::string& each : notes) m_parts.log->write(KZsLOG_FILES, KZe_WARNING, path + ": " + each);
 }
 
 void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
-    const auto joins = m.values->find(kzJoinPoints);
+    const auto joins = m_parts.values->find(kzJoinPoints);
     const ModelImport import{fs::absolute(path).parent_path().string(),
                              !joins || kzNumberOf(joins->cell).value_or(1) != 0};
     std::vector<std::string> notes;
     try {
-        const ForeignModel model = kzReadModel(*m.files, path, goesOn(monitor));
+        const ForeignModel model = kzReadModel(*m_parts.files, path, goesOn(monitor));
         CDocument& document = scene.document();
         CEdit edit(document.workspace());
         kzAddModel(model, import, document, edit, notes);
@@ -183,7 +183,7 @@ void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImp
 CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
-    const CFileProgress progress(m.context, m.monitors, "Loading", monitor);
+    const CFileProgress progress(m_parts.context, m_parts.monitors, "Loading", monitor);
     std::string name = fs::path(path).stem().string();
     if (beginsAsOwn(path)) try {
             std::string head(4096, '\0');
@@ -193,24 +193,24 @@ CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor)
             name = kzSceneName(head);
         } catch (const SceneFileError&) {  // said when the file is read
         }
-    auto scene = kzOpenScene(*m.scenes->workspace, name);
+    auto scene = kzOpenScene(*m_parts.scenes->workspace, name);
     try {
         loadInto(*scene, path, false, progress.monitor());
     } catch (...) {
         scene->close();
         throw;
     }
-    m.scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
-    m.scenes->add(scene);
-    m.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    m_parts.scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
+    m_parts.scenes->add(scene);
+    m_parts.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
     return scene;
 }
 
 void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* monitor) const {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
-    const CFileProgress progress(m.context, m.monitors, "Importing", monitor);
-    CWorkspace& workspace = *m.scenes->workspace;
+    const CFileProgress progress(m_parts.context, m_parts.monitors, "Importing", monitor);
+    CWorkspace& workspace = *m_parts.scenes->workspace;
     workspace.beginBlock("Import " + fs::path(path).filename().string(), KZfUNDO_BLOCK_NOEMPTY);
     const std::size_t depth = workspace.blockDepth();
     try {
@@ -220,7 +220,7 @@ void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* mon
         throw;
     }
     workspace.endBlocksAbove(depth - 1);
-    m.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
+    m_parts.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
 }
 
 KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const std::string& path) const {
@@ -233,10 +233,11 @@ KzResult CSceneFiles::saveOwn(const std::string& text, CSafeSave& file, const st
 }
 
 KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
-    if (const CItemPackages* packages = kzItemPackages(*m.scenes->workspace)) packages->collectData(scene.document());
+    if (const CItemPackages* packages = kzItemPackages(*m_parts.scenes->workspace))
+        packages->collectData(scene.document());
     std::string text;
     {
-        const CReading reading(*m.scenes->workspace);
+        const CReading reading(*m_parts.scenes->workspace);
         if (!scene.document().isOpen()) return KZe_NOTAVAILABLE;
         text = kzWriteScene(scene.document());
     }
@@ -245,7 +246,7 @@ KzResult CSceneFiles::saveCopy(CScene& scene, const std::string& path) const {
 }
 
 KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const std::string& format) const {
-    const auto server = kzFindSaver(*m.modules, path, format, KZsFILECLASS_SCENE);
+    const auto server = kzFindSaver(*m_parts.modules, path, format, KZsFILECLASS_SCENE);
     if (const std::string foreign = foreignFormat(path, format); !server && !foreign.empty())
         return saveForeign(scene, path, foreign);
     if (!server)
@@ -264,7 +265,7 @@ KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const s
                       "the saver \"" + server->name +
                           "\" refuses the scene: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
     }
-    const CFileProgress progress(m.context, m.monitors, "Saving", nullptr);
+    const CFileProgress progress(m_parts.context, m_parts.monitors, "Saving", nullptr);
     CSafeSave file(path);
     code = saver.Save(scenes.raw(), file.path().c_str(), progress.monitor());
     if (kzFailed(code))
@@ -274,12 +275,12 @@ KzResult CSceneFiles::saveServed(CScene& scene, const std::string& path, const s
 }
 
 KzResult CSceneFiles::saveForeign(CScene& scene, const std::string& path, const std::string& format) const {
-    const CFileProgress progress(m.context, m.monitors, "Saving", nullptr);
+    const CFileProgress progress(m_parts.context, m_parts.monitors, "Saving", nullptr);
     CSafeSave file(path);
     std::vector<std::string> notes;
     try {
         const std::string folder = fs::absolute(path).parent_path().string();
-        kzWriteModel(*m.files, kzModelOf(scene.document(), folder, notes), format, file.path(),
+        kzWriteModel(*m_parts.files, kzModelOf(scene.document(), folder, notes), format, file.path(),
                      goesOn(progress.monitor()));
     } catch (const std::bad_alloc&) {
         throw;
@@ -302,7 +303,7 @@ KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::s
     std::uint64_t revision = 0;
     bool isOwnFile = false;
     {
-        const CReading reading(*m.scenes->workspace);
+        const CReading reading(*m_parts.scenes->workspace);
         if (!scene.document().isOpen()) return KZe_NOTAVAILABLE;
         if (path.empty()) path = scene.document().filename();
         isOwnFile = path == scene.document().filename();
@@ -312,9 +313,9 @@ KzResult CSceneFiles::save(CScene& scene, const std::string& given, const std::s
     const bool isOwn = format.empty() ? hasOwnExtension(path) : format == kzSceneFormat;
     const KzResult code = write(scene, path, format);
     if (kzFailed(code)) return code;
-    if (isOwn || isOwnFile) m.scenes->workspace->setSaved(scene.document(), revision, path);
-    m.scenes->tell([&](IKzSceneItemListener& each) { each.SceneSaved(scene.self().raw(), path.c_str()); });
-    m.listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
+    if (isOwn || isOwnFile) m_parts.scenes->workspace->setSaved(scene.document(), revision, path);
+    m_parts.scenes->tell([&](IKzSceneItemListener& each) { each.SceneSaved(scene.self().raw(), path.c_str()); });
+    m_parts.listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
     return code;
 }
 

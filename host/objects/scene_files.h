@@ -40,7 +40,7 @@ struct SceneFileParts {
 
 class CSceneFiles {
 public:
-    explicit CSceneFiles(SceneFileParts parts) : m(std::move(parts)) {}
+    explicit CSceneFiles(SceneFileParts parts) : m_parts(std::move(parts)) {}
 
     // Opens a new scene with what the file holds; it becomes the current one. Throws NOTFOUND if there is no such file,
     // NOTSUPPORTED if nobody knows its format, and otherwise what the loader says; the log has the reason. The monitor may be
@@ -68,7 +68,7 @@ private:
     KzResult refuse(KzResult code, const std::string& path, const std::string& why) const;
     void note(const std::string& path, const std::vector<std::string>& notes) const;
 
-    const SceneFileParts m;
+    const SceneFileParts m_parts;
 };
 
 }  // namespace kzhost

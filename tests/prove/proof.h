@@ -9,7 +9,7 @@
 // whole length in KZ_PROVE.
 inline int kzProofLength(int quick, int whole) {
     const char* share = std::getenv("KZ_PROVE");
-    return share != nullptr ? std::max(quick, static_cast<int>(whole * std::atof(share))) : quick;
+    return share != nullptr ? std::max(quick, static_cast<int>(whole * std::strtod(share, nullptr))) : quick;
 }
 
 inline void kzFigure(const char* name, double value) { std::printf("figure: %s = %.6g\n", name, value); }
