@@ -132,7 +132,8 @@ class Command(kzifc.Command, kzifc.Attributes):
         values, index, passed = {}, 0, self._passed_values
         for each in self.arguments:
             if index in passed:
-                values[each.name] = self._python_value(index)
+                value = passed[index]
+                values[each.name] = value if type(value) is str else self._python_value(index)
             elif each.optional:
                 values[each.name] = each.default
             else:
