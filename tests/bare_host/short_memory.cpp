@@ -31,6 +31,8 @@ void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 
+// Seen by all libraries, whatever is hidden otherwise.
+#pragma GCC visibility push(default)
 void* malloc(std::size_t size) { return fails() ? nullptr : __libc_malloc(size); }
 void* calloc(std::size_t count, std::size_t size) { return fails() ? nullptr : __libc_calloc(count, size); }
 void* realloc(void* memory, std::size_t size) { return fails() ? nullptr : __libc_realloc(memory, size); }
@@ -39,6 +41,7 @@ void* mmap(void* address, std::size_t size, int protection, int flags, int file,
     if (fails()) return MAP_FAILED;
     return reinterpret_cast<void*>(syscall(SYS_mmap, address, size, protection, flags, file, offset));
 }
+#pragma GCC visibility pop
 }
 
 CShortMemory::CShortMemory(long succeeding, bool isOneShort) noexcept {

@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string_view>
+
 namespace {
 
 struct Work {
@@ -93,7 +96,9 @@ TEST_F(MemoryTest, MayRunOutAnywhere) {
           def cmd_ArgClear(self, index): self.kept = [index, str(index)]
         kz.bless(Proof, 'proof'))"_lines);
     CScarcity scarcity("kzPython2", kzProofLength(8, 3000));
+    const char* only = std::getenv("KZ_PROVE_WORK");  // the name of one of them
     for (const Work& work : works)
-        scarcity.exhaust(work.name, [&](const CScarcity::Scarcely& scarcely) { return live(work, scarcely); });
+        if (only == nullptr || work.name == std::string_view(only))
+            scarcity.exhaust(work.name, [&](const CScarcity::Scarcely& scarcely) { return live(work, scarcely); });
     scarcity.tellFigures("what a host does");
 }

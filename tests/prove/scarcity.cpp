@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <sys/wait.h>
@@ -33,6 +34,12 @@ void whenCrashed(int /*signal*/) {
     }
     backtrace_symbols_fd(frames, count, STDERR_FILENO);
     _exit(crashed);
+}
+
+// Whether the libraries, too, ask the allocator that fails.
+bool isInPlace() {
+    const CShortMemory scarce;
+    return realpath("/", nullptr) == nullptr;
 }
 
 }  // namespace
@@ -62,6 +69,7 @@ int CScarcity::statusOf(const Life& life, long succeeding, bool isOneShort) cons
 }
 
 void CScarcity::exhaust(const std::string& name, const Life& life) {
+    ASSERT_TRUE(isInPlace()) << "no allocation would fail";
     ++m_works;
     for (const bool isOneShort : {true, false}) {
         long count = 1;  // the allocations that there are; at least so many
