@@ -291,10 +291,11 @@ std::string CCommandArguments::wordOf(std::uint32_t index, const std::string& an
     return word != nullptr ? word : answer;
 }
 
-// As text, a choice would be a number, which may also be the word of another choice. Nothing else needs its type.
+// As text, a choice would be a number, which may also be the word of another choice, or a truth value. No other text needs
+// the type, which is one question less to a command in Python.
 std::string CCommandArguments::exactText(std::uint32_t index) const {
     std::string text = kzAttributeText(m_attributes, index);
-    if (!kzParseInteger(text)) return text;
+    if (!kzParseInteger(text) && text != "true" && text != "false") return text;
     std::int32_t number = 0;
     const KzTextValueHint* choice = choicesOf(index, typeOf(index));
     const bool isChoice = choice != nullptr && kzSucceeded(m_attributes->GetInt(index, &number));

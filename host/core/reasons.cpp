@@ -2,6 +2,7 @@
 #include "host/core/reasons.h"
 
 #include "host/core/log_store.h"
+#include "host/core/reason_delay.h"
 
 #include "kz/result.h"
 
@@ -37,7 +38,27 @@ std::shared_ptr<CReasonBook> latestBook() {
     return nullptr;
 }
 
+struct WaitingReason {
+    std::shared_ptr<CLogStore> log;
+    std::string text;
+};
+std::vector<WaitingReason>& waiting() {
+    thread_local std::vector<WaitingReason> reasons;
+    return reasons;
+}
+
 }  // namespace
+
+thread_local constinit int theReasonDelays = 0;
+thread_local constinit bool theReasonsWait = false;
+
+void kzTellReasons() noexcept {
+    theReasonsWait = false;
+    for (const WaitingReason& each : std::exchange(waiting(), {})) try {
+            each.log->write(subsystem, KZe_INFO, each.text);
+        } catch (...) {  // the codes are what counts
+        }
+}
 
 std::shared_ptr<CReasonBook> CReasonBook::open(std::shared_ptr<CLogStore> log) {
     std::shared_ptr<CReasonBook> book(new CReasonBook(std::move(log)));
@@ -66,7 +87,10 @@ void CReasonBook::tell(const char* place, const std::function<std::string()>& re
         if (std::find(failed.texts.begin(), failed.texts.end(), text) != failed.texts.end()) return;
         failed.texts.push_back(text);
     }
-    m_log->write(subsystem, KZe_INFO, fmt::format("{}: {}", place, text));
+    text = fmt::format("{}: {}", place, text);
+    if (theReasonDelays == 0) return m_log->write(subsystem, KZe_INFO, text);
+    waiting().push_back({m_log, std::move(text)});
+    theReasonsWait = true;
 }
 
 void CReasonBook::writeCounts() {

@@ -47,7 +47,8 @@ Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) 
     copy.packages = source.packages;
     Item* shown = isInstance ? &source : &source.document == &target ? source.source : nullptr;
     if (shown != nullptr) edit.setSource(copy, shown);
-    copy.modules.data = source.modules.data;
+    for (const auto& [package, data] : source.modules.data)
+        copy.modules.data[package] = std::make_shared<ModuleState::Data>(*data);
     copy.modules.original = source.weak_from_this();
     if (isInstance) return copy;
     for (const Item* layer = &source; layer != shown; layer = layer->source)

@@ -348,7 +348,7 @@ struct PackagePresence {
     std::string name;
     std::size_t index;
     bool adds;
-    std::optional<ModuleState::Data> data = {};
+    std::shared_ptr<ModuleState::Data> data = std::make_shared<ModuleState::Data>();
 
     void operator()(Direction direction, DocumentEvents& events) {
         const bool isAdded = adds == (direction == Direction::forward);
@@ -356,8 +356,8 @@ struct PackagePresence {
         if (isAdded) item->packages.insert(place, name);
         else item->packages.erase(place);
         auto& all = item->modules.data;
-        if (isAdded && data) all[name] = *std::exchange(data, std::nullopt);
-        else if (const auto entry = all.find(name); entry != all.end()) data = std::move(all.extract(entry).mapped());
+        if (isAdded) all[name] = data;
+        else if (auto entry = all.extract(name)) data = std::move(entry.mapped());
         events.push_back({.kind = isAdded ? Kind::packageAdded : Kind::packageRemoved,
                           .document = &item->document,
                           .item = item,

@@ -51,7 +51,9 @@ struct ModuleState {
         std::uint32_t version = 0;
         std::string bytes;
     };
-    std::map<std::string, Data, std::less<>> data;  // as last written or read, by the name of the server
+    // As last written or read, by the name of the server; without bytes there are none. A step of the history that takes a
+    // package away shares the data with the instance, which may write them when the package has gone.
+    std::map<std::string, std::shared_ptr<Data>, std::less<>> data;
     std::string name;                               // what a module calls an item that has no name
     std::weak_ptr<Item> original;                   // that a new item is a copy of
     bool hadInstance = false;

@@ -32,6 +32,7 @@ CWorkspace::CHold::~CHold() {
     const auto keepAlive = m_workspace.shared_from_this();
     if (--m_workspace.m_depth == 0) events.swap(m_workspace.m_events);
     m_workspace.m_mutex.unlock();
+    m_delay.reset();
     m_workspace.tellAll(std::move(events));
 }
 
@@ -41,6 +42,7 @@ template <class Call> void CWorkspace::unlocked(const Call& call) {
     events.swap(m_events);
     --m_depth;
     m_mutex.unlock();
+    const CReasonDelay::Pause pause;
     const auto lockAgain = [this] {
         m_mutex.lock();
         ++m_depth;

@@ -6,6 +6,7 @@
 // lock released; until the step is done, other threads cannot change anything and get NOTREADY.
 #pragma once
 
+#include "host/core/reason_delay.h"
 #include "host/document/document.h"
 #include "host/document/selection.h"
 #include "host/document/undo_history.h"
@@ -13,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -96,6 +98,7 @@ private:
         ~CHold();
 
     private:
+        std::optional<CReasonDelay> m_delay{std::in_place};
         CWorkspace& m_workspace;
     };
     // Lets go of the lock for a moment, after telling what has happened up to then.
@@ -149,6 +152,7 @@ public:
     explicit CReading(const CWorkspace& workspace) : m_lock(workspace.m_mutex) {}
 
 private:
+    CReasonDelay m_delay;  // outlives the lock
     std::unique_lock<std::recursive_mutex> m_lock;
 };
 

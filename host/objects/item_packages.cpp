@@ -43,6 +43,10 @@ void attach(ServedItem& served, const std::vector<PackageRef>& packages, IKzUnkn
     }
 }
 
+bool hasPackage(const Item& item, const std::string& name) {
+    return std::ranges::find(item.packages, name) != item.packages.end();
+}
+
 template <class Call> void eachInstance(const ServedItem& served, const Call& call) {
     for (const auto& part : served.parts) call(part->instance);
 }
@@ -111,6 +115,7 @@ ServedItemRef CItemPackages::begin(const ItemRef& item, CHostRef<CItem> source) 
         attach(*served, packages, source.raw());
         const CReading reading(served->object->workspace());
         if (!item->isPresent) throw KZe_NOTAVAILABLE;
+        findData(*served);
         const std::lock_guard guard(m_lock);
         m_items.emplace(item.get(), served);
     } catch (KzResult thrown) {
@@ -144,7 +149,7 @@ void CItemPackages::packageAdded(const ItemRef& item, const std::string& name) {
     bool comesBack = false;
     {
         const CReading reading(item->document.workspace());
-        if (!item->isPresent || std::ranges::find(item->packages, name) == item->packages.end()) return;
+        if (!item->isPresent || !hasPackage(*item, name)) return;
         served->item = item;
         served->object = kzObjectOf(*item);
         comesBack = !item->modules.hadPackages.insert(name).second;
@@ -153,6 +158,9 @@ void CItemPackages::packageAdded(const ItemRef& item, const std::string& name) {
     KzResult code = KZe_OK;
     try {
         attach(added, {package}, served->object.raw());
+        const CReading reading(item->document.workspace());
+        if (!item->isPresent || !hasPackage(*item, name)) throw KZe_NOTAVAILABLE;
+        findData(added);
     } catch (KzResult thrown) {
         code = thrown;
     }
@@ -188,6 +196,7 @@ void CItemPackages::packageRemoved(const ItemRef& item, const std::string& name)
         if (served->parts.empty()) m_items.erase(item.get());
         else m_items[item.get()] = served;
     }
+    collectData(removed);
     end(removed);
 }
 
@@ -348,9 +357,7 @@ void CItemPackages::postLoad(CDocument& document) {
             const CReading reading(document.workspace());
             if (each->type != nullptr) count = document.count(each->type->number);
             else
-                document.each(KZiITYPE_ANY, [&](const Item& item) {
-                    count += std::ranges::find(item.packages, each->name) != item.packages.end() ? 1U : 0U;
-                });
+                document.each(KZiITYPE_ANY, [&](const Item& item) { count += hasPackage(item, each->name) ? 1U : 0U; });
         }
         if (count == 0) continue;
         KzResult code = KZe_OK;

@@ -30,6 +30,7 @@ struct ServedItem {
         PackageRef package;
         CKzUser_PackageInstance instance;
         CKzUser_StreamIO io;        // empty if it has no data of its own
+        std::shared_ptr<ModuleState::Data> data;
         bool keepsOldData = false;  // which it could not read
     };
     ItemRef item;
@@ -84,6 +85,7 @@ private:
     void packageAdded(const ItemRef& item, const std::string& name);
     void packageRemoved(const ItemRef& item, const std::string& name);
     std::vector<PackageRef> packagesOf(const Item& item) const;
+    static void findData(const ServedItem& served);
     void readData(ServedItem& served, const RenamedItems& renamed) const;
     static void collectData(const ServedItem& served);
     static void refreshName(ServedItem& served);

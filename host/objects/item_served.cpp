@@ -99,17 +99,41 @@ KzResult kzChangeItems(CWorkspace& workspace, const ItemChange& change) {
     return refusal;
 }
 
-KzResult kzAddItem(CWorkspace& workspace, const std::function<Item&(CEdit&)>& add, IKzUnknown** out) {
-    ItemRef added;
-    const KzResult code = kzChangeItems(workspace, {.make = [&](CEdit& edit) { added = add(edit).shared_from_this(); },
-                                                    .refusal = [&] { return kzRefusalOf({added.get()}); },
-                                                    .takeBack =
-                                                        [&](CEdit& edit) {
-                                                            if (added->isPresent) edit.remove(*added);
-                                                        }});
-    if (kzFailed(code)) return code;
+namespace {
+
+// Adds the items as one step, or none if a package refuses one of them.
+KzResult addItems(CWorkspace& workspace, const std::function<std::vector<Item*>(CEdit&)>& add,
+                  std::vector<ItemRef>& added) {
+    return kzChangeItems(workspace, {.make =
+                                         [&](CEdit& edit) {
+                                             for (Item* item : add(edit)) added.push_back(item->shared_from_this());
+                                         },
+                                     .refusal =
+                                         [&] {
+                                             std::vector<const Item*> all;
+                                             for (const ItemRef& item : added) all.push_back(item.get());
+                                             return kzRefusalOf(std::move(all));
+                                         },
+                                     .takeBack =
+                                         [&](CEdit& edit) {
+                                             for (const ItemRef& item : added)
+                                                 if (item->isPresent) edit.remove(*item);
+                                         }});
+}
+
+// As above; gives the first of them.
+KzResult giveAdded(CWorkspace& workspace, const std::function<std::vector<Item*>(CEdit&)>& add, IKzUnknown** out) {
+    std::vector<ItemRef> added;
+    if (const KzResult code = addItems(workspace, add, added); kzFailed(code)) return code;
     const CReading reading(workspace);
-    return kzGiveItem(added.get(), out);
+    return kzGiveItem(added.front().get(), out);
+}
+
+}  // namespace
+
+KzResult kzAddItem(CWorkspace& workspace, const std::function<Item&(CEdit&)>& add, IKzUnknown** out) {
+    return giveAdded(
+        workspace, [&](CEdit& edit) { return std::vector{&add(edit)}; }, out);
 }
 
 std::vector<CHostRef<CItem>> kzWithCompanions(const CWorkspace& workspace, std::vector<CHostRef<CItem>> items,
@@ -146,18 +170,18 @@ KzResult CItem::item_Duplicate(std::int32_t deep, IKzUnknown** item) {
     const auto sources = kzWithCompanions(*m_workspace, {self()}, KZiCOLLECT_DUPLICATE);
     if (const CItemPackages* packages = kzItemPackages(*m_workspace))
         for (const auto& each : sources) packages->collectData(*each);
-    return kzAddItem(
+    return giveAdded(
         *m_workspace,
-        [&](CEdit& edit) -> Item& {
+        [&](CEdit& edit) -> std::vector<Item*> {
             Item& source = *read();
-            if (sources.size() == 1) return kzDuplicate(source, deep != 0, edit);
+            if (sources.size() == 1) return {&kzDuplicate(source, deep != 0, edit)};
             std::vector<Item*> all;  // in one go, so that links among them go with them
             for (const auto& each : sources) all.push_back(&*each->readIn(source.document));
             const std::uint32_t below = deep != 0 ? KZfITEMCOPY_CHILDREN : 0;
-            Item& copy =
-                *kzDuplicateAll(all, source.document, KZfITEMCOPY_LINKS | KZfITEMCOPY_ANIMATION | below, edit).front();
-            edit.place(copy, source.parent, source.document.siblingsOf(source).positionOf(source) + 1);
-            return copy;
+            std::vector<Item*> copies =
+                kzDuplicateAll(all, source.document, KZfITEMCOPY_LINKS | KZfITEMCOPY_ANIMATION | below, edit);
+            edit.place(*copies.front(), source.parent, source.document.siblingsOf(source).positionOf(source) + 1);
+            return copies;
         },
         item);
 }
@@ -173,31 +197,22 @@ KzResult CItemCollection::itemcollection_Duplicate(IKzUnknown* target, std::uint
     sources = kzWithCompanions(*m_workspace, std::move(sources), KZiCOLLECT_DUPLICATE);
     if (const CItemPackages* packages = kzItemPackages(*m_workspace))
         for (const auto& each : sources) packages->collectData(*each);
-    auto made = CHostRef<CItemCollection>::make(m_workspace);
     std::vector<ItemRef> added;
-    const ItemChange change{.make =
-                                [&](CEdit& edit) {
-                                    std::vector<Item*> present;
-                                    for (const auto& each : sources)
-                                        if (each->item_IsValid()) present.push_back(&*each->read());
-                                    for (Item* copy : kzDuplicateAll(present, scene->document(), flags, edit)) {
-                                        made->add(*copy);
-                                        added.push_back(copy->shared_from_this());
-                                    }
-                                },
-                            .refusal =
-                                [&] {
-                                    std::vector<const Item*> all;
-                                    for (const ItemRef& item : added) all.push_back(item.get());
-                                    return kzRefusalOf(std::move(all));
-                                },
-                            .takeBack =
-                                [&](CEdit& edit) {
-                                    for (const ItemRef& item : added)
-                                        if (item->isPresent) edit.remove(*item);
-                                }};
-    const KzResult code = kzChangeItems(*m_workspace, change);
-    return kzFailed(code) ? code : made.give(copies);
+    const KzResult code = addItems(
+        *m_workspace,
+        [&](CEdit& edit) {
+            std::vector<Item*> present;
+            for (const auto& each : sources)
+                if (each->item_IsValid()) present.push_back(&*each->read());
+            return kzDuplicateAll(present, scene->document(), flags, edit);
+        },
+        added);
+    if (kzFailed(code)) return code;
+    auto made = CHostRef<CItemCollection>::make(m_workspace);
+    const CReading reading(*m_workspace);
+    for (const ItemRef& item : added)
+        if (item->isPresent) made->add(*item);
+    return made.give(copies);
 }
 
 KzResult CItem::item_Object(const char* type, IKzUnknown** object) {
@@ -228,7 +243,6 @@ KzResult CItem::item_PackageRemove(const char* package) {
             const auto item = read();
             return kzThereIsNo("package", name, item->packages);
         });
-    if (const CItemPackages* packages = kzItemPackages(*m_workspace)) packages->collectData(*this);
     CEdit edit(*m_workspace);
     const auto item = read();
     if (has(*item, name)) edit.removePackage(*item, name);

@@ -23,15 +23,23 @@ void kzExplainPackage(KzResult code, const Package& package, const ServedItem& s
     });
 }
 
+// The lock must be held, and the item have the packages.
+void CItemPackages::findData(const ServedItem& served) {
+    for (const auto& part : served.parts) {
+        part->data = served.item->modules.data[part->package->name];
+        if (part->data == nullptr)
+            part->data = served.item->modules.data[part->package->name] = std::make_shared<ModuleState::Data>();
+    }
+}
+
 void CItemPackages::readData(ServedItem& served, const RenamedItems& renamed) const {
     for (const auto& each : served.parts) {
         Part& part = *each;
         StreamContent content;
         {
-            const auto item = served.object->readKept();
-            const auto data = item->modules.data.find(part.package->name);
-            if (!part.io || data == item->modules.data.end()) continue;
-            content = {data->second.version, data->second.bytes};
+            const CReading reading(served.object->workspace());
+            if (!part.io || part.data->bytes.empty()) continue;
+            content = {part.data->version, part.data->bytes};
         }
         const auto find = [object = served.object, renamed](const char* ident) -> IKzUnknown* {
             const auto item = object->read();
@@ -64,9 +72,8 @@ void CItemPackages::collectData(const ServedItem& served) {
             if (code != KZe_NOTIMPL) kzExplainPackage(code, *part.package, served, "Write");
             continue;
         }
-        const auto item = served.object->readKept();
-        if (isEmpty) item->modules.data.erase(part.package->name);
-        else item->modules.data[part.package->name] = {part.package->version, std::move(bytes)};
+        const CReading reading(served.object->workspace());
+        *part.data = {part.package->version, isEmpty ? std::string() : std::move(bytes)};
     }
 }
 

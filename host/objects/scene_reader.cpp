@@ -110,9 +110,10 @@ void CSceneReader::data() {
     const std::string package = m_in.text();
     const std::uint32_t version = m_in.uint32();
     const std::string_view digits = m_in.word();
-    auto [entry, isNew] = current().modules.data.emplace(package, ModuleState::Data{version, {}});
+    auto [entry, isNew] = current().modules.data.try_emplace(package, std::make_shared<ModuleState::Data>());
     if (!isNew) m_in.fail("the item has data of \"" + package + "\" already");
-    std::string& bytes = entry->second.bytes;
+    entry->second->version = version;
+    std::string& bytes = entry->second->bytes;
     for (std::size_t at = 0; at < digits.size(); at += 2) {
         std::uint8_t byte = 0;
         const char* end = digits.data() + std::min(at + 2, digits.size());

@@ -146,9 +146,10 @@ void CSceneWriter::item(Item& item) {
     for (const auto& [code, text] : item.tags) m_out.line("tag").text(kzCodeText(code)).text(text);
     for (const std::string& package : item.packages) m_out.line("package").text(package);
     for (const auto& [package, data] : item.modules.data) {
-        m_out.line("data").text(package).integer(data.version);
+        if (data->bytes.empty()) continue;
+        m_out.line("data").text(package).integer(data->version);
         std::string digits;
-        for (const char each : data.bytes) digits += fmt::format("{:02x}", static_cast<unsigned char>(each));
+        for (const char each : data->bytes) digits += fmt::format("{:02x}", static_cast<unsigned char>(each));
         m_out.word(digits);
     }
     for (const auto& info : item.userChannels) channel(*info);

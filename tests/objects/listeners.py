@@ -2,6 +2,7 @@
 import os
 import shutil
 import tempfile
+import threading
 
 import kz
 import kzifc
@@ -244,3 +245,18 @@ def check_notifiers_tell_what_is_to_be_read_again():
         del client.heard[:]
         NOTIFY.Send(name, arguments, fNOTIFY_REFRESH)
         equal((name, client.heard), (name, []))
+
+
+def check_reasons_wait_until_the_document_is_free():
+    _scene, item = new(('locator', 'a', None))
+    heard = []
+
+    class Reader(kzifc.LogListener):
+        def logevent_EntryAdded(self, subsystem, entry):
+            reader = threading.Thread(target=lambda: heard.append(item.Name()))
+            reader.start()
+            reader.join()
+
+    with Listening(Reader()):
+        fails('NOTFOUND', (item.PackageAdd, 'waits'))
+    equal(heard, ['a'])

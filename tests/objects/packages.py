@@ -279,6 +279,10 @@ def check_some_packages_come_to_items_of_other_types():
     heard()
     item.PackageAdd('test.guest')
     equal((heard(), packages()), (['Initialize', ('Newborn', 0), ('AddedTo', 1)], ['test.guest']))
+    LAST['lamp'].notes = 'early'
+    UNDO.Undo(1)
+    UNDO.Redo(1)
+    equal((heard()[:2], LAST['lamp'].notes), (['Write', 'Cleanup'], 'early'))
     guest = LAST['lamp']
     fails('ALREADYEXISTS', (item.PackageAdd, 'test.guest'))
     fails('NOTFOUND', (item.PackageAdd, 'nothing'), (item.PackageAdd, 'test.lamp'), (other.PackageRemove, 'test.guest'))
@@ -299,6 +303,15 @@ def check_some_packages_come_to_items_of_other_types():
           (['Initialize', 'Read', ('Newborn', fNEWBORN_UNDO), ('AddedTo', 1)], ['test.guest', 'draw.options'], 'kept', .5))
     copy = item.Duplicate(0)
     equal((copy.PackageTest('test.guest'), LAST['lamp'].notes, value(scene, copy, 'glow')), (True, 'kept', .5))
+    Guest.companion, Instance.fails = camera, ('Attach',)
+    counts = lambda: [scene.ItemCount(each.Type()) for each in (item, camera)]
+    before = counts()
+    fails('FAILED', (item.Duplicate, 0))
+    equal(counts(), before)
+    Instance.fails = ()
+    item.Duplicate(0)
+    equal(counts(), [number + 1 for number in before])
+    UNDO.Undo(1)
     Guest.companion = other
     heard()
     items = SCENES.CreateCollection()
