@@ -20,6 +20,7 @@
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
 #include "host/core/notifier_table.h"
+#include "host/core/own_objects.h"
 #include "host/core/persistence.h"
 #include "host/core/reasons.h"
 #include "host/core/result_cache.h"
@@ -28,17 +29,21 @@
 #include "host/core/service_registry.h"
 #include "host/core/session_memory.h"
 #include "host/core/value_type_registry.h"
+#include "host/objects/attr_sequence.h"
 #include "host/objects/auto_save.h"
+#include "host/objects/buffer.h"
 #include "host/objects/document_listeners.h"
 #include "host/objects/document_undo.h"
 #include "host/objects/drops.h"
 #include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
+#include "host/objects/int_range.h"
 #include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/presets.h"
 #include "host/objects/scene_files.h"
 #include "host/objects/served_modifiers.h"
+#include "host/objects/user_value.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
 #include "host/services/color_mapping_service.h"
@@ -96,6 +101,7 @@
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
+#include "kz/object.h"
 #include "kz/package.h"
 #include "kz/packet.h"
 #include "kz/persist.h"
@@ -133,6 +139,26 @@ void addCommands(const HostParts& host) {
     kzAddUserValueCommands(*host.registry, host.userValues);
 }
 
+// What Host.SpawnServer makes besides the servers of modules.
+std::shared_ptr<COwnObjects> ownObjects(const HostParts& host) {
+    auto own = std::make_shared<COwnObjects>();
+    const UserValueParts values{host.userValues, host.types, host.scenes->workspace, host.notifiers};
+    own->add(KZa_USERVALUE, [=](const auto& name, auto** object) { return kzGiveUserValue(values, name, object); });
+    own->add(KZa_VALUEREFERENCE,
+             [=](const auto& name, auto** object) { return kzGiveValueReference(values, name, object); });
+    const auto addPlain = [&](const char* type, IKzUnknown* (*make)()) {
+        own->add(type, [make](const auto& /*name*/, IKzUnknown** object) {
+            *object = make();
+            return KZe_OK;
+        });
+    };
+    addPlain(KZa_ATTRSEQUENCE, kzMakeAttrSequence);
+    addPlain(KZa_BUFFER, kzMakeBuffer);
+    addPlain(KZa_INTRANGE, kzMakeIntRange);
+    addPlain(KZa_STRINGTAG, kzMakeStringTags);
+    return own;
+}
+
 // These parts own the registry, so the factories capture single parts, and never the registry itself.
 void addServices(const HostParts& host) {
     CServiceRegistry& services = *host.services;
@@ -148,7 +174,8 @@ void addServices(const HostParts& host) {
     add("drop", KZu_DROPSERVICE, kzMakeDropService, host.drops);
     add("file", KZu_FILESERVICE, kzMakeFileService, host.files);
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
-    add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
+    add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log,
+        ownObjects(host));
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
     add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
     add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
@@ -187,7 +214,15 @@ auto notifierOf(const HostParts& host) {
 // User values, aliases of folders, and units.
 void tellOfSettings(const HostParts& host) {
     const auto tell = notifierOf(host);
-    host.userValues->setSink([tell, listeners = host.listeners](ValueEvent event, const std::string& name) {
+    // While a step is undone, what the action did is undone with its own step.
+    const auto run = [dispatcher = std::weak_ptr(host.dispatcher),
+                      workspace = std::weak_ptr(host.scenes->workspace)](const std::string& command) {
+        const auto commands = dispatcher.lock();
+        const auto history = workspace.lock();
+        if (commands && history && !history->isUndoing()) commands->perform(command, 0);
+    };
+    host.userValues->setSink([tell, run, values = host.userValues.get(),
+                              listeners = host.listeners](ValueEvent event, const std::string& name) {
         listeners->each<CKzLoc_UserValueListener>([&](IKzUserValueListener& each) {
             switch (event) {
             case ValueEvent::added: return each.Added(name.c_str());
@@ -197,6 +232,7 @@ void tellOfSettings(const HostParts& host) {
             }
         });
         tell(event == ValueEvent::changed ? KZsNOTIFIER_USERVALUE : KZsNOTIFIER_USERVALUE_DEF, name);
+        if (event == ValueEvent::changed) kzRunValueAction(*values, name, run);
     });
     host.files->whenSet([tell] { tell(KZsNOTIFIER_PATHS, {}); });
     host.properties->whenSet([tell](const std::string& name) {

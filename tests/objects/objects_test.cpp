@@ -13,6 +13,7 @@
 #include "kz/dialog.h"
 #include "kz/dir_cache.h"
 #include "kz/envelope.h"
+#include "kz/host.h"
 #include "kz/image.h"
 #include "kz/item.h"
 #include "kz/listener.h"
@@ -42,7 +43,7 @@ TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("obj
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
                          testing::Values("animation", "drops", "files", "image", "kzu_objects", "listeners", "mesh",
-                                         "packages", "scene", "selection", "shapes", "solids"));
+                                         "packages", "scene", "selection", "shapes", "solids", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -113,6 +114,9 @@ public:
         dialogs->MonitorAllocate("test", add("monitor"));
         ServiceOf<CKzUser_ThreadService>(application)->CreateGroup(add("thread group"));
         ServiceOf<CKzUser_ThreadService>(application)->CreateMutex(add("mutex"));
+        commands->ExecuteString(0, "user.value size type:float value:1", nullptr);
+        for (const char* type : {"attrsequence", "buffer", "intrange", "stringtag", "uservalue", "valuereference"})
+            ServiceOf<CKzUser_HostService>(application)->SpawnServer(type, "size", add(type));
     }
 
     // Calls `use` for each interface of each object that the description knows.
