@@ -44,8 +44,10 @@
 #include "host/objects/scene_files.h"
 #include "host/objects/served_modifiers.h"
 #include "host/objects/user_value.h"
+#include "host/objects/argument_hints.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
+#include "host/services/channel_ui_service.h"
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
@@ -88,6 +90,7 @@
 #include "kz/block_io.h"
 #include "kz/buffer.h"
 #include "kz/cache.h"
+#include "kz/channel_ui.h"
 #include "kz/color_mapping.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
@@ -112,6 +115,7 @@
 #include "kz/selection.h"
 #include "kz/thread.h"
 #include "kz/triangle.h"
+#include "kz/ui_hints.h"
 #include "kz/undo.h"
 #include "kz/user_value.h"
 #include "kz/value.h"
@@ -152,6 +156,14 @@ std::shared_ptr<COwnObjects> ownObjects(const HostParts& host) {
             return KZe_OK;
         });
     };
+    // Empty, those of an argument of a command, as "item.create type", or those of a channel, as "item Ball size".
+    own->add(KZa_UIHINTS, [dispatcher = host.dispatcher, modules = host.modules,
+                           scenes = host.scenes](const std::string& name, IKzUnknown** object) {
+        const std::size_t blank = name.rfind(' ');
+        if (name.starts_with("item ") && blank > 5)
+            return kzGiveChannelHints(*modules, *scenes, name.substr(5, blank - 5), name.substr(blank + 1), object);
+        return kzGiveHints(*dispatcher, name, object);
+    });
     addPlain(KZa_ATTRSEQUENCE, kzMakeAttrSequence);
     addPlain(KZa_BUFFER, kzMakeBuffer);
     addPlain(KZa_INTRANGE, kzMakeIntRange);
@@ -166,6 +178,7 @@ void addServices(const HostParts& host) {
         services.add(name, iid, [=, context = host.context] { return make(context, parts...); });
     };
     add("cache", KZu_CACHESERVICE, kzMakeCacheService, host.results);
+    add("channelui", KZu_CHANNELUISERVICE, kzMakeChannelUIService, host.modules, host.types, host.scenes);
     add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
     add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);

@@ -42,8 +42,8 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "drops", "files", "image", "kzu_objects", "listeners", "mesh",
-                                         "packages", "scene", "selection", "shapes", "solids", "values"));
+                         testing::Values("animation", "drops", "files", "hints", "image", "kzu_objects", "listeners", "mesh",
+                                         "packages", "packets", "scene", "selection", "shapes", "solids", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -117,6 +117,11 @@ public:
         commands->ExecuteString(0, "user.value size type:float value:1", nullptr);
         for (const char* type : {"attrsequence", "buffer", "intrange", "stringtag", "uservalue", "valuereference"})
             ServiceOf<CKzUser_HostService>(application)->SpawnServer(type, "size", add(type));
+        ServiceOf<CKzUser_HostService>(application)->SpawnServer("uihints", "", add("hints"));
+        packets->CreateType(nullptr, add("vector type"));
+        const CKzUser_VectorType packetType(last());
+        packetType.Create(add("vector stack"));
+        packetType.CreateList(packetType.raw(), add("vector list"));
     }
 
     // Calls `use` for each interface of each object that the description knows.
