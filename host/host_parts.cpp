@@ -11,6 +11,7 @@
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/user_value_commands.h"
+#include "host/commands/value_commands.h"
 #include "host/core/command_dispatcher.h"
 #include "host/core/command_registry.h"
 #include "host/core/command_states.h"
@@ -29,9 +30,11 @@
 #include "host/core/service_registry.h"
 #include "host/core/session_memory.h"
 #include "host/core/value_type_registry.h"
+#include "host/objects/argument_hints.h"
 #include "host/objects/attr_sequence.h"
 #include "host/objects/auto_save.h"
 #include "host/objects/buffer.h"
+#include "host/objects/color_model.h"
 #include "host/objects/document_listeners.h"
 #include "host/objects/document_undo.h"
 #include "host/objects/drops.h"
@@ -44,7 +47,6 @@
 #include "host/objects/scene_files.h"
 #include "host/objects/served_modifiers.h"
 #include "host/objects/user_value.h"
-#include "host/objects/argument_hints.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
 #include "host/services/channel_ui_service.h"
@@ -91,6 +93,7 @@
 #include "kz/buffer.h"
 #include "kz/cache.h"
 #include "kz/channel_ui.h"
+#include "kz/color.h"
 #include "kz/color_mapping.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
@@ -141,6 +144,7 @@ void addCommands(const HostParts& host) {
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
     kzAddUserValueCommands(*host.registry, host.userValues);
+    kzAddValueCommands(*host.registry, host.modules);
 }
 
 // What Host.SpawnServer makes besides the servers of modules.
@@ -163,6 +167,12 @@ std::shared_ptr<COwnObjects> ownObjects(const HostParts& host) {
         if (name.starts_with("item ") && blank > 5)
             return kzGiveChannelHints(*modules, *scenes, name.substr(5, blank - 5), name.substr(blank + 1), object);
         return kzGiveHints(*dispatcher, name, object);
+    });
+    own->add(KZa_COLORMODEL, [](const std::string& name, IKzUnknown** object) {
+        *object = kzMakeColorModel(name);
+        if (*object != nullptr) return KZe_OK;
+        return kzBecause(KZe_NOTFOUND, "ColorModel",
+                         [&] { return kzThereIsNo("color model", name, kzColorModelNames()); });
     });
     addPlain(KZa_ATTRSEQUENCE, kzMakeAttrSequence);
     addPlain(KZa_BUFFER, kzMakeBuffer);
@@ -211,7 +221,7 @@ void addServices(const HostParts& host) {
     add("textencoding", KZu_TEXTENCODINGSERVICE, kzMakeTextEncodingService);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
     add("undo", KZu_UNDOSERVICE, kzMakeUndoService, host.scenes);
-    add("value", KZu_VALUESERVICE, kzMakeValueService, host.types, host.properties, host.queries);
+    add("value", KZu_VALUESERVICE, kzMakeValueService, host.modules, host.types, host.properties, host.queries);
     add("vertexfeature", KZu_VERTEXFEATURESERVICE, kzMakeVertexFeatureService);
     for (const AbsentService& each : kzAbsentServices())
         services.add(each.name, *each.iid, [make = each.make, context = host.context] { return make(context); });

@@ -2,6 +2,7 @@
 // an item, or as the package that has brought a channel, are asked first.
 #include "host/services/channel_ui_service.h"
 
+#include "host/core/command_text.h"
 #include "host/core/module_table.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
@@ -230,7 +231,9 @@ KzResult CChannelUIService::channeluiservice_CommandText(IKzUnknown* item, std::
         return server.DefaultCommand(shown.info.name.c_str(), out);
     });
     if (!own.empty()) return kzFillText(own, command, length);
-    return kzFillText("channel.value " + shown.info.name + " item:" + shown.ident, command, length);
+    return kzFillText("channel.value " + kzWriteArgument("item", shown.ident) + " " +
+                          kzWriteArgument("channel", shown.info.name),
+                      command, length);
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "drops", "files", "hints", "image", "kzu_objects", "listeners", "mesh",
+                         testing::Values("animation", "calculations", "drops", "files", "hints", "image", "kzu_objects", "listeners", "mesh",
                                          "packages", "packets", "scene", "selection", "shapes", "solids", "values"));
 
 // Everything that the host hands out, and its services, by name.
@@ -118,6 +118,7 @@ public:
         for (const char* type : {"attrsequence", "buffer", "intrange", "stringtag", "uservalue", "valuereference"})
             ServiceOf<CKzUser_HostService>(application)->SpawnServer(type, "size", add(type));
         ServiceOf<CKzUser_HostService>(application)->SpawnServer("uihints", "", add("hints"));
+        ServiceOf<CKzUser_HostService>(application)->SpawnServer("colormodel", "hsv", add("color model"));
         packets->CreateType(nullptr, add("vector type"));
         const CKzUser_VectorType packetType(last());
         packetType.Create(add("vector stack"));
