@@ -105,10 +105,10 @@ KzCell userValueCell(const CValueTypeRegistry& types, const UserValue& value, co
 void setWithinRange(UserValue& value, const KzCell& cell) {
     auto allowed = value.within(cell);
     if (!allowed)
-        kzRefuse(KZe_OUTOFBOUNDS, fmt::format("argument \"value\": {} is outside {} to {}",
-                                              kzFormatCell(*value.type, cell),
-                                              (value.flags & KZfUSERVALUE_MIN) != 0 ? fmt::format("{}", value.minimum) : "any",
-                                              (value.flags & KZfUSERVALUE_MAX) != 0 ? fmt::format("{}", value.maximum) : "any"));
+        kzRefuse(KZe_OUTOFBOUNDS,
+                 fmt::format("argument \"value\": {} is outside {} to {}", kzFormatCell(*value.type, cell),
+                             (value.flags & KZfUSERVALUE_MIN) != 0 ? fmt::format("{}", value.minimum) : "any",
+                             (value.flags & KZfUSERVALUE_MAX) != 0 ? fmt::format("{}", value.maximum) : "any"));
     value.cell = *std::move(allowed);
 }
 
@@ -118,7 +118,8 @@ void describeUserValue(UserValue& value, CBuiltinCommand& command) {
         const auto number = command.number(argument);
         if (!number) return;
         if (!kzHasRange(*value.type) || *number != *number)
-            kzRefuse(KZe_INVALIDARG, fmt::format("argument \"{}\": only numbers have a range, between numbers", argument));
+            kzRefuse(KZe_INVALIDARG,
+                     fmt::format("argument \"{}\": only numbers have a range, between numbers", argument));
         value.*end = *number;
         value.flags |= flag;
     };
@@ -126,8 +127,8 @@ void describeUserValue(UserValue& value, CBuiltinCommand& command) {
     takeEnd(KZsARG_USERVALUE_MAX, &UserValue::maximum, KZfUSERVALUE_MAX);
     constexpr std::uint32_t both = KZfUSERVALUE_MIN | KZfUSERVALUE_MAX;
     if ((value.flags & both) == both && value.minimum > value.maximum)
-        kzRefuse(KZe_INVALIDARG, fmt::format("argument \"min\": {} is above the greatest value, {}", value.minimum,
-                                             value.maximum));
+        kzRefuse(KZe_INVALIDARG,
+                 fmt::format("argument \"min\": {} is above the greatest value, {}", value.minimum, value.maximum));
     if (command.has(KZsARG_USERVALUE_USERNAME)) value.userName = command.text(KZsARG_USERVALUE_USERNAME);
     if (command.has(KZsARG_USERVALUE_ACTION)) value.action = command.text(KZsARG_USERVALUE_ACTION);
     if (command.has(KZsARG_USERVALUE_DEFAULT))
@@ -150,13 +151,16 @@ void setUserValue(CUserValues& values, CBuiltinCommand& command) {
     UserValue value = former ? *former : newUserValue(command, name);
     const bool isChanged = command.has("value") || command.flag("reset");
     if (former && isChanged && !command.has("type") && (former->flags & KZfUSERVALUE_READONLY) != 0)
-        kzRefuse(KZe_NOACCESS, "argument \"value\": \"" + name + "\" is read-only; only with its type it can be defined again");
+        kzRefuse(KZe_NOACCESS,
+                 "argument \"value\": \"" + name + "\" is read-only; only with its type it can be defined again");
     describeUserValue(value, command);
     if (command.has("value")) {
         // A word that was set before the choices were known is still a text.
-        const auto choice = value.choices.empty() || !value.choiceNumbers.empty() ? std::nullopt : command.choice("value");
-        setWithinRange(value, choice ? KzCell(*choice)
-                                     : userValueCell(*command.environment().types, value, "value", command.text("value")));
+        const auto choice =
+            value.choices.empty() || !value.choiceNumbers.empty() ? std::nullopt : command.choice("value");
+        setWithinRange(value, choice
+                                  ? KzCell(*choice)
+                                  : userValueCell(*command.environment().types, value, "value", command.text("value")));
     } else if (command.flag("reset") || (!former && value.initial)) {
         setWithinRange(value, value.start());
     }

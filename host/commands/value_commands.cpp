@@ -35,8 +35,10 @@ constexpr ArgumentRow mathArguments[] = {
     {"left", KZsTYPE_STRING, 0, "a value"},
     {"right", KZsTYPE_STRING, kzOptional, "another one; without it, the operation has none"},
     {"operation", KZsTYPE_CHOICE, kzOptional, "what is done with both; add without it", mathHints},
-    {"weight", KZsTYPE_FLOAT, kzOptional, "in place of an operation: blends both, from 0 for the left to 1 for the right"},
-    {"step", KZsTYPE_INTEGER, kzOptional, "in place of an operation: 1 or -1 for the value that a user would choose next"},
+    {"weight", KZsTYPE_FLOAT, kzOptional,
+     "in place of an operation: blends both, from 0 for the left to 1 for the right"},
+    {"step", KZsTYPE_INTEGER, kzOptional,
+     "in place of an operation: 1 or -1 for the value that a user would choose next"},
     {"result", KZsTYPE_STRING, kzOptional | kzQueryable, "what comes out, as text"},
     {"distance", KZsTYPE_FLOAT, kzOptional | kzQueryable, "how far the values are apart"},
     {"length", KZsTYPE_FLOAT, kzOptional | kzQueryable, "the length of the left one"},
@@ -97,8 +99,7 @@ public:
     }
     double length() {
         double length = 0;
-        if (const CKzUser_ValueMath math(m_left.raw()); math)
-            demandMath(math.Length(m_left.raw(), &length), "length");
+        if (const CKzUser_ValueMath math(m_left.raw()); math) demandMath(math.Length(m_left.raw(), &length), "length");
         else length = std::abs(number(m_left));
         return length;
     }
@@ -113,7 +114,8 @@ private:
     static double number(const CKzLoc_Unknown& value) {
         double number = 0;
         if (kzFailed(CKzUser_Value(value.raw()).GetFlt(&number)))
-            kzRefuse(KZe_NOTSUPPORTED, "values of this type are no numbers, and nobody says how to calculate with them");
+            kzRefuse(KZe_NOTSUPPORTED,
+                     "values of this type are no numbers, and nobody says how to calculate with them");
         return number;
     }
     static void setNumber(const CKzLoc_Unknown& value, double number) {
@@ -138,11 +140,14 @@ Texts queryMath(CBuiltinCommand& command, std::uint32_t index) {
 
 constexpr ArgumentRow modelArguments[] = {
     {"model", KZsTYPE_STRING, kzQueryable, "a colour model; queried, all of them"},
-    {"color", KZsTYPE_STRING, kzOptional | kzQueryable, "red, green and blue, as {1 0.5 0}; queried, those of the components"},
-    {"components", KZsTYPE_STRING, kzOptional | kzQueryable, "the components in the model; queried, those of the colour"},
+    {"color", KZsTYPE_STRING, kzOptional | kzQueryable,
+     "red, green and blue, as {1 0.5 0}; queried, those of the components"},
+    {"components", KZsTYPE_STRING, kzOptional | kzQueryable,
+     "the components in the model; queried, those of the colour"},
     {"component", KZsTYPE_INTEGER, kzOptional, "one of the components, counted from 0"},
     {"position", KZsTYPE_FLOAT, kzOptional, "where on the slider of that component the queried colour is, 0 to 1"},
-    {"description", KZsTYPE_STRING, kzOptional | kzQueryable, "what the model and its components are called, and their ranges"},
+    {"description", KZsTYPE_STRING, kzOptional | kzQueryable,
+     "what the model and its components are called, and their ranges"},
 };
 
 template <std::size_t size> std::array<float, size> numbersOf(CBuiltinCommand& command, const char* argument) {
@@ -153,7 +158,8 @@ template <std::size_t size> std::array<float, size> numbersOf(CBuiltinCommand& c
         const std::size_t end = std::min(text.find(' ', at), text.size());
         const auto number = kzParseNumber(std::string_view(text).substr(at, end - at));
         if (!number || count == size)
-            kzRefuse(KZe_INVALIDARG, fmt::format("argument \"{}\": \"{}\" is not up to {} numbers", argument, text, size));
+            kzRefuse(KZe_INVALIDARG,
+                     fmt::format("argument \"{}\": \"{}\" is not up to {} numbers", argument, text, size));
         numbers[count++] = static_cast<float>(*number);
         at = text.find_first_not_of(' ', end);
     }
@@ -215,7 +221,8 @@ Texts queryModel(CModuleTable& modules, CBuiltinCommand& command, std::uint32_t 
     KzFVector3 rgb{};
     if (const auto component = command.integer("component"))
         demandMath(model.Slider(static_cast<std::uint32_t>(*component), command.number("position").value_or(0),
-                                components.data(), &rgb), "slider");
+                                components.data(), &rgb),
+                   "slider");
     else demandMath(model.ToRGB(components.data(), &rgb), "colour");
     for (const float each : rgb.v) answer.push_back(fmt::format("{}", each));
     return answer;
@@ -228,12 +235,13 @@ void askInstead(CBuiltinCommand& /*command*/) {
 }  // namespace
 
 void kzAddValueCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules) {
-    kzAddCommands(registry, {
-                                {"value.math", "Calculate", "answers what comes out of an operation on values of a type",
-                                 KZfCMD_UI, mathArguments, askInstead, queryMath},
-                                {"color.model", "Color Model", "takes colours apart and puts them together", KZfCMD_UI,
-                                 modelArguments, askInstead, kzWith(queryModel, modules)},
-                            });
+    kzAddCommands(registry,
+                  {
+                      {"value.math", "Calculate", "answers what comes out of an operation on values of a type",
+                       KZfCMD_UI, mathArguments, askInstead, queryMath},
+                      {"color.model", "Color Model", "takes colours apart and puts them together", KZfCMD_UI,
+                       modelArguments, askInstead, kzWith(queryModel, modules)},
+                  });
 }
 
 }  // namespace kzhost

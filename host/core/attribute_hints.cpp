@@ -69,7 +69,8 @@ void kzAddValueHints(const CKzUser_UIValueHints& hints, HintValues& values) {
     const auto has = [announced](std::uint32_t flag) { return (announced & flag) != 0; };
     if (has(KZfVALHINT_POPUPS)) addChoices(hints, announced, values);
     if (has(KZfVALHINT_LABEL)) values.label = answered(kzAnswer([&](const char** text) { return hints.Label(text); }));
-    if (has(KZfVALHINT_CUE)) values.tooltip = answered(kzAnswer([&](const char** text) { return hints.CueText(text); }));
+    if (has(KZfVALHINT_CUE))
+        values.tooltip = answered(kzAnswer([&](const char** text) { return hints.CueText(text); }));
     if (has(KZfVALHINT_COLORS)) addColors(hints, values);
     if (has(KZfVALHINT_NOTIFIERS)) addNotifiers(hints, values);
     if (has(KZfVALHINT_ITEMS)) {
@@ -86,7 +87,8 @@ CHostRef<CUIHints> kzAttributeHints(IKzUnknown* attributes, std::uint32_t index)
         CKzUser_UIValueHints valueHints;
         takeValueHints(attributes, index, valueHints);
         kzAddValueHints(valueHints, more);
-        if (!more.label) more.label = answered(kzAnswer([&](const char** text) { return owner.UserName(index, text); }));
+        if (!more.label)
+            more.label = answered(kzAnswer([&](const char** text) { return owner.UserName(index, text); }));
     }
     hints->add(more);
     const KzTextValueHint* table = nullptr;

@@ -117,8 +117,7 @@ void CSessionMemory::keepValues() {
         preferences.set(valueKind, name, std::move(fields));
         if (const auto definition = definitionFields(*value); definition != definitionFields(UserValue()))
             preferences.set(definitionKind, name, definition);
-        else if (preferences.get(definitionKind, name))
-            preferences.remove(definitionKind, name);
+        else if (preferences.get(definitionKind, name)) preferences.remove(definitionKind, name);
         kept.insert(name);
     }
     for (const std::string& name : preferences.names(definitionKind))

@@ -31,9 +31,29 @@ std::optional<std::string> textOfHint(const char* text) {
 
 // The order that `m_given` has the methods in.
 enum HintMethod : std::uint32_t {
-    hintLabel, hintButton, hintTooltip, hintIcon, hintClass, hintFlags, hintMinimum, hintMaximum, hintSoftRange, hintStep,
-    hintSpeed, hintDigits, hintUnit, hintPalette, hintAlpha, hintVectorSize, hintItemList, hintFileClass, hintStringList,
-    hintBoolean, hintLines, hintNotifier, hintForm
+    hintLabel,
+    hintButton,
+    hintTooltip,
+    hintIcon,
+    hintClass,
+    hintFlags,
+    hintMinimum,
+    hintMaximum,
+    hintSoftRange,
+    hintStep,
+    hintSpeed,
+    hintDigits,
+    hintUnit,
+    hintPalette,
+    hintAlpha,
+    hintVectorSize,
+    hintItemList,
+    hintFileClass,
+    hintStringList,
+    hintBoolean,
+    hintLines,
+    hintNotifier,
+    hintForm
 };
 
 template <class Apply> KzResult CUIHints::once(const char* place, std::uint32_t method, const Apply& apply) {
@@ -50,9 +70,11 @@ template <class Apply> KzResult CUIHints::once(const char* place, std::uint32_t 
 
 KzResult CUIHints::range(const char* place, std::uint32_t method, std::optional<double> minimum,
                          std::optional<double> maximum) {
-    if (std::isnan(minimum.value_or(0)) || std::isnan(maximum.value_or(0))) return unlikely(place, "an end is no number");
+    if (std::isnan(minimum.value_or(0)) || std::isnan(maximum.value_or(0)))
+        return unlikely(place, "an end is no number");
     const HintValues now = values();
-    const bool isBelow = minimum && (maximum || (now.flags & KZfUIHINT_MAX) != 0) && *minimum > maximum.value_or(now.maximum);
+    const bool isBelow =
+        minimum && (maximum || (now.flags & KZfUIHINT_MAX) != 0) && *minimum > maximum.value_or(now.maximum);
     const bool isAbove = maximum && !minimum && (now.flags & KZfUIHINT_MIN) != 0 && now.minimum > *maximum;
     if (isBelow || isAbove) return unlikely(place, "the least value is above the greatest");
     return once(place, method, [&](HintValues& values) {
@@ -155,7 +177,8 @@ KzResult CUIHints::uihints_StringList(IKzUnknown* values, IKzUnknown* labels) {
         });
     std::vector<HintChoice> choices(count);
     const auto read = [](const CKzUser_ValueArray& array, std::uint32_t index, std::string& text) {
-        return kzReadText(text, [&](char* buffer, std::uint32_t length) { return array.GetString(index, buffer, length); });
+        return kzReadText(text,
+                          [&](char* buffer, std::uint32_t length) { return array.GetString(index, buffer, length); });
     };
     for (std::uint32_t at = 0; at < count; ++at) {
         if (const KzResult code = read(all, at, choices[at].value); kzFailed(code)) return code;

@@ -16,6 +16,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <mutex>
 #include <new>
 #include <span>
@@ -41,7 +42,8 @@ KzResult tooLarge(const char* place, std::uint64_t bytes) {
 Bytes readBuffer(const char* place, IKzUnknown* source, std::uint32_t offset, std::uint64_t length) {
     const CKzUser_Buffer buffer(source);
     if (!buffer)
-        throw kzBecause(KZe_INVALIDARG, place, [] { return "the other buffer is no object with the interface Buffer"; });
+        throw kzBecause(KZe_INVALIDARG, place,
+                        [] { return "the other buffer is no object with the interface Buffer"; });
     const auto size = static_cast<std::int64_t>(buffer.Size());
     const std::int64_t there = std::clamp<std::int64_t>(size - offset, 0, static_cast<std::int64_t>(mostBytes));
     Bytes bytes(std::min(length, static_cast<std::uint64_t>(there)));
@@ -99,9 +101,8 @@ public:
         return KZe_OK;
     }
     KzResult buff_Fill(std::uint32_t offset, std::uint32_t length, std::uint32_t value) override {
-        return within("Buffer.Fill", offset, length, [&] {
-            std::fill_n(m_bytes.begin() + offset, length, static_cast<std::uint8_t>(value));
-        });
+        return within("Buffer.Fill", offset, length,
+                      [&] { std::fill_n(m_bytes.begin() + offset, length, static_cast<std::uint8_t>(value)); });
     }
     KzResult buff_Copy(IKzUnknown* source, std::uint32_t offset, std::uint32_t length, std::uint32_t target) override {
         const Bytes bytes = readBuffer("Buffer.Copy", source, offset, length);

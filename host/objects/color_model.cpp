@@ -127,10 +127,10 @@ Parts labFromRGB(const Triple& rgb) {
 // A black body's colour, by the rational approximation of its place in the CIE 1960 diagram; the largest component is 1.
 Triple kelvinToRGB(const Parts& kelvin) {
     const double t = std::clamp(kelvin[0], coldest, hottest);
-    const double u = (0.860117757 + 1.54118254e-4 * t + 1.28641212e-7 * t * t) /
-                     (1 + 8.42420235e-4 * t + 7.08145163e-7 * t * t);
-    const double v = (0.317398726 + 4.22806245e-5 * t + 4.20481691e-8 * t * t) /
-                     (1 - 2.89741816e-5 * t + 1.61456053e-7 * t * t);
+    const double u =
+        (0.860117757 + 1.54118254e-4 * t + 1.28641212e-7 * t * t) / (1 + 8.42420235e-4 * t + 7.08145163e-7 * t * t);
+    const double v =
+        (0.317398726 + 4.22806245e-5 * t + 4.20481691e-8 * t * t) / (1 - 2.89741816e-5 * t + 1.61456053e-7 * t * t);
     const double x = 3 * u / (2 * u - 8 * v + 4), y = 2 * v / (2 * u - 8 * v + 4);
     Triple rgb = applied(xyzToRGB, {x / y, 1, (1 - x - y) / y});
     const double largest = std::max({rgb[0], rgb[1], rgb[2]});
@@ -153,10 +153,8 @@ constexpr ModelComponent hsvParts[] = {
     {"Hue", KZsTYPE_ANGLE, 0, turn, true}, {"Saturation", KZsTYPE_PERCENT}, {"Value", KZsTYPE_PERCENT}};
 constexpr ModelComponent hslParts[] = {
     {"Hue", KZsTYPE_ANGLE, 0, turn, true}, {"Saturation", KZsTYPE_PERCENT}, {"Lightness", KZsTYPE_PERCENT}};
-constexpr ModelComponent cmykParts[] = {{"Cyan", KZsTYPE_PERCENT},
-                                        {"Magenta", KZsTYPE_PERCENT},
-                                        {"Yellow", KZsTYPE_PERCENT},
-                                        {"Black", KZsTYPE_PERCENT}};
+constexpr ModelComponent cmykParts[] = {
+    {"Cyan", KZsTYPE_PERCENT}, {"Magenta", KZsTYPE_PERCENT}, {"Yellow", KZsTYPE_PERCENT}, {"Black", KZsTYPE_PERCENT}};
 constexpr ModelComponent labParts[] = {{"Lightness", KZsTYPE_FLOAT, 0, 100},
                                        {"Green to red", KZsTYPE_FLOAT, -128, 127},
                                        {"Blue to yellow", KZsTYPE_FLOAT, -128, 127}};
@@ -164,8 +162,12 @@ constexpr ModelComponent kelvinParts[] = {{"Temperature", KZsTYPE_TEMPERATURE, c
 
 constexpr ModelRow colorModels[] = {
     {KZs_COLORMODEL_RGB, "RGB", KZfCOLORMODEL_HDR, rgbParts,
-     [](const Parts& parts) -> Triple { return {parts[0], parts[1], parts[2]}; },
-     [](const Triple& rgb) -> Parts { return {rgb[0], rgb[1], rgb[2], 0}; }},
+     [](const Parts& parts) -> Triple {
+         return {parts[0], parts[1], parts[2]};
+     },
+     [](const Triple& rgb) -> Parts {
+         return {rgb[0], rgb[1], rgb[2], 0};
+     }},
     {KZs_COLORMODEL_HSV, "HSV", KZfCOLORMODEL_WHEEL | KZfCOLORMODEL_HDR, hsvParts, hsvToRGB, hsvFromRGB},
     {KZs_COLORMODEL_HSL, "HSL", KZfCOLORMODEL_WHEEL, hslParts, hslToRGB, hslFromRGB},
     {KZs_COLORMODEL_CMYK, "CMYK", 0, cmykParts, cmykToRGB, cmykFromRGB},
@@ -213,8 +215,7 @@ public:
         for (const float each : color.v) requireNumber("ColorModel.FromRGB", each);
         const Parts parts = m_row.fromRGB({color.v[0], color.v[1], color.v[2]});
         for (std::size_t index = 0; index < parts.size(); ++index)
-            (&kzNotNull(components))[index] =
-                index < m_row.components.size() ? static_cast<float>(parts[index]) : 0.0F;
+            (&kzNotNull(components))[index] = index < m_row.components.size() ? static_cast<float>(parts[index]) : 0.0F;
         return KZe_OK;
     }
     KzResult colm_Slider(std::uint32_t index, double position, float* components, KzFVector3* rgb) override {
@@ -222,7 +223,8 @@ public:
         const ModelComponent& component = at(place, index);
         Parts parts = partsOf(place, components);
         if (!(position >= 0 && position <= 1))
-            return kzBecause(KZe_INVALIDARG, place, [&] { return fmt::format("the position {} is not 0 to 1", position); });
+            return kzBecause(KZe_INVALIDARG, place,
+                             [&] { return fmt::format("the position {} is not 0 to 1", position); });
         parts[index] = component.minimum + position * (component.maximum - component.minimum);
         give(m_row.toRGB(parts), rgb);
         return KZe_OK;

@@ -67,8 +67,7 @@ struct UserValueHandle {
     }
     void refuseReadOnly(const char* place) const {
         if ((need(place).flags & KZfUSERVALUE_READONLY) != 0)
-            throw kzBecause(KZe_NOACCESS, place,
-                            [this] { return "the user value \"" + name + "\" is read-only"; });
+            throw kzBecause(KZe_NOACCESS, place, [this] { return "the user value \"" + name + "\" is read-only"; });
     }
 };
 
@@ -94,7 +93,8 @@ private:
 // The source converted to the type of the value. A word that is one of the choices stands for its number.
 KzCell UserValueHandle::converted(const char* place, const UserValue& now, IKzUnknown* source) const {
     if (!CKzUser_Value(source))
-        throw kzBecause(KZe_INVALIDARG, place, [] { return "what is to be set is no object with the interface Value"; });
+        throw kzBecause(KZe_INVALIDARG, place,
+                        [] { return "what is to be set is no object with the interface Value"; });
     if (!now.choices.empty())
         if (const auto number = now.choice(kzValueText(source))) return *number;
     auto cell = parts.types->cellBy(*now.type,
@@ -290,7 +290,8 @@ KzResult CUserValueObject::uservalue_SetHints(const KzTextValueHint* hints) {
     if (words.size() > mostChoicesOfValue)
         return refuse(fmt::format("a value has at most {} choices", mostChoicesOfValue));
     if (now.type->storage != KZiVALUE_TYPE_INTEGER && !words.empty())
-        return refuse(fmt::format("\"{}\" is of type {}, and only integers have choices", m_handle.name, now.type->name));
+        return refuse(
+            fmt::format("\"{}\" is of type {}, and only integers have choices", m_handle.name, now.type->name));
     if (now.type->name == std::string_view(KZsTYPE_CHOICE) && words.empty())
         return refuse("\"" + m_handle.name + "\" is a choice, which needs words");
     std::vector<std::int32_t> counted(numbers.size());
@@ -302,8 +303,7 @@ KzResult CUserValueObject::uservalue_SetHints(const KzTextValueHint* hints) {
     });
 }
 
-class CUserValueReference final
-    : public CHosted<"value reference", CUserValueReference, CKzIfc_ValueReference> {
+class CUserValueReference final : public CHosted<"value reference", CUserValueReference, CKzIfc_ValueReference> {
 public:
     explicit CUserValueReference(UserValueHandle handle) : m_handle(std::move(handle)) {}
 

@@ -95,7 +95,7 @@ VectorKindRef CVectorKinds::need(const char* place, const char* category, const 
 
 CPacketMemory::CPacketMemory(VectorKindRef kind, std::uint32_t count) : m_kind(std::move(kind)) {
     const std::size_t bytes = std::max<std::size_t>(std::size_t{count} * m_kind->size, 1);
-    m_bytes.reset(static_cast<std::uint8_t*>(::operator new(bytes, std::align_val_t{64})));
+    m_bytes.reset(static_cast<std::uint8_t*>(::operator new (bytes, std::align_val_t{64})));
     std::memset(m_bytes.get(), 0, bytes);
     const auto cleanUp = [this] {
         while (m_made > 0) m_kind->server.Cleanup(at(--m_made));

@@ -5,11 +5,13 @@
 
 #include "kz/packet.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kzhost {
@@ -21,8 +23,8 @@ class CWorkspace;
 struct VectorKind {
     std::string name;
     CKzUser_VectorPacket server;
-    std::uint32_t size = 0;            // 0 for objects
-    std::optional<KzGuid> identity;    // of the objects' interface
+    std::uint32_t size = 0;          // 0 for objects
+    std::optional<KzGuid> identity;  // of the objects' interface
     bool isObject() const noexcept { return size == 0; }
 };
 using VectorKindRef = std::shared_ptr<const VectorKind>;
@@ -59,7 +61,7 @@ public:
 
 private:
     struct Release {
-        void operator()(std::uint8_t* bytes) const noexcept { ::operator delete(bytes, std::align_val_t{64}); }
+        void operator()(std::uint8_t* bytes) const noexcept { ::operator delete (bytes, std::align_val_t{64}); }
     };
     VectorKindRef m_kind;
     std::uint32_t m_made = 0;

@@ -36,9 +36,8 @@ struct VectorLayout {
     // These throw, with the reason in the log.
     const VectorKindRef& at(const char* place, std::uint32_t index) const {
         if (index < places.size()) return places[index].kind;
-        throw kzBecause(KZe_OUTOFBOUNDS, place, [&] {
-            return fmt::format("there is no place {}; the type has {}", index, places.size());
-        });
+        throw kzBecause(KZe_OUTOFBOUNDS, place,
+                        [&] { return fmt::format("there is no place {}; the type has {}", index, places.size()); });
     }
     std::uint32_t need(const char* place, std::string_view name) const {
         if (const auto index = find(name)) return *index;

@@ -142,7 +142,8 @@ KzResult CVectorList::vectorlist_Evaluate(IKzUnknown* object, std::uint32_t firs
     constexpr const char* place = "VectorList.Evaluate";
     const CKzUser_PacketEffect effect(object);
     if (!effect)
-        return kzBecause(KZe_INVALIDARG, place, [] { return "the effect is no object with the interface PacketEffect"; });
+        return kzBecause(KZe_INVALIDARG, place,
+                         [] { return "the effect is no object with the interface PacketEffect"; });
     if (std::uint64_t{first} + count > m_count) inside(place, m_count);
     const std::string name = kzAnswer([&](const char** text) { return effect.Packet(text); });
     const std::uint32_t index = m_layout.need(place, name);

@@ -139,6 +139,7 @@ private:
 
 KzResult CVectorStack::vectorstack_SetObject(const char* name, IKzUnknown* object) {
     constexpr const char* place = "VectorStack.SetObject";
+    if (name == nullptr) return kzBecause(KZe_INVALIDARG, place, [] { return "the packet needs a name"; });
     const std::uint32_t index = m_layout.need(place, kzTextOf(name));
     const VectorKindRef& kind = m_layout.at(place, index);
     if (!kind->isObject())

@@ -148,7 +148,8 @@ KzResult CVectorType::vectortype_AddInterface(const KzGuid* ifc, const char* nam
     if (const auto present = layout().find(kzTextOf(name))) kind = layout().at(place, *present);
     if (kind && kind->identity != identity)
         return kzBecause(KZe_INVALIDARG, place, [&] {
-            return fmt::format("the packets \"{}\" are no objects of the interface {}", kind->name, kzGuidText(identity));
+            return fmt::format("the packets \"{}\" are no objects of the interface {}", kind->name,
+                               kzGuidText(identity));
         });
     if (!kind) {
         auto named = std::make_shared<VectorKind>();

@@ -136,9 +136,7 @@ public:
                                           std::uint32_t length) override;
 
 private:
-    CChannelServers serversOf(const ShownChannel& shown) const {
-        return {*m_modules, shown.info.package, shown.type};
-    }
+    CChannelServers serversOf(const ShownChannel& shown) const { return {*m_modules, shown.info.package, shown.type}; }
     std::string userName(const std::string& channel, const std::string& package, const std::string& type) const {
         const std::string text =
             CChannelServers(*m_modules, package, type).text([&](const CKzUser_ChannelUI& server, const char** out) {
@@ -154,7 +152,8 @@ private:
     static void readScene(const ShownChannel& shown, double time, CKzLoc_Unknown& read) {
         CKzLoc_Unknown scene;
         if (const KzResult code = shown.item->item_Scene(scene.out()); kzFailed(code)) throw code;
-        if (const KzResult code = CKzUser_Scene(scene.raw()).Channels(nullptr, time, read.out()); kzFailed(code)) throw code;
+        if (const KzResult code = CKzUser_Scene(scene.raw()).Channels(nullptr, time, read.out()); kzFailed(code))
+            throw code;
     }
 
     std::shared_ptr<CModuleTable> m_modules;
@@ -214,11 +213,16 @@ std::uint32_t CChannelUIService::channeluiservice_State(IKzUnknown* item, std::i
 
 KzResult CChannelUIService::channeluiservice_StateColor(std::uint32_t state, KzFVector3* color) {
     enter("ChannelUI.StateColor");
-    static constexpr std::array<KzFVector3, 6> colors{{{{0.75F, 0.75F, 0.75F}}, {{0.2F, 0.7F, 0.3F}}, {{0.9F, 0.25F, 0.2F}},
-                                                       {{0.95F, 0.6F, 0.15F}}, {{0.3F, 0.5F, 0.9F}}, {{0.6F, 0.4F, 0.7F}}}};
+    static constexpr std::array<KzFVector3, 6> colors{{{{0.75F, 0.75F, 0.75F}},
+                                                       {{0.2F, 0.7F, 0.3F}},
+                                                       {{0.9F, 0.25F, 0.2F}},
+                                                       {{0.95F, 0.6F, 0.15F}},
+                                                       {{0.3F, 0.5F, 0.9F}},
+                                                       {{0.6F, 0.4F, 0.7F}}}};
     if (state >= colors.size())
-        return kzBecause(KZe_INVALIDARG, "ChannelUI.StateColor",
-                         [&] { return fmt::format("there is no state {}; they are 0 to {}", state, colors.size() - 1); });
+        return kzBecause(KZe_INVALIDARG, "ChannelUI.StateColor", [&] {
+            return fmt::format("there is no state {}; they are 0 to {}", state, colors.size() - 1);
+        });
     kzNotNull(color) = colors[state];
     return KZe_OK;
 }
@@ -240,16 +244,19 @@ KzResult CChannelUIService::channeluiservice_CommandText(IKzUnknown* item, std::
 
 KzResult kzGiveChannelHints(const CModuleTable& modules, const OpenScenes& scenes, const std::string& ident,
                             const std::string& channel, IKzUnknown** hints) {
-    CHostRef<CScene> scene;
+    CHostRef<CItem> item;
+    std::int32_t index = 0;
     {
         const CReading reading(*scenes.workspace);
-        scene = scenes.current();
+        const CHostRef<CScene> scene = scenes.current();
+        Item* found = scene ? scene->document().byIdent(ident) : nullptr;
+        if (scene && found == nullptr) found = scene->document().byName(ident);
+        if (found != nullptr) item = kzObjectOf(*found);
     }
-    if (!scene) return kzBecause(KZe_NOTFOUND, "UIHints", [] { return "no scene is open"; });
-    CKzLoc_Unknown item;
-    std::int32_t index = 0;
-    if (const KzResult code = scene->scene_ItemLookup(ident.c_str(), item.out()); kzFailed(code)) return code;
-    if (const KzResult code = CKzUser_Item(item.raw()).ChannelLookup(channel.c_str(), &index); kzFailed(code)) return code;
+    if (!item)
+        return kzBecause(KZe_NOTFOUND, "UIHints",
+                         [&] { return "there is no item \"" + ident + "\" in the current scene"; });
+    if (const KzResult code = item->item_ChannelLookup(channel.c_str(), &index); kzFailed(code)) return code;
     const ShownChannel shown = shownChannel(item.raw(), index);
     auto made = CHostRef<CUIHints>::make();
     HintValues more;
@@ -260,16 +267,13 @@ KzResult kzGiveChannelHints(const CModuleTable& modules, const OpenScenes& scene
         const std::string text = servers.text(ask);
         return text.empty() ? std::nullopt : std::optional(text);
     };
-    more.label = answered([&](const CKzUser_ChannelUI& server, const char** out) {
-        return server.UserName(channel.c_str(), out);
-    });
+    more.label = answered(
+        [&](const CKzUser_ChannelUI& server, const char** out) { return server.UserName(channel.c_str(), out); });
     if (!more.label) more.label = nameForPeople(channel);
-    more.tooltip = answered([&](const CKzUser_ChannelUI& server, const char** out) {
-        return server.Tooltip(channel.c_str(), out);
-    });
-    more.icon = answered([&](const CKzUser_ChannelUI& server, const char** out) {
-        return server.Icon(channel.c_str(), out);
-    });
+    more.tooltip = answered(
+        [&](const CKzUser_ChannelUI& server, const char** out) { return server.Tooltip(channel.c_str(), out); });
+    more.icon =
+        answered([&](const CKzUser_ChannelUI& server, const char** out) { return server.Icon(channel.c_str(), out); });
     made->add(more);
     if (shown.info.hints) made->setTable(shown.info.hints->rows());
     return made.give(hints);

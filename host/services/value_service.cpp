@@ -35,10 +35,10 @@ bool sameWord(std::string_view left, std::string_view right) {
 class CValueService final : public CHosted<"value service", CValueService, CKzIfc_ValueService>, CServiceBase {
 public:
     CValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
-                  std::shared_ptr<CValueTypeRegistry> types,
-                  std::shared_ptr<CPropertyTable> properties, std::shared_ptr<const QueryEnvironment> queries)
-        : CServiceBase(std::move(context)), m_modules(std::move(modules)), m_types(std::move(types)), m_properties(std::move(properties)),
-          m_queries(std::move(queries)) {}
+                  std::shared_ptr<CValueTypeRegistry> types, std::shared_ptr<CPropertyTable> properties,
+                  std::shared_ptr<const QueryEnvironment> queries)
+        : CServiceBase(std::move(context)), m_modules(std::move(modules)), m_types(std::move(types)),
+          m_properties(std::move(properties)), m_queries(std::move(queries)) {}
 
     KzResult valueservice_CreateValue(const char* type, IKzUnknown** value) override {
         enter("Value.CreateValue");

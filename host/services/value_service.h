@@ -10,6 +10,7 @@ class CPropertyTable;
 class CValueTypeRegistry;
 struct QueryEnvironment;
 
-extern const ServiceFactory<CModuleTable, CValueTypeRegistry, CPropertyTable, const QueryEnvironment> kzMakeValueService;
+extern const ServiceFactory<CModuleTable, CValueTypeRegistry, CPropertyTable, const QueryEnvironment>
+    kzMakeValueService;
 
 }  // namespace kzhost

@@ -46,7 +46,8 @@ template <bool isBigEndian, class Use> void eachBlock(std::span<const unsigned c
     }
 }
 
-template <std::size_t size> void addTo(std::array<std::uint32_t, size>& state, const std::array<std::uint32_t, size>& more) {
+template <std::size_t size>
+void addTo(std::array<std::uint32_t, size>& state, const std::array<std::uint32_t, size>& more) {
     for (std::size_t at = 0; at < size; ++at) state[at] += more[at];
 }
 
@@ -76,15 +77,18 @@ std::string kzCrc32(std::span<const unsigned char> bytes) {
 }
 
 std::string kzMd5(std::span<const unsigned char> bytes) {
-    static constexpr std::array<std::array<int, 4>, 4> turns{{{7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}}};
-    static constexpr std::array<std::array<unsigned, 2>, 4> picks{{{1, 0}, {5, 1}, {3, 5}, {7, 0}}};  // factor and offset of the word
+    static constexpr std::array<std::array<int, 4>, 4> turns{
+        {{7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}}};
+    static constexpr std::array<std::array<unsigned, 2>, 4> picks{
+        {{1, 0}, {5, 1}, {3, 5}, {7, 0}}};  // factor and offset of the word
     std::array<std::uint32_t, 4> state{0x67452301U, 0xEFCDAB89U, 0x98BADCFEU, 0x10325476U};
     eachBlock<false>(bytes, [&](const Block& block) {
         auto [a, b, c, d] = state;
         for (unsigned step = 0; step < 64; ++step) {
             const unsigned round = step / 16;
             const std::array<std::uint32_t, 4> mixes{(b & c) | (~b & d), (d & b) | (~d & c), b ^ c ^ d, c ^ (b | ~d)};
-            const auto constant = static_cast<std::uint32_t>(std::fabs(std::sin(static_cast<double>(step + 1))) * 4294967296.0);
+            const auto constant =
+                static_cast<std::uint32_t>(std::fabs(std::sin(static_cast<double>(step + 1))) * 4294967296.0);
             const std::uint32_t word = block[(picks[round][0] * step + picks[round][1]) % 16];
             const std::uint32_t turned = std::rotl(a + mixes[round] + constant + word, turns[round][step % 4]);
             a = d;
@@ -107,11 +111,12 @@ std::string kzSha1(std::span<const unsigned char> bytes) {
     eachBlock<true>(bytes, [&](const Block& block) {
         std::array<std::uint32_t, 80> words{};
         for (std::size_t at = 0; at < words.size(); ++at)
-            words[at] = at < 16 ? block[at]
-                                : std::rotl(words[at - 3] ^ words[at - 8] ^ words[at - 14] ^ words[at - 16], 1);
+            words[at] =
+                at < 16 ? block[at] : std::rotl(words[at - 3] ^ words[at - 8] ^ words[at - 14] ^ words[at - 16], 1);
         auto [a, b, c, d, e] = state;
         for (std::size_t step = 0; step < words.size(); ++step) {
-            const std::array<std::uint32_t, 4> mixes{(b & c) | (~b & d), b ^ c ^ d, (b & c) | (b & d) | (c & d), b ^ c ^ d};
+            const std::array<std::uint32_t, 4> mixes{(b & c) | (~b & d), b ^ c ^ d, (b & c) | (b & d) | (c & d),
+                                                     b ^ c ^ d};
             static constexpr std::array<std::uint32_t, 4> constants{0x5A827999U, 0x6ED9EBA1U, 0x8F1BBCDCU, 0xCA62C1D6U};
             const std::uint32_t turned = std::rotl(a, 5) + mixes[step / 20] + e + constants[step / 20] + words[step];
             e = d;

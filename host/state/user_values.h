@@ -27,15 +27,15 @@ enum class ValueLife {
 struct UserValue {
     const KzValueType* type = nullptr;
     KzCell cell;
-    std::vector<std::string> choices;          // the words of a choice
+    std::vector<std::string> choices;         // the words of a choice
     std::vector<std::int32_t> choiceNumbers;  // of the words; empty where they are counted from 0
     ValueLife life = ValueLife::temporary;
-    std::string userName;                  // empty for none
-    std::optional<KzCell> initial;         // what it goes back to; without one, what its type begins with
-    double minimum = 0, maximum = 0;       // as far as the flags say that it has them
-    std::uint32_t flags = 0;               // fUSERVALUE, without that of the action
-    std::string action;                    // a command that runs after each change; empty for none
-    std::uint64_t identity = 0;            // of this definition: a name that is defined again gets another
+    std::string userName;             // empty for none
+    std::optional<KzCell> initial;    // what it goes back to; without one, what its type begins with
+    double minimum = 0, maximum = 0;  // as far as the flags say that it has them
+    std::uint32_t flags = 0;          // fUSERVALUE, without that of the action
+    std::string action;               // a command that runs after each change; empty for none
+    std::uint64_t identity = 0;       // of this definition: a name that is defined again gets another
 
     std::int32_t numberOf(std::size_t choice) const {
         return choiceNumbers.empty() ? static_cast<std::int32_t>(choice) : choiceNumbers[choice];

@@ -2,7 +2,7 @@
 import kz
 import kz.object as k
 import kzifc
-from checks import code_of, equal, fails, result_of
+from checks import code_of, equal, fails
 from kz.symbol import (fPOPUP_DISABLED, fPOPUP_HEADING, fUIHINT_MAX, fUIHINT_MIN, fUIHINT_PASSWORD, fUIHINT_SOFTMAX,
                        fUIHINT_SOFTMIN, fUIHINT_SORTED, fVALHINT_COLORS, fVALHINT_CUE, fVALHINT_FILTER, fVALHINT_ITEMS,
                        fVALHINT_ITEMS_NONE, fVALHINT_LABEL, fVALHINT_NOTIFIERS, fVALHINT_POPUPS, fVALHINT_POPUP_TIPS,

@@ -42,8 +42,9 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "calculations", "drops", "files", "hints", "image", "kzu_objects", "listeners", "mesh",
-                                         "packages", "packets", "scene", "selection", "shapes", "solids", "values"));
+                         testing::Values("animation", "calculations", "drops", "files", "hints", "image", "kzu_objects",
+                                         "listeners", "mesh", "packages", "packets", "scene", "selection", "shapes",
+                                         "solids", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {

@@ -6,10 +6,11 @@ import zlib
 import kz
 import kz.object as k
 from checks import code_of, equal, fails, result_of, storage
-from kz.symbol import (fINTRANGE_LENIENT, fINTRANGE_MERGE, fINTRANGE_STEPS, fUSERVALUE_CLAMP, fUSERVALUE_HASACTION, fUSERVALUE_HIDDEN, fUSERVALUE_MAX, fUSERVALUE_MIN,
-                       fUSERVALUE_NOUNDO, fUSERVALUE_READONLY, i_STAG_COMMENT, i_STAG_LABEL, iUSERVALUE_LIFE_CONFIG)
+from kz.symbol import (fINTRANGE_LENIENT, fINTRANGE_MERGE, fINTRANGE_STEPS, fUSERVALUE_CLAMP, fUSERVALUE_HASACTION,
+                       fUSERVALUE_HIDDEN, fUSERVALUE_MAX, fUSERVALUE_MIN, fUSERVALUE_NOUNDO,
+                       fUSERVALUE_READONLY, i_STAG_COMMENT, i_STAG_LABEL, iUSERVALUE_LIFE_CONFIG)
 
-HOST, VALUES, UNDO, LISTENER = kz.service.Host(), kz.service.Value(), kz.service.Undo(), kz.service.Listener()
+HOST, VALUES, UNDO = kz.service.Host(), kz.service.Value(), kz.service.Undo()
 
 
 def made(kind, name='', type=None):
