@@ -11,6 +11,7 @@
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/user_value_commands.h"
+#include "host/commands/value_commands.h"
 #include "host/core/command_dispatcher.h"
 #include "host/core/command_registry.h"
 #include "host/core/command_states.h"
@@ -20,6 +21,7 @@
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
 #include "host/core/notifier_table.h"
+#include "host/core/own_objects.h"
 #include "host/core/persistence.h"
 #include "host/core/reasons.h"
 #include "host/core/result_cache.h"
@@ -28,19 +30,26 @@
 #include "host/core/service_registry.h"
 #include "host/core/session_memory.h"
 #include "host/core/value_type_registry.h"
+#include "host/objects/argument_hints.h"
+#include "host/objects/attr_sequence.h"
 #include "host/objects/auto_save.h"
+#include "host/objects/buffer.h"
+#include "host/objects/color_model.h"
 #include "host/objects/document_listeners.h"
 #include "host/objects/document_undo.h"
 #include "host/objects/drops.h"
 #include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
+#include "host/objects/int_range.h"
 #include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/presets.h"
 #include "host/objects/scene_files.h"
 #include "host/objects/served_modifiers.h"
+#include "host/objects/user_value.h"
 #include "host/services/absent_services.h"
 #include "host/services/cache_service.h"
+#include "host/services/channel_ui_service.h"
 #include "host/services/color_mapping_service.h"
 #include "host/services/command_service.h"
 #include "host/services/dialog_service.h"
@@ -83,6 +92,8 @@
 #include "kz/block_io.h"
 #include "kz/buffer.h"
 #include "kz/cache.h"
+#include "kz/channel_ui.h"
+#include "kz/color.h"
 #include "kz/color_mapping.h"
 #include "kz/command.h"
 #include "kz/dialog.h"
@@ -96,6 +107,7 @@
 #include "kz/log.h"
 #include "kz/mesh.h"
 #include "kz/message.h"
+#include "kz/object.h"
 #include "kz/package.h"
 #include "kz/packet.h"
 #include "kz/persist.h"
@@ -106,6 +118,7 @@
 #include "kz/selection.h"
 #include "kz/thread.h"
 #include "kz/triangle.h"
+#include "kz/ui_hints.h"
 #include "kz/undo.h"
 #include "kz/user_value.h"
 #include "kz/value.h"
@@ -131,6 +144,41 @@ void addCommands(const HostParts& host) {
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
     kzAddUserValueCommands(*host.registry, host.userValues);
+    kzAddValueCommands(*host.registry, host.modules);
+}
+
+// What Host.SpawnServer makes besides the servers of modules.
+std::shared_ptr<COwnObjects> ownObjects(const HostParts& host) {
+    auto own = std::make_shared<COwnObjects>();
+    const UserValueParts values{host.userValues, host.types, host.scenes->workspace, host.notifiers};
+    own->add(KZa_USERVALUE, [=](const auto& name, auto** object) { return kzGiveUserValue(values, name, object); });
+    own->add(KZa_VALUEREFERENCE,
+             [=](const auto& name, auto** object) { return kzGiveValueReference(values, name, object); });
+    const auto addPlain = [&](const char* type, IKzUnknown* (*make)()) {
+        own->add(type, [make](const auto& /*name*/, IKzUnknown** object) {
+            *object = make();
+            return KZe_OK;
+        });
+    };
+    // Empty, those of an argument of a command, as "item.create type", or those of a channel, as "item Ball size".
+    own->add(KZa_UIHINTS, [dispatcher = host.dispatcher, modules = host.modules,
+                           scenes = host.scenes](const std::string& name, IKzUnknown** object) {
+        const std::size_t blank = name.rfind(' ');
+        if (name.starts_with("item ") && blank > 5)
+            return kzGiveChannelHints(*modules, *scenes, name.substr(5, blank - 5), name.substr(blank + 1), object);
+        return kzGiveHints(*dispatcher, name, object);
+    });
+    own->add(KZa_COLORMODEL, [](const std::string& name, IKzUnknown** object) {
+        *object = kzMakeColorModel(name);
+        if (*object != nullptr) return KZe_OK;
+        return kzBecause(KZe_NOTFOUND, "ColorModel",
+                         [&] { return kzThereIsNo("color model", name, kzColorModelNames()); });
+    });
+    addPlain(KZa_ATTRSEQUENCE, kzMakeAttrSequence);
+    addPlain(KZa_BUFFER, kzMakeBuffer);
+    addPlain(KZa_INTRANGE, kzMakeIntRange);
+    addPlain(KZa_STRINGTAG, kzMakeStringTags);
+    return own;
 }
 
 // These parts own the registry, so the factories capture single parts, and never the registry itself.
@@ -140,6 +188,7 @@ void addServices(const HostParts& host) {
         services.add(name, iid, [=, context = host.context] { return make(context, parts...); });
     };
     add("cache", KZu_CACHESERVICE, kzMakeCacheService, host.results);
+    add("channelui", KZu_CHANNELUISERVICE, kzMakeChannelUIService, host.modules, host.types, host.scenes);
     add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
     add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
@@ -148,7 +197,8 @@ void addServices(const HostParts& host) {
     add("drop", KZu_DROPSERVICE, kzMakeDropService, host.drops);
     add("file", KZu_FILESERVICE, kzMakeFileService, host.files);
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
-    add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
+    add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log,
+        ownObjects(host));
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
     add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
     add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
@@ -171,7 +221,7 @@ void addServices(const HostParts& host) {
     add("textencoding", KZu_TEXTENCODINGSERVICE, kzMakeTextEncodingService);
     add("thread", KZu_THREADSERVICE, kzMakeThreadService, host.jobThreads);
     add("undo", KZu_UNDOSERVICE, kzMakeUndoService, host.scenes);
-    add("value", KZu_VALUESERVICE, kzMakeValueService, host.types, host.properties, host.queries);
+    add("value", KZu_VALUESERVICE, kzMakeValueService, host.modules, host.types, host.properties, host.queries);
     add("vertexfeature", KZu_VERTEXFEATURESERVICE, kzMakeVertexFeatureService);
     for (const AbsentService& each : kzAbsentServices())
         services.add(each.name, *each.iid, [make = each.make, context = host.context] { return make(context); });
@@ -187,7 +237,15 @@ auto notifierOf(const HostParts& host) {
 // User values, aliases of folders, and units.
 void tellOfSettings(const HostParts& host) {
     const auto tell = notifierOf(host);
-    host.userValues->setSink([tell, listeners = host.listeners](ValueEvent event, const std::string& name) {
+    // While a step is undone, what the action did is undone with its own step.
+    const auto run = [dispatcher = std::weak_ptr(host.dispatcher),
+                      workspace = std::weak_ptr(host.scenes->workspace)](const std::string& command) {
+        const auto commands = dispatcher.lock();
+        const auto history = workspace.lock();
+        if (commands && history && !history->isUndoing()) commands->perform(command, 0);
+    };
+    host.userValues->setSink([tell, run, values = host.userValues.get(),
+                              listeners = host.listeners](ValueEvent event, const std::string& name) {
         listeners->each<CKzLoc_UserValueListener>([&](IKzUserValueListener& each) {
             switch (event) {
             case ValueEvent::added: return each.Added(name.c_str());
@@ -197,6 +255,7 @@ void tellOfSettings(const HostParts& host) {
             }
         });
         tell(event == ValueEvent::changed ? KZsNOTIFIER_USERVALUE : KZsNOTIFIER_USERVALUE_DEF, name);
+        if (event == ValueEvent::changed) kzRunValueAction(*values, name, run);
     });
     host.files->whenSet([tell] { tell(KZsNOTIFIER_PATHS, {}); });
     host.properties->whenSet([tell](const std::string& name) {

@@ -4,6 +4,7 @@
 #include "host/core/command_arguments.h"
 #include "host/core/command_dispatcher.h"
 #include "host/core/partial_arguments.h"
+#include "host/core/ui_hints.h"
 #include "host/state/text.h"
 
 #include "kz/command.h"
@@ -42,6 +43,8 @@ private:
         const KzTextValueHint* hints = nullptr;
         if (kzSucceeded(m_arguments.attributes().Hints(index, &hints)))
             for (; hints->text != nullptr; ++hints) words.emplace_back(hints->text);
+        for (const HintChoice& choice : kzAttributeHints(m_arguments.attributes().raw(), index)->values().choices)
+            if (choice.isOffered()) words.push_back(choice.value);
         const bool isText = kzAnswer([&](const char** name) {
                                 return m_arguments.attributes().TypeName(index, name);
                             }) == KZsTYPE_STRING;

@@ -43,18 +43,26 @@ constexpr ArgumentRow userValueArguments[] = {
     {"delete", KZsTYPE_BOOLEAN, kzOptional, "whether it is to go"},
     {KZsARG_USERVALUE_LIFE, KZsTYPE_CHOICE, kzOptional | kzQueryable,
      "how long it lives: temporary, until the session ends, or config, which keeps it for later sessions", lifeHints},
+    {KZsARG_USERVALUE_USERNAME, KZsTYPE_STRING, kzOptional | kzQueryable, "its name for people"},
+    {KZsARG_USERVALUE_DEFAULT, KZsTYPE_STRING, kzOptional | kzQueryable, "what it is reset to"},
+    {KZsARG_USERVALUE_MIN, KZsTYPE_FLOAT, kzOptional | kzQueryable, "the least value of a number"},
+    {KZsARG_USERVALUE_MAX, KZsTYPE_FLOAT, kzOptional | kzQueryable, "the greatest value of a number"},
+    {KZsARG_USERVALUE_ACTION, KZsTYPE_STRING, kzOptional | kzQueryable, "a command that runs after each change"},
+    {"reset", KZsTYPE_BOOLEAN, kzOptional, "whether it goes back to its default"},
 };
 
 const KzValueType* userValueType(CUserValues& values, CBuiltinCommand& command, std::uint32_t index) {
     if (index != 1) return nullptr;
-    if (const auto former = values.find(command.text("name"))) return former->type;
-    return nullptr;
+    const auto former = values.find(command.text("name"));
+    if (!former) return nullptr;
+    // Choices with numbers of their own are taken by word or number, whatever their place.
+    return former->choiceNumbers.empty() ? former->type : kzFindType(KZsTYPE_STRING);
 }
 
 Texts userValueChoices(CUserValues& values, CBuiltinCommand& command, std::uint32_t index) {
     if (index != 1) return {};
     const auto former = values.find(command.text("name"));
-    return former ? former->choices : Texts();
+    return former && former->choiceNumbers.empty() ? former->choices : Texts();
 }
 
 UserValue newUserValue(CBuiltinCommand& command, const std::string& name) {
@@ -83,17 +91,49 @@ std::string oneOfChoices(const std::vector<std::string>& choices) {
     return kzOneOf(hints.data());
 }
 
-KzCell userValueCell(const CValueTypeRegistry& types, const UserValue& value, const std::string& text) {
-    const auto choice = std::find(value.choices.begin(), value.choices.end(), text);
-    if (choice != value.choices.end()) return static_cast<std::int32_t>(choice - value.choices.begin());
+KzCell userValueCell(const CValueTypeRegistry& types, const UserValue& value, const char* argument,
+                     const std::string& text) {
+    if (const auto choice = value.choice(text)) return *choice;
     const auto cell = types.cellOfText(*value.type, text);
-    const bool isIn = value.choices.empty() || (cell && kzNumberOf(*cell).value_or(-1) >= 0 &&
-                                                *kzNumberOf(*cell) < static_cast<double>(value.choices.size()));
-    if (!cell || !isIn)
+    if (!cell || (!value.choices.empty() && !value.isChoice(*cell)))
         kzRefuse(KZe_CMD_ERROR_SETTING_DATATYPE,
-                 fmt::format("argument \"value\": \"{}\" is not {}", text,
+                 fmt::format("argument \"{}\": \"{}\" is not {}", argument, text,
                              value.choices.empty() ? types.expects(*value.type) : oneOfChoices(value.choices)));
     return *cell;
+}
+
+void setWithinRange(UserValue& value, const KzCell& cell) {
+    auto allowed = value.within(cell);
+    if (!allowed)
+        kzRefuse(KZe_OUTOFBOUNDS,
+                 fmt::format("argument \"value\": {} is outside {} to {}", kzFormatCell(*value.type, cell),
+                             (value.flags & KZfUSERVALUE_MIN) != 0 ? fmt::format("{}", value.minimum) : "any",
+                             (value.flags & KZfUSERVALUE_MAX) != 0 ? fmt::format("{}", value.maximum) : "any"));
+    value.cell = *std::move(allowed);
+}
+
+// What is said of the value beside its type and what it is.
+void describeUserValue(UserValue& value, CBuiltinCommand& command) {
+    const auto takeEnd = [&](const char* argument, double UserValue::*end, std::uint32_t flag) {
+        const auto number = command.number(argument);
+        if (!number) return;
+        if (!kzHasRange(*value.type) || *number != *number)
+            kzRefuse(KZe_INVALIDARG,
+                     fmt::format("argument \"{}\": only numbers have a range, between numbers", argument));
+        value.*end = *number;
+        value.flags |= flag;
+    };
+    takeEnd(KZsARG_USERVALUE_MIN, &UserValue::minimum, KZfUSERVALUE_MIN);
+    takeEnd(KZsARG_USERVALUE_MAX, &UserValue::maximum, KZfUSERVALUE_MAX);
+    constexpr std::uint32_t both = KZfUSERVALUE_MIN | KZfUSERVALUE_MAX;
+    if ((value.flags & both) == both && value.minimum > value.maximum)
+        kzRefuse(KZe_INVALIDARG,
+                 fmt::format("argument \"min\": {} is above the greatest value, {}", value.minimum, value.maximum));
+    if (command.has(KZsARG_USERVALUE_USERNAME)) value.userName = command.text(KZsARG_USERVALUE_USERNAME);
+    if (command.has(KZsARG_USERVALUE_ACTION)) value.action = command.text(KZsARG_USERVALUE_ACTION);
+    if (command.has(KZsARG_USERVALUE_DEFAULT))
+        value.initial = userValueCell(*command.environment().types, value, KZsARG_USERVALUE_DEFAULT,
+                                      command.text(KZsARG_USERVALUE_DEFAULT));
 }
 
 void setUserValue(CUserValues& values, CBuiltinCommand& command) {
@@ -109,11 +149,20 @@ void setUserValue(CUserValues& values, CBuiltinCommand& command) {
         kzRefuse(KZe_ALREADYEXISTS, fmt::format("argument \"type\": \"{}\" is of type {} already; delete it first",
                                                 name, former->type->name));
     UserValue value = former ? *former : newUserValue(command, name);
+    const bool isChanged = command.has("value") || command.flag("reset");
+    if (former && isChanged && !command.has("type") && (former->flags & KZfUSERVALUE_READONLY) != 0)
+        kzRefuse(KZe_NOACCESS,
+                 "argument \"value\": \"" + name + "\" is read-only; only with its type it can be defined again");
+    describeUserValue(value, command);
     if (command.has("value")) {
         // A word that was set before the choices were known is still a text.
-        const auto choice = value.choices.empty() ? std::nullopt : command.choice("value");
-        value.cell =
-            choice ? KzCell(*choice) : userValueCell(*command.environment().types, value, command.text("value"));
+        const auto choice =
+            value.choices.empty() || !value.choiceNumbers.empty() ? std::nullopt : command.choice("value");
+        setWithinRange(value, choice
+                                  ? KzCell(*choice)
+                                  : userValueCell(*command.environment().types, value, "value", command.text("value")));
+    } else if (command.flag("reset") || (!former && value.initial)) {
+        setWithinRange(value, value.start());
     }
     if (const auto life = command.integer(KZsARG_USERVALUE_LIFE)) value.life = static_cast<ValueLife>(*life);
     values.set(name, std::move(value));
@@ -127,7 +176,16 @@ Texts queryUserValue(CUserValues& values, CBuiltinCommand& command, std::uint32_
     if (!former) kzRefuse(KZe_NOTFOUND, kzThereIsNo("user value", name, values.names()));
     if (index == 2) return {former->type->name};
     if (index == 5) return {std::to_string(static_cast<int>(former->life))};
-    return index == 3 ? former->choices : Texts{kzFormatCell(*former->type, former->cell)};
+    if (index == 3) return former->choices;
+    if (index == 6) return {former->userName.empty() ? name : former->userName};
+    if (index == 7) return {kzFormatCell(*former->type, former->start())};
+    const auto end = [&](std::uint32_t flag, double number) {
+        return (former->flags & flag) != 0 ? Texts{fmt::format("{}", number)} : Texts();
+    };
+    if (index == 8) return end(KZfUSERVALUE_MIN, former->minimum);
+    if (index == 9) return end(KZfUSERVALUE_MAX, former->maximum);
+    if (index == 10) return {former->action};
+    return {kzFormatCell(*former->type, former->cell)};
 }
 
 }  // namespace

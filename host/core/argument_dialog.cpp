@@ -4,11 +4,14 @@
 #include "host/core/command_arguments.h"
 #include "host/core/command_text.h"
 #include "host/core/refusal.h"
+#include "host/core/ui_hints.h"
 #include "host/state/dialog_board.h"
 #include "host/state/text.h"
 
 #include "kz/command.h"
 #include "kz/result.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <optional>
@@ -73,10 +76,28 @@ private:
 
     bool canAsk(std::uint32_t index) const {
         constexpr std::uint32_t neverShown = KZfCMDARG_HIDDEN | KZfCMDARG_READONLY | KZfCMDARG_CANT_ADD_TO_DLG;
-        return (m_arguments.flagsOf(index) & neverShown) == 0 && m_arguments.isEnabled(index);
+        if ((m_arguments.flagsOf(index) & neverShown) != 0 || !m_arguments.isEnabled(index)) return false;
+        return !hintsOf(index)->uihintsread_HasFlag(KZfUIHINT_HIDDEN | KZfUIHINT_READONLY);
     }
 
-    DialogQuestion questionOf(std::uint32_t index) const {
+    CHostRef<CUIHints> hintsOf(std::uint32_t index) const {
+        return kzAttributeHints(m_arguments.attributes().raw(), index);
+    }
+
+    // What the hints say goes before what the command says in general.
+    static void addHints(const HintValues& hints, DialogQuestion& question) {
+        if (hints.label) question.argument = *hints.label;
+        if (question.description.empty()) question.description = hints.tooltip.value_or("");
+        std::string words;
+        for (const HintChoice& choice : hints.choices)
+            if (choice.isOffered()) words += " " + choice.value;
+        if (!words.empty()) question.expected = "one of" + words;
+        if ((hints.flags & KZfUIHINT_MIN) != 0) question.expected += fmt::format(", from {}", hints.minimum);
+        if ((hints.flags & KZfUIHINT_MAX) != 0) question.expected += fmt::format(", up to {}", hints.maximum);
+        if ((hints.flags & KZfUIHINT_PASSWORD) != 0) question.isSecret = true;
+    }
+
+    DialogQuestion questionOf(std::uint32_t index, const HintValues& hints) const {
         const CKzUser_Command& command = m_arguments.command();
         DialogQuestion question;
         question.command = kzAnswer([&](const char** text) { return command.UserName(text); });
@@ -87,19 +108,26 @@ private:
         const std::string example = kzAnswer([&](const char** text) { return command.ArgExample(index, text); });
         if (!example.empty()) question.expected += ", as " + example;
         question.isSecret = m_arguments.isSecret(index);
+        addHints(hints, question);
         if (!question.isSecret) question.present = m_arguments.shown(index);
         else if (m_arguments.isSet(index)) question.present = "***";
         return question;
     }
 
     KzResult ask(std::uint32_t index) {
-        DialogQuestion question = questionOf(index);
+        const HintValues hints = hintsOf(index)->values();
+        DialogQuestion question = questionOf(index, hints);
         for (int tries = 1;; ++tries) {
             const auto answer = m_board.ask(question);
             if (!answer) throw CommandTextError{KZe_ABORT, "the dialog was cancelled"};
             if (answer->empty()) return KZe_OK;
             try {
-                m_arguments.answer(index, *answer == "{}" ? "" : *answer);
+                const std::string typed = *answer == "{}" ? "" : *answer;
+                m_arguments.answer(index, kzAllowedText(m_arguments.attributes().raw(), index, hints, typed));
+            } catch (const std::string& refusal) {
+                if (tries == mostTries) throw CommandTextError{KZe_CMD_ERROR_SETTING_DATATYPE, refusal};
+                question.problem = question.isSecret ? "that password is not allowed" : refusal;
+                continue;
             } catch (const CommandTextError& error) {
                 if (tries == mostTries) throw;
                 question.problem = error.text;

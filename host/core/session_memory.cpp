@@ -3,6 +3,8 @@
 //     alias   NAME    DEFINITION
 //     units   system  NAME
 //     value   NAME    TYPE VALUE CHOICE...
+//     value-definition NAME  USERNAME FLAGS MINIMUM MAXIMUM ACTION DEFAULT NUMBER...
+//                     if any of these was given; DEFAULT is empty or one text, the numbers are those of the choices
 //     persist PATH    VALUE, or nothing for an instance of a hash or list
 #include "host/core/session_memory.h"
 
@@ -16,7 +18,11 @@
 #include "kz/command.h"
 #include "kz/result.h"
 
+#include <fmt/format.h>
+
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -26,6 +32,36 @@ constexpr const char* aliasKind = "alias";
 constexpr const char* unitsKind = "units";
 constexpr const char* unitsName = "system";
 constexpr const char* valueKind = "value";
+constexpr const char* definitionKind = "value-definition";
+
+PreferenceFields definitionFields(const UserValue& value) {
+    PreferenceFields fields{value.userName,
+                            std::to_string(value.flags),
+                            fmt::format("{}", value.minimum),
+                            fmt::format("{}", value.maximum),
+                            value.action,
+                            value.initial ? "=" + kzFormatCell(*value.type, *value.initial) : std::string()};
+    for (const std::int32_t number : value.choiceNumbers) fields.push_back(std::to_string(number));
+    return fields;
+}
+
+// A definition that cannot be read leaves the value without one.
+void takeDefinition(const CValueTypeRegistry& types, const PreferenceFields& fields, UserValue& value) {
+    if (fields.size() < 6) return;
+    const auto flags = kzParseInteger(fields[1]);
+    const auto minimum = kzParseNumber(fields[2]), maximum = kzParseNumber(fields[3]);
+    if (!flags || !minimum || !maximum) return;
+    std::vector<std::int32_t> numbers;
+    for (std::size_t at = 6; at < fields.size(); ++at) numbers.push_back(kzParseInteger(fields[at]).value_or(0));
+    if (!numbers.empty() && numbers.size() != value.choices.size()) return;
+    value.choiceNumbers = std::move(numbers);
+    value.userName = fields[0];
+    value.flags = static_cast<std::uint32_t>(*flags);
+    value.minimum = *minimum;
+    value.maximum = *maximum;
+    value.action = fields[4];
+    if (!fields[5].empty()) value.initial = types.cellOfText(*value.type, std::string_view(fields[5]).substr(1));
+}
 
 }  // namespace
 
@@ -56,6 +92,8 @@ void CSessionMemory::takeValues() {
         if (cell) {
             value.cell = *cell;
             value.choices.assign(fields.begin() + 2, fields.end());
+            if (const auto definition = m_parts.preferences->get(definitionKind, name))
+                takeDefinition(*m_parts.types, *definition, value);
             m_parts.values->set(name, std::move(value));
             continue;
         }
@@ -77,8 +115,13 @@ void CSessionMemory::keepValues() {
         PreferenceFields fields{value->type->name, kzFormatCell(*value->type, value->cell)};
         fields.insert(fields.end(), value->choices.begin(), value->choices.end());
         preferences.set(valueKind, name, std::move(fields));
+        if (const auto definition = definitionFields(*value); definition != definitionFields(UserValue()))
+            preferences.set(definitionKind, name, definition);
+        else if (preferences.get(definitionKind, name)) preferences.remove(definitionKind, name);
         kept.insert(name);
     }
+    for (const std::string& name : preferences.names(definitionKind))
+        if (!kept.contains(name) && !m_unread.contains(name)) preferences.remove(definitionKind, name);
     for (const std::string& name : preferences.names(valueKind))
         if (!kept.contains(name) && !m_unread.contains(name)) preferences.remove(valueKind, name);
 }

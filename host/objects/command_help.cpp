@@ -2,6 +2,7 @@
 #include "host/objects/command_help.h"
 
 #include "host/core/object.h"
+#include "host/core/ui_hints.h"
 #include "host/state/text.h"
 
 #include "kz/command.h"
@@ -40,10 +41,18 @@ public:
             return KZe_OK;
         return give(name, [&](const char** text) { return m_attributes.Name(index, text); });
     }
-    // Nobody describes single choices.
-    KzResult commanddbhelp_ArgChoice(std::uint32_t index, const char* /*choice*/, const char** /*name*/,
-                                     const char** /*text*/) override {
-        return index < commanddbhelp_ArgCount() ? KZe_NOTFOUND : KZe_OUTOFBOUNDS;
+    // The hints of the argument's value describe its choices.
+    KzResult commanddbhelp_ArgChoice(std::uint32_t index, const char* choice, const char** name,
+                                     const char** out) override {
+        if (index >= commanddbhelp_ArgCount()) return KZe_OUTOFBOUNDS;
+        const HintValues hints = kzAttributeHints(m_attributes.raw(), index)->values();
+        for (const HintChoice& each : hints.choices) {
+            if (each.value != kzTextOf(choice)) continue;
+            *name = kzLend(each.label.value_or(each.value));
+            *out = kzLend(each.tip);
+            return KZe_OK;
+        }
+        return KZe_NOTFOUND;
     }
 
 private:

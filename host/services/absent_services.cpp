@@ -42,8 +42,6 @@ constexpr auto makeAbsent = make<CAbsentService<Slot, name, reason>>;
 constexpr AbsentService services[] = {
     {"audioanim", &KZu_AUDIOANIMSERVICE,
      makeAbsent<CKzAbsentIfc_AudioAnimService, "audio service", "this host plays no sound">},
-    {"channelui", &KZu_CHANNELUISERVICE,
-     makeAbsent<CKzAbsentIfc_ChannelUIService, "channel UI service", "channels have names for users only in a window">},
     {"deformer", &KZu_DEFORMERSERVICE,
      makeAbsent<CKzAbsentIfc_DeformerService, "deformer service", "this host does not deform meshes">},
     {"imagemonitor", &KZu_IMAGEMONITORSERVICE,

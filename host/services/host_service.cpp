@@ -6,6 +6,7 @@
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
+#include "host/core/own_objects.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
 #include "host/state/path_aliases.h"
@@ -72,9 +73,9 @@ class CHostService final : public CHosted<"host service", CHostService, CKzIfc_H
 public:
     CHostService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
                  std::shared_ptr<CPathAliases> files, std::shared_ptr<CListenerTable> listeners,
-                 std::shared_ptr<CLogStore> log)
+                 std::shared_ptr<CLogStore> log, std::shared_ptr<COwnObjects> own)
         : CServiceBase(std::move(context)), m_modules(std::move(modules)), m_files(std::move(files)),
-          m_listeners(std::move(listeners)), m_log(std::move(log)) {}
+          m_listeners(std::move(listeners)), m_log(std::move(log)), m_own(std::move(own)) {}
 
     KzResult hostservice_ServerCount(const char* type, std::uint32_t* count) override {
         enter("Host.ServerCount");
@@ -93,6 +94,9 @@ public:
     }
     KzResult hostservice_SpawnServer(const char* type, const char* name, IKzUnknown** object) override {
         enter("Host.SpawnServer");
+        // The host's own objects are made like those of a server, which comes first where it has the same name.
+        const COwnObjects::Make* make = m_own->find(kzTextOf(type));
+        if (make != nullptr && !m_modules->find(kzTextOf(type), kzTextOf(name))) return (*make)(kzString(name), object);
         CKzLoc_Unknown instance;
         return CModuleTable::spawn(require(type, name), instance).get(object);
     }
@@ -146,6 +150,7 @@ private:
     std::shared_ptr<CPathAliases> m_files;
     std::shared_ptr<CListenerTable> m_listeners;
     std::shared_ptr<CLogStore> m_log;
+    std::shared_ptr<COwnObjects> m_own;
 };
 
 KzResult CHostService::hostservice_ModuleByIndex(std::uint32_t index, IKzUnknown** module) {

@@ -9,7 +9,8 @@ class CLogStore;
 class CPathAliases;
 class CListenerTable;
 class CModuleTable;
+class COwnObjects;
 
-extern const ServiceFactory<CModuleTable, CPathAliases, CListenerTable, CLogStore> kzMakeHostService;
+extern const ServiceFactory<CModuleTable, CPathAliases, CListenerTable, CLogStore, COwnObjects> kzMakeHostService;
 
 }  // namespace kzhost

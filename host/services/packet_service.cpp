@@ -6,10 +6,14 @@
 #include "host/core/service_base.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/selection_packets.h"
+#include "host/objects/vector_kinds.h"
+#include "host/objects/vector_types.h"
+#include "host/state/text.h"
 
 #include "kz/packet.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,23 +22,36 @@ namespace kzhost {
 
 namespace {
 
-// Packets of selections belong to no category of tools, and there are no others here. Fields are those of modules' effects:
-// a category has those whose packets belong to it.
+// Packets of selections belong to no category of tools; those of modules have one as a tag. Fields are those of modules'
+// effects: a category has those whose packets belong to it.
 class CPacketService final : public CHosted<"packet service", CPacketService, CKzIfc_PacketService>, CServiceBase {
 public:
     CPacketService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes,
                    std::shared_ptr<CModuleTable> modules)
-        : CServiceBase(std::move(context)), m_workspace(scenes->workspace), m_modules(std::move(modules)) {}
+        : CServiceBase(std::move(context)), m_workspace(scenes->workspace), m_modules(std::move(modules)),
+          m_kinds(std::make_shared<CVectorKinds>(m_modules, m_workspace)) {}
+
+    KzResult packetservice_CreateType(const char* category, IKzUnknown** type) override {
+        enter("Packet.CreateType");
+        *type = kzMakeVectorType(m_kinds, category);
+        return KZe_OK;
+    }
+    KzResult packetservice_CreateStack(IKzUnknown* type, IKzUnknown** stack) override {
+        enter("Packet.CreateStack");
+        return CKzUser_VectorType(type).Create(stack);
+    }
+    // As fast as the stack's own: the index is checked there, since the memory is the host's.
+    KzResult packetservice_FastPacket(IKzUnknown* stack, std::uint32_t index, void** packet) override {
+        return CKzUser_VectorStack(stack).Packet(index, packet);
+    }
 
     std::uint32_t packetservice_PacketCount(const char* category) override {
         enter("Packet.PacketCount");
-        return category == nullptr ? static_cast<std::uint32_t>(kzPacketKinds().size()) : 0;
+        return static_cast<std::uint32_t>(m_kinds->names(category).size());
     }
     KzResult packetservice_PacketByIndex(const char* category, std::uint32_t index, const char** name) override {
         enter("Packet.PacketByIndex");
-        if (category != nullptr || index >= kzPacketKinds().size()) return KZe_OUTOFBOUNDS;
-        *name = kzPacketKinds()[index].name;
-        return KZe_OK;
+        return giveName(m_kinds->names(category), index, name);
     }
     KzResult packetservice_PacketByInterface(const KzGuid* ifc, const char** name) override {
         enter("Packet.PacketByInterface");
@@ -44,27 +61,33 @@ public:
             *name = row.name;
             return KZe_OK;
         }
+        for (const KzServer& server : m_modules->servers(KZa_VECTORPACKET)) {
+            if (identityOf(server.name) != wanted) continue;
+            *name = lend(server.name);
+            return KZe_OK;
+        }
         return KZe_NOTFOUND;
     }
     KzResult packetservice_Lookup(const char* name, IKzUnknown** packet) override {
         enter("Packet.Lookup");
-        *packet = need("Packet.Lookup", name).make(m_workspace);
-        return KZe_OK;
+        return m_kinds->need("Packet.Lookup", nullptr, kzString(name))->server.get(packet);
     }
     KzResult packetservice_UserName(const char* name, const char** userName) override {
         enter("Packet.UserName");
-        const PacketKindRow& row = need("Packet.UserName", name);
-        const CReading reading(*m_workspace);
-        *userName = lend(m_workspace->selection().find(std::string_view(row.name))->titles[0]);
+        const VectorKindRef kind = m_kinds->need("Packet.UserName", nullptr, kzString(name));
+        const std::string text = kzAnswer([&](const char** answer) { return kind->server.UserName(answer); });
+        *userName = lend(text.empty() ? kind->name : text);
         return KZe_OK;
     }
     std::uint32_t packetservice_Size(const char* name) override {
         enter("Packet.Size");
-        return kzFindPacketKind(kzTextOf(name)) != nullptr ? kzPacketSize : 0;
+        const VectorKindRef kind = m_kinds->find("Packet.Size", nullptr, kzString(name));
+        return kind ? kind->size : 0;
     }
     bool packetservice_Exists(const char* category, const char* name) override {
         enter("Packet.Exists");
-        return category == nullptr && kzFindPacketKind(kzTextOf(name)) != nullptr;
+        const auto all = m_kinds->names(category);
+        return std::find(all.begin(), all.end(), kzTextOf(name)) != all.end();
     }
     std::uint32_t packetservice_EffectCount(const char* category) override {
         enter("Packet.EffectCount");
@@ -100,6 +123,15 @@ private:
         std::int32_t type = 0;
     };
 
+    // Nothing for a kind of plain values, or one whose server does not work.
+    std::optional<KzGuid> identityOf(const std::string& name) const {
+        try {
+            const VectorKindRef kind = m_kinds->find("Packet.PacketByInterface", nullptr, name);
+            return kind ? kind->identity : std::nullopt;
+        } catch (KzResult) {
+            return {};
+        }
+    }
     std::vector<Field> fields(const char* category) {
         std::vector<Field> all;
         for (const KzServer& server : m_modules->servers(KZa_PACKETEFFECT)) {
@@ -108,7 +140,8 @@ private:
             if (!effect) continue;
             const auto kind = kzAnswer([&](const char** text) { return effect.Packet(text); });
             if (category != nullptr && !packetservice_Exists(category, kind.c_str())) continue;
-            const std::uint32_t count = effect.Count();
+            constexpr std::uint32_t mostFields = 256;  // a nonsensical count must not keep the host busy
+            const std::uint32_t count = std::min(effect.Count(), mostFields);
             for (std::uint32_t index = 0; index < count; ++index) {
                 const char *name = nullptr, *typeName = nullptr;
                 Field field{server, {}};
@@ -119,16 +152,9 @@ private:
         }
         return all;
     }
-    static const PacketKindRow& need(const char* place, const char* name) {
-        if (const PacketKindRow* row = kzFindPacketKind(kzTextOf(name))) return *row;
-        throw kzBecause(KZe_NOTFOUND, place, [&] {
-            return kzThereIsNo("kind of packet", kzTextOf(name), kzPacketKinds(),
-                               [](const auto& row) { return row.name; });
-        });
-    }
-
     const std::shared_ptr<CWorkspace> m_workspace;
     const std::shared_ptr<CModuleTable> m_modules;
+    const std::shared_ptr<CVectorKinds> m_kinds;
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The value service: creating values, text hints, conversions and units.
 #include "host/services/value_service.h"
 
+#include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
@@ -33,10 +34,11 @@ bool sameWord(std::string_view left, std::string_view right) {
 
 class CValueService final : public CHosted<"value service", CValueService, CKzIfc_ValueService>, CServiceBase {
 public:
-    CValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CValueTypeRegistry> types,
-                  std::shared_ptr<CPropertyTable> properties, std::shared_ptr<const QueryEnvironment> queries)
-        : CServiceBase(std::move(context)), m_types(std::move(types)), m_properties(std::move(properties)),
-          m_queries(std::move(queries)) {}
+    CValueService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
+                  std::shared_ptr<CValueTypeRegistry> types, std::shared_ptr<CPropertyTable> properties,
+                  std::shared_ptr<const QueryEnvironment> queries)
+        : CServiceBase(std::move(context)), m_modules(std::move(modules)), m_types(std::move(types)),
+          m_properties(std::move(properties)), m_queries(std::move(queries)) {}
 
     KzResult valueservice_CreateValue(const char* type, IKzUnknown** value) override {
         enter("Value.CreateValue");
@@ -65,7 +67,7 @@ public:
     KzResult valueservice_TextHintDecode(const char* text, const KzTextValueHint* hints, std::int32_t* value) override;
     KzResult valueservice_Convert(IKzUnknown* from, IKzUnknown* to) override {
         enter("Value.Convert");
-        return kzCopyValue(to, from);
+        return convert(from, to);
     }
     KzResult valueservice_Duplicate(IKzUnknown* source, IKzUnknown** value) override;
     KzResult valueservice_EncodeText(IKzUnknown* value, std::int32_t nice, char* buffer, std::uint32_t length) override;
@@ -90,6 +92,23 @@ public:
     KzResult valueservice_ScriptQuery(IKzUnknown** query) override;
 
 private:
+    // The conversions of modules know more of their types than texts and numbers say.
+    KzResult convert(IKzUnknown* from, IKzUnknown* to) const {
+        const CKzUser_Value source(from), target(to);
+        if (!source || !target)
+            return kzBecause(KZe_INVALIDARG, "Value.Convert", [] { return "both have to be values"; });
+        const std::string fromType = kzAnswer([&](const char** type) { return source.TypeName(type); });
+        const std::string toType = kzAnswer([&](const char** type) { return target.TypeName(type); });
+        for (const KzServer& server : m_modules->servers(KZa_VALUECONVERSION)) {
+            CKzLoc_Unknown object;
+            const CKzUser_ValueConversion conversion(CModuleTable::spawn(server, object).raw());
+            if (conversion && kzSucceeded(conversion.Test(fromType.c_str(), toType.c_str())))
+                return conversion.Convert(from, to);
+        }
+        return kzCopyValue(to, from);
+    }
+
+    std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<CValueTypeRegistry> m_types;
     std::shared_ptr<CPropertyTable> m_properties;
     std::shared_ptr<const QueryEnvironment> m_queries;

@@ -5,10 +5,12 @@
 
 namespace kzhost {
 
+class CModuleTable;
 class CPropertyTable;
 class CValueTypeRegistry;
 struct QueryEnvironment;
 
-extern const ServiceFactory<CValueTypeRegistry, CPropertyTable, const QueryEnvironment> kzMakeValueService;
+extern const ServiceFactory<CModuleTable, CValueTypeRegistry, CPropertyTable, const QueryEnvironment>
+    kzMakeValueService;
 
 }  // namespace kzhost

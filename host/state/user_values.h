@@ -5,12 +5,14 @@
 
 #include "kz/base/types.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -25,9 +27,31 @@ enum class ValueLife {
 struct UserValue {
     const KzValueType* type = nullptr;
     KzCell cell;
-    std::vector<std::string> choices;  // of a choice, by their number
+    std::vector<std::string> choices;         // the words of a choice
+    std::vector<std::int32_t> choiceNumbers;  // of the words; empty where they are counted from 0
     ValueLife life = ValueLife::temporary;
+    std::string userName;             // empty for none
+    std::optional<KzCell> initial;    // what it goes back to; without one, what its type begins with
+    double minimum = 0, maximum = 0;  // as far as the flags say that it has them
+    std::uint32_t flags = 0;          // fUSERVALUE, without that of the action
+    std::string action;               // a command that runs after each change; empty for none
+    std::uint64_t identity = 0;       // of this definition: a name that is defined again gets another
+
+    std::int32_t numberOf(std::size_t choice) const {
+        return choiceNumbers.empty() ? static_cast<std::int32_t>(choice) : choiceNumbers[choice];
+    }
+    // The number of that word; nothing if it is none of the choices.
+    std::optional<std::int32_t> choice(std::string_view word) const;
+    bool isChoice(const KzCell& number) const;
+    // Whether anything but the value differs.
+    bool isDefinedAs(const UserValue& other) const;
+    // The cell as the range allows it, moved to an end of the range or not at all; nothing if it is outside.
+    std::optional<KzCell> within(const KzCell& wanted) const;
+    KzCell start() const { return initial ? *initial : kzEmptyCell(*type); }
 };
+
+// Whether values of the type are numbers, which may have a least and a greatest one.
+bool kzHasRange(const KzValueType& type) noexcept;
 
 enum class ValueEvent { added, deleted, redefined, changed };
 
@@ -39,16 +63,21 @@ public:
 
     std::optional<UserValue> find(const std::string& name) const;
     void set(const std::string& name, UserValue value);
+    // Changes the value while it has that definition. `edit` must call nobody: it runs under the lock, and what it throws
+    // leaves the value as it was. False once the value has been deleted.
+    bool change(const std::string& name, std::uint64_t identity, const std::function<void(UserValue& value)>& edit);
     bool remove(const std::string& name);
     std::vector<std::string> names() const;
 
 private:
+    void tellChange(const std::string& name, const UserValue& former, const UserValue& now) const;
     void tell(ValueEvent event, const std::string& name) const {
         if (m_sink) m_sink(event, name);
     }
 
     mutable std::mutex m_lock;
     std::map<std::string, UserValue> m_values;
+    std::uint64_t m_lastIdentity = 0;
     Sink m_sink;
 };
 

@@ -86,7 +86,7 @@ TEST_F(CommandTest, WhatIsWrongIsNamed) {
          "user.value: argument \"choices\" is missing: the choice \"new\" needs words, as {red;green}"},
         {"user.value", "!CMD_MISSING_ARGS",
          "user.value: argument \"name\" is missing; it is the value's name; queried, the names of all values"},
-        {"user.value a b integer d true config g", "!CMD_TOO_MANY_ARGUMENTS", nullptr},
+        {"user.value a b integer d true config g h 1 2 k true m", "!CMD_TOO_MANY_ARGUMENTS", nullptr},
         {"user.value size naem:1", "!CMD_UNKNOWN_ARGUMENT", nullptr},
         {"user.value size name:1", "!CMD_ARGUMENT_ALREADY_SET",
          "user.value: argument \"name\" at position 7 is given twice"},

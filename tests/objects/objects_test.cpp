@@ -13,6 +13,7 @@
 #include "kz/dialog.h"
 #include "kz/dir_cache.h"
 #include "kz/envelope.h"
+#include "kz/host.h"
 #include "kz/image.h"
 #include "kz/item.h"
 #include "kz/listener.h"
@@ -41,8 +42,9 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "drops", "files", "image", "kzu_objects", "listeners", "mesh",
-                                         "packages", "scene", "selection", "shapes", "solids"));
+                         testing::Values("animation", "calculations", "drops", "files", "hints", "image", "kzu_objects",
+                                         "listeners", "mesh", "packages", "packets", "scene", "selection", "shapes",
+                                         "solids", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -113,6 +115,15 @@ public:
         dialogs->MonitorAllocate("test", add("monitor"));
         ServiceOf<CKzUser_ThreadService>(application)->CreateGroup(add("thread group"));
         ServiceOf<CKzUser_ThreadService>(application)->CreateMutex(add("mutex"));
+        commands->ExecuteString(0, "user.value size type:float value:1", nullptr);
+        for (const char* type : {"attrsequence", "buffer", "intrange", "stringtag", "uservalue", "valuereference"})
+            ServiceOf<CKzUser_HostService>(application)->SpawnServer(type, "size", add(type));
+        ServiceOf<CKzUser_HostService>(application)->SpawnServer("uihints", "", add("hints"));
+        ServiceOf<CKzUser_HostService>(application)->SpawnServer("colormodel", "hsv", add("color model"));
+        packets->CreateType(nullptr, add("vector type"));
+        const CKzUser_VectorType packetType(last());
+        packetType.Create(add("vector stack"));
+        packetType.CreateList(packetType.raw(), add("vector list"));
     }
 
     // Calls `use` for each interface of each object that the description knows.

@@ -393,7 +393,54 @@ def drive_surfaces():
     attempt(meshes.CreateFromSurface, all_done('TableauSurface', tsrf_SegmentCount=1)(), 0.0)
 
 
+def drive_hints():
+    """Arguments and channels are shown as servers say."""
+    host = service.Host()
+    hints = spies.spy_class('UIValueHints', uiv_Flags=0xFFF, uiv_PopCount=1, uiv_PopInternalName='a', uiv_PopUserName='A',
+                            uiv_PopFlags=0, uiv_PopToolTip='tip', uiv_Label='label', uiv_CueText='cue',
+                            uiv_ColorSample=(0, 0, 0, 1), uiv_NotifierCount=1, uiv_NotifierByIndex=('spied', 'now'))
+    kz.bless(spies.spy_class('Command', 'Attributes', 'AttributesUI', attr_Count=1, attr_Name='a', attr_TypeName='string',
+                             atrui_UIHints=spies.done, atrui_UIValueHints=lambda self, index: hints()), 'spied.shown')
+    attempt(host.SpawnServer, 'uihints', 'spied.shown a')
+    kz.bless(all_done('ChannelUI', cui_Enabled=True), symbol.sITYPE_LOCATOR)
+    scene, channels = scenes.Create('hints'), service.ChannelUI()
+    item = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_LOCATOR))
+    for ask in channels.UserName, channels.Tooltip, channels.IsEnabled, channels.CommandText:
+        attempt(ask, item, 0)
+    attempt(host.SpawnServer, 'uihints', 'item %s %s' % (item.Ident(), item.ChannelName(0)))
+    scenes.Close(scene)
+
+
+def drive_calculations():
+    """Colours and values are calculated with, and packets passed along."""
+    kz.bless(all_done('ColorModel', colm_ComponentCount=1, colm_ComponentRange=(0, 1), colm_IsPeriodic=True,
+                      colm_ToRGB=(0, 0, 0), colm_Slider=(0, 0, 0)), 'spied.model')
+    for text in 'color:{1 0 0} components:?', 'components:1 color:?', 'component:0 position:1 color:?', 'description:?':
+        attempt(kz.eval, 'color.model spied.model ' + text)
+    kz.bless(all_done('ValueConversion'), 'spied.conversion')
+    attempt(values.Convert, values.CreateValue('integer'), values.CreateValue('string'))
+    kz.bless(spies.spy_class('Value', 'ValueMath', val_Type=3, val_SetString=spies.done, val_GetString='1',
+                             math_Math=spies.done, math_Step=spies.done, math_Blend=spies.done, math_Distance=1,
+                             math_Length=1), 'spied.sum')
+    for text in '1 2 result:?', '1 step:1 result:?', '1 2 weight:0.5 result:?', '1 2 distance:?', '1 length:?':
+        attempt(kz.eval, 'value.math spied.sum ' + text)
+    kz.bless(all_done('VectorPacket', vpkt_Size=4), 'spied.packet')
+    kz.bless(all_done('VectorPacket', vpkt_Size=0, vpkt_Interface=None), 'spied.objects')
+    kz.bless(all_done('PacketEffect', pfx_Packet='spied.packet', pfx_Count=1, pfx_ByIndex=('field', 'type', 0)), 'spied.effect')
+    packets = service.Packet()
+    packed = packets.CreateType(None)
+    for name in 'spied.packet', 'spied.objects':
+        attempt(packed.Add, name, 0)
+    attempt(packets.UserName, 'spied.packet')
+    stack, row = packed.Create(), packed.CreateList(packed)
+    attempt(stack.Packet, 0)
+    attempt(stack.Push)
+    attempt(stack.Packet, 0)
+    attempt(row.SetCount, 1)
+    attempt(row.Evaluate, packets.EffectLookup(None, 'field'), 0, 1)
+
+
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
               drive_listeners, drive_notifiers, drive_memory, drive_folders, drive_time, drive_selection, drive_packages,
-              drive_drops, drive_surfaces):
+              drive_drops, drive_surfaces, drive_hints, drive_calculations):
     drive()
