@@ -49,6 +49,7 @@
 #include "host/services/file_service.h"
 #include "host/services/guid_service.h"
 #include "host/services/host_service.h"
+#include "host/services/image_processing_service.h"
 #include "host/services/image_service.h"
 #include "host/services/io_service.h"
 #include "host/services/layer_service.h"
@@ -91,6 +92,7 @@
 #include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/image.h"
+#include "kz/image_processing.h"
 #include "kz/kit.h"
 #include "kz/listener.h"
 #include "kz/log.h"
@@ -150,6 +152,7 @@ void addServices(const HostParts& host) {
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log);
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
+    add("imageprocessing", KZu_IMAGEPROCESSINGSERVICE, kzMakeImageProcessingService, host.files, host.images);
     add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
     add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);

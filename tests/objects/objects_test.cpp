@@ -14,6 +14,7 @@
 #include "kz/dir_cache.h"
 #include "kz/envelope.h"
 #include "kz/image.h"
+#include "kz/image_processing.h"
 #include "kz/item.h"
 #include "kz/listener.h"
 #include "kz/log.h"
@@ -41,7 +42,7 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "drops", "files", "image", "kzu_objects", "listeners", "mesh",
+                         testing::Values("animation", "drops", "files", "image", "kzu_objects", "layers", "listeners", "looks", "mesh",
                                          "packages", "scene", "selection", "shapes", "solids"));
 
 // Everything that the host hands out, and its services, by name.
@@ -88,6 +89,12 @@ public:
         mesh.Edges(add("edge"));
         mesh.Maps(add("map"));
         ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_GREY, 0, add("image"));
+        ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_INDEX, 0, add("index image"));
+        ServiceOf<CKzUser_ImageService>(application)->CreateLayered(1, 1, KZiIMG_FORMAT_GREY, add("layered image"));
+        const ServiceOf<CKzUser_ImageProcessingService> processing(application);
+        processing->Create(add("image processing"));
+        IKzUnknown* const settings = last();
+        processing->Read(settings, add("image processing reader"));
         scenes->CreateEnvelope(0, add("envelope"));
         CKzUser_Envelope(last()).Keys(add("keyframe"));
         for (const char* walker : {"Curve", "EvaluationStack", "GroupEnumerator", "PathStep", "TransformScan"})
