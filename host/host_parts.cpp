@@ -5,6 +5,7 @@
 #include "host/commands/builtin_server_commands.h"
 #include "host/commands/document_commands.h"
 #include "host/commands/drop_commands.h"
+#include "host/commands/image_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
 #include "host/commands/preset_commands.h"
@@ -129,6 +130,7 @@ void addCommands(const HostParts& host) {
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
     kzAddDropCommands(*host.registry, host.drops, host.scenes);
+    kzAddImageCommands(*host.registry, host.modules, host.log, host.files, host.images);
     kzAddPresetCommands(*host.registry, host.presets, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);

@@ -29,14 +29,16 @@ void blurRun(float* first, std::int32_t count, std::size_t stride, const std::ve
 
 void kzBlurPixels(CImage& image, double deviation) {
     if (!(deviation > 0)) return;
-    const double longest = std::max(image.width(), image.height());
-    const auto reach = static_cast<std::size_t>(std::min(std::floor(4 * deviation + 0.5), longest));
+    // From any pixel, what is further away than the longest side is beyond an edge: one weight stands for all of that.
+    const double window = std::floor(4 * deviation + 0.5);
+    const std::size_t longest = static_cast<std::size_t>(std::max(image.width(), image.height()));
     std::vector<double> weights;
     double sum = 0;
-    for (std::size_t i = 0; i <= reach; ++i) {
-        const double distance = static_cast<double>(i) / deviation;
-        weights.push_back(std::exp(-0.5 * distance * distance));
-        sum += (i == 0 ? 1 : 2) * weights.back();
+    for (std::size_t i = 0; static_cast<double>(i) <= window; ++i) {
+        const double distance = static_cast<double>(i) / deviation, weight = std::exp(-0.5 * distance * distance);
+        if (i <= longest) weights.push_back(weight);
+        else weights.back() += weight;
+        sum += (i == 0 ? 1 : 2) * weight;
     }
     for (double& weight : weights) weight /= sum;
     const auto pixelAt = [&](std::int32_t x, std::int32_t y) { return reinterpret_cast<float*>(image.at(x, y)); };

@@ -42,7 +42,7 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "drops", "files", "image", "kzu_objects", "layers", "listeners", "looks", "mesh",
+                         testing::Values("animation", "drops", "files", "filters", "image", "kzu_objects", "layers", "listeners", "looks", "mesh",
                                          "packages", "scene", "selection", "shapes", "solids"));
 
 // Everything that the host hands out, and its services, by name.
@@ -166,7 +166,7 @@ bool isRequiredInput(const kzgen::Parameter& parameter) {
 
 // Scripts never pass a null pointer for an output, but other modules may.
 TEST_F(HostTest, NullIsRefusedByEveryOperationThatNeedsMore) {
-    const std::set<std::string> mayBeNull = {"Command.Enable", "Command.ExecuteString", "Item.SetParent",
+    const std::set<std::string> mayBeNull = {"Command.Enable", "Command.ExecuteString", "Item.SetParent", "LayeredImageWrite.SetLayerMask",
                                              "Listener.FirePort", "ScriptSys.RunText"};
     std::map<std::string, std::string> wrong;
     std::size_t checked = 0;
