@@ -117,6 +117,24 @@ def check_what_layers_say_and_refuse():
     equal('LayeredImageWrite.AddLayer: layer 0 is no group' in reasons(), True)
 
 
+class Pixels(kzifc.Image):
+    """The image of that name in the table."""
+    def __init__(self, name='below'):
+        self.values = TABLE[str(name)]
+
+    def img_Size(self):
+        return tuple(TABLE['size'])
+
+    def img_Format(self):
+        return iIMG_FORMAT_RGBA32
+
+    def img_GetPixel(self, x, y, format, pixel):
+        first = 4 * (x + y * TABLE['size'][0])
+        rgba = self.values[first:first + 4]
+        pixel.setType('f' if format == iIMG_FORMAT_RGBAFP else 'b')
+        pixel.set([value / 255.0 for value in rgba] if format == iIMG_FORMAT_RGBAFP else rgba)
+
+
 class Layers(kzifc.LayeredImage):
     """Two layers over each other; a group that holds itself is no image."""
     parent = -1
@@ -125,7 +143,7 @@ class Layers(kzifc.LayeredImage):
         return 2
 
     def limg_LayerByIndex(self, index):
-        return table_image(('below', 'above')[index])
+        return Pixels(('below', 'above')[index])
 
     def limg_LayerOpacity(self, index):
         return 1.0
@@ -153,6 +171,7 @@ class Loader(kzifc.Loader):
         target.SetLayeredImage(Loops() if 'loops' in path else Layers())
 
 
+kz.bless(Pixels, 'tests.layers')
 kz.bless(Layers, 'tests.layers')
 kz.bless(Loops, 'tests.loops')
 kz.bless(Saver, 'tests.layers', {'saver.dosType': 'lay', 'file.class': 'layeredimage'})
