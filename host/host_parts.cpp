@@ -5,6 +5,7 @@
 #include "host/commands/builtin_server_commands.h"
 #include "host/commands/document_commands.h"
 #include "host/commands/drop_commands.h"
+#include "host/commands/image_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
 #include "host/commands/preset_commands.h"
@@ -58,6 +59,7 @@
 #include "host/services/file_service.h"
 #include "host/services/guid_service.h"
 #include "host/services/host_service.h"
+#include "host/services/image_processing_service.h"
 #include "host/services/image_service.h"
 #include "host/services/io_service.h"
 #include "host/services/layer_service.h"
@@ -102,6 +104,7 @@
 #include "kz/guid.h"
 #include "kz/host.h"
 #include "kz/image.h"
+#include "kz/image_processing.h"
 #include "kz/kit.h"
 #include "kz/listener.h"
 #include "kz/log.h"
@@ -140,6 +143,7 @@ void addCommands(const HostParts& host) {
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
     kzAddDropCommands(*host.registry, host.drops, host.scenes);
+    kzAddImageCommands(*host.registry, host.modules, host.log, host.files, host.images);
     kzAddPresetCommands(*host.registry, host.presets, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
@@ -200,6 +204,7 @@ void addServices(const HostParts& host) {
     add("host", KZu_HOSTSERVICE, kzMakeHostService, host.modules, host.files, host.listeners, host.log,
         ownObjects(host));
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
+    add("imageprocessing", KZu_IMAGEPROCESSINGSERVICE, kzMakeImageProcessingService, host.files, host.images);
     add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
     add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);

@@ -54,8 +54,8 @@ struct ModuleState {
     // As last written or read, by the name of the server; without bytes there are none. A step of the history that takes a
     // package away shares the data with the instance, which may write them when the package has gone.
     std::map<std::string, std::shared_ptr<Data>, std::less<>> data;
-    std::string name;                               // what a module calls an item that has no name
-    std::weak_ptr<Item> original;                   // that a new item is a copy of
+    std::string name;              // what a module calls an item that has no name
+    std::weak_ptr<Item> original;  // that a new item is a copy of
     bool hadInstance = false;
     std::set<std::string, std::less<>> hadPackages;  // that have had an instance since the item is here
     std::uint32_t refusal = 0;                       // the code with which a module failed to complete the item

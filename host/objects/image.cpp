@@ -158,7 +158,9 @@ CHostRef<CImage> kzCopyImage(IKzUnknown* source, std::uint32_t format) {
     if (!asImage) throw kzNoImage("Image", source);
     std::int32_t width = 0, height = 0;
     if (const KzResult code = asImage->Size(&width, &height); kzFailed(code)) throw code;
-    auto copy = CHostRef<CImage>::make(width, height, format != 0 ? format : asImage->Format());
+    // What has a format of its own, such as numbers of a palette, is read as colours.
+    const std::uint32_t its = asImage->Format(), readable = PixelFormat::of(its) ? its : KZiIMG_FORMAT_RGBA32;
+    auto copy = CHostRef<CImage>::make(width, height, format != 0 ? format : readable);
     CLineReader reader(*asImage.ptr(), *copy);
     for (std::int32_t y = 0; y < height; ++y)
         if (const KzResult code = reader.read(y); kzFailed(code)) throw code;

@@ -89,7 +89,9 @@ PixelColor narrowed(const Wide& wide) {
             static_cast<float>(wide[2] / alpha), static_cast<float>(wide[3])};
 }
 
-double blended(std::int32_t blend, double t, double s) {
+}  // namespace
+
+double kzBlendComponent(std::int32_t blend, double t, double s) {
     const auto hardLight = [](double below, double above) {
         return above < 0.5 ? 2 * below * above : 1 - 2 * (1 - below) * (1 - above);
     };
@@ -111,8 +113,6 @@ double blended(std::int32_t blend, double t, double s) {
     default: return s;
     }
 }
-
-}  // namespace
 
 CHostRef<CImage> kzScaleImage(IKzUnknown* source, std::int32_t width, std::int32_t height, std::int32_t filter) {
     const auto from = kzCopyImage(source, 0);
@@ -159,7 +159,7 @@ KzResult kzComposeImages(IKzUnknown* target, IKzUnknown* source, std::int32_t x,
             const PixelColor s = kzReadPixel(above->format(), above->at(column - x, line - y));
             const double weight = opacity * s[3];
             for (std::size_t c = 0; c < 3; ++c)
-                t[c] = static_cast<float>(t[c] + (blended(blend, t[c], s[c]) - t[c]) * weight);
+                t[c] = static_cast<float>(t[c] + (kzBlendComponent(blend, t[c], s[c]) - t[c]) * weight);
             t[3] = static_cast<float>(t[3] + (1 - t[3]) * weight);
             const KzResult code = write->SetPixel(column, line, KZiIMG_FORMAT_RGBAFP, t.data());
             if (kzFailed(code)) return code;

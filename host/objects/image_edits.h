@@ -11,4 +11,7 @@ CHostRef<CImage> kzScaleImage(IKzUnknown* source, std::int32_t width, std::int32
 KzResult kzComposeImages(IKzUnknown* target, IKzUnknown* source, std::int32_t x, std::int32_t y, std::int32_t blend,
                          double opacity);
 
+// A component of the target under one of the source, as an iIMG_BLEND constant says; normal for any other number.
+double kzBlendComponent(std::int32_t blend, double t, double s);
+
 }  // namespace kzhost

@@ -10,6 +10,7 @@
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/file_servers.h"
+#include "host/objects/layer_blend.h"
 #include "host/objects/picture_library.h"
 #include "host/objects/safe_save.h"
 #include "host/pictures/picture_files.h"
@@ -17,6 +18,7 @@
 
 #include "kz/dialog.h"
 #include "kz/image_codec.h"
+#include "kz/image_layer.h"
 #include "kz/loader.h"
 #include "kz/message.h"
 
@@ -31,7 +33,12 @@ namespace {
 
 class CImageTarget final : public CHosted<"image loader target", CImageTarget, CKzIfc_ImageLoaderTarget> {
 public:
-    std::uint32_t imageloadertarget_Wanted() override { return KZfIMGLOAD_IMAGE; }
+    std::uint32_t imageloadertarget_Wanted() override { return KZfIMGLOAD_IMAGE | KZfIMGLOAD_LAYERED; }
+    // Blended at once, as nobody but the loader knows how long the layers last.
+    KzResult imageloadertarget_SetLayeredImage(IKzUnknown* image) override {
+        m_image.set(kzFlatLayers("ImageLoaderTarget.SetLayeredImage", image).raw());
+        return KZe_OK;
+    }
     KzResult imageloadertarget_SetImage(IKzUnknown* image) override {
         return m_image.set(image) ? KZe_OK : kzNoImage("ImageLoaderTarget.SetImage", image);
     }
@@ -43,6 +50,15 @@ public:
 private:
     CKzUser_Image m_image;
 };
+
+// A saver says by its class or by a tag of any value that it keeps layers.
+bool keepsLayers(const KzServer& server) {
+    const KzTags tags = CModuleTable::tagsOf(server);
+    return std::any_of(tags.begin(), tags.end(), [](const auto& tag) {
+        return tag.first == KZsTAG_IMGFILE_LAYERED ||
+               (tag.first == KZs_FILETAG_CLASS && tag.second == KZsCLASS_LAYEREDFILE);
+    });
+}
 
 }  // namespace
 
@@ -78,12 +94,24 @@ KzResult CImageFiles::verify(const CKzUser_Saver& saver, const std::string& name
 
 KzResult CImageFiles::saveServed(IKzUnknown* image, const std::string& path, const std::string& name,
                                  const std::string& file, IKzUnknown* monitor) const {
-    const auto server = kzFindSaver(*m_modules, path, name, KZsFILECLASS_IMAGE);
+    const bool hasLayers = static_cast<bool>(CKzUser_LayeredImage(image));
+    auto server = hasLayers ? kzFindSaver(*m_modules, path, name, KZsCLASS_LAYEREDFILE) : std::nullopt;
+    if (!server) server = kzFindSaver(*m_modules, path, name, KZsFILECLASS_IMAGE);
     if (!server) return KZe_NOTSUPPORTED;
+    if (hasLayers && !keepsLayers(*server)) {
+        const auto flat = kzFlatLayers("Image.Save", image);
+        notes(path)("the layers are blended, since the saver \"" + server->name + "\" keeps none");
+        return saveWith(*server, flat.raw(), file, monitor);
+    }
+    return saveWith(*server, image, file, monitor);
+}
+
+KzResult CImageFiles::saveWith(const KzServer& server, IKzUnknown* image, const std::string& file,
+                               IKzUnknown* monitor) const {
     CKzLoc_Unknown object;
-    const CKzUser_Saver saver(CModuleTable::spawn(*server, object).raw());
+    const CKzUser_Saver saver(CModuleTable::spawn(server, object).raw());
     if (!saver) return KZe_NOINTERFACE;
-    const KzResult code = verify(saver, server->name, image);
+    const KzResult code = verify(saver, server.name, image);
     return kzFailed(code) ? code : saver.Save(image, file.c_str(), monitor);
 }
 
@@ -117,7 +145,11 @@ CHostRef<CImage> CImageFiles::loadOwn(const PictureFormat& format, const std::st
 KzResult CImageFiles::saveOwn(const PictureFormat& format, IKzUnknown* image, const std::string& path,
                               const std::string& file) const {
     auto own = CHostRef<CImage>::of(image);
-    if (!own) own = kzCopyImage(image, PixelFormat::of(CKzUser_Image(image).Format()) ? 0 : KZiIMG_FORMAT_RGBA32);
+    if (!own && CKzUser_LayeredImage(image)) {
+        own = kzFlatLayers("Image.Save", image);
+        notes(path)(std::string("the layers are blended, since ") + format.name + " files are written with one image");
+    }
+    if (!own) own = kzCopyImage(image, 0);
     const PixelFormat pixels = kzPixelsFor(format, own->format());
     if (own->format().components == 4 && pixels.components < 4)
         notes(path)(std::string("alpha is lost, since ") + format.name + " files have none");
@@ -192,7 +224,7 @@ CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor)
 
 KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std::string& saver,
                            IKzUnknown* monitor) const {
-    if (!CKzUser_Image(image)) return kzNoImage("Image.Save", image);
+    if (!CKzUser_Image(image) && !CKzUser_LayeredImage(image)) return kzNoImage("Image.Save", image);
     const CFileProgress progress(m_context, m_monitors, "Saving", monitor);
     CSafeSave file(path);
     const PictureFormat* const own = kzPictureFormatFor(saver, path);

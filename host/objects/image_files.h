@@ -21,6 +21,7 @@ class CModuleTable;
 class CMonitorBoard;
 class CPathAliases;
 class IPictureFiles;
+struct KzServer;
 struct ServiceContext;
 
 class CImageFiles {
@@ -58,6 +59,7 @@ private:
     std::function<void(const std::string& text)> notes(const std::string& path) const;
     CHostRef<CImage> loadServed(const std::string& path, IKzUnknown* monitor) const;
     KzResult verify(const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) const;
+    KzResult saveWith(const KzServer& server, IKzUnknown* image, const std::string& file, IKzUnknown* monitor) const;
     KzResult saveServed(IKzUnknown* image, const std::string& path, const std::string& name, const std::string& file,
                         IKzUnknown* monitor) const;
 

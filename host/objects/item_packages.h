@@ -29,7 +29,7 @@ struct ServedItem {
     struct Part {
         PackageRef package;
         CKzUser_PackageInstance instance;
-        CKzUser_StreamIO io;        // empty if it has no data of its own
+        CKzUser_StreamIO io;  // empty if it has no data of its own
         std::shared_ptr<ModuleState::Data> data;
         bool keepsOldData = false;  // which it could not read
     };

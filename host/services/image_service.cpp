@@ -4,8 +4,11 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/objects/arguments.h"
 #include "host/objects/image_edits.h"
 #include "host/objects/image_files.h"
+#include "host/objects/index_image.h"
+#include "host/objects/layered_image.h"
 #include "host/state/path_aliases.h"
 #include "host/state/text.h"
 
@@ -56,11 +59,25 @@ public:
     KzResult imageservice_Create(std::int32_t width, std::int32_t height, std::uint32_t format, std::uint32_t /*flags*/,
                                  IKzUnknown** image) override {
         enter("Image.Create");
-        return CHostRef<CImage>::make(width, height, format).give(image);
+        kzNotNull(image);
+        if (format == KZiIMG_FORMAT_INDEX) *image = kzMakeIndexImage(width, height);
+        else return CHostRef<CImage>::make(width, height, format).give(image);
+        return KZe_OK;
+    }
+    KzResult imageservice_CreateLayered(std::int32_t width, std::int32_t height, std::uint32_t format,
+                                        IKzUnknown** image) override {
+        enter("Image.CreateLayered");
+        kzNotNull(image);
+        *image = kzMakeLayeredImage(width, height, format);
+        return KZe_OK;
     }
     KzResult imageservice_Duplicate(IKzUnknown* source, std::uint32_t format, IKzUnknown** image) override {
         enter("Image.Duplicate");
-        return kzCopyImage(source, format).give(image);
+        kzNotNull(image);
+        const bool isIndexed = format == 0 && CKzUser_Image(source).Format() == KZiIMG_FORMAT_INDEX;
+        if (!isIndexed && format != KZiIMG_FORMAT_INDEX) return kzCopyImage(source, format).give(image);
+        *image = kzCopyIndexImage(source);
+        return KZe_OK;
     }
     KzResult imageservice_Load(const char* path, IKzUnknown* monitor, IKzUnknown** image) override {
         enter("Image.Load");
@@ -104,6 +121,7 @@ public:
     std::uint32_t imageservice_PixelBytes(std::uint32_t format) override {
         enter("Image.PixelBytes");
         const auto pixelFormat = PixelFormat::of(format);
+        if (format == KZiIMG_FORMAT_INDEX) return 1;
         return pixelFormat ? static_cast<std::uint32_t>(pixelFormat->bytes()) : 0;
     }
 

@@ -65,7 +65,7 @@ def check_what_is_outside_or_not_kept_is_refused():
     for code, width, height, format in (
             ('INVALIDARG', 0, 1, iIMG_FORMAT_GREY), ('INVALIDARG', 1, -1, iIMG_FORMAT_GREY),
             ('INVALIDARG', 1 << 20, 1, iIMG_FORMAT_GREY), ('OUTOFMEMORY', 65536, 65536, iIMG_FORMAT_RGBAFP),
-            ('NOTSUPPORTED', 1, 1, iIMG_FORMAT_INDEX)):
+            ('NOTSUPPORTED', 1, 1, iIMG_FORMAT_BITMAP)):
         fails(code, (IMAGES.Create, width, height, format, 0), (write.SetSize, width, height, format))
     equal(image.Size(), (3, 2))  # a refused size changes nothing
     fails('INVALIDARG', (IMAGES.Save, None, 'none.png', None, None), (IMAGES.Scale, image, 1, 0, 0),

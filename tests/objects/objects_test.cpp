@@ -15,6 +15,7 @@
 #include "kz/envelope.h"
 #include "kz/host.h"
 #include "kz/image.h"
+#include "kz/image_processing.h"
 #include "kz/item.h"
 #include "kz/listener.h"
 #include "kz/log.h"
@@ -42,9 +43,9 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "calculations", "drops", "files", "hints", "image", "kzu_objects",
-                                         "listeners", "mesh", "packages", "packets", "scene", "selection", "shapes",
-                                         "solids", "values"));
+                         testing::Values("animation", "calculations", "drops", "files", "filters", "hints", "image",
+                                         "kzu_objects", "layers", "listeners", "looks", "mesh", "packages", "packets",
+                                         "scene", "selection", "shapes", "solids", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -90,6 +91,12 @@ public:
         mesh.Edges(add("edge"));
         mesh.Maps(add("map"));
         ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_GREY, 0, add("image"));
+        ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_INDEX, 0, add("index image"));
+        ServiceOf<CKzUser_ImageService>(application)->CreateLayered(1, 1, KZiIMG_FORMAT_GREY, add("layered image"));
+        const ServiceOf<CKzUser_ImageProcessingService> processing(application);
+        processing->Create(add("image processing"));
+        IKzUnknown* const settings = last();
+        processing->Read(settings, add("image processing reader"));
         scenes->CreateEnvelope(0, add("envelope"));
         CKzUser_Envelope(last()).Keys(add("keyframe"));
         for (const char* walker : {"Curve", "EvaluationStack", "GroupEnumerator", "PathStep", "TransformScan"})
@@ -170,7 +177,8 @@ bool isRequiredInput(const kzgen::Parameter& parameter) {
 
 // Scripts never pass a null pointer for an output, but other modules may.
 TEST_F(HostTest, NullIsRefusedByEveryOperationThatNeedsMore) {
-    const std::set<std::string> mayBeNull = {"Command.Enable", "Command.ExecuteString", "Item.SetParent",
+    const std::set<std::string> mayBeNull = {"Command.Enable",    "Command.ExecuteString",
+                                             "Item.SetParent",    "LayeredImageWrite.SetLayerMask",
                                              "Listener.FirePort", "ScriptSys.RunText"};
     std::map<std::string, std::string> wrong;
     std::size_t checked = 0;

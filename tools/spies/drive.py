@@ -148,6 +148,14 @@ def drive_pictures():
     picture = attempt(images.Load, FOLDER + '/a.spied', None)
     for source, name in ((picture, 'b.spied'), (spies.Lines(), 'c.spied'), (spies.Lines(), 'd.png')):
         attempt(images.Save, source, FOLDER + '/' + name, None, None)
+    attempt(images.Save, spies.Layers(), FOLDER + '/e.png', None, None)
+    attempt(kz.eval, 'image.filter spied "%s/d.png" "%s/f.png"' % (FOLDER, FOLDER))
+    processing = service.ImageProcessing()
+    settings, listener = processing.Create(), kz.object.Unknown(all_done('ImageProcessingListener')())
+    settings.AddListener(listener)
+    settings.SetExposure(1)
+    attempt(processing.Read(settings).Process, images.Create(1, 1, symbol.iIMG_FORMAT_GREY, 0), 0, None)
+    settings.RemoveListener(listener)
 
 
 def drive_listeners():

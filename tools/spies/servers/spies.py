@@ -111,6 +111,8 @@ def save(self, source, path, monitor):
 
 
 Pixels = spy_class('Image', img_Size=(2, 2), img_Format=symbol.iIMG_FORMAT_GREY, img_GetPixel=done)
+Layers = spy_class('LayeredImage', limg_LayerCount=1, limg_LayerByIndex=lambda self, index: Pixels(), limg_LayerOpacity=1.0,
+                   limg_LayerBlend=0, limg_LayerFlags=0, limg_LayerParent=-1)
 Lines = spy_class('Image', img_Size=(2, 2), img_Format=symbol.iIMG_FORMAT_GREY, img_GetLine=done)
 
 # Values: an integer and a text.
@@ -135,6 +137,7 @@ SPIES = [
     ('spied', ('Loader',), {'loader.dosPattern': '*.spied'}, dict(load_Recognize=recognize, load_LoadObject=load)),
     ('spied', ('Saver',), {'saver.dosType': 'spied'}, dict(sav_Save=save)),
     ('spied', ('MeshOperation',), {}, dict(mop_Evaluate=done)),
+    ('spied', ('ImageFilter',), {}, dict(imf_Begin=done, imf_Margin=(1, 1), imf_FilterLine=done)),
     ('spied', ('PresetType',), {}, dict(
         ptyp_Recognize='spied', ptyp_Apply=done, ptyp_Save=done, ptyp_CanApplyTo=True)),
     ('spied', ('PresetDo',), {}, dict(pdo_DoByName='/dev/null', pdo_Do=done)),
