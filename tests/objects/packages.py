@@ -303,8 +303,9 @@ def check_some_packages_come_to_items_of_other_types():
           (['Initialize', 'Read', ('Newborn', fNEWBORN_UNDO), ('AddedTo', 1)], ['test.guest', 'draw.options'], 'kept', .5))
     copy = item.Duplicate(0)
     equal((copy.PackageTest('test.guest'), LAST['lamp'].notes, value(scene, copy, 'glow')), (True, 'kept', .5))
-    Guest.companion, Instance.fails = camera, ('Attach',)
-    counts = lambda: [scene.ItemCount(each.Type()) for each in (item, camera)]
+    lamp = scene.ItemAdd(SCENES.ItemTypeLookup('test.lamp'))
+    Guest.companion, Instance.fails = lamp, ('Attach',)
+    counts = lambda: [scene.ItemCount(each.Type()) for each in (item, lamp)]
     before = counts()
     fails('FAILED', (item.Duplicate, 0))
     equal(counts(), before)
@@ -312,6 +313,7 @@ def check_some_packages_come_to_items_of_other_types():
     item.Duplicate(0)
     equal(counts(), [number + 1 for number in before])
     UNDO.Undo(1)
+    scene.ItemRemove(lamp)
     Guest.companion = other
     heard()
     items = SCENES.CreateCollection()
