@@ -5,7 +5,7 @@ import tempfile
 
 import kz
 import kzifc
-from checks import code_of, equal, fails, near
+from checks import code_of, equal, near
 from kz.symbol import iIMG_FORMAT_RGBFP
 from layers import image_of, values_of
 

@@ -5,7 +5,7 @@ import tempfile
 
 import kz
 import kzifc
-from checks import code_of, equal, fails, near, reasons, result_of, storage
+from checks import equal, fails, near, reasons, result_of, storage
 from kz.symbol import (fIMGLAYER_CLIPPED, fIMGLAYER_GROUP, fIMGLAYER_HIDDEN, fIMGLAYER_PASSTHROUGH,
                        fIMGLAYER_PREMULTIPLIED, iIMG_BLEND_MULTIPLY, iIMG_FORMAT_GREY, iIMG_FORMAT_INDEX,
                        iIMG_FORMAT_RGB24, iIMG_FORMAT_RGBA32, iIMG_FORMAT_RGBAFP)

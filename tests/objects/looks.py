@@ -6,9 +6,8 @@ import tempfile
 
 import kz
 import kzifc
-from checks import code_of, equal, fails, near, reasons, result_of, storage
-from kz.symbol import (fIMPROC_CHANGE_COLOR, fIMPROC_CHANGE_EFFECTS, fIMPROC_CHANGE_LEVELS, fIMPROC_CHANGE_REGION,
-                       fIMPROC_CHANGE_TONE, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGBA32, iIMG_FORMAT_RGBAFP,
+from checks import equal, fails, near, reasons, storage
+from kz.symbol import (fIMPROC_CHANGE_EFFECTS, fIMPROC_CHANGE_LEVELS, iIMG_FORMAT_RGB24, iIMG_FORMAT_RGBAFP,
                        iIMPROC_CHANNELS_ALPHA, iIMPROC_CHANNELS_GREEN, iIMPROC_CHANNELS_LUMA, iIMPROC_TONE_FALSECOLOR,
                        iIMPROC_TONE_FILMIC, iIMPROC_TONE_NONE, iIMPROC_TONE_PHOTO, iIMPROC_TONE_SIMPLE)
 from layers import image_of, values_of
