@@ -72,21 +72,25 @@ struct UserValueHandle {
 };
 
 // Exchanges the value with the one that it had. It calls listeners, so it is applied without the lock. A value that has been
-// deleted meanwhile stays away.
+// deleted meanwhile stays away. The history belongs to the workspace, which therefore is not kept here.
 class CUserValueChange final : public CChange {
 public:
-    CUserValueChange(UserValueHandle handle, KzCell before, KzCell after)
-        : CChange(nullptr), m_handle(std::move(handle)), m_before(std::move(before)), m_after(std::move(after)) {}
+    CUserValueChange(const UserValueHandle& handle, KzCell before, KzCell after)
+        : CChange(nullptr), m_values(handle.parts.values), m_name(handle.name), m_identity(handle.identity),
+          m_before(std::move(before)), m_after(std::move(after)) {}
     void apply(Direction direction, DocumentEvents& /*events*/) override {
-        m_handle.parts.values->change(m_handle.name, m_handle.identity, [&](UserValue& value) {
-            value.cell = direction == Direction::forward ? m_after : m_before;
-        });
+        const auto values = m_values.lock();
+        if (values == nullptr) return;
+        values->change(m_name, m_identity,
+                       [&](UserValue& value) { value.cell = direction == Direction::forward ? m_after : m_before; });
     }
     bool isForeign() const override { return true; }
     std::size_t memory() const override { return sizeof *this; }
 
 private:
-    UserValueHandle m_handle;
+    const std::weak_ptr<CUserValues> m_values;
+    const std::string m_name;
+    const std::uint64_t m_identity;
     KzCell m_before, m_after;
 };
 
