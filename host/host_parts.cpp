@@ -5,6 +5,7 @@
 #include "host/commands/builtin_server_commands.h"
 #include "host/commands/document_commands.h"
 #include "host/commands/drop_commands.h"
+#include "host/commands/audio_commands.h"
 #include "host/commands/image_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
@@ -41,6 +42,8 @@
 #include "host/objects/drops.h"
 #include "host/objects/file_redirect.h"
 #include "host/objects/image_files.h"
+#include "host/objects/sound.h"
+#include "host/objects/sound_files.h"
 #include "host/objects/int_range.h"
 #include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
@@ -59,6 +62,7 @@
 #include "host/services/file_service.h"
 #include "host/services/guid_service.h"
 #include "host/services/host_service.h"
+#include "host/services/audio_service.h"
 #include "host/services/image_processing_service.h"
 #include "host/services/image_service.h"
 #include "host/services/io_service.h"
@@ -103,6 +107,7 @@
 #include "kz/file.h"
 #include "kz/guid.h"
 #include "kz/host.h"
+#include "kz/audio.h"
 #include "kz/image.h"
 #include "kz/image_processing.h"
 #include "kz/kit.h"
@@ -132,6 +137,7 @@ namespace {
 
 void addCommands(const HostParts& host) {
     kzAddAliasCommands(host.registry);
+    kzAddAudioCommands(*host.registry, host.files, host.sounds);
     kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
     kzAddSceneCommands(*host.registry, host.scenes);
     kzAddItemCommands(*host.registry, host.scenes);
@@ -179,6 +185,8 @@ std::shared_ptr<COwnObjects> ownObjects(const HostParts& host) {
                          [&] { return kzThereIsNo("color model", name, kzColorModelNames()); });
     });
     addPlain(KZa_ATTRSEQUENCE, kzMakeAttrSequence);
+    addPlain(KZa_AUDIO, kzMakeSilence);
+    addPlain(KZa_AUDIOWRITE, kzMakeSilence);
     addPlain(KZa_BUFFER, kzMakeBuffer);
     addPlain(KZa_INTRANGE, kzMakeIntRange);
     addPlain(KZa_STRINGTAG, kzMakeStringTags);
@@ -191,6 +199,7 @@ void addServices(const HostParts& host) {
     const auto add = [&](const char* name, const KzGuid& iid, auto make, const auto&... parts) {
         services.add(name, iid, [=, context = host.context] { return make(context, parts...); });
     };
+    add("audioanim", KZu_AUDIOANIMSERVICE, kzMakeAudioService, host.files, host.sounds);
     add("cache", KZu_CACHESERVICE, kzMakeCacheService, host.results);
     add("channelui", KZu_CHANNELUISERVICE, kzMakeChannelUIService, host.modules, host.types, host.scenes);
     add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
@@ -292,6 +301,7 @@ HostParts::HostParts()
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()), redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
+      sounds(std::make_shared<CSoundFiles>(context, modules, log, monitors)),
       presets(std::make_shared<CPresets>(modules, scenes)),
       sceneFiles(std::make_shared<CSceneFiles>(
           SceneFileParts{context, modules, listeners, log, monitors, scenes, files, userValues, redirects})),

@@ -16,6 +16,7 @@ class CDialogBoard;
 class CDrops;
 class CPathAliases;
 class CImageFiles;
+class CSoundFiles;
 class CImportPaths;
 class CItemPackages;
 class CJobThreads;
@@ -81,6 +82,7 @@ struct HostParts {
     // Parts that use both
     std::shared_ptr<RedirectRules> redirects;
     std::shared_ptr<CImageFiles> images;
+    std::shared_ptr<CSoundFiles> sounds;
     std::shared_ptr<CPresets> presets;
     std::shared_ptr<CSceneFiles> sceneFiles;
     std::shared_ptr<CDrops> drops;

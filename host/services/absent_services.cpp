@@ -40,8 +40,6 @@ template <template <class> class Slot, KzHostName name, KzHostName reason>
 constexpr auto makeAbsent = make<CAbsentService<Slot, name, reason>>;
 
 constexpr AbsentService services[] = {
-    {"audioanim", &KZu_AUDIOANIMSERVICE,
-     makeAbsent<CKzAbsentIfc_AudioAnimService, "audio service", "this host plays no sound">},
     {"deformer", &KZu_DEFORMERSERVICE,
      makeAbsent<CKzAbsentIfc_DeformerService, "deformer service", "this host does not deform meshes">},
     {"imagemonitor", &KZu_IMAGEMONITORSERVICE,

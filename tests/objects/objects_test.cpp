@@ -6,6 +6,7 @@
 #include "host/state/text.h"
 
 #include "kz/action.h"
+#include "kz/audio.h"
 #include "kz/block_io.h"
 #include "kz/channel.h"
 #include "kz/color_mapping.h"
@@ -45,7 +46,7 @@ TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("obj
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
                          testing::Values("animation", "calculations", "drops", "files", "filters", "hints", "image",
                                          "kzu_objects", "layers", "listeners", "looks", "mesh", "packages", "packets",
-                                         "scene", "selection", "shapes", "solids", "values"));
+                                         "scene", "selection", "shapes", "solids", "sound", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -93,6 +94,7 @@ public:
         ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_GREY, 0, add("image"));
         ServiceOf<CKzUser_ImageService>(application)->Create(1, 1, KZiIMG_FORMAT_INDEX, 0, add("index image"));
         ServiceOf<CKzUser_ImageService>(application)->CreateLayered(1, 1, KZiIMG_FORMAT_GREY, add("layered image"));
+        ServiceOf<CKzUser_AudioAnimService>(application)->CreateAudio(add("sound"));
         const ServiceOf<CKzUser_ImageProcessingService> processing(application);
         processing->Create(add("image processing"));
         IKzUnknown* const settings = last();
