@@ -94,9 +94,8 @@ double CSound::audio_Peak(std::uint32_t channel, double start, double end) {
 
 KzResult CSound::audio_MarkerByIndex(std::uint32_t index, double* time, const char** name) {
     if (index >= m_sound.markers.size())
-        return kzBecause(KZe_OUTOFBOUNDS, "Audio.MarkerByIndex", [&] {
-            return fmt::format("there is no marker {} among {}", index, m_sound.markers.size());
-        });
+        return kzBecause(KZe_OUTOFBOUNDS, "Audio.MarkerByIndex",
+                         [&] { return fmt::format("there is no marker {} among {}", index, m_sound.markers.size()); });
     *time = m_sound.markers[index].first;
     *name = kzLend(m_sound.markers[index].second);
     return KZe_OK;
@@ -137,8 +136,9 @@ KzResult CSound::audiow_Write(std::uint32_t channel, std::uint32_t start, std::u
 KzResult CSound::audiow_SetLoop(std::int32_t start, std::int32_t end) {
     const bool isNone = start == -1 && end == -1;
     if (!isNone && !(start >= 0 && start < end && end <= static_cast<std::int64_t>(m_sound.length())))
-        return refuseSound("AudioWrite.SetLoop", fmt::format("{} to {} is no part of {} samples, and -1 to -1 is no loop",
-                                                             start, end, m_sound.length()));
+        return refuseSound(
+            "AudioWrite.SetLoop",
+            fmt::format("{} to {} is no part of {} samples, and -1 to -1 is no loop", start, end, m_sound.length()));
     m_sound.loopStart = start, m_sound.loopEnd = end;
     return KZe_OK;
 }
@@ -207,7 +207,8 @@ void kzPutSample(std::uint32_t format, float value, std::vector<std::uint8_t>& b
     const std::uint32_t size = kzSampleBytes(format);
     if (format != KZiAUDIO_FLOAT) {
         const double full = std::ldexp(1.0, static_cast<int>(8 * size - 1));
-        bits = static_cast<std::uint32_t>(static_cast<std::int32_t>(std::clamp(std::round(value * full), -full, full - 1)));
+        bits = static_cast<std::uint32_t>(
+            static_cast<std::int32_t>(std::clamp(std::round(value * full), -full, full - 1)));
     }
     for (std::uint32_t at = 0; at < size; ++at) bytes.push_back(static_cast<std::uint8_t>(bits >> (8 * at)));
 }

@@ -39,7 +39,8 @@ public:
         constexpr const char* place = "AudioLoaderTarget.SetFormat";
         kzRequireSoundFormat(place, frequency, channels, format);
         if (m_sound && !m_sound->samples.empty())
-            return kzBecause(KZe_INVALIDARG, place, [] { return "samples have been written in another format already"; });
+            return kzBecause(KZe_INVALIDARG, place,
+                             [] { return "samples have been written in another format already"; });
         m_sound.emplace();
         m_sound->frequency = frequency, m_sound->channels = channels, m_sound->format = format;
         return KZe_OK;
@@ -58,7 +59,8 @@ private:
 
 KzResult CSoundTarget::audioloadertarget_Write(std::uint32_t count, std::uint32_t size, void* samples) {
     constexpr const char* place = "AudioLoaderTarget.Write";
-    if (!m_sound) return kzBecause(KZe_INVALIDARG, place, [] { return "the format is set before samples are written"; });
+    if (!m_sound)
+        return kzBecause(KZe_INVALIDARG, place, [] { return "the format is set before samples are written"; });
     const std::uint64_t values = std::uint64_t{count} * m_sound->channels;
     const std::uint32_t bytes = kzSampleBytes(m_sound->format);
     if (values * bytes != size)

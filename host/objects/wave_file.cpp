@@ -4,6 +4,7 @@
 #include "host/core/reasons.h"
 
 #include "kz/audio.h"
+#include "kz/result.h"
 
 #include <fmt/format.h>
 
@@ -40,7 +41,8 @@ WaveBytes waveBytes(const std::string& path) {
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     if (error) throw refuseWave(KZe_NOACCESS, path, error.message());
-    if (size > largestWave) throw refuseWave(KZe_NOTSUPPORTED, path, fmt::format("it has more than {} bytes", largestWave));
+    if (size > largestWave)
+        throw refuseWave(KZe_NOTSUPPORTED, path, fmt::format("it has more than {} bytes", largestWave));
     WaveBytes bytes(size);
     std::ifstream file(path, std::ios::binary);
     if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size)))
@@ -55,9 +57,9 @@ std::optional<WavePart> waveChunk(const std::string& path, WavePart file, const 
         const bool isWanted = hasName(file, at, name);
         at += 8;
         if (size > file.size() - at)
-            throw refuseWave(KZe_FAILED, path,
-                             fmt::format("a chunk at byte {} has {} bytes, of which there are {}", at - 8, size,
-                                         file.size() - at));
+            throw refuseWave(
+                KZe_FAILED, path,
+                fmt::format("a chunk at byte {} has {} bytes, of which there are {}", at - 8, size, file.size() - at));
         if (isWanted) return file.subspan(at, size);
         at += size + size % 2;
     }
@@ -72,10 +74,11 @@ Sound describedWave(const std::string& path, WavePart format) {
     const std::uint32_t bits = waveNumber(format, 14, 2), bytes = (bits + 7) / 8;
     const bool isFloat = tag == floatTag && bits == 32;
     if (!isFloat && !(tag == integerTag && bytes >= 1 && bytes <= 3))
-        throw refuseWave(KZe_NOTSUPPORTED, path,
-                         fmt::format("its samples of {} bits are of the kind {}; integers of up to 24 bits are read, and "
-                                     "floats of 32",
-                                     bits, tag));
+        throw refuseWave(
+            KZe_NOTSUPPORTED, path,
+            fmt::format("its samples of {} bits are of the kind {}; integers of up to 24 bits are read, and "
+                        "floats of 32",
+                        bits, tag));
     Sound sound;
     sound.channels = waveNumber(format, 2, 2);
     sound.frequency = waveNumber(format, 4, 4);
@@ -94,9 +97,11 @@ void putWaveNumber(WaveBytes& bytes, std::uint32_t number, std::uint32_t size) {
 
 Sound kzReadWave(const std::string& path) {
     WaveBytes bytes = waveBytes(path);
-    if (!hasName(bytes, 0, "RIFF") || !hasName(bytes, 8, "WAVE")) throw refuseWave(KZe_FAILED, path, "it is no WAV file");
+    if (!hasName(bytes, 0, "RIFF") || !hasName(bytes, 8, "WAVE"))
+        throw refuseWave(KZe_FAILED, path, "it is no WAV file");
     const auto format = waveChunk(path, bytes, "fmt "), data = waveChunk(path, bytes, "data");
-    if (!format || !data) throw refuseWave(KZe_FAILED, path, format ? "it has no samples" : "it does not say its format");
+    if (!format || !data)
+        throw refuseWave(KZe_FAILED, path, format ? "it has no samples" : "it does not say its format");
     Sound sound = describedWave(path, *format);
     const std::uint32_t size = kzSampleBytes(sound.format);
     const std::size_t length = data->size() / (std::size_t{size} * sound.channels);

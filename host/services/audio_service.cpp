@@ -17,14 +17,15 @@ namespace kzhost {
 
 namespace {
 
-class CAudioService final : public CHosted<"audio service", CAudioService, CKzAbsentIfc_AudioAnimService>, CServiceBase {
+class CAudioService final : public CHosted<"audio service", CAudioService, CKzAbsentIfc_AudioAnimService>,
+                            CServiceBase {
 public:
     CAudioService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CPathAliases> files,
                   std::shared_ptr<CSoundFiles> sounds)
         : CServiceBase(std::move(context)), m_files(std::move(files)), m_sounds(std::move(sounds)) {}
 
-    static constexpr std::string_view needsWindow[] = {"DeviceCount",   "DeviceByIndex", "SceneAudio", "SetSceneAudio",
-                                                       "Start",         "Stop",          "State"};
+    static constexpr std::string_view needsWindow[] = {"DeviceCount", "DeviceByIndex", "SceneAudio", "SetSceneAudio",
+                                                       "Start",       "Stop",          "State"};
     static KzResult refuse(const char* place) noexcept {
         return kzBecause(KZe_NOTAVAILABLE, place, [] { return "this host plays no sound"; });
     }
