@@ -228,19 +228,15 @@ Texts queryModel(CModuleTable& modules, CBuiltinCommand& command, std::uint32_t 
     return answer;
 }
 
-void askInstead(CBuiltinCommand& /*command*/) {
-    kzRefuse(KZe_NOTSUPPORTED, "it only answers queries, as in value.math integer 1 2 result:?");
-}
-
 }  // namespace
 
 void kzAddValueCommands(CCommandRegistry& registry, const std::shared_ptr<CModuleTable>& modules) {
     kzAddCommands(registry,
                   {
                       {"value.math", "Calculate", "answers what comes out of an operation on values of a type",
-                       KZfCMD_UI, mathArguments, askInstead, queryMath},
+                       KZfCMD_UI, mathArguments, kzOnlyQueried, queryMath},
                       {"color.model", "Color Model", "takes colours apart and puts them together", KZfCMD_UI,
-                       modelArguments, askInstead, kzWith(queryModel, modules)},
+                       modelArguments, kzOnlyQueried, kzWith(queryModel, modules)},
                   });
 }
 

@@ -214,7 +214,8 @@ def check_values_are_calculated_with():
         equal((line, result_of(kz.eval, 'value.math ' + line)), (line, found))
     fails('INVALIDARG', (kz.eval, 'value.math float 1 0 divide result:?'), (kz.eval, 'value.math float 1 x result:?'))
     fails('NOTSUPPORTED', (kz.eval, 'value.math test.pair 3,4 1,2 multiply result:?'),
-          (kz.eval, 'value.math string a b result:?'), (kz.eval, 'value.math float 1 2'))
+          (kz.eval, 'value.math string a b result:?'))
+    fails('CMD_NOT_EXECUTABLE', (kz.eval, 'value.math float 1 2'), (kz.eval, 'color.model rgb 1 0 0'))
     fails('NOTFOUND', (kz.eval, 'value.math no.such 1 2 result:?'))
 
 
