@@ -1,5 +1,7 @@
 """Values, packets, buffers, layers and settings in the hands of those who lie, never stop, or ask for more than there is."""
+import ctypes
 import os
+import struct
 import tempfile
 
 import kz
@@ -7,8 +9,8 @@ import kz.object as k
 import kzifc
 from checks import code_of, equal, fails, near, reasons, result_of, storage
 from kz.symbol import (fIMGLAYER_CLIPPED, fIMGLAYER_GROUP, fIMGLAYER_PASSTHROUGH, fINTRANGE_STEPS, fUSERVALUE_CLAMP,
-                       fUSERVALUE_MAX, fUSERVALUE_MIN, iIMG_FORMAT_RGBAFP)
-from layers import flat, image_of, layered, seen, values_of
+                       fUSERVALUE_MAX, fUSERVALUE_MIN, iEFFECT_SCALAR, iEFFECT_VECTOR, iIMG_FORMAT_RGBAFP)
+from layers import flat, image_of, seen, values_of
 from values import made, text_of, user_value, value
 
 HOST, IMAGES, PACKETS = kz.service.Host(), kz.service.Image(), kz.service.Packet()
@@ -217,3 +219,132 @@ def check_listeners_may_leave_while_they_are_told():
     SETTINGS.SetExposure(9)
     equal(Leaves.heard, before)
     fails('NOTFOUND', (SETTINGS.RemoveListener, gone))
+
+
+class Fragile(kzifc.VectorPacket):
+    """Four bytes. Making the packet after `made` others fails, and so does copying one after `copied` others."""
+    alive, made, copied, inside = 0, 10 ** 9, 10 ** 9, []
+
+    def vpkt_Size(self):
+        return 4
+
+    def vpkt_Initialize(self, packet):
+        if self.inside:
+            self.inside[1].append(code_of(*self.inside[0]))
+        if Fragile.made == 0:
+            kz.throw(kz.result.NOTAVAILABLE)
+        Fragile.made -= 1
+        Fragile.alive += 1
+
+    def vpkt_Cleanup(self, packet):
+        Fragile.alive -= 1
+
+    def vpkt_Copy(self, target, source):
+        if Fragile.copied == 0:
+            kz.throw(kz.result.NOACCESS)
+        Fragile.copied -= 1
+        ctypes.memmove(target, source, 4)
+
+
+class Lying(kzifc.PacketEffect):
+    """An effect on those packets that fails at the first, or at the call after `calls` others."""
+    count, type, packet, calls = 1, iEFFECT_SCALAR, 'test.fragile', 10 ** 9
+
+    def pfx_Packet(self):
+        return self.packet
+
+    def pfx_Count(self):
+        return self.count
+
+    def pfx_ByIndex(self, index):
+        return 'one', 'number', self.type
+
+    def pfx_Get(self, index, size, packet, count, values):
+        self.take()
+        values.set([count] * count)
+
+    def pfx_Set(self, index, size, packet, count, values):
+        self.take()
+        packet.setType('b')
+        packet.setSize(4)
+        packet.set(bytearray(struct.pack('f', values.get()[0])))
+
+    def take(self):
+        if Lying.calls == 0:
+            kz.throw(kz.result.NOACCESS)
+        Lying.calls -= 1
+
+
+kz.bless(Fragile, 'test.fragile')
+kz.bless(Lying, 'test.lying')
+
+
+def packets_of(packets):
+    return [struct.unpack('f', ctypes.string_at(packets.Packet(at, 0), 4))[0] for at in range(packets.Count())]
+
+
+def fragile_list(count):
+    kind = PACKETS.CreateType(None)
+    kind.Add('test.fragile', 0)
+    packets = kind.CreateList(kind)
+    packets.SetCount(count)
+    for at in range(count):
+        ctypes.memmove(packets.Packet(at, 0), struct.pack('f', at + 10), 4)
+    return packets
+
+
+def check_lists_stay_as_they_were_when_a_packet_fails():
+    packets = fragile_list(4)
+    for made, copied, call, code in ((2, 99, (packets.SetCount, 9), 'NOTAVAILABLE'), (0, 99, (packets.Remove, 1), 'NOTAVAILABLE'),
+                                     (99, 1, (packets.SetCount, 9), 'NOACCESS'), (99, 2, (packets.Remove, 0), 'NOACCESS')):
+        Fragile.made, Fragile.copied = made, copied
+        equal((code_of(*call), packets_of(packets), Fragile.alive), (code, [10, 11, 12, 13], 4))
+    Fragile.made = Fragile.copied = 10 ** 9
+    Fragile.inside = [(packets.SetCount, 1), []]  # the list is changed while it is changed
+    packets.SetCount(5)
+    Fragile.inside[0] = (packets.Remove, 0)
+    packets.Remove(4)
+    equal((set(Fragile.inside[1]), packets_of(packets), Fragile.alive), (set(['NOTREADY']), [10, 11, 12, 13], 4))
+    Fragile.inside = []
+    packets.SetCount(0)
+    equal((packets.Count(), Fragile.alive, code_of(packets.Packet, 0, 0)), (0, 0, 'OUTOFBOUNDS'))
+
+
+def check_effects_that_lie_leave_the_rest_of_a_list():
+    packets, effect = fragile_list(3), PACKETS.EffectLookup(None, 'one')
+    for said, code, found in (({'calls': 3}, 'NOACCESS', [1, 11, 12]), ({'calls': 0}, 'NOACCESS', [1, 11, 12]),
+                              ({'count': 4294967295}, 'FAILED', [1, 11, 12]), ({'count': 0}, None, [1, 11, 12]),
+                              ({'packet': 'no such'}, 'NOTFOUND', [1, 11, 12]), ({'packet': None}, 'NOTFOUND', [1, 11, 12]),
+                              ({'type': 99}, None, [1, 1, 1]), ({'type': iEFFECT_VECTOR}, None, [3, 3, 3])):
+        for name, value in dict({'calls': 10 ** 9, 'count': 1, 'packet': 'test.fragile', 'type': iEFFECT_SCALAR}, **said).items():
+            setattr(Lying, name, value)
+        equal((said, code_of(packets.Evaluate, effect, 0, 3), packets_of(packets)), (said, code, found))
+    fails('OUTOFBOUNDS', (packets.Evaluate, effect, 4294967295, 1), (packets.Evaluate, effect, 1, 4294967295))
+
+
+def check_each_blend_is_what_it_is_called():
+    def divided(number, by):
+        return number / by if by > 0 else 1.0 if number > 0 else 0.0
+
+    def hard(below, above):
+        return 2 * below * above if above < 0.5 else 1 - 2 * (1 - below) * (1 - above)
+
+    blends = {'NORMAL': lambda t, s: s, 'ADD': lambda t, s: t + s, 'SUBTRACT': lambda t, s: t - s,
+              'DIFFERENCE': lambda t, s: abs(t - s), 'MULTIPLY': lambda t, s: t * s, 'DIVIDE': divided,
+              'SCREEN': lambda t, s: 1 - (1 - t) * (1 - s), 'OVERLAY': lambda t, s: hard(s, t), 'HARDLIGHT': hard,
+              'SOFTLIGHT': lambda t, s: (1 - 2 * s) * t * t + 2 * s * t, 'DARKEN': min, 'LIGHTEN': max,
+              'DODGE': lambda t, s: divided(t, 1 - s), 'BURN': lambda t, s: 1 - divided(1 - t, s)}
+    equal(set(blends), set(name[11:] for name in dir(kz.symbol) if name.startswith('iIMG_BLEND_')))
+    steps = [0.0, 0.25, 0.5, 0.75, 1.0]
+    grid = [(t, s) for t in steps for s in steps]
+    for name, blend in sorted(blends.items()):
+        for alpha, opacity in ((1, 1), (0.5, 1), (1, 0.25), (0.5, 0.5)):
+            image = IMAGES.CreateLayered(len(grid), 1, iIMG_FORMAT_RGBAFP)
+            write = k.LayeredImageWrite(image)
+            for of in (0, 1):  # opaque below, and the alpha above
+                line = [part for pair in grid for part in (pair[of],) * 3 + (alpha if of else 1,)]
+                write.AddLayer(image_of(len(grid), 1, line, iIMG_FORMAT_RGBAFP, 'f'), name, -1)
+            write.SetLayerBlend(1, getattr(kz.symbol, 'iIMG_BLEND_' + name), opacity)
+            cover = alpha * opacity
+            near(values_of(image.Composite(), iIMG_FORMAT_RGBAFP, 'f')[::4],
+                 [t + (blend(t, s) - t) * cover for t, s in grid], 1e-6)
