@@ -295,9 +295,9 @@ def fragile_list(count):
 
 def check_lists_stay_as_they_were_when_a_packet_fails():
     packets = fragile_list(4)
-    for made, copied, call, code in ((2, 99, (packets.SetCount, 9), 'NOTAVAILABLE'), (0, 99, (packets.Remove, 1), 'NOTAVAILABLE'),
+    for makes, copies, call, code in ((2, 99, (packets.SetCount, 9), 'NOTAVAILABLE'), (0, 99, (packets.Remove, 1), 'NOTAVAILABLE'),
                                      (99, 1, (packets.SetCount, 9), 'NOACCESS'), (99, 2, (packets.Remove, 0), 'NOACCESS')):
-        Fragile.made, Fragile.copied = made, copied
+        Fragile.made, Fragile.copied = makes, copies
         equal((code_of(*call), packets_of(packets), Fragile.alive), (code, [10, 11, 12, 13], 4))
     Fragile.made = Fragile.copied = 10 ** 9
     Fragile.inside = [(packets.SetCount, 1), []]  # the list is changed while it is changed
@@ -316,8 +316,8 @@ def check_effects_that_lie_leave_the_rest_of_a_list():
                               ({'count': 4294967295}, 'FAILED', [1, 11, 12]), ({'count': 0}, None, [1, 11, 12]),
                               ({'packet': 'no such'}, 'NOTFOUND', [1, 11, 12]), ({'packet': None}, 'NOTFOUND', [1, 11, 12]),
                               ({'type': 99}, None, [1, 1, 1]), ({'type': iEFFECT_VECTOR}, None, [3, 3, 3])):
-        for name, value in dict({'calls': 10 ** 9, 'count': 1, 'packet': 'test.fragile', 'type': iEFFECT_SCALAR}, **said).items():
-            setattr(Lying, name, value)
+        for name, said_of in dict({'calls': 10 ** 9, 'count': 1, 'packet': 'test.fragile', 'type': iEFFECT_SCALAR}, **said).items():
+            setattr(Lying, name, said_of)
         equal((said, code_of(packets.Evaluate, effect, 0, 3), packets_of(packets)), (said, code, found))
     fails('OUTOFBOUNDS', (packets.Evaluate, effect, 4294967295, 1), (packets.Evaluate, effect, 1, 4294967295))
 
