@@ -129,6 +129,9 @@ void describeUserValue(UserValue& value, CBuiltinCommand& command) {
     if ((value.flags & both) == both && value.minimum > value.maximum)
         kzRefuse(KZe_INVALIDARG,
                  fmt::format("argument \"min\": {} is above the greatest value, {}", value.minimum, value.maximum));
+    if (value.isRangeEmpty())
+        kzRefuse(KZe_INVALIDARG,
+                 fmt::format("argument \"min\": no integer is from {} to {}", value.minimum, value.maximum));
     if (command.has(KZsARG_USERVALUE_USERNAME)) value.userName = command.text(KZsARG_USERVALUE_USERNAME);
     if (command.has(KZsARG_USERVALUE_ACTION)) value.action = command.text(KZsARG_USERVALUE_ACTION);
     if (command.has(KZsARG_USERVALUE_DEFAULT))

@@ -78,6 +78,7 @@ public:
             if (math) demandMath(math.Step(*step < 0 ? KZiVALSTEP_DOWN : KZiVALSTEP_UP, m_left.raw()), "step");
             else setNumber(m_left, number(m_left) + (*step < 0 ? -1 : 1));
         } else if (const auto weight = m_command.number("weight")) {
+            if (!std::isfinite(*weight)) kzRefuse(KZe_INVALIDARG, "argument \"weight\": it is no number");
             if (math) {
                 demandMath(math.Blend(*weight, m_left.raw(), m_right.raw(), m_result.raw()), "blending");
                 return kzValueText(m_result.raw());
@@ -95,6 +96,7 @@ public:
         if (const CKzUser_ValueMath math(m_left.raw()); math)
             demandMath(math.Distance(m_left.raw(), m_right.raw(), &distance), "distance");
         else distance = std::abs(number(m_left) - number(m_right));
+        if (!std::isfinite(distance)) kzRefuse(KZe_INVALIDARG, "the distance is no number");
         return distance;
     }
     double length() {

@@ -115,6 +115,7 @@ private:
     }
 
     KzResult ask(std::uint32_t index) {
+        constexpr const char* noPassword = "that password is not allowed";
         const HintValues hints = hintsOf(index)->values();
         DialogQuestion question = questionOf(index, hints);
         for (int tries = 1;; ++tries) {
@@ -125,10 +126,12 @@ private:
                 const std::string typed = *answer == "{}" ? "" : *answer;
                 m_arguments.answer(index, kzAllowedText(m_arguments.attributes().raw(), index, hints, typed));
             } catch (const std::string& refusal) {
-                if (tries == mostTries) throw CommandTextError{KZe_CMD_ERROR_SETTING_DATATYPE, refusal};
-                question.problem = question.isSecret ? "that password is not allowed" : refusal;
+                question.problem = question.isSecret ? noPassword : refusal;
+                if (tries == mostTries) throw CommandTextError{KZe_CMD_ERROR_SETTING_DATATYPE, question.problem};
                 continue;
-            } catch (const CommandTextError& error) {
+            } catch (CommandTextError& error) {
+                // Only the hints say that it is secret, so the text may have what was typed.
+                if (question.isSecret && !m_arguments.isSecret(index)) error.text = noPassword;
                 if (tries == mostTries) throw;
                 question.problem = error.text;
                 continue;

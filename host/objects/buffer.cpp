@@ -38,24 +38,34 @@ KzResult tooLarge(const char* place, std::uint64_t bytes) {
     });
 }
 
-// The bytes of any buffer, as far as they are there.
+// The bytes of any buffer, as far as they are there. They are fetched in parts, so that a module's buffer which says that it
+// has more than it gives takes no memory for that.
 Bytes readBuffer(const char* place, IKzUnknown* source, std::uint32_t offset, std::uint64_t length) {
     const CKzUser_Buffer buffer(source);
     if (!buffer)
         throw kzBecause(KZe_INVALIDARG, place,
                         [] { return "the other buffer is no object with the interface Buffer"; });
-    const auto size = static_cast<std::int64_t>(buffer.Size());
-    const std::int64_t there = std::clamp<std::int64_t>(size - offset, 0, static_cast<std::int64_t>(mostBytes));
-    Bytes bytes(std::min(length, static_cast<std::uint64_t>(there)));
-    std::uint32_t read = 0;
-    if (bytes.empty()) return bytes;
-    const KzResult code = buffer.Read(offset, static_cast<std::uint32_t>(bytes.size()), bytes.data(), &read);
-    if (kzFailed(code)) throw code;
-    if (read > bytes.size())
-        throw kzBecause(KZe_FAILED, place, [&] {
-            return fmt::format("the other buffer says that it read {} bytes of {}", read, bytes.size());
-        });
-    bytes.resize(read);
+    constexpr std::uint64_t largestPart = std::uint64_t{1} << 22U;
+    const auto size = static_cast<std::uint64_t>(std::max<std::intptr_t>(buffer.Size(), 0));
+    const std::uint64_t there = size > offset ? std::min(size - offset, mostBytes) : 0;
+    Bytes bytes;
+    for (std::uint64_t missing = std::min(length, there); missing > 0;) {
+        const auto asked = static_cast<std::uint32_t>(std::min(missing, largestPart));
+        const std::size_t before = bytes.size();
+        const std::uint64_t from = std::uint64_t{offset} + before;
+        if (from > UINT32_MAX) break;  // where nobody can read
+        std::uint32_t read = 0;
+        bytes.resize(before + asked);
+        if (const KzResult code = buffer.Read(static_cast<std::uint32_t>(from), asked, bytes.data() + before, &read);
+            kzFailed(code))
+            throw code;
+        if (read > asked)
+            throw kzBecause(KZe_FAILED, place, [&] {
+                return fmt::format("the other buffer says that it read {} bytes of {}", read, asked);
+            });
+        bytes.resize(before + read);
+        missing = read < asked ? 0 : missing - asked;
+    }
     return bytes;
 }
 

@@ -207,13 +207,14 @@ public:
         return index < m_row.components.size() && m_row.components[index].isPeriodic;
     }
     KzResult colm_ToRGB(float* components, KzFVector3* rgb) override {
-        give(m_row.toRGB(partsOf("ColorModel.ToRGB", components)), rgb);
+        give("ColorModel.ToRGB", m_row.toRGB(partsOf("ColorModel.ToRGB", components)), rgb);
         return KZe_OK;
     }
     KzResult colm_FromRGB(const KzFVector3* rgb, float* components) override {
         const KzFVector3& color = kzNotNull(rgb);
         for (const float each : color.v) requireNumber("ColorModel.FromRGB", each);
         const Parts parts = m_row.fromRGB({color.v[0], color.v[1], color.v[2]});
+        for (const double each : parts) requireNumber("ColorModel.FromRGB", static_cast<float>(each));
         for (std::size_t index = 0; index < parts.size(); ++index)
             (&kzNotNull(components))[index] = index < m_row.components.size() ? static_cast<float>(parts[index]) : 0.0F;
         return KZe_OK;
@@ -226,7 +227,7 @@ public:
             return kzBecause(KZe_INVALIDARG, place,
                              [&] { return fmt::format("the position {} is not 0 to 1", position); });
         parts[index] = component.minimum + position * (component.maximum - component.minimum);
-        give(m_row.toRGB(parts), rgb);
+        give(place, m_row.toRGB(parts), rgb);
         return KZe_OK;
     }
 
@@ -249,7 +250,9 @@ private:
         }
         return parts;
     }
-    static void give(const Triple& color, KzFVector3* rgb) {
+    // Components far beyond their ranges may make a colour that no float holds.
+    static void give(const char* place, const Triple& color, KzFVector3* rgb) {
+        for (const double each : color) requireNumber(place, static_cast<float>(each));
         for (std::size_t at = 0; at < color.size(); ++at) kzNotNull(rgb).v[at] = static_cast<float>(color[at]);
     }
 

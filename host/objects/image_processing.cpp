@@ -22,10 +22,11 @@
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <list>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace kzhost {
 
@@ -60,12 +61,11 @@ public:
         const std::lock_guard guard(m_lock);
         return m_looks;
     }
-    using Listener = CKzUser_ImageProcessingListener;
-    std::list<Listener> listeners() const {
+    // Shared, as a reference is taken and given up without the lock.
+    using Listener = std::shared_ptr<CKzUser_ImageProcessingListener>;
+    std::vector<Listener> listeners() const {
         const std::lock_guard guard(m_lock);
-        std::list<Listener> all;
-        for (const Listener& each : m_listeners) all.emplace_back().set(each.raw());
-        return all;
+        return m_listeners;
     }
     // The flags of what has changed.
     std::uint32_t change(const std::function<void(ImageLooks&)>& edit) {
@@ -77,16 +77,20 @@ public:
         return changes;
     }
     void add(IKzUnknown* listener) {
+        auto added = std::make_shared<CKzUser_ImageProcessingListener>(listener);
         const std::lock_guard guard(m_lock);
-        m_listeners.emplace_back().set(listener);
+        m_listeners.push_back(std::move(added));
     }
+    // By either of two pointers to one listener, whose interface may be asked for more than once.
     bool remove(IKzUnknown* listener) {
-        CKzLoc_Unknown released;  // after the lock, as its end may call back
+        const CKzUser_ImageProcessingListener asked(listener);
+        Listener released;  // after the lock, as its end may call back
         const std::lock_guard guard(m_lock);
-        const auto at = std::find_if(m_listeners.begin(), m_listeners.end(),
-                                     [&](const Listener& each) { return isSame(each.raw(), listener); });
+        const auto at = std::find_if(m_listeners.begin(), m_listeners.end(), [&](const Listener& each) {
+            return each->raw() == asked.raw() || each->raw() == listener;
+        });
         if (at == m_listeners.end()) return false;
-        released.set(at->raw());
+        released = std::move(*at);
         m_listeners.erase(at);
         return true;
     }
@@ -94,12 +98,9 @@ public:
     const std::shared_ptr<CImageFiles> files;
 
 private:
-    // Two pointers to one listener, whose interface may be asked for more than once.
-    static bool isSame(IKzUnknown* held, IKzUnknown* asked) { return held == Listener(asked).raw() || held == asked; }
-
     mutable std::mutex m_lock;
     ImageLooks m_looks;
-    std::list<Listener> m_listeners;
+    std::vector<Listener> m_listeners;
 };
 
 double demandRange(const char* place, const char* what, double value, double least, double most) {
@@ -187,7 +188,7 @@ KzResult CProcessingReader::imageprocessingread_Process(IKzUnknown* source, std:
     }
     const std::uint32_t own = CKzUser_Image(source).Format();
     const auto result = kzCopyImage(after.raw(), format != 0 ? format : PixelFormat::of(own) ? own : 0);
-    for (const auto& listener : m_state->listeners()) listener.ImageProcessed(result.raw());
+    for (const auto& listener : m_state->listeners()) listener->ImageProcessed(result.raw());
     return result.give(processed);
 }
 
@@ -356,7 +357,7 @@ KzResult CProcessing::edit(const std::function<void(ImageLooks&)>& change) {
         ~Depth() { --depth; }
     } const inside;
     const auto reader = CHostRef<CProcessingReader>::make(state);
-    for (const auto& listener : state->listeners()) listener.SettingsChanged(reader.raw(), changes);
+    for (const auto& listener : state->listeners()) listener->SettingsChanged(reader.raw(), changes);
     return KZe_OK;
 }
 

@@ -83,7 +83,8 @@ const char* faultOfSpan(std::int64_t first, std::int64_t last, std::int64_t step
 // A sound span.
 void addSpan(CIntegerSet& set, std::int64_t first, std::int64_t last, std::int64_t step) {
     if (step == 1) return set.add(first, last);
-    for (std::int64_t each = first; each <= last; each += step) set.add(each, each);
+    set.add(first, first);
+    for (std::int64_t each = first; step <= last - each; set.add(each, each)) each += step;
 }
 
 // Reads "1-10,12,20-30:2", with negative numbers as in "-5--1".
@@ -220,7 +221,7 @@ public:
         return kzFillText(textOfIntegers(m_set), text, length);
     }
     KzResult intrange_Values(std::uint32_t count, std::int32_t* values, std::uint32_t* written) override {
-        if (count > 0 && values == nullptr) return KZe_INVALIDARG;
+        if (count > 0 && values == nullptr) return noArray("IntRange.Values");
         const std::lock_guard lock(m_lock);
         *written = 0;
         for (const auto& [first, last] : m_set.runs())
@@ -229,7 +230,7 @@ public:
         return KZe_OK;
     }
     KzResult intrange_SetValues(std::uint32_t count, std::int32_t* values) override {
-        if (count > 0 && values == nullptr) return KZe_INVALIDARG;
+        if (count > 0 && values == nullptr) return noArray("IntRange.SetValues");
         CIntegerSet set;
         for (std::uint32_t at = 0; at < count; ++at) {
             if (!isMember(values[at]))
@@ -244,6 +245,9 @@ public:
     }
 
 private:
+    static KzResult noArray(const char* place) {
+        return kzBecause(KZe_INVALIDARG, place, [] { return "there is no array of members"; });
+    }
     std::size_t runCount() {
         const std::lock_guard lock(m_lock);
         return m_set.runs().size();

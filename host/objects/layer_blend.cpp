@@ -64,8 +64,9 @@ public:
         : m_layers(layers), m_width(width), m_height(height) {
         for (std::size_t i = 0; i < layers.size(); ++i) demandDepth(i);
     }
-    // What lies in that group, from the lowest layer on.
-    void blendInto(const LayerCanvas& canvas, std::int32_t group) const {
+    // What lies in that group, from the lowest layer on. Where only alpha counts, a group that passes through is like any
+    // other: were it blended in both ways, groups within groups would take twice the time of the one around them.
+    void blendInto(const LayerCanvas& canvas, std::int32_t group, bool isCover = false) const {
         LayerCanvas base;  // what the layers that are clipped lie on
         for (std::size_t i = 0; i < m_layers.size(); ++i) {
             const PictureLayer& layer = m_layers[i];
@@ -73,9 +74,10 @@ public:
             const bool isClipped = (layer.flags & KZfIMGLAYER_CLIPPED) != 0;
             const bool isHidden = (layer.flags & KZfIMGLAYER_HIDDEN) != 0;
             const bool needsBase = !isClipped && isClippedAbove(i);
+            const bool fades = passesThrough(layer) && !isClipped && !isCover;
             LayerCanvas own;
-            if (!isHidden && (needsBase || !passesThrough(layer) || isClipped)) own = alone(i);
-            if (!isHidden && passesThrough(layer) && !isClipped) fadeIn(canvas, i);
+            if (!isHidden && (needsBase || !fades)) own = alone(i, isCover || fades);
+            if (!isHidden && fades) fadeIn(canvas, i);
             else if (!isHidden) lay(canvas, own, isClipped ? &base : nullptr, layer);
             if (!isClipped) base = needsBase ? std::move(own) : LayerCanvas();
         }
@@ -105,10 +107,10 @@ private:
     }
     LayerCanvas empty() const { return LayerCanvas::make(m_width, m_height, KZiIMG_FORMAT_RGBAFP); }
     // The layer by itself, with its mask and opacity in the alpha.
-    LayerCanvas alone(std::size_t index) const {
+    LayerCanvas alone(std::size_t index, bool isCover) const {
         const PictureLayer& layer = m_layers[index];
         LayerCanvas canvas = empty();
-        if ((layer.flags & KZfIMGLAYER_GROUP) != 0) blendInto(canvas, static_cast<std::int32_t>(index));
+        if ((layer.flags & KZfIMGLAYER_GROUP) != 0) blendInto(canvas, static_cast<std::int32_t>(index), isCover);
         else if (layer.image) place(canvas, layer);
         const double opacity = opacityOf(layer);
         for (std::int32_t y = 0; y < m_height; ++y)

@@ -215,6 +215,11 @@ KzResult CUserValueObject::uservalue_SetFlags(std::uint32_t flags) {
     const UserValue now = m_handle.need("UserValue.SetFlags");
     if ((flags & (KZfUSERVALUE_MIN | KZfUSERVALUE_MAX)) != 0 && !kzHasRange(*now.type))
         return kzBecause(KZe_INVALIDARG, "UserValue.SetFlags", [] { return "only numbers have a range"; });
+    if (UserValue wanted = now;
+        wanted.setRange(now.minimum, now.maximum, flags & KZmUSERVALUE_RANGE), wanted.isRangeEmpty())
+        return kzBecause(KZe_INVALIDARG, "UserValue.SetFlags", [&] {
+            return fmt::format("the range would be {} to {}, in which there is no value", now.minimum, now.maximum);
+        });
     return m_handle.redefine("UserValue.SetFlags", [&](UserValue& value) {
         value.flags = flags & ~static_cast<std::uint32_t>(KZfUSERVALUE_HASACTION);
     });
@@ -255,10 +260,10 @@ KzResult CUserValueObject::uservalue_SetRange(double minimum, double maximum, st
     if (std::isnan(minimum) || std::isnan(maximum)) return refuse("the ends must be numbers");
     if (hasBoth && minimum > maximum) return refuse("the least value must not be above the greatest");
     if (!kzHasRange(*now.type) && flags != 0) return refuse("only numbers have a range");
+    if (UserValue wanted = now; wanted.setRange(minimum, maximum, flags), wanted.isRangeEmpty())
+        return refuse("no integer is in this range");
     return m_handle.redefine(place, [&](UserValue& value) {
-        value.flags = (value.flags & ~static_cast<std::uint32_t>(KZmUSERVALUE_RANGE)) | flags;
-        value.minimum = minimum;
-        value.maximum = maximum;
+        value.setRange(minimum, maximum, flags);
         if ((flags & KZfUSERVALUE_CLAMP) == 0) return;
         if (const auto moved = value.within(value.cell)) value.cell = *moved;
         if (value.initial) value.initial = value.within(*value.initial);
@@ -355,9 +360,16 @@ KzResult kzGiveValueReference(const UserValueParts& parts, const std::string& na
 
 void kzRunValueAction(const CUserValues& values, const std::string& name,
                       const std::function<void(const std::string& command)>& run) {
+    constexpr std::size_t longestChain = 64;  // of values whose actions set the next; each takes some of the stack
     thread_local std::vector<std::string> running;
     const auto value = values.find(name);
     if (!value || value->action.empty() || std::ranges::find(running, name) != running.end()) return;
+    if (running.size() >= longestChain) {
+        kzBecause(KZe_OUTOFBOUNDS, "UserValue", [&] {
+            return fmt::format("the action of \"{}\" is left out: {} others have led to it", name, longestChain);
+        });
+        return;
+    }
     struct Turn {
         explicit Turn(const std::string& of) { running.push_back(of); }
         Turn(const Turn&) = delete;

@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -21,7 +22,8 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::size_t mostFrames = 10000;  // a caller who never pops must not exhaust the memory
+// A caller who never pops must not exhaust the memory.
+constexpr std::size_t mostFrames = 10000, mostSlots = 1'000'000;
 
 // What is at a place: memory of the stack, somebody else's, an object, or nothing.
 struct StackSlot {
@@ -36,7 +38,8 @@ struct StackSlot {
 using StackFrame = std::vector<StackSlot>;
 
 // Whatever leaves the stack is released without its lock, because that calls the servers of the packets.
-class CVectorStack final : public CHosted<"vector stack", CVectorStack, CKzIfc_VectorStack> {
+class CVectorStack final : public CHosted<"vector stack", CVectorStack, CKzIfc_VectorStack>,
+                           public CHostSelf<CVectorStack> {
 public:
     CVectorStack(IKzUnknown* type, VectorLayout layout) : m_layout(std::move(layout)) {
         m_type.set(type);
@@ -47,13 +50,13 @@ public:
     KzResult vectorstack_Push() override {
         {
             const std::lock_guard lock(m_lock);
-            if (m_frames.size() <= mostFrames) {
+            if (m_frames.size() <= deepest()) {
                 m_frames.push_back(m_frames.back());
                 return KZe_OK;
             }
         }
         return kzBecause(KZe_OUTOFMEMORY, "VectorStack.Push",
-                         [] { return fmt::format("a stack is at most {} deep", mostFrames); });
+                         [this] { return fmt::format("a stack of this type is at most {} deep", deepest()); });
     }
     KzResult vectorstack_Pop() override {
         StackFrame popped;
@@ -97,6 +100,9 @@ public:
     }
 
 private:
+    std::size_t deepest() const {
+        return std::min(mostFrames, mostSlots / std::max<std::size_t>(m_layout.places.size(), 1));
+    }
     StackSlot at(std::uint32_t index) const {
         const std::lock_guard lock(m_lock);
         return m_frames.back()[index];
@@ -144,6 +150,8 @@ KzResult CVectorStack::vectorstack_SetObject(const char* name, IKzUnknown* objec
     const VectorKindRef& kind = m_layout.at(place, index);
     if (!kind->isObject())
         return kzBecause(KZe_NOTSUPPORTED, place, [&] { return "the packets \"" + kind->name + "\" are no objects"; });
+    if (object != nullptr && CHostRef<CVectorStack>::of(object).raw() == rawSelf())
+        return kzBecause(KZe_INVALIDARG, place, [] { return "a stack that holds itself would never be released"; });
     StackSlot slot;
     if (object != nullptr) {
         void* found = nullptr;

@@ -64,8 +64,10 @@ void applyPreset(IKzUnknown* target, const ImageLooks& looks) {
     const CKzUser_ImageProcessing settings(target);
     kzDemand(settings.SetExposure(looks.exposure));
     kzDemand(settings.SetGamma(looks.gamma));
-    kzDemand(settings.SetWhiteLevel(looks.whiteLevel));
+    // The one first that does not meet the other end, which is still 0 or 1.
+    if (looks.whiteLevel > 0) kzDemand(settings.SetWhiteLevel(looks.whiteLevel));
     kzDemand(settings.SetBlackLevel(looks.blackLevel));
+    kzDemand(settings.SetWhiteLevel(looks.whiteLevel));
     kzDemand(settings.SetContrast(looks.contrast));
     kzDemand(settings.SetSaturation(looks.saturation));
     kzDemand(settings.SetHue(looks.hue));

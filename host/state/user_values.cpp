@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 namespace kzhost {
 
@@ -30,6 +32,22 @@ bool UserValue::isDefinedAs(const UserValue& other) const {
     return type == other.type && choices == other.choices && choiceNumbers == other.choiceNumbers &&
            life == other.life && userName == other.userName && initial == other.initial && minimum == other.minimum &&
            maximum == other.maximum && flags == other.flags && action == other.action;
+}
+
+void UserValue::setRange(double least, double greatest, std::uint32_t rangeFlags) {
+    flags = (flags & ~static_cast<std::uint32_t>(KZmUSERVALUE_RANGE)) | rangeFlags;
+    minimum = least;
+    maximum = greatest;
+}
+
+bool UserValue::isRangeEmpty() const {
+    double first = (flags & KZfUSERVALUE_MIN) != 0 ? minimum : -HUGE_VAL;
+    double last = (flags & KZfUSERVALUE_MAX) != 0 ? maximum : HUGE_VAL;
+    if (kzHasRange(*type) && type->storage == KZiVALUE_TYPE_INTEGER) {
+        first = std::max<double>(std::ceil(first), std::numeric_limits<std::int32_t>::min());
+        last = std::min<double>(std::floor(last), std::numeric_limits<std::int32_t>::max());
+    }
+    return !(first <= last);
 }
 
 std::optional<KzCell> UserValue::within(const KzCell& wanted) const {

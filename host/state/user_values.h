@@ -45,6 +45,9 @@ struct UserValue {
     bool isChoice(const KzCell& number) const;
     // Whether anything but the value differs.
     bool isDefinedAs(const UserValue& other) const;
+    void setRange(double least, double greatest, std::uint32_t rangeFlags);
+    // Whether there is no value that it could have.
+    bool isRangeEmpty() const;
     // The cell as the range allows it, moved to an end of the range or not at all; nothing if it is outside.
     std::optional<KzCell> within(const KzCell& wanted) const;
     KzCell start() const { return initial ? *initial : kzEmptyCell(*type); }

@@ -366,6 +366,80 @@ TEST_F(KzHostTest, PasswordsAreAskedForWithoutBeingShown) {
     EXPECT_FALSE(shown.says("471")) << shown.error;
 }
 
+TEST_F(KzHostTest, DialogsAskAsTheHintsSay) {
+    serve("hinted.py", R"(
+        import kz, kzifc
+        import kz.object as k
+        from kz.symbol import fUIHINT_HIDDEN, fUIHINT_PASSWORD, fVALHINT_FILTER, fVALHINT_POPUPS
+
+        NAMES, TYPES = ['size', 'pin', 'mode', 'unseen'], ['integer', 'string', 'string', 'string']
+
+        class Hints(kzifc.UIValueHints):
+          mode = False
+
+          def uiv_Flags(self):
+            return fVALHINT_POPUPS if self.mode else fVALHINT_FILTER
+
+          def uiv_PopCount(self):
+            return 2
+
+          def uiv_PopInternalName(self, index):
+            return ('fast', 'exact')[index]
+
+          def uiv_StringFilter(self, text):
+            if 'x' in text: kz.throw(kz.result.INVALIDARG)
+            return text.strip('!')
+
+        class Modes(Hints):
+          mode = True
+
+        class Hinted(kzifc.Command, kzifc.Attributes, kzifc.AttributesUI):
+          def __init__(self):
+            self.values = {}
+
+          def cmd_Execute(self, flags):
+            print self.values
+
+          def attr_Count(self):
+            return 4
+
+          def attr_Name(self, index):
+            return NAMES[index]
+
+          def attr_TypeName(self, index):
+            return TYPES[index]
+
+          def attr_SetString(self, index, text):
+            self.values[NAMES[index]] = text
+
+          def attr_SetInt(self, index, number):
+            self.values[NAMES[index]] = number
+
+          def atrui_UIHints(self, index, hints):
+            hints = k.UIHints(hints)
+            if index == 0: hints.Range(1.0, 9.0)
+            if index == 1: hints.Flags(fUIHINT_PASSWORD, fUIHINT_PASSWORD)
+            if index == 3: hints.Flags(fUIHINT_HIDDEN, fUIHINT_HIDDEN)
+
+          def atrui_UIValueHints(self, index):
+            if index == 1: return Hints()
+            if index == 2: return Modes()
+            kz.throw(kz.result.NOTFOUND)
+
+        kz.bless(Hinted, 'hinted'))"_lines);
+    const Ended asked = run({"cmd", "??hinted"}, "0\n10\n7\n47x1\n!4712!\nexact\n");
+    for (const char* said :
+         {", from 1, up to 9", "0 is below 1", "10 is above 9", "one of fast exact", "that password is not allowed"})
+        EXPECT_TRUE(asked.says(said)) << said << asked.error;
+    EXPECT_FALSE(asked.says("unseen")) << asked.error;
+    std::string tries;
+    for (int count = 0; count < 20; ++count) tries += "47x1\n";
+    const Ended refused = run({"cmd", "??hinted"}, "7\n" + tries);
+    EXPECT_NE(refused.status, 0);
+    EXPECT_FALSE(refused.says("47x1")) << refused.error;  // nor does the last failure tell the password
+    EXPECT_EQ(asked.out, "{'mode': 'exact', 'pin': '4712', 'size': '7'}\n");
+}
+
 TEST_F(KzHostTest, ThePipedConsoleGoesOnAfterAFailure) {
     expect(run({"console"}, "1+1\nfor i in range(2):\n  print i\n\n1/0\r\n'end'\n"), 1, "2\n0\n1\nend\n",
            {"ZeroDivisionError"});

@@ -44,9 +44,9 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "calculations", "drops", "files", "filters", "hints", "image",
-                                         "kzu_objects", "layers", "listeners", "looks", "mesh", "packages", "packets",
-                                         "scene", "selection", "shapes", "solids", "sound", "values"));
+                         testing::Values("animation", "calculations", "drops", "files", "filters", "harm", "hints",
+                                         "image", "kzu_objects", "layers", "listeners", "looks", "mesh", "packages",
+                                         "packets", "scene", "selection", "shapes", "solids", "sound", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
