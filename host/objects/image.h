@@ -3,6 +3,7 @@
 
 #include "host/objects/arguments.h"
 #include "host/objects/pixels.h"
+#include "host/pictures/picture_files.h"
 
 #include <cstddef>
 #include <memory>
@@ -12,7 +13,11 @@
 
 namespace kzhost {
 
-class PictureFacts;
+// What is known of an image beside its pixels: from the file that it was read of, and from the loader that read it.
+struct ImageFacts {
+    PictureFactsPtr file;
+    PictureTexts said;
+};
 
 class CImage final : public CHosted<"image", CImage, CKzIfc_Image, CKzIfc_ImageWrite> {
 public:
@@ -35,9 +40,9 @@ public:
     const PixelFormat& format() const { return m_format; }
     // The bytes of a line in any format; throws NOTSUPPORTED for an unknown one.
     std::uint32_t lineBytes(std::uint32_t format) const;
-    // The metadata of the file from which the image was read; null without a file, and after a change of the size.
-    const std::shared_ptr<const PictureFacts>& facts() const { return m_facts; }
-    void setFacts(std::shared_ptr<const PictureFacts> facts) { m_facts = std::move(facts); }
+    // Null without a file, and after a change of the size.
+    const std::shared_ptr<const ImageFacts>& facts() const { return m_facts; }
+    void setFacts(std::shared_ptr<const ImageFacts> facts) { m_facts = std::move(facts); }
     // The address of a pixel; throws OUTOFBOUNDS.
     std::byte* at(std::int32_t x, std::int32_t y);
 
@@ -48,7 +53,7 @@ private:
     std::int32_t m_height = 0;
     PixelFormat m_format;
     double m_aspect = 1;
-    std::shared_ptr<const PictureFacts> m_facts;
+    std::shared_ptr<const ImageFacts> m_facts;
     std::vector<std::byte> m_bytes;
 };
 

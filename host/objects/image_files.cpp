@@ -10,6 +10,7 @@
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/file_servers.h"
+#include "host/objects/image_target.h"
 #include "host/objects/layer_blend.h"
 #include "host/objects/picture_library.h"
 #include "host/objects/safe_save.h"
@@ -17,7 +18,6 @@
 #include "host/state/text.h"
 
 #include "kz/dialog.h"
-#include "kz/image_codec.h"
 #include "kz/image_layer.h"
 #include "kz/loader.h"
 #include "kz/message.h"
@@ -31,25 +31,11 @@ namespace kzhost {
 
 namespace {
 
-class CImageTarget final : public CHosted<"image loader target", CImageTarget, CKzIfc_ImageLoaderTarget> {
-public:
-    std::uint32_t imageloadertarget_Wanted() override { return KZfIMGLOAD_IMAGE | KZfIMGLOAD_LAYERED; }
-    // Blended at once, as nobody but the loader knows how long the layers last.
-    KzResult imageloadertarget_SetLayeredImage(IKzUnknown* image) override {
-        m_image.set(kzFlatLayers("ImageLoaderTarget.SetLayeredImage", image).raw());
-        return KZe_OK;
-    }
-    KzResult imageloadertarget_SetImage(IKzUnknown* image) override {
-        return m_image.set(image) ? KZe_OK : kzNoImage("ImageLoaderTarget.SetImage", image);
-    }
-    KzResult imageloadertarget_SetMetadata(const char* /*key*/, const char* /*value*/) override { return KZe_OK; }
-    std::int32_t imageloadertarget_Frame() override { return 0; }
-
-    const CKzUser_Image& image() const { return m_image; }
-
-private:
-    CKzUser_Image m_image;
-};
+// All that is known of an image, as the library keeps it; null if that is nothing.
+PictureFactsPtr allFacts(IPictureFiles& library, const ImageFacts* facts) {
+    if (facts == nullptr) return nullptr;
+    return facts->said.empty() ? facts->file : library.with(facts->file.get(), facts->said);
+}
 
 // A saver says by its class or by a tag of any value that it keeps layers.
 bool keepsLayers(const KzServer& server) {
@@ -65,20 +51,31 @@ bool keepsLayers(const KzServer& server) {
 // The image is copied into one of the host's, which stays readable and writable whatever the loader does later.
 CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* monitor) const {
     CHostRef<CImage> image;
+    withLoader(path, KZfIMGLOAD_IMAGE | KZfIMGLOAD_LAYERED | KZfIMGLOAD_METADATA, monitor,
+               [&](const CImageTarget& target) {
+                   if (!target.image()) return KZe_FAILED;  // it has reported success without one
+                   image = kzCopyImage(target.image().raw(), 0);
+                   const auto facts = image->facts();
+                   if (!target.texts().empty())
+                       image->setFacts(std::make_shared<const ImageFacts>(
+                           ImageFacts{.file = facts ? facts->file : nullptr, .said = target.texts()}));
+                   return KZe_OK;
+               });
+    return image;
+}
+
+void CImageFiles::withLoader(const std::string& path, std::uint32_t wanted, IKzUnknown* monitor,
+                             const std::function<KzResult(const CImageTarget& target)>& take) const {
     const auto load = [&](const CKzUser_Loader& loader, IKzUnknown* info) -> KzResult {
-        const auto target = CHostRef<CImageTarget>::make();
+        const auto target = CHostRef<CImageTarget>::make(wanted);
         const KzResult code = loader.LoadObject(path.c_str(), info, monitor, target.raw());
-        if (kzFailed(code)) return code;
-        if (!target->image()) return KZe_FAILED;  // it has reported success without one
-        image = kzCopyImage(target->image().raw(), 0);
-        return KZe_OK;
+        return kzFailed(code) ? code : take(*target);
     };
     const auto failed = [&](const std::string& server, KzResult code) {
         m_log->write(KZsLOG_IMAGES, code,
                      path + ": the loader \"" + server + "\" failed: " + CMessageTables::codeText(code));
     };
     if (kzLoadServed(*m_modules, path, KZsFILECLASS_IMAGE, load, failed).empty()) throw KZe_NOTSUPPORTED;
-    return image;
 }
 
 // Asks the saver whether it accepts the image, and logs its reason if it does not.
@@ -136,7 +133,7 @@ CHostRef<CImage> CImageFiles::loadOwn(const PictureFormat& format, const std::st
             return image->at(0, 0);
         };
         const PictureFactsPtr facts = library.load(format.library, path, makeRoom, notes(path));
-        image->setFacts(facts);
+        image->setFacts(std::make_shared<const ImageFacts>(ImageFacts{.file = facts, .said = {}}));
     });
     return image;
 }
@@ -156,7 +153,8 @@ KzResult CImageFiles::saveOwn(const PictureFormat& format, IKzUnknown* image, co
     if (own->format().code != pixels.code) own = kzCopyImage(own.raw(), pixels.code);
     withLibrary(path, [&](IPictureFiles& library) {
         const PictureShape shape{own->width(), own->height(), pixels.components, pixels.kind()};
-        library.save(format.library, file, shape, own->at(0, 0), own->facts().get(), notes(path));
+        library.save(format.library, file, shape, own->at(0, 0), allFacts(library, own->facts().get()).get(),
+                     notes(path));
     });
     return KZe_OK;
 }
@@ -165,9 +163,20 @@ std::string CImageFiles::fact(const std::string& path, const std::string& key) c
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
     const PictureFormat* const format = kzPictureFormatOf(path);
-    if (format == nullptr) throw KZe_NOTSUPPORTED;
     std::string value;
     bool isSaid = false;
+    if (format == nullptr) {
+        const CFileProgress progress(m_context, m_monitors, "Loading", nullptr);
+        withLoader(path, KZfIMGLOAD_METADATA, progress.monitor(), [&](const CImageTarget& target) {
+            const auto& texts = target.texts().texts;
+            const auto found = texts.find(key);
+            isSaid = found != texts.end();
+            if (isSaid) value = found->second;
+            return KZe_OK;
+        });
+        if (!isSaid) throw KZe_NOTFOUND;
+        return value;
+    }
     withLibrary(path, [&](IPictureFiles& library) {
         const auto noPixels = [](const PictureShape&) -> std::byte* { return nullptr; };
         isSaid = library.fact(*library.load(format->library, path, noPixels, notes(path)), key, value);
@@ -187,9 +196,9 @@ void CImageFiles::mapPixels(std::int32_t count, std::uint32_t components, float*
 
 CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, const std::string& target) const {
     const auto own = CHostRef<CImage>::of(image);
-    const auto facts = own ? own->facts() : nullptr;
     std::string from = kzString(source);
     IPictureFiles& library = kzPictures(*m_files);
+    const PictureFactsPtr facts = allFacts(library, own ? own->facts().get() : nullptr);
     if (source == nullptr && (!facts || !library.fact(*facts, KZsIMGKEY_COLORSPACE, from)))
         throw kzBecause(KZe_INVALIDARG, "ColorMapping.MapImage",
                         [] { return "the image does not name its colour space; pass the one that it has"; });
@@ -208,7 +217,8 @@ CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, con
             library.map(mapped->width(), mapped->height(), components, reinterpret_cast<float*>(mapped->at(0, 0)), from,
                         target);
         });
-    mapped->setFacts(library.inSpace(facts.get(), target));
+    mapped->setFacts(
+        std::make_shared<const ImageFacts>(ImageFacts{.file = library.inSpace(facts.get(), target), .said = {}}));
     return mapped;
 }
 

@@ -16,6 +16,7 @@
 namespace kzhost {
 
 class CLogStore;
+class CImageTarget;
 class CListenerTable;
 class CModuleTable;
 class CMonitorBoard;
@@ -57,6 +58,9 @@ private:
     // Runs work of the library, and logs the reason for a failure.
     void withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const;
     std::function<void(const std::string& text)> notes(const std::string& path) const;
+    // Lets the first loader of a module that recognises the file read what is wanted of it.
+    void withLoader(const std::string& path, std::uint32_t wanted, IKzUnknown* monitor,
+                    const std::function<KzResult(const CImageTarget& target)>& take) const;
     CHostRef<CImage> loadServed(const std::string& path, IKzUnknown* monitor) const;
     KzResult verify(const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) const;
     KzResult saveWith(const KzServer& server, IKzUnknown* image, const std::string& file, IKzUnknown* monitor) const;

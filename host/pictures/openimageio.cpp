@@ -152,6 +152,7 @@ public:
     void save(const char* format, const std::string& path, const PictureShape& shape, const std::byte* pixels,
               const PictureFacts* facts, const PictureNote& note) override;
     bool fact(const PictureFacts& facts, std::string_view key, std::string& value) override;
+    PictureFactsPtr with(const PictureFacts* facts, const PictureTexts& said) override;
     PictureFactsPtr inSpace(const PictureFacts* facts, const std::string& space) override;
     std::vector<std::string> spaces() override { return OIIO::ColorConfig().getColorSpaceNames(); }
     void map(std::int32_t width, std::int32_t height, std::uint32_t components, float* pixels,
@@ -197,23 +198,41 @@ void COpenImageIo::save(const char* format, const std::string& path, const Pictu
     if (!file->open(path, spec) || !file->write_image(given, pixels) || !file->close()) fail(file);
 }
 
-bool COpenImageIo::fact(const PictureFacts& facts, std::string_view key, std::string& value) {
+// Where the library keeps the text of a key.
+std::string attributeFor(std::string_view key) {
     constexpr std::pair<std::string_view, const char*> names[] = {
         {"artist", "Artist"}, {"comment", textAttribute}, {"copyright", "Copyright"},
         {"camera", "Model"},  {"software", "Software"},   {"colorspace", spaceAttribute}};
     const auto* const known =
         std::find_if(std::begin(names), std::end(names), [&](const auto& name) { return name.first == key; });
-    const auto* const found =
-        facts.spec.find_attribute(known != std::end(names) ? OIIO::string_view(known->second) : OIIO::string_view(key));
+    return known != std::end(names) ? known->second : std::string(key);
+}
+
+bool COpenImageIo::fact(const PictureFacts& facts, std::string_view key, std::string& value) {
+    const auto* const found = facts.spec.find_attribute(attributeFor(key));
     if (found == nullptr) return false;
     value = found->get_string();
     return true;
 }
 
-// What else spoke of the old space goes.
-PictureFactsPtr COpenImageIo::inSpace(const PictureFacts* facts, const std::string& space) {
+ImageSpec specOf(const PictureFacts* facts) {
     ImageSpec spec = facts != nullptr ? facts->spec : ImageSpec();
     if (facts == nullptr) spec.attribute("oiio:UnassociatedAlpha", 1);
+    return spec;
+}
+
+PictureFactsPtr COpenImageIo::with(const PictureFacts* facts, const PictureTexts& said) {
+    ImageSpec spec = specOf(facts);
+    for (const auto& [key, text] : said.texts) spec.attribute(attributeFor(key), text);
+    if (!said.profile.empty())
+        spec.attribute("ICCProfile", TypeDesc(TypeDesc::UINT8, static_cast<int>(said.profile.size())),
+                       said.profile.data());
+    return std::make_shared<PictureFacts>(std::move(spec));
+}
+
+// What else spoke of the old space goes.
+PictureFactsPtr COpenImageIo::inSpace(const PictureFacts* facts, const std::string& space) {
+    ImageSpec spec = specOf(facts);
     for (const char* name : {"ICCProfile.*", "Exif:ColorSpace", "oiio:Gamma", "chromaticities"})
         spec.erase_attribute(name);
     spec.attribute(spaceAttribute, space);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,6 +24,14 @@ struct PictureShape {
 class PictureFacts;
 using PictureFactsPtr = std::shared_ptr<const PictureFacts>;
 
+// The same, as loaders of modules say it: by the keys of metadata, and the bytes of a colour profile.
+struct PictureTexts {
+    std::map<std::string, std::string, std::less<>> texts;
+    std::vector<unsigned char> profile;
+
+    bool empty() const noexcept { return texts.empty() && profile.empty(); }
+};
+
 // Tells the user what a file cannot hold, as a sentence.
 using PictureNote = std::function<void(const std::string& text)>;
 
@@ -40,6 +49,8 @@ public:
                       const PictureFacts* facts, const PictureNote& note) = 0;
     // One of the facts; false when the file says nothing of the kind. "colorspace" is the colour space.
     virtual bool fact(const PictureFacts& facts, std::string_view key, std::string& value) = 0;
+    // Those facts, which may be null, with what a loader says.
+    virtual PictureFactsPtr with(const PictureFacts* facts, const PictureTexts& said) = 0;
     // The same facts of a picture in another colour space. The facts may be null.
     virtual PictureFactsPtr inSpace(const PictureFacts* facts, const std::string& space) = 0;
 

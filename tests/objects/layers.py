@@ -168,7 +168,15 @@ class Loader(kzifc.Loader):
 
     def load_LoadObject(self, path, info, monitor, target):
         target = kz.object.ImageLoaderTarget(target)
-        target.SetLayeredImage(Loops() if 'loops' in path else Layers())
+        if target.Wanted() & kz.symbol.fIMGLOAD_METADATA:
+            target.SetMetadata('comment', 'first')
+            target.SetMetadata('comment', 'last')
+            target.SetMetadata('project', 'lamp')
+            target.SetSpace('auto' if 'auto' in path else 'linear')
+            target.SetProfile(4, storage('b', 1, 2, 3, 4))
+        fails('INVALIDARG', (target.SetMetadata, '', 'text'), (target.SetSpace, ''))
+        if target.Wanted() & kz.symbol.mIMGLOAD_PIXELS:
+            target.SetLayeredImage(Loops() if 'loops' in path else Layers())
 
 
 kz.bless(Pixels, 'tests.layers')
@@ -189,6 +197,19 @@ def check_layers_go_to_and_come_from_files():
     bytes_near(values_of(IMAGES.Load(served, None)), TABLE['over'])
     os.rename(served, os.path.join(folder, 'loops.lay'))
     fails('INVALIDARG', (IMAGES.Load, os.path.join(folder, 'loops.lay'), None))
+
+
+def check_what_a_loader_says_goes_along():
+    folder = tempfile.mkdtemp()
+    served, plain, written = [os.path.join(folder, name) for name in ('a.lay', 'auto.lay', 'a.tif')]
+    for path in served, plain:
+        open(path, 'w').close()
+    equal([IMAGES.Metadata(served, key) for key in ('comment', 'project', 'colorspace')], ['last', 'lamp', 'linear'])
+    fails('NOTFOUND', (IMAGES.Metadata, plain, 'colorspace'), (IMAGES.Metadata, served, 'artist'))
+    IMAGES.Save(IMAGES.Flip(IMAGES.Load(served, None), 0), written, None, None)
+    equal(IMAGES.Metadata(written, 'colorspace'), 'linear')
+    equal(IMAGES.Metadata(written, 'comment').split(), ['last', 'colorspace=linear'])
+    equal('\1\2\3\4' in open(written, 'rb').read(), True)
 
 
 def check_palettes():

@@ -1,0 +1,51 @@
+// Where the loaders of modules put what they read of an image file.
+#include "host/objects/image_target.h"
+
+#include "host/core/reasons.h"
+#include "host/objects/image.h"
+#include "host/objects/layer_blend.h"
+#include "host/state/text.h"
+
+#include "kz/color_mapping.h"
+#include "kz/result.h"
+
+#include <strings.h>
+
+namespace kzhost {
+
+KzResult CImageTarget::imageloadertarget_SetImage(IKzUnknown* image) {
+    return m_image.set(image) ? KZe_OK : kzNoImage("ImageLoaderTarget.SetImage", image);
+}
+
+KzResult CImageTarget::imageloadertarget_SetLayeredImage(IKzUnknown* image) {
+    m_image.set(kzFlatLayers("ImageLoaderTarget.SetLayeredImage", image).raw());
+    return KZe_OK;
+}
+
+KzResult CImageTarget::imageloadertarget_SetProfile(std::intptr_t length, std::uint8_t* profile) {
+    if (length < 0 || (profile == nullptr && length != 0))
+        return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetProfile",
+                         [] { return "the profile needs its bytes as they stand in the file, and how many there are"; });
+    m_texts.profile.assign(profile, profile + length);
+    return KZe_OK;
+}
+
+KzResult CImageTarget::imageloadertarget_SetSpace(const char* space) {
+    if (kzString(space).empty())
+        return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetSpace",
+                         [] { return std::string("the space is empty; pass its name, such as ") + KZs_CSPACE_SRGB; });
+    // What the kind of file decides is not said by this file.
+    if (strcasecmp(space, KZs_CSPACE_AUTO) == 0) m_texts.texts.erase(KZsIMGKEY_COLORSPACE);
+    else m_texts.texts.insert_or_assign(KZsIMGKEY_COLORSPACE, space);
+    return KZe_OK;
+}
+
+KzResult CImageTarget::imageloadertarget_SetMetadata(const char* key, const char* value) {
+    if (kzString(key).empty())
+        return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetMetadata",
+                         [] { return "the key is empty; pass what the text is, such as \"comment\""; });
+    m_texts.texts.insert_or_assign(key, kzString(value));
+    return KZe_OK;
+}
+
+}  // namespace kzhost
