@@ -24,8 +24,9 @@ KzResult CImageTarget::imageloadertarget_SetLayeredImage(IKzUnknown* image) {
 
 KzResult CImageTarget::imageloadertarget_SetProfile(std::intptr_t length, std::uint8_t* profile) {
     if (length < 0 || (profile == nullptr && length != 0))
-        return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetProfile",
-                         [] { return "the profile needs its bytes as they stand in the file, and how many there are"; });
+        return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetProfile", [] {
+            return "the profile needs its bytes as they stand in the file, and how many there are";
+        });
     m_texts.profile.assign(profile, profile + length);
     return KZe_OK;
 }
