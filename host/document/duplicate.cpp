@@ -4,8 +4,10 @@
 #include "host/core/reasons.h"
 #include "host/document/animation.h"
 #include "host/document/graphs.h"
+#include "host/document/referenced.h"
 
 #include "kz/result.h"
+#include "kz/scene.h"
 #include "kz/scene_graph.h"
 
 #include <string>
@@ -38,10 +40,15 @@ std::string identFor(const Item& source, CDocument& target, bool keepsIdent) {
 
 // An instance has what its source has, until something is set on it. Its copy is one, too, in the same document.
 Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) {
+    if (std::string_view(source.type.name) == KZsITYPE_REFERENCE && source.geometry != nullptr)
+        throw kzBecause(KZe_NOACCESS, "ItemCollection.Duplicate", [&] {
+            return "\"" + source.uniqueName + "\" refers to another scene and cannot be copied; refer to that scene again";
+        });
     const bool isInstance = (flags & KZfITEMCOPY_INSTANCE) != 0;
     Item& copy = edit.add(target, source.type, identFor(source, target, (flags & KZfITEMCOPY_KEEPIDENT) != 0));
     if (!source.name.empty()) edit.rename(copy, source.name);
-    if (source.flags != copy.flags) edit.setFlags(copy, source.flags);
+    const std::uint32_t ownFlags = source.flags & ~static_cast<std::uint32_t>(KZfITEM_REFERENCE);
+    if (ownFlags != copy.flags) edit.setFlags(copy, ownFlags);
     for (const auto& [code, text] : source.tags) edit.setTag(copy, code, text);
     for (const auto& channel : source.userChannels) edit.addChannel(copy, *channel);
     copy.packages = source.packages;
@@ -62,6 +69,13 @@ Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) 
     if (const auto& geometry = source.shapeOwner().geometry; geometry != nullptr && shown == nullptr)
         copy.geometry = geometry->copy();
     return copy;
+}
+
+// The copy of an item of another scene is the document's own, so it cannot be below such an item.
+Item* ownParent(const Item& source) {
+    Item* parent = source.parent;
+    while (parent != nullptr && kzIsReferenced(*parent)) parent = parent->parent;
+    return parent;
 }
 
 Item* find(const Copies& copies, const Item* original) {
@@ -141,7 +155,7 @@ Item& kzDuplicate(Item& source, bool deep, CEdit& edit) {
     constexpr std::uint32_t flags = KZfITEMCOPY_LINKS | KZfITEMCOPY_ANIMATION;
     const std::uint32_t below = deep ? KZfITEMCOPY_CHILDREN : 0;
     Item& top = *kzDuplicateAll({&source}, source.document, flags | below, edit).front();
-    edit.place(top, source.parent, source.document.siblingsOf(source).positionOf(source) + 1);
+    edit.place(top, ownParent(source), source.document.siblingsOf(source).positionOf(source) + 1);
     return top;
 }
 
@@ -172,7 +186,7 @@ std::vector<Item*> kzDuplicateAll(const std::vector<Item*>& sources, CDocument& 
     }
     for (const auto& [original, copy] : pairs) {
         Item* parent = find(copies, original->parent);
-        if (parent == nullptr && &original->document == &target) parent = original->parent;
+        if (parent == nullptr && &original->document == &target) parent = ownParent(*original);
         if (parent != nullptr) edit.place(*copy, parent, CEdit::last);
     }
     finish(pairs, copies, flags, edit);
