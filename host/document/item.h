@@ -102,9 +102,16 @@ struct Item : std::enable_shared_from_this<Item> {
 
     CDocument& document;
     const ItemType& type;
-    const std::string ident;
-    std::int64_t serial;  // the order of creation
+    // What every reading of a channel looks at stands side by side: among many items, each further line of the cache costs
+    // more than all the rest of the reading.
     bool isPresent = false;
+    Item* source = nullptr;                                  // the item that this is an instance of
+    std::vector<std::shared_ptr<ChannelInfo>> userChannels;  // those of packages, too
+    std::vector<std::shared_ptr<ChannelLink>> inputs;
+    std::unordered_map<const ChannelInfo*, ChannelState> values;
+
+    const std::string ident;
+    std::int64_t serial;      // the order of creation
     std::uint64_t stamp = 0;  // that of the document when anything about the item last changed
 
     std::string name;          // given by the user; empty without one
@@ -115,16 +122,13 @@ struct Item : std::enable_shared_from_this<Item> {
     Item* parent = nullptr;
     COrderedItems<&Item::siblingKey> children;
 
-    std::vector<std::shared_ptr<ChannelInfo>> userChannels;  // those of packages, too
-    std::vector<std::string> packages;                       // that the item has been given, in that order
-    std::unordered_map<const ChannelInfo*, ChannelState> values;
+    std::vector<std::string> packages;  // that the item has been given, in that order
     std::map<std::uint32_t, std::string> tags;
     std::uint32_t flags = KZfITEM_VISIBLE | KZfITEM_SELECTABLE | KZfITEM_RENDERABLE;
-    Item* source = nullptr;  // the item that this is an instance of
     std::vector<Item*> instances;
 
     std::map<std::string, ItemLinks, std::less<>> links;  // by the name of the graph
-    std::vector<std::shared_ptr<ChannelLink>> inputs, outputs;
+    std::vector<std::shared_ptr<ChannelLink>> outputs;
     std::vector<ChannelMember> channelMembers;  // of a group
     std::vector<ChannelMember> channelGroups;   // the groups that have channels of this item
 

@@ -36,12 +36,11 @@ void CNameIndex::enter(Item& item, std::uint32_t number) {
         while (!isFree(number)) ++number;
     }
     std::string name = shownAs(base, number);
-    m_items.reserve(m_items.size() + 1);
     for (; numbers.next <= number; ++numbers.next) numbers.freed.insert(numbers.freed.end(), numbers.next);
-    numbers.freed.erase(number);
     item.number = number;
     item.uniqueName = std::move(name);
     m_items.emplace(item.uniqueName, &item);
+    numbers.freed.erase(number);  // goes last, so that without memory the number stays free
 }
 
 void CNameIndex::leave(Item& item) {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 
 namespace kzhost {
 
@@ -25,8 +26,11 @@ public:
     // Puts the item in front of the one at that position; past the end, it becomes the last.
     void insert(std::size_t position, Item& item) {
         for (;;) {
-            const std::int64_t before = position == 0 ? low : keyAt(position - 1, low);
-            const std::int64_t after = keyAt(position, high);
+            const bool isLast = position >= size();
+            const std::int64_t before = position == 0 || empty() ? low
+                                        : isLast                 ? std::prev(m_tree.end())->first
+                                                                 : keyAt(position - 1);
+            const std::int64_t after = isLast ? high : keyAt(position);
             const std::int64_t middle = after == high   ? before + gap
                                         : before == low ? after - gap
                                                         : between(before, after);
@@ -54,10 +58,7 @@ private:
     static constexpr std::int64_t high = INT64_MAX - gap, low = -high;
 
     static std::int64_t between(std::int64_t before, std::int64_t after) { return before + (after - before) / 2; }
-    std::int64_t keyAt(std::size_t position, std::int64_t beyond) const {
-        const auto place = m_tree.find_by_order(position);
-        return place != m_tree.end() ? place->first : beyond;
-    }
+    std::int64_t keyAt(std::size_t position) const { return m_tree.find_by_order(position)->first; }
     void spread() {
         Tree fresh;
         std::int64_t next = 0;

@@ -18,7 +18,17 @@ void CSceneReader::place() {
     if (parent == m_document.root()) m_in.fail("nothing is below the scene item");
     if (parent != nullptr && !m_placed.contains(parent)) m_in.fail("the parent has no place yet");
     if (!m_placed.insert(item).second) m_in.fail("the item has a place already");
-    m_edit.place(*item, parent, CEdit::last);
+    if (parent != nullptr || !isInPlace(*item)) m_edit.place(*item, parent, CEdit::last);
+}
+
+// Every item was added as the last root, and files that were saved here tell of the roots in that order. The first one that
+// stands elsewhere goes to the end, and so do all after it.
+bool CSceneReader::isInPlace(const Item& root) {
+    const auto& roots = m_document.siblingsOf(root);
+    if (!m_isOrdered || root.parent != nullptr || m_rootCount >= roots.size() || roots.at(m_rootCount) != &root)
+        m_isOrdered = false;
+    else ++m_rootCount;
+    return m_isOrdered;
 }
 
 void CSceneReader::instance() {

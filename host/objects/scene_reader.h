@@ -93,6 +93,7 @@ private:
     void key();
     void mesh();
     void place();
+    bool isInPlace(const Item& root);
     void instance();
     void member();
     void link();
@@ -126,6 +127,8 @@ private:
 
     std::unordered_map<std::string, Item*> m_items;  // by their identifiers in the text; null for one that is left out
     std::unordered_set<const Item*> m_placed;
+    std::size_t m_rootCount = 0;  // that have their places
+    bool m_isOrdered = true;
     std::optional<ItemTypeDeclaration> m_type;
     std::unordered_map<std::string, const ItemType*> m_types;  // those that the text describes
     std::optional<ChannelInfo> m_channel;
