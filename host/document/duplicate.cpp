@@ -40,10 +40,6 @@ std::string identFor(const Item& source, CDocument& target, bool keepsIdent) {
 
 // An instance has what its source has, until something is set on it. Its copy is one, too, in the same document.
 Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) {
-    if (std::string_view(source.type.name) == KZsITYPE_REFERENCE && source.geometry != nullptr)
-        throw kzBecause(KZe_NOACCESS, "ItemCollection.Duplicate", [&] {
-            return "\"" + source.uniqueName + "\" refers to another scene and cannot be copied; refer to that scene again";
-        });
     const bool isInstance = (flags & KZfITEMCOPY_INSTANCE) != 0;
     Item& copy = edit.add(target, source.type, identFor(source, target, (flags & KZfITEMCOPY_KEEPIDENT) != 0));
     if (!source.name.empty()) edit.rename(copy, source.name);
@@ -76,6 +72,15 @@ Item* ownParent(const Item& source) {
     Item* parent = source.parent;
     while (parent != nullptr && kzIsReferenced(*parent)) parent = parent->parent;
     return parent;
+}
+
+// The copy of a reference brings the items of the other scene by itself, once it is loaded.
+bool comesAlong(const Item& item, const std::unordered_set<const Item*>& copied) {
+    for (const Item* each = &item; each != nullptr && kzIsReferenced(*each); each = each->parent)
+        if (const Item* above = each->parent;
+            above != nullptr && copied.contains(above) && std::string_view(above->type.name) == KZsITYPE_REFERENCE)
+            return true;
+    return false;
 }
 
 Item* find(const Copies& copies, const Item* original) {
@@ -169,13 +174,13 @@ std::vector<Item*> kzDuplicateAll(const std::vector<Item*>& sources, CDocument& 
                             [] { return "an instance is in the scene of its source"; });
         originals.push_back(source);
     }
-    if ((flags & KZfITEMCOPY_CHILDREN) != 0) {
-        std::unordered_set<const Item*> known(originals.begin(), originals.end());
+    std::unordered_set<const Item*> known(originals.begin(), originals.end());
+    if ((flags & KZfITEMCOPY_CHILDREN) != 0)
         for (std::size_t i = 0; i < originals.size(); ++i)
             originals[i]->children.each([&](Item& child) {
                 if (known.insert(&child).second) originals.push_back(&child);
             });
-    }
+    std::erase_if(originals, [&](const Item* each) { return comesAlong(*each, known); });
     Copies copies;
     std::vector<std::pair<Item*, Item*>> pairs;
     std::vector<Item*> made;

@@ -49,6 +49,7 @@ CEdit::~CEdit() {
 
 void CEdit::run(std::unique_ptr<CChange> change) {
     // Room beforehand, so that nothing can fail once the change is made; twice as much, as an edit may be long.
+    if (change->document() != nullptr) kzDemandOwn(*change->document());
     if (m_changes.size() == m_changes.capacity()) m_changes.reserve(2 * m_changes.size() + 8);
     m_workspace.apply(*change, Direction::forward, m_workspace.m_events);
     m_changes.push_back(std::move(change));

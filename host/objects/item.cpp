@@ -2,6 +2,7 @@
 #include "host/objects/item.h"
 
 #include "host/core/reasons.h"
+#include "host/document/referenced.h"
 #include "host/objects/mesh_marks.h"
 #include "host/objects/references.h"
 #include "host/state/text.h"
@@ -148,6 +149,7 @@ CHostRef<CMesh> CItem::mesh() {
     auto& geometry = static_cast<MeshGeometry&>(*item->geometry);
     geometry.watch(item->shared_from_this());
     geometry.mesh->owner = item->weak_from_this();
+    if (kzIsForeign(*item)) geometry.mesh->data.identity.isFrozen = true;
     return geometry.mesh;
 }
 

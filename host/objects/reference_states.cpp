@@ -18,6 +18,12 @@ ReferenceState::~ReferenceState() {
     if (scene && spent != nullptr) spent->add(std::move(scene));
 }
 
+std::shared_ptr<ItemAttachment> ReferenceState::copy() const {
+    auto copied = std::make_shared<ReferenceState>();
+    copied->kept = item != nullptr ? kzChangesKept(*item) : kept;
+    return copied;
+}
+
 ReferenceState* kzReferenceOf(const Item& item) {
     if (std::string_view(item.type.name) != KZsITYPE_REFERENCE || kzIsReferenced(item)) return nullptr;
     return dynamic_cast<ReferenceState*>(item.geometry.get());
@@ -71,7 +77,8 @@ std::string changesOf(const Item& item, const Item& original, std::string_view p
         const auto there = original.values.find(theirs);
         const ChannelState now = here != item.values.end() ? here->second : ChannelState();
         const ChannelState before = there != original.values.end() ? there->second : ChannelState();
-        if (kzWriteChannel(info, asInSource(now, info, prefix)) != kzWriteChannel(info, asInSource(before, info, prefix)))
+        if (kzWriteChannel(info, asInSource(now, info, prefix)) !=
+            kzWriteChannel(info, asInSource(before, info, prefix)))
             changes += kzWriteChannel(info, now);
     }
     return changes;
@@ -79,7 +86,7 @@ std::string changesOf(const Item& item, const Item& original, std::string_view p
 
 }  // namespace
 
-Overrides kzOverridesOf(const Item& reference) {
+Overrides kzChangesKept(const Item& reference) {
     const ReferenceState* state = kzReferenceOf(reference);
     if (state == nullptr) return {};
     Overrides all = state->kept;
@@ -96,7 +103,8 @@ Overrides kzOverridesOf(const Item& reference) {
         const std::string ident = item.ident.substr(prefix.size());
         const Item* original = state->scene->document().byIdent(ident);
         if (original == nullptr) continue;
-        if (std::string changes = changesOf(item, *original, prefix); !changes.empty()) all[ident] = std::move(changes);
+        all[ident] += changesOf(item, *original, prefix);
+        if (all[ident].empty()) all.erase(ident);
     }
     return all;
 }

@@ -2,6 +2,7 @@
 #include "host/objects/references.h"
 
 #include "host/core/reasons.h"
+#include "host/document/envelope.h"
 #include "host/document/referenced.h"
 #include "host/objects/item.h"
 #include "host/objects/item_packages.h"
@@ -94,6 +95,37 @@ void setState(Item& reference, std::shared_ptr<ReferenceState> state, CEdit& edi
               });
 }
 
+bool isOn(const Item& reference, const char* channel) {
+    return kzNumberOf(reference.valueOf(*reference.type.channel(channel))).value_or(1) != 0;
+}
+
+// Everything of the other scene happens so many seconds later.
+void delay(CDocument& document, double offset) {
+    CEdit edit(document.workspace());
+    std::vector<std::pair<Item*, const ChannelInfo*>> animated;
+    document.each(KZiITYPE_ANY, [&](Item& item) {
+        for (const auto& [channel, state] : item.values)
+            if (std::ranges::any_of(state.actions, [](const ActionValue& each) { return each.curve != nullptr; }))
+                animated.emplace_back(&item, channel);
+    });
+    for (const auto& [item, channel] : animated) {
+        ChannelState state = item->values.at(channel);
+        for (ActionValue& each : state.actions) {
+            if (each.curve == nullptr) continue;
+            std::vector<EnvelopeKey> keys;
+            for (std::size_t i = 0; i < each.curve->keys().size(); ++i) {
+                keys.push_back(each.curve->keys()[i]);
+                keys.back().time += offset;
+            }
+            auto moved = std::make_shared<EnvelopeData>(*each.curve);
+            moved->setKeys(std::move(keys));
+            each.curve = std::move(moved);
+        }
+        edit.setChannel(*item, *channel, std::move(state));
+    }
+    edit.commitLoaded(document);
+}
+
 // Throws INVALIDARG for an item that is no reference of its document's own.
 void demandReference(const Item& item) {
     if (std::string_view(item.type.name) != KZsITYPE_REFERENCE)
@@ -176,12 +208,11 @@ void CSceneReferences::demand(const CHostRef<CItem>& item) {
 }
 
 void CSceneReferences::make(CDocument& document, const CHostRef<CScene>& source, bool loads) const {
-    m_scenes->workspace->make(
-        std::make_unique<CTold>(document, m_scenes, CHostRef<CScene>(source), loads, m_spent));
+    m_scenes->workspace->make(std::make_unique<CTold>(document, m_scenes, CHostRef<CScene>(source), loads, m_spent));
 }
 
 // Throws GRAPH_CYCLIC if the file is one of those whose references are being loaded.
-CHostRef<CScene> CSceneReferences::open(const CDocument& document, const std::string& path) const {
+CHostRef<CScene> CSceneReferences::open(const CDocument& document, const std::string& path, double offset) const {
     const std::string wanted = canonicalPath(path);
     const Opening opening(document.filename().empty() ? std::string() : canonicalPath(document.filename()));
     if (std::ranges::find(theOpening, wanted) != theOpening.end())
@@ -195,6 +226,7 @@ CHostRef<CScene> CSceneReferences::open(const CDocument& document, const std::st
             return fmt::format("{}: references lead from file to file more than {} times", wanted, deepestReference);
         });
     auto source = m_files->open(path, nullptr);
+    if (offset != 0) delay(source->document(), offset);
     const CReading reading(*m_scenes->workspace);
     Item& root = *source->document().root();
     root.flags |= KZfITEM_REFERENCE;
@@ -216,9 +248,11 @@ void CSceneReferences::attach(Item& reference, CHostRef<CScene> source) const {
         const CReferencedEdits allowed;
         if (!reference.isPresent) throw KZe_NOTAVAILABLE;
         const std::string text = kzWriteScene(source->document(), ReferencedItems::included);
-        const Overrides overrides = kzOverridesOf(reference);
+        Overrides overrides = kzChangesKept(reference);
+        state->item = &reference;
         renamed = kzReadReferenced(text, reference, edit);
-        applyOverrides(reference, overrides, *state, edit);
+        if (isOn(reference, KZsICHAN_REFERENCE_OVERRIDES)) applyOverrides(reference, overrides, *state, edit);
+        else state->kept = std::move(overrides);
         edit.setValue(reference, *reference.type.channel(KZsICHAN_REFERENCE_LOADED), std::nullopt);
         setState(reference, std::move(state), edit);
         edit.commit();
@@ -251,7 +285,7 @@ void CSceneReferences::detach(const CHostRef<CItem>& reference) const {
         source = before->scene;
         document = &item->document;
         auto state = std::make_shared<ReferenceState>();
-        state->kept = kzOverridesOf(*item);
+        state->kept = kzChangesKept(*item);
         std::vector<Item*> tops;
         item->children.each([&](Item& child) {
             if (kzIsReferenced(child)) tops.push_back(&child);
@@ -265,11 +299,14 @@ void CSceneReferences::detach(const CHostRef<CItem>& reference) const {
 
 CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& path) const {
     m_spent->end();
-    CWorkspace& workspace = *m_scenes->workspace;
     if (!scene.document().isOpen()) throw KZe_NOTAVAILABLE;
     if (path.empty()) throw kzBecause(KZe_INVALIDARG, thePlace, [] { return "a reference needs the path of a scene"; });
     const std::string place = fs::absolute(path).lexically_normal().string();
-    auto source = open(scene.document(), place);
+    return add(scene, place, open(scene.document(), place, 0));
+}
+
+CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& place, const CHostRef<CScene>& source) const {
+    CWorkspace& workspace = *m_scenes->workspace;
     CReferenceStep step(workspace, "Add Reference");
     CHostRef<CItem> reference;
     {
@@ -285,17 +322,50 @@ CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& path) co
     return reference;
 }
 
+CHostRef<CItem> CSceneReferences::bringIn(CScene& scene, const std::string& ident, std::int32_t type,
+                                          const std::string& path) const {
+    const std::string place = fs::absolute(path).lexically_normal().string(), wanted = canonicalPath(place);
+    CHostRef<CItem> reference;
+    CHostRef<CScene> source;
+    {
+        const CReading reading(*m_scenes->workspace);
+        for (Item* each : kzReferencesIn(scene.document()))
+            if (const ReferenceState* state = kzReferenceOf(*each);
+                state != nullptr && state->scene && canonicalPath(state->scene->document().filename()) == wanted) {
+                reference = kzObjectOf(*each);
+                source = state->scene;
+                break;
+            }
+    }
+    if (!source) source = open(scene.document(), place, 0);
+    {
+        const CReading reading(*m_scenes->workspace);
+        const Item* item = source->document().byIdent(ident);
+        if (item == nullptr || item->type.number == KZiITYPE_ROOT || !kzIsItemType(item->type.number, type))
+            throw kzBecause(KZe_NOTFOUND, "Scene.ItemAddReference", [&] {
+                return item == nullptr ? fmt::format("{} has no item \"{}\"", place, ident)
+                                       : fmt::format("the item \"{}\" of {} is a {}", ident, place, item->type.name);
+            });
+    }
+    if (!reference) reference = add(scene, place, source);
+    const auto own = reference->read();
+    Item* item = own->document.byIdent(own->ident + "/" + ident);
+    if (item == nullptr) throw KZe_NOTFOUND;
+    return kzObjectOf(*item);
+}
+
 // The file is read before anything is taken away.
 void CSceneReferences::reload(const CHostRef<CItem>& reference) const {
     m_spent->end();
-    CHostRef<CScene> source;
     std::string path;
+    double offset = 0;
     {
         const auto item = reference->read();
         demandReference(*item);
         path = pathOf(*item);
+        offset = kzNumberOf(item->valueOf(*item->type.channel(KZsICHAN_REFERENCE_TIMEOFFSET))).value_or(0);
     }
-    source = open(reference->read()->document, path);
+    const auto source = open(reference->read()->document, path, offset);
     CReferenceStep step(*m_scenes->workspace, "Load Reference");
     detach(reference);
     const ItemRef item = reference->read()->shared_from_this();
@@ -326,8 +396,8 @@ void CSceneReferences::loadAll(CScene& scene) const {
         const CReading reading(*m_scenes->workspace);
         for (Item* item : kzReferencesIn(scene.document())) {
             const ReferenceState* state = kzReferenceOf(*item);
-            const auto on = kzNumberOf(item->valueOf(*item->type.channel(KZsICHAN_REFERENCE_LOADED)));
-            if ((state == nullptr || !state->scene) && on.value_or(1) != 0) wanted.push_back(kzObjectOf(*item));
+            if ((state == nullptr || !state->scene) && isOn(*item, KZsICHAN_REFERENCE_LOADED))
+                wanted.push_back(kzObjectOf(*item));
         }
     }
     for (const auto& each : wanted) {
@@ -352,8 +422,7 @@ void CSceneReferences::tellLoaded(CScene& scene) const {
                 loaded.push_back(state->scene);
     }
     for (const auto& source : loaded)
-        m_scenes->tell(
-            [&](IKzSceneItemListener& each) { each.ReferenceLoaded(scene.self().raw(), source.raw()); });
+        m_scenes->tell([&](IKzSceneItemListener& each) { each.ReferenceLoaded(scene.self().raw(), source.raw()); });
 }
 
 std::shared_ptr<CSceneReferences> kzSceneReferences(const CWorkspace& workspace) {

@@ -23,8 +23,11 @@ using Overrides = std::map<std::string, std::string>;
 // What a reference keeps. It is replaced as a whole, as one change of the document.
 struct ReferenceState final : ItemAttachment {
     ~ReferenceState() override;
-    CHostRef<CScene> scene;  // empty while it is not loaded
-    Overrides kept;          // those that were not applied: their items are not here
+    // Of a copy, which is not loaded: all that was changed of the items.
+    std::shared_ptr<ItemAttachment> copy() const override;
+    CHostRef<CScene> scene;      // empty while it is not loaded
+    const Item* item = nullptr;  // that has this; null while it is not loaded
+    Overrides kept;              // those that were not applied: their items are not here
     std::shared_ptr<CSpentScenes> spent;
 };
 
@@ -32,7 +35,7 @@ struct ReferenceState final : ItemAttachment {
 ReferenceState* kzReferenceOf(const Item& item);
 // The reference of its own document from which the item comes; null for an item of the document itself.
 Item* kzReferenceAbove(const Item& item);
-Overrides kzOverridesOf(const Item& reference);
+Overrides kzChangesKept(const Item& reference);
 // For a reader of files, before the reference is loaded.
 void kzKeepOverride(Item& reference, const std::string& ident, const std::string& text);
 // The references that are the document's own.
@@ -47,6 +50,8 @@ public:
     // Throws INVALIDARG for an item that is none of its document's own references.
     static void demand(const CHostRef<CItem>& item);
     CHostRef<CItem> add(CScene& scene, const std::string& path) const;
+    // The item with that identifier and type in the file, to which the scene then refers. Throws NOTFOUND without one.
+    CHostRef<CItem> bringIn(CScene& scene, const std::string& ident, std::int32_t type, const std::string& path) const;
     // Reads the file again, or for the first time, and repeats what was changed of its items.
     void reload(const CHostRef<CItem>& reference) const;
     // Takes the items away; what was changed of them is kept.
@@ -58,7 +63,8 @@ public:
 
 private:
     class CTold;
-    CHostRef<CScene> open(const CDocument& document, const std::string& path) const;
+    CHostRef<CScene> open(const CDocument& document, const std::string& path, double offset) const;
+    CHostRef<CItem> add(CScene& scene, const std::string& place, const CHostRef<CScene>& source) const;
     void attach(Item& reference, CHostRef<CScene> source) const;
     void detach(const CHostRef<CItem>& reference) const;
     void make(CDocument& document, const CHostRef<CScene>& source, bool loads) const;

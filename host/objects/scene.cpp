@@ -153,6 +153,12 @@ KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
         item);
 }
 
+KzResult CScene::scene_ItemAddReference(const char* ident, std::int32_t type, const char* path, IKzUnknown** item) {
+    const auto references = kzSceneReferences(open().workspace());
+    if (references == nullptr) return KZe_NOTAVAILABLE;
+    return references->bringIn(*this, std::string(kzTextOf(ident)), type, std::string(kzTextOf(path))).give(item);
+}
+
 // Listeners hear of the item and of those below it while these are still whole. One that changes the tree meanwhile
 // changes what goes.
 KzResult CScene::scene_ItemRemove(IKzUnknown* item) {

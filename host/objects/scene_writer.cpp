@@ -177,7 +177,7 @@ void CSceneWriter::item(Item& item) {
     for (const auto& info : item.userChannels) channel(*info);
     values(item);
     if (!m_isWhole)
-        for (const auto& [ident, text] : kzOverridesOf(item)) m_out.line("override").text(ident).text(text);
+        for (const auto& [ident, text] : kzChangesKept(item)) m_out.line("override").text(ident).text(text);
     if (item.source != nullptr) return;  // the mesh is the source's
     if (CMeshData* mesh = kzMeshOf(item); mesh != nullptr && mesh->points.size() + mesh->maps.size() > 0)
         kzWriteMesh(*mesh, m_out);
