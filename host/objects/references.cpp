@@ -1,4 +1,4 @@
-// Adds, loads and unloads references to other scenes.
+// Loads and unloads references to other scenes.
 #include "host/objects/references.h"
 
 #include "host/core/reasons.h"
@@ -6,6 +6,7 @@
 #include "host/document/referenced.h"
 #include "host/objects/item.h"
 #include "host/objects/item_packages.h"
+#include "host/objects/reference_step.h"
 #include "host/objects/scene_file.h"
 #include "host/objects/scene_files.h"
 #include "host/objects/spent_scenes.h"
@@ -13,14 +14,11 @@
 #include "kz/result.h"
 #include "kz/scene.h"
 #include "kz/scene_event.h"
-#include "kz/undo.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <mutex>
-#include <unordered_map>
 #include <utility>
 
 namespace kzhost {
@@ -29,7 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* thePlace = "Scene.Reference";
 constexpr std::size_t deepestReference = 32;
 
 // The files whose references are being loaded, the outermost first.
@@ -42,50 +39,16 @@ struct Opening {
     ~Opening() { theOpening.pop_back(); }
 };
 
-std::string canonicalPath(const std::string& path) {
-    std::error_code error;
-    const fs::path found = fs::weakly_canonical(path, error);
-    return error ? path : found.string();
-}
-
 // Relative paths begin where the referring file is.
 std::string pathOf(const Item& reference) {
     const auto* text = std::get_if<std::string>(&reference.valueOf(*reference.type.channel(KZsICHAN_REFERENCE_PATH)));
     if (text == nullptr || text->empty())
-        throw kzBecause(KZe_INVALIDARG, thePlace,
+        throw kzBecause(KZe_INVALIDARG, kzReferencePlace,
                         [&] { return "\"" + reference.uniqueName + "\" names no file; set its channel \"path\""; });
     fs::path path(*text);
     if (path.is_relative()) path = fs::path(reference.document.filename()).parent_path() / path;
     return path.lexically_normal().string();
 }
-
-// A block of the history that is a step only if it is ended.
-class CReferenceStep {
-public:
-    CReferenceStep(CWorkspace& workspace, const char* name) : m_workspace(workspace) {
-        workspace.beginBlock(name, KZfUNDO_BLOCK_NOEMPTY);
-        m_depth = workspace.blockDepth();
-    }
-    CReferenceStep(const CReferenceStep&) = delete;
-    CReferenceStep& operator=(const CReferenceStep&) = delete;
-    ~CReferenceStep() {
-        if (m_isOver || m_workspace.blockDepth() < m_depth) return;
-        try {
-            m_workspace.endBlocksAbove(m_depth);
-            m_workspace.discardBlock();
-        } catch (...) {  // somebody else is undoing: the step stays, and can be undone
-        }
-    }
-    void end() {
-        m_isOver = true;
-        m_workspace.endBlocksAbove(m_depth - 1);
-    }
-
-private:
-    CWorkspace& m_workspace;
-    std::size_t m_depth = 0;
-    bool m_isOver = false;
-};
 
 void setState(Item& reference, std::shared_ptr<ReferenceState> state, CEdit& edit) {
     std::shared_ptr<ItemAttachment> other = std::move(state);
@@ -129,7 +92,7 @@ void delay(CDocument& document, double offset) {
 // Throws INVALIDARG for an item that is no reference of its document's own.
 void demandReference(const Item& item) {
     if (std::string_view(item.type.name) != KZsITYPE_REFERENCE)
-        throw kzBecause(KZe_INVALIDARG, thePlace, [&] {
+        throw kzBecause(KZe_INVALIDARG, kzReferencePlace, [&] {
             return fmt::format("\"{}\" is a {}; items of the type {} refer to scenes", item.uniqueName, item.type.name,
                                KZsITYPE_REFERENCE);
         });
@@ -144,23 +107,13 @@ void applyOverrides(Item& reference, const Overrides& overrides, ReferenceState&
                 kzReadChannels(text, *item, edit);
                 continue;
             } catch (const SceneFileError& error) {
-                kzBecause(KZe_WARNING, thePlace, [&] {
+                kzBecause(KZe_WARNING, kzReferencePlace, [&] {
                     return fmt::format("what was changed of \"{}\" does not fit it any more, and is kept: {}",
                                        item->uniqueName, error.what());
                 });
             }
         state.kept[ident] = text;
     }
-}
-
-struct HostReferences {
-    std::mutex lock;
-    std::unordered_map<const CWorkspace*, std::weak_ptr<CSceneReferences>> all;
-};
-
-HostReferences& hostReferences() {
-    static HostReferences theReferences;
-    return theReferences;
 }
 
 }  // namespace
@@ -213,16 +166,16 @@ void CSceneReferences::make(CDocument& document, const CHostRef<CScene>& source,
 
 // Throws GRAPH_CYCLIC if the file is one of those whose references are being loaded.
 CHostRef<CScene> CSceneReferences::open(const CDocument& document, const std::string& path, double offset) const {
-    const std::string wanted = canonicalPath(path);
-    const Opening opening(document.filename().empty() ? std::string() : canonicalPath(document.filename()));
+    const std::string wanted = kzCanonicalPath(path);
+    const Opening opening(document.filename().empty() ? std::string() : kzCanonicalPath(document.filename()));
     if (std::ranges::find(theOpening, wanted) != theOpening.end())
-        throw kzBecause(KZeGRAPH_CYCLIC, thePlace, [&] {
+        throw kzBecause(KZeGRAPH_CYCLIC, kzReferencePlace, [&] {
             std::string chain;
             for (const std::string& each : theOpening) chain += "\"" + each + "\" refers to ";
             return "scenes refer to each other in a circle: " + chain + "\"" + wanted + "\"";
         });
     if (theOpening.size() > deepestReference)
-        throw kzBecause(KZe_INVALIDARG, thePlace, [&] {
+        throw kzBecause(KZe_INVALIDARG, kzReferencePlace, [&] {
             return fmt::format("{}: references lead from file to file more than {} times", wanted, deepestReference);
         });
     auto source = m_files->open(path, nullptr);
@@ -257,7 +210,8 @@ void CSceneReferences::attach(Item& reference, CHostRef<CScene> source) const {
         setState(reference, std::move(state), edit);
         edit.commit();
     } catch (const SceneFileError& error) {
-        throw kzBecause(KZe_FAILED, thePlace, [&] { return source->document().filename() + ": " + error.what(); });
+        throw kzBecause(KZe_FAILED, kzReferencePlace,
+                        [&] { return source->document().filename() + ": " + error.what(); });
     }
     load.finish(false, renamed);
     make(document, source, true);
@@ -295,63 +249,6 @@ void CSceneReferences::detach(const CHostRef<CItem>& reference) const {
         edit.commit();
     }
     make(*document, source, false);
-}
-
-CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& path) const {
-    m_spent->end();
-    if (!scene.document().isOpen()) throw KZe_NOTAVAILABLE;
-    if (path.empty()) throw kzBecause(KZe_INVALIDARG, thePlace, [] { return "a reference needs the path of a scene"; });
-    const std::string place = fs::absolute(path).lexically_normal().string();
-    return add(scene, place, open(scene.document(), place, 0));
-}
-
-CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& place, const CHostRef<CScene>& source) const {
-    CWorkspace& workspace = *m_scenes->workspace;
-    CReferenceStep step(workspace, "Add Reference");
-    CHostRef<CItem> reference;
-    {
-        CEdit edit(workspace);
-        Item& item = edit.add(scene.document(), *kzFindItemType(KZsITYPE_REFERENCE));
-        edit.rename(item, fs::path(place).stem().string());
-        edit.setValue(item, *item.type.channel(KZsICHAN_REFERENCE_PATH), KzCell(place));
-        reference = kzObjectOf(item);
-        edit.commit();
-    }
-    attach(*reference->read(), source);
-    step.end();
-    return reference;
-}
-
-CHostRef<CItem> CSceneReferences::bringIn(CScene& scene, const std::string& ident, std::int32_t type,
-                                          const std::string& path) const {
-    const std::string place = fs::absolute(path).lexically_normal().string(), wanted = canonicalPath(place);
-    CHostRef<CItem> reference;
-    CHostRef<CScene> source;
-    {
-        const CReading reading(*m_scenes->workspace);
-        for (Item* each : kzReferencesIn(scene.document()))
-            if (const ReferenceState* state = kzReferenceOf(*each);
-                state != nullptr && state->scene && canonicalPath(state->scene->document().filename()) == wanted) {
-                reference = kzObjectOf(*each);
-                source = state->scene;
-                break;
-            }
-    }
-    if (!source) source = open(scene.document(), place, 0);
-    {
-        const CReading reading(*m_scenes->workspace);
-        const Item* item = source->document().byIdent(ident);
-        if (item == nullptr || item->type.number == KZiITYPE_ROOT || !kzIsItemType(item->type.number, type))
-            throw kzBecause(KZe_NOTFOUND, "Scene.ItemAddReference", [&] {
-                return item == nullptr ? fmt::format("{} has no item \"{}\"", place, ident)
-                                       : fmt::format("the item \"{}\" of {} is a {}", ident, place, item->type.name);
-            });
-    }
-    if (!reference) reference = add(scene, place, source);
-    const auto own = reference->read();
-    Item* item = own->document.byIdent(own->ident + "/" + ident);
-    if (item == nullptr) throw KZe_NOTFOUND;
-    return kzObjectOf(*item);
 }
 
 // The file is read before anything is taken away.
@@ -405,42 +302,12 @@ void CSceneReferences::loadAll(CScene& scene) const {
             reload(each);
         } catch (const KzResult& code) {
             if (code == KZeGRAPH_CYCLIC && !theOpening.empty()) throw;
-            kzBecause(code, thePlace, [&] {
+            kzBecause(code, kzReferencePlace, [&] {
                 return fmt::format("\"{}\" is not loaded; the reference and what was changed of its items are kept",
                                    each->read()->uniqueName);
             });
         }
     }
-}
-
-void CSceneReferences::tellLoaded(CScene& scene) const {
-    std::vector<CHostRef<CScene>> loaded;
-    {
-        const CReading reading(*m_scenes->workspace);
-        for (const Item* item : kzReferencesIn(scene.document()))
-            if (const ReferenceState* state = kzReferenceOf(*item); state != nullptr && state->scene)
-                loaded.push_back(state->scene);
-    }
-    for (const auto& source : loaded)
-        m_scenes->tell([&](IKzSceneItemListener& each) { each.ReferenceLoaded(scene.self().raw(), source.raw()); });
-}
-
-std::shared_ptr<CSceneReferences> kzSceneReferences(const CWorkspace& workspace) {
-    HostReferences& references = hostReferences();
-    const std::lock_guard lock(references.lock);
-    const auto found = references.all.find(&workspace);
-    return found != references.all.end() ? found->second.lock() : nullptr;
-}
-
-std::shared_ptr<CSceneReferences> kzMakeSceneReferences(std::shared_ptr<OpenScenes> scenes,
-                                                        std::shared_ptr<CSceneFiles> files) {
-    HostReferences& references = hostReferences();
-    const CWorkspace* workspace = scenes->workspace.get();
-    auto made = std::make_shared<CSceneReferences>(std::move(scenes), std::move(files));
-    const std::lock_guard lock(references.lock);
-    std::erase_if(references.all, [](const auto& entry) { return entry.second.expired(); });
-    references.all[workspace] = made;
-    return made;
 }
 
 }  // namespace kzhost
