@@ -10,6 +10,7 @@
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
 #include "host/commands/preset_commands.h"
+#include "host/commands/reference_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/user_value_commands.h"
@@ -46,6 +47,7 @@
 #include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/presets.h"
+#include "host/objects/references.h"
 #include "host/objects/scene_files.h"
 #include "host/objects/served_modifiers.h"
 #include "host/objects/sound.h"
@@ -140,6 +142,7 @@ void addCommands(const HostParts& host) {
     kzAddAudioCommands(*host.registry, host.files, host.sounds);
     kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
     kzAddSceneCommands(*host.registry, host.scenes);
+    kzAddReferenceCommands(*host.registry, host.scenes, kzMakeSceneReferences(host.scenes, host.sceneFiles));
     kzAddItemCommands(*host.registry, host.scenes);
     kzAddSelectCommands(*host.registry, host.modules, host.scenes);
     kzAddLayerCommands(*host.registry, host.scenes);

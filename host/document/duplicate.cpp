@@ -4,8 +4,10 @@
 #include "host/core/reasons.h"
 #include "host/document/animation.h"
 #include "host/document/graphs.h"
+#include "host/document/referenced.h"
 
 #include "kz/result.h"
+#include "kz/scene.h"
 #include "kz/scene_graph.h"
 
 #include <string>
@@ -41,7 +43,8 @@ Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) 
     const bool isInstance = (flags & KZfITEMCOPY_INSTANCE) != 0;
     Item& copy = edit.add(target, source.type, identFor(source, target, (flags & KZfITEMCOPY_KEEPIDENT) != 0));
     if (!source.name.empty()) edit.rename(copy, source.name);
-    if (source.flags != copy.flags) edit.setFlags(copy, source.flags);
+    const std::uint32_t ownFlags = source.flags & ~static_cast<std::uint32_t>(KZfITEM_REFERENCE);
+    if (ownFlags != copy.flags) edit.setFlags(copy, ownFlags);
     for (const auto& [code, text] : source.tags) edit.setTag(copy, code, text);
     for (const auto& channel : source.userChannels) edit.addChannel(copy, *channel);
     copy.packages = source.packages;
@@ -62,6 +65,22 @@ Item& copyOf(Item& source, CDocument& target, std::uint32_t flags, CEdit& edit) 
     if (const auto& geometry = source.shapeOwner().geometry; geometry != nullptr && shown == nullptr)
         copy.geometry = geometry->copy();
     return copy;
+}
+
+// The copy of an item of another scene is the document's own, so it cannot be below such an item.
+Item* ownParent(const Item& source) {
+    Item* parent = source.parent;
+    while (parent != nullptr && kzIsReferenced(*parent)) parent = parent->parent;
+    return parent;
+}
+
+// The copy of a reference brings the items of the other scene by itself, once it is loaded.
+bool comesAlong(const Item& item, const std::unordered_set<const Item*>& copied) {
+    for (const Item* each = &item; each != nullptr && kzIsReferenced(*each); each = each->parent)
+        if (const Item* above = each->parent;
+            above != nullptr && copied.contains(above) && std::string_view(above->type.name) == KZsITYPE_REFERENCE)
+            return true;
+    return false;
 }
 
 Item* find(const Copies& copies, const Item* original) {
@@ -141,7 +160,7 @@ Item& kzDuplicate(Item& source, bool deep, CEdit& edit) {
     constexpr std::uint32_t flags = KZfITEMCOPY_LINKS | KZfITEMCOPY_ANIMATION;
     const std::uint32_t below = deep ? KZfITEMCOPY_CHILDREN : 0;
     Item& top = *kzDuplicateAll({&source}, source.document, flags | below, edit).front();
-    edit.place(top, source.parent, source.document.siblingsOf(source).positionOf(source) + 1);
+    edit.place(top, ownParent(source), source.document.siblingsOf(source).positionOf(source) + 1);
     return top;
 }
 
@@ -155,13 +174,13 @@ std::vector<Item*> kzDuplicateAll(const std::vector<Item*>& sources, CDocument& 
                             [] { return "an instance is in the scene of its source"; });
         originals.push_back(source);
     }
-    if ((flags & KZfITEMCOPY_CHILDREN) != 0) {
-        std::unordered_set<const Item*> known(originals.begin(), originals.end());
+    std::unordered_set<const Item*> known(originals.begin(), originals.end());
+    if ((flags & KZfITEMCOPY_CHILDREN) != 0)
         for (std::size_t i = 0; i < originals.size(); ++i)
             originals[i]->children.each([&](Item& child) {
                 if (known.insert(&child).second) originals.push_back(&child);
             });
-    }
+    std::erase_if(originals, [&](const Item* each) { return comesAlong(*each, known); });
     Copies copies;
     std::vector<std::pair<Item*, Item*>> pairs;
     std::vector<Item*> made;
@@ -172,7 +191,7 @@ std::vector<Item*> kzDuplicateAll(const std::vector<Item*>& sources, CDocument& 
     }
     for (const auto& [original, copy] : pairs) {
         Item* parent = find(copies, original->parent);
-        if (parent == nullptr && &original->document == &target) parent = original->parent;
+        if (parent == nullptr && &original->document == &target) parent = ownParent(*original);
         if (parent != nullptr) edit.place(*copy, parent, CEdit::last);
     }
     finish(pairs, copies, flags, edit);

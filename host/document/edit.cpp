@@ -3,6 +3,7 @@
 
 #include "host/document/envelope.h"
 #include "host/document/presence.h"
+#include "host/document/referenced.h"
 
 #include "kz/action.h"
 #include "kz/scene_graph.h"
@@ -48,6 +49,7 @@ CEdit::~CEdit() {
 
 void CEdit::run(std::unique_ptr<CChange> change) {
     // Room beforehand, so that nothing can fail once the change is made; twice as much, as an edit may be long.
+    if (change->document() != nullptr) kzDemandOwn(*change->document());
     if (m_changes.size() == m_changes.capacity()) m_changes.reserve(2 * m_changes.size() + 8);
     m_workspace.apply(*change, Direction::forward, m_workspace.m_events);
     m_changes.push_back(std::move(change));
@@ -105,6 +107,8 @@ DocumentEvents kzRemoving(Item& item) {
 }
 
 void CEdit::remove(Item& item) {
+    kzDemandOwn(item, "removed");
+    const CReferencedEdits goesWithIt;
     const std::vector<Item*> subtree = subtreeOf(item);
     for (std::size_t i = subtree.size(); i-- > 0;) removeOne(*subtree[i]);
 }
@@ -145,6 +149,8 @@ void CEdit::removeOne(Item& item) {
 }
 
 void CEdit::place(Item& item, Item* parent, std::size_t position) {
+    kzDemandOwn(item, "moved");
+    if (parent != nullptr) kzDemandOwn(*parent, "made a parent");
     make(&item.document, [item = item.shared_from_this(), parent, position](Direction, DocumentEvents& events) mutable {
         CDocument& document = item->document;
         Item* oldParent = item->parent;
@@ -167,6 +173,7 @@ void CEdit::place(Item& item, Item* parent, std::size_t position) {
 }
 
 void CEdit::rename(Item& item, std::string name, std::uint32_t number) {
+    kzDemandOwn(item, "renamed");
     make(&item.document,
          [item = item.shared_from_this(), name = std::move(name), number](Direction, DocumentEvents& events) mutable {
              CNameIndex& names = item->document.m_names;
@@ -178,6 +185,7 @@ void CEdit::rename(Item& item, std::string name, std::uint32_t number) {
 }
 
 void CEdit::setTag(Item& item, std::uint32_t code, std::optional<std::string> text) {
+    kzDemandOwn(item, "tagged");
     make(&item.document,
          [item = item.shared_from_this(), code, text = std::move(text)](Direction, DocumentEvents& events) mutable {
              std::optional<std::string> before;
@@ -190,6 +198,7 @@ void CEdit::setTag(Item& item, std::uint32_t code, std::optional<std::string> te
 }
 
 void CEdit::setFlags(Item& item, std::uint32_t flags) {
+    kzDemandOwn(item, "given other flags");
     make(&item.document, [item = item.shared_from_this(), flags](Direction, DocumentEvents& events) mutable {
         std::swap(item->flags, flags);
         events.push_back(
@@ -198,6 +207,8 @@ void CEdit::setFlags(Item& item, std::uint32_t flags) {
 }
 
 void CEdit::setSource(Item& item, Item* source) {
+    kzDemandOwn(item, "given another source");
+    if (source != nullptr) kzDemandOwn(*source, "instanced");
     make(&item.document,
          [item = item.shared_from_this(), source, index = last](Direction, DocumentEvents& events) mutable {
              Item* before = item->source;
@@ -319,12 +330,14 @@ struct ChannelPresence {
 }  // namespace
 
 const ChannelInfo& CEdit::addChannel(Item& item, ChannelInfo channel) {
+    kzDemandOwn(item, "given a channel");
     auto owned = std::make_shared<ChannelInfo>(std::move(channel));
     make(&item.document, ChannelPresence{item.shared_from_this(), owned, item.userChannels.size(), true});
     return *owned;
 }
 
 void CEdit::removeChannel(Item& item, const ChannelInfo& channel) {
+    kzDemandOwn(item, "deprived of a channel");
     const auto isOf = [&](const auto& link) {
         return link->sourceChannel == &channel || link->targetChannel == &channel;
     };
@@ -368,6 +381,7 @@ struct PackagePresence {
 }  // namespace
 
 void CEdit::addPackage(Item& item, const std::string& name, const std::vector<ChannelInfo>& channels) {
+    kzDemandOwn(item, "given a package");
     for (ChannelInfo channel : channels) {
         channel.package = name;
         addChannel(item, std::move(channel));
@@ -376,6 +390,7 @@ void CEdit::addPackage(Item& item, const std::string& name, const std::vector<Ch
 }
 
 void CEdit::removePackage(Item& item, const std::string& name) {
+    kzDemandOwn(item, "deprived of a package");
     const auto place = std::ranges::find(item.packages, name);
     const auto index = static_cast<std::size_t>(place - item.packages.begin());
     make(&item.document, PackagePresence{item.shared_from_this(), name, index, false});
@@ -385,6 +400,7 @@ void CEdit::removePackage(Item& item, const std::string& name) {
 }
 
 void CEdit::describeChannel(Item& item, const ChannelInfo& channel, ChannelInfo description) {
+    kzDemandOwn(item, "given other channels");
     const auto index = static_cast<std::size_t>(item.indexOf(channel)) - item.type.channels.size();
     make(&item.document, [item = item.shared_from_this(), channel = item.userChannels[index],
                           description = std::move(description)](Direction, DocumentEvents& events) mutable {

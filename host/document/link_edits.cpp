@@ -1,5 +1,6 @@
 // The changes of links among items and channels, and of the channels that groups have.
 #include "host/document/edit.h"
+#include "host/document/referenced.h"
 
 #include "kz/scene_graph.h"
 
@@ -82,17 +83,23 @@ struct LinkPlace {
 }  // namespace
 
 void CEdit::link(std::string graph, Item& source, std::size_t sourceIndex, Item& target, std::size_t targetIndex) {
+    kzDemandOwn(source, "linked");
+    kzDemandOwn(target, "linked");
     make(&source.document, LinkPresence{std::move(graph), source.shared_from_this(), target.shared_from_this(),
                                         sourceIndex, targetIndex, true});
 }
 
 void CEdit::moveLink(const std::string& graph, Item& source, std::size_t sourceIndex, Item& target,
                      std::size_t targetIndex) {
+    kzDemandOwn(source, "linked");
+    kzDemandOwn(target, "linked");
     make(&source.document,
          LinkPlace{graph, source.shared_from_this(), target.shared_from_this(), sourceIndex, targetIndex});
 }
 
 void CEdit::unlink(const std::string& graph, Item& source, Item& target) {
+    kzDemandOwn(source, "linked");
+    kzDemandOwn(target, "linked");
     m_workspace.m_selection.dropLink(source, target, graph, *this);
     make(&source.document, LinkPresence{graph, source.shared_from_this(), target.shared_from_this(), 0, 0, false});
 }
@@ -147,6 +154,8 @@ struct ChannelLinkPresence {
 
 ChannelLink& CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel, Item& target,
                                  const ChannelInfo& targetChannel, std::size_t targetIndex) {
+    kzDemandOwn(source, "linked");
+    kzDemandOwn(target, "linked");
     auto link = std::make_shared<ChannelLink>(ChannelLink{&source, &sourceChannel, &target, &targetChannel, {}});
     make(&source.document,
          ChannelLinkPresence{link, source.shared_from_this(), target.shared_from_this(), last, targetIndex, true});
@@ -154,6 +163,8 @@ ChannelLink& CEdit::linkChannels(Item& source, const ChannelInfo& sourceChannel,
 }
 
 void CEdit::unlinkChannels(ChannelLink& link) {
+    kzDemandOwn(*link.source, "linked");
+    kzDemandOwn(*link.target, "linked");
     m_workspace.m_selection.dropLink(*link.source, *link.target, kzLinkText(link), *this);
     const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
                                     [&](const auto& each) { return each.get() == &link; });
@@ -162,6 +173,8 @@ void CEdit::unlinkChannels(ChannelLink& link) {
 }
 
 void CEdit::setAttribute(ChannelLink& link, const std::string& name, std::optional<std::string> value) {
+    kzDemandOwn(*link.source, "linked");
+    kzDemandOwn(*link.target, "linked");
     const auto owned = std::find_if(link.source->outputs.begin(), link.source->outputs.end(),
                                     [&](const auto& each) { return each.get() == &link; });
     make(&link.source->document, [link = *owned, source = link.source->shared_from_this(), name,
@@ -203,10 +216,14 @@ struct MemberPresence {
 }  // namespace
 
 void CEdit::addMember(Item& group, Item& item, const ChannelInfo& channel) {
+    kzDemandOwn(item, "grouped");
+    kzDemandOwn(group, "given members");
     make(&group.document, MemberPresence{group.shared_from_this(), item.shared_from_this(), &channel, last, true});
 }
 
 void CEdit::removeMember(Item& group, Item& item, const ChannelInfo& channel) {
+    kzDemandOwn(item, "grouped");
+    kzDemandOwn(group, "given members");
     make(&group.document, MemberPresence{group.shared_from_this(), item.shared_from_this(), &channel, 0, false});
 }
 

@@ -2,6 +2,7 @@
 #include "host/core/reasons.h"
 #include "host/document/action_copy.h"
 #include "host/document/animation.h"
+#include "host/document/referenced.h"
 #include "host/objects/scene.h"
 #include "host/state/text.h"
 
@@ -36,7 +37,11 @@ public:
         return kzIsSceneAction(m_action) || isActive(item());
     }
     KzResult actionclip_SetActive(std::int32_t active) override { return set(KZsICHAN_ACTIONCLIP_ACTIVE, active != 0); }
-    bool actionclip_IsReferenced() override { return false; }  // no scene here takes actions from another
+    bool actionclip_IsReferenced() override {
+        const CReading reading(workspace());
+        const Item* item = itemOrNull();
+        return item != nullptr && kzIsForeign(*item);
+    }
     KzResult actionclip_Parent(IKzUnknown** group) override {
         const CReading reading(workspace());
         const Item* item = itemOrNull();

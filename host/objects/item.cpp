@@ -2,7 +2,9 @@
 #include "host/objects/item.h"
 
 #include "host/core/reasons.h"
+#include "host/document/referenced.h"
 #include "host/objects/mesh_marks.h"
+#include "host/objects/references.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
@@ -147,6 +149,7 @@ CHostRef<CMesh> CItem::mesh() {
     auto& geometry = static_cast<MeshGeometry&>(*item->geometry);
     geometry.watch(item->shared_from_this());
     geometry.mesh->owner = item->weak_from_this();
+    if (kzIsForeign(*item)) geometry.mesh->data.identity.isFrozen = true;
     return geometry.mesh;
 }
 
@@ -206,6 +209,20 @@ bool CItem::item_IsInstance() { return read()->source != nullptr; }
 
 KzResult CItem::item_Scene(IKzUnknown** scene) {
     return static_cast<AttachedObject&>(*read()->document.object).give(scene);
+}
+
+// What comes from another scene may come to that one from a third.
+KzResult CItem::item_HomeScene(IKzUnknown** scene) {
+    const auto item = read();
+    const Item* home = &*item;
+    while (const Item* reference = kzReferenceAbove(*home)) {
+        const ReferenceState* state = kzReferenceOf(*reference);
+        if (state == nullptr || !state->scene) break;
+        const Item* original = state->scene->document().byIdent(home->ident.substr(reference->ident.size() + 1));
+        if (original == nullptr) return state->scene.give(scene);
+        home = original;
+    }
+    return static_cast<AttachedObject&>(*home->document.object).give(scene);
 }
 
 KzResult CItem::item_Parent(IKzUnknown** parent) { return kzGiveItem(read()->parent, parent); }

@@ -43,7 +43,7 @@ public:
     bool item_IsReferenced() override;
     bool item_IsInstance() override;
     KzResult item_Scene(IKzUnknown** scene) override;
-    KzResult item_HomeScene(IKzUnknown** scene) override { return item_Scene(scene); }
+    KzResult item_HomeScene(IKzUnknown** scene) override;
     KzResult item_Parent(IKzUnknown** parent) override;
     KzResult item_SetParent(IKzUnknown* parent, std::int32_t position) override;
     KzResult item_RootParent(IKzUnknown** root) override;

@@ -3,7 +3,9 @@
 
 #include "host/core/reasons.h"
 #include "host/document/animation.h"
+#include "host/document/referenced.h"
 #include "host/objects/item_packages.h"
+#include "host/objects/references.h"
 #include "host/state/text.h"
 
 #include <algorithm>
@@ -151,6 +153,12 @@ KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
         item);
 }
 
+KzResult CScene::scene_ItemAddReference(const char* ident, std::int32_t type, const char* path, IKzUnknown** item) {
+    const auto references = kzSceneReferences(open().workspace());
+    if (references == nullptr) return KZe_NOTAVAILABLE;
+    return references->bringIn(*this, std::string(kzTextOf(ident)), type, std::string(kzTextOf(path))).give(item);
+}
+
 // Listeners hear of the item and of those below it while these are still whole. One that changes the tree meanwhile
 // changes what goes.
 KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
@@ -217,10 +225,37 @@ KzResult CScene::scene_GraphByIndex(std::uint32_t index, IKzUnknown** graph) {
     return index < kzGraphs().size() ? handOver(kzMakeSceneGraph(self(), kzGraphs()[index]), graph) : KZe_OUTOFBOUNDS;
 }
 
-// Scenes here refer to no others, and none refers to them.
-bool CScene::scene_IsReference() { return false; }
-std::uint32_t CScene::scene_SubSceneCount() { return 0; }
-KzResult CScene::scene_SubSceneByIndex(std::uint32_t /*index*/, IKzUnknown** /*scene*/) { return KZe_OUTOFBOUNDS; }
+// Those that nobody sees, because they are only there for the scenes that refer to them.
+bool CScene::scene_IsReference() {
+    const CReading reading(m_document->workspace());
+    return m_document->isOpen() && kzIsReferenced(*m_document->root());
+}
+
+namespace {
+
+std::vector<CHostRef<CScene>> subScenesOf(const CDocument& document) {
+    std::vector<CHostRef<CScene>> scenes;
+    for (const Item* item : kzReferencesIn(document))
+        if (const ReferenceState* state = kzReferenceOf(*item); state != nullptr && state->scene)
+            scenes.push_back(state->scene);
+    return scenes;
+}
+
+}  // namespace
+
+std::uint32_t CScene::scene_SubSceneCount() {
+    const CReading reading(m_document->workspace());
+    return static_cast<std::uint32_t>(subScenesOf(*m_document).size());
+}
+
+KzResult CScene::scene_SubSceneByIndex(std::uint32_t index, IKzUnknown** scene) {
+    std::vector<CHostRef<CScene>> scenes;
+    {
+        const CReading reading(m_document->workspace());
+        scenes = subScenesOf(*m_document);
+    }
+    return index < scenes.size() ? scenes[index].give(scene) : KZe_OUTOFBOUNDS;
+}
 
 KzResult CScene::scene_Assets(IKzUnknown** assets) {
     open();

@@ -25,6 +25,7 @@ public:
     KzResult scene_SetModified(std::int32_t modified) override;
     bool scene_IsReference() override;
     KzResult scene_ItemAdd(std::int32_t type, IKzUnknown** item) override;
+    KzResult scene_ItemAddReference(const char* ident, std::int32_t type, const char* path, IKzUnknown** item) override;
     KzResult scene_ItemRemove(IKzUnknown* item) override;
     std::uint32_t scene_ItemCount(std::int32_t type) override;
     KzResult scene_ItemByIndex(std::int32_t type, std::uint32_t index, IKzUnknown** item) override;

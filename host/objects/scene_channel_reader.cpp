@@ -83,6 +83,9 @@ void CSceneReader::value() {
     m_states[&info].value = cellFor(info);
 }
 
+// The channel has its default, whatever the item had before.
+void CSceneReader::reset() { m_states[&channelOf(current())] = {}; }
+
 void CSceneReader::action() {
     std::string action = m_in.text();
     const ChannelInfo& info = channelOf(current());

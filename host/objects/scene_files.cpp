@@ -12,6 +12,7 @@
 #include "host/objects/model_program.h"
 #include "host/objects/model_scene.h"
 #include "host/objects/moved_files.h"
+#include "host/objects/references.h"
 #include "host/objects/safe_save.h"
 #include "host/objects/scene_file.h"
 #include "host/state/user_values.h"
@@ -180,7 +181,7 @@ void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImp
     note(path, notes);
 }
 
-CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
+CHostRef<CScene> CSceneFiles::open(const std::string& path, IKzUnknown* monitor) const {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
     const CFileProgress progress(m_parts.context, m_parts.monitors, "Loading", monitor);
@@ -194,14 +195,28 @@ CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor)
         } catch (const SceneFileError&) {  // said when the file is read
         }
     auto scene = kzOpenScene(*m_parts.scenes->workspace, name);
+    const auto saved = [&](CScene& each, const std::string& file) {
+        m_parts.scenes->workspace->setSaved(each.document(), each.document().revision(), file);
+    };
     try {
         loadInto(*scene, path, false, progress.monitor());
+        saved(*scene, path);
+        if (const auto references = kzSceneReferences(*m_parts.scenes->workspace)) {
+            references->loadAll(*scene);
+            m_parts.scenes->workspace->forget(scene->document());
+            saved(*scene, path);
+        }
     } catch (...) {
         scene->close();
         throw;
     }
-    m_parts.scenes->workspace->setSaved(scene->document(), scene->document().revision(), path);
+    return scene;
+}
+
+CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
+    auto scene = open(path, monitor);
     m_parts.scenes->add(scene);
+    if (const auto references = kzSceneReferences(*m_parts.scenes->workspace)) references->tellLoaded(*scene);
     m_parts.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
     return scene;
 }
@@ -215,6 +230,7 @@ void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* mon
     const std::size_t depth = workspace.blockDepth();
     try {
         loadInto(scene, path, true, progress.monitor());
+        if (const auto references = kzSceneReferences(workspace)) references->loadAll(scene);
     } catch (...) {
         if (workspace.blockDepth() == depth) workspace.discardBlock();
         throw;

@@ -46,6 +46,8 @@ public:
     // NOTSUPPORTED if nobody knows its format, and otherwise what the loader says; the log has the reason. The monitor may be
     // null.
     CHostRef<CScene> load(const std::string& path, IKzUnknown* monitor) const;
+    // As above, but the scene is not among the open ones, and nobody is told of it.
+    CHostRef<CScene> open(const std::string& path, IKzUnknown* monitor) const;
     // Adds what the file holds, as one step of the history, or nothing at all. Throws as above.
     void import(const std::string& path, CScene& scene, IKzUnknown* monitor) const;
     // Writes a file in the named format, or that of the path's extension; an empty path stands for the scene's own file.

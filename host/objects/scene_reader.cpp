@@ -2,6 +2,7 @@
 #include "host/objects/scene_reader.h"
 
 #include "host/objects/item.h"
+#include "host/objects/references.h"
 #include "host/objects/scene_codes.h"
 
 #include <fmt/format.h>
@@ -47,6 +48,8 @@ const std::map<std::string_view, CSceneReader::Row>& CSceneReader::statements() 
                                                          {"data", {&R::data, Part::item}},
                                                          {"value", {&R::value, Part::item}},
                                                          {"action", {&R::action, Part::item}},
+                                                         {"reset", {&R::reset, Part::item}},
+                                                         {"override", {&R::override_, Part::item}},
                                                          {"envelope", {&R::envelope, Part::item}},
                                                          {"key", {&R::key, Part::envelope}},
                                                          {"mesh", {&R::mesh, Part::item}},
@@ -78,9 +81,9 @@ void CSceneReader::item() {
         return;
     }
     if (type->number == KZiITYPE_ANY) m_in.fail("no item has the type \"" + typeName + "\" itself");
-    const bool isTaken = m_document.byIdent(ident) != nullptr;
+    const bool isTaken = m_document.byIdent(m_prefix + ident) != nullptr;
     if (isTaken && !m_isImport) m_in.fail("the identifier is that of the scene item");
-    m_item = entry->second = &m_edit.add(m_document, *type, isTaken ? std::string() : ident);
+    m_item = entry->second = &m_edit.add(m_document, *type, isTaken ? std::string() : m_prefix + ident);
 }
 
 void CSceneReader::name() {
@@ -89,7 +92,7 @@ void CSceneReader::name() {
     m_edit.rename(current(), std::move(name), m_isImport ? 0 : number);
 }
 
-void CSceneReader::flags() { m_edit.setFlags(current(), m_in.uint32()); }
+void CSceneReader::flags() { m_edit.setFlags(current(), m_in.uint32() & ~std::uint32_t{KZfITEM_REFERENCE}); }
 
 void CSceneReader::tag() {
     const std::uint32_t code = kzReadCode(m_in);
@@ -121,6 +124,13 @@ void CSceneReader::data() {
             m_in.fail("data are bytes, each of two hexadecimal digits");
         bytes += static_cast<char>(byte);
     }
+}
+
+void CSceneReader::override_() {
+    if (std::string_view(current().type.name) != KZsITYPE_REFERENCE)
+        m_in.fail(fmt::format("a {} refers to no scene", current().type.name));
+    const std::string ident = m_in.text();
+    kzKeepOverride(current(), ident, m_in.text());
 }
 
 void CSceneReader::mesh() {
@@ -209,6 +219,32 @@ void CSceneReader::run() {
     setSources();
 }
 
+void CSceneReader::runReferenced(Item& reference) {
+    m_prefix = reference.ident + "/";
+    run();
+    const auto add = [&](Item& item) { m_edit.setFlags(item, item.flags | KZfITEM_REFERENCE); };
+    std::unordered_set<const Item*> added;
+    for (const auto& [ident, item] : m_items)
+        if (item != nullptr && added.insert(item).second) add(*item);
+    std::vector<Item*> tops;
+    m_document.roots().each([&](Item& root) {
+        if (added.contains(&root)) tops.push_back(&root);
+    });
+    for (Item* top : tops) m_edit.place(*top, &reference, CEdit::last);
+}
+
+void CSceneReader::runChannels(Item& item) {
+    m_item = &item;
+    while (m_in.next()) {
+        static const std::set<std::string_view> ofChannels{"value", "action", "envelope", "key", "reset"};
+        if (!ofChannels.contains(m_in.keyword())) m_in.fail("only values of channels belong here");
+        const Row& row = statements().at(m_in.keyword());
+        if (row.part == Part::item) finishPart();
+        (this->*row.run)();
+    }
+    finishAll();
+}
+
 std::string kzSceneName(std::string_view text) {
     CSceneWords in(text);
     return readHead(in);
@@ -219,6 +255,16 @@ RenamedItems CSceneReader::renamed() const {
     for (const auto& [ident, item] : m_items)
         if (item != nullptr && item->ident != ident) renamed.emplace(ident, item->ident);
     return renamed;
+}
+
+RenamedItems kzReadReferenced(std::string_view text, Item& reference, CEdit& edit) {
+    CSceneReader reader(text, reference.document, edit, true);
+    reader.runReferenced(reference);
+    return reader.renamed();
+}
+
+void kzReadChannels(std::string_view text, Item& item, CEdit& edit) {
+    CSceneReader(text, item.document, edit, false).runChannels(item);
 }
 
 RenamedItems kzReadScene(std::string_view text, CDocument& document, CEdit& edit, bool isImport) {

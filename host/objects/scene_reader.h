@@ -53,6 +53,10 @@ public:
     CSceneReader(std::string_view text, CDocument& document, CEdit& edit, bool isImport)
         : m_in(text), m_document(document), m_edit(edit), m_isImport(isImport) {}
     void run();
+    // As an import for that reference.
+    void runReferenced(Item& reference);
+    // Statements about the channels of an item, and nothing else.
+    void runChannels(Item& item);
     RenamedItems renamed() const;
 
 private:
@@ -82,6 +86,8 @@ private:
     void package();
     void data();
     void value();
+    void reset();
+    void override_();
     void action();
     void envelope();
     void key();
@@ -117,6 +123,7 @@ private:
     CDocument& m_document;
     CEdit& m_edit;
     const bool m_isImport;
+    std::string m_prefix;  // of the identifiers
 
     std::unordered_map<std::string, Item*> m_items;  // by their identifiers in the text; null for one that is left out
     std::unordered_set<const Item*> m_placed;

@@ -1,6 +1,8 @@
 // Writes documents as text.
 #include "host/document/envelope.h"
+#include "host/document/referenced.h"
 #include "host/objects/item.h"
+#include "host/objects/references.h"
 #include "host/objects/scene_codes.h"
 #include "host/objects/scene_file.h"
 #include "host/objects/scene_kinds.h"
@@ -33,10 +35,26 @@ private:
     std::unordered_map<const void*, std::unordered_map<const void*, std::size_t>> m_lists;
 };
 
-class CSceneWriter {
+// Writes what is stored for channels.
+class CChannelWriter {
 public:
-    explicit CSceneWriter(const CDocument& document) : m_document(document) {
-        document.each(KZiITYPE_ANY, [&](Item& item) { m_items.push_back(&item); });
+    void state(const ChannelInfo& info, const ChannelState& state);
+    std::string finish() { return m_out.finish(); }
+
+protected:
+    void cell(const KzCell& cell);
+    void envelope(const ChannelInfo& channel, const ActionValue& state);
+
+    CSceneLines m_out;
+};
+
+class CSceneWriter : CChannelWriter {
+public:
+    CSceneWriter(const CDocument& document, ReferencedItems referenced)
+        : m_document(document), m_isWhole(referenced == ReferencedItems::included) {
+        document.each(KZiITYPE_ANY, [&](Item& item) {
+            if (isWritten(item)) m_items.push_back(&item);
+        });
     }
     std::string run();
 
@@ -44,13 +62,14 @@ private:
     // How many of the links to an item have been written.
     using Counts = std::unordered_map<const Item*, std::size_t>;
 
+    bool isWritten(const Item& item) const {
+        return m_isWhole || item.parent == nullptr || !kzIsReferenced(item);
+    }
     void types();
     void type(const ItemType& type);
     void channel(const ChannelInfo& info);
-    void cell(const KzCell& cell);
     void item(Item& item);
     void values(const Item& item);
-    void envelope(const ChannelInfo& channel, const ActionValue& state);
     void tree(Item& top);
     void links(const std::string& graph);
     void channelLinks(const Item& item);
@@ -58,14 +77,14 @@ private:
     void members(const Item& group);
 
     const CDocument& m_document;
+    const bool m_isWhole;
     std::vector<Item*> m_items;
-    CSceneLines m_out;
     std::set<const ItemType*> m_described;
     Counts m_wired;
     CPlaces m_places;
 };
 
-void CSceneWriter::cell(const KzCell& cell) {
+void CChannelWriter::cell(const KzCell& cell) {
     if (const auto* whole = std::get_if<std::int32_t>(&cell)) m_out.integer(*whole);
     else if (const auto* number = std::get_if<double>(&cell)) m_out.number(*number);
     else if (const auto* text = std::get_if<std::string>(&cell)) m_out.text(*text);
@@ -106,7 +125,7 @@ void CSceneWriter::types() {
     for (const Item* item : m_items) type(item->type);
 }
 
-void CSceneWriter::envelope(const ChannelInfo& channel, const ActionValue& state) {
+void CChannelWriter::envelope(const ChannelInfo& channel, const ActionValue& state) {
     const EnvelopeData& curve = *state.curve;
     m_out.line("envelope").text(state.action).text(channel.name).integer(curve.isInteger() ? 1 : 0);
     m_out.integer(curve.endBehavior(KZiENVSIDE_IN)).integer(curve.endBehavior(KZiENVSIDE_OUT));
@@ -119,24 +138,27 @@ void CSceneWriter::envelope(const ChannelInfo& channel, const ActionValue& state
     }
 }
 
+void CChannelWriter::state(const ChannelInfo& info, const ChannelState& state) {
+    if (state.value) {
+        m_out.line("value").text(info.name);
+        cell(*state.value);
+    }
+    for (const ActionValue& each : state.actions) {
+        if (each.value) {
+            m_out.line("action").text(each.action).text(info.name);
+            cell(*each.value);
+        }
+        if (each.curve != nullptr) envelope(info, each);
+    }
+    if (state.empty()) m_out.line("reset").text(info.name);
+}
+
 void CSceneWriter::values(const Item& item) {
     std::vector<std::pair<std::int32_t, const ChannelInfo*>> channels;
     for (const auto& [info, state] : item.values) channels.emplace_back(item.indexOf(*info), info);
     std::sort(channels.begin(), channels.end());
-    for (const auto& [index, info] : channels) {
-        const ChannelState& state = item.values.at(info);
-        if (state.value) {
-            m_out.line("value").text(info->name);
-            cell(*state.value);
-        }
-        for (const ActionValue& each : state.actions) {
-            if (each.value) {
-                m_out.line("action").text(each.action).text(info->name);
-                cell(*each.value);
-            }
-            if (each.curve != nullptr) envelope(*info, each);
-        }
-    }
+    for (const auto& [index, info] : channels)
+        if (const ChannelState& stored = item.values.at(info); !stored.empty()) state(*info, stored);
 }
 
 void CSceneWriter::item(Item& item) {
@@ -154,6 +176,8 @@ void CSceneWriter::item(Item& item) {
     }
     for (const auto& info : item.userChannels) channel(*info);
     values(item);
+    if (!m_isWhole)
+        for (const auto& [ident, text] : kzChangesKept(item)) m_out.line("override").text(ident).text(text);
     if (item.source != nullptr) return;  // the mesh is the source's
     if (CMeshData* mesh = kzMeshOf(item); mesh != nullptr && mesh->points.size() + mesh->maps.size() > 0)
         kzWriteMesh(*mesh, m_out);
@@ -168,7 +192,9 @@ void CSceneWriter::tree(Item& top) {
         m_out.line("place").text(item.ident);
         if (item.parent != nullptr) m_out.text(item.parent->ident);
         const std::size_t first = open.size();
-        item.children.each([&](Item& child) { open.push_back(&child); });
+        item.children.each([&](Item& child) {
+            if (isWritten(child)) open.push_back(&child);
+        });
         std::reverse(open.begin() + static_cast<std::ptrdiff_t>(first), open.end());
     }
 }
@@ -227,6 +253,14 @@ std::string CSceneWriter::run() {
 
 }  // namespace
 
-std::string kzWriteScene(const CDocument& document) { return CSceneWriter(document).run(); }
+std::string kzWriteScene(const CDocument& document, ReferencedItems referenced) {
+    return CSceneWriter(document, referenced).run();
+}
+
+std::string kzWriteChannel(const ChannelInfo& channel, const ChannelState& state) {
+    CChannelWriter out;
+    out.state(channel, state);
+    return out.finish();
+}
 
 }  // namespace kzhost

@@ -309,6 +309,9 @@ def drive_selection():
                  (channels.AddLink, child, 0, mesh, 0), (channels.DeleteLink, child, 0, mesh, 0),
                  (scenes.SetCurrent, other), (scenes.Save, scene, FOLDER + '/a.kzscene', None)):
         attempt(*call)
+    attempt(scenes.SetCurrent, other)
+    for action in 'add %s/a.kzscene' % FOLDER, 'unload a':
+        attempt(kz.eval, 'scene.reference.' + action)
     items = scenes.CreateCollection()
     items.Add(child)
     attempt(items.Duplicate, scene, symbol.fITEMCOPY_INSTANCE)
