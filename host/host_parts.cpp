@@ -12,6 +12,7 @@
 #include "host/commands/preset_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
+#include "host/commands/tree_commands.h"
 #include "host/commands/user_value_commands.h"
 #include "host/commands/value_commands.h"
 #include "host/core/command_dispatcher.h"
@@ -50,6 +51,7 @@
 #include "host/objects/served_modifiers.h"
 #include "host/objects/sound.h"
 #include "host/objects/sound_files.h"
+#include "host/objects/tree_views.h"
 #include "host/objects/user_value.h"
 #include "host/services/absent_services.h"
 #include "host/services/audio_service.h"
@@ -153,6 +155,8 @@ void addCommands(const HostParts& host) {
     kzAddPresetCommands(*host.registry, host.presets, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
+    kzAddTreeCommands(*host.registry, host.trees);
+    kzAddTreeCellCommands(*host.registry, host.trees, host.dispatcher, host.drops);
     kzAddUserValueCommands(*host.registry, host.userValues);
     kzAddValueCommands(*host.registry, host.modules);
 }
@@ -307,6 +311,7 @@ HostParts::HostParts()
           SceneFileParts{context, modules, listeners, log, monitors, scenes, files, userValues, redirects})),
       drops(std::make_shared<CDrops>(modules, scenes, kzOwnDrops(scenes, presets, sceneFiles))),
       autoSave(std::make_shared<CAutoSave>(userValues, scenes, sceneFiles, modules, log)),
+      trees(std::make_shared<CTreeViews>(modules, listeners)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners, notifiers);

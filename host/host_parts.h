@@ -35,6 +35,7 @@ class CServedModifiers;
 class CServiceRegistry;
 class CSessionMemory;
 class CTextBoard;
+class CTreeViews;
 class CUndoBlocks;
 class CUserValues;
 class CValueTypeRegistry;
@@ -87,6 +88,7 @@ struct HostParts {
     std::shared_ptr<CSceneFiles> sceneFiles;
     std::shared_ptr<CDrops> drops;
     std::shared_ptr<CAutoSave> autoSave;
+    std::shared_ptr<CTreeViews> trees;
     std::shared_ptr<QueryEnvironment> queries;
 };
 
