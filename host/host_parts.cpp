@@ -6,6 +6,7 @@
 #include "host/commands/builtin_server_commands.h"
 #include "host/commands/document_commands.h"
 #include "host/commands/drop_commands.h"
+#include "host/commands/folder_commands.h"
 #include "host/commands/image_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
@@ -38,6 +39,7 @@
 #include "host/objects/auto_save.h"
 #include "host/objects/buffer.h"
 #include "host/objects/color_model.h"
+#include "host/objects/dir_cache.h"
 #include "host/objects/document_listeners.h"
 #include "host/objects/document_undo.h"
 #include "host/objects/drops.h"
@@ -150,6 +152,7 @@ void addCommands(const HostParts& host) {
     kzAddUndoCommands(*host.registry, host.scenes);
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
+    kzAddFolderCommands(*host.registry, host.modules, host.dirCache, host.files);
     kzAddDropCommands(*host.registry, host.drops, host.scenes);
     kzAddImageCommands(*host.registry, host.modules, host.log, host.files, host.images);
     kzAddPresetCommands(*host.registry, host.presets, host.scenes);
@@ -209,8 +212,7 @@ void addServices(const HostParts& host) {
     add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
     add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
-    add("dircache", KZu_DIRCACHESERVICE, kzMakeDirCacheService, host.modules, host.preferences, host.images,
-        host.notifiers, host.files);
+    add("dircache", KZu_DIRCACHESERVICE, kzMakeDirCacheService, host.dirCache, host.files);
     add("drop", KZu_DROPSERVICE, kzMakeDropService, host.drops);
     add("file", KZu_FILESERVICE, kzMakeFileService, host.files);
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
@@ -305,6 +307,7 @@ HostParts::HostParts()
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()), redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
+      dirCache(std::make_shared<CDirCache>(modules, preferences, images, notifiers)),
       sounds(std::make_shared<CSoundFiles>(context, modules, log, monitors)),
       presets(std::make_shared<CPresets>(modules, scenes)),
       sceneFiles(std::make_shared<CSceneFiles>(

@@ -13,6 +13,7 @@ class CCommandRegistry;
 class CCommandState;
 class CCommandStates;
 class CDialogBoard;
+class CDirCache;
 class CDrops;
 class CPathAliases;
 class CImageFiles;
@@ -83,6 +84,7 @@ struct HostParts {
     // Parts that use both
     std::shared_ptr<RedirectRules> redirects;
     std::shared_ptr<CImageFiles> images;
+    std::shared_ptr<CDirCache> dirCache;
     std::shared_ptr<CSoundFiles> sounds;
     std::shared_ptr<CPresets> presets;
     std::shared_ptr<CSceneFiles> sceneFiles;

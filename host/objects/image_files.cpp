@@ -13,6 +13,7 @@
 #include "host/objects/layer_blend.h"
 #include "host/objects/picture_library.h"
 #include "host/objects/safe_save.h"
+#include "host/objects/synthetic_folders.h"
 #include "host/pictures/picture_files.h"
 #include "host/state/text.h"
 
@@ -212,7 +213,8 @@ CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, con
     return mapped;
 }
 
-CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor) const {
+CHostRef<CImage> CImageFiles::load(const std::string& place, IKzUnknown* monitor) const {
+    const std::string path = kzLocalFile(*m_modules, place);
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
     const CFileProgress progress(m_context, m_monitors, "Loading", monitor);

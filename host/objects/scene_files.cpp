@@ -14,6 +14,7 @@
 #include "host/objects/moved_files.h"
 #include "host/objects/safe_save.h"
 #include "host/objects/scene_file.h"
+#include "host/objects/synthetic_folders.h"
 #include "host/state/user_values.h"
 
 #include "kz/dialog.h"
@@ -142,7 +143,7 @@ void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport
         load.finish(!isImport);
     }
     std::vector<std::string> notes;
-    kzFollowMovedFiles(scene.document(), isImport, {m_parts.modules, m_parts.files, m_parts.redirects}, notes);
+    kzFollowMovedFiles(scene.document(), isImport, {m_parts.modules, m_parts.files, m_parts.redirects, path}, notes);
     note(path, notes);
     if (!isImport) scene.document().workspace().forget(scene.document());
 }
@@ -180,7 +181,8 @@ void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImp
     note(path, notes);
 }
 
-CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
+CHostRef<CScene> CSceneFiles::load(const std::string& place, IKzUnknown* monitor) const {
+    const std::string path = kzLocalFile(*m_parts.modules, place);
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
     const CFileProgress progress(m_parts.context, m_parts.monitors, "Loading", monitor);
@@ -206,7 +208,8 @@ CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor)
     return scene;
 }
 
-void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* monitor) const {
+void CSceneFiles::import(const std::string& place, CScene& scene, IKzUnknown* monitor) const {
+    const std::string path = kzLocalFile(*m_parts.modules, place);
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
     const CFileProgress progress(m_parts.context, m_parts.monitors, "Importing", monitor);

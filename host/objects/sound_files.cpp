@@ -11,6 +11,7 @@
 #include "host/objects/arguments.h"
 #include "host/objects/file_servers.h"
 #include "host/objects/safe_save.h"
+#include "host/objects/synthetic_folders.h"
 #include "host/objects/wave_file.h"
 
 #include "kz/audio.h"
@@ -78,7 +79,8 @@ KzResult CSoundTarget::audioloadertarget_Write(std::uint32_t count, std::uint32_
 
 }  // namespace
 
-Sound CSoundFiles::load(const std::string& path) const {
+Sound CSoundFiles::load(const std::string& place) const {
+    const std::string path = kzLocalFile(*m_modules, place);
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error))
         throw kzBecause(KZe_NOTFOUND, "sound file", [&] { return "there is no file \"" + path + "\""; });

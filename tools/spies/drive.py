@@ -225,6 +225,25 @@ def drive_folders():
     kz.bless(all_done('DirCacheFileMetrics'), 'spied.metrics')
     attempt(cache.Scan, cache.Lookup(FOLDER), symbol.fDCSCAN_METRICS)
     attempt(cache.Lookup(FOLDER + '/a.spied').Thumbnail, 1, 1)
+    open(FOLDER + '/renamed.spied', 'w').close()
+    attempt(kz.eval, 'file.rename {%s/renamed.spied} other.spied' % FOLDER)
+    entry = lambda path, **more: all_done('DirCacheSyntheticEntry', dcsyne_Path=path, **more)()
+    leaf = dict(dcsyne_IsFile=True, dcsyne_Size=1.0, dcsyne_DirUserName='leaf', dcsyne_FileExtension='spied',
+                dcsyne_ModifiedTime=1.0, dcsyne_Thumbnail=None, dcsyne_Open=FOLDER + '/a.spied')
+    root = lambda self: entry('', dcsyne_IsFile=False, dcsyne_DirCount=1, dcsyne_ModifiedTime=1.0, dcsyne_DirUserName='root',
+                              dcsyne_FileExtension='', dcsyne_DirByIndex=lambda self, list, index: entry('leaf', **leaf))
+    kz.bless(spies.spy_class('DirCacheSynthetic', dcsyn_Root=root, dcsyn_Lookup=lambda self, path: entry(path, **leaf)),
+             'spied.folder', {symbol.sTAG_DIRSYNTH_ROOT: FOLDER + '/served'})
+    attempt(cache.Scan, cache.Lookup(FOLDER + '/served'), symbol.fDCSCAN_METRICS)
+    attempt(cache.Lookup(FOLDER + '/served/leaf').Thumbnail, 1, 1)
+    attempt(kz.eval, 'file.fetch {%s/served/leaf} local:?' % FOLDER)
+    kz.bless(spies.spy_class('ProjDirOverride', pdo_Override='.'), 'spied.project')
+    scene = scenes.Create('project')
+    clip = scene.ItemAdd(scenes.ItemTypeLookup('videoStill'))
+    attempt(scene.WriteChannels(None, 0.0).StringByName, clip, 'filename', '/spied/outside.png')
+    attempt(scenes.Save, scene, FOLDER + '/project.kzscene', None)
+    scenes.Close(scene)
+    scenes.Close(scenes.Load(FOLDER + '/project.kzscene', None))
 
 
 def drive_time():
