@@ -314,7 +314,7 @@ HostParts::HostParts()
           SceneFileParts{context, modules, listeners, log, monitors, scenes, files, userValues, redirects})),
       drops(std::make_shared<CDrops>(modules, scenes, kzOwnDrops(scenes, presets, sceneFiles))),
       autoSave(std::make_shared<CAutoSave>(userValues, scenes, sceneFiles, modules, log)),
-      trees(std::make_shared<CTreeViews>(modules, listeners)),
+      trees(std::make_shared<CTreeViews>(modules, listeners, notifiers)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners, notifiers);

@@ -51,7 +51,7 @@ std::string placeArgument(CPathAliases& files, CBuiltinCommand& command, const c
 
 // The class of a folder is empty, as is that of a file of which nobody knows what it is.
 std::string entryText(CDirCache& cache, const std::string& path, std::string_view what) {
-    const std::string name = std::filesystem::path(path).filename().string();
+    std::string name = std::filesystem::path(path).filename().string();
     if (what == "name") return name;
     if (what == "path") return path;
     const CDirCache::Row row = cache.row(path);

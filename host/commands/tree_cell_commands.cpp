@@ -109,15 +109,17 @@ bool fillIn(std::string& text, const std::string& value) {
     kzFirstWord(text, &rest);
     const std::size_t start = text.size() - rest.size();
     const auto arguments = kzParseArguments(rest);
-    bool isFilled = false;
-    std::size_t end = text.size();
-    for (auto each = arguments.rbegin(); each != arguments.rend(); ++each) {
-        if (each->isQuery) {
-            text.replace(text.rfind('?', end - 1), 1, quotedValue(value));
-            isFilled = true;
-        }
-        end = start + each->at - 1;
+    std::string filled;
+    std::size_t copied = 0;
+    for (std::size_t index = 0; index < arguments.size(); ++index) {
+        if (!arguments[index].isQuery) continue;
+        const bool isLast = index + 1 == arguments.size();
+        const std::size_t mark = text.rfind('?', isLast ? text.size() : start + arguments[index + 1].at - 2);
+        filled += text.substr(copied, mark - copied) + quotedValue(value);
+        copied = mark + 1;
     }
+    const bool isFilled = copied > 0;
+    text = filled + text.substr(copied);
     return isFilled;
 }
 

@@ -189,7 +189,7 @@ void CDirCache::scanBelow(const std::string& path, std::uint32_t flags, Walk& wa
     if (!isSame || (flags & KZfDCSCAN_FORCE) != 0) {
         const auto served = readNames(path, hidden, now);
         const std::lock_guard guard(m_lock);
-        for (const std::string& name : now.names) m_rows.erase(normal(path + "/" + name));
+        for (const std::string& name : now.names) m_rows.erase(normal(fmt::format("{}/{}", path, name)));
         for (const SyntheticEntry& each : served) m_rows.try_emplace(each.path, rowOf(each));
         m_rows[path] = std::move(now);
     }
@@ -209,7 +209,7 @@ void CDirCache::scanBelow(const std::string& path, std::uint32_t flags, Walk& wa
 std::vector<std::string> CDirCache::children(const std::string& path, std::uint32_t list) {
     std::vector<std::string> paths;
     for (const std::string& name : row(path).names) {
-        std::string child = normal(path + "/" + name);
+        std::string child = normal(fmt::format("{}/{}", path, name));
         const std::uint32_t own = row(child).isDirectory ? KZvDCELIST_DIRS : KZvDCELIST_FILES;
         if ((list & own) != 0) paths.push_back(std::move(child));
     }

@@ -213,8 +213,8 @@ CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, con
     return mapped;
 }
 
-CHostRef<CImage> CImageFiles::load(const std::string& place, IKzUnknown* monitor) const {
-    const std::string path = kzLocalFile(*m_modules, place);
+CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor) const {
+    if (const std::string local = kzLocalFile(*m_modules, path); local != path) return load(local, monitor);
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
     const CFileProgress progress(m_context, m_monitors, "Loading", monitor);

@@ -181,8 +181,8 @@ void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImp
     note(path, notes);
 }
 
-CHostRef<CScene> CSceneFiles::load(const std::string& place, IKzUnknown* monitor) const {
-    const std::string path = kzLocalFile(*m_parts.modules, place);
+CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
+    if (const std::string local = kzLocalFile(*m_parts.modules, path); local != path) return load(local, monitor);
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
     const CFileProgress progress(m_parts.context, m_parts.monitors, "Loading", monitor);
@@ -208,8 +208,9 @@ CHostRef<CScene> CSceneFiles::load(const std::string& place, IKzUnknown* monitor
     return scene;
 }
 
-void CSceneFiles::import(const std::string& place, CScene& scene, IKzUnknown* monitor) const {
-    const std::string path = kzLocalFile(*m_parts.modules, place);
+void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* monitor) const {
+    if (const std::string local = kzLocalFile(*m_parts.modules, path); local != path)
+        return import(local, scene, monitor);
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
     const CFileProgress progress(m_parts.context, m_parts.monitors, "Importing", monitor);

@@ -79,8 +79,8 @@ KzResult CSoundTarget::audioloadertarget_Write(std::uint32_t count, std::uint32_
 
 }  // namespace
 
-Sound CSoundFiles::load(const std::string& place) const {
-    const std::string path = kzLocalFile(*m_modules, place);
+Sound CSoundFiles::load(const std::string& path) const {
+    if (const std::string local = kzLocalFile(*m_modules, path); local != path) return load(local);
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error))
         throw kzBecause(KZe_NOTFOUND, "sound file", [&] { return "there is no file \"" + path + "\""; });

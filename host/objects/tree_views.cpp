@@ -4,10 +4,12 @@
 #include "host/core/command_text.h"
 #include "host/core/listener_table.h"
 #include "host/core/module_table.h"
+#include "host/core/notifier_table.h"
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/state/text.h"
 
+#include "kz/command.h"
 #include "kz/listener.h"
 #include "kz/result.h"
 
@@ -15,6 +17,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <sstream>
 #include <utility>
 
 namespace kzhost {
@@ -60,6 +63,22 @@ private:
     const std::weak_ptr<CListenerTable> m_listeners;
 };
 
+// The client of a notifier that makes a view refresh.
+class CTreeRefresh final : public CHosted<"tree refresh", CTreeRefresh, CKzIfc_CommandEvent> {
+public:
+    explicit CTreeRefresh(std::weak_ptr<CListenerTable> listeners) : m_listeners(std::move(listeners)) {}
+
+    void cevt_Event(std::uint32_t flags) override {
+        const bool isShown = (flags & ~(KZfNOTIFY_VALUE | KZfNOTIFY_LABEL | KZfNOTIFY_DISABLE)) == 0;
+        const auto what = isShown ? &IKzTreeListener::NewAttributes : &IKzTreeListener::NewShape;
+        if (const auto listeners = m_listeners.lock())
+            kzTellOfTrees(*listeners, [&](IKzTreeListener& each) { (each.*what)(); });
+    }
+
+private:
+    const std::weak_ptr<CListenerTable> m_listeners;
+};
+
 // What each view answers about its state. A view need not keep one.
 bool keepsState(KzResult code) { return code != KZe_NOTFOUND && code != KZe_NOTIMPL; }
 
@@ -87,7 +106,21 @@ COpenTree::COpenTree(std::string name, IKzUnknown* tree, std::shared_ptr<CListen
                   [&] { return fmt::format("the tree \"{}\" takes no listener: {}", m_name, kzCodeName(code)); });
 }
 
+void COpenTree::follow(CNotifierTable& notifiers, const std::string& notifier) {
+    CKzLoc_Unknown object;
+    KzResult code = notifiers.lookup(notifier, {}, object.out());
+    if (!m_client) m_client.hold(kzMakeObject<CTreeRefresh>(m_listeners));
+    if (kzSucceeded(code)) code = CKzUser_Notifier(object.raw()).AddClient(m_client.raw());
+    if (kzSucceeded(code)) m_notifiers.emplace_back().set(object.raw());
+    else
+        kzBecause(code, "TreeView", [&] {
+            return fmt::format("the tree \"{}\" cannot follow the notifier \"{}\" of its tag {}: {}", m_name, notifier,
+                               KZsTAG_TREE_NOTIFIER, kzCodeName(code));
+        });
+}
+
 COpenTree::~COpenTree() {
+    for (const CKzLoc_Unknown& each : m_notifiers) CKzUser_Notifier(each.raw()).RemoveClient(m_client.raw());
     if (m_ear) CKzUser_ListenerPort(m_tree.raw()).RemoveListener(m_ear.raw());
 }
 
@@ -128,7 +161,13 @@ OpenTreeRef CTreeViews::make(const std::string& name) const {
     }
     if (!CKzUser_Tree(object.raw()) || !CKzUser_TreeView(object.raw()))
         throw CommandTextError{KZe_NOINTERFACE, fmt::format("the tree \"{}\" is not both a Tree and a TreeView", name)};
-    return std::make_shared<COpenTree>(name, object.raw(), m_listeners);
+    const auto tree = std::make_shared<COpenTree>(name, object.raw(), m_listeners);
+    for (const auto& [tag, value] : CModuleTable::tagsOf(*server)) {
+        if (tag != KZsTAG_TREE_NOTIFIER) continue;
+        std::istringstream words(value);
+        for (std::string notifier; words >> notifier;) tree->follow(*m_notifiers, notifier);
+    }
+    return tree;
 }
 
 OpenTreeRef CTreeViews::open(const std::string& name) {

@@ -5,17 +5,20 @@
 
 #include "kz/tree.h"
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kzhost {
 
 class CListenerTable;
 class CModuleTable;
+class CNotifierTable;
 
 // Tells the listeners of trees. What one of them changes meanwhile is not announced: that would never end.
 void kzTellOfTrees(CListenerTable& listeners, const std::function<void(IKzTreeListener&)>& tell);
@@ -24,6 +27,8 @@ void kzTellOfTrees(CListenerTable& listeners, const std::function<void(IKzTreeLi
 class COpenTree {
 public:
     COpenTree(std::string name, IKzUnknown* tree, std::shared_ptr<CListenerTable> listeners);
+    // From now on that notifier says, too, that the tree has changed.
+    void follow(CNotifierTable& notifiers, const std::string& notifier);
     COpenTree(const COpenTree&) = delete;
     COpenTree& operator=(const COpenTree&) = delete;
     ~COpenTree();
@@ -38,13 +43,16 @@ private:
     CKzUser_Tree m_tree;
     const std::shared_ptr<CListenerTable> m_listeners;
     CKzLoc_Unknown m_ear;  // empty if the tree does not take it
+    CKzLoc_Unknown m_client;
+    std::deque<CKzLoc_Unknown> m_notifiers;  // which have the client
 };
 using OpenTreeRef = std::shared_ptr<COpenTree>;
 
 class CTreeViews {
 public:
-    CTreeViews(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CListenerTable> listeners)
-        : m_modules(std::move(modules)), m_listeners(std::move(listeners)) {}
+    CTreeViews(std::shared_ptr<CModuleTable> modules, std::shared_ptr<CListenerTable> listeners,
+               std::shared_ptr<CNotifierTable> notifiers)
+        : m_modules(std::move(modules)), m_listeners(std::move(listeners)), m_notifiers(std::move(notifiers)) {}
 
     // The server names of all trees. One without a view cannot be opened.
     std::vector<std::string> names() const;
@@ -62,6 +70,7 @@ private:
 
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<CListenerTable> m_listeners;
+    std::shared_ptr<CNotifierTable> m_notifiers;
     mutable std::mutex m_lock;
     std::map<std::string, OpenTreeRef> m_open;
 };

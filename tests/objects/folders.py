@@ -5,7 +5,7 @@ import tempfile
 
 import kz
 import kzifc
-from checks import equal, fails, near, reasons, result_of
+from checks import equal, fails, reasons, result_of
 from kz import symbol
 
 CACHE, IMAGES, VALUES = kz.service.DirCache(), kz.service.Image(), kz.service.Value()

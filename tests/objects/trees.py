@@ -275,7 +275,7 @@ class Soil(kzifc.Drop):
         TOLD.append(kz.object.Value(source).GetString())
 
 
-kz.bless(Garden, 'garden', {symbol.sTAG_TREE_TYPE: 'garden'})
+kz.bless(Garden, 'garden', {symbol.sTAG_TREE_TYPE: 'garden', symbol.sTAG_TREE_NOTIFIER: 'unit.system tree.none server.list'})
 kz.bless(Plain, 'quiet')
 kz.bless(type('Flat', (Quiet,), {}), 'flat')
 kz.bless(Soil, 'soil', {symbol.sTAG_DROP_SOURCE: 'text'})
@@ -389,6 +389,10 @@ def check_listeners_hear_of_trees():
     equal((Ear.heard, any('names a parent that is no Tree' in line for line in reasons())),
           (['position', 'columns', 'shape'], True))
     del Ear.heard[:]
+    for flags in symbol.fNOTIFY_REFRESH, symbol.fNOTIFY_VALUE | symbol.fNOTIFY_LABEL:
+        kz.service.NotifySys().Send('unit.system', '', flags)
+    equal((Ear.heard, any('cannot follow the notifier "tree.none"' in line for line in reasons())), (['shape', 'attributes'], True))
+    del Ear.heard[:]
     kz.eval('tree.toggle flat 0')  # such a tree tells nobody, so the host does
     LISTENER.FirePort('trees', kz.object.Unknown(Plain()))
     equal(Ear.heard, ['attributes', 'shape'])
@@ -396,6 +400,11 @@ def check_listeners_hear_of_trees():
     LISTENER.RemoveListener(ear)
     kz.eval('tree.select garden 0')
     equal(Ear.heard, ['attributes', 'shape'])
+    port.AddListener(ear)
+    kz.eval('tree.close garden')
+    kz.service.NotifySys().Send('unit.system', '', symbol.fNOTIFY_REFRESH)
+    equal(Ear.heard, ['attributes', 'shape'])
+    port.RemoveListener(ear)
 
 
 def check_trees_that_are_wrong_are_named():
