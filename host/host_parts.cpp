@@ -6,6 +6,7 @@
 #include "host/commands/builtin_server_commands.h"
 #include "host/commands/document_commands.h"
 #include "host/commands/drop_commands.h"
+#include "host/commands/folder_commands.h"
 #include "host/commands/image_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
@@ -13,6 +14,7 @@
 #include "host/commands/reference_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
+#include "host/commands/tree_commands.h"
 #include "host/commands/user_value_commands.h"
 #include "host/commands/value_commands.h"
 #include "host/core/command_dispatcher.h"
@@ -38,6 +40,7 @@
 #include "host/objects/auto_save.h"
 #include "host/objects/buffer.h"
 #include "host/objects/color_model.h"
+#include "host/objects/dir_cache.h"
 #include "host/objects/document_listeners.h"
 #include "host/objects/document_undo.h"
 #include "host/objects/drops.h"
@@ -52,6 +55,7 @@
 #include "host/objects/served_modifiers.h"
 #include "host/objects/sound.h"
 #include "host/objects/sound_files.h"
+#include "host/objects/tree_views.h"
 #include "host/objects/user_value.h"
 #include "host/services/absent_services.h"
 #include "host/services/audio_service.h"
@@ -151,11 +155,14 @@ void addCommands(const HostParts& host) {
     kzAddUndoCommands(*host.registry, host.scenes);
     kzAddLogCommands(*host.registry, host.log, host.properties);
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
+    kzAddFolderCommands(*host.registry, host.modules, host.dirCache, host.files);
     kzAddDropCommands(*host.registry, host.drops, host.scenes);
     kzAddImageCommands(*host.registry, host.modules, host.log, host.files, host.images);
     kzAddPresetCommands(*host.registry, host.presets, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
+    kzAddTreeCommands(*host.registry, host.trees);
+    kzAddTreeCellCommands(*host.registry, host.trees, host.dispatcher, host.drops);
     kzAddUserValueCommands(*host.registry, host.userValues);
     kzAddValueCommands(*host.registry, host.modules);
 }
@@ -208,8 +215,7 @@ void addServices(const HostParts& host) {
     add("colormapping", KZu_COLORMAPPINGSERVICE, kzMakeColorMappingService, host.images);
     add("command", KZu_COMMANDSERVICE, kzMakeCommandService, host.dispatcher, host.commandState, host.types);
     add("dialog", KZu_STDDIALOGSERVICE, kzMakeDialogService, host.monitors, host.log);
-    add("dircache", KZu_DIRCACHESERVICE, kzMakeDirCacheService, host.modules, host.preferences, host.images,
-        host.notifiers, host.files);
+    add("dircache", KZu_DIRCACHESERVICE, kzMakeDirCacheService, host.dirCache, host.files);
     add("drop", KZu_DROPSERVICE, kzMakeDropService, host.drops);
     add("file", KZu_FILESERVICE, kzMakeFileService, host.files);
     add("guid", KZu_GUIDSERVICE, kzMakeGuidService);
@@ -304,12 +310,14 @@ HostParts::HostParts()
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
       services(std::make_shared<CServiceRegistry>()), redirects(std::make_shared<RedirectRules>()),
       images(std::make_shared<CImageFiles>(context, modules, listeners, log, monitors, files)),
+      dirCache(std::make_shared<CDirCache>(modules, preferences, images, notifiers)),
       sounds(std::make_shared<CSoundFiles>(context, modules, log, monitors)),
       presets(std::make_shared<CPresets>(modules, scenes)),
       sceneFiles(std::make_shared<CSceneFiles>(
           SceneFileParts{context, modules, listeners, log, monitors, scenes, files, userValues, redirects})),
       drops(std::make_shared<CDrops>(modules, scenes, kzOwnDrops(scenes, presets, sceneFiles))),
       autoSave(std::make_shared<CAutoSave>(userValues, scenes, sceneFiles, modules, log)),
+      trees(std::make_shared<CTreeViews>(modules, listeners, notifiers)),
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners, notifiers);

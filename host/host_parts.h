@@ -13,6 +13,7 @@ class CCommandRegistry;
 class CCommandState;
 class CCommandStates;
 class CDialogBoard;
+class CDirCache;
 class CDrops;
 class CPathAliases;
 class CImageFiles;
@@ -35,6 +36,7 @@ class CServedModifiers;
 class CServiceRegistry;
 class CSessionMemory;
 class CTextBoard;
+class CTreeViews;
 class CUndoBlocks;
 class CUserValues;
 class CValueTypeRegistry;
@@ -82,11 +84,13 @@ struct HostParts {
     // Parts that use both
     std::shared_ptr<RedirectRules> redirects;
     std::shared_ptr<CImageFiles> images;
+    std::shared_ptr<CDirCache> dirCache;
     std::shared_ptr<CSoundFiles> sounds;
     std::shared_ptr<CPresets> presets;
     std::shared_ptr<CSceneFiles> sceneFiles;
     std::shared_ptr<CDrops> drops;
     std::shared_ptr<CAutoSave> autoSave;
+    std::shared_ptr<CTreeViews> trees;
     std::shared_ptr<QueryEnvironment> queries;
 };
 

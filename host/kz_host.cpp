@@ -21,6 +21,7 @@
 #include "host/objects/item_packages.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/served_modifiers.h"
+#include "host/objects/tree_views.h"
 #include "host/services/application.h"
 #include "host/state/call_watch.h"
 #include "host/state/path_aliases.h"
@@ -89,6 +90,7 @@ void CKzHost::unload() {
     m_parts->modifiers->clear();
     m_parts->packages->clear();
     m_parts->drops->end();  // servers of modules wait for its end
+    m_parts->trees->closeAll();
     modules().clear();
 }
 

@@ -4,12 +4,13 @@
 #include "host/cli/debugger.h"
 #include "host/cli/run_interpreter.h"
 #include "host/cli/standard_streams.h"
-#include "host/cli/tree_walk.h"
+#include "host/core/command_text.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/scripts.h"
 #include "host/objects/image_files.h"
+#include "host/objects/tree_position.h"
 #include "host/state/text.h"
 
 #include "kz/result.h"
@@ -138,11 +139,12 @@ int convert(CProgram& program, const std::string& from, const std::string& to, c
     return exitOk;
 }
 
-void printRow(const TreeRow& row) {
-    std::string line(std::size_t{2} * row.depth, ' ');
-    for (std::size_t column = 0; column < row.cells.size(); ++column)
-        line += (column > 0 ? "  " : "") + row.cells[column];
-    CStandardStreams::get().out(line + "\n");
+// The text in each column, or the index where the tree has no columns.
+void printTreeRow(const CTreePosition& at, std::size_t columns) {
+    std::string line(2 * (at.path().size() - 1), ' ');
+    for (std::size_t column = 0; column < columns; ++column)
+        line += (column > 0 ? "  " : "") + at.cell(static_cast<std::int32_t>(column)).value_or("");
+    CStandardStreams::get().out((columns == 0 ? line + std::to_string(at.path().back()) : line) + "\n");
 }
 
 int printTree(CProgram& program, const std::string& name) {
@@ -153,7 +155,11 @@ int printTree(CProgram& program, const std::string& name) {
     if (!server) return failed("there is no tree \"" + name + "\"", KZe_NOTFOUND);
     try {
         CKzLoc_Unknown tree;
-        kzWalkTree(CModuleTable::spawn(*server, tree).raw(), printRow);
+        CTreePosition at(name, CModuleTable::spawn(*server, tree).raw());
+        const std::size_t columns = at.columns().size();
+        at.walk({}, [&] { printTreeRow(at, columns); });
+    } catch (const CommandTextError& error) {
+        return failed(error.text, error.code);
     } catch (KzResult code) {
         return failed("the tree \"" + name + "\"", code);
     }

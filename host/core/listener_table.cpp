@@ -6,6 +6,7 @@
 #include "kz/result.h"
 #include "kz/scene_event.h"
 #include "kz/selection.h"
+#include "kz/tree.h"
 #include "kz/user_value.h"
 
 #include <algorithm>
@@ -31,6 +32,7 @@ constexpr ListenerClass classes[] = {
     {KZa_ANIMLISTENER, KZu_ANIMLISTENER},
     {KZa_SCENEEVALLISTENER, KZu_SCENEEVALLISTENER},
     {KZa_USERVALUELISTENER, KZu_USERVALUELISTENER},
+    {KZa_TREELISTENER, KZu_TREELISTENER},
 };
 static_assert(std::size(classes) < 32);
 

@@ -4,9 +4,12 @@
 #include "host/core/module_table.h"
 #include "host/core/notifier_table.h"
 #include "host/core/reasons.h"
+#include "host/core/refusal.h"
 #include "host/core/values.h"
+#include "host/objects/file_metrics.h"
 #include "host/objects/image_edits.h"
 #include "host/objects/image_files.h"
+#include "host/objects/synthetic_folders.h"
 #include "host/state/preferences.h"
 #include "host/state/text.h"
 
@@ -34,157 +37,12 @@ constexpr const char* markKind = "mark";
 constexpr const char* basePathKind = "basePaths";
 constexpr std::array browsers{KZsBROWSER_PRESETS, KZsBROWSER_FILES, KZsBROWSER_CLIPS};
 
-struct MetricRow {
-    const char* name;
-    const char* type;
-};
-constexpr MetricRow metricRows[] = {{KZsMETRIC_NAME, KZsTYPE_STRING},       {KZsMETRIC_TYPE, KZsTYPE_STRING},
-                                    {KZsMETRIC_SIZE, KZsTYPE_FLOAT},        {KZsMETRIC_MODIFIED, KZsTYPE_FLOAT},
-                                    {KZsMETRIC_CREATED, KZsTYPE_FLOAT},     {KZsMETRIC_AUTHOR, KZsTYPE_STRING},
-                                    {KZsMETRIC_COPYRIGHT, KZsTYPE_STRING},  {KZsMETRIC_CAPTION, KZsTYPE_STRING},
-                                    {KZsMETRIC_RESOLUTION, KZsTYPE_STRING}, {KZsMETRIC_BITDEPTH, KZsTYPE_INTEGER},
-                                    {KZsMETRIC_ITEMCOUNT, KZsTYPE_INTEGER}, {KZsMETRIC_POLYCOUNT, KZsTYPE_INTEGER},
-                                    {KZsMETRIC_DURATION, KZsTYPE_TIME},     {KZsMETRIC_VERSION, KZsTYPE_STRING}};
-
-// What a server fills in: an attribute for each metric.
-class CMetricAttributes final : public CHosted<"file metrics", CMetricAttributes, CKzIfc_Attributes> {
-public:
-    std::uint32_t attr_Count() override { return static_cast<std::uint32_t>(std::size(metricRows)); }
-    KzResult attr_Name(std::uint32_t index, const char** name) override {
-        *name = row(index).name;
-        return KZe_OK;
-    }
-    KzResult attr_Lookup(const char* name, std::uint32_t* index) override {
-        const auto* place = std::ranges::find(metricRows, kzTextOf(name),
-                                              [](const MetricRow& each) { return std::string_view(each.name); });
-        if (place == std::end(metricRows)) return KZe_NOTFOUND;
-        *index = static_cast<std::uint32_t>(place - metricRows);
-        return KZe_OK;
-    }
-    std::uint32_t attr_Type(std::uint32_t index) override { return type(index).storage; }
-    KzResult attr_TypeName(std::uint32_t index, const char** type) override {
-        *type = row(index).type;
-        return KZe_OK;
-    }
-    KzResult attr_Hints(std::uint32_t index, const KzTextValueHint** /*hints*/) override {
-        row(index);
-        return KZe_NOTFOUND;
-    }
-    KzResult attr_Value(std::uint32_t index, std::int32_t create, IKzUnknown** value) override {
-        const auto cell = metrics.find(row(index).name);
-        if (cell == metrics.end() && create == 0) return KZe_NOTFOUND;
-        return CHostRef<CValue>::make(type(index), cell != metrics.end() ? cell->second : kzEmptyCell(type(index)))
-            .give(value);
-    }
-    KzResult attr_GetInt(std::uint32_t index, std::int32_t* value) override {
-        return give(kzIntegerOf(cell(index)), value);
-    }
-    KzResult attr_SetInt(std::uint32_t index, std::int32_t value) override { return attr_SetFlt(index, value); }
-    KzResult attr_GetFlt(std::uint32_t index, double* value) override { return give(kzNumberOf(cell(index)), value); }
-    KzResult attr_SetFlt(std::uint32_t index, double value) override {
-        return set(index, kzCellOf(type(index), value), [&] { return fmt::format("{}", value); });
-    }
-    KzResult attr_GetString(std::uint32_t index, char* buffer, std::uint32_t length) override {
-        return kzFillCell(type(index), cell(index), buffer, length);
-    }
-    KzResult attr_SetString(std::uint32_t index, const char* value) override {
-        return set(index, kzParseCell(type(index), kzTextOf(value)), [&] { return kzString(value); });
-    }
-
-    FileMetrics metrics;
-
-private:
-    static const MetricRow& row(std::uint32_t index) {
-        if (index >= std::size(metricRows)) throw KZe_OUTOFBOUNDS;
-        return metricRows[index];
-    }
-    static const KzValueType& type(std::uint32_t index) { return *kzFindType(row(index).type); }
-    const KzCell& cell(std::uint32_t index) const {
-        const auto found = metrics.find(row(index).name);
-        if (found == metrics.end()) throw KZe_NOTFOUND;
-        return found->second;
-    }
-    template <class Number> static KzResult give(const std::optional<Number>& number, Number* out) {
-        if (!number) return KZe_INVALIDARG;
-        *out = *number;
-        return KZe_OK;
-    }
-    template <class Text> KzResult set(std::uint32_t index, std::optional<KzCell> value, const Text& text) {
-        if (!value)
-            return kzBecause(KZe_CMD_ERROR_SETTING_DATATYPE, "DirCacheFileMetrics", [&] {
-                return fmt::format("the metric \"{}\": {}", row(index).name, kzIsNot(text(), type(index).expects));
-            });
-        metrics[row(index).name] = std::move(*value);
-        return KZe_OK;
-    }
-};
-
 double secondsOf(fs::file_time_type time) {
     const auto system = std::chrono::file_clock::to_sys(time);
     return std::chrono::duration<double>(system.time_since_epoch()).count();
 }
 
 std::string lastPart(const std::string& path) { return fs::path(path).filename().string(); }
-
-class CDirCacheEntry final : public CHosted<"directory entry", CDirCacheEntry, CKzIfc_DirCacheEntry> {
-public:
-    CDirCacheEntry(std::shared_ptr<CDirCache> cache, std::string path)
-        : m_cache(std::move(cache)), m_path(std::move(path)) {}
-
-    const std::string& path() const { return m_path; }
-    const char* dircacheentry_Path() override { return kzLend(m_path); }
-    const char* dircacheentry_Name() override { return kzLend(lastPart(m_path)); }
-    const char* dircacheentry_UserName() override {
-        return kzLend(row().isDirectory ? lastPart(m_path) : fs::path(m_path).stem().string());
-    }
-    bool dircacheentry_IsDirectory() override { return row().isDirectory; }
-    bool dircacheentry_IsSynthetic() override { return !row().exists; }
-    const char* dircacheentry_FileClass() override {
-        const std::string name = row().isDirectory ? std::string() : m_cache->fileClass(m_path);
-        return name.empty() ? nullptr : kzLend(name);
-    }
-    double dircacheentry_ModifiedTime() override { return row().modified; }
-    KzResult dircacheentry_FileSize(double* bytes) override {
-        const auto own = row();
-        if (own.isDirectory || !own.exists) return KZe_NOTAVAILABLE;
-        *bytes = own.bytes;
-        return KZe_OK;
-    }
-    std::uint32_t dircacheentry_ChildCount(std::uint32_t list) override {
-        return static_cast<std::uint32_t>(m_cache->children(m_path, list).size());
-    }
-    KzResult dircacheentry_ChildByIndex(std::uint32_t list, std::uint32_t index, IKzUnknown** child) override {
-        const auto all = m_cache->children(m_path, list);
-        if (index >= all.size()) return KZe_OUTOFBOUNDS;
-        *child = kzMakeDirCacheEntry(m_cache, all[index]);
-        return KZe_OK;
-    }
-    KzResult dircacheentry_Parent(IKzUnknown** parent) override {
-        const std::string above = fs::path(m_path).parent_path().string();
-        if (above == m_path || above.empty() || m_cache->isBasePath(m_path)) return KZe_NOTFOUND;
-        *parent = kzMakeDirCacheEntry(m_cache, above);
-        return KZe_OK;
-    }
-    KzResult dircacheentry_Metric(const char* metric, IKzUnknown** value) override {
-        const std::string name = kzString(metric);
-        const KzValueType& type = CDirCache::metricType(name);
-        return CHostRef<CValue>::make(type, m_cache->metric(m_path, name)).give(value);
-    }
-    KzResult dircacheentry_Thumbnail(std::int32_t width, std::int32_t height, IKzUnknown** image) override {
-        if (width < 1 || height < 1) return KZe_INVALIDARG;
-        return m_cache->thumbnail(m_path, width, height, image);
-    }
-    KzResult dircacheentry_Refresh() override {
-        m_cache->refresh(m_path);
-        return KZe_OK;
-    }
-
-private:
-    CDirCache::Row row() const { return m_cache->row(m_path); }
-
-    const std::shared_ptr<CDirCache> m_cache;
-    const std::string m_path;
-};
 
 }  // namespace
 
@@ -200,12 +58,32 @@ std::string CDirCache::normal(const std::string& path) {
     return text;
 }
 
-CDirCache::Row CDirCache::look(const std::string& path) {
+namespace {
+
+CDirCache::Row rowOf(const SyntheticEntry& entry) {
+    CDirCache::Row row;
+    row.exists = row.isServed = true;
+    row.isDirectory = !entry.isFile;
+    row.modified = entry.modified;
+    row.bytes = entry.bytes;
+    row.userName = entry.userName;
+    row.extension = entry.extension;
+    return row;
+}
+
+}  // namespace
+
+// What is on disk comes before what modules serve.
+CDirCache::Row CDirCache::look(const std::string& path) const {
     Row row;
     std::error_code error;
     const auto status = fs::status(path, error);
     row.exists = fs::exists(status);
     row.isDirectory = fs::is_directory(status);
+    if (!row.exists) {
+        const auto served = kzSyntheticEntry(*m_modules, path);
+        return served ? rowOf(*served) : row;
+    }
     const auto time = fs::last_write_time(path, error);
     if (!error) row.modified = secondsOf(time);
     const auto size = row.isDirectory ? 0 : fs::file_size(path, error);
@@ -213,10 +91,15 @@ CDirCache::Row CDirCache::look(const std::string& path) {
     return row;
 }
 
+// Modules are asked without the lock; the first answer counts.
 CDirCache::Row CDirCache::row(const std::string& path) {
+    {
+        const std::lock_guard guard(m_lock);
+        if (const auto known = m_rows.find(path); known != m_rows.end()) return known->second;
+    }
+    Row now = look(path);
     const std::lock_guard guard(m_lock);
-    const auto known = m_rows.find(path);
-    return known != m_rows.end() ? known->second : m_rows[path] = look(path);
+    return m_rows.try_emplace(path, std::move(now)).first->second;
 }
 
 void CDirCache::forget(const std::string& path) {
@@ -232,16 +115,57 @@ void CDirCache::refresh(const std::string& path) {
     tell(KZsNOTIFIER_DIRCACHE, path);
 }
 
-void CDirCache::readNames(const std::string& path, bool hidden, Row& row) const {
-    std::error_code error;
-    for (fs::directory_iterator each(path, error), end; !error && each != end; each.increment(error)) {
-        std::string name = each->path().filename().string();
-        if (hidden || !name.starts_with('.')) row.names.push_back(std::move(name));
+// A tree that fails takes nothing from a folder on disk.
+std::vector<SyntheticEntry> CDirCache::servedChildren(const std::string& path, const Row& row) const {
+    try {
+        return kzSyntheticChildren(*m_modules, path);
+    } catch (KzResult) {
+        if (row.isServed) throw;
+        return {};
     }
+}
+
+// Returns those of them that are served.
+std::vector<SyntheticEntry> CDirCache::readNames(const std::string& path, bool hidden, Row& row) const {
+    std::error_code error;
+    row.servers = m_modules->changes();
+    const auto add = [&](std::string name) {
+        if (hidden || !name.starts_with('.')) row.names.push_back(std::move(name));
+    };
+    for (fs::directory_iterator each(path, error), end; !error && each != end; each.increment(error))
+        add(each->path().filename().string());
+    const std::size_t onDisk = row.names.size();
+    std::vector<SyntheticEntry> served = servedChildren(path, row);
+    std::erase_if(served, [](const SyntheticEntry& each) {
+        std::error_code none;
+        return fs::exists(each.path, none);
+    });
+    for (const SyntheticEntry& each : served) add(lastPart(each.path));
+    for (std::string& name : kzSyntheticRoots(*m_modules, path)) add(std::move(name));
+    row.hasServed = row.names.size() > onDisk;
     std::ranges::sort(row.names);
+    row.names.erase(std::unique(row.names.begin(), row.names.end()), row.names.end());
     row.isRead = true;
     row.hasHidden = hidden;
+    return served;
 }
+
+// A served tree without an end must not exhaust the host's memory or stack.
+struct CDirCache::Walk {
+    static constexpr std::size_t deepest = 256, most = 1000000;
+    const std::string root;
+    std::size_t depth = 0, entries = 0;
+
+    void enter(std::size_t count) {
+        entries += count;
+        if (++depth > deepest || entries > most)
+            throw kzBecause(KZe_OUTOFBOUNDS, "DirCache.Scan", [&] {
+                return fmt::format("below \"{}\" there are more than {} folders in each other, or {} entries", root,
+                                   deepest, most);
+            });
+    }
+    void leave() { --depth; }
+};
 
 void CDirCache::scan(const std::string& path, std::uint32_t flags) {
     struct Scan {
@@ -250,49 +174,61 @@ void CDirCache::scan(const std::string& path, std::uint32_t flags) {
         std::atomic<int>& scans;
     };
     const Scan running(m_scans);
+    Walk walk{path};
+    scanBelow(path, flags, walk);
+}
+
+void CDirCache::scanBelow(const std::string& path, std::uint32_t flags, Walk& walk) {
     const bool hidden = (flags & KZfDCSCAN_HIDDEN) != 0;
     const Row before = row(path);
     Row now = look(path);
     if (!now.isDirectory)
         throw kzBecause(KZe_NOTFOUND, "DirCache.Scan", [&] { return "there is no folder \"" + path + "\""; });
-    const bool isSame = before.isRead && before.hasHidden == hidden && before.modified == now.modified;
+    const bool isSame = before.isRead && before.hasHidden == hidden && before.modified == now.modified &&
+                        !now.isServed && !before.hasServed && before.servers == m_modules->changes();
     if (!isSame || (flags & KZfDCSCAN_FORCE) != 0) {
-        readNames(path, hidden, now);
+        const auto served = readNames(path, hidden, now);
         const std::lock_guard guard(m_lock);
-        for (const std::string& name : now.names) m_rows.erase(normal(path + "/" + name));
+        for (const std::string& name : now.names) m_rows.erase(normal(fmt::format("{}/{}", path, name)));
+        for (const SyntheticEntry& each : served) m_rows.try_emplace(each.path, rowOf(each));
         m_rows[path] = std::move(now);
     }
-    for (const std::string& child : children(path, KZvDCELIST_BOTH)) {
+    const auto all = children(path, KZvDCELIST_BOTH);
+    walk.enter(all.size());
+    for (const std::string& child : all) {
         const bool isFolder = row(child).isDirectory;
         std::error_code error;
         const bool descends = (flags & KZfDCSCAN_RECURSE) != 0 && !fs::is_symlink(child, error);  // which may lead back
-        if (isFolder && descends) scan(child, flags);
+        if (isFolder && descends) scanBelow(child, flags, walk);
         if (!isFolder && (flags & KZfDCSCAN_METRICS) != 0) readMetrics(child);
     }
+    walk.leave();
     if (!isSame) tell(KZsNOTIFIER_DIRCACHE, path);
 }
 
 std::vector<std::string> CDirCache::children(const std::string& path, std::uint32_t list) {
     std::vector<std::string> paths;
     for (const std::string& name : row(path).names) {
-        std::string child = normal(path + "/" + name);
+        std::string child = normal(fmt::format("{}/{}", path, name));
         const std::uint32_t own = row(child).isDirectory ? KZvDCELIST_DIRS : KZvDCELIST_FILES;
         if ((list & own) != 0) paths.push_back(std::move(child));
     }
     return paths;
 }
 
-std::string CDirCache::fileClass(const std::string& path) const {
-    if (kzPictureFormatOf(path) != nullptr) return KZsFILECLASS_IMAGE;
-    const std::string extension = fs::path(path).extension().string();
+std::string CDirCache::fileClass(const std::string& path) {
+    const Row own = row(path);
+    const std::string name = own.isServed ? "file." + own.extension : path;
+    if ((own.isServed ? kzPictureFormatFor({}, name) : kzPictureFormatOf(name)) != nullptr) return KZsFILECLASS_IMAGE;
+    const std::string extension = fs::path(name).extension().string();
     if (extension == ".kzscene") return KZsFILECLASS_SCENE;
     for (const KzServer& server : m_modules->servers(KZa_LOADER)) {
-        std::string name, patterns;
+        std::string kind, patterns;
         for (const auto& [tag, value] : CModuleTable::tagsOf(server)) {
-            if (tag == "file.class") name = value;
+            if (tag == "file.class") kind = value;
             if (tag == "loader.dosPattern") patterns = value;
         }
-        if (!extension.empty() && (";" + patterns + ";").find(";*" + extension + ";") != std::string::npos) return name;
+        if (!extension.empty() && (";" + patterns + ";").find(";*" + extension + ";") != std::string::npos) return kind;
     }
     return {};
 }
@@ -300,34 +236,36 @@ std::string CDirCache::fileClass(const std::string& path) const {
 // Each server says what it knows of the file; what two know, the first one says.
 void CDirCache::readMetrics(const std::string& path) {
     FileMetrics all;
+    if (row(path).isServed) {
+        try {
+            all = kzFilledMetrics([&](IKzUnknown* into) { return kzSyntheticMetrics(*m_modules, path, into), true; });
+        } catch (KzResult) {  // the log says why
+        }
+        return keepMetrics(path, std::move(all));
+    }
     for (const KzServer& server : m_modules->servers(KZa_DIRCACHEFILEMETRICS)) {
         CKzLoc_Unknown object;
-        const auto attributes = CHostRef<CMetricAttributes>::make();
         try {
             const CKzUser_DirCacheFileMetrics reader(CModuleTable::spawn(server, object).raw());
-            if (kzSucceeded(reader.Metrics(path.c_str(), attributes.raw()))) all.merge(attributes->metrics);
+            all.merge(
+                kzFilledMetrics([&](IKzUnknown* into) { return kzSucceeded(reader.Metrics(path.c_str(), into)); }));
         } catch (KzResult code) {
             kzBecause(code, "DirCache.Scan", [&] { return "the server \"" + server.name + "\" reads no metrics"; });
         }
     }
-    row(path);
-    const std::lock_guard guard(m_lock);
-    m_rows[path].metrics = std::move(all);
+    keepMetrics(path, std::move(all));
 }
 
-const KzValueType& CDirCache::metricType(std::string_view name) {
-    for (const MetricRow& row : metricRows)
-        if (name == row.name) return *kzFindType(row.type);
-    throw kzBecause(KZe_NOTFOUND, "DirCacheEntry.Metric", [&] {
-        return kzThereIsNo("metric", name, metricRows, [](const MetricRow& row) { return row.name; });
-    });
+void CDirCache::keepMetrics(const std::string& path, FileMetrics metrics) {
+    const std::lock_guard guard(m_lock);
+    if (const auto row = m_rows.find(path); row != m_rows.end()) row->second.metrics = std::move(metrics);
 }
 
 KzCell CDirCache::metric(const std::string& path, const std::string& name) {
     const Row own = row(path);
     if (name == KZsMETRIC_NAME) return lastPart(path);
     if (name == KZsMETRIC_MODIFIED && own.exists) return own.modified;
-    if (name == KZsMETRIC_SIZE && own.exists && !own.isDirectory) return own.bytes;
+    if (name == KZsMETRIC_SIZE && own.exists && !own.isDirectory && own.bytes >= 0) return own.bytes;
     if (name == KZsMETRIC_TYPE && !own.isDirectory)
         if (std::string type = fileClass(path); !type.empty()) return type;
     if (!own.metrics && own.exists && !own.isDirectory) throw KZe_NOTREADY;
@@ -337,8 +275,8 @@ KzCell CDirCache::metric(const std::string& path, const std::string& name) {
 }
 
 // A server's own, or else the picture in small.
-KzResult CDirCache::thumbnail(const std::string& path, std::int32_t width, std::int32_t height,
-                              IKzUnknown** image) const {
+KzResult CDirCache::thumbnail(const std::string& path, std::int32_t width, std::int32_t height, IKzUnknown** image) {
+    if (row(path).isServed) return kzSyntheticThumbnail(*m_modules, path, width, height, image);
     for (const KzServer& server : m_modules->servers(KZa_DIRCACHEFILEMETRICS)) {
         CKzLoc_Unknown object;
         const CKzUser_DirCacheFileMetrics reader(CModuleTable::spawn(server, object).raw());
@@ -387,19 +325,66 @@ void CDirCache::setMark(const std::string& path, const std::string& mark,
     tell(KZsNOTIFIER_DIRCACHE, path);
 }
 
+// Servers that know of a file let what belongs to it follow. One that fails is named, and the others are told.
+void CDirCache::tellOfName(const std::string& path, const std::string& name) const {
+    for (const KzServer& server : m_modules->servers(KZa_DIRCACHEFILEMETRICS)) {
+        CKzLoc_Unknown object;
+        KzResult code = KZe_OK;
+        try {
+            code = CKzUser_DirCacheFileMetrics(CModuleTable::spawn(server, object).raw())
+                       .Rename(path.c_str(), name.c_str());
+        } catch (KzResult thrown) {
+            code = thrown;
+        }
+        if (kzRefuses(code))
+            kzBecause(code, "DirCacheFileMetrics.Rename", [&] {
+                return fmt::format("the server \"{}\" does not follow \"{}\" to \"{}\": {}", server.name, path, name,
+                                   kzCodeName(code));
+            });
+    }
+}
+
+void CDirCache::rename(const std::string& path, const std::string& name) {
+    const auto refuse = [&](KzResult code, const std::string& why) {
+        return kzBecause(code, "file.rename", [&] { return fmt::format("\"{}\" {}", path, why); });
+    };
+    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos)
+        throw refuse(KZe_INVALIDARG, "cannot become \"" + name + "\": a name is wanted, not a path");
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(path, error)))
+        throw look(path).isServed
+            ? refuse(KZe_NOTSUPPORTED, "is not on disk, and its tree has no operation to rename it")
+            : refuse(KZe_NOTFOUND, "does not exist");
+    const fs::path folder = fs::path(path).parent_path();
+    const std::string target = (folder / name).string();
+    if (fs::exists(fs::symlink_status(target, error)))
+        throw refuse(KZe_ALREADYEXISTS, "cannot become \"" + name + "\", which exists");
+    fs::rename(path, target, error);
+    if (error)
+        throw refuse(error == std::errc::permission_denied ? KZe_NOACCESS : KZe_FAILED, "stays: " + error.message());
+    // Marks are kept by a word and the path: those of the file, and of what is in a folder.
+    for (const std::string& key : m_preferences->names(markKind)) {
+        const std::size_t blank = key.find(' ');
+        const std::string marked = key.substr(std::min(blank, key.size() - 1) + 1);
+        if (marked != path && !marked.starts_with(path + "/")) continue;
+        const auto fields = m_preferences->get(markKind, key);
+        if (fields)
+            m_preferences->set(markKind, key.substr(0, blank + 1) + target + marked.substr(path.size()), *fields);
+        m_preferences->remove(markKind, key);
+    }
+    {
+        const std::lock_guard guard(m_lock);
+        std::erase_if(m_rows,
+                      [&](const auto& each) { return each.first == path || each.first.starts_with(path + "/"); });
+        m_rows.erase(target);
+    }
+    tellOfName(path, name);
+    refresh(folder.string());
+}
+
 // Nobody may have registered such a notifier.
 void CDirCache::tell(const char* notifier, const std::string& argument) const {
     m_notifiers->send(notifier, argument, KZfNOTIFY_REFRESH);
-}
-
-IKzUnknown* kzMakeDirCacheEntry(std::shared_ptr<CDirCache> cache, std::string path) {
-    return kzMakeObject<CDirCacheEntry>(std::move(cache), std::move(path));
-}
-
-std::string kzDirCachePath(IKzUnknown* entry) {
-    const auto own = CHostRef<CDirCacheEntry>::of(entry);
-    if (!own) throw KZe_INVALIDARG;
-    return own->path();
 }
 
 }  // namespace kzhost

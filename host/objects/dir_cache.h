@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/core/object.h"
+#include "host/objects/file_metrics.h"
 #include "host/state/value_types.h"
 
 #include "kz/dir_cache.h"
@@ -22,9 +23,7 @@ class CImageFiles;
 class CModuleTable;
 class CNotifierTable;
 class CPreferences;
-
-// What a file says about itself, by sMETRIC names.
-using FileMetrics = std::map<std::string, KzCell, std::less<>>;
+struct SyntheticEntry;
 
 class CDirCache : public std::enable_shared_from_this<CDirCache> {
 public:
@@ -33,10 +32,14 @@ public:
 
     struct Row {
         bool exists = false, isDirectory = false;
-        double modified = 0, bytes = 0;  // seconds since 1970
+        double modified = 0, bytes = 0;  // seconds since 1970; negative where a module does not say
         bool isRead = false;             // a folder whose names are known
         bool hasHidden = false;
-        std::vector<std::string> names;  // in their order
+        bool isServed = false;            // by a module: not on disk
+        bool hasServed = false;           // of the names, some are not on disk
+        std::uint64_t servers = 0;        // which servers there were when the names were read
+        std::string userName, extension;  // of what is served
+        std::vector<std::string> names;   // in their order
         std::optional<FileMetrics> metrics;
     };
 
@@ -52,11 +55,13 @@ public:
     // The paths of a folder's children. The list is one of vDCELIST.
     std::vector<std::string> children(const std::string& path, std::uint32_t list);
 
-    std::string fileClass(const std::string& path) const;  // empty for an unknown one
+    // Renames a file or folder on disk, and what is kept of it. The name is the last part of the path. Throws a code.
+    void rename(const std::string& path, const std::string& name);
+
+    std::string fileClass(const std::string& path);  // empty for an unknown one
     // Throws NOTFOUND or NOTREADY.
     KzCell metric(const std::string& path, const std::string& name);
-    static const KzValueType& metricType(std::string_view name);  // throws NOTFOUND
-    KzResult thumbnail(const std::string& path, std::int32_t width, std::int32_t height, IKzUnknown** image) const;
+    KzResult thumbnail(const std::string& path, std::int32_t width, std::int32_t height, IKzUnknown** image);
 
     // Base paths by browser; throws NOTFOUND for an unknown browser.
     std::vector<std::string> basePaths(const std::string& browser) const;
@@ -68,9 +73,15 @@ public:
                  const std::optional<std::pair<std::string, std::string>>& value);
 
 private:
-    static Row look(const std::string& path);
-    void readNames(const std::string& path, bool hidden, Row& row) const;
+    struct Walk;
+
+    Row look(const std::string& path) const;
+    std::vector<SyntheticEntry> readNames(const std::string& path, bool hidden, Row& row) const;
+    std::vector<SyntheticEntry> servedChildren(const std::string& path, const Row& row) const;
+    void scanBelow(const std::string& path, std::uint32_t flags, Walk& walk);
     void readMetrics(const std::string& path);
+    void keepMetrics(const std::string& path, FileMetrics metrics);
+    void tellOfName(const std::string& path, const std::string& name) const;
     void tell(const char* notifier, const std::string& argument) const;
 
     std::shared_ptr<CModuleTable> m_modules;

@@ -14,6 +14,7 @@
 #include "host/objects/layer_blend.h"
 #include "host/objects/picture_library.h"
 #include "host/objects/safe_save.h"
+#include "host/objects/synthetic_folders.h"
 #include "host/pictures/picture_files.h"
 #include "host/state/text.h"
 
@@ -223,6 +224,7 @@ CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, con
 }
 
 CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor) const {
+    if (const std::string local = kzLocalFile(*m_modules, path); local != path) return load(local, monitor);
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
     const CFileProgress progress(m_context, m_monitors, "Loading", monitor);

@@ -2,11 +2,16 @@
 #include "host/objects/moved_files.h"
 
 #include "host/core/module_table.h"
+#include "host/core/reasons.h"
+#include "host/core/refusal.h"
 #include "host/document/edit.h"
 #include "host/objects/file_redirect.h"
 #include "host/state/path_aliases.h"
+#include "host/state/text.h"
 
+#include "kz/dir_synth.h"
 #include "kz/loader.h"
+#include "kz/result.h"
 #include "kz/value.h"
 
 #include <climits>
@@ -54,6 +59,60 @@ private:
     std::deque<CKzUser_FileRedirect> m_servers;
 };
 
+// The folder of a scene's project.
+fs::path projectOf(const std::string& scene) {
+    std::error_code error;
+    const fs::path folder = fs::absolute(scene, error).lexically_normal().parent_path();
+    return folder.filename() == KZs_PROJDIR_SCENES ? folder.parent_path() : folder;
+}
+
+// Asks each server once for the whole scene about files that lie outside the project.
+class CProjectServers {
+public:
+    CProjectServers(const CModuleTable& modules, const std::string& scene) : m_project(projectOf(scene)) {
+        for (const KzServer& server : modules.servers(KZa_PROJDIROVERRIDE)) {
+            CKzLoc_Unknown object;
+            try {
+                CModuleTable::spawn(server, object);
+            } catch (KzResult code) {
+                explain(server.name, code, "it cannot be made");
+                continue;
+            }
+            auto& [name, own] = m_servers.emplace_back();
+            name = server.name;
+            own.set(object.raw());
+        }
+    }
+    // Where the file is in the folder that a server names; empty if it stays where it is.
+    std::string find(const std::string& path) const {
+        if (m_servers.empty()) return {};
+        std::error_code error;
+        const fs::path file = fs::absolute(path, error).lexically_normal();
+        const fs::path inside = file.lexically_relative(m_project);
+        if (!inside.empty() && *inside.begin() != "..") return {};
+        for (const auto& [name, server] : m_servers) {
+            const char* folder = nullptr;
+            const KzResult code = server.Override(path.c_str(), m_project.c_str(), &folder);
+            if (kzRefuses(code)) explain(name, code, "Override of \"" + path + "\" failed");
+            if (kzFailed(code) || kzTextOf(folder).empty()) continue;
+            const fs::path place = m_project / folder / file.filename();  // an absolute folder stands for itself
+            if (fs::is_regular_file(place, error)) return place.lexically_normal().string();
+            explain(name, KZe_NOTFOUND,
+                    "Override of \"" + path + "\" names a folder without it, \"" + kzString(folder) + "\"");
+        }
+        return {};
+    }
+
+private:
+    static void explain(const std::string& server, KzResult code, const std::string& what) {
+        kzBecause(code, "ProjDirOverride",
+                  [&] { return "the server \"" + server + "\": " + what + ": " + kzCodeName(code); });
+    }
+
+    const fs::path m_project;
+    std::deque<std::pair<std::string, CKzUser_ProjDirOverride>> m_servers;
+};
+
 }  // namespace
 
 std::vector<FileChannel> kzFileChannels(const CDocument& document) {
@@ -85,12 +144,15 @@ void kzFollowMovedFiles(CDocument& document, bool isImport, const MovedFiles& by
     std::map<std::string, std::string> places;  // of missing files; empty for one that nobody finds
     std::error_code error;
     std::optional<CRedirectServers> servers;
+    const CProjectServers projects(*by.modules, by.scene);
     for (const FileChannel& each : channels) {
         const std::string path = by.files->expand(each.path).value_or(each.path);
-        if (places.contains(each.path) || fs::exists(path, error)) continue;
+        if (places.contains(each.path)) continue;
+        const std::string own = projects.find(path);
+        if (own.empty() && fs::exists(path, error)) continue;
         std::uint32_t how = 0;
-        std::string place = by.rules->find(path, how);
-        if (!servers) servers.emplace(*by.modules);
+        std::string place = own.empty() ? by.rules->find(path, how) : own;
+        if (place.empty() && !servers) servers.emplace(*by.modules);
         if (place.empty()) place = servers->find(path);
         notes.push_back(place.empty() ? "the file " + path + " is missing" : "the file " + path + " is now " + place);
         places.emplace(each.path, std::move(place));

@@ -15,6 +15,7 @@
 #include "host/objects/references.h"
 #include "host/objects/safe_save.h"
 #include "host/objects/scene_file.h"
+#include "host/objects/synthetic_folders.h"
 #include "host/state/user_values.h"
 
 #include "kz/dialog.h"
@@ -143,7 +144,7 @@ void CSceneFiles::loadInto(CScene& scene, const std::string& path, bool isImport
         load.finish(!isImport);
     }
     std::vector<std::string> notes;
-    kzFollowMovedFiles(scene.document(), isImport, {m_parts.modules, m_parts.files, m_parts.redirects}, notes);
+    kzFollowMovedFiles(scene.document(), isImport, {m_parts.modules, m_parts.files, m_parts.redirects, path}, notes);
     note(path, notes);
     if (!isImport) scene.document().workspace().forget(scene.document());
 }
@@ -214,7 +215,7 @@ CHostRef<CScene> CSceneFiles::open(const std::string& path, IKzUnknown* monitor)
 }
 
 CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
-    auto scene = open(path, monitor);
+    auto scene = open(kzLocalFile(*m_parts.modules, path), monitor);
     m_parts.scenes->add(scene);
     if (const auto references = kzSceneReferences(*m_parts.scenes->workspace)) references->tellLoaded(*scene);
     m_parts.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
@@ -222,6 +223,8 @@ CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor)
 }
 
 void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* monitor) const {
+    if (const std::string local = kzLocalFile(*m_parts.modules, path); local != path)
+        return import(local, scene, monitor);
     std::error_code error;
     if (!fs::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
     const CFileProgress progress(m_parts.context, m_parts.monitors, "Importing", monitor);

@@ -11,6 +11,7 @@
 #include "host/objects/arguments.h"
 #include "host/objects/file_servers.h"
 #include "host/objects/safe_save.h"
+#include "host/objects/synthetic_folders.h"
 #include "host/objects/wave_file.h"
 
 #include "kz/audio.h"
@@ -79,6 +80,7 @@ KzResult CSoundTarget::audioloadertarget_Write(std::uint32_t count, std::uint32_
 }  // namespace
 
 Sound CSoundFiles::load(const std::string& path) const {
+    if (const std::string local = kzLocalFile(*m_modules, path); local != path) return load(local);
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error))
         throw kzBecause(KZe_NOTFOUND, "sound file", [&] { return "there is no file \"" + path + "\""; });

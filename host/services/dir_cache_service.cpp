@@ -21,13 +21,9 @@ namespace {
 class CDirCacheService final : public CHosted<"directory cache service", CDirCacheService, CKzIfc_DirCacheService>,
                                CServiceBase {
 public:
-    CDirCacheService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CModuleTable> modules,
-                     std::shared_ptr<CPreferences> preferences, std::shared_ptr<CImageFiles> images,
-                     std::shared_ptr<CNotifierTable> notifiers, std::shared_ptr<CPathAliases> files)
-        : CServiceBase(std::move(context)),
-          m_cache(std::make_shared<CDirCache>(std::move(modules), std::move(preferences), std::move(images),
-                                              std::move(notifiers))),
-          m_files(std::move(files)) {}
+    CDirCacheService(std::shared_ptr<ServiceContext> context, std::shared_ptr<CDirCache> cache,
+                     std::shared_ptr<CPathAliases> files)
+        : CServiceBase(std::move(context)), m_cache(std::move(cache)), m_files(std::move(files)) {}
 
     KzResult dircacheservice_Lookup(const char* path, IKzUnknown** entry) override {
         enter("DirCache.Lookup");

@@ -5,13 +5,9 @@
 
 namespace kzhost {
 
-class CImageFiles;
-class CModuleTable;
-class CNotifierTable;
+class CDirCache;
 class CPathAliases;
-class CPreferences;
 
-extern const ServiceFactory<CModuleTable, CPreferences, CImageFiles, CNotifierTable, CPathAliases>
-    kzMakeDirCacheService;
+extern const ServiceFactory<CDirCache, CPathAliases> kzMakeDirCacheService;
 
 }  // namespace kzhost

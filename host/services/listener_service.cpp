@@ -5,6 +5,7 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/core/service_base.h"
+#include "host/objects/tree_views.h"
 #include "host/state/text.h"
 
 #include "kz/action.h"
@@ -14,6 +15,7 @@
 #include "kz/scene.h"
 #include "kz/scene_event.h"
 #include "kz/selection.h"
+#include "kz/tree.h"
 
 #include <algorithm>
 #include <iterator>
@@ -30,6 +32,8 @@ struct PortRow {
     const KzGuid* identity;
     const char* className;  // of the listeners that it takes
 };
+// What the trees tell that the host's commands have open.
+constexpr const char* treePort = "trees";
 constexpr PortRow ports[] = {
     {KZs_PORT_SESSION, nullptr, KZa_SESSIONLISTENER},
     {KZs_PORT_COMMANDS, nullptr, KZa_CMDSYSLISTENER},
@@ -39,6 +43,7 @@ constexpr PortRow ports[] = {
     {KZs_SCENEPORT_ACTIONS, &KZu_SCENEPORT_ACTIONS, KZa_ACTIONLISTENER},
     {KZs_SCENEPORT_ANIMATION, &KZu_SCENEPORT_ANIMATION, KZa_ANIMLISTENER},
     {KZs_SCENEPORT_SELECTION, &KZu_SCENEPORT_SELECTION, KZa_SELECTIONLISTENER},
+    {treePort, nullptr, KZa_TREELISTENER},
 };
 
 // By name or identity; throws NOTFOUND.
@@ -101,9 +106,14 @@ public:
                 [&](IKzActionListener& each) { each.ActionChange(argument, everyActionChange); });
             return KZe_OK;
         }
+        if (row.name == std::string_view(treePort) && CKzLoc_Tree().set(argument)) {
+            kzTellOfTrees(*m_listeners, [](IKzTreeListener& each) { each.NewShape(); });
+            return KZe_OK;
+        }
         return kzBecause(KZe_NOTAVAILABLE, "Listener.FirePort", [&] {
             return std::string("only the host knows which event of \"") + row.name + "\" that is; " +
-                   KZs_SCENEPORT_VALUES + " takes a scene and " + KZs_SCENEPORT_ACTIONS + " an action";
+                   KZs_SCENEPORT_VALUES + " takes a scene, " + KZs_SCENEPORT_ACTIONS + " an action and " + treePort +
+                   " a tree";
         });
     }
     KzResult listenerservice_PortByName(const char* port, IKzUnknown** listenerPort) override {

@@ -44,10 +44,10 @@ class ObjectsTest : public testing::TestWithParam<const char*> {};
 TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("objects", GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
-                         testing::Values("animation", "calculations", "drops", "files", "filters", "harm", "hints",
-                                         "image", "kzu_objects", "layers", "listeners", "looks", "mesh", "packages",
-                                         "packets", "references", "scene", "selection", "shapes", "solids", "sound",
-                                         "values"));
+                         testing::Values("animation", "calculations", "drops", "files", "filters", "folders", "harm",
+                                         "hints", "image", "kzu_objects", "layers", "listeners", "looks", "mesh",
+                                         "packages", "packets", "references", "scene", "selection", "shapes", "solids",
+                                         "sound", "trees", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {

@@ -25,9 +25,10 @@ def attempt(call, *args):
         return None
 
 
-def all_done(kind, **answers):
+def all_done(*kinds, **answers):
     """A class of spies whose operations all answer that they went well."""
-    return spies.spy_class(kind, **dict(dict.fromkeys(spies.operations(kind), spies.done), **answers))
+    names = [name for kind in kinds for name in spies.operations(kind)]
+    return spies.spy_class(*kinds, **dict(dict.fromkeys(names, spies.done), **answers))
 
 
 def drive_commands():
@@ -224,6 +225,25 @@ def drive_folders():
     kz.bless(all_done('DirCacheFileMetrics'), 'spied.metrics')
     attempt(cache.Scan, cache.Lookup(FOLDER), symbol.fDCSCAN_METRICS)
     attempt(cache.Lookup(FOLDER + '/a.spied').Thumbnail, 1, 1)
+    open(FOLDER + '/renamed.spied', 'w').close()
+    attempt(kz.eval, 'file.rename {%s/renamed.spied} other.spied' % FOLDER)
+    entry = lambda path, **more: all_done('DirCacheSyntheticEntry', dcsyne_Path=path, **more)()
+    leaf = dict(dcsyne_IsFile=True, dcsyne_Size=1.0, dcsyne_DirUserName='leaf', dcsyne_FileExtension='spied',
+                dcsyne_ModifiedTime=1.0, dcsyne_Thumbnail=None, dcsyne_Open=FOLDER + '/a.spied')
+    root = lambda self: entry('', dcsyne_IsFile=False, dcsyne_DirCount=1, dcsyne_ModifiedTime=1.0, dcsyne_DirUserName='root',
+                              dcsyne_FileExtension='', dcsyne_DirByIndex=lambda self, list, index: entry('leaf', **leaf))
+    kz.bless(spies.spy_class('DirCacheSynthetic', dcsyn_Root=root, dcsyn_Lookup=lambda self, path: entry(path, **leaf)),
+             'spied.folder', {symbol.sTAG_DIRSYNTH_ROOT: FOLDER + '/served'})
+    attempt(cache.Scan, cache.Lookup(FOLDER + '/served'), symbol.fDCSCAN_METRICS)
+    attempt(cache.Lookup(FOLDER + '/served/leaf').Thumbnail, 1, 1)
+    attempt(kz.eval, 'file.fetch {%s/served/leaf} local:?' % FOLDER)
+    kz.bless(spies.spy_class('ProjDirOverride', pdo_Override='.'), 'spied.project')
+    scene = scenes.Create('project')
+    clip = scene.ItemAdd(scenes.ItemTypeLookup('videoStill'))
+    attempt(scene.WriteChannels(None, 0.0).StringByName, clip, 'filename', '/spied/outside.png')
+    attempt(scenes.Save, scene, FOLDER + '/project.kzscene', None)
+    scenes.Close(scene)
+    scenes.Close(scenes.Load(FOLDER + '/project.kzscene', None))
 
 
 def drive_time():
@@ -451,7 +471,48 @@ def drive_calculations():
     attempt(row.Evaluate, packets.EffectLookup(None, 'field'), 0, 1)
 
 
+def drive_trees():
+    """A view is opened, walked, used and closed, and its tree tells whoever listens."""
+    port = service.Listener().PortByName('trees')
+    ear = kz.object.Unknown(all_done('TreeListener')())
+    ears = []
+
+    def state(self):
+        return getattr(self, 'depth', 0)
+
+    def drag(self, *given):
+        value = values.CreateValue('string')
+        value.SetString('dragged')
+        return value
+
+    answers = dict(spies.TREE, tree_Spawn=None, treeview_ToNode=lambda self, path: setattr(self, 'depth', 1), tree_IsRoot=lambda self: state(self) <= 0, tree_Current=0, tree_ItemState=0,
+                   treeview_ColumnByIndex=('a', 1), treeview_ColumnJustification=0, treeview_CellFlags=3,
+                   treeview_TreeViewOptions=symbol.fTREE_VIEW_FILTER, treeview_CellCommand='user.value spied.cell ? type:string',
+                   treeview_BatchCommand='user.value spied.cell ?', treeview_IsInputRegion=True, treeview_CanFilter=True,
+                   treeview_Filter=True, treeview_SupportedDragDropSourceTypes='text', treeview_DragDropSourceType=True,
+                   treeview_DragDropSourceObject=drag, treeview_DragDropDestinationObject=drag, treeview_Badge=None,
+                   lport_AddListener=lambda self, listener: ears.append(kz.object.TreeListener(listener)))
+    kz.bless(all_done('Tree', 'TreeView', 'ListenerPort', **answers), 'spied.tree')
+    attempt(port.AddListener, ear)
+    for text in ('list spied.tree line:?', 'list spied.tree filter:a state:?', 'list spied.tree primary:?',
+                 'list spied.tree branch:node row:?', 'columns spied.tree title:?', 'columns spied.tree primary:?',
+                 'select spied.tree row:?', 'select spied.tree 0', 'toggle spied.tree 0', 'cell spied.tree 0 0 value:x',
+                 'cell spied.tree 0 0 value:x batch:1', 'click spied.tree 0 0', 'drag spied.tree 0 0'):
+        attempt(kz.eval, 'tree.' + text)
+    for query in 'value flag icon badge tip help menu span command'.split():
+        attempt(kz.eval, 'tree.cell spied.tree 0 0 %s:?' % query)
+    attempt(kz.eval, 'tree.cell spied.tree 0 0 region:tree inside:?')
+    for told in ears:
+        for call in told.NewShape, told.NewAttributes, told.NewPosition, told.ColumnsChanged:
+            attempt(call)
+        for call in told.NodeAdded, told.NodeRemoved:
+            attempt(call, spies.spy_class('Tree')(), 0)
+    del ears[:]
+    attempt(kz.eval, 'tree.close spied.tree')
+    attempt(port.RemoveListener, ear)
+
+
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
               drive_listeners, drive_notifiers, drive_memory, drive_folders, drive_time, drive_selection, drive_packages,
-              drive_drops, drive_surfaces, drive_hints, drive_calculations):
+              drive_drops, drive_surfaces, drive_hints, drive_calculations, drive_trees):
     drive()
