@@ -4,18 +4,21 @@
 #include "host/commands/alias_commands.h"
 #include "host/commands/audio_commands.h"
 #include "host/commands/builtin_server_commands.h"
+#include "host/commands/choice_commands.h"
 #include "host/commands/document_commands.h"
 #include "host/commands/drop_commands.h"
 #include "host/commands/image_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
 #include "host/commands/preset_commands.h"
+#include "host/commands/repeat_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/user_value_commands.h"
 #include "host/commands/value_commands.h"
 #include "host/core/command_dispatcher.h"
 #include "host/core/command_registry.h"
+#include "host/core/command_repeats.h"
 #include "host/core/command_states.h"
 #include "host/core/job_threads.h"
 #include "host/core/listener_table.h"
@@ -139,6 +142,7 @@ void addCommands(const HostParts& host) {
     kzAddAliasCommands(host.registry);
     kzAddAudioCommands(*host.registry, host.files, host.sounds);
     kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
+    kzAddChoiceCommands(*host.registry, host.dispatcher, host.scenes);
     kzAddSceneCommands(*host.registry, host.scenes);
     kzAddItemCommands(*host.registry, host.scenes);
     kzAddSelectCommands(*host.registry, host.modules, host.scenes);
@@ -151,6 +155,7 @@ void addCommands(const HostParts& host) {
     kzAddDropCommands(*host.registry, host.drops, host.scenes);
     kzAddImageCommands(*host.registry, host.modules, host.log, host.files, host.images);
     kzAddPresetCommands(*host.registry, host.presets, host.scenes);
+    kzAddRepeatCommands(*host.registry, host.dispatcher);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
     kzAddUserValueCommands(*host.registry, host.userValues);
@@ -295,7 +300,8 @@ HostParts::HostParts()
           CSessionMemory::Parts{commandState, log, persistence, preferences, properties, userValues, types})),
       scripts(std::make_shared<CScriptRunner>(modules, log, undo, notifiers)),
       environment(std::make_shared<CommandEnvironment>(
-          CommandEnvironment{context, commandState, dialogs, listeners, log, notifiers, types, undo})),
+          CommandEnvironment{context, commandState, dialogs, listeners, log, notifiers, types, undo,
+                             std::make_shared<CCommandRepeats>(context, commandState, listeners, undo)})),
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       states(std::make_shared<CCommandStates>(registry, notifiers, commandState)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
@@ -310,10 +316,13 @@ HostParts::HostParts()
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners, notifiers);
-    kzTellListeners(scenes, listeners, [tell = notifierOf(*this), weak = std::weak_ptr(states)](bool ofHistory) {
-        if (ofHistory) tell(KZsNOTIFIER_UNDO, {});
-        else if (const auto known = weak.lock()) known->changed();
-    });
+    kzTellListeners(
+        scenes, listeners,
+        [tell = notifierOf(*this), weak = std::weak_ptr(states), history = std::weak_ptr(undo)](bool ofHistory) {
+            if (const auto blocks = history.lock(); blocks && ofHistory) blocks->historyChanged();
+            if (ofHistory) tell(KZsNOTIFIER_UNDO, {});
+            else if (const auto known = weak.lock()) known->changed();
+        });
     tellOfSettings(*this);
     commandState->whenIdle = [waiting = notifiers.get(), known = states.get(), saving = autoSave.get()] {
         try {

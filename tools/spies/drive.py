@@ -176,7 +176,9 @@ def drive_listeners():
     attempt(log.Flush)
     for line in ('log.clear driven', 'user.value driven 1 type:integer', 'user.value driven 2',
                  'user.value driven life:config', 'user.value driven delete:true', 'scene.new driven',
-                 'item.create locator', 'undo', 'redo'):
+                 'item.create locator', 'undo', 'redo', 'command.refire true', 'item.create locator a',
+                 'item.create locator b', 'command.refire false', 'command.postMode true', 'command.repeat {name:c}',
+                 'item.create locator d', 'command.postMode false'):
         attempt(kz.eval, line)
     attempt(scenes.Save, scenes.Current(), FOLDER + '/closed.kzscene', None)
     attempt(scenes.Close, scenes.Current())
@@ -406,7 +408,9 @@ def drive_hints():
     host = service.Host()
     hints = spies.spy_class('UIValueHints', uiv_Flags=0xFFF, uiv_PopCount=1, uiv_PopInternalName='a', uiv_PopUserName='A',
                             uiv_PopFlags=0, uiv_PopToolTip='tip', uiv_Label='label', uiv_CueText='cue',
-                            uiv_ColorSample=(0, 0, 0, 1), uiv_NotifierCount=1, uiv_NotifierByIndex=('spied', 'now'))
+                            uiv_ColorSample=(0, 0, 0, 1), uiv_NotifierCount=1, uiv_NotifierByIndex=('spied', 'now'),
+                            uiv_PopIconImage=images.Create(1, 1, symbol.iIMG_FORMAT_GREY, 0),
+                            uiv_PopCommand='', uiv_ItemTest=spies.done, uiv_ItemDetails=('item', 'detail'))
     kz.bless(spies.spy_class('Command', 'Attributes', 'AttributesUI', attr_Count=1, attr_Name='a', attr_TypeName='string',
                              atrui_UIHints=spies.done, atrui_UIValueHints=lambda self, index: hints()), 'spied.shown')
     attempt(host.SpawnServer, 'uihints', 'spied.shown a')
@@ -415,6 +419,8 @@ def drive_hints():
     item = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_LOCATOR))
     for ask in channels.UserName, channels.Tooltip, channels.IsEnabled, channels.CommandText:
         attempt(ask, item, 0)
+    for asked in ('choice label category icon action item detail'.split() + ['text:a allowed']):
+        attempt(kz.evalN, 'command.choices spied.shown a %s:?' % asked)
     attempt(host.SpawnServer, 'uihints', 'item %s %s' % (item.Ident(), item.ChannelName(0)))
     scenes.Close(scene)
 
