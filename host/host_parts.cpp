@@ -154,7 +154,8 @@ void addCommands(const HostParts& host) {
     kzAddMeshCommands(*host.registry, host.modules, host.scenes);
     kzAddDropCommands(*host.registry, host.drops, host.scenes);
     kzAddImageCommands(*host.registry, host.modules, host.log, host.files, host.images);
-    kzAddPresetCommands(*host.registry, host.presets, host.scenes);
+    kzAddPresetCommands(*host.registry, {host.presets, host.scenes, host.images, host.files});
+    kzAddPresetInfoCommands(*host.registry, {host.presets, host.scenes, host.images, host.files});
     kzAddRepeatCommands(*host.registry, host.dispatcher);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);

@@ -46,7 +46,8 @@ TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("obj
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
                          testing::Values("animation", "calculations", "drops", "files", "filters", "hints", "image",
                                          "kzu_objects", "layers", "listeners", "looks", "mesh", "packages", "packets",
-                                         "repeats", "scene", "selection", "shapes", "solids", "sound", "values"));
+                                         "presets", "repeats", "scene", "selection", "shapes", "solids", "sound",
+                                         "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {

@@ -219,6 +219,12 @@ def drive_memory():
     attempt(destinations.Accepts, item, path)
     attempt(kz.eval, 'preset.apply {%s} driven' % path)
     attempt(kz.eval, 'preset.apply unknown driven')
+    attempt(images.Save, images.Create(1, 1, symbol.iIMG_FORMAT_GREY, 0), FOLDER + '/thumbnail.png', None, None)
+    attempt(kz.eval, 'preset.save {%s} driven spied thumbnail:{%s/thumbnail.png}' % (FOLDER + '/saved.spied', FOLDER))
+    for asked in 'icon aspect size destination metadata markup line flags'.split():
+        attempt(kz.evalN, 'preset.info {%s} %s:?' % (path, asked))
+    attempt(kz.eval, 'preset.info {%s} {%s/written.png}' % (path, FOLDER))
+    attempt(kz.eval, 'preset.do {%s}' % path)
 
 
 def drive_folders():
