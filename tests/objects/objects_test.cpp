@@ -47,7 +47,7 @@ INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
                          testing::Values("animation", "calculations", "drops", "files", "filters", "hints", "image",
                                          "kzu_objects", "layers", "listeners", "looks", "mesh", "packages", "packets",
                                          "presets", "repeats", "scene", "selection", "shapes", "solids", "sound",
-                                         "values"));
+                                         "threads", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
@@ -109,7 +109,7 @@ public:
         ServiceOf<CKzUser_PersistenceService>(application)->Begin("test", 0, add("persistent entry"));
         ServiceOf<CKzUser_PresetBrowserService>(application)->TypeByIndex(0, add("preset type"));
         values->CreateValue("float", add("value"));
-        values->CreateValueArray("float", add("values"));
+        values->CreateValueArray("float", add("threads", "values"));
         values->ScriptQuery(add("query"));
         ServiceOf<CKzUser_MessageService>(application)->Allocate(add("message"));
         commands->Spawn(0, "user.value", add("command"));

@@ -25,6 +25,20 @@ def answer(name, *given):
     return found
 
 
+class Picture(kzifc.Image):
+    def img_Size(self):
+        return 3, 2
+
+    def img_Format(self):
+        return symbol.iIMG_FORMAT_RGBA32
+
+    def img_GetPixel(self, x, y, format, pixel):
+        if format != symbol.iIMG_FORMAT_RGBA32:
+            kz.throw(kz.result.NOTSUPPORTED)
+        pixel.setType('b')
+        pixel.set((255 * x / 2, 255 * y, 0, 255))
+
+
 class Metrics(kzifc.PresetMetrics):
     def pmet_ThumbnailImage(self):
         return answer('image')
@@ -165,17 +179,19 @@ def check_metrics_that_lie_are_refused():
     equal(0 < len(ask('line')) < 1000, True)  # although they never end
     METRICS['line'] = lambda index: 1 / 0
     equal(info_refusal('line') != 'OK', True)
-    METRICS['object'] = lambda: kz.service.Value().CreateValue('string')
+    METRICS['object'] = Wood
     equal(info_refusal('flags'), 'FAILED')
 
 
 @in_folder
 def check_pictures_are_written_and_stored():
-    picture = IMAGES.Create(3, 2, symbol.iIMG_FORMAT_RGB24, 0)
-    METRICS['image'] = lambda: picture
+    METRICS['image'] = Picture
     kz.eval('preset.info {%s} {%s}' % (path_of('oak.wood'), path_of('a.png')))
-    equal(k.Image(IMAGES.Load(path_of('a.png'), None)).Size(), (3, 2))
-    METRICS['image'] = lambda: kz.service.Value().CreateValue('string')
+    written = k.Image(IMAGES.Load(path_of('a.png'), None))
+    pixel = kz.Storage('b', 4)
+    written.GetPixel(2, 1, symbol.iIMG_FORMAT_RGBA32, pixel)
+    equal((written.Size(), [each & 255 for each in pixel.get()]), ((3, 2), [255, 255, 0, 255]))
+    METRICS['image'] = Wood
     equal(refusal('preset.info {%s} {%s}' % (path_of('oak.wood'), path_of('b.png'))) != 'OK', True)
     METRICS['image'] = kz.result.NOTFOUND
     equal(refusal('preset.info {%s} {%s}' % (path_of('oak.wood'), path_of('b.png'))), 'NOTFOUND')

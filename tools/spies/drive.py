@@ -102,7 +102,7 @@ def drive_messages():
 
 
 def drive_threads():
-    """Work that the host shares among threads while Python waits would wait for Python, and is not of use here."""
+    """Jobs, values of threads, and work that the host does on several threads."""
     group = threads.CreateGroup()
     group.AddJob(all_done('ThreadJob')())
     group.Execute()
@@ -111,6 +111,14 @@ def drive_threads():
     slot = threads.CreateSlot(0, all_done('ThreadSlotClient', tsc_Alloc=spies.ADDRESS)())
     attempt(slot.Get)
     attempt(slot.Clear)
+    share = all_done('SharedWork')
+    work = all_done('SharedWork', share_Spawn=lambda self: share())
+    attempt(threads.ProcessShared, work())
+    attempt(threads.ProcessRange, None, 0, 9, all_done('ThreadRangeWorker')())
+    jobs = spies.spy_class('WorkList', work_IsEmpty=False, work_Clear=spies.done)
+    attempt(threads.ProcessShared, spies.spy_class(
+        'WorkList', work_IsEmpty=False, work_Split=lambda self: jobs(), work_Next=lambda self: work(),
+        work_Clear=spies.done)())
 
 
 def drive_models():
