@@ -109,7 +109,7 @@ public:
         ServiceOf<CKzUser_PersistenceService>(application)->Begin("test", 0, add("persistent entry"));
         ServiceOf<CKzUser_PresetBrowserService>(application)->TypeByIndex(0, add("preset type"));
         values->CreateValue("float", add("value"));
-        values->CreateValueArray("float", add("threads", "values"));
+        values->CreateValueArray("float", add("values"));
         values->ScriptQuery(add("query"));
         ServiceOf<CKzUser_MessageService>(application)->Allocate(add("message"));
         commands->Spawn(0, "user.value", add("command"));
