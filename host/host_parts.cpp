@@ -12,6 +12,7 @@
 #include "host/commands/mesh_commands.h"
 #include "host/commands/preset_commands.h"
 #include "host/commands/repeat_commands.h"
+#include "host/commands/replace_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/user_value_commands.h"
@@ -157,6 +158,7 @@ void addCommands(const HostParts& host) {
     kzAddPresetCommands(*host.registry, {host.presets, host.scenes, host.images, host.files});
     kzAddPresetInfoCommands(*host.registry, {host.presets, host.scenes, host.images, host.files});
     kzAddRepeatCommands(*host.registry, host.dispatcher);
+    kzAddReplaceCommands(*host.registry, host.modules, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
     kzAddUserValueCommands(*host.registry, host.userValues);

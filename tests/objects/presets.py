@@ -208,14 +208,14 @@ def check_pictures_are_written_and_stored():
 @in_folder
 def check_a_double_click_is_one_step():
     scene, = new()
-    count, before = scene.ItemCount(-1), kz.eval('undo steps:?')
+    count, before = scene.ItemCount(symbol.iITYPE_ANY), kz.eval('undo steps:?')
     kz.eval('preset.do {%s}' % path_of('oak.wood'))
     equal((scene.ItemLookup('oak.wood').TypeName(), kz.eval('undo steps:?')), ('locator', before + 1))
     kz.eval('undo')
-    equal(scene.ItemCount(-1), count)
+    equal(scene.ItemCount(symbol.iITYPE_ANY), count)
     METRICS['flags'] = symbol.fPRESET_NODO
     for name, code in (('oak.wood', 'NOTSUPPORTED'), ('none.wood', 'NOTFOUND'), ('flint.stone', 'NOTSUPPORTED')):
         equal((name, refusal('preset.do {%s}' % path_of(name))), (name, code))
     METRICS.clear()
     equal(refusal('preset.do {%s}' % path_of('hollow.wood')), 'NOACCESS')
-    equal(scene.ItemCount(-1), count)
+    equal(scene.ItemCount(symbol.iITYPE_ANY), count)

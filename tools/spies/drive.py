@@ -413,6 +413,15 @@ def drive_drops():
     scenes.Close(scene)
 
 
+def drive_replacements():
+    scene = scenes.Create('replaced')
+    scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_LOCATOR)).SetName('replaced')
+    kz.bless(all_done('ItemReplacement', itemrep_SourceType=symbol.sITYPE_LOCATOR,
+                      itemrep_TargetType=symbol.sITYPE_MESH, itemrep_CanReplace=True), 'spied.replacement')
+    attempt(kz.eval, 'item.replace replaced mesh')
+    scenes.Close(scene)
+
+
 def drive_surfaces():
     attempt(meshes.CreateFromSurface, all_done('TableauSurface', tsrf_SegmentCount=1)(), 0.0)
 
@@ -470,5 +479,5 @@ def drive_calculations():
 
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
               drive_listeners, drive_notifiers, drive_memory, drive_folders, drive_time, drive_selection, drive_packages,
-              drive_drops, drive_surfaces, drive_hints, drive_calculations):
+              drive_drops, drive_replacements, drive_surfaces, drive_hints, drive_calculations):
     drive()
