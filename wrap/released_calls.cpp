@@ -5,10 +5,13 @@
 #include "wrap/released_calls.h"
 
 #include "wrap/marshal.h"
+#include "wrap/wrapper.h"
 
 #include "kz/thread.h"
 
 #include <cstring>
+
+extern KzWrapperType kzType_ThreadService;
 
 using kz_marshal::InInt;
 using kz_marshal::InObject;
@@ -52,9 +55,8 @@ constexpr struct {
 
 }  // namespace
 
-void kzReleaseLockIn(const KzWrapperType& row) noexcept {
-    if (!(*row.iid == KZu_THREADSERVICE)) return;
-    for (PyMethodDef* method = row.methods; method->ml_name != nullptr; ++method)
+void kzReleaseLockInCalls() noexcept {
+    for (PyMethodDef* method = kzType_ThreadService.methods; method->ml_name != nullptr; ++method)
         for (const auto& each : released)
             if (std::strcmp(method->ml_name, each.name) == 0) method->ml_meth = each.function;
 }

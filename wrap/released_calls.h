@@ -2,7 +2,5 @@
 // have to run Python.
 #pragma once
 
-#include "wrap/wrapper.h"
-
-// Replaces, in the row of a type that is being made, the generated functions of such methods.
-[[gnu::visibility("hidden")]] void kzReleaseLockIn(const KzWrapperType& row) noexcept;
+// Replaces the generated functions of such methods. Called before any type is made; calling it again changes nothing.
+[[gnu::visibility("hidden")]] void kzReleaseLockInCalls() noexcept;

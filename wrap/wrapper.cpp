@@ -7,7 +7,6 @@
 #include "module/py_lock.h"
 #include "module/runtime.h"
 #include "wrap/refusal.h"
-#include "wrap/released_calls.h"
 #include "wrap/result_codes.h"
 #include "wrap/uncopyable.h"
 
@@ -168,7 +167,6 @@ void ready(KzWrapperType& row, const char* submodule) {
         type.tp_name = strdup(name.c_str());
         type.tp_basicsize = sizeof(KzWrapper);
         type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
-        kzReleaseLockIn(row);
         type.tp_methods = row.methods;
         type.tp_doc = row.doc;
         kzNonNull(type.tp_name);
