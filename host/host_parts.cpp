@@ -8,6 +8,7 @@
 #include "host/commands/document_commands.h"
 #include "host/commands/drop_commands.h"
 #include "host/commands/image_commands.h"
+#include "host/commands/interview_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
 #include "host/commands/preset_commands.h"
@@ -21,6 +22,7 @@
 #include "host/core/command_registry.h"
 #include "host/core/command_repeats.h"
 #include "host/core/command_states.h"
+#include "host/core/interviews.h"
 #include "host/core/job_threads.h"
 #include "host/core/listener_table.h"
 #include "host/core/log_listeners.h"
@@ -69,6 +71,7 @@
 #include "host/services/host_service.h"
 #include "host/services/image_processing_service.h"
 #include "host/services/image_service.h"
+#include "host/services/interview_service.h"
 #include "host/services/io_service.h"
 #include "host/services/layer_service.h"
 #include "host/services/listener_service.h"
@@ -111,6 +114,7 @@
 #include "kz/dir_cache.h"
 #include "kz/file.h"
 #include "kz/guid.h"
+#include "kz/help.h"
 #include "kz/host.h"
 #include "kz/image.h"
 #include "kz/image_processing.h"
@@ -144,6 +148,7 @@ void addCommands(const HostParts& host) {
     kzAddAudioCommands(*host.registry, host.files, host.sounds);
     kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
     kzAddChoiceCommands(*host.registry, host.dispatcher, host.scenes);
+    kzAddInterviewCommands(*host.registry, host.interviews);
     kzAddSceneCommands(*host.registry, host.scenes);
     kzAddItemCommands(*host.registry, host.scenes);
     kzAddSelectCommands(*host.registry, host.modules, host.scenes);
@@ -223,6 +228,7 @@ void addServices(const HostParts& host) {
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
     add("imageprocessing", KZu_IMAGEPROCESSINGSERVICE, kzMakeImageProcessingService, host.files, host.images);
     add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
+    add("interviewer", KZu_INTERVIEWERSERVICE, kzMakeInterviewService, host.interviews);
     add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
@@ -294,7 +300,8 @@ HostParts::HostParts()
       preferences(std::make_shared<CPreferences>()), properties(std::make_shared<CPropertyTable>()),
       texts(std::make_shared<CTextBoard>()), userValues(std::make_shared<CUserValues>()),
       jobThreads(std::make_shared<CJobThreads>()), listeners(std::make_shared<CListenerTable>()),
-      log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
+      log(std::make_shared<CLogStore>()), interviews(std::make_shared<CInterviews>(log)),
+      reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
       types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
       modifiers(std::make_shared<CServedModifiers>(modules)), packages(std::make_shared<CItemPackages>(modules)),

@@ -128,10 +128,10 @@ def check_shares_that_fail_or_lie():
 
     class Fails(Sum):
         def share_Evaluate(self):
-            kz.throw(kz.result.ABORT)
+            kz.throw(kz.result.NOACCESS)
 
     work = Fails(range(100))
-    equal((shared(work), sorted(work.numbers)), ('ABORT', range(100)))  # what was given away is back
+    equal((shared(work), sorted(work.numbers)), ('NOACCESS', range(100)))  # what was given away is back
 
     class Unmerged(Sum):
         def share_Share(self, other, split):

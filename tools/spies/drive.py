@@ -422,6 +422,11 @@ def drive_replacements():
     scenes.Close(scene)
 
 
+def drive_interviews():
+    attempt(service.Interviewer().Start, all_done('Interviewer', intrv_Question='what', intrv_Next=0)(), 'driven')
+    attempt(kz.eval, 'interview.answer a')
+
+
 def drive_surfaces():
     attempt(meshes.CreateFromSurface, all_done('TableauSurface', tsrf_SegmentCount=1)(), 0.0)
 
@@ -479,5 +484,5 @@ def drive_calculations():
 
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
               drive_listeners, drive_notifiers, drive_memory, drive_folders, drive_time, drive_selection, drive_packages,
-              drive_drops, drive_replacements, drive_surfaces, drive_hints, drive_calculations):
+              drive_drops, drive_replacements, drive_interviews, drive_surfaces, drive_hints, drive_calculations):
     drive()
