@@ -27,8 +27,6 @@ import kzu.object
 
 # Those that wait, by their nature, for something that nobody here does.
 SKIPPED = {
-    'Thread.ProcessRange': 'never returns with work in Python',
-    'Thread.ProcessShared': 'never returns with work in Python',
     'Thread.Enter': 'waits for whoever entered and went on',
     'Thread.Sleep': 'sleeps as long as it is told',
     'ThreadMutex.Enter': 'waits for whoever entered and went on',

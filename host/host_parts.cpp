@@ -4,14 +4,18 @@
 #include "host/commands/alias_commands.h"
 #include "host/commands/audio_commands.h"
 #include "host/commands/builtin_server_commands.h"
+#include "host/commands/choice_commands.h"
 #include "host/commands/document_commands.h"
 #include "host/commands/drop_commands.h"
 #include "host/commands/folder_commands.h"
 #include "host/commands/image_commands.h"
+#include "host/commands/interview_commands.h"
 #include "host/commands/log_commands.h"
 #include "host/commands/mesh_commands.h"
 #include "host/commands/preset_commands.h"
 #include "host/commands/reference_commands.h"
+#include "host/commands/repeat_commands.h"
+#include "host/commands/replace_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/tree_commands.h"
@@ -19,7 +23,9 @@
 #include "host/commands/value_commands.h"
 #include "host/core/command_dispatcher.h"
 #include "host/core/command_registry.h"
+#include "host/core/command_repeats.h"
 #include "host/core/command_states.h"
+#include "host/core/interviews.h"
 #include "host/core/job_threads.h"
 #include "host/core/listener_table.h"
 #include "host/core/log_listeners.h"
@@ -71,6 +77,7 @@
 #include "host/services/host_service.h"
 #include "host/services/image_processing_service.h"
 #include "host/services/image_service.h"
+#include "host/services/interview_service.h"
 #include "host/services/io_service.h"
 #include "host/services/layer_service.h"
 #include "host/services/listener_service.h"
@@ -113,6 +120,7 @@
 #include "kz/dir_cache.h"
 #include "kz/file.h"
 #include "kz/guid.h"
+#include "kz/help.h"
 #include "kz/host.h"
 #include "kz/image.h"
 #include "kz/image_processing.h"
@@ -145,6 +153,8 @@ void addCommands(const HostParts& host) {
     kzAddAliasCommands(host.registry);
     kzAddAudioCommands(*host.registry, host.files, host.sounds);
     kzAddBuiltinServerCommands(*host.registry, host.modules, host.scripts);
+    kzAddChoiceCommands(*host.registry, host.dispatcher, host.scenes);
+    kzAddInterviewCommands(*host.registry, host.interviews);
     kzAddSceneCommands(*host.registry, host.scenes);
     kzAddReferenceCommands(*host.registry, host.scenes, kzMakeSceneReferences(host.scenes, host.sceneFiles));
     kzAddItemCommands(*host.registry, host.scenes);
@@ -158,7 +168,10 @@ void addCommands(const HostParts& host) {
     kzAddFolderCommands(*host.registry, host.modules, host.dirCache, host.files);
     kzAddDropCommands(*host.registry, host.drops, host.scenes);
     kzAddImageCommands(*host.registry, host.modules, host.log, host.files, host.images);
-    kzAddPresetCommands(*host.registry, host.presets, host.scenes);
+    kzAddPresetCommands(*host.registry, {host.presets, host.scenes, host.images, host.files});
+    kzAddPresetInfoCommands(*host.registry, {host.presets, host.scenes, host.images, host.files});
+    kzAddRepeatCommands(*host.registry, host.dispatcher);
+    kzAddReplaceCommands(*host.registry, host.modules, host.scenes);
     kzAddScriptCommands(*host.registry, host.files, host.scripts);
     kzAddSettingCommands(*host.registry, host.files, host.properties);
     kzAddTreeCommands(*host.registry, host.trees);
@@ -224,6 +237,7 @@ void addServices(const HostParts& host) {
     add("image", KZu_IMAGESERVICE, kzMakeImageService, host.files, host.images);
     add("imageprocessing", KZu_IMAGEPROCESSINGSERVICE, kzMakeImageProcessingService, host.files, host.images);
     add("layer", KZu_LAYERSERVICE, kzMakeLayerService, host.scenes);
+    add("interviewer", KZu_INTERVIEWERSERVICE, kzMakeInterviewService, host.interviews);
     add("io", KZu_IOSERVICE, kzMakeIOService, host.files, host.scenes, host.redirects);
     add("listener", KZu_LISTENERSERVICE, kzMakeListenerService, host.listeners);
     add("log", KZu_LOGSERVICE, kzMakeLogService, host.log, host.listeners, host.texts);
@@ -295,7 +309,8 @@ HostParts::HostParts()
       preferences(std::make_shared<CPreferences>()), properties(std::make_shared<CPropertyTable>()),
       texts(std::make_shared<CTextBoard>()), userValues(std::make_shared<CUserValues>()),
       jobThreads(std::make_shared<CJobThreads>()), listeners(std::make_shared<CListenerTable>()),
-      log(std::make_shared<CLogStore>()), reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
+      log(std::make_shared<CLogStore>()), interviews(std::make_shared<CInterviews>(log)),
+      reasons(CReasonBook::open(log)), modules(std::make_shared<CModuleTable>()),
       notifiers(std::make_shared<CNotifierTable>(modules)), results(std::make_shared<CResultCache>()),
       types(std::make_shared<CValueTypeRegistry>(modules, properties)), scenes(std::make_shared<OpenScenes>()),
       modifiers(std::make_shared<CServedModifiers>(modules)), packages(std::make_shared<CItemPackages>(modules)),
@@ -304,7 +319,8 @@ HostParts::HostParts()
           CSessionMemory::Parts{commandState, log, persistence, preferences, properties, userValues, types})),
       scripts(std::make_shared<CScriptRunner>(modules, log, undo, notifiers)),
       environment(std::make_shared<CommandEnvironment>(
-          CommandEnvironment{context, commandState, dialogs, listeners, log, notifiers, types, undo})),
+          CommandEnvironment{context, commandState, dialogs, listeners, log, notifiers, types, undo,
+                             std::make_shared<CCommandRepeats>(context, commandState, listeners, undo)})),
       registry(std::make_shared<CCommandRegistry>(environment, modules)),
       states(std::make_shared<CCommandStates>(registry, notifiers, commandState)),
       dispatcher(std::make_shared<CCommandDispatcher>(registry, files, scripts)),
@@ -321,10 +337,13 @@ HostParts::HostParts()
       queries(std::make_shared<QueryEnvironment>(
           QueryEnvironment{context, dispatcher, files, log, modules, properties, scripts, types, services})) {
     kzTellListeners(*log, listeners, notifiers);
-    kzTellListeners(scenes, listeners, [tell = notifierOf(*this), weak = std::weak_ptr(states)](bool ofHistory) {
-        if (ofHistory) tell(KZsNOTIFIER_UNDO, {});
-        else if (const auto known = weak.lock()) known->changed();
-    });
+    kzTellListeners(
+        scenes, listeners,
+        [tell = notifierOf(*this), weak = std::weak_ptr(states), history = std::weak_ptr(undo)](bool ofHistory) {
+            if (const auto blocks = history.lock(); blocks && ofHistory) blocks->historyChanged();
+            if (ofHistory) tell(KZsNOTIFIER_UNDO, {});
+            else if (const auto known = weak.lock()) known->changed();
+        });
     tellOfSettings(*this);
     commandState->whenIdle = [waiting = notifiers.get(), known = states.get(), saving = autoSave.get()] {
         try {

@@ -20,6 +20,7 @@ class CImageFiles;
 class CSoundFiles;
 class CImportPaths;
 class CItemPackages;
+class CInterviews;
 class CJobThreads;
 class CListenerTable;
 class CModuleTable;
@@ -64,6 +65,7 @@ struct HostParts {
     std::shared_ptr<CJobThreads> jobThreads;
     std::shared_ptr<CListenerTable> listeners;
     std::shared_ptr<CLogStore> log;
+    std::shared_ptr<CInterviews> interviews;
     std::shared_ptr<CReasonBook> reasons;
     std::shared_ptr<CModuleTable> modules;
     std::shared_ptr<CNotifierTable> notifiers;

@@ -2,6 +2,7 @@
 #include "host/kz_host.h"
 
 #include "host/core/command_dispatcher.h"
+#include "host/core/interviews.h"
 #include "host/core/job_threads.h"
 #include "host/core/listener_table.h"
 #include "host/core/log_store.h"
@@ -87,6 +88,7 @@ KzResult CKzHost::adopt(const std::string& name, IKzUnknown* module) {
 
 void CKzHost::unload() {
     m_parts->jobThreads->finish();  // jobs belong to modules
+    m_parts->interviews->end();
     m_parts->modifiers->clear();
     m_parts->packages->clear();
     m_parts->drops->end();  // servers of modules wait for its end

@@ -141,7 +141,7 @@ KzResult CBuiltinCommand::cmd_NotifyRemoveClient(IKzUnknown* client) {
 
 KzResult CBuiltinCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(rawSelf(), flags, [this] {
+    return m_run.execute(rawSelf(), flags, [this](std::uint32_t /*flags*/) {
         m_row->execute(*this);
         return KZe_OK;
     });

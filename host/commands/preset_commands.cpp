@@ -3,10 +3,13 @@
 
 #include "host/commands/builtin_command.h"
 #include "host/core/reasons.h"
+#include "host/objects/image_files.h"
 #include "host/objects/open_scenes.h"
 #include "host/objects/presets.h"
+#include "host/state/path_aliases.h"
 
 #include "kz/command.h"
+#include "kz/preset_browser.h"
 #include "kz/result.h"
 #include "kz/value.h"
 
@@ -23,6 +26,7 @@ constexpr ArgumentRow saveArguments[] = {
     {"item", KZsTYPE_STRING, 0, "the item of the current scene whose settings it is to hold"},
     {KZsARG_PRESET_TYPE, KZsTYPE_STRING, kzOptional | kzQueryable,
      "the type of preset, preset.channels when it is left out; queried, all of them"},
+    {KZsARG_PRESET_THUMB, KZsTYPE_STRING, kzOptional, "the file of its picture"},
 };
 constexpr ArgumentRow listArguments[] = {
     {"name", KZsTYPE_STRING, kzOptional | kzQueryable, "queried, the user's own presets"},
@@ -49,11 +53,16 @@ std::string nameOf(CBuiltinCommand& command) {
     return name;
 }
 
-void savePreset(CPresets& presets, OpenScenes& scenes, CBuiltinCommand& command) {
+// A picture that cannot be read is refused before anything is written.
+void savePreset(const PresetParts& parts, CBuiltinCommand& command) {
     CKzLoc_Unknown item;
     const std::string type =
         command.has(KZsARG_PRESET_TYPE) ? command.text(KZsARG_PRESET_TYPE) : KZsPRESETTYPE_CHANNELS;
-    presets.save(CPresets::pathOf(nameOf(command)), type, findItem(scenes, command, item).raw(), nullptr);
+    const std::string picture = command.text(KZsARG_PRESET_THUMB);
+    findItem(*parts.scenes, command, item);
+    const CHostRef<CImage> image =
+        picture.empty() ? CHostRef<CImage>() : parts.images->load(parts.files->place(picture.c_str()), nullptr);
+    parts.presets->save(kzPresetPath(command), type, item.raw(), image ? image.raw() : nullptr);
 }
 
 Texts querySave(CPresets& presets, CBuiltinCommand& /*command*/, std::uint32_t /*index*/) { return presets.types(); }
@@ -62,7 +71,7 @@ Texts queryList(CPresets& presets, CBuiltinCommand& command, std::uint32_t index
     if (index == 0) return presets.names();
     RecognizedPreset preset;
     const std::string name = nameOf(command);
-    if (!presets.recognize(CPresets::pathOf(name), preset))
+    if (!presets.recognize(kzPresetPath(command), preset))
         kzRefuse(KZe_NOTFOUND, kzThereIsNo("preset", name, presets.names()));
     return {preset.category};
 }
@@ -72,7 +81,7 @@ void applyPreset(CPresets& presets, OpenScenes& scenes, CBuiltinCommand& command
     CKzLoc_Unknown item;
     const std::string name = nameOf(command);
     findItem(scenes, command, item);
-    const std::string path = CPresets::pathOf(name);
+    const std::string path = kzPresetPath(command);
     std::error_code error;
     if (std::filesystem::exists(path, error)) presets.apply(path, item.raw());
     else if (!presets.doByName(name, item.raw())) kzRefuse(KZe_NOTFOUND, kzThereIsNo("preset", name, presets.names()));
@@ -80,11 +89,14 @@ void applyPreset(CPresets& presets, OpenScenes& scenes, CBuiltinCommand& command
 
 }  // namespace
 
-void kzAddPresetCommands(CCommandRegistry& registry, const std::shared_ptr<CPresets>& presets,
-                         const std::shared_ptr<OpenScenes>& scenes) {
+std::string kzPresetPath(CBuiltinCommand& command) { return CPresets::pathOf(nameOf(command)); }
+
+void kzAddPresetCommands(CCommandRegistry& registry, const PresetParts& parts) {
+    const auto& [presets, scenes, images, files] = parts;
     kzAddCommands(registry, {
                                 {"preset.save", "Save Preset", "saves the settings of an item as a preset", KZfCMD_UI,
-                                 saveArguments, kzWith(savePreset, presets, scenes), kzWith(querySave, presets)},
+                                 saveArguments, [parts](CBuiltinCommand& command) { savePreset(parts, command); },
+                                 kzWith(querySave, presets)},
                                 {"preset.list", "List Presets", "the user's own presets", KZfCMD_UI, listArguments,
                                  kzOnlyQueried, kzWith(queryList, presets)},
                                 {"preset.apply", "Apply Preset", "applies a preset to an item",

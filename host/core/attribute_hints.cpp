@@ -16,14 +16,14 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::uint32_t mostChoicesAsked = 10000, mostNotifiersAsked = 100;
+constexpr std::uint32_t mostNotifiersAsked = 100;
 
 std::optional<std::string> answered(const std::string& text) {
     return text.empty() ? std::nullopt : std::optional(text);
 }
 
 void addChoices(const CKzUser_UIValueHints& hints, std::uint32_t announced, HintValues& values) {
-    const std::uint32_t count = std::min(hints.PopCount(), mostChoicesAsked);
+    const std::uint32_t count = std::min(hints.PopCount(), kzMostChoicesAsked);
     for (std::uint32_t at = 0; at < count; ++at) {
         HintChoice choice;
         choice.value = kzAnswer([&](const char** text) { return hints.PopInternalName(at, text); });
@@ -53,15 +53,14 @@ void addNotifiers(const CKzUser_UIValueHints& hints, HintValues& values) {
     }
 }
 
-// Of the value of an attribute; empty if its owner has none.
-void takeValueHints(IKzUnknown* attributes, std::uint32_t index, CKzUser_UIValueHints& hints) {
+}  // namespace
+
+void kzTakeValueHints(IKzUnknown* attributes, std::uint32_t index, CKzUser_UIValueHints& hints) {
     CKzLoc_Unknown object;
     const CKzUser_AttributesUI owner(attributes);
     if (owner && kzSucceeded(kzTakeOutput(object, [&](IKzUnknown** out) { return owner.UIValueHints(index, out); })))
         hints.set(object.raw());
 }
-
-}  // namespace
 
 void kzAddValueHints(const CKzUser_UIValueHints& hints, HintValues& values) {
     if (!hints) return;
@@ -85,7 +84,7 @@ CHostRef<CUIHints> kzAttributeHints(IKzUnknown* attributes, std::uint32_t index)
     if (const CKzUser_AttributesUI owner(attributes); owner) {
         owner.UIHints(index, hints.raw());  // what was given before a failure holds
         CKzUser_UIValueHints valueHints;
-        takeValueHints(attributes, index, valueHints);
+        kzTakeValueHints(attributes, index, valueHints);
         kzAddValueHints(valueHints, more);
         if (!more.label)
             more.label = answered(kzAnswer([&](const char** text) { return owner.UserName(index, text); }));
@@ -101,7 +100,7 @@ std::string kzAllowedText(IKzUnknown* attributes, std::uint32_t index, const Hin
                           const std::string& text) {
     std::string allowed = text;
     CKzUser_UIValueHints hints;
-    takeValueHints(attributes, index, hints);
+    kzTakeValueHints(attributes, index, hints);
     if (hints && (hints.Flags() & KZfVALHINT_FILTER) != 0) {
         const char* accepted = nullptr;
         const KzResult code = hints.StringFilter(text.c_str(), &accepted);

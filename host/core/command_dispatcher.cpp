@@ -19,17 +19,13 @@
 
 namespace kzhost {
 
-namespace {
-
-std::string messageOf(const CKzUser_Command& command, KzResult code) {
+std::string kzFailureOf(const CKzUser_Command& command, KzResult code) {
     CKzLoc_Unknown object;
     if (kzFailed(kzTakeOutput(object, [&](IKzUnknown** output) { return command.Message(output); })))
         return CMessageTables::codeText(code);
     const CKzUser_Message message(object.raw());
     return message ? CMessageTables::reasonOf(*message.ptr(), code) : CMessageTables::codeText(code);
 }
-
-}  // namespace
 
 CValueTypeRegistry& CCommandDispatcher::types() const { return *m_registry->environment()->types; }
 
@@ -127,7 +123,7 @@ CCommandDispatcher::Outcome CCommandDispatcher::performCommand(const MarkedComma
         return outcome;
     }
     outcome.code = command.Execute(marked.flags);
-    if (kzFailed(outcome.code)) outcome.message = messageOf(command, outcome.code);
+    if (kzFailed(outcome.code)) outcome.message = kzFailureOf(command, outcome.code);
     return outcome;
 }
 

@@ -18,6 +18,9 @@ namespace kzhost {
 class CScriptRunner;
 class CPathAliases;
 
+// Why the command has ended with that code, as its message says.
+std::string kzFailureOf(const CKzUser_Command& command, KzResult code);
+
 class CCommandDispatcher {
 public:
     CCommandDispatcher(std::shared_ptr<CCommandRegistry> registry, std::shared_ptr<CPathAliases> files,

@@ -6,6 +6,7 @@
 namespace kzhost {
 
 class CLogStore;
+class CCommandRepeats;
 class CCommandState;
 class CDialogBoard;
 class CListenerTable;
@@ -23,6 +24,7 @@ struct CommandEnvironment {
     std::shared_ptr<CNotifierTable> notifiers;
     std::shared_ptr<CValueTypeRegistry> types;
     std::shared_ptr<CUndoBlocks> undo;
+    std::shared_ptr<CCommandRepeats> repeats;  // null where none are wanted
 };
 using CommandEnvironmentPtr = std::shared_ptr<const CommandEnvironment>;
 

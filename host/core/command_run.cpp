@@ -3,6 +3,7 @@
 
 #include "host/core/argument_dialog.h"
 #include "host/core/command_arguments.h"
+#include "host/core/command_repeats.h"
 #include "host/core/listener_table.h"
 #include "host/core/log_store.h"
 #include "host/core/message_tables.h"
@@ -27,6 +28,12 @@ UndoKind undoKindOf(std::uint32_t what, std::uint32_t flags) {
     return (what & KZfCMD_MODEL) != 0 ? UndoKind::noStep : UndoKind::untouched;
 }
 
+// 0 for a command that says nothing about itself.
+std::uint32_t commandFlagsOf(const CCommandArguments& arguments) {
+    std::uint32_t what = 0;
+    return kzFailed(arguments.command().Flags(&what)) ? 0 : what;
+}
+
 }  // namespace
 
 template <class Body> CCommandRun::Verdict CCommandRun::verdictOf(const Body& body) const {
@@ -40,39 +47,45 @@ template <class Body> CCommandRun::Verdict CCommandRun::verdictOf(const Body& bo
     }
 }
 
-KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags, const std::function<KzResult()>& body) {
+KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags,
+                              const std::function<KzResult(std::uint32_t flags)>& body) {
     if (flags == ~0U) flags = KZfCMD_EXEC_DEFAULT;
     m_message->msg_Reset();
     const CommandEnvironment& environment = *m_environment;
-    environment.listeners->commands(
-        [&](IKzCmdSysListener& each) { each.ExecutePre(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0); });
+    CCommandRepeats::Execution execution(environment.repeats.get(), command, m_name);
+    const std::int32_t type = execution.isAnew() ? KZiCMDEXEC_TYPE_REFIRE : KZiCMDEXEC_TYPE_COMMAND;
+    if (execution.isAnew()) flags |= KZfCMD_EXEC_ALREADYFIRED;
+    environment.listeners->commands([&](IKzCmdSysListener& each) { each.ExecutePre(command, type, 0, 0); });
     const CCommandState::Depth depth(*environment.state, flags);
     std::string line;
-    bool isBlock = false;
+    bool isBlock = false, isKeptInHistory = false;
     const Verdict verdict = verdictOf([&] {
         CCommandArguments arguments(*m_environment->types, command);
+        if (execution.isAnew() && (commandFlagsOf(arguments) & KZfCMD_NOREFIRE) == 0) execution.takeBack();
         const KzResult code = prepare(arguments, flags);
         if (kzFailed(code)) return code;
-        std::uint32_t what = 0;
-        if (kzFailed(arguments.command().Flags(&what))) what = 0;
-        line = historyLine(arguments, what, flags);
+        const std::uint32_t what = commandFlagsOf(arguments);
         const UndoKind kind = undoKindOf(what, flags);
         isBlock = kind == UndoKind::block;
+        isKeptInHistory = isKept(what, flags);
+        // Written before the command runs, as what it does may change what its arguments mean.
+        if ((isBlock && execution.beginStep()) || isKeptInHistory) line = arguments.write(m_name);
         if (isBlock) environment.listeners->commands([&](IKzCmdSysListener& each) { each.BlockBegin(command, 0); });
         const CUndoBlock block(environment.undo.get(), kind, m_name);
-        return body();
+        return body(flags);
     });
     if (isBlock) environment.listeners->commands([&](IKzCmdSysListener& each) { each.BlockEnd(command, 0, 0); });
+    execution.settle(kzSucceeded(verdict.code), line);
     if (kzFailed(verdict.code)) {
         tell(verdict);
         if ((flags & KZfCMD_EXEC_NOALERTS) == 0) environment.log->write("commands", verdict.code, reason());
-    } else if (!line.empty()) {
+    } else if (isKeptInHistory) {
         environment.state->remember(std::move(line));
         environment.notifiers->tell(KZsNOTIFIER_HISTORY, {}, KZfNOTIFY_REFRESH);
     }
     const int succeeded = kzSucceeded(verdict.code) ? 1 : 0;
     environment.listeners->commands([&](IKzCmdSysListener& each) {
-        each.ExecuteResult(command, KZiCMDEXEC_TYPE_COMMAND, 0, 0, succeeded);
+        each.ExecuteResult(command, type, 0, 0, succeeded);
         each.ExecutePost(command, 0, 0);
     });
     return verdict.code;
@@ -100,13 +113,9 @@ KzResult CCommandRun::prepare(CCommandArguments& arguments, std::uint32_t flags)
     return kzRefuses(code) ? code : KZe_OK;
 }
 
-// The history holds what users and scripts ran, not what commands ran in turn. The line is written before the command
-// runs, as what it does may change what its arguments mean.
-std::string CCommandRun::historyLine(const CCommandArguments& arguments, std::uint32_t what,
-                                     std::uint32_t flags) const {
-    if (m_environment->state->depth() > 1 || (flags & KZfCMD_EXEC_NOHISTORY) != 0 || (what & KZfCMD_QUIET) != 0)
-        return {};
-    return arguments.write(m_name);
+// The history holds what users and scripts ran, not what commands ran in turn.
+bool CCommandRun::isKept(std::uint32_t what, std::uint32_t flags) const {
+    return m_environment->state->depth() <= 1 && (flags & KZfCMD_EXEC_NOHISTORY) == 0 && (what & KZfCMD_QUIET) == 0;
 }
 
 void CCommandRun::fail(KzResult code, const std::string& text) {

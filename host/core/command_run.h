@@ -22,8 +22,10 @@ public:
     CCommandRun(CommandEnvironmentPtr environment, std::string name)
         : m_environment(std::move(environment)), m_name(std::move(name)) {}
 
-    // Calls `body`, which returns a code or throws one or a CommandTextError. Afterwards the message holds the outcome.
-    KzResult execute(IKzUnknown* command, std::uint32_t flags, const std::function<KzResult()>& body);
+    // Calls `body` with the flags of the execution; it returns a code or throws one or a CommandTextError. Afterwards the
+    // message holds the outcome.
+    KzResult execute(IKzUnknown* command, std::uint32_t flags,
+                     const std::function<KzResult(std::uint32_t flags)>& body);
     // As above for a query, which only leaves its reason in the message.
     KzResult query(const std::function<KzResult()>& body);
     // Puts a failure into the message.
@@ -39,8 +41,7 @@ private:
     };
     template <class Body> Verdict verdictOf(const Body& body) const;
     KzResult prepare(CCommandArguments& arguments, std::uint32_t flags);
-    std::string historyLine(const CCommandArguments& arguments, std::uint32_t what,
-                            std::uint32_t flags) const;  // empty for a command left out of it
+    bool isKept(std::uint32_t what, std::uint32_t flags) const;
     std::string reason() const;
     void tell(const Verdict& verdict);
 

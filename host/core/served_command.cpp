@@ -60,8 +60,8 @@ template <class Operation> KzResult CServedCommand::told(const Operation& operat
 KzResult CServedCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
     m_isToldAll = false;
-    return m_run.execute(rawSelf(), flags, [this, flags] {
-        const KzResult code = told([&] { return m_inner.Execute(flags); });
+    return m_run.execute(rawSelf(), flags, [this](std::uint32_t given) {
+        const KzResult code = told([&] { return m_inner.Execute(given); });
         m_isToldAll = true;
         return code;
     });

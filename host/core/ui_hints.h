@@ -123,6 +123,10 @@ private:
     std::optional<Table> m_table;
 };
 
+// A nonsensical count must not keep the host busy.
+inline constexpr std::uint32_t kzMostChoicesAsked = 10000;
+// The hints of an attribute's value; empty if its owner has none.
+void kzTakeValueHints(IKzUnknown* attributes, std::uint32_t index, CKzUser_UIValueHints& hints);
 // Adds what the hints of a value answer, which are asked for only what their flags announce.
 void kzAddValueHints(const CKzUser_UIValueHints& hints, HintValues& values);
 

@@ -1,7 +1,9 @@
 // How commands and scripts group what they change into steps that can be undone. The history itself is above this floor.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -21,6 +23,22 @@ public:
     virtual std::size_t depth() const = 0;
     // Closes the blocks that were opened since there were that many.
     virtual void endAbove(std::size_t depth) = 0;
+    // As above, and undoes what they hold.
+    virtual void discardAbove(std::size_t depth) = 0;
+
+    // Undoes the last step; false if the history has changed since that revision, or a block is open.
+    virtual bool undoLast(std::uint64_t revision) = 0;
+    virtual void redoLast() = 0;
+    // Nothing can be redone any more.
+    virtual void forgetUndone() = 0;
+    virtual std::string lastName() const = 0;  // of the step that is undone next; empty if there is none
+    // Another number after each change of the history. The first takes into account what is yet to be recorded.
+    virtual std::uint64_t freshRevision() const = 0;
+    std::uint64_t revision() const noexcept { return m_revision; }
+    void historyChanged() noexcept { ++m_revision; }
+
+private:
+    std::atomic<std::uint64_t> m_revision{0};
 };
 
 // What a command leaves in the history.

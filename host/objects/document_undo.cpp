@@ -21,6 +21,27 @@ public:
     }
     std::size_t depth() const override { return m_workspace->blockDepth(); }
     void endAbove(std::size_t depth) override { m_workspace->endBlocksAbove(depth); }
+    void discardAbove(std::size_t depth) override {
+        while (m_workspace->blockDepth() > depth) m_workspace->discardBlock();
+    }
+    bool undoLast(std::uint64_t revision) override {
+        if (m_workspace->stepCount(Direction::reverse) == 0 || this->revision() != revision || depth() != 0)
+            return false;
+        m_workspace->undo(1);
+        return true;
+    }
+    void redoLast() override { m_workspace->redo(1); }
+    void forgetUndone() override {
+        if (m_workspace->stepCount(Direction::forward) != 0) m_workspace->clear(Direction::forward);
+    }
+    std::string lastName() const override {
+        const bool isEmpty = m_workspace->stepCount(Direction::reverse) == 0;
+        return isEmpty ? std::string() : m_workspace->stepName(Direction::reverse, 0);
+    }
+    std::uint64_t freshRevision() const override {
+        m_workspace->stepCount(Direction::reverse);
+        return revision();
+    }
 
 private:
     std::shared_ptr<CWorkspace> m_workspace;

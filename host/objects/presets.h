@@ -53,9 +53,10 @@ public:
     bool accepts(IKzUnknown* destination, const std::string& path) const;
     std::vector<std::string> candidates(const std::string& path) const;
 
-private:
-    void require(const std::string& path, RecognizedPreset& preset) const;  // throws NOTFOUND
+    // Throws NOTFOUND, with the reason.
+    void require(const std::string& path, RecognizedPreset& preset) const;
 
+private:
     std::shared_ptr<CModuleTable> m_modules;
     std::shared_ptr<OpenScenes> m_scenes;
     mutable std::mutex m_lock;

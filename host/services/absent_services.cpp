@@ -47,8 +47,6 @@ constexpr AbsentService services[] = {
                 "image monitors are windows, and this host has none">},
     {"inputmap", &KZu_INPUTMAPSERVICE,
      makeAbsent<CKzAbsentIfc_InputMapService, "input map service", "keys and buttons run commands only in a window">},
-    {"interviewer", &KZu_INTERVIEWERSERVICE,
-     makeAbsent<CKzAbsentIfc_InterviewerService, "interview service", "nobody is there to answer questions">},
     {"nodal", &KZu_NODALSERVICE,
      makeAbsent<CKzAbsentIfc_NodalService, "nodal service", "schematic pages are windows, and this host has none">},
     {"particle", &KZu_PARTICLESERVICE,

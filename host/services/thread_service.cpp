@@ -4,8 +4,8 @@
 #include "host/core/job_threads.h"
 #include "host/core/object.h"
 #include "host/core/service_base.h"
+#include "host/services/shared_work.h"
 
-#include "kz/base/object_output.h"
 #include "kz/result.h"
 #include "kz/thread.h"
 
@@ -27,8 +27,6 @@
 namespace kzhost {
 
 namespace {
-
-std::uint32_t processors() { return std::max(1U, std::thread::hardware_concurrency()); }
 
 class CThreadMutex final : public CHosted<"mutex", CThreadMutex, CKzIfc_ThreadMutex> {
 public:
@@ -166,7 +164,7 @@ KzResult CThreadGroup::threadgroup_AddJob(IKzUnknown* job) {
 }
 
 KzResult CThreadGroup::threadgroup_Execute() {
-    const std::size_t threads = std::min<std::size_t>(m_work->queueLength(), processors());
+    const std::size_t threads = std::min<std::size_t>(m_work->queueLength(), kzProcessorCount());
     for (std::size_t started = 0; started < threads; ++started) {
         std::function<void()> run = [work = m_work] { work->run(); };
         m_work->enter();
@@ -281,7 +279,7 @@ public:
     std::uint32_t threadservice_AtomicDecrement(std::uint32_t* counter) override {
         return counter != nullptr ? std::atomic_ref(*counter).fetch_sub(1) - 1 : 0;
     }
-    std::uint32_t threadservice_ProcessorCount() override { return processors(); }
+    std::uint32_t threadservice_ProcessorCount() override { return kzProcessorCount(); }
     bool threadservice_IsMain() override { return std::this_thread::get_id() == context()->mainThread; }
     KzResult threadservice_InitThread() override {
         enter("Thread.InitThread");
@@ -292,8 +290,14 @@ public:
         return KZe_OK;
     }
     KzResult threadservice_ProcessRange(IKzUnknown* shared, std::int32_t first, std::int32_t last,
-                                        IKzUnknown* worker) override;
-    KzResult threadservice_ProcessShared(IKzUnknown* work) override;
+                                        IKzUnknown* worker) override {
+        enter("Thread.ProcessRange");
+        return kzProcessRange(worker, shared, first, last);
+    }
+    KzResult threadservice_ProcessShared(IKzUnknown* work) override {
+        enter("Thread.ProcessShared");
+        return kzProcessShared(work);
+    }
     KzResult threadservice_Sleep(double seconds) override {
         enter("Thread.Sleep");
         constexpr double longest = 1e7;  // what the clock can count without overflow
@@ -307,58 +311,6 @@ private:
 
     std::shared_ptr<CJobThreads> m_jobThreads;
 };
-
-// Runs work on several threads and returns the first failure. The calling thread only waits, so it may hold any lock
-// that the work does not need.
-template <class Work> KzResult onThreads(std::size_t count, Work&& work) {
-    std::atomic<KzResult> verdict = KZe_OK;
-    std::vector<std::jthread> threads;
-    for (std::size_t index = 0; index < count; ++index)
-        threads.emplace_back([&, index] {
-            KzResult expected = KZe_OK;
-            if (const KzResult code = work(index); kzFailed(code)) verdict.compare_exchange_strong(expected, code);
-        });
-    threads.clear();  // joins
-    return verdict;
-}
-
-// The range includes both ends.
-KzResult CThreadService::threadservice_ProcessRange(IKzUnknown* shared, std::int32_t first, std::int32_t last,
-                                                    IKzUnknown* worker) {
-    enter("Thread.ProcessRange");
-    const CKzUser_ThreadRangeWorker asThreadRangeWorker(worker);
-    if (!asThreadRangeWorker) return KZe_INVALIDARG;
-    if (last < first) return KZe_OK;
-    const std::int64_t total = std::int64_t{last} - first + 1;
-    const std::int64_t parts = std::min<std::int64_t>(total, processors());
-    return onThreads(static_cast<std::size_t>(parts), [&](std::size_t index) {
-        const auto part = static_cast<std::int64_t>(index);
-        return asThreadRangeWorker->Execute(static_cast<std::int32_t>(first + total * part / parts),
-                                            static_cast<std::int32_t>(first + total * (part + 1) / parts - 1), shared);
-    });
-}
-
-KzResult CThreadService::threadservice_ProcessShared(IKzUnknown* work) {
-    enter("Thread.ProcessShared");
-    const CKzUser_SharedWork whole(work);
-    if (!whole) return KZe_INVALIDARG;
-    std::deque<CKzUser_SharedWork> shares;
-    for (std::uint32_t index = 1; index < processors(); ++index) {
-        CKzLoc_Unknown object;
-        if (kzFailed(kzTakeOutput(object, [&](IKzUnknown** output) { return whole->Spawn(output); })))
-            break;  // work that cannot be shared runs on one thread
-        if (!shares.emplace_back(object.raw())) return KZe_NOINTERFACE;
-        if (kzFailed(shares.back()->Share(work, 1))) {
-            shares.pop_back();
-            break;
-        }
-    }
-    const KzResult verdict = onThreads(shares.size() + 1, [&](std::size_t index) {
-        return index == 0 ? whole->Evaluate() : shares[index - 1]->Evaluate();
-    });
-    for (const auto& share : shares) whole->Share(share.raw(), 0);
-    return verdict;
-}
 
 }  // namespace
 

@@ -3,14 +3,24 @@ import kz
 import kz.object as k
 import kzifc
 from checks import code_of, equal, fails
-from kz.symbol import (fPOPUP_DISABLED, fPOPUP_HEADING, fUIHINT_MAX, fUIHINT_MIN, fUIHINT_PASSWORD, fUIHINT_SOFTMAX,
-                       fUIHINT_SOFTMIN, fUIHINT_SORTED, fVALHINT_COLORS, fVALHINT_CUE, fVALHINT_FILTER, fVALHINT_ITEMS,
-                       fVALHINT_ITEMS_NONE, fVALHINT_LABEL, fVALHINT_NOTIFIERS, fVALHINT_POPUPS, fVALHINT_POPUP_TIPS,
+from kz.symbol import (fCMDARG_OPTIONAL, fCMDARG_READONLY, fPOPUP_DISABLED, fPOPUP_HEADING, fUIHINT_MAX, fUIHINT_MIN,
+                       fUIHINT_PASSWORD, fUIHINT_SOFTMAX, fUIHINT_SOFTMIN, fUIHINT_SORTED, fVALHINT_COLORS,
+                       fVALHINT_CUE, fVALHINT_FILTER, fVALHINT_ITEMS, fVALHINT_ITEMS_NONE, fVALHINT_ITEM_DETAILS,
+                       fVALHINT_LABEL, fVALHINT_NOTIFIERS, fVALHINT_POPUPS, fVALHINT_POPUP_ICONS, fVALHINT_POPUP_TIPS,
                        iUIHINT_BOOL_RADIO, iUIHINT_CLASS_SLIDER)
+from scene import TYPE, new
 
 HOST, VALUES = kz.service.Host(), kz.service.Value()
 POPS = [('title', 'Title', '', fPOPUP_HEADING), ('red', 'Rot', 'like blood', 0), ('grey', None, '', fPOPUP_DISABLED),
         ('blue', None, 'like the sky', 0), (None, None, None, 0)]
+
+
+class Picture(kzifc.Image):
+    def __init__(self, *size):
+        self.size = size
+
+    def img_Size(self):
+        return self.size
 
 
 class Choices(kzifc.UIValueHints):
@@ -54,6 +64,31 @@ class Choices(kzifc.UIValueHints):
             kz.throw(kz.result.OUTOFBOUNDS)
         return ('test.paint', 'now') if index else ('test.paint', None)
 
+    def uiv_PopCategory(self):
+        return 'Paints'
+
+    def uiv_PopIconResource(self, index):
+        if index != 1:
+            kz.notimpl()
+        return 'ui.red'
+
+    def uiv_PopIconImage(self, index, width, height):
+        return Picture(width, height - 2) if index == 3 else self
+
+    def uiv_PopCommand(self, index):
+        if index != 1:
+            kz.throw(kz.result.NOTFOUND)
+        return 'user.value hints.chosen red'
+
+    def uiv_ItemTest(self, item):
+        if k.Item(item).Type() != TYPE('locator'):
+            kz.throw(kz.result.NOTFOUND)
+
+    def uiv_ItemDetails(self, item):
+        if k.Item(item).UniqueName() != 'a':
+            kz.throw(kz.result.NOTFOUND)
+        return 'first', 'of all'
+
     def uiv_StringFilter(self, text):
         if text == 'forbidden':
             kz.throw(kz.result.INVALIDARG)
@@ -67,8 +102,13 @@ class Shown(kzifc.Command, kzifc.Attributes, kzifc.AttributesUI):
     def __init__(self):
         self.values = {}
 
+    executed = []
+
     def cmd_Execute(self, flags):
-        pass
+        self.executed.append(dict(self.values))
+
+    def attr_SetString(self, index, text):
+        self.values[index] = text
 
     def attr_Count(self):
         return len(ARGUMENTS)
@@ -80,7 +120,7 @@ class Shown(kzifc.Command, kzifc.Attributes, kzifc.AttributesUI):
         return 'integer' if index == 0 else 'string'
 
     def cmd_ArgFlags(self, index):
-        return 4
+        return fCMDARG_OPTIONAL | (fCMDARG_READONLY if index != 1 else 0)
 
     def atrui_UserName(self, index):
         return 'name of %d' % index
@@ -100,7 +140,8 @@ class Shown(kzifc.Command, kzifc.Attributes, kzifc.AttributesUI):
     def atrui_UIValueHints(self, index):
         if index == 1:
             return Choices(fVALHINT_POPUPS | fVALHINT_POPUP_TIPS | fVALHINT_LABEL | fVALHINT_CUE | fVALHINT_COLORS
-                           | fVALHINT_NOTIFIERS | fVALHINT_FILTER | fVALHINT_ITEMS | fVALHINT_ITEMS_NONE)
+                           | fVALHINT_NOTIFIERS | fVALHINT_FILTER | fVALHINT_ITEMS | fVALHINT_ITEMS_NONE
+                           | fVALHINT_POPUP_ICONS | fVALHINT_ITEM_DETAILS)
         kz.throw(kz.result.NOTFOUND)
 
 
@@ -181,3 +222,48 @@ def check_servers_fill_the_hints_of_their_arguments():
     equal(help.ArgChoice(1, 'blue'), ('blue', 'like the sky'))
     fails('NOTFOUND', (help.ArgChoice, 1, 'grey'), (HOST.SpawnServer, 'uihints', 'test.shown other'),
           (HOST.SpawnServer, 'uihints', 'no.such.command x'), (HOST.SpawnServer, 'uihints', 'test.shown'))
+
+
+def check_the_choices_of_an_argument_are_listed_and_made():
+    new(('locator', 'a', None), ('mesh', 'm', None), ('locator', 'b', None))
+    ask = lambda what, argument='paint': kz.evalN('command.choices test.shown %s %s:?' % (argument, what))
+    for what, answer in (('choice', ('red', 'blue')), ('label', ('Rot', 'blue')), ('category', ('Paints',)),
+                         ('icon', ('ui.red', '20x18')), ('action', ('user.value hints.chosen red', '')),
+                         ('item', ('(none)', 'first', 'b')), ('detail', ('', 'of all', '')),
+                         ('text:!!hm! allowed', ('hm',))):
+        equal((what, ask(what)), (what, answer))
+    for what in ('choice', 'icon', 'item'):
+        equal((what, ask(what, 'plain')), (what, ()))
+    kz.eval('user.value hints.chosen none type:string')
+    kz.eval('command.choices test.shown paint red')
+    equal((kz.eval('user.value hints.chosen value:?'), Shown.executed), ('red', []))
+    kz.eval('command.choices test.shown paint blue')
+    equal(Shown.executed, [{1: 'blue'}])
+    code = lambda line: (code_of(kz.eval, line), kz.lastResult())[1]
+    for line, expected in (('paint grey', 'INVALIDARG'), ('paint', 'CMD_MISSING_ARGS'),
+                           ('other red', 'CMD_UNKNOWN_ARGUMENT'), ('paint text:forbidden allowed:?', 'INVALIDARG')):
+        equal((line, code('command.choices test.shown ' + line)), (line, getattr(kz.result, expected)))
+    equal(code('command.choices no.such paint red'), kz.result.CMD_UNKNOWN_COMMAND)
+
+
+def check_pictures_of_choices_that_lie_are_none():
+    class Lies(Choices):
+        def uiv_PopIconResource(self, index):
+            return ''
+
+        def uiv_PopIconImage(self, index, width, height):
+            return Picture(0, -5) if index == 1 else 7
+
+        def uiv_PopCount(self):
+            return len(POPS) - 1
+
+    Liar.hints = Lies(fVALHINT_POPUPS | fVALHINT_POPUP_ICONS)
+    equal(kz.evalN('command.choices test.liar size icon:?')[:2], ('', ''))
+
+
+class Liar(Shown):
+    def atrui_UIValueHints(self, index):
+        return self.hints
+
+
+kz.bless(Liar, 'test.liar')

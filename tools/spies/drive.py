@@ -103,7 +103,7 @@ def drive_messages():
 
 
 def drive_threads():
-    """Work that the host shares among threads while Python waits would wait for Python, and is not of use here."""
+    """Jobs, values of threads, and work that the host does on several threads."""
     group = threads.CreateGroup()
     group.AddJob(all_done('ThreadJob')())
     group.Execute()
@@ -112,6 +112,14 @@ def drive_threads():
     slot = threads.CreateSlot(0, all_done('ThreadSlotClient', tsc_Alloc=spies.ADDRESS)())
     attempt(slot.Get)
     attempt(slot.Clear)
+    share = all_done('SharedWork')
+    work = all_done('SharedWork', share_Spawn=lambda self: share())
+    attempt(threads.ProcessShared, work())
+    attempt(threads.ProcessRange, None, 0, 9, all_done('ThreadRangeWorker')())
+    jobs = spies.spy_class('WorkList', work_IsEmpty=False, work_Clear=spies.done)
+    attempt(threads.ProcessShared, spies.spy_class(
+        'WorkList', work_IsEmpty=False, work_Split=lambda self: jobs(), work_Next=lambda self: work(),
+        work_Clear=spies.done)())
 
 
 def drive_models():
@@ -177,7 +185,9 @@ def drive_listeners():
     attempt(log.Flush)
     for line in ('log.clear driven', 'user.value driven 1 type:integer', 'user.value driven 2',
                  'user.value driven life:config', 'user.value driven delete:true', 'scene.new driven',
-                 'item.create locator', 'undo', 'redo'):
+                 'item.create locator', 'undo', 'redo', 'command.refire true', 'item.create locator a',
+                 'item.create locator b', 'command.refire false', 'command.postMode true', 'command.repeat {name:c}',
+                 'item.create locator d', 'command.postMode false'):
         attempt(kz.eval, line)
     attempt(scenes.Save, scenes.Current(), FOLDER + '/closed.kzscene', None)
     attempt(scenes.Close, scenes.Current())
@@ -218,6 +228,12 @@ def drive_memory():
     attempt(destinations.Accepts, item, path)
     attempt(kz.eval, 'preset.apply {%s} driven' % path)
     attempt(kz.eval, 'preset.apply unknown driven')
+    attempt(images.Save, images.Create(1, 1, symbol.iIMG_FORMAT_GREY, 0), FOLDER + '/thumbnail.png', None, None)
+    attempt(kz.eval, 'preset.save {%s} driven spied thumbnail:{%s/thumbnail.png}' % (FOLDER + '/saved.spied', FOLDER))
+    for asked in 'icon aspect size destination metadata markup line flags'.split():
+        attempt(kz.evalN, 'preset.info {%s} %s:?' % (path, asked))
+    attempt(kz.eval, 'preset.info {%s} {%s/written.png}' % (path, FOLDER))
+    attempt(kz.eval, 'preset.do {%s}' % path)
 
 
 def drive_folders():
@@ -420,6 +436,20 @@ def drive_drops():
     scenes.Close(scene)
 
 
+def drive_replacements():
+    scene = scenes.Create('replaced')
+    scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_LOCATOR)).SetName('replaced')
+    kz.bless(all_done('ItemReplacement', itemrep_SourceType=symbol.sITYPE_LOCATOR,
+                      itemrep_TargetType=symbol.sITYPE_MESH, itemrep_CanReplace=True), 'spied.replacement')
+    attempt(kz.eval, 'item.replace replaced mesh')
+    scenes.Close(scene)
+
+
+def drive_interviews():
+    attempt(service.Interviewer().Start, all_done('Interviewer', intrv_Question='what', intrv_Next=0)(), 'driven')
+    attempt(kz.eval, 'interview.answer a')
+
+
 def drive_surfaces():
     attempt(meshes.CreateFromSurface, all_done('TableauSurface', tsrf_SegmentCount=1)(), 0.0)
 
@@ -429,7 +459,9 @@ def drive_hints():
     host = service.Host()
     hints = spies.spy_class('UIValueHints', uiv_Flags=0xFFF, uiv_PopCount=1, uiv_PopInternalName='a', uiv_PopUserName='A',
                             uiv_PopFlags=0, uiv_PopToolTip='tip', uiv_Label='label', uiv_CueText='cue',
-                            uiv_ColorSample=(0, 0, 0, 1), uiv_NotifierCount=1, uiv_NotifierByIndex=('spied', 'now'))
+                            uiv_ColorSample=(0, 0, 0, 1), uiv_NotifierCount=1, uiv_NotifierByIndex=('spied', 'now'),
+                            uiv_PopIconImage=images.Create(1, 1, symbol.iIMG_FORMAT_GREY, 0),
+                            uiv_PopCommand='', uiv_ItemTest=spies.done, uiv_ItemDetails=('item', 'detail'))
     kz.bless(spies.spy_class('Command', 'Attributes', 'AttributesUI', attr_Count=1, attr_Name='a', attr_TypeName='string',
                              atrui_UIHints=spies.done, atrui_UIValueHints=lambda self, index: hints()), 'spied.shown')
     attempt(host.SpawnServer, 'uihints', 'spied.shown a')
@@ -438,6 +470,8 @@ def drive_hints():
     item = scene.ItemAdd(scenes.ItemTypeLookup(symbol.sITYPE_LOCATOR))
     for ask in channels.UserName, channels.Tooltip, channels.IsEnabled, channels.CommandText:
         attempt(ask, item, 0)
+    for asked in ('choice label category icon action item detail'.split() + ['text:a allowed']):
+        attempt(kz.evalN, 'command.choices spied.shown a %s:?' % asked)
     attempt(host.SpawnServer, 'uihints', 'item %s %s' % (item.Ident(), item.ChannelName(0)))
     scenes.Close(scene)
 
@@ -514,5 +548,6 @@ def drive_trees():
 
 for drive in (drive_commands, drive_values, drive_messages, drive_threads, drive_models, drive_curves, drive_pictures,
               drive_listeners, drive_notifiers, drive_memory, drive_folders, drive_time, drive_selection, drive_packages,
-              drive_drops, drive_surfaces, drive_hints, drive_calculations, drive_trees):
+              drive_drops, drive_replacements, drive_interviews, drive_surfaces, drive_hints, drive_calculations,
+              drive_trees):
     drive()

@@ -139,7 +139,9 @@ SPIES = [
     ('spied', ('MeshOperation',), {}, dict(mop_Evaluate=done)),
     ('spied', ('ImageFilter',), {}, dict(imf_Begin=done, imf_Margin=(1, 1), imf_FilterLine=done)),
     ('spied', ('PresetType',), {}, dict(
-        ptyp_Recognize='spied', ptyp_Apply=done, ptyp_Save=done, ptyp_CanApplyTo=True)),
+        ptyp_Recognize='spied', ptyp_Apply=done, ptyp_Save=done, ptyp_CanApplyTo=True, ptyp_Do=done, ptyp_BaseAspect=1,
+        ptyp_GenericThumbnailResource='icon', ptyp_DestinationKind='item', ptyp_StoreThumbnail=done,
+        ptyp_Metrics=lambda self, path, flags: spy_class('PresetMetrics', pmet_ThumbnailIdealSize=(1, 1), pmet_Flags=0)())),
     ('spied', ('PresetDo',), {}, dict(pdo_DoByName='/dev/null', pdo_Do=done)),
     ('spied', ('TextScriptInterpreter',), {}, dict(
         tsi_ValidateHeader=lambda self, header: no(not header.startswith('# spied')),
