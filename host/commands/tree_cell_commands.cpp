@@ -4,6 +4,7 @@
 #include "host/core/command_dispatcher.h"
 #include "host/core/command_text.h"
 #include "host/core/reasons.h"
+#include "host/core/refusal.h"
 #include "host/objects/drops.h"
 #include "host/objects/tree_position.h"
 #include "host/objects/tree_views.h"
@@ -157,10 +158,11 @@ void editTreeCell(CTreeViews& trees, const CellCommands& commands, CBuiltinComma
     runCellCommand(commands, command, cell, text);
 }
 
-// As a single click: it selects the row, and runs the command of a button.
+// As a single click: it selects the row, where rows can be selected, and runs the command of a button.
 void clickTreeCell(CTreeViews& trees, const CellCommands& commands, CBuiltinCommand& command) {
     const TreeCell cell = treeCellOf(trees, command);
-    cell.at.demand(cell.at.view().Select(KZiTREE_SELECT_PRIMARY), "Select");
+    const KzResult code = cell.at.view().Select(KZiTREE_SELECT_PRIMARY);
+    if (kzRefuses(code)) cell.at.demand(code, "Select");
     cell.tree->changed(&IKzTreeListener::NewAttributes);
     if ((cell.at.view().CellFlags(cell.column) & KZfTREE_CELL_BUTTON) == 0) return;
     const std::string text = commandOf(cell, false);

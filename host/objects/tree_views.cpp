@@ -161,7 +161,7 @@ OpenTreeRef CTreeViews::make(const std::string& name) const {
     }
     if (!CKzUser_Tree(object.raw()) || !CKzUser_TreeView(object.raw()))
         throw CommandTextError{KZe_NOINTERFACE, fmt::format("the tree \"{}\" is not both a Tree and a TreeView", name)};
-    const auto tree = std::make_shared<COpenTree>(name, object.raw(), m_listeners);
+    auto tree = std::make_shared<COpenTree>(name, object.raw(), m_listeners);
     for (const auto& [tag, value] : CModuleTable::tagsOf(*server)) {
         if (tag != KZsTAG_TREE_NOTIFIER) continue;
         std::istringstream words(value);

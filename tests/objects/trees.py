@@ -356,6 +356,11 @@ def check_cells_are_edited_clicked_and_dragged():
     equal(value('tree.names'), '')
     kz.eval('tree.click garden 2/0 type')
     equal((value('tree.clicked'), asked('tree.select garden row:?')), (1, ('2/0',)))
+    kz.bless(type('Pressed', (Plain,), {'treeview_CellFlags': lambda self, column: symbol.fTREE_CELL_BUTTON,
+                                        'treeview_CellCommand': lambda self, column: 'user.value tree.clicked 2'}), 'pressed')
+    kz.eval('tree.click pressed 0')
+    equal(value('tree.clicked'), 2)
+    fails('NOTIMPL', (kz.eval, 'tree.select pressed 0'))
     fails('NOTAVAILABLE', (kz.eval, 'tree.cell garden 2 type x'), (kz.eval, 'tree.cell quiet 0 value:x'))
     kz.eval('user.value tree.name delete:1')
     kz.eval('user.value tree.name 1 type:integer')
