@@ -12,7 +12,6 @@
 #include "serve/bless.h"
 #include "serve/leftovers.h"
 #include "wrap/registration.h"
-#include "wrap/released_calls.h"
 #include "wrap/result_codes.h"
 #include "wrap/widget_bridge.h"
 
@@ -85,7 +84,6 @@ void finish(bool hasEnded) {
 
 void kzComposeParts() {
     kzStartWatching();
-    kzReleaseLockInCalls();
     KzModuleParts parts;
     parts.functions = functions;
     parts.types = types;

@@ -1,4 +1,7 @@
-// Work that is done on several threads at once, while the caller waits.
+// Work that is cut into parts.
+//
+// The parts are done one after the other on the calling thread. That thread may hold a lock which the work needs: while Python
+// calls the host it holds the interpreter's, and work in Python on another thread would wait for it for ever.
 #include "host/services/shared_work.h"
 
 #include "host/core/object.h"
@@ -11,23 +14,18 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <atomic>
 #include <bit>
 #include <cstddef>
 #include <deque>
-#include <pthread.h>
-#include <system_error>
 #include <thread>
-#include <vector>
 
 namespace kzhost {
 
 namespace {
 
-thread_local bool theThreadShares = false;  // it does a part of some work already
-thread_local int theNesting = 0;            // how often that has begun other work, which it does as well
+thread_local int theNesting = 0;  // how often work has begun other work here
 
-constexpr std::uint32_t partsPerThread = 4;  // so that a failure is noticed, and threads end at about the same time
+constexpr std::uint32_t partsPerProcessor = 4;       // so that a failure is noticed early
 constexpr std::uint32_t mostItemsOfAList = 1000000;  // of a list that never ends
 
 constexpr int deepestNesting = 32;  // of work that begins itself again
@@ -46,41 +44,14 @@ public:
     ~CNesting() { --theNesting; }
 };
 
-// How many parts can be done at a time by threads of their own.
-std::uint32_t threadsToUse() { return theThreadShares ? 1 : kzProcessorCount(); }
+// Work that other work begins is not cut any further.
+std::uint32_t shareCount() { return theNesting > 1 ? 1 : kzProcessorCount(); }
 
-// Does the parts 0 to `count` - 1, each on some thread, the first ones on a thread of their own each, and returns the first
-// failure, after which no part is begun. The calling thread only waits, so it may hold any lock that the work does not need;
-// but it does the rest when no more threads are to be had.
-template <class DoPart> KzResult doParts(std::size_t count, std::size_t mostThreads, const DoPart& doPart) {
-    const std::size_t own = std::min(count, mostThreads);
-    std::atomic<KzResult> verdict = KZe_OK;
-    std::atomic<std::size_t> next = own;
-    const auto doFrom = [&](std::size_t part) {
-        for (; kzSucceeded(verdict) && part < count; part = next++) {
-            KzResult expected = KZe_OK;
-            if (const KzResult code = doPart(part); kzFailed(code)) verdict.compare_exchange_strong(expected, code);
-        }
-    };
-    std::vector<std::jthread> threads;
-    for (std::size_t part = 0; part < own; ++part) {
-        if (!theThreadShares) {
-            try {
-                threads.emplace_back([&doFrom, part] {
-                    pthread_setname_np(pthread_self(), "share");
-                    theThreadShares = true;
-                    doFrom(part);
-                });
-                continue;
-            } catch (const std::system_error&) {
-                kzBecause(KZe_NOTAVAILABLE, "Thread",
-                          [] { return "no more threads can be started, so others do more"; });
-            }
-        }
-        doFrom(part);
-    }
-    threads.clear();  // joins
-    return verdict;
+// Returns the first failure, after which no part is begun.
+template <class DoPart> KzResult doParts(std::size_t count, const DoPart& doPart) {
+    for (std::size_t part = 0; part < count; ++part)
+        if (const KzResult code = doPart(part); kzFailed(code)) return code;
+    return KZe_OK;
 }
 
 // Share `index` has its work from this one, so that all have about the same: 1 and 2 from 0, 3 from 1, 4 from 0, ...
@@ -112,11 +83,10 @@ bool addShare(Shares& shares) {
 KzResult doShares(const CKzUser_SharedWork& whole) {
     Shares shares;
     shares.emplace_back().copy(whole);
-    const std::uint32_t most = threadsToUse();
+    const std::uint32_t most = shareCount();
     while (shares.size() < most && addShare(shares)) {
     }
-    KzResult verdict =
-        doParts(shares.size(), shares.size(), [&](std::size_t index) { return shares[index]->Evaluate(); });
+    KzResult verdict = doParts(shares.size(), [&](std::size_t index) { return shares[index]->Evaluate(); });
     for (std::size_t index = shares.size(); --index > 0;) {
         const KzResult code = shares[giverOf(index)]->Share(shares[index].raw(), KZiSHARE_MERGE);
         if (kzSucceeded(verdict)) verdict = code;
@@ -135,9 +105,8 @@ KzResult doItem(IKzUnknown* item) {
     return KZe_OK;
 }
 
-KzResult doList(const CKzUser_WorkList& list, const std::atomic<bool>& isOver) {
+KzResult doList(const CKzUser_WorkList& list) {
     for (std::uint32_t count = 0; count < mostItemsOfAList; ++count) {
-        if (isOver) return KZe_OK;
         CKzLoc_Unknown item;
         const KzResult code = kzTakeOutput(item, [&](IKzUnknown** output) { return list->Next(output); });
         if (code == KZe_NOTFOUND) return KZe_OK;
@@ -152,7 +121,7 @@ KzResult doList(const CKzUser_WorkList& list, const std::atomic<bool>& isOver) {
 KzResult doLists(const CKzUser_WorkList& whole) {
     std::deque<CKzUser_WorkList> lists;
     lists.emplace_back().copy(whole);
-    const std::uint32_t most = threadsToUse();
+    const std::uint32_t most = shareCount();
     while (lists.size() < most) {
         const CKzUser_WorkList& giver = lists[giverOf(lists.size())];
         CKzLoc_Unknown object;
@@ -165,12 +134,7 @@ KzResult doLists(const CKzUser_WorkList& whole) {
         }
         lists.emplace_back().copy(rest);
     }
-    std::atomic<bool> isOver = false;
-    const KzResult verdict = doParts(lists.size(), lists.size(), [&](std::size_t index) {
-        const KzResult code = doList(lists[index], isOver);
-        if (kzFailed(code)) isOver = true;
-        return code;
-    });
+    const KzResult verdict = doParts(lists.size(), [&](std::size_t index) { return doList(lists[index]); });
     if (kzFailed(verdict))
         for (const CKzUser_WorkList& each : lists) each->Clear();
     return verdict;
@@ -189,9 +153,8 @@ KzResult kzProcessRange(IKzUnknown* worker, IKzUnknown* shared, std::int32_t fir
     if (last < first) return KZe_OK;
     const CNesting nesting("Thread.ProcessRange");
     const std::int64_t total = std::int64_t{last} - first + 1;
-    const std::uint32_t threads = threadsToUse();
-    const auto parts = std::min<std::int64_t>(total, std::int64_t{threads} * partsPerThread);
-    return doParts(static_cast<std::size_t>(parts), threads, [&](std::size_t index) {
+    const auto parts = std::min<std::int64_t>(total, std::int64_t{shareCount()} * partsPerProcessor);
+    return doParts(static_cast<std::size_t>(parts), [&](std::size_t index) {
         const auto part = static_cast<std::int64_t>(index);
         return asWorker->Execute(static_cast<std::int32_t>(first + total * part / parts),
                                  static_cast<std::int32_t>(first + total * (part + 1) / parts - 1), shared);

@@ -1,4 +1,4 @@
-// Work that is done on several threads at once, while the caller waits: ranges, work that can be split, and lists of jobs.
+// Work that is cut into parts: ranges, work that can be split, and lists of jobs.
 #pragma once
 
 #include "kz/base/object.h"
@@ -9,8 +9,7 @@ namespace kzhost {
 
 std::uint32_t kzProcessorCount();
 
-// The range includes both ends. Each returns the first failure, after which nothing else is begun. Work that is started on one
-// of these threads runs on that thread alone, as more threads would only wait for each other.
+// The range includes both ends. Each returns the first failure, after which nothing else is begun.
 KzResult kzProcessRange(IKzUnknown* worker, IKzUnknown* shared, std::int32_t first, std::int32_t last);
 // A SharedWork, or a WorkList of these and of jobs.
 KzResult kzProcessShared(IKzUnknown* work);
