@@ -45,8 +45,9 @@ TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("obj
 
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
                          testing::Values("animation", "calculations", "drops", "files", "filters", "hints", "image",
-                                         "kzu_objects", "layers", "listeners", "looks", "mesh", "packages", "packets",
-                                         "scene", "selection", "shapes", "solids", "sound", "values"));
+                                         "kzu_objects", "layers", "listeners", "looks", "mesh", "operations",
+                                         "packages", "packets", "scene", "selection", "shapes", "solids", "sound",
+                                         "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {
