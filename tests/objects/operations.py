@@ -75,7 +75,7 @@ class Whole(kzifc.MeshOperation):
 
 def operated(words, compared=0, again=None, name='follower'):
     """How many points there are, where the last one is, the code of a failure, and what was called."""
-    Follower.compared, Follower.again, Follower.called[:] = compared, again, []
+    Follower.compared, Follower.again, Follower.called[:] = compared, staticmethod(again) if again else None, []
     scenes = kz.service.Scene()
     scene = scenes.Create('followed')
     item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))
@@ -127,5 +127,5 @@ def check_states_that_go_wrong_change_nothing():
             ('FAILED', 'until:2', -1, None, 'follower'),
             ('FAILED', 'until:2', kept, broken, 'follower'),
             ('FAILED', 'until:2', kept, lambda mesh: mesh.AddPoint((0, 0, 0)), 'follower'),
-            ('FAILED', 'until:2', kept, lambda mesh: mesh.Clear(), 'follower')):
+            ('OUTOFBOUNDS', 'until:2', kept, lambda mesh: mesh.Clear(), 'follower')):
         equal((words, compared, operated(words, compared, again, name)[0]), (words, compared, (8, 1, code)))
