@@ -46,9 +46,9 @@ TEST_P(ObjectsTest, AreWhatTheirInterfacesSay) { CPluginHost().load().check("obj
 INSTANTIATE_TEST_SUITE_P(, ObjectsTest,
                          testing::Values("animation", "calculations", "drops", "files", "filters", "folders", "harm",
                                          "hints", "image", "interviews", "kzu_objects", "layers", "listeners", "looks",
-                                         "mesh", "packages", "packets", "presets", "references", "repeats",
-                                         "replacements", "scene", "selection", "shapes", "solids", "sound", "threads",
-                                         "trees", "values"));
+                                         "mesh", "operations", "packages", "packets", "presets", "references",
+                                         "repeats", "replacements", "scene", "selection", "shapes", "solids", "sound",
+                                         "threads", "trees", "values"));
 
 // Everything that the host hands out, and its services, by name.
 class HostObjects {

@@ -358,29 +358,3 @@ def check_maps_go_with_their_corners():
         scenes.Save(scene, path, None)
         scenes.Close(scene)
         scenes.Close(scenes.Load(path, None))
-
-
-class Placed(kzifc.MeshOperation):
-    told = []
-
-    def mop_SetTransform(self, *place):
-        self.told.extend(place)
-
-    def mop_Evaluate(self, mesh, elements, mode):
-        self.told.append(elements)
-        kz.service.Mesh().Editor(kz.object.Mesh(mesh)).Extrude((0, 0, 1), 1, 0)
-
-
-def check_operations_know_where_their_mesh_is():
-    kz.bless(Placed, 'solids.placed', {symbol.sTAG_MESHOP_TRANSFORM: '1', symbol.sTAG_MESHOP_SELECTION: 'polygon edge'})
-    scenes = kz.service.Scene()
-    scene = scenes.Create('placed')
-    item = scene.ItemAdd(scenes.ItemTypeLookup('mesh'))
-    scenes.SetLocatorPosition(item, (1, 2, 3), 0.0, None)
-    scenes.SetLocatorScale(item, (2, 2, 2), 0.0, None)
-    scenes.SetLocatorRotation(item, (.5, 0, 0), 0.0, None)
-    MESHES.EditItem(item, None).Copy(box())
-    kz.eval('mesh.operate solids.placed')
-    near(sum(map(tuple, Placed.told[:3]), ()), (1, 2, 3, .5, 0, 0, 2, 2, 2))
-    equal(Placed.told[3], symbol.iMESHELT_POLYGON)
-    equal(MESHES.EditItem(item, None).PolygonCount(), 30)

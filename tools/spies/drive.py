@@ -136,6 +136,8 @@ def drive_models():
     kz.bless(all_done('MeshOperation'), 'spied.placed',
              {symbol.sTAG_MESHOP_TRANSFORM: '1'})
     attempt(kz.eval, 'mesh.operate spied.placed')
+    kz.bless(all_done('MeshOperation', mop_Compare=symbol.iMESHOP_COMPARE_COMPATIBLE), 'spied.followed')
+    attempt(kz.eval, 'mesh.operate spied.followed until:1 weight:0.5')
     attempt(kz.evalN, 'mesh.operate operation:?')
     read, write = scene.Channels('edit', 0.0), scene.WriteChannels('edit', 0.0)
     for channel in range(item.ChannelCount()):
