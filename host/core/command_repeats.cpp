@@ -157,8 +157,8 @@ std::string CCommandRepeats::last() const {
     return m_last->line;
 }
 
-KzResult CCommandRepeats::repeat(IKzUnknown* former, const CKzUser_Command& anew, std::string name, std::string line,
-                                 std::uint32_t flags) {
+KzResult CCommandRepeats::repeat(IKzUnknown* former, const CKzUser_Command& anew, const std::string& name,
+                                 std::string line, std::uint32_t flags) {
     requireOwnThread("post mode");
     if (!m_post)
         throw CommandTextError{KZe_CMD_POSTMODE_NOT_ACTIVE,

@@ -41,7 +41,7 @@ public:
     // The command string of the execution that post mode may undo. Throws CommandTextError if there is none.
     std::string last() const;
     // Undoes it and executes `anew`, whose command string is `line`. `former` stands for it where listeners hear of it.
-    KzResult repeat(IKzUnknown* former, const CKzUser_Command& anew, std::string name, std::string line,
+    KzResult repeat(IKzUnknown* former, const CKzUser_Command& anew, const std::string& name, std::string line,
                     std::uint32_t flags);
 
     class Execution;
