@@ -1,7 +1,7 @@
 // The commands for references to other scenes.
+#include "host/commands/reference_commands.h"
 #include "host/commands/document_commands.h"
 #include "host/commands/document_targets.h"
-#include "host/commands/reference_commands.h"
 #include "host/core/refusal.h"
 #include "host/objects/references.h"
 
@@ -35,9 +35,9 @@ void unloadReference(OpenScenes& scenes, CSceneReferences& references, CBuiltinC
     references.unload(kzItemArgument(scenes, command, "item"));
 }
 
-void removeReference(OpenScenes& scenes, CSceneReferences& references, CBuiltinCommand& command) {
+void removeReference(OpenScenes& scenes, CBuiltinCommand& command) {
     const auto item = kzItemArgument(scenes, command, "item");
-    references.demand(item);
+    CSceneReferences::demand(item);
     kzDemand(kzCurrentScene(scenes)->scene_ItemRemove(item.raw()), "item");
 }
 
@@ -55,23 +55,22 @@ void onlyQueriedReferences(OpenScenes& /*scenes*/, CBuiltinCommand& command) { k
 
 void kzAddReferenceCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes,
                             const std::shared_ptr<CSceneReferences>& references) {
-    kzAddCommands(registry,
-                  {
-                      {"scene.reference.add", "Add Reference", "makes the items of another scene part of this one",
-                       changesReferences, addReferenceArguments, kzWith(addReference, scenes, references)},
-                      {"scene.reference.reload", "Reload Reference",
-                       "reads the file again, and repeats what was changed of its items", changesReferences,
-                       referenceArguments, kzWith(reloadReference, scenes, references)},
-                      {"scene.reference.unload", "Unload Reference",
-                       "takes the items away, and keeps what was changed of them", changesReferences,
-                       referenceArguments, kzWith(unloadReference, scenes, references)},
-                      {"scene.reference.remove", "Remove Reference",
-                       "removes a reference with its items and what was changed of them", changesReferences,
-                       referenceArguments, kzWith(removeReference, scenes, references)},
-                      {"scene.reference.list", "References", "queried, the references of the current scene", KZfCMD_UI,
-                       listReferenceArguments, kzWith(onlyQueriedReferences, scenes),
-                       kzWith(queryReferences, scenes)},
-                  });
+    kzAddCommands(
+        registry,
+        {
+            {"scene.reference.add", "Add Reference", "makes the items of another scene part of this one",
+             changesReferences, addReferenceArguments, kzWith(addReference, scenes, references)},
+            {"scene.reference.reload", "Reload Reference",
+             "reads the file again, and repeats what was changed of its items", changesReferences, referenceArguments,
+             kzWith(reloadReference, scenes, references)},
+            {"scene.reference.unload", "Unload Reference", "takes the items away, and keeps what was changed of them",
+             changesReferences, referenceArguments, kzWith(unloadReference, scenes, references)},
+            {"scene.reference.remove", "Remove Reference",
+             "removes a reference with its items and what was changed of them", changesReferences, referenceArguments,
+             kzWith(removeReference, scenes)},
+            {"scene.reference.list", "References", "queried, the references of the current scene", KZfCMD_UI,
+             listReferenceArguments, kzWith(onlyQueriedReferences, scenes), kzWith(queryReferences, scenes)},
+        });
 }
 
 }  // namespace kzhost

@@ -86,6 +86,7 @@ UserValue newUserValue(CBuiltinCommand& command, const std::string& name) {
 
 std::string oneOfChoices(const std::vector<std::string>& choices) {
     std::vector<KzTextValueHint> hints;
+    hints.reserve(choices.size() + 1);
     for (const std::string& word : choices) hints.push_back({static_cast<std::int32_t>(hints.size()), word.c_str()});
     hints.push_back({0, nullptr});
     return kzOneOf(hints.data());

@@ -21,7 +21,7 @@ public:
     }
     // Each counts for itself.
     CReasonDelay(const CReasonDelay& /*other*/) noexcept : CReasonDelay() {}
-    CReasonDelay& operator=(const CReasonDelay& /*other*/) noexcept { return *this; }
+    CReasonDelay& operator=(const CReasonDelay& other) noexcept = default;
 
     // The thread lets go of the lock for as long as this lives.
     class Pause {

@@ -4,7 +4,6 @@
 #include "host/core/reasons.h"
 #include "host/document/referenced.h"
 #include "host/objects/mesh_marks.h"
-#include "host/objects/references.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
 
@@ -69,7 +68,9 @@ struct GeometryExchange {
         std::swap(geometry->recorded, state);
         events.push_back({.kind = DocumentEvent::Kind::geometry, .document = &item->document, .item = item});
     }
-    std::size_t memory() const { return sizeof *state + 128 * (state->points.size() + state->polygons.size()); }
+    std::size_t memory() const {
+        return sizeof *state + std::size_t{128} * (state->points.size() + state->polygons.size());
+    }
 };
 
 void MeshGeometry::markElement(const SelectionPacket& packet, bool isSelected) {
@@ -209,20 +210,6 @@ bool CItem::item_IsInstance() { return read()->source != nullptr; }
 
 KzResult CItem::item_Scene(IKzUnknown** scene) {
     return static_cast<AttachedObject&>(*read()->document.object).give(scene);
-}
-
-// What comes from another scene may come to that one from a third.
-KzResult CItem::item_HomeScene(IKzUnknown** scene) {
-    const auto item = read();
-    const Item* home = &*item;
-    while (const Item* reference = kzReferenceAbove(*home)) {
-        const ReferenceState* state = kzReferenceOf(*reference);
-        if (state == nullptr || !state->scene) break;
-        const Item* original = state->scene->document().byIdent(home->ident.substr(reference->ident.size() + 1));
-        if (original == nullptr) return state->scene.give(scene);
-        home = original;
-    }
-    return static_cast<AttachedObject&>(*home->document.object).give(scene);
 }
 
 KzResult CItem::item_Parent(IKzUnknown** parent) { return kzGiveItem(read()->parent, parent); }

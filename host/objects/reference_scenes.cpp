@@ -12,8 +12,6 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <mutex>
-#include <unordered_map>
 #include <utility>
 
 namespace kzhost {
@@ -21,16 +19,6 @@ namespace kzhost {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct HostReferences {
-    std::mutex lock;
-    std::unordered_map<const CWorkspace*, std::weak_ptr<CSceneReferences>> all;
-};
-
-HostReferences& hostReferences() {
-    static HostReferences theReferences;
-    return theReferences;
-}
 
 }  // namespace
 
@@ -104,21 +92,11 @@ void CSceneReferences::tellLoaded(CScene& scene) const {
         m_scenes->tell([&](IKzSceneItemListener& each) { each.ReferenceLoaded(scene.self().raw(), source.raw()); });
 }
 
-std::shared_ptr<CSceneReferences> kzSceneReferences(const CWorkspace& workspace) {
-    HostReferences& references = hostReferences();
-    const std::lock_guard lock(references.lock);
-    const auto found = references.all.find(&workspace);
-    return found != references.all.end() ? found->second.lock() : nullptr;
-}
-
 std::shared_ptr<CSceneReferences> kzMakeSceneReferences(std::shared_ptr<OpenScenes> scenes,
                                                         std::shared_ptr<CSceneFiles> files) {
-    HostReferences& references = hostReferences();
-    const CWorkspace* workspace = scenes->workspace.get();
+    const CWorkspace& workspace = *scenes->workspace;
     auto made = std::make_shared<CSceneReferences>(std::move(scenes), std::move(files));
-    const std::lock_guard lock(references.lock);
-    std::erase_if(references.all, [](const auto& entry) { return entry.second.expired(); });
-    references.all[workspace] = made;
+    kzKeepReferenceLoader(workspace, made);
     return made;
 }
 

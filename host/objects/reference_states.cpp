@@ -86,6 +86,20 @@ std::string changesOf(const Item& item, const Item& original, std::string_view p
 
 }  // namespace
 
+// What comes from another scene may come to that one from a third.
+KzResult CItem::item_HomeScene(IKzUnknown** scene) {
+    const auto item = read();
+    const Item* home = &*item;
+    while (const Item* reference = kzReferenceAbove(*home)) {
+        const ReferenceState* state = kzReferenceOf(*reference);
+        if (state == nullptr || !state->scene) break;
+        const Item* original = state->scene->document().byIdent(home->ident.substr(reference->ident.size() + 1));
+        if (original == nullptr) return state->scene.give(scene);
+        home = original;
+    }
+    return static_cast<AttachedObject&>(*home->document.object).give(scene);
+}
+
 Overrides kzChangesKept(const Item& reference) {
     const ReferenceState* state = kzReferenceOf(reference);
     if (state == nullptr) return {};

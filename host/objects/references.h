@@ -4,6 +4,7 @@
 #pragma once
 
 #include "host/objects/open_scenes.h"
+#include "host/objects/reference_loader.h"
 
 #include <map>
 #include <memory>
@@ -43,23 +44,21 @@ std::vector<Item*> kzReferencesIn(const CDocument& document);
 
 // Each change is one step of the history. The lock must not be held. Codes are thrown, with the reason in the log, and then
 // nothing has changed.
-class CSceneReferences {
+class CSceneReferences final : public ReferenceLoader {
 public:
     CSceneReferences(std::shared_ptr<OpenScenes> scenes, std::shared_ptr<CSceneFiles> files);
 
     // Throws INVALIDARG for an item that is none of its document's own references.
     static void demand(const CHostRef<CItem>& item);
     CHostRef<CItem> add(CScene& scene, const std::string& path) const;
-    // The item with that identifier and type in the file, to which the scene then refers. Throws NOTFOUND without one.
-    CHostRef<CItem> bringIn(CScene& scene, const std::string& ident, std::int32_t type, const std::string& path) const;
+    CHostRef<CItem> bringIn(CScene& scene, const std::string& ident, std::int32_t type,
+                            const std::string& path) const override;
     // Reads the file again, or for the first time, and repeats what was changed of its items.
     void reload(const CHostRef<CItem>& reference) const;
     // Takes the items away; what was changed of them is kept.
     void unload(const CHostRef<CItem>& reference) const;
-    // Loads all that are wanted. What cannot be loaded is said in the log, and stays as it is.
-    void loadAll(CScene& scene) const;
-    // Tells the listeners which references a scene has that was just loaded.
-    void tellLoaded(CScene& scene) const;
+    void loadAll(CScene& scene) const override;
+    void tellLoaded(CScene& scene) const override;
 
 private:
     class CTold;
@@ -74,8 +73,6 @@ private:
     std::shared_ptr<CSpentScenes> m_spent;
 };
 
-// Those of the host whose documents these are; null without any.
-std::shared_ptr<CSceneReferences> kzSceneReferences(const CWorkspace& workspace);
 std::shared_ptr<CSceneReferences> kzMakeSceneReferences(std::shared_ptr<OpenScenes> scenes,
                                                         std::shared_ptr<CSceneFiles> files);
 

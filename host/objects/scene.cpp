@@ -3,9 +3,7 @@
 
 #include "host/core/reasons.h"
 #include "host/document/animation.h"
-#include "host/document/referenced.h"
 #include "host/objects/item_packages.h"
-#include "host/objects/references.h"
 #include "host/state/text.h"
 
 #include <algorithm>
@@ -24,7 +22,7 @@ namespace {
 
 // What the document calls the action; empty for null. Throws NOTFOUND for an unknown one.
 std::string actionOf(const CDocument& document, const char* action) {
-    const std::string name(kzTextOf(action));
+    std::string name(kzTextOf(action));
     if (name.empty()) return name;
     const CReading reading(document.workspace());
     if (auto found = kzFindAction(document, name)) return *found;
@@ -153,12 +151,6 @@ KzResult CScene::scene_ItemAdd(std::int32_t type, IKzUnknown** item) {
         item);
 }
 
-KzResult CScene::scene_ItemAddReference(const char* ident, std::int32_t type, const char* path, IKzUnknown** item) {
-    const auto references = kzSceneReferences(open().workspace());
-    if (references == nullptr) return KZe_NOTAVAILABLE;
-    return references->bringIn(*this, std::string(kzTextOf(ident)), type, std::string(kzTextOf(path))).give(item);
-}
-
 // Listeners hear of the item and of those below it while these are still whole. One that changes the tree meanwhile
 // changes what goes.
 KzResult CScene::scene_ItemRemove(IKzUnknown* item) {
@@ -223,38 +215,6 @@ KzResult CScene::scene_GraphLookup(const char* name, IKzUnknown** graph) {
 
 KzResult CScene::scene_GraphByIndex(std::uint32_t index, IKzUnknown** graph) {
     return index < kzGraphs().size() ? handOver(kzMakeSceneGraph(self(), kzGraphs()[index]), graph) : KZe_OUTOFBOUNDS;
-}
-
-// Those that nobody sees, because they are only there for the scenes that refer to them.
-bool CScene::scene_IsReference() {
-    const CReading reading(m_document->workspace());
-    return m_document->isOpen() && kzIsReferenced(*m_document->root());
-}
-
-namespace {
-
-std::vector<CHostRef<CScene>> subScenesOf(const CDocument& document) {
-    std::vector<CHostRef<CScene>> scenes;
-    for (const Item* item : kzReferencesIn(document))
-        if (const ReferenceState* state = kzReferenceOf(*item); state != nullptr && state->scene)
-            scenes.push_back(state->scene);
-    return scenes;
-}
-
-}  // namespace
-
-std::uint32_t CScene::scene_SubSceneCount() {
-    const CReading reading(m_document->workspace());
-    return static_cast<std::uint32_t>(subScenesOf(*m_document).size());
-}
-
-KzResult CScene::scene_SubSceneByIndex(std::uint32_t index, IKzUnknown** scene) {
-    std::vector<CHostRef<CScene>> scenes;
-    {
-        const CReading reading(m_document->workspace());
-        scenes = subScenesOf(*m_document);
-    }
-    return index < scenes.size() ? scenes[index].give(scene) : KZe_OUTOFBOUNDS;
 }
 
 KzResult CScene::scene_Assets(IKzUnknown** assets) {

@@ -12,7 +12,7 @@
 #include "host/objects/model_program.h"
 #include "host/objects/model_scene.h"
 #include "host/objects/moved_files.h"
-#include "host/objects/references.h"
+#include "host/objects/reference_loader.h"
 #include "host/objects/safe_save.h"
 #include "host/objects/scene_file.h"
 #include "host/objects/synthetic_folders.h"
@@ -26,6 +26,8 @@
 #include "kz/undo.h"
 
 #include <strings.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -157,7 +159,8 @@ static ModelGoesOn goesOn(IKzUnknown* monitor) {
 }
 
 void CSceneFiles::note(const std::string& path, const std::vector<std::string>& notes) const {
-    for (const std::string& each : notes) m_parts.log->write(KZsLOG_FILES, KZe_WARNING, path + ": " + each);
+    for (const std::string& each : notes)
+        m_parts.log->write(KZsLOG_FILES, KZe_WARNING, fmt::format("{}: {}", path, each));
 }
 
 void CSceneFiles::loadForeign(CScene& scene, const std::string& path, bool isImport, IKzUnknown* monitor) const {
@@ -202,7 +205,7 @@ CHostRef<CScene> CSceneFiles::open(const std::string& path, IKzUnknown* monitor)
     try {
         loadInto(*scene, path, false, progress.monitor());
         saved(*scene, path);
-        if (const auto references = kzSceneReferences(*m_parts.scenes->workspace)) {
+        if (const auto references = kzReferenceLoader(*m_parts.scenes->workspace)) {
             references->loadAll(*scene);
             m_parts.scenes->workspace->forget(scene->document());
             saved(*scene, path);
@@ -217,7 +220,7 @@ CHostRef<CScene> CSceneFiles::open(const std::string& path, IKzUnknown* monitor)
 CHostRef<CScene> CSceneFiles::load(const std::string& path, IKzUnknown* monitor) const {
     auto scene = open(kzLocalFile(*m_parts.modules, path), monitor);
     m_parts.scenes->add(scene);
-    if (const auto references = kzSceneReferences(*m_parts.scenes->workspace)) references->tellLoaded(*scene);
+    if (const auto references = kzReferenceLoader(*m_parts.scenes->workspace)) references->tellLoaded(*scene);
     m_parts.listeners->session([&](IKzSessionListener& listener) { listener.FileOpened(path.c_str()); });
     return scene;
 }
@@ -233,7 +236,7 @@ void CSceneFiles::import(const std::string& path, CScene& scene, IKzUnknown* mon
     const std::size_t depth = workspace.blockDepth();
     try {
         loadInto(scene, path, true, progress.monitor());
-        if (const auto references = kzSceneReferences(workspace)) references->loadAll(scene);
+        if (const auto references = kzReferenceLoader(workspace)) references->loadAll(scene);
     } catch (...) {
         if (workspace.blockDepth() == depth) workspace.discardBlock();
         throw;

@@ -53,7 +53,7 @@ public:
     // Writes a file in the named format, or that of the path's extension; an empty path stands for the scene's own file.
     // The file is replaced only if saving succeeds. The scene then has no unsaved changes, if the format keeps everything or
     // the file is its own.
-    KzResult save(CScene& scene, const std::string& path, const std::string& format) const;
+    KzResult save(CScene& scene, const std::string& given, const std::string& format) const;
     // As above, without a file that is the scene's own from then on, and without telling anybody.
     KzResult write(CScene& scene, const std::string& path, const std::string& format) const;
     // Writes a copy, in the host's own format, and leaves the scene as it is.

@@ -62,9 +62,7 @@ private:
     // How many of the links to an item have been written.
     using Counts = std::unordered_map<const Item*, std::size_t>;
 
-    bool isWritten(const Item& item) const {
-        return m_isWhole || item.parent == nullptr || !kzIsReferenced(item);
-    }
+    bool isWritten(const Item& item) const { return m_isWhole || item.parent == nullptr || !kzIsReferenced(item); }
     void types();
     void type(const ItemType& type);
     void channel(const ChannelInfo& info);
