@@ -6,6 +6,7 @@
 #include "host/document/edit.h"
 #include "host/document/graphs.h"
 #include "host/document/item_types.h"
+#include "host/document/step_block.h"
 #include "host/objects/arguments.h"
 #include "host/objects/item_packages.h"
 #include "host/objects/scene.h"
@@ -131,34 +132,12 @@ void requireReplaceable(const CHostRef<CItem>& item) {
         refuse(KZe_NOTSUPPORTED, "is an instance or has some");
 }
 
-// Undoes what was changed, unless `keep` is called.
-class CTakeBack {
-public:
-    explicit CTakeBack(CWorkspace& workspace) : m_workspace(workspace), m_depth(workspace.blockDepth()) {
-        m_workspace.beginBlock("item.replace", KZfUNDO_BLOCK_NOEMPTY);
-    }
-    CTakeBack(const CTakeBack&) = delete;
-    CTakeBack& operator=(const CTakeBack&) = delete;
-    ~CTakeBack() {
-        try {
-            while (m_workspace.blockDepth() > m_depth) m_workspace.discardBlock();
-        } catch (...) {
-            kzBecause(KZe_FAILED, replacePlace, [] { return "what was changed could not be taken back"; });
-        }
-    }
-    void keep() { m_workspace.endBlocksAbove(m_depth); }
-
-private:
-    CWorkspace& m_workspace;
-    std::size_t m_depth;
-};
-
 CHostRef<CItem> replaceBy(const Replacer& replacer, const CHostRef<CScene>& scene, const CHostRef<CItem>& item) {
     const ItemType* type = kzFindItemType(replacer.target);
     if (type == nullptr)
         throw kzBecause(KZe_NOTFOUND, replacePlace,
                         [&] { return "there is no item type \"" + replacer.target + "\""; });
-    CTakeBack takeBack(item->workspace());
+    CTentativeStep step(item->workspace(), "item.replace");
     CKzLoc_Unknown added;
     if (const KzResult code = scene->scene_ItemAdd(type->number, added.out()); kzFailed(code)) throw code;
     CHostRef<CItem> fresh = kzOwn<CItem>(added.raw());
@@ -179,7 +158,7 @@ CHostRef<CItem> replaceBy(const Replacer& replacer, const CHostRef<CScene>& scen
                         [&] { return "the server \"" + replacer.name + "\" has removed the item that it made"; });
     if (item->item_IsValid())
         if (const KzResult code = scene->scene_ItemRemove(item.raw()); kzFailed(code)) throw code;
-    takeBack.keep();
+    step.keep();
     return fresh;
 }
 

@@ -1,7 +1,8 @@
 // Adds references to scenes, and knows which scenes they lead to.
 #include "host/core/reasons.h"
+#include "host/document/step_block.h"
 #include "host/objects/item.h"
-#include "host/objects/reference_step.h"
+#include "host/objects/reference_paths.h"
 #include "host/objects/references.h"
 #include "host/objects/spent_scenes.h"
 
@@ -33,7 +34,7 @@ CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& path) co
 
 CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& place, const CHostRef<CScene>& source) const {
     CWorkspace& workspace = *m_scenes->workspace;
-    CReferenceStep step(workspace, "Add Reference");
+    CTentativeStep step(workspace, "Add Reference");
     CHostRef<CItem> reference;
     {
         CEdit edit(workspace);
@@ -44,7 +45,7 @@ CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& place, c
         edit.commit();
     }
     attach(*reference->read(), source);
-    step.end();
+    step.keep();
     return reference;
 }
 

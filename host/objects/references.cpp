@@ -4,9 +4,10 @@
 #include "host/core/reasons.h"
 #include "host/document/envelope.h"
 #include "host/document/referenced.h"
+#include "host/document/step_block.h"
 #include "host/objects/item.h"
 #include "host/objects/item_packages.h"
-#include "host/objects/reference_step.h"
+#include "host/objects/reference_paths.h"
 #include "host/objects/scene_file.h"
 #include "host/objects/scene_files.h"
 #include "host/objects/spent_scenes.h"
@@ -263,11 +264,11 @@ void CSceneReferences::reload(const CHostRef<CItem>& reference) const {
         offset = kzNumberOf(item->valueOf(*item->type.channel(KZsICHAN_REFERENCE_TIMEOFFSET))).value_or(0);
     }
     const auto source = open(reference->read()->document, path, offset);
-    CReferenceStep step(*m_scenes->workspace, "Load Reference");
+    CTentativeStep step(*m_scenes->workspace, "Load Reference");
     detach(reference);
     const ItemRef item = reference->read()->shared_from_this();
     attach(*item, source);
-    step.end();
+    step.keep();
 }
 
 void CSceneReferences::unload(const CHostRef<CItem>& reference) const {
@@ -276,7 +277,7 @@ void CSceneReferences::unload(const CHostRef<CItem>& reference) const {
         const auto item = reference->read();
         demandReference(*item);
     }
-    CReferenceStep step(*m_scenes->workspace, "Unload Reference");
+    CTentativeStep step(*m_scenes->workspace, "Unload Reference");
     detach(reference);
     {
         CEdit edit(*m_scenes->workspace);
@@ -284,7 +285,7 @@ void CSceneReferences::unload(const CHostRef<CItem>& reference) const {
         edit.setValue(*item, *item->type.channel(KZsICHAN_REFERENCE_LOADED), KzCell(std::int32_t{0}));
         edit.commit();
     }
-    step.end();
+    step.keep();
 }
 
 void CSceneReferences::loadAll(CScene& scene) const {
