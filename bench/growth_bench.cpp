@@ -232,7 +232,8 @@ int main(int count, char** arguments) {
     good &= contest("appending to a storage", 20000, [&](int n) { return host.run(appends, n); });
     good &= contest("evaluating driven channels", 1000, [&](int n) { return host.run(driven, n); });
     for (const auto& [name, before, work] : itemWorks) {
-        const std::string script = itemsBefore + before + "\nbegin = time.clock()\n" + work + "\n" + itemsAfter;
+        std::string script = itemsBefore;
+        script.append(before).append("\nbegin = time.clock()\n").append(work).append("\n").append(itemsAfter);
         good &= contest(name, itemCount, [&](int n) { return host.run(script, n); });
     }
     good &= contest("blessing classes", 500, [&](int n) { return host.run(blessings, n); });
