@@ -16,9 +16,13 @@
 #include "kz/message.h"
 #include "kz/result.h"
 
+#include <fmt/format.h>
+
 namespace kzhost {
 
 namespace {
+
+constexpr std::size_t deepestCommand = 100;  // each takes some of the stack
 
 // Commands that say nothing about themselves are taken to be undoable. One that changes the scene and does not say that it
 // can be undone leaves no step, and one that only changes what is shown has nothing to do with the history.
@@ -60,6 +64,8 @@ KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags,
     std::string line;
     bool isBlock = false, isKeptInHistory = false;
     const Verdict verdict = verdictOf([&] {
+        if (environment.state->depth() > deepestCommand)
+            throw CommandTextError{KZe_FAILED, fmt::format("{} commands run inside one another", deepestCommand)};
         CCommandArguments arguments(*m_environment->types, command);
         if (execution.isAnew() && (commandFlagsOf(arguments) & KZfCMD_NOREFIRE) == 0) execution.takeBack();
         const KzResult code = prepare(arguments, flags);

@@ -267,6 +267,7 @@ std::string CWorkspace::stepName(Direction direction, std::size_t index) {
 
 void CWorkspace::clear(Direction direction) {
     const CHold hold(*this);
+    refuseWhileMoving();
     m_history.clear(direction);
     historyChanged();
 }
@@ -289,7 +290,11 @@ void CWorkspace::move(Direction direction, std::size_t steps) {
             return std::to_string(steps) + " steps are wanted; there are " + std::to_string(m_history.count(direction));
         });
     for (; steps > 0; --steps) {
-        UndoStep step = std::move(*m_history.take(direction));
+        auto taken = m_history.take(direction);
+        if (!taken)
+            throw kzBecause(KZe_NOTAVAILABLE, place,
+                            [] { return "the steps are gone, as a listener has closed their scene"; });
+        UndoStep step = std::move(*taken);
         m_moving = direction == Direction::reverse ? Moving::undoing : Moving::redoing;
         try {
             applyAll(step.changes, direction);

@@ -11,7 +11,18 @@
 
 #include <strings.h>
 
+#include <fmt/format.h>
+
+#include <string_view>
+
 namespace kzhost {
+
+namespace {
+
+// What the files of other programs can hold.
+constexpr std::size_t mostTexts = 1000, longestKey = 79, longestText = 30000;
+
+}  // namespace
 
 KzResult CImageTarget::imageloadertarget_SetImage(IKzUnknown* image) {
     return m_image.set(image) ? KZe_OK : kzNoImage("ImageLoaderTarget.SetImage", image);
@@ -35,6 +46,9 @@ KzResult CImageTarget::imageloadertarget_SetSpace(const char* space) {
     if (kzString(space).empty())
         return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetSpace",
                          [] { return std::string("the space is empty; pass its name, such as ") + KZs_CSPACE_SRGB; });
+    if (kzTextOf(space).size() > longestKey || kzTextOf(space).find_first_of(" \t\r\n") != std::string_view::npos)
+        return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetSpace",
+                         [&] { return fmt::format("a space's name is one word of at most {} bytes", longestKey); });
     // What the kind of file decides is not said by this file.
     if (strcasecmp(space, KZs_CSPACE_AUTO) == 0) m_texts.texts.erase(KZsIMGKEY_COLORSPACE);
     else m_texts.texts.insert_or_assign(KZsIMGKEY_COLORSPACE, space);
@@ -45,7 +59,15 @@ KzResult CImageTarget::imageloadertarget_SetMetadata(const char* key, const char
     if (kzString(key).empty())
         return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetMetadata",
                          [] { return "the key is empty; pass what the text is, such as \"comment\""; });
-    m_texts.texts.insert_or_assign(key, kzString(value));
+    const std::string text = kzString(value);
+    if (m_texts.texts.size() >= mostTexts || kzTextOf(key).size() > longestKey || text.size() > longestText)
+        return kzBecause(KZe_OUTOFBOUNDS, "ImageLoaderTarget.SetMetadata", [&] {
+            return fmt::format(
+                "a text of {} bytes, of {} with a key of {}, does not fit; at most {} texts of {} bytes with "
+                "keys of {} bytes do",
+                text.size(), m_texts.texts.size() + 1, kzTextOf(key).size(), mostTexts, longestText, longestKey);
+        });
+    m_texts.texts.insert_or_assign(key, text);
     return KZe_OK;
 }
 

@@ -46,6 +46,7 @@ CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& place, c
     }
     attach(*reference->read(), source);
     step.keep();
+    tell(sceneOf(reference), source, true);
     return reference;
 }
 

@@ -36,9 +36,9 @@ Item* kzReferenceAbove(const Item& item) {
     return above;
 }
 
-void kzKeepOverride(Item& reference, const std::string& ident, const std::string& text) {
+bool kzKeepOverride(Item& reference, const std::string& ident, const std::string& text) {
     if (reference.geometry == nullptr) reference.geometry = std::make_shared<ReferenceState>();
-    static_cast<ReferenceState&>(*reference.geometry).kept[ident] = text;
+    return static_cast<ReferenceState&>(*reference.geometry).kept.emplace(ident, text).second;
 }
 
 std::vector<Item*> kzReferencesIn(const CDocument& document) {

@@ -119,7 +119,8 @@ void applyOverrides(Item& reference, const Overrides& overrides, ReferenceState&
 
 }  // namespace
 
-// Tells the listeners, also when the step is undone or redone. It is applied without the lock.
+// Tells the listeners when the step is undone or redone; whoever makes it tells them once it has been made. It is applied
+// without the lock, and nothing can be changed by those who hear of it.
 class CSceneReferences::CTold final : public CChange {
 public:
     CTold(CDocument& document, std::shared_ptr<OpenScenes> scenes, CHostRef<CScene> source, bool loads,
@@ -129,17 +130,21 @@ public:
     ~CTold() override { m_spent->add(std::move(m_source)); }
     void apply(Direction direction, DocumentEvents& /*events*/) override {
         const auto scenes = m_scenes.lock();
-        if (scenes == nullptr) return;
+        if (scenes == nullptr || !std::exchange(m_isMade, true)) return;
         CHostRef<CScene> scene;
         {
             const CReading reading(*scenes->workspace);
             scene = scenes->find(document());
         }
+        const CUnchanged unchanged;
+        tell(*scenes, scene, m_source, m_path, m_loads == (direction == Direction::forward));
+    }
+    static void tell(const OpenScenes& scenes, const CHostRef<CScene>& scene, const CHostRef<CScene>& source,
+                     const std::string& path, bool isLoaded) {
         if (!scene) return;
-        const bool isLoaded = m_loads == (direction == Direction::forward);
-        scenes->tell([&](IKzSceneItemListener& each) {
-            if (isLoaded) each.ReferenceLoaded(scene.raw(), m_source.raw());
-            else each.ReferenceUnloaded(scene.raw(), m_path.c_str());
+        scenes.tell([&](IKzSceneItemListener& each) {
+            if (isLoaded) each.ReferenceLoaded(scene.raw(), source.raw());
+            else each.ReferenceUnloaded(scene.raw(), path.c_str());
         });
     }
     bool isForeign() const override { return true; }
@@ -151,6 +156,7 @@ private:
     std::shared_ptr<CSpentScenes> m_spent;
     std::string m_path;
     bool m_loads;
+    bool m_isMade = false;
 };
 
 CSceneReferences::CSceneReferences(std::shared_ptr<OpenScenes> scenes, std::shared_ptr<CSceneFiles> files)
@@ -163,6 +169,20 @@ void CSceneReferences::demand(const CHostRef<CItem>& item) {
 
 void CSceneReferences::make(CDocument& document, const CHostRef<CScene>& source, bool loads) const {
     m_scenes->workspace->make(std::make_unique<CTold>(document, m_scenes, CHostRef<CScene>(source), loads, m_spent));
+}
+
+CHostRef<CScene> CSceneReferences::sceneOf(const CHostRef<CItem>& reference) const {
+    const auto item = reference->read();
+    return m_scenes->find(&item->document);
+}
+
+void CSceneReferences::tell(const CHostRef<CScene>& scene, const CHostRef<CScene>& source, bool isLoaded) const {
+    std::string path;
+    {
+        const CReading reading(*m_scenes->workspace);
+        path = source->document().filename();
+    }
+    CTold::tell(*m_scenes, scene, source, path, isLoaded);
 }
 
 // Throws GRAPH_CYCLIC if the file is one of those whose references are being loaded.
@@ -219,7 +239,7 @@ void CSceneReferences::attach(Item& reference, CHostRef<CScene> source) const {
 }
 
 // The listeners hear of the items while these are still whole.
-void CSceneReferences::detach(const CHostRef<CItem>& reference) const {
+CHostRef<CScene> CSceneReferences::detach(const CHostRef<CItem>& reference) const {
     CWorkspace& workspace = *m_scenes->workspace;
     DocumentEvents removing;
     {
@@ -236,7 +256,7 @@ void CSceneReferences::detach(const CHostRef<CItem>& reference) const {
         const CReferencedEdits allowed;
         const auto item = reference->read();
         ReferenceState* before = kzReferenceOf(*item);
-        if (before == nullptr || !before->scene) return;
+        if (before == nullptr || !before->scene) return {};
         source = before->scene;
         document = &item->document;
         auto state = std::make_shared<ReferenceState>();
@@ -250,6 +270,7 @@ void CSceneReferences::detach(const CHostRef<CItem>& reference) const {
         edit.commit();
     }
     make(*document, source, false);
+    return source;
 }
 
 // The file is read before anything is taken away.
@@ -265,10 +286,13 @@ void CSceneReferences::reload(const CHostRef<CItem>& reference) const {
     }
     const auto source = open(reference->read()->document, path, offset);
     CTentativeStep step(*m_scenes->workspace, "Load Reference");
-    detach(reference);
+    const auto before = detach(reference);
     const ItemRef item = reference->read()->shared_from_this();
     attach(*item, source);
     step.keep();
+    const auto scene = sceneOf(reference);
+    if (before) tell(scene, before, false);
+    tell(scene, source, true);
 }
 
 void CSceneReferences::unload(const CHostRef<CItem>& reference) const {
@@ -278,7 +302,7 @@ void CSceneReferences::unload(const CHostRef<CItem>& reference) const {
         demandReference(*item);
     }
     CTentativeStep step(*m_scenes->workspace, "Unload Reference");
-    detach(reference);
+    const auto before = detach(reference);
     {
         CEdit edit(*m_scenes->workspace);
         const auto item = reference->read();
@@ -286,6 +310,7 @@ void CSceneReferences::unload(const CHostRef<CItem>& reference) const {
         edit.commit();
     }
     step.keep();
+    if (before) tell(sceneOf(reference), before, false);
 }
 
 void CSceneReferences::loadAll(CScene& scene) const {

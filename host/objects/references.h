@@ -37,8 +37,8 @@ ReferenceState* kzReferenceOf(const Item& item);
 // The reference of its own document from which the item comes; null for an item of the document itself.
 Item* kzReferenceAbove(const Item& item);
 Overrides kzChangesKept(const Item& reference);
-// For a reader of files, before the reference is loaded.
-void kzKeepOverride(Item& reference, const std::string& ident, const std::string& text);
+// For a reader of files, before the reference is loaded. False if something is kept of the item already.
+bool kzKeepOverride(Item& reference, const std::string& ident, const std::string& text);
 // The references that are the document's own.
 std::vector<Item*> kzReferencesIn(const CDocument& document);
 
@@ -65,7 +65,10 @@ private:
     CHostRef<CScene> open(const CDocument& document, const std::string& path, double offset) const;
     CHostRef<CItem> add(CScene& scene, const std::string& place, const CHostRef<CScene>& source) const;
     void attach(Item& reference, CHostRef<CScene> source) const;
-    void detach(const CHostRef<CItem>& reference) const;
+    // The scene that was loaded; empty if none was.
+    CHostRef<CScene> detach(const CHostRef<CItem>& reference) const;
+    CHostRef<CScene> sceneOf(const CHostRef<CItem>& reference) const;
+    void tell(const CHostRef<CScene>& scene, const CHostRef<CScene>& source, bool isLoaded) const;
     void make(CDocument& document, const CHostRef<CScene>& source, bool loads) const;
 
     std::shared_ptr<OpenScenes> m_scenes;

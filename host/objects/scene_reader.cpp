@@ -126,11 +126,26 @@ void CSceneReader::data() {
     }
 }
 
+// What says something of a channel of an item, and of nothing else.
+static bool isOfChannels(std::string_view statement) {
+    static const std::set<std::string_view> ofChannels{"value", "action", "envelope", "key", "reset"};
+    return ofChannels.contains(statement);
+}
+
 void CSceneReader::override_() {
     if (std::string_view(current().type.name) != KZsITYPE_REFERENCE)
         m_in.fail(fmt::format("a {} refers to no scene", current().type.name));
     const std::string ident = m_in.text();
-    kzKeepOverride(current(), ident, m_in.text());
+    if (ident.empty()) m_in.fail("what was changed needs the identifier of an item");
+    const std::string text = m_in.text();
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const std::string_view statement = line.substr(0, line.find_first_of(" \t"));
+        if (!line.empty() && !isOfChannels(statement))
+            m_in.fail(fmt::format("\"{}\" says nothing about a channel", statement));
+    }
+    if (!kzKeepOverride(current(), ident, text)) m_in.fail("what was changed of \"" + ident + "\" is there already");
 }
 
 void CSceneReader::mesh() {
@@ -236,8 +251,7 @@ void CSceneReader::runReferenced(Item& reference) {
 void CSceneReader::runChannels(Item& item) {
     m_item = &item;
     while (m_in.next()) {
-        static const std::set<std::string_view> ofChannels{"value", "action", "envelope", "key", "reset"};
-        if (!ofChannels.contains(m_in.keyword())) m_in.fail("only values of channels belong here");
+        if (!isOfChannels(m_in.keyword())) m_in.fail("only values of channels belong here");
         const Row& row = statements().at(m_in.keyword());
         if (row.part == Part::item) finishPart();
         (this->*row.run)();

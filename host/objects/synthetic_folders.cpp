@@ -219,7 +219,30 @@ KzResult fitted(const CKzLoc_Unknown& picture, std::int32_t width, std::int32_t 
 
 }  // namespace
 
+namespace {
+
+// A tree that looks into itself in order to answer would never end.
+class CAsking {
+public:
+    CAsking() {
+        if (theDepth == mostAsking)
+            throw kzBecause(KZe_FAILED, "DirCacheSynthetic",
+                            [] { return "a tree asks for folders of trees in order to say what is in a folder"; });
+        ++theDepth;
+    }
+    CAsking(const CAsking&) = delete;
+    CAsking& operator=(const CAsking&) = delete;
+    ~CAsking() { --theDepth; }
+
+private:
+    static constexpr int mostAsking = 2;
+    static inline thread_local int theDepth = 0;
+};
+
+}  // namespace
+
 std::optional<SyntheticEntry> kzSyntheticEntry(const CModuleTable& modules, const std::string& path) {
+    const CAsking asking;
     std::optional<SyntheticEntry> found;
     withEntry(modules, path, [&](const SyntheticTree& tree, const SyntheticObject& entry) {
         found = describeEntry(tree, path, entry);
@@ -229,6 +252,7 @@ std::optional<SyntheticEntry> kzSyntheticEntry(const CModuleTable& modules, cons
 }
 
 std::vector<SyntheticEntry> kzSyntheticChildren(const CModuleTable& modules, const std::string& path) {
+    const CAsking asking;
     std::vector<SyntheticEntry> all;
     withEntry(modules, path, [&](const SyntheticTree& tree, const SyntheticObject& entry) {
         if (!entry.IsFile()) addSyntheticChildren(tree, path, entry, all);

@@ -186,6 +186,24 @@ PictureFactsPtr COpenImageIo::load(const char* format, const std::string& path, 
     return std::make_shared<PictureFacts>(std::move(spec));
 }
 
+// A JPEG file keeps its texts together in a place of 64 KB, and the library ends the process when they do not fit.
+void dropLongTexts(ImageSpec& spec, const PictureNote& note) {
+    constexpr std::size_t room = 48000;
+    std::size_t taken = 0;
+    const auto isTooMuch = [&](const OIIO::ParamValue& each) {
+        if (each.type() != TypeDesc::STRING) return false;
+        const std::size_t size = each.name().size() + each.get_string().size() + 64;
+        if (taken + size <= room) {
+            taken += size;
+            return false;
+        }
+        note("such files have no room for the text \"" + each.name().string() + "\", which is left out");
+        return true;
+    };
+    auto& all = spec.extra_attribs;
+    all.erase(std::remove_if(all.begin(), all.end(), isTooMuch), all.end());
+}
+
 void COpenImageIo::save(const char* format, const std::string& path, const PictureShape& shape, const std::byte* pixels,
                         const PictureFacts* facts, const PictureNote& note) {
     const auto file = OIIO::ImageOutput::create(format);
@@ -195,6 +213,7 @@ void COpenImageIo::save(const char* format, const std::string& path, const Pictu
     if (facts != nullptr && facts->spec.format == TypeDesc::HALF && shape.kind == 4 && areHalves(shape, pixels))
         spec.format = TypeDesc::HALF;
     writeSpace(spec, format, note);
+    if (std::string_view(format) == "jpeg") dropLongTexts(spec, note);
     if (!file->open(path, spec) || !file->write_image(given, pixels) || !file->close()) fail(file);
 }
 
@@ -221,9 +240,17 @@ ImageSpec specOf(const PictureFacts* facts) {
     return spec;
 }
 
+// What would tell the library how to write a file.
+bool isSetting(const std::string& key) {
+    constexpr const char* settings[] = {"ICCProfile", "Orientation", "compression", "planarconfig"};
+    return key.find(':') != std::string::npos ||
+           std::ranges::any_of(settings, [&](const char* each) { return iequals(key, each); });
+}
+
 PictureFactsPtr COpenImageIo::with(const PictureFacts* facts, const PictureTexts& said) {
     ImageSpec spec = specOf(facts);
-    for (const auto& [key, text] : said.texts) spec.attribute(attributeFor(key), text);
+    for (const auto& [key, text] : said.texts)
+        if (!isSetting(key)) spec.attribute(attributeFor(key), text);
     if (!said.profile.empty())
         spec.attribute("ICCProfile", TypeDesc(TypeDesc::UINT8, static_cast<int>(said.profile.size())),
                        said.profile.data());

@@ -244,6 +244,11 @@ def check_servers_that_are_wrong_are_named():
         found = result_of(CACHE.Scan, CACHE.Lookup(base), symbol.fDCSCAN_RECURSE)
         told = [line for line in reasons() if why in line and (name in line)]
         equal((name, isinstance(found, str), len(told) > 0), (name, True, True))
+    inward = 'folder.list {%s/wrong/inward} name:?' % FOLDER
+    kz.bless(tree(dcsyne_DirCount=lambda self, list: len(kz.evalN(inward))), 'wrong.inward',
+             {symbol.sTAG_DIRSYNTH_ROOT: FOLDER + '/wrong/inward'})
+    equal(kz.evalN(inward), ())
+    equal(any('asks for folders of trees' in line for line in reasons()), True)
     kz.bless(Library, 'nowhere', {symbol.sTAG_DIRSYNTH_ROOT: 'some/where'})
     CACHE.Lookup(FOLDER + '/x').Refresh()
     equal(any('"nowhere" is shown nowhere' in line for line in reasons()), True)

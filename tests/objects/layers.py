@@ -174,7 +174,11 @@ class Loader(kzifc.Loader):
             target.SetMetadata('project', 'lamp')
             target.SetSpace('auto' if 'auto' in path else 'linear')
             target.SetProfile(4, storage('b', 1, 2, 3, 4))
-        fails('INVALIDARG', (target.SetMetadata, '', 'text'), (target.SetSpace, ''))
+        fails('INVALIDARG', (target.SetMetadata, '', 'text'), (target.SetSpace, ''), (target.SetSpace, 'two words'))
+        fails('OUTOFBOUNDS', (target.SetMetadata, 'comment', 'x' * 70000), (target.SetMetadata, 'x' * 80, 'text'))
+        if 'long' in path:
+            for key in 'comment', 'artist', 'copyright':
+                target.SetMetadata(key, key[0] * 29999)
         if target.Wanted() & kz.symbol.mIMGLOAD_PIXELS:
             target.SetLayeredImage(Loops() if 'loops' in path else Layers())
 
@@ -209,6 +213,10 @@ def check_what_a_loader_says_goes_along():
     IMAGES.Save(IMAGES.Flip(IMAGES.Load(served, None), 0), written, None, None)
     equal(IMAGES.Metadata(written, 'colorspace'), 'linear')
     equal(IMAGES.Metadata(written, 'comment').split(), ['last', 'colorspace=linear'])
+    crowded, picture = [os.path.join(folder, name) for name in ('long.lay', 'long.jpg')]
+    open(crowded, 'w').close()
+    IMAGES.Save(IMAGES.Load(crowded, None), picture, None, None)  # not all of them fit into such a file
+    equal(IMAGES.Load(picture, None).Size(), IMAGES.Load(crowded, None).Size())
     equal('\1\2\3\4' in open(written, 'rb').read(), True)
 
 

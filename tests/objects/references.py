@@ -4,7 +4,7 @@ import tempfile
 
 import kz
 import kzifc
-from checks import equal, fails, reasons, result_of
+from checks import code_of, equal, fails, reasons, result_of
 from kz.symbol import fITEM_REFERENCE, fITEM_VISIBLE, i_ITAG_NOTES, iITYPE_ANY, sITYPE_REFERENCE
 
 SCENES, UNDO, MESHES = kz.service.Scene(), kz.service.Undo(), kz.service.Mesh()
@@ -12,8 +12,14 @@ TYPE = SCENES.ItemTypeLookup
 TOLD = []
 
 
+MISCHIEF = []
+
+
 class Listener(kzifc.SceneItemListener):
     def sil_ReferenceLoaded(self, scene, other):
+        if MISCHIEF:
+            TOLD.append(code_of(MISCHIEF.pop(), kz.object.Scene(scene)))
+            return
         TOLD.append(('loaded', kz.object.Scene(scene).Name(), kz.object.Scene(other).Name()))
 
     def sil_ReferenceUnloaded(self, scene, path):
@@ -213,6 +219,39 @@ def check_files_that_fail_lose_nothing():
     fails('NOTFOUND', (kz.eval, 'scene.reference.reload none'))
     equal(len(items(shot)), count)
     SCENES.Close(shot)
+
+
+def check_listeners_that_meddle():
+    at = Folder()
+    shot = at.new_shot()
+    for change in lambda: put(shot, 'arm', 5.0), lambda: kz.eval('scene.reference.reload lib'), lambda: put(shot, 'arm', 7.0):
+        change()
+    for meddle in (lambda scene: UNDO.Clear(kz.symbol.mUNDO_CLEAR), lambda scene: UNDO.Redo(1), SCENES.Close,
+                   lambda scene: kz.eval('scene.reference.reload lib')):
+        UNDO.Undo(2)
+        MISCHIEF.append(meddle)
+        del TOLD[:]
+        UNDO.Redo(2)
+        equal((TOLD, position(shot, 'arm')), ([('unloaded', 'shot', 'lib.kzscene'), 'NOTREADY'], 7.0))
+    MISCHIEF.append(SCENES.Close)
+    kz.eval('scene.reference.add {%s}' % at.lib)
+    equal(result_of(shot.ItemAdd, TYPE('mesh')), 'NOTAVAILABLE')
+
+
+def check_overrides_that_are_none_are_refused():
+    at = Folder()
+    shot = at.new_shot()
+    put(shot, 'hand', 7.0)
+    at.save(shot, at.shot)
+    text = open(at.shot).read()
+    row = next(line for line in text.split('\n') if line.startswith('override'))
+    for wrong, why in (('override "" "value \\"pos.X\\" 1"', 'identifier'), (row + '\n' + row, 'there already'),
+                       ('override "x" "mesh"', 'says nothing about a channel')):
+        with open(at.shot, 'w') as stream:
+            stream.write(text.replace(row, wrong))
+        fails('FAILED', (SCENES.Load, at.shot, None))
+        told = kz.service.Log().SubSystemLookup('files')
+        equal(any(why in told.EntryByIndex(index).Desc() for index in range(told.EntryCount())), True)
 
 
 def check_references_nest_and_make_no_circle():

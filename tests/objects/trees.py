@@ -6,6 +6,7 @@ from kz import symbol
 
 LISTENER = kz.service.Listener()
 TOLD, VIEWS = [], []
+CLICKED = symbol.fTREE_CELL_EDITABLE | symbol.fTREE_CELL_BUTTON
 LENT = []  # what methods return lives as long as Python, so the host's objects are taken from it
 
 
@@ -412,6 +413,13 @@ def check_listeners_hear_of_trees():
     port.RemoveListener(ear)
 
 
+def reason_of(line):
+    try:
+        return 'nothing: %r' % (kz.eval(line),)
+    except RuntimeError as error:
+        return error.reason
+
+
 def check_trees_that_are_wrong_are_named():
     raising = lambda self, *given: 1 / 0
     cases = (
@@ -434,6 +442,12 @@ def check_trees_that_are_wrong_are_named():
             found = error.reason
         equal((name, found if why not in found else why), (name, why))
         equal('the tree "wrong.%s": ' % name in found, True)
+    for verb in 'tree.cell', 'tree.click':  # a cell whose command is about the cell itself
+        line = '%s wrong.%s 0 -1' % (verb, verb[5:]) + (' ?' if verb == 'tree.cell' else '')
+        kz.bless(type('looping', (Plain,), {'treeview_CellCommand': lambda self, column, line=line: line,
+                                            'treeview_CellFlags': lambda self, column: CLICKED}), 'wrong.' + verb[5:])
+        line = line.replace('?', 'x')
+        equal((verb, 'commands run inside one another' in reason_of(line)), (verb, True))
     kz.bless(type('badges', (Plain,), {'treeview_Badge': lambda self, column, index: 'more'}), 'wrong.badges')
     fails('OUTOFBOUNDS', (asked, 'tree.cell wrong.badges 0 badge:?'), (asked, 'tree.columns wrong.badges primary:?'))
     for path, code in (('/'.join(['0'] * 300), 'OUTOFBOUNDS'), ('1', 'NOTFOUND')):
