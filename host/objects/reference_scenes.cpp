@@ -44,9 +44,9 @@ CHostRef<CItem> CSceneReferences::add(CScene& scene, const std::string& place, c
         reference = kzObjectOf(item);
         edit.commit();
     }
-    attach(*reference->read(), source);
+    attach(reference, source);
     step.keep();
-    tell(sceneOf(reference), source, true);
+    tell(scene.self(), source, true);
     return reference;
 }
 

@@ -168,6 +168,10 @@ void CSceneReferences::demand(const CHostRef<CItem>& item) {
 }
 
 void CSceneReferences::make(CDocument& document, const CHostRef<CScene>& source, bool loads) const {
+    {
+        const CReading reading(*m_scenes->workspace);
+        if (!document.isOpen()) throw KZe_NOTAVAILABLE;  // somebody who was called has closed it
+    }
     m_scenes->workspace->make(std::make_unique<CTold>(document, m_scenes, CHostRef<CScene>(source), loads, m_spent));
 }
 
@@ -208,7 +212,9 @@ CHostRef<CScene> CSceneReferences::open(const CDocument& document, const std::st
 }
 
 // What the packages of the items have is written before these are copied.
-void CSceneReferences::attach(Item& reference, CHostRef<CScene> source) const {
+void CSceneReferences::attach(const CHostRef<CItem>& item, CHostRef<CScene> source) const {
+    const ItemRef held = item->read()->shared_from_this();
+    Item& reference = *held;
     CDocument& document = reference.document;
     CWorkspace& workspace = document.workspace();
     if (const CItemPackages* packages = kzItemPackages(workspace)) packages->collectData(source->document());
@@ -278,19 +284,20 @@ void CSceneReferences::reload(const CHostRef<CItem>& reference) const {
     m_spent->end();
     std::string path;
     double offset = 0;
+    const CDocument* document = nullptr;
     {
         const auto item = reference->read();
         demandReference(*item);
+        document = &item->document;
         path = pathOf(*item);
         offset = kzNumberOf(item->valueOf(*item->type.channel(KZsICHAN_REFERENCE_TIMEOFFSET))).value_or(0);
     }
-    const auto source = open(reference->read()->document, path, offset);
+    const auto scene = sceneOf(reference);  // keeps the document while loaders and listeners are called
+    const auto source = open(*document, path, offset);
     CTentativeStep step(*m_scenes->workspace, "Load Reference");
     const auto before = detach(reference);
-    const ItemRef item = reference->read()->shared_from_this();
-    attach(*item, source);
+    attach(reference, source);
     step.keep();
-    const auto scene = sceneOf(reference);
     if (before) tell(scene, before, false);
     tell(scene, source, true);
 }

@@ -64,7 +64,7 @@ private:
     class CTold;
     CHostRef<CScene> open(const CDocument& document, const std::string& path, double offset) const;
     CHostRef<CItem> add(CScene& scene, const std::string& place, const CHostRef<CScene>& source) const;
-    void attach(Item& reference, CHostRef<CScene> source) const;
+    void attach(const CHostRef<CItem>& item, CHostRef<CScene> source) const;
     // The scene that was loaded; empty if none was.
     CHostRef<CScene> detach(const CHostRef<CItem>& reference) const;
     CHostRef<CScene> sceneOf(const CHostRef<CItem>& reference) const;

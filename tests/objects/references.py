@@ -1,6 +1,7 @@
 """Scenes that refer to the files of other scenes."""
 import os
 import tempfile
+import threading
 
 import kz
 import kzifc
@@ -252,6 +253,33 @@ def check_overrides_that_are_none_are_refused():
         fails('FAILED', (SCENES.Load, at.shot, None))
         told = kz.service.Log().SubSystemLookup('files')
         equal(any(why in told.EntryByIndex(index).Desc() for index in range(told.EntryCount())), True)
+
+
+class Waiting(kzifc.Loader):
+    """Loads a locator once another thread has read the scene that refers to it."""
+    seen = []
+
+    def load_Recognize(self, path, info):
+        kz.object.LoaderInfo(info).SetClass('scene')
+
+    def load_LoadObject(self, path, info, monitor, target):
+        kz.object.SceneLoaderTarget(target).Scene().ItemAdd(TYPE('locator')).SetName('late')
+        reader = threading.Thread(target=lambda: self.seen.append(names(SCENES.ByIndex(SCENES.Count() - 1))))
+        reader.start()
+        reader.join(60)
+
+
+kz.bless(Waiting, 'tests.waiting', {'loader.dosPattern': '*.waiting', 'file.class': 'scene'})
+
+
+def check_others_read_while_a_file_is_loaded():
+    at = Folder()
+    path = os.path.join(at.folder, 'a.waiting')
+    open(path, 'w').close()
+    shot = at.new_shot(path)
+    kz.eval('scene.reference.reload a')
+    equal((names(shot), Waiting.seen), (['a', 'late'], [[], ['a', 'late']]))
+    SCENES.Close(shot)
 
 
 def check_references_nest_and_make_no_circle():
