@@ -3,6 +3,7 @@
 
 #include "host/core/log_store.h"
 #include "host/core/object.h"
+#include "host/core/reason_guard.h"
 #include "host/core/reasons.h"
 #include "host/core/values.h"
 #include "host/state/text.h"
@@ -23,7 +24,7 @@ class CInterviews::CBusy {
 public:
     CBusy(const CInterviews& interviews, InterviewRef interview, const char* place)
         : m_interviews(interviews), m_interview(std::move(interview)) {
-        const std::lock_guard lock(m_interviews.m_lock);
+        const CReasonGuard lock(m_interviews.m_lock);
         if (m_interview->isBusy)
             throw kzBecause(KZe_NOTREADY, place, [] { return "the interviewer has yet to say what it asks next"; });
         m_interview->isBusy = true;
@@ -31,7 +32,7 @@ public:
     CBusy(const CBusy&) = delete;
     CBusy& operator=(const CBusy&) = delete;
     ~CBusy() {
-        const std::lock_guard lock(m_interviews.m_lock);
+        const CReasonGuard lock(m_interviews.m_lock);
         m_interview->isBusy = false;
     }
 
@@ -41,13 +42,13 @@ private:
 };
 
 CInterviews::InterviewRef CInterviews::current(const char* place) const {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     if (m_current == nullptr) throw kzBecause(KZe_NOTAVAILABLE, place, [] { return "no interview is going on"; });
     return m_current;
 }
 
 bool CInterviews::isCurrent(const InterviewRef& interview) const {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     return m_current == interview;
 }
 
@@ -55,13 +56,13 @@ bool CInterviews::isActive() const { return !isCurrent(nullptr); }
 
 std::string CInterviews::title() const {
     const InterviewRef interview = current("Interviewer");
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     return interview->title;
 }
 
 std::string CInterviews::question() const {
     const InterviewRef interview = current("Interviewer");
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     return interview->question;
 }
 
@@ -76,7 +77,7 @@ void CInterviews::ask(const InterviewRef& interview, std::uint32_t index) {
     }
     std::string question = kzString(text);
     {
-        const std::lock_guard lock(m_lock);
+        const CReasonGuard lock(m_lock);
         if (m_current != interview) return;  // it was cancelled meanwhile
         interview->asked.push_back(index);
         interview->question = question;
@@ -86,7 +87,7 @@ void CInterviews::ask(const InterviewRef& interview, std::uint32_t index) {
 
 void CInterviews::finish(const InterviewRef& interview, bool cancelled) {
     {
-        const std::lock_guard lock(m_lock);
+        const CReasonGuard lock(m_lock);
         if (m_current != interview) return;
         m_current.reset();
     }
@@ -102,7 +103,7 @@ void CInterviews::start(IKzUnknown* interviewer, std::string title) {
                         [] { return "the interviewer is no object with the interface Interviewer"; });
     const CBusy busy(*this, interview, "Interviewer.Start");
     {
-        const std::lock_guard lock(m_lock);
+        const CReasonGuard lock(m_lock);
         if (m_current != nullptr)
             throw kzBecause(KZe_NOTAVAILABLE, "Interviewer.Start", [] { return "another interview is going on"; });
         m_current = interview;
@@ -132,7 +133,7 @@ void CInterviews::back() {
     const CBusy busy(*this, interview, "Interviewer.Back");
     std::uint32_t index = 0;
     {
-        const std::lock_guard lock(m_lock);
+        const CReasonGuard lock(m_lock);
         if (interview->asked.size() < 2)
             throw kzBecause(KZe_OUTOFBOUNDS, "Interviewer.Back",
                             [] { return "there is no question before the first"; });

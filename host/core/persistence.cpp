@@ -3,6 +3,7 @@
 
 #include "host/core/log_store.h"
 #include "host/core/module_table.h"
+#include "host/core/reason_guard.h"
 #include "host/core/reasons.h"
 #include "host/core/value_type_registry.h"
 #include "host/core/values.h"
@@ -141,7 +142,7 @@ PersistentNode& CPersistence::define(const std::string& name, std::uint32_t kind
 }
 
 PersistentNode& CPersistence::begin(const std::string& name, std::uint32_t kind) {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     if (kind > KZiPERSIST_LIST)
         throw kzBecause(KZe_INVALIDARG, "Persistence.Begin", [&] {
             return kzIsNot(std::to_string(kind), "a kind of entry that holds others, from 0 to 2");
@@ -158,7 +159,7 @@ PersistentNode& CPersistence::addValue(const std::string& name, const std::strin
                         [&] { return "only values of the host's own types are kept, not of \"" + type + "\""; });
     if (!preset.empty() && !kzParseCell(known, preset))
         throw kzBecause(KZe_INVALIDARG, "Persistence.AddValue", [&] { return kzIsNot(preset, known.expects); });
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     if (m_open.empty())
         throw kzBecause(KZe_NOTREADY, "Persistence.AddValue",
                         [&] { return "\"" + name + "\" is outside of Begin and End, and of a client's Setup"; });
@@ -169,7 +170,7 @@ PersistentNode& CPersistence::addValue(const std::string& name, const std::strin
 }
 
 void CPersistence::end() {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     if (m_open.empty()) throw kzBecause(KZe_NOTREADY, "Persistence.End", [] { return "no entry was begun"; });
     m_open.pop_back();
 }
@@ -193,7 +194,7 @@ KzResult CPersistence::configure(const std::string& name, IKzUnknown* object) {
     if (!client->client.set(object)) return KZe_INVALIDARG;
     std::vector<PersistentNode*> outer;
     {
-        const std::lock_guard lock(m_lock);
+        const CReasonGuard lock(m_lock);
         outer.swap(m_open);
         client->root = nullptr;
         try {
@@ -204,7 +205,7 @@ KzResult CPersistence::configure(const std::string& name, IKzUnknown* object) {
         }
     }
     const KzResult code = client->client.Setup();
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     m_open.swap(outer);  // also ends what the client has left open
     if (kzFailed(code)) return code;
     const Client& kept = *m_clients.emplace_back(std::move(client));
@@ -228,7 +229,7 @@ void CPersistence::configureServer(const KzServer& server) {
 }
 
 PersistentNode& CPersistence::sub(PersistentNode& node, std::string_view name) const {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     for (const auto& each : node.subs)
         if (each->name == name) return *each;
     throw kzBecause(KZe_NOTFOUND, "Persistence",
@@ -237,7 +238,7 @@ PersistentNode& CPersistence::sub(PersistentNode& node, std::string_view name) c
 
 // What follows the name of a hash or list is the key or the number of an instance, which is then selected.
 PersistentNode& CPersistence::lookup(std::string_view path) {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     PersistentNode* node = &m_top;
     bool isKeyNext = false;
     do {
@@ -252,7 +253,7 @@ PersistentNode& CPersistence::lookup(std::string_view path) {
 }
 
 std::string CPersistence::pathOf(const PersistentNode& node) const {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     if (node.parent == nullptr) return {};
     std::string path = pathOf(*node.parent);
     if (node.parent->hasInstances()) {
@@ -265,7 +266,7 @@ std::string CPersistence::pathOf(const PersistentNode& node) const {
 }
 
 std::vector<std::string> CPersistence::keys(const PersistentNode& node) const {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     std::vector<std::string> all;
     if (!node.hasInstances()) return all;
     const std::string prefix = pathOf(node) + "/";
@@ -275,7 +276,7 @@ std::vector<std::string> CPersistence::keys(const PersistentNode& node) const {
 }
 
 void CPersistence::select(PersistentNode& node, const std::string& key) const {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     if (!node.hasInstances()) throw KZe_NOTAVAILABLE;
     const auto all = keys(node);
     if (node.kind == KZiPERSIST_HASH) {
@@ -294,7 +295,7 @@ void CPersistence::select(PersistentNode& node, const std::string& key) const {
 
 // A list's keys are numbers that grow, and end with the process, so that two processes that append keep both instances.
 void CPersistence::append(PersistentNode& node, const std::string& key) {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     if (!node.hasInstances()) throw KZe_NOTAVAILABLE;
     const auto all = keys(node);
     std::string chosen = key;
@@ -320,7 +321,7 @@ void CPersistence::dropBelow(const std::string& path) {
 }
 
 void CPersistence::remove(PersistentNode& node) {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     if (node.hasInstances() && node.selected) {
         dropBelow(pathOf(node) + "/" + escaped(*node.selected));
         node.selected.reset();
@@ -340,7 +341,7 @@ KzResult CPersistence::import(const std::string& path) {
     if (!kzReadPreferences(path, all, why)) return kzBecause(KZe_FAILED, "Persistence.Import", [&] { return why; });
     for (const auto& [key, fields] : all.records)
         if (key.first == kind) m_preferences->set(key.first, key.second, fields);
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     for (const auto& client : m_clients)
         if (std::any_of(all.records.begin(), all.records.end(), [&](const auto& record) {
                 return record.first.first == kind && record.first.second.starts_with(client->root->name + "/");
@@ -365,7 +366,7 @@ bool CPersistence::isModified(const std::string& name) const { return m_preferen
 void CPersistence::finish() {
     std::vector<std::unique_ptr<Client>> clients;
     {
-        const std::lock_guard lock(m_lock);
+        const CReasonGuard lock(m_lock);
         clients.swap(m_clients);
     }
     for (const auto& client : clients)

@@ -1,6 +1,7 @@
 // The formats of picture files that the host itself reads and writes, and the library that does the work.
 #include "host/objects/picture_library.h"
 
+#include "host/core/reason_guard.h"
 #include "host/core/reasons.h"
 #include "host/objects/program_part.h"
 #include "host/pictures/picture_files.h"
@@ -97,7 +98,7 @@ PixelFormat kzPixelsFor(const PictureFormat& format, const PixelFormat& image) {
 IPictureFiles& kzPictures(const CPathAliases& files) {
     static std::mutex lock;
     static IPictureFiles* pictures = nullptr;
-    const std::lock_guard guard(lock);
+    const CReasonGuard guard(lock);
     if (pictures != nullptr) return *pictures;
     const std::string path = kzProgramPart(files, theLibrary, "Image");
     void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);

@@ -3,6 +3,7 @@
 
 #include "host/core/module_table.h"
 #include "host/core/object.h"
+#include "host/core/reason_guard.h"
 #include "host/core/reasons.h"
 #include "host/document/step_block.h"
 #include "host/objects/open_scenes.h"
@@ -138,7 +139,7 @@ std::string CPresets::pathOf(const std::string& name) {
 }
 
 void CPresets::registerKind(const KzGuid& kind, const std::string& name) {
-    const std::lock_guard lock(m_lock);
+    const CReasonGuard lock(m_lock);
     for (const auto& [known, knownName] : m_kinds)
         if (known == kind || knownName == name)
             throw kzBecause(KZe_ALREADYEXISTS, "PresetDestination.Register", [&known = knownName] {

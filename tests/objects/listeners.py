@@ -260,3 +260,16 @@ def check_reasons_wait_until_the_document_is_free():
     with Listening(Reader()):
         fails('NOTFOUND', (item.PackageAdd, 'waits'))
     equal(heard, ['a'])
+
+
+def check_reasons_wait_until_services_are_free():
+    interviews, entries, heard = kz.service.Interviewer(), kz.service.Persistence(), []
+
+    class Asks(kzifc.LogListener):
+        def logevent_EntryAdded(self, subsystem, entry):
+            heard.append((interviews.IsActive(), entries.IsModified('none')))
+
+    with Listening(Asks()):
+        fails('NOTAVAILABLE', (interviews.Back,))
+        fails('NOTREADY', (entries.End,))
+    equal(heard, [(False, False)] * 2)
