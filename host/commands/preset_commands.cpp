@@ -21,19 +21,19 @@ namespace kzhost {
 namespace {
 
 constexpr const char* nameMeaning = "the preset's name among the user's own, or the path of its file";
-constexpr ArgumentRow saveArguments[] = {
+constexpr ArgumentRow savePresetArguments[] = {
     {"name", KZsTYPE_STRING, 0, nameMeaning},
     {"item", KZsTYPE_STRING, 0, "the item of the current scene whose settings it is to hold"},
     {KZsARG_PRESET_TYPE, KZsTYPE_STRING, kzOptional | kzQueryable,
      "the type of preset, preset.channels when it is left out; queried, all of them"},
-    {KZsARG_PRESET_THUMB, KZsTYPE_STRING, kzOptional, "the file of its picture"},
+    {KZsARG_PRESET_THUMB, KZsTYPE_FILEPATH, kzOptional, "the file of its picture"},
 };
-constexpr ArgumentRow listArguments[] = {
+constexpr ArgumentRow listPresetArguments[] = {
     {"name", KZsTYPE_STRING, kzOptional | kzQueryable, "queried, the user's own presets"},
     {KZsARG_PRESET_TYPE, KZsTYPE_STRING, kzOptional | kzQueryable,
      "queried, the category of the preset with that name"},
 };
-constexpr ArgumentRow applyArguments[] = {
+constexpr ArgumentRow applyPresetArguments[] = {
     {"name", KZsTYPE_STRING, 0, nameMeaning},
     {"item", KZsTYPE_STRING, 0, "the item of the current scene that it is applied to"},
 };
@@ -65,9 +65,11 @@ void savePreset(const PresetParts& parts, CBuiltinCommand& command) {
     parts.presets->save(kzPresetPath(command), type, item.raw(), image ? image.raw() : nullptr);
 }
 
-Texts querySave(CPresets& presets, CBuiltinCommand& /*command*/, std::uint32_t /*index*/) { return presets.types(); }
+Texts queryPresetTypes(CPresets& presets, CBuiltinCommand& /*command*/, std::uint32_t /*index*/) {
+    return presets.types();
+}
 
-Texts queryList(CPresets& presets, CBuiltinCommand& command, std::uint32_t index) {
+Texts queryPresetList(CPresets& presets, CBuiltinCommand& command, std::uint32_t index) {
     if (index == 0) return presets.names();
     RecognizedPreset preset;
     const std::string name = nameOf(command);
@@ -93,15 +95,16 @@ std::string kzPresetPath(CBuiltinCommand& command) { return CPresets::pathOf(nam
 
 void kzAddPresetCommands(CCommandRegistry& registry, const PresetParts& parts) {
     const auto& [presets, scenes, images, files] = parts;
-    kzAddCommands(registry, {
-                                {"preset.save", "Save Preset", "saves the settings of an item as a preset", KZfCMD_UI,
-                                 saveArguments, [parts](CBuiltinCommand& command) { savePreset(parts, command); },
-                                 kzWith(querySave, presets)},
-                                {"preset.list", "List Presets", "the user's own presets", KZfCMD_UI, listArguments,
-                                 kzOnlyQueried, kzWith(queryList, presets)},
-                                {"preset.apply", "Apply Preset", "applies a preset to an item",
-                                 KZfCMD_UNDO | KZfCMD_MODEL, applyArguments, kzWith(applyPreset, presets, scenes)},
-                            });
+    kzAddCommands(
+        registry,
+        {
+            {"preset.save", "Save Preset", "saves the settings of an item as a preset", KZfCMD_UI, savePresetArguments,
+             [parts](CBuiltinCommand& command) { savePreset(parts, command); }, kzWith(queryPresetTypes, presets)},
+            {"preset.list", "List Presets", "the user's own presets", KZfCMD_UI, listPresetArguments, kzOnlyQueried,
+             kzWith(queryPresetList, presets)},
+            {"preset.apply", "Apply Preset", "applies a preset to an item", KZfCMD_UNDO | KZfCMD_MODEL,
+             applyPresetArguments, kzWith(applyPreset, presets, scenes)},
+        });
 }
 
 }  // namespace kzhost
