@@ -16,6 +16,7 @@
 #include "host/commands/reference_commands.h"
 #include "host/commands/repeat_commands.h"
 #include "host/commands/replace_commands.h"
+#include "host/commands/scene_file_commands.h"
 #include "host/commands/script_commands.h"
 #include "host/commands/setting_commands.h"
 #include "host/commands/tree_commands.h"
@@ -156,6 +157,7 @@ void addCommands(const HostParts& host) {
     kzAddChoiceCommands(*host.registry, host.dispatcher, host.scenes);
     kzAddInterviewCommands(*host.registry, host.interviews);
     kzAddSceneCommands(*host.registry, host.scenes);
+    kzAddSceneFileCommands(*host.registry, host.scenes, host.sceneFiles, host.files);
     kzAddReferenceCommands(*host.registry, host.scenes, kzMakeSceneReferences(host.scenes, host.sceneFiles));
     kzAddItemCommands(*host.registry, host.scenes);
     kzAddSelectCommands(*host.registry, host.modules, host.scenes);

@@ -19,8 +19,8 @@ namespace {
 constexpr const char* sampleFormats[] = {"int8", "int16", "int24", "float"};  // in the order of iAUDIO_...
 
 constexpr ArgumentRow audioConvertArguments[] = {
-    {"source", KZsTYPE_STRING, 0, "the file that is read"},
-    {"target", KZsTYPE_STRING, 0, "the file that is written"},
+    {"source", KZsTYPE_FILEPATH, 0, "the file that is read"},
+    {"target", KZsTYPE_FILEPATH, 0, "the file that is written"},
     {"format", KZsTYPE_STRING, kzOptional, "int8, int16, int24 or float; that of the source when it is left out"},
 };
 

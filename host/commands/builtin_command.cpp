@@ -4,7 +4,9 @@
 #include "host/core/command_text.h"
 #include "host/core/notifier_table.h"
 #include "host/core/object.h"
+#include "host/core/reason_memory.h"
 #include "host/core/reasons.h"
+#include "host/core/refusal.h"
 #include "host/core/value_type_registry.h"
 #include "host/state/text.h"
 
@@ -19,6 +21,22 @@
 #include <utility>
 
 namespace kzhost {
+
+namespace {
+
+// A failure of which only the code gets here is told with the reason that was given for it.
+template <class Work> KzResult withReasons(const Work& work) {
+    const CReasonMemory memory;
+    try {
+        work();
+        return KZe_OK;
+    } catch (KzResult code) {
+        if (std::string reason = CReasonMemory::latest(code); !reason.empty()) kzRefuse(code, std::move(reason));
+        throw;
+    }
+}
+
+}  // namespace
 
 void kzRefuse(KzResult code, std::string text) { throw CommandTextError{code, std::move(text)}; }
 
@@ -141,10 +159,8 @@ KzResult CBuiltinCommand::cmd_NotifyRemoveClient(IKzUnknown* client) {
 
 KzResult CBuiltinCommand::cmd_Execute(std::uint32_t flags) {
     enter("Command.Execute");
-    return m_run.execute(rawSelf(), flags, [this](std::uint32_t /*flags*/) {
-        m_row->execute(*this);
-        return KZe_OK;
-    });
+    return m_run.execute(rawSelf(), flags,
+                         [this](std::uint32_t /*flags*/) { return withReasons([&] { m_row->execute(*this); }); });
 }
 
 KzResult CBuiltinCommand::cmd_ToggleArg(std::uint32_t* index) {
@@ -188,9 +204,9 @@ KzResult CBuiltinCommand::cmd_Query(std::uint32_t index, IKzUnknown* values) {
     return m_run.query([&] {
         if (m_row->query == nullptr || (argument(index).flags & KZfCMDARG_QUERY) == 0)
             return KZe_CMD_ARGUMENT_NOT_QUERYABLE;
-        for (const std::string& text : m_row->query(*this, index))
-            if (const KzResult code = target->AddString(text.c_str()); kzFailed(code)) return code;
-        return KZe_OK;
+        return withReasons([&] {
+            for (const std::string& text : m_row->query(*this, index)) kzDemand(target->AddString(text.c_str()));
+        });
     });
 }
 

@@ -1,6 +1,7 @@
 // What the commands for documents act on.
 #include "host/commands/document_targets.h"
 
+#include "host/core/reason_memory.h"
 #include "host/core/reasons.h"
 #include "host/objects/layers.h"
 #include "host/state/text.h"
@@ -56,7 +57,9 @@ std::int32_t kzChannelArgument(const CHostRef<CItem>& item, CBuiltinCommand& com
 }
 
 void kzDemand(KzResult code, const char* what) {
-    if (kzFailed(code)) kzRefuse(code, fmt::format("{} failed: {}", what, kzCodeName(code)));
+    if (kzSucceeded(code)) return;
+    const std::string reason = CReasonMemory::latest(code);
+    kzRefuse(code, reason.empty() ? fmt::format("{} failed: {}", what, kzCodeName(code)) : reason);
 }
 
 Texts kzItemNames(OpenScenes& scenes) {

@@ -13,7 +13,7 @@ CHostRef<CItem> kzItemArgument(OpenScenes& scenes, CBuiltinCommand& command, con
 // As above; the main layer when it is left out. A layer is a mesh item.
 CHostRef<CItem> kzLayerArgument(OpenScenes& scenes, CBuiltinCommand& command, const char* argument);
 std::int32_t kzChannelArgument(const CHostRef<CItem>& item, CBuiltinCommand& command, const char* argument);
-// Ends the command if an operation fails. The reason is in the log, where the operation knows it best.
+// Ends the command if an operation fails, for the reason that the operation gave, if it gave one.
 void kzDemand(KzResult code, const char* what);
 
 // For queries: the names of all items of the current scene; empty without one.

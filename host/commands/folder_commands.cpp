@@ -25,7 +25,7 @@ constexpr std::uint32_t folderAnswer = kzOptional | kzQueryable | KZfCMDARG_READ
 constexpr KzTextValueHint folderKinds[] = {
     {KZvDCELIST_FILES, "files"}, {KZvDCELIST_DIRS, "folders"}, {KZvDCELIST_BOTH, "both"}, {0, nullptr}};
 constexpr ArgumentRow folderListArguments[] = {
-    {"folder", KZsTYPE_STRING, 0, "a folder, on disk or in a tree that a module serves"},
+    {"folder", KZsTYPE_FILEPATH, 0, "a folder, on disk or in a tree that a module serves"},
     {"kind", KZsTYPE_CHOICE, kzOptional, "files, folders or, without it, both", folderKinds},
     {"hidden", KZsTYPE_BOOLEAN, kzOptional, "also what begins with a dot"},
     {"name", KZsTYPE_STRING, folderAnswer, "the names of its entries, in their order"},
@@ -37,11 +37,11 @@ constexpr ArgumentRow folderListArguments[] = {
     {"state", KZsTYPE_STRING, folderAnswer, "the names with what they are behind them: folder, synthetic"},
 };
 constexpr ArgumentRow fileRenameArguments[] = {
-    {"file", KZsTYPE_STRING, 0, "a file or folder on disk"},
+    {"file", KZsTYPE_FILEPATH, 0, "a file or folder on disk"},
     {"name", KZsTYPE_STRING, 0, "its new name, without a path"},
 };
 constexpr ArgumentRow fileFetchArguments[] = {
-    {"file", KZsTYPE_STRING, 0, "a file, on disk or in a tree that a module serves"},
+    {"file", KZsTYPE_FILEPATH, 0, "a file, on disk or in a tree that a module serves"},
     {"local", KZsTYPE_STRING, folderAnswer, "where it can be read; a tree fetches its files for that"},
 };
 

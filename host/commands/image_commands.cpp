@@ -24,8 +24,8 @@ namespace {
 
 constexpr ArgumentRow imageFilterArguments[] = {
     {"filter", KZsTYPE_STRING, kzQueryable, "the filters' names, separated by blanks; queried, all that there are"},
-    {"source", KZsTYPE_STRING, 0, "the file that is read"},
-    {"target", KZsTYPE_STRING, 0, "the file that is written"},
+    {"source", KZsTYPE_FILEPATH, 0, "the file that is read"},
+    {"target", KZsTYPE_FILEPATH, 0, "the file that is written"},
     {"amount", KZsTYPE_FLOAT, kzOptional, "the opacity of the filtered image over the original, 0 to 1"},
     {"radius", KZsTYPE_FLOAT, kzOptional, "how far the host's own filters look, in pixels: 4 when it is left out"},
     {"threshold", KZsTYPE_FLOAT, kzOptional, "the brightness from which bloom begins, 1 for white"},

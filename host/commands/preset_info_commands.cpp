@@ -123,7 +123,7 @@ constexpr struct {
     Texts (*tell)(Asked& preset);
 } infoRows[] = {
     {{"name", KZsTYPE_STRING, 0, "the preset's name among the user's own, or the path of its file"}, nullptr},
-    {{KZsARG_PRESET_THUMB, KZsTYPE_STRING, kzOptional, "the file into which its picture is written"}, nullptr},
+    {{KZsARG_PRESET_THUMB, KZsTYPE_FILEPATH, kzOptional, "the file into which its picture is written"}, nullptr},
     {{"icon", KZsTYPE_STRING, told, "queried, what stands for its picture"}, iconOfPreset},
     {{"aspect", KZsTYPE_FLOAT, told, "queried, the width of its type's pictures divided by their height"},
      aspectOfPreset},

@@ -15,7 +15,7 @@ namespace kzhost {
 namespace {
 
 constexpr std::uint32_t changesReferences = KZfCMD_UNDO | KZfCMD_MODEL;
-constexpr ArgumentRow addReferenceArguments[] = {{"path", KZsTYPE_STRING, 0, "the file of the other scene"}};
+constexpr ArgumentRow addReferenceArguments[] = {{"path", KZsTYPE_FILEPATH, 0, "the file of the other scene"}};
 constexpr ArgumentRow referenceArguments[] = {
     {"item", KZsTYPE_STRING, 0, "the reference, by name or identifier"},
 };

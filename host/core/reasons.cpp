@@ -3,6 +3,7 @@
 
 #include "host/core/log_store.h"
 #include "host/core/reason_delay.h"
+#include "host/core/reason_memory.h"
 
 #include "kz/result.h"
 
@@ -108,7 +109,8 @@ void CReasonBook::writeCounts() {
 KzResult kzBecause(KzResult code, const char* place, const std::function<std::string()>& reason) noexcept {
     try {
         if (const auto book = latestBook()) book->tell(place, reason);
-    } catch (...) {  // the code is what counts
+        if (CReasonMemory::isOpen()) CReasonMemory::keep(code, reason());  // at last, as listeners of the log may fail
+    } catch (...) {                                                        // the code is what counts
     }
     return code;
 }

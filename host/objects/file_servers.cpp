@@ -45,6 +45,12 @@ bool isFor(const KzServer& server, const std::string& path) {
     return !type.empty() && !extension.empty() && strcasecmp(type.c_str(), extension.c_str() + 1) == 0;
 }
 
+// A saver that names no class is one of images.
+bool saves(const KzServer& saver, const char* fileClass) {
+    const std::string its = tagOf(saver, KZs_FILETAG_CLASS);
+    return classNamed(its.empty() ? KZsFILECLASS_IMAGE : its.c_str()) == fileClass;
+}
+
 }  // namespace
 
 KzResult CLoaderInfo::linf_SetClass(const char* fileClass) {
@@ -91,16 +97,20 @@ std::string kzLoadServed(const CModuleTable& modules, const std::string& path, c
     return {};
 }
 
-// A saver that names no class is one of images, or is asked for by its name.
 std::optional<KzServer> kzFindSaver(const CModuleTable& modules, const std::string& path, const std::string& name,
                                     const char* fileClass) {
     for (const KzServer& server : modules.servers(KZa_SAVER)) {
         if (!name.empty() ? server.name != name : !isFor(server, path)) continue;
-        std::string its = tagOf(server, KZs_FILETAG_CLASS);
-        if (its.empty()) its = KZsFILECLASS_IMAGE;
-        if (!name.empty() || classNamed(its.c_str()) == fileClass) return server;
+        if (!name.empty() || saves(server, fileClass)) return server;
     }
     return std::nullopt;
+}
+
+std::vector<std::string> kzSaverNames(const CModuleTable& modules, const char* fileClass) {
+    std::vector<std::string> names;
+    for (const KzServer& server : modules.servers(KZa_SAVER))
+        if (saves(server, fileClass)) names.push_back(server.name);
+    return names;
 }
 
 }  // namespace kzhost

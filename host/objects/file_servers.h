@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kzhost {
 
@@ -57,5 +58,7 @@ std::string kzLoadServed(const CModuleTable& modules, const std::string& path, c
 // nullopt if there is none.
 std::optional<KzServer> kzFindSaver(const CModuleTable& modules, const std::string& path, const std::string& name,
                                     const char* fileClass);
+// The names of the savers of that class.
+std::vector<std::string> kzSaverNames(const CModuleTable& modules, const char* fileClass);
 
 }  // namespace kzhost

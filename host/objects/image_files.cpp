@@ -7,6 +7,7 @@
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
+#include "host/core/reason_memory.h"
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/file_servers.h"
@@ -49,6 +50,10 @@ bool keepsLayers(const KzServer& server) {
 
 }  // namespace
 
+KzResult CImageFiles::refuse(KzResult code, const std::string& path, const std::string& why) const {
+    return kzLogFailure(*m_log, KZsLOG_IMAGES, code, path + ": " + why);
+}
+
 // The image is copied into one of the host's, which stays readable and writable whatever the loader does later.
 CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* monitor) const {
     CHostRef<CImage> image;
@@ -73,10 +78,10 @@ void CImageFiles::withLoader(const std::string& path, std::uint32_t wanted, IKzU
         return kzFailed(code) ? code : take(*target);
     };
     const auto failed = [&](const std::string& server, KzResult code) {
-        m_log->write(KZsLOG_IMAGES, code,
-                     path + ": the loader \"" + server + "\" failed: " + CMessageTables::codeText(code));
+        refuse(code, path, "the loader \"" + server + "\" failed: " + CMessageTables::codeText(code));
     };
-    if (kzLoadServed(*m_modules, path, KZsFILECLASS_IMAGE, load, failed).empty()) throw KZe_NOTSUPPORTED;
+    if (kzLoadServed(*m_modules, path, KZsFILECLASS_IMAGE, load, failed).empty())
+        throw refuse(KZe_NOTSUPPORTED, path, "no loader of images recognises the file");
 }
 
 // Asks the saver whether it accepts the image, and logs its reason if it does not.
@@ -85,9 +90,9 @@ KzResult CImageFiles::verify(const CKzUser_Saver& saver, const std::string& name
     const KzResult code = saver.Verify(image, message.raw());
     if (!kzRefuses(code)) return KZe_OK;
     const CKzUser_Message asMessage(message.raw());
-    m_log->write(KZsLOG_IMAGES, code,
-                 "the saver \"" + name + "\" refuses the image: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
-    return code;
+    return kzLogFailure(*m_log, KZsLOG_IMAGES, code,
+                        "the saver \"" + name +
+                            "\" refuses the image: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
 }
 
 KzResult CImageFiles::saveServed(IKzUnknown* image, const std::string& path, const std::string& name,
@@ -95,7 +100,9 @@ KzResult CImageFiles::saveServed(IKzUnknown* image, const std::string& path, con
     const bool hasLayers = static_cast<bool>(CKzUser_LayeredImage(image));
     auto server = hasLayers ? kzFindSaver(*m_modules, path, name, KZsCLASS_LAYEREDFILE) : std::nullopt;
     if (!server) server = kzFindSaver(*m_modules, path, name, KZsFILECLASS_IMAGE);
-    if (!server) return KZe_NOTSUPPORTED;
+    if (!server)
+        return refuse(KZe_NOTSUPPORTED, path,
+                      name.empty() ? "no saver of images is for this extension" : "there is no saver \"" + name + "\"");
     if (hasLayers && !keepsLayers(*server)) {
         const auto flat = kzFlatLayers("Image.Save", image);
         notes(path)("the layers are blended, since the saver \"" + server->name + "\" keeps none");
@@ -117,8 +124,7 @@ void CImageFiles::withLibrary(const std::string& path, const std::function<void(
     try {
         work(kzPictures(*m_files));
     } catch (const std::exception& error) {
-        m_log->write(KZsLOG_IMAGES, KZe_FAILED, path + ": " + error.what());
-        throw KZe_FAILED;
+        throw refuse(KZe_FAILED, path, error.what());
     }
 }
 
@@ -162,7 +168,7 @@ KzResult CImageFiles::saveOwn(const PictureFormat& format, IKzUnknown* image, co
 
 std::string CImageFiles::fact(const std::string& path, const std::string& key) const {
     std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
+    if (!std::filesystem::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
     const PictureFormat* const format = kzPictureFormatOf(path);
     std::string value;
     bool isSaid = false;
@@ -226,7 +232,7 @@ CHostRef<CImage> CImageFiles::inSpace(IKzUnknown* image, const char* source, con
 CHostRef<CImage> CImageFiles::load(const std::string& path, IKzUnknown* monitor) const {
     if (const std::string local = kzLocalFile(*m_modules, path); local != path) return load(local, monitor);
     std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) throw KZe_NOTFOUND;
+    if (!std::filesystem::is_regular_file(path, error)) throw refuse(KZe_NOTFOUND, path, "there is no such file");
     const CFileProgress progress(m_context, m_monitors, "Loading", monitor);
     const PictureFormat* const own = kzPictureFormatOf(path);
     auto image = own != nullptr ? loadOwn(*own, path) : loadServed(path, progress.monitor());
@@ -243,7 +249,7 @@ KzResult CImageFiles::save(IKzUnknown* image, const std::string& path, const std
     KzResult code = own != nullptr ? saveOwn(*own, image, path, file.path())
                                    : saveServed(image, path, saver, file.path(), progress.monitor());
     if (kzSucceeded(code) && kzFailed(code = file.commit()))
-        m_log->write(KZsLOG_IMAGES, code, path + ": the saver wrote no file to replace it");
+        refuse(code, path, "the saver wrote no file to replace it");
     if (kzSucceeded(code))
         m_listeners->session([&](IKzSessionListener& listener) { listener.FileSaved(path.c_str()); });
     return code;

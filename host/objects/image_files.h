@@ -55,6 +55,8 @@ private:
     CHostRef<CImage> loadOwn(const PictureFormat& format, const std::string& path) const;
     KzResult saveOwn(const PictureFormat& format, IKzUnknown* image, const std::string& path,
                      const std::string& file) const;
+    // Logs why the file cannot be read or written, and returns the code.
+    KzResult refuse(KzResult code, const std::string& path, const std::string& why) const;
     // Runs work of the library, and logs the reason for a failure.
     void withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const;
     std::function<void(const std::string& text)> notes(const std::string& path) const;

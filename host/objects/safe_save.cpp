@@ -1,10 +1,13 @@
 // Replaces files only by complete ones.
 #include "host/objects/safe_save.h"
 
+#include "host/core/reasons.h"
+
 #include "kz/result.h"
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -25,15 +28,21 @@ bool reachesDisk(const fs::path& path) {
     return isThere;
 }
 
+KzResult unwritable(const std::string& path, const std::string& why) {
+    return kzBecause(KZe_NOACCESS, "saving", [&] { return path + " cannot be written: " + why; });
+}
+
 }  // namespace
 
 CSafeSave::CSafeSave(const std::string& target) {
     std::error_code error;
     m_target = fs::weakly_canonical(target, error);  // resolves links, so that a link stays one
-    if (error || m_target.filename().empty() || fs::is_directory(m_target, error)) throw KZe_NOACCESS;
+    if (error || m_target.filename().empty()) throw unwritable(target, "the path names no file");
+    if (fs::is_directory(m_target, error)) throw unwritable(target, "it is a folder");
     if (fs::exists(m_target, error) && !fs::is_regular_file(m_target, error)) return;
     std::string name = (m_target.parent_path() / ".kzsaveXXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw KZe_NOACCESS;
+    if (mkdtemp(name.data()) == nullptr)
+        throw unwritable(target, "folder " + m_target.parent_path().string() + ": " + std::strerror(errno));
     m_folder = name;
 }
 

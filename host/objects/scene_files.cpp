@@ -6,6 +6,7 @@
 #include "host/core/message.h"
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
+#include "host/core/reason_memory.h"
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/file_servers.h"
@@ -96,8 +97,7 @@ std::string wholeText(const std::string& path) {
 }  // namespace
 
 KzResult CSceneFiles::refuse(KzResult code, const std::string& path, const std::string& why) const {
-    m_parts.log->write(KZsLOG_FILES, code, path + ": " + why);
-    return code;
+    return kzLogFailure(*m_parts.log, KZsLOG_FILES, code, path + ": " + why);
 }
 
 void CSceneFiles::readOwn(CDocument& document, const std::string& path, bool isImport) const {
@@ -317,6 +317,13 @@ KzResult CSceneFiles::saveForeign(CScene& scene, const std::string& path, const 
 KzResult CSceneFiles::write(CScene& scene, const std::string& path, const std::string& format) const {
     const bool isOwn = format.empty() ? hasOwnExtension(path) : format == kzSceneFormat;
     return isOwn ? saveCopy(scene, path) : saveServed(scene, path, format);
+}
+
+std::vector<std::string> CSceneFiles::formats() const {
+    std::vector<std::string> names{kzSceneFormat};
+    names.insert(names.end(), std::begin(kzModelFormats), std::end(kzModelFormats));
+    std::ranges::move(kzSaverNames(*m_parts.modules, KZsFILECLASS_SCENE), std::back_inserter(names));
+    return names;
 }
 
 // The scene may change while it is being written. What is then unsaved are the changes since it was read.

@@ -56,6 +56,8 @@ public:
     KzResult save(CScene& scene, const std::string& given, const std::string& format) const;
     // As above, without a file that is the scene's own from then on, and without telling anybody.
     KzResult write(CScene& scene, const std::string& path, const std::string& format) const;
+    // The formats that can be written: the host's own, those of a library, and the savers of modules.
+    std::vector<std::string> formats() const;
     // Writes a copy, in the host's own format, and leaves the scene as it is.
     KzResult saveCopy(CScene& scene, const std::string& path) const;
 

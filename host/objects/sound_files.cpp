@@ -6,6 +6,7 @@
 #include "host/core/message_tables.h"
 #include "host/core/module_table.h"
 #include "host/core/object.h"
+#include "host/core/reason_memory.h"
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/arguments.h"
@@ -95,7 +96,7 @@ Sound CSoundFiles::load(const std::string& path) const {
         return sound ? KZe_OK : KZe_FAILED;  // it has reported success without one
     };
     const auto failed = [&](const std::string& server, KzResult code) {
-        m_log->write(soundLog, code,
+        kzLogFailure(*m_log, soundLog, code,
                      path + ": the loader \"" + server + "\" failed: " + CMessageTables::codeText(code));
     };
     if (kzLoadServed(*m_modules, path, KZsFILECLASS_AUDIO, load, failed).empty())
@@ -110,8 +111,7 @@ void CSoundFiles::save(const Sound& sound, const std::string& path) const {
     if (!isWave(path)) saveServed(sound, path, file.path());
     else kzWriteWave(sound, file.path());
     if (const KzResult code = file.commit(); kzFailed(code)) {
-        m_log->write(soundLog, code, path + ": the saver wrote no file to replace it");
-        throw code;
+        throw kzLogFailure(*m_log, soundLog, code, path + ": the saver wrote no file to replace it");
     }
     if (isWave(path) && (sound.loopStart >= 0 || !sound.markers.empty()))
         m_log->write(soundLog, KZe_WARNING, path + ": loop and markers are lost, since WAV files are written without");
@@ -129,10 +129,9 @@ void CSoundFiles::saveServed(const Sound& sound, const std::string& path, const 
     const auto message = CHostRef<CMessage>::make();
     const CKzUser_Message asMessage(message.raw());
     if (const KzResult code = saver.Verify(source.raw(), message.raw()); kzRefuses(code)) {
-        m_log->write(soundLog, code,
-                     "the saver \"" + server->name +
-                         "\" refuses the sound: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
-        throw code;
+        throw kzLogFailure(*m_log, soundLog, code,
+                           "the saver \"" + server->name +
+                               "\" refuses the sound: " + CMessageTables::reasonOf(*asMessage.ptr(), code));
     }
     kzDemand(saver.Save(source.raw(), file.c_str(), progress.monitor()));
 }

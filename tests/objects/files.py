@@ -237,6 +237,58 @@ def check_moved_files_are_found():
             SCENES.Close(each)
 
 
+def reason_of(line):
+    try:
+        kz.eval(line)
+    except RuntimeError as error:
+        return error.reason
+    raise AssertionError(line + ' went well')
+
+
+def check_commands_load_import_and_save():
+    with folder() as at:
+        path, own = at('room.kzscene'), lambda: (kz.evalN('scene.save path:?'), kz.eval('scene.save changed:?'))
+        items = lambda: [str(name) for name in kz.evalN('item.delete item:?')][1:]
+        for line in ('scene.new Room', 'item.create locator Table'):
+            kz.eval(line)
+        equal(own(), ((), True))
+        equal(kz.evalN('scene.save format:?'), ('kzscene', 'gltf', 'glb', 'obj', 'ply', 'stl', 'dots'))
+        kz.eval('scene.save {%s}' % path)
+        equal(own(), ((path,), False))
+        kz.eval('item.create locator Chair')
+        equal(own(), ((path,), True))
+        kz.eval('scene.save')
+        kz.eval('scene.save {%s} dots' % at('copy'))
+        equal((own(), open(at('copy')).read().split()[::4]), (((path,), False), ['Table', 'Chair']))
+        kz.eval('scene.close')
+        kz.eval('scene.load {%s}' % path)
+        equal((items(), own()), (['Table', 'Chair'], ((path,), False)))
+        steps = UNDO.Count()[0]
+        kz.eval('scene.import {%s}' % path)
+        equal((items(), UNDO.Count()[0]), (['Table', 'Chair', 'Table (2)', 'Chair (2)'], steps + 1))
+        kz.eval('undo')
+        equal(items(), ['Table', 'Chair'])
+        with open(at('bad.kzscene'), 'w') as stream:
+            stream.write('kzscene 1\nrubbish')
+        kz.eval('scene.new Other')
+        none, bad, far = at('none.kzscene'), at('bad.kzscene'), at('none/a.kzscene')
+        for line, why in (
+                ('scene.load {%s}' % none, none + ': there is no such file'),
+                ('scene.import {%s}' % bad, bad + ': line 2, column 1: the statement "scene" belongs here'),
+                ('scene.reference.add {%s}' % none, none + ': there is no such file'),
+                ('scene.save', 'argument "path" is missing, and the scene has no file yet'),
+                ('scene.save {%s}' % far, '%s cannot be written: folder %s: No such file or directory'
+                 % (far, at('none'))),
+                ('scene.save {%s}' % at('a.abc'), at('a.abc') + ': no saver of scenes is for this extension'),
+                ('image.filter blur {%s} {%s}' % (none, far), none + ': there is no such file'),
+                ('image.filter blur {%s} {%s}' % (bad, far), bad + ': no loader of images recognises the file'),
+                ('audio.convert {%s} {%s}' % (none, far), 'there is no file "%s"' % none)):
+            equal(reason_of(line), '%s: %s' % (line.split()[0], why))
+        equal((items(), UNDO.Count()[0]), ([], steps))
+        for _ in range(2):
+            kz.eval('scene.close')
+
+
 class AutoSave(kzifc.AutoSaveListener):
     folders = []
 
