@@ -22,6 +22,7 @@
 #include "kz/value.h"
 
 #include <memory>
+#include <mutex>
 
 namespace Python_LineInterp {
 
@@ -71,12 +72,15 @@ public:
 private:
     static void endPrintedLine();
     static KzResult endByException(IKzLineExecution* console);
-    bool needsMoreLines(bool wasPending, bool isEmptyLine);
-    KzResult run(IKzUnknown* execution);
+    std::string pending();
+    void setPending(std::string statement);
+    bool needsMoreLines(std::string& statement, bool wasPending, bool isEmptyLine) const;
+    KzResult run(const std::string& statement, IKzUnknown* execution);
     void passResults(PyObject* result, IKzLineExecution* console);
 
-    std::string m_pending;
-    int m_futures = 0;  // the compiler's flags of what was imported from __future__
+    std::mutex m_lock;      // of what is pending, which is asked for without Python's lock
+    std::string m_pending;  // the lines of a statement that is not complete
+    int m_futures = 0;      // the compiler's flags of what was imported from __future__
     CKzUser_CommandService m_commands;
 };
 
@@ -101,30 +105,43 @@ CLineInterpreter::CLineInterpreter() {
 }
 
 KzResult CLineInterpreter::lin_Prompt(std::int32_t continued, const char** prompt) {
-    *prompt = m_pending.empty() != (continued != 0) ? ">>> " : "... ";
+    *prompt = pending().empty() != (continued != 0) ? ">>> " : "... ";
     return KZe_OK;
 }
 
+std::string CLineInterpreter::pending() {
+    const std::lock_guard lock(m_lock);
+    return m_pending;
+}
+
+void CLineInterpreter::setPending(std::string statement) {
+    const std::lock_guard lock(m_lock);
+    m_pending.swap(statement);
+}
+
 KzResult CLineInterpreter::lin_Reset() {
-    m_pending.clear();
+    setPending({});
     return KZe_OK;
 }
 
 KzResult CLineInterpreter::lin_Execute(const char* line, IKzUnknown* execution) {
     const std::string_view text = line != nullptr ? line : "";
-    if (m_pending.empty() && text.empty()) return KZe_SCRIPT_LINEISCOMMENT;
+    if (text.empty() && pending().empty()) return KZe_SCRIPT_LINEISCOMMENT;
     CPyLock lock("a console line");
     const CStoppableRun stoppable;
     kzSetQuiet(false);
-    const bool wasPending = !m_pending.empty();
-    if (wasPending) m_pending += '\n';
-    m_pending += text;
-    return needsMoreLines(wasPending, text.empty()) ? KZe_OK : run(execution);
+    std::string statement = pending();
+    const bool wasPending = !statement.empty();
+    if (wasPending) statement += '\n';
+    statement += text;
+    const bool isPending = needsMoreLines(statement, wasPending, text.empty());
+    setPending(isPending ? statement : std::string());
+    return isPending ? KZe_OK : run(statement, execution);
 }
 
 // A block that is complete goes on until an empty line ends it.
-bool CLineInterpreter::needsMoreLines(bool wasPending, bool isEmptyLine) {
-    switch (checkCompleteness(m_pending, m_futures)) {
+bool CLineInterpreter::needsMoreLines(std::string& statement, bool wasPending, bool isEmptyLine) const {
+    switch (checkCompleteness(statement, m_futures)) {
     case Completeness::incomplete: return true;
     case Completeness::complete: return wasPending && !isEmptyLine;
     case Completeness::error: return false;
@@ -132,11 +149,9 @@ bool CLineInterpreter::needsMoreLines(bool wasPending, bool isEmptyLine) {
     return false;
 }
 
-KzResult CLineInterpreter::run(IKzUnknown* execution) {
+KzResult CLineInterpreter::run(const std::string& statement, IKzUnknown* execution) {
     const auto output = std::make_shared<CExecOutput>(execution);
     const COutputScope scope(output);
-    const std::string statement = std::move(m_pending);
-    m_pending.clear();
     MainInterpreter& interpreter = *kzNonNull(PythonRuntime::current()->interpreter(), KZe_NOTAVAILABLE);
     CPyRefNull code(compileStatement(statement, Py_eval_input, m_futures));
     if (code.get() == nullptr) {

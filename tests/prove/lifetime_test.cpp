@@ -159,7 +159,7 @@ void needStaticMemory(int copies) {
 }  // namespace
 
 TEST(LifetimeTest, CostsNoMoreThanABareInterpreters) {
-#ifdef __SANITIZE_ADDRESS__
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "the sanitizer keeps freed memory for a while, and counts with each copy that is loaded";
 #endif
     CShared<Grown> grown;
