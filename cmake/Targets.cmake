@@ -87,8 +87,8 @@ function(kz_join_sources name)
     set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
 endfunction()
 
-# kz_inline_less(NAME): for code of which little is called often. With Clang, such code takes a third less time to compile, and
-# what it costs is not to be measured.
+# kz_inline_less(NAME): for code that no call of a script passes. With Clang, it takes a third less time to compile. The host's
+# objects and commands go without: a command in Python would cost a tenth more.
 function(kz_inline_less name)
     if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
         target_compile_options(${name} PRIVATE "$<$<CONFIG:Release>:SHELL:-mllvm -inline-threshold=50>")
