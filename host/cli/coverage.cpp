@@ -24,10 +24,10 @@ namespace kzhost {
 
 namespace {
 
-using Words = std::vector<std::string_view>;
+using Fields = std::vector<std::string_view>;
 
-Words wordsOf(std::string_view text) {
-    Words words;
+Fields wordsOf(std::string_view text) {
+    Fields words;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find(' '), text.size());
         words.push_back(text.substr(0, end));
@@ -42,7 +42,7 @@ struct Subject {
     Kind kind;
     std::string_view name;
     bool isHere;  // there are such objects, or the host calls such servers
-    Words all;
+    Fields all;
     std::set<std::string_view> used;
     std::set<std::string_view> needsWindow;
 
@@ -76,7 +76,7 @@ Subject servedSubject(const KzMethodsRow& row) {
     for (const DrivenServer& each : kzDrivenServers()) {
         if (each.kind != subject.name) continue;
         subject.isHere = true;
-        const Words operations = wordsOf(each.operations);
+        const Fields operations = wordsOf(each.operations);
         subject.used.insert(operations.begin(), operations.end());
     }
     return subject;

@@ -16,23 +16,17 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::uint32_t changesScene = KZfCMD_UNDO | KZfCMD_MODEL;
-
-constexpr ArgumentRow itemArgument = {"item", KZsTYPE_STRING, kzQueryable,
-                                      "the item, by name or identifier; queried, all of the current scene"};
-constexpr ArgumentRow channelArgument = {"channel", KZsTYPE_STRING, kzQueryable,
-                                         "the channel; queried, all of the item"};
 constexpr ArgumentRow valueArguments[] = {
-    itemArgument,
-    channelArgument,
+    kzItemRow,
+    kzChannelRow,
     {"value", KZsTYPE_STRING, kzOptional | kzQueryable, "the new value; without one, the channel gets its default"}};
 constexpr ArgumentRow createArguments[] = {
-    itemArgument,
+    kzItemRow,
     {"channel", KZsTYPE_STRING, 0, "the new channel's name"},
     {"type", KZsTYPE_STRING, kzQueryable, "the type of its value, such as \"distance\"; queried, all types"}};
-constexpr ArgumentRow deleteArguments[] = {itemArgument, channelArgument};
-constexpr ArgumentRow linkArguments[] = {itemArgument,
-                                         channelArgument,
+constexpr ArgumentRow deleteArguments[] = {kzItemRow, kzChannelRow};
+constexpr ArgumentRow linkArguments[] = {kzItemRow,
+                                         kzChannelRow,
                                          {"target", KZsTYPE_STRING, 0, "the item whose channel is driven"},
                                          {"targetChannel", KZsTYPE_STRING, 0, "the channel that is driven"}};
 
@@ -106,15 +100,15 @@ template <LinkOperation operation> void changeLink(OpenScenes& scenes, CBuiltinC
 void kzAddChannelCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes) {
     kzAddCommands(registry,
                   {
-                      {"channel.value", "Channel Value", "sets the value of a channel", changesScene, valueArguments,
+                      {"channel.value", "Channel Value", "sets the value of a channel", kzChangesScene, valueArguments,
                        kzWith(setValue, scenes), kzWith(queryValue, scenes)},
-                      {"channel.create", "Create Channel", "adds a channel to an item", changesScene, createArguments,
+                      {"channel.create", "Create Channel", "adds a channel to an item", kzChangesScene, createArguments,
                        kzWith(createChannel, scenes), kzWith(queryTypes, scenes)},
-                      {"channel.delete", "Delete Channel", "removes a channel that was added to an item", changesScene,
-                       deleteArguments, kzWith(deleteChannel, scenes), kzWith(queryNames, scenes)},
-                      {"channel.link", "Link Channels", "lets a channel drive another", changesScene, linkArguments,
+                      {"channel.delete", "Delete Channel", "removes a channel that was added to an item",
+                       kzChangesScene, deleteArguments, kzWith(deleteChannel, scenes), kzWith(queryNames, scenes)},
+                      {"channel.link", "Link Channels", "lets a channel drive another", kzChangesScene, linkArguments,
                        kzWith(changeLink<&IKzChannelGraph::AddLink>, scenes), kzWith(queryNames, scenes)},
-                      {"channel.unlink", "Unlink Channels", "ends a link of channels", changesScene, linkArguments,
+                      {"channel.unlink", "Unlink Channels", "ends a link of channels", kzChangesScene, linkArguments,
                        kzWith(changeLink<&IKzChannelGraph::DeleteLink>, scenes), kzWith(queryNames, scenes)},
                   });
 }

@@ -6,6 +6,14 @@
 
 namespace kzhost {
 
+// What the rows of such commands share: the flags of what changes the scene, and the arguments that name an item and one of its
+// channels.
+inline constexpr std::uint32_t kzChangesScene = KZfCMD_UNDO | KZfCMD_MODEL;
+inline constexpr ArgumentRow kzItemRow = {"item", KZsTYPE_STRING, kzQueryable,
+                                          "the item, by name or identifier; queried, all of the current scene"};
+inline constexpr ArgumentRow kzChannelRow = {"channel", KZsTYPE_STRING, kzQueryable,
+                                             "the channel; queried, all of the item"};
+
 // Each throws a CommandTextError that names the argument and what there is.
 CHostRef<CScene> kzCurrentScene(OpenScenes& scenes);
 // By its name as shown, or else by its identifier.

@@ -16,27 +16,23 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::uint32_t changesScene = KZfCMD_UNDO | KZfCMD_MODEL;
-
-constexpr ArgumentRow itemArgument = {"item", KZsTYPE_STRING, kzQueryable,
-                                      "the item, by name or identifier; queried, all of the current scene"};
 constexpr ArgumentRow createArguments[] = {
     {"type", KZsTYPE_STRING, kzQueryable, "the item's type, such as \"mesh\"; queried, all types"},
     {"name", KZsTYPE_STRING, kzOptional, "the item's name"},
     {"parent", KZsTYPE_STRING, kzOptional, "the item below which it comes"},
 };
-constexpr ArgumentRow deleteArguments[] = {itemArgument};
-constexpr ArgumentRow duplicateArguments[] = {itemArgument,
+constexpr ArgumentRow deleteItemArguments[] = {kzItemRow};
+constexpr ArgumentRow duplicateArguments[] = {kzItemRow,
                                               {"deep", KZsTYPE_BOOLEAN, kzOptional, "with everything below it"}};
 constexpr ArgumentRow renameArguments[] = {
-    itemArgument, {"name", KZsTYPE_STRING, kzOptional, "the new name; without one, the item is called after its type"}};
+    kzItemRow, {"name", KZsTYPE_STRING, kzOptional, "the new name; without one, the item is called after its type"}};
 constexpr ArgumentRow parentArguments[] = {
-    itemArgument,
+    kzItemRow,
     {"parent", KZsTYPE_STRING, kzOptional, "the item below which it goes; without one, it has no parent"},
     {"position", KZsTYPE_INTEGER, kzOptional, "among its new siblings, from 0; the last when it is left out"},
 };
 constexpr ArgumentRow tagArguments[] = {
-    itemArgument,
+    kzItemRow,
     {"tag", KZsTYPE_STRING, 0, "the tag's code: four characters, such as NOTE"},
     {"text", KZsTYPE_STRING, kzOptional | kzQueryable, "the tag's text; without one, the tag is removed"},
 };
@@ -126,20 +122,21 @@ Texts queryTag(OpenScenes& scenes, CBuiltinCommand& command, std::uint32_t index
 }  // namespace
 
 void kzAddItemCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes) {
-    kzAddCommands(registry, {
-                                {"item.create", "Create Item", "adds an item to the current scene", changesScene,
-                                 createArguments, kzWith(createItem, scenes), kzWith(queryTypes, scenes)},
-                                {"item.delete", "Delete Item", "removes an item and everything below it", changesScene,
-                                 deleteArguments, kzWith(deleteItem, scenes), kzWith(queryItems, scenes)},
-                                {"item.duplicate", "Duplicate Item", "copies an item", changesScene, duplicateArguments,
-                                 kzWith(duplicateItem, scenes), kzWith(queryItems, scenes)},
-                                {"item.rename", "Rename Item", "gives an item another name", changesScene,
-                                 renameArguments, kzWith(renameItem, scenes), kzWith(queryItems, scenes)},
-                                {"item.parent", "Parent Item", "moves an item to another place in the tree",
-                                 changesScene, parentArguments, kzWith(parentItem, scenes), kzWith(queryItems, scenes)},
-                                {"item.tag", "Tag Item", "sets a tag of an item", changesScene, tagArguments,
-                                 kzWith(tagItem, scenes), kzWith(queryTag, scenes)},
-                            });
+    kzAddCommands(registry,
+                  {
+                      {"item.create", "Create Item", "adds an item to the current scene", kzChangesScene,
+                       createArguments, kzWith(createItem, scenes), kzWith(queryTypes, scenes)},
+                      {"item.delete", "Delete Item", "removes an item and everything below it", kzChangesScene,
+                       deleteItemArguments, kzWith(deleteItem, scenes), kzWith(queryItems, scenes)},
+                      {"item.duplicate", "Duplicate Item", "copies an item", kzChangesScene, duplicateArguments,
+                       kzWith(duplicateItem, scenes), kzWith(queryItems, scenes)},
+                      {"item.rename", "Rename Item", "gives an item another name", kzChangesScene, renameArguments,
+                       kzWith(renameItem, scenes), kzWith(queryItems, scenes)},
+                      {"item.parent", "Parent Item", "moves an item to another place in the tree", kzChangesScene,
+                       parentArguments, kzWith(parentItem, scenes), kzWith(queryItems, scenes)},
+                      {"item.tag", "Tag Item", "sets a tag of an item", kzChangesScene, tagArguments,
+                       kzWith(tagItem, scenes), kzWith(queryTag, scenes)},
+                  });
 }
 
 }  // namespace kzhost

@@ -26,8 +26,6 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::uint32_t changesScene = KZfCMD_UNDO | KZfCMD_MODEL;
-
 constexpr KzTextValueHint slopes[] = {{KZiSLOPE_DIRECT, "direct"},     {KZiSLOPE_AUTO, "auto"},
                                       {KZiSLOPE_LINEARIN, "linearIn"}, {KZiSLOPE_LINEAROUT, "linearOut"},
                                       {KZiSLOPE_FLAT, "flat"},         {KZiSLOPE_AUTOFLAT, "autoFlat"},
@@ -41,10 +39,6 @@ constexpr KzTextValueHint interpolations[] = {
 constexpr KzTextValueHint sides[] = {
     {KZiENVSIDE_IN, "in"}, {KZiENVSIDE_OUT, "out"}, {KZiENVSIDE_BOTH, "both"}, {0, nullptr}};
 
-constexpr ArgumentRow itemArgument = {"item", KZsTYPE_STRING, kzQueryable,
-                                      "the item, by name or identifier; queried, all of the current scene"};
-constexpr ArgumentRow channelArgument = {"channel", KZsTYPE_STRING, kzQueryable,
-                                         "the channel; queried, all of the item"};
 constexpr ArgumentRow actionArgument = {
     "action", KZsTYPE_STRING, kzOptional | kzQueryable,
     "the action; the one that has the channel's keys, or takes them, when it is left out; queried, all of the scene"};
@@ -52,30 +46,30 @@ constexpr ArgumentRow timeArgument = {"time", KZsTYPE_TIME, 0, "the time of the 
 constexpr ArgumentRow sideArgument = {"side", KZsTYPE_CHOICE, kzOptional, "both sides when it is left out", sides};
 
 constexpr ArgumentRow setArguments[] = {
-    itemArgument,
-    channelArgument,
+    kzItemRow,
+    kzChannelRow,
     {"value", KZsTYPE_STRING, kzOptional | kzQueryable,
      "the key's value; without one, the channel keeps the present one"},
     {"time", KZsTYPE_TIME, kzOptional, "in seconds; the scene's current time when it is left out"},
     actionArgument};
-constexpr ArgumentRow deleteArguments[] = {
-    itemArgument,
-    channelArgument,
+constexpr ArgumentRow deleteKeyArguments[] = {
+    kzItemRow,
+    kzChannelRow,
     {"time", KZsTYPE_TIME, kzOptional,
      "the time of the key, in seconds; all keys go when it is left out, and the channel keeps the present value"},
     {"end", KZsTYPE_TIME, kzOptional, "all keys from `time` up to this one go, in seconds"},
     actionArgument};
 constexpr ArgumentRow moveArguments[] = {
-    itemArgument, channelArgument, timeArgument, {"to", KZsTYPE_TIME, 0, "its new time, in seconds"}, actionArgument};
+    kzItemRow, kzChannelRow, timeArgument, {"to", KZsTYPE_TIME, 0, "its new time, in seconds"}, actionArgument};
 constexpr ArgumentRow listArguments[] = {
-    itemArgument,
-    channelArgument,
+    kzItemRow,
+    kzChannelRow,
     actionArgument,
     {"time", KZsTYPE_TIME, kzOptional | kzQueryable, "queried, the times of the channel's keys, in seconds"},
     {"value", KZsTYPE_FLOAT, kzOptional | kzQueryable, "queried, the values of the channel's keys"}};
 constexpr ArgumentRow slopeArguments[] = {
-    itemArgument,
-    channelArgument,
+    kzItemRow,
+    kzChannelRow,
     timeArgument,
     {"type", KZsTYPE_CHOICE, kzOptional | kzQueryable, "how the slope is obtained; direct when a slope is given",
      slopes},
@@ -84,13 +78,13 @@ constexpr ArgumentRow slopeArguments[] = {
     sideArgument,
     actionArgument};
 constexpr ArgumentRow interpolationArguments[] = {
-    itemArgument,
-    channelArgument,
+    kzItemRow,
+    kzChannelRow,
     {"mode", KZsTYPE_CHOICE, 0, "the shape between all keys of the channel", interpolations},
     actionArgument};
 constexpr ArgumentRow behaviorArguments[] = {
-    itemArgument,
-    channelArgument,
+    kzItemRow,
+    kzChannelRow,
     {"behavior", KZsTYPE_CHOICE, kzQueryable, "what the channel does outside its keys", behaviors},
     sideArgument,
     actionArgument};
@@ -347,22 +341,22 @@ Texts queryKeys(OpenScenes& scenes, CBuiltinCommand& command, std::uint32_t inde
 void kzAddKeyCommands(CCommandRegistry& registry, const std::shared_ptr<OpenScenes>& scenes) {
     const auto query = kzWith(queryKeys, scenes);
     kzAddCommands(registry, {
-                                {"key.set", "Set Key", "sets a key of a channel", changesScene, setArguments,
+                                {"key.set", "Set Key", "sets a key of a channel", kzChangesScene, setArguments,
                                  kzWith(setKey, scenes), query},
-                                {"key.delete", "Delete Keys", "removes keys of a channel", changesScene,
-                                 deleteArguments, kzWith(deleteKeys, scenes), query},
-                                {"key.move", "Move Key", "moves a key of a channel to another time", changesScene,
+                                {"key.delete", "Delete Keys", "removes keys of a channel", kzChangesScene,
+                                 deleteKeyArguments, kzWith(deleteKeys, scenes), query},
+                                {"key.move", "Move Key", "moves a key of a channel to another time", kzChangesScene,
                                  moveArguments, kzWith(moveKey, scenes), query},
                                 {"key.list", "List Keys", "answers when a channel has keys, and their values",
                                  KZfCMD_QUIET, listArguments, kzOnlyQueried, query},
-                                {"key.slope", "Key Slope", "shapes a channel before and after a key", changesScene,
+                                {"key.slope", "Key Slope", "shapes a channel before and after a key", kzChangesScene,
                                  slopeArguments, kzWith(setSlope, scenes), query},
                                 {"key.interpolation", "Key Interpolation", "shapes a channel between all of its keys",
-                                 changesScene, interpolationArguments, kzWith(setInterpolation, scenes), query},
+                                 kzChangesScene, interpolationArguments, kzWith(setInterpolation, scenes), query},
                                 {"key.behavior", "Behavior Outside Keys", "says how a channel goes on outside its keys",
-                                 changesScene, behaviorArguments, kzWith(setBehavior, scenes), query},
+                                 kzChangesScene, behaviorArguments, kzWith(setBehavior, scenes), query},
                                 {"key.range", "Range of Keys", "scales all keys of an action to a range of times",
-                                 changesScene, rangeArguments, kzWith(setRange, scenes), kzWith(queryRange, scenes)},
+                                 kzChangesScene, rangeArguments, kzWith(setRange, scenes), kzWith(queryRange, scenes)},
                             });
 }
 

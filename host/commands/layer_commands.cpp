@@ -15,29 +15,29 @@ namespace kzhost {
 
 namespace {
 
-constexpr std::uint32_t changesScene = KZfCMD_UNDO | KZfCMD_MODEL;
 constexpr std::uint32_t selects = KZfCMD_UNDO | KZfCMD_SELECT;
 
 constexpr const char* layerMeaning = "the layer, by name or identifier; the main one when it is left out";
-constexpr KzTextValueHint modeHints[] = {{KZiSELMODE_SET, "set"},
-                                         {KZiSELMODE_ADD, "add"},
-                                         {KZiSELMODE_REMOVE, "remove"},
-                                         {KZiSELMODE_TOGGLE, "toggle"},
-                                         {0, nullptr}};
+constexpr KzTextValueHint layerModeHints[] = {{KZiSELMODE_SET, "set"},
+                                              {KZiSELMODE_ADD, "add"},
+                                              {KZiSELMODE_REMOVE, "remove"},
+                                              {KZiSELMODE_TOGGLE, "toggle"},
+                                              {0, nullptr}};
 constexpr ArgumentRow listArguments[] = {
     {"layer", KZsTYPE_STRING, kzQueryable | KZfCMDARG_READONLY, "all layers, a parent before what is below it"},
     {"state", KZsTYPE_STRING, kzQueryable | KZfCMDARG_READONLY,
      "the same with their states behind them: main, active, background, visible, locked"}};
 constexpr ArgumentRow selectArguments[] = {
     {"layer", KZsTYPE_STRING, kzQueryable, "the layer, by name or identifier; queried, the active ones"},
-    {"mode", KZsTYPE_CHOICE, kzOptional, "set, which leaves no other layer active; or add, remove, toggle", modeHints}};
+    {"mode", KZsTYPE_CHOICE, kzOptional, "set, which leaves no other layer active; or add, remove, toggle",
+     layerModeHints}};
 constexpr ArgumentRow mainArguments[] = {
     {"layer", KZsTYPE_STRING, kzQueryable, "the layer that becomes the main one; queried, the main one"}};
 constexpr ArgumentRow stateArguments[] = {
     {"layer", KZsTYPE_STRING, kzOptional, layerMeaning},
     {"state", KZsTYPE_BOOLEAN, kzOptional | kzQueryable, "on when it is left out; queried, what it is"}};
 constexpr ArgumentRow layerArguments[] = {{"layer", KZsTYPE_STRING, kzOptional, layerMeaning}};
-constexpr ArgumentRow newArguments[] = {{"name", KZsTYPE_STRING, kzOptional, "the new layer's name"}};
+constexpr ArgumentRow newLayerArguments[] = {{"name", KZsTYPE_STRING, kzOptional, "the new layer's name"}};
 
 struct StateWord {
     std::int32_t state;
@@ -146,15 +146,15 @@ void kzAddLayerCommands(CCommandRegistry& registry, const std::shared_ptr<OpenSc
              kzWith(selectLayer, scenes), kzWith(queryThose<KZf_LAYER_ACTIVE>, scenes)},
             {"layer.main", "Main Layer", "makes a layer the main one, into which new elements come", selects,
              mainArguments, kzWith(makeState<KZf_LAYER_MAIN>, scenes), kzWith(queryThose<KZf_LAYER_MAIN>, scenes)},
-            {"layer.visible", "Show Layer", "shows or hides a layer", changesScene, stateArguments,
+            {"layer.visible", "Show Layer", "shows or hides a layer", kzChangesScene, stateArguments,
              kzWith(switchState<KZf_LAYER_VISIBLE>, scenes), kzWith(queryState<KZf_LAYER_VISIBLE>, scenes)},
-            {"layer.lock", "Lock Layer", "locks or unlocks a layer", changesScene, stateArguments,
+            {"layer.lock", "Lock Layer", "locks or unlocks a layer", kzChangesScene, stateArguments,
              kzWith(switchState<KZf_LAYER_LOCKED>, scenes), kzWith(queryState<KZf_LAYER_LOCKED>, scenes)},
             {"layer.background", "Put Layer into Background", "keeps a layer visible, but no longer active",
-             changesScene | KZfCMD_SELECT, layerArguments, kzWith(makeState<KZf_LAYER_BACKGROUND>, scenes)},
-            {"layer.new", "New Layer", "adds an empty layer, which becomes the main one", changesScene, newArguments,
-             kzWith(newLayer, scenes)},
-            {"layer.delete", "Delete Layer", "removes a layer and everything below it", changesScene, layerArguments,
+             kzChangesScene | KZfCMD_SELECT, layerArguments, kzWith(makeState<KZf_LAYER_BACKGROUND>, scenes)},
+            {"layer.new", "New Layer", "adds an empty layer, which becomes the main one", kzChangesScene,
+             newLayerArguments, kzWith(newLayer, scenes)},
+            {"layer.delete", "Delete Layer", "removes a layer and everything below it", kzChangesScene, layerArguments,
              kzWith(deleteLayer, scenes)},
         });
 }

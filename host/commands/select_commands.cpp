@@ -24,13 +24,14 @@ namespace {
 
 constexpr std::uint32_t selects = KZfCMD_UNDO | KZfCMD_SELECT;
 
-constexpr KzTextValueHint modeHints[] = {{KZiSELMODE_SET, "set"},
-                                         {KZiSELMODE_ADD, "add"},
-                                         {KZiSELMODE_REMOVE, "remove"},
-                                         {KZiSELMODE_TOGGLE, "toggle"},
-                                         {0, nullptr}};
+constexpr KzTextValueHint selectModeHints[] = {{KZiSELMODE_SET, "set"},
+                                               {KZiSELMODE_ADD, "add"},
+                                               {KZiSELMODE_REMOVE, "remove"},
+                                               {KZiSELMODE_TOGGLE, "toggle"},
+                                               {0, nullptr}};
 constexpr ArgumentRow modeArgument = {"mode", KZsTYPE_CHOICE, kzOptional,
-                                      "set, which leaves nothing else selected; or add, remove, toggle", modeHints};
+                                      "set, which leaves nothing else selected; or add, remove, toggle",
+                                      selectModeHints};
 constexpr ArgumentRow typeArgument = {"type", KZsTYPE_STRING, kzOptional | kzQueryable,
                                       "the type of selection, such as \"point\"; the current one when it is left out; "
                                       "queried, all types, the current one first"};

@@ -51,6 +51,7 @@ std::string kzThereIsNo(std::string_view kind, std::string_view name, const std:
 template <class Range, class NameOf>
 std::string kzThereIsNo(std::string_view kind, std::string_view name, const Range& range, const NameOf& nameOf) {
     std::vector<std::string> names;
+    if constexpr (requires { std::size(range); }) names.reserve(std::size(range));
     for (const auto& each : range) names.emplace_back(nameOf(each));
     return kzThereIsNo(kind, name, names);
 }

@@ -115,7 +115,6 @@ struct Item : std::enable_shared_from_this<Item> {
     std::uint64_t stamp = 0;  // that of the document when anything about the item last changed
 
     std::string name;          // given by the user; empty without one
-    std::string uniqueName;    // as shown
     std::uint32_t number = 0;  // tells items of one name apart; 1 is not shown
 
     std::int64_t siblingKey = 0;
@@ -134,6 +133,7 @@ struct Item : std::enable_shared_from_this<Item> {
 
     ModuleState modules;
 
+    std::string uniqueName;                    // as shown; beside the object, as looking the item up reads both
     std::unique_ptr<ItemAttachment> object;    // goes last: it may hold what stands for the item
     std::shared_ptr<ItemAttachment> geometry;  // of a mesh
 

@@ -39,7 +39,7 @@ void CNameIndex::enter(Item& item, std::uint32_t number) {
     for (; numbers.next <= number; ++numbers.next) numbers.freed.insert(numbers.freed.end(), numbers.next);
     item.number = number;
     item.uniqueName = std::move(name);
-    m_items.emplace(item.uniqueName, &item);
+    m_items.insert({item.uniqueName, &item});
     numbers.freed.erase(number);  // goes last, so that without memory the number stays free
 }
 

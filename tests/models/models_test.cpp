@@ -27,9 +27,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <array>
 #include <fstream>
 #include <set>
 #include <tuple>
+#include <vector>
 
 namespace {
 
@@ -58,6 +61,11 @@ protected:
     }
 };
 
+template <class Value> std::size_t countOfDifferent(std::vector<Value> values) {
+    std::sort(values.begin(), values.end());
+    return static_cast<std::size_t>(std::unique(values.begin(), values.end()) - values.begin());
+}
+
 struct Facts {
     std::size_t meshes = 0, materials = 0, cameras = 0, lights = 0, points = 0, faces = 0, loose = 0;
     KzBounds box{{{HUGE_VAL, HUGE_VAL, HUGE_VAL}}, {{-HUGE_VAL, -HUGE_VAL, -HUGE_VAL}}};
@@ -77,9 +85,10 @@ struct Facts {
             ++meshes;
             points += mesh.points.size();
             faces += mesh.polygons.size();
-            std::set<KzElementId> used;
-            for (const MeshPolygon& polygon : mesh.polygons) used.insert(polygon.points.begin(), polygon.points.end());
-            loose += mesh.points.size() - used.size();
+            std::vector<KzElementId> used;
+            for (const MeshPolygon& polygon : mesh.polygons)
+                used.insert(used.end(), polygon.points.begin(), polygon.points.end());
+            loose += mesh.points.size() - countOfDifferent(std::move(used));
         });
     }
 };
@@ -89,10 +98,10 @@ std::size_t places(CDocument& document) {
     std::size_t count = 0;
     document.each(typeNamed(KZsITYPE_MESH), [&](Item& item) {
         if (&item.shapeOwner() != &item) return;
-        std::set<std::tuple<double, double, double>> positions;
+        std::vector<std::array<double, 3>> positions;
         for (const MeshPoint& point : kzMeshOf(item)->points)
-            positions.emplace(point.position.v[0], point.position.v[1], point.position.v[2]);
-        count += positions.size();
+            positions.push_back({point.position.v[0], point.position.v[1], point.position.v[2]});
+        count += countOfDifferent(std::move(positions));
     });
     return count;
 }
