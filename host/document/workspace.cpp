@@ -33,7 +33,7 @@ CWorkspace::CHold::~CHold() {
     if (--m_workspace.m_depth == 0) events.swap(m_workspace.m_events);
     m_workspace.m_mutex.unlock();
     m_delay.reset();
-    m_workspace.tellAll(std::move(events));
+    m_workspace.tellAll(events);
 }
 
 // The caller's CHold must be the only one.
@@ -48,7 +48,7 @@ template <class Call> void CWorkspace::unlocked(const Call& call) {
         ++m_depth;
     };
     try {
-        tellAll(std::move(events));
+        tellAll(events);
         call();
     } catch (...) {
         lockAgain();
@@ -62,7 +62,7 @@ void CWorkspace::setSink(DocumentSink sink) {
     m_sink = std::make_shared<const DocumentSink>(std::move(sink));
 }
 
-void CWorkspace::tell(const DocumentEvent& event) const {
+void CWorkspace::tell(const DocumentEvent& event) const noexcept {
     std::shared_ptr<const DocumentSink> sink;
     {
         const std::lock_guard lock(m_sinkMutex);
@@ -76,13 +76,24 @@ void CWorkspace::tell(const DocumentEvent& event) const {
     }
 }
 
-// Listeners hear beforehand of many changes to a document, so that they may wait for the end of them.
-void CWorkspace::tellAll(DocumentEvents events) const {
+// Those of which so much changed that listeners hear of it beforehand and may wait for the end. Where there is no memory for
+// that, they hear of each change alone.
+static std::set<CDocument*> documentsWithManyChanges(const DocumentEvents& events) noexcept {
     constexpr std::size_t many = 100;
-    std::set<CDocument*> documents;
-    if (events.size() >= many)
+    if (events.size() < many) return {};
+    try {
+        std::set<CDocument*> documents;
         for (const DocumentEvent& event : events)
             if (event.document != nullptr) documents.insert(event.document);
+        return documents;
+    } catch (const std::bad_alloc&) {
+        return {};
+    }
+}
+
+// Called by destructors.
+void CWorkspace::tellAll(const DocumentEvents& events) const noexcept {
+    const std::set<CDocument*> documents = documentsWithManyChanges(events);
     for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchBegin, .document = document});
     for (const DocumentEvent& event : events) tell(event);
     for (CDocument* document : documents) tell({.kind = DocumentEvent::Kind::batchEnd, .document = document});

@@ -45,7 +45,7 @@ public:
     // What a module calls an item while the user gives it no name. It is no step of the history.
     void setModuleName(Item& item, std::string name);
     // Tells an event of which others must hear before it happens. The caller must not hold the lock.
-    void tell(const DocumentEvent& event) const;
+    void tell(const DocumentEvent& event) const noexcept;
 
     // The history. Blocks may be opened by any thread; a step is undone and redone by one thread at a time.
     std::uint32_t state() const;  // iUNDO_STATE
@@ -103,7 +103,7 @@ private:
     };
     // Lets go of the lock for a moment, after telling what has happened up to then.
     template <class Call> void unlocked(const Call& call);
-    void tellAll(DocumentEvents events) const;
+    void tellAll(const DocumentEvents& events) const noexcept;
     void refuseWhileMoving() const;
     bool isOwnChange() const;
     void move(Direction direction, std::size_t steps);
