@@ -158,7 +158,7 @@ private:
     friend class CLogEntry;
     friend class CLogSubsystem;
 
-    void tell(Event event, const std::string& subsystem, std::uint32_t dropped = 0);
+    void tell(Event event, const std::string& name, std::uint32_t dropped = 0);
 
     using Sinks = std::vector<LogSink>;
     static LogLine lineOf(const CLogEntry& entry);

@@ -46,7 +46,7 @@ public:
     PersistentNode& addValue(const std::string& name, const std::string& type, const std::string& preset);
     void end();
 
-    KzResult configure(const std::string& name, IKzUnknown* client);
+    KzResult configure(const std::string& name, IKzUnknown* object);
     // Configures a server of the class of clients under its own name.
     void configureServer(const KzServer& server);
     PersistentNode& lookup(std::string_view path);  // throws NOTFOUND

@@ -56,6 +56,7 @@ const char* kzInterned(std::string_view text) {
 
 std::shared_ptr<const COwnedHints> kzOwnHints(const std::vector<std::pair<std::int32_t, std::string>>& choices) {
     std::vector<KzTextValueHint> rows;
+    rows.reserve(choices.size() + 1);
     for (const auto& [number, text] : choices) rows.push_back({number, text.c_str()});
     rows.push_back({0, nullptr});
     return std::make_shared<const COwnedHints>(rows.data());

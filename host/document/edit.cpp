@@ -38,7 +38,7 @@ CEdit::~CEdit() {
     if (m_changes.empty()) return;
     DocumentEvents none;
     try {
-        for (; !m_changes.empty(); m_changes.pop_back()) m_workspace.apply(*m_changes.back(), Direction::reverse, none);
+        for (; !m_changes.empty(); m_changes.pop_back()) CWorkspace::apply(*m_changes.back(), Direction::reverse, none);
     } catch (const std::bad_alloc&) {
         // What is left of the edit stays, and the steps before it do not fit what there is now.
         for (const auto& change : m_changes)
@@ -51,7 +51,7 @@ void CEdit::run(std::unique_ptr<CChange> change) {
     // Room beforehand, so that nothing can fail once the change is made; twice as much, as an edit may be long.
     if (change->document() != nullptr) kzDemandOwn(*change->document());
     if (m_changes.size() == m_changes.capacity()) m_changes.reserve(2 * m_changes.size() + 8);
-    m_workspace.apply(*change, Direction::forward, m_workspace.m_events);
+    CWorkspace::apply(*change, Direction::forward, m_workspace.m_events);
     m_changes.push_back(std::move(change));
 }
 

@@ -11,8 +11,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <cstring>
+#include <cstdint>
 #include <unordered_set>
 #include <utility>
 
@@ -24,10 +25,12 @@ constexpr std::size_t mostEntries = std::size_t{1} << 18;
 constexpr int mostAttempts = 4;
 constexpr std::size_t deepestNesting = 32;
 
+// With these, what is not a number equals itself.
+auto bitsOf(const KzMatrix4& matrix) { return std::bit_cast<std::array<std::uint64_t, 16>>(matrix); }
+
 bool isSame(const EvaluatedValue& a, const EvaluatedValue& b) {
     if (a.index() != b.index()) return false;
-    if (const auto* matrix = std::get_if<KzMatrix4>(&a))
-        return std::memcmp(matrix, std::get_if<KzMatrix4>(&b), sizeof *matrix) == 0;
+    if (const auto* matrix = std::get_if<KzMatrix4>(&a)) return bitsOf(*matrix) == bitsOf(*std::get_if<KzMatrix4>(&b));
     const auto* cell = std::get_if<KzCell>(&a);
     return cell == nullptr || *cell == std::get<KzCell>(b);
 }
@@ -141,7 +144,7 @@ CModifier::Outputs CEvaluation::runUnlocked(const Request& request) const {
         throw kzBecause(KZeGRAPH_CYCLIC, "Evaluation", [&] {
             std::string circle = nameOf(request.key);
             for (auto each = stack.rbegin(); each != stack.rend(); ++each)
-                circle = nameOf(each->second->key) + " -> " + circle;
+                circle.insert(0, nameOf(each->second->key) + " -> ");
             return "modifiers read what they compute: " + circle;
         });
     const Running running(*this, request);
@@ -243,7 +246,7 @@ void CEvaluation::refuseCircle(const std::vector<Frame>& stack, const Key& key) 
     throw kzBecause(KZeGRAPH_CYCLIC, "Evaluation", [&] {
         std::string circle = nameOf(key);
         for (auto frame = stack.rbegin(); frame != stack.rend(); ++frame) {
-            if (const std::string name = nameOf(frame->key); !circle.starts_with(name)) circle = name + " -> " + circle;
+            if (const std::string name = nameOf(frame->key); !circle.starts_with(name)) circle.insert(0, name + " -> ");
             if (frame->key == key) break;
         }
         return "a channel depends on itself: " + circle;

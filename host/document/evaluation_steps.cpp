@@ -204,8 +204,8 @@ bool CEvaluation::expandRun(Frame& frame, int phase) {
     }
     const HostModifier& own = *kzHostModifier(item.type);
     if (phase == 0) {
-        for (std::size_t i = 0; i < own.inputs.size(); ++i)
-            std::ranges::copy(inputKeys(item, own.inputs[i], time), std::back_inserter(frame.from));
+        for (const auto& input : own.inputs)
+            std::ranges::copy(inputKeys(item, input, time), std::back_inserter(frame.from));
     } else if (phase == 1 && own.times) {
         const ChannelInfo& input = *item.type.channel(KZsICHAN_CHANMODIFY_INPUT);
         for (const double each : own.times(inputsOf(frame, own)))
@@ -290,7 +290,7 @@ EvaluatedValue CEvaluation::computeChannel(const Frame& frame) {
     if (frame.key.layer > 0) {
         const std::size_t output = m_modifiers->writersOf(item, channel)[frame.key.layer - 1].output;
         if (frame.from.size() < 2) return valueOf(frame.from[0]);
-        const EvaluatedValue value = converted(valueOf(frame.from[1], output), channel);
+        EvaluatedValue value = converted(valueOf(frame.from[1], output), channel);
         if (std::holds_alternative<std::monostate>(value)) return valueOf(frame.from[0]);
         return value;
     }

@@ -186,7 +186,9 @@ Numbers springTimes(const HostInputs& in) {
     if (!(length > 0)) return {in.time};
     const double count = std::min(std::ceil(length * rate), most);
     Numbers times;
-    for (double i = 0; i < count; ++i) times.push_back(start + length * i / count);
+    const auto steps = static_cast<std::size_t>(std::ceil(count));
+    times.reserve(steps + 1);
+    for (std::size_t i = 0; i < steps; ++i) times.push_back(start + length * static_cast<double>(i) / count);
     times.push_back(in.time);
     return times;
 }

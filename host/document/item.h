@@ -141,8 +141,8 @@ struct Item : std::enable_shared_from_this<Item> {
     // Null past the end.
     const ChannelInfo* channelAt(std::size_t index) const;
     // -1 if there is none.
-    std::int32_t findChannel(std::string_view name) const;
-    const ChannelInfo* channel(std::string_view name) const;  // null if there is none
+    std::int32_t findChannel(std::string_view wanted) const;
+    const ChannelInfo* channel(std::string_view wanted) const;  // null if there is none
     std::int32_t indexOf(const ChannelInfo& channel) const;
     bool owns(const ChannelInfo& channel) const { return indexOf(channel) >= 0; }
     // What is stored for a channel, null if nothing is. Of an instance that has nothing itself, that of its source.

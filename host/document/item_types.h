@@ -32,7 +32,7 @@ struct ItemTypeDeclaration {
 // A type of items. It never changes, so any thread may read it.
 class ItemType {
 public:
-    ItemType(std::int32_t number, const ItemType* super, ItemTypeDeclaration declaration);
+    ItemType(std::int32_t ownNumber, const ItemType* baseType, ItemTypeDeclaration declaration);
     ItemType(const ItemType&) = delete;
     ItemType& operator=(const ItemType&) = delete;
 

@@ -2,16 +2,14 @@
 #pragma once
 
 #include "host/document/types/channel_rows.h"
+#include "host/state/function_ref.h"
 
-#include <functional>
 #include <map>
 #include <span>
 #include <string>
 #include <vector>
 
-namespace kzhost {
-
-namespace rows {
+namespace kzhost::rows {
 
 // What a type of items is made of.
 struct TypeDescription {
@@ -33,9 +31,7 @@ extern const TypeTable sceneTypes, transformTypes, groupTypes, animationTypes, m
     itemPackages;
 
 // The types in an order in which each comes behind its base.
-void eachType(const std::function<void(TypeDescription type)>& visit);
+void eachType(CFunctionRef<void(TypeDescription type)> visit);
 std::map<std::string, std::vector<ChannelInfo>, std::less<>> channelPackages();
 
-}  // namespace rows
-
-}  // namespace kzhost
+}  // namespace kzhost::rows
