@@ -8,6 +8,7 @@
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/core/value_type_registry.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/message.h"
@@ -244,16 +245,14 @@ KzResult CBuiltinCommand::attr_Value(std::uint32_t index, std::int32_t create, I
     return m_environment->types->makeValue(type, value, m_values[index] ? &*m_values[index] : nullptr);
 }
 
-KzResult CBuiltinCommand::askServed(std::uint32_t index,
-                                    const std::function<KzResult(const CKzUser_Value& value)>& get) {
+KzResult CBuiltinCommand::askServed(std::uint32_t index, CFunctionRef<KzResult(const CKzUser_Value& value)> get) {
     const KzCell cell = cellOf(index);
     CKzLoc_Unknown object;
     const KzResult code = m_environment->types->makeValue(typeOf(index), object.out(), &cell);
     return kzFailed(code) ? code : get(CKzUser_Value(object.raw()));
 }
 
-KzResult CBuiltinCommand::setServed(std::uint32_t index,
-                                    const std::function<KzResult(const CKzUser_Value& value)>& set) {
+KzResult CBuiltinCommand::setServed(std::uint32_t index, CFunctionRef<KzResult(const CKzUser_Value& value)> set) {
     const auto cell = m_environment->types->cellBy(typeOf(index), set);
     if (!cell) return KZe_CMD_ERROR_SETTING_DATATYPE;
     m_values[index] = cell;

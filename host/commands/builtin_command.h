@@ -6,6 +6,7 @@
 #include "host/core/host_command.h"
 #include "host/core/object.h"
 #include "host/core/service_base.h"
+#include "host/state/function_ref.h"
 #include "host/state/value_types.h"
 
 #include "kz/command.h"
@@ -129,8 +130,8 @@ private:
     const KzValueType& typeOf(std::uint32_t index);
     const KzCell& cellOf(std::uint32_t index) const;
     // Calls `get` with the argument as a value of its served type.
-    KzResult askServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& get);
-    KzResult setServed(std::uint32_t index, const std::function<KzResult(const CKzUser_Value& value)>& set);
+    KzResult askServed(std::uint32_t index, CFunctionRef<KzResult(const CKzUser_Value& value)> get);
+    KzResult setServed(std::uint32_t index, CFunctionRef<KzResult(const CKzUser_Value& value)> set);
     KzResult refuses(std::uint32_t index, std::string_view text);
 
     CommandEnvironmentPtr m_environment;

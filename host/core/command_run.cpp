@@ -11,6 +11,7 @@
 #include "host/core/refusal.h"
 #include "host/core/undo_blocks.h"
 #include "host/state/command_state.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/message.h"
@@ -52,7 +53,7 @@ template <class Body> CCommandRun::Verdict CCommandRun::verdictOf(const Body& bo
 }
 
 KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags,
-                              const std::function<KzResult(std::uint32_t flags)>& body) {
+                              CFunctionRef<KzResult(std::uint32_t flags)> body) {
     if (flags == ~0U) flags = KZfCMD_EXEC_DEFAULT;
     m_message->msg_Reset();
     const CommandEnvironment& environment = *m_environment;
@@ -97,7 +98,7 @@ KzResult CCommandRun::execute(IKzUnknown* command, std::uint32_t flags,
     return verdict.code;
 }
 
-KzResult CCommandRun::query(const std::function<KzResult()>& body) {
+KzResult CCommandRun::query(CFunctionRef<KzResult()> body) {
     m_message->msg_Reset();
     const Verdict verdict = verdictOf(body);
     if (kzFailed(verdict.code)) tell(verdict);

@@ -6,10 +6,10 @@
 #include "host/core/command_text.h"
 #include "host/core/message.h"
 #include "host/core/object.h"
+#include "host/state/function_ref.h"
 
 #include "kz/command.h"
 
-#include <functional>
 #include <string>
 #include <utility>
 
@@ -24,10 +24,9 @@ public:
 
     // Calls `body` with the flags of the execution; it returns a code or throws one or a CommandTextError. Afterwards the
     // message holds the outcome.
-    KzResult execute(IKzUnknown* command, std::uint32_t flags,
-                     const std::function<KzResult(std::uint32_t flags)>& body);
+    KzResult execute(IKzUnknown* command, std::uint32_t flags, CFunctionRef<KzResult(std::uint32_t flags)> body);
     // As above for a query, which only leaves its reason in the message.
-    KzResult query(const std::function<KzResult()>& body);
+    KzResult query(CFunctionRef<KzResult()> body);
     // Puts a failure into the message.
     void fail(KzResult code, const std::string& text);
     // Copies the message of a module's command, which may leave it to the host to name the command.

@@ -1,6 +1,8 @@
 // Who listens to the host's events.
 #include "host/core/listener_table.h"
 
+#include "host/state/function_ref.h"
+
 #include "kz/action.h"
 #include "kz/eval.h"
 #include "kz/result.h"
@@ -122,7 +124,7 @@ std::vector<CListenerTable::ListenerRef> CListenerTable::all(std::uint32_t wante
     return listeners;
 }
 
-void CListenerTable::log(const std::function<void(IKzLogListener&)>& tell) {
+void CListenerTable::log(CFunctionRef<void(IKzLogListener&)> tell) {
     thread_local bool isTelling = false;
     struct Telling {
         Telling() { isTelling = true; }

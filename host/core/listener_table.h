@@ -2,12 +2,12 @@
 #pragma once
 
 #include "host/core/object.h"
+#include "host/state/function_ref.h"
 
 #include "kz/command.h"
 #include "kz/listener.h"
 #include "kz/log.h"
 
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -33,10 +33,10 @@ public:
     bool expects(const std::string& server);
 
     void moduleUpdated(const char* module);
-    void session(const std::function<void(IKzSessionListener&)>& tell) { each<CKzLoc_SessionListener>(tell); }
-    void commands(const std::function<void(IKzCmdSysListener&)>& tell) { each<CKzLoc_CmdSysListener>(tell); }
+    void session(CFunctionRef<void(IKzSessionListener&)> tell) { each<CKzLoc_SessionListener>(tell); }
+    void commands(CFunctionRef<void(IKzCmdSysListener&)> tell) { each<CKzLoc_CmdSysListener>(tell); }
     // What a listener itself writes to the log while it is called is not announced: that would never end.
-    void log(const std::function<void(IKzLogListener&)>& tell);
+    void log(CFunctionRef<void(IKzLogListener&)> tell);
     // Tells the listeners, once, that the host is ready.
     void beginSession();
     // Tells the listeners that the host shuts down and releases them, while their modules are still loaded.
@@ -65,10 +65,10 @@ private:
 
     static std::uint32_t bitOf(const KzGuid& iid);
     static std::uint32_t bitOf(std::string_view className);
-    KzResult add(IKzUnknown* object, std::uint32_t classes);
-    KzResult remove(IKzUnknown* object, std::uint32_t classes);
-    std::vector<ListenerRef> all(std::uint32_t classes) const;
-    bool has(const ListenerRef& reference, std::uint32_t classes) const;
+    KzResult add(IKzUnknown* object, std::uint32_t wanted);
+    KzResult remove(IKzUnknown* object, std::uint32_t unwanted);
+    std::vector<ListenerRef> all(std::uint32_t wanted) const;
+    bool has(const ListenerRef& reference, std::uint32_t wanted) const;
 
     mutable std::mutex m_lock;
     std::vector<ListenerRef> m_listeners;

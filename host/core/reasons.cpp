@@ -4,6 +4,7 @@
 #include "host/core/log_store.h"
 #include "host/core/reason_delay.h"
 #include "host/core/reason_memory.h"
+#include "host/state/function_ref.h"
 
 #include "kz/result.h"
 
@@ -71,7 +72,7 @@ std::shared_ptr<CReasonBook> CReasonBook::open(std::shared_ptr<CLogStore> log) {
 }
 
 // A full place formats no text. The log is written without the lock, as its listeners may fail and get here, too.
-void CReasonBook::tell(const char* place, const std::function<std::string()>& reason) {
+void CReasonBook::tell(const char* place, CFunctionRef<std::string()> reason) {
     {
         const std::lock_guard lock(m_lock);
         Place& failed = m_places[place];
@@ -106,7 +107,7 @@ void CReasonBook::writeCounts() {
                          fmt::format("{}: failed {} more time{}", name, more, more == 1 ? "" : "s"));
 }
 
-KzResult kzBecause(KzResult code, const char* place, const std::function<std::string()>& reason) noexcept {
+KzResult kzBecause(KzResult code, const char* place, CFunctionRef<std::string()> reason) noexcept {
     try {
         if (const auto book = latestBook()) book->tell(place, reason);
         if (CReasonMemory::isOpen()) CReasonMemory::keep(code, reason());  // at last, as listeners of the log may fail

@@ -2,10 +2,11 @@
 // for and what there is: "Item.ChannelLookup: there is no channel "X"; there are pos.X, pos.Y, ...".
 #pragma once
 
+#include "host/state/function_ref.h"
+
 #include "kz/base/types.h"
 
 #include <cstddef>
-#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -25,7 +26,7 @@ public:
     // Opens a book for that log. Failures go to the latest book that is still alive.
     static std::shared_ptr<CReasonBook> open(std::shared_ptr<CLogStore> log);
 
-    void tell(const char* place, const std::function<std::string()>& reason);
+    void tell(const char* place, CFunctionRef<std::string()> reason);
     // Writes the counts of failures without a line, and resets them.
     void writeCounts();
 
@@ -43,7 +44,7 @@ private:
 
 // Logs the reason in the running host and returns the code, for the caller to return or throw. `place` is a literal that
 // names the operation; `reason` is called only if a line is written.
-KzResult kzBecause(KzResult code, const char* place, const std::function<std::string()>& reason) noexcept;
+KzResult kzBecause(KzResult code, const char* place, CFunctionRef<std::string()> reason) noexcept;
 
 // "there is no channel "X"; there are A, B, C, ... (20 in all)"
 std::string kzThereIsNo(std::string_view kind, std::string_view name, const std::vector<std::string>& names);

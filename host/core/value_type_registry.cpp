@@ -4,6 +4,7 @@
 #include "host/core/module_table.h"
 #include "host/core/object.h"
 #include "host/core/reasons.h"
+#include "host/state/function_ref.h"
 #include "host/state/property_table.h"
 #include "host/state/text.h"
 #include "host/state/value_types.h"
@@ -88,7 +89,7 @@ CHostRef<CValueArray> CValueTypeRegistry::makeArray(const KzValueType& type) con
 }
 
 std::optional<KzCell> CValueTypeRegistry::cellBy(const KzValueType& type,
-                                                 const std::function<KzResult(const CKzUser_Value& value)>& set) const {
+                                                 CFunctionRef<KzResult(const CKzUser_Value& value)> set) const {
     CKzLoc_Unknown object;
     if (const KzResult code = makeValue(type, object.out()); kzFailed(code)) throw code;
     if (kzFailed(set(CKzUser_Value(object.raw())))) return {};

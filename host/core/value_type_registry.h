@@ -3,10 +3,10 @@
 
 #include "host/core/object.h"
 #include "host/core/values.h"
+#include "host/state/function_ref.h"
 #include "host/state/text_pool.h"
 #include "host/state/value_types.h"
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -44,8 +44,7 @@ public:
     KzResult makeValue(const KzValueType& type, IKzUnknown** value, const KzCell* cell = nullptr) const;
     CHostRef<CValueArray> makeArray(const KzValueType& type) const;
     // The cell of a new value after `set`; nothing if `set` fails.
-    std::optional<KzCell> cellBy(const KzValueType& type,
-                                 const std::function<KzResult(const CKzUser_Value& value)>& set) const;
+    std::optional<KzCell> cellBy(const KzValueType& type, CFunctionRef<KzResult(const CKzUser_Value& value)> set) const;
     std::optional<KzCell> cellOfText(const KzValueType& type, std::string_view text) const;
 
 private:

@@ -1,6 +1,8 @@
 // Formulas: numbers, names, functions and operators.
 #include "host/document/expression.h"
 
+#include "host/state/function_ref.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -62,7 +64,7 @@ struct Fault {
 // Each level of binding is a function: comparisons, sums, products, signs, powers, and single values.
 class CFormula {
 public:
-    CFormula(std::string_view text, const std::function<std::optional<double>(std::string_view)>& variable)
+    CFormula(std::string_view text, CFunctionRef<std::optional<double>(std::string_view)> variable)
         : m_text(text), m_variable(variable) {}
 
     double value() {
@@ -184,7 +186,7 @@ private:
     }
 
     std::string_view m_text;
-    const std::function<std::optional<double>(std::string_view)>& m_variable;
+    CFunctionRef<std::optional<double>(std::string_view)> m_variable;
     std::size_t m_at = 0;
     int m_depth = 0;
 };
@@ -192,7 +194,7 @@ private:
 }  // namespace
 
 std::optional<double> kzCalculate(std::string_view formula,
-                                  const std::function<std::optional<double>(std::string_view name)>& variable,
+                                  CFunctionRef<std::optional<double>(std::string_view name)> variable,
                                   std::string& why) {
     try {
         return CFormula(formula, variable).value();

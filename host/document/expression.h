@@ -1,7 +1,8 @@
 // Formulas: numbers, names, functions and operators, as "2 * sin(t) + clamp(input, 0, 1)".
 #pragma once
 
-#include <functional>
+#include "host/state/function_ref.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,7 +12,7 @@ namespace kzhost {
 // The value of a formula. `variable` gives the value of a name, or nothing for one that is not known. A formula that cannot be
 // understood has none; `why` then says what is wrong, and where.
 std::optional<double> kzCalculate(std::string_view formula,
-                                  const std::function<std::optional<double>(std::string_view name)>& variable,
+                                  CFunctionRef<std::optional<double>(std::string_view name)> variable,
                                   std::string& why);
 
 }  // namespace kzhost

@@ -4,6 +4,7 @@
 #include "host/core/reasons.h"
 #include "host/document/described_types.h"
 #include "host/objects/item.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include <fmt/format.h>
@@ -52,7 +53,7 @@ public:
         const auto item = m_item->read();
         return kzChannelAt(*item, kzChannelIndex(*item, name));
     }
-    void change(const std::string& name, const std::function<void(ChannelInfo&)>& change) override {
+    void change(const std::string& name, CFunctionRef<void(ChannelInfo&)> change) override {
         CEdit edit(m_item->workspace());
         const auto item = m_item->read();
         const ChannelInfo& channel = kzChannelAt(*item, kzChannelIndex(*item, name));

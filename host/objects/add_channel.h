@@ -3,10 +3,10 @@
 
 #include "host/core/object.h"
 #include "host/document/item_types.h"
+#include "host/state/function_ref.h"
 
 #include "kz/channel.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,7 +22,7 @@ public:
 
     virtual void add(ChannelInfo channel) = 0;
     virtual ChannelInfo find(const std::string& name) const = 0;
-    virtual void change(const std::string& name, const std::function<void(ChannelInfo&)>& change) = 0;
+    virtual void change(const std::string& name, CFunctionRef<void(ChannelInfo&)> change) = 0;
     // All of them or none.
     virtual void replace(const std::string& name, std::vector<ChannelInfo> channels) = 0;
 };
@@ -33,7 +33,7 @@ public:
     CTypeChannels(const ItemType& base, std::string typeName) : m_base(base), m_typeName(std::move(typeName)) {}
     void add(ChannelInfo channel) override;
     ChannelInfo find(const std::string& name) const override { return const_cast<CTypeChannels*>(this)->at(name); }
-    void change(const std::string& name, const std::function<void(ChannelInfo&)>& change) override { change(at(name)); }
+    void change(const std::string& name, CFunctionRef<void(ChannelInfo&)> change) override { change(at(name)); }
     void replace(const std::string& name, std::vector<ChannelInfo> channels) override;
     // The channels so far. From now on every operation throws NOTAVAILABLE.
     std::vector<ChannelInfo> finish();

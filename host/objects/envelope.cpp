@@ -47,7 +47,7 @@ public:
             return kzBecause(KZe_INVALIDARG, "Envelope.Segment",
                              [&] { return fmt::format("{} to {} is no range of inputs", start, end); });
         const auto extremes = m_home->read()->extremes(start, end);
-        if (!extremes) return kzBecause(KZe_OUTOFBOUNDS, "Envelope.Segment", outside);
+        if (!extremes) return kzBecause(KZe_OUTOFBOUNDS, "Envelope.Segment", &outside);
         *lowest = extremes->lowest;
         *highest = extremes->highest;
         return KZe_OK;
@@ -113,7 +113,7 @@ private:
     static std::string outside() { return "the input is outside the keys, where the end behaviour is NONE"; }
     static KzResult give(const char* place, double input, const std::optional<double>& number, double* out) {
         if (number) *out = *number;
-        else if (std::isfinite(input)) return kzBecause(KZe_OUTOFBOUNDS, place, outside);
+        else if (std::isfinite(input)) return kzBecause(KZe_OUTOFBOUNDS, place, &outside);
         else return kzBecause(KZe_INVALIDARG, place, [&] { return fmt::format("there is nothing at {}", input); });
         return KZe_OK;
     }

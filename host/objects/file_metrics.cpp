@@ -4,6 +4,7 @@
 #include "host/core/object.h"
 #include "host/core/reasons.h"
 #include "host/objects/named_values.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/result.h"
@@ -18,7 +19,7 @@ const KzValueType& kzMetricType(std::string_view name) {
     });
 }
 
-FileMetrics kzFilledMetrics(const std::function<bool(IKzUnknown* attributes)>& fill) {
+FileMetrics kzFilledMetrics(CFunctionRef<bool(IKzUnknown* attributes)> fill) {
     const auto attributes = CHostRef<CNamedValues>::make(kzMetricRows);
     return fill(attributes.raw()) ? attributes->values : FileMetrics();
 }

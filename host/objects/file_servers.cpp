@@ -1,6 +1,7 @@
 // What modules' loaders and savers of all classes of files have in common.
 #include "host/objects/file_servers.h"
 
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include <fnmatch.h>
@@ -73,8 +74,7 @@ CFileProgress::~CFileProgress() {
 }
 
 std::string kzLoadServed(const CModuleTable& modules, const std::string& path, const char* fileClass,
-                         const ServedLoad& load,
-                         const std::function<void(const std::string& server, KzResult code)>& failed) {
+                         const ServedLoad& load, CFunctionRef<void(const std::string& server, KzResult code)> failed) {
     struct CleanUp {
         const CKzUser_Loader& loader;
         ~CleanUp() { loader.Cleanup(); }

@@ -3,6 +3,7 @@
 
 #include "host/core/module_table.h"
 #include "host/objects/monitor.h"
+#include "host/state/function_ref.h"
 
 #include "kz/loader.h"
 
@@ -51,8 +52,7 @@ private:
 // reported to `failed` and thrown.
 using ServedLoad = std::function<KzResult(const CKzUser_Loader& loader, IKzUnknown* info)>;
 std::string kzLoadServed(const CModuleTable& modules, const std::string& path, const char* fileClass,
-                         const ServedLoad& load,
-                         const std::function<void(const std::string& server, KzResult code)>& failed);
+                         const ServedLoad& load, CFunctionRef<void(const std::string& server, KzResult code)> failed);
 
 // The saver of that name or, without a name, one for the path's extension that says it is for that class or for none;
 // nullopt if there is none.

@@ -17,6 +17,7 @@
 #include "host/objects/safe_save.h"
 #include "host/objects/synthetic_folders.h"
 #include "host/pictures/picture_files.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/dialog.h"
@@ -71,7 +72,7 @@ CHostRef<CImage> CImageFiles::loadServed(const std::string& path, IKzUnknown* mo
 }
 
 void CImageFiles::withLoader(const std::string& path, std::uint32_t wanted, IKzUnknown* monitor,
-                             const std::function<KzResult(const CImageTarget& target)>& take) const {
+                             CFunctionRef<KzResult(const CImageTarget& target)> take) const {
     const auto load = [&](const CKzUser_Loader& loader, IKzUnknown* info) -> KzResult {
         const auto target = CHostRef<CImageTarget>::make(wanted);
         const KzResult code = loader.LoadObject(path.c_str(), info, monitor, target.raw());
@@ -120,7 +121,7 @@ KzResult CImageFiles::saveWith(const KzServer& server, IKzUnknown* image, const 
     return kzFailed(code) ? code : saver.Save(image, file.c_str(), monitor);
 }
 
-void CImageFiles::withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const {
+void CImageFiles::withLibrary(const std::string& path, CFunctionRef<void(IPictureFiles& library)> work) const {
     try {
         work(kzPictures(*m_files));
     } catch (const std::exception& error) {

@@ -4,6 +4,7 @@
 #include "host/core/object.h"
 #include "host/objects/image.h"
 #include "host/objects/picture_library.h"
+#include "host/state/function_ref.h"
 
 #include "kz/loader.h"
 
@@ -58,11 +59,11 @@ private:
     // Logs why the file cannot be read or written, and returns the code.
     KzResult refuse(KzResult code, const std::string& path, const std::string& why) const;
     // Runs work of the library, and logs the reason for a failure.
-    void withLibrary(const std::string& path, const std::function<void(IPictureFiles& library)>& work) const;
+    void withLibrary(const std::string& path, CFunctionRef<void(IPictureFiles& library)> work) const;
     std::function<void(const std::string& text)> notes(const std::string& path) const;
     // Lets the first loader of a module that recognises the file read what is wanted of it.
     void withLoader(const std::string& path, std::uint32_t wanted, IKzUnknown* monitor,
-                    const std::function<KzResult(const CImageTarget& target)>& take) const;
+                    CFunctionRef<KzResult(const CImageTarget& target)> take) const;
     CHostRef<CImage> loadServed(const std::string& path, IKzUnknown* monitor) const;
     KzResult verify(const CKzUser_Saver& saver, const std::string& name, IKzUnknown* image) const;
     KzResult saveWith(const KzServer& server, IKzUnknown* image, const std::string& file, IKzUnknown* monitor) const;

@@ -9,6 +9,7 @@
 #include "host/core/refusal.h"
 #include "host/objects/image_looks.h"
 #include "host/objects/pixel_blur.h"
+#include "host/state/function_ref.h"
 
 #include "kz/image.h"
 #include "kz/image_filter.h"
@@ -19,7 +20,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
 #include <utility>
 
 namespace kzhost {
@@ -32,8 +32,7 @@ float* filterPixel(CImage& image, std::int32_t x, std::int32_t y) {
 }
 
 // Each new pixel from the image as it was.
-void rebuild(CImage& image,
-             const std::function<void(CImage& before, std::int32_t x, std::int32_t y, float* rgba)>& make) {
+void rebuild(CImage& image, CFunctionRef<void(CImage& before, std::int32_t x, std::int32_t y, float* rgba)> make) {
     const auto before = CHostRef<CImage>::make(image.width(), image.height(), image.format().code);
     std::copy_n(filterPixel(image, 0, 0),
                 4 * static_cast<std::size_t>(image.width()) * static_cast<std::size_t>(image.height()),

@@ -7,6 +7,7 @@
 #include "host/objects/arguments.h"
 #include "host/objects/image_files.h"
 #include "host/objects/item.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/channel.h"
@@ -20,7 +21,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -68,7 +68,7 @@ public:
         return m_listeners;
     }
     // The flags of what has changed.
-    std::uint32_t change(const std::function<void(ImageLooks&)>& edit) {
+    std::uint32_t change(CFunctionRef<void(ImageLooks&)> edit) {
         const std::lock_guard guard(m_lock);
         ImageLooks changed = m_looks;
         edit(changed);
@@ -321,7 +321,7 @@ public:
     const std::shared_ptr<CLookState>& state() const { return m_state; }
 
 private:
-    KzResult edit(const std::function<void(ImageLooks&)>& change);
+    KzResult edit(CFunctionRef<void(ImageLooks&)> change);
     KzResult set(const char* place, const char* what, double ImageLooks::*member, double value, double least,
                  double most) {
         demandRange(place, what, value, least, most);
@@ -343,7 +343,7 @@ private:
 };
 
 // A listener that changes the settings in turn is told of that, too, but not for ever.
-KzResult CProcessing::edit(const std::function<void(ImageLooks&)>& change) {
+KzResult CProcessing::edit(CFunctionRef<void(ImageLooks&)> change) {
     thread_local int depth = 0;
     constexpr int deepest = 16;
     const std::shared_ptr<CLookState> state = m_state;  // a listener may release this object

@@ -4,6 +4,7 @@
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/attached_object.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/result.h"
@@ -78,7 +79,7 @@ ServedItemRef CItemPackages::find(const Item* item) const {
     return entry != m_items.end() ? entry->second : nullptr;
 }
 
-std::vector<ServedItemRef> CItemPackages::all(const std::function<bool(const Item&)>& isWanted) const {
+std::vector<ServedItemRef> CItemPackages::all(CFunctionRef<bool(const Item&)> isWanted) const {
     std::vector<ServedItemRef> found;
     const std::lock_guard guard(m_lock);
     for (const auto& [item, served] : m_items)

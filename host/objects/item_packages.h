@@ -6,6 +6,7 @@
 #include "host/document/item_keeper.h"
 #include "host/objects/item.h"
 #include "host/objects/package_types.h"
+#include "host/state/function_ref.h"
 
 #include "kz/block_io.h"
 
@@ -77,7 +78,7 @@ public:
 private:
     friend class CPackageLoad;
 
-    std::vector<ServedItemRef> all(const std::function<bool(const Item&)>& isWanted) const;
+    std::vector<ServedItemRef> all(CFunctionRef<bool(const Item&)> isWanted) const;
     std::vector<ServedItemRef> below(const CItem& top) const;
     // Null if a package refuses the item, or the item has none. An item without a source is its own.
     ServedItemRef begin(const ItemRef& item, CHostRef<CItem> source);
@@ -115,7 +116,7 @@ KzResult kzRefusalOf(std::vector<const Item*> items);
 std::vector<CHostRef<CItem>> kzWithCompanions(const CWorkspace& workspace, std::vector<CHostRef<CItem>> items,
                                               std::uint32_t purpose);
 // Adds items as one step. If a package refuses one of them, none is added, and its code is returned.
-KzResult kzAddItem(CWorkspace& workspace, const std::function<Item&(CEdit&)>& add, IKzUnknown** out);
+KzResult kzAddItem(CWorkspace& workspace, CFunctionRef<Item&(CEdit&)> add, IKzUnknown** out);
 
 // While it lives, items that are added to the document by this thread come from a file.
 class CPackageLoad {

@@ -6,6 +6,7 @@
 #include "host/objects/item_collection.h"
 #include "host/objects/item_packages.h"
 #include "host/objects/scene.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/package.h"
@@ -102,8 +103,7 @@ KzResult kzChangeItems(CWorkspace& workspace, const ItemChange& change) {
 namespace {
 
 // Adds the items as one step, or none if a package refuses one of them.
-KzResult addItems(CWorkspace& workspace, const std::function<std::vector<Item*>(CEdit&)>& add,
-                  std::vector<ItemRef>& added) {
+KzResult addItems(CWorkspace& workspace, CFunctionRef<std::vector<Item*>(CEdit&)> add, std::vector<ItemRef>& added) {
     return kzChangeItems(workspace, {.make =
                                          [&](CEdit& edit) {
                                              for (Item* item : add(edit)) added.push_back(item->shared_from_this());
@@ -122,7 +122,7 @@ KzResult addItems(CWorkspace& workspace, const std::function<std::vector<Item*>(
 }
 
 // As above; gives the first of them.
-KzResult giveAdded(CWorkspace& workspace, const std::function<std::vector<Item*>(CEdit&)>& add, IKzUnknown** out) {
+KzResult giveAdded(CWorkspace& workspace, CFunctionRef<std::vector<Item*>(CEdit&)> add, IKzUnknown** out) {
     std::vector<ItemRef> added;
     if (const KzResult code = addItems(workspace, add, added); kzFailed(code)) return code;
     const CReading reading(workspace);
@@ -131,7 +131,7 @@ KzResult giveAdded(CWorkspace& workspace, const std::function<std::vector<Item*>
 
 }  // namespace
 
-KzResult kzAddItem(CWorkspace& workspace, const std::function<Item&(CEdit&)>& add, IKzUnknown** out) {
+KzResult kzAddItem(CWorkspace& workspace, CFunctionRef<Item&(CEdit&)> add, IKzUnknown** out) {
     return giveAdded(
         workspace, [&](CEdit& edit) { return std::vector{&add(edit)}; }, out);
 }

@@ -2,13 +2,13 @@
 // several at one place; here, one point has values for each of its corners.
 #include "host/objects/mesh_merge.h"
 #include "host/objects/model_scene.h"
+#include "host/state/function_ref.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <functional>
 #include <map>
 #include <unordered_map>
 #include <unordered_set>
@@ -115,7 +115,7 @@ public:
         }
     }
 
-    std::vector<ModelMesh> run(const std::function<std::uint32_t(const std::string&)>& materialOf,
+    std::vector<ModelMesh> run(CFunctionRef<std::uint32_t(const std::string&)> materialOf,
                                std::vector<std::string>& notes) {
         std::unordered_set<KzElementId> used;
         std::size_t leftOut = 0;
@@ -201,7 +201,7 @@ CMeshData kzMeshFrom(const ModelMesh& from, const std::string& material, bool jo
 }
 
 std::vector<ModelMesh> kzModelMeshes(const CMeshData& from,
-                                     const std::function<std::uint32_t(const std::string& name)>& materialOf,
+                                     CFunctionRef<std::uint32_t(const std::string& name)> materialOf,
                                      std::vector<std::string>& notes) {
     return CMeshExport(from).run(materialOf, notes);
 }

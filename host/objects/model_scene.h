@@ -4,8 +4,8 @@
 #include "host/document/edit.h"
 #include "host/models/model.h"
 #include "host/objects/mesh_data.h"
+#include "host/state/function_ref.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,7 +29,7 @@ CMeshData kzMeshFrom(const ModelMesh& from, const std::string& material, bool jo
                      std::vector<std::string>& notes);
 // One mesh for each material that the polygons name, in whose place stands the index that `materialOf` says.
 std::vector<ModelMesh> kzModelMeshes(const CMeshData& from,
-                                     const std::function<std::uint32_t(const std::string& name)>& materialOf,
+                                     CFunctionRef<std::uint32_t(const std::string& name)> materialOf,
                                      std::vector<std::string>& notes);
 
 }  // namespace kzhost

@@ -2,6 +2,7 @@
 #include "host/objects/open_scenes.h"
 
 #include "host/core/listener_table.h"
+#include "host/state/function_ref.h"
 #include "host/state/value_types.h"
 
 #include "kz/action.h"
@@ -28,7 +29,7 @@ bool OpenScenes::isOpen(const CScene& scene) const {
     return static_cast<bool>(find(&scene.document()));
 }
 
-void OpenScenes::tell(const std::function<void(IKzSceneItemListener&)>& call) const {
+void OpenScenes::tell(CFunctionRef<void(IKzSceneItemListener&)> call) const {
     if (listeners != nullptr) listeners->each<CKzLoc_SceneItemListener>(call);
 }
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "host/objects/scene.h"
+#include "host/state/function_ref.h"
 
 #include "kz/scene_event.h"
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -34,7 +34,7 @@ struct OpenScenes {
     bool close(const CHostRef<CScene>& scene);
     bool makeCurrent(const CHostRef<CScene>& scene);
     // Tells the listeners what happens to whole scenes.
-    void tell(const std::function<void(IKzSceneItemListener&)>& call) const;
+    void tell(CFunctionRef<void(IKzSceneItemListener&)> call) const;
 
 private:
     // Changes the list, and returns the scene that was the current one before.

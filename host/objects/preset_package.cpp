@@ -2,6 +2,7 @@
 #include "host/objects/preset_package.h"
 
 #include "host/core/reasons.h"
+#include "host/state/function_ref.h"
 #include "host/state/preference_file.h"
 
 #include "kz/result.h"
@@ -62,8 +63,7 @@ void kzWritePackage(const std::string& path, const PresetPackage& package) {
     if (!kzWritePreferences(path, all, why)) throw kzBecause(KZe_NOACCESS, "PresetPackage", [&] { return why; });
 }
 
-KzResult kzInstallPackage(const PresetPackage& package, const std::string& folder,
-                          const std::function<bool()>& isStopped) {
+KzResult kzInstallPackage(const PresetPackage& package, const std::string& folder, CFunctionRef<bool()> isStopped) {
     for (const auto& [name, bytes] : package.presets) {
         std::string why;
         if (isStopped()) return KZe_ABORT;

@@ -2,9 +2,10 @@
 // name and its bytes.
 #pragma once
 
+#include "host/state/function_ref.h"
+
 #include "kz/base/types.h"
 
-#include <functional>
 #include <map>
 #include <string>
 
@@ -22,7 +23,6 @@ PresetPackage kzReadPackage(const std::string& path);
 void kzAddToPackage(PresetPackage& package, const std::string& preset);
 void kzWritePackage(const std::string& path, const PresetPackage& package);
 // Makes the folder if need be. ABORT once `isStopped`, which is asked for each preset.
-KzResult kzInstallPackage(const PresetPackage& package, const std::string& folder,
-                          const std::function<bool()>& isStopped);
+KzResult kzInstallPackage(const PresetPackage& package, const std::string& folder, CFunctionRef<bool()> isStopped);
 
 }  // namespace kzhost

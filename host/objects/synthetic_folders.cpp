@@ -5,6 +5,7 @@
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
 #include "host/objects/image_edits.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/base/object_output.h"
@@ -18,7 +19,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -124,7 +124,7 @@ bool findEntry(const SyntheticTree& tree, const std::string& inside, SyntheticOb
 
 // Calls `use` for the entry in each tree that has it, until one returns true.
 bool withEntry(const CModuleTable& modules, const std::string& path,
-               const std::function<bool(const SyntheticTree& tree, const SyntheticObject& entry)>& use) {
+               CFunctionRef<bool(const SyntheticTree& tree, const SyntheticObject& entry)> use) {
     for (const SyntheticTree& tree : syntheticTrees(modules)) {
         const auto inside = tree.inside(path);
         SyntheticObject entry;

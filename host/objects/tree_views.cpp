@@ -7,6 +7,7 @@
 #include "host/core/notifier_table.h"
 #include "host/core/reasons.h"
 #include "host/core/refusal.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 
 #include "kz/command.h"
@@ -84,7 +85,7 @@ bool keepsState(KzResult code) { return code != KZe_NOTFOUND && code != KZe_NOTI
 
 }  // namespace
 
-void kzTellOfTrees(CListenerTable& listeners, const std::function<void(IKzTreeListener&)>& tell) {
+void kzTellOfTrees(CListenerTable& listeners, CFunctionRef<void(IKzTreeListener&)> tell) {
     thread_local bool isTelling = false;
     if (std::exchange(isTelling, true)) return;
     struct End {

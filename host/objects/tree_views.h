@@ -2,11 +2,11 @@
 #pragma once
 
 #include "host/core/object.h"
+#include "host/state/function_ref.h"
 
 #include "kz/tree.h"
 
 #include <deque>
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -21,7 +21,7 @@ class CModuleTable;
 class CNotifierTable;
 
 // Tells the listeners of trees. What one of them changes meanwhile is not announced: that would never end.
-void kzTellOfTrees(CListenerTable& listeners, const std::function<void(IKzTreeListener&)>& tell);
+void kzTellOfTrees(CListenerTable& listeners, CFunctionRef<void(IKzTreeListener&)> tell);
 
 // A tree that is open. It has taken the host's listener if it tells of changes itself.
 class COpenTree {

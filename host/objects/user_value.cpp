@@ -7,6 +7,7 @@
 #include "host/core/value_type_registry.h"
 #include "host/document/change.h"
 #include "host/document/workspace.h"
+#include "host/state/function_ref.h"
 #include "host/state/text.h"
 #include "host/state/user_values.h"
 
@@ -19,7 +20,6 @@
 #include <algorithm>
 #include <cmath>
 #include <deque>
-#include <functional>
 #include <mutex>
 #include <numeric>
 #include <optional>
@@ -52,7 +52,7 @@ struct UserValueHandle {
                          [this] { return "the user value \"" + name + "\" has been deleted"; });
     }
     // Redefines the value; `edit` runs under a lock.
-    KzResult redefine(const char* place, const std::function<void(UserValue& value)>& edit) const {
+    KzResult redefine(const char* place, CFunctionRef<void(UserValue& value)> edit) const {
         return parts.values->change(name, identity, edit) ? KZe_OK : gone(place);
     }
     KzResult get(const char* place, IKzUnknown** value) const {
@@ -359,7 +359,7 @@ KzResult kzGiveValueReference(const UserValueParts& parts, const std::string& na
 }
 
 void kzRunValueAction(const CUserValues& values, const std::string& name,
-                      const std::function<void(const std::string& command)>& run) {
+                      CFunctionRef<void(const std::string& command)> run) {
     constexpr std::size_t longestChain = 64;  // of values whose actions set the next; each takes some of the stack
     thread_local std::vector<std::string> running;
     const auto value = values.find(name);

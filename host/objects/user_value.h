@@ -1,9 +1,10 @@
 // One user value as an object, and a reference through which others read and change it.
 #pragma once
 
+#include "host/state/function_ref.h"
+
 #include "kz/base/unknown.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -27,6 +28,6 @@ KzResult kzGiveValueReference(const UserValueParts& parts, const std::string& na
 
 // Runs the action of the value after a change, unless the change is made by this action itself.
 void kzRunValueAction(const CUserValues& values, const std::string& name,
-                      const std::function<void(const std::string& command)>& run);
+                      CFunctionRef<void(const std::string& command)> run);
 
 }  // namespace kzhost

@@ -16,6 +16,7 @@
 #include "host/core/service_registry.h"
 #include "host/core/value_type_registry.h"
 #include "host/state/command_state.h"
+#include "host/state/function_ref.h"
 #include "host/state/path_aliases.h"
 #include "host/state/property_table.h"
 #include "host/state/text.h"
@@ -26,7 +27,6 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -44,8 +44,7 @@ struct AttributeRow {
     const char* name;
     const char* type;
     // Appends the answers. Throws QUERY_NEED_SELECTION if the attribute needs an element and none is selected.
-    void (*answer)(const QueryEnvironment& host, const Selection& selection,
-                   const std::function<void(std::string)>& add);
+    void (*answer)(const QueryEnvironment& host, const Selection& selection, CFunctionRef<void(std::string)> add);
 };
 
 struct ServiceRow {
@@ -73,21 +72,21 @@ void eachArgument(const QueryEnvironment& host, const CKzUser_Command& command, 
 
 constexpr AttributeRow commandAttributes[] = {
     {"commands", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          for (const std::string& name : host.dispatcher->registry().names()) add(name);
      }},
     {"exists", KZsTYPE_BOOLEAN,  // true if the selected name is a command
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          add(host.dispatcher->registry().has(needElement(selection)) ? "true" : "false");
      }},
     {"arguments", KZsTYPE_STRING,  // of the selected command
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          CKzUser_Command command;
          eachArgument(host, selectedCommand(host, selection, command),
                       [&](const CCommandArguments& arguments, std::uint32_t index) { add(arguments.nameOf(index)); });
      }},
     {"argumentsEnabled", KZsTYPE_BOOLEAN,  // for each argument, its present state
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          CKzUser_Command command;
          eachArgument(host, selectedCommand(host, selection, command),
                       [&](const CCommandArguments& arguments, std::uint32_t index) {
@@ -95,7 +94,7 @@ constexpr AttributeRow commandAttributes[] = {
                       });
      }},
     {"dialog", KZsTYPE_STRING,  // for each argument, the initial value of its dialog
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          CKzUser_Command command;
          const KzResult code = selectedCommand(host, selection, command).DialogInit();
          if (kzRefuses(code)) throw code;
@@ -104,44 +103,42 @@ constexpr AttributeRow commandAttributes[] = {
          });
      }},
     {"enabled", KZsTYPE_BOOLEAN,  // true if the selected command is enabled
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          CKzUser_Command command;
          const auto message = CHostRef<CMessage>::make();
          const KzResult code = selectedCommand(host, selection, command).Enable(message.raw());
          add(kzRefuses(code) ? "false" : "true");
      }},
     {"history", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          for (const std::string& text : host.dispatcher->registry().environment()->state->history()) add(text);
      }},
 };
 
 constexpr AttributeRow scriptAttributes[] = {
     {"interpreters", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          for (const KzServer& server : host.modules->servers(KZa_TEXTSCRIPTINTERPRETER)) add(server.name);
      }},
     {"depth", KZsTYPE_INTEGER,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
-         add(std::to_string(host.scripts->depth()));
-     }},
+     [](const QueryEnvironment& host, const Selection&, auto add) { add(std::to_string(host.scripts->depth())); }},
 };
 
 constexpr AttributeRow hostAttributes[] = {
     {"modules", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          for (const auto& [name, path] : host.modules->modules()) add(name);
      }},
     {"servers", KZsTYPE_STRING,  // of the selected class, or all
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          for (const KzServer& server : host.modules->servers(kzNeedClass(selection.element))) add(server.name);
      }},
     {"classes", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          for (const std::string& name : host.modules->classNames()) add(name);
      }},
     {"services", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          if (const auto registry = host.services.lock())
              for (const std::string& name : registry->names()) add(name);
      }},
@@ -149,15 +146,15 @@ constexpr AttributeRow hostAttributes[] = {
 
 constexpr AttributeRow logAttributes[] = {
     {"subsystems", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          for (const auto& subsystem : host.log->subsystems()) add(subsystem->name());
      }},
     {"count", KZsTYPE_INTEGER,  // of lines, children included
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          add(std::to_string(host.log->lines(kzNeedSubsystem(*host.log, needElement(selection))).size()));
      }},
     {"lines", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          for (const LogLine& line : host.log->lines(kzNeedSubsystem(*host.log, needElement(selection))))
              add(kzWithoutMarkup(line.text));
      }},
@@ -165,11 +162,11 @@ constexpr AttributeRow logAttributes[] = {
 
 constexpr AttributeRow fileAttributes[] = {
     {"aliases", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          for (const auto& [name, path] : host.files->aliases()) add(name);
      }},
     {"path", KZsTYPE_STRING,  // of the selected aliased path
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          const auto path = host.files->expand(needElement(selection));
          if (!path) throw CommandTextError{KZe_NOTFOUND, "there is no alias for \"" + selection.element + "\""};
          add(*path);
@@ -178,16 +175,16 @@ constexpr AttributeRow fileAttributes[] = {
 
 constexpr AttributeRow valueAttributes[] = {
     {"types", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          for (const std::string& name : host.types->names()) add(name);
      }},
     {"choices", KZsTYPE_STRING,  // of the selected type, if a module serves it with hints
-     [](const QueryEnvironment& host, const Selection& selection, const auto& add) {
+     [](const QueryEnvironment& host, const Selection& selection, auto add) {
          const auto& type = host.types->need(KZe_NOTFOUND, "ScriptQuery.Query", needElement(selection));
          for (const std::string& choice : host.types->choices(type.name)) add(choice);
      }},
     {"units", KZsTYPE_STRING,
-     [](const QueryEnvironment& host, const Selection&, const auto& add) {
+     [](const QueryEnvironment& host, const Selection&, auto add) {
          add(host.properties->get("units").value_or("si"));
      }},
 };

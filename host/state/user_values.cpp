@@ -1,6 +1,8 @@
 // Values that users and scripts define by name.
 #include "host/state/user_values.h"
 
+#include "host/state/function_ref.h"
+
 #include "kz/user_value.h"
 #include "kz/value.h"
 
@@ -85,8 +87,7 @@ void CUserValues::set(const std::string& name, UserValue value) {
     else tell(ValueEvent::added, name);
 }
 
-bool CUserValues::change(const std::string& name, std::uint64_t identity,
-                         const std::function<void(UserValue& value)>& edit) {
+bool CUserValues::change(const std::string& name, std::uint64_t identity, CFunctionRef<void(UserValue& value)> edit) {
     UserValue former, now;
     {
         const std::lock_guard lock(m_lock);

@@ -1,6 +1,7 @@
 // Values that users and scripts define by name.
 #pragma once
 
+#include "host/state/function_ref.h"
 #include "host/state/value_types.h"
 
 #include "kz/base/types.h"
@@ -68,7 +69,7 @@ public:
     void set(const std::string& name, UserValue value);
     // Changes the value while it has that definition. `edit` must call nobody: it runs under the lock, and what it throws
     // leaves the value as it was. False once the value has been deleted.
-    bool change(const std::string& name, std::uint64_t identity, const std::function<void(UserValue& value)>& edit);
+    bool change(const std::string& name, std::uint64_t identity, CFunctionRef<void(UserValue& value)> edit);
     bool remove(const std::string& name);
     std::vector<std::string> names() const;
 

@@ -1,6 +1,8 @@
 // Puts the tables of all subjects together.
 #include "host/document/types/type_tables.h"
 
+#include "host/state/function_ref.h"
+
 #include "kz/item.h"
 
 namespace kzhost::rows {
@@ -26,7 +28,7 @@ TypeDescription descriptionOf(const TypeRow& row, const char* category) {
 
 }  // namespace
 
-void eachType(const std::function<void(TypeDescription type)>& visit) {
+void eachType(CFunctionRef<void(TypeDescription type)> visit) {
     for (const TypeTable* each : tables)
         for (const TypeRow& row : each->types) visit(descriptionOf(row, each->category));
 }
