@@ -34,6 +34,7 @@ public:
     }
 };
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): all that make services take it so
 template <class Class> IKzUnknown* make(std::shared_ptr<ServiceContext> /*context*/) { return kzMakeObject<Class>(); }
 
 template <template <class> class Slot, KzHostName name, KzHostName reason>

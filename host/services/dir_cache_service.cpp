@@ -98,7 +98,7 @@ public:
 private:
     std::string place(const char* path) const { return CDirCache::normal(m_files->place(path)); }
     static std::string markOf(const char* mark) {
-        const std::string name = kzString(mark);
+        std::string name = kzString(mark);
         if (name.empty() || name.find(' ') != std::string::npos) throw KZe_INVALIDARG;
         return name;
     }

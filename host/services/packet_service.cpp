@@ -26,7 +26,7 @@ namespace {
 // effects: a category has those whose packets belong to it.
 class CPacketService final : public CHosted<"packet service", CPacketService, CKzIfc_PacketService>, CServiceBase {
 public:
-    CPacketService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes,
+    CPacketService(std::shared_ptr<ServiceContext> context, const std::shared_ptr<OpenScenes>& scenes,
                    std::shared_ptr<CModuleTable> modules)
         : CServiceBase(std::move(context)), m_workspace(scenes->workspace), m_modules(std::move(modules)),
           m_kinds(std::make_shared<CVectorKinds>(m_modules, m_workspace)) {}

@@ -37,7 +37,7 @@ private:
 
 class CUndoService final : public CHosted<"undo service", CUndoService, CKzIfc_UndoService>, CServiceBase {
 public:
-    CUndoService(std::shared_ptr<ServiceContext> context, std::shared_ptr<OpenScenes> scenes)
+    CUndoService(std::shared_ptr<ServiceContext> context, const std::shared_ptr<OpenScenes>& scenes)
         : CServiceBase(std::move(context)), m_workspace(scenes->workspace) {}
 
     std::uint32_t undoservice_State() override {
