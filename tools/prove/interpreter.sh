@@ -54,7 +54,7 @@ unpack() {
 
 # Built into the library are the modules that the distribution has there.
 build() {
-    local tree=$base/source/tree into=$base/$variant-build extensions
+    local tree=$base/source/tree into=$base/$variant-build extensions platform
     rm -rf "$into"
     mkdir -p "$into"
     cd "$into"
@@ -66,7 +66,9 @@ build() {
     "$tree/Modules/makesetup" -c "$tree/Modules/config.c.in" -s Modules Modules/Setup.config Modules/Setup.local Modules/Setup
     mv config.c Modules/
     # The patches change configure.ac, too, but all that the library needs of that is this name.
-    make -j"$(jobs_wanted)" MULTIARCH="$(dpkg-architecture -qDEB_HOST_MULTIARCH)" DEBUG_EXT= libpython2.7.so
+    # The other says where the distribution has the modules of one platform, without which `sysconfig` fails.
+    platform=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+    make -j"$(jobs_wanted)" MULTIARCH="$platform" MACHDEPPATH=":plat-$platform" DEBUG_EXT= libpython2.7.so
 }
 
 # In a process of its own, where an error ends it, which it would not within a condition.

@@ -107,7 +107,7 @@ def sanitized(work, preset, variant, tests, target="all"):
     built = work.build(preset, target)
     general = (work.tree / "tools/sanitizers/lsan.supp").read_text(encoding="utf-8")
     (built / "lsan_served.supp").write_text(general, encoding="utf-8")
-    status, said = work.run(["ctest", "--test-dir", built, "-j2", "--timeout", "1500", *tests],
+    status, said = work.run(["ctest", "--test-dir", built, "-j2", "--output-on-failure", "--timeout", "1500", *tests],
                             **dict(sanitizer_options(work.tree, preset), LD_LIBRARY_PATH=library))
     reports = len(REPORT.findall(said))
     passed = re.search(r"(\d+)% tests passed, (\d+) tests failed out of (\d+)", said)
