@@ -184,11 +184,11 @@ Numbers springTimes(const HostInputs& in) {
     constexpr double rate = 60, most = 36'000;
     const double start = in[3], length = in.time - start;
     if (!(length > 0)) return {in.time};
-    const double count = std::min(std::ceil(length * rate), most);
+    const auto count = static_cast<std::size_t>(std::min(std::ceil(length * rate), most));
     Numbers times;
-    const auto steps = static_cast<std::size_t>(std::ceil(count));
-    times.reserve(steps + 1);
-    for (std::size_t i = 0; i < steps; ++i) times.push_back(start + length * static_cast<double>(i) / count);
+    times.reserve(count + 1);
+    for (std::size_t i = 0; i < count; ++i)
+        times.push_back(start + length * static_cast<double>(i) / static_cast<double>(count));
     times.push_back(in.time);
     return times;
 }

@@ -29,7 +29,7 @@ CWorkspace::CHold::CHold(CWorkspace& workspace) : m_workspace(workspace) {
 
 CWorkspace::CHold::~CHold() {
     DocumentEvents events;
-    const auto keepAlive = m_workspace.shared_from_this();
+    const auto keepAlive = m_workspace.weak_from_this().lock();
     if (--m_workspace.m_depth == 0) events.swap(m_workspace.m_events);
     m_workspace.m_mutex.unlock();
     m_delay.reset();
@@ -339,7 +339,7 @@ void CWorkspace::applyOne(CChange& change, Direction direction) {
     if (change.isForeign()) return applyForeign(change, direction);
     DocumentEvents before;
     change.announce(direction, before);
-    if (!before.empty()) unlocked([&] { tellAll(std::move(before)); });
+    if (!before.empty()) unlocked([&] { tellAll(before); });
     apply(change, direction, m_events);
 }
 
