@@ -13,6 +13,8 @@
 #include "kz/result.h"
 #include "kz/scene.h"
 
+#include <fmt/format.h>
+
 #include <optional>
 #include <string>
 #include <utility>
@@ -119,7 +121,7 @@ KzResult CChannelPresets::ptyp_Apply(const char* path, IKzUnknown* destination) 
         if (kzSucceeded(code)) continue;
         for (const auto& [changed, text] : former) access.write.String(destination, changed, text.c_str());
         throw kzBecause(code, "Presets", [&name = key.second, &text = fields.front()] {
-            return "the channel " + name + " does not take the value \"" + text + "\"";
+            return fmt::format("the channel {} does not take the value \"{}\"", name, text);
         });
     }
     return former.empty() ? KZePRESET_ALREADY_APPLIED : KZe_OK;

@@ -202,7 +202,7 @@ std::vector<std::pair<CHostRef<CItem>, std::int32_t>> drivenBy(Item& item, const
     const auto reach = [&](Item& other, const ChannelInfo& info) {
         if (seen.emplace(&other, &info).second) reached.emplace_back(&other, &info);
     };
-    for (std::size_t i = 0; i < reached.size(); ++i) {
+    for (std::size_t i = 0; i < reached.size(); ++i) {  // NOLINT(modernize-loop-convert): it grows meanwhile
         const auto [at, info] = reached[i];
         for (const auto& link : at->outputs)
             if (link->sourceChannel == info) reach(*link->target, *link->targetChannel);

@@ -122,6 +122,6 @@ struct DropPlace {
 };
 // A destination of that kind at the place: an instance of the item's packages that is one, or else the host's own. Throws
 // INVALIDARG for a place that cannot be one of that kind.
-IKzUnknown* kzMakeDestination(const DropKind& kind, const DropPlace& place);
+IKzUnknown* kzMakeDestination(const DropKind& kind, const DropPlace& where);
 
 }  // namespace kzhost

@@ -28,7 +28,7 @@ std::string RedirectRules::find(const std::string& path, std::uint32_t& how) {
     std::error_code error;
     const std::lock_guard guard(lock);
     for (const Rule& rule : rules) {
-        const std::string place = rule.apply(path, how);
+        std::string place = rule.apply(path, how);
         if (!place.empty() && fs::exists(place, error)) return place;
     }
     return {};

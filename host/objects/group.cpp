@@ -205,7 +205,7 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakeGroupItem(CHostRef<CItem> group) try {
+IKzUnknown* kzMakeGroupItem(const CHostRef<CItem>& group) try {
     return kzMakeObject<CGroupItem>(*group->readKept());
 } catch (KzResult) {
     return nullptr;  // it has gone

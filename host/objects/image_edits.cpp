@@ -37,8 +37,8 @@ double kernel(std::int32_t filter, double distance) {
 // The average of what is covered counts whole pixels and the covered part of others.
 Taps areaTaps(double start, double end) {
     Taps taps{static_cast<std::int32_t>(std::floor(start)), {}};
-    for (double at = std::floor(start); at < end; ++at)
-        taps.weights.push_back(std::min(end, at + 1) - std::max(start, at));
+    for (std::int32_t at = taps.first; at < end; ++at)
+        taps.weights.push_back(std::min(end, at + 1.0) - std::max(start, static_cast<double>(at)));
     return taps;
 }
 

@@ -181,9 +181,9 @@ KzResult CProcessingReader::imageprocessingread_Process(IKzUnknown* source, std:
     for (std::int32_t y = 0; y < after->height(); ++y) {
         auto* line = reinterpret_cast<float*>(after->at(0, y));
         mapSpace(its, static_cast<std::uint32_t>(after->width()), line, "linear");
-        for (std::int32_t x = 0; x < after->width(); ++x)
-            if (its.isInside(x, y)) its.show(line + 4 * x);
-            else std::copy_n(reinterpret_cast<float*>(before->at(x, y)), 4, line + 4 * x);
+        for (std::int32_t x = 0; x < after->width(); ++x, line += 4)
+            if (its.isInside(x, y)) its.show(line);
+            else std::copy_n(reinterpret_cast<float*>(before->at(x, y)), 4, line);
         if (progress) kzDemandGiven(progress.Increment(1));
     }
     const std::uint32_t own = CKzUser_Image(source).Format();
@@ -218,11 +218,11 @@ KzResult CProcessingReader::imageprocessingread_ProcessLine(std::int32_t y, std:
                                    : fmt::format("line {} with {} pixels is in no image, whose sides have up to {}", y,
                                                  count, longest);
         });
-    for (std::uint32_t x = 0; x < count; ++x) {
+    for (std::uint32_t x = 0; x < count; ++x, rgba += 4) {
         if (!its.isInside(static_cast<std::int32_t>(x), y)) continue;
-        its.apply(rgba + 4 * x);
-        mapSpace(its, 1, rgba + 4 * x, "linear");
-        its.show(rgba + 4 * x);
+        its.apply(rgba);
+        mapSpace(its, 1, rgba, "linear");
+        its.show(rgba);
     }
     return KZe_OK;
 }

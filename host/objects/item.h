@@ -109,9 +109,9 @@ const ChannelInfo& kzChannelAt(const Item& item, std::int32_t index);
 std::int32_t kzChannelIndex(const Item& item, std::string_view name);
 
 // The members of an item of a group type.
-IKzUnknown* kzMakeGroupItem(CHostRef<CItem> group);
+IKzUnknown* kzMakeGroupItem(const CHostRef<CItem>& group);
 // The pose that an item of that type is.
-IKzUnknown* kzMakePose(CHostRef<CItem> item);
+IKzUnknown* kzMakePose(const CHostRef<CItem>& item);
 
 // One channel of an item: its description.
 IKzUnknown* kzMakeItemChannel(CHostRef<CItem> item, std::int32_t channel);

@@ -111,6 +111,7 @@ KzResult addItems(CWorkspace& workspace, CFunctionRef<std::vector<Item*>(CEdit&)
                                      .refusal =
                                          [&] {
                                              std::vector<const Item*> all;
+                                             all.reserve(added.size());
                                              for (const ItemRef& item : added) all.push_back(item.get());
                                              return kzRefusalOf(std::move(all));
                                          },
@@ -176,6 +177,7 @@ KzResult CItem::item_Duplicate(std::int32_t deep, IKzUnknown** item) {
             Item& source = *read();
             if (sources.size() == 1) return {&kzDuplicate(source, deep != 0, edit)};
             std::vector<Item*> all;  // in one go, so that links among them go with them
+            all.reserve(sources.size());
             for (const auto& each : sources) all.push_back(&*each->readIn(source.document));
             const std::uint32_t below = deep != 0 ? KZfITEMCOPY_CHILDREN : 0;
             std::vector<Item*> copies =

@@ -28,6 +28,6 @@ CHostRef<CImage> kzBlendLayers(const std::vector<PictureLayer>& layers, std::int
 
 // The layers of any object, also of a module, as one image: the object's own composition or, without one, the host's.
 // Throws INVALIDARG for an object that has no layers, and the code of an operation that fails.
-CHostRef<CImage> kzFlatLayers(const char* place, IKzUnknown* layered);
+CHostRef<CImage> kzFlatLayers(const char* place, IKzUnknown* object);
 
 }  // namespace kzhost

@@ -10,6 +10,7 @@
 #include "kz/selection.h"
 #include "kz/undo.h"
 
+#include <algorithm>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
@@ -38,9 +39,8 @@ bool isVisible(const Item& layer) {
 }
 
 bool isSelected(const Item& item) {
-    for (const auto& [type, packet] : item.document.workspace().selection().of(item))
-        if (type == KZi_SELTYP_ITEM) return true;
-    return false;
+    const auto& selected = item.document.workspace().selection().of(item);
+    return std::ranges::any_of(selected, [](const auto& each) { return each.first == KZi_SELTYP_ITEM; });
 }
 
 void collect(const Item& item, std::vector<Item*>& layers) {
@@ -199,6 +199,7 @@ std::vector<CHostRef<CItem>> kzLayersBelow(Item& item) {
     if (kzIsLayer(item)) layers.push_back(&item);
     collect(item, layers);
     std::vector<CHostRef<CItem>> objects;
+    objects.reserve(layers.size());
     for (Item* layer : layers) objects.push_back(kzObjectOf(*layer));
     return objects;
 }
@@ -224,6 +225,7 @@ std::optional<KzBounds> kzBoundsOf(const std::vector<CHostRef<CItem>>& layers, c
 IKzUnknown* kzMakeLayerScan(std::shared_ptr<CWorkspace> workspace, const std::vector<Item*>& layers,
                             std::uint32_t flags, double time) {
     std::vector<ScannedLayer> scanned;
+    scanned.reserve(layers.size());
     for (Item* layer : layers)
         scanned.push_back({kzObjectOf(*layer), kzObjectOf(*layer)->mesh(), {}, kzLayerState(*layer)});
     return kzMakeObject<CLayerScan>(std::move(workspace), std::move(scanned), flags, time);

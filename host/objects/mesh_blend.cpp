@@ -151,8 +151,8 @@ public:
             return kzBecause(KZe_INVALIDARG, "BagGenerator.AddPolygon",
                              [&] { return fmt::format("a polygon cannot have {} corners", count); });
         std::vector<KzVector3> corners;
-        for (std::uint32_t i = 0; i < count; ++i)
-            corners.push_back({{positions[3 * i], positions[3 * i + 1], positions[3 * i + 2]}});
+        for (std::uint32_t i = 0; i < count; ++i, positions += 3)
+            corners.push_back({{positions[0], positions[1], positions[2]}});
         return add(std::move(corners), kzString(material));
     }
     KzResult baggenerator_Generate(IKzUnknown* mesh, std::uint32_t* removed) override;

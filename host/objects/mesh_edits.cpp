@@ -67,7 +67,7 @@ private:
         const double distance = kzDot(copy.position - m_position, m_normal);
         if (m_welds && std::abs(distance) < onPlane) return point;
         copy.position = copy.position - m_normal * (2 * distance);
-        entry->second = m_data.points.add(std::move(copy)).id;
+        entry->second = m_data.points.add(copy).id;
         m_data.noteCopy(entry->second, point);
         return entry->second;
     }

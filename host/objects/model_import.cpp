@@ -210,7 +210,7 @@ private:
     void addCamera(const ModelCamera& from) {
         Item& item = addLooking(from, KZsITYPE_CAMERA);
         const double width = std::get<double>(item.type.channel(KZsICHAN_CAMERA_APERTUREX)->initial);
-        const double angle = static_cast<double>(from.angle);
+        const auto angle = static_cast<double>(from.angle);
         if (angle > 0 && angle < 3.1) set(m_edit, item, KZsICHAN_CAMERA_FOCALLENGTH, width / 2 / std::tan(angle / 2));
         if (from.aspect > 0) set(m_edit, item, KZsICHAN_CAMERA_APERTUREY, width / static_cast<double>(from.aspect));
         if (from.nearest > 0) set(m_edit, item, KZsICHAN_CAMERA_NEAR, static_cast<double>(from.nearest));

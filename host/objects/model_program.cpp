@@ -101,6 +101,7 @@ public:
 private:
     void start(std::vector<std::string> words, int said) {
         std::vector<char*> arguments;
+        arguments.reserve(words.size() + 1);
         for (std::string& word : words) arguments.push_back(word.data());
         arguments.push_back(nullptr);
         posix_spawn_file_actions_t actions;

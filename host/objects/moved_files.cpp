@@ -14,6 +14,8 @@
 #include "kz/result.h"
 #include "kz/value.h"
 
+#include <fmt/format.h>
+
 #include <climits>
 #include <cstring>
 #include <deque>
@@ -154,7 +156,7 @@ void kzFollowMovedFiles(CDocument& document, bool isImport, const MovedFiles& by
         std::string place = own.empty() ? by.rules->find(path, how) : own;
         if (place.empty() && !servers) servers.emplace(*by.modules);
         if (place.empty()) place = servers->find(path);
-        notes.push_back(place.empty() ? "the file " + path + " is missing" : "the file " + path + " is now " + place);
+        notes.push_back(fmt::format("the file {} is {}", path, place.empty() ? "missing" : "now " + place));
         places.emplace(each.path, std::move(place));
     }
     if (places.empty()) return;

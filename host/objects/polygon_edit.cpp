@@ -322,8 +322,8 @@ KzResult CPolygonEdit::polygonedit_Unweld(std::uint32_t* added) {
     for (KzElementId id : ids)
         for (KzElementId& corner : data().polygons.at(id).points) {
             if (used.insert(corner).second) continue;
-            MeshPoint copy = data().points.at(corner);
-            KzElementId own = data().points.add(std::move(copy)).id;
+            const MeshPoint copy = data().points.at(corner);
+            KzElementId own = data().points.add(copy).id;
             data().noteCopy(own, corner);
             ++*added;
             for (MeshMapData& map : data().maps) {

@@ -71,6 +71,7 @@ private:
     }
     std::vector<KzVector3> positionsOf(const std::vector<KzElementId>& loop) {
         std::vector<KzVector3> positions;
+        positions.reserve(loop.size());
         for (KzElementId point : loop) positions.push_back(m_data.points.at(point).position);
         return positions;
     }

@@ -149,7 +149,7 @@ private:
 
 }  // namespace
 
-IKzUnknown* kzMakePose(CHostRef<CItem> item) {
+IKzUnknown* kzMakePose(const CHostRef<CItem>& item) {
     const auto own = item->readKept();
     return kzMakeObject<CPose>(item->workspace().shared_from_this(), own->weak_from_this());
 }

@@ -94,6 +94,7 @@ std::vector<PixelColor> paletteOf(ColorBins bins, std::size_t count) {
         boxes.emplace_back(std::move(rest));
     }
     std::vector<PixelColor> palette;
+    palette.reserve(boxes.size());
     for (const ColorBox& box : boxes) palette.push_back(box.mean());
     return palette;
 }

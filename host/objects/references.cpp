@@ -15,6 +15,7 @@
 #include "kz/result.h"
 #include "kz/scene.h"
 #include "kz/scene_event.h"
+#include "kz/scene_graph.h"
 
 #include <fmt/format.h>
 
@@ -123,9 +124,9 @@ void applyOverrides(Item& reference, const Overrides& overrides, ReferenceState&
 // without the lock, and nothing can be changed by those who hear of it.
 class CSceneReferences::CTold final : public CChange {
 public:
-    CTold(CDocument& document, std::shared_ptr<OpenScenes> scenes, CHostRef<CScene> source, bool loads,
+    CTold(CDocument& document, const std::shared_ptr<OpenScenes>& scenes, CHostRef<CScene> source, bool loads,
           std::shared_ptr<CSpentScenes> spent)
-        : CChange(&document), m_scenes(std::move(scenes)), m_source(std::move(source)), m_spent(std::move(spent)),
+        : CChange(&document), m_scenes(scenes), m_source(std::move(source)), m_spent(std::move(spent)),
           m_path(m_source->document().filename()), m_loads(loads) {}
     ~CTold() override { m_spent->add(std::move(m_source)); }
     void apply(Direction direction, DocumentEvents& /*events*/) override {

@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <map>
@@ -32,9 +33,10 @@ struct Asset {
 
 // Calls `use(assets)` for what each instance of the item needs, until one returns true.
 template <class Use> bool anyServed(const ServedItem& served, const Use& use) {
-    for (const auto& part : served.parts)
-        if (const CKzUser_InstanceAssets assets(part->instance.raw()); assets && use(assets)) return true;
-    return false;
+    return std::ranges::any_of(served.parts, [&](const auto& part) {
+        const CKzUser_InstanceAssets assets(part->instance.raw());
+        return assets && use(assets);
+    });
 }
 
 void setServed(const ServedItemRef& served, const std::string& ident, const std::string& path) {

@@ -49,7 +49,7 @@ const std::map<std::string_view, CSceneReader::Row>& CSceneReader::statements() 
                                                          {"value", {&R::value, Part::item}},
                                                          {"action", {&R::action, Part::item}},
                                                          {"reset", {&R::reset, Part::item}},
-                                                         {"override", {&R::override_, Part::item}},
+                                                         {"override", {&R::overridden, Part::item}},
                                                          {"envelope", {&R::envelope, Part::item}},
                                                          {"key", {&R::key, Part::envelope}},
                                                          {"mesh", {&R::mesh, Part::item}},
@@ -132,7 +132,7 @@ static bool isOfChannels(std::string_view statement) {
     return ofChannels.contains(statement);
 }
 
-void CSceneReader::override_() {
+void CSceneReader::overridden() {
     if (std::string_view(current().type.name) != KZsITYPE_REFERENCE)
         m_in.fail(fmt::format("a {} refers to no scene", current().type.name));
     const std::string ident = m_in.text();

@@ -87,7 +87,7 @@ private:
     void data();
     void value();
     void reset();
-    void override_();
+    void overridden();
     void action();
     void envelope();
     void key();

@@ -92,7 +92,7 @@ ServedModifiers CServedModifiers::declare(CDocument& document, const ModifiersBy
         for (std::size_t i = first; i < declared.size(); ++i) {
             if (declared[i] == nullptr) continue;
             declared[i]->server = server.name;
-            declared[i]->order = std::atoi(tagOf(tags, KZs_EVALTAG_ORDER).c_str());
+            declared[i]->order = static_cast<int>(std::strtol(tagOf(tags, KZs_EVALTAG_ORDER).c_str(), nullptr, 10));
         }
     }
     std::erase(declared, nullptr);

@@ -203,7 +203,7 @@ float kzSampleOf(std::uint32_t format, const std::uint8_t* bytes) noexcept {
 }
 
 void kzPutSample(std::uint32_t format, float value, std::vector<std::uint8_t>& bytes) {
-    std::uint32_t bits = std::bit_cast<std::uint32_t>(value);
+    auto bits = std::bit_cast<std::uint32_t>(value);
     const std::uint32_t size = kzSampleBytes(format);
     if (format != KZiAUDIO_FLOAT) {
         const double full = std::ldexp(1.0, static_cast<int>(8 * size - 1));

@@ -181,7 +181,7 @@ std::string childName(const SyntheticTree& tree, const std::string& folder, cons
                       const std::string& what) {
     const std::string path = pathWithin(tree, child, what);
     const std::string start = folder.empty() ? folder : folder + "/";
-    const std::string name = path.starts_with(start) ? path.substr(start.size()) : std::string();
+    std::string name = path.starts_with(start) ? path.substr(start.size()) : std::string();
     if (name.empty() || name.find('/') != std::string::npos || name == "." || name == "..")
         blame(tree.server, "DirCacheSyntheticEntry.Path", KZe_FAILED,
               fmt::format("{} is \"{}\", which is not in that folder", what, path));

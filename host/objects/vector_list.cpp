@@ -48,7 +48,7 @@ public:
         return KZe_OK;
     }
     KzResult vectorlist_Remove(std::uint32_t element) override;
-    KzResult vectorlist_Evaluate(IKzUnknown* effect, std::uint32_t first, std::uint32_t count) override;
+    KzResult vectorlist_Evaluate(IKzUnknown* object, std::uint32_t first, std::uint32_t count) override;
 
 private:
     using Row = std::shared_ptr<CPacketMemory>;

@@ -116,7 +116,7 @@ private:
                             [&] { return fmt::format("{:#x} has flags that places do not have", flags); });
     }
     // A kind that is there already keeps its place.
-    std::uint32_t add(VectorPlace added) {
+    std::uint32_t add(const VectorPlace& added) {
         {
             const std::lock_guard lock(m_lock);
             if (const auto index = m_layout.find(added.kind->name)) {

@@ -39,7 +39,7 @@ TypeDesc typeOf(std::uint32_t kind) {
     return {types[kind - 1]};
 }
 
-std::uint32_t kindOf(TypeDesc type) {
+std::uint32_t kindOf(const TypeDesc& type) {
     for (const std::uint32_t kind : {1U, 2U, 3U})
         if (type.basetype == typeOf(kind).basetype) return kind;
     return 4;
