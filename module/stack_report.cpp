@@ -26,7 +26,7 @@ public:
     // The beginning of a Python string; "?" for anything else.
     std::string text(PyObject* from) const {
         constexpr Py_ssize_t most = 1000;
-        PyStringObject head;
+        PyVarObject head;  // a short string is smaller than its type
         if (!object(from, PyString_Type, head)) return "?";
         std::string text(static_cast<std::size_t>(std::clamp<Py_ssize_t>(Py_SIZE(&head), 0, most)), '\0');
         const auto* bytes = reinterpret_cast<const char*>(from) + offsetof(PyStringObject, ob_sval);
@@ -36,7 +36,7 @@ public:
 
 // The table has pairs of bytes: by how much the address grows, and by how much the line does.
 int lineOf(const CObjectProbe& memory, const PyCodeObject& code, int instruction) {
-    PyStringObject head;
+    PyVarObject head;
     int line = code.co_firstlineno;
     if (!memory.object(code.co_lnotab, PyString_Type, head)) return line;
     const auto* at = reinterpret_cast<const char*>(code.co_lnotab) + offsetof(PyStringObject, ob_sval);
