@@ -3,7 +3,6 @@
 #pragma once
 
 #include <memory>
-#include <type_traits>
 #include <utility>
 
 namespace kzhost {
@@ -13,8 +12,7 @@ template <class Signature> class CFunctionRef;
 template <class Result, class... Args> class CFunctionRef<Result(Args...)> {
 public:
     template <class Call>
-    requires(std::is_object_v<Call> && !std::is_same_v<Call, CFunctionRef>) CFunctionRef(const Call& call)
-    noexcept : m_call(std::addressof(call)), m_invoke(&invoke<Call>) {}
+    CFunctionRef(const Call& call) noexcept : m_call(std::addressof(call)), m_invoke(&invoke<Call>) {}
 
     Result operator()(Args... args) const { return m_invoke(m_call, std::forward<Args>(args)...); }
 
