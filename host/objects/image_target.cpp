@@ -13,6 +13,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <span>
 #include <string_view>
 
 namespace kzhost {
@@ -21,6 +23,18 @@ namespace {
 
 // What the files of other programs can hold.
 constexpr std::size_t mostTexts = 1000, longestKey = 79, longestText = 30000;
+
+// As the head of an ICC profile says (ISO 15076-1, 7.2): its size, and the signature of such files. Writers of pictures treat
+// anything else differently: some refuse it, some leave it out, and some write it.
+bool isProfile(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t headSize = 128, signatureAt = 36;
+    constexpr std::string_view signature = "acsp";
+    if (bytes.size() < headSize || !std::ranges::equal(bytes.subspan(signatureAt, signature.size()), signature))
+        return false;
+    const std::size_t size =
+        std::size_t{bytes[0]} << 24U | std::size_t{bytes[1]} << 16U | std::size_t{bytes[2]} << 8U | bytes[3];
+    return size == bytes.size();
+}
 
 }  // namespace
 
@@ -38,7 +52,15 @@ KzResult CImageTarget::imageloadertarget_SetProfile(std::intptr_t length, std::u
         return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetProfile", [] {
             return "the profile needs its bytes as they stand in the file, and how many there are";
         });
-    m_texts.profile.assign(profile, profile + length);
+    const std::span bytes(profile, static_cast<std::size_t>(length));
+    if (!bytes.empty() && !isProfile(bytes))
+        return kzBecause(KZe_INVALIDARG, "ImageLoaderTarget.SetProfile", [&] {
+            return fmt::format(
+                "these {} bytes are no ICC profile, which begins with its size in four bytes and has \"acsp\" at "
+                "byte 36",
+                length);
+        });
+    m_texts.profile.assign(bytes.begin(), bytes.end());
     return KZe_OK;
 }
 

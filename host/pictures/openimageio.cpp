@@ -186,6 +186,45 @@ PictureFactsPtr COpenImageIo::load(const char* format, const std::string& path, 
     return std::make_shared<PictureFacts>(std::move(spec));
 }
 
+// What would tell the library how to write a file.
+bool isSetting(const std::string& key) {
+    constexpr const char* settings[] = {"ICCProfile", "Orientation", "ResolutionUnit", "compression", "planarconfig"};
+    return key.find(':') != std::string::npos ||
+           std::ranges::any_of(settings, [&](const char* each) { return iequals(key, each); });
+}
+
+// The keys of texts and where the library keeps them. It keeps others by their keys.
+constexpr std::pair<std::string_view, const char*> textNames[] = {
+    {"artist", "Artist"}, {"comment", textAttribute}, {"copyright", "Copyright"},
+    {"camera", "Model"},  {"software", "Software"},   {"colorspace", spaceAttribute}};
+
+std::string attributeFor(std::string_view key) {
+    const auto* const known = std::ranges::find(textNames, key, [](const auto& row) { return row.first; });
+    return known != std::end(textNames) ? known->second : std::string(key);
+}
+
+std::string_view keyOf(std::string_view attribute) {
+    const auto* const known = std::ranges::find(textNames, attribute, [](const auto& row) { return row.second; });
+    return known != std::end(textNames) ? known->first : attribute;
+}
+
+// The format's reader tells what the file has of the texts that were given to the writer.
+void noteLostTexts(const char* format, const std::string& path, const ImageSpec& given, const PictureNote& note) {
+    const auto isText = [](const OIIO::ParamValue& each) {
+        return each.type() == TypeDesc::STRING && each.name().find(':') == OIIO::ustring::npos &&
+               !each.get_string().empty();
+    };
+    if (std::ranges::none_of(given.extra_attribs, isText)) return;
+    const auto file = OIIO::ImageInput::create(format);
+    ImageSpec written;
+    if (!file || !file->open(path, written)) return;
+    std::string names;
+    for (const OIIO::ParamValue& each : given.extra_attribs)
+        if (isText(each) && written.find_attribute(each.name()) == nullptr)
+            names += (names.empty() ? "\"" : ", \"") + std::string(keyOf(each.name().string())) + "\"";
+    if (!names.empty()) note("such files have no place for " + names + ": left out");
+}
+
 // A JPEG file keeps its texts together in a place of 64 KB, and the library ends the process when they do not fit.
 void dropLongTexts(ImageSpec& spec, const PictureNote& note) {
     constexpr std::size_t room = 48000;
@@ -215,16 +254,7 @@ void COpenImageIo::save(const char* format, const std::string& path, const Pictu
     writeSpace(spec, format, note);
     if (std::string_view(format) == "jpeg") dropLongTexts(spec, note);
     if (!file->open(path, spec) || !file->write_image(given, pixels) || !file->close()) fail(file);
-}
-
-// Where the library keeps the text of a key.
-std::string attributeFor(std::string_view key) {
-    constexpr std::pair<std::string_view, const char*> names[] = {
-        {"artist", "Artist"}, {"comment", textAttribute}, {"copyright", "Copyright"},
-        {"camera", "Model"},  {"software", "Software"},   {"colorspace", spaceAttribute}};
-    const auto* const known =
-        std::find_if(std::begin(names), std::end(names), [&](const auto& name) { return name.first == key; });
-    return known != std::end(names) ? known->second : std::string(key);
+    noteLostTexts(format, path, spec, note);
 }
 
 bool COpenImageIo::fact(const PictureFacts& facts, std::string_view key, std::string& value) {
@@ -238,13 +268,6 @@ ImageSpec specOf(const PictureFacts* facts) {
     ImageSpec spec = facts != nullptr ? facts->spec : ImageSpec();
     if (facts == nullptr) spec.attribute("oiio:UnassociatedAlpha", 1);
     return spec;
-}
-
-// What would tell the library how to write a file.
-bool isSetting(const std::string& key) {
-    constexpr const char* settings[] = {"ICCProfile", "Orientation", "compression", "planarconfig"};
-    return key.find(':') != std::string::npos ||
-           std::ranges::any_of(settings, [&](const char* each) { return iequals(key, each); });
 }
 
 PictureFactsPtr COpenImageIo::with(const PictureFacts* facts, const PictureTexts& said) {

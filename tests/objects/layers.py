@@ -1,6 +1,7 @@
 """Images of several layers and images with a palette: what they keep and refuse, and how layers look together."""
 import json
 import os
+import struct
 import tempfile
 
 import kz
@@ -11,6 +12,9 @@ from kz.symbol import (fIMGLAYER_CLIPPED, fIMGLAYER_GROUP, fIMGLAYER_HIDDEN, fIM
                        iIMG_FORMAT_RGB24, iIMG_FORMAT_RGBA32, iIMG_FORMAT_RGBAFP)
 
 IMAGES = kz.service.Image()
+# The head of an ICC profile for monitors, whose white is D50, and no tags.
+PROFILE = struct.unpack('132B', struct.pack('>i4xi4s4s4s12x4s28x3i52x', 132, 0x02100000, 'mntr', 'RGB ', 'XYZ ', 'acsp',
+                                            0xF6D6, 0x10000, 0xD32D))
 TABLE = json.load(open(os.path.join(os.path.dirname(__file__), 'pictures', 'layers.json')))
 
 
@@ -173,7 +177,9 @@ class Loader(kzifc.Loader):
             target.SetMetadata('comment', 'last')
             target.SetMetadata('project', 'lamp')
             target.SetSpace('auto' if 'auto' in path else 'linear')
-            target.SetProfile(4, storage('b', 1, 2, 3, 4))
+            target.SetProfile(len(PROFILE), storage('b', *PROFILE))
+            fails('INVALIDARG', (target.SetProfile, 4, storage('b', 1, 2, 3, 4)),
+                  (target.SetProfile, len(PROFILE) - 1, storage('b', *PROFILE)))
         fails('INVALIDARG', (target.SetMetadata, '', 'text'), (target.SetSpace, ''), (target.SetSpace, 'two words'))
         fails('OUTOFBOUNDS', (target.SetMetadata, 'comment', 'x' * 70000), (target.SetMetadata, 'x' * 80, 'text'))
         if 'long' in path:
@@ -217,7 +223,12 @@ def check_what_a_loader_says_goes_along():
     open(crowded, 'w').close()
     IMAGES.Save(IMAGES.Load(crowded, None), picture, None, None)  # not all of them fit into such a file
     equal(IMAGES.Load(picture, None).Size(), IMAGES.Load(crowded, None).Size())
-    equal('\1\2\3\4' in open(written, 'rb').read(), True)
+    equal(''.join(map(chr, PROFILE)) in open(written, 'rb').read(), True)
+    for extension, lost in ('png', []), ('tif', ['"project"']), ('jpg', ['"project"']), ('hdr', ['"project", "comment"']):
+        path = os.path.join(folder, 'texts.' + extension)
+        IMAGES.Save(IMAGES.Load(served, None), path, None, None)
+        equal([text for text in reasons('images') if path + ': such files have no place' in text],
+              ['%s: such files have no place for %s: left out' % (path, name) for name in lost])
 
 
 def check_palettes():

@@ -42,9 +42,9 @@ def fails(code, *calls):
         equal((call, found, getattr(kz.result, found or '', None)), (call, found, getattr(kz.result, code)))
 
 
-def reasons():
-    """Why the host's own objects have refused something, as far as its log tells."""
-    lines = kz.service.Log().SubSystemLookup('objects')
+def reasons(subsystem='objects'):
+    """Why the host's own objects have refused something, or what it noted otherwise, as far as its log tells."""
+    lines = kz.service.Log().SubSystemLookup(subsystem)
     return [lines.EntryByIndex(index).Desc() for index in range(lines.EntryCount())]
 
 
