@@ -115,7 +115,7 @@ void CDocument::close() {
     }
     m_roots.clear();
     m_byType.clear();
-    m_names = {};
+    m_names.clear();
     // The identifiers are the items' own. Nothing is allocated here, since a document also closes when memory has run out.
     decltype(m_items) items;
     items.swap(m_items);

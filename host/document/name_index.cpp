@@ -53,4 +53,10 @@ void CNameIndex::leave(Item& item) {
     if (numbers.next == 1) m_numbers.erase(entry);
 }
 
+// A new table in place of this one would have to be allocated. This one lets the lack of memory for a smaller array pass.
+void CNameIndex::clear() noexcept {
+    m_items.clear();
+    m_numbers.clear();
+}
+
 }  // namespace kzhost

@@ -24,6 +24,7 @@ public:
     // Names the item after its base name, with that number if it is free, otherwise (and for 0) with the lowest free one.
     void enter(Item& item, std::uint32_t number);
     void leave(Item& item);
+    void clear() noexcept;
 
 private:
     struct Numbers {
