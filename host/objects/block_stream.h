@@ -29,9 +29,7 @@ StreamContent kzReadStream(const std::string& path, std::uint32_t type);
 
 class CBlockRead final : public CHosted<"block reader", CBlockRead, CKzIfc_BlockRead> {
 public:
-    // Reads `bytes`, which must outlive the stream unless they are the content's own.
     CBlockRead(StreamContent content, FindItem findItem);
-    CBlockRead(std::string_view bytes, FindItem findItem) : m_findItem(std::move(findItem)), m_bytes(bytes) {}
 
     KzResult blockread_Open(std::uint32_t* ident, std::uint32_t* bytes) override;
     KzResult blockread_Close() override;

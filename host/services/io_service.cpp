@@ -67,8 +67,10 @@ public:
     KzResult ioservice_OpenMemory(std::uint32_t size, std::uint8_t* bytes, IKzUnknown** stream) override {
         enter("IO.OpenMemory");
         if (size > 0 && bytes == nullptr) return KZe_INVALIDARG;
-        const std::string_view view(reinterpret_cast<const char*>(bytes), size);
-        return CHostRef<CBlockRead>::make(view, items()).give(stream);
+        // A copy, since scripts let go of the memory while they read.
+        StreamContent content;
+        content.bytes.assign(reinterpret_cast<const char*>(bytes), size);
+        return CHostRef<CBlockRead>::make(std::move(content), items()).give(stream);
     }
     bool ioservice_OpenBlockStore(const char* filename, const char* format, std::uint32_t flags,
                                   IKzUnknown** store) override {

@@ -81,6 +81,10 @@ def check_damaged_streams_are_told():
     fails('INVALIDARG', (io.OpenRead, path('bad'), 1))
     memory = storage('b', *[ord(each) for each in 'abc'])
     fails('IO_PARTIALSTRING', (io.OpenMemory(3, memory).ReadString,))
+    stream = io.OpenMemory(3, memory)
+    memory.set((0, 0, 0))
+    del memory  # the stream has bytes of its own
+    equal([stream.ReadByte() for _ in 'abc'], map(ord, 'abc'))
 
 
 def check_block_stores_keep_their_blocks():
