@@ -126,9 +126,10 @@ std::uint32_t CMeshMap::meshmap_ValueCount() {
 bool CMeshMap::meshmap_HasValue(KzElementId point) { return isAt() && here().find(point, nullptr) != nullptr; }
 
 bool CMeshMap::meshmap_IsContinuous(KzElementId point) {
+    // Values are in the order of points, and that of a point itself comes before those of its corners.
     const auto& values = here().values;
-    return std::none_of(values.begin(), values.end(),
-                        [&](const auto& entry) { return entry.first.first == point && entry.first.second != nullptr; });
+    const auto next = values.upper_bound({point, nullptr});
+    return next == values.end() || next->first.first != point;
 }
 
 KzResult CMeshMap::meshmap_Value(KzElementId point, KzElementId polygon, float* values) {
