@@ -3,6 +3,7 @@
 
 #include "host/core/reasons.h"
 #include "host/objects/envelope.h"
+#include "host/state/readable_number.h"
 #include "host/state/text.h"
 
 #include <fmt/format.h>
@@ -67,7 +68,8 @@ void kzCheckWrite(const ChannelInfo& channel, const KzCell& cell) {
         throw refusal(KZe_NOACCESS, channel, "cannot be written");
     const auto number = kzNumberOf(cell);
     if (!number) return;
-    if (!std::isfinite(*number)) throw refusal(KZe_INVALIDARG, channel, fmt::format("takes no {}", *number));
+    if (!std::isfinite(*number))
+        throw refusal(KZe_INVALIDARG, channel, fmt::format("takes no {}", kzReadable(*number)));
     if ((channel.minimum || channel.maximum || channel.hints) && !channel.takes(*number))
         throw refusal(KZe_OUTOFBOUNDS, channel, fmt::format("takes no {}, {}", *number, rangeOf(channel)));
 }

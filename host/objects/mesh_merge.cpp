@@ -3,6 +3,7 @@
 
 #include "host/core/reasons.h"
 #include "host/objects/arguments.h"
+#include "host/state/readable_number.h"
 
 #include <fmt/format.h>
 
@@ -127,7 +128,8 @@ const KzMatrix4& kzFiniteMatrix(const char* place, const KzMatrix4* matrix) {
     for (const auto& row : kzNotNull(matrix).m)
         for (const double number : row)
             if (!std::isfinite(number))
-                throw kzBecause(KZe_INVALIDARG, place, [&] { return fmt::format("the matrix has {} in it", number); });
+                throw kzBecause(KZe_INVALIDARG, place,
+                                [&] { return fmt::format("the matrix has {} in it", kzReadable(number)); });
     return *matrix;
 }
 

@@ -6,6 +6,7 @@
 #include "host/core/refusal.h"
 #include "host/objects/image_edits.h"
 #include "host/state/function_ref.h"
+#include "host/state/readable_number.h"
 #include "host/state/text.h"
 
 #include "kz/base/object_output.h"
@@ -159,7 +160,8 @@ SyntheticEntry describeEntry(const SyntheticTree& tree, const std::string& path,
     const auto number = [&](const char* name, double value, bool isFine, double otherwise) {
         if (isFine) return value;
         kzBecause(KZe_INVALIDARG, "DirCacheSyntheticEntry", [&] {
-            return fmt::format("the server \"{}\": {} of \"{}\" is {}", tree.server.name, name, path, value);
+            return fmt::format("the server \"{}\": {} of \"{}\" is {}", tree.server.name, name, path,
+                               kzReadable(value));
         });
         return otherwise;
     };
