@@ -198,6 +198,7 @@ int MainInterpreter::runProgram(const std::vector<std::string>& words, void (*im
             });
     std::vector<std::string> texts = words;  // the interpreter keeps pointers to them
     std::vector<char*> arguments;
+    arguments.reserve(texts.size() + 1);
     for (std::string& text : texts) arguments.push_back(text.data());
     arguments.push_back(nullptr);
     return Py_Main(static_cast<int>(texts.size()), arguments.data());
@@ -352,6 +353,7 @@ void MainInterpreter::guardExitFunction() noexcept {
 
 void MainInterpreter::exitFunctionsEnded() noexcept {
     endStopping();
+    CLockState::endLookups(PyThreadState_GET());
     if (releaseSupport) releaseSupport();
 }
 
@@ -427,7 +429,7 @@ MainInterpreter::~MainInterpreter() {
     }
     const CProcessStateKeeper keeper(m_hostSignals);
     PyThreadState* thread = endingThread();
-    if (_PyThreadState_Current != thread) PyEval_AcquireThread(thread);
+    if (CLockState::current() != thread) PyEval_AcquireThread(thread);
     letGo();
     // An exception that a failed start left pending must not reach the code that finalisation runs.
     PyErr_Clear();

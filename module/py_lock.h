@@ -21,7 +21,7 @@ public:
     // `what` describes what the thread is about to do, for the log line of an unload that gives up on it. Not copied.
     explicit CPyLock(const char* what = "Python code") {
         // Fast path: the thread already holds the lock, inside some outer guard.
-        if (t_own != nullptr && t_own == _PyThreadState_Current && isOurs()) nest();
+        if (t_own != nullptr && t_own == current() && isOurs()) nest();
         else acquire(what);
     }
     ~CPyLock() { release(); }

@@ -2,7 +2,8 @@
 # Builds a variant of the interpreter's library from the distribution's own source package and prints the folder that has
 # it, to stand in LD_LIBRARY_PATH in front of the distribution's. VARIANT is one of
 #   nopool  every object has memory of its own from malloc, so that allocators and checkers see each one
-#   tsan    the same, and instrumented for the thread sanitizer
+#   tsan    the same, and instrumented for the thread sanitizer. Which thread holds the lock is stored as one word there, as it
+#           is on every machine that the interpreter runs on and as it relies on itself; the checker has to be told so
 # It is kept in build/interpreter/VARIANT. Where it cannot be built, the reason is the last line of the error output, and
 # the status is 3. The system's package lists stay as they are: the sources' are fetched into a folder of their own.
 set -euo pipefail
@@ -52,6 +53,14 @@ unpack() {
     while read -r each; do patch -p1 -s -f <"debian/patches/$each" || cannot "$each does not apply"; done <series
 }
 
+# The places that write it, and the one that reads it without the lock.
+make_holder_atomic() {
+    local holder=_PyThreadState_Current
+    sed -i -e "s/^\( *\)$holder = \([A-Za-z]*\);/\1__atomic_store_n(\&$holder, \2, __ATOMIC_RELAXED);/" \
+        -e "s/return tstate == $holder;/return tstate == __atomic_load_n(\&$holder, __ATOMIC_RELAXED);/" "$1"
+    [ "$(grep -c "__atomic_.*&$holder" "$1")" = 3 ]
+}
+
 # Built into the library are the modules that the distribution has there.
 build() {
     local tree=$base/source/tree into=$base/$variant-build extensions platform
@@ -68,6 +77,7 @@ build() {
     # The patches change configure.ac, too, but all that the library needs of that is this name.
     # The other says where the distribution has the modules of one platform, without which `sysconfig` fails.
     platform=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+    make_holder_atomic "$tree/Python/pystate.c"
     make -j"$(jobs_wanted)" MULTIARCH="$platform" MACHDEPPATH=":plat-$platform" DEBUG_EXT= libpython2.7.so
 }
 
