@@ -7,23 +7,29 @@
 #include "kz/module.h"
 #include "kz/result.h"
 
+#include <memory>
+
 namespace {
 
 class CInheritor final : public CKzImpl_Inheritor {
 public:
     CInheritor(CKzGenericPolymorph& polymorph, PyObject* instance, KzInstanceOf instanceOf)
-        : m_polymorph(polymorph), m_instance(instance), m_instanceOf(instanceOf) {}
+        : m_polymorph(polymorph), m_instance(instance), m_instanceOf(instanceOf) {
+        Py_INCREF(instance);
+    }
+    // The interpreter lock is held.
+    void releaseInstance() noexcept { Py_DECREF(m_instance); }
 
     KzResult inheritor_Inherit(IKzUnknown* other) override {
         void* data = m_instanceOf(other);
         if (data == nullptr) return KZe_INVALIDARG;
-        m_polymorph.inherit(m_instance.get(), data);
+        m_polymorph.inherit(m_instance, data);
         return KZe_OK;
     }
 
 private:
     CKzGenericPolymorph& m_polymorph;
-    CPyRef m_instance;
+    PyObject* m_instance;
     KzInstanceOf m_instanceOf;
 };
 
@@ -37,10 +43,11 @@ public:
     }
     void* createObject() override { return std::exchange(t_next, nullptr); }
     void freeObject(void* object) noexcept override {
-        // If Python has ended, the guard throws, and the object is leaked: its reference can no longer be released.
-        kzValueBoundary([object] {
+        const std::unique_ptr<CInheritor> inheritor(static_cast<CInheritor*>(object));
+        // If Python has ended, the lock throws: there is no instance to be released any more.
+        kzValueBoundary([&] {
             const CPyLock lock;
-            delete static_cast<CInheritor*>(object);
+            inheritor->releaseInstance();
         });
     }
 };
