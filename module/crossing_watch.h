@@ -5,6 +5,9 @@
 #include "module/python.h"
 
 #include <cstdint>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
 
 // One call. Everything is borrowed for the time of the call.
 struct KzCrossing {
@@ -27,7 +30,8 @@ public:
     // Before a call. True if the watch answers it, so that it is not made: `answer` is the result then, or null with an
     // exception pending, and `end` does not follow.
     virtual bool begin(const KzCrossing& crossing, PyObject*& answer) noexcept = 0;
-    // After the call; the result is null if an exception is pending.
+    // After the call; the result is null if an exception is pending. After "release" the instance may be gone: its address
+    // still names it, but it must not be used.
     virtual void end(const KzCrossing& crossing, PyObject* result) noexcept = 0;
     // An object that refers to one of the host has been made, or a host object for an instance (isServed); it is about to be
     // freed.
@@ -55,6 +59,21 @@ inline PyObject* kzTellMade(PyObject* object, bool isServed = false) noexcept {
 inline void kzTellGone(PyObject* object) noexcept {
     if (kzCrossingWatch != nullptr) [[unlikely]]
         kzCrossingWatch->gone(object);
+}
+
+// Memory that is never freed, on purpose, so the leak checker of a build that has one is to pass it over, together with what it
+// refers to.
+inline void kzMarkKept([[maybe_unused]] const void* memory) noexcept {
+#ifdef __SANITIZE_ADDRESS__
+    __lsan_ignore_object(memory);
+#endif
+}
+
+// Tells whoever watches of an object that is never released, on purpose.
+inline void kzTellKept(PyObject* object) noexcept {
+    kzMarkKept(object);
+    if (kzCrossingWatch != nullptr) [[unlikely]]
+        kzCrossingWatch->kept(object);
 }
 
 // Runs the body, which returns a new reference or null with an exception pending, as one call into Python.

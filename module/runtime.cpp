@@ -239,7 +239,10 @@ bool PythonRuntime::stop() noexcept {
     PythonRuntime* runtime = theRuntime;
     if (!waitForOthers()) {
         // Nothing is destroyed while threads may use it, and no lock is taken that they may hold.
-        if (runtime != nullptr) runtime->m_state = shutDown;
+        if (runtime != nullptr) {
+            runtime->m_state = shutDown;
+            kzMarkKept(runtime->m_interpreter.get());
+        }
         tellWhoStays();
         theParts.finish(false);
         return false;

@@ -101,12 +101,17 @@ std::string textOfNamed(PyObject* value, const PyMethodDef* method, Families fam
     return textOf(value, 0);
 }
 
+// Null for a call into Python: the host's calls go to instances, not to wrappers, and one that was released is gone.
+const PyMethodDef* wrapperMethod(const KzCrossing& crossing) noexcept {
+    return crossing.direction == KzCrossing::toHost ? kzWrapperMethod(crossing.self, crossing.method) : nullptr;
+}
+
 }  // namespace
 
 std::string kzShortText(PyObject* value) { return textOf(value, 0); }
 
 std::string kzShortArguments(const KzCrossing& crossing) {
-    const PyMethodDef* method = kzWrapperMethod(crossing.self, crossing.method);
+    const PyMethodDef* method = wrapperMethod(crossing);
     std::string text = "(";
     for (Py_ssize_t at = 0; at < crossing.count; ++at)
         text += (at != 0 ? ", " : "") + textOfNamed(crossing.arguments[at], method, kzArgumentFamilies, at);
@@ -114,7 +119,7 @@ std::string kzShortArguments(const KzCrossing& crossing) {
 }
 
 std::string kzShortResult(const KzCrossing& crossing, PyObject* result) {
-    const PyMethodDef* method = kzWrapperMethod(crossing.self, crossing.method);
+    const PyMethodDef* method = wrapperMethod(crossing);
     if (!PyTuple_CheckExact(result)) return textOfNamed(result, method, kzResultFamilies, 0);
     std::string text = "(";
     for (Py_ssize_t at = 0; at < PyTuple_GET_SIZE(result); ++at)

@@ -48,7 +48,6 @@ PyObject* callWatched(CArguments& arguments, const KzForwardedMethod& method, Py
     if (kzCrossingWatch->begin(crossing, result)) return result;
     result = kzCallByName(items, arguments.count(), name);
     kzCrossingWatch->end(crossing, result);
-    if (result != nullptr) kzCrossingWatch->kept(result);
     return result;
 }
 
@@ -79,6 +78,7 @@ KzResult forwardLocked(PyObject* self, KzForwardedMethod& method, const KzWord* 
     }
     // The reference to the returned object is leaked on purpose: the host is given the buffers of returned strings as
     // they are, and may use them for as long as Python lives.
+    kzTellKept(result);
     int failedIndex = 0;
     const KzResult code = kzStoreOutputs(result, letter, word, failedIndex);
     if (kzFailed(code)) {

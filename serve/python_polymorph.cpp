@@ -122,7 +122,7 @@ IKzUnknown* CKzPythonPolymorph::makeSubObject(CKzPythonPolymorph& server) {
     }
     // The reference from makeInstance is leaked on purpose: a sub-object's instance has to outlive its host object, because
     // what it has handed out belongs to the outer object and may be used for as long as that one lives.
-    if (kzCrossingWatch != nullptr) kzCrossingWatch->kept(instance);
+    kzTellKept(instance);
     return server.spawnFor(instance);
 }
 

@@ -105,10 +105,14 @@ def sanitized(work, preset, variant, tests, target="all"):
     """Tests under a sanitizer, with the interpreter's library that is built for it, and no suppression of our code."""
     library = work.interpreter(variant)
     built = work.build(preset, target)
-    general = (work.tree / "tools/sanitizers/lsan.supp").read_text(encoding="utf-8")
-    (built / "lsan_served.supp").write_text(general, encoding="utf-8")
-    status, said = work.run(["ctest", "--test-dir", built, "-j2", "--output-on-failure", "--timeout", "1500", *tests],
-                            **dict(sanitizer_options(work.tree, preset), LD_LIBRARY_PATH=library))
+    suppressions = built / "lsan_served.supp"
+    usual = suppressions.read_bytes()
+    try:
+        shutil.copy(work.tree / "tools/sanitizers/lsan.supp", suppressions)
+        status, said = work.run(["ctest", "--test-dir", built, "-j2", "--output-on-failure", "--timeout", "1500", *tests],
+                                **dict(sanitizer_options(work.tree, preset), LD_LIBRARY_PATH=library))
+    finally:
+        suppressions.write_bytes(usual)
     reports = len(REPORT.findall(said))
     passed = re.search(r"(\d+)% tests passed, (\d+) tests failed out of (\d+)", said)
     summary = f"{passed[3]} tests, {passed[2]} failed" if passed else "ctest gave no summary"
