@@ -8,6 +8,8 @@ import subprocess
 import threading
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+# What set-up puts under build/, which copies of the tree share.
+SET_UP = ("setup", "checkers", "dask", "data", "models", "numpy", "pyflakes", "pyside2", "site", "site-check", "trace-processor")
 BUILDING = threading.Lock()  # one build at a time uses all cores
 
 
@@ -114,9 +116,10 @@ def copy_of_tree(to):
         write_if_changed(to / name, (ROOT / name).read_bytes())
         shutil.copymode(ROOT / name, to / name)
     (to / "build").mkdir(exist_ok=True)
-    for each in (ROOT / "build").iterdir():
-        if each.is_symlink() and not (to / "build" / each.name).is_symlink():
-            (to / "build" / each.name).symlink_to(each.resolve())
+    for each in map((ROOT / "build").joinpath, SET_UP):
+        link = to / "build" / each.name
+        if each.exists() and not os.path.lexists(link):
+            link.symlink_to(each.resolve())
     return to
 
 
