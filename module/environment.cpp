@@ -57,7 +57,7 @@ void readSwitches() {
     };
     for (const auto& [variable, flag] : switches)
         if (const std::string value = valueOf(variable); !value.empty())
-            *flag = std::max({*flag, std::atoi(value.c_str()), 1});
+            *flag = std::max({*flag, static_cast<int>(std::strtol(value.c_str(), nullptr, 10)), 1});
 }
 
 std::vector<std::string> foldersOf(const std::string& path) {
@@ -107,7 +107,7 @@ Place placeOf(PyObject* path, const std::string& folder) {
 bool kzIsHome(const std::string& folder) { return exists(folder + "/" + library); }
 
 std::string kzHomeOfEnvironment() {
-    const std::string home = valueOf("PYTHONHOME");
+    std::string home = valueOf("PYTHONHOME");
     const std::string prefix = home.substr(0, home.find(delimiter));
     if (prefix.empty() || hasModule(prefix + "/" + library, "os")) return home;
     tell("PYTHONHOME", home, std::string("is ignored: it contains no ") + library);

@@ -272,7 +272,7 @@ template <std::int64_t bytes, std::int64_t count, class... Factors> struct OutAr
 struct OutText : OutputBase {
     static constexpr bool isText = true;
     CTextBuffer buffer;
-    OutText() noexcept {}  // not defaulted, which would zero the buffer first
+    OutText() noexcept {}  // NOLINT(modernize-use-equals-default): defaulted it would zero the buffer first
     auto pass() noexcept { return std::tuple<char*, std::uint32_t>(buffer.data(), buffer.size()); }
     PyObject* make(Types&) noexcept { return buffer.make(); }
 };

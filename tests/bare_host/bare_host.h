@@ -144,7 +144,7 @@ public:
     }
     KzResult sq_Query(std::uint32_t, IKzUnknown*) override { return enter("ScriptQuery.Query"), kzOk; }
     KzResult scr_Hash(const char** name) override { return *name = text("Script.Hash", "bare.py"), kzOk; }
-    KzResult scr_Buffer(const char** text) override;
+    KzResult scr_Buffer(const char** buffer) override;
     KzResult lin_Results(IKzUnknown*) override { return enter("Console.Results"), kzOk; }
     KzResult lin_Info(const char* text) override { return enter("Console.Info"), note(text), kzOk; }
     KzResult msg_SetMessage(const char*, const char*, std::uint32_t) override {

@@ -36,8 +36,10 @@ void* __libc_realloc(void* memory, std::size_t size);
 void* malloc(std::size_t size) { return fails() ? nullptr : __libc_malloc(size); }
 void* calloc(std::size_t count, std::size_t size) { return fails() ? nullptr : __libc_calloc(count, size); }
 void* realloc(void* memory, std::size_t size) { return fails() ? nullptr : __libc_realloc(memory, size); }
-// The interpreter's small objects live in pages of their own.
-void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) {
+// The interpreter's small objects live in pages of their own. The header that declares mmap has names for its parameters that
+// are reserved to it.
+void* mapPages(void* address, std::size_t size, int protection, int flags, int file, off_t offset) __asm__("mmap");
+void* mapPages(void* address, std::size_t size, int protection, int flags, int file, off_t offset) {
     if (fails()) return MAP_FAILED;
     return reinterpret_cast<void*>(syscall(SYS_mmap, address, size, protection, flags, file, offset));
 }

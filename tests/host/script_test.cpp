@@ -49,7 +49,7 @@ protected:
         std::string problem;
         return host().run(kzReadScript(path, problem), 7, "args");
     }
-    CTestFolder m_folder;
+    CTestFolder folder;
 };
 
 TEST_F(ScriptTest, TheFirstLineOrTheFilesNameFindsTheInterpreter) {
@@ -58,7 +58,7 @@ TEST_F(ScriptTest, TheFirstLineOrTheFilesNameFindsTheInterpreter) {
         {"b.py", "# other\n", 0},          {"a.txt", "python", KZe_SCRIPT_UNKNOWN},
         {"a.txt", "", KZe_SCRIPT_UNKNOWN}, {"py", "x", KZe_SCRIPT_UNKNOWN}};
     for (const auto& [name, content, code] : cases)
-        EXPECT_EQ(run(m_folder.write(name, content)).code, code) << name << " " << content;
+        EXPECT_EQ(run(folder.write(name, content)).code, code) << name << " " << content;
 }
 
 TEST_F(ScriptTest, ARunIsHandedEverythingAndItsMessageComesBack) {
@@ -66,22 +66,22 @@ TEST_F(ScriptTest, ARunIsHandedEverythingAndItsMessageComesBack) {
                          "lambda self, flags: kz.out(flags)}), 'flags')\n"
                          "kz.out(repr(__file__ if '__file__' in globals() else ''), kz.arg())\r\n"
                          "kz.eval('flags')\nimport sys\nsys.exit(':gone')\n";
-    const ScriptEnd end = run(m_folder.write("a.py", script));
+    const ScriptEnd end = run(folder.write("a.py", script));
     EXPECT_EQ(end.code, KZe_FAILED);
     EXPECT_EQ(end.message, "The script ended: gone");
     std::string told;
     for (const LogLine& line : host().log().lines("scripts")) told += line.text + "|";
-    EXPECT_EQ(told, m_folder.path("a.py") + "|'" + m_folder.path("a.py") + "' args|7|");
-    EXPECT_FALSE(run(m_folder.write("a.py", "")).isTold);
+    EXPECT_EQ(told, folder.path("a.py") + "|'" + folder.path("a.py") + "' args|7|");
+    EXPECT_FALSE(run(folder.write("a.py", "")).isTold);
     EXPECT_EQ(host().scripts().depth(), 0U);
 }
 
 TEST_F(ScriptTest, TheScriptServiceRunsByPathAliasAndName) {
-    host().files().setAlias("scripts", m_folder.path());
-    m_folder.write("a.py", "");
-    m_folder.write("bad.py", std::string("\0", 1));
+    host().files().setAlias("scripts", folder.path());
+    folder.write("a.py", "");
+    folder.write("bad.py", std::string("\0", 1));
     const ServiceOf<CKzUser_ScriptSysService> scripts(host().application());
-    for (const std::string& name : {std::string("a.py"), std::string("scripts:a.py"), m_folder.path("a.py")})
+    for (const std::string& name : {std::string("a.py"), std::string("scripts:a.py"), folder.path("a.py")})
         EXPECT_EQ(scripts->Run(name.c_str(), 0, nullptr, nullptr), KZe_OK) << name;
     EXPECT_EQ(scripts->Run("missing.py", 0, "", nullptr), KZe_NOTFOUND);
     EXPECT_EQ(scripts->Run(nullptr, 0, "", nullptr), KZe_INVALIDARG);

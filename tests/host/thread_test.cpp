@@ -13,32 +13,32 @@ namespace {
 
 class ThreadTest : public HostTest {
 protected:
-    ThreadTest() { m_threads.set(host().application()); }
+    ThreadTest() { threads.set(host().application()); }
     void TearDown() override {
-        m_threads.clear();
+        threads.clear();
         HostTest::TearDown();
     }
-    CKzUser_ThreadService m_threads;
+    CKzUser_ThreadService threads;
 };
 
 TEST_F(ThreadTest, TheGlobalLockIsRecursiveAndExcludesOthers) {
     int shared = 0;
     onThreads(4, 2000, [&](int) {
-        m_threads->Enter();
-        m_threads->Enter();
+        threads->Enter();
+        threads->Enter();
         ++shared;
-        m_threads->Leave();
-        m_threads->Leave();
+        threads->Leave();
+        threads->Leave();
     });
     EXPECT_EQ(shared, 8000);
-    m_threads->Leave();  // by a thread that does not hold it
-    m_threads->Enter();
-    m_threads->Leave();
+    threads->Leave();  // by a thread that does not hold it
+    threads->Enter();
+    threads->Leave();
 }
 
 TEST_F(ThreadTest, MutexesAndCounters) {
     CKzLoc_Unknown made;
-    ASSERT_EQ(m_threads->CreateMutex(made.out()), KZe_OK);
+    ASSERT_EQ(threads->CreateMutex(made.out()), KZe_OK);
     const CKzUser_ThreadMutex mutex(made.raw());
     EXPECT_TRUE(mutex->TryEnter());
     EXPECT_TRUE(mutex->TryEnter());
@@ -48,10 +48,10 @@ TEST_F(ThreadTest, MutexesAndCounters) {
     mutex->Leave();
     mutex->Leave();
     std::uint32_t counter = 0;
-    EXPECT_EQ(m_threads->AtomicIncrement(&counter), 1U);
-    EXPECT_EQ(m_threads->AtomicDecrement(&counter), 0U);
-    EXPECT_EQ(m_threads->AtomicIncrement(nullptr), 0U);
-    EXPECT_TRUE(m_threads->IsMain());
+    EXPECT_EQ(threads->AtomicIncrement(&counter), 1U);
+    EXPECT_EQ(threads->AtomicDecrement(&counter), 0U);
+    EXPECT_EQ(threads->AtomicIncrement(nullptr), 0U);
+    EXPECT_TRUE(threads->IsMain());
 }
 
 struct RangeWorker final : CHosted<"range worker", RangeWorker, CKzIfc_ThreadRangeWorker> {
@@ -67,15 +67,15 @@ struct RangeWorker final : CHosted<"range worker", RangeWorker, CKzIfc_ThreadRan
 
 TEST_F(ThreadTest, RangesAreCoveredOnceAndFailuresComeBack) {
     const auto worker = CHostRef<RangeWorker>::make();
-    EXPECT_EQ(m_threads->ProcessRange(nullptr, -3, 97, worker.raw()), KZe_OK);
+    EXPECT_EQ(threads->ProcessRange(nullptr, -3, 97, worker.raw()), KZe_OK);
     EXPECT_EQ(worker->seen.size(), 101U);
-    EXPECT_EQ(m_threads->ProcessRange(nullptr, 5, 4, worker.raw()), KZe_OK) << "an empty range";
+    EXPECT_EQ(threads->ProcessRange(nullptr, 5, 4, worker.raw()), KZe_OK) << "an empty range";
     EXPECT_EQ(worker->seen.size(), 101U);
     worker->seen.clear();
     worker->failAt = 0;
-    EXPECT_EQ(m_threads->ProcessRange(nullptr, 0, 9, worker.raw()), KZe_ABORT);
-    EXPECT_EQ(m_threads->ProcessRange(nullptr, 0, 9, nullptr), KZe_INVALIDARG);
-    EXPECT_EQ(m_threads->Sleep(-1), KZe_INVALIDARG);
+    EXPECT_EQ(threads->ProcessRange(nullptr, 0, 9, worker.raw()), KZe_ABORT);
+    EXPECT_EQ(threads->ProcessRange(nullptr, 0, 9, nullptr), KZe_INVALIDARG);
+    EXPECT_EQ(threads->Sleep(-1), KZe_INVALIDARG);
 }
 
 struct SlotClient final : CHosted<"slot client", SlotClient, CKzIfc_ThreadSlotClient> {
@@ -92,7 +92,7 @@ TEST_F(ThreadTest, SlotsKeepAValueForEachThread) {
     const auto client = CHostRef<SlotClient>::make();
     {
         CKzLoc_Unknown made;
-        ASSERT_EQ(m_threads->CreateSlot(0, client.raw(), made.out()), KZe_OK);
+        ASSERT_EQ(threads->CreateSlot(0, client.raw(), made.out()), KZe_OK);
         const CKzUser_ThreadSlot slot(made.raw());
         void* values[3] = {};
         EXPECT_EQ(slot->Get(&values[0]), KZe_OK);

@@ -47,7 +47,7 @@ protected:
             if (picture != std::string::npos && (section.find("numpy") != std::string::npos) == withNumpy)
                 pictures += "same('" + line.substr(picture + 11, line.find(')', picture) - picture - 11) + "')\n";
         }
-        expect(run({"run", write("compare.py", compare + pictures)}), 0, "");
+        expect(run({"run", write("compare.py", m_compare + pictures)}), 0, "");
     }
 
 private:
@@ -71,7 +71,7 @@ private:
         return false;
     }
 
-    const std::string compare = R"(
+    const std::string m_compare = R"(
         import kz
         images = kz.service.Image()
         def same(name):

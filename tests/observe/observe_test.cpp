@@ -30,15 +30,16 @@ protected:
 
 // With --leaks=error, too: none of them leaves anything.
 TEST_F(ObserveTest, TracesOfTheExamplesAreSound) {
+    const std::string examples = KZ_SOURCE_DIR "/examples";
     std::string traces;
     std::size_t count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(KZ_SOURCE_DIR "/examples")) {
+    for (const auto& entry : std::filesystem::directory_iterator(examples)) {
         if (entry.path().extension() != ".py") continue;
         traces += " " + path(entry.path().stem()) + ".json";
         ++count;
-        std::vector<std::string> words = {"--import-path", KZ_SOURCE_DIR "/examples",           "--leaks=error",
-                                          "--trace-calls", path(entry.path().stem()) + ".json", "run",
-                                          entry.path()};
+        std::vector<std::string> words = {
+            "--import-path", examples,    "--leaks=error", "--trace-calls", path(entry.path().stem()) + ".json",
+            "run",           entry.path()};
         for (const char* name : {"out", "out.png"}) words.push_back(path(name));
         const Ended ended = run(words);
         EXPECT_EQ(lines(ended, "leaks: "), "leaks: nothing is left; what modules hold does not count\n")

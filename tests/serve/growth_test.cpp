@@ -30,15 +30,15 @@ protected:
         forgetLog();
         const CPyLock lock;
         call.run(server);  // what is made once is there now
-        for (int round = 0; round < m_rounds; ++round) {
-            const Py_ssize_t before = references(m_globals);
-            for (int turn = 0; turn < m_calls; ++turn) call.run(server);
-            const Py_ssize_t growth = references(m_globals) - before - (returns ? m_calls : 0);
-            m_done += m_calls;
+        for (int round = 0; round < rounds; ++round) {
+            const Py_ssize_t before = references(globals);
+            for (int turn = 0; turn < calls; ++turn) call.run(server);
+            const Py_ssize_t growth = references(globals) - before - (returns ? calls : 0);
+            done += calls;
             if (growth == 0) continue;
-            m_grown += 1;
+            grown += 1;
             ADD_FAILURE() << call.expectedSeen() << " answered by " << answered << ": " << growth
-                          << " references in round " << round << " of " << m_calls << " calls";
+                          << " references in round " << round << " of " << calls << " calls";
         }
     }
 
@@ -49,10 +49,10 @@ protected:
         return {"None", "()", "list(" + good + ")", good + " + (0,)", good + "[1:]", good + "[:-1] + (Answering(),)"};
     }
 
-    int m_rounds = kzProofLength(2, 7);
-    int m_calls = kzProofLength(1, 48);  // of each answer, of which there are about 21
-    PyObject* m_globals = reinterpret_cast<PyObject*>(std::stoull(value("id(globals())")));
-    double m_done = 0, m_grown = 0;
+    int rounds = kzProofLength(2, 7);
+    int calls = kzProofLength(1, 48);  // of each answer, of which there are about 21
+    PyObject* globals = reinterpret_cast<PyObject*>(std::stoull(value("id(globals())")));
+    double done = 0, grown = 0;
 };
 
 TEST_F(GrowthTest, OfAdaptersIsWhatTheyKeep) {
@@ -72,9 +72,9 @@ TEST_F(GrowthTest, OfAdaptersIsWhatTheyKeep) {
     }
     run("given = None");
     kzFigure("methods", methods);
-    kzFigure("rounds", m_rounds);
-    kzFigure("calls", m_done);
-    kzFigure("rounds with growth", m_grown);
+    kzFigure("rounds", rounds);
+    kzFigure("calls", done);
+    kzFigure("rounds with growth", grown);
 }
 
 }  // namespace

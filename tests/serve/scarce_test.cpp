@@ -17,7 +17,7 @@ protected:
         if (!CShortMemory::works()) GTEST_SKIP() << "the sanitizer has the allocator";
     }
 
-    CScarcity m_scarcity{"loopback_test", kzProofLength(8, 3000)};
+    CScarcity scarcity{"loopback_test", kzProofLength(8, 3000)};
 };
 
 TEST_F(ScarceTest, AdaptersOfEachSignature) {
@@ -32,7 +32,7 @@ TEST_F(ScarceTest, AdaptersOfEachSignature) {
         for (const bool raises : {false, true}) {
             answer(raises ? "fail(KeyError)" : "lambda: " + call.good());
             call.run(server.raw());  // what is made once is there now
-            m_scarcity.exhaust(row.name, [&](const CScarcity::Scarcely& scarcely) {
+            scarcity.exhaust(row.name, [&](const CScarcity::Scarcely& scarcely) {
                 LoopbackWord word = {.integer = KZe_OUTOFMEMORY};
                 scarcely([&] { word = call.run(server.raw()); });
                 const bool isTold = !raises || !call.returnsCode() || kzFailed(code(word));
@@ -41,7 +41,7 @@ TEST_F(ScarceTest, AdaptersOfEachSignature) {
             });
         }
     }
-    m_scarcity.tellFigures("an adapter of each signature");
+    scarcity.tellFigures("an adapter of each signature");
 }
 
 TEST_F(ScarceTest, LoadingAScene) {
@@ -51,7 +51,7 @@ TEST_F(ScarceTest, LoadingAScene) {
     const auto load = [this] { return run("load()"); };
     EXPECT_EQ(run("scenes = kz.service.Scene()\ndef load(): scenes.Close(scenes.Load('" + path + "', None))"), "");
     EXPECT_EQ(load(), "");
-    m_scarcity.exhaust("loading a scene", [&](const CScarcity::Scarcely& scarcely) {
+    scarcity.exhaust("loading a scene", [&](const CScarcity::Scarcely& scarcely) {
         std::string said = "MemoryError";
         scarcely([&] { said = load(); });
         // A stream of the library takes a lack of memory for a file that cannot be read, the interpreter's parser
@@ -64,7 +64,7 @@ TEST_F(ScarceTest, LoadingAScene) {
         std::fprintf(stderr, "it ended with \"%s\", and then with \"%s\"\n", said.c_str(), again.c_str());
         return false;
     });
-    m_scarcity.tellFigures("loading a scene");
+    scarcity.tellFigures("loading a scene");
     run("del scenes, load");
 }
 

@@ -29,6 +29,18 @@ public:
     std::function<void()> whenTold;  // runs with each line, inside the call
 };
 
+// Where Python makes temporary files meanwhile; they go with it.
+class CTemporaryFiles {
+public:
+    CTemporaryFiles() { setenv("TMPDIR", m_folder.path().c_str(), 1); }
+    ~CTemporaryFiles() { setenv("TMPDIR", std::filesystem::path(m_folder.path()).parent_path().c_str(), 1); }
+    CTemporaryFiles(const CTemporaryFiles&) = delete;
+    CTemporaryFiles& operator=(const CTemporaryFiles&) = delete;
+
+private:
+    CTestFolder m_folder;
+};
+
 // Checks in its destructor that no object of the host is alive, unless the test expects that.
 struct CNothingAlive {
     ~CNothingAlive();
@@ -52,6 +64,7 @@ public:
 class CPluginHost {
 public:
     CNothingAlive nothingAlive;  // the last to go
+    CTemporaryFiles temporaryFiles;
 
     // A host with the kit of the build tree and no plug-in yet.
     CPluginHost();

@@ -91,7 +91,8 @@ TEST(EvaluationTest, ModifiersComputeWhatTheTableHas) {
         Scene scene;
         Item& item = scene.add(row["type"].get<std::string>().c_str());
         for (const auto& [name, value] : row["channels"].items()) scene.set(item, name, value.get<double>());
-        if (row["expression"] != "") scene.setText(item, "expression", row["expression"]);
+        if (!row["expression"].get_ref<const std::string&>().empty())
+            scene.setText(item, "expression", row["expression"]);
         if (row["ramps"]) scene.key(item, "input", {{0, 0}, {2, 4}}, KZs_ACTIONLAYER_ANIM);
         for (std::size_t i = 0; i < table["times"].size(); ++i) {
             const double expected = row["values"][i].get<double>();

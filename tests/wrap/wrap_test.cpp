@@ -132,13 +132,13 @@ PyObject* exhaust(PyObject* /*self*/, PyObject* args) {
     PyObject *prepare = nullptr, *call = nullptr;
     if (PyArg_ParseTuple(args, "sOO", &name, &prepare, &call) == 0) return nullptr;
     theScarcity->exhaust(name, [=](const CScarcity::Scarcely& scarcely) {
-        CPyRefNull(PyObject_CallObject(prepare, nullptr));
+        const CPyRefNull prepared(PyObject_CallObject(prepare, nullptr));
         CPyRefNull result;
         scarcely([&] { result.adopt(PyObject_CallObject(call, nullptr)); });
         const bool isTold = (result.get() != nullptr) != (PyErr_Occurred() != nullptr) &&
                             PyErr_ExceptionMatches(PyExc_SystemError) == 0;
         PyErr_Clear();
-        CPyRefNull(PyObject_CallObject(prepare, nullptr));
+        const CPyRefNull preparedAgain(PyObject_CallObject(prepare, nullptr));
         const CPyRefNull again(PyObject_CallObject(call, nullptr));
         return isTold && again.get() != nullptr;
     });
