@@ -20,13 +20,16 @@ configure() {
     (cd "$root" && cmake --preset "$1")
 }
 
-# Builds TARGETs (default: everything) of a preset.
-build_preset() {
-    local preset=$1
+# Builds TARGETs (default: everything) of a preset. One at a time: two builds in one folder write and remove each other's files.
+build_preset() (
+    preset=$1
     shift
+    mkdir -p "$root/build/$preset"
+    exec 9>"$root/build/$preset/lock"
+    flock 9
     configure "$preset"
-    cmake --build "$root/build/$preset" --parallel "$(jobs_wanted)" ${1:+--target "$@"}
-}
+    cmake --build "$root/build/$preset" --parallel "$(jobs_wanted)" ${1:+--target "$@"} 9>&-
+)
 
 # Builds with the output kept in a log, for verbs whose standard output belongs to what they run.
 build_quietly() {
