@@ -374,3 +374,10 @@ def check_sub_servers_answer_for_what_the_class_lacks():
     alive, sub.made = weakref.ref(sub.made), None
     once = again = outer = None
     equal(alive() is not None, True)  # the reference that a sub-object's making gave is kept
+
+    # Nor do two that name each other, in none of which the search begins.
+    outer, one, other = [(derived(Command, __init__=lambda self, meta: None), Meta()) for _ in range(3)]
+    for (_, meta), named in ((outer, one), (one, other), (other, one)):
+        meta._sub_ifcs = (named,)
+    server, meta = outer
+    equal(kz.object.ActionListener().set(spawn(bless(server, None, meta))), False)
